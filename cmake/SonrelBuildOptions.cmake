@@ -1,0 +1,41 @@
+# SPDX-License-Identifier: MIT
+# What every target of ours is compiled with. The output of the engine is defined to the bit, so
+# contraction of multiply and add is off everywhere, whatever the processor that is built for.
+add_library(SonrelBuildOptions INTERFACE)
+target_compile_features(SonrelBuildOptions INTERFACE cxx_std_20)
+target_compile_options(SonrelBuildOptions INTERFACE
+    -ffp-contract=off
+    -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
+    $<$<BOOL:${SONREL_WERROR}>:-Werror>)
+target_compile_definitions(SonrelBuildOptions INTERFACE QT_NO_KEYWORDS)
+target_link_options(SonrelBuildOptions INTERFACE -Wl,-z,defs)
+
+# Position-independent code with hidden symbols, as every object of a shared library needs it.
+function(sonrel_library_properties)
+    set_target_properties(${ARGV} PROPERTIES
+        POSITION_INDEPENDENT_CODE ON
+        CXX_EXTENSIONS OFF
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON)
+endfunction()
+
+# An object library of ours: compiled once, linked into a shared library and into its unit tests.
+function(sonrel_object_library name)
+    add_library(${name} OBJECT)
+    target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
+    target_link_libraries(${name} PRIVATE SonrelBuildOptions)
+    sonrel_library_properties(${name})
+endfunction()
+
+# A shared library that is nothing but the given objects.
+function(sonrel_shared_library name output)
+    add_library(${name} SHARED)
+    add_library(Sonrel::${output} ALIAS ${name})
+    target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:SonrelBuildOptions>)
+    sonrel_library_properties(${name})
+    set_target_properties(${name} PROPERTIES
+        EXPORT_NAME ${output}
+        LINKER_LANGUAGE CXX
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${PROJECT_VERSION_MAJOR})
+endfunction()

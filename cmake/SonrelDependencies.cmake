@@ -1,0 +1,26 @@
+# SPDX-License-Identifier: MIT
+find_package(Threads REQUIRED)
+find_package(Boost REQUIRED)
+find_package(Qt5 REQUIRED COMPONENTS Core Gui)
+find_package(PkgConfig REQUIRED)
+
+if(SONREL_WITH_STANDIN)
+    find_package(SQLite3 REQUIRED)
+    pkg_check_modules(FFMPEG REQUIRED IMPORTED_TARGET libavformat libavcodec libswresample libavutil)
+    pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile)
+endif()
+
+if(SONREL_BUILD_HOST)
+    find_package(CLI11 REQUIRED)
+    find_package(nlohmann_json REQUIRED)
+    pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile)
+    pkg_check_modules(EBUR128 REQUIRED IMPORTED_TARGET libebur128)
+endif()
+
+if(SONREL_BUILD_TESTS)
+    find_package(GTest REQUIRED)
+endif()
+
+if(SONREL_BUILD_BENCHMARKS)
+    find_package(benchmark REQUIRED)
+endif()

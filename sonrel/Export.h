@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+/// Marks what a shared library of ours shows to its users; everything else stays hidden.
+#define SONREL_EXPORT __attribute__((visibility("default")))
+
+#if defined(__FAST_MATH__)
+#error "The engine's output is defined to the bit: build it and its plugins without -ffast-math."
+#endif

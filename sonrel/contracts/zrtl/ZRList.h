@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+namespace zrtl {
+
+/// What a ZRList does beside holding its items.
+namespace ZRListItemDelegate {
+/// Nothing: the list is a plain array.
+struct Null {};
+/// For lists of shared pointers to things with an identity. Our list finds by walking, so the
+/// delegate has nothing to keep.
+struct SharedPtrIDCache {};
+}  // namespace ZRListItemDelegate
+
+/// A contiguous list of @p T. Not safe for concurrent change.
+template <class T, class D = ZRListItemDelegate::Null>
+class ZRList {
+public:
+    using value_type = T;
+    using iterator = typename std::vector<T>::iterator;
+    using const_iterator = typename std::vector<T>::const_iterator;
+
+    std::size_t size() const { return items_.size(); }
+    bool empty() const { return items_.empty(); }
+    iterator begin() { return items_.begin(); }
+    iterator end() { return items_.end(); }
+    const_iterator begin() const { return items_.begin(); }
+    const_iterator end() const { return items_.end(); }
+
+    /// The item at @p index, which must be below size().
+    T& operator[](std::size_t index) { return items_[index]; }
+    const T& operator[](std::size_t index) const { return items_[index]; }
+
+    void push_back(T item) { items_.push_back(std::move(item)); }
+    iterator insert(const_iterator at, T item) { return items_.insert(at, std::move(item)); }
+    iterator erase(const_iterator at) { return items_.erase(at); }
+    void clear() { items_.clear(); }
+
+private:
+    std::vector<T> items_;
+};
+
+}  // namespace zrtl
+
+// The model's signatures name the list and its delegates without their namespace.
+namespace orlo::project {
+using zrtl::ZRList;
+namespace ZRListItemDelegate = zrtl::ZRListItemDelegate;
+}  // namespace orlo::project

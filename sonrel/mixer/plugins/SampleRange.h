@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+namespace orlo::project {
+
+/// A range of samples in object position: counted from the object's first sample on its timeline.
+struct SampleRange {
+    long long first = 0;         ///< first sample of the range
+    long long endExclusive = 0;  ///< one past the last
+};
+
+}  // namespace orlo::project
