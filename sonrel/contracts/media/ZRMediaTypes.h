@@ -16,7 +16,7 @@ enum class ZRSampleDataType : int {
 enum class ZRAudioCodec : int {
     Unknown = 0,
     Pcm = 1,
-    Mpeg = 2,      ///< MPEG audio, layers 1 to 3
+    Mpeg = 2,  ///< MPEG audio, layers 1 to 3
     Aac = 3,
     Lossless = 4,  ///< FLAC, ALAC, WavPack, TTA and their like
     Ogg = 5,       ///< Vorbis and Opus

@@ -47,9 +47,12 @@ inline std::wstring FromUtf8(std::string_view bytes) {
     path.reserve(bytes.size());
     for (std::size_t at = 0; at < bytes.size();) {
         const auto lead = static_cast<unsigned char>(bytes[at]);
-        const int length = lead < 0x80 ? 1 : lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3
-                                                             : lead < 0xF5 ? 4
-                                                                           : 0;
+        const int length = lead < 0x80   ? 1
+                           : lead < 0xC2 ? 0
+                           : lead < 0xE0 ? 2
+                           : lead < 0xF0 ? 3
+                           : lead < 0xF5 ? 4
+                                         : 0;
         bool valid = length != 0 && at + length <= bytes.size();
         char32_t code = length <= 1 ? lead : lead & (0xFF >> (length + 1));
         for (int i = 1; valid && i < length; ++i) {

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+
+#include "sonrel/Export.h"
+#include "sonrel/contracts/project/AbstractAsset.h"
+#include "sonrel/contracts/project/ListChangeObserver.h"
+#include "sonrel/contracts/zrtl/ZRID.h"
+
+namespace orlo::project {
+
+class MediaManager;
+
+/// All assets of a project.
+class SONREL_EXPORT AssetList {
+public:
+    AssetList();
+    AssetList(AssetList const& source, std::weak_ptr<MediaManager> const& manager = {}, int = 0);
+    AssetList& operator=(AssetList const&) = delete;
+    ~AssetList();
+
+    /// Every asset, in list order.
+    ListChangeObserver<std::shared_ptr<AbstractAsset>, ResponseDelegate::None>& All();
+
+    /// Adds an asset.
+    /// @throws std::invalid_argument for an empty pointer, an identity that is there already, or a
+    ///         composition that would contain itself
+    void Add(std::shared_ptr<AbstractAsset> asset);
+    /// @return whether there was such an asset
+    bool Remove(zrtl::ZRID const& id);
+    /// The asset, or an empty pointer.
+    std::shared_ptr<AbstractAsset> FindByID(zrtl::ZRID const& id) const;
+
+private:
+    ListChangeObserver<std::shared_ptr<AbstractAsset>, ResponseDelegate::None> all_;
+};
+
+}  // namespace orlo::project

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "sonrel/Export.h"
+#include "sonrel/contracts/zrtl/ZRList.h"
+
+namespace orlo::project {
+
+struct MediaDBImpl;
+
+/// A connection to the media database, which remembers what cache files were made of which media.
+///
+/// A record is found by its whole key: media path, media fingerprint, stream index and, for
+/// conformed files, sample rate; keys are compared case by case. Its value is the cache file's bare
+/// name. A stored name that is not a bare file name reads as empty, so that no record leads out of
+/// the cache folder.
+///
+/// Threads: one thread at a time on one connection. Any number of connections, in any number of
+/// processes, may be open on one database.
+///
+/// Errors: every operation may throw `std::runtime_error` with the database's own words and the
+/// file's name, also when the database stays locked for longer than five seconds.
+class SONREL_EXPORT MediaDB {
+public:
+    /// What was found when the database was opened. Only 0 has a meaning to the engine.
+    enum DatabaseStatus : int {
+        None = 0,      ///< there is no usable database
+        Ready = 1,     ///< an existing database was opened
+        Created = 2,   ///< the database was made
+        Migrated = 3,  ///< the database had an older schema and was brought up to date
+    };
+
+    struct ConformedFile {
+        std::wstring mediaPath;
+        std::wstring mediaFingerprint;
+        int streamIndex = 0;
+        int sampleRate = 0;
+        std::wstring cacheFilename;
+    };
+
+    struct PeakFile {
+        std::wstring mediaPath;
+        std::wstring mediaFingerprint;
+        int streamIndex = 0;
+        std::wstring cacheFilename;
+    };
+
+    struct VFRCacheFile {
+        std::wstring mediaPath;
+        std::wstring mediaFingerprint;
+        int streamIndex = 0;
+        std::wstring cacheFilename;
+    };
+
+    using ConformedFileList = ZRList<ConformedFile, ZRListItemDelegate::Null>;
+    using PeakFileList = ZRList<PeakFile, ZRListItemDelegate::Null>;
+    using VFRCacheFileList = ZRList<VFRCacheFile, ZRListItemDelegate::Null>;
+
+    /// Opens the database.
+    /// @param createAndMigrate  true makes a missing database and brings an older schema up to
+    /// date;
+    ///                          false opens an existing one of the current schema only
+    /// @throws std::runtime_error when the database cannot be opened, is damaged, belongs to
+    /// another
+    ///         program or has a newer schema; such a file is left as it is
+    MediaDB(std::wstring const& databasePath, std::wstring const& cacheFolderPath,
+            bool createAndMigrate);
+    ~MediaDB();
+    MediaDB(const MediaDB&) = delete;
+    MediaDB& operator=(const MediaDB&) = delete;
+
+    DatabaseStatus Status() const;
+
+    /// Joins a cache folder and a bare file name with one slash.
+    static std::wstring CreateMediaCacheFilePath(std::wstring const& cacheFolder,
+                                                 std::wstring const& fileName);
+
+    /// @param fileName  receives the bare name, which may be empty; untouched without a record
+    /// @return whether a record exists
+    bool GetConformedFilename(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                              int streamIndex, int sampleRate, std::wstring* fileName) const;
+    /// Registers a file as used now.
+    /// @throws std::runtime_error also when a record of that key exists
+    void AddConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                          int streamIndex, int sampleRate, std::wstring const& fileName);
+    /// Stamps a record as used now. @return whether there is one
+    bool TouchConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                            int streamIndex, int sampleRate);
+    /// Forgets a record. @return whether there was one
+    bool RemoveConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                             int streamIndex, int sampleRate);
+    /// Records last used @p days days of 24 hours ago or earlier; 0 and negative numbers find all.
+    ConformedFileList FindUnusedConformedFiles(int days) const;
+
+    bool GetPeakFilename(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                         int streamIndex, std::wstring* fileName) const;
+    void AddPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                     int streamIndex, std::wstring const& fileName);
+    bool TouchPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                       int streamIndex);
+    bool RemovePeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                        int streamIndex);
+    PeakFileList FindUnusedPeakFiles(int days) const;
+
+    void AddVFRCacheFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                         int streamIndex, std::wstring const& fileName);
+    bool RemoveVFRCacheFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                            int streamIndex);
+    VFRCacheFileList FindUnusedVFRCacheFiles(int days) const;
+
+private:
+    friend class CacheLedger;
+
+    std::unique_ptr<MediaDBImpl> impl_;
+};
+
+}  // namespace orlo::project

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "sonrel/Export.h"
+#include "sonrel/contracts/project/MediaDB.h"
+
+namespace orlo::project {
+class LogFile;
+}  // namespace orlo::project
+
+namespace orlo::sonrel {
+
+class AudioMixer;
+struct SonrelImpl;
+
+/// The object that a host creates: two places on disk and the mixer.
+///
+/// Releasing the last reference takes cache files off the disk that were not used for
+/// DaysToKeepCacheFiles days, which may take time. The host stops its use of the mixer before.
+///
+/// Threads: the const operations from any thread; the others on one host thread, while nothing
+/// plays.
+class SONREL_EXPORT Sonrel {
+public:
+    /// Whether the engine keeps a log of what goes wrong in its caches. Any value but
+    /// WriteErrorLog means no log.
+    enum class LogOption : int { WriteErrorLog = 0, NoErrorLog = 1 };
+
+    /// Makes an engine. With both paths empty, or either, it has no database, no cache and no log,
+    /// and touches nothing on disk.
+    /// @param databasePath     the media database file, made when missing; its folder is not. The
+    ///                         log is CacheErrorLog.txt beside it
+    /// @param cacheFolderPath  the media cache folder, made with its parents when missing
+    /// @param error            receives the text of a failure; may be null
+    /// @return the engine; empty on failure
+    static std::shared_ptr<Sonrel> Create(const std::wstring& databasePath,
+                                          const std::wstring& cacheFolderPath, std::string* error,
+                                          LogOption logOption);
+
+    /// Runs ClearCacheFiles and swallows its failures.
+    ~Sonrel();
+    Sonrel(const Sonrel&) = delete;
+    Sonrel& operator=(const Sonrel&) = delete;
+
+    /// Never empty.
+    const std::shared_ptr<AudioMixer>& Mixer() const;
+
+    /// What the database reported at the start; 0 means that there is none. Never asked again.
+    project::MediaDB::DatabaseStatus MediaDatabaseStatus() const;
+    /// Absolute; empty without a cache.
+    const std::wstring& MediaCacheFolderPath() const;
+    /// The log, or an empty pointer.
+    const std::shared_ptr<project::LogFile>& MediaCacheErrorLog() const;
+
+    /// The age limit of ClearCacheFiles in days; 30 on a new engine.
+    int DaysToKeepCacheFiles() const;
+    /// Stores the limit as it is. 0 and negative numbers keep nothing.
+    void SetDaysToKeepCacheFiles(int days);
+
+    /// A new connection of the caller's own; empty without a database or when it cannot be opened.
+    std::shared_ptr<project::MediaDB> OpenMediaDatabaseConnection() const;
+
+    /// Deletes the cache files whose records were not used for DaysToKeepCacheFiles days, and then
+    /// the records. A file that cannot be deleted keeps its record, for the next run, and gives one
+    /// line in the log.
+    /// @return the records that were due, those of undeletable files included
+    /// @throws std::exception what the database throws; what has been done stays done
+    unsigned long long ClearCacheFiles();
+
+private:
+    Sonrel(const std::wstring& databasePath, const std::wstring& cacheFolderPath,
+           LogOption logOption);
+
+    std::unique_ptr<SonrelImpl> impl_;
+};
+
+}  // namespace orlo::sonrel
