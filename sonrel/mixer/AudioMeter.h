@@ -10,12 +10,17 @@ namespace orlo::sonrel {
 
 struct AudioMeterImpl;
 
+namespace detail {
+struct AudioMeterAccess;
+}
+
 /// Records peak and clipping of a stereo signal, block by block, over one metering session.
 ///
 /// Blocks are cut by counted sample frames alone and are kept, in time order, until the next
 /// session or restart. A moved-from meter may only be destroyed or assigned to.
 ///
-/// Threads: one thread calls ProcessSamples; any thread may call the other operations meanwhile.
+/// Threads: one thread feeds the meter with ProcessSamples, and any thread may read the finished
+/// blocks meanwhile. A session is started, stopped or restarted while nothing feeds it.
 class SONREL_EXPORT AudioMeter {
 public:
     AudioMeter();
@@ -50,7 +55,7 @@ public:
     const AudioTrackMetrics& MetricsForBlock(unsigned long long index) const;
 
 private:
-    friend struct AudioMeterAccess;
+    friend struct detail::AudioMeterAccess;
 
     std::unique_ptr<AudioMeterImpl> impl_;
 };
