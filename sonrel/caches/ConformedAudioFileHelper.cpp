@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/caches/ConformedAudioFileHelper.h"
+
+#include <exception>
+#include <optional>
+
+#include "sonrel/caches/LogFile.h"
+#include "sonrel/caches/detail/CacheFile.h"
+#include "sonrel/contracts/media.h"
+#include "sonrel/contracts/project.h"
+#include "sonrel/contracts/zrtl/ZRCriticalSection.h"
+#include "sonrel/engine/Sonrel.h"
+
+namespace orlo::sonrel {
+
+using detail::CacheFilePlace;
+using detail::CacheRecord;
+using detail::MediaKey;
+using project::LogFile;
+using project::MediaAsset;
+using project::MediaDB;
+using zrh::media::ZRAbstractAudioStream;
+using zrh::media::ZRAbstractMediaFile;
+using zrtl::thread::ZRScopedLock;
+
+namespace {
+
+class ConformedRecord final : public CacheRecord {
+public:
+    ConformedRecord(MediaDB& database, const MediaKey& key, int sampleRate)
+        : database_(database), key_(key), sampleRate_(sampleRate) {}
+
+    bool Find(std::wstring* name) const override {
+        return database_.GetConformedFilename(key_.mediaPath, key_.fingerprint, key_.streamIndex,
+                                              sampleRate_, name);
+    }
+    void Add(const std::wstring& name) override {
+        database_.AddConformedFile(key_.mediaPath, key_.fingerprint, key_.streamIndex, sampleRate_,
+                                   name);
+    }
+    void Touch() override {
+        database_.TouchConformedFile(key_.mediaPath, key_.fingerprint, key_.streamIndex,
+                                     sampleRate_);
+    }
+    void Remove() override {
+        database_.RemoveConformedFile(key_.mediaPath, key_.fingerprint, key_.streamIndex,
+                                      sampleRate_);
+    }
+
+private:
+    MediaDB& database_;
+    const MediaKey& key_;
+    int sampleRate_;
+};
+
+struct ReleaseMediaFile {
+    void operator()(ZRAbstractMediaFile* file) const { zrh::media::ZRMediaFileRelease(file); }
+};
+using MediaFile = std::unique_ptr<ZRAbstractMediaFile, ReleaseMediaFile>;
+
+/// @throws zrh::media::ZRMediaException when the file cannot be opened
+MediaFile OpenMediaFile(const std::wstring& mediaPath) {
+    ZRAbstractMediaFile* file = nullptr;
+    const int code = zrh::media::ZRMediaFileCreate(mediaPath.c_str(), &file,
+                                                   zrh::media::ZRMediaReaderType::Default);
+    if (code != 0) throw zrh::media::ZRMediaException(code);
+    return MediaFile(file);
+}
+
+/// The audio stream of that index, counted among the audio streams alone; empty when there is none.
+std::shared_ptr<ZRAbstractAudioStream> FindAudioStream(ZRAbstractMediaFile& file, int streamIndex) {
+    int audioStreams = 0;
+    for (const auto& stream : file.Streams()) {
+        if (stream->StreamType() != 0) continue;
+        if (audioStreams == streamIndex) return stream;
+        ++audioStreams;
+    }
+    return nullptr;
+}
+
+bool ConvertToCacheFile(const MediaKey& key, int sampleRate, const std::wstring& cachePath) {
+    try {
+        const MediaFile file = OpenMediaFile(key.mediaPath);
+        file->SetReadOption(1);
+        if (file->Prepare() != 0) return false;
+        const auto stream = FindAudioStream(*file, key.streamIndex);
+        if (stream == nullptr) return false;
+        return zrh::media::ZRAudioConverter::Convert(stream, cachePath,
+                                                     static_cast<unsigned int>(sampleRate)) == 0;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+}  // namespace
+
+namespace ConformedAudioFileHelper {
+
+std::wstring CreateConformedAudioFile(const std::shared_ptr<MediaAsset>& asset, int sampleRate,
+                                      const std::wstring& cacheFolder,
+                                      const std::shared_ptr<LogFile>& log,
+                                      const std::shared_ptr<MediaDB>& database,
+                                      bool includeAllCodecs) {
+    if (cacheFolder.empty()) return {};
+    if (!detail::IsCached(*asset, includeAllCodecs)) return {};
+    const MediaKey key = detail::KeyOf(*asset);
+
+    // An asset that outlived its project has no lock and so gets no file.
+    const std::shared_ptr<project::MediaManager> manager = asset->MediaManager();
+    if (manager == nullptr) return {};
+    const ZRScopedLock lock(manager->ConformedAudioCacheFileCS(key.mediaPath));
+
+    std::optional<ConformedRecord> record;
+    if (database != nullptr) record.emplace(*database, key, sampleRate);
+    const CacheFilePlace place{key.mediaPath, cacheFolder, L".xwmc", log.get()};
+    return detail::FindOrMakeCacheFile(place, record ? &*record : nullptr,
+                                       [&](const std::wstring& cachePath) {
+                                           return ConvertToCacheFile(key, sampleRate, cachePath);
+                                       });
+}
+
+void SetAudioSamplesAvailable(const std::shared_ptr<MediaAsset>& asset, int sampleRate,
+                              const std::wstring& conformedFilePath) {
+    const auto& stream = asset->AudioStream();
+    if (stream == nullptr) return;
+    // The path first: a reader that sees the flag finds the path set.
+    stream->SetConformedFile(conformedFilePath, sampleRate);
+    stream->SetSamplesAvailable(true);
+}
+
+void SetAudioSamplesAvailable(const std::shared_ptr<MediaAsset>& asset, int sampleRate,
+                              const std::wstring& cacheFolder, const std::shared_ptr<LogFile>& log,
+                              const std::shared_ptr<MediaDB>& database, bool includeAllCodecs) {
+    SetAudioSamplesAvailable(
+        asset, sampleRate,
+        CreateConformedAudioFile(asset, sampleRate, cacheFolder, log, database, includeAllCodecs));
+}
+
+void SetAudioSamplesAvailable(const std::shared_ptr<project::Project>& project,
+                              const std::shared_ptr<Sonrel>& sonrel, bool includeAllCodecs) {
+    const int sampleRate = project->Sequence()->Settings().AudioSampleRateValue();
+    const std::wstring cacheFolder = sonrel->MediaCacheFolderPath();
+    const std::shared_ptr<MediaDB> database = sonrel->OpenMediaDatabaseConnection();
+    const std::shared_ptr<LogFile> log = sonrel->MediaCacheErrorLog();
+
+    for (const auto& asset : project->Assets().All()) {
+        if (asset->AssetType() != 0) continue;
+        const auto media = std::static_pointer_cast<MediaAsset>(asset);
+        if (media->AudioStream() == nullptr) continue;
+        SetAudioSamplesAvailable(media, sampleRate, cacheFolder, log, database, includeAllCodecs);
+    }
+}
+
+void SetAudioSamplesUnavailable(const std::shared_ptr<MediaAsset>& asset) {
+    const auto& stream = asset->AudioStream();
+    if (stream == nullptr) return;
+    stream->ClearConformedFile();
+    stream->SetSamplesAvailable(false);
+}
+
+}  // namespace ConformedAudioFileHelper
+
+}  // namespace orlo::sonrel
