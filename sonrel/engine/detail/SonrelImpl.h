@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "sonrel/contracts/project/MediaDB.h"
+
+namespace orlo::project {
+class LogFile;
+}  // namespace orlo::project
+
+namespace orlo::sonrel {
+
+class AudioMixer;
+
+/// The engine object's record. The order of its members is the reverse of the order in which they
+/// are released.
+struct SonrelImpl {
+    std::wstring mediaDatabasePath;     // absolute, native separators
+    std::wstring mediaCacheFolderPath;  // absolute, native separators
+    project::MediaDB::DatabaseStatus mediaDatabaseStatus = project::MediaDB::None;
+    int daysToKeepCacheFiles = 30;
+    std::shared_ptr<project::LogFile> mediaCacheErrorLog;
+    std::shared_ptr<AudioMixer> mixer;  // never empty once the engine stands
+};
+
+}  // namespace orlo::sonrel
