@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <atomic>
+#include <mutex>
+#include <vector>
+
+#include "sonrel/contracts/project/ConformedAudioFile.h"
+#include "sonrel/mixer/AudioMeter.h"
+#include "sonrel/mixer/AudioMixer.h"
+#include "sonrel/mixer/SampleConverter.h"
+#include "sonrel/mixer/detail/MixBlockPool.h"
+#include "sonrel/mixer/detail/Resampler.h"
+
+namespace orlo::sonrel {
+
+/// The state of a mixer between calls.
+struct AudioMixerImpl {
+    std::vector<project::ConformedAudioFile> conformedFiles;  ///< most recently used first
+    detail::MixBlockPool floatBlocks;
+    DitherType ditherType = DitherType::HighPassTriangular;
+    unsigned int ditherSeed = 0;  ///< 0 asks for one from the clock at each reset
+    SampleConverter converter{DitherType::HighPassTriangular, 0};
+    std::atomic<bool> meterSessionActive = false;  ///< the device's thread clears it at a run's end
+    AudioMeter masterMeter;
+    std::vector<AudioMeter> trackMeters;  ///< one for each track, in track order
+    std::mutex mutex;                     ///< guards reads of the project, never a rendering
+    detail::Resampler resampler;
+};
+
+/// The engine's own way to a mixer's state.
+struct AudioMixerAccess {
+    static AudioMixerImpl& Impl(const AudioMixer& mixer) { return *mixer.impl_; }
+};
+
+}  // namespace orlo::sonrel

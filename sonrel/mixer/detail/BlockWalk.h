@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+
+#include "sonrel/contracts/project/AudioVideoSettings.h"
+#include "sonrel/contracts/zrtl/Timing.h"
+#include "sonrel/mixer/detail/MixBlockPool.h"
+
+/// What sequence and composition requests have in common: the checks and the cutting into blocks.
+namespace orlo::sonrel::detail {
+
+constexpr int OUT_OF_RANGE = -1;
+constexpr int TOO_LONG = -3;
+constexpr int RATE_TOO_HIGH = -4;
+
+constexpr int HIGHEST_OVERRIDE_RATE = 96000;
+constexpr unsigned int LONGEST_REQUEST_SECONDS = 60;
+
+/// Checks a request and runs it block by block, from @p start in steps of exactly one video frame's
+/// worth of samples; the last block is the remainder. Blocks are not aligned to video frames, and
+/// their cuts can be heard in level ramps, so they are not balanced either.
+/// @param mixBlock  int(long long start, int count, short* output, int rate)
+/// @return @p count or a negative code; nothing is written on a negative one
+template <class MixBlock>
+int WalkBlocks(const project::AudioVideoSettings& settings, long long start, int count,
+               unsigned char* buffer, int rateOverride, int sampleRate, const MixBlock& mixBlock) {
+    const bool overridden = (rateOverride & 1) != 0;
+    if (overridden && sampleRate > HIGHEST_OVERRIDE_RATE) return RATE_TOO_HIGH;
+    const int rate = overridden ? sampleRate : settings.AudioSampleRateValue();
+
+    const long long total = zrtl::TotalSamples(settings.FrameCount(), rate, settings.FrameRate());
+    const int samplesPerFrame = zrtl::SamplesPerFrame(rate, settings.FrameRate());
+    if (start < 0 || start > total || count < 1 || count > total - start) return OUT_OF_RANGE;
+    const auto longest =
+        static_cast<std::int32_t>(static_cast<std::uint32_t>(rate) * LONGEST_REQUEST_SECONDS);
+    if (count > longest) return TOO_LONG;
+    // A video frame without a sample would never get on, and a block has an end.
+    if (samplesPerFrame < 1 || samplesPerFrame > MixBlockPool::BLOCK_FRAMES) return TOO_LONG;
+
+    auto* output = reinterpret_cast<short*>(buffer);
+    int done = 0;
+    while (done < count) {
+        const int chunk = count - done < samplesPerFrame ? count - done : samplesPerFrame;
+        const int mixed = mixBlock(start + done, chunk, output + 2 * done, rate);
+        if (mixed < 1) return mixed;
+        done += mixed;
+    }
+    return done;
+}
+
+}  // namespace orlo::sonrel::detail

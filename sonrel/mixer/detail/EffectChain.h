@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "sonrel/contracts/project.h"
+#include "sonrel/mixer/plugins/SampleRange.h"
+
+namespace orlo::sonrel::detail {
+
+using EffectList = project::ListChangeObserver<std::shared_ptr<project::EffectInstance>,
+                                               project::ResponseDelegate::RecordChanges>;
+
+/// What the effects of one render have in common. Positions are in object position: counted from
+/// the object's first sample on its timeline.
+struct ChainContext {
+    project::SampleRange request;     ///< what the render's caller wants
+    long long objectOffset = 0;       ///< minus the in-point
+    double objectStartSeconds = 0.0;  ///< the object's start on its timeline
+    int rate = 0;
+    zrtl::ZRID stopAtEffect;  ///< the effect before which the chain ends; null runs all
+};
+
+/// Asks the effects, last to first, which input each needs.
+///
+/// The vector is a stack: its bottom is what the caller wants, each enabled audio effect pushes
+/// what it needs of its input, and its top is what must be read from the source.
+/// @param ranges  holds the request; receives one range for each effect that will run
+/// @return length of the longest range, in samples
+long long PlanEffectRanges(const ChainContext& context, const EffectList& effects,
+                           std::vector<project::SampleRange>& ranges);
+
+/// Whether the running walk looks at the kind of a plugin. An object's list holds audio effects
+/// only; a layer's may hold others.
+enum class KindTest { Skip, Apply };
+
+/// Runs the effects, first to last, in place.
+/// @param ranges   what the plan left; each effect that runs takes one off
+/// @param samples  room for the longest range of the plan
+void RunEffects(const ChainContext& context, const EffectList& effects, KindTest kindTest,
+                std::vector<project::SampleRange>& ranges, std::vector<unsigned char>& samples);
+
+}  // namespace orlo::sonrel::detail

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <boost/shared_array.hpp>
+#include <vector>
+
+namespace orlo::sonrel::detail {
+
+/// The float accumulators of mix blocks, kept for the mixer's lifetime.
+///
+/// A request takes one block for each block that it mixes, nested compositions included, and gives
+/// none back before the next reset, so the blocks of all nesting levels are live at once. A block
+/// is zero over its whole length when it is taken; the memory behind what a block ever held is
+/// never touched, so that a long first request costs the pages it writes and no more.
+class MixBlockPool {
+public:
+    /// Floats in a block: 96000 stereo frames.
+    static constexpr int BLOCK_FLOATS = 192000;
+    static constexpr int BLOCK_FRAMES = BLOCK_FLOATS / 2;
+
+    /// Takes the next block.
+    /// @param frames  stereo frames that the caller may write, at most BLOCK_FRAMES
+    /// @return the block, held by value: the pool may grow while it is in use
+    boost::shared_array<float> Acquire(int frames);
+
+    /// Makes all blocks free again.
+    void Reset() { depth_ = 0; }
+
+    /// Blocks taken since the last reset.
+    int Depth() const { return depth_; }
+
+private:
+    struct Block {
+        boost::shared_array<float> floats;
+        int writtenFloats = 0;
+    };
+
+    std::vector<Block> blocks_;
+    int depth_ = 0;
+};
+
+}  // namespace orlo::sonrel::detail
