@@ -2,6 +2,7 @@
 #include "sonrel/mixer/detail/EffectChain.h"
 
 #include <algorithm>
+#include <climits>
 
 #include "sonrel/contracts/zrtl/Numbers.h"
 #include "sonrel/mixer/plugins/AbstractPluginAudio.h"
@@ -32,9 +33,9 @@ PluginTimes TimesOf(const SampleRange& range, const ChainContext& context) {
 
 /// Length of any range, however far apart its ends are.
 long long LengthOf(const SampleRange& range) {
-    const auto difference = static_cast<__int128>(range.endExclusive) - range.first;
-    return static_cast<long long>(
-        std::clamp<__int128>(difference, -(__int128{1} << 62), __int128{1} << 62));
+    long long length = 0;
+    if (!__builtin_sub_overflow(range.endExclusive, range.first, &length)) return length;
+    return range.endExclusive > range.first ? LLONG_MAX : LLONG_MIN;
 }
 
 bool IsStop(const project::EffectInstance& effect, const zrtl::ZRID& stop) {
