@@ -19,6 +19,8 @@ class CompositionAsset;
 class SONREL_EXPORT LayerBase {
 public:
     LayerBase();
+    /// Properties are copied and effects are shared. The copy has the same identity and belongs to
+    /// no composition.
     LayerBase(LayerBase const& source);
     LayerBase& operator=(LayerBase const&) = delete;
     virtual ~LayerBase();
@@ -34,6 +36,8 @@ protected:
     bool muted_ = false;
     bool visible_ = true;
     zrtl::ZRID parent_;
+    /// How many compositions of that identity hold the layer: one, and its copies.
+    int holders_ = 0;
 };
 
 /// A layer of a composition. It covers the frames from StartFrame, inclusive, to EndFrame,
@@ -47,7 +51,8 @@ public:
     zrtl::ZRID const& ID() const;
     int StartFrame() const;
     int EndFrame() const;
-    /// Milliseconds on the composition's clock: RoundHalfAway(StartFrame / FrameRate * 1000).
+    /// Milliseconds on the composition's clock: RoundHalfAway(StartFrame / FrameRate * 1000);
+    /// 0 for a layer without a composition.
     int StartTime(AssetList const& assets) const;
     /// The composition that holds the layer, or an empty pointer.
     std::shared_ptr<CompositionAsset> ParentComposition(AssetList const& assets) const;
@@ -69,7 +74,7 @@ public:
     void SetRange(int startFrame, int endFrame);
     void SetMuted(bool muted);
     void SetVisible(bool visible);
-    /// Appends an effect of this plugin. @throws std::invalid_argument when it is empty
+    /// Appends an effect of this plugin. @throws std::invalid_argument as EffectInstance
     std::shared_ptr<EffectInstance> AddEffect(std::shared_ptr<AbstractPlugin> plugin);
 };
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "sonrel/Export.h"
 #include "sonrel/contracts/project/AbstractAssetInstance.h"
@@ -20,6 +21,8 @@ class SequenceObjectList;
 class SONREL_EXPORT SequenceObjectBase {
 public:
     SequenceObjectBase();
+    /// Properties are copied; effects and transitions are shared. The copy has the same identity
+    /// and stands on no track.
     SequenceObjectBase(SequenceObjectBase const& source);
     SequenceObjectBase& operator=(SequenceObjectBase const&) = delete;
     virtual ~SequenceObjectBase();
@@ -34,7 +37,8 @@ protected:
     ListChangeObserver<std::shared_ptr<EffectInstance>, ResponseDelegate::RecordChanges> effects_;
     std::shared_ptr<Transition> incoming_;
     std::shared_ptr<Transition> outgoing_;
-    SequenceObjectList* list_ = nullptr;
+    /// The lists that hold the object: one, and those that were copied from it.
+    std::vector<SequenceObjectList*> lists_;
 };
 
 /// An object placed on a track. It covers the frames from StartFrame, inclusive, to EndFrame,

@@ -14,6 +14,7 @@ class CompositionAsset;
 class SONREL_EXPORT AssetAudioObject : public AudioObject {
 public:
     explicit AssetAudioObject(zrtl::ZRID const& asset);
+    /// @param composition  shown by the copy in place of the asset of @p source, when not empty
     AssetAudioObject(AssetAudioObject const& source,
                      std::shared_ptr<CompositionAsset> const& composition = {}, bool = false,
                      int = 0);

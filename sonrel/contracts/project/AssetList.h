@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <unordered_map>
 
 #include "sonrel/Export.h"
 #include "sonrel/contracts/project/AbstractAsset.h"
@@ -16,11 +17,12 @@ class MediaManager;
 class SONREL_EXPORT AssetList {
 public:
     AssetList();
+    /// Shares the assets of @p source; the manager is not used.
     AssetList(AssetList const& source, std::weak_ptr<MediaManager> const& manager = {}, int = 0);
     AssetList& operator=(AssetList const&) = delete;
     ~AssetList();
 
-    /// Every asset, in list order.
+    /// Every asset, in list order. Adding to the list is the same as Add.
     ListChangeObserver<std::shared_ptr<AbstractAsset>, ResponseDelegate::None>& All();
 
     /// Adds an asset.
@@ -33,7 +35,13 @@ public:
     std::shared_ptr<AbstractAsset> FindByID(zrtl::ZRID const& id) const;
 
 private:
+    void WatchAssets();
+    void Admit(std::shared_ptr<AbstractAsset> const& asset);
+    void Release(std::shared_ptr<AbstractAsset> const& asset);
+    void Enter(std::shared_ptr<AbstractAsset> const& asset);
+
     ListChangeObserver<std::shared_ptr<AbstractAsset>, ResponseDelegate::None> all_;
+    std::unordered_map<zrtl::ZRID, std::shared_ptr<AbstractAsset>> byId_;
 };
 
 }  // namespace orlo::project

@@ -20,6 +20,8 @@ class EditorSequence;
 class SONREL_EXPORT AudioTrack : public AbstractSequenceTrack {
 public:
     AudioTrack();
+    /// Properties and flags are copied, the objects are shared and the identity is the same; the
+    /// other arguments are not used.
     AudioTrack(AudioTrack const& source,
                std::unordered_map<zrtl::ZRID, std::shared_ptr<CompositionAsset>> compositions = {},
                EditorSequence* sequence = nullptr, int = 0);

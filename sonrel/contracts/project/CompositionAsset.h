@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "sonrel/Export.h"
 #include "sonrel/contracts/project/AbstractAsset.h"
@@ -17,7 +18,9 @@ class MediaManager;
 /// A composition: settings and a stack of layers. It never contains itself, at any depth.
 class SONREL_EXPORT CompositionAsset : public AbstractAsset {
 public:
+    /// No layers; the settings of a new AudioVideoSettings.
     CompositionAsset();
+    /// The copy has the same identity and settings, shares the layers and is in no asset list.
     CompositionAsset(CompositionAsset const& source,
                      std::weak_ptr<MediaManager> const& manager = {}, int = 0);
     CompositionAsset& operator=(CompositionAsset const&) = delete;
@@ -25,11 +28,13 @@ public:
 
     zrtl::ZRID const& ID() const override;
     int AssetType() const override { return 1; }
+    /// True when one of the layers has audio.
     bool HasAudio() const override;
+    /// Always true: a composition has a picture, if only an empty one.
     bool HasVideo() const override;
 
     AudioVideoSettings& Settings();
-    /// The layers, in list order.
+    /// The layers, in list order. Adding to the list is the same as AddLayer.
     ListChangeObserver<std::shared_ptr<AbstractLayer>, ResponseDelegate::RecordChanges>& Layers();
 
     /// Appends a layer and becomes its parent.
@@ -43,10 +48,14 @@ public:
 private:
     friend class AssetList;
 
+    void WatchLayers();
+    void AdmitLayer(std::shared_ptr<AbstractLayer> const& layer);
+
     zrtl::ZRID id_;
     AudioVideoSettings settings_;
     ListChangeObserver<std::shared_ptr<AbstractLayer>, ResponseDelegate::RecordChanges> layers_;
-    AssetList* assets_ = nullptr;
+    /// The asset lists that hold the composition: one, and those that were copied from it.
+    std::vector<AssetList*> lists_;
 };
 
 }  // namespace orlo::project

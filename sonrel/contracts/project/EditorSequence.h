@@ -18,7 +18,10 @@ class CompositionAsset;
 /// The editing timeline: settings, audio tracks and a master track.
 class SONREL_EXPORT EditorSequence {
 public:
+    /// No tracks but the master track; the settings of a new AudioVideoSettings.
     EditorSequence();
+    /// Settings are copied, the tracks are shared and the identity is the same; the other arguments
+    /// are not used.
     EditorSequence(
         EditorSequence const& source,
         std::unordered_map<zrtl::ZRID, std::shared_ptr<CompositionAsset>> compositions = {},

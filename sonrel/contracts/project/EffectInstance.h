@@ -12,9 +12,10 @@ namespace orlo::project {
 /// One effect on an object or layer.
 class SONREL_EXPORT EffectInstance : public AbstractPluginInstance {
 public:
-    /// @param plugin  never empty
+    /// @param plugin  never empty; one of kind 1 is an AbstractPluginAudio
     /// @throws std::invalid_argument otherwise
     explicit EffectInstance(std::shared_ptr<AbstractPlugin> plugin);
+    /// Shares the plugin and has the same identity.
     EffectInstance(EffectInstance& source, int = 0);
     EffectInstance& operator=(EffectInstance const&) = delete;
     ~EffectInstance() override;

@@ -18,13 +18,21 @@ struct None {};
 struct RecordChanges {};
 }  // namespace ResponseDelegate
 
-/// A list of a project's parts. Its owner may look at each item before it enters.
+/// A list of a project's parts. Its owner may look at each item before it enters, and hears of
+/// each that leaves.
 ///
 /// Not safe for concurrent change: edit while nothing mixes.
 template <class T, class D>
 class ListChangeObserver {
 public:
     using Items = zrtl::ZRList<T, zrtl::ZRListItemDelegate::Null>;
+
+    ListChangeObserver() = default;
+    /// A copy has the items and their history; its own owner is still to be set.
+    ListChangeObserver(const ListChangeObserver& source)
+        : items_(source.items_), changeCount_(source.changeCount_) {}
+    /// Not assignable: items enter one by one, past the owner.
+    ListChangeObserver& operator=(const ListChangeObserver&) = delete;
 
     std::size_t size() const { return items_.size(); }
     bool empty() const { return items_.empty(); }
@@ -51,7 +59,12 @@ public:
     void Insert(std::size_t index, T item) {
         if (index > items_.size()) throw std::out_of_range("no such place in the list");
         if (admit_) admit_(item);
-        items_.insert(items_.begin() + static_cast<std::ptrdiff_t>(index), std::move(item));
+        try {
+            items_.insert(items_.begin() + static_cast<std::ptrdiff_t>(index), item);
+        } catch (...) {
+            if (release_) release_(item);
+            throw;
+        }
         ++changeCount_;
     }
 
@@ -59,8 +72,10 @@ public:
     bool Remove(const T& item) {
         for (auto at = items_.begin(); at != items_.end(); ++at) {
             if (!(*at == item)) continue;
+            const T removed = *at;
             items_.erase(at);
             ++changeCount_;
+            if (release_) release_(removed);
             return true;
         }
         return false;
@@ -79,8 +94,10 @@ public:
     }
 
     void Clear() {
-        items_.clear();
+        const Items removed = std::exchange(items_, Items());
         ++changeCount_;
+        if (!release_) return;
+        for (const T& item : removed) release_(item);
     }
 
     /// Edits so far.
@@ -89,10 +106,14 @@ public:
     /// Sets what the owner asks of an item before it enters: the function throws to refuse it.
     void SetAdmission(std::function<void(const T&)> admit) { admit_ = std::move(admit); }
 
+    /// Sets what the owner does with an item that has left; the function does not throw.
+    void SetRelease(std::function<void(const T&)> release) { release_ = std::move(release); }
+
 private:
     Items items_;
     unsigned long long changeCount_ = 0;
     std::function<void(const T&)> admit_;
+    std::function<void(const T&)> release_;
 };
 
 }  // namespace orlo::project

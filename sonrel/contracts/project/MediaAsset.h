@@ -20,6 +20,8 @@ public:
     /// @param manager   the manager whose locks the cache work on this file takes
     /// @param filename  full path of the media file
     MediaAsset(std::shared_ptr<orlo::project::MediaManager> const& manager, std::wstring filename);
+    /// The copy has the same identity and its own copies of the streams.
+    /// @param manager  the copy's manager; that of @p source when empty
     MediaAsset(MediaAsset const& source,
                std::weak_ptr<orlo::project::MediaManager> const& manager = {}, int = 0);
     MediaAsset& operator=(MediaAsset const&) = delete;

@@ -19,6 +19,7 @@ class SONREL_EXPORT MediaAudioStream {
 public:
     /// @param nativeRate   the media file's own rate, hertz
     /// @param nativeCount  its length at that rate
+    /// @throws std::invalid_argument when one of them is negative
     MediaAudioStream(int nativeRate, long long nativeCount, ZRAudioCodec codec);
 
     ZRAudioCodec Codec() const;
@@ -64,6 +65,7 @@ public:
     void SetMergedSampleRange(long long first, long long end);
     void ClearMergedSampleRange();
     /// Overrides the length that SetConformedFile read.
+    /// @throws std::invalid_argument when negative
     void SetConformedSampleCount(long long count);
 
 private:

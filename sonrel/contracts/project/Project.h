@@ -19,6 +19,7 @@ class SONREL_EXPORT Project {
 public:
     /// No assets, a sequence of 0 frames at 25 frames a second and 48000 Hz, a media manager.
     Project();
+    /// Shares assets, sequence and manager of @p source; the list of assets is the copy's own.
     Project(Project const& source, int = 0);
     Project& operator=(Project const&) = delete;
     ~Project();

@@ -39,7 +39,8 @@ public:
     /// Stores a static value.
     void SetStaticValue(char const* key, PropertyValue const& value);
 
-    /// Stores a value at a time, in place of one that is there already.
+    /// Stores a value at a time, in place of one that is there already. A property that did not
+    /// exist takes the value as its static one too.
     /// @throws std::invalid_argument when the alternative differs from that of the other keys, or a
     ///         float or double is not finite
     void SetKeyframe(char const* key, int timeMs, PropertyValue const& value);

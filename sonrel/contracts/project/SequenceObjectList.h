@@ -18,6 +18,8 @@ class EditorSequence;
 class SONREL_EXPORT SequenceObjectList {
 public:
     SequenceObjectList();
+    /// Shares the objects of @p source, which from then on keep clear of the neighbours that they
+    /// have in either list; the other arguments are not used.
     SequenceObjectList(
         SequenceObjectList const& source,
         std::unordered_map<zrtl::ZRID, std::shared_ptr<CompositionAsset>> compositions = {},
@@ -42,9 +44,11 @@ public:
 private:
     friend class AbstractSequenceObject;
 
-    void Place(AbstractSequenceObject& object, int startFrame, int endFrame);
+    void RefuseOverlap(AbstractSequenceObject const* object, int startFrame, int endFrame) const;
+    void SortByStart();
 
     std::vector<std::shared_ptr<AbstractSequenceObject>> objects_;
+    std::unordered_map<zrtl::ZRID, std::shared_ptr<AbstractSequenceObject>> byId_;
 };
 
 }  // namespace orlo::project

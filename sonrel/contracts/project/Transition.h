@@ -20,9 +20,10 @@ public:
     /// @param length              frames, above 0
     /// @param relativeStartFrame  frames from the join: from the start frame of the object that is
     ///                            entered, from the end frame of the object that is left
-    /// @throws std::invalid_argument for an empty plugin or a length below 1
+    /// @throws std::invalid_argument for an empty plugin, one of another class, or a length below 1
     Transition(std::shared_ptr<AbstractPlugin> plugin, zrtl::ZRID const& from, zrtl::ZRID const& to,
                int length, int relativeStartFrame);
+    /// Shares the plugin and has the same identity.
     Transition(Transition& source, int = 0);
     Transition& operator=(Transition const&) = delete;
     ~Transition() override;
@@ -45,7 +46,8 @@ private:
 };
 
 /// Joins two objects of one track with a transition: outgoing of the one, incoming of the other.
-/// @throws std::invalid_argument when the list does not hold both
+/// @throws std::invalid_argument when the list does not hold both or they are one, and as
+///         Transition
 SONREL_EXPORT std::shared_ptr<Transition> JoinWithTransition(SequenceObjectList& objects,
                                                              zrtl::ZRID const& from,
                                                              zrtl::ZRID const& to,

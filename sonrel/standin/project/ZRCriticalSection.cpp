@@ -7,6 +7,7 @@ ZRLockTypeBase::~ZRLockTypeBase() = default;
 
 ZRCriticalSection::ZRCriticalSection() = default;
 ZRCriticalSection::~ZRCriticalSection() = default;
+
 void ZRCriticalSection::Lock() {
     mutex_.lock();
 }
