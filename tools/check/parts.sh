@@ -1,0 +1,92 @@
+# SPDX-License-Identifier: MIT
+# Sourced by ./test and ./check after steps.sh: the parts that they are put together from.
+
+sources() {
+    git ls-files --cached --others --exclude-standard '*.cpp' '*.h' 2>/dev/null ||
+        find . -path ./build -prune -o \( -name '*.cpp' -o -name '*.h' \) -print
+}
+
+formatting() { sources | xargs clang-format-14 --dry-run -Werror; }
+
+# What needs no build.
+tree_checks() {
+    check "Formatting" formatting
+    check "Include table knows good from bad" tools/check/check_layers.py --self-test
+    check "Include table" tools/check/check_layers.py
+}
+
+release_tests() {
+    require "Configure" configure release
+    require "Build" build release
+    check "Each public header compiles alone" build release all_verify_interface_header_sets
+    check "Exported names" tools/check/check_exports.py build/release
+    count_tests "All tests, release build" run_tests release .
+}
+
+# What a host sees: the installed tree, through CMake and through pkg-config.
+installed_view() {
+    local stage=$PWD/build/stage
+    rm -rf "$stage" build/consumer
+    require "Install" cmake --install build/release --prefix "$stage" --strip
+    check "Every public header is installed" tools/check/check_installed.py "$stage/include"
+    check "Consumer project, by CMake" consumer_by_cmake "$stage"
+    check "Consumer project, by pkg-config" consumer_by_pkg_config "$stage"
+    check "The installed program starts" "$stage/bin/sonrel" --version
+}
+
+consumer_by_cmake() {
+    cmake -S tests/consumer -B build/consumer -G Ninja -DCMAKE_PREFIX_PATH="$1" >/dev/null &&
+        cmake --build build/consumer && build/consumer/consumer
+}
+
+consumer_by_pkg_config() {
+    local folder
+    folder=$(dirname "$(find "$1" -name sonrel.pc)")
+    # shellcheck disable=SC2046  # the flags are words
+    c++ tests/consumer/main.cpp -o build/consumer/by-pkg-config \
+        $(PKG_CONFIG_PATH=$folder pkg-config --cflags --libs sonrel) &&
+        LD_LIBRARY_PATH=$(dirname "$folder") build/consumer/by-pkg-config
+}
+
+# The address sanitizer is told to look for leaks at the end of each test, too.
+sanitizer_tests() {
+    require "Configure with ASan and UBSan" configure asan
+    require "Build with ASan and UBSan" build asan tests-unit tests-scenario
+    export ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1
+    export UBSAN_OPTIONS=print_stacktrace=1
+    count_tests "Unit and scenario tests under ASan and UBSan" run_tests asan 'unit|scenario'
+
+    # The thread sanitizer wants its own places in memory, which a randomised layout may occupy.
+    require "Configure with TSan" configure tsan
+    require "Build with TSan" setarch -R cmake --build --preset tsan --target tests-concurrent
+    export TSAN_OPTIONS=halt_on_error=1:suppressions=$PWD/tools/check/tsan.supp
+    count_tests "Concurrent tests under TSan" setarch -R \
+        ctest --test-dir build/tsan --output-on-failure --no-tests=error -j "$(nproc)" -L concurrent
+}
+
+# Warnings are errors in our presets, so that a build is the check.
+second_compiler() {
+    require "Configure with Clang" clang_configure
+    check "Build with Clang, free of warnings" cmake --build build/clang
+}
+
+clang_configure() {
+    cmake --preset release -B build/clang -DCMAKE_CXX_COMPILER=clang++-14 \
+        -DSONREL_BUILD_BENCHMARKS=ON -DSONREL_BUILD_FUZZERS=ON >build/configure-clang.log 2>&1 ||
+        { cat build/configure-clang.log; return 1; }
+}
+
+# clang-tidy reads the commands of the Clang build.
+tidy() { check "clang-tidy" tidy_sources; }
+
+tidy_sources() {
+    sources | grep -E '^(\./)?(sonrel|host|examples)/.*\.cpp$' |
+        xargs -P "$(nproc)" -n 4 clang-tidy-14 -p build/clang --quiet --warnings-as-errors='*'
+}
+
+packages() { check "Debian packages" build_packages; }
+
+build_packages() {
+    (cd build/release && cpack -B ../packages >../cpack.log 2>&1) || { cat build/cpack.log; return 1; }
+    ls -l build/packages/*.deb
+}
