@@ -32,11 +32,13 @@ struct FilterRead {
     int frames = 0;       ///< frames to read; below 1 when there is nothing left
 };
 
+/// A start in front of the source leaves nothing to read.
 FilterRead PlanFilterRead(long long start, int wanted, long long total) {
+    if (start < 0) return {};
     const int margin = start < FILTER_MARGIN ? 0 : FILTER_MARGIN;
     const long long begin = start - margin;
-    long long span = static_cast<long long>(wanted) + 2 * FILTER_MARGIN;
-    if (begin > total - span) span = total - begin;
+    const long long span =
+        std::min<long long>(static_cast<long long>(wanted) + 2 * FILTER_MARGIN, total - begin);
     if (span < 1 || span > INT_MAX / FRAME_BYTES) return {begin, margin, 0};
     return {begin, margin, static_cast<int>(span)};
 }
@@ -63,8 +65,8 @@ int ReadStreamSamples(const project::MediaAudioStream& stream,
         done = static_cast<int>(std::min<long long>(count, first - start));
         std::memset(buffer, 0, static_cast<std::size_t>(done) * FRAME_BYTES);
     }
-    if (done < count && start + done < first + file.SampleCount()) {
-        const long long position = start + done - first;
+    const long long position = start + done - first;
+    if (done < count && position < file.SampleCount()) {
         const int wanted =
             static_cast<int>(std::min<long long>(count - done, file.SampleCount() - position));
         int fromFile = 0;
