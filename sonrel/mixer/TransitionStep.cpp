@@ -35,7 +35,8 @@ Neighbour RenderNeighbour(AudioMixerImpl& mixer, const TrackBlock& block, const 
 }
 
 void Run(AudioMixerImpl& mixer, const TrackBlock& block, project::Transition& transition,
-         Direction direction, int joinFrame, int frames, std::vector<unsigned char>& samples) {
+         Direction direction, long long joinFrame, int frames,
+         std::vector<unsigned char>& samples) {
     const bool entered = direction == Direction::Entered;
     Neighbour neighbour =
         RenderNeighbour(mixer, block, entered ? transition.FromObject() : transition.ToObject());
@@ -43,7 +44,8 @@ void Run(AudioMixerImpl& mixer, const TrackBlock& block, project::Transition& tr
     const double frameRate = block.sequence->Settings().FrameRate();
     const double msPerFrame = project::AudioVideoSettings::MsPerFrame(frameRate);
     const double samplesPerFrame = block.rate / frameRate;  // exact, not cut to whole samples
-    const int relativeStart = transition.RelativeStartFrame();
+    const long long relativeStart = transition.RelativeStartFrame();
+    const long long position = block.frame - joinFrame - relativeStart;
     const int length = transition.Length();
 
     const auto plugin = transition.Plugin();
@@ -53,24 +55,25 @@ void Run(AudioMixerImpl& mixer, const TrackBlock& block, project::Transition& tr
         &transition, static_cast<int>(direction), CHANNELS, block.rate, BITS_PER_SAMPLE,
         entered ? neighbour.Data() : own, entered ? neighbour.count : frames,
         entered ? own : neighbour.Data(), entered ? frames : neighbour.count, own, frames,
-        zrtl::TruncToInt32((block.frame - joinFrame - relativeStart) * msPerFrame),
+        zrtl::TruncToInt32(static_cast<double>(position) * msPerFrame),
         zrtl::TruncToInt32(length * msPerFrame), zrtl::TruncToInt32(length * samplesPerFrame),
-        zrtl::TruncToInt32(-relativeStart * msPerFrame));
+        zrtl::TruncToInt32(static_cast<double>(-relativeStart) * msPerFrame));
 }
 
 }  // namespace
 
 void ApplyTransition(AudioMixerImpl& mixer, const TrackBlock& block, project::AudioObject& object,
                      int frames, std::vector<unsigned char>& samples) {
+    const long long start = object.StartFrame();
     const auto& incoming = object.IncomingTransition();
-    if (incoming &&
-        block.frame < object.StartFrame() + incoming->RelativeStartFrame() + incoming->Length()) {
-        Run(mixer, block, *incoming, Direction::Entered, object.StartFrame(), frames, samples);
+    if (incoming && block.frame < start + incoming->RelativeStartFrame() + incoming->Length()) {
+        Run(mixer, block, *incoming, Direction::Entered, start, frames, samples);
         return;
     }
+    const long long end = object.EndFrame();
     const auto& outgoing = object.OutgoingTransition();
-    if (outgoing && block.frame >= object.EndFrame() + outgoing->RelativeStartFrame()) {
-        Run(mixer, block, *outgoing, Direction::Left, object.EndFrame(), frames, samples);
+    if (outgoing && block.frame >= end + outgoing->RelativeStartFrame()) {
+        Run(mixer, block, *outgoing, Direction::Left, end, frames, samples);
     }
 }
 
