@@ -20,7 +20,7 @@ constexpr int FRAME_BYTES = 4;
 constexpr long long LONGEST_EFFECT_RANGE = 1 << 24;
 
 /// Positions further out than any timeline reaches; sums of a few of them do not overflow.
-constexpr long long FURTHEST_POSITION = LLONG_MAX / 4;
+constexpr long long FURTHEST_POSITION = LLONG_MAX / 8;
 
 long long CutToReach(long long position) {
     return std::clamp(position, -FURTHEST_POSITION, FURTHEST_POSITION);
@@ -66,11 +66,13 @@ bool ReadSource(AudioMixerImpl& mixer, const std::shared_ptr<project::Project>& 
 int Render(AudioMixerImpl& mixer, const std::shared_ptr<project::Project>& project,
            const Instance& instance, long long start, int count, int rate,
            std::vector<unsigned char>& samples, const zrtl::ZRID& stopAtEffect) {
+    if (!instance.asset) return -1;
     // The object's start is rounded and the in-point is cut, so an object that shows its source
     // from frame n can begin one sample before the source's frame n.
     const long long objectStart =
-        zrtl::ObjectStartSample(instance.startFrame, rate, instance.frameRate);
-    const long long inPoint = zrtl::InPointSample(instance.inPointFrame, rate, instance.frameRate);
+        CutToReach(zrtl::ObjectStartSample(instance.startFrame, rate, instance.frameRate));
+    const long long inPoint =
+        CutToReach(zrtl::InPointSample(instance.inPointFrame, rate, instance.frameRate));
     const long long position = CutToReach(start) + inPoint - objectStart;
     if (position < 0) return -1;
 
@@ -90,7 +92,10 @@ int Render(AudioMixerImpl& mixer, const std::shared_ptr<project::Project>& proje
     if (ranges.back().endExclusive < ranges.back().first) return -1;
     if (!ReadSource(mixer, project, instance, context, ranges.back(), samples)) return -1;
     RunEffects(context, instance.effects, instance.kindTest, ranges, samples);
-    return static_cast<int>(ranges.back().endExclusive - ranges.back().first);
+    // An effect that was switched off between the two walks leaves its own range on the stack,
+    // which may be longer than what was asked for.
+    const long long delivered = ranges.back().endExclusive - ranges.back().first;
+    return static_cast<int>(std::min<long long>(delivered, count));
 }
 
 }  // namespace
@@ -117,10 +122,12 @@ int RenderLayer(AudioMixerImpl& mixer, const std::shared_ptr<project::Project>& 
                 int rate, std::vector<unsigned char>& samples, const zrtl::ZRID& stopAtEffect) {
     if (layer->LayerType() != 0 || !layer->HasAudio()) return -1;
     project::AssetList& assets = project->Assets();
+    const auto parent = layer->ParentComposition(assets);
+    if (!parent) return -1;
     const Instance instance{.asset = layer->Asset(assets),
                             .startFrame = layer->StartFrame(),
                             .inPointFrame = layer->SourceStartFrame(),
-                            .frameRate = layer->ParentComposition(assets)->Settings().FrameRate(),
+                            .frameRate = parent->Settings().FrameRate(),
                             .startSeconds = layer->StartTime(assets) / 1000.0,
                             .effects = layer->Effects(),
                             .animation = layer->Animation(),
