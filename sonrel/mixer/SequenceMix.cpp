@@ -46,9 +46,10 @@ TrackLevels ReadTrackLevels(std::mutex& mutex, project::AudioObject& object,
                             project::AudioTrack& track, const BlockTimes& times,
                             double objectStartSeconds) {
     const std::lock_guard lock(mutex);
-    const BlockLevels own = ReadLevels(object.Animation(), times.Since(objectStartSeconds));
-    const BlockLevels track_ = ReadLevels(track.Animation(), times);
-    return {{track_.start + own.start, track_.end + own.end}, StereoBalance(track.Animation())};
+    const BlockLevels ofObject = ReadLevels(object.Animation(), times.Since(objectStartSeconds));
+    const BlockLevels ofTrack = ReadLevels(track.Animation(), times);
+    const float balance = StereoBalance(track.Animation());
+    return {{ofTrack.start + ofObject.start, ofTrack.end + ofObject.end}, balance};
 }
 
 bool IsMuted(std::mutex& mutex, const project::AudioTrack& track) {
