@@ -1,0 +1,219 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/caches/LogFile.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <chrono>
+#include <ctime>
+#include <filesystem>
+#include <future>
+#include <regex>
+#include <thread>
+
+#include "tests/support/TempFolder.h"
+
+namespace {
+
+using orlo::project::LogFile;
+using orlo::test::NamesIn;
+using orlo::test::ReadLines;
+using orlo::test::ReadText;
+using orlo::test::TempFolder;
+using orlo::test::WriteText;
+using testing::AnyOf;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+
+constexpr std::size_t STAMP_LENGTH = 19;  // "[dd.MM.yy] [hh.mm] "
+
+std::string Stamp() {
+    const std::time_t now = std::time(nullptr);
+    char text[32];
+    std::strftime(text, sizeof(text), "[%d.%m.%y] [%H.%M] ", std::localtime(&now));
+    return text;
+}
+
+/// Sets the local time zone for the length of a scope.
+class TimeZone {
+public:
+    explicit TimeZone(const char* zone) {
+        if (const char* before = std::getenv("TZ")) before_ = before;
+        Set(zone);
+    }
+    ~TimeZone() { Set(before_.empty() ? nullptr : before_.c_str()); }
+
+private:
+    static void Set(const char* zone) {
+        if (zone != nullptr) {
+            ::setenv("TZ", zone, 1);
+        } else {
+            ::unsetenv("TZ");
+        }
+        ::tzset();
+    }
+
+    std::string before_;
+};
+
+/// Runs a piece of work that could wait for ever in a broken build.
+void ExpectToEnd(const std::function<void()>& work) {
+    std::promise<void> done;
+    auto end = done.get_future();
+    std::thread thread([&work, &done] {
+        work();
+        done.set_value();
+    });
+    if (end.wait_for(std::chrono::seconds(30)) != std::future_status::ready) {
+        thread.detach();
+        FAIL() << "the call does not come back";
+    }
+    thread.join();
+}
+
+TEST(LogFile, ALineIsDateTimeMessageAndLineFeed) {
+    TempFolder folder;
+    LogFile log(folder.Wide("log.txt"));
+
+    log.Write(L"Could not save: /media/a.mov /cache/9b2c.xwmc");
+
+    EXPECT_THAT(ReadText(folder / "log.txt"),
+                MatchesRegex("\\[[0-9]{2}\\.[0-9]{2}\\.[0-9]{2}\\] \\[[0-9]{2}\\.[0-9]{2}\\] "
+                             "Could not save: /media/a\\.mov /cache/9b2c\\.xwmc\n"));
+}
+
+TEST(LogFile, TheStampIsLocalTime) {
+    for (const char* zone : {"EAST-11:30", "WEST+10:30"}) {
+        const TimeZone here(zone);
+        TempFolder folder;
+        LogFile log(folder.Wide("log.txt"));
+
+        const std::string before = Stamp();
+        log.Write(L"message");
+        const std::string after = Stamp();
+
+        EXPECT_THAT(ReadText(folder / "log.txt"), AnyOf(before + "message\n", after + "message\n"));
+    }
+}
+
+TEST(LogFile, LinesAreAppendedToWhatIsThere) {
+    TempFolder folder;
+    WriteText(folder / "log.txt", "from before\n");
+    LogFile log(folder.Wide("log.txt"));
+
+    log.Write(L"one");
+    log.Write(L"two");
+
+    const auto lines = ReadLines(folder / "log.txt");
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_EQ(lines[0], "from before");
+    EXPECT_EQ(lines[1].substr(STAMP_LENGTH), "one");
+    EXPECT_EQ(lines[2].substr(STAMP_LENGTH), "two");
+}
+
+TEST(LogFile, NamesOutsideAsciiStandInUtf8) {
+    TempFolder folder;
+    LogFile log(folder.Wide("Fehler \xC3\xBC.txt"));
+
+    log.Write(L"Could not save: /media/Gr\u00FC\u00DFe \U0001F3B5.mov");
+
+    EXPECT_EQ(ReadText(folder / "Fehler \xC3\xBC.txt").substr(STAMP_LENGTH),
+              "Could not save: /media/Gr\xC3\xBC\xC3\x9F"
+              "e \xF0\x9F\x8E\xB5.mov\n");
+}
+
+TEST(LogFile, NothingIsWrittenBeforeTheFirstLine) {
+    TempFolder folder;
+
+    LogFile log(folder.Wide("log.txt"));
+
+    EXPECT_THAT(NamesIn(folder.Path()), IsEmpty());
+}
+
+TEST(LogFile, AnEmptyPathWritesNothing) {
+    TempFolder folder;
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.Path());
+    LogFile log(L"");
+
+    log.Write(L"message");
+
+    EXPECT_THAT(NamesIn(folder.Path()), IsEmpty());
+    std::filesystem::current_path(before);
+}
+
+TEST(LogFile, InAFolderThatDoesNotExistNothingIsWrittenAndNoFolderMade) {
+    TempFolder folder;
+    LogFile log(folder.Wide("missing/log.txt"));
+
+    log.Write(L"message");
+
+    EXPECT_THAT(NamesIn(folder.Path()), IsEmpty());
+}
+
+TEST(LogFile, ADeletedLogIsMadeAnewAtTheNextLine) {
+    TempFolder folder;
+    LogFile log(folder.Wide("log.txt"));
+    log.Write(L"one");
+    std::filesystem::remove(folder / "log.txt");
+
+    log.Write(L"two");
+
+    const auto lines = ReadLines(folder / "log.txt");
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].substr(STAMP_LENGTH), "two");
+}
+
+TEST(LogFile, ALongMessageStaysWhole) {
+    TempFolder folder;
+    LogFile log(folder.Wide("log.txt"));
+
+    log.Write(std::wstring(1000000, L'x'));
+
+    EXPECT_EQ(ReadText(folder / "log.txt").substr(STAMP_LENGTH), std::string(1000000, 'x') + "\n");
+}
+
+TEST(LogFile, ANamedPipeInItsPlaceIsLeftAloneAndNeverWaitedFor) {
+    TempFolder folder;
+    ASSERT_EQ(::mkfifo((folder / "log.txt").c_str(), 0600), 0);
+    LogFile log(folder.Wide("log.txt"));
+
+    ExpectToEnd([&] { log.Write(L"message"); });
+
+    EXPECT_TRUE(std::filesystem::is_fifo(folder / "log.txt"));
+}
+
+TEST(LogFile, ALinkToANamedPipeIsNotWaitedForEither) {
+    TempFolder folder;
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+    std::filesystem::create_symlink("pipe", folder / "log.txt");
+    LogFile log(folder.Wide("log.txt"));
+
+    ExpectToEnd([&] { log.Write(L"message"); });
+
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "log.txt"));
+}
+
+TEST(LogFile, AFolderInItsPlaceDropsTheLine) {
+    TempFolder folder;
+    std::filesystem::create_directory(folder / "log.txt");
+    LogFile log(folder.Wide("log.txt"));
+
+    log.Write(L"message");
+
+    EXPECT_THAT(NamesIn(folder / "log.txt"), IsEmpty());
+}
+
+TEST(LogFile, ALinkIsFollowedToItsFile) {
+    TempFolder folder;
+    WriteText(folder / "elsewhere.txt", "");
+    std::filesystem::create_symlink("elsewhere.txt", folder / "log.txt");
+    LogFile log(folder.Wide("log.txt"));
+
+    log.Write(L"message");
+
+    EXPECT_EQ(ReadText(folder / "elsewhere.txt").substr(STAMP_LENGTH), "message\n");
+}
+
+}  // namespace

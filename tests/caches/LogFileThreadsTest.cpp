@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "sonrel/caches/LogFile.h"
+#include "tests/support/TempFolder.h"
+
+namespace {
+
+using orlo::project::LogFile;
+using orlo::test::ReadLines;
+using orlo::test::TempFolder;
+using testing::UnorderedElementsAreArray;
+
+constexpr std::size_t STAMP_LENGTH = 19;  // "[dd.MM.yy] [hh.mm] "
+
+TEST(LogFileThreads, ThreadsWriteWholeLines) {
+    constexpr int THREADS = 8;
+    constexpr int LINES = 250;
+    TempFolder folder;
+    LogFile log(folder.Wide("log.txt"));
+    const auto message = [](int thread, int line) {
+        return L"thread " + std::to_wstring(thread) + L" line " + std::to_wstring(line) +
+               std::wstring(200, L'.');
+    };
+
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < THREADS; ++thread) {
+        threads.emplace_back([&, thread] {
+            for (int line = 0; line < LINES; ++line) log.Write(message(thread, line));
+        });
+    }
+    for (auto& thread : threads) thread.join();
+
+    std::vector<std::string> expected;
+    for (int thread = 0; thread < THREADS; ++thread) {
+        for (int line = 0; line < LINES; ++line) {
+            expected.push_back(zrtl::ToUtf8(message(thread, line)));
+        }
+    }
+    auto lines = ReadLines(folder / "log.txt");
+    for (auto& line : lines) line.erase(0, STAMP_LENGTH);
+    EXPECT_THAT(lines, UnorderedElementsAreArray(expected));
+}
+
+}  // namespace

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "sonrel/contracts/project/MediaDB.h"
+
+namespace orlo::test {
+
+/// The media database of a test program: the bodies of `MediaDB` over lists in memory, one database
+/// for all connections, whatever paths they name. It has no age: every record is always due.
+///
+/// An operation is named as the member function, "MediaDB" the constructor.
+class FakeMediaDB {
+public:
+    static FakeMediaDB& Instance();
+
+    /// No records, no calls, no failures, status Ready.
+    void Reset();
+
+    /// Makes every call of an operation throw `std::runtime_error` with this text.
+    void Throw(const std::string& operation, const std::string& text);
+    /// Makes the @p nth call of an operation from now on, counted from 1, throw.
+    void ThrowAt(const std::string& operation, int nth, const std::string& text);
+    void SetStatus(project::MediaDB::DatabaseStatus status);
+
+    /// Every call so far, in order, as "Operation" or, where it has a number of days or a flag to
+    /// tell, "Operation 30" and "MediaDB true".
+    std::vector<std::string> Calls() const;
+    int CallCount(const std::string& operation) const;
+    void ForgetCalls();
+    /// Connections that were opened and not closed.
+    int OpenConnections() const;
+
+    std::vector<project::MediaDB::ConformedFile> conformed;
+    std::vector<project::MediaDB::PeakFile> peaks;
+    std::vector<project::MediaDB::VFRCacheFile> vfr;
+    /// What the connections were opened on.
+    std::wstring databasePath;
+    std::wstring cacheFolderPath;
+
+private:
+    friend class project::MediaDB;
+    friend struct FakeMediaDBCalls;
+
+    struct Failure {
+        int callsLeft;  // below 0: for ever
+        std::string text;
+    };
+
+    mutable std::mutex mutex_;
+    std::vector<std::string> calls_;
+    std::map<std::string, Failure> failures_;
+    project::MediaDB::DatabaseStatus status_ = project::MediaDB::Ready;
+    int openConnections_ = 0;
+};
+
+}  // namespace orlo::test

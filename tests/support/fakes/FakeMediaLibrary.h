@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "sonrel/contracts/media.h"
+
+namespace orlo::test {
+
+/// The media library of a test program: the bodies of the two free functions and of
+/// `ZRAudioConverter::Convert`, answering as the test says.
+///
+/// Set it up before the code under test runs; its calls may come from many threads.
+class FakeMediaLibrary {
+public:
+    static FakeMediaLibrary& Instance();
+
+    /// Every file opens, is ready and has one audio stream; a conversion writes the four bytes
+    /// "done" and succeeds. No calls.
+    void Reset();
+
+    /// What ZRMediaFileCreate, Prepare and Convert give back. A function may throw.
+    std::function<int(const std::wstring& path)> create;
+    std::function<int()> prepare;
+    std::function<int(const std::wstring& outputPath)> convert;
+    /// StreamType() of each stream of a file.
+    std::vector<int> streamTypes;
+
+    /// Every call so far, in order: "Create PATH", "SetReadOption 1", "Prepare", "Streams",
+    /// "Convert stream 2 at 48000", "Release"; "Release, stream held" when the caller still holds
+    /// one of the file's streams.
+    std::vector<std::string> Calls() const;
+    int CallCount(const std::string& operation) const;
+    /// Files that were made and not released.
+    int OpenFiles() const;
+
+    void Note(const std::string& call);
+    void FileOpened(int change);
+
+private:
+    FakeMediaLibrary() { Reset(); }
+
+    mutable std::mutex mutex_;
+    std::vector<std::string> calls_;
+    int openFiles_ = 0;
+};
+
+/// Writes a file as a conversion would: some bytes under the final name.
+void WriteConverted(const std::wstring& outputPath);
+
+}  // namespace orlo::test
