@@ -13,6 +13,7 @@ tree_checks() {
     check "Formatting" formatting
     check "Include table knows good from bad" tools/check/check_layers.py --self-test
     check "Include table" tools/check/check_layers.py
+    check "Program of the README" tools/check/check_readme.py
 }
 
 release_tests() {

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+// Mixes the first five seconds of a media file to standard output:
+//   01_mix_a_clip recording.flac | aplay -f dat
+#include <cstdio>
+#include <vector>
+
+#include "sonrel/caches/ConformedAudioFileHelper.h"
+#include "sonrel/contracts/project.h"
+#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/engine/Sonrel.h"
+#include "sonrel/mixer/AudioMixer.h"
+#include "sonrel/standin/media/ImportMediaAsset.h"
+
+namespace project = orlo::project;
+namespace sonrel = orlo::sonrel;
+
+int main(int argc, char** argv) {
+    if (argc != 2) return 2;
+    const auto project = std::make_shared<project::Project>();
+    const auto asset = project::ImportMediaAsset(project->Manager(), zrtl::FromUtf8(argv[1]));
+    project->Assets().Add(asset);
+
+    const auto& sequence = project->Sequence();  // 25 frames a second, 48000 Hz
+    sequence->Settings().SetFrameCount(5 * 25);
+    const auto clip = std::make_shared<project::AssetAudioObject>(asset->ID());
+    clip->SetRange(0, 5 * 25);
+    sequence->AddAudioTrack()->Objects().Add(clip);
+
+    const auto engine = sonrel::Sonrel::Create(L"media.db", L"media-cache", nullptr,
+                                               sonrel::Sonrel::LogOption::WriteErrorLog);
+    sonrel::ConformedAudioFileHelper::SetAudioSamplesAvailable(project, engine, true);
+
+    std::vector<unsigned char> samples(5 * 48000 * 4);
+    engine->Mixer()->GetSamples(project, sequence, 0, 5 * 48000, samples.data(), 0, 0, 0);
+    std::fwrite(samples.data(), 1, samples.size(), stdout);
+}

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: MIT
+// Mixes a recording of its own making through the installed library and checks every sample.
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "sonrel/caches/ConformedAudioFileHelper.h"
+#include "sonrel/contracts/project.h"
+#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/engine/Sonrel.h"
+#include "sonrel/mixer/AudioMixer.h"
+#include "sonrel/standin/media/ImportMediaAsset.h"
+
+namespace {
+
+namespace project = orlo::project;
+using orlo::sonrel::Sonrel;
+
+constexpr int RATE = 48000;
+constexpr int FRAMES = 25;  // one second at the sequence's own 25 frames a second
+
+/// A ramp that no other second of sound has: left counts up by 1, right down by 3.
+std::vector<std::int16_t> MakeSamples() {
+    std::vector<std::int16_t> samples;
+    for (int i = 0; i < RATE; ++i) {
+        samples.push_back(static_cast<std::int16_t>(i % 30000));
+        samples.push_back(static_cast<std::int16_t>(-3 * (i % 10000)));
+    }
+    return samples;
+}
+
+template <class T>
+void Put(std::ofstream& file, T value) {
+    file.write(reinterpret_cast<const char*>(&value), sizeof(value));
+}
+
+void WriteWav(const std::filesystem::path& path, const std::vector<std::int16_t>& samples) {
+    const auto bytes = static_cast<std::uint32_t>(samples.size() * 2);
+    std::ofstream file(path, std::ios::binary);
+    file << "RIFF";
+    Put(file, std::uint32_t{36 + bytes});
+    file << "WAVEfmt ";
+    Put(file, std::uint32_t{16});
+    Put(file, std::uint16_t{1});         // PCM
+    Put(file, std::uint16_t{2});         // channels
+    Put(file, std::uint32_t{RATE});      // sample frames a second
+    Put(file, std::uint32_t{RATE * 4});  // bytes a second
+    Put(file, std::uint16_t{4});         // bytes in a sample frame
+    Put(file, std::uint16_t{16});        // bits in a value
+    file << "data";
+    Put(file, bytes);
+    file.write(reinterpret_cast<const char*>(samples.data()), bytes);
+}
+
+std::shared_ptr<project::Project> MakeProject(const std::filesystem::path& recording) {
+    auto made = std::make_shared<project::Project>();
+    const auto asset =
+        project::ImportMediaAsset(made->Manager(), zrtl::FromUtf8(recording.string()));
+    made->Assets().Add(asset);
+    made->Sequence()->Settings().SetFrameCount(FRAMES);
+    const auto clip = std::make_shared<project::AssetAudioObject>(asset->ID());
+    clip->SetRange(0, FRAMES);
+    made->Sequence()->AddAudioTrack()->Objects().Add(clip);
+    return made;
+}
+
+int Run(const std::filesystem::path& folder) {
+    const std::vector<std::int16_t> samples = MakeSamples();
+    WriteWav(folder / "ramp.wav", samples);
+    const auto made = MakeProject(folder / "ramp.wav");
+
+    std::string error;
+    const auto engine = Sonrel::Create(zrtl::FromUtf8((folder / "media.db").string()),
+                                       zrtl::FromUtf8((folder / "cache").string()), &error,
+                                       Sonrel::LogOption::WriteErrorLog);
+    if (engine == nullptr) {
+        std::fprintf(stderr, "consumer: no engine: %s\n", error.c_str());
+        return 1;
+    }
+    orlo::sonrel::ConformedAudioFileHelper::SetAudioSamplesAvailable(made, engine, true);
+
+    std::vector<std::int16_t> mix(samples.size());
+    engine->Mixer()->SetDither(orlo::sonrel::DitherType::None, 1);
+    const int got = engine->Mixer()->GetSamples(
+        made, made->Sequence(), 0, RATE, reinterpret_cast<unsigned char*>(mix.data()), 0, 0, 0);
+    if (got != RATE || mix != samples) {
+        std::fprintf(stderr, "consumer: %d samples, %s\n", got,
+                     mix == samples ? "as they should be" : "and not those of the recording");
+        return 1;
+    }
+    std::printf("consumer: %d samples mixed, the same as in the recording\n", got);
+    return 0;
+}
+
+}  // namespace
+
+int main() {
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / std::filesystem::path("sonrel-consumer-XXXXXX");
+    std::string name = folder.string();
+    if (mkdtemp(name.data()) == nullptr) return 1;
+    const int result = Run(name);
+    std::filesystem::remove_all(name);
+    return result;
+}
