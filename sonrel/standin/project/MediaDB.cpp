@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/contracts/project/MediaDB.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "sonrel/standin/project/detail/DatabaseHooks.h"
+#include "sonrel/standin/project/detail/DatabaseSchema.h"
+#include "sonrel/standin/project/detail/RecordTable.h"
+#include "sonrel/standin/project/detail/Sqlite.h"
+
+namespace orlo::project {
+
+struct MediaDBImpl {
+    MediaDBImpl(std::wstring const& path, bool createAndMigrate)
+        : connection(path, createAndMigrate ? SqliteConnection::Mode::Create
+                                            : SqliteConnection::Mode::ReadWrite),
+          status(PrepareDatabaseSchema(
+              connection, createAndMigrate ? SchemaWork::Allowed : SchemaWork::Forbidden,
+              DatabaseSchemaSteps())),
+          conformed(connection, RecordTable::Kind::Conformed),
+          peak(connection, RecordTable::Kind::Peak),
+          vfr(connection, RecordTable::Kind::Vfr) {}
+
+    SqliteConnection connection;
+    MediaDB::DatabaseStatus status;
+    RecordTable conformed;
+    RecordTable peak;
+    RecordTable vfr;
+};
+
+namespace {
+
+/// Makes the name of a new database as durable as its content.
+void SyncFolderOf(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0) return;
+    fsync(descriptor);
+    close(descriptor);
+}
+
+}  // namespace
+
+MediaDB::MediaDB(std::wstring const& databasePath, std::wstring const&, bool createAndMigrate)
+    : impl_(std::make_unique<MediaDBImpl>(databasePath, createAndMigrate)) {
+    if (impl_->status == Created) SyncFolderOf(impl_->connection.Path());
+}
+
+MediaDB::~MediaDB() = default;
+
+MediaDB::DatabaseStatus MediaDB::Status() const {
+    return impl_->status;
+}
+
+std::wstring MediaDB::CreateMediaCacheFilePath(std::wstring const& cacheFolder,
+                                               std::wstring const& fileName) {
+    if (cacheFolder.empty() || cacheFolder.back() == L'/') return cacheFolder + fileName;
+    return cacheFolder + L'/' + fileName;
+}
+
+bool MediaDB::GetConformedFilename(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                                   int streamIndex, int sampleRate, std::wstring* fileName) const {
+    return impl_->conformed.Get({mediaPath, fingerprint, streamIndex, sampleRate}, fileName);
+}
+
+void MediaDB::AddConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                               int streamIndex, int sampleRate, std::wstring const& fileName) {
+    impl_->conformed.Add({mediaPath, fingerprint, streamIndex, sampleRate}, fileName,
+                         DatabaseNow());
+}
+
+bool MediaDB::TouchConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                                 int streamIndex, int sampleRate) {
+    return impl_->conformed.Touch({mediaPath, fingerprint, streamIndex, sampleRate}, DatabaseNow());
+}
+
+bool MediaDB::RemoveConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                                  int streamIndex, int sampleRate) {
+    return impl_->conformed.Remove({mediaPath, fingerprint, streamIndex, sampleRate});
+}
+
+MediaDB::ConformedFileList MediaDB::FindUnusedConformedFiles(int days) const {
+    ConformedFileList list;
+    impl_->conformed.FindUnused(days, DatabaseNow(), [&](const SqliteRun& row) {
+        list.push_back({row.Text(0), row.Text(1), static_cast<int>(row.Number(2)),
+                        static_cast<int>(row.Number(4)), row.BareName(3)});
+    });
+    return list;
+}
+
+bool MediaDB::GetPeakFilename(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                              int streamIndex, std::wstring* fileName) const {
+    return impl_->peak.Get({mediaPath, fingerprint, streamIndex}, fileName);
+}
+
+void MediaDB::AddPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                          int streamIndex, std::wstring const& fileName) {
+    impl_->peak.Add({mediaPath, fingerprint, streamIndex}, fileName, DatabaseNow());
+}
+
+bool MediaDB::TouchPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                            int streamIndex) {
+    return impl_->peak.Touch({mediaPath, fingerprint, streamIndex}, DatabaseNow());
+}
+
+bool MediaDB::RemovePeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                             int streamIndex) {
+    return impl_->peak.Remove({mediaPath, fingerprint, streamIndex});
+}
+
+MediaDB::PeakFileList MediaDB::FindUnusedPeakFiles(int days) const {
+    PeakFileList list;
+    impl_->peak.FindUnused(days, DatabaseNow(), [&](const SqliteRun& row) {
+        list.push_back(
+            {row.Text(0), row.Text(1), static_cast<int>(row.Number(2)), row.BareName(3)});
+    });
+    return list;
+}
+
+void MediaDB::AddVFRCacheFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                              int streamIndex, std::wstring const& fileName) {
+    impl_->vfr.Add({mediaPath, fingerprint, streamIndex}, fileName, DatabaseNow());
+}
+
+bool MediaDB::RemoveVFRCacheFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                                 int streamIndex) {
+    return impl_->vfr.Remove({mediaPath, fingerprint, streamIndex});
+}
+
+MediaDB::VFRCacheFileList MediaDB::FindUnusedVFRCacheFiles(int days) const {
+    VFRCacheFileList list;
+    impl_->vfr.FindUnused(days, DatabaseNow(), [&](const SqliteRun& row) {
+        list.push_back(
+            {row.Text(0), row.Text(1), static_cast<int>(row.Number(2)), row.BareName(3)});
+    });
+    return list;
+}
+
+}  // namespace orlo::project

@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/standin/project/detail/RecordTable.h"
+
+#include <limits>
+
+namespace orlo::project {
+
+namespace {
+
+constexpr long long MS_PER_DAY = 24LL * 60 * 60 * 1000;
+
+std::string Table(RecordTable::Kind kind) {
+    switch (kind) {
+        case RecordTable::Kind::Conformed:
+            return "conformed_file";
+        case RecordTable::Kind::Peak:
+            return "peak_file";
+        case RecordTable::Kind::Vfr:
+            return "vfr_cache_file";
+    }
+    return {};
+}
+
+std::string RateColumn(RecordTable::Kind kind) {
+    return kind == RecordTable::Kind::Conformed ? ", sample_rate" : "";
+}
+
+/// The key's parameters are ?1 to ?3 and, for conformed files, ?4.
+std::string WhereKey(RecordTable::Kind kind) {
+    return std::string(" WHERE media_path = ?1 AND media_fingerprint = ?2 AND stream_index = ?3") +
+           (kind == RecordTable::Kind::Conformed ? " AND sample_rate = ?4" : "");
+}
+
+std::string InsertInto(RecordTable::Kind kind) {
+    const bool hasRate = kind == RecordTable::Kind::Conformed;
+    return "INSERT INTO " + Table(kind) + " (media_path, media_fingerprint, stream_index" +
+           RateColumn(kind) + ", cache_filename, last_use) VALUES (?1, ?2, ?3, ?4, ?5" +
+           (hasRate ? ", ?6)" : ")");
+}
+
+std::string UpdateLastUse(RecordTable::Kind kind) {
+    const bool hasRate = kind == RecordTable::Kind::Conformed;
+    return "UPDATE " + Table(kind) + " SET last_use = " + (hasRate ? "?5" : "?4") + WhereKey(kind);
+}
+
+std::string SelectUnused(RecordTable::Kind kind) {
+    const std::string key = "media_path, media_fingerprint, stream_index";
+    return "SELECT " + key + ", cache_filename" + RateColumn(kind) + " FROM " + Table(kind) +
+           " WHERE last_use <= ?1 ORDER BY last_use, " + key + RateColumn(kind);
+}
+
+}  // namespace
+
+RecordTable::RecordTable(SqliteConnection& connection, Kind kind)
+    : connection_(connection),
+      hasRate_(kind == Kind::Conformed),
+      get_(connection, "SELECT cache_filename FROM " + Table(kind) + WhereKey(kind)),
+      add_(connection, InsertInto(kind)),
+      touch_(connection, UpdateLastUse(kind)),
+      remove_(connection, "DELETE FROM " + Table(kind) + WhereKey(kind)),
+      findUnused_(connection, SelectUnused(kind)) {}
+
+bool RecordTable::Get(const RecordKey& key, std::wstring* name) {
+    SqliteRun run(get_);
+    Bind(&run, key);
+    if (!run.Step()) return false;
+    *name = run.BareName(0);
+    return true;
+}
+
+void RecordTable::Add(const RecordKey& key, std::wstring const& name, long long nowMs) {
+    connection_.SetDurable(true);
+    SqliteRun run(add_);
+    Bind(&run, key);
+    run.Bind(name);
+    run.Bind(nowMs);
+    run.Step();
+}
+
+// A stamp or a removal that a power cut takes back does no harm: the one ages a file early, the
+// other leaves a record without a file, which the next lookup removes. So neither waits for the
+// disk, and thousands of due records go in a moment.
+
+bool RecordTable::Touch(const RecordKey& key, long long nowMs) {
+    connection_.SetDurable(false);
+    SqliteRun run(touch_);
+    Bind(&run, key);
+    run.Bind(nowMs);
+    run.Step();
+    return Changed();
+}
+
+bool RecordTable::Remove(const RecordKey& key) {
+    connection_.SetDurable(false);
+    SqliteRun run(remove_);
+    Bind(&run, key);
+    run.Step();
+    return Changed();
+}
+
+long long RecordTable::Cutoff(int days, long long nowMs) {
+    if (days <= 0) return std::numeric_limits<long long>::max();
+    return nowMs - days * MS_PER_DAY;
+}
+
+void RecordTable::Bind(SqliteRun* run, const RecordKey& key) const {
+    run->Bind(key.mediaPath);
+    run->Bind(key.mediaFingerprint);
+    run->Bind(key.streamIndex);
+    if (hasRate_) run->Bind(key.sampleRate);
+}
+
+bool RecordTable::Changed() const {
+    return sqlite3_changes(connection_.Handle()) > 0;
+}
+
+}  // namespace orlo::project
