@@ -5,6 +5,7 @@
 #include <future>
 #include <stdexcept>
 
+#include "sonrel/caches/detail/MediaFingerprint.h"
 #include "sonrel/standin/project/detail/IdentityFailure.h"
 #include "tests/caches/ConformedFileFixture.h"
 
@@ -12,7 +13,7 @@ namespace {
 
 using orlo::project::IdentityFailure;
 using orlo::project::SetIdentityFailure;
-using orlo::test::WriteConverted;
+using sonrel_tests::WriteConverted;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -20,7 +21,7 @@ using testing::MatchesRegex;
 using testing::SizeIs;
 using testing::StartsWith;
 
-class ConformedFileFailure : public orlo::test::ConformedFileFixture {
+class ConformedFileFailure : public sonrel_tests::ConformedFileFixture {
 protected:
     /// Whether another thread can take the media path's lock.
     bool LockIsFree() {
@@ -157,6 +158,21 @@ TEST_F(ConformedFileFailure, AFileThatCannotBeRecordedIsNotSetOnTheStream) {
 
     EXPECT_EQ(asset->AudioStream()->ConformedFilePath(), L"");
     EXPECT_TRUE(asset->AudioStream()->SamplesAvailable());
+}
+
+TEST_F(ConformedFileFailure, AFileThatAnotherProcessRecordedMeanwhileIsFoundWhenAskedOnceMore) {
+    media.convert = [this](const std::wstring& path) {
+        WriteConverted(path);
+        sonrel_tests::WriteFile(folder / "cache" / "theirs.xwmc", "done");
+        db.conformed.push_back({mediaPath, orlo::sonrel::detail::MediaFingerprint(mediaPath), 0,
+                                48000, L"theirs.xwmc"});
+        return 0;
+    };
+
+    EXPECT_EQ(Create(), L"");
+    ExpectOneLine("Could not add to database: ");
+    EXPECT_THAT(CacheFiles(), ElementsAre("theirs.xwmc"));
+    EXPECT_EQ(Create(), folder.Wide("cache/theirs.xwmc"));
 }
 
 TEST_F(ConformedFileFailure, AFailedStampIsLoggedAndTheFileIsUsed) {

@@ -10,11 +10,11 @@
 #include "sonrel/caches/LogFile.h"
 #include "sonrel/contracts/project.h"
 #include "tests/support/MediaAssets.h"
-#include "tests/support/TempFolder.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tests/support/fakes/FakeMediaDB.h"
 #include "tests/support/fakes/FakeMediaLibrary.h"
 
-namespace orlo::test {
+namespace sonrel_tests {
 
 /// One asset on a file that is there, an empty cache folder, a log and a database connection; the
 /// media library and the database are fakes.
@@ -24,15 +24,15 @@ protected:
         FakeMediaDB::Instance().Reset();
         FakeMediaLibrary::Instance().Reset();
         std::filesystem::create_directory(folder / "cache");
-        WriteText(folder / "a.mov", "media");
-        database = std::make_shared<project::MediaDB>(L"db", cacheFolder, false);
+        WriteFile(folder / "a.mov", "media");
+        database = std::make_shared<orlo::project::MediaDB>(L"db", cacheFolder, false);
         db.ForgetCalls();
     }
     ~ConformedFileFixture() override { FakeMediaLibrary::Instance().Reset(); }
 
     /// Conforms the asset at a rate, with everything given and no codec passed over.
     std::wstring Create(int sampleRate = 48000) {
-        return sonrel::ConformedAudioFileHelper::CreateConformedAudioFile(
+        return orlo::sonrel::ConformedAudioFileHelper::CreateConformedAudioFile(
             asset, sampleRate, cacheFolder, log, database, true);
     }
 
@@ -45,16 +45,17 @@ protected:
         return lines;
     }
 
-    TempFolder folder;
+    TemporaryFolder folder;
     std::wstring mediaPath = folder.Wide("a.mov");
     std::wstring cacheFolder = folder.Wide("cache");
-    std::shared_ptr<project::MediaManager> manager = std::make_shared<project::MediaManager>();
-    std::shared_ptr<project::MediaAsset> asset = MakeMediaAsset(manager, mediaPath);
-    std::shared_ptr<project::LogFile> log =
-        std::make_shared<project::LogFile>(folder.Wide("log.txt"));
-    std::shared_ptr<project::MediaDB> database;
+    std::shared_ptr<orlo::project::MediaManager> manager =
+        std::make_shared<orlo::project::MediaManager>();
+    std::shared_ptr<orlo::project::MediaAsset> asset = MakeMediaAsset(manager, mediaPath);
+    std::shared_ptr<orlo::project::LogFile> log =
+        std::make_shared<orlo::project::LogFile>(folder.Wide("log.txt"));
+    std::shared_ptr<orlo::project::MediaDB> database;
     FakeMediaDB& db = FakeMediaDB::Instance();
     FakeMediaLibrary& media = FakeMediaLibrary::Instance();
 };
 
-}  // namespace orlo::test
+}  // namespace sonrel_tests

@@ -9,22 +9,22 @@ namespace {
 using namespace orlo::sonrel::ConformedAudioFileHelper;
 using orlo::project::MediaDB;
 using orlo::sonrel::detail::MediaFingerprint;
-using orlo::test::ReadText;
-using orlo::test::WriteText;
+using sonrel_tests::ReadFile;
+using sonrel_tests::WriteFile;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::SizeIs;
 using zrh::media::ZRAudioCodec;
 
-class ConformedFileLookup : public orlo::test::ConformedFileFixture {};
+class ConformedFileLookup : public sonrel_tests::ConformedFileFixture {};
 
 TEST_F(ConformedFileLookup, ANewFileIsConvertedAndThenRecordedUnderItsWholeKey) {
     const std::wstring path = Create(44100);
 
     ASSERT_THAT(CacheFiles(), SizeIs(1));
     EXPECT_EQ(path, folder.Wide("cache/" + CacheFiles()[0]));
-    EXPECT_EQ(ReadText(folder / "cache" / CacheFiles()[0]), "done");
+    EXPECT_EQ(ReadFile(folder / "cache" / CacheFiles()[0]), "done");
     ASSERT_THAT(db.conformed, SizeIs(1));
     const MediaDB::ConformedFile& record = db.conformed[0];
     EXPECT_EQ(record.mediaPath, mediaPath);
@@ -119,7 +119,7 @@ TEST_F(ConformedFileLookup, ARecordWithAnEmptyNameCountsAsNoneAndIsReplaced) {
 
 TEST_F(ConformedFileLookup, WhatTheFoundFileHoldsIsNotLookedAt) {
     const std::wstring first = Create();
-    WriteText(zrtl::ToUtf8(first), "");
+    WriteFile(zrtl::ToUtf8(first), "");
 
     EXPECT_EQ(Create(), first);
 }
@@ -152,7 +152,7 @@ TEST_F(ConformedFileLookup, AnEmptyCacheFolderMakesNothingAndAsksNothing) {
 }
 
 TEST_F(ConformedFileLookup, Codec6IsPassedOverUnlessAllCodecsAreAskedFor) {
-    asset = orlo::test::MakeMediaAsset(manager, mediaPath, static_cast<ZRAudioCodec>(6));
+    asset = sonrel_tests::MakeMediaAsset(manager, mediaPath, static_cast<ZRAudioCodec>(6));
 
     EXPECT_EQ(CreateConformedAudioFile(asset, 48000, cacheFolder, log, database, false), L"");
     EXPECT_THAT(db.Calls(), IsEmpty());
@@ -165,7 +165,7 @@ TEST_F(ConformedFileLookup, EveryOtherCodecIsConformedEitherWay) {
     for (int codec = 0; codec < 9; ++codec) {
         if (codec == 6) continue;
         database.reset();
-        asset = orlo::test::MakeMediaAsset(manager, mediaPath, static_cast<ZRAudioCodec>(codec));
+        asset = sonrel_tests::MakeMediaAsset(manager, mediaPath, static_cast<ZRAudioCodec>(codec));
 
         EXPECT_NE(CreateConformedAudioFile(asset, 48000, cacheFolder, log, database, false), L"")
             << codec;
@@ -173,7 +173,7 @@ TEST_F(ConformedFileLookup, EveryOtherCodecIsConformedEitherWay) {
 }
 
 TEST_F(ConformedFileLookup, AMergedAssetIsConformedFromItsSeparateSoundFile) {
-    WriteText(folder / "sound.wav", "sound");
+    WriteFile(folder / "sound.wav", "sound");
     asset->SetMerged(folder.Wide("sound.wav"));
 
     Create();

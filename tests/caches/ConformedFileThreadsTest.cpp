@@ -13,7 +13,7 @@ namespace {
 
 using namespace orlo::sonrel::ConformedAudioFileHelper;
 using orlo::project::MediaDB;
-using orlo::test::WriteConverted;
+using sonrel_tests::WriteConverted;
 using testing::Each;
 using testing::SizeIs;
 
@@ -40,7 +40,7 @@ private:
     int arrived_ = 0;
 };
 
-class ConformedFileThreads : public orlo::test::ConformedFileFixture {
+class ConformedFileThreads : public sonrel_tests::ConformedFileFixture {
 protected:
     /// Conforms with a connection of the caller's own.
     std::wstring CreateOnOwnConnection(const std::shared_ptr<orlo::project::MediaAsset>& of,
@@ -62,7 +62,7 @@ TEST_F(ConformedFileThreads, ThreadsThatAskForOneMediaPathAtOnceShareOneConversi
     std::vector<std::future<std::wstring>> results;
     for (int i = 0; i < THREADS; ++i) {
         // Every second thread comes with an asset of its own on the same file.
-        const auto mine = i % 2 == 0 ? asset : orlo::test::MakeMediaAsset(manager, mediaPath);
+        const auto mine = i % 2 == 0 ? asset : sonrel_tests::MakeMediaAsset(manager, mediaPath);
         results.push_back(std::async(std::launch::async, [this, mine, &started] {
             started.Arrive();
             return CreateOnOwnConnection(mine, 48000);
@@ -110,7 +110,7 @@ TEST_F(ConformedFileThreads, TwoMediaPathsAreConvertedSideBySide) {
         WriteConverted(path);
         return 0;
     };
-    const auto second = orlo::test::MakeMediaAsset(manager, folder.Wide("b.mov"));
+    const auto second = sonrel_tests::MakeMediaAsset(manager, folder.Wide("b.mov"));
 
     auto other =
         std::async(std::launch::async, [&] { return CreateOnOwnConnection(second, 48000); });

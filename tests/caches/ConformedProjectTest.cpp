@@ -12,15 +12,15 @@ using orlo::project::MediaAsset;
 using orlo::project::Project;
 using orlo::sonrel::Sonrel;
 using orlo::sonrel::ConformedAudioFileHelper::SetAudioSamplesAvailable;
-using orlo::test::MakeMediaAsset;
-using orlo::test::WriteText;
+using sonrel_tests::MakeMediaAsset;
+using sonrel_tests::WriteFile;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 using zrh::media::ZRAudioCodec;
 
 /// A project and an engine whose cache is the fixture's.
-class ConformedProject : public orlo::test::ConformedFileFixture {
+class ConformedProject : public sonrel_tests::ConformedFileFixture {
 protected:
     ConformedProject() {
         engine = Sonrel::Create(folder.Wide("media.db"), cacheFolder, nullptr,
@@ -30,7 +30,7 @@ protected:
 
     std::shared_ptr<MediaAsset> AddMedia(const std::string& name,
                                          ZRAudioCodec codec = ZRAudioCodec::Pcm) {
-        WriteText(folder / name, name);
+        WriteFile(folder / name, name);
         auto added = MakeMediaAsset(project->Manager(), folder.Wide(name), codec);
         project->Assets().Add(added);
         return added;
@@ -143,7 +143,7 @@ TEST_F(ConformedProject, FailuresStandInTheEnginesLog) {
 
     SetAudioSamplesAvailable(project, engine, true);
 
-    const auto lines = orlo::test::ReadLines(folder / "CacheErrorLog.txt");
+    const auto lines = sonrel_tests::ReadLines(folder / "CacheErrorLog.txt");
     ASSERT_THAT(lines, SizeIs(1));
     EXPECT_THAT(lines[0], testing::HasSubstr("] Could not save: " + (folder / "a.wav").string()));
 }

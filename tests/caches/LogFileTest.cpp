@@ -12,16 +12,16 @@
 #include <regex>
 #include <thread>
 
-#include "tests/support/TempFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 
 using orlo::project::LogFile;
-using orlo::test::NamesIn;
-using orlo::test::ReadLines;
-using orlo::test::ReadText;
-using orlo::test::TempFolder;
-using orlo::test::WriteText;
+using sonrel_tests::NamesIn;
+using sonrel_tests::ReadFile;
+using sonrel_tests::ReadLines;
+using sonrel_tests::TemporaryFolder;
+using sonrel_tests::WriteFile;
 using testing::AnyOf;
 using testing::IsEmpty;
 using testing::MatchesRegex;
@@ -73,12 +73,12 @@ void ExpectToEnd(const std::function<void()>& work) {
 }
 
 TEST(LogFile, ALineIsDateTimeMessageAndLineFeed) {
-    TempFolder folder;
+    TemporaryFolder folder;
     LogFile log(folder.Wide("log.txt"));
 
     log.Write(L"Could not save: /media/a.mov /cache/9b2c.xwmc");
 
-    EXPECT_THAT(ReadText(folder / "log.txt"),
+    EXPECT_THAT(ReadFile(folder / "log.txt"),
                 MatchesRegex("\\[[0-9]{2}\\.[0-9]{2}\\.[0-9]{2}\\] \\[[0-9]{2}\\.[0-9]{2}\\] "
                              "Could not save: /media/a\\.mov /cache/9b2c\\.xwmc\n"));
 }
@@ -86,20 +86,20 @@ TEST(LogFile, ALineIsDateTimeMessageAndLineFeed) {
 TEST(LogFile, TheStampIsLocalTime) {
     for (const char* zone : {"EAST-11:30", "WEST+10:30"}) {
         const TimeZone here(zone);
-        TempFolder folder;
+        TemporaryFolder folder;
         LogFile log(folder.Wide("log.txt"));
 
         const std::string before = Stamp();
         log.Write(L"message");
         const std::string after = Stamp();
 
-        EXPECT_THAT(ReadText(folder / "log.txt"), AnyOf(before + "message\n", after + "message\n"));
+        EXPECT_THAT(ReadFile(folder / "log.txt"), AnyOf(before + "message\n", after + "message\n"));
     }
 }
 
 TEST(LogFile, LinesAreAppendedToWhatIsThere) {
-    TempFolder folder;
-    WriteText(folder / "log.txt", "from before\n");
+    TemporaryFolder folder;
+    WriteFile(folder / "log.txt", "from before\n");
     LogFile log(folder.Wide("log.txt"));
 
     log.Write(L"one");
@@ -113,18 +113,18 @@ TEST(LogFile, LinesAreAppendedToWhatIsThere) {
 }
 
 TEST(LogFile, NamesOutsideAsciiStandInUtf8) {
-    TempFolder folder;
+    TemporaryFolder folder;
     LogFile log(folder.Wide("Fehler \xC3\xBC.txt"));
 
     log.Write(L"Could not save: /media/Gr\u00FC\u00DFe \U0001F3B5.mov");
 
-    EXPECT_EQ(ReadText(folder / "Fehler \xC3\xBC.txt").substr(STAMP_LENGTH),
+    EXPECT_EQ(ReadFile(folder / "Fehler \xC3\xBC.txt").substr(STAMP_LENGTH),
               "Could not save: /media/Gr\xC3\xBC\xC3\x9F"
               "e \xF0\x9F\x8E\xB5.mov\n");
 }
 
 TEST(LogFile, NothingIsWrittenBeforeTheFirstLine) {
-    TempFolder folder;
+    TemporaryFolder folder;
 
     LogFile log(folder.Wide("log.txt"));
 
@@ -132,7 +132,7 @@ TEST(LogFile, NothingIsWrittenBeforeTheFirstLine) {
 }
 
 TEST(LogFile, AnEmptyPathWritesNothing) {
-    TempFolder folder;
+    TemporaryFolder folder;
     const auto before = std::filesystem::current_path();
     std::filesystem::current_path(folder.Path());
     LogFile log(L"");
@@ -144,7 +144,7 @@ TEST(LogFile, AnEmptyPathWritesNothing) {
 }
 
 TEST(LogFile, InAFolderThatDoesNotExistNothingIsWrittenAndNoFolderMade) {
-    TempFolder folder;
+    TemporaryFolder folder;
     LogFile log(folder.Wide("missing/log.txt"));
 
     log.Write(L"message");
@@ -153,7 +153,7 @@ TEST(LogFile, InAFolderThatDoesNotExistNothingIsWrittenAndNoFolderMade) {
 }
 
 TEST(LogFile, ADeletedLogIsMadeAnewAtTheNextLine) {
-    TempFolder folder;
+    TemporaryFolder folder;
     LogFile log(folder.Wide("log.txt"));
     log.Write(L"one");
     std::filesystem::remove(folder / "log.txt");
@@ -166,16 +166,16 @@ TEST(LogFile, ADeletedLogIsMadeAnewAtTheNextLine) {
 }
 
 TEST(LogFile, ALongMessageStaysWhole) {
-    TempFolder folder;
+    TemporaryFolder folder;
     LogFile log(folder.Wide("log.txt"));
 
     log.Write(std::wstring(1000000, L'x'));
 
-    EXPECT_EQ(ReadText(folder / "log.txt").substr(STAMP_LENGTH), std::string(1000000, 'x') + "\n");
+    EXPECT_EQ(ReadFile(folder / "log.txt").substr(STAMP_LENGTH), std::string(1000000, 'x') + "\n");
 }
 
 TEST(LogFile, ANamedPipeInItsPlaceIsLeftAloneAndNeverWaitedFor) {
-    TempFolder folder;
+    TemporaryFolder folder;
     ASSERT_EQ(::mkfifo((folder / "log.txt").c_str(), 0600), 0);
     LogFile log(folder.Wide("log.txt"));
 
@@ -185,7 +185,7 @@ TEST(LogFile, ANamedPipeInItsPlaceIsLeftAloneAndNeverWaitedFor) {
 }
 
 TEST(LogFile, ALinkToANamedPipeIsNotWaitedForEither) {
-    TempFolder folder;
+    TemporaryFolder folder;
     ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
     std::filesystem::create_symlink("pipe", folder / "log.txt");
     LogFile log(folder.Wide("log.txt"));
@@ -196,7 +196,7 @@ TEST(LogFile, ALinkToANamedPipeIsNotWaitedForEither) {
 }
 
 TEST(LogFile, AFolderInItsPlaceDropsTheLine) {
-    TempFolder folder;
+    TemporaryFolder folder;
     std::filesystem::create_directory(folder / "log.txt");
     LogFile log(folder.Wide("log.txt"));
 
@@ -206,14 +206,14 @@ TEST(LogFile, AFolderInItsPlaceDropsTheLine) {
 }
 
 TEST(LogFile, ALinkIsFollowedToItsFile) {
-    TempFolder folder;
-    WriteText(folder / "elsewhere.txt", "");
+    TemporaryFolder folder;
+    WriteFile(folder / "elsewhere.txt", "");
     std::filesystem::create_symlink("elsewhere.txt", folder / "log.txt");
     LogFile log(folder.Wide("log.txt"));
 
     log.Write(L"message");
 
-    EXPECT_EQ(ReadText(folder / "elsewhere.txt").substr(STAMP_LENGTH), "message\n");
+    EXPECT_EQ(ReadFile(folder / "elsewhere.txt").substr(STAMP_LENGTH), "message\n");
 }
 
 }  // namespace

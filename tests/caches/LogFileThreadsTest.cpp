@@ -5,13 +5,13 @@
 #include <thread>
 
 #include "sonrel/caches/LogFile.h"
-#include "tests/support/TempFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 
 using orlo::project::LogFile;
-using orlo::test::ReadLines;
-using orlo::test::TempFolder;
+using sonrel_tests::ReadLines;
+using sonrel_tests::TemporaryFolder;
 using testing::UnorderedElementsAreArray;
 
 constexpr std::size_t STAMP_LENGTH = 19;  // "[dd.MM.yy] [hh.mm] "
@@ -19,7 +19,7 @@ constexpr std::size_t STAMP_LENGTH = 19;  // "[dd.MM.yy] [hh.mm] "
 TEST(LogFileThreads, ThreadsWriteWholeLines) {
     constexpr int THREADS = 8;
     constexpr int LINES = 250;
-    TempFolder folder;
+    TemporaryFolder folder;
     LogFile log(folder.Wide("log.txt"));
     const auto message = [](int thread, int line) {
         return L"thread " + std::to_wstring(thread) + L" line " + std::to_wstring(line) +

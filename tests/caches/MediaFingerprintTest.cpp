@@ -5,13 +5,13 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "tests/support/TempFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 
 using orlo::sonrel::detail::MediaFingerprint;
-using orlo::test::TempFolder;
-using orlo::test::WriteText;
+using sonrel_tests::TemporaryFolder;
+using sonrel_tests::WriteFile;
 
 void SetWriteTime(const std::filesystem::path& path, long long seconds, long nanoseconds) {
     const timespec times[2] = {{seconds, nanoseconds}, {seconds, nanoseconds}};
@@ -22,8 +22,8 @@ void SetWriteTime(const std::filesystem::path& path, long long seconds, long nan
 // ticks after 1601, whose halves are 30000000 and 123.
 
 TEST(MediaFingerprint, IsTheDigestOfSizeAndWriteTimeInHalves) {
-    TempFolder folder;
-    WriteText(folder / "media", std::string(1000, 'x'));
+    TemporaryFolder folder;
+    WriteFile(folder / "media", std::string(1000, 'x'));
     SetWriteTime(folder / "media", 1240428288, 12300);
 
     // printf 0100030000000123 | md5sum
@@ -31,16 +31,16 @@ TEST(MediaFingerprint, IsTheDigestOfSizeAndWriteTimeInHalves) {
 }
 
 TEST(MediaFingerprint, DoesNotDependOnNameOrContents) {
-    TempFolder folder;
-    WriteText(folder / "other name", std::string(1000, 'y'));
+    TemporaryFolder folder;
+    WriteFile(folder / "other name", std::string(1000, 'y'));
     SetWriteTime(folder / "other name", 1240428288, 12300);
 
     EXPECT_EQ(MediaFingerprint(folder.Wide("other name")), L"de0ce3020cc19a767a4c9db6f569f4b4");
 }
 
 TEST(MediaFingerprint, ChangesWithTheSize) {
-    TempFolder folder;
-    WriteText(folder / "media", std::string(1001, 'x'));
+    TemporaryFolder folder;
+    WriteFile(folder / "media", std::string(1001, 'x'));
     SetWriteTime(folder / "media", 1240428288, 12300);
 
     // printf 0100130000000123 | md5sum
@@ -48,8 +48,8 @@ TEST(MediaFingerprint, ChangesWithTheSize) {
 }
 
 TEST(MediaFingerprint, CountsTheHighHalfOfTheSize) {
-    TempFolder folder;
-    WriteText(folder / "media", "");
+    TemporaryFolder folder;
+    WriteFile(folder / "media", "");
     std::filesystem::resize_file(folder / "media", (3LL << 32) + 7);
     SetWriteTime(folder / "media", 1240428288, 12300);
 
@@ -58,8 +58,8 @@ TEST(MediaFingerprint, CountsTheHighHalfOfTheSize) {
 }
 
 TEST(MediaFingerprint, ChangesWithTheWriteTimeByTicksOf100Nanoseconds) {
-    TempFolder folder;
-    WriteText(folder / "media", std::string(1000, 'x'));
+    TemporaryFolder folder;
+    WriteFile(folder / "media", std::string(1000, 'x'));
     SetWriteTime(folder / "media", 1240428288, 12400);
 
     // printf 0100030000000124 | md5sum
@@ -67,16 +67,16 @@ TEST(MediaFingerprint, ChangesWithTheWriteTimeByTicksOf100Nanoseconds) {
 }
 
 TEST(MediaFingerprint, CutsNanosecondsBelowATick) {
-    TempFolder folder;
-    WriteText(folder / "media", std::string(1000, 'x'));
+    TemporaryFolder folder;
+    WriteFile(folder / "media", std::string(1000, 'x'));
     SetWriteTime(folder / "media", 1240428288, 12399);
 
     EXPECT_EQ(MediaFingerprint(folder.Wide("media")), L"de0ce3020cc19a767a4c9db6f569f4b4");
 }
 
 TEST(MediaFingerprint, TimesBefore1970Count) {
-    TempFolder folder;
-    WriteText(folder / "media", std::string(1000, 'x'));
+    TemporaryFolder folder;
+    WriteFile(folder / "media", std::string(1000, 'x'));
     SetWriteTime(folder / "media", -1, 0);
 
     // 116444735990000000 ticks: halves 27111902 and 3567643008; printf 01000271119023567643008 |
@@ -85,8 +85,8 @@ TEST(MediaFingerprint, TimesBefore1970Count) {
 }
 
 TEST(MediaFingerprint, ALinkStandsForItsFile) {
-    TempFolder folder;
-    WriteText(folder / "media", std::string(1000, 'x'));
+    TemporaryFolder folder;
+    WriteFile(folder / "media", std::string(1000, 'x'));
     SetWriteTime(folder / "media", 1240428288, 12300);
     std::filesystem::create_symlink("media", folder / "link");
 
@@ -94,7 +94,7 @@ TEST(MediaFingerprint, ALinkStandsForItsFile) {
 }
 
 TEST(MediaFingerprint, IsEmptyWhereTheFileCannotBeExamined) {
-    TempFolder folder;
+    TemporaryFolder folder;
 
     EXPECT_EQ(MediaFingerprint(folder.Wide("missing")), L"");
     EXPECT_EQ(MediaFingerprint(L""), L"");

@@ -5,18 +5,18 @@
 #include <stdexcept>
 
 #include "sonrel/engine/Sonrel.h"
-#include "tests/support/TempFolder.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tests/support/fakes/FakeMediaDB.h"
 
 namespace {
 
 using orlo::sonrel::Sonrel;
-using orlo::test::FakeMediaDB;
-using orlo::test::NamesIn;
-using orlo::test::ReadLines;
-using orlo::test::ReadText;
-using orlo::test::TempFolder;
-using orlo::test::WriteText;
+using sonrel_tests::FakeMediaDB;
+using sonrel_tests::NamesIn;
+using sonrel_tests::ReadFile;
+using sonrel_tests::ReadLines;
+using sonrel_tests::TemporaryFolder;
+using sonrel_tests::WriteFile;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -39,7 +39,7 @@ protected:
     }
 
     void AddConformed(const std::string& name, bool withFile = true) {
-        if (withFile) WriteText(folder / "cache" / name, "samples");
+        if (withFile) WriteFile(folder / "cache" / name, "samples");
         db.conformed.push_back({L"/media/a.mov", L"f", 1, 48000, zrtl::FromUtf8(name)});
         db.conformed.back().streamIndex = static_cast<int>(db.conformed.size());
     }
@@ -55,7 +55,7 @@ protected:
         return lines;
     }
 
-    TempFolder folder;
+    TemporaryFolder folder;
     FakeMediaDB& db = FakeMediaDB::Instance();
     std::shared_ptr<Sonrel> engine;
 };
@@ -164,14 +164,14 @@ TEST_F(CacheHousekeepingFailure, ARecordWithoutANameKeepsItsPlaceAndTheFolder) {
 }
 
 TEST_F(CacheHousekeepingFailure, ALinkGoesAndWhatItLeadsToStays) {
-    WriteText(folder / "mine.txt", "mine");
+    WriteFile(folder / "mine.txt", "mine");
     std::filesystem::create_symlink("../mine.txt", folder / "cache" / "a.xwmc");
     AddConformed("a.xwmc", false);
 
     EXPECT_EQ(engine->ClearCacheFiles(), 1u);
 
     EXPECT_THAT(NamesIn(folder / "cache"), IsEmpty());
-    EXPECT_EQ(ReadText(folder / "mine.txt"), "mine");
+    EXPECT_EQ(ReadFile(folder / "mine.txt"), "mine");
     EXPECT_THAT(db.conformed, IsEmpty());
 }
 

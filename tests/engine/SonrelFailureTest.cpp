@@ -5,16 +5,16 @@
 #include "sonrel/caches/LogFile.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/mixer/AudioMixer.h"
-#include "tests/support/TempFolder.h"
+#include "tests/support/TemporaryFolder.h"
 #include "tests/support/fakes/FakeMediaDB.h"
 
 namespace {
 
 using orlo::project::MediaDB;
 using orlo::sonrel::Sonrel;
-using orlo::test::FakeMediaDB;
-using orlo::test::NamesIn;
-using orlo::test::TempFolder;
+using sonrel_tests::FakeMediaDB;
+using sonrel_tests::NamesIn;
+using sonrel_tests::TemporaryFolder;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -27,7 +27,7 @@ protected:
                               Sonrel::LogOption::WriteErrorLog);
     }
 
-    TempFolder folder;
+    TemporaryFolder folder;
     FakeMediaDB& db = FakeMediaDB::Instance();
 };
 

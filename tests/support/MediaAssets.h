@@ -6,15 +6,15 @@
 
 #include "sonrel/contracts/project.h"
 
-namespace orlo::test {
+namespace sonrel_tests {
 
 /// An asset with one audio stream of a second at 48000 Hz.
-inline std::shared_ptr<project::MediaAsset> MakeMediaAsset(
-    const std::shared_ptr<project::MediaManager>& manager, const std::wstring& path,
+inline std::shared_ptr<orlo::project::MediaAsset> MakeMediaAsset(
+    const std::shared_ptr<orlo::project::MediaManager>& manager, const std::wstring& path,
     zrh::media::ZRAudioCodec codec = zrh::media::ZRAudioCodec::Pcm) {
-    auto asset = std::make_shared<project::MediaAsset>(manager, path);
-    asset->SetAudioStream(std::make_unique<project::MediaAudioStream>(48000, 48000, codec));
+    auto asset = std::make_shared<orlo::project::MediaAsset>(manager, path);
+    asset->SetAudioStream(std::make_unique<orlo::project::MediaAudioStream>(48000, 48000, codec));
     return asset;
 }
 
-}  // namespace orlo::test
+}  // namespace sonrel_tests

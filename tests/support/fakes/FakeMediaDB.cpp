@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <stdexcept>
 
-namespace orlo::test {
+namespace sonrel_tests {
 
 struct FakeMediaDBCalls {
     /// Notes a call and fails where the test wants it to.
@@ -35,7 +35,7 @@ void FakeMediaDB::Reset() {
     cacheFolderPath.clear();
     calls_.clear();
     failures_.clear();
-    status_ = project::MediaDB::Ready;
+    status_ = orlo::project::MediaDB::Ready;
 }
 
 void FakeMediaDB::Throw(const std::string& operation, const std::string& text) {
@@ -48,7 +48,7 @@ void FakeMediaDB::ThrowAt(const std::string& operation, int nth, const std::stri
     failures_[operation] = {nth, text};
 }
 
-void FakeMediaDB::SetStatus(project::MediaDB::DatabaseStatus status) {
+void FakeMediaDB::SetStatus(orlo::project::MediaDB::DatabaseStatus status) {
     const std::lock_guard<std::mutex> guard(mutex_);
     status_ = status;
 }
@@ -75,12 +75,12 @@ int FakeMediaDB::OpenConnections() const {
     return openConnections_;
 }
 
-}  // namespace orlo::test
+}  // namespace sonrel_tests
 
 namespace orlo::project {
 
-using test::FakeMediaDB;
-using test::FakeMediaDBCalls;
+using sonrel_tests::FakeMediaDB;
+using sonrel_tests::FakeMediaDBCalls;
 
 struct MediaDBImpl {};
 

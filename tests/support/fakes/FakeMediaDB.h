@@ -8,7 +8,7 @@
 
 #include "sonrel/contracts/project/MediaDB.h"
 
-namespace orlo::test {
+namespace sonrel_tests {
 
 /// The media database of a test program: the bodies of `MediaDB` over lists in memory, one database
 /// for all connections, whatever paths they name. It has no age: every record is always due.
@@ -25,7 +25,7 @@ public:
     void Throw(const std::string& operation, const std::string& text);
     /// Makes the @p nth call of an operation from now on, counted from 1, throw.
     void ThrowAt(const std::string& operation, int nth, const std::string& text);
-    void SetStatus(project::MediaDB::DatabaseStatus status);
+    void SetStatus(orlo::project::MediaDB::DatabaseStatus status);
 
     /// Every call so far, in order, as "Operation" or, where it has a number of days or a flag to
     /// tell, "Operation 30" and "MediaDB true".
@@ -35,15 +35,15 @@ public:
     /// Connections that were opened and not closed.
     int OpenConnections() const;
 
-    std::vector<project::MediaDB::ConformedFile> conformed;
-    std::vector<project::MediaDB::PeakFile> peaks;
-    std::vector<project::MediaDB::VFRCacheFile> vfr;
+    std::vector<orlo::project::MediaDB::ConformedFile> conformed;
+    std::vector<orlo::project::MediaDB::PeakFile> peaks;
+    std::vector<orlo::project::MediaDB::VFRCacheFile> vfr;
     /// What the connections were opened on.
     std::wstring databasePath;
     std::wstring cacheFolderPath;
 
 private:
-    friend class project::MediaDB;
+    friend class orlo::project::MediaDB;
     friend struct FakeMediaDBCalls;
 
     struct Failure {
@@ -54,8 +54,8 @@ private:
     mutable std::mutex mutex_;
     std::vector<std::string> calls_;
     std::map<std::string, Failure> failures_;
-    project::MediaDB::DatabaseStatus status_ = project::MediaDB::Ready;
+    orlo::project::MediaDB::DatabaseStatus status_ = orlo::project::MediaDB::Ready;
     int openConnections_ = 0;
 };
 
-}  // namespace orlo::test
+}  // namespace sonrel_tests

@@ -7,7 +7,7 @@
 
 #include "sonrel/contracts/zrtl/Paths.h"
 
-namespace orlo::test {
+namespace sonrel_tests {
 
 FakeMediaLibrary& FakeMediaLibrary::Instance() {
     static FakeMediaLibrary fake;
@@ -128,13 +128,13 @@ private:
 
 }  // namespace
 
-}  // namespace orlo::test
+}  // namespace sonrel_tests
 
 namespace zrh::media {
 
-using orlo::test::FakeFile;
-using orlo::test::FakeMediaLibrary;
-using orlo::test::FakeStream;
+using sonrel_tests::FakeFile;
+using sonrel_tests::FakeMediaLibrary;
+using sonrel_tests::FakeStream;
 
 int ZRMediaFileCreate(const wchar_t* path, ZRAbstractMediaFile** file, ZRMediaReaderType) {
     FakeMediaLibrary& fake = FakeMediaLibrary::Instance();

@@ -8,7 +8,7 @@
 
 #include "sonrel/contracts/media.h"
 
-namespace orlo::test {
+namespace sonrel_tests {
 
 /// The media library of a test program: the bodies of the two free functions and of
 /// `ZRAudioConverter::Convert`, answering as the test says.
@@ -51,4 +51,4 @@ private:
 /// Writes a file as a conversion would: some bytes under the final name.
 void WriteConverted(const std::wstring& outputPath);
 
-}  // namespace orlo::test
+}  // namespace sonrel_tests
