@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "sonrel/pluginpack/PluginPack.h"
+#include "tests/pluginpack/EffectRender.h"
+
+namespace orlo::sonrel {
+namespace {
+
+using PluginPack::CurveNumber;
+using PluginPack::Parameters;
+using test::RenderedObject;
+using test::Samples;
+using test::Stereo;
+using ::testing::Each;
+using ::testing::ElementsAre;
+
+/// An object that is 1000 everywhere, at 4 samples to a video frame, with 8 samples of handle on
+/// either side.
+RenderedObject Constant(const Parameters& parameters) {
+    RenderedObject object;
+    object.rate = 100;
+    object.objectOffset = -8;
+    object.source = Stereo(Samples(200, 1000));
+    object.effects = {PluginPack::CreateEffect("fade", parameters)};
+    return object;
+}
+
+Samples Faded(const Parameters& parameters, long long first, int count) {
+    return test::Left(Constant(parameters).Render(first, count));
+}
+
+TEST(Fade, InRunsOverItsFramesFromTheObjectsStart) {
+    EXPECT_THAT(Faded({{"inFrames", 1}, {"curve", CurveNumber("linear")}}, 0, 6),
+                ElementsAre(0, 250, 500, 750, 1000, 1000));
+}
+
+TEST(Fade, OutRunsOverItsFramesToTheObjectsEnd) {
+    const Parameters out = {
+        {"outFrames", 1}, {"objectFrames", 10}, {"curve", CurveNumber("linear")}};
+
+    EXPECT_THAT(Faded(out, 34, 8), ElementsAre(1000, 1000, 1000, 750, 500, 250, 0, 0));
+}
+
+TEST(Fade, EqualPowerUnlessTold) {
+    EXPECT_THAT(Faded({{"inFrames", 1.5}}, 0, 7), ElementsAre(0, 259, 500, 707, 866, 966, 1000));
+}
+
+TEST(Fade, DecibelIsSilentAtTheFarEnd) {
+    const double db = CurveNumber("db");
+    EXPECT_THAT(Faded({{"inFrames", 0.75}, {"curve", db}}, 0, 4), ElementsAre(0, 10, 100, 1000));
+    EXPECT_THAT(Faded({{"outFrames", 0.75}, {"objectFrames", 2}, {"curve", db}}, 5, 4),
+                ElementsAre(1000, 100, 10, 0));
+}
+
+TEST(Fade, InAndOutMultiplyWhereTheyMeet) {
+    // In over samples 0 to 8, out over 0 to 8 as well.
+    const Parameters both = {
+        {"inFrames", 2}, {"outFrames", 2}, {"objectFrames", 2}, {"curve", CurveNumber("linear")}};
+
+    EXPECT_THAT(Faded(both, 0, 8), ElementsAre(0, 109, 188, 234, 250, 234, 188, 109));
+}
+
+TEST(Fade, AnOutLongerThanItsObjectStartsBeforeIt) {
+    const Parameters out = {
+        {"outFrames", 4}, {"objectFrames", 2}, {"curve", CurveNumber("linear")}};
+
+    EXPECT_THAT(Faded(out, 0, 4), ElementsAre(500, 438, 375, 313));
+}
+
+TEST(Fade, HandlesBeforeAFadeInAndBehindAFadeOutAreSilent) {
+    const Parameters both = {{"inFrames", 1}, {"outFrames", 1}, {"objectFrames", 10}};
+
+    EXPECT_THAT(Faded(both, -8, 8), Each(0));
+    EXPECT_THAT(Faded(both, 40, 8), Each(0));
+}
+
+TEST(Fade, WithoutALengthTouchesNothing) {
+    const Parameters none = {{"objectFrames", 10}};
+
+    EXPECT_THAT(Faded(none, -8, 8), Each(1000));
+    EXPECT_THAT(Faded(none, 36, 8), Each(1000));
+}
+
+TEST(Fade, LengthsAreCutToWholeSamples) {
+    // A frame at 29.97 frames a second and 48000 Hz is 1601.6 samples: the fade is 1601 long, and
+    // sample 800 has 800/1601 of its level. Over 1602 samples it would be 16363.
+    RenderedObject object;
+    object.source = Stereo(Samples(1700, 32767));
+    object.effects = {PluginPack::CreateEffect(
+        "fade", {{"inFrames", 1}, {"frameRate", 29.97}, {"curve", CurveNumber("linear")}})};
+
+    const Samples faded = test::Left(object.Render(0, 1700));
+
+    EXPECT_EQ(faded[800], 16373);
+    EXPECT_EQ(faded[1600], 32747);
+    EXPECT_EQ(faded[1601], 32767);
+}
+
+TEST(Fade, TheObjectsLengthIsCutBeforeTheFadeOutIsPlaced) {
+    // 10 frames are 16016.016 samples and cut to 16016; the fade-out of 1601 begins at 14415.
+    RenderedObject object;
+    object.source = Stereo(Samples(16100, 16010));
+    object.effects = {PluginPack::CreateEffect("fade", {{"outFrames", 1},
+                                                        {"objectFrames", 10},
+                                                        {"frameRate", 29.97},
+                                                        {"curve", CurveNumber("linear")}})};
+
+    const Samples faded = test::Left(object.Render(0, 16100));
+
+    EXPECT_EQ(faded[14415], 16010);
+    EXPECT_EQ(faded[14416], 16000);
+    EXPECT_EQ(faded[16015], 10);
+    EXPECT_EQ(faded[16016], 0);
+}
+
+TEST(Fade, FullScaleStaysAsItIsOutsideOfTheFades) {
+    RenderedObject object;
+    object.rate = 100;
+    object.source = {32767, -32768, 32767, -32768, 32767, -32768};
+    object.effects = {PluginPack::CreateEffect(
+        "fade", {{"inFrames", 0.25}, {"outFrames", 0.25}, {"objectFrames", 1}})};
+
+    EXPECT_THAT(object.Render(1, 2), ElementsAre(32767, -32768, 32767, -32768));
+}
+
+TEST(Fade, RoundsHalfAwayFromZeroOnBothChannels) {
+    RenderedObject object;
+    object.rate = 100;
+    object.source = {0, 0, 1, -1, 3, -3};
+    object.effects = {
+        PluginPack::CreateEffect("fade", {{"inFrames", 0.5}, {"curve", CurveNumber("linear")}})};
+
+    EXPECT_THAT(object.Render(1, 2), ElementsAre(1, -1, 3, -3));
+}
+
+TEST(Fade, GivesSilenceWhereTheSourceHasEnded) {
+    RenderedObject object = Constant({});
+    object.source = Stereo({7, 7, 7, 7, 7, 7, 7, 7, 7, 9});
+
+    EXPECT_THAT(test::Left(object.Render(0, 5)), ElementsAre(7, 9, 0, 0, 0));
+}
+
+TEST(Fade, AsksForNothingButItsOutput) {
+    const auto fade = PluginPack::CreateEffect("fade", {{"inFrames", 100}});
+
+    const auto range = test::RequiredRange(*fade, 48000, 5000, 100, 0);
+
+    EXPECT_EQ(range.first, 5000);
+    EXPECT_EQ(range.endExclusive, 5100);
+}
+
+}  // namespace
+}  // namespace orlo::sonrel
