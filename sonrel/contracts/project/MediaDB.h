@@ -112,8 +112,6 @@ public:
     VFRCacheFileList FindUnusedVFRCacheFiles(int days) const;
 
 private:
-    friend class CacheLedger;
-
     std::unique_ptr<MediaDBImpl> impl_;
 };
 

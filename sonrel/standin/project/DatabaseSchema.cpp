@@ -78,29 +78,42 @@ void RefuseStrangers(const SqliteConnection& connection, const Identity& identit
     if (identity.version < 1) connection.Fail("the file is damaged: it has no version");
 }
 
-/// Looks at the first bytes of the file, past the database's locks, its write-ahead log and its
-/// journal, so that a file that is not ours is let go without any of these being made or applied.
-/// The file is read through the connection's own descriptor: closing another one of this process
-/// would drop the locks of every connection that the process has to the file.
-void RefuseStrangersByHeader(const SqliteConnection& connection, long long latest) {
+/// What the first bytes of the file say, read past the database's locks, its write-ahead log and
+/// its journal, so that a file that is not ours is let go without any of these being made or
+/// applied. The file is read through the connection's own descriptor: closing another one of this
+/// process would drop the locks of every connection that the process has to the file.
+/// @throws DatabaseError when they are not those of a database
+Identity ReadHeader(const SqliteConnection& connection) {
     sqlite3_file* file = nullptr;
     const int code =
         sqlite3_file_control(connection.Handle(), "main", SQLITE_FCNTL_FILE_POINTER, &file);
-    if (code != SQLITE_OK || !file || !file->pMethods) return;
+    if (code != SQLITE_OK || !file || !file->pMethods) return {};
     unsigned char header[100] = {};
     sqlite3_int64 size = 0;
-    if (file->pMethods->xFileSize(file, &size) != SQLITE_OK || size == 0) return;
+    if (file->pMethods->xFileSize(file, &size) != SQLITE_OK) return {};
     const int read = file->pMethods->xRead(file, header, sizeof(header), 0);
+    // A file of one byte is told as empty too; only a zero byte may be written over.
+    if (size == 0 && header[0] == 0) return {};
     if (read != SQLITE_OK && read != SQLITE_IOERR_SHORT_READ) connection.FailWith(read);
     if (std::memcmp(header, "SQLite format 3", 16) != 0) {
         connection.Fail("the file is no media database, or is damaged");
     }
-    RefuseStrangers(connection,
-                    {BigEndian(header + 68), static_cast<std::int32_t>(BigEndian(header + 60)),
-                     BigEndian(header + 40)},
-                    latest);
+    return {BigEndian(header + 68), static_cast<std::int32_t>(BigEndian(header + 60)),
+            BigEndian(header + 40)};
 }
 
+/// @throws DatabaseError when the first bytes are another program's or newer, twice in a row: once
+/// may be the moment in which another connection of ours writes them
+void RefuseStrangersByHeader(const SqliteConnection& connection, long long latest) {
+    try {
+        RefuseStrangers(connection, ReadHeader(connection), latest);
+    } catch (const DatabaseError&) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        RefuseStrangers(connection, ReadHeader(connection), latest);
+    }
+}
+
+/// Run in a transaction, so that the three belong together.
 Identity ReadIdentity(SqliteConnection& connection) {
     return {connection.QueryNumber("PRAGMA application_id"),
             connection.QueryNumber("PRAGMA user_version"),
@@ -153,7 +166,9 @@ MediaDB::DatabaseStatus PrepareDatabaseSchema(SqliteConnection& connection, Sche
                                               std::span<const char* const> steps) {
     const auto latest = static_cast<long long>(steps.size());
     RefuseStrangersByHeader(connection, latest);
+    connection.Execute("BEGIN");
     const Identity identity = ReadIdentity(connection);
+    connection.Execute("COMMIT");
     RefuseStrangers(connection, identity, latest);
     const bool isLatest = identity.version == latest;
     if (work == SchemaWork::Forbidden && !isLatest) {

@@ -16,7 +16,7 @@ namespace orlo::project {
 struct MediaDBImpl {
     MediaDBImpl(std::wstring const& path, bool createAndMigrate)
         : connection(path, createAndMigrate ? SqliteConnection::Mode::Create
-                                            : SqliteConnection::Mode::ReadWrite),
+                                            : SqliteConnection::Mode::Existing),
           status(PrepareDatabaseSchema(
               connection, createAndMigrate ? SchemaWork::Allowed : SchemaWork::Forbidden,
               DatabaseSchemaSteps())),

@@ -43,10 +43,16 @@ std::string UpdateLastUse(RecordTable::Kind kind) {
     return "UPDATE " + Table(kind) + " SET last_use = " + (hasRate ? "?5" : "?4") + WhereKey(kind);
 }
 
+constexpr char KEY[] = "media_path, media_fingerprint, stream_index";
+
 std::string SelectUnused(RecordTable::Kind kind) {
-    const std::string key = "media_path, media_fingerprint, stream_index";
-    return "SELECT " + key + ", cache_filename" + RateColumn(kind) + " FROM " + Table(kind) +
-           " WHERE last_use <= ?1 ORDER BY last_use, " + key + RateColumn(kind);
+    return std::string("SELECT ") + KEY + ", cache_filename" + RateColumn(kind) + " FROM " +
+           Table(kind) + " WHERE last_use <= ?1 ORDER BY last_use, " + KEY + RateColumn(kind);
+}
+
+std::string SelectAll(RecordTable::Kind kind) {
+    return std::string("SELECT ") + KEY + ", cache_filename" + RateColumn(kind) +
+           ", last_use FROM " + Table(kind) + " ORDER BY " + KEY + RateColumn(kind);
 }
 
 }  // namespace
@@ -58,7 +64,8 @@ RecordTable::RecordTable(SqliteConnection& connection, Kind kind)
       add_(connection, InsertInto(kind)),
       touch_(connection, UpdateLastUse(kind)),
       remove_(connection, "DELETE FROM " + Table(kind) + WhereKey(kind)),
-      findUnused_(connection, SelectUnused(kind)) {}
+      findUnused_(connection, SelectUnused(kind)),
+      list_(connection, SelectAll(kind)) {}
 
 bool RecordTable::Get(const RecordKey& key, std::wstring* name) {
     SqliteRun run(get_);

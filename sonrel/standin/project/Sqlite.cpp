@@ -2,6 +2,7 @@
 #include "sonrel/standin/project/detail/Sqlite.h"
 
 #include <algorithm>
+#include <cctype>
 
 #include "sonrel/contracts/zrtl/Paths.h"
 #include "sonrel/standin/project/detail/DatabaseHooks.h"
@@ -21,22 +22,41 @@ std::string PathForSqlite(const std::string& path) {
     return path.empty() || path.front() == '/' ? path : "./" + path;
 }
 
+/// The address of a file that nobody writes; every byte that means something in one is escaped.
+std::string FrozenAddress(const std::string& path) {
+    std::string address = "file:";
+    for (const char character : PathForSqlite(path)) {
+        if (character == '/' || std::isalnum(static_cast<unsigned char>(character))) {
+            address += character;
+        } else {
+            constexpr char HEX[] = "0123456789abcdef";
+            const auto byte = static_cast<unsigned char>(character);
+            address += {'%', HEX[byte >> 4], HEX[byte & 15]};
+        }
+    }
+    return address + "?immutable=1";
+}
+
 std::string OneLine(std::string text) {
     std::replace_if(
         text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
     return text;
 }
 
-int OpenFlags(SqliteConnection::Mode mode) {
+int Open(const std::string& path, SqliteConnection::Mode mode, sqlite3** handle) {
+    constexpr int FLAGS = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX;
     switch (mode) {
-        case SqliteConnection::Mode::ReadOnly:
-            return SQLITE_OPEN_READONLY;
-        case SqliteConnection::Mode::ReadWrite:
-            return SQLITE_OPEN_READWRITE;
         case SqliteConnection::Mode::Create:
-            return SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+            return sqlite3_open_v2(PathForSqlite(path).c_str(), handle, FLAGS | SQLITE_OPEN_CREATE,
+                                   nullptr);
+        case SqliteConnection::Mode::Frozen:
+            return sqlite3_open_v2(FrozenAddress(path).c_str(), handle,
+                                   SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_URI,
+                                   nullptr);
+        case SqliteConnection::Mode::Existing:
+            break;
     }
-    return SQLITE_OPEN_READONLY;
+    return sqlite3_open_v2(PathForSqlite(path).c_str(), handle, FLAGS, nullptr);
 }
 
 /// Decodes UTF-8 piece by piece; what is none becomes U+FFFD.
@@ -64,8 +84,7 @@ SqliteConnection::SqliteConnection(std::wstring const& path, Mode mode)
     : path_(zrtl::ToUtf8(path)) {
     if (path_.empty() || path_.find('\0') != std::string::npos) Fail("this is no path of a file");
     sqlite3* handle = nullptr;
-    const int code = sqlite3_open_v2(PathForSqlite(path_).c_str(), &handle,
-                                     OpenFlags(mode) | SQLITE_OPEN_NOMUTEX, nullptr);
+    const int code = Open(path_, mode, &handle);
     handle_.reset(handle);
     if (code != SQLITE_OK) FailWith(code);
     Harden();

@@ -43,6 +43,14 @@ public:
         while (run.Step()) visit(run);
     }
 
+    /// All records in the order of their keys, with the columns of FindUnused.
+    /// @param visit  called with the run and the time of last use, milliseconds since 1970
+    template <class Visit>
+    void List(Visit visit) {
+        SqliteRun run(list_);
+        while (run.Step()) visit(run, run.Number(hasRate_ ? 5 : 4));
+    }
+
 private:
     static long long Cutoff(int days, long long nowMs);
     void Bind(SqliteRun* run, const RecordKey& key) const;
@@ -55,6 +63,7 @@ private:
     SqliteStatement touch_;
     SqliteStatement remove_;
     SqliteStatement findUnused_;
+    SqliteStatement list_;
 };
 
 }  // namespace orlo::project

@@ -29,7 +29,11 @@ private:
 /// AllowChanges says that the file is ours.
 class SqliteConnection {
 public:
-    enum class Mode { ReadOnly, ReadWrite, Create };
+    enum class Mode {
+        Existing,  ///< an existing file, for reading only where the system allows no more
+        Create,    ///< the same, but a missing file is made
+        Frozen     ///< an existing file that nobody writes, without locks and side files
+    };
 
     /// @throws DatabaseError when the file cannot be opened
     SqliteConnection(std::wstring const& path, Mode mode);

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "sonrel/Export.h"
+
+namespace orlo::project {
+
+struct CacheLedgerImpl;
+
+enum class CacheFileKind : int { Conformed = 0, Peak = 1, Vfr = 2 };
+
+/// One record of the media database.
+struct CacheRecord {
+    CacheFileKind kind = CacheFileKind::Conformed;
+    std::wstring mediaPath;
+    std::wstring mediaFingerprint;
+    int streamIndex = 0;
+    int sampleRate = 0;  ///< hertz; 0 for all but conformed files
+    /// The bare name in the cache folder; empty when the stored name is none.
+    std::wstring cacheFilename;
+    long long lastUseMs = 0;  ///< milliseconds since 1970, UTC
+};
+
+/// All that a media database remembers, for listings and for cleaning up by hand.
+///
+/// Looking at a database changes nothing in it, stamps nothing as used and makes no missing one. A
+/// database that can only be read is listed all the same.
+///
+/// Threads: one thread at a time on one object.
+///
+/// Errors: every operation may throw `std::runtime_error` with the database's own words and the
+/// file's name, as MediaDB does.
+class SONREL_EXPORT CacheLedger {
+public:
+    /// @throws std::runtime_error when there is no database of the current schema at the path
+    explicit CacheLedger(std::wstring const& databasePath);
+    ~CacheLedger();
+    CacheLedger(const CacheLedger&) = delete;
+    CacheLedger& operator=(const CacheLedger&) = delete;
+
+    /// Conformed files, then peak files, then VFR cache files, each in the order of media path,
+    /// fingerprint, stream and rate.
+    std::vector<CacheRecord> Records() const;
+
+    /// Forgets a record of any kind, found by its key; leaves its file alone.
+    /// @return whether there was one
+    bool Remove(CacheRecord const& record);
+
+private:
+    std::unique_ptr<CacheLedgerImpl> impl_;
+};
+
+/// Whether a conformed file is one, and is whole: its header fits its length, and its last sample
+/// can be read.
+SONREL_EXPORT bool IsWholeConformedFile(std::wstring const& path);
+
+}  // namespace orlo::project
