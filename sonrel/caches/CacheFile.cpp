@@ -92,7 +92,7 @@ std::wstring FindOrMakeCacheFile(const CacheFilePlace& place, CacheRecord* recor
     }
 
     const std::wstring name = zrtl::ZRID::Create().ToString() + place.extension;
-    const std::wstring path = MediaDB::CreateMediaCacheFilePath(place.cacheFolder, name);
+    std::wstring path = MediaDB::CreateMediaCacheFilePath(place.cacheFolder, name);
     if (!make(path)) {
         Delete(path);
         Log(place, L"Could not save: ", path);
