@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstddef>
+#include <cstring>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -19,6 +21,26 @@ struct Mix {
     int result = 0;
     GuardedBuffer buffer;
     std::pair<short, short> operator[](int frame) const { return buffer.Frame(frame); }
+};
+
+/// What the rendering of one object or layer gave.
+struct Rendered {
+    int result = 0;
+    std::vector<unsigned char> bytes;
+
+    std::pair<short, short> operator[](int frame) const {
+        short values[2];
+        std::memcpy(values, bytes.data() + 4 * static_cast<std::size_t>(frame), sizeof(values));
+        return {values[0], values[1]};
+    }
+    /// The frames that the result names as valid, interleaved.
+    Samples Valid() const {
+        Samples values(result > 0 ? 2 * static_cast<std::size_t>(result) : 0);
+        if (!values.empty()) std::memcpy(values.data(), bytes.data(), values.size() * 2);
+        return values;
+    }
+    /// Frames that the bytes hold.
+    int Capacity() const { return static_cast<int>(bytes.size() / 4); }
 };
 
 /// The mixer of an engine without database and cache. No dither until a test sets one.
@@ -47,6 +69,27 @@ public:
                 int sampleRate = 0) {
         return Request(builder.Project(), builder.Sequence(), start, count, rateOverride,
                        sampleRate);
+    }
+
+    /// Renders an object of the builder's sequence at the sequence's rate.
+    Rendered Render(const ProjectBuilder& builder,
+                    const std::shared_ptr<project::AudioObject>& object, long long start, int count,
+                    const zrtl::ZRID& stopAtEffect = {}) {
+        Rendered rendered;
+        rendered.result = Mixer().GetSamples(
+            builder.Project(), builder.Sequence(), object, start, count,
+            builder.Sequence()->Settings().AudioSampleRateValue(), rendered.bytes, stopAtEffect);
+        return rendered;
+    }
+
+    /// Renders a layer at a rate.
+    Rendered Render(const ProjectBuilder& builder,
+                    const std::shared_ptr<project::AbstractLayer>& layer, int rate, long long start,
+                    int count, const zrtl::ZRID& stopAtEffect = {}) {
+        Rendered rendered;
+        rendered.result = Mixer().GetSamples(builder.Project(), layer, start, count, rate,
+                                             rendered.bytes, stopAtEffect);
+        return rendered;
     }
 
 private:
