@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/standin/media/detail/Demuxer.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+namespace zrh::media::detail {
+namespace {
+
+constexpr int IO_BUFFER_BYTES = 128 * 1024;
+
+/// Formats that lead to other files or to the network, that are programs, or that hold still
+/// pictures. What else may name a file finds its way barred by RefuseOpen.
+constexpr std::array<std::string_view, 30> REFUSED_FORMATS = {
+    "adf",    "alias_pix",   "apng",
+    "bin",    "brender_pix", "concat",
+    "dash",   "ffmetadata",  "fits",
+    "gif",    "hls",         "ico",
+    "idf",    "image2",      "image2pipe",
+    "imf",    "lavfi",       "libcdio",
+    "mpjpeg", "rtp",         "rtsp",
+    "sap",    "sbg",         "sdp",
+    "tty",    "vobsub",      "webm_dash_manifest",
+    "xbin",   "applehttp",   "tedcaptions"};
+
+bool IsRefused(const AVInputFormat& format) {
+    if ((format.flags & AVFMT_NOFILE) != 0) return true;
+    if (format.priv_class != nullptr && AV_IS_INPUT_DEVICE(format.priv_class->category))
+        return true;
+    const std::string_view name = format.name;
+    if (name.size() >= 5 && name.substr(name.size() - 5) == "_pipe") return true;
+    return std::any_of(REFUSED_FORMATS.begin(), REFUSED_FORMATS.end(),
+                       [&](std::string_view refused) { return name == refused; });
+}
+
+int RefuseOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) {
+    return AVERROR(EACCES);
+}
+
+bool IsSoundOrPicture(const AVStream& stream) {
+    const AVMediaType type = stream.codecpar->codec_type;
+    return type == AVMEDIA_TYPE_AUDIO || type == AVMEDIA_TYPE_VIDEO;
+}
+
+}  // namespace
+
+MediaError Demuxer::Open(std::shared_ptr<const InputFile> file, std::unique_ptr<Demuxer>* demuxer) {
+    std::unique_ptr<Demuxer> opened(new Demuxer);
+    opened->file_ = std::move(file);
+    const MediaError error = opened->OpenContext();
+    if (error != MediaError::None) {
+        return opened->diskFailed_ ? MediaError::ReadFailed : error;
+    }
+    *demuxer = std::move(opened);
+    return MediaError::None;
+}
+
+MediaError Demuxer::OpenContext() {
+    auto* buffer = static_cast<unsigned char*>(av_malloc(IO_BUFFER_BYTES));
+    if (buffer == nullptr) return MediaError::OutOfMemory;
+    io_ = avio_alloc_context(buffer, IO_BUFFER_BYTES, 0, this, &ReadBytes, nullptr, &SeekBytes);
+    if (io_ == nullptr) {
+        av_free(buffer);
+        return MediaError::OutOfMemory;
+    }
+
+    // The name takes part in telling the format, by its extension, and is never opened.
+    const char* name = file_->Path().c_str();
+    const AVInputFormat* format = nullptr;
+    if (av_probe_input_buffer2(io_, &format, name, nullptr, 0, 0) < 0 || format == nullptr) {
+        return MediaError::NotMedia;
+    }
+    if (IsRefused(*format)) return MediaError::RefusedFormat;
+
+    context_ = avformat_alloc_context();
+    if (context_ == nullptr) return MediaError::OutOfMemory;
+    context_->pb = io_;
+    context_->flags |= AVFMT_FLAG_CUSTOM_IO;
+    context_->io_open = &RefuseOpen;
+    AVDictionary* options = nullptr;
+    av_dict_set(&options, "protocol_whitelist", "file", 0);
+    const int opened = avformat_open_input(&context_, name, format, &options);
+    av_dict_free(&options);
+    if (opened == AVERROR(ENOMEM)) return MediaError::OutOfMemory;
+    if (opened < 0) return MediaError::NotMedia;
+    if (avformat_find_stream_info(context_, nullptr) < 0) return MediaError::NotMedia;
+    for (unsigned int i = 0; i < context_->nb_streams; ++i) {
+        if (IsSoundOrPicture(*context_->streams[i])) return MediaError::None;
+    }
+    return MediaError::NotMedia;
+}
+
+Demuxer::~Demuxer() {
+    avformat_close_input(&context_);
+    if (io_ != nullptr) {
+        av_freep(&io_->buffer);
+        avio_context_free(&io_);
+    }
+}
+
+bool Demuxer::Read(AVPacket* packet) {
+    // A container may answer "again" or give an empty packet between two good ones; one that does
+    // nothing else has ended.
+    for (int idle = 0; idle < 10000; ++idle) {
+        const int result = av_read_frame(context_, packet);
+        if (result == AVERROR(EAGAIN)) continue;
+        if (result < 0) return false;
+        const auto index = static_cast<unsigned int>(packet->stream_index);
+        if (packet->size > 0 && context_->streams[index]->discard != AVDISCARD_ALL) return true;
+        av_packet_unref(packet);
+    }
+    return false;
+}
+
+int Demuxer::ReadBytes(void* self, std::uint8_t* buffer, int size) {
+    auto* demuxer = static_cast<Demuxer*>(self);
+    const std::int64_t got =
+        demuxer->file_->ReadAt(demuxer->position_, buffer, static_cast<std::size_t>(size));
+    if (got < 0) {
+        demuxer->diskFailed_ = true;
+        return AVERROR(EIO);
+    }
+    if (got == 0) return AVERROR_EOF;
+    demuxer->position_ += got;
+    return static_cast<int>(got);
+}
+
+std::int64_t Demuxer::SeekBytes(void* self, std::int64_t offset, int whence) {
+    auto* demuxer = static_cast<Demuxer*>(self);
+    std::int64_t base = 0;
+    switch (whence & ~AVSEEK_FORCE) {
+        case AVSEEK_SIZE:
+            return demuxer->file_->Size();
+        case SEEK_SET:
+            break;
+        case SEEK_CUR:
+            base = demuxer->position_;
+            break;
+        case SEEK_END:
+            base = demuxer->file_->Size();
+            break;
+        default:
+            return AVERROR(EINVAL);
+    }
+    std::int64_t target = 0;
+    if (__builtin_add_overflow(base, offset, &target) || target < 0) return AVERROR(EINVAL);
+    demuxer->position_ = target;
+    return target;
+}
+
+}  // namespace zrh::media::detail

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/standin/media/detail/InputFile.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "sonrel/contracts/zrtl/Paths.h"
+
+namespace zrh::media::detail {
+namespace {
+
+MediaError ErrorOfErrno(int error) {
+    switch (error) {
+        case ENOENT:
+        case ENOTDIR:
+            return MediaError::NotFound;
+        case EACCES:
+        case EPERM:
+            return MediaError::NoPermission;
+        case ENXIO:
+        case EISDIR:
+            return MediaError::NotRegularFile;
+        default:
+            return MediaError::OpenFailed;
+    }
+}
+
+bool FitsUtf8(const std::wstring& path) {
+    return std::none_of(path.begin(), path.end(), [](wchar_t character) {
+        const auto code = static_cast<char32_t>(character);
+        return code == 0 || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF);
+    });
+}
+
+std::int64_t Nanoseconds(const timespec& time) {
+    return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+}
+
+FileIdentity IdentityOf(const struct stat& status) {
+    return {static_cast<std::uint64_t>(status.st_dev), static_cast<std::uint64_t>(status.st_ino),
+            static_cast<std::int64_t>(status.st_size), Nanoseconds(status.st_mtim),
+            Nanoseconds(status.st_ctim)};
+}
+
+}  // namespace
+
+MediaError InputFile::Open(const std::wstring& path, std::shared_ptr<const InputFile>* file) {
+    if (!FitsUtf8(path)) return MediaError::BadName;
+    std::shared_ptr<InputFile> opened(new InputFile);
+    opened->path_ = zrtl::ToUtf8(path);
+
+    // Looked at before it is opened, so that a device is never touched; and again afterwards,
+    // because the name may lead elsewhere by then. O_NONBLOCK keeps a pipe that slips in between
+    // from blocking.
+    struct stat status = {};
+    if (::stat(opened->path_.c_str(), &status) != 0) return ErrorOfErrno(errno);
+    if (!S_ISREG(status.st_mode)) return MediaError::NotRegularFile;
+    do {
+        opened->descriptor_ =
+            ::open(opened->path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    } while (opened->descriptor_ < 0 && errno == EINTR);
+    if (opened->descriptor_ < 0) return ErrorOfErrno(errno);
+    if (::fstat(opened->descriptor_, &status) != 0) return MediaError::OpenFailed;
+    if (!S_ISREG(status.st_mode)) return MediaError::NotRegularFile;
+
+    opened->identity_ = IdentityOf(status);
+    *file = std::move(opened);
+    return MediaError::None;
+}
+
+InputFile::~InputFile() {
+    if (descriptor_ >= 0) ::close(descriptor_);
+}
+
+std::int64_t InputFile::ReadAt(std::int64_t offset, void* buffer, std::size_t size) const {
+    auto* to = static_cast<char*>(buffer);
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t got = ::pread(descriptor_, to + done, size - done,
+                                    static_cast<off_t>(offset + static_cast<std::int64_t>(done)));
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) return -1;
+        if (got == 0) break;
+        done += static_cast<std::size_t>(got);
+    }
+    return static_cast<std::int64_t>(done);
+}
+
+}  // namespace zrh::media::detail

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/standin/media/MediaInfo.h"
+
+#include <memory>
+
+#include "sonrel/contracts/media/ZRAbstractMediaFile.h"
+#include "sonrel/standin/media/MediaErrors.h"
+#include "sonrel/standin/media/detail/AudioStream.h"
+#include "sonrel/standin/media/detail/MediaFile.h"
+
+namespace zrh::media {
+namespace {
+
+struct Releaser {
+    void operator()(ZRAbstractMediaFile* file) const { ZRMediaFileRelease(file); }
+};
+
+MediaStreamInfo Describe(ZRAbstractAudioStream& stream) {
+    MediaStreamInfo info;
+    const auto* own = dynamic_cast<const detail::AudioStream*>(&stream);
+    if (own != nullptr) {
+        info = own->Facts();
+    } else if (stream.StreamType() == 0) {
+        info.kind = MediaStreamKind::Audio;
+    }
+    if (info.kind != MediaStreamKind::Audio) return info;
+    info.sampleRate = stream.SampleRate();
+    info.channels = stream.ChannelCount();
+    info.bitsPerSample = stream.BitsPerSample();
+    info.dataType = stream.SampleDataType();
+    info.sampleCount = stream.SampleCount();
+    if (own != nullptr) info.error = static_cast<int>(own->Error());
+    return info;
+}
+
+}  // namespace
+
+int DescribeMedia(const std::wstring& path, MediaInfo* info) {
+    ZRAbstractMediaFile* raw = nullptr;
+    const int opened = ZRMediaFileCreate(path.c_str(), &raw, ZRMediaReaderType::Default);
+    if (opened != 0) return opened;
+    const std::unique_ptr<ZRAbstractMediaFile, Releaser> file(raw);
+    file->SetReadOption(1);
+    const int prepared = file->Prepare();
+    if (prepared != 0) return prepared;
+
+    MediaInfo found;
+    if (const auto* own = dynamic_cast<const detail::MediaFile*>(raw)) {
+        found.format = own->FormatName();
+    }
+    for (const auto& stream : file->Streams()) found.streams.push_back(Describe(*stream));
+    *info = std::move(found);
+    return 0;
+}
+
+}  // namespace zrh::media

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/adler32.h>
+#include <libavutil/channel_layout.h>
+#include <libavutil/opt.h>
+#include <libavutil/samplefmt.h>
+#include <libswresample/swresample.h>
+}
+
+#include <memory>
+#include <new>
+
+namespace zrh::media::detail {
+
+struct PacketDeleter {
+    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+};
+struct FrameDeleter {
+    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+};
+struct CodecContextDeleter {
+    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
+};
+struct CodecParametersDeleter {
+    void operator()(AVCodecParameters* parameters) const { avcodec_parameters_free(&parameters); }
+};
+struct ParserDeleter {
+    void operator()(AVCodecParserContext* parser) const { av_parser_close(parser); }
+};
+struct SwrDeleter {
+    void operator()(SwrContext* context) const { swr_free(&context); }
+};
+
+using PacketPtr = std::unique_ptr<AVPacket, PacketDeleter>;
+using FramePtr = std::unique_ptr<AVFrame, FrameDeleter>;
+using CodecContextPtr = std::unique_ptr<AVCodecContext, CodecContextDeleter>;
+using CodecParametersPtr = std::unique_ptr<AVCodecParameters, CodecParametersDeleter>;
+using ParserPtr = std::unique_ptr<AVCodecParserContext, ParserDeleter>;
+using SwrPtr = std::unique_ptr<SwrContext, SwrDeleter>;
+
+/// Wraps what an allocation of FFmpeg returned.
+/// @throws std::bad_alloc when it is null
+template <typename Pointer>
+Pointer OwnOrThrow(typename Pointer::pointer raw) {
+    if (raw == nullptr) throw std::bad_alloc();
+    return Pointer(raw);
+}
+
+inline PacketPtr NewPacket() {
+    return OwnOrThrow<PacketPtr>(av_packet_alloc());
+}
+inline FramePtr NewFrame() {
+    return OwnOrThrow<FramePtr>(av_frame_alloc());
+}
+
+/// While one lives, FFmpeg prints nothing that it has to say on this thread. A damaged file is
+/// reported through result codes; messages of other threads and of the host go their usual way.
+class QuietScope {
+public:
+    QuietScope();
+    ~QuietScope();
+    QuietScope(const QuietScope&) = delete;
+    QuietScope& operator=(const QuietScope&) = delete;
+};
+
+}  // namespace zrh::media::detail

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "sonrel/standin/media/MediaErrors.h"
+
+namespace zrh::media::detail {
+
+/// What tells one state of a file from another without reading it.
+struct FileIdentity {
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    std::int64_t size = 0;
+    std::int64_t modifiedNs = 0;
+    std::int64_t changedNs = 0;
+
+    auto operator<=>(const FileIdentity&) const = default;
+};
+
+/// A regular file, open for reading. Nothing but a regular file is ever opened: opening a pipe
+/// could block for ever and opening a device could do anything.
+///
+/// Threads: any number may read at once; there is no shared position.
+class InputFile {
+public:
+    static MediaError Open(const std::wstring& path, std::shared_ptr<const InputFile>* file);
+    ~InputFile();
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
+
+    /// Reads up to @p size bytes from @p offset.
+    /// @return the bytes read, fewer than @p size at the file's end only; -1 when the disk failed
+    std::int64_t ReadAt(std::int64_t offset, void* buffer, std::size_t size) const;
+
+    /// As it was when the file was opened.
+    const FileIdentity& Identity() const { return identity_; }
+    std::int64_t Size() const { return identity_.size; }
+    const std::string& Path() const { return path_; }
+
+private:
+    InputFile() = default;
+
+    int descriptor_ = -1;
+    std::string path_;
+    FileIdentity identity_;
+};
+
+}  // namespace zrh::media::detail

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "sonrel/standin/media/MediaErrors.h"
+#include "sonrel/standin/media/detail/SampleFormat.h"
+
+namespace zrh::media::detail {
+
+/// Turns decoded sound into interleaved stereo of 16 bits at another rate.
+///
+/// Sound that is so already stays as it is, bit for bit. One channel goes to both sides unchanged;
+/// two are left and right; more are mixed down with the coefficients of ITU-R BS.775, scaled so
+/// that the sum cannot clip, without the low-frequency channel. The rate is changed by soxr with 20
+/// bits of precision, and the result is rounded to 16 bits without dither.
+///
+/// Threads: one at a time.
+class StereoConverter {
+public:
+    /// @return an error when the channels cannot be mixed down or there are too many
+    MediaError Open(const DecodedFormat& from, int rate);
+
+    /// Converts a piece and appends what comes out.
+    bool Convert(const SampleBlock& block, std::vector<std::int16_t>* out);
+    /// Appends what is still inside. Nothing can be converted afterwards.
+    bool Flush(std::vector<std::int16_t>* out);
+
+private:
+    MediaError OpenSwr(const DecodedFormat& from, int rate, const AVChannelLayout& layout);
+    bool Run(const std::uint8_t* const* planes, int frames, std::vector<std::int16_t>* out);
+    const std::uint8_t* const* Silence(int frames);
+
+    DecodedFormat from_;
+    SwrPtr swr_;
+    std::vector<const std::uint8_t*> planes_;
+    std::vector<std::uint8_t> silence_;
+};
+
+}  // namespace zrh::media::detail
