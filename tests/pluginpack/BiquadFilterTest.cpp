@@ -20,9 +20,9 @@ namespace {
 using detail::BiquadCoefficients;
 using detail::HighPassCoefficients;
 using detail::LowPassCoefficients;
-using test::RenderedObject;
-using test::Samples;
-using test::Stereo;
+using sonrel_tests::RenderedObject;
+using sonrel_tests::Samples;
+using sonrel_tests::Stereo;
 using ::testing::Each;
 using ::testing::ElementsAre;
 
@@ -54,14 +54,14 @@ TEST(LowPass, AtAQuarterOfTheRateIsAPlainAverage) {
     const auto object =
         Filtered("low-pass", {{"frequencyHz", 12000}, {"q", 0.5}}, Stereo({10000, 0, 0, 0, 0}));
 
-    EXPECT_THAT(test::Left(object.Render(0, 5)), ElementsAre(2500, 5000, 2500, 0, 0));
+    EXPECT_THAT(sonrel_tests::Left(object.Render(0, 5)), ElementsAre(2500, 5000, 2500, 0, 0));
 }
 
 TEST(HighPass, AtAQuarterOfTheRateIsAPlainDifference) {
     const auto object =
         Filtered("high-pass", {{"frequencyHz", 12000}, {"q", 0.5}}, Stereo({10000, 0, 0, 0, 0}));
 
-    EXPECT_THAT(test::Left(object.Render(0, 5)), ElementsAre(2500, -5000, 2500, 0, 0));
+    EXPECT_THAT(sonrel_tests::Left(object.Render(0, 5)), ElementsAre(2500, -5000, 2500, 0, 0));
 }
 
 // At a sixth of the rate the cosine is 1/2 and the sine 0.8660254; with q the same, alpha is 1/2
@@ -71,7 +71,7 @@ TEST(LowPass, FeedsItsOutputBack) {
     const auto object = Filtered("low-pass", {{"frequencyHz", 8000}, {"q", 0.8660254037844386}},
                                  Stereo({18000, 0, 0, 0, 0}));
 
-    EXPECT_THAT(test::Left(object.Render(0, 5)), ElementsAre(3000, 8000, 7333, 2222, -963));
+    EXPECT_THAT(sonrel_tests::Left(object.Render(0, 5)), ElementsAre(3000, 8000, 7333, 2222, -963));
 }
 
 TEST(HighPass, FeedsItsOutputBack) {
@@ -79,7 +79,8 @@ TEST(HighPass, FeedsItsOutputBack) {
     const auto object = Filtered("high-pass", {{"frequencyHz", 8000}, {"q", 0.8660254037844386}},
                                  Stereo({18000, 0, 0, 0, 0}));
 
-    EXPECT_THAT(test::Left(object.Render(0, 5)), ElementsAre(9000, -12000, -2000, 2667, 2444));
+    EXPECT_THAT(sonrel_tests::Left(object.Render(0, 5)),
+                ElementsAre(9000, -12000, -2000, 2667, 2444));
 }
 
 TEST(LowPass, PassesLowSoundAndStopsHighSound) {
@@ -117,8 +118,8 @@ TEST(BiquadFilters, FilterEachChannelForItself) {
     const auto object = Filtered("low-pass", {{"frequencyHz", 12000}, {"q", 0.5}},
                                  {10000, 0, 0, -20000, 0, 0, 0, 0, 0, 0});
 
-    EXPECT_THAT(test::Left(object.Render(0, 5)), ElementsAre(2500, 5000, 2500, 0, 0));
-    EXPECT_THAT(test::Right(object.Render(0, 5)), ElementsAre(0, -5000, -10000, -5000, 0));
+    EXPECT_THAT(sonrel_tests::Left(object.Render(0, 5)), ElementsAre(2500, 5000, 2500, 0, 0));
+    EXPECT_THAT(sonrel_tests::Right(object.Render(0, 5)), ElementsAre(0, -5000, -10000, -5000, 0));
 }
 
 TEST(BiquadFilters, ClipWhatRingsBeyondFullScale) {
@@ -136,7 +137,7 @@ TEST(BiquadFilters, ClipWhatRingsBeyondFullScale) {
 TEST(BiquadFilters, ABlockIsTheSectionRunFromRestOver4096FramesBeforeIt) {
     constexpr int FIRST = 10000;
     constexpr int COUNT = 1920;
-    const Samples source = test::Noise(FIRST + COUNT, 3);
+    const Samples source = sonrel_tests::Noise(FIRST + COUNT, 3);
     const auto object = Filtered("low-pass", {{"frequencyHz", 300}, {"q", 2}}, source);
 
     // The same filter, written out for the left channel.
@@ -158,7 +159,7 @@ TEST(BiquadFilters, ABlockIsTheSectionRunFromRestOver4096FramesBeforeIt) {
         if (n >= FIRST) expected.push_back(static_cast<short>(zrtl::RoundHalfAway(y)));
     }
 
-    EXPECT_EQ(test::Left(object.Render(FIRST, COUNT)), expected);
+    EXPECT_EQ(sonrel_tests::Left(object.Render(FIRST, COUNT)), expected);
 }
 
 TEST(BiquadFilters, HearAnImpulse4096FramesBeforeTheBlockAndNotOneFrameMore) {
@@ -177,7 +178,7 @@ TEST(BiquadFilters, AskFor4096FramesBeforeTheirOutput) {
     for (const char* name : {"low-pass", "high-pass"}) {
         const auto filter = PluginPack::CreateEffect(name);
 
-        const auto range = test::RequiredRange(*filter, 48000, 5000, 100, 0);
+        const auto range = sonrel_tests::RequiredRange(*filter, 48000, 5000, 100, 0);
 
         EXPECT_EQ(range.first, 904) << name;
         EXPECT_EQ(range.endExclusive, 5100) << name;
@@ -187,20 +188,20 @@ TEST(BiquadFilters, AskFor4096FramesBeforeTheirOutput) {
 TEST(BiquadFilters, TheirLookBackEndsAtTheSourcesFirstSample) {
     const auto filter = PluginPack::CreateEffect("high-pass");
 
-    EXPECT_EQ(test::RequiredRange(*filter, 48000, 4097, 10, 0).first, 1);
-    EXPECT_EQ(test::RequiredRange(*filter, 48000, 4096, 10, 0).first, 0);
-    EXPECT_EQ(test::RequiredRange(*filter, 48000, 4095, 10, 0).first, 0);
-    EXPECT_EQ(test::RequiredRange(*filter, 48000, 0, 10, 0).first, 0);
-    EXPECT_EQ(test::RequiredRange(*filter, 48000, 100, 10, -50).first, -50);
+    EXPECT_EQ(sonrel_tests::RequiredRange(*filter, 48000, 4097, 10, 0).first, 1);
+    EXPECT_EQ(sonrel_tests::RequiredRange(*filter, 48000, 4096, 10, 0).first, 0);
+    EXPECT_EQ(sonrel_tests::RequiredRange(*filter, 48000, 4095, 10, 0).first, 0);
+    EXPECT_EQ(sonrel_tests::RequiredRange(*filter, 48000, 0, 10, 0).first, 0);
+    EXPECT_EQ(sonrel_tests::RequiredRange(*filter, 48000, 100, 10, -50).first, -50);
 }
 
 TEST(BiquadFilters, TwoInARowAskForTheLookBackOfBoth) {
     const auto first = PluginPack::CreateEffect("low-pass");
     const auto second = PluginPack::CreateEffect("high-pass");
 
-    const auto middle = test::RequiredRange(*second, 48000, 10000, 100, 0);
-    const auto input = test::RequiredRange(*first, 48000, middle.first,
-                                           static_cast<int>(middle.endExclusive - middle.first), 0);
+    const auto middle = sonrel_tests::RequiredRange(*second, 48000, 10000, 100, 0);
+    const auto input = sonrel_tests::RequiredRange(
+        *first, 48000, middle.first, static_cast<int>(middle.endExclusive - middle.first), 0);
 
     EXPECT_EQ(input.first, 10000 - 8192);
     EXPECT_EQ(input.endExclusive, 10100);
@@ -210,11 +211,11 @@ TEST(BiquadFilters, RingOnBehindTheSourcesEnd) {
     const auto object =
         Filtered("low-pass", {{"frequencyHz", 8000}, {"q", 0.8660254037844386}}, Stereo({18000}));
 
-    EXPECT_THAT(test::Left(object.Render(0, 5)), ElementsAre(3000, 8000, 7333, 2222, -963));
+    EXPECT_THAT(sonrel_tests::Left(object.Render(0, 5)), ElementsAre(3000, 8000, 7333, 2222, -963));
 }
 
 TEST(BiquadFilters, KeepTheCornerBelow0Point45OfARateThatIsTooLowForIt) {
-    const Samples source = test::Noise(500, 5);
+    const Samples source = sonrel_tests::Noise(500, 5);
     RenderedObject tooHigh = Filtered("low-pass", {{"frequencyHz", 20000}}, source);
     RenderedObject highest = Filtered("low-pass", {{"frequencyHz", 9922.5}}, source);
     tooHigh.rate = highest.rate = 22050;

@@ -12,16 +12,16 @@ namespace orlo::sonrel {
 namespace {
 
 using PluginPack::CreateEffect;
-using test::Effects;
-using test::RenderedObject;
-using test::Samples;
+using sonrel_tests::Effects;
+using sonrel_tests::RenderedObject;
+using sonrel_tests::Samples;
 
 constexpr long long IN_POINT = 700;
 
 /// Two tenths of a second of noise, of which the object shows all but the first 700 frames.
 RenderedObject NoiseThrough(const Effects& effects) {
     RenderedObject object;
-    object.source = test::Noise(9600, 11);
+    object.source = sonrel_tests::Noise(9600, 11);
     object.objectOffset = -IN_POINT;
     object.effects = effects;
     return object;

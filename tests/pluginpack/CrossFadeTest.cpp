@@ -11,8 +11,8 @@
 namespace orlo::sonrel {
 namespace {
 
-using test::Samples;
-using test::Stereo;
+using sonrel_tests::Samples;
+using sonrel_tests::Stereo;
 using ::testing::ElementsAre;
 
 constexpr int ENTERED = 1;
@@ -57,7 +57,7 @@ TEST(CrossFade, LinearRunsFromOneSideToTheOtherInEqualSteps) {
     block.from = Stereo({1000, 1000, 1000, 1000, 1000, 1000});
     block.to = Stereo({2000, 2000, 2000, 2000, 2000, 2000});
 
-    EXPECT_THAT(test::Left(block.Run()), ElementsAre(1000, 1250, 1500, 1750, 2000, 2000));
+    EXPECT_THAT(sonrel_tests::Left(block.Run()), ElementsAre(1000, 1250, 1500, 1750, 2000, 2000));
 }
 
 TEST(CrossFade, EqualPowerTakesCosineAndSine) {
@@ -65,12 +65,12 @@ TEST(CrossFade, EqualPowerTakesCosineAndSine) {
     block.curve = "equal-power";
     block.lengthSamples = 3;
     block.from = Stereo({10000, 10000, 10000, 10000});
-    EXPECT_THAT(test::Left(block.Run()), ElementsAre(10000, 8660, 5000, 0));
+    EXPECT_THAT(sonrel_tests::Left(block.Run()), ElementsAre(10000, 8660, 5000, 0));
 
     block.direction = ENTERED;
     block.from.clear();
     block.to = Stereo({10000, 10000, 10000, 10000});
-    EXPECT_THAT(test::Left(block.Run()), ElementsAre(0, 5000, 8660, 10000));
+    EXPECT_THAT(sonrel_tests::Left(block.Run()), ElementsAre(0, 5000, 8660, 10000));
 }
 
 TEST(CrossFade, DecibelTakesSixtyDecibelsAndIsSilentAtTheFarEnd) {
@@ -78,12 +78,12 @@ TEST(CrossFade, DecibelTakesSixtyDecibelsAndIsSilentAtTheFarEnd) {
     block.curve = "db";
     block.lengthSamples = 3;
     block.from = Stereo({10000, 10000, 10000, 10000});
-    EXPECT_THAT(test::Left(block.Run()), ElementsAre(10000, 1000, 100, 0));
+    EXPECT_THAT(sonrel_tests::Left(block.Run()), ElementsAre(10000, 1000, 100, 0));
 
     block.direction = ENTERED;
     block.from.clear();
     block.to = Stereo({32767, 32767, 32767, 32767});
-    EXPECT_THAT(test::Left(block.Run()), ElementsAre(0, 328, 3277, 32767));
+    EXPECT_THAT(sonrel_tests::Left(block.Run()), ElementsAre(0, 328, 3277, 32767));
 }
 
 TEST(CrossFade, EqualPowerIsTheCurveWhereNoneIsTold) {
@@ -93,7 +93,7 @@ TEST(CrossFade, EqualPowerIsTheCurveWhereNoneIsTold) {
     plugin->ProcessTransition(nullptr, LEFT, 2, 1000, 16, Block::Bytes(from), 2, nullptr, 0,
                               Block::Bytes(from), 2, 1, 3, 3, 0);
 
-    EXPECT_THAT(test::Left(from), ElementsAre(8660, 5000));
+    EXPECT_THAT(sonrel_tests::Left(from), ElementsAre(8660, 5000));
 }
 
 TEST(CrossFade, TheSumIsRoundedHalfAwayFromZero) {
@@ -122,7 +122,7 @@ TEST(CrossFade, TheFadeRunsOnFromTheBlocksPositionSampleBySample) {
     block.lengthSamples = 9600;
     block.from = Stereo(Samples(4801, 9600));
 
-    const Samples output = test::Left(block.Run());
+    const Samples output = sonrel_tests::Left(block.Run());
 
     EXPECT_EQ(output[0], 4800);
     EXPECT_EQ(output[1], 4799);
@@ -157,7 +157,7 @@ TEST(CrossFade, BeforeItsStartOnlyTheOldSideSounds) {
     block.from = Stereo({500, 600, 700, 800});
     block.to = Stereo({9000, 9000, 9000, 9000});
 
-    EXPECT_THAT(test::Left(block.Run()), ElementsAre(500, 600, 700, 800));
+    EXPECT_THAT(sonrel_tests::Left(block.Run()), ElementsAre(500, 600, 700, 800));
 }
 
 TEST(CrossFade, AfterItsEndOnlyTheNewSideSounds) {
@@ -166,7 +166,7 @@ TEST(CrossFade, AfterItsEndOnlyTheNewSideSounds) {
     block.from = Stereo({9000, 9000});
     block.to = Stereo({500, 600});
 
-    EXPECT_THAT(test::Left(block.Run()), ElementsAre(500, 600));
+    EXPECT_THAT(sonrel_tests::Left(block.Run()), ElementsAre(500, 600));
 }
 
 TEST(CrossFade, WithoutALengthOnlyTheNewSideSounds) {
@@ -176,7 +176,7 @@ TEST(CrossFade, WithoutALengthOnlyTheNewSideSounds) {
         block.from = Stereo({9000, 9000});
         block.to = Stereo({500, 600});
 
-        EXPECT_THAT(test::Left(block.Run()), ElementsAre(500, 600)) << length;
+        EXPECT_THAT(sonrel_tests::Left(block.Run()), ElementsAre(500, 600)) << length;
     }
 }
 
@@ -203,7 +203,7 @@ TEST(CrossFade, ANullSideIsSilenceWhateverItsCount) {
         block.from = Stereo({1000, 1000, 1000, 1000});
         block.nullCount = count;
 
-        EXPECT_THAT(test::Left(block.Run()), ElementsAre(1000, 750, 500, 250)) << count;
+        EXPECT_THAT(sonrel_tests::Left(block.Run()), ElementsAre(1000, 750, 500, 250)) << count;
     }
 }
 
@@ -212,7 +212,7 @@ TEST(CrossFade, AShortSideIsSilenceBehindItsEnd) {
     block.from = Stereo({1000, 1000, 1000, 1000});
     block.to = Stereo({2000, 2000});
 
-    EXPECT_THAT(test::Left(block.Run()), ElementsAre(1000, 1250, 500, 250));
+    EXPECT_THAT(sonrel_tests::Left(block.Run()), ElementsAre(1000, 1250, 500, 250));
 }
 
 TEST(CrossFade, ALongerNeighbourIsCutToTheBlock) {
@@ -220,7 +220,7 @@ TEST(CrossFade, ALongerNeighbourIsCutToTheBlock) {
     block.from = Stereo({1000, 1000});
     block.to = Stereo({2000, 2000, 2000, 2000});
 
-    EXPECT_THAT(test::Left(block.Run()), ElementsAre(1000, 1250));
+    EXPECT_THAT(sonrel_tests::Left(block.Run()), ElementsAre(1000, 1250));
 }
 
 TEST(CrossFade, TheChannelsStayApart) {

@@ -5,9 +5,10 @@
 
 #include <algorithm>
 #include <cstring>
-#include <random>
 
-namespace orlo::sonrel::test {
+#include "tests/support/GuardedBuffer.h"
+
+namespace sonrel_tests {
 namespace {
 
 using project::SampleRange;
@@ -16,33 +17,9 @@ constexpr int CHANNELS = 2;
 constexpr int BITS = 16;
 constexpr int FRAME_BYTES = 4;
 
-/// Guard bytes in front of the buffer and behind it.
-constexpr std::size_t GUARD_BYTES = 64;
-constexpr unsigned char GUARD = 0xA5;
-
 int LengthOf(const SampleRange& range) {
     return static_cast<int>(range.endExclusive - range.first);
 }
-
-/// A buffer between guards.
-class GuardedBuffer {
-public:
-    explicit GuardedBuffer(int frames)
-        : bytes_(static_cast<std::size_t>(frames) * FRAME_BYTES + 2 * GUARD_BYTES, GUARD) {}
-
-    unsigned char* Data() { return bytes_.data() + GUARD_BYTES; }
-
-    void ExpectGuards() const {
-        const auto intact = [](unsigned char byte) { return byte == GUARD; };
-        EXPECT_TRUE(std::all_of(bytes_.begin(), bytes_.begin() + GUARD_BYTES, intact))
-            << "something was written in front of the buffer";
-        EXPECT_TRUE(std::all_of(bytes_.end() - GUARD_BYTES, bytes_.end(), intact))
-            << "something was written behind the buffer";
-    }
-
-private:
-    std::vector<unsigned char> bytes_;
-};
 
 /// Fills the range with the source and silence. @return the frames that the source gave
 int ReadSource(const RenderedObject& object, const SampleRange& range, unsigned char* to) {
@@ -71,7 +48,7 @@ Samples RenderedObject::Render(long long first, int count) const {
     }
     if (ranges.back().first < objectOffset) return {};
 
-    GuardedBuffer buffer(longest);
+    GuardedBuffer buffer(static_cast<std::size_t>(longest) * FRAME_BYTES);
     const int got = ReadSource(*this, ranges.back(), buffer.Data());
     ranges.back().endExclusive = ranges.back().first + got;
     for (const auto& effect : effects) {
@@ -82,7 +59,7 @@ Samples RenderedObject::Render(long long first, int count) const {
                              LengthOf(output), 0, 0, 0, output.first, input.first, objectOffset,
                              false);
     }
-    buffer.ExpectGuards();
+    EXPECT_TRUE(buffer.GuardsIntact()) << "an effect wrote outside of the longest range";
 
     Samples rendered(static_cast<std::size_t>(count) * CHANNELS);
     std::memcpy(rendered.data(), buffer.Data(), rendered.size() * sizeof(short));
@@ -124,11 +101,4 @@ Samples Stereo(const Samples& values) {
     return samples;
 }
 
-Samples Noise(int frames, unsigned seed) {
-    std::mt19937 generator(seed);
-    Samples samples(static_cast<std::size_t>(frames) * CHANNELS);
-    for (short& value : samples) value = static_cast<short>(generator() >> 16);
-    return samples;
-}
-
-}  // namespace orlo::sonrel::test
+}  // namespace sonrel_tests

@@ -5,13 +5,11 @@
 #include <vector>
 
 #include "sonrel/mixer/plugins/AbstractPluginAudio.h"
+#include "tests/support/ProjectBuilder.h"
 
-namespace orlo::sonrel::test {
+namespace sonrel_tests {
 
 using Effects = std::vector<std::shared_ptr<project::AbstractPluginAudio>>;
-
-/// Interleaved stereo samples.
-using Samples = std::vector<short>;
 
 /// An object with a chain of effects, rendered the way the mix renders one: the effects are asked
 /// from the last to the first which input they need, the source is read, and the effects run from
@@ -43,7 +41,4 @@ Samples Right(const Samples& samples);
 /// The same values on both channels.
 Samples Stereo(const Samples& values);
 
-/// @p frames frames of the same repeatable noise over the whole 16-bit range.
-Samples Noise(int frames, unsigned seed);
-
-}  // namespace orlo::sonrel::test
+}  // namespace sonrel_tests

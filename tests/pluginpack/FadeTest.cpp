@@ -10,9 +10,9 @@ namespace {
 
 using PluginPack::CurveNumber;
 using PluginPack::Parameters;
-using test::RenderedObject;
-using test::Samples;
-using test::Stereo;
+using sonrel_tests::RenderedObject;
+using sonrel_tests::Samples;
+using sonrel_tests::Stereo;
 using ::testing::Each;
 using ::testing::ElementsAre;
 
@@ -28,7 +28,7 @@ RenderedObject Constant(const Parameters& parameters) {
 }
 
 Samples Faded(const Parameters& parameters, long long first, int count) {
-    return test::Left(Constant(parameters).Render(first, count));
+    return sonrel_tests::Left(Constant(parameters).Render(first, count));
 }
 
 TEST(Fade, InRunsOverItsFramesFromTheObjectsStart) {
@@ -91,7 +91,7 @@ TEST(Fade, LengthsAreCutToWholeSamples) {
     object.effects = {PluginPack::CreateEffect(
         "fade", {{"inFrames", 1}, {"frameRate", 29.97}, {"curve", CurveNumber("linear")}})};
 
-    const Samples faded = test::Left(object.Render(0, 1700));
+    const Samples faded = sonrel_tests::Left(object.Render(0, 1700));
 
     EXPECT_EQ(faded[800], 16373);
     EXPECT_EQ(faded[1600], 32747);
@@ -107,7 +107,7 @@ TEST(Fade, TheObjectsLengthIsCutBeforeTheFadeOutIsPlaced) {
                                                         {"frameRate", 29.97},
                                                         {"curve", CurveNumber("linear")}})};
 
-    const Samples faded = test::Left(object.Render(0, 16100));
+    const Samples faded = sonrel_tests::Left(object.Render(0, 16100));
 
     EXPECT_EQ(faded[14415], 16010);
     EXPECT_EQ(faded[14416], 16000);
@@ -139,13 +139,13 @@ TEST(Fade, GivesSilenceWhereTheSourceHasEnded) {
     RenderedObject object = Constant({});
     object.source = Stereo({7, 7, 7, 7, 7, 7, 7, 7, 7, 9});
 
-    EXPECT_THAT(test::Left(object.Render(0, 5)), ElementsAre(7, 9, 0, 0, 0));
+    EXPECT_THAT(sonrel_tests::Left(object.Render(0, 5)), ElementsAre(7, 9, 0, 0, 0));
 }
 
 TEST(Fade, AsksForNothingButItsOutput) {
     const auto fade = PluginPack::CreateEffect("fade", {{"inFrames", 100}});
 
-    const auto range = test::RequiredRange(*fade, 48000, 5000, 100, 0);
+    const auto range = sonrel_tests::RequiredRange(*fade, 48000, 5000, 100, 0);
 
     EXPECT_EQ(range.first, 5000);
     EXPECT_EQ(range.endExclusive, 5100);

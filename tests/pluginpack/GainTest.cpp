@@ -8,8 +8,8 @@
 namespace orlo::sonrel {
 namespace {
 
-using test::RenderedObject;
-using test::Samples;
+using sonrel_tests::RenderedObject;
+using sonrel_tests::Samples;
 using ::testing::ElementsAre;
 
 Samples Amplified(double gainDb, const Samples& source) {
@@ -49,7 +49,7 @@ TEST(Gain, GivesSilenceWhereTheSourceHasEnded) {
 TEST(Gain, AsksForNothingButItsOutput) {
     const auto gain = PluginPack::CreateEffect("gain");
 
-    const auto range = test::RequiredRange(*gain, 48000, 5000, 100, 0);
+    const auto range = sonrel_tests::RequiredRange(*gain, 48000, 5000, 100, 0);
 
     EXPECT_EQ(range.first, 5000);
     EXPECT_EQ(range.endExclusive, 5100);

@@ -14,8 +14,8 @@ namespace orlo::sonrel {
 namespace {
 
 using PluginPack::CreateEffect;
-using test::Effects;
-using test::RenderedObject;
+using sonrel_tests::Effects;
+using sonrel_tests::RenderedObject;
 
 constexpr int ENTERED = 1;
 constexpr int LEFT = 2;
@@ -34,7 +34,7 @@ void RenderAnywhere(const Effects& effects) {
     std::mt19937 generator(23);
     for (int round = 0; round < 40; ++round) {
         RenderedObject object;
-        object.source = test::Noise(static_cast<int>(generator() % 6000), round);
+        object.source = sonrel_tests::Noise(static_cast<int>(generator() % 6000), round);
         object.objectOffset = -static_cast<long long>(generator() % 3000);
         object.rate = round % 2 ? 48000 : 8000;
         object.effects = effects;
