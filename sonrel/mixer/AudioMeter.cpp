@@ -2,7 +2,6 @@
 #include "sonrel/mixer/AudioMeter.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
 
 #include "sonrel/mixer/detail/AudioMeterAccess.h"
@@ -11,22 +10,6 @@
 namespace orlo::sonrel {
 
 using zrtl::thread::ZRScopedLock;
-
-namespace {
-
-// Takes @p frames frames into the block. Every comparison is false for a NaN, which therefore
-// leaves the block as it was.
-void ScanFrames(const float* samples, int frames, AudioTrackMetrics& block) {
-    for (int i = 0; i < frames; ++i) {
-        for (int channel = 0; channel < 2; ++channel) {
-            const float value = samples[2 * i + channel];
-            if (std::fabs(value) > block.peak[channel]) block.peak[channel] = std::fabs(value);
-            if (value < -1.0f || value >= 1.0f) block.clipped[channel] = true;
-        }
-    }
-}
-
-}  // namespace
 
 AudioMeter::AudioMeter() : impl_(std::make_unique<AudioMeterImpl>()) {}
 AudioMeter::~AudioMeter() = default;
@@ -61,20 +44,15 @@ void AudioMeter::Restart() {
 
 void AudioMeter::ProcessSamples(const float* samples, int frames) {
     if (!impl_->active) return;
-    AudioTrackMetrics& block = impl_->currentBlock;
     while (frames > 0) {
-        const int taken = std::min(frames, impl_->blockFrames - block.sampleCount);
+        const int taken = std::min(frames, detail::RoomInBlock(*impl_));
+        detail::StereoPeaks peaks;
         if (samples != nullptr) {
-            ScanFrames(samples, taken, block);
+            detail::ScanPeaks(samples, taken, peaks);
             samples += 2 * static_cast<std::ptrdiff_t>(taken);
         }
-        block.sampleCount += taken;
+        detail::CountFrames(*impl_, taken, peaks);
         frames -= taken;
-        if (block.sampleCount == impl_->blockFrames) {
-            const ZRScopedLock guard(impl_->lock);
-            impl_->blocks.push_back(block);
-            block = AudioTrackMetrics();
-        }
     }
 }
 
@@ -88,10 +66,29 @@ const AudioTrackMetrics& AudioMeter::MetricsForBlock(unsigned long long index) c
     return impl_->blocks[index];
 }
 
-AudioTrackMetrics detail::AudioMeterAccess::CopyBlock(const AudioMeter& meter,
-                                                      unsigned long long index) {
+namespace detail {
+
+void CountFrames(AudioMeterImpl& meter, int frames, const StereoPeaks& peaks) {
+    AudioTrackMetrics& block = meter.currentBlock;
+    for (const int channel : {0, 1}) {
+        block.peak[channel] = std::max(block.peak[channel], peaks.peak[channel]);
+        block.clipped[channel] |= peaks.clipped[channel];
+    }
+    block.sampleCount += frames;
+    if (block.sampleCount != meter.blockFrames) return;
+    const ZRScopedLock guard(meter.lock);
+    meter.blocks.push_back(block);
+    block = AudioTrackMetrics();
+}
+
+AudioTrackMetrics AudioMeterAccess::CopyBlock(const AudioMeter& meter, unsigned long long index) {
     const ZRScopedLock guard(meter.impl_->lock);
     return meter.impl_->blocks[index];
 }
 
+AudioMeterImpl& AudioMeterAccess::Record(AudioMeter& meter) {
+    return *meter.impl_;
+}
+
+}  // namespace detail
 }  // namespace orlo::sonrel

@@ -6,16 +6,18 @@
 #include <cstddef>
 
 #include "sonrel/mixer/AudioMeter.h"
+#include "sonrel/mixer/detail/AudioMeterAccess.h"
+#include "sonrel/mixer/detail/AudioMeterImpl.h"
+#include "sonrel/mixer/detail/DecibelPowers.h"
+#include "sonrel/mixer/detail/MixKernels.h"
 
 namespace orlo::sonrel::detail {
 namespace {
 
 constexpr float SAMPLE_SCALE = 3.0517578125e-05f;  // 2^-15
 
-struct PanGains {
-    float left = 1.0f;
-    float right = 1.0f;
-};
+// Frames whose powers are computed in one go.
+constexpr int CHUNK_FRAMES = 512;
 
 PanGains GainsOfBalance(float balance) {
     PanGains gains;
@@ -24,67 +26,94 @@ PanGains GainsOfBalance(float balance) {
     return gains;
 }
 
-float PowerOfLevel(float level) {
-    return std::pow(10.0f, level / 20.0f);
+// The dB of a ramp, a frame.
+float RampSlope(float startLevel, float endLevel, int frames) {
+    return (endLevel - startLevel) / static_cast<float>(frames);
 }
 
-// Calls sink(frame, left, right) with the scaled values of each frame.
-template <typename Sink>
-void ForEachScaledFrame(const short* samples, int frames, float startLevel, float endLevel,
-                        float balance, Sink sink) {
+// Calls use(first, count, powers) for stretches that make up the frames of a ramp.
+template <typename Use>
+void ForEachRampChunk(float startLevel, float endLevel, int frames, Use use) {
+    const float slope = RampSlope(startLevel, endLevel, frames);
+    float powers[CHUNK_FRAMES];
+    for (int first = 0; first < frames; first += CHUNK_FRAMES) {
+        const int count = std::min(CHUNK_FRAMES, frames - first);
+        RampPowers(startLevel, slope, first, count, powers);
+        use(first, count, powers);
+    }
+}
+
+// Calls add(first, count, peaks) for stretches that each lie within one block of the meter, and
+// counts them.
+template <typename Add>
+void ForEachMeterStretch(AudioMeterImpl& meter, int frames, Add add) {
+    for (int first = 0; first < frames;) {
+        const int count = std::min(frames - first, RoomInBlock(meter));
+        StereoPeaks peaks;
+        add(first, count, peaks);
+        CountFrames(meter, count, peaks);
+        first += count;
+    }
+}
+
+std::ptrdiff_t ValueOf(int frame) {
+    return 2 * static_cast<std::ptrdiff_t>(frame);
+}
+
+void AddMetered(const short* samples, int frames, float* block, float startLevel, float endLevel,
+                float balance, AudioMeterImpl& meter) {
     const PanGains pan = GainsOfBalance(balance);
     if (startLevel == endLevel) {
         const float gain = PowerOfLevel(startLevel) * SAMPLE_SCALE;
-        for (int j = 0; j < frames; ++j) {
-            sink(j, samples[2 * j] * gain * pan.left, samples[2 * j + 1] * gain * pan.right);
-        }
+        ForEachMeterStretch(meter, frames, [&](int first, int count, StereoPeaks& peaks) {
+            AddWithGain(samples + ValueOf(first), count, block + ValueOf(first), gain, pan, peaks);
+        });
         return;
     }
-    const float slope = (endLevel - startLevel) / static_cast<float>(frames);
-    for (int j = 0; j < frames; ++j) {
-        const float power = PowerOfLevel(static_cast<float>(2 * j) * slope + startLevel);
-        sink(j, samples[2 * j] * SAMPLE_SCALE * power * pan.left,
-             samples[2 * j + 1] * SAMPLE_SCALE * power * pan.right);
-    }
+    ForEachRampChunk(startLevel, endLevel, frames, [&](int chunk, int length, const float* powers) {
+        ForEachMeterStretch(meter, length, [&](int first, int count, StereoPeaks& peaks) {
+            AddWithPowers(samples + ValueOf(chunk + first), count, block + ValueOf(chunk + first),
+                          powers + first, pan, peaks);
+        });
+    });
 }
 
 }  // namespace
 
 void MixObjectIntoBlock(const short* samples, int frames, float* block, float startLevel,
                         float endLevel, float balance) {
-    ForEachScaledFrame(samples, frames, startLevel, endLevel, balance,
-                       [block](int j, float left, float right) {
-                           block[2 * j] += left;
-                           block[2 * j + 1] += right;
-                       });
+    if (frames < 1) return;
+    const PanGains pan = GainsOfBalance(balance);
+    if (startLevel == endLevel) {
+        AddWithGain(samples, frames, block, PowerOfLevel(startLevel) * SAMPLE_SCALE, pan);
+        return;
+    }
+    ForEachRampChunk(startLevel, endLevel, frames, [&](int first, int count, const float* powers) {
+        AddWithPowers(samples + ValueOf(first), count, block + ValueOf(first), powers, pan);
+    });
 }
 
 void MixObjectIntoBlockMetered(const short* samples, int frames, float* block, int requested,
                                float startLevel, float endLevel, float balance, AudioMeter& meter) {
-    ForEachScaledFrame(samples, frames, startLevel, endLevel, balance,
-                       [block, &meter](int j, float left, float right) {
-                           const float frame[2] = {left, right};
-                           meter.ProcessSamples(frame, 1);
-                           block[2 * j] += left;
-                           block[2 * j + 1] += right;
-                       });
-    const int counted = std::max(frames, 0);
-    if (requested > counted) meter.ProcessSamples(nullptr, requested - counted);
+    AudioMeterImpl& record = AudioMeterAccess::Record(meter);
+    if (!record.active) {
+        MixObjectIntoBlock(samples, frames, block, startLevel, endLevel, balance);
+        return;
+    }
+    const int added = std::max(frames, 0);
+    AddMetered(samples, added, block, startLevel, endLevel, balance, record);
+    if (requested > added) meter.ProcessSamples(nullptr, requested - added);
 }
 
 void ApplyMasterLevel(float* block, int frames, float startLevel, float endLevel) {
-    if (startLevel == 0.0f && endLevel == 0.0f) return;
+    if (frames < 1 || (startLevel == 0.0f && endLevel == 0.0f)) return;
     if (startLevel == endLevel) {
-        const float gain = PowerOfLevel(startLevel);
-        for (int j = 0; j < 2 * frames; ++j) block[j] *= gain;
+        MultiplyByGain(block, frames, PowerOfLevel(startLevel));
         return;
     }
-    const float slope = (endLevel - startLevel) / static_cast<float>(frames);
-    for (int j = 0; j < frames; ++j) {
-        const float power = PowerOfLevel(static_cast<float>(2 * j) * slope + startLevel);
-        block[2 * j] *= power;
-        block[2 * j + 1] *= power;
-    }
+    ForEachRampChunk(startLevel, endLevel, frames, [&](int first, int count, const float* powers) {
+        MultiplyByPowers(block + ValueOf(first), count, powers);
+    });
 }
 
 }  // namespace orlo::sonrel::detail

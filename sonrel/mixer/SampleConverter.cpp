@@ -1,39 +1,65 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/mixer/SampleConverter.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <random>
 
-#include "sonrel/contracts/zrtl/Numbers.h"
+#include "sonrel/mixer/detail/DitherGenerator.h"
+#include "sonrel/mixer/detail/Quantiser.h"
 
 namespace orlo::sonrel {
 
 struct SampleConverterImpl {
     DitherType type = DitherType::None;
-    std::mt19937 engine;
-    float low = -0.5f;
-    float high = 0.5f;
+    detail::DitherGenerator generator{1};
     float previousNoise = 0.0f;
 };
 
 namespace {
 
-unsigned int SeedFromClock() {
-    return static_cast<unsigned int>(std::chrono::steady_clock::now().time_since_epoch().count());
+using detail::NoiseForm;
+
+// Frames that are converted in one go: a state of the generator, so that draws come in whole
+// vectors.
+constexpr int CHUNK_FRAMES = 624;
+
+std::uint32_t SeedFromClock() {
+    const auto ticks = std::chrono::steady_clock::now().time_since_epoch().count();
+    return static_cast<std::uint32_t>(ticks);
 }
 
-float Uniform(SampleConverterImpl& impl) {
-    const auto draw = static_cast<float>(static_cast<std::uint32_t>(impl.engine()));
-    return (impl.high - impl.low) * (draw / 4294967296.0f) + impl.low;
+// Two draws a frame, and their sum.
+void ConvertTriangular(SampleConverterImpl& impl, const float* input, short* output, int frames) {
+    alignas(32) float draws[2 * CHUNK_FRAMES];
+    impl.generator.Draw(draws, 2 * frames);
+    alignas(32) float noise[CHUNK_FRAMES];
+    for (int i = 0; i < frames; ++i) noise[i] = draws[2 * i] + draws[2 * i + 1];
+    QuantiseFrames(input, NoiseForm::Added, noise, 0.0f, output, frames);
 }
 
-short Quantise(float steps) {
-    const std::int32_t cut = zrtl::TruncToInt32(static_cast<double>(steps));
-    if (cut > 32767) return 32767;
-    if (cut < -32768) return -32768;
-    return static_cast<short>(cut);
+// One draw a frame, less the one before.
+void ConvertHighPass(SampleConverterImpl& impl, const float* input, short* output, int frames) {
+    alignas(32) float noise[CHUNK_FRAMES];
+    impl.generator.Draw(noise, frames);
+    QuantiseFrames(input, NoiseForm::Differenced, noise, impl.previousNoise, output, frames);
+    impl.previousNoise = noise[frames - 1];
+}
+
+void ConvertChunk(SampleConverterImpl& impl, const float* input, short* output, int frames) {
+    switch (impl.type) {
+        case DitherType::None:
+            QuantiseFrames(input, NoiseForm::None, nullptr, 0.0f, output, frames);
+            return;
+        case DitherType::Triangular:
+            ConvertTriangular(impl, input, output, frames);
+            return;
+        case DitherType::HighPassTriangular:
+            ConvertHighPass(impl, input, output, frames);
+            return;
+    }
+    std::fill(output, output + 2 * frames, short{0});  // a type that is none of the three
 }
 
 }  // namespace
@@ -47,37 +73,17 @@ SampleConverter::~SampleConverter() = default;
 
 void SampleConverter::Reset(DitherType type, unsigned int seed) {
     impl_->type = type;
-    impl_->engine.seed(seed == 0 ? SeedFromClock() : seed);
+    impl_->generator.Seed(seed == 0 ? SeedFromClock() : seed);
     impl_->previousNoise = 0.0f;
 }
 
 void SampleConverter::FloatToInt16(const float* input, short* output, int frameCount) {
-    for (std::ptrdiff_t i = 0; i < frameCount; ++i) {
-        float left = input[2 * i] * 32768.0f;
-        float right = input[2 * i + 1] * 32768.0f;
-        switch (impl_->type) {
-            case DitherType::None:
-                break;
-            case DitherType::Triangular: {
-                const float first = Uniform(*impl_);
-                const float noise = first + Uniform(*impl_);
-                left += noise;
-                right += noise;
-                break;
-            }
-            case DitherType::HighPassTriangular: {
-                const float noise = Uniform(*impl_);
-                left = (noise + left) - impl_->previousNoise;
-                right = (noise + right) - impl_->previousNoise;
-                impl_->previousNoise = noise;
-                break;
-            }
-            default:
-                left = 0.0f;
-                right = 0.0f;
-        }
-        output[2 * i] = Quantise(left);
-        output[2 * i + 1] = Quantise(right);
+    while (frameCount > 0) {
+        const int frames = std::min(frameCount, CHUNK_FRAMES);
+        ConvertChunk(*impl_, input, output, frames);
+        input += 2 * static_cast<std::ptrdiff_t>(frames);
+        output += 2 * static_cast<std::ptrdiff_t>(frames);
+        frameCount -= frames;
     }
 }
 

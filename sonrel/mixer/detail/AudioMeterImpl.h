@@ -6,6 +6,7 @@
 
 #include "sonrel/contracts/zrtl/ZRCriticalSection.h"
 #include "sonrel/mixer/AudioMetrics.h"
+#include "sonrel/mixer/detail/MixKernels.h"
 
 namespace orlo::sonrel {
 
@@ -17,4 +18,16 @@ struct AudioMeterImpl {
     AudioTrackMetrics currentBlock;                // belongs to the thread that feeds the meter
 };
 
+namespace detail {
+
+/// Frames that still go into the block being filled: at least 1 in a session.
+inline int RoomInBlock(const AudioMeterImpl& meter) {
+    return meter.blockFrames - meter.currentBlock.sampleCount;
+}
+
+/// Counts frames whose peaks are known into the session.
+/// @param frames  at most RoomInBlock()
+void CountFrames(AudioMeterImpl& meter, int frames, const StereoPeaks& peaks);
+
+}  // namespace detail
 }  // namespace orlo::sonrel

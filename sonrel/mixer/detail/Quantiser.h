@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+/// Float values to 16-bit samples. x = input * 32768.0f, in steps of the 16-bit scale.
+///
+/// Rounding x half away from zero only decides whether it clips; what is stored is x cut toward
+/// zero. The whole decision is the same as cutting x toward zero to 32 bits, with the most negative
+/// integer for a NaN and for what doesn't fit, and then limiting to 16 bits: above the 16-bit range
+/// both give the limit, and no value that rounds into the range is cut to one outside it.
+namespace orlo::sonrel::detail {
+
+/// How noise enters a frame. Both channels get the same.
+enum class NoiseForm {
+    None,         ///< x
+    Added,        ///< x + noise[i]
+    Differenced,  ///< (noise[i] + x) - noise[i - 1], in this order; the one before the first
+                  ///< is given apart
+};
+
+/// @param input   2 * frames values, left first
+/// @param noise   one value a frame; not read with None
+/// @param before  with Differenced, the noise of the frame before the first
+/// @param output  room for 2 * frames samples
+void QuantiseFrames(const float* input, NoiseForm form, const float* noise, float before,
+                    short* output, int frames);
+
+}  // namespace orlo::sonrel::detail
