@@ -13,22 +13,30 @@ namespace {
 /// A file at one of the first places is returned where it stands.
 constexpr std::ptrdiff_t SETTLED_PLACES = 3;
 
-/// Equal without regard to case in the global C++ locale. Only characters that differ are folded,
-/// since folding is much dearer than comparing.
-bool EqualIgnoringCase(const std::wstring& a, const std::wstring& b) {
-    if (a.size() != b.size()) return false;
-    return std::equal(a.begin(), a.end(), b.begin(), [](wchar_t x, wchar_t y) {
-        return x == y || std::toupper(x, std::locale()) == std::toupper(y, std::locale());
-    });
-}
+/// Compares paths without regard to case in the global C++ locale. Only characters that differ are
+/// folded, since folding is much dearer than comparing.
+class PathComparison {
+public:
+    bool Equal(const std::wstring& a, const std::wstring& b) const {
+        if (a.size() != b.size()) return false;
+        return std::equal(a.begin(), a.end(), b.begin(), [this](wchar_t x, wchar_t y) {
+            return x == y || folding_.toupper(x) == folding_.toupper(y);
+        });
+    }
+
+private:
+    std::locale locale_;
+    const std::ctype<wchar_t>& folding_ = std::use_facet<std::ctype<wchar_t>>(locale_);
+};
 
 }  // namespace
 
 const project::ConformedAudioFile* FindConformedFile(AudioMixerImpl& mixer,
                                                      const project::MediaAudioStream& stream) {
     auto& files = mixer.conformedFiles;
+    const PathComparison paths;
     const auto found = std::find_if(files.begin(), files.end(), [&](const auto& file) {
-        return EqualIgnoringCase(file.FilePath(), stream.ConformedFilePath());
+        return paths.Equal(file.FilePath(), stream.ConformedFilePath());
     });
     if (found != files.end()) {
         if (found - files.begin() < SETTLED_PLACES) return &*found;

@@ -36,12 +36,33 @@ bool HasName(const unsigned char* bytes, const char* name) {
     return std::memcmp(bytes, name, 4) == 0;
 }
 
+/// Reads the head of a file. Our own files have all of it in their first bytes, which one system
+/// call brings: a mix of more tracks than there are open files reopens one for each block.
+class HeadReader {
+public:
+    explicit HeadReader(int descriptor) : descriptor_(descriptor) {
+        const ssize_t got = pread(descriptor, first_, sizeof(first_), 0);
+        if (got > 0) firstSize_ = got;
+    }
+
+    bool Read(void* buffer, long long size, long long offset) const {
+        if (offset + size > firstSize_) return ReadFullyAt(descriptor_, buffer, size, offset);
+        std::memcpy(buffer, first_ + offset, static_cast<std::size_t>(size));
+        return true;
+    }
+
+private:
+    int descriptor_;
+    unsigned char first_[64];
+    long long firstSize_ = 0;
+};
+
 /// The rate of a format chunk; 0 when it is not stereo, 16-bit PCM.
-int RateOfFormat(int descriptor, long long offset, std::uint64_t size) {
+int RateOfFormat(const HeadReader& file, long long offset, std::uint64_t size) {
     unsigned char format[26] = {};
     if (size < 16) return 0;
     const bool extended = size >= sizeof(format);
-    if (!ReadFullyAt(descriptor, format, extended ? sizeof(format) : 16, offset)) return 0;
+    if (!file.Read(format, extended ? sizeof(format) : 16, offset)) return 0;
     const std::uint16_t tag = Word(format);
     const bool isPcm =
         tag == PCM_TAG || (tag == EXTENSIBLE_TAG && extended && Word(format + 24) == PCM_TAG);
@@ -61,16 +82,16 @@ struct Head {
     long long firstChunk = 12;
 };
 
-std::optional<Head> ReadHead(int descriptor) {
+std::optional<Head> ReadHead(const HeadReader& file) {
     unsigned char bytes[12];
-    if (!ReadFullyAt(descriptor, bytes, sizeof(bytes), 0) || !HasName(bytes + 8, "WAVE")) return {};
+    if (!file.Read(bytes, sizeof(bytes), 0) || !HasName(bytes + 8, "WAVE")) return {};
     Head head;
     head.fileLength = DoubleWord(bytes + 4) + std::uint64_t{8};
     if (HasName(bytes, "RIFF")) return head;
     if (!HasName(bytes, "RF64")) return {};
 
     unsigned char lengths[8 + 16];
-    if (!ReadFullyAt(descriptor, lengths, sizeof(lengths), head.firstChunk)) return {};
+    if (!file.Read(lengths, sizeof(lengths), head.firstChunk)) return {};
     if (!HasName(lengths, "ds64") || DoubleWord(lengths + 4) < 16) return {};
     head.isLong = true;
     head.dataLength = QuadWord(lengths + 16);
@@ -94,14 +115,15 @@ bool ReadFullyAt(int descriptor, void* buffer, long long size, long long offset)
 }
 
 std::optional<ConformedFileLayout> ReadConformedFileLayout(int descriptor, long long fileSize) {
-    const std::optional<Head> head = ReadHead(descriptor);
+    const HeadReader file(descriptor);
+    const std::optional<Head> head = ReadHead(file);
     if (!head || head->fileLength != static_cast<std::uint64_t>(fileSize)) return {};
 
     int rate = 0;
     long long at = head->firstChunk;
     for (int chunk = 0; chunk < MAX_CHUNKS && at + 8 <= fileSize; ++chunk) {
         unsigned char bytes[8];
-        if (!ReadFullyAt(descriptor, bytes, sizeof(bytes), at)) return {};
+        if (!file.Read(bytes, sizeof(bytes), at)) return {};
         at += 8;
         const bool isData = HasName(bytes, "data");
         std::uint64_t size = DoubleWord(bytes + 4);
@@ -112,7 +134,7 @@ std::optional<ConformedFileLayout> ReadConformedFileLayout(int descriptor, long 
             return ConformedFileLayout{at, static_cast<long long>(size) / BYTES_PER_FRAME, rate};
         }
         if (HasName(bytes, "fmt ")) {
-            rate = RateOfFormat(descriptor, at, size);
+            rate = RateOfFormat(file, at, size);
             if (rate == 0) return {};
         }
         at += static_cast<long long>(size + (size & 1));
