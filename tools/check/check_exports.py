@@ -5,9 +5,10 @@
     tools/check/check_exports.py BUILD_FOLDER
 
 A name of the list stands for itself and everything inside it: a class with its members, tables and
-type information, or a function with all its overloads. Every exported symbol must belong to a name,
-and every name must have a symbol. Weak instantiations of foreign templates, which every C++ library
-shows, do not count.
+type information, or a function with all its overloads. Every exported symbol must belong to a name of
+its library, and every name must have a symbol. Weak symbols may belong to a name of the section
+[header-only] instead; weak instantiations of foreign templates, which every C++ library shows, do not
+count.
 """
 
 import pathlib
@@ -20,7 +21,8 @@ from tree import ROOT
 LIST = ROOT / "packaging/exports.txt"
 OF_A_CLASS = re.compile(r"^(?:vtable|VTT|typeinfo|typeinfo name|guard variable|construction vtable)"
                         r" for |^(?:non-virtual|virtual|covariant return) thunk to ")
-FOREIGN = ("std::", "boost::", "__gnu_cxx::", "Q", "operator ")
+WEAK = "WVu"
+FOREIGN = ("std::", "boost::", "__gnu_cxx::", "Q", "void (")
 
 
 def listed_names():
@@ -56,15 +58,16 @@ def without_result(symbol):
     depth = 0
     start = 0
     for at, letter in enumerate(symbol):
-        if letter in "<(":
-            if letter == "(" and depth == 0 and at > 0:
-                break
-            depth += 1
-        elif letter in ">)":
-            depth -= 1
-        elif letter == " " and depth == 0:
+        if letter == "(" and depth == 0:
+            break
+        depth += (letter in "<(") - (letter in ">)")
+        if letter == " " and depth == 0:
             start = at + 1
     return symbol[start:]
+
+
+def is_foreign(symbol):
+    return symbol.startswith(FOREIGN) or without_result(symbol).startswith(FOREIGN)
 
 
 def belongs(symbol, name):
@@ -72,7 +75,7 @@ def belongs(symbol, name):
     return symbol.startswith(name) and (rest == "" or rest.startswith(("::", "(", "[", "<")))
 
 
-def check(library, names):
+def check(library, names, header_only):
     faults = []
     used = set()
     symbols = exported(library)
@@ -80,7 +83,8 @@ def check(library, names):
         owner = next((name for name in names if belongs(symbol, name)), None)
         if owner is not None:
             used.add(owner)
-        elif not (kind in "WVu" and without_result(symbol).startswith(FOREIGN)):
+        elif kind not in WEAK or not (is_foreign(symbol) or
+                                      any(belongs(symbol, name) for name in header_only)):
             faults.append(f"{library.name} shows {symbol}, which is not in {LIST.name}")
     faults += [f"{LIST.name}: {library.name} shows no {name}" for name in names if name not in used]
     return len(symbols), faults
@@ -92,12 +96,14 @@ def main():
     build = pathlib.Path(sys.argv[1])
     faults = []
     count = 0
-    for name, names in listed_names().items():
+    libraries = listed_names()
+    header_only = libraries.pop("header-only", [])
+    for name, names in libraries.items():
         library = next(build.glob(f"sonrel/**/{name}"), None)
         if library is None:
             faults.append(f"{name} is not under {build}")
             continue
-        symbols, found = check(library, names)
+        symbols, found = check(library, names, header_only)
         count += symbols
         faults += found
     print("\n".join(faults), end="\n" if faults else "")
