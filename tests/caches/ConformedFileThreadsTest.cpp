@@ -133,4 +133,17 @@ TEST_F(ConformedFileThreads, AnEmptyCacheFolderWaitsForNoLock) {
     EXPECT_EQ(result.get(), L"");
 }
 
+TEST_F(ConformedFileThreads, APeakRunOnTheSameMediaPathHoldsNothingUp) {
+    auto& peakLock = manager->WaveformPeakFileCS(mediaPath);
+    peakLock.Lock();
+
+    auto result =
+        std::async(std::launch::async, [&] { return CreateOnOwnConnection(asset, 48000); });
+    const auto state = result.wait_for(std::chrono::seconds(30));
+    peakLock.Unlock();
+
+    EXPECT_EQ(state, std::future_status::ready);
+    EXPECT_NE(result.get(), L"");
+}
+
 }  // namespace

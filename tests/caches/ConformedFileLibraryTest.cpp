@@ -1,0 +1,191 @@
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "sonrel/caches/ConformedAudioFileHelper.h"
+#include "sonrel/contracts/project.h"
+#include "sonrel/engine/Sonrel.h"
+#include "tests/support/MediaAssets.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/WaveBytes.h"
+
+namespace {
+
+using namespace orlo::sonrel::ConformedAudioFileHelper;
+using orlo::project::ConformedAudioFile;
+using orlo::project::MediaAsset;
+using orlo::project::MediaDB;
+using orlo::sonrel::Sonrel;
+using sonrel_tests::Chunk;
+using sonrel_tests::CountingSamples;
+using sonrel_tests::MakeMediaAsset;
+using sonrel_tests::NamesIn;
+using sonrel_tests::PcmFormat;
+using sonrel_tests::ReadLines;
+using sonrel_tests::Riff;
+using sonrel_tests::TemporaryFolder;
+using sonrel_tests::WriteFile;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+/// Conforming with the libraries as they are: real recordings, a real database.
+class ConformedFileLibrary : public testing::Test {
+protected:
+    ConformedFileLibrary() {
+        engine = Sonrel::Create(folder.Wide("media.db"), folder.Wide("cache"), nullptr,
+                                Sonrel::LogOption::WriteErrorLog);
+        WriteFile(folder / "a.wav", Recording(4800));
+        asset = MakeMediaAsset(manager, folder.Wide("a.wav"));
+    }
+
+    std::wstring Create(int sampleRate = 48000) {
+        return CreateConformedAudioFile(asset, sampleRate, engine->MediaCacheFolderPath(),
+                                        engine->MediaCacheErrorLog(),
+                                        engine->OpenMediaDatabaseConnection(), true);
+    }
+
+    std::vector<std::string> CacheFiles() const { return NamesIn(folder / "cache"); }
+    std::vector<std::string> Log() const { return ReadLines(folder / "CacheErrorLog.txt"); }
+
+    /// A recording of that many stereo frames, all different.
+    static std::string Recording(long long frames) {
+        return Riff(Chunk("fmt ", PcmFormat(1, 2, 48000, 16)) +
+                    Chunk("data", CountingSamples(frames)));
+    }
+
+    TemporaryFolder folder;
+    std::shared_ptr<orlo::project::MediaManager> manager =
+        std::make_shared<orlo::project::MediaManager>();
+    std::shared_ptr<Sonrel> engine;
+    std::shared_ptr<MediaAsset> asset;
+};
+
+TEST_F(ConformedFileLibrary, StereoMediaAtTheWantedRateKeepsItsBits) {
+    const std::wstring path = Create();
+
+    ConformedAudioFile file;
+    ASSERT_TRUE(file.Open(path));
+    ASSERT_EQ(file.SampleCount(), 4800);
+    std::string samples(4 * 4800, 'x');
+    int read = 0;
+    ASSERT_EQ(
+        file.GetSamples(0, 4800, reinterpret_cast<unsigned char*>(samples.data()), 4 * 4800, &read),
+        0);
+    EXPECT_TRUE(samples == CountingSamples(4800));
+}
+
+TEST_F(ConformedFileLibrary, TheStreamKnowsTheLengthOfWhatWasMade) {
+    SetAudioSamplesAvailable(asset, 48000, engine->MediaCacheFolderPath(), nullptr,
+                             engine->OpenMediaDatabaseConnection(), true);
+
+    EXPECT_EQ(asset->AudioStream()->ConformedSampleCount(), 4800);
+    EXPECT_EQ(asset->AudioStream()->ConformedSampleRate(), 48000);
+    EXPECT_TRUE(asset->AudioStream()->SamplesAvailable());
+}
+
+TEST_F(ConformedFileLibrary, ALaterRunOfTheEngineFindsTheFile) {
+    const std::wstring first = Create();
+    engine.reset();
+    engine = Sonrel::Create(folder.Wide("media.db"), folder.Wide("cache"), nullptr,
+                            Sonrel::LogOption::WriteErrorLog);
+
+    EXPECT_EQ(Create(), first);
+    EXPECT_THAT(CacheFiles(), SizeIs(1));
+}
+
+TEST_F(ConformedFileLibrary, TwoRatesGiveTwoFilesThatAreBothCurrent) {
+    const std::wstring at48000 = Create(48000);
+    const std::wstring at44100 = Create(44100);
+
+    EXPECT_EQ(Create(48000), at48000);
+    EXPECT_EQ(Create(44100), at44100);
+    EXPECT_THAT(CacheFiles(), SizeIs(2));
+}
+
+TEST_F(ConformedFileLibrary, AChangedMediaFileIsConvertedAgainAndTheOldRecordStays) {
+    const std::wstring first = Create();
+    WriteFile(folder / "a.wav", Recording(2));
+
+    const std::wstring second = Create();
+
+    EXPECT_NE(second, first);
+    EXPECT_THAT(CacheFiles(), SizeIs(2));
+    engine->SetDaysToKeepCacheFiles(0);
+    EXPECT_EQ(engine->ClearCacheFiles(), 2u);
+}
+
+TEST_F(ConformedFileLibrary, ADeletedFileIsMadeAgainAndItsRecordReplaced) {
+    std::filesystem::remove(zrtl::ToUtf8(Create()));
+
+    const std::wstring second = Create();
+
+    EXPECT_TRUE(std::filesystem::exists(zrtl::ToUtf8(second)));
+    EXPECT_EQ(Create(), second);
+    engine->SetDaysToKeepCacheFiles(0);
+    EXPECT_EQ(engine->ClearCacheFiles(), 1u);
+}
+
+TEST_F(ConformedFileLibrary, MediaThatIsNoneLeavesALineAndNothingElse) {
+    WriteFile(folder / "notes.wav", "no sound at all");
+    asset = MakeMediaAsset(manager, folder.Wide("notes.wav"));
+
+    EXPECT_EQ(Create(), L"");
+
+    ASSERT_THAT(Log(), SizeIs(1));
+    EXPECT_THAT(Log()[0],
+                testing::HasSubstr("] Could not save: " + (folder / "notes.wav").string() + " "));
+    EXPECT_THAT(CacheFiles(), IsEmpty());
+    engine->SetDaysToKeepCacheFiles(0);
+    EXPECT_EQ(engine->ClearCacheFiles(), 0u);
+}
+
+TEST_F(ConformedFileLibrary, MissingMediaLeavesALineAndNothingElse) {
+    asset = MakeMediaAsset(manager, folder.Wide("missing.wav"));
+
+    EXPECT_EQ(Create(), L"");
+
+    EXPECT_THAT(Log(), SizeIs(1));
+    EXPECT_THAT(CacheFiles(), IsEmpty());
+}
+
+TEST_F(ConformedFileLibrary, AnAudioStreamThatIsNotThereLeavesALineAndNothingElse) {
+    asset->SetAudioStreamIndex(1);
+
+    EXPECT_EQ(Create(), L"");
+
+    EXPECT_THAT(Log(), SizeIs(1));
+    EXPECT_THAT(CacheFiles(), IsEmpty());
+}
+
+TEST_F(ConformedFileLibrary, ACacheFolderThatIsGoneLeavesALine) {
+    std::filesystem::remove(folder / "cache");
+
+    EXPECT_EQ(Create(), L"");
+
+    EXPECT_THAT(Log(), SizeIs(1));
+    EXPECT_FALSE(std::filesystem::exists(folder / "cache"));
+}
+
+TEST_F(ConformedFileLibrary, WithoutADatabaseEachCallKeepsANewFile) {
+    const auto create = [this] {
+        return CreateConformedAudioFile(asset, 48000, engine->MediaCacheFolderPath(), nullptr,
+                                        nullptr, true);
+    };
+
+    EXPECT_NE(create(), create());
+
+    EXPECT_THAT(CacheFiles(), SizeIs(2));
+    engine->SetDaysToKeepCacheFiles(0);
+    EXPECT_EQ(engine->ClearCacheFiles(), 0u);
+}
+
+TEST_F(ConformedFileLibrary, AnotherProjectOnTheSameDatabaseFindsTheFile) {
+    const std::wstring first = Create();
+    const auto otherManager = std::make_shared<orlo::project::MediaManager>();
+    asset = MakeMediaAsset(otherManager, folder.Wide("a.wav"));
+
+    EXPECT_EQ(Create(), first);
+    EXPECT_THAT(CacheFiles(), SizeIs(1));
+}
+
+}  // namespace

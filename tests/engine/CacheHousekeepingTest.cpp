@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "sonrel/engine/Sonrel.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+using orlo::project::MediaDB;
+using orlo::sonrel::Sonrel;
+using sonrel_tests::NamesIn;
+using sonrel_tests::ReadLines;
+using sonrel_tests::TemporaryFolder;
+using sonrel_tests::WriteFile;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class CacheHousekeeping : public testing::Test {
+protected:
+    CacheHousekeeping() {
+        engine = Sonrel::Create(folder.Wide("media.db"), folder.Wide("cache"), nullptr,
+                                Sonrel::LogOption::WriteErrorLog);
+    }
+
+    void Fill() {
+        const auto database = engine->OpenMediaDatabaseConnection();
+        database->AddConformedFile(L"/media/a.mov", L"f", 0, 48000, L"a.xwmc");
+        database->AddPeakFile(L"/media/a.mov", L"f", 0, L"b.xwpk");
+        database->AddVFRCacheFile(L"/media/a.mov", L"f", 0, L"c.vfr");
+        for (const char* name : {"a.xwmc", "b.xwpk", "c.vfr", "stranger.bin"}) {
+            WriteFile(folder / "cache" / name, "bytes");
+        }
+    }
+
+    TemporaryFolder folder;
+    std::shared_ptr<Sonrel> engine;
+};
+
+TEST_F(CacheHousekeeping, WhatWasJustUsedIsKept) {
+    Fill();
+
+    EXPECT_EQ(engine->ClearCacheFiles(), 0u);
+
+    EXPECT_THAT(NamesIn(folder / "cache"),
+                ElementsAre("a.xwmc", "b.xwpk", "c.vfr", "stranger.bin"));
+}
+
+TEST_F(CacheHousekeeping, WithZeroDaysEveryRecordedFileGoesAndTheFolderStays) {
+    Fill();
+    engine->SetDaysToKeepCacheFiles(0);
+
+    EXPECT_EQ(engine->ClearCacheFiles(), 3u);
+
+    EXPECT_THAT(NamesIn(folder / "cache"), ElementsAre("stranger.bin"));
+    EXPECT_EQ(engine->ClearCacheFiles(), 0u);
+}
+
+TEST_F(CacheHousekeeping, NegativeDaysTakeEverythingToo) {
+    Fill();
+    engine->SetDaysToKeepCacheFiles(-2147483647 - 1);
+
+    EXPECT_EQ(engine->ClearCacheFiles(), 3u);
+
+    EXPECT_THAT(NamesIn(folder / "cache"), ElementsAre("stranger.bin"));
+}
+
+TEST_F(CacheHousekeeping, AFileThatIsGoneAlreadyCountsAndItsRecordGoesWithoutALine) {
+    Fill();
+    std::filesystem::remove(folder / "cache" / "b.xwpk");
+    engine->SetDaysToKeepCacheFiles(0);
+
+    EXPECT_EQ(engine->ClearCacheFiles(), 3u);
+
+    EXPECT_EQ(engine->ClearCacheFiles(), 0u);
+    EXPECT_FALSE(std::filesystem::exists(folder / "CacheErrorLog.txt"));
+}
+
+TEST_F(CacheHousekeeping, AFileThatCannotBeDeletedIsTriedAgainAtTheNextRun) {
+    Fill();
+    std::filesystem::remove(folder / "cache" / "a.xwmc");
+    std::filesystem::create_directory(folder / "cache" / "a.xwmc");
+    engine->SetDaysToKeepCacheFiles(0);
+    EXPECT_EQ(engine->ClearCacheFiles(), 3u);
+    std::filesystem::remove(folder / "cache" / "a.xwmc");
+
+    EXPECT_EQ(engine->ClearCacheFiles(), 1u);
+    EXPECT_EQ(engine->ClearCacheFiles(), 0u);
+    EXPECT_EQ(ReadLines(folder / "CacheErrorLog.txt").size(), 1u);
+}
+
+TEST_F(CacheHousekeeping, ARecordThatLeadsOutOfTheFolderDeletesNothing) {
+    WriteFile(folder / "mine.txt", "mine");
+    const auto database = engine->OpenMediaDatabaseConnection();
+    database->AddConformedFile(L"/media/a.mov", L"f", 0, 48000, L"../mine.txt");
+    database->AddPeakFile(L"/media/a.mov", L"f", 0, folder.Wide("mine.txt"));
+    engine->SetDaysToKeepCacheFiles(0);
+
+    engine->ClearCacheFiles();
+
+    EXPECT_EQ(sonrel_tests::ReadFile(folder / "mine.txt"), "mine");
+}
+
+TEST_F(CacheHousekeeping, ReleasingTheLastReferenceTakesDueFilesOffTheDisk) {
+    Fill();
+    engine->SetDaysToKeepCacheFiles(0);
+    auto second = engine;
+    engine.reset();
+    ASSERT_THAT(NamesIn(folder / "cache"), testing::SizeIs(4));
+
+    second.reset();
+
+    EXPECT_THAT(NamesIn(folder / "cache"), ElementsAre("stranger.bin"));
+}
+
+TEST_F(CacheHousekeeping, ADatabaseThatIsGoneLeavesTheFolderAsItIs) {
+    Fill();
+    engine->SetDaysToKeepCacheFiles(0);
+    for (const auto& name : NamesIn(folder.Path())) {
+        if (name != "cache") std::filesystem::remove(folder / name);
+    }
+
+    EXPECT_EQ(engine->ClearCacheFiles(), 0u);
+
+    EXPECT_THAT(NamesIn(folder / "cache"),
+                ElementsAre("a.xwmc", "b.xwpk", "c.vfr", "stranger.bin"));
+}
+
+}  // namespace
