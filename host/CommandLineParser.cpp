@@ -1,0 +1,301 @@
+// SPDX-License-Identifier: MIT
+#include "host/CommandLineParser.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <string_view>
+
+#include "host/Errors.h"
+#include "host/Text.h"
+#include "host/Version.h"
+
+namespace orlo::host {
+
+namespace {
+
+constexpr int MAX_JOBS = 256;
+
+/// Everything as it was typed. Our own checks follow, so that each message names the option, what
+/// stood there and what may stand there.
+struct RawOptions {
+    std::string progress = "auto";
+    std::string rate;
+    std::string fps;
+    std::string keepDays;
+    std::vector<std::string> mediaRoots;
+
+    std::string jobs;
+    std::string dither = "highpass";
+    std::string seed = "1";
+    std::string audioFrom = "audio";
+    std::string days;
+};
+
+/// What the parser fills.
+struct Target {
+    GlobalOptions global;
+    InfoOptions info;
+    ConformOptions conform;
+    MixOptions mix;
+    CacheOptions cache;
+    RawOptions raw;
+    std::function<CommandOptions(Target&)> chosen;
+};
+
+template <class Value>
+Value Choose(const std::string& option, const std::string& text,
+             const std::vector<std::pair<std::string, Value>>& choices) {
+    std::string names;
+    for (const auto& [name, value] : choices) {
+        if (name == text) return value;
+        names += (names.empty() ? "" : ", ") + name;
+    }
+    throw UsageError(option + " " + Quoted(text) + " is none of " + names);
+}
+
+long long WholeNumber(const std::string& option, const std::string& text, long long least,
+                      long long most) {
+    const std::optional<long long> value = ParseInteger(text);
+    if (value && *value >= least && *value <= most) return *value;
+    throw UsageError(option + " " + Quoted(text) + " is no whole number from " +
+                     std::to_string(least) + " to " + std::to_string(most));
+}
+
+otio::MediaRoot ParseMediaRoot(const std::string& text) {
+    const std::size_t equals = text.find('=');
+    if (equals == 0 || equals == std::string::npos) {
+        throw UsageError("--media-root " + Quoted(text) + " is not of the form OLD=NEW");
+    }
+    return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+void CheckGlobals(Target& target) {
+    GlobalOptions& global = target.global;
+    const RawOptions& raw = target.raw;
+    global.progress = Choose<ProgressMode>(
+        "--progress", raw.progress,
+        {{"auto", ProgressMode::Auto}, {"json", ProgressMode::Json}, {"none", ProgressMode::None}});
+    if (!raw.rate.empty()) {
+        global.rate = static_cast<int>(WholeNumber("--rate", raw.rate, 64, 768000));
+    }
+    if (!raw.fps.empty()) {
+        global.fps = ParseDecimal(raw.fps);
+        if (!global.fps || *global.fps <= 0.0) {
+            throw UsageError("--fps " + Quoted(raw.fps) + " is no frame rate above 0");
+        }
+    }
+    if (!raw.keepDays.empty()) {
+        global.keepDays = static_cast<int>(
+            WholeNumber("--keep-days", raw.keepDays, 0, std::numeric_limits<int>::max()));
+    }
+    for (const std::string& root : raw.mediaRoots) {
+        global.mediaRoots.push_back(ParseMediaRoot(root));
+    }
+    if (global.noCacheDb && !(global.cacheFolder.empty() && global.databaseFile.empty())) {
+        throw UsageError("--no-cache-db does not go with --cache or --db");
+    }
+}
+
+void CheckInput(const std::string& input) {
+    if (input.empty()) throw UsageError("an empty name is no INPUT");
+}
+
+CommandOptions FinishInfo(Target& target) {
+    CheckInput(target.info.input);
+    return target.info;
+}
+
+CommandOptions FinishConform(Target& target) {
+    for (const std::string& input : target.conform.inputs) CheckInput(input);
+    if (!target.raw.jobs.empty()) {
+        target.conform.jobs = static_cast<int>(WholeNumber("--jobs", target.raw.jobs, 1, MAX_JOBS));
+    }
+    if (target.global.noCacheDb) {
+        throw UsageError("conform has nowhere to put its files with --no-cache-db");
+    }
+    return target.conform;
+}
+
+CommandOptions FinishMix(Target& target) {
+    MixOptions& mix = target.mix;
+    const RawOptions& raw = target.raw;
+    CheckInput(mix.input);
+    if (mix.output.empty()) throw UsageError("an empty name is no output file for -o");
+    mix.dither = Choose<DitherChoice>("--dither", raw.dither,
+                                      {{"none", DitherChoice::None},
+                                       {"triangular", DitherChoice::Triangular},
+                                       {"highpass", DitherChoice::HighPass}});
+    mix.soundFromVideo =
+        Choose<bool>("--audio-from", raw.audioFrom, {{"audio", false}, {"video", true}});
+    if (raw.seed == "random") {
+        mix.seed = 0;
+    } else {
+        // 0 is the engine's own sign for a seed from the clock, which has its word here.
+        mix.seed = static_cast<unsigned int>(
+            WholeNumber("--seed", raw.seed, 1, std::numeric_limits<std::uint32_t>::max()));
+    }
+    return mix;
+}
+
+CommandOptions FinishCache(Target& target) {
+    if (!target.raw.days.empty()) {
+        target.cache.days = static_cast<int>(
+            WholeNumber("--days", target.raw.days, 0, std::numeric_limits<int>::max()));
+    }
+    if (target.global.noCacheDb)
+        throw UsageError("cache has nothing to look at with --no-cache-db");
+    return target.cache;
+}
+
+void DeclareGlobals(CLI::App& app, Target& target) {
+    GlobalOptions& global = target.global;
+    RawOptions& raw = target.raw;
+    app.add_option("--cache", global.cacheFolder, "Media cache folder")->type_name("DIR");
+    app.add_option("--db", global.databaseFile, "Media database file")->type_name("FILE");
+    app.add_flag("--no-cache-db", global.noCacheDb, "Use neither cache nor database");
+    app.add_flag("--no-log", global.noLog, "Keep no log of cache errors");
+    app.add_flag("--json", global.json, "Print the result as one JSON object");
+    app.add_flag("--quiet", global.quiet, "Show no progress on a terminal");
+    app.add_option("--progress", raw.progress, "Progress: auto, json or none")->type_name("MODE");
+    app.add_option("--rate", raw.rate, "Sample rate of the project")->type_name("HZ");
+    app.add_option("--fps", raw.fps, "Frame rate of the project")->type_name("F");
+    app.add_option("--media-root", raw.mediaRoots, "Look for media under NEW instead of OLD")
+        ->type_name("OLD=NEW")
+        ->take_all()
+        ->allow_extra_args(false);
+    app.add_option("--keep-days", raw.keepDays, "Drop cache files unused for N days (30)")
+        ->type_name("N");
+}
+
+CLI::App* AddCommand(CLI::App& parent, const std::string& name, const std::string& description) {
+    CLI::App* command = parent.add_subcommand(name, description);
+    command->fallthrough();
+    return command;
+}
+
+void DeclareInfo(CLI::App& app, Target& target) {
+    CLI::App* command = AddCommand(app, "info", "Tell what is in a timeline or media file");
+    command->add_option("INPUT", target.info.input, "Timeline or media file")->required();
+    command->callback([&target] { target.chosen = FinishInfo; });
+}
+
+void DeclareConform(CLI::App& app, Target& target) {
+    CLI::App* command = AddCommand(app, "conform", "Find or make the conformed files of all media");
+    command->add_option("INPUT", target.conform.inputs, "Timelines and media files")->required();
+    command->add_option("--jobs", target.raw.jobs, "Files to convert at once (1)")->type_name("N");
+    command->add_flag("--all-codecs", target.conform.allCodecs, "Pass over no codec");
+    command->add_flag("--force", target.conform.force, "Make files anew that are there");
+    command->callback([&target] { target.chosen = FinishConform; });
+}
+
+void DeclareMix(CLI::App& app, Target& target) {
+    MixOptions& mix = target.mix;
+    CLI::App* command = AddCommand(app, "mix", "Mix to a 16-bit stereo WAV file");
+    command->add_option("INPUT", mix.input, "Timeline or media file")->required();
+    command->add_option("-o", mix.output, "WAV file to write")->required()->type_name("OUT.wav");
+    command->add_option("--from", mix.from, "First position (0)")->type_name("P");
+    command->add_option("--to", mix.to, "Position behind the last (the end)")->type_name("P");
+    command->add_option("--dither", target.raw.dither, "none, triangular or highpass (highpass)")
+        ->type_name("TYPE");
+    command->add_option("--seed", target.raw.seed, "Seed of the dither, or random (1)")
+        ->type_name("N");
+    command->add_option("--meters", mix.meters, "Write all blocks of all meters")
+        ->type_name("FILE.json");
+    command->add_flag("--fail-on-clip", mix.failOnClip, "Exit 3 when the master clips");
+    command->add_flag("--allow-missing", mix.allowMissing, "Missing media are silent");
+    command->add_option("--audio-from", target.raw.audioFrom, "audio or video tracks (audio)")
+        ->type_name("KIND");
+    command->callback([&target] { target.chosen = FinishMix; });
+}
+
+void DeclareCache(CLI::App& app, Target& target) {
+    CLI::App* command = AddCommand(app, "cache", "Look after the media cache");
+    command->require_subcommand(1);
+    const auto add = [&](const char* name, const char* description, CacheAction action) {
+        CLI::App* sub = AddCommand(*command, name, description);
+        sub->callback([&target, action] {
+            target.cache.action = action;
+            target.chosen = FinishCache;
+        });
+        return sub;
+    };
+    add("ls", "List cache files and records", CacheAction::List);
+    add("du", "Count what the cache takes", CacheAction::DiskUse);
+    add("check", "Look for records, files and contents that do not fit", CacheAction::Check);
+    CLI::App* clean = add("clean", "Remove what was not used for some days", CacheAction::Clean);
+    clean->add_option("--days", target.raw.days, "Days without use; 0 takes everything (30)")
+        ->type_name("N");
+    clean->add_flag("--orphans", target.cache.orphans, "Remove files without a record too");
+    clean->add_flag("--dry-run", target.cache.dryRun, "Only tell what would be removed");
+}
+
+/// The arguments library's refusals in one clause of our own.
+std::string Explain(const CLI::App& app, const CLI::ParseError& error) {
+    std::string text = error.what();
+    std::string help = "; 'sonrel --help' tells what there is";
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
+        const std::size_t colon = text.rfind(": ");
+        const std::string extra = colon == std::string::npos ? text : text.substr(colon + 2);
+        return "nothing here is called " + Quoted(extra) + help;
+    }
+    if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
+        const std::string name = text.substr(0, text.find(':'));
+        const bool missing = text.find("missing") != std::string::npos;
+        return name + (missing ? " needs a value" : " is given more than once") + help;
+    }
+    if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
+        if (text.starts_with("A subcommand is required")) {
+            const std::vector<std::string> extras = app.remaining(true);
+            if (extras.empty()) return "no command is given" + help;
+            const char* kind = extras.front().starts_with('-') ? "option " : "command ";
+            return std::string("there is no ") + kind + Quoted(extras.front()) + help;
+        }
+        const std::size_t is = text.find(" is required");
+        if (is != std::string::npos) return Quoted(text.substr(0, is)) + " is missing" + help;
+    }
+    return OneLine(text) + help;
+}
+
+}  // namespace
+
+std::variant<CommandLine, HelpText> ParseCommandLine(int argumentCount,
+                                                     const char* const* arguments) {
+    Target target;
+    CLI::App app("Mixes timelines and looks after the files that this takes.", "sonrel");
+    app.set_version_flag("--version", std::string("sonrel ") + VERSION);
+    app.set_help_flag("-h,--help", "Print this help");
+    app.require_subcommand(1);
+    DeclareGlobals(app, target);
+    DeclareInfo(app, target);
+    DeclareConform(app, target);
+    DeclareMix(app, target);
+    DeclareCache(app, target);
+    try {
+        app.parse(argumentCount, arguments);
+    } catch (const CLI::CallForHelp&) {
+        return HelpText{app.help()};
+    } catch (const CLI::CallForAllHelp&) {
+        return HelpText{app.help("", CLI::AppFormatMode::All)};
+    } catch (const CLI::CallForVersion&) {
+        return HelpText{app.version() + "\n"};
+    } catch (const CLI::ParseError& error) {
+        throw UsageError(Explain(app, error));
+    }
+    CheckGlobals(target);
+    CommandLine line;
+    line.command = target.chosen(target);
+    line.global = target.global;
+    return line;
+}
+
+bool WantsJson(int argumentCount, const char* const* arguments) {
+    for (int i = 1; i < argumentCount; ++i) {
+        if (std::string_view(arguments[i]) == "--json") return true;
+        if (std::string_view(arguments[i]) == "--") return false;
+    }
+    return false;
+}
+
+}  // namespace orlo::host

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "host/Options.h"
+#include "host/Outcome.h"
+
+/// The commands of the program. Each does its work and returns what there is to say, or throws a
+/// CommandError. None prints anything but progress.
+namespace orlo::host {
+
+Outcome RunInfo(const GlobalOptions& global, const InfoOptions& options);
+Outcome RunConform(const GlobalOptions& global, const ConformOptions& options);
+Outcome RunMix(const GlobalOptions& global, const MixOptions& options);
+Outcome RunCache(const GlobalOptions& global, const CacheOptions& options);
+
+}  // namespace orlo::host

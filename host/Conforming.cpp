@@ -1,0 +1,233 @@
+// SPDX-License-Identifier: MIT
+#include "host/Conforming.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <exception>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+#include "host/Errors.h"
+#include "host/Interrupt.h"
+#include "host/Paths.h"
+#include "host/Text.h"
+#include "sonrel/caches/ConformedAudioFileHelper.h"
+#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/standin/media/ConversionObserver.h"
+#include "sonrel/standin/media/MediaErrors.h"
+#include "sonrel/standin/media/MediaInfo.h"
+#include "sonrel/standin/project/CacheLedger.h"
+
+namespace orlo::host {
+
+namespace {
+
+using project::CacheFileKind;
+using project::CacheLedger;
+using project::CacheRecord;
+using project::MediaAsset;
+using project::MediaDB;
+namespace helper = sonrel::ConformedAudioFileHelper;
+
+constexpr long long BYTES_PER_FRAME = 4;
+
+std::string MediaPath(const MediaAsset& asset) {
+    return zrtl::ToUtf8(asset.IsMerged() ? asset.MergedAudioFilename() : asset.Filename());
+}
+
+/// Frames of all tasks that are done, over all jobs.
+class ConformProgress {
+public:
+    ConformProgress(const std::vector<ConformTask>& tasks, Progress& progress)
+        : progress_(progress) {
+        long long total = 0;
+        for (const ConformTask& task : tasks) total += Frames(task);
+        progress_.Begin("conform", "samples", total);
+    }
+
+    static long long Frames(const ConformTask& task) {
+        return std::max(0LL, task.asset->AudioStream()->NativeSampleCount());
+    }
+
+    void Add(long long frames) { progress_.Update(done_ += frames); }
+
+private:
+    Progress& progress_;
+    std::atomic<long long> done_{0};
+};
+
+/// The records of one stream at one rate, whatever state of the medium they were made from.
+std::vector<CacheRecord> RecordsOf(const CacheLedger& ledger, const ConformTask& task) {
+    const std::wstring media = WidePath(MediaPath(*task.asset));
+    std::vector<CacheRecord> records = ledger.Records();
+    std::erase_if(records, [&](const CacheRecord& record) {
+        return record.kind != CacheFileKind::Conformed || record.mediaPath != media ||
+               record.streamIndex != static_cast<int>(task.asset->AudioStreamIndex()) ||
+               record.sampleRate != task.rate;
+    });
+    return records;
+}
+
+/// Why a conversion gave nothing, as far as it shows afterwards.
+std::string FailureReason(const EngineSession& session, const ConformTask& task) {
+    const std::string media = MediaPath(*task.asset);
+    const long long frames = ConformProgress::Frames(task);
+    const int nativeRate = task.asset->AudioStream()->NativeSampleRate();
+    const double bytes = static_cast<double>(frames) * task.rate / std::max(1, nativeRate) *
+                         static_cast<double>(BYTES_PER_FRAME);
+    const std::string folderTrouble =
+        FolderTrouble(session.Places().folder, static_cast<long long>(std::min(bytes, 1e18)));
+    if (!folderTrouble.empty()) return folderTrouble;
+    zrh::media::MediaInfo info;
+    const int code = zrh::media::DescribeMedia(WidePath(media), &info);
+    if (code != 0) return zrh::media::MediaErrorText(code);
+    return "its sound could not be converted or recorded";
+}
+
+/// One of the threads that share the tasks.
+class Job {
+public:
+    Job(const EngineSession& session, const ConformSettings& settings, ConformProgress& progress)
+        : session_(session),
+          settings_(settings),
+          progress_(progress),
+          database_(session.Connect()) {}
+
+    void Run(ConformTask& task) {
+        long long counted = 0;
+        bool converting = false;
+        const zrh::media::ConversionObserver observer([&](long long done, long long) {
+            converting = true;
+            progress_.Add(done - counted);
+            counted = done;
+            return !Interrupted();
+        });
+        if (settings_.force) {
+            RunForced(task);
+        } else {
+            task.path = Ask(task);
+            if (task.path.empty() && !Interrupted() && IsRecorded(task)) {
+                // Another process was faster. Its record stands now, and asking again finds it.
+                converting = false;
+                task.path = Ask(task);
+            }
+        }
+        progress_.Add(ConformProgress::Frames(task) - counted);
+        if (Interrupted() && task.path.empty()) return;
+        Finish(task, converting);
+    }
+
+private:
+    std::string Ask(const ConformTask& task) const {
+        return zrtl::ToUtf8(helper::CreateConformedAudioFile(
+            task.asset, task.rate, session_.Engine()->MediaCacheFolderPath(),
+            session_.Engine()->MediaCacheErrorLog(), database_, settings_.allCodecs));
+    }
+
+    bool IsRecorded(const ConformTask& task) const {
+        return !RecordsOf(CacheLedger(WidePath(session_.Places().database)), task).empty();
+    }
+
+    /// Takes the records away, so that a new file is made, and the old files once it stands. Where
+    /// none is made the old records come back.
+    void RunForced(ConformTask& task) {
+        CacheLedger ledger(WidePath(session_.Places().database));
+        const std::vector<CacheRecord> old = RecordsOf(ledger, task);
+        for (const CacheRecord& record : old) ledger.Remove(record);
+        task.path = Ask(task);
+        for (const CacheRecord& record : old) {
+            if (record.cacheFilename.empty()) continue;
+            if (!task.path.empty()) {
+                const std::wstring file = MediaDB::CreateMediaCacheFilePath(
+                    session_.Engine()->MediaCacheFolderPath(), record.cacheFilename);
+                unlink(zrtl::ToUtf8(file).c_str());
+            } else if (database_ != nullptr) {
+                database_->AddConformedFile(record.mediaPath, record.mediaFingerprint,
+                                            record.streamIndex, record.sampleRate,
+                                            record.cacheFilename);
+            }
+        }
+    }
+
+    void Finish(ConformTask& task, bool converted) const {
+        helper::SetAudioSamplesAvailable(task.asset, task.rate, WidePath(task.path));
+        if (task.path.empty()) {
+            task.status = ConformTask::Status::Failed;
+            task.error = "cannot conform " + Quoted(MediaPath(*task.asset)) + ": " +
+                         FailureReason(session_, task);
+        } else {
+            task.status = converted ? ConformTask::Status::Made : ConformTask::Status::Found;
+        }
+    }
+
+    const EngineSession& session_;
+    const ConformSettings& settings_;
+    ConformProgress& progress_;
+    std::shared_ptr<MediaDB> database_;
+};
+
+/// Hands the tasks out to the jobs, and keeps the first exception.
+class TaskQueue {
+public:
+    TaskQueue(const EngineSession& session, std::vector<ConformTask>& tasks,
+              const ConformSettings& settings, Progress& progress)
+        : session_(session), tasks_(tasks), settings_(settings), progress_(tasks, progress) {}
+
+    /// Runs on each job's thread until no task is left.
+    void Work() {
+        try {
+            Job job(session_, settings_, progress_);
+            while (!Interrupted() && !failed_) {
+                const std::size_t index = next_++;
+                if (index >= tasks_.size()) return;
+                job.Run(tasks_[index]);
+            }
+        } catch (...) {
+            const std::lock_guard lock(mutex_);
+            if (!failure_) failure_ = std::current_exception();
+            failed_ = true;
+        }
+    }
+
+    void RethrowFailure() const {
+        if (failure_) std::rethrow_exception(failure_);
+    }
+
+private:
+    const EngineSession& session_;
+    std::vector<ConformTask>& tasks_;
+    const ConformSettings& settings_;
+    ConformProgress progress_;
+    std::atomic<std::size_t> next_{0};
+    std::atomic<bool> failed_{false};
+    std::mutex mutex_;
+    std::exception_ptr failure_;
+};
+
+}  // namespace
+
+void Conform(const EngineSession& session, std::vector<ConformTask>& tasks,
+             const ConformSettings& settings, Progress& progress) {
+    if (tasks.empty()) return;
+    TaskQueue queue(session, tasks, settings, progress);
+    const std::size_t jobs = std::min(tasks.size(), static_cast<std::size_t>(settings.jobs));
+    {
+        std::vector<std::jthread> helpers;
+        for (std::size_t i = 1; i < jobs; ++i) helpers.emplace_back([&queue] { queue.Work(); });
+        queue.Work();
+    }
+    if (Interrupted()) ThrowInterrupted("not all media are conformed");
+    try {
+        queue.RethrowFailure();
+    } catch (const CommandError&) {
+        throw;
+    } catch (const std::exception& error) {
+        throw JobError(DatabaseTrouble(session.Places().database, error.what()));
+    }
+    progress.End();
+}
+
+}  // namespace orlo::host

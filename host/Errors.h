@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace orlo::host {
+
+/// What the program returns to its caller.
+enum class ExitCode : int {
+    Done = 0,
+    JobFailed = 1,
+    WrongUsage = 2,
+    ConditionFailed = 3,  ///< a condition that the command line states does not hold
+    Interrupted = 130,
+};
+
+/// Ends a command. The text is one clause: what failed, which file, where in it and what to do.
+class CommandError : public std::runtime_error {
+public:
+    CommandError(ExitCode code, const std::string& text) : std::runtime_error(text), code_(code) {}
+
+    ExitCode Code() const { return code_; }
+
+private:
+    ExitCode code_;
+};
+
+/// The job cannot be done.
+class JobError : public CommandError {
+public:
+    explicit JobError(const std::string& text) : CommandError(ExitCode::JobFailed, text) {}
+};
+
+/// The command line asks for something that does not exist or makes no sense.
+class UsageError : public CommandError {
+public:
+    explicit UsageError(const std::string& text) : CommandError(ExitCode::WrongUsage, text) {}
+};
+
+}  // namespace orlo::host

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/Options.h"
+#include "host/Outcome.h"
+#include "host/otio/TimelineImport.h"
+#include "sonrel/contracts/project/MediaAsset.h"
+#include "sonrel/contracts/project/Project.h"
+
+namespace orlo::host {
+
+/// A media file that a timeline uses: one for each path and audio stream.
+struct MediaUse {
+    otio::MediaLocation location;
+    int stream = 0;
+    otio::Place place;                           ///< the first clip that uses it
+    std::shared_ptr<project::MediaAsset> asset;  ///< empty until it is imported
+};
+
+/// Reads INPUT as a timeline. @throws JobError or UsageError with the file's name
+otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions& options,
+                                  bool soundFromVideo);
+
+/// What the clips of a timeline use, in the order of its clips.
+std::vector<MediaUse> CollectMedia(const otio::Arrangement& arrangement);
+
+/// The first use of each path for which there is no file, URLs that name no local file included.
+std::vector<MediaUse> MissingMedia(const std::vector<MediaUse>& media);
+
+/// A clause that names missing media and the places that use them.
+std::string MissingMediaClause(const std::string& input, const std::vector<MediaUse>& missing);
+
+/// The paths of missing media as a list.
+Json MissingJson(const std::vector<MediaUse>& missing);
+
+/// Makes the assets of a timeline's media and adds them to a project. Missing media become assets
+/// without sound; media without sound, and streams that a medium does not have, are noted.
+/// @throws JobError that names a file which cannot be read
+void ImportMedia(project::Project& project, std::vector<MediaUse>& media,
+                 otio::ImportReport& report);
+
+/// Makes an asset of a media file with sound. @throws JobError that names the file
+std::shared_ptr<project::MediaAsset> ImportMediaFile(project::Project& project,
+                                                     const std::string& path, int stream);
+
+/// Refuses what stands in the way of opening a media file, by its name. @throws JobError
+void RequireMediaFile(const std::string& path);
+
+/// Frames a second of a media file: of its picture, else --fps, else 25.
+double FrameRateOf(const project::MediaAsset& asset, const GlobalOptions& options);
+
+/// Sample rate for a media file: --rate, else 48000.
+int RateFor(const GlobalOptions& options);
+
+/// Builds the tracks and objects of a timeline into the project's main sequence.
+/// @param media  imported
+void BuildSequence(const otio::Arrangement& arrangement, const std::vector<MediaUse>& media,
+                   project::Project& project);
+
+/// The import report for programs and for people.
+Json NotTakenOverJson(const otio::ImportReport& report);
+std::string NotTakenOverText(const otio::ImportReport& report);
+
+}  // namespace orlo::host

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "host/otio/MediaResolver.h"
+
+/// The command line as the commands take it: checked and converted, but for positions, which need
+/// the timeline's rates.
+namespace orlo::host {
+
+enum class ProgressMode { Auto, Json, None };
+
+struct GlobalOptions {
+    std::string cacheFolder;   ///< empty: the default place
+    std::string databaseFile;  ///< empty: the default place
+    bool noCacheDb = false;
+    bool noLog = false;
+    bool json = false;
+    bool quiet = false;
+    ProgressMode progress = ProgressMode::Auto;
+    std::optional<int> rate;
+    std::optional<double> fps;
+    std::vector<otio::MediaRoot> mediaRoots;
+    int keepDays = 30;
+};
+
+struct InfoOptions {
+    std::string input;
+};
+
+struct ConformOptions {
+    std::vector<std::string> inputs;
+    int jobs = 1;
+    bool allCodecs = false;
+    bool force = false;
+};
+
+enum class DitherChoice { None, Triangular, HighPass };
+
+struct MixOptions {
+    std::string input;
+    std::string output;
+    std::string from;
+    std::string to;
+    DitherChoice dither = DitherChoice::HighPass;
+    unsigned int seed = 1;  ///< 0 asks for one from the clock
+    std::string meters;
+    bool failOnClip = false;
+    bool allowMissing = false;
+    bool soundFromVideo = false;
+};
+
+enum class CacheAction { List, DiskUse, Check, Clean };
+
+struct CacheOptions {
+    CacheAction action = CacheAction::List;
+    int days = 30;
+    bool orphans = false;
+    bool dryRun = false;
+};
+
+using CommandOptions = std::variant<InfoOptions, ConformOptions, MixOptions, CacheOptions>;
+
+struct CommandLine {
+    GlobalOptions global;
+    CommandOptions command;
+};
+
+}  // namespace orlo::host

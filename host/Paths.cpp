@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+#include "host/Paths.h"
+
+#include <filesystem>
+#include <stdexcept>
+
+#include "host/Errors.h"
+#include "host/Text.h"
+#include "sonrel/contracts/zrtl/Paths.h"
+
+namespace orlo::host {
+
+namespace fs = std::filesystem;
+
+std::wstring WidePath(const std::string& path) {
+    try {
+        return zrtl::FromUtf8(path);
+    } catch (const std::invalid_argument&) {
+        throw JobError("the name " + Quoted(path) + " is not valid UTF-8; rename the file");
+    }
+}
+
+std::string AbsolutePath(const std::string& path) {
+    return fs::absolute(path).lexically_normal().string();
+}
+
+bool IsSameFile(const std::string& a, const std::string& b) {
+    std::error_code error;
+    return fs::equivalent(a, b, error) && !error;
+}
+
+}  // namespace orlo::host

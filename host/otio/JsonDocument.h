@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <string>
+
+namespace orlo::host::otio {
+
+/// A timeline that cannot be read: what is wrong and where in the file.
+class DocumentError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// A frame rate and a sample rate that do not go together.
+class RateError : public DocumentError {
+public:
+    using DocumentError::DocumentError;
+};
+
+/// Reads the JSON of a timeline.
+///
+/// Numbers that JSON does not know, the bare words NaN, Inf and Infinity with or without a minus,
+/// read as null. Metadata of other programs is dropped on the way, so that the result stays small.
+/// Hostile input costs bounded memory and stack: nesting deeper than 1000 levels and more than ten
+/// million values are refused.
+/// @param text  the bytes of the file, taken over
+/// @throws DocumentError with line and column
+nlohmann::json ParseDocument(std::string text);
+
+/// Reads a timeline file of at most 256 MiB.
+/// @throws DocumentError also when the file cannot be read
+nlohmann::json ReadDocument(const std::string& path);
+
+}  // namespace orlo::host::otio

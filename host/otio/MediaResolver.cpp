@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: MIT
+#include "host/otio/MediaResolver.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+
+#include "sonrel/contracts/zrtl/Paths.h"
+
+namespace orlo::host::otio {
+
+namespace {
+
+bool IsLetter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+bool IsSchemeCharacter(char c) {
+    return IsLetter(c) || (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.';
+}
+
+/// The scheme in front of "://", or "file" in front of ":/"; empty for a path. A bare colon does
+/// not make a scheme, since it may stand in a file name.
+std::string_view Scheme(std::string_view url) {
+    const std::size_t colon = url.find(':');
+    if (colon == std::string_view::npos || colon < 2 || !IsLetter(url.front())) return {};
+    const std::string_view scheme = url.substr(0, colon);
+    if (!std::all_of(scheme.begin(), scheme.end(), IsSchemeCharacter)) return {};
+    const std::string_view rest = url.substr(colon + 1);
+    if (rest.starts_with("//") || (scheme == "file" && rest.starts_with("/"))) return scheme;
+    return {};
+}
+
+bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
+        return (IsLetter(x) ? x | 0x20 : x) == (IsLetter(y) ? y | 0x20 : y);
+    });
+}
+
+int HexDigit(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+
+/// A percent sign without two hexadecimal digits behind it stands for itself.
+std::string PercentDecode(std::string_view text) {
+    std::string decoded;
+    decoded.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool escape = text[i] == '%' && i + 2 < text.size() && HexDigit(text[i + 1]) >= 0 &&
+                            HexDigit(text[i + 2]) >= 0;
+        if (escape) {
+            decoded += static_cast<char>(HexDigit(text[i + 1]) * 16 + HexDigit(text[i + 2]));
+            i += 2;
+        } else {
+            decoded += text[i];
+        }
+    }
+    return decoded;
+}
+
+/// A path of another system, "D:\media\a.wav" or "/D:/media/a.wav", with slashes and without the
+/// one in front of the drive, so that --media-root can name it. Others stay as they are.
+std::string DrivePath(std::string path) {
+    const std::size_t drive = !path.empty() && path[0] == '/' ? 1 : 0;
+    if (path.size() < drive + 3 || !IsLetter(path[drive]) || path[drive + 1] != ':') return path;
+    if (path[drive + 2] != '/' && path[drive + 2] != '\\') return path;
+    std::replace(path.begin(), path.end(), '\\', '/');
+    return path.substr(drive);
+}
+
+bool BeginsWithPath(const std::string& path, const std::string& prefix) {
+    if (prefix.empty() || !path.starts_with(prefix)) return false;
+    return prefix.back() == '/' || path.size() == prefix.size() || path[prefix.size()] == '/';
+}
+
+bool IsValidName(const std::string& path) {
+    if (path.find('\0') != std::string::npos) return false;
+    try {
+        zrtl::FromUtf8(path);
+        return true;
+    } catch (const std::invalid_argument&) {
+        return false;
+    }
+}
+
+}  // namespace
+
+MediaResolver::MediaResolver(std::string folder, std::vector<MediaRoot> roots,
+                             std::function<bool(const std::string&)> exists)
+    : folder_(std::move(folder)), roots_(std::move(roots)), exists_(std::move(exists)) {}
+
+std::string MediaResolver::WithRoot(const std::string& path) const {
+    for (const MediaRoot& root : roots_) {
+        if (!BeginsWithPath(path, root.from)) continue;
+        std::string rest = path.substr(root.from.size());
+        const bool needsSlash = !rest.empty() && rest.front() != '/' && !root.to.ends_with('/');
+        return root.to + (needsSlash ? "/" : "") + rest;
+    }
+    return path;
+}
+
+MediaLocation MediaResolver::Locate(const std::string& path) const {
+    if (!IsValidName(path)) return {path, "its name holds a zero byte or is not valid UTF-8"};
+    const std::string named = WithRoot(path);
+    std::string full = (std::filesystem::path(folder_) / named).lexically_normal().string();
+    // A root may also be given for the place that a relative path leads to.
+    if (named == path) full = WithRoot(full);
+    return {std::filesystem::path(full).lexically_normal().string(), {}};
+}
+
+MediaLocation MediaResolver::Resolve(const std::string& url) const {
+    std::string_view path = url;
+    const std::string_view scheme = Scheme(url);
+    if (!scheme.empty()) {
+        if (!EqualsIgnoringCase(scheme, "file")) return {url, "it is no local file"};
+        path.remove_prefix(scheme.size() + 1);
+        if (path.starts_with("//")) {
+            const std::string_view host = path.substr(2, path.find('/', 2) - 2);
+            if (host.empty() || EqualsIgnoringCase(host, "localhost")) {
+                path.remove_prefix(2 + host.size());
+            } else if (WithRoot(PercentDecode(path)) == PercentDecode(path)) {
+                return {url, "it lies on another machine"};
+            }
+        }
+    }
+    const MediaLocation decoded = Locate(DrivePath(PercentDecode(path)));
+    if (path.find('%') == std::string_view::npos) return decoded;
+    const MediaLocation literal = Locate(DrivePath(std::string(path)));
+    const bool literalOnly = (!decoded.problem.empty() || !exists_(decoded.path)) &&
+                             literal.problem.empty() && exists_(literal.path);
+    return literalOnly ? literal : decoded;
+}
+
+}  // namespace orlo::host::otio

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+#include "host/otio/TimelineImport.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <string_view>
+#include <utility>
+
+#include "host/otio/JsonDocument.h"
+#include "host/otio/TimelineParser.h"
+
+namespace orlo::host::otio {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+bool EndsWith(std::string_view path, std::string_view lowerCaseEnding) {
+    if (path.size() < lowerCaseEnding.size()) return false;
+    path.remove_prefix(path.size() - lowerCaseEnding.size());
+    return std::equal(path.begin(), path.end(), lowerCaseEnding.begin(),
+                      [](char a, char b) { return (a >= 'A' && a <= 'Z' ? a | 0x20 : a) == b; });
+}
+
+std::string WithoutTrailingSlashes(std::string path) {
+    while (path.size() > 1 && path.back() == '/') path.pop_back();
+    return path;
+}
+
+bool IsFile(const std::string& path) {
+    std::error_code ignored;
+    return fs::is_regular_file(path, ignored);
+}
+
+TimelineImport Import(const nlohmann::json& document, const std::string& folder,
+                      const ImportOptions& options) {
+    TimelineImport import;
+    const Timeline timeline = ParseTimeline(document, options.soundFrom, import.report);
+    const MediaResolver resolver(folder, options.mediaRoots, IsFile);
+    import.name = timeline.name;
+    import.arrangement = ArrangeTimeline(timeline, options.rates, resolver, import.report);
+    return import;
+}
+
+}  // namespace
+
+bool IsTimelinePath(const std::string& path) {
+    const std::string name = WithoutTrailingSlashes(path);
+    return EndsWith(name, ".otio") || EndsWith(name, ".otiod");
+}
+
+TimelineImport ImportTimeline(const std::string& path, const ImportOptions& options) {
+    fs::path file = fs::absolute(WithoutTrailingSlashes(path)).lexically_normal();
+    if (EndsWith(file.string(), ".otiod")) file /= "content.otio";
+    return Import(ReadDocument(file.string()), file.parent_path().string(), options);
+}
+
+TimelineImport ImportTimelineText(std::string text, const std::string& folder,
+                                  const ImportOptions& options) {
+    return Import(ParseDocument(std::move(text)), folder, options);
+}
+
+}  // namespace orlo::host::otio

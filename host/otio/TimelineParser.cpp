@@ -1,0 +1,238 @@
+// SPDX-License-Identifier: MIT
+#include "host/otio/TimelineParser.h"
+
+#include <nlohmann/json.hpp>
+
+#include "host/Text.h"
+#include "host/otio/ClipParser.h"
+#include "host/otio/Fields.h"
+
+namespace orlo::host::otio {
+
+namespace {
+
+using nlohmann::json;
+
+std::string Label(const char* kind, std::size_t number, const std::string& name) {
+    const std::string label = kind + std::string(" ") + std::to_string(number);
+    return name.empty() ? label : label + " " + Quoted(name);
+}
+
+Item::Kind KindOf(const std::string& schema) {
+    if (schema == "Clip") return Item::Kind::Clip;
+    if (schema == "Gap") return Item::Kind::Gap;
+    if (schema == "Transition") return Item::Kind::Transition;
+    if (schema == "Stack" || schema == "Track") return Item::Kind::Nested;
+    return Item::Kind::Unknown;
+}
+
+/// The parts of an item that its length depends on, with the items inside it.
+Item ParseExtent(const json& object, const Place& place, ImportReport& report) {
+    Item item;
+    item.schema = SchemaName(object);
+    item.kind = KindOf(item.schema);
+    item.name = StringMember(object, "name");
+    item.place = place;
+    item.sourceRange = RangeMember(object, "source_range", place, report);
+    item.enabled = BoolMember(object, "enabled", true, place, report);
+    if (item.kind != Item::Kind::Nested) return item;
+    item.parallel = item.schema == "Stack";
+    for (const json& child : ListMember(object, "children", place)) {
+        Item inner = ParseExtent(child, place, report);
+        if (inner.kind == Item::Kind::Clip) ParseClip(child, inner, report);
+        item.children.push_back(std::move(inner));
+    }
+    return item;
+}
+
+Item ParseItem(const json& object, const std::string& track, std::size_t number,
+               ImportReport& report) {
+    const Place place{track, Label("item", number, StringMember(object, "name"))};
+    const Item::Kind kind = KindOf(SchemaName(object));
+    if (kind == Item::Kind::Nested) {
+        // The whole item is noted, and nothing in it needs an entry of its own.
+        ImportReport inside;
+        return ParseExtent(object, place, inside);
+    }
+    Item item = ParseExtent(object, place, report);
+    if (kind == Item::Kind::Clip) ParseClip(object, item, report);
+    if (kind == Item::Kind::Gap) NoteEffects(object, place, report);
+    return item;
+}
+
+void ParseTrackMetadata(const json& object, Track& track, ImportReport& report) {
+    if (const json* metadata = MetadataOf(object, "Resolve_OTIO")) {
+        track.solo = BoolMember(*metadata, "SoloOn", false, track.place, report);
+    }
+    const json* metadata = MetadataOf(object, "sonrel");
+    if (metadata == nullptr) return;
+    for (const auto& [key, value] : metadata->items()) {
+        if (key == "audioLevel") {
+            track.level = LevelValue(value, key, track.place, report);
+        } else if (key == "stereoBalance") {
+            const std::optional<float> balance = FloatValue(value, key, track.place, report);
+            if (balance && *balance >= -1.0f && *balance <= 1.0f) {
+                track.stereoBalance = balance;
+            } else if (balance) {
+                report.Add(key, track.place, "it is outside -1 to 1 and is passed over");
+            }
+        } else if (key == "muted") {
+            track.muted = BoolMember(*metadata, "muted", false, track.place, report);
+        } else if (key == "solo") {
+            track.solo = BoolMember(*metadata, "solo", false, track.place, report);
+        } else {
+            report.Add("metadata.sonrel." + OneLine(key), track.place, "it is not taken over");
+        }
+    }
+}
+
+Track ParseTrack(const json& object, const Place& place, ImportReport& report) {
+    Track track;
+    track.name = StringMember(object, "name");
+    track.place = place;
+    track.sourceRange = RangeMember(object, "source_range", place, report);
+    ParseTrackMetadata(object, track, report);
+    if (!BoolMember(object, "enabled", true, place, report)) track.muted = true;
+    NoteEffects(object, place, report);
+    std::size_t number = 0;
+    for (const json& child : ListMember(object, "children", place)) {
+        track.items.push_back(ParseItem(child, place.track, ++number, report));
+    }
+    return track;
+}
+
+/// A child of the top stack that is no track sounds like a track of its own.
+Track TrackOfItem(const json& object, const Place& place, ImportReport& report) {
+    Track track;
+    track.name = StringMember(object, "name");
+    track.place = place;
+    track.items.push_back(ParseItem(object, place.track, 1, report));
+    return track;
+}
+
+Track::Kind TrackKind(const std::string& kind) {
+    if (kind == "Audio") return Track::Kind::Audio;
+    // A track without a kind is one of pictures.
+    return kind == "Video" || kind.empty() ? Track::Kind::Video : Track::Kind::Other;
+}
+
+void NoteUnwantedTrack(Track::Kind kind, const std::string& kindName, const Place& place,
+                       ImportReport& report) {
+    if (kind == Track::Kind::Video) {
+        report.Add("video track", place,
+                   "its pictures are not taken over, and its sound only with "
+                   "--audio-from video");
+    } else if (kind == Track::Kind::Audio) {
+        report.Add("audio track", place, "the sound is taken from the video tracks");
+    } else {
+        report.Add("track of kind " + Quoted(kindName), place, "it has no sound");
+    }
+}
+
+void AddTrack(const json& object, Track::Kind wanted, Timeline& timeline, std::size_t number,
+              ImportReport& report) {
+    const std::string schema = SchemaName(object);
+    const Place place{Label("track", number, StringMember(object, "name")), {}};
+    if (schema != "Track") {
+        timeline.tracks.push_back(TrackOfItem(object, place, report));
+        return;
+    }
+    const std::string kindName = StringMember(object, "kind");
+    const Track::Kind kind = TrackKind(kindName);
+    if (kind == wanted) {
+        timeline.tracks.push_back(ParseTrack(object, place, report));
+    } else {
+        NoteUnwantedTrack(kind, kindName, place, report);
+    }
+}
+
+void AddStack(const json& stack, Track::Kind wanted, Timeline& timeline, ImportReport& report) {
+    const Place place;
+    timeline.sourceRange = RangeMember(stack, "source_range", place, report);
+    NoteEffects(stack, place, report);
+    std::size_t number = 0;
+    for (const json& child : ListMember(stack, "children", place)) {
+        AddTrack(child, wanted, timeline, ++number, report);
+    }
+}
+
+void ParseTimelineMetadata(const json& object, Timeline& timeline, ImportReport& report) {
+    const json* metadata = MetadataOf(object, "sonrel");
+    if (metadata == nullptr) return;
+    const Place place;
+    for (const auto& [key, value] : metadata->items()) {
+        if (key == "masterLevel") {
+            timeline.masterLevel = LevelValue(value, key, place, report);
+        } else if (key == "frameRate" && value.is_number() && value.get<double>() > 0.0) {
+            timeline.frameRate = value.get<double>();
+        } else if (key == "sampleRate" && value.is_number_integer() &&
+                   value.get<std::int64_t>() > 0 && value.get<std::int64_t>() <= 1'000'000'000) {
+            timeline.sampleRate = static_cast<int>(value.get<std::int64_t>());
+        } else if (key == "frameRate" || key == "sampleRate") {
+            report.Add(key, place, "it is no rate and is passed over");
+        } else {
+            report.Add("metadata.sonrel." + OneLine(key), place, "it is not taken over");
+        }
+    }
+}
+
+void AddTop(const json& top, Track::Kind wanted, Timeline& timeline, ImportReport& report);
+
+/// Of a collection one thing is taken: the first timeline or, without one, the first stack, or else
+/// its tracks and clips, each as a track.
+void AddCollection(const json& collection, Track::Kind wanted, Timeline& timeline,
+                   ImportReport& report) {
+    const json& children = ListMember(collection, "children", {});
+    const json* chosen = nullptr;
+    for (const char* schema : {"Timeline", "SerializableCollection", "Stack"}) {
+        for (const json& child : children) {
+            if (chosen == nullptr && SchemaName(child) == schema) chosen = &child;
+        }
+    }
+    std::size_t number = 0;
+    for (const json& child : children) {
+        ++number;
+        if (&child == chosen) {
+            AddTop(child, wanted, timeline, report);
+        } else if (chosen == nullptr) {
+            AddTrack(child, wanted, timeline, number, report);
+        } else {
+            report.Add(SchemaName(child), {{}, Label("item", number, StringMember(child, "name"))},
+                       "of a collection only the first timeline is taken over");
+        }
+    }
+}
+
+void AddTop(const json& top, Track::Kind wanted, Timeline& timeline, ImportReport& report) {
+    const std::string schema = SchemaName(top);
+    timeline.name = StringMember(top, "name");
+    ParseTimelineMetadata(top, timeline, report);
+    if (schema == "Timeline") {
+        const json* tracks = Member(top, "tracks");
+        if (tracks == nullptr || SchemaName(*tracks) != "Stack") {
+            throw DocumentError("the timeline has no stack of tracks");
+        }
+        AddStack(*tracks, wanted, timeline, report);
+    } else if (schema == "Stack") {
+        AddStack(top, wanted, timeline, report);
+    } else if (schema == "Track" || schema == "Clip") {
+        AddTrack(top, wanted, timeline, 1, report);
+    } else if (schema == "SerializableCollection") {
+        AddCollection(top, wanted, timeline, report);
+    } else if (schema.empty()) {
+        throw DocumentError("no OpenTimelineIO document: its top has no OTIO_SCHEMA");
+    } else {
+        throw DocumentError("its top is a " + Quoted(schema) +
+                            ", not a Timeline, Stack, Track, Clip or SerializableCollection");
+    }
+}
+
+}  // namespace
+
+Timeline ParseTimeline(const json& document, Track::Kind wanted, ImportReport& report) {
+    Timeline timeline;
+    AddTop(document, wanted, timeline, report);
+    return timeline;
+}
+
+}  // namespace orlo::host::otio
