@@ -24,21 +24,38 @@ constexpr double HIGHEST_HZ = HIGHEST_OF_RATE * 768000;
 
 using CoefficientLaw = BiquadCoefficients (*)(int, double, double);
 
-/// What a section remembers of one channel.
-struct Memory {
-    double x1 = 0.0;
-    double x2 = 0.0;
-    double y1 = 0.0;
-    double y2 = 0.0;
+/// One value of each channel.
+struct Frame {
+    double left = 0.0;
+    double right = 0.0;
+};
 
-    double Step(const BiquadCoefficients& c, double x) {
-        const double y = c.b0 * x + c.b1 * x1 + c.b2 * x2 - c.a1 * y1 - c.a2 * y2;
-        x2 = x1;
-        x1 = x;
-        y2 = y1;
-        y1 = y;
+/// A section with what it remembers: the last two inputs and outputs.
+class Section {
+public:
+    explicit Section(const BiquadCoefficients& coefficients) : c_(coefficients) {}
+
+    /// Takes the frame at @p at and gives its output.
+    Frame Step(const unsigned char* samples, long long at) {
+        const Frame x{static_cast<double>(ReadValue(samples, at, 0)),
+                      static_cast<double>(ReadValue(samples, at, 1))};
+        const Frame y{c_.b0 * x.left + c_.b1 * x1_.left + c_.b2 * x2_.left - c_.a1 * y1_.left -
+                          c_.a2 * y2_.left,
+                      c_.b0 * x.right + c_.b1 * x1_.right + c_.b2 * x2_.right - c_.a1 * y1_.right -
+                          c_.a2 * y2_.right};
+        x2_ = x1_;
+        x1_ = x;
+        y2_ = y1_;
+        y1_ = y;
         return y;
     }
+
+private:
+    BiquadCoefficients c_;
+    Frame x1_;
+    Frame x2_;
+    Frame y1_;
+    Frame y2_;
 };
 
 class BiquadFilter final : public AudioEffect {
@@ -52,16 +69,15 @@ protected:
     void Run(const EffectBlock& block) const override {
         const BiquadCoefficients coefficients =
             law_(block.rate, std::min(frequency_, HIGHEST_OF_RATE * block.rate), q_);
-        Memory memory[CHANNELS];
-        for (long long at = 0; at < block.lookBack + block.outputCount; ++at) {
-            for (int channel = 0; channel < CHANNELS; ++channel) {
-                const double x =
-                    at < block.inputCount ? ReadValue(block.samples, at, channel) : 0.0;
-                const double y = memory[channel].Step(coefficients, x);
-                // Writing never overtakes reading.
-                const long long to = at - block.lookBack;
-                if (to >= 0) WriteValue(block.samples, to, channel, ToValue(y));
-            }
+        Section section(coefficients);
+        const long long end = block.lookBack + block.outputCount;
+        WriteSilence(block.samples, block.inputCount, end);
+        for (long long at = 0; at < block.lookBack; ++at) section.Step(block.samples, at);
+        for (long long at = block.lookBack; at < end; ++at) {
+            const Frame y = section.Step(block.samples, at);
+            // The output lies at or before its input, so writing never overtakes reading.
+            WriteValue(block.samples, at - block.lookBack, 0, ToValue(y.left));
+            WriteValue(block.samples, at - block.lookBack, 1, ToValue(y.right));
         }
     }
 

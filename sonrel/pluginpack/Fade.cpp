@@ -34,6 +34,12 @@ struct FadeSpan {
         outSamples = std::trunc(shape.outFrames * samplesPerFrame);
         outStart = std::trunc(shape.objectFrames * samplesPerFrame) - outSamples;
     }
+
+    /// Whether all gains of a stretch are 1.
+    bool LeavesAlone(double first, double endExclusive) const {
+        return (inSamples <= 0.0 || first >= inSamples) &&
+               (outSamples <= 0.0 || endExclusive <= outStart);
+    }
 };
 
 class Fade final : public AudioEffect {
@@ -45,6 +51,8 @@ protected:
         const FadeSpan span(shape_, block.rate);
         const auto first = static_cast<double>(block.firstSample);
         const int count = std::min(block.inputCount, block.outputCount);
+        WriteSilence(block.samples, count, block.outputCount);
+        if (span.LeavesAlone(first, first + count)) return;
         for (int i = 0; i < count; ++i) {
             const double gain = GainAt(span, first + i);
             if (gain == 1.0) continue;
@@ -53,7 +61,6 @@ protected:
                 WriteValue(block.samples, i, channel, ToValue(value * gain));
             }
         }
-        WriteSilence(block.samples, count, block.outputCount);
     }
 
 private:

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstring>
 
@@ -41,7 +42,7 @@ inline void WriteSilence(unsigned char* samples, long long firstFrame, long long
 /// cutting what was moved half a step outwards is what floor and ceil would give.
 inline short ToValue(double value) {
     const double clipped = std::clamp(value, -32768.0, 32767.0);
-    return static_cast<short>(zrtl::TruncToInt32(clipped + (clipped > 0.0 ? 0.5 : -0.5)));
+    return static_cast<short>(zrtl::TruncToInt32(clipped + std::copysign(0.5, clipped)));
 }
 
 }  // namespace orlo::sonrel::detail

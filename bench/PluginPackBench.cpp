@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: MIT
+// The effects of the pack, block by block as the mix runs them: one video frame at 25 frames a
+// second and 48000 Hz, looking back as far as they ask. "realtime" is how many times faster than
+// the sound itself.
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <random>
+#include <utility>
+#include <vector>
+
+#include "bench/AllocationCounter.h"
+#include "sonrel/pluginpack/PluginPack.h"
+
+namespace {
+
+using namespace orlo::sonrel::PluginPack;
+using orlo::project::AbstractPluginAudio;
+using orlo::project::SampleRange;
+
+constexpr int RATE = 48000;
+constexpr int BLOCK = 1920;
+constexpr long long FIRST = 10LL * RATE;
+constexpr int FRAME_BYTES = 4;
+
+using Chain = std::vector<std::shared_ptr<AbstractPluginAudio>>;
+
+/// What a chain needs for one block, made once.
+struct Rig {
+    Chain chain;
+    std::vector<SampleRange> ranges;  // from the caller's to the source's
+    std::vector<unsigned char> input;
+    std::vector<unsigned char> samples;
+
+    explicit Rig(Chain effects, bool silent) : chain(std::move(effects)) {
+        ranges.push_back({FIRST, FIRST + BLOCK});
+        for (auto effect = chain.rbegin(); effect != chain.rend(); ++effect) {
+            const SampleRange output = ranges.back();
+            std::vector<SampleRange> needed;
+            (*effect)->RequiredRanges(nullptr, 2, RATE, 16,
+                                      static_cast<int>(output.endExclusive - output.first), 0, 0, 0,
+                                      output.first, 0, &needed, false);
+            ranges.push_back(needed.empty() ? output : needed.front());
+        }
+        const SampleRange& source = ranges.back();
+        input.resize(static_cast<std::size_t>(source.endExclusive - source.first) * FRAME_BYTES);
+        std::mt19937 generator(1);
+        for (unsigned char& byte : input) byte = static_cast<unsigned char>(generator());
+        // Sound that has ended: what a filter remembers of it dies away over the block.
+        if (silent) std::fill(input.begin() + 64, input.end(), 0);
+        samples = input;
+    }
+
+    void Run() {
+        std::memcpy(samples.data(), input.data(), input.size());
+        std::size_t at = ranges.size() - 1;
+        for (const auto& effect : chain) {
+            const SampleRange& from = ranges[at--];
+            const SampleRange& to = ranges[at];
+            effect->ProcessAudio(nullptr, 2, RATE, 16, samples.data(),
+                                 static_cast<int>(from.endExclusive - from.first),
+                                 static_cast<int>(to.endExclusive - to.first), 0, 0, 0, to.first,
+                                 from.first, 0, false);
+        }
+    }
+};
+
+void Measure(benchmark::State& state, Chain chain, bool silent = false) {
+    Rig rig(std::move(chain), silent);
+    rig.Run();
+    const std::size_t before = sonrel_bench::Allocations();
+    std::size_t blocks = 0;
+    for (auto _ : state) {
+        rig.Run();
+        benchmark::DoNotOptimize(rig.samples.data());
+        ++blocks;
+    }
+    state.counters["allocations"] = static_cast<double>(sonrel_bench::Allocations() - before);
+    state.counters["realtime"] =
+        benchmark::Counter(static_cast<double>(blocks) * BLOCK / RATE, benchmark::Counter::kIsRate);
+}
+
+const Parameters INSIDE_A_FADE = {{"inFrames", 1000}};
+const Parameters BEHIND_ITS_FADE = {{"inFrames", 2}, {"outFrames", 2}, {"objectFrames", 10000}};
+
+void Copy(benchmark::State& state) {
+    Measure(state, {});
+}
+void Gain(benchmark::State& state) {
+    Measure(state, {CreateEffect("gain", {{"gainDb", -6}})});
+}
+void FadeRunning(benchmark::State& state) {
+    Measure(state, {CreateEffect("fade", INSIDE_A_FADE)});
+}
+void FadeDone(benchmark::State& state) {
+    Measure(state, {CreateEffect("fade", BEHIND_ITS_FADE)});
+}
+void Delay(benchmark::State& state) {
+    Measure(state, {CreateEffect("delay")});
+}
+void DelayOfEightTaps(benchmark::State& state) {
+    Measure(state, {CreateEffect("delay", {{"taps", 8}})});
+}
+void LowPass(benchmark::State& state) {
+    Measure(state, {CreateEffect("low-pass")});
+}
+void LowPassOverSilence(benchmark::State& state) {
+    Measure(state, {CreateEffect("low-pass")}, true);
+}
+void HighPass(benchmark::State& state) {
+    Measure(state, {CreateEffect("high-pass")});
+}
+void ChainOfFour(benchmark::State& state) {
+    Measure(state, {CreateEffect("high-pass", {{"frequencyHz", 80}}), CreateEffect("delay"),
+                    CreateEffect("gain", {{"gainDb", -3}}), CreateEffect("fade", BEHIND_ITS_FADE)});
+}
+void ChainOfFourFilters(benchmark::State& state) {
+    Measure(state, {CreateEffect("high-pass"), CreateEffect("low-pass"), CreateEffect("high-pass"),
+                    CreateEffect("low-pass")});
+}
+
+void CrossFade(benchmark::State& state, const char* curve) {
+    const auto plugin = CreateTransition("cross-fade", {{"curve", CurveNumber(curve)}});
+    std::vector<unsigned char> from(BLOCK * FRAME_BYTES, 0x21);
+    std::vector<unsigned char> to(BLOCK * FRAME_BYTES, 0x43);
+    std::size_t blocks = 0;
+    for (auto _ : state) {
+        plugin->ProcessTransition(nullptr, 2, 2, RATE, 16, from.data(), BLOCK, to.data(), BLOCK,
+                                  from.data(), BLOCK, 200, 1000, RATE, 500);
+        benchmark::DoNotOptimize(from.data());
+        ++blocks;
+    }
+    state.counters["realtime"] =
+        benchmark::Counter(static_cast<double>(blocks) * BLOCK / RATE, benchmark::Counter::kIsRate);
+}
+
+BENCHMARK(Copy);
+BENCHMARK(Gain);
+BENCHMARK(FadeRunning);
+BENCHMARK(FadeDone);
+BENCHMARK(Delay);
+BENCHMARK(DelayOfEightTaps);
+BENCHMARK(LowPass);
+BENCHMARK(LowPassOverSilence);
+BENCHMARK(HighPass);
+BENCHMARK(ChainOfFour);
+BENCHMARK(ChainOfFourFilters);
+BENCHMARK_CAPTURE(CrossFade, Linear, "linear");
+BENCHMARK_CAPTURE(CrossFade, EqualPower, "equal-power");
+BENCHMARK_CAPTURE(CrossFade, Decibel, "db");
+
+}  // namespace
+
+BENCHMARK_MAIN();
