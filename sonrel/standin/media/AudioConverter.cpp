@@ -9,7 +9,7 @@
 #include "sonrel/standin/media/MediaErrors.h"
 #include "sonrel/standin/media/detail/ConversionFeed.h"
 #include "sonrel/standin/media/detail/StereoConverter.h"
-#include "sonrel/standin/project/ConformedFileWriter.h"
+#include "sonrel/standin/project/detail/ConformedFileWriter.h"
 
 namespace zrh::media {
 namespace {

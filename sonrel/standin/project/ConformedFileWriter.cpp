@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "sonrel/standin/project/ConformedFileWriter.h"
+#include "sonrel/standin/project/detail/ConformedFileWriter.h"
 
 #include <array>
 #include <cerrno>
