@@ -28,12 +28,6 @@ constexpr std::size_t KEPT_TABLES = 4;
 constexpr double FIRST_REGULAR_POSITION = 32.0;
 constexpr double LAST_REGULAR_POSITION = 2147483000.0;
 
-// Source frames of one batch, channel by channel, and room for the zero taps of the last frame.
-constexpr int BATCH_SPAN = 1280;
-
-// Adding and subtracting this rounds a double of moderate size to the nearest whole number.
-constexpr double ROUNDER = 6755399441055744.0;  // 1.5 * 2^52
-
 std::shared_ptr<const ResamplerTables> TablesOfRate(ResamplerImpl& impl, int rate) {
     const std::lock_guard<std::mutex> guard(impl.lock);
     for (const auto& tables : impl.tables) {
@@ -47,6 +41,8 @@ std::shared_ptr<const ResamplerTables> TablesOfRate(ResamplerImpl& impl, int rat
 // Everything about one call that its stages share.
 struct Request {
     const ResamplerTables& tables;
+    const ResamplerKernels& kernels;
+    bool rows;
     double speed;
     const short* source;
     int sourceOffset;
@@ -78,58 +74,45 @@ int BatchLength(const Request& request, int first, int limit) {
     return count;
 }
 
-// Splits frames @p from to @p to of the source into channels; frames outside it are silence.
-void SplitChannels(const Request& request, int from, int to, double* left, double* right) {
+// Takes the source frames that the batch needs, up to @p to; frames outside the source are silence.
+void LoadSource(const Request& request, int to, TapBatch& batch) {
+    const int from = batch.firstSourceFrame;
     const int validFrom = std::clamp(0, from, to);
     const int validTo = std::clamp(request.sourceCount, validFrom, to);
     const auto silence = [&](int begin, int end) {
-        std::fill(left + (begin - from), left + (end - from), 0.0);
-        std::fill(right + (begin - from), right + (end - from), 0.0);
+        std::fill(batch.left + (begin - from), batch.left + (end - from), 0.0);
+        std::fill(batch.right + (begin - from), batch.right + (end - from), 0.0);
     };
     silence(from, validFrom);
-    for (int i = validFrom; i < validTo; ++i) {
-        left[i - from] = request.source[2 * static_cast<std::ptrdiff_t>(i)];
-        right[i - from] = request.source[2 * static_cast<std::ptrdiff_t>(i) + 1];
+    if (validFrom < validTo) {
+        request.kernels.splitChannels(request.source + 2 * static_cast<std::ptrdiff_t>(validFrom),
+                                      validTo - validFrom, validFrom - from, batch);
     }
     silence(validTo, to);
 }
 
-void ResampleBatch(const Request& request, const ResamplerKernels& kernels, bool rows, int first,
-                   int count) {
+void ResampleBatch(const Request& request, int first, int count) {
     TapBatch batch;
+    batch.first = first;
     batch.count = count;
-    const double ends[2] = {request.PositionOf(first), request.PositionOf(first + count - 1)};
-    const int from = static_cast<int>(std::min(ends[0], ends[1])) + FIRST_TAP;
-    const int to = static_cast<int>(std::max(ends[0], ends[1])) + FIRST_TAP + ROW_LENGTH;
-    bool roundsUp[BATCH_FRAMES];
-    for (int i = 0; i < count; ++i) {
-        const double position = request.PositionOf(first + i);
-        const int whole = static_cast<int>(position);
-        const double fraction = position - whole;
-        const int interval = static_cast<int>(fraction * INTERVAL_COUNT);
-        batch.firstTap[i] = whole + FIRST_TAP - from;
-        batch.table[i] = interval;
-        batch.t[i] = fraction - (interval + 0.5) * (1.0 / INTERVAL_COUNT);
-        roundsUp[i] = static_cast<int>(position + LAST_TAP) != whole + LAST_TAP;
+    const auto [lowest, highest] =
+        std::minmax({request.PositionOf(first), request.PositionOf(first + count - 1)});
+    batch.firstSourceFrame = static_cast<int>(lowest) + FIRST_TAP;
+    LoadSource(request, static_cast<int>(highest) + FIRST_TAP + ROW_LENGTH, batch);
+    const ResamplerKernels& kernels = request.kernels;
+    kernels.placeTaps(request.speed, request.sourceOffset, batch);
+    (request.rows ? kernels.sumWithRows : kernels.sumWithPolynomials)(request.tables, batch);
+    if (count % 2 != 0) {  // the other half of the last vector
+        batch.sums[2 * count] = 0.0;
+        batch.sums[2 * count + 1] = 0.0;
     }
 
-    alignas(64) double left[BATCH_SPAN];
-    alignas(64) double right[BATCH_SPAN];
-    SplitChannels(request, from, to, left, right);
-    (rows ? kernels.sumWithRows : kernels.sumWithPolynomials)(request.tables, left, right, batch);
-
-    const double margin = rows ? ROW_MARGIN : POLYNOMIAL_MARGIN;
     short* output = request.output + 2 * static_cast<std::ptrdiff_t>(first);
+    if (!kernels.storeSums(request.rows ? ROW_MARGIN : POLYNOMIAL_MARGIN, output, batch)) return;
     for (int i = 0; i < count; ++i) {
-        bool decided = !roundsUp[i];
-        for (int channel = 0; channel < 2; ++channel) {
-            const double sum = batch.sums[2 * i + channel];
-            const double nearest = (sum + ROUNDER) - ROUNDER;
-            decided &= !(std::fabs(sum - nearest) < margin) | (nearest == 0.0);
-            output[2 * i + channel] =
-                static_cast<short>(static_cast<std::uint16_t>(static_cast<int>(sum)));
+        if (batch.undecided[2 * i] != 0 || batch.undecided[2 * i + 1] != 0) {
+            request.ByFormula(first + i);
         }
-        if (!decided) request.ByFormula(first + i);
     }
 }
 
@@ -149,17 +132,18 @@ void Resampler::ResampleStereo(int rate, double speed, const short* source, int 
         return;
     }
     const auto tables = TablesOfRate(*impl_, rate);
-    const Request request{*tables, speed, source, sourceOffset, sourceCount, output};
-    const ResamplerKernels& kernels = KernelsOfPath(ActiveCpuPath());
     const double rowSpeed = speed * ROW_COUNT;
     const bool rows = rowSpeed == std::floor(rowSpeed) && std::fabs(speed) < 65536.0;
+    const Request request{
+        *tables, KernelsOfPath(ActiveCpuPath()), rows, speed, source, sourceOffset, sourceCount,
+        output};
     for (int i = 0; i < outputCount;) {
         const int count = BatchLength(request, i, outputCount - i);
         if (count == 0) {
             request.ByFormula(i);
             ++i;
         } else {
-            ResampleBatch(request, kernels, rows, i, count);
+            ResampleBatch(request, i, count);
             i += count;
         }
     }

@@ -1,30 +1,52 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
+
 #include "sonrel/mixer/detail/CpuPath.h"
 #include "sonrel/mixer/detail/ResamplerTables.h"
 
 namespace orlo::sonrel::detail {
 
-/// Output frames that are computed in one go.
+/// Output frames that are computed in one go, a multiple of every vector's lanes.
 constexpr int BATCH_FRAMES = 256;
 
-/// Where the taps of each frame of a batch lie, and which weights they get.
+/// Source frames of one batch, channel by channel.
+constexpr int BATCH_SPAN = 1280;
+
+/// Output frames that are computed in one go, and what is known of each.
 struct TapBatch {
-    int count = 0;
-    int firstTap[BATCH_FRAMES];     ///< index of the first tap in the planar source
-    int table[BATCH_FRAMES];        ///< row, or interval
-    double t[BATCH_FRAMES];         ///< fraction less the middle of the interval
-    double sums[2 * BATCH_FRAMES];  ///< result: left and right of each frame
+    int first = 0;             ///< output frame at which the batch begins
+    int count = 0;             ///< frames, at most BATCH_FRAMES
+    int firstSourceFrame = 0;  ///< source frame at left[0] and right[0]
+
+    alignas(64) std::int32_t firstTap[BATCH_FRAMES];  ///< index of the first tap in left and right
+    alignas(64) std::int32_t table[BATCH_FRAMES];     ///< interval of the fraction; also its row
+    alignas(64) double t[BATCH_FRAMES];               ///< fraction less the middle of the interval
+    alignas(64) double sums[2 * BATCH_FRAMES];        ///< left and right of each frame
+    /// Not 0 where the formula has to decide, one value a sum.
+    alignas(64) std::int64_t undecided[2 * BATCH_FRAMES];
+
+    /// The source with finite values up to ROW_LENGTH frames behind each first tap.
+    alignas(64) double left[BATCH_SPAN];
+    alignas(64) double right[BATCH_SPAN];
 };
 
-/// Sums over the taps of every frame of the batch. @p left and @p right hold the source channel
-/// by channel, with finite values up to ROW_LENGTH behind each first tap.
+/// The stages of a batch, compiled for one path.
 struct ResamplerKernels {
-    void (*sumWithRows)(const ResamplerTables& tables, const double* left, const double* right,
-                        TapBatch& batch);
-    void (*sumWithPolynomials)(const ResamplerTables& tables, const double* left,
-                               const double* right, TapBatch& batch);
+    /// Fills firstTap, table and t from the positions; undecided where 23 + position rounds up to a
+    /// whole number that position doesn't reach.
+    void (*placeTaps)(double speed, int sourceOffset, TapBatch& batch);
+    /// Splits @p count stereo frames into left and right, from index @p at on.
+    void (*splitChannels)(const short* source, int count, int at, TapBatch& batch);
+    /// Fills sums with the weights of the rows.
+    void (*sumWithRows)(const ResamplerTables& tables, TapBatch& batch);
+    /// Fills sums with the weights of the polynomials.
+    void (*sumWithPolynomials)(const ResamplerTables& tables, TapBatch& batch);
+    /// Stores every sum as a sample, and marks as undecided those nearer than @p margin to a whole
+    /// number other than 0, which is no limit to a sum that is cut toward zero.
+    /// @return whether any sum is undecided
+    bool (*storeSums)(double margin, short* output, TapBatch& batch);
 };
 
 const ResamplerKernels& KernelsOfPath(CpuPath path);
