@@ -4,11 +4,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "WaveFile.h"
 #include "sonrel/caches/ConformedAudioFileHelper.h"
 #include "sonrel/contracts/project.h"
 #include "sonrel/contracts/zrtl/Paths.h"
@@ -34,29 +34,6 @@ std::vector<std::int16_t> MakeSamples() {
     return samples;
 }
 
-template <class T>
-void Put(std::ofstream& file, T value) {
-    file.write(reinterpret_cast<const char*>(&value), sizeof(value));
-}
-
-void WriteWav(const std::filesystem::path& path, const std::vector<std::int16_t>& samples) {
-    const auto bytes = static_cast<std::uint32_t>(samples.size() * 2);
-    std::ofstream file(path, std::ios::binary);
-    file << "RIFF";
-    Put(file, std::uint32_t{36 + bytes});
-    file << "WAVEfmt ";
-    Put(file, std::uint32_t{16});
-    Put(file, std::uint16_t{1});         // PCM
-    Put(file, std::uint16_t{2});         // channels
-    Put(file, std::uint32_t{RATE});      // sample frames a second
-    Put(file, std::uint32_t{RATE * 4});  // bytes a second
-    Put(file, std::uint16_t{4});         // bytes in a sample frame
-    Put(file, std::uint16_t{16});        // bits in a value
-    file << "data";
-    Put(file, bytes);
-    file.write(reinterpret_cast<const char*>(samples.data()), bytes);
-}
-
 std::shared_ptr<project::Project> MakeProject(const std::filesystem::path& recording) {
     auto made = std::make_shared<project::Project>();
     const auto asset =
@@ -71,7 +48,7 @@ std::shared_ptr<project::Project> MakeProject(const std::filesystem::path& recor
 
 int Run(const std::filesystem::path& folder) {
     const std::vector<std::int16_t> samples = MakeSamples();
-    WriteWav(folder / "ramp.wav", samples);
+    WriteWav(folder / "ramp.wav", RATE, samples);
     const auto made = MakeProject(folder / "ramp.wav");
 
     std::string error;
