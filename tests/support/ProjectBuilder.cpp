@@ -21,7 +21,7 @@ ProjectBuilder::ProjectBuilder(const Format& format) {
 std::wstring ProjectBuilder::WriteConformed(const Samples& samples) {
     const std::string name = std::to_string(++files_) + ".xwmc";
     std::string data(samples.size() * 2, '\0');
-    std::memcpy(data.data(), samples.data(), data.size());
+    if (!samples.empty()) std::memcpy(data.data(), samples.data(), data.size());
     const int rate = Sequence()->Settings().AudioSampleRateValue();
     WriteFile(folder_ / name, Riff(Chunk("fmt ", PcmFormat(1, 2, rate, 16)) + Chunk("data", data)));
     return folder_.Wide(name);
