@@ -38,6 +38,14 @@ int RefuseOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**
     return AVERROR(EACCES);
 }
 
+/// The demuxer of WAVE files looks through its samples for a compressed stream in disguise, which
+/// costs more than all else of opening one. Such a stream shows itself in its first frames.
+void BoundSearchForDisguisedStreams(const AVInputFormat& format, AVFormatContext* context) {
+    constexpr int PACKETS = 16;
+    const std::string_view name = format.name;
+    if (name == "wav" || name == "w64") context->max_probe_packets = PACKETS;
+}
+
 bool IsSoundOrPicture(const AVStream& stream) {
     const AVMediaType type = stream.codecpar->codec_type;
     return type == AVMEDIA_TYPE_AUDIO || type == AVMEDIA_TYPE_VIDEO;
@@ -78,6 +86,7 @@ MediaError Demuxer::OpenContext() {
     context_->pb = io_;
     context_->flags |= AVFMT_FLAG_CUSTOM_IO;
     context_->io_open = &RefuseOpen;
+    BoundSearchForDisguisedStreams(*format, context_);
     AVDictionary* options = nullptr;
     av_dict_set(&options, "protocol_whitelist", "file", 0);
     const int opened = avformat_open_input(&context_, name, format, &options);
