@@ -15,125 +15,138 @@ constexpr double LN_10 = 2.302585092994046;
 constexpr double LOG2_OF_10 = 3.321928094887362;
 
 // Levels up to this size, in dB, give normal floats and keep the series below short.
-constexpr float LARGEST_LEVEL = 740.0f;
+constexpr float LARGEST_LEVEL = 200.0f;
 
 // Relative error of a power before it is rounded to single precision, for exponents of 2 up to z in
 // size: BASE_ERROR + z * ERROR_PER_UNIT. It covers our error and the C library's.
 //
-// Ours stays below 1e-12. glibc's powf takes the logarithm with a relative error below
+// Ours: an exponent of up to 10 that was rounded to single precision, from levels that were rounded
+// too, lies within 2.4e-6 of its line, and the series ends before (2.4e-6 ln 10)^2 / 2 = 1.6e-11;
+// all else stays below 1e-12. glibc's powf takes the logarithm with a relative error below
 // 1.83 * 2^-33, which z ln(2) multiplies (1.48e-10 a unit), and the exponential with one below
 // 1.69 * 2^-34 (9.9e-11).
-constexpr double BASE_ERROR = 1.1e-10;
+constexpr double BASE_ERROR = 1.3e-10;
 constexpr double ERROR_PER_UNIT = 1.6e-10;
 
-void ByLibrary(float* exponents, int count) {
-    for (int i = 0; i < count; ++i) exponents[i] = std::pow(10.0f, exponents[i]);
-}
+// A ramp as its frames are computed.
+struct Ramp {
+    float start;
+    float slope;
 
-// Calls the library for the lanes that are not certain (0 there, -1 elsewhere).
-template <int LANES>
-[[gnu::noinline]] void DecideByLibrary(const float* exponents, const std::int32_t* certain,
-                                       float* powers) {
-    for (int lane = 0; lane < LANES; ++lane) {
-        if (certain[lane] == 0) powers[lane] = std::pow(10.0f, exponents[lane]);
-    }
-}
+    float Level(int frame) const { return static_cast<float>(2 * frame) * slope + start; }
+    float Power(int frame) const { return PowerOfLevel(Level(frame)); }
+};
 
-// The single-precision exponents of 10 of a ramp.
-template <typename Lanes>
-SONREL_ALWAYS_INLINE void RampExponents(float start, float slope, int firstFrame, int count,
-                                        float* exponents) {
-    using Floats = typename Lanes::Floats;
-    static_assert(POWERS_ALIGNMENT % Lanes::COUNT == 0);
-    typename Lanes::Ints counter;
-    for (int lane = 0; lane < Lanes::COUNT; ++lane) counter[lane] = 2 * (firstFrame + lane);
-    for (int i = 0; i < count; i += Lanes::COUNT) {
-        const Floats level = __builtin_convertvector(counter, Floats) * slope + start;
-        Store(exponents + i, level / 20.0f);
-        counter += 2 * Lanes::COUNT;
-    }
-}
+// Frames of a ramp that are computed in one go, a multiple of POWERS_ALIGNMENT.
+constexpr int CHUNK = 512;
 
-// Replaces the exponents of a ramp by the powers.
+// Single-precision powers of ten from both ends of the error: where they are equal, the power is
+// certain.
 //
-// The exponents lie on a straight line, but for their rounding to single precision. On the line the
-// power is a geometric sequence; the rounding, a distance e of less than 1e-5, multiplies it by
-// 10^e, for which three terms of the series are enough.
+// The exponents of a ramp lie on a straight line, but for their rounding to single precision. On
+// the line the power is a geometric sequence; the rounding, a small distance e, multiplies it by
+// 10^e = 1 + e ln(10).
 template <typename Lanes>
-SONREL_ALWAYS_INLINE void ExponentsToPowers(double lineStart, double lineStep, int count,
-                                            float* values) {
+SONREL_ALWAYS_INLINE void PowersOnLine(double first, double step, double error,
+                                       const float* exponents, int count, float* below,
+                                       float* above) {
     using Doubles = typename Lanes::Doubles;
     using HalfFloats = typename Lanes::HalfFloats;
-    using HalfInts = typename Lanes::HalfInts;
     constexpr int STEP = Lanes::DOUBLE_COUNT;
 
-    const double lineEnd = lineStart + lineStep * count;
-    const double size = std::max(std::fabs(lineStart), std::fabs(lineEnd)) * LOG2_OF_10;
-    const double error = BASE_ERROR + size * ERROR_PER_UNIT;
-
-    const double ratio = std::pow(10.0, lineStep);
+    const double ratio = std::pow(10.0, step);
     Doubles line;
     Doubles onLine;
-    line[0] = lineStart;
-    onLine[0] = std::pow(10.0, lineStart);
+    line[0] = first;
+    onLine[0] = std::pow(10.0, first);
     for (int lane = 1; lane < STEP; ++lane) {
-        line[lane] = lineStart + lane * lineStep;
+        line[lane] = first + lane * step;
         onLine[lane] = onLine[lane - 1] * ratio;
     }
-    double ratioOfStep = ratio * ratio;
-    if (STEP == 4) ratioOfStep *= ratioOfStep;
+    double ratioOfVector = ratio * ratio;
+    if (STEP == 4) ratioOfVector *= ratioOfVector;
 
     for (int i = 0; i < count; i += STEP) {
         HalfFloats exponent;
-        Load(exponent, values + i);
-        const Doubles u = (__builtin_convertvector(exponent, Doubles) - line) * LN_10;
-        const Doubles power = onLine * ((u * 0.5 + 1.0) * u + 1.0);
-        line += lineStep * STEP;
-        onLine *= ratioOfStep;
+        Load(exponent, exponents + i);
+        const Doubles e = __builtin_convertvector(exponent, Doubles) - line;
+        const Doubles power = onLine * (e * LN_10 + 1.0);
+        Store(below + i, __builtin_convertvector(power * (1.0 - error), HalfFloats));
+        Store(above + i, __builtin_convertvector(power * (1.0 + error), HalfFloats));
+        line += step * STEP;
+        onLine *= ratioOfVector;
+    }
+}
 
-        const HalfFloats below = __builtin_convertvector(power * (1.0 - error), HalfFloats);
-        const HalfFloats above = __builtin_convertvector(power * (1.0 + error), HalfFloats);
-        const HalfInts certain = below == above;
-        Store(values + i, below);
-        std::int64_t certainBits[STEP / 2];
-        Store(certainBits, certain);
-        std::int64_t all = -1;
-        for (const std::int64_t bits : certainBits) all &= bits;
-        if (all != -1) [[unlikely]] {
-            float exponents[STEP];
-            std::int32_t certainLanes[STEP];
-            Store(exponents, exponent);
-            Store(certainLanes, certain);
-            DecideByLibrary<STEP>(exponents, certainLanes, values + i);
+[[gnu::noinline]] void DecideByLibrary(const Ramp& ramp, int firstFrame, int count, float* powers,
+                                       const float* above) {
+    for (int i = 0; i < count; ++i) {
+        if (powers[i] != above[i]) powers[i] = ramp.Power(firstFrame + i);
+    }
+}
+
+// Replaces the powers that are not certain.
+template <typename Lanes>
+SONREL_ALWAYS_INLINE void DecideUncertain(const Ramp& ramp, int firstFrame, int count,
+                                          float* powers, const float* above) {
+    for (int i = 0; i < count; i += Lanes::COUNT) {
+        typename Lanes::Floats low;
+        typename Lanes::Floats high;
+        Load(low, powers + i);
+        Load(high, above + i);
+        std::int64_t differing[Lanes::COUNT / 2];
+        Store(differing, low != high);
+        std::int64_t any = 0;
+        for (const std::int64_t bits : differing) any |= bits;
+        if (any != 0) [[unlikely]] {
+            DecideByLibrary(ramp, firstFrame + i, Lanes::COUNT, powers + i, above + i);
         }
     }
 }
 
 template <typename Lanes>
-SONREL_ALWAYS_INLINE void RampPowersOfLanes(float start, float slope, int firstFrame, int count,
-                                            float* powers) {
-    RampExponents<Lanes>(start, slope, firstFrame, count, powers);
-    const auto inRange = [](float level) { return std::fabs(level) <= LARGEST_LEVEL; };
-    if (!inRange(start) || !inRange(20.0f * powers[0]) || !inRange(20.0f * powers[count - 1])) {
-        ByLibrary(powers, count);
-        return;
+SONREL_ALWAYS_INLINE void ExponentsOfRamp(const Ramp& ramp, int firstFrame, int count,
+                                          float* exponents) {
+    static_assert(POWERS_ALIGNMENT % Lanes::COUNT == 0);
+    typename Lanes::Ints counter;
+    for (int lane = 0; lane < Lanes::COUNT; ++lane) counter[lane] = 2 * (firstFrame + lane);
+    for (int i = 0; i < count; i += Lanes::COUNT) {
+        const typename Lanes::Floats level =
+            __builtin_convertvector(counter, typename Lanes::Floats) * ramp.slope + ramp.start;
+        Store(exponents + i, level / 20.0f);
+        counter += 2 * Lanes::COUNT;
     }
-    const double lineStep = 2.0 * static_cast<double>(slope) / 20.0;
-    const double lineStart = static_cast<double>(start) / 20.0 + firstFrame * lineStep;
-    ExponentsToPowers<Lanes>(lineStart, lineStep, count, powers);
 }
 
-void RampPowersBaseline(float start, float slope, int firstFrame, int count, float* powers) {
-    RampPowersOfLanes<NarrowLanes>(start, slope, firstFrame, count, powers);
+template <typename Lanes>
+SONREL_ALWAYS_INLINE void PowersOfChunk(const Ramp& ramp, double error, int firstFrame, int count,
+                                        float* powers) {
+    alignas(32) float exponents[CHUNK];
+    alignas(32) float above[CHUNK];
+    ExponentsOfRamp<Lanes>(ramp, firstFrame, count, exponents);
+    const double step = 2.0 * static_cast<double>(ramp.slope) / 20.0;
+    const double first = static_cast<double>(ramp.start) / 20.0 + firstFrame * step;
+    count = (count + Lanes::COUNT - 1) / Lanes::COUNT * Lanes::COUNT;  // whole vectors
+    PowersOnLine<Lanes>(first, step, error, exponents, count, powers, above);
+    DecideUncertain<Lanes>(ramp, firstFrame, count, powers, above);
+}
+
+void PowersOfChunkBaseline(const Ramp& ramp, double error, int firstFrame, int count,
+                           float* powers) {
+    PowersOfChunk<NarrowLanes>(ramp, error, firstFrame, count, powers);
 }
 
 #if SONREL_X86
-SONREL_TARGET_AVX2 void RampPowersAvx2(float start, float slope, int firstFrame, int count,
-                                       float* powers) {
-    RampPowersOfLanes<WideLanes>(start, slope, firstFrame, count, powers);
+SONREL_TARGET_AVX2 void PowersOfChunkAvx2(const Ramp& ramp, double error, int firstFrame, int count,
+                                          float* powers) {
+    PowersOfChunk<WideLanes>(ramp, error, firstFrame, count, powers);
     SONREL_LEAVE_AVX();
 }
 #endif
+
+bool InRange(float level) {
+    return std::fabs(level) <= LARGEST_LEVEL;
+}
 
 }  // namespace
 
@@ -142,13 +155,23 @@ float PowerOfLevel(float level) {
 }
 
 void RampPowers(float start, float slope, int firstFrame, int count, float* powers) {
-#if SONREL_X86
-    if (ActiveCpuPath() >= CpuPath::Avx2) {
-        RampPowersAvx2(start, slope, firstFrame, count, powers);
+    const Ramp ramp{start, slope};
+    const float firstLevel = ramp.Level(firstFrame);
+    const float lastLevel = ramp.Level(firstFrame + count - 1);
+    if (!InRange(start) || !InRange(firstLevel) || !InRange(lastLevel)) {
+        for (int i = 0; i < count; ++i) powers[i] = ramp.Power(firstFrame + i);
         return;
     }
+    const double largest = std::max(std::fabs(firstLevel), std::fabs(lastLevel));
+    const double error = BASE_ERROR + largest / 20.0 * LOG2_OF_10 * ERROR_PER_UNIT;
+    auto powersOfChunk = PowersOfChunkBaseline;
+#if SONREL_X86
+    if (ActiveCpuPath() >= CpuPath::Avx2) powersOfChunk = PowersOfChunkAvx2;
 #endif
-    RampPowersBaseline(start, slope, firstFrame, count, powers);
+    for (int done = 0; done < count; done += CHUNK) {
+        const int length = std::min(CHUNK, count - done);
+        powersOfChunk(ramp, error, firstFrame + done, length, powers + done);
+    }
 }
 
 }  // namespace orlo::sonrel::detail

@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: MIT
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bench/KernelCases.h"
+#include "bench/RatioBench.h"
+#include "sonrel/mixer/AudioMeter.h"
+#include "sonrel/mixer/detail/GainLaw.h"
+#include "tests/support/LiteralGainLaw.h"
+#include "tests/support/ResamplerSignals.h"
+
+namespace orlo::sonrel::bench {
+namespace {
+
+constexpr int BLOCK = 1920;
+constexpr int METER_BLOCK = 4800;  // a tenth of a second
+constexpr float BALANCE = 0.3f;
+
+struct Block {
+    Block() : samples(test::MakeSignal(test::Signal::Noise, BLOCK, 1)), sum(2 * BLOCK, 0.0f) {
+        meter.StartMeterSession(METER_BLOCK);
+        plainMeter.StartMeterSession(METER_BLOCK);
+    }
+    std::vector<short> samples;
+    std::vector<float> sum;
+    AudioMeter meter;
+    literal::AudioMeter plainMeter;
+};
+
+void AddMix(const std::string& job, float startLevel, float endLevel) {
+    const auto block = std::make_shared<Block>();
+    AddWay(job, "literal", BLOCK, [=] {
+        literal::MixObjectIntoBlock(block->samples.data(), BLOCK, block->sum.data(), startLevel,
+                                    endLevel, BALANCE);
+    });
+    AddOwnWays(job, BLOCK, [=] {
+        detail::MixObjectIntoBlock(block->samples.data(), BLOCK, block->sum.data(), startLevel,
+                                   endLevel, BALANCE);
+    });
+}
+
+void AddMeteredMix(const std::string& job, float startLevel, float endLevel) {
+    const auto block = std::make_shared<Block>();
+    AddWay(job, "literal", BLOCK, [=] {
+        literal::MixObjectIntoBlockMetered(block->samples.data(), BLOCK, block->sum.data(), BLOCK,
+                                           startLevel, endLevel, BALANCE, block->plainMeter);
+    });
+    AddOwnWays(job, BLOCK, [=] {
+        detail::MixObjectIntoBlockMetered(block->samples.data(), BLOCK, block->sum.data(), BLOCK,
+                                          startLevel, endLevel, BALANCE, block->meter);
+    });
+    Demand(job, NameOf(detail::CpuPath::Avx2), "literal", 5.0);
+}
+
+void AddMaster(const std::string& job, float startLevel, float endLevel) {
+    const auto block = std::make_shared<Block>();
+    const auto fill = [block] {
+        for (float& value : block->sum) value = 0.5f;
+    };
+    AddWay(job, "literal", BLOCK, [=] {
+        fill();
+        literal::ApplyMasterLevel(block->sum.data(), BLOCK, startLevel, endLevel);
+    });
+    AddOwnWays(job, BLOCK, [=] {
+        fill();
+        detail::ApplyMasterLevel(block->sum.data(), BLOCK, startLevel, endLevel);
+    });
+}
+
+void AddMeter() {
+    const auto block = std::make_shared<Block>();
+    const std::string job = "meter a block";
+    AddWay(job, "literal", BLOCK,
+           [=] { block->plainMeter.ProcessSamples(block->sum.data(), BLOCK); });
+    AddOwnWays(job, BLOCK, [=] { block->meter.ProcessSamples(block->sum.data(), BLOCK); });
+}
+
+}  // namespace
+
+void AddMixCases() {
+    AddMeteredMix("metered mix at a constant level", -6.0f, -6.0f);
+    AddMeteredMix("metered mix on a ramp", -6.0f, -12.0f);
+    AddMix("mix at a constant level", -6.0f, -6.0f);
+    AddMix("mix on a ramp", -6.0f, -12.0f);
+    AddMaster("master on a ramp", -6.0f, -12.0f);
+    AddMeter();
+}
+
+}  // namespace orlo::sonrel::bench
