@@ -99,20 +99,32 @@ TEST(Fade, LengthsAreCutToWholeSamples) {
 }
 
 TEST(Fade, TheObjectsLengthIsCutBeforeTheFadeOutIsPlaced) {
-    // 10 frames are 16016.016 samples and cut to 16016; the fade-out of 1601 begins at 14415.
+    // At 44100 Hz a frame is 1471.47 samples and two are 2942.94, cut to 2942: the fade-out of 1471
+    // begins at 1471. With the length rounded it would begin at 1472.
     RenderedObject object;
-    object.source = Stereo(Samples(16100, 16010));
+    object.rate = 44100;
+    object.source = Stereo(Samples(3000, 14710));
     object.effects = {PluginPack::CreateEffect("fade", {{"outFrames", 1},
-                                                        {"objectFrames", 10},
+                                                        {"objectFrames", 2},
                                                         {"frameRate", 29.97},
                                                         {"curve", CurveNumber("linear")}})};
 
-    const Samples faded = sonrel_tests::Left(object.Render(0, 16100));
+    const Samples faded = sonrel_tests::Left(object.Render(0, 3000));
 
-    EXPECT_EQ(faded[14415], 16010);
-    EXPECT_EQ(faded[14416], 16000);
-    EXPECT_EQ(faded[16015], 10);
-    EXPECT_EQ(faded[16016], 0);
+    EXPECT_EQ(faded[1471], 14710);
+    EXPECT_EQ(faded[1472], 14700);
+    EXPECT_EQ(faded[2941], 10);
+    EXPECT_EQ(faded[2942], 0);
+}
+
+TEST(Fade, ABlockThatTouchesAFadeByOneSampleIsFaded) {
+    const Parameters both = {
+        {"inFrames", 1}, {"outFrames", 1}, {"objectFrames", 10}, {"curve", CurveNumber("linear")}};
+
+    EXPECT_THAT(Faded(both, 3, 3), ElementsAre(750, 1000, 1000));
+    EXPECT_THAT(Faded(both, 4, 3), Each(1000));
+    EXPECT_THAT(Faded(both, 34, 3), Each(1000));
+    EXPECT_THAT(Faded(both, 35, 3), ElementsAre(1000, 1000, 750));
 }
 
 TEST(Fade, FullScaleStaysAsItIsOutsideOfTheFades) {

@@ -66,6 +66,20 @@ TEST(WriteBounds, AnEffectThatIsToDeliverNothingTouchesNothing) {
     }
 }
 
+TEST(WriteBounds, WhatLiesBehindTheInputCountsAsSilence) {
+    for (const auto& effect : OneOfEach()) {
+        const auto process = [&](short behindTheInput) {
+            sonrel_tests::Samples samples = sonrel_tests::Noise(16, 1);
+            std::fill(samples.begin() + 2 * 5, samples.end(), behindTheInput);
+            effect->ProcessAudio(nullptr, 2, 8000, 16,
+                                 reinterpret_cast<unsigned char*>(samples.data()), 5, 16, 0, 0, 0,
+                                 500, 500, 0, false);
+            return samples;
+        };
+        EXPECT_EQ(process(31000), process(0));
+    }
+}
+
 TEST(WriteBounds, AnEffectTouchesNothingInAFormatThatItDoesNotKnow) {
     for (const auto& effect : OneOfEach()) {
         std::vector<unsigned char> buffer(64, 0x5A);
