@@ -15,8 +15,7 @@ constexpr float SAMPLE_SCALE = 3.0517578125e-05f;  // 2^-15
 
 // ---- Peaks -------------------------------------------------------------------------------------
 
-// Highest and lowest value of each lane, 0 included; even lanes are left and odd ones right. Every
-// comparison is false for a NaN.
+// Highest and lowest value of each lane, 0 included. Every comparison is false for a NaN.
 template <typename Lanes>
 struct LaneRange {
     typename Lanes::Floats highest{};
@@ -37,6 +36,7 @@ void TakeRange(float highest, float lowest, int channel, StereoPeaks& peaks) {
     if (lowest < -1.0f || highest >= 1.0f) peaks.clipped[channel] = true;
 }
 
+// Of interleaved values: even lanes are left and odd ones right.
 template <typename Lanes>
 SONREL_ALWAYS_INLINE void Gather(const LaneRange<Lanes>& range, StereoPeaks& peaks) {
     for (int lane = 0; lane < Lanes::COUNT; ++lane) {
@@ -64,38 +64,7 @@ SONREL_ALWAYS_INLINE void ScanPeaksOfLanes(const float* values, int frames, Ster
 
 // ---- Adding samples ----------------------------------------------------------------------------
 
-template <typename Lanes>
-SONREL_ALWAYS_INLINE void SpreadPan(typename Lanes::Floats& pans, PanGains pan) {
-    for (int lane = 0; lane < Lanes::COUNT; ++lane) pans[lane] = lane % 2 ? pan.right : pan.left;
-}
-
-// One power for the two values of a frame.
-template <typename Lanes>
-SONREL_ALWAYS_INLINE void SpreadPowers(typename Lanes::Floats& factors, const float* powers) {
-    typename Lanes::HalfFloats few;
-    Load(few, powers);
-    if constexpr (Lanes::COUNT == 4) {
-        factors = __builtin_shufflevector(few, few, 0, 0, 1, 1);
-    } else {
-        factors = __builtin_shufflevector(few, few, 0, 0, 1, 1, 2, 2, 3, 3);
-    }
-}
-
-template <typename Lanes>
-SONREL_ALWAYS_INLINE void LoadSamples(typename Lanes::Floats& values, const short* samples) {
-    using Floats = typename Lanes::Floats;
-    using Ints = typename Lanes::Ints;
-    typename Lanes::Shorts shorts;
-    Load(shorts, samples);
-    if constexpr (Lanes::COUNT == 4) {
-        const auto doubled = __builtin_shufflevector(shorts, shorts, 0, 0, 1, 1, 2, 2, 3, 3);
-        values = __builtin_convertvector(reinterpret_cast<Ints>(doubled) >> 16, Floats);
-    } else {
-        values = __builtin_convertvector(__builtin_convertvector(shorts, Ints), Floats);
-    }
-}
-
-// The two ways of a sample to its value before the pan, in vectors and one by one.
+// The two ways of a sample to its value before the pan, in vectors of one channel and one by one.
 struct ConstantGain {
     float gain;
 
@@ -110,43 +79,96 @@ struct PowerEachFrame {
     const float* powers;
 
     template <typename Lanes>
-    SONREL_ALWAYS_INLINE void Scale(typename Lanes::Floats& values, std::ptrdiff_t i) const {
+    SONREL_ALWAYS_INLINE void Scale(typename Lanes::Floats& values, std::ptrdiff_t frame) const {
         typename Lanes::Floats factors;
-        SpreadPowers<Lanes>(factors, powers + i / 2);
+        Load(factors, powers + frame);
         values = (values * SAMPLE_SCALE) * factors;
     }
-    float Scaled(float sample, std::ptrdiff_t i) const {
-        return (sample * SAMPLE_SCALE) * powers[i / 2];
+    float Scaled(float sample, std::ptrdiff_t frame) const {
+        return (sample * SAMPLE_SCALE) * powers[frame];
     }
 };
+
+// Splits a vector of frames, each 32 bits, into its channels.
+template <typename Lanes>
+SONREL_ALWAYS_INLINE void LoadFrames(const short* samples, typename Lanes::Floats& left,
+                                     typename Lanes::Floats& right) {
+    using Floats = typename Lanes::Floats;
+    typename Lanes::Ints frames;
+    Load(frames, samples);
+    left = __builtin_convertvector((frames << 16) >> 16, Floats);
+    right = __builtin_convertvector(frames >> 16, Floats);
+}
+
+// Adds a vector of each channel to interleaved values.
+template <typename Lanes>
+SONREL_ALWAYS_INLINE void AddFrames(const typename Lanes::Floats& left,
+                                    const typename Lanes::Floats& right, float* block) {
+    typename Lanes::Floats first;
+    typename Lanes::Floats second;
+    Load(first, block);
+    Load(second, block + Lanes::COUNT);
+    if constexpr (Lanes::COUNT == 4) {
+        first += __builtin_shufflevector(left, right, 0, 4, 1, 5);
+        second += __builtin_shufflevector(left, right, 2, 6, 3, 7);
+    } else {
+        first += __builtin_shufflevector(left, right, 0, 8, 1, 9, 2, 10, 3, 11);
+        second += __builtin_shufflevector(left, right, 4, 12, 5, 13, 6, 14, 7, 15);
+    }
+    Store(block, first);
+    Store(block + Lanes::COUNT, second);
+}
 
 template <typename Lanes, bool METERED, typename Law>
 SONREL_ALWAYS_INLINE void AddOfLanes(const short* samples, int frames, float* block, Law law,
                                      PanGains pan, StereoPeaks* peaks) {
     using Floats = typename Lanes::Floats;
-    const std::ptrdiff_t count = 2 * static_cast<std::ptrdiff_t>(frames);
-    Floats pans;
-    SpreadPan<Lanes>(pans, pan);
-    LaneRange<Lanes> range;
-    std::ptrdiff_t i = 0;
-    for (; i + Lanes::COUNT <= count; i += Lanes::COUNT) {
-        typename Lanes::Shorts shorts;
-        Load(shorts, samples + i);
-        Floats values =
-            __builtin_convertvector(__builtin_convertvector(shorts, typename Lanes::Ints), Floats);
-        law.template Scale<Lanes>(values, i);
-        values = values * pans;
-        if constexpr (METERED) TakeValues<Lanes>(values, range);
-        Floats sum;
-        Load(sum, block + i);
-        Store(block + i, sum + values);
+    LaneRange<Lanes> leftRange;
+    LaneRange<Lanes> rightRange;
+    std::ptrdiff_t frame = 0;
+    for (; frame + Lanes::COUNT <= frames; frame += Lanes::COUNT) {
+        Floats left;
+        Floats right;
+        LoadFrames<Lanes>(samples + 2 * frame, left, right);
+        law.template Scale<Lanes>(left, frame);
+        law.template Scale<Lanes>(right, frame);
+        left = left * pan.left;
+        right = right * pan.right;
+        if constexpr (METERED) {
+            TakeValues<Lanes>(left, leftRange);
+            TakeValues<Lanes>(right, rightRange);
+        }
+        AddFrames<Lanes>(left, right, block + 2 * frame);
     }
-    if constexpr (METERED) Gather<Lanes>(range, *peaks);
-    for (; i < count; ++i) {
-        const float sample = static_cast<float>(samples[i]);
-        const float value = law.Scaled(sample, i) * (i % 2 ? pan.right : pan.left);
-        if constexpr (METERED) TakeRange(value, value, static_cast<int>(i % 2), *peaks);
-        block[i] += value;
+    if constexpr (METERED) {
+        for (int lane = 0; lane < Lanes::COUNT; ++lane) {
+            TakeRange(leftRange.highest[lane], leftRange.lowest[lane], 0, *peaks);
+            TakeRange(rightRange.highest[lane], rightRange.lowest[lane], 1, *peaks);
+        }
+    }
+    for (; frame < frames; ++frame) {
+        const float left = law.Scaled(samples[2 * frame], frame) * pan.left;
+        const float right = law.Scaled(samples[2 * frame + 1], frame) * pan.right;
+        if constexpr (METERED) {
+            TakeRange(left, left, 0, *peaks);
+            TakeRange(right, right, 1, *peaks);
+        }
+        block[2 * frame] += left;
+        block[2 * frame + 1] += right;
+    }
+}
+
+// ---- Multiplying the block ---------------------------------------------------------------------
+
+// One power for the two values of a frame.
+template <typename Lanes>
+SONREL_ALWAYS_INLINE void SpreadPowers(typename Lanes::Floats& factors, const float* powers) {
+    typename Lanes::HalfFloats few;
+    Load(few, powers);
+    if constexpr (Lanes::COUNT == 4) {
+        factors = __builtin_shufflevector(few, few, 0, 0, 1, 1);
+    } else {
+        factors = __builtin_shufflevector(few, few, 0, 0, 1, 1, 2, 2, 3, 3);
     }
 }
 

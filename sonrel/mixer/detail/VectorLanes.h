@@ -20,7 +20,6 @@ struct NarrowLanes {
     using Floats = float __attribute__((vector_size(16)));
     using Ints = std::int32_t __attribute__((vector_size(16)));
     using Words = std::uint32_t __attribute__((vector_size(16)));
-    using Shorts = std::int16_t __attribute__((vector_size(8)));
     static constexpr int DOUBLE_COUNT = 2;
     using Doubles = double __attribute__((vector_size(16)));
     using Longs = std::int64_t __attribute__((vector_size(16)));
@@ -34,7 +33,6 @@ struct WideLanes {
     using Floats = float __attribute__((vector_size(32)));
     using Ints = std::int32_t __attribute__((vector_size(32)));
     using Words = std::uint32_t __attribute__((vector_size(32)));
-    using Shorts = std::int16_t __attribute__((vector_size(16)));
     static constexpr int DOUBLE_COUNT = 4;
     using Doubles = double __attribute__((vector_size(32)));
     using Longs = std::int64_t __attribute__((vector_size(32)));
