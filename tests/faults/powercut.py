@@ -1,0 +1,251 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Simulates losing power at every point of a recorded run.
+
+    powercut.py --journal JOURNAL --root FOLDER --check COMMAND [--initial FOLDER] ...
+
+The journal is what the fault library recorded of a run (FAULTFS_JOURNAL), --initial what the folder
+held before it. For each point of the journal the folder is rebuilt as a disk could hold it if power
+went there, and the check is run on it; {root} in the check stands for the rebuilt folder.
+
+What a sync has covered is always there. Of what it has not, three variants are made:
+  none  nothing reached the disk
+  all   everything did, as after a killed process
+  rand  --random times: each write kept or lost by chance, some of them torn at 512 bytes
+Two rules hold for names (create, rename, unlink, mkdir, link):
+  ordered  names reach the disk in order, and any sync takes all earlier ones along, as journaling
+           file systems do it
+  posix    a name is safe only when its folder was synced after it (a new file's also when the file
+           itself was); the others are kept or lost one by one
+--forget-syncs PATTERN leaves out the syncs of the files of that base name, to see whether the check
+notices. Stores through a mapping are not in the journal: the database's -shm file is made anew when
+the database is opened. One JSON object tells the result; 1 is returned when a check failed.
+"""
+
+import argparse
+import collections
+import enum
+import fnmatch
+import json
+import os
+import pathlib
+import random
+import shutil
+import struct
+import subprocess
+import sys
+import tempfile
+
+HEAD = struct.Struct("<4sIIIQQQQII")
+Record = collections.namedtuple("Record", "index kind inode offset length path second data")
+
+
+class Kind(enum.IntEnum):
+    CREATE = 1
+    OPEN = 2
+    WRITE = 3
+    TRUNCATE = 4
+    FSYNC = 5
+    FSYNC_FOLDER = 6
+    RENAME = 7
+    UNLINK = 8
+    MKDIR = 9
+    LINK = 10
+    RMDIR = 11
+
+
+NAMES = {Kind.CREATE, Kind.RENAME, Kind.UNLINK, Kind.MKDIR, Kind.LINK, Kind.RMDIR}
+OF_A_FILE = {Kind.CREATE, Kind.OPEN, Kind.WRITE, Kind.TRUNCATE, Kind.FSYNC}
+
+
+def load(path, forgotten):
+    """The records of a journal, without the forgotten syncs."""
+    raw = path.read_bytes()
+    records, at = [], 0
+    while at + HEAD.size <= len(raw):
+        (magic, kind, _, _, inode, offset, length, size, first,
+         second) = HEAD.unpack_from(raw, at)
+        if magic != b"FFJ1":
+            sys.exit(f"the journal is damaged at byte {at}")
+        at += HEAD.size
+        parts = []
+        for part in (first, second, size):
+            parts.append(raw[at:at + part])
+            at += part
+        names = [part.decode(errors="surrogateescape") for part in parts[:2]]
+        if forgotten and kind in (Kind.FSYNC, Kind.FSYNC_FOLDER):
+            if fnmatch.fnmatch(os.path.basename(names[0]), forgotten):
+                continue
+        records.append(Record(len(records), Kind(kind), inode, offset, length, *names, parts[2]))
+    return records
+
+
+class File:
+    """What one file held at first, and what was done to it."""
+
+    def __init__(self, base=b""):
+        self.base = base
+        self.changes = []
+        self.syncs = []
+
+    def content(self, point, variant, chance):
+        safe = max((sync for sync in self.syncs if sync < point), default=-1)
+        content = bytearray(self.base)
+        for change in self.changes:
+            if change.index >= point:
+                break
+            data = change.data
+            if change.index > safe and variant != "all":
+                if variant == "none" or chance.random() < 0.5:
+                    continue
+                if change.kind == Kind.WRITE and chance.random() < 0.2:
+                    data = data[:chance.randrange(len(data) // 512 + 1) * 512]
+            if change.kind == Kind.TRUNCATE:
+                del content[change.length:]
+                content.extend(bytes(change.length - len(content)))
+            elif data:
+                content.extend(bytes(max(0, change.offset + len(data) - len(content))))
+                content[change.offset:change.offset + len(data)] = data
+        return content
+
+
+class Disk:
+    """The folder's files and names through the journal."""
+
+    def __init__(self, records, root, initial):
+        self.records, self.root = records, root
+        self.names, self.folders = {}, {root}
+        if initial:
+            self.read_initial(initial)
+        self.owner = {}
+        self.follow()
+
+    def read_initial(self, initial):
+        for path in sorted(initial.rglob("*")):
+            there = os.path.join(self.root, path.relative_to(initial))
+            if path.is_dir():
+                self.folders.add(there)
+            elif path.is_file() and not path.is_symlink():
+                self.names[there] = File(path.read_bytes())
+
+    def follow(self):
+        """Gives each record its file."""
+        names, by_inode = dict(self.names), {}
+        for record in self.records:
+            if record.kind == Kind.CREATE:
+                by_inode[record.inode] = names[record.path] = File()
+            elif record.kind == Kind.OPEN and record.path in names:
+                by_inode[record.inode] = names[record.path]
+            file = by_inode.get(record.inode) if record.kind in OF_A_FILE else None
+            if file is not None:
+                self.owner[record.index] = file
+                if record.kind in (Kind.WRITE, Kind.TRUNCATE):
+                    file.changes.append(record)
+                elif record.kind == Kind.FSYNC:
+                    file.syncs.append(record.index)
+            if record.kind in (Kind.RENAME, Kind.LINK) and record.path in names:
+                names[record.second] = names[record.path]
+            if record.kind in (Kind.RENAME, Kind.UNLINK):
+                names.pop(record.path, None)
+
+    def kept_names(self, point, model, variant, chance):
+        """The records of names that reached the disk."""
+        names = [record for record in self.records[:point] if record.kind in NAMES]
+        if model == "ordered":
+            syncs = (record.index for record in self.records[:point]
+                     if record.kind in (Kind.FSYNC, Kind.FSYNC_FOLDER))
+            last = max(syncs, default=-1)
+            safe = [record for record in names if record.index < last]
+        else:
+            safe = [record for record in names if self.is_safe(record, point)]
+        loose = [record for record in names if record not in safe]
+        if variant == "none":
+            loose = []
+        elif variant == "rand" and model == "ordered":
+            loose = loose[:chance.randint(0, len(loose))]
+        elif variant == "rand":
+            loose = [record for record in loose if chance.random() < 0.5]
+        return sorted(safe + loose)
+
+    def is_safe(self, name, point):
+        folder = os.path.dirname(name.second or name.path)
+        if any(record.kind == Kind.FSYNC_FOLDER and record.path == folder
+               for record in self.records[name.index + 1:point]):
+            return True
+        return name.kind == Kind.CREATE and any(
+            name.index < sync < point for sync in self.owner[name.index].syncs)
+
+    def build(self, place, point, model, variant, chance):
+        """Writes the folder as power lost at that point could leave it."""
+        names, folders = dict(self.names), set(self.folders)
+        for record in self.kept_names(point, model, variant, chance):
+            if record.kind == Kind.CREATE:
+                names[record.path] = self.owner[record.index]
+            elif record.kind == Kind.MKDIR:
+                folders.add(record.path)
+            elif record.kind == Kind.RMDIR:
+                folders.discard(record.path)
+            elif record.kind == Kind.UNLINK:
+                names.pop(record.path, None)
+            elif record.path in names:
+                names[record.second] = names[record.path]
+                if record.kind == Kind.RENAME:
+                    names.pop(record.path)
+        for folder in sorted(folders):
+            (place / os.path.relpath(folder, self.root)).mkdir(parents=True, exist_ok=True)
+        for name, file in names.items():
+            path = place / os.path.relpath(name, self.root)
+            if path.parent.is_dir() and not path.name.startswith(".tmpfile-"):
+                path.write_bytes(file.content(point, variant, chance))
+
+
+def judge(command, limit):
+    try:
+        answer = subprocess.run(command, shell=True, capture_output=True, timeout=limit)
+    except subprocess.TimeoutExpired:
+        return "hang", ""
+    return answer.returncode, (answer.stdout + answer.stderr).decode(errors="replace").strip()
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--journal", required=True, type=pathlib.Path)
+    parser.add_argument("--root", required=True)
+    parser.add_argument("--check", required=True)
+    parser.add_argument("--initial", type=pathlib.Path)
+    parser.add_argument("--model", default="ordered", choices=["ordered", "posix"])
+    parser.add_argument("--random", type=int, default=3)
+    parser.add_argument("--step", type=int, default=1)
+    parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--timeout", type=float, default=60)
+    parser.add_argument("--forget-syncs", default="")
+    options = parser.parse_args()
+
+    records = load(options.journal, options.forget_syncs)
+    disk = Disk(records, os.path.realpath(options.root), options.initial)
+    chance = random.Random(options.seed)
+    states, bad, first = 0, 0, []
+    memory = "/dev/shm" if os.path.isdir("/dev/shm") else None
+    with tempfile.TemporaryDirectory(prefix="powercut-", dir=memory) as folder:
+        place = pathlib.Path(folder) / "state"
+        for point in range(0, len(records) + 1, options.step):
+            for variant in ["none", "all"] + ["rand"] * options.random:
+                shutil.rmtree(place, ignore_errors=True)
+                place.mkdir()
+                disk.build(place, point, options.model, variant, chance)
+                states += 1
+                code, text = judge(options.check.replace("{root}", str(place)), options.timeout)
+                if code == 0:
+                    continue
+                bad += 1
+                after = records[point - 1].kind.name.lower() if point else "start"
+                first.append({"point": point, "after": after, "variant": variant, "code": code,
+                              "text": text[-300:]})
+    print(json.dumps({"records": len(records), "model": options.model, "states": states,
+                      "bad": bad, "first": first[:3]}))
+    return 1 if bad else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
