@@ -16,8 +16,8 @@ namespace orlo::host::otio {
 
 namespace {
 
-constexpr int MAX_DEPTH = 1000;
-constexpr std::size_t MAX_VALUES = 10'000'000;
+constexpr std::size_t MAX_DEPTH = 1000;
+constexpr std::size_t MAX_VALUES = 4'000'000;
 constexpr long long MAX_BYTES = 256LL << 20;
 
 constexpr std::string_view NULL_TOKEN = "null";
@@ -98,40 +98,103 @@ CleanText ReplaceNonFinite(std::string original) {
     return clean;
 }
 
-/// Watches the parser: counts what it makes, and tells which keys lead to nothing that is read.
-class ParseGuard {
+/// Builds the document as the parser reads it, without what nobody reads: markers, and the metadata
+/// of other programs, which is most of many files.
+class DocumentBuilder : public nlohmann::json_sax<nlohmann::json> {
 public:
-    bool operator()(int depth, nlohmann::json::parse_event_t event, nlohmann::json& parsed) {
-        using Event = nlohmann::json::parse_event_t;
-        if (depth > MAX_DEPTH) {
-            throw DocumentError("nested deeper than " + std::to_string(MAX_DEPTH) + " levels");
-        }
-        if (event == Event::object_start || event == Event::array_start || event == Event::value) {
-            if (++values_ > MAX_VALUES) {
-                throw DocumentError("more than " + std::to_string(MAX_VALUES) + " values");
-            }
-        }
-        if (event == Event::key) return KeepKey(depth, parsed.get_ref<const std::string&>());
-        const bool ends =
-            event == Event::value || event == Event::object_end || event == Event::array_end;
-        if (ends && depth == metadataDepth_) metadataDepth_ = 0;
+    explicit DocumentBuilder(const CleanText& source) : source_(source) {}
+
+    nlohmann::json Take() { return std::move(document_); }
+
+    bool null() override { return Put(nullptr); }
+    bool boolean(bool value) override { return Put(value); }
+    bool number_integer(number_integer_t value) override { return Put(value); }
+    bool number_unsigned(number_unsigned_t value) override { return Put(value); }
+    bool number_float(number_float_t value, const string_t&) override { return Put(value); }
+    bool string(string_t& value) override { return Put(std::move(value)); }
+    bool binary(binary_t&) override { return Put(nullptr); }
+    bool start_object(std::size_t) override { return Open(nlohmann::json::object()); }
+    bool start_array(std::size_t) override { return Open(nlohmann::json::array()); }
+    bool end_object() override { return Close(); }
+    bool end_array() override { return Close(); }
+
+    bool key(string_t& name) override {
+        if (droppedDepth_ > 0) return true;
+        const bool inMetadata = levels_.back().isMetadata;
+        dropNext_ = inMetadata ? name != "sonrel" && name != "Resolve_OTIO" : name == "markers";
+        // What stands inside our own metadata is kept as it is.
+        metadataNext_ = !levels_.back().isKept && name == "metadata";
+        keptNext_ = levels_.back().isKept || inMetadata;
+        key_ = std::move(name);
         return true;
     }
 
+    bool parse_error(std::size_t position, const std::string&,
+                     const nlohmann::json::exception& error) override;
+
 private:
-    /// Of the metadata, which is most of many files, only two programs' entries are read.
-    bool KeepKey(int depth, const std::string& key) {
-        if (metadataDepth_ != 0 && depth <= metadataDepth_) metadataDepth_ = 0;
-        if (metadataDepth_ != 0) {
-            return depth > metadataDepth_ + 1 || key == "sonrel" || key == "Resolve_OTIO";
+    struct Level {
+        nlohmann::json* container = nullptr;
+        bool isMetadata = false;
+        bool isKept = false;
+    };
+
+    bool Put(nlohmann::json value) {
+        if (droppedDepth_ > 0 || dropNext_) {
+            dropNext_ = false;
+            return true;
         }
-        if (key == "metadata") metadataDepth_ = depth;
-        return key != "markers";
+        Place(std::move(value));
+        return true;
     }
 
+    bool Open(nlohmann::json container) {
+        if (levels_.size() + droppedDepth_ >= MAX_DEPTH) {
+            throw DocumentError("nested deeper than " + std::to_string(MAX_DEPTH) + " levels");
+        }
+        if (droppedDepth_ > 0 || dropNext_) {
+            dropNext_ = false;
+            ++droppedDepth_;
+            return true;
+        }
+        const bool inArray = !levels_.empty() && levels_.back().container->is_array();
+        Level level;
+        level.isMetadata = !inArray && metadataNext_ && container.is_object();
+        level.isKept = inArray ? levels_.back().isKept : keptNext_;
+        level.container = &Place(std::move(container));
+        levels_.push_back(level);
+        metadataNext_ = false;
+        return true;
+    }
+
+    bool Close() {
+        if (droppedDepth_ > 0) {
+            --droppedDepth_;
+        } else {
+            levels_.pop_back();
+        }
+        return true;
+    }
+
+    nlohmann::json& Place(nlohmann::json value) {
+        if (++values_ > MAX_VALUES) {
+            throw DocumentError("more than " + std::to_string(MAX_VALUES) + " values");
+        }
+        if (levels_.empty()) return document_ = std::move(value);
+        nlohmann::json& container = *levels_.back().container;
+        if (container.is_array()) return container.emplace_back(std::move(value));
+        return container[key_] = std::move(value);
+    }
+
+    const CleanText& source_;
+    nlohmann::json document_;
+    std::vector<Level> levels_;
+    std::string key_;
     std::size_t values_ = 0;
-    /// Depth of the key "metadata" whose value is being read; 0 outside of one.
-    int metadataDepth_ = 0;
+    std::size_t droppedDepth_ = 0;
+    bool dropNext_ = false;
+    bool metadataNext_ = false;
+    bool keptNext_ = false;
 };
 
 /// The parser's message without its own prefix, or as it is.
@@ -140,25 +203,21 @@ std::string Reason(const std::string& message) {
     return OneLine(colon == std::string::npos ? message : message.substr(colon + 2));
 }
 
+bool DocumentBuilder::parse_error(std::size_t position, const std::string&,
+                                  const nlohmann::json::exception& error) {
+    // The parser counts from 1 and has read the character that it stumbled over.
+    const std::size_t at = position == 0 ? 0 : position - 1;
+    throw DocumentError("no valid JSON at " + source_.LineAndColumn(at) + " (" +
+                        Reason(error.what()) + ")");
+}
+
 }  // namespace
 
 nlohmann::json ParseDocument(std::string text) {
     const CleanText clean = ReplaceNonFinite(std::move(text));
-    try {
-        nlohmann::json document = nlohmann::json::parse(
-            clean.text, [guard = ParseGuard()](int depth, nlohmann::json::parse_event_t event,
-                                               nlohmann::json& parsed) mutable {
-                return guard(depth, event, parsed);
-            });
-        return document;
-    } catch (const nlohmann::json::parse_error& error) {
-        // The parser counts from 1 and has read the character it stumbled over.
-        const std::size_t at = error.byte == 0 ? 0 : error.byte - 1;
-        throw DocumentError("no valid JSON at " + clean.LineAndColumn(at) + " (" +
-                            Reason(error.what()) + ")");
-    } catch (const nlohmann::json::exception& error) {
-        throw DocumentError("no usable JSON (" + Reason(error.what()) + ")");
-    }
+    DocumentBuilder builder(clean);
+    nlohmann::json::sax_parse(clean.text, &builder);
+    return builder.Take();
 }
 
 nlohmann::json ReadDocument(const std::string& path) {

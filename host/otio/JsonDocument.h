@@ -23,7 +23,7 @@ public:
 ///
 /// Numbers that JSON does not know, the bare words NaN, Inf and Infinity with or without a minus,
 /// read as null. Metadata of other programs is dropped on the way, so that the result stays small.
-/// Hostile input costs bounded memory and stack: nesting deeper than 1000 levels and more than ten
+/// Hostile input costs bounded memory and stack: nesting deeper than 1000 levels and more than four
 /// million values are refused.
 /// @param text  the bytes of the file, taken over
 /// @throws DocumentError with line and column

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+
+#include "host/otio/TimelineImport.h"
+#include "tests/host/TimelineDocument.h"
+
+namespace sonrel_tests {
+
+/// Imports a document whose relative paths begin in /edit.
+inline orlo::host::otio::TimelineImport Import(
+    const Json& document, const orlo::host::otio::ImportOptions& options = {}) {
+    return orlo::host::otio::ImportTimelineText(document.dump(), "/edit", options);
+}
+
+/// The only clip of the first track.
+inline orlo::host::otio::PlacedClip OnlyClip(const orlo::host::otio::TimelineImport& import) {
+    return import.arrangement.tracks.at(0).clips.at(0);
+}
+
+/// How many things of a kind the import reports with a reason that contains a text.
+inline int Reported(const orlo::host::otio::TimelineImport& import, const std::string& what,
+                    const std::string& reason = "") {
+    int count = 0;
+    for (const auto& entry : import.report.Entries()) {
+        if (entry.what == what && entry.reason.find(reason) != std::string::npos) {
+            count += entry.count;
+        }
+    }
+    return count;
+}
+
+}  // namespace sonrel_tests

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// Pieces of OpenTimelineIO documents, as an editor would write them.
+namespace sonrel_tests {
+
+using Json = nlohmann::ordered_json;
+
+inline Json Time(double value, double rate) {
+    return {{"OTIO_SCHEMA", "RationalTime.1"}, {"value", value}, {"rate", rate}};
+}
+
+inline Json Range(double start, double duration, double rate) {
+    return {{"OTIO_SCHEMA", "TimeRange.1"},
+            {"start_time", Time(start, rate)},
+            {"duration", Time(duration, rate)}};
+}
+
+inline Json File(const std::string& url) {
+    return {{"OTIO_SCHEMA", "ExternalReference.1"}, {"target_url", url}};
+}
+
+/// A clip of @p duration values from @p start on, both at @p rate.
+inline Json Clip(const std::string& url, double start, double duration, double rate = 25) {
+    return {{"OTIO_SCHEMA", "Clip.1"},
+            {"name", "clip"},
+            {"source_range", Range(start, duration, rate)},
+            {"media_reference", File(url)},
+            {"metadata", Json::object()},
+            {"effects", Json::array()}};
+}
+
+inline Json Gap(double duration, double rate = 25) {
+    return {{"OTIO_SCHEMA", "Gap.1"}, {"name", ""}, {"source_range", Range(0, duration, rate)}};
+}
+
+inline Json Track(std::vector<Json> children, const std::string& name = "A1",
+                  const std::string& kind = "Audio") {
+    return {{"OTIO_SCHEMA", "Track.1"},
+            {"name", name},
+            {"kind", kind},
+            {"metadata", Json::object()},
+            {"children", Json(std::move(children))}};
+}
+
+inline Json Stack(std::vector<Json> children) {
+    return {
+        {"OTIO_SCHEMA", "Stack.1"}, {"name", "tracks"}, {"children", Json(std::move(children))}};
+}
+
+inline Json Timeline(std::vector<Json> tracks) {
+    return {{"OTIO_SCHEMA", "Timeline.1"},
+            {"name", "edit"},
+            {"metadata", Json::object()},
+            {"tracks", Stack(std::move(tracks))}};
+}
+
+inline Json TimeWarp(double speed) {
+    return {{"OTIO_SCHEMA", "LinearTimeWarp.1"}, {"time_scalar", speed}};
+}
+
+}  // namespace sonrel_tests
