@@ -2,6 +2,8 @@
 # Sourced by ./run, ./test and ./check: the way to the compiler, and steps that are counted.
 
 export SONREL_COMPILER_LAUNCHER="${SONREL_COMPILER_LAUNCHER-$(command -v ccache || true)}"
+# Another clone of the same tree finds what this one compiled.
+export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 
 # Shows nothing of the machine: no display, and the same words in every locale.
 export QT_QPA_PLATFORM=offscreen LC_ALL=C.UTF-8
