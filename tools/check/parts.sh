@@ -33,6 +33,7 @@ installed_view() {
     check "Consumer project, by CMake" consumer_by_cmake "$stage"
     check "Consumer project, by pkg-config" consumer_by_pkg_config "$stage"
     check "The installed program starts" "$stage/bin/sonrel" --version
+    check "Completion of the command line" tools/check/check_completion.py "$stage/bin/sonrel"
 }
 
 consumer_by_cmake() {

@@ -1,0 +1,44 @@
+# SPDX-License-Identifier: MIT
+# Completion of sonrel for bash.
+_sonrel() {
+    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+    local globals="--help --version --cache --db --no-cache-db --no-log --json --quiet --progress
+        --rate --fps --media-root --keep-days"
+    local word command= action=
+    for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+        case $word in
+            info | conform | mix | cache) [ -n "$command" ] || command=$word ;;
+            ls | du | check | clean) [ "$command" = cache ] && action=$word ;;
+        esac
+    done
+
+    case $previous in
+        --progress) COMPREPLY=($(compgen -W "auto json none" -- "$current")); return ;;
+        --dither) COMPREPLY=($(compgen -W "none triangular highpass" -- "$current")); return ;;
+        --audio-from) COMPREPLY=($(compgen -W "audio video" -- "$current")); return ;;
+        --cache) compopt -o filenames; COMPREPLY=($(compgen -d -- "$current")); return ;;
+        --db | --meters | -o) compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return ;;
+        --rate | --fps | --media-root | --keep-days | --jobs | --from | --to | --seed | --days) return ;;
+    esac
+
+    local options=$globals
+    case $command in
+        "") [[ $current == -* ]] || { COMPREPLY=($(compgen -W "info conform mix cache" -- "$current")); return; } ;;
+        conform) options+=" --jobs --all-codecs --force" ;;
+        mix) options+=" -o --from --to --dither --seed --meters --fail-on-clip --allow-missing --audio-from" ;;
+        cache)
+            if [ -z "$action" ] && [[ $current != -* ]]; then
+                COMPREPLY=($(compgen -W "ls du check clean" -- "$current"))
+                return
+            fi
+            [ "$action" = clean ] && options+=" --days --orphans --dry-run"
+            ;;
+    esac
+    if [[ $current == -* ]]; then
+        COMPREPLY=($(compgen -W "$options" -- "$current"))
+    elif [ "$command" != cache ]; then
+        compopt -o filenames
+        COMPREPLY=($(compgen -f -- "$current"))
+    fi
+}
+complete -F _sonrel sonrel
