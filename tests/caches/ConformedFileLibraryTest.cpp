@@ -148,6 +148,21 @@ TEST_F(ConformedFileLibrary, MissingMediaLeavesALineAndNothingElse) {
     EXPECT_THAT(CacheFiles(), IsEmpty());
 }
 
+TEST_F(ConformedFileLibrary, FailedConversionsLeaveNoDescriptorOpen) {
+    WriteFile(folder / "notes.wav", "no sound at all");
+    WriteFile(folder / "cut.wav", Recording(100).substr(0, 30));
+    const auto open = [] { return NamesIn("/proc/self/fd").size(); };
+    Create();
+    const std::size_t before = open();
+
+    for (const char* name : {"notes.wav", "cut.wav", "missing.wav"}) {
+        asset = MakeMediaAsset(manager, folder.Wide(name));
+        for (int i = 0; i < 20; ++i) EXPECT_EQ(Create(), L"") << name;
+    }
+
+    EXPECT_EQ(open(), before);
+}
+
 TEST_F(ConformedFileLibrary, AnAudioStreamThatIsNotThereLeavesALineAndNothingElse) {
     asset->SetAudioStreamIndex(1);
 
