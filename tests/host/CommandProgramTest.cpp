@@ -1,0 +1,278 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include "tests/host/ProgramRun.h"
+#include "tests/host/TimelineDocument.h"
+#include "tests/support/WaveBytes.h"
+
+namespace sonrel_tests {
+namespace {
+
+class CommandProgram : public testing::Test {
+protected:
+    void SetUp() override {
+        WriteFile(shop_.Work("a.wav"), ConformedFileBytes(4800));
+        WriteFile(shop_.Work("b.wav"), ConformedFileBytes(9600));
+    }
+
+    nlohmann::json ConformAll() {
+        return shop_.Run({"conform", "@a.wav", "@b.wav", "--jobs", "2", "--json"}).Json();
+    }
+
+    Workshop shop_;
+};
+
+// ---- usage
+
+TEST_F(CommandProgram, WrongUsageExits2WithOneLine) {
+    const std::vector<std::vector<std::string>> lines = {
+        {},
+        {"frobnicate"},
+        {"mix"},
+        {"mix", "@a.wav"},
+        {"mix", "@a.wav", "-o"},
+        {"mix", "@a.wav", "-o", "@o.wav", "--seed", "0"},
+        {"mix", "@a.wav", "-o", "@o.wav", "--dither", "loud"},
+        {"mix", "@a.wav", "-o", "@o.wav", "--from", "soon"},
+        {"mix", "@a.wav", "-o", "@o.wav", "--from", "9s"},
+        {"info", "@a.wav", "--bogus"},
+        {"--rate", "0", "info", "@a.wav"},
+        {"--fps", "0", "info", "@a.wav"},
+        {"--media-root", "x", "info", "@a.wav"},
+        {"cache"},
+        {"cache", "clean", "--days", "-1"},
+    };
+    for (const auto& line : lines) {
+        const ProgramResult result = shop_.Run(line);
+        EXPECT_EQ(result.exitCode, 2) << testing::PrintToString(line);
+        EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
+    }
+}
+
+TEST_F(CommandProgram, AFailureWithJsonIsAnObjectWithTheError) {
+    EXPECT_TRUE(shop_.Run({"--json", "frobnicate"}).Json().at("error").is_string());
+    EXPECT_TRUE(shop_.Run({"info", "@gone.wav", "--json"}).Json().at("error").is_string());
+}
+
+TEST_F(CommandProgram, GlobalsStandBeforeAndBehindTheCommand) {
+    EXPECT_EQ(shop_.Run({"--json", "--rate", "44100", "info", "@a.wav"}).Json().at("rate"), 44100);
+    EXPECT_EQ(shop_.Run({"info", "@a.wav", "--rate", "44100", "--json"}).Json().at("rate"), 44100);
+}
+
+TEST_F(CommandProgram, HelpAndVersionAreResults) {
+    EXPECT_EQ(shop_.RunBare({"--help"}).exitCode, 0);
+    EXPECT_TRUE(shop_.RunBare({"--version"}).out.starts_with("sonrel "));
+}
+
+// ---- info
+
+TEST_F(CommandProgram, InfoOnAMediumTellsItsStreams) {
+    const nlohmann::json report = shop_.Run({"info", "@a.wav", "--json"}).Json();
+
+    EXPECT_EQ(report.at("kind"), "media");
+    EXPECT_EQ(report.at("fps"), 25.0);
+    const nlohmann::json& stream = report.at("media").at(0).at("streams").at(0);
+    EXPECT_EQ(stream.at("samples"), 4800);
+    EXPECT_EQ(stream.at("channels"), 2);
+}
+
+TEST_F(CommandProgram, InfoOnATimelineTellsItsObjects) {
+    WriteFile(shop_.Work("edit.otio"),
+              Timeline({Track({Gap(10), Clip("a.wav", 1, 2)}, "Voice")}).dump());
+
+    const nlohmann::json report = shop_.Run({"info", "@edit.otio", "--json"}).Json();
+
+    EXPECT_EQ(report.at("kind"), "timeline");
+    EXPECT_EQ(report.at("frames"), 12);
+    const nlohmann::json& object = report.at("tracks").at(0).at("objects").at(0);
+    EXPECT_EQ(object.at("media"), shop_.Work("a.wav").string());
+    EXPECT_EQ(object.at("startFrame"), 10);
+    EXPECT_EQ(object.at("endFrame"), 12);
+    EXPECT_EQ(object.at("sourceStartFrame"), 1);
+    EXPECT_EQ(object.at("speed"), 1.0);
+    EXPECT_EQ(object.at("muted"), false);
+}
+
+TEST_F(CommandProgram, InfoOnATimelineFolderReadsItsContent) {
+    std::filesystem::create_directory(shop_.Work("edit.otiod"));
+    std::filesystem::create_directory(shop_.Work("edit.otiod/media"));
+    WriteFile(shop_.Work("edit.otiod/media/c.wav"), ConformedFileBytes(4800));
+    WriteFile(shop_.Work("edit.otiod/content.otio"),
+              Timeline({Track({Clip("media/c.wav", 0, 2)})}).dump());
+
+    EXPECT_EQ(shop_.Run({"info", "@edit.otiod"}).exitCode, 0);
+}
+
+TEST_F(CommandProgram, InfoWithMissingMediaExits1AndStillTellsTheRest) {
+    WriteFile(shop_.Work("edit.otio"), Timeline({Track({Clip("gone.wav", 0, 2)})}).dump());
+
+    const ProgramResult result = shop_.Run({"info", "@edit.otio", "--json"});
+
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.Json().at("missing").at(0), shop_.Work("gone.wav").string());
+    EXPECT_TRUE(result.Json().contains("error"));
+}
+
+TEST_F(CommandProgram, MediaThatCannotBeReadFailWithTheirName) {
+    WriteFile(shop_.Work("empty.wav"), "");
+    WriteFile(shop_.Work("text.wav"), "no sound at all");
+    for (const char* name : {"@empty.wav", "@text.wav", "@gone.wav", "/dev/zero", "/"}) {
+        const ProgramResult result = shop_.Run({"info", name});
+        EXPECT_EQ(result.exitCode, 1) << name;
+        EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
+    }
+}
+
+// ---- conform
+
+TEST_F(CommandProgram, ConformMakesFilesOnceAndFindsThemAfterwards) {
+    const nlohmann::json made = ConformAll();
+    const nlohmann::json found = ConformAll();
+
+    ASSERT_EQ(made.at("files").size(), 2u);
+    for (std::size_t i = 0; i < 2; ++i) {
+        EXPECT_EQ(made.at("files").at(i).at("status"), "made");
+        EXPECT_EQ(found.at("files").at(i).at("status"), "found");
+        EXPECT_EQ(made.at("files").at(i).at("path"), found.at("files").at(i).at("path"));
+        EXPECT_TRUE(std::filesystem::exists(made.at("files").at(i).at("path")));
+    }
+}
+
+TEST_F(CommandProgram, ConformForceMakesAFileAnewAndTakesTheOldOneAway) {
+    const std::string old = ConformAll().at("files").at(0).at("path");
+
+    const auto report = shop_.Run({"conform", "@a.wav", "--force", "--json"}).Json();
+
+    EXPECT_EQ(report.at("files").at(0).at("status"), "made");
+    EXPECT_NE(report.at("files").at(0).at("path"), old);
+    EXPECT_FALSE(std::filesystem::exists(old));
+}
+
+TEST_F(CommandProgram, ConformGoesOnBehindAFileThatFails) {
+    const ProgramResult result = shop_.Run({"conform", "@gone.wav", "@a.wav", "--json"});
+
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
+    EXPECT_EQ(result.Json().at("files").at(0).at("status"), "failed");
+    EXPECT_EQ(result.Json().at("files").at(1).at("status"), "made");
+}
+
+TEST_F(CommandProgram, ACacheFolderThatIsAFileFailsWithItsName) {
+    WriteFile(shop_.Path("cache"), "x");
+
+    const ProgramResult result = shop_.Run({"conform", "@a.wav"});
+
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
+    EXPECT_NE(result.err.find(shop_.Path("cache").string()), std::string::npos);
+}
+
+TEST_F(CommandProgram, ADatabaseThatIsNoneFailsWithItsNameAndStays) {
+    WriteFile(shop_.Path("media.db"), std::string(5000, 'x'));
+
+    const ProgramResult result = shop_.Run({"conform", "@a.wav"});
+
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
+    EXPECT_NE(result.err.find(shop_.Path("media.db").string()), std::string::npos);
+    EXPECT_EQ(ReadFile(shop_.Path("media.db")), std::string(5000, 'x'));
+}
+
+// ---- cache
+
+TEST_F(CommandProgram, CacheLsOfNothingIsEmptyAndMakesNothing) {
+    const ProgramResult result = shop_.Run({"cache", "ls", "--json"});
+
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_TRUE(result.Json().at("files").empty());
+    EXPECT_FALSE(std::filesystem::exists(shop_.Path("media.db")));
+    EXPECT_FALSE(std::filesystem::exists(shop_.Path("cache")));
+}
+
+TEST_F(CommandProgram, CacheLsTellsWhatIsThereMissingAndOrphaned) {
+    const auto files = ConformAll().at("files");
+    std::filesystem::remove(files.at(0).at("path").get<std::string>());
+    WriteFile(shop_.Path("cache/stray.xwmc"), "x");
+
+    const auto list = shop_.Run({"cache", "ls", "--json"}).Json().at("files");
+
+    ASSERT_EQ(list.size(), 3u);
+    EXPECT_EQ(list.at(0).at("state"), "missing");
+    EXPECT_EQ(list.at(0).at("media"), shop_.Work("a.wav").string());
+    EXPECT_EQ(list.at(1).at("state"), "ok");
+    EXPECT_EQ(list.at(1).at("rate"), 48000);
+    EXPECT_EQ(list.at(2).at("state"), "orphan");
+    EXPECT_EQ(list.at(2).at("file"), "stray.xwmc");
+}
+
+TEST_F(CommandProgram, CacheCheckFindsABrokenFile) {
+    const std::string path = ConformAll().at("files").at(0).at("path");
+    std::filesystem::resize_file(path, 100);
+
+    const auto report = shop_.Run({"cache", "check", "--json"}).Json();
+
+    EXPECT_EQ(report.at("broken").size(), 1u);
+    EXPECT_TRUE(report.at("missing").empty());
+    EXPECT_TRUE(report.at("orphans").empty());
+}
+
+TEST_F(CommandProgram, CacheCleanOfZeroDaysTakesEverything) {
+    ConformAll();
+
+    const auto report = shop_.Run({"cache", "clean", "--days", "0", "--json"}).Json();
+
+    EXPECT_EQ(report.at("due"), 2);
+    EXPECT_EQ(report.at("removed"), 2);
+    EXPECT_EQ(report.at("failed"), 0);
+    EXPECT_GT(report.at("freedBytes"), 4 * (4800 + 9600));
+    EXPECT_TRUE(NamesIn(shop_.Path("cache")).empty());
+}
+
+TEST_F(CommandProgram, ADryRunRemovesNothing) {
+    ConformAll();
+
+    const auto report =
+        shop_.Run({"cache", "clean", "--days", "0", "--keep-days", "0", "--dry-run", "--json"})
+            .Json();
+
+    EXPECT_EQ(report.at("due"), 2);
+    EXPECT_EQ(report.at("removed"), 0);
+    EXPECT_EQ(NamesIn(shop_.Path("cache")).size(), 2u);
+}
+
+TEST_F(CommandProgram, OrphansGoOnlyWhenAskedForAndOtherFilesStay) {
+    ConformAll();
+    WriteFile(shop_.Path("cache/stray.xwmc"), "x");
+    WriteFile(shop_.Path("cache/mine.wav"), "x");
+    shop_.Run({"cache", "clean"});
+    EXPECT_TRUE(std::filesystem::exists(shop_.Path("cache/stray.xwmc")));
+
+    const auto report = shop_.Run({"cache", "clean", "--orphans", "--json"}).Json();
+
+    EXPECT_EQ(report.at("removed"), 1);
+    EXPECT_FALSE(std::filesystem::exists(shop_.Path("cache/stray.xwmc")));
+    EXPECT_TRUE(std::filesystem::exists(shop_.Path("cache/mine.wav")));
+}
+
+TEST_F(CommandProgram, AFileThatCannotBeRemovedExits1) {
+    const std::string path = ConformAll().at("files").at(0).at("path");
+    std::filesystem::remove(path);
+    std::filesystem::create_directories(path + "/full");
+
+    const ProgramResult result = shop_.Run({"cache", "clean", "--days", "0", "--json"});
+
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.Json().at("failed"), 1);
+    EXPECT_EQ(result.Json().at("removed"), 1);
+}
+
+TEST_F(CommandProgram, KeepDaysAppliesWhenACommandEnds) {
+    ConformAll();
+
+    shop_.Run({"--keep-days", "0", "conform", "@a.wav"});
+
+    EXPECT_TRUE(NamesIn(shop_.Path("cache")).empty());
+}
+
+}  // namespace
+}  // namespace sonrel_tests
