@@ -100,6 +100,24 @@ TEST(ListChangeObserver, WalksForwardAndBackward) {
     EXPECT_EQ(walked, "abccba");
 }
 
+TEST(ListChangeObserver, AVisitorMayTakeItemsOut) {
+    Watched list = Letters("abcd");
+    std::string walked;
+
+    list.ForEachReverse([&](std::string item) {
+        walked += item;
+        if (item == "c") list.Clear();
+    });
+    EXPECT_EQ(walked, "dc");
+
+    for (const char* item : {"a", "b", "c", "d"}) list.Add(item);
+    list.ForEach([&](std::string item) {
+        walked += item;
+        if (item == "b") list.Clear();
+    });
+    EXPECT_EQ(walked, "dcab");
+}
+
 TEST(ListChangeObserver, CountsEachChangeAndNoFailedOne) {
     Watched list;
     list.Add("a");

@@ -40,14 +40,16 @@ public:
     typename Items::const_iterator end() const { return items_.end(); }
     const T& operator[](std::size_t index) const { return items_[index]; }
 
-    /// Walks from the first item to the last.
+    /// Walks from the first item to the last. The visitor may take items out.
     void ForEach(const std::function<void(T)>& visit) const {
         for (std::size_t i = 0; i < items_.size(); ++i) visit(items_[i]);
     }
 
-    /// Walks from the last item to the first.
+    /// Walks from the last item to the first. The visitor may take items out.
     void ForEachReverse(const std::function<void(T)>& visit) const {
-        for (std::size_t i = items_.size(); i > 0; --i) visit(items_[i - 1]);
+        for (std::size_t i = items_.size(); i > 0; --i) {
+            if (i <= items_.size()) visit(items_[i - 1]);
+        }
     }
 
     /// Appends an item. @throws std::invalid_argument when the owner refuses it
