@@ -24,25 +24,16 @@ constexpr double HIGHEST_HZ = HIGHEST_OF_RATE * 768000;
 
 using CoefficientLaw = BiquadCoefficients (*)(int, double, double);
 
-/// One value of each channel.
-struct Frame {
-    double left = 0.0;
-    double right = 0.0;
-};
-
 /// A section with what it remembers: the last two inputs and outputs.
 class Section {
 public:
     explicit Section(const BiquadCoefficients& coefficients) : c_(coefficients) {}
 
-    /// Takes the frame at @p at and gives its output.
-    Frame Step(const unsigned char* samples, long long at) {
-        const Frame x{static_cast<double>(ReadValue(samples, at, 0)),
-                      static_cast<double>(ReadValue(samples, at, 1))};
-        const Frame y{c_.b0 * x.left + c_.b1 * x1_.left + c_.b2 * x2_.left - c_.a1 * y1_.left -
-                          c_.a2 * y2_.left,
-                      c_.b0 * x.right + c_.b1 * x1_.right + c_.b2 * x2_.right - c_.a1 * y1_.right -
-                          c_.a2 * y2_.right};
+    /// Takes a frame and gives its output.
+    Frame Step(Frame x) {
+        // The latest output comes last: nothing then waits for it but one product and one
+        // difference.
+        const Frame y = x * c_.b0 + x1_ * c_.b1 + x2_ * c_.b2 - y2_ * c_.a2 - y1_ * c_.a1;
         x2_ = x1_;
         x1_ = x;
         y2_ = y1_;
@@ -52,10 +43,10 @@ public:
 
 private:
     BiquadCoefficients c_;
-    Frame x1_;
-    Frame x2_;
-    Frame y1_;
-    Frame y2_;
+    Frame x1_{};
+    Frame x2_{};
+    Frame y1_{};
+    Frame y2_{};
 };
 
 class BiquadFilter final : public AudioEffect {
@@ -72,12 +63,12 @@ protected:
         Section section(coefficients);
         const long long end = block.lookBack + block.outputCount;
         WriteSilence(block.samples, block.inputCount, end);
-        for (long long at = 0; at < block.lookBack; ++at) section.Step(block.samples, at);
+        for (long long at = 0; at < block.lookBack; ++at)
+            section.Step(ReadFrame(block.samples, at));
         for (long long at = block.lookBack; at < end; ++at) {
-            const Frame y = section.Step(block.samples, at);
+            const Frame y = section.Step(ReadFrame(block.samples, at));
             // The output lies at or before its input, so writing never overtakes reading.
-            WriteValue(block.samples, at - block.lookBack, 0, ToValue(y.left));
-            WriteValue(block.samples, at - block.lookBack, 1, ToValue(y.right));
+            WriteFrame(block.samples, at - block.lookBack, y);
         }
     }
 

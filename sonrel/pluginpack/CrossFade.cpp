@@ -18,9 +18,9 @@ struct Side {
     const unsigned char* samples;
     int count;
 
-    double Value(int frame, int channel) const {
-        if (samples == nullptr || frame >= count) return 0.0;
-        return ReadValue(samples, frame, channel);
+    Frame At(int frame) const {
+        if (samples == nullptr || frame >= count) return Frame{0.0, 0.0};
+        return ReadFrame(samples, frame);
     }
 };
 
@@ -45,11 +45,7 @@ public:
             const double fromGain = LeavingGain(curve_, t);
             const double toGain = EnteringGain(curve_, t);
             // The output is one of the two inputs: both are read before it is written.
-            for (int channel = 0; channel < CHANNELS; ++channel) {
-                const double sum =
-                    from.Value(i, channel) * fromGain + to.Value(i, channel) * toGain;
-                WriteValue(output, i, channel, ToValue(sum));
-            }
+            WriteFrame(output, i, from.At(i) * fromGain + to.At(i) * toGain);
         }
         return DONE;
     }

@@ -31,12 +31,9 @@ protected:
         const long long end = block.lookBack + block.outputCount;
         WriteSilence(block.samples, block.inputCount, end);
         for (long long at = end - 1; at >= block.lookBack; --at) {
-            for (int channel = 0; channel < CHANNELS; ++channel) {
-                const double sum = Sum(block.samples, at, channel, delay);
-                WriteValue(block.samples, at, channel, ToValue(sum));
-            }
+            WriteFrame(block.samples, at, Sum(block.samples, at, delay));
         }
-        std::memmove(block.samples, block.samples + ByteOf(block.lookBack, 0),
+        std::memmove(block.samples, block.samples + ByteOf(block.lookBack),
                      static_cast<std::size_t>(block.outputCount) * FRAME_BYTES);
     }
 
@@ -47,10 +44,11 @@ private:
 
     /// The sound itself and its repeats. Before the buffer lies nothing but what is before the
     /// source.
-    double Sum(const unsigned char* samples, long long at, int channel, long long delay) const {
-        double sum = 0.0;
-        for (int k = 0; k <= taps_ && at >= 0; ++k, at -= delay) {
-            sum += gains_[k] * ReadValue(samples, at, channel);
+    Frame Sum(const unsigned char* samples, long long at, long long delay) const {
+        Frame sum = ReadFrame(samples, at);
+        for (int k = 1; k <= taps_ && at >= delay; ++k) {
+            at -= delay;
+            sum += ReadFrame(samples, at) * gains_[k];
         }
         return sum;
     }

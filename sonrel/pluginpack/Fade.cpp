@@ -56,10 +56,7 @@ protected:
         for (int i = 0; i < count; ++i) {
             const double gain = GainAt(span, first + i);
             if (gain == 1.0) continue;
-            for (int channel = 0; channel < CHANNELS; ++channel) {
-                const double value = ReadValue(block.samples, i, channel);
-                WriteValue(block.samples, i, channel, ToValue(value * gain));
-            }
+            WriteFrame(block.samples, i, ReadFrame(block.samples, i) * gain);
         }
     }
 

@@ -18,10 +18,7 @@ protected:
     void Run(const EffectBlock& block) const override {
         const int count = std::min(block.inputCount, block.outputCount);
         for (int i = 0; i < count; ++i) {
-            for (int channel = 0; channel < CHANNELS; ++channel) {
-                const double value = ReadValue(block.samples, i, channel);
-                WriteValue(block.samples, i, channel, ToValue(value * factor_));
-            }
+            WriteFrame(block.samples, i, ReadFrame(block.samples, i) * factor_);
         }
         WriteSilence(block.samples, count, block.outputCount);
     }

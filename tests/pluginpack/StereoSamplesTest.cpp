@@ -4,12 +4,35 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <cstring>
 #include <random>
 
 #include "sonrel/contracts/zrtl/Timing.h"
 
 namespace orlo::sonrel::detail {
 namespace {
+
+/// What a value becomes on the left channel; the right gets its mirror image.
+short ToValue(double value) {
+    short values[3] = {99, 99, 99};
+    WriteFrame(reinterpret_cast<unsigned char*>(values), 0, Frame{value, -value});
+    EXPECT_EQ(values[1], std::clamp(zrtl::RoundHalfAway(-value), -32768.0, 32767.0));
+    EXPECT_EQ(values[2], 99);
+    return values[0];
+}
+
+TEST(PluginSamples, AFrameIsReadWithItsSignsFromAnyAddress) {
+    const short values[] = {0, 32767, -32768, -1, 1};
+    unsigned char bytes[11] = {};
+    std::memcpy(bytes + 1, values, sizeof(values));
+
+    EXPECT_EQ(ReadFrame(bytes + 1, 0)[0], 0.0);
+    EXPECT_EQ(ReadFrame(bytes + 1, 0)[1], 32767.0);
+    EXPECT_EQ(ReadFrame(bytes + 1, 1)[0], -32768.0);
+    EXPECT_EQ(ReadFrame(bytes + 1, 1)[1], -1.0);
+    EXPECT_EQ(ReadFrame(bytes + 3, 1)[1], 1.0);
+}
 
 TEST(PluginSampleRounding, HalvesGoAwayFromZero) {
     EXPECT_EQ(ToValue(0.5), 1);
