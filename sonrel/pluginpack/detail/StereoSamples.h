@@ -18,6 +18,8 @@ namespace orlo::sonrel::detail {
 constexpr int CHANNELS = 2;
 constexpr int BITS_PER_SAMPLE = 16;
 constexpr int FRAME_BYTES = 4;
+constexpr double LOWEST_VALUE = -32768.0;
+constexpr double HIGHEST_VALUE = 32767.0;
 
 /// Left and right of a sample frame, computed side by side. Operators work on each by itself.
 using Frame = double __attribute__((vector_size(16)));
@@ -53,11 +55,9 @@ inline Frame ReadFrame(const unsigned char* samples, long long at) {
 /// The limits are whole numbers, so clipping first changes no result; and what was then moved half
 /// a step away from zero is rounded by cutting it toward zero.
 inline void WriteFrame(unsigned char* samples, long long at, Frame values) {
-    constexpr double LOWEST = -32768.0;
-    constexpr double HIGHEST = 32767.0;
 #if defined(__SSE2__)
     const __m128d clipped =
-        _mm_min_pd(_mm_max_pd(values, _mm_set1_pd(LOWEST)), _mm_set1_pd(HIGHEST));
+        _mm_min_pd(_mm_max_pd(values, _mm_set1_pd(LOWEST_VALUE)), _mm_set1_pd(HIGHEST_VALUE));
     const __m128d sign = _mm_and_pd(clipped, _mm_set1_pd(-0.0));
     const __m128d moved = _mm_add_pd(clipped, _mm_or_pd(sign, _mm_set1_pd(0.5)));
     const __m128i cut = _mm_cvttpd_epi32(moved);
@@ -66,7 +66,7 @@ inline void WriteFrame(unsigned char* samples, long long at, Frame values) {
 #else
     short cut[CHANNELS];
     for (int channel = 0; channel < CHANNELS; ++channel) {
-        const double clipped = std::clamp(values[channel], LOWEST, HIGHEST);
+        const double clipped = std::clamp(values[channel], LOWEST_VALUE, HIGHEST_VALUE);
         cut[channel] =
             static_cast<short>(zrtl::TruncToInt32(clipped + std::copysign(0.5, clipped)));
     }
