@@ -15,8 +15,8 @@ struct MediaDBImpl;
 ///
 /// A record is found by its whole key: media path, media fingerprint, stream index and, for
 /// conformed files, sample rate; keys are compared case by case. Its value is the cache file's bare
-/// name. A stored name that is not a bare file name reads as empty, so that no record leads out of
-/// the cache folder.
+/// name. A stored name that is not a bare file name ("..", one with a slash or a backslash, one
+/// longer than 255 bytes) reads as empty, so that no record leads out of the cache folder.
 ///
 /// Threads: one thread at a time on one connection. Any number of connections, in any number of
 /// processes, may be open on one database.
@@ -60,12 +60,16 @@ public:
     using VFRCacheFileList = ZRList<VFRCacheFile, ZRListItemDelegate::Null>;
 
     /// Opens the database.
-    /// @param createAndMigrate  true makes a missing database and brings an older schema up to
-    /// date;
-    ///                          false opens an existing one of the current schema only
+    /// @param databasePath      the database's file; its folder must exist
+    /// @param cacheFolderPath   not used: records hold bare names
+    /// @param createAndMigrate  true makes a missing database, brings an older schema up to date
+    /// and
+    ///                          refuses a file that cannot be written; false opens an existing
+    ///                          database of the current schema only
     /// @throws std::runtime_error when the database cannot be opened, is damaged, belongs to
     /// another
-    ///         program or has a newer schema; such a file is left as it is
+    ///         program or has a newer schema; such a file is left as it is. Damage that does not
+    ///         show at once is reported by the operation that meets it
     MediaDB(std::wstring const& databasePath, std::wstring const& cacheFolderPath,
             bool createAndMigrate);
     ~MediaDB();
@@ -92,7 +96,9 @@ public:
     /// Forgets a record. @return whether there was one
     bool RemoveConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                              int streamIndex, int sampleRate);
-    /// Records last used @p days days of 24 hours ago or earlier; 0 and negative numbers find all.
+    /// Records last used @p days days of 24 hours ago or earlier, the longest unused first; 0 and
+    /// negative numbers find all. A record stamped in the future, by a clock that was put back
+    /// since, counts as used now.
     ConformedFileList FindUnusedConformedFiles(int days) const;
 
     bool GetPeakFilename(std::wstring const& mediaPath, std::wstring const& fingerprint,

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstring>
 #include <map>
 #include <string>
 
@@ -57,7 +58,21 @@ private:
         std::map<int, PropertyValue> keyframes;
     };
 
-    std::map<std::string, Property, std::less<>> properties_;
+    /// Compares names without making a string of the one that is looked for.
+    struct NameLess {
+        using is_transparent = void;
+        bool operator()(const std::string& left, const std::string& right) const {
+            return left < right;
+        }
+        bool operator()(const std::string& left, char const* right) const {
+            return std::strcmp(left.c_str(), right) < 0;
+        }
+        bool operator()(char const* left, const std::string& right) const {
+            return std::strcmp(left, right.c_str()) < 0;
+        }
+    };
+
+    std::map<std::string, Property, NameLess> properties_;
 };
 
 }  // namespace orlo::project

@@ -1,0 +1,201 @@
+// SPDX-License-Identifier: MIT
+// What the mix and the caches ask of the project library: property values and objects once or more
+// a block, samples once an object and block, the database once a file.
+#include <benchmark/benchmark.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "sonrel/contracts/project.h"
+#include "tests/support/WaveBytes.h"
+
+namespace {
+
+using namespace orlo::project;
+
+/// A folder that goes at the end of the scope.
+class Folder {
+public:
+    Folder() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "bench-XXXXXX").string();
+        path_ = mkdtemp(pattern.data());
+    }
+    ~Folder() { std::filesystem::remove_all(path_); }
+    std::wstring Wide(const std::string& name) const { return (path_ / name).wstring(); }
+    std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
+
+private:
+    std::filesystem::path path_;
+};
+
+void StaticValue(benchmark::State& state) {
+    const AssetAudioObject object{zrtl::ZRID()};
+    PropertyManager& properties = const_cast<AssetAudioObject&>(object).Animation();
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(boost::get<double>(properties.StaticValue("speed")));
+    }
+}
+BENCHMARK(StaticValue);
+
+void LevelWithoutKeyFrames(benchmark::State& state) {
+    AssetAudioObject object{zrtl::ZRID()};
+    int timeMs = 0;
+    for (auto _ : state) {
+        const PropertyValue value = object.Animation().ValueAtTime("audioLevel", false, ++timeMs);
+        benchmark::DoNotOptimize(boost::get<float>(value));
+    }
+}
+BENCHMARK(LevelWithoutKeyFrames);
+
+void LevelBetweenKeyFrames(benchmark::State& state) {
+    AssetAudioObject object{zrtl::ZRID()};
+    const int count = static_cast<int>(state.range(0));
+    for (int i = 0; i < count; ++i) {
+        object.Animation().SetKeyframe("audioLevel", 10 * i, static_cast<float>(-(i % 20)));
+    }
+    int timeMs = 0;
+    for (auto _ : state) {
+        timeMs = (timeMs + 7919) % (10 * count);
+        const PropertyValue value = object.Animation().ValueAtTime("audioLevel", false, timeMs);
+        benchmark::DoNotOptimize(boost::get<float>(value));
+    }
+}
+BENCHMARK(LevelBetweenKeyFrames)->Arg(2)->Arg(100)->Arg(5000);
+
+void FindOnFrame(benchmark::State& state) {
+    SequenceObjectList objects;
+    const int count = static_cast<int>(state.range(0));
+    for (int i = 0; i < count; ++i) {
+        const auto object = std::make_shared<AssetAudioObject>(zrtl::ZRID::Create());
+        object->SetRange(10 * i, 10 * i + 10);
+        objects.Add(object);
+    }
+    int frame = 0;
+    for (auto _ : state) {
+        frame = (frame + 7919) % (10 * count);
+        benchmark::DoNotOptimize(objects.FindOnFrame(frame));
+    }
+}
+BENCHMARK(FindOnFrame)->Arg(10)->Arg(1000)->Arg(10000);
+
+void FindAsset(benchmark::State& state) {
+    AssetList assets;
+    std::vector<zrtl::ZRID> ids;
+    for (int i = 0; i < state.range(0); ++i) {
+        const auto asset = std::make_shared<MediaAsset>(nullptr, L"/m/a.wav");
+        assets.Add(asset);
+        ids.push_back(asset->ID());
+    }
+    std::size_t at = 0;
+    for (auto _ : state) {
+        at = (at + 7919) % ids.size();
+        benchmark::DoNotOptimize(assets.FindByID(ids[at]));
+    }
+}
+BENCHMARK(FindAsset)->Arg(10)->Arg(10000);
+
+void ReadConformedBlock(benchmark::State& state) {
+    const Folder folder;
+    constexpr int COUNT = 480000;
+    constexpr int BLOCK = 1920;
+    const std::string bytes = sonrel_tests::ConformedFileBytes(COUNT);
+    std::ofstream(folder / "a.xwmc", std::ios::binary) << bytes;
+    ConformedAudioFile file;
+    file.Open(folder.Wide("a.xwmc"));
+    std::vector<unsigned char> buffer(BLOCK * 4);
+    long long start = 0;
+    int samples = 0;
+    for (auto _ : state) {
+        file.GetSamples(start, BLOCK, buffer.data(), BLOCK * 4, &samples);
+        start = (start + BLOCK) % (COUNT - BLOCK);
+    }
+    state.SetBytesProcessed(state.iterations() * BLOCK * 4);
+}
+BENCHMARK(ReadConformedBlock);
+
+void OpenConformedFile(benchmark::State& state) {
+    const Folder folder;
+    std::ofstream(folder / "a.xwmc", std::ios::binary) << sonrel_tests::ConformedFileBytes(1000);
+    for (auto _ : state) {
+        ConformedAudioFile file;
+        benchmark::DoNotOptimize(file.Open(folder.Wide("a.xwmc")));
+    }
+}
+BENCHMARK(OpenConformedFile);
+
+/// A database with @p records conformed files.
+std::unique_ptr<MediaDB> Filled(const Folder& folder, int records) {
+    auto database = std::make_unique<MediaDB>(folder.Wide("media.db"), L"", true);
+    for (int i = 0; i < records; ++i) {
+        database->AddConformedFile(L"/media/project/clip" + std::to_wstring(i) + L".wav",
+                                   L"de0ce302a4b4d2f2b1d3c4a5e6f70819", 0, 48000,
+                                   zrtl::ZRID::Create().ToString() + L".xwmc");
+    }
+    return database;
+}
+
+void OpenDatabase(benchmark::State& state) {
+    const Folder folder;
+    const bool first = state.range(0) != 0;
+    Filled(folder, 100);
+    for (auto _ : state) MediaDB(folder.Wide("media.db"), L"", first);
+}
+BENCHMARK(OpenDatabase)->ArgName("first")->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
+
+void LookUpRecord(benchmark::State& state) {
+    const Folder folder;
+    const auto database = Filled(folder, 1000);
+    std::wstring name;
+    int i = 0;
+    for (auto _ : state) {
+        i = (i + 79) % 1000;
+        benchmark::DoNotOptimize(
+            database->GetConformedFilename(L"/media/project/clip" + std::to_wstring(i) + L".wav",
+                                           L"de0ce302a4b4d2f2b1d3c4a5e6f70819", 0, 48000, &name));
+    }
+}
+BENCHMARK(LookUpRecord)->Unit(benchmark::kMicrosecond);
+
+void AddRecord(benchmark::State& state) {
+    const Folder folder;
+    const auto database = Filled(folder, 0);
+    int i = 0;
+    for (auto _ : state) {
+        database->AddConformedFile(L"/media/a.wav", L"ff", ++i, 48000, L"n.xwmc");
+    }
+}
+BENCHMARK(AddRecord)->Unit(benchmark::kMicrosecond);
+
+void TouchRecord(benchmark::State& state) {
+    const Folder folder;
+    const auto database = Filled(folder, 100);
+    database->AddConformedFile(L"/media/a.wav", L"ff", 0, 48000, L"n.xwmc");
+    for (auto _ : state) database->TouchConformedFile(L"/media/a.wav", L"ff", 0, 48000);
+}
+BENCHMARK(TouchRecord)->Unit(benchmark::kMicrosecond);
+
+void FindAndRemoveAThousandDueRecords(benchmark::State& state) {
+    for (auto _ : state) {
+        state.PauseTiming();
+        {
+            const Folder folder;
+            const auto database = Filled(folder, 1000);
+            state.ResumeTiming();
+            for (const auto& record : database->FindUnusedConformedFiles(0)) {
+                database->RemoveConformedFile(record.mediaPath, record.mediaFingerprint,
+                                              record.streamIndex, record.sampleRate);
+            }
+            state.PauseTiming();
+        }
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(FindAndRemoveAThousandDueRecords)->Unit(benchmark::kMillisecond)->Iterations(1);
+
+}  // namespace
+
+BENCHMARK_MAIN();
