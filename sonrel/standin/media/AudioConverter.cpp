@@ -16,11 +16,14 @@ namespace {
 
 using detail::ConversionFeed;
 using detail::SampleBlock;
+using detail::SampleBuffer;
 using detail::StereoConverter;
 using orlo::project::ConformedFileWriter;
 
 /// Values that are gathered before they are written.
-constexpr std::size_t WRITE_VALUES = 256 * 1024;
+constexpr std::size_t WRITE_VALUES = 128 * 1024;
+/// A piece of so many frames is written from where it lies.
+constexpr int FRAMES_WORTH_A_WRITE = 8192;
 /// Source frames between two questions to the observer.
 constexpr long long FRAMES_PER_NOTICE = 48000;
 
@@ -44,9 +47,7 @@ MediaError OpenOutput(const std::wstring& path, int rate, std::int64_t largestFr
 class Conversion {
 public:
     Conversion(ConversionFeed* feed, StereoConverter* converter, ConformedFileWriter* writer)
-        : feed_(feed), converter_(converter), writer_(writer) {
-        samples_.reserve(2 * WRITE_VALUES);
-    }
+        : feed_(feed), converter_(converter), writer_(writer) {}
 
     MediaError Run() {
         std::vector<SampleBlock> blocks;
@@ -56,10 +57,10 @@ public:
             if (error != MediaError::None) return error;
             if (blocks.empty()) break;
             for (const SampleBlock& block : blocks) {
-                if (!converter_->Convert(block, &samples_)) return MediaError::Undecodable;
+                const MediaError converted = Take(block);
+                if (converted != MediaError::None) return converted;
                 done_ += block.frames;
             }
-            if (samples_.size() >= WRITE_VALUES && !WriteOut()) return MediaError::OutputFailed;
         }
         if (!converter_->Flush(&samples_)) return MediaError::Undecodable;
         if (!WriteOut()) return MediaError::OutputFailed;
@@ -75,17 +76,31 @@ private:
         return ConversionObserver::Notify(done_, feed_->TotalFrames());
     }
 
+    MediaError Take(const SampleBlock& block) {
+        if (converter_->IsIdentity() && block.planes != nullptr &&
+            block.frames >= FRAMES_WORTH_A_WRITE) {
+            const auto* samples =
+                reinterpret_cast<const std::int16_t*>(block.planes[0]) + 2 * block.offset;
+            const bool written = WriteOut() && writer_->Write(samples, block.frames);
+            return written ? MediaError::None : MediaError::OutputFailed;
+        }
+        if (!converter_->Convert(block, &samples_)) return MediaError::Undecodable;
+        if (samples_.Size() < WRITE_VALUES) return MediaError::None;
+        return WriteOut() ? MediaError::None : MediaError::OutputFailed;
+    }
+
     bool WriteOut() {
+        if (samples_.Size() == 0) return true;
         const bool written =
-            writer_->Write(samples_.data(), static_cast<std::int64_t>(samples_.size() / 2));
-        samples_.clear();
+            writer_->Write(samples_.Data(), static_cast<std::int64_t>(samples_.Size() / 2));
+        samples_.Clear();
         return written;
     }
 
     ConversionFeed* feed_;
     StereoConverter* converter_;
     ConformedFileWriter* writer_;
-    std::vector<std::int16_t> samples_;
+    SampleBuffer samples_;
     long long done_ = 0;
     long long noticed_ = -1;
 };

@@ -20,7 +20,7 @@ std::string MediaErrorText(int code) {
         case MediaError::NotMedia:
             return "not a media file: no sound and no picture found in it";
         case MediaError::RefusedFormat:
-            return "playlists, scripts and still images are not opened as media";
+            return "playlists, scripts, texts and still images are not opened as media";
         case MediaError::ReadFailed:
             return "reading failed, or the file was changed while it was read";
         case MediaError::RateOutOfRange:

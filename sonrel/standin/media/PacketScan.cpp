@@ -77,8 +77,8 @@ std::int64_t PacketScan::CountFrames(const AVPacket& packet, std::int64_t* decod
     *decoderSkip = decoder_->DecoderSkip();
     NoteFormat();
     if (mode_ == Mode::Checking) {
-        // Some parsers need one packet to get going.
-        if (told != decoded && !(told == 0 && seen_ == 0)) {
+        // Some parsers and some decoders need one packet to get going.
+        if (told != decoded && seen_ > 0) {
             mode_ = Mode::Decoding;
             recent_.clear();
         } else if (seen_ + 1 >= PACKETS_CHECKED_AT_FRONT) {

@@ -5,11 +5,19 @@
 #include <cstring>
 #include <deque>
 
+#include "sonrel/standin/media/detail/PacketPool.h"
+
 namespace zrh::media::detail {
 namespace {
 
+/// The first and the last bytes of a packet, with its size and its place, tell it from all others;
+/// summing up every byte would cost as much as finding the packet.
+constexpr std::size_t CHECKED_BYTES = 512;
+
 std::uint32_t CheckOf(const std::uint8_t* bytes, std::size_t size) {
-    return av_adler32_update(1, bytes, size);
+    if (size <= 2 * CHECKED_BYTES) return av_adler32_update(1, bytes, size);
+    const AVAdler front = av_adler32_update(1, bytes, CHECKED_BYTES);
+    return av_adler32_update(front, bytes + size - CHECKED_BYTES, CHECKED_BYTES);
 }
 
 /// Whether a packet may be the one of a record. A container does not tell every position.
@@ -28,7 +36,7 @@ public:
         const PacketRecord& record = map_->packets.Packet(index);
         const std::uint8_t* bytes = Bytes(record.position, record.size);
         if (bytes == nullptr || CheckOf(bytes, record.size) != record.check) return false;
-        if (av_new_packet(packet, static_cast<int>(record.size)) < 0) throw std::bad_alloc();
+        pool_.Allocate(record.size, packet);
         std::memcpy(packet->data, bytes, record.size);
         packet->pos = record.position;
         packet->flags |= AV_PKT_FLAG_KEY;
@@ -56,6 +64,7 @@ private:
     std::vector<std::uint8_t> window_;
     std::int64_t windowStart_ = 0;
     std::size_t windowBytes_ = 0;
+    PacketPool pool_;
 };
 
 /// Reads packets through the container. After a seek it finds out by the packets themselves where

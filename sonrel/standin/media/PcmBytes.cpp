@@ -51,12 +51,10 @@ bool PcmBytes::Decode(std::int64_t start, int count, SampleBlock* block) {
     }
     if (decoder_ == nullptr) return false;
     av_packet_unref(packet_.get());
-    if (av_new_packet(packet_.get(), count * static_cast<int>(bytesPerFrame)) < 0) {
-        throw std::bad_alloc();
-    }
+    pool_.Allocate(static_cast<std::size_t>(count) * bytesPerFrame, packet_.get());
     const int got = ReadRaw(start, count, packet_->data);
     if (got <= 0) return false;
-    av_shrink_packet(packet_.get(), got * static_cast<int>(bytesPerFrame));
+    if (got < count) av_shrink_packet(packet_.get(), got * static_cast<int>(bytesPerFrame));
     decoder_->Decode(packet_.get());
     if (decoder_->FrameCount() != 1 || decoder_->Frame(0).nb_samples != got) return false;
     *block = {decoder_->Frame(0).extended_data, 0, got};

@@ -36,8 +36,8 @@ CodecTraits TraitsOf(AVCodecID codec) {
         case AV_CODEC_ID_MP1:
         case AV_CODEC_ID_MP2:
         case AV_CODEC_ID_MP3:
-            return {16, false, true, true};
         case AV_CODEC_ID_VORBIS:
+            return {16, false, true, true};
         case AV_CODEC_ID_WMAV1:
         case AV_CODEC_ID_WMAV2:
             return {16, false, false, true};
@@ -48,10 +48,30 @@ CodecTraits TraitsOf(AVCodecID codec) {
     }
 }
 
+namespace {
+
+/// Codecs whose packets tell their length in their headers, and not by their size or their kind.
+bool NeedsParser(AVCodecID codec) {
+    switch (codec) {
+        case AV_CODEC_ID_AC3:
+        case AV_CODEC_ID_DTS:
+        case AV_CODEC_ID_EAC3:
+        case AV_CODEC_ID_FLAC:
+        case AV_CODEC_ID_OPUS:
+        case AV_CODEC_ID_VORBIS:
+            return true;
+        default:
+            return false;
+    }
+}
+
+}  // namespace
+
 SpanRule::SpanRule(const AVCodecParameters& parameters, AVRational timeBase)
     : parameters_(parameters),
       timeIsInSamples_(parameters.sample_rate > 0 && timeBase.num == 1 &&
                        timeBase.den == parameters.sample_rate) {
+    if (!NeedsParser(parameters.codec_id)) return;
     parser_.reset(av_parser_init(parameters.codec_id));
     if (parser_ == nullptr) return;
     parser_->flags |= PARSER_FLAG_COMPLETE_FRAMES;
@@ -64,7 +84,7 @@ std::uint32_t SpanRule::FramesOf(const AVPacket& packet) {
     std::int64_t frames = 0;
     if (codec == AV_CODEC_ID_ALAC || codec == AV_CODEC_ID_WAVPACK) {
         frames = timeIsInSamples_ ? packet.duration : 0;
-    } else if (parser_ != nullptr && codec != AV_CODEC_ID_AAC && codec != AV_CODEC_ID_AAC_LATM) {
+    } else if (parser_ != nullptr) {
         std::uint8_t* out = nullptr;
         int outSize = 0;
         av_parser_parse2(parser_.get(), parserContext_.get(), &out, &outSize, packet.data,

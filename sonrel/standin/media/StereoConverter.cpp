@@ -75,36 +75,34 @@ MediaError StereoConverter::OpenSwr(const DecodedFormat& from, int rate,
     return MediaError::None;
 }
 
-bool StereoConverter::Convert(const SampleBlock& block, std::vector<std::int16_t>* out) {
+bool StereoConverter::Convert(const SampleBlock& block, SampleBuffer* out) {
+    const std::size_t values = 2 * static_cast<std::size_t>(block.frames);
     if (block.planes == nullptr) {
         if (swr_ != nullptr) return Run(Silence(block.frames), block.frames, out);
-        out->resize(out->size() + 2 * static_cast<std::size_t>(block.frames), 0);
+        std::memset(out->Room(values), 0, 2 * values);
+        out->Fill(values);
         return true;
     }
     OffsetPlanes(from_, block, &planes_);
     if (swr_ != nullptr) return Run(planes_.data(), block.frames, out);
-    const std::size_t at = out->size();
-    out->resize(at + 2 * static_cast<std::size_t>(block.frames));
-    std::memcpy(out->data() + at, planes_[0], 4 * static_cast<std::size_t>(block.frames));
+    std::memcpy(out->Room(values), planes_[0], 2 * values);
+    out->Fill(values);
     return true;
 }
 
-bool StereoConverter::Flush(std::vector<std::int16_t>* out) {
+bool StereoConverter::Flush(SampleBuffer* out) {
     if (swr_ == nullptr) return true;
     return Run(nullptr, 0, out);
 }
 
-bool StereoConverter::Run(const std::uint8_t* const* planes, int frames,
-                          std::vector<std::int16_t>* out) {
+bool StereoConverter::Run(const std::uint8_t* const* planes, int frames, SampleBuffer* out) {
     for (;;) {
         const int room = std::max(swr_get_out_samples(swr_.get(), frames), 0) + 64;
-        const std::size_t at = out->size();
-        out->resize(at + 2 * static_cast<std::size_t>(room));
-        auto* to = reinterpret_cast<std::uint8_t*>(out->data() + at);
+        auto* to = reinterpret_cast<std::uint8_t*>(out->Room(2 * static_cast<std::size_t>(room)));
         const int got =
             swr_convert(swr_.get(), &to, room, const_cast<const std::uint8_t**>(planes), frames);
-        out->resize(at + 2 * static_cast<std::size_t>(std::max(got, 0)));
         if (got < 0) return false;
+        out->Fill(2 * static_cast<std::size_t>(got));
         // While flushing, a full buffer means that there may be more.
         if (planes != nullptr || got < room) return true;
     }

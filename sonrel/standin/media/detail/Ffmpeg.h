@@ -5,6 +5,7 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
 #include <libavutil/adler32.h>
+#include <libavutil/buffer.h>
 #include <libavutil/channel_layout.h>
 #include <libavutil/opt.h>
 #include <libavutil/samplefmt.h>
@@ -31,6 +32,9 @@ struct CodecParametersDeleter {
 struct ParserDeleter {
     void operator()(AVCodecParserContext* parser) const { av_parser_close(parser); }
 };
+struct BufferPoolDeleter {
+    void operator()(AVBufferPool* pool) const { av_buffer_pool_uninit(&pool); }
+};
 struct SwrDeleter {
     void operator()(SwrContext* context) const { swr_free(&context); }
 };
@@ -40,6 +44,7 @@ using FramePtr = std::unique_ptr<AVFrame, FrameDeleter>;
 using CodecContextPtr = std::unique_ptr<AVCodecContext, CodecContextDeleter>;
 using CodecParametersPtr = std::unique_ptr<AVCodecParameters, CodecParametersDeleter>;
 using ParserPtr = std::unique_ptr<AVCodecParserContext, ParserDeleter>;
+using BufferPoolPtr = std::unique_ptr<AVBufferPool, BufferPoolDeleter>;
 using SwrPtr = std::unique_ptr<SwrContext, SwrDeleter>;
 
 /// Wraps what an allocation of FFmpeg returned.

@@ -12,7 +12,7 @@ struct PacketRecord {
     /// container says about it, -1 for nothing.
     std::int64_t position = -1;
     std::uint32_t size = 0;
-    /// Adler-32 of the packet's bytes.
+    /// A checksum of the packet's bytes.
     std::uint32_t check = 0;
 
     bool operator==(const PacketRecord&) const = default;

@@ -7,6 +7,7 @@
 
 #include "sonrel/standin/media/detail/InputFile.h"
 #include "sonrel/standin/media/detail/PacketDecoder.h"
+#include "sonrel/standin/media/detail/PacketPool.h"
 #include "sonrel/standin/media/detail/StreamMap.h"
 
 namespace zrh::media::detail {
@@ -35,6 +36,7 @@ private:
     std::shared_ptr<const StreamMap> map_;
     bool native_ = false;
     std::unique_ptr<PacketDecoder> decoder_;
+    PacketPool pool_;
     PacketPtr packet_;
     std::vector<std::uint8_t> raw_;
     const std::uint8_t* plane_ = nullptr;

@@ -9,6 +9,26 @@
 
 namespace zrh::media::detail {
 
+/// Samples that wait to be written.
+class SampleBuffer {
+public:
+    /// Room for @p values more, behind those that are there.
+    std::int16_t* Room(std::size_t values) {
+        if (values_.size() < used_ + values) values_.resize(used_ + values);
+        return values_.data() + used_;
+    }
+    /// Takes @p values of the room as filled.
+    void Fill(std::size_t values) { used_ += values; }
+    void Clear() { used_ = 0; }
+
+    const std::int16_t* Data() const { return values_.data(); }
+    std::size_t Size() const { return used_; }
+
+private:
+    std::vector<std::int16_t> values_;
+    std::size_t used_ = 0;
+};
+
 /// Turns decoded sound into interleaved stereo of 16 bits at another rate.
 ///
 /// Sound that is so already stays as it is, bit for bit. One channel goes to both sides unchanged;
@@ -23,13 +43,16 @@ public:
     MediaError Open(const DecodedFormat& from, int rate);
 
     /// Converts a piece and appends what comes out.
-    bool Convert(const SampleBlock& block, std::vector<std::int16_t>* out);
+    bool Convert(const SampleBlock& block, SampleBuffer* out);
     /// Appends what is still inside. Nothing can be converted afterwards.
-    bool Flush(std::vector<std::int16_t>* out);
+    bool Flush(SampleBuffer* out);
+
+    /// The decoded samples are the ones to write.
+    bool IsIdentity() const { return swr_ == nullptr; }
 
 private:
     MediaError OpenSwr(const DecodedFormat& from, int rate, const AVChannelLayout& layout);
-    bool Run(const std::uint8_t* const* planes, int frames, std::vector<std::int16_t>* out);
+    bool Run(const std::uint8_t* const* planes, int frames, SampleBuffer* out);
     const std::uint8_t* const* Silence(int frames);
 
     DecodedFormat from_;
