@@ -31,7 +31,7 @@ std::int64_t DeclaredFrames(const AVFormatContext& context, const AVStream& stre
     if (stream.duration > 0) {
         frames = av_rescale_q(stream.duration, stream.time_base, AVRational{1, rate});
     } else if (context.duration > 0) {
-        frames = av_rescale_q(context.duration, AV_TIME_BASE_Q, AVRational{1, rate});
+        frames = av_rescale_q(context.duration, AVRational{1, AV_TIME_BASE}, AVRational{1, rate});
     }
     return frames > 0 && frames / FRAMES_PER_BYTE <= fileSize ? frames : 0;
 }

@@ -2,7 +2,6 @@
 #include "sonrel/standin/media/detail/StereoConverter.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 
 namespace zrh::media::detail {
@@ -29,7 +28,7 @@ AVChannelLayout LayoutForMix(const DecodedFormat& from, bool believeMask) {
 MediaError StereoConverter::Open(const DecodedFormat& from, int rate) {
     from_ = from;
     if (from.channels < 1 || from.channels > MOST_CHANNELS) return MediaError::TooManyChannels;
-    if (from.channels == 2 && from.format == AV_SAMPLE_FMT_S16 && from.rate == rate) {
+    if (from.channels <= 2 && from.format == AV_SAMPLE_FMT_S16 && from.rate == rate) {
         return MediaError::None;
     }
     // Loudspeakers that no rule tells how to mix count as the usual ones of their number.
@@ -46,9 +45,12 @@ MediaError StereoConverter::Open(const DecodedFormat& from, int rate) {
 MediaError StereoConverter::OpenSwr(const DecodedFormat& from, int rate,
                                     const AVChannelLayout& layout) {
     AVChannelLayout source = layout;
-    AVChannelLayout stereo = KnownLayout(AV_CH_LAYOUT_STEREO);
+    // One channel stays one here: mixing it up to two would lower it by 3 dB and compute in floats
+    // where nothing needs to be computed.
+    AVChannelLayout target =
+        KnownLayout(from.channels == 1 ? AV_CH_LAYOUT_MONO : AV_CH_LAYOUT_STEREO);
     SwrContext* raw = nullptr;
-    if (swr_alloc_set_opts2(&raw, &stereo, AV_SAMPLE_FMT_S16, rate, &source, from.format, from.rate,
+    if (swr_alloc_set_opts2(&raw, &target, AV_SAMPLE_FMT_S16, rate, &source, from.format, from.rate,
                             0, nullptr) < 0) {
         return MediaError::OutOfMemory;
     }
@@ -62,11 +64,6 @@ MediaError StereoConverter::OpenSwr(const DecodedFormat& from, int rate,
         if (packed == AV_SAMPLE_FMT_U8 || packed == AV_SAMPLE_FMT_S16) {
             av_opt_set_sample_fmt(raw, "internal_sample_fmt", AV_SAMPLE_FMT_FLTP, 0);
         }
-    }
-    if (from.channels == 1) {
-        // libswresample would take 3 dB off.
-        const std::array<double, 2> both = {1.0, 1.0};
-        if (swr_set_matrix(raw, both.data(), 1) < 0) return MediaError::TooManyChannels;
     }
     if (swr_init(raw) < 0) {
         swr_ = nullptr;
@@ -85,9 +82,20 @@ bool StereoConverter::Convert(const SampleBlock& block, SampleBuffer* out) {
     }
     OffsetPlanes(from_, block, &planes_);
     if (swr_ != nullptr) return Run(planes_.data(), block.frames, out);
-    std::memcpy(out->Room(values), planes_[0], 2 * values);
-    out->Fill(values);
+    TakeSamples(reinterpret_cast<const std::int16_t*>(planes_[0]), block.frames, out);
     return true;
+}
+
+void StereoConverter::TakeSamples(const std::int16_t* samples, int frames,
+                                  SampleBuffer* out) const {
+    const std::size_t count = static_cast<std::size_t>(frames);
+    std::int16_t* to = out->Room(2 * count);
+    if (from_.channels == 1) {
+        for (std::size_t i = 0; i < count; ++i) to[2 * i] = to[2 * i + 1] = samples[i];
+    } else {
+        std::memcpy(to, samples, 4 * count);
+    }
+    out->Fill(2 * count);
 }
 
 bool StereoConverter::Flush(SampleBuffer* out) {
@@ -98,11 +106,19 @@ bool StereoConverter::Flush(SampleBuffer* out) {
 bool StereoConverter::Run(const std::uint8_t* const* planes, int frames, SampleBuffer* out) {
     for (;;) {
         const int room = std::max(swr_get_out_samples(swr_.get(), frames), 0) + 64;
-        auto* to = reinterpret_cast<std::uint8_t*>(out->Room(2 * static_cast<std::size_t>(room)));
+        const std::size_t frameRoom = static_cast<std::size_t>(room);
+        const bool isMono = from_.channels == 1;
+        if (isMono && mono_.size() < frameRoom) mono_.resize(frameRoom);
+        std::int16_t* samples = isMono ? mono_.data() : out->Room(2 * frameRoom);
+        auto* to = reinterpret_cast<std::uint8_t*>(samples);
         const int got =
             swr_convert(swr_.get(), &to, room, const_cast<const std::uint8_t**>(planes), frames);
         if (got < 0) return false;
-        out->Fill(2 * static_cast<std::size_t>(got));
+        if (isMono) {
+            TakeSamples(samples, got, out);
+        } else {
+            out->Fill(2 * static_cast<std::size_t>(got));
+        }
         // While flushing, a full buffer means that there may be more.
         if (planes != nullptr || got < room) return true;
     }

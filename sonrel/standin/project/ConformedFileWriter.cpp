@@ -43,7 +43,10 @@ std::uint32_t LittleEndian32(const unsigned char* bytes) {
 
 ConformedFileWriter::~ConformedFileWriter() {
     if (sound_ != nullptr) sf_close(sound_);
-    if (descriptor_ >= 0) ::close(descriptor_);
+    if (descriptor_ < 0) return;
+    // Closing has made a header that fits the samples so far, as if they were all.
+    [[maybe_unused]] const int emptied = ::ftruncate(descriptor_, 0);
+    ::close(descriptor_);
 }
 
 ConformedFileWriter::Result ConformedFileWriter::Open(const std::string& path, int rate,

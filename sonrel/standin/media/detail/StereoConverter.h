@@ -48,15 +48,18 @@ public:
     bool Flush(SampleBuffer* out);
 
     /// The decoded samples are the ones to write.
-    bool IsIdentity() const { return swr_ == nullptr; }
+    bool IsIdentity() const { return swr_ == nullptr && from_.channels == 2; }
 
 private:
     MediaError OpenSwr(const DecodedFormat& from, int rate, const AVChannelLayout& layout);
     bool Run(const std::uint8_t* const* planes, int frames, SampleBuffer* out);
     const std::uint8_t* const* Silence(int frames);
+    void TakeSamples(const std::int16_t* samples, int frames, SampleBuffer* out) const;
 
     DecodedFormat from_;
     SwrPtr swr_;
+    /// What one channel was turned into, before it goes to both sides.
+    std::vector<std::int16_t> mono_;
     std::vector<const std::uint8_t*> planes_;
     std::vector<std::uint8_t> silence_;
 };

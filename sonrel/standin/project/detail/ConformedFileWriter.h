@@ -18,7 +18,7 @@ namespace orlo::project {
 class ConformedFileWriter {
 public:
     ConformedFileWriter() = default;
-    /// Closes the file. One that was not finished stays as it is, for its maker to delete.
+    /// Closes the file. One that was not finished is left empty, for its maker to delete.
     ~ConformedFileWriter();
     ConformedFileWriter(const ConformedFileWriter&) = delete;
     ConformedFileWriter& operator=(const ConformedFileWriter&) = delete;

@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: MIT
+#include "tests/standin/media/CodecMedia.h"
+#include "tests/standin/media/MediaSupport.h"
+
+using namespace sonrel_tests;
+
+namespace {
+
+/// Files made of a good one by damaging it.
+class DamagedMedia : public testing::TestWithParam<const char*> {
+protected:
+    std::filesystem::path Damaged(const std::string& bytes) {
+        // The extension stays: it takes part in telling the format.
+        const auto path =
+            folder_ / (std::string("a") + std::filesystem::path(GetParam()).extension().string());
+        WriteFile(path, bytes);
+        return path;
+    }
+
+    TemporaryFolder folder_;
+    std::string good_ = ReadFile(CodecMedia(GetParam()));
+};
+
+/// Reads a file twice, from the front and from the middle, and compares.
+void ExpectConsistent(const std::filesystem::path& path) {
+    const OpenedMedia media(path);
+    const auto stream = media.Audio();
+    if (stream == nullptr) return;
+    const std::string whole = ReadAll(*stream);
+    EXPECT_EQ(static_cast<long long>(whole.size()), stream->SampleCount() * BytesPerFrame(*stream));
+    const OpenedMedia other(path);
+    const long long middle = stream->SampleCount() / 2;
+    const std::size_t frame = BytesPerFrame(*stream);
+    if (stream->SampleCount() > 0) {
+        EXPECT_TRUE(ReadRange(*other.Audio(), middle, 3000) ==
+                    whole.substr(middle * frame, 3000 * frame));
+    }
+}
+
+}  // namespace
+
+/// Formats whose packets can still be told apart when one of them is damaged.
+class DamagedPacket : public DamagedMedia {};
+
+TEST_P(DamagedPacket, ShiftsNothing) {
+    const OpenedMedia media(CodecMedia(GetParam()));
+    const auto intact = media.Audio();
+    std::string bytes = good_;
+    const std::size_t at = bytes.size() / 2;
+    bytes.replace(at, 40, std::string(40, '\x55'));
+    const OpenedMedia damagedMedia(Damaged(bytes));
+    const auto damaged = damagedMedia.Audio();
+
+    ASSERT_NE(damaged, nullptr);
+    EXPECT_EQ(damaged->SampleCount(), intact->SampleCount());
+    const long long last = intact->SampleCount() - 4000;
+    EXPECT_TRUE(ReadRange(*damaged, last, 4000) == ReadRange(*intact, last, 4000));
+    EXPECT_TRUE(ReadRange(*damaged, 0, 4000) == ReadRange(*intact, 0, 4000));
+}
+
+TEST_P(DamagedMedia, CutFileIsReadConsistentlyOrRefused) {
+    for (const double part : {0.001, 0.1, 0.5, 0.9, 0.999}) {
+        SCOPED_TRACE(part);
+        ExpectConsistent(Damaged(good_.substr(0, static_cast<std::size_t>(part * good_.size()))));
+    }
+}
+
+TEST_P(DamagedMedia, ScatteredDamageIsReadConsistentlyOrRefused) {
+    std::string bytes = good_;
+    std::uint32_t state = 99;
+    for (int i = 0; i < 60; ++i) {
+        state = state * 1664525u + 1013904223u;
+        bytes[state % bytes.size()] = static_cast<char>(state >> 16);
+    }
+    ExpectConsistent(Damaged(bytes));
+}
+
+TEST_P(DamagedMedia, FileThatIsReplacedByNothingWhileItIsReadFails) {
+    const auto path = Damaged(good_);
+    const OpenedMedia media(path);
+    const auto stream = media.Audio();
+    ASSERT_NE(stream, nullptr);
+    std::filesystem::resize_file(path, 0);
+    char buffer[4096];
+    int got = -1;
+
+    EXPECT_EQ(stream->GetSamples(stream->SampleCount() / 2, 32, buffer, sizeof(buffer), &got),
+              Code(MediaError::ReadFailed));
+    EXPECT_EQ(got, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, DamagedPacket,
+                         testing::Values("alac.m4a", "aacplain.m4a", "flac.flac", "flac.mka",
+                                         "mp3.avi", "mp3.mp3", "opus.webm", "wavpack.wv"),
+                         NameOfFile);
+
+INSTANTIATE_TEST_SUITE_P(Formats, DamagedMedia,
+                         testing::Values("flac.flac", "mp3.mp3", "aacplain.m4a", "vorbis.ogg",
+                                         "opus.opus", "flac.mka", "dts.dts"),
+                         NameOfFile);
+
+TEST(ChangedMedia, FileReplacedUnderItsNameIsReadAsItWasOpened) {
+    const TemporaryFolder folder;
+    const std::string samples = NoiseBytes(4 * 50000);
+    WriteFile(folder / "a.wav", WaveFile(1, 2, 48000, 16, samples));
+    const OpenedMedia media(folder / "a.wav");
+    WriteFile(folder / "b.wav", WaveFile(1, 2, 48000, 16, std::string(4 * 50000, '\0')));
+    std::filesystem::rename(folder / "b.wav", folder / "a.wav");
+
+    EXPECT_TRUE(ReadAll(*media.Audio()) == samples);
+}
+
+TEST(ChangedMedia, FileThatChangedIsMappedAnew) {
+    const TemporaryFolder folder;
+    WriteFile(folder / "a.wav", WaveFile(1, 2, 48000, 16, NoiseBytes(4 * 100)));
+    const OpenedMedia first(folder / "a.wav");
+    WriteFile(folder / "a.wav", WaveFile(1, 2, 48000, 16, NoiseBytes(4 * 60)));
+    const OpenedMedia second(folder / "a.wav");
+
+    EXPECT_EQ(first.Audio()->SampleCount(), 100);
+    EXPECT_EQ(second.Audio()->SampleCount(), 60);
+}

@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/standin/media/detail/PacketMap.h"
+
+#include <gtest/gtest.h>
+
+using zrh::media::detail::PacketMap;
+using zrh::media::detail::PacketSpan;
+
+namespace {
+
+/// Packets of 100 frames; of the first 30 are left out, the third is not heard at all, and the
+/// fifth has 40.
+PacketMap SmallMap() {
+    PacketMap map;
+    map.AddSegment({0, 0, 0});
+    map.AddPacket({0, 10, 1}, 30, 70);
+    map.AddPacket({10, 10, 2}, 0, 100);
+    map.AddPacket({20, 10, 3}, 100, 0);
+    map.AddSegment({3, 1, 7});
+    map.AddPacket({30, 10, 4}, 0, 100);
+    map.AddPacket({40, 10, 5}, 0, 40);
+    return map;
+}
+
+void ExpectSpan(const PacketSpan& span, long long start, unsigned int skip, unsigned int length) {
+    EXPECT_EQ(span.startFrame, start);
+    EXPECT_EQ(span.skip, skip);
+    EXPECT_EQ(span.length, length);
+}
+
+}  // namespace
+
+TEST(PacketMap, EndIsTheSumOfWhatIsHeard) {
+    EXPECT_EQ(SmallMap().EndFrame(), 310);
+}
+
+TEST(PacketMap, SpansFollowEachOther) {
+    const PacketMap map = SmallMap();
+
+    ExpectSpan(map.SpanOf(0), 0, 30, 70);
+    ExpectSpan(map.SpanOf(1), 70, 0, 100);
+    ExpectSpan(map.SpanOf(2), 170, 100, 0);
+    ExpectSpan(map.SpanOf(3), 170, 0, 100);
+    ExpectSpan(map.SpanOf(4), 270, 0, 40);
+}
+
+TEST(PacketMap, FramesAreFoundInTheirPackets) {
+    const PacketMap map = SmallMap();
+
+    EXPECT_EQ(map.PacketAt(0), 0);
+    EXPECT_EQ(map.PacketAt(69), 0);
+    EXPECT_EQ(map.PacketAt(70), 1);
+    EXPECT_EQ(map.PacketAt(169), 1);
+    EXPECT_EQ(map.PacketAt(170), 3);
+    EXPECT_EQ(map.PacketAt(269), 3);
+    EXPECT_EQ(map.PacketAt(270), 4);
+    EXPECT_EQ(map.PacketAt(309), 4);
+}
+
+TEST(PacketMap, PacketsBelongToTheSegmentThatBeginsBeforeThem) {
+    const PacketMap map = SmallMap();
+
+    EXPECT_EQ(map.SegmentOf(0), 0u);
+    EXPECT_EQ(map.SegmentOf(2), 0u);
+    EXPECT_EQ(map.SegmentOf(3), 1u);
+    EXPECT_EQ(map.SegmentOf(4), 1u);
+}
+
+TEST(PacketMap, CutInsideTheLastPacketShortensIt) {
+    PacketMap map = SmallMap();
+
+    map.CutAt(300);
+
+    EXPECT_EQ(map.EndFrame(), 300);
+    EXPECT_EQ(map.PacketCount(), 5);
+    ExpectSpan(map.SpanOf(4), 270, 0, 30);
+}
+
+TEST(PacketMap, CutBeforeTheLastPacketRemovesIt) {
+    PacketMap map = SmallMap();
+
+    map.CutAt(200);
+
+    EXPECT_EQ(map.EndFrame(), 200);
+    EXPECT_EQ(map.PacketCount(), 4);
+    ExpectSpan(map.SpanOf(3), 170, 0, 30);
+    EXPECT_EQ(map.PacketAt(199), 3);
+}
+
+TEST(PacketMap, CutAtAPacketsStartRemovesItsSegmentToo) {
+    PacketMap map = SmallMap();
+
+    map.CutAt(170);
+
+    EXPECT_EQ(map.EndFrame(), 170);
+    EXPECT_EQ(map.Segments().size(), 1u);
+    EXPECT_EQ(map.PacketAt(169), 1);
+}
+
+TEST(PacketMap, CutBehindTheEndChangesNothing) {
+    PacketMap map = SmallMap();
+
+    map.CutAt(311);
+
+    EXPECT_EQ(map.EndFrame(), 310);
+    EXPECT_EQ(map.PacketCount(), 5);
+}
