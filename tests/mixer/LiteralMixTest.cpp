@@ -7,7 +7,7 @@
 #include <string>
 #include <tuple>
 
-#include "tests/mixer/RandomScene.h"
+#include "tests/support/RandomScene.h"
 #include "tests/support/MixRig.h"
 
 namespace sonrel_tests {

@@ -74,7 +74,7 @@ TEST_F(MixThreads, LetAHostEditFlagsLevelsAndBalanceUnderTheMutex) {
             "audioLevel", static_cast<float>(-(turn % 4)));
     });
 
-    MixBeside(host, 100, 1000);
+    MixBeside(host, 50, 300);
 }
 
 TEST_F(MixThreads, LetAHostEditLayersUnderTheMutex) {
@@ -86,7 +86,7 @@ TEST_F(MixThreads, LetAHostEditLayersUnderTheMutex) {
         layer->Animation().SetStaticValue("audioLevel", static_cast<float>(-(turn % 20)));
     });
 
-    for (int i = 0; i < 100 || host.Turns() < 1000; ++i) {
+    for (int i = 0; i < 50 || host.Turns() < 300; ++i) {
         ASSERT_EQ(rig_.Request(builder_.Project(), composition, 0, 5 * FRAME).result, 5 * FRAME);
     }
 }
@@ -103,7 +103,7 @@ TEST_F(MixThreads, LetAHostSwitchEffectsAtAnyTime) {
         uses[static_cast<std::size_t>(turn * 7) % uses.size()]->SetEnabled(turn % 2 == 0);
     });
 
-    MixBeside(host, 100, 3000);
+    MixBeside(host, 50, 1000);
 }
 
 TEST_F(MixThreads, LetAHostReadTheMetersAtAnyTime) {
@@ -116,7 +116,7 @@ TEST_F(MixThreads, LetAHostReadTheMetersAtAnyTime) {
         ASSERT_EQ(metrics.trackMetrics.size(), 4u);
     });
 
-    MixBeside(host, 100, 1000);
+    MixBeside(host, 50, 300);
 }
 
 TEST_F(MixThreads, MayReadTheFirstThreeFilesSideBySide) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/mixer/RandomScene.h"
+#include "tests/support/RandomScene.h"
 
 #include <cmath>
 #include <utility>
