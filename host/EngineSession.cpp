@@ -60,8 +60,14 @@ CachePlaces CachePlacesOf(const GlobalOptions& options) {
 }
 
 std::string DatabaseTrouble(const std::string& database, const std::string& reason) {
-    return "cannot use the media database " + Quoted(database) + ": " + OneLine(reason) +
-           "; move it away, or give another with --db";
+    // The database begins its own words with its name.
+    const std::size_t name = reason.find(database + ": ");
+    const std::string words =
+        name == std::string::npos ? reason : reason.substr(name + database.size() + 2);
+    const bool locked = words.find("locked") != std::string::npos;
+    return "cannot use the media database " + Quoted(database) + ": " + OneLine(words) +
+           (locked ? "; another program holds it: try again, or give another with --db"
+                   : "; move it away, or give another with --db");
 }
 
 std::string FolderTrouble(const std::string& folder, long long bytes) {

@@ -133,8 +133,8 @@ void OutputFile::RequireSpace(long long bytes) const {
         static_cast<double>(disk.f_bavail) * static_cast<double>(disk.f_frsize);
     if (static_cast<double>(bytes) <= available) return;
     throw JobError("cannot write " + Quoted(path_) + ": it takes " +
-                   FormatNumber(static_cast<double>(bytes) / 1e9, 3) + " GB and " +
-                   FormatNumber(available / 1e9, 3) + " GB are free; make room or choose another " +
+                   FormatNumber(static_cast<double>(bytes) / 1e6, 1) + " MB and " +
+                   FormatNumber(available / 1e6, 1) + " MB are free; make room or choose another " +
                    "disk");
 }
 

@@ -107,6 +107,12 @@ std::string FormatNumber(double value, int decimals) {
     return number == "-0" ? "0" : number;
 }
 
+std::string FormatShort(double value) {
+    char text[40];
+    std::snprintf(text, sizeof(text), "%.9g", value);
+    return text;
+}
+
 std::string FormatDuration(double seconds) {
     const long long totalMs = std::llround(seconds * 1000.0);
     char text[64];

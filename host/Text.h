@@ -26,6 +26,9 @@ std::optional<long long> ParseInteger(std::string_view text);
 /// A number with at most @p decimals digits behind the point, without needless zeros.
 std::string FormatNumber(double value, int decimals);
 
+/// A number with nine digits that count, of any size: "29.97", "1e-09".
+std::string FormatShort(double value);
+
 /// A length as hours, minutes, seconds and milliseconds: "0:01:02.500".
 std::string FormatDuration(double seconds);
 

@@ -159,7 +159,7 @@ double TrackArranger::ToSeconds(const RationalTime& time, const char* what, cons
     if (rate == 0.0) {
         rate = fallbackRate_;
         report_.Add(std::string("rate of the ") + what, place,
-                    "it is 0 or no number; " + FormatNumber(rate, 6) + " is taken");
+                    "it is 0 or no number; " + FormatShort(rate) + " is taken");
     }
     return time.value / rate;
 }
@@ -322,7 +322,7 @@ void CheckRates(double fps, int rate) {
     }
     const double samples = std::floor(rate / fps);
     if (samples >= 1.0 && samples <= MAX_SAMPLES_PER_FRAME) return;
-    throw RateError("a frame rate of " + FormatNumber(fps, 9) + " does not go with " +
+    throw RateError("a frame rate of " + FormatShort(fps) + " does not go with " +
                     std::to_string(rate) + " Hz: a frame must take 1 to 96000 samples");
 }
 

@@ -155,7 +155,7 @@ void CheckSpeed(Item& item) {
         item.speedProblem = "reversed sound cannot be rendered; it is muted";
     } else if (!(item.speed >= MIN_SPEED && item.speed <= MAX_SPEED)) {
         item.speedProblem =
-            "a speed of " + FormatNumber(item.speed, 6) + " is outside 0.01 to 100; it is muted";
+            "a speed of " + FormatShort(item.speed) + " is outside 0.01 to 100; it is muted";
     }
 }
 

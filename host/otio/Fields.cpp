@@ -12,9 +12,15 @@ namespace {
 
 using nlohmann::json;
 
+/// What a value is, with its article.
+std::string TypeName(const json& value) {
+    const std::string name = value.type_name();
+    return (name == "array" || name == "object" ? "an " : "a ") + name;
+}
+
 [[noreturn]] void Refuse(const Place& place, const std::string& field, const json& value,
                          const char* wanted) {
-    throw DocumentError(OneLine(ToText(place)) + ": " + field + " is a " + value.type_name() +
+    throw DocumentError(OneLine(ToText(place)) + ": " + field + " is " + TypeName(value) +
                         ", not a " + wanted);
 }
 
@@ -100,7 +106,7 @@ bool BoolMember(const json& object, const char* key, bool fallback, const Place&
     const json* member = Member(object, key);
     if (member == nullptr || member->is_null()) return fallback;
     if (member->is_boolean()) return member->get<bool>();
-    report.Add(key, place, std::string("it is a ") + member->type_name() + " and is passed over");
+    report.Add(key, place, "it is " + TypeName(*member) + " and is passed over");
     return fallback;
 }
 

@@ -197,10 +197,14 @@ private:
     bool keptNext_ = false;
 };
 
-/// The parser's message without its own prefix, or as it is.
+constexpr std::size_t MAX_REASON = 160;
+
+/// The parser's message without its own prefix, and without the end of what it quotes of the file.
 std::string Reason(const std::string& message) {
     const std::size_t colon = message.find(": ");
-    return OneLine(colon == std::string::npos ? message : message.substr(colon + 2));
+    const std::string reason =
+        OneLine(colon == std::string::npos ? message : message.substr(colon + 2));
+    return reason.size() <= MAX_REASON ? reason : reason.substr(0, MAX_REASON) + "...";
 }
 
 bool DocumentBuilder::parse_error(std::size_t position, const std::string&,

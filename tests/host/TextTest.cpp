@@ -56,6 +56,12 @@ TEST(FormatNumber, LeavesNeedlessZerosOut) {
     EXPECT_EQ(FormatNumber(100.0, 0), "100");
 }
 
+TEST(FormatShort, NamesNumbersOfAnySize) {
+    EXPECT_EQ(FormatShort(29.97), "29.97");
+    EXPECT_EQ(FormatShort(1e-9), "1e-09");
+    EXPECT_EQ(FormatShort(48000.0), "48000");
+}
+
 TEST(FormatDuration, CountsHoursMinutesSecondsAndMilliseconds) {
     EXPECT_EQ(FormatDuration(62.5), "0:01:02.500");
     EXPECT_EQ(FormatDuration(36000.0), "10:00:00.000");
