@@ -59,8 +59,9 @@ bool ReadSource(AudioMixerImpl& mixer, const std::shared_ptr<project::Project>& 
         std::memset(samples.data() + static_cast<std::size_t>(valid) * FRAME_BYTES, 0,
                     static_cast<std::size_t>(wanted - valid) * FRAME_BYTES);
     }
+    if (got < 1 && wanted != 0) return false;
     range.endExclusive = range.first + got;
-    return got > 0 || wanted == 0;
+    return true;
 }
 
 int Render(AudioMixerImpl& mixer, const std::shared_ptr<project::Project>& project,
