@@ -1,0 +1,191 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "sonrel/Export.h"
+#include "sonrel/contracts/zrtl/ZRID.h"
+#include "sonrel/mixer/AudioMetrics.h"
+
+namespace orlo::project {
+class CompositionAsset;
+class EditorSequence;
+class MediaAsset;
+class Project;
+}  // namespace orlo::project
+
+namespace orlo::sonrel {
+
+class AbstractAudioMeterObserver;
+class Sonrel;
+struct PlaybackEngineImpl;
+
+/// Plays a media asset, a sequence or a composition on the sound device, and tells which video
+/// frame is being heard: the sound is the clock, the host shows the pictures.
+///
+/// A sample is a stereo frame of 16-bit values at the sample rate of the project or target.
+/// Positions are in samples or video frames from the beginning of the target. The targets are held
+/// weakly: one that the host deletes turns into NotInitialized or silence.
+///
+/// The engine object makes the playback engine (Sonrel::InitializePlaybackEngine) and must outlive
+/// it: a host drops every reference to a playback engine before its last reference to the Sonrel.
+///
+/// Threads: commands come from one thread at a time, and the host mixes nothing on the same engine
+/// object while a run is under way. IsPlaying and CurrentPlaybackVideoFrame may be asked from any
+/// thread while no set-up runs. A run has a worker of its own, which mixes; observers and the
+/// completion callback are called on the device's thread when a run ends by itself. Commands may be
+/// given from there while no other thread gives one, except dropping the last reference to the
+/// engine; no lock is held meanwhile.
+class SONREL_EXPORT PlaybackEngine {
+public:
+    /// What CurrentPlaybackVideoFrame answers while nothing has been heard yet: -1.
+    static const int NO_FRAME;
+
+    /// Result of the commands. The numbers have gaps; those between are never returned.
+    enum class Err : int {
+        NoError = 0,
+        AudioLibraryLoadFailed = 2,   ///< the sound library cannot be loaded
+        AudioEngineCreateFailed = 3,  ///< the sound output cannot be made
+        MasteringVoiceFailed = 4,     ///< the output does not open: among others, no sound device
+        SourceVoiceFailed = 5,        ///< the voice cannot be made
+        NoMediaStream = 6,            ///< a media asset with neither sound nor picture
+        UnsupportedChannelCount = 7,  ///< the channel count is not 2
+        UnsupportedSampleRate = 8,    ///< the sample rate lies outside 8000 to 96000 hertz
+        NotInitialized = 10,          ///< not set up, or the object to play is gone
+        PlaybackFailed = 11,          ///< the voice refused; or SkipToFrame while nothing plays
+        Busy = 12,                    ///< PlayFrame while something plays or is still queued
+        NotPlaying = 13,              ///< FlushQueuedPlaybackSamples while nothing plays
+        OutOfRange = 14,              ///< the frame or sample lies outside the target
+        FlushFailed = 18,             ///< a flush was not answered in time, or the voice refused
+    };
+
+    /// What the engine is set up on.
+    enum class InitializationType : int { None = 0, MediaAsset = 1, Sequence = 2, Composition = 3 };
+
+    enum class PlaybackDirection : int { Forward = 0, Reverse = 1 };
+
+    /// Ends a run, as Stop does, but tells no observer, and closes the device.
+    ~PlaybackEngine();
+    PlaybackEngine(const PlaybackEngine&) = delete;
+    PlaybackEngine& operator=(const PlaybackEngine&) = delete;
+
+    /// Sets the engine up on a media asset: at the sample rate of the project's sequence, and the
+    /// frame rate of the picture, or of the sound without one. Its levels are never metered. A
+    /// picture without sound, or without conformed sound yet, plays as silence for its length.
+    ///
+    /// A target that is held already and has changed in nothing that counts here (rate, length,
+    /// frame rate) gives the result of its former set-up, a failure too, and nothing else happens.
+    /// Otherwise a run that plays ends, without a word to observers and without completion, and
+    /// voices and buffers are built anew.
+    /// @return NoError; NoMediaStream; UnsupportedSampleRate, which leaves a run playing;
+    ///         MasteringVoiceFailed; SourceVoiceFailed
+    Err Initialize(const std::shared_ptr<project::Project>& project,
+                   const std::shared_ptr<project::MediaAsset>& asset);
+
+    /// Sets the engine up on a sequence, at the rates of its settings; all else as above, where the
+    /// number of tracks counts too.
+    Err Initialize(const std::shared_ptr<project::Project>& project,
+                   const std::shared_ptr<project::EditorSequence>& sequence);
+
+    /// Sets the engine up on a composition, at the rates of its settings; all else as above.
+    Err Initialize(const std::shared_ptr<project::Project>& project,
+                   const std::shared_ptr<project::CompositionAsset>& composition);
+
+    /// Sets the engine up again on what it holds, after a change of length, rate or track count.
+    /// @return what Initialize gives; NotInitialized without a target or when it is gone
+    Err Refresh();
+
+    /// Whether a set-up stands.
+    bool IsInitialized() const;
+    InitializationType InitializedType() const;
+    /// The identity of the target; null without one or when it is gone.
+    zrtl::ZRID InitializedObjectID() const;
+
+    /// Makes one video frame sound, as a host does while its user scrubs. Mixes on the caller's
+    /// thread; no run begins, IsPlaying stays false and CurrentPlaybackVideoFrame stays as it was.
+    /// The former single frame is cut off, and a stored completion callback is dropped.
+    /// Observers get OnMeterUpdate with the levels of the frame.
+    ///
+    /// What the buffer holds behind the end of the target is not cleared: after the last frame the
+    /// rest of an earlier one may sound.
+    /// @return NoError; NotInitialized; Busy during a run, which goes on, or while the device has
+    ///         not let go of the former frame yet; OutOfRange; PlaybackFailed
+    Err PlayFrame(int frame);
+
+    /// Starts a run at the sample at which a frame begins, RoundHalfAway(frame * (sampleRate /
+    /// frameRate)); all else as PlayFromSample.
+    Err PlayFromFrame(int frame, PlaybackDirection direction, int speed,
+                      std::function<void(void*)> completion, void* userData);
+
+    /// Starts a run; one that plays is stopped first, whatever comes of this one. Takes a little
+    /// more than 50 milliseconds, the head start of the worker before the sound runs.
+    ///
+    /// At a speed above 1 samples are left out, so that the pitch rises.
+    /// @param sample      from 0 to below the length of the target. In reverse the run plays what
+    ///                    lies before it, so that 0 plays nothing: such a run stays as it is until
+    ///                    it is stopped
+    /// @param speed       below 1 is taken for 1, above 4 for 4
+    /// @param completion  called once, on the device's thread, when the last buffer has been played
+    ///                    to its end; not after Stop or a set-up; may be empty
+    /// @return NoError; NotInitialized; OutOfRange; PlaybackFailed when the voice does not start
+    Err PlayFromSample(long long sample, PlaybackDirection direction, int speed,
+                       std::function<void(void*)> completion, void* userData);
+
+    /// Starts the run that plays afresh at another frame, with its direction, speed and completion
+    /// callback. Observers hear of two stops and a start.
+    /// @return what PlayFromFrame gives; PlaybackFailed while nothing plays
+    Err SkipToFrame(int frame);
+
+    /// Ends the run and what sounds. Returns when the worker is gone. Nothing wrong with stopping
+    /// while nothing plays; observers hear of it all the same.
+    /// @return NoError; NotInitialized before a set-up
+    Err Stop();
+
+    /// Drops what is queued and not yet heard, so that an edit made during a run is heard after the
+    /// buffer that sounds instead of after some 50 frames. The meters begin anew.
+    ///
+    /// Makes sense once a frame is heard: before, the run would go on from the beginning of the
+    /// target. In reverse, or above speed 1, it goes on from where the sounding buffer started plus
+    /// its own length in samples. A run whose last samples are mixed already answers no flush and
+    /// may end without calling its completion callback.
+    /// @return NoError, also when fewer than 2 buffers are queued, which changes nothing;
+    ///         NotPlaying; FlushFailed after about half a second
+    Err FlushQueuedPlaybackSamples();
+
+    /// Whether a run is under way, its last buffers included.
+    bool IsPlaying() const;
+
+    /// The video frame of the buffer that began to sound last; NO_FRAME from the start of a run to
+    /// its first buffer, and before the first run. Stays at the last frame after a run.
+    int CurrentPlaybackVideoFrame() const;
+
+    /// Adds an observer behind those there are; one that is added twice is told everything twice.
+    /// Takes effect for the end of a run with the next play command.
+    /// @param observer  not null; lives until it is removed and the run that plays has ended
+    void AddMeterObserver(AbstractAudioMeterObserver* observer);
+
+    /// Removes every occurrence of an observer; an unknown one changes nothing. The end of the run
+    /// that plays is told to it all the same.
+    void RemoveMeterObserver(AbstractAudioMeterObserver* observer);
+
+    /// The levels of what is being heard, in blocks of 100 milliseconds. Blocks that went by since
+    /// the last call are merged into the answer: greatest peaks, any clipping, summed sample
+    /// counts. For a run that began with observers; a media asset has no levels.
+    /// @return without tracks and all 0 while nothing is heard or measured
+    AudioMetrics CurrentPlaybackMetrics() const;
+
+private:
+    friend class Sonrel;
+    friend struct PlaybackEngineAccess;
+
+    explicit PlaybackEngine(Sonrel* owner);
+
+    static Err Create(Sonrel* owner, std::shared_ptr<PlaybackEngine>& engine);
+    void Uninitialize();
+    void UpdatePlayback();
+
+    std::unique_ptr<PlaybackEngineImpl> impl_;
+};
+
+}  // namespace orlo::sonrel
