@@ -1,0 +1,214 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/caches/WaveformPreview.h"
+
+#include <QImage>
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+#include <vector>
+
+#include "sonrel/caches/PeakFile.h"
+#include "sonrel/caches/detail/WaveformPainter.h"
+#include "sonrel/contracts/zrtl/Numbers.h"
+#include "sonrel/contracts/zrtl/Timing.h"
+
+namespace orlo::sonrel {
+
+struct WaveformPreviewImpl {
+    WaveformPreview::Color backgroundColor{0, 0, 0, 0};
+    WaveformPreview::Color waveformColor{0, 0, 0, 255};
+    std::int64_t previewStart = 0;
+    std::int64_t previewEnd = 0;
+    WaveformPreview::Style previewStyle = WaveformPreview::Style::RMSEnvelope;
+    WaveformPreview::Scale previewScale = WaveformPreview::Scale::Linear;
+    std::int32_t sampleRate = 0;
+    std::int64_t sampleCount = 0;
+    std::int32_t channelCount = 0;
+    std::wstring peakFilePath;
+};
+
+namespace {
+
+using Format = WaveformPreview::Format;
+using Style = WaveformPreview::Style;
+
+constexpr int MAX_CHANNELS = 16;
+
+/// The blocks of a range; end exclusive.
+struct BlockRange {
+    int first;
+    int end;
+};
+
+std::int64_t SecondsToSamples(double seconds, int sampleRate) {
+    return zrtl::TruncToInt64(zrtl::RoundHalfAway(seconds * sampleRate));
+}
+
+QImage::Format PixelFormat(Format format) {
+    return format == Format::RGB888 ? QImage::Format_RGB888 : QImage::Format_ARGB32;
+}
+
+/// What an image takes, without making one: rows of whole 32-bit words. 2147483647 stands for that
+/// many bytes or more.
+int ImageBytes(int width, int height, Format format) {
+    if (width <= 0 || height <= 0) return 0;
+    const std::int64_t bits = format == Format::RGB888 ? 24 : 32;
+    const std::int64_t rowBytes = (width * bits + 31) / 32 * 4;
+    constexpr std::int64_t LIMIT = std::numeric_limits<int>::max();
+    return rowBytes > LIMIT / height ? static_cast<int>(LIMIT)
+                                     : static_cast<int>(rowBytes * height);
+}
+
+/// The blocks that hold the range, within the file. A range behind the last block shows that block.
+BlockRange BlocksOf(const WaveformPreviewImpl& settings, const PeakFile& file) {
+    const double samplesPerBlock = file.SamplesPerBlock();
+    const int blocks = file.BlockCount();
+    const auto start = static_cast<double>(settings.previewStart);
+    const auto end = static_cast<double>(settings.previewEnd);
+    BlockRange range{zrtl::TruncToInt32(std::floor(start / samplesPerBlock)),
+                     zrtl::TruncToInt32(std::ceil(end / samplesPerBlock))};
+    range.first = std::min(std::max(range.first, 0), blocks - 1);
+    range.end = std::min(std::max(range.end, 0), blocks);
+    return range;
+}
+
+/// Blocks for each point, so that no more points come out than pixels.
+double StepOf(const BlockRange& range, int width) {
+    const int count = range.end - range.first;
+    return count > width ? static_cast<double>(count) / width : 1.0;
+}
+
+/// Reads the range and draws it, a column for each point.
+/// @return whether the range could be read
+bool DrawRange(const WaveformPreviewImpl& settings, PeakFile& file, int width,
+               const detail::WaveformLook& look, QImage* drawing) {
+    const BlockRange range = BlocksOf(settings, file);
+    if (range.end < range.first) return false;
+    const double step = StepOf(range, width);
+    if (look.style == Style::RMSEnvelope) {
+        std::vector<unsigned char> amplitudes;
+        if (file.GetRMSAmplitude(range.first, range.end, step, amplitudes) !=
+            PeakFile::Result::Ok) {
+            return false;
+        }
+        *drawing = detail::PaintEnvelope(look, amplitudes);
+        return true;
+    }
+    std::vector<signed char> peaks;
+    if (file.GetChannelPeaks(range.first, range.end, step, peaks) != PeakFile::Result::Ok) {
+        return false;
+    }
+    *drawing = detail::PaintPeaks(look, peaks, settings.channelCount);
+    return true;
+}
+
+/// The drawing at the wanted width. A smooth scaling leaves its own pixel format, which is not
+/// converted back: a host gets the finished pixels at no further cost, and reads their layout from
+/// the header's words.
+QImage Stretch(const QImage& drawing, int width, int height) {
+    if (drawing.isNull() || drawing.width() == width) return drawing;
+    return drawing.scaled(width, height, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+}
+
+int CopyImage(const QImage& image, unsigned char* buffer, int bufferBytes) {
+    const std::int64_t bytes = image.sizeInBytes();
+    if (bytes == 0) return 0;
+    if (buffer == nullptr) return WaveformPreview::BUFFER_REFUSED;
+    if (bytes > bufferBytes) {
+        std::memset(buffer, 0, static_cast<std::size_t>(bufferBytes));
+        return WaveformPreview::BUFFER_REFUSED;
+    }
+    std::memcpy(buffer, image.constBits(), static_cast<std::size_t>(bytes));
+    return 0;
+}
+
+}  // namespace
+
+WaveformPreview::WaveformPreview(int sampleRate, long long sampleCount, int channelCount,
+                                 const std::wstring& peakFilePath)
+    : impl_(std::make_unique<WaveformPreviewImpl>()) {
+    if (channelCount > MAX_CHANNELS) throw std::runtime_error("Unsupported channel count");
+    if (peakFilePath.empty()) throw std::runtime_error("Waveform peak file error");
+    impl_->previewEnd = sampleCount;
+    impl_->sampleRate = sampleRate;
+    impl_->sampleCount = sampleCount;
+    impl_->channelCount = channelCount;
+    impl_->peakFilePath = peakFilePath;
+}
+
+WaveformPreview::~WaveformPreview() = default;
+
+WaveformPreview::Color WaveformPreview::BackgroundColor() const {
+    return impl_->backgroundColor;
+}
+
+void WaveformPreview::SetBackgroundColor(const Color& color) {
+    impl_->backgroundColor = color;
+}
+
+WaveformPreview::Color WaveformPreview::WaveformColor() const {
+    return impl_->waveformColor;
+}
+
+void WaveformPreview::SetWaveformColor(const Color& color) {
+    impl_->waveformColor = color;
+}
+
+std::pair<long long, long long> WaveformPreview::PreviewRangeSamples() const {
+    return {impl_->previewStart, impl_->previewEnd};
+}
+
+void WaveformPreview::SetPreviewRangeSamples(long long start, long long end) {
+    impl_->previewStart = std::max<std::int64_t>(start, 0);
+    impl_->previewEnd = std::min<std::int64_t>(end, impl_->sampleCount);
+}
+
+void WaveformPreview::SetPreviewRangeTime(double start, double end) {
+    SetPreviewRangeSamples(SecondsToSamples(start, impl_->sampleRate),
+                           SecondsToSamples(end, impl_->sampleRate));
+}
+
+void WaveformPreview::ClearPreviewRange() {
+    impl_->previewStart = 0;
+    impl_->previewEnd = impl_->sampleCount;
+}
+
+WaveformPreview::Style WaveformPreview::PreviewStyle() const {
+    return impl_->previewStyle;
+}
+
+void WaveformPreview::SetPreviewStyle(Style style) {
+    impl_->previewStyle = style;
+}
+
+WaveformPreview::Scale WaveformPreview::PreviewScale() const {
+    return impl_->previewScale;
+}
+
+void WaveformPreview::SetPreviewScale(Scale scale) {
+    impl_->previewScale = scale;
+}
+
+int WaveformPreview::CreateImage(int width, int height, Format format, unsigned char* buffer,
+                                 int bufferBytes) const {
+    if (impl_->previewEnd < impl_->previewStart) return RANGE_REVERSED;
+    const int needed = ImageBytes(width, height, format);
+    if (needed > bufferBytes) return needed;
+    QImage drawing;
+    {
+        PeakFile file;
+        if (!file.Open(impl_->peakFilePath)) return PEAK_FILE_NOT_OPENED;
+        if (file.ChannelCount() != impl_->channelCount) return OTHER_CHANNEL_COUNT;
+        const detail::WaveformLook look{impl_->previewStyle,    impl_->previewScale,
+                                        impl_->backgroundColor, impl_->waveformColor,
+                                        PixelFormat(format),    height};
+        if (!DrawRange(*impl_, file, width, look, &drawing)) return PEAK_FILE_READ_FAILED;
+    }
+    return CopyImage(Stretch(drawing, width, height), buffer, bufferBytes);
+}
+
+}  // namespace orlo::sonrel
