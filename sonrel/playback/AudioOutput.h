@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "sonrel/Export.h"
+
+namespace orlo::sonrel {
+
+/// What an output takes its samples from: interleaved stereo, signed 16-bit, left first.
+///
+/// Threads: Pull and ReadyFrames on the output's own thread, one call at a time. That thread is the
+/// one on which playback reports which buffer sounds and that a run has ended.
+class SONREL_EXPORT AudioOutputSource {
+public:
+    virtual ~AudioOutputSource() = default;
+
+    /// Takes the next frames, in real time: allocates nothing, takes no lock and never waits, but
+    /// for what a host does in its completion callback and in its observers.
+    /// @param output      room for 2 * frameCount values; what the queue cannot fill is silence.
+    /// May
+    ///                    be null when frameCount is 0
+    /// @param frameCount  stereo frames; 0 takes nothing and reports what a flush has dropped
+    /// @return the frames at the start of @p output that came from queued buffers
+    virtual int Pull(short* output, int frameCount) = 0;
+
+    /// The frames left of the buffer that sounds, or of the one that would begin now; 0 while the
+    /// voice is stopped or has nothing queued.
+    virtual int ReadyFrames() = 0;
+};
+
+/// A place that sound goes to: it opens at a rate, pulls at its own pace and closes.
+///
+/// A host that has an output of its own derives from this class; VirtualOutput is one for tests and
+/// for machines without sound.
+///
+/// Threads: Open and Close on the thread that sets playback up, Wake on any.
+class SONREL_EXPORT AudioOutput {
+public:
+    virtual ~AudioOutput() = default;
+
+    /// Opens the output and starts to pull, until Close. Only called while it is closed.
+    /// @param sampleRate  stereo frames a second, 8000 to 96000; nothing above the output converts
+    /// @param source      held until the last pull has returned
+    /// @return false when there is no device, or when it refuses the rate
+    virtual bool Open(int sampleRate, std::shared_ptr<AudioOutputSource> source) = 0;
+
+    /// Ends the pulling. No pull runs or comes once this has returned, except when it is called
+    /// from inside a pull: then that pull is the last. Does nothing on a closed output.
+    virtual void Close() = 0;
+
+    /// Tells that the source has changed: a buffer was queued, the voice was started, or a flush
+    /// has dropped buffers. An output that does not pull of its own accord pulls 0 frames soon; any
+    /// other may do nothing. Never waits; may be called from inside a pull.
+    virtual void Wake() {}
+};
+
+/// Makes the output of a playback engine.
+using AudioOutputFactory = std::function<std::shared_ptr<AudioOutput>()>;
+
+/// Sets what the playback engines made from now on play on. There is one setting a process; it is
+/// read by Sonrel::InitializePlaybackEngine, which runs the factory once. A factory that gives an
+/// empty pointer or throws a std::exception makes that call fail with Err::AudioEngineCreateFailed.
+/// @param factory  empty for the sound device, which is also what holds at the start
+///
+/// Threads: any.
+SONREL_EXPORT void SetAudioOutputFactory(AudioOutputFactory factory);
+
+}  // namespace orlo::sonrel
