@@ -6,7 +6,7 @@
 
 #include "sonrel/caches/LogFile.h"
 #include "sonrel/caches/detail/CacheFile.h"
-#include "sonrel/contracts/media.h"
+#include "sonrel/caches/detail/MediaSource.h"
 #include "sonrel/contracts/project.h"
 #include "sonrel/contracts/zrtl/ZRCriticalSection.h"
 #include "sonrel/engine/Sonrel.h"
@@ -19,8 +19,6 @@ using detail::MediaKey;
 using project::LogFile;
 using project::MediaAsset;
 using project::MediaDB;
-using zrh::media::ZRAbstractAudioStream;
-using zrh::media::ZRAbstractMediaFile;
 using zrtl::thread::ZRScopedLock;
 
 namespace {
@@ -53,37 +51,13 @@ private:
     int sampleRate_;
 };
 
-struct ReleaseMediaFile {
-    void operator()(ZRAbstractMediaFile* file) const { zrh::media::ZRMediaFileRelease(file); }
-};
-using MediaFile = std::unique_ptr<ZRAbstractMediaFile, ReleaseMediaFile>;
-
-/// @throws zrh::media::ZRMediaException when the file cannot be opened
-MediaFile OpenMediaFile(const std::wstring& mediaPath) {
-    ZRAbstractMediaFile* file = nullptr;
-    const int code = zrh::media::ZRMediaFileCreate(mediaPath.c_str(), &file,
-                                                   zrh::media::ZRMediaReaderType::Default);
-    if (code != 0) throw zrh::media::ZRMediaException(code);
-    return MediaFile(file);
-}
-
-/// The audio stream of that index, counted among the audio streams alone; empty when there is none.
-std::shared_ptr<ZRAbstractAudioStream> FindAudioStream(ZRAbstractMediaFile& file, int streamIndex) {
-    int audioStreams = 0;
-    for (const auto& stream : file.Streams()) {
-        if (stream->StreamType() != 0) continue;
-        if (audioStreams == streamIndex) return stream;
-        ++audioStreams;
-    }
-    return nullptr;
-}
-
 bool ConvertToCacheFile(const MediaKey& key, int sampleRate, const std::wstring& cachePath) {
     try {
-        const MediaFile file = OpenMediaFile(key.mediaPath);
+        const detail::MediaFile file = detail::OpenMediaFile(key.mediaPath);
         file->SetReadOption(1);
         if (file->Prepare() != 0) return false;
-        const auto stream = FindAudioStream(*file, key.streamIndex);
+        const auto stream =
+            detail::FindAudioStream(*file, static_cast<unsigned long long>(key.streamIndex));
         if (stream == nullptr) return false;
         return zrh::media::ZRAudioConverter::Convert(stream, cachePath,
                                                      static_cast<unsigned int>(sampleRate)) == 0;

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/caches/WaveformPeakFileHelper.h"
+
+#include <exception>
+#include <optional>
+
+#include "sonrel/caches/LogFile.h"
+#include "sonrel/caches/PeakFile.h"
+#include "sonrel/caches/detail/CacheFile.h"
+#include "sonrel/contracts/project.h"
+#include "sonrel/contracts/zrtl/ZRCriticalSection.h"
+
+namespace orlo::sonrel {
+
+using detail::CacheFilePlace;
+using detail::CacheRecord;
+using detail::MediaKey;
+using project::LogFile;
+using project::MediaAsset;
+using project::MediaDB;
+using zrtl::thread::ZRScopedLock;
+
+namespace {
+
+class PeakRecord final : public CacheRecord {
+public:
+    PeakRecord(MediaDB& database, const MediaKey& key) : database_(database), key_(key) {}
+
+    bool Find(std::wstring* name) const override {
+        return database_.GetPeakFilename(key_.mediaPath, key_.fingerprint, key_.streamIndex, name);
+    }
+    void Add(const std::wstring& name) override {
+        database_.AddPeakFile(key_.mediaPath, key_.fingerprint, key_.streamIndex, name);
+    }
+    void Touch() override {
+        database_.TouchPeakFile(key_.mediaPath, key_.fingerprint, key_.streamIndex);
+    }
+    void Remove() override {
+        database_.RemovePeakFile(key_.mediaPath, key_.fingerprint, key_.streamIndex);
+    }
+
+private:
+    MediaDB& database_;
+    const MediaKey& key_;
+};
+
+bool MakePeakFile(const std::shared_ptr<MediaAsset>& asset, const std::wstring& cachePath) {
+    try {
+        return PeakFile::Create(asset, cachePath, PeakFile::CreateMode::Auto) == 0;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+}  // namespace
+
+namespace WaveformPeakFileHelper {
+
+std::wstring CreateWaveformPeakFile(const std::shared_ptr<MediaAsset>& asset,
+                                    const std::wstring& cacheFolder,
+                                    const std::shared_ptr<LogFile>& log,
+                                    const std::shared_ptr<MediaDB>& database,
+                                    bool includeAllCodecs) {
+    if (cacheFolder.empty()) return {};
+    if (!detail::IsCached(*asset, includeAllCodecs)) return {};
+    const MediaKey key = detail::KeyOf(*asset);
+
+    // An asset that outlived its project has no lock and so gets no file.
+    const std::shared_ptr<project::MediaManager> manager = asset->MediaManager();
+    if (manager == nullptr) return {};
+    const ZRScopedLock lock(manager->WaveformPeakFileCS(key.mediaPath));
+
+    std::optional<PeakRecord> record;
+    if (database != nullptr) record.emplace(*database, key);
+    const CacheFilePlace place{key.mediaPath, cacheFolder, L".xwpk", log.get()};
+    return detail::FindOrMakeCacheFile(
+        place, record ? &*record : nullptr,
+        [&](const std::wstring& cachePath) { return MakePeakFile(asset, cachePath); });
+}
+
+void SetWaveformPreviewAvailable(const std::shared_ptr<MediaAsset>& asset,
+                                 const std::wstring& peakFilePath) {
+    const auto& stream = asset->AudioStream();
+    if (stream == nullptr) return;
+    // The path first: a reader that sees the flag finds the path set.
+    stream->SetWaveformPeakFilePath(peakFilePath);
+    stream->SetWaveformPreviewAvailable(true);
+}
+
+void SetWaveformPreviewAvailable(const std::shared_ptr<MediaAsset>& asset,
+                                 const std::wstring& cacheFolder,
+                                 const std::shared_ptr<LogFile>& log,
+                                 const std::shared_ptr<MediaDB>& database, bool includeAllCodecs) {
+    SetWaveformPreviewAvailable(
+        asset, CreateWaveformPeakFile(asset, cacheFolder, log, database, includeAllCodecs));
+}
+
+}  // namespace WaveformPeakFileHelper
+
+}  // namespace orlo::sonrel

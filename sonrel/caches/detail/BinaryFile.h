@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <string>
+#include <utility>
+
+namespace orlo::project::utility {
+
+/// One C file stream of bytes.
+///
+/// Threads: one at a time.
+class BinaryFile {
+public:
+    BinaryFile() = default;
+    ~BinaryFile() { Close(); }
+    BinaryFile(BinaryFile&& other) noexcept : stream_(std::exchange(other.stream_, nullptr)) {}
+    BinaryFile& operator=(BinaryFile&& other) noexcept;
+
+    /// Opens a file; one that is open already is closed first.
+    bool OpenForReading(const std::wstring& path);
+    /// Opens a file and empties it; one that is open already is closed first.
+    bool OpenForWriting(const std::wstring& path);
+    /// Closes the file, if one is open.
+    /// @return false when the last bytes could not be written
+    bool Close();
+    bool IsOpen() const { return stream_ != nullptr; }
+
+    /// @param origin  SEEK_SET, SEEK_CUR or SEEK_END
+    bool Seek(long long offset, int origin);
+    /// Reads one item. @return whether it was read whole
+    bool Read(void* item, std::size_t size);
+    /// Reads as much as there is, up to @p size bytes. @return the bytes read
+    std::size_t ReadSome(void* bytes, std::size_t size);
+    /// Writes one item. @return whether it was taken whole
+    bool Write(const void* item, std::size_t size);
+    /// Hands what was written so far to the system.
+    bool Flush();
+
+private:
+    bool Open(const std::wstring& path, const char* mode);
+
+    std::FILE* stream_ = nullptr;
+};
+
+}  // namespace orlo::project::utility
