@@ -86,6 +86,8 @@ double StepOf(const BlockRange& range, int width) {
 /// @return whether the range could be read
 bool DrawRange(const WaveformPreviewImpl& settings, PeakFile& file, int width,
                const detail::WaveformLook& look, QImage* drawing) {
+    // A count beyond 2147483647 reads as a negative one, and no range lies in such a file.
+    if (file.BlockCount() < 1) return false;
     const BlockRange range = BlocksOf(settings, file);
     if (range.end < range.first) return false;
     const double step = StepOf(range, width);

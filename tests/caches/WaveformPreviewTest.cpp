@@ -1,0 +1,344 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/caches/WaveformPreview.h"
+
+#include <gtest/gtest.h>
+
+#include <QImage>
+#include <climits>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+
+#include "tests/caches/WaveformFixture.h"
+
+namespace sonrel_tests {
+namespace {
+
+using orlo::sonrel::WaveformPreview;
+using Color = WaveformPreview::Color;
+using Format = WaveformPreview::Format;
+using Scale = WaveformPreview::Scale;
+using Style = WaveformPreview::Style;
+using Range = std::pair<long long, long long>;
+
+std::string WordsOfConstructor(int channels, const std::wstring& path) {
+    try {
+        const WaveformPreview preview(48000, 1000, channels, path);
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "nothing";
+}
+
+// ---- construction and settings
+
+TEST(WaveformPreview, SixteenChannelsAreTakenAndSeventeenRefused) {
+    EXPECT_EQ(WordsOfConstructor(16, L"a.xwpk"), "nothing");
+    EXPECT_EQ(WordsOfConstructor(17, L"a.xwpk"), "Unsupported channel count");
+}
+
+TEST(WaveformPreview, ChannelCountsHaveNoLowerLimit) {
+    EXPECT_EQ(WordsOfConstructor(0, L"a.xwpk"), "nothing");
+    EXPECT_EQ(WordsOfConstructor(-5, L"a.xwpk"), "nothing");
+}
+
+TEST(WaveformPreview, AnEmptyPathIsRefused) {
+    EXPECT_EQ(WordsOfConstructor(2, L""), "Waveform peak file error");
+}
+
+TEST(WaveformPreview, TheChannelCountIsLookedAtBeforeThePath) {
+    EXPECT_EQ(WordsOfConstructor(17, L""), "Unsupported channel count");
+}
+
+TEST(WaveformPreview, BeginsBlackOnClearAsALinearEnvelopeOfTheWholeStream) {
+    const WaveformPreview preview(48000, 1000, 2, L"a.xwpk");
+
+    EXPECT_EQ(preview.BackgroundColor(), (Color{0, 0, 0, 0}));
+    EXPECT_EQ(preview.WaveformColor(), (Color{0, 0, 0, 255}));
+    EXPECT_EQ(preview.PreviewRangeSamples(), Range(0, 1000));
+    EXPECT_EQ(preview.PreviewStyle(), Style::RMSEnvelope);
+    EXPECT_EQ(preview.PreviewScale(), Scale::Linear);
+}
+
+TEST(WaveformPreview, SettingsAreReadBack) {
+    WaveformPreview preview(48000, 1000, 2, L"a.xwpk");
+
+    preview.SetBackgroundColor({1, 2, 3, 4});
+    preview.SetWaveformColor({5, 6, 7, 8});
+    preview.SetPreviewStyle(Style::ChannelsOverlaid);
+    preview.SetPreviewScale(Scale::Logarithmic);
+
+    EXPECT_EQ(preview.BackgroundColor(), (Color{1, 2, 3, 4}));
+    EXPECT_EQ(preview.WaveformColor(), (Color{5, 6, 7, 8}));
+    EXPECT_EQ(preview.PreviewStyle(), Style::ChannelsOverlaid);
+    EXPECT_EQ(preview.PreviewScale(), Scale::Logarithmic);
+}
+
+TEST(WaveformPreview, EnumeratorsHaveTheValuesThatHostsStore) {
+    EXPECT_EQ(static_cast<int>(Style::ChannelLanes), 0);
+    EXPECT_EQ(static_cast<int>(Style::ChannelsOverlaid), 1);
+    EXPECT_EQ(static_cast<int>(Style::RMSEnvelope), 2);
+    EXPECT_EQ(static_cast<int>(Scale::Linear), 0);
+    EXPECT_EQ(static_cast<int>(Scale::Logarithmic), 1);
+    EXPECT_EQ(static_cast<int>(Format::RGB888), 0);
+    EXPECT_EQ(static_cast<int>(Format::ARGB32), 1);
+    EXPECT_EQ(sizeof(Color), 4u);
+}
+
+TEST(WaveformPreview, ARangeOfSamplesIsLimitedToTheStream) {
+    WaveformPreview preview(48000, 1000, 2, L"a.xwpk");
+
+    preview.SetPreviewRangeSamples(-1, 1001);
+    EXPECT_EQ(preview.PreviewRangeSamples(), Range(0, 1000));
+    preview.SetPreviewRangeSamples(1, 999);
+    EXPECT_EQ(preview.PreviewRangeSamples(), Range(1, 999));
+}
+
+TEST(WaveformPreview, AReversedRangeOfSamplesIsTakenAsItIs) {
+    WaveformPreview preview(48000, 1000, 2, L"a.xwpk");
+
+    preview.SetPreviewRangeSamples(2000, -3);
+
+    EXPECT_EQ(preview.PreviewRangeSamples(), Range(2000, -3));
+}
+
+TEST(WaveformPreview, ARangeOfTimeIsLimitedToTheStream) {
+    WaveformPreview preview(48000, 96000, 2, L"a.xwpk");
+
+    preview.SetPreviewRangeTime(-0.5, 7.0);
+
+    EXPECT_EQ(preview.PreviewRangeSamples(), Range(0, 96000));
+}
+
+TEST(WaveformPreview, ARangeOfTimeIsRoundedHalfAwayFromZero) {
+    WaveformPreview preview(1000, 96000, 2, L"a.xwpk");
+
+    preview.SetPreviewRangeTime(0.0015, 0.0024);  // samples 1.5 and 2.4
+    EXPECT_EQ(preview.PreviewRangeSamples(), Range(2, 2));
+    preview.SetPreviewRangeTime(0.0004, 0.0025);  // samples 0.4 and 2.5
+    EXPECT_EQ(preview.PreviewRangeSamples(), Range(0, 3));
+}
+
+TEST(WaveformPreview, TimesWithoutA64BitPositionLieBeforeTheStream) {
+    WaveformPreview preview(48000, 96000, 2, L"a.xwpk");
+    const double infinite = std::numeric_limits<double>::infinity();
+
+    preview.SetPreviewRangeTime(std::nan(""), infinite);
+
+    EXPECT_EQ(preview.PreviewRangeSamples(), Range(0, LLONG_MIN));
+}
+
+TEST(WaveformPreview, ClearingTheRangeGivesTheWholeStreamAgain) {
+    WaveformPreview preview(48000, 1000, 2, L"a.xwpk");
+    preview.SetPreviewRangeSamples(5, 7);
+
+    preview.ClearPreviewRange();
+
+    EXPECT_EQ(preview.PreviewRangeSamples(), Range(0, 1000));
+}
+
+// ---- results: four blocks of one channel, 128 samples
+
+class WaveformResult : public testing::Test {
+protected:
+    void SetUp() override { Write(PeakBytes(1, Envelope({255, 128, 64, 0}))); }
+
+    void Write(const std::string& bytes) { WriteFile(folder_ / "a.xwpk", bytes); }
+    WaveformPreview Preview(int channels = 1, long long samples = 128) const {
+        return {48000, samples, channels, folder_.Wide("a.xwpk")};
+    }
+
+    TemporaryFolder folder_;
+};
+
+TEST_F(WaveformResult, AnImageInTheBufferIs0) {
+    Picture picture(4, 10, Format::ARGB32);
+
+    EXPECT_EQ(picture.Draw(Preview()), 0);
+    EXPECT_TRUE(picture.Buffer().GuardsIntact());
+}
+
+TEST_F(WaveformResult, ABufferOneByteTooSmallIsToldTheBytesThatItNeeds) {
+    Picture picture(4, 10, Format::ARGB32, 4 * 4 * 10 - 1);
+
+    EXPECT_EQ(picture.Draw(Preview()), 160);
+    EXPECT_TRUE(picture.Buffer().Untouched());
+}
+
+TEST_F(WaveformResult, RowsOfThreeBytePixelsArePaddedToWords) {
+    Picture picture(5, 10, Format::RGB888, 159);
+
+    EXPECT_EQ(picture.Draw(Preview()), 160);
+}
+
+TEST_F(WaveformResult, TheNeededBytesAreThoseOfAnImageOfThatSize) {
+    for (int width = 1; width < 40; ++width) {
+        Picture rgb(width, 7, Format::RGB888, 0);
+        Picture argb(width, 7, Format::ARGB32, 0);
+        EXPECT_EQ(rgb.Draw(Preview()), QImage(width, 7, QImage::Format_RGB888).sizeInBytes());
+        EXPECT_EQ(argb.Draw(Preview()), QImage(width, 7, QImage::Format_ARGB32).sizeInBytes());
+    }
+}
+
+TEST_F(WaveformResult, ATooSmallBufferIsToldBeforeTheFileIsOpened) {
+    std::filesystem::remove(folder_ / "a.xwpk");
+    Picture picture(4, 10, Format::ARGB32, 159);
+
+    EXPECT_EQ(picture.Draw(Preview()), 160);
+}
+
+TEST_F(WaveformResult, MoreBytesThanAnIntCanTellAreTheGreatestInt) {
+    Picture picture(INT_MAX, INT_MAX, Format::RGB888, 100);
+    Picture tall(1, INT_MAX, Format::ARGB32, 100);
+
+    EXPECT_EQ(picture.Draw(Preview()), INT_MAX);
+    EXPECT_EQ(tall.Draw(Preview()), INT_MAX);
+    EXPECT_TRUE(picture.Buffer().Untouched());
+}
+
+TEST_F(WaveformResult, AMissingPeakFileIsMinus1) {
+    std::filesystem::remove(folder_ / "a.xwpk");
+    Picture picture(4, 10, Format::ARGB32);
+
+    EXPECT_EQ(picture.Draw(Preview()), -1);
+    EXPECT_TRUE(picture.Buffer().Untouched());
+}
+
+TEST_F(WaveformResult, APeakFileWithoutBlocksIsMinus1) {
+    Write(PeakHeader(1, 0));
+    Picture picture(4, 10, Format::ARGB32);
+
+    EXPECT_EQ(picture.Draw(Preview()), -1);
+}
+
+TEST_F(WaveformResult, AFileThatIsNoPeakFileIsMinus1) {
+    Picture picture(4, 10, Format::ARGB32);
+    const std::vector<std::string> strangers = {"",
+                                                "ORLOXWPK",
+                                                "RIFFxxxxWAVE and more of it",
+                                                PeakHeader(0, 4),
+                                                PeakHeader(17, 4),
+                                                PeakHeader(-1, 4)};
+    for (const std::string& bytes : strangers) {
+        Write(bytes);
+        EXPECT_EQ(picture.Draw(Preview()), -1) << testing::PrintToString(bytes);
+    }
+    EXPECT_TRUE(picture.Buffer().Untouched());
+}
+
+TEST_F(WaveformResult, AnotherChannelCountIsMinus2) {
+    Picture picture(4, 10, Format::ARGB32);
+
+    for (const int channels : {2, 0, -1}) EXPECT_EQ(picture.Draw(Preview(channels)), -2);
+    EXPECT_TRUE(picture.Buffer().Untouched());
+}
+
+TEST_F(WaveformResult, AFileCutShortIsMinus3InEveryStyle) {
+    Write(PeakBytes(1, Envelope({255, 128, 64, 0})).substr(0, 20 + 3 * 3));
+    Picture picture(4, 10, Format::ARGB32);
+    for (const Style style : {Style::ChannelLanes, Style::ChannelsOverlaid, Style::RMSEnvelope}) {
+        WaveformPreview preview = Preview();
+        preview.SetPreviewStyle(style);
+        EXPECT_EQ(picture.Draw(preview), -3);
+    }
+    EXPECT_TRUE(picture.Buffer().Untouched());
+}
+
+TEST_F(WaveformResult, ABlockCountThatTheFileDoesNotHoldIsMinus3) {
+    Picture picture(4, 10, Format::ARGB32);
+    for (const std::uint32_t blocks : {5u, 0x7fffffffu, 0x80000000u, 0xffffffffu}) {
+        Write(PeakHeader(1, blocks) + std::string(12, '\x40'));
+        EXPECT_EQ(picture.Draw(Preview(1, 1000)), -3) << blocks;
+        EXPECT_EQ(picture.Draw(Preview(1, 32LL * 0x7fffffff)), -3) << blocks;
+    }
+    EXPECT_TRUE(picture.Buffer().Untouched());
+}
+
+TEST_F(WaveformResult, ANullBufferThatIsSaidToBeLargeEnoughIsMinus4) {
+    EXPECT_EQ(Preview().CreateImage(4, 10, Format::ARGB32, nullptr, 160), -4);
+}
+
+TEST_F(WaveformResult, ANullBufferOfNoBytesIsToldTheBytesThatItNeeds) {
+    EXPECT_EQ(Preview().CreateImage(4, 10, Format::ARGB32, nullptr, 0), 160);
+}
+
+TEST_F(WaveformResult, AStretchedRGBImageOutgrowsATightBufferWhichIsZeroed) {
+    Picture picture(8, 10, Format::RGB888);  // 8 columns of 4 blocks, 24 bytes a row
+
+    EXPECT_EQ(picture.Draw(Preview()), -4);
+
+    GuardedBuffer& buffer = picture.Buffer();
+    EXPECT_EQ(std::count(buffer.Data(), buffer.Data() + buffer.Size(), 0), 240);
+    EXPECT_TRUE(buffer.GuardsIntact());
+}
+
+TEST_F(WaveformResult, AStretchedRGBImageFitsIntoFourBytesAPixel) {
+    Picture tight(8, 10, Format::RGB888, 4 * 8 * 10 - 1);
+    Picture wide(8, 10, Format::RGB888, 4 * 8 * 10);
+
+    EXPECT_EQ(tight.Draw(Preview()), -4);
+    EXPECT_EQ(wide.Draw(Preview()), 0);
+}
+
+TEST_F(WaveformResult, ARangeThatEndsBeforeItStartsIsMinus5BeforeAnythingElse) {
+    std::filesystem::remove(folder_ / "a.xwpk");
+    WaveformPreview preview = Preview();
+    preview.SetPreviewRangeSamples(64, 63);
+    Picture picture(4, 10, Format::ARGB32, 1);
+
+    EXPECT_EQ(picture.Draw(preview), -5);
+    EXPECT_TRUE(picture.Buffer().Untouched());
+}
+
+TEST_F(WaveformResult, AnEmptyRangeOnABlockBoundaryIsAnImageOfNothing) {
+    WaveformPreview preview = Preview();
+    preview.SetPreviewRangeSamples(64, 64);
+    Picture picture(4, 10, Format::ARGB32);
+
+    EXPECT_EQ(picture.Draw(preview), 0);
+    EXPECT_TRUE(picture.Buffer().Untouched());
+    EXPECT_EQ(preview.CreateImage(4, 10, Format::ARGB32, nullptr, 160), 0);
+}
+
+TEST_F(WaveformResult, ARangeBehindAShorterFileIsNoFailure) {
+    WaveformPreview preview = Preview(1, 100000);
+    preview.SetPreviewRangeSamples(50000, 60000);
+    Picture picture(4, 10, Format::ARGB32);
+
+    EXPECT_EQ(picture.Draw(preview), 0);
+    EXPECT_FALSE(picture.Buffer().Untouched());
+}
+
+TEST_F(WaveformResult, ARangeBeyondAllBlockNumbersDoesNotThrow) {
+    WaveformPreview preview = Preview(1, LLONG_MAX);
+    Picture picture(4, 10, Format::ARGB32);
+
+    EXPECT_EQ(picture.Draw(preview), 0);
+    preview.SetPreviewRangeSamples(64, LLONG_MAX);
+    EXPECT_EQ(picture.Draw(preview), -3);
+}
+
+TEST_F(WaveformResult, SizesWithoutPixelsAreNotDrawn) {
+    GuardedBuffer buffer(100);
+    for (const auto& [width, height] : {std::pair{0, 10}, {10, 0}, {10, -1}, {0, 0}}) {
+        EXPECT_EQ(Preview().CreateImage(width, height, Format::ARGB32, buffer.Data(), 100), 0);
+    }
+    EXPECT_EQ(Preview().CreateImage(-1, 10, Format::ARGB32, buffer.Data(), 100), -3);
+    EXPECT_TRUE(buffer.Untouched());
+}
+
+TEST_F(WaveformResult, AnotherFileUnderTheNameShowsAtTheNextImage) {
+    Write(PeakBytes(1, Envelope({128, 128, 128, 128})));
+    Picture picture(4, 10, Format::ARGB32);
+    const WaveformPreview preview = Preview();
+    ASSERT_EQ(picture.Draw(preview), 0);
+    EXPECT_EQ(ColumnOf(picture, 1, 0xff000000), Rows(10, 3, 9));  // 9 - 10 * 128 / 255 = 3.98
+
+    Write(PeakBytes(1, Envelope({0, 0, 0, 0})));
+    ASSERT_EQ(picture.Draw(preview), 0);
+
+    EXPECT_EQ(ColumnOf(picture, 1, 0xff000000), Rows(10, 9, 9));
+}
+
+}  // namespace
+}  // namespace sonrel_tests
