@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <memory>
 #include <random>
 
@@ -78,13 +79,16 @@ std::vector<Span> LineSpans(const std::vector<std::pair<int, int>>& limits, int 
         };
         if (x > 0) reach(visited[x - 1].back());
         if (x + 1 < visited.size()) reach(visited[x + 1].front());
-        // The painter may leave out the tip of a turn that a line of 45 degrees comes to or leaves.
-        const auto blunt = [&span, low = *low, high = *high](int row) {
-            if (row == low + 1) span.mustFirst = low + 1;
-            if (row == high - 1) span.mustLast = high - 1;
+        // The painter may leave out the pixel where a mostly level line meets a steep one, and the
+        // last pixel of all.
+        const auto blunt = [&span, low = *low, high = *high](int row, int neighbour) {
+            if (std::abs(row - neighbour) > 1) return;
+            if (row == low) span.mustFirst = low + 1;
+            if (row == high) span.mustLast = high - 1;
         };
-        if (x > 0) blunt(visited[x - 1].back());
-        if (x + 1 < visited.size()) blunt(visited[x + 1].front());
+        if (x > 0) blunt(visited[x].front(), visited[x - 1].back());
+        const bool last = x + 1 == visited.size();
+        blunt(visited[x].back(), last ? visited[x].back() : visited[x + 1].front());
         spans.push_back(span);
     }
     return spans;
