@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "sonrel/playback/AudioOutput.h"
+#include "sonrel/playback/device/SdlLibrary.h"
+
+namespace orlo::sonrel::device {
+
+struct SdlStream;
+
+/// Closes a stream that was closed from inside a pull of its own.
+struct SdlCloser {
+    std::shared_ptr<SdlStream> stream;
+    std::thread thread;
+};
+
+/// The default device of the sound library, in signed 16-bit stereo.
+///
+/// The library's audio part is brought up when the output opens, so that a missing device, a driver
+/// name that it does not know and a rate that it refuses all show there. Where the device runs at
+/// another rate than the one asked for, the library converts behind the output.
+class SdlOutput : public AudioOutput {
+public:
+    explicit SdlOutput(std::shared_ptr<const SdlLibrary> library);
+    ~SdlOutput() override;
+    SdlOutput(const SdlOutput&) = delete;
+    SdlOutput& operator=(const SdlOutput&) = delete;
+
+    bool Open(int sampleRate, std::shared_ptr<AudioOutputSource> source) override;
+    void Close() override;
+
+private:
+    const std::shared_ptr<const SdlLibrary> library_;
+    std::shared_ptr<SdlStream> stream_;
+    std::vector<SdlCloser> closers_;
+};
+
+/// Frames that the device takes at a time: the largest power of two that lasts at most 12 ms. The
+/// library's buffers misbehave at other numbers.
+int SdlPeriod(int sampleRate);
+
+}  // namespace orlo::sonrel::device

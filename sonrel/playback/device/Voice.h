@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "sonrel/playback/AudioOutput.h"
+#include "sonrel/playback/device/AudioDevice.h"
+#include "sonrel/playback/device/BufferQueue.h"
+#include "sonrel/playback/device/FlushReporter.h"
+
+namespace orlo::sonrel::device {
+
+/// The source voice behind an output: hosts queue buffers, the output pulls samples.
+///
+/// The output's thread shares only atomics with the others: it takes no lock and never waits. The
+/// lock orders the commands among themselves and is not held while a callback runs. Where a command
+/// must know that the device is done with something, it is the command that waits: Stop and a flush
+/// for the copy of samples or the OnBufferStart under way, Detach for the whole pull. A command
+/// that comes from inside a callback waits for none of these.
+///
+/// Threads: Pull and ReadyFrames on the output's thread, everything else on any.
+class Voice : public AudioOutputSource {
+public:
+    /// A voice without listener, which is silent.
+    /// @param output  woken when there is something new to pull; not kept alive
+    explicit Voice(std::weak_ptr<AudioOutput> output);
+    ~Voice() override;
+    Voice(const Voice&) = delete;
+    Voice& operator=(const Voice&) = delete;
+
+    /// Makes @p events the listener. @return false when there is one
+    bool Attach(VoiceEvents& events);
+    /// Stops, drops the queue without a word and lets go of the listener.
+    void Detach();
+
+    bool Submit(const SourceBuffer& buffer);
+    void Start();
+    void Stop();
+    void Flush();
+    unsigned int BuffersQueued() const { return queue_.Count(); }
+
+    int Pull(short* output, int frameCount) override;
+    int ReadyFrames() override;
+
+private:
+    int Take(QueueNode& node, short* output, int room);
+    void End(QueueNode& node);
+    void ReportDropped();
+    void WakeOutput();
+    bool OnPullThread() const { return pullThread_.load() == std::this_thread::get_id(); }
+    void WaitForSection() const;
+    void WaitForPull() const;
+
+    const std::weak_ptr<AudioOutput> output_;
+    std::mutex commands_;  // orders Submit, Start, Stop, Flush, Attach and Detach
+    BufferQueue queue_;
+    std::atomic<VoiceEvents*> events_ = nullptr;
+    std::atomic<bool> running_ = false;
+    /// Odd while a buffer begins or samples are copied.
+    std::atomic<unsigned int> section_ = 0;
+    /// Odd while a pull is under way, and the thread that it runs on; none between pulls.
+    std::atomic<unsigned int> pulls_ = 0;
+    std::atomic<std::thread::id> pullThread_ = std::thread::id();
+    int progress_ = 0;  ///< frames taken of the sounding buffer; the pulling thread's own
+    FlushReporter reporter_;
+};
+
+}  // namespace orlo::sonrel::device
