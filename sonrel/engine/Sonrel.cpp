@@ -58,6 +58,8 @@ Sonrel::~Sonrel() {
     } catch (const std::exception&) {
         // What is left is due again at the next run.
     }
+    // Its callbacks reach the mixer through this object, so it goes while the record stands.
+    impl_->playback.reset();
 }
 
 std::shared_ptr<Sonrel> Sonrel::Create(const std::wstring& databasePath,
@@ -73,6 +75,19 @@ std::shared_ptr<Sonrel> Sonrel::Create(const std::wstring& databasePath,
 
 const std::shared_ptr<AudioMixer>& Sonrel::Mixer() const {
     return impl_->mixer;
+}
+
+PlaybackEngine::Err Sonrel::InitializePlaybackEngine() {
+    impl_->playback.reset();
+    return PlaybackEngine::Create(this, impl_->playback);
+}
+
+const std::shared_ptr<PlaybackEngine>& Sonrel::Playback() const {
+    return impl_->playback;
+}
+
+void Sonrel::ResetPlaybackEngine() {
+    if (impl_->playback) impl_->playback->Uninitialize();
 }
 
 MediaDB::DatabaseStatus Sonrel::MediaDatabaseStatus() const {

@@ -6,6 +6,7 @@
 
 #include "sonrel/Export.h"
 #include "sonrel/contracts/project/MediaDB.h"
+#include "sonrel/playback/PlaybackEngine.h"
 
 namespace orlo::project {
 class LogFile;
@@ -16,10 +17,11 @@ namespace orlo::sonrel {
 class AudioMixer;
 struct SonrelImpl;
 
-/// The object that a host creates: two places on disk and the mixer.
+/// The object that a host creates: two places on disk, the mixer and, on demand, playback.
 ///
 /// Releasing the last reference takes cache files off the disk that were not used for
-/// DaysToKeepCacheFiles days, which may take time. The host stops its use of the mixer before.
+/// DaysToKeepCacheFiles days, which may take time. Before, the host stops its use of the mixer and
+/// drops every reference to a PlaybackEngine.
 ///
 /// Threads: the const operations from any thread; the others on one host thread, while nothing
 /// plays.
@@ -47,6 +49,17 @@ public:
 
     /// Never empty.
     const std::shared_ptr<AudioMixer>& Mixer() const;
+
+    /// Makes a playback engine, on the sound device or on what SetAudioOutputFactory has set. The
+    /// former one is released first: unless the host holds it too, its playback ends and its device
+    /// closes.
+    /// @return NoError; AudioLibraryLoadFailed or AudioEngineCreateFailed, and Playback() is empty
+    PlaybackEngine::Err InitializePlaybackEngine();
+    /// The playback engine; empty until InitializePlaybackEngine has succeeded.
+    const std::shared_ptr<PlaybackEngine>& Playback() const;
+    /// Makes the playback engine, if there is one, forget its target: it is not set up any more. It
+    /// does not stop a run, which goes on with what it has: a host stops it before.
+    void ResetPlaybackEngine();
 
     /// What the database reported at the start; 0 means that there is none. Never asked again.
     project::MediaDB::DatabaseStatus MediaDatabaseStatus() const;

@@ -183,7 +183,6 @@ private:
 
     static Err Create(Sonrel* owner, std::shared_ptr<PlaybackEngine>& engine);
     void Uninitialize();
-    void UpdatePlayback();
 
     std::unique_ptr<PlaybackEngineImpl> impl_;
 };

@@ -13,6 +13,7 @@ class LogFile;
 namespace orlo::sonrel {
 
 class AudioMixer;
+class PlaybackEngine;
 
 /// The engine object's record. The order of its members is the reverse of the order in which they
 /// are released.
@@ -22,7 +23,8 @@ struct SonrelImpl {
     project::MediaDB::DatabaseStatus mediaDatabaseStatus = project::MediaDB::None;
     int daysToKeepCacheFiles = 30;
     std::shared_ptr<project::LogFile> mediaCacheErrorLog;
-    std::shared_ptr<AudioMixer> mixer;  // never empty once the engine stands
+    std::shared_ptr<AudioMixer> mixer;         // never empty once the engine stands
+    std::shared_ptr<PlaybackEngine> playback;  // empty until the host asks for it
 };
 
 }  // namespace orlo::sonrel

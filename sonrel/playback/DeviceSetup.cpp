@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/playback/detail/DeviceSetup.h"
+
+#include <cmath>
+#include <cstddef>
+#include <exception>
+#include <memory>
+#include <stdexcept>
+
+#include "sonrel/contracts/zrtl/Numbers.h"
+#include "sonrel/engine/Sonrel.h"
+#include "sonrel/mixer/AudioMixer.h"
+#include "sonrel/playback/detail/DeviceFactory.h"
+#include "sonrel/playback/detail/PlaybackEngineImpl.h"
+
+namespace orlo::sonrel {
+
+using Err = PlaybackEngine::Err;
+
+namespace {
+
+constexpr int CHANNEL_COUNT = 2;
+constexpr int LOWEST_RATE = 8000;    // hertz
+constexpr int HIGHEST_RATE = 96000;  // hertz
+
+/// Samples in one buffer: a video frame, rounded up, so that the ring is never short of a frame.
+std::size_t SamplesPerBuffer(int sampleRate, double frameRate) {
+    return static_cast<std::size_t>(zrtl::TruncToInt64(std::ceil(sampleRate / frameRate)));
+}
+
+void MakeFrameBuffers(PlaybackEngineImpl& engine) {
+    const std::size_t samples = SamplesPerBuffer(engine.sampleRate, engine.frameRate);
+    for (int i = 0; i < detail::FRAME_BUFFER_COUNT; ++i) {
+        engine.frameBuffers.push_back(std::make_shared<detail::FrameAudioBuffer>(samples));
+    }
+}
+
+Err MakeVoices(PlaybackEngineImpl& engine) {
+    engine.masteringVoice =
+        engine.device->CreateMasteringVoice(engine.channelCount, engine.sampleRate);
+    if (!engine.masteringVoice) return Err::MasteringVoiceFailed;
+    device::WaveFormat format;
+    format.channelCount = engine.channelCount;
+    format.sampleRate = engine.sampleRate;
+    engine.sourceVoice =
+        engine.device->CreateSourceVoice(*engine.masteringVoice, format, engine.voiceCallback);
+    // The mastering voice stays, until the next set-up.
+    return engine.sourceVoice ? Err::NoError : Err::SourceVoiceFailed;
+}
+
+}  // namespace
+
+PlaybackEngine::PlaybackEngine(Sonrel* owner) : impl_(std::make_unique<PlaybackEngineImpl>(owner)) {
+    impl_->device = MakeAudioDevice();
+    if (!impl_->device->InitThread()) throw std::runtime_error("COM not initialized");
+    impl_->threadInitialized = true;
+}
+
+PlaybackEngine::~PlaybackEngine() {
+    // A worker can be there although nothing plays: it has come to its end by itself, or the voice
+    // did not start.
+    if (impl_->isPlaying || impl_->workerThread.joinable()) detail::StopVoiceAndWorker(*impl_);
+    impl_->sourceVoice.reset();
+    impl_->masteringVoice.reset();
+    if (impl_->threadInitialized) impl_->device->UninitThread();
+}
+
+Err PlaybackEngine::Create(Sonrel* owner, std::shared_ptr<PlaybackEngine>& engine) {
+    try {
+        engine = std::shared_ptr<PlaybackEngine>(new PlaybackEngine(owner));
+        return Err::NoError;
+    } catch (const device::LibraryLoadError&) {
+        return Err::AudioLibraryLoadFailed;
+    } catch (const std::exception&) {
+        return Err::AudioEngineCreateFailed;
+    }
+}
+
+namespace detail {
+
+Err ConfigureDevice(PlaybackEngineImpl& engine) {
+    if (engine.channelCount != CHANNEL_COUNT) return Err::UnsupportedChannelCount;
+    if (engine.sampleRate < LOWEST_RATE || engine.sampleRate > HIGHEST_RATE) {
+        return Err::UnsupportedSampleRate;
+    }
+    // Up to here nothing was touched, and a run goes on.
+    if (engine.isPlaying || engine.workerThread.joinable()) StopVoiceAndWorker(engine);
+    engine.sourceVoice.reset();
+    engine.masteringVoice.reset();
+    engine.frameBuffers.clear();
+    const Err voices = MakeVoices(engine);
+    if (voices != Err::NoError) return voices;
+    MakeFrameBuffers(engine);
+    engine.voiceCallback.ClearCompletion();
+    engine.owner->Mixer()->ResetMixSession();
+    return Err::NoError;
+}
+
+Err StopVoiceAndWorker(PlaybackEngineImpl& engine) {
+    if (!engine.sourceVoice) return Err::NotInitialized;
+    engine.sourceVoice->Stop();
+    engine.sourceVoice->FlushSourceBuffers();
+    engine.signals.Stop();
+    // What the worker queued before it could see the stop is dropped as well. It may be waiting for
+    // a buffer's end that a lost device never reports, so it is woken from here too.
+    engine.sourceVoice->FlushSourceBuffers();
+    engine.voiceCallback.bufferEndEvent.Signal();
+    if (engine.workerThread.joinable()) engine.workerThread.join();
+    engine.voiceCallback.CloseRun();
+    engine.lastMeterBlock = 0;
+    engine.isPlaying.exchange(false);
+    return Err::NoError;
+}
+
+}  // namespace detail
+}  // namespace orlo::sonrel

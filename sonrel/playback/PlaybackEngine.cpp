@@ -1,0 +1,198 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/playback/PlaybackEngine.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <thread>
+#include <utility>
+
+#include "sonrel/contracts/zrtl/Timing.h"
+#include "sonrel/engine/Sonrel.h"
+#include "sonrel/mixer/AudioMixer.h"
+#include "sonrel/playback/AbstractAudioMeterObserver.h"
+#include "sonrel/playback/detail/DeviceSetup.h"
+#include "sonrel/playback/detail/MeterObservers.h"
+#include "sonrel/playback/detail/PlaybackEngineImpl.h"
+#include "sonrel/playback/detail/PlaybackReader.h"
+#include "sonrel/playback/detail/PlaybackWorker.h"
+
+namespace orlo::sonrel {
+
+using Err = PlaybackEngine::Err;
+
+const int PlaybackEngine::NO_FRAME = -1;
+
+namespace {
+
+constexpr int FASTEST_SPEED = 4;
+constexpr int METER_BLOCK_MS = 100;
+
+constexpr std::chrono::milliseconds FLUSH_WAIT{10};
+constexpr std::chrono::milliseconds FLUSH_PATIENCE{500};
+
+AudioMixer& MixerOf(const PlaybackEngineImpl& engine) {
+    return *engine.owner->Mixer();
+}
+
+long long SampleOfFrame(const PlaybackEngineImpl& engine, int frame) {
+    return zrtl::FrameToSample(frame, engine.sampleRate, engine.frameRate);
+}
+
+void StartMeters(PlaybackEngineImpl& engine) {
+    engine.lastMeterBlock = 0;
+    MixerOf(engine).StartMeterSession(engine.audioTrackCount, engine.meterBlockSamples);
+}
+
+void StartWorker(PlaybackEngineImpl& engine) {
+    engine.signals.Reset();
+    engine.workerThread = std::thread([&engine] { detail::PlaybackThreadEntry(engine); });
+}
+
+/// Waits until the worker stands still. One that waits for room in the queue does so only when a
+/// buffer ends, and one that drains does so no more.
+Err WaitUntilParked(PlaybackEngineImpl& engine) {
+    std::chrono::milliseconds waited{0};
+    while (!engine.signals.WaitUntilParked(FLUSH_WAIT)) {
+        if (!engine.isPlaying) return Err::NotPlaying;
+        waited += FLUSH_WAIT;
+        if (waited > FLUSH_PATIENCE) return Err::FlushFailed;
+    }
+    return Err::NoError;
+}
+
+/// Drops the queue and sends the worker back to the end of the buffer that sounds. The worker
+/// stands still.
+Err DropQueue(PlaybackEngineImpl& engine) {
+    const long long heard = engine.playedSampleEnd;
+    if (!engine.sourceVoice->FlushSourceBuffers()) return Err::FlushFailed;
+    engine.readPosition = heard;
+    if (detail::HasMeterObservers(engine)) {
+        engine.startSample = heard;
+        engine.lastMeterBlock = 0;
+        MixerOf(engine).RestartMeterSession();
+    }
+    return Err::NoError;
+}
+
+bool SubmitSingleFrame(PlaybackEngineImpl& engine, const detail::FrameAudioBuffer& buffer) {
+    device::SourceBuffer submission;
+    submission.audioBytes = buffer.SizeInBytes();
+    submission.audioData = reinterpret_cast<const unsigned char*>(buffer.samples.data());
+    submission.endOfStream = true;
+    engine.voiceCallback.OpenRun(detail::VoiceCallback::SINGLE_FRAME);
+    return engine.sourceVoice->SubmitSourceBuffer(submission) && engine.sourceVoice->Start();
+}
+
+}  // namespace
+
+Err PlaybackEngine::PlayFromFrame(int frame, PlaybackDirection direction, int speed,
+                                  std::function<void(void*)> completion, void* userData) {
+    return PlayFromSample(SampleOfFrame(*impl_, frame), direction, speed, std::move(completion),
+                          userData);
+}
+
+Err PlaybackEngine::PlayFromSample(long long sample, PlaybackDirection direction, int speed,
+                                   std::function<void(void*)> completion, void* userData) {
+    if (!IsInitialized()) return Err::NotInitialized;
+    Stop();
+    // An observer of the stop may have given commands of its own.
+    if (!IsInitialized()) return Err::NotInitialized;
+    if (impl_->workerThread.joinable()) detail::StopVoiceAndWorker(*impl_);
+    if (sample < 0 || sample >= impl_->totalSamples) return Err::OutOfRange;
+    if (detail::HasMeterObservers(*impl_)) StartMeters(*impl_);
+    for (const auto& buffer : impl_->frameBuffers) {
+        std::fill(buffer->samples.begin(), buffer->samples.end(), short{0});
+    }
+    impl_->voiceCallback.SetAudience(impl_->meterObservers, std::move(completion), userData);
+    impl_->currentVideoFrame.exchange(NO_FRAME);
+    impl_->playedSampleEnd.exchange(0);
+    impl_->startSample = sample;
+    impl_->readPosition = sample;
+    impl_->direction = direction;
+    impl_->speed = std::clamp(speed, 1, FASTEST_SPEED);
+    const std::uint64_t run = ++impl_->runNumber;
+    impl_->voiceCallback.OpenRun(run);
+    StartWorker(*impl_);
+    std::this_thread::sleep_for(impl_->headStart);
+    if (!impl_->sourceVoice->Start()) return Err::PlaybackFailed;
+    if (detail::HasMeterObservers(*impl_)) {
+        detail::TellObservers(*impl_, [](AbstractAudioMeterObserver& observer) {
+            observer.OnMeterSessionStart(METER_BLOCK_MS);
+        });
+    }
+    // An observer of the start may have ended the run, or started another one.
+    if (impl_->runNumber == run && impl_->workerThread.joinable()) impl_->isPlaying.exchange(true);
+    return Err::NoError;
+}
+
+Err PlaybackEngine::SkipToFrame(int frame) {
+    if (!IsPlaying()) return Err::PlaybackFailed;
+    const auto audience = impl_->voiceCallback.Audience();
+    const PlaybackDirection direction = impl_->direction;
+    const int speed = impl_->speed;
+    const Err stopped = Stop();
+    if (stopped != Err::NoError) return stopped;
+    return PlayFromSample(SampleOfFrame(*impl_, frame), direction, speed, audience->completion,
+                          audience->userData);
+}
+
+Err PlaybackEngine::Stop() {
+    const Err stopped = detail::StopVoiceAndWorker(*impl_);
+    MixerOf(*impl_).StopMeterSession();
+    if (detail::HasMeterObservers(*impl_)) {
+        detail::TellObservers(
+            *impl_, [](AbstractAudioMeterObserver& observer) { observer.OnMeterSessionStop(); });
+    }
+    return stopped;
+}
+
+Err PlaybackEngine::PlayFrame(int frame) {
+    if (!IsInitialized()) return Err::NotInitialized;
+    if (impl_->isPlaying) return Err::Busy;
+    if (frame < 0) return Err::OutOfRange;
+    detail::StopVoiceAndWorker(*impl_);
+    // Who scrubs faster than the device lets go skips frames.
+    if (impl_->sourceVoice->GetState().buffersQueued > 0) return Err::Busy;
+    impl_->voiceCallback.SetAudience({}, nullptr, nullptr);
+    const long long sample = SampleOfFrame(*impl_, frame);
+    if (sample >= impl_->totalSamples) return Err::OutOfRange;
+    const bool metered = detail::HasMeterObservers(*impl_);
+    if (metered) StartMeters(*impl_);
+    impl_->direction = PlaybackDirection::Forward;
+    impl_->speed = 1;
+    impl_->readPosition = sample;
+    detail::FrameAudioBuffer& buffer = *impl_->frameBuffers.front();
+    detail::ReadPlaybackSamples(*impl_, buffer);
+    // The frame is shorter than a meter block: this makes it block 0.
+    MixerOf(*impl_).StopMeterSession();
+    if (!SubmitSingleFrame(*impl_, buffer)) return Err::PlaybackFailed;
+    if (metered) {
+        const AudioMetrics metrics = MixerOf(*impl_).MeterBlockCount() > 0
+                                         ? MixerOf(*impl_).MetricsForBlock(0)
+                                         : AudioMetrics();
+        detail::TellObservers(
+            *impl_, [&](AbstractAudioMeterObserver& observer) { observer.OnMeterUpdate(metrics); });
+    }
+    return Err::NoError;
+}
+
+Err PlaybackEngine::FlushQueuedPlaybackSamples() {
+    if (!IsPlaying()) return Err::NotPlaying;
+    if (impl_->sourceVoice->GetState().buffersQueued < 2) return Err::NoError;
+    impl_->signals.RequestFlush();
+    Err result = WaitUntilParked(*impl_);
+    if (result == Err::NoError) result = DropQueue(*impl_);
+    impl_->signals.EndFlush();
+    return result;
+}
+
+bool PlaybackEngine::IsPlaying() const {
+    return IsInitialized() && impl_->isPlaying;
+}
+
+int PlaybackEngine::CurrentPlaybackVideoFrame() const {
+    return impl_->currentVideoFrame;
+}
+
+}  // namespace orlo::sonrel
