@@ -23,6 +23,8 @@ void FakeMediaLibrary::Reset() {
         return 0;
     };
     streamTypes = {0};
+    format = {};
+    read = {};
     calls_.clear();
     openFiles_ = 0;
 }
@@ -68,22 +70,24 @@ FakeMediaLibrary& Fake() {
     return FakeMediaLibrary::Instance();
 }
 
-/// A stereo stream of one second at 48000 Hz whose samples are all zero.
 class FakeStream final : public ZRAbstractAudioStream {
 public:
     FakeStream(int type, int place) : number(place), type_(type) {}
 
     int StreamType() const override { return type_; }
-    int SampleRate() const override { return 48000; }
-    int BitsPerSample() const override { return 16; }
-    ZRSampleDataType SampleDataType() const override { return ZRSampleDataType::Integer; }
-    int ChannelCount() const override { return 2; }
-    long long SampleCount() const override { return 48000; }
+    int SampleRate() const override { return Fake().format.rate; }
+    int BitsPerSample() const override { return Fake().format.bits; }
+    ZRSampleDataType SampleDataType() const override { return Fake().format.dataType; }
+    int ChannelCount() const override { return Fake().format.channels; }
+    long long SampleCount() const override { return Fake().format.frames; }
     int GetSamples(long long start, int count, void* buffer, int bufferBytes,
                    int* samplesRead) override {
-        const long long frames = std::clamp(48000 - start, 0LL, static_cast<long long>(count));
-        if (frames * 4 > bufferBytes) return 1;
-        std::fill_n(static_cast<char*>(buffer), frames * 4, '\0');
+        if (Fake().read) return Fake().read(start, count, buffer, bufferBytes, samplesRead);
+        const long long frames =
+            std::clamp(SampleCount() - start, 0LL, static_cast<long long>(count));
+        const long long bytes = frames * ChannelCount() * BitsPerSample() / 8;
+        if (bytes > bufferBytes) return 1;
+        std::fill_n(static_cast<char*>(buffer), bytes, '\0');
         *samplesRead = static_cast<int>(frames);
         return 0;
     }

@@ -10,6 +10,19 @@
 
 namespace sonrel_tests {
 
+/// What every stream of every file tells of itself.
+struct FakeFormat {
+    int rate = 48000;
+    int channels = 2;
+    int bits = 16;
+    zrh::media::ZRSampleDataType dataType = zrh::media::ZRSampleDataType::Integer;
+    long long frames = 48000;
+};
+
+/// Reads as ZRAbstractAudioStream::GetSamples does.
+using FakeRead =
+    std::function<int(long long start, int count, void* buffer, int bufferBytes, int* samplesRead)>;
+
 /// The media library of a test program: the bodies of the two free functions and of
 /// `ZRAudioConverter::Convert`, answering as the test says.
 ///
@@ -18,8 +31,8 @@ class FakeMediaLibrary {
 public:
     static FakeMediaLibrary& Instance();
 
-    /// Every file opens, is ready and has one audio stream; a conversion writes the four bytes
-    /// "done" and succeeds. No calls.
+    /// Every file opens, is ready and has one audio stream of a silent second; a conversion writes
+    /// the four bytes "done" and succeeds. No calls.
     void Reset();
 
     /// What ZRMediaFileCreate, Prepare and Convert give back. A function may throw.
@@ -28,6 +41,9 @@ public:
     std::function<int(const std::wstring& outputPath)> convert;
     /// StreamType() of each stream of a file.
     std::vector<int> streamTypes;
+    FakeFormat format;
+    /// What the streams deliver; zeros when empty. Called from the threads of the code under test.
+    FakeRead read;
 
     /// Every call so far, in order: "Create PATH", "SetReadOption 1", "Prepare", "Streams",
     /// "Convert stream 2 at 48000", "Release"; "Release, stream held" when the caller still holds
