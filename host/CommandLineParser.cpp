@@ -31,6 +31,13 @@ struct RawOptions {
     std::string seed = "1";
     std::string audioFrom = "audio";
     std::string days;
+
+    std::string size = "1800x280";
+    std::string style = "rms";
+    std::string scale = "linear";
+    std::string format = "argb32";
+    std::string color = "000000FF";
+    std::string background = "00000000";
 };
 
 /// What the parser fills.
@@ -39,6 +46,7 @@ struct Target {
     InfoOptions info;
     ConformOptions conform;
     MixOptions mix;
+    WaveformOptions waveform;
     CacheOptions cache;
     RawOptions raw;
     std::function<CommandOptions(Target&)> chosen;
@@ -139,6 +147,29 @@ CommandOptions FinishMix(Target& target) {
     return mix;
 }
 
+CommandOptions FinishWaveform(Target& target) {
+    using sonrel::WaveformPreview;
+    WaveformOptions& waveform = target.waveform;
+    const RawOptions& raw = target.raw;
+    CheckInput(waveform.input);
+    if (waveform.output.empty()) throw UsageError("an empty name is no output file for -o");
+    waveform.size = ParsePictureSize(raw.size);
+    waveform.style =
+        Choose<WaveformPreview::Style>("--style", raw.style,
+                                       {{"lanes", WaveformPreview::Style::ChannelLanes},
+                                        {"overlaid", WaveformPreview::Style::ChannelsOverlaid},
+                                        {"rms", WaveformPreview::Style::RMSEnvelope}});
+    waveform.scale = Choose<WaveformPreview::Scale>(
+        "--scale", raw.scale,
+        {{"linear", WaveformPreview::Scale::Linear}, {"log", WaveformPreview::Scale::Logarithmic}});
+    waveform.format = Choose<WaveformPreview::Format>(
+        "--format", raw.format,
+        {{"rgb888", WaveformPreview::Format::RGB888}, {"argb32", WaveformPreview::Format::ARGB32}});
+    waveform.color = ParseColor("--color", raw.color);
+    waveform.background = ParseColor("--background", raw.background);
+    return waveform;
+}
+
 CommandOptions FinishCache(Target& target) {
     if (!target.raw.days.empty()) {
         target.cache.days = static_cast<int>(
@@ -210,6 +241,27 @@ void DeclareMix(CLI::App& app, Target& target) {
     command->callback([&target] { target.chosen = FinishMix; });
 }
 
+void DeclareWaveform(CLI::App& app, Target& target) {
+    WaveformOptions& waveform = target.waveform;
+    RawOptions& raw = target.raw;
+    CLI::App* command = AddCommand(app, "waveform", "Draw the waveform of a media file");
+    command->add_option("INPUT", waveform.input, "Media file")->required();
+    command->add_option("-o", waveform.output, "Picture to write, PNG or SVG")
+        ->required()
+        ->type_name("OUT.png");
+    command->add_option("--size", raw.size, "Pixels (1800x280)")->type_name("WxH");
+    command->add_option("--style", raw.style, "lanes, overlaid or rms (rms)")->type_name("STYLE");
+    command->add_option("--scale", raw.scale, "linear or log (linear)")->type_name("SCALE");
+    command->add_option("--format", raw.format, "rgb888 or argb32 (argb32)")->type_name("FORMAT");
+    command->add_option("--color", raw.color, "Of the waveform (000000FF)")
+        ->type_name("RRGGBB[AA]");
+    command->add_option("--background", raw.background, "Behind the waveform (00000000)")
+        ->type_name("RRGGBB[AA]");
+    command->add_option("--range", waveform.range, "Part of the stream (all)")->type_name("A:B");
+    command->add_flag("--ruler", waveform.ruler, "Draw a time ruler below");
+    command->callback([&target] { target.chosen = FinishWaveform; });
+}
+
 void DeclareCache(CLI::App& app, Target& target) {
     CLI::App* command = AddCommand(app, "cache", "Look after the media cache");
     command->require_subcommand(1);
@@ -271,6 +323,7 @@ std::variant<CommandLine, HelpText> ParseCommandLine(int argumentCount,
     DeclareInfo(app, target);
     DeclareConform(app, target);
     DeclareMix(app, target);
+    DeclareWaveform(app, target);
     DeclareCache(app, target);
     try {
         app.parse(argumentCount, arguments);

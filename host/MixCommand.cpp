@@ -10,6 +10,7 @@
 #include "host/Loudness.h"
 #include "host/MixRender.h"
 #include "host/MixReport.h"
+#include "host/OutputFile.h"
 #include "host/Paths.h"
 #include "host/Positions.h"
 #include "host/Text.h"
@@ -54,14 +55,6 @@ std::vector<std::string> TrackNames(const otio::Arrangement& arrangement) {
     std::vector<std::string> names;
     for (const otio::PlacedTrack& track : arrangement.tracks) names.push_back(track.name);
     return names;
-}
-
-/// Refuses an output that would replace something that is read.
-void RequireOtherFile(const std::string& output, const std::string& input) {
-    if (IsSameFile(output, input)) {
-        throw UsageError("the output " + Quoted(output) + " is the same file as " + Quoted(input) +
-                         ", which is read; choose another name");
-    }
 }
 
 void CheckOutputs(const MixOptions& options, const std::vector<MediaUse>& media) {

@@ -6,7 +6,9 @@
 #include <variant>
 #include <vector>
 
+#include "host/PictureArguments.h"
 #include "host/otio/MediaResolver.h"
+#include "sonrel/caches/WaveformPreview.h"
 
 /// The command line as the commands take it: checked and converted, but for positions, which need
 /// the timeline's rates.
@@ -63,7 +65,21 @@ struct CacheOptions {
     bool dryRun = false;
 };
 
-using CommandOptions = std::variant<InfoOptions, ConformOptions, MixOptions, CacheOptions>;
+struct WaveformOptions {
+    std::string input;
+    std::string output;
+    PictureSize size;
+    sonrel::WaveformPreview::Style style = sonrel::WaveformPreview::Style::RMSEnvelope;
+    sonrel::WaveformPreview::Scale scale = sonrel::WaveformPreview::Scale::Linear;
+    sonrel::WaveformPreview::Format format = sonrel::WaveformPreview::Format::ARGB32;
+    sonrel::WaveformPreview::Color color{};
+    sonrel::WaveformPreview::Color background{};
+    std::string range;  ///< empty: the whole stream
+    bool ruler = false;
+};
+
+using CommandOptions =
+    std::variant<InfoOptions, ConformOptions, MixOptions, WaveformOptions, CacheOptions>;
 
 struct CommandLine {
     GlobalOptions global;

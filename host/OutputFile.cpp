@@ -15,6 +15,7 @@
 #include <random>
 
 #include "host/Errors.h"
+#include "host/Paths.h"
 #include "host/Text.h"
 
 namespace orlo::host {
@@ -160,6 +161,13 @@ void OutputFile::Close() {
     descriptor_ = -1;
     if (!temporary_.empty()) unlink(temporary_.c_str());
     temporary_.clear();
+}
+
+void RequireOtherFile(const std::string& output, const std::string& input) {
+    if (IsSameFile(output, input)) {
+        throw UsageError("the output " + Quoted(output) + " is the same file as " + Quoted(input) +
+                         ", which is read; choose another name");
+    }
 }
 
 void WriteWholeFile(const std::string& path, std::string_view bytes) {

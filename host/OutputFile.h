@@ -56,6 +56,9 @@ private:
     bool device_ = false;
 };
 
+/// Refuses an output that would replace something that is read. @throws UsageError
+void RequireOtherFile(const std::string& output, const std::string& input);
+
 /// Writes a whole small file in that way. @throws JobError
 void WriteWholeFile(const std::string& path, std::string_view bytes);
 
