@@ -31,7 +31,8 @@ struct VirtualSession {
     std::shared_ptr<AudioOutputSource> source;
     int sampleRate = 0;
     std::thread::id thread;
-    bool ending = false;
+    bool ending = false;        // asked for by Close
+    bool ended = false;         // nothing of this session runs any more
     bool awake = false;         // the source has changed
     bool bufferAsked = false;   // AdvanceBuffer waits for a buffer
     long long framesAsked = 0;  // left of Advance
@@ -88,6 +89,7 @@ public:
                 FollowRequests(lock);
             }
         }
+        session_->ended = true;
         output_->changed.notify_all();
     }
 
@@ -211,7 +213,7 @@ int TakeStep(VirtualOutputImpl& output, int frameCount, std::chrono::millisecond
     session->awake = session->awake || session->bufferAsked;
     output.changed.notify_all();
     const auto done = [&] {
-        return session->ending || output.silent ||
+        return session->ended || output.silent ||
                (!session->bufferAsked && session->framesAsked <= 0);
     };
     if (session->bufferAsked) output.changed.wait_for(lock, patience, done);

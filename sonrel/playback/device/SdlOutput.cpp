@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/playback/device/SdlOutput.h"
 
+#include <algorithm>
 #include <atomic>
 #include <utility>
 
@@ -51,16 +52,22 @@ SdlOutput::SdlOutput(std::shared_ptr<const SdlLibrary> library) : library_(std::
 
 SdlOutput::~SdlOutput() {
     Close();
-    for (SdlCloser& closer : closers_) {
-        if (closer.stream->InsidePull()) {
-            closer.thread.detach();
-        } else {
-            closer.thread.join();
-        }
-    }
+    FinishClosing();
+    for (SdlCloser& closer : closers_) closer.thread.detach();
+}
+
+/// Waits for the streams that are being closed, but for one whose pull this is.
+void SdlOutput::FinishClosing() {
+    const auto finished = [](SdlCloser& closer) {
+        if (closer.stream->InsidePull()) return false;
+        closer.thread.join();
+        return true;
+    };
+    closers_.erase(std::remove_if(closers_.begin(), closers_.end(), finished), closers_.end());
 }
 
 bool SdlOutput::Open(int sampleRate, std::shared_ptr<AudioOutputSource> source) {
+    FinishClosing();
     if (library_->initSubSystem(SDL_INIT_AUDIO) != 0) return false;
     auto stream = std::make_shared<SdlStream>();
     stream->library = library_;

@@ -23,6 +23,9 @@ struct SdlCloser {
 /// The library's audio part is brought up when the output opens, so that a missing device, a driver
 /// name that it does not know and a rate that it refuses all show there. Where the device runs at
 /// another rate than the one asked for, the library converts behind the output.
+///
+/// A driver that has one device at a time refuses to open from inside a pull, where the former
+/// stream is still being closed; it opens again once that pull has returned.
 class SdlOutput : public AudioOutput {
 public:
     explicit SdlOutput(std::shared_ptr<const SdlLibrary> library);
@@ -34,6 +37,8 @@ public:
     void Close() override;
 
 private:
+    void FinishClosing();
+
     const std::shared_ptr<const SdlLibrary> library_;
     std::shared_ptr<SdlStream> stream_;
     std::vector<SdlCloser> closers_;

@@ -22,7 +22,7 @@
 
 /// What the tests of the device layer work with: a listener that writes down what it hears, and
 /// every output that can run without a sound card.
-namespace sonrel_test {
+namespace sonrel_tests {
 
 namespace device = orlo::sonrel::device;
 using orlo::sonrel::AudioOutput;
@@ -119,4 +119,4 @@ struct OpenDevice {
     std::unique_ptr<device::SourceVoice> voice;
 };
 
-}  // namespace sonrel_test
+}  // namespace sonrel_tests

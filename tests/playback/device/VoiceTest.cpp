@@ -6,7 +6,7 @@
 
 #include "tests/playback/device/DeviceRig.h"
 
-using namespace sonrel_test;
+using namespace sonrel_tests;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

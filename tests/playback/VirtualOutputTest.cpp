@@ -1,0 +1,422 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/playback/VirtualOutput.h"
+
+#include <gmock/gmock.h>
+#include <sndfile.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+#include "tests/support/TemporaryFolder.h"
+
+using namespace orlo::sonrel;
+using sonrel_tests::ReadFile;
+using sonrel_tests::TemporaryFolder;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Clock = VirtualOutput::Clock;
+
+namespace {
+
+constexpr std::chrono::seconds PATIENCE{20};
+
+/// A source of 1, 2, 3, ... in both channels, up to a number of frames.
+class CountingSource : public AudioOutputSource {
+public:
+    explicit CountingSource(int frames) : left_(frames) {}
+
+    /// Runs inside every pull.
+    std::function<void()> insidePull;
+
+    int Pull(short* output, int frameCount) override {
+        ++pulls_;
+        if (insidePull) insidePull();
+        const int taken = std::min<int>(frameCount, left_);
+        for (int i = 0; i < 2 * frameCount; ++i) {
+            output[i] = static_cast<short>(i < 2 * taken ? next_ + i / 2 : 0);
+        }
+        next_ += taken;
+        left_ -= taken;
+        return taken;
+    }
+    int ReadyFrames() override { return left_; }
+
+    void Add(int frames) { left_ += frames; }
+    int Left() const { return left_; }
+    int Pulls() const { return pulls_; }
+
+private:
+    std::atomic<int> left_;
+    std::atomic<int> pulls_ = 0;
+    int next_ = 1;
+};
+
+template <class Condition>
+bool Wait(Condition condition) {
+    const auto deadline = steady_clock::now() + PATIENCE;
+    while (!condition()) {
+        if (steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(milliseconds(1));
+    }
+    return true;
+}
+
+TEST(VirtualOutput, AdvanceTakesExactlyTheFramesAskedFor) {
+    const auto output = VirtualOutput::ToMemory(Clock::Stepped);
+    const auto source = std::make_shared<CountingSource>(100);
+    ASSERT_TRUE(output->Open(48000, source));
+
+    EXPECT_EQ(output->Advance(3), 3);
+
+    EXPECT_THAT(output->Samples(), ElementsAre(1, 1, 2, 2, 3, 3));
+    EXPECT_EQ(source->Left(), 97);
+    EXPECT_EQ(output->FramesTaken(), 3);
+}
+
+TEST(VirtualOutput, AdvanceTellsHowManyOfTheFramesTheVoiceHad) {
+    const auto output = VirtualOutput::ToMemory(Clock::Stepped);
+    ASSERT_TRUE(output->Open(48000, std::make_shared<CountingSource>(2)));
+
+    EXPECT_EQ(output->Advance(5000), 2);
+    EXPECT_EQ(output->Advance(5000), 0);
+
+    EXPECT_THAT(output->Samples(), ElementsAre(1, 1, 2, 2));
+}
+
+TEST(VirtualOutput, AdvanceByNothingPullsNothing) {
+    VirtualOutput output(Clock::Stepped);
+    const auto source = std::make_shared<CountingSource>(2);
+    ASSERT_TRUE(output.Open(48000, source));
+
+    EXPECT_EQ(output.Advance(0), 0);
+    EXPECT_EQ(output.Advance(-1), 0);
+
+    EXPECT_EQ(source->Pulls(), 0);
+}
+
+TEST(VirtualOutput, AdvanceReturnsBehindTheCallbacks) {
+    VirtualOutput output(Clock::Stepped);
+    const auto source = std::make_shared<CountingSource>(10);
+    std::atomic<bool> done = false;
+    source->insidePull = [&] {
+        std::this_thread::sleep_for(milliseconds(5));
+        done = true;
+    };
+    ASSERT_TRUE(output.Open(48000, source));
+
+    output.Advance(1);
+
+    EXPECT_TRUE(done);
+}
+
+TEST(VirtualOutput, AdvanceBufferGoesToTheEndOfWhatIsReady) {
+    const auto output = VirtualOutput::ToMemory(Clock::Stepped);
+    const auto source = std::make_shared<CountingSource>(5000);
+    ASSERT_TRUE(output->Open(48000, source));
+
+    EXPECT_EQ(output->AdvanceBuffer(PATIENCE), 5000);
+
+    EXPECT_EQ(source->Left(), 0);
+}
+
+TEST(VirtualOutput, AdvanceBufferWaitsForABuffer) {
+    VirtualOutput output(Clock::Stepped);
+    const auto source = std::make_shared<CountingSource>(0);
+    ASSERT_TRUE(output.Open(48000, source));
+    std::thread later([&] {
+        source->Add(7);
+        output.Wake();
+    });
+
+    EXPECT_EQ(output.AdvanceBuffer(PATIENCE), 7);
+
+    later.join();
+}
+
+TEST(VirtualOutput, AdvanceBufferGivesUpWhenItsPatienceEnds) {
+    VirtualOutput output(Clock::Stepped);
+    const auto source = std::make_shared<CountingSource>(0);
+    ASSERT_TRUE(output.Open(48000, source));
+
+    EXPECT_EQ(output.AdvanceBuffer(milliseconds(1)), 0);
+
+    source->Add(7);
+    output.Wake();
+    EXPECT_EQ(output.Advance(3), 3);
+    EXPECT_EQ(source->Left(), 4);
+}
+
+TEST(VirtualOutput, StepsFromInsideAPullAreRefused) {
+    VirtualOutput output(Clock::Stepped);
+    const auto source = std::make_shared<CountingSource>(10);
+    std::atomic<int> stepped = -1;
+    source->insidePull = [&] { stepped = output.Advance(1) + output.AdvanceBuffer(PATIENCE); };
+    ASSERT_TRUE(output.Open(48000, source));
+
+    EXPECT_EQ(output.Advance(1), 1);
+
+    EXPECT_EQ(stepped, 0);
+}
+
+TEST(VirtualOutput, OnlyASteppedOutputTakesSteps) {
+    VirtualOutput paced(Clock::Paced);
+    VirtualOutput drained(Clock::DrainDriven);
+    ASSERT_TRUE(paced.Open(48000, std::make_shared<CountingSource>(0)));
+    ASSERT_TRUE(drained.Open(48000, std::make_shared<CountingSource>(0)));
+
+    EXPECT_EQ(paced.Advance(10), 0);
+    EXPECT_EQ(paced.AdvanceBuffer(PATIENCE), 0);
+    EXPECT_EQ(drained.Advance(10), 0);
+}
+
+TEST(VirtualOutput, AClosedOutputTakesNoSteps) {
+    VirtualOutput output(Clock::Stepped);
+
+    EXPECT_EQ(output.Advance(10), 0);
+    EXPECT_EQ(output.AdvanceBuffer(PATIENCE), 0);
+    EXPECT_FALSE(output.IsOpen());
+    EXPECT_EQ(output.SampleRate(), 0);
+}
+
+TEST(VirtualOutput, WakingAQuietOutputPullsNoFrames) {
+    VirtualOutput output(Clock::Stepped);
+    const auto source = std::make_shared<CountingSource>(10);
+    ASSERT_TRUE(output.Open(48000, source));
+
+    output.Wake();
+
+    ASSERT_TRUE(Wait([&] { return source->Pulls() == 1; }));
+    EXPECT_EQ(source->Left(), 10);
+}
+
+TEST(VirtualOutput, ADrainDrivenOutputTakesEverythingAtOnceAndThenRests) {
+    const auto output = VirtualOutput::ToMemory(Clock::DrainDriven);
+    const auto source = std::make_shared<CountingSource>(100000);
+    ASSERT_TRUE(output->Open(48000, source));
+    output->Wake();
+    ASSERT_TRUE(Wait([&] { return output->FramesTaken() == 100000; }));
+    const int pulls = source->Pulls();
+
+    std::this_thread::sleep_for(milliseconds(10));
+
+    EXPECT_EQ(source->Pulls(), pulls);
+}
+
+TEST(VirtualOutput, APacedOutputTakesTheRatePerSecond) {
+    VirtualOutput output(Clock::Paced);
+    const auto source = std::make_shared<CountingSource>(1000000);
+    const auto start = steady_clock::now();
+    ASSERT_TRUE(output.Open(8000, source));
+    ASSERT_TRUE(Wait([&] { return output.FramesTaken() >= 1600; }));
+    const auto taken = steady_clock::now() - start;
+    output.Close();
+
+    // 1600 frames are 20 periods of 10 ms, of which the first comes at once.
+    EXPECT_GE(taken, milliseconds(190));
+    EXPECT_LE(output.FramesTaken(), 8000 * (taken + milliseconds(30)) / std::chrono::seconds(1));
+}
+
+TEST(VirtualOutput, ADeviceThatHasStoppedCallingBackPullsNothingUntilItDoesAgain) {
+    VirtualOutput output(Clock::DrainDriven);
+    const auto source = std::make_shared<CountingSource>(10);
+    output.StopCallingBack(true);
+    ASSERT_TRUE(output.Open(48000, source));
+    output.Wake();
+    std::this_thread::sleep_for(milliseconds(10));
+    EXPECT_EQ(source->Pulls(), 0);
+
+    output.StopCallingBack(false);
+
+    EXPECT_TRUE(Wait([&] { return output.FramesTaken() == 10; }));
+}
+
+TEST(VirtualOutput, AnOutputThatRefusesStaysClosed) {
+    VirtualOutput output(Clock::Stepped);
+    output.RefuseToOpen(true);
+    EXPECT_FALSE(output.Open(48000, std::make_shared<CountingSource>(1)));
+    EXPECT_FALSE(output.IsOpen());
+
+    output.RefuseToOpen(false);
+
+    EXPECT_TRUE(output.Open(48000, std::make_shared<CountingSource>(1)));
+    EXPECT_EQ(output.SampleRate(), 48000);
+}
+
+TEST(VirtualOutput, AnOpenOutputDoesNotOpenAgainBeforeItIsClosed) {
+    VirtualOutput output(Clock::Stepped);
+    ASSERT_TRUE(output.Open(48000, std::make_shared<CountingSource>(1)));
+    EXPECT_FALSE(output.Open(44100, std::make_shared<CountingSource>(1)));
+
+    output.Close();
+
+    EXPECT_TRUE(output.Open(44100, std::make_shared<CountingSource>(1)));
+    EXPECT_EQ(output.SampleRate(), 44100);
+}
+
+TEST(VirtualOutput, ClosingWaitsForThePullAndLetsGoOfTheSource) {
+    VirtualOutput output(Clock::DrainDriven);
+    auto source = std::make_shared<CountingSource>(10);
+    std::atomic<bool> inside = false;
+    std::atomic<bool> left = false;
+    source->insidePull = [&] {
+        inside = true;
+        std::this_thread::sleep_for(milliseconds(10));
+        left = true;
+    };
+    ASSERT_TRUE(output.Open(48000, source));
+    output.Wake();
+    ASSERT_TRUE(Wait([&] { return inside.load(); }));
+
+    output.Close();
+
+    EXPECT_TRUE(left);
+    EXPECT_EQ(source.use_count(), 1);
+}
+
+TEST(VirtualOutput, ClosedFromInsideAPullThatPullIsTheLast) {
+    VirtualOutput output(Clock::Stepped);
+    const auto source = std::make_shared<CountingSource>(10);
+    source->insidePull = [&] { output.Close(); };
+    ASSERT_TRUE(output.Open(48000, source));
+
+    EXPECT_EQ(output.Advance(2), 2);
+    EXPECT_EQ(output.Advance(2), 0);
+
+    EXPECT_EQ(source->Pulls(), 1);
+}
+
+TEST(VirtualOutput, CanEndInsideItsOwnPull) {
+    auto output = std::make_unique<VirtualOutput>(Clock::DrainDriven);
+    const auto source = std::make_shared<CountingSource>(10);
+    std::atomic<bool> ended = false;
+    source->insidePull = [&] {
+        output.reset();
+        ended = true;
+    };
+    ASSERT_TRUE(output->Open(48000, source));
+    output->Wake();
+
+    EXPECT_TRUE(Wait([&] { return ended && source.use_count() == 1; }));
+}
+
+TEST(VirtualOutput, ASinkGetsTheFramesThatTheVoiceTookOutsideOfThePull) {
+    std::atomic<bool> pulling = false;
+    bool outside = true;
+    std::vector<short> got;
+    VirtualOutput output(Clock::Stepped, [&](const short* frames, int count) {
+        outside = outside && !pulling;
+        got.insert(got.end(), frames, frames + 2 * count);
+        return true;
+    });
+    const auto source = std::make_shared<CountingSource>(3);
+    ASSERT_TRUE(output.Open(48000, source));
+
+    output.Advance(2);
+    output.Advance(2);
+
+    EXPECT_THAT(got, ElementsAre(1, 1, 2, 2, 3, 3));
+    EXPECT_TRUE(outside);
+    EXPECT_THAT(output.Samples(), IsEmpty());
+}
+
+TEST(VirtualOutput, ASinkThatFailsGetsNothingMore) {
+    int calls = 0;
+    VirtualOutput output(Clock::Stepped, [&](const short*, int) {
+        ++calls;
+        return false;
+    });
+    ASSERT_TRUE(output.Open(48000, std::make_shared<CountingSource>(10)));
+    EXPECT_FALSE(output.Failed());
+
+    output.Advance(1);
+    output.Advance(1);
+
+    EXPECT_EQ(calls, 1);
+    EXPECT_TRUE(output.Failed());
+}
+
+TEST(VirtualOutput, ARawFileHoldsTheFramesAndNothingElse) {
+    const TemporaryFolder folder;
+    const auto output = VirtualOutput::ToFile(Clock::Stepped, folder.Wide("sound.raw"));
+    ASSERT_TRUE(output->Open(48000, std::make_shared<CountingSource>(2)));
+    output->Advance(100);
+    output->Close();
+
+    EXPECT_TRUE(output->FinishFile());
+
+    EXPECT_EQ(ReadFile(folder / "sound.raw"), std::string("\1\0\1\0\2\0\2\0", 8));
+}
+
+TEST(VirtualOutput, AFileThatEndsInWavIsAWavFile) {
+    for (const char* const name : {"sound.wav", "SOUND.WAV"}) {
+        const TemporaryFolder folder;
+        const auto output = VirtualOutput::ToFile(Clock::Stepped, folder.Wide(name));
+        ASSERT_TRUE(output->Open(44100, std::make_shared<CountingSource>(2)));
+        output->Advance(100);
+        output->Close();
+        ASSERT_TRUE(output->FinishFile());
+
+        SF_INFO info = {};
+        SNDFILE* const file = sf_open((folder / name).c_str(), SFM_READ, &info);
+        ASSERT_NE(file, nullptr);
+        std::vector<short> samples(4);
+        EXPECT_EQ(sf_readf_short(file, samples.data(), 2), 2);
+        sf_close(file);
+        EXPECT_THAT(samples, ElementsAre(1, 1, 2, 2));
+        EXPECT_EQ(info.samplerate, 44100);
+        EXPECT_EQ(info.channels, 2);
+        EXPECT_EQ(info.frames, 2);
+        EXPECT_EQ(info.format, SF_FORMAT_WAVEX | SF_FORMAT_PCM_16);
+        EXPECT_EQ(ReadFile(folder / name).substr(0, 4), "RIFF");
+    }
+}
+
+TEST(VirtualOutput, AFileGoesOnWhenTheOutputOpensAgainAtItsRate) {
+    const TemporaryFolder folder;
+    const auto output = VirtualOutput::ToFile(Clock::Stepped, folder.Wide("sound.raw"));
+    ASSERT_TRUE(output->Open(48000, std::make_shared<CountingSource>(1)));
+    output->Advance(1);
+    output->Close();
+    ASSERT_TRUE(output->Open(48000, std::make_shared<CountingSource>(1)));
+    output->Advance(1);
+    output->Close();
+    ASSERT_TRUE(output->FinishFile());
+
+    EXPECT_EQ(ReadFile(folder / "sound.raw"), std::string("\1\0\1\0\1\0\1\0", 8));
+}
+
+TEST(VirtualOutput, AFileRefusesAnotherRate) {
+    const TemporaryFolder folder;
+    const auto output = VirtualOutput::ToFile(Clock::Stepped, folder.Wide("sound.raw"));
+    ASSERT_TRUE(output->Open(48000, std::make_shared<CountingSource>(1)));
+    output->Close();
+
+    EXPECT_FALSE(output->Open(44100, std::make_shared<CountingSource>(1)));
+}
+
+TEST(VirtualOutput, AFileThatCannotBeMadeKeepsTheOutputClosed) {
+    const TemporaryFolder folder;
+    const auto output = VirtualOutput::ToFile(Clock::Stepped, folder.Wide("missing/sound.raw"));
+
+    EXPECT_FALSE(output->Open(48000, std::make_shared<CountingSource>(1)));
+    EXPECT_TRUE(output->Failed());
+}
+
+TEST(VirtualOutput, ADiskThatIsFullFails) {
+    const auto output = VirtualOutput::ToFile(Clock::Stepped, L"/dev/full");
+    ASSERT_TRUE(output->Open(48000, std::make_shared<CountingSource>(10)));
+
+    output->Advance(10);
+    output->Close();
+
+    EXPECT_FALSE(output->FinishFile());
+    EXPECT_TRUE(output->Failed());
+}
+
+}  // namespace
