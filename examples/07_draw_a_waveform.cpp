@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+// Draws the loudness of a recording as lines of text:
+//   07_draw_a_waveform recording.flac
+#include <cstdio>
+#include <vector>
+
+#include "sonrel/caches/PeakFile.h"
+#include "sonrel/caches/WaveformPeakFileHelper.h"
+#include "sonrel/caches/WaveformPreview.h"
+#include "sonrel/contracts/project.h"
+#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/engine/Sonrel.h"
+#include "sonrel/standin/media/ImportMediaAsset.h"
+
+namespace project = orlo::project;
+namespace sonrel = orlo::sonrel;
+
+constexpr int WIDTH = 72;
+constexpr int HEIGHT = 12;
+
+int main(int argc, char** argv) {
+    if (argc != 2) return 2;
+    const auto manager = std::make_shared<project::MediaManager>();
+    const auto asset = project::ImportMediaAsset(manager, zrtl::FromUtf8(argv[1]));
+    const auto engine = sonrel::Sonrel::Create(L"media.db", L"media-cache", nullptr,
+                                               sonrel::Sonrel::LogOption::WriteErrorLog);
+    const auto database = std::make_shared<project::MediaDB>(L"media.db", L"media-cache", false);
+
+    // The first run reads the recording, later ones find the peak file.
+    sonrel::WaveformPeakFileHelper::SetWaveformPreviewAvailable(
+        asset, engine->MediaCacheFolderPath(), engine->MediaCacheErrorLog(), database, true);
+    const project::MediaAudioStream& stream = *asset->AudioStream();
+    sonrel::PeakFile peaks;
+    if (!peaks.Open(stream.WaveformPeakFilePath())) return 1;
+
+    sonrel::WaveformPreview preview(stream.NativeSampleRate(), stream.NativeSampleCount(),
+                                    peaks.ChannelCount(), stream.WaveformPeakFilePath());
+    preview.SetPreviewScale(sonrel::WaveformPreview::Scale::Logarithmic);
+    std::vector<unsigned char> image(4 * WIDTH * HEIGHT);
+    const int result =
+        preview.CreateImage(WIDTH, HEIGHT, sonrel::WaveformPreview::Format::ARGB32, image.data(),
+                            static_cast<int>(image.size()));
+    if (result != 0) return 1;
+
+    // A pixel is blue, green, red and alpha; the background is clear.
+    for (int y = 0; y < HEIGHT; ++y) {
+        for (int x = 0; x < WIDTH; ++x) std::putchar(image[4 * (y * WIDTH + x) + 3] ? '#' : ' ');
+        std::putchar('\n');
+    }
+}
