@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/sync/detail/Fft.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <future>
+#include <utility>
+
+#include "sonrel/sync/detail/FftKernels.h"
+#include "sonrel/sync/detail/FftTables.h"
+#include "sonrel/sync/detail/Parallel.h"
+
+namespace orlo::sonrel::detail {
+namespace {
+
+// A transform of at most this many points, with its factors, stays in the first cache.
+constexpr int CACHED_LEVEL = 10;
+// Below this level a task is over sooner than a thread starts: it runs when it is waited for.
+constexpr int FORK_LEVEL = 16;
+constexpr unsigned int SMALLEST_CHUNK = 16;
+
+std::launch LaunchAt(int level) {
+    return level < FORK_LEVEL ? std::launch::deferred : std::launch::async | std::launch::deferred;
+}
+
+int LevelOf(unsigned int points) {
+    int level = 0;
+    while ((2U << level) <= points) ++level;
+    return level;
+}
+
+// ---- Fewer points than a tile has --------------------------------------------------------------
+
+void ReverseFew(double* data, unsigned int points, int level) {
+    for (unsigned int i = 0; i < points; ++i) {
+        unsigned int j = 0;
+        for (int bit = 0; bit < level; ++bit) j |= (i >> bit & 1U) << (level - 1 - bit);
+        if (j <= i) continue;
+        std::swap(data[2 * i], data[2 * j]);
+        std::swap(data[2 * i + 1], data[2 * j + 1]);
+    }
+}
+
+void CombineFew(double* data, unsigned int size) {
+    const std::size_t half = size / 2;
+    TwiddleRecurrence factor(size);
+    for (std::size_t k = 0; k < half; ++k) {
+        double* a = data + 2 * k;
+        double* b = a + 2 * half;
+        double tr = b[0];
+        double ti = b[1];
+        if (size > 2) {
+            tr = b[0] * factor.Re() - b[1] * factor.Im();
+            ti = b[0] * factor.Im() + b[1] * factor.Re();
+        }
+        b[0] = a[0] - tr;
+        b[1] = a[1] - ti;
+        a[0] = a[0] + tr;
+        a[1] = a[1] + ti;
+        factor.Advance();
+    }
+}
+
+void TransformFew(double* data, unsigned int points) {
+    ReverseFew(data, points, LevelOf(points));
+    for (unsigned int size = 2; size <= points; size *= 2) {
+        for (unsigned int at = 0; at < points; at += size) CombineFew(data + 2 * at, size);
+    }
+}
+
+// ---- A tile and more ---------------------------------------------------------------------------
+
+/// One transform: its data and how it is run.
+class Transform {
+public:
+    Transform(double* data, unsigned int points, unsigned int threads)
+        : kernels_(FftKernelsOfPath(ActiveCpuPath())),
+          data_(data),
+          points_(points),
+          level_(LevelOf(points)),
+          threads_(threads) {}
+
+    void Run() {
+        ReverseAll();
+        Apply(data_, level_, static_cast<int>(threads_));
+    }
+
+private:
+    static std::size_t Points(int level) { return std::size_t{1} << level; }
+
+    void ReverseAll() {
+        ChunkPlan plan;
+        plan.smallestChunk = SMALLEST_CHUNK;
+        plan.concurrency = threads_;
+        plan.launch = LaunchAt(level_);
+        RunInParallel(
+            points_,
+            [this](unsigned long long first, unsigned long long end) {
+                kernels_.reverse(data_, points_, TilesBefore(first), TilesBefore(end));
+            },
+            plan);
+    }
+
+    /// A tile belongs to the chunk that holds its number times its size.
+    static std::size_t TilesBefore(unsigned long long point) {
+        return (point + TILE_POINTS - 1) / TILE_POINTS;
+    }
+
+    /// Forks as long as there is more than one thread, whatever the size.
+    void Apply(double* data, int level, int threads) {
+        if (threads <= 1 || level <= BASE_LEVELS) {
+            RunLevels(data, level);
+            return;
+        }
+        const ThreadSplit split = SplitThreads(threads);
+        std::future<void> second = std::async(LaunchAt(level), [this, data, level, split] {
+            Apply(data + Points(level), level - 1, split.second);
+        });
+        Apply(data, level - 1, split.first);
+        second.get();
+        RunPass(data, level, 1, 1);
+    }
+
+    /// Runs all levels above the base, the parts of a large transform one after the other so that
+    /// each is in a near cache while it is worked on.
+    void RunLevels(double* data, int level) {
+        if (level <= CACHED_LEVEL) {
+            RunCachedLevels(data, level);
+            return;
+        }
+        const int part = level - kernels_.passLevels;
+        for (std::size_t at = 0; at < Points(level); at += Points(part)) {
+            RunLevels(data + 2 * at, part);
+        }
+        RunPass(data, level, kernels_.passLevels, 1);
+    }
+
+    void RunCachedLevels(double* data, int level) {
+        int done = BASE_LEVELS;
+        while (done < level) {
+            const int over = (level - done) % kernels_.passLevels;
+            const int levels = over == 0 ? kernels_.passLevels : over;
+            done += levels;
+            RunPass(data, done, levels, Points(level - done));
+        }
+    }
+
+    /// Runs the @p levels levels up to @p level on @p blocks transforms.
+    void RunPass(double* data, int level, int levels, std::size_t blocks) {
+        const auto& passes = level == level_ ? kernels_.lastPass : kernels_.pass;
+        const int firstLevel = level - levels + 1;
+        passes[levels - 1](data, Points(firstLevel - 1), blocks,
+                           PassTwiddles(kernels_.width, firstLevel, levels));
+    }
+
+    const FftKernels& kernels_;
+    double* data_;
+    std::size_t points_;
+    int level_;
+    unsigned int threads_;
+};
+
+}  // namespace
+
+void FastFourierTransform(double* data, unsigned int n) {
+    FastFourierTransform(data, n, HardwareConcurrency());
+}
+
+void FastFourierTransform(double* data, unsigned int n, unsigned int threads) {
+    if (n < 2) return;
+    if (n < TILE_POINTS) {
+        TransformFew(data, n);
+        return;
+    }
+    Transform(data, n, std::max(1U, threads)).Run();
+}
+
+}  // namespace orlo::sonrel::detail

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+
+#include "sonrel/mixer/detail/CpuPath.h"
+
+namespace orlo::sonrel::detail {
+
+/// Points of a tile of the bit reversal, in eight rows of eight.
+constexpr std::size_t TILE_POINTS = 64;
+
+/// The stages of a transform of at least TILE_POINTS points, compiled for one path.
+///
+/// Between the first stage and the last pass the points lie in groups: the real parts of @p width
+/// neighbours, then their imaginary parts. Before and behind they lie as pairs.
+struct FftKernels {
+    int width = 0;       ///< points in a group
+    int passLevels = 0;  ///< the most levels that one pass runs
+
+    /// Puts the points of tiles into bit-reversed order and runs the base levels on them. A tile
+    /// and the one that it changes places with are done together, with the lower one, so that
+    /// disjoint ranges of tiles may run at the same time.
+    /// @param points  of the whole transform
+    void (*reverse)(double* data, std::size_t points, std::size_t firstTile, std::size_t endTile);
+
+    /// Runs some levels on @p blocks neighbouring transforms of 2^levels legs.
+    /// @param legPoints  points of a leg
+    /// @param twiddles   PassTwiddles of these levels
+    using Pass = void (*)(double* data, std::size_t legPoints, std::size_t blocks,
+                          const double* twiddles);
+    Pass pass[3];      ///< by levels, less one
+    Pass lastPass[3];  ///< the same; leaves the points as pairs
+};
+
+const FftKernels& FftKernelsOfPath(CpuPath path);
+
+}  // namespace orlo::sonrel::detail

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "sonrel/sync/detail/Fft.h"
+#include "tests/support/CpuPaths.h"
+#include "tests/support/LiteralFft.h"
+
+namespace sonrel_tests {
+namespace {
+
+using orlo::sonrel::detail::FastFourierTransform;
+
+TEST(FftIdentity, LargeSizesHaveTheBitsOfThePlainFormOnEveryPath) {
+    for (unsigned int points = 1U << 17; points <= 1U << 20; points *= 2) {
+        std::mt19937_64 engine(points);
+        std::vector<double> input(2 * static_cast<std::size_t>(points));
+        for (double& value : input) value = static_cast<double>(static_cast<int>(engine()));
+        std::vector<double> expected = input;
+        LiteralFft(expected.data(), points);
+        for (const auto path : orlo::sonrel::test::AvailableCpuPaths()) {
+            ASSERT_TRUE(orlo::sonrel::detail::ForceCpuPath(path));
+            for (const unsigned int threads : {1U, 3U}) {
+                std::vector<double> data = input;
+
+                FastFourierTransform(data.data(), points, threads);
+
+                ASSERT_EQ(std::memcmp(data.data(), expected.data(), data.size() * sizeof(double)),
+                          0)
+                    << points << " points, threads " << threads;
+            }
+        }
+    }
+    orlo::sonrel::detail::ForceCpuPath(std::nullopt);
+}
+
+}  // namespace
+}  // namespace sonrel_tests
