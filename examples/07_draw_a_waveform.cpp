@@ -37,9 +37,8 @@ int main(int argc, char** argv) {
                                     peaks.ChannelCount(), stream.WaveformPeakFilePath());
     preview.SetPreviewScale(sonrel::WaveformPreview::Scale::Logarithmic);
     std::vector<unsigned char> image(4 * WIDTH * HEIGHT);
-    const int result =
-        preview.CreateImage(WIDTH, HEIGHT, sonrel::WaveformPreview::Format::ARGB32, image.data(),
-                            static_cast<int>(image.size()));
+    const int result = preview.CreateImage(WIDTH, HEIGHT, sonrel::WaveformPreview::Format::ARGB32,
+                                           image.data(), static_cast<int>(image.size()));
     if (result != 0) return 1;
 
     // A pixel is blue, green, red and alpha; the background is clear.
