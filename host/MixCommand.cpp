@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <optional>
-#include <thread>
 
 #include "host/Commands.h"
-#include "host/Conforming.h"
 #include "host/Input.h"
 #include "host/Interrupt.h"
 #include "host/Loudness.h"
+#include "host/MixPreparation.h"
 #include "host/MixRender.h"
 #include "host/MixReport.h"
 #include "host/OutputFile.h"
@@ -22,40 +21,9 @@ namespace orlo::host {
 namespace {
 
 using sonrel::AudioMixer;
-using sonrel::DitherType;
 
 /// Meter blocks in a second.
 constexpr int BLOCKS_PER_SECOND = 10;
-
-DitherType EngineDither(DitherChoice choice) {
-    switch (choice) {
-        case DitherChoice::None:
-            return DitherType::None;
-        case DitherChoice::Triangular:
-            return DitherType::Triangular;
-        case DitherChoice::HighPass:
-            break;
-    }
-    return DitherType::HighPassTriangular;
-}
-
-const char* DitherName(DitherChoice choice) {
-    switch (choice) {
-        case DitherChoice::None:
-            return "none";
-        case DitherChoice::Triangular:
-            return "triangular";
-        case DitherChoice::HighPass:
-            break;
-    }
-    return "highpass";
-}
-
-std::vector<std::string> TrackNames(const otio::Arrangement& arrangement) {
-    std::vector<std::string> names;
-    for (const otio::PlacedTrack& track : arrangement.tracks) names.push_back(track.name);
-    return names;
-}
 
 void CheckOutputs(const MixOptions& options, const std::vector<MediaUse>& media) {
     for (const std::string& output : {options.output, options.meters}) {
@@ -91,32 +59,6 @@ std::string HeadText(const MixOptions& options, const FrameGrid& grid, long long
     return OneLine(options.output) + ": " +
            FormatDuration(static_cast<double>(samples) / grid.rate) + ", " +
            std::to_string(samples) + " samples at " + std::to_string(grid.rate) + " Hz\n";
-}
-
-void ConformAll(const EngineSession& session, const std::vector<MediaUse>& media, int rate,
-                Progress& progress) {
-    std::vector<ConformTask> tasks;
-    for (const MediaUse& use : media) {
-        if (!use.asset->HasAudio()) continue;
-        ConformTask task;
-        task.asset = use.asset;
-        task.rate = rate;
-        tasks.push_back(task);
-    }
-    if (tasks.empty()) return;
-    if (session.Places().folder.empty()) {
-        throw JobError(
-            "--no-cache-db leaves no place for the conformed files of the media, the "
-            "first of which is " +
-            Quoted(media.front().location.path) + "; give --cache and --db");
-    }
-    ConformSettings settings;
-    settings.jobs = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
-    settings.allCodecs = true;
-    Conform(session, tasks, settings, progress);
-    for (const ConformTask& task : tasks) {
-        if (task.status == ConformTask::Status::Failed) throw JobError(task.error);
-    }
 }
 
 /// A mix of a timeline, stage by stage.
