@@ -8,6 +8,7 @@
 #include "sonrel/standin/media/MediaInfo.h"
 #include "sonrel/standin/media/detail/Ffmpeg.h"
 #include "sonrel/standin/media/detail/InputFile.h"
+#include "sonrel/standin/media/detail/ReadWatch.h"
 #include "sonrel/standin/media/detail/StreamMap.h"
 #include "sonrel/standin/media/detail/StreamReader.h"
 
@@ -30,6 +31,7 @@ public:
     ZRSampleDataType SampleDataType() const override { return view_.dataType; }
     int ChannelCount() const override { return channels_; }
     long long SampleCount() const override { return sampleCount_; }
+    /// @throws ReadCancelled when the observer of the file asked to stop
     int GetSamples(long long start, int count, void* buffer, int bufferBytes,
                    int* samplesRead) override;
 
@@ -59,6 +61,7 @@ private:
     long long sampleCount_ = 0;
     std::shared_ptr<const StreamMap> map_;
     std::unique_ptr<StreamReader> reader_;
+    ReadTally tally_;
 };
 
 }  // namespace zrh::media::detail

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <stdexcept>
+
+#include "sonrel/Export.h"
+
+namespace zrh::media {
+
+/// What GetSamples throws once an observer asked to stop.
+class SONREL_EXPORT ReadCancelled : public std::runtime_error {
+public:
+    ReadCancelled() : std::runtime_error("the reading was cancelled") {}
+};
+
+namespace detail {
+class ReadWatch;
+}
+
+/// Watches what is read of the media files that this thread opens while the observer lives,
+/// whatever threads read them. It is how a host follows and stops work that has no way to tell how
+/// far it is, as the making of peak files.
+///
+/// The function is called on the reading threads, one call at a time, with the frames that all the
+/// files have delivered since: at a stream's first samples and once for every 65536 of its frames
+/// from then on. Once it returns false it is not called any more, and from the next of these times
+/// on each stream throws ReadCancelled instead of reading.
+///
+/// Of several observers on one thread the one made last watches. They are destroyed in reverse
+/// order, on the thread that made them; from then on nothing is called.
+class SONREL_EXPORT ReadObserver {
+public:
+    using Function = std::function<bool(long long doneFrames)>;
+
+    explicit ReadObserver(Function function);
+    ~ReadObserver();
+    ReadObserver(const ReadObserver&) = delete;
+    ReadObserver& operator=(const ReadObserver&) = delete;
+
+private:
+    std::shared_ptr<detail::ReadWatch> watch_;
+    std::shared_ptr<detail::ReadWatch> outer_;
+};
+
+}  // namespace zrh::media
