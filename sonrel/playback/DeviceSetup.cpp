@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <exception>
 #include <memory>
 #include <stdexcept>
@@ -23,9 +24,14 @@ constexpr int CHANNEL_COUNT = 2;
 constexpr int LOWEST_RATE = 8000;    // hertz
 constexpr int HIGHEST_RATE = 96000;  // hertz
 
-/// Samples in one buffer: a video frame, rounded up, so that the ring is never short of a frame.
+constexpr std::int64_t LONGEST_BUFFER = 3600LL * HIGHEST_RATE;  // samples
+
+/// Samples in one buffer: a video frame, rounded up, so that no buffer is shorter than its frame.
+/// @throws std::length_error for a frame that no memory holds fifty times
 std::size_t SamplesPerBuffer(int sampleRate, double frameRate) {
-    return static_cast<std::size_t>(zrtl::TruncToInt64(std::ceil(sampleRate / frameRate)));
+    const std::int64_t samples = zrtl::TruncToInt64(std::ceil(sampleRate / frameRate));
+    if (samples < 1 || samples > LONGEST_BUFFER) throw std::length_error("Video frame too long");
+    return static_cast<std::size_t>(samples);
 }
 
 void MakeFrameBuffers(PlaybackEngineImpl& engine) {

@@ -78,8 +78,11 @@ public:
     /// frame rate) gives the result of its former set-up, a failure too, and nothing else happens.
     /// Otherwise a run that plays ends, without a word to observers and without completion, and
     /// voices and buffers are built anew.
-    /// @return NoError; NoMediaStream; UnsupportedSampleRate, which leaves a run playing;
-    ///         MasteringVoiceFailed; SourceVoiceFailed
+    /// @return NoError; NoMediaStream; NotInitialized for an empty pointer; UnsupportedSampleRate,
+    ///         which leaves the worker of a run at work, without a target; MasteringVoiceFailed;
+    ///         SourceVoiceFailed
+    /// @throws std::bad_alloc or std::length_error when the fifty buffers of a video frame each do
+    ///         not fit into memory; the engine is not set up then
     Err Initialize(const std::shared_ptr<project::Project>& project,
                    const std::shared_ptr<project::MediaAsset>& asset);
 
