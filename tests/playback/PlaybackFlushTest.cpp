@@ -1,0 +1,233 @@
+// SPDX-License-Identifier: MIT
+// A flush: what it drops, where the run goes on, and how it fails.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "tests/playback/PlaybackRig.h"
+#include "tests/support/SpyPlugins.h"
+
+namespace sonrel_tests {
+namespace {
+
+constexpr std::chrono::milliseconds A_MOMENT{5};
+
+/// A sequence of 250 frames of 1920 samples, whose mix can be held back.
+class PlaybackFlush : public testing::Test {
+protected:
+    PlaybackFlush() {
+        const auto gate = std::make_shared<SpyEffect>();
+        gate->onProcess = [this](const ProcessCall&, short*) {
+            while (mixes_ <= 0) std::this_thread::yield();
+            --mixes_;
+        };
+        rig_.builder.AddObject(rig_.builder.AddMedia(Constant(480000, 1, 1)), 0, 250)
+            ->AddEffect(gate);
+        EXPECT_EQ(rig_.SetUpSequence(), Err::NoError);
+    }
+    ~PlaybackFlush() override { mixes_ = 1000000; }
+
+    sonrel::PlaybackEngine& Playback() { return rig_.Playback(); }
+
+    /// Starts a run and waits until 49 buffers are queued and the worker has the next in hand.
+    void FillRing(Direction direction = FORWARD, int speed = 1) {
+        ASSERT_EQ(rig_.Play(direction == FORWARD ? 0 : 479999, direction, speed), Err::NoError);
+        ASSERT_TRUE(
+            Eventually([&] { return rig_.Impl().frameBuffers[49]->run == rig_.Impl().runNumber; }));
+        ASSERT_TRUE(rig_.device.WaitForQueued(49));
+    }
+
+    /// Flushes while something else goes on at intervals.
+    template <class Step>
+    Err FlushWhile(Step step) {
+        auto flush =
+            std::async(std::launch::async, [&] { return Playback().FlushQueuedPlaybackSamples(); });
+        while (flush.wait_for(A_MOMENT) != std::future_status::ready) step();
+        return flush.get();
+    }
+    Err FlushWhilePlaying() {
+        return FlushWhile([&] { rig_.device.PlayBuffer(); });
+    }
+
+    std::atomic<int> mixes_ = 1000000;
+    PlaybackRig rig_;
+};
+
+TEST_F(PlaybackFlush, WithoutARunIsNotPlaying) {
+    EXPECT_EQ(Playback().FlushQueuedPlaybackSamples(), Err::NotPlaying);
+}
+
+TEST_F(PlaybackFlush, WithOneBufferQueuedOrNoneTouchesNothing) {
+    rig_.Play(479999);
+    ASSERT_TRUE(rig_.device.WaitForQueued(1));
+    EXPECT_EQ(Playback().FlushQueuedPlaybackSamples(), Err::NoError);
+    EXPECT_EQ(rig_.device.Queued(), 1u);
+
+    Playback().Stop();
+    mixes_ = 0;
+    rig_.Play(0);
+    EXPECT_EQ(Playback().FlushQueuedPlaybackSamples(), Err::NoError);
+    EXPECT_TRUE(rig_.device.FlushMarks().empty());
+    mixes_ = 1000000;
+}
+
+TEST_F(PlaybackFlush, DropsTheQueueAndGoesOnAfterTheLastBufferThatBegan) {
+    FillRing();
+
+    EXPECT_EQ(FlushWhilePlaying(), Err::NoError);
+
+    ASSERT_TRUE(rig_.device.WaitForQueued(2));
+    const std::size_t heard = rig_.device.HeardCount();
+    rig_.device.PlayBuffer();
+    EXPECT_EQ(rig_.device.Heard()[heard].firstSample, static_cast<long long>(heard) * 1920);
+    EXPECT_GT(rig_.device.Submissions().size(), 49u);
+}
+
+TEST_F(PlaybackFlush, SparesTheBufferThatSounds) {
+    mixes_ = 10;
+    rig_.Play(0);
+    ASSERT_TRUE(rig_.device.WaitForQueued(10));
+    rig_.device.PlayBuffer();
+    rig_.device.BeginBuffer();
+
+    EXPECT_EQ(FlushWhile([&] { ++mixes_; }), Err::NoError);
+
+    mixes_ = 1000000;
+    ASSERT_TRUE(rig_.device.WaitForQueued(3));
+    rig_.device.EndBuffer();
+    rig_.device.PlayBuffer();
+    const auto heard = rig_.device.Heard();
+    ASSERT_EQ(heard.size(), 3u);
+    EXPECT_EQ(heard[1].firstSample, 1920);
+    EXPECT_EQ(heard[2].firstSample, 3840);
+}
+
+TEST_F(PlaybackFlush, LetsTheBuffersGoOnInTheOrderOfTheRing) {
+    FillRing();
+
+    ASSERT_EQ(FlushWhilePlaying(), Err::NoError);
+    ASSERT_TRUE(rig_.device.WaitForQueued(49));
+
+    const auto submissions = rig_.device.Submissions();
+    for (std::size_t i = 0; i < submissions.size(); ++i) {
+        ASSERT_EQ(submissions[i].context, rig_.Impl().frameBuffers[i % 50].get()) << i;
+    }
+}
+
+TEST_F(PlaybackFlush, InReverseGoesOnFromTheEndThatTheBufferWasStampedWith) {
+    FillRing(REVERSE);
+
+    ASSERT_EQ(FlushWhilePlaying(), Err::NoError);
+
+    ASSERT_TRUE(rig_.device.WaitForQueued(1));
+    const std::size_t heard = rig_.device.HeardCount();
+    rig_.device.PlayBuffer();
+    const auto all = rig_.device.Heard();
+    // What was heard last began at p and was stamped with p + 1920, above where it began.
+    EXPECT_EQ(all[heard].firstSample, all[heard - 1].firstSample + 1920);
+}
+
+TEST_F(PlaybackFlush, AtSpeedThreeGoesOnOneBufferLengthAfterTheStartOfTheBufferHeard) {
+    FillRing(FORWARD, 3);
+
+    ASSERT_EQ(FlushWhilePlaying(), Err::NoError);
+
+    ASSERT_TRUE(rig_.device.WaitForQueued(1));
+    const std::size_t heard = rig_.device.HeardCount();
+    rig_.device.PlayBuffer();
+    const auto all = rig_.device.Heard();
+    EXPECT_EQ(all[heard].firstSample, all[heard - 1].firstSample + 1920);
+}
+
+TEST_F(PlaybackFlush, BeforeAnyBufferBeganGoesOnFromTheBeginningOfTheTarget) {
+    mixes_ = 5;
+    rig_.Play(96000);
+    ASSERT_TRUE(rig_.device.WaitForQueued(5));
+
+    EXPECT_EQ(FlushWhile([&] { ++mixes_; }), Err::NoError);
+
+    mixes_ = 1000000;
+    ASSERT_TRUE(rig_.device.WaitForQueued(1));
+    rig_.device.PlayBuffer();
+    EXPECT_EQ(rig_.device.Heard()[0].firstSample, 0);
+}
+
+TEST_F(PlaybackFlush, MakesAnEditHeardAfterTheBufferThatSounds) {
+    FillRing();
+    const auto track = rig_.builder.Sequence()->AudioTracks()[0];
+    {
+        const std::lock_guard guard(rig_.engine->Mixer()->Mutex());
+        track->SetMuted(true);
+    }
+
+    ASSERT_EQ(FlushWhilePlaying(), Err::NoError);
+
+    ASSERT_TRUE(rig_.device.WaitForQueued(1));
+    const std::size_t heard = rig_.device.HeardCount();
+    rig_.device.PlayBuffer();
+    EXPECT_EQ(rig_.device.Heard()[heard - 1].samples[0], 1);
+    EXPECT_EQ(rig_.device.Heard()[heard].samples[0], 0);
+}
+
+TEST_F(PlaybackFlush, FailsWhenTheVoiceRefusesAndTheRunGoesOn) {
+    FillRing();
+    rig_.device.refuseFlush = true;
+
+    EXPECT_EQ(FlushWhilePlaying(), Err::FlushFailed);
+
+    rig_.device.refuseFlush = false;
+    EXPECT_TRUE(Playback().IsPlaying());
+    const std::size_t submitted = rig_.device.Submissions().size();
+    rig_.device.PlayBuffer();
+    EXPECT_TRUE(rig_.device.WaitForSubmissions(submitted + 1));
+}
+
+TEST_F(PlaybackFlush, IsNotAnsweredOnceTheEndWasReached) {
+    rig_.Play(480000 - 3 * 1920);
+    ASSERT_TRUE(rig_.device.WaitForQueued(3));
+    const auto begin = std::chrono::steady_clock::now();
+
+    EXPECT_EQ(Playback().FlushQueuedPlaybackSamples(), Err::FlushFailed);
+
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(510));
+    EXPECT_EQ(rig_.device.Queued(), 3u);
+    EXPECT_TRUE(rig_.PlayToEnd());
+}
+
+TEST_F(PlaybackFlush, EndsAsNotPlayingWhenTheDrainComesFirst) {
+    rig_.Play(480000 - 3 * 1920);
+    ASSERT_TRUE(rig_.device.WaitForQueued(3));
+
+    EXPECT_EQ(FlushWhilePlaying(), Err::NotPlaying);
+}
+
+TEST_F(PlaybackFlush, ThatWasGivenUpCostsTheBufferInHand) {
+    FillRing();
+
+    EXPECT_EQ(Playback().FlushQueuedPlaybackSamples(), Err::FlushFailed);
+
+    rig_.device.PlayBuffer();
+    ASSERT_TRUE(rig_.device.WaitForSubmissions(50));
+    EXPECT_EQ(rig_.device.Submissions()[49].firstSample, 50 * 1920) << "not 49 * 1920";
+    EXPECT_EQ(rig_.device.Submissions()[49].context, rig_.Impl().frameBuffers[49].get());
+    EXPECT_EQ(FlushWhilePlaying(), Err::NoError) << "the next flush works";
+}
+
+TEST_F(PlaybackFlush, ThatWasGivenUpIsForgottenByTheNextRun) {
+    FillRing();
+    EXPECT_EQ(Playback().FlushQueuedPlaybackSamples(), Err::FlushFailed);
+
+    FillRing();
+    rig_.device.PlayBuffer();
+
+    ASSERT_TRUE(rig_.device.WaitForSubmissions(99));
+    EXPECT_EQ(rig_.device.Submissions()[98].firstSample, 49 * 1920);
+}
+
+}  // namespace
+}  // namespace sonrel_tests
