@@ -4,7 +4,7 @@
 # Markdown. Each figure is the median of user plus system time over the runs; only ratios of one run
 # mean something on a shared machine.
 #
-#   bench/peers.sh [mix|keys|tracks|memory|conform|all]
+#   bench/peers.sh [mix|keys|tracks|memory|conform|waveform|all]
 #
 # Environment: SONREL (the program; default build/release/host/sonrel), MINUTES (10), RUNS (3),
 # WORK (a folder for media and outputs, several GB; default a temporary one).
@@ -261,16 +261,41 @@ bench_conform() {
     echo "Four FLAC files: --jobs 1 $one s, --jobs 2 $two s of wall time, ratio $(ratio "$one" "$two")."
 }
 
+sonrel_waveform() { "$SONREL" "${globals[@]}" waveform "$@" -o "$WORK/out.png"; }
+
+bench_waveform() {
+    make_media 1
+    local file=$WORK/track1.wav
+    sonrel_waveform "$file" >/dev/null
+    echo
+    echo "### Picture of $MINUTES minutes at 1800x280, the peak file made before"
+    echo
+    echo "| program | CPU s | CPU of program / CPU of sonrel |"
+    echo "|---|---|---|"
+    cpu sonrel sonrel_waveform "$file"
+    local own=$cpu
+    echo "| sonrel waveform | $own | 1 |"
+    cpu sonrel sonrel_waveform "$file" --range 30:40
+    echo "| sonrel waveform, ten seconds of it | $cpu | $(ratio "$cpu" "$own") |"
+    cpu sonrel "$SONREL" --version
+    echo "| sonrel --version: the program and its libraries begin | $cpu | $(ratio "$cpu" "$own") |"
+    cpu ffmpeg ffmpeg -v error -nostdin -y -i "$file" -filter_complex showwavespic=s=1800x280 \
+        -frames:v 1 "$WORK/out.png"
+    echo "| ffmpeg showwavespic | $cpu | $(ratio "$cpu" "$own") |"
+}
+
 case $what in
     mix) bench_mix ;;
     keys) bench_keys ;;
     tracks | memory) bench_tracks ;;
     conform) bench_conform ;;
+    waveform) bench_waveform ;;
     all)
         bench_mix
         bench_keys
         bench_tracks
         bench_conform
+        bench_waveform
         ;;
     *)
         echo "bench/peers.sh: unknown measurement '$what'" >&2
