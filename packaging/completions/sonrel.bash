@@ -7,7 +7,7 @@ _sonrel() {
     local word command= action=
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         case $word in
-            info | conform | mix | cache) [ -n "$command" ] || command=$word ;;
+            info | conform | mix | waveform | cache) [ -n "$command" ] || command=$word ;;
             ls | du | check | clean) [ "$command" = cache ] && action=$word ;;
         esac
     done
@@ -16,16 +16,21 @@ _sonrel() {
         --progress) COMPREPLY=($(compgen -W "auto json none" -- "$current")); return ;;
         --dither) COMPREPLY=($(compgen -W "none triangular highpass" -- "$current")); return ;;
         --audio-from) COMPREPLY=($(compgen -W "audio video" -- "$current")); return ;;
+        --style) COMPREPLY=($(compgen -W "lanes overlaid rms" -- "$current")); return ;;
+        --scale) COMPREPLY=($(compgen -W "linear log" -- "$current")); return ;;
+        --format) COMPREPLY=($(compgen -W "rgb888 argb32" -- "$current")); return ;;
         --cache) compopt -o filenames; COMPREPLY=($(compgen -d -- "$current")); return ;;
         --db | --meters | -o) compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return ;;
         --rate | --fps | --media-root | --keep-days | --jobs | --from | --to | --seed | --days) return ;;
+        --size | --color | --background | --range) return ;;
     esac
 
     local options=$globals
     case $command in
-        "") [[ $current == -* ]] || { COMPREPLY=($(compgen -W "info conform mix cache" -- "$current")); return; } ;;
+        "") [[ $current == -* ]] || { COMPREPLY=($(compgen -W "info conform mix waveform cache" -- "$current")); return; } ;;
         conform) options+=" --jobs --all-codecs --force" ;;
         mix) options+=" -o --from --to --dither --seed --meters --fail-on-clip --allow-missing --audio-from" ;;
+        waveform) options+=" -o --size --style --scale --format --color --background --range --ruler" ;;
         cache)
             if [ -z "$action" ] && [[ $current != -* ]]; then
                 COMPREPLY=($(compgen -W "ls du check clean" -- "$current"))
