@@ -30,6 +30,7 @@ struct RawOptions {
     std::string dither = "highpass";
     std::string seed = "1";
     std::string audioFrom = "audio";
+    std::string retime = "otio";
     std::string days;
 
     std::string size = "1800x280";
@@ -137,6 +138,11 @@ CommandOptions FinishMix(Target& target) {
                                        {"highpass", DitherChoice::HighPass}});
     mix.soundFromVideo =
         Choose<bool>("--audio-from", raw.audioFrom, {{"audio", false}, {"video", true}});
+    mix.retime = Choose<otio::Retime>(
+        "--retime", raw.retime, {{"otio", otio::Retime::Otio}, {"media", otio::Retime::Media}});
+    if (mix.stems && mix.stems->empty()) {
+        throw UsageError("an empty name is no folder for --stems");
+    }
     if (raw.seed == "random") {
         mix.seed = 0;
     } else {
@@ -232,10 +238,18 @@ void DeclareMix(CLI::App& app, Target& target) {
         ->type_name("TYPE");
     command->add_option("--seed", target.raw.seed, "Seed of the dither, or random (1)")
         ->type_name("N");
+    command->add_option("--stems", mix.stems, "Write each track to a file of its own as well")
+        ->type_name("DIR");
+    command->add_option("--composition", mix.composition, "Mix the nested item of this name alone")
+        ->type_name("NAME");
     command->add_option("--meters", mix.meters, "Write all blocks of all meters")
         ->type_name("FILE.json");
     command->add_flag("--fail-on-clip", mix.failOnClip, "Exit 3 when the master clips");
     command->add_flag("--allow-missing", mix.allowMissing, "Missing media are silent");
+    command
+        ->add_option("--retime", target.raw.retime,
+                     "What a retimed clip's length counts: otio (its track) or media (otio)")
+        ->type_name("MODE");
     command->add_option("--audio-from", target.raw.audioFrom, "audio or video tracks (audio)")
         ->type_name("KIND");
     command->callback([&target] { target.chosen = FinishMix; });

@@ -5,6 +5,7 @@
 #include "host/Input.h"
 #include "host/Paths.h"
 #include "host/Text.h"
+#include "host/TimelineTree.h"
 #include "sonrel/contracts/zrtl/Timing.h"
 #include "sonrel/standin/media/MediaErrors.h"
 #include "sonrel/standin/media/MediaInfo.h"
@@ -131,45 +132,6 @@ private:
     MediaInfo last_;
 };
 
-Json TracksJson(const otio::Arrangement& arrangement) {
-    Json tracks = Json::array();
-    for (const otio::PlacedTrack& track : arrangement.tracks) {
-        Json objects = Json::array();
-        for (const otio::PlacedClip& clip : track.clips) {
-            objects.push_back({{"name", clip.name},
-                               {"media", clip.media.path},
-                               {"stream", clip.stream},
-                               {"startFrame", clip.startFrame},
-                               {"endFrame", clip.endFrame},
-                               {"sourceStartFrame", clip.sourceStartFrame},
-                               {"speed", clip.speed},
-                               {"muted", clip.muted}});
-        }
-        tracks.push_back({{"name", track.name},
-                          {"muted", track.muted},
-                          {"solo", track.solo},
-                          {"objects", objects}});
-    }
-    return tracks;
-}
-
-std::string TracksText(const otio::Arrangement& arrangement) {
-    std::string text;
-    for (std::size_t i = 0; i < arrangement.tracks.size(); ++i) {
-        const otio::PlacedTrack& track = arrangement.tracks[i];
-        text += "track " + std::to_string(i + 1) + " " + Quoted(track.name) +
-                (track.muted ? ", muted" : "") + (track.solo ? ", solo" : "") + "\n";
-        for (const otio::PlacedClip& clip : track.clips) {
-            text += "  frames " + std::to_string(clip.startFrame) + " to " +
-                    std::to_string(clip.endFrame) + ": " + Quoted(clip.name) + " from frame " +
-                    std::to_string(clip.sourceStartFrame) + " of " + OneLine(clip.media.path);
-            if (clip.speed != 1.0) text += ", speed " + FormatNumber(clip.speed, 6);
-            text += clip.muted ? ", muted\n" : "\n";
-        }
-    }
-    return text;
-}
-
 std::string RatesText(int rate, double fps, long long frames) {
     return std::to_string(rate) + " Hz, " + FormatNumber(fps, 6) + " frames a second, " +
            std::to_string(frames) + " frames (" +
@@ -191,9 +153,9 @@ std::string DescribeAll(const std::vector<MediaUse>& media, const std::vector<Me
 }
 
 Outcome TimelineInfo(const GlobalOptions& global, const std::string& input) {
-    const otio::TimelineImport import = ReadTimeline(input, global, false);
+    const otio::TimelineImport import = ReadTimeline(input, global);
     const otio::Arrangement& arrangement = import.arrangement;
-    const std::vector<MediaUse> media = CollectMedia(arrangement);
+    const std::vector<MediaUse> media = CollectMedia(arrangement.tracks);
     const std::vector<MediaUse> missing = MissingMedia(media);
     MediaReport described;
     const std::string problem = DescribeAll(media, missing, described);
@@ -205,14 +167,14 @@ Outcome TimelineInfo(const GlobalOptions& global, const std::string& input) {
     outcome.report["rate"] = arrangement.rate;
     outcome.report["fps"] = arrangement.fps;
     outcome.report["frames"] = arrangement.frameCount;
-    outcome.report["tracks"] = TracksJson(arrangement);
+    outcome.report["tracks"] = TracksJson(arrangement.tracks);
     outcome.report["media"] = described.List();
     outcome.report["missing"] = MissingJson(missing);
     outcome.report["notTakenOver"] = NotTakenOverJson(import.report);
 
     outcome.text = "timeline " + Quoted(import.name) + ": " +
                    RatesText(arrangement.rate, arrangement.fps, arrangement.frameCount) +
-                   TracksText(arrangement);
+                   TracksText(arrangement.tracks);
     if (!media.empty()) outcome.text += "media\n" + described.Text();
     for (const MediaUse& use : missing) {
         outcome.text += "  " + OneLine(use.location.path) + "\n    missing\n";

@@ -6,10 +6,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <map>
 #include <set>
 #include <utility>
 
+#include "host/EffectChains.h"
 #include "host/Errors.h"
 #include "host/Paths.h"
 #include "host/Text.h"
@@ -71,16 +71,42 @@ std::shared_ptr<MediaAsset> ImportUse(project::Project& project, const MediaUse&
     }
 }
 
+/// The media of clips, each path and stream once.
+class MediaCollection {
+public:
+    void Add(const std::vector<otio::PlacedTrack>& tracks) {
+        for (const otio::PlacedTrack& track : tracks) {
+            for (const otio::PlacedClip& clip : track.clips) {
+                if (clip.composition != nullptr) {
+                    Add(clip.composition->tracks);
+                } else if (known_.emplace(clip.media.path, clip.stream).second) {
+                    media_.push_back({clip.media, clip.stream, clip.place, nullptr});
+                }
+            }
+        }
+    }
+
+    std::vector<MediaUse> Take() { return std::move(media_); }
+
+private:
+    std::vector<MediaUse> media_;
+    std::set<std::pair<std::string, int>> known_;
+};
+
 }  // namespace
 
 otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions& options,
-                                  bool soundFromVideo) {
+                                  const ReadingChoice& choice) {
     otio::ImportOptions importOptions;
     importOptions.rates = {options.fps, options.rate};
     importOptions.mediaRoots = options.mediaRoots;
-    importOptions.soundFrom = soundFromVideo ? otio::Track::Kind::Video : otio::Track::Kind::Audio;
+    importOptions.retime = choice.retime;
+    importOptions.soundFrom =
+        choice.soundFromVideo ? otio::Track::Kind::Video : otio::Track::Kind::Audio;
     try {
-        return otio::ImportTimeline(input, importOptions);
+        otio::TimelineImport import = otio::ImportTimeline(input, importOptions);
+        DropRefusedEffects(import);
+        return import;
     } catch (const otio::RateError& error) {
         const std::string text = "cannot take the timeline " + Quoted(input) + ": " + error.what();
         if (options.fps || options.rate) throw UsageError(text);
@@ -90,17 +116,10 @@ otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions&
     }
 }
 
-std::vector<MediaUse> CollectMedia(const otio::Arrangement& arrangement) {
-    std::vector<MediaUse> media;
-    std::map<std::pair<std::string, int>, std::size_t> known;
-    for (const otio::PlacedTrack& track : arrangement.tracks) {
-        for (const otio::PlacedClip& clip : track.clips) {
-            const auto key = std::make_pair(clip.media.path, clip.stream);
-            if (!known.try_emplace(key, media.size()).second) continue;
-            media.push_back({clip.media, clip.stream, clip.place, nullptr});
-        }
-    }
-    return media;
+std::vector<MediaUse> CollectMedia(const std::vector<otio::PlacedTrack>& tracks) {
+    MediaCollection media;
+    media.Add(tracks);
+    return media.Take();
 }
 
 std::vector<MediaUse> MissingMedia(const std::vector<MediaUse>& media) {

@@ -8,6 +8,7 @@
 #include "host/Options.h"
 #include "host/Outcome.h"
 #include "host/otio/TimelineImport.h"
+#include "sonrel/contracts/project/CompositionAsset.h"
 #include "sonrel/contracts/project/MediaAsset.h"
 #include "sonrel/contracts/project/Project.h"
 
@@ -21,12 +22,19 @@ struct MediaUse {
     std::shared_ptr<project::MediaAsset> asset;  ///< empty until it is imported
 };
 
-/// Reads INPUT as a timeline. @throws JobError or UsageError with the file's name
-otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions& options,
-                                  bool soundFromVideo);
+/// How a timeline is read, beside the rates.
+struct ReadingChoice {
+    bool soundFromVideo = false;
+    otio::Retime retime = otio::Retime::Otio;
+};
 
-/// What the clips of a timeline use, in the order of its clips.
-std::vector<MediaUse> CollectMedia(const otio::Arrangement& arrangement);
+/// Reads INPUT as a timeline. Every effect in what it gives is one that can be made.
+/// @throws JobError or UsageError with the file's name
+otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions& options,
+                                  const ReadingChoice& choice = {});
+
+/// What the clips on tracks use, nested ones included, in the order of the clips.
+std::vector<MediaUse> CollectMedia(const std::vector<otio::PlacedTrack>& tracks);
 
 /// The first use of each path for which there is no file, URLs that name no local file included.
 std::vector<MediaUse> MissingMedia(const std::vector<MediaUse>& media);
@@ -60,6 +68,12 @@ int RateFor(const GlobalOptions& options);
 /// @param media  imported
 void BuildSequence(const otio::Arrangement& arrangement, const std::vector<MediaUse>& media,
                    project::Project& project);
+
+/// Builds what a nested item shows, with the rates of its timeline.
+/// @param media  imported
+std::shared_ptr<project::CompositionAsset> BuildComposition(
+    const otio::Arrangement& arrangement, const otio::PlacedComposition& composition,
+    const std::vector<MediaUse>& media, project::Project& project);
 
 /// The import report for programs and for people.
 Json NotTakenOverJson(const otio::ImportReport& report);

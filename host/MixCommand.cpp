@@ -12,6 +12,7 @@
 #include "host/OutputFile.h"
 #include "host/Paths.h"
 #include "host/Positions.h"
+#include "host/Stems.h"
 #include "host/Text.h"
 #include "host/WavWriter.h"
 #include "sonrel/contracts/zrtl/Timing.h"
@@ -25,15 +26,26 @@ using sonrel::AudioMixer;
 /// Meter blocks in a second.
 constexpr int BLOCKS_PER_SECOND = 10;
 
-void CheckOutputs(const MixOptions& options, const std::vector<MediaUse>& media) {
-    for (const std::string& output : {options.output, options.meters}) {
-        if (output.empty()) continue;
+/// Refuses two outputs of one name.
+void RequireTwoFiles(const std::string& a, const std::string& b) {
+    if (AbsolutePath(a) == AbsolutePath(b) || IsSameFile(a, b)) {
+        throw UsageError("two outputs have the name " + Quoted(b) + "; choose another for one");
+    }
+}
+
+/// @param stems  the files of the stems
+void CheckOutputs(const MixOptions& options, const std::vector<std::string>& stems,
+                  const std::vector<MediaUse>& media) {
+    std::vector<std::string> outputs{options.output};
+    if (!options.meters.empty()) outputs.push_back(options.meters);
+    if (outputs.size() == 2) RequireTwoFiles(outputs[0], outputs[1]);
+    for (const std::string& stem : stems) {
+        for (const std::string& output : outputs) RequireTwoFiles(stem, output);
+    }
+    outputs.insert(outputs.end(), stems.begin(), stems.end());
+    for (const std::string& output : outputs) {
         RequireOtherFile(output, options.input);
         for (const MediaUse& use : media) RequireOtherFile(output, use.location.path);
-    }
-    if (!options.meters.empty() && (AbsolutePath(options.meters) == AbsolutePath(options.output) ||
-                                    IsSameFile(options.meters, options.output))) {
-        throw UsageError("-o and --meters name the same file " + Quoted(options.output));
     }
 }
 
@@ -41,6 +53,8 @@ void CheckOutputs(const MixOptions& options, const std::vector<MediaUse>& media)
 Json ReportHead(const MixOptions& options, const FrameGrid& grid, bool isTimeline) {
     Json report;
     report["output"] = nullptr;
+    if (options.composition) report["composition"] = *options.composition;
+    if (options.stems) report["stems"] = Json::array();
     report["rate"] = grid.rate;
     report["fps"] = grid.fps;
     report["samples"] = 0;
@@ -61,27 +75,46 @@ std::string HeadText(const MixOptions& options, const FrameGrid& grid, long long
            std::to_string(samples) + " samples at " + std::to_string(grid.rate) + " Hz\n";
 }
 
-/// A mix of a timeline, stage by stage.
+/// The nested item that --composition names; null where there is no --composition.
+const otio::PlacedClip* WantedComposition(const otio::Arrangement& arrangement,
+                                          const MixOptions& options) {
+    if (!options.composition) return nullptr;
+    const otio::PlacedClip* item = otio::FindNested(arrangement.tracks, *options.composition);
+    if (item == nullptr) {
+        throw UsageError("the timeline " + Quoted(options.input) + " has no nested item " +
+                         Quoted(*options.composition) + "; 'sonrel info' tells their names");
+    }
+    return item;
+}
+
+/// A mix of a timeline, or of one of its nested items, stage by stage.
 class TimelineMix {
 public:
     TimelineMix(const GlobalOptions& global, const MixOptions& options)
         : global_(global),
           options_(options),
-          import_(ReadTimeline(options.input, global, options.soundFromVideo)),
+          import_(ReadTimeline(options.input, global, {options.soundFromVideo, options.retime})),
           grid_{import_.arrangement.rate, import_.arrangement.fps},
-          trackNames_(TrackNames(import_.arrangement)),
-          media_(CollectMedia(import_.arrangement)),
-          missing_(MissingMedia(media_)) {}
+          nested_(WantedComposition(import_.arrangement, options)),
+          media_(CollectMedia(nested_ != nullptr ? nested_->composition->tracks
+                                                 : import_.arrangement.tracks)),
+          missing_(MissingMedia(media_)) {
+        // A composition has no tracks that could be metered or written.
+        if (nested_ == nullptr) trackNames_ = TrackNames(import_.arrangement);
+        if (options.stems) stemPaths_ = StemPaths(*options.stems, trackNames_);
+    }
 
     Outcome Run() {
-        const long long total =
-            zrtl::TotalSamples(import_.arrangement.frameCount, grid_.rate, grid_.fps);
+        const int frames =
+            nested_ != nullptr ? nested_->composition->frameCount : import_.arrangement.frameCount;
+        const long long total = zrtl::TotalSamples(frames, grid_.rate, grid_.fps);
         if (total == 0) {
-            throw JobError("the timeline " + Quoted(options_.input) +
+            throw JobError((nested_ != nullptr ? "the nested item " + Quoted(nested_->name)
+                                               : "the timeline " + Quoted(options_.input)) +
                            " has no length: there is nothing to mix");
         }
         span_ = ParseSpan(options_.from, options_.to, grid_, total);
-        CheckOutputs(options_, media_);
+        CheckOutputs(options_, stemPaths_, media_);
         if (!missing_.empty() && !options_.allowMissing) return RefuseMissing();
         Mix();
         return Report();
@@ -92,7 +125,7 @@ private:
         Outcome outcome;
         outcome.report = ReportHead(options_, grid_, true);
         for (const std::string& name : trackNames_) {
-            outcome.report["tracks"].push_back(SignalJson({name, {}, {}}));
+            outcome.report["tracks"].push_back(SignalJson({name, {}, {}, {}}, grid_));
         }
         outcome.report["missing"] = MissingJson(missing_);
         outcome.report["notTakenOver"] = NotTakenOverJson(import_.report);
@@ -103,37 +136,56 @@ private:
         return outcome;
     }
 
+    MixBlock Blocks(const AudioMixer& mixer, const std::shared_ptr<project::Project>& project) {
+        if (nested_ == nullptr) {
+            BuildSequence(import_.arrangement, media_, *project);
+            return SequenceBlocks(mixer, project, project->Sequence());
+        }
+        return CompositionBlocks(
+            mixer, project,
+            BuildComposition(import_.arrangement, *nested_->composition, media_, *project));
+    }
+
     void Mix() {
         const auto project = std::make_shared<project::Project>();
         ImportMedia(*project, media_, import_.report);
-        BuildSequence(import_.arrangement, media_, *project);
 
         WavWriter writer(options_.output, grid_.rate, span_.end - span_.begin);
         std::optional<OutputFile> meters;
         if (!options_.meters.empty()) meters.emplace(options_.meters);
+        std::optional<Stems> stems;
+        if (options_.stems) stems.emplace(*options_.stems, stemPaths_, grid_, span_);
 
         const EngineSession session(global_);
         Progress progress(global_.progress, global_.quiet);
         ConformAll(session, media_, grid_.rate, progress);
 
         AudioMixer& mixer = *session.Engine()->Mixer();
+        const MixBlock mix = Blocks(mixer, project);
         const int blockFrames = std::max(1, grid_.rate / BLOCKS_PER_SECOND);
         mixer.SetDither(EngineDither(options_.dither), options_.seed);
         mixer.ResetMixSession();
         mixer.StartMeterSession(trackNames_.size(), blockFrames);
         loudness_.emplace(grid_.rate);
-        MixSink sink(writer, *loudness_);
-        RenderSequence(mixer, project, grid_, span_, sink, progress);
+        MixSink sink(writer, &*loudness_);
+        BesideBlock beside;
+        if (stems) {
+            stems->Begin(project, EngineDither(options_.dither), options_.seed);
+            beside = [&](long long position, int count) { stems->Render(position, count); };
+        }
+        RenderFrames(mix, grid_, span_, sink, beside, progress);
         mixer.StopMeterSession();
 
-        summary_ = Summarize(mixer, trackNames_);
+        summary_ = Summarize(mixer, trackNames_, span_.begin);
         if (meters) {
             meters->Write(
                 MetersJson(mixer, trackNames_, grid_.rate, blockFrames, span_.begin).dump() + "\n");
         }
+        if (stems) stems->Flush();
         if (Interrupted()) ThrowInterrupted("nothing was written");
         writer.Finish();
         if (meters) meters->Commit();
+        if (stems) stems->Finish();
     }
 
     Outcome Report() {
@@ -142,44 +194,62 @@ private:
         outcome.report = ReportHead(options_, grid_, true);
         outcome.report["output"] = options_.output;
         outcome.report["samples"] = samples;
+        if (options_.stems) outcome.report["stems"] = stemPaths_;
         for (const SignalSummary& track : summary_.tracks) {
-            outcome.report["tracks"].push_back(SignalJson(track));
+            outcome.report["tracks"].push_back(SignalJson(track, grid_));
         }
-        outcome.report["master"] = SignalJson(summary_.master);
+        outcome.report["master"] = SignalJson(summary_.master, grid_);
         outcome.report["loudness"] = LoudnessJson(*loudness_);
         outcome.report["missing"] = MissingJson(missing_);
         outcome.report["notTakenOver"] = NotTakenOverJson(import_.report);
-        outcome.text = HeadText(options_, grid_, samples) + MetersText(summary_) +
-                       LoudnessText(*loudness_) + NotTakenOverText(import_.report);
+        outcome.text = HeadText(options_, grid_, samples) + MetersText(summary_, grid_) +
+                       LoudnessText(*loudness_) + StemsText() + NotTakenOverText(import_.report);
         const long long* clipped = summary_.master.clippedBlocks;
         if (options_.failOnClip && (clipped[0] != 0 || clipped[1] != 0)) {
             outcome.Fail(ExitCode::ConditionFailed,
                          "the mix " + Quoted(options_.output) + " clips in " +
                              std::to_string(clipped[0]) + " blocks on the left and " +
-                             std::to_string(clipped[1]) +
-                             " on the right; lower the levels or the master level");
+                             std::to_string(clipped[1]) + " on the right, first at " +
+                             FormatTimecode(summary_.master.clips.front().span.begin, grid_) +
+                             "; lower the levels or the master level");
         }
         return outcome;
+    }
+
+    std::string StemsText() const {
+        std::string text;
+        for (const std::string& path : stemPaths_) text += "  stem " + OneLine(path) + "\n";
+        return text;
     }
 
     const GlobalOptions& global_;
     const MixOptions& options_;
     otio::TimelineImport import_;
     FrameGrid grid_;
-    std::vector<std::string> trackNames_;
+    const otio::PlacedClip* nested_;  ///< what is mixed; null for the timeline itself
     std::vector<MediaUse> media_;
     std::vector<MediaUse> missing_;
+    std::vector<std::string> trackNames_;
+    std::vector<std::string> stemPaths_;
     SampleSpan span_;
     MeterSummary summary_;
     std::optional<LoudnessMeter> loudness_;
 };
 
+/// A medium has neither tracks nor nested items.
+void RefuseTimelineOptions(const MixOptions& options) {
+    const auto refuse = [](const char* option, const char* why) {
+        throw UsageError(std::string(option) + " needs a timeline: a media file has no " + why);
+    };
+    if (!options.meters.empty()) refuse("--meters", "tracks to meter");
+    if (options.stems) refuse("--stems", "tracks to write");
+    if (options.composition) refuse("--composition", "nested items");
+}
+
 Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
     const std::string path = AbsolutePath(options.input);
-    if (!options.meters.empty()) {
-        throw UsageError("--meters needs a timeline: a media file has no tracks to meter");
-    }
-    CheckOutputs(options, {});
+    RefuseTimelineOptions(options);
+    CheckOutputs(options, {}, {});
     project::Project project;
     std::vector<MediaUse> media{{{path, {}}, 0, {}, ImportMediaFile(project, path, 0)}};
     const std::shared_ptr<project::MediaAsset>& asset = media.front().asset;
@@ -194,7 +264,7 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
 
     WavWriter writer(options.output, grid.rate, span.end - span.begin);
     LoudnessMeter loudness(grid.rate);
-    MixSink sink(writer, loudness);
+    MixSink sink(writer, &loudness);
     RenderMedia(*session.Engine()->Mixer(), asset, grid, span, sink, progress);
     writer.Finish();
 
@@ -210,6 +280,9 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
 }  // namespace
 
 Outcome RunMix(const GlobalOptions& global, const MixOptions& options) {
+    if (options.stems && options.composition) {
+        throw UsageError("--stems does not go with --composition: a nested item has no stems");
+    }
     if (otio::IsTimelinePath(options.input)) return TimelineMix(global, options).Run();
     return MixMediaFile(global, options);
 }

@@ -25,7 +25,7 @@ void CheckInterrupt() {
 
 }  // namespace
 
-MixSink::MixSink(WavWriter& writer, LoudnessMeter& loudness)
+MixSink::MixSink(WavWriter& writer, LoudnessMeter* loudness)
     : writer_(writer), loudness_(loudness), buffer_(CHANNELS * PIECE) {}
 
 unsigned char* MixSink::Next(int frames) {
@@ -39,25 +39,45 @@ unsigned char* MixSink::Next(int frames) {
 
 void MixSink::Flush() {
     writer_.Write(buffer_.data(), static_cast<long long>(filled_));
-    loudness_.Add(buffer_.data(), filled_);
+    if (loudness_ != nullptr) loudness_->Add(buffer_.data(), filled_);
     filled_ = 0;
 }
 
-void RenderSequence(const sonrel::AudioMixer& mixer,
-                    const std::shared_ptr<project::Project>& project, const FrameGrid& grid,
-                    const SampleSpan& span, MixSink& sink, Progress& progress) {
+MixBlock SequenceBlocks(const sonrel::AudioMixer& mixer,
+                        const std::shared_ptr<project::Project>& project,
+                        const std::shared_ptr<project::EditorSequence>& sequence) {
+    return [&mixer, project, sequence](long long position, int count, unsigned char* buffer) {
+        return mixer.GetSamples(project, sequence, position, count, buffer, count * BYTES_PER_FRAME,
+                                0, 0);
+    };
+}
+
+MixBlock CompositionBlocks(const sonrel::AudioMixer& mixer,
+                           const std::shared_ptr<project::Project>& project,
+                           const std::shared_ptr<project::CompositionAsset>& composition) {
+    return [&mixer, project, composition](long long position, int count, unsigned char* buffer) {
+        return mixer.GetSamples(project, composition, position, count, buffer,
+                                count * BYTES_PER_FRAME, 0, 0);
+    };
+}
+
+void RenderBlock(const MixBlock& mix, const FrameGrid& grid, long long position, int count,
+                 MixSink& sink) {
+    const int mixed = mix(position, count, sink.Next(count));
+    if (mixed == count) return;
+    throw JobError("the mixer gave " + std::to_string(mixed) + " for " + std::to_string(count) +
+                   " samples at " + FormatTimecode(position, grid));
+}
+
+void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const SampleSpan& span, MixSink& sink,
+                  const BesideBlock& beside, Progress& progress) {
     progress.Begin("mix", "samples", span.end - span.begin);
-    const std::shared_ptr<project::EditorSequence> sequence = project->Sequence();
     long long position = span.begin;
     for (long long frame = grid.FrameOf(span.begin); position < span.end; ++frame) {
         CheckInterrupt();
         const auto count = static_cast<int>(std::min(grid.Start(frame + 1), span.end) - position);
-        const int mixed = mixer.GetSamples(project, sequence, position, count, sink.Next(count),
-                                           count * BYTES_PER_FRAME, 0, 0);
-        if (mixed != count) {
-            throw JobError("the mixer gave " + std::to_string(mixed) + " for " +
-                           std::to_string(count) + " samples at " + FormatTimecode(position, grid));
-        }
+        RenderBlock(mix, grid, position, count, sink);
+        if (beside) beside(position, count);
         position += count;
         progress.Update(position - span.begin);
     }

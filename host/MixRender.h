@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -8,6 +9,7 @@
 #include "host/Positions.h"
 #include "host/Progress.h"
 #include "host/WavWriter.h"
+#include "sonrel/contracts/project/CompositionAsset.h"
 #include "sonrel/contracts/project/MediaAsset.h"
 #include "sonrel/contracts/project/Project.h"
 #include "sonrel/mixer/AudioMixer.h"
@@ -17,7 +19,8 @@ namespace orlo::host {
 /// Where rendered samples go: into the file and through the loudness meter, in large pieces.
 class MixSink {
 public:
-    MixSink(WavWriter& writer, LoudnessMeter& loudness);
+    /// @param loudness  null for none
+    MixSink(WavWriter& writer, LoudnessMeter* loudness);
 
     /// Room for @p frames more stereo frames, to be filled before the next call.
     unsigned char* Next(int frames);
@@ -26,17 +29,35 @@ public:
 
 private:
     WavWriter& writer_;
-    LoudnessMeter& loudness_;
+    LoudnessMeter* loudness_;
     std::vector<short> buffer_;
     std::size_t filled_ = 0;  ///< frames
 };
 
-/// Mixes a stretch of the project's main sequence, video frame by video frame on the timeline's
-/// grid.
+/// Mixes @p count samples from @p position on into a buffer. @return count, or what the mixer
+/// refuses with
+using MixBlock = std::function<int(long long position, int count, unsigned char* buffer)>;
+
+/// Is called behind each block of a mix with the same stretch.
+using BesideBlock = std::function<void(long long position, int count)>;
+
+MixBlock SequenceBlocks(const sonrel::AudioMixer& mixer,
+                        const std::shared_ptr<project::Project>& project,
+                        const std::shared_ptr<project::EditorSequence>& sequence);
+
+MixBlock CompositionBlocks(const sonrel::AudioMixer& mixer,
+                           const std::shared_ptr<project::Project>& project,
+                           const std::shared_ptr<project::CompositionAsset>& composition);
+
+/// Puts one block into the sink. @throws JobError where the mixer refuses
+void RenderBlock(const MixBlock& mix, const FrameGrid& grid, long long position, int count,
+                 MixSink& sink);
+
+/// Mixes a stretch, video frame by video frame on the timeline's grid.
+/// @param beside  may be empty
 /// @throws JobError where the mixer refuses; CommandError when the program is asked to stop
-void RenderSequence(const sonrel::AudioMixer& mixer,
-                    const std::shared_ptr<project::Project>& project, const FrameGrid& grid,
-                    const SampleSpan& span, MixSink& sink, Progress& progress);
+void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const SampleSpan& span, MixSink& sink,
+                  const BesideBlock& beside, Progress& progress);
 
 /// Reads a stretch of a conformed media asset in pieces of one second.
 /// @throws JobError where the conformed file gives fewer samples than it has

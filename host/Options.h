@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/PictureArguments.h"
+#include "host/otio/Arrangement.h"
 #include "host/otio/MediaResolver.h"
 #include "sonrel/caches/WaveformPreview.h"
 
@@ -51,6 +52,9 @@ struct MixOptions {
     DitherChoice dither = DitherChoice::HighPass;
     unsigned int seed = 1;  ///< 0 asks for one from the clock
     std::string meters;
+    std::optional<std::string> stems;        ///< folder
+    std::optional<std::string> composition;  ///< name of the nested item to mix
+    otio::Retime retime = otio::Retime::Otio;
     bool failOnClip = false;
     bool allowMissing = false;
     bool soundFromVideo = false;

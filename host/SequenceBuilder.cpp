@@ -2,17 +2,18 @@
 #include <map>
 #include <utility>
 
+#include "host/EffectChains.h"
 #include "host/Input.h"
 #include "host/Paths.h"
 #include "sonrel/contracts/project/AssetAudioObject.h"
+#include "sonrel/contracts/project/AssetLayer.h"
+#include "sonrel/contracts/project/CompositionAsset.h"
 #include "sonrel/contracts/project/EditorSequence.h"
 #include "sonrel/contracts/zrtl/Paths.h"
 
 namespace orlo::host {
 
 namespace {
-
-using AssetIDs = std::map<std::pair<std::string, int>, zrtl::ZRID>;
 
 void SetLevel(project::PropertyManager& properties, const otio::LevelCurve& level) {
     if (level.decibels) properties.SetStaticValue("audioLevel", *level.decibels);
@@ -21,47 +22,122 @@ void SetLevel(project::PropertyManager& properties, const otio::LevelCurve& leve
     }
 }
 
-std::shared_ptr<project::AssetAudioObject> MakeObject(const otio::PlacedClip& clip,
-                                                      const AssetIDs& assets) {
-    auto object =
-        std::make_shared<project::AssetAudioObject>(assets.at({clip.media.path, clip.stream}));
-    object->SetRange(clip.startFrame, clip.endFrame);
-    object->SetSourceStartFrame(clip.sourceStartFrame);
-    object->SetMuted(clip.muted);
-    object->Animation().SetStaticValue("speed", clip.speed);
-    SetLevel(object->Animation(), clip.level);
-    return object;
+void SetRates(project::AudioVideoSettings& settings, const otio::Arrangement& arrangement,
+              int frameCount) {
+    settings.SetFrameRate(arrangement.fps);
+    settings.SetCustomAudioSampleRate(arrangement.rate);
+    settings.SetFrameCount(frameCount);
 }
 
-void AddTrack(const otio::PlacedTrack& placed, const AssetIDs& assets,
-              project::EditorSequence& sequence) {
-    const std::shared_ptr<project::AudioTrack> track = sequence.AddAudioTrack();
-    track->SetName(zrtl::FromUtf8(placed.name));
-    track->SetMuted(placed.muted);
-    track->SetSolo(placed.solo);
-    if (placed.stereoBalance) {
-        track->Animation().SetStaticValue("stereoBalance", *placed.stereoBalance);
+/// Makes a project out of an arrangement.
+class Builder {
+public:
+    Builder(const otio::Arrangement& arrangement, const std::vector<MediaUse>& media,
+            project::Project& project)
+        : arrangement_(arrangement), project_(project) {
+        for (const MediaUse& use : media) {
+            assets_.emplace(std::make_pair(use.location.path, use.stream), use.asset->ID());
+        }
     }
-    SetLevel(track->Animation(), placed.level);
-    for (const otio::PlacedClip& clip : placed.clips) {
-        track->Objects().Add(MakeObject(clip, assets));
+
+    void AddTrack(const otio::PlacedTrack& placed, project::EditorSequence& sequence) const {
+        const std::shared_ptr<project::AudioTrack> track = sequence.AddAudioTrack();
+        track->SetName(zrtl::FromUtf8(placed.name));
+        track->SetMuted(placed.muted);
+        track->SetSolo(placed.solo);
+        if (placed.stereoBalance) {
+            track->Animation().SetStaticValue("stereoBalance", *placed.stereoBalance);
+        }
+        SetLevel(track->Animation(), placed.level);
+        std::vector<std::shared_ptr<project::AssetAudioObject>> objects;
+        for (const otio::PlacedClip& clip : placed.clips) {
+            objects.push_back(MakeObject(clip));
+            track->Objects().Add(objects.back());
+        }
+        for (const otio::PlacedTransition& transition : placed.transitions) {
+            Join(transition, objects);
+        }
     }
-}
+
+    /// The composition is added to the project's assets, behind those that it shows.
+    std::shared_ptr<project::CompositionAsset> MakeComposition(
+        const otio::PlacedComposition& placed) const {
+        const auto composition = std::make_shared<project::CompositionAsset>();
+        SetRates(composition->Settings(), arrangement_, placed.frameCount);
+        for (const otio::PlacedTrack& track : placed.tracks) {
+            for (const otio::PlacedClip& clip : track.clips) {
+                const std::shared_ptr<project::AssetLayer> layer = MakeLayer(clip);
+                if (track.muted) layer->SetMuted(true);
+                composition->AddLayer(layer);
+            }
+        }
+        project_.Assets().Add(composition);
+        return composition;
+    }
+
+private:
+    zrtl::ZRID AssetOf(const otio::PlacedClip& clip) const {
+        if (clip.composition != nullptr) return MakeComposition(*clip.composition)->ID();
+        return assets_.at({clip.media.path, clip.stream});
+    }
+
+    /// What objects and layers have in common.
+    template <class Shown>
+    void Set(const otio::PlacedClip& clip, Shown& shown) const {
+        shown.SetRange(clip.startFrame, clip.endFrame);
+        shown.SetSourceStartFrame(clip.sourceStartFrame);
+        shown.SetMuted(clip.muted);
+        shown.Animation().SetStaticValue("speed", clip.speed);
+        SetLevel(shown.Animation(), clip.level);
+        for (const ChainLink& link : MakeChain(clip, arrangement_.fps, arrangement_.rate)) {
+            shown.AddEffect(link.plugin)->SetEnabled(link.enabled);
+        }
+    }
+
+    std::shared_ptr<project::AssetAudioObject> MakeObject(const otio::PlacedClip& clip) const {
+        const auto object = std::make_shared<project::AssetAudioObject>(AssetOf(clip));
+        Set(clip, *object);
+        return object;
+    }
+
+    std::shared_ptr<project::AssetLayer> MakeLayer(const otio::PlacedClip& clip) const {
+        const auto layer = std::make_shared<project::AssetLayer>(AssetOf(clip));
+        Set(clip, *layer);
+        return layer;
+    }
+
+    /// Where there is no clip on one side, the identity there is null and the side is silence.
+    static void Join(const otio::PlacedTransition& placed,
+                     const std::vector<std::shared_ptr<project::AssetAudioObject>>& objects) {
+        const auto from = placed.from ? objects.at(*placed.from) : nullptr;
+        const auto to = placed.to ? objects.at(*placed.to) : nullptr;
+        const auto transition = std::make_shared<project::Transition>(
+            MakeCrossFade(placed), from ? from->ID() : zrtl::ZRID(), to ? to->ID() : zrtl::ZRID(),
+            placed.length, placed.relativeStartFrame);
+        if (from) from->SetOutgoingTransition(transition);
+        if (to) to->SetIncomingTransition(transition);
+    }
+
+    const otio::Arrangement& arrangement_;
+    project::Project& project_;
+    std::map<std::pair<std::string, int>, zrtl::ZRID> assets_;
+};
 
 }  // namespace
 
 void BuildSequence(const otio::Arrangement& arrangement, const std::vector<MediaUse>& media,
                    project::Project& project) {
-    AssetIDs assets;
-    for (const MediaUse& use : media) {
-        assets.emplace(std::make_pair(use.location.path, use.stream), use.asset->ID());
-    }
+    const Builder builder(arrangement, media, project);
     project::EditorSequence& sequence = *project.Sequence();
-    sequence.Settings().SetFrameRate(arrangement.fps);
-    sequence.Settings().SetCustomAudioSampleRate(arrangement.rate);
-    sequence.Settings().SetFrameCount(arrangement.frameCount);
+    SetRates(sequence.Settings(), arrangement, arrangement.frameCount);
     SetLevel(sequence.AudioMasterTrack()->Animation(), arrangement.masterLevel);
-    for (const otio::PlacedTrack& track : arrangement.tracks) AddTrack(track, assets, sequence);
+    for (const otio::PlacedTrack& track : arrangement.tracks) builder.AddTrack(track, sequence);
+}
+
+std::shared_ptr<project::CompositionAsset> BuildComposition(
+    const otio::Arrangement& arrangement, const otio::PlacedComposition& composition,
+    const std::vector<MediaUse>& media, project::Project& project) {
+    return Builder(arrangement, media, project).MakeComposition(composition);
 }
 
 }  // namespace orlo::host

@@ -8,12 +8,9 @@
 
 namespace orlo::host::otio {
 
-/// Takes over what a clip says about its medium, its speed and its level.
+/// Takes over what a clip says about its medium and its sound.
 /// @param clip  the clip's object
 /// @param item  receives it; its place is set already
 void ParseClip(const nlohmann::json& clip, Item& item, ImportReport& report);
-
-/// Notes every effect of an object whose effects are not taken over.
-void NoteEffects(const nlohmann::json& object, const Place& place, ImportReport& report);
 
 }  // namespace orlo::host::otio

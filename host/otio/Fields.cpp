@@ -33,11 +33,11 @@ std::optional<double> NumberMember(const json& object, const char* key, const st
     return member->get<double>();
 }
 
-RationalTime TimeMember(const json& range, const char* key, const std::string& field,
-                        const Place& place, ImportReport& report) {
-    const json* member = Member(range, key);
+/// @param path  the member's name for messages
+RationalTime ReadTime(const json& owner, const char* key, const std::string& path,
+                      const Place& place, ImportReport& report) {
+    const json* member = Member(owner, key);
     if (member == nullptr || member->is_null()) return {};
-    const std::string path = field + "." + key;
     if (!member->is_object()) Refuse(place, path, *member, "time");
     RationalTime time;
     const std::optional<double> value = NumberMember(*member, "value", path, place);
@@ -96,9 +96,15 @@ std::optional<TimeRange> RangeMember(const json& object, const char* key, const 
     if (member == nullptr || member->is_null()) return std::nullopt;
     if (!member->is_object()) Refuse(place, key, *member, "time range");
     TimeRange range;
-    range.start = TimeMember(*member, "start_time", key, place, report);
-    range.duration = TimeMember(*member, "duration", key, place, report);
+    const std::string field = key;
+    range.start = ReadTime(*member, "start_time", field + ".start_time", place, report);
+    range.duration = ReadTime(*member, "duration", field + ".duration", place, report);
     return range;
+}
+
+RationalTime TimeMember(const json& object, const char* key, const Place& place,
+                        ImportReport& report) {
+    return ReadTime(object, key, key, place, report);
 }
 
 bool BoolMember(const json& object, const char* key, bool fallback, const Place& place,

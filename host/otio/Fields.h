@@ -32,6 +32,11 @@ const nlohmann::json& ListMember(const nlohmann::json& object, const char* key, 
 std::optional<TimeRange> RangeMember(const nlohmann::json& object, const char* key,
                                      const Place& place, ImportReport& report);
 
+/// A time member; 0 where it is missing, with the notes of a range.
+/// @throws DocumentError when it is no time
+RationalTime TimeMember(const nlohmann::json& object, const char* key, const Place& place,
+                        ImportReport& report);
+
 /// A boolean member; @p fallback, with a note, where it is something else.
 bool BoolMember(const nlohmann::json& object, const char* key, bool fallback, const Place& place,
                 ImportReport& report);

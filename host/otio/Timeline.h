@@ -1,14 +1,20 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "host/otio/ImportReport.h"
 
 /// A timeline as its file tells it: plain values, nothing resolved, nothing rounded.
 namespace orlo::host::otio {
+
+/// Speeds at which the engine reads a source. Beyond them nothing could be recognised any more.
+constexpr double MIN_SPEED = 0.01;
+constexpr double MAX_SPEED = 100.0;
 
 struct RationalTime {
     double value = 0.0;
@@ -35,10 +41,35 @@ struct Level {
     Clock clock = Clock::Milliseconds;  ///< what the keys' times count, from the owner's start
 };
 
+/// A plugin with its parameters, as the file asks for it: nothing of it is checked.
+struct EffectRequest {
+    std::string plugin;
+    /// A number, or the word for one of several choices.
+    std::map<std::string, std::variant<double, std::string>> parameters;
+    bool enabled = true;
+};
+
+/// Lengths in frames of the timeline, 0 or more; 0 is no fade.
+struct Fades {
+    double inFrames = 0.0;
+    double outFrames = 0.0;
+    std::string curve = "equal-power";
+};
+
+/// How far a transition reaches over the items on its two sides.
+struct TransitionSpan {
+    RationalTime inOffset;   ///< over the item before it
+    RationalTime outOffset;  ///< over the item behind it
+    std::string type;
+    std::string curve = "equal-power";
+};
+
 struct MediaReference {
     std::string url;
     std::optional<TimeRange> availableRange;
 };
+
+struct Track;
 
 /// A child of a track or stack.
 struct Item {
@@ -58,15 +89,20 @@ struct Item {
     std::string speedProblem;  ///< set where the retiming cannot be rendered
     Level level;
     bool muted = false;
+    std::vector<EffectRequest> effects;
+    Fades fades;
 
-    bool parallel = false;  ///< the children of a nested item sound together, not in turn
-    std::vector<Item> children;
+    TransitionSpan transition;  ///< of a transition alone
+
+    /// What a nested item shows: its tracks sound together.
+    std::vector<Track> tracks;
 };
 
-/// A track that is to sound.
 struct Track {
     enum class Kind { Audio, Video, Other };
 
+    /// A nested item keeps tracks of another kind too, since its length may be theirs.
+    bool sounds = true;
     std::string name;
     Place place;
     std::optional<TimeRange> sourceRange;

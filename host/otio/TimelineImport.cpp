@@ -40,7 +40,8 @@ TimelineImport Import(const nlohmann::json& document, const std::string& folder,
     const Timeline timeline = ParseTimeline(document, options.soundFrom, import.report);
     const MediaResolver resolver(folder, options.mediaRoots, IsFile);
     import.name = timeline.name;
-    import.arrangement = ArrangeTimeline(timeline, options.rates, resolver, import.report);
+    import.arrangement =
+        ArrangeTimeline(timeline, options.rates, options.retime, resolver, import.report);
     return import;
 }
 

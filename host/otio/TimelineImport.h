@@ -14,6 +14,7 @@ namespace orlo::host::otio {
 
 struct ImportOptions {
     RateChoice rates;
+    Retime retime = Retime::Otio;
     std::vector<MediaRoot> mediaRoots;
     Track::Kind soundFrom = Track::Kind::Audio;
 };

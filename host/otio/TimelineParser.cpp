@@ -6,6 +6,7 @@
 #include "host/Text.h"
 #include "host/otio/ClipParser.h"
 #include "host/otio/Fields.h"
+#include "host/otio/SoundParser.h"
 
 namespace orlo::host::otio {
 
@@ -13,9 +14,35 @@ namespace {
 
 using nlohmann::json;
 
+/// Names and places of any length stay short in the report: there may be millions of them.
+constexpr std::size_t MAX_NAME = 60;
+constexpr std::size_t MAX_PLACE = 300;
+
+bool ContinuesCharacter(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
+std::string Shortened(const std::string& name) {
+    if (name.size() <= MAX_NAME) return name;
+    std::size_t end = MAX_NAME;
+    while (end > 0 && ContinuesCharacter(name[end])) --end;
+    return name.substr(0, end) + "...";
+}
+
 std::string Label(const char* kind, std::size_t number, const std::string& name) {
     const std::string label = kind + std::string(" ") + std::to_string(number);
-    return name.empty() ? label : label + " " + Quoted(name);
+    return name.empty() ? label : label + " " + Quoted(Shortened(name));
+}
+
+/// The place of a track inside a nested item. Of a very long one the end is kept.
+Place InsideOf(const Place& nested, const std::string& label) {
+    std::string text = ToText(nested) + ", " + label;
+    if (text.size() > MAX_PLACE) {
+        std::size_t begin = text.size() - MAX_PLACE;
+        while (begin < text.size() && ContinuesCharacter(text[begin])) ++begin;
+        text = "..." + text.substr(begin);
+    }
+    return {text, {}};
 }
 
 Item::Kind KindOf(const std::string& schema) {
@@ -26,38 +53,61 @@ Item::Kind KindOf(const std::string& schema) {
     return Item::Kind::Unknown;
 }
 
-/// The parts of an item that its length depends on, with the items inside it.
-Item ParseExtent(const json& object, const Place& place, ImportReport& report) {
+Track::Kind TrackKind(const std::string& kind) {
+    if (kind == "Audio") return Track::Kind::Audio;
+    // A track without a kind is one of pictures.
+    return kind == "Video" || kind.empty() ? Track::Kind::Video : Track::Kind::Other;
+}
+
+void NoteUnwantedTrack(Track::Kind kind, const std::string& kindName, const Place& place,
+                       ImportReport& report) {
+    if (kind == Track::Kind::Video) {
+        report.Add("video track", place,
+                   "its pictures are not taken over, and its sound only with "
+                   "--audio-from video");
+    } else if (kind == Track::Kind::Audio) {
+        report.Add("audio track", place, "the sound is taken from the video tracks");
+    } else {
+        report.Add("track of kind " + Quoted(kindName), place, "it has no sound");
+    }
+}
+
+void ParseNested(const json& object, Track::Kind wanted, Item& item, ImportReport& report);
+
+Item ParseItem(const json& object, const std::string& track, std::size_t number, Track::Kind wanted,
+               ImportReport& report) {
     Item item;
     item.schema = SchemaName(object);
     item.kind = KindOf(item.schema);
     item.name = StringMember(object, "name");
-    item.place = place;
-    item.sourceRange = RangeMember(object, "source_range", place, report);
-    item.enabled = BoolMember(object, "enabled", true, place, report);
-    if (item.kind != Item::Kind::Nested) return item;
-    item.parallel = item.schema == "Stack";
-    for (const json& child : ListMember(object, "children", place)) {
-        Item inner = ParseExtent(child, place, report);
-        if (inner.kind == Item::Kind::Clip) ParseClip(child, inner, report);
-        item.children.push_back(std::move(inner));
+    item.place = {track, Label("item", number, item.name)};
+    item.sourceRange = RangeMember(object, "source_range", item.place, report);
+    item.enabled = BoolMember(object, "enabled", true, item.place, report);
+    switch (item.kind) {
+        case Item::Kind::Clip:
+            ParseClip(object, item, report);
+            break;
+        case Item::Kind::Gap:
+            NoteEffects(object, item.place, report);
+            break;
+        case Item::Kind::Transition:
+            ParseTransition(object, item, report);
+            break;
+        case Item::Kind::Nested:
+            ParseSound(object, item, report);
+            ParseNested(object, wanted, item, report);
+            break;
+        case Item::Kind::Unknown:
+            break;
     }
     return item;
 }
 
-Item ParseItem(const json& object, const std::string& track, std::size_t number,
-               ImportReport& report) {
-    const Place place{track, Label("item", number, StringMember(object, "name"))};
-    const Item::Kind kind = KindOf(SchemaName(object));
-    if (kind == Item::Kind::Nested) {
-        // The whole item is noted, and nothing in it needs an entry of its own.
-        ImportReport inside;
-        return ParseExtent(object, place, inside);
+void ParseItems(const json& object, Track::Kind wanted, Track& track, ImportReport& report) {
+    std::size_t number = 0;
+    for (const json& child : ListMember(object, "children", track.place)) {
+        track.items.push_back(ParseItem(child, track.place.track, ++number, wanted, report));
     }
-    Item item = ParseExtent(object, place, report);
-    if (kind == Item::Kind::Clip) ParseClip(object, item, report);
-    if (kind == Item::Kind::Gap) NoteEffects(object, place, report);
-    return item;
 }
 
 void ParseTrackMetadata(const json& object, Track& track, ImportReport& report) {
@@ -86,7 +136,7 @@ void ParseTrackMetadata(const json& object, Track& track, ImportReport& report) 
     }
 }
 
-Track ParseTrack(const json& object, const Place& place, ImportReport& report) {
+Track ParseTrack(const json& object, const Place& place, Track::Kind wanted, ImportReport& report) {
     Track track;
     track.name = StringMember(object, "name");
     track.place = place;
@@ -94,38 +144,67 @@ Track ParseTrack(const json& object, const Place& place, ImportReport& report) {
     ParseTrackMetadata(object, track, report);
     if (!BoolMember(object, "enabled", true, place, report)) track.muted = true;
     NoteEffects(object, place, report);
-    std::size_t number = 0;
-    for (const json& child : ListMember(object, "children", place)) {
-        track.items.push_back(ParseItem(child, place.track, ++number, report));
-    }
+    ParseItems(object, wanted, track, report);
     return track;
 }
 
-/// A child of the top stack that is no track sounds like a track of its own.
-Track TrackOfItem(const json& object, const Place& place, ImportReport& report) {
+/// A child of a stack that is no track sounds like a track of its own.
+Track TrackOfItem(const json& object, const Place& place, Track::Kind wanted,
+                  ImportReport& report) {
     Track track;
     track.name = StringMember(object, "name");
     track.place = place;
-    track.items.push_back(ParseItem(object, place.track, 1, report));
+    track.items.push_back(ParseItem(object, place.track, 1, wanted, report));
     return track;
 }
 
-Track::Kind TrackKind(const std::string& kind) {
-    if (kind == "Audio") return Track::Kind::Audio;
-    // A track without a kind is one of pictures.
-    return kind == "Video" || kind.empty() ? Track::Kind::Video : Track::Kind::Other;
+/// A track that does not sound is read for its length alone, and one note stands for all of it.
+Track ParseSilentTrack(const json& object, const Place& place, Track::Kind wanted) {
+    ImportReport unheard;
+    Track track = ParseTrack(object, place, wanted, unheard);
+    track.sounds = false;
+    return track;
 }
 
-void NoteUnwantedTrack(Track::Kind kind, const std::string& kindName, const Place& place,
+Track ParseInnerTrack(const json& object, const Place& place, Track::Kind wanted,
+                      ImportReport& report) {
+    if (SchemaName(object) != "Track") return TrackOfItem(object, place, wanted, report);
+    const std::string kindName = StringMember(object, "kind");
+    const Track::Kind kind = TrackKind(kindName);
+    if (kind == wanted) return ParseTrack(object, place, wanted, report);
+    NoteUnwantedTrack(kind, kindName, place, report);
+    return ParseSilentTrack(object, place, wanted);
+}
+
+/// A nested track is a stack of that one track, whose own values belong to the item. Without a kind
+/// it is one of the tracks around it.
+Track ParseNestedTrack(const json& object, const Item& item, Track::Kind wanted,
                        ImportReport& report) {
-    if (kind == Track::Kind::Video) {
-        report.Add("video track", place,
-                   "its pictures are not taken over, and its sound only with "
-                   "--audio-from video");
-    } else if (kind == Track::Kind::Audio) {
-        report.Add("audio track", place, "the sound is taken from the video tracks");
-    } else {
-        report.Add("track of kind " + Quoted(kindName), place, "it has no sound");
+    Track track;
+    track.name = item.name;
+    track.place = InsideOf(item.place, "its track");
+    const std::string kindName = StringMember(object, "kind");
+    const Track::Kind kind = kindName.empty() ? wanted : TrackKind(kindName);
+    if (kind == wanted) {
+        ParseItems(object, wanted, track, report);
+        return track;
+    }
+    NoteUnwantedTrack(kind, kindName, track.place, report);
+    ImportReport unheard;
+    ParseItems(object, wanted, track, unheard);
+    track.sounds = false;
+    return track;
+}
+
+void ParseNested(const json& object, Track::Kind wanted, Item& item, ImportReport& report) {
+    if (item.schema == "Track") {
+        item.tracks.push_back(ParseNestedTrack(object, item, wanted, report));
+        return;
+    }
+    std::size_t number = 0;
+    for (const json& child : ListMember(object, "children", item.place)) {
+        const std::string label = Label("track", ++number, StringMember(child, "name"));
+        item.tracks.push_back(ParseInnerTrack(child, InsideOf(item.place, label), wanted, report));
     }
 }
 
@@ -134,13 +213,13 @@ void AddTrack(const json& object, Track::Kind wanted, Timeline& timeline, std::s
     const std::string schema = SchemaName(object);
     const Place place{Label("track", number, StringMember(object, "name")), {}};
     if (schema != "Track") {
-        timeline.tracks.push_back(TrackOfItem(object, place, report));
+        timeline.tracks.push_back(TrackOfItem(object, place, wanted, report));
         return;
     }
     const std::string kindName = StringMember(object, "kind");
     const Track::Kind kind = TrackKind(kindName);
     if (kind == wanted) {
-        timeline.tracks.push_back(ParseTrack(object, place, report));
+        timeline.tracks.push_back(ParseTrack(object, place, wanted, report));
     } else {
         NoteUnwantedTrack(kind, kindName, place, report);
     }

@@ -15,13 +15,14 @@ _sonrel() {
     case $previous in
         --progress) COMPREPLY=($(compgen -W "auto json none" -- "$current")); return ;;
         --dither) COMPREPLY=($(compgen -W "none triangular highpass" -- "$current")); return ;;
+        --retime) COMPREPLY=($(compgen -W "otio media" -- "$current")); return ;;
         --audio-from) COMPREPLY=($(compgen -W "audio video" -- "$current")); return ;;
         --style) COMPREPLY=($(compgen -W "lanes overlaid rms" -- "$current")); return ;;
         --scale) COMPREPLY=($(compgen -W "linear log" -- "$current")); return ;;
         --format) COMPREPLY=($(compgen -W "rgb888 argb32" -- "$current")); return ;;
-        --cache) compopt -o filenames; COMPREPLY=($(compgen -d -- "$current")); return ;;
+        --cache | --stems) compopt -o filenames; COMPREPLY=($(compgen -d -- "$current")); return ;;
         --db | --meters | -o) compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return ;;
-        --rate | --fps | --media-root | --keep-days | --jobs | --from | --to | --seed | --days) return ;;
+        --rate | --fps | --media-root | --keep-days | --jobs | --from | --to | --seed | --days | --composition) return ;;
         --size | --color | --background | --range) return ;;
     esac
 
@@ -29,7 +30,7 @@ _sonrel() {
     case $command in
         "") [[ $current == -* ]] || { COMPREPLY=($(compgen -W "info conform mix waveform cache" -- "$current")); return; } ;;
         conform) options+=" --jobs --all-codecs --force" ;;
-        mix) options+=" -o --from --to --dither --seed --meters --fail-on-clip --allow-missing --audio-from" ;;
+        mix) options+=" -o --from --to --dither --seed --stems --composition --meters --fail-on-clip --allow-missing --retime --audio-from" ;;
         waveform) options+=" -o --size --style --scale --format --color --background --range --ruler" ;;
         cache)
             if [ -z "$action" ] && [[ $current != -* ]]; then

@@ -390,19 +390,6 @@ TEST(ClipEffects, TheOtherProgramsEffectsAreListedUnlessTheyDoNothing) {
     EXPECT_EQ(import.report.Entries().size(), 1u);
 }
 
-TEST(ClipEffects, FadesAreListed) {
-    Json clip = WithEffects(Clip("a", 0, 50),
-                            {Volume({{{"Parameter ID", "faderIn"}, {"Parameter Value", 5}}})});
-    clip["metadata"]["sonrel"] = {{"fadeIn", 5}, {"fadeOut", 6}, {"effects", Json::array()}};
-
-    const TimelineImport import = ImportClip(clip);
-
-    EXPECT_EQ(Reported(import, "parameter 'faderIn' of the clip's volume"), 1);
-    EXPECT_EQ(Reported(import, "metadata.sonrel.fadeIn"), 1);
-    EXPECT_EQ(Reported(import, "metadata.sonrel.fadeOut"), 1);
-    EXPECT_EQ(Reported(import, "metadata.sonrel.effects"), 1);
-}
-
 // ---- the report
 
 TEST(ImportReportEntries, ThingsOfOneKindOnOneTrackAreOneEntry) {

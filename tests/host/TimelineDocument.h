@@ -60,6 +60,29 @@ inline Json Timeline(std::vector<Json> tracks) {
             {"tracks", Stack(std::move(tracks))}};
 }
 
+/// A transition that reaches @p in values over what is before it and @p out over what follows.
+inline Json Dissolve(double in, double out, double rate = 25) {
+    return {{"OTIO_SCHEMA", "Transition.1"},       {"name", "x"},
+            {"transition_type", "SMPTE_Dissolve"}, {"in_offset", Time(in, rate)},
+            {"out_offset", Time(out, rate)},       {"metadata", Json::object()}};
+}
+
+/// A timeline, track, clip or transition with values of our own.
+inline Json WithOurs(Json object, const Json& values) {
+    object["metadata"]["sonrel"] = values;
+    return object;
+}
+
+inline Json Named(Json object, const std::string& name) {
+    object["name"] = name;
+    return object;
+}
+
+inline Json WithRange(Json object, double start, double duration, double rate = 25) {
+    object["source_range"] = Range(start, duration, rate);
+    return object;
+}
+
 inline Json TimeWarp(double speed) {
     return {{"OTIO_SCHEMA", "LinearTimeWarp.1"}, {"time_scalar", speed}};
 }

@@ -376,19 +376,6 @@ TEST(TimelinePosition, AClipWhoseEdgesMeetIsLeftOutAndListed) {
     EXPECT_EQ(Reported(import, "clip", "shorter than a frame"), 1);
 }
 
-TEST(TimelinePosition, ATransitionTakesNoTimeAndIsListed) {
-    const Json transition = {{"OTIO_SCHEMA", "Transition.1"},
-                             {"name", "x"},
-                             {"in_offset", Time(5, 25)},
-                             {"out_offset", Time(5, 25)}};
-
-    const TimelineImport import =
-        Import(Timeline({Track({Clip("a", 0, 10), transition, Clip("b", 0, 10)})}));
-
-    EXPECT_EQ(import.arrangement.tracks.at(0).clips.at(1).startFrame, 10);
-    EXPECT_EQ(Reported(import, "transition"), 1);
-}
-
 TEST(TimelinePosition, TheTimeOfAnUnknownItemPasses) {
     Json unknown = Gap(10);
     unknown["OTIO_SCHEMA"] = "Hologram.1";
@@ -397,25 +384,6 @@ TEST(TimelinePosition, TheTimeOfAnUnknownItemPasses) {
 
     EXPECT_EQ(sonrel_tests::OnlyClip(import).startFrame, 10);
     EXPECT_EQ(Reported(import, "unknown 'Hologram'"), 1);
-}
-
-TEST(TimelinePosition, TheTimeOfANestedItemPassesAndItIsListed) {
-    // A stack is as long as its longest child, a track as all of its children.
-    const Json nested = Stack({Track({Gap(4), Gap(5)}), Track({Gap(7)})});
-
-    const TimelineImport import = Import(Timeline({Track({nested, Clip("a", 0, 5)})}));
-
-    EXPECT_EQ(sonrel_tests::OnlyClip(import).startFrame, 9);
-    EXPECT_EQ(Reported(import, "nested Stack"), 1);
-}
-
-TEST(TimelinePosition, TheRangeOfANestedItemWinsOverItsContent) {
-    Json nested = Track({Gap(40)});
-    nested["source_range"] = Range(3, 20, 25);
-
-    EXPECT_EQ(
-        sonrel_tests::OnlyClip(Import(Timeline({Track({nested, Clip("a", 0, 5)})}))).startFrame,
-        20);
 }
 
 TEST(TimelinePosition, AnItemThatIsNoObjectIsListed) {

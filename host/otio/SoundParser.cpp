@@ -1,0 +1,257 @@
+// SPDX-License-Identifier: MIT
+#include "host/otio/SoundParser.h"
+
+#include <cmath>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <optional>
+
+#include "host/Text.h"
+#include "host/otio/Fields.h"
+
+namespace orlo::host::otio {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr const char* RESOLVE = "Resolve_OTIO";
+constexpr const char* RESOLVE_VOLUME_EFFECT = "Fairlight Clip Volume and Fades";
+
+void ParseTimeWarp(const json& effect, Item& item) {
+    const json* scalar = Member(effect, "time_scalar");
+    if (scalar == nullptr || !scalar->is_number()) {
+        item.speedProblem = "a time warp without a finite time_scalar; it is muted";
+        return;
+    }
+    item.speed *= scalar->get<double>();
+}
+
+/// The value of a key frame, which is a number or an object around one.
+const json& KeyFrameValue(const json& key) {
+    const json* value = Member(key, "Value");
+    return value == nullptr ? key : *value;
+}
+
+Level ResolveLevel(const json& parameter, const Place& place, ImportReport& report) {
+    Level level;
+    level.clock = Level::Clock::Frames;
+    if (const json* keys = Member(parameter, "Key Frames"); keys != nullptr && keys->is_object()) {
+        for (const auto& [frame, key] : keys->items()) {
+            const std::optional<long long> time = ParseInteger(frame);
+            const std::optional<float> decibels =
+                FloatValue(KeyFrameValue(key), "volume key frame", place, report);
+            if (!time) {
+                report.Add("volume key frame", place, "its place is no frame number");
+            } else if (decibels) {
+                level.keys.push_back({static_cast<double>(*time), *decibels});
+            }
+        }
+    }
+    if (!level.keys.empty()) return level;
+    if (const json* value = Member(parameter, "Parameter Value")) {
+        level.decibels = FloatValue(*value, "volume", place, report);
+    }
+    return level;
+}
+
+/// The length of a fade in frames; nothing, with a note, for what is no length.
+std::optional<double> FadeLength(const json& value, const std::string& what, const Place& place,
+                                 ImportReport& report) {
+    if (value.is_number()) {
+        const auto frames = value.get<double>();
+        if (frames >= 0.0 && frames <= std::numeric_limits<int>::max()) return frames;
+    }
+    report.Add(what, place, "it is no length from 0 to 2147483647 frames and is passed over");
+    return std::nullopt;
+}
+
+void ParseResolveFade(const json& parameter, const std::string& id, double& frames,
+                      const Place& place, ImportReport& report) {
+    const json* value = Member(parameter, "Parameter Value");
+    if (value == nullptr) return;
+    frames = FadeLength(*value, "parameter " + Quoted(id), place, report).value_or(frames);
+}
+
+void ParseResolveVolume(const json& parameters, Item& item, ImportReport& report) {
+    for (const json& parameter : parameters) {
+        const std::string id = StringMember(parameter, "Parameter ID");
+        if (id == "volume") {
+            item.level = ResolveLevel(parameter, item.place, report);
+        } else if (id == "faderIn") {
+            ParseResolveFade(parameter, id, item.fades.inFrames, item.place, report);
+        } else if (id == "faderOut") {
+            ParseResolveFade(parameter, id, item.fades.outFrames, item.place, report);
+        } else {
+            report.Add("parameter " + Quoted(id) + " of the clip's volume", item.place,
+                       "it is not taken over");
+        }
+    }
+}
+
+/// Effects of the other program whose metadata is read.
+void ParseResolveEffect(const json& metadata, Item& item, ImportReport& report) {
+    if (!BoolMember(metadata, "Enabled", true, item.place, report)) return;
+    const json* parameters = Member(metadata, "Parameters");
+    const std::string name = StringMember(metadata, "Effect Name");
+    // An effect whose values all stand at their defaults has no parameters and does nothing.
+    if (parameters != nullptr && parameters->is_array() && parameters->empty()) return;
+    if (name == RESOLVE_VOLUME_EFFECT && parameters != nullptr && parameters->is_array()) {
+        ParseResolveVolume(*parameters, item, report);
+    } else {
+        report.Add("effect " + Quoted(name), item.place, "it is not taken over");
+    }
+}
+
+std::string EffectName(const json& effect) {
+    for (const char* key : {"effect_name", "name"}) {
+        const std::string name = StringMember(effect, key);
+        if (!name.empty()) return name;
+    }
+    return SchemaName(effect);
+}
+
+void ParseEffect(const json& effect, Item& item, ImportReport& report) {
+    if (!BoolMember(effect, "enabled", true, item.place, report)) return;
+    const std::string schema = SchemaName(effect);
+    if (schema == "LinearTimeWarp") {
+        ParseTimeWarp(effect, item);
+    } else if (schema == "FreezeFrame") {
+        item.speedProblem = "a freeze frame has no sound; it is muted";
+    } else if (schema == "TimeEffect") {
+        item.speedProblem = "a speed that changes cannot be rendered; it is muted";
+    } else if (const json* metadata = MetadataOf(effect, RESOLVE)) {
+        ParseResolveEffect(*metadata, item, report);
+    } else {
+        report.Add("effect " + Quoted(EffectName(effect)), item.place, "it is not taken over");
+    }
+}
+
+void CheckSpeed(Item& item) {
+    if (!item.speedProblem.empty()) return;
+    if (item.speed == 0.0) {
+        item.speedProblem = "a freeze frame has no sound; it is muted";
+    } else if (item.speed < 0.0) {
+        item.speedProblem = "reversed sound cannot be rendered; it is muted";
+    } else if (!(item.speed >= MIN_SPEED && item.speed <= MAX_SPEED)) {
+        item.speedProblem =
+            "a speed of " + FormatShort(item.speed) + " is outside 0.01 to 100; it is muted";
+    }
+}
+
+/// A parameter's value as the plugin pack takes it; nothing for what is neither number nor word.
+std::optional<std::variant<double, std::string>> ParameterValue(const json& value) {
+    if (value.is_number()) return value.get<double>();
+    if (value.is_string()) return value.get<std::string>();
+    return std::nullopt;
+}
+
+/// @return nothing where the effect is to be skipped; it is noted then
+std::optional<EffectRequest> ParseRequest(const json& effect, const Place& place,
+                                          ImportReport& report) {
+    EffectRequest request;
+    request.plugin = StringMember(effect, "plugin");
+    if (request.plugin.empty()) {
+        report.Add("effect", place, "it names no plugin and is skipped");
+        return std::nullopt;
+    }
+    request.enabled = BoolMember(effect, "enabled", true, place, report);
+    const std::string what = "effect " + Quoted(request.plugin);
+    const json* parameters = Member(effect, "parameters");
+    if (parameters == nullptr || parameters->is_null()) return request;
+    if (!parameters->is_object()) {
+        report.Add(what, place, "its parameters are no object; it is skipped");
+        return std::nullopt;
+    }
+    for (const auto& [name, value] : parameters->items()) {
+        const auto taken = ParameterValue(value);
+        if (!taken) {
+            report.Add(what, place, "its " + OneLine(name) + " is no finite number; it is skipped");
+            return std::nullopt;
+        }
+        request.parameters.emplace(name, *taken);
+    }
+    return request;
+}
+
+void ParseRequests(const json& effects, Item& item, ImportReport& report) {
+    if (!effects.is_array()) {
+        report.Add("effects", item.place, "they are no list and are passed over");
+        return;
+    }
+    for (const json& effect : effects) {
+        const std::optional<EffectRequest> request = ParseRequest(effect, item.place, report);
+        if (request) item.effects.push_back(*request);
+    }
+}
+
+void ParseCurve(const json& value, std::string& curve, const std::string& what, const Place& place,
+                ImportReport& report) {
+    if (value == "linear" || value == "equal-power" || value == "db") {
+        curve = value.get<std::string>();
+    } else {
+        report.Add(what, place, "it is none of linear, equal-power and db; equal-power is taken");
+    }
+}
+
+void ParseOwnMetadata(const json& metadata, Item& item, ImportReport& report) {
+    for (const auto& [key, value] : metadata.items()) {
+        if (key == "audioLevel") {
+            item.level = LevelValue(value, "audioLevel", item.place, report);
+        } else if (key == "muted") {
+            item.muted = BoolMember(metadata, "muted", false, item.place, report);
+        } else if (key == "effects") {
+            ParseRequests(value, item, report);
+        } else if (key == "fadeIn") {
+            item.fades.inFrames =
+                FadeLength(value, key, item.place, report).value_or(item.fades.inFrames);
+        } else if (key == "fadeOut") {
+            item.fades.outFrames =
+                FadeLength(value, key, item.place, report).value_or(item.fades.outFrames);
+        } else if (key == "fadeCurve") {
+            ParseCurve(value, item.fades.curve, key, item.place, report);
+        } else {
+            report.Add("metadata.sonrel." + OneLine(key), item.place, "it is not taken over");
+        }
+    }
+}
+
+}  // namespace
+
+void ParseSound(const json& object, Item& item, ImportReport& report) {
+    for (const json& effect : ListMember(object, "effects", item.place)) {
+        ParseEffect(effect, item, report);
+    }
+    CheckSpeed(item);
+    if (const json* metadata = MetadataOf(object, "sonrel")) {
+        ParseOwnMetadata(*metadata, item, report);
+    }
+}
+
+void ParseTransition(const json& transition, Item& item, ImportReport& report) {
+    TransitionSpan& span = item.transition;
+    span.inOffset = TimeMember(transition, "in_offset", item.place, report);
+    span.outOffset = TimeMember(transition, "out_offset", item.place, report);
+    span.type = StringMember(transition, "transition_type");
+    const json* metadata = MetadataOf(transition, "sonrel");
+    if (metadata == nullptr) return;
+    for (const auto& [key, value] : metadata->items()) {
+        if (key == "curve") {
+            ParseCurve(value, span.curve, "curve", item.place, report);
+        } else {
+            report.Add("metadata.sonrel." + OneLine(key), item.place, "it is not taken over");
+        }
+    }
+}
+
+void NoteEffects(const json& object, const Place& place, ImportReport& report) {
+    for (const json& effect : ListMember(object, "effects", place)) {
+        if (!BoolMember(effect, "enabled", true, place, report)) continue;
+        const json* metadata = MetadataOf(effect, RESOLVE);
+        const std::string name =
+            metadata == nullptr ? EffectName(effect) : StringMember(*metadata, "Effect Name");
+        report.Add("effect " + Quoted(name), place, "it is not taken over");
+    }
+}
+
+}  // namespace orlo::host::otio

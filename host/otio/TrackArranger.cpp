@@ -1,0 +1,358 @@
+// SPDX-License-Identifier: MIT
+#include "host/otio/TrackArranger.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "host/Text.h"
+#include "host/otio/JsonDocument.h"
+#include "sonrel/contracts/zrtl/Timing.h"
+
+namespace orlo::host::otio {
+
+namespace {
+
+/// Rates above this are time scales, such as a sample rate, and say nothing about frames.
+constexpr double MAX_VOTING_RATE = 240.0;
+
+/// The range that tells how long an item is: its own, else that of its medium.
+const TimeRange* Extent(const Item& item) {
+    if (item.sourceRange) return &*item.sourceRange;
+    if (item.media && item.media->availableRange) return &*item.media->availableRange;
+    return nullptr;
+}
+
+std::optional<LevelCurve::Key> ToKey(const LevelKey& key, Level::Clock clock, double fps,
+                                     double cutSeconds) {
+    double ms = key.time;
+    if (clock == Level::Clock::Frames) ms = key.time / fps * 1000.0;
+    ms = zrtl::RoundHalfAway(ms - cutSeconds * 1000.0);
+    if (!(std::abs(ms) < std::numeric_limits<int>::max())) return std::nullopt;
+    return LevelCurve::Key{static_cast<int>(ms), key.decibels};
+}
+
+/// What the report calls an item that may sound.
+std::string WhatOf(const Item& item) {
+    return item.kind == Item::Kind::Nested ? "nested " + item.schema : "clip";
+}
+
+bool IsSet(const Level& level) {
+    return level.decibels.has_value() || !level.keys.empty();
+}
+
+}  // namespace
+
+void RateVote::Add(const Item& item) {
+    const bool votes = item.kind == Item::Kind::Clip || item.kind == Item::Kind::Gap ||
+                       item.kind == Item::Kind::Nested;
+    const TimeRange* extent = Extent(item);
+    if (!votes || extent == nullptr) return;
+    const double rate = extent->duration.rate;
+    if (!(rate > 0.0 && rate <= MAX_VOTING_RATE)) return;
+    const std::size_t next = counts_.size();
+    ++counts_.try_emplace(rate, Count{next, 0}).first->second.votes;
+}
+
+std::optional<double> RateVote::Winner() const {
+    std::optional<double> winner;
+    Count best;
+    for (const auto& [rate, count] : counts_) {
+        const bool wins =
+            count.votes > best.votes || (count.votes == best.votes && count.place < best.place);
+        if (!wins) continue;
+        winner = rate;
+        best = count;
+    }
+    return winner;
+}
+
+int CheckedFrame(double seconds, double fps, const Place& place) {
+    const double frame = zrtl::RoundHalfAway(seconds * fps);
+    if (!(frame <= std::numeric_limits<int>::max())) {
+        throw DocumentError(OneLine(ToText(place)) + ": it ends beyond frame 2147483647");
+    }
+    return static_cast<int>(frame);
+}
+
+LevelCurve ToCurve(const Level& level, double fps, double cutSeconds, const Place& place,
+                   ImportReport& report) {
+    LevelCurve curve;
+    curve.decibels = level.decibels;
+    for (const LevelKey& key : level.keys) {
+        if (const std::optional<LevelCurve::Key> placed =
+                ToKey(key, level.clock, fps, cutSeconds)) {
+            curve.keys.push_back(*placed);
+        } else {
+            report.Add("level key", place, "its time is out of range");
+        }
+    }
+    std::stable_sort(
+        curve.keys.begin(), curve.keys.end(),
+        [](const LevelCurve::Key& a, const LevelCurve::Key& b) { return a.timeMs < b.timeMs; });
+    return curve;
+}
+
+TrackArranger::TrackArranger(const Track& track, bool inner, const ArrangeRules& rules,
+                             ImportReport& report)
+    : track_(track), inner_(inner), rules_(rules), report_(report) {
+    RateVote vote;
+    for (const Item& item : track.items) vote.Add(item);
+    fallbackRate_ = vote.Winner().value_or(rules.fps);
+}
+
+double TrackArranger::ToSeconds(const RationalTime& time, const char* what, const Place& place) {
+    double rate = time.rate;
+    if (rate == 0.0) {
+        rate = fallbackRate_;
+        report_.Add(std::string("rate of the ") + what, place,
+                    "it is 0 or no number; " + FormatShort(rate) + " is taken");
+    }
+    return time.value / rate;
+}
+
+/// Where the duration is one of the medium, a retimed item takes that much divided by its speed.
+double TrackArranger::Retimed(const Item& item, double seconds) const {
+    const double speed = std::abs(item.speed);
+    const bool isSpeed = speed >= MIN_SPEED && speed <= MAX_SPEED;
+    return rules_.retime == Retime::Media && isSpeed ? seconds / speed : seconds;
+}
+
+/// @param contentSeconds  length of what a nested item shows
+double TrackArranger::Duration(const Item& item, double contentSeconds) {
+    const TimeRange* extent = Extent(item);
+    if (extent == nullptr) {
+        if (item.kind == Item::Kind::Nested) return Retimed(item, contentSeconds);
+        if (item.kind == Item::Kind::Clip) {
+            report_.Add("clip", item.place, "it tells no length and is left out");
+        }
+        return 0.0;
+    }
+    const double seconds = ToSeconds(extent->duration, "duration", item.place);
+    if (seconds < 0.0) {
+        report_.Add("negative duration", item.place, "it counts as 0");
+        return 0.0;
+    }
+    return Retimed(item, seconds);
+}
+
+void TrackArranger::Trim(const TimeRange* range, const Place& place) {
+    if (range == nullptr) return;
+    const double duration = ToSeconds(range->duration, "duration", place);
+    if (!(duration > 0.0)) return;
+    // The range counts from where an earlier trim let the time begin.
+    const double begin = window_.begin + ToSeconds(range->start, "start", place);
+    window_.end = std::min(window_.end, begin + duration);
+    window_.begin = begin;
+    if (!std::isfinite(window_.begin)) {
+        throw DocumentError(OneLine(ToText(place)) + ": source_range begins out of range");
+    }
+}
+
+PlacedTrack TrackArranger::Arrange(const TimeRange* stackTrim) {
+    PlacedTrack placed;
+    placed.name = track_.name;
+    placed.muted = track_.muted;
+    if (inner_) {
+        NoteInnerTrack();
+    } else {
+        placed.solo = track_.solo;
+        placed.stereoBalance = track_.stereoBalance;
+        placed.level = ToCurve(track_.level, rules_.fps, 0.0, track_.place, report_);
+    }
+    Trim(track_.sourceRange ? &*track_.sourceRange : nullptr, track_.place);
+    Trim(stackTrim, {});
+    double position = 0.0;
+    for (const Item& item : track_.items) {
+        if (item.kind == Item::Kind::Transition) {
+            AddTransition(item, position);
+            continue;
+        }
+        Nested nested;
+        if (item.kind == Item::Kind::Nested) nested = ArrangeNested(item);
+        const double end = position + Duration(item, nested.seconds);
+        CheckedFrame(end, rules_.fps, item.place);
+        PlaceItem(item, {position, end}, std::move(nested.composition), placed);
+        position = end;
+    }
+    PlaceTransitions(placed);
+    length_ = std::max(0.0, std::min(position, window_.end) - window_.begin);
+    const bool hasEnd = std::isfinite(window_.end);
+    duration_ = hasEnd ? std::max(0.0, window_.end - window_.begin) : position;
+    return placed;
+}
+
+/// Of a track inside a nested item only the mute and the clips are taken over.
+void TrackArranger::NoteInnerTrack() const {
+    const auto note = [this](const char* what) {
+        report_.Add(what, track_.place, "on a track inside a nested item it is not taken over");
+    };
+    if (IsSet(track_.level)) note("audioLevel");
+    if (track_.stereoBalance) note("stereoBalance");
+    if (track_.solo) note("solo");
+}
+
+TrackArranger::Nested TrackArranger::ArrangeNested(const Item& item) {
+    Nested nested;
+    nested.composition = std::make_shared<PlacedComposition>();
+    nested.composition->schema = item.schema;
+    double sounding = 0.0;
+    for (const Track& track : item.tracks) {
+        ImportReport unheard;
+        TrackArranger inner(track, true, rules_, track.sounds ? report_ : unheard);
+        PlacedTrack placed = inner.Arrange(nullptr);
+        nested.seconds = std::max(nested.seconds, inner.DurationInSeconds());
+        if (!track.sounds) continue;
+        sounding = std::max(sounding, inner.LengthInSeconds());
+        nested.composition->tracks.push_back(std::move(placed));
+    }
+    nested.composition->frameCount = CheckedFrame(sounding, rules_.fps, item.place);
+    return nested;
+}
+
+void TrackArranger::AddTransition(const Item& item, double position) {
+    if (inner_) {
+        report_.Add("transition", item.place,
+                    "inside a nested item it is not taken over; the clips meet in a cut");
+        return;
+    }
+    if (waits_) {
+        report_.Add("transition", item.place, "it follows another one; that one is taken");
+        return;
+    }
+    if (!item.enabled) {
+        report_.Add("transition", item.place, "it is disabled; the clips meet in a cut");
+        return;
+    }
+    pending_.push_back({&item, position, last_, {}});
+    waits_ = true;
+}
+
+/// An offset that the file does not tell needs no rate.
+double TrackArranger::OffsetSeconds(const RationalTime& time, const char* what,
+                                    const Place& place) {
+    return time.value == 0.0 ? 0.0 : ToSeconds(time, what, place);
+}
+
+void TrackArranger::PlaceTransitions(PlacedTrack& placed) {
+    for (const Pending& pending : pending_) {
+        const Item& item = *pending.item;
+        if (pending.position < window_.begin || pending.position > window_.end) {
+            report_.Add("transition", item.place, "a source_range around it cuts it off");
+            continue;
+        }
+        Join join;
+        join.item = &item;
+        join.inSeconds = OffsetSeconds(item.transition.inOffset, "in_offset", item.place);
+        join.outSeconds = OffsetSeconds(item.transition.outOffset, "out_offset", item.place);
+        join.frame = CheckedFrame(pending.position - window_.begin, rules_.fps, item.place);
+        join.before = pending.before;
+        join.after = pending.after;
+        PlaceTransition(join, {rules_.fps, rules_.rate}, placed, report_);
+    }
+    NoteOverlaps(placed, report_);
+}
+
+void TrackArranger::PlaceItem(const Item& item, Seconds position,
+                              std::shared_ptr<PlacedComposition> composition, PlacedTrack& placed) {
+    Neighbour neighbour;
+    const bool maySound = item.kind == Item::Kind::Clip || item.kind == Item::Kind::Nested;
+    if (item.kind == Item::Kind::Clip && !item.noMediaReason.empty()) {
+        report_.Add("clip", item.place, item.noMediaReason);
+    } else if (maySound && (composition != nullptr || Extent(item) != nullptr)) {
+        // Through a transition also a muted clip sounds, which these must not.
+        neighbour.joins = item.enabled && item.speedProblem.empty();
+        if (PlaceClip(item, position, std::move(composition), placed)) {
+            neighbour.clip = placed.clips.size() - 1;
+        }
+    } else if (item.kind == Item::Kind::Unknown) {
+        report_.Add(
+            item.schema.empty() ? "item without a schema" : "unknown " + Quoted(item.schema),
+            item.place, "it is not taken over; its time is silent");
+    }
+    if (waits_) pending_.back().after = neighbour;
+    waits_ = false;
+    last_ = neighbour;
+}
+
+/// @param cutSeconds     what trims took off the clip's beginning
+/// @param droppedFrames  receives the frames at the clip's beginning that lie before its medium
+/// @return false where the in-point is out of range
+bool TrackArranger::SetInPoint(const Item& item, double cutSeconds, PlacedClip& clip,
+                               int& droppedFrames) {
+    double seconds = 0.0;
+    if (item.sourceRange) seconds = ToSeconds(item.sourceRange->start, "start", item.place);
+    if (item.sourceRange && item.media && item.media->availableRange) {
+        seconds -= ToSeconds(item.media->availableRange->start, "start of the medium", item.place);
+    }
+    if (cutSeconds > 0.0) seconds += cutSeconds * clip.speed;
+    const double frames = zrtl::RoundHalfAway((seconds * rules_.fps) / clip.speed);
+    if (!(std::abs(frames) <= std::numeric_limits<int>::max())) return false;
+    droppedFrames = frames < 0.0 ? static_cast<int>(-frames) : 0;
+    clip.sourceStartFrame = frames > 0.0 ? static_cast<int>(frames) : 0;
+    return true;
+}
+
+/// @param cutIn   frames that are missing at the item's beginning
+/// @param cutOut  frames that are missing at its end
+Fades TrackArranger::TrimmedFades(const Item& item, int cutIn, int cutOut) {
+    Fades fades = item.fades;
+    if ((fades.inFrames > 0.0 && cutIn > 0) || (fades.outFrames > 0.0 && cutOut > 0)) {
+        report_.Add("fade", item.place,
+                    "frames that it lies on are cut off; it is shorter by as many");
+    }
+    fades.inFrames = std::max(0.0, fades.inFrames - cutIn);
+    fades.outFrames = std::max(0.0, fades.outFrames - cutOut);
+    return fades;
+}
+
+/// @return whether the clip was placed; where it was not, that is noted
+bool TrackArranger::PlaceClip(const Item& item, Seconds position,
+                              std::shared_ptr<PlacedComposition> composition, PlacedTrack& placed) {
+    const std::string what = WhatOf(item);
+    const double cutSeconds = std::max(0.0, window_.begin - position.begin);
+    const Seconds kept{std::max(position.begin, window_.begin) - window_.begin,
+                       std::min(position.end, window_.end) - window_.begin};
+    if (kept.end <= kept.begin) {
+        report_.Add(what, item.place,
+                    position.end > position.begin ? "a source_range around it cuts it off"
+                                                  : "it has no length and is left out");
+        return false;
+    }
+    PlacedClip clip;
+    clip.name = item.name;
+    clip.place = item.place;
+    clip.stream = item.stream;
+    clip.speed = item.speedProblem.empty() ? item.speed : 1.0;
+    clip.muted = item.muted || !item.enabled || !item.speedProblem.empty();
+    clip.startFrame = CheckedFrame(kept.begin, rules_.fps, item.place);
+    clip.endFrame = CheckedFrame(kept.end, rules_.fps, item.place);
+    if (clip.startFrame >= clip.endFrame) {
+        report_.Add(what, item.place, "it is shorter than a frame and is left out");
+        return false;
+    }
+    if (!item.speedProblem.empty()) report_.Add(what, item.place, item.speedProblem);
+    int droppedFrames = 0;
+    if (!SetInPoint(item, cutSeconds, clip, droppedFrames)) {
+        report_.Add(what, item.place, "its in-point is out of range; it is left out");
+        return false;
+    }
+    if (droppedFrames > 0) {
+        report_.Add(what, item.place, "it begins before its medium, and is silent until there");
+        if (droppedFrames >= clip.endFrame - clip.startFrame) return false;
+        clip.startFrame += droppedFrames;
+    }
+    clip.level = ToCurve(item.level, rules_.fps, cutSeconds + droppedFrames / rules_.fps,
+                         item.place, report_);
+    const double cutAtEnd = std::max(0.0, position.end - window_.end);
+    clip.effects = item.effects;
+    clip.fades =
+        TrimmedFades(item, CheckedFrame(cutSeconds, rules_.fps, item.place) + droppedFrames,
+                     CheckedFrame(cutAtEnd, rules_.fps, item.place));
+    clip.composition = std::move(composition);
+    if (clip.composition == nullptr) clip.media = rules_.resolver->Resolve(item.media->url);
+    placed.clips.push_back(std::move(clip));
+    return true;
+}
+
+}  // namespace orlo::host::otio

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: MIT
+#include "host/otio/TransitionArranger.h"
+
+#include <limits>
+
+#include "host/Text.h"
+#include "sonrel/contracts/zrtl/Timing.h"
+
+namespace orlo::host::otio {
+
+namespace {
+
+constexpr const char* WHAT = "transition";
+
+/// An offset in frames. Below 0 there is none.
+double OffsetFrames(double seconds, double fps, const Place& place, ImportReport& report) {
+    if (seconds < 0.0) {
+        report.Add(WHAT, place, "a negative offset counts as 0");
+        return 0.0;
+    }
+    return zrtl::RoundHalfAway(seconds * fps);
+}
+
+/// A plugin is told the length in milliseconds and in samples, each a whole number of 32 bits.
+bool Fits(double frames, int joinFrame, const TransitionLimits& limits) {
+    constexpr double MOST = std::numeric_limits<int>::max();
+    return joinFrame + frames <= MOST && frames * (1000.0 / limits.fps) <= MOST &&
+           frames * (limits.rate / limits.fps) <= MOST;
+}
+
+bool Ends(const PlacedTrack& track, const Neighbour& neighbour, int frame) {
+    return neighbour.clip && track.clips[*neighbour.clip].endFrame == frame;
+}
+
+bool Begins(const PlacedTrack& track, const Neighbour& neighbour, int frame) {
+    return neighbour.clip && track.clips[*neighbour.clip].startFrame == frame;
+}
+
+}  // namespace
+
+void PlaceTransition(const Join& join, const TransitionLimits& limits, PlacedTrack& track,
+                     ImportReport& report) {
+    const Place& place = join.item->place;
+    const TransitionSpan& span = join.item->transition;
+    if (!join.before.joins || !join.after.joins) {
+        report.Add(WHAT, place, "a clip beside it is disabled or cannot be rendered; it is a cut");
+        return;
+    }
+    const bool hasFrom = Ends(track, join.before, join.frame);
+    const bool hasTo = Begins(track, join.after, join.frame);
+    if (!hasFrom && !hasTo) {
+        report.Add(WHAT, place, "no clip begins or ends at it; it is left out");
+        return;
+    }
+    double in = OffsetFrames(join.inSeconds, limits.fps, place, report);
+    double out = OffsetFrames(join.outSeconds, limits.fps, place, report);
+    if ((!hasFrom && in > 0.0) || (!hasTo && out > 0.0)) {
+        report.Add(WHAT, place, "beside silence it fades on the clip's own frames alone");
+    }
+    if (!hasFrom) in = 0.0;
+    if (!hasTo) out = 0.0;
+    if (in + out == 0.0) {
+        report.Add(WHAT, place, "it covers no frame of the clips beside it; it is a cut");
+        return;
+    }
+    if (!Fits(in + out, join.frame, limits)) {
+        report.Add(WHAT, place, "its length is out of range; it is a cut");
+        return;
+    }
+    if (!span.type.empty() && span.type != "SMPTE_Dissolve") {
+        report.Add(WHAT, place, "its type " + Quoted(span.type) + " is not known; it cross-fades");
+    }
+    PlacedTransition placed;
+    placed.name = join.item->name;
+    placed.place = place;
+    if (hasFrom) placed.from = join.before.clip;
+    if (hasTo) placed.to = join.after.clip;
+    placed.joinFrame = join.frame;
+    placed.relativeStartFrame = -static_cast<int>(in);
+    placed.length = static_cast<int>(in + out);
+    placed.curve = span.curve;
+    track.transitions.push_back(std::move(placed));
+}
+
+void NoteOverlaps(const PlacedTrack& track, ImportReport& report) {
+    const PlacedTransition* last = nullptr;
+    for (const PlacedTransition& transition : track.transitions) {
+        const bool shareAClip = last != nullptr && last->to && last->to == transition.from;
+        if (shareAClip && last->joinFrame + last->relativeStartFrame + last->length >
+                              transition.joinFrame + transition.relativeStartFrame) {
+            report.Add(WHAT, transition.place,
+                       "the transition before it has not ended when it begins; that one goes "
+                       "first");
+        }
+        last = &transition;
+    }
+}
+
+}  // namespace orlo::host::otio
