@@ -84,7 +84,8 @@ int SamplesWanted(const PlaybackEngineImpl& engine, const FrameAudioBuffer& buff
     const long long left = engine.direction == PlaybackEngine::PlaybackDirection::Forward
                                ? engine.totalSamples.load() - engine.readPosition
                                : engine.readPosition;
-    return static_cast<int>(std::min({room, left, LONGEST_READ}));
+    // A target whose rate was refused in the middle of a run may end before the read position.
+    return static_cast<int>(std::max(0LL, std::min({room, left, LONGEST_READ})));
 }
 
 }  // namespace
