@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "host/Errors.h"
+#include "host/PeakExport.h"
 #include "host/Text.h"
 #include "host/Version.h"
 
@@ -16,6 +17,7 @@ namespace orlo::host {
 namespace {
 
 constexpr int MAX_JOBS = 256;
+constexpr int SAMPLES_PER_BLOCK = 32;
 
 /// Everything as it was typed. Our own checks follow, so that each message names the option, what
 /// stood there and what may stand there.
@@ -33,6 +35,9 @@ struct RawOptions {
     std::string retime = "otio";
     std::string days;
 
+    std::string peakMode = "auto";
+    std::string zoom = "256";
+
     std::string size = "1800x280";
     std::string style = "rms";
     std::string scale = "linear";
@@ -47,6 +52,7 @@ struct Target {
     InfoOptions info;
     ConformOptions conform;
     MixOptions mix;
+    PeaksOptions peaks;
     WaveformOptions waveform;
     CacheOptions cache;
     RawOptions raw;
@@ -153,6 +159,29 @@ CommandOptions FinishMix(Target& target) {
     return mix;
 }
 
+CommandOptions FinishPeaks(Target& target) {
+    PeaksOptions& peaks = target.peaks;
+    for (const std::string& input : peaks.inputs) CheckInput(input);
+    peaks.mode = Choose<PeakMode>(
+        "--mode", target.raw.peakMode,
+        {{"auto", PeakMode::Auto}, {"single", PeakMode::Single}, {"multi", PeakMode::Multi}});
+    peaks.zoom = static_cast<int>(
+        WholeNumber("--zoom", target.raw.zoom, SAMPLES_PER_BLOCK, std::numeric_limits<int>::max()));
+    if (peaks.zoom % SAMPLES_PER_BLOCK != 0) {
+        throw UsageError("--zoom " + Quoted(target.raw.zoom) + " is no multiple of 32");
+    }
+    if (!peaks.exportFile.empty()) PeakExportFormatOf(peaks.exportFile);
+    const bool single = !peaks.output.empty() || !peaks.exportFile.empty();
+    if (single && peaks.inputs.size() > 1) {
+        throw UsageError(std::string(peaks.output.empty() ? "--export" : "-o") +
+                         " takes one INPUT");
+    }
+    if (target.global.noCacheDb && !single) {
+        throw UsageError("peaks has nowhere to put its files with --no-cache-db; name one with -o");
+    }
+    return peaks;
+}
+
 CommandOptions FinishWaveform(Target& target) {
     using sonrel::WaveformPreview;
     WaveformOptions& waveform = target.waveform;
@@ -255,6 +284,21 @@ void DeclareMix(CLI::App& app, Target& target) {
     command->callback([&target] { target.chosen = FinishMix; });
 }
 
+void DeclarePeaks(CLI::App& app, Target& target) {
+    PeaksOptions& peaks = target.peaks;
+    CLI::App* command = AddCommand(app, "peaks", "Find or make the peak files of all media");
+    command->add_option("INPUT", peaks.inputs, "Timelines and media files")->required();
+    command->add_option("-o", peaks.output, "Write one here, past the cache")
+        ->type_name("FILE.xwpk");
+    command->add_option("--mode", target.raw.peakMode, "With -o: auto, single or multi (auto)")
+        ->type_name("MODE");
+    command->add_option("--export", peaks.exportFile, "Write waveform data for other programs")
+        ->type_name("FILE.json|.dat");
+    command->add_option("--zoom", target.raw.zoom, "Samples in a pixel of the export (256)")
+        ->type_name("N");
+    command->callback([&target] { target.chosen = FinishPeaks; });
+}
+
 void DeclareWaveform(CLI::App& app, Target& target) {
     WaveformOptions& waveform = target.waveform;
     RawOptions& raw = target.raw;
@@ -337,6 +381,7 @@ std::variant<CommandLine, HelpText> ParseCommandLine(int argumentCount,
     DeclareInfo(app, target);
     DeclareConform(app, target);
     DeclareMix(app, target);
+    DeclarePeaks(app, target);
     DeclareWaveform(app, target);
     DeclareCache(app, target);
     try {

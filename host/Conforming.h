@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host/EngineSession.h"
+#include "host/MediaEntries.h"
 #include "host/Progress.h"
 #include "sonrel/contracts/project/MediaAsset.h"
 
@@ -13,7 +14,7 @@ namespace orlo::host {
 
 /// One stream of a media file to conform, and what came of it.
 struct ConformTask {
-    enum class Status { Made, Found, Failed };
+    using Status = FileStatus;
 
     std::shared_ptr<project::MediaAsset> asset;  ///< with sound
     int rate = 0;                                ///< hertz

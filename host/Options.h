@@ -69,6 +69,16 @@ struct CacheOptions {
     bool dryRun = false;
 };
 
+enum class PeakMode { Auto, Single, Multi };
+
+struct PeaksOptions {
+    std::vector<std::string> inputs;
+    std::string output;  ///< empty: to the cache
+    PeakMode mode = PeakMode::Auto;
+    std::string exportFile;
+    int zoom = 256;  ///< samples in a pixel of the export
+};
+
 struct WaveformOptions {
     std::string input;
     std::string output;
@@ -82,8 +92,8 @@ struct WaveformOptions {
     bool ruler = false;
 };
 
-using CommandOptions =
-    std::variant<InfoOptions, ConformOptions, MixOptions, WaveformOptions, CacheOptions>;
+using CommandOptions = std::variant<InfoOptions, ConformOptions, MixOptions, PeaksOptions,
+                                    WaveformOptions, CacheOptions>;
 
 struct CommandLine {
     GlobalOptions global;

@@ -24,6 +24,8 @@ public:
 
     /// The open file, for writing and seeking. Stays open until Commit or the end.
     int Descriptor() const { return descriptor_; }
+    /// A path that leads to the open file while it has no name yet.
+    std::string OpenPath() const { return "/proc/self/fd/" + std::to_string(descriptor_); }
     /// The name as it was given.
     const std::string& Path() const { return path_; }
 

@@ -14,6 +14,7 @@ _sonrel() {
 
     case $previous in
         --progress) COMPREPLY=($(compgen -W "auto json none" -- "$current")); return ;;
+        --mode) COMPREPLY=($(compgen -W "auto single multi" -- "$current")); return ;;
         --dither) COMPREPLY=($(compgen -W "none triangular highpass" -- "$current")); return ;;
         --retime) COMPREPLY=($(compgen -W "otio media" -- "$current")); return ;;
         --audio-from) COMPREPLY=($(compgen -W "audio video" -- "$current")); return ;;
@@ -21,7 +22,7 @@ _sonrel() {
         --scale) COMPREPLY=($(compgen -W "linear log" -- "$current")); return ;;
         --format) COMPREPLY=($(compgen -W "rgb888 argb32" -- "$current")); return ;;
         --cache | --stems) compopt -o filenames; COMPREPLY=($(compgen -d -- "$current")); return ;;
-        --db | --meters | -o) compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return ;;
+        --db | --meters | --export | -o) compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return ;;
         --rate | --fps | --media-root | --keep-days | --jobs | --from | --to | --seed | --days | --composition) return ;;
         --size | --color | --background | --range) return ;;
     esac
@@ -32,6 +33,7 @@ _sonrel() {
         conform) options+=" --jobs --all-codecs --force" ;;
         mix) options+=" -o --from --to --dither --seed --stems --composition --meters --fail-on-clip --allow-missing --retime --audio-from" ;;
         waveform) options+=" -o --size --style --scale --format --color --background --range --ruler" ;;
+        peaks) options+=" -o --mode --export --zoom" ;;
         cache)
             if [ -z "$action" ] && [[ $current != -* ]]; then
                 COMPREPLY=($(compgen -W "ls du check clean" -- "$current"))

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+
+namespace orlo::host {
+
+enum class PeakExportFormat { Text, Binary };
+
+/// The format that a file's name asks for: .json or .dat. @throws UsageError
+PeakExportFormat PeakExportFormatOf(const std::string& path);
+
+/// Writes what a peak file holds as waveform data of version 2 with 8 bits: one pair of minimum and
+/// maximum for each channel of each pixel.
+/// @param peakPath         a peak file; it is read in pieces
+/// @param rate             of the stream, hertz
+/// @param samplesPerPixel  a multiple of 32
+/// @param path             the file to write, which appears when it is whole
+/// @return the pixels
+/// @throws JobError; CommandError when the program is asked to stop
+int ExportPeaks(const std::string& peakPath, int rate, int samplesPerPixel,
+                const std::string& path);
+
+}  // namespace orlo::host

@@ -1,0 +1,240 @@
+// SPDX-License-Identifier: MIT
+#include "host/PeakMaking.h"
+
+#include <algorithm>
+#include <exception>
+
+#include "host/Errors.h"
+#include "host/Input.h"
+#include "host/Interrupt.h"
+#include "host/Paths.h"
+#include "host/Text.h"
+#include "sonrel/caches/PeakFile.h"
+#include "sonrel/caches/WaveformPeakFileHelper.h"
+#include "sonrel/contracts/media.h"
+#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/standin/media/MediaErrors.h"
+#include "sonrel/standin/media/MediaInfo.h"
+#include "sonrel/standin/media/ReadObserver.h"
+#include "sonrel/standin/project/CacheLedger.h"
+
+namespace orlo::host {
+
+namespace {
+
+using project::CacheFileKind;
+using project::CacheLedger;
+using project::CacheRecord;
+using project::MediaAsset;
+using project::MediaAudioStream;
+using project::MediaDB;
+using sonrel::PeakFile;
+using zrh::media::MediaError;
+using zrh::media::ReadObserver;
+using zrh::media::ZRAbstractAudioStream;
+using zrh::media::ZRAbstractMediaFile;
+
+constexpr int MAX_CHANNELS = 16;
+constexpr int FRAMES_PER_BLOCK = 32;
+constexpr double HEADER_BYTES = 20.0;
+
+std::string MediaPath(const PeakTask& task) {
+    return zrtl::ToUtf8(task.asset->Filename());
+}
+
+/// An upper limit, as far as the container's word is good.
+long long BytesOf(const PeakTask& task) {
+    const double blocks = static_cast<double>(task.frames) / FRAMES_PER_BLOCK + 1.0;
+    return static_cast<long long>(HEADER_BYTES + std::min(blocks * (1 + 2 * task.channels), 1e18));
+}
+
+[[noreturn]] void RefuseMedia(const std::string& path, int code) {
+    throw JobError("cannot read " + Quoted(path) + ": " + zrh::media::MediaErrorText(code));
+}
+
+/// The audio stream of that index; null when there is none.
+std::shared_ptr<ZRAbstractAudioStream> FindAudioStream(ZRAbstractMediaFile& file, int index) {
+    for (const auto& stream : file.Streams()) {
+        if (stream->StreamType() == 0 && index-- == 0) return stream;
+    }
+    return nullptr;
+}
+
+/// Why the sound of a task gave no peak file, as far as it shows afterwards.
+std::string SoundTrouble(const PeakTask& task) {
+    if (task.channels > MAX_CHANNELS) {
+        return "its sound has " + std::to_string(task.channels) +
+               " channels, and a peak file takes at most " + std::to_string(MAX_CHANNELS);
+    }
+    zrh::media::MediaInfo info;
+    const int code = zrh::media::DescribeMedia(WidePath(MediaPath(task)), &info);
+    return code != 0 ? zrh::media::MediaErrorText(code) : std::string();
+}
+
+/// The frames read of one task after the other, as one step of progress.
+class ReadProgress {
+public:
+    ReadProgress(const std::vector<PeakTask>& tasks, Progress& progress) : progress_(progress) {
+        long long total = 0;
+        for (const PeakTask& task : tasks) total += task.frames;
+        progress_.Begin("peaks", "samples", total);
+    }
+
+    /// Watches the reading of a task; begins its count.
+    ReadObserver::Function Follow(const PeakTask& task) {
+        reading_ = false;
+        before_ = done_;
+        done_ += task.frames;
+        return [this](long long frames) {
+            reading_ = true;
+            progress_.Update(before_ + frames);
+            return !Interrupted();
+        };
+    }
+    /// Whether anything was read since.
+    bool WasRead() const { return reading_; }
+
+private:
+    Progress& progress_;
+    long long before_ = 0;
+    long long done_ = 0;
+    bool reading_ = false;  // set under the observer's lock, read when the readers have ended
+};
+
+class CacheMaker {
+public:
+    CacheMaker(const EngineSession& session, ReadProgress& progress)
+        : session_(session), progress_(progress), database_(session.Connect()) {}
+
+    void Run(PeakTask& task) {
+        std::string path = Ask(task);
+        bool made = progress_.WasRead();
+        if (path.empty() && !Interrupted() && IsRecorded(task)) {
+            // Another process was faster. Its record stands now, and asking again finds it.
+            path = Ask(task);
+            made = progress_.WasRead();
+        }
+        if (path.empty() && Interrupted()) return;
+        if (path.empty()) {
+            task.result.error = "cannot make the peak file of " + Quoted(MediaPath(task)) + ": " +
+                                FailureReason(task);
+        } else {
+            task.result = {made ? FileStatus::Made : FileStatus::Found, path, {}};
+        }
+    }
+
+private:
+    std::string Ask(const PeakTask& task) {
+        const ReadObserver observer(progress_.Follow(task));
+        return zrtl::ToUtf8(sonrel::WaveformPeakFileHelper::CreateWaveformPeakFile(
+            task.asset, session_.Engine()->MediaCacheFolderPath(),
+            session_.Engine()->MediaCacheErrorLog(), database_, true));
+    }
+
+    bool IsRecorded(const PeakTask& task) const {
+        const CacheLedger ledger(WidePath(session_.Places().database));
+        const std::vector<CacheRecord> records = ledger.Records();
+        return std::any_of(records.begin(), records.end(), [&](const CacheRecord& record) {
+            return record.kind == CacheFileKind::Peak &&
+                   record.mediaPath == task.asset->Filename() &&
+                   record.streamIndex == static_cast<int>(task.asset->AudioStreamIndex());
+        });
+    }
+
+    std::string FailureReason(const PeakTask& task) const {
+        std::string trouble = FolderTrouble(session_.Places().folder, BytesOf(task));
+        if (trouble.empty()) trouble = SoundTrouble(task);
+        return trouble.empty() ? "its sound could not be read or recorded" : trouble;
+    }
+
+    const EngineSession& session_;
+    ReadProgress& progress_;
+    std::shared_ptr<MediaDB> database_;
+};
+
+PeakFile::CreateMode EngineMode(PeakMode mode) {
+    switch (mode) {
+        case PeakMode::Single:
+            return PeakFile::CreateMode::SingleThreaded;
+        case PeakMode::Multi:
+            return PeakFile::CreateMode::MultiThreaded;
+        case PeakMode::Auto:
+            break;
+    }
+    return PeakFile::CreateMode::Auto;
+}
+
+/// Whether a result of PeakFile::Create is about the file to write.
+bool IsAboutOutput(int code) {
+    return code == -11 || code == -12 || code <= -201 || (code <= -31 && code >= -33);
+}
+
+}  // namespace
+
+PeakTask PeakTaskFor(const std::shared_ptr<project::MediaManager>& manager, const std::string& path,
+                     int stream) {
+    RequireMediaFile(path);
+    ZRAbstractMediaFile* opened = nullptr;
+    const int code = zrh::media::ZRMediaFileCreate(WidePath(path).c_str(), &opened,
+                                                   zrh::media::ZRMediaReaderType::Default);
+    if (code != 0) RefuseMedia(path, code);
+    const std::unique_ptr<ZRAbstractMediaFile, int (*)(ZRAbstractMediaFile*)> file(
+        opened, &zrh::media::ZRMediaFileRelease);
+    const auto sound = FindAudioStream(*file, stream);
+    if (sound == nullptr && stream > 0) RefuseMedia(path, static_cast<int>(MediaError::NotAudio));
+    if (sound == nullptr) throw JobError("cannot use " + Quoted(path) + ": it has no sound");
+
+    PeakTask task;
+    task.rate = std::max(sound->SampleRate(), 0);
+    task.channels = sound->ChannelCount();
+    task.frames = std::max(sound->SampleCount(), 0LL);
+    task.asset = std::make_shared<MediaAsset>(manager, WidePath(path));
+    task.asset->SetAudioStream(std::make_unique<MediaAudioStream>(
+        task.rate, task.frames, zrh::media::ZRAudioCodec::Unknown));
+    task.asset->SetAudioStreamIndex(static_cast<unsigned long long>(stream));
+    return task;
+}
+
+void FindOrMakePeakFiles(const EngineSession& session, std::vector<PeakTask>& tasks,
+                         Progress& progress) {
+    if (tasks.empty()) return;
+    ReadProgress read(tasks, progress);
+    try {
+        CacheMaker maker(session, read);
+        for (PeakTask& task : tasks) {
+            maker.Run(task);
+            if (Interrupted()) ThrowInterrupted("not all peak files are made");
+        }
+    } catch (const CommandError&) {
+        throw;
+    } catch (const std::exception& error) {
+        throw JobError(DatabaseTrouble(session.Places().database, error.what()));
+    }
+    progress.End();
+}
+
+void WritePeakFile(const PeakTask& task, const OutputFile& output, PeakMode mode,
+                   Progress& progress) {
+    output.RequireSpace(BytesOf(task));
+    ReadProgress read({task}, progress);
+    int code = 0;
+    try {
+        const ReadObserver observer(read.Follow(task));
+        code = PeakFile::Create(task.asset, WidePath(output.OpenPath()), EngineMode(mode));
+    } catch (const zrh::media::ZRMediaException& error) {
+        RefuseMedia(MediaPath(task), error.Code());
+    }
+    if (Interrupted()) ThrowInterrupted("nothing was written to " + Quoted(output.Path()));
+    if (IsAboutOutput(code)) output.Fail(0);
+    if (code != 0) {
+        output.RequireSpace(BytesOf(task));
+        const std::string trouble = SoundTrouble(task);
+        throw JobError("cannot make the peak file of " + Quoted(MediaPath(task)) + ": " +
+                       (trouble.empty() ? "its sound cannot be read, or " + Quoted(output.Path()) +
+                                              " cannot be written"
+                                        : trouble));
+    }
+    progress.End();
+}
+
+}  // namespace orlo::host

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/EngineSession.h"
+#include "host/MediaEntries.h"
+#include "host/Options.h"
+#include "host/OutputFile.h"
+#include "host/Progress.h"
+#include "sonrel/contracts/project/MediaAsset.h"
+#include "sonrel/contracts/project/MediaManager.h"
+
+namespace orlo::host {
+
+/// One stream of a media file to make a peak file of, and what came of it.
+struct PeakTask {
+    std::shared_ptr<project::MediaAsset> asset;  ///< with sound
+    int rate = 0;                                ///< the stream's own, hertz
+    int channels = 0;
+    long long frames = 0;  ///< as the container tells; 0 where it does not
+
+    FileResult result;
+};
+
+/// Looks at a stream without reading its sound, so that a peak file that is there is found at once
+/// however long the media are.
+/// @throws JobError that names the file
+PeakTask PeakTaskFor(const std::shared_ptr<project::MediaManager>& manager, const std::string& path,
+                     int stream);
+
+/// Finds or makes the peak files of all tasks in the cache. Where another process records the same
+/// file first, its file is taken.
+/// @throws JobError when the database fails; CommandError when the program is asked to stop
+void FindOrMakePeakFiles(const EngineSession& session, std::vector<PeakTask>& tasks,
+                         Progress& progress);
+
+/// Writes a peak file to an output that is committed by the caller.
+/// @throws JobError; CommandError when the program is asked to stop
+void WritePeakFile(const PeakTask& task, const OutputFile& output, PeakMode mode,
+                   Progress& progress);
+
+}  // namespace orlo::host
