@@ -55,9 +55,9 @@ void MediaCollector::Add(const std::string& input) {
 }
 
 void MediaCollector::AddTimeline(const std::string& input) {
-    const otio::TimelineImport import = ReadTimeline(input, global_, false);
+    const otio::TimelineImport import = ReadTimeline(input, global_);
     const int rate = import.arrangement.rate;
-    for (const MediaUse& use : CollectMedia(import.arrangement)) {
+    for (const MediaUse& use : CollectMedia(import.arrangement.tracks)) {
         if (use.location.problem.empty()) {
             AddMedia(input, use.location.path, use.stream, rate);
         } else {
