@@ -33,6 +33,7 @@ struct RawOptions {
     std::string seed = "1";
     std::string audioFrom = "audio";
     std::string retime = "otio";
+    std::string speed = "1";
     std::string days;
 
     std::string peakMode = "auto";
@@ -53,6 +54,7 @@ struct Target {
     ConformOptions conform;
     MixOptions mix;
     PeaksOptions peaks;
+    PlayOptions play;
     WaveformOptions waveform;
     CacheOptions cache;
     RawOptions raw;
@@ -133,28 +135,33 @@ CommandOptions FinishConform(Target& target) {
     return target.conform;
 }
 
+DitherChoice ChooseDither(const std::string& text) {
+    return Choose<DitherChoice>("--dither", text,
+                                {{"none", DitherChoice::None},
+                                 {"triangular", DitherChoice::Triangular},
+                                 {"highpass", DitherChoice::HighPass}});
+}
+
+unsigned int ChooseSeed(const std::string& text) {
+    // 0 is the engine's own sign for a seed from the clock, which has its word here.
+    if (text == "random") return 0;
+    return static_cast<unsigned int>(
+        WholeNumber("--seed", text, 1, std::numeric_limits<std::uint32_t>::max()));
+}
+
 CommandOptions FinishMix(Target& target) {
     MixOptions& mix = target.mix;
     const RawOptions& raw = target.raw;
     CheckInput(mix.input);
     if (mix.output.empty()) throw UsageError("an empty name is no output file for -o");
-    mix.dither = Choose<DitherChoice>("--dither", raw.dither,
-                                      {{"none", DitherChoice::None},
-                                       {"triangular", DitherChoice::Triangular},
-                                       {"highpass", DitherChoice::HighPass}});
+    mix.dither = ChooseDither(raw.dither);
+    mix.seed = ChooseSeed(raw.seed);
     mix.soundFromVideo =
         Choose<bool>("--audio-from", raw.audioFrom, {{"audio", false}, {"video", true}});
     mix.retime = Choose<otio::Retime>(
         "--retime", raw.retime, {{"otio", otio::Retime::Otio}, {"media", otio::Retime::Media}});
     if (mix.stems && mix.stems->empty()) {
         throw UsageError("an empty name is no folder for --stems");
-    }
-    if (raw.seed == "random") {
-        mix.seed = 0;
-    } else {
-        // 0 is the engine's own sign for a seed from the clock, which has its word here.
-        mix.seed = static_cast<unsigned int>(
-            WholeNumber("--seed", raw.seed, 1, std::numeric_limits<std::uint32_t>::max()));
     }
     return mix;
 }
@@ -180,6 +187,19 @@ CommandOptions FinishPeaks(Target& target) {
         throw UsageError("peaks has nowhere to put its files with --no-cache-db; name one with -o");
     }
     return peaks;
+}
+
+CommandOptions FinishPlay(Target& target) {
+    PlayOptions& play = target.play;
+    CheckInput(play.input);
+    if (play.output.empty()) throw UsageError("an empty name is no output file for --output");
+    if (play.events && target.global.json) {
+        throw UsageError("--events prints lines of its own and does not go with --json");
+    }
+    play.speed = static_cast<int>(WholeNumber("--speed", target.raw.speed, 1, 4));
+    play.dither = ChooseDither(target.raw.dither);
+    play.seed = ChooseSeed(target.raw.seed);
+    return play;
 }
 
 CommandOptions FinishWaveform(Target& target) {
@@ -299,6 +319,25 @@ void DeclarePeaks(CLI::App& app, Target& target) {
     command->callback([&target] { target.chosen = FinishPeaks; });
 }
 
+void DeclarePlay(CLI::App& app, Target& target) {
+    PlayOptions& play = target.play;
+    CLI::App* command = AddCommand(app, "play", "Play on the sound device");
+    command->add_option("INPUT", play.input, "Timeline or media file")->required();
+    command->add_option("--from", play.from, "First position (0; the last in reverse)")
+        ->type_name("P");
+    command->add_flag("--reverse", play.reverse, "Play backward");
+    command->add_option("--speed", target.raw.speed, "1, 2, 3 or 4 times (1)")->type_name("N");
+    command->add_flag("--meters", play.meters, "Show levels");
+    command->add_flag("--events", play.events, "Print events as JSON lines");
+    command->add_option("--output", play.output, "sdl, null or a file (sdl)")->type_name("OUT");
+    command->add_option("--dither", target.raw.dither, "none, triangular or highpass (highpass)")
+        ->type_name("TYPE");
+    command->add_option("--seed", target.raw.seed, "Seed of the dither, or random (1)")
+        ->type_name("N");
+    command->add_flag("--allow-missing", play.allowMissing, "Missing media are silent");
+    command->callback([&target] { target.chosen = FinishPlay; });
+}
+
 void DeclareWaveform(CLI::App& app, Target& target) {
     WaveformOptions& waveform = target.waveform;
     RawOptions& raw = target.raw;
@@ -382,6 +421,7 @@ std::variant<CommandLine, HelpText> ParseCommandLine(int argumentCount,
     DeclareConform(app, target);
     DeclareMix(app, target);
     DeclarePeaks(app, target);
+    DeclarePlay(app, target);
     DeclareWaveform(app, target);
     DeclareCache(app, target);
     try {

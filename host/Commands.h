@@ -12,6 +12,7 @@ Outcome RunInfo(const GlobalOptions& global, const InfoOptions& options);
 Outcome RunConform(const GlobalOptions& global, const ConformOptions& options);
 Outcome RunMix(const GlobalOptions& global, const MixOptions& options);
 Outcome RunPeaks(const GlobalOptions& global, const PeaksOptions& options);
+Outcome RunPlay(const GlobalOptions& global, const PlayOptions& options);
 Outcome RunWaveform(const GlobalOptions& global, const WaveformOptions& options);
 Outcome RunCache(const GlobalOptions& global, const CacheOptions& options);
 

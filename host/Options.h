@@ -60,6 +60,19 @@ struct MixOptions {
     bool soundFromVideo = false;
 };
 
+struct PlayOptions {
+    std::string input;
+    std::string from;
+    bool reverse = false;
+    int speed = 1;
+    bool meters = false;
+    bool events = false;
+    std::string output = "sdl";  ///< sdl, null or a file
+    DitherChoice dither = DitherChoice::HighPass;
+    unsigned int seed = 1;  ///< 0 asks for one from the clock
+    bool allowMissing = false;
+};
+
 enum class CacheAction { List, DiskUse, Check, Clean };
 
 struct CacheOptions {
@@ -93,7 +106,7 @@ struct WaveformOptions {
 };
 
 using CommandOptions = std::variant<InfoOptions, ConformOptions, MixOptions, PeaksOptions,
-                                    WaveformOptions, CacheOptions>;
+                                    PlayOptions, WaveformOptions, CacheOptions>;
 
 struct CommandLine {
     GlobalOptions global;

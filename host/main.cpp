@@ -21,6 +21,7 @@ struct RunCommand {
     Outcome operator()(const ConformOptions& options) const { return RunConform(global, options); }
     Outcome operator()(const MixOptions& options) const { return RunMix(global, options); }
     Outcome operator()(const PeaksOptions& options) const { return RunPeaks(global, options); }
+    Outcome operator()(const PlayOptions& options) const { return RunPlay(global, options); }
     Outcome operator()(const WaveformOptions& options) const {
         return RunWaveform(global, options);
     }

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <termios.h>
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace orlo::host {
+
+/// What a key asks a player for.
+enum class Key { Backward, Pause, Forward, Toggle, Left, Right, Up, Down, Quit };
+
+/// Makes keys of the bytes that a terminal sends. The arrows come as three bytes each.
+class KeyDecoder {
+public:
+    /// Takes the next byte. @return the key that it completes
+    std::optional<Key> Feed(char byte);
+
+private:
+    std::string escape_;  ///< a sequence that has begun
+};
+
+/// Keys of the terminal on standard input, each as soon as it is pressed. Without a terminal, or in
+/// the background of one, there are none. The terminal is put back at the end.
+class TerminalKeys {
+public:
+    TerminalKeys();
+    ~TerminalKeys();
+    TerminalKeys(const TerminalKeys&) = delete;
+    TerminalKeys& operator=(const TerminalKeys&) = delete;
+
+    /// Waits for a key, a signal or the end of the time.
+    std::vector<Key> Read(std::chrono::milliseconds wait);
+
+private:
+    bool active_ = false;
+    termios former_ = {};
+    KeyDecoder decoder_;
+};
+
+}  // namespace orlo::host

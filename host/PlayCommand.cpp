@@ -1,0 +1,277 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+#include "host/Commands.h"
+#include "host/Input.h"
+#include "host/Interrupt.h"
+#include "host/MixPreparation.h"
+#include "host/OutputFile.h"
+#include "host/Paths.h"
+#include "host/PlayDisplay.h"
+#include "host/PlayEvents.h"
+#include "host/PlayOutput.h"
+#include "host/Text.h"
+#include "host/Transport.h"
+#include "sonrel/contracts/zrtl/Timing.h"
+#include "sonrel/mixer/AudioMixer.h"
+
+namespace orlo::host {
+
+namespace {
+
+using sonrel::PlaybackEngine;
+using Clock = std::chrono::steady_clock;
+
+/// How often a player looks at keys and at the frame that is heard. Frames last longer.
+constexpr std::chrono::milliseconds LOOK{4};
+/// A meter block lasts as long.
+constexpr std::chrono::milliseconds METER_POLL{100};
+constexpr int METER_POLLS_PER_SECOND = 10;
+
+/// What there is to play, once it can be played.
+struct PlayTarget {
+    std::shared_ptr<project::Project> project = std::make_shared<project::Project>();
+    std::shared_ptr<project::MediaAsset> asset;  ///< empty for the project's sequence
+    FrameGrid grid;
+    long long total = 0;  ///< samples
+    std::vector<std::string> trackNames;
+    std::vector<MediaUse> media;
+    otio::TimelineImport import;  ///< of a timeline
+};
+
+/// Reads a timeline; its media are conformed later. @throws JobError for one that cannot be played
+PlayTarget TimelineTarget(const GlobalOptions& global, const PlayOptions& options) {
+    PlayTarget target;
+    target.import = ReadTimeline(options.input, global);
+    const otio::Arrangement& arrangement = target.import.arrangement;
+    target.grid = {arrangement.rate, arrangement.fps};
+    target.total = zrtl::TotalSamples(arrangement.frameCount, target.grid.rate, target.grid.fps);
+    if (target.total == 0) {
+        throw JobError("the timeline " + Quoted(options.input) +
+                       " has no length: there is nothing to play");
+    }
+    target.trackNames = TrackNames(arrangement);
+    target.media = CollectMedia(arrangement.tracks);
+    const std::vector<MediaUse> missing = MissingMedia(target.media);
+    if (!missing.empty() && !options.allowMissing) {
+        throw JobError(MissingMediaClause(options.input, missing) +
+                       "; find them with --media-root, or leave them out with --allow-missing");
+    }
+    ImportMedia(*target.project, target.media, target.import.report);
+    return target;
+}
+
+PlayTarget MediaTarget(const GlobalOptions& global, const PlayOptions& options) {
+    const std::string path = AbsolutePath(options.input);
+    PlayTarget target;
+    target.asset = ImportMediaFile(*target.project, path, 0);
+    target.grid = {RateFor(global), FrameRateOf(*target.asset, global)};
+    target.media = {{{path, {}}, 0, {}, target.asset}};
+    return target;
+}
+
+/// A playback of one target, stage by stage.
+class Player {
+public:
+    Player(const GlobalOptions& global, const PlayOptions& options)
+        : global_(global),
+          options_(options),
+          target_(otio::IsTimelinePath(options.input) ? TimelineTarget(global, options)
+                                                      : MediaTarget(global, options)) {}
+
+    Outcome Run() {
+        CheckOutput();
+        const EngineSession session(global_);
+        {
+            Progress progress(global_.progress, global_.quiet);
+            ConformAll(session, target_.media, target_.grid.rate, progress);
+        }
+        Complete();
+        const long long begin = FirstSample();
+        PlayOutput output(options_.output, target_.grid.rate, MostFrames(begin));
+        MeterSessions sessions;
+        PlaybackEngine& engine = SetUp(*session.Engine());
+        if (HasMeters()) engine.AddMeterObserver(&sessions);
+        Follow(engine, output, sessions, begin);
+        engine.RemoveMeterObserver(&sessions);
+        output.Finish();
+        return Report(output);
+    }
+
+private:
+    /// What can be done once the media are conformed.
+    void Complete() {
+        if (target_.asset) {
+            target_.total = target_.asset->AudioStream()->ConformedSampleCount();
+        } else {
+            BuildSequence(target_.import.arrangement, target_.media, *target_.project);
+        }
+        if (target_.total == 0) {
+            throw JobError("the sound of " + Quoted(options_.input) + " has no length");
+        }
+    }
+
+    bool HasMeters() const { return !target_.asset && (options_.meters || options_.events); }
+
+    void CheckOutput() const {
+        if (!PlayOutput::IsFileName(options_.output)) return;
+        RequireOtherFile(options_.output, options_.input);
+        for (const MediaUse& use : target_.media) {
+            RequireOtherFile(options_.output, use.location.path);
+        }
+    }
+
+    long long FirstSample() const {
+        const long long last = target_.total - 1;
+        if (options_.from.empty()) return options_.reverse ? last : 0;
+        const long long first = ParseSpan(options_.from, {}, target_.grid, target_.total).begin;
+        if (options_.reverse && first == 0) {
+            throw UsageError("--reverse plays what lies before --from, and before " +
+                             Quoted(options_.from) + " there is nothing");
+        }
+        return first;
+    }
+
+    /// What a run gives at most: whole buffers of a video frame, rounded up.
+    long long MostFrames(long long begin) const {
+        const auto buffer = static_cast<long long>(std::ceil(target_.grid.rate / target_.grid.fps));
+        const long long samples = options_.reverse ? begin : target_.total - begin;
+        return (samples / (buffer * options_.speed) + 1) * buffer;
+    }
+
+    PlaybackEngine& SetUp(sonrel::Sonrel& sonrel) const {
+        sonrel.Mixer()->SetDither(EngineDither(options_.dither), options_.seed);
+        PlaybackEngine::Err error = sonrel.InitializePlaybackEngine();
+        if (error == PlaybackEngine::Err::NoError) {
+            error = target_.asset ? sonrel.Playback()->Initialize(target_.project, target_.asset)
+                                  : sonrel.Playback()->Initialize(target_.project,
+                                                                  target_.project->Sequence());
+        }
+        if (error != PlaybackEngine::Err::NoError) {
+            throw JobError("cannot play " + Quoted(options_.input) + ": " +
+                           PlaybackTrouble(error, target_.grid.rate));
+        }
+        return *sonrel.Playback();
+    }
+
+    /// Plays until the end, q or a signal.
+    void Follow(PlaybackEngine& engine, PlayOutput& output, MeterSessions& sessions,
+                long long begin) {
+        PlayEvents events(options_.events, target_.trackNames);
+        PlayDisplay display(global_.quiet || options_.events, target_.trackNames,
+                            options_.meters && HasMeters());
+        std::optional<TerminalKeys> keys;
+        if (!output.IsStepped()) keys.emplace();
+        Transport transport(engine, target_.grid, target_.total);
+        using Direction = Transport::Direction;
+        transport.Begin(begin, options_.reverse ? Direction::Reverse : Direction::Forward,
+                        options_.speed);
+        for (bool ended = false; !ended && !transport.WantsToQuit();) {
+            if (Interrupted()) {
+                transport.Stop();
+                Tell(engine, output, transport, sessions, events, display);
+                ThrowInterrupted(output.IsStepped() ? "nothing was written" : "playback stopped");
+            }
+            if (output.IsStepped()) {
+                output.Step();
+            } else {
+                for (const Key key : keys->Read(LOOK)) transport.Press(key);
+            }
+            // In this order: what is heard before the end is told before the end.
+            ended = transport.HasEnded();
+            Tell(engine, output, transport, sessions, events, display);
+            if (ended) events.End();
+        }
+    }
+
+    void Tell(PlaybackEngine& engine, const PlayOutput& output, const Transport& transport,
+              MeterSessions& sessions, PlayEvents& events, PlayDisplay& display) {
+        using Change = MeterSessions::Change;
+        std::vector<Change> changes = sessions.Take();
+        // What was heard last is told before the end of its session.
+        const bool stops = !changes.empty() && changes.back() == Change::Stopped;
+        if (stops) changes.pop_back();
+        for (const Change change : changes) {
+            if (change == Change::Started) {
+                events.MeterStart();
+                display.Reset();
+            } else {
+                events.MeterStop();
+            }
+        }
+        const int heard = engine.CurrentPlaybackVideoFrame();
+        if (heard != lastFrame_ && heard != PlaybackEngine::NO_FRAME) events.Frame(heard);
+        if (heard != PlaybackEngine::NO_FRAME) lastFrame_ = heard;
+        ShowState(transport, display);
+        if (HasMeters() && transport.IsPlaying() && MeterIsDue(output)) {
+            const sonrel::AudioMetrics metrics = engine.CurrentPlaybackMetrics();
+            if (metrics.masterMetrics.sampleCount > 0) {
+                events.Meter(heard, metrics);
+                display.Show(metrics, Clock::now());
+            }
+        }
+        if (stops) events.MeterStop();
+    }
+
+    void ShowState(const Transport& transport, PlayDisplay& display) {
+        PlayState state;
+        state.timecode = FormatTimecode(target_.grid.Start(transport.Frame()), target_.grid);
+        state.playing = transport.IsPlaying();
+        state.reverse = transport.CurrentDirection() == Transport::Direction::Reverse;
+        state.speed = transport.Speed();
+        display.Show(state);
+    }
+
+    /// Ten times a second of what is heard.
+    bool MeterIsDue(const PlayOutput& output) {
+        if (output.IsStepped()) {
+            const long long poll =
+                output.FramesTaken() * METER_POLLS_PER_SECOND / target_.grid.rate;
+            return std::exchange(lastStepPoll_, poll) != poll;
+        }
+        const Clock::time_point now = Clock::now();
+        if (now < nextPoll_) return false;
+        nextPoll_ = now + METER_POLL;
+        return true;
+    }
+
+    Outcome Report(const PlayOutput& output) const {
+        Outcome outcome;
+        outcome.report["input"] = options_.input;
+        outcome.report["output"] = options_.output;
+        outcome.report["rate"] = target_.grid.rate;
+        outcome.report["fps"] = target_.grid.fps;
+        outcome.report["lastFrame"] =
+            lastFrame_ == PlaybackEngine::NO_FRAME ? Json() : Json(lastFrame_);
+        outcome.report["samples"] =
+            options_.output == PlayOutput::DEVICE ? Json() : Json(output.FramesTaken());
+        outcome.report["notTakenOver"] = NotTakenOverJson(target_.import.report);
+        if (options_.events) return outcome;
+        if (PlayOutput::IsFileName(options_.output)) {
+            outcome.text =
+                OneLine(options_.output) + ": " +
+                FormatDuration(static_cast<double>(output.FramesTaken()) / target_.grid.rate) +
+                ", " + std::to_string(output.FramesTaken()) + " samples at " +
+                std::to_string(target_.grid.rate) + " Hz\n";
+        }
+        outcome.text += NotTakenOverText(target_.import.report);
+        return outcome;
+    }
+
+    const GlobalOptions& global_;
+    const PlayOptions& options_;
+    PlayTarget target_;
+    int lastFrame_ = PlaybackEngine::NO_FRAME;
+    long long lastStepPoll_ = 0;
+    Clock::time_point nextPoll_ = Clock::now() + METER_POLL;
+};
+
+}  // namespace
+
+Outcome RunPlay(const GlobalOptions& global, const PlayOptions& options) {
+    return Player(global, options).Run();
+}
+
+}  // namespace orlo::host
