@@ -12,6 +12,7 @@
 #include "host/PlayDisplay.h"
 #include "host/PlayEvents.h"
 #include "host/PlayOutput.h"
+#include "host/QuietStderr.h"
 #include "host/Text.h"
 #include "host/Transport.h"
 #include "sonrel/contracts/zrtl/Timing.h"
@@ -143,12 +144,14 @@ private:
 
     PlaybackEngine& SetUp(sonrel::Sonrel& sonrel) const {
         sonrel.Mixer()->SetDither(EngineDither(options_.dither), options_.seed);
+        std::optional<QuietStderr> quiet(std::in_place);
         PlaybackEngine::Err error = sonrel.InitializePlaybackEngine();
         if (error == PlaybackEngine::Err::NoError) {
             error = target_.asset ? sonrel.Playback()->Initialize(target_.project, target_.asset)
                                   : sonrel.Playback()->Initialize(target_.project,
                                                                   target_.project->Sequence());
         }
+        quiet.reset();
         if (error != PlaybackEngine::Err::NoError) {
             throw JobError("cannot play " + Quoted(options_.input) + ": " +
                            PlaybackTrouble(error, target_.grid.rate));

@@ -7,7 +7,7 @@ _sonrel() {
     local word command= action=
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         case $word in
-            info | conform | mix | waveform | cache) [ -n "$command" ] || command=$word ;;
+            info | conform | mix | peaks | play | waveform | cache) [ -n "$command" ] || command=$word ;;
             ls | du | check | clean) [ "$command" = cache ] && action=$word ;;
         esac
     done
@@ -17,21 +17,25 @@ _sonrel() {
         --mode) COMPREPLY=($(compgen -W "auto single multi" -- "$current")); return ;;
         --dither) COMPREPLY=($(compgen -W "none triangular highpass" -- "$current")); return ;;
         --retime) COMPREPLY=($(compgen -W "otio media" -- "$current")); return ;;
+        --output) compopt -o filenames; COMPREPLY=($(compgen -W "sdl null" -- "$current") $(compgen -f -- "$current")); return ;;
+        --speed) COMPREPLY=($(compgen -W "1 2 3 4" -- "$current")); return ;;
         --audio-from) COMPREPLY=($(compgen -W "audio video" -- "$current")); return ;;
         --style) COMPREPLY=($(compgen -W "lanes overlaid rms" -- "$current")); return ;;
         --scale) COMPREPLY=($(compgen -W "linear log" -- "$current")); return ;;
         --format) COMPREPLY=($(compgen -W "rgb888 argb32" -- "$current")); return ;;
         --cache | --stems) compopt -o filenames; COMPREPLY=($(compgen -d -- "$current")); return ;;
-        --db | --meters | --export | -o) compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return ;;
+        --meters) [ "$command" = play ] || { compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return; } ;;
+        --db | --export | -o) compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return ;;
         --rate | --fps | --media-root | --keep-days | --jobs | --from | --to | --seed | --days | --composition) return ;;
         --size | --color | --background | --range) return ;;
     esac
 
     local options=$globals
     case $command in
-        "") [[ $current == -* ]] || { COMPREPLY=($(compgen -W "info conform mix waveform cache" -- "$current")); return; } ;;
+        "") [[ $current == -* ]] || { COMPREPLY=($(compgen -W "info conform mix peaks play waveform cache" -- "$current")); return; } ;;
         conform) options+=" --jobs --all-codecs --force" ;;
         mix) options+=" -o --from --to --dither --seed --stems --composition --meters --fail-on-clip --allow-missing --retime --audio-from" ;;
+        play) options+=" --from --reverse --speed --meters --events --output --dither --seed --allow-missing" ;;
         waveform) options+=" -o --size --style --scale --format --color --background --range --ruler" ;;
         peaks) options+=" -o --mode --export --zoom" ;;
         cache)
