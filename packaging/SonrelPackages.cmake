@@ -25,6 +25,8 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${library_package})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+# Loaded at run time, when playback is set up: no linker knows of it.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libsdl2-2.0-0")
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION
     "${PROJECT_DESCRIPTION} (shared libraries)\n Mixes timelines of recordings to 16-bit stereo.")
 

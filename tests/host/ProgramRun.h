@@ -55,6 +55,9 @@ public:
         return result;
     }
 
+    std::string OutputSoFar() const {
+        return std::filesystem::exists(out_) ? ReadFile(out_) : std::string();
+    }
     std::string ErrorSoFar() const {
         return std::filesystem::exists(err_) ? ReadFile(err_) : std::string();
     }

@@ -292,16 +292,19 @@ TEST(VirtualOutput, ClosedFromInsideAPullThatPullIsTheLast) {
 }
 
 TEST(VirtualOutput, CanEndInsideItsOwnPull) {
-    auto output = std::make_unique<VirtualOutput>(Clock::DrainDriven);
+    auto output = std::make_unique<VirtualOutput>(Clock::Paced);
     const auto source = std::make_shared<CountingSource>(10);
+    std::atomic<bool> opened = false;
     std::atomic<bool> ended = false;
     source->insidePull = [&] {
+        while (!opened) std::this_thread::yield();
         output.reset();
         ended = true;
     };
-    ASSERT_TRUE(output->Open(48000, source));
-    output->Wake();
+    const bool open = output->Open(48000, source);
+    opened = true;
 
+    EXPECT_TRUE(open);
     EXPECT_TRUE(Wait([&] { return ended && source.use_count() == 1; }));
 }
 

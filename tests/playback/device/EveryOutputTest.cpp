@@ -22,14 +22,14 @@ protected:
     void Close() { open_.reset(); }
     int Rate() const { return std::get<1>(GetParam()); }
 
-    RunningOutput output_{std::get<0>(GetParam())};
-    Listener listener_;
-    std::unique_ptr<OpenDevice> open_ =
-        std::make_unique<OpenDevice>(output_.Factory(), Rate(), listener_);
     // None of the values is 0, so that they tell themselves from silence.
     const std::vector<short> a_ = Counting(100, 333);
     const std::vector<short> b_ = Counting(5000, 1);
     const std::vector<short> c_ = Counting(9000, 700);
+    RunningOutput output_{std::get<0>(GetParam())};
+    Listener listener_;
+    std::unique_ptr<OpenDevice> open_ =
+        std::make_unique<OpenDevice>(output_.Factory(), Rate(), listener_);
 };
 
 TEST_P(EveryOutput, OpensAtTheRate) {

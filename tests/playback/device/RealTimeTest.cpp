@@ -8,7 +8,11 @@
 #include <cstdlib>
 #include <new>
 
+#include "sonrel/engine/Sonrel.h"
+#include "sonrel/mixer/AudioMixer.h"
+#include "sonrel/playback/PlaybackEngine.h"
 #include "tests/playback/device/OutputRig.h"
+#include "tests/support/ProjectBuilder.h"
 
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
 #define SONREL_COUNTS_LOCKS 0
@@ -146,6 +150,42 @@ INSTANTIATE_TEST_SUITE_P(Device, RealTime,
                          [](const testing::TestParamInfo<OutputKind>& run) {
                              return NameOf(run.param);
                          });
+
+/// What a whole engine does on the thread of its output, buffer by buffer, up to the end of the
+/// run, where the host is called.
+TEST(RealTimeRun, AnEngineAllocatesNothingAndTakesNoLockWhileItsBuffersAreHeard) {
+    using orlo::sonrel::PlaybackEngine;
+    using orlo::sonrel::Sonrel;
+    const auto stepped = std::make_shared<VirtualOutput>(VirtualOutput::Clock::Stepped);
+    orlo::sonrel::SetAudioOutputFactory([&] { return std::make_shared<ProbedOutput>(stepped); });
+    // 250 samples a frame: every frame begins on a sample that is stamped with it.
+    ProjectBuilder builder({32.0, 8000, 200});
+    builder.AddObject(builder.AddMedia(Noise(50000, 1)), 0, 200);
+    const std::shared_ptr<Sonrel> engine =
+        Sonrel::Create(L"", L"", nullptr, Sonrel::LogOption::NoErrorLog);
+    ASSERT_EQ(engine->InitializePlaybackEngine(), PlaybackEngine::Err::NoError);
+    PlaybackEngine& playback = *engine->Playback();
+    ASSERT_EQ(playback.Initialize(builder.Project(), builder.Sequence()),
+              PlaybackEngine::Err::NoError);
+    allocations = 0;
+    locks = 0;
+
+    ASSERT_EQ(
+        playback.PlayFromFrame(0, PlaybackEngine::PlaybackDirection::Forward, 1, nullptr, nullptr),
+        PlaybackEngine::Err::NoError);
+    for (int frame = 0; frame < 150; ++frame) {
+        ASSERT_EQ(stepped->AdvanceBuffer(PATIENCE), 250);
+        ASSERT_EQ(playback.CurrentPlaybackVideoFrame(), frame);
+    }
+    EXPECT_EQ(allocations, 0);
+    EXPECT_EQ(locks, 0);
+
+    // The ends of what a stop drops.
+    EXPECT_EQ(playback.Stop(), PlaybackEngine::Err::NoError);
+    EXPECT_EQ(allocations, 0);
+    EXPECT_EQ(locks, 0);
+    orlo::sonrel::SetAudioOutputFactory(nullptr);
+}
 
 #if SONREL_COUNTS_LOCKS
 TEST(RealTimeProbe, SeesALockAndAnAllocation) {

@@ -21,13 +21,13 @@ protected:
         return Voice().SubmitSourceBuffer(BufferOf(samples, name, endOfStream));
     }
 
+    const std::vector<short> a_ = Counting(100, 10);
+    const std::vector<short> b_ = Counting(1000, 10);
+    const std::vector<short> c_ = Counting(2000, 10);
     const std::shared_ptr<VirtualOutput> output_ =
         VirtualOutput::ToMemory(VirtualOutput::Clock::Stepped);
     Listener listener_;
     OpenDevice open_{[this] { return output_; }, RATE, listener_};
-    const std::vector<short> a_ = Counting(100, 10);
-    const std::vector<short> b_ = Counting(1000, 10);
-    const std::vector<short> c_ = Counting(2000, 10);
 };
 
 TEST_F(VoiceTest, AQueueThatWasNotStartedGivesNothing) {
