@@ -7,6 +7,7 @@
 #include <climits>
 #include <cmath>
 #include <limits>
+#include <random>
 #include <stdexcept>
 
 #include "tests/caches/WaveformFixture.h"
@@ -325,6 +326,28 @@ TEST_F(WaveformResult, SizesWithoutPixelsAreNotDrawn) {
     }
     EXPECT_EQ(Preview().CreateImage(-1, 10, Format::ARGB32, buffer.Data(), 100), -3);
     EXPECT_TRUE(buffer.Untouched());
+}
+
+TEST_F(WaveformResult, DamagedFilesGiveOneOfTheResultsAndNoMore) {
+    std::mt19937 source(7);
+    const std::string whole = PeakBytes(1, Envelope({255, 128, 64, 0}));
+    Picture picture(3, 5, Format::ARGB32);
+    for (int run = 0; run < 300; ++run) {
+        std::string bytes = whole;
+        for (int i = 0; i < 3; ++i) {
+            // Behind the magic, so that each damage is looked at.
+            bytes[8 + source() % (bytes.size() - 8)] = static_cast<char>(source());
+        }
+        bytes.resize(bytes.size() - source() % 8);
+        Write(bytes);
+        WaveformPreview preview = Preview(1, 1LL << (source() % 40));
+        preview.SetPreviewStyle(static_cast<Style>(source() % 3));
+
+        const int result = picture.Draw(preview);
+
+        EXPECT_TRUE(result == 0 || (result <= -1 && result >= -3)) << result;
+    }
+    EXPECT_TRUE(picture.Buffer().GuardsIntact());
 }
 
 TEST_F(WaveformResult, AnotherFileUnderTheNameShowsAtTheNextImage) {
