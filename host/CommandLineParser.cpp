@@ -28,6 +28,7 @@ struct RawOptions {
     std::string keepDays;
     std::vector<std::string> mediaRoots;
 
+    std::string minCorrelation;
     std::string jobs;
     std::string dither = "highpass";
     std::string seed = "1";
@@ -50,6 +51,7 @@ struct RawOptions {
 /// What the parser fills.
 struct Target {
     GlobalOptions global;
+    AlignOptions align;
     InfoOptions info;
     ConformOptions conform;
     MixOptions mix;
@@ -117,6 +119,24 @@ void CheckGlobals(Target& target) {
 
 void CheckInput(const std::string& input) {
     if (input.empty()) throw UsageError("an empty name is no INPUT");
+}
+
+CommandOptions FinishAlign(Target& target) {
+    AlignOptions& align = target.align;
+    if (align.inputs.size() < 2) throw UsageError("align needs two recordings or more");
+    for (const std::string& input : align.inputs) CheckInput(input);
+    if (!target.raw.minCorrelation.empty()) {
+        const std::optional<double> least = ParseDecimal(target.raw.minCorrelation);
+        if (!least || *least > 1.0) {
+            throw UsageError("--min-correlation " + Quoted(target.raw.minCorrelation) +
+                             " is no number from 0 to 1");
+        }
+        align.minCorrelation = *least;
+    }
+    if (target.global.noCacheDb) {
+        throw UsageError("align has nowhere to put its files with --no-cache-db");
+    }
+    return align;
 }
 
 CommandOptions FinishInfo(Target& target) {
@@ -259,6 +279,22 @@ CLI::App* AddCommand(CLI::App& parent, const std::string& name, const std::strin
     CLI::App* command = parent.add_subcommand(name, description);
     command->fallthrough();
     return command;
+}
+
+void DeclareAlign(CLI::App& app, Target& target) {
+    AlignOptions& align = target.align;
+    CLI::App* command = AddCommand(app, "align", "Find how far recordings of one event are apart");
+    command->add_option("A B", align.inputs, "Recordings; all are aligned with the first")
+        ->required();
+    command
+        ->add_option("--min-correlation", target.raw.minCorrelation,
+                     "Exit 3 when the refined correlation is below X (0.3)")
+        ->type_name("X");
+    command->add_option("--plot", align.plot, "Draw both waveforms at the offset")
+        ->type_name("FILE.svg");
+    command->add_option("--otio", align.otio, "Write a timeline with the recordings in sync")
+        ->type_name("FILE.otio");
+    command->callback([&target] { target.chosen = FinishAlign; });
 }
 
 void DeclareInfo(CLI::App& app, Target& target) {
@@ -417,6 +453,7 @@ std::variant<CommandLine, HelpText> ParseCommandLine(int argumentCount,
     app.set_help_flag("-h,--help", "Print this help");
     app.require_subcommand(1);
     DeclareGlobals(app, target);
+    DeclareAlign(app, target);
     DeclareInfo(app, target);
     DeclareConform(app, target);
     DeclareMix(app, target);

@@ -8,6 +8,7 @@
 /// CommandError. None prints anything but progress.
 namespace orlo::host {
 
+Outcome RunAlign(const GlobalOptions& global, const AlignOptions& options);
 Outcome RunInfo(const GlobalOptions& global, const InfoOptions& options);
 Outcome RunConform(const GlobalOptions& global, const ConformOptions& options);
 Outcome RunMix(const GlobalOptions& global, const MixOptions& options);

@@ -105,8 +105,15 @@ struct WaveformOptions {
     bool ruler = false;
 };
 
-using CommandOptions = std::variant<InfoOptions, ConformOptions, MixOptions, PeaksOptions,
-                                    PlayOptions, WaveformOptions, CacheOptions>;
+struct AlignOptions {
+    std::vector<std::string> inputs;  ///< at least two; all are aligned with the first
+    double minCorrelation = 0.3;
+    std::string plot;
+    std::string otio;
+};
+
+using CommandOptions = std::variant<AlignOptions, InfoOptions, ConformOptions, MixOptions,
+                                    PeaksOptions, PlayOptions, WaveformOptions, CacheOptions>;
 
 struct CommandLine {
     GlobalOptions global;

@@ -17,6 +17,7 @@ namespace {
 struct RunCommand {
     const GlobalOptions& global;
 
+    Outcome operator()(const AlignOptions& options) const { return RunAlign(global, options); }
     Outcome operator()(const InfoOptions& options) const { return RunInfo(global, options); }
     Outcome operator()(const ConformOptions& options) const { return RunConform(global, options); }
     Outcome operator()(const MixOptions& options) const { return RunMix(global, options); }

@@ -41,6 +41,14 @@ struct RangePair {
     std::vector<float> b;
     int count = 0;
 
+    /// Whether left and right are the same signal, as those of a mono recording are.
+    bool IsMono() const {
+        for (std::size_t i = 0; i < a.size(); i += 2) {
+            if (a[i] != a[i + 1] || b[i] != b[i + 1]) return false;
+        }
+        return true;
+    }
+
     /// Correlates one channel with a lag taken out.
     AudioSync::CorrelationResult Correlate(std::size_t channel, long long lag) const {
         const std::size_t aside = 2 * static_cast<std::size_t>(std::llabs(lag));
@@ -52,14 +60,15 @@ struct RangePair {
 
 AudioSync::CorrelationResult CompareChannels(const RangePair& ranges) {
     const AudioSync::CorrelationResult left = ranges.Correlate(0, 0);
-    const AudioSync::CorrelationResult right = ranges.Correlate(1, 0);
+    const bool mono = ranges.IsMono();
+    const AudioSync::CorrelationResult right = mono ? left : ranges.Correlate(1, 0);
     if (left.offset == 0 && right.offset == 0) {
         return {std::max(left.correlation, right.correlation), 0};
     }
     // The zeros that both stretches are padded with weaken a lagging match. Measured again without
     // the lag, the correlation is that of what both hold.
     const double leftAgain = ranges.Correlate(0, left.offset).correlation;
-    const double rightAgain = ranges.Correlate(1, right.offset).correlation;
+    const double rightAgain = mono ? leftAgain : ranges.Correlate(1, right.offset).correlation;
     if (leftAgain >= rightAgain) return {leftAgain, left.offset};
     return {rightAgain, right.offset};
 }
