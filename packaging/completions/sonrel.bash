@@ -7,7 +7,7 @@ _sonrel() {
     local word command= action=
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         case $word in
-            info | conform | mix | peaks | play | waveform | cache) [ -n "$command" ] || command=$word ;;
+            align | info | conform | mix | peaks | play | waveform | cache) [ -n "$command" ] || command=$word ;;
             ls | du | check | clean) [ "$command" = cache ] && action=$word ;;
         esac
     done
@@ -26,13 +26,14 @@ _sonrel() {
         --cache | --stems) compopt -o filenames; COMPREPLY=($(compgen -d -- "$current")); return ;;
         --meters) [ "$command" = play ] || { compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return; } ;;
         --db | --export | -o) compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return ;;
-        --rate | --fps | --media-root | --keep-days | --jobs | --from | --to | --seed | --days | --composition) return ;;
+        --rate | --fps | --media-root | --keep-days | --jobs | --from | --to | --seed | --days | --composition | --min-correlation) return ;;
         --size | --color | --background | --range) return ;;
     esac
 
     local options=$globals
     case $command in
-        "") [[ $current == -* ]] || { COMPREPLY=($(compgen -W "info conform mix peaks play waveform cache" -- "$current")); return; } ;;
+        "") [[ $current == -* ]] || { COMPREPLY=($(compgen -W "align info conform mix peaks play waveform cache" -- "$current")); return; } ;;
+        align) options+=" --min-correlation --plot --otio" ;;
         conform) options+=" --jobs --all-codecs --force" ;;
         mix) options+=" -o --from --to --dither --seed --stems --composition --meters --fail-on-clip --allow-missing --retime --audio-from" ;;
         play) options+=" --from --reverse --speed --meters --events --output --dither --seed --allow-missing" ;;

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+// Tells how far two recordings of one event are apart:
+//   08_align_two_recordings camera.wav recorder.wav
+#include <algorithm>
+#include <cstdio>
+
+#include "sonrel/caches/ConformedAudioFileHelper.h"
+#include "sonrel/caches/WaveformPeakFileHelper.h"
+#include "sonrel/contracts/project.h"
+#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/engine/Sonrel.h"
+#include "sonrel/standin/media/ImportMediaAsset.h"
+#include "sonrel/sync/AudioSync.h"
+
+namespace project = orlo::project;
+using orlo::sonrel::AudioSync;
+using orlo::sonrel::Sonrel;
+
+int main(int argc, char** argv) {
+    if (argc != 3) return 2;
+    constexpr int RATE = 48000;
+    const auto project = std::make_shared<project::Project>();
+    const auto engine =
+        Sonrel::Create(L"media.db", L"media-cache", nullptr, Sonrel::LogOption::WriteErrorLog);
+    const auto prepare = [&](const char* path) {
+        const auto asset = project::ImportMediaAsset(project->Manager(), zrtl::FromUtf8(path));
+        const auto database = engine->OpenMediaDatabaseConnection();
+        orlo::sonrel::ConformedAudioFileHelper::SetAudioSamplesAvailable(
+            asset, RATE, engine->MediaCacheFolderPath(), engine->MediaCacheErrorLog(), database,
+            true);
+        orlo::sonrel::WaveformPeakFileHelper::SetWaveformPreviewAvailable(
+            asset, engine->MediaCacheFolderPath(), engine->MediaCacheErrorLog(), database, true);
+        return asset;
+    };
+    const auto a = prepare(argv[1]);
+    const auto b = prepare(argv[2]);
+
+    const auto found = AudioSync::FindOffset(
+        engine, a, b, RATE,
+        [](int done, int total) { std::fprintf(stderr, "\r%d of %d", done, total); }, nullptr);
+
+    // Measured once more where both run, the offset is exact.
+    const long long startB = std::max(0LL, -found.offset);
+    const long long startA = startB + found.offset;
+    const long long overlap = std::min(a->AudioStream()->ConformedSampleCount() - startA,
+                                       b->AudioStream()->ConformedSampleCount() - startB);
+    const int count = static_cast<int>(std::clamp<long long>(overlap, 0, 5 * RATE));
+    const auto exact = AudioSync::CompareRanges(engine, a, b, count, startA, startB);
+    const double seconds = static_cast<double>(found.offset + exact.offset) / RATE;
+    std::printf("the second starts %.6f s after the first, correlation %.3f\n", seconds,
+                exact.correlation);
+}
