@@ -46,6 +46,7 @@ void StartMeters(PlaybackEngineImpl& engine) {
 
 void StartWorker(PlaybackEngineImpl& engine) {
     engine.signals.Reset();
+    engine.hasPlayedOut = false;
     engine.workerThread = std::thread([&engine] { detail::PlaybackThreadEntry(engine); });
 }
 
@@ -122,7 +123,11 @@ Err PlaybackEngine::PlayFromSample(long long sample, PlaybackDirection direction
         });
     }
     // An observer of the start may have ended the run, or started another one.
-    if (impl_->runNumber == run && impl_->workerThread.joinable()) impl_->isPlaying.exchange(true);
+    if (impl_->runNumber != run || !impl_->workerThread.joinable()) return Err::NoError;
+    impl_->isPlaying.exchange(true);
+    // A short run on a fast output may have been heard to its end already. One that had nothing to
+    // play at all stays as it is until it is stopped.
+    if (impl_->hasPlayedOut) impl_->isPlaying.exchange(false);
     return Err::NoError;
 }
 

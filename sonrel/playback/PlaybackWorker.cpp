@@ -58,11 +58,13 @@ void WaitForRoom(PlaybackEngineImpl& engine) {
 }
 
 /// Waits until all that is queued has been heard. Nobody answers a flush meanwhile.
-void Drain(PlaybackEngineImpl& engine) {
+void Drain(PlaybackEngineImpl& engine, bool anyPlayed) {
     while (engine.sourceVoice->GetState().buffersQueued > 0) {
         if (engine.signals.TakeStop()) return;
         engine.voiceCallback.bufferEndEvent.Wait();
     }
+    // Said first: the command that started the run may not have come to say that it plays.
+    engine.hasPlayedOut = anyPlayed;
     engine.isPlaying.exchange(false);
 }
 
@@ -71,6 +73,7 @@ void Drain(PlaybackEngineImpl& engine) {
 void UpdatePlayback(PlaybackEngineImpl& engine) {
     std::size_t cursor = 0;
     bool flushPending = false;
+    bool anyPlayed = false;
     while (!EndIsReached(engine)) {
         const auto request = engine.signals.Take();
         if (request == Request::Stop) return;
@@ -91,9 +94,10 @@ void UpdatePlayback(PlaybackEngineImpl& engine) {
             continue;
         }
         Submit(engine, buffer);
+        anyPlayed = true;
         cursor = (cursor + 1) % engine.frameBuffers.size();
     }
-    Drain(engine);
+    Drain(engine, anyPlayed);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "tests/playback/PlaybackRig.h"
@@ -128,23 +129,34 @@ std::vector<std::pair<std::string, std::function<void(VirtualRig&)>>> Commands()
     };
 }
 
+/// One command from inside of a callback. While the device gives it the host gives none.
 class CommandFromACallback : public testing::TestWithParam<std::size_t> {
 protected:
+    enum class Giver { Nobody, Host, Device };
+
     CommandFromACallback() {
         rig_.builder.AddTrack();
         rig_.SetUpSequence();
         rig_.Playback().AddMeterObserver(&observer_);
     }
 
-    /// Gives the command, the first time only.
+    /// Gives the command, once, when the turn is that of the thread that this runs on.
     void Give() {
-        if (given_.exchange(true)) return;
+        const Giver here = std::this_thread::get_id() == host_ ? Giver::Host : Giver::Device;
+        if (turn_ != here) return;
+        turn_ = Giver::Nobody;
         Commands()[GetParam()].second(rig_);
         done_ = true;
     }
+    /// Starts a run that is not heard until the device calls back.
+    void PlaySilently(std::function<void(void*)> completion) {
+        rig_.output->StopCallingBack(true);
+        ASSERT_EQ(rig_.Playback().PlayFromFrame(20, FORWARD, 1, std::move(completion), nullptr),
+                  Err::NoError);
+    }
     void ExpectThatTheEngineStillWorks() {
+        rig_.output->StopCallingBack(false);
         EXPECT_TRUE(Eventually([&] { return done_.load(); }));
-        observer_.onStart = observer_.onStop = observer_.onUpdate = nullptr;
         rig_.Playback().Stop();
         EXPECT_FALSE(rig_.Playback().IsPlaying());
         rig_.builder.Sequence()->Settings().SetFrameCount(4);
@@ -157,7 +169,8 @@ protected:
         EXPECT_EQ(rig_.Playback().Stop(), Err::NoError);
     }
 
-    std::atomic<bool> given_ = false;
+    const std::thread::id host_ = std::this_thread::get_id();
+    std::atomic<Giver> turn_ = Giver::Nobody;
     std::atomic<bool> done_ = false;
     SpyObserver observer_;
     VirtualRig rig_{{25.0, 8000, 30}};
@@ -165,15 +178,17 @@ protected:
 
 TEST_P(CommandFromACallback, WorksAtTheStartOfARun) {
     observer_.onStart = [&] { Give(); };
+    turn_ = Giver::Host;
 
-    rig_.Playback().PlayFromFrame(0, FORWARD, 1, nullptr, nullptr);
+    PlaySilently(nullptr);
 
     ExpectThatTheEngineStillWorks();
 }
 
 TEST_P(CommandFromACallback, WorksInAStop) {
-    rig_.Playback().PlayFromFrame(0, FORWARD, 1, nullptr, nullptr);
     observer_.onStop = [&] { Give(); };
+    PlaySilently(nullptr);
+    turn_ = Giver::Host;
 
     rig_.Playback().Stop();
 
@@ -182,6 +197,7 @@ TEST_P(CommandFromACallback, WorksInAStop) {
 
 TEST_P(CommandFromACallback, WorksInTheStopOfThePlayThatBeginsARun) {
     observer_.onStop = [&] { Give(); };
+    turn_ = Giver::Host;
 
     rig_.Playback().PlayFromFrame(0, FORWARD, 1, nullptr, nullptr);
 
@@ -189,18 +205,18 @@ TEST_P(CommandFromACallback, WorksInTheStopOfThePlayThatBeginsARun) {
 }
 
 TEST_P(CommandFromACallback, WorksInTheStopOfASkip) {
-    rig_.output->StopCallingBack(true);
-    rig_.Playback().PlayFromFrame(0, FORWARD, 1, nullptr, nullptr);
     observer_.onStop = [&] { Give(); };
+    PlaySilently(nullptr);
+    turn_ = Giver::Host;
 
     rig_.Playback().SkipToFrame(5);
 
-    rig_.output->StopCallingBack(false);
     ExpectThatTheEngineStillWorks();
 }
 
 TEST_P(CommandFromACallback, WorksAtTheLevelsOfASingleFrame) {
     observer_.onUpdate = [&] { Give(); };
+    turn_ = Giver::Host;
 
     rig_.Playback().PlayFrame(0);
 
@@ -208,28 +224,16 @@ TEST_P(CommandFromACallback, WorksAtTheLevelsOfASingleFrame) {
 }
 
 TEST_P(CommandFromACallback, WorksWhenTheEndOfARunIsToldOnTheThreadOfTheDevice) {
-    rig_.Playback().PlayFromFrame(20, FORWARD, 1, nullptr, nullptr);
-    // Set after the play command, whose own stop is told on this thread.
-    observer_.onStop = nullptr;
-    rig_.Playback().Stop();
-    SpyObserver last;
-    rig_.Playback().AddMeterObserver(&last);
-    const auto host = std::this_thread::get_id();
-    last.onStop = [&, host] {
-        if (std::this_thread::get_id() != host) Give();
-    };
+    observer_.onStop = [&] { Give(); };
+    PlaySilently(nullptr);
+    turn_ = Giver::Device;
 
-    rig_.Playback().PlayFromFrame(20, FORWARD, 1, nullptr, nullptr);
-
-    EXPECT_TRUE(Eventually([&] { return done_.load(); }));
-    rig_.Playback().Stop();
-    rig_.Playback().RemoveMeterObserver(&last);
     ExpectThatTheEngineStillWorks();
 }
 
 TEST_P(CommandFromACallback, WorksInACompletion) {
-    rig_.Playback().PlayFromFrame(
-        20, FORWARD, 1, [&](void*) { Give(); }, nullptr);
+    PlaySilently([&](void*) { Give(); });
+    turn_ = Giver::Device;
 
     ExpectThatTheEngineStillWorks();
 }
@@ -292,7 +296,7 @@ TEST(PlaybackCallbacks, TheEngineMayBeReleasedFromItsOwnCompletion) {
     VirtualRig rig({25.0, 8000, 3});
     std::atomic<bool> released = false;
     rig.SetUpSequence();
-
+    rig.output->StopCallingBack(true);
     rig.Playback().PlayFromFrame(
         0, FORWARD, 1,
         [&](void*) {
@@ -301,8 +305,27 @@ TEST(PlaybackCallbacks, TheEngineMayBeReleasedFromItsOwnCompletion) {
         },
         nullptr);
 
+    rig.output->StopCallingBack(false);
+
     EXPECT_TRUE(Eventually([&] { return released.load(); }));
     EXPECT_EQ(rig.SetUpSequence(), Err::NoError);
+}
+
+TEST(PlaybackCallbacks, ARunThatIsHeardBeforeItsCommandReturnsDoesNotPlayOn) {
+    VirtualRig rig({25.0, 8000, 3});
+    SpyObserver observer;
+    std::atomic<bool> completed = false;
+    rig.SetUpSequence();
+    rig.Playback().AddMeterObserver(&observer);
+    // The run ends before its start has been told, and so before it is said to play.
+    observer.onStart = [&] {
+        EXPECT_TRUE(Eventually([&] { return completed && rig.Impl().hasPlayedOut; }));
+    };
+
+    rig.Playback().PlayFromFrame(
+        0, FORWARD, 1, [&](void*) { completed = true; }, nullptr);
+
+    EXPECT_FALSE(rig.Playback().IsPlaying());
 }
 
 TEST(PlaybackCallbacks, StopReturnsOnADeviceThatHasStoppedCallingBack) {
@@ -351,7 +374,9 @@ TEST(PlaybackCallbacks, AnHourOfLoopingFromTheCompletion) {
         EXPECT_EQ(rig.Playback().PlayFromSample(0, FORWARD, 1, completion, self), Err::NoError);
     };
 
+    rig.output->StopCallingBack(true);
     ASSERT_EQ(rig.Playback().PlayFromSample(0, FORWARD, 1, again, &again), Err::NoError);
+    rig.output->StopCallingBack(false);
 
     EXPECT_TRUE(Eventually([&] { return ends == 60 && !rig.Playback().IsPlaying(); }));
     EXPECT_EQ(rig.output->FramesTaken(), 3600LL * 8000);
@@ -366,6 +391,7 @@ TEST(PlaybackOnASteppedOutput, TheFrameHeardIsTheOneThatSounds) {
 
     ASSERT_EQ(rig.output->AdvanceBuffer(std::chrono::seconds(20)), 1920);
     EXPECT_EQ(rig.Playback().CurrentPlaybackVideoFrame(), 10);
+    ASSERT_TRUE(Eventually([&] { return rig.Impl().sourceVoice->GetState().buffersQueued > 0; }));
     ASSERT_EQ(rig.output->Advance(1), 1);
     EXPECT_EQ(rig.Playback().CurrentPlaybackVideoFrame(), 11);
     for (int frame = 11; frame < 60; ++frame) {

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -32,19 +33,19 @@ constexpr Direction FORWARD = Direction::Forward;
 constexpr Direction REVERSE = Direction::Reverse;
 constexpr int NO_FRAME = -1;
 
-/// An observer that writes down what it is told, and does what a test says.
+/// An observer that writes down what it is told, on whichever thread, and does what a test says.
 class SpyObserver : public sonrel::AbstractAudioMeterObserver {
 public:
     void OnMeterSessionStart(int blockMilliseconds) override {
-        calls.push_back("start " + std::to_string(blockMilliseconds));
+        Note("start " + std::to_string(blockMilliseconds));
         if (onStart) onStart();
     }
     void OnMeterSessionStop() override {
-        calls.push_back("stop");
+        Note("stop");
         if (onStop) onStop();
     }
     void OnMeterUpdate(const sonrel::AudioMetrics& metrics) override {
-        calls.push_back("update");
+        Note("update");
         updates.push_back(metrics);
         if (onUpdate) onUpdate();
     }
@@ -54,6 +55,14 @@ public:
     std::function<void()> onStart;
     std::function<void()> onStop;
     std::function<void()> onUpdate;
+
+private:
+    void Note(const std::string& call) {
+        const std::lock_guard guard(mutex_);
+        calls.push_back(call);
+    }
+
+    std::mutex mutex_;
 };
 
 /// Waits for something that a thread of the engine does. @return false when it does not come

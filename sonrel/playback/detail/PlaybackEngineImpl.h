@@ -49,6 +49,7 @@ struct PlaybackEngineImpl {
     int speed = 1;               // 1 to 4
     long long readPosition = 0;  // the next sample to mix
     std::atomic<bool> isPlaying = false;
+    std::atomic<bool> hasPlayedOut = false;  // the run has submitted and drained
 
     mutable std::mutex targetMutex;
     std::weak_ptr<project::Project> project;
