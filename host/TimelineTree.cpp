@@ -26,7 +26,7 @@ Json LevelJson(const otio::LevelCurve& level) {
 
 std::string LevelText(const otio::LevelCurve& level) {
     if (!level.keys.empty()) return ", level with " + std::to_string(level.keys.size()) + " keys";
-    return level.decibels ? ", level " + FormatShort(*level.decibels) + " dB" : std::string();
+    return level.decibels ? ", level " + FormatNumber(*level.decibels, 3) + " dB" : std::string();
 }
 
 Json EffectJson(const otio::EffectRequest& effect) {
@@ -121,7 +121,7 @@ public:
             const PlacedTrack& track = tracks[i];
             std::string line = "track " + std::to_string(i + 1) + " " + Quoted(track.name);
             line += LevelText(track.level);
-            if (track.stereoBalance) line += ", balance " + FormatShort(*track.stereoBalance);
+            if (track.stereoBalance) line += ", balance " + FormatNumber(*track.stereoBalance, 3);
             line += std::string(track.muted ? ", muted" : "") + (track.solo ? ", solo" : "");
             Line(line, depth);
             AddItems(track, depth + 1);

@@ -31,6 +31,7 @@ installed_view() {
     require "Install" cmake --install build/release --prefix "$stage" --strip
     check "Every public header is installed" tools/check/check_installed.py "$stage/include"
     check "Consumer project, by CMake" consumer_by_cmake "$stage"
+    check "Plugin library of somebody else" plugins_by_cmake "$stage"
     check "Consumer project, by pkg-config" consumer_by_pkg_config "$stage"
     check "The installed program starts" "$stage/bin/sonrel" --version
     check "Completion of the command line" tools/check/check_completion.py "$stage/bin/sonrel"
@@ -39,6 +40,14 @@ installed_view() {
 consumer_by_cmake() {
     cmake -S tests/consumer -B build/consumer -G Ninja -DCMAKE_PREFIX_PATH="$1" >/dev/null &&
         cmake --build build/consumer && build/consumer/consumer
+}
+
+# A plugin library that is built apart, and the program that loads it.
+plugins_by_cmake() {
+    local build=build/consumer-plugins
+    rm -rf "$build"
+    cmake -S tests/consumer/plugin -B "$build" -G Ninja -DCMAKE_PREFIX_PATH="$1" >/dev/null &&
+        cmake --build "$build" && (cd "$build" && ./load_plugins "$PWD/libconsumer_plugins.so")
 }
 
 consumer_by_pkg_config() {
