@@ -26,7 +26,7 @@ _sonrel() {
         --cache | --stems) compopt -o filenames; COMPREPLY=($(compgen -d -- "$current")); return ;;
         --meters) [ "$command" = play ] || { compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return; } ;;
         --db | --export | -o) compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return ;;
-        --rate | --fps | --media-root | --keep-days | --jobs | --from | --to | --seed | --days | --composition | --min-correlation) return ;;
+        --rate | --fps | --media-root | --keep-days | --jobs | --from | --to | --seed | --days | --composition | --min-correlation | --zoom) return ;;
         --size | --color | --background | --range) return ;;
     esac
 

@@ -157,7 +157,9 @@ private:
     PeakFile::Result Walk(int first, int end, double step, Points& points, Begin begin,
                           ReadBlock readBlock, End endPoint) {
         if (file_ == nullptr) return PeakFile::Result::NotOpen;
-        if (first < 0 || end > blocks_ || step < 1.0) return PeakFile::Result::InvalidArgument;
+        if (first < 0 || end > blocks_ || !(step >= 1.0)) {
+            return PeakFile::Result::InvalidArgument;
+        }
         points.clear();
         if (std::fseek(file_, (1 + 2 * channels_) * static_cast<long>(first) + 20, SEEK_SET) != 0) {
             return PeakFile::Result::ReadFailed;
