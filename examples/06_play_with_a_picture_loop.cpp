@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+// Plays a recording twice while a loop shows the picture that belongs to what is heard:
+//   06_play_with_a_picture_loop recording.flac
+// The sound goes to an output that plays in real time and drops it. Without the line that sets
+// the output it goes to the sound device.
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <thread>
+
+#include "sonrel/caches/ConformedAudioFileHelper.h"
+#include "sonrel/contracts/project.h"
+#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/engine/Sonrel.h"
+#include "sonrel/playback/VirtualOutput.h"
+#include "sonrel/standin/media/ImportMediaAsset.h"
+
+namespace project = orlo::project;
+namespace sonrel = orlo::sonrel;
+using sonrel::PlaybackEngine;
+
+int main(int argc, char** argv) {
+    if (argc != 2) return 2;
+    const auto project = std::make_shared<project::Project>();
+    const auto asset = project::ImportMediaAsset(project->Manager(), zrtl::FromUtf8(argv[1]));
+    project->Assets().Add(asset);
+    const auto& sequence = project->Sequence();
+    sequence->Settings().SetFrameCount(25);
+    const auto clip = std::make_shared<project::AssetAudioObject>(asset->ID());
+    clip->SetRange(0, 25);
+    sequence->AddAudioTrack()->Objects().Add(clip);
+
+    sonrel::SetAudioOutputFactory([] {
+        return std::make_shared<sonrel::VirtualOutput>(sonrel::VirtualOutput::Clock::Paced);
+    });
+    const auto engine = sonrel::Sonrel::Create(L"media.db", L"media-cache", nullptr,
+                                               sonrel::Sonrel::LogOption::WriteErrorLog);
+    sonrel::ConformedAudioFileHelper::SetAudioSamplesAvailable(project, engine, true);
+    if (engine->InitializePlaybackEngine() != PlaybackEngine::Err::NoError) return 1;
+    PlaybackEngine& playback = *engine->Playback();
+    if (playback.Initialize(project, sequence) != PlaybackEngine::Err::NoError) return 1;
+
+    for (const auto direction :
+         {PlaybackEngine::PlaybackDirection::Forward, PlaybackEngine::PlaybackDirection::Reverse}) {
+        std::atomic<bool> ended = false;
+        const int from = direction == PlaybackEngine::PlaybackDirection::Forward ? 0 : 24;
+        playback.PlayFromFrame(
+            from, direction, 1, [&](void*) { ended = true; }, nullptr);
+        for (int shown = PlaybackEngine::NO_FRAME; !ended;) {
+            const int heard = playback.CurrentPlaybackVideoFrame();
+            if (heard != shown) std::printf("%d ", heard);
+            shown = heard;
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        playback.Stop();
+        std::printf("ended at %d\n", playback.CurrentPlaybackVideoFrame());
+    }
+}
