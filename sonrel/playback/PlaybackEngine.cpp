@@ -97,9 +97,9 @@ Err PlaybackEngine::PlayFromSample(long long sample, PlaybackDirection direction
                                    std::function<void(void*)> completion, void* userData) {
     if (!IsInitialized()) return Err::NotInitialized;
     Stop();
-    // An observer of the stop may have given commands of its own.
+    // An observer of the stop may have given commands of its own, and one of them may sound.
     if (!IsInitialized()) return Err::NotInitialized;
-    if (impl_->workerThread.joinable()) detail::StopVoiceAndWorker(*impl_);
+    detail::StopVoiceAndWorker(*impl_);
     if (sample < 0 || sample >= impl_->totalSamples) return Err::OutOfRange;
     if (detail::HasMeterObservers(*impl_)) StartMeters(*impl_);
     for (const auto& buffer : impl_->frameBuffers) {

@@ -65,10 +65,11 @@ private:
     std::mutex mutex_;
 };
 
-/// Waits for something that a thread of the engine does. @return false when it does not come
+/// Waits for something that a thread of the engine does. @return false when it does not come, which
+/// only a broken build meets
 template <class Condition>
 bool Eventually(Condition condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(100);
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) return false;
         std::this_thread::yield();
