@@ -242,6 +242,7 @@ CommandOptions FinishWaveform(Target& target) {
         {{"rgb888", WaveformPreview::Format::RGB888}, {"argb32", WaveformPreview::Format::ARGB32}});
     waveform.color = ParseColor("--color", raw.color);
     waveform.background = ParseColor("--background", raw.background);
+    CheckStreamRange(waveform.range);
     return waveform;
 }
 

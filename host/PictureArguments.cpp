@@ -40,6 +40,24 @@ std::optional<long long> ParseStreamPosition(std::string_view text, int rate) {
     return samples < 0 ? std::numeric_limits<long long>::max() : samples;
 }
 
+/// Both ends as they stand in the text. @throws UsageError when it is no range
+StreamRange ReadEnds(const std::string& text, int rate, long long samples) {
+    const std::string_view view = text;
+    const std::size_t colon = view.find(':');
+    std::optional<long long> start = 0;
+    std::optional<long long> end = samples;
+    if (colon == std::string_view::npos) {
+        start = std::nullopt;
+    } else {
+        if (colon > 0) start = ParseStreamPosition(view.substr(0, colon), rate);
+        if (colon + 1 < view.size()) end = ParseStreamPosition(view.substr(colon + 1), rate);
+    }
+    if (start && end) return {*start, *end};
+    throw UsageError("--range " + Quoted(text) +
+                     " is no range A:B: give seconds (12.5:20) or samples "
+                     "(480000smp:960000smp)");
+}
+
 }  // namespace
 
 PictureSize ParsePictureSize(const std::string& text) {
@@ -70,33 +88,23 @@ sonrel::WaveformPreview::Color ParseColor(const std::string& option, const std::
             static_cast<unsigned char>(value >> 8), static_cast<unsigned char>(value)};
 }
 
+void CheckStreamRange(const std::string& text) {
+    if (!text.empty()) ReadEnds(text, 1, std::numeric_limits<long long>::max());
+}
+
 StreamRange ParseStreamRange(const std::string& text, int rate, long long samples) {
     if (text.empty()) return {0, samples};
-    const std::string_view view = text;
-    const std::size_t colon = view.find(':');
-    std::optional<long long> start = 0;
-    std::optional<long long> end = samples;
-    if (colon == std::string_view::npos) {
-        start = std::nullopt;
-    } else {
-        if (colon > 0) start = ParseStreamPosition(view.substr(0, colon), rate);
-        if (colon + 1 < view.size()) end = ParseStreamPosition(view.substr(colon + 1), rate);
-    }
-    if (!start || !end) {
-        throw UsageError("--range " + Quoted(text) +
-                         " is no range A:B: give seconds (12.5:20) or samples "
-                         "(480000smp:960000smp)");
-    }
-    if (*start >= samples) {
+    const StreamRange range = ReadEnds(text, rate, samples);
+    if (range.start >= samples) {
         throw UsageError("--range " + Quoted(text) + " begins at or beyond the end, which is at " +
                          std::to_string(samples) + "smp (" +
                          FormatShort(static_cast<double>(samples) / rate) + "s)");
     }
-    if (*start >= *end) {
+    if (range.start >= range.end) {
         throw UsageError("--range " + Quoted(text) +
                          " is empty: its end is exclusive and must come later than its start");
     }
-    return {*start, std::min(*end, samples)};
+    return {range.start, std::min(range.end, samples)};
 }
 
 }  // namespace orlo::host

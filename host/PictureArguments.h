@@ -29,6 +29,9 @@ struct StreamRange {
     long long end = 0;
 };
 
+/// Refuses what is no range of any stream, before one is looked at. @throws UsageError
+void CheckStreamRange(const std::string& text);
+
 /// Reads "A:B", each in seconds (12.5 or 12.5s, rounded half away from zero to a sample frame) or
 /// sample frames (480000smp). A left out is the start of the stream, B left out or beyond the end
 /// is its end.

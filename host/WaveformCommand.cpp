@@ -1,115 +1,49 @@
 // SPDX-License-Identifier: MIT
-#include <stdlib.h>
-
 #include <algorithm>
 #include <cctype>
-#include <exception>
 #include <filesystem>
+#include <memory>
 #include <optional>
+#include <vector>
 
 #include "host/Commands.h"
 #include "host/EngineSession.h"
-#include "host/Input.h"
 #include "host/Interrupt.h"
 #include "host/OutputFile.h"
 #include "host/Paths.h"
+#include "host/PeakMaking.h"
+#include "host/Progress.h"
 #include "host/Text.h"
 #include "host/WaveformPicture.h"
 #include "host/WaveformRuler.h"
-#include "sonrel/caches/PeakFile.h"
-#include "sonrel/caches/WaveformPeakFileHelper.h"
-#include "sonrel/contracts/zrtl/Paths.h"
-#include "sonrel/standin/media/MediaErrors.h"
-#include "sonrel/standin/media/MediaInfo.h"
+#include "host/otio/TimelineImport.h"
 
 namespace orlo::host {
 
 namespace {
 
-using project::MediaAsset;
-using sonrel::PeakFile;
-
-/// A folder for one file, gone with it.
-class ScratchFolder {
-public:
-    ScratchFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "sonrel-XXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr) {
-            throw JobError("cannot make a folder in " +
-                           Quoted(std::filesystem::temp_directory_path().string()) +
-                           "; give another with TMPDIR");
-        }
-        path_ = pattern;
-    }
-    ~ScratchFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-
-    std::string Path(const std::string& name) const { return path_ + "/" + name; }
-
-private:
-    std::string path_;
-};
-
-/// The peak file of a stream: the one in the cache, found or made; without a cache one that lasts
-/// as long as the object.
+/// The peak file of a stream: the one in the cache, found or made; without a cache one without a
+/// name, which lasts as long as the object.
 class StreamPeaks {
 public:
-    StreamPeaks(const EngineSession& session, const std::shared_ptr<MediaAsset>& asset,
-                const std::string& media) {
+    StreamPeaks(const EngineSession& session, const PeakTask& task, Progress& progress) {
         if (session.Places().folder.empty()) {
-            scratch_.emplace();
-            path_ = scratch_->Path("peaks.xwpk");
-            MakeAt(asset, media);
-        } else {
-            FindOrMake(session, asset, media);
+            scratch_.emplace((std::filesystem::temp_directory_path() / "sonrel.xwpk").string());
+            WritePeakFile(task, *scratch_, PeakMode::Auto, progress);
+            path_ = scratch_->OpenPath();
+            return;
         }
+        std::vector<PeakTask> tasks{task};
+        FindOrMakePeakFiles(session, tasks, progress);
+        const FileResult& result = tasks.front().result;
+        if (result.status == FileStatus::Failed) throw JobError(result.error);
+        path_ = result.path;
     }
 
     const std::string& Path() const { return path_; }
 
 private:
-    void MakeAt(const std::shared_ptr<MediaAsset>& asset, const std::string& media) const {
-        try {
-            const int result = PeakFile::Create(asset, WidePath(path_), PeakFile::CreateMode::Auto);
-            if (result == 0) return;
-            throw JobError("cannot read the sound of " + Quoted(media) + " to the end, or write " +
-                           Quoted(path_) + " (result " + std::to_string(result) + ")");
-        } catch (const CommandError&) {
-            throw;
-        } catch (const std::exception& error) {
-            throw JobError("cannot read " + Quoted(media) + ": " + error.what());
-        }
-    }
-
-    void FindOrMake(const EngineSession& session, const std::shared_ptr<MediaAsset>& asset,
-                    const std::string& media) {
-        const std::shared_ptr<project::MediaDB> database = session.Connect();
-        // Where another process records the same file first, the second question finds its file.
-        for (int attempt = 0; attempt < 2 && path_.empty(); ++attempt) {
-            path_ = zrtl::ToUtf8(Ask(session, asset, database));
-        }
-        if (!path_.empty()) return;
-        const std::string trouble = FolderTrouble(session.Places().folder, 0);
-        throw JobError("cannot make the peak file of " + Quoted(media) + ": " +
-                       (trouble.empty() ? "its sound could not be read or recorded" : trouble));
-    }
-
-    static std::wstring Ask(const EngineSession& session, const std::shared_ptr<MediaAsset>& asset,
-                            const std::shared_ptr<project::MediaDB>& database) {
-        try {
-            return sonrel::WaveformPeakFileHelper::CreateWaveformPeakFile(
-                asset, session.Engine()->MediaCacheFolderPath(),
-                session.Engine()->MediaCacheErrorLog(), database, true);
-        } catch (const std::exception& error) {
-            throw JobError(DatabaseTrouble(session.Places().database, error.what()));
-        }
-    }
-
-    std::optional<ScratchFolder> scratch_;
+    std::optional<OutputFile> scratch_;
     std::string path_;
 };
 
@@ -164,18 +98,16 @@ void CheckOptions(const WaveformOptions& options) {
 Outcome RunWaveform(const GlobalOptions& global, const WaveformOptions& options) {
     CheckOptions(options);
     const std::string media = AbsolutePath(options.input);
-    project::Project project;
-    const std::shared_ptr<MediaAsset> asset = ImportMediaFile(project, media, 0);
-    const project::MediaAudioStream& stream = *asset->AudioStream();
-    const int rate = stream.NativeSampleRate();
-    const long long samples = stream.NativeSampleCount();
-    if (samples < 1) throw JobError("the sound of " + Quoted(media) + " has no length");
-    const StreamRange range = ParseStreamRange(options.range, rate, samples);
+    // The asset refers to its manager without keeping it.
+    const auto manager = std::make_shared<project::MediaManager>();
+    const PeakTask task = PeakTaskFor(manager, media, 0);
 
     OutputFile output(options.output);
     const EngineSession session(global);
-    const StreamPeaks peaks(session, asset, media);
-    const PeakSource source = OpenPeakSource(media, peaks.Path(), rate, samples);
+    Progress progress(global.progress, global.quiet);
+    const StreamPeaks peaks(session, task, progress);
+    const PeakSource source = OpenPeakSource(media, peaks.Path(), task.rate, task.frames);
+    const StreamRange range = ParseStreamRange(options.range, source.rate, source.samples);
     output.Write(PictureBytes(source, range, options));
     if (Interrupted()) ThrowInterrupted("nothing was written to " + Quoted(options.output));
     output.Commit();
@@ -184,13 +116,13 @@ Outcome RunWaveform(const GlobalOptions& global, const WaveformOptions& options)
     outcome.report["output"] = options.output;
     outcome.report["width"] = options.size.width;
     outcome.report["height"] = options.size.height;
-    outcome.report["rate"] = rate;
+    outcome.report["rate"] = source.rate;
     outcome.report["channels"] = source.channels;
     outcome.report["range"] = {range.start, range.end};
     outcome.text = OneLine(options.output) + ": " + std::to_string(options.size.width) + " x " +
                    std::to_string(options.size.height) + " pixels, " +
-                   FormatDuration(static_cast<double>(range.start) / rate) + " to " +
-                   FormatDuration(static_cast<double>(range.end) / rate) + "\n";
+                   FormatDuration(static_cast<double>(range.start) / source.rate) + " to " +
+                   FormatDuration(static_cast<double>(range.end) / source.rate) + "\n";
     return outcome;
 }
 

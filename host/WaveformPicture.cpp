@@ -4,8 +4,9 @@
 #include <QBuffer>
 #include <QByteArray>
 #include <algorithm>
-#include <limits>
-#include <vector>
+#include <cstdint>
+#include <filesystem>
+#include <system_error>
 
 #include "host/Errors.h"
 #include "host/Paths.h"
@@ -21,6 +22,8 @@ using sonrel::PeakFile;
 using sonrel::WaveformPreview;
 
 constexpr long long BLOCK_SAMPLES = 32;
+/// A peak file without blocks is its header alone.
+constexpr std::uintmax_t HEADER_BYTES = 20;
 
 /// The blocks that a range touches; end exclusive.
 StreamRange BlocksOf(const PeakSource& source, const StreamRange& range) {
@@ -36,6 +39,15 @@ QImage::Format PixelFormat(WaveformPreview::Format format, bool stretched) {
         return stretched ? QImage::Format_RGB32 : QImage::Format_RGB888;
     }
     return stretched ? QImage::Format_ARGB32_Premultiplied : QImage::Format_ARGB32;
+}
+
+[[noreturn]] void RefusePeakFile(const std::string& media, const std::string& peakFile) {
+    std::error_code error;
+    if (std::filesystem::file_size(peakFile, error) == HEADER_BYTES) {
+        throw JobError("the sound of " + Quoted(media) + " has no length");
+    }
+    throw JobError("cannot draw " + Quoted(media) + ": its peak file " + Quoted(peakFile) +
+                   " is damaged; remove it, and it is made anew");
 }
 
 std::string ReasonOf(int result) {
@@ -54,11 +66,10 @@ std::string ReasonOf(int result) {
 PeakSource OpenPeakSource(const std::string& media, const std::string& peakFile, int rate,
                           long long samples) {
     PeakFile file;
-    if (!file.Open(WidePath(peakFile)) || file.BlockCount() < 1) {
-        throw JobError("cannot draw " + Quoted(media) + ": its peak file " + Quoted(peakFile) +
-                       " is damaged; remove it, and it is made anew");
-    }
-    return {media, peakFile, rate, samples, file.ChannelCount(), file.BlockCount()};
+    if (!file.Open(WidePath(peakFile)) || file.BlockCount() < 1) RefusePeakFile(media, peakFile);
+    const long long most = file.BlockCount() * BLOCK_SAMPLES;
+    const bool fits = samples <= most && samples > most - BLOCK_SAMPLES;
+    return {media, peakFile, rate, fits ? samples : most, file.ChannelCount(), file.BlockCount()};
 }
 
 StreamRange ShownRange(const PeakSource& source, const StreamRange& range) {

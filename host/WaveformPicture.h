@@ -19,7 +19,10 @@ struct PeakSource {
     int blocks = 0;
 };
 
-/// Looks into a peak file for its channels and blocks. @throws JobError when it is none
+/// Looks into a peak file for what it holds.
+/// @param samples  of the stream, as its container tells; where the blocks of the file say
+///                 otherwise, they are believed
+/// @throws JobError when it is no peak file or holds nothing
 PeakSource OpenPeakSource(const std::string& media, const std::string& peakFile, int rate,
                           long long samples);
 

@@ -106,6 +106,13 @@ TEST(StreamRange, AnythingElseIsRefused) {
     for (const char* text :
          {"1", "a:b", "1:2:3", "-1:1", "0:-1", "1f:2f", "-5smp:9smp", "1.5smp:9smp", "1 :2"}) {
         EXPECT_THROW(Range(text), UsageError) << text;
+        EXPECT_THROW(CheckStreamRange(text), UsageError) << text;
+    }
+}
+
+TEST(StreamRange, WhatFitsSomeStreamIsNotRefusedBeforeItIsKnown) {
+    for (const char* text : {"", ":", "1:2", "96000smp:1", "5smp:", ":9"}) {
+        EXPECT_NO_THROW(CheckStreamRange(text)) << text;
     }
 }
 

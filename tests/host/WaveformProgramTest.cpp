@@ -3,7 +3,9 @@
 
 #include <QByteArray>
 #include <QImage>
-#include <cmath>
+#include <chrono>
+#include <csignal>
+#include <thread>
 
 #include "tests/host/ProgramRun.h"
 #include "tests/host/TimelineDocument.h"
@@ -302,6 +304,44 @@ TEST_F(WaveformProgram, ADamagedPeakFileExits1AndTheOldPictureStays) {
         EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
     }
     EXPECT_EQ(ReadFile(shop_.Work("out.png")), old);
+}
+
+TEST_F(WaveformProgram, AnInterruptExits130AndLeavesTheOldPicture) {
+    // Three hours of silence, so that the peak file is under way when the signal comes.
+    constexpr std::uint64_t BYTES = 3ULL * 3600 * 48000 * 4;
+    WriteFile(shop_.Work("long.wav"), "RIFF" + Little(36 + BYTES, 4) + "WAVE" +
+                                          Chunk("fmt ", PcmFormat(1, 2, 48000, 16)) + "data" +
+                                          Little(BYTES, 4));
+    std::filesystem::resize_file(shop_.Work("long.wav"), 44 + BYTES);
+    WriteFile(shop_.Work("out.png"), "old");
+    const std::vector<std::string> before = NamesIn(shop_.Path("work"));
+    RunningProgram program =
+        shop_.Start({"--progress", "json", "waveform", "@long.wav", "-o", "@out.png"});
+    while (program.ErrorSoFar().find("\"peaks\"") == std::string::npos) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+
+    kill(program.Id(), SIGINT);
+    const ProgramResult result = program.Wait();
+
+    EXPECT_EQ(result.exitCode, 130);
+    EXPECT_NE(result.err.find("sonrel: interrupted"), std::string::npos);
+    EXPECT_EQ(ReadFile(shop_.Work("out.png")), "old");
+    EXPECT_EQ(NamesIn(shop_.Path("work")), before);
+    EXPECT_TRUE(NamesIn(shop_.Path("cache")).empty());
+}
+
+TEST_F(WaveformProgram, MediaOfAnUnknownLengthAreDrawnToTheirEnd) {
+    // A data chunk that claims more than the file holds, as a recorder leaves it that was
+    // switched off.
+    std::string bytes = HalfFile(6400);
+    bytes.replace(40, 4, Little(0xFFFFFFFF, 4));
+    WriteFile(shop_.Work("cut.wav"), bytes);
+
+    const nlohmann::json report =
+        shop_.Run({"waveform", "@cut.wav", "-o", "@out.png", "--json"}).Json();
+
+    EXPECT_EQ(report.at("range"), (nlohmann::json{0, 6400}));
 }
 
 TEST_F(WaveformProgram, AFolderThatIsNotThereExits1) {
