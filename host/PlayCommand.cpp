@@ -15,6 +15,7 @@
 #include "host/QuietStderr.h"
 #include "host/Text.h"
 #include "host/Transport.h"
+#include "sonrel/contracts/project/EditorSequence.h"
 #include "sonrel/contracts/zrtl/Timing.h"
 #include "sonrel/mixer/AudioMixer.h"
 
@@ -70,6 +71,9 @@ PlayTarget MediaTarget(const GlobalOptions& global, const PlayOptions& options) 
     target.asset = ImportMediaFile(*target.project, path, 0);
     target.grid = {RateFor(global), FrameRateOf(*target.asset, global)};
     target.media = {{{path, {}}, 0, {}, target.asset}};
+    // The engine plays a medium at the rate of the project, in the frames of the medium itself.
+    target.project->Sequence()->Settings().SetCustomAudioSampleRate(target.grid.rate);
+    target.asset->AudioStream()->SetFrameRate(target.grid.fps);
     return target;
 }
 

@@ -170,6 +170,19 @@ TEST_F(PlayProgram, ABareMediaFileIsPlayed) {
     EXPECT_EQ(Samples(shop_.Work("out.wav")), CountingSamples(96000));
 }
 
+TEST_F(PlayProgram, ABareMediaFileIsPlayedAtTheRatesAskedFor) {
+    ASSERT_EQ(shop_.Run({"mix", "@a.wav", "-o", "@mix.wav", "--rate", "44100"}).exitCode, 0);
+
+    const ProgramResult result = shop_.Run(
+        {"play", "@a.wav", "--output", "@out.wav", "--rate", "44100", "--fps", "50", "--events"});
+
+    // Two seconds are 100 frames of 882 samples.
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(ReadFile(shop_.Work("out.wav")), ReadFile(shop_.Work("mix.wav")));
+    EXPECT_THAT(result.out, HasSubstr("\"frame\":99}"));
+    EXPECT_THAT(result.out, Not(HasSubstr("\"frame\":100}")));
+}
+
 TEST_F(PlayProgram, EachFrameThatIsHeardIsAnEventBetweenTheMetersAndTheEnd) {
     WriteTimeline(5);
 
