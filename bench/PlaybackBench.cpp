@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What playback costs: the worker's share of a core for sixteen tracks with meters in real time,
 // and how many such sequences play at once before a ring runs dry.
-//   playback_bench [seconds]    how long each of them plays, 5 unless told, at most 25
+//   playback_bench [seconds]    how long each of them plays, 10 unless told, at most 40
 #include <pthread.h>
 #include <time.h>
 
@@ -26,8 +26,10 @@ using SteadyClock = std::chrono::steady_clock;
 
 constexpr int RATE = 48000;
 constexpr int TRACKS = 16;
-constexpr int FRAMES = 750;  // thirty seconds
-constexpr int MOST_AT_ONCE = 256;
+constexpr int FRAMES = 1500;  // a minute
+constexpr int FEWEST_AT_ONCE = 64;
+constexpr int MOST_AT_ONCE = 1024;
+constexpr int CLOSE_ENOUGH = 32;
 
 class Observer : public sonrel::AbstractAudioMeterObserver {
 public:
@@ -62,6 +64,8 @@ public:
         engine_->InitializePlaybackEngine();
         engine_->Playback()->Initialize(scene.Builder().Project(), scene.Builder().Sequence());
         engine_->Playback()->AddMeterObserver(&observer_);
+        // A thousand of them would have begun when the first has ended.
+        sonrel::PlaybackEngineAccess::Impl(*engine_->Playback()).headStart = {};
     }
 
     void Play() {
@@ -69,6 +73,9 @@ public:
                                            nullptr, nullptr);
     }
     void Stop() { engine_->Playback()->Stop(); }
+    bool IsHeard() const {
+        return engine_->Playback()->CurrentPlaybackMetrics().masterMetrics.peak[0] > 0.1f;
+    }
     long long FramesTaken() const { return output_->FramesTaken(); }
 
     /// Processor time of the worker so far.
@@ -104,6 +111,7 @@ double WorkerShare(const SixteenTracks& scene, double seconds) {
     const auto begin = SteadyClock::now();
     Sleep(seconds);
     const double share = (player.WorkerSeconds() - before) / Seconds(SteadyClock::now() - begin);
+    if (!player.IsHeard()) std::printf("nothing is heard\n");
     player.Stop();
     return share;
 }
@@ -131,15 +139,16 @@ bool NoneRunsDry(const SixteenTracks& scene, int count, double seconds) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const double seconds = argc > 1 ? std::atof(argv[1]) : 5.0;
+    const double seconds = argc > 1 ? std::atof(argv[1]) : 10.0;
     const SixteenTracks scene;
     std::printf("worker's share of one core: %.2f %%\n", 100.0 * WorkerShare(scene, seconds));
     int most = 0;
-    for (int count = 4; count <= MOST_AT_ONCE && NoneRunsDry(scene, count, seconds); count *= 2) {
+    for (int count = FEWEST_AT_ONCE; count <= MOST_AT_ONCE; count *= 2) {
+        if (!NoneRunsDry(scene, count, seconds)) break;
         most = count;
         std::printf("%d at once: none runs dry\n", count);
     }
-    for (int step = most / 2; step >= 1 && most < MOST_AT_ONCE; step /= 2) {
+    for (int step = most / 2; step >= CLOSE_ENOUGH && most < MOST_AT_ONCE; step /= 2) {
         if (NoneRunsDry(scene, most + step, seconds)) most += step;
     }
     std::printf("most at once: %d, on %u cores\n", most, std::thread::hardware_concurrency());
