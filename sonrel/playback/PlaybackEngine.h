@@ -31,12 +31,13 @@ struct PlaybackEngineImpl;
 /// The engine object makes the playback engine (Sonrel::InitializePlaybackEngine) and must outlive
 /// it: a host drops every reference to a playback engine before its last reference to the Sonrel.
 ///
-/// Threads: commands come from one thread at a time, and the host mixes nothing on the same engine
-/// object while a run is under way. IsPlaying and CurrentPlaybackVideoFrame may be asked from any
-/// thread while no set-up runs. A run has a worker of its own, which mixes; observers and the
-/// completion callback are called on the device's thread when a run ends by itself. Commands may be
-/// given from there while no other thread gives one, except dropping the last reference to the
-/// engine; no lock is held meanwhile.
+/// Threads: commands, the list of observers and CurrentPlaybackMetrics belong to one thread at a
+/// time, and the host mixes nothing on the same engine object while a run is under way.
+/// CurrentPlaybackVideoFrame may be asked from any thread, IsPlaying too while no set-up runs. A
+/// run has a worker of its own, which mixes. When it ends by itself, observers and the completion
+/// callback are called on the device's thread. Commands may be given from there, and from any
+/// observer, while no other thread gives one; no lock is held meanwhile. Once Stop has returned no
+/// such call begins any more.
 class SONREL_EXPORT PlaybackEngine {
 public:
     /// What CurrentPlaybackVideoFrame answers while nothing has been heard yet: -1.
