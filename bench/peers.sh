@@ -4,7 +4,7 @@
 # Markdown. Each figure is the median of user plus system time over the runs; only ratios of one run
 # mean something on a shared machine.
 #
-#   bench/peers.sh [mix|keys|tracks|memory|conform|waveform|all]
+#   bench/peers.sh [mix|keys|tracks|memory|conform|peaks|waveform|all]
 #
 # Environment: SONREL (the program; default build/release/host/sonrel), MINUTES (10), RUNS (3),
 # WORK (a folder for media and outputs, several GB; default a temporary one).
@@ -261,6 +261,34 @@ bench_conform() {
     echo "Four FLAC files: --jobs 1 $one s, --jobs 2 $two s of wall time, ratio $(ratio "$one" "$two")."
 }
 
+# Peak files: made in one pass and in four, and found, beside a bare decode.
+bench_peaks() {
+    make_media 1
+    local form file mode bare
+    [ -s "$WORK/track1.flac" ] || ffmpeg -v error -y -i "$WORK/track1.wav" "$WORK/track1.flac"
+    [ -s "$WORK/track1.mp3" ] || ffmpeg -v error -y -i "$WORK/track1.wav" -b:a 192k "$WORK/track1.mp3"
+    echo
+    echo "### Peak files of $MINUTES minutes"
+    echo
+    echo "| command | CPU s | of the decode | wall s |"
+    echo "|---|---|---|---|"
+    for form in wav flac mp3; do
+        file=$WORK/track1.$form
+        cpu ffmpeg ffmpeg -v error -nostdin -i "$file" -f null -
+        bare=$cpu
+        echo "| $form: ffmpeg -f null - | $bare | 1 | |"
+        for mode in single multi; do
+            local make=("$SONREL" --quiet peaks "$file" -o "$WORK/out.xwpk" --mode "$mode")
+            cpu sonrel "${make[@]}"
+            echo "| $form: sonrel peaks --mode $mode | $cpu | $(ratio "$cpu" "$bare") | $(wall "${make[@]}") |"
+        done
+        local find=("$SONREL" "${globals[@]}" peaks "$file")
+        "${find[@]}" >/dev/null
+        cpu sonrel "${find[@]}"
+        echo "| $form: sonrel peaks, found | $cpu | $(ratio "$cpu" "$bare") | $(wall "${find[@]}") |"
+    done
+}
+
 sonrel_waveform() { "$SONREL" "${globals[@]}" waveform "$@" -o "$WORK/out.png"; }
 
 bench_waveform() {
@@ -289,12 +317,14 @@ case $what in
     keys) bench_keys ;;
     tracks | memory) bench_tracks ;;
     conform) bench_conform ;;
+    peaks) bench_peaks ;;
     waveform) bench_waveform ;;
     all)
         bench_mix
         bench_keys
         bench_tracks
         bench_conform
+        bench_peaks
         bench_waveform
         ;;
     *)
