@@ -106,19 +106,36 @@ private:
         return (point + TILE_POINTS - 1) / TILE_POINTS;
     }
 
-    /// Forks as long as there is more than one thread, whatever the size.
+    /// Forks as long as there is more than one thread, whatever the size. The levels of the forks
+    /// are combined together, on this thread, as many as one pass takes.
     void Apply(double* data, int level, int threads) {
         if (threads <= 1 || level <= BASE_LEVELS) {
             RunLevels(data, level);
             return;
         }
+        const int levels = std::min(kernels_.passLevels, level - BASE_LEVELS);
+        ApplyToParts(data, level, levels, threads);
+        RunPass(data, level, levels, 1);
+    }
+
+    /// Runs the parts that lie @p levels levels below @p level.
+    void ApplyToParts(double* data, int level, int levels, int threads) {
+        if (levels == 0) {
+            Apply(data, level, threads);
+            return;
+        }
         const ThreadSplit split = SplitThreads(threads);
-        std::future<void> second = std::async(LaunchAt(level), [this, data, level, split] {
-            Apply(data + Points(level), level - 1, split.second);
+        double* half = data + Points(level);
+        if (threads <= 1) {
+            ApplyToParts(data, level - 1, levels - 1, split.first);
+            ApplyToParts(half, level - 1, levels - 1, split.second);
+            return;
+        }
+        std::future<void> second = std::async(LaunchAt(level), [this, half, level, levels, split] {
+            ApplyToParts(half, level - 1, levels - 1, split.second);
         });
-        Apply(data, level - 1, split.first);
+        ApplyToParts(data, level - 1, levels - 1, split.first);
         second.get();
-        RunPass(data, level, 1, 1);
     }
 
     /// Runs all levels above the base, the parts of a large transform one after the other so that
