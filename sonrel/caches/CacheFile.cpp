@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/caches/detail/CacheFile.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <QFile>
 #include <QString>
 #include <exception>
@@ -10,6 +13,7 @@
 #include "sonrel/caches/detail/MediaFingerprint.h"
 #include "sonrel/contracts/project/MediaAsset.h"
 #include "sonrel/contracts/project/MediaDB.h"
+#include "sonrel/contracts/zrtl/Paths.h"
 #include "sonrel/contracts/zrtl/ZRID.h"
 
 namespace orlo::sonrel::detail {
@@ -27,6 +31,14 @@ void Log(const CacheFilePlace& place, const wchar_t* text, const std::wstring& c
 /// A file that cannot be deleted either stays as it is: no record leads to it.
 void Delete(const std::wstring& cachePath) {
     QFile::remove(QString::fromStdWString(cachePath));
+}
+
+bool Sync(const std::string& path, int flags) {
+    const int descriptor = ::open(path.c_str(), flags | O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) return false;
+    const bool synced = ::fsync(descriptor) == 0;
+    ::close(descriptor);
+    return synced;
 }
 
 /// The path of the record's current file. A record that has none is removed.
@@ -80,6 +92,13 @@ bool IsCached(const MediaAsset& asset, bool includeAllCodecs) {
     const auto& stream = asset.AudioStream();
     if (stream == nullptr) return false;
     return includeAllCodecs || stream->Codec() != zrh::media::ZRAudioCodec::Skipped;
+}
+
+bool SyncToDisk(const std::wstring& path) {
+    const std::string file = zrtl::ToUtf8(path);
+    const std::size_t slash = file.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : file.substr(0, slash + 1);
+    return Sync(file, 0) && Sync(folder, O_DIRECTORY);
 }
 
 std::wstring FindOrMakeCacheFile(const CacheFilePlace& place, CacheRecord* record,

@@ -46,7 +46,8 @@ private:
 
 bool MakePeakFile(const std::shared_ptr<MediaAsset>& asset, const std::wstring& cachePath) {
     try {
-        return PeakFile::Create(asset, cachePath, PeakFile::CreateMode::Auto) == 0;
+        return PeakFile::Create(asset, cachePath, PeakFile::CreateMode::Auto) == 0 &&
+               detail::SyncToDisk(cachePath);
     } catch (const std::exception&) {
         return false;
     }

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "sonrel/caches/PeakFile.h"
+#include "sonrel/caches/detail/CacheFile.h"
 #include "sonrel/caches/detail/MediaFingerprint.h"
 #include "sonrel/standin/project/detail/IdentityFailure.h"
 #include "tests/caches/ConformedFileFixture.h"
@@ -197,6 +198,13 @@ TEST_F(WaveformPeakFile, AStreamOfNoFramesIsRecordedThoughItsFileDoesNotOpen) {
     EXPECT_THAT(db.peaks, SizeIs(1));
     EXPECT_FALSE(PeakFile().Open(path));
     EXPECT_EQ(Create(), path);
+}
+
+TEST_F(WaveformPeakFile, OnlyWhatIsThereCanBeBroughtToTheDisk) {
+    WriteFile(folder / "there", "bytes");
+
+    EXPECT_TRUE(orlo::sonrel::detail::SyncToDisk(folder.Wide("there")));
+    EXPECT_FALSE(orlo::sonrel::detail::SyncToDisk(folder.Wide("gone")));
 }
 
 // ---- the stream

@@ -55,6 +55,11 @@ struct CacheFilePlace {
 /// Writes a cache file to a path that nothing has yet. @return whether the file is whole
 using MakeCacheFile = std::function<bool(const std::wstring& cachePath)>;
 
+/// Brings a file and the entry for it in its folder to the disk, so that no record is left behind
+/// by a power cut that took its file back.
+/// @return whether both are there
+bool SyncToDisk(const std::wstring& path);
+
 /// Finds the current file of a record, or makes one under a fresh name and records it.
 ///
 /// A record is current when it has a name and the file of that name is there; the file is not
