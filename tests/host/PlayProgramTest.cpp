@@ -344,7 +344,8 @@ TEST_F(PlayProgram, ATimelineOfNoLengthFails) {
 }
 
 TEST_F(PlayProgram, AnInterruptStopsThePlaybackAndExits130) {
-    WriteTimeline(50);
+    // Longer than the test.
+    WriteFile(shop_.Work("edit.otio"), Timeline({Track({Clip("a.wav", 0, 50), Gap(3000)})}).dump());
     RunningProgram program = shop_.Start({"play", "@edit.otio", "--output", "null", "--events"});
     while (program.OutputSoFar().find("\"frame\":0") == std::string::npos) {
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
