@@ -20,7 +20,7 @@ FlushReporter::~FlushReporter() {
 void FlushReporter::Expect(bool atOnce) {
     {
         const std::lock_guard lock(mutex_);
-        expected_ = true;
+        ++expected_;
         atOnce_ = atOnce_ || atOnce;
     }
     changed_.notify_all();
@@ -35,10 +35,16 @@ void FlushReporter::WaitUntilIdle() {
 void FlushReporter::Run() {
     std::unique_lock lock(mutex_);
     for (;;) {
-        changed_.wait(lock, [this] { return ending_ || expected_; });
-        changed_.wait_for(lock, REPORT_GRACE, [this] { return ending_ || atOnce_; });
+        changed_.wait(lock, [this] { return ending_ || expected_ > 0; });
+        // The device has its time for the last flush too.
+        unsigned int seen = 0;
+        while (seen != expected_ && !ending_ && !atOnce_) {
+            seen = expected_;
+            changed_.wait_for(lock, REPORT_GRACE,
+                              [&] { return ending_ || atOnce_ || expected_ != seen; });
+        }
         if (ending_) return;
-        expected_ = false;
+        expected_ = 0;
         atOnce_ = false;
         reporting_ = true;
         lock.unlock();

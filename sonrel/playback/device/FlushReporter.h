@@ -26,7 +26,7 @@ public:
     FlushReporter(const FlushReporter&) = delete;
     FlushReporter& operator=(const FlushReporter&) = delete;
 
-    /// Reports after REPORT_GRACE, or at once.
+    /// Reports when REPORT_GRACE has passed without another call, or at once.
     void Expect(bool atOnce);
     /// Returns when no report is under way. Does not wait on the reporter's own thread.
     void WaitUntilIdle();
@@ -38,7 +38,7 @@ private:
     std::mutex mutex_;  // guards the rest, but the thread
     std::condition_variable changed_;
     bool ending_ = false;
-    bool expected_ = false;
+    unsigned int expected_ = 0;  ///< flushes since the last report
     bool atOnce_ = false;
     bool reporting_ = false;
     std::thread thread_;
