@@ -101,11 +101,15 @@ public:
     /// @param blocksPerPoint  1.0 or above, fractions and infinity included
     /// @param peaks           receives for point p and channel c the minimum at
     ///                        (p * ChannelCount() + c) * 2 and the maximum behind it
-    /// @throws std::length_error when @p endBlock lies before @p firstBlock by half a step or more
+    /// @throws std::length_error when @p endBlock lies before @p firstBlock by half a step divided
+    /// by
+    ///         the channel count, or more
     Result GetChannelPeaks(int firstBlock, int endBlock, double blocksPerPoint,
                            std::vector<signed char>& peaks);
 
-    /// Reads the RMS of a range of blocks, all channels together; as GetChannelPeaks.
+    /// Reads the RMS of a range of blocks, all channels together; as GetChannelPeaks, but that only
+    /// an end before the first block by half a step or more throws. Of a block that the file cuts
+    /// off, the RMS counts as long as its own byte is there.
     /// @param amplitudes  receives one byte a point: the root of the mean of the squared RMS of its
     ///                    blocks, cut toward zero, so that three blocks of 19 give 18
     Result GetRMSAmplitude(int firstBlock, int endBlock, double blocksPerPoint,
