@@ -22,6 +22,8 @@ LIST = ROOT / "packaging/exports.txt"
 OF_A_CLASS = re.compile(r"^(?:vtable|VTT|typeinfo|typeinfo name|guard variable|construction vtable)"
                         r" for |^(?:non-virtual|virtual|covariant return) thunk to ")
 WEAK = "WVu"
+# Ends of sections that the linker shows because a library that ours is linked with does.
+OF_THE_LINKER = {"__bss_start", "_edata", "_end"}
 FOREIGN = ("std::", "boost::", "__gnu_cxx::", "Q", "void (")
 
 
@@ -49,7 +51,8 @@ def exported(library):
     found = []
     for line in lines:
         kind, symbol = line.split(" ", 2)[1:]
-        found.append((kind, OF_A_CLASS.sub("", symbol)))
+        if symbol not in OF_THE_LINKER:
+            found.append((kind, OF_A_CLASS.sub("", symbol)))
     return found
 
 
