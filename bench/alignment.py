@@ -127,7 +127,7 @@ def main():
         words = [WORDS / name for name in (
             "Front_Center.wav", "Rear_Left.wav", "Side_Right.wav", "Front_Left.wav",
             "Rear_Right.wav", "Side_Left.wav", "Rear_Center.wav", "Front_Right.wav")]
-        speech = join(work, "speech", words + words[::-1][1:])
+        speech = join(work, "speech", words)
         print("| sound | done to the second | true offset | engine: error (correlation) "
               "| refined: error (correlation) | verdict | way |")
         print("|---|---|---|---|---|---|---|")

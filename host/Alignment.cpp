@@ -20,6 +20,8 @@ namespace {
 using sonrel::AudioSync;
 
 constexpr double WELL_UNDER = 0.6;          // of the engine's own correlation
+constexpr double SURE_CORRELATION = 0.9;    // of stretches that are hardly there
+constexpr double CLEAR_CORRELATION = 0.7;   // that ends a search for other seconds
 constexpr double STRONG_CORRELATION = 0.5;  // of a place that lies elsewhere
 constexpr double DRIFT_ALLOWANCE = 300e-6;  // clocks differ by less
 constexpr double AGREEMENT_SECONDS = 0.02;  // beside their drift
@@ -108,12 +110,20 @@ private:
         candidate.way = way;
         candidate.segments = std::move(segments);
         candidate.refined = pair_.Refine(offset);
-        if (candidate.refined.correlation >= least_) {
+        if (IsSound(candidate.refined)) {
             candidate.places = pair_.MeasureAlong(candidate.refined.offset);
             candidate.matchedSeconds = MatchedSeconds(candidate);
         }
         if (!any_ || IsBetter(candidate, answer_.found)) answer_.found = candidate;
         any_ = true;
+    }
+
+    /// Whether a measure is worth its correlation. Over less than a second unrelated sounds
+    /// correlate by chance, the better the shorter it is: the bound rises.
+    bool IsSound(const Measure& measure) const {
+        const double seconds = static_cast<double>(measure.place.length) / pair_.Rate();
+        const double missing = std::max(0.0, 1.0 - seconds);
+        return measure.correlation >= least_ + std::max(0.0, SURE_CORRELATION - least_) * missing;
     }
 
     double MatchedSeconds(const Alignment& candidate) const {
@@ -130,8 +140,8 @@ private:
     /// Below the bound the larger correlation counts; from there on how much of the recordings
     /// matches, so that a loop is not taken for the piece that it repeats in.
     bool IsBetter(const Alignment& one, const Alignment& other) const {
-        const bool oneHolds = one.refined.correlation >= least_;
-        const bool otherHolds = other.refined.correlation >= least_;
+        const bool oneHolds = IsSound(one.refined);
+        const bool otherHolds = IsSound(other.refined);
         if (oneHolds != otherHolds) return oneHolds;
         if (!oneHolds) return one.refined.correlation > other.refined.correlation;
         return one.matchedSeconds > other.matchedSeconds;
@@ -143,8 +153,13 @@ private:
     }
 
     bool HoldsUp() const {
-        const double correlation = answer_.found.refined.correlation;
-        return correlation >= least_ && correlation >= WELL_UNDER * answer_.engine.correlation;
+        const Measure& refined = answer_.found.refined;
+        return IsSound(refined) && refined.correlation >= WELL_UNDER * answer_.engine.correlation;
+    }
+
+    /// Whether no other place can be meant. A weaker match is compared with all others first.
+    bool StandsOut() const {
+        return HoldsUp() && answer_.found.refined.correlation >= CLEAR_CORRELATION;
     }
 
     /// Follows places of the best answer that match better somewhere else.
@@ -175,7 +190,7 @@ private:
             for (const long long offset : offsets) {
                 Try(offset, AlignmentWay::LoudSeconds, {second});
             }
-            if (HoldsUp()) break;
+            if (StandsOut()) break;
         }
         if (Interrupted()) Stop();
         progress_.End();
@@ -190,7 +205,7 @@ private:
             const Measure measure = pair_.MeasureAt(range.offset, range.inB);
             if (measure.correlation >= least_) Try(measure.offset, AlignmentWay::Ranges, {});
             progress_.Update(++done);
-            if (HoldsUp()) break;
+            if (StandsOut()) break;
         }
         progress_.End();
     }
