@@ -4,8 +4,8 @@
 
     checkcache.py DATABASE CACHE [--reference DATABASE CACHE] [--no-orphans] [--records N]
 
-Each recorded conformed file that is there must be a whole WAVE file and, where the reference has a
-record of the same key, hold the reference's bytes. A record without its file is stale: the next
+Each recorded conformed file that is there must be a whole WAVE file, each recorded peak file a whole
+one of its kind, and where the reference has a record of the same key they hold the reference's bytes. A record without its file is stale: the next
 lookup repairs it. A file without a record is an orphan; --no-orphans forbids them. --records asks
 for at least so many records with their file. Prints one JSON object; returns 1 when something is
 wrong.
@@ -19,20 +19,28 @@ import struct
 import sys
 
 
+TABLES = {
+    "conformed_file": "media_path, media_fingerprint, stream_index, sample_rate",
+    "peak_file": "media_path, media_fingerprint, stream_index",
+}
+
+
 def records(database):
-    """{key: bare name} of the conformed files; empty without a database or its tables."""
+    """{key: bare name} of the files of both kinds; empty without a database or its tables."""
     if not database.exists() or database.stat().st_size == 0:
         return {}
+    found = {}
     with sqlite3.connect(database, timeout=10) as connection:
         verdict = connection.execute("PRAGMA integrity_check").fetchone()[0]
         if verdict != "ok":
             raise ValueError(f"the database is damaged: {verdict}")
-        tables = {name for (name,) in connection.execute("SELECT name FROM sqlite_schema")}
-        if "conformed_file" not in tables:
-            return {}
-        rows = connection.execute("SELECT media_path, media_fingerprint, stream_index, sample_rate,"
-                                  " cache_filename FROM conformed_file").fetchall()
-    return {row[:4]: row[4] for row in rows}
+        there = {name for (name,) in connection.execute("SELECT name FROM sqlite_schema")}
+        for table, key in TABLES.items():
+            if table not in there:
+                continue
+            for row in connection.execute(f"SELECT {key}, cache_filename FROM {table}"):
+                found[(table, *row[:-1])] = row[-1]
+    return found
 
 
 def wave_fault(data):
@@ -50,6 +58,18 @@ def wave_fault(data):
         at += 8 + size + size % 2
     if at != len(data) or b"fmt " not in names or b"data" not in names:
         return "the chunks do not fill the file"
+    return None
+
+
+def peak_fault(data):
+    """What keeps the bytes from being one whole peak file, or None."""
+    if len(data) < 20 or data[:8] != b"ORLOXWPK":
+        return "no header of a peak file"
+    version, channels, blocks = struct.unpack_from("<IiI", data, 8)
+    if version != 1 or not 1 <= channels <= 16 or blocks == 0:
+        return "a header that nothing writes"
+    if len(data) != 20 + blocks * (1 + 2 * channels):
+        return "the number of blocks in the header is not the file's"
     return None
 
 
@@ -76,7 +96,7 @@ def main():
             stale += 1
             continue
         data = path.read_bytes()
-        fault = wave_fault(data)
+        fault = peak_fault(data) if key[0] == "peak_file" else wave_fault(data)
         if fault is None and key in reference:
             if data != (options.reference[1] / reference[key]).read_bytes():
                 fault = "not the bytes of the reference"

@@ -27,13 +27,15 @@ esac
 
 sonrel() { printf '"%s" --cache "%s/cache" --db "%s/media.db" ' "$program" "$1" "$1"; }
 conform="$(sonrel '{root}') conform '$work/a.wav' '$work/b.wav'"
+peaks="$(sonrel '{root}') peaks '$work/a.wav' '$work/b.wav'"
 clean="$(sonrel '{root}') cache clean --days 0"
-reference() { bash -c "${conform//'{root}'/$1}" >/dev/null || exit 1; }
+reference() { bash -c "${conform//'{root}'/$1} && ${peaks//'{root}'/$1}" >/dev/null || exit 1; }
 reference "$work/reference"
 
 check="'$here/checkcache.py' {root}/media.db {root}/cache \
 --reference '$work/reference/media.db' '$work/reference/cache'"
 heals="$check && $conform && $check --records 2"
+peaks_heal="$check && $peaks && $check --records 2"
 
 # part NAME COMMAND...: a part that must return 0.
 part() {
@@ -64,6 +66,9 @@ part "The check sees half a file" sees_half_a_file
 part "Failing calls on cache files" sweep --match '*.xwmc' --run "$conform" \
     --ops create,open,write,fsync,close,read --errors EIO,ENOSPC --modes once,forever,short \
     --check-living "$check --no-orphans" --check "$heals"
+part "Failing calls on peak files" sweep --match '*.xwpk' --run "$peaks" \
+    --ops create,open,write,fsync,close,read --errors EIO,ENOSPC --modes once,forever,short \
+    --check-living "$check --no-orphans" --check "$peaks_heal"
 part "Failing calls on the database" sweep --match 'media.db*' --run "$conform" \
     --ops create,open,write,fsync,truncate --errors EIO,ENOSPC --modes once,forever \
     --check-living "$check --no-orphans" --check "$heals"
@@ -78,6 +83,8 @@ part "Failing calls while the cache is cleaned" sweep --setup "$conform" --run "
 
 part "Death at a call of a conversion" sweep --run "$conform" \
     --ops create,write,fsync,truncate,unlink,mkdir --modes kill,killafter,torn --check "$heals"
+part "Death at a call of the making of peaks" sweep --run "$peaks" \
+    --ops create,write,fsync,truncate,unlink,mkdir --modes kill,killafter,torn --check "$peaks_heal"
 part "Death at a call of a cleaning" sweep --setup "$conform" --run "$clean" \
     --ops unlink,write,fsync,truncate --modes kill,killafter --check "$heals"
 
