@@ -27,6 +27,10 @@ protected:
     const std::vector<short> b_ = Counting(5000, 1);
     const std::vector<short> c_ = Counting(9000, 700);
     RunningOutput output_{std::get<0>(GetParam())};
+    // What callbacks look at lasts longer than the device: the last one may still run when a test
+    // has seen what it waited for.
+    std::atomic<int> rounds_ = 0;
+    std::atomic<bool> down_ = false;
     Listener listener_;
     std::unique_ptr<OpenDevice> open_ =
         std::make_unique<OpenDevice>(output_.Factory(), Rate(), listener_);
@@ -118,9 +122,8 @@ TEST_P(EveryOutput, AQueueThatRunsDryGoesOnWhenMoreArrives) {
 }
 
 TEST_P(EveryOutput, AStreamCanBeRestartedFromItsOwnEnd) {
-    std::atomic<int> rounds = 0;
     listener_.onEvent = [&](const std::string& event) {
-        if (event != "stream end" || ++rounds == 5) return;
+        if (event != "stream end" || ++rounds_ == 5) return;
         Voice().Stop();
         Voice().FlushSourceBuffers();
         Queue(b_, "B", true);
@@ -180,17 +183,16 @@ TEST_P(EveryOutput, OpensAgainAtAnotherRate) {
 }
 
 TEST_P(EveryOutput, EverythingCanBeTakenDownFromInsideACallback) {
-    std::atomic<bool> down = false;
     listener_.onEvent = [&](const std::string& event) {
-        if (event != "stream end" || down) return;
+        if (event != "stream end" || down_) return;
         open_->voice.reset();
         open_->mastering.reset();
-        down = true;
+        down_ = true;
     };
     Queue(a_, "A", true);
     Voice().Start();
     ASSERT_TRUE(listener_.WaitFor("stream end"));
-    while (!down) std::this_thread::yield();
+    while (!down_) std::this_thread::yield();
 
     open_->mastering = open_->engine->CreateMasteringVoice(2, 44100);
     ASSERT_NE(open_->mastering, nullptr);
