@@ -15,6 +15,13 @@
 
 #include "sonrel/contracts/zrtl/Numbers.h"
 
+// Before a loop whose iterations do not touch what others do, where the compiler cannot tell.
+#if defined(__clang__)
+#define SONREL_INDEPENDENT_ITERATIONS _Pragma("clang loop vectorize(assume_safety)")
+#else
+#define SONREL_INDEPENDENT_ITERATIONS _Pragma("GCC ivdep")
+#endif
+
 namespace orlo::sonrel::detail {
 
 using zrh::media::ZRSampleDataType;
@@ -202,7 +209,7 @@ bool RmsByteNear(double sum, double scale, int values, unsigned char* byte) {
 template <class Stored>
 void Reduce(Stored* low, Stored* high, int values, int channels) {
     for (int half = values / 2; half >= channels; half /= 2) {
-#pragma GCC ivdep
+        SONREL_INDEPENDENT_ITERATIONS
         for (int i = 0; i < half; ++i) {
             low[i] = low[half + i] < low[i] ? low[half + i] : low[i];
             high[i] = high[half + i] > high[i] ? high[half + i] : high[i];
