@@ -155,7 +155,8 @@ TEST_P(WholeRun, GoesOnFromTheBufferThatSoundsAfterFlushesAtAnyMoment) {
         ASSERT_TRUE(Eventually([&] { return !rig_.Playback().IsPlaying(); }));
     }
 
-    EXPECT_GE(flushes.size(), 1u);
+    // A fast run may have been read to its end before a flush is seen, which then gets no answer.
+    if (rules_.speed == 1) EXPECT_GE(flushes.size(), 1u);
     const std::vector<Submission> heard = rig_.device.Heard();
     std::set<long long> allowed = {start};
     for (std::size_t i = 0; i < heard.size(); ++i) {
