@@ -156,7 +156,7 @@ TEST_P(WholeRun, GoesOnFromTheBufferThatSoundsAfterFlushesAtAnyMoment) {
     }
 
     // A fast run may have been read to its end before a flush is seen, which then gets no answer.
-    if (rules_.speed == 1) EXPECT_GE(flushes.size(), 1u);
+    EXPECT_TRUE(rules_.speed > 1 || !flushes.empty());
     const std::vector<Submission> heard = rig_.device.Heard();
     std::set<long long> allowed = {start};
     for (std::size_t i = 0; i < heard.size(); ++i) {
