@@ -2,55 +2,17 @@
 // The callback thread allocates nothing and takes no lock: both are counted while it is inside a
 // pull.
 #include <gtest/gtest.h>
-#include <pthread.h>
 #include <semaphore.h>
 
-#include <cstdlib>
+#include <mutex>
 #include <new>
 
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/playback/PlaybackEngine.h"
+#include "tests/playback/RealTimeProbe.h"
 #include "tests/playback/device/OutputRig.h"
 #include "tests/support/ProjectBuilder.h"
-
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-#define SONREL_COUNTS_LOCKS 0
-#else
-#define SONREL_COUNTS_LOCKS 1
-#include <dlfcn.h>
-#endif
-
-namespace {
-
-thread_local bool insidePull = false;
-std::atomic<int> allocations = 0;
-std::atomic<int> locks = 0;
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    if (insidePull) ++allocations;
-    if (void* const memory = std::malloc(size > 0 ? size : 1)) return memory;
-    throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-    if (insidePull && memory != nullptr) ++allocations;
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    operator delete(memory);
-}
-
-#if SONREL_COUNTS_LOCKS
-// In front of the C library's: every lock of the standard library comes through here.
-extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) {
-    static const auto next =
-        reinterpret_cast<int (*)(pthread_mutex_t*)>(dlsym(RTLD_NEXT, "pthread_mutex_lock"));
-    if (insidePull) ++locks;
-    return next(mutex);
-}
-#endif
 
 using namespace sonrel_tests;
 
@@ -62,16 +24,12 @@ public:
     explicit ProbedSource(std::shared_ptr<AudioOutputSource> source) : source_(std::move(source)) {}
 
     int Pull(short* output, int frameCount) override {
-        insidePull = true;
-        const int taken = source_->Pull(output, frameCount);
-        insidePull = false;
-        return taken;
+        const RealTimeProbe probe;
+        return source_->Pull(output, frameCount);
     }
     int ReadyFrames() override {
-        insidePull = true;
-        const int ready = source_->ReadyFrames();
-        insidePull = false;
-        return ready;
+        const RealTimeProbe probe;
+        return source_->ReadyFrames();
     }
 
 private:
@@ -126,8 +84,7 @@ TEST_P(RealTime, APullAllocatesNothingAndTakesNoLock) {
                           listener);
     ASSERT_NE(open.voice, nullptr);
     const std::vector<short> samples = Counting(1, 400);
-    allocations = 0;
-    locks = 0;
+    RealTimeProbe::Clear();
 
     // Queued, flushed while stopped, queued again while running, flushed while running, played out.
     for (int i = 0; i < 40; ++i) open.voice->SubmitSourceBuffer(BufferOf(samples, "x"));
@@ -139,8 +96,8 @@ TEST_P(RealTime, APullAllocatesNothingAndTakesNoLock) {
     ASSERT_TRUE(listener.WaitForEnd());
     while (listener.ends != 61) std::this_thread::yield();
 
-    EXPECT_EQ(allocations, 0);
-    EXPECT_EQ(locks, 0);
+    EXPECT_EQ(RealTimeProbe::allocations, 0);
+    EXPECT_EQ(RealTimeProbe::locks, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Device, RealTime,
@@ -167,8 +124,7 @@ TEST(RealTimeRun, AnEngineAllocatesNothingAndTakesNoLockWhileItsBuffersAreHeard)
     PlaybackEngine& playback = *engine->Playback();
     ASSERT_EQ(playback.Initialize(builder.Project(), builder.Sequence()),
               PlaybackEngine::Err::NoError);
-    allocations = 0;
-    locks = 0;
+    RealTimeProbe::Clear();
 
     ASSERT_EQ(
         playback.PlayFromFrame(0, PlaybackEngine::PlaybackDirection::Forward, 1, nullptr, nullptr),
@@ -177,31 +133,29 @@ TEST(RealTimeRun, AnEngineAllocatesNothingAndTakesNoLockWhileItsBuffersAreHeard)
         ASSERT_EQ(stepped->AdvanceBuffer(PATIENCE), 250);
         ASSERT_EQ(playback.CurrentPlaybackVideoFrame(), frame);
     }
-    EXPECT_EQ(allocations, 0);
-    EXPECT_EQ(locks, 0);
+    EXPECT_EQ(RealTimeProbe::allocations, 0);
+    EXPECT_EQ(RealTimeProbe::locks, 0);
 
     // The ends of what a stop drops.
     EXPECT_EQ(playback.Stop(), PlaybackEngine::Err::NoError);
-    EXPECT_EQ(allocations, 0);
-    EXPECT_EQ(locks, 0);
+    EXPECT_EQ(RealTimeProbe::allocations, 0);
+    EXPECT_EQ(RealTimeProbe::locks, 0);
     orlo::sonrel::SetAudioOutputFactory(nullptr);
 }
 
-#if SONREL_COUNTS_LOCKS
-TEST(RealTimeProbe, SeesALockAndAnAllocation) {
-    allocations = 0;
-    locks = 0;
+/// The counts of this program are its own, so it shows that they count.
+TEST(RealTimeRun, IsWatchedByCountsThatSeeALockAndAnAllocation) {
     std::mutex mutex;
+    RealTimeProbe::Clear();
 
-    insidePull = true;
-    mutex.lock();
-    mutex.unlock();
-    ::operator delete(::operator new(16));
-    insidePull = false;
+    {
+        const RealTimeProbe probe;
+        ::operator delete(::operator new(16));
+        const std::lock_guard guard(mutex);
+    }
 
-    EXPECT_EQ(locks, 1);
-    EXPECT_EQ(allocations, 2);
+    EXPECT_EQ(RealTimeProbe::allocations, 2);
+    EXPECT_EQ(RealTimeProbe::locks, RealTimeProbe::COUNTS_LOCKS ? 1 : 0);
 }
-#endif
 
 }  // namespace
