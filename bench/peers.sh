@@ -37,12 +37,15 @@ mkdir -p "$WORK"
 export SDL_AUDIODRIVER=dummy QT_QPA_PLATFORM=offscreen
 globals=(--cache "$WORK/cache" --db "$WORK/media.db" --no-log --quiet)
 
+# What a run left is gone before the next begins, so that nobody pays for taking it away.
+start_anew() { rm -rf "$WORK"/out.* "$WORK/conform.cache" "$WORK"/conform.db*; }
+
 # cpu NAME COMMAND...: median CPU seconds of the command into the variable cpu.
 cpu() {
     local name=$1 i times=()
     shift
     for ((i = 0; i < RUNS; i++)); do
-        rm -f "$WORK"/out.*
+        start_anew
         local log=$WORK/log.$name
         local TIMEFORMAT='%U %S'
         local t
@@ -218,7 +221,6 @@ bench_tracks() {
 }
 
 sonrel_conform() {
-    rm -rf "$WORK/conform.cache" "$WORK"/conform.db*
     "$SONREL" --cache "$WORK/conform.cache" --db "$WORK/conform.db" --no-log --quiet --rate $RATE conform "$@"
 }
 ffmpeg_conform() {
@@ -227,6 +229,7 @@ ffmpeg_conform() {
 }
 wall() {
     local TIMEFORMAT='%R'
+    start_anew
     { time "$@" >/dev/null 2>&1; } 2>&1
 }
 

@@ -13,20 +13,29 @@ namespace {
 /// A file at one of the first places is returned where it stands.
 constexpr std::ptrdiff_t SETTLED_PLACES = 3;
 
-/// Compares paths without regard to case in the global C++ locale. Only characters that differ are
-/// folded, since folding is much dearer than comparing.
+/// Compares paths without regard to case in the global C++ locale.
 class PathComparison {
 public:
+    /// The locale of the process may change between calls; asking it for its letters each time
+    /// would be dearer than all comparisons of a call.
+    static const PathComparison& Current() {
+        thread_local PathComparison comparison;
+        if (comparison.locale_ != std::locale()) comparison = PathComparison();
+        return comparison;
+    }
+
+    /// From the end, since the files of one cache folder differ in their names. Only characters
+    /// that differ are folded: folding is much dearer than comparing.
     bool Equal(const std::wstring& a, const std::wstring& b) const {
         if (a.size() != b.size()) return false;
-        return std::equal(a.begin(), a.end(), b.begin(), [this](wchar_t x, wchar_t y) {
-            return x == y || folding_.toupper(x) == folding_.toupper(y);
+        return std::equal(a.rbegin(), a.rend(), b.rbegin(), [this](wchar_t x, wchar_t y) {
+            return x == y || folding_->toupper(x) == folding_->toupper(y);
         });
     }
 
 private:
     std::locale locale_;
-    const std::ctype<wchar_t>& folding_ = std::use_facet<std::ctype<wchar_t>>(locale_);
+    const std::ctype<wchar_t>* folding_ = &std::use_facet<std::ctype<wchar_t>>(locale_);
 };
 
 }  // namespace
@@ -34,9 +43,10 @@ private:
 const project::ConformedAudioFile* FindConformedFile(AudioMixerImpl& mixer,
                                                      const project::MediaAudioStream& stream) {
     auto& files = mixer.conformedFiles;
-    const PathComparison paths;
+    const PathComparison& paths = PathComparison::Current();
+    const std::wstring& path = stream.ConformedFilePath();
     const auto found = std::find_if(files.begin(), files.end(), [&](const auto& file) {
-        return paths.Equal(file.FilePath(), stream.ConformedFilePath());
+        return paths.Equal(file.FilePath(), path);
     });
     if (found != files.end()) {
         if (found - files.begin() < SETTLED_PLACES) return &*found;
@@ -46,7 +56,7 @@ const project::ConformedAudioFile* FindConformedFile(AudioMixerImpl& mixer,
 
     if (!stream.SamplesAvailable()) return nullptr;
     project::ConformedAudioFile file;
-    if (!file.Open(stream.ConformedFilePath())) return nullptr;
+    if (!file.Open(path)) return nullptr;
     files.insert(files.begin(), std::move(file));
     if (files.size() > MAX_OPEN_FILES) files.pop_back();
     return &files.front();

@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <atomic>
+#include <memory>
 #include <string>
 
 #include "sonrel/Export.h"
 
 namespace orlo::project {
+
+struct ConformedFileFacts;
 
 /// One open conformed file: stereo signed 16-bit samples at one rate.
 ///
@@ -45,12 +49,10 @@ public:
 
 private:
     void Close();
+    int Descriptor() const;
 
-    std::wstring path_;
-    int descriptor_ = -1;
-    long long firstByte_ = 0;
-    long long sampleCount_ = 0;
-    int sampleRate_ = 0;
+    std::unique_ptr<ConformedFileFacts> facts_;  ///< null when closed
+    mutable std::atomic<int> descriptor_{-1};    ///< -1 until a read needs it
 };
 
 }  // namespace orlo::project

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/standin/project/detail/ConformedFileFacts.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <mutex>
+#include <utility>
+
+namespace orlo::project {
+
+namespace {
+
+constexpr long long BYTES_PER_FRAME = 4;
+constexpr long long NS_PER_SECOND = 1'000'000'000;
+
+/// The times of files go in steps of some milliseconds on most file systems, and of two seconds on
+/// the coarsest.
+constexpr long long SETTLED_NS = 3 * NS_PER_SECOND;
+
+/// With its frames ahead a file takes 64 KB: 4 MB in all.
+constexpr std::size_t MOST_FILES = 64;
+
+long long Nanoseconds(const struct timespec& time) {
+    return time.tv_sec * NS_PER_SECOND + time.tv_nsec;
+}
+
+long long SystemNanoseconds() {
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
+}
+
+std::atomic<long long (*)()> fileClock = SystemNanoseconds;
+
+/// The facts in the order in which their files were closed.
+struct Shelf {
+    std::mutex mutex;
+    std::vector<std::unique_ptr<ConformedFileFacts>> files;
+};
+
+/// Never destroyed: a file may be closed by the destructor of a static object.
+Shelf& TheShelf() {
+    static auto* shelf = new Shelf;
+    return *shelf;
+}
+
+}  // namespace
+
+FileStamp StampOf(const struct stat& status) {
+    return {status.st_dev, status.st_ino, status.st_size, Nanoseconds(status.st_mtim),
+            Nanoseconds(status.st_ctim)};
+}
+
+bool IsSettled(const FileStamp& stamp) {
+    return std::max(stamp.modifiedNs, stamp.changedNs) < fileClock.load()() - SETTLED_NS;
+}
+
+void SetFileClockForTests(long long (*clock)()) {
+    fileClock = clock != nullptr ? clock : SystemNanoseconds;
+}
+
+bool ReadAhead::Copy(long long first, long long count, unsigned char* buffer) const {
+    const auto held = static_cast<long long>(bytes.size()) / BYTES_PER_FRAME;
+    if (first < start || first - start > held - count) return false;
+    std::memcpy(buffer, bytes.data() + (first - start) * BYTES_PER_FRAME,
+                static_cast<std::size_t>(count * BYTES_PER_FRAME));
+    return true;
+}
+
+bool ConformedFileFacts::HoldsNextRead() const {
+    const long long next = nextFrame.load(std::memory_order_relaxed);
+    const long long wanted =
+        std::min(lastCount.load(std::memory_order_relaxed), layout.sampleCount - next);
+    const long long held = static_cast<long long>(ahead.bytes.size()) / BYTES_PER_FRAME;
+    return next >= ahead.start && next - ahead.start <= held - wanted;
+}
+
+std::unique_ptr<ConformedFileFacts> RecentConformedFiles::Take(const std::wstring& path) {
+    Shelf& shelf = TheShelf();
+    const std::lock_guard lock(shelf.mutex);
+    const auto found = std::find_if(shelf.files.begin(), shelf.files.end(),
+                                    [&](const auto& facts) { return facts->path == path; });
+    if (found == shelf.files.end()) return nullptr;
+    auto facts = std::move(*found);
+    shelf.files.erase(found);
+    return facts;
+}
+
+void RecentConformedFiles::Keep(std::unique_ptr<ConformedFileFacts> facts) {
+    if (!facts->isSettled) return;
+    Shelf& shelf = TheShelf();
+    const std::lock_guard lock(shelf.mutex);
+    std::erase_if(shelf.files, [&](const auto& kept) { return kept->path == facts->path; });
+    if (shelf.files.size() == MOST_FILES) shelf.files.erase(shelf.files.begin());
+    shelf.files.push_back(std::move(facts));
+}
+
+}  // namespace orlo::project
