@@ -28,7 +28,7 @@ int main(int argc, char** argv) {
     const auto addTrack = [&](float balance) {
         const auto track = sequence->AddAudioTrack();
         track->Animation().SetStaticValue("stereoBalance", balance);
-        const auto clip = std::make_shared<project::AssetAudioObject>(asset->ID());
+        auto clip = std::make_shared<project::AssetAudioObject>(asset->ID());
         clip->SetRange(0, 25);
         track->Objects().Add(clip);
         return clip;

@@ -23,7 +23,7 @@ int main(int argc, char** argv) {
     const auto engine =
         Sonrel::Create(L"media.db", L"media-cache", nullptr, Sonrel::LogOption::WriteErrorLog);
     const auto prepare = [&](const char* path) {
-        const auto asset = project::ImportMediaAsset(project->Manager(), zrtl::FromUtf8(path));
+        auto asset = project::ImportMediaAsset(project->Manager(), zrtl::FromUtf8(path));
         const auto database = engine->OpenMediaDatabaseConnection();
         orlo::sonrel::ConformedAudioFileHelper::SetAudioSamplesAvailable(
             asset, RATE, engine->MediaCacheFolderPath(), engine->MediaCacheErrorLog(), database,

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <filesystem>
+#include <string>
+#include <vector>
 
 #include "host/AlignmentReport.h"
 #include "host/Text.h"
@@ -102,22 +104,26 @@ private:
 
     void DrawLane(const Recording& recording, long long start, int top, const char* color) {
         const double middle = top + LANE_HEIGHT / 2.0;
-        std::string upper;
-        std::string lower;
+        // Along the upper edge from left to right, and back along the lower one.
+        std::string points;
+        std::vector<std::string> lower;
         const int first = static_cast<int>(X(start));
         const int last = std::min(WIDTH, static_cast<int>(X(start + recording.Frames())) + 1);
         for (int x = first; x < last; ++x) {
             const long long from = FrameAt(x) - start;
             const double peak = std::min(1.0, recording.levels.Peak(from, FrameAt(x + 1) - start));
             const double height = std::max(0.5, peak * LANE_HEIGHT / 2.0);
-            upper += Coordinate(x) + "," + Coordinate(middle - height) + " ";
-            lower = Coordinate(x) + "," + Coordinate(middle + height) + " " + lower;
+            points += Point(x, middle - height);
+            lower.push_back(Point(x, middle + height));
         }
+        for (auto point = lower.rbegin(); point != lower.rend(); ++point) points += *point;
         svg_ += std::string("<polygon class=\"waveform\" fill=\"") + color + "\" points=\"" +
-                upper + lower + "\"/>\n";
+                points + "\"/>\n";
         Text(std::max(8.0, X(start)), top - 6,
              std::filesystem::path(recording.input).filename().string());
     }
+
+    static std::string Point(int x, double y) { return Coordinate(x) + "," + Coordinate(y) + " "; }
 
     long long FrameAt(int x) const {
         return begin_ + static_cast<long long>(static_cast<double>(x) *

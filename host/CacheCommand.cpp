@@ -264,7 +264,7 @@ Outcome Clean(const GlobalOptions& global, const CacheOptions& options, const Ca
                    IsInUse(CacheFilePath(places, entry.file));
         });
     }
-    sums.due = static_cast<long long>(due.size() + orphans.size());
+    sums.due = static_cast<long long>(due.size()) + static_cast<long long>(orphans.size());
 
     Outcome outcome;
     const char* verb = options.dryRun ? "would be removed: " : "due: ";

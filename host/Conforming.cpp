@@ -78,7 +78,7 @@ std::string FailureReason(const EngineSession& session, const ConformTask& task)
     const int nativeRate = task.asset->AudioStream()->NativeSampleRate();
     const double bytes = static_cast<double>(frames) * task.rate / std::max(1, nativeRate) *
                          static_cast<double>(BYTES_PER_FRAME);
-    const std::string folderTrouble =
+    std::string folderTrouble =
         FolderTrouble(session.Places().folder, static_cast<long long>(std::min(bytes, 1e18)));
     if (!folderTrouble.empty()) return folderTrouble;
     zrh::media::MediaInfo info;

@@ -57,7 +57,7 @@ std::shared_ptr<MediaAsset> ImportUse(project::Project& project, const MediaUse&
     const std::string& path = use.location.path;
     RequireMediaFile(path);
     try {
-        const std::shared_ptr<MediaAsset> asset =
+        std::shared_ptr<MediaAsset> asset =
             project::ImportMediaAsset(project.Manager(), WidePath(path), use.stream);
         if (!asset->HasAudio()) report.Add("clip", use.place, "its medium has no sound");
         return asset;

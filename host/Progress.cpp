@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
@@ -87,7 +88,7 @@ void Progress::ShowLine(long long done, double secondsLeft) {
     std::string text = step_ + ": " + std::to_string(done) + " of " + std::to_string(total_) + " " +
                        unit_ + ", " + FormatNumber(percent, 0) + " %";
     if (secondsLeft >= 0.0) {
-        const auto seconds = static_cast<long long>(secondsLeft + 0.5);
+        const auto seconds = std::llround(secondsLeft);
         char left[64];
         std::snprintf(left, sizeof(left), ", %lld:%02lld left", seconds / 60, seconds % 60);
         text += left;

@@ -62,7 +62,7 @@ public:
     /// The composition is added to the project's assets, behind those that it shows.
     std::shared_ptr<project::CompositionAsset> MakeComposition(
         const otio::PlacedComposition& placed) const {
-        const auto composition = std::make_shared<project::CompositionAsset>();
+        auto composition = std::make_shared<project::CompositionAsset>();
         SetRates(composition->Settings(), arrangement_, placed.frameCount);
         for (const otio::PlacedTrack& track : placed.tracks) {
             for (const otio::PlacedClip& clip : track.clips) {
@@ -95,13 +95,13 @@ private:
     }
 
     std::shared_ptr<project::AssetAudioObject> MakeObject(const otio::PlacedClip& clip) const {
-        const auto object = std::make_shared<project::AssetAudioObject>(AssetOf(clip));
+        auto object = std::make_shared<project::AssetAudioObject>(AssetOf(clip));
         Set(clip, *object);
         return object;
     }
 
     std::shared_ptr<project::AssetLayer> MakeLayer(const otio::PlacedClip& clip) const {
-        const auto layer = std::make_shared<project::AssetLayer>(AssetOf(clip));
+        auto layer = std::make_shared<project::AssetLayer>(AssetOf(clip));
         Set(clip, *layer);
         return layer;
     }

@@ -54,7 +54,7 @@ std::shared_ptr<EditorSequence> OnlyTrack(EditorSequence& whole, std::size_t ind
     const AudioTrack& track = *whole.AudioTracks()[index];
     const auto copy = std::make_shared<AudioTrack>(track);
     copy->SetMuted(track.IsMuted() || (anySolo && !track.IsSolo()));
-    const auto sequence = std::make_shared<EditorSequence>(whole);
+    auto sequence = std::make_shared<EditorSequence>(whole);
     sequence->AudioTracks().clear();
     sequence->AudioTracks().push_back(copy);
     return sequence;

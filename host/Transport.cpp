@@ -48,12 +48,9 @@ void Transport::Begin(long long sample, Direction direction, int speed) {
     direction_ = direction;
     speed_ = speed;
     frame_ = Clamp(grid_.FrameOf(sample));
-    const std::uintptr_t run = ++run_;
-    // The run goes along as a number: the end of a former one counts for nothing.
+    // The end of a former run counts for nothing.
     const Err error = engine_.PlayFromSample(
-        sample, direction, speed,
-        [this](void* number) { endedRun_ = reinterpret_cast<std::uintptr_t>(number); },
-        reinterpret_cast<void*>(run));
+        sample, direction, speed, [this, run = ++run_](void*) { endedRun_ = run; }, nullptr);
     playing_ = error == Err::NoError;
     if (!playing_) throw JobError(PlaybackTrouble(error, grid_.rate));
 }

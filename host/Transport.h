@@ -66,8 +66,8 @@ private:
     int speed_ = 1;
     bool playing_ = false;
     bool quit_ = false;
-    std::uintptr_t run_ = 0;
-    std::atomic<std::uintptr_t> endedRun_ = 0;
+    std::uint64_t run_ = 0;
+    std::atomic<std::uint64_t> endedRun_ = 0;
 };
 
 }  // namespace orlo::host

@@ -26,7 +26,7 @@ const json* ActiveReference(const json& clip) {
 void ParseMedia(const json& clip, Item& item, ImportReport& report) {
     const json* reference = ActiveReference(clip);
     const std::string schema = reference == nullptr ? std::string() : SchemaName(*reference);
-    if (schema == "ExternalReference") {
+    if (reference != nullptr && schema == "ExternalReference") {
         MediaReference media;
         media.url = StringMember(*reference, "target_url");
         media.availableRange = RangeMember(*reference, "available_range", item.place, report);

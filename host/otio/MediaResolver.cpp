@@ -129,7 +129,7 @@ MediaLocation MediaResolver::Resolve(const std::string& url) const {
             }
         }
     }
-    const MediaLocation decoded = Locate(DrivePath(PercentDecode(path)));
+    MediaLocation decoded = Locate(DrivePath(PercentDecode(path)));
     if (path.find('%') == std::string_view::npos) return decoded;
     const MediaLocation literal = Locate(DrivePath(std::string(path)));
     const bool literalOnly = (!decoded.problem.empty() || !exists_(decoded.path)) &&

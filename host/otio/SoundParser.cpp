@@ -105,7 +105,7 @@ void ParseResolveEffect(const json& metadata, Item& item, ImportReport& report) 
 
 std::string EffectName(const json& effect) {
     for (const char* key : {"effect_name", "name"}) {
-        const std::string name = StringMember(effect, key);
+        std::string name = StringMember(effect, key);
         if (!name.empty()) return name;
     }
     return SchemaName(effect);

@@ -56,7 +56,8 @@ struct Unsigned8 {
         return static_cast<Stored>(2 * from[0] - 255);
     }
     static double ToX(Stored value) {
-        const double v = ((value + 255) / 2) / 255.0 - 0.5;
+        const int stored = (value + 255) / 2;
+        const double v = stored / 255.0 - 0.5;
         return std::clamp(v + v, -1.0, 1.0);
     }
     // A block that stays on one side of the middle has a limit of 0, which no sample has.
@@ -139,8 +140,9 @@ void SummariseInOrder(const unsigned char* samples, int channels, int frames,
         double low = 0.0;
         double high = 0.0;
         for (int frame = 0; frame < frames; ++frame) {
-            const auto at = static_cast<std::size_t>(frame * channels + channel);
-            const double x = Form::ToX(Form::Unpack(samples + at * Form::BYTES));
+            const int at = frame * channels + channel;
+            const double x =
+                Form::ToX(Form::Unpack(samples + static_cast<std::size_t>(at) * Form::BYTES));
             if (x > high) {
                 high = x;
             } else if (low > x) {

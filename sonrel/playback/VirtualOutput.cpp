@@ -230,7 +230,7 @@ VirtualOutput::VirtualOutput(Clock clock, Sink sink)
     : impl_(std::make_shared<VirtualOutputImpl>(clock, std::move(sink), false, nullptr)) {}
 
 VirtualOutput::~VirtualOutput() {
-    Close();
+    VirtualOutput::Close();
 }
 
 std::shared_ptr<VirtualOutput> VirtualOutput::ToMemory(Clock clock) {

@@ -51,7 +51,7 @@ int SdlPeriod(int sampleRate) {
 SdlOutput::SdlOutput(std::shared_ptr<const SdlLibrary> library) : library_(std::move(library)) {}
 
 SdlOutput::~SdlOutput() {
-    Close();
+    SdlOutput::Close();
     FinishClosing();
     for (SdlCloser& closer : closers_) closer.thread.detach();
 }
