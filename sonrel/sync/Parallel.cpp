@@ -17,8 +17,8 @@ unsigned long long ChunkCount(unsigned long long count, const ChunkPlan& plan) {
 }  // namespace
 
 unsigned int HardwareConcurrency() {
-    static const unsigned int concurrency = std::max(1U, std::thread::hardware_concurrency());
-    return concurrency;
+    static const unsigned int CONCURRENCY = std::max(1U, std::thread::hardware_concurrency());
+    return CONCURRENCY;
 }
 
 void RunInParallel(unsigned long long count, const ChunkWork& work, const ChunkPlan& plan) {
