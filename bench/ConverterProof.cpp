@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "sonrel/mixer/SampleConverter.h"
-#include "sonrel/mixer/detail/CpuPath.h"
+#include "sonrel/processor/CpuPath.h"
 #include "tests/support/LiteralConverter.h"
 
 namespace {

@@ -8,8 +8,8 @@
 #include <iterator>
 #include <vector>
 
-#include "sonrel/mixer/detail/CpuPath.h"
 #include "sonrel/mixer/detail/Resampler.h"
+#include "sonrel/processor/CpuPath.h"
 #include "tests/support/LiteralResampler.h"
 #include "tests/support/ResamplerSignals.h"
 

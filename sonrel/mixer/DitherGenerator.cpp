@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "sonrel/mixer/detail/CpuPath.h"
-#include "sonrel/mixer/detail/VectorLanes.h"
+#include "sonrel/processor/CpuPath.h"
+#include "sonrel/processor/VectorLanes.h"
 
 namespace orlo::sonrel::detail {
 namespace {

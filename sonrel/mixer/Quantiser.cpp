@@ -5,8 +5,8 @@
 #include <cstdint>
 
 #include "sonrel/contracts/zrtl/Numbers.h"
-#include "sonrel/mixer/detail/CpuPath.h"
-#include "sonrel/mixer/detail/VectorLanes.h"
+#include "sonrel/processor/CpuPath.h"
+#include "sonrel/processor/VectorLanes.h"
 
 namespace orlo::sonrel::detail {
 namespace {

@@ -70,7 +70,7 @@ TwiddleRecurrence::TwiddleRecurrence(unsigned int size) {
 }
 
 const double* BaseTwiddles() {
-    static const std::array<double, 12> values = [] {
+    static const std::array<double, 12> VALUES = [] {
         std::array<double, 12> made{};
         std::size_t at = 0;
         for (const unsigned int size : {4U, 8U}) {
@@ -83,7 +83,7 @@ const double* BaseTwiddles() {
         }
         return made;
     }();
-    return values.data();
+    return VALUES.data();
 }
 
 const double* PassTwiddles(int width, int firstLevel, int levels) {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "sonrel/mixer/detail/CpuPath.h"
+#include "sonrel/processor/CpuPath.h"
 
 namespace orlo::sonrel::test {
 

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstddef>
 
-#include "sonrel/mixer/detail/CpuPath.h"
+#include "sonrel/processor/CpuPath.h"
 
 namespace orlo::sonrel::detail {
 

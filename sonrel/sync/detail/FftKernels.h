@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "sonrel/mixer/detail/CpuPath.h"
+#include "sonrel/processor/CpuPath.h"
 
 namespace orlo::sonrel::detail {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "sonrel/mixer/detail/CpuPath.h"
+#include "sonrel/processor/CpuPath.h"
 
 #include <atomic>
 
