@@ -98,15 +98,15 @@ ConformedAudioFile& ConformedAudioFile::operator=(ConformedAudioFile&& other) no
 
 bool ConformedAudioFile::Open(std::wstring const& path) {
     // The path may be this object's own, which closing takes away.
-    const std::wstring newPath = path;
+    std::wstring newPath = path;
     Close();
     if (newPath.empty() || newPath.find(L'\0') != std::wstring::npos) return false;
 
     auto facts = RecentConformedFiles::Take(newPath);
     if (!facts) {
         facts = std::make_unique<ConformedFileFacts>();
-        facts->path = newPath;
         facts->name = zrtl::ToUtf8(newPath);
+        facts->path = std::move(newPath);
     } else if (facts->HoldsNextRead() && IsUnchanged(*facts)) {
         facts_ = std::move(facts);
         return true;
@@ -137,7 +137,7 @@ int ConformedAudioFile::GetSamples(long long start, int count, unsigned char* bu
     if (!facts_) return CLOSED;
     if (start < 0 || count < 0) return BAD_RANGE;
     if (count * BYTES_PER_FRAME > bufferBytes) return BUFFER_TOO_SMALL;
-    if (start >= facts_->layout.sampleCount) return 0;
+    if (count == 0 || start >= facts_->layout.sampleCount) return 0;
 
     const long long frames = std::min<long long>(count, facts_->layout.sampleCount - start);
     // The file may have been cut short since it was opened: a read, unlike a mapping, says so.

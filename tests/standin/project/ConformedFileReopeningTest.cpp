@@ -128,6 +128,14 @@ TEST_F(ConformedFileReopening, GivesTheSamplesOfAnyPlace) {
     }
 }
 
+TEST_F(ConformedFileReopening, OfNoFrameGivesNothing) {
+    Write(0, ConformedFileBytes(FRAMES));
+    ReadThreeBlocks(0);
+
+    EXPECT_EQ(ReadOnce(0, 3 * BLOCK, 0), "");
+    EXPECT_EQ(ReadOnce(0, 3 * BLOCK, 1), CountingSamples(FRAMES).substr(3 * BLOCK * 4, 4));
+}
+
 TEST_F(ConformedFileReopening, GivesTheSamplesBackwards) {
     Write(0, ConformedFileBytes(FRAMES));
     const std::string all = CountingSamples(FRAMES);
