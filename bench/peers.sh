@@ -40,22 +40,36 @@ globals=(--cache "$WORK/cache" --db "$WORK/media.db" --no-log --quiet)
 # What a run left is gone before the next begins, so that nobody pays for taking it away.
 start_anew() { rm -rf "$WORK"/out.* "$WORK/conform.cache" "$WORK"/conform.db*; }
 
+# once NAME COMMAND...: CPU seconds of one run of the command.
+once() {
+    local name=$1 TIMEFORMAT='%U %S' log times
+    shift
+    log=$WORK/log.$name
+    start_anew
+    if ! times=$({ time "$@" >"$log" 2>&1 </dev/null; } 2>&1); then
+        echo "bench/peers.sh: $name failed: $(tail -n 1 "$log")" >&2
+        exit 1
+    fi
+    awk '{print $1 + $2}' <<<"$times"
+}
+
+median() { sort -g | awk '{v[NR] = $1} END {print v[int((NR + 1) / 2)]}'; }
+
 # cpu NAME COMMAND...: median CPU seconds of the command into the variable cpu.
 cpu() {
-    local name=$1 i times=()
-    shift
-    for ((i = 0; i < RUNS; i++)); do
-        start_anew
-        local log=$WORK/log.$name
-        local TIMEFORMAT='%U %S'
-        local t
-        if ! t=$({ time "$@" >"$log" 2>&1 </dev/null; } 2>&1); then
-            echo "bench/peers.sh: $name failed: $(tail -n 1 "$log")" >&2
-            exit 1
-        fi
-        times+=("$(awk '{print $1 + $2}' <<<"$t")")
-    done
-    cpu=$(printf '%s\n' "${times[@]}" | sort -g | awk '{v[NR] = $1} END {print v[int((NR + 1) / 2)]}')
+    local i
+    cpu=$(for ((i = 0; i < RUNS; i++)); do once "$@"; done | median)
+}
+
+# cpu_in_turns FILE: medians of sonrel_conform and ffmpeg_conform of the file, which take turns, into
+# own and cpu: what slows the machine for a while slows both.
+cpu_in_turns() {
+    local i both
+    both=$(for ((i = 0; i < RUNS; i++)); do
+        echo "$(once sonrel sonrel_conform "$1") $(once ffmpeg ffmpeg_conform "$1")"
+    done)
+    own=$(awk '{print $1}' <<<"$both" | median)
+    cpu=$(awk '{print $2}' <<<"$both" | median)
 }
 
 ratio() { awk -v a="$1" -v b="$2" 'BEGIN {printf "%.2f", a / b}'; }
@@ -247,9 +261,8 @@ bench_conform() {
     echo "|---|---|---|---|"
     local file
     for file in media44.flac media44.mp3 media44.m4a media44.wav track1.wav; do
-        cpu sonrel sonrel_conform "$WORK/$file"
-        local own=$cpu
-        cpu ffmpeg ffmpeg_conform "$WORK/$file"
+        local own
+        cpu_in_turns "$WORK/$file"
         echo "| ${file/track1.wav/PCM at the same rate} | $own | $cpu | $(ratio "$cpu" "$own") |"
     done
     local several=()

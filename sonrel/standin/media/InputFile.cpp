@@ -36,16 +36,6 @@ bool FitsUtf8(const std::wstring& path) {
     });
 }
 
-std::int64_t Nanoseconds(const timespec& time) {
-    return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
-}
-
-FileIdentity IdentityOf(const struct stat& status) {
-    return {static_cast<std::uint64_t>(status.st_dev), static_cast<std::uint64_t>(status.st_ino),
-            static_cast<std::int64_t>(status.st_size), Nanoseconds(status.st_mtim),
-            Nanoseconds(status.st_ctim)};
-}
-
 }  // namespace
 
 MediaError InputFile::Open(const std::wstring& path, std::shared_ptr<const InputFile>* file) {
@@ -67,7 +57,7 @@ MediaError InputFile::Open(const std::wstring& path, std::shared_ptr<const Input
     if (::fstat(opened->descriptor_, &status) != 0) return MediaError::OpenFailed;
     if (!S_ISREG(status.st_mode)) return MediaError::NotRegularFile;
 
-    opened->identity_ = IdentityOf(status);
+    opened->identity_ = orlo::standin::IdentityOf(status);
     *file = std::move(opened);
     return MediaError::None;
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/standin/media/detail/MapRegistry.h"
 
+#include <cstdint>
+#include <deque>
 #include <map>
 #include <mutex>
 #include <utility>
@@ -19,6 +21,40 @@ std::mutex placesMutex;
 std::map<FileIdentity, Place>& Places() {
     static auto* places = new std::map<FileIdentity, Place>;
     return *places;
+}
+
+/// The maps that were made last. A file is often looked at, let go and read soon after: its map
+/// need not be made twice.
+class LastMaps {
+public:
+    void Keep(std::shared_ptr<const FileMap> map) {
+        packets_ += PacketsOf(*map);
+        maps_.push_back(std::move(map));
+        while (packets_ > MOST_PACKETS) {
+            packets_ -= PacketsOf(*maps_.front());
+            maps_.pop_front();
+        }
+    }
+
+private:
+    /// 16 MB.
+    static constexpr std::int64_t MOST_PACKETS = 1 << 20;
+
+    /// A map takes more than its packets: none counts as nothing.
+    static std::int64_t PacketsOf(const FileMap& map) {
+        std::int64_t packets = 64;
+        for (const auto& stream : map.streams) packets += stream->packets.PacketCount();
+        return packets;
+    }
+
+    std::deque<std::shared_ptr<const FileMap>> maps_;
+    std::int64_t packets_ = 0;
+};
+
+/// Under `placesMutex`; never destroyed, as the places.
+LastMaps& TheLastMaps() {
+    static auto* maps = new LastMaps;
+    return *maps;
 }
 
 /// Keeps the place of a file from being forgotten.
@@ -51,6 +87,9 @@ private:
 MediaError SharedMapOf(const FileIdentity& identity,
                        const std::function<MediaError(FileMap* map)>& make,
                        std::shared_ptr<const FileMap>* map) {
+    // Looked at before the map is made: what a file may still become without showing it is not
+    // kept.
+    const bool isSettled = orlo::standin::IsSettled(identity);
     const PlaceHold hold(identity);
     Place& place = *hold;
     const std::lock_guard lock(place.making);
@@ -60,6 +99,10 @@ MediaError SharedMapOf(const FileIdentity& identity,
     const MediaError error = make(made.get());
     if (error != MediaError::None) return error;
     place.map = made;
+    if (isSettled) {
+        const std::lock_guard placesLock(placesMutex);
+        TheLastMaps().Keep(made);
+    }
     *map = std::move(made);
     return MediaError::None;
 }

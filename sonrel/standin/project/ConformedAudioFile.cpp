@@ -38,7 +38,7 @@ int OpenForReading(const std::string& name) {
 /// Whether the path leads to the file that the facts tell of, unchanged.
 bool IsUnchanged(const ConformedFileFacts& facts) {
     struct stat status = {};
-    return lstat(facts.name.c_str(), &status) == 0 && StampOf(status) == facts.stamp;
+    return lstat(facts.name.c_str(), &status) == 0 && standin::IdentityOf(status) == facts.identity;
 }
 
 /// Opens the file of @p facts, and learns them anew unless they tell of this very file.
@@ -48,11 +48,11 @@ int OpenAndLearn(ConformedFileFacts* facts) {
     if (descriptor < 0) return -1;
     struct stat status = {};
     if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
-        const FileStamp stamp = StampOf(status);
-        if (stamp == facts->stamp) return descriptor;
+        const standin::FileIdentity identity = standin::IdentityOf(status);
+        if (identity == facts->identity) return descriptor;
         facts->ahead = {};
-        facts->stamp = stamp;
-        facts->isSettled = IsSettled(stamp);
+        facts->identity = identity;
+        facts->isSettled = standin::IsSettled(identity);
         if (const auto layout = ReadConformedFileLayout(descriptor, status.st_size)) {
             facts->layout = *layout;
             return descriptor;
@@ -111,10 +111,10 @@ bool ConformedAudioFile::Open(std::wstring const& path) {
         facts_ = std::move(facts);
         return true;
     }
-    const FileStamp before = facts->stamp;
+    const standin::FileIdentity before = facts->identity;
     const int descriptor = OpenAndLearn(facts.get());
     if (descriptor < 0) return false;
-    if (facts->stamp == before) FillAhead(descriptor, facts.get());
+    if (facts->identity == before) FillAhead(descriptor, facts.get());
     facts_ = std::move(facts);
     descriptor_ = descriptor;
     return true;
@@ -160,7 +160,7 @@ int ConformedAudioFile::Descriptor() const {
     const int opened = OpenForReading(facts_->name);
     struct stat status = {};
     if (opened < 0) return -1;
-    if (fstat(opened, &status) != 0 || StampOf(status) != facts_->stamp) {
+    if (fstat(opened, &status) != 0 || standin::IdentityOf(status) != facts_->identity) {
         close(opened);
         return -1;
     }

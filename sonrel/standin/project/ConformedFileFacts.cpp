@@ -2,7 +2,6 @@
 #include "sonrel/standin/project/detail/ConformedFileFacts.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <mutex>
 #include <utility>
@@ -12,25 +11,9 @@ namespace orlo::project {
 namespace {
 
 constexpr long long BYTES_PER_FRAME = 4;
-constexpr long long NS_PER_SECOND = 1'000'000'000;
-
-/// The times of files go in steps of some milliseconds on most file systems, and of two seconds on
-/// the coarsest.
-constexpr long long SETTLED_NS = 3 * NS_PER_SECOND;
 
 /// With its frames ahead a file takes 64 KB: 4 MB in all.
 constexpr std::size_t MOST_FILES = 64;
-
-long long Nanoseconds(const struct timespec& time) {
-    return time.tv_sec * NS_PER_SECOND + time.tv_nsec;
-}
-
-long long SystemNanoseconds() {
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
-}
-
-std::atomic<long long (*)()> fileClock = SystemNanoseconds;
 
 /// The facts in the order in which their files were closed.
 struct Shelf {
@@ -45,19 +28,6 @@ Shelf& TheShelf() {
 }
 
 }  // namespace
-
-FileStamp StampOf(const struct stat& status) {
-    return {status.st_dev, status.st_ino, status.st_size, Nanoseconds(status.st_mtim),
-            Nanoseconds(status.st_ctim)};
-}
-
-bool IsSettled(const FileStamp& stamp) {
-    return std::max(stamp.modifiedNs, stamp.changedNs) < fileClock.load()() - SETTLED_NS;
-}
-
-void SetFileClockForTests(long long (*clock)()) {
-    fileClock = clock != nullptr ? clock : SystemNanoseconds;
-}
 
 bool ReadAhead::Copy(long long first, long long count, unsigned char* buffer) const {
     const auto held = static_cast<long long>(bytes.size()) / BYTES_PER_FRAME;

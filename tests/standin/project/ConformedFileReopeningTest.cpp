@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <random>
 #include <string>
@@ -14,14 +14,13 @@
 #include <vector>
 
 #include "sonrel/contracts/project/ConformedAudioFile.h"
-#include "sonrel/standin/project/detail/ConformedFileFacts.h"
+#include "sonrel/standin/detail/FileIdentity.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WaveBytes.h"
 
 namespace {
 
 using orlo::project::ConformedAudioFile;
-using orlo::project::SetFileClockForTests;
 using sonrel_tests::Chunk;
 using sonrel_tests::ConformedFileBytes;
 using sonrel_tests::CountingSamples;
@@ -35,16 +34,15 @@ constexpr int FRAMES = 100000;
 constexpr int BLOCK = 1920;
 
 /// An hour behind every file that a test writes.
-long long InAnHour() {
-    const auto time = std::chrono::system_clock::now() + std::chrono::hours(1);
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count();
+std::int64_t InAnHour() {
+    return orlo::standin::SystemFileClock() + 3'600'000'000'000;
 }
 
 /// Files that lie unchanged for long, opened again and again.
 class ConformedFileReopening : public testing::Test {
 protected:
-    void SetUp() override { SetFileClockForTests(InAnHour); }
-    void TearDown() override { SetFileClockForTests(nullptr); }
+    void SetUp() override { orlo::standin::fileClock = InAnHour; }
+    void TearDown() override { orlo::standin::fileClock = orlo::standin::SystemFileClock; }
 
     std::string Name(int index) const { return "a" + std::to_string(index) + ".xwmc"; }
     void Write(int index, const std::string& bytes) { WriteFile(folder_ / Name(index), bytes); }
@@ -247,7 +245,7 @@ TEST_F(ConformedFileReopening, OfAFileThatWasRewrittenInPlaceGivesTheNewSamples)
 }
 
 TEST_F(ConformedFileReopening, OfAFileWrittenAMomentAgoTrustsNothing) {
-    SetFileClockForTests(nullptr);
+    orlo::standin::fileClock = orlo::standin::SystemFileClock;
 
     // Faster than the clock of most file systems goes: the times of the file often stay the same.
     for (int i = 0; i < 300; ++i) {

@@ -1,26 +1,17 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
 
+#include "sonrel/standin/detail/FileIdentity.h"
 #include "sonrel/standin/media/MediaErrors.h"
 
 namespace zrh::media::detail {
 
-/// What tells one state of a file from another without reading it.
-struct FileIdentity {
-    std::uint64_t device = 0;
-    std::uint64_t inode = 0;
-    std::int64_t size = 0;
-    std::int64_t modifiedNs = 0;
-    std::int64_t changedNs = 0;
-
-    auto operator<=>(const FileIdentity&) const = default;
-};
+using orlo::standin::FileIdentity;
 
 /// A regular file, open for reading. Nothing but a regular file is ever opened: opening a pipe
 /// could block for ever and opening a device could do anything.

@@ -10,8 +10,8 @@
 namespace zrh::media::detail {
 
 /// Gives the map of a file: the one that another reader in this process made of the file as it is
-/// now and still holds, or else what @p make makes. Of several threads that ask for one file at
-/// once, one makes the map and the others wait for it.
+/// now and still holds, or made a short while ago, or else what @p make makes. Of several threads
+/// that ask for one file at once, one makes the map and the others wait for it.
 ///
 /// Threads: any.
 /// @param make  makes the map; called without any lock that another file needs

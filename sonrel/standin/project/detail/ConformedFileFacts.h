@@ -1,37 +1,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <sys/stat.h>
-
 #include <atomic>
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "sonrel/standin/detail/FileIdentity.h"
 #include "sonrel/standin/project/detail/ConformedFileLayout.h"
 
 namespace orlo::project {
-
-/// Which file a path led to, and in which state.
-struct FileStamp {
-    std::uint64_t device = 0;
-    std::uint64_t inode = 0;
-    long long size = 0;        ///< bytes
-    long long modifiedNs = 0;  ///< since 1970
-    long long changedNs = 0;
-
-    bool operator==(const FileStamp&) const = default;
-};
-
-FileStamp StampOf(const struct stat& status);
-
-/// Whether a file with this stamp cannot change any more without getting another one. Times of
-/// files go in steps, and two writes within one step leave the same time.
-bool IsSettled(const FileStamp& stamp);
-
-/// Replaces the clock that IsSettled asks: nanoseconds since 1970. Null brings the system's back.
-void SetFileClockForTests(long long (*clock)());
 
 /// Frames of a file that were read before anybody asked for them.
 struct ReadAhead {
@@ -47,8 +25,8 @@ struct ReadAhead {
 struct ConformedFileFacts {
     std::wstring path;
     std::string name;  ///< the path in UTF-8
-    FileStamp stamp;
-    bool isSettled = false;  ///< when the stamp was taken
+    standin::FileIdentity identity;
+    bool isSettled = false;  ///< when the identity was taken
     ConformedFileLayout layout;
     ReadAhead ahead;  ///< never changed while the file is open: several threads may read
     /// Where the last read ended, and its frames: the next one is likely to go on from there.
