@@ -114,9 +114,9 @@ bool ConformedAudioFile::Open(std::wstring const& path) {
     const standin::FileIdentity before = facts->identity;
     const int descriptor = OpenAndLearn(facts.get());
     if (descriptor < 0) return false;
-    if (facts->identity == before) FillAhead(descriptor, facts.get());
     facts_ = std::move(facts);
     descriptor_ = descriptor;
+    if (facts_->identity == before) FillAhead(descriptor, facts_.get());
     return true;
 }
 

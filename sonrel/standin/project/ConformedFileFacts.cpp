@@ -12,11 +12,14 @@ namespace {
 
 constexpr long long BYTES_PER_FRAME = 4;
 
-/// With its frames ahead a file takes 64 KB: 4 MB in all.
-constexpr std::size_t MOST_FILES = 64;
+/// With its frames ahead a file takes 64 KB: 16 MB in all.
+constexpr std::size_t MOST_FILES = 256;
 
-/// The facts in the order in which their files were closed.
+/// The facts in the order in which their files were closed: what a mix asks for next stands in
+/// front. There is room for all from the start, since files are closed where nothing may be thrown.
 struct Shelf {
+    Shelf() { files.reserve(MOST_FILES); }
+
     std::mutex mutex;
     std::vector<std::unique_ptr<ConformedFileFacts>> files;
 };
@@ -60,7 +63,6 @@ void RecentConformedFiles::Keep(std::unique_ptr<ConformedFileFacts> facts) {
     if (!facts->isSettled) return;
     Shelf& shelf = TheShelf();
     const std::lock_guard lock(shelf.mutex);
-    std::erase_if(shelf.files, [&](const auto& kept) { return kept->path == facts->path; });
     if (shelf.files.size() == MOST_FILES) shelf.files.erase(shelf.files.begin());
     shelf.files.push_back(std::move(facts));
 }

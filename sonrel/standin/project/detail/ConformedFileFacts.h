@@ -46,7 +46,7 @@ struct ConformedFileFacts {
 /// Threads: any.
 class RecentConformedFiles {
 public:
-    /// Takes out what was kept of the file that was last closed under a path; null if nothing was.
+    /// Takes out what was kept of a file that was closed under a path; null if nothing was.
     static std::unique_ptr<ConformedFileFacts> Take(const std::wstring& path);
 
     /// Keeps the facts of a closed file, in place of the oldest ones when there are too many. A
