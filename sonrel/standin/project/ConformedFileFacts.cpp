@@ -45,7 +45,7 @@ bool ConformedFileFacts::HoldsNextRead() const {
     const long long wanted =
         std::min(lastCount.load(std::memory_order_relaxed), layout.sampleCount - next);
     const long long held = static_cast<long long>(ahead.bytes.size()) / BYTES_PER_FRAME;
-    return next >= ahead.start && next - ahead.start <= held - wanted;
+    return wanted > 0 && next >= ahead.start && next - ahead.start <= held - wanted;
 }
 
 std::unique_ptr<ConformedFileFacts> RecentConformedFiles::Take(const std::wstring& path) {

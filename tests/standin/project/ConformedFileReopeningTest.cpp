@@ -175,6 +175,18 @@ TEST_F(ConformedFileReopening, NeedsNoDescriptorWhileTheNextBlocksAreAhead) {
     EXPECT_EQ(Descriptors(0), 0);
 }
 
+TEST_F(ConformedFileReopening, OfAFileThatNobodyReadHoldsIt) {
+    Write(0, ConformedFileBytes(FRAMES));
+    ConformedAudioFile file;
+    ASSERT_TRUE(file.Open(folder_.Wide(Name(0))));
+
+    ASSERT_TRUE(file.Open(folder_.Wide(Name(0))));
+    EXPECT_EQ(Descriptors(0), 1);
+    std::filesystem::remove(folder_ / Name(0));
+
+    EXPECT_EQ(ReadOpen(file, 90000, 10), CountingSamples(FRAMES).substr(90000 * 4, 40));
+}
+
 TEST_F(ConformedFileReopening, TakesOneDescriptorForReadsElsewhereAndGivesItBack) {
     Write(0, ConformedFileBytes(FRAMES));
     ReadThreeBlocks(0);

@@ -33,7 +33,8 @@ struct ConformedFileFacts {
     std::atomic<long long> nextFrame{0};
     std::atomic<long long> lastCount{0};
 
-    /// Whether the next read, if it goes on from the last one, finds all its frames ahead.
+    /// Whether the next read, if it goes on from the last one, finds all its frames ahead. False
+    /// when nothing was read yet and when nothing is left.
     bool HoldsNextRead() const;
 };
 
