@@ -42,7 +42,7 @@ std::string RandomName(const std::string& target) {
     std::snprintf(suffix, sizeof(suffix), ".%08x%08x.part", source(), source());
     const fs::path path(target);
     // A long name is cut, so that the suffix still fits into a name of 255 bytes.
-    const std::string name = "." + path.filename().string().substr(0, 200) + suffix;
+    const std::string name = '.' + path.filename().string().substr(0, 200) + suffix;
     return (fs::path(FolderOf(target)) / name).string();
 }
 

@@ -101,7 +101,9 @@ void PlayDisplay::Draw() {
     std::string text;
     for (std::size_t i = 1; i < linesDrawn_; ++i) text += UP;
     for (std::size_t i = 0; i < lines.size(); ++i) {
-        text += (i > 0 ? "\n" : "") + std::string(ERASE_LINE) + lines[i];
+        if (i > 0) text += '\n';
+        text += ERASE_LINE;
+        text += lines[i];
     }
     linesDrawn_ = lines.size();
     std::fputs(text.c_str(), stderr);

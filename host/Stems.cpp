@@ -76,7 +76,7 @@ std::vector<std::string> StemPaths(const std::string& folder,
     std::vector<std::string> paths;
     for (const std::string& name : trackNames) {
         std::string number = std::to_string(paths.size() + 1);
-        if (number.size() < 2) number.insert(0, "0");
+        if (number.size() < 2) number.insert(0, 1, '0');
         paths.push_back(
             (std::filesystem::path(folder) / (number + "-" + PlainName(name) + ".wav")).string());
     }

@@ -70,7 +70,7 @@ std::string OneLine(std::string_view text) {
 }
 
 std::string Quoted(std::string_view text) {
-    return "'" + OneLine(text) + "'";
+    return '\'' + OneLine(text) + '\'';
 }
 
 std::optional<double> ParseDecimal(std::string_view text) {

@@ -66,7 +66,9 @@ std::string RulerLabel(double seconds, double step) {
     if (decimals > 0) {
         const std::string digits = std::to_string(units % perSecond);
         const auto places = static_cast<std::size_t>(decimals);
-        label += "." + std::string(places - std::min(places, digits.size()), '0') + digits;
+        label += '.';
+        label.append(places - std::min(places, digits.size()), '0');
+        label += digits;
     }
     return label;
 }
