@@ -75,6 +75,17 @@ sanitizer_tests() {
         ctest --test-dir build/tsan --output-on-failure --no-tests=error -j "$(nproc)" -L concurrent
 }
 
+# The build of a user: no preset, CMake's default generator, -O3. The command line has no options of
+# ours; the compiler cache is set through the environment.
+plain_build() { check "Plain Release build" build_plain; }
+
+build_plain() {
+    rm -rf build/plain
+    CMAKE_CXX_COMPILER_LAUNCHER=$SONREL_COMPILER_LAUNCHER \
+        cmake -B build/plain -DCMAKE_BUILD_TYPE=Release &&
+        cmake --build build/plain -j "$(nproc)"
+}
+
 # Warnings are errors in our presets, so that a build is the check.
 second_compiler() {
     require "Configure with Clang" clang_configure
