@@ -144,6 +144,29 @@ TEST_F(PeakFileFault, AHeaderThatDoesNotReachTheSystemIsAFailedBlockCount) {
     EXPECT_EQ(Create(), -205);
 }
 
+TEST_F(PeakFileFault, AFailedFileIsClosedAndStaysForTheCallerToDelete) {
+    media.format.frames = 48000;
+    const auto expectStays = [this](Mode mode, int code) {
+        EXPECT_EQ(CreateInVain(mode), code);
+        EXPECT_TRUE(std::filesystem::remove(folder / "p.xwpk")) << code;
+        faults.Reset();
+    };
+
+    faults.failingSeek = 1;
+    expectStays(Mode::SingleThreaded, -12);
+    faults.failingWrite = 1;
+    expectStays(Mode::SingleThreaded, -100);
+    faults.failingWrite = 3;
+    expectStays(Mode::MultiThreaded, -31);
+    faults.failingSeek = 2;
+    expectStays(Mode::SingleThreaded, -201);
+    faults.failingWrite = 3;
+    expectStays(Mode::SingleThreaded, -202);
+    std::atomic<int> prepared = 0;
+    media.prepare = [&] { return prepared++ == 1 ? 1 : 0; };
+    expectStays(Mode::MultiThreaded, -21);
+}
+
 TEST_F(PeakFileFault, AFullDeviceShowsAtTheBlocksOfALongStreamAndAtTheSeekOfAShortOne) {
     const auto createOnFull = [&](long long frames) {
         media.format.frames = frames;

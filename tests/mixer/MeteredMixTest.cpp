@@ -165,6 +165,24 @@ TEST_F(MeteredMix, OfAnEmptySequenceShowsTheMasterSilence) {
     ExpectMetrics(Block(0).masterMetrics, 100, 0.0f, 0.0f);
 }
 
+TEST_F(MeteredMix, OfAnEmptySequenceDrawsItsNoiseAllTheSame) {
+    // Silence takes one draw a sample: the tone after 100 frames of it has the noise that comes
+    // after 100 frames of the tone.
+    AddTrack(1000, 1000);
+    rig_.Mixer().SetDither(sonrel::DitherType::HighPassTriangular, 7);
+    rig_.Request(builder_, 0, 100);
+    const Mix expected = rig_.Request(builder_, 0, 500);
+    const auto empty = std::make_shared<project::EditorSequence>();
+    Apply({25.0, 48000, 100}, empty->Settings());
+    rig_.Mixer().StartMeterSession(0, 100);
+    rig_.Mixer().ResetMixSession();
+
+    const Mix silence = rig_.Request(builder_.Project(), empty, 0, 100);
+
+    EXPECT_EQ(silence.buffer.Values(), Samples(200, 0));
+    EXPECT_EQ(rig_.Request(builder_, 0, 500).buffer.Values(), expected.buffer.Values());
+}
+
 TEST_F(MeteredMix, GivesTheSameSamplesAsOneWithoutMeters) {
     const auto track = builder_.AddTrack();
     const auto object = builder_.AddObject(track, builder_.AddMedia(Noise(9000, 1)), 0, 100);

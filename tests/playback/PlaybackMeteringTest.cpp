@@ -292,6 +292,17 @@ TEST_F(PlaybackMetering, AnObserverThatIsAddedTwiceIsToldTwiceAndRemovedOnce) {
     EXPECT_EQ(observer_.calls.size(), 2u);
 }
 
+TEST_F(PlaybackMetering, ANullObserverIsStoredLikeAnyOtherAndCanBeRemoved) {
+    SetUpFrames(1);
+
+    Playback().AddMeterObserver(nullptr);
+    EXPECT_EQ(rig_.Impl().meterObservers.size(), 2u);
+    Playback().RemoveMeterObserver(nullptr);
+    Playback().Stop();
+
+    EXPECT_EQ(observer_.calls, Calls{"stop"});
+}
+
 TEST_F(PlaybackMetering, RemovingAnUnknownObserverChangesNothing) {
     SpyObserver other;
     SetUpFrames(1);

@@ -161,6 +161,33 @@ TEST_F(PlaybackSetup, TheResultCodesHaveTheirNumbers) {
     EXPECT_EQ(static_cast<int>(REVERSE), 1);
 }
 
+/// Whether a number is that of a result. The switch has no default: a result that is added to the
+/// enumeration is a warning here.
+bool IsResult(int number) {
+    switch (static_cast<Err>(number)) {
+        case Err::NoError:
+        case Err::AudioLibraryLoadFailed:
+        case Err::AudioEngineCreateFailed:
+        case Err::MasteringVoiceFailed:
+        case Err::SourceVoiceFailed:
+        case Err::NoMediaStream:
+        case Err::UnsupportedChannelCount:
+        case Err::UnsupportedSampleRate:
+        case Err::NotInitialized:
+        case Err::PlaybackFailed:
+        case Err::Busy:
+        case Err::NotPlaying:
+        case Err::OutOfRange:
+        case Err::FlushFailed:
+            return true;
+    }
+    return false;
+}
+
+TEST_F(PlaybackSetup, NoResultHasTheNumbers1And9And15To17) {
+    for (const int number : {1, 9, 15, 16, 17}) EXPECT_FALSE(IsResult(number)) << number;
+}
+
 TEST_F(PlaybackSetup, ASequenceGivesRateLengthAndTracks) {
     rig_.builder.AddTrack();
     rig_.builder.AddTrack();
@@ -523,6 +550,23 @@ TEST_F(PlaybackSetup, AWorkerWhoseVoiceDidNotStartIsEndedByANewSetUp) {
     EXPECT_EQ(rig_.SetUpSequence(), Err::NoError);
 
     EXPECT_FALSE(rig_.Impl().workerThread.joinable());
+}
+
+TEST_F(PlaybackSetup, AChangedTargetBuildsNewVoicesOnADeviceThatHasStoppedCallingBack) {
+    rig_.SetUpSequence();
+    rig_.Play(0);
+    ASSERT_TRUE(rig_.device.WaitForQueued(49));
+    rig_.device.holdDropped = true;
+    Settings().SetFrameCount(1);
+
+    EXPECT_EQ(rig_.SetUpSequence(), Err::NoError);
+
+    EXPECT_EQ(rig_.device.MasteringVoicesMade(), 2);
+    EXPECT_EQ(rig_.device.SourceVoicesMade(), 2);
+    EXPECT_EQ(rig_.device.SourceVoicesOpen(), 1);
+    rig_.device.holdDropped = false;
+    EXPECT_EQ(rig_.Play(0), Err::NoError);
+    EXPECT_TRUE(rig_.PlayToEnd());
 }
 
 TEST_F(PlaybackSetup, AFrameOfMoreThanAnHourThrowsAndLeavesTheEngineWithoutATarget) {

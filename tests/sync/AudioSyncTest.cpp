@@ -87,6 +87,17 @@ TEST_F(Alignment, ARecordingMatchesItself) {
     EXPECT_EQ(result.offset, 0);
 }
 
+TEST_F(Alignment, AWholeComparisonOfAFileThatLostItsEndAnswersNothing) {
+    const Samples event = Event(1500, 50);
+    const auto whole = rig_.Add(Take(4 * RATE, 1, 1000, event));
+    const auto cut = rig_.Add(Take(3 * RATE + 1, 2, 1400, event));
+    cut->AudioStream()->SetConformedSampleCount(4 * RATE);
+
+    for (const auto& [a, b] : {std::pair(whole, cut), {cut, whole}}) {
+        ExpectNothing(AudioSync::FindOffset(rig_.Engine(), a, b, RATE, {}, nullptr));
+    }
+}
+
 // ---- Long recordings in blocks
 
 TEST_F(Alignment, ALongSearchAnswersTwoFramesBeyondTheTrueOffset) {
