@@ -8,6 +8,12 @@
 
 namespace orlo::sonrel {
 
+/// What is known about an open output.
+struct AudioOutputState {
+    bool lost = false;           ///< the output has reported that its device is gone
+    long long framesPulled = 0;  ///< since it was opened, silence included; stays while it stalls
+};
+
 /// What an output takes its samples from: interleaved stereo, signed 16-bit, left first.
 ///
 /// Threads: Pull and ReadyFrames on the output's own thread, one call at a time. That thread is the
@@ -54,6 +60,10 @@ public:
     /// has dropped buffers. An output that does not pull of its own accord pulls 0 frames soon; any
     /// other may do nothing. Never waits; may be called from inside a pull.
     virtual void Wake() {}
+
+    /// Whether the device of the open output is gone, for example because its sound server ended.
+    /// Called on the thread that opens and closes. An output that cannot know returns false.
+    virtual bool IsLost() const { return false; }
 };
 
 /// Makes the output of a playback engine.

@@ -200,4 +200,8 @@ int PlaybackEngine::CurrentPlaybackVideoFrame() const {
     return impl_->currentVideoFrame;
 }
 
+AudioOutputState PlaybackEngine::OutputState() const {
+    return impl_->masteringVoice ? impl_->masteringVoice->State() : AudioOutputState();
+}
+
 }  // namespace orlo::sonrel

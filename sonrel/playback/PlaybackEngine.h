@@ -7,6 +7,7 @@
 #include "sonrel/Export.h"
 #include "sonrel/contracts/zrtl/ZRID.h"
 #include "sonrel/mixer/AudioMetrics.h"
+#include "sonrel/playback/AudioOutput.h"
 
 namespace orlo::project {
 class CompositionAsset;
@@ -163,6 +164,12 @@ public:
     /// The video frame of the buffer that began to sound last; NO_FRAME from the start of a run to
     /// its first buffer, and before the first run. Stays at the last frame after a run.
     int CurrentPlaybackVideoFrame() const;
+
+    /// The state of the output that playback has open. The engine itself never ends a run because
+    /// of it: a lost device may keep taking samples that nobody hears, and an output that stalls
+    /// takes none. A host that shows this to its user compares framesPulled from time to time.
+    /// @return a default state before a set-up
+    AudioOutputState OutputState() const;
 
     /// Adds an observer behind those there are; one that is added twice is told everything twice.
     /// Takes effect for the end of a run with the next play command.

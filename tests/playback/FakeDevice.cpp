@@ -72,6 +72,7 @@ public:
         const std::lock_guard guard(device_.mutex_);
         --device_.masteringVoicesOpen_;
     }
+    orlo::sonrel::AudioOutputState State() const override { return {}; }
 
 private:
     FakeDevice& device_;

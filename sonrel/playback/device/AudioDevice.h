@@ -93,6 +93,9 @@ public:
 class MasteringVoice {
 public:
     virtual ~MasteringVoice() = default;
+
+    /// On the thread that made the voice.
+    virtual AudioOutputState State() const = 0;
 };
 
 /// The device engine. It outlives its voices.

@@ -42,6 +42,8 @@ public:
         : output_(std::move(output)), voice_(std::move(voice)), sampleRate_(sampleRate) {}
     ~OpenOutput() override { output_->Close(); }
 
+    AudioOutputState State() const override { return {output_->IsLost(), voice_->FramesPulled()}; }
+
     const std::shared_ptr<Voice>& Source() const { return voice_; }
     int SampleRate() const { return sampleRate_; }
 

@@ -31,6 +31,7 @@ std::shared_ptr<const SdlLibrary> SdlLibrary::Load(const char* name) {
     library->Find("SDL_OpenAudioDevice", library->openAudioDevice);
     library->Find("SDL_PauseAudioDevice", library->pauseAudioDevice);
     library->Find("SDL_CloseAudioDevice", library->closeAudioDevice);
+    library->Find("SDL_GetAudioDeviceStatus", library->getAudioDeviceStatus);
     library->setHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
     return library;
 }

@@ -17,6 +17,7 @@ struct SdlLibrary {
     decltype(&SDL_OpenAudioDevice) openAudioDevice = nullptr;
     decltype(&SDL_PauseAudioDevice) pauseAudioDevice = nullptr;
     decltype(&SDL_CloseAudioDevice) closeAudioDevice = nullptr;
+    decltype(&SDL_GetAudioDeviceStatus) getAudioDeviceStatus = nullptr;
 
     /// Loads the library; it is held as long as the pointer. The handlers that the host has for
     /// signals stay: the library is told not to set its own.

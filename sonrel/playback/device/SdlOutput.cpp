@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstring>
 #include <utility>
 
 namespace orlo::sonrel::device {
@@ -11,6 +12,7 @@ namespace {
 
 constexpr int BYTES_PER_FRAME = 4;
 constexpr int LONGEST_PERIOD_MS = 12;
+constexpr std::chrono::microseconds PULL_POLL{100};
 
 }  // namespace
 
@@ -19,10 +21,18 @@ struct SdlStream {
     std::shared_ptr<const SdlLibrary> library;
     std::shared_ptr<AudioOutputSource> source;
     std::atomic<std::thread::id> pullThread = std::thread::id();  // none between pulls
+    std::atomic<bool> pullsEnded = false;
     SDL_AudioDeviceID device = 0;
 
     bool InsidePull() const { return pullThread.load() == std::this_thread::get_id(); }
-    /// Waits for a callback under way.
+    /// Ends the pulling, and waits for a pull under way unless it is called from inside it.
+    void EndPulls() {
+        pullsEnded = true;
+        while (pullThread.load() != std::thread::id() && !InsidePull()) {
+            std::this_thread::sleep_for(PULL_POLL);
+        }
+    }
+    /// Waits for a callback under way, and for the sound server.
     void Close() {
         library->closeAudioDevice(device);
         library->quitSubSystem(SDL_INIT_AUDIO);
@@ -34,7 +44,11 @@ namespace {
 void Callback(void* userData, Uint8* bytes, int byteCount) noexcept {
     auto& stream = *static_cast<SdlStream*>(userData);
     stream.pullThread = std::this_thread::get_id();
-    stream.source->Pull(reinterpret_cast<short*>(bytes), byteCount / BYTES_PER_FRAME);
+    if (stream.pullsEnded) {
+        std::memset(bytes, 0, static_cast<std::size_t>(byteCount));
+    } else {
+        stream.source->Pull(reinterpret_cast<short*>(bytes), byteCount / BYTES_PER_FRAME);
+    }
     stream.pullThread = std::thread::id();
 }
 
@@ -56,18 +70,24 @@ SdlOutput::~SdlOutput() {
     for (SdlCloser& closer : closers_) closer.thread.detach();
 }
 
-/// Waits for the streams that are being closed, but for one whose pull this is.
-void SdlOutput::FinishClosing() {
+/// Waits for the streams that are being closed, except for a stream whose pull this is.
+/// @return false when the library does not finish
+bool SdlOutput::FinishClosing() {
     const auto finished = [](SdlCloser& closer) {
         if (closer.stream->InsidePull()) return false;
+        closer.stream->EndPulls();
+        const auto timeout = std::exchange(closer.timeout, std::chrono::milliseconds(0));
+        if (closer.closed.wait_for(timeout) != std::future_status::ready) return false;
         closer.thread.join();
         return true;
     };
     closers_.erase(std::remove_if(closers_.begin(), closers_.end(), finished), closers_.end());
+    return std::all_of(closers_.begin(), closers_.end(),
+                       [](const SdlCloser& closer) { return closer.stream->InsidePull(); });
 }
 
 bool SdlOutput::Open(int sampleRate, std::shared_ptr<AudioOutputSource> source) {
-    FinishClosing();
+    if (!FinishClosing()) return false;
     if (library_->initSubSystem(SDL_INIT_AUDIO) != 0) return false;
     auto stream = std::make_shared<SdlStream>();
     stream->library = library_;
@@ -94,12 +114,18 @@ void SdlOutput::Close() {
     const std::shared_ptr<SdlStream> stream = std::move(stream_);
     stream_.reset();
     if (stream == nullptr) return;
-    if (stream->InsidePull()) {
-        // The library waits for its own thread, which is this one: somebody else has to.
-        closers_.push_back({stream, std::thread([stream] { stream->Close(); })});
-    } else {
-        stream->Close();
-    }
+    // On a separate thread: inside a pull the library would wait for its own thread, which is this
+    // one, and with a frozen sound server it would wait without an end.
+    std::packaged_task<void()> close([stream] { stream->Close(); });
+    std::future<void> closed = close.get_future();
+    closers_.push_back({stream, std::move(closed), std::thread(std::move(close)), CLOSE_TIMEOUT});
+    stream->EndPulls();
+    FinishClosing();
+}
+
+bool SdlOutput::IsLost() const {
+    return stream_ != nullptr &&
+           library_->getAudioDeviceStatus(stream_->device) == SDL_AUDIO_STOPPED;
 }
 
 }  // namespace orlo::sonrel::device

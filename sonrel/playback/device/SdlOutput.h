@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <chrono>
+#include <future>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -12,11 +14,16 @@ namespace orlo::sonrel::device {
 
 struct SdlStream;
 
-/// Closes a stream that was closed from inside a pull of its own.
+/// A stream that is being closed on a separate thread.
 struct SdlCloser {
     std::shared_ptr<SdlStream> stream;
+    std::future<void> closed;
     std::thread thread;
+    std::chrono::milliseconds timeout;  ///< 0 once it has passed
 };
+
+/// How long Close waits for the sound library, which waits without a limit for its sound server.
+constexpr std::chrono::milliseconds CLOSE_TIMEOUT{1000};
 
 /// The default device of the sound library, in signed 16-bit stereo.
 ///
@@ -26,6 +33,9 @@ struct SdlCloser {
 ///
 /// A driver that has one device at a time refuses to open from inside a pull, where the former
 /// stream is still being closed; it opens again once that pull has returned.
+///
+/// A sound server that is frozen keeps the library from closing. Close returns after CLOSE_TIMEOUT
+/// all the same, and nothing is pulled any more; Open fails until the library has closed.
 class SdlOutput : public AudioOutput {
 public:
     explicit SdlOutput(std::shared_ptr<const SdlLibrary> library);
@@ -35,9 +45,10 @@ public:
 
     bool Open(int sampleRate, std::shared_ptr<AudioOutputSource> source) override;
     void Close() override;
+    bool IsLost() const override;
 
 private:
-    void FinishClosing();
+    bool FinishClosing();
 
     const std::shared_ptr<const SdlLibrary> library_;
     std::shared_ptr<SdlStream> stream_;

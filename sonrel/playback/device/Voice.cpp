@@ -122,6 +122,7 @@ int Voice::Pull(short* output, int frameCount) {
     if (taken < frameCount) {
         std::memset(output + taken * VALUES_PER_FRAME, 0, (frameCount - taken) * BYTES_PER_FRAME);
     }
+    framesPulled_ += frameCount;
     pullThread_ = std::thread::id();
     return taken;
 }

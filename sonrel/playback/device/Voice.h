@@ -42,6 +42,9 @@ public:
     void Flush();
     unsigned int BuffersQueued() const { return queue_.Count(); }
 
+    /// Frames that the output has pulled, silence included. Any thread.
+    long long FramesPulled() const { return framesPulled_.load(); }
+
     int Pull(short* output, int frameCount) override;
     int ReadyFrames() override;
 
@@ -64,6 +67,7 @@ private:
     /// Odd while a pull is under way, and the thread that it runs on; none between pulls.
     std::atomic<unsigned int> pulls_ = 0;
     std::atomic<std::thread::id> pullThread_ = std::thread::id();
+    std::atomic<long long> framesPulled_ = 0;
     int progress_ = 0;  ///< frames taken of the sounding buffer; the pulling thread's own
     FlushReporter reporter_;
 };
