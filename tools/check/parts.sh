@@ -13,6 +13,8 @@ tree_checks() {
     check "Formatting" formatting
     check "Include table knows good from bad" tools/check/check_layers.py --self-test
     check "Include table" tools/check/check_layers.py
+    check "Rules know good from bad" tools/check/check_rules.py --self-test
+    check "Rules and their tests" tools/check/check_rules.py
     check "Program of the README" tools/check/check_readme.py
 }
 
