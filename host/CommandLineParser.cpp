@@ -9,6 +9,7 @@
 
 #include "host/Errors.h"
 #include "host/PeakExport.h"
+#include "host/PlayOutput.h"
 #include "host/Text.h"
 #include "host/Version.h"
 
@@ -35,6 +36,7 @@ struct RawOptions {
     std::string audioFrom = "audio";
     std::string retime = "otio";
     std::string speed = "1";
+    std::string buffer;
     std::string days;
 
     std::string peakMode = "auto";
@@ -209,6 +211,17 @@ CommandOptions FinishPeaks(Target& target) {
     return peaks;
 }
 
+/// @param text  of --buffer; empty when it was not given
+int ChooseBuffer(const std::string& text, const std::string& output) {
+    if (text.empty()) return 0;
+    if (output != PlayOutput::DEVICE) {
+        throw UsageError(
+            "--buffer sets the buffer of the sound device; leave it out with --output " +
+            Quoted(output));
+    }
+    return static_cast<int>(WholeNumber("--buffer", text, 5, 500));
+}
+
 CommandOptions FinishPlay(Target& target) {
     PlayOptions& play = target.play;
     CheckInput(play.input);
@@ -217,6 +230,7 @@ CommandOptions FinishPlay(Target& target) {
         throw UsageError("--events prints lines of its own and does not go with --json");
     }
     play.speed = static_cast<int>(WholeNumber("--speed", target.raw.speed, 1, 4));
+    play.bufferMs = ChooseBuffer(target.raw.buffer, play.output);
     play.dither = ChooseDither(target.raw.dither);
     play.seed = ChooseSeed(target.raw.seed);
     return play;
@@ -367,6 +381,8 @@ void DeclarePlay(CLI::App& app, Target& target) {
     command->add_flag("--meters", play.meters, "Show levels");
     command->add_flag("--events", play.events, "Print events as JSON lines");
     command->add_option("--output", play.output, "sdl, null or a file (sdl)")->type_name("OUT");
+    command->add_option("--buffer", target.raw.buffer, "Sound device's buffer in ms, 5 to 500 (40)")
+        ->type_name("MS");
     command->add_option("--dither", target.raw.dither, "none, triangular or highpass (highpass)")
         ->type_name("TYPE");
     command->add_option("--seed", target.raw.seed, "Seed of the dither, or random (1)")

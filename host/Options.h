@@ -68,6 +68,7 @@ struct PlayOptions {
     bool meters = false;
     bool events = false;
     std::string output = "sdl";  ///< sdl, null or a file
+    int bufferMs = 0;            ///< of the sound device; 0 is the library's default
     DitherChoice dither = DitherChoice::HighPass;
     unsigned int seed = 1;  ///< 0 asks for one from the clock
     bool allowMissing = false;

@@ -95,7 +95,7 @@ public:
         }
         Complete();
         const long long begin = FirstSample();
-        PlayOutput output(options_.output, target_.grid.rate, MostFrames(begin));
+        PlayOutput output(options_.output, target_.grid.rate, MostFrames(begin), options_.bufferMs);
         MeterSessions sessions;
         PlaybackEngine& engine = SetUp(*session.Engine());
         if (HasMeters()) engine.AddMeterObserver(&sessions);

@@ -63,7 +63,7 @@ bool PlayOutput::IsFileName(const std::string& output) {
     return output != DEVICE && output != NOWHERE;
 }
 
-PlayOutput::PlayOutput(const std::string& output, int rate, long long frames) {
+PlayOutput::PlayOutput(const std::string& output, int rate, long long frames, int bufferMs) {
     if (IsFileName(output)) {
         file_ = std::make_unique<PlayFile>(output, rate, frames);
         virtual_ = std::make_shared<VirtualOutput>(
@@ -74,6 +74,7 @@ PlayOutput::PlayOutput(const std::string& output, int rate, long long frames) {
         virtual_ = std::make_shared<VirtualOutput>(VirtualOutput::Clock::Paced);
     }
     if (virtual_) sonrel::SetAudioOutputFactory([target = virtual_] { return target; });
+    sonrel::SetAudioBufferMilliseconds(bufferMs);
 }
 
 PlayOutput::~PlayOutput() {

@@ -45,9 +45,10 @@ public:
     static bool IsFileName(const std::string& output);
 
     /// @param output  of --output
-    /// @param frames  how many a file will take at most
+    /// @param frames    how many a file will take at most
+    /// @param bufferMs  of the sound device; 0 is the library's default
     /// @throws JobError when the file cannot be made
-    PlayOutput(const std::string& output, int rate, long long frames);
+    PlayOutput(const std::string& output, int rate, long long frames, int bufferMs);
     ~PlayOutput();
     PlayOutput(const PlayOutput&) = delete;
     PlayOutput& operator=(const PlayOutput&) = delete;

@@ -26,7 +26,7 @@ _sonrel() {
         --cache | --stems) compopt -o filenames; COMPREPLY=($(compgen -d -- "$current")); return ;;
         --meters) [ "$command" = play ] || { compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return; } ;;
         --db | --export | -o) compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return ;;
-        --rate | --fps | --media-root | --keep-days | --jobs | --from | --to | --seed | --days | --composition | --min-correlation | --zoom) return ;;
+        --rate | --fps | --media-root | --keep-days | --jobs | --from | --to | --seed | --days | --buffer | --composition | --min-correlation | --zoom) return ;;
         --size | --color | --background | --range) return ;;
     esac
 
@@ -36,7 +36,7 @@ _sonrel() {
         align) options+=" --min-correlation --plot --otio" ;;
         conform) options+=" --jobs --all-codecs --force" ;;
         mix) options+=" -o --from --to --dither --seed --stems --composition --meters --fail-on-clip --allow-missing --retime --audio-from" ;;
-        play) options+=" --from --reverse --speed --meters --events --output --dither --seed --allow-missing" ;;
+        play) options+=" --from --reverse --speed --meters --events --output --buffer --dither --seed --allow-missing" ;;
         waveform) options+=" -o --size --style --scale --format --color --background --range --ruler" ;;
         peaks) options+=" -o --mode --export --zoom" ;;
         cache)

@@ -77,4 +77,16 @@ using AudioOutputFactory = std::function<std::shared_ptr<AudioOutput>()>;
 /// Threads: any.
 SONREL_EXPORT void SetAudioOutputFactory(AudioOutputFactory factory);
 
+/// Sets the length of the sound device's buffer for the playback engines made from now on.
+///
+/// A longer buffer survives a busier machine without a dropout. A shorter buffer makes the reported
+/// frame more exact: a frame is reported when the device takes it, before it is heard. Outputs of
+/// an AudioOutputFactory ignore the setting. There is one setting a process.
+/// @param milliseconds  5 to 500, rounded up to a power of two of stereo frames, at most 32768
+///                      frames; 0 for the default of 40
+/// @return false for any other value, which changes nothing
+///
+/// Threads: any.
+SONREL_EXPORT bool SetAudioBufferMilliseconds(int milliseconds);
+
 }  // namespace orlo::sonrel

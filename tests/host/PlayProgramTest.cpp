@@ -268,6 +268,36 @@ TEST_F(PlayProgram, TheDeviceGetsTheSameBytesBehindItsLeadIn) {
               std::string::npos);
 }
 
+TEST_F(PlayProgram, BufferSetsThePeriodOfTheDevice) {
+    WriteTimeline(1);
+    setenv("SDL_AUDIODRIVER", "disk", 1);
+    setenv("SDL_DISKAUDIOFILE", shop_.Work("device.raw").c_str(), 1);
+    // 300 ms are 28800 frames at 96000 Hz: periods of 32768 frames.
+    constexpr std::size_t PERIOD_BYTES = 32768 * FRAME_BYTES;
+
+    const ProgramResult result = Play({"--rate", "96000", "--buffer", "300"});
+
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    const std::size_t size = ReadFile(shop_.Work("device.raw")).size();
+    EXPECT_GT(size, 0u);
+    EXPECT_EQ(size % PERIOD_BYTES, 0u);
+}
+
+TEST_F(PlayProgram, BufferIsForTheSoundDeviceOnly) {
+    WriteTimeline(1);
+    for (const char* output : {"null", "@out.raw"}) {
+        const ProgramResult result = Play({"--output", output, "--buffer", "100"});
+        EXPECT_EQ(result.exitCode, 2) << output;
+        EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
+        EXPECT_THAT(result.err, HasSubstr("--buffer"));
+    }
+    for (const char* buffer : {"4", "501", "long"}) {
+        const ProgramResult result = Play({"--buffer", buffer});
+        EXPECT_EQ(result.exitCode, 2) << buffer;
+        EXPECT_THAT(result.err, HasSubstr("--buffer"));
+    }
+}
+
 TEST_F(PlayProgram, WithoutADeviceItFailsWithOneLine) {
     WriteTimeline(10);
     setenv("SDL_AUDIODRIVER", "no-such-driver", 1);

@@ -122,6 +122,10 @@ public:
                                                            VoiceEvents& events) = 0;
 };
 
+/// Milliseconds of the sound device's buffer: the shortest that lost no sound on a busy machine
+/// (docs/playback.md, Outputs).
+constexpr int DEFAULT_BUFFER_MS = 40;
+
 /// The sound library is not there or is not whole.
 class LibraryLoadError : public std::runtime_error {
 public:
@@ -130,9 +134,11 @@ public:
 
 /// Brings the device engine up on an output of @p factory, or, when that is empty, on the sound
 /// device, whose library is loaded here and held as long as the engine.
+/// @param bufferMs  length of the sound device's buffer; see SetAudioBufferMilliseconds
 /// @throws LibraryLoadError      when the sound library does not load
 /// @throws std::runtime_error    when the factory gives no output
 /// @throws what the factory throws
-std::unique_ptr<AudioDevice> CreateAudioDevice(const AudioOutputFactory& factory);
+std::unique_ptr<AudioDevice> CreateAudioDevice(const AudioOutputFactory& factory,
+                                               int bufferMs = DEFAULT_BUFFER_MS);
 
 }  // namespace orlo::sonrel::device

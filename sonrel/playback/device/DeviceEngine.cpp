@@ -85,9 +85,9 @@ private:
 
 }  // namespace
 
-std::unique_ptr<AudioDevice> CreateAudioDevice(const AudioOutputFactory& factory) {
+std::unique_ptr<AudioDevice> CreateAudioDevice(const AudioOutputFactory& factory, int bufferMs) {
     std::shared_ptr<AudioOutput> output =
-        factory ? factory() : std::make_shared<SdlOutput>(SdlLibrary::Load(SDL_LIBRARY));
+        factory ? factory() : std::make_shared<SdlOutput>(SdlLibrary::Load(SDL_LIBRARY), bufferMs);
     if (output == nullptr) throw std::runtime_error("the audio output factory gave no output");
     return std::make_unique<DeviceEngine>(std::move(output));
 }

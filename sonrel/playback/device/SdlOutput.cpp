@@ -11,7 +11,7 @@ namespace orlo::sonrel::device {
 namespace {
 
 constexpr int BYTES_PER_FRAME = 4;
-constexpr int LONGEST_PERIOD_MS = 12;
+constexpr int MAX_PERIOD = 32768;  // the library's field has 16 bits
 constexpr std::chrono::microseconds PULL_POLL{100};
 
 }  // namespace
@@ -23,6 +23,7 @@ struct SdlStream {
     std::atomic<std::thread::id> pullThread = std::thread::id();  // none between pulls
     std::atomic<bool> pullsEnded = false;
     SDL_AudioDeviceID device = 0;
+    std::chrono::milliseconds drain{0};  // that closing takes: the library plays two periods
 
     bool InsidePull() const { return pullThread.load() == std::this_thread::get_id(); }
     /// Ends the pulling, and waits for a pull under way unless it is called from inside it.
@@ -54,15 +55,16 @@ void Callback(void* userData, Uint8* bytes, int byteCount) noexcept {
 
 }  // namespace
 
-int SdlPeriod(int sampleRate) {
+int SdlPeriod(int sampleRate, int bufferMs) {
     int frames = 1;
-    while (2 * frames * 1000LL <= static_cast<long long>(LONGEST_PERIOD_MS) * sampleRate) {
+    while (frames < MAX_PERIOD && frames * 1000LL < static_cast<long long>(bufferMs) * sampleRate) {
         frames *= 2;
     }
     return frames;
 }
 
-SdlOutput::SdlOutput(std::shared_ptr<const SdlLibrary> library) : library_(std::move(library)) {}
+SdlOutput::SdlOutput(std::shared_ptr<const SdlLibrary> library, int bufferMs)
+    : library_(std::move(library)), bufferMs_(bufferMs) {}
 
 SdlOutput::~SdlOutput() {
     SdlOutput::Close();
@@ -96,10 +98,11 @@ bool SdlOutput::Open(int sampleRate, std::shared_ptr<AudioOutputSource> source) 
     wanted.freq = sampleRate;
     wanted.format = AUDIO_S16SYS;
     wanted.channels = 2;
-    wanted.samples = static_cast<Uint16>(SdlPeriod(sampleRate));
+    wanted.samples = static_cast<Uint16>(SdlPeriod(sampleRate, bufferMs_));
     wanted.callback = Callback;
     wanted.userdata = stream.get();
     SDL_AudioSpec got = {};
+    stream->drain = std::chrono::milliseconds(2000 * wanted.samples / sampleRate);
     stream->device = library_->openAudioDevice(nullptr, 0, &wanted, &got, 0);
     if (stream->device == 0) {
         library_->quitSubSystem(SDL_INIT_AUDIO);
@@ -118,7 +121,8 @@ void SdlOutput::Close() {
     // one, and with a frozen sound server it would wait without an end.
     std::packaged_task<void()> close([stream] { stream->Close(); });
     std::future<void> closed = close.get_future();
-    closers_.push_back({stream, std::move(closed), std::thread(std::move(close)), CLOSE_TIMEOUT});
+    closers_.push_back(
+        {stream, std::move(closed), std::thread(std::move(close)), CLOSE_TIMEOUT + stream->drain});
     stream->EndPulls();
     FinishClosing();
 }

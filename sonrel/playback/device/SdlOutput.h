@@ -22,7 +22,8 @@ struct SdlCloser {
     std::chrono::milliseconds timeout;  ///< 0 once it has passed
 };
 
-/// How long Close waits for the sound library, which waits without a limit for its sound server.
+/// How long Close waits for the sound library, in addition to the two periods that the library
+/// plays before it closes; the library waits without a limit for its sound server.
 constexpr std::chrono::milliseconds CLOSE_TIMEOUT{1000};
 
 /// The default device of the sound library, in signed 16-bit stereo.
@@ -34,11 +35,12 @@ constexpr std::chrono::milliseconds CLOSE_TIMEOUT{1000};
 /// A driver that has one device at a time refuses to open from inside a pull, where the former
 /// stream is still being closed; it opens again once that pull has returned.
 ///
-/// A sound server that is frozen keeps the library from closing. Close returns after CLOSE_TIMEOUT
+/// A sound server that is frozen keeps the library from closing. Close returns after its timeout
 /// all the same, and nothing is pulled any more; Open fails until the library has closed.
 class SdlOutput : public AudioOutput {
 public:
-    explicit SdlOutput(std::shared_ptr<const SdlLibrary> library);
+    /// @param bufferMs  length of the device's buffer, 5 to 500 ms; see SdlPeriod
+    SdlOutput(std::shared_ptr<const SdlLibrary> library, int bufferMs);
     ~SdlOutput() override;
     SdlOutput(const SdlOutput&) = delete;
     SdlOutput& operator=(const SdlOutput&) = delete;
@@ -51,12 +53,14 @@ private:
     bool FinishClosing();
 
     const std::shared_ptr<const SdlLibrary> library_;
+    const int bufferMs_;
     std::shared_ptr<SdlStream> stream_;
     std::vector<SdlCloser> closers_;
 };
 
-/// Frames that the device takes at a time: the largest power of two that lasts at most 12 ms. The
-/// library's buffers misbehave at other numbers.
-int SdlPeriod(int sampleRate);
+/// Frames that the device takes at a time: the smallest power of two that lasts at least
+/// @p bufferMs, and at most 32768, the largest that the library can be asked for. The library's
+/// buffers misbehave at numbers that are not a power of two.
+int SdlPeriod(int sampleRate, int bufferMs);
 
 }  // namespace orlo::sonrel::device

@@ -100,8 +100,8 @@ public:
         }
         output_ = virtual_;
         if (output_ == nullptr) {
-            output_ =
-                std::make_shared<device::SdlOutput>(device::SdlLibrary::Load(device::SDL_LIBRARY));
+            output_ = std::make_shared<device::SdlOutput>(
+                device::SdlLibrary::Load(device::SDL_LIBRARY), device::DEFAULT_BUFFER_MS);
         }
     }
 

@@ -73,7 +73,8 @@ protected:
 
     FakeSdl sdl_;
     bool thawed_ = false;
-    std::unique_ptr<device::SdlOutput> output_ = std::make_unique<device::SdlOutput>(FakeLibrary());
+    std::unique_ptr<device::SdlOutput> output_ =
+        std::make_unique<device::SdlOutput>(FakeLibrary(), device::DEFAULT_BUFFER_MS);
 };
 
 TEST_F(SdlLoss, TheOutputIsLostOnceTheLibraryHasStoppedTheDevice) {
