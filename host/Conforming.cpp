@@ -17,7 +17,7 @@
 #include "sonrel/caches/ConformedAudioFileHelper.h"
 #include "sonrel/contracts/zrtl/Paths.h"
 #include "sonrel/standin/media/ConversionObserver.h"
-#include "sonrel/standin/media/MediaErrors.h"
+#include "sonrel/standin/media/InterruptScope.h"
 #include "sonrel/standin/media/MediaInfo.h"
 #include "sonrel/standin/project/CacheLedger.h"
 
@@ -71,20 +71,26 @@ std::vector<CacheRecord> RecordsOf(const CacheLedger& ledger, const ConformTask&
     return records;
 }
 
-/// Why a conversion gave nothing, as far as it shows afterwards.
-std::string FailureReason(const EngineSession& session, const ConformTask& task) {
-    const std::string media = MediaPath(*task.asset);
-    const long long frames = ConformProgress::Frames(task);
+/// Size of the conformed file of a task, as far as the length of its stream is known.
+long long ExpectedBytes(const ConformTask& task) {
+    const auto frames = static_cast<double>(ConformProgress::Frames(task));
     const int nativeRate = task.asset->AudioStream()->NativeSampleRate();
-    const double bytes = static_cast<double>(frames) * task.rate / std::max(1, nativeRate) *
-                         static_cast<double>(BYTES_PER_FRAME);
-    std::string folderTrouble =
-        FolderTrouble(session.Places().folder, static_cast<long long>(std::min(bytes, 1e18)));
-    if (!folderTrouble.empty()) return folderTrouble;
+    const double bytes =
+        frames * task.rate / std::max(1, nativeRate) * static_cast<double>(BYTES_PER_FRAME);
+    return static_cast<long long>(std::min(bytes, 1e18));
+}
+
+/// Why a conversion gave nothing, as far as it shows afterwards.
+/// @param conversionFailure  why the media library gave it up; may be empty
+std::string FailureReason(const EngineSession& session, const ConformTask& task,
+                          const std::string& conversionFailure) {
+    const std::string media = MediaPath(*task.asset);
+    std::string reason = FolderTrouble(session.Places().folder, ExpectedBytes(task));
+    if (!reason.empty()) return reason;
     zrh::media::MediaInfo info;
-    const int code = zrh::media::DescribeMedia(WidePath(media), &info);
-    if (code != 0) return zrh::media::MediaErrorText(code);
-    return "its sound could not be converted or recorded";
+    if (zrh::media::DescribeMedia(WidePath(media), &info, &reason) != 0) return reason;
+    return conversionFailure.empty() ? "its sound could not be converted or recorded"
+                                     : conversionFailure;
 }
 
 /// One of the threads that share the tasks.
@@ -99,11 +105,15 @@ public:
     void Run(ConformTask& task) {
         long long counted = 0;
         bool converting = false;
+        std::string diskTrouble;
         const zrh::media::ConversionObserver observer([&](long long done, long long) {
+            if (!converting) {
+                diskTrouble = FolderTrouble(session_.Places().folder, ExpectedBytes(task));
+            }
             converting = true;
             progress_.Add(done - counted);
             counted = done;
-            return !Interrupted();
+            return diskTrouble.empty() && !Interrupted();
         });
         if (settings_.force) {
             RunForced(task);
@@ -117,7 +127,7 @@ public:
         }
         progress_.Add(ConformProgress::Frames(task) - counted);
         if (Interrupted() && task.path.empty()) return;
-        Finish(task, converting);
+        Finish(task, converting, diskTrouble, observer.Failure());
     }
 
 private:
@@ -152,12 +162,14 @@ private:
         }
     }
 
-    void Finish(ConformTask& task, bool converted) const {
+    void Finish(ConformTask& task, bool converted, const std::string& diskTrouble,
+                const std::string& conversionFailure) const {
         helper::SetAudioSamplesAvailable(task.asset, task.rate, WidePath(task.path));
         if (task.path.empty()) {
             task.status = ConformTask::Status::Failed;
             task.error = "cannot conform " + Quoted(MediaPath(*task.asset)) + ": " +
-                         FailureReason(session_, task);
+                         (diskTrouble.empty() ? FailureReason(session_, task, conversionFailure)
+                                              : diskTrouble);
         } else {
             task.status = converted ? ConformTask::Status::Made : ConformTask::Status::Found;
         }
@@ -179,6 +191,7 @@ public:
     /// Runs on each job's thread until no task is left.
     void Work() {
         try {
+            const zrh::media::InterruptScope stopMedia(Interrupted);
             Job job(session_, settings_, progress_);
             while (!Interrupted() && !failed_) {
                 const std::size_t index = next_++;

@@ -3,11 +3,11 @@
 
 #include "host/Commands.h"
 #include "host/Input.h"
+#include "host/Interrupt.h"
 #include "host/Paths.h"
 #include "host/Text.h"
 #include "host/TimelineTree.h"
 #include "sonrel/contracts/zrtl/Timing.h"
-#include "sonrel/standin/media/MediaErrors.h"
 #include "sonrel/standin/media/MediaInfo.h"
 
 namespace orlo::host {
@@ -55,7 +55,7 @@ Json StreamJson(const MediaStreamInfo& stream) {
             stream.dataType == zrh::media::ZRSampleDataType::Float ? "float" : "integer";
         json["samples"] = stream.sampleCount;
         json["seconds"] = Seconds(stream);
-        if (stream.error != 0) json["error"] = zrh::media::MediaErrorText(stream.error);
+        if (stream.error != 0) json["error"] = stream.reason;
     } else if (stream.kind == MediaStreamKind::Video) {
         json["fps"] = stream.frameRate;
         json["frames"] = stream.frameCount;
@@ -78,7 +78,7 @@ std::string StreamText(const MediaStreamInfo& stream) {
                 (stream.dataType == zrh::media::ZRSampleDataType::Float ? "float" : "integer") +
                 ", " + std::to_string(stream.sampleCount) + " samples (" +
                 FormatDuration(Seconds(stream)) + ")";
-        if (stream.error != 0) text += ", " + zrh::media::MediaErrorText(stream.error);
+        if (stream.error != 0) text += ", " + stream.reason;
     } else if (stream.kind == MediaStreamKind::Video) {
         text += ", " + std::to_string(stream.width) + "x" + std::to_string(stream.height) + ", " +
                 FormatNumber(stream.frameRate, 3) + " frames a second, " +
@@ -100,10 +100,10 @@ public:
         std::string problem;
         try {
             RequireMediaFile(path);
-            const int code = zrh::media::DescribeMedia(WidePath(path), &info);
-            if (code != 0) {
-                problem = "cannot read " + Quoted(path) + ": " + zrh::media::MediaErrorText(code);
-            }
+            std::string reason;
+            const int code = zrh::media::DescribeMedia(WidePath(path), &info, &reason);
+            if (Interrupted()) ThrowInterrupted("not all media are described");
+            if (code != 0) problem = "cannot read " + Quoted(path) + ": " + reason;
         } catch (const JobError& error) {
             problem = error.what();
         }

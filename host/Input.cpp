@@ -11,6 +11,7 @@
 
 #include "host/EffectChains.h"
 #include "host/Errors.h"
+#include "host/Interrupt.h"
 #include "host/Paths.h"
 #include "host/Text.h"
 #include "host/otio/JsonDocument.h"
@@ -33,19 +34,23 @@ bool IsMissing(const otio::MediaLocation& location) {
     return !location.problem.empty() || stat(location.path.c_str(), &status) != 0;
 }
 
-JobError UnreadableMedia(const std::string& path, int code) {
-    return JobError("cannot read " + Quoted(path) + ": " + zrh::media::MediaErrorText(code));
-}
-
 /// How many audio streams a file has. @throws JobError when it cannot be read
 int CountAudioStreams(const std::string& path) {
     zrh::media::MediaInfo info;
     const int code = zrh::media::DescribeMedia(WidePath(path), &info);
-    if (code != 0) throw UnreadableMedia(path, code);
+    if (code != 0) RefuseMedia(path, code);
     return static_cast<int>(std::count_if(
         info.streams.begin(), info.streams.end(), [](const zrh::media::MediaStreamInfo& stream) {
             return stream.kind == zrh::media::MediaStreamKind::Audio;
         }));
+}
+
+/// The reason why a stream of a file cannot be read; @p otherwise where all can.
+std::string FirstReason(const zrh::media::MediaInfo& info, const std::string& otherwise) {
+    for (const zrh::media::MediaStreamInfo& stream : info.streams) {
+        if (!stream.reason.empty()) return stream.reason;
+    }
+    return otherwise;
 }
 
 std::shared_ptr<MediaAsset> SilentAsset(project::Project& project, const std::string& path) {
@@ -62,8 +67,9 @@ std::shared_ptr<MediaAsset> ImportUse(project::Project& project, const MediaUse&
         if (!asset->HasAudio()) report.Add("clip", use.place, "its medium has no sound");
         return asset;
     } catch (const zrh::media::ZRMediaException& error) {
+        if (Interrupted()) RefuseMedia(path, error.Code());
         const int streams = use.stream == 0 ? 1 : CountAudioStreams(path);
-        if (use.stream < streams) throw UnreadableMedia(path, error.Code());
+        if (use.stream < streams) RefuseMedia(path, error.Code());
         report.Add("clip", use.place,
                    "its medium has no audio stream number " + std::to_string(use.stream + 1) +
                        "; it is silent");
@@ -160,6 +166,18 @@ void RequireMediaFile(const std::string& path) {
     }
 }
 
+void RefuseMedia(const std::string& path, int code) {
+    if (Interrupted()) ThrowInterrupted("not all media are read");
+    std::string reason = zrh::media::MediaErrorText(code);
+    if (code == static_cast<int>(zrh::media::MediaError::TooMuchSilence)) {
+        // The numbers are only in what the media library says of the file itself.
+        zrh::media::MediaInfo info;
+        const int again = zrh::media::DescribeMedia(WidePath(path), &info, &reason);
+        if (again == 0) reason = FirstReason(info, reason);
+    }
+    throw JobError("cannot read " + Quoted(path) + ": " + reason);
+}
+
 void ImportMedia(project::Project& project, std::vector<MediaUse>& media,
                  otio::ImportReport& report) {
     for (MediaUse& use : media) {
@@ -180,7 +198,7 @@ std::shared_ptr<MediaAsset> ImportMediaFile(project::Project& project, const std
     try {
         asset = project::ImportMediaAsset(project.Manager(), WidePath(path), stream);
     } catch (const zrh::media::ZRMediaException& error) {
-        throw UnreadableMedia(path, error.Code());
+        RefuseMedia(path, error.Code());
     }
     if (!asset->HasAudio()) throw JobError("cannot use " + Quoted(path) + ": it has no sound");
     project.Assets().Add(asset);

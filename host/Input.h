@@ -58,6 +58,11 @@ std::shared_ptr<project::MediaAsset> ImportMediaFile(project::Project& project,
 /// Refuses what stands in the way of opening a media file, by its name. @throws JobError
 void RequireMediaFile(const std::string& path);
 
+/// Fails because the media library refused a file. @throws JobError that names the file and the
+/// reason; CommandError when the program is asked to stop
+/// @param code  a zrh::media::MediaError
+[[noreturn]] void RefuseMedia(const std::string& path, int code);
+
 /// Frames a second of a media file: of its picture, else --fps, else 25.
 double FrameRateOf(const project::MediaAsset& asset, const GlobalOptions& options);
 

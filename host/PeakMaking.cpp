@@ -42,14 +42,19 @@ std::string MediaPath(const PeakTask& task) {
     return zrtl::ToUtf8(task.asset->Filename());
 }
 
-/// An upper limit, as far as the container's word is good.
+/// An upper limit, as far as the container's word is good. A container may declare any number of
+/// channels.
 long long BytesOf(const PeakTask& task) {
     const double blocks = static_cast<double>(task.frames) / FRAMES_PER_BLOCK + 1.0;
-    return static_cast<long long>(HEADER_BYTES + std::min(blocks * (1 + 2 * task.channels), 1e18));
+    const double bytes = blocks * (1.0 + 2.0 * task.channels);
+    return static_cast<long long>(HEADER_BYTES + std::min(bytes, 1e18));
 }
 
-[[noreturn]] void RefuseMedia(const std::string& path, int code) {
-    throw JobError("cannot read " + Quoted(path) + ": " + zrh::media::MediaErrorText(code));
+/// Why no peak file has room for the channels of a task; empty where it has.
+std::string ChannelTrouble(const PeakTask& task) {
+    if (task.channels <= MAX_CHANNELS) return {};
+    return "its sound has " + std::to_string(task.channels) +
+           " channels, and a peak file takes at most " + std::to_string(MAX_CHANNELS);
 }
 
 /// The audio stream of that index; null when there is none.
@@ -62,13 +67,10 @@ std::shared_ptr<ZRAbstractAudioStream> FindAudioStream(ZRAbstractMediaFile& file
 
 /// Why the sound of a task gave no peak file, as far as it shows afterwards.
 std::string SoundTrouble(const PeakTask& task) {
-    if (task.channels > MAX_CHANNELS) {
-        return "its sound has " + std::to_string(task.channels) +
-               " channels, and a peak file takes at most " + std::to_string(MAX_CHANNELS);
-    }
     zrh::media::MediaInfo info;
-    const int code = zrh::media::DescribeMedia(WidePath(MediaPath(task)), &info);
-    return code != 0 ? zrh::media::MediaErrorText(code) : std::string();
+    std::string reason;
+    zrh::media::DescribeMedia(WidePath(MediaPath(task)), &info, &reason);
+    return reason;
 }
 
 /// The frames read of one task after the other, as one step of progress.
@@ -142,7 +144,8 @@ private:
     }
 
     std::string FailureReason(const PeakTask& task) const {
-        std::string trouble = FolderTrouble(session_.Places().folder, BytesOf(task));
+        std::string trouble = ChannelTrouble(task);
+        if (trouble.empty()) trouble = FolderTrouble(session_.Places().folder, BytesOf(task));
         if (trouble.empty()) trouble = SoundTrouble(task);
         return trouble.empty() ? "its sound could not be read or recorded" : trouble;
     }
@@ -215,6 +218,10 @@ void FindOrMakePeakFiles(const EngineSession& session, std::vector<PeakTask>& ta
 
 void WritePeakFile(const PeakTask& task, const OutputFile& output, PeakMode mode,
                    Progress& progress) {
+    const std::string channels = ChannelTrouble(task);
+    if (!channels.empty()) {
+        throw JobError("cannot make the peak file of " + Quoted(MediaPath(task)) + ": " + channels);
+    }
     output.RequireSpace(BytesOf(task));
     ReadProgress read({task}, progress);
     int code = 0;

@@ -9,6 +9,7 @@
 #include "host/Interrupt.h"
 #include "host/Outcome.h"
 #include "host/Text.h"
+#include "sonrel/standin/media/InterruptScope.h"
 
 namespace orlo::host {
 
@@ -65,6 +66,7 @@ bool PrintResult(const Outcome& outcome, bool json) {
 
 int RunProgram(int argumentCount, const char* const* arguments) {
     CatchInterrupts();
+    const zrh::media::InterruptScope stopMedia(Interrupted);
     Outcome outcome = Run(argumentCount, arguments);
     if (!PrintResult(outcome, WantsJson(argumentCount, arguments)) &&
         outcome.code == ExitCode::Done) {

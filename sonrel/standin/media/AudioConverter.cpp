@@ -106,7 +106,8 @@ private:
 };
 
 MediaError ConvertStream(const std::shared_ptr<ZRAbstractAudioStream>& stream,
-                         const std::wstring& outputPath, unsigned int sampleRate) {
+                         const std::wstring& outputPath, unsigned int sampleRate,
+                         std::string* reason) {
     if (stream == nullptr) return MediaError::InvalidArgument;
     if (sampleRate < detail::LOWEST_RATE || sampleRate > detail::HIGHEST_RATE) {
         return MediaError::OutputRate;
@@ -125,7 +126,9 @@ MediaError ConvertStream(const std::shared_ptr<ZRAbstractAudioStream>& stream,
     error = OpenOutput(outputPath, rate,
                        LargestOutput(feed->TotalFrames(), feed->Format().rate, rate), &writer);
     if (error != MediaError::None) return error;
-    return Conversion(feed.get(), &converter, &writer).Run();
+    error = Conversion(feed.get(), &converter, &writer).Run();
+    *reason = feed->Reason();
+    return error;
 }
 
 }  // namespace
@@ -133,11 +136,17 @@ MediaError ConvertStream(const std::shared_ptr<ZRAbstractAudioStream>& stream,
 int ZRAudioConverter::Convert(const std::shared_ptr<ZRAbstractAudioStream>& stream,
                               const std::wstring& outputPath, unsigned int sampleRate) {
     const detail::QuietScope quiet;
+    std::string reason;
+    MediaError error = MediaError::OutOfMemory;
     try {
-        return static_cast<int>(ConvertStream(stream, outputPath, sampleRate));
+        error = ConvertStream(stream, outputPath, sampleRate, &reason);
     } catch (const std::bad_alloc&) {
-        return static_cast<int>(MediaError::OutOfMemory);
+        reason.clear();
     }
+    const int code = static_cast<int>(error);
+    if (reason.empty() && error != MediaError::None) reason = MediaErrorText(code);
+    ConversionObserver::NoteFailure(reason);
+    return code;
 }
 
 }  // namespace zrh::media

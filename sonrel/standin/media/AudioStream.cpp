@@ -84,6 +84,10 @@ int AudioStream::GetSamples(long long start, int count, void* buffer, int buffer
         error = MediaError::OutOfMemory;
     }
     if (error != MediaError::None) read = 0;
+    // A writer of peak files takes an error for silence; an exception ends it.
+    if (error != MediaError::None && state_->file != nullptr && state_->file->IsInterrupted()) {
+        throw ReadCancelled();
+    }
     if (samplesRead != nullptr) *samplesRead = read;
     return static_cast<int>(error);
 }

@@ -5,6 +5,7 @@
 
 #include "sonrel/standin/media/detail/AudioStream.h"
 #include "sonrel/standin/media/detail/PcmBytes.h"
+#include "sonrel/standin/media/detail/SilenceLimit.h"
 #include "sonrel/standin/media/detail/StreamWalk.h"
 
 namespace zrh::media::detail {
@@ -16,38 +17,53 @@ constexpr int FRAMES_PER_STEP = 32768;
 class PacketFeed : public ConversionFeed {
 public:
     PacketFeed(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamMap> map)
-        : map_(map), walk_(std::move(file), std::move(map), WalkMode::Straight) {}
+        : file_(file), map_(map), walk_(std::move(file), std::move(map), WalkMode::Straight) {}
 
     const DecodedFormat& Format() const override { return map_->format; }
     std::int64_t TotalFrames() const override { return map_->totalFrames; }
 
     MediaError Next(std::vector<SampleBlock>* blocks) override {
         blocks->clear();
+        if (file_->IsInterrupted()) return MediaError::Cancelled;
         if (lead_ < map_->leadFrames) {
             const std::int64_t silent =
                 std::min<std::int64_t>(map_->leadFrames - lead_, FRAMES_PER_STEP);
             blocks->push_back({nullptr, 0, static_cast<int>(silent)});
             lead_ += silent;
-            return MediaError::None;
         }
         // A packet of which nothing is heard is decoded all the same, for those behind it.
         while (blocks->empty() && walk_.Position() < map_->packets.PacketCount()) {
-            if (!walk_.Next(blocks)) return MediaError::ReadFailed;
+            if (walk_.Next(blocks)) continue;
+            return file_->IsInterrupted() ? MediaError::Cancelled : MediaError::ReadFailed;
         }
-        return MediaError::None;
+        CountSilence(*blocks);
+        return HasTooMuchSilence() ? MediaError::TooMuchSilence : MediaError::None;
+    }
+
+    std::string Reason() const override {
+        return HasTooMuchSilence() ? SilenceRefusal(silent_, file_->Size()) : std::string();
     }
 
 private:
+    void CountSilence(const std::vector<SampleBlock>& blocks) {
+        for (const SampleBlock& block : blocks) {
+            if (block.planes == nullptr) silent_ += block.frames;
+        }
+    }
+    bool HasTooMuchSilence() const { return silent_ > MaxSilentFrames(file_->Size()); }
+
+    std::shared_ptr<const InputFile> file_;
     std::shared_ptr<const StreamMap> map_;
     StreamWalk walk_;
     std::int64_t lead_ = 0;
+    std::int64_t silent_ = 0;
 };
 
 /// Takes samples out of the file as they lie there.
 class PcmFeed : public ConversionFeed {
 public:
     PcmFeed(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamMap> map)
-        : map_(map), bytes_(std::move(file), std::move(map)) {}
+        : file_(file), map_(map), bytes_(std::move(file), std::move(map)) {}
 
     const DecodedFormat& Format() const override { return map_->format; }
     std::int64_t TotalFrames() const override { return map_->totalFrames; }
@@ -59,7 +75,7 @@ public:
         SampleBlock block;
         const int wanted = static_cast<int>(std::min<std::int64_t>(left, FRAMES_PER_STEP));
         if (!bytes_.Decode(position_, wanted, &block) || block.frames != wanted) {
-            return MediaError::ReadFailed;
+            return file_->IsInterrupted() ? MediaError::Cancelled : MediaError::ReadFailed;
         }
         position_ += wanted;
         blocks->push_back(block);
@@ -67,6 +83,7 @@ public:
     }
 
 private:
+    std::shared_ptr<const InputFile> file_;
     std::shared_ptr<const StreamMap> map_;
     PcmBytes bytes_;
     std::int64_t position_ = 0;

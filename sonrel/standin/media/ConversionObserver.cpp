@@ -24,4 +24,8 @@ bool ConversionObserver::Notify(long long doneFrames, long long totalFrames) {
     return innermost->function_(doneFrames, totalFrames);
 }
 
+void ConversionObserver::NoteFailure(const std::string& reason) {
+    if (innermost != nullptr) innermost->failure_ = reason;
+}
+
 }  // namespace zrh::media

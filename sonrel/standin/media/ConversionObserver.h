@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 #include "sonrel/Export.h"
 
@@ -25,9 +26,15 @@ public:
     /// Asks the observer of this thread; without one the answer is to go on.
     static bool Notify(long long doneFrames, long long totalFrames);
 
+    /// Why the last conversion failed, as a clause; empty when it succeeded, and before the first.
+    const std::string& Failure() const { return failure_; }
+    /// Stores the reason for Failure with the observer of this thread, if there is one.
+    static void NoteFailure(const std::string& reason);
+
 private:
     Function function_;
     ConversionObserver* outer_;
+    std::string failure_;
 };
 
 }  // namespace zrh::media

@@ -10,6 +10,15 @@ namespace {
 
 constexpr int IO_BUFFER_BYTES = 128 * 1024;
 
+/// What may be read in a row until something comes of it. A file that goes beyond is refused:
+/// FFmpeg gathers such bytes in memory, about three times, however many there are.
+constexpr std::int64_t MAX_PACKET_BYTES = 16 << 20;
+/// A container with pictures, which are stored whole.
+constexpr std::int64_t MAX_PICTURE_BYTES = 64 << 20;
+/// Headers also hold the index of a container: 16 bytes for each packet of 4096 bytes.
+constexpr std::int64_t MAX_HEADER_BYTES = 64 << 20;
+constexpr std::int64_t FILE_BYTES_PER_INDEX_BYTE = 256;
+
 /// Formats that lead to other files or to the network, that are programs, or that hold still
 /// pictures. What else may name a file finds its way barred by RefuseOpen.
 constexpr std::array<std::string_view, 30> REFUSED_FORMATS = {
@@ -57,9 +66,11 @@ MediaError Demuxer::Open(std::shared_ptr<const InputFile> file, std::unique_ptr<
     std::unique_ptr<Demuxer> opened(new Demuxer);
     opened->file_ = std::move(file);
     const MediaError error = opened->OpenContext();
+    if (opened->stop_ != MediaError::None) return opened->stop_;
     if (error != MediaError::None) {
         return opened->diskFailed_ ? MediaError::ReadFailed : error;
     }
+    opened->AllowInARow(INT64_MAX);
     *demuxer = std::move(opened);
     return MediaError::None;
 }
@@ -80,19 +91,32 @@ MediaError Demuxer::OpenContext() {
         return MediaError::NotMedia;
     }
     if (IsRefused(*format)) return MediaError::RefusedFormat;
+    const MediaError error = OpenFormat(*format);
+    return error == MediaError::None ? FindStreams(*format) : error;
+}
 
+MediaError Demuxer::OpenFormat(const AVInputFormat& format) {
+    const char* name = file_->Path().c_str();
     context_ = avformat_alloc_context();
     if (context_ == nullptr) return MediaError::OutOfMemory;
     context_->pb = io_;
     context_->flags |= AVFMT_FLAG_CUSTOM_IO;
     context_->io_open = &RefuseOpen;
-    BoundSearchForDisguisedStreams(*format, context_);
+    context_->interrupt_callback = {&IsStopped, this};
+    BoundSearchForDisguisedStreams(format, context_);
     AVDictionary* options = nullptr;
     av_dict_set(&options, "protocol_whitelist", "file", 0);
-    const int opened = avformat_open_input(&context_, name, format, &options);
+    AllowInARow(MAX_HEADER_BYTES + file_->Size() / FILE_BYTES_PER_INDEX_BYTE);
+    const int opened = avformat_open_input(&context_, name, &format, &options);
     av_dict_free(&options);
     if (opened == AVERROR(ENOMEM)) return MediaError::OutOfMemory;
-    if (opened < 0) return MediaError::NotMedia;
+    return opened < 0 ? MediaError::NotMedia : MediaError::None;
+}
+
+MediaError Demuxer::FindStreams(const AVInputFormat& format) {
+    // A format whose packets are cut out of the bytes stores no pictures whole.
+    const bool isCut = (format.flags & AVFMT_GENERIC_INDEX) != 0;
+    AllowInARow(isCut ? MAX_PACKET_BYTES : MAX_PICTURE_BYTES);
     if (avformat_find_stream_info(context_, nullptr) < 0) return MediaError::NotMedia;
     for (unsigned int i = 0; i < context_->nb_streams; ++i) {
         if (IsSoundOrPicture(*context_->streams[i])) return MediaError::None;
@@ -108,11 +132,43 @@ Demuxer::~Demuxer() {
     }
 }
 
+void Demuxer::AllowInARow(std::int64_t bytes) {
+    inARow_ = 0;
+    allowedInARow_ = bytes;
+}
+
+bool Demuxer::MayRead() {
+    if (stop_ == MediaError::None && file_->IsInterrupted()) stop_ = MediaError::Cancelled;
+    if (stop_ == MediaError::None && inARow_ >= allowedInARow_) stop_ = MediaError::ProbeLimit;
+    return stop_ == MediaError::None;
+}
+
+MediaError Demuxer::Failure() const {
+    if (stop_ != MediaError::None) return stop_;
+    return diskFailed_ ? MediaError::ReadFailed : MediaError::None;
+}
+
+bool Demuxer::ReadsEveryStream() const {
+    for (unsigned int i = 0; i < context_->nb_streams; ++i) {
+        const AVStream& stream = *context_->streams[i];
+        const bool isCover = (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+        if (stream.discard == AVDISCARD_ALL && !isCover) return false;
+    }
+    return true;
+}
+
 bool Demuxer::Read(AVPacket* packet) {
+    // Any number of bytes of other streams may be passed over between two packets.
+    AllowInARow(ReadsEveryStream() ? MAX_PACKET_BYTES : INT64_MAX);
     // A container may answer "again" or give an empty packet between two good ones; one that does
     // nothing else has ended.
     for (int idle = 0; idle < 10000; ++idle) {
+        if (!MayRead()) return false;
         const int result = av_read_frame(context_, packet);
+        if (stop_ != MediaError::None) {
+            av_packet_unref(packet);
+            return false;
+        }
         if (result == AVERROR(EAGAIN)) continue;
         if (result < 0) return false;
         const auto index = static_cast<unsigned int>(packet->stream_index);
@@ -124,14 +180,17 @@ bool Demuxer::Read(AVPacket* packet) {
 
 int Demuxer::ReadBytes(void* self, std::uint8_t* buffer, int size) {
     auto* demuxer = static_cast<Demuxer*>(self);
+    if (!demuxer->MayRead()) return AVERROR_EXIT;
     const std::int64_t got =
         demuxer->file_->ReadAt(demuxer->position_, buffer, static_cast<std::size_t>(size));
     if (got < 0) {
+        if (!demuxer->MayRead()) return AVERROR_EXIT;
         demuxer->diskFailed_ = true;
         return AVERROR(EIO);
     }
     if (got == 0) return AVERROR_EOF;
     demuxer->position_ += got;
+    demuxer->inARow_ += got;
     return static_cast<int>(got);
 }
 
@@ -155,7 +214,12 @@ std::int64_t Demuxer::SeekBytes(void* self, std::int64_t offset, int whence) {
     std::int64_t target = 0;
     if (__builtin_add_overflow(base, offset, &target) || target < 0) return AVERROR(EINVAL);
     demuxer->position_ = target;
+    demuxer->inARow_ = 0;
     return target;
+}
+
+int Demuxer::IsStopped(void* self) {
+    return static_cast<Demuxer*>(self)->MayRead() ? 0 : 1;
 }
 
 }  // namespace zrh::media::detail

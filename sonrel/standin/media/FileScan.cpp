@@ -8,13 +8,14 @@
 #include "sonrel/contracts/zrtl/Timing.h"
 #include "sonrel/standin/media/detail/PacketScan.h"
 #include "sonrel/standin/media/detail/PcmScan.h"
+#include "sonrel/standin/media/detail/SilenceLimit.h"
 #include "sonrel/standin/media/detail/StreamWalk.h"
 
 namespace zrh::media::detail {
 namespace {
 
-/// What a container says about lengths is believed up to so many frames for a byte of the file.
-constexpr std::int64_t FRAMES_PER_BYTE = 4096;
+/// Far more than is ever put in, and far from an overflow.
+constexpr double MAX_LEAD = 1e15;
 
 bool RateIsAllowed(int rate) {
     return rate >= LOWEST_RATE && rate <= HIGHEST_RATE;
@@ -126,7 +127,12 @@ void Complete(const std::shared_ptr<const InputFile>& file, const AVFormatContex
         !RestartsCleanly(file, map)) {
         map->packets.MergeSegments();
     }
-    map->leadFrames = LeadFrames(context, stream, map->format.rate, file->Size());
+    map->leadFrames = LeadFrames(context, stream, map->format.rate);
+    if (map->silentFrames > MaxSilentFrames(file->Size()) - map->leadFrames) {
+        map->error = MediaError::TooMuchSilence;
+        map->reason = SilenceRefusal(map->silentFrames + map->leadFrames, file->Size());
+        return;
+    }
     map->totalFrames = map->leadFrames + map->packets.EndFrame();
 }
 
@@ -149,7 +155,7 @@ MediaError ScanPackets(const std::shared_ptr<const InputFile>& file, Demuxer* de
         av_packet_unref(packet.get());
         if (++packets > mostPackets) return MediaError::TooManyPackets;
     }
-    return demuxer->DiskFailed() ? MediaError::ReadFailed : MediaError::None;
+    return demuxer->Failure();
 }
 
 std::vector<StreamScan> AudioStreamsOf(const Demuxer& demuxer) {
@@ -196,12 +202,13 @@ MediaError ScanOnce(const std::shared_ptr<const InputFile>& file, Demuxer* demux
     return MediaError::None;
 }
 
-/// The error of a file none of whose streams can be read.
-MediaError ErrorOfAll(const std::vector<StreamScan>& streams) {
+/// The error of a file none of whose streams can be read, and its reason.
+MediaError ErrorOfAll(const std::vector<StreamScan>& streams, std::string* reason) {
     if (streams.empty()) return MediaError::None;
     for (const StreamScan& one : streams) {
         if (one.map->error == MediaError::None) return MediaError::None;
     }
+    *reason = streams.front().map->reason;
     return streams.front().map->error;
 }
 
@@ -213,8 +220,7 @@ bool IsPicture(const AVStream& stream) {
                                   AV_DISPOSITION_TIMED_THUMBNAILS)) == 0;
 }
 
-std::int64_t LeadFrames(const AVFormatContext& context, const AVStream& stream, int rate,
-                        std::int64_t fileSize) {
+std::int64_t LeadFrames(const AVFormatContext& context, const AVStream& stream, int rate) {
     for (unsigned int i = 0; i < context.nb_streams; ++i) {
         const AVStream& picture = *context.streams[i];
         if (!IsPicture(picture) || picture.start_time == AV_NOPTS_VALUE ||
@@ -223,14 +229,16 @@ std::int64_t LeadFrames(const AVFormatContext& context, const AVStream& stream, 
         }
         const double later = static_cast<double>(stream.start_time) * av_q2d(stream.time_base) -
                              static_cast<double>(picture.start_time) * av_q2d(picture.time_base);
-        const std::int64_t frames = zrtl::TruncToInt64(zrtl::RoundHalfAway(later * rate));
-        return frames > 0 && frames / FRAMES_PER_BYTE <= fileSize ? frames : 0;
+        if (!(later > 0.0)) return 0;
+        return zrtl::TruncToInt64(std::min(zrtl::RoundHalfAway(later * rate), MAX_LEAD));
     }
     return 0;
 }
 
-MediaError ScanFile(const std::shared_ptr<const InputFile>& file, std::unique_ptr<Demuxer> demuxer,
-                    FileMap* map) {
+namespace {
+
+MediaError ScanStreams(const std::shared_ptr<const InputFile>& file,
+                       std::unique_ptr<Demuxer> demuxer, FileMap* map) {
     std::vector<StreamScan> streams = AudioStreamsOf(*demuxer);
     MediaError error = CheckRates(streams);
     if (error != MediaError::None) return error;
@@ -251,10 +259,19 @@ MediaError ScanFile(const std::shared_ptr<const InputFile>& file, std::unique_pt
         if (error != MediaError::None) return error;
     }
     error = CheckRates(streams);
-    if (error == MediaError::None) error = ErrorOfAll(streams);
+    if (error == MediaError::None) error = ErrorOfAll(streams, &map->reason);
     if (error != MediaError::None) return error;
     for (StreamScan& one : streams) map->streams.push_back(std::move(one.map));
     return MediaError::None;
+}
+
+}  // namespace
+
+MediaError ScanFile(const std::shared_ptr<const InputFile>& file, std::unique_ptr<Demuxer> demuxer,
+                    FileMap* map) {
+    const MediaError error = ScanStreams(file, std::move(demuxer), map);
+    // The check of restarts takes an interrupted read for damage.
+    return file->IsInterrupted() ? MediaError::Cancelled : error;
 }
 
 }  // namespace zrh::media::detail

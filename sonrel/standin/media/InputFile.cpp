@@ -57,6 +57,7 @@ MediaError InputFile::Open(const std::wstring& path, std::shared_ptr<const Input
     if (::fstat(opened->descriptor_, &status) != 0) return MediaError::OpenFailed;
     if (!S_ISREG(status.st_mode)) return MediaError::NotRegularFile;
 
+    opened->interrupt_ = InterruptFlag::OfThisThread();
     opened->identity_ = orlo::standin::IdentityOf(status);
     *file = std::move(opened);
     return MediaError::None;
@@ -70,6 +71,7 @@ std::int64_t InputFile::ReadAt(std::int64_t offset, void* buffer, std::size_t si
     auto* to = static_cast<char*>(buffer);
     std::size_t done = 0;
     while (done < size) {
+        if (IsInterrupted()) return -1;
         const ssize_t got = ::pread(descriptor_, to + done, size - done,
                                     static_cast<off_t>(offset + static_cast<std::int64_t>(done)));
         if (got < 0 && errno == EINTR) continue;

@@ -3,9 +3,10 @@
 
 #include <cstdint>
 #include <deque>
-#include <map>
 #include <mutex>
 #include <utility>
+
+#include "sonrel/standin/media/detail/SweptMap.h"
 
 namespace zrh::media::detail {
 namespace {
@@ -18,8 +19,8 @@ struct Place {
 };
 
 std::mutex placesMutex;
-std::map<FileIdentity, Place>& Places() {
-    static auto* places = new std::map<FileIdentity, Place>;
+SweptMap<FileIdentity, Place>& Places() {
+    static auto* places = new SweptMap<FileIdentity, Place>;
     return *places;
 }
 
@@ -62,11 +63,8 @@ class PlaceHold {
 public:
     explicit PlaceHold(const FileIdentity& identity) {
         const std::lock_guard lock(placesMutex);
-        // Files that nobody reads any longer are forgotten.
-        std::erase_if(Places(), [](const auto& entry) {
-            return entry.second.holders == 0 && entry.second.map.expired();
-        });
-        place_ = &Places()[identity];
+        place_ = &Places().At(
+            identity, [](const Place& place) { return place.holders == 0 && place.map.expired(); });
         ++place_->holders;
     }
     ~PlaceHold() {

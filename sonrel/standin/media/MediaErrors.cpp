@@ -38,7 +38,7 @@ std::string MediaErrorText(int code) {
         case MediaError::NotAudio:
             return "the stream is no audio stream";
         case MediaError::Cancelled:
-            return "the conversion was cancelled";
+            return "the work was cancelled";
         case MediaError::OutputExists:
             return "the output file exists already";
         case MediaError::OutputFailed:
@@ -49,6 +49,11 @@ std::string MediaErrorText(int code) {
             return "not enough memory";
         case MediaError::TooManyPackets:
             return "the file claims more packets than it has bytes";
+        case MediaError::ProbeLimit:
+            return "more bytes in a row hold no sound than are searched for it (16 MB, or 64 MB of "
+                   "headers and pictures)";
+        case MediaError::TooMuchSilence:
+            return "it would need more silence that is not in it than 8 times its size and 1 MiB";
     }
     return "media error " + std::to_string(code);
 }

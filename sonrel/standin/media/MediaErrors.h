@@ -26,12 +26,14 @@ enum class MediaError : int {
     InvalidArgument = 13,  ///< a null pointer, a negative position or a buffer that is too small
     EndOfStream = 14,      ///< the position lies at the stream's end or behind it
     NotAudio = 15,         ///< the stream is no audio stream
-    Cancelled = 16,        ///< the observer of the conversion asked to stop
+    Cancelled = 16,        ///< the host asked to stop
     OutputExists = 17,     ///< the file to make exists already, or its name is a link
     OutputFailed = 18,     ///< the file to make could not be written, or not be synced
     OutputRate = 19,       ///< the wanted rate lies outside 64 to 768000 Hz
     OutOfMemory = 20,
-    TooManyPackets = 21  ///< more packets than the file has bytes
+    TooManyPackets = 21,  ///< more packets than the file has bytes
+    ProbeLimit = 22,      ///< too many bytes in a row hold neither sound nor picture
+    TooMuchSilence = 23   ///< more silence to put in than 8 times the file's size and 1 MiB
 };
 
 /// A clause in plain English for a code, without a full stop: "there is no such file".

@@ -69,7 +69,9 @@ MediaError MediaFile::FindMap() {
                 const MediaError opened = Demuxer::Open(state_->file, &demuxer_);
                 if (opened != MediaError::None) return opened;
             }
-            return ScanFile(state_->file, std::move(demuxer_), map);
+            const MediaError scanned = ScanFile(state_->file, std::move(demuxer_), map);
+            reason_ = map->reason;
+            return scanned;
         },
         &map_);
     demuxer_ = nullptr;

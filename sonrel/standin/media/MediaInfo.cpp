@@ -15,6 +15,10 @@ struct Releaser {
     void operator()(ZRAbstractMediaFile* file) const { ZRMediaFileRelease(file); }
 };
 
+std::string Clause(int code, const std::string& reason) {
+    return reason.empty() ? MediaErrorText(code) : reason;
+}
+
 MediaStreamInfo Describe(ZRAbstractAudioStream& stream) {
     MediaStreamInfo info;
     const auto* own = dynamic_cast<const detail::AudioStream*>(&stream);
@@ -29,28 +33,45 @@ MediaStreamInfo Describe(ZRAbstractAudioStream& stream) {
     info.bitsPerSample = stream.BitsPerSample();
     info.dataType = stream.SampleDataType();
     info.sampleCount = stream.SampleCount();
-    if (own != nullptr) info.error = static_cast<int>(own->Error());
+    if (own != nullptr && own->Error() != MediaError::None) {
+        info.error = static_cast<int>(own->Error());
+        info.reason = Clause(info.error, own->Reason());
+    }
     return info;
 }
 
 }  // namespace
 
-int DescribeMedia(const std::wstring& path, MediaInfo* info) {
+namespace {
+
+/// @param reason  untouched where the result alone says enough
+int Describe(const std::wstring& path, MediaInfo* info, std::string* reason) {
     ZRAbstractMediaFile* raw = nullptr;
     const int opened = ZRMediaFileCreate(path.c_str(), &raw, ZRMediaReaderType::Default);
     if (opened != 0) return opened;
     const std::unique_ptr<ZRAbstractMediaFile, Releaser> file(raw);
     file->SetReadOption(1);
+    const auto* own = dynamic_cast<const detail::MediaFile*>(raw);
     const int prepared = file->Prepare();
-    if (prepared != 0) return prepared;
+    if (prepared != 0) {
+        if (own != nullptr) *reason = own->Reason();
+        return prepared;
+    }
 
     MediaInfo found;
-    if (const auto* own = dynamic_cast<const detail::MediaFile*>(raw)) {
-        found.format = own->FormatName();
-    }
+    if (own != nullptr) found.format = own->FormatName();
     for (const auto& stream : file->Streams()) found.streams.push_back(Describe(*stream));
     *info = std::move(found);
     return 0;
+}
+
+}  // namespace
+
+int DescribeMedia(const std::wstring& path, MediaInfo* info, std::string* reason) {
+    std::string numbers;
+    const int code = Describe(path, info, &numbers);
+    if (code != 0 && reason != nullptr) *reason = Clause(code, numbers);
+    return code;
 }
 
 }  // namespace zrh::media

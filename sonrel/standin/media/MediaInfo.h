@@ -29,6 +29,7 @@ struct MediaStreamInfo {
     ZRSampleDataType dataType = ZRSampleDataType::Integer;
     long long sampleCount = 0;  ///< sample frames, exact
     int error = 0;              ///< why the sound cannot be read, a MediaError; 0 when it can
+    std::string reason;         ///< the same as a clause, with its numbers
 
     double frameRate = 0.0;    ///< pictures a second
     long long frameCount = 0;  ///< pictures
@@ -42,8 +43,10 @@ struct MediaInfo {
 };
 
 /// Opens a media file, finds its exact lengths and closes it again.
-/// @param info  receives what was found; untouched when the file cannot be opened
+/// @param info    receives what was found; untouched when the file cannot be opened
+/// @param reason  receives why the result is not 0, as a clause with its numbers; may be null
 /// @return 0; or a MediaError when the file cannot be opened, or no sound in it can be read
-SONREL_EXPORT int DescribeMedia(const std::wstring& path, MediaInfo* info);
+SONREL_EXPORT int DescribeMedia(const std::wstring& path, MediaInfo* info,
+                                std::string* reason = nullptr);
 
 }  // namespace zrh::media

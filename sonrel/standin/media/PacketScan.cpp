@@ -17,6 +17,7 @@ constexpr int SEGMENT_SECONDS = 10;
 constexpr std::int64_t PACKETS_CHECKED_AT_FRONT = 24;
 constexpr std::size_t PACKETS_CHECKED_AT_END = 8;
 constexpr std::size_t PREROLL_OF_TAIL_CHECK = 16;
+constexpr std::int64_t MAX_RECENT_BYTES = 16 << 20;
 constexpr std::size_t WINDOW_BYTES = 256 * 1024;
 /// A container may put a header of its own between the place that it names and the sound.
 constexpr std::size_t LONGEST_PACKET_HEADER = 32;
@@ -63,8 +64,17 @@ void PacketScan::Add(const AVPacket& packet) {
     ++seen_;
 
     if (mode_ == Mode::Decoding) return;
-    recent_.push_back({OwnOrThrow<PacketPtr>(av_packet_clone(&packet)), next.decoded});
-    if (recent_.size() > PREROLL_OF_TAIL_CHECK + PACKETS_CHECKED_AT_END) recent_.pop_front();
+    KeepForTailCheck(packet, next.decoded);
+}
+
+void PacketScan::KeepForTailCheck(const AVPacket& packet, std::int64_t frames) {
+    recent_.push_back({OwnOrThrow<PacketPtr>(av_packet_clone(&packet)), frames});
+    recentBytes_ += packet.size;
+    while (recent_.size() > PREROLL_OF_TAIL_CHECK + PACKETS_CHECKED_AT_END ||
+           (recentBytes_ > MAX_RECENT_BYTES && recent_.size() > 1)) {
+        recentBytes_ -= recent_.front().packet->size;
+        recent_.pop_front();
+    }
 }
 
 std::int64_t PacketScan::CountFrames(const AVPacket& packet, std::int64_t* decoderSkip) {
@@ -87,7 +97,9 @@ std::int64_t PacketScan::CountFrames(const AVPacket& packet, std::int64_t* decod
         }
     }
     // A damaged packet keeps its place where its length is known all the same.
-    return decoded == 0 && !whole ? told : decoded;
+    if (decoded > 0 || whole) return decoded;
+    silentFrames_ += told;
+    return told;
 }
 
 void PacketScan::NoteFormat() {
@@ -188,6 +200,7 @@ bool PacketScan::Finish(StreamMap* map) {
     if (!direct_ && sawHeader_) map_.ForgetPositions();
     map_.SetDirect(direct_);
     map->traits = traits_;
+    map->silentFrames = silentFrames_;
     map->packets = std::move(map_);
     if (format_.format != AV_SAMPLE_FMT_NONE) {
         map->format = format_;

@@ -33,6 +33,7 @@ public:
         : file_(std::move(file)), map_(std::move(map)) {}
 
     bool Fetch(std::int64_t index, AVPacket* packet) override {
+        if (file_->IsInterrupted()) return false;
         const PacketRecord& record = map_->packets.Packet(index);
         const std::uint8_t* bytes = Bytes(record.position, record.size);
         if (bytes == nullptr || CheckOf(bytes, record.size) != record.check) return false;
@@ -76,7 +77,7 @@ public:
         : file_(std::move(file)), map_(std::move(map)) {}
 
     bool Fetch(std::int64_t index, AVPacket* packet) override {
-        if (index >= firstBroken_) return false;
+        if (index >= firstBroken_ || file_->IsInterrupted()) return false;
         if (const AVPacket* kept = Kept(index)) return Copy(*kept, packet);
         if (!IsNear(index) && !SeekNear(index) && !Reopen()) return Broken(index);
         if (ReadUpTo(index)) return Copy(*Kept(index), packet);
@@ -88,6 +89,7 @@ public:
 private:
     /// Covers the preroll of every codec, so that the next segment needs no seek.
     static constexpr std::size_t KEPT_PACKETS = 160;
+    static constexpr std::int64_t KEPT_BYTES = 16 << 20;
     /// Reading so many packets further costs no more than a seek.
     static constexpr std::int64_t NEAR_PACKETS = 400;
     /// Packets that may be read after a seek until only one place in the map fits them.
@@ -115,7 +117,7 @@ private:
 
     /// Opens the file afresh; the next packet is the first one.
     bool Reopen() {
-        kept_.clear();
+        ForgetKept();
         next_ = 0;
         demuxer_ = nullptr;
         const int stream = map_->streamIndex;
@@ -139,9 +141,18 @@ private:
     }
 
     void Keep(PacketPtr packet) {
+        keptBytes_ += packet->size;
         kept_.push_back(std::move(packet));
-        if (kept_.size() > KEPT_PACKETS) kept_.pop_front();
+        while (kept_.size() > KEPT_PACKETS || (keptBytes_ > KEPT_BYTES && kept_.size() > 1)) {
+            keptBytes_ -= kept_.front()->size;
+            kept_.pop_front();
+        }
         ++next_;
+    }
+
+    void ForgetKept() {
+        kept_.clear();
+        keptBytes_ = 0;
     }
 
     /// Reads on until the packet is kept; false when one on the way is not the one of the map.
@@ -165,7 +176,7 @@ private:
             const Segment& segment = segments[at - back];
             if (segment.prerollPacket > index) continue;
             if (demuxer_ == nullptr && !Reopen()) return false;
-            kept_.clear();
+            ForgetKept();
             if (av_seek_frame(demuxer_->Context(), map_->streamIndex, segment.prerollTime,
                               AVSEEK_FLAG_BACKWARD) < 0) {
                 continue;
@@ -218,6 +229,7 @@ private:
     std::shared_ptr<const StreamMap> map_;
     std::unique_ptr<Demuxer> demuxer_;
     std::deque<PacketPtr> kept_;
+    std::int64_t keptBytes_ = 0;
     std::int64_t next_ = 0;
     std::int64_t firstBroken_ = INT64_MAX;
 };

@@ -78,7 +78,8 @@ PcmResult MapPcm(const InputFile& file, Demuxer* demuxer, StreamMap* map) {
         end = packet->pos + packet->size;
     }
     const bool sawTail = !(seeks && first);
-    if (!sawTail || demuxer->DiskFailed() || end > file.Size()) return PcmResult::Disturbed;
+    if (!sawTail || demuxer->Failure() != MediaError::None || end > file.Size())
+        return PcmResult::Disturbed;
 
     map->pcm = layout;
     map->view = ViewOf(map->parameters->codec_id, map->format);

@@ -9,7 +9,7 @@
 
 namespace zrh::media {
 
-/// What GetSamples throws once an observer asked to stop.
+/// What GetSamples throws once an observer or an InterruptScope asked to stop.
 class SONREL_EXPORT ReadCancelled : public std::runtime_error {
 public:
     ReadCancelled() : std::runtime_error("the reading was cancelled") {}

@@ -31,7 +31,7 @@ public:
     ZRSampleDataType SampleDataType() const override { return view_.dataType; }
     int ChannelCount() const override { return channels_; }
     long long SampleCount() const override { return sampleCount_; }
-    /// @throws ReadCancelled when the observer of the file asked to stop
+    /// @throws ReadCancelled when the observer or the interrupt scope of the file asked to stop
     int GetSamples(long long start, int count, void* buffer, int bufferBytes,
                    int* samplesRead) override;
 
@@ -46,6 +46,8 @@ public:
     const std::shared_ptr<const InputFile>& File() const { return state_->file; }
     /// Why the stream cannot be read, or None.
     MediaError Error() const;
+    /// The reason for Error with its numbers; empty where the error alone says enough.
+    std::string Reason() const { return map_ == nullptr ? std::string() : map_->reason; }
 
 private:
     MediaError Read(long long start, int count, std::uint8_t* buffer, int bufferBytes,

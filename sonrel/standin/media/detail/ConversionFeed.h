@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "sonrel/contracts/media/ZRAbstractAudioStream.h"
 #include "sonrel/standin/media/MediaErrors.h"
@@ -23,6 +24,9 @@ public:
 
     /// Gives what comes next, valid until the next call. An empty list is the end.
     virtual MediaError Next(std::vector<SampleBlock>* blocks) = 0;
+    /// The reason for the last error with its numbers, as a clause; empty where the error alone
+    /// says enough.
+    virtual std::string Reason() const { return {}; }
 };
 
 /// @param feed  receives the feed; untouched when the stream cannot be read

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include "sonrel/standin/media/detail/Ffmpeg.h"
@@ -35,21 +36,34 @@ public:
     }
 
     /// Reads the next packet of the selected streams that has bytes in it.
-    /// @return true with a packet; false at the end, or when the container ends in damage
+    /// @return true with a packet; false at the end, when the container ends in damage, and after
+    ///         a failure
     bool Read(AVPacket* packet);
 
-    /// The disk failed at some point, so that an end that was met is not the file's end.
-    bool DiskFailed() const { return diskFailed_; }
+    /// Why an end that was met is not the file's end, or None: ReadFailed when the disk failed,
+    /// Cancelled when the host interrupted, ProbeLimit when too many bytes in a row gave nothing.
+    MediaError Failure() const;
 
 private:
     Demuxer() = default;
     static int ReadBytes(void* self, std::uint8_t* buffer, int size);
     static std::int64_t SeekBytes(void* self, std::int64_t offset, int whence);
+    static int IsStopped(void* self);
     MediaError OpenContext();
+    MediaError OpenFormat(const AVInputFormat& format);
+    MediaError FindStreams(const AVInputFormat& format);
+    void AllowInARow(std::int64_t bytes);
+    bool MayRead();
+    bool ReadsEveryStream() const;
 
     std::shared_ptr<const InputFile> file_;
     std::int64_t position_ = 0;
     bool diskFailed_ = false;
+    /// Cancelled, ProbeLimit, or None while reading may continue.
+    MediaError stop_ = MediaError::None;
+    /// Bytes that were read without a seek, and how many may be.
+    std::int64_t inARow_ = 0;
+    std::int64_t allowedInARow_ = INT64_MAX;
     AVIOContext* io_ = nullptr;
     AVFormatContext* context_ = nullptr;
 };

@@ -16,8 +16,7 @@ MediaError ScanFile(const std::shared_ptr<const InputFile>& file, std::unique_pt
                     FileMap* map);
 
 /// Frames by which an audio stream starts later than the file's picture; 0 without a picture.
-std::int64_t LeadFrames(const AVFormatContext& context, const AVStream& stream, int rate,
-                        std::int64_t fileSize);
+std::int64_t LeadFrames(const AVFormatContext& context, const AVStream& stream, int rate);
 
 /// The stream holds moving pictures, not a cover.
 bool IsPicture(const AVStream& stream);

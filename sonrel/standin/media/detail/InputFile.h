@@ -8,6 +8,7 @@
 
 #include "sonrel/standin/detail/FileIdentity.h"
 #include "sonrel/standin/media/MediaErrors.h"
+#include "sonrel/standin/media/detail/InterruptFlag.h"
 
 namespace zrh::media::detail {
 
@@ -26,7 +27,13 @@ public:
 
     /// Reads up to @p size bytes from @p offset.
     /// @return the bytes read, fewer than @p size at the file's end only; -1 when the disk failed
+    /// or
+    ///         the host interrupted
     std::int64_t ReadAt(std::int64_t offset, void* buffer, std::size_t size) const;
+
+    /// Whether the host asks to stop the work on this file: the InterruptScope in which it was
+    /// opened.
+    bool IsInterrupted() const { return interrupt_ != nullptr && interrupt_->Ask(); }
 
     /// As it was when the file was opened.
     const FileIdentity& Identity() const { return identity_; }
@@ -39,6 +46,7 @@ private:
     int descriptor_ = -1;
     std::string path_;
     FileIdentity identity_;
+    std::shared_ptr<InterruptFlag> interrupt_;
 };
 
 }  // namespace zrh::media::detail

@@ -23,6 +23,8 @@ public:
     int Prepare() override;
 
     const std::string& FormatName() const { return formatName_; }
+    /// Why Prepare failed, with its numbers; empty where its result alone says enough.
+    const std::string& Reason() const { return reason_; }
 
     ~MediaFile() override;
 
@@ -32,6 +34,7 @@ private:
 
     std::shared_ptr<FileState> state_;
     std::string formatName_;
+    std::string reason_;
     /// At the beginning of the file until the preparation; null afterwards.
     std::unique_ptr<Demuxer> demuxer_;
     std::vector<std::shared_ptr<ZRAbstractAudioStream>> streams_;

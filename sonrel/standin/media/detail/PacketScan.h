@@ -46,6 +46,7 @@ private:
     void NoteTime(const AVPacket& packet);
     void BeginSegmentIfDue(const AVPacket& packet);
     void Commit();
+    void KeepForTailCheck(const AVPacket& packet, std::int64_t frames);
     bool CheckTail();
 
     std::shared_ptr<const InputFile> file_;
@@ -72,6 +73,9 @@ private:
         std::int64_t frames = 0;
     };
     std::deque<Recent> recent_;
+    std::int64_t recentBytes_ = 0;
+    /// Frames of packets that did not decode.
+    std::int64_t silentFrames_ = 0;
     bool hasPending_ = false;
     Pending pending_;
     std::int64_t carriedSkip_ = 0;

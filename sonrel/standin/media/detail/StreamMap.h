@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "sonrel/standin/media/MediaErrors.h"
@@ -23,6 +24,8 @@ struct PcmLayout {
 struct StreamMap {
     /// Why the stream cannot be read, or None.
     MediaError error = MediaError::Undecodable;
+    /// The reason with its numbers, as a clause; empty where the error alone says enough.
+    std::string reason;
     int streamIndex = 0;
     std::shared_ptr<const AVCodecParameters> parameters;
     AVRational timeBase = {1, 1};
@@ -31,6 +34,8 @@ struct StreamMap {
     ViewFormat view;
     /// Silence in front of the first sample, in frames.
     std::int64_t leadFrames = 0;
+    /// Silence for packets that did not decode, as far as the scan decoded them.
+    std::int64_t silentFrames = 0;
     /// Length of the stream in frames, the silence in front included.
     std::int64_t totalFrames = 0;
     std::optional<PcmLayout> pcm;
@@ -40,6 +45,8 @@ struct StreamMap {
 /// The audio streams of a file, in file order.
 struct FileMap {
     std::vector<std::shared_ptr<const StreamMap>> streams;
+    /// Why no stream can be read, with its numbers; empty where the error alone says enough.
+    std::string reason;
 
     /// The map of a stream by its place among all streams of the file; null for none.
     std::shared_ptr<const StreamMap> Find(int streamIndex) const {
