@@ -57,8 +57,8 @@ void MixLayerIntoBlock(AudioMixerImpl& mixer, const LayerBlock& block,
 
 int MixCompositionBlock(AudioMixerImpl& mixer, const std::shared_ptr<project::Project>& project,
                         const std::shared_ptr<project::CompositionAsset>& composition,
-                        long long start, int count, short* output, int rate, Metering metering) {
-    const double frameRate = composition->Settings().FrameRate();
+                        long long start, int count, short* output, int rate, double frameRate,
+                        Metering metering) {
     if (count > zrtl::SamplesPerFrame(rate, frameRate)) return TOO_LONG;
 
     const LayerBlock block{project,
@@ -85,9 +85,10 @@ int GetCompositionSamples(AudioMixerImpl& mixer, const std::shared_ptr<project::
                           long long start, int count, unsigned char* buffer, int rateOverride,
                           int sampleRate, Metering metering) {
     return WalkBlocks(composition->Settings(), start, count, buffer, rateOverride, sampleRate,
-                      [&](long long blockStart, int blockCount, short* output, int rate) {
+                      [&](long long blockStart, int blockCount, short* output, int rate,
+                          double frameRate) {
                           return MixCompositionBlock(mixer, project, composition, blockStart,
-                                                     blockCount, output, rate, metering);
+                                                     blockCount, output, rate, frameRate, metering);
                       });
 }
 

@@ -99,9 +99,8 @@ BlockLevels ReadMasterLevels(std::mutex& mutex, const project::EditorSequence& s
 
 int MixSequenceBlock(AudioMixerImpl& mixer, const std::shared_ptr<project::Project>& project,
                      const std::shared_ptr<project::EditorSequence>& sequence, long long start,
-                     int count, short* output, int rate) {
+                     int count, short* output, int rate, double frameRate) {
     const bool metered = mixer.meterSessionActive;
-    const double frameRate = sequence->Settings().FrameRate();
     if (count > zrtl::SamplesPerFrame(rate, frameRate)) return TOO_LONG;
 
     const BlockTimes times = BlockTimes::OnTimeline(start, count, rate);
@@ -133,9 +132,10 @@ int GetSequenceSamples(AudioMixerImpl& mixer, const std::shared_ptr<project::Pro
                        const std::shared_ptr<project::EditorSequence>& sequence, long long start,
                        int count, unsigned char* buffer, int rateOverride, int sampleRate) {
     return WalkBlocks(sequence->Settings(), start, count, buffer, rateOverride, sampleRate,
-                      [&](long long blockStart, int blockCount, short* output, int rate) {
+                      [&](long long blockStart, int blockCount, short* output, int rate,
+                          double frameRate) {
                           return MixSequenceBlock(mixer, project, sequence, blockStart, blockCount,
-                                                  output, rate);
+                                                  output, rate, frameRate);
                       });
 }
 

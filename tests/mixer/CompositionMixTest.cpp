@@ -150,7 +150,7 @@ TEST_F(CompositionMix, RefusesABlockOfMoreThanAFrame) {
     const auto mix = [&](int count) {
         return sonrel::detail::MixCompositionBlock(mixer, builder_.Project(), composition_, 0,
                                                    count, reinterpret_cast<short*>(buffer.Data()),
-                                                   48000, sonrel::detail::Metering::Off);
+                                                   48000, 25.0, sonrel::detail::Metering::Off);
     };
 
     EXPECT_EQ(mix(FRAME + 1), -3);

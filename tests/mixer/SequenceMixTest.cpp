@@ -212,7 +212,7 @@ TEST_F(SequenceMix, RefusesABlockOfMoreThanAFrame) {
     const auto mix = [&](int count) {
         return sonrel::detail::MixSequenceBlock(mixer, builder_.Project(), builder_.Sequence(), 0,
                                                 count, reinterpret_cast<short*>(buffer.Data()),
-                                                48000);
+                                                48000, 25.0);
     };
 
     EXPECT_EQ(mix(1921), -3);

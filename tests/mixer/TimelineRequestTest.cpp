@@ -66,6 +66,22 @@ TYPED_TEST(TimelineRequest, OfTheWholeTimelineIsAccepted) {
     EXPECT_EQ(rig.Request(0, TWO_FRAMES_TOTAL).result, TWO_FRAMES_TOTAL);
 }
 
+// At 50 frames a second a block of 1920 samples is longer than a video frame.
+TYPED_TEST(TimelineRequest, KeepsItsFrameRateWhenAnEffectChangesIt) {
+    TimelineRig<TypeParam> rig(TWO_FRAMES, Counting(TWO_FRAMES_TOTAL));
+    rig.spy->onProcess = [&](const ProcessCall&, short*) {
+        rig.timeline->Settings().SetFrameRate(50.0);
+    };
+
+    const Mix mix = rig.Request(0, TWO_FRAMES_TOTAL);
+
+    EXPECT_EQ(mix.result, TWO_FRAMES_TOTAL);
+    EXPECT_THAT(rig.BlockLengths(), ElementsAre(1920, 1920));
+    EXPECT_EQ(mix[0], Frame(0, -30000));
+    EXPECT_EQ(rig.Request(0, 1920).result, 1920);
+    EXPECT_THAT(rig.BlockLengths(), ElementsAre(1920, 1920, 960, 960));
+}
+
 TYPED_TEST(TimelineRequest, ThatStartsBeforeTheTimelineIsRefused) {
     TimelineRig<TypeParam> rig(TWO_FRAMES, Counting(TWO_FRAMES_TOTAL));
 

@@ -20,7 +20,10 @@ constexpr unsigned int LONGEST_REQUEST_SECONDS = 60;
 /// Checks a request and runs it block by block, from @p start in steps of exactly one video frame's
 /// worth of samples; the last block is the remainder. Blocks are not aligned to video frames, and
 /// their cuts can be heard in level ramps, so they are not balanced either.
-/// @param mixBlock  int(long long start, int count, short* output, int rate)
+///
+/// Length, sample rate and frame rate are read once, before the first block: a change that an
+/// effect makes to them takes hold with the next request.
+/// @param mixBlock  int(long long start, int count, short* output, int rate, double frameRate)
 /// @return @p count or a negative code; nothing is written on a negative one
 template <class MixBlock>
 int WalkBlocks(const project::AudioVideoSettings& settings, long long start, int count,
@@ -28,9 +31,10 @@ int WalkBlocks(const project::AudioVideoSettings& settings, long long start, int
     const bool overridden = (rateOverride & 1) != 0;
     if (overridden && sampleRate > HIGHEST_OVERRIDE_RATE) return RATE_TOO_HIGH;
     const int rate = overridden ? sampleRate : settings.AudioSampleRateValue();
+    const double frameRate = settings.FrameRate();
 
-    const long long total = zrtl::TotalSamples(settings.FrameCount(), rate, settings.FrameRate());
-    const int samplesPerFrame = zrtl::SamplesPerFrame(rate, settings.FrameRate());
+    const long long total = zrtl::TotalSamples(settings.FrameCount(), rate, frameRate);
+    const int samplesPerFrame = zrtl::SamplesPerFrame(rate, frameRate);
     if (start < 0 || start > total || count < 1 || count > total - start) return OUT_OF_RANGE;
     const auto longest =
         static_cast<std::int32_t>(static_cast<std::uint32_t>(rate) * LONGEST_REQUEST_SECONDS);
@@ -42,7 +46,7 @@ int WalkBlocks(const project::AudioVideoSettings& settings, long long start, int
     int done = 0;
     while (done < count) {
         const int chunk = count - done < samplesPerFrame ? count - done : samplesPerFrame;
-        const int mixed = mixBlock(start + done, chunk, output + 2 * done, rate);
+        const int mixed = mixBlock(start + done, chunk, output + 2 * done, rate, frameRate);
         if (mixed < 1) return mixed;
         done += mixed;
     }

@@ -18,10 +18,12 @@ enum class Metering { Off, Allowed };
 /// Mixes one block of a composition: its layers, the master meter, the conversion.
 ///
 /// Layers are picked by the block's one video frame alone, as objects are.
+/// @param frameRate  of the request: an effect may change that of the settings meanwhile
 /// @return @p count, or -3 when it is above one video frame's worth
 int MixCompositionBlock(AudioMixerImpl& mixer, const std::shared_ptr<project::Project>& project,
                         const std::shared_ptr<project::CompositionAsset>& composition,
-                        long long start, int count, short* output, int rate, Metering metering);
+                        long long start, int count, short* output, int rate, double frameRate,
+                        Metering metering);
 
 /// Mixes a request of any length up to 60 seconds, in blocks of one video frame's worth.
 /// Arguments and results are those of the mixer's public form.
