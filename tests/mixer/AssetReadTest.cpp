@@ -167,6 +167,7 @@ TEST_F(AssetRead, ByTheAnyAssetFormReadsMediaAtTheirOwnSpeed) {
 class MergedRead : public AssetRead {
 protected:
     MergedRead() {
+        asset_->SetMerged(L"/media/sound.wav");
         stream().SetMergedSampleRange(100, 1000);
         stream().SetConformedSampleCount(1000);
         EXPECT_TRUE(file_.Open(stream().ConformedFilePath()));
@@ -284,7 +285,7 @@ TEST_F(MergedRead, AtTheLengthOfTheStreamGivesNothing) {
 }
 
 TEST_F(MergedRead, OfAStreamThatIsNotMergedIsTheReadOfTheFile) {
-    stream().ClearMergedSampleRange();
+    asset_->ClearMerged();
 
     const StreamRead result = ReadStream(450, 100);
 

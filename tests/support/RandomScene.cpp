@@ -222,6 +222,7 @@ void RealisedScene::AddMedia(const literal::Scene& scene) {
         if (from.merged) stream->SetMergedSampleRange(from.mergedFirst, from.mergedEnd);
         media_.push_back(std::make_shared<project::MediaAsset>(project_->Manager(), L"take.wav"));
         media_.back()->SetAudioStream(std::move(stream));
+        if (from.merged) media_.back()->SetMerged(L"sound.wav");
         project_->Assets().Add(media_.back());
     }
 }

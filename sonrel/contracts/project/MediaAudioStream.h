@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -47,10 +48,12 @@ public:
     /// The frame rate that timing uses for an asset without video.
     double FrameRate() const;
 
-    /// The samples come from another file that is merged with the asset.
+    /// MediaAsset::IsMerged of the asset that the stream belongs to: the samples come from another
+    /// file that is merged with the asset. False for a stream without an asset.
     bool IsMerged() const;
     /// first: the position on the asset's timeline of the merged file's first sample; second: the
-    /// end of valid positions, exclusive.
+    /// end of valid positions, exclusive. Until one is set, the range of the conformed samples from
+    /// position 0.
     std::pair<long long, long long> MergedSampleRange() const;
 
     std::wstring const& WaveformPeakFilePath() const;
@@ -60,15 +63,18 @@ public:
 
     /// @throws std::invalid_argument when not finite and above 0
     void SetFrameRate(double frameRate);
-    /// Makes the stream a merged one.
+    /// Sets where the merged file is placed. It counts while the asset is merged.
     /// @throws std::invalid_argument when a position is negative or @p end is below @p first
     void SetMergedSampleRange(long long first, long long end);
+    /// Forgets the range that was set.
     void ClearMergedSampleRange();
     /// Overrides the length that SetConformedFile read.
     /// @throws std::invalid_argument when negative
     void SetConformedSampleCount(long long count);
 
 private:
+    friend class MediaAsset;
+
     ZRAudioCodec codec_;
     int nativeRate_;
     long long nativeCount_;
@@ -77,8 +83,8 @@ private:
     std::wstring conformedPath_;
     int conformedRate_ = 0;
     long long conformedCount_ = 0;
-    bool merged_ = false;
-    std::pair<long long, long long> mergedRange_{0, 0};
+    bool merged_ = false;  // written by the asset
+    std::optional<std::pair<long long, long long>> mergedRange_;
     std::wstring peakPath_;
     bool previewAvailable_ = false;
 };

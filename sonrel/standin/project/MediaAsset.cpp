@@ -70,6 +70,7 @@ std::shared_ptr<orlo::project::MediaManager> MediaAsset::MediaManager() const {
 
 void MediaAsset::SetAudioStream(std::unique_ptr<MediaAudioStream> stream) {
     audio_ = std::move(stream);
+    if (audio_) audio_->merged_ = merged_;
 }
 
 void MediaAsset::SetVideoStream(std::unique_ptr<MediaVideoStream> stream) {
@@ -83,11 +84,13 @@ void MediaAsset::SetAudioStreamIndex(unsigned long long index) {
 void MediaAsset::SetMerged(std::wstring mergedAudioFilename) {
     mergedAudioFilename_ = std::move(mergedAudioFilename);
     merged_ = true;
+    if (audio_) audio_->merged_ = true;
 }
 
 void MediaAsset::ClearMerged() {
     mergedAudioFilename_.clear();
     merged_ = false;
+    if (audio_) audio_->merged_ = false;
 }
 
 }  // namespace orlo::project

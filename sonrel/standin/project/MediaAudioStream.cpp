@@ -62,7 +62,7 @@ bool MediaAudioStream::IsMerged() const {
 }
 
 std::pair<long long, long long> MediaAudioStream::MergedSampleRange() const {
-    return mergedRange_;
+    return mergedRange_.value_or(std::pair(0LL, conformedCount_));
 }
 
 std::wstring const& MediaAudioStream::WaveformPeakFilePath() const {
@@ -92,12 +92,10 @@ void MediaAudioStream::SetMergedSampleRange(long long first, long long end) {
             "a merged range must begin at 0 or later and not end before it");
     }
     mergedRange_ = {first, end};
-    merged_ = true;
 }
 
 void MediaAudioStream::ClearMergedSampleRange() {
-    mergedRange_ = {0, 0};
-    merged_ = false;
+    mergedRange_.reset();
 }
 
 void MediaAudioStream::SetConformedSampleCount(long long count) {

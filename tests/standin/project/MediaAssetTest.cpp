@@ -173,13 +173,40 @@ TEST(MediaAudioStream, KeepsItsPeakFile) {
     EXPECT_TRUE(stream.WaveformPreviewAvailable());
 }
 
-TEST(MediaAudioStream, AMergedRangeMakesItMerged) {
+TEST(MediaAudioStream, IsMergedWhenItsAssetIs) {
+    MediaAsset asset(nullptr, L"/m/a.wav");
+    asset.SetAudioStream(Audio());
+    EXPECT_FALSE(asset.AudioStream()->IsMerged());
+
+    asset.SetMerged(L"/m/b.wav");
+    EXPECT_TRUE(asset.AudioStream()->IsMerged());
+    EXPECT_TRUE(MediaAsset(asset).AudioStream()->IsMerged());
+    asset.SetAudioStream(Audio());
+    EXPECT_TRUE(asset.AudioStream()->IsMerged());
+    asset.SetAudioStream(nullptr);
+    asset.ClearMerged();
+    asset.SetAudioStream(Audio());
+    EXPECT_FALSE(asset.AudioStream()->IsMerged());
+}
+
+TEST(MediaAudioStream, AMergedRangeDoesNotMakeItMerged) {
     MediaAudioStream stream(44100, 1000, ZRAudioCodec::Pcm);
+
     stream.SetMergedSampleRange(10, 50);
-    EXPECT_TRUE(stream.IsMerged());
-    EXPECT_EQ(stream.MergedSampleRange(), std::make_pair(10LL, 50LL));
-    stream.ClearMergedSampleRange();
+
     EXPECT_FALSE(stream.IsMerged());
+    EXPECT_EQ(stream.MergedSampleRange(), std::make_pair(10LL, 50LL));
+}
+
+TEST(MediaAudioStream, AMergedRangeThatIsNotSetIsThatOfTheConformedSamples) {
+    MediaAudioStream stream(44100, 1000, ZRAudioCodec::Pcm);
+    stream.SetConformedSampleCount(777);
+    EXPECT_EQ(stream.MergedSampleRange(), std::make_pair(0LL, 777LL));
+
+    stream.SetMergedSampleRange(10, 50);
+    stream.ClearMergedSampleRange();
+
+    EXPECT_EQ(stream.MergedSampleRange(), std::make_pair(0LL, 777LL));
 }
 
 TEST(MediaAudioStream, ImpossibleNumbersAreRefused) {
