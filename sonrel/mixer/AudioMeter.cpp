@@ -21,17 +21,17 @@ void AudioMeter::StartMeterSession(int blockFrames) {
     const ZRScopedLock guard(impl_->lock);
     impl_->blockFrames = blockFrames;
     impl_->blocks.clear();
-    impl_->currentBlock = AudioTrackMetrics();
+    ++impl_->session;
     impl_->active.exchange(true);
 }
 
 void AudioMeter::StopMeterSession() {
     const ZRScopedLock guard(impl_->lock);
     if (!impl_->active) return;
-    if (impl_->currentBlock.sampleCount > 0) {
-        impl_->blocks.push_back(impl_->currentBlock);
-        impl_->currentBlock = AudioTrackMetrics();
-    }
+    // A block of an earlier session is not of this one. The block is left to the thread that feeds
+    // the meter, which begins an empty one in the next session.
+    const AudioTrackMetrics last = impl_->currentBlock.Metrics();
+    if (impl_->fedSession == impl_->session && last.sampleCount > 0) impl_->blocks.push_back(last);
     impl_->active.exchange(false);
 }
 
@@ -39,7 +39,7 @@ void AudioMeter::Restart() {
     const ZRScopedLock guard(impl_->lock);
     if (!impl_->active) return;
     impl_->blocks.clear();
-    impl_->currentBlock = AudioTrackMetrics();
+    ++impl_->session;
 }
 
 void AudioMeter::ProcessSamples(const float* samples, int frames) {
@@ -62,28 +62,48 @@ unsigned long long AudioMeter::MeterBlockCount() const {
 }
 
 const AudioTrackMetrics& AudioMeter::MetricsForBlock(unsigned long long index) const {
+    static const AudioTrackMetrics NO_BLOCK;
     const ZRScopedLock guard(impl_->lock);
-    return impl_->blocks[index];
+    return index < impl_->blocks.size() ? impl_->blocks[index] : NO_BLOCK;
 }
 
 namespace detail {
 
-void CountFrames(AudioMeterImpl& meter, int frames, const StereoPeaks& peaks) {
-    AudioTrackMetrics& block = meter.currentBlock;
-    for (const int channel : {0, 1}) {
-        block.peak[channel] = std::max(block.peak[channel], peaks.peak[channel]);
-        block.clipped[channel] |= peaks.clipped[channel];
-    }
-    block.sampleCount += frames;
-    if (block.sampleCount != meter.blockFrames) return;
+void JoinSession(AudioMeterImpl& meter) {
     const ZRScopedLock guard(meter.lock);
-    meter.blocks.push_back(block);
-    block = AudioTrackMetrics();
+    meter.currentBlock.Clear();
+    meter.fedBlockFrames = meter.blockFrames;
+    meter.fedSession.store(meter.session);
 }
 
-AudioTrackMetrics AudioMeterAccess::CopyBlock(const AudioMeter& meter, unsigned long long index) {
+void CountFrames(AudioMeterImpl& meter, int frames, const StereoPeaks& peaks) {
+    meter.currentBlock.Count(frames, peaks);
+    if (meter.currentBlock.SampleCount() != meter.fedBlockFrames) return;
+    const ZRScopedLock guard(meter.lock);
+    if (meter.active && meter.fedSession == meter.session) {
+        meter.blocks.push_back(meter.currentBlock.Metrics());
+    }
+    meter.currentBlock.Clear();
+}
+
+AudioTrackMetrics AudioMeterAccess::MergedBlocks(const AudioMeter& meter, unsigned long long first,
+                                                 unsigned long long last) {
     const ZRScopedLock guard(meter.impl_->lock);
-    return meter.impl_->blocks[index];
+    const auto& blocks = meter.impl_->blocks;
+    AudioTrackMetrics merged;
+    for (unsigned long long i = first; i <= last && i < blocks.size(); ++i) {
+        merged.sampleCount += blocks[i].sampleCount;
+        for (const int channel : {0, 1}) {
+            merged.peak[channel] = std::max(merged.peak[channel], blocks[i].peak[channel]);
+            merged.clipped[channel] |= blocks[i].clipped[channel];
+        }
+    }
+    return merged;
+}
+
+int AudioMeterAccess::RunningBlockFrames(const AudioMeter& meter) {
+    const ZRScopedLock guard(meter.impl_->lock);
+    return meter.impl_->active ? meter.impl_->blockFrames : 0;
 }
 
 AudioMeterImpl& AudioMeterAccess::Record(AudioMeter& meter) {

@@ -19,8 +19,9 @@ struct AudioMeterAccess;
 /// Blocks are cut by counted sample frames alone and are kept, in time order, until the next
 /// session or restart. A moved-from meter may only be destroyed or assigned to.
 ///
-/// Threads: one thread feeds the meter with ProcessSamples, and any thread may read the finished
-/// blocks meanwhile. A session is started, stopped or restarted while nothing feeds it.
+/// Threads: one thread at a time feeds the meter with ProcessSamples. Any thread may read the
+/// finished blocks, and start, stop or restart a session, meanwhile. Frames that are being fed at
+/// that moment may be missing from the old session, and the new one begins with frames fed later.
 class SONREL_EXPORT AudioMeter {
 public:
     AudioMeter();
@@ -50,8 +51,8 @@ public:
     unsigned long long MeterBlockCount() const;
 
     /// A finished block.
-    /// @param index  below MeterBlockCount(); not checked
-    /// @return a reference that the next finished block, start or restart may end
+    /// @return a reference that is valid until the next start or restart; an empty record for an
+    ///         index that is not below MeterBlockCount()
     const AudioTrackMetrics& MetricsForBlock(unsigned long long index) const;
 
 private:

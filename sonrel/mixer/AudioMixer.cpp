@@ -2,7 +2,6 @@
 #include "sonrel/mixer/AudioMixer.h"
 
 #include "sonrel/mixer/detail/AssetSource.h"
-#include "sonrel/mixer/detail/AudioMeterAccess.h"
 #include "sonrel/mixer/detail/AudioMixerImpl.h"
 #include "sonrel/mixer/detail/CompositionMix.h"
 #include "sonrel/mixer/detail/ObjectRender.h"
@@ -85,37 +84,27 @@ std::mutex& AudioMixer::Mutex() const {
 }
 
 void AudioMixer::StartMeterSession(unsigned long long trackCount, int blockFrames) {
-    if (impl_->trackMeters.size() != trackCount) {
-        impl_->trackMeters = std::vector<AudioMeter>(trackCount);
-    }
-    impl_->masterMeter.StartMeterSession(blockFrames);
-    for (AudioMeter& meter : impl_->trackMeters) meter.StartMeterSession(blockFrames);
-    impl_->meterSessionActive = true;
+    impl_->meters.Start(trackCount, blockFrames);
 }
 
 void AudioMixer::StopMeterSession() {
-    impl_->masterMeter.StopMeterSession();
-    for (AudioMeter& meter : impl_->trackMeters) meter.StopMeterSession();
-    impl_->meterSessionActive = false;
+    impl_->meters.Stop();
 }
 
 void AudioMixer::RestartMeterSession() {
-    impl_->masterMeter.Restart();
-    for (AudioMeter& meter : impl_->trackMeters) meter.Restart();
+    impl_->meters.Restart();
 }
 
 unsigned long long AudioMixer::MeterBlockCount() const {
-    return impl_->masterMeter.MeterBlockCount();
+    return impl_->meters.BlockCount();
 }
 
 AudioMetrics AudioMixer::MetricsForBlock(unsigned long long index) const {
-    AudioMetrics metrics;
-    metrics.masterMetrics = detail::AudioMeterAccess::CopyBlock(impl_->masterMeter, index);
-    metrics.trackMetrics.reserve(impl_->trackMeters.size());
-    for (const AudioMeter& meter : impl_->trackMeters) {
-        metrics.trackMetrics.push_back(detail::AudioMeterAccess::CopyBlock(meter, index));
-    }
-    return metrics;
+    return impl_->meters.Blocks(index, index);
+}
+
+AudioMetrics AudioMixer::MetricsForBlocks(unsigned long long first, unsigned long long last) const {
+    return impl_->meters.Blocks(first, last);
 }
 
 }  // namespace orlo::sonrel

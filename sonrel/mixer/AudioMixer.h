@@ -30,9 +30,11 @@ struct AudioMixerImpl;
 /// A sample is a stereo frame: two signed 16-bit values, left first, four bytes. Positions and
 /// counts are in samples at the sample rate in force, counted from the beginning of what is read.
 ///
-/// Threads: one GetSamples call at a time on one mixer. The meter reads may run beside it. The
-/// project is read live: a host that edits flags, levels or balance while something mixes holds
-/// Mutex() around the edit, and makes structural edits while nothing mixes.
+/// Threads: one GetSamples call at a time on one mixer. All meter operations may run on any thread
+/// at any moment, next to a mix and next to each other. Dither(), SetDither and ResetMixSession are
+/// for the thread that mixes, or for any thread while nothing mixes. The project is read live: a
+/// host that edits flags, levels or balance while something mixes holds Mutex() around the edit,
+/// and makes structural edits while nothing mixes.
 ///
 /// The mix catches nothing: an exception from the project, a plugin or the allocator passes up to
 /// the caller, and the mixer is usable afterwards.
@@ -70,8 +72,9 @@ public:
     /// Reads an asset of either kind at its own speed. Nothing converts between rates.
     /// @param sampleRate  hertz
     /// @param bufferSize  bytes of room in @p buffer
-    /// @return samples written; 0 when there is nothing at that place; -1 for a negative start or
-    ///         count; for compositions also the negative results of the composition form
+    /// @return samples written; 0 when there is nothing at that place. For a media asset -1 for a
+    ///         negative start or count. For a composition 0 for a negative start, -1 for a count
+    ///         below 1, and the other negative results of the composition form
     int GetSamples(const std::shared_ptr<project::Project>& project,
                    const std::shared_ptr<project::AbstractAsset>& asset, long long start, int count,
                    int sampleRate, unsigned char* buffer, int bufferSize) const;
@@ -103,30 +106,52 @@ public:
                    zrtl::ZRID stopAtEffect) const;
 
     /// Starts the noise stream afresh with the stored type and seed. Meters, pools and open files
-    /// stay as they are.
+    /// stay as they are. Not while GetSamples runs on another thread: nothing guards the noise.
     void ResetMixSession();
-    /// The stored dither type.
+    /// The stored dither type. Not while another thread calls SetDither.
     DitherType Dither() const;
     /// Stores type and seed and starts the noise stream afresh. The default is
-    /// HighPassTriangular with DITHER_SEED_RANDOM.
+    /// HighPassTriangular with DITHER_SEED_RANDOM. Not while GetSamples runs on another thread.
     void SetDither(DitherType type, unsigned int seed);
 
-    /// The lock under which the mix reads flags, levels and balance; never held while rendering.
+    /// The lock under which the mix reads flags, levels and balance. The mix takes it for single
+    /// reads, and never holds it while it renders or while a plugin runs.
+    ///
+    /// Any thread may take it, a plugin too. Hold it for the edit only, because the mix waits for
+    /// it. It is not recursive: GetSamples never returns on a thread that holds it. The meter
+    /// operations do not take it.
     std::mutex& Mutex() const;
 
     /// Starts metering: sequence mixes feed the track meters and the master meter, composition
-    /// mixes the master meter.
-    /// @param trackCount   one meter a track, in the order of the sequence's tracks
+    /// mixes the master meter. The blocks of the session before are dropped.
+    ///
+    /// Any thread, at any moment, a plugin during a mix included. A mix block, which is a video
+    /// frame long at most, that is under way belongs to the session that ran when it began: the new
+    /// session starts with the next mix block.
+    /// @param trackCount   one meter a track, in the order of the sequence's tracks. A track that
+    /// is
+    ///                     added later has no meter; the meter of a track that is removed gets
+    ///                     silence
     /// @param blockFrames  samples in a meter block; below 1 no meter starts
     void StartMeterSession(unsigned long long trackCount, int blockFrames);
+    /// Ends metering. The rest since the last full block becomes one short last block, and all
+    /// blocks stay readable. Any thread, at any moment; it never waits for a mix. Samples of a mix
+    /// block that is under way count for the meters that they have reached.
     void StopMeterSession();
-    /// Drops what was gathered and goes on.
+    /// Drops the blocks and continues with an empty one. Nothing happens without a session. Any
+    /// thread, at any moment; a mix block that is under way is dropped too.
     void RestartMeterSession();
-    /// Finished blocks of the master meter.
+    /// Finished blocks of the master meter. Any thread, at any moment.
     unsigned long long MeterBlockCount() const;
-    /// A copy of one finished block of every meter. Safe while a mix runs.
-    /// @param index  below MeterBlockCount(); not checked
+    /// A copy of one finished block of every meter, all of one session. Any thread, at any moment.
+    /// @param index  any; a meter that does not have this block gives an empty record, as the track
+    ///               meters do after a composition mix
+    /// @return one record for each track meter and one for the master
     AudioMetrics MetricsForBlock(unsigned long long index) const;
+    /// The blocks from @p first to @p last as one block, all of one session: summed sample counts,
+    /// greatest peaks, any clipping. A block that a meter does not have adds nothing. Any thread,
+    /// at any moment.
+    AudioMetrics MetricsForBlocks(unsigned long long first, unsigned long long last) const;
 
 private:
     friend class Sonrel;

@@ -73,9 +73,9 @@ int MixCompositionBlock(AudioMixerImpl& mixer, const std::shared_ptr<project::Pr
         MixLayerIntoBlock(mixer, block, layer, floats.get(), samples);
     });
 
-    if (metering == Metering::Allowed && mixer.meterSessionActive) {
-        mixer.masterMeter.ProcessSamples(floats.get(), count);
-    }
+    const std::shared_ptr<const MeterSet> meters =
+        metering == Metering::Allowed ? mixer.meters.ForMixBlock() : nullptr;
+    if (meters) meters->master->ProcessSamples(floats.get(), count);
     mixer.converter.FloatToInt16(floats.get(), output, count);
     return count;
 }
@@ -84,12 +84,12 @@ int GetCompositionSamples(AudioMixerImpl& mixer, const std::shared_ptr<project::
                           const std::shared_ptr<project::CompositionAsset>& composition,
                           long long start, int count, unsigned char* buffer, int rateOverride,
                           int sampleRate, Metering metering) {
-    return WalkBlocks(composition->Settings(), start, count, buffer, rateOverride, sampleRate,
-                      [&](long long blockStart, int blockCount, short* output, int rate,
-                          double frameRate) {
-                          return MixCompositionBlock(mixer, project, composition, blockStart,
-                                                     blockCount, output, rate, frameRate, metering);
-                      });
+    return WalkBlocks(
+        composition->Settings(), start, count, buffer, rateOverride, sampleRate,
+        [&](long long blockStart, int blockCount, short* output, int rate, double frameRate) {
+            return MixCompositionBlock(mixer, project, composition, blockStart, blockCount, output,
+                                       rate, frameRate, metering);
+        });
 }
 
 }  // namespace orlo::sonrel::detail

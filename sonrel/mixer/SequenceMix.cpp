@@ -100,7 +100,7 @@ BlockLevels ReadMasterLevels(std::mutex& mutex, const project::EditorSequence& s
 int MixSequenceBlock(AudioMixerImpl& mixer, const std::shared_ptr<project::Project>& project,
                      const std::shared_ptr<project::EditorSequence>& sequence, long long start,
                      int count, short* output, int rate, double frameRate) {
-    const bool metered = mixer.meterSessionActive;
+    const std::shared_ptr<const MeterSet> meters = mixer.meters.ForMixBlock();
     if (count > zrtl::SamplesPerFrame(rate, frameRate)) return TOO_LONG;
 
     const BlockTimes times = BlockTimes::OnTimeline(start, count, rate);
@@ -112,18 +112,17 @@ int MixSequenceBlock(AudioMixerImpl& mixer, const std::shared_ptr<project::Proje
     auto& tracks = sequence->AudioTracks();
     for (std::size_t i = 0; i < tracks.size(); ++i) {
         const std::shared_ptr<project::AudioTrack> track = tracks[i];
-        // A track that came after the session started has no meter.
-        AudioMeter* const meter =
-            metered && i < mixer.trackMeters.size() ? &mixer.trackMeters[i] : nullptr;
+        AudioMeter* const meter = meters ? meters->Track(i) : nullptr;
         const TrackBlock block{project, sequence, *track, frame, start, count, rate};
         const bool silent = IsMuted(mixer.mutex, *track) || solo.Excludes(i) ||
                             !MixTrack(mixer, block, times, floats.get(), samples, meter);
         if (silent && meter) meter->ProcessSamples(nullptr, count);
     }
+    if (meters) meters->FeedRemovedTracks(tracks.size(), count);
 
     const BlockLevels master = ReadMasterLevels(mixer.mutex, *sequence, times);
     ApplyMasterLevel(floats.get(), count, master.start, master.end);
-    if (metered) mixer.masterMeter.ProcessSamples(floats.get(), count);
+    if (meters) meters->master->ProcessSamples(floats.get(), count);
     mixer.converter.FloatToInt16(floats.get(), output, count);
     return count;
 }
@@ -131,12 +130,12 @@ int MixSequenceBlock(AudioMixerImpl& mixer, const std::shared_ptr<project::Proje
 int GetSequenceSamples(AudioMixerImpl& mixer, const std::shared_ptr<project::Project>& project,
                        const std::shared_ptr<project::EditorSequence>& sequence, long long start,
                        int count, unsigned char* buffer, int rateOverride, int sampleRate) {
-    return WalkBlocks(sequence->Settings(), start, count, buffer, rateOverride, sampleRate,
-                      [&](long long blockStart, int blockCount, short* output, int rate,
-                          double frameRate) {
-                          return MixSequenceBlock(mixer, project, sequence, blockStart, blockCount,
-                                                  output, rate, frameRate);
-                      });
+    return WalkBlocks(
+        sequence->Settings(), start, count, buffer, rateOverride, sampleRate,
+        [&](long long blockStart, int blockCount, short* output, int rate, double frameRate) {
+            return MixSequenceBlock(mixer, project, sequence, blockStart, blockCount, output, rate,
+                                    frameRate);
+        });
 }
 
 }  // namespace orlo::sonrel::detail

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <mutex>
 #include <thread>
 #include <utility>
 
@@ -39,9 +40,24 @@ long long SampleOfFrame(const PlaybackEngineImpl& engine, int frame) {
     return zrtl::FrameToSample(frame, engine.sampleRate, engine.frameRate);
 }
 
+/// Starts the meters of a run or a single frame if anybody wants them. Under meterMutex.
 void StartMeters(PlaybackEngineImpl& engine) {
+    if (!detail::HasMeterObservers(engine)) return;
     engine.lastMeterBlock = 0;
     MixerOf(engine).StartMeterSession(engine.audioTrackCount, engine.meterBlockSamples);
+}
+
+/// Begins the levels of a run that starts at a sample. Nothing of it is heard yet.
+void BeginLevels(PlaybackEngineImpl& engine, long long startSample) {
+    const std::lock_guard guard(engine.meterMutex);
+    StartMeters(engine);
+    engine.currentVideoFrame.exchange(PlaybackEngine::NO_FRAME);
+    engine.startSample = startSample;
+}
+
+void BeginSingleFrameLevels(PlaybackEngineImpl& engine) {
+    const std::lock_guard guard(engine.meterMutex);
+    StartMeters(engine);
 }
 
 void StartWorker(PlaybackEngineImpl& engine) {
@@ -69,6 +85,7 @@ Err DropQueue(PlaybackEngineImpl& engine) {
     if (!engine.sourceVoice->FlushSourceBuffers()) return Err::FlushFailed;
     engine.readPosition = heard;
     if (detail::HasMeterObservers(engine)) {
+        const std::lock_guard guard(engine.meterMutex);
         engine.startSample = heard;
         engine.lastMeterBlock = 0;
         MixerOf(engine).RestartMeterSession();
@@ -101,14 +118,12 @@ Err PlaybackEngine::PlayFromSample(long long sample, PlaybackDirection direction
     if (!IsInitialized()) return Err::NotInitialized;
     detail::StopVoiceAndWorker(*impl_);
     if (sample < 0 || sample >= impl_->totalSamples) return Err::OutOfRange;
-    if (detail::HasMeterObservers(*impl_)) StartMeters(*impl_);
+    BeginLevels(*impl_, sample);
     for (const auto& buffer : impl_->frameBuffers) {
         std::fill(buffer->samples.begin(), buffer->samples.end(), short{0});
     }
     impl_->voiceCallback.SetAudience(impl_->meterObservers, std::move(completion), userData);
-    impl_->currentVideoFrame.exchange(NO_FRAME);
     impl_->playedSampleEnd.exchange(0);
-    impl_->startSample = sample;
     impl_->readPosition = sample;
     impl_->direction = direction;
     impl_->speed = std::clamp(speed, 1, FASTEST_SPEED);
@@ -163,7 +178,7 @@ Err PlaybackEngine::PlayFrame(int frame) {
     const long long sample = SampleOfFrame(*impl_, frame);
     if (sample >= impl_->totalSamples) return Err::OutOfRange;
     const bool metered = detail::HasMeterObservers(*impl_);
-    if (metered) StartMeters(*impl_);
+    BeginSingleFrameLevels(*impl_);
     impl_->direction = PlaybackDirection::Forward;
     impl_->speed = 1;
     impl_->readPosition = sample;

@@ -32,13 +32,13 @@ struct PlaybackEngineImpl;
 /// The engine object makes the playback engine (Sonrel::InitializePlaybackEngine) and must outlive
 /// it: a host drops every reference to a playback engine before its last reference to the Sonrel.
 ///
-/// Threads: commands, the list of observers and CurrentPlaybackMetrics belong to one thread at a
-/// time, and the host mixes nothing on the same engine object while a run is under way.
-/// CurrentPlaybackVideoFrame may be asked from any thread, IsPlaying too while no set-up runs. A
-/// run has a worker of its own, which mixes. When it ends by itself, observers and the completion
-/// callback are called on the device's thread. Commands may be given from there, and from any
-/// observer, while no other thread gives one; no lock is held meanwhile. Once Stop has returned no
-/// such call begins any more.
+/// Threads: commands and the list of observers belong to one thread at a time, and the host mixes
+/// nothing on the same engine object while a run is under way. CurrentPlaybackVideoFrame may be
+/// asked from any thread, IsPlaying and CurrentPlaybackMetrics too while no set-up runs. A run has
+/// a worker of its own, which mixes. When it ends by itself, observers and the completion callback
+/// are called on the device's thread. Commands may be given from there, and from any observer,
+/// while no other thread gives one; no lock is held meanwhile. Once Stop has returned no such call
+/// begins any more.
 class SONREL_EXPORT PlaybackEngine {
 public:
     /// What CurrentPlaybackVideoFrame answers while nothing has been heard yet: -1.
@@ -182,7 +182,8 @@ public:
 
     /// The levels of what is being heard, in blocks of 100 milliseconds. Blocks that went by since
     /// the last call are merged into the answer: greatest peaks, any clipping, summed sample
-    /// counts. For a run that began with observers; a media asset has no levels.
+    /// counts. For a run that began with observers; a media asset has no levels. All levels of one
+    /// call are of one run. Any thread, while no set-up runs.
     /// @return without tracks and all 0 while nothing is heard or measured
     AudioMetrics CurrentPlaybackMetrics() const;
 

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <algorithm>
-#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <mutex>
 
 #include "sonrel/contracts/zrtl/Timing.h"
 #include "sonrel/engine/Sonrel.h"
@@ -13,22 +12,6 @@
 namespace orlo::sonrel {
 
 namespace {
-
-void Merge(AudioTrackMetrics& target, const AudioTrackMetrics& source) {
-    target.sampleCount += source.sampleCount;
-    for (const int channel : {0, 1}) {
-        target.peak[channel] = std::max(target.peak[channel], source.peak[channel]);
-        target.clipped[channel] |= source.clipped[channel];
-    }
-}
-
-void Merge(AudioMetrics& target, const AudioMetrics& source) {
-    Merge(target.masterMetrics, source.masterMetrics);
-    if (target.trackMetrics.size() != source.trackMetrics.size()) return;
-    for (std::size_t track = 0; track < target.trackMetrics.size(); ++track) {
-        Merge(target.trackMetrics[track], source.trackMetrics[track]);
-    }
-}
 
 /// The meter block of the position that is heard. Reverse runs are metered in the order of mixing,
 /// so that the distance from the start counts whichever way a run goes.
@@ -50,6 +33,7 @@ void PlaybackEngine::RemoveMeterObserver(AbstractAudioMeterObserver* observer) {
 }
 
 AudioMetrics PlaybackEngine::CurrentPlaybackMetrics() const {
+    const std::lock_guard guard(impl_->meterMutex);
     if (impl_->currentVideoFrame == NO_FRAME || impl_->meterBlockSamples < 1) return {};
     const AudioMixer& mixer = *impl_->owner->Mixer();
     const std::uint64_t heard = BlockHeard(*impl_);
@@ -57,14 +41,10 @@ AudioMetrics PlaybackEngine::CurrentPlaybackMetrics() const {
     if (finished == 0) return {};
     // The block heard is not finished yet: after a flush, or where the last block is short.
     if (heard >= finished) return mixer.MetricsForBlock(finished - 1);
-    AudioMetrics metrics = mixer.MetricsForBlock(heard);
-    // No peak of the blocks that went by since the last answer may be lost. At the first block, and
-    // where the answer lies at the same block, the next one or before, there are none.
+    // The blocks that went by since the last answer are merged into this one, so that no peak is
+    // lost. There are none when the same block, the next one or an earlier one is heard.
     const std::uint64_t last = impl_->lastMeterBlock.exchange(heard);
-    for (std::uint64_t block = last + 1; block < heard; ++block) {
-        Merge(metrics, mixer.MetricsForBlock(block));
-    }
-    return metrics;
+    return mixer.MetricsForBlocks(last < heard ? last + 1 : heard, heard);
 }
 
 }  // namespace orlo::sonrel

@@ -249,6 +249,74 @@ TEST_F(MeteredMix, HasNoMeterForATrackThatCameAfterTheSessionsStart) {
     ExpectMetrics(Block(0).masterMetrics, 100, 0.75f, 0.75f);
 }
 
+TEST_F(MeteredMix, ShowsATrackThatWasRemovedAsSilence) {
+    for (int i = 0; i < 3; ++i) AddTrack(8192, 8192);
+    Start(100);
+    builder_.Sequence()->RemoveAudioTrack(2);
+
+    rig_.Request(builder_, 0, 250);
+
+    ASSERT_EQ(rig_.Mixer().MeterBlockCount(), 2u);
+    ASSERT_EQ(Block(1).trackMetrics.size(), 3u);
+    ExpectMetrics(Block(1).trackMetrics[1], 100, 0.25f, 0.25f);
+    ExpectMetrics(Block(1).trackMetrics[2], 100, 0.0f, 0.0f);
+    rig_.Mixer().StopMeterSession();
+    ExpectMetrics(Block(2).trackMetrics[2], 50, 0.0f, 0.0f);
+}
+
+TEST_F(MeteredMix, ShowsTheTracksOfACompositionMixAsEmptyRecords) {
+    AddTrack(8192, 8192);
+    const auto composition = builder_.AddComposition({25.0, 48000, 10});
+    builder_.AddLayer(composition, builder_.AddMedia(Constant(2000, 16384, 16384)), 0, 10);
+    Start(100);
+
+    rig_.Request(builder_.Project(), composition, 0, 100);
+
+    ASSERT_EQ(rig_.Mixer().MeterBlockCount(), 1u);
+    ASSERT_EQ(Block(0).trackMetrics.size(), 1u);
+    ExpectMetrics(Block(0).trackMetrics[0], 0, 0.0f, 0.0f);
+    ExpectMetrics(Block(0).masterMetrics, 100, 0.5f, 0.5f);
+}
+
+TEST_F(MeteredMix, ShowsABlockThatDoesNotExistAsEmptyRecords) {
+    AddTrack(8192, 8192);
+    ExpectMetrics(Block(0).masterMetrics, 0, 0.0f, 0.0f);
+    EXPECT_TRUE(Block(0).trackMetrics.empty());
+    Start(100);
+    rig_.Request(builder_, 0, 250);
+
+    for (const unsigned long long index : {2ull, 3ull, ~0ull}) {
+        const sonrel::AudioMetrics block = Block(index);
+        ASSERT_EQ(block.trackMetrics.size(), 1u);
+        ExpectMetrics(block.trackMetrics[0], 0, 0.0f, 0.0f);
+        ExpectMetrics(block.masterMetrics, 0, 0.0f, 0.0f);
+    }
+}
+
+TEST_F(MeteredMix, MergesBlocksIntoOne) {
+    AddTrack(8192, -8192, 100);  // silent from block 1 on
+    const auto loud = builder_.AddTrack();
+    builder_.AddObject(loud,
+                       builder_.AddMedia(MakeSamples(1000,
+                                                     [](int frame, int channel) {
+                                                         if (frame < 200) return 0;
+                                                         return channel == 0 ? 16384 : -32768;
+                                                     })),
+                       0, 100);
+    Start(100);
+    rig_.Request(builder_, 0, 350);
+
+    const sonrel::AudioMetrics merged = rig_.Mixer().MetricsForBlocks(0, 2);
+
+    ASSERT_EQ(merged.trackMetrics.size(), 2u);
+    ExpectMetrics(merged.trackMetrics[0], 300, 0.25f, 0.25f);
+    ExpectMetrics(merged.trackMetrics[1], 300, 0.5f, 1.0f);
+    ExpectMetrics(merged.masterMetrics, 300, 0.5f, 1.0f);
+    EXPECT_EQ(rig_.Mixer().MetricsForBlocks(1, 1).trackMetrics[1].peak[0], 0.0f);
+    EXPECT_EQ(rig_.Mixer().MetricsForBlocks(1, ~0ull).masterMetrics.sampleCount, 200);
+    EXPECT_EQ(rig_.Mixer().MetricsForBlocks(2, 1).masterMetrics.sampleCount, 0);
+}
+
 TEST_F(MeteredMix, TakesMetersOfAnotherNumberOfTracksAfresh) {
     AddTrack(8192, 8192);
     AddTrack(16384, 16384);
@@ -276,6 +344,82 @@ TEST_F(MeteredMix, TakesASessionThatStartsDuringABlockFromTheNextBlockOn) {
 
     ASSERT_EQ(rig_.Mixer().MeterBlockCount(), 1u);
     ExpectMetrics(Block(0).trackMetrics[0], FRAME, 0.25f, 0.25f);
+}
+
+// A start with another number of tracks replaces the meters that the running block feeds.
+TEST_F(MeteredMix, GivesNothingOfTheRunningBlockToASessionThatStartsWithinIt) {
+    AddTrack(8192, 8192);
+    const auto spy = std::make_shared<SpyEffect>();
+    const auto media = builder_.AddMedia(Constant(9000, 8192, 8192));
+    builder_.AddObject(builder_.AddTrack(), media, 0, 100)->AddEffect(spy);
+    Start(FRAME);
+    for (const unsigned long long tracks : {1ull, 2ull, 300ull}) {
+        bool restarted = false;
+        spy->onProcess = [&](const ProcessCall&, short*) {
+            if (!restarted) rig_.Mixer().StartMeterSession(tracks, 100);
+            restarted = true;
+        };
+
+        rig_.Request(builder_, 0, FRAME);
+        EXPECT_EQ(rig_.Mixer().MeterBlockCount(), 0u);
+        rig_.Request(builder_, 0, 150);
+        rig_.Mixer().StopMeterSession();
+
+        ASSERT_EQ(rig_.Mixer().MeterBlockCount(), 2u);
+        ASSERT_EQ(Block(1).trackMetrics.size(), tracks);
+        for (const auto& track : Block(1).trackMetrics) EXPECT_EQ(track.sampleCount, 50);
+        Start(FRAME);
+    }
+}
+
+TEST_F(MeteredMix, GivesNothingOfTheRunningBlockToASessionThatRestartsWithinIt) {
+    AddTrack(8192, 8192);
+    const auto spy = std::make_shared<SpyEffect>();
+    const auto media = builder_.AddMedia(Constant(9000, 8192, 8192));
+    builder_.AddObject(builder_.AddTrack(), media, 0, 100)->AddEffect(spy);
+    Start(1000);
+    rig_.Request(builder_, 0, 1500);
+    spy->onProcess = [&](const ProcessCall&, short*) { rig_.Mixer().RestartMeterSession(); };
+    rig_.Request(builder_, 0, 100);
+    EXPECT_EQ(rig_.Mixer().MeterBlockCount(), 0u);
+    spy->onProcess = nullptr;
+
+    rig_.Request(builder_, 0, 70);
+    rig_.Mixer().StopMeterSession();
+
+    ASSERT_EQ(rig_.Mixer().MeterBlockCount(), 1u);
+    ExpectMetrics(Block(0).trackMetrics[0], 70, 0.25f, 0.25f);
+    ExpectMetrics(Block(0).trackMetrics[1], 70, 0.25f, 0.25f);
+    ExpectMetrics(Block(0).masterMetrics, 70, 0.5f, 0.5f);
+}
+
+TEST_F(MeteredMix, KeepsTheBlocksOfAStoppedSessionThroughARestart) {
+    AddTrack(8192, 8192);
+    Start(100);
+    rig_.Request(builder_, 0, 150);
+    rig_.Mixer().StopMeterSession();
+
+    rig_.Mixer().RestartMeterSession();
+
+    EXPECT_EQ(rig_.Mixer().MeterBlockCount(), 2u);
+    ExpectMetrics(Block(1).trackMetrics[0], 50, 0.25f, 0.25f);
+}
+
+TEST_F(MeteredMix, WithoutABlockLengthLeavesTheMetersThatRun) {
+    AddTrack(8192, 8192);
+    Start(100);
+    rig_.Request(builder_, 0, 150);
+
+    Start(0);
+    rig_.Request(builder_, 0, 50);
+    EXPECT_EQ(rig_.Mixer().MeterBlockCount(), 2u);
+    ExpectMetrics(Block(1).trackMetrics[0], 100, 0.25f, 0.25f);
+
+    rig_.Mixer().StartMeterSession(2, 0);
+    rig_.Request(builder_, 0, 100);
+    EXPECT_EQ(rig_.Mixer().MeterBlockCount(), 3u);
+    ASSERT_EQ(Block(2).trackMetrics.size(), 2u);
+    ExpectMetrics(Block(2).trackMetrics[0], 0, 0.0f, 0.0f);
 }
 
 TEST_F(MeteredMix, StaysRunningThroughAResetOfTheMixSession) {

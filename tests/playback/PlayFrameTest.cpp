@@ -195,6 +195,23 @@ TEST_F(PlayFrame, ObserversGetItsLevels) {
     EXPECT_FLOAT_EQ(metrics.trackMetrics[0].peak[0], 3203 / 32768.0f);
 }
 
+TEST_F(PlayFrame, ObserversGetSilenceOfATrackThatWasRemoved) {
+    SpyObserver observer;
+    rig_.builder.AddTrack();
+    rig_.builder.AddTrack();
+    rig_.SetUpSequence();
+    Playback().AddMeterObserver(&observer);
+    rig_.builder.Sequence()->RemoveAudioTrack(2);
+
+    EXPECT_EQ(Playback().PlayFrame(1), Err::NoError);
+
+    const sonrel::AudioMetrics& metrics = observer.updates.at(0);
+    ASSERT_EQ(metrics.trackMetrics.size(), 3u);
+    EXPECT_FLOAT_EQ(metrics.trackMetrics[0].peak[0], 3203 / 32768.0f);
+    EXPECT_EQ(metrics.trackMetrics[2].sampleCount, 1602);
+    EXPECT_EQ(metrics.trackMetrics[2].peak[0], 0.0f);
+}
+
 TEST_F(PlayFrame, AtTenFramesASecondTheFullBlockIsBlockZero) {
     SpyObserver observer;
     rig_.builder.Sequence()->Settings().SetFrameRate(10.0);

@@ -93,6 +93,38 @@ TEST_F(LateReport, ABufferStartAfterStopMovesNoFrame) {
     EXPECT_EQ(rig_.Impl().playedSampleEnd, 1920);
 }
 
+/// Each run begins at its own sample, and each of its meter blocks has a level of its own.
+TEST(PolledLevels, AreOfOneRunWhileAnotherThreadStartsRuns) {
+    PlaybackRig rig({25.0, 48000, 100});
+    const auto media = rig.builder.AddMedia(
+        MakeSamples(192000, [](int frame, int) { return 1000 + 100 * (frame / 4800); }));
+    for (int i = 0; i < 3; ++i) rig.builder.AddObject(media, 0, 100);
+    ASSERT_EQ(rig.SetUpSequence(), Err::NoError);
+    SpyObserver observer;
+    rig.Playback().AddMeterObserver(&observer);
+    std::atomic<bool> done = false;
+    std::atomic<int> polls = 0;
+    std::thread poller([&] {
+        while (!done) {
+            const sonrel::AudioMetrics metrics = rig.Playback().CurrentPlaybackMetrics();
+            ++polls;
+            for (const auto& track : metrics.trackMetrics) {
+                EXPECT_EQ(track.sampleCount, metrics.masterMetrics.sampleCount);
+                EXPECT_FLOAT_EQ(3 * track.peak[0], metrics.masterMetrics.peak[0]);
+            }
+            std::this_thread::yield();
+        }
+    });
+
+    for (int run = 0; run < 20 || polls < 200; ++run) {
+        ASSERT_EQ(rig.Play(run % 10 * 9600, run % 2 == 0 ? FORWARD : REVERSE), Err::NoError);
+        ASSERT_TRUE(run % 10 == 0 || rig.device.WaitForQueued(3));
+        for (int buffer = 0; buffer < 3; ++buffer) rig.device.PlayBuffer();
+    }
+    done = true;
+    poller.join();
+}
+
 /// A composition that is in no project: a project changes only while nothing mixes.
 std::shared_ptr<project::CompositionAsset> Composition(int rate) {
     auto composition = std::make_shared<project::CompositionAsset>();

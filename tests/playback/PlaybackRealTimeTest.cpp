@@ -79,8 +79,9 @@ TEST_F(PlaybackRealTime, TheEndOfARunTakesNoLockButThoseOfTheMeters) {
 
     Count([&](auto& callback) { callback.OnStreamEnd(); });
 
-    // One for each meter: the track's and the master's. The last block joins the ones before it.
-    EXPECT_LE(RealTimeProbe::locks, 2);
+    // One for the session and one for each meter: the track's and the master's. The last block
+    // joins the ones before it.
+    EXPECT_LE(RealTimeProbe::locks, 3);
     EXPECT_LE(RealTimeProbe::allocations, 4);
     EXPECT_EQ(observer_.stops, 2) << "one by the play command";
     EXPECT_EQ(completions_, 1);

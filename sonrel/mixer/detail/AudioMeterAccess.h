@@ -12,10 +12,13 @@ namespace detail {
 
 /// What only the mixer may do with a meter.
 struct AudioMeterAccess {
-    /// A finished block, copied under the meter's lock: unlike the reference of
-    /// AudioMeter::MetricsForBlock it is safe while another thread appends.
-    /// @param index  below MeterBlockCount(); not checked
-    static AudioTrackMetrics CopyBlock(const AudioMeter& meter, unsigned long long index);
+    /// The finished blocks from @p first to @p last as one: summed sample counts, greatest peaks,
+    /// any clipping. A block that the meter does not have adds nothing.
+    static AudioTrackMetrics MergedBlocks(const AudioMeter& meter, unsigned long long first,
+                                          unsigned long long last);
+
+    /// The block length of the session that runs; 0 without a session.
+    static int RunningBlockFrames(const AudioMeter& meter);
 
     /// The meter's record, for code that measures while it does something else with the values.
     static AudioMeterImpl& Record(AudioMeter& meter);

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <atomic>
 #include <mutex>
 #include <vector>
 
 #include "sonrel/contracts/project/ConformedAudioFile.h"
-#include "sonrel/mixer/AudioMeter.h"
 #include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/mixer/SampleConverter.h"
 #include "sonrel/mixer/detail/MixBlockPool.h"
+#include "sonrel/mixer/detail/MixMeters.h"
 #include "sonrel/mixer/detail/Resampler.h"
 
 namespace orlo::sonrel {
@@ -21,10 +20,8 @@ struct AudioMixerImpl {
     DitherType ditherType = DitherType::HighPassTriangular;
     unsigned int ditherSeed = 0;  ///< 0 asks for one from the clock at each reset
     SampleConverter converter{DitherType::HighPassTriangular, 0};
-    std::atomic<bool> meterSessionActive = false;  ///< the device's thread clears it at a run's end
-    AudioMeter masterMeter;
-    std::vector<AudioMeter> trackMeters;  ///< one for each track, in track order
-    std::mutex mutex;                     ///< guards reads of the project, never a rendering
+    detail::MixMeters meters;
+    std::mutex mutex;  ///< guards reads of the project, never a rendering
     detail::Resampler resampler;
 };
 

@@ -21,9 +21,10 @@ namespace orlo::sonrel {
 /// The playback engine's record.
 ///
 /// Threads: the atomic members are shared by the command thread, the worker and the device's
-/// thread; targetMutex guards the target, and nobody mixes under it. readPosition belongs to the
-/// worker, and during a flush, while the worker stands still, to the command thread. All else is
-/// written by the command thread alone, while no worker runs if the worker reads it.
+/// thread; targetMutex guards the target, and nobody mixes under it; meterMutex keeps a poll of the
+/// levels apart from the start of a session, and the device's thread never takes it. readPosition
+/// belongs to the worker, and during a flush, while the worker stands still, to the command thread.
+/// All else is written by the command thread alone, while no worker runs if the worker reads it.
 struct PlaybackEngineImpl {
     explicit PlaybackEngineImpl(Sonrel* engineObject)
         : owner(engineObject), voiceCallback(engineObject, currentVideoFrame, playedSampleEnd) {}
@@ -65,6 +66,9 @@ struct PlaybackEngineImpl {
     std::uint64_t audioTrackCount = 0;  // tracks to meter
 
     std::vector<AbstractAudioMeterObserver*> meterObservers;
+    /// Held while a meter session starts or restarts, and while a poll reads: the start sample, the
+    /// frame heard and the blocks that a poll combines are of one session.
+    mutable std::mutex meterMutex;
     int meterBlockSamples = 0;                      // 0 for a media asset
     std::atomic<std::uint64_t> lastMeterBlock = 0;  // what was answered last
     PlaybackEngine::Err lastInitializeResult = PlaybackEngine::Err::NoError;

@@ -292,19 +292,48 @@ TEST(AudioMeter, MovingHandsTheSessionOver) {
     EXPECT_EQ(third.MeterBlockCount(), 2u);
 }
 
-TEST(AudioMeter, ACopiedBlockOutlivesTheSession) {
+TEST(AudioMeter, ABlockThatDoesNotExistIsAnEmptyRecord) {
+    AudioMeter meter;
+    EXPECT_EQ(meter.MetricsForBlock(0).sampleCount, 0);
+    meter.StartMeterSession(10);
+    const std::vector<float> loud = Frames(25, 2.0f, 2.0f);
+    meter.ProcessSamples(loud.data(), 25);
+
+    for (const unsigned long long index : {2ull, 3ull, ~0ull}) {
+        EXPECT_EQ(meter.MetricsForBlock(index).sampleCount, 0);
+        EXPECT_EQ(meter.MetricsForBlock(index).peak[0], 0.0f);
+        EXPECT_FALSE(meter.MetricsForBlock(index).clipped[0]);
+    }
+}
+
+TEST(AudioMeter, AReferenceToABlockLastsWhileOthersAreFinished) {
     AudioMeter meter;
     meter.StartMeterSession(1);
     const float frame[] = {0.5f, -1.5f};
     meter.ProcessSamples(frame, 1);
+    const AudioTrackMetrics& block = meter.MetricsForBlock(0);
 
-    const AudioTrackMetrics block = detail::AudioMeterAccess::CopyBlock(meter, 0);
-    meter.StartMeterSession(1);
+    meter.ProcessSamples(nullptr, 100000);
 
-    EXPECT_EQ(block.sampleCount, 1);
-    EXPECT_EQ(block.peak[0], 0.5f);
+    EXPECT_EQ(&meter.MetricsForBlock(0), &block);
     EXPECT_EQ(block.peak[1], 1.5f);
-    EXPECT_TRUE(block.clipped[1]);
+}
+
+TEST(AudioMeter, AShorterSessionDropsTheBlockThatWasBegun) {
+    AudioMeter meter;
+    meter.StartMeterSession(1000);
+    const std::vector<float> loud = Frames(900, 2.0f, 2.0f);
+    meter.ProcessSamples(loud.data(), 900);
+
+    meter.StartMeterSession(10);
+    meter.StopMeterSession();
+    EXPECT_EQ(meter.MeterBlockCount(), 0u);
+    meter.StartMeterSession(10);
+    meter.ProcessSamples(nullptr, 25);
+
+    ASSERT_EQ(meter.MeterBlockCount(), 2u);
+    EXPECT_EQ(meter.MetricsForBlock(0).sampleCount, 10);
+    EXPECT_EQ(meter.MetricsForBlock(0).peak[0], 0.0f);
 }
 
 }  // namespace

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/mixer/detail/MixMeters.h"
+
+#include "sonrel/mixer/detail/AudioMeterAccess.h"
+
+namespace orlo::sonrel::detail {
+namespace {
+
+std::shared_ptr<AudioMeter> StartedMeter(int blockFrames) {
+    auto meter = std::make_shared<AudioMeter>();
+    meter->StartMeterSession(blockFrames);
+    return meter;
+}
+
+/// A new meter for one that runs. An idle meter stays, with the blocks of its last session.
+std::shared_ptr<AudioMeter> Restarted(const std::shared_ptr<AudioMeter>& meter) {
+    const int blockFrames = AudioMeterAccess::RunningBlockFrames(*meter);
+    return blockFrames < 1 ? meter : StartedMeter(blockFrames);
+}
+
+}  // namespace
+
+void MeterSet::FeedRemovedTracks(std::size_t trackCount, int frames) const {
+    for (std::size_t i = trackCount; i < tracks.size(); ++i) {
+        tracks[i]->ProcessSamples(nullptr, frames);
+    }
+}
+
+MixMeters::MixMeters()
+    : set_(std::make_shared<const MeterSet>(MeterSet{std::make_shared<AudioMeter>(), {}})) {}
+
+void MixMeters::Start(std::size_t trackCount, int blockFrames) {
+    const std::lock_guard lock(mutex_);
+    // Without a block length no meter starts: those of another number of tracks are idle, and all
+    // others continue.
+    if (blockFrames >= 1 || set_->tracks.size() != trackCount) {
+        auto next = std::make_shared<MeterSet>();
+        next->master = blockFrames >= 1 ? StartedMeter(blockFrames) : set_->master;
+        next->tracks.reserve(trackCount);
+        while (next->tracks.size() < trackCount) next->tracks.push_back(StartedMeter(blockFrames));
+        set_ = std::move(next);
+    }
+    active_ = true;
+}
+
+void MixMeters::Stop() {
+    const std::lock_guard lock(mutex_);
+    set_->master->StopMeterSession();
+    for (const auto& meter : set_->tracks) meter->StopMeterSession();
+    active_ = false;
+}
+
+void MixMeters::Restart() {
+    const std::lock_guard lock(mutex_);
+    auto next = std::make_shared<MeterSet>();
+    next->master = Restarted(set_->master);
+    next->tracks.reserve(set_->tracks.size());
+    for (const auto& meter : set_->tracks) next->tracks.push_back(Restarted(meter));
+    set_ = std::move(next);
+}
+
+std::shared_ptr<const MeterSet> MixMeters::ForMixBlock() const {
+    if (!active_) return nullptr;
+    const std::lock_guard lock(mutex_);
+    return active_ ? set_ : nullptr;
+}
+
+unsigned long long MixMeters::BlockCount() const {
+    const std::lock_guard lock(mutex_);
+    return set_->master->MeterBlockCount();
+}
+
+AudioMetrics MixMeters::Blocks(unsigned long long first, unsigned long long last) const {
+    const std::lock_guard lock(mutex_);
+    AudioMetrics metrics;
+    metrics.masterMetrics = AudioMeterAccess::MergedBlocks(*set_->master, first, last);
+    metrics.trackMetrics.reserve(set_->tracks.size());
+    for (const auto& meter : set_->tracks) {
+        metrics.trackMetrics.push_back(AudioMeterAccess::MergedBlocks(*meter, first, last));
+    }
+    return metrics;
+}
+
+}  // namespace orlo::sonrel::detail
