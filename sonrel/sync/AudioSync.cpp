@@ -11,6 +11,7 @@
 #include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/sync/detail/AssetSearch.h"
 #include "sonrel/sync/detail/Correlation.h"
+#include "sonrel/sync/detail/Fft.h"
 #include "sonrel/sync/detail/FrameReader.h"
 #include "sonrel/sync/detail/ReferenceSegments.h"
 
@@ -59,6 +60,8 @@ struct RangePair {
 };
 
 AudioSync::CorrelationResult CompareChannels(const RangePair& ranges) {
+    const auto twiddles =
+        detail::HoldTwiddles(detail::TransformPoints(2 * static_cast<unsigned int>(ranges.count)));
     const AudioSync::CorrelationResult left = ranges.Correlate(0, 0);
     const bool mono = ranges.IsMono();
     const AudioSync::CorrelationResult right = mono ? left : ranges.Correlate(1, 0);
@@ -92,6 +95,7 @@ AudioSync::CorrelationResult SearchAssets(const std::shared_ptr<Sonrel>& engine,
         detail::CollectReferenceSegments(mixer, swapped ? pair.second : pair.first);
     // A rate of 0 has no blocks.
     if (reference.segments.empty() || reference.blockSize < 1) return {};
+    const auto twiddles = detail::HoldTwiddles(static_cast<unsigned int>(reference.transformSize));
     const long long longCount = std::max(countA, countB);
     detail::SearchProgress progress(
         report, detail::ProgressTotal(longCount, reference.blockSize, reference.segments.size()));

@@ -11,12 +11,6 @@
 namespace orlo::sonrel::detail {
 namespace {
 
-unsigned int TransformPoints(unsigned int count) {
-    unsigned int points = 1;
-    while (points < count && points < MAX_TRANSFORM_POINTS) points *= 2;
-    return points;
-}
-
 /// What the inverse transform multiplies with: exact, a power of two.
 double ScaleOf(const Spectrum& spectrum) {
     return 1.0 / (static_cast<double>(spectrum.size()) * 0.5);
@@ -54,6 +48,12 @@ float CopyStrided(float const* from, int stride, int count, std::vector<float>& 
 }
 
 }  // namespace
+
+unsigned int TransformPoints(unsigned int count) {
+    unsigned int points = 1;
+    while (points < count && points < MAX_TRANSFORM_POINTS) points *= 2;
+    return points;
+}
 
 void SpectrumOf(float const* samples, unsigned int count, Spectrum& spectrum) {
     const unsigned int points = TransformPoints(count);
@@ -134,6 +134,7 @@ AudioSync::CorrelationResult CorrelateSignals(float const* a, int strideA, float
                                               int strideB, int count) {
     if (count < 1) return {};
     const std::size_t length = 2 * static_cast<std::size_t>(count);
+    const auto twiddles = HoldTwiddles(TransformPoints(static_cast<unsigned int>(length)));
     std::vector<float> samples(length);
     Spectrum spectrumA;
     Spectrum spectrumB;

@@ -15,7 +15,8 @@ namespace {
 
 // A transform of at most this many points, with its factors, stays in the first cache.
 constexpr int CACHED_LEVEL = 10;
-// Below this level a task is over sooner than a thread starts: it runs when it is waited for.
+// Below this level a task takes less time than the start of a thread: it runs when it is waited
+// for.
 constexpr int FORK_LEVEL = 16;
 constexpr unsigned int SMALLEST_CHUNK = 16;
 
@@ -78,7 +79,8 @@ public:
           data_(data),
           points_(points),
           level_(LevelOf(points)),
-          threads_(threads) {}
+          threads_(threads),
+          twiddles_(Twiddles(kernels_.width, kernels_.passLevels, level_)) {}
 
     void Run() {
         ReverseAll();
@@ -166,8 +168,7 @@ private:
     void RunPass(double* data, int level, int levels, std::size_t blocks) {
         const auto& passes = level == level_ ? kernels_.lastPass : kernels_.pass;
         const int firstLevel = level - levels + 1;
-        passes[levels - 1](data, Points(firstLevel - 1), blocks,
-                           PassTwiddles(kernels_.width, firstLevel, levels));
+        passes[levels - 1](data, Points(firstLevel - 1), blocks, twiddles_->Pass(level));
     }
 
     const FftKernels& kernels_;
@@ -175,9 +176,16 @@ private:
     std::size_t points_;
     int level_;
     unsigned int threads_;
+    std::shared_ptr<const TwiddleSet> twiddles_;
 };
 
 }  // namespace
+
+std::shared_ptr<const void> HoldTwiddles(unsigned int n) {
+    if (n < TILE_POINTS) return nullptr;
+    const FftKernels& kernels = FftKernelsOfPath(ActiveCpuPath());
+    return Twiddles(kernels.width, kernels.passLevels, LevelOf(n));
+}
 
 void FastFourierTransform(double* data, unsigned int n) {
     FastFourierTransform(data, n, HardwareConcurrency());

@@ -7,14 +7,15 @@
 #include "sonrel/sync/detail/DoubleLanes.h"
 #include "sonrel/sync/detail/FftTables.h"
 
-// Every butterfly does exactly the operations of the plain form, in its own lane. What differs is
-// only which butterflies run side by side, and how many levels run while the points are in
-// registers.
+// Every butterfly does exactly the operations of the plain form, in its own lane, except that the
+// 2-point level leaves out the multiplication by its factor 1. A form that multiplies there may
+// differ in the sign of a zero and in the partner of an infinity or a NaN. Apart from that the
+// difference is only which butterflies run side by side, and how many levels run while the points
+// are in registers.
 namespace orlo::sonrel::detail {
 namespace {
 
-// ---- Transposing
-// ---------------------------------------------------------------------------------
+// ---- Transposing -------------------------------------------------------------------------------
 
 /// Exchanges the lanes that have bit D with the vectors that have it.
 template <int WIDTH, int D, int... LANE>

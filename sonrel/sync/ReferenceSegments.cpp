@@ -167,6 +167,7 @@ ReferenceSet CollectReferenceSegments(const AudioMixer& mixer,
     set.sampleRate = stream.ConformedSampleRate();
     set.transformSize = SmallestTransform(set.sampleRate);
     set.blockSize = 2 * set.sampleRate;
+    const auto twiddles = HoldTwiddles(static_cast<unsigned int>(set.transformSize));
     for (ReferenceSegment& segment : set.segments) {
         ReadSegment(mixer, reference, set.transformSize, segment);
     }

@@ -47,6 +47,9 @@ struct SearchResult {
 /// with the length. The sum runs in single precision from the first sample to the last, because its
 /// rounding reaches the reported correlation.
 
+/// Points of the transform that holds @p count samples, at most MAX_TRANSFORM_POINTS.
+unsigned int TransformPoints(unsigned int count);
+
 /// Transforms real samples, with zeros behind them up to a power of two.
 /// @param count     samples, at most MAX_TRANSFORM_POINTS
 /// @param spectrum  resized to the transform

@@ -26,7 +26,7 @@ struct FftKernels {
 
     /// Runs some levels on @p blocks neighbouring transforms of 2^levels legs.
     /// @param legPoints  points of a leg
-    /// @param twiddles   PassTwiddles of these levels
+    /// @param twiddles   PassTable of these levels
     using Pass = void (*)(double* data, std::size_t legPoints, std::size_t blocks,
                           const double* twiddles);
     Pass pass[3];      ///< by levels, less one

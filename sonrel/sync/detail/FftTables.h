@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
+#include <vector>
 
 namespace orlo::sonrel::detail {
 
@@ -34,18 +36,58 @@ constexpr int BASE_LEVELS = 3;
 /// Real and imaginary part of the factors of the 4-point level (2) and of the 8-point level (4).
 const double* BaseTwiddles();
 
-/// The factors of @p levels levels that one pass runs together, in the order in which it needs
-/// them. Level l completes transforms of 2^l points.
+/// The factors of some levels that one pass runs together, in the order in which it needs them.
+/// Level l completes transforms of 2^l points.
 ///
 /// A pass works on 2^levels legs of 2^(firstLevel - 1) points, @p width points of each leg at a
 /// time. For each such step the table holds, level after level, the factors at those points of the
 /// first leg, the second and so on up to half the legs of that level's transforms; each as @p width
 /// real parts, then @p width imaginary parts.
+class PassTable {
+public:
+    /// @param width       2, 4 or 8
+    /// @param firstLevel  above BASE_LEVELS
+    /// @param levels      1 to 3
+    PassTable(int width, int firstLevel, int levels);
+
+    /// The first value, on a cache line.
+    const double* Values() const { return begin_; }
+    std::size_t Bytes() const { return values_.size() * sizeof(double); }
+
+private:
+    void FillLevel(int width, int firstLevel, int level, int levels);
+
+    std::vector<double> values_;
+    double* begin_;
+};
+
+/// The factors of all passes of one transform.
 ///
-/// Made at the first call, then kept for the life of the process. Any thread.
-/// @param width       2, 4 or 8
-/// @param firstLevel  above BASE_LEVELS
-/// @param levels      1 to 3
-const double* PassTwiddles(int width, int firstLevel, int levels);
+/// From its highest level down to the base levels a transform runs as many levels in a pass as the
+/// path allows, and the rest in the lowest pass.
+class TwiddleSet {
+public:
+    /// @param passLevels  most levels in a pass, 1 to 3
+    /// @param level       of the transform, which has 2^level points
+    TwiddleSet(int width, int passLevels, int level);
+
+    /// The table of the pass whose highest level is @p level.
+    const double* Pass(int level) const {
+        return passes_[static_cast<std::size_t>(level - BASE_LEVELS - 1)]->Values();
+    }
+    std::size_t Bytes() const;
+
+private:
+    std::vector<std::unique_ptr<const PassTable>> passes_;  // null where no pass ends
+};
+
+/// Bytes of factors that stay in memory while nothing uses them.
+constexpr std::size_t MAX_KEPT_TWIDDLE_BYTES = 8'000'000;
+
+/// The factors of a transform. All callers that hold those of one transform share them. What nobody
+/// holds is kept up to MAX_KEPT_TWIDDLE_BYTES, made last kept first; a larger set is released with
+/// its last holder and made again when it is wanted. Any thread.
+/// @param width  2, 4 or 8, always with the same @p passLevels
+std::shared_ptr<const TwiddleSet> Twiddles(int width, int passLevels, int level);
 
 }  // namespace orlo::sonrel::detail
