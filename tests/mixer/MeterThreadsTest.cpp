@@ -3,37 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <functional>
 #include <thread>
+#include <vector>
 
 #include "sonrel/mixer/AudioMeter.h"
+#include "tests/mixer/Meanwhile.h"
 #include "tests/support/MixRig.h"
 
 namespace sonrel_tests {
 namespace {
-
-/// Runs work on its own thread, over and over, until the scope ends.
-class Repeatedly {
-public:
-    explicit Repeatedly(std::function<void(int)> work)
-        : thread_([this, work = std::move(work)] {
-              for (int i = 0; !done_; ++i) {
-                  work(i);
-                  turns_ = i + 1;
-                  std::this_thread::yield();
-              }
-          }) {}
-    ~Repeatedly() {
-        done_ = true;
-        thread_.join();
-    }
-    int Turns() const { return turns_; }
-
-private:
-    std::atomic<bool> done_ = false;
-    std::atomic<int> turns_ = 0;
-    std::thread thread_;
-};
 
 class MeterThreads : public ::testing::Test {
 protected:
@@ -49,11 +27,11 @@ protected:
 // Each session has its own block length, so that the length of a block names its session.
 TEST_F(MeterThreads, ABlockNeverMixesTwoSessions) {
     constexpr int LENGTHS[] = {100, 70, 1920, 3};
-    const Repeatedly host([&](int turn) {
+    const Meanwhile host([&](int turn) {
         Mixer().StartMeterSession(static_cast<unsigned long long>(turn % 6), LENGTHS[turn % 4]);
         if (turn % 3 == 0) Mixer().RestartMeterSession();
     });
-    const Repeatedly reader([&](int turn) {
+    const Meanwhile reader([&](int turn) {
         const sonrel::AudioMetrics block =
             Mixer().MetricsForBlock(static_cast<unsigned long long>(turn % 3));
         int length = block.masterMetrics.sampleCount;
@@ -73,7 +51,7 @@ TEST_F(MeterThreads, ABlockNeverMixesTwoSessions) {
 TEST_F(MeterThreads, ASessionIsSeenToEndAsAWhole) {
     constexpr unsigned long long TRACKS = 300;
     std::atomic<int> ended = 0;
-    const Repeatedly reader([&](int) {
+    const Meanwhile reader([&](int) {
         if (Mixer().MeterBlockCount() < 2) return;
         const sonrel::AudioMetrics last = Mixer().MetricsForBlock(1);
         // The next session may have begun between the two calls.
@@ -91,7 +69,7 @@ TEST_F(MeterThreads, ASessionIsSeenToEndAsAWhole) {
 }
 
 TEST_F(MeterThreads, SessionsEndAndBeginAtAnyMomentOfAMix) {
-    const Repeatedly host([&](int turn) {
+    const Meanwhile host([&](int turn) {
         if (turn % 3 == 0) Mixer().StartMeterSession(4, 1 + turn % 500);
         if (turn % 3 == 1) Mixer().RestartMeterSession();
         if (turn % 3 == 2) Mixer().StopMeterSession();
@@ -106,7 +84,7 @@ TEST_F(MeterThreads, SessionsEndAndBeginAtAnyMomentOfAMix) {
 TEST(AudioMeterThreads, ASessionMayChangeAtAnyMoment) {
     sonrel::AudioMeter meter;
     const std::vector<float> loud(2 * 5000, 0.5f);
-    const Repeatedly feeder([&](int) { meter.ProcessSamples(loud.data(), 5000); });
+    const Meanwhile feeder([&](int) { meter.ProcessSamples(loud.data(), 5000); });
     int blocks = 0;
 
     for (int i = 0; blocks < 1000 || feeder.Turns() < 300; ++i) {

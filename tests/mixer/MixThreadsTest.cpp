@@ -2,10 +2,9 @@
 // What a host may do while another thread mixes.
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <functional>
 #include <thread>
 
+#include "tests/mixer/Meanwhile.h"
 #include "tests/support/MixRig.h"
 #include "tests/support/TracingPlugins.h"
 
@@ -13,29 +12,6 @@ namespace sonrel_tests {
 namespace {
 
 constexpr int FRAME = 1920;
-
-/// Runs a host's work on a thread of its own, over and over, until the scope ends.
-class Meanwhile {
-public:
-    explicit Meanwhile(std::function<void(int)> work)
-        : thread_([this, work = std::move(work)] {
-              for (int i = 0; !done_; ++i) {
-                  work(i);
-                  turns_ = i + 1;
-                  std::this_thread::yield();
-              }
-          }) {}
-    ~Meanwhile() {
-        done_ = true;
-        thread_.join();
-    }
-    int Turns() const { return turns_; }
-
-private:
-    std::atomic<bool> done_ = false;
-    std::atomic<int> turns_ = 0;
-    std::thread thread_;
-};
 
 class MixThreads : public ::testing::Test {
 protected:
