@@ -7,6 +7,7 @@
 #include "host/Commands.h"
 #include "host/Conforming.h"
 #include "host/Input.h"
+#include "host/InputProtection.h"
 #include "host/OutputFile.h"
 #include "host/Paths.h"
 #include "host/PeakMaking.h"
@@ -94,14 +95,15 @@ std::string PlotName(const std::string& name, std::size_t pair, std::size_t pair
     return name.substr(0, at) + "-" + std::to_string(pair + 1) + name.substr(at);
 }
 
-void RefuseToOverwrite(const AlignOptions& options, const std::vector<Recording>& recordings) {
-    for (const Recording& recording : recordings) {
-        for (const std::string& output : {options.plot, options.otio}) {
-            if (!output.empty() && IsSameFile(output, recording.path)) {
-                throw UsageError("the output " + Quoted(output) + " is one of the recordings");
-            }
-        }
+void ClaimOutputs(const GlobalOptions& global, const AlignOptions& options, OutputGuard& guard) {
+    if (options.plot.empty() && options.otio.empty()) return;
+    ProtectCache(global, guard);
+    for (const std::string& input : options.inputs) ProtectMediaInput(input, guard);
+    const std::size_t pairs = options.inputs.size() - 1;
+    for (std::size_t pair = 0; pair < pairs && !options.plot.empty(); ++pair) {
+        guard.Claim(PlotName(options.plot, pair, pairs));
     }
+    if (!options.otio.empty()) guard.Claim(options.otio);
 }
 
 std::string BelowClause(const RecordingPair& pair, const AlignmentAnswer& answer, double least) {
@@ -114,7 +116,8 @@ std::string BelowClause(const RecordingPair& pair, const AlignmentAnswer& answer
 
 Outcome RunAlign(const GlobalOptions& global, const AlignOptions& options) {
     Recordings recordings(global, options.inputs);
-    RefuseToOverwrite(options, recordings.List());
+    OutputGuard guard(options.overwrite);
+    ClaimOutputs(global, options, guard);
     const EngineSession session(global);
     Progress progress(global.progress, global.quiet);
     recordings.Prepare(session, progress);
@@ -132,7 +135,7 @@ Outcome RunAlign(const GlobalOptions& global, const AlignOptions& options) {
         outcome.report["results"].push_back(AlignmentJson(pair, answer));
         outcome.text += AlignmentText(pair, answer, grid);
         if (!options.plot.empty()) {
-            WriteWholeFile(PlotName(options.plot, i - 1, list.size() - 1),
+            WriteWholeFile(PlotName(options.plot, i - 1, list.size() - 1), guard,
                            AlignmentPlot(pair, answer));
         }
         if (answer.verdict == Verdict::Aligned) {
@@ -142,7 +145,7 @@ Outcome RunAlign(const GlobalOptions& global, const AlignOptions& options) {
         }
     }
     if (!options.otio.empty()) {
-        WriteWholeFile(options.otio, SyncedTimeline(synced, recordings.Rate(), fps));
+        WriteWholeFile(options.otio, guard, SyncedTimeline(synced, recordings.Rate(), fps));
     }
     if (!below.empty()) outcome.Fail(ExitCode::ConditionFailed, below);
     return outcome;

@@ -33,13 +33,6 @@ const char* KindName(CacheFileKind kind) {
     return "vfr";
 }
 
-/// The kind of a file without a record, by its ending; empty for files that are not of the cache,
-/// which are left alone whatever the folder is.
-std::string KindOfFile(const fs::path& file) {
-    if (file.extension() == ".xwmc") return "conformed";
-    return file.extension() == ".xwpk" ? "peak" : "";
-}
-
 std::vector<CacheRecord> ReadRecords(const std::string& database) {
     struct stat status = {};
     if (stat(database.c_str(), &status) != 0) return {};
@@ -70,7 +63,7 @@ std::vector<CacheEntry> FindOrphans(const CachePlaces& places, const std::set<st
     if (!fs::exists(fs::status(places.folder, error))) return orphans;
     for (fs::directory_iterator at(places.folder, error), end; !error && at != end;
          at.increment(error)) {
-        const std::string kind = KindOfFile(at->path());
+        const std::string kind = KindOfCacheFile(at->path().filename().string());
         const std::string name = at->path().filename().string();
         std::error_code ignored;
         if (kind.empty() || known.contains(name) || at->is_directory(ignored)) continue;
@@ -94,6 +87,11 @@ std::vector<CacheEntry> FindOrphans(const CachePlaces& places, const std::set<st
 }
 
 }  // namespace
+
+std::string KindOfCacheFile(const std::string& name) {
+    if (name.ends_with(".xwmc")) return "conformed";
+    return name.ends_with(".xwpk") ? "peak" : "";
+}
 
 std::string CacheFilePath(const CachePlaces& places, const std::string& file) {
     return (fs::path(places.folder) / file).string();

@@ -25,6 +25,10 @@ struct CacheEntry {
 /// @throws JobError where one of them cannot be read
 std::vector<CacheEntry> TakeInventory(const CachePlaces& places);
 
+/// The kind of a file in the cache folder by the ending of its name; empty for files that are not
+/// of the cache, which are left alone whatever the folder is.
+std::string KindOfCacheFile(const std::string& name);
+
 /// Full path of a file in the cache folder.
 std::string CacheFilePath(const CachePlaces& places, const std::string& file);
 

@@ -296,6 +296,10 @@ CLI::App* AddCommand(CLI::App& parent, const std::string& name, const std::strin
     return command;
 }
 
+void DeclareOverwrite(CLI::App& command, bool& overwrite) {
+    command.add_flag("--overwrite", overwrite, "Replace write-protected files too");
+}
+
 void DeclareAlign(CLI::App& app, Target& target) {
     AlignOptions& align = target.align;
     CLI::App* command = AddCommand(app, "align", "Find how far recordings of one event are apart");
@@ -309,6 +313,7 @@ void DeclareAlign(CLI::App& app, Target& target) {
         ->type_name("FILE.svg");
     command->add_option("--otio", align.otio, "Write a timeline with the recordings in sync")
         ->type_name("FILE.otio");
+    DeclareOverwrite(*command, align.overwrite);
     command->callback([&target] { target.chosen = FinishAlign; });
 }
 
@@ -352,6 +357,7 @@ void DeclareMix(CLI::App& app, Target& target) {
         ->type_name("MODE");
     command->add_option("--audio-from", target.raw.audioFrom, "audio or video tracks (audio)")
         ->type_name("KIND");
+    DeclareOverwrite(*command, mix.overwrite);
     command->callback([&target] { target.chosen = FinishMix; });
 }
 
@@ -367,6 +373,7 @@ void DeclarePeaks(CLI::App& app, Target& target) {
         ->type_name("FILE.json|.dat");
     command->add_option("--zoom", target.raw.zoom, "Samples in a pixel of the export (256)")
         ->type_name("N");
+    DeclareOverwrite(*command, peaks.overwrite);
     command->callback([&target] { target.chosen = FinishPeaks; });
 }
 
@@ -388,6 +395,7 @@ void DeclarePlay(CLI::App& app, Target& target) {
     command->add_option("--seed", target.raw.seed, "Seed of the dither, or random (1)")
         ->type_name("N");
     command->add_flag("--allow-missing", play.allowMissing, "Missing media are silent");
+    DeclareOverwrite(*command, play.overwrite);
     command->callback([&target] { target.chosen = FinishPlay; });
 }
 
@@ -409,6 +417,7 @@ void DeclareWaveform(CLI::App& app, Target& target) {
         ->type_name("RRGGBB[AA]");
     command->add_option("--range", waveform.range, "Part of the stream (all)")->type_name("A:B");
     command->add_flag("--ruler", waveform.ruler, "Draw a time ruler below");
+    DeclareOverwrite(*command, waveform.overwrite);
     command->callback([&target] { target.chosen = FinishWaveform; });
 }
 

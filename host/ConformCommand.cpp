@@ -9,7 +9,7 @@ namespace orlo::host {
 Outcome RunConform(const GlobalOptions& global, const ConformOptions& options) {
     project::Project project;
     std::vector<ConformTask> tasks;
-    MediaCollector collector(global, [&](const std::string& path, int stream, int rate) {
+    MediaCollector collector(global, nullptr, [&](const std::string& path, int stream, int rate) {
         ConformTask task;
         task.asset = ImportMediaFile(project, path, stream);
         task.rate = rate;

@@ -7,7 +7,8 @@ namespace orlo::host {
 
 /// Turns SIGINT and SIGTERM into a flag that the commands look at, so that a job stops between two
 /// pieces of work and takes its half-made files with it. A second signal ends the program at once.
-/// SIGPIPE is ignored: a reader that goes away shows as a failed write.
+/// SIGPIPE and SIGXFSZ are ignored: a reader that goes away and a file beyond the size limit show
+/// as failed writes.
 void CatchInterrupts();
 
 /// Whether the program was asked to stop. Any thread.

@@ -2,6 +2,7 @@
 #include "host/MediaEntries.h"
 
 #include "host/Input.h"
+#include "host/InputProtection.h"
 #include "host/Paths.h"
 #include "host/Text.h"
 
@@ -47,6 +48,7 @@ void MediaCollector::Add(const std::string& input) {
         if (otio::IsTimelinePath(input)) {
             AddTimeline(input);
         } else {
+            if (guard_ != nullptr) ProtectMediaInput(input, *guard_);
             AddMedia(input, AbsolutePath(input), 0, RateFor(global_));
         }
     } catch (const JobError& error) {
@@ -56,6 +58,7 @@ void MediaCollector::Add(const std::string& input) {
 
 void MediaCollector::AddTimeline(const std::string& input) {
     const otio::TimelineImport import = ReadTimeline(input, global_);
+    if (guard_ != nullptr) ProtectTimeline(input, import, *guard_);
     const int rate = import.arrangement.rate;
     for (const MediaUse& use : CollectMedia(import.arrangement.tracks)) {
         if (use.location.problem.empty()) {

@@ -11,6 +11,7 @@
 
 #include "host/Options.h"
 #include "host/Outcome.h"
+#include "host/OutputGuard.h"
 
 namespace orlo::host {
 
@@ -32,8 +33,9 @@ public:
     /// @return the task's number @throws JobError
     using MakeTask = std::function<std::size_t(const std::string& path, int stream, int rate)>;
 
-    MediaCollector(const GlobalOptions& global, MakeTask makeTask)
-        : global_(global), makeTask_(std::move(makeTask)) {}
+    /// @param guard  is to protect the inputs; null for a command without outputs
+    MediaCollector(const GlobalOptions& global, OutputGuard* guard, MakeTask makeTask)
+        : global_(global), guard_(guard), makeTask_(std::move(makeTask)) {}
 
     void Add(const std::string& input);
 
@@ -45,6 +47,7 @@ private:
     std::size_t TaskFor(const std::string& path, int stream, int rate);
 
     const GlobalOptions& global_;
+    OutputGuard* guard_;
     MakeTask makeTask_;
     std::map<std::tuple<std::string, int, int>, std::size_t> known_;
 };

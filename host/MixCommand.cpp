@@ -4,6 +4,7 @@
 
 #include "host/Commands.h"
 #include "host/Input.h"
+#include "host/InputProtection.h"
 #include "host/Interrupt.h"
 #include "host/Loudness.h"
 #include "host/MixPreparation.h"
@@ -25,29 +26,6 @@ using sonrel::AudioMixer;
 
 /// Meter blocks in a second.
 constexpr int BLOCKS_PER_SECOND = 10;
-
-/// Refuses two outputs of one name.
-void RequireTwoFiles(const std::string& a, const std::string& b) {
-    if (AbsolutePath(a) == AbsolutePath(b) || IsSameFile(a, b)) {
-        throw UsageError("two outputs have the name " + Quoted(b) + "; choose another for one");
-    }
-}
-
-/// @param stems  the files of the stems
-void CheckOutputs(const MixOptions& options, const std::vector<std::string>& stems,
-                  const std::vector<MediaUse>& media) {
-    std::vector<std::string> outputs{options.output};
-    if (!options.meters.empty()) outputs.push_back(options.meters);
-    if (outputs.size() == 2) RequireTwoFiles(outputs[0], outputs[1]);
-    for (const std::string& stem : stems) {
-        for (const std::string& output : outputs) RequireTwoFiles(stem, output);
-    }
-    outputs.insert(outputs.end(), stems.begin(), stems.end());
-    for (const std::string& output : outputs) {
-        RequireOtherFile(output, options.input);
-        for (const MediaUse& use : media) RequireOtherFile(output, use.location.path);
-    }
-}
 
 /// The keys that every mix has, as they stand before anything is mixed.
 Json ReportHead(const MixOptions& options, const FrameGrid& grid, bool isTimeline) {
@@ -98,7 +76,8 @@ public:
           nested_(WantedComposition(import_.arrangement, options)),
           media_(CollectMedia(nested_ != nullptr ? nested_->composition->tracks
                                                  : import_.arrangement.tracks)),
-          missing_(MissingMedia(media_)) {
+          missing_(MissingMedia(media_)),
+          guard_(options.overwrite) {
         // A composition has no tracks that could be metered or written.
         if (nested_ == nullptr) trackNames_ = TrackNames(import_.arrangement);
         if (options.stems) stemPaths_ = StemPaths(*options.stems, trackNames_);
@@ -114,13 +93,21 @@ public:
                            " has no length: there is nothing to mix");
         }
         span_ = ParseSpan(options_.from, options_.to, grid_, total);
-        CheckOutputs(options_, stemPaths_, media_);
+        ClaimOutputs();
         if (!missing_.empty() && !options_.allowMissing) return RefuseMissing();
         Mix();
         return Report();
     }
 
 private:
+    void ClaimOutputs() {
+        ProtectCache(global_, guard_);
+        ProtectTimeline(options_.input, import_, guard_);
+        guard_.Claim(options_.output);
+        if (!options_.meters.empty()) guard_.Claim(options_.meters);
+        for (const std::string& stem : stemPaths_) guard_.Claim(stem);
+    }
+
     Outcome RefuseMissing() {
         Outcome outcome;
         outcome.report = ReportHead(options_, grid_, true);
@@ -150,11 +137,11 @@ private:
         const auto project = std::make_shared<project::Project>();
         ImportMedia(*project, media_, import_.report);
 
-        WavWriter writer(options_.output, grid_.rate, span_.end - span_.begin);
+        WavWriter writer(options_.output, guard_, grid_.rate, span_.end - span_.begin);
         std::optional<OutputFile> meters;
-        if (!options_.meters.empty()) meters.emplace(options_.meters);
+        if (!options_.meters.empty()) meters.emplace(options_.meters, guard_);
         std::optional<Stems> stems;
-        if (options_.stems) stems.emplace(*options_.stems, stemPaths_, grid_, span_);
+        if (options_.stems) stems.emplace(*options_.stems, stemPaths_, guard_, grid_, span_);
 
         const EngineSession session(global_);
         Progress progress(global_.progress, global_.quiet);
@@ -182,6 +169,10 @@ private:
                 MetersJson(mixer, trackNames_, grid_.rate, blockFrames, span_.begin).dump() + "\n");
         }
         if (stems) stems->Flush();
+        // Every output is whole on the disk before the first one takes its name.
+        writer.Seal();
+        if (meters) meters->Seal();
+        if (stems) stems->Seal();
         if (Interrupted()) ThrowInterrupted("nothing was written");
         writer.Finish();
         if (meters) meters->Commit();
@@ -231,6 +222,7 @@ private:
     std::vector<MediaUse> missing_;
     std::vector<std::string> trackNames_;
     std::vector<std::string> stemPaths_;
+    OutputGuard guard_;
     SampleSpan span_;
     MeterSummary summary_;
     std::optional<LoudnessMeter> loudness_;
@@ -249,7 +241,10 @@ void RefuseTimelineOptions(const MixOptions& options) {
 Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
     const std::string path = AbsolutePath(options.input);
     RefuseTimelineOptions(options);
-    CheckOutputs(options, {}, {});
+    OutputGuard guard(options.overwrite);
+    ProtectCache(global, guard);
+    ProtectMediaInput(options.input, guard);
+    guard.Claim(options.output);
     project::Project project;
     std::vector<MediaUse> media{{{path, {}}, 0, {}, ImportMediaFile(project, path, 0)}};
     const std::shared_ptr<project::MediaAsset>& asset = media.front().asset;
@@ -262,7 +257,7 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
     if (total == 0) throw JobError("the sound of " + Quoted(path) + " has no length");
     const SampleSpan span = ParseSpan(options.from, options.to, grid, total);
 
-    WavWriter writer(options.output, grid.rate, span.end - span.begin);
+    WavWriter writer(options.output, guard, grid.rate, span.end - span.begin);
     LoudnessMeter loudness(grid.rate);
     MixSink sink(writer, &loudness);
     RenderMedia(*session.Engine()->Mixer(), asset, grid, span, sink, progress);

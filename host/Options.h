@@ -58,6 +58,7 @@ struct MixOptions {
     bool failOnClip = false;
     bool allowMissing = false;
     bool soundFromVideo = false;
+    bool overwrite = false;  ///< whether write-protected files may be replaced
 };
 
 struct PlayOptions {
@@ -72,6 +73,7 @@ struct PlayOptions {
     DitherChoice dither = DitherChoice::HighPass;
     unsigned int seed = 1;  ///< 0 asks for one from the clock
     bool allowMissing = false;
+    bool overwrite = false;  ///< whether write-protected files may be replaced
 };
 
 enum class CacheAction { List, DiskUse, Check, Clean };
@@ -90,7 +92,8 @@ struct PeaksOptions {
     std::string output;  ///< empty: to the cache
     PeakMode mode = PeakMode::Auto;
     std::string exportFile;
-    int zoom = 256;  ///< samples in a pixel of the export
+    int zoom = 256;          ///< samples in a pixel of the export
+    bool overwrite = false;  ///< whether write-protected files may be replaced
 };
 
 struct WaveformOptions {
@@ -104,6 +107,7 @@ struct WaveformOptions {
     sonrel::WaveformPreview::Color background{};
     std::string range;  ///< empty: the whole stream
     bool ruler = false;
+    bool overwrite = false;  ///< whether write-protected files may be replaced
 };
 
 struct AlignOptions {
@@ -111,6 +115,7 @@ struct AlignOptions {
     double minCorrelation = 0.3;
     std::string plot;
     std::string otio;
+    bool overwrite = false;  ///< whether write-protected files may be replaced
 };
 
 using CommandOptions = std::variant<AlignOptions, InfoOptions, ConformOptions, MixOptions,

@@ -1,67 +1,66 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "host/OutputGuard.h"
+#include "host/OutputStream.h"
+#include "host/PartialFile.h"
+
 namespace orlo::host {
 
-/// A file that appears under its name whole or not at all.
+/// An output of a command. A file appears under its name whole or not at all; a file that had the
+/// name before stays until then.
 ///
-/// Until Commit the bytes are in a file without a name in the same folder, or, where the file
-/// system knows none, under a hidden temporary name; a file that stood there before stays as it is.
-/// Commit syncs, then puts the name on. A link is followed, so that it keeps pointing at its file.
-/// A device such as /dev/null is written as it is.
+/// Through a link the file that it leads to is replaced. A replaced file passes its permissions on.
+/// A device such as /dev/null and a named pipe are written directly.
 class OutputFile {
 public:
-    /// @param path  the file to make, or to put in place of the one there
-    /// @throws JobError when it cannot be made: a folder, a pipe, no permission
-    explicit OutputFile(const std::string& path);
-    /// Drops what was written unless it was committed.
-    ~OutputFile();
-    OutputFile(const OutputFile&) = delete;
-    OutputFile& operator=(const OutputFile&) = delete;
+    /// @param path   the file to make or to replace
+    /// @param guard  outlives the object
+    /// @throws JobError when it cannot be made; UsageError for a file that the command reads or
+    ///         owns; CommandError when the program is asked to stop
+    OutputFile(const std::string& path, OutputGuard& guard);
 
-    /// The open file, for writing and seeking. Stays open until Commit or the end.
-    int Descriptor() const { return descriptor_; }
-    /// A path that leads to the open file while it has no name yet.
-    std::string OpenPath() const { return "/proc/self/fd/" + std::to_string(descriptor_); }
     /// The name as it was given.
     const std::string& Path() const { return path_; }
+    /// Whether the bytes are gone once they are written: nothing can be replaced.
+    bool IsStream() const { return stream_.has_value(); }
 
-    /// Appends bytes. @throws JobError
+    /// Appends bytes. @throws as the constructor
     void Write(std::string_view bytes);
+    /// Replaces bytes that are already written. Not for a stream. @throws JobError
+    void WriteAt(std::string_view bytes, long long offset);
+
+    /// A file for a writer that seeks; Commit takes its contents. For a file the output itself, for
+    /// a stream a temporary file.
+    PartialFile& Seekable();
 
     /// Refuses a job that cannot fit on the disk.
     /// @throws JobError when the file system has less than @p bytes left
     void RequireSpace(long long bytes) const;
 
-    /// Puts the finished file under its name. @throws JobError
+    /// Writes everything through to the disk; nothing is written afterwards. With several outputs
+    /// all are sealed before the first one takes its name. @throws JobError
+    void Seal();
+
+    /// Puts the finished file under its name. @throws as the constructor
     void Commit();
 
-    /// Fails with a clause about this file.
-    /// @param error  an errno, or 0 where the system gave none
-    [[noreturn]] void Fail(int error) const;
-
 private:
-    void Open();
-    bool OpenNameless(const std::string& folder);
-    void OpenTemporary();
-    void GiveTemporaryName();
-    void Close();
+    void CopyToStream(const PartialFile& source);
 
     std::string path_;
-    std::string target_;     ///< the path with links followed
-    std::string temporary_;  ///< the hidden name, while it stands
-    int descriptor_ = -1;
-    int mode_ = -1;  ///< permissions of the file that is replaced
-    bool device_ = false;
+    OutputGuard& guard_;
+    OutputTarget target_;
+    std::optional<PartialFile> file_;  ///< for a stream only after Seekable
+    std::optional<OutputStream> stream_;
+    bool sealed_ = false;
 };
 
-/// Refuses an output that would replace something that is read. @throws UsageError
-void RequireOtherFile(const std::string& output, const std::string& input);
-
-/// Writes a whole small file in that way. @throws JobError
-void WriteWholeFile(const std::string& path, std::string_view bytes);
+/// Writes a whole small output in that way. @throws as OutputFile
+void WriteWholeFile(const std::string& path, OutputGuard& guard, std::string_view bytes);
 
 }  // namespace orlo::host

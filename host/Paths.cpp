@@ -24,9 +24,4 @@ std::string AbsolutePath(const std::string& path) {
     return fs::absolute(path).lexically_normal().string();
 }
 
-bool IsSameFile(const std::string& a, const std::string& b) {
-    std::error_code error;
-    return fs::equivalent(a, b, error) && !error;
-}
-
 }  // namespace orlo::host

@@ -12,7 +12,4 @@ std::wstring WidePath(const std::string& path);
 /// recorded under this form.
 std::string AbsolutePath(const std::string& path);
 
-/// Whether both paths lead to one existing file.
-bool IsSameFile(const std::string& a, const std::string& b);
-
 }  // namespace orlo::host

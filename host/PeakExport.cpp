@@ -11,7 +11,6 @@
 #include "host/Errors.h"
 #include "host/Interrupt.h"
 #include "host/Outcome.h"
-#include "host/OutputFile.h"
 #include "host/Paths.h"
 #include "host/Text.h"
 #include "sonrel/caches/PeakFile.h"
@@ -132,8 +131,8 @@ PeakExportFormat PeakExportFormatOf(const std::string& path) {
     throw UsageError("--export " + Quoted(path) + " ends neither in .json nor in .dat");
 }
 
-int ExportPeaks(const std::string& peakPath, int rate, int samplesPerPixel,
-                const std::string& path) {
+int ExportPeaks(const std::string& peakPath, int rate, int samplesPerPixel, OutputFile& output) {
+    const std::string& path = output.Path();
     PeakFile peaks;
     if (!peaks.Open(WidePath(peakPath))) {
         throw JobError("there is nothing to export to " + Quoted(path) + ": the peak file " +
@@ -146,7 +145,6 @@ int ExportPeaks(const std::string& peakPath, int rate, int samplesPerPixel,
     const long long step = samplesPerPixel / peaks.SamplesPerBlock();
     head.pixels = static_cast<int>((peaks.BlockCount() + step - 1) / step);
 
-    OutputFile output(path);
     BinaryEncoder binary(output);
     JsonEncoder json(output);
     Encoder& encoder = PeakExportFormatOf(path) == PeakExportFormat::Text
@@ -155,7 +153,6 @@ int ExportPeaks(const std::string& peakPath, int rate, int samplesPerPixel,
     encoder.Begin(head);
     CopyPixels(peaks, head, encoder, peakPath);
     encoder.End();
-    output.Commit();
     return head.pixels;
 }
 

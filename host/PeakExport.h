@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "host/OutputFile.h"
+
 namespace orlo::host {
 
 enum class PeakExportFormat { Text, Binary };
@@ -15,10 +17,9 @@ PeakExportFormat PeakExportFormatOf(const std::string& path);
 /// @param peakPath         a peak file; it is read in pieces
 /// @param rate             of the stream, hertz
 /// @param samplesPerPixel  a multiple of 32
-/// @param path             the file to write, which appears when it is whole
+/// @param output           is committed by the caller; its name decides about the format
 /// @return the pixels
 /// @throws JobError; CommandError when the program is asked to stop
-int ExportPeaks(const std::string& peakPath, int rate, int samplesPerPixel,
-                const std::string& path);
+int ExportPeaks(const std::string& peakPath, int rate, int samplesPerPixel, OutputFile& output);
 
 }  // namespace orlo::host

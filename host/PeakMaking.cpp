@@ -7,6 +7,7 @@
 #include "host/Errors.h"
 #include "host/Input.h"
 #include "host/Interrupt.h"
+#include "host/OutputTarget.h"
 #include "host/Paths.h"
 #include "host/Text.h"
 #include "sonrel/caches/PeakFile.h"
@@ -216,7 +217,7 @@ void FindOrMakePeakFiles(const EngineSession& session, std::vector<PeakTask>& ta
     progress.End();
 }
 
-void WritePeakFile(const PeakTask& task, const OutputFile& output, PeakMode mode,
+void WritePeakFile(const PeakTask& task, const PartialFile& output, PeakMode mode,
                    Progress& progress) {
     const std::string channels = ChannelTrouble(task);
     if (!channels.empty()) {
@@ -231,13 +232,13 @@ void WritePeakFile(const PeakTask& task, const OutputFile& output, PeakMode mode
     } catch (const zrh::media::ZRMediaException& error) {
         RefuseMedia(MediaPath(task), error.Code());
     }
-    if (Interrupted()) ThrowInterrupted("nothing was written to " + Quoted(output.Path()));
-    if (IsAboutOutput(code)) output.Fail(0);
+    if (Interrupted()) ThrowInterrupted("nothing was written to " + Quoted(output.Label()));
+    if (IsAboutOutput(code)) ThrowWriteError(output.Label(), 0);
     if (code != 0) {
         output.RequireSpace(BytesOf(task));
         const std::string trouble = SoundTrouble(task);
         throw JobError("cannot make the peak file of " + Quoted(MediaPath(task)) + ": " +
-                       (trouble.empty() ? "its sound cannot be read, or " + Quoted(output.Path()) +
+                       (trouble.empty() ? "its sound cannot be read, or " + Quoted(output.Label()) +
                                               " cannot be written"
                                         : trouble));
     }

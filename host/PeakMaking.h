@@ -8,7 +8,7 @@
 #include "host/EngineSession.h"
 #include "host/MediaEntries.h"
 #include "host/Options.h"
-#include "host/OutputFile.h"
+#include "host/PartialFile.h"
 #include "host/Progress.h"
 #include "sonrel/contracts/project/MediaAsset.h"
 #include "sonrel/contracts/project/MediaManager.h"
@@ -39,7 +39,7 @@ void FindOrMakePeakFiles(const EngineSession& session, std::vector<PeakTask>& ta
 
 /// Writes a peak file to an output that is committed by the caller.
 /// @throws JobError; CommandError when the program is asked to stop
-void WritePeakFile(const PeakTask& task, const OutputFile& output, PeakMode mode,
+void WritePeakFile(const PeakTask& task, const PartialFile& output, PeakMode mode,
                    Progress& progress);
 
 }  // namespace orlo::host

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <filesystem>
 #include <memory>
+#include <optional>
 
 #include "host/Commands.h"
 #include "host/Input.h"
+#include "host/InputProtection.h"
 #include "host/OutputFile.h"
 #include "host/Paths.h"
 #include "host/PeakExport.h"
@@ -15,6 +17,11 @@ namespace orlo::host {
 
 namespace {
 
+/// The name in messages of a file that is never named.
+std::string ScratchName() {
+    return (std::filesystem::temp_directory_path() / "peaks.xwpk").string();
+}
+
 /// The streams of all inputs.
 struct Work {
     std::shared_ptr<project::MediaManager> manager = std::make_shared<project::MediaManager>();
@@ -22,9 +29,9 @@ struct Work {
     std::vector<MediaEntry> entries;
 };
 
-Work CollectWork(const GlobalOptions& global, const PeaksOptions& options) {
+Work CollectWork(const GlobalOptions& global, const PeaksOptions& options, OutputGuard& guard) {
     Work work;
-    MediaCollector collector(global, [&](const std::string& path, int stream, int) {
+    MediaCollector collector(global, &guard, [&](const std::string& path, int stream, int) {
         work.tasks.push_back(PeakTaskFor(work.manager, path, stream));
         return work.tasks.size() - 1;
     });
@@ -47,17 +54,10 @@ PeakTask& OnlyTask(Work& work, const PeaksOptions& options) {
     return work.tasks.front();
 }
 
-void CheckOutputs(const PeaksOptions& options, const PeakTask& task) {
-    for (const std::string& output : {options.output, options.exportFile}) {
-        if (output.empty()) continue;
-        RequireOtherFile(output, options.inputs.front());
-        RequireOtherFile(output, zrtl::ToUtf8(task.asset->Filename()));
-    }
-    if (options.exportFile.empty() || options.output.empty()) return;
-    if (AbsolutePath(options.output) == AbsolutePath(options.exportFile) ||
-        IsSameFile(options.output, options.exportFile)) {
-        throw UsageError("-o and --export name the same file " + Quoted(options.output));
-    }
+void ClaimOutputs(const GlobalOptions& global, const PeaksOptions& options, OutputGuard& guard) {
+    ProtectCache(global, guard);
+    if (!options.output.empty()) guard.Claim(options.output);
+    if (!options.exportFile.empty()) guard.Claim(options.exportFile);
 }
 
 /// The rate of the stream's samples as they are read, which a container may tell wrong.
@@ -70,8 +70,8 @@ int ExactRate(const PeakTask& task) {
 }
 
 void Export(const PeakTask& task, const PeaksOptions& options, const std::string& peakPath,
-            Outcome& outcome) {
-    const int pixels = ExportPeaks(peakPath, ExactRate(task), options.zoom, options.exportFile);
+            OutputFile& output, Outcome& outcome) {
+    const int pixels = ExportPeaks(peakPath, ExactRate(task), options.zoom, output);
     outcome.report["export"] = options.exportFile;
     outcome.report["samplesPerPixel"] = options.zoom;
     outcome.report["pixels"] = pixels;
@@ -82,31 +82,45 @@ void Export(const PeakTask& task, const PeaksOptions& options, const std::string
 /// Without the cache: to the file of -o, or to one without a name that is gone when the export is
 /// written.
 Outcome RunWithoutCache(const GlobalOptions& global, const PeaksOptions& options) {
-    Work work = CollectWork(global, options);
+    OutputGuard guard(options.overwrite);
+    Work work = CollectWork(global, options, guard);
     PeakTask& task = OnlyTask(work, options);
-    CheckOutputs(options, task);
+    ClaimOutputs(global, options, guard);
     Progress progress(global.progress, global.quiet);
-    OutputFile output(!options.output.empty()
-                          ? options.output
-                          : (std::filesystem::temp_directory_path() / "peaks.xwpk").string());
-    WritePeakFile(task, output, options.mode, progress);
+    std::optional<OutputFile> output;
+    if (!options.output.empty()) output.emplace(options.output, guard);
+    std::optional<PartialFile> scratch;
+    if (!output) scratch.emplace(ScratchName(), ScratchName());
+    const PartialFile& peaks = output ? output->Seekable() : *scratch;
+    WritePeakFile(task, peaks, options.mode, progress);
     task.result = {FileStatus::Made, options.output, {}};
     Outcome outcome = ReportFiles(work.entries, [&](std::size_t) { return task.result; });
-    if (!options.exportFile.empty()) Export(task, options, output.OpenPath(), outcome);
-    if (!options.output.empty()) output.Commit();
+    if (output) output->Seal();
+    if (!options.exportFile.empty()) {
+        OutputFile exported(options.exportFile, guard);
+        Export(task, options, peaks.OpenPath(), exported, outcome);
+        exported.Commit();
+    }
+    if (output) output->Commit();
     return outcome;
 }
 
 Outcome RunWithCache(const GlobalOptions& global, const PeaksOptions& options) {
-    Work work = CollectWork(global, options);
-    if (!options.exportFile.empty()) CheckOutputs(options, OnlyTask(work, options));
+    OutputGuard guard(options.overwrite);
+    Work work = CollectWork(global, options, guard);
+    if (!options.exportFile.empty()) {
+        OnlyTask(work, options);
+        ClaimOutputs(global, options, guard);
+    }
     const EngineSession session(global);
     Progress progress(global.progress, global.quiet);
     FindOrMakePeakFiles(session, work.tasks, progress);
     Outcome outcome =
         ReportFiles(work.entries, [&](std::size_t task) { return work.tasks[task].result; });
     if (!options.exportFile.empty() && outcome.code == ExitCode::Done) {
-        Export(work.tasks.front(), options, work.tasks.front().result.path, outcome);
+        OutputFile exported(options.exportFile, guard);
+        Export(work.tasks.front(), options, work.tasks.front().result.path, exported, outcome);
+        exported.Commit();
     }
     return outcome;
 }

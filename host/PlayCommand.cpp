@@ -5,6 +5,7 @@
 
 #include "host/Commands.h"
 #include "host/Input.h"
+#include "host/InputProtection.h"
 #include "host/Interrupt.h"
 #include "host/MixPreparation.h"
 #include "host/OutputFile.h"
@@ -84,10 +85,11 @@ public:
         : global_(global),
           options_(options),
           target_(otio::IsTimelinePath(options.input) ? TimelineTarget(global, options)
-                                                      : MediaTarget(global, options)) {}
+                                                      : MediaTarget(global, options)),
+          guard_(options.overwrite) {}
 
     Outcome Run() {
-        CheckOutput();
+        ClaimOutput();
         const EngineSession session(global_);
         {
             Progress progress(global_.progress, global_.quiet);
@@ -95,7 +97,8 @@ public:
         }
         Complete();
         const long long begin = FirstSample();
-        PlayOutput output(options_.output, target_.grid.rate, MostFrames(begin), options_.bufferMs);
+        PlayOutput output(options_.output, guard_, target_.grid.rate, MostFrames(begin),
+                          options_.bufferMs);
         MeterSessions sessions;
         PlaybackEngine& engine = SetUp(*session.Engine());
         if (HasMeters()) engine.AddMeterObserver(&sessions);
@@ -120,12 +123,15 @@ private:
 
     bool HasMeters() const { return !target_.asset && (options_.meters || options_.events); }
 
-    void CheckOutput() const {
+    void ClaimOutput() {
         if (!PlayOutput::IsFileName(options_.output)) return;
-        RequireOtherFile(options_.output, options_.input);
-        for (const MediaUse& use : target_.media) {
-            RequireOtherFile(options_.output, use.location.path);
+        ProtectCache(global_, guard_);
+        if (target_.asset) {
+            ProtectMediaInput(options_.input, guard_);
+        } else {
+            ProtectTimeline(options_.input, target_.import, guard_);
         }
+        guard_.Claim(options_.output);
     }
 
     long long FirstSample() const {
@@ -270,6 +276,7 @@ private:
     const GlobalOptions& global_;
     const PlayOptions& options_;
     PlayTarget target_;
+    OutputGuard guard_;
     int lastFrame_ = PlaybackEngine::NO_FRAME;
     long long lastStepPoll_ = 0;
     Clock::time_point nextPoll_ = Clock::now() + METER_POLL;

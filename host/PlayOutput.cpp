@@ -26,11 +26,11 @@ bool IsWavName(const std::string& path) {
 
 }  // namespace
 
-PlayFile::PlayFile(const std::string& path, int rate, long long frames) {
+PlayFile::PlayFile(const std::string& path, OutputGuard& guard, int rate, long long frames) {
     if (IsWavName(path)) {
-        wav_.emplace(path, rate, frames);
+        wav_.emplace(path, guard, rate, frames, WavWriter::Length::AtMost);
     } else {
-        raw_.emplace(path);
+        raw_.emplace(path, guard);
         raw_->RequireSpace(frames * BYTES_PER_FRAME);
     }
 }
@@ -63,9 +63,10 @@ bool PlayOutput::IsFileName(const std::string& output) {
     return output != DEVICE && output != NOWHERE;
 }
 
-PlayOutput::PlayOutput(const std::string& output, int rate, long long frames, int bufferMs) {
+PlayOutput::PlayOutput(const std::string& output, OutputGuard& guard, int rate, long long frames,
+                       int bufferMs) {
     if (IsFileName(output)) {
-        file_ = std::make_unique<PlayFile>(output, rate, frames);
+        file_ = std::make_unique<PlayFile>(output, guard, rate, frames);
         virtual_ = std::make_shared<VirtualOutput>(
             VirtualOutput::Clock::Stepped, [file = file_.get()](const short* samples, int count) {
                 return file->Write(samples, count);

@@ -19,7 +19,7 @@ class PlayFile {
 public:
     /// @param frames  how many will come at most
     /// @throws JobError when the file cannot be made or would not fit on the disk
-    PlayFile(const std::string& path, int rate, long long frames);
+    PlayFile(const std::string& path, OutputGuard& guard, int rate, long long frames);
 
     /// Appends frames; on the output's thread.
     /// @return false when that failed; Finish tells why
@@ -48,7 +48,8 @@ public:
     /// @param frames    how many a file will take at most
     /// @param bufferMs  of the sound device; 0 is the library's default
     /// @throws JobError when the file cannot be made
-    PlayOutput(const std::string& output, int rate, long long frames, int bufferMs);
+    PlayOutput(const std::string& output, OutputGuard& guard, int rate, long long frames,
+               int bufferMs);
     ~PlayOutput();
     PlayOutput(const PlayOutput&) = delete;
     PlayOutput& operator=(const PlayOutput&) = delete;

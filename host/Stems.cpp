@@ -63,8 +63,8 @@ std::shared_ptr<EditorSequence> OnlyTrack(EditorSequence& whole, std::size_t ind
 }  // namespace
 
 struct Stems::Stem {
-    Stem(const std::string& path, int rate, long long frames)
-        : writer(path, rate, frames), sink(writer, nullptr) {}
+    Stem(const std::string& path, OutputGuard& guard, int rate, long long frames)
+        : writer(path, guard, rate, frames), sink(writer, nullptr) {}
 
     WavWriter writer;
     MixSink sink;
@@ -83,12 +83,12 @@ std::vector<std::string> StemPaths(const std::string& folder,
     return paths;
 }
 
-Stems::Stems(const std::string& folder, std::vector<std::string> paths, const FrameGrid& grid,
-             const SampleSpan& span)
+Stems::Stems(const std::string& folder, std::vector<std::string> paths, OutputGuard& guard,
+             const FrameGrid& grid, const SampleSpan& span)
     : grid_(grid), paths_(std::move(paths)) {
     MakeFolder(folder);
     for (const std::string& path : paths_) {
-        stems_.push_back(std::make_unique<Stem>(path, grid.rate, span.end - span.begin));
+        stems_.push_back(std::make_unique<Stem>(path, guard, grid.rate, span.end - span.begin));
     }
 }
 
@@ -119,6 +119,10 @@ void Stems::Render(long long position, int count) {
 
 void Stems::Flush() {
     for (const std::unique_ptr<Stem>& stem : stems_) stem->sink.Flush();
+}
+
+void Stems::Seal() {
+    for (const std::unique_ptr<Stem>& stem : stems_) stem->writer.Seal();
 }
 
 void Stems::Finish() {

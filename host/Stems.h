@@ -29,8 +29,8 @@ public:
     /// Makes the folder where it is missing, and the files without their names.
     /// @param span  what will be mixed
     /// @throws JobError
-    Stems(const std::string& folder, std::vector<std::string> paths, const FrameGrid& grid,
-          const SampleSpan& span);
+    Stems(const std::string& folder, std::vector<std::string> paths, OutputGuard& guard,
+          const FrameGrid& grid, const SampleSpan& span);
     ~Stems();
 
     /// @param project  with the sequence that is mixed
@@ -40,7 +40,9 @@ public:
     void Render(long long position, int count);
     /// Writes what is still gathered. @throws JobError
     void Flush();
-    /// Gives the files their names. @throws JobError
+    /// Writes everything through to the disk. @throws JobError
+    void Seal();
+    /// Gives the files their names. @throws as OutputFile
     void Finish();
 
     const std::vector<std::string>& Paths() const { return paths_; }

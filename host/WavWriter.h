@@ -1,39 +1,47 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <memory>
 #include <string>
 
 #include "host/OutputFile.h"
 
 namespace orlo::host {
 
-/// The format that holds so many stereo frames: plain WAV while its sizes fit into 32 bits, then
-/// RF64.
+/// The format for a number of stereo frames: plain WAV while its sizes fit into 32 bits, then RF64.
 enum class WavFormat { Wav, Rf64 };
 WavFormat WavFormatFor(long long frames);
+
+/// The bytes of a WAV or RF64 file of 16-bit stereo before its samples.
+/// @param frames  nothing for a stream whose end is not known: the sizes say 0xFFFFFFFF
+std::string WavHeader(WavFormat format, int rate, std::optional<long long> frames);
 
 /// Writes 16-bit stereo to a WAV file that appears under its name when it is whole.
 class WavWriter {
 public:
-    /// @param frames  how many frames will follow; decides about the format
-    /// @throws JobError when the file cannot be made or would not fit on the disk
-    WavWriter(const std::string& path, int rate, long long frames);
-    ~WavWriter();
+    /// Whether the number of frames is known beforehand.
+    enum class Length { Exact, AtMost };
 
-    /// Appends @p count frames of two values each. @throws JobError
+    /// @param frames  how many frames will follow; decides about the format
+    /// @throws as OutputFile, and JobError when the file would not fit on the disk
+    WavWriter(const std::string& path, OutputGuard& guard, int rate, long long frames,
+              Length length = Length::Exact);
+
+    /// Appends @p count frames of two values each. @throws as OutputFile
     void Write(const short* frames, long long count);
 
-    /// Ends the file, writes it through to the disk and gives it its name. @throws JobError
+    /// Ends the file and writes it through to the disk. @throws JobError
+    void Seal();
+
+    /// Seals the file and puts it under its name. @throws as OutputFile
     void Finish();
 
 private:
-    struct Closer {
-        void operator()(void* file) const;
-    };
-
     OutputFile output_;
-    std::unique_ptr<void, Closer> file_;
+    WavFormat format_;
+    int rate_;
+    long long headerFrames_;  ///< that the header in the file tells
+    long long written_ = 0;
+    bool sealed_ = false;
 };
 
 }  // namespace orlo::host

@@ -8,6 +8,7 @@
 
 #include "host/Commands.h"
 #include "host/EngineSession.h"
+#include "host/InputProtection.h"
 #include "host/Interrupt.h"
 #include "host/OutputFile.h"
 #include "host/Paths.h"
@@ -28,7 +29,9 @@ class StreamPeaks {
 public:
     StreamPeaks(const EngineSession& session, const PeakTask& task, Progress& progress) {
         if (session.Places().folder.empty()) {
-            scratch_.emplace((std::filesystem::temp_directory_path() / "sonrel.xwpk").string());
+            const std::string name =
+                (std::filesystem::temp_directory_path() / "sonrel.xwpk").string();
+            scratch_.emplace(name, name);
             WritePeakFile(task, *scratch_, PeakMode::Auto, progress);
             path_ = scratch_->OpenPath();
             return;
@@ -43,7 +46,7 @@ public:
     const std::string& Path() const { return path_; }
 
 private:
-    std::optional<OutputFile> scratch_;
+    std::optional<PartialFile> scratch_;
     std::string path_;
 };
 
@@ -90,19 +93,22 @@ void CheckOptions(const WaveformOptions& options) {
         throw UsageError("--ruler takes " + std::to_string(RULER_HEIGHT) +
                          " rows and leaves none for the waveform; make --size higher");
     }
-    RequireOtherFile(options.output, options.input);
 }
 
 }  // namespace
 
 Outcome RunWaveform(const GlobalOptions& global, const WaveformOptions& options) {
     CheckOptions(options);
+    OutputGuard guard(options.overwrite);
+    ProtectCache(global, guard);
+    ProtectMediaInput(options.input, guard);
+    guard.Claim(options.output);
     const std::string media = AbsolutePath(options.input);
     // The asset refers to its manager without keeping it.
     const auto manager = std::make_shared<project::MediaManager>();
     const PeakTask task = PeakTaskFor(manager, media, 0);
 
-    OutputFile output(options.output);
+    OutputFile output(options.output, guard);
     const EngineSession session(global);
     Progress progress(global.progress, global.quiet);
     const StreamPeaks peaks(session, task, progress);

@@ -42,6 +42,7 @@ TimelineImport Import(const nlohmann::json& document, const std::string& folder,
     import.name = timeline.name;
     import.arrangement =
         ArrangeTimeline(timeline, options.rates, options.retime, resolver, import.report);
+    import.media = ReferencedMediaOf(document, resolver);
     return import;
 }
 
@@ -52,10 +53,15 @@ bool IsTimelinePath(const std::string& path) {
     return EndsWith(name, ".otio") || EndsWith(name, ".otiod");
 }
 
-TimelineImport ImportTimeline(const std::string& path, const ImportOptions& options) {
+std::string TimelineFile(const std::string& path) {
     fs::path file = fs::absolute(WithoutTrailingSlashes(path)).lexically_normal();
     if (EndsWith(file.string(), ".otiod")) file /= "content.otio";
-    return Import(ReadDocument(file.string()), file.parent_path().string(), options);
+    return file.string();
+}
+
+TimelineImport ImportTimeline(const std::string& path, const ImportOptions& options) {
+    const std::string file = TimelineFile(path);
+    return Import(ReadDocument(file), fs::path(file).parent_path().string(), options);
 }
 
 TimelineImport ImportTimelineText(std::string text, const std::string& folder,

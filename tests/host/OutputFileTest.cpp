@@ -4,8 +4,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <thread>
+
 #include "host/Errors.h"
-#include "host/WavWriter.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace orlo::host {
@@ -16,96 +17,162 @@ using sonrel_tests::ReadFile;
 using sonrel_tests::TemporaryFolder;
 using sonrel_tests::WriteFile;
 
-TEST(OutputFile, AppearsWhenItIsCommitted) {
-    const TemporaryFolder folder;
-    OutputFile file(folder / "out");
+class OutputFileTest : public testing::Test {
+protected:
+    void WriteWhole(const std::string& path, const std::string& bytes) {
+        WriteWholeFile(path, guard_, bytes);
+    }
+
+    TemporaryFolder folder_;
+    OutputGuard guard_{false};
+};
+
+TEST_F(OutputFileTest, AppearsWhenItIsCommitted) {
+    OutputFile file(folder_ / "out", guard_);
     file.Write("whole");
-    EXPECT_FALSE(std::filesystem::exists(folder / "out"));
+    file.Seal();
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "out"));
 
     file.Commit();
 
-    EXPECT_EQ(ReadFile(folder / "out"), "whole");
+    EXPECT_EQ(ReadFile(folder_ / "out"), "whole");
 }
 
-TEST(OutputFile, LeavesNothingWithoutACommit) {
-    const TemporaryFolder folder;
+TEST_F(OutputFileTest, LeavesNothingWithoutACommit) {
+    {
+        OutputFile file(folder_ / "out", guard_);
+        file.Write("half");
+    }
 
-    { OutputFile(folder / "out").Write("half"); }
-
-    EXPECT_TRUE(NamesIn(folder.Path()).empty());
+    EXPECT_TRUE(NamesIn(folder_.Path()).empty());
 }
 
-TEST(OutputFile, AnOldFileStaysUntilTheCommitAndKeepsItsPermissions) {
-    const TemporaryFolder folder;
-    WriteFile(folder / "out", "old");
-    chmod((folder / "out").c_str(), 0600);
-    OutputFile file(folder / "out");
+TEST_F(OutputFileTest, AnOldFileStaysUntilTheCommitAndKeepsItsPermissions) {
+    WriteFile(folder_ / "out", "old");
+    chmod((folder_ / "out").c_str(), 0600);
+    OutputFile file(folder_ / "out", guard_);
     file.Write("new");
-    EXPECT_EQ(ReadFile(folder / "out"), "old");
+    EXPECT_EQ(ReadFile(folder_ / "out"), "old");
 
     file.Commit();
 
-    EXPECT_EQ(ReadFile(folder / "out"), "new");
-    EXPECT_EQ(std::filesystem::status(folder / "out").permissions(),
+    EXPECT_EQ(ReadFile(folder_ / "out"), "new");
+    EXPECT_EQ(std::filesystem::status(folder_ / "out").permissions(),
               std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
-    EXPECT_EQ(NamesIn(folder.Path()).size(), 1u);
+    EXPECT_EQ(NamesIn(folder_.Path()).size(), 1u);
 }
 
-TEST(OutputFile, ALinkKeepsPointingAtItsFile) {
-    const TemporaryFolder folder;
-    WriteFile(folder / "file", "old");
-    std::filesystem::create_symlink("file", folder / "link");
+TEST_F(OutputFileTest, ALinkKeepsPointingAtItsFile) {
+    WriteFile(folder_ / "file", "old");
+    std::filesystem::create_symlink("file", folder_ / "link");
 
-    WriteWholeFile(folder / "link", "new");
+    WriteWhole(folder_ / "link", "new");
 
-    EXPECT_TRUE(std::filesystem::is_symlink(folder / "link"));
-    EXPECT_EQ(ReadFile(folder / "file"), "new");
+    EXPECT_TRUE(std::filesystem::is_symlink(folder_ / "link"));
+    EXPECT_EQ(ReadFile(folder_ / "file"), "new");
 }
 
-TEST(OutputFile, AFolderOrAPipeIsRefused) {
-    const TemporaryFolder folder;
-    ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+TEST_F(OutputFileTest, WrittenBytesCanBeReplaced) {
+    OutputFile file(folder_ / "out", guard_);
+    file.Write("0000 and more");
 
-    EXPECT_THROW(OutputFile(folder.Path()), JobError);
-    EXPECT_THROW(OutputFile(folder / "pipe"), JobError);
+    file.WriteAt("1234", 0);
+    file.Commit();
+
+    EXPECT_EQ(ReadFile(folder_ / "out"), "1234 and more");
 }
 
-TEST(OutputFile, ADeviceIsWrittenAndStaysADevice) {
-    WriteWholeFile("/dev/null", "gone");
+TEST_F(OutputFileTest, AFileThatMustNotBeReplacedStaysWhenItAppearsBeforeTheCommit) {
+    WriteFile(folder_ / "read", "precious");
+    guard_.Protect(folder_ / "read", "the timeline");
+    {
+        OutputFile file(folder_ / "out", guard_);
+        file.Write("new");
+        std::filesystem::create_hard_link(folder_ / "read", folder_ / "out");
+
+        EXPECT_THROW(file.Commit(), UsageError);
+    }
+
+    EXPECT_EQ(ReadFile(folder_ / "out"), "precious");
+    EXPECT_EQ(NamesIn(folder_.Path()), (std::vector<std::string>{"out", "read"}));
+}
+
+TEST_F(OutputFileTest, AFileWithProtectionThatAppearsBeforeTheCommitStays) {
+    OutputFile file(folder_ / "out", guard_);
+    file.Write("new");
+    WriteFile(folder_ / "out", "precious");
+    chmod((folder_ / "out").c_str(), 0444);
+
+    EXPECT_THROW(file.Commit(), JobError);
+
+    EXPECT_EQ(ReadFile(folder_ / "out"), "precious");
+}
+
+TEST_F(OutputFileTest, AFolderThatAppearsBeforeTheCommitStays) {
+    OutputFile file(folder_ / "out", guard_);
+    std::filesystem::create_directory(folder_ / "out");
+
+    EXPECT_THROW(file.Commit(), JobError);
+
+    EXPECT_TRUE(std::filesystem::is_directory(folder_ / "out"));
+}
+
+TEST_F(OutputFileTest, APipeTakesTheBytesInTheirOrder) {
+    ASSERT_EQ(mkfifo((folder_ / "pipe").c_str(), 0600), 0);
+    const std::string sent(300'000, 'x');  // more than a pipe holds
+    std::string received;
+    std::jthread reader([&] { received = ReadFile(folder_ / "pipe"); });
+
+    WriteWhole(folder_ / "pipe", sent + "end");
+    reader.join();
+
+    EXPECT_EQ(received, sent + "end");
+    EXPECT_TRUE(std::filesystem::is_fifo(folder_ / "pipe"));
+}
+
+TEST_F(OutputFileTest, AWriterThatSeeksReachesAPipeThroughATemporaryFile) {
+    ASSERT_EQ(mkfifo((folder_ / "pipe").c_str(), 0600), 0);
+    std::string received;
+    std::jthread reader([&] { received = ReadFile(folder_ / "pipe"); });
+    {
+        OutputFile file(folder_ / "pipe", guard_);
+        file.Seekable().Write("0000 and more");
+        file.Seekable().WriteAt("1234", 0);
+        file.Commit();
+    }
+    reader.join();
+
+    EXPECT_EQ(received, "1234 and more");
+}
+
+TEST_F(OutputFileTest, ADeviceIsWrittenAndStaysADevice) {
+    WriteWhole("/dev/null", "gone");
 
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
 }
 
-TEST(OutputFile, AFullDiskFailsWithTheFilesName) {
+TEST_F(OutputFileTest, AFullDiskFailsWithTheFilesName) {
     try {
-        WriteWholeFile("/dev/full", "x");
+        WriteWhole("/dev/full", "x");
         FAIL();
     } catch (const JobError& error) {
         EXPECT_NE(std::string(error.what()).find("'/dev/full': No space left"), std::string::npos);
     }
 }
 
-TEST(OutputFile, WhatCannotFitIsRefusedBeforehand) {
-    const TemporaryFolder folder;
-    const OutputFile file(folder / "out");
+TEST_F(OutputFileTest, WhatCannotFitIsRefusedBeforehand) {
+    const OutputFile file(folder_ / "out", guard_);
 
     EXPECT_NO_THROW(file.RequireSpace(1));
     EXPECT_THROW(file.RequireSpace(1LL << 62), JobError);
 }
 
-TEST(OutputFile, ANameOf255BytesCanBeWritten) {
-    const TemporaryFolder folder;
+TEST_F(OutputFileTest, ANameOf255BytesCanBeWritten) {
     const std::string name(255, 'n');
 
-    WriteWholeFile(folder / name, "x");
+    WriteWhole(folder_ / name, "x");
 
-    EXPECT_EQ(NamesIn(folder.Path()), std::vector<std::string>{name});
-}
-
-TEST(WavWriter, SizesBeyond32BitsTakeTheLargeFormat) {
-    // 4294967295 - 4096 bytes of room are 1073740799 frames of four bytes.
-    EXPECT_EQ(WavFormatFor(1073740799), WavFormat::Wav);
-    EXPECT_EQ(WavFormatFor(1073740800), WavFormat::Rf64);
+    EXPECT_EQ(NamesIn(folder_.Path()), std::vector<std::string>{name});
 }
 
 }  // namespace

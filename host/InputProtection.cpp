@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: MIT
+#include "host/InputProtection.h"
+
+#include <exception>
+#include <filesystem>
+#include <system_error>
+
+#include "host/CacheInventory.h"
+#include "host/EngineSession.h"
+#include "host/Errors.h"
+#include "host/Paths.h"
+#include "host/Text.h"
+#include "sonrel/contracts/zrtl/Paths.h"
+
+namespace orlo::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+using project::CacheFileKind;
+using project::CacheLedger;
+using project::CacheRecord;
+
+/// Every command with an output leaves the default cache alone, also one that uses no cache.
+CachePlaces PlacesToProtect(GlobalOptions options) {
+    options.noCacheDb = false;
+    try {
+        return CachePlacesOf(options);
+    } catch (const JobError&) {
+        return {};  // there is no home folder, and so no default cache
+    }
+}
+
+/// The companions of a database are beside the file that a link leads to.
+void ProtectDatabase(const std::string& database, OutputGuard& guard) {
+    guard.Protect(database, "the media database");
+    std::error_code ignored;
+    const std::string real = fs::canonical(database, ignored).string();
+    for (const char* ending : {"-wal", "-shm", "-journal"}) {
+        guard.Protect(database + ending, "a file of the media database");
+        if (!real.empty()) guard.Protect(real + ending, "a file of the media database");
+    }
+    const fs::path log = fs::path(database).parent_path() / "CacheErrorLog.txt";
+    guard.Protect(log.string(), "the log of cache errors");
+}
+
+/// The files of the cache that have any name. A database that cannot be read is reported when the
+/// command uses it.
+void ProtectVfrFiles(const CachePlaces& places, OutputGuard& guard) {
+    try {
+        for (const CacheRecord& record : CacheLedger(WidePath(places.database)).Records()) {
+            if (record.kind != CacheFileKind::Vfr || record.cacheFilename.empty()) continue;
+            guard.Protect(CacheFilePath(places, zrtl::ToUtf8(record.cacheFilename)),
+                          "a vfr file of the media cache");
+        }
+    } catch (const std::exception&) {
+    }
+}
+
+/// Conformed and peak files are known by their names, recorded or not. Only other files need a look
+/// into the database.
+void ProtectCacheFolder(const CachePlaces& places, OutputGuard& guard) {
+    bool hasOthers = false;
+    std::error_code error;
+    for (fs::directory_iterator at(places.folder, error), end; !error && at != end;
+         at.increment(error)) {
+        const std::string kind = KindOfCacheFile(at->path().filename().string());
+        if (kind.empty()) {
+            hasOthers = true;
+        } else {
+            guard.Protect(at->path().string(), "a " + kind + " file of the media cache");
+        }
+    }
+    if (hasOthers) ProtectVfrFiles(places, guard);
+}
+
+}  // namespace
+
+void ProtectCache(const GlobalOptions& options, OutputGuard& guard) {
+    const CachePlaces places = PlacesToProtect(options);
+    if (places.folder.empty()) return;
+    ProtectDatabase(places.database, guard);
+    ProtectCacheFolder(places, guard);
+}
+
+void ProtectTimeline(const std::string& input, const otio::TimelineImport& import,
+                     OutputGuard& guard) {
+    guard.Protect(AbsolutePath(input), "the timeline");
+    guard.Protect(otio::TimelineFile(input), "the timeline");
+    for (const otio::ReferencedMedia& media : import.media) {
+        guard.Protect(media.path, "the media file of " + media.use);
+    }
+}
+
+void ProtectMediaInput(const std::string& input, OutputGuard& guard) {
+    guard.Protect(AbsolutePath(input), "the media file " + Quoted(input) + ", which is read");
+}
+
+}  // namespace orlo::host

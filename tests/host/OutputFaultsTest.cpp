@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: MIT
+// Outputs on a disk that fails at one operation after the other.
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/resource.h>
+
+#include <map>
+
+#include "tests/host/ProgramRun.h"
+#include "tests/host/TimelineDocument.h"
+#include "tests/support/WaveBytes.h"
+
+namespace sonrel_tests {
+namespace {
+
+namespace fs = std::filesystem;
+
+using Arguments = std::vector<std::string>;
+/// The bytes of files by their names.
+using Contents = std::map<std::string, std::string>;
+
+/// A variable of the environment of the programs that are started in its scope.
+class Variable {
+public:
+    Variable(const char* name, const std::string& value) : name_(name) {
+        setenv(name_, value.c_str(), 1);
+    }
+    ~Variable() { unsetenv(name_); }
+    Variable(const Variable&) = delete;
+    Variable& operator=(const Variable&) = delete;
+
+private:
+    const char* name_;
+};
+
+/// The largest file that the programs started in its scope may write.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes) {
+        getrlimit(RLIMIT_FSIZE, &before_);
+        const rlimit limited{bytes, before_.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limited);
+    }
+    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &before_); }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+private:
+    rlimit before_ = {};
+};
+
+struct Job {
+    std::string name;
+    Arguments arguments;
+    std::vector<std::string> files;  ///< in the folder "out"
+};
+
+class OutputFaults : public testing::TestWithParam<Job> {
+protected:
+    void SetUp() override {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+        GTEST_SKIP() << "a sanitizer has to be the first library";
+#endif
+        fs::create_directories(Folder() / "stems");
+        WriteFile(shop_.Work("a.wav"), ConformedFileBytes(24000));
+        WriteFile(shop_.Work("b.wav"), ConformedFileBytes(20000));
+        WriteFile(shop_.Work("edit.otio"), Timeline({Track({Clip("a.wav", 0, 12)})}).dump());
+        ASSERT_NE(shop_.Run(GetParam().arguments).exitCode, 1);
+        whole_ = Files();
+        ASSERT_EQ(whole_.size(), GetParam().files.size());
+    }
+
+    fs::path Folder() const {
+        return shop_.Work("out");
+    }
+
+    Contents Files() const {
+        Contents contents;
+        for (const auto& entry : fs::recursive_directory_iterator(Folder())) {
+            if (!entry.is_directory()) {
+                contents[fs::relative(entry.path(), Folder())] = ReadFile(entry.path());
+            }
+        }
+        return contents;
+    }
+
+    void WriteOldFiles() const {
+        for (const std::string& name : GetParam().files) WriteFile(Folder() / name, "old");
+    }
+
+    /// Whether there are exactly the outputs, each whole or as it was.
+    bool EachIsNewOrOld(const Contents& files) const {
+        if (files.size() != whole_.size()) return false;
+        for (const auto& [name, bytes] : whole_) {
+            const auto file = files.find(name);
+            if (file == files.end() || (file->second != bytes && file->second != "old")) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    /// Runs the job with one disturbed operation.
+    /// @return false when the job has fewer operations
+    bool RunDisturbed(int operation, const char* mode, const char* error) const {
+        const fs::path log = shop_.Path("operations.txt");
+        fs::remove(log);
+        const Variable root("FAULTFS_ROOT", Folder());
+        const Variable operations("FAULTFS_OPS", "create,write,fsync,rename,close");
+        const Variable at("FAULTFS_AT", std::to_string(operation));
+        const Variable how("FAULTFS_MODE", mode);
+        const Variable code("FAULTFS_ERR", error);
+        const Variable logged("FAULTFS_LOG", log);
+        const Variable shim("LD_PRELOAD", SONREL_FAULTFS);
+        result_ = shop_.Run(GetParam().arguments);
+        hit_.clear();
+        for (const std::string& line : ReadLines(log)) {
+            if (line.find(" HIT ") != std::string::npos) hit_ = line;
+        }
+        return !hit_.empty();
+    }
+
+    /// Whether the disturbed operation was the closing of a folder, which loses nothing.
+    bool ClosedAFolder() const {
+        return hit_.find(" close ") != std::string::npos &&
+               fs::is_directory(hit_.substr(hit_.find('/')));
+    }
+
+    Workshop shop_;
+    Contents whole_;
+    mutable ProgramResult result_;
+    mutable std::string hit_;  ///< the line of the log about the disturbed operation
+};
+
+TEST_P(OutputFaults, AFailedOperationIsReportedAndLeavesEveryOutputNewOrOld) {
+    int operation = 1;
+    for (; WriteOldFiles(), RunDisturbed(operation, "fail", "EIO"); ++operation) {
+        EXPECT_TRUE(EachIsNewOrOld(Files())) << hit_;
+        if (ClosedAFolder()) continue;
+        EXPECT_EQ(result_.exitCode, 1) << hit_;
+        EXPECT_TRUE(result_.HasOneErrorLine()) << hit_ << ": " << result_.err;
+    }
+    // One output takes seven: make, write, sync, link, close, rename, sync of the folder.
+    EXPECT_GT(operation, 7);
+    EXPECT_EQ(Files(), whole_);
+}
+
+TEST_P(OutputFaults, AShortWriteIsContinued) {
+    for (int operation = 1; WriteOldFiles(), RunDisturbed(operation, "short", "EIO"); ++operation) {
+        EXPECT_TRUE(EachIsNewOrOld(Files())) << hit_;
+        if (hit_.find(" write ") == std::string::npos) continue;
+        EXPECT_EQ(Files(), whole_) << hit_ << ": " << result_.err;
+    }
+}
+
+const std::vector<Job> JOBS{
+    {"Mix",
+     {"mix", "@edit.otio", "-o", "@out/mix.wav", "--meters", "@out/m.json", "--stems",
+      "@out/stems"},
+     {"mix.wav", "m.json", "stems/01-A1.wav"}},
+    {"PlayWav", {"play", "@edit.otio", "--output", "@out/p.wav"}, {"p.wav"}},
+    {"PlayRaw", {"play", "@a.wav", "--output", "@out/p.raw"}, {"p.raw"}},
+    {"Waveform", {"waveform", "@a.wav", "-o", "@out/w.png"}, {"w.png"}},
+    {"Peaks",
+     {"peaks", "@a.wav", "-o", "@out/p.xwpk", "--export", "@out/p.json"},
+     {"p.xwpk", "p.json"}},
+    {"Align",
+     {"align", "@a.wav", "@b.wav", "--plot", "@out/plot.svg", "--otio", "@out/sync.otio"},
+     {"plot.svg", "sync.otio"}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Every, OutputFaults, testing::ValuesIn(JOBS),
+                         [](const testing::TestParamInfo<Job>& test) { return test.param.name; });
+
+TEST(OutputLimits, AFileBeyondTheSizeLimitFailsWithItsName) {
+    const Workshop shop;
+    WriteFile(shop.Work("a.wav"), ConformedFileBytes(96000));
+    ASSERT_EQ(shop.Run({"conform", "@a.wav"}).exitCode, 0);
+    const FileSizeLimit limit(100'000);
+
+    const ProgramResult result = shop.Run({"mix", "@a.wav", "-o", "@out.wav"});
+
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_NE(result.err.find("out.wav': File too large"), std::string::npos) << result.err;
+    EXPECT_FALSE(fs::exists(shop.Work("out.wav")));
+}
+
+}  // namespace
+}  // namespace sonrel_tests
