@@ -10,6 +10,9 @@ namespace orlo::sonrel {
 ///
 /// During a run nobody pushes levels: a host polls PlaybackEngine::CurrentPlaybackMetrics between
 /// OnMeterSessionStart and OnMeterSessionStop, at its own pace.
+///
+/// Every operation may throw, and must not wait for the thread that gives commands; both are
+/// documented in PlaybackEngine.h.
 class SONREL_EXPORT AbstractAudioMeterObserver {
 public:
     AbstractAudioMeterObserver() = default;

@@ -54,6 +54,18 @@ Err MakeVoices(PlaybackEngineImpl& engine) {
     return engine.sourceVoice ? Err::NoError : Err::SourceVoiceFailed;
 }
 
+/// Stops the voice, drops its queue and joins the worker.
+void EndRun(PlaybackEngineImpl& engine) {
+    engine.sourceVoice->Stop();
+    engine.sourceVoice->FlushSourceBuffers();
+    engine.signals.Stop();
+    // What the worker queued before it could see the stop is dropped as well. It may be waiting for
+    // a buffer's end that a lost device never reports, so it is woken from here too.
+    engine.sourceVoice->FlushSourceBuffers();
+    engine.voiceCallback.bufferEndEvent.Signal();
+    if (engine.workerThread.joinable()) engine.workerThread.join();
+}
+
 }  // namespace
 
 PlaybackEngine::PlaybackEngine(Sonrel* owner) : impl_(std::make_unique<PlaybackEngineImpl>(owner)) {
@@ -66,6 +78,7 @@ PlaybackEngine::~PlaybackEngine() {
     // A worker can be there although nothing plays: it has come to its end by itself, or the voice
     // did not start.
     if (impl_->isPlaying || impl_->workerThread.joinable()) detail::StopVoiceAndWorker(*impl_);
+    impl_->voiceCallback.CloseRun();
     impl_->sourceVoice.reset();
     impl_->masteringVoice.reset();
     if (impl_->threadInitialized) impl_->device->UninitThread();
@@ -91,6 +104,7 @@ Err ConfigureDevice(PlaybackEngineImpl& engine) {
     }
     // Up to here nothing was touched, and a run goes on.
     if (engine.isPlaying || engine.workerThread.joinable()) StopVoiceAndWorker(engine);
+    engine.voiceCallback.CloseRun();
     engine.sourceVoice.reset();
     engine.masteringVoice.reset();
     engine.frameBuffers.clear();
@@ -103,16 +117,9 @@ Err ConfigureDevice(PlaybackEngineImpl& engine) {
 }
 
 Err StopVoiceAndWorker(PlaybackEngineImpl& engine) {
-    if (!engine.sourceVoice) return Err::NotInitialized;
-    engine.sourceVoice->Stop();
-    engine.sourceVoice->FlushSourceBuffers();
-    engine.signals.Stop();
-    // What the worker queued before it could see the stop is dropped as well. It may be waiting for
-    // a buffer's end that a lost device never reports, so it is woken from here too.
-    engine.sourceVoice->FlushSourceBuffers();
-    engine.voiceCallback.bufferEndEvent.Signal();
-    if (engine.workerThread.joinable()) engine.workerThread.join();
+    if (engine.sourceVoice) EndRun(engine);
     engine.voiceCallback.CloseRun();
+    if (!engine.sourceVoice) return Err::NotInitialized;
     engine.lastMeterBlock = 0;
     engine.isPlaying.exchange(false);
     return Err::NoError;

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <exception>
+#include <functional>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -64,6 +66,13 @@ void StartWorker(PlaybackEngineImpl& engine) {
     engine.signals.Reset();
     engine.hasPlayedOut = false;
     engine.workerThread = std::thread([&engine] { detail::PlaybackThreadEntry(engine); });
+}
+
+/// A short run on a fast output may have been heard to its end already. A run that had nothing to
+/// play at all stays as it is until it is stopped.
+void MarkAsPlaying(PlaybackEngineImpl& engine) {
+    engine.isPlaying.exchange(true);
+    if (engine.hasPlayedOut) engine.isPlaying.exchange(false);
 }
 
 /// Waits until the worker stands still. One that waits for room in the queue does so only when a
@@ -132,37 +141,37 @@ Err PlaybackEngine::PlayFromSample(long long sample, PlaybackDirection direction
     StartWorker(*impl_);
     std::this_thread::sleep_for(impl_->headStart);
     if (!impl_->sourceVoice->Start()) return Err::PlaybackFailed;
+    std::exception_ptr failure;
     if (detail::HasMeterObservers(*impl_)) {
-        detail::TellObservers(*impl_, [](AbstractAudioMeterObserver& observer) {
+        failure = detail::TellObservers(*impl_, [](AbstractAudioMeterObserver& observer) {
             observer.OnMeterSessionStart(METER_BLOCK_MS);
         });
     }
     // An observer of the start may have ended the run, or started another one.
-    if (impl_->runNumber != run || !impl_->workerThread.joinable()) return Err::NoError;
-    impl_->isPlaying.exchange(true);
-    // A short run on a fast output may have been heard to its end already. One that had nothing to
-    // play at all stays as it is until it is stopped.
-    if (impl_->hasPlayedOut) impl_->isPlaying.exchange(false);
+    if (impl_->runNumber == run && impl_->workerThread.joinable()) MarkAsPlaying(*impl_);
+    detail::Rethrow(failure);
     return Err::NoError;
 }
 
 Err PlaybackEngine::SkipToFrame(int frame) {
     if (!IsPlaying()) return Err::PlaybackFailed;
-    const auto audience = impl_->voiceCallback.Audience();
+    // Copies: an observer of the stop may start a run with another completion callback.
+    std::function<void(void*)> completion = impl_->voiceCallback.Audience().Completion();
+    void* const userData = impl_->voiceCallback.Audience().UserData();
     const PlaybackDirection direction = impl_->direction;
     const int speed = impl_->speed;
     const Err stopped = Stop();
     if (stopped != Err::NoError) return stopped;
-    return PlayFromSample(SampleOfFrame(*impl_, frame), direction, speed, audience->completion,
-                          audience->userData);
+    return PlayFromSample(SampleOfFrame(*impl_, frame), direction, speed, std::move(completion),
+                          userData);
 }
 
 Err PlaybackEngine::Stop() {
     const Err stopped = detail::StopVoiceAndWorker(*impl_);
     MixerOf(*impl_).StopMeterSession();
     if (detail::HasMeterObservers(*impl_)) {
-        detail::TellObservers(
-            *impl_, [](AbstractAudioMeterObserver& observer) { observer.OnMeterSessionStop(); });
+        detail::Rethrow(detail::TellObservers(
+            *impl_, [](AbstractAudioMeterObserver& observer) { observer.OnMeterSessionStop(); }));
     }
     return stopped;
 }
@@ -191,8 +200,9 @@ Err PlaybackEngine::PlayFrame(int frame) {
         const AudioMetrics metrics = MixerOf(*impl_).MeterBlockCount() > 0
                                          ? MixerOf(*impl_).MetricsForBlock(0)
                                          : AudioMetrics();
-        detail::TellObservers(
-            *impl_, [&](AbstractAudioMeterObserver& observer) { observer.OnMeterUpdate(metrics); });
+        detail::Rethrow(detail::TellObservers(*impl_, [&](AbstractAudioMeterObserver& observer) {
+            observer.OnMeterUpdate(metrics);
+        }));
     }
     return Err::NoError;
 }

@@ -35,10 +35,21 @@ struct PlaybackEngineImpl;
 /// Threads: commands and the list of observers belong to one thread at a time, and the host mixes
 /// nothing on the same engine object while a run is under way. CurrentPlaybackVideoFrame may be
 /// asked from any thread, IsPlaying and CurrentPlaybackMetrics too while no set-up runs. A run has
-/// a worker of its own, which mixes. When it ends by itself, observers and the completion callback
-/// are called on the device's thread. Commands may be given from there, and from any observer,
-/// while no other thread gives one; no lock is held meanwhile. Once Stop has returned no such call
-/// begins any more.
+/// its own worker thread, which mixes. When a run ends by itself, observers and the completion
+/// callback are called on the device's thread. Commands may be given from there, and from any
+/// observer, while no other thread gives one; no lock is held meanwhile.
+///
+/// These end-of-run calls end with the run: Stop, the play commands, an Initialize or Refresh that
+/// sets up anew, and the destructor wait for the call that is running, unless they are called from
+/// inside it. After they have returned no call begins. So an observer may be removed and deleted
+/// after Stop. A callback must not wait for the thread that gives commands: that thread may be
+/// waiting for the callback.
+///
+/// Exceptions: observers and the completion callback may throw. Every other observer is still
+/// called, and the completion callback too. A command throws the first exception of its observers
+/// when its work is done: after Stop nothing plays, after a play command the run plays. A play
+/// command or SkipToFrame whose stop throws does not start. On the device's thread no caller can
+/// receive an exception; it is dropped.
 class SONREL_EXPORT PlaybackEngine {
 public:
     /// What CurrentPlaybackVideoFrame answers while nothing has been heard yet: -1.
@@ -67,7 +78,7 @@ public:
 
     enum class PlaybackDirection : int { Forward = 0, Reverse = 1 };
 
-    /// Ends a run, as Stop does, but tells no observer, and closes the device.
+    /// Ends a run, as Stop does, but calls no observer, and closes the device.
     ~PlaybackEngine();
     PlaybackEngine(const PlaybackEngine&) = delete;
     PlaybackEngine& operator=(const PlaybackEngine&) = delete;
@@ -116,6 +127,7 @@ public:
     /// rest of an earlier one may sound.
     /// @return NoError; NotInitialized; Busy during a run, which goes on, or while the device has
     ///         not let go of the former frame yet; OutOfRange; PlaybackFailed
+    /// @throws what an observer has thrown; the frame sounds
     Err PlayFrame(int frame);
 
     /// Starts a run at the sample at which a frame begins, RoundHalfAway(frame * (sampleRate /
@@ -134,6 +146,7 @@ public:
     /// @param completion  called once, on the device's thread, when the last buffer has been played
     ///                    to its end; not after Stop or a set-up; may be empty
     /// @return NoError; NotInitialized; OutOfRange; PlaybackFailed when the voice does not start
+    /// @throws what an observer has thrown: the run plays if it was OnMeterSessionStart
     Err PlayFromSample(long long sample, PlaybackDirection direction, int speed,
                        std::function<void(void*)> completion, void* userData);
 
@@ -142,9 +155,10 @@ public:
     /// @return what PlayFromFrame gives; PlaybackFailed while nothing plays
     Err SkipToFrame(int frame);
 
-    /// Ends the run and what sounds. Returns when the worker is gone. Nothing wrong with stopping
-    /// while nothing plays; observers hear of it all the same.
+    /// Ends the run and what sounds. Returns when the worker has ended and no end-of-run call is
+    /// running. It may be called while nothing plays; observers are called all the same.
     /// @return NoError; NotInitialized before a set-up
+    /// @throws what an observer has thrown, when everything else is done
     Err Stop();
 
     /// Drops what is queued and not yet heard, so that an edit made during a run is heard after the
@@ -173,11 +187,11 @@ public:
 
     /// Adds an observer behind those there are; one that is added twice is told everything twice.
     /// Takes effect for the end of a run with the next play command.
-    /// @param observer  not null; lives until it is removed and the run that plays has ended
+    /// @param observer  not null; lives until it is removed and Stop has returned
     void AddMeterObserver(AbstractAudioMeterObserver* observer);
 
-    /// Removes every occurrence of an observer; an unknown one changes nothing. The end of the run
-    /// that plays is told to it all the same.
+    /// Removes every occurrence of an observer; an unknown observer changes nothing. It is still
+    /// called when the run that plays ends by itself.
     void RemoveMeterObserver(AbstractAudioMeterObserver* observer);
 
     /// The levels of what is being heard, in blocks of 100 milliseconds. Blocks that went by since

@@ -5,7 +5,6 @@
 
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/mixer/AudioMixer.h"
-#include "sonrel/playback/AbstractAudioMeterObserver.h"
 #include "sonrel/playback/detail/FrameAudioBuffer.h"
 
 namespace orlo::sonrel::detail {
@@ -30,7 +29,7 @@ VoiceCallback::VoiceCallback(Sonrel* owner, std::atomic<int>& currentVideoFrame,
     : owner_(owner),
       currentVideoFrame_(currentVideoFrame),
       playedSampleEnd_(playedSampleEnd),
-      audience_(std::make_shared<const RunAudience>()) {}
+      audience_(std::make_shared<RunAudience>()) {}
 
 void VoiceCallback::OnBufferStart(void* context) {
     const auto* buffer = static_cast<const FrameAudioBuffer*>(context);
@@ -51,7 +50,7 @@ void VoiceCallback::OnBufferEnd(void* context) {
 }
 
 void VoiceCallback::OnStreamEnd() {
-    std::shared_ptr<const RunAudience> audience;
+    std::shared_ptr<RunAudience> audience;
     {
         const DeviceSection section(deviceSections_);
         std::uint64_t run = soundingRun_;
@@ -59,10 +58,10 @@ void VoiceCallback::OnStreamEnd() {
         if (run == 0 || !openRun_.compare_exchange_strong(run, 0)) return;
         owner_->Mixer()->StopMeterSession();
         audience = audience_;
+        audience->Begin();
     }
-    // From here on this object is left alone: the calls may give commands and even end the engine.
-    for (AbstractAudioMeterObserver* observer : audience->observers) observer->OnMeterSessionStop();
-    if (audience->completion) audience->completion(audience->userData);
+    // From here on this object is not used: the calls may give commands and even end the engine.
+    audience->Notify();
 }
 
 void VoiceCallback::OpenRun(std::uint64_t run) {
@@ -74,16 +73,25 @@ void VoiceCallback::CloseRun() {
     for (int sections = deviceSections_; sections != 0; sections = deviceSections_) {
         deviceSections_.wait(sections);
     }
+    audience_->Cancel();
+    for (const auto& audience : interrupted_) audience->Cancel();
+    std::erase_if(interrupted_, [](const auto& audience) { return !audience->IsNotifying(); });
 }
 
 void VoiceCallback::SetAudience(std::vector<AbstractAudioMeterObserver*> observers,
                                 std::function<void(void*)> completion, void* userData) {
-    audience_ = std::make_shared<const RunAudience>(
-        RunAudience{std::move(observers), std::move(completion), userData});
+    auto audience =
+        std::make_shared<RunAudience>(std::move(observers), std::move(completion), userData);
+    if (audience_->IsNotifying()) {
+        interrupted_.push_back(std::move(audience_));
+    } else {
+        audience_->Release();
+    }
+    audience_ = std::move(audience);
 }
 
 void VoiceCallback::ClearCompletion() {
-    SetAudience(audience_->observers, nullptr, nullptr);
+    SetAudience(audience_->Observers(), nullptr, nullptr);
 }
 
 }  // namespace orlo::sonrel::detail

@@ -303,27 +303,6 @@ TEST(PlaybackCallbacks, CompletionRunsOnAThreadOfTheDevice) {
     EXPECT_NE(thread.get_future().get(), std::this_thread::get_id());
 }
 
-TEST(PlaybackCallbacks, StopReturnsWhileACompletionWaitsForTheHost) {
-    VirtualRig rig({25.0, 8000, 3});
-    std::promise<void> inside;
-    std::promise<void> release;
-    rig.SetUpSequence();
-    rig.Playback().PlayFromFrame(
-        0, FORWARD, 1,
-        [&](void*) {
-            inside.set_value();
-            release.get_future().wait();
-        },
-        nullptr);
-    inside.get_future().wait();
-
-    EXPECT_EQ(rig.Playback().Stop(), Err::NoError);
-    EXPECT_EQ(rig.Playback().PlayFromFrame(0, FORWARD, 1, nullptr, nullptr), Err::NoError);
-    EXPECT_EQ(rig.Playback().Stop(), Err::NoError);
-
-    release.set_value();
-}
-
 TEST(PlaybackCallbacks, TheEngineMayBeReleasedFromItsOwnCompletion) {
     VirtualRig rig({25.0, 8000, 3});
     std::atomic<bool> released = false;

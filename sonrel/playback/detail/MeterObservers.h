@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <exception>
 #include <vector>
 
 #include "sonrel/playback/AbstractAudioMeterObserver.h"
@@ -15,15 +16,29 @@ inline bool HasMeterObservers(const PlaybackEngineImpl& engine) {
            engine.initializationType != PlaybackEngine::InitializationType::MediaAsset;
 }
 
-/// Calls each observer in the order of adding, on this thread. One that is removed by a call before
-/// its own is left out; one that is added meanwhile is not called.
+/// Calls each observer in the order of adding, on this thread. An observer that is removed by an
+/// earlier call is skipped; an observer that is added meanwhile is not called. An exception ends
+/// only the call that threw it.
+/// @return the first exception, for the command to throw when its work is done; null without one
 template <class Call>
-void TellObservers(const PlaybackEngineImpl& engine, Call call) {
+[[nodiscard]] std::exception_ptr TellObservers(const PlaybackEngineImpl& engine, Call call) {
+    std::exception_ptr failure;
     const std::vector<AbstractAudioMeterObserver*> observers = engine.meterObservers;
     for (AbstractAudioMeterObserver* observer : observers) {
         const auto& listed = engine.meterObservers;
-        if (std::find(listed.begin(), listed.end(), observer) != listed.end()) call(*observer);
+        if (std::find(listed.begin(), listed.end(), observer) == listed.end()) continue;
+        try {
+            call(*observer);
+        } catch (...) {
+            if (!failure) failure = std::current_exception();
+        }
     }
+    return failure;
+}
+
+/// Throws what TellObservers has returned, if anything.
+inline void Rethrow(const std::exception_ptr& failure) {
+    if (failure) std::rethrow_exception(failure);
 }
 
 }  // namespace orlo::sonrel::detail

@@ -8,21 +8,14 @@
 #include <vector>
 
 #include "sonrel/playback/detail/BufferEndEvent.h"
+#include "sonrel/playback/detail/RunAudience.h"
 #include "sonrel/playback/device/AudioDevice.h"
 
 namespace orlo::sonrel {
 
-class AbstractAudioMeterObserver;
 class Sonrel;
 
 namespace detail {
-
-/// Whom the end of a run is told to.
-struct RunAudience {
-    std::vector<AbstractAudioMeterObserver*> observers;
-    std::function<void(void*)> completion;
-    void* userData = nullptr;
-};
 
 /// Turns what the device reports into state of the playback engine.
 ///
@@ -46,8 +39,8 @@ public:
 
     /// From here on the device's reports on a run count.
     void OpenRun(std::uint64_t run);
-    /// From here on no report counts, and none is being worked on, but for what the host itself
-    /// does in an observer or completion callback.
+    /// From here on no report counts, none is being processed, and no end-of-run call of the host's
+    /// begins or is running, except the call that this is called from.
     void CloseRun();
 
     /// Replaces the audience. While no run is open.
@@ -55,7 +48,8 @@ public:
                      std::function<void(void*)> completion, void* userData);
     /// Takes the completion callback out of the audience. While no run is open.
     void ClearCompletion();
-    std::shared_ptr<const RunAudience> Audience() const { return audience_; }
+    /// On the command thread.
+    const RunAudience& Audience() const { return *audience_; }
 
     BufferEndEvent bufferEndEvent;
 
@@ -68,8 +62,9 @@ private:
     std::atomic<std::uint64_t> openRun_ = 0;  // 0 means none
     std::atomic<std::uint64_t> soundingRun_ = 0;
     std::atomic<int> deviceSections_ = 0;
-    /// Shared with a stream end that is telling it while a command puts another one in its place.
-    std::shared_ptr<const RunAudience> audience_;
+    std::shared_ptr<RunAudience> audience_;  // of the open run; shared with its notification
+    /// Former audiences whose notification was cancelled from inside one of its calls.
+    std::vector<std::shared_ptr<RunAudience>> interrupted_;
 };
 
 }  // namespace detail
