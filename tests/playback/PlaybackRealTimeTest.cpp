@@ -3,8 +3,13 @@
 // at the end of a run.
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
 #include <mutex>
 #include <new>
+#include <shared_mutex>
+#include <thread>
 
 #include "tests/playback/PlaybackRig.h"
 #include "tests/playback/RealTimeProbe.h"
@@ -31,6 +36,11 @@ protected:
         const RealTimeProbe probe;
         callback(rig_.Impl().voiceCallback);
     }
+    static void ExpectNothing() {
+        EXPECT_EQ(RealTimeProbe::allocations, 0);
+        EXPECT_EQ(RealTimeProbe::locks, 0);
+        EXPECT_EQ(RealTimeProbe::waits, 0);
+    }
     void* Buffer(int index) {
         return rig_.Impl().frameBuffers[static_cast<std::size_t>(index)].get();
     }
@@ -47,31 +57,69 @@ protected:
     PlaybackRig rig_;
 };
 
-TEST_F(PlaybackRealTime, TheProbesSeeAnAllocationAndALock) {
-    std::mutex mutex;
-
-    Count([&](auto&) {
-        ::operator delete(::operator new(4));
-        const std::lock_guard guard(mutex);
-    });
-
+TEST_F(PlaybackRealTime, TheProbesSeeEveryKindOfAllocation) {
+    Count([](auto&) { ::operator delete(::operator new(4)); });
     EXPECT_EQ(RealTimeProbe::allocations, 2);
-    EXPECT_EQ(RealTimeProbe::locks, RealTimeProbe::COUNTS_LOCKS ? 1 : 0);
+
+    if (!RealTimeProbe::COUNTS_EVERYTHING) GTEST_SKIP() << "a sanitizer counts for itself";
+    void* volatile memory = nullptr;
+    Count([&](auto&) {
+        memory = std::malloc(4);
+        memory = std::realloc(memory, 4000);
+        std::free(memory);
+    });
+    EXPECT_EQ(RealTimeProbe::allocations, 3);
+    Count([&](auto&) {
+        memory = std::calloc(1, 4);
+        std::free(memory);
+        memory = std::aligned_alloc(64, 64);
+        std::free(memory);
+    });
+    EXPECT_EQ(RealTimeProbe::allocations, 4);
 }
 
-TEST_F(PlaybackRealTime, TheStartOfABufferAllocatesNothingAndTakesNoLock) {
+TEST_F(PlaybackRealTime, TheProbesSeeEveryKindOfLockAndWait) {
+    if (!RealTimeProbe::COUNTS_EVERYTHING) GTEST_SKIP() << "a sanitizer counts for itself";
+    std::mutex mutex;
+    std::shared_mutex shared;
+    std::condition_variable changed;
+    constexpr std::chrono::nanoseconds NO_TIME{0};
+
+    Count([&](auto&) { const std::lock_guard guard(mutex); });
+    EXPECT_EQ(RealTimeProbe::locks, 1);
+    Count([&](auto&) { const std::shared_lock guard(shared); });
+    EXPECT_EQ(RealTimeProbe::locks, 1);
+    Count([&](auto&) { const std::unique_lock guard(shared); });
+    EXPECT_EQ(RealTimeProbe::locks, 1);
+    Count([&](auto&) {
+        std::unique_lock lock(mutex);
+        changed.wait_for(lock, NO_TIME);
+        changed.wait_until(lock, std::chrono::system_clock::now());
+    });
+    EXPECT_EQ(RealTimeProbe::waits, 2);
+    bool woken = false;
+    std::unique_lock lock(mutex);
+    std::thread waker([&] {
+        const std::lock_guard guard(mutex);
+        woken = true;
+        changed.notify_one();
+    });
+    Count([&](auto&) { changed.wait(lock, [&] { return woken; }); });
+    waker.join();
+    EXPECT_GE(RealTimeProbe::waits, 1);
+}
+
+TEST_F(PlaybackRealTime, TheStartOfABufferAllocatesNothingTakesNoLockAndDoesNotWait) {
     Count([&](auto& callback) { callback.OnBufferStart(Buffer(3)); });
 
-    EXPECT_EQ(RealTimeProbe::allocations, 0);
-    EXPECT_EQ(RealTimeProbe::locks, 0);
+    ExpectNothing();
     EXPECT_EQ(rig_.Playback().CurrentPlaybackVideoFrame(), 3);
 }
 
-TEST_F(PlaybackRealTime, TheEndOfABufferAllocatesNothingAndTakesNoLock) {
+TEST_F(PlaybackRealTime, TheEndOfABufferAllocatesNothingTakesNoLockAndDoesNotWait) {
     Count([&](auto& callback) { callback.OnBufferEnd(Buffer(3)); });
 
-    EXPECT_EQ(RealTimeProbe::allocations, 0);
-    EXPECT_EQ(RealTimeProbe::locks, 0);
+    ExpectNothing();
 }
 
 TEST_F(PlaybackRealTime, TheEndOfARunTakesNoLockButThoseOfTheMeters) {
@@ -82,6 +130,7 @@ TEST_F(PlaybackRealTime, TheEndOfARunTakesNoLockButThoseOfTheMeters) {
     // One for the session and one for each meter: the track's and the master's. The last block
     // joins the ones before it.
     EXPECT_LE(RealTimeProbe::locks, 3);
+    EXPECT_EQ(RealTimeProbe::waits, 0);
     EXPECT_LE(RealTimeProbe::allocations, 4);
     EXPECT_EQ(observer_.stops, 2) << "one by the play command";
     EXPECT_EQ(completions_, 1);

@@ -5,18 +5,20 @@
 
 namespace sonrel_tests {
 
-/// Counts what the marked stretches of code allocate, free and lock. A program that has it replaces
-/// operator new and delete, and where no sanitizer does so already, the lock of the C library:
-/// every lock of the standard library comes through there.
+/// Counts what the marked stretches of code allocate, free, lock and wait for. A program that has
+/// it replaces the allocation functions, the locks (mutexes and read-write locks) and the condition
+/// waits of the C library, through which those of the standard library come. Under a sanitizer,
+/// which replaces them itself, only operator new and delete are counted.
 class RealTimeProbe {
 public:
-    /// Whether locks are counted in this build.
-    static const bool COUNTS_LOCKS;
+    /// Whether this build counts more than operator new and delete.
+    static const bool COUNTS_EVERYTHING;
 
     static std::atomic<int> allocations;  ///< allocations and frees
-    static std::atomic<int> locks;
+    static std::atomic<int> locks;        ///< locks and attempts to lock
+    static std::atomic<int> waits;        ///< for a condition
 
-    static void Clear() { allocations = locks = 0; }
+    static void Clear() { allocations = locks = waits = 0; }
 
     /// Marks the rest of its block on this thread. Not to be nested.
     RealTimeProbe();

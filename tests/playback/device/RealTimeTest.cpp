@@ -98,6 +98,7 @@ TEST_P(RealTime, APullAllocatesNothingAndTakesNoLock) {
 
     EXPECT_EQ(RealTimeProbe::allocations, 0);
     EXPECT_EQ(RealTimeProbe::locks, 0);
+    EXPECT_EQ(RealTimeProbe::waits, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Device, RealTime,
@@ -135,11 +136,13 @@ TEST(RealTimeRun, AnEngineAllocatesNothingAndTakesNoLockWhileItsBuffersAreHeard)
     }
     EXPECT_EQ(RealTimeProbe::allocations, 0);
     EXPECT_EQ(RealTimeProbe::locks, 0);
+    EXPECT_EQ(RealTimeProbe::waits, 0);
 
     // The ends of what a stop drops.
     EXPECT_EQ(playback.Stop(), PlaybackEngine::Err::NoError);
     EXPECT_EQ(RealTimeProbe::allocations, 0);
     EXPECT_EQ(RealTimeProbe::locks, 0);
+    EXPECT_EQ(RealTimeProbe::waits, 0);
     orlo::sonrel::SetAudioOutputFactory(nullptr);
 }
 
@@ -155,7 +158,7 @@ TEST(RealTimeRun, IsWatchedByCountsThatSeeALockAndAnAllocation) {
     }
 
     EXPECT_EQ(RealTimeProbe::allocations, 2);
-    EXPECT_EQ(RealTimeProbe::locks, RealTimeProbe::COUNTS_LOCKS ? 1 : 0);
+    EXPECT_EQ(RealTimeProbe::locks, RealTimeProbe::COUNTS_EVERYTHING ? 1 : 0);
 }
 
 }  // namespace
