@@ -15,6 +15,7 @@
 #include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/playback/AbstractAudioMeterObserver.h"
 #include "sonrel/playback/detail/DeviceSetup.h"
+#include "sonrel/playback/detail/FlushWait.h"
 #include "sonrel/playback/detail/MeterObservers.h"
 #include "sonrel/playback/detail/PlaybackEngineImpl.h"
 #include "sonrel/playback/detail/PlaybackReader.h"
@@ -30,9 +31,6 @@ namespace {
 
 constexpr int FASTEST_SPEED = 4;
 constexpr int METER_BLOCK_MS = 100;
-
-constexpr std::chrono::milliseconds FLUSH_WAIT{10};
-constexpr std::chrono::milliseconds FLUSH_PATIENCE{500};
 
 AudioMixer& MixerOf(const PlaybackEngineImpl& engine) {
     return *engine.owner->Mixer();
@@ -73,18 +71,6 @@ void StartWorker(PlaybackEngineImpl& engine) {
 void MarkAsPlaying(PlaybackEngineImpl& engine) {
     engine.isPlaying.exchange(true);
     if (engine.hasPlayedOut) engine.isPlaying.exchange(false);
-}
-
-/// Waits until the worker stands still. One that waits for room in the queue does so only when a
-/// buffer ends, and one that drains does so no more.
-Err WaitUntilParked(PlaybackEngineImpl& engine) {
-    std::chrono::milliseconds waited{0};
-    while (!engine.signals.WaitUntilParked(FLUSH_WAIT)) {
-        if (!engine.isPlaying) return Err::NotPlaying;
-        waited += FLUSH_WAIT;
-        if (waited > FLUSH_PATIENCE) return Err::FlushFailed;
-    }
-    return Err::NoError;
 }
 
 /// Drops the queue and sends the worker back to the end of the buffer that sounds. The worker
@@ -211,7 +197,9 @@ Err PlaybackEngine::FlushQueuedPlaybackSamples() {
     if (!IsPlaying()) return Err::NotPlaying;
     if (impl_->sourceVoice->GetState().buffersQueued < 2) return Err::NoError;
     impl_->signals.RequestFlush();
-    Err result = WaitUntilParked(*impl_);
+    Err result = detail::WaitForParkedWorker(
+        [this](std::chrono::milliseconds limit) { return impl_->signals.WaitUntilParked(limit); },
+        impl_->isPlaying, impl_->flushTimeout);
     if (result == Err::NoError) result = DropQueue(*impl_);
     impl_->signals.EndFlush();
     return result;

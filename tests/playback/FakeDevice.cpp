@@ -36,6 +36,7 @@ public:
     ~FakeSourceVoice() override {
         const std::lock_guard guard(device_.mutex_);
         --device_.sourceVoicesOpen_;
+        device_.voiceOrder_.emplace_back("-source");
         device_.events_ = nullptr;
         device_.queue_.clear();
         device_.dropped_.clear();
@@ -58,7 +59,9 @@ public:
     }
     bool FlushSourceBuffers() override { return device_.Flush(); }
     device::VoiceState GetState() const override {
-        return {static_cast<unsigned int>(device_.Queued())};
+        const device::VoiceState state = {static_cast<unsigned int>(device_.Queued())};
+        if (device_.onState) device_.onState();
+        return state;
     }
 
 private:
@@ -71,6 +74,7 @@ public:
     ~FakeMasteringVoice() override {
         const std::lock_guard guard(device_.mutex_);
         --device_.masteringVoicesOpen_;
+        device_.voiceOrder_.emplace_back("-mastering");
     }
     orlo::sonrel::AudioOutputState State() const override { return {}; }
 
@@ -99,6 +103,7 @@ public:
         device_.lastRate_ = sampleRate;
         if (device_.refuseMasteringVoice) return nullptr;
         ++device_.masteringVoicesOpen_;
+        device_.voiceOrder_.emplace_back("+mastering");
         return std::make_unique<FakeMasteringVoice>(device_);
     }
     std::unique_ptr<device::SourceVoice> CreateSourceVoice(device::MasteringVoice& /*mastering*/,
@@ -108,6 +113,7 @@ public:
         ++device_.sourceVoicesMade_;
         if (device_.refuseSourceVoice) return nullptr;
         ++device_.sourceVoicesOpen_;
+        device_.voiceOrder_.emplace_back("+source");
         device_.events_ = &events;
         return std::make_unique<FakeSourceVoice>(device_);
     }
@@ -261,6 +267,11 @@ int FakeDevice::SourceVoicesOpen() const {
 int FakeDevice::LastRate() const {
     const std::lock_guard guard(mutex_);
     return lastRate_;
+}
+
+std::vector<std::string> FakeDevice::VoiceOrder() const {
+    const std::lock_guard guard(mutex_);
+    return voiceOrder_;
 }
 
 int FakeDevice::ThreadsInUse() const {

@@ -4,8 +4,10 @@
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include "sonrel/playback/device/AudioDevice.h"
@@ -38,6 +40,8 @@ public:
     bool refuseStart = false;
     bool refuseSubmission = false;
     bool refuseFlush = false;
+    /// Runs whenever the voice is asked for its state, on the asking thread.
+    std::function<void()> onState;
     /// Keeps the ends of what a flush drops until ReportDropped. Left alone the flush reports them.
     bool holdDropped = false;
 
@@ -77,6 +81,8 @@ public:
     int SourceVoicesMade() const;
     int SourceVoicesOpen() const;
     int LastRate() const;
+    /// What was made and destroyed, in order: "+mastering", "+source", "-source", "-mastering".
+    std::vector<std::string> VoiceOrder() const;
     /// Threads that said that they use the device, less those that said that they are done.
     int ThreadsInUse() const;
 
@@ -110,6 +116,7 @@ private:
     int sourceVoicesMade_ = 0;
     int sourceVoicesOpen_ = 0;
     int lastRate_ = 0;
+    std::vector<std::string> voiceOrder_;
     int threadsInUse_ = 0;
 };
 

@@ -354,6 +354,33 @@ TEST(PlaybackCallbacks, StopReturnsOnADeviceThatHasStoppedCallingBack) {
     EXPECT_TRUE(Eventually([&] { return !rig.Playback().IsPlaying(); }));
 }
 
+TEST(PlaybackCallbacks, ALostDeviceIsNotReportedAndTheRunStays) {
+    VirtualRig rig({25.0, 8000, 300}, Clock::Stepped);
+    SpyObserver observer;
+    std::atomic<bool> completed = false;
+    rig.SetUpSequence();
+    rig.Playback().AddMeterObserver(&observer);
+    rig.Playback().PlayFromFrame(
+        0, FORWARD, 1, [&](void*) { completed = true; }, nullptr);
+    for (int frame = 0; frame < 3; ++frame) {
+        ASSERT_GT(rig.output->AdvanceBuffer(std::chrono::seconds(20)), 0);
+    }
+    ASSERT_TRUE(Eventually([&] { return rig.Impl().sourceVoice->GetState().buffersQueued == 49; }));
+    observer.calls.clear();
+
+    rig.output->StopCallingBack(true);
+
+    // The half second of a flush that nobody answers is longer than anything in the engine waits.
+    EXPECT_EQ(rig.Playback().FlushQueuedPlaybackSamples(), Err::FlushFailed);
+    EXPECT_TRUE(rig.Playback().IsPlaying());
+    EXPECT_EQ(rig.Playback().CurrentPlaybackVideoFrame(), 2);
+    EXPECT_EQ(observer.calls, Calls());
+    EXPECT_EQ(rig.Playback().Stop(), Err::NoError);
+    EXPECT_FALSE(rig.Playback().IsPlaying());
+    EXPECT_EQ(observer.calls, Calls{"stop"});
+    EXPECT_FALSE(completed);
+}
+
 TEST(PlaybackCallbacks, ATargetMayBeDeletedInTheMiddleOfARun) {
     VirtualRig rig({25.0, 8000, 300});
     auto gone = std::make_shared<project::EditorSequence>();

@@ -15,7 +15,10 @@
 namespace sonrel_tests {
 namespace {
 
-constexpr std::chrono::milliseconds A_MOMENT{5};
+/// The interval of the steps of a test while a flush waits.
+constexpr std::chrono::milliseconds STEP{20};
+/// For a flush that is answered, however busy the machine is.
+constexpr std::chrono::milliseconds NO_TIMEOUT = std::chrono::hours(1);
 
 /// A sequence of 250 frames of 1920 samples, whose mix can be held back.
 class PlaybackFlush : public testing::Test {
@@ -28,6 +31,9 @@ protected:
         };
         rig_.builder.AddObject(rig_.builder.AddMedia(Constant(480000, 1, 1)), 0, 250)
             ->AddEffect(gate);
+        rig_.device.onState = [this] {
+            if (flushing_.load() == std::this_thread::get_id()) hasCounted_ = true;
+        };
         EXPECT_EQ(rig_.SetUpSequence(), Err::NoError);
     }
     ~PlaybackFlush() override { mixes_ = 1000000; }
@@ -35,26 +41,55 @@ protected:
     sonrel::PlaybackEngine& Playback() { return rig_.Playback(); }
 
     /// Starts a run and waits until 49 buffers are queued and the worker has the next in hand.
-    void FillRing(Direction direction = FORWARD, int speed = 1) {
-        ASSERT_EQ(rig_.Play(direction == FORWARD ? 0 : 479999, direction, speed), Err::NoError);
+    void FillRing() {
+        ASSERT_EQ(rig_.Play(0), Err::NoError);
         ASSERT_TRUE(
             Eventually([&] { return rig_.Impl().frameBuffers[49]->run == rig_.Impl().runNumber; }));
         ASSERT_TRUE(rig_.device.WaitForQueued(49));
     }
+    /// Starts a run that has ten buffers queued while the worker is in the mix of the next, and
+    /// plays the first two.
+    void HearTwoOfTenBuffers(Direction direction = FORWARD, int speed = 1) {
+        mixesOfABuffer_ = speed;
+        mixes_ = 10 * speed;
+        ASSERT_EQ(rig_.Play(direction == FORWARD ? 0 : 479999, direction, speed), Err::NoError);
+        ASSERT_TRUE(rig_.device.WaitForQueued(10));
+        ASSERT_TRUE(rig_.device.PlayBuffer());
+        ASSERT_TRUE(rig_.device.PlayBuffer());
+    }
+    /// Lets the worker mix and plays the next buffer.
+    void HearNextBuffer() {
+        mixes_ = 1000000;
+        ASSERT_TRUE(rig_.device.WaitForQueued(1));
+        ASSERT_TRUE(rig_.device.PlayBuffer());
+    }
 
-    /// Flushes while something else goes on at intervals.
+    /// Flushes; from the moment when the flush has counted the queue, steps until it returns.
     template <class Step>
     Err FlushWhile(Step step) {
-        auto flush =
-            std::async(std::launch::async, [&] { return Playback().FlushQueuedPlaybackSamples(); });
-        while (flush.wait_for(A_MOMENT) != std::future_status::ready) step();
+        rig_.Impl().flushTimeout = NO_TIMEOUT;
+        hasCounted_ = false;
+        auto flush = std::async(std::launch::async, [&] {
+            flushing_ = std::this_thread::get_id();
+            return Playback().FlushQueuedPlaybackSamples();
+        });
+        EXPECT_TRUE(Eventually([&] { return hasCounted_.load(); }));
+        do step();
+        while (flush.wait_for(STEP) != std::future_status::ready);
         return flush.get();
+    }
+    /// What is heard does not change meanwhile: the worker parks between two mixes.
+    Err FlushWhileMixing() {
+        return FlushWhile([&] { mixes_ += mixesOfABuffer_; });
     }
     Err FlushWhilePlaying() {
         return FlushWhile([&] { rig_.device.PlayBuffer(); });
     }
 
     std::atomic<int> mixes_ = 1000000;
+    int mixesOfABuffer_ = 1;  // one for each video frame
+    std::atomic<std::thread::id> flushing_ = std::thread::id();
+    std::atomic<bool> hasCounted_ = false;
     PlaybackRig rig_;
 };
 
@@ -77,34 +112,37 @@ TEST_F(PlaybackFlush, WithOneBufferQueuedOrNoneTouchesNothing) {
 }
 
 TEST_F(PlaybackFlush, DropsTheQueueAndGoesOnAfterTheLastBufferThatBegan) {
+    HearTwoOfTenBuffers();
+
+    EXPECT_EQ(FlushWhileMixing(), Err::NoError);
+
+    HearNextBuffer();
+    const auto heard = rig_.device.Heard();
+    ASSERT_EQ(heard.size(), 3u);
+    EXPECT_EQ(heard[2].firstSample, 2 * 1920);
+    EXPECT_GT(rig_.device.Submissions().size(), 10u) << "mixed anew";
+}
+
+TEST_F(PlaybackFlush, IsAnsweredByAWorkerThatWaitsForRoomWhenABufferEnds) {
     FillRing();
 
     EXPECT_EQ(FlushWhilePlaying(), Err::NoError);
 
-    ASSERT_TRUE(rig_.device.WaitForQueued(2));
-    const std::size_t heard = rig_.device.HeardCount();
-    rig_.device.PlayBuffer();
-    EXPECT_EQ(rig_.device.Heard()[heard].firstSample, static_cast<long long>(heard) * 1920);
-    EXPECT_GT(rig_.device.Submissions().size(), 49u);
+    EXPECT_EQ(rig_.device.FlushMarks().size(), 1u);
 }
 
 TEST_F(PlaybackFlush, SparesTheBufferThatSounds) {
-    mixes_ = 10;
-    rig_.Play(0);
-    ASSERT_TRUE(rig_.device.WaitForQueued(10));
-    rig_.device.PlayBuffer();
+    HearTwoOfTenBuffers();
     rig_.device.BeginBuffer();
 
-    EXPECT_EQ(FlushWhile([&] { ++mixes_; }), Err::NoError);
+    EXPECT_EQ(FlushWhileMixing(), Err::NoError);
 
-    mixes_ = 1000000;
-    ASSERT_TRUE(rig_.device.WaitForQueued(3));
     rig_.device.EndBuffer();
-    rig_.device.PlayBuffer();
+    HearNextBuffer();
     const auto heard = rig_.device.Heard();
-    ASSERT_EQ(heard.size(), 3u);
-    EXPECT_EQ(heard[1].firstSample, 1920);
-    EXPECT_EQ(heard[2].firstSample, 3840);
+    ASSERT_EQ(heard.size(), 4u);
+    EXPECT_EQ(heard[2].firstSample, 2 * 1920);
+    EXPECT_EQ(heard[3].firstSample, 3 * 1920);
 }
 
 TEST_F(PlaybackFlush, LetsTheBuffersGoOnInTheOrderOfTheRing) {
@@ -120,28 +158,27 @@ TEST_F(PlaybackFlush, LetsTheBuffersGoOnInTheOrderOfTheRing) {
 }
 
 TEST_F(PlaybackFlush, InReverseGoesOnFromTheEndThatTheBufferWasStampedWith) {
-    FillRing(REVERSE);
+    HearTwoOfTenBuffers(REVERSE);
 
-    ASSERT_EQ(FlushWhilePlaying(), Err::NoError);
+    ASSERT_EQ(FlushWhileMixing(), Err::NoError);
 
-    ASSERT_TRUE(rig_.device.WaitForQueued(1));
-    const std::size_t heard = rig_.device.HeardCount();
-    rig_.device.PlayBuffer();
-    const auto all = rig_.device.Heard();
-    // What was heard last began at p and was stamped with p + 1920, above where it began.
-    EXPECT_EQ(all[heard].firstSample, all[heard - 1].firstSample + 1920);
+    HearNextBuffer();
+    const auto heard = rig_.device.Heard();
+    ASSERT_EQ(heard.size(), 3u);
+    EXPECT_EQ(heard[1].firstSample, 479999 - 1920);
+    EXPECT_EQ(heard[2].firstSample, 479999) << "stamped with its first sample plus 1920";
 }
 
 TEST_F(PlaybackFlush, AtSpeedThreeGoesOnOneBufferLengthAfterTheStartOfTheBufferHeard) {
-    FillRing(FORWARD, 3);
+    HearTwoOfTenBuffers(FORWARD, 3);
 
-    ASSERT_EQ(FlushWhilePlaying(), Err::NoError);
+    ASSERT_EQ(FlushWhileMixing(), Err::NoError);
 
-    ASSERT_TRUE(rig_.device.WaitForQueued(1));
-    const std::size_t heard = rig_.device.HeardCount();
-    rig_.device.PlayBuffer();
-    const auto all = rig_.device.Heard();
-    EXPECT_EQ(all[heard].firstSample, all[heard - 1].firstSample + 1920);
+    HearNextBuffer();
+    const auto heard = rig_.device.Heard();
+    ASSERT_EQ(heard.size(), 3u);
+    EXPECT_EQ(heard[1].firstSample, 3 * 1920);
+    EXPECT_EQ(heard[2].firstSample, 3 * 1920 + 1920);
 }
 
 TEST_F(PlaybackFlush, BeforeAnyBufferBeganGoesOnFromTheBeginningOfTheTarget) {
@@ -149,12 +186,24 @@ TEST_F(PlaybackFlush, BeforeAnyBufferBeganGoesOnFromTheBeginningOfTheTarget) {
     rig_.Play(96000);
     ASSERT_TRUE(rig_.device.WaitForQueued(5));
 
-    EXPECT_EQ(FlushWhile([&] { ++mixes_; }), Err::NoError);
+    EXPECT_EQ(FlushWhileMixing(), Err::NoError);
 
-    mixes_ = 1000000;
-    ASSERT_TRUE(rig_.device.WaitForQueued(1));
-    rig_.device.PlayBuffer();
+    HearNextBuffer();
     EXPECT_EQ(rig_.device.Heard()[0].firstSample, 0);
+}
+
+TEST_F(PlaybackFlush, BeforeAnyBufferOfALaterRunBeganGoesOnFromTheBeginningToo) {
+    HearTwoOfTenBuffers();
+    mixes_ = 1000000;
+    Playback().Stop();
+    mixes_ = 5;
+    rig_.Play(96000);
+    ASSERT_TRUE(rig_.device.WaitForQueued(5));
+
+    EXPECT_EQ(FlushWhileMixing(), Err::NoError);
+
+    HearNextBuffer();
+    EXPECT_EQ(rig_.device.Heard()[2].firstSample, 0) << "what the former run played is forgotten";
 }
 
 TEST_F(PlaybackFlush, MakesAnEditHeardAfterTheBufferThatSounds) {
@@ -167,11 +216,13 @@ TEST_F(PlaybackFlush, MakesAnEditHeardAfterTheBufferThatSounds) {
 
     ASSERT_EQ(FlushWhilePlaying(), Err::NoError);
 
-    ASSERT_TRUE(rig_.device.WaitForQueued(1));
-    const std::size_t heard = rig_.device.HeardCount();
-    rig_.device.PlayBuffer();
-    EXPECT_EQ(rig_.device.Heard()[heard - 1].samples[0], 1);
-    EXPECT_EQ(rig_.device.Heard()[heard].samples[0], 0);
+    HearNextBuffer();
+    const auto marks = rig_.device.FlushMarks();
+    ASSERT_EQ(marks.size(), 1u);
+    const auto heard = rig_.device.Heard();
+    ASSERT_GT(marks[0], 0u);
+    EXPECT_EQ(heard[marks[0] - 1].samples[0], 1);
+    EXPECT_EQ(heard[marks[0]].samples[0], 0);
 }
 
 TEST_F(PlaybackFlush, FailsWhenTheVoiceRefusesAndTheRunGoesOn) {

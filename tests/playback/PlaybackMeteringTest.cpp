@@ -218,16 +218,54 @@ TEST_F(PlaybackMetering, AFlushBeginsTheBlocksAnewWhereTheRunGoesOn) {
     Playback().CurrentPlaybackMetrics();
     auto flush =
         std::async(std::launch::async, [&] { return Playback().FlushQueuedPlaybackSamples(); });
+    rig_.device.EndBuffer();
     while (flush.wait_for(std::chrono::milliseconds(5)) != std::future_status::ready) {
-        rig_.device.EndBuffer();
-        ASSERT_TRUE(rig_.device.PlayBuffer());
-        ASSERT_TRUE(rig_.device.BeginBuffer() || rig_.device.Queued() == 0);
+        rig_.device.PlayBuffer();
     }
     ASSERT_EQ(flush.get(), Err::NoError);
 
     EXPECT_EQ(rig_.Impl().startSample % 1920, 0);
     EXPECT_GE(rig_.Impl().startSample, 19 * 1920);
     EXPECT_EQ(LastBlock(), 0u);
+}
+
+TEST_F(PlaybackMetering, EachRunCountsItsBlocksFromItsStart) {
+    SetUpFrames(100);
+    Play(0, 20);
+    HearFrame(18);
+    Playback().CurrentPlaybackMetrics();
+    ASSERT_EQ(LastBlock(), 7u);
+
+    Playback().Stop();
+    EXPECT_EQ(LastBlock(), 0u) << "by the stop";
+    // A poll in the stop of the play command: the former frame is still the current frame.
+    observer_.onStop = [&] { Playback().CurrentPlaybackMetrics(); };
+    Play(96000, 20);
+    EXPECT_EQ(LastBlock(), 0u) << "by the play command";
+    EXPECT_EQ(rig_.Impl().playedSampleEnd, 0);
+}
+
+TEST_F(PlaybackMetering, TheMetersHaveStoppedWhenObserversAreCalledAtTheEndOfARun) {
+    SetUpFrames(4);  // 7680 samples: one block, and one that is cut short
+    Play(0, 1);
+    std::uint64_t blocks = 0;
+    observer_.onStop = [&] { blocks = rig_.engine->Mixer()->MeterBlockCount(); };
+
+    ASSERT_TRUE(rig_.PlayToEnd());
+
+    EXPECT_EQ(blocks, 2u) << "the stop of the meters ends the short block";
+}
+
+TEST_F(PlaybackMetering, TheMetersHaveStoppedWhenObserversAreCalledByAStop) {
+    SetUpFrames(4);
+    Play(0, 1);
+    ASSERT_TRUE(rig_.device.WaitForQueued(4));
+    std::uint64_t blocks = 0;
+    observer_.onStop = [&] { blocks = rig_.engine->Mixer()->MeterBlockCount(); };
+
+    Playback().Stop();
+
+    EXPECT_EQ(blocks, 2u);
 }
 
 TEST_F(PlaybackMetering, TheStartIsToldOnceTheVoiceRunsAndBeforeTheRunPlays) {

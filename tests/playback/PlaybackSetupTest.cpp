@@ -4,6 +4,8 @@
 
 #include <memory>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "sonrel/playback/AudioOutput.h"
 #include "sonrel/playback/detail/DeviceSetup.h"
@@ -346,6 +348,17 @@ TEST_F(PlaybackSetup, ARefusedSourceVoiceLeavesTheMasteringVoiceOpen) {
     EXPECT_EQ(rig_.device.MasteringVoicesOpen(), 0);
 }
 
+TEST_F(PlaybackSetup, TheMasteringVoiceIsMadeFirstAndDestroyedLast) {
+    rig_.SetUpSequence();
+    Settings().SetFrameCount(251);
+    rig_.SetUpSequence();
+    rig_.engine->InitializePlaybackEngine();
+
+    EXPECT_EQ(rig_.device.VoiceOrder(),
+              (std::vector<std::string>{"+mastering", "+source", "-source", "-mastering",
+                                        "+mastering", "+source", "-source", "-mastering"}));
+}
+
 TEST_F(PlaybackSetup, AnUnchangedTargetKeepsItsVoices) {
     EXPECT_EQ(rig_.SetUpSequence(), Err::NoError);
     EXPECT_EQ(rig_.SetUpSequence(), Err::NoError);
@@ -391,7 +404,7 @@ TEST_F(PlaybackSetup, ANewTrackIsAChangeThatRefreshPicksUp) {
     EXPECT_EQ(rig_.device.MasteringVoicesMade(), 2);
 }
 
-TEST_F(PlaybackSetup, AFrameRateWithinTheToleranceIsNoChangeOfATimeline) {
+TEST_F(PlaybackSetup, AFrameRateWithinTheToleranceIsNoChangeOfAComposition) {
     const auto composition = rig_.builder.AddComposition({29.97, 48000, 0});
     SetUpComposition(composition);
     composition->Settings().SetFrameRate(29.97 * (1 + 1e-13));
@@ -401,6 +414,20 @@ TEST_F(PlaybackSetup, AFrameRateWithinTheToleranceIsNoChangeOfATimeline) {
 
     composition->Settings().SetFrameRate(29.97 * (1 + 1e-11));
     SetUpComposition(composition);
+    EXPECT_EQ(rig_.device.MasteringVoicesMade(), 2);
+}
+
+TEST_F(PlaybackSetup, AFrameRateWithinTheToleranceIsNoChangeOfASequence) {
+    Settings().SetFrameCount(0);
+    Settings().SetFrameRate(29.97);
+    rig_.SetUpSequence();
+    Settings().SetFrameRate(29.97 * (1 + 1e-13));
+
+    rig_.SetUpSequence();
+    EXPECT_EQ(rig_.device.MasteringVoicesMade(), 1);
+
+    Settings().SetFrameRate(29.97 * (1 + 1e-11));
+    rig_.SetUpSequence();
     EXPECT_EQ(rig_.device.MasteringVoicesMade(), 2);
 }
 

@@ -11,6 +11,7 @@
 
 #include "sonrel/contracts/project.h"
 #include "sonrel/playback/PlaybackEngine.h"
+#include "sonrel/playback/detail/FlushWait.h"
 #include "sonrel/playback/detail/FrameAudioBuffer.h"
 #include "sonrel/playback/detail/RunSignals.h"
 #include "sonrel/playback/detail/VoiceCallback.h"
@@ -43,6 +44,7 @@ struct PlaybackEngineImpl {
     std::thread workerThread;
     detail::RunSignals signals;
     std::chrono::milliseconds headStart{50};  // of the worker before the voice runs
+    std::chrono::milliseconds flushTimeout = detail::FLUSH_TIMEOUT;
 
     std::uint64_t runNumber = detail::VoiceCallback::SINGLE_FRAME;  // of the current run
     std::atomic<long long> startSample = 0;  // where the block count of the meters begins
