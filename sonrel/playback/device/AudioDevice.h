@@ -122,8 +122,7 @@ public:
                                                            VoiceEvents& events) = 0;
 };
 
-/// Milliseconds of the sound device's buffer: the shortest that lost no sound on a busy machine
-/// (docs/playback.md, Outputs).
+/// Milliseconds of the sound device's buffer, chosen by measurement: docs/playback.md, Latency.
 constexpr int DEFAULT_BUFFER_MS = 40;
 
 /// The sound library is not there or is not whole.
