@@ -38,6 +38,9 @@ using Style = WaveformPreview::Style;
 
 constexpr int MAX_CHANNELS = 16;
 
+/// No image has exactly this many bytes, because rows are whole words.
+constexpr int MORE_THAN_ANY_BUFFER = std::numeric_limits<int>::max();
+
 /// The blocks of a range; end exclusive.
 struct BlockRange {
     int first;
@@ -52,15 +55,13 @@ QImage::Format PixelFormat(Format format) {
     return format == Format::RGB888 ? QImage::Format_RGB888 : QImage::Format_ARGB32;
 }
 
-/// What an image takes, without making one: rows of whole 32-bit words. 2147483647 stands for that
-/// many bytes or more.
-int ImageBytes(int width, int height, Format format) {
+/// The bytes of an image, without making one: rows of whole 32-bit words.
+int BytesOf(int width, int height, Format format) {
     if (width <= 0 || height <= 0) return 0;
     const std::int64_t bits = format == Format::RGB888 ? 24 : 32;
     const std::int64_t rowBytes = (width * bits + 31) / 32 * 4;
-    constexpr std::int64_t LIMIT = std::numeric_limits<int>::max();
-    return rowBytes > LIMIT / height ? static_cast<int>(LIMIT)
-                                     : static_cast<int>(rowBytes * height);
+    return rowBytes > MORE_THAN_ANY_BUFFER / height ? MORE_THAN_ANY_BUFFER
+                                                    : static_cast<int>(rowBytes * height);
 }
 
 /// The blocks that hold the range, within the file. A range behind the last block shows that block.
@@ -82,14 +83,22 @@ double StepOf(const BlockRange& range, int width) {
     return count > width ? static_cast<double>(count) / width : 1.0;
 }
 
+/// Opens the peak file and finds the blocks of the range. A file that holds none of them cannot be
+/// read.
+/// @return 0 or the code that CreateImage returns
+int FindBlocks(const WaveformPreviewImpl& settings, PeakFile& file, BlockRange* range) {
+    if (!file.Open(settings.peakFilePath)) return WaveformPreview::PEAK_FILE_NOT_OPENED;
+    if (file.ChannelCount() != settings.channelCount) return WaveformPreview::OTHER_CHANNEL_COUNT;
+    // A count beyond 2147483647 reads as a negative one, and no range lies in such a file.
+    if (file.BlockCount() < 1) return WaveformPreview::PEAK_FILE_READ_FAILED;
+    *range = BlocksOf(settings, file);
+    return range->end < range->first ? WaveformPreview::PEAK_FILE_READ_FAILED : 0;
+}
+
 /// Reads the range and draws it, a column for each point.
 /// @return whether the range could be read
-bool DrawRange(const WaveformPreviewImpl& settings, PeakFile& file, int width,
-               const detail::WaveformLook& look, QImage* drawing) {
-    // A count beyond 2147483647 reads as a negative one, and no range lies in such a file.
-    if (file.BlockCount() < 1) return false;
-    const BlockRange range = BlocksOf(settings, file);
-    if (range.end < range.first) return false;
+bool DrawRange(const WaveformPreviewImpl& settings, PeakFile& file, const BlockRange& range,
+               int width, const detail::WaveformLook& look, QImage* drawing) {
     const double step = StepOf(range, width);
     if (look.style == Style::RMSEnvelope) {
         std::vector<unsigned char> amplitudes;
@@ -195,20 +204,37 @@ void WaveformPreview::SetPreviewScale(Scale scale) {
     impl_->previewScale = scale;
 }
 
+int WaveformPreview::ImageBytes(int width, int height, Format format) const {
+    if (impl_->previewEnd < impl_->previewStart) return RANGE_REVERSED;
+    PeakFile file;
+    BlockRange range{};
+    if (const int code = FindBlocks(*impl_, file, &range); code != 0) return code;
+    if (width < 0) return PEAK_FILE_READ_FAILED;
+    const int blocks = range.end - range.first;
+    if (blocks == 0) return 0;
+    // A stretched image has pixels of 32 bits.
+    const Format layout = blocks < width ? Format::ARGB32 : format;
+    const int bytes = BytesOf(width, height, layout);
+    if (bytes == MORE_THAN_ANY_BUFFER) return bytes;
+    // Null for a size without pixels, and for one that memory cannot hold. Nothing is written into
+    // the image, so that it takes address space only.
+    return QImage(width, height, PixelFormat(layout)).isNull() ? 0 : bytes;
+}
+
 int WaveformPreview::CreateImage(int width, int height, Format format, unsigned char* buffer,
                                  int bufferBytes) const {
     if (impl_->previewEnd < impl_->previewStart) return RANGE_REVERSED;
-    const int needed = ImageBytes(width, height, format);
-    if (needed > bufferBytes) return needed;
+    const int needed = BytesOf(width, height, format);
+    if (needed > bufferBytes || needed == MORE_THAN_ANY_BUFFER) return needed;
     QImage drawing;
     {
         PeakFile file;
-        if (!file.Open(impl_->peakFilePath)) return PEAK_FILE_NOT_OPENED;
-        if (file.ChannelCount() != impl_->channelCount) return OTHER_CHANNEL_COUNT;
+        BlockRange range{};
+        if (const int code = FindBlocks(*impl_, file, &range); code != 0) return code;
         const detail::WaveformLook look{impl_->previewStyle,    impl_->previewScale,
                                         impl_->backgroundColor, impl_->waveformColor,
                                         PixelFormat(format),    height};
-        if (!DrawRange(*impl_, file, width, look, &drawing)) return PEAK_FILE_READ_FAILED;
+        if (!DrawRange(*impl_, file, range, width, look, &drawing)) return PEAK_FILE_READ_FAILED;
     }
     return CopyImage(Stretch(drawing, width, height), buffer, bufferBytes);
 }

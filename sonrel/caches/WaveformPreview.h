@@ -54,7 +54,7 @@ public:
     /// Results of CreateImage below 0.
     static constexpr int PEAK_FILE_NOT_OPENED = -1;   ///< missing, or not a peak file with blocks
     static constexpr int OTHER_CHANNEL_COUNT = -2;    ///< the file has another channel count
-    static constexpr int PEAK_FILE_READ_FAILED = -3;  ///< the file is cut short, or a size below 0
+    static constexpr int PEAK_FILE_READ_FAILED = -3;  ///< the file is cut short, or a width below 0
     static constexpr int BUFFER_REFUSED = -4;         ///< null, or the finished image is bigger
     static constexpr int RANGE_REVERSED = -5;         ///< the range ends before it starts
 
@@ -94,6 +94,19 @@ public:
     Scale PreviewScale() const;
     void SetPreviewScale(Scale scale);
 
+    /// The size of the image that CreateImage would put into a buffer, in the layout that it would
+    /// have: with this many bytes the buffer holds the image, stretched or not. Reads the head of
+    /// the peak file and draws nothing.
+    ///
+    /// Ask before CreateImage to tell its two kinds of 0 apart: an image in the buffer, or no image
+    /// and a buffer as it was.
+    /// @return above 0, bytes; 2147483647 for more than any buffer can have. 0 when there is no
+    /// image, so that CreateImage with any sufficient
+    ///         buffer returns 0 and leaves it untouched: a width of 0, a height below 1, a range
+    ///         that holds no block, or an image that memory cannot hold. Below 0 one of the codes
+    ///         above, which CreateImage would return too; PEAK_FILE_READ_FAILED for a width below 0
+    int ImageBytes(int width, int height, Format format) const;
+
     /// Draws the range and copies the image into a buffer.
     ///
     /// The drawing has one column for each point read, at most one for each pixel of the width.
@@ -102,16 +115,19 @@ public:
     /// 0xffRRGGBB (so the buffer must hold 4 * width * height bytes, though the size test asks for
     /// less), and ARGB32 becomes premultiplied by alpha.
     ///
-    /// @param width   pixels. 0, as a height of 0, makes an image without pixels: result 0, nothing
-    ///                copied
-    /// @param height  pixels
+    /// @param width   pixels. 0 makes an image without pixels: result 0, nothing copied. Below 0
+    /// the
+    ///                result is PEAK_FILE_READ_FAILED
+    /// @param height  pixels. Below 1 makes an image without pixels
     /// @param buffer  receives the image
     /// @param bufferBytes  its size
-    /// @return 0 when the image is in the buffer. It is untouched when the image has no pixels,
-    ///         which is also so for a range that holds no block: start equal to end on a multiple
-    ///         of 32 inside the stream.
+    /// @return 0 when the image is in the buffer. Also 0, with the buffer untouched, when there is
+    /// no
+    ///         image: a width of 0, a height below 1, a range that holds no block (start equal to
+    ///         end on a multiple of 32 inside the stream), or an image that memory cannot hold.
+    ///         ImageBytes returns 0 for all of these.
     ///         Above 0, the bytes that an image of this size and format takes, when the buffer is
-    ///         smaller (2147483647 stands for that many or more): nothing was read or written.
+    ///         smaller (2147483647 for more than any buffer can have): nothing was read or written.
     ///         Below 0, one of the codes above. BUFFER_REFUSED for an image that outgrew its buffer
     ///         by the scaling zeroes the buffer; the other codes leave it untouched.
     int CreateImage(int width, int height, Format format, unsigned char* buffer,

@@ -2,6 +2,7 @@
 #include "sonrel/caches/WaveformPreview.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <QImage>
 #include <climits>
@@ -195,6 +196,76 @@ TEST_F(WaveformResult, MoreBytesThanAnIntCanTellAreTheGreatestInt) {
     EXPECT_EQ(picture.Draw(Preview()), INT_MAX);
     EXPECT_EQ(tall.Draw(Preview()), INT_MAX);
     EXPECT_TRUE(picture.Buffer().Untouched());
+}
+
+TEST_F(WaveformResult, TheBytesOfAnImageAreThoseThatItsBufferNeeds) {
+    for (const Format format : {Format::RGB888, Format::ARGB32}) {
+        for (const int width : {1, 2, 3, 4, 5, 8, 1000}) {  // stretched from 5 on
+            const int bytes = Preview().ImageBytes(width, 10, format);
+            const bool words = format == Format::ARGB32 || width > 4;
+            EXPECT_EQ(bytes, 10 * (words ? 4 * width : (3 * width + 3) / 4 * 4)) << width;
+            Picture tight(width, 10, format, static_cast<std::size_t>(bytes) - 1);
+            Picture enough(width, 10, format, static_cast<std::size_t>(bytes));
+            EXPECT_NE(tight.Draw(Preview()), 0) << width;
+            EXPECT_EQ(enough.Draw(Preview()), 0) << width;
+            EXPECT_FALSE(enough.Buffer().Untouched()) << width;
+        }
+    }
+}
+
+TEST_F(WaveformResult, AnImageThatIsNotDrawnHasNoBytes) {
+    for (const auto& [width, height] : {std::pair{0, 10}, {10, 0}, {10, -1}, {0, 0}}) {
+        EXPECT_EQ(Preview().ImageBytes(width, height, Format::ARGB32), 0) << width << " " << height;
+    }
+    WaveformPreview empty = Preview();
+    empty.SetPreviewRangeSamples(64, 64);
+    EXPECT_EQ(empty.ImageBytes(4, 10, Format::ARGB32), 0);
+}
+
+TEST_F(WaveformResult, AnImageOfMoreBytesThanAnyBufferHasIsNotDrawn) {
+    GuardedBuffer buffer(100);
+    for (const auto& [width, height] : {std::pair{INT_MAX, INT_MAX}, {1, INT_MAX}}) {
+        EXPECT_EQ(Preview().ImageBytes(width, height, Format::ARGB32), INT_MAX);
+        EXPECT_EQ(Preview().CreateImage(width, height, Format::ARGB32, buffer.Data(), INT_MAX),
+                  INT_MAX);
+    }
+    EXPECT_TRUE(buffer.Untouched());
+}
+
+#if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__)
+// The picture takes 1.6 gigabytes.
+TEST_F(WaveformResult, AnImageThatMemoryCannotHoldIs0AndLeavesTheBuffer) {
+    GuardedBuffer buffer(100);
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
+    const rlimit gigabyte{1 << 30, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &gigabyte), 0);
+
+    const int bytes = Preview().ImageBytes(20000, 20000, Format::ARGB32);
+    const int result =
+        Preview().CreateImage(20000, 20000, Format::ARGB32, buffer.Data(), 1600000000);
+
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &before), 0);
+    EXPECT_EQ(bytes, 0);
+    EXPECT_EQ(result, 0);
+    EXPECT_TRUE(buffer.Untouched());
+    EXPECT_EQ(Preview().ImageBytes(20000, 20000, Format::ARGB32), 1600000000);
+}
+#endif
+
+TEST_F(WaveformResult, TheBytesOfAnImageThatFailsAreTheCodeOfTheFailure) {
+    const auto bytes = [](const WaveformPreview& preview, int width = 4) {
+        return preview.ImageBytes(width, 10, Format::ARGB32);
+    };
+    EXPECT_EQ(bytes(Preview(), -1), -3);
+    EXPECT_EQ(bytes(Preview(2)), -2);
+    Write(PeakHeader(1, 0x80000000u) + std::string(12, '\x40'));
+    EXPECT_EQ(bytes(Preview()), -3);
+    std::filesystem::remove(folder_ / "a.xwpk");
+    EXPECT_EQ(bytes(Preview()), -1);
+    WaveformPreview reversed = Preview();
+    reversed.SetPreviewRangeSamples(64, 63);
+    EXPECT_EQ(bytes(reversed), -5);
 }
 
 TEST_F(WaveformResult, AMissingPeakFileIsMinus1) {
