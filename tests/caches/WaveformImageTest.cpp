@@ -416,6 +416,64 @@ TEST_F(WaveformImage, ScalingBlendsNeighboursInBothFormatsAlike) {
     EXPECT_GT(blended, 0);
 }
 
+// ---- half-transparent colours
+
+/// Whether a pixel's channels are within 2 of those expected: the rounding of a blend is Qt's own.
+bool IsNear(Pixel pixel, Pixel expected) {
+    for (int shift = 0; shift < 32; shift += 8) {
+        const int actual = static_cast<int>(pixel >> shift & 0xff);
+        if (std::abs(actual - static_cast<int>(expected >> shift & 0xff)) > 2) return false;
+    }
+    return true;
+}
+
+// The shape is filled from row 3 to row 8 and its outline drawn over that, along column 0 among
+// others, whose pixels are blended twice. With 128 of 255 once is 200 * 0.502 = 100, and twice 150.
+TEST_F(WaveformImage, AHalfTransparentEnvelopeIsDenserWhereItsOutlineCoversIt) {
+    const auto preview = Preview(Style::RMSEnvelope, Envelope({128, 128, 128, 128}));
+    preview->SetBackgroundColor({0, 0, 0, 255});
+    preview->SetWaveformColor({200, 100, 50, 128});
+    for (const Format format : {Format::ARGB32, Format::RGB888}) {
+        Picture picture(4, 10, format);
+
+        ASSERT_EQ(picture.Draw(*preview), 0);
+
+        EXPECT_EQ(picture.At(1, 2), 0xff000000u);
+        EXPECT_PRED2(IsNear, picture.At(1, 6), 0xff643219u);
+        EXPECT_PRED2(IsNear, picture.At(0, 6), 0xff964b26u);
+    }
+}
+
+TEST_F(WaveformImage, AHalfTransparentEnvelopeOverNothingKeepsItsColour) {
+    const auto preview = Preview(Style::RMSEnvelope, Envelope({128, 128, 128, 128}));
+    preview->SetBackgroundColor({0, 0, 0, 0});
+    preview->SetWaveformColor({200, 100, 50, 128});
+    Picture picture(4, 10, Format::ARGB32);
+
+    ASSERT_EQ(picture.Draw(*preview), 0);
+
+    EXPECT_EQ(picture.At(1, 2), 0u);
+    EXPECT_PRED2(IsNear, picture.At(1, 6), 0x80c86432u);
+    EXPECT_PRED2(IsNear, picture.At(0, 6), 0xc0c86432u);
+}
+
+// Two silent channels are two lines in the middle row.
+TEST_F(WaveformImage, HalfTransparentChannelsAreBlendedOverEachOther) {
+    const auto line = [&](int channels) {
+        const PeakBlock silence{
+            0, std::vector<std::pair<int, int>>(static_cast<std::size_t>(channels), {0, 0})};
+        const auto preview = Preview(Style::ChannelsOverlaid, std::vector<PeakBlock>(8, silence));
+        preview->SetBackgroundColor({0, 0, 0, 255});
+        preview->SetWaveformColor({200, 100, 50, 128});
+        Picture picture(8, 10, Format::ARGB32);
+        EXPECT_EQ(picture.Draw(*preview), 0);
+        return picture.At(4, 5);
+    };
+
+    EXPECT_PRED2(IsNear, line(1), 0xff643219u);
+    EXPECT_PRED2(IsNear, line(2), 0xff964b26u);
+}
+
 // ---- bytes
 
 TEST_F(WaveformImage, ARGBBytesAreBlueGreenRedAlphaNotPremultiplied) {

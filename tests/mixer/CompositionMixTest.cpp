@@ -101,6 +101,33 @@ TEST_F(CompositionMix, PassesOverALayerThatOnlyDraws) {
     EXPECT_EQ(Request(0, 10)[0], Frame(20, -20));
 }
 
+/// A layer that only draws and shows an asset with sound.
+class DrawnSound : public project::AssetLayer {
+public:
+    using AssetLayer::AssetLayer;
+    int LayerType() const override { return 1; }
+    bool HasAudio() const override {
+        ++timesAsked;
+        return true;
+    }
+    mutable int timesAsked = 0;
+};
+
+TEST_F(CompositionMix, PassesOverALayerThatOnlyDrawsButHasAudio) {
+    const auto spy = std::make_shared<SpyEffect>();
+    const auto layer =
+        std::make_shared<DrawnSound>(builder_.AddMedia(Constant(1000, 500, 500))->ID());
+    layer->SetRange(0, 250);
+    layer->AddEffect(spy);
+    composition_->AddLayer(layer);
+    AddTone(20);
+
+    EXPECT_EQ(Request(0, 10)[0], Frame(20, -20));
+    EXPECT_EQ(layer->timesAsked, 0) << "the kind of the layer is tested first";
+    EXPECT_EQ(rig_.Render(builder_, layer, 48000, 0, 10).result, -1);
+    EXPECT_TRUE(spy->rangesCalls.empty());
+}
+
 TEST_F(CompositionMix, AddsNothingOfALayerThatCannotBeRendered) {
     builder_.AddLayer(composition_, builder_.AddSilentMedia(), 0, 250);
     AddTone(20);

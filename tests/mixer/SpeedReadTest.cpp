@@ -4,8 +4,11 @@
 
 #include <limits>
 
+#include "sonrel/mixer/detail/AssetSource.h"
+#include "sonrel/mixer/detail/AudioMixerImpl.h"
 #include "tests/support/LiteralResampler.h"
 #include "tests/support/MixRig.h"
+#include "tests/support/SpyPlugins.h"
 
 namespace sonrel_tests {
 namespace {
@@ -54,6 +57,39 @@ TEST_F(SpeedRead, HasNoMarginNearTheBeginningOfTheSource) {
     // From 10 on: 100 wanted, 228 read.
     ASSERT_EQ(rendered.result, 200);
     EXPECT_EQ(rendered.Valid(), Filtered(source, 10, 228, 0, 0.5, 200));
+}
+
+TEST_F(SpeedRead, BeforeTheSourceGivesNothing) {
+    const auto asset = builder_.AddMedia(Counting(2000));
+    auto& mixer = sonrel::AudioMixerAccess::Impl(rig_.Mixer());
+    GuardedBuffer buffer(400);
+    const auto read = [&](long long start, double speed) {
+        return sonrel::detail::ReadMediaSamples(mixer, *asset, start, 100, speed, 48000,
+                                                buffer.Data(), buffer.Size());
+    };
+
+    for (const long long start : {-1LL, -64LL, -65LL, -100000LL}) {
+        EXPECT_EQ(read(start, 2.0), -1) << start;
+        EXPECT_EQ(read(start, 0.5), -1) << start;
+    }
+    EXPECT_TRUE(buffer.Untouched());
+    EXPECT_EQ(read(0, 2.0), 100);
+}
+
+// The effect needs 10 samples before the first one, which at this speed are 20 frames before the
+// source.
+TEST_F(SpeedRead, OfAnEffectThatLooksBackBeforeTheSourceIsSilent) {
+    const auto spy = std::make_shared<SpyEffect>();
+    spy->onRanges = [](const RangesCall& call, std::vector<project::SampleRange>& ranges) {
+        ranges.push_back({call.firstSample - 10, call.firstSample + call.sampleCount});
+    };
+    const auto object = builder_.AddObject(builder_.AddMedia(Counting(2000)), 0, 100);
+    object->Animation().SetStaticValue("speed", 2.0);
+    object->AddEffect(spy);
+
+    EXPECT_EQ(rig_.Render(builder_, object, 9, 100).result, -1);
+    EXPECT_TRUE(spy->processCalls.empty());
+    EXPECT_EQ(rig_.Render(builder_, object, 10, 100).result, 100);
 }
 
 TEST_F(SpeedRead, GetsItsMarginFromFrame64On) {
