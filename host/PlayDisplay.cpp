@@ -1,59 +1,37 @@
 // SPDX-License-Identifier: MIT
 #include "host/PlayDisplay.h"
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <utility>
 
-#include "host/Text.h"
+#include "host/MeterLayout.h"
+#include "host/TextColumns.h"
 
 namespace orlo::host {
 
 namespace {
 
-constexpr std::size_t NAME_WIDTH = 12;
-constexpr int BAR_WIDTH = 24;
-/// Lines beside the tracks: the timecode, the master, and one that stays free.
-constexpr std::size_t OTHER_LINES = 3;
-constexpr const char* UP = "\x1b[A";
-constexpr const char* ERASE_LINE = "\r\x1b[K";
+constexpr const char* LINE_START = "\r";
+constexpr const char* NEXT_LINE = "\r\n";
+constexpr const char* ERASE_LINE_END = "\x1b[K";
+constexpr const char* ERASE_SCREEN_END = "\x1b[J";
 
-/// How many lines the terminal has; what it does not tell is taken for 24.
-std::size_t TerminalLines() {
-    winsize size = {};
-    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_row == 0) return 24;
-    return size.ws_row;
+std::string CursorUp(std::size_t lines) {
+    return lines == 0 ? std::string() : "\x1b[" + std::to_string(lines) + "A";
 }
 
-std::string FixedWidth(const std::string& name) {
-    // Cut between characters: continuation bytes of UTF-8 belong to the one before.
-    std::string text;
-    std::size_t width = 0;
-    for (const char byte : OneLine(name)) {
-        const bool begins = (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
-        if (begins && width == NAME_WIDTH) break;
-        if (begins) ++width;
-        text += byte;
-    }
-    return text + std::string(NAME_WIDTH - width, ' ');
+void Print(const std::string& text) {
+    std::fputs(text.c_str(), stderr);
+    std::fflush(stderr);
 }
 
 }  // namespace
 
-std::string MeterLine(const std::string& name, const SignalMeter& meter, int barWidth) {
-    std::string line = FixedWidth(name);
-    for (int channel = 0; channel < 2; ++channel) {
-        line += std::string(channel == 0 ? " L [" : "  R [") + meter.Bar(channel, barWidth) + "] " +
-                (meter.Lamp(channel) ? "CLIP" : "    ");
-    }
-    return line;
-}
-
 PlayDisplay::PlayDisplay(bool quiet, std::vector<std::string> trackNames, bool meters)
-    : shown_(!quiet && isatty(STDERR_FILENO) == 1),
+    : shown_(!quiet && CanDraw(STDERR_FILENO)),
       meters_(meters),
       trackNames_(std::move(trackNames)),
       tracks_(trackNames_.size()) {}
@@ -63,7 +41,10 @@ PlayDisplay::~PlayDisplay() {
 }
 
 void PlayDisplay::Show(const PlayState& state) {
-    if (linesDrawn_ > 0 && state == state_) return;
+    if (linesDrawn_ > 0 && state == state_ && SizeOfTerminal(STDERR_FILENO) == size_ &&
+        InForeground(STDERR_FILENO)) {
+        return;
+    }
     state_ = state;
     Draw();
 }
@@ -80,42 +61,50 @@ void PlayDisplay::Reset() {
     master_ = SignalMeter();
 }
 
-std::vector<std::string> PlayDisplay::Lines() const {
-    std::string head = state_.timecode + "  ";
-    head += !state_.playing ? "paused" : state_.reverse ? "<" : ">";
-    if (state_.playing && state_.speed > 1) head += " x" + std::to_string(state_.speed);
-    std::vector<std::string> lines{head};
-    if (!meters_) return lines;
-    const std::size_t rows = TerminalLines();
-    const std::size_t room = rows > OTHER_LINES ? rows - OTHER_LINES : 0;
-    for (std::size_t i = 0; i < std::min(room, tracks_.size()); ++i) {
-        lines.push_back(MeterLine(trackNames_[i], tracks_[i], BAR_WIDTH));
+std::string PlayDisplay::FirstLine(std::size_t tracksShown) const {
+    std::string line = state_.timecode + "  ";
+    line += !state_.playing ? "paused" : state_.reverse ? "<" : ">";
+    if (state_.playing && state_.speed > 1) line += " x" + std::to_string(state_.speed);
+    if (meters_ && tracksShown < tracks_.size()) {
+        line += "  " + std::to_string(tracks_.size() - tracksShown) + " of " +
+                std::to_string(tracks_.size()) + " tracks do not fit";
     }
-    lines.push_back(MeterLine("master", master_, BAR_WIDTH));
+    return line;
+}
+
+std::vector<std::string> PlayDisplay::Lines() const {
+    const MeterLayout layout(size_, trackNames_);
+    std::vector<std::string> lines{CutToColumns(FirstLine(layout.tracks), layout.columns)};
+    if (!meters_) return lines;
+    for (std::size_t i = 0; i < layout.tracks; ++i) {
+        lines.push_back(MeterLine(trackNames_[i], tracks_[i], layout));
+    }
+    if (layout.master) lines.push_back(MeterLine("master", master_, layout));
     return lines;
 }
 
+/// Between two drawings the cursor is at the start of the first line: a terminal that wraps the
+/// lines anew after a resize moves it with that line, so the drawing is always below it.
 void PlayDisplay::Draw() {
     if (!shown_) return;
-    const std::vector<std::string> lines = Lines();
-    std::string text;
-    for (std::size_t i = 1; i < linesDrawn_; ++i) text += UP;
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        if (i > 0) text += '\n';
-        text += ERASE_LINE;
-        text += lines[i];
+    if (!InForeground(STDERR_FILENO)) {
+        linesDrawn_ = 0;
+        return;
     }
+    size_ = SizeOfTerminal(STDERR_FILENO);
+    const std::vector<std::string> lines = Lines();
+    std::string text = LINE_START;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        text += (i > 0 ? NEXT_LINE : "") + lines[i] + ERASE_LINE_END;
+    }
+    text += ERASE_SCREEN_END + CursorUp(lines.size() - 1) + LINE_START;
     linesDrawn_ = lines.size();
-    std::fputs(text.c_str(), stderr);
-    std::fflush(stderr);
+    Print(text);
 }
 
 void PlayDisplay::Erase() {
-    if (linesDrawn_ == 0) return;
-    std::string text = ERASE_LINE;
-    for (std::size_t i = 1; i < linesDrawn_; ++i) text += std::string(UP) + ERASE_LINE;
-    std::fputs(text.c_str(), stderr);
-    std::fflush(stderr);
+    if (linesDrawn_ == 0 || !InForeground(STDERR_FILENO)) return;
+    Print(std::string(LINE_START) + ERASE_SCREEN_END);
     linesDrawn_ = 0;
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "host/MeterBars.h"
+#include "host/Terminal.h"
 
 namespace orlo::host {
 
@@ -18,15 +19,16 @@ struct PlayState {
     bool operator==(const PlayState&) const = default;
 };
 
-/// What a player shows on a terminal: a line with the timecode, and under it, if asked for, a meter
-/// for each track and one for the master. Drawn over itself on standard error; on a pipe nothing.
+/// What a player shows on a terminal: a line with the timecode, and below it, if asked for, a meter
+/// for each track and the master. Drawn over itself on standard error, in the size that the
+/// terminal has at that moment. On a pipe and in the background it draws nothing.
 class PlayDisplay {
 public:
     /// @param quiet       shows nothing
     /// @param trackNames  for the meters; empty shows none
     /// @param meters      whether there are meters
     PlayDisplay(bool quiet, std::vector<std::string> trackNames, bool meters);
-    /// Takes everything off the terminal.
+    /// Erases the drawing.
     ~PlayDisplay();
     PlayDisplay(const PlayDisplay&) = delete;
     PlayDisplay& operator=(const PlayDisplay&) = delete;
@@ -35,11 +37,13 @@ public:
     void Show(const sonrel::AudioMetrics& metrics, SignalMeter::Clock::time_point now);
     /// New meters, as for a new run: lamps out, nothing held.
     void Reset();
+    /// Takes the drawing off the terminal, until the next Show.
+    void Erase();
 
 private:
+    std::string FirstLine(std::size_t tracksShown) const;
     std::vector<std::string> Lines() const;
     void Draw();
-    void Erase();
 
     const bool shown_;
     const bool meters_;
@@ -47,10 +51,8 @@ private:
     PlayState state_;
     std::vector<SignalMeter> tracks_;
     SignalMeter master_;
+    TerminalSize size_;
     std::size_t linesDrawn_ = 0;
 };
-
-/// One line of a meter: name, both channels' bars and lamps.
-std::string MeterLine(const std::string& name, const SignalMeter& meter, int barWidth);
 
 }  // namespace orlo::host

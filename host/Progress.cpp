@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
+#include "host/Terminal.h"
 #include "host/Text.h"
 
 namespace orlo::host {
@@ -20,7 +21,7 @@ constexpr std::chrono::milliseconds INTERVAL{250};
 }  // namespace
 
 Progress::Progress(ProgressMode mode, bool quiet)
-    : line_(mode == ProgressMode::Auto && !quiet && isatty(STDERR_FILENO) == 1),
+    : line_(mode == ProgressMode::Auto && !quiet && CanDraw(STDERR_FILENO)),
       json_(mode == ProgressMode::Json) {}
 
 Progress::~Progress() {
@@ -83,6 +84,7 @@ void Progress::ShowJson(long long done, double secondsLeft) {
 }
 
 void Progress::ShowLine(long long done, double secondsLeft) {
+    if (!InForeground(STDERR_FILENO)) return;
     const double percent =
         total_ > 0 ? 100.0 * static_cast<double>(done) / static_cast<double>(total_) : 100.0;
     std::string text = step_ + ": " + std::to_string(done) + " of " + std::to_string(total_) + " " +
@@ -98,7 +100,7 @@ void Progress::ShowLine(long long done, double secondsLeft) {
 }
 
 void Progress::Erase() {
-    if (!lineStands_) return;
+    if (!lineStands_ || !InForeground(STDERR_FILENO)) return;
     std::fputs("\r\033[K", stderr);
     lineStands_ = false;
 }

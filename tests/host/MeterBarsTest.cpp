@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include "host/PlayDisplay.h"
-
 namespace {
 
 using namespace orlo::host;
@@ -76,19 +74,6 @@ TEST(SignalMeter, ALampStaysLitOnceTheChannelHasClipped) {
 
     EXPECT_TRUE(meter.Lamp(0));
     EXPECT_FALSE(meter.Lamp(1));
-}
-
-TEST(MeterLine, HasTheNameBothBarsAndTheLamps) {
-    SignalMeter meter;
-    meter.Show(Block(1.0f, 0.0f, true), {});
-
-    EXPECT_EQ(MeterLine("Beat", meter, 4), "Beat         L [###|] CLIP  R [----]     ");
-}
-
-TEST(MeterLine, CutsALongNameBetweenItsCharacters) {
-    const std::string line = MeterLine("\u00fcberlanger Name", SignalMeter(), 4);
-
-    EXPECT_EQ(line.substr(0, line.find(" L [")), "\u00fcberlanger N");
 }
 
 }  // namespace

@@ -1,16 +1,11 @@
 // SPDX-License-Identifier: MIT
 // The player as a user meets it: on a terminal, with keys.
 #include <gmock/gmock.h>
-#include <poll.h>
-#include <pty.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <chrono>
 #include <string>
 
 #include "tests/host/ProgramRun.h"
+#include "tests/host/TerminalRun.h"
 #include "tests/host/TimelineDocument.h"
 #include "tests/support/WaveBytes.h"
 
@@ -19,73 +14,6 @@ namespace {
 
 using testing::HasSubstr;
 using testing::Not;
-
-/// A run of the program on a terminal of its own.
-class TerminalRun {
-public:
-    explicit TerminalRun(const std::vector<std::string>& arguments) {
-        std::vector<std::string> words{SONREL_PROGRAM};
-        words.insert(words.end(), arguments.begin(), arguments.end());
-        std::vector<char*> pointers;
-        for (std::string& word : words) pointers.push_back(word.data());
-        pointers.push_back(nullptr);
-        child_ = forkpty(&terminal_, nullptr, nullptr, nullptr);
-        if (child_ == 0) {
-            execv(pointers[0], pointers.data());
-            _exit(127);
-        }
-    }
-    ~TerminalRun() {
-        if (child_ > 0) {
-            kill(child_, SIGKILL);
-            waitpid(child_, nullptr, 0);
-        }
-        close(terminal_);
-    }
-    TerminalRun(const TerminalRun&) = delete;
-    TerminalRun& operator=(const TerminalRun&) = delete;
-
-    void Press(const std::string& keys) {
-        ASSERT_EQ(write(terminal_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
-    }
-
-    /// Reads on until the terminal shows a text. @return whether it came
-    bool Shows(const std::string& text) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (shown_.find(text, seen_) == std::string::npos) {
-            if (std::chrono::steady_clock::now() > deadline || !ReadMore()) return false;
-        }
-        seen_ = shown_.find(text, seen_) + text.size();
-        return true;
-    }
-
-    /// Reads to the end. @return the exit code
-    int Wait() {
-        while (ReadMore()) continue;
-        int status = 0;
-        waitpid(std::exchange(child_, -1), &status, 0);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-
-    const std::string& Shown() const { return shown_; }
-
-private:
-    bool ReadMore() {
-        pollfd input = {terminal_, POLLIN, 0};
-        if (poll(&input, 1, 20000) <= 0) return false;
-        char bytes[4096];
-        // A terminal whose program has gone fails.
-        const ssize_t count = read(terminal_, bytes, sizeof bytes);
-        if (count <= 0) return false;
-        shown_.append(bytes, static_cast<std::size_t>(count));
-        return true;
-    }
-
-    int terminal_ = -1;
-    pid_t child_ = -1;
-    std::string shown_;
-    std::size_t seen_ = 0;
-};
 
 class PlayTerminal : public testing::Test {
 protected:
@@ -97,12 +25,25 @@ protected:
     }
 
     std::vector<std::string> Arguments(const std::vector<std::string>& more) const {
-        std::vector<std::string> all{"--cache",  shop_.Path("cache").string(),
-                                     "--db",     shop_.Path("media.db").string(),
-                                     "play",     shop_.Work("edit.otio").string(),
-                                     "--output", "null"};
+        std::vector<std::string> all{SONREL_PROGRAM,
+                                     "--cache",
+                                     shop_.Path("cache").string(),
+                                     "--db",
+                                     shop_.Path("media.db").string(),
+                                     "play",
+                                     shop_.Work("edit.otio").string(),
+                                     "--output",
+                                     "null"};
         all.insert(all.end(), more.begin(), more.end());
         return all;
+    }
+
+    void WriteTracks(int frames, const std::vector<std::string>& names) {
+        std::vector<Json> tracks;
+        for (const std::string& name : names) {
+            tracks.push_back(Track({Clip("a.wav", 0, 50), Gap(frames - 50)}, name));
+        }
+        WriteFile(shop_.Work("edit.otio"), Timeline(tracks).dump());
     }
 
     Workshop shop_;
@@ -115,6 +56,7 @@ TEST_F(PlayTerminal, ShowsTheFrameThatIsHeardAsTimecodeAndQuitsOnQ) {
     run.Press("q");
 
     EXPECT_EQ(run.Wait(), 0);
+    EXPECT_TRUE(run.HasNormalModes());
     EXPECT_THAT(run.Shown(), testing::ContainsRegex("00:00:0[0-9]:[0-9][0-9]  >"));
     EXPECT_THAT(run.Shown(), Not(HasSubstr("master")));
 }
@@ -178,7 +120,91 @@ TEST_F(PlayTerminal, ControlCStopsItAndPutsTheTerminalBack) {
     run.Press("\x03");
 
     EXPECT_EQ(run.Wait(), 130);
+    EXPECT_TRUE(run.HasNormalModes());
     EXPECT_THAT(run.Shown(), HasSubstr("sonrel: interrupted: playback stopped"));
+}
+
+TEST_F(PlayTerminal, KeysWorkWithoutTheReturnKeyAndAreNotEchoed) {
+    TerminalRun run(Arguments({}));
+
+    ASSERT_TRUE(run.Shows("  >"));
+
+    EXPECT_FALSE(run.HasNormalModes());
+    run.Press("q");
+    EXPECT_EQ(run.Wait(), 0);
+}
+
+TEST_F(PlayTerminal, WithoutAKeyTheEndOfTheRunEndsTheProgram) {
+    WriteTracks(60, {"Beat"});
+    TerminalRun run(Arguments({"--from", "50f"}));
+
+    EXPECT_EQ(run.Wait(), 0);
+    EXPECT_THAT(run.Shown(), Not(HasSubstr("paused")));
+}
+
+TEST_F(PlayTerminal, AStandardTerminalShowsEachMeterOnceAndScrollsNothing) {
+    TerminalRun run(Arguments({"--meters"}));
+    for (int redraw = 0; redraw < 5; ++redraw) ASSERT_TRUE(run.Shows("master")) << run.Shown();
+
+    run.Press("k");
+
+    ASSERT_TRUE(run.ScreenBecomes([](const TerminalScreen& screen) {
+        return screen.CountRows("paused") == 1 && screen.CountRows("master") == 1;
+    })) << run.Shown();
+    EXPECT_EQ(run.Screen().CountRows("Beat"), 1);
+    EXPECT_EQ(run.Screen().CountRows("["), 2);
+    EXPECT_EQ(run.Screen().Scrolled(), 0);
+    run.Press("q");
+    EXPECT_EQ(run.Wait(), 0);
+}
+
+TEST_F(PlayTerminal, ReportsHowManyTracksDoNotFit) {
+    WriteTracks(3000, {"T01", "T02", "T03", "T04", "T05", "T06", "T07", "T08", "T09", "T10"});
+    TerminalRun run(Arguments({"--meters"}), 80, 8);
+
+    // A row stays free; the timecode and the master take two.
+    ASSERT_TRUE(run.Shows("5 of 10 tracks do not fit")) << run.Shown();
+    for (int redraw = 0; redraw < 3; ++redraw) ASSERT_TRUE(run.Shows("master"));
+    EXPECT_EQ(run.Screen().CountRows("T05"), 1);
+    EXPECT_EQ(run.Screen().CountRows("T06"), 0);
+    EXPECT_EQ(run.Screen().Scrolled(), 0);
+    run.Press("q");
+    EXPECT_EQ(run.Wait(), 0);
+}
+
+TEST_F(PlayTerminal, AResizeInAPauseDrawsAnew) {
+    WriteTracks(3000, {"T01", "T02", "T03", "T04", "T05", "T06", "T07", "T08", "T09", "T10"});
+    TerminalRun run(Arguments({"--meters"}));
+    ASSERT_TRUE(run.Shows("master"));
+    run.Press("k");
+    ASSERT_TRUE(run.Shows("paused"));
+
+    run.Resize(60, 7);
+
+    ASSERT_TRUE(run.ScreenBecomes([](const TerminalScreen& screen) {
+        return screen.CountRows("6 of 10 tracks do not fit") == 1 &&
+               screen.CountRows("master") == 1;
+    })) << run.Shown();
+    EXPECT_EQ(run.Screen().CountRows("T04"), 1);
+    EXPECT_EQ(run.Screen().CountRows("T05"), 0);
+    for (const std::string& row : run.Screen().Rows()) EXPECT_LE(row.size(), 59u) << row;
+    run.Press("q");
+    EXPECT_EQ(run.Wait(), 0);
+}
+
+TEST_F(PlayTerminal, BarsAreAlignedAfterWideCharactersInATracksName) {
+    WriteTracks(3000, {"Beat", "\u97f3\u697d", "\u97f3\u697d\u97f3\u697d\u97f3\u697d\u97f3\u697d"});
+    TerminalRun run(Arguments({"--meters"}));
+
+    ASSERT_TRUE(run.ScreenBecomes(
+        [](const TerminalScreen& screen) { return screen.CountRows("master") == 1; }));
+
+    // 12 columns of a name, and " L [".
+    for (int row = 1; row <= 3; ++row) EXPECT_EQ(run.Screen().ColumnOf(row, "["), 15) << row;
+    EXPECT_THAT(run.Screen().Row(3),
+                testing::StartsWith("\u97f3\u697d\u97f3\u697d\u97f3\u697d L ["));
+    run.Press("q");
+    EXPECT_EQ(run.Wait(), 0);
 }
 
 }  // namespace
