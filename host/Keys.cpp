@@ -4,6 +4,11 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <utility>
+
+#include "host/Terminal.h"
+
 namespace orlo::host {
 
 namespace {
@@ -63,30 +68,48 @@ std::optional<Key> KeyDecoder::Feed(char byte) {
     return arrow ? ArrowKey(byte) : std::nullopt;
 }
 
-TerminalKeys::TerminalKeys() {
-    // A program in the background that changes the terminal is stopped by it.
-    if (isatty(STDIN_FILENO) != 1 || tcgetpgrp(STDIN_FILENO) != getpgrp()) return;
-    if (tcgetattr(STDIN_FILENO, &former_) != 0) return;
-    termios raw = former_;
-    raw.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
-    raw.c_cc[VMIN] = 0;
-    raw.c_cc[VTIME] = 0;
-    active_ = tcsetattr(STDIN_FILENO, TCSANOW, &raw) == 0;
+TerminalKeys::TerminalKeys() : terminal_(isatty(STDIN_FILENO) == 1) {
+    Prepare();
 }
 
 TerminalKeys::~TerminalKeys() {
-    if (active_) tcsetattr(STDIN_FILENO, TCSANOW, &former_);
+    Release();
+}
+
+/// Switches line input and echo off. Checked before each wait: whoever continues a stopped program
+/// may have set other modes.
+/// @return whether keys can be read
+bool TerminalKeys::Prepare() {
+    termios modes = {};
+    if (!terminal_ || !InForeground(STDIN_FILENO) || tcgetattr(STDIN_FILENO, &modes) != 0) {
+        return false;
+    }
+    constexpr auto LINE_MODES = static_cast<tcflag_t>(ICANON | ECHO);
+    if ((modes.c_lflag & LINE_MODES) == 0) return true;
+    former_ = modes;
+    modes.c_lflag &= ~LINE_MODES;
+    modes.c_cc[VMIN] = 0;
+    modes.c_cc[VTIME] = 0;
+    changed_ = tcsetattr(STDIN_FILENO, TCSANOW, &modes) == 0;
+    return changed_;
+}
+
+void TerminalKeys::Release() {
+    // The background has its modes from the shell.
+    if (std::exchange(changed_, false) && InForeground(STDIN_FILENO)) {
+        tcsetattr(STDIN_FILENO, TCSANOW, &former_);
+    }
 }
 
 std::vector<Key> TerminalKeys::Read(std::chrono::milliseconds wait) {
     pollfd input = {STDIN_FILENO, POLLIN, 0};
-    const int ready = poll(&input, active_ ? 1 : 0, static_cast<int>(wait.count()));
+    const int ready = poll(&input, Prepare() ? 1 : 0, static_cast<int>(wait.count()));
     std::vector<Key> keys;
     if (ready <= 0) return keys;
     char bytes[64];
     const ssize_t count = read(STDIN_FILENO, bytes, sizeof bytes);
-    // The terminal has gone: nobody is left to press anything.
-    if (count <= 0) active_ = false;
+    // The terminal is gone: nobody is left to press anything.
+    if ((input.revents & POLLHUP) != 0 || (count < 0 && errno == EIO)) terminal_ = false;
     for (ssize_t i = 0; i < count; ++i) {
         if (const std::optional<Key> key = decoder_.Feed(bytes[i])) keys.push_back(*key);
     }

@@ -23,8 +23,9 @@ private:
     std::string escape_;  ///< a sequence that has begun
 };
 
-/// Keys of the terminal on standard input, each as soon as it is pressed. Without a terminal, or in
-/// the background of one, there are none. The terminal is put back at the end.
+/// Keys of the terminal on standard input, each as soon as it is pressed. Without a terminal, and
+/// while the program is in the background, there are none. The terminal has its normal modes again
+/// at the end, and between Release and the next Read.
 class TerminalKeys {
 public:
     TerminalKeys();
@@ -34,10 +35,15 @@ public:
 
     /// Waits for a key, a signal or the end of the time.
     std::vector<Key> Read(std::chrono::milliseconds wait);
+    /// Puts the terminal into its normal modes.
+    void Release();
 
 private:
-    bool active_ = false;
-    termios former_ = {};
+    bool Prepare();
+
+    bool terminal_;
+    bool changed_ = false;
+    termios former_ = {};  ///< while changed_
     KeyDecoder decoder_;
 };
 

@@ -10,12 +10,10 @@
 #include "host/MixPreparation.h"
 #include "host/OutputFile.h"
 #include "host/Paths.h"
-#include "host/PlayDisplay.h"
-#include "host/PlayEvents.h"
 #include "host/PlayOutput.h"
+#include "host/PlaySession.h"
 #include "host/QuietStderr.h"
 #include "host/Text.h"
-#include "host/Transport.h"
 #include "sonrel/contracts/project/EditorSequence.h"
 #include "sonrel/contracts/zrtl/Timing.h"
 #include "sonrel/mixer/AudioMixer.h"
@@ -25,13 +23,6 @@ namespace orlo::host {
 namespace {
 
 using sonrel::PlaybackEngine;
-using Clock = std::chrono::steady_clock;
-
-/// How often a player looks at keys and at the frame that is heard. Frames last longer.
-constexpr std::chrono::milliseconds LOOK{4};
-/// A meter block lasts as long.
-constexpr std::chrono::milliseconds METER_POLL{100};
-constexpr int METER_POLLS_PER_SECOND = 10;
 
 /// What there is to play, once it can be played.
 struct PlayTarget {
@@ -102,7 +93,7 @@ public:
         MeterSessions sessions;
         PlaybackEngine& engine = SetUp(*session.Engine());
         if (HasMeters()) engine.AddMeterObserver(&sessions);
-        Follow(engine, output, sessions, begin);
+        Play(engine, output, sessions, begin);
         engine.RemoveMeterObserver(&sessions);
         output.Finish();
         return Report(output);
@@ -169,85 +160,13 @@ private:
         return *sonrel.Playback();
     }
 
-    /// Plays until the end, q or a signal.
-    void Follow(PlaybackEngine& engine, PlayOutput& output, MeterSessions& sessions,
-                long long begin) {
-        PlayEvents events(options_.events, target_.trackNames);
-        PlayDisplay display(global_.quiet || options_.events, target_.trackNames,
-                            options_.meters && HasMeters());
-        std::optional<TerminalKeys> keys;
-        if (!output.IsStepped()) keys.emplace();
-        Transport transport(engine, target_.grid, target_.total);
-        using Direction = Transport::Direction;
-        transport.Begin(begin, options_.reverse ? Direction::Reverse : Direction::Forward,
-                        options_.speed);
-        for (bool ended = false; !ended && !transport.WantsToQuit();) {
-            if (Interrupted()) {
-                transport.Stop();
-                Tell(engine, output, transport, sessions, events, display);
-                ThrowInterrupted(output.IsStepped() ? "nothing was written" : "playback stopped");
-            }
-            if (output.IsStepped()) {
-                output.Step();
-            } else {
-                for (const Key key : keys->Read(LOOK)) transport.Press(key);
-            }
-            // In this order: what is heard before the end is told before the end.
-            ended = transport.HasEnded();
-            Tell(engine, output, transport, sessions, events, display);
-            if (ended) events.End();
-        }
-    }
-
-    void Tell(PlaybackEngine& engine, const PlayOutput& output, const Transport& transport,
-              MeterSessions& sessions, PlayEvents& events, PlayDisplay& display) {
-        using Change = MeterSessions::Change;
-        std::vector<Change> changes = sessions.Take();
-        // What was heard last is told before the end of its session.
-        const bool stops = !changes.empty() && changes.back() == Change::Stopped;
-        if (stops) changes.pop_back();
-        for (const Change change : changes) {
-            if (change == Change::Started) {
-                events.MeterStart();
-                display.Reset();
-            } else {
-                events.MeterStop();
-            }
-        }
-        const int heard = engine.CurrentPlaybackVideoFrame();
-        if (heard != lastFrame_ && heard != PlaybackEngine::NO_FRAME) events.Frame(heard);
-        if (heard != PlaybackEngine::NO_FRAME) lastFrame_ = heard;
-        ShowState(transport, display);
-        if (HasMeters() && transport.IsPlaying() && MeterIsDue(output)) {
-            const sonrel::AudioMetrics metrics = engine.CurrentPlaybackMetrics();
-            if (metrics.masterMetrics.sampleCount > 0) {
-                events.Meter(heard, metrics);
-                display.Show(metrics, Clock::now());
-            }
-        }
-        if (stops) events.MeterStop();
-    }
-
-    void ShowState(const Transport& transport, PlayDisplay& display) {
-        PlayState state;
-        state.timecode = FormatTimecode(target_.grid.Start(transport.Frame()), target_.grid);
-        state.playing = transport.IsPlaying();
-        state.reverse = transport.CurrentDirection() == Transport::Direction::Reverse;
-        state.speed = transport.Speed();
-        display.Show(state);
-    }
-
-    /// Ten times a second of what is heard.
-    bool MeterIsDue(const PlayOutput& output) {
-        if (output.IsStepped()) {
-            const long long poll =
-                output.FramesTaken() * METER_POLLS_PER_SECOND / target_.grid.rate;
-            return std::exchange(lastStepPoll_, poll) != poll;
-        }
-        const Clock::time_point now = Clock::now();
-        if (now < nextPoll_) return false;
-        nextPoll_ = now + METER_POLL;
-        return true;
+    void Play(PlaybackEngine& engine, PlayOutput& output, MeterSessions& sessions,
+              long long begin) {
+        const PlaySubject subject{options_.input, target_.grid, target_.total, target_.trackNames,
+                                  HasMeters()};
+        PlaySession session(global_, options_, subject, engine, output, sessions);
+        session.Run(begin);
+        lastFrame_ = session.LastFrame();
     }
 
     Outcome Report(const PlayOutput& output) const {
@@ -278,8 +197,6 @@ private:
     PlayTarget target_;
     OutputGuard guard_;
     int lastFrame_ = PlaybackEngine::NO_FRAME;
-    long long lastStepPoll_ = 0;
-    Clock::time_point nextPoll_ = Clock::now() + METER_POLL;
 };
 
 }  // namespace

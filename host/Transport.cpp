@@ -47,6 +47,7 @@ Transport::~Transport() {
 void Transport::Begin(long long sample, Direction direction, int speed) {
     direction_ = direction;
     speed_ = speed;
+    frameIsPending_ = false;
     frame_ = Clamp(grid_.FrameOf(sample));
     // The end of a former run counts for nothing.
     const Err error = engine_.PlayFromSample(
@@ -64,7 +65,12 @@ int Transport::Frame() const {
     return playing_ && heard != PlaybackEngine::NO_FRAME ? heard : frame_;
 }
 
+void Transport::PauseAtEnd() {
+    PauseAt(direction_ == Direction::Reverse ? 0 : LastFrame());
+}
+
 void Transport::Press(Key key) {
+    used_ = true;
     const auto second = static_cast<int>(std::lround(grid_.fps));
     switch (key) {
         case Key::Forward:
@@ -92,7 +98,11 @@ void Transport::Press(Key key) {
 }
 
 void Transport::Pause() {
-    frame_ = Frame();
+    PauseAt(Frame());
+}
+
+void Transport::PauseAt(int frame) {
+    frame_ = frame;
     playing_ = false;
     engine_.Stop();
 }
@@ -102,15 +112,16 @@ void Transport::Play(Direction direction) {
     const int frame = Frame();
     const long long sample = grid_.Start(frame);
     // In reverse there is nothing before the first sample.
-    if (direction == Direction::Reverse && sample == 0) return;
+    if (direction == Direction::Reverse && sample == 0) return Stop();
     Begin(std::min(sample, total_ - 1), direction, again ? std::min(speed_ + 1, FASTEST) : 1);
 }
 
 void Transport::Jump(int frames) {
     const int frame = Clamp(static_cast<long long>(Frame()) + frames);
     const bool nothingBefore = direction_ == Direction::Reverse && frame == 0;
-    if (!playing_ || nothingBefore) {
-        if (playing_) Pause();
+    frameIsPending_ = false;
+    if (playing_ && nothingBefore) return PauseAt(frame);
+    if (!playing_) {
         frame_ = frame;
         return;
     }
@@ -119,8 +130,12 @@ void Transport::Jump(int frames) {
 
 void Transport::StepFrame(int frames) {
     frame_ = Clamp(static_cast<long long>(frame_) + frames);
-    // A device that has not let go of the frame before leaves this one out.
-    engine_.PlayFrame(frame_);
+    frameIsPending_ = true;
+    RetryFrame();
+}
+
+void Transport::RetryFrame() {
+    if (frameIsPending_) frameIsPending_ = engine_.PlayFrame(frame_) == Err::Busy;
 }
 
 int Transport::LastFrame() const {

@@ -134,6 +134,35 @@ TEST_F(PlayTerminal, KeysWorkWithoutTheReturnKeyAndAreNotEchoed) {
     EXPECT_EQ(run.Wait(), 0);
 }
 
+TEST_F(PlayTerminal, RewindingToTheFirstFramePausesThere) {
+    TerminalRun run(Arguments({"--from", "10f"}));
+    ASSERT_TRUE(run.Shows("  >"));
+
+    run.Press("j");
+
+    ASSERT_TRUE(run.Shows("00:00:00:00  paused")) << run.Shown();
+    run.Press("j");
+    run.Press("l");
+    EXPECT_TRUE(run.Shows("00:00:00:02  >")) << run.Shown();
+    run.Press("q");
+    EXPECT_EQ(run.Wait(), 0);
+}
+
+TEST_F(PlayTerminal, PlayingToTheLastFramePausesThereOnceAKeyHasBeenPressed) {
+    WriteTracks(60, {"Beat"});
+    TerminalRun run(Arguments({}));
+    ASSERT_TRUE(run.Shows("  >"));
+
+    run.Press("k");
+    ASSERT_TRUE(run.Shows("paused"));
+    run.Press("l");
+
+    // Frame 59 is the last.
+    ASSERT_TRUE(run.Shows("00:00:02:09  paused")) << run.Shown();
+    run.Press("q");
+    EXPECT_EQ(run.Wait(), 0);
+}
+
 TEST_F(PlayTerminal, WithoutAKeyTheEndOfTheRunEndsTheProgram) {
     WriteTracks(60, {"Beat"});
     TerminalRun run(Arguments({"--from", "50f"}));

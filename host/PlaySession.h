@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/Options.h"
+#include "host/PlayDisplay.h"
+#include "host/PlayEvents.h"
+#include "host/PlayOutput.h"
+#include "host/Positions.h"
+#include "host/Suspension.h"
+#include "host/Transport.h"
+
+namespace orlo::host {
+
+/// What a session plays.
+struct PlaySubject {
+    std::string name;  ///< INPUT
+    FrameGrid grid;
+    long long total = 0;  ///< samples
+    std::vector<std::string> trackNames;
+    bool metered = false;
+};
+
+/// A playback that is under way: passes keys to the controls and shows what is heard.
+///
+/// Threads: one.
+class PlaySession {
+public:
+    PlaySession(const GlobalOptions& global, const PlayOptions& options, const PlaySubject& subject,
+                sonrel::PlaybackEngine& engine, PlayOutput& output, MeterSessions& sessions);
+
+    /// Plays until the end of the run, q or a signal. Once a key has been pressed, the end of a run
+    /// is a pause.
+    /// @throws CommandError for a signal
+    void Run(long long begin);
+
+    /// The frame that was heard last; NO_FRAME when there was none.
+    int LastFrame() const { return lastFrame_; }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    bool Look(TerminalKeys* keys);
+    void Advance(TerminalKeys* keys);
+    void Suspend(TerminalKeys* keys);
+    void Tell();
+    void ShowState();
+    bool MeterIsDue();
+    void StopIfInterrupted();
+    std::string Timecode() const;
+
+    const PlayOptions& options_;
+    const PlaySubject& subject_;
+    sonrel::PlaybackEngine& engine_;
+    PlayOutput& output_;
+    MeterSessions& sessions_;
+    PlayEvents events_;
+    Suspension suspension_;  // ends after the drawing is erased
+    PlayDisplay display_;
+    Transport transport_;
+    int lastFrame_ = sonrel::PlaybackEngine::NO_FRAME;
+    long long lastStepPoll_ = 0;
+    Clock::time_point nextPoll_;
+};
+
+}  // namespace orlo::host
