@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "host/Interrupt.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <csignal>
 
 #include "host/Errors.h"
+#include "host/Outcome.h"
 
 namespace orlo::host {
 
@@ -17,15 +21,26 @@ void HandleSignal(int) {
     interrupted.store(true);
 }
 
+void Handle(int signal, void (*handler)(int)) {
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    sigemptyset(&action.sa_mask);
+    sigaction(signal, &action, nullptr);
+}
+
+std::string InterruptClause(const std::string& unfinished) {
+    return "interrupted: " + unfinished;
+}
+
+std::atomic<const EndOnInterrupt*> endable{nullptr};
+static_assert(std::atomic<const EndOnInterrupt*>::is_always_lock_free);
+
 }  // namespace
 
 void CatchInterrupts() {
-    struct sigaction action = {};
-    action.sa_handler = HandleSignal;
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
-    sigemptyset(&action.sa_mask);
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
+    Handle(SIGINT, HandleSignal);
+    Handle(SIGTERM, HandleSignal);
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 }
@@ -35,7 +50,35 @@ bool Interrupted() {
 }
 
 void ThrowInterrupted(const std::string& unfinished) {
-    throw CommandError(ExitCode::Interrupted, "interrupted: " + unfinished);
+    throw CommandError(ExitCode::Interrupted, InterruptClause(unfinished));
+}
+
+EndOnInterrupt::EndOnInterrupt(const std::string& unfinished, bool json)
+    : line_("sonrel: " + InterruptClause(unfinished) + "\n"),
+      report_(json ? Json{{"error", InterruptClause(unfinished)}}.dump(2) + "\n" : std::string()),
+      error_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0)) {
+    endable = this;
+    Handle(SIGINT, HandleSignal);
+    Handle(SIGTERM, HandleSignal);
+    // A signal that came before is not taken for the next one.
+    if (Interrupted()) End();
+}
+
+EndOnInterrupt::~EndOnInterrupt() {
+    CatchInterrupts();
+    endable = nullptr;
+    if (error_ >= 0) close(error_);
+}
+
+/// Only what a signal handler may call.
+void EndOnInterrupt::End() const {
+    [[maybe_unused]] ssize_t written = write(STDOUT_FILENO, report_.data(), report_.size());
+    written = write(error_, line_.data(), line_.size());
+    _exit(static_cast<int>(ExitCode::Interrupted));
+}
+
+void EndOnInterrupt::HandleSignal(int) {
+    if (const EndOnInterrupt* const ending = endable) ending->End();
 }
 
 }  // namespace orlo::host

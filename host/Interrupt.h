@@ -18,4 +18,25 @@ bool Interrupted();
 /// @param unfinished  what was left undone, as a clause: "nothing was written to out.wav"
 [[noreturn]] void ThrowInterrupted(const std::string& unfinished);
 
+/// Lets the first SIGINT or SIGTERM end the program at once while it lives, for a call that may
+/// wait without a limit. Nothing is half-written meanwhile. The exit code and the line are those of
+/// ThrowInterrupted. One at a time.
+class EndOnInterrupt {
+public:
+    /// @param unfinished  as of ThrowInterrupted
+    /// @param json        whether the line goes to standard output as JSON too
+    EndOnInterrupt(const std::string& unfinished, bool json);
+    ~EndOnInterrupt();
+    EndOnInterrupt(const EndOnInterrupt&) = delete;
+    EndOnInterrupt& operator=(const EndOnInterrupt&) = delete;
+
+private:
+    void End() const;
+    static void HandleSignal(int);
+
+    const std::string line_;
+    const std::string report_;
+    const int error_;  ///< standard error as it is now
+};
+
 }  // namespace orlo::host

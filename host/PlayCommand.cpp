@@ -91,7 +91,7 @@ public:
         PlayOutput output(options_.output, guard_, target_.grid.rate, MostFrames(begin),
                           options_.bufferMs);
         MeterSessions sessions;
-        PlaybackEngine& engine = SetUp(*session.Engine());
+        PlaybackEngine& engine = SetUp(*session.Engine(), output);
         if (HasMeters()) engine.AddMeterObserver(&sessions);
         Play(engine, output, sessions, begin);
         engine.RemoveMeterObserver(&sessions);
@@ -143,8 +143,11 @@ private:
         return (samples / (buffer * options_.speed) + 1) * buffer;
     }
 
-    PlaybackEngine& SetUp(sonrel::Sonrel& sonrel) const {
+    PlaybackEngine& SetUp(sonrel::Sonrel& sonrel, const PlayOutput& output) const {
         sonrel.Mixer()->SetDither(EngineDither(options_.dither), options_.seed);
+        // A frozen sound server lets nobody open a device, and the wait for it has no end.
+        std::optional<EndOnInterrupt> endable;
+        if (output.IsDevice()) endable.emplace("nothing was played", global_.json);
         std::optional<QuietStderr> quiet(std::in_place);
         PlaybackEngine::Err error = sonrel.InitializePlaybackEngine();
         if (error == PlaybackEngine::Err::NoError) {

@@ -54,6 +54,8 @@ public:
     PlayOutput(const PlayOutput&) = delete;
     PlayOutput& operator=(const PlayOutput&) = delete;
 
+    /// Whether it is the sound device.
+    bool IsDevice() const { return virtual_ == nullptr; }
     /// Whether nothing moves but by Step.
     bool IsStepped() const { return file_ != nullptr; }
     /// Plays one buffer to its end; returns without it when none comes for a while.

@@ -3,7 +3,9 @@
 
 #include <utility>
 
+#include "host/Errors.h"
 #include "host/Interrupt.h"
+#include "host/Text.h"
 
 namespace orlo::host {
 
@@ -52,6 +54,7 @@ bool PlaySession::Look(TerminalKeys* keys) {
     Tell();
     if (ended) events_.End();
     if (ended && transport_.HasBeenUsed()) transport_.PauseAtEnd();
+    CheckDevice();
     return !transport_.WantsToQuit() && (!ended || transport_.HasBeenUsed());
 }
 
@@ -72,6 +75,17 @@ void PlaySession::StopIfInterrupted() {
     transport_.Stop();
     Tell();
     ThrowInterrupted(output_.IsStepped() ? "nothing was written" : "playback stopped");
+}
+
+void PlaySession::CheckDevice() {
+    if (!output_.IsDevice()) return;
+    const std::string failure = watch_.Check(engine_.OutputState(), Clock::now());
+    if (failure.empty()) return;
+    transport_.Stop();
+    Tell();
+    const std::string position = Timecode();
+    throw JobError("playback of " + Quoted(subject_.name) + " stopped at " + position + ": " +
+                   failure + "; play on with --from " + position);
 }
 
 void PlaySession::Tell() {

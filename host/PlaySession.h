@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/Options.h"
+#include "host/OutputWatch.h"
 #include "host/PlayDisplay.h"
 #include "host/PlayEvents.h"
 #include "host/PlayOutput.h"
@@ -35,7 +36,7 @@ public:
 
     /// Plays until the end of the run, q or a signal. Once a key has been pressed, the end of a run
     /// is a pause.
-    /// @throws CommandError for a signal
+    /// @throws CommandError for a signal, and for a sound device that is lost or stalls
     void Run(long long begin);
 
     /// The frame that was heard last; NO_FRAME when there was none.
@@ -51,6 +52,7 @@ private:
     void ShowState();
     bool MeterIsDue();
     void StopIfInterrupted();
+    void CheckDevice();
     std::string Timecode() const;
 
     const PlayOptions& options_;
@@ -62,6 +64,7 @@ private:
     Suspension suspension_;  // ends after the drawing is erased
     PlayDisplay display_;
     Transport transport_;
+    OutputWatch watch_;
     int lastFrame_ = sonrel::PlaybackEngine::NO_FRAME;
     long long lastStepPoll_ = 0;
     Clock::time_point nextPoll_;
