@@ -12,6 +12,10 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+extern "C" {
+#include <libavutil/log.h>
+}
+
 #include "sonrel/contracts/media.h"
 #include "sonrel/contracts/zrtl/Paths.h"
 
@@ -91,6 +95,11 @@ void CheckStream(ZRAbstractAudioStream& stream, ZRAbstractAudioStream& twin) {
 }
 
 }  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    av_log_set_level(AV_LOG_QUIET);
+    return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const int descriptor = memfd_create("media", 0);

@@ -1,4 +1,8 @@
 // SPDX-License-Identifier: MIT
+extern "C" {
+#include <libavutil/log.h>
+}
+
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -67,6 +71,8 @@ bool PrintResult(const Outcome& outcome, bool json) {
 int RunProgram(int argumentCount, const char* const* arguments) {
     CatchInterrupts();
     const zrh::media::InterruptScope stopMedia(Interrupted);
+    // A damaged media file is reported through result codes, as one line.
+    av_log_set_level(AV_LOG_QUIET);
     Outcome outcome = Run(argumentCount, arguments);
     if (!PrintResult(outcome, WantsJson(argumentCount, arguments)) &&
         outcome.code == ExitCode::Done) {

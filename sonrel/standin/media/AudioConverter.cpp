@@ -135,7 +135,6 @@ MediaError ConvertStream(const std::shared_ptr<ZRAbstractAudioStream>& stream,
 
 int ZRAudioConverter::Convert(const std::shared_ptr<ZRAbstractAudioStream>& stream,
                               const std::wstring& outputPath, unsigned int sampleRate) {
-    const detail::QuietScope quiet;
     std::string reason;
     MediaError error = MediaError::OutOfMemory;
     try {

@@ -75,7 +75,6 @@ MediaError AudioStream::Error() const {
 int AudioStream::GetSamples(long long start, int count, void* buffer, int bufferBytes,
                             int* samplesRead) {
     tally_.Count(count);
-    const QuietScope quiet;
     int read = 0;
     MediaError error = MediaError::None;
     try {

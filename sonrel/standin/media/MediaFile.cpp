@@ -46,13 +46,11 @@ MediaFile::MediaFile(std::shared_ptr<const InputFile> file, std::unique_ptr<Demu
 }
 
 MediaFile::~MediaFile() {
-    const QuietScope quiet;
     state_->file = nullptr;
     demuxer_ = nullptr;
 }
 
 int MediaFile::Prepare() {
-    const QuietScope quiet;
     try {
         return static_cast<int>(FindMap());
     } catch (const std::bad_alloc&) {
@@ -87,7 +85,6 @@ MediaError MediaFile::FindMap() {
 int ZRMediaFileCreate(const wchar_t* path, ZRAbstractMediaFile** file, ZRMediaReaderType) {
     if (path == nullptr || file == nullptr) return static_cast<int>(MediaError::InvalidArgument);
     if (detail::Factory()) return detail::Factory()(path, file);
-    const detail::QuietScope quiet;
     try {
         return static_cast<int>(detail::MediaFile::Open(path, file));
     } catch (const std::bad_alloc&) {

@@ -62,14 +62,4 @@ inline FramePtr NewFrame() {
     return OwnOrThrow<FramePtr>(av_frame_alloc());
 }
 
-/// While one lives, FFmpeg prints nothing that it has to say on this thread. A damaged file is
-/// reported through result codes; messages of other threads and of the host go their usual way.
-class QuietScope {
-public:
-    QuietScope();
-    ~QuietScope();
-    QuietScope(const QuietScope&) = delete;
-    QuietScope& operator=(const QuietScope&) = delete;
-};
-
 }  // namespace zrh::media::detail
