@@ -26,6 +26,9 @@ public:
     LogFile& operator=(const LogFile&) = delete;
 
     /// Appends "[dd.MM.yy] [hh.mm] message" and a line feed. An empty path writes nothing.
+    ///
+    /// A control character in the message is written as text, so that each message is one line:
+    /// "\n", "\r", "\t", and the others as "\u" with four hexadecimal digits.
     void Write(const std::wstring& message);
 
 private:

@@ -12,6 +12,7 @@
 #include <regex>
 #include <thread>
 
+#include "sonrel/caches/detail/LogClock.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -95,6 +96,49 @@ TEST(LogFile, TheStampIsLocalTime) {
 
         EXPECT_THAT(ReadFile(folder / "log.txt"), AnyOf(before + "message\n", after + "message\n"));
     }
+}
+
+TEST(LogFile, EveryFieldOfTheStampHasTwoDigits) {
+    TemporaryFolder folder;
+    LogFile log(folder.Wide("log.txt"));
+    orlo::project::SetLogClock([] { return QDateTime(QDate(2006, 2, 3), QTime(4, 5, 59)); });
+
+    log.Write(L"message");
+
+    EXPECT_EQ(ReadFile(folder / "log.txt"), "[03.02.06] [04.05] message\n");
+    orlo::project::SetLogClock({});
+}
+
+TEST(LogFile, TheHoursRunToTwentyThree) {
+    TemporaryFolder folder;
+    LogFile log(folder.Wide("log.txt"));
+    orlo::project::SetLogClock([] { return QDateTime(QDate(2026, 12, 31), QTime(23, 59)); });
+
+    log.Write(L"message");
+
+    EXPECT_EQ(ReadFile(folder / "log.txt"), "[31.12.26] [23.59] message\n");
+    orlo::project::SetLogClock({});
+}
+
+TEST(LogFile, ControlCharactersAreWrittenAsTextSoThatAMessageIsOneLine) {
+    TemporaryFolder folder;
+    LogFile log(folder.Wide("log.txt"));
+
+    log.Write(L"a\n[03.02.26] [14.07] forged\r\t\x1B[2J\x7F\x85\x9B\x2028z \\n");
+
+    const auto lines = ReadLines(folder / "log.txt");
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].substr(STAMP_LENGTH),
+              "a\\n[03.02.26] [14.07] forged\\r\\t\\u001b[2J\\u007f\\u0085\\u009b\\u2028z \\n");
+}
+
+TEST(LogFile, AZeroCharacterDoesNotCutTheMessage) {
+    TemporaryFolder folder;
+    LogFile log(folder.Wide("log.txt"));
+
+    log.Write(std::wstring(L"a\0b", 3));
+
+    EXPECT_EQ(ReadFile(folder / "log.txt").substr(STAMP_LENGTH), "a\\u0000b\n");
 }
 
 TEST(LogFile, LinesAreAppendedToWhatIsThere) {
