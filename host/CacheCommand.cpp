@@ -225,14 +225,13 @@ std::vector<CacheEntry> DueEntries(const CachePlaces& places, int days) {
     return due;
 }
 
-/// Lets the engine remove what is due, and looks what is left.
-void CleanDue(const GlobalOptions& global, const CachePlaces& places, int days,
+/// Lets the engine remove what is due, and looks what is left. The end of the engine removes what
+/// is due too, so that the number of days holds until then.
+void CleanDue(const GlobalOptions& global, const CachePlaces& places,
               const std::vector<CacheEntry>& due, CleanSums& sums) {
     const EngineSession session(global);
     try {
-        session.Engine()->SetDaysToKeepCacheFiles(days);
         session.Engine()->ClearCacheFiles();
-        session.Engine()->SetDaysToKeepCacheFiles(global.keepDays);
         project::CacheLedger ledger(WidePath(places.database));
         for (const CacheEntry& entry : due) {
             // A record without a usable name has no file that the engine could remove.
@@ -253,9 +252,10 @@ void CleanDue(const GlobalOptions& global, const CachePlaces& places, int days,
     }
 }
 
+/// @param global  with the number of days that cleaning takes
 Outcome Clean(const GlobalOptions& global, const CacheOptions& options, const CachePlaces& places) {
     CleanSums sums;
-    const std::vector<CacheEntry> due = DueEntries(places, options.days);
+    const std::vector<CacheEntry> due = DueEntries(places, global.keepDays);
     std::vector<CacheEntry> orphans;
     if (options.orphans) {
         orphans = TakeInventory(places);
@@ -271,7 +271,7 @@ Outcome Clean(const GlobalOptions& global, const CacheOptions& options, const Ca
     for (const CacheEntry& entry : due) outcome.text += verb + EntryText(entry);
     for (const CacheEntry& entry : orphans) outcome.text += verb + EntryText(entry);
     if (!options.dryRun) {
-        CleanDue(global, places, options.days, due, sums);
+        CleanDue(global, places, due, sums);
         for (const CacheEntry& entry : orphans) RemoveOrphan(entry, places, sums);
     }
     outcome.report["due"] = sums.due;
@@ -304,7 +304,9 @@ Outcome RunCache(const GlobalOptions& global, const CacheOptions& options) {
         case CacheAction::Clean:
             break;
     }
-    return Clean(global, options, places);
+    GlobalOptions cleaning = global;
+    cleaning.keepDays = options.days.value_or(global.keepDays);
+    return Clean(cleaning, options, places);
 }
 
 }  // namespace orlo::host

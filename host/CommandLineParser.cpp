@@ -436,7 +436,9 @@ void DeclareCache(CLI::App& app, Target& target) {
     add("du", "Count what the cache takes", CacheAction::DiskUse);
     add("check", "Look for records, files and contents that do not fit", CacheAction::Check);
     CLI::App* clean = add("clean", "Remove what was not used for some days", CacheAction::Clean);
-    clean->add_option("--days", target.raw.days, "Days without use; 0 takes everything (30)")
+    clean
+        ->add_option("--days", target.raw.days,
+                     "Days without use; 0 takes everything (--keep-days)")
         ->type_name("N");
     clean->add_flag("--orphans", target.cache.orphans, "Remove files without a record too");
     clean->add_flag("--dry-run", target.cache.dryRun, "Only tell what would be removed");

@@ -80,7 +80,7 @@ enum class CacheAction { List, DiskUse, Check, Clean };
 
 struct CacheOptions {
     CacheAction action = CacheAction::List;
-    int days = 30;
+    std::optional<int> days;  ///< --keep-days where not given
     bool orphans = false;
     bool dryRun = false;
 };

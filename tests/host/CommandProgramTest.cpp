@@ -3,6 +3,7 @@
 
 #include "tests/host/ProgramRun.h"
 #include "tests/host/TimelineDocument.h"
+#include "tests/support/Database.h"
 #include "tests/support/WaveBytes.h"
 
 namespace sonrel_tests {
@@ -17,6 +18,13 @@ protected:
 
     nlohmann::json ConformAll() {
         return shop_.Run({"conform", "@a.wav", "@b.wav", "--jobs", "2", "--json"}).Json();
+    }
+
+    /// Moves the last use of every record into the past.
+    void Age(int days) {
+        RawDatabase(shop_.Path("media.db"))
+            .Run("UPDATE conformed_file SET last_use = last_use - 86400000 * " +
+                 std::to_string(days));
     }
 
     Workshop shop_;
@@ -52,6 +60,14 @@ TEST_F(CommandProgram, WrongUsageExits2WithOneLine) {
 TEST_F(CommandProgram, AFailureWithJsonIsAnObjectWithTheError) {
     EXPECT_TRUE(shop_.Run({"--json", "frobnicate"}).Json().at("error").is_string());
     EXPECT_TRUE(shop_.Run({"info", "@gone.wav", "--json"}).Json().at("error").is_string());
+}
+
+TEST_F(CommandProgram, MessagesOfTheMediaLibraryAreNotPrinted) {
+    WriteFile(shop_.Work("broken.wav"), Riff(Chunk("data", "samples!")));  // no format chunk
+
+    const ProgramResult result = shop_.Run({"info", "@broken.wav"});
+
+    EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
 }
 
 TEST_F(CommandProgram, GlobalsStandBeforeAndBehindTheCommand) {
@@ -226,6 +242,39 @@ TEST_F(CommandProgram, CacheCleanOfZeroDaysTakesEverything) {
     EXPECT_EQ(report.at("failed"), 0);
     EXPECT_GT(report.at("freedBytes"), 4 * (4800 + 9600));
     EXPECT_TRUE(NamesIn(shop_.Path("cache")).empty());
+}
+
+TEST_F(CommandProgram, TheDaysOfACleaningHoldToItsEnd) {
+    ConformAll();
+    Age(40);
+
+    const auto report = shop_.Run({"cache", "clean", "--days", "60", "--json"}).Json();
+
+    EXPECT_EQ(report.at("removed"), 0);
+    EXPECT_EQ(NamesIn(shop_.Path("cache")).size(), 2u);
+}
+
+TEST_F(CommandProgram, TheDaysOfACleaningWinOverKeepDays) {
+    ConformAll();
+    Age(40);
+
+    shop_.Run({"--keep-days", "10", "cache", "clean", "--days", "60"});
+    EXPECT_EQ(NamesIn(shop_.Path("cache")).size(), 2u);
+
+    const auto report =
+        shop_.Run({"--keep-days", "60", "cache", "clean", "--days", "10", "--json"}).Json();
+    EXPECT_EQ(report.at("removed"), 2);
+    EXPECT_TRUE(NamesIn(shop_.Path("cache")).empty());
+}
+
+TEST_F(CommandProgram, ACleaningWithoutDaysTakesKeepDays) {
+    ConformAll();
+    Age(40);
+
+    EXPECT_EQ(shop_.Run({"--keep-days", "60", "cache", "clean", "--json"}).Json().at("due"), 0);
+    EXPECT_EQ(NamesIn(shop_.Path("cache")).size(), 2u);
+
+    EXPECT_EQ(shop_.Run({"cache", "clean", "--json"}).Json().at("removed"), 2);
 }
 
 TEST_F(CommandProgram, ADryRunRemovesNothing) {
