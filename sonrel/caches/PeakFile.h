@@ -56,7 +56,9 @@ public:
     /// Reads the whole stream and returns when the file is complete; there is no way to stop it.
     /// Media that cannot be read in the middle counts as silence there. On failure the file stays
     /// behind half made: it never opens as a peak file, and to delete it is the caller's part.
-    /// @param path  the file to write; what it holds is lost
+    /// @param path  the file to write; what it holds is lost. Only a regular file or a link to one
+    /// is
+    ///              written, and a new file is made where the path leads to nothing
     /// @return 0, or
     ///   -1 the media cannot be prepared for reading; -2 it has no audio stream of the asset's
     ///   index: nothing was written;
@@ -72,7 +74,8 @@ public:
     static int Create(const std::shared_ptr<project::MediaAsset>& asset, const std::wstring& path,
                       CreateMode mode);
 
-    /// Opens a file and reads its header.
+    /// Opens a file and reads its header. Only a regular file is opened, and not through a link,
+    /// except for the name of an open descriptor in /proc/self/fd.
     ///
     /// The file's length is not compared with the block count: a short file shows itself when it is
     /// read. A file that opens but has no valid header leaves the object open with its former

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include "sonrel/caches/detail/PeakFileWriter.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -140,19 +142,25 @@ bool TakesTasks(Mode mode, int sampleRate, long long frames) {
            static_cast<std::int32_t>(SECONDS_FOR_TASKS * static_cast<unsigned int>(sampleRate));
 }
 
+bool OpenOutput(BinaryFile& file, const std::wstring& path, detail::PeakOutput output) {
+    return output == detail::PeakOutput::New ? file.OpenNew(path) : file.OpenForWriting(path);
+}
+
 }  // namespace
 
-int PeakFile::Create(const std::shared_ptr<MediaAsset>& asset, const std::wstring& path,
-                     CreateMode mode) {
-    const std::wstring mediaPath = detail::SoundPath(*asset);
-    const MediaFile file = detail::OpenMediaFile(mediaPath);
+namespace detail {
+
+int WritePeakFile(const std::shared_ptr<MediaAsset>& asset, const std::wstring& path, Mode mode,
+                  PeakOutput outputName) {
+    const std::wstring mediaPath = SoundPath(*asset);
+    const MediaFile file = OpenMediaFile(mediaPath);
     file->SetReadOption(1);
     if (file->Prepare() != 0) return -1;
 
     Source source;  // behind the reader, so that the stream is let go before it
     source.mediaPath = mediaPath;
     source.streamIndex = asset->AudioStreamIndex();
-    source.stream = detail::FindAudioStream(*file, source.streamIndex);
+    source.stream = FindAudioStream(*file, source.streamIndex);
     if (source.stream == nullptr) return -2;
     source.channels = source.stream->ChannelCount();
     source.bitsPerSample = source.stream->BitsPerSample();
@@ -161,12 +169,19 @@ int PeakFile::Create(const std::shared_ptr<MediaAsset>& asset, const std::wstrin
     const bool inTasks = TakesTasks(mode, source.stream->SampleRate(), source.frames);
 
     BinaryFile output;
-    if (!output.OpenForWriting(path)) return -11;
-    if (!output.Seek(detail::PEAK_HEADER_BYTES, SEEK_SET)) return -12;
+    if (!OpenOutput(output, path, outputName)) return -11;
+    if (!output.Seek(PEAK_HEADER_BYTES, SEEK_SET)) return -12;
     unsigned int blocks = 0;
     const int code = WriteBlocks(source, inTasks, output, &blocks);
     if (code != 0) return code;
     return WriteHeader(output, source.channels, blocks);
+}
+
+}  // namespace detail
+
+int PeakFile::Create(const std::shared_ptr<MediaAsset>& asset, const std::wstring& path,
+                     CreateMode mode) {
+    return detail::WritePeakFile(asset, path, mode, detail::PeakOutput::Any);
 }
 
 }  // namespace orlo::sonrel

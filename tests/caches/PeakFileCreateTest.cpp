@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <chrono>
+#include <future>
 #include <stdexcept>
 
 #include "tests/caches/PeakFileFixture.h"
@@ -306,6 +308,90 @@ TEST_F(PeakFileCreate, ThirtySecondsAreReadByFourReadersAndAFrameLessByOne) {
     media.format.frames = 239999;
     ASSERT_EQ(Create(Mode::Auto), 0);
     EXPECT_EQ(media.CallCount("Create"), 4 + 1);
+}
+
+// 30 * 143165577 is 2^32 + 14.
+TEST_F(PeakFileCreate, TheThirtySecondsOfARateBeyond32BitsWrap) {
+    media.format.rate = 143165577;
+    media.format.frames = 14;
+    ASSERT_EQ(Create(Mode::Auto), 0);
+    EXPECT_EQ(media.CallCount("Create"), 4);
+
+    media.format.frames = 13;
+    ASSERT_EQ(Create(Mode::Auto), 0);
+    EXPECT_EQ(media.CallCount("Create"), 4 + 1);
+}
+
+// 30 * 71582789 is 2^31 + 22, which is negative in 32 bits.
+TEST_F(PeakFileCreate, TheThirtySecondsOfARateThatWrapsBelowZeroAreOverAtOnce) {
+    media.format.rate = 71582789;
+    media.format.frames = 0;
+
+    ASSERT_EQ(Create(Mode::Auto), 0);
+
+    EXPECT_EQ(media.CallCount("Create"), 4);
+}
+
+TEST_F(PeakFileCreate, TheFirstTaskReadsWhileTheFurtherReadersAreOpened) {
+    std::promise<void> firstRead;
+    std::atomic<bool> hasRead = false;
+    auto isReading = firstRead.get_future().share();
+    const auto good = Signal();
+    media.read = [&](long long start, int count, void* buffer, int bytes, int* read) {
+        if (!hasRead.exchange(true)) firstRead.set_value();
+        return good(start, count, buffer, bytes, read);
+    };
+    std::atomic<int> opened = 0;
+    media.create = [&](const std::wstring&) {
+        if (opened++ == 0) return 0;
+        return isReading.wait_for(std::chrono::seconds(30)) == std::future_status::ready ? 0 : 1;
+    };
+
+    EXPECT_EQ(Create(Mode::MultiThreaded), 0);
+}
+
+TEST_F(PeakFileCreate, TheFurtherTasksReadAfterAllReadersAreReady) {
+    std::atomic<int> prepared = 0;
+    media.prepare = [&] {
+        ++prepared;
+        return 0;
+    };
+    std::atomic<int> fewest = 4;
+    const auto good = Signal();
+    media.read = [&](long long start, int count, void* buffer, int bytes, int* read) {
+        if (start >= 12000) fewest = std::min(fewest.load(), prepared.load());
+        return good(start, count, buffer, bytes, read);
+    };
+
+    ASSERT_EQ(Create(Mode::MultiThreaded), 0);
+
+    EXPECT_EQ(prepared, 4);
+    EXPECT_EQ(fewest, 4);
+}
+
+TEST_F(PeakFileCreate, TheFirstTaskIsWaitedForWhenAFurtherReaderIsNotReady) {
+    std::promise<void> failed;
+    auto hasFailed = failed.get_future().share();
+    std::atomic<int> prepared = 0;
+    media.prepare = [&] {
+        if (prepared++ == 0) return 0;
+        failed.set_value();
+        return 1;
+    };
+    std::atomic<int> reads = 0;
+    const auto good = Signal();
+    media.read = [&](long long start, int count, void* buffer, int bytes, int* read) {
+        if (hasFailed.wait_for(std::chrono::seconds(30)) != std::future_status::ready) return 1;
+        ++reads;
+        return good(start, count, buffer, bytes, read);
+    };
+
+    EXPECT_EQ(Create(Mode::MultiThreaded), -21);
+
+    // A quarter of 48000 frames is 375 blocks of 5 bytes, after 20 bytes for the header.
+    EXPECT_EQ(reads, 375);
+    EXPECT_EQ(Written().size(), 1895u);
+    EXPECT_EQ(media.OpenFiles(), 0);
 }
 
 TEST_F(PeakFileCreate, TheModeDecidesWhateverTheLength) {

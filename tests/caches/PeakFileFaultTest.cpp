@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -6,16 +7,20 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <cerrno>
 #include <csignal>
+#include <cstdarg>
 #include <cstdio>
-#include <fstream>
-#include <thread>
 
+#include "sonrel/caches/detail/CacheFile.h"
+#include "sonrel/caches/detail/PeakFileWriter.h"
 #include "tests/caches/PeakFileFixture.h"
+#include "tests/support/AnotherProcess.h"
 
 namespace {
 
-/// Which call on a C stream fails, counted from 1; 0 fails none. The program is linked so that the
+/// Which call on a C stream fails, counted from 1; 0 fails none. System calls are interrupted, or
+/// refused on folders. The program is linked so that the
 /// calls of the code under test come here (see CMakeLists.txt).
 struct StreamFaults {
     std::atomic<int> failingSeek = 0;
@@ -24,8 +29,24 @@ struct StreamFaults {
     std::atomic<int> seeks = 0;
     std::atomic<int> writes = 0;
     std::atomic<int> flushes = 0;
+    /// Whether every second system call on files is interrupted.
+    std::atomic<bool> isInterrupting = false;
+    std::atomic<int> calls = 0;
+    std::atomic<int> interruptions = 0;
+    /// What fsync of a folder gives; 0 for success.
+    std::atomic<int> folderSyncError = 0;
+    std::atomic<int> wholeSyncs = 0;
+
+    bool Interrupts() {
+        if (!isInterrupting || ++calls % 2 == 0) return false;
+        ++interruptions;
+        errno = EINTR;
+        return true;
+    }
 
     void Reset() {
+        isInterrupting = false;
+        calls = interruptions = folderSyncError = wholeSyncs = 0;
         failingSeek = failingWrite = failingFlush = 0;
         seeks = writes = flushes = 0;
     }
@@ -50,6 +71,47 @@ int __real_fflush(std::FILE* file);
 int __wrap_fflush(std::FILE* file) {
     if (++faults.flushes == faults.failingFlush) return EOF;
     return __real_fflush(file);
+}
+int __real_open(const char* path, int flags, ...);
+int __wrap_open(const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const int mode = (flags & O_CREAT) != 0 ? va_arg(arguments, int) : 0;
+    va_end(arguments);
+    return faults.Interrupts() ? -1 : __real_open(path, flags, mode);
+}
+ssize_t __real_read(int descriptor, void* bytes, std::size_t size);
+ssize_t __wrap_read(int descriptor, void* bytes, std::size_t size) {
+    return faults.Interrupts() ? -1 : __real_read(descriptor, bytes, size);
+}
+ssize_t __real_write(int descriptor, const void* bytes, std::size_t size);
+ssize_t __wrap_write(int descriptor, const void* bytes, std::size_t size) {
+    return faults.Interrupts() ? -1 : __real_write(descriptor, bytes, size);
+}
+int __real_ftruncate(int descriptor, off_t size);
+int __wrap_ftruncate(int descriptor, off_t size) {
+    return faults.Interrupts() ? -1 : __real_ftruncate(descriptor, size);
+}
+int __real_fsync(int descriptor);
+int __wrap_fsync(int descriptor) {
+    if (faults.Interrupts()) return -1;
+    struct stat status = {};
+    if (faults.folderSyncError != 0 && fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode)) {
+        errno = faults.folderSyncError;
+        return -1;
+    }
+    return __real_fsync(descriptor);
+}
+int __real_syncfs(int descriptor);
+int __wrap_syncfs(int descriptor) {
+    ++faults.wholeSyncs;
+    return __real_syncfs(descriptor);
+}
+/// As the system does: the descriptor is taken back also when the call is interrupted.
+int __real_close(int descriptor);
+int __wrap_close(int descriptor) {
+    const int result = __real_close(descriptor);
+    return faults.Interrupts() ? -1 : result;
 }
 }
 
@@ -83,15 +145,95 @@ TEST_F(PeakFileFault, AFileThatCannotBeOpenedIsToldAndTheMediaAreReleased) {
     EXPECT_EQ(media.CallCount("Release"), 3);
 }
 
-TEST_F(PeakFileFault, APipeCannotBePositioned) {
-    const std::string path = (folder / "p.xwpk").string();
-    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-    std::thread reader([&] { std::ifstream(path).get(); });
+TEST_F(PeakFileFault, OnlyARegularFileIsWrittenAndNothingIsWaitedFor) {
+    const std::string pipe = (folder / "p.xwpk").string();
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_EQ(Create(), -11);  // the pipe has no reader
+    const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+    EXPECT_EQ(Create(), -11);
+    close(reader);
 
-    EXPECT_EQ(Create(), -12);
-
-    reader.join();
+    for (const wchar_t* device : {L"/dev/full", L"/dev/null"}) {
+        EXPECT_EQ(PeakFile::Create(asset, device, Mode::SingleThreaded), -11);
+    }
     EXPECT_EQ(media.OpenFiles(), 0);
+}
+
+TEST_F(PeakFileFault, APipeIsNotOpenedForReadingAndNotWaitedFor) {
+    ASSERT_EQ(mkfifo((folder / "p.xwpk").c_str(), 0600), 0);
+
+    EXPECT_FALSE(PeakFile().Open(folder.Wide("p.xwpk")));
+}
+
+TEST_F(PeakFileFault, AZeroByteInAPathNamesNoFile) {
+    sonrel_tests::WriteFile(folder / "other", "mine");
+    const std::wstring path = folder.Wide("other") + std::wstring(L"\0.xwpk", 6);
+
+    EXPECT_EQ(PeakFile::Create(asset, path, Mode::SingleThreaded), -11);
+
+    EXPECT_EQ(sonrel_tests::ReadFile(folder / "other"), "mine");
+    ASSERT_EQ(Create(), 0);
+    EXPECT_FALSE(PeakFile().Open(folder.Wide("p.xwpk") + std::wstring(L"\0", 1)));
+}
+
+TEST_F(PeakFileFault, ALinkIsFollowedForWritingAndNotForReading) {
+    std::filesystem::create_symlink("elsewhere", folder / "p.xwpk");
+
+    ASSERT_EQ(Create(), 0);
+
+    EXPECT_FALSE(PeakFile().Open(folder.Wide("p.xwpk")));
+    EXPECT_TRUE(PeakFile().Open(folder.Wide("elsewhere")));
+}
+
+TEST_F(PeakFileFault, TheNameOfAnOpenDescriptorIsWrittenAndRead) {
+    const int descriptor = open((folder / "p.xwpk").c_str(), O_RDWR | O_CREAT, 0600);
+    const std::wstring path = L"/proc/self/fd/" + std::to_wstring(descriptor);
+
+    EXPECT_EQ(PeakFile::Create(asset, path, Mode::SingleThreaded), 0);
+    EXPECT_TRUE(PeakFile().Open(path));
+    close(descriptor);
+}
+
+TEST_F(PeakFileFault, AFileOfTheCacheIsMadeAndNeverPutInThePlaceOfAnything) {
+    using orlo::sonrel::detail::PeakOutput;
+    using orlo::sonrel::detail::WritePeakFile;
+    sonrel_tests::WriteFile(folder / "mine", "mine");
+    std::filesystem::create_symlink("mine", folder / "link");
+    std::filesystem::create_symlink("nothing", folder / "dangling");
+
+    for (const char* name : {"mine", "link", "dangling"}) {
+        EXPECT_EQ(WritePeakFile(asset, folder.Wide(name), Mode::Auto, PeakOutput::New), -11);
+    }
+    EXPECT_EQ(WritePeakFile(asset, folder.Wide("new"), Mode::Auto, PeakOutput::New), 0);
+
+    EXPECT_EQ(sonrel_tests::ReadFile(folder / "mine"), "mine");
+    EXPECT_FALSE(std::filesystem::exists(folder / "nothing"));
+}
+
+TEST_F(PeakFileFault, AStartedProgramInheritsNoPeakFile) {
+    const auto inherited = [] {
+        int count = 0;
+        for (const std::string& name : NamesIn("/proc/self/fd")) {
+            const int descriptor = std::stoi(name);
+            const int flags = fcntl(descriptor, F_GETFD);
+            count += flags >= 0 && (flags & FD_CLOEXEC) == 0;
+        }
+        return count;
+    };
+    const int before = inherited();
+    int whileWriting = -1;
+    const auto good = Signal();
+    media.read = [&](long long start, int count, void* buffer, int bytes, int* read) {
+        if (whileWriting < 0) whileWriting = inherited();
+        return good(start, count, buffer, bytes, read);
+    };
+
+    ASSERT_EQ(Create(), 0);
+    PeakFile file;
+    ASSERT_TRUE(file.Open(folder.Wide("p.xwpk")));
+
+    EXPECT_EQ(whileWriting, before);
+    EXPECT_EQ(inherited(), before);
 }
 
 TEST_F(PeakFileFault, TheFirstSeekThatFailsLeavesAnEmptyFile) {
@@ -167,14 +309,65 @@ TEST_F(PeakFileFault, AFailedFileIsClosedAndStaysForTheCallerToDelete) {
     expectStays(Mode::MultiThreaded, -21);
 }
 
-TEST_F(PeakFileFault, AFullDeviceShowsAtTheBlocksOfALongStreamAndAtTheSeekOfAShortOne) {
-    const auto createOnFull = [&](long long frames) {
-        media.format.frames = frames;
-        return PeakFile::Create(asset, L"/dev/full", Mode::SingleThreaded);
-    };
-    EXPECT_EQ(createOnFull(0), -205);
-    EXPECT_EQ(createOnFull(32), -201);
-    EXPECT_EQ(createOnFull(480000), -100);
+TEST_F(PeakFileFault, InterruptedCallsAreRepeatedAndTheFileIsTheSame) {
+    media.format.frames = 48000;
+    media.read = Signal();
+    ASSERT_EQ(Create(Mode::MultiThreaded), 0);
+    const std::string undisturbed = Written();
+
+    faults.isInterrupting = true;
+    const int code = Create(Mode::MultiThreaded);
+    const bool synced = orlo::sonrel::detail::SyncToDisk(folder.Wide("p.xwpk"));
+    PeakFile file;
+    const bool opened = file.Open(folder.Wide("p.xwpk"));
+    std::vector<unsigned char> amplitudes;
+    const auto result = file.GetRMSAmplitude(0, 1500, 1.0, amplitudes);
+    file.Close();
+    faults.isInterrupting = false;
+
+    EXPECT_EQ(code, 0);
+    EXPECT_TRUE(synced);
+    EXPECT_TRUE(opened);
+    EXPECT_EQ(result, PeakFile::Result::Ok);
+    EXPECT_EQ(amplitudes.size(), 1500u);
+    EXPECT_TRUE(Written() == undisturbed);
+    EXPECT_GT(faults.interruptions, 5);
+}
+
+TEST_F(PeakFileFault, WhereAFolderCannotBeSyncedTheWholeFileSystemIs) {
+    ASSERT_EQ(Create(), 0);
+    for (const int refusal : {EINVAL, ENOTSUP, ENOSYS, EBADF}) {
+        faults.Reset();
+        faults.folderSyncError = refusal;
+
+        EXPECT_TRUE(orlo::sonrel::detail::SyncToDisk(folder.Wide("p.xwpk")));
+        EXPECT_EQ(faults.wholeSyncs, 1);
+    }
+}
+
+TEST_F(PeakFileFault, AFolderThatFailsToSyncIsAFailureAndNotARefusal) {
+    ASSERT_EQ(Create(), 0);
+    for (const int failure : {EIO, ENOSPC}) {
+        faults.folderSyncError = failure;
+
+        EXPECT_FALSE(orlo::sonrel::detail::SyncToDisk(folder.Wide("p.xwpk")));
+    }
+    EXPECT_EQ(faults.wholeSyncs, 0);
+}
+
+TEST_F(PeakFileFault, AFolderThatMayNotBeListedIsSyncedWithTheWholeFileSystem) {
+    ASSERT_EQ(Create(), 0);
+    std::filesystem::permissions(folder / "p.xwpk", std::filesystem::perms(0644));
+    std::filesystem::permissions(folder.Path(), std::filesystem::perms(0333));
+
+    const int answer = sonrel_tests::AsAnyone([&] {
+        return orlo::sonrel::detail::SyncToDisk(folder.Wide("p.xwpk")) && faults.wholeSyncs == 1
+                   ? 0
+                   : 1;
+    });
+
+    std::filesystem::permissions(folder.Path(), std::filesystem::perms(0700));
+    EXPECT_EQ(answer, 0);
 }
 
 /// What the same bytes give when each is written alone.

@@ -35,9 +35,10 @@ constexpr std::pair<const char*, Mode> MODES[] = {
     {"kill", Mode::Kill}, {"killafter", Mode::KillAfter}, {"none", Mode::None},
 };
 constexpr std::pair<const char*, int> ERRORS[] = {
-    {"EIO", EIO},       {"ENOSPC", ENOSPC}, {"EDQUOT", EDQUOT}, {"EACCES", EACCES},
-    {"EROFS", EROFS},   {"EMFILE", EMFILE}, {"EINTR", EINTR},   {"ENOENT", ENOENT},
-    {"ENOMEM", ENOMEM}, {"EBUSY", EBUSY},   {"EPERM", EPERM},
+    {"EIO", EIO},         {"ENOSPC", ENOSPC}, {"EDQUOT", EDQUOT}, {"EACCES", EACCES},
+    {"EROFS", EROFS},     {"EMFILE", EMFILE}, {"EINTR", EINTR},   {"ENOENT", ENOENT},
+    {"ENOMEM", ENOMEM},   {"EBUSY", EBUSY},   {"EPERM", EPERM},   {"EINVAL", EINVAL},
+    {"ENOTSUP", ENOTSUP},
 };
 
 template <class Table, class Value>

@@ -75,6 +75,27 @@ part "Failing calls on the database" sweep --match 'media.db*' --run "$conform" 
 part "Failing calls on the folders" sweep --match '[cb]*[ex]' --run "$conform" \
     --ops mkdir,open,fsync --errors EIO,EACCES --modes once,forever \
     --check-living "$check --no-orphans" --check "$heals"
+
+# Calls that are interrupted, and folders that are not synced, are no failures.
+part "Interrupted calls on conformed files" sweep --match '*.xwmc' --run "$conform" \
+    --ops create,open,write,fsync,close,read --errors EINTR --modes once \
+    --check-living "$check --no-orphans --records 2" --check "$heals"
+part "Interrupted calls on peak files" sweep --match '*.xwpk' --run "$peaks" \
+    --ops create,open,write,fsync,close,read --errors EINTR --modes once \
+    --check-living "$check --no-orphans --records 2" --check "$peaks_heal"
+part "Interrupted deletions of cache files" sweep --match '*.xwmc' --setup "$conform" \
+    --run "$clean" --ops unlink --errors EINTR --modes once \
+    --check-living '[ -z "$(ls {root}/cache)" ]' --check "$heals"
+part "A cache folder whose sync is interrupted" sweep --match cache --run "$conform" \
+    --ops fsync --errors EINTR --modes once \
+    --check-living "$check --no-orphans --records 2" --check "$heals"
+part "A cache folder that is not synced" sweep --match cache --run "$conform" \
+    --ops fsync --errors EINVAL,ENOTSUP --modes once,forever \
+    --check-living "$check --no-orphans --records 2" --check "$heals"
+part "A cache folder that may not be listed" sweep --match cache --run "$conform" \
+    --ops open --errors EACCES --modes once,forever \
+    --check-living "$check --no-orphans --records 2" --check "$heals"
+
 part "Failing deletions" sweep --run "$conform" --ops unlink --errors EACCES \
     --modes once,forever --check "$heals"
 part "Failing calls while the cache is cleaned" sweep --setup "$conform" --run "$clean" \

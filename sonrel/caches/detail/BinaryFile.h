@@ -3,25 +3,28 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <utility>
 
 namespace orlo::project::utility {
 
-/// One C file stream of bytes.
+/// One C file stream of bytes, on a regular file only. Paths with a zero byte name no file.
 ///
 /// Threads: one at a time.
 class BinaryFile {
 public:
     BinaryFile() = default;
     ~BinaryFile() { Close(); }
-    BinaryFile(BinaryFile&& other) noexcept : stream_(std::exchange(other.stream_, nullptr)) {}
+    BinaryFile(BinaryFile&& other) noexcept;
     BinaryFile& operator=(BinaryFile&& other) noexcept;
 
-    /// Opens a file; one that is open already is closed first.
+    /// Opens a file, never through a link. A file that is open already is closed first.
     bool OpenForReading(const std::wstring& path);
-    /// Opens a file and empties it; one that is open already is closed first.
+    /// Opens a file and empties it, or makes it. A file that is open already is closed first.
     bool OpenForWriting(const std::wstring& path);
+    /// Makes a file under a name that nothing has yet. A file that is open already is closed first.
+    bool OpenNew(const std::wstring& path);
     /// Closes the file, if one is open.
     /// @return false when the last bytes could not be written
     bool Close();
@@ -39,8 +42,10 @@ public:
     bool Flush();
 
 private:
-    bool Open(const std::wstring& path, const char* mode);
+    /// @param descriptor  taken over; -1 for none
+    bool Open(int descriptor, const char* mode);
 
+    std::unique_ptr<char[]> buffer_;  // of the stream, so it is destroyed after it
     std::FILE* stream_ = nullptr;
 };
 

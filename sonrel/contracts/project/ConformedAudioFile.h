@@ -26,7 +26,13 @@ public:
     ConformedAudioFile& operator=(const ConformedAudioFile&) = delete;
 
     /// Opens a conformed file. A file that is no conformed file, or shorter than it says, is
-    /// refused. An open file is closed first.
+    /// refused, as is a link. An open file is closed first.
+    ///
+    /// A path that was closed a moment ago and whose file is unchanged may open without a
+    /// descriptor of the system: the next frames are in memory. If the file is deleted while it is
+    /// open in this way, reads beyond those frames return 2, which is silence in a mix, and another
+    /// file under the same name is not read in its place. A file that is opened for the first time
+    /// always has its descriptor and can be read to its end after it was deleted.
     /// @return whether the file is open
     bool Open(std::wstring const& path);
     /// The path given to Open; empty when closed.

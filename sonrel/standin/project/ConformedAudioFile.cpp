@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/files/RegularFile.h"
 #include "sonrel/standin/project/detail/ConformedFileFacts.h"
 #include "sonrel/standin/project/detail/ConformedFileLayout.h"
 
@@ -29,10 +30,10 @@ constexpr long long BYTES_PER_FRAME = 4;
 /// few enough to stay in the processor's cache for all streams.
 constexpr long long AHEAD_FRAMES = 16384;
 
-/// Never follows a link, so that a name in the cache folder leads to no file outside it, and never
-/// waits for the other end of a pipe.
-int OpenForReading(const std::string& name) {
-    return open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+/// Never follows a link, so that a name in the cache folder leads to no file outside it.
+/// @return the descriptor, or -1
+int OpenCacheFile(const std::string& name, struct stat* status) {
+    return files::OpenRegular(name, O_RDONLY, files::Links::Refused, status);
 }
 
 /// Whether the path leads to the file that the facts tell of, unchanged.
@@ -44,19 +45,17 @@ bool IsUnchanged(const ConformedFileFacts& facts) {
 /// Opens the file of @p facts, and learns them anew unless they tell of this very file.
 /// @return the descriptor, or -1
 int OpenAndLearn(ConformedFileFacts* facts) {
-    const int descriptor = OpenForReading(facts->name);
-    if (descriptor < 0) return -1;
     struct stat status = {};
-    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
-        const standin::FileIdentity identity = standin::IdentityOf(status);
-        if (identity == facts->identity) return descriptor;
-        facts->ahead = {};
-        facts->identity = identity;
-        facts->isSettled = standin::IsSettled(identity);
-        if (const auto layout = ReadConformedFileLayout(descriptor, status.st_size)) {
-            facts->layout = *layout;
-            return descriptor;
-        }
+    const int descriptor = OpenCacheFile(facts->name, &status);
+    if (descriptor < 0) return -1;
+    const standin::FileIdentity identity = standin::IdentityOf(status);
+    if (identity == facts->identity) return descriptor;
+    facts->ahead = {};
+    facts->identity = identity;
+    facts->isSettled = standin::IsSettled(identity);
+    if (const auto layout = ReadConformedFileLayout(descriptor, status.st_size)) {
+        facts->layout = *layout;
+        return descriptor;
     }
     close(descriptor);
     return -1;
@@ -157,10 +156,10 @@ int ConformedAudioFile::GetSamples(long long start, int count, unsigned char* bu
 int ConformedAudioFile::Descriptor() const {
     int descriptor = descriptor_.load();
     if (descriptor >= 0) return descriptor;
-    const int opened = OpenForReading(facts_->name);
     struct stat status = {};
+    const int opened = OpenCacheFile(facts_->name, &status);
     if (opened < 0) return -1;
-    if (fstat(opened, &status) != 0 || standin::IdentityOf(status) != facts_->identity) {
+    if (standin::IdentityOf(status) != facts_->identity) {
         close(opened);
         return -1;
     }

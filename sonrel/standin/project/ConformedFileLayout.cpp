@@ -3,10 +3,11 @@
 
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <limits>
+
+#include "sonrel/files/RegularFile.h"
 
 namespace orlo::project {
 
@@ -41,7 +42,8 @@ bool HasName(const unsigned char* bytes, const char* name) {
 class HeadReader {
 public:
     explicit HeadReader(int descriptor) : descriptor_(descriptor) {
-        const ssize_t got = pread(descriptor, first_, sizeof(first_), 0);
+        const ssize_t got =
+            files::Uninterrupted([&] { return pread(descriptor, first_, sizeof(first_), 0); });
         if (got > 0) firstSize_ = got;
     }
 
@@ -104,8 +106,8 @@ std::optional<Head> ReadHead(const HeadReader& file) {
 bool ReadFullyAt(int descriptor, void* buffer, long long size, long long offset) {
     auto* at = static_cast<unsigned char*>(buffer);
     while (size > 0) {
-        const ssize_t got = pread(descriptor, at, static_cast<std::size_t>(size), offset);
-        if (got < 0 && errno == EINTR) continue;
+        const ssize_t got = files::Uninterrupted(
+            [&] { return pread(descriptor, at, static_cast<std::size_t>(size), offset); });
         if (got <= 0) return false;
         at += got;
         offset += got;

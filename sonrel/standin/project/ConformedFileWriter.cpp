@@ -4,11 +4,14 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
-#include <fcntl.h>
 #include <sndfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include "sonrel/files/RegularFile.h"
+#include "sonrel/standin/project/detail/ConformedFileLayout.h"
 
 namespace orlo::project {
 namespace {
@@ -17,22 +20,6 @@ constexpr std::int64_t BYTES_PER_FRAME = 4;
 constexpr std::int64_t RIFF_HEADER_BYTES = 44;
 /// The sizes in a RIFF header have 32 bits; the room left is for the header.
 constexpr std::int64_t LARGEST_RIFF_DATA = 0xFFFFFFFFLL - 4096;
-
-int OpenDescriptor(const std::string& path) {
-    int descriptor = -1;
-    do {
-        descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
-    } while (descriptor < 0 && errno == EINTR);
-    return descriptor;
-}
-
-bool Sync(int descriptor) {
-    int result = -1;
-    do {
-        result = ::fsync(descriptor);
-    } while (result != 0 && errno == EINTR);
-    return result == 0;
-}
 
 std::uint32_t LittleEndian32(const unsigned char* bytes) {
     return static_cast<std::uint32_t>(bytes[0]) | static_cast<std::uint32_t>(bytes[1]) << 8 |
@@ -45,13 +32,13 @@ ConformedFileWriter::~ConformedFileWriter() {
     if (sound_ != nullptr) sf_close(sound_);
     if (descriptor_ < 0) return;
     // Closing has made a header that fits the samples so far, as if they were all.
-    [[maybe_unused]] const int emptied = ::ftruncate(descriptor_, 0);
-    ::close(descriptor_);
+    files::Uninterrupted([this] { return ::ftruncate(descriptor_, 0); });
+    files::Close(descriptor_);
 }
 
 ConformedFileWriter::Result ConformedFileWriter::Open(const std::string& path, int rate,
                                                       std::int64_t largestFrames) {
-    descriptor_ = OpenDescriptor(path);
+    descriptor_ = files::OpenNew(path);
     if (descriptor_ < 0) return errno == EEXIST ? Result::Exists : Result::Failed;
     path_ = path;
     isLarge_ = largestFrames > LARGEST_RIFF_DATA / BYTES_PER_FRAME;
@@ -76,10 +63,8 @@ bool ConformedFileWriter::Finish() {
     if (sound_ == nullptr) return false;
     const int closed = sf_close(sound_);
     sound_ = nullptr;
-    bool whole = closed == 0 && HeaderIsWhole() && Sync(descriptor_);
-    if (::close(descriptor_) != 0) whole = false;
-    descriptor_ = -1;
-    return whole && SyncFolder();
+    const bool whole = closed == 0 && HeaderIsWhole() && files::SyncWithFolder(path_, descriptor_);
+    return files::Close(std::exchange(descriptor_, -1)) && whole;
 }
 
 /// The header is written at the very end, and libsndfile does not tell when that fails.
@@ -87,8 +72,7 @@ bool ConformedFileWriter::HeaderIsWhole() const {
     struct stat status = {};
     std::array<unsigned char, RIFF_HEADER_BYTES> header = {};
     if (::fstat(descriptor_, &status) != 0) return false;
-    const ssize_t got = ::pread(descriptor_, header.data(), header.size(), 0);
-    if (got != RIFF_HEADER_BYTES) return false;
+    if (!ReadFullyAt(descriptor_, header.data(), RIFF_HEADER_BYTES, 0)) return false;
     const std::int64_t dataBytes = frames_ * BYTES_PER_FRAME;
     if (isLarge_) {
         // The 64-bit length of the data stands behind the RIFF length in the "ds64" chunk.
@@ -103,18 +87,6 @@ bool ConformedFileWriter::HeaderIsWhole() const {
            std::memcmp(header.data() + 36, "data", 4) == 0 &&
            LittleEndian32(header.data() + 40) == dataBytes &&
            status.st_size == RIFF_HEADER_BYTES + dataBytes;
-}
-
-bool ConformedFileWriter::SyncFolder() const {
-    const std::size_t slash = path_.rfind('/');
-    const std::string folder = slash == std::string::npos ? "."
-                               : slash == 0               ? "/"
-                                                          : path_.substr(0, slash);
-    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0) return false;
-    const bool synced = Sync(descriptor);
-    ::close(descriptor);
-    return synced;
 }
 
 }  // namespace orlo::project

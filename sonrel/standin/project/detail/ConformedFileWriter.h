@@ -46,7 +46,6 @@ public:
 
 private:
     bool HeaderIsWhole() const;
-    bool SyncFolder() const;
 
     int descriptor_ = -1;
     sf_private_tag* sound_ = nullptr;

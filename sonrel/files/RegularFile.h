@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+
+/// Opening, syncing and removing of regular files, in one place.
+///
+/// Names are UTF-8. A call that a signal interrupts is repeated. Failures set errno.
+namespace orlo::files {
+
+/// Repeats a system call that a signal interrupted.
+template <class Call>
+auto Uninterrupted(Call call) {
+    for (;;) {
+        const auto result = call();
+        if (result != -1 || errno != EINTR) return result;
+    }
+}
+
+/// Whether a name leads to the file behind a link in its last place.
+enum class Links { Followed, Refused };
+
+/// Links in /proc/self/fd name files that this process has open already, which no link in a folder
+/// can do.
+inline bool IsOpenDescriptor(const std::string& name) {
+    return name.compare(0, 14, "/proc/self/fd/") == 0;
+}
+
+/// Opens a regular file and nothing else. Nothing is waited for, as for the other end of a pipe,
+/// and a program that this process starts does not inherit the descriptor.
+/// @param flags   O_RDONLY, O_WRONLY or O_RDWR, and O_CREAT and O_EXCL
+/// @param status  receives the state of the file
+/// @return the descriptor, or -1
+inline int OpenRegular(const std::string& name, int flags, Links links, struct stat* status) {
+    if (name.find('\0') != std::string::npos) {
+        errno = EINVAL;
+        return -1;
+    }
+    if (links == Links::Refused && !IsOpenDescriptor(name)) flags |= O_NOFOLLOW;
+    const int descriptor = Uninterrupted(
+        [&] { return ::open(name.c_str(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666); });
+    if (descriptor < 0) return -1;
+    const bool isRegular = ::fstat(descriptor, status) == 0 && S_ISREG(status->st_mode);
+    if (isRegular && ::fcntl(descriptor, F_SETFL, 0) == 0) return descriptor;
+    ::close(descriptor);
+    errno = EINVAL;
+    return -1;
+}
+
+/// Opens an existing file for reading. @return the descriptor, or -1
+inline int OpenForReading(const std::string& name, Links links) {
+    struct stat status = {};
+    return OpenRegular(name, O_RDONLY, links, &status);
+}
+
+/// Opens a file for writing, and empties or makes it. Links are followed.
+/// @return the descriptor, or -1
+inline int OpenEmptied(const std::string& name) {
+    struct stat status = {};
+    const int descriptor = OpenRegular(name, O_WRONLY | O_CREAT, Links::Followed, &status);
+    if (descriptor < 0) return -1;
+    if (Uninterrupted([&] { return ::ftruncate(descriptor, 0); }) == 0) return descriptor;
+    ::close(descriptor);
+    return -1;
+}
+
+/// Makes a file for reading and writing under a name that nothing has yet, a link included.
+/// @return the descriptor, or -1
+inline int OpenNew(const std::string& name) {
+    struct stat status = {};
+    return OpenRegular(name, O_RDWR | O_CREAT | O_EXCL, Links::Refused, &status);
+}
+
+/// Closes a descriptor. The system takes it back also when a signal interrupts the call.
+/// @return false when the last bytes could not be written
+inline bool Close(int descriptor) {
+    return ::close(descriptor) == 0 || errno == EINTR;
+}
+
+/// @return whether the name is gone
+inline bool Remove(const std::string& name) {
+    if (name.find('\0') != std::string::npos) return false;
+    return Uninterrupted([&] { return ::unlink(name.c_str()); }) == 0;
+}
+
+/// Brings what was written to a file to the disk.
+inline bool Sync(int descriptor) {
+    return Uninterrupted([&] { return ::fsync(descriptor); }) == 0;
+}
+
+enum class FolderSync {
+    Done,
+    Refused,  ///< the folder may not be listed, or its file system syncs no folders
+    Failed
+};
+
+/// Brings the entries of the folder that a file is in to the disk.
+inline FolderSync SyncFolderOf(const std::string& name) {
+    const std::size_t slash = name.rfind('/');
+    const std::string path = slash == std::string::npos ? "." : name.substr(0, slash + 1);
+    const int folder =
+        Uninterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
+    if (folder < 0) return errno == EACCES ? FolderSync::Refused : FolderSync::Failed;
+    const bool synced = Sync(folder);
+    const int error = errno;
+    ::close(folder);
+    if (synced) return FolderSync::Done;
+    const bool isRefused = error == EINVAL || error == ENOTSUP || error == ENOSYS ||
+                           error == EBADF || error == EACCES || error == EPERM;
+    return isRefused ? FolderSync::Refused : FolderSync::Failed;
+}
+
+/// Brings what was written to a file and its entry in its folder to the disk. Where the folder
+/// cannot be synced, the whole file system is.
+/// @param descriptor  of the file
+inline bool SyncWithFolder(const std::string& name, int descriptor) {
+    if (!Sync(descriptor)) return false;
+    const FolderSync folder = SyncFolderOf(name);
+    if (folder != FolderSync::Refused) return folder == FolderSync::Done;
+    return Uninterrupted([&] { return ::syncfs(descriptor); }) == 0;
+}
+
+}  // namespace orlo::files
