@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/caches/detail/CacheFile.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <QFile>
+#include <QFileInfo>
 #include <QString>
 #include <exception>
 #include <optional>
+#include <utility>
 
 #include "sonrel/caches/LogFile.h"
 #include "sonrel/caches/detail/MediaFingerprint.h"
@@ -15,6 +13,7 @@
 #include "sonrel/contracts/project/MediaDB.h"
 #include "sonrel/contracts/zrtl/Paths.h"
 #include "sonrel/contracts/zrtl/ZRID.h"
+#include "sonrel/files/RegularFile.h"
 
 namespace orlo::sonrel::detail {
 
@@ -30,15 +29,13 @@ void Log(const CacheFilePlace& place, const wchar_t* text, const std::wstring& c
 
 /// A file that cannot be deleted either stays as it is: no record leads to it.
 void Delete(const std::wstring& cachePath) {
-    QFile::remove(QString::fromStdWString(cachePath));
+    files::Remove(zrtl::ToUtf8(cachePath));
 }
 
-bool Sync(const std::string& path, int flags) {
-    const int descriptor = ::open(path.c_str(), flags | O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) return false;
-    const bool synced = ::fsync(descriptor) == 0;
-    ::close(descriptor);
-    return synced;
+/// A link is not a cache file: nobody reads what it leads to.
+bool IsThere(const std::wstring& cachePath) {
+    const QFileInfo file(QString::fromStdWString(cachePath));
+    return file.exists() && !file.isSymLink();
 }
 
 /// The path of the record's current file. A record that has none is removed.
@@ -47,7 +44,7 @@ std::optional<std::wstring> FindCurrent(const CacheFilePlace& place, CacheRecord
     if (!record.Find(&name)) return std::nullopt;
     if (!name.empty()) {
         std::wstring path = MediaDB::CreateMediaCacheFilePath(place.cacheFolder, name);
-        if (QFile::exists(QString::fromStdWString(path))) return path;
+        if (IsThere(path)) return path;
     }
     record.Remove();
     return std::nullopt;
@@ -58,6 +55,25 @@ void Touch(const CacheFilePlace& place, CacheRecord& record, const std::wstring&
         record.Touch();
     } catch (const std::exception&) {
         Log(place, L"Could not update timestamp: ", cachePath);
+    }
+}
+
+/// Finds the current file and stamps its record. Another process may remove file and record until
+/// the stamp is made, so the file counts only if it is there afterwards.
+std::optional<std::wstring> FindAndTouch(const CacheFilePlace& place, CacheRecord& record) {
+    while (auto current = FindCurrent(place, record)) {
+        Touch(place, record, *current);
+        if (IsThere(*current)) return current;
+    }
+    return std::nullopt;
+}
+
+/// The file of the process that recorded it first. Where the database fails again, there is none.
+std::wstring FindTheirs(const CacheFilePlace& place, CacheRecord& record) {
+    try {
+        return FindAndTouch(place, record).value_or(std::wstring());
+    } catch (const std::exception&) {
+        return {};
     }
 }
 
@@ -95,19 +111,18 @@ bool IsCached(const MediaAsset& asset, bool includeAllCodecs) {
 }
 
 bool SyncToDisk(const std::wstring& path) {
-    const std::string file = zrtl::ToUtf8(path);
-    const std::size_t slash = file.rfind('/');
-    const std::string folder = slash == std::string::npos ? "." : file.substr(0, slash + 1);
-    return Sync(file, 0) && Sync(folder, O_DIRECTORY);
+    const std::string name = zrtl::ToUtf8(path);
+    const int descriptor = files::OpenForReading(name, files::Links::Refused);
+    if (descriptor < 0) return false;
+    const bool synced = files::SyncWithFolder(name, descriptor);
+    files::Close(descriptor);
+    return synced;
 }
 
 std::wstring FindOrMakeCacheFile(const CacheFilePlace& place, CacheRecord* record,
-                                 const MakeCacheFile& make) {
+                                 const MakeCacheFile& make, WhenRefused whenRefused) {
     if (record != nullptr) {
-        if (const auto current = FindCurrent(place, *record)) {
-            Touch(place, *record, *current);
-            return *current;
-        }
+        if (auto current = FindAndTouch(place, *record)) return std::move(*current);
     }
 
     const std::wstring name = zrtl::ZRID::Create().ToString() + place.extension;
@@ -117,8 +132,8 @@ std::wstring FindOrMakeCacheFile(const CacheFilePlace& place, CacheRecord* recor
         Log(place, L"Could not save: ", path);
         return {};
     }
-    if (record != nullptr && !Add(place, *record, name, path)) return {};
-    return path;
+    if (record == nullptr || Add(place, *record, name, path)) return path;
+    return whenRefused == WhenRefused::LookAgain ? FindTheirs(place, *record) : std::wstring();
 }
 
 }  // namespace orlo::sonrel::detail

@@ -16,6 +16,7 @@ namespace orlo::sonrel {
 using detail::CacheFilePlace;
 using detail::CacheRecord;
 using detail::MediaKey;
+using detail::WhenRefused;
 using project::LogFile;
 using project::MediaAsset;
 using project::MediaDB;
@@ -66,15 +67,10 @@ bool ConvertToCacheFile(const MediaKey& key, int sampleRate, const std::wstring&
     }
 }
 
-}  // namespace
-
-namespace ConformedAudioFileHelper {
-
-std::wstring CreateConformedAudioFile(const std::shared_ptr<MediaAsset>& asset, int sampleRate,
-                                      const std::wstring& cacheFolder,
-                                      const std::shared_ptr<LogFile>& log,
-                                      const std::shared_ptr<MediaDB>& database,
-                                      bool includeAllCodecs) {
+std::wstring Conform(const std::shared_ptr<MediaAsset>& asset, int sampleRate,
+                     const std::wstring& cacheFolder, const std::shared_ptr<LogFile>& log,
+                     const std::shared_ptr<MediaDB>& database, bool includeAllCodecs,
+                     WhenRefused whenRefused) {
     if (cacheFolder.empty()) return {};
     if (!detail::IsCached(*asset, includeAllCodecs)) return {};
     const MediaKey key = detail::KeyOf(*asset);
@@ -87,10 +83,25 @@ std::wstring CreateConformedAudioFile(const std::shared_ptr<MediaAsset>& asset, 
     std::optional<ConformedRecord> record;
     if (database != nullptr) record.emplace(*database, key, sampleRate);
     const CacheFilePlace place{key.mediaPath, cacheFolder, L".xwmc", log.get()};
-    return detail::FindOrMakeCacheFile(place, record ? &*record : nullptr,
-                                       [&](const std::wstring& cachePath) {
-                                           return ConvertToCacheFile(key, sampleRate, cachePath);
-                                       });
+    return detail::FindOrMakeCacheFile(
+        place, record ? &*record : nullptr,
+        [&](const std::wstring& cachePath) {
+            return ConvertToCacheFile(key, sampleRate, cachePath);
+        },
+        whenRefused);
+}
+
+}  // namespace
+
+namespace ConformedAudioFileHelper {
+
+std::wstring CreateConformedAudioFile(const std::shared_ptr<MediaAsset>& asset, int sampleRate,
+                                      const std::wstring& cacheFolder,
+                                      const std::shared_ptr<LogFile>& log,
+                                      const std::shared_ptr<MediaDB>& database,
+                                      bool includeAllCodecs) {
+    return Conform(asset, sampleRate, cacheFolder, log, database, includeAllCodecs,
+                   WhenRefused::GiveUp);
 }
 
 void SetAudioSamplesAvailable(const std::shared_ptr<MediaAsset>& asset, int sampleRate,
@@ -105,9 +116,9 @@ void SetAudioSamplesAvailable(const std::shared_ptr<MediaAsset>& asset, int samp
 void SetAudioSamplesAvailable(const std::shared_ptr<MediaAsset>& asset, int sampleRate,
                               const std::wstring& cacheFolder, const std::shared_ptr<LogFile>& log,
                               const std::shared_ptr<MediaDB>& database, bool includeAllCodecs) {
-    SetAudioSamplesAvailable(
-        asset, sampleRate,
-        CreateConformedAudioFile(asset, sampleRate, cacheFolder, log, database, includeAllCodecs));
+    SetAudioSamplesAvailable(asset, sampleRate,
+                             Conform(asset, sampleRate, cacheFolder, log, database,
+                                     includeAllCodecs, WhenRefused::LookAgain));
 }
 
 void SetAudioSamplesAvailable(const std::shared_ptr<project::Project>& project,

@@ -7,6 +7,7 @@
 #include "sonrel/caches/LogFile.h"
 #include "sonrel/caches/PeakFile.h"
 #include "sonrel/caches/detail/CacheFile.h"
+#include "sonrel/caches/detail/PeakFileWriter.h"
 #include "sonrel/contracts/project.h"
 #include "sonrel/contracts/zrtl/ZRCriticalSection.h"
 
@@ -15,6 +16,7 @@ namespace orlo::sonrel {
 using detail::CacheFilePlace;
 using detail::CacheRecord;
 using detail::MediaKey;
+using detail::WhenRefused;
 using project::LogFile;
 using project::MediaAsset;
 using project::MediaDB;
@@ -46,22 +48,18 @@ private:
 
 bool MakePeakFile(const std::shared_ptr<MediaAsset>& asset, const std::wstring& cachePath) {
     try {
-        return PeakFile::Create(asset, cachePath, PeakFile::CreateMode::Auto) == 0 &&
+        return detail::WritePeakFile(asset, cachePath, PeakFile::CreateMode::Auto,
+                                     detail::PeakOutput::New) == 0 &&
                detail::SyncToDisk(cachePath);
     } catch (const std::exception&) {
         return false;
     }
 }
 
-}  // namespace
-
-namespace WaveformPeakFileHelper {
-
-std::wstring CreateWaveformPeakFile(const std::shared_ptr<MediaAsset>& asset,
-                                    const std::wstring& cacheFolder,
-                                    const std::shared_ptr<LogFile>& log,
-                                    const std::shared_ptr<MediaDB>& database,
-                                    bool includeAllCodecs) {
+std::wstring FindOrMake(const std::shared_ptr<MediaAsset>& asset, const std::wstring& cacheFolder,
+                        const std::shared_ptr<LogFile>& log,
+                        const std::shared_ptr<MediaDB>& database, bool includeAllCodecs,
+                        WhenRefused whenRefused) {
     if (cacheFolder.empty()) return {};
     if (!detail::IsCached(*asset, includeAllCodecs)) return {};
     const MediaKey key = detail::KeyOf(*asset);
@@ -76,7 +74,19 @@ std::wstring CreateWaveformPeakFile(const std::shared_ptr<MediaAsset>& asset,
     const CacheFilePlace place{key.mediaPath, cacheFolder, L".xwpk", log.get()};
     return detail::FindOrMakeCacheFile(
         place, record ? &*record : nullptr,
-        [&](const std::wstring& cachePath) { return MakePeakFile(asset, cachePath); });
+        [&](const std::wstring& cachePath) { return MakePeakFile(asset, cachePath); }, whenRefused);
+}
+
+}  // namespace
+
+namespace WaveformPeakFileHelper {
+
+std::wstring CreateWaveformPeakFile(const std::shared_ptr<MediaAsset>& asset,
+                                    const std::wstring& cacheFolder,
+                                    const std::shared_ptr<LogFile>& log,
+                                    const std::shared_ptr<MediaDB>& database,
+                                    bool includeAllCodecs) {
+    return FindOrMake(asset, cacheFolder, log, database, includeAllCodecs, WhenRefused::GiveUp);
 }
 
 void SetWaveformPreviewAvailable(const std::shared_ptr<MediaAsset>& asset,
@@ -92,8 +102,8 @@ void SetWaveformPreviewAvailable(const std::shared_ptr<MediaAsset>& asset,
                                  const std::wstring& cacheFolder,
                                  const std::shared_ptr<LogFile>& log,
                                  const std::shared_ptr<MediaDB>& database, bool includeAllCodecs) {
-    SetWaveformPreviewAvailable(
-        asset, CreateWaveformPeakFile(asset, cacheFolder, log, database, includeAllCodecs));
+    SetWaveformPreviewAvailable(asset, FindOrMake(asset, cacheFolder, log, database,
+                                                  includeAllCodecs, WhenRefused::LookAgain));
 }
 
 }  // namespace WaveformPeakFileHelper

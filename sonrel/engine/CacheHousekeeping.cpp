@@ -6,6 +6,7 @@
 #include "sonrel/caches/LogFile.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/engine/detail/SonrelImpl.h"
+#include "sonrel/files/RegularFile.h"
 
 namespace orlo::sonrel {
 
@@ -14,24 +15,36 @@ using project::MediaDB;
 
 namespace {
 
-/// The cache folder and the log, to delete the files of one kind of record after another.
+/// The database, the cache folder and the log, to delete the files of one kind of record after
+/// another.
 struct Housekeeper {
+    MediaDB& database;
+    int days;
     QDir cacheFolder;
     LogFile* log;  // may be null
 
-    /// Deletes the files of @p due in list order, and the record of each file that is gone. The
-    /// record of a file that cannot be deleted stays, so that the next run tries again.
+    /// Deletes the files of @p due in list order, and the record of each file that is gone. A
+    /// record that was stamped since it was found keeps its file. The record of a file that cannot
+    /// be deleted stays, so that the next run tries again.
     template <class List, class RemoveRecord>
     void Clear(const List& due, const wchar_t* failureText, RemoveRecord removeRecord) const {
         for (const auto& record : due) {
-            const QString path =
-                cacheFolder.absoluteFilePath(QString::fromStdWString(record.cacheFilename));
-            if (!QFile::exists(path) || QFile::remove(path)) {
-                removeRecord(record);
-            } else if (log != nullptr) {
+            bool isGone = true;
+            database.IfStillUnused(record, days, [&] {
+                isGone = RemoveFile(record.cacheFilename);
+                if (isGone) removeRecord(record);
+            });
+            if (!isGone && log != nullptr) {
                 log->Write(failureText + record.mediaPath + L" " + record.cacheFilename);
             }
         }
+    }
+
+private:
+    /// @return whether the file is gone, or was never there
+    bool RemoveFile(const std::wstring& name) const {
+        const QString path = cacheFolder.absoluteFilePath(QString::fromStdWString(name));
+        return !QFile::exists(path) || files::Remove(QFile::encodeName(path).toStdString());
     }
 };
 
@@ -46,7 +59,8 @@ unsigned long long Sonrel::ClearCacheFiles() {
     const auto peaks = database->FindUnusedPeakFiles(days);
     const auto vfr = database->FindUnusedVFRCacheFiles(days);
 
-    const Housekeeper housekeeper{QDir(QString::fromStdWString(impl_->mediaCacheFolderPath)),
+    const Housekeeper housekeeper{*database, days,
+                                  QDir(QString::fromStdWString(impl_->mediaCacheFolderPath)),
                                   impl_->mediaCacheErrorLog.get()};
     housekeeper.Clear(conformed, L"Could not remove conformed file when clearing cache files: ",
                       [&](const MediaDB::ConformedFile& record) {

@@ -39,6 +39,17 @@ protected:
         return 9;
     }
 
+    /// While the file is converted, another process records its own.
+    void AnotherProcessIsFirst() {
+        media.convert = [this](const std::wstring& path) {
+            WriteConverted(path);
+            sonrel_tests::WriteFile(folder / "cache" / "theirs.xwmc", "done");
+            db.conformed.push_back({mediaPath, orlo::sonrel::detail::MediaFingerprint(mediaPath), 0,
+                                    48000, L"theirs.xwmc"});
+            return 0;
+        };
+    }
+
     /// One line, text, media path, blank and a path in the cache folder.
     void ExpectOneLine(const std::string& text) {
         const auto lines = Log();
@@ -161,18 +172,103 @@ TEST_F(ConformedFileFailure, AFileThatCannotBeRecordedIsNotSetOnTheStream) {
 }
 
 TEST_F(ConformedFileFailure, AFileThatAnotherProcessRecordedMeanwhileIsFoundWhenAskedOnceMore) {
-    media.convert = [this](const std::wstring& path) {
-        WriteConverted(path);
-        sonrel_tests::WriteFile(folder / "cache" / "theirs.xwmc", "done");
-        db.conformed.push_back({mediaPath, orlo::sonrel::detail::MediaFingerprint(mediaPath), 0,
-                                48000, L"theirs.xwmc"});
-        return 0;
-    };
+    AnotherProcessIsFirst();
 
     EXPECT_EQ(Create(), L"");
     ExpectOneLine("Could not add to database: ");
     EXPECT_THAT(CacheFiles(), ElementsAre("theirs.xwmc"));
     EXPECT_EQ(Create(), folder.Wide("cache/theirs.xwmc"));
+}
+
+TEST_F(ConformedFileFailure, TheFileThatAnotherProcessRecordedMeanwhileIsSetOnTheStream) {
+    AnotherProcessIsFirst();
+
+    orlo::sonrel::ConformedAudioFileHelper::SetAudioSamplesAvailable(asset, 48000, cacheFolder, log,
+                                                                     database, true);
+
+    EXPECT_EQ(asset->AudioStream()->ConformedFilePath(), folder.Wide("cache/theirs.xwmc"));
+    EXPECT_TRUE(asset->AudioStream()->SamplesAvailable());
+    EXPECT_EQ(db.CallCount("TouchConformedFile"), 1);
+    EXPECT_EQ(media.CallCount("Convert"), 1);
+    ExpectOneLine("Could not add to database: ");
+    EXPECT_THAT(CacheFiles(), ElementsAre("theirs.xwmc"));
+}
+
+TEST_F(ConformedFileFailure, ADatabaseThatFailsAtTheSecondLookupTooLeavesTheStreamWithoutAFile) {
+    AnotherProcessIsFirst();
+    db.ThrowAt("GetConformedFilename", 2, "disk I/O error");
+
+    orlo::sonrel::ConformedAudioFileHelper::SetAudioSamplesAvailable(asset, 48000, cacheFolder, log,
+                                                                     database, true);
+
+    EXPECT_EQ(asset->AudioStream()->ConformedFilePath(), L"");
+    EXPECT_TRUE(asset->AudioStream()->SamplesAvailable());
+    EXPECT_TRUE(LockIsFree());
+}
+
+TEST_F(ConformedFileFailure, AFileThatIsRemovedBeforeItsStampIsMadeAnew) {
+    const std::wstring first = Create();
+    db.touch = [&] {
+        std::filesystem::remove(zrtl::ToUtf8(first));
+        db.conformed.clear();
+    };
+
+    const std::wstring second = Create();
+
+    EXPECT_NE(second, first);
+    EXPECT_THAT(CacheFiles(), SizeIs(1));
+    EXPECT_EQ(second, folder.Wide("cache/" + CacheFiles()[0]));
+    ASSERT_THAT(db.conformed, SizeIs(1));
+    EXPECT_EQ(db.conformed[0].cacheFilename, zrtl::FromUtf8(CacheFiles()[0]));
+    EXPECT_THAT(Log(), IsEmpty());
+}
+
+TEST_F(ConformedFileFailure, ALinkInThePlaceOfTheFileIsNotUsed) {
+    const std::filesystem::path first = zrtl::ToUtf8(Create());
+    std::filesystem::rename(first, folder / "moved.xwmc");
+    std::filesystem::create_symlink(folder / "moved.xwmc", first);
+
+    const std::filesystem::path second = zrtl::ToUtf8(Create());
+
+    EXPECT_NE(second, first);
+    EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::symlink_status(second)));
+}
+
+TEST_F(ConformedFileFailure, EveryStandardExceptionOfAStampIsLogged) {
+    const std::wstring first = Create();
+    db.touch = [] { throw std::bad_alloc(); };
+
+    EXPECT_EQ(Create(), first);
+
+    EXPECT_THAT(Log(), ElementsAre(StartsWith("Could not update timestamp: ")));
+}
+
+TEST_F(ConformedFileFailure, EveryStandardExceptionOfARecordingDeletesTheFileAndIsLogged) {
+    db.add = [] { throw std::bad_alloc(); };
+
+    EXPECT_EQ(Create(), L"");
+
+    ExpectOneLine("Could not add to database: ");
+    EXPECT_THAT(CacheFiles(), IsEmpty());
+}
+
+TEST_F(ConformedFileFailure, WhatIsNoStandardExceptionPassesThroughAStampAndFreesTheLock) {
+    Create();
+    db.touch = [] { throw 42; };
+
+    EXPECT_THROW(Create(), int);
+
+    EXPECT_TRUE(LockIsFree());
+    EXPECT_THAT(Log(), IsEmpty());
+}
+
+TEST_F(ConformedFileFailure, WhatIsNoStandardExceptionPassesThroughARecordingAndFreesTheLock) {
+    db.add = [] { throw 42; };
+
+    EXPECT_THROW(Create(), int);
+
+    EXPECT_TRUE(LockIsFree());
+    EXPECT_THAT(Log(), IsEmpty());
 }
 
 TEST_F(ConformedFileFailure, AFailedStampIsLoggedAndTheFileIsUsed) {

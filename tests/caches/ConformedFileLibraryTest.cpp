@@ -1,10 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <stdexcept>
+#include <utility>
 
 #include "sonrel/caches/ConformedAudioFileHelper.h"
 #include "sonrel/contracts/project.h"
 #include "sonrel/engine/Sonrel.h"
+#include "sonrel/standin/media/ConversionObserver.h"
+#include "tests/support/AnotherProcess.h"
 #include "tests/support/MediaAssets.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WaveBytes.h"
@@ -201,6 +209,99 @@ TEST_F(ConformedFileLibrary, AnotherProjectOnTheSameDatabaseFindsTheFile) {
 
     EXPECT_EQ(Create(), first);
     EXPECT_THAT(CacheFiles(), SizeIs(1));
+}
+
+/// A pipe over which one process tells another to go on.
+class Signal {
+public:
+    Signal() {
+        if (pipe(ends_) != 0) throw std::runtime_error("no pipe");
+    }
+    ~Signal() {
+        close(ends_[0]);
+        close(ends_[1]);
+    }
+    Signal(const Signal&) = delete;
+    Signal& operator=(const Signal&) = delete;
+
+    void Send() const {
+        if (write(ends_[1], "x", 1) != 1) std::abort();
+    }
+    void Wait() const {
+        char byte = 0;
+        if (read(ends_[0], &byte, 1) != 1) std::abort();
+    }
+
+private:
+    int ends_[2] = {};
+};
+
+TEST_F(ConformedFileLibrary, OfTwoProcessesThatConformOneProjectBothUseTheFileOfTheFirst) {
+    const Signal converting;
+    const Signal recorded;
+    const auto projectWithAsset = [this] {
+        auto project = std::make_shared<orlo::project::Project>();
+        project->Assets().Add(MakeMediaAsset(project->Manager(), folder.Wide("a.wav")));
+        return project;
+    };
+    const auto conformedPath = [](orlo::project::Project& project) {
+        const auto media = std::static_pointer_cast<MediaAsset>(project.Assets().All()[0]);
+        return media->AudioStream()->ConformedFilePath();
+    };
+
+    const pid_t slower = fork();
+    if (slower == 0) {
+        bool isFirst = true;
+        const zrh::media::ConversionObserver observer([&](long long, long long) {
+            if (std::exchange(isFirst, false)) {
+                converting.Send();
+                recorded.Wait();
+            }
+            return true;
+        });
+        const auto project = projectWithAsset();
+        const auto theirs = Sonrel::Create(folder.Wide("media.db"), folder.Wide("cache"), nullptr,
+                                           Sonrel::LogOption::WriteErrorLog);
+        SetAudioSamplesAvailable(project, theirs, true);
+        ConformedAudioFile file;
+        const bool isAudible = file.Open(conformedPath(*project)) && file.SampleCount() == 4800;
+        _exit(isAudible && NamesIn(folder / "cache").size() == 1 ? 0 : 1);
+    }
+    converting.Wait();
+    const auto project = projectWithAsset();
+    SetAudioSamplesAvailable(project, engine, true);
+    recorded.Send();
+    int status = 0;
+    waitpid(slower, &status, 0);
+
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_NE(conformedPath(*project), L"");
+    EXPECT_THAT(CacheFiles(), SizeIs(1));
+}
+
+TEST_F(ConformedFileLibrary, AFolderThatMayBeWrittenAndEnteredButNotListedTakesFiles) {
+    std::filesystem::permissions(folder.Path(), std::filesystem::perms(0777));
+    engine.reset();
+    for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
+        if (entry.is_regular_file())
+            std::filesystem::permissions(entry, std::filesystem::perms(0666));
+    }
+    std::filesystem::permissions(folder / "cache", std::filesystem::perms(0333));
+
+    const int answer = sonrel_tests::AsAnyone([&] {
+        const auto theirs = Sonrel::Create(folder.Wide("media.db"), folder.Wide("cache"), nullptr,
+                                           Sonrel::LogOption::WriteErrorLog);
+        if (theirs == nullptr) return 1;
+        const std::wstring path = CreateConformedAudioFile(
+            asset, 48000, theirs->MediaCacheFolderPath(), theirs->MediaCacheErrorLog(),
+            theirs->OpenMediaDatabaseConnection(), true);
+        ConformedAudioFile file;
+        return file.Open(path) ? 0 : 2;
+    });
+
+    std::filesystem::permissions(folder / "cache", std::filesystem::perms(0700));
+    EXPECT_EQ(answer, 0);
 }
 
 }  // namespace

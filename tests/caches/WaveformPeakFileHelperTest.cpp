@@ -302,6 +302,55 @@ TEST_F(WaveformPeakFile, AFileThatCannotBeRecordedIsDeleted) {
     EXPECT_THAT(CacheFiles(), IsEmpty());
 }
 
+TEST_F(WaveformPeakFile, TheFileThatAnotherProcessRecordedMeanwhileIsSetOnTheStream) {
+    db.add = [this] {
+        WriteFile(folder / "cache" / "theirs.xwpk", "peaks");
+        db.peaks.push_back({mediaPath, MediaFingerprint(mediaPath), 0, L"theirs.xwpk"});
+    };
+
+    SetWaveformPreviewAvailable(asset, cacheFolder, log, database, true);
+
+    EXPECT_EQ(asset->AudioStream()->WaveformPeakFilePath(), folder.Wide("cache/theirs.xwpk"));
+    ExpectOneLine("Could not add to database: ");
+    EXPECT_THAT(CacheFiles(), ElementsAre("theirs.xwpk"));
+}
+
+TEST_F(WaveformPeakFile, AFileThatIsRemovedBeforeItsStampIsMadeAnew) {
+    const std::wstring first = Create();
+    db.touch = [&] {
+        std::filesystem::remove(zrtl::ToUtf8(first));
+        db.peaks.clear();
+    };
+
+    EXPECT_NE(Create(), first);
+
+    EXPECT_THAT(CacheFiles(), SizeIs(1));
+    EXPECT_THAT(db.peaks, SizeIs(1));
+}
+
+TEST_F(WaveformPeakFile, EveryStandardExceptionOfStampAndRecordingIsLogged) {
+    db.add = [] { throw std::bad_alloc(); };
+    EXPECT_EQ(Create(), L"");
+    db.add = nullptr;
+    const std::wstring path = Create();
+    db.touch = [] { throw std::bad_alloc(); };
+    EXPECT_EQ(Create(), path);
+
+    EXPECT_THAT(Log(), ElementsAre(StartsWith("Could not add to database: "),
+                                   StartsWith("Could not update timestamp: ")));
+}
+
+TEST_F(WaveformPeakFile, WhatIsNoStandardExceptionPassesThroughStampAndRecording) {
+    db.add = [] { throw 42; };
+    EXPECT_THROW(Create(), int);
+    db.add = nullptr;
+    Create();
+    db.touch = [] { throw 42; };
+    EXPECT_THROW(Create(), int);
+
+    EXPECT_THAT(Log(), IsEmpty());
+}
+
 TEST_F(WaveformPeakFile, AFailedStampIsLoggedAndTheFileIsUsed) {
     const std::wstring first = Create();
     db.Throw("TouchPeakFile", "disk I/O error");

@@ -68,7 +68,7 @@ TEST_F(CacheHousekeepingFailure, TheThreeSearchesComeFirstAndInOrderWithTheOneNu
 
     EXPECT_THAT(db.Calls(),
                 ElementsAre("MediaDB false", "FindUnusedConformedFiles 7", "FindUnusedPeakFiles 7",
-                            "FindUnusedVFRCacheFiles 7", "RemoveConformedFile"));
+                            "FindUnusedVFRCacheFiles 7", "RemoveConformedFile in transaction"));
 }
 
 TEST_F(CacheHousekeepingFailure, NegativeDaysAreHandedOnAsTheyAre) {
@@ -91,9 +91,28 @@ TEST_F(CacheHousekeepingFailure, RecordsGoConformedFirstThenPeaksThenVfrInListOr
 
     const auto calls = db.Calls();
     ASSERT_THAT(calls, SizeIs(7));
-    EXPECT_EQ(calls[4], "RemoveConformedFile");
-    EXPECT_EQ(calls[5], "RemovePeakFile");
-    EXPECT_EQ(calls[6], "RemoveVFRCacheFile");
+    EXPECT_EQ(calls[4], "RemoveConformedFile in transaction");
+    EXPECT_EQ(calls[5], "RemovePeakFile in transaction");
+    EXPECT_EQ(calls[6], "RemoveVFRCacheFile in transaction");
+}
+
+TEST_F(CacheHousekeepingFailure, ARecordThatIsStampedAfterTheSearchKeepsItsFileAndCounts) {
+    AddConformed("a.xwmc");
+    AddConformed("b.xwmc");
+    WriteFile(folder / "cache" / "c.xwpk", "peaks");
+    db.peaks.push_back({L"/media/a.mov", L"f", 0, L"c.xwpk"});
+    WriteFile(folder / "cache" / "d.vfr", "vfr");
+    db.vfr.push_back({L"/media/a.mov", L"f", 0, L"d.vfr"});
+    db.stamped = {L"a.xwmc", L"c.xwpk", L"d.vfr"};
+
+    EXPECT_EQ(engine->ClearCacheFiles(), 4u);
+
+    EXPECT_THAT(NamesIn(folder / "cache"), ElementsAre("a.xwmc", "c.xwpk", "d.vfr"));
+    ASSERT_THAT(db.conformed, SizeIs(1));
+    EXPECT_EQ(db.conformed[0].cacheFilename, L"a.xwmc");
+    EXPECT_THAT(db.peaks, SizeIs(1));
+    EXPECT_THAT(db.vfr, SizeIs(1));
+    EXPECT_THAT(Log(), IsEmpty());
 }
 
 TEST_F(CacheHousekeepingFailure, AFileThatCannotBeDeletedGivesALineAndKeepsItsRecordAndCounts) {

@@ -60,18 +60,22 @@ using MakeCacheFile = std::function<bool(const std::wstring& cachePath)>;
 /// @return whether both are there
 bool SyncToDisk(const std::wstring& path);
 
+/// What follows when a finished file cannot be recorded. Another process may have recorded its own
+/// file first.
+enum class WhenRefused { GiveUp, LookAgain };
+
 /// Finds the current file of a record, or makes one under a fresh name and records it.
 ///
-/// A record is current when it has a name and the file of that name is there; the file is not
-/// looked into. A record that is not current is removed. A file that was not made whole, or that
-/// cannot be recorded, is deleted, and a line in the log says so; a record that cannot be stamped
-/// costs a line only.
+/// A record is current when it has a name and the file of that name is there and is not a link; the
+/// content of the file is not examined. A record that is not current is removed. A file that was
+/// not made whole, or that cannot be recorded, is deleted, and a line in the log says so; a record
+/// that cannot be stamped costs a line only.
 ///
 /// The caller holds the lock of the media path.
 /// @param record  null without a database: a file is made each time and recorded nowhere
 /// @return the full path; empty on failure
 /// @throws std::exception what the record's Find and Remove throw, and "Cannot create UUID"
 std::wstring FindOrMakeCacheFile(const CacheFilePlace& place, CacheRecord* record,
-                                 const MakeCacheFile& make);
+                                 const MakeCacheFile& make, WhenRefused whenRefused);
 
 }  // namespace orlo::sonrel::detail

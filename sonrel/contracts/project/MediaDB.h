@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -93,13 +94,25 @@ public:
     /// Stamps a record as used now. @return whether there is one
     bool TouchConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                             int streamIndex, int sampleRate);
-    /// Forgets a record. @return whether there was one
+    /// Forgets a record if it still has the cache file name that this connection read or added last
+    /// under the key, so that a record that another connection made since stays. Under a key that
+    /// this connection neither read nor added, forgets the record whatever its name is.
+    /// @return whether a record was forgotten
     bool RemoveConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                              int streamIndex, int sampleRate);
     /// Records last used @p days days of 24 hours ago or earlier, the longest unused first; 0 and
     /// negative numbers find all. A record stamped in the future, by a clock that was put back
     /// since, counts as used now.
     ConformedFileList FindUnusedConformedFiles(int days) const;
+    /// Runs @p work if a record that was found unused is still unused and still has its cache file
+    /// name, in one write transaction: no other connection, of any process, stamps, adds or forgets
+    /// a record meanwhile. A stamp comes either before, and the work does not run, or after it.
+    /// @param record  from FindUnusedConformedFiles
+    /// @param days    as in that call
+    /// @param work    may forget the record through this connection
+    /// @return whether the work ran
+    /// @throws std::runtime_error, and what the work throws: the database is then as it was before
+    bool IfStillUnused(ConformedFile const& record, int days, std::function<void()> const& work);
 
     bool GetPeakFilename(std::wstring const& mediaPath, std::wstring const& fingerprint,
                          int streamIndex, std::wstring* fileName) const;
@@ -110,12 +123,14 @@ public:
     bool RemovePeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                         int streamIndex);
     PeakFileList FindUnusedPeakFiles(int days) const;
+    bool IfStillUnused(PeakFile const& record, int days, std::function<void()> const& work);
 
     void AddVFRCacheFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                          int streamIndex, std::wstring const& fileName);
     bool RemoveVFRCacheFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                             int streamIndex);
     VFRCacheFileList FindUnusedVFRCacheFiles(int days) const;
+    bool IfStillUnused(VFRCacheFile const& record, int days, std::function<void()> const& work);
 
 private:
     std::unique_ptr<MediaDBImpl> impl_;

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/contracts/project/MediaDB.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <string>
 
+#include "sonrel/files/RegularFile.h"
 #include "sonrel/standin/project/detail/DatabaseHooks.h"
 #include "sonrel/standin/project/detail/DatabaseSchema.h"
 #include "sonrel/standin/project/detail/RecordTable.h"
@@ -31,23 +29,10 @@ struct MediaDBImpl {
     RecordTable vfr;
 };
 
-namespace {
-
-/// Makes the name of a new database as durable as its content.
-void SyncFolderOf(const std::string& path) {
-    const std::size_t slash = path.rfind('/');
-    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-    const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0) return;
-    fsync(descriptor);
-    close(descriptor);
-}
-
-}  // namespace
-
 MediaDB::MediaDB(std::wstring const& databasePath, std::wstring const&, bool createAndMigrate)
     : impl_(std::make_unique<MediaDBImpl>(databasePath, createAndMigrate)) {
-    if (impl_->status == Created) SyncFolderOf(impl_->connection.Path());
+    // The name of a new database becomes as durable as its content, where the folder allows it.
+    if (impl_->status == Created) files::SyncFolderOf(impl_->connection.Path());
 }
 
 MediaDB::~MediaDB() = default;
@@ -92,6 +77,13 @@ MediaDB::ConformedFileList MediaDB::FindUnusedConformedFiles(int days) const {
     return list;
 }
 
+bool MediaDB::IfStillUnused(ConformedFile const& record, int days,
+                            std::function<void()> const& work) {
+    return impl_->conformed.IfUnused(
+        {record.mediaPath, record.mediaFingerprint, record.streamIndex, record.sampleRate},
+        record.cacheFilename, days, DatabaseNow(), work);
+}
+
 bool MediaDB::GetPeakFilename(std::wstring const& mediaPath, std::wstring const& fingerprint,
                               int streamIndex, std::wstring* fileName) const {
     return impl_->peak.Get({mediaPath, fingerprint, streamIndex}, fileName);
@@ -121,6 +113,11 @@ MediaDB::PeakFileList MediaDB::FindUnusedPeakFiles(int days) const {
     return list;
 }
 
+bool MediaDB::IfStillUnused(PeakFile const& record, int days, std::function<void()> const& work) {
+    return impl_->peak.IfUnused({record.mediaPath, record.mediaFingerprint, record.streamIndex},
+                                record.cacheFilename, days, DatabaseNow(), work);
+}
+
 void MediaDB::AddVFRCacheFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                               int streamIndex, std::wstring const& fileName) {
     impl_->vfr.Add({mediaPath, fingerprint, streamIndex}, fileName, DatabaseNow());
@@ -138,6 +135,12 @@ MediaDB::VFRCacheFileList MediaDB::FindUnusedVFRCacheFiles(int days) const {
             {row.Text(0), row.Text(1), static_cast<int>(row.Number(2)), row.BareName(3)});
     });
     return list;
+}
+
+bool MediaDB::IfStillUnused(VFRCacheFile const& record, int days,
+                            std::function<void()> const& work) {
+    return impl_->vfr.IfUnused({record.mediaPath, record.mediaFingerprint, record.streamIndex},
+                               record.cacheFilename, days, DatabaseNow(), work);
 }
 
 }  // namespace orlo::project

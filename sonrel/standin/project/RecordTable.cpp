@@ -3,6 +3,8 @@
 
 #include <limits>
 
+#include "sonrel/contracts/zrtl/Paths.h"
+
 namespace orlo::project {
 
 namespace {
@@ -43,6 +45,18 @@ std::string UpdateLastUse(RecordTable::Kind kind) {
     return "UPDATE " + Table(kind) + " SET last_use = " + (hasRate ? "?5" : "?4") + WhereKey(kind);
 }
 
+/// The name's parameter is the last one; null stands for any name.
+std::string DeleteNamed(RecordTable::Kind kind) {
+    const std::string name = kind == RecordTable::Kind::Conformed ? "?5" : "?4";
+    return "DELETE FROM " + Table(kind) + WhereKey(kind) + " AND (" + name +
+           " IS NULL OR cache_filename = " + name + ")";
+}
+
+std::string SelectUnusedName(RecordTable::Kind kind) {
+    return "SELECT cache_filename FROM " + Table(kind) + WhereKey(kind) +
+           " AND last_use <= " + (kind == RecordTable::Kind::Conformed ? "?5" : "?4");
+}
+
 constexpr char KEY[] = "media_path, media_fingerprint, stream_index";
 
 std::string SelectUnused(RecordTable::Kind kind) {
@@ -63,8 +77,9 @@ RecordTable::RecordTable(SqliteConnection& connection, Kind kind)
       get_(connection, "SELECT cache_filename FROM " + Table(kind) + WhereKey(kind)),
       add_(connection, InsertInto(kind)),
       touch_(connection, UpdateLastUse(kind)),
-      remove_(connection, "DELETE FROM " + Table(kind) + WhereKey(kind)),
+      remove_(connection, DeleteNamed(kind)),
       findUnused_(connection, SelectUnused(kind)),
+      isUnused_(connection, SelectUnusedName(kind)),
       list_(connection, SelectAll(kind)) {}
 
 bool RecordTable::Get(const RecordKey& key, std::wstring* name) {
@@ -72,6 +87,7 @@ bool RecordTable::Get(const RecordKey& key, std::wstring* name) {
     Bind(&run, key);
     if (!run.Step()) return false;
     *name = run.BareName(0);
+    lastNames_[Owned(key)] = run.Bytes(0);
     return true;
 }
 
@@ -82,6 +98,7 @@ void RecordTable::Add(const RecordKey& key, std::wstring const& name, long long 
     run.Bind(name);
     run.Bind(nowMs);
     run.Step();
+    lastNames_[Owned(key)] = zrtl::ToUtf8(name);
 }
 
 // A stamp or a removal that a power cut takes back does no harm: the one ages a file early, the
@@ -101,8 +118,27 @@ bool RecordTable::Remove(const RecordKey& key) {
     connection_.SetDurable(false);
     SqliteRun run(remove_);
     Bind(&run, key);
+    const auto lastName = lastNames_.find(Owned(key));
+    if (lastName != lastNames_.end()) {
+        run.Bind(lastName->second);
+        lastNames_.erase(lastName);
+    }
     run.Step();
     return Changed();
+}
+
+bool RecordTable::IsUnused(const RecordKey& key, std::wstring const& name, int days,
+                           long long nowMs) {
+    SqliteRun run(isUnused_);
+    Bind(&run, key);
+    run.Bind(Cutoff(days, nowMs));
+    if (!run.Step() || run.BareName(0) != name) return false;
+    lastNames_[Owned(key)] = run.Bytes(0);
+    return true;
+}
+
+RecordTable::OwnedKey RecordTable::Owned(const RecordKey& key) {
+    return {key.mediaPath, key.mediaFingerprint, key.streamIndex, key.sampleRate};
 }
 
 long long RecordTable::Cutoff(int days, long long nowMs) {

@@ -169,8 +169,11 @@ void SqliteRun::Bind(long long value) {
 }
 
 void SqliteRun::Bind(std::wstring const& text) {
-    const std::string bytes = zrtl::ToUtf8(text);
-    Check(sqlite3_bind_text64(statement_.Handle(), nextParameter_++, bytes.data(), bytes.size(),
+    Bind(zrtl::ToUtf8(text));
+}
+
+void SqliteRun::Bind(std::string const& utf8) {
+    Check(sqlite3_bind_text64(statement_.Handle(), nextParameter_++, utf8.data(), utf8.size(),
                               SQLITE_TRANSIENT, SQLITE_UTF8));
 }
 

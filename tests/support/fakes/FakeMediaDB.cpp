@@ -2,6 +2,7 @@
 #include "tests/support/fakes/FakeMediaDB.h"
 
 #include <algorithm>
+#include <memory>
 #include <stdexcept>
 
 namespace sonrel_tests {
@@ -19,6 +20,19 @@ struct FakeMediaDBCalls {
         if (failure->second.callsLeft == 0) fake.failures_.erase(failure);
         throw std::runtime_error(text);
     }
+
+    static bool RunIfUnused(const std::wstring& name, const std::function<void()>& work) {
+        FakeMediaDB& fake = FakeMediaDB::Instance();
+        {
+            const std::lock_guard<std::mutex> guard(fake.mutex_);
+            if (fake.stamped.contains(name)) return false;
+            fake.isInTransaction = true;
+        }
+        const auto end = [&fake](void*) { fake.isInTransaction = false; };
+        const std::unique_ptr<void, decltype(end)> transaction(&fake, end);
+        work();
+        return true;
+    }
 };
 
 FakeMediaDB& FakeMediaDB::Instance() {
@@ -31,10 +45,14 @@ void FakeMediaDB::Reset() {
     conformed.clear();
     peaks.clear();
     vfr.clear();
+    stamped.clear();
+    isInTransaction = false;
     databasePath.clear();
     cacheFolderPath.clear();
     calls_.clear();
     failures_.clear();
+    add = nullptr;
+    touch = nullptr;
     status_ = orlo::project::MediaDB::Ready;
 }
 
@@ -176,6 +194,7 @@ bool MediaDB::GetConformedFilename(std::wstring const& mediaPath, std::wstring c
 void MediaDB::AddConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                                int streamIndex, int sampleRate, std::wstring const& fileName) {
     FakeMediaDBCalls::Note("AddConformedFile");
+    if (Fake().add) Fake().add();
     const std::lock_guard<std::mutex> guard(Fake().mutex_);
     RefuseTwice(Fake().conformed, ConformedKey(mediaPath, fingerprint, streamIndex, sampleRate));
     Fake().conformed.push_back({mediaPath, fingerprint, streamIndex, sampleRate, fileName});
@@ -184,13 +203,14 @@ void MediaDB::AddConformedFile(std::wstring const& mediaPath, std::wstring const
 bool MediaDB::TouchConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                                  int streamIndex, int sampleRate) {
     FakeMediaDBCalls::Note("TouchConformedFile");
+    if (Fake().touch) Fake().touch();
     const std::lock_guard<std::mutex> guard(Fake().mutex_);
     return Has(Fake().conformed, ConformedKey(mediaPath, fingerprint, streamIndex, sampleRate));
 }
 
 bool MediaDB::RemoveConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                                   int streamIndex, int sampleRate) {
-    FakeMediaDBCalls::Note("RemoveConformedFile");
+    FakeMediaDBCalls::Note("RemoveConformedFile", Fake().isInTransaction ? "in transaction" : "");
     const std::lock_guard<std::mutex> guard(Fake().mutex_);
     return Erase(Fake().conformed, ConformedKey(mediaPath, fingerprint, streamIndex, sampleRate));
 }
@@ -211,6 +231,7 @@ bool MediaDB::GetPeakFilename(std::wstring const& mediaPath, std::wstring const&
 void MediaDB::AddPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                           int streamIndex, std::wstring const& fileName) {
     FakeMediaDBCalls::Note("AddPeakFile");
+    if (Fake().add) Fake().add();
     const std::lock_guard<std::mutex> guard(Fake().mutex_);
     RefuseTwice(Fake().peaks, StreamKey(mediaPath, fingerprint, streamIndex));
     Fake().peaks.push_back({mediaPath, fingerprint, streamIndex, fileName});
@@ -219,13 +240,14 @@ void MediaDB::AddPeakFile(std::wstring const& mediaPath, std::wstring const& fin
 bool MediaDB::TouchPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                             int streamIndex) {
     FakeMediaDBCalls::Note("TouchPeakFile");
+    if (Fake().touch) Fake().touch();
     const std::lock_guard<std::mutex> guard(Fake().mutex_);
     return Has(Fake().peaks, StreamKey(mediaPath, fingerprint, streamIndex));
 }
 
 bool MediaDB::RemovePeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                              int streamIndex) {
-    FakeMediaDBCalls::Note("RemovePeakFile");
+    FakeMediaDBCalls::Note("RemovePeakFile", Fake().isInTransaction ? "in transaction" : "");
     const std::lock_guard<std::mutex> guard(Fake().mutex_);
     return Erase(Fake().peaks, StreamKey(mediaPath, fingerprint, streamIndex));
 }
@@ -246,7 +268,7 @@ void MediaDB::AddVFRCacheFile(std::wstring const& mediaPath, std::wstring const&
 
 bool MediaDB::RemoveVFRCacheFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                                  int streamIndex) {
-    FakeMediaDBCalls::Note("RemoveVFRCacheFile");
+    FakeMediaDBCalls::Note("RemoveVFRCacheFile", Fake().isInTransaction ? "in transaction" : "");
     const std::lock_guard<std::mutex> guard(Fake().mutex_);
     return Erase(Fake().vfr, StreamKey(mediaPath, fingerprint, streamIndex));
 }
@@ -255,6 +277,18 @@ MediaDB::VFRCacheFileList MediaDB::FindUnusedVFRCacheFiles(int days) const {
     FakeMediaDBCalls::Note("FindUnusedVFRCacheFiles", std::to_string(days));
     const std::lock_guard<std::mutex> guard(Fake().mutex_);
     return All<VFRCacheFileList>(Fake().vfr);
+}
+
+bool MediaDB::IfStillUnused(ConformedFile const& record, int, std::function<void()> const& work) {
+    return FakeMediaDBCalls::RunIfUnused(record.cacheFilename, work);
+}
+
+bool MediaDB::IfStillUnused(PeakFile const& record, int, std::function<void()> const& work) {
+    return FakeMediaDBCalls::RunIfUnused(record.cacheFilename, work);
+}
+
+bool MediaDB::IfStillUnused(VFRCacheFile const& record, int, std::function<void()> const& work) {
+    return FakeMediaDBCalls::RunIfUnused(record.cacheFilename, work);
 }
 
 }  // namespace orlo::project

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <atomic>
+#include <functional>
 #include <map>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -28,7 +31,8 @@ public:
     void SetStatus(orlo::project::MediaDB::DatabaseStatus status);
 
     /// Every call so far, in order, as "Operation" or, where it has a number of days or a flag to
-    /// tell, "Operation 30" and "MediaDB true".
+    /// tell, "Operation 30" and "MediaDB true"; "RemovePeakFile in transaction" from the work of
+    /// IfStillUnused.
     std::vector<std::string> Calls() const;
     int CallCount(const std::string& operation) const;
     void ForgetCalls();
@@ -38,6 +42,14 @@ public:
     std::vector<orlo::project::MediaDB::ConformedFile> conformed;
     std::vector<orlo::project::MediaDB::PeakFile> peaks;
     std::vector<orlo::project::MediaDB::VFRCacheFile> vfr;
+    /// Cache file names of records that another process stamps after every search.
+    std::set<std::wstring> stamped;
+    /// Run at every call of AddConformedFile and AddPeakFile, and of TouchConformedFile and
+    /// TouchPeakFile. A function may throw anything.
+    std::function<void()> add;
+    std::function<void()> touch;
+    /// True while the work of IfStillUnused runs.
+    std::atomic<bool> isInTransaction = false;
     /// What the connections were opened on.
     std::wstring databasePath;
     std::wstring cacheFolderPath;

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <map>
 #include <string>
+#include <tuple>
 
 #include "sonrel/standin/project/detail/Sqlite.h"
 
@@ -16,6 +18,9 @@ struct RecordKey {
 };
 
 /// The statements on the records of one kind of cache file.
+///
+/// Remembers the cache file name that was read or added last under each key, so that Remove leaves
+/// a record alone that another connection made since.
 class RecordTable {
 public:
     enum class Kind { Conformed, Peak, Vfr };
@@ -30,8 +35,24 @@ public:
     void Add(const RecordKey& key, std::wstring const& name, long long nowMs);
     /// @return whether there is a record
     bool Touch(const RecordKey& key, long long nowMs);
-    /// @return whether there was a record
+    /// Removes the record if it still has the name that was read or added last under its key; under
+    /// a key that was neither read nor added, whatever its name is.
+    /// @return whether a record was removed
     bool Remove(const RecordKey& key);
+
+    /// Runs @p work in one write transaction if the record still has this bare name and is unused.
+    /// @return whether the work ran
+    /// @throws DatabaseError, and what the work throws; its changes are undone then
+    template <class Work>
+    bool IfUnused(const RecordKey& key, std::wstring const& name, int days, long long nowMs,
+                  Work work) {
+        connection_.SetDurable(false);  // not possible inside a transaction
+        SqliteTransaction transaction(connection_);
+        if (!IsUnused(key, name, days, nowMs)) return false;
+        work();
+        transaction.Commit();
+        return true;
+    }
 
     /// The columns of a row of FindUnused: media path, fingerprint, stream index, cache file name
     /// and, for conformed files, sample rate.
@@ -52,7 +73,11 @@ public:
     }
 
 private:
+    using OwnedKey = std::tuple<std::wstring, std::wstring, int, int>;
+
     static long long Cutoff(int days, long long nowMs);
+    static OwnedKey Owned(const RecordKey& key);
+    bool IsUnused(const RecordKey& key, std::wstring const& name, int days, long long nowMs);
     void Bind(SqliteRun* run, const RecordKey& key) const;
     bool Changed() const;
 
@@ -63,7 +88,9 @@ private:
     SqliteStatement touch_;
     SqliteStatement remove_;
     SqliteStatement findUnused_;
+    SqliteStatement isUnused_;
     SqliteStatement list_;
+    std::map<OwnedKey, std::string> lastNames_;  // as they are stored
 };
 
 }  // namespace orlo::project

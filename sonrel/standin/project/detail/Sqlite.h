@@ -105,6 +105,7 @@ public:
     /// Binds the next parameter, from the first on.
     void Bind(long long value);
     void Bind(std::wstring const& text);
+    void Bind(std::string const& utf8);
 
     /// @return whether there is a row; false at the end
     /// @throws DatabaseError
@@ -115,9 +116,10 @@ public:
     std::wstring Text(int column) const;
     /// The column's text when it is the bare name of a file, else empty.
     std::wstring BareName(int column) const;
+    /// The column's text as it is stored, good until the next step.
+    std::string_view Bytes(int column) const;
 
 private:
-    std::string_view Bytes(int column) const;
     void Check(int code) const;
 
     SqliteStatement& statement_;
