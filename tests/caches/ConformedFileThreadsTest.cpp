@@ -78,6 +78,27 @@ TEST_F(ConformedFileThreads, ThreadsThatAskForOneMediaPathAtOnceShareOneConversi
     EXPECT_THAT(CacheFiles(), SizeIs(1));
 }
 
+TEST_F(ConformedFileThreads, AMergedAssetSharesTheConversionOfItsSoundFile) {
+    const auto merged = sonrel_tests::MakeMediaAsset(manager, folder.Wide("film.mov"));
+    merged->SetMerged(mediaPath);
+    Meeting started(2);
+    media.convert = [&](const std::wstring& path) {
+        if (!started.Wait()) return 1;
+        WriteConverted(path);
+        return 0;
+    };
+
+    const auto ask = [&](const std::shared_ptr<orlo::project::MediaAsset>& of) {
+        started.Arrive();
+        return CreateOnOwnConnection(of, 48000);
+    };
+    auto other = std::async(std::launch::async, ask, merged);
+    const std::wstring path = ask(asset);
+
+    EXPECT_EQ(other.get(), path);
+    EXPECT_EQ(media.CallCount("Convert"), 1);
+}
+
 TEST_F(ConformedFileThreads, TwoRatesOfOneMediaPathQueue) {
     Meeting started(2);
     std::atomic<int> running = 0;
