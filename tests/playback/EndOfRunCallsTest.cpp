@@ -129,13 +129,12 @@ std::vector<EndingCommand> EndingCommands() {
         {"Stop", [](PlaybackRig& rig) { rig.Playback().Stop(); }},
         {"Initialize",
          [](PlaybackRig& rig) {
-             rig.Playback().Initialize(rig.builder.Project(), rig.builder.AddComposition({}));
+             // In no project: a project changes only while nothing mixes.
+             const auto composition = std::make_shared<project::CompositionAsset>();
+             Apply({25.0, 48000, 3}, composition->Settings());
+             rig.Playback().Initialize(rig.builder.Project(), composition);
          }},
-        {"Refresh",
-         [](PlaybackRig& rig) {
-             rig.builder.Sequence()->Settings().SetFrameCount(251);
-             rig.Playback().Refresh();
-         }},
+        {"Refresh", [](PlaybackRig& rig) { rig.Playback().Refresh(); }},
         {"PlayFromFrame", [](PlaybackRig& rig) { rig.Play(0); }},
         {"Destructor", [](PlaybackRig& rig) { rig.engine->InitializePlaybackEngine(); }},
     };
@@ -143,6 +142,9 @@ std::vector<EndingCommand> EndingCommands() {
 
 class EndingCommandWaits : public EndOfRunCalls, public testing::WithParamInterface<std::size_t> {
 protected:
+    /// The sequence has changed since its set-up, so that Refresh sets up anew.
+    EndingCommandWaits() { rig_.builder.Sequence()->Settings().SetFrameCount(251); }
+
     /// Plays the run to its end on a thread of the device. In the completion callback, after
     /// @p fromInside, another thread gives the command, which must not return before the callback.
     void ExpectThatTheCommandWaits(const std::function<void()>& fromInside) {
