@@ -67,7 +67,7 @@ bool MediaAudioStream::IsMerged() const {
     return merged_;
 }
 std::pair<long long, long long> MediaAudioStream::MergedSampleRange() const {
-    return mergedRange_;
+    return mergedRange_.value_or(std::pair(0LL, conformedCount_));
 }
 std::wstring const& MediaAudioStream::WaveformPeakFilePath() const {
     return peakPath_;
