@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 
 #include "sonrel/standin/media/detail/PacketSource.h"
 
@@ -163,8 +164,10 @@ void PacketScan::Commit() {
         pending_.hidden ? 0 : std::max<std::int64_t>(pending_.decoded - pending_.discard, 0);
     const std::int64_t skip = std::min(carriedSkip_, audible);
     carriedSkip_ -= pending_.hidden ? std::min(carriedSkip_, pending_.decoded) : skip;
-    map_.AddPacket(pending_.record, static_cast<std::uint32_t>(skip),
-                   static_cast<std::uint32_t>(audible - skip));
+    if (!map_.AddPacket(pending_.record, static_cast<std::uint32_t>(skip),
+                        static_cast<std::uint32_t>(audible - skip))) {
+        tooVaried_ = true;
+    }
 }
 
 bool PacketScan::CheckTail() {
@@ -202,7 +205,10 @@ bool PacketScan::Finish(StreamMap* map) {
     map->traits = traits_;
     map->silentFrames = silentFrames_;
     map->packets = std::move(map_);
-    if (format_.format != AV_SAMPLE_FMT_NONE) {
+    if (tooVaried_) {
+        map->reason = "its packets have more than " + std::to_string(PacketMap::MAX_SHAPES) +
+                      " different lengths";
+    } else if (format_.format != AV_SAMPLE_FMT_NONE) {
         map->format = format_;
         map->error = MediaError::None;
     }

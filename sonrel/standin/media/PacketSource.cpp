@@ -34,7 +34,7 @@ public:
 
     bool Fetch(std::int64_t index, AVPacket* packet) override {
         if (file_->IsInterrupted()) return false;
-        const PacketRecord& record = map_->packets.Packet(index);
+        const PacketRecord record = map_->packets.Packet(index);
         const std::uint8_t* bytes = Bytes(record.position, record.size);
         if (bytes == nullptr || CheckOf(bytes, record.size) != record.check) return false;
         pool_.Allocate(record.size, packet);
@@ -212,16 +212,16 @@ private:
 
     void NarrowPlaces(const PacketRecord& record, std::size_t distance,
                       std::vector<std::int64_t>* places) const {
-        const auto& packets = map_->packets.Packets();
+        const PacketMap& packets = map_->packets;
         if (distance == 0) {
-            for (std::size_t i = 0; i < packets.size(); ++i) {
-                if (Fits(record, packets[i])) places->push_back(static_cast<std::int64_t>(i));
+            for (std::int64_t i = 0; i < packets.PacketCount(); ++i) {
+                if (Fits(record, packets.Packet(i))) places->push_back(i);
             }
             return;
         }
         std::erase_if(*places, [&](std::int64_t place) {
-            const std::size_t at = static_cast<std::size_t>(place) + distance;
-            return at >= packets.size() || !Fits(record, packets[at]);
+            const std::int64_t at = place + static_cast<std::int64_t>(distance);
+            return at >= packets.PacketCount() || !Fits(record, packets.Packet(at));
         });
     }
 

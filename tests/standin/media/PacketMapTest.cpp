@@ -2,8 +2,10 @@
 #include "sonrel/standin/media/detail/PacketMap.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 using zrh::media::detail::PacketMap;
+using zrh::media::detail::PacketRecord;
 using zrh::media::detail::PacketSpan;
 
 namespace {
@@ -104,4 +106,81 @@ TEST(PacketMap, CutBehindTheEndChangesNothing) {
 
     EXPECT_EQ(map.EndFrame(), 310);
     EXPECT_EQ(map.PacketCount(), 5);
+}
+
+TEST(PacketMap, RecordsComeBackAsTheyWere) {
+    PacketMap map;
+    const PacketRecord first = {0xFEDCBA9876, 0xFEDCBA98, 0x89ABCDEF};
+    const PacketRecord second = {-1, 0, 0xFFFFFFFF};
+
+    map.AddPacket(first, 0, 1);
+    map.AddPacket(second, 0, 1);
+    map.SetDirect(true);
+
+    EXPECT_EQ(map.Packet(0), first);
+    EXPECT_EQ(map.Packet(1), second);
+    EXPECT_TRUE(map.IsDirect());
+}
+
+TEST(PacketMap, APositionThatDoesNotFitIsNotKnownAndTheMapIsNotDirect) {
+    PacketMap map;
+    map.AddPacket({(1LL << 40) - 2, 1, 1}, 0, 1);
+    map.SetDirect(true);
+    ASSERT_TRUE(map.IsDirect());
+
+    map.AddPacket({(1LL << 40) - 1, 1, 1}, 0, 1);
+
+    EXPECT_EQ(map.Packet(0).position, (1LL << 40) - 2);
+    EXPECT_EQ(map.Packet(1).position, -1);
+    EXPECT_FALSE(map.IsDirect());
+}
+
+TEST(PacketMap, FramesAreFoundInThousandsOfPacketsOfManyLengths) {
+    PacketMap map;
+    std::vector<PacketSpan> spans;
+    long long start = 0;
+    for (unsigned int i = 0; i < 5000; ++i) {
+        // Every third run of 200 packets is not heard.
+        const unsigned int length = i / 200 % 3 == 2 ? 0 : 1 + i % 7;
+        map.AddPacket({}, i % 5, length);
+        spans.push_back({start, i % 5, length});
+        start += length;
+    }
+
+    for (std::int64_t i = 0; i < 5000; ++i) {
+        const PacketSpan& span = spans[static_cast<std::size_t>(i)];
+        ExpectSpan(map.SpanOf(i), span.startFrame, span.skip, span.length);
+        for (unsigned int frame = 0; frame < span.length; ++frame) {
+            ASSERT_EQ(map.PacketAt(span.startFrame + frame), i);
+        }
+    }
+}
+
+TEST(PacketMap, APacketTakesAtMost16BytesHoweverLengthsChange) {
+    const auto before = mallinfo2();
+    PacketMap map;
+
+    for (unsigned int i = 0; i < 1000000; ++i) map.AddPacket({i, 1, 1}, 0, 100 + i % 50);
+
+    const auto after = mallinfo2();
+    EXPECT_LE(after.uordblks + after.hblkhd, before.uordblks + before.hblkhd + 16000000);
+}
+
+TEST(PacketMap, MoreThan65535DifferentLengthsAreRefused) {
+    PacketMap map;
+    for (unsigned int i = 1; i <= 65535; ++i) ASSERT_TRUE(map.AddPacket({}, 0, i));
+
+    EXPECT_FALSE(map.AddPacket({}, 0, 65536));
+    EXPECT_TRUE(map.AddPacket({}, 0, 65535));
+    EXPECT_EQ(map.PacketCount(), 65536);
+}
+
+TEST(PacketMap, ACutNeedsNoFurtherLength) {
+    PacketMap map;
+    map.AddSegment({0, 0, 0});
+    for (unsigned int i = 1; i <= 65535; ++i) map.AddPacket({}, 0, i + 1);
+
+    map.CutAt(map.EndFrame() - 65535);
+
+    EXPECT_EQ(map.SpanOf(65534).length, 1u);
 }

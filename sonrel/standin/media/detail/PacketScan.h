@@ -76,6 +76,7 @@ private:
     std::int64_t recentBytes_ = 0;
     /// Frames of packets that did not decode.
     std::int64_t silentFrames_ = 0;
+    bool tooVaried_ = false;
     bool hasPending_ = false;
     Pending pending_;
     std::int64_t carriedSkip_ = 0;
