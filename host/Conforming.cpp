@@ -7,6 +7,7 @@
 #include <atomic>
 #include <exception>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <thread>
 
@@ -62,10 +63,9 @@ private:
 /// The records of one stream at one rate, whatever state of the medium they were made from.
 std::vector<CacheRecord> RecordsOf(const CacheLedger& ledger, const ConformTask& task) {
     const std::wstring media = WidePath(MediaPath(*task.asset));
-    std::vector<CacheRecord> records = ledger.Records();
+    std::vector<CacheRecord> records = ledger.RecordsOf(CacheFileKind::Conformed, media);
     std::erase_if(records, [&](const CacheRecord& record) {
-        return record.kind != CacheFileKind::Conformed || record.mediaPath != media ||
-               record.streamIndex != static_cast<int>(task.asset->AudioStreamIndex()) ||
+        return record.streamIndex != static_cast<int>(task.asset->AudioStreamIndex()) ||
                record.sampleRate != task.rate;
     });
     return records;
@@ -236,6 +236,8 @@ void Conform(const EngineSession& session, std::vector<ConformTask>& tasks,
     try {
         queue.RethrowFailure();
     } catch (const CommandError&) {
+        throw;
+    } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& error) {
         throw JobError(DatabaseTrouble(session.Places().database, error.what()));

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <new>
 
 #include "host/Errors.h"
 #include "host/Input.h"
@@ -136,11 +137,10 @@ private:
 
     bool IsRecorded(const PeakTask& task) const {
         const CacheLedger ledger(WidePath(session_.Places().database));
-        const std::vector<CacheRecord> records = ledger.Records();
+        const std::vector<CacheRecord> records =
+            ledger.RecordsOf(CacheFileKind::Peak, task.asset->Filename());
         return std::any_of(records.begin(), records.end(), [&](const CacheRecord& record) {
-            return record.kind == CacheFileKind::Peak &&
-                   record.mediaPath == task.asset->Filename() &&
-                   record.streamIndex == static_cast<int>(task.asset->AudioStreamIndex());
+            return record.streamIndex == static_cast<int>(task.asset->AudioStreamIndex());
         });
     }
 
@@ -210,6 +210,8 @@ void FindOrMakePeakFiles(const EngineSession& session, std::vector<PeakTask>& ta
             if (Interrupted()) ThrowInterrupted("not all peak files are made");
         }
     } catch (const CommandError&) {
+        throw;
+    } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& error) {
         throw JobError(DatabaseTrouble(session.Places().database, error.what()));

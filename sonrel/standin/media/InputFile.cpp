@@ -24,6 +24,11 @@ MediaError ErrorOfErrno(int error) {
         case ENXIO:
         case EISDIR:
             return MediaError::NotRegularFile;
+        case EMFILE:
+        case ENFILE:
+            return MediaError::TooManyFiles;
+        case ENOMEM:
+            return MediaError::OutOfMemory;
         default:
             return MediaError::OpenFailed;
     }

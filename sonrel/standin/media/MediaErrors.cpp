@@ -54,6 +54,8 @@ std::string MediaErrorText(int code) {
                    "headers and pictures)";
         case MediaError::TooMuchSilence:
             return "it would need more silence that is not in it than 8 times its size and 1 MiB";
+        case MediaError::TooManyFiles:
+            return "too many files are open; allow more (ulimit -n)";
     }
     return "media error " + std::to_string(code);
 }

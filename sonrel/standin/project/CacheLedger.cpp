@@ -38,6 +38,17 @@ std::unique_ptr<SqliteConnection> OpenToLook(std::wstring const& path) {
     return OpenAs(path, Mode::Frozen);
 }
 
+CacheRecord RecordOf(CacheFileKind kind, const SqliteRun& row, long long lastUseMs) {
+    const bool hasRate = kind == CacheFileKind::Conformed;
+    return {kind,
+            row.Text(0),
+            row.Text(1),
+            static_cast<int>(row.Number(2)),
+            hasRate ? static_cast<int>(row.Number(4)) : 0,
+            row.BareName(3),
+            lastUseMs};
+}
+
 }  // namespace
 
 struct CacheLedgerImpl {
@@ -75,12 +86,18 @@ std::vector<CacheRecord> CacheLedger::Records() const {
     for (const CacheFileKind kind :
          {CacheFileKind::Conformed, CacheFileKind::Peak, CacheFileKind::Vfr}) {
         impl_->Table(kind).List([&](const SqliteRun& row, long long lastUseMs) {
-            const bool hasRate = kind == CacheFileKind::Conformed;
-            records.push_back({kind, row.Text(0), row.Text(1), static_cast<int>(row.Number(2)),
-                               hasRate ? static_cast<int>(row.Number(4)) : 0, row.BareName(3),
-                               lastUseMs});
+            records.push_back(RecordOf(kind, row, lastUseMs));
         });
     }
+    return records;
+}
+
+std::vector<CacheRecord> CacheLedger::RecordsOf(CacheFileKind kind,
+                                                std::wstring const& mediaPath) const {
+    std::vector<CacheRecord> records;
+    impl_->Table(kind).ListOf(mediaPath, [&](const SqliteRun& row, long long lastUseMs) {
+        records.push_back(RecordOf(kind, row, lastUseMs));
+    });
     return records;
 }
 

@@ -46,6 +46,10 @@ public:
     /// fingerprint, stream and rate.
     std::vector<CacheRecord> Records() const;
 
+    /// The records of one media path and kind, found by the key of the table: the cost does not
+    /// depend on how many other records there are.
+    std::vector<CacheRecord> RecordsOf(CacheFileKind kind, std::wstring const& mediaPath) const;
+
     /// Forgets a record of any kind, found by its key; leaves its file alone.
     /// @return whether there was one
     bool Remove(CacheRecord const& record);

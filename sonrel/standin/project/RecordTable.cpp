@@ -64,9 +64,10 @@ std::string SelectUnused(RecordTable::Kind kind) {
            Table(kind) + " WHERE last_use <= ?1 ORDER BY last_use, " + KEY + RateColumn(kind);
 }
 
-std::string SelectAll(RecordTable::Kind kind) {
+/// @param where  a condition; may be empty
+std::string SelectAll(RecordTable::Kind kind, const std::string& where = {}) {
     return std::string("SELECT ") + KEY + ", cache_filename" + RateColumn(kind) +
-           ", last_use FROM " + Table(kind) + " ORDER BY " + KEY + RateColumn(kind);
+           ", last_use FROM " + Table(kind) + where + " ORDER BY " + KEY + RateColumn(kind);
 }
 
 }  // namespace
@@ -80,7 +81,8 @@ RecordTable::RecordTable(SqliteConnection& connection, Kind kind)
       remove_(connection, DeleteNamed(kind)),
       findUnused_(connection, SelectUnused(kind)),
       isUnused_(connection, SelectUnusedName(kind)),
-      list_(connection, SelectAll(kind)) {}
+      list_(connection, SelectAll(kind)),
+      listOf_(connection, SelectAll(kind, " WHERE media_path = ?1")) {}
 
 bool RecordTable::Get(const RecordKey& key, std::wstring* name) {
     SqliteRun run(get_);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -6,6 +7,7 @@
 
 #include "sonrel/contracts/media/ZRMediaException.h"
 #include "tests/standin/media/MediaSupport.h"
+#include "tests/support/AnotherProcess.h"
 
 using namespace sonrel_tests;
 
@@ -122,6 +124,19 @@ TEST(MediaFileCreate, FileWithoutReadPermissionIsRefused) {
     EXPECT_EQ(CreateCodeOf(folder / "a.wav"), Code(MediaError::NoPermission));
 }
 
+TEST(MediaFileCreate, WithoutAFreeDescriptorTheFileIsRefusedWithThatReason) {
+    const TemporaryFolder folder;
+    WriteFile(folder / "a.wav", SmallWave());
+
+    const int code = InAnotherProcess([&] {
+        const struct rlimit none = {0, 0};
+        setrlimit(RLIMIT_NOFILE, &none);
+        return CreateCodeOf(folder / "a.wav");
+    });
+
+    EXPECT_EQ(code, Code(MediaError::TooManyFiles));
+}
+
 TEST(MediaFileCreate, EmptyFileIsNoMedia) {
     const TemporaryFolder folder;
     WriteFile(folder / "a.wav", "");
@@ -222,7 +237,7 @@ TEST(MediaFileCreate, ReadingBeforeThePreparationFails) {
 
 TEST(MediaErrors, EveryCodeHasATextOfItsOwn) {
     std::set<std::string> texts;
-    for (int code = 0; code <= Code(MediaError::TooMuchSilence); ++code) {
+    for (int code = 0; code <= Code(MediaError::TooManyFiles); ++code) {
         const std::string text = zrh::media::MediaErrorText(code);
         EXPECT_TRUE(texts.insert(text).second) << code;
         EXPECT_EQ(text.find('\n'), std::string::npos) << code;

@@ -65,6 +65,21 @@ void ExpectRecord(const CacheRecord& record, CacheFileKind kind, const std::wstr
     EXPECT_EQ(record.lastUseMs, lastUse);
 }
 
+TEST_F(CacheLedgerTest, ListsTheRecordsOfOneMediaPathAndKind) {
+    Fill();
+    MediaDB(path_, L"", false).AddConformedFile(L"/m/b.wav", L"aa", 0, 44100, L"c.xwmc");
+    const CacheLedger ledger(path_);
+
+    const std::vector<CacheRecord> records =
+        ledger.RecordsOf(CacheFileKind::Conformed, L"/m/b.wav");
+
+    ASSERT_EQ(records.size(), 2u);
+    EXPECT_EQ(records[0].cacheFilename, L"c.xwmc");
+    ExpectRecord(records[1], CacheFileKind::Conformed, L"/m/b.wav", L"aa", 1, 48000, L"b.xwmc",
+                 2000);
+    EXPECT_TRUE(ledger.RecordsOf(CacheFileKind::Peak, L"/m/b.wav").empty());
+}
+
 TEST_F(CacheLedgerTest, AllRecordsAreListedByKindAndKey) {
     Fill();
 

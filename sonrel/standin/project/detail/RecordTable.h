@@ -72,6 +72,14 @@ public:
         while (run.Step()) visit(run, run.Number(hasRate_ ? 5 : 4));
     }
 
+    /// As List, the records of one media path.
+    template <class Visit>
+    void ListOf(std::wstring const& mediaPath, Visit visit) {
+        SqliteRun run(listOf_);
+        run.Bind(mediaPath);
+        while (run.Step()) visit(run, run.Number(hasRate_ ? 5 : 4));
+    }
+
 private:
     using OwnedKey = std::tuple<std::wstring, std::wstring, int, int>;
 
@@ -90,6 +98,7 @@ private:
     SqliteStatement findUnused_;
     SqliteStatement isUnused_;
     SqliteStatement list_;
+    SqliteStatement listOf_;
     std::map<OwnedKey, std::string> lastNames_;  // as they are stored
 };
 
