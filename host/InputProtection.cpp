@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/InputProtection.h"
 
+#include <algorithm>
 #include <exception>
 #include <filesystem>
 #include <system_error>
@@ -74,6 +75,23 @@ void ProtectCacheFolder(const CachePlaces& places, OutputGuard& guard) {
     if (hasOthers) ProtectVfrFiles(places, guard);
 }
 
+bool IsImageOf(const otio::ImageNames& names, const std::string& name) {
+    if (name.size() <= names.prefix.size() + names.suffix.size()) return false;
+    if (!name.starts_with(names.prefix) || !name.ends_with(names.suffix)) return false;
+    const auto isDigit = [](char letter) { return letter >= '0' && letter <= '9'; };
+    return std::all_of(name.begin() + static_cast<std::ptrdiff_t>(names.prefix.size()),
+                       name.end() - static_cast<std::ptrdiff_t>(names.suffix.size()), isDigit);
+}
+
+void ProtectImages(const std::string& folder, const otio::ImageNames& names,
+                   const std::string& role, OutputGuard& guard) {
+    std::error_code error;
+    for (fs::directory_iterator at(folder, error), end; !error && at != end; at.increment(error)) {
+        if (!IsImageOf(names, at->path().filename().string())) continue;
+        guard.Protect(at->path().string(), role);
+    }
+}
+
 }  // namespace
 
 void ProtectCache(const GlobalOptions& options, OutputGuard& guard) {
@@ -88,7 +106,12 @@ void ProtectTimeline(const std::string& input, const otio::TimelineImport& impor
     guard.Protect(AbsolutePath(input), "the timeline");
     guard.Protect(otio::TimelineFile(input), "the timeline");
     for (const otio::ReferencedMedia& media : import.media) {
-        guard.Protect(media.path, "the media file of " + media.use);
+        const std::string role = "the media file of " + media.use;
+        if (media.images) {
+            ProtectImages(media.path, *media.images, role, guard);
+        } else {
+            guard.Protect(media.path, role);
+        }
     }
 }
 

@@ -46,6 +46,7 @@ private:
         const std::string schema = SchemaName(object);
         const std::string name = schema == "Clip" ? StringMember(object, "name") : std::string();
         if (schema == "Clip") around.clip = &name;
+        if (schema == "ImageSequenceReference") AddImages(object, around);
         Add(StringMember(object, "target_url"), around);
         for (const auto& [key, member] : object.items()) {
             // The children of the outermost stack are the tracks.
@@ -67,7 +68,15 @@ private:
     void Add(const std::string& url, const Surroundings& around) {
         if (url.empty() || !known_.insert(url).second) return;
         const MediaLocation location = resolver_.Resolve(url);
-        if (location.problem.empty()) media_.push_back({location.path, UseText(around)});
+        if (location.problem.empty()) media_.push_back({location.path, UseText(around), {}});
+    }
+
+    void AddImages(const json& reference, const Surroundings& around) {
+        const MediaLocation folder = resolver_.Resolve(StringMember(reference, "target_url_base"));
+        if (!folder.problem.empty()) return;
+        const ImageNames names{StringMember(reference, "name_prefix"),
+                               StringMember(reference, "name_suffix")};
+        media_.push_back({folder.path, UseText(around), names});
     }
 
     const MediaResolver& resolver_;

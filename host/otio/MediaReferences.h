@@ -2,6 +2,7 @@
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,10 +10,17 @@
 
 namespace orlo::host::otio {
 
+/// The names of a sequence of images: a number between two texts.
+struct ImageNames {
+    std::string prefix;
+    std::string suffix;
+};
+
 /// A local file that a timeline names, whether it sounds or not.
 struct ReferencedMedia {
     std::string path;
-    std::string use;  ///< "clip 'take' on track 2"
+    std::string use;                   ///< "clip 'take' on track 2"
+    std::optional<ImageNames> images;  ///< the path is then the folder of the images
 };
 
 /// The local files of a whole document: of tracks of every kind, disabled and nested clips, and

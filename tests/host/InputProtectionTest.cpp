@@ -63,6 +63,21 @@ TEST_F(InputProtection, TheCacheThatIsNotUsedIsProtectedToo) {
     EXPECT_TRUE(IsRefused("media.db"));
 }
 
+TEST_F(InputProtection, TheImagesOfASequenceAreMediaOfItsClip) {
+    for (const char* name : {"shot.0001.png", "shot.x.png", "shot.0001.txt"}) {
+        WriteFile(folder_ / name, "x");
+    }
+    otio::TimelineImport import;
+    import.media.push_back({folder_.Path(), "clip 'shot' on track 1", { { "shot.", ".png" } }});
+    OutputGuard guard(true);
+
+    ProtectTimeline(folder_ / "edit.otio", import, guard);
+
+    EXPECT_THROW(guard.Claim(folder_ / "shot.0001.png"), UsageError);
+    EXPECT_NO_THROW(guard.Claim(folder_ / "shot.x.png"));
+    EXPECT_NO_THROW(guard.Claim(folder_ / "shot.0001.txt"));
+}
+
 TEST_F(InputProtection, ADatabaseThatIsNotOneProtectsTheRestAllTheSame) {
     WriteFile(folder_ / "media.db", "not a database");
     WriteFile(folder_ / "cache/notes.txt", "x");

@@ -62,6 +62,26 @@ TEST(MediaReferences, MediaRootsAreFollowedAndOtherMachinesLeftOut) {
                 ElementsAre("/new/r.wav: a clip on track 1"));
 }
 
+TEST(MediaReferences, ASequenceOfImagesIsAFolderWithThePartsOfItsNames) {
+    Json clip = Named(Clip("", 0, 1), "shot");
+    clip["media_reference"] = {{"OTIO_SCHEMA", "ImageSequenceReference.1"},
+                               {"target_url_base", "file:///old/frames"},
+                               {"name_prefix", "shot."},
+                               {"name_suffix", ".png"}};
+    const MediaResolver resolver("/edit", {{"/old", "/new"}},
+                                 [](const std::string&) { return true; });
+
+    const std::vector<ReferencedMedia> media = ReferencedMediaOf(
+        nlohmann::json::parse(Timeline({Track({clip}, "V1", "Video")}).dump()), resolver);
+
+    ASSERT_EQ(media.size(), 1u);
+    EXPECT_EQ(media[0].path, "/new/frames");
+    EXPECT_EQ(media[0].use, "clip 'shot' on track 1");
+    ASSERT_TRUE(media[0].images);
+    EXPECT_EQ(media[0].images->prefix, "shot.");
+    EXPECT_EQ(media[0].images->suffix, ".png");
+}
+
 TEST(MediaReferences, AFileIsNamedWithItsFirstUse) {
     EXPECT_THAT(UsesIn(Timeline({Track({Named(Clip("a.wav", 0, 1), "one")}),
                                  Track({Named(Clip("a.wav", 0, 1), "two")})})),
