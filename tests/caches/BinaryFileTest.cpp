@@ -2,6 +2,7 @@
 #include "sonrel/caches/detail/BinaryFile.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <string>
@@ -80,6 +81,16 @@ TEST(BinaryFile, WhatIsNotThereDoesNotOpen) {
     EXPECT_FALSE(file.OpenForReading(folder.Wide("none")));
     EXPECT_FALSE(file.OpenForWriting(folder.Wide("none/f")));
     EXPECT_FALSE(file.IsOpen());
+}
+
+TEST(BinaryFile, OnlyARegularFileOpens) {
+    const TemporaryFolder folder;
+    ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+    BinaryFile file;
+
+    EXPECT_FALSE(file.OpenForReading(folder.Wide("pipe")));
+    EXPECT_FALSE(file.OpenForReading(folder.Wide("")));
+    EXPECT_FALSE(file.OpenForReading(L"/dev/zero"));
 }
 
 TEST(BinaryFile, ANameBeyondAsciiIsOneInUtf8) {
