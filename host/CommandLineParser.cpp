@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "host/Errors.h"
+#include "host/ParseRefusal.h"
 #include "host/PeakExport.h"
 #include "host/PlayOutput.h"
 #include "host/Text.h"
@@ -444,33 +445,6 @@ void DeclareCache(CLI::App& app, Target& target) {
     clean->add_flag("--dry-run", target.cache.dryRun, "Only tell what would be removed");
 }
 
-/// The arguments library's refusals in one clause of our own.
-std::string Explain(const CLI::App& app, const CLI::ParseError& error) {
-    std::string text = error.what();
-    std::string help = "; 'sonrel --help' tells what there is";
-    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
-        const std::size_t colon = text.rfind(": ");
-        const std::string extra = colon == std::string::npos ? text : text.substr(colon + 2);
-        return "nothing here is called " + Quoted(extra) + help;
-    }
-    if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
-        const std::string name = text.substr(0, text.find(':'));
-        const bool missing = text.find("missing") != std::string::npos;
-        return name + (missing ? " needs a value" : " is given more than once") + help;
-    }
-    if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
-        if (text.starts_with("A subcommand is required")) {
-            const std::vector<std::string> extras = app.remaining(true);
-            if (extras.empty()) return "no command is given" + help;
-            const char* kind = extras.front().starts_with('-') ? "option " : "command ";
-            return std::string("there is no ") + kind + Quoted(extras.front()) + help;
-        }
-        const std::size_t is = text.find(" is required");
-        if (is != std::string::npos) return Quoted(text.substr(0, is)) + " is missing" + help;
-    }
-    return OneLine(text) + help;
-}
-
 }  // namespace
 
 std::variant<CommandLine, HelpText> ParseCommandLine(int argumentCount,
@@ -498,7 +472,7 @@ std::variant<CommandLine, HelpText> ParseCommandLine(int argumentCount,
     } catch (const CLI::CallForVersion&) {
         return HelpText{app.version() + "\n"};
     } catch (const CLI::ParseError& error) {
-        throw UsageError(Explain(app, error));
+        throw UsageError(ExplainRefusal(app, error));
     }
     CheckGlobals(target);
     CommandLine line;

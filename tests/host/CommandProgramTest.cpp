@@ -57,6 +57,35 @@ TEST_F(CommandProgram, WrongUsageExits2WithOneLine) {
     }
 }
 
+TEST_F(CommandProgram, AnUnknownOptionIsNamedBeforeARequiredOneThatIsMissing) {
+    EXPECT_EQ(shop_.Run({"mix", "x", "--output", "y"}).err,
+              "sonrel: unknown option '--output'; see 'sonrel mix --help'\n");
+    EXPECT_EQ(shop_.Run({"mix", "--output=y", "x"}).err,
+              "sonrel: unknown option '--output'; see 'sonrel mix --help'\n");
+    EXPECT_EQ(shop_.Run({"info", "@a.wav", "more", "--bogus"}).err,
+              "sonrel: unknown option '--bogus'; see 'sonrel info --help'\n");
+    EXPECT_EQ(shop_.Run({"mix", "x"}).err, "sonrel: '-o' is missing; see 'sonrel mix --help'\n");
+}
+
+TEST_F(CommandProgram, UnexpectedArgumentsAreNamedInTheirOrder) {
+    EXPECT_EQ(shop_.Run({"info", "a", "b"}).err,
+              "sonrel: unexpected argument 'b'; see 'sonrel info --help'\n");
+    EXPECT_EQ(shop_.Run({"info", "a", "b", "c d", "e"}).err,
+              "sonrel: unexpected arguments 'b', 'c d', 'e'; see 'sonrel info --help'\n");
+    EXPECT_EQ(shop_.Run({"info", "a", "-"}).err,
+              "sonrel: unexpected argument '-'; see 'sonrel info --help'\n");
+}
+
+TEST_F(CommandProgram, AnUnknownCommandIsNamed) {
+    EXPECT_EQ(shop_.RunBare({"frobnicate"}).err,
+              "sonrel: unknown command 'frobnicate'; see 'sonrel --help'\n");
+    EXPECT_EQ(shop_.RunBare({"cache", "frobnicate"}).err,
+              "sonrel: unknown command 'frobnicate'; see 'sonrel cache --help'\n");
+    EXPECT_EQ(shop_.RunBare({}).err, "sonrel: a command is missing; see 'sonrel --help'\n");
+    EXPECT_EQ(shop_.RunBare({"cache"}).err,
+              "sonrel: a command is missing; see 'sonrel cache --help'\n");
+}
+
 TEST_F(CommandProgram, AFailureWithJsonIsAnObjectWithTheError) {
     EXPECT_TRUE(shop_.Run({"--json", "frobnicate"}).Json().at("error").is_string());
     EXPECT_TRUE(shop_.Run({"info", "@gone.wav", "--json"}).Json().at("error").is_string());
