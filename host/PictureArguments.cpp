@@ -76,14 +76,16 @@ PictureSize ParsePictureSize(const std::string& text) {
 }
 
 sonrel::WaveformPreview::Color ParseColor(const std::string& option, const std::string& text) {
+    std::string_view digits = text;
+    if (digits.starts_with('#')) digits.remove_prefix(1);
     unsigned value = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value, 16);
-    if (error != std::errc() || stop != end || (text.size() != 6 && text.size() != 8)) {
+    const char* const end = digits.data() + digits.size();
+    const auto [stop, error] = std::from_chars(digits.data(), end, value, 16);
+    if (error != std::errc() || stop != end || (digits.size() != 6 && digits.size() != 8)) {
         throw UsageError(option + " " + Quoted(text) +
-                         " is no colour: give RRGGBB or RRGGBBAA in hexadecimal digits");
+                         " is not a colour: give RRGGBB or RRGGBBAA in hexadecimal digits");
     }
-    if (text.size() == 6) value = value << 8 | 0xFF;
+    if (digits.size() == 6) value = value << 8 | 0xFF;
     return {static_cast<unsigned char>(value >> 24), static_cast<unsigned char>(value >> 16),
             static_cast<unsigned char>(value >> 8), static_cast<unsigned char>(value)};
 }

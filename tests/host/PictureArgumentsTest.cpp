@@ -52,9 +52,14 @@ TEST(PictureColor, EightDigitsEndWithAlpha) {
     EXPECT_EQ(ParseColor("--color", "00000000"), (Color{0, 0, 0, 0}));
 }
 
+TEST(PictureColor, MayBeginWithANumberSign) {
+    EXPECT_EQ(ParseColor("--color", "#ff0000"), (Color{255, 0, 0, 255}));
+    EXPECT_EQ(ParseColor("--color", "#0a14FF80"), (Color{10, 20, 255, 128}));
+}
+
 TEST(PictureColor, AnythingElseIsRefused) {
-    for (const char* text : {"", "red", "12345", "1234567", "123456789", "#123456", "0x1234",
-                             "-12345", "+12345", "12 456", "12345g"}) {
+    for (const char* text : {"", "red", "12345", "1234567", "123456789", "#", "#12345", "##123456",
+                             "12345#", "0x1234", "-12345", "+12345", "12 456", "12345g"}) {
         EXPECT_THROW(ParseColor("--color", text), UsageError) << text;
     }
 }

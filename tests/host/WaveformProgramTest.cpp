@@ -121,6 +121,12 @@ TEST_F(WaveformProgram, ARangeShowsThatPartAlone) {
     EXPECT_EQ(Picture().pixel(20, 10), BLACK);
 }
 
+TEST_F(WaveformProgram, AColourMayBeginWithANumberSign) {
+    ASSERT_EQ(Draw({"--size", "200x50", "--color", "#ff0000"}).exitCode, 0);
+
+    EXPECT_EQ(Picture().pixel(20, 40), 0xffff0000u);
+}
+
 TEST_F(WaveformProgram, TheReportTellsTheRange) {
     const nlohmann::json report = Draw({"--range", "0.05:9", "--json"}).Json();
 
@@ -247,10 +253,10 @@ TEST_F(WaveformProgram, ANameOfMarkupIsEscapedInAnSvg) {
 
 TEST_F(WaveformProgram, WrongUsageExits2WithOneLineAndWritesNothing) {
     const std::vector<std::vector<std::string>> lines = {
-        {"--size", "0x10"},          {"--size", "huge"},      {"--size", "40000x40000"},
-        {"--style", "bars"},         {"--scale", "cubic"},    {"--format", "rgb565"},
-        {"--color", "red"},          {"--background", "123"}, {"--range", "5"},
-        {"--range", "9999smp:1smp"}, {"--range", "7:8"},
+        {"--size", "0x10"},    {"--size", "huge"},          {"--size", "40000x40000"},
+        {"--style", "bars"},   {"--scale", "cubic"},        {"--format", "rgb565"},
+        {"--color", "red"},    {"--background", "123"},     {"--range", "5"},
+        {"--color", "#ff000"}, {"--range", "9999smp:1smp"}, {"--range", "7:8"},
     };
     for (const auto& line : lines) {
         const ProgramResult result = Draw(line);
