@@ -220,7 +220,7 @@ void FindOrMakePeakFiles(const EngineSession& session, std::vector<PeakTask>& ta
 }
 
 void WritePeakFile(const PeakTask& task, const PartialFile& output, PeakMode mode,
-                   Progress& progress) {
+                   const std::string& wanted, Progress& progress) {
     const std::string channels = ChannelTrouble(task);
     if (!channels.empty()) {
         throw JobError("cannot make the peak file of " + Quoted(MediaPath(task)) + ": " + channels);
@@ -232,9 +232,9 @@ void WritePeakFile(const PeakTask& task, const PartialFile& output, PeakMode mod
         const ReadObserver observer(read.Follow(task));
         code = PeakFile::Create(task.asset, WidePath(output.OpenPath()), EngineMode(mode));
     } catch (const zrh::media::ZRMediaException& error) {
-        RefuseMedia(MediaPath(task), error.Code());
+        if (!Interrupted()) RefuseMedia(MediaPath(task), error.Code());
     }
-    if (Interrupted()) ThrowInterrupted("nothing was written to " + Quoted(output.Label()));
+    if (Interrupted()) ThrowInterrupted("nothing was written to " + Quoted(wanted));
     if (IsAboutOutput(code)) ThrowWriteError(output.Label(), 0);
     if (code != 0) {
         output.RequireSpace(BytesOf(task));

@@ -38,8 +38,10 @@ void FindOrMakePeakFiles(const EngineSession& session, std::vector<PeakTask>& ta
                          Progress& progress);
 
 /// Writes a peak file to an output that is committed by the caller.
+/// @param wanted  the file that the user asked for, which the message of an interrupt names: the
+///                output, or a file that is made from it
 /// @throws JobError; CommandError when the program is asked to stop
 void WritePeakFile(const PeakTask& task, const PartialFile& output, PeakMode mode,
-                   Progress& progress);
+                   const std::string& wanted, Progress& progress);
 
 }  // namespace orlo::host

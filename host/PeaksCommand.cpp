@@ -92,7 +92,8 @@ Outcome RunWithoutCache(const GlobalOptions& global, const PeaksOptions& options
     std::optional<PartialFile> scratch;
     if (!output) scratch.emplace(ScratchName(), ScratchName());
     const PartialFile& peaks = output ? output->Seekable() : *scratch;
-    WritePeakFile(task, peaks, options.mode, progress);
+    WritePeakFile(task, peaks, options.mode, output ? options.output : options.exportFile,
+                  progress);
     task.result = {FileStatus::Made, options.output, {}};
     Outcome outcome = ReportFiles(work.entries, [&](std::size_t) { return task.result; });
     if (output) output->Seal();

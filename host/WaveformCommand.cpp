@@ -27,12 +27,14 @@ namespace {
 /// name, which lasts as long as the object.
 class StreamPeaks {
 public:
-    StreamPeaks(const EngineSession& session, const PeakTask& task, Progress& progress) {
+    /// @param picture  the file that the peaks are for
+    StreamPeaks(const EngineSession& session, const PeakTask& task, const std::string& picture,
+                Progress& progress) {
         if (session.Places().folder.empty()) {
             const std::string name =
                 (std::filesystem::temp_directory_path() / "sonrel.xwpk").string();
             scratch_.emplace(name, name);
-            WritePeakFile(task, *scratch_, PeakMode::Auto, progress);
+            WritePeakFile(task, *scratch_, PeakMode::Auto, picture, progress);
             path_ = scratch_->OpenPath();
             return;
         }
@@ -111,7 +113,7 @@ Outcome RunWaveform(const GlobalOptions& global, const WaveformOptions& options)
     OutputFile output(options.output, guard);
     const EngineSession session(global);
     Progress progress(global.progress, global.quiet);
-    const StreamPeaks peaks(session, task, progress);
+    const StreamPeaks peaks(session, task, options.output, progress);
     const PeakSource source = OpenPeakSource(media, peaks.Path(), task.rate, task.frames);
     const StreamRange range = ParseStreamRange(options.range, source.rate, source.samples);
     output.Write(PictureBytes(source, range, options));

@@ -101,7 +101,11 @@ public:
 
     /// Runs the program with exactly these arguments.
     ProgramResult RunBare(const std::vector<std::string>& arguments) const {
-        return RunningProgram(Path("").parent_path(), WithWorkPaths(arguments)).Wait();
+        return StartBare(arguments).Wait();
+    }
+
+    RunningProgram StartBare(const std::vector<std::string>& arguments) const {
+        return RunningProgram(Path("").parent_path(), WithWorkPaths(arguments));
     }
 
 private:

@@ -51,6 +51,22 @@ protected:
         return image;
     }
 
+    /// Silence, whose peak file is under way for long enough to be interrupted.
+    void WriteFileOfThreeHours(const std::string& name) {
+        constexpr std::uint64_t BYTES = 3ULL * 3600 * 48000 * 4;
+        WriteFile(shop_.Work(name), "RIFF" + Little(36 + BYTES, 4) + "WAVE" +
+                                        Chunk("fmt ", PcmFormat(1, 2, 48000, 16)) + "data" +
+                                        Little(BYTES, 4));
+        std::filesystem::resize_file(shop_.Work(name), 44 + BYTES);
+    }
+
+    /// Returns when a program with --progress json makes a peak file.
+    static void WaitForPeaks(const RunningProgram& program) {
+        while (program.ErrorSoFar().find("\"peaks\"") == std::string::npos) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    }
+
     Workshop shop_;
 };
 
@@ -105,6 +121,12 @@ TEST_F(WaveformProgram, AStretchedPictureKeepsItsTransparency) {
     EXPECT_EQ(Picture().pixel(790, 5), 0x80ff0000u);
 }
 
+TEST_F(WaveformProgram, AColourMayBeginWithANumberSign) {
+    ASSERT_EQ(Draw({"--size", "200x50", "--color", "#ff0000"}).exitCode, 0);
+
+    EXPECT_EQ(Picture().pixel(20, 40), 0xffff0000u);
+}
+
 TEST_F(WaveformProgram, RGBPicturesHaveNoAlpha) {
     ASSERT_EQ(Draw({"--format", "rgb888"}).exitCode, 0);
     EXPECT_FALSE(Picture().hasAlphaChannel());
@@ -119,12 +141,6 @@ TEST_F(WaveformProgram, ARangeShowsThatPartAlone) {
 
     ASSERT_EQ(Draw({"--size", "50x20", "--range", "0:1600smp"}).exitCode, 0);
     EXPECT_EQ(Picture().pixel(20, 10), BLACK);
-}
-
-TEST_F(WaveformProgram, AColourMayBeginWithANumberSign) {
-    ASSERT_EQ(Draw({"--size", "200x50", "--color", "#ff0000"}).exitCode, 0);
-
-    EXPECT_EQ(Picture().pixel(20, 40), 0xffff0000u);
 }
 
 TEST_F(WaveformProgram, TheReportTellsTheRange) {
@@ -312,20 +328,28 @@ TEST_F(WaveformProgram, ADamagedPeakFileExits1AndTheOldPictureStays) {
     EXPECT_EQ(ReadFile(shop_.Work("out.png")), old);
 }
 
+TEST_F(WaveformProgram, AnInterruptWithoutACacheNamesThePicture) {
+    WriteFileOfThreeHours("long.wav");
+    RunningProgram program = shop_.StartBare(
+        {"--no-cache-db", "--progress", "json", "waveform", "@long.wav", "-o", "@out.png"});
+    WaitForPeaks(program);
+
+    kill(program.Id(), SIGINT);
+    const ProgramResult result = program.Wait();
+
+    EXPECT_EQ(result.exitCode, 130);
+    EXPECT_EQ(
+        result.err.substr(result.err.find("sonrel: ")),
+        "sonrel: interrupted: nothing was written to '" + shop_.Work("out.png").string() + "'\n");
+}
+
 TEST_F(WaveformProgram, AnInterruptExits130AndLeavesTheOldPicture) {
-    // Three hours of silence, so that the peak file is under way when the signal comes.
-    constexpr std::uint64_t BYTES = 3ULL * 3600 * 48000 * 4;
-    WriteFile(shop_.Work("long.wav"), "RIFF" + Little(36 + BYTES, 4) + "WAVE" +
-                                          Chunk("fmt ", PcmFormat(1, 2, 48000, 16)) + "data" +
-                                          Little(BYTES, 4));
-    std::filesystem::resize_file(shop_.Work("long.wav"), 44 + BYTES);
+    WriteFileOfThreeHours("long.wav");
     WriteFile(shop_.Work("out.png"), "old");
     const std::vector<std::string> before = NamesIn(shop_.Path("work"));
     RunningProgram program =
         shop_.Start({"--progress", "json", "waveform", "@long.wav", "-o", "@out.png"});
-    while (program.ErrorSoFar().find("\"peaks\"") == std::string::npos) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
+    WaitForPeaks(program);
 
     kill(program.Id(), SIGINT);
     const ProgramResult result = program.Wait();
