@@ -238,6 +238,16 @@ void RefuseTimelineOptions(const MixOptions& options) {
     if (options.composition) refuse("--composition", "nested items");
 }
 
+/// The samples of a media file never exceed full scale, so its true peak decides.
+void FailOnTruePeak(const MixOptions& options, const LoudnessMeter& loudness, Outcome& outcome) {
+    const std::optional<double> peak = loudness.TruePeakDb();
+    if (!peak || *peak <= 0.0) return;
+    outcome.Fail(ExitCode::ConditionFailed, "the mix " + Quoted(options.output) +
+                                                " has a true peak of " + FormatNumber(*peak, 3) +
+                                                " dBTP, above 0 dBTP; lower the level of " +
+                                                Quoted(options.input));
+}
+
 Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
     const std::string path = AbsolutePath(options.input);
     RefuseTimelineOptions(options);
@@ -269,6 +279,7 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
     outcome.report["samples"] = span.end - span.begin;
     outcome.report["loudness"] = LoudnessJson(loudness);
     outcome.text = HeadText(options, grid, span.end - span.begin) + LoudnessText(loudness);
+    if (options.failOnClip) FailOnTruePeak(options, loudness, outcome);
     return outcome;
 }
 

@@ -3,6 +3,8 @@
 #include <signal.h>
 
 #include <chrono>
+#include <cmath>
+#include <numbers>
 #include <thread>
 
 #include "tests/host/ProgramRun.h"
@@ -22,6 +24,22 @@ std::string Samples(const std::filesystem::path& path) {
     const std::string bytes = ReadFile(path);
     const std::size_t data = bytes.find("data");
     return data == std::string::npos ? std::string() : bytes.substr(data + 8);
+}
+
+/// A stereo WAV of one second whose samples lie half way up a tone of @p peak: a quarter of the
+/// rate, an eighth of a turn off, so that the tone is 1.414 times as high between the samples. It
+/// fades in and out.
+std::string ToneBetweenSamples(double peak) {
+    std::string data;
+    for (int i = 0; i < 48000; ++i) {
+        const double fade = std::sin(std::numbers::pi * i / 48000.0);
+        const double value = peak * fade * std::sin(std::numbers::pi * (2 * i + 1) / 4.0);
+        const auto sample = static_cast<std::int16_t>(std::lround(32767.0 * value));
+        for (int channel = 0; channel < 2; ++channel) {
+            data += Little(static_cast<std::uint16_t>(sample), 2);
+        }
+    }
+    return Riff(Chunk("fmt ", PcmFormat(1, 2, 48000, 16)) + Chunk("data", data));
 }
 
 class MixProgram : public testing::Test {
@@ -153,6 +171,29 @@ TEST_F(MixProgram, FailOnClipIsContentWithoutOne) {
     WritePlainTimeline();
 
     EXPECT_EQ(Mix({"--fail-on-clip"}).exitCode, 0);
+}
+
+TEST_F(MixProgram, FailOnClipOfAMediaFileExits3AboveATruePeakOf0) {
+    // 20 * log10(1.02) is +0.17 dBTP. No sample is above 1.02 / 1.414 = 0.72.
+    WriteFile(shop_.Work("tone.wav"), ToneBetweenSamples(1.02));
+
+    const ProgramResult result =
+        shop_.Run({"mix", "@tone.wav", "-o", "@out.wav", "--fail-on-clip", "--json"});
+
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
+    EXPECT_NE(result.err.find("dBTP"), std::string::npos) << result.err;
+    EXPECT_NEAR(result.Json().at("loudness").at("truePeak"), 0.17, 0.05);
+    EXPECT_TRUE(result.Json().contains("error"));
+    EXPECT_TRUE(std::filesystem::exists(shop_.Work("out.wav")));
+    EXPECT_EQ(shop_.Run({"mix", "@tone.wav", "-o", "@out.wav"}).exitCode, 0);
+}
+
+TEST_F(MixProgram, FailOnClipOfAMediaFileAcceptsATruePeakBelow0) {
+    // 20 * log10(0.98) is -0.18 dBTP.
+    WriteFile(shop_.Work("tone.wav"), ToneBetweenSamples(0.98));
+
+    EXPECT_EQ(shop_.Run({"mix", "@tone.wav", "-o", "@out.wav", "--fail-on-clip"}).exitCode, 0);
 }
 
 TEST_F(MixProgram, MissingMediaExit3AreNamedAndNothingIsWritten) {
