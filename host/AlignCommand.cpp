@@ -20,65 +20,105 @@ namespace {
 
 using project::MediaAsset;
 
-/// The recordings of a command, each file imported once.
+/// The recordings of a command, each file imported once. A file that cannot be used is kept with
+/// its error, so that the others are aligned all the same.
 class Recordings {
 public:
-    Recordings(const GlobalOptions& global, const std::vector<std::string>& inputs) {
+    Recordings(const GlobalOptions& global, const std::vector<std::string>& inputs)
+        : rate_(RateFor(global)) {
         for (const std::string& input : inputs) {
             if (otio::IsTimelinePath(input)) {
                 throw UsageError("align takes media files, and " + Quoted(input) +
                                  " is a timeline");
             }
-            Recording recording{input, AbsolutePath(input), nullptr, {}};
-            std::shared_ptr<MediaAsset>& asset = assets_[recording.path];
-            if (!asset) asset = ImportMediaFile(project_, recording.path, 0);
-            recording.asset = asset;
-            list_.push_back(recording);
+            list_.push_back({input, AbsolutePath(input), nullptr, {}, {}});
         }
-        rate_ = RateFor(global);
     }
 
     const std::vector<Recording>& List() const { return list_; }
     int Rate() const { return rate_; }
 
     void Prepare(const EngineSession& session, Progress& progress) {
-        std::vector<ConformTask> tasks;
-        for (const auto& [path, asset] : assets_) {
-            ConformTask task;
-            task.asset = asset;
-            task.rate = rate_;
-            tasks.push_back(task);
-        }
-        Conform(session, tasks, {}, progress);
-        for (const ConformTask& task : tasks) {
-            if (task.status == ConformTask::Status::Failed) throw JobError(task.error);
-        }
+        Import();
+        ConformSources(session, progress);
         PreparePeaks(session, progress);
         for (Recording& recording : list_) {
-            recording.levels = LevelProfile(*recording.asset, rate_);
+            const Source& source = sources_[recording.path];
+            recording.asset = source.asset;
+            recording.error = source.error;
+            if (recording.error.empty()) ReadLevels(recording);
         }
     }
 
 private:
-    void PreparePeaks(const EngineSession& session, Progress& progress) const {
+    struct Source {
+        std::shared_ptr<MediaAsset> asset;
+        std::string error;  ///< a clause; empty where the file can be used
+    };
+
+    void Import() {
+        for (const Recording& recording : list_) {
+            const auto [entry, isNew] = sources_.try_emplace(recording.path);
+            if (!isNew) continue;
+            try {
+                entry->second.asset = ImportMediaFile(project_, recording.path, 0);
+            } catch (const JobError& error) {
+                entry->second.error = error.what();
+            }
+        }
+    }
+
+    std::vector<Source*> UsableSources() {
+        std::vector<Source*> usable;
+        for (auto& [path, source] : sources_) {
+            if (source.error.empty()) usable.push_back(&source);
+        }
+        return usable;
+    }
+
+    void ConformSources(const EngineSession& session, Progress& progress) {
+        const std::vector<Source*> sources = UsableSources();
+        std::vector<ConformTask> tasks;
+        for (const Source* source : sources) {
+            ConformTask task;
+            task.asset = source->asset;
+            task.rate = rate_;
+            tasks.push_back(task);
+        }
+        Conform(session, tasks, {}, progress);
+        for (std::size_t i = 0; i < tasks.size(); ++i) sources[i]->error = tasks[i].error;
+    }
+
+    void PreparePeaks(const EngineSession& session, Progress& progress) {
+        const std::vector<Source*> sources = UsableSources();
         std::vector<PeakTask> tasks;
-        for (const auto& [path, asset] : assets_) {
+        for (const Source* source : sources) {
             PeakTask task;
-            task.asset = asset;
-            task.rate = asset->AudioStream()->NativeSampleRate();
-            task.frames = asset->AudioStream()->NativeSampleCount();
+            task.asset = source->asset;
+            task.rate = source->asset->AudioStream()->NativeSampleRate();
+            task.frames = source->asset->AudioStream()->NativeSampleCount();
             tasks.push_back(task);
         }
         FindOrMakePeakFiles(session, tasks, progress);
-        for (const PeakTask& task : tasks) {
-            if (task.result.status == FileStatus::Failed) throw JobError(task.result.error);
-            sonrel::WaveformPeakFileHelper::SetWaveformPreviewAvailable(task.asset,
-                                                                        WidePath(task.result.path));
+        for (std::size_t i = 0; i < tasks.size(); ++i) {
+            const FileResult& result = tasks[i].result;
+            sources[i]->error = result.error;
+            if (result.status == FileStatus::Failed) continue;
+            sonrel::WaveformPeakFileHelper::SetWaveformPreviewAvailable(tasks[i].asset,
+                                                                        WidePath(result.path));
+        }
+    }
+
+    void ReadLevels(Recording& recording) const {
+        try {
+            recording.levels = LevelProfile(*recording.asset, rate_);
+        } catch (const JobError& error) {
+            recording.error = error.what();
         }
     }
 
     project::Project project_;
-    std::map<std::string, std::shared_ptr<MediaAsset>> assets_;
+    std::map<std::string, Source> sources_;
     std::vector<Recording> list_;
     int rate_ = 0;
 };
@@ -107,10 +147,76 @@ void ClaimOutputs(const GlobalOptions& global, const AlignOptions& options, Outp
 }
 
 std::string BelowClause(const RecordingPair& pair, const AlignmentAnswer& answer, double least) {
+    if (answer.tooShort) return TooShortClause(pair);
     return "the correlation of " + Quoted(pair.A().input) + " and " + Quoted(pair.B().input) +
            " is " + FormatNumber(answer.found.refined.correlation, 3) + ", below " +
            FormatNumber(least, 3) + "; give a lower --min-correlation to accept it";
 }
+
+/// The results of all pairs, one after the other.
+class PairResults {
+public:
+    PairResults(const AlignOptions& options, const Recordings& recordings, double fps,
+                OutputGuard& guard)
+        : options_(options),
+          guard_(guard),
+          list_(recordings.List()),
+          grid_{recordings.Rate(), fps},
+          synced_{{&list_.front(), 0}} {
+        outcome_.report["results"] = Json::array();
+    }
+
+    /// A pair that cannot be compared.
+    void AddError(const Recording& other, const std::string& error) {
+        const std::string& first = list_.front().input;
+        outcome_.report["results"].push_back({{"a", first}, {"b", other.input}, {"error", error}});
+        outcome_.text += Quoted(other.input) + " cannot be aligned with " + Quoted(first) + "\n" +
+                         "  error       " + OneLine(error) + "\n";
+        ++errors_;
+        if (firstError_.empty()) firstError_ = error;
+    }
+
+    void Add(const RecordingPair& pair, const AlignmentAnswer& answer, std::size_t number) {
+        outcome_.report["results"].push_back(AlignmentJson(pair, answer));
+        outcome_.text += AlignmentText(pair, answer, grid_);
+        if (!options_.plot.empty()) {
+            WriteWholeFile(PlotName(options_.plot, number - 1, list_.size() - 1), guard_,
+                           AlignmentPlot(pair, answer));
+        }
+        if (answer.verdict == Verdict::Aligned) {
+            synced_.push_back({&pair.B(), answer.found.refined.offset});
+        } else if (below_.empty()) {
+            below_ = BelowClause(pair, answer, options_.minCorrelation);
+        }
+    }
+
+    Outcome Finish() {
+        if (!options_.otio.empty() && list_.front().error.empty()) {
+            WriteWholeFile(options_.otio, guard_, SyncedTimeline(synced_, grid_.rate, grid_.fps));
+        }
+        if (errors_ > 1) {
+            firstError_ += " (" + std::to_string(errors_) + " of " +
+                           std::to_string(list_.size() - 1) + " pairs cannot be aligned)";
+        }
+        if (errors_ > 0) {
+            outcome_.Fail(ExitCode::JobFailed, firstError_);
+        } else if (!below_.empty()) {
+            outcome_.Fail(ExitCode::ConditionFailed, below_);
+        }
+        return outcome_;
+    }
+
+private:
+    const AlignOptions& options_;
+    OutputGuard& guard_;
+    const std::vector<Recording>& list_;
+    FrameGrid grid_;
+    Outcome outcome_;
+    std::vector<SyncedRecording> synced_;
+    std::size_t errors_ = 0;
+    std::string firstError_;
+    std::string below_;
+};
 
 }  // namespace
 
@@ -123,32 +229,19 @@ Outcome RunAlign(const GlobalOptions& global, const AlignOptions& options) {
     recordings.Prepare(session, progress);
 
     const std::vector<Recording>& list = recordings.List();
-    const double fps = FrameRateOf(*list.front().asset, global);
-    const FrameGrid grid{recordings.Rate(), fps};
-    Outcome outcome;
-    outcome.report["results"] = Json::array();
-    std::vector<SyncedRecording> synced{{&list.front(), 0}};
-    std::string below;
+    const Recording& first = list.front();
+    PairResults results(options, recordings, first.asset ? FrameRateOf(*first.asset, global) : 0.0,
+                        guard);
     for (std::size_t i = 1; i < list.size(); ++i) {
-        const RecordingPair pair(session.Engine(), list.front(), list[i], recordings.Rate());
-        const AlignmentAnswer answer = Align(pair, options.minCorrelation, progress);
-        outcome.report["results"].push_back(AlignmentJson(pair, answer));
-        outcome.text += AlignmentText(pair, answer, grid);
-        if (!options.plot.empty()) {
-            WriteWholeFile(PlotName(options.plot, i - 1, list.size() - 1), guard,
-                           AlignmentPlot(pair, answer));
+        const std::string& error = first.error.empty() ? list[i].error : first.error;
+        if (!error.empty()) {
+            results.AddError(list[i], error);
+            continue;
         }
-        if (answer.verdict == Verdict::Aligned) {
-            synced.push_back({&list[i], answer.found.refined.offset});
-        } else if (below.empty()) {
-            below = BelowClause(pair, answer, options.minCorrelation);
-        }
+        const RecordingPair pair(session.Engine(), first, list[i], recordings.Rate());
+        results.Add(pair, Align(pair, options.minCorrelation, progress), i);
     }
-    if (!options.otio.empty()) {
-        WriteWholeFile(options.otio, guard, SyncedTimeline(synced, recordings.Rate(), fps));
-    }
-    if (!below.empty()) outcome.Fail(ExitCode::ConditionFailed, below);
-    return outcome;
+    return results.Finish();
 }
 
 }  // namespace orlo::host

@@ -64,6 +64,8 @@ public:
 
     AlignmentAnswer Run() {
         answer_.referenceIsA = ReferenceIsA(pair_);
+        answer_.tooShort = IsTooShort(std::min(pair_.A().Frames(), pair_.B().Frames()));
+        if (answer_.tooShort) return answer_;
         SearchWholes();
         Try(answer_.engine.offset, AlignmentWay::Search, SearchedSegments());
         // What long stretches tell costs little, and is right where short ones repeat.
@@ -93,6 +95,8 @@ private:
         if (begun) progress_.End();
     }
 
+    bool IsTooShort(long long frames) const { return frames < MinJudgedFrames(pair_.Rate()); }
+
     std::vector<Place> SearchedSegments() const {
         const Recording& reference = answer_.referenceIsA ? pair_.A() : pair_.B();
         return LoudestSeconds(reference.levels, reference.Frames(), pair_.Rate());
@@ -104,12 +108,13 @@ private:
         const bool known = std::any_of(tried_.begin(), tried_.end(), [&](long long other) {
             return std::llabs(other - offset) < pair_.Rate() / 50;
         });
-        if (known || pair_.OverlapAt(offset).length < 1) return;
+        if (known || IsTooShort(pair_.OverlapAt(offset).length)) return;
         tried_.push_back(offset);
         Alignment candidate;
         candidate.way = way;
         candidate.segments = std::move(segments);
         candidate.refined = pair_.Refine(offset);
+        if (IsTooShort(pair_.OverlapAt(candidate.refined.offset).length)) return;
         if (IsSound(candidate.refined)) {
             candidate.places = pair_.MeasureAlong(candidate.refined.offset);
             candidate.matchedSeconds = MatchedSeconds(candidate);

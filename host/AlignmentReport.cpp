@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "host/SegmentSearch.h"
 #include "host/Text.h"
 
 namespace orlo::host {
@@ -38,6 +39,7 @@ std::string StartsText(const RecordingPair& pair, const AlignmentAnswer& answer,
     const long long offset = answer.found.refined.offset;
     const std::string a = Quoted(pair.A().input);
     const std::string b = Quoted(pair.B().input);
+    if (answer.tooShort) return TooShortClause(pair);
     if (answer.verdict == Verdict::Unrelated) {
         return "nothing was found that " + a + " and " + b + " have in common";
     }
@@ -76,6 +78,13 @@ const char* WayText(AlignmentWay way) {
 
 }  // namespace
 
+std::string TooShortClause(const RecordingPair& pair) {
+    const Recording& shorter = ReferenceIsA(pair) ? pair.A() : pair.B();
+    return Quoted(shorter.input) + " is too short to judge: it has " +
+           std::to_string(shorter.Frames()) + " of the " +
+           std::to_string(MinJudgedFrames(pair.Rate())) + " sample frames (0.1 s) that align needs";
+}
+
 Json AlignmentJson(const RecordingPair& pair, const AlignmentAnswer& answer) {
     const Measure& refined = answer.found.refined;
     Json result;
@@ -91,6 +100,7 @@ Json AlignmentJson(const RecordingPair& pair, const AlignmentAnswer& answer) {
         result["drift"] = {{"ppm", answer.drift->ppm}, {"residual", answer.drift->residual}};
     }
     result["verdict"] = VerdictName(answer.verdict);
+    result["tooShort"] = answer.tooShort;
     result["way"] = WayName(answer.found.way);
     result["oneOffsetFits"] = answer.oneOffsetFits;
     result["overlap"] = pair.OverlapAt(refined.offset).length;

@@ -9,6 +9,9 @@
 
 namespace orlo::host {
 
+/// Says which recording of a pair is too short to judge.
+std::string TooShortClause(const RecordingPair& pair);
+
 /// An answer as the object that programs read.
 Json AlignmentJson(const RecordingPair& pair, const AlignmentAnswer& answer);
 

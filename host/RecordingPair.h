@@ -13,12 +13,14 @@
 
 namespace orlo::host {
 
-/// A recording that is ready to be compared: conformed, and with its peak file.
+/// A recording that is ready to be compared, conformed and with its peak file, unless it has an
+/// error.
 struct Recording {
     std::string input;  ///< as it was named
     std::string path;   ///< absolute
     std::shared_ptr<project::MediaAsset> asset;
     LevelProfile levels;
+    std::string error;  ///< why it cannot be compared; empty where it can
 
     long long Frames() const { return asset->AudioStream()->ConformedSampleCount(); }
 };

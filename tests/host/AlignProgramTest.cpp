@@ -322,6 +322,75 @@ TEST_F(AlignProgram, ARecordingOfLessThanASecondIsFound) {
     EXPECT_EQ(result.at("verdict"), "aligned");
 }
 
+/// The middle of a word, where it is loud from the first frame to the last.
+Sound Syllable(std::size_t frames) {
+    const Sound talk = Talk(4, 40);
+    const auto loudest = std::max_element(talk.begin() + RATE, talk.end() - RATE);
+    return Sound(loudest - RATE / 20, loudest - RATE / 20 + static_cast<std::ptrdiff_t>(frames));
+}
+
+TEST_F(AlignProgram, ARecordingOfOneSampleIsUnrelatedToEverything) {
+    Write("one.wav", {12000.0});
+    Write("talk.wav", Talk(6, 1));
+
+    for (const auto& inputs : {std::vector<std::string>{"@one.wav", "@talk.wav", "--json"},
+                               {"@talk.wav", "@one.wav", "--json"},
+                               {"@one.wav", "@one.wav", "--json"}}) {
+        const ProgramResult result = Run(inputs);
+        EXPECT_EQ(result.exitCode, 3);
+        EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
+        EXPECT_NE(
+            result.err.find("one.wav' is too short to judge: it has 1 of the 800 sample frames"),
+            std::string::npos)
+            << result.err;
+        const nlohmann::json pair = result.Json().at("results").at(0);
+        EXPECT_EQ(pair.at("verdict"), "unrelated");
+        EXPECT_EQ(pair.at("tooShort"), true);
+        EXPECT_EQ(pair.at("engine").at("correlation"), 0.0);
+        EXPECT_EQ(pair.at("refined").at("correlation"), 0.0);
+    }
+}
+
+TEST_F(AlignProgram, ARecordingIsJudgedFromATenthOfASecondOn) {
+    const Sound room = With(Hiss(12, 2), Syllable(800), 6.25);
+
+    const nlohmann::json enough = Align(Syllable(800), room);
+    EXPECT_EQ(enough.at("verdict"), "aligned");
+    EXPECT_EQ(enough.at("offset"), -50000);
+    EXPECT_EQ(enough.at("tooShort"), false);
+
+    const nlohmann::json tooShort = Align(Syllable(799), room);
+    EXPECT_EQ(tooShort.at("verdict"), "unrelated");
+    EXPECT_EQ(tooShort.at("tooShort"), true);
+}
+
+TEST_F(AlignProgram, ASilentRecordingOfATenthOfASecondIsUnrelated) {
+    const nlohmann::json result = Align(Sound(800, 0.0), Talk(6, 1));
+
+    EXPECT_EQ(result.at("verdict"), "unrelated");
+    EXPECT_EQ(result.at("tooShort"), false);
+    EXPECT_EQ(result.at("refined").at("correlation"), 0.0);
+}
+
+TEST_F(AlignProgram, AnOverlapOfLessThanATenthOfASecondIsNotAnAnswer) {
+    // The end of the first recording is the beginning of the second.
+    const auto overlapOf = [&](std::size_t frames) {
+        const Sound syllable = Syllable(frames);
+        Sound first(4 * RATE - frames, 0.0);
+        first.insert(first.end(), syllable.begin(), syllable.end());
+        Sound second = syllable;
+        second.resize(4 * RATE, 0.0);
+        return Align(first, second);
+    };
+
+    const nlohmann::json enough = overlapOf(800);
+    EXPECT_EQ(enough.at("verdict"), "aligned");
+    EXPECT_EQ(enough.at("offset"), 4 * RATE - 800);
+    const nlohmann::json tooShort = overlapOf(799);
+    EXPECT_EQ(tooShort.at("verdict"), "unrelated");
+    EXPECT_EQ(tooShort.at("tooShort"), false);
+}
+
 TEST_F(AlignProgram, ARecordingMatchesItself) {
     Write("a.wav", With(Hiss(9, 1), Talk(8, 30), 0.5));
 
@@ -337,7 +406,9 @@ TEST_F(AlignProgram, AnEmptyRecordingIsUnrelated) {
 
     const ProgramResult result = Run({"@a.wav", "@b.wav", "--json"});
 
-    EXPECT_TRUE(result.exitCode == 3 || result.exitCode == 1);
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_EQ(result.Json().at("results").at(0).at("verdict"), "unrelated");
+    EXPECT_EQ(result.Json().at("results").at(0).at("tooShort"), true);
     EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
 }
 
@@ -462,6 +533,70 @@ TEST_F(AlignProgram, AFileThatIsMissingOrNoSoundExits1WithItsName) {
         EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
         EXPECT_NE(result.err.find(name), std::string::npos);
     }
+}
+
+TEST_F(AlignProgram, ABadInputIsAResultWithItsErrorAndTheGoodPairsFollow) {
+    const Sound talk = Talk(6, 1);
+    Write("a.wav", With(Hiss(8, 2), talk, 1.0));
+    Write("b.wav", With(Hiss(8, 3), talk, 1.5));
+    WriteFile(shop_.Work("text.wav"), "no sound at all");
+    const std::vector<std::string> inputs{"@a.wav", "@gone.wav", "@text.wav", "@b.wav"};
+
+    const ProgramResult text = Run(inputs);
+    const ProgramResult json = Run({"@a.wav", "@gone.wav", "@text.wav", "@b.wav", "--json"});
+
+    EXPECT_EQ(text.exitCode, 1);
+    EXPECT_TRUE(text.HasOneErrorLine()) << text.err;
+    EXPECT_NE(text.out.find("b.wav' starts 0.5 s"), std::string::npos) << text.out;
+    EXPECT_EQ(json.exitCode, 1);
+    EXPECT_TRUE(json.HasOneErrorLine()) << json.err;
+    EXPECT_TRUE(json.Json().at("error").is_string());
+    const nlohmann::json results = json.Json().at("results");
+    ASSERT_EQ(results.size(), 3U);
+    for (const std::size_t bad : {0U, 1U}) {
+        const std::string name = shop_.Work(bad == 0 ? "gone.wav" : "text.wav").string();
+        EXPECT_EQ(results.at(bad).at("a"), shop_.Work("a.wav").string());
+        EXPECT_EQ(results.at(bad).at("b"), name);
+        EXPECT_NE(results.at(bad).at("error").get<std::string>().find(name), std::string::npos);
+        EXPECT_FALSE(results.at(bad).contains("verdict"));
+    }
+    EXPECT_EQ(results.at(2).at("offset"), -4000);
+    EXPECT_FALSE(results.at(2).contains("error"));
+}
+
+TEST_F(AlignProgram, ABadFirstInputIsTheErrorOfEveryPair) {
+    for (const char* name : {"a.wav", "b.wav"}) Write(name, Talk(6, 1));
+
+    const ProgramResult result =
+        Run({"@gone.wav", "@a.wav", "@b.wav", "--json", "--otio", "@sync.otio"});
+
+    EXPECT_EQ(result.exitCode, 1);
+    const nlohmann::json results = result.Json().at("results");
+    ASSERT_EQ(results.size(), 2U);
+    for (const nlohmann::json& pair : results) {
+        EXPECT_NE(pair.at("error").get<std::string>().find("gone.wav"), std::string::npos);
+    }
+    EXPECT_FALSE(std::filesystem::exists(shop_.Work("sync.otio")));
+}
+
+TEST_F(AlignProgram, ABadInputOutranksAPairBelowTheBound) {
+    Write("a.wav", Talk(6, 1));
+    Write("silence.wav", Sound(4 * RATE, 0.0));
+
+    const ProgramResult result = Run({"@a.wav", "@silence.wav", "@gone.wav", "--json"});
+
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.Json().at("results").at(0).at("verdict"), "unrelated");
+    EXPECT_NE(result.err.find("gone.wav"), std::string::npos);
+}
+
+TEST_F(AlignProgram, ABadInputIsNeverAnOutput) {
+    Write("a.wav", Talk(6, 1));
+    WriteFile(shop_.Work("text.wav"), "no sound at all");
+
+    EXPECT_EQ(Run({"@a.wav", "@text.wav", "--otio", "@text.wav"}).exitCode, 2);
+
+    EXPECT_EQ(ReadFile(shop_.Work("text.wav")), "no sound at all");
 }
 
 TEST_F(AlignProgram, ProgressIsToldAsJsonLines) {
