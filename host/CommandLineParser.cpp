@@ -287,6 +287,7 @@ void DeclareGlobals(CLI::App& app, Target& target) {
         ->type_name("OLD=NEW")
         ->take_all()
         ->allow_extra_args(false);
+    app.add_flag("--allow-missing", global.allowMissing, "Missing media of a timeline are silent");
     app.add_option("--keep-days", raw.keepDays, "Drop cache files unused for N days (30)")
         ->type_name("N");
 }
@@ -350,8 +351,7 @@ void DeclareMix(CLI::App& app, Target& target) {
         ->type_name("NAME");
     command->add_option("--meters", mix.meters, "Write all blocks of all meters")
         ->type_name("FILE.json");
-    command->add_flag("--fail-on-clip", mix.failOnClip, "Exit 3 when the master clips");
-    command->add_flag("--allow-missing", mix.allowMissing, "Missing media are silent");
+    command->add_flag("--fail-on-clip", mix.failOnClip, "Exit 3 when the mix clips");
     command
         ->add_option("--retime", target.raw.retime,
                      "What a retimed clip's length counts: otio (its track) or media (otio)")
@@ -395,7 +395,6 @@ void DeclarePlay(CLI::App& app, Target& target) {
         ->type_name("TYPE");
     command->add_option("--seed", target.raw.seed, "Seed of the dither, or random (1)")
         ->type_name("N");
-    command->add_flag("--allow-missing", play.allowMissing, "Missing media are silent");
     DeclareOverwrite(*command, play.overwrite);
     command->callback([&target] { target.chosen = FinishPlay; });
 }

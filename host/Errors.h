@@ -32,6 +32,13 @@ public:
     explicit JobError(const std::string& text) : CommandError(ExitCode::JobFailed, text) {}
 };
 
+/// A condition that the command line states does not hold.
+class ConditionError : public CommandError {
+public:
+    explicit ConditionError(const std::string& text)
+        : CommandError(ExitCode::ConditionFailed, text) {}
+};
+
 /// The command line asks for something that does not exist or makes no sense.
 class UsageError : public CommandError {
 public:

@@ -180,8 +180,8 @@ Outcome TimelineInfo(const GlobalOptions& global, const std::string& input) {
         outcome.text += "  " + OneLine(use.location.path) + "\n    missing\n";
     }
     outcome.text += NotTakenOverText(import.report);
-    if (!missing.empty()) {
-        outcome.Fail(ExitCode::JobFailed, MissingMediaClause(input, missing));
+    if (!missing.empty() && !global.allowMissing) {
+        outcome.Fail(ExitCode::ConditionFailed, MissingMediaClause(input, missing));
     } else if (!problem.empty()) {
         outcome.Fail(ExitCode::JobFailed, problem);
     }

@@ -29,11 +29,6 @@ using project::MediaAsset;
 constexpr int DEFAULT_RATE = 48000;
 constexpr double DEFAULT_FPS = 25.0;
 
-bool IsMissing(const otio::MediaLocation& location) {
-    struct stat status = {};
-    return !location.problem.empty() || stat(location.path.c_str(), &status) != 0;
-}
-
 /// How many audio streams a file has. @throws JobError when it cannot be read
 int CountAudioStreams(const std::string& path) {
     zrh::media::MediaInfo info;
@@ -128,6 +123,11 @@ std::vector<MediaUse> CollectMedia(const std::vector<otio::PlacedTrack>& tracks)
     return media.Take();
 }
 
+bool IsMissing(const otio::MediaLocation& location) {
+    struct stat status = {};
+    return !location.problem.empty() || stat(location.path.c_str(), &status) != 0;
+}
+
 std::vector<MediaUse> MissingMedia(const std::vector<MediaUse>& media) {
     std::vector<MediaUse> missing;
     std::set<std::string> known;
@@ -147,7 +147,8 @@ std::string MissingMediaClause(const std::string& input, const std::vector<Media
         if (!use.location.problem.empty()) names += ": " + use.location.problem;
         names += ")";
     }
-    return "media of " + Quoted(input) + " are missing: " + names;
+    return "media of " + Quoted(input) + " are missing: " + names +
+           "; find them with --media-root, or leave them out with --allow-missing";
 }
 
 Json MissingJson(const std::vector<MediaUse>& missing) {

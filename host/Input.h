@@ -36,10 +36,13 @@ otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions&
 /// What the clips on tracks use, nested ones included, in the order of the clips.
 std::vector<MediaUse> CollectMedia(const std::vector<otio::PlacedTrack>& tracks);
 
+/// Whether a file does not exist, or its URL names no local file.
+bool IsMissing(const otio::MediaLocation& location);
+
 /// The first use of each path for which there is no file, URLs that name no local file included.
 std::vector<MediaUse> MissingMedia(const std::vector<MediaUse>& media);
 
-/// A clause that names missing media and the places that use them.
+/// A clause that names missing media and the places that use them, and says what to do.
 std::string MissingMediaClause(const std::string& input, const std::vector<MediaUse>& missing);
 
 /// The paths of missing media as a list.

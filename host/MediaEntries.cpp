@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "host/MediaEntries.h"
 
-#include "host/Input.h"
+#include <set>
+
 #include "host/InputProtection.h"
 #include "host/Paths.h"
 #include "host/Text.h"
@@ -16,6 +17,8 @@ const char* StatusName(FileStatus status) {
             return "made";
         case FileStatus::Found:
             return "found";
+        case FileStatus::Missing:
+            return "missing";
         case FileStatus::Failed:
             break;
     }
@@ -41,6 +44,49 @@ void ReportOne(const MediaEntry& entry, const FileResult& result, Outcome& outco
     outcome.text += "\n";
 }
 
+FileResult ResultWithoutTask(const MediaEntry& entry) {
+    const bool allowed = entry.missing && entry.error.empty();
+    return {allowed ? FileStatus::Missing : FileStatus::Failed, {}, entry.error};
+}
+
+/// The entries that failed, and the first clause of each exit code.
+class Failures {
+public:
+    explicit Failures(const std::vector<MediaEntry>& entries) : total_(entries.size()) {
+        for (const MediaEntry& entry : entries) {
+            if (entry.missing && !entry.error.empty()) incomplete_.insert(entry.input);
+        }
+    }
+
+    /// Missing media decide about their timeline, whatever else fails in it.
+    void Add(const MediaEntry& entry, const std::string& error) {
+        ++count_;
+        if (!incomplete_.contains(entry.input)) {
+            if (failure_.empty()) failure_ = error;
+        } else if (entry.missing && condition_.empty()) {
+            condition_ = error;
+        }
+    }
+
+    void Report(Outcome& outcome) const {
+        if (count_ == 0) return;
+        const bool failed = !failure_.empty();
+        std::string clause = failed ? failure_ : condition_;
+        if (count_ > 1) {
+            clause += " (and " + std::to_string(count_ - 1) + " more of " + std::to_string(total_) +
+                      " failed)";
+        }
+        outcome.Fail(failed ? ExitCode::JobFailed : ExitCode::ConditionFailed, clause);
+    }
+
+private:
+    std::size_t total_;
+    std::size_t count_ = 0;
+    std::set<std::string> incomplete_;  ///< timelines whose media are missing
+    std::string failure_;
+    std::string condition_;
+};
+
 }  // namespace
 
 void MediaCollector::Add(const std::string& input) {
@@ -52,7 +98,7 @@ void MediaCollector::Add(const std::string& input) {
             AddMedia(input, AbsolutePath(input), 0, RateFor(global_));
         }
     } catch (const JobError& error) {
-        entries.push_back({input, {}, 0, RateFor(global_), std::nullopt, error.what()});
+        entries.push_back({input, {}, 0, RateFor(global_), std::nullopt, error.what(), false});
     }
 }
 
@@ -61,19 +107,23 @@ void MediaCollector::AddTimeline(const std::string& input) {
     if (guard_ != nullptr) ProtectTimeline(input, import, *guard_);
     const int rate = import.arrangement.rate;
     for (const MediaUse& use : CollectMedia(import.arrangement.tracks)) {
-        if (use.location.problem.empty()) {
-            AddMedia(input, use.location.path, use.stream, rate);
+        if (IsMissing(use.location)) {
+            AddMissing(input, use, rate);
         } else {
-            entries.push_back(
-                {input, use.location.path, use.stream, rate, std::nullopt,
-                 "cannot use " + Quoted(use.location.path) + ": " + use.location.problem});
+            AddMedia(input, use.location.path, use.stream, rate);
         }
     }
 }
 
+void MediaCollector::AddMissing(const std::string& input, const MediaUse& use, int rate) {
+    const std::string error =
+        global_.allowMissing ? std::string() : MissingMediaClause(input, {use});
+    entries.push_back({input, use.location.path, use.stream, rate, std::nullopt, error, true});
+}
+
 void MediaCollector::AddMedia(const std::string& input, const std::string& path, int stream,
                               int rate) {
-    MediaEntry entry{input, path, stream, rate, std::nullopt, {}};
+    MediaEntry entry{input, path, stream, rate, std::nullopt, {}, false};
     try {
         entry.task = TaskFor(path, stream, rate);
     } catch (const JobError& error) {
@@ -94,24 +144,13 @@ Outcome ReportFiles(const std::vector<MediaEntry>& entries,
                     const std::function<FileResult(std::size_t task)>& resultOf) {
     Outcome outcome;
     outcome.report["files"] = Json::array();
-    std::size_t failures = 0;
-    std::string firstError;
+    Failures failures(entries);
     for (const MediaEntry& entry : entries) {
-        FileResult result;
-        result.error = entry.error;
-        if (entry.task) result = resultOf(*entry.task);
+        const FileResult result = entry.task ? resultOf(*entry.task) : ResultWithoutTask(entry);
         ReportOne(entry, result, outcome);
-        if (result.status != FileStatus::Failed) continue;
-        ++failures;
-        if (firstError.empty()) firstError = result.error;
+        if (result.status == FileStatus::Failed) failures.Add(entry, result.error);
     }
-    if (failures == 1) {
-        outcome.Fail(ExitCode::JobFailed, firstError);
-    } else if (failures > 1) {
-        outcome.Fail(ExitCode::JobFailed, firstError + " (and " + std::to_string(failures - 1) +
-                                              " more of " + std::to_string(entries.size()) +
-                                              " failed)");
-    }
+    failures.Report(outcome);
     return outcome;
 }
 

@@ -9,6 +9,7 @@
 #include <tuple>
 #include <vector>
 
+#include "host/Input.h"
 #include "host/Options.h"
 #include "host/Outcome.h"
 #include "host/OutputGuard.h"
@@ -23,6 +24,7 @@ struct MediaEntry {
     int rate = 0;                     ///< of the project, hertz
     std::optional<std::size_t> task;  ///< none when it failed before there was anything to do
     std::string error;
+    bool missing = false;  ///< a media file of a timeline that does not exist
 };
 
 /// Gathers what the inputs of a command name. An input that cannot be read becomes an entry of its
@@ -43,6 +45,7 @@ public:
 
 private:
     void AddTimeline(const std::string& input);
+    void AddMissing(const std::string& input, const MediaUse& use, int rate);
     void AddMedia(const std::string& input, const std::string& path, int stream, int rate);
     std::size_t TaskFor(const std::string& path, int stream, int rate);
 
@@ -53,15 +56,21 @@ private:
 };
 
 /// What came of a cache file.
-enum class FileStatus { Made, Found, Failed };
+enum class FileStatus {
+    Made,
+    Found,
+    Missing,  ///< its media file does not exist, and --allow-missing is given
+    Failed
+};
 
 struct FileResult {
     FileStatus status = FileStatus::Failed;
-    std::string path;   ///< empty when it failed
+    std::string path;   ///< empty unless it was made or found
     std::string error;  ///< a clause; empty unless it failed
 };
 
-/// The result of a command that finds or makes a file for each entry.
+/// The result of a command that finds or makes a file for each entry. A timeline whose media are
+/// missing fails as a condition that does not hold; any other failure outranks it.
 /// @param resultOf  of an entry's task
 Outcome ReportFiles(const std::vector<MediaEntry>& entries,
                     const std::function<FileResult(std::size_t task)>& resultOf);

@@ -94,7 +94,7 @@ public:
         }
         span_ = ParseSpan(options_.from, options_.to, grid_, total);
         ClaimOutputs();
-        if (!missing_.empty() && !options_.allowMissing) return RefuseMissing();
+        if (!missing_.empty() && !global_.allowMissing) return RefuseMissing();
         Mix();
         return Report();
     }
@@ -117,9 +117,7 @@ private:
         outcome.report["missing"] = MissingJson(missing_);
         outcome.report["notTakenOver"] = NotTakenOverJson(import_.report);
         outcome.Fail(ExitCode::ConditionFailed,
-                     MissingMediaClause(options_.input, missing_) +
-                         "; nothing was written; find them with --media-root, or leave them out "
-                         "with --allow-missing");
+                     "nothing was written: " + MissingMediaClause(options_.input, missing_));
         return outcome;
     }
 

@@ -28,6 +28,7 @@ struct GlobalOptions {
     std::optional<int> rate;
     std::optional<double> fps;
     std::vector<otio::MediaRoot> mediaRoots;
+    bool allowMissing = false;  ///< missing media of a timeline are silent
     int keepDays = 30;
 };
 
@@ -56,7 +57,6 @@ struct MixOptions {
     std::optional<std::string> composition;  ///< name of the nested item to mix
     otio::Retime retime = otio::Retime::Otio;
     bool failOnClip = false;
-    bool allowMissing = false;
     bool soundFromVideo = false;
     bool overwrite = false;  ///< whether write-protected files may be replaced
 };
@@ -71,8 +71,7 @@ struct PlayOptions {
     std::string output = "sdl";  ///< sdl, null or a file
     int bufferMs = 0;            ///< of the sound device; 0 is the library's default
     DitherChoice dither = DitherChoice::HighPass;
-    unsigned int seed = 1;  ///< 0 asks for one from the clock
-    bool allowMissing = false;
+    unsigned int seed = 1;   ///< 0 asks for one from the clock
     bool overwrite = false;  ///< whether write-protected files may be replaced
 };
 

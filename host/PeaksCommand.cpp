@@ -45,12 +45,17 @@ Work CollectWork(const GlobalOptions& global, const PeaksOptions& options, Outpu
 
 /// The one stream that -o and --export are about.
 PeakTask& OnlyTask(Work& work, const PeaksOptions& options) {
+    for (const MediaEntry& entry : work.entries) {
+        if (entry.missing && !entry.error.empty()) throw ConditionError(entry.error);
+    }
     if (work.entries.size() != 1) {
         throw JobError(Quoted(options.inputs.front()) + " uses " +
                        std::to_string(work.entries.size()) +
                        " media, and -o and --export take one; name the media file");
     }
-    if (!work.entries.front().task) throw JobError(work.entries.front().error);
+    const MediaEntry& entry = work.entries.front();
+    if (entry.missing) throw JobError(Quoted(entry.media) + " is missing: it has no sound to read");
+    if (!entry.task) throw JobError(entry.error);
     return work.tasks.front();
 }
 

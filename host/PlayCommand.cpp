@@ -49,9 +49,8 @@ PlayTarget TimelineTarget(const GlobalOptions& global, const PlayOptions& option
     target.trackNames = TrackNames(arrangement);
     target.media = CollectMedia(arrangement.tracks);
     const std::vector<MediaUse> missing = MissingMedia(target.media);
-    if (!missing.empty() && !options.allowMissing) {
-        throw JobError(MissingMediaClause(options.input, missing) +
-                       "; find them with --media-root, or leave them out with --allow-missing");
+    if (!missing.empty() && !global.allowMissing) {
+        throw ConditionError(MissingMediaClause(options.input, missing));
     }
     ImportMedia(*target.project, target.media, target.import.report);
     return target;

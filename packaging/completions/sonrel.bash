@@ -3,7 +3,7 @@
 _sonrel() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
     local globals="--help --version --cache --db --no-cache-db --no-log --json --quiet --progress
-        --rate --fps --media-root --keep-days"
+        --rate --fps --media-root --allow-missing --keep-days"
     local word command= action=
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         case $word in
@@ -35,8 +35,8 @@ _sonrel() {
         "") [[ $current == -* ]] || { COMPREPLY=($(compgen -W "align info conform mix peaks play waveform cache" -- "$current")); return; } ;;
         align) options+=" --min-correlation --plot --otio" ;;
         conform) options+=" --jobs --all-codecs --force" ;;
-        mix) options+=" -o --from --to --dither --seed --stems --composition --meters --fail-on-clip --allow-missing --retime --audio-from" ;;
-        play) options+=" --from --reverse --speed --meters --events --output --buffer --dither --seed --allow-missing" ;;
+        mix) options+=" -o --from --to --dither --seed --stems --composition --meters --fail-on-clip --retime --audio-from" ;;
+        play) options+=" --from --reverse --speed --meters --events --output --buffer --dither --seed" ;;
         waveform) options+=" -o --size --style --scale --format --color --background --range --ruler" ;;
         peaks) options+=" -o --mode --export --zoom" ;;
         cache)

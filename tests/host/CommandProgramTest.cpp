@@ -148,14 +148,120 @@ TEST_F(CommandProgram, InfoOnATimelineFolderReadsItsContent) {
     EXPECT_EQ(shop_.Run({"info", "@edit.otiod"}).exitCode, 0);
 }
 
-TEST_F(CommandProgram, InfoWithMissingMediaExits1AndStillTellsTheRest) {
-    WriteFile(shop_.Work("edit.otio"), Timeline({Track({Clip("gone.wav", 0, 2)})}).dump());
+TEST_F(CommandProgram, InfoWithMissingMediaExits3AndStillReportsTheRest) {
+    WriteFile(shop_.Work("bad.wav"), "no sound at all");
+    WriteFile(shop_.Work("edit.otio"),
+              Timeline({Track({Clip("bad.wav", 0, 2), Clip("gone.wav", 0, 2)})}).dump());
 
     const ProgramResult result = shop_.Run({"info", "@edit.otio", "--json"});
 
-    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
     EXPECT_EQ(result.Json().at("missing").at(0), shop_.Work("gone.wav").string());
     EXPECT_TRUE(result.Json().contains("error"));
+}
+
+// ---- missing media and missing inputs
+
+TEST_F(CommandProgram, ATimelineWithMissingMediaExits3InEveryCommandThatReadsTimelines) {
+    WriteFile(shop_.Work("edit.otio"), Timeline({Track({Clip("gone.wav", 0, 2)})}).dump());
+    const std::vector<std::vector<std::string>> lines = {
+        {"info", "@edit.otio"},
+        {"conform", "@edit.otio"},
+        {"mix", "@edit.otio", "-o", "@out.wav"},
+        {"play", "@edit.otio", "--output", "@out.raw"},
+        {"peaks", "@edit.otio"},
+        {"peaks", "@edit.otio", "-o", "@out.xwpk"},
+        {"peaks", "@edit.otio", "--export", "@out.json"},
+    };
+    for (const auto& line : lines) {
+        const ProgramResult result = shop_.Run(line);
+        EXPECT_EQ(result.exitCode, 3) << testing::PrintToString(line);
+        EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
+        EXPECT_NE(result.err.find("gone.wav"), std::string::npos) << result.err;
+        EXPECT_NE(result.err.find("--allow-missing"), std::string::npos) << result.err;
+    }
+}
+
+TEST_F(CommandProgram, EveryCommandTakesAllowMissing) {
+    WriteFile(shop_.Work("edit.otio"), Timeline({Track({Clip("gone.wav", 0, 2)})}).dump());
+    const std::vector<std::vector<std::string>> lines = {
+        {"info", "@edit.otio", "--allow-missing"},
+        {"conform", "@edit.otio", "--allow-missing"},
+        {"mix", "@edit.otio", "-o", "@out.wav", "--allow-missing"},
+        {"play", "@edit.otio", "--output", "@out.raw", "--allow-missing"},
+        {"peaks", "@edit.otio", "--allow-missing"},
+        {"waveform", "@a.wav", "-o", "@out.png", "--allow-missing"},
+        {"align", "@a.wav", "@a.wav", "--allow-missing"},
+        {"cache", "ls", "--allow-missing"},
+        {"--allow-missing", "info", "@edit.otio"},
+    };
+    for (const auto& line : lines) {
+        const ProgramResult result = shop_.Run(line);
+        EXPECT_EQ(result.exitCode, 0) << testing::PrintToString(line) << result.err;
+    }
+}
+
+TEST_F(CommandProgram, AnInputThatDoesNotExistExits1InEveryCommand) {
+    const std::vector<std::vector<std::string>> lines = {
+        {"info"},
+        {"conform"},
+        {"mix", "-o", "@out.wav"},
+        {"play", "--output", "@out.raw"},
+        {"peaks"},
+        {"peaks", "-o", "@out.xwpk"},
+        {"waveform", "-o", "@out.png"},
+        {"align", "@a.wav"},
+    };
+    for (auto line : lines) {
+        line.insert(line.end(), {"@gone.wav", "--allow-missing"});
+        const ProgramResult result = shop_.Run(line);
+        EXPECT_EQ(result.exitCode, 1) << testing::PrintToString(line);
+        EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
+        EXPECT_NE(result.err.find("gone.wav"), std::string::npos) << result.err;
+    }
+    for (const char* command : {"info", "conform", "peaks"}) {
+        EXPECT_EQ(shop_.Run({command, "@gone.otio"}).exitCode, 1) << command;
+    }
+}
+
+TEST_F(CommandProgram, AMissingMediaFileThatIsAllowedIsAResultWithoutAnError) {
+    WriteFile(shop_.Work("edit.otio"),
+              Timeline({Track({Clip("gone.wav", 0, 2), Clip("a.wav", 0, 2)})}).dump());
+    for (const char* command : {"conform", "peaks"}) {
+        const nlohmann::json refused = shop_.Run({command, "@edit.otio", "--json"}).Json();
+        EXPECT_EQ(refused.at("files").at(0).at("status"), "failed");
+        EXPECT_TRUE(refused.at("files").at(0).at("error").is_string());
+        EXPECT_EQ(refused.at("files").at(1).at("status"), "made");
+
+        const nlohmann::json allowed =
+            shop_.Run({command, "@edit.otio", "--allow-missing", "--json"}).Json();
+        EXPECT_EQ(allowed.at("files").at(0).at("status"), "missing");
+        EXPECT_TRUE(allowed.at("files").at(0).at("error").is_null());
+        EXPECT_TRUE(allowed.at("files").at(0).at("path").is_null());
+        EXPECT_EQ(allowed.at("files").at(1).at("status"), "found");
+    }
+}
+
+TEST_F(CommandProgram, AnInputThatFailsOutranksATimelineWithMissingMedia) {
+    WriteFile(shop_.Work("bad.wav"), "no sound at all");
+    WriteFile(shop_.Work("edit.otio"),
+              Timeline({Track({Clip("bad.wav", 0, 2), Clip("gone.wav", 0, 2)})}).dump());
+
+    EXPECT_EQ(shop_.Run({"conform", "@edit.otio", "@a.wav"}).exitCode, 3);
+    EXPECT_EQ(shop_.Run({"conform", "@edit.otio", "@other.wav"}).exitCode, 1);
+    EXPECT_EQ(shop_.Run({"conform", "@edit.otio", "--allow-missing"}).exitCode, 1);
+}
+
+TEST_F(CommandProgram, APeakFileOfAMissingMediaFileCannotBeWritten) {
+    WriteFile(shop_.Work("edit.otio"), Timeline({Track({Clip("gone.wav", 0, 2)})}).dump());
+
+    const ProgramResult result =
+        shop_.Run({"peaks", "@edit.otio", "-o", "@out.xwpk", "--allow-missing"});
+
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
+    EXPECT_NE(result.err.find("gone.wav"), std::string::npos) << result.err;
 }
 
 TEST_F(CommandProgram, MediaThatCannotBeReadFailWithTheirName) {

@@ -345,12 +345,12 @@ TEST_F(PlayProgram, WrongUsageExits2) {
     EXPECT_FALSE(std::filesystem::exists(shop_.Work("out.raw")));
 }
 
-TEST_F(PlayProgram, MissingMediaExit1AndAreNamed) {
+TEST_F(PlayProgram, MissingMediaExit3AndAreNamed) {
     WriteFile(shop_.Work("edit.otio"), Timeline({Track({Clip("gone.wav", 0, 10)})}).dump());
 
     const ProgramResult result = Play({"--output", "@out.raw"});
 
-    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.exitCode, 3);
     EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
     EXPECT_THAT(result.err, HasSubstr("gone.wav"));
     EXPECT_FALSE(std::filesystem::exists(shop_.Work("out.raw")));
