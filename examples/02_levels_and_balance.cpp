@@ -5,19 +5,22 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <vector>
 
 #include "sonrel/caches/ConformedAudioFileHelper.h"
+#include "sonrel/contracts/media/ZRMediaException.h"
 #include "sonrel/contracts/project.h"
 #include "sonrel/contracts/zrtl/Paths.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/standin/media/ImportMediaAsset.h"
+#include "sonrel/standin/media/MediaErrors.h"
 
 namespace project = orlo::project;
 namespace sonrel = orlo::sonrel;
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     if (argc != 2) return 2;
     const auto project = std::make_shared<project::Project>();
     const auto asset = project::ImportMediaAsset(project->Manager(), zrtl::FromUtf8(argv[1]));
@@ -38,9 +41,15 @@ int main(int argc, char** argv) {
     fading->Animation().SetKeyframe("audioLevel", 0, 0.0f);
     fading->Animation().SetKeyframe("audioLevel", 1000, -40.0f);
 
-    const auto engine = sonrel::Sonrel::Create(L"media.db", L"media-cache", nullptr,
+    std::string reason;
+    const auto engine = sonrel::Sonrel::Create(L"media.db", L"media-cache", &reason,
                                                sonrel::Sonrel::LogOption::WriteErrorLog);
+    if (engine == nullptr) {
+        std::fprintf(stderr, "%s\n", reason.c_str());
+        return 1;
+    }
     sonrel::ConformedAudioFileHelper::SetAudioSamplesAvailable(project, engine, true);
+    engine->Mixer()->SetDither(sonrel::DitherType::HighPassTriangular, 1);
     std::vector<short> samples(48000 * 2);
     engine->Mixer()->GetSamples(project, sequence, 0, 48000,
                                 reinterpret_cast<unsigned char*>(samples.data()), 0, 0, 0);
@@ -50,4 +59,8 @@ int main(int argc, char** argv) {
         peak[i % 2] = std::max(peak[i % 2], std::abs(samples[i]));
     }
     std::printf("left %d, right %d, of 32768\n", peak[0], peak[1]);
+} catch (const zrh::media::ZRMediaException& error) {
+    std::fprintf(stderr, "cannot read %s: %s\n", argv[1],
+                 zrh::media::MediaErrorText(error.Code()).c_str());
+    return 1;
 }

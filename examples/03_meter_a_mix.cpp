@@ -2,19 +2,22 @@
 // Meters the mix of a recording in blocks of a tenth of a second:
 //   03_meter_a_mix recording.flac
 #include <cstdio>
+#include <string>
 #include <vector>
 
 #include "sonrel/caches/ConformedAudioFileHelper.h"
+#include "sonrel/contracts/media/ZRMediaException.h"
 #include "sonrel/contracts/project.h"
 #include "sonrel/contracts/zrtl/Paths.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/standin/media/ImportMediaAsset.h"
+#include "sonrel/standin/media/MediaErrors.h"
 
 namespace project = orlo::project;
 namespace sonrel = orlo::sonrel;
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     if (argc != 2) return 2;
     const auto project = std::make_shared<project::Project>();
     const auto asset = project::ImportMediaAsset(project->Manager(), zrtl::FromUtf8(argv[1]));
@@ -27,10 +30,16 @@ int main(int argc, char** argv) {
     track->Objects().Add(clip);
     sequence->AudioMasterTrack()->Animation().SetStaticValue("audioLevel", -6.0f);
 
-    const auto engine = sonrel::Sonrel::Create(L"media.db", L"media-cache", nullptr,
+    std::string reason;
+    const auto engine = sonrel::Sonrel::Create(L"media.db", L"media-cache", &reason,
                                                sonrel::Sonrel::LogOption::WriteErrorLog);
+    if (engine == nullptr) {
+        std::fprintf(stderr, "%s\n", reason.c_str());
+        return 1;
+    }
     sonrel::ConformedAudioFileHelper::SetAudioSamplesAvailable(project, engine, true);
     const auto& mixer = engine->Mixer();
+    mixer->SetDither(sonrel::DitherType::HighPassTriangular, 1);
     mixer->StartMeterSession(sequence->AudioTracks().size(), 4800);
     std::vector<unsigned char> samples(48000 * 4);
     mixer->GetSamples(project, sequence, 0, 48000, samples.data(), 0, 0, 0);
@@ -45,4 +54,8 @@ int main(int argc, char** argv) {
                     first.peak[1], first.clipped[0] || first.clipped[1] ? " clipped" : "",
                     master.peak[0], master.peak[1]);
     }
+} catch (const zrh::media::ZRMediaException& error) {
+    std::fprintf(stderr, "cannot read %s: %s\n", argv[1],
+                 zrh::media::MediaErrorText(error.Code()).c_str());
+    return 1;
 }

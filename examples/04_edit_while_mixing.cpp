@@ -4,20 +4,23 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
+#include <string>
 #include <thread>
 #include <vector>
 
 #include "sonrel/caches/ConformedAudioFileHelper.h"
+#include "sonrel/contracts/media/ZRMediaException.h"
 #include "sonrel/contracts/project.h"
 #include "sonrel/contracts/zrtl/Paths.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/standin/media/ImportMediaAsset.h"
+#include "sonrel/standin/media/MediaErrors.h"
 
 namespace project = orlo::project;
 namespace sonrel = orlo::sonrel;
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     if (argc != 2) return 2;
     const auto project = std::make_shared<project::Project>();
     const auto asset = project::ImportMediaAsset(project->Manager(), zrtl::FromUtf8(argv[1]));
@@ -28,8 +31,13 @@ int main(int argc, char** argv) {
     clip->SetRange(0, 25);
     const auto track = sequence->AddAudioTrack();
     track->Objects().Add(clip);
-    const auto engine = sonrel::Sonrel::Create(L"media.db", L"media-cache", nullptr,
+    std::string reason;
+    const auto engine = sonrel::Sonrel::Create(L"media.db", L"media-cache", &reason,
                                                sonrel::Sonrel::LogOption::WriteErrorLog);
+    if (engine == nullptr) {
+        std::fprintf(stderr, "%s\n", reason.c_str());
+        return 1;
+    }
     sonrel::ConformedAudioFileHelper::SetAudioSamplesAvailable(project, engine, true);
     const auto& mixer = engine->Mixer();
     mixer->SetDither(sonrel::DitherType::None, 1);
@@ -53,4 +61,8 @@ int main(int argc, char** argv) {
     stop = true;
     mixing.join();
     std::printf("%d mixes, the last one %s\n", mixes.load(), sounding ? "sounds" : "is silent");
+} catch (const zrh::media::ZRMediaException& error) {
+    std::fprintf(stderr, "cannot read %s: %s\n", argv[1],
+                 zrh::media::MediaErrorText(error.Code()).c_str());
+    return 1;
 }

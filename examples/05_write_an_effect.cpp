@@ -4,15 +4,18 @@
 //   05_write_an_effect recording.flac
 #include <algorithm>
 #include <cstdio>
+#include <string>
 #include <vector>
 
 #include "sonrel/caches/ConformedAudioFileHelper.h"
+#include "sonrel/contracts/media/ZRMediaException.h"
 #include "sonrel/contracts/project.h"
 #include "sonrel/contracts/zrtl/Paths.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/mixer/plugins/AbstractPluginAudio.h"
 #include "sonrel/standin/media/ImportMediaAsset.h"
+#include "sonrel/standin/media/MediaErrors.h"
 namespace project = orlo::project;
 
 struct Average : project::AbstractPluginAudio {
@@ -38,7 +41,7 @@ struct Average : project::AbstractPluginAudio {
     }
 };
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     if (argc != 2) return 2;
     const auto project = std::make_shared<project::Project>();
     const auto asset = project::ImportMediaAsset(project->Manager(), zrtl::FromUtf8(argv[1]));
@@ -49,12 +52,22 @@ int main(int argc, char** argv) {
     clip->AddEffect(std::make_shared<Average>());
     project->Sequence()->AddAudioTrack()->Objects().Add(clip);
     using orlo::sonrel::Sonrel;
+    std::string reason;
     const auto engine =
-        Sonrel::Create(L"media.db", L"media-cache", nullptr, Sonrel::LogOption::WriteErrorLog);
+        Sonrel::Create(L"media.db", L"media-cache", &reason, Sonrel::LogOption::WriteErrorLog);
+    if (engine == nullptr) {
+        std::fprintf(stderr, "%s\n", reason.c_str());
+        return 1;
+    }
     orlo::sonrel::ConformedAudioFileHelper::SetAudioSamplesAvailable(project, engine, true);
+    engine->Mixer()->SetDither(orlo::sonrel::DitherType::HighPassTriangular, 1);
     std::vector<short> mix(2 * 48000);
     engine->Mixer()->GetSamples(project, project->Sequence(), 0, 48000,
                                 reinterpret_cast<unsigned char*>(mix.data()), 0, 0, 0);
     const auto [low, high] = std::ranges::minmax(mix);
     std::printf("from %d to %d, of 32768\n", low, high);
+} catch (const zrh::media::ZRMediaException& error) {
+    std::fprintf(stderr, "cannot read %s: %s\n", argv[1],
+                 zrh::media::MediaErrorText(error.Code()).c_str());
+    return 1;
 }

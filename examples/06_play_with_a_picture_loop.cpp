@@ -6,20 +6,24 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <string>
 #include <thread>
 
 #include "sonrel/caches/ConformedAudioFileHelper.h"
+#include "sonrel/contracts/media/ZRMediaException.h"
 #include "sonrel/contracts/project.h"
 #include "sonrel/contracts/zrtl/Paths.h"
 #include "sonrel/engine/Sonrel.h"
+#include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/playback/VirtualOutput.h"
 #include "sonrel/standin/media/ImportMediaAsset.h"
+#include "sonrel/standin/media/MediaErrors.h"
 
 namespace project = orlo::project;
 namespace sonrel = orlo::sonrel;
 using sonrel::PlaybackEngine;
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     if (argc != 2) return 2;
     const auto project = std::make_shared<project::Project>();
     const auto asset = project::ImportMediaAsset(project->Manager(), zrtl::FromUtf8(argv[1]));
@@ -33,9 +37,15 @@ int main(int argc, char** argv) {
     sonrel::SetAudioOutputFactory([] {
         return std::make_shared<sonrel::VirtualOutput>(sonrel::VirtualOutput::Clock::Paced);
     });
-    const auto engine = sonrel::Sonrel::Create(L"media.db", L"media-cache", nullptr,
+    std::string reason;
+    const auto engine = sonrel::Sonrel::Create(L"media.db", L"media-cache", &reason,
                                                sonrel::Sonrel::LogOption::WriteErrorLog);
+    if (engine == nullptr) {
+        std::fprintf(stderr, "%s\n", reason.c_str());
+        return 1;
+    }
     sonrel::ConformedAudioFileHelper::SetAudioSamplesAvailable(project, engine, true);
+    engine->Mixer()->SetDither(sonrel::DitherType::HighPassTriangular, 1);
     if (engine->InitializePlaybackEngine() != PlaybackEngine::Err::NoError) return 1;
     PlaybackEngine& playback = *engine->Playback();
     if (playback.Initialize(project, sequence) != PlaybackEngine::Err::NoError) return 1;
@@ -55,4 +65,8 @@ int main(int argc, char** argv) {
         playback.Stop();
         std::printf("ended at %d\n", playback.CurrentPlaybackVideoFrame());
     }
+} catch (const zrh::media::ZRMediaException& error) {
+    std::fprintf(stderr, "cannot read %s: %s\n", argv[1],
+                 zrh::media::MediaErrorText(error.Code()).c_str());
+    return 1;
 }

@@ -2,15 +2,18 @@
 // Draws the loudness of a recording as lines of text:
 //   07_draw_a_waveform recording.flac
 #include <cstdio>
+#include <string>
 #include <vector>
 
 #include "sonrel/caches/PeakFile.h"
 #include "sonrel/caches/WaveformPeakFileHelper.h"
 #include "sonrel/caches/WaveformPreview.h"
+#include "sonrel/contracts/media/ZRMediaException.h"
 #include "sonrel/contracts/project.h"
 #include "sonrel/contracts/zrtl/Paths.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/standin/media/ImportMediaAsset.h"
+#include "sonrel/standin/media/MediaErrors.h"
 
 namespace project = orlo::project;
 namespace sonrel = orlo::sonrel;
@@ -18,12 +21,17 @@ namespace sonrel = orlo::sonrel;
 constexpr int WIDTH = 72;
 constexpr int HEIGHT = 12;
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     if (argc != 2) return 2;
     const auto manager = std::make_shared<project::MediaManager>();
     const auto asset = project::ImportMediaAsset(manager, zrtl::FromUtf8(argv[1]));
-    const auto engine = sonrel::Sonrel::Create(L"media.db", L"media-cache", nullptr,
+    std::string reason;
+    const auto engine = sonrel::Sonrel::Create(L"media.db", L"media-cache", &reason,
                                                sonrel::Sonrel::LogOption::WriteErrorLog);
+    if (engine == nullptr) {
+        std::fprintf(stderr, "%s\n", reason.c_str());
+        return 1;
+    }
     const auto database = std::make_shared<project::MediaDB>(L"media.db", L"media-cache", false);
 
     // The first run reads the recording, later ones find the peak file.
@@ -46,4 +54,8 @@ int main(int argc, char** argv) {
         for (int x = 0; x < WIDTH; ++x) std::putchar(image[4 * (y * WIDTH + x) + 3] ? '#' : ' ');
         std::putchar('\n');
     }
+} catch (const zrh::media::ZRMediaException& error) {
+    std::fprintf(stderr, "cannot read %s: %s\n", argv[1],
+                 zrh::media::MediaErrorText(error.Code()).c_str());
+    return 1;
 }

@@ -3,27 +3,48 @@
 //   08_align_two_recordings camera.wav recorder.wav
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <string>
 
 #include "sonrel/caches/ConformedAudioFileHelper.h"
 #include "sonrel/caches/WaveformPeakFileHelper.h"
+#include "sonrel/contracts/media/ZRMediaException.h"
 #include "sonrel/contracts/project.h"
 #include "sonrel/contracts/zrtl/Paths.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/standin/media/ImportMediaAsset.h"
+#include "sonrel/standin/media/MediaErrors.h"
 #include "sonrel/sync/AudioSync.h"
 
 namespace project = orlo::project;
 using orlo::sonrel::AudioSync;
 using orlo::sonrel::Sonrel;
 
+/// Ends the program where the file cannot be read.
+std::shared_ptr<project::MediaAsset> Import(const std::shared_ptr<project::MediaManager>& manager,
+                                            const char* path) {
+    try {
+        return project::ImportMediaAsset(manager, zrtl::FromUtf8(path));
+    } catch (const zrh::media::ZRMediaException& error) {
+        std::fprintf(stderr, "cannot read %s: %s\n", path,
+                     zrh::media::MediaErrorText(error.Code()).c_str());
+        std::exit(1);
+    }
+}
+
 int main(int argc, char** argv) {
     if (argc != 3) return 2;
     constexpr int RATE = 48000;
     const auto project = std::make_shared<project::Project>();
+    std::string reason;
     const auto engine =
-        Sonrel::Create(L"media.db", L"media-cache", nullptr, Sonrel::LogOption::WriteErrorLog);
+        Sonrel::Create(L"media.db", L"media-cache", &reason, Sonrel::LogOption::WriteErrorLog);
+    if (engine == nullptr) {
+        std::fprintf(stderr, "%s\n", reason.c_str());
+        return 1;
+    }
     const auto prepare = [&](const char* path) {
-        auto asset = project::ImportMediaAsset(project->Manager(), zrtl::FromUtf8(path));
+        auto asset = Import(project->Manager(), path);
         const auto database = engine->OpenMediaDatabaseConnection();
         orlo::sonrel::ConformedAudioFileHelper::SetAudioSamplesAvailable(
             asset, RATE, engine->MediaCacheFolderPath(), engine->MediaCacheErrorLog(), database,
