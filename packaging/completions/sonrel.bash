@@ -33,12 +33,12 @@ _sonrel() {
     local options=$globals
     case $command in
         "") [[ $current == -* ]] || { COMPREPLY=($(compgen -W "align info conform mix peaks play waveform cache" -- "$current")); return; } ;;
-        align) options+=" --min-correlation --plot --otio" ;;
+        align) options+=" --min-correlation --plot --otio --overwrite" ;;
         conform) options+=" --jobs --all-codecs --force" ;;
-        mix) options+=" -o --from --to --dither --seed --stems --composition --meters --fail-on-clip --retime --audio-from" ;;
-        play) options+=" --from --reverse --speed --meters --events --output --buffer --dither --seed" ;;
-        waveform) options+=" -o --size --style --scale --format --color --background --range --ruler" ;;
-        peaks) options+=" -o --mode --export --zoom" ;;
+        mix) options+=" -o --from --to --dither --seed --stems --composition --meters --fail-on-clip --retime --audio-from --overwrite" ;;
+        play) options+=" --from --reverse --speed --meters --events --output --buffer --dither --seed --overwrite" ;;
+        waveform) options+=" -o --size --style --scale --format --color --background --range --ruler --overwrite" ;;
+        peaks) options+=" -o --mode --export --zoom --overwrite" ;;
         cache)
             if [ -z "$action" ] && [[ $current != -* ]]; then
                 COMPREPLY=($(compgen -W "ls du check clean" -- "$current"))
