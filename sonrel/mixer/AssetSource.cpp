@@ -2,8 +2,10 @@
 #include "sonrel/mixer/detail/AssetSource.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "sonrel/contracts/zrtl/Numbers.h"
@@ -41,6 +43,26 @@ FilterRead PlanFilterRead(long long start, int wanted, long long total) {
         std::min<long long>(static_cast<long long>(wanted) + 2 * FILTER_MARGIN, total - begin);
     if (span < 1 || span > INT_MAX / FRAME_BYTES) return {begin, margin, 0};
     return {begin, margin, static_cast<int>(span)};
+}
+
+/// Records that samples of an asset are missing. Called with the errno of the failure.
+/// @param start  first missing sample
+void NoteFailedRead(AudioMixerImpl& mixer, const project::MediaAsset& asset, ReadFailure reason,
+                    long long start) {
+    FailedRead read;
+    read.systemError = errno;
+    read.mediaPath = asset.IsMerged() ? asset.MergedAudioFilename() : asset.Filename();
+    read.streamIndex = static_cast<int>(asset.AudioStreamIndex());
+    read.conformedPath = asset.AudioStream()->ConformedFilePath();
+    read.reason = reason;
+    read.sourceSample = start;
+    read.timelineSample = mixer.requestBlock.value_or(start);
+    mixer.failedReads.Add(std::move(read));
+}
+
+/// Whether a code of a stream read is about the file, and not about the request.
+bool IsReadFailure(int code) {
+    return code != BAD_RANGE && code != PAST_MERGED_END && code != BUFFER_TOO_SMALL;
 }
 
 /// Samples are stored as bytes at the interfaces and as pairs of 16-bit values here.
@@ -88,8 +110,13 @@ int ReadConformedSamples(AudioMixerImpl& mixer, const project::MediaAsset& asset
     if (start < 0 || count < 0) return -1;
     const long long total = stream->ConformedSampleCount();
     if (total == 0) return 0;
+    errno = 0;
     const project::ConformedAudioFile* file = FindConformedFile(mixer, *stream);
-    if (!file) return 0;
+    if (!file) {
+        const bool isExpected = stream->SamplesAvailable() && !stream->ConformedFilePath().empty();
+        if (isExpected) NoteFailedRead(mixer, asset, ReadFailure::CannotOpen, start);
+        return 0;
+    }
 
     // A read that reaches the end is not cut to the buffer here: the file and the merged test
     // refuse it when the room is too small, and the caller gets 0.
@@ -102,7 +129,13 @@ int ReadConformedSamples(AudioMixerImpl& mixer, const project::MediaAsset& asset
         frames = std::min(count, bufferSize / FRAME_BYTES);
     }
     int read = 0;
-    if (ReadStreamSamples(*stream, *file, start, frames, buffer, bufferSize, &read) != 0) return 0;
+    errno = 0;
+    const int code = ReadStreamSamples(*stream, *file, start, frames, buffer, bufferSize, &read);
+    if (code != 0) {
+        if (IsReadFailure(code)) NoteFailedRead(mixer, asset, ReadFailure::CannotRead, start);
+        return 0;
+    }
+    if (read < frames) NoteFailedRead(mixer, asset, ReadFailure::TooShort, start + read);
     return read;
 }
 

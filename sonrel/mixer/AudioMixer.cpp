@@ -52,6 +52,7 @@ int AudioMixer::GetSamples(const std::shared_ptr<project::Project>& project,
                            const std::shared_ptr<project::AbstractLayer>& layer, long long start,
                            int count, int sampleRate, std::vector<unsigned char>& samples,
                            zrtl::ZRID stopAtEffect) const {
+    const detail::RequestBlock block(impl_->requestBlock, start);
     return detail::RenderLayer(*impl_, project, layer, start, count, sampleRate, samples,
                                stopAtEffect);
 }
@@ -61,6 +62,7 @@ int AudioMixer::GetSamples(const std::shared_ptr<project::Project>& project,
                            const std::shared_ptr<project::AudioObject>& object, long long start,
                            int count, int sampleRate, std::vector<unsigned char>& samples,
                            zrtl::ZRID stopAtEffect) const {
+    const detail::RequestBlock block(impl_->requestBlock, start);
     return detail::RenderAudioObject(*impl_, project, sequence, object, start, count, sampleRate,
                                      samples, stopAtEffect);
 }
@@ -81,6 +83,14 @@ void AudioMixer::SetDither(DitherType type, unsigned int seed) {
 
 std::mutex& AudioMixer::Mutex() const {
     return impl_->mutex;
+}
+
+unsigned long long AudioMixer::MarkFailedReads() {
+    return impl_->failedReads.Mark();
+}
+
+std::vector<FailedRead> AudioMixer::FailedReadsSince(unsigned long long mark) const {
+    return impl_->failedReads.Since(mark);
 }
 
 void AudioMixer::StartMeterSession(unsigned long long trackCount, int blockFrames) {

@@ -8,6 +8,7 @@
 #include "sonrel/Export.h"
 #include "sonrel/contracts/zrtl/ZRID.h"
 #include "sonrel/mixer/AudioMetrics.h"
+#include "sonrel/mixer/FailedReads.h"
 #include "sonrel/mixer/SampleConverter.h"
 
 namespace orlo::project {
@@ -30,11 +31,11 @@ struct AudioMixerImpl;
 /// A sample is a stereo frame: two signed 16-bit values, left first, four bytes. Positions and
 /// counts are in samples at the sample rate in force, counted from the beginning of what is read.
 ///
-/// Threads: one GetSamples call at a time on one mixer. All meter operations may run on any thread
-/// at any moment, next to a mix and next to each other. Dither(), SetDither and ResetMixSession are
-/// for the thread that mixes, or for any thread while nothing mixes. The project is read live: a
-/// host that edits flags, levels or balance while something mixes holds Mutex() around the edit,
-/// and makes structural edits while nothing mixes.
+/// Threads: one GetSamples call at a time on one mixer. All meter operations, MarkFailedReads and
+/// FailedReadsSince may run on any thread at any moment, next to a mix and next to each other.
+/// Dither(), SetDither and ResetMixSession are for the thread that mixes, or for any thread while
+/// nothing mixes. The project is read live: a host that edits flags, levels or balance while
+/// something mixes holds Mutex() around the edit, and makes structural edits while nothing mixes.
 ///
 /// The mix catches nothing: an exception from the project, a plugin or the allocator passes up to
 /// the caller, and the mixer is usable afterwards.
@@ -121,6 +122,29 @@ public:
     /// it. It is not recursive: GetSamples never returns on a thread that holds it. The meter
     /// operations do not take it.
     std::mutex& Mutex() const;
+
+    /// Starts a new period of FailedReadsSince. Any thread, at any moment.
+    ///
+    /// Marks of several users do not disturb each other: each asks with its own mark.
+    /// @return the mark, above 0 and above all marks before
+    unsigned long long MarkFailedReads();
+    /// The conformed files that could not be read since a mark, each with its first failed read, in
+    /// the order in which they failed. Any thread, at any moment, also while another thread mixes
+    /// or plays: the failed reads of a GetSamples call are there once it has returned. A read that
+    /// succeeds takes no lock and allocates nothing for this.
+    ///
+    /// A host that must not take missing sound for silence marks before a mix or a playback and
+    /// asks after it:
+    ///
+    ///     const unsigned long long mark = mixer.MarkFailedReads();
+    ///     mixer.GetSamples(project, sequence, start, count, buffer, size, 0, 0);
+    ///     const std::vector<FailedRead> failed = mixer.FailedReadsSince(mark);
+    ///     if (!failed.empty()) ...  // failed.front() names the media file and the position
+    ///
+    /// At most 4096 records are kept. When there are more, those of earlier marks are dropped, the
+    /// oldest first; of the latest mark the first 4096 files stay.
+    /// @param mark  a result of MarkFailedReads, or 0 for all failed reads of the mixer
+    std::vector<FailedRead> FailedReadsSince(unsigned long long mark) const;
 
     /// Starts metering: sequence mixes feed the track meters and the master meter, composition
     /// mixes the master meter. The blocks of the session before are dropped.

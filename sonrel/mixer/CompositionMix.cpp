@@ -59,6 +59,7 @@ int MixCompositionBlock(AudioMixerImpl& mixer, const std::shared_ptr<project::Pr
                         const std::shared_ptr<project::CompositionAsset>& composition,
                         long long start, int count, short* output, int rate, double frameRate,
                         Metering metering) {
+    const RequestBlock requestBlock(mixer.requestBlock, start);
     if (count > zrtl::SamplesPerFrame(rate, frameRate)) return TOO_LONG;
 
     const LayerBlock block{project,

@@ -100,6 +100,7 @@ BlockLevels ReadMasterLevels(std::mutex& mutex, const project::EditorSequence& s
 int MixSequenceBlock(AudioMixerImpl& mixer, const std::shared_ptr<project::Project>& project,
                      const std::shared_ptr<project::EditorSequence>& sequence, long long start,
                      int count, short* output, int rate, double frameRate) {
+    const RequestBlock requestBlock(mixer.requestBlock, start);
     const std::shared_ptr<const MeterSet> meters = mixer.meters.ForMixBlock();
     if (count > zrtl::SamplesPerFrame(rate, frameRate)) return TOO_LONG;
 

@@ -2,6 +2,7 @@
 // What a host may do while another thread mixes.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <thread>
 
 #include "tests/mixer/Meanwhile.h"
@@ -80,6 +81,21 @@ TEST_F(MixThreads, LetAHostSwitchEffectsAtAnyTime) {
     });
 
     MixBeside(host, 50, 1000);
+}
+
+TEST_F(MixThreads, LetAHostAskForFailedReadsAtAnyTime) {
+    const auto lost = builder_.AddMedia(Noise(20000, 9));
+    builder_.AddObject(lost, 0, 10);
+    std::filesystem::remove(zrtl::ToUtf8(lost->AudioStream()->ConformedFilePath()));
+    const Meanwhile host([&](int turn) {
+        const unsigned long long mark =
+            turn % 3 == 0 ? rig_.Mixer().MarkFailedReads() : static_cast<unsigned long long>(turn);
+        for (const sonrel::FailedRead& failed : rig_.Mixer().FailedReadsSince(mark)) {
+            EXPECT_EQ(failed.conformedPath, lost->AudioStream()->ConformedFilePath());
+        }
+    });
+
+    MixBeside(host, 50, 300);
 }
 
 TEST_F(MixThreads, LetAHostReadTheMetersAtAnyTime) {

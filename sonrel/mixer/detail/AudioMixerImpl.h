@@ -2,11 +2,13 @@
 #pragma once
 
 #include <mutex>
+#include <optional>
 #include <vector>
 
 #include "sonrel/contracts/project/ConformedAudioFile.h"
 #include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/mixer/SampleConverter.h"
+#include "sonrel/mixer/detail/FailedReadLog.h"
 #include "sonrel/mixer/detail/MixBlockPool.h"
 #include "sonrel/mixer/detail/MixMeters.h"
 #include "sonrel/mixer/detail/Resampler.h"
@@ -23,6 +25,10 @@ struct AudioMixerImpl {
     detail::MixMeters meters;
     std::mutex mutex;  ///< guards reads of the project, never a rendering
     detail::Resampler resampler;
+    detail::FailedReadLog failedReads;
+    /// First sample of the outermost mix block under way; none while an asset is read directly,
+    /// which threads may do side by side.
+    std::optional<long long> requestBlock;
 };
 
 /// The engine's own way to a mixer's state.

@@ -139,11 +139,13 @@ int ConformedAudioFile::GetSamples(long long start, int count, unsigned char* bu
     if (count == 0 || start >= facts_->layout.sampleCount) return 0;
 
     const long long frames = std::min<long long>(count, facts_->layout.sampleCount - start);
-    // The file may have been cut short since it was opened: a read, unlike a mapping, says so.
-    if (!facts_->ahead.Copy(start, frames, buffer) &&
-        !ReadFullyAt(Descriptor(), buffer, frames * BYTES_PER_FRAME,
-                     facts_->layout.firstByte + start * BYTES_PER_FRAME)) {
-        return READ_FAILED;
+    if (!facts_->ahead.Copy(start, frames, buffer)) {
+        const int descriptor = Descriptor();
+        // The file may have been cut short since it was opened: a read, unlike a mapping, says so.
+        if (descriptor < 0 || !ReadFullyAt(descriptor, buffer, frames * BYTES_PER_FRAME,
+                                           facts_->layout.firstByte + start * BYTES_PER_FRAME)) {
+            return READ_FAILED;
+        }
     }
     facts_->nextFrame.store(start + frames, std::memory_order_relaxed);
     facts_->lastCount.store(frames, std::memory_order_relaxed);
