@@ -101,6 +101,21 @@ TEST_F(CacheHousekeeping, ARecordThatLeadsOutOfTheFolderDeletesNothing) {
     EXPECT_EQ(sonrel_tests::ReadFile(folder / "mine.txt"), "mine");
 }
 
+TEST_F(CacheHousekeeping, ARecordThatNamesAnotherFileOfTheFolderDeletesNothing) {
+    for (const char* name : {"notes.txt", "b.xwpk", "c.xwmc"}) {
+        WriteFile(folder / "cache" / name, "mine");
+    }
+    const auto database = engine->OpenMediaDatabaseConnection();
+    database->AddConformedFile(L"/media/a.mov", L"f", 0, 48000, L"notes.txt");
+    database->AddConformedFile(L"/media/a.mov", L"f", 1, 48000, L"b.xwpk");
+    database->AddPeakFile(L"/media/a.mov", L"f", 0, L"c.xwmc");
+    engine->SetDaysToKeepCacheFiles(0);
+
+    engine->ClearCacheFiles();
+
+    EXPECT_THAT(NamesIn(folder / "cache"), ElementsAre("b.xwpk", "c.xwmc", "notes.txt"));
+}
+
 TEST_F(CacheHousekeeping, ReleasingTheLastReferenceTakesDueFilesOffTheDisk) {
     Fill();
     engine->SetDaysToKeepCacheFiles(0);

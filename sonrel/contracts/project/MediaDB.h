@@ -16,8 +16,10 @@ struct MediaDBImpl;
 ///
 /// A record is found by its whole key: media path, media fingerprint, stream index and, for
 /// conformed files, sample rate; keys are compared case by case. Its value is the cache file's bare
-/// name. A stored name that is not a bare file name ("..", one with a slash or a backslash, one
-/// longer than 255 bytes) reads as empty, so that no record leads out of the cache folder.
+/// name. A stored name that is not a bare file name ("..", a name with a slash or a backslash, a
+/// name longer than 255 bytes) reads as empty, so that no record leads out of the cache folder. The
+/// name of a conformed file that does not end in ".xwmc", or of a peak file that does not end in
+/// ".xwpk", reads as empty too, so that no record leads to a file of another kind.
 ///
 /// Threads: one thread at a time on one connection. Any number of connections, in any number of
 /// processes, may be open on one database.
@@ -91,6 +93,12 @@ public:
     /// @throws std::runtime_error also when a record of that key exists
     void AddConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                           int streamIndex, int sampleRate, std::wstring const& fileName);
+    /// Registers a file as used now, in place of the file of a record of that key. Every other
+    /// connection finds either the old name or the new name.
+    /// @return the cache file name that the record had; empty without a record
+    std::wstring ReplaceConformedFile(std::wstring const& mediaPath,
+                                      std::wstring const& fingerprint, int streamIndex,
+                                      int sampleRate, std::wstring const& fileName);
     /// Stamps a record as used now. @return whether there is one
     bool TouchConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                             int streamIndex, int sampleRate);
@@ -118,6 +126,8 @@ public:
                          int streamIndex, std::wstring* fileName) const;
     void AddPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                      int streamIndex, std::wstring const& fileName);
+    std::wstring ReplacePeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                                 int streamIndex, std::wstring const& fileName);
     bool TouchPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                        int streamIndex);
     bool RemovePeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,

@@ -38,14 +38,15 @@ std::unique_ptr<SqliteConnection> OpenToLook(std::wstring const& path) {
     return OpenAs(path, Mode::Frozen);
 }
 
-CacheRecord RecordOf(CacheFileKind kind, const SqliteRun& row, long long lastUseMs) {
+CacheRecord RecordOf(CacheFileKind kind, const RecordTable& table, const SqliteRun& row,
+                     long long lastUseMs) {
     const bool hasRate = kind == CacheFileKind::Conformed;
     return {kind,
             row.Text(0),
             row.Text(1),
             static_cast<int>(row.Number(2)),
             hasRate ? static_cast<int>(row.Number(4)) : 0,
-            row.BareName(3),
+            table.NameOf(row, 3),
             lastUseMs};
 }
 
@@ -85,8 +86,9 @@ std::vector<CacheRecord> CacheLedger::Records() const {
     std::vector<CacheRecord> records;
     for (const CacheFileKind kind :
          {CacheFileKind::Conformed, CacheFileKind::Peak, CacheFileKind::Vfr}) {
-        impl_->Table(kind).List([&](const SqliteRun& row, long long lastUseMs) {
-            records.push_back(RecordOf(kind, row, lastUseMs));
+        RecordTable& table = impl_->Table(kind);
+        table.List([&](const SqliteRun& row, long long lastUseMs) {
+            records.push_back(RecordOf(kind, table, row, lastUseMs));
         });
     }
     return records;
@@ -95,8 +97,9 @@ std::vector<CacheRecord> CacheLedger::Records() const {
 std::vector<CacheRecord> CacheLedger::RecordsOf(CacheFileKind kind,
                                                 std::wstring const& mediaPath) const {
     std::vector<CacheRecord> records;
-    impl_->Table(kind).ListOf(mediaPath, [&](const SqliteRun& row, long long lastUseMs) {
-        records.push_back(RecordOf(kind, row, lastUseMs));
+    RecordTable& table = impl_->Table(kind);
+    table.ListOf(mediaPath, [&](const SqliteRun& row, long long lastUseMs) {
+        records.push_back(RecordOf(kind, table, row, lastUseMs));
     });
     return records;
 }

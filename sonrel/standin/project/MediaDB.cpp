@@ -58,6 +58,13 @@ void MediaDB::AddConformedFile(std::wstring const& mediaPath, std::wstring const
                          DatabaseNow());
 }
 
+std::wstring MediaDB::ReplaceConformedFile(std::wstring const& mediaPath,
+                                           std::wstring const& fingerprint, int streamIndex,
+                                           int sampleRate, std::wstring const& fileName) {
+    return impl_->conformed.Replace({mediaPath, fingerprint, streamIndex, sampleRate}, fileName,
+                                    DatabaseNow());
+}
+
 bool MediaDB::TouchConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                                  int streamIndex, int sampleRate) {
     return impl_->conformed.Touch({mediaPath, fingerprint, streamIndex, sampleRate}, DatabaseNow());
@@ -72,7 +79,7 @@ MediaDB::ConformedFileList MediaDB::FindUnusedConformedFiles(int days) const {
     ConformedFileList list;
     impl_->conformed.FindUnused(days, DatabaseNow(), [&](const SqliteRun& row) {
         list.push_back({row.Text(0), row.Text(1), static_cast<int>(row.Number(2)),
-                        static_cast<int>(row.Number(4)), row.BareName(3)});
+                        static_cast<int>(row.Number(4)), impl_->conformed.NameOf(row, 3)});
     });
     return list;
 }
@@ -94,6 +101,12 @@ void MediaDB::AddPeakFile(std::wstring const& mediaPath, std::wstring const& fin
     impl_->peak.Add({mediaPath, fingerprint, streamIndex}, fileName, DatabaseNow());
 }
 
+std::wstring MediaDB::ReplacePeakFile(std::wstring const& mediaPath,
+                                      std::wstring const& fingerprint, int streamIndex,
+                                      std::wstring const& fileName) {
+    return impl_->peak.Replace({mediaPath, fingerprint, streamIndex}, fileName, DatabaseNow());
+}
+
 bool MediaDB::TouchPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                             int streamIndex) {
     return impl_->peak.Touch({mediaPath, fingerprint, streamIndex}, DatabaseNow());
@@ -107,8 +120,8 @@ bool MediaDB::RemovePeakFile(std::wstring const& mediaPath, std::wstring const& 
 MediaDB::PeakFileList MediaDB::FindUnusedPeakFiles(int days) const {
     PeakFileList list;
     impl_->peak.FindUnused(days, DatabaseNow(), [&](const SqliteRun& row) {
-        list.push_back(
-            {row.Text(0), row.Text(1), static_cast<int>(row.Number(2)), row.BareName(3)});
+        list.push_back({row.Text(0), row.Text(1), static_cast<int>(row.Number(2)),
+                        impl_->peak.NameOf(row, 3)});
     });
     return list;
 }
@@ -132,7 +145,7 @@ MediaDB::VFRCacheFileList MediaDB::FindUnusedVFRCacheFiles(int days) const {
     VFRCacheFileList list;
     impl_->vfr.FindUnused(days, DatabaseNow(), [&](const SqliteRun& row) {
         list.push_back(
-            {row.Text(0), row.Text(1), static_cast<int>(row.Number(2)), row.BareName(3)});
+            {row.Text(0), row.Text(1), static_cast<int>(row.Number(2)), impl_->vfr.NameOf(row, 3)});
     });
     return list;
 }

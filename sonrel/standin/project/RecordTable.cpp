@@ -27,15 +27,29 @@ std::string RateColumn(RecordTable::Kind kind) {
     return kind == RecordTable::Kind::Conformed ? ", sample_rate" : "";
 }
 
+/// The end of the names of the files; empty for files that other users of the database write.
+std::string_view Ending(RecordTable::Kind kind) {
+    switch (kind) {
+        case RecordTable::Kind::Conformed:
+            return ".xwmc";
+        case RecordTable::Kind::Peak:
+            return ".xwpk";
+        case RecordTable::Kind::Vfr:
+            break;
+    }
+    return {};
+}
+
 /// The key's parameters are ?1 to ?3 and, for conformed files, ?4.
 std::string WhereKey(RecordTable::Kind kind) {
     return std::string(" WHERE media_path = ?1 AND media_fingerprint = ?2 AND stream_index = ?3") +
            (kind == RecordTable::Kind::Conformed ? " AND sample_rate = ?4" : "");
 }
 
-std::string InsertInto(RecordTable::Kind kind) {
+/// @param verb  "INSERT" or "REPLACE"
+std::string InsertInto(RecordTable::Kind kind, const std::string& verb) {
     const bool hasRate = kind == RecordTable::Kind::Conformed;
-    return "INSERT INTO " + Table(kind) + " (media_path, media_fingerprint, stream_index" +
+    return verb + " INTO " + Table(kind) + " (media_path, media_fingerprint, stream_index" +
            RateColumn(kind) + ", cache_filename, last_use) VALUES (?1, ?2, ?3, ?4, ?5" +
            (hasRate ? ", ?6)" : ")");
 }
@@ -75,8 +89,10 @@ std::string SelectAll(RecordTable::Kind kind, const std::string& where = {}) {
 RecordTable::RecordTable(SqliteConnection& connection, Kind kind)
     : connection_(connection),
       hasRate_(kind == Kind::Conformed),
+      ending_(Ending(kind)),
       get_(connection, "SELECT cache_filename FROM " + Table(kind) + WhereKey(kind)),
-      add_(connection, InsertInto(kind)),
+      add_(connection, InsertInto(kind, "INSERT")),
+      replace_(connection, InsertInto(kind, "REPLACE")),
       touch_(connection, UpdateLastUse(kind)),
       remove_(connection, DeleteNamed(kind)),
       findUnused_(connection, SelectUnused(kind)),
@@ -88,19 +104,26 @@ bool RecordTable::Get(const RecordKey& key, std::wstring* name) {
     SqliteRun run(get_);
     Bind(&run, key);
     if (!run.Step()) return false;
-    *name = run.BareName(0);
+    *name = NameOf(run, 0);
     lastNames_[Owned(key)] = run.Bytes(0);
     return true;
 }
 
 void RecordTable::Add(const RecordKey& key, std::wstring const& name, long long nowMs) {
     connection_.SetDurable(true);
-    SqliteRun run(add_);
-    Bind(&run, key);
-    run.Bind(name);
-    run.Bind(nowMs);
-    run.Step();
+    Store(add_, key, name, nowMs);
     lastNames_[Owned(key)] = zrtl::ToUtf8(name);
+}
+
+std::wstring RecordTable::Replace(const RecordKey& key, std::wstring const& name, long long nowMs) {
+    connection_.SetDurable(true);  // not possible inside a transaction
+    SqliteTransaction transaction(connection_);
+    std::wstring oldName;
+    Get(key, &oldName);
+    Store(replace_, key, name, nowMs);
+    transaction.Commit();
+    lastNames_[Owned(key)] = zrtl::ToUtf8(name);
+    return oldName;
 }
 
 // A stamp or a removal that a power cut takes back does no harm: the one ages a file early, the
@@ -129,12 +152,16 @@ bool RecordTable::Remove(const RecordKey& key) {
     return Changed();
 }
 
+std::wstring RecordTable::NameOf(const SqliteRun& row, int column) const {
+    return row.Bytes(column).ends_with(ending_) ? row.BareName(column) : std::wstring();
+}
+
 bool RecordTable::IsUnused(const RecordKey& key, std::wstring const& name, int days,
                            long long nowMs) {
     SqliteRun run(isUnused_);
     Bind(&run, key);
     run.Bind(Cutoff(days, nowMs));
-    if (!run.Step() || run.BareName(0) != name) return false;
+    if (!run.Step() || NameOf(run, 0) != name) return false;
     lastNames_[Owned(key)] = run.Bytes(0);
     return true;
 }
@@ -153,6 +180,15 @@ void RecordTable::Bind(SqliteRun* run, const RecordKey& key) const {
     run->Bind(key.mediaFingerprint);
     run->Bind(key.streamIndex);
     if (hasRate_) run->Bind(key.sampleRate);
+}
+
+void RecordTable::Store(SqliteStatement& statement, const RecordKey& key, std::wstring const& name,
+                        long long nowMs) {
+    SqliteRun run(statement);
+    Bind(&run, key);
+    run.Bind(name);
+    run.Bind(nowMs);
+    run.Step();
 }
 
 bool RecordTable::Changed() const {

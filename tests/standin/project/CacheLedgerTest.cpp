@@ -138,6 +138,14 @@ TEST_F(CacheLedgerTest, ANameThatLeadsOutOfTheFolderIsListedAsEmpty) {
     EXPECT_EQ(CacheLedger(path_).Records().at(0).cacheFilename, L"");
 }
 
+TEST_F(CacheLedgerTest, ANameWithTheEndingOfAnotherKindOfFileIsListedAsEmpty) {
+    MediaDB(path_, L"", true).AddConformedFile(L"/m/p.wav", L"bb", 0, 48000, L"notes.txt");
+    MediaDB(path_, L"", true).AddPeakFile(L"/m/p.wav", L"bb", 0, L"a.xwmc");
+
+    EXPECT_EQ(CacheLedger(path_).Records().at(0).cacheFilename, L"");
+    EXPECT_EQ(CacheLedger(path_).Records().at(1).cacheFilename, L"");
+}
+
 TEST_F(CacheLedgerTest, ADatabaseInAFolderThatCannotBeWrittenIsListed) {
     Fill();
     std::filesystem::permissions(folder_ / "media.db", static_cast<std::filesystem::perms>(0444));

@@ -66,6 +66,29 @@ TEST_F(CacheRecordRace, AnUnusedRecordOfEachKindIsHandedToTheWork) {
     EXPECT_EQ(runs, 3);
 }
 
+TEST_F(CacheRecordRace, AReplacedRecordHasTheNewNameAndReturnsTheNameOfAnotherProcess) {
+    ASSERT_EQ(ReplaceElsewhere(L"theirs.xwmc"), 0);
+
+    EXPECT_EQ(database_.ReplaceConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"new.xwmc"),
+              L"theirs.xwmc");
+    EXPECT_EQ(database_.ReplacePeakFile(L"/m/a.wav", L"ff", 0, L"new.xwpk"), L"a.xwpk");
+
+    std::wstring name;
+    EXPECT_TRUE(Open().GetConformedFilename(L"/m/a.wav", L"ff", 0, 48000, &name));
+    EXPECT_EQ(name, L"new.xwmc");
+    EXPECT_TRUE(Open().GetPeakFilename(L"/m/a.wav", L"ff", 0, &name));
+    EXPECT_EQ(name, L"new.xwpk");
+    EXPECT_TRUE(Open().FindUnusedConformedFiles(30).empty()) << "a new file counts as used";
+}
+
+TEST_F(CacheRecordRace, AReplacementWithoutARecordAddsIt) {
+    EXPECT_EQ(database_.ReplaceConformedFile(L"/m/b.wav", L"ff", 0, 48000, L"b.xwmc"), L"");
+
+    std::wstring name;
+    EXPECT_TRUE(Open().GetConformedFilename(L"/m/b.wav", L"ff", 0, 48000, &name));
+    EXPECT_EQ(name, L"b.xwmc");
+}
+
 TEST_F(CacheRecordRace, AStampOfAnotherProcessAfterTheSearchKeepsTheFile) {
     const auto due = database_.FindUnusedConformedFiles(30);
     const auto duePeaks = database_.FindUnusedPeakFiles(30);

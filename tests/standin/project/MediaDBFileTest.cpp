@@ -321,7 +321,7 @@ TEST_F(MediaDBFileTest, OfTwoProcessesThatAddOneKeyExactlyOneIsRefused) {
         const int answer = InAnotherProcess([&] {
             MediaDB other = Open(false);
             try {
-                other.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, std::to_wstring(i));
+                other.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, std::to_wstring(i) + L".xwmc");
                 return 0;
             } catch (const std::runtime_error&) {
                 return 1;
@@ -335,7 +335,7 @@ TEST_F(MediaDBFileTest, OfTwoProcessesThatAddOneKeyExactlyOneIsRefused) {
     EXPECT_EQ(refused, 1);
     std::wstring name;
     EXPECT_TRUE(database.GetConformedFilename(L"/m/a.wav", L"ff", 0, 48000, &name));
-    EXPECT_EQ(name, L"0");
+    EXPECT_EQ(name, L"0.xwmc");
 }
 
 TEST_F(MediaDBFileTest, AnAddedRecordOutlivesAKilledProcess) {

@@ -356,14 +356,14 @@ TEST_F(MediaDBTest, NamesThatLeadOutOfTheFolderReadAsEmpty) {
 }
 
 TEST_F(MediaDBTest, OddNamesThatStayInTheFolderAreKept) {
-    const std::vector<std::wstring> names = {L"...",
-                                             L"-rf",
-                                             L" a.xwmc ",
-                                             L"new\nline",
-                                             L"..a",
-                                             L"%s",
-                                             L"'; DROP TABLE peak_file; --",
-                                             std::wstring(255, L'x')};
+    const std::vector<std::wstring> names = {L"....xwpk",
+                                             L"-rf.xwpk",
+                                             L" a.xwmc .xwpk",
+                                             L"new\nline.xwpk",
+                                             L"..a.xwpk",
+                                             L"%s.xwpk",
+                                             L"'; DROP TABLE peak_file; --.xwpk",
+                                             std::wstring(250, L'x') + L".xwpk"};
     MediaDB database = Open();
 
     for (int i = 0; i < static_cast<int>(names.size()); ++i) {
@@ -372,6 +372,37 @@ TEST_F(MediaDBTest, OddNamesThatStayInTheFolderAreKept) {
         EXPECT_TRUE(database.GetPeakFilename(L"/m/a.wav", L"ff", i, &name));
         EXPECT_EQ(name, names[i]);
     }
+}
+
+TEST_F(MediaDBTest, ANameWithTheEndingOfAnotherKindOfFileReadsAsEmpty) {
+    MediaDB database = Open();
+    for (const wchar_t* name : {L"notes.txt", L"a.XWMC", L"a.xwmc.txt", L"xwmc", L"a.xwpk"}) {
+        database.AddConformedFile(L"/m/a.wav", name, 0, 48000, name);
+    }
+    for (const wchar_t* name : {L"notes.txt", L"a.XWPK", L"a.xwpk~", L"xwpk", L"a.xwmc"}) {
+        database.AddPeakFile(L"/m/a.wav", name, 0, name);
+    }
+
+    for (const auto& record : database.FindUnusedConformedFiles(0)) {
+        std::wstring name = L"before";
+        EXPECT_TRUE(
+            database.GetConformedFilename(L"/m/a.wav", record.mediaFingerprint, 0, 48000, &name));
+        EXPECT_EQ(name, L"");
+        EXPECT_EQ(record.cacheFilename, L"");
+    }
+    for (const auto& record : database.FindUnusedPeakFiles(0)) {
+        std::wstring name = L"before";
+        EXPECT_TRUE(database.GetPeakFilename(L"/m/a.wav", record.mediaFingerprint, 0, &name));
+        EXPECT_EQ(name, L"");
+        EXPECT_EQ(record.cacheFilename, L"");
+    }
+}
+
+TEST_F(MediaDBTest, ANameOfAVfrCacheFileHasAnyEnding) {
+    MediaDB database = Open();
+    database.AddVFRCacheFile(L"/m/a.wav", L"ff", 0, L"notes.txt");
+
+    EXPECT_EQ(database.FindUnusedVFRCacheFiles(0)[0].cacheFilename, L"notes.txt");
 }
 
 TEST_F(MediaDBTest, ANameThatIsNoUnicodeReadsAsEmpty) {

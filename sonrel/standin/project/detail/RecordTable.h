@@ -3,6 +3,7 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 #include <tuple>
 
 #include "sonrel/standin/project/detail/Sqlite.h"
@@ -33,6 +34,9 @@ public:
     bool Get(const RecordKey& key, std::wstring* name);
     /// @throws DatabaseError also when there is a record
     void Add(const RecordKey& key, std::wstring const& name, long long nowMs);
+    /// Adds a record, or gives an existing record this name, in one write transaction.
+    /// @return the bare name that the record had; empty without a record
+    std::wstring Replace(const RecordKey& key, std::wstring const& name, long long nowMs);
     /// @return whether there is a record
     bool Touch(const RecordKey& key, long long nowMs);
     /// Removes the record if it still has the name that was read or added last under its key; under
@@ -53,6 +57,10 @@ public:
         transaction.Commit();
         return true;
     }
+
+    /// The bare name in a column of cache file names. Empty for a name that this kind of file
+    /// cannot have: a conformed file ends in ".xwmc" and a peak file in ".xwpk".
+    std::wstring NameOf(const SqliteRun& row, int column) const;
 
     /// The columns of a row of FindUnused: media path, fingerprint, stream index, cache file name
     /// and, for conformed files, sample rate.
@@ -87,12 +95,17 @@ private:
     static OwnedKey Owned(const RecordKey& key);
     bool IsUnused(const RecordKey& key, std::wstring const& name, int days, long long nowMs);
     void Bind(SqliteRun* run, const RecordKey& key) const;
+    /// Runs add_ or replace_.
+    void Store(SqliteStatement& statement, const RecordKey& key, std::wstring const& name,
+               long long nowMs);
     bool Changed() const;
 
     SqliteConnection& connection_;
     bool hasRate_;
+    std::string_view ending_;
     SqliteStatement get_;
     SqliteStatement add_;
+    SqliteStatement replace_;
     SqliteStatement touch_;
     SqliteStatement remove_;
     SqliteStatement findUnused_;
