@@ -16,6 +16,7 @@
 #include "host/Interrupt.h"
 #include "host/Paths.h"
 #include "host/Text.h"
+#include "sonrel/caches/CacheFileCheck.h"
 #include "sonrel/contracts/zrtl/Paths.h"
 
 namespace orlo::host {
@@ -138,9 +139,18 @@ Outcome DiskUse(const CachePlaces& places) {
     return outcome;
 }
 
+/// Variable-frame-rate files have a format of other programs, and only their presence is checked.
 bool IsBroken(const CacheEntry& entry, const CachePlaces& places) {
-    return entry.record->kind == CacheFileKind::Conformed &&
-           !project::IsWholeConformedFile(WidePath(CacheFilePath(places, entry.file)));
+    const std::wstring path = WidePath(CacheFilePath(places, entry.file));
+    switch (entry.record->kind) {
+        case CacheFileKind::Conformed:
+            return !project::IsWholeConformedFile(path, entry.record->sampleRate);
+        case CacheFileKind::Peak:
+            return !sonrel::CacheFileCheck::IsWholePeakFile(path);
+        case CacheFileKind::Vfr:
+            break;
+    }
+    return false;
 }
 
 Outcome Check(const CachePlaces& places) {

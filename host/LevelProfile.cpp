@@ -55,7 +55,7 @@ LevelProfile::LevelProfile(const project::MediaAsset& asset, int rate) : rate_(r
     const auto fail = [&] {
         throw JobError("cannot read the peak file " +
                        Quoted(zrtl::ToUtf8(stream.WaveformPeakFilePath())) +
-                       "; remove it with 'sonrel cache clean' and try again");
+                       "; run the command again, or remove the file");
     };
     if (!file.Open(stream.WaveformPeakFilePath())) {
         if (stream.NativeSampleCount() > 0) fail();

@@ -113,7 +113,7 @@ void CopyPixels(PeakFile& peaks, const Head& head, Encoder& encoder, const std::
             static_cast<int>(first), static_cast<int>(end), static_cast<double>(step), values);
         if (result != PeakFile::Result::Ok) {
             throw JobError("cannot read the peak file " + Quoted(path) +
-                           " to its end; remove it, so that it is made anew");
+                           " to its end; run the command again, or remove the file");
         }
         encoder.Add(values);
         if (Interrupted()) ThrowInterrupted("the export is not written");

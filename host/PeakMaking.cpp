@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "host/PeakMaking.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <exception>
+#include <filesystem>
 #include <new>
 
 #include "host/Errors.h"
@@ -11,6 +14,7 @@
 #include "host/OutputTarget.h"
 #include "host/Paths.h"
 #include "host/Text.h"
+#include "sonrel/caches/CacheFileCheck.h"
 #include "sonrel/caches/PeakFile.h"
 #include "sonrel/caches/WaveformPeakFileHelper.h"
 #include "sonrel/contracts/media.h"
@@ -84,24 +88,23 @@ public:
         progress_.Begin("peaks", "samples", total);
     }
 
-    /// Watches the reading of a task; begins its count.
-    ReadObserver::Function Follow(const PeakTask& task) {
+    /// Watches the reading of a task, which begins at its first frame.
+    ReadObserver::Function Follow() {
         reading_ = false;
-        before_ = done_;
-        done_ += task.frames;
         return [this](long long frames) {
             reading_ = true;
-            progress_.Update(before_ + frames);
+            progress_.Update(done_ + frames);
             return !Interrupted();
         };
     }
+    /// Counts a task as read.
+    void Finish(const PeakTask& task) { done_ += task.frames; }
     /// Whether anything was read since.
     bool WasRead() const { return reading_; }
 
 private:
     Progress& progress_;
-    long long before_ = 0;
-    long long done_ = 0;
+    long long done_ = 0;    // frames of the tasks before
     bool reading_ = false;  // set under the observer's lock, read when the readers have ended
 };
 
@@ -118,6 +121,10 @@ public:
             path = Ask(task);
             made = progress_.WasRead();
         }
+        if (!path.empty() && !made && Forget(task, path)) {
+            path = Ask(task);
+            made = progress_.WasRead();
+        }
         if (path.empty() && Interrupted()) return;
         if (path.empty()) {
             task.result.error = "cannot make the peak file of " + Quoted(MediaPath(task)) + ": " +
@@ -129,19 +136,38 @@ public:
 
 private:
     std::string Ask(const PeakTask& task) {
-        const ReadObserver observer(progress_.Follow(task));
+        const ReadObserver observer(progress_.Follow());
         return zrtl::ToUtf8(sonrel::WaveformPeakFileHelper::CreateWaveformPeakFile(
             task.asset, session_.Engine()->MediaCacheFolderPath(),
             session_.Engine()->MediaCacheErrorLog(), database_, true));
     }
 
-    bool IsRecorded(const PeakTask& task) const {
+    std::vector<CacheRecord> RecordsOf(const PeakTask& task) const {
         const CacheLedger ledger(WidePath(session_.Places().database));
-        const std::vector<CacheRecord> records =
+        std::vector<CacheRecord> records =
             ledger.RecordsOf(CacheFileKind::Peak, task.asset->Filename());
-        return std::any_of(records.begin(), records.end(), [&](const CacheRecord& record) {
-            return record.streamIndex == static_cast<int>(task.asset->AudioStreamIndex());
+        std::erase_if(records, [&](const CacheRecord& record) {
+            return record.streamIndex != static_cast<int>(task.asset->AudioStreamIndex());
         });
+        return records;
+    }
+
+    bool IsRecorded(const PeakTask& task) const { return !RecordsOf(task).empty(); }
+
+    /// Removes a peak file that was found and is broken, and its record. The connection has read
+    /// the record's name, so that a record that another process made since stays.
+    /// @return whether the file was broken
+    bool Forget(const PeakTask& task, const std::string& path) {
+        if (database_ == nullptr) return false;
+        if (sonrel::CacheFileCheck::IsWholePeakFile(WidePath(path), task.channels)) return false;
+        const std::wstring name = WidePath(std::filesystem::path(path).filename().string());
+        for (const CacheRecord& record : RecordsOf(task)) {
+            if (record.cacheFilename != name) continue;
+            database_->RemovePeakFile(record.mediaPath, record.mediaFingerprint,
+                                      record.streamIndex);
+        }
+        unlink(path.c_str());
+        return true;
     }
 
     std::string FailureReason(const PeakTask& task) const {
@@ -207,6 +233,7 @@ void FindOrMakePeakFiles(const EngineSession& session, std::vector<PeakTask>& ta
         CacheMaker maker(session, read);
         for (PeakTask& task : tasks) {
             maker.Run(task);
+            read.Finish(task);
             if (Interrupted()) ThrowInterrupted("not all peak files are made");
         }
     } catch (const CommandError&) {
@@ -229,7 +256,7 @@ void WritePeakFile(const PeakTask& task, const PartialFile& output, PeakMode mod
     ReadProgress read({task}, progress);
     int code = 0;
     try {
-        const ReadObserver observer(read.Follow(task));
+        const ReadObserver observer(read.Follow());
         code = PeakFile::Create(task.asset, WidePath(output.OpenPath()), EngineMode(mode));
     } catch (const zrh::media::ZRMediaException& error) {
         if (!Interrupted()) RefuseMedia(MediaPath(task), error.Code());

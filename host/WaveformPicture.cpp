@@ -47,7 +47,7 @@ QImage::Format PixelFormat(WaveformPreview::Format format, bool stretched) {
         throw JobError("the sound of " + Quoted(media) + " has no length");
     }
     throw JobError("cannot draw " + Quoted(media) + ": its peak file " + Quoted(peakFile) +
-                   " is damaged; remove it, and it is made anew");
+                   " is damaged; run the command again, and it is made again");
 }
 
 std::string ReasonOf(int result) {

@@ -2,17 +2,16 @@
 #include "sonrel/caches/PeakFile.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <utility>
 
 #include "sonrel/caches/detail/BinaryFile.h"
 #include "sonrel/caches/detail/BlockAnalysis.h"
 #include "sonrel/caches/detail/PeakFolds.h"
 #include "sonrel/caches/detail/PeakFormat.h"
+#include "sonrel/caches/detail/PeakHeader.h"
 #include "sonrel/contracts/zrtl/Timing.h"
 
 namespace orlo::sonrel {
@@ -32,34 +31,6 @@ namespace {
 
 constexpr std::size_t PIECE_BYTES = 65536;
 constexpr double MOST_RESERVED = 1 << 20;
-
-bool ReadNumber(BinaryFile& file, std::uint32_t* number) {
-    std::array<unsigned char, 4> bytes{};
-    if (!file.Read(bytes.data(), bytes.size())) return false;
-    *number = static_cast<std::uint32_t>(bytes[0]) | static_cast<std::uint32_t>(bytes[1]) << 8 |
-              static_cast<std::uint32_t>(bytes[2]) << 16 |
-              static_cast<std::uint32_t>(bytes[3]) << 24;
-    return true;
-}
-
-struct Header {
-    std::int32_t channels = 0;
-    std::int32_t blocks = 0;
-};
-
-bool ReadHeader(BinaryFile& file, Header* header) {
-    std::array<char, detail::PEAK_MAGIC.size()> magic{};
-    if (!file.Read(magic.data(), magic.size())) return false;
-    if (std::memcmp(magic.data(), detail::PEAK_MAGIC.data(), magic.size()) != 0) return false;
-    std::uint32_t number = 0;
-    if (!ReadNumber(file, &number) || number != detail::PEAK_VERSION) return false;
-    if (!ReadNumber(file, &number)) return false;
-    header->channels = static_cast<std::int32_t>(number);
-    if (header->channels < 1 || header->channels > detail::MAX_PEAK_CHANNELS) return false;
-    if (!ReadNumber(file, &number) || number == 0) return false;
-    header->blocks = static_cast<std::int32_t>(number);
-    return true;
-}
 
 /// Which blocks feed which points.
 struct BlockRange {
@@ -177,10 +148,10 @@ PeakFile::~PeakFile() = default;
 bool PeakFile::Open(const std::wstring& path) {
     if (impl_->file.IsOpen()) impl_->parked.push_back(std::move(impl_->file));
     if (!impl_->file.OpenForReading(path)) return false;
-    Header header;
-    if (!ReadHeader(impl_->file, &header)) return false;
+    detail::PeakHeader header;
+    if (!detail::ReadPeakHeader(impl_->file, &header) || header.blocks == 0) return false;
     impl_->channelCount = header.channels;
-    impl_->blockCount = header.blocks;
+    impl_->blockCount = static_cast<std::int32_t>(header.blocks);
     impl_->samplesPerBlock = detail::FRAMES_PER_BLOCK;
     return true;
 }

@@ -58,8 +58,9 @@ private:
     std::unique_ptr<CacheLedgerImpl> impl_;
 };
 
-/// Whether a conformed file is one, and is whole: its header fits its length, and its last sample
+/// Whether a conformed file is whole: its header is valid and fits its length, and its last sample
 /// can be read.
-SONREL_EXPORT bool IsWholeConformedFile(std::wstring const& path);
+/// @param sampleRate  of the record, hertz; a file at another rate is not whole. 0 accepts any rate
+SONREL_EXPORT bool IsWholeConformedFile(std::wstring const& path, int sampleRate = 0);
 
 }  // namespace orlo::project

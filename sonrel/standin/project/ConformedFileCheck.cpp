@@ -4,9 +4,10 @@
 
 namespace orlo::project {
 
-bool IsWholeConformedFile(std::wstring const& path) {
+bool IsWholeConformedFile(std::wstring const& path, int sampleRate) {
     ConformedAudioFile file;
     if (!file.Open(path)) return false;
+    if (sampleRate != 0 && file.SampleRate() != sampleRate) return false;
     if (file.SampleCount() == 0) return true;
     unsigned char sample[4];
     int samplesRead = 0;

@@ -217,4 +217,11 @@ TEST_F(CacheLedgerTest, AConformedFileIsWholeWhenItOpens) {
     EXPECT_FALSE(IsWholeConformedFile(folder_.Wide("missing.xwmc")));
 }
 
+TEST_F(CacheLedgerTest, AConformedFileAtAnotherRateIsNotWhole) {
+    WriteFile(folder_ / "a.xwmc", ConformedFileBytes(10, 44100));
+
+    EXPECT_TRUE(IsWholeConformedFile(folder_.Wide("a.xwmc"), 44100));
+    EXPECT_FALSE(IsWholeConformedFile(folder_.Wide("a.xwmc"), 48000));
+}
+
 }  // namespace

@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: MIT
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <map>
+
+#include "tests/host/ProgramRun.h"
+#include "tests/support/Database.h"
+#include "tests/support/WaveBytes.h"
+
+namespace sonrel_tests {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+/// A mono recording of five blocks of 32 frames.
+std::string MonoRecording() {
+    std::string samples;
+    for (int frame = 0; frame < 160; ++frame) {
+        samples += Little(static_cast<std::uint16_t>(100 * frame), 2);
+    }
+    return Riff(Chunk("fmt ", PcmFormat(1, 1, 8000, 16)) + Chunk("data", samples));
+}
+
+void Overwrite(const std::string& path, std::size_t offset, const std::string& bytes) {
+    std::string content = ReadFile(path);
+    content.replace(offset, bytes.size(), bytes);
+    WriteFile(path, content);
+}
+
+/// Every kind of damage that shows without the media file, by name.
+const std::map<std::string, void (*)(const std::string&)> PEAK_DAMAGE = {
+    {"empty", [](const std::string& path) { WriteFile(path, ""); }},
+    {"cut short", [](const std::string& path) { std::filesystem::resize_file(path, 34); }},
+    {"too long", [](const std::string& path) { std::filesystem::resize_file(path, 36); }},
+    {"wrong magic", [](const std::string& path) { Overwrite(path, 0, "X"); }},
+    {"wrong version", [](const std::string& path) { Overwrite(path, 8, "\2"); }},
+    {"wrong block count", [](const std::string& path) { Overwrite(path, 16, "\4"); }},
+    {"wrong channel count", [](const std::string& path) { Overwrite(path, 12, "\2"); }},
+    {"all zeros", [](const std::string& path) { WriteFile(path, std::string(35, '\0')); }},
+};
+
+class CacheCheckProgram : public testing::Test {
+protected:
+    void SetUp() override { WriteFile(shop_.Work("a.wav"), MonoRecording()); }
+
+    std::string PathOf(const std::vector<std::string>& command, const std::string& status) {
+        const ProgramResult result = shop_.Run(command);
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        const nlohmann::json file = result.Json().at("files").at(0);
+        EXPECT_EQ(file.at("status"), status);
+        return file.at("path");
+    }
+    std::string Peaks(const std::string& status) {
+        return PathOf({"peaks", "@a.wav", "--json"}, status);
+    }
+    std::string Conform(const std::string& status) {
+        return PathOf({"conform", "@a.wav", "--json"}, status);
+    }
+    nlohmann::json Check() { return shop_.Run({"cache", "check", "--json"}).Json(); }
+
+    Workshop shop_;
+};
+
+TEST_F(CacheCheckProgram, ABrokenPeakFileIsListedAndMadeAgainOnce) {
+    const std::string good = ReadFile(Peaks("made"));
+    for (const auto& [name, damage] : PEAK_DAMAGE) {
+        const std::string broken = Peaks("found");
+        damage(broken);
+        EXPECT_THAT(Check().at("broken"), SizeIs(1)) << name;
+
+        const std::string path = Peaks("made");
+
+        EXPECT_TRUE(ReadFile(path) == good) << name;
+        EXPECT_FALSE(std::filesystem::exists(broken)) << name;
+        EXPECT_THAT(NamesIn(shop_.Path("cache")), SizeIs(1)) << name;
+        EXPECT_THAT(Check().at("broken"), IsEmpty()) << name;
+    }
+}
+
+TEST_F(CacheCheckProgram, APeakFileOfAnotherChannelCountIsMadeAgain) {
+    const std::string path = Peaks("made");
+    const std::string good = ReadFile(path);
+    // Five blocks of 3 bytes become three of 5: the length fits.
+    Overwrite(path, 12, Little(2, 4) + Little(3, 4));
+
+    EXPECT_TRUE(ReadFile(Peaks("made")) == good);
+}
+
+TEST_F(CacheCheckProgram, ThePeakFileOfAFileWithoutLengthIsFoundAgain) {
+    WriteFile(shop_.Work("a.wav"),
+              Riff(Chunk("fmt ", PcmFormat(1, 1, 8000, 16)) + Chunk("data", "")));
+    const nlohmann::json first = shop_.Run({"peaks", "@a.wav", "--json"}).Json();
+
+    const nlohmann::json second = shop_.Run({"peaks", "@a.wav", "--json"}).Json();
+
+    EXPECT_EQ(first.at("files").at(0).at("path"), second.at("files").at(0).at("path"));
+    EXPECT_THAT(Check().at("broken"), IsEmpty());
+}
+
+TEST_F(CacheCheckProgram, WaveformDrawsFromAPeakFileThatWasBroken) {
+    ASSERT_EQ(shop_.Run({"waveform", "@a.wav", "-o", "@1.png"}).exitCode, 0);
+    std::filesystem::resize_file(Peaks("found"), 25);
+
+    const ProgramResult result = shop_.Run({"waveform", "@a.wav", "-o", "@2.png"});
+
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_TRUE(ReadFile(shop_.Work("1.png")) == ReadFile(shop_.Work("2.png")));
+}
+
+TEST_F(CacheCheckProgram, AlignUsesAPeakFileThatWasBroken) {
+    WriteFile(shop_.Work("a.wav"), ConformedFileBytes(9600, 8000));
+    const ProgramResult first = shop_.Run({"align", "@a.wav", "@a.wav", "--json"});
+    std::filesystem::resize_file(Peaks("found"), 25);
+
+    const ProgramResult second = shop_.Run({"align", "@a.wav", "@a.wav", "--json"});
+
+    EXPECT_EQ(second.exitCode, first.exitCode) << second.err;
+    EXPECT_EQ(second.out, first.out);
+    EXPECT_THAT(Check().at("broken"), IsEmpty());
+}
+
+TEST_F(CacheCheckProgram, AConformedFileAtAnotherRateThanItsRecordIsBroken) {
+    const std::string path = Conform("made");
+    EXPECT_THAT(Check().at("broken"), IsEmpty());
+
+    Overwrite(path, 24, Little(44100, 4));
+
+    EXPECT_THAT(Check().at("broken"), SizeIs(1));
+}
+
+}  // namespace
+}  // namespace sonrel_tests
