@@ -13,6 +13,7 @@
 
 #include "host/CacheInventory.h"
 #include "host/Commands.h"
+#include "host/DatabaseTrouble.h"
 #include "host/Interrupt.h"
 #include "host/Paths.h"
 #include "host/Text.h"

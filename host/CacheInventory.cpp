@@ -8,6 +8,7 @@
 #include <set>
 #include <system_error>
 
+#include "host/DatabaseTrouble.h"
 #include "host/Errors.h"
 #include "host/Paths.h"
 #include "host/Text.h"

@@ -11,6 +11,7 @@
 #include <optional>
 #include <thread>
 
+#include "host/DatabaseTrouble.h"
 #include "host/Errors.h"
 #include "host/Interrupt.h"
 #include "host/Paths.h"
@@ -21,6 +22,7 @@
 #include "sonrel/standin/media/InterruptScope.h"
 #include "sonrel/standin/media/MediaInfo.h"
 #include "sonrel/standin/project/CacheLedger.h"
+#include "sonrel/standin/project/DatabaseObserver.h"
 
 namespace orlo::host {
 
@@ -82,8 +84,13 @@ long long ExpectedBytes(const ConformTask& task) {
 
 /// Why a conversion gave nothing, as far as it shows afterwards.
 /// @param conversionFailure  why the media library gave it up; may be empty
+/// @param databaseFailure    why the database did not record it; may be empty
 std::string FailureReason(const EngineSession& session, const ConformTask& task,
-                          const std::string& conversionFailure) {
+                          const std::string& conversionFailure,
+                          const std::string& databaseFailure) {
+    if (conversionFailure.empty() && !databaseFailure.empty()) {
+        return DatabaseTrouble(session.Places().database, databaseFailure);
+    }
     const std::string media = MediaPath(*task.asset);
     std::string reason = FolderTrouble(session.Places().folder, ExpectedBytes(task));
     if (!reason.empty()) return reason;
@@ -106,6 +113,7 @@ public:
         long long counted = 0;
         bool converting = false;
         std::string diskTrouble;
+        const project::DatabaseObserver database;
         const zrh::media::ConversionObserver observer([&](long long done, long long) {
             if (!converting) {
                 diskTrouble = FolderTrouble(session_.Places().folder, ExpectedBytes(task));
@@ -127,7 +135,7 @@ public:
         }
         progress_.Add(ConformProgress::Frames(task) - counted);
         if (Interrupted() && task.path.empty()) return;
-        Finish(task, converting, diskTrouble, observer.Failure());
+        Finish(task, converting, diskTrouble, observer.Failure(), database.Failure());
     }
 
 private:
@@ -163,13 +171,14 @@ private:
     }
 
     void Finish(ConformTask& task, bool converted, const std::string& diskTrouble,
-                const std::string& conversionFailure) const {
+                const std::string& conversionFailure, const std::string& databaseFailure) const {
         helper::SetAudioSamplesAvailable(task.asset, task.rate, WidePath(task.path));
         if (task.path.empty()) {
             task.status = ConformTask::Status::Failed;
             task.error = "cannot conform " + Quoted(MediaPath(*task.asset)) + ": " +
-                         (diskTrouble.empty() ? FailureReason(session_, task, conversionFailure)
-                                              : diskTrouble);
+                         (diskTrouble.empty()
+                              ? FailureReason(session_, task, conversionFailure, databaseFailure)
+                              : diskTrouble);
         } else {
             task.status = converted ? ConformTask::Status::Made : ConformTask::Status::Found;
         }

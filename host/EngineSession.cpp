@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "host/DatabaseTrouble.h"
 #include "host/Errors.h"
 #include "host/Paths.h"
 #include "host/Text.h"
@@ -59,18 +60,11 @@ CachePlaces CachePlacesOf(const GlobalOptions& options) {
     return places;
 }
 
-std::string DatabaseTrouble(const std::string& database, const std::string& reason) {
-    // The database begins its own words with its name.
-    const std::size_t name = reason.find(database + ": ");
-    const std::string words =
-        name == std::string::npos ? reason : reason.substr(name + database.size() + 2);
-    const bool locked = words.find("locked") != std::string::npos;
-    return "cannot use the media database " + Quoted(database) + ": " + OneLine(words) +
-           (locked ? "; another program holds it: try again, or give another with --db"
-                   : "; move it away, or give another with --db");
-}
-
 std::string FolderTrouble(const std::string& folder, long long bytes) {
+    if (IsOnReadOnlyFileSystem(folder)) {
+        return "the folder " + Quoted(folder) +
+               " is on a read-only file system; give another with --cache";
+    }
     if (access(folder.c_str(), W_OK | X_OK) != 0) {
         return "the folder " + Quoted(folder) + " may not be written; give another with --cache";
     }
@@ -107,7 +101,9 @@ EngineSession::EngineSession(const GlobalOptions& options) : places_(CachePlaces
         // The engine makes the folder before it looks at the database.
         if (!places_.folder.empty() && !fs::is_directory(places_.folder)) {
             throw JobError("cannot make the cache folder " + Quoted(places_.folder) +
-                           "; give one that may be written with --cache");
+                           (IsOnReadOnlyFileSystem(places_.folder)
+                                ? ": it is on a read-only file system; give another with --cache"
+                                : "; give one that may be written with --cache"));
         }
         throw JobError(DatabaseTrouble(places_.database, error));
     }

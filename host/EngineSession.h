@@ -40,10 +40,6 @@ private:
     std::shared_ptr<sonrel::Sonrel> engine_;
 };
 
-/// A clause about a database that failed, with what may be done about it.
-/// @param reason  the database's own words
-std::string DatabaseTrouble(const std::string& database, const std::string& reason);
-
 /// What keeps files from being made in a folder, as a clause; empty where nothing does.
 /// @param bytes  what has to fit
 std::string FolderTrouble(const std::string& folder, long long bytes);

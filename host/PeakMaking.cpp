@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <new>
 
+#include "host/DatabaseTrouble.h"
 #include "host/Errors.h"
 #include "host/Input.h"
 #include "host/Interrupt.h"
@@ -23,6 +24,7 @@
 #include "sonrel/standin/media/MediaInfo.h"
 #include "sonrel/standin/media/ReadObserver.h"
 #include "sonrel/standin/project/CacheLedger.h"
+#include "sonrel/standin/project/DatabaseObserver.h"
 
 namespace orlo::host {
 
@@ -114,6 +116,7 @@ public:
         : session_(session), progress_(progress), database_(session.Connect()) {}
 
     void Run(PeakTask& task) {
+        const project::DatabaseObserver database;
         std::string path = Ask(task);
         bool made = progress_.WasRead();
         if (path.empty() && !Interrupted() && IsRecorded(task)) {
@@ -128,7 +131,7 @@ public:
         if (path.empty() && Interrupted()) return;
         if (path.empty()) {
             task.result.error = "cannot make the peak file of " + Quoted(MediaPath(task)) + ": " +
-                                FailureReason(task);
+                                FailureReason(task, database.Failure());
         } else {
             task.result = {made ? FileStatus::Made : FileStatus::Found, path, {}};
         }
@@ -170,8 +173,12 @@ private:
         return true;
     }
 
-    std::string FailureReason(const PeakTask& task) const {
+    /// @param databaseFailure  why the database did not record the file; may be empty
+    std::string FailureReason(const PeakTask& task, const std::string& databaseFailure) const {
         std::string trouble = ChannelTrouble(task);
+        if (trouble.empty() && !databaseFailure.empty()) {
+            trouble = DatabaseTrouble(session_.Places().database, databaseFailure);
+        }
         if (trouble.empty()) trouble = FolderTrouble(session_.Places().folder, BytesOf(task));
         if (trouble.empty()) trouble = SoundTrouble(task);
         return trouble.empty() ? "its sound could not be read or recorded" : trouble;

@@ -5,6 +5,7 @@
 #include <cctype>
 
 #include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/standin/project/DatabaseObserver.h"
 #include "sonrel/standin/project/detail/DatabaseHooks.h"
 
 namespace orlo::project {
@@ -138,10 +139,13 @@ std::string SqliteConnection::QueryText(const char* sql) {
 }
 
 void SqliteConnection::Fail(std::string_view reason, int code) const {
-    throw DatabaseError(OneLine("The media database " + path_ + ": " + std::string(reason)), code);
+    const std::string text = OneLine("The media database " + path_ + ": " + std::string(reason));
+    DatabaseObserver::NoteFailure(text);
+    throw DatabaseError(text, code);
 }
 
 void SqliteConnection::FailWith(int code) const {
+    if ((code & 0xFF) == SQLITE_CONSTRAINT) Fail("another program has recorded the file", code);
     const char* const words = handle_ ? sqlite3_errmsg(Handle()) : sqlite3_errstr(code);
     Fail(words ? words : "unknown error", code);
 }

@@ -10,8 +10,10 @@
 #include <iterator>
 #include <stdexcept>
 #include <string>
+#include <thread>
 
 #include "sonrel/contracts/project/MediaDB.h"
+#include "sonrel/standin/project/DatabaseObserver.h"
 #include "sonrel/standin/project/detail/DatabaseHooks.h"
 #include "tests/support/AnotherProcess.h"
 #include "tests/support/Database.h"
@@ -311,6 +313,32 @@ TEST_F(MediaDBFileTest, TwoProcessesThatMakeOneDatabaseAtOnceBothSucceed) {
             << answers[0] << " and " << answers[1];
         EXPECT_EQ(MediaDB(path, L"", false).FindUnusedPeakFiles(0).size(), 2u);
     }
+}
+
+TEST_F(MediaDBFileTest, ASecondRecordOfOneKeyIsRefusedWithoutWordsOfTheDatabaseLibrary) {
+    MediaDB database = Open();
+    database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"a.xwmc");
+    const orlo::project::DatabaseObserver observer;
+
+    EXPECT_THROW(database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"b.xwmc"),
+                 std::runtime_error);
+
+    EXPECT_NE(observer.Failure().find(": another program has recorded the file"),
+              std::string::npos);
+    EXPECT_EQ(observer.Failure().find("UNIQUE"), std::string::npos);
+}
+
+TEST_F(MediaDBFileTest, AFailureIsCollectedByTheInnermostObserverOfItsThread) {
+    const orlo::project::DatabaseObserver outer;
+    {
+        const orlo::project::DatabaseObserver inner;
+        std::thread([] { EXPECT_THROW(MediaDB(L"", L"", true), std::runtime_error); }).join();
+        EXPECT_EQ(inner.Failure(), "");
+        EXPECT_THROW(MediaDB(L"", L"", true), std::runtime_error);
+        EXPECT_NE(inner.Failure(), "");
+    }
+
+    EXPECT_EQ(outer.Failure(), "");
 }
 
 TEST_F(MediaDBFileTest, OfTwoProcessesThatAddOneKeyExactlyOneIsRefused) {

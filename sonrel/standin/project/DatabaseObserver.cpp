@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/standin/project/DatabaseObserver.h"
+
+namespace orlo::project {
+
+namespace {
+
+thread_local DatabaseObserver* current = nullptr;
+
+}  // namespace
+
+DatabaseObserver::DatabaseObserver() : outer_(current) {
+    current = this;
+}
+
+DatabaseObserver::~DatabaseObserver() {
+    current = outer_;
+}
+
+void DatabaseObserver::NoteFailure(const std::string& text) {
+    if (current != nullptr) current->failure_ = text;
+}
+
+}  // namespace orlo::project
