@@ -2,7 +2,9 @@
 // A sound server that ends or freezes, through a sound library that the test controls.
 #include <gtest/gtest.h>
 
+#include <condition_variable>
 #include <future>
+#include <mutex>
 
 #include "sonrel/playback/device/SdlOutput.h"
 #include "tests/playback/device/DeviceRig.h"
@@ -23,10 +25,39 @@ struct FakeSdl {
 
 FakeSdl* fake = nullptr;
 
+/// Counts the uses of the sound library. A closing thread may still run after its output is gone.
+/// The fake library must exist until the last use has ended.
+class Uses {
+public:
+    void Begin() {
+        const std::lock_guard lock(mutex_);
+        ++count_;
+    }
+    void End() {
+        const std::lock_guard lock(mutex_);
+        --count_;
+        ended_.notify_all();
+    }
+    void WaitForAll() {
+        std::unique_lock lock(mutex_);
+        ended_.wait(lock, [this] { return count_ == 0; });
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable ended_;
+    int count_ = 0;  ///< guarded by mutex_
+};
+
+Uses uses;
+
 std::shared_ptr<const device::SdlLibrary> FakeLibrary() {
     auto library = std::make_shared<device::SdlLibrary>();
-    library->initSubSystem = [](Uint32) { return 0; };
-    library->quitSubSystem = [](Uint32) {};
+    library->initSubSystem = [](Uint32) {
+        uses.Begin();
+        return 0;
+    };
+    library->quitSubSystem = [](Uint32) { uses.End(); };
     library->openAudioDevice = [](const char*, int, const SDL_AudioSpec* wanted, SDL_AudioSpec*,
                                   int) {
         fake->spec = *wanted;
@@ -56,6 +87,7 @@ protected:
     void TearDown() override {
         Thaw();
         output_.reset();
+        uses.WaitForAll();
         fake = nullptr;
     }
 
