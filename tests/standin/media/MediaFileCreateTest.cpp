@@ -124,6 +124,9 @@ TEST(MediaFileCreate, FileWithoutReadPermissionIsRefused) {
     EXPECT_EQ(CreateCodeOf(folder / "a.wav"), Code(MediaError::NoPermission));
 }
 
+// UndefinedBehaviorSanitizer opens a pipe to check the address of an object: without a free
+// descriptor it reports every object.
+#if !defined(__SANITIZE_ADDRESS__)
 TEST(MediaFileCreate, WithoutAFreeDescriptorTheFileIsRefusedWithThatReason) {
     const TemporaryFolder folder;
     WriteFile(folder / "a.wav", SmallWave());
@@ -136,6 +139,7 @@ TEST(MediaFileCreate, WithoutAFreeDescriptorTheFileIsRefusedWithThatReason) {
 
     EXPECT_EQ(code, Code(MediaError::TooManyFiles));
 }
+#endif
 
 TEST(MediaFileCreate, EmptyFileIsNoMedia) {
     const TemporaryFolder folder;
