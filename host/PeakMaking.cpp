@@ -140,9 +140,11 @@ public:
 private:
     std::string Ask(const PeakTask& task) {
         const ReadObserver observer(progress_.Follow());
-        return zrtl::ToUtf8(sonrel::WaveformPeakFileHelper::CreateWaveformPeakFile(
+        const std::wstring path = sonrel::WaveformPeakFileHelper::CreateWaveformPeakFile(
             task.asset, session_.Engine()->MediaCacheFolderPath(),
-            session_.Engine()->MediaCacheErrorLog(), database_, true));
+            session_.Engine()->MediaCacheErrorLog(), database_, true);
+        readFailure_ = observer.Failure();
+        return zrtl::ToUtf8(path);
     }
 
     std::vector<CacheRecord> RecordsOf(const PeakTask& task) const {
@@ -175,7 +177,8 @@ private:
 
     /// @param databaseFailure  why the database did not record the file; may be empty
     std::string FailureReason(const PeakTask& task, const std::string& databaseFailure) const {
-        std::string trouble = ChannelTrouble(task);
+        std::string trouble = readFailure_;
+        if (trouble.empty()) trouble = ChannelTrouble(task);
         if (trouble.empty() && !databaseFailure.empty()) {
             trouble = DatabaseTrouble(session_.Places().database, databaseFailure);
         }
@@ -187,6 +190,7 @@ private:
     const EngineSession& session_;
     ReadProgress& progress_;
     std::shared_ptr<MediaDB> database_;
+    std::string readFailure_;  ///< of the media file at the last attempt; a clause
 };
 
 PeakFile::CreateMode EngineMode(PeakMode mode) {
@@ -262,17 +266,19 @@ void WritePeakFile(const PeakTask& task, const PartialFile& output, PeakMode mod
     output.RequireSpace(BytesOf(task));
     ReadProgress read({task}, progress);
     int code = 0;
+    std::string trouble;
     try {
         const ReadObserver observer(read.Follow());
         code = PeakFile::Create(task.asset, WidePath(output.OpenPath()), EngineMode(mode));
+        trouble = observer.Failure();
     } catch (const zrh::media::ZRMediaException& error) {
         if (!Interrupted()) RefuseMedia(MediaPath(task), error.Code());
     }
     if (Interrupted()) ThrowInterrupted("nothing was written to " + Quoted(wanted));
     if (IsAboutOutput(code)) ThrowWriteError(output.Label(), 0);
     if (code != 0) {
-        output.RequireSpace(BytesOf(task));
-        const std::string trouble = SoundTrouble(task);
+        if (trouble.empty()) output.RequireSpace(BytesOf(task));
+        if (trouble.empty()) trouble = SoundTrouble(task);
         throw JobError("cannot make the peak file of " + Quoted(MediaPath(task)) + ": " +
                        (trouble.empty() ? "its sound cannot be read, or " + Quoted(output.Label()) +
                                               " cannot be written"

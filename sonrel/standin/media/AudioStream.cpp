@@ -87,6 +87,7 @@ int AudioStream::GetSamples(long long start, int count, void* buffer, int buffer
     if (error != MediaError::None && state_->file != nullptr && state_->file->IsInterrupted()) {
         throw ReadCancelled();
     }
+    tally_.CheckRead(error == MediaError::ReadFailed, start);
     if (samplesRead != nullptr) *samplesRead = read;
     return static_cast<int>(error);
 }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -63,6 +64,7 @@ MediaError InputFile::Open(const std::wstring& path, std::shared_ptr<const Input
     if (!S_ISREG(status.st_mode)) return MediaError::NotRegularFile;
 
     opened->interrupt_ = InterruptFlag::OfThisThread();
+    opened->watch_ = ReadWatch::OfThisThread();
     opened->identity_ = orlo::standin::IdentityOf(status);
     *file = std::move(opened);
     return MediaError::None;
@@ -77,14 +79,23 @@ std::int64_t InputFile::ReadAt(std::int64_t offset, void* buffer, std::size_t si
     std::size_t done = 0;
     while (done < size) {
         if (IsInterrupted()) return -1;
-        const ssize_t got = ::pread(descriptor_, to + done, size - done,
-                                    static_cast<off_t>(offset + static_cast<std::int64_t>(done)));
+        const std::int64_t position = offset + static_cast<std::int64_t>(done);
+        const ssize_t got =
+            ::pread(descriptor_, to + done, size - done, static_cast<off_t>(position));
         if (got < 0 && errno == EINTR) continue;
+        if (got < 0 || (got == 0 && position < Size())) NoteFailure(position, got < 0 ? errno : 0);
         if (got < 0) return -1;
         if (got == 0) break;
         done += static_cast<std::size_t>(got);
     }
     return static_cast<std::int64_t>(done);
+}
+
+/// @param error  errno; 0 for a file that has become shorter
+void InputFile::NoteFailure(std::int64_t position, int error) const {
+    if (watch_ == nullptr) return;
+    watch_->NoteFailure("it cannot be read at byte " + std::to_string(position) + ": " +
+                        (error == 0 ? "it has become shorter" : std::strerror(error)));
 }
 
 }  // namespace zrh::media::detail

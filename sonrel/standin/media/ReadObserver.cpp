@@ -20,12 +20,28 @@ void ReadWatch::Add(long long frames) {
     if (cancelled_) throw ReadCancelled();
 }
 
+void ReadWatch::NoteFailure(const std::string& clause) {
+    const std::lock_guard lock(mutex_);
+    if (ended_ || failed_) return;
+    failure_ = clause;
+    failed_ = true;
+}
+
+std::string ReadWatch::Failure() const {
+    const std::lock_guard lock(mutex_);
+    return failure_;
+}
+
 void ReadWatch::End() {
     const std::lock_guard lock(mutex_);
     function_ = nullptr;
+    ended_ = true;
+    failed_ = false;
 }
 
-ReadTally::ReadTally() : watch_(innermost) {}
+std::shared_ptr<ReadWatch> ReadWatch::OfThisThread() {
+    return innermost;
+}
 
 }  // namespace detail
 
@@ -36,6 +52,10 @@ ReadObserver::ReadObserver(Function function)
 ReadObserver::~ReadObserver() {
     detail::innermost = outer_;
     watch_->End();
+}
+
+std::string ReadObserver::Failure() const {
+    return watch_->Failure();
 }
 
 }  // namespace zrh::media

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <stdexcept>
+#include <string>
 
 #include "sonrel/Export.h"
 
@@ -13,6 +14,12 @@ namespace zrh::media {
 class SONREL_EXPORT ReadCancelled : public std::runtime_error {
 public:
     ReadCancelled() : std::runtime_error("the reading was cancelled") {}
+};
+
+/// Thrown by GetSamples of a watched stream once a watched file could not be read.
+class SONREL_EXPORT ReadFailed : public std::runtime_error {
+public:
+    ReadFailed() : std::runtime_error("the media file could not be read") {}
 };
 
 namespace detail {
@@ -28,6 +35,12 @@ class ReadWatch;
 /// from then on. Once it returns false it is not called any more, and from the next of these times
 /// on each stream throws ReadCancelled instead of reading.
 ///
+/// A watched file that cannot be read is never silence: from its first failed read on, GetSamples
+/// of every watched stream throws ReadFailed, whatever it would have returned, and Failure returns
+/// the reason. A read fails when the system refuses it, when the file has become shorter since it
+/// was opened, and when the samples that its preparation found are not found again. Damage that the
+/// preparation found is no failure and reads as it always does.
+///
 /// Of several observers on one thread the one made last watches. They are destroyed in reverse
 /// order, on the thread that made them; from then on nothing is called.
 class SONREL_EXPORT ReadObserver {
@@ -38,6 +51,10 @@ public:
     ~ReadObserver();
     ReadObserver(const ReadObserver&) = delete;
     ReadObserver& operator=(const ReadObserver&) = delete;
+
+    /// Why the first failed read failed, as a clause without the name of the file; empty when every
+    /// read succeeded. Any thread.
+    std::string Failure() const;
 
 private:
     std::shared_ptr<detail::ReadWatch> watch_;

@@ -14,6 +14,7 @@ using namespace sonrel_tests;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using zrh::media::ReadCancelled;
+using zrh::media::ReadFailed;
 using zrh::media::ReadObserver;
 
 namespace {
@@ -110,6 +111,49 @@ TEST_F(ReadObserverOfMedia, TheInnermostWatchesAndTheOuterOneComesBack) {
     OpenedMedia media(folder_ / "a.wav");
     Read(*media.Audio(), 0, 700);
     EXPECT_THAT(told_, ElementsAre(700));
+}
+
+TEST_F(ReadObserverOfMedia, AFileThatHasBecomeShorterFailsEveryWatchedStream) {
+    WriteFile(folder_ / "b.wav", ConformedFileBytes(1000));
+    const ReadObserver observer(Noting());
+    OpenedMedia cut(folder_ / "a.wav");
+    OpenedMedia whole(folder_ / "b.wav");
+    const auto stream = cut.Audio();
+    EXPECT_EQ(Read(*stream, 0, 1000), 0);
+    EXPECT_EQ(observer.Failure(), "");
+    std::filesystem::resize_file(folder_ / "a.wav", 44 + 4 * 100000);
+
+    EXPECT_THROW(Read(*stream, 150000, 1000), ReadFailed);
+    EXPECT_THROW(Read(*stream, 0, 1000), ReadFailed);
+    EXPECT_THROW(Read(*whole.Audio(), 0, 1000), ReadFailed);
+
+    // The samples begin at byte 44.
+    EXPECT_EQ(observer.Failure(), "it cannot be read at byte 600044: it has become shorter");
+}
+
+TEST_F(ReadObserverOfMedia, AFileThatEndsEarlierThanItsHeaderSaysIsNoFailure) {
+    std::filesystem::resize_file(folder_ / "a.wav", 44 + 4 * 100000);
+    const ReadObserver observer(Noting());
+    OpenedMedia media(folder_ / "a.wav");
+    const auto stream = media.Audio();
+    ASSERT_EQ(stream->SampleCount(), 100000);
+
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(Read(*stream, 25000LL * i, 25000), 0);
+    EXPECT_EQ(Read(*stream, 100000, 1), Code(MediaError::EndOfStream));
+
+    EXPECT_EQ(observer.Failure(), "");
+}
+
+TEST_F(ReadObserverOfMedia, WithoutAnObserverAFailedReadIsACode) {
+    std::optional<ReadObserver> observer(Noting());
+    OpenedMedia media(folder_ / "a.wav");
+    const auto stream = media.Audio();
+    std::filesystem::resize_file(folder_ / "a.wav", 44 + 4 * 100000);
+    EXPECT_THROW(Read(*stream, 150000, 1000), ReadFailed);
+    observer.reset();
+
+    EXPECT_EQ(Read(*stream, 150000, 1000), Code(MediaError::ReadFailed));
+    EXPECT_EQ(Read(*stream, 0, 1000), 0);
 }
 
 }  // namespace

@@ -31,7 +31,8 @@ public:
     ZRSampleDataType SampleDataType() const override { return view_.dataType; }
     int ChannelCount() const override { return channels_; }
     long long SampleCount() const override { return sampleCount_; }
-    /// @throws ReadCancelled when the observer or the interrupt scope of the file asked to stop
+    /// @throws ReadCancelled when the observer or the interrupt scope of the file asked to stop;
+    ///         ReadFailed when a file of the observer could not be read
     int GetSamples(long long start, int count, void* buffer, int bufferBytes,
                    int* samplesRead) override;
 

@@ -9,6 +9,7 @@
 #include "sonrel/standin/detail/FileIdentity.h"
 #include "sonrel/standin/media/MediaErrors.h"
 #include "sonrel/standin/media/detail/InterruptFlag.h"
+#include "sonrel/standin/media/detail/ReadWatch.h"
 
 namespace zrh::media::detail {
 
@@ -25,7 +26,8 @@ public:
     InputFile(const InputFile&) = delete;
     InputFile& operator=(const InputFile&) = delete;
 
-    /// Reads up to @p size bytes from @p offset.
+    /// Reads up to @p size bytes from @p offset. A read that fails is reported to the ReadObserver
+    /// of the thread that opened the file.
     /// @return the bytes read, fewer than @p size at the file's end only; -1 when the disk failed
     /// or
     ///         the host interrupted
@@ -42,11 +44,13 @@ public:
 
 private:
     InputFile() = default;
+    void NoteFailure(std::int64_t position, int error) const;
 
     int descriptor_ = -1;
     std::string path_;
     FileIdentity identity_;
     std::shared_ptr<InterruptFlag> interrupt_;
+    std::shared_ptr<ReadWatch> watch_;  // null without an observer
 };
 
 }  // namespace zrh::media::detail

@@ -1,38 +1,53 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <utility>
 
 #include "sonrel/standin/media/ReadObserver.h"
 
 namespace zrh::media::detail {
 
-/// What an observer and the streams that it watches share.
+/// What an observer and the files and streams that it watches share.
 ///
 /// Threads: any.
 class ReadWatch {
 public:
     explicit ReadWatch(ReadObserver::Function function) : function_(std::move(function)) {}
 
+    /// The watch of this thread; null when there is none.
+    static std::shared_ptr<ReadWatch> OfThisThread();
+
     /// Adds frames and tells the observer. @throws ReadCancelled
     void Add(long long frames);
+    /// Keeps the first failure while the observer lives.
+    void NoteFailure(const std::string& clause);
+    std::string Failure() const;
+    /// @throws ReadFailed after a failure, while the observer lives
+    void CheckFailure() const {
+        if (failed_) throw ReadFailed();
+    }
     /// Lets the observer go.
     void End();
 
 private:
-    std::mutex mutex_;
+    std::atomic<bool> failed_{false};
+    mutable std::mutex mutex_;
     ReadObserver::Function function_;  // guarded, as what follows
     long long frames_ = 0;
     bool cancelled_ = false;
+    bool ended_ = false;
+    std::string failure_;
 };
 
 /// One stream's side of a watch, cheap enough for every read.
 class ReadTally {
 public:
     /// Joins the watch of this thread, if there is one.
-    ReadTally();
+    ReadTally() : watch_(ReadWatch::OfThisThread()) {}
 
     /// Counts frames before they are read. @throws ReadCancelled
     void Count(int frames) {
@@ -42,6 +57,15 @@ public:
         watch_->Add(untold_);
         untold_ = 0;
         first_ = false;
+    }
+
+    /// After a read. @param failed  it could not read the samples from @p start on
+    /// @throws ReadFailed
+    void CheckRead(bool failed, long long start) const {
+        if (watch_ == nullptr) return;
+        if (failed)
+            watch_->NoteFailure("its sound cannot be read at sample " + std::to_string(start));
+        watch_->CheckFailure();
     }
 
 private:
