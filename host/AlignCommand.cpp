@@ -11,6 +11,7 @@
 #include "host/OutputFile.h"
 #include "host/Paths.h"
 #include "host/PeakMaking.h"
+#include "host/ReadCheck.h"
 #include "host/Text.h"
 #include "sonrel/caches/WaveformPeakFileHelper.h"
 
@@ -166,6 +167,9 @@ public:
         outcome_.report["results"] = Json::array();
     }
 
+    /// Of the first recording.
+    const FrameGrid& Grid() const { return grid_; }
+
     /// A pair that cannot be compared.
     void AddError(const Recording& other, const std::string& error) {
         const std::string& first = list_.front().input;
@@ -239,7 +243,14 @@ Outcome RunAlign(const GlobalOptions& global, const AlignOptions& options) {
             continue;
         }
         const RecordingPair pair(session.Engine(), first, list[i], recordings.Rate());
-        results.Add(pair, Align(pair, options.minCorrelation, progress), i);
+        const ReadCheck reads(*session.Engine()->Mixer(), results.Grid());
+        const AlignmentAnswer answer = Align(pair, options.minCorrelation, progress);
+        const std::string unreadable = reads.Trouble();
+        if (unreadable.empty()) {
+            results.Add(pair, answer, i);
+        } else {
+            results.AddError(list[i], unreadable);
+        }
     }
     return results.Finish();
 }

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
+#include <cstring>
 #include <exception>
 #include <mutex>
 #include <new>
@@ -17,6 +19,7 @@
 #include "host/Paths.h"
 #include "host/Text.h"
 #include "sonrel/caches/ConformedAudioFileHelper.h"
+#include "sonrel/contracts/project/ConformedAudioFile.h"
 #include "sonrel/contracts/zrtl/Paths.h"
 #include "sonrel/standin/media/ConversionObserver.h"
 #include "sonrel/standin/media/InterruptScope.h"
@@ -100,6 +103,25 @@ std::string FailureReason(const EngineSession& session, const ConformTask& task,
                                      : conversionFailure;
 }
 
+/// Why a conformed file cannot be read to its end, as a clause; empty where it can.
+/// @param samples  the length that its stream has
+std::string ConformedFileTrouble(const std::string& path, long long samples) {
+    const auto clause = [&](const char* otherwise) {
+        return "its conformed file " + Quoted(path) +
+               " cannot be read: " + (errno != 0 ? std::strerror(errno) : otherwise);
+    };
+    project::ConformedAudioFile file;
+    errno = 0;
+    if (!file.Open(WidePath(path))) return clause("it is not a whole conformed file");
+    errno = 0;
+    if (file.SampleCount() != samples) return clause("it could not be opened before; try again");
+    if (samples == 0) return {};
+    unsigned char last[BYTES_PER_FRAME];
+    int read = 0;
+    const int code = file.GetSamples(samples - 1, 1, last, sizeof(last), &read);
+    return code == 0 ? std::string() : clause("it has become shorter");
+}
+
 /// One of the threads that share the tasks.
 class Job {
 public:
@@ -126,19 +148,44 @@ public:
         if (settings_.force) {
             RunForced(task);
         } else {
-            task.path = Ask(task);
-            if (task.path.empty() && !Interrupted() && IsRecorded(task)) {
-                // Another process was faster. Its record stands now, and asking again finds it.
-                converting = false;
-                task.path = Ask(task);
-            }
+            FindOrMake(task, &converting);
         }
+        std::string trouble = AttachWhole(task);
         progress_.Add(ConformProgress::Frames(task) - counted);
         if (Interrupted() && task.path.empty()) return;
-        Finish(task, converting, diskTrouble, observer.Failure(), database.Failure());
+        if (task.path.empty()) {
+            trouble = diskTrouble.empty()
+                          ? FailureReason(session_, task, observer.Failure(), database.Failure())
+                          : diskTrouble;
+        }
+        Finish(task, converting, trouble);
     }
 
 private:
+    void FindOrMake(ConformTask& task, bool* converting) const {
+        task.path = Ask(task);
+        if (!task.path.empty() || Interrupted() || !IsRecorded(task)) return;
+        // Another process was faster. Its record stands now, and asking again finds it.
+        *converting = false;
+        task.path = Ask(task);
+    }
+
+    /// Puts the file on the asset's stream.
+    /// @return why a file cannot be read, as a clause; empty when it can and when there is none
+    static std::string Attach(const ConformTask& task) {
+        helper::SetAudioSamplesAvailable(task.asset, task.rate, WidePath(task.path));
+        if (task.path.empty()) return {};
+        return ConformedFileTrouble(task.path, task.asset->AudioStream()->ConformedSampleCount());
+    }
+
+    /// The same, and makes a file that was broken anew once.
+    std::string AttachWhole(ConformTask& task) {
+        const std::string trouble = Attach(task);
+        if (trouble.empty() || settings_.force || Interrupted()) return trouble;
+        RunForced(task);
+        return Attach(task);
+    }
+
     std::string Ask(const ConformTask& task) const {
         return zrtl::ToUtf8(helper::CreateConformedAudioFile(
             task.asset, task.rate, session_.Engine()->MediaCacheFolderPath(),
@@ -170,18 +217,13 @@ private:
         }
     }
 
-    void Finish(ConformTask& task, bool converted, const std::string& diskTrouble,
-                const std::string& conversionFailure, const std::string& databaseFailure) const {
-        helper::SetAudioSamplesAvailable(task.asset, task.rate, WidePath(task.path));
-        if (task.path.empty()) {
-            task.status = ConformTask::Status::Failed;
-            task.error = "cannot conform " + Quoted(MediaPath(*task.asset)) + ": " +
-                         (diskTrouble.empty()
-                              ? FailureReason(session_, task, conversionFailure, databaseFailure)
-                              : diskTrouble);
-        } else {
-            task.status = converted ? ConformTask::Status::Made : ConformTask::Status::Found;
-        }
+    /// @param trouble  a clause; empty when the file is made or found and can be read
+    static void Finish(ConformTask& task, bool converted, const std::string& trouble) {
+        task.status = converted ? ConformTask::Status::Made : ConformTask::Status::Found;
+        if (trouble.empty()) return;
+        task.path.clear();
+        task.status = ConformTask::Status::Failed;
+        task.error = "cannot conform " + Quoted(MediaPath(*task.asset)) + ": " + trouble;
     }
 
     const EngineSession& session_;

@@ -13,6 +13,7 @@
 #include "host/OutputFile.h"
 #include "host/Paths.h"
 #include "host/Positions.h"
+#include "host/ReadCheck.h"
 #include "host/Stems.h"
 #include "host/Text.h"
 #include "host/WavWriter.h"
@@ -153,11 +154,12 @@ private:
         mixer.StartMeterSession(trackNames_.size(), blockFrames);
         loudness_.emplace(grid_.rate);
         MixSink sink(writer, &*loudness_);
-        BesideBlock beside;
-        if (stems) {
-            stems->Begin(project, EngineDither(options_.dither), options_.seed);
-            beside = [&](long long position, int count) { stems->Render(position, count); };
-        }
+        if (stems) stems->Begin(project, EngineDither(options_.dither), options_.seed);
+        const ReadCheck reads(mixer, grid_);
+        const BesideBlock beside = [&](long long position, int count) {
+            reads.RequireAll();
+            if (stems) stems->Render(position, count);
+        };
         RenderFrames(mix, grid_, span_, sink, beside, progress);
         mixer.StopMeterSession();
 
@@ -268,7 +270,9 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
     WavWriter writer(options.output, guard, grid.rate, span.end - span.begin);
     LoudnessMeter loudness(grid.rate);
     MixSink sink(writer, &loudness);
-    RenderMedia(*session.Engine()->Mixer(), asset, grid, span, sink, progress);
+    AudioMixer& mixer = *session.Engine()->Mixer();
+    const ReadCheck reads(mixer, grid);
+    RenderMedia(mixer, asset, grid, span, sink, reads, progress);
     writer.Finish();
 
     Outcome outcome;

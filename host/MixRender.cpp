@@ -5,10 +5,7 @@
 
 #include "host/Errors.h"
 #include "host/Interrupt.h"
-#include "host/Paths.h"
-#include "host/Text.h"
 #include "sonrel/contracts/project/EditorSequence.h"
-#include "sonrel/contracts/zrtl/Paths.h"
 
 namespace orlo::host {
 
@@ -77,7 +74,7 @@ void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const SampleSpan& 
         CheckInterrupt();
         const auto count = static_cast<int>(std::min(grid.Start(frame + 1), span.end) - position);
         RenderBlock(mix, grid, position, count, sink);
-        if (beside) beside(position, count);
+        beside(position, count);
         position += count;
         progress.Update(position - span.begin);
     }
@@ -86,19 +83,18 @@ void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const SampleSpan& 
 }
 
 void RenderMedia(const sonrel::AudioMixer& mixer, const std::shared_ptr<project::MediaAsset>& asset,
-                 const FrameGrid& grid, const SampleSpan& span, MixSink& sink, Progress& progress) {
+                 const FrameGrid& grid, const SampleSpan& span, MixSink& sink,
+                 const ReadCheck& reads, Progress& progress) {
     progress.Begin("mix", "samples", span.end - span.begin);
+    const MixBlock read = [&](long long position, int count, unsigned char* buffer) {
+        const int got = mixer.GetSamples(asset, position, count, buffer, count * BYTES_PER_FRAME);
+        reads.RequireAll();
+        return got;
+    };
     for (long long position = span.begin; position < span.end;) {
         CheckInterrupt();
         const auto count = static_cast<int>(std::min<long long>(grid.rate, span.end - position));
-        const int read =
-            mixer.GetSamples(asset, position, count, sink.Next(count), count * BYTES_PER_FRAME);
-        if (read != count) {
-            throw JobError("the conformed file " +
-                           Quoted(zrtl::ToUtf8(asset->AudioStream()->ConformedFilePath())) +
-                           " cannot be read at sample " + std::to_string(position) +
-                           "; conform the medium anew with conform --force");
-        }
+        RenderBlock(read, grid, position, count, sink);
         position += count;
         progress.Update(position - span.begin);
     }

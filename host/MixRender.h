@@ -8,6 +8,7 @@
 #include "host/Loudness.h"
 #include "host/Positions.h"
 #include "host/Progress.h"
+#include "host/ReadCheck.h"
 #include "host/WavWriter.h"
 #include "sonrel/contracts/project/CompositionAsset.h"
 #include "sonrel/contracts/project/MediaAsset.h"
@@ -54,14 +55,15 @@ void RenderBlock(const MixBlock& mix, const FrameGrid& grid, long long position,
                  MixSink& sink);
 
 /// Mixes a stretch, video frame by video frame on the timeline's grid.
-/// @param beside  may be empty
 /// @throws JobError where the mixer refuses; CommandError when the program is asked to stop
 void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const SampleSpan& span, MixSink& sink,
                   const BesideBlock& beside, Progress& progress);
 
 /// Reads a stretch of a conformed media asset in pieces of one second.
-/// @throws JobError where the conformed file gives fewer samples than it has
+/// @param reads  of the mixer
+/// @throws JobError where the samples cannot be read
 void RenderMedia(const sonrel::AudioMixer& mixer, const std::shared_ptr<project::MediaAsset>& asset,
-                 const FrameGrid& grid, const SampleSpan& span, MixSink& sink, Progress& progress);
+                 const FrameGrid& grid, const SampleSpan& span, MixSink& sink,
+                 const ReadCheck& reads, Progress& progress);
 
 }  // namespace orlo::host

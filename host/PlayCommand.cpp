@@ -13,6 +13,7 @@
 #include "host/PlayOutput.h"
 #include "host/PlaySession.h"
 #include "host/QuietStderr.h"
+#include "host/ReadCheck.h"
 #include "host/Text.h"
 #include "sonrel/contracts/project/EditorSequence.h"
 #include "sonrel/contracts/zrtl/Timing.h"
@@ -92,8 +93,10 @@ public:
         MeterSessions sessions;
         PlaybackEngine& engine = SetUp(*session.Engine(), output);
         if (HasMeters()) engine.AddMeterObserver(&sessions);
+        const ReadCheck reads(*session.Engine()->Mixer(), target_.grid);
         Play(engine, output, sessions, begin);
         engine.RemoveMeterObserver(&sessions);
+        reads.RequireAll();
         output.Finish();
         return Report(output);
     }

@@ -101,6 +101,7 @@ void Stems::Begin(const std::shared_ptr<project::Project>& project, sonrel::Dith
     if (engine_ == nullptr) throw JobError("cannot make an engine for the stems: " + error);
     engine_->Mixer()->SetDither(dither, seed);
     engine_->Mixer()->ResetMixSession();
+    reads_.emplace(*engine_->Mixer(), grid_);
     EditorSequence& whole = *project->Sequence();
     const auto& tracks = whole.AudioTracks();
     const bool anySolo =
@@ -115,6 +116,7 @@ void Stems::Render(long long position, int count) {
     for (const std::unique_ptr<Stem>& stem : stems_) {
         RenderBlock(stem->mix, grid_, position, count, stem->sink);
     }
+    reads_->RequireAll();
 }
 
 void Stems::Flush() {

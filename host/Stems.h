@@ -2,11 +2,13 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "host/MixRender.h"
 #include "host/Positions.h"
+#include "host/ReadCheck.h"
 #include "host/WavWriter.h"
 #include "sonrel/contracts/project/Project.h"
 #include "sonrel/engine/Sonrel.h"
@@ -36,7 +38,8 @@ public:
     /// @param project  with the sequence that is mixed
     void Begin(const std::shared_ptr<project::Project>& project, sonrel::DitherType dither,
                unsigned int seed);
-    /// Mixes the same stretch of every track. @throws JobError
+    /// Mixes the same stretch of every track.
+    /// @throws JobError, also where media cannot be read
     void Render(long long position, int count);
     /// Writes what is still gathered. @throws JobError
     void Flush();
@@ -54,6 +57,7 @@ private:
     std::vector<std::string> paths_;
     std::vector<std::unique_ptr<Stem>> stems_;
     std::shared_ptr<sonrel::Sonrel> engine_;
+    std::optional<ReadCheck> reads_;  // of the engine
 };
 
 }  // namespace orlo::host

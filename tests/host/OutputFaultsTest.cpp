@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Outputs on a disk that fails at one operation after the other.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <sys/resource.h>
 
 #include <map>
 
-#include "tests/host/ProgramRun.h"
+#include "tests/host/FaultRun.h"
 #include "tests/host/TimelineDocument.h"
 #include "tests/support/WaveBytes.h"
 
@@ -18,20 +17,6 @@ namespace fs = std::filesystem;
 using Arguments = std::vector<std::string>;
 /// The bytes of files by their names.
 using Contents = std::map<std::string, std::string>;
-
-/// A variable of the environment of the programs that are started in its scope.
-class Variable {
-public:
-    Variable(const char* name, const std::string& value) : name_(name) {
-        setenv(name_, value.c_str(), 1);
-    }
-    ~Variable() { unsetenv(name_); }
-    Variable(const Variable&) = delete;
-    Variable& operator=(const Variable&) = delete;
-
-private:
-    const char* name_;
-};
 
 /// The largest file that the programs started in its scope may write.
 class FileSizeLimit {

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+#include "host/ReadCheck.h"
+
+#include <cerrno>
+#include <cstring>
+#include <vector>
+
+#include "host/Errors.h"
+#include "host/Text.h"
+#include "sonrel/contracts/zrtl/Paths.h"
+
+namespace orlo::host {
+
+namespace {
+
+using sonrel::FailedRead;
+using sonrel::ReadFailure;
+
+std::string ReasonOf(const FailedRead& read) {
+    if (read.systemError != 0) return std::strerror(read.systemError);
+    if (read.reason == ReadFailure::CannotOpen) return "it is not a whole conformed file";
+    return "it has become shorter or was replaced";
+}
+
+const char* RemedyOf(const FailedRead& read) {
+    if (read.systemError == EMFILE) return "allow more open files with 'ulimit -n'";
+    return "try again, or make it anew with 'sonrel conform --force'";
+}
+
+}  // namespace
+
+std::string ReadCheck::Trouble() const {
+    const std::vector<FailedRead> failed = mixer_.FailedReadsSince(mark_);
+    if (failed.empty()) return {};
+    const FailedRead& first = failed.front();
+    return "cannot read the sound of " + Quoted(zrtl::ToUtf8(first.mediaPath)) + " at " +
+           FormatTimecode(first.timelineSample, grid_) + " from its conformed file " +
+           Quoted(zrtl::ToUtf8(first.conformedPath)) + ": " + ReasonOf(first) + "; " +
+           RemedyOf(first);
+}
+
+void ReadCheck::RequireAll() const {
+    const std::string trouble = Trouble();
+    if (!trouble.empty()) throw JobError(trouble);
+}
+
+}  // namespace orlo::host
