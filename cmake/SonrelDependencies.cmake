@@ -5,6 +5,7 @@ find_package(Qt5 REQUIRED COMPONENTS Core Gui)
 find_package(PkgConfig REQUIRED)
 find_package(SDL2 REQUIRED CONFIG)
 pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile)
+pkg_check_modules(XXHASH REQUIRED IMPORTED_TARGET libxxhash)
 
 if(SONREL_WITH_STANDIN)
     find_package(SQLite3 REQUIRED)

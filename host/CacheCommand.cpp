@@ -4,94 +4,27 @@
 
 #include <cerrno>
 #include <cstring>
-#include <ctime>
 #include <filesystem>
 #include <map>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "host/CacheCheck.h"
+#include "host/CacheEntryText.h"
 #include "host/CacheInventory.h"
 #include "host/Commands.h"
 #include "host/DatabaseTrouble.h"
 #include "host/Interrupt.h"
 #include "host/Paths.h"
 #include "host/Text.h"
-#include "sonrel/caches/CacheFileCheck.h"
 #include "sonrel/contracts/zrtl/Paths.h"
 
 namespace orlo::host {
 
 namespace {
 
-using project::CacheFileKind;
 using project::MediaDB;
-
-const char* StateName(CacheEntry::State state) {
-    switch (state) {
-        case CacheEntry::State::Ok:
-            return "ok";
-        case CacheEntry::State::Missing:
-            return "missing";
-        case CacheEntry::State::Orphan:
-            break;
-    }
-    return "orphan";
-}
-
-/// Milliseconds since 1970 as "2024-01-31T12:00:00.123Z".
-std::string IsoTime(long long ms) {
-    const long long seconds = ms >= 0 ? ms / 1000 : (ms - 999) / 1000;
-    const std::time_t time = seconds;
-    std::tm parts = {};
-    if (gmtime_r(&time, &parts) == nullptr) return "";
-    char text[64];
-    const std::size_t length = std::strftime(text, sizeof(text), "%Y-%m-%dT%H:%M:%S", &parts);
-    char fraction[16];
-    std::snprintf(fraction, sizeof(fraction), ".%03lldZ", ms - seconds * 1000);
-    return std::string(text, length) + fraction;
-}
-
-Json EntryJson(const CacheEntry& entry) {
-    Json json;
-    json["kind"] = entry.kind;
-    json["media"] = nullptr;
-    json["fingerprint"] = nullptr;
-    json["stream"] = nullptr;
-    json["rate"] = nullptr;
-    json["file"] = entry.file;
-    json["bytes"] = entry.bytes;
-    json["lastUse"] = nullptr;
-    json["state"] = StateName(entry.state);
-    if (!entry.record) return json;
-    json["media"] = zrtl::ToUtf8(entry.record->mediaPath);
-    json["fingerprint"] = zrtl::ToUtf8(entry.record->mediaFingerprint);
-    json["stream"] = entry.record->streamIndex;
-    if (entry.record->kind == CacheFileKind::Conformed) json["rate"] = entry.record->sampleRate;
-    json["lastUse"] = IsoTime(entry.record->lastUseMs);
-    return json;
-}
-
-std::string Megabytes(long long bytes) {
-    return FormatNumber(static_cast<double>(bytes) / 1e6, 1) + " MB";
-}
-
-std::string EntryText(const CacheEntry& entry) {
-    std::string text = std::string(StateName(entry.state)) + "  " + entry.kind + "  " +
-                       (entry.file.empty() ? "(no name)" : OneLine(entry.file)) + "  " +
-                       Megabytes(entry.bytes);
-    if (entry.record) {
-        text += "  " + IsoTime(entry.record->lastUseMs) + "  " +
-                OneLine(zrtl::ToUtf8(entry.record->mediaPath));
-        if (entry.record->streamIndex > 0) {
-            text += " (audio stream " + std::to_string(entry.record->streamIndex + 1) + ")";
-        }
-        if (entry.record->kind == CacheFileKind::Conformed) {
-            text += " at " + std::to_string(entry.record->sampleRate) + " Hz";
-        }
-    }
-    return text + "\n";
-}
 
 Outcome List(const CachePlaces& places) {
     Outcome outcome;
@@ -140,42 +73,6 @@ Outcome DiskUse(const CachePlaces& places) {
     return outcome;
 }
 
-/// Variable-frame-rate files have a format of other programs, and only their presence is checked.
-bool IsBroken(const CacheEntry& entry, const CachePlaces& places) {
-    const std::wstring path = WidePath(CacheFilePath(places, entry.file));
-    switch (entry.record->kind) {
-        case CacheFileKind::Conformed:
-            return !project::IsWholeConformedFile(path, entry.record->sampleRate);
-        case CacheFileKind::Peak:
-            return !sonrel::CacheFileCheck::IsWholePeakFile(path);
-        case CacheFileKind::Vfr:
-            break;
-    }
-    return false;
-}
-
-Outcome Check(const CachePlaces& places) {
-    Outcome outcome;
-    for (const char* key : {"missing", "orphans", "broken"}) outcome.report[key] = Json::array();
-    for (const CacheEntry& entry : TakeInventory(places)) {
-        if (Interrupted()) ThrowInterrupted("not all files were looked at");
-        const char* list = nullptr;
-        if (entry.state == CacheEntry::State::Missing) {
-            list = "missing";
-        } else if (entry.state == CacheEntry::State::Orphan) {
-            list = "orphans";
-        } else if (IsBroken(entry, places)) {
-            list = "broken";
-        }
-        if (list == nullptr) continue;
-        outcome.report[list].push_back(EntryJson(entry));
-        outcome.text += std::string(list) + ": " + EntryText(entry);
-    }
-    if (outcome.text.empty())
-        outcome.text = "every record has its whole file, and every file its record\n";
-    return outcome;
-}
-
 /// What cleaning does, counted.
 struct CleanSums {
     long long due = 0;
@@ -220,7 +117,7 @@ std::vector<CacheEntry> DueEntries(const CachePlaces& places, int days) {
     if (!std::filesystem::exists(places.database)) return due;
     std::set<std::wstring> names;
     try {
-        const MediaDB database(WidePath(places.database), WidePath(places.folder), false);
+        const MediaDB database(WidePath(places.database), WidePath(places.folder), true);
         const auto add = [&](const auto& list) {
             for (const auto& record : list) names.insert(record.cacheFilename);
         };
@@ -311,7 +208,7 @@ Outcome RunCache(const GlobalOptions& global, const CacheOptions& options) {
         case CacheAction::DiskUse:
             return DiskUse(places);
         case CacheAction::Check:
-            return Check(places);
+            return CheckCache(places, options.deep);
         case CacheAction::Clean:
             break;
     }

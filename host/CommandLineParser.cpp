@@ -434,7 +434,10 @@ void DeclareCache(CLI::App& app, Target& target) {
     };
     add("ls", "List cache files and records", CacheAction::List);
     add("du", "Count what the cache takes", CacheAction::DiskUse);
-    add("check", "Look for records, files and contents that do not fit", CacheAction::Check);
+    CLI::App* check =
+        add("check", "Look for records, files and contents that do not fit", CacheAction::Check);
+    check->add_flag("--deep", target.cache.deep,
+                    "Read every file and compare checksums and media files");
     CLI::App* clean = add("clean", "Remove what was not used for some days", CacheAction::Clean);
     clean
         ->add_option("--days", target.raw.days,

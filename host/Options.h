@@ -82,6 +82,7 @@ struct CacheOptions {
     std::optional<int> days;  ///< --keep-days where not given
     bool orphans = false;
     bool dryRun = false;
+    bool deep = false;  ///< of a check: reads every file to its end
 };
 
 enum class PeakMode { Auto, Single, Multi };

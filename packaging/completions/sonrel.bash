@@ -44,6 +44,7 @@ _sonrel() {
                 COMPREPLY=($(compgen -W "ls du check clean" -- "$current"))
                 return
             fi
+            [ "$action" = check ] && options+=" --deep"
             [ "$action" = clean ] && options+=" --days --orphans --dry-run"
             ;;
     esac

@@ -45,13 +45,16 @@ int CloseStream(void* cookie) {
 }  // namespace
 
 BinaryFile::BinaryFile(BinaryFile&& other) noexcept
-    : buffer_(std::move(other.buffer_)), stream_(std::exchange(other.stream_, nullptr)) {}
+    : buffer_(std::move(other.buffer_)),
+      stream_(std::exchange(other.stream_, nullptr)),
+      written_(std::move(other.written_)) {}
 
 BinaryFile& BinaryFile::operator=(BinaryFile&& other) noexcept {
     if (this != &other) {
         Close();
         buffer_ = std::move(other.buffer_);
         stream_ = std::exchange(other.stream_, nullptr);
+        written_ = std::move(other.written_);
     }
     return *this;
 }
@@ -79,11 +82,13 @@ bool BinaryFile::OpenForReading(const std::wstring& path) {
 
 bool BinaryFile::OpenForWriting(const std::wstring& path) {
     Close();
+    written_ = std::make_unique<files::Checksum>();
     return Open(files::OpenEmptied(zrtl::ToUtf8(path)), "w");
 }
 
 bool BinaryFile::OpenNew(const std::wstring& path) {
     Close();
+    written_ = std::make_unique<files::Checksum>();
     return Open(files::OpenNew(zrtl::ToUtf8(path)), "w");
 }
 
@@ -105,7 +110,13 @@ std::size_t BinaryFile::ReadSome(void* bytes, std::size_t size) {
 }
 
 bool BinaryFile::Write(const void* item, std::size_t size) {
-    return stream_ != nullptr && std::fwrite(item, size, 1, stream_) == 1;
+    if (stream_ == nullptr || std::fwrite(item, size, 1, stream_) != 1) return false;
+    if (written_ != nullptr) written_->Add(item, size);
+    return true;
+}
+
+std::uint64_t BinaryFile::WrittenChecksum() const {
+    return written_ != nullptr ? written_->Value() : files::Checksum().Value();
 }
 
 bool BinaryFile::Flush() {

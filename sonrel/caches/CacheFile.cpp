@@ -79,9 +79,9 @@ std::wstring FindTheirs(const CacheFilePlace& place, CacheRecord& record) {
 
 /// @return whether the record was made
 bool Add(const CacheFilePlace& place, CacheRecord& record, const std::wstring& name,
-         const std::wstring& cachePath) {
+         std::uint64_t checksum, const std::wstring& cachePath) {
     try {
-        record.Add(name);
+        record.Add(name, checksum);
         return true;
     } catch (const std::exception&) {
         Delete(cachePath);
@@ -127,12 +127,13 @@ std::wstring FindOrMakeCacheFile(const CacheFilePlace& place, CacheRecord* recor
 
     const std::wstring name = zrtl::ZRID::Create().ToString() + place.extension;
     std::wstring path = MediaDB::CreateMediaCacheFilePath(place.cacheFolder, name);
-    if (!make(path)) {
+    const std::optional<std::uint64_t> checksum = make(path);
+    if (!checksum) {
         Delete(path);
         Log(place, L"Could not save: ", path);
         return {};
     }
-    if (record == nullptr || Add(place, *record, name, path)) return path;
+    if (record == nullptr || Add(place, *record, name, *checksum, path)) return path;
     return whenRefused == WhenRefused::LookAgain ? FindTheirs(place, *record) : std::wstring();
 }
 

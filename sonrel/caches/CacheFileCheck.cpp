@@ -5,8 +5,12 @@
 
 #include "sonrel/caches/detail/BinaryFile.h"
 #include "sonrel/caches/detail/BlockAnalysis.h"
+#include "sonrel/caches/detail/MediaFingerprint.h"
 #include "sonrel/caches/detail/PeakFormat.h"
 #include "sonrel/caches/detail/PeakHeader.h"
+#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/files/Checksum.h"
+#include "sonrel/files/RegularFile.h"
 
 namespace orlo::sonrel::CacheFileCheck {
 
@@ -29,6 +33,22 @@ bool IsWholePeakFile(const std::wstring& path, int channels) {
     if (channels != 0 && header.channels != channels) return false;
     const long long blockBytes = detail::PeakBlockBytes(header.channels);
     return EndsAt(file, detail::PEAK_HEADER_BYTES + header.blocks * blockBytes);
+}
+
+std::optional<std::uint64_t> PeakFileChecksum(const std::wstring& path,
+                                              const std::function<bool()>& proceed) {
+    struct stat status = {};
+    const int descriptor =
+        files::OpenRegular(zrtl::ToUtf8(path), O_RDONLY, files::Links::Refused, &status);
+    if (descriptor < 0) return {};
+    const std::optional<std::uint64_t> checksum =
+        files::ChecksumOf(descriptor, detail::PEAK_HEADER_BYTES, status.st_size, proceed);
+    files::Close(descriptor);
+    return checksum;
+}
+
+std::wstring MediaFingerprint(const std::wstring& mediaPath) {
+    return detail::MediaFingerprint(mediaPath);
 }
 
 }  // namespace orlo::sonrel::CacheFileCheck

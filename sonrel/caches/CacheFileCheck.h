@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 
 #include "sonrel/Export.h"
@@ -18,6 +21,17 @@ namespace CacheFileCheck {
 /// header and no blocks, is whole.
 /// @param channels  of the stream; a file with another number is not whole. 0 accepts any number
 SONREL_EXPORT bool IsWholePeakFile(const std::wstring& path, int channels = 0);
+
+/// Reads a peak file to its end and computes its checksum, as its writer did.
+/// @param proceed  called again and again; false stops the reading; may be empty
+/// @return empty when a part of the file cannot be read or @p proceed returned false
+SONREL_EXPORT std::optional<std::uint64_t> PeakFileChecksum(const std::wstring& path,
+                                                            const std::function<bool()>& proceed);
+
+/// The fingerprint of a media file, computed from its size and its last-write time. A record of the
+/// media database with another fingerprint belongs to another state of the media file.
+/// @return empty when the file cannot be examined
+SONREL_EXPORT std::wstring MediaFingerprint(const std::wstring& mediaPath);
 
 }  // namespace CacheFileCheck
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/caches/ConformedAudioFileHelper.h"
 
+#include <cstdint>
 #include <exception>
 #include <optional>
 
@@ -33,9 +34,9 @@ public:
         return database_.GetConformedFilename(key_.mediaPath, key_.fingerprint, key_.streamIndex,
                                               sampleRate_, name);
     }
-    void Add(const std::wstring& name) override {
+    void Add(const std::wstring& name, std::uint64_t checksum) override {
         database_.AddConformedFile(key_.mediaPath, key_.fingerprint, key_.streamIndex, sampleRate_,
-                                   name);
+                                   name, checksum);
     }
     void Touch() override {
         database_.TouchConformedFile(key_.mediaPath, key_.fingerprint, key_.streamIndex,
@@ -52,18 +53,21 @@ private:
     int sampleRate_;
 };
 
-bool ConvertToCacheFile(const MediaKey& key, int sampleRate, const std::wstring& cachePath) {
+std::optional<std::uint64_t> ConvertToCacheFile(const MediaKey& key, int sampleRate,
+                                                const std::wstring& cachePath) {
     try {
         const detail::MediaFile file = detail::OpenMediaFile(key.mediaPath);
         file->SetReadOption(1);
-        if (file->Prepare() != 0) return false;
+        if (file->Prepare() != 0) return {};
         const auto stream =
             detail::FindAudioStream(*file, static_cast<unsigned long long>(key.streamIndex));
-        if (stream == nullptr) return false;
-        return zrh::media::ZRAudioConverter::Convert(stream, cachePath,
-                                                     static_cast<unsigned int>(sampleRate)) == 0;
+        if (stream == nullptr) return {};
+        std::uint64_t checksum = 0;
+        const int code = zrh::media::ZRAudioConverter::Convert(
+            stream, cachePath, static_cast<unsigned int>(sampleRate), &checksum);
+        return code == 0 ? std::optional(checksum) : std::nullopt;
     } catch (const std::exception&) {
-        return false;
+        return {};
     }
 }
 

@@ -151,7 +151,7 @@ bool OpenOutput(BinaryFile& file, const std::wstring& path, detail::PeakOutput o
 namespace detail {
 
 int WritePeakFile(const std::shared_ptr<MediaAsset>& asset, const std::wstring& path, Mode mode,
-                  PeakOutput outputName) {
+                  PeakOutput outputName, std::uint64_t* checksum) {
     const std::wstring mediaPath = SoundPath(*asset);
     const MediaFile file = OpenMediaFile(mediaPath);
     file->SetReadOption(1);
@@ -174,14 +174,16 @@ int WritePeakFile(const std::shared_ptr<MediaAsset>& asset, const std::wstring& 
     unsigned int blocks = 0;
     const int code = WriteBlocks(source, inTasks, output, &blocks);
     if (code != 0) return code;
-    return WriteHeader(output, source.channels, blocks);
+    const int headerCode = WriteHeader(output, source.channels, blocks);
+    if (checksum != nullptr) *checksum = output.WrittenChecksum();
+    return headerCode;
 }
 
 }  // namespace detail
 
 int PeakFile::Create(const std::shared_ptr<MediaAsset>& asset, const std::wstring& path,
                      CreateMode mode) {
-    return detail::WritePeakFile(asset, path, mode, detail::PeakOutput::Any);
+    return detail::WritePeakFile(asset, path, mode, detail::PeakOutput::Any, nullptr);
 }
 
 }  // namespace orlo::sonrel

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/caches/WaveformPeakFileHelper.h"
 
+#include <cstdint>
 #include <exception>
 #include <optional>
 
@@ -31,8 +32,8 @@ public:
     bool Find(std::wstring* name) const override {
         return database_.GetPeakFilename(key_.mediaPath, key_.fingerprint, key_.streamIndex, name);
     }
-    void Add(const std::wstring& name) override {
-        database_.AddPeakFile(key_.mediaPath, key_.fingerprint, key_.streamIndex, name);
+    void Add(const std::wstring& name, std::uint64_t checksum) override {
+        database_.AddPeakFile(key_.mediaPath, key_.fingerprint, key_.streamIndex, name, checksum);
     }
     void Touch() override {
         database_.TouchPeakFile(key_.mediaPath, key_.fingerprint, key_.streamIndex);
@@ -46,13 +47,16 @@ private:
     const MediaKey& key_;
 };
 
-bool MakePeakFile(const std::shared_ptr<MediaAsset>& asset, const std::wstring& cachePath) {
+std::optional<std::uint64_t> MakePeakFile(const std::shared_ptr<MediaAsset>& asset,
+                                          const std::wstring& cachePath) {
     try {
-        return detail::WritePeakFile(asset, cachePath, PeakFile::CreateMode::Auto,
-                                     detail::PeakOutput::New) == 0 &&
-               detail::SyncToDisk(cachePath);
+        std::uint64_t checksum = 0;
+        const int code = detail::WritePeakFile(asset, cachePath, PeakFile::CreateMode::Auto,
+                                               detail::PeakOutput::New, &checksum);
+        if (code != 0 || !detail::SyncToDisk(cachePath)) return {};
+        return checksum;
     } catch (const std::exception&) {
-        return false;
+        return {};
     }
 }
 

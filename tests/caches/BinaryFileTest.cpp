@@ -47,6 +47,18 @@ TEST(BinaryFile, AnItemIsReadWholeOrNot) {
     EXPECT_EQ(std::string(bytes, 2), "de");
 }
 
+TEST(BinaryFile, TheChecksumCoversTheItemsInTheOrderOfTheirWriting) {
+    const TemporaryFolder folder;
+    BinaryFile file;
+    ASSERT_TRUE(file.OpenNew(folder.Wide("f")));
+    ASSERT_TRUE(file.Seek(2, SEEK_SET));
+    ASSERT_TRUE(file.Write("cd", 2));
+    ASSERT_TRUE(file.Seek(0, SEEK_SET));
+    ASSERT_TRUE(file.Write("ab", 2));
+
+    EXPECT_EQ(file.WrittenChecksum(), 0x29446D8CAD03A07Fu) << "XXH3 of cdab";
+}
+
 TEST(BinaryFile, WritingEmptiesTheFileAndGoesWhereItIsPositioned) {
     const TemporaryFolder folder;
     WriteFile(folder / "f", "what was there");

@@ -9,6 +9,7 @@ namespace sonrel_tests {
 namespace {
 
 using orlo::sonrel::CacheFileCheck::IsWholePeakFile;
+using orlo::sonrel::CacheFileCheck::PeakFileChecksum;
 
 /// A peak file of three blocks of two channels: 20 + 3 * 5 bytes.
 const std::string WHOLE = PeakHeader(2, 3) + std::string(15, '\1');
@@ -52,6 +53,26 @@ TEST_F(CacheFileCheckTest, APeakFileOfAnotherChannelCountIsNotWhole) {
 
 TEST_F(CacheFileCheckTest, ABlockCountAbove2147483647IsComparedWithTheLengthToo) {
     EXPECT_FALSE(IsWhole(PeakHeader(2, 0xFFFFFFFF)));
+}
+
+TEST_F(CacheFileCheckTest, TheChecksumCoversTheBlocksAndThenTheHeader) {
+    WriteFile(folder_ / "p.xwpk", WHOLE);
+
+    // XXH3 of the 15 bytes of blocks and the 20 bytes of the header, as one text.
+    EXPECT_EQ(PeakFileChecksum(folder_.Wide("p.xwpk"), {}), 0xFA75B00D945E2A28u);
+}
+
+TEST_F(CacheFileCheckTest, AFileShorterThanItsHeaderHasNoChecksum) {
+    WriteFile(folder_ / "p.xwpk", WHOLE.substr(0, 19));
+
+    EXPECT_EQ(PeakFileChecksum(folder_.Wide("p.xwpk"), {}), std::nullopt);
+    EXPECT_EQ(PeakFileChecksum(folder_.Wide("none.xwpk"), {}), std::nullopt);
+}
+
+TEST_F(CacheFileCheckTest, AChecksumThatIsStoppedHasNoValue) {
+    WriteFile(folder_ / "p.xwpk", WHOLE);
+
+    EXPECT_EQ(PeakFileChecksum(folder_.Wide("p.xwpk"), [] { return false; }), std::nullopt);
 }
 
 TEST_F(CacheFileCheckTest, WhatIsMissingOrALinkIsNotAWholePeakFile) {

@@ -36,6 +36,13 @@ TEST_F(ConformedFileLookup, ANewFileIsConvertedAndThenRecordedUnderItsWholeKey) 
     EXPECT_THAT(Log(), IsEmpty());
 }
 
+TEST_F(ConformedFileLookup, ANewFileIsRecordedWithItsChecksum) {
+    Create();
+
+    ASSERT_THAT(db.conformed, SizeIs(1));
+    EXPECT_EQ(db.checksums.at(db.conformed[0].cacheFilename), sonrel_tests::FAKE_CHECKSUM);
+}
+
 TEST_F(ConformedFileLookup, ANewFilesNameIsAnIdentityWithTheExtension) {
     Create();
 

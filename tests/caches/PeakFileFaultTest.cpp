@@ -202,9 +202,10 @@ TEST_F(PeakFileFault, AFileOfTheCacheIsMadeAndNeverPutInThePlaceOfAnything) {
     std::filesystem::create_symlink("nothing", folder / "dangling");
 
     for (const char* name : {"mine", "link", "dangling"}) {
-        EXPECT_EQ(WritePeakFile(asset, folder.Wide(name), Mode::Auto, PeakOutput::New), -11);
+        EXPECT_EQ(WritePeakFile(asset, folder.Wide(name), Mode::Auto, PeakOutput::New, nullptr),
+                  -11);
     }
-    EXPECT_EQ(WritePeakFile(asset, folder.Wide("new"), Mode::Auto, PeakOutput::New), 0);
+    EXPECT_EQ(WritePeakFile(asset, folder.Wide("new"), Mode::Auto, PeakOutput::New, nullptr), 0);
 
     EXPECT_EQ(sonrel_tests::ReadFile(folder / "mine"), "mine");
     EXPECT_FALSE(std::filesystem::exists(folder / "nothing"));

@@ -5,6 +5,7 @@
 
 #include <stdexcept>
 
+#include "sonrel/caches/CacheFileCheck.h"
 #include "sonrel/caches/PeakFile.h"
 #include "sonrel/caches/detail/CacheFile.h"
 #include "sonrel/caches/detail/MediaFingerprint.h"
@@ -55,6 +56,20 @@ protected:
 };
 
 // ---- finding and making
+
+TEST_F(WaveformPeakFile, ANewFileIsRecordedWithItsChecksumFromAnyNumberOfTasks) {
+    for (const long long frames : {1000LL, 48000LL * 31}) {
+        media.format.frames = frames;
+        db.peaks.clear();
+
+        const std::wstring path = Create();
+
+        ASSERT_THAT(db.peaks, SizeIs(1));
+        EXPECT_EQ(db.checksums.at(db.peaks[0].cacheFilename),
+                  orlo::sonrel::CacheFileCheck::PeakFileChecksum(path, {}))
+            << frames;
+    }
+}
 
 TEST_F(WaveformPeakFile, ANewFileIsMadeAndRecordedUnderItsThreePartKey) {
     asset->SetAudioStreamIndex(1);

@@ -60,6 +60,19 @@ protected:
         return PathOf({"conform", "@a.wav", "--json"}, status);
     }
     nlohmann::json Check() { return shop_.Run({"cache", "check", "--json"}).Json(); }
+    ProgramResult Deep() { return shop_.Run({"cache", "check", "--deep", "--json"}); }
+
+    /// Whether a deep check ends with exit code 1 and one file, in this list.
+    bool DeepFinds(const std::string& list) {
+        const ProgramResult result = Deep();
+        const nlohmann::json report = result.Json();
+        std::size_t found = 0;
+        for (const char* other : {"missing", "orphans", "broken", "stale", "noChecksum"}) {
+            found += report.at(other).size();
+        }
+        return result.exitCode == 1 && result.HasOneErrorLine() && found == 1 &&
+               report.at(list).size() == 1;
+    }
 
     Workshop shop_;
 };
@@ -129,6 +142,114 @@ TEST_F(CacheCheckProgram, AConformedFileAtAnotherRateThanItsRecordIsBroken) {
     Overwrite(path, 24, Little(44100, 4));
 
     EXPECT_THAT(Check().at("broken"), SizeIs(1));
+}
+
+// ---- reading everything
+
+TEST_F(CacheCheckProgram, ADeepCheckOfAWholeCacheFindsNothing) {
+    WriteFile(shop_.Work("long.wav"), ConformedFileBytes(250000, 8000));  // made by four tasks
+    Conform("made");
+    Peaks("made");
+    ASSERT_EQ(shop_.Run({"peaks", "@long.wav"}).exitCode, 0);
+
+    const ProgramResult result = shop_.Run({"cache", "check", "--deep", "--json"});
+
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    for (const char* list : {"missing", "orphans", "broken", "stale", "noChecksum"}) {
+        EXPECT_THAT(result.Json().at(list), IsEmpty()) << list;
+    }
+}
+
+TEST_F(CacheCheckProgram, ADeepCheckFindsEveryFlippedByte) {
+    for (const std::string& path : {Conform("made"), Peaks("made")}) {
+        const std::string good = ReadFile(path);
+        // Every byte of the header and some of the content.
+        for (std::size_t offset = 0; offset < good.size(); offset += offset < 44 ? 1 : 131) {
+            Overwrite(path, offset, std::string(1, static_cast<char>(good[offset] ^ 16)));
+            EXPECT_TRUE(DeepFinds("broken")) << path << " " << offset;
+            WriteFile(path, good);
+        }
+        EXPECT_EQ(Deep().exitCode, 0);
+    }
+}
+
+TEST_F(CacheCheckProgram, ZerosInsideAFileAreFoundByADeepCheckAlone) {
+    WriteFile(shop_.Work("a.wav"), ConformedFileBytes(48000, 8000));
+    for (const std::string& path : {Conform("made"), Peaks("made")}) {
+        Overwrite(path, 4096, std::string(512, '\0'));
+        EXPECT_THAT(Check().at("broken"), IsEmpty());
+
+        const ProgramResult result = Deep();
+
+        EXPECT_EQ(result.exitCode, 1);
+        ASSERT_THAT(result.Json().at("broken"), SizeIs(1));
+        EXPECT_EQ(result.Json().at("broken").at(0).at("file"),
+                  std::filesystem::path(path).filename().string());
+        EXPECT_EQ(result.Json().at("broken").at(0).at("reason"),
+                  "its bytes are not those that were written");
+        std::filesystem::remove(path);
+        ASSERT_NE(path, path.ends_with(".xwmc") ? Conform("made") : Peaks("made"));
+    }
+}
+
+TEST_F(CacheCheckProgram, ADeepCheckFindsFilesThatAreCutMissingOrWithoutARecord) {
+    const std::string path = Conform("made");
+    const std::string good = ReadFile(path);
+    std::filesystem::resize_file(path, good.size() - 4);
+    EXPECT_TRUE(DeepFinds("broken"));
+    std::filesystem::remove(path);
+    EXPECT_TRUE(DeepFinds("missing"));
+    WriteFile(path, good);
+    WriteFile(shop_.Path("cache") / "other.xwmc", good);
+    EXPECT_TRUE(DeepFinds("orphans"));
+}
+
+TEST_F(CacheCheckProgram, ADeepCheckFindsFilesOfChangedAndMissingMedia) {
+    Conform("made");
+    WriteFile(shop_.Work("a.wav"), MonoRecording() + "more");
+    EXPECT_TRUE(DeepFinds("stale"));
+    std::filesystem::remove(shop_.Work("a.wav"));
+    EXPECT_TRUE(DeepFinds("stale"));
+}
+
+TEST_F(CacheCheckProgram, ARecordWithoutAChecksumIsListedAndIsNotAFault) {
+    Conform("made");
+    RawDatabase(shop_.Path("media.db")).Run("UPDATE conformed_file SET checksum = NULL");
+
+    const ProgramResult result = Deep();
+
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_THAT(result.Json().at("noChecksum"), SizeIs(1));
+    EXPECT_THAT(shop_.Run({"cache", "check", "--deep"}).out,
+                testing::StartsWith("no checksum: conformed  "));
+}
+
+TEST_F(CacheCheckProgram, ADatabaseOfVersion1IsCheckedAndThenUsed) {
+    const std::string path = Conform("made");
+    RawDatabase(shop_.Path("media.db"))
+        .Run(
+            "ALTER TABLE conformed_file DROP COLUMN checksum;"
+            "ALTER TABLE peak_file DROP COLUMN checksum; PRAGMA user_version=1");
+
+    EXPECT_EQ(shop_.Run({"cache", "ls", "--json"}).Json().at("files").size(), 1u);
+    EXPECT_THAT(Deep().Json().at("noChecksum"), SizeIs(1));
+    EXPECT_EQ(shop_.Run({"cache", "clean", "--dry-run"}).exitCode, 0);
+    EXPECT_EQ(Conform("found"), path);
+    Peaks("made");
+    EXPECT_THAT(Deep().Json().at("noChecksum"), ElementsAre(testing::_));
+}
+
+TEST_F(CacheCheckProgram, ADeepCheckChangesNothing) {
+    const std::string path = Conform("made");
+    Overwrite(path, 50, "x");
+    const std::string database = ReadFile(shop_.Path("media.db"));
+    const std::string content = ReadFile(path);
+
+    Deep();
+
+    EXPECT_TRUE(ReadFile(shop_.Path("media.db")) == database);
+    EXPECT_TRUE(ReadFile(path) == content);
+    EXPECT_THAT(NamesIn(shop_.Path("cache")), SizeIs(1));
 }
 
 }  // namespace

@@ -2,10 +2,13 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <string>
 #include <utility>
+
+#include "sonrel/files/Checksum.h"
 
 namespace orlo::project::utility {
 
@@ -40,6 +43,8 @@ public:
     bool Write(const void* item, std::size_t size);
     /// Hands what was written so far to the system.
     bool Flush();
+    /// The checksum of all items that were written since the file was opened, in their order.
+    std::uint64_t WrittenChecksum() const;
 
 private:
     /// @param descriptor  taken over; -1 for none
@@ -47,6 +52,7 @@ private:
 
     std::unique_ptr<char[]> buffer_;  // of the stream, so it is destroyed after it
     std::FILE* stream_ = nullptr;
+    std::unique_ptr<files::Checksum> written_;  // of a file that is open for writing
 };
 
 }  // namespace orlo::project::utility

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace orlo::project {
@@ -38,7 +40,7 @@ public:
     /// @param name  receives the bare file name, which may be empty; untouched without a record
     /// @return whether there is a record
     virtual bool Find(std::wstring* name) const = 0;
-    virtual void Add(const std::wstring& name) = 0;
+    virtual void Add(const std::wstring& name, std::uint64_t checksum) = 0;
     /// Stamps the record as used now.
     virtual void Touch() = 0;
     virtual void Remove() = 0;
@@ -52,8 +54,9 @@ struct CacheFilePlace {
     project::LogFile* log = nullptr;  // may be null
 };
 
-/// Writes a cache file to a path that nothing has yet. @return whether the file is whole
-using MakeCacheFile = std::function<bool(const std::wstring& cachePath)>;
+/// Writes a cache file to a path that nothing has yet.
+/// @return the checksum of the whole file; empty when it is not whole
+using MakeCacheFile = std::function<std::optional<std::uint64_t>(const std::wstring& cachePath)>;
 
 /// Brings a file and the entry for it in its folder to the disk, so that no record is left behind
 /// by a power cut that took its file back.

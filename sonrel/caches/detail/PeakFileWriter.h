@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -15,7 +16,8 @@ enum class PeakOutput {
 };
 
 /// The body of PeakFile::Create.
+/// @param checksum  receives the checksum of the file on success; may be null
 int WritePeakFile(const std::shared_ptr<project::MediaAsset>& asset, const std::wstring& path,
-                  PeakFile::CreateMode mode, PeakOutput output);
+                  PeakFile::CreateMode mode, PeakOutput output, std::uint64_t* checksum);
 
 }  // namespace orlo::sonrel::detail

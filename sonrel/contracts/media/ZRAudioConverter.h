@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -22,6 +23,12 @@ public:
     /// @return 0 on success
     static int Convert(const std::shared_ptr<ZRAbstractAudioStream>& stream,
                        const std::wstring& outputPath, unsigned int sampleRate);
+
+    /// As Convert above, with the checksum of the file, which is computed while it is written.
+    /// @param checksum  receives the value on success, for MediaDB::AddConformedFile
+    static int Convert(const std::shared_ptr<ZRAbstractAudioStream>& stream,
+                       const std::wstring& outputPath, unsigned int sampleRate,
+                       std::uint64_t* checksum);
 };
 
 }  // namespace zrh::media

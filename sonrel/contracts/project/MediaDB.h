@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "sonrel/Export.h"
@@ -95,10 +97,16 @@ public:
                           int streamIndex, int sampleRate, std::wstring const& fileName);
     /// Registers a file as used now, in place of the file of a record of that key. Every other
     /// connection finds either the old name or the new name.
+    /// @param checksum  of the new file; the record keeps it
     /// @return the cache file name that the record had; empty without a record
     std::wstring ReplaceConformedFile(std::wstring const& mediaPath,
                                       std::wstring const& fingerprint, int streamIndex,
-                                      int sampleRate, std::wstring const& fileName);
+                                      int sampleRate, std::wstring const& fileName,
+                                      std::optional<std::uint64_t> checksum = {});
+    /// As AddConformedFile above; the record keeps the checksum of the file as well.
+    void AddConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                          int streamIndex, int sampleRate, std::wstring const& fileName,
+                          std::uint64_t checksum);
     /// Stamps a record as used now. @return whether there is one
     bool TouchConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                             int streamIndex, int sampleRate);
@@ -127,7 +135,10 @@ public:
     void AddPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                      int streamIndex, std::wstring const& fileName);
     std::wstring ReplacePeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
-                                 int streamIndex, std::wstring const& fileName);
+                                 int streamIndex, std::wstring const& fileName,
+                                 std::optional<std::uint64_t> checksum = {});
+    void AddPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                     int streamIndex, std::wstring const& fileName, std::uint64_t checksum);
     bool TouchPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                        int streamIndex);
     bool RemovePeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,

@@ -107,7 +107,7 @@ private:
 
 MediaError ConvertStream(const std::shared_ptr<ZRAbstractAudioStream>& stream,
                          const std::wstring& outputPath, unsigned int sampleRate,
-                         std::string* reason) {
+                         std::uint64_t* checksum, std::string* reason) {
     if (stream == nullptr) return MediaError::InvalidArgument;
     if (sampleRate < detail::LOWEST_RATE || sampleRate > detail::HIGHEST_RATE) {
         return MediaError::OutputRate;
@@ -128,6 +128,7 @@ MediaError ConvertStream(const std::shared_ptr<ZRAbstractAudioStream>& stream,
     if (error != MediaError::None) return error;
     error = Conversion(feed.get(), &converter, &writer).Run();
     *reason = feed->Reason();
+    *checksum = writer.Checksum();
     return error;
 }
 
@@ -135,10 +136,17 @@ MediaError ConvertStream(const std::shared_ptr<ZRAbstractAudioStream>& stream,
 
 int ZRAudioConverter::Convert(const std::shared_ptr<ZRAbstractAudioStream>& stream,
                               const std::wstring& outputPath, unsigned int sampleRate) {
+    std::uint64_t ignored = 0;
+    return Convert(stream, outputPath, sampleRate, &ignored);
+}
+
+int ZRAudioConverter::Convert(const std::shared_ptr<ZRAbstractAudioStream>& stream,
+                              const std::wstring& outputPath, unsigned int sampleRate,
+                              std::uint64_t* checksum) {
     std::string reason;
     MediaError error = MediaError::OutOfMemory;
     try {
-        error = ConvertStream(stream, outputPath, sampleRate, &reason);
+        error = ConvertStream(stream, outputPath, sampleRate, checksum, &reason);
     } catch (const std::bad_alloc&) {
         reason.clear();
     }

@@ -16,7 +16,7 @@ using Mode = SqliteConnection::Mode;
 
 std::unique_ptr<SqliteConnection> OpenAs(std::wstring const& path, Mode mode) {
     auto connection = std::make_unique<SqliteConnection>(path, mode);
-    PrepareDatabaseSchema(*connection, SchemaWork::Forbidden, DatabaseSchemaSteps());
+    PrepareDatabaseSchema(*connection, SchemaWork::Reading, DatabaseSchemaSteps());
     return connection;
 }
 
@@ -39,7 +39,7 @@ std::unique_ptr<SqliteConnection> OpenToLook(std::wstring const& path) {
 }
 
 CacheRecord RecordOf(CacheFileKind kind, const RecordTable& table, const SqliteRun& row,
-                     long long lastUseMs) {
+                     long long lastUseMs, std::optional<std::uint64_t> checksum) {
     const bool hasRate = kind == CacheFileKind::Conformed;
     return {kind,
             row.Text(0),
@@ -47,7 +47,8 @@ CacheRecord RecordOf(CacheFileKind kind, const RecordTable& table, const SqliteR
             static_cast<int>(row.Number(2)),
             hasRate ? static_cast<int>(row.Number(4)) : 0,
             table.NameOf(row, 3),
-            lastUseMs};
+            lastUseMs,
+            checksum};
 }
 
 }  // namespace
@@ -87,8 +88,8 @@ std::vector<CacheRecord> CacheLedger::Records() const {
     for (const CacheFileKind kind :
          {CacheFileKind::Conformed, CacheFileKind::Peak, CacheFileKind::Vfr}) {
         RecordTable& table = impl_->Table(kind);
-        table.List([&](const SqliteRun& row, long long lastUseMs) {
-            records.push_back(RecordOf(kind, table, row, lastUseMs));
+        table.List([&](const SqliteRun& row, long long lastUseMs, auto checksum) {
+            records.push_back(RecordOf(kind, table, row, lastUseMs, checksum));
         });
     }
     return records;
@@ -98,8 +99,8 @@ std::vector<CacheRecord> CacheLedger::RecordsOf(CacheFileKind kind,
                                                 std::wstring const& mediaPath) const {
     std::vector<CacheRecord> records;
     RecordTable& table = impl_->Table(kind);
-    table.ListOf(mediaPath, [&](const SqliteRun& row, long long lastUseMs) {
-        records.push_back(RecordOf(kind, table, row, lastUseMs));
+    table.ListOf(mediaPath, [&](const SqliteRun& row, long long lastUseMs, auto checksum) {
+        records.push_back(RecordOf(kind, table, row, lastUseMs, checksum));
     });
     return records;
 }

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,12 +26,14 @@ struct CacheRecord {
     /// The bare name in the cache folder; empty when the stored name is none.
     std::wstring cacheFilename;
     long long lastUseMs = 0;  ///< milliseconds since 1970, UTC
+    /// Of the file when it was written; empty for files of other programs and of older versions.
+    std::optional<std::uint64_t> checksum;
 };
 
 /// All that a media database remembers, for listings and for cleaning up by hand.
 ///
 /// Looking at a database changes nothing in it, stamps nothing as used and makes no missing one. A
-/// database that can only be read is listed all the same.
+/// database that can only be read is listed all the same, and so is a database of an older version.
 ///
 /// Threads: one thread at a time on one object.
 ///
@@ -36,7 +41,7 @@ struct CacheRecord {
 /// file's name, as MediaDB does.
 class SONREL_EXPORT CacheLedger {
 public:
-    /// @throws std::runtime_error when there is no database of the current schema at the path
+    /// @throws std::runtime_error when there is no database at the path, or its version is newer
     explicit CacheLedger(std::wstring const& databasePath);
     ~CacheLedger();
     CacheLedger(const CacheLedger&) = delete;
@@ -62,5 +67,12 @@ private:
 /// can be read.
 /// @param sampleRate  of the record, hertz; a file at another rate is not whole. 0 accepts any rate
 SONREL_EXPORT bool IsWholeConformedFile(std::wstring const& path, int sampleRate = 0);
+
+/// Reads a conformed file to its end and computes its checksum, as its writer did.
+/// @param proceed  called again and again; false stops the reading; may be empty
+/// @return empty when the file is not a conformed file, a part of it cannot be read or @p proceed
+///         returned false
+SONREL_EXPORT std::optional<std::uint64_t> ConformedFileChecksum(
+    std::wstring const& path, std::function<bool()> const& proceed);
 
 }  // namespace orlo::project

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/contracts/project/ConformedAudioFile.h"
+#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/files/Checksum.h"
+#include "sonrel/files/RegularFile.h"
 #include "sonrel/standin/project/CacheLedger.h"
+#include "sonrel/standin/project/detail/ConformedFileLayout.h"
 
 namespace orlo::project {
 
@@ -12,6 +16,20 @@ bool IsWholeConformedFile(std::wstring const& path, int sampleRate) {
     unsigned char sample[4];
     int samplesRead = 0;
     return file.GetSamples(file.SampleCount() - 1, 1, sample, sizeof(sample), &samplesRead) == 0;
+}
+
+std::optional<std::uint64_t> ConformedFileChecksum(std::wstring const& path,
+                                                   std::function<bool()> const& proceed) {
+    struct stat status = {};
+    const int descriptor =
+        files::OpenRegular(zrtl::ToUtf8(path), O_RDONLY, files::Links::Refused, &status);
+    if (descriptor < 0) return {};
+    std::optional<std::uint64_t> checksum;
+    if (const auto layout = ReadConformedFileLayout(descriptor, status.st_size)) {
+        checksum = files::ChecksumOf(descriptor, layout->firstByte, status.st_size, proceed);
+    }
+    files::Close(descriptor);
+    return checksum;
 }
 
 }  // namespace orlo::project

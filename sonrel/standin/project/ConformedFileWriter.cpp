@@ -55,6 +55,7 @@ bool ConformedFileWriter::Write(const std::int16_t* samples, std::int64_t frames
     if (sound_ == nullptr) return false;
     if (!isLarge_ && frames_ + frames > LARGEST_RIFF_DATA / BYTES_PER_FRAME) return false;
     if (sf_writef_short(sound_, samples, frames) != frames) return false;
+    checksum_.Add(samples, static_cast<std::size_t>(frames * BYTES_PER_FRAME));
     frames_ += frames;
     return true;
 }
@@ -63,8 +64,17 @@ bool ConformedFileWriter::Finish() {
     if (sound_ == nullptr) return false;
     const int closed = sf_close(sound_);
     sound_ = nullptr;
-    const bool whole = closed == 0 && HeaderIsWhole() && files::SyncWithFolder(path_, descriptor_);
+    const bool whole =
+        closed == 0 && HeaderIsWhole() && AddHeader() && files::SyncWithFolder(path_, descriptor_);
     return files::Close(std::exchange(descriptor_, -1)) && whole;
+}
+
+/// Reads the header back: libsndfile wrote it.
+bool ConformedFileWriter::AddHeader() {
+    struct stat status = {};
+    if (::fstat(descriptor_, &status) != 0) return false;
+    return files::AddBytesOf(descriptor_, 0, status.st_size - frames_ * BYTES_PER_FRAME, {},
+                             &checksum_);
 }
 
 /// The header is written at the very end, and libsndfile does not tell when that fails.

@@ -14,7 +14,7 @@ namespace orlo::project {
 
 namespace {
 
-constexpr std::array<const char*, 1> STEPS = {
+constexpr std::array<const char*, 2> STEPS = {
     // Version 1. The time of last use is in milliseconds since 1970, UTC.
     R"sql(
 CREATE TABLE conformed_file (
@@ -47,6 +47,11 @@ CREATE TABLE vfr_cache_file (
     PRIMARY KEY (media_path, media_fingerprint, stream_index)
 ) STRICT, WITHOUT ROWID;
 CREATE INDEX vfr_cache_file_last_use ON vfr_cache_file (last_use);
+)sql",
+    // Version 2. The checksum of the file when it was written; NULL in records of version 1.
+    R"sql(
+ALTER TABLE conformed_file ADD COLUMN checksum INTEGER;
+ALTER TABLE peak_file ADD COLUMN checksum INTEGER;
 )sql"};
 
 /// What a file says of itself.
@@ -171,12 +176,13 @@ MediaDB::DatabaseStatus PrepareDatabaseSchema(SqliteConnection& connection, Sche
     connection.Execute("COMMIT");
     RefuseStrangers(connection, identity, latest);
     const bool isLatest = identity.version == latest;
-    if (work == SchemaWork::Forbidden && !isLatest) {
+    const bool isReadable = isLatest || (work == SchemaWork::Reading && !identity.IsEmpty());
+    if (work != SchemaWork::Allowed && !isReadable) {
         connection.Fail("the file has no tables, or those of an older version");
     }
     connection.AllowChanges();
     connection.Execute("PRAGMA synchronous=FULL; PRAGMA temp_store=MEMORY");
-    if (work == SchemaWork::Forbidden) return MediaDB::Ready;
+    if (work != SchemaWork::Allowed) return MediaDB::Ready;
     if (connection.IsReadOnly()) connection.Fail("the file cannot be written");
     UseWriteAheadLog(connection);
     return isLatest ? MediaDB::Ready : RunSteps(connection, steps);

@@ -60,9 +60,17 @@ void MediaDB::AddConformedFile(std::wstring const& mediaPath, std::wstring const
 
 std::wstring MediaDB::ReplaceConformedFile(std::wstring const& mediaPath,
                                            std::wstring const& fingerprint, int streamIndex,
-                                           int sampleRate, std::wstring const& fileName) {
+                                           int sampleRate, std::wstring const& fileName,
+                                           std::optional<std::uint64_t> checksum) {
     return impl_->conformed.Replace({mediaPath, fingerprint, streamIndex, sampleRate}, fileName,
-                                    DatabaseNow());
+                                    DatabaseNow(), checksum);
+}
+
+void MediaDB::AddConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                               int streamIndex, int sampleRate, std::wstring const& fileName,
+                               std::uint64_t checksum) {
+    impl_->conformed.Add({mediaPath, fingerprint, streamIndex, sampleRate}, fileName, DatabaseNow(),
+                         checksum);
 }
 
 bool MediaDB::TouchConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
@@ -103,8 +111,15 @@ void MediaDB::AddPeakFile(std::wstring const& mediaPath, std::wstring const& fin
 
 std::wstring MediaDB::ReplacePeakFile(std::wstring const& mediaPath,
                                       std::wstring const& fingerprint, int streamIndex,
-                                      std::wstring const& fileName) {
-    return impl_->peak.Replace({mediaPath, fingerprint, streamIndex}, fileName, DatabaseNow());
+                                      std::wstring const& fileName,
+                                      std::optional<std::uint64_t> checksum) {
+    return impl_->peak.Replace({mediaPath, fingerprint, streamIndex}, fileName, DatabaseNow(),
+                               checksum);
+}
+
+void MediaDB::AddPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                          int streamIndex, std::wstring const& fileName, std::uint64_t checksum) {
+    impl_->peak.Add({mediaPath, fingerprint, streamIndex}, fileName, DatabaseNow(), checksum);
 }
 
 bool MediaDB::TouchPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/standin/project/detail/DatabaseSchema.h"
 
 namespace orlo::project {
 
@@ -46,12 +47,18 @@ std::string WhereKey(RecordTable::Kind kind) {
            (kind == RecordTable::Kind::Conformed ? " AND sample_rate = ?4" : "");
 }
 
+/// Variable-frame-rate files are written by other programs and have no checksum.
+bool HasChecksum(SqliteConnection& connection, RecordTable::Kind kind) {
+    return kind != RecordTable::Kind::Vfr &&
+           connection.QueryNumber("PRAGMA user_version") >= CHECKSUM_VERSION;
+}
+
 /// @param verb  "INSERT" or "REPLACE"
-std::string InsertInto(RecordTable::Kind kind, const std::string& verb) {
+std::string InsertInto(RecordTable::Kind kind, const std::string& verb, bool hasChecksum) {
     const bool hasRate = kind == RecordTable::Kind::Conformed;
     return verb + " INTO " + Table(kind) + " (media_path, media_fingerprint, stream_index" +
-           RateColumn(kind) + ", cache_filename, last_use) VALUES (?1, ?2, ?3, ?4, ?5" +
-           (hasRate ? ", ?6)" : ")");
+           RateColumn(kind) + ", cache_filename, last_use" + (hasChecksum ? ", checksum" : "") +
+           ") VALUES (?, ?, ?, ?, ?" + (hasRate ? ", ?" : "") + (hasChecksum ? ", ?)" : ")");
 }
 
 std::string UpdateLastUse(RecordTable::Kind kind) {
@@ -79,9 +86,10 @@ std::string SelectUnused(RecordTable::Kind kind) {
 }
 
 /// @param where  a condition; may be empty
-std::string SelectAll(RecordTable::Kind kind, const std::string& where = {}) {
-    return std::string("SELECT ") + KEY + ", cache_filename" + RateColumn(kind) +
-           ", last_use FROM " + Table(kind) + where + " ORDER BY " + KEY + RateColumn(kind);
+std::string SelectAll(RecordTable::Kind kind, bool hasChecksum, const std::string& where = {}) {
+    return std::string("SELECT ") + KEY + ", cache_filename" + RateColumn(kind) + ", last_use, " +
+           (hasChecksum ? "checksum" : "NULL") + " FROM " + Table(kind) + where + " ORDER BY " +
+           KEY + RateColumn(kind);
 }
 
 }  // namespace
@@ -89,16 +97,17 @@ std::string SelectAll(RecordTable::Kind kind, const std::string& where = {}) {
 RecordTable::RecordTable(SqliteConnection& connection, Kind kind)
     : connection_(connection),
       hasRate_(kind == Kind::Conformed),
+      hasChecksum_(HasChecksum(connection, kind)),
       ending_(Ending(kind)),
       get_(connection, "SELECT cache_filename FROM " + Table(kind) + WhereKey(kind)),
-      add_(connection, InsertInto(kind, "INSERT")),
-      replace_(connection, InsertInto(kind, "REPLACE")),
+      add_(connection, InsertInto(kind, "INSERT", hasChecksum_)),
+      replace_(connection, InsertInto(kind, "REPLACE", hasChecksum_)),
       touch_(connection, UpdateLastUse(kind)),
       remove_(connection, DeleteNamed(kind)),
       findUnused_(connection, SelectUnused(kind)),
       isUnused_(connection, SelectUnusedName(kind)),
-      list_(connection, SelectAll(kind)),
-      listOf_(connection, SelectAll(kind, " WHERE media_path = ?1")) {}
+      list_(connection, SelectAll(kind, hasChecksum_)),
+      listOf_(connection, SelectAll(kind, hasChecksum_, " WHERE media_path = ?1")) {}
 
 bool RecordTable::Get(const RecordKey& key, std::wstring* name) {
     SqliteRun run(get_);
@@ -109,18 +118,20 @@ bool RecordTable::Get(const RecordKey& key, std::wstring* name) {
     return true;
 }
 
-void RecordTable::Add(const RecordKey& key, std::wstring const& name, long long nowMs) {
+void RecordTable::Add(const RecordKey& key, std::wstring const& name, long long nowMs,
+                      std::optional<std::uint64_t> checksum) {
     connection_.SetDurable(true);
-    Store(add_, key, name, nowMs);
+    Store(add_, key, name, nowMs, checksum);
     lastNames_[Owned(key)] = zrtl::ToUtf8(name);
 }
 
-std::wstring RecordTable::Replace(const RecordKey& key, std::wstring const& name, long long nowMs) {
+std::wstring RecordTable::Replace(const RecordKey& key, std::wstring const& name, long long nowMs,
+                                  std::optional<std::uint64_t> checksum) {
     connection_.SetDurable(true);  // not possible inside a transaction
     SqliteTransaction transaction(connection_);
     std::wstring oldName;
     Get(key, &oldName);
-    Store(replace_, key, name, nowMs);
+    Store(replace_, key, name, nowMs, checksum);
     transaction.Commit();
     lastNames_[Owned(key)] = zrtl::ToUtf8(name);
     return oldName;
@@ -183,12 +194,19 @@ void RecordTable::Bind(SqliteRun* run, const RecordKey& key) const {
 }
 
 void RecordTable::Store(SqliteStatement& statement, const RecordKey& key, std::wstring const& name,
-                        long long nowMs) {
+                        long long nowMs, std::optional<std::uint64_t> checksum) {
     SqliteRun run(statement);
     Bind(&run, key);
     run.Bind(name);
     run.Bind(nowMs);
+    // The database has signed numbers: the same 64 bits. Unbound is NULL.
+    if (hasChecksum_ && checksum) run.Bind(static_cast<long long>(*checksum));
     run.Step();
+}
+
+std::optional<std::uint64_t> RecordTable::ChecksumOf(const SqliteRun& run, int column) {
+    if (run.IsNull(column)) return {};
+    return static_cast<std::uint64_t>(run.Number(column));
 }
 
 bool RecordTable::Changed() const {

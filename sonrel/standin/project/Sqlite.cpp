@@ -188,6 +188,10 @@ bool SqliteRun::Step() {
     return false;
 }
 
+bool SqliteRun::IsNull(int column) const {
+    return sqlite3_column_type(statement_.Handle(), column) == SQLITE_NULL;
+}
+
 long long SqliteRun::Number(int column) const {
     return sqlite3_column_int64(statement_.Handle(), column);
 }

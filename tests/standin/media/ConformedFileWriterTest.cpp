@@ -2,6 +2,7 @@
 #include "sonrel/standin/project/detail/ConformedFileWriter.h"
 
 #include "sonrel/contracts/project/ConformedAudioFile.h"
+#include "sonrel/standin/project/CacheLedger.h"
 #include "tests/standin/media/MediaSupport.h"
 
 using namespace sonrel_tests;
@@ -24,6 +25,29 @@ TEST(ConformedFileWriter, WritesAPlainWaveFile) {
 
     EXPECT_EQ(ReadFile(folder / "a.xwmc"),
               WaveFile(1, 2, 44100, 16, Bytes16({1, -1, 2, -2, 3, -3})));
+}
+
+TEST(ConformedFileWriter, ChecksumCoversTheSamplesAndThenTheHeader) {
+    const TemporaryFolder folder;
+    ConformedFileWriter writer;
+    ASSERT_EQ(writer.Open(folder / "a.xwmc", 44100, 1000), ConformedFileWriter::Result::Done);
+    ASSERT_TRUE(writer.Write(SAMPLES, 1));
+    ASSERT_TRUE(writer.Write(SAMPLES + 2, 2));
+    ASSERT_TRUE(writer.Finish());
+
+    // XXH3 of the 12 bytes of samples and the 44 bytes of the header, as one text.
+    EXPECT_EQ(writer.Checksum(), 0x4C60ABD7C660E204u);
+    EXPECT_EQ(orlo::project::ConformedFileChecksum(folder.Wide("a.xwmc"), {}), writer.Checksum());
+}
+
+TEST(ConformedFileWriter, ChecksumOfAnRf64FileIsThatOfItsBytes) {
+    const TemporaryFolder folder;
+    ConformedFileWriter writer;
+    ASSERT_EQ(writer.Open(folder / "a.xwmc", 48000, 1LL << 30), ConformedFileWriter::Result::Done);
+    ASSERT_TRUE(writer.Write(SAMPLES, 3));
+    ASSERT_TRUE(writer.Finish());
+
+    EXPECT_EQ(orlo::project::ConformedFileChecksum(folder.Wide("a.xwmc"), {}), writer.Checksum());
 }
 
 TEST(ConformedFileWriter, FileThatMayBecomeLargeIsRf64) {

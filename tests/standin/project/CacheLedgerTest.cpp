@@ -9,6 +9,7 @@
 
 #include "sonrel/contracts/project/MediaDB.h"
 #include "sonrel/standin/project/detail/DatabaseHooks.h"
+#include "tests/standin/project/FirstVersion.h"
 #include "tests/support/AnotherProcess.h"
 #include "tests/support/Database.h"
 #include "tests/support/TemporaryFolder.h"
@@ -23,6 +24,7 @@ using orlo::project::IsWholeConformedFile;
 using orlo::project::MediaDB;
 using sonrel_tests::AsAnyone;
 using sonrel_tests::ConformedFileBytes;
+using sonrel_tests::MakeVersion1;
 using sonrel_tests::NamesIn;
 using sonrel_tests::RawDatabase;
 using sonrel_tests::ReadFile;
@@ -92,6 +94,50 @@ TEST_F(CacheLedgerTest, AllRecordsAreListedByKindAndKey) {
                  2000);
     ExpectRecord(records[2], CacheFileKind::Peak, L"/m/p.wav", L"bb", 2, 0, L"p.xwpk", 1000);
     ExpectRecord(records[3], CacheFileKind::Vfr, L"/m/v.mov", L"cc", 3, 0, L"v.vfr", 1000);
+}
+
+TEST_F(CacheLedgerTest, AChecksumIsListedWithAllItsBits) {
+    MediaDB database(path_, L"", true);
+    database.AddConformedFile(L"/m/a.wav", L"aa", 0, 44100, L"a.xwmc", 0xFFFFFFFFFFFFFFFF);
+    database.AddPeakFile(L"/m/a.wav", L"aa", 0, L"a.xwpk", 0);
+    database.AddPeakFile(L"/m/b.wav", L"bb", 0, L"b.xwpk");
+
+    const std::vector<CacheRecord> records = CacheLedger(path_).Records();
+
+    ASSERT_EQ(records.size(), 3u);
+    EXPECT_EQ(records[0].checksum, 0xFFFFFFFFFFFFFFFFu);
+    EXPECT_EQ(records[1].checksum, 0u);
+    EXPECT_EQ(records[2].checksum, std::nullopt);
+}
+
+TEST_F(CacheLedgerTest, AReplacedRecordHasTheChecksumOfTheNewFile) {
+    MediaDB database(path_, L"", true);
+    database.AddConformedFile(L"/m/a.wav", L"aa", 0, 44100, L"a.xwmc", 1);
+    database.AddPeakFile(L"/m/a.wav", L"aa", 0, L"a.xwpk", 2);
+
+    database.ReplaceConformedFile(L"/m/a.wav", L"aa", 0, 44100, L"b.xwmc", 3);
+    database.ReplacePeakFile(L"/m/a.wav", L"aa", 0, L"b.xwpk");
+
+    const std::vector<CacheRecord> records = CacheLedger(path_).Records();
+    EXPECT_EQ(records.at(0).checksum, 3u);
+    EXPECT_EQ(records.at(1).checksum, std::nullopt);
+}
+
+TEST_F(CacheLedgerTest, ADatabaseOfVersion1IsListedWithoutChecksumsAndStaysAsItIs) {
+    MakeVersion1(folder_ / "media.db");
+    RawDatabase(folder_ / "media.db")
+        .Run(
+            "INSERT INTO conformed_file VALUES ('/m/a.wav', 'aa', 1, 48000, 'a.xwmc', 5);"
+            "INSERT INTO peak_file VALUES ('/m/a.wav', 'aa', 1, 'a.xwpk', 6)");
+    const std::string before = ReadFile(folder_ / "media.db");
+
+    const std::vector<CacheRecord> records = CacheLedger(path_).Records();
+
+    ASSERT_EQ(records.size(), 2u);
+    ExpectRecord(records[0], CacheFileKind::Conformed, L"/m/a.wav", L"aa", 1, 48000, L"a.xwmc", 5);
+    EXPECT_EQ(records[0].checksum, std::nullopt);
+    EXPECT_EQ(records[1].cacheFilename, L"a.xwpk");
+    EXPECT_TRUE(ReadFile(folder_ / "media.db") == before);
 }
 
 TEST_F(CacheLedgerTest, AMissingDatabaseIsNotMade) {

@@ -77,6 +77,21 @@ TEST_F(DatabaseSchemaTest, WhereNoWorkIsAllowedAnOlderVersionIsRefused) {
     EXPECT_EQ(Ask("PRAGMA user_version"), "1");
 }
 
+TEST_F(DatabaseSchemaTest, ForReadingAnOlderVersionIsAcceptedAsItIs) {
+    ASSERT_EQ(Prepare(std::array{FIRST}), MediaDB::Created);
+
+    EXPECT_EQ(Prepare(std::array{FIRST, SECOND}, SchemaWork::Reading), MediaDB::Ready);
+
+    EXPECT_EQ(Ask("PRAGMA user_version"), "1");
+}
+
+TEST_F(DatabaseSchemaTest, ForReadingAFileWithoutTablesAndANewerVersionAreRefused) {
+    EXPECT_THROW(Prepare(std::array{FIRST}, SchemaWork::Reading), std::runtime_error);
+    ASSERT_EQ(Prepare(std::array{FIRST, SECOND}), MediaDB::Created);
+
+    EXPECT_THROW(Prepare(std::array{FIRST}, SchemaWork::Reading), std::runtime_error);
+}
+
 TEST_F(DatabaseSchemaTest, ANewerVersionIsRefused) {
     ASSERT_EQ(Prepare(std::array{FIRST, SECOND}), MediaDB::Created);
 

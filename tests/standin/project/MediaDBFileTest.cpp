@@ -114,7 +114,7 @@ TEST_F(MediaDBFileTest, AFileThatIsNoDatabaseIsRefusedAndUntouched) {
 
 TEST_F(MediaDBFileTest, ANewerDatabaseIsRefusedAndUntouched) {
     Open().AddPeakFile(L"/m/a.wav", L"ff", 0, L"n.xwpk");
-    for (const char* version : {"2", "999", "2147483647"}) {
+    for (const char* version : {"3", "999", "2147483647"}) {
         RawDatabase(File()).Run(std::string("PRAGMA user_version=") + version);
 
         ExpectRefusedAndUntouched("newer version");
@@ -125,7 +125,7 @@ TEST_F(MediaDBFileTest, ANewerDatabaseWithChangesInItsLogIsRefusedAndUntouched) 
     Open();
     const std::string before = ReadFile(File());
     RawDatabase raw(File());
-    raw.Run("PRAGMA wal_autocheckpoint=0; PRAGMA user_version=2");
+    raw.Run("PRAGMA wal_autocheckpoint=0; PRAGMA user_version=3");
     const std::string log = ReadFile(folder_ / "media.db-wal");
     ASSERT_FALSE(log.empty());
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "sonrel/standin/project/detail/DatabaseHooks.h"
+#include "tests/standin/project/FirstVersion.h"
 #include "tests/support/Database.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -51,6 +52,26 @@ TEST_F(MediaDBTest, TheFirstConnectionMakesTheDatabaseAndLaterOnesFindIt) {
     EXPECT_EQ(Open(false).Status(), MediaDB::Ready);
 }
 
+TEST_F(MediaDBTest, ADatabaseOfVersion1GetsChecksumsAndKeepsItsRecords) {
+    sonrel_tests::MakeVersion1(folder_ / "media.db");
+    RawDatabase raw(folder_ / "media.db");
+    raw.Run("INSERT INTO conformed_file VALUES ('/m/a.wav', 'aa', 1, 48000, 'a.xwmc', 5)");
+    EXPECT_THROW(Open(false), std::runtime_error) << "the first connection migrates";
+
+    MediaDB database = Open();
+
+    EXPECT_EQ(database.Status(), MediaDB::Migrated);
+    std::wstring name;
+    EXPECT_TRUE(database.GetConformedFilename(L"/m/a.wav", L"aa", 1, 48000, &name));
+    EXPECT_EQ(name, L"a.xwmc");
+    database.AddPeakFile(L"/m/a.wav", L"aa", 1, L"a.xwpk", 7);
+    EXPECT_EQ(raw.Ask("SELECT checksum IS NULL FROM conformed_file"), "1");
+    EXPECT_EQ(raw.Ask("SELECT checksum FROM peak_file"), "7");
+    EXPECT_EQ(raw.Ask("PRAGMA user_version"), "2");
+    EXPECT_EQ(raw.Ask("PRAGMA integrity_check"), "ok");
+    EXPECT_EQ(Open(false).Status(), MediaDB::Ready);
+}
+
 TEST_F(MediaDBTest, WhereTheFirstConnectionIsStillOpenLaterOnesAreReady) {
     const MediaDB first = Open();
 
@@ -63,7 +84,7 @@ TEST_F(MediaDBTest, ADatabaseUsesAWriteAheadLogAndCarriesMarkAndVersion) {
     RawDatabase raw(folder_ / "media.db");
     EXPECT_EQ(raw.Ask("PRAGMA journal_mode"), "wal");
     EXPECT_EQ(raw.Ask("PRAGMA application_id"), std::to_string(0x534E524C));
-    EXPECT_EQ(raw.Ask("PRAGMA user_version"), "1");
+    EXPECT_EQ(raw.Ask("PRAGMA user_version"), "2");
     EXPECT_EQ(raw.Ask("PRAGMA integrity_check"), "ok");
 }
 
@@ -408,7 +429,8 @@ TEST_F(MediaDBTest, ANameOfAVfrCacheFileHasAnyEnding) {
 TEST_F(MediaDBTest, ANameThatIsNoUnicodeReadsAsEmpty) {
     Open();
     RawDatabase(folder_ / "media.db")
-        .Run("INSERT INTO peak_file VALUES ('/m/a.wav', 'ff', 0, CAST(x'61FF62' AS TEXT), 0)");
+        .Run(
+            "INSERT INTO peak_file VALUES ('/m/a.wav', 'ff', 0, CAST(x'61FF62' AS TEXT), 0, NULL)");
     MediaDB database = Open(false);
     std::wstring name = L"before";
 
@@ -420,8 +442,8 @@ TEST_F(MediaDBTest, AMediaPathThatIsNoUnicodeDoesNotHideTheOtherRecords) {
     Open();
     RawDatabase(folder_ / "media.db")
         .Run(
-            "INSERT INTO peak_file VALUES (CAST(x'2FFF62' AS TEXT), 'ff', 0, 'a.xwpk', 0),"
-            "('/m/b.wav', 'ff', 0, 'b.xwpk', 1)");
+            "INSERT INTO peak_file VALUES (CAST(x'2FFF62' AS TEXT), 'ff', 0, 'a.xwpk', 0, NULL),"
+            "('/m/b.wav', 'ff', 0, 'b.xwpk', 1, NULL)");
 
     const auto due = Open(false).FindUnusedPeakFiles(0);
 

@@ -46,6 +46,7 @@ void FakeMediaDB::Reset() {
     peaks.clear();
     vfr.clear();
     stamped.clear();
+    checksums.clear();
     isInTransaction = false;
     databasePath.clear();
     cacheFolderPath.clear();
@@ -200,6 +201,14 @@ void MediaDB::AddConformedFile(std::wstring const& mediaPath, std::wstring const
     Fake().conformed.push_back({mediaPath, fingerprint, streamIndex, sampleRate, fileName});
 }
 
+void MediaDB::AddConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                               int streamIndex, int sampleRate, std::wstring const& fileName,
+                               std::uint64_t checksum) {
+    AddConformedFile(mediaPath, fingerprint, streamIndex, sampleRate, fileName);
+    const std::lock_guard<std::mutex> guard(Fake().mutex_);
+    Fake().checksums[fileName] = checksum;
+}
+
 bool MediaDB::TouchConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                                  int streamIndex, int sampleRate) {
     FakeMediaDBCalls::Note("TouchConformedFile");
@@ -235,6 +244,13 @@ void MediaDB::AddPeakFile(std::wstring const& mediaPath, std::wstring const& fin
     const std::lock_guard<std::mutex> guard(Fake().mutex_);
     RefuseTwice(Fake().peaks, StreamKey(mediaPath, fingerprint, streamIndex));
     Fake().peaks.push_back({mediaPath, fingerprint, streamIndex, fileName});
+}
+
+void MediaDB::AddPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                          int streamIndex, std::wstring const& fileName, std::uint64_t checksum) {
+    AddPeakFile(mediaPath, fingerprint, streamIndex, fileName);
+    const std::lock_guard<std::mutex> guard(Fake().mutex_);
+    Fake().checksums[fileName] = checksum;
 }
 
 bool MediaDB::TouchPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,

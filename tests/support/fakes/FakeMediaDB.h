@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -42,6 +43,8 @@ public:
     std::vector<orlo::project::MediaDB::ConformedFile> conformed;
     std::vector<orlo::project::MediaDB::PeakFile> peaks;
     std::vector<orlo::project::MediaDB::VFRCacheFile> vfr;
+    /// The checksums of records that have one, by cache file name.
+    std::map<std::wstring, std::uint64_t> checksums;
     /// Cache file names of records that another process stamps after every search.
     std::set<std::wstring> stamped;
     /// Run at every call of AddConformedFile and AddPeakFile, and of TouchConformedFile and

@@ -164,4 +164,11 @@ int ZRAudioConverter::Convert(const std::shared_ptr<ZRAbstractAudioStream>& stre
     return fake.convert(outputPath);
 }
 
+int ZRAudioConverter::Convert(const std::shared_ptr<ZRAbstractAudioStream>& stream,
+                              const std::wstring& outputPath, unsigned int sampleRate,
+                              std::uint64_t* checksum) {
+    *checksum = sonrel_tests::FAKE_CHECKSUM;
+    return Convert(stream, outputPath, sampleRate);
+}
+
 }  // namespace zrh::media

@@ -10,6 +10,9 @@
 
 namespace sonrel_tests {
 
+/// The checksum of every conformed file.
+constexpr std::uint64_t FAKE_CHECKSUM = 0xFEDCBA9876543210;
+
 /// What every stream of every file tells of itself.
 struct FakeFormat {
     int rate = 48000;

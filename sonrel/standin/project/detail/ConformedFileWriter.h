@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "sonrel/files/Checksum.h"
+
 struct sf_private_tag;
 
 namespace orlo::project {
@@ -44,14 +46,19 @@ public:
     /// @return true when the file is whole and would survive a power cut now
     bool Finish();
 
+    /// The checksum of the finished file.
+    std::uint64_t Checksum() const { return checksum_.Value(); }
+
 private:
     bool HeaderIsWhole() const;
+    bool AddHeader();
 
     int descriptor_ = -1;
     sf_private_tag* sound_ = nullptr;
     std::string path_;
     std::int64_t frames_ = 0;
     bool isLarge_ = false;
+    files::Checksum checksum_;  // of the samples, then of the header
 };
 
 }  // namespace orlo::project

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -33,10 +35,12 @@ public:
     /// @return whether there is a record
     bool Get(const RecordKey& key, std::wstring* name);
     /// @throws DatabaseError also when there is a record
-    void Add(const RecordKey& key, std::wstring const& name, long long nowMs);
+    void Add(const RecordKey& key, std::wstring const& name, long long nowMs,
+             std::optional<std::uint64_t> checksum = {});
     /// Adds a record, or gives an existing record this name, in one write transaction.
     /// @return the bare name that the record had; empty without a record
-    std::wstring Replace(const RecordKey& key, std::wstring const& name, long long nowMs);
+    std::wstring Replace(const RecordKey& key, std::wstring const& name, long long nowMs,
+                         std::optional<std::uint64_t> checksum = {});
     /// @return whether there is a record
     bool Touch(const RecordKey& key, long long nowMs);
     /// Removes the record if it still has the name that was read or added last under its key; under
@@ -73,11 +77,12 @@ public:
     }
 
     /// All records in the order of their keys, with the columns of FindUnused.
-    /// @param visit  called with the run and the time of last use, milliseconds since 1970
+    /// @param visit  called with the run, the time of last use, milliseconds since 1970, and the
+    ///               checksum, if the record has one
     template <class Visit>
     void List(Visit visit) {
         SqliteRun run(list_);
-        while (run.Step()) visit(run, run.Number(hasRate_ ? 5 : 4));
+        VisitAll(run, visit);
     }
 
     /// As List, the records of one media path.
@@ -85,11 +90,18 @@ public:
     void ListOf(std::wstring const& mediaPath, Visit visit) {
         SqliteRun run(listOf_);
         run.Bind(mediaPath);
-        while (run.Step()) visit(run, run.Number(hasRate_ ? 5 : 4));
+        VisitAll(run, visit);
     }
 
 private:
     using OwnedKey = std::tuple<std::wstring, std::wstring, int, int>;
+
+    template <class Visit>
+    void VisitAll(SqliteRun& run, Visit visit) const {
+        const int lastUse = hasRate_ ? 5 : 4;
+        while (run.Step()) visit(run, run.Number(lastUse), ChecksumOf(run, lastUse + 1));
+    }
+    static std::optional<std::uint64_t> ChecksumOf(const SqliteRun& run, int column);
 
     static long long Cutoff(int days, long long nowMs);
     static OwnedKey Owned(const RecordKey& key);
@@ -97,11 +109,12 @@ private:
     void Bind(SqliteRun* run, const RecordKey& key) const;
     /// Runs add_ or replace_.
     void Store(SqliteStatement& statement, const RecordKey& key, std::wstring const& name,
-               long long nowMs);
+               long long nowMs, std::optional<std::uint64_t> checksum);
     bool Changed() const;
 
     SqliteConnection& connection_;
     bool hasRate_;
+    bool hasChecksum_;  // false in a database of version 1
     std::string_view ending_;
     SqliteStatement get_;
     SqliteStatement add_;

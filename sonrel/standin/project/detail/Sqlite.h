@@ -111,6 +111,7 @@ public:
     /// @throws DatabaseError
     bool Step();
 
+    bool IsNull(int column) const;
     long long Number(int column) const;
     /// The column's text, with a replacement character for what is no Unicode.
     std::wstring Text(int column) const;
