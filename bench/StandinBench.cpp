@@ -10,7 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "sonrel/contracts/media.h"
 #include "sonrel/contracts/project.h"
+#include "sonrel/files/Checksum.h"
 #include "tests/support/WaveBytes.h"
 
 namespace {
@@ -126,6 +128,38 @@ void OpenConformedFile(benchmark::State& state) {
     }
 }
 BENCHMARK(OpenConformedFile);
+
+/// The checksum of the pieces that a conversion writes.
+void AddToChecksum(benchmark::State& state) {
+    const std::vector<char> piece(256 * 1024, '\1');
+    orlo::files::Checksum checksum;
+    for (auto _ : state) checksum.Add(piece.data(), piece.size());
+    benchmark::DoNotOptimize(checksum.Value());
+    state.SetBytesProcessed(state.iterations() * static_cast<long long>(piece.size()));
+}
+BENCHMARK(AddToChecksum);
+
+/// A minute of sound that is copied as it is (48000) or resampled (44100), checksum included.
+void ConformAMinute(benchmark::State& state) {
+    const Folder folder;
+    const int rate = static_cast<int>(state.range(0));
+    std::ofstream(folder / "a.wav", std::ios::binary)
+        << sonrel_tests::ConformedFileBytes(60LL * rate, rate);
+    for (auto _ : state) {
+        zrh::media::ZRAbstractMediaFile* file = nullptr;
+        zrh::media::ZRMediaFileCreate(folder.Wide("a.wav").c_str(), &file,
+                                      zrh::media::ZRMediaReaderType::Default);
+        file->Prepare();
+        const auto stream = file->Streams().at(0);
+        if (zrh::media::ZRAudioConverter::Convert(stream, folder.Wide("a.xwmc"), 48000) != 0) {
+            state.SkipWithError("the conversion failed");
+        }
+        zrh::media::ZRMediaFileRelease(file);
+        std::filesystem::remove(folder / "a.xwmc");
+    }
+    state.SetBytesProcessed(state.iterations() * 60 * 48000 * 4);
+}
+BENCHMARK(ConformAMinute)->ArgName("rate")->Arg(48000)->Arg(44100)->Unit(benchmark::kMillisecond);
 
 /// A database with @p records conformed files.
 std::unique_ptr<MediaDB> Filled(const Folder& folder, int records) {
