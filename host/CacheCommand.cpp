@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/CacheCheck.h"
@@ -18,6 +19,7 @@
 #include "host/Interrupt.h"
 #include "host/Paths.h"
 #include "host/Text.h"
+#include "sonrel/caches/CacheFileUse.h"
 #include "sonrel/contracts/zrtl/Paths.h"
 
 namespace orlo::host {
@@ -91,20 +93,9 @@ struct CleanSums {
     }
 };
 
-/// Whether another process has the file open, as one does that is making it just now. The kernel
-/// grants a write lease only on a file that nobody else has open; where it grants none at all, the
-/// answer is no.
-bool IsInUse(const std::string& path) {
-    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
-    if (file < 0) return false;
-    const bool inUse = fcntl(file, F_SETLEASE, F_WRLCK) != 0 && errno == EAGAIN;
-    close(file);
-    return inUse;
-}
-
 void RemoveOrphan(const CacheEntry& entry, const CachePlaces& places, CleanSums& sums) {
     const std::string path = CacheFilePath(places, entry.file);
-    if (unlink(path.c_str()) == 0) {
+    if (unlink(path.c_str()) == 0 || errno == ENOENT) {
         sums.Gone(entry);
     } else {
         sums.Stays(path, std::strerror(errno));
@@ -133,11 +124,25 @@ std::vector<CacheEntry> DueEntries(const CachePlaces& places, int days) {
     return due;
 }
 
+bool IsInUse(const CachePlaces& places, const std::string& file) {
+    return !sonrel::CacheFileRemoval(WidePath(places.folder), WidePath(file)).IsAllowed();
+}
+
+/// The files of @p entries that other programs use.
+std::set<std::string> FilesInUse(const CachePlaces& places,
+                                 const std::vector<CacheEntry>& entries) {
+    std::set<std::string> used;
+    for (const CacheEntry& entry : entries) {
+        if (IsInUse(places, entry.file)) used.insert(entry.file);
+    }
+    return used;
+}
+
 /// Lets the engine remove what is due, and looks what is left. The end of the engine removes what
 /// is due too, so that the number of days holds until then.
-void CleanDue(const GlobalOptions& global, const CachePlaces& places,
-              const std::vector<CacheEntry>& due, CleanSums& sums) {
-    const EngineSession session(global);
+void CleanDue(const EngineSession& session, const std::vector<CacheEntry>& due, CleanSums& sums) {
+    const CachePlaces& places = session.Places();
+    const std::set<std::string> used = FilesInUse(places, due);
     try {
         session.Engine()->ClearCacheFiles();
         project::CacheLedger ledger(WidePath(places.database));
@@ -155,33 +160,67 @@ void CleanDue(const GlobalOptions& global, const CachePlaces& places,
             !std::filesystem::exists(std::filesystem::symlink_status(path, ignored))) {
             sums.Gone(entry);
         } else {
-            sums.Stays(path, "it cannot be removed; look at its and its folder's permissions");
+            const bool isUsed = used.contains(entry.file) || IsInUse(places, entry.file);
+            sums.Stays(path,
+                       isUsed ? "another program uses it; try again when that has ended"
+                              : "it cannot be removed; look at its and its folder's permissions");
         }
     }
 }
 
+/// The files without a record that no process writes, with the right to remove them.
+struct Orphans {
+    std::vector<CacheEntry> entries;
+    std::vector<sonrel::CacheFileRemoval> removals;
+};
+
+/// A file is recorded before its writer releases it, so that a file that nobody writes and that has
+/// no record then never gets one.
+Orphans FindOrphans(const CachePlaces& places) {
+    Orphans orphans;
+    std::set<std::string> unwritten;
+    for (const CacheEntry& entry : TakeInventory(places)) {
+        if (entry.state != CacheEntry::State::Orphan) continue;
+        sonrel::CacheFileRemoval removal(WidePath(places.folder), WidePath(entry.file));
+        if (!removal.IsAllowed()) continue;
+        orphans.removals.push_back(std::move(removal));
+        unwritten.insert(entry.file);
+    }
+    if (unwritten.empty()) return orphans;
+    for (const CacheEntry& entry : TakeInventory(places)) {
+        const bool isOrphan = entry.state == CacheEntry::State::Orphan;
+        if (isOrphan && unwritten.contains(entry.file)) orphans.entries.push_back(entry);
+    }
+    return orphans;
+}
+
+/// @return a line for each file
+std::string CleanOrphans(const CachePlaces& places, bool dryRun, const char* verb,
+                         CleanSums& sums) {
+    const Orphans orphans = FindOrphans(places);
+    std::string text;
+    for (const CacheEntry& entry : orphans.entries) {
+        text += verb + EntryText(entry);
+        ++sums.due;
+        if (!dryRun) RemoveOrphan(entry, places, sums);
+    }
+    return text;
+}
+
 /// @param global  with the number of days that cleaning takes
 Outcome Clean(const GlobalOptions& global, const CacheOptions& options, const CachePlaces& places) {
+    // First, so that a database that another program just makes is whole.
+    std::optional<EngineSession> session;
+    if (!options.dryRun) session.emplace(global);
     CleanSums sums;
     const std::vector<CacheEntry> due = DueEntries(places, global.keepDays);
-    std::vector<CacheEntry> orphans;
-    if (options.orphans) {
-        orphans = TakeInventory(places);
-        std::erase_if(orphans, [&](const CacheEntry& entry) {
-            return entry.state != CacheEntry::State::Orphan ||
-                   IsInUse(CacheFilePath(places, entry.file));
-        });
-    }
-    sums.due = static_cast<long long>(due.size()) + static_cast<long long>(orphans.size());
+    sums.due = static_cast<long long>(due.size());
 
     Outcome outcome;
     const char* verb = options.dryRun ? "would be removed: " : "due: ";
     for (const CacheEntry& entry : due) outcome.text += verb + EntryText(entry);
-    for (const CacheEntry& entry : orphans) outcome.text += verb + EntryText(entry);
-    if (!options.dryRun) {
-        CleanDue(global, places, due, sums);
-        for (const CacheEntry& entry : orphans) RemoveOrphan(entry, places, sums);
-    }
+    if (session) CleanDue(*session, due, sums);
+    if (options.orphans) outcome.text += CleanOrphans(places, options.dryRun, verb, sums);
     outcome.report["due"] = sums.due;
     outcome.report["removed"] = sums.removed;
     outcome.report["failed"] = sums.failed;

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "host/Conforming.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -196,25 +194,10 @@ private:
         return !RecordsOf(CacheLedger(WidePath(session_.Places().database)), task).empty();
     }
 
-    /// Takes the records away, so that a new file is made, and the old files once it stands. Where
-    /// none is made the old records come back.
-    void RunForced(ConformTask& task) {
-        CacheLedger ledger(WidePath(session_.Places().database));
-        const std::vector<CacheRecord> old = RecordsOf(ledger, task);
-        for (const CacheRecord& record : old) ledger.Remove(record);
-        task.path = Ask(task);
-        for (const CacheRecord& record : old) {
-            if (record.cacheFilename.empty()) continue;
-            if (!task.path.empty()) {
-                const std::wstring file = MediaDB::CreateMediaCacheFilePath(
-                    session_.Engine()->MediaCacheFolderPath(), record.cacheFilename);
-                unlink(zrtl::ToUtf8(file).c_str());
-            } else if (database_ != nullptr) {
-                database_->AddConformedFile(record.mediaPath, record.mediaFingerprint,
-                                            record.streamIndex, record.sampleRate,
-                                            record.cacheFilename);
-            }
-        }
+    void RunForced(ConformTask& task) const {
+        task.path = zrtl::ToUtf8(helper::RemakeConformedAudioFile(
+            task.asset, task.rate, session_.Engine()->MediaCacheFolderPath(),
+            session_.Engine()->MediaCacheErrorLog(), database_, settings_.allCodecs));
     }
 
     /// @param trouble  a clause; empty when the file is made or found and can be read

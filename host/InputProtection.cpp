@@ -11,6 +11,7 @@
 #include "host/Errors.h"
 #include "host/Paths.h"
 #include "host/Text.h"
+#include "sonrel/caches/CacheFileUse.h"
 #include "sonrel/contracts/zrtl/Paths.h"
 
 namespace orlo::host {
@@ -61,6 +62,8 @@ void ProtectVfrFiles(const CachePlaces& places, OutputGuard& guard) {
 /// Conformed and peak files are known by their names, recorded or not. Only other files need a look
 /// into the database.
 void ProtectCacheFolder(const CachePlaces& places, OutputGuard& guard) {
+    guard.Protect(CacheFilePath(places, sonrel::CacheFolderUse::LOCK_FILE),
+                  "the lock file of the media cache");
     bool hasOthers = false;
     std::error_code error;
     for (fs::directory_iterator at(places.folder, error), end; !error && at != end;

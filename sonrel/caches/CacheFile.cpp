@@ -3,10 +3,12 @@
 
 #include <QFileInfo>
 #include <QString>
+#include <cerrno>
 #include <exception>
 #include <optional>
 #include <utility>
 
+#include "sonrel/caches/CacheFileUse.h"
 #include "sonrel/caches/LogFile.h"
 #include "sonrel/caches/detail/MediaFingerprint.h"
 #include "sonrel/contracts/project/MediaAsset.h"
@@ -43,6 +45,7 @@ std::optional<std::wstring> FindCurrent(const CacheFilePlace& place, CacheRecord
     std::wstring name;
     if (!record.Find(&name)) return std::nullopt;
     if (!name.empty()) {
+        CacheFolderUse::Mark(place.cacheFolder, name);
         std::wstring path = MediaDB::CreateMediaCacheFilePath(place.cacheFolder, name);
         if (IsThere(path)) return path;
     }
@@ -58,8 +61,9 @@ void Touch(const CacheFilePlace& place, CacheRecord& record, const std::wstring&
     }
 }
 
-/// Finds the current file and stamps its record. Another process may remove file and record until
-/// the stamp is made, so the file counts only if it is there afterwards.
+/// Finds the current file and stamps its record. Where the file system has no locks, another
+/// process may remove file and record until the stamp is made, so the file counts only if it is
+/// there afterwards.
 std::optional<std::wstring> FindAndTouch(const CacheFilePlace& place, CacheRecord& record) {
     while (auto current = FindCurrent(place, record)) {
         Touch(place, record, *current);
@@ -77,16 +81,51 @@ std::wstring FindTheirs(const CacheFilePlace& place, CacheRecord& record) {
     }
 }
 
-/// @return whether the record was made
-bool Add(const CacheFilePlace& place, CacheRecord& record, const std::wstring& name,
-         std::uint64_t checksum, const std::wstring& cachePath) {
+struct NewFile {
+    std::wstring name;
+    std::wstring path;
+    std::uint64_t checksum = 0;
+};
+
+/// Nobody takes the new file for one that is left over: it is marked first.
+std::optional<NewFile> MakeNew(const CacheFilePlace& place, const MakeCacheFile& make) {
+    NewFile file;
+    file.name = zrtl::ZRID::Create().ToString() + place.extension;
+    file.path = MediaDB::CreateMediaCacheFilePath(place.cacheFolder, file.name);
+    CacheFolderUse::Mark(place.cacheFolder, file.name);
+    if (const std::optional<std::uint64_t> checksum = make(file.path)) {
+        file.checksum = *checksum;
+        return file;
+    }
+    Delete(file.path);
+    Log(place, L"Could not save: ", file.path);
+    return std::nullopt;
+}
+
+/// Deletes a file that cannot be recorded.
+/// @param add  records the file
+/// @return whether it is recorded
+template <class Add>
+bool Record(const CacheFilePlace& place, const NewFile& file, Add add) {
     try {
-        record.Add(name, checksum);
+        add();
         return true;
     } catch (const std::exception&) {
-        Delete(cachePath);
-        Log(place, L"Could not add to database: ", cachePath);
+        Delete(file.path);
+        Log(place, L"Could not add to database: ", file.path);
         return false;
+    }
+}
+
+/// Housekeeping tries again where this fails.
+void RemoveReplaced(const CacheFilePlace& place, CacheRecord& record, const std::wstring& name) {
+    const CacheFileRemoval removal(place.cacheFolder, name);
+    const std::wstring path = MediaDB::CreateMediaCacheFilePath(place.cacheFolder, name);
+    if (!removal.IsAllowed()) return;
+    if (!files::Remove(zrtl::ToUtf8(path)) && errno != ENOENT) return;
+    try {
+        record.RemoveReplaced(name);
+    } catch (const std::exception&) {
     }
 }
 
@@ -125,16 +164,25 @@ std::wstring FindOrMakeCacheFile(const CacheFilePlace& place, CacheRecord* recor
         if (auto current = FindAndTouch(place, *record)) return std::move(*current);
     }
 
-    const std::wstring name = zrtl::ZRID::Create().ToString() + place.extension;
-    std::wstring path = MediaDB::CreateMediaCacheFilePath(place.cacheFolder, name);
-    const std::optional<std::uint64_t> checksum = make(path);
-    if (!checksum) {
-        Delete(path);
-        Log(place, L"Could not save: ", path);
-        return {};
+    const std::optional<NewFile> file = MakeNew(place, make);
+    if (!file) return {};
+    if (record == nullptr ||
+        Record(place, *file, [&] { record->Add(file->name, file->checksum); })) {
+        return file->path;
     }
-    if (record == nullptr || Add(place, *record, name, *checksum, path)) return path;
     return whenRefused == WhenRefused::LookAgain ? FindTheirs(place, *record) : std::wstring();
+}
+
+std::wstring RemakeCacheFile(const CacheFilePlace& place, CacheRecord* record,
+                             const MakeCacheFile& make) {
+    const std::optional<NewFile> file = MakeNew(place, make);
+    if (!file) return {};
+    if (record == nullptr) return file->path;
+    std::wstring old;
+    if (!Record(place, *file, [&] { old = record->Replace(file->name, file->checksum); }))
+        return {};
+    if (!old.empty()) RemoveReplaced(place, *record, old);
+    return file->path;
 }
 
 }  // namespace orlo::sonrel::detail

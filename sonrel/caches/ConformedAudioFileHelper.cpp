@@ -38,6 +38,14 @@ public:
         database_.AddConformedFile(key_.mediaPath, key_.fingerprint, key_.streamIndex, sampleRate_,
                                    name, checksum);
     }
+    std::wstring Replace(const std::wstring& name, std::uint64_t checksum) override {
+        return database_.ReplaceConformedFile(key_.mediaPath, key_.fingerprint, key_.streamIndex,
+                                              sampleRate_, name, checksum);
+    }
+    void RemoveReplaced(const std::wstring& name) override {
+        database_.RemoveConformedFile(key_.mediaPath, MediaDB::ReplacedFingerprint(name),
+                                      key_.streamIndex, sampleRate_);
+    }
     void Touch() override {
         database_.TouchConformedFile(key_.mediaPath, key_.fingerprint, key_.streamIndex,
                                      sampleRate_);
@@ -71,10 +79,12 @@ std::optional<std::uint64_t> ConvertToCacheFile(const MediaKey& key, int sampleR
     }
 }
 
+/// @param settle  finds or makes the file: from the place, the record and the converter
+template <class Settle>
 std::wstring Conform(const std::shared_ptr<MediaAsset>& asset, int sampleRate,
                      const std::wstring& cacheFolder, const std::shared_ptr<LogFile>& log,
                      const std::shared_ptr<MediaDB>& database, bool includeAllCodecs,
-                     WhenRefused whenRefused) {
+                     Settle settle) {
     if (cacheFolder.empty()) return {};
     if (!detail::IsCached(*asset, includeAllCodecs)) return {};
     const MediaKey key = detail::KeyOf(*asset);
@@ -87,12 +97,16 @@ std::wstring Conform(const std::shared_ptr<MediaAsset>& asset, int sampleRate,
     std::optional<ConformedRecord> record;
     if (database != nullptr) record.emplace(*database, key, sampleRate);
     const CacheFilePlace place{key.mediaPath, cacheFolder, L".xwmc", log.get()};
-    return detail::FindOrMakeCacheFile(
-        place, record ? &*record : nullptr,
-        [&](const std::wstring& cachePath) {
-            return ConvertToCacheFile(key, sampleRate, cachePath);
-        },
-        whenRefused);
+    return settle(place, record ? &*record : nullptr, [&](const std::wstring& cachePath) {
+        return ConvertToCacheFile(key, sampleRate, cachePath);
+    });
+}
+
+auto FindOrMake(WhenRefused whenRefused) {
+    return [whenRefused](const CacheFilePlace& place, CacheRecord* record,
+                         const detail::MakeCacheFile& make) {
+        return detail::FindOrMakeCacheFile(place, record, make, whenRefused);
+    };
 }
 
 }  // namespace
@@ -105,7 +119,16 @@ std::wstring CreateConformedAudioFile(const std::shared_ptr<MediaAsset>& asset, 
                                       const std::shared_ptr<MediaDB>& database,
                                       bool includeAllCodecs) {
     return Conform(asset, sampleRate, cacheFolder, log, database, includeAllCodecs,
-                   WhenRefused::GiveUp);
+                   FindOrMake(WhenRefused::GiveUp));
+}
+
+std::wstring RemakeConformedAudioFile(const std::shared_ptr<MediaAsset>& asset, int sampleRate,
+                                      const std::wstring& cacheFolder,
+                                      const std::shared_ptr<LogFile>& log,
+                                      const std::shared_ptr<MediaDB>& database,
+                                      bool includeAllCodecs) {
+    return Conform(asset, sampleRate, cacheFolder, log, database, includeAllCodecs,
+                   detail::RemakeCacheFile);
 }
 
 void SetAudioSamplesAvailable(const std::shared_ptr<MediaAsset>& asset, int sampleRate,
@@ -122,7 +145,7 @@ void SetAudioSamplesAvailable(const std::shared_ptr<MediaAsset>& asset, int samp
                               const std::shared_ptr<MediaDB>& database, bool includeAllCodecs) {
     SetAudioSamplesAvailable(asset, sampleRate,
                              Conform(asset, sampleRate, cacheFolder, log, database,
-                                     includeAllCodecs, WhenRefused::LookAgain));
+                                     includeAllCodecs, FindOrMake(WhenRefused::LookAgain)));
 }
 
 void SetAudioSamplesAvailable(const std::shared_ptr<project::Project>& project,

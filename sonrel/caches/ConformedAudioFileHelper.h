@@ -40,6 +40,17 @@ SONREL_EXPORT std::wstring CreateConformedAudioFile(
     const std::wstring& cacheFolder, const std::shared_ptr<project::LogFile>& log,
     const std::shared_ptr<project::MediaDB>& database, bool includeAllCodecs);
 
+/// Makes a conformed file although there may be a current one, and records it in its place.
+/// Everybody who looks finds the old file or the new one. The old file is removed unless another
+/// process uses it; then the end of an engine removes it later. On failure the old file stays
+/// current.
+///
+/// Everything else is as for CreateConformedAudioFile.
+SONREL_EXPORT std::wstring RemakeConformedAudioFile(
+    const std::shared_ptr<project::MediaAsset>& asset, int sampleRate,
+    const std::wstring& cacheFolder, const std::shared_ptr<project::LogFile>& log,
+    const std::shared_ptr<project::MediaDB>& database, bool includeAllCodecs);
+
 /// Puts a conformed file on the asset's stream and marks it as available.
 SONREL_EXPORT void SetAudioSamplesAvailable(const std::shared_ptr<project::MediaAsset>& asset,
                                             int sampleRate, const std::wstring& conformedFilePath);

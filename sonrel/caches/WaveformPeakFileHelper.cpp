@@ -35,6 +35,14 @@ public:
     void Add(const std::wstring& name, std::uint64_t checksum) override {
         database_.AddPeakFile(key_.mediaPath, key_.fingerprint, key_.streamIndex, name, checksum);
     }
+    std::wstring Replace(const std::wstring& name, std::uint64_t checksum) override {
+        return database_.ReplacePeakFile(key_.mediaPath, key_.fingerprint, key_.streamIndex, name,
+                                         checksum);
+    }
+    void RemoveReplaced(const std::wstring& name) override {
+        database_.RemovePeakFile(key_.mediaPath, MediaDB::ReplacedFingerprint(name),
+                                 key_.streamIndex);
+    }
     void Touch() override {
         database_.TouchPeakFile(key_.mediaPath, key_.fingerprint, key_.streamIndex);
     }
@@ -60,10 +68,12 @@ std::optional<std::uint64_t> MakePeakFile(const std::shared_ptr<MediaAsset>& ass
     }
 }
 
-std::wstring FindOrMake(const std::shared_ptr<MediaAsset>& asset, const std::wstring& cacheFolder,
+/// @param settle  finds or makes the file: from the place, the record and the writer
+template <class Settle>
+std::wstring WithRecord(const std::shared_ptr<MediaAsset>& asset, const std::wstring& cacheFolder,
                         const std::shared_ptr<LogFile>& log,
                         const std::shared_ptr<MediaDB>& database, bool includeAllCodecs,
-                        WhenRefused whenRefused) {
+                        Settle settle) {
     if (cacheFolder.empty()) return {};
     if (!detail::IsCached(*asset, includeAllCodecs)) return {};
     const MediaKey key = detail::KeyOf(*asset);
@@ -76,9 +86,19 @@ std::wstring FindOrMake(const std::shared_ptr<MediaAsset>& asset, const std::wst
     std::optional<PeakRecord> record;
     if (database != nullptr) record.emplace(*database, key);
     const CacheFilePlace place{key.mediaPath, cacheFolder, L".xwpk", log.get()};
-    return detail::FindOrMakeCacheFile(
-        place, record ? &*record : nullptr,
-        [&](const std::wstring& cachePath) { return MakePeakFile(asset, cachePath); }, whenRefused);
+    return settle(place, record ? &*record : nullptr,
+                  [&](const std::wstring& cachePath) { return MakePeakFile(asset, cachePath); });
+}
+
+std::wstring FindOrMake(const std::shared_ptr<MediaAsset>& asset, const std::wstring& cacheFolder,
+                        const std::shared_ptr<LogFile>& log,
+                        const std::shared_ptr<MediaDB>& database, bool includeAllCodecs,
+                        WhenRefused whenRefused) {
+    return WithRecord(asset, cacheFolder, log, database, includeAllCodecs,
+                      [whenRefused](const CacheFilePlace& place, CacheRecord* record,
+                                    const detail::MakeCacheFile& make) {
+                          return detail::FindOrMakeCacheFile(place, record, make, whenRefused);
+                      });
 }
 
 }  // namespace
@@ -91,6 +111,14 @@ std::wstring CreateWaveformPeakFile(const std::shared_ptr<MediaAsset>& asset,
                                     const std::shared_ptr<MediaDB>& database,
                                     bool includeAllCodecs) {
     return FindOrMake(asset, cacheFolder, log, database, includeAllCodecs, WhenRefused::GiveUp);
+}
+
+std::wstring RemakeWaveformPeakFile(const std::shared_ptr<MediaAsset>& asset,
+                                    const std::wstring& cacheFolder,
+                                    const std::shared_ptr<LogFile>& log,
+                                    const std::shared_ptr<MediaDB>& database,
+                                    bool includeAllCodecs) {
+    return WithRecord(asset, cacheFolder, log, database, includeAllCodecs, detail::RemakeCacheFile);
 }
 
 void SetWaveformPreviewAvailable(const std::shared_ptr<MediaAsset>& asset,

@@ -39,6 +39,15 @@ SONREL_EXPORT std::wstring CreateWaveformPeakFile(const std::shared_ptr<project:
                                                   const std::shared_ptr<project::MediaDB>& database,
                                                   bool includeAllCodecs);
 
+/// Makes a peak file although there may be a current one, and records it in its place, as
+/// ConformedAudioFileHelper::RemakeConformedAudioFile does. Everything else is as for
+/// CreateWaveformPeakFile.
+SONREL_EXPORT std::wstring RemakeWaveformPeakFile(const std::shared_ptr<project::MediaAsset>& asset,
+                                                  const std::wstring& cacheFolder,
+                                                  const std::shared_ptr<project::LogFile>& log,
+                                                  const std::shared_ptr<project::MediaDB>& database,
+                                                  bool includeAllCodecs);
+
 /// Puts a peak file on the asset's stream and marks the waveform as available.
 SONREL_EXPORT void SetWaveformPreviewAvailable(const std::shared_ptr<project::MediaAsset>& asset,
                                                const std::wstring& peakFilePath);

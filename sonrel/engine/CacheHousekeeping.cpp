@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QString>
 
+#include "sonrel/caches/CacheFileUse.h"
 #include "sonrel/caches/LogFile.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/engine/detail/SonrelImpl.h"
@@ -25,7 +26,8 @@ struct Housekeeper {
 
     /// Deletes the files of @p due in list order, and the record of each file that is gone. A
     /// record that was stamped since it was found keeps its file. The record of a file that cannot
-    /// be deleted stays, so that the next run tries again.
+    /// be deleted stays, so that the next run tries again; a file that another process uses is one
+    /// of these.
     template <class List, class RemoveRecord>
     void Clear(const List& due, const wchar_t* failureText, RemoveRecord removeRecord) const {
         for (const auto& record : due) {
@@ -44,7 +46,9 @@ private:
     /// @return whether the file is gone, or was never there
     bool RemoveFile(const std::wstring& name) const {
         const QString path = cacheFolder.absoluteFilePath(QString::fromStdWString(name));
-        return !QFile::exists(path) || files::Remove(QFile::encodeName(path).toStdString());
+        if (!QFile::exists(path)) return true;
+        const CacheFileRemoval removal(cacheFolder.absolutePath().toStdWString(), name);
+        return removal.IsAllowed() && files::Remove(QFile::encodeName(path).toStdString());
     }
 };
 

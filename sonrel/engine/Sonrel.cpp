@@ -45,6 +45,7 @@ Sonrel::Sonrel(const std::wstring& databasePath, const std::wstring& cacheFolder
                 database.absolutePath().toStdWString() + L"/CacheErrorLog.txt");
         }
         EnsureFolder(cacheFolder);
+        impl_->cacheFolderUse = std::make_unique<CacheFolderUse>(impl_->mediaCacheFolderPath);
         // Only asks: the engine keeps no standing connection.
         impl_->mediaDatabaseStatus =
             MediaDB(impl_->mediaDatabasePath, impl_->mediaCacheFolderPath, true).Status();

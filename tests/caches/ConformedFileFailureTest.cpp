@@ -161,6 +161,21 @@ TEST_F(ConformedFileFailure, AFileThatCannotBeRecordedIsDeleted) {
     EXPECT_TRUE(LockIsFree());
 }
 
+TEST_F(ConformedFileFailure, AReplacementThatCannotBeRecordedIsDeletedAndTheOldFileStays) {
+    const std::wstring old = Create();
+    const auto files = CacheFiles();
+    db.Throw("ReplaceConformedFile", "database is locked");
+
+    EXPECT_EQ(orlo::sonrel::ConformedAudioFileHelper::RemakeConformedAudioFile(
+                  asset, 48000, cacheFolder, log, database, true),
+              L"");
+
+    ExpectOneLine("Could not add to database: ");
+    EXPECT_EQ(CacheFiles(), files);
+    EXPECT_EQ(Create(), old);
+    EXPECT_TRUE(LockIsFree());
+}
+
 TEST_F(ConformedFileFailure, AFileThatCannotBeRecordedIsNotSetOnTheStream) {
     db.Throw("AddConformedFile", "database is locked");
 

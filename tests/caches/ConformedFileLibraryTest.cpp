@@ -5,11 +5,14 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 #include <utility>
 
+#include "sonrel/caches/CacheFileUse.h"
 #include "sonrel/caches/ConformedAudioFileHelper.h"
 #include "sonrel/contracts/project.h"
+#include "sonrel/contracts/zrtl/Paths.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/standin/media/ConversionObserver.h"
 #include "tests/support/AnotherProcess.h"
@@ -23,15 +26,19 @@ using namespace orlo::sonrel::ConformedAudioFileHelper;
 using orlo::project::ConformedAudioFile;
 using orlo::project::MediaAsset;
 using orlo::project::MediaDB;
+using orlo::sonrel::CacheFileRemoval;
+using orlo::sonrel::CacheFolderUse;
 using orlo::sonrel::Sonrel;
 using sonrel_tests::Chunk;
 using sonrel_tests::CountingSamples;
+using sonrel_tests::InAnotherProcess;
 using sonrel_tests::MakeMediaAsset;
 using sonrel_tests::NamesIn;
 using sonrel_tests::PcmFormat;
 using sonrel_tests::ReadLines;
 using sonrel_tests::Riff;
 using sonrel_tests::TemporaryFolder;
+using sonrel_tests::WaitingProcess;
 using sonrel_tests::WriteFile;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -50,6 +57,24 @@ protected:
         return CreateConformedAudioFile(asset, sampleRate, engine->MediaCacheFolderPath(),
                                         engine->MediaCacheErrorLog(),
                                         engine->OpenMediaDatabaseConnection(), true);
+    }
+
+    std::wstring Remake() {
+        return RemakeConformedAudioFile(asset, 48000, engine->MediaCacheFolderPath(),
+                                        engine->MediaCacheErrorLog(),
+                                        engine->OpenMediaDatabaseConnection(), true);
+    }
+
+    static std::string FileName(const std::wstring& path) {
+        return std::filesystem::path(zrtl::ToUtf8(path)).filename().string();
+    }
+
+    /// Whether another process finds a cache file in use.
+    bool IsUsed(const std::wstring& path) const {
+        return InAnotherProcess([&] {
+                   const std::wstring name = zrtl::FromUtf8(FileName(path));
+                   return CacheFileRemoval(folder.Wide("cache"), name).IsAllowed() ? 0 : 1;
+               }) == 1;
     }
 
     std::vector<std::string> CacheFiles() const { return NamesIn(folder / "cache"); }
@@ -99,6 +124,76 @@ TEST_F(ConformedFileLibrary, ALaterRunOfTheEngineFindsTheFile) {
 
     EXPECT_EQ(Create(), first);
     EXPECT_THAT(CacheFiles(), SizeIs(1));
+}
+
+TEST_F(ConformedFileLibrary, AFileThatWasMadeOrFoundIsInUseUntilTheEngineEnds) {
+    const std::wstring made = Create(48000);
+    engine.reset();
+    EXPECT_FALSE(IsUsed(made));
+    engine = Sonrel::Create(folder.Wide("media.db"), folder.Wide("cache"), nullptr,
+                            Sonrel::LogOption::WriteErrorLog);
+
+    EXPECT_EQ(Create(48000), made);
+    EXPECT_TRUE(IsUsed(made));
+    EXPECT_TRUE(IsUsed(Create(44100)));
+}
+
+TEST_F(ConformedFileLibrary, AFileIsInUseWhileItIsWritten) {
+    bool wasUsed = false;
+    const zrh::media::ConversionObserver observer([&](long long, long long) {
+        for (const std::string& name : CacheFiles()) wasUsed = IsUsed(folder.Wide(name));
+        return true;
+    });
+
+    Create();
+
+    EXPECT_TRUE(wasUsed);
+}
+
+TEST_F(ConformedFileLibrary, ARemadeFileTakesThePlaceOfTheOldFile) {
+    const std::wstring first = Create();
+
+    const std::wstring second = Remake();
+
+    EXPECT_NE(second, first);
+    EXPECT_EQ(CacheFiles(), std::vector<std::string>{FileName(second)});
+    EXPECT_EQ(Create(), second);
+}
+
+TEST_F(ConformedFileLibrary, ARemakeWithoutAnOldFileMakesOne) {
+    const std::wstring made = Remake();
+
+    EXPECT_EQ(CacheFiles(), std::vector<std::string>{FileName(made)});
+    EXPECT_EQ(Create(), made);
+}
+
+TEST_F(ConformedFileLibrary, ARemakeKeepsTheOldFileAndARecordWhileAnotherProcessUsesIt) {
+    const std::wstring first = Create();
+    WaitingProcess other(
+        [&] { CacheFolderUse::Mark(folder.Wide("cache"), zrtl::FromUtf8(FileName(first))); });
+    ASSERT_TRUE(other.IsReady());
+
+    const std::wstring second = Remake();
+
+    EXPECT_THAT(CacheFiles(), testing::UnorderedElementsAre(FileName(first), FileName(second)));
+    EXPECT_EQ(Create(), second);
+    EXPECT_EQ(engine->ClearCacheFiles(), 1u) << "the old file has a record that is due";
+    EXPECT_THAT(CacheFiles(), SizeIs(2));
+    other.Kill();
+    EXPECT_EQ(engine->ClearCacheFiles(), 1u);
+    EXPECT_EQ(CacheFiles(), std::vector<std::string>{FileName(second)});
+    EXPECT_EQ(engine->ClearCacheFiles(), 0u);
+}
+
+TEST_F(ConformedFileLibrary, AFailedRemakeKeepsTheOldFileAndItsRecord) {
+    const std::wstring first = Create();
+    {
+        const zrh::media::ConversionObserver stop([](long long, long long) { return false; });
+        EXPECT_EQ(Remake(), L"");
+    }
+
+    EXPECT_EQ(CacheFiles(), std::vector<std::string>{FileName(first)});
+    EXPECT_EQ(Create(), first);
 }
 
 TEST_F(ConformedFileLibrary, TwoRatesGiveTwoFilesThatAreBothCurrent) {

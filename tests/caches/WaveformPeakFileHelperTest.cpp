@@ -317,6 +317,31 @@ TEST_F(WaveformPeakFile, AFileThatCannotBeRecordedIsDeleted) {
     EXPECT_THAT(CacheFiles(), IsEmpty());
 }
 
+TEST_F(WaveformPeakFile, ARemadeFileTakesThePlaceOfTheOldFile) {
+    const std::wstring first = Create();
+
+    const std::wstring second = RemakeWaveformPeakFile(asset, cacheFolder, log, database, true);
+
+    EXPECT_NE(second, first);
+    ASSERT_THAT(CacheFiles(), SizeIs(1));
+    EXPECT_EQ(second, folder.Wide("cache/" + CacheFiles()[0]));
+    ASSERT_THAT(db.peaks, SizeIs(1));
+    EXPECT_EQ(db.peaks[0].cacheFilename, zrtl::FromUtf8(CacheFiles()[0]));
+    EXPECT_EQ(db.peaks[0].mediaFingerprint, MediaFingerprint(mediaPath));
+}
+
+TEST_F(WaveformPeakFile, AFailedRemakeKeepsTheOldFileAndItsRecord) {
+    const std::wstring first = Create();
+    const auto files = CacheFiles();
+    db.Throw("ReplacePeakFile", "database is locked");
+
+    EXPECT_EQ(RemakeWaveformPeakFile(asset, cacheFolder, log, database, true), L"");
+
+    ExpectOneLine("Could not add to database: ");
+    EXPECT_EQ(CacheFiles(), files);
+    EXPECT_EQ(Create(), first);
+}
+
 TEST_F(WaveformPeakFile, TheFileThatAnotherProcessRecordedMeanwhileIsSetOnTheStream) {
     db.add = [this] {
         WriteFile(folder / "cache" / "theirs.xwpk", "peaks");

@@ -2,16 +2,20 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "sonrel/caches/CacheFileUse.h"
 #include "sonrel/engine/Sonrel.h"
+#include "tests/support/AnotherProcess.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
 
 using orlo::project::MediaDB;
+using orlo::sonrel::CacheFolderUse;
 using orlo::sonrel::Sonrel;
 using sonrel_tests::NamesIn;
 using sonrel_tests::ReadLines;
 using sonrel_tests::TemporaryFolder;
+using sonrel_tests::WaitingProcess;
 using sonrel_tests::WriteFile;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -114,6 +118,26 @@ TEST_F(CacheHousekeeping, ARecordThatNamesAnotherFileOfTheFolderDeletesNothing) 
     engine->ClearCacheFiles();
 
     EXPECT_THAT(NamesIn(folder / "cache"), ElementsAre("b.xwpk", "c.xwmc", "notes.txt"));
+}
+
+TEST_F(CacheHousekeeping, FilesThatAnotherProcessUsesStayWithTheirRecordsUntilItHasEnded) {
+    Fill();
+    WaitingProcess other([&] {
+        for (const wchar_t* name : {L"a.xwmc", L"b.xwpk", L"c.vfr"}) {
+            CacheFolderUse::Mark(folder.Wide("cache"), name);
+        }
+    });
+    ASSERT_TRUE(other.IsReady());
+    engine->SetDaysToKeepCacheFiles(0);
+
+    EXPECT_EQ(engine->ClearCacheFiles(), 3u);
+
+    EXPECT_THAT(NamesIn(folder / "cache"),
+                ElementsAre("a.xwmc", "b.xwpk", "c.vfr", "stranger.bin"));
+    EXPECT_EQ(ReadLines(folder / "CacheErrorLog.txt").size(), 3u);
+    other.Kill();
+    EXPECT_EQ(engine->ClearCacheFiles(), 3u) << "the records stayed";
+    EXPECT_THAT(NamesIn(folder / "cache"), ElementsAre("stranger.bin"));
 }
 
 TEST_F(CacheHousekeeping, ReleasingTheLastReferenceTakesDueFilesOffTheDisk) {

@@ -106,6 +106,7 @@ def main():
             wrong.append(f"{name}: {fault}")
 
     there = {path.name for path in options.cache.iterdir()} if options.cache.is_dir() else set()
+    there.discard(".sonrel-in-use")  # the lock file
     orphans = len(there - set(recorded.values()))
     if options.no_orphans and orphans:
         wrong.append(f"{orphans} orphans")

@@ -17,8 +17,8 @@ failed=0
 trap 'rm -rf "$work"' EXIT
 
 case $depth in
-quick) step=11 points=15 variants=1 kills=40 room=90000 crowds=4 ;;
-full) step=1 points=1 variants=10 kills=1000 room=4096 crowds=200 ;;
+quick) step=11 points=15 variants=1 kills=40 room=90000 crowds=4 storm=8 ;;
+full) step=1 points=1 variants=10 kills=1000 room=4096 crowds=200 storm=600 ;;
 *) sed -n 's/^# \{0,1\}//p' "$0" | sed 1d; exit 2 ;;
 esac
 
@@ -148,6 +148,8 @@ crowd() {
     echo "{\"rounds of four\": $crowds}"
 }
 part "Four programs at once" crowd
+
+part "A storm of programs on one cache" "$here/storm.py" "$program" "$work/storm" --seconds "$storm"
 
 rm -rf "$box" && mkdir "$box"
 part "Death at random moments" "$here/killloop.py" --rounds "$kills" \

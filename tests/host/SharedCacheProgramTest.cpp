@@ -1,9 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 #include <sched.h>
+#include <stdlib.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 
+#include <fstream>
+#include <iterator>
+#include <memory>
+
+#include "sonrel/caches/CacheFileUse.h"
+#include "sonrel/contracts/zrtl/Paths.h"
 #include "tests/host/ProgramRun.h"
+#include "tests/host/TimelineDocument.h"
 #include "tests/support/AnotherProcess.h"
 #include "tests/support/Database.h"
 #include "tests/support/WaveBytes.h"
@@ -11,10 +20,26 @@
 namespace sonrel_tests {
 namespace {
 
+using orlo::sonrel::CacheFolderUse;
+
 /// Two programs that use one cache, one of which is this test.
 class SharedCacheProgram : public testing::Test {
 protected:
     void SetUp() override { WriteFile(shop_.Work("a.wav"), ConformedFileBytes(4800)); }
+
+    std::string Conform() {
+        return shop_.Run({"conform", "@a.wav", "--json"}).Json().at("files").at(0).at("path");
+    }
+
+    /// Marks a file of the cache as used by this test.
+    std::unique_ptr<CacheFolderUse> Use(const std::filesystem::path& file) {
+        const std::wstring folder = zrtl::FromUtf8(shop_.Path("cache").string());
+        auto use = std::make_unique<CacheFolderUse>(folder);
+        CacheFolderUse::Mark(folder, zrtl::FromUtf8(file.filename().string()));
+        return use;
+    }
+
+    long CacheFileCount() { return static_cast<long>(NamesIn(shop_.Path("cache")).size()); }
 
     Workshop shop_;
 };
@@ -37,6 +62,106 @@ TEST_F(SharedCacheProgram, ALockedDatabaseIsNamedWithTheProcessThatHasItLocked) 
     }
     other.Run("ROLLBACK");
 }
+
+// ---- files in use
+
+TEST_F(SharedCacheProgram, CleaningKeepsAFileThatAnotherProgramUses) {
+    const std::string file = Conform();
+    auto use = Use(file);
+
+    const ProgramResult kept = shop_.Run({"cache", "clean", "--days", "0", "--json"});
+    EXPECT_EQ(kept.exitCode, 1);
+    EXPECT_NE(kept.err.find("another program uses it"), std::string::npos) << kept.err;
+    EXPECT_EQ(kept.Json().at("failed"), 1);
+    EXPECT_TRUE(std::filesystem::exists(file));
+    EXPECT_EQ(shop_.Run({"conform", "@a.wav", "--json"}).Json().at("files").at(0).at("path"), file);
+
+    use.reset();
+    EXPECT_EQ(shop_.Run({"cache", "clean", "--days", "0"}).exitCode, 0);
+    EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST_F(SharedCacheProgram, CleaningOrphansKeepsAFileThatIsBeingWritten) {
+    Conform();
+    const std::string file = shop_.Path("cache/new.xwmc").string();
+    WriteFile(file, "half");
+    auto use = Use(file);
+
+    EXPECT_EQ(shop_.Run({"cache", "clean", "--orphans", "--json"}).Json().at("due"), 0);
+    EXPECT_TRUE(std::filesystem::exists(file));
+
+    use.reset();
+    EXPECT_EQ(shop_.Run({"cache", "clean", "--orphans", "--json"}).Json().at("removed"), 1);
+    EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST_F(SharedCacheProgram, AnOrphanThatIsGoneAlreadyIsASuccess) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer has to be the first library";
+#endif
+    Conform();
+    WriteFile(shop_.Path("cache/old.xwmc"), "half");
+    setenv("LD_PRELOAD", SONREL_FAULTFS, 1);
+    setenv("FAULTFS_ROOT", shop_.Path("cache").c_str(), 1);
+    setenv("FAULTFS_OPS", "unlink", 1);
+    setenv("FAULTFS_MATCH", "old.xwmc", 1);
+    setenv("FAULTFS_AT", "1", 1);
+    setenv("FAULTFS_ERR", "2", 1);
+
+    const ProgramResult result = shop_.Run({"cache", "clean", "--orphans"});
+
+    for (const char* name : {"LD_PRELOAD", "FAULTFS_ROOT", "FAULTFS_OPS", "FAULTFS_MATCH",
+                             "FAULTFS_AT", "FAULTFS_ERR"}) {
+        unsetenv(name);
+    }
+    EXPECT_TRUE(std::filesystem::exists(shop_.Path("cache/old.xwmc"))) << "no call failed";
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+}
+
+TEST_F(SharedCacheProgram, ForceKeepsTheOldFileForTheProgramThatUsesIt) {
+    const std::string old = Conform();
+    auto use = Use(old);
+
+    const auto forced = shop_.Run({"conform", "@a.wav", "--force", "--json"}).Json();
+    EXPECT_EQ(forced.at("files").at(0).at("status"), "made");
+    EXPECT_TRUE(std::filesystem::exists(old));
+    EXPECT_EQ(Conform(), forced.at("files").at(0).at("path"));
+    EXPECT_TRUE(shop_.Run({"cache", "check", "--json"}).Json().at("orphans").empty());
+
+    use.reset();
+    EXPECT_EQ(Conform(), forced.at("files").at(0).at("path"));
+    EXPECT_FALSE(std::filesystem::exists(old)) << "the end of any command removes it";
+}
+
+TEST_F(SharedCacheProgram, AMixKeepsItsFilesWhileAnotherProgramCleans) {
+    std::vector<Json> clips;
+    for (int i = 0; i < 16; ++i) {
+        const std::string name = "m" + std::to_string(i) + ".wav";
+        WriteFile(shop_.Work(name), ConformedFileBytes(24000 + i));
+        clips.push_back(Clip(name, 0, 12));
+    }
+    WriteFile(shop_.Work("edit.otio"), Timeline({Track(clips)}).dump());
+    ASSERT_EQ(shop_.Run({"mix", "@edit.otio", "-o", "@whole.raw"}).exitCode, 0);
+    ASSERT_EQ(mkfifo(shop_.Work("pipe.raw").c_str(), 0600), 0);
+    RunningProgram mix = shop_.Start({"mix", "@edit.otio", "-o", "@pipe.raw"});
+    std::ifstream pipe(shop_.Work("pipe.raw"), std::ios::binary);
+    std::string mixed(1, static_cast<char>(pipe.get()));  // the rest waits in the pipe
+
+    std::filesystem::create_directory(shop_.Path("other"));
+    const ProgramResult clean =
+        RunningProgram(shop_.Path("other"), {"--cache", shop_.Path("cache").string(), "--db",
+                                             shop_.Path("media.db").string(), "cache", "clean",
+                                             "--days", "0", "--orphans"})
+            .Wait();
+    mixed.append(std::istreambuf_iterator<char>(pipe), {});
+
+    EXPECT_EQ(mix.Wait().exitCode, 0);
+    EXPECT_TRUE(mixed == ReadFile(shop_.Work("whole.raw")));
+    EXPECT_EQ(clean.exitCode, 1);
+    EXPECT_EQ(CacheFileCount(), 16);
+}
+
+// ---- reasons
 
 /// Runs a command in a folder that is on a read-only file system.
 /// @return the exit code, 90 where the file system cannot be mounted

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -36,5 +37,41 @@ inline int AsAnyone(const std::function<int()>& work) {
         return work();
     });
 }
+
+/// Another process that has done some work and then waits until it is killed.
+class WaitingProcess {
+public:
+    /// Returns when the work is done.
+    explicit WaitingProcess(const std::function<void()>& work) {
+        int ready[2];
+        if (pipe(ready) != 0) return;
+        child_ = fork();
+        if (child_ == 0) {
+            work();
+            if (write(ready[1], "", 1) != 1) _exit(1);
+            for (;;) pause();
+        }
+        close(ready[1]);
+        char byte = 0;
+        isReady_ = read(ready[0], &byte, 1) == 1;
+        close(ready[0]);
+    }
+    ~WaitingProcess() { Kill(); }
+    WaitingProcess(const WaitingProcess&) = delete;
+    WaitingProcess& operator=(const WaitingProcess&) = delete;
+
+    /// Whether the work was done.
+    bool IsReady() const { return isReady_; }
+    void Kill() {
+        if (child_ <= 0) return;
+        kill(child_, SIGKILL);
+        waitpid(child_, nullptr, 0);
+        child_ = -1;
+    }
+
+private:
+    pid_t child_ = -1;
+    bool isReady_ = false;
+};
 
 }  // namespace sonrel_tests

@@ -62,11 +62,12 @@ inline std::vector<std::string> ReadLines(const std::filesystem::path& path) {
     return lines;
 }
 
-/// The names of what lies in a folder, sorted.
+/// The names of the files in a folder, sorted, except the lock file of a cache folder.
 inline std::vector<std::string> NamesIn(const std::filesystem::path& folder) {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        names.push_back(entry.path().filename().string());
+        const std::string name = entry.path().filename().string();
+        if (name != ".sonrel-in-use") names.push_back(name);
     }
     std::sort(names.begin(), names.end());
     return names;

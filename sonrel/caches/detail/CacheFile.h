@@ -41,6 +41,12 @@ public:
     /// @return whether there is a record
     virtual bool Find(std::wstring* name) const = 0;
     virtual void Add(const std::wstring& name, std::uint64_t checksum) = 0;
+    /// Records a file in place of the one that is recorded, which keeps a record until it is
+    /// removed.
+    /// @return the name that was recorded; empty without a record
+    virtual std::wstring Replace(const std::wstring& name, std::uint64_t checksum) = 0;
+    /// Removes the record that a replaced file keeps.
+    virtual void RemoveReplaced(const std::wstring& name) = 0;
     /// Stamps the record as used now.
     virtual void Touch() = 0;
     virtual void Remove() = 0;
@@ -74,11 +80,21 @@ enum class WhenRefused { GiveUp, LookAgain };
 /// not made whole, or that cannot be recorded, is deleted, and a line in the log says so; a record
 /// that cannot be stamped costs a line only.
 ///
+/// The file is marked as used by this process before it is looked at or written.
+///
 /// The caller holds the lock of the media path.
 /// @param record  null without a database: a file is made each time and recorded nowhere
 /// @return the full path; empty on failure
 /// @throws std::exception what the record's Find and Remove throw, and "Cannot create UUID"
 std::wstring FindOrMakeCacheFile(const CacheFilePlace& place, CacheRecord* record,
                                  const MakeCacheFile& make, WhenRefused whenRefused);
+
+/// Makes a file under a fresh name and records it in place of the one that is recorded, whatever
+/// that is. Everybody who looks finds one of the two. The old file is removed unless another
+/// process uses it; it is then unused in the database, and housekeeping removes it.
+///
+/// On failure the old file and its record stay. Everything else is as for FindOrMakeCacheFile.
+std::wstring RemakeCacheFile(const CacheFilePlace& place, CacheRecord* record,
+                             const MakeCacheFile& make);
 
 }  // namespace orlo::sonrel::detail

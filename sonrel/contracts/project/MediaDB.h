@@ -97,6 +97,9 @@ public:
                           int streamIndex, int sampleRate, std::wstring const& fileName);
     /// Registers a file as used now, in place of the file of a record of that key. Every other
     /// connection finds either the old name or the new name.
+    ///
+    /// The old file keeps a record, under the fingerprint ReplacedFingerprint and with the last use
+    /// in 1970, so that it is found unused until it is removed.
     /// @param checksum  of the new file; the record keeps it
     /// @return the cache file name that the record had; empty without a record
     std::wstring ReplaceConformedFile(std::wstring const& mediaPath,
@@ -107,6 +110,8 @@ public:
     void AddConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                           int streamIndex, int sampleRate, std::wstring const& fileName,
                           std::uint64_t checksum);
+    /// The fingerprint in the record of a file that was replaced. No media file has it.
+    static std::wstring ReplacedFingerprint(std::wstring const& fileName);
     /// Stamps a record as used now. @return whether there is one
     bool TouchConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                             int streamIndex, int sampleRate);

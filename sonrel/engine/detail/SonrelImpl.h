@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "sonrel/caches/CacheFileUse.h"
 #include "sonrel/contracts/project/MediaDB.h"
 
 namespace orlo::project {
@@ -18,8 +19,9 @@ class PlaybackEngine;
 /// The engine object's record. The order of its members is the reverse of the order in which they
 /// are released.
 struct SonrelImpl {
-    std::wstring mediaDatabasePath;     // absolute, native separators
-    std::wstring mediaCacheFolderPath;  // absolute, native separators
+    std::unique_ptr<CacheFolderUse> cacheFolderUse;  // empty without a cache folder
+    std::wstring mediaDatabasePath;                  // absolute, native separators
+    std::wstring mediaCacheFolderPath;               // absolute, native separators
     project::MediaDB::DatabaseStatus mediaDatabaseStatus = project::MediaDB::None;
     int daysToKeepCacheFiles = 30;
     std::shared_ptr<project::LogFile> mediaCacheErrorLog;

@@ -63,7 +63,7 @@ std::wstring MediaDB::ReplaceConformedFile(std::wstring const& mediaPath,
                                            int sampleRate, std::wstring const& fileName,
                                            std::optional<std::uint64_t> checksum) {
     return impl_->conformed.Replace({mediaPath, fingerprint, streamIndex, sampleRate}, fileName,
-                                    DatabaseNow(), checksum);
+                                    ReplacedFingerprint, DatabaseNow(), checksum);
 }
 
 void MediaDB::AddConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
@@ -71,6 +71,10 @@ void MediaDB::AddConformedFile(std::wstring const& mediaPath, std::wstring const
                                std::uint64_t checksum) {
     impl_->conformed.Add({mediaPath, fingerprint, streamIndex, sampleRate}, fileName, DatabaseNow(),
                          checksum);
+}
+
+std::wstring MediaDB::ReplacedFingerprint(std::wstring const& fileName) {
+    return L"replaced " + fileName;
 }
 
 bool MediaDB::TouchConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
@@ -113,8 +117,8 @@ std::wstring MediaDB::ReplacePeakFile(std::wstring const& mediaPath,
                                       std::wstring const& fingerprint, int streamIndex,
                                       std::wstring const& fileName,
                                       std::optional<std::uint64_t> checksum) {
-    return impl_->peak.Replace({mediaPath, fingerprint, streamIndex}, fileName, DatabaseNow(),
-                               checksum);
+    return impl_->peak.Replace({mediaPath, fingerprint, streamIndex}, fileName, ReplacedFingerprint,
+                               DatabaseNow(), checksum);
 }
 
 void MediaDB::AddPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,

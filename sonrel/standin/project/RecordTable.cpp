@@ -125,13 +125,19 @@ void RecordTable::Add(const RecordKey& key, std::wstring const& name, long long 
     lastNames_[Owned(key)] = zrtl::ToUtf8(name);
 }
 
-std::wstring RecordTable::Replace(const RecordKey& key, std::wstring const& name, long long nowMs,
-                                  std::optional<std::uint64_t> checksum) {
+std::wstring RecordTable::Replace(const RecordKey& key, std::wstring const& name,
+                                  std::wstring (*oldFingerprint)(std::wstring const&),
+                                  long long nowMs, std::optional<std::uint64_t> checksum) {
     connection_.SetDurable(true);  // not possible inside a transaction
     SqliteTransaction transaction(connection_);
     std::wstring oldName;
     Get(key, &oldName);
     Store(replace_, key, name, nowMs, checksum);
+    if (!oldName.empty()) {
+        const std::wstring fingerprint = oldFingerprint(oldName);
+        Store(replace_, {key.mediaPath, fingerprint, key.streamIndex, key.sampleRate}, oldName, 0,
+              {});
+    }
     transaction.Commit();
     lastNames_[Owned(key)] = zrtl::ToUtf8(name);
     return oldName;

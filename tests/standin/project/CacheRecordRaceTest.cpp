@@ -78,7 +78,18 @@ TEST_F(CacheRecordRace, AReplacedRecordHasTheNewNameAndReturnsTheNameOfAnotherPr
     EXPECT_EQ(name, L"new.xwmc");
     EXPECT_TRUE(Open().GetPeakFilename(L"/m/a.wav", L"ff", 0, &name));
     EXPECT_EQ(name, L"new.xwpk");
-    EXPECT_TRUE(Open().FindUnusedConformedFiles(30).empty()) << "a new file counts as used";
+}
+
+TEST_F(CacheRecordRace, AReplacedFileKeepsARecordThatIsUnusedForAnyNumberOfDays) {
+    database_.ReplaceConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"new.xwmc");
+
+    const auto unused = database_.FindUnusedConformedFiles(10'000);
+    ASSERT_EQ(unused.size(), 1u) << "the new file counts as used";
+    EXPECT_EQ(unused[0].cacheFilename, L"a.xwmc");
+    EXPECT_EQ(unused[0].mediaFingerprint, MediaDB::ReplacedFingerprint(L"a.xwmc"));
+    EXPECT_EQ(unused[0].mediaPath, L"/m/a.wav");
+    EXPECT_TRUE(database_.RemoveConformedFile(L"/m/a.wav", MediaDB::ReplacedFingerprint(L"a.xwmc"),
+                                              0, 48000));
 }
 
 TEST_F(CacheRecordRace, AReplacementWithoutARecordAddsIt) {

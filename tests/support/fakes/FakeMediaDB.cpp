@@ -209,6 +209,27 @@ void MediaDB::AddConformedFile(std::wstring const& mediaPath, std::wstring const
     Fake().checksums[fileName] = checksum;
 }
 
+std::wstring MediaDB::ReplacedFingerprint(std::wstring const& fileName) {
+    return L"replaced " + fileName;
+}
+
+std::wstring MediaDB::ReplaceConformedFile(std::wstring const& mediaPath,
+                                           std::wstring const& fingerprint, int streamIndex,
+                                           int sampleRate, std::wstring const& fileName,
+                                           std::optional<std::uint64_t> checksum) {
+    FakeMediaDBCalls::Note("ReplaceConformedFile");
+    const std::lock_guard<std::mutex> guard(Fake().mutex_);
+    const auto key = ConformedKey(mediaPath, fingerprint, streamIndex, sampleRate);
+    std::wstring old;
+    Find(Fake().conformed, key, &old);
+    Erase(Fake().conformed, key);
+    Fake().conformed.push_back({mediaPath, fingerprint, streamIndex, sampleRate, fileName});
+    if (checksum) Fake().checksums[fileName] = *checksum;
+    if (old.empty()) return old;
+    Fake().conformed.push_back({mediaPath, ReplacedFingerprint(old), streamIndex, sampleRate, old});
+    return old;
+}
+
 bool MediaDB::TouchConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                                  int streamIndex, int sampleRate) {
     FakeMediaDBCalls::Note("TouchConformedFile");
@@ -251,6 +272,23 @@ void MediaDB::AddPeakFile(std::wstring const& mediaPath, std::wstring const& fin
     AddPeakFile(mediaPath, fingerprint, streamIndex, fileName);
     const std::lock_guard<std::mutex> guard(Fake().mutex_);
     Fake().checksums[fileName] = checksum;
+}
+
+std::wstring MediaDB::ReplacePeakFile(std::wstring const& mediaPath,
+                                      std::wstring const& fingerprint, int streamIndex,
+                                      std::wstring const& fileName,
+                                      std::optional<std::uint64_t> checksum) {
+    FakeMediaDBCalls::Note("ReplacePeakFile");
+    const std::lock_guard<std::mutex> guard(Fake().mutex_);
+    const auto key = StreamKey(mediaPath, fingerprint, streamIndex);
+    std::wstring old;
+    Find(Fake().peaks, key, &old);
+    Erase(Fake().peaks, key);
+    Fake().peaks.push_back({mediaPath, fingerprint, streamIndex, fileName});
+    if (checksum) Fake().checksums[fileName] = *checksum;
+    if (old.empty()) return old;
+    Fake().peaks.push_back({mediaPath, ReplacedFingerprint(old), streamIndex, old});
+    return old;
 }
 
 bool MediaDB::TouchPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,

@@ -37,9 +37,12 @@ public:
     /// @throws DatabaseError also when there is a record
     void Add(const RecordKey& key, std::wstring const& name, long long nowMs,
              std::optional<std::uint64_t> checksum = {});
-    /// Adds a record, or gives an existing record this name, in one write transaction.
+    /// Adds a record, or gives an existing record this name, in one write transaction. The old name
+    /// gets a record that was last used in 1970.
+    /// @param oldFingerprint  the fingerprint of that record, from the old name
     /// @return the bare name that the record had; empty without a record
-    std::wstring Replace(const RecordKey& key, std::wstring const& name, long long nowMs,
+    std::wstring Replace(const RecordKey& key, std::wstring const& name,
+                         std::wstring (*oldFingerprint)(std::wstring const&), long long nowMs,
                          std::optional<std::uint64_t> checksum = {});
     /// @return whether there is a record
     bool Touch(const RecordKey& key, long long nowMs);

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/caches/detail/FolderLocks.h"
+
+#include <cstdint>
+
+#include "sonrel/files/RegularFile.h"
+
+namespace orlo::sonrel::detail {
+
+namespace {
+
+constexpr std::uint64_t BYTES = 16384;
+
+struct flock Range(short type, long long first, long long length) {
+    struct flock range = {};
+    range.l_type = type;
+    range.l_whence = SEEK_SET;
+    range.l_start = first;
+    range.l_len = length;
+    return range;
+}
+
+/// Of another user's lock file, the marks can be read and made, and nothing else.
+int OpenLockFile(const std::string& name) {
+    struct stat status = {};
+    const int descriptor =
+        files::OpenRegular(name, O_RDWR | O_CREAT, files::Links::Refused, &status);
+    return descriptor >= 0 ? descriptor : files::OpenForReading(name, files::Links::Refused);
+}
+
+bool IsRemoved(int descriptor) {
+    struct stat status = {};
+    return ::fstat(descriptor, &status) != 0 || status.st_nlink == 0;
+}
+
+}  // namespace
+
+FolderLocks::~FolderLocks() {
+    if (descriptor_ < 0) return;
+    // A forked process that has the descriptor too would keep the locks.
+    struct flock all = Range(F_UNLCK, 0, 0);
+    if (process_ == ::getpid()) ::fcntl(descriptor_, F_OFD_SETLK, &all);
+    files::Close(descriptor_);
+}
+
+long long FolderLocks::ByteOf(const std::string& fileName) {
+    std::uint64_t hash = 14695981039346656037u;  // FNV-1a
+    for (const char letter : fileName) {
+        hash = (hash ^ static_cast<unsigned char>(letter)) * 1099511628211u;
+    }
+    return static_cast<long long>(hash % BYTES);
+}
+
+void FolderLocks::Mark(const std::string& lockFile, long long byte) {
+    if (!Open(lockFile)) return;
+    Use& use = uses_[byte];
+    if (use.isMarked) return;
+    use.isMarked = true;
+    if (use.removals == 0) Lock(F_OFD_SETLKW, F_RDLCK, byte);
+}
+
+bool FolderLocks::BeginRemoval(const std::string& lockFile, long long byte) {
+    if (Open(lockFile)) {
+        const bool isRefused =
+            !Lock(F_OFD_SETLK, F_WRLCK, byte) &&
+            (errno == EAGAIN || errno == EACCES || (errno == EBADF && !IsFree(byte)));
+        if (isRefused) return false;
+    }
+    ++uses_[byte].removals;
+    return true;
+}
+
+void FolderLocks::EndRemoval(long long byte) {
+    const auto use = uses_.find(byte);
+    if (use == uses_.end() || --use->second.removals > 0) return;
+    Lock(F_OFD_SETLK, use->second.isMarked ? F_RDLCK : F_UNLCK, byte);
+    if (!use->second.isMarked) uses_.erase(use);
+}
+
+/// Opens the lock file, anew when it was removed with its folder.
+bool FolderLocks::Open(const std::string& lockFile) {
+    ForgetParent();
+    if (descriptor_ >= 0 && !IsRemoved(descriptor_)) return true;
+    if (descriptor_ >= 0) files::Close(descriptor_);
+    descriptor_ = OpenLockFile(lockFile);
+    if (descriptor_ < 0) return false;
+    for (const auto& [byte, use] : uses_) {
+        if (use.isMarked) Lock(F_OFD_SETLKW, F_RDLCK, byte);
+    }
+    return true;
+}
+
+/// The locks of a forked process are those of its parent, through the parent's open file.
+void FolderLocks::ForgetParent() {
+    if (process_ == ::getpid()) return;
+    process_ = ::getpid();
+    if (descriptor_ >= 0) files::Close(descriptor_);
+    descriptor_ = -1;
+    uses_.clear();
+}
+
+bool FolderLocks::Lock(int command, short type, long long byte) const {
+    struct flock range = Range(type, byte, 1);
+    return files::Uninterrupted([&] { return ::fcntl(descriptor_, command, &range); }) == 0;
+}
+
+/// Whether nobody else has the byte locked, for a descriptor that can take no exclusive lock.
+bool FolderLocks::IsFree(long long byte) const {
+    struct flock range = Range(F_WRLCK, byte, 1);
+    return ::fcntl(descriptor_, F_OFD_GETLK, &range) != 0 || range.l_type == F_UNLCK;
+}
+
+}  // namespace orlo::sonrel::detail
