@@ -206,6 +206,11 @@ CommandOptions FinishPeaks(Target& target) {
         throw UsageError(std::string(peaks.output.empty() ? "--export" : "-o") +
                          " takes one INPUT");
     }
+    if (peaks.force && (target.global.noCacheDb || !peaks.output.empty())) {
+        throw UsageError(
+            "--force makes files of the cache anew; it does not go with -o or "
+            "--no-cache-db");
+    }
     if (target.global.noCacheDb && !single) {
         throw UsageError("peaks has nowhere to put its files with --no-cache-db; name one with -o");
     }
@@ -374,6 +379,7 @@ void DeclarePeaks(CLI::App& app, Target& target) {
         ->type_name("FILE.json|.dat");
     command->add_option("--zoom", target.raw.zoom, "Samples in a pixel of the export (256)")
         ->type_name("N");
+    command->add_flag("--force", peaks.force, "Make files anew that are there");
     DeclareOverwrite(*command, peaks.overwrite);
     command->callback([&target] { target.chosen = FinishPeaks; });
 }

@@ -93,6 +93,7 @@ struct PeaksOptions {
     PeakMode mode = PeakMode::Auto;
     std::string exportFile;
     int zoom = 256;          ///< samples in a pixel of the export
+    bool force = false;      ///< make files anew that are there
     bool overwrite = false;  ///< whether write-protected files may be replaced
 };
 

@@ -41,6 +41,7 @@ using zrh::media::MediaError;
 using zrh::media::ReadObserver;
 using zrh::media::ZRAbstractAudioStream;
 using zrh::media::ZRAbstractMediaFile;
+namespace helper = sonrel::WaveformPeakFileHelper;
 
 constexpr int MAX_CHANNELS = 16;
 constexpr int FRAMES_PER_BLOCK = 32;
@@ -112,14 +113,17 @@ private:
 
 class CacheMaker {
 public:
-    CacheMaker(const EngineSession& session, ReadProgress& progress)
-        : session_(session), progress_(progress), database_(session.Connect()) {}
+    CacheMaker(const EngineSession& session, ReadProgress& progress, CurrentFiles current)
+        : session_(session),
+          progress_(progress),
+          makesAnew_(current == CurrentFiles::MadeAnew),
+          database_(session.Connect()) {}
 
     void Run(PeakTask& task) {
         const project::DatabaseObserver database;
         std::string path = Ask(task);
-        bool made = progress_.WasRead();
-        if (path.empty() && !Interrupted() && IsRecorded(task)) {
+        bool made = makesAnew_ || progress_.WasRead();
+        if (path.empty() && !makesAnew_ && !Interrupted() && IsRecorded(task)) {
             // Another process was faster. Its record stands now, and asking again finds it.
             path = Ask(task);
             made = progress_.WasRead();
@@ -140,9 +144,10 @@ public:
 private:
     std::string Ask(const PeakTask& task) {
         const ReadObserver observer(progress_.Follow());
-        const std::wstring path = sonrel::WaveformPeakFileHelper::CreateWaveformPeakFile(
-            task.asset, session_.Engine()->MediaCacheFolderPath(),
-            session_.Engine()->MediaCacheErrorLog(), database_, true);
+        const auto make =
+            makesAnew_ ? &helper::RemakeWaveformPeakFile : &helper::CreateWaveformPeakFile;
+        const std::wstring path = make(task.asset, session_.Engine()->MediaCacheFolderPath(),
+                                       session_.Engine()->MediaCacheErrorLog(), database_, true);
         readFailure_ = observer.Failure();
         return zrtl::ToUtf8(path);
     }
@@ -189,6 +194,7 @@ private:
 
     const EngineSession& session_;
     ReadProgress& progress_;
+    bool makesAnew_;
     std::shared_ptr<MediaDB> database_;
     std::string readFailure_;  ///< of the media file at the last attempt; a clause
 };
@@ -237,11 +243,11 @@ PeakTask PeakTaskFor(const std::shared_ptr<project::MediaManager>& manager, cons
 }
 
 void FindOrMakePeakFiles(const EngineSession& session, std::vector<PeakTask>& tasks,
-                         Progress& progress) {
+                         Progress& progress, CurrentFiles current) {
     if (tasks.empty()) return;
     ReadProgress read(tasks, progress);
     try {
-        CacheMaker maker(session, read);
+        CacheMaker maker(session, read, current);
         for (PeakTask& task : tasks) {
             maker.Run(task);
             read.Finish(task);

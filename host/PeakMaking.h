@@ -31,11 +31,13 @@ struct PeakTask {
 PeakTask PeakTaskFor(const std::shared_ptr<project::MediaManager>& manager, const std::string& path,
                      int stream);
 
+enum class CurrentFiles { Kept, MadeAnew };
+
 /// Finds or makes the peak files of all tasks in the cache. Where another process records the same
 /// file first, its file is taken.
 /// @throws JobError when the database fails; CommandError when the program is asked to stop
 void FindOrMakePeakFiles(const EngineSession& session, std::vector<PeakTask>& tasks,
-                         Progress& progress);
+                         Progress& progress, CurrentFiles current = CurrentFiles::Kept);
 
 /// Writes a peak file to an output that is committed by the caller.
 /// @param wanted  the file that the user asked for, which the message of an interrupt names: the

@@ -38,7 +38,7 @@ _sonrel() {
         mix) options+=" -o --from --to --dither --seed --stems --composition --meters --fail-on-clip --retime --audio-from --overwrite" ;;
         play) options+=" --from --reverse --speed --meters --events --output --buffer --dither --seed --overwrite" ;;
         waveform) options+=" -o --size --style --scale --format --color --background --range --ruler --overwrite" ;;
-        peaks) options+=" -o --mode --export --zoom --overwrite" ;;
+        peaks) options+=" -o --mode --export --zoom --force --overwrite" ;;
         cache)
             if [ -z "$action" ] && [[ $current != -* ]]; then
                 COMPREPLY=($(compgen -W "ls du check clean" -- "$current"))

@@ -90,6 +90,22 @@ TEST_F(PeaksProgram, ADeletedFileIsMadeAnew) {
     EXPECT_EQ(Peaks("a.wav").at("status"), "made");
 }
 
+TEST_F(PeaksProgram, ForceMakesAFileAnewThatIsThere) {
+    const std::string first = Peaks("a.wav").at("path");
+    const std::string bytes = ReadFile(first);
+
+    const ProgramResult result = shop_.Run({"peaks", "@a.wav", "--force", "--json"});
+
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    const nlohmann::json file = result.Json().at("files").at(0);
+    EXPECT_EQ(file.at("status"), "made");
+    EXPECT_NE(file.at("path"), first);
+    EXPECT_FALSE(std::filesystem::exists(first));
+    EXPECT_EQ(ReadFile(file.at("path").get<std::string>()), bytes);
+    EXPECT_EQ(Peaks("a.wav").at("status"), "found");
+    EXPECT_EQ(Peaks("a.wav").at("path"), file.at("path"));
+}
+
 TEST_F(PeaksProgram, OneBadInputDoesNotKeepTheOthersFromTheirFiles) {
     WriteFile(shop_.Work("bad.wav"), "no sound at all");
 
@@ -222,6 +238,8 @@ TEST_F(PeaksProgram, WrongUsageExits2) {
     }
     ExpectUsageError({"peaks", "@a.wav", "-o", "@a.wav"});
     ExpectUsageError({"peaks", "@a.wav", "-o", "@x.json", "--export", "@x.json"});
+    ExpectUsageError({"peaks", "@a.wav", "-o", "@x.xwpk", "--force"});
+    ExpectUsageError({"--no-cache-db", "peaks", "@a.wav", "--export", "@x.json", "--force"});
     const ProgramResult result = shop_.RunBare({"--no-cache-db", "peaks", "@a.wav"});
     EXPECT_EQ(result.exitCode, 2);
     EXPECT_TRUE(result.HasOneErrorLine()) << result.err;

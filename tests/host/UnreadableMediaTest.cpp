@@ -293,6 +293,24 @@ TEST_P(UnreadablePeaks, AReadErrorIsReportedWithItsPlace) {
     EXPECT_THAT(errors, HasSubstr(": Input/output error\n"));
 }
 
+TEST_P(UnreadablePeaks, AReadErrorKeepsTheOldFileOfAForcedRun) {
+    ASSERT_EQ(shop_.Run({"peaks", "@a.wav"}).exitCode, 0);
+    const fs::path old = CacheFiles(".xwpk").at(0);
+    const std::string whole = ReadFile(old);
+    const Fault all{shop_.Path("work"), "read", "a.wav", "EIO", "all"};
+    for (int number = 1;; ++number) {
+        const DisturbedRun run = RunWithFault(shop_, all, number, {"peaks", "@a.wav", "--force"});
+        if (!run.wasHit) break;
+        EXPECT_EQ(run.result.exitCode, 1) << number;
+        EXPECT_TRUE(run.result.HasOneErrorLine()) << run.result.err;
+        ASSERT_EQ(CacheFiles(".xwpk"), std::vector{old}) << number;
+        EXPECT_EQ(ReadFile(old), whole) << number;
+    }
+    const ProgramResult next = shop_.Run({"peaks", "@a.wav", "--json"});
+    EXPECT_NE(next.Json().at("files").at(0).at("path"), old.string());
+    EXPECT_EQ(next.Json().at("files").at(0).at("status"), "found");
+}
+
 TEST_P(UnreadablePeaks, AReadErrorLeavesNoPicture) {
     const Arguments command{"waveform", "@a.wav", "-o", "@out/w.png", "--size", "200x50"};
     ASSERT_EQ(shop_.Run(command).exitCode, 0);
