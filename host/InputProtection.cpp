@@ -68,11 +68,12 @@ void ProtectCacheFolder(const CachePlaces& places, OutputGuard& guard) {
     std::error_code error;
     for (fs::directory_iterator at(places.folder, error), end; !error && at != end;
          at.increment(error)) {
-        const std::string kind = KindOfCacheFile(at->path().filename().string());
-        if (kind.empty()) {
-            hasOthers = true;
-        } else {
+        const std::string name = at->path().filename().string();
+        const std::string kind = KindOfCacheFile(name);
+        if (!kind.empty()) {
             guard.Protect(at->path().string(), "a " + kind + " file of the media cache");
+        } else if (name != sonrel::CacheFolderUse::LOCK_FILE) {
+            hasOthers = true;
         }
     }
     if (hasOthers) ProtectVfrFiles(places, guard);

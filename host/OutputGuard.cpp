@@ -12,8 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A name without a file: its folder's identity and the name in it. Without a folder the path
-/// itself.
+/// A name: the identity of its folder and the name in it. Without a folder the path itself.
 std::string NameKey(const std::string& path) {
     const fs::path name(path);
     const std::string folder = name.has_parent_path() ? name.parent_path().string() : ".";
@@ -36,17 +35,15 @@ void OutputGuard::Add(const Entry& entry) {
 
 void OutputGuard::Index(std::size_t entry) {
     const std::string& path = entries_[entry].path;
-    if (const std::optional<FileIdentity> identity = FileIdentity::At(path)) {
-        identities_.emplace(*identity, entry);
-    } else {
-        names_.emplace(NameKey(path), entry);
-    }
+    const std::optional<FileIdentity> identity = FileIdentity::At(path);
+    if (identity) identities_.emplace(*identity, entry);
+    if (!identity || !entries_[entry].isOutput) names_.emplace(NameKey(path), entry);
 }
 
 const OutputGuard::Entry* OutputGuard::Find(const OutputTarget& target) const {
     if (target.identity) {
         const auto found = identities_.find(*target.identity);
-        return found == identities_.end() ? nullptr : &entries_[found->second];
+        if (found != identities_.end()) return &entries_[found->second];
     }
     const auto found = names_.find(NameKey(target.path));
     return found == names_.end() ? nullptr : &entries_[found->second];

@@ -16,7 +16,8 @@ namespace orlo::host {
 /// one of these files or another output.
 ///
 /// Files are compared by identity, so that links, hard links and other spellings make no
-/// difference. A file that does not exist is compared by its folder and name.
+/// difference. A protected name is compared by its folder and name as well: the database library
+/// deletes and creates files of the database while the command runs.
 ///
 /// Threads: one thread at a time.
 class OutputGuard {
@@ -59,7 +60,7 @@ private:
     std::vector<Entry> entries_;
     /// The first entry of each file. A file stays protected when its name changes.
     std::map<FileIdentity, std::size_t> identities_;
-    /// The first entry of each name without a file.
+    /// The first entry of each protected name and of each output without a file.
     std::unordered_map<std::string, std::size_t> names_;
 };
 

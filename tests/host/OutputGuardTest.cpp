@@ -64,6 +64,16 @@ TEST_F(OutputGuardTest, AFileProtectedThroughALinkIsRefusedUnderItsOwnName) {
     EXPECT_THROW(guard_.Claim(Path("read")), UsageError);
 }
 
+TEST_F(OutputGuardTest, AProtectedNameIsRefusedAlsoWhenItsFileWasDeletedOrReplaced) {
+    guard_.Protect(Path("read"), "a file of the media database");
+
+    std::filesystem::remove(Path("read"));
+    EXPECT_THROW(guard_.Claim(Path("read")), UsageError);
+    WriteFile(Path("new"), "y");
+    std::filesystem::rename(Path("new"), Path("read"));
+    EXPECT_THROW(guard_.Claim(Path("read")), UsageError);
+}
+
 TEST_F(OutputGuardTest, AProtectedFileThatDoesNotExistIsRefusedByItsName) {
     std::filesystem::create_directory(Path("sub"));
     std::filesystem::create_directory_symlink("sub", Path("folder-link"));
