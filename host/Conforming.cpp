@@ -163,7 +163,7 @@ private:
     void FindOrMake(ConformTask& task, bool* converting) const {
         task.path = Ask(task);
         if (!task.path.empty() || Interrupted() || !IsRecorded(task)) return;
-        // Another process was faster. Its record stands now, and asking again finds it.
+        // Another process was faster. A second look-up finds its record.
         *converting = false;
         task.path = Ask(task);
     }

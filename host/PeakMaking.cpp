@@ -124,7 +124,7 @@ public:
         std::string path = Ask(task);
         bool made = makesAnew_ || progress_.WasRead();
         if (path.empty() && !makesAnew_ && !Interrupted() && IsRecorded(task)) {
-            // Another process was faster. Its record stands now, and asking again finds it.
+            // Another process was faster. A second look-up finds its record.
             path = Ask(task);
             made = progress_.WasRead();
         }
