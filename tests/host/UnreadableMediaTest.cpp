@@ -100,7 +100,9 @@ protected:
 };
 
 TEST_F(UnreadableMedia, AReadErrorOfAConformedFileFailsTheMixAndLeavesNoOutput) {
-    EXPECT_GT(Sweep(OfConformedFiles("read", "EIO", "1"), mix_), 2);
+    // A single failed read of the check before the mix is healed by conforming anew. The number of
+    // reads in the mix depends on the age of the files.
+    EXPECT_GT(Sweep(OfConformedFiles("read", "EIO", "1"), mix_), 0);
 }
 
 TEST_F(UnreadableMedia, ADiskThatFailsFromSomePointOnFailsTheMix) {
