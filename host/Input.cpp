@@ -171,7 +171,7 @@ void RefuseMedia(const std::string& path, int code) {
     if (Interrupted()) ThrowInterrupted("not all media are read");
     std::string reason = zrh::media::MediaErrorText(code);
     if (code == static_cast<int>(zrh::media::MediaError::TooMuchSilence)) {
-        // The numbers are only in what the media library says of the file itself.
+        // Only the media library's error for the file has the numbers.
         zrh::media::MediaInfo info;
         const int again = zrh::media::DescribeMedia(WidePath(path), &info, &reason);
         if (again == 0) reason = FirstReason(info, reason);

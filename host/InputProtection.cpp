@@ -29,7 +29,7 @@ CachePlaces PlacesToProtect(GlobalOptions options) {
     try {
         return CachePlacesOf(options);
     } catch (const JobError&) {
-        return {};  // there is no home folder, and so no default cache
+        return {};  // without a home folder a default cache does not exist
     }
 }
 

@@ -70,7 +70,7 @@ EndOnInterrupt::~EndOnInterrupt() {
     if (error_ >= 0) close(error_);
 }
 
-/// Only what a signal handler may call.
+/// Calls only functions that are safe in a signal handler.
 void EndOnInterrupt::End() const {
     [[maybe_unused]] ssize_t written = write(STDOUT_FILENO, report_.data(), report_.size());
     written = write(error_, line_.data(), line_.size());

@@ -8,7 +8,7 @@
 
 namespace orlo::host {
 
-/// A device or a pipe that takes bytes in their order. What was written stays written.
+/// A device or a pipe that takes bytes in their order. Written bytes cannot be taken back.
 class OutputStream {
 public:
     /// Opens the device, or the pipe once a reader has opened it.

@@ -18,7 +18,7 @@ struct OutputTarget {
 
     Kind kind = Kind::File;
     std::string path;                      ///< of a file: with links followed
-    std::optional<FileIdentity> identity;  ///< of what is there; empty for a free name
+    std::optional<FileIdentity> identity;  ///< of the existing file; empty for a free name
     std::optional<int> permissions;        ///< of the file that is there
 };
 

@@ -49,7 +49,7 @@ bool PlaySession::Look(TerminalKeys* keys) {
     StopIfInterrupted();
     if (suspension_.IsRequested()) Suspend(keys);
     Advance(keys);
-    // In this order: what is heard before the end is told before the end.
+    // The order matters: levels heard before the end are reported before it.
     const bool ended = transport_.HasEnded();
     Tell();
     if (ended) events_.End();
@@ -91,7 +91,7 @@ void PlaySession::CheckDevice() {
 void PlaySession::Tell() {
     using Change = MeterSessions::Change;
     std::vector<Change> changes = sessions_.Take();
-    // What was heard last is told before the end of its session.
+    // The last levels are reported before the end of their session.
     const bool stops = !changes.empty() && changes.back() == Change::Stopped;
     if (stops) changes.pop_back();
     for (const Change change : changes) {
