@@ -2,7 +2,10 @@
 #include "host/CacheCheck.h"
 
 #include <optional>
+#include <set>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "host/CacheEntryText.h"
@@ -10,6 +13,7 @@
 #include "host/Interrupt.h"
 #include "host/Paths.h"
 #include "sonrel/caches/CacheFileCheck.h"
+#include "sonrel/contracts/project/MediaDB.h"
 
 namespace orlo::host {
 
@@ -62,6 +66,16 @@ std::optional<std::uint64_t> ChecksumOf(const CacheRecord& record, const std::ws
     return checksum;
 }
 
+/// Whether a newer file has taken the place of the record's file, which stays while a program uses
+/// it.
+bool IsReplaced(const CacheRecord& record) {
+    return record.mediaFingerprint == project::MediaDB::ReplacedFingerprint(record.cacheFilename);
+}
+
+bool IsOfCurrentMedia(const CacheRecord& record) {
+    return check::MediaFingerprint(record.mediaPath) == record.mediaFingerprint;
+}
+
 /// The verdict on a file whose header and length are right.
 Verdict DeepVerdict(const CacheRecord& record, const std::wstring& path) {
     const bool isOurs = record.kind != CacheFileKind::Vfr;
@@ -72,7 +86,7 @@ Verdict DeepVerdict(const CacheRecord& record, const std::wstring& path) {
             return {&BROKEN, "its bytes are not those that were written"};
         }
     }
-    if (check::MediaFingerprint(record.mediaPath) != record.mediaFingerprint) return {&STALE, {}};
+    if (!IsReplaced(record) && !IsOfCurrentMedia(record)) return {&STALE, {}};
     return isOurs && !record.checksum ? Verdict{&NO_CHECKSUM, {}} : Verdict{};
 }
 
@@ -84,6 +98,38 @@ Verdict VerdictOn(const CacheEntry& entry, const CachePlaces& places, bool deep)
         return {&BROKEN, "its header does not fit its length or its record"};
     }
     return deep ? DeepVerdict(*entry.record, path) : Verdict{};
+}
+
+/// A file with something to report.
+struct Find {
+    CacheEntry entry;
+    Verdict verdict;
+};
+
+std::vector<Find> LookAtAll(const CachePlaces& places, bool deep) {
+    std::vector<Find> finds;
+    for (CacheEntry& entry : TakeInventory(places)) {
+        if (Interrupted()) ThrowInterrupted(UNFINISHED);
+        Verdict verdict = VerdictOn(entry, places, deep);
+        if (verdict.list != nullptr) finds.push_back({std::move(entry), std::move(verdict)});
+    }
+    return finds;
+}
+
+using EntryKey = std::tuple<CacheEntry::State, std::string, std::wstring, std::wstring, int, int>;
+
+EntryKey KeyOf(const CacheEntry& entry) {
+    const CacheRecord record = entry.record.value_or(CacheRecord());
+    return {entry.state,        entry.file,       record.mediaPath, record.mediaFingerprint,
+            record.streamIndex, record.sampleRate};
+}
+
+/// Drops the files that another program recorded, replaced or removed since they were listed.
+void DropChanged(const CachePlaces& places, std::vector<Find>& finds) {
+    if (finds.empty()) return;
+    std::set<EntryKey> present;
+    for (const CacheEntry& entry : TakeInventory(places)) present.insert(KeyOf(entry));
+    std::erase_if(finds, [&](const Find& find) { return !present.contains(KeyOf(find.entry)); });
 }
 
 void Report(const CacheEntry& entry, const Verdict& verdict, Outcome& outcome) {
@@ -114,11 +160,9 @@ Outcome CheckCache(const CachePlaces& places, bool deep) {
     if (deep) lists.insert(lists.end(), {&STALE, &NO_CHECKSUM});
     Outcome outcome;
     for (const List* list : lists) outcome.report[list->key] = Json::array();
-    for (const CacheEntry& entry : TakeInventory(places)) {
-        if (Interrupted()) ThrowInterrupted(UNFINISHED);
-        const Verdict verdict = VerdictOn(entry, places, deep);
-        if (verdict.list != nullptr) Report(entry, verdict, outcome);
-    }
+    std::vector<Find> finds = LookAtAll(places, deep);
+    DropChanged(places, finds);
+    for (const Find& find : finds) Report(find.entry, find.verdict, outcome);
     if (outcome.text.empty())
         outcome.text = "every record has its whole file, and every file its record\n";
     const std::string faults = FaultsIn(outcome.report, lists);

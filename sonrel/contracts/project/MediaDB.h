@@ -98,8 +98,8 @@ public:
     /// Registers a file as used now, in place of the file of a record of that key. Every other
     /// connection finds either the old name or the new name.
     ///
-    /// The old file keeps a record, under the fingerprint ReplacedFingerprint and with the last use
-    /// in 1970, so that it is found unused until it is removed.
+    /// The old file keeps a record with its checksum, under the fingerprint ReplacedFingerprint and
+    /// with the last use in 1970, so that it is found unused until it is removed.
     /// @param checksum  of the new file; the record keeps it
     /// @return the cache file name that the record had; empty without a record
     std::wstring ReplaceConformedFile(std::wstring const& mediaPath,

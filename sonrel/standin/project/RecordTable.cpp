@@ -66,6 +66,13 @@ std::string UpdateLastUse(RecordTable::Kind kind) {
     return "UPDATE " + Table(kind) + " SET last_use = " + (hasRate ? "?5" : "?4") + WhereKey(kind);
 }
 
+/// Moves a record with all that it has to another fingerprint, the last parameter.
+std::string UpdateFingerprint(RecordTable::Kind kind) {
+    const std::string fingerprint = kind == RecordTable::Kind::Conformed ? "?5" : "?4";
+    return "UPDATE OR REPLACE " + Table(kind) + " SET media_fingerprint = " + fingerprint +
+           ", last_use = 0" + WhereKey(kind);
+}
+
 /// The name's parameter is the last one; null stands for any name.
 std::string DeleteNamed(RecordTable::Kind kind) {
     const std::string name = kind == RecordTable::Kind::Conformed ? "?5" : "?4";
@@ -102,6 +109,7 @@ RecordTable::RecordTable(SqliteConnection& connection, Kind kind)
       get_(connection, "SELECT cache_filename FROM " + Table(kind) + WhereKey(kind)),
       add_(connection, InsertInto(kind, "INSERT", hasChecksum_)),
       replace_(connection, InsertInto(kind, "REPLACE", hasChecksum_)),
+      retire_(connection, UpdateFingerprint(kind)),
       touch_(connection, UpdateLastUse(kind)),
       remove_(connection, DeleteNamed(kind)),
       findUnused_(connection, SelectUnused(kind)),
@@ -132,12 +140,8 @@ std::wstring RecordTable::Replace(const RecordKey& key, std::wstring const& name
     SqliteTransaction transaction(connection_);
     std::wstring oldName;
     Get(key, &oldName);
+    if (!oldName.empty()) Retire(key, oldFingerprint(oldName));
     Store(replace_, key, name, nowMs, checksum);
-    if (!oldName.empty()) {
-        const std::wstring fingerprint = oldFingerprint(oldName);
-        Store(replace_, {key.mediaPath, fingerprint, key.streamIndex, key.sampleRate}, oldName, 0,
-              {});
-    }
     transaction.Commit();
     lastNames_[Owned(key)] = zrtl::ToUtf8(name);
     return oldName;
@@ -197,6 +201,13 @@ void RecordTable::Bind(SqliteRun* run, const RecordKey& key) const {
     run->Bind(key.mediaFingerprint);
     run->Bind(key.streamIndex);
     if (hasRate_) run->Bind(key.sampleRate);
+}
+
+void RecordTable::Retire(const RecordKey& key, std::wstring const& fingerprint) {
+    SqliteRun run(retire_);
+    Bind(&run, key);
+    run.Bind(fingerprint);
+    run.Step();
 }
 
 void RecordTable::Store(SqliteStatement& statement, const RecordKey& key, std::wstring const& name,

@@ -110,7 +110,7 @@ TEST_F(CacheLedgerTest, AChecksumIsListedWithAllItsBits) {
     EXPECT_EQ(records[2].checksum, std::nullopt);
 }
 
-TEST_F(CacheLedgerTest, AReplacedRecordHasTheChecksumOfTheNewFile) {
+TEST_F(CacheLedgerTest, AReplacedRecordHasTheChecksumOfTheNewFileAndTheOldFileKeepsItsOwn) {
     MediaDB database(path_, L"", true);
     database.AddConformedFile(L"/m/a.wav", L"aa", 0, 44100, L"a.xwmc", 1);
     database.AddPeakFile(L"/m/a.wav", L"aa", 0, L"a.xwpk", 2);
@@ -119,8 +119,17 @@ TEST_F(CacheLedgerTest, AReplacedRecordHasTheChecksumOfTheNewFile) {
     database.ReplacePeakFile(L"/m/a.wav", L"aa", 0, L"b.xwpk");
 
     const std::vector<CacheRecord> records = CacheLedger(path_).Records();
-    EXPECT_EQ(records.at(0).checksum, 3u);
-    EXPECT_EQ(records.at(1).checksum, std::nullopt);
+    ASSERT_EQ(records.size(), 4u);
+    ExpectRecord(records[0], CacheFileKind::Conformed, L"/m/a.wav", L"aa", 0, 44100, L"b.xwmc",
+                 now_);
+    EXPECT_EQ(records[0].checksum, 3u);
+    ExpectRecord(records[1], CacheFileKind::Conformed, L"/m/a.wav", L"replaced a.xwmc", 0, 44100,
+                 L"a.xwmc", 0);
+    EXPECT_EQ(records[1].checksum, 1u);
+    EXPECT_EQ(records[2].cacheFilename, L"b.xwpk");
+    EXPECT_EQ(records[2].checksum, std::nullopt);
+    EXPECT_EQ(records[3].cacheFilename, L"a.xwpk");
+    EXPECT_EQ(records[3].checksum, 2u);
 }
 
 TEST_F(CacheLedgerTest, ADatabaseOfVersion1IsListedWithoutChecksumsAndStaysAsItIs) {

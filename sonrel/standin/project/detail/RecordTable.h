@@ -38,7 +38,7 @@ public:
     void Add(const RecordKey& key, std::wstring const& name, long long nowMs,
              std::optional<std::uint64_t> checksum = {});
     /// Adds a record, or gives an existing record this name, in one write transaction. The old name
-    /// gets a record that was last used in 1970.
+    /// keeps its checksum, in a record that was last used in 1970.
     /// @param oldFingerprint  the fingerprint of that record, from the old name
     /// @return the bare name that the record had; empty without a record
     std::wstring Replace(const RecordKey& key, std::wstring const& name,
@@ -110,6 +110,8 @@ private:
     static OwnedKey Owned(const RecordKey& key);
     bool IsUnused(const RecordKey& key, std::wstring const& name, int days, long long nowMs);
     void Bind(SqliteRun* run, const RecordKey& key) const;
+    /// Moves a record to another fingerprint, as last used in 1970.
+    void Retire(const RecordKey& key, std::wstring const& fingerprint);
     /// Runs add_ or replace_.
     void Store(SqliteStatement& statement, const RecordKey& key, std::wstring const& name,
                long long nowMs, std::optional<std::uint64_t> checksum);
@@ -122,6 +124,7 @@ private:
     SqliteStatement get_;
     SqliteStatement add_;
     SqliteStatement replace_;
+    SqliteStatement retire_;
     SqliteStatement touch_;
     SqliteStatement remove_;
     SqliteStatement findUnused_;
