@@ -22,16 +22,12 @@
 #include "sonrel/standin/media/ConversionObserver.h"
 #include "sonrel/standin/media/InterruptScope.h"
 #include "sonrel/standin/media/MediaInfo.h"
-#include "sonrel/standin/project/CacheLedger.h"
 #include "sonrel/standin/project/DatabaseObserver.h"
 
 namespace orlo::host {
 
 namespace {
 
-using project::CacheFileKind;
-using project::CacheLedger;
-using project::CacheRecord;
 using project::MediaAsset;
 using project::MediaDB;
 namespace helper = sonrel::ConformedAudioFileHelper;
@@ -62,17 +58,6 @@ private:
     Progress& progress_;
     std::atomic<long long> done_{0};
 };
-
-/// The records of one stream at one rate, whatever state of the medium they were made from.
-std::vector<CacheRecord> RecordsOf(const CacheLedger& ledger, const ConformTask& task) {
-    const std::wstring media = WidePath(MediaPath(*task.asset));
-    std::vector<CacheRecord> records = ledger.RecordsOf(CacheFileKind::Conformed, media);
-    std::erase_if(records, [&](const CacheRecord& record) {
-        return record.streamIndex != static_cast<int>(task.asset->AudioStreamIndex()) ||
-               record.sampleRate != task.rate;
-    });
-    return records;
-}
 
 /// Size of the conformed file of a task, as far as the length of its stream is known.
 long long ExpectedBytes(const ConformTask& task) {
@@ -133,7 +118,6 @@ public:
         long long counted = 0;
         bool converting = false;
         std::string diskTrouble;
-        const project::DatabaseObserver database;
         const zrh::media::ConversionObserver observer([&](long long done, long long) {
             if (!converting) {
                 diskTrouble = FolderTrouble(session_.Places().folder, ExpectedBytes(task));
@@ -153,19 +137,32 @@ public:
         if (Interrupted() && task.path.empty()) return;
         if (task.path.empty()) {
             trouble = diskTrouble.empty()
-                          ? FailureReason(session_, task, observer.Failure(), database.Failure())
+                          ? FailureReason(session_, task, observer.Failure(), failures_->Failure())
                           : diskTrouble;
         }
         Finish(task, converting, trouble);
     }
 
 private:
-    void FindOrMake(ConformTask& task, bool* converting) const {
-        task.path = Ask(task);
-        if (!task.path.empty() || Interrupted() || !IsRecorded(task)) return;
-        // Another process was faster. A second look-up finds its record.
-        *converting = false;
-        task.path = Ask(task);
+    /// @param converting  false while only the record was looked up
+    void FindOrMake(ConformTask& task, bool* converting) {
+        for (int attempt = 1; attempt < MAX_RECORD_ATTEMPTS; ++attempt) {
+            *converting = false;
+            Ask(task, helper::CreateConformedAudioFile);
+            const bool wasSlower = task.path.empty() && failures_->WasRecordedElsewhere();
+            if (!wasSlower || Interrupted()) return;
+        }
+        RunForced(task);
+    }
+
+    void RunForced(ConformTask& task) { Ask(task, helper::RemakeConformedAudioFile); }
+
+    template <class Operation>
+    void Ask(ConformTask& task, Operation operation) {
+        failures_.emplace();
+        task.path = zrtl::ToUtf8(
+            operation(task.asset, task.rate, session_.Engine()->MediaCacheFolderPath(),
+                      session_.Engine()->MediaCacheErrorLog(), database_, settings_.allCodecs));
     }
 
     /// Puts the file on the asset's stream.
@@ -184,22 +181,6 @@ private:
         return Attach(task);
     }
 
-    std::string Ask(const ConformTask& task) const {
-        return zrtl::ToUtf8(helper::CreateConformedAudioFile(
-            task.asset, task.rate, session_.Engine()->MediaCacheFolderPath(),
-            session_.Engine()->MediaCacheErrorLog(), database_, settings_.allCodecs));
-    }
-
-    bool IsRecorded(const ConformTask& task) const {
-        return !RecordsOf(CacheLedger(WidePath(session_.Places().database)), task).empty();
-    }
-
-    void RunForced(ConformTask& task) const {
-        task.path = zrtl::ToUtf8(helper::RemakeConformedAudioFile(
-            task.asset, task.rate, session_.Engine()->MediaCacheFolderPath(),
-            session_.Engine()->MediaCacheErrorLog(), database_, settings_.allCodecs));
-    }
-
     /// @param trouble  a clause; empty when the file is made or found and can be read
     static void Finish(ConformTask& task, bool converted, const std::string& trouble) {
         task.status = converted ? ConformTask::Status::Made : ConformTask::Status::Found;
@@ -213,6 +194,7 @@ private:
     const ConformSettings& settings_;
     ConformProgress& progress_;
     std::shared_ptr<MediaDB> database_;
+    std::optional<project::DatabaseObserver> failures_;  // of the last attempt
 };
 
 /// Hands the tasks out to the jobs, and keeps the first exception.

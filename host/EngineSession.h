@@ -40,6 +40,10 @@ private:
     std::shared_ptr<sonrel::Sonrel> engine_;
 };
 
+/// Attempts to find or make a cache file while other programs record their own files first. The
+/// last attempt replaces the record, which no other program can prevent.
+constexpr int MAX_RECORD_ATTEMPTS = 3;
+
 /// What keeps files from being made in a folder, as a clause; empty where nothing does.
 /// @param bytes  what has to fit
 std::string FolderTrouble(const std::string& folder, long long bytes);

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "host/PeakMaking.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <exception>
-#include <filesystem>
 #include <new>
+#include <optional>
 
 #include "host/DatabaseTrouble.h"
 #include "host/Errors.h"
@@ -23,16 +21,12 @@
 #include "sonrel/standin/media/MediaErrors.h"
 #include "sonrel/standin/media/MediaInfo.h"
 #include "sonrel/standin/media/ReadObserver.h"
-#include "sonrel/standin/project/CacheLedger.h"
 #include "sonrel/standin/project/DatabaseObserver.h"
 
 namespace orlo::host {
 
 namespace {
 
-using project::CacheFileKind;
-using project::CacheLedger;
-using project::CacheRecord;
 using project::MediaAsset;
 using project::MediaAudioStream;
 using project::MediaDB;
@@ -120,64 +114,46 @@ public:
           database_(session.Connect()) {}
 
     void Run(PeakTask& task) {
-        const project::DatabaseObserver database;
-        std::string path = Ask(task);
+        std::string path = makesAnew_ ? Remake(task) : FindOrMake(task);
         bool made = makesAnew_ || progress_.WasRead();
-        if (path.empty() && !makesAnew_ && !Interrupted() && IsRecorded(task)) {
-            // Another process was faster. A second look-up finds its record.
-            path = Ask(task);
-            made = progress_.WasRead();
-        }
-        if (!path.empty() && !made && Forget(task, path)) {
-            path = Ask(task);
-            made = progress_.WasRead();
+        if (!path.empty() && !made && IsBroken(path, task)) {
+            path = Remake(task);
+            made = true;
         }
         if (path.empty() && Interrupted()) return;
         if (path.empty()) {
             task.result.error = "cannot make the peak file of " + Quoted(MediaPath(task)) + ": " +
-                                FailureReason(task, database.Failure());
+                                FailureReason(task, failures_->Failure());
         } else {
             task.result = {made ? FileStatus::Made : FileStatus::Found, path, {}};
         }
     }
 
 private:
-    std::string Ask(const PeakTask& task) {
+    std::string FindOrMake(const PeakTask& task) {
+        for (int attempt = 1; attempt < MAX_RECORD_ATTEMPTS; ++attempt) {
+            const std::string path = Ask(task, helper::CreateWaveformPeakFile);
+            const bool wasSlower = path.empty() && failures_->WasRecordedElsewhere();
+            if (!wasSlower || Interrupted()) return path;
+        }
+        return Remake(task);
+    }
+
+    std::string Remake(const PeakTask& task) { return Ask(task, helper::RemakeWaveformPeakFile); }
+
+    template <class Operation>
+    std::string Ask(const PeakTask& task, Operation operation) {
+        failures_.emplace();
         const ReadObserver observer(progress_.Follow());
-        const auto make =
-            makesAnew_ ? &helper::RemakeWaveformPeakFile : &helper::CreateWaveformPeakFile;
-        const std::wstring path = make(task.asset, session_.Engine()->MediaCacheFolderPath(),
-                                       session_.Engine()->MediaCacheErrorLog(), database_, true);
+        const std::wstring path =
+            operation(task.asset, session_.Engine()->MediaCacheFolderPath(),
+                      session_.Engine()->MediaCacheErrorLog(), database_, true);
         readFailure_ = observer.Failure();
         return zrtl::ToUtf8(path);
     }
 
-    std::vector<CacheRecord> RecordsOf(const PeakTask& task) const {
-        const CacheLedger ledger(WidePath(session_.Places().database));
-        std::vector<CacheRecord> records =
-            ledger.RecordsOf(CacheFileKind::Peak, task.asset->Filename());
-        std::erase_if(records, [&](const CacheRecord& record) {
-            return record.streamIndex != static_cast<int>(task.asset->AudioStreamIndex());
-        });
-        return records;
-    }
-
-    bool IsRecorded(const PeakTask& task) const { return !RecordsOf(task).empty(); }
-
-    /// Removes a peak file that was found and is broken, and its record. The connection has read
-    /// the record's name, so that a record that another process made since stays.
-    /// @return whether the file was broken
-    bool Forget(const PeakTask& task, const std::string& path) {
-        if (database_ == nullptr) return false;
-        if (sonrel::CacheFileCheck::IsWholePeakFile(WidePath(path), task.channels)) return false;
-        const std::wstring name = WidePath(std::filesystem::path(path).filename().string());
-        for (const CacheRecord& record : RecordsOf(task)) {
-            if (record.cacheFilename != name) continue;
-            database_->RemovePeakFile(record.mediaPath, record.mediaFingerprint,
-                                      record.streamIndex);
-        }
-        unlink(path.c_str());
-        return true;
+    static bool IsBroken(const std::string& path, const PeakTask& task) {
+        return !sonrel::CacheFileCheck::IsWholePeakFile(WidePath(path), task.channels);
     }
 
     /// @param databaseFailure  why the database did not record the file; may be empty
@@ -197,6 +173,7 @@ private:
     bool makesAnew_;
     std::shared_ptr<MediaDB> database_;
     std::string readFailure_;  ///< of the media file at the last attempt; a clause
+    std::optional<project::DatabaseObserver> failures_;  ///< of the last attempt
 };
 
 PeakFile::CreateMode EngineMode(PeakMode mode) {

@@ -21,7 +21,7 @@ namespace faultfs {
 
 namespace {
 
-enum class Mode { Fail, Short, Torn, Kill, KillAfter, None };
+enum class Mode { Fail, Short, Torn, Kill, KillAfter, None, Stop };
 
 // Plain tables: the first call may come before any constructor of ours has run.
 constexpr std::pair<const char*, Operation> OPERATIONS[] = {
@@ -33,6 +33,7 @@ constexpr std::pair<const char*, Operation> OPERATIONS[] = {
 constexpr std::pair<const char*, Mode> MODES[] = {
     {"fail", Mode::Fail}, {"short", Mode::Short},         {"torn", Mode::Torn},
     {"kill", Mode::Kill}, {"killafter", Mode::KillAfter}, {"none", Mode::None},
+    {"stop", Mode::Stop},
 };
 constexpr std::pair<const char*, int> ERRORS[] = {
     {"EIO", EIO},         {"ENOSPC", ENOSPC}, {"EDQUOT", EDQUOT}, {"EACCES", EACCES},
@@ -207,6 +208,9 @@ Verdict Judge(Operation operation, const std::string& path, long long bytes) {
             Die();
         case Mode::KillAfter:
             return Verdict::ThenDie;
+        case Mode::Stop:
+            ::kill(::getpid(), SIGSTOP);
+            return Verdict::Go;
         case Mode::Short:
             return moves ? Verdict::Half : Verdict::Refuse;
         case Mode::Torn:

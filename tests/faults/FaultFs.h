@@ -27,6 +27,7 @@
 ///                    kill       death before the operation
 ///                    killafter  death right after it
 ///                    none       only count, log and record
+///                    stop       the process stops before the operation, until a SIGCONT
 ///   FAULTFS_QUOTA    bytes that may be written below the folder in all; beyond, writes come short
 ///                    and then fail with ENOSPC
 ///   FAULTFS_LOG      text file: a line for each counted operation, "<n> <class> <HIT|-> <bytes>

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <signal.h>
 #include <stdlib.h>
+#include <sys/wait.h>
 
 #include <string>
 #include <vector>
@@ -31,6 +33,7 @@ struct Fault {
     std::string files;             ///< pattern of their names
     std::string error = "EIO";
     std::string times = "1";  ///< operations from the first one on; "all" for every one
+    std::string mode = "fail";
 };
 
 /// What a disturbed run left.
@@ -39,9 +42,9 @@ struct DisturbedRun {
     bool wasHit = false;  ///< false when the run has fewer operations
 };
 
-/// Runs the program; the operation of the given number fails, counted from 1.
-inline DisturbedRun RunWithFault(const Workshop& shop, const Fault& fault, int number,
-                                 const std::vector<std::string>& arguments) {
+/// Starts the program; the operation of the given number is disturbed, counted from 1.
+inline RunningProgram StartWithFault(const Workshop& shop, const Fault& fault, int number,
+                                     const std::vector<std::string>& arguments) {
     const std::filesystem::path log = shop.Path("operations.txt");
     std::filesystem::remove(log);
     const Variable root("FAULTFS_ROOT", fault.folder);
@@ -50,12 +53,36 @@ inline DisturbedRun RunWithFault(const Workshop& shop, const Fault& fault, int n
     const Variable at("FAULTFS_AT", std::to_string(number));
     const Variable times("FAULTFS_TIMES", fault.times);
     const Variable error("FAULTFS_ERR", fault.error);
+    const Variable mode("FAULTFS_MODE", fault.mode);
     const Variable logged("FAULTFS_LOG", log);
     const Variable shim("LD_PRELOAD", SONREL_FAULTFS);
-    const ProgramResult result = shop.Run(arguments);
+    return shop.Start(arguments);
+}
+
+/// Runs the program; the operation of the given number is disturbed, counted from 1.
+inline DisturbedRun RunWithFault(const Workshop& shop, const Fault& fault, int number,
+                                 const std::vector<std::string>& arguments) {
+    const ProgramResult result = StartWithFault(shop, fault, number, arguments).Wait();
+    const std::filesystem::path log = shop.Path("operations.txt");
     const bool wasHit =
         std::filesystem::exists(log) && ReadFile(log).find(" HIT ") != std::string::npos;
     return {result, wasHit};
+}
+
+/// Waits until a program with a fault of the mode "stop" stops or ends.
+/// @return whether it has stopped
+inline bool WaitForStop(const RunningProgram& program) {
+    siginfo_t info = {};
+    const auto id = static_cast<id_t>(program.Id());
+    // An end is left for RunningProgram::Wait.
+    if (waitid(P_PID, id, &info, WSTOPPED | WEXITED | WNOWAIT) != 0) return false;
+    if (info.si_code != CLD_STOPPED) return false;
+    return waitid(P_PID, id, &info, WSTOPPED) == 0;
+}
+
+/// Lets a stopped program continue.
+inline void Continue(const RunningProgram& program) {
+    kill(program.Id(), SIGCONT);
 }
 
 }  // namespace sonrel_tests

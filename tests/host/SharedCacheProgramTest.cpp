@@ -31,6 +31,10 @@ protected:
         return shop_.Run({"conform", "@a.wav", "--json"}).Json().at("files").at(0).at("path");
     }
 
+    std::string Peaks() {
+        return shop_.Run({"peaks", "@a.wav", "--json"}).Json().at("files").at(0).at("path");
+    }
+
     /// Marks a file of the cache as used by this test.
     std::unique_ptr<CacheFolderUse> Use(const std::filesystem::path& file) {
         const std::wstring folder = zrtl::FromUtf8(shop_.Path("cache").string());
@@ -130,6 +134,48 @@ TEST_F(SharedCacheProgram, ForceKeepsTheOldFileForTheProgramThatUsesIt) {
 
     use.reset();
     EXPECT_EQ(Conform(), forced.at("files").at(0).at("path"));
+    EXPECT_FALSE(std::filesystem::exists(old)) << "the end of any command removes it";
+}
+
+TEST_F(SharedCacheProgram, AReplacedFileThatIsInUseIsNoFaultOfTheCache) {
+    auto conformed = Use(Conform());
+    auto peaks = Use(Peaks());
+    ASSERT_EQ(shop_.Run({"conform", "@a.wav", "--force"}).exitCode, 0);
+    ASSERT_EQ(shop_.Run({"peaks", "@a.wav", "--force"}).exitCode, 0);
+    ASSERT_EQ(CacheFileCount(), 4);
+
+    const ProgramResult check = shop_.Run({"cache", "check", "--deep", "--json"});
+
+    EXPECT_EQ(check.exitCode, 0) << check.err;
+    for (const auto& list : check.Json()) EXPECT_TRUE(list.empty()) << check.out;
+}
+
+TEST_F(SharedCacheProgram, AReplacedFileThatIsInUseAndChangedIsBroken) {
+    const std::string old = Conform();
+    auto use = Use(old);
+    ASSERT_EQ(shop_.Run({"conform", "@a.wav", "--force"}).exitCode, 0);
+    std::string bytes = ReadFile(old);
+    bytes.back() ^= 1;
+    WriteFile(old, bytes);
+
+    const ProgramResult check = shop_.Run({"cache", "check", "--deep", "--json"});
+
+    EXPECT_EQ(check.exitCode, 1);
+    EXPECT_EQ(check.Json().at("broken").size(), 1u);
+}
+
+TEST_F(SharedCacheProgram, ABrokenPeakFileStaysForTheProgramThatUsesIt) {
+    const std::string old = Peaks();
+    std::filesystem::resize_file(old, 25);
+    auto use = Use(old);
+
+    const std::string made = Peaks();
+
+    EXPECT_NE(made, old);
+    EXPECT_TRUE(std::filesystem::exists(old));
+    EXPECT_TRUE(shop_.Run({"cache", "check", "--json"}).Json().at("orphans").empty());
+    use.reset();
+    EXPECT_EQ(Peaks(), made);
     EXPECT_FALSE(std::filesystem::exists(old)) << "the end of any command removes it";
 }
 

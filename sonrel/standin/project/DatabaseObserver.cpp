@@ -17,8 +17,10 @@ DatabaseObserver::~DatabaseObserver() {
     current = outer_;
 }
 
-void DatabaseObserver::NoteFailure(const std::string& text) {
-    if (current != nullptr) current->failure_ = text;
+void DatabaseObserver::NoteFailure(const std::string& text, bool isConflict) {
+    if (current == nullptr) return;
+    current->failure_ = text;
+    current->isConflict_ = isConflict;
 }
 
 }  // namespace orlo::project

@@ -21,12 +21,15 @@ public:
 
     /// The text of the last failure, as MediaDB throws it; empty without a failure.
     const std::string& Failure() const { return failure_; }
+    /// Whether the last failure was the refusal of a record that another connection added first.
+    bool WasRecordedElsewhere() const { return isConflict_; }
     /// Stores a failure with the observer of this thread, if there is one.
-    static void NoteFailure(const std::string& text);
+    static void NoteFailure(const std::string& text, bool isConflict);
 
 private:
     DatabaseObserver* outer_;
     std::string failure_;
+    bool isConflict_ = false;
 };
 
 }  // namespace orlo::project

@@ -140,7 +140,7 @@ std::string SqliteConnection::QueryText(const char* sql) {
 
 void SqliteConnection::Fail(std::string_view reason, int code) const {
     const std::string text = OneLine("The media database " + path_ + ": " + std::string(reason));
-    DatabaseObserver::NoteFailure(text);
+    DatabaseObserver::NoteFailure(text, (code & 0xFF) == SQLITE_CONSTRAINT);
     throw DatabaseError(text, code);
 }
 
