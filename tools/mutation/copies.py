@@ -31,7 +31,7 @@ class Tree:
         self._copy()
         self._run(["cmake", "-S", ".", "-B", str(self.build), "-G", "Ninja",
                    "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS_DEBUG=-O1 -g0",
-                   "-DSONREL_TEST_OPTIMIZATION=-O0", "-DSONREL_WERROR=OFF",
+                   "-DSONREL_TEST_FLAGS=-O0", "-DSONREL_WERROR=OFF",
                    "-DCMAKE_CXX_COMPILER_LAUNCHER=" + (shutil.which("ccache") or "")])
         if self.compile(programs) is not None:
             raise RuntimeError("the unchanged sources do not compile")
