@@ -175,7 +175,7 @@ private:
 
     /// The same, and makes a file that was broken anew once.
     std::string AttachWhole(ConformTask& task) {
-        const std::string trouble = Attach(task);
+        std::string trouble = Attach(task);
         if (trouble.empty() || settings_.force || Interrupted()) return trouble;
         RunForced(task);
         return Attach(task);

@@ -16,8 +16,8 @@ namespace {
 class Utf8Locale {
 public:
     Utf8Locale() {
-        static const locale_t utf8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-        if (utf8 != nullptr) former_ = uselocale(utf8);
+        static const locale_t UTF8 = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+        if (UTF8 != nullptr) former_ = uselocale(UTF8);
     }
     ~Utf8Locale() {
         if (former_ != nullptr) uselocale(former_);

@@ -61,6 +61,8 @@ BinaryFile& BinaryFile::operator=(BinaryFile&& other) noexcept {
 
 bool BinaryFile::Open(int descriptor, const char* mode) {
     if (descriptor < 0) return false;
+    // The C library passes the descriptor to the four functions as a pointer.
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
     stream_ = ::fopencookie(reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor)), mode,
                             {ReadStream, WriteStream, SeekStream, CloseStream});
     if (stream_ == nullptr) {

@@ -30,8 +30,8 @@ struct Registry {
 
 /// Never destroyed: engines may end after the statics of the library.
 Registry& Folders() {
-    static auto* const registry = new Registry;
-    return *registry;
+    static auto& registry = *new Registry;
+    return registry;
 }
 
 bool FindId(const std::string& folder, Id* id) {
