@@ -5,23 +5,34 @@ Works on lines as clang-format leaves them: a binary operator has a space on bot
 brackets, references and pointer declarations are never mistaken for one.
 """
 
+import collections
 import dataclasses
+import hashlib
 import re
 
 
 @dataclasses.dataclass(frozen=True)
 class Mutant:
-    """One changed line of one file. `line` counts from 1."""
+    """One changed line of one file. `line` counts from 1.
+
+    `copy` counts the mutants of the file with the same text before and after, from 0.
+    """
 
     file: str
     line: int
     operator: str
     before: str
     after: str
+    copy: int
 
     def key(self):
-        """What the list of equivalent mutants names it by; survives lines that move."""
+        """Names the mutant in the list of equivalent mutants. Does not depend on the line number."""
         return (self.file, self.before.strip(), self.after.strip())
+
+    def rank(self, seed):
+        """The place of the mutant in the draw. A change elsewhere in the sources does not move it."""
+        text = "\0".join((str(seed), *self.key(), str(self.copy)))
+        return hashlib.sha256(text.encode()).hexdigest()
 
 
 BINARY = {
@@ -49,13 +60,16 @@ def code_lines(text):
 def mutants_of(file, text):
     """All mutants of one source, in the order of its lines."""
     found = []
+    copies = collections.Counter()
     lines, blanked = code_lines(text)
     for index, (line, code) in enumerate(zip(lines, blanked)):
         if not code.strip() or DECLARATION.match(code):
             continue
         for operator, start, end, new in changes(code):
             after = line[:start] + new.format(line[start:end]) + line[end:]
-            found.append(Mutant(file, index + 1, operator, line, after))
+            same = (line.strip(), after.strip())
+            found.append(Mutant(file, index + 1, operator, line, after, copies[same]))
+            copies[same] += 1
     return found
 
 
