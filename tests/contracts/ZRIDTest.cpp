@@ -73,6 +73,24 @@ TEST(ZRID, NewIdentitiesDiffer) {
     EXPECT_EQ(seen.size(), 10000u);
 }
 
+TEST(ZRID, NoByteOfANewIdentityFollowsFromAnother) {
+    // Six bits of a byte are equal in 100 identities with a probability of 2^-600.
+    bool differ[16][16] = {};
+    for (int i = 0; i < 100; ++i) {
+        const ZRID id = ZRID::Create();
+        const auto* bytes = reinterpret_cast<const unsigned char*>(&id);
+        for (int a = 0; a < 16; ++a) {
+            for (int b = 0; b < 16; ++b) {
+                if (((bytes[a] ^ bytes[b]) & 0x3F) != 0) differ[a][b] = true;
+            }
+        }
+    }
+
+    for (int a = 0; a < 16; ++a) {
+        for (int b = 0; b < a; ++b) EXPECT_TRUE(differ[a][b]) << "bytes " << a << " and " << b;
+    }
+}
+
 TEST(ZRID, FieldsAreComparedInTheirOrder) {
     ZRID low;
     ZRID high;

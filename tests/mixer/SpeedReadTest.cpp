@@ -118,6 +118,16 @@ TEST_F(SpeedRead, CountsTheFirstSourceFrameTwiceBetweenFrames) {
     EXPECT_EQ(rendered[5].first, 2486);
 }
 
+TEST_F(SpeedRead, OfASourceOfOneFrameIsFiltered) {
+    const Rendered rendered = Render({10000, -10000}, 0.5, 0, 3);
+
+    // The weights of the one frame at positions 0, 0.5 and 1, as in the test above.
+    ASSERT_EQ(rendered.result, 3);
+    EXPECT_EQ(rendered[0], Frame(9999, -9999));
+    EXPECT_EQ(rendered[1], Frame(12720, -12720));
+    EXPECT_EQ(rendered[2], Frame(0, 0));
+}
+
 TEST_F(SpeedRead, IsUnfilteredWhenTheWantedLengthIsTheCount) {
     // 1000 * 1.0004 is 1000.4, and 2500 * 1.0004 is 2501: the start is scaled all the same.
     const Rendered rendered = Render(Counting(10000), 1.0004, 2500, 1000);

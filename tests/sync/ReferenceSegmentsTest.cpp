@@ -206,6 +206,16 @@ TEST_F(CollectSegments, AnotherNativeRateIsConvertedAndKeptWithinTheRecording) {
     EXPECT_GT(set.segments.back().norms.left, 0.01f);
 }
 
+TEST_F(CollectSegments, ANativeRateOf0GivesASegmentWithoutLengthAtTheBeginning) {
+    Recording recording = Take(3 * RATE, 1, 0, Event(RATE, 2));
+    recording.nativeRate = 0;
+
+    const ReferenceSet set = Collect(recording);
+
+    EXPECT_EQ(PlacesOf(set.segments), (Places{{0, 0}}));
+    EXPECT_EQ(set.segments[0].norms.left, 0.0f);
+}
+
 TEST_F(CollectSegments, SegmentsStandInTheOrderOfTheirBeginnings) {
     Recording recording = Take(10 * RATE, 1, 2400, Event(992, 2));
     AddAt(recording.samples, 8000, Constant(1, 30000, 30000));
