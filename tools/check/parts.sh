@@ -15,6 +15,7 @@ tree_checks() {
     check "Include table" tools/check/check_layers.py
     check "Rules know good from bad" tools/check/check_rules.py --self-test
     check "Rules and their tests" tools/check/check_rules.py
+    check "Coverage knows good from bad" tools/check/check_coverage.py --self-test
     check "Program of the README" tools/check/check_readme.py
 }
 
@@ -114,3 +115,5 @@ build_packages() {
     (cd build/release && cpack -B ../packages >../cpack.log 2>&1) || { cat build/cpack.log; return 1; }
     ls -l build/packages/*.deb
 }
+
+coverage() { check "Coverage" tools/check/check_coverage.py; }
