@@ -365,7 +365,8 @@ TEST(PlaybackCallbacks, ALostDeviceIsNotReportedAndTheRunStays) {
     for (int frame = 0; frame < 3; ++frame) {
         ASSERT_GT(rig.output->AdvanceBuffer(std::chrono::seconds(20)), 0);
     }
-    ASSERT_TRUE(Eventually([&] { return rig.Impl().sourceVoice->GetState().buffersQueued == 49; }));
+    // The worker has taken its last request and waits for room for the 53rd buffer.
+    ASSERT_TRUE(Eventually([&] { return rig.Impl().frameBuffers[2]->endSample == 53 * 320; }));
     observer.calls.clear();
 
     rig.output->StopCallingBack(true);
