@@ -231,9 +231,11 @@ int WaveformPreview::CreateImage(int width, int height, Format format, unsigned 
         PeakFile file;
         BlockRange range{};
         if (const int code = FindBlocks(*impl_, file, &range); code != 0) return code;
+        // A drawing has a column for each point, also for an image without width.
+        const int rows = width > 0 ? height : 0;
         const detail::WaveformLook look{impl_->previewStyle,    impl_->previewScale,
                                         impl_->backgroundColor, impl_->waveformColor,
-                                        PixelFormat(format),    height};
+                                        PixelFormat(format),    rows};
         if (!DrawRange(*impl_, file, range, width, look, &drawing)) return PEAK_FILE_READ_FAILED;
     }
     return CopyImage(Stretch(drawing, width, height), buffer, bufferBytes);

@@ -399,6 +399,22 @@ TEST_F(WaveformResult, SizesWithoutPixelsAreNotDrawn) {
     EXPECT_TRUE(buffer.Untouched());
 }
 
+TEST_F(WaveformResult, AnImageWithoutWidthTakesNoMemory) {
+    GuardedBuffer buffer(100);
+    const auto peakKilobytes = [] {
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+        return usage.ru_maxrss;
+    };
+    const long before = peakKilobytes();
+
+    // One column of so many pixels would take 800 megabytes.
+    EXPECT_EQ(Preview().CreateImage(0, 200000000, Format::ARGB32, buffer.Data(), 100), 0);
+
+    EXPECT_LT(peakKilobytes() - before, 100000);
+    EXPECT_TRUE(buffer.Untouched());
+}
+
 TEST_F(WaveformResult, DamagedFilesGiveOneOfTheResultsAndNoMore) {
     std::mt19937 source(7);
     const std::string whole = PeakBytes(1, Envelope({255, 128, 64, 0}));
