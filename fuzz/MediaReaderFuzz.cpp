@@ -1,37 +1,28 @@
 // SPDX-License-Identifier: MIT
 // A media file through the reader: whatever the bytes are, what was accepted must be readable, have
 // the length that it claims, and give the same samples from any position.
-#include <algorithm>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <memory>
-#include <string>
-#include <vector>
-
-#include <sys/mman.h>
-#include <unistd.h>
-
 extern "C" {
 #include <libavutil/log.h>
 }
 
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <memory>
+#include <vector>
+
+#include "fuzz/Support.h"
 #include "sonrel/contracts/media.h"
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/standin/media/MediaInfo.h"
 
 namespace {
 
+using sonrel_fuzz::Require;
 using zrh::media::ZRAbstractAudioStream;
 using zrh::media::ZRAbstractMediaFile;
 
 /// Damage can make a short file claim a long sound; reading all of it would find nothing more.
-constexpr long long MOST_FRAMES = 300000;
-
-void Require(bool condition, const char* rule) {
-    if (condition) return;
-    std::fprintf(stderr, "broken rule: %s\n", rule);
-    std::abort();
-}
+constexpr long long MAX_FRAMES = 300000;
 
 struct Releaser {
     void operator()(ZRAbstractMediaFile* file) const { zrh::media::ZRMediaFileRelease(file); }
@@ -77,7 +68,7 @@ void CheckStream(ZRAbstractAudioStream& stream, ZRAbstractAudioStream& twin) {
     if (stream.ChannelCount() > 64) return;
 
     const auto bytesPerFrame = static_cast<std::size_t>(bits / 8 * stream.ChannelCount());
-    const long long length = std::min(total, MOST_FRAMES);
+    const long long length = std::min(total, MAX_FRAMES);
     std::vector<char> whole;
     std::vector<char> piece;
     for (long long at = 0; at < length; at += 1000) {
@@ -110,6 +101,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const MediaFilePtr file = OpenPrepared(path);
         const MediaFilePtr twin = OpenPrepared(path);
         Require((file == nullptr) == (twin == nullptr), "the same verdict twice");
+        zrh::media::MediaInfo info;
+        zrh::media::DescribeMedia(path, &info);
         for (std::size_t i = 0; file != nullptr && i < file->Streams().size(); ++i) {
             if (file->Streams()[i]->StreamType() == 0) {
                 CheckStream(*file->Streams()[i], *twin->Streams()[i]);

@@ -1,47 +1,21 @@
 // SPDX-License-Identifier: MIT
-#include <unistd.h>
-
-#include <algorithm>
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
-#include <fstream>
+// Any bytes as a peak file: reads of ranges and steps that the bytes choose, each compared with the
+// reader of single bytes, the check of whole files, and pictures.
 #include <stdexcept>
-#include <string>
 #include <vector>
 
+#include "fuzz/PeakPictures.h"
+#include "fuzz/Support.h"
+#include "sonrel/caches/CacheFileCheck.h"
 #include "sonrel/caches/PeakFile.h"
 #include "tests/support/LiteralPeaks.h"
 
-/// Any bytes as a peak file, and reads of ranges and steps that the bytes choose, each beside the
-/// reader of single bytes.
 namespace {
 
 using orlo::sonrel::PeakFile;
 using orlo::sonrel::literal::PeakReader;
-
-void Require(bool holds) {
-    if (!holds) std::abort();
-}
-
-/// Takes numbers off the end of the input.
-class Choices {
-public:
-    Choices(const std::uint8_t* data, std::size_t size) : data_(data), left_(size) {}
-
-    template <class Number>
-    Number Take() {
-        Number number{};
-        const std::size_t bytes = std::min(sizeof number, left_);
-        left_ -= bytes;
-        if (bytes > 0) std::memcpy(&number, data_ + left_, bytes);
-        return number;
-    }
-
-private:
-    const std::uint8_t* data_;
-    std::size_t left_;
-};
+using sonrel_fuzz::Choices;
+using sonrel_fuzz::Require;
 
 double StepOf(Choices& choices) {
     const auto kind = choices.Take<std::uint8_t>();
@@ -61,11 +35,11 @@ void Compare(bool throws, Read read, ReadLiteral readLiteral) {
     Points expected{1, 2, 3};
     try {
         const PeakFile::Result result = read(points);
-        Require(!throws || result == PeakFile::Result::InvalidArgument);
-        Require(result == readLiteral(expected));
-        Require(points == expected);
+        Require(!throws || result == PeakFile::Result::InvalidArgument, "a reversed range throws");
+        Require(result == readLiteral(expected), "the result of the reader of single bytes");
+        Require(points == expected, "the points of the reader of single bytes");
     } catch (const std::length_error&) {
-        Require(throws);
+        Require(throws, "only a reversed range throws");
     }
 }
 
@@ -86,41 +60,46 @@ void ReadOnce(PeakFile& file, const std::string& path, Choices& choices) {
         [&](auto& points) { return literal.GetRMSAmplitude(first, end, step, points); });
 }
 
+/// The input, or a peak file whose blocks it is, so that the blocks are reached from the start.
+std::string FileBytes(std::string_view data, Choices& choices) {
+    std::string bytes(data);
+    const auto head = choices.Take<std::uint8_t>();
+    if (head >= 192) return bytes;
+    const auto blocks = static_cast<std::uint32_t>(bytes.size() / 3 + 1);
+    const std::uint32_t numbers[3] = {1, 1u + head % 16u,
+                                      head < 128 ? blocks : choices.Take<std::uint32_t>()};
+    bytes.insert(0, reinterpret_cast<const char*>(numbers), sizeof numbers);
+    return "ORLOXWPK" + bytes;
+}
+
+void CheckClosed(PeakFile& file) {
+    Require(file.ChannelCount() == 0 && file.BlockCount() == 0, "no numbers of a refused file");
+    std::vector<signed char> peaks;
+    Require(file.GetChannelPeaks(0, 1, 1.0, peaks) == PeakFile::Result::InvalidArgument,
+            "no peaks of a refused file");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const std::string PATH = [] {
-        std::string name = "/dev/shm/peak-fuzz-XXXXXX";  // in memory
-        const int descriptor = mkstemp(name.data());
-        Require(descriptor >= 0);
-        close(descriptor);
-        return name;
-    }();
-    // The first byte chooses whether the bytes come behind a good head, so that the folds are
-    // reached from the start.
     Choices choices(data, size);
-    const auto head = choices.Take<std::uint8_t>();
-    std::string bytes(reinterpret_cast<const char*>(data), size);
-    if (head < 192) {
-        const std::uint32_t numbers[3] = {
-            1, 1u + head % 16u,
-            head < 128 ? static_cast<std::uint32_t>(size / 3 + 1) : choices.Take<std::uint32_t>()};
-        bytes.insert(0, reinterpret_cast<const char*>(numbers), sizeof numbers);
-        bytes.insert(0, "ORLOXWPK");
-    }
-    std::ofstream(PATH, std::ios::binary | std::ios::trunc)
-        .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    const sonrel_fuzz::InputFile input(FileBytes(sonrel_fuzz::AllBytes(data, size), choices),
+                                       ".xwpk");
+    const bool isWhole = orlo::sonrel::CacheFileCheck::IsWholePeakFile(input.Wide());
+    orlo::sonrel::CacheFileCheck::PeakFileChecksum(input.Wide(), {});
 
     PeakFile file;
-    const bool opened = file.Open(std::wstring(PATH.begin(), PATH.end()));
-    Require(file.SamplesPerBlock() == (opened ? 32 : 0));
+    const bool opened = file.Open(input.Wide());
+    sonrel_fuzz::DrawPictures(input.Wide(), std::max(file.ChannelCount(), 1),
+                              32LL * std::max(file.BlockCount(), 1), choices);
+    Require(file.SamplesPerBlock() == (opened ? 32 : 0), "32 samples in a block");
     if (!opened) {
-        Require(file.ChannelCount() == 0 && file.BlockCount() == 0);
-        std::vector<signed char> peaks;
-        Require(file.GetChannelPeaks(0, 1, 1.0, peaks) == PeakFile::Result::InvalidArgument);
+        CheckClosed(file);
         return 0;
     }
-    Require(file.ChannelCount() >= 1 && file.ChannelCount() <= 16 && file.BlockCount() != 0);
-    for (int i = 0; i < 4; ++i) ReadOnce(file, PATH, choices);
+    Require(file.ChannelCount() >= 1 && file.ChannelCount() <= 16, "1 to 16 channels");
+    Require(file.BlockCount() != 0, "at least one block");
+    Require(!isWhole || file.BlockCount() > 0, "a whole file has its blocks");
+    for (int i = 0; i < 4; ++i) ReadOnce(file, input.Path(), choices);
     return 0;
 }

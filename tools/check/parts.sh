@@ -117,3 +117,12 @@ build_packages() {
 }
 
 coverage() { check "Coverage" tools/check/check_coverage.py; }
+
+fuzz() { fuzzing --inputs 100000; }
+
+# fuzzing --seconds N|--inputs N: of each target.
+fuzzing() {
+    require "Configure the fuzz targets" configure fuzz
+    require "Build the fuzz targets" build fuzz fuzzers
+    check "Fuzzing" fuzz/run "$@"
+}

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "fuzz/Support.h"
+#include "host/otio/TimelineImport.h"
+
+namespace sonrel_fuzz {
+
+/// Mixes a few video frames of a timeline and of one of its nested items. Clips show a short
+/// recording or nothing, whatever media they name.
+void MixSomeOf(orlo::host::otio::TimelineImport& import, Choices& choices);
+
+}  // namespace sonrel_fuzz

@@ -1,0 +1,101 @@
+# SPDX-License-Identifier: MIT
+"""The first inputs of the fuzz targets: small, and the same with every run of the same ffmpeg."""
+
+import pathlib
+import random
+import shutil
+import struct
+
+import seeddatabases
+import seedmedia
+import seedtimelines
+
+HERE = pathlib.Path(__file__).resolve().parent
+
+
+def save(folder, name, content):
+    folder.mkdir(parents=True, exist_ok=True)
+    (folder / name).write_bytes(content)
+
+
+def conformed_files():
+    noise = random.Random(1).randbytes(400)
+    chunk = lambda name, content: name + struct.pack("<I", len(content)) + content
+    form = chunk(b"fmt ", struct.pack("<HHIIHH", 1, 2, 48000, 192000, 4, 16))
+    yield "riff", b"RIFF" + struct.pack("<I", 436) + b"WAVE" + form + chunk(b"data", noise)
+    yield "empty", b"RIFF" + struct.pack("<I", 36) + b"WAVE" + form + chunk(b"data", b"")
+    sizes = struct.pack("<QQQI", 472, 400, 100, 0)
+    yield "rf64", (b"RF64" + b"\xff" * 4 + b"WAVE" + chunk(b"ds64", sizes) + form +
+                   b"data" + b"\xff" * 4 + noise)
+
+
+def peak_files():
+    blocks = random.Random(2)
+    for channels in (1, 2, 16):
+        body = blocks.randbytes(40 * (1 + 2 * channels))
+        head = struct.pack("<III", 1, channels, 40)
+        # The last byte asks for the head as it is.
+        yield f"channels{channels}", b"ORLOXWPK" + head + body[:-1] + b"\xff"
+    for name, version, channels, count in (
+            ("version", 2, 2, 1), ("silent", 1, 0, 1), ("many", 1, 17, 1), ("none", 1, 2, 0),
+            ("long", 1, 2, 0x7FFFFFFF), ("negative", 1, 2, 0xFFFFFFFF)):
+        yield name, b"ORLOXWPK" + struct.pack("<III", version, channels, count) + b"\xff" * 40
+
+
+COMMANDS = (
+    "mix in.otio -o out.wav --seed 2 --allow-missing",
+    "mix in.otio -o out.wav --json --stems stems --meters levels.json --dither triangular",
+    "mix in.otiod -o out.wav --composition nest --fail-on-clip --retime media",
+    "mix in.otio -o in.otio",
+    "mix in.otio -o out.wav --audio-from video --rate 44100 --fps 30 --media-root old=new",
+    "mix tone.wav -o out.wav --from 0.1s --dither none --overwrite",
+    "info in.otio --json --fps 24", "info in.otiod", "info tone.wav --json",
+    "conform in.otio --allow-missing --json", "conform tone.wav tone.wav --force --all-codecs",
+    "peaks tone.wav -o out.xwpk --mode multi", "peaks tone.wav --export out.json --zoom 64",
+    "peaks tone.wav --export out.dat --force --json", "peaks in.otio --allow-missing",
+    "waveform tone.wav -o out.png --size 300x80 --style lanes --scale log --ruler",
+    "waveform tone.wav -o out.svg --style overlaid --format rgb888 --color ff0000 --range 0.1:0.2",
+    "align tone.wav tone.wav --plot out.svg --otio out.otio --json",
+    "align tone.wav in.wav --min-correlation 0.5",
+    "cache ls --db in.db --cache files", "cache du --json", "cache check --db in.db --cache files",
+    "cache check --deep --db in.db --cache files --json",
+    "cache clean --days 0 --orphans --db in.db --cache files",
+    "cache clean --dry-run --db in.db --cache files", "--help", "mix --help", "--version",
+    "mix tone.wav -o out.wav --no-cache-db", "conform tone.wav --no-log --quiet --progress json",
+    "conform tone.wav --keep-days 0 --db in.db")
+MEDIA_COMMANDS = ("info in.media --json", "conform in.media", "peaks in.media --force",
+                  "mix in.media -o out.wav", "waveform in.media -o out.png",
+                  "align tone.wav in.media")
+
+
+def commands(media, databases):
+    for number, line in enumerate(COMMANDS):
+        content = databases[0][1] if "in.db" in line else seedtimelines.short()
+        yield f"{number:02}", line.encode() + b"\n" + content
+    for number, (name, content) in enumerate(media):
+        line = MEDIA_COMMANDS[number % len(MEDIA_COMMANDS)]
+        yield name, line.encode() + b"\n" + content
+
+
+def inputs():
+    """Names and inputs for each target."""
+    media = list(seedmedia.media())
+    databases = list(seeddatabases.databases(HERE.parent))
+    return {"conformed_file": conformed_files(), "peak_file": peak_files(),
+            "otio": seedtimelines.timelines(HERE.parent / "examples"),
+            "media_reader": media, "media_caches": media, "database": databases,
+            "command": commands(media, databases)}
+
+
+def write(folder, targets):
+    """Writes the inputs of targets below a folder, in a folder for each target, and nothing else
+    stays there."""
+    for target, named in inputs().items():
+        if target not in targets:
+            continue
+        shutil.rmtree(folder / target, ignore_errors=True)
+        for name, content in named:
+            save(folder / target, name, content)
+        kept = HERE / "found" / target
+        if kept.is_dir():
+            shutil.copytree(kept, folder / target, dirs_exist_ok=True)

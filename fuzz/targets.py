@@ -1,0 +1,39 @@
+# SPDX-License-Identifier: MIT
+"""The fuzz targets: the longest input, the dictionary, and the sources that parse it."""
+
+import dataclasses
+
+
+@dataclasses.dataclass
+class Settings:
+    longest: int  # bytes
+    dictionary: str
+    parser: tuple  # patterns of sources, from the top of the tree
+    quiet: bool = False  # the target prints on standard output
+
+
+def sources(folder, *names):
+    return tuple(f"{folder}/{name}.cpp" for name in names)
+
+
+PEAKS = sources("sonrel/caches", "CacheFileCheck", "PeakFile", "PeakFolds", "PeakHeader",
+                "WaveformPainter", "WaveformPreview", "WaveformRows")
+DATABASE = sources("sonrel/standin/project", "CacheLedger", "DatabaseSchema", "MediaDB",
+                   "RecordTable", "Sqlite")
+CONFORMED = sources("sonrel/standin/project", "ConformedAudioFile", "ConformedFileCheck",
+                    "ConformedFileFacts", "ConformedFileLayout")
+READER = sources("sonrel/standin/media", "AudioStream", "Demuxer", "FileScan", "InputFile",
+                 "MediaFile", "MediaInfo", "Packet*", "Pcm*", "SampleFormat", "SilenceLimit",
+                 "SpanRule", "StreamFacts", "StreamWalk")
+CACHES = READER + sources("sonrel/standin/media", "AudioConverter", "ConversionFeed",
+                          "ImportMediaAsset", "StereoConverter")
+
+TARGETS = {
+    "conformed_file": Settings(4096, "conformed_file", CONFORMED),
+    "peak_file": Settings(4096, "peak_file", PEAKS),
+    "otio": Settings(65536, "otio", sources("host/otio", "*")),
+    "database": Settings(16384, "database", DATABASE),
+    "media_reader": Settings(8192, "media", READER),
+    "media_caches": Settings(8192, "media", CACHES),
+    "command": Settings(8192, "command", sources("host", "*"), quiet=True),
+}
