@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/standin/media/detail/MapRegistry.h"
 
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <mutex>
@@ -13,8 +15,10 @@ namespace {
 
 /// The place of one file, where readers that open it at the same time meet.
 struct Place {
-    std::mutex making;
-    std::weak_ptr<const FileMap> map;  ///< of those who hold the place, under `making`
+    std::mutex mutex;
+    std::condition_variable turnEnded;
+    bool isTaken = false;              ///< a MakersTurn exists; under `mutex`
+    std::weak_ptr<const FileMap> map;  ///< of those who hold the place, for the MakersTurn
     int holders = 0;                   ///< under `placesMutex`
 };
 
@@ -80,9 +84,43 @@ private:
     Place* place_;
 };
 
+/// The turn to look at the map of a place and to make it. One thread at a time has it.
+class MakersTurn {
+public:
+    /// Waits for the turn.
+    MakersTurn(Place& place, const std::function<bool()>& isInterrupted) : place_(place) {
+        std::unique_lock lock(place_.mutex);
+        const auto isFree = [this] { return !place_.isTaken; };
+        while (!place_.turnEnded.wait_for(lock, ASKING_PERIOD, isFree)) {
+            if (isInterrupted()) return;
+        }
+        place_.isTaken = true;
+        isMine_ = true;
+    }
+    ~MakersTurn() {
+        if (!isMine_) return;
+        {
+            const std::lock_guard lock(place_.mutex);
+            place_.isTaken = false;
+        }
+        place_.turnEnded.notify_one();
+    }
+    MakersTurn(const MakersTurn&) = delete;
+    MakersTurn& operator=(const MakersTurn&) = delete;
+
+    /// False when the wait was interrupted.
+    bool IsMine() const { return isMine_; }
+
+private:
+    static constexpr std::chrono::milliseconds ASKING_PERIOD{50};
+
+    Place& place_;
+    bool isMine_ = false;
+};
+
 }  // namespace
 
-MediaError SharedMapOf(const FileIdentity& identity,
+MediaError SharedMapOf(const FileIdentity& identity, const std::function<bool()>& isInterrupted,
                        const std::function<MediaError(FileMap* map)>& make,
                        std::shared_ptr<const FileMap>* map) {
     // Looked at before the map is made: what a file may still become without showing it is not
@@ -90,7 +128,8 @@ MediaError SharedMapOf(const FileIdentity& identity,
     const bool isSettled = orlo::standin::IsSettled(identity);
     const PlaceHold hold(identity);
     Place& place = *hold;
-    const std::lock_guard lock(place.making);
+    const MakersTurn turn(place, isInterrupted);
+    if (!turn.IsMine()) return MediaError::Cancelled;
     *map = place.map.lock();
     if (*map != nullptr) return MediaError::None;
     auto made = std::make_shared<FileMap>();

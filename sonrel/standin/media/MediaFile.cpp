@@ -61,7 +61,7 @@ int MediaFile::Prepare() {
 MediaError MediaFile::FindMap() {
     if (map_ != nullptr) return MediaError::None;
     const MediaError error = SharedMapOf(
-        state_->file->Identity(),
+        state_->file->Identity(), [this] { return state_->file->IsInterrupted(); },
         [this](FileMap* map) {
             if (demuxer_ == nullptr) {
                 const MediaError opened = Demuxer::Open(state_->file, &demuxer_);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <latch>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -18,6 +19,43 @@ namespace {
 
 constexpr std::int64_t SECOND = 1'000'000'000;
 constexpr std::int64_t NOW = 5000 * SECOND;
+
+/// For threads that nobody interrupts.
+bool NEVER() {
+    return false;
+}
+
+/// A thread that makes the map of a file until it is let go.
+class SlowMaker {
+public:
+    /// Returns when the thread has its turn.
+    explicit SlowMaker(const FileIdentity& file, MediaError outcome = MediaError::None)
+        : thread_([this, file, outcome] {
+              std::shared_ptr<const FileMap> map;
+              SharedMapOf(
+                  file, NEVER,
+                  [&](FileMap*) {
+                      begun_.count_down();
+                      end_.wait();
+                      return outcome;
+                  },
+                  &map);
+          }) {
+        begun_.wait();
+    }
+    ~SlowMaker() { End(); }
+
+    void End() {
+        if (!thread_.joinable()) return;
+        end_.count_down();
+        thread_.join();
+    }
+
+private:
+    std::latch begun_{1};
+    std::latch end_{1};
+    std::thread thread_;
+};
 
 /// Files that no other test knows, at a time that stands still.
 class MapRegistry : public testing::Test {
@@ -39,7 +77,7 @@ protected:
         bool made = false;
         std::shared_ptr<const FileMap> map;
         const MediaError error = SharedMapOf(
-            file,
+            file, NEVER,
             [&](FileMap* into) {
                 made = true;
                 auto stream = std::make_shared<StreamMap>();
@@ -87,8 +125,8 @@ TEST_F(MapRegistry, SharesTheMapOfSuchAFileWhileAReaderHoldsIt) {
     std::shared_ptr<const FileMap> one;
     std::shared_ptr<const FileMap> other;
 
-    ASSERT_EQ(SharedMapOf(file, make, &one), MediaError::None);
-    ASSERT_EQ(SharedMapOf(file, make, &other), MediaError::None);
+    ASSERT_EQ(SharedMapOf(file, NEVER, make, &one), MediaError::None);
+    ASSERT_EQ(SharedMapOf(file, NEVER, make, &other), MediaError::None);
 
     EXPECT_EQ(one, other);
 }
@@ -98,7 +136,7 @@ TEST_F(MapRegistry, KeepsNoMapThatCouldNotBeMade) {
     std::shared_ptr<const FileMap> map;
 
     EXPECT_EQ(SharedMapOf(
-                  file, [](FileMap*) { return MediaError::ReadFailed; }, &map),
+                  file, NEVER, [](FileMap*) { return MediaError::ReadFailed; }, &map),
               MediaError::ReadFailed);
     EXPECT_EQ(map, nullptr);
 
@@ -126,6 +164,53 @@ TEST_F(MapRegistry, KeepsNoMapThatIsTooLargeAlone) {
 
     EXPECT_TRUE(IsMadeFor(file, (1 << 20) + 1));
     EXPECT_TRUE(IsMadeFor(file, (1 << 20) + 1));
+}
+
+TEST_F(MapRegistry, AWaitForAnotherThreadEndsWhenItIsInterrupted) {
+    const FileIdentity file = File(4 * SECOND);
+    SlowMaker maker(file);
+    std::shared_ptr<const FileMap> map;
+    int asked = 0;
+    bool made = false;
+
+    const MediaError error = SharedMapOf(
+        file, [&] { return ++asked == 3; },
+        [&](FileMap*) {
+            made = true;
+            return MediaError::None;
+        },
+        &map);
+
+    EXPECT_EQ(error, MediaError::Cancelled);
+    EXPECT_EQ(asked, 3);
+    EXPECT_FALSE(made);
+    EXPECT_EQ(map, nullptr);
+}
+
+TEST_F(MapRegistry, AnInterruptedWaitLeavesTheMapToTheOthers) {
+    const FileIdentity file = File(4 * SECOND);
+    SlowMaker maker(file);
+    std::shared_ptr<const FileMap> map;
+    const auto make = [](FileMap*) { return MediaError::Undecodable; };
+    ASSERT_EQ(SharedMapOf(
+                  file, [] { return true; }, make, &map),
+              MediaError::Cancelled);
+
+    maker.End();
+
+    EXPECT_EQ(SharedMapOf(file, NEVER, make, &map), MediaError::None);
+}
+
+TEST_F(MapRegistry, AThreadThatWaitedForAFailedMapMakesItItself) {
+    const FileIdentity file = File(4 * SECOND);
+    SlowMaker maker(file, MediaError::Cancelled);
+    std::atomic<bool> made = false;
+    std::thread waiting([&] { made = IsMadeFor(file); });
+
+    maker.End();
+    waiting.join();
+
+    EXPECT_TRUE(made);
 }
 
 TEST_F(MapRegistry, OfThreadsThatAskAtOnceOneMakesTheMap) {

@@ -14,9 +14,10 @@ namespace zrh::media::detail {
 /// that ask for one file at once, one makes the map and the others wait for it.
 ///
 /// Threads: any.
-/// @param make  makes the map; called without any lock that another file needs
-/// @return None with a map, or what @p make returned
-MediaError SharedMapOf(const FileIdentity& identity,
+/// @param isInterrupted  ends the wait for another thread; called every 50 ms while it lasts
+/// @param make           makes the map; called without any lock that another file needs
+/// @return None with a map, Cancelled when the wait was ended, or what @p make returned
+MediaError SharedMapOf(const FileIdentity& identity, const std::function<bool()>& isInterrupted,
                        const std::function<MediaError(FileMap* map)>& make,
                        std::shared_ptr<const FileMap>* map);
 
