@@ -8,6 +8,7 @@
 
 #include "tests/host/ProgramRun.h"
 #include "tests/host/TimelineDocument.h"
+#include "tests/support/AacPackets.h"
 #include "tests/support/MatroskaBytes.h"
 #include "tests/support/WaveBytes.h"
 
@@ -69,6 +70,7 @@ TEST_F(MediaLimitsProgram, EveryCommandStopsWhileItOpensMedia) {
     ExpectStopWhileOpening({"peaks", "@slow.wav"});
     ExpectStopWhileOpening({"waveform", "@slow.wav", "-o", "@out.png"});
     ExpectStopWhileOpening({"align", "@a.wav", "@slow.wav"});
+    ExpectStopWhileOpening({"play", "@slow.wav", "--output", "@out.wav"});
 }
 
 TEST_F(MediaLimitsProgram, ZerosAreRefusedAtOnceHoweverLongTheFile) {
@@ -101,6 +103,26 @@ TEST_F(MediaLimitsProgram, TooMuchSilenceIsRefusedWithBothNumbersByEveryCommand)
                   std::string::npos)
             << result.err;
     }
+}
+
+TEST_F(MediaLimitsProgram, TooMuchSilenceForDamagedPacketsIsRefusedByEveryCommandThatReadsThem) {
+    // 44 seconds, so that a peak file is made by four tasks.
+    WriteFile(shop_.Work("bad.mka"),
+              AacFile({{40, GOOD_PACKET}, {2000, BAD_PACKET}, {40, GOOD_PACKET}}));
+
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"peaks", "@bad.mka"},
+          {"peaks", "@bad.mka", "-o", "@bad.xwpk"},
+          {"peaks", "@bad.mka", "-o", "@bad.xwpk", "--mode", "single"},
+          {"waveform", "@bad.mka", "-o", "@bad.png"},
+          {"conform", "@bad.mka"}}) {
+        const ProgramResult result = shop_.Run(arguments);
+        EXPECT_EQ(result.exitCode, 1) << arguments.front();
+        EXPECT_NE(result.err.find("MB of silence that is not in it, and at most 1."),
+                  std::string::npos)
+            << result.err;
+    }
+    EXPECT_EQ(NamesIn(shop_.Path("work")), std::vector<std::string>{"bad.mka"});
 }
 
 TEST_F(MediaLimitsProgram, PeaksOfMoreChannelsThanFitAreRefusedWithTheirNumber) {

@@ -81,6 +81,10 @@ int AudioStream::GetSamples(long long start, int count, void* buffer, int buffer
         error = Read(start, count, static_cast<std::uint8_t*>(buffer), bufferBytes, &read);
     } catch (const std::bad_alloc&) {
         error = MediaError::OutOfMemory;
+    } catch (const SilenceRefused& refusal) {
+        // Passed on as an exception for the same reason as below.
+        tally_.NoteFailure(refusal.what());
+        throw;
     }
     if (error != MediaError::None) read = 0;
     // A writer of peak files takes an error for silence; an exception ends it.

@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "sonrel/standin/media/ReadObserver.h"
+#include "sonrel/standin/media/detail/SilenceLimit.h"
 #include "sonrel/standin/media/detail/StreamReader.h"
 #include "sonrel/standin/media/detail/StreamWalk.h"
 
@@ -14,6 +16,7 @@ class PacketReader : public StreamReader {
 public:
     PacketReader(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamMap> map)
         : map_(std::move(map)),
+          fileBytes_(file->Size()),
           walk_(std::move(file), map_, WalkMode::Segments),
           converter_(map_->format, map_->view),
           bytesPerFrame_(static_cast<std::size_t>(map_->view.BytesPerSample()) *
@@ -46,11 +49,25 @@ private:
             NoteBroken(packet);
             return false;
         }
+        CountSilence(packet);
         for (const SampleBlock& block : blocks_) converter_.Append(block, &window_);
         const PacketSpan span = map_->packets.SpanOf(packet);
         windowStart_ = map_->leadFrames + span.startFrame;
         windowEnd_ = windowStart_ + span.length;
         return true;
+    }
+
+    /// Before the silence of the packet takes memory. @throws SilenceRefused
+    void CountSilence(std::int64_t packet) const {
+        std::int64_t silent = 0;
+        for (const SampleBlock& block : blocks_) {
+            if (block.planes == nullptr) silent += block.frames;
+        }
+        if (silent == 0) return;
+        const std::int64_t all = map_->leadFrames + map_->silence->Add(packet, silent);
+        if (all > MaxSilentFrames(fileBytes_)) {
+            throw SilenceRefused(SilenceRefusal(all, fileBytes_));
+        }
     }
 
     /// The rest of the segment is given up with its first unreadable packet, so that reading on in
@@ -64,6 +81,7 @@ private:
     }
 
     std::shared_ptr<const StreamMap> map_;
+    std::int64_t fileBytes_;
     StreamWalk walk_;
     ViewConverter converter_;
     std::size_t bytesPerFrame_;

@@ -22,6 +22,13 @@ public:
     ReadFailed() : std::runtime_error("the media file could not be read") {}
 };
 
+/// Thrown by GetSamples of a stream that needs more silence than the limit allows; its text is the
+/// reason with both numbers, as a clause.
+class SONREL_EXPORT SilenceRefused : public std::runtime_error {
+public:
+    explicit SilenceRefused(const std::string& reason) : std::runtime_error(reason) {}
+};
+
 namespace detail {
 class ReadWatch;
 }
@@ -39,7 +46,8 @@ class ReadWatch;
 /// of every watched stream throws ReadFailed, whatever it would have returned, and Failure returns
 /// the reason. A read fails when the system refuses it, when the file has become shorter since it
 /// was opened, and when the samples that its preparation found are not found again. Damage that the
-/// preparation found is no failure and reads as it always does.
+/// preparation found is no failure and reads as it always does, until the silence for it exceeds
+/// its limit: then the stream throws SilenceRefused, the others ReadFailed.
 ///
 /// Of several observers on one thread the one made last watches. They are destroyed in reverse
 /// order, on the thread that made them; from then on nothing is called.

@@ -4,13 +4,17 @@
 
 #include "sonrel/standin/media/ConversionObserver.h"
 #include "sonrel/standin/media/MediaInfo.h"
+#include "sonrel/standin/media/ReadObserver.h"
 #include "tests/standin/media/MediaSupport.h"
+#include "tests/support/AacPackets.h"
 #include "tests/support/MatroskaBytes.h"
 
 using namespace sonrel_tests;
 using zrh::media::ConversionObserver;
 using zrh::media::DescribeMedia;
 using zrh::media::MediaInfo;
+using zrh::media::ReadObserver;
+using zrh::media::SilenceRefused;
 
 namespace {
 
@@ -20,26 +24,8 @@ std::string LateSound(std::uint64_t timeMs, std::size_t fileBytes = 0) {
                         {{2, 0, std::string(16, '\0')}, {1, timeMs, NoiseBytes(200)}}, fileBytes);
 }
 
-/// A packet of AAC in mono that decodes to 1024 frames of zeros.
-const std::string GOOD_PACKET("\0\0\0\x07", 4);
-/// A packet that counts as 1024 frames, as every packet of the stream does, and does not decode: it
-/// names a channel that the stream does not have.
-const std::string BAD_PACKET = "\x0A";
-
-/// A run of equal packets.
-struct Run {
-    int count;
-    const std::string& packet;
-};
-
-std::string Aac(const std::vector<Run>& runs) {
-    std::vector<MatroskaPacket> packets;
-    for (const Run& run : runs) {
-        for (int i = 0; i < run.count; ++i) {
-            packets.push_back({1, 21 * packets.size(), run.packet});
-        }
-    }
-    return MatroskaFile(SoundTrack(1, "A_AAC", 1, "\x11\x88"), packets);
+std::string TooManyBadPackets() {
+    return AacFile({{40, GOOD_PACKET}, {2000, BAD_PACKET}, {40, GOOD_PACKET}});
 }
 
 class SilenceLimit : public testing::Test {
@@ -116,13 +102,13 @@ TEST_F(SilenceLimit, ATimeThatOverflowsIsRefused) {
 }
 
 TEST_F(SilenceLimit, PacketsThatDoNotDecodeCount) {
-    const OpenedMedia media(File(Aac({{1, GOOD_PACKET}, {1000, BAD_PACKET}})));
+    const OpenedMedia media(File(AacFile({{1, GOOD_PACKET}, {1000, BAD_PACKET}})));
 
     EXPECT_EQ(media.PrepareCode(), Code(MediaError::TooMuchSilence));
 }
 
 TEST_F(SilenceLimit, FewPacketsThatDoNotDecodeKeepTheirPlace) {
-    const OpenedMedia media(File(Aac({{1, GOOD_PACKET}, {9, BAD_PACKET}, {1, GOOD_PACKET}})));
+    const OpenedMedia media(File(AacFile({{1, GOOD_PACKET}, {9, BAD_PACKET}, {1, GOOD_PACKET}})));
 
     ASSERT_EQ(media.PrepareCode(), 0);
     EXPECT_EQ(media.Audio()->SampleCount(), 11 * 1024);
@@ -131,17 +117,59 @@ TEST_F(SilenceLimit, FewPacketsThatDoNotDecodeKeepTheirPlace) {
 TEST_F(SilenceLimit, AConversionThatMeetsTooManyBadPacketsStopsWithBothNumbers) {
     std::string reason;
 
-    const int code =
-        Convert(Aac({{40, GOOD_PACKET}, {2000, BAD_PACKET}, {40, GOOD_PACKET}}), &reason);
+    const int code = Convert(TooManyBadPackets(), &reason);
 
     EXPECT_EQ(code, Code(MediaError::TooMuchSilence));
     EXPECT_NE(reason.find("of silence that is not in it, and at most 1."), std::string::npos)
         << reason;
 }
 
+TEST_F(SilenceLimit, AReaderThatMeetsTooManyBadPacketsStopsWithBothNumbers) {
+    const OpenedMedia media(File(TooManyBadPackets()));
+    const ReadObserver observer([](long long) { return true; });
+    const OpenedMedia watched(folder_ / "a.mka");
+
+    EXPECT_THROW(ReadAll(*media.Audio()), SilenceRefused);
+    EXPECT_THROW(ReadAll(*watched.Audio()), SilenceRefused);
+
+    EXPECT_NE(observer.Failure().find("of silence that is not in it, and at most 1."),
+              std::string::npos)
+        << observer.Failure();
+}
+
+TEST_F(SilenceLimit, FramesThatDecodeAreReadBeforeAndAfterTheLimit) {
+    const OpenedMedia media(File(TooManyBadPackets()));
+    const auto stream = media.Audio();
+
+    EXPECT_EQ(ReadRange(*stream, 0, 40 * 1024).size(), 40 * 2048u);
+    EXPECT_THROW(ReadAll(*stream), SilenceRefused);
+    EXPECT_EQ(ReadRange(*stream, 2040 * 1024, 40 * 1024).size(), 40 * 2048u);
+}
+
+TEST_F(SilenceLimit, SilentPacketsThatAreReadOftenCountOnce) {
+    // 250 of 1024 frames are 256000, and at most 262144 and twice the file are put in.
+    const OpenedMedia media(
+        File(AacFile({{40, GOOD_PACKET}, {250, BAD_PACKET}, {40, GOOD_PACKET}})));
+
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(ReadAll(*media.Audio()).size(), 330 * 2048u);
+        EXPECT_EQ(ReadAll(*OpenedMedia(folder_ / "a.mka").Audio()).size(), 330 * 2048u);
+    }
+}
+
+TEST_F(SilenceLimit, ReadersOfPartsAddUpToTheLimit) {
+    // 300 of 1024 frames are 307200, and at most 262144 and twice the file of 13 KB are put in.
+    const OpenedMedia first(
+        File(AacFile({{40, GOOD_PACKET}, {300, BAD_PACKET}, {40, GOOD_PACKET}})));
+    const OpenedMedia second(folder_ / "a.mka");
+
+    EXPECT_EQ(ReadRange(*first.Audio(), 0, 190 * 1024).size(), 190 * 2048u);
+    EXPECT_THROW(ReadRange(*second.Audio(), 190 * 1024, 190 * 1024), SilenceRefused);
+}
+
 TEST_F(SilenceLimit, FramesThatDecodeAreNotLimited) {
     // 1500 * 1024 * 4 bytes are more than 8 times the file and 1 MiB.
-    const std::string bytes = Aac({{1500, GOOD_PACKET}});
+    const std::string bytes = AacFile({{1500, GOOD_PACKET}});
     ASSERT_GT(1500LL * 1024 * 4, 8LL * static_cast<long long>(bytes.size()) + 1048576);
     std::string reason;
 

@@ -32,7 +32,8 @@ public:
     int ChannelCount() const override { return channels_; }
     long long SampleCount() const override { return sampleCount_; }
     /// @throws ReadCancelled when the observer or the interrupt scope of the file asked to stop;
-    ///         ReadFailed when a file of the observer could not be read
+    ///         ReadFailed when a file of the observer could not be read; SilenceRefused when a
+    ///         packet that does not decode exceeds the limit of silence
     int GetSamples(long long start, int count, void* buffer, int bufferBytes,
                    int* samplesRead) override;
 

@@ -59,12 +59,16 @@ public:
         first_ = false;
     }
 
+    /// Makes the watch fail, if there is one.
+    void NoteFailure(const std::string& clause) const {
+        if (watch_ != nullptr) watch_->NoteFailure(clause);
+    }
+
     /// After a read. @param failed  it could not read the samples from @p start on
     /// @throws ReadFailed
     void CheckRead(bool failed, long long start) const {
         if (watch_ == nullptr) return;
-        if (failed)
-            watch_->NoteFailure("its sound cannot be read at sample " + std::to_string(start));
+        if (failed) NoteFailure("its sound cannot be read at sample " + std::to_string(start));
         watch_->CheckFailure();
     }
 

@@ -10,6 +10,7 @@
 #include "sonrel/standin/media/MediaErrors.h"
 #include "sonrel/standin/media/detail/PacketMap.h"
 #include "sonrel/standin/media/detail/SampleFormat.h"
+#include "sonrel/standin/media/detail/SilenceTally.h"
 #include "sonrel/standin/media/detail/SpanRule.h"
 
 namespace zrh::media::detail {
@@ -40,6 +41,8 @@ struct StreamMap {
     std::int64_t totalFrames = 0;
     std::optional<PcmLayout> pcm;
     PacketMap packets;
+    /// Of all readers of the stream: the only part that changes after the map is made.
+    std::shared_ptr<SilenceTally> silence = std::make_shared<SilenceTally>();
 };
 
 /// The audio streams of a file, in file order.

@@ -21,6 +21,7 @@ public:
     /// @param count   frames wanted, above 0, that do not reach beyond totalFrames
     /// @param buffer  room for them
     /// @return the frames delivered, at least one; 0 when the file could not be read
+    /// @throws SilenceRefused when there is too much silence to put in
     virtual int Read(std::int64_t start, int count, std::uint8_t* buffer) = 0;
 };
 
