@@ -44,10 +44,21 @@ MediaError OpenOutput(const std::wstring& path, int rate, std::int64_t largestFr
     }
 }
 
+/// Source frames that give at most about 2^20 frames.
+int FramesInAPiece(int fromRate, int toRate) {
+    constexpr std::int64_t MAX_OUTPUT = 1 << 20;
+    return static_cast<int>(
+        std::clamp<std::int64_t>(MAX_OUTPUT * fromRate / toRate, 1, MAX_OUTPUT));
+}
+
 class Conversion {
 public:
-    Conversion(ConversionFeed* feed, StereoConverter* converter, ConformedFileWriter* writer)
-        : feed_(feed), converter_(converter), writer_(writer) {}
+    Conversion(ConversionFeed* feed, StereoConverter* converter, int rate,
+               ConformedFileWriter* writer)
+        : feed_(feed),
+          converter_(converter),
+          writer_(writer),
+          pieceFrames_(FramesInAPiece(feed->Format().rate, rate)) {}
 
     MediaError Run() {
         std::vector<SampleBlock> blocks;
@@ -59,7 +70,6 @@ public:
             for (const SampleBlock& block : blocks) {
                 const MediaError converted = Take(block);
                 if (converted != MediaError::None) return converted;
-                done_ += block.frames;
             }
         }
         if (!converter_->Flush(&samples_)) return MediaError::Undecodable;
@@ -71,7 +81,8 @@ public:
 
 private:
     bool NotifyIfDue() {
-        if (noticed_ >= 0 && done_ - noticed_ < FRAMES_PER_NOTICE) return true;
+        const long long due = std::min<long long>(FRAMES_PER_NOTICE, pieceFrames_);
+        if (noticed_ >= 0 && done_ - noticed_ < due) return true;
         noticed_ = done_;
         return ConversionObserver::Notify(done_, feed_->TotalFrames());
     }
@@ -82,11 +93,18 @@ private:
             const auto* samples =
                 reinterpret_cast<const std::int16_t*>(block.planes[0]) + 2 * block.offset;
             const bool written = WriteOut() && writer_->Write(samples, block.frames);
+            done_ += block.frames;
             return written ? MediaError::None : MediaError::OutputFailed;
         }
-        if (!converter_->Convert(block, &samples_)) return MediaError::Undecodable;
-        if (samples_.Size() < WRITE_VALUES) return MediaError::None;
-        return WriteOut() ? MediaError::None : MediaError::OutputFailed;
+        for (int at = 0; at < block.frames; at += pieceFrames_) {
+            if (at > 0 && !NotifyIfDue()) return MediaError::Cancelled;
+            const int frames = std::min(pieceFrames_, block.frames - at);
+            const SampleBlock piece{block.planes, block.offset + at, frames};
+            if (!converter_->Convert(piece, &samples_)) return MediaError::Undecodable;
+            if (samples_.Size() >= WRITE_VALUES && !WriteOut()) return MediaError::OutputFailed;
+            done_ += frames;
+        }
+        return MediaError::None;
     }
 
     bool WriteOut() {
@@ -100,6 +118,7 @@ private:
     ConversionFeed* feed_;
     StereoConverter* converter_;
     ConformedFileWriter* writer_;
+    int pieceFrames_;
     SampleBuffer samples_;
     long long done_ = 0;
     long long noticed_ = -1;
@@ -126,7 +145,7 @@ MediaError ConvertStream(const std::shared_ptr<ZRAbstractAudioStream>& stream,
     error = OpenOutput(outputPath, rate,
                        LargestOutput(feed->TotalFrames(), feed->Format().rate, rate), &writer);
     if (error != MediaError::None) return error;
-    error = Conversion(feed.get(), &converter, &writer).Run();
+    error = Conversion(feed.get(), &converter, rate, &writer).Run();
     *reason = feed->Reason();
     *checksum = writer.Checksum();
     return error;

@@ -12,6 +12,7 @@
 
 #include "sonrel/standin/media/ConversionObserver.h"
 #include "tests/standin/media/ConversionSupport.h"
+#include "tests/support/AnotherProcess.h"
 
 using namespace sonrel_tests;
 using zrh::media::ConversionObserver;
@@ -266,6 +267,39 @@ TEST_F(AudioConverter, ObserverHearsOfTheWholeWayInOrder) {
     EXPECT_EQ(done.front(), 0);
     EXPECT_EQ(done.back(), 200000);
     EXPECT_TRUE(std::is_sorted(done.begin(), done.end()));
+}
+
+TEST_F(AudioConverter, ObserverIsAskedForEachMillionFramesThatAHighRateMakes) {
+    // 500 frames at 64 Hz are 6 million at 768000 Hz.
+    const OpenedMedia media(Media(WaveFile(1, 2, 64, 16, NoiseBytes(4 * 500))));
+    int asked = 0;
+    const ConversionObserver observer([&](long long, long long) {
+        ++asked;
+        return true;
+    });
+
+    EXPECT_EQ(Convert(media, "out.xwmc", 768000), 0);
+
+    EXPECT_GE(asked, 6);
+}
+
+TEST_F(AudioConverter, AMuchHigherRateTakesNoMoreMemory) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "sanitizers multiply the memory";
+#endif
+    // 2000 frames of 64 Hz make 96 MB at 768000 Hz.
+    const OpenedMedia media(Media(WaveFile(1, 2, 64, 16, NoiseBytes(4 * 2000))));
+
+    const int megabytes = InAnotherProcess([&] {
+        struct rusage before = {};
+        getrusage(RUSAGE_SELF, &before);
+        if (Convert(media, "out.xwmc", 768000) != 0) return 91;
+        struct rusage after = {};
+        getrusage(RUSAGE_SELF, &after);
+        return static_cast<int>(std::min((after.ru_maxrss - before.ru_maxrss) / 1024, 90L));
+    });
+
+    EXPECT_LE(megabytes, 48);
 }
 
 TEST_F(AudioConverter, ObserverCanCancel) {
