@@ -45,10 +45,9 @@ std::string MediaPath(const PeakTask& task) {
     return zrtl::ToUtf8(task.asset->Filename());
 }
 
-/// An upper limit, as far as the container's word is good. A container may declare any number of
-/// channels.
-long long BytesOf(const PeakTask& task) {
-    const double blocks = static_cast<double>(task.frames) / FRAMES_PER_BLOCK + 1.0;
+/// An upper limit, where @p frames is right. A container may declare any number of channels.
+long long BytesOf(const PeakTask& task, long long frames) {
+    const double blocks = static_cast<double>(frames) / FRAMES_PER_BLOCK + 1.0;
     const double bytes = blocks * (1.0 + 2.0 * task.channels);
     return static_cast<long long>(HEADER_BYTES + std::min(bytes, 1e18));
 }
@@ -74,6 +73,19 @@ std::string SoundTrouble(const PeakTask& task) {
     std::string reason;
     zrh::media::DescribeMedia(WidePath(MediaPath(task)), &info, &reason);
     return reason;
+}
+
+/// The frames of a task's stream, which a container may declare wrong; 0 where it cannot be read.
+long long ExactFrames(const PeakTask& task) {
+    zrh::media::MediaInfo info;
+    zrh::media::DescribeMedia(WidePath(MediaPath(task)), &info);
+    unsigned long long index = task.asset->AudioStreamIndex();
+    for (const zrh::media::MediaStreamInfo& stream : info.streams) {
+        if (stream.kind == zrh::media::MediaStreamKind::Audio && index-- == 0) {
+            return stream.sampleCount;
+        }
+    }
+    return 0;
 }
 
 /// The frames read of one task after the other, as one step of progress.
@@ -143,13 +155,32 @@ private:
 
     template <class Operation>
     std::string Ask(const PeakTask& task, Operation operation) {
+        const std::string path = AskFor(task, task.frames, operation);
+        if (spaceTrouble_.empty() || Interrupted()) return path;
+        const long long frames = ExactFrames(task);
+        return frames == task.frames ? path : AskFor(task, frames, operation);
+    }
+
+    template <class Operation>
+    std::string AskFor(const PeakTask& task, long long frames, Operation operation) {
         failures_.emplace();
-        const ReadObserver observer(progress_.Follow());
+        const ReadObserver observer(FollowFrom(BytesOf(task, frames)));
         const std::wstring path =
             operation(task.asset, session_.Engine()->MediaCacheFolderPath(),
                       session_.Engine()->MediaCacheErrorLog(), database_, true);
         readFailure_ = observer.Failure();
         return zrtl::ToUtf8(path);
+    }
+
+    /// Looks at the free space before the first samples are read.
+    ReadObserver::Function FollowFrom(long long bytes) {
+        spaceTrouble_.clear();
+        return [this, bytes, follow = progress_.Follow()](long long frames) {
+            if (!progress_.WasRead()) {
+                spaceTrouble_ = FolderTrouble(session_.Places().folder, bytes);
+            }
+            return follow(frames) && spaceTrouble_.empty();
+        };
     }
 
     static bool IsBroken(const std::string& path, const PeakTask& task) {
@@ -158,12 +189,14 @@ private:
 
     /// @param databaseFailure  why the database did not record the file; may be empty
     std::string FailureReason(const PeakTask& task, const std::string& databaseFailure) const {
-        std::string trouble = readFailure_;
+        std::string trouble = spaceTrouble_;
+        if (trouble.empty()) trouble = readFailure_;
         if (trouble.empty()) trouble = ChannelTrouble(task);
         if (trouble.empty() && !databaseFailure.empty()) {
             trouble = DatabaseTrouble(session_.Places().database, databaseFailure);
         }
-        if (trouble.empty()) trouble = FolderTrouble(session_.Places().folder, BytesOf(task));
+        if (trouble.empty())
+            trouble = FolderTrouble(session_.Places().folder, BytesOf(task, task.frames));
         if (trouble.empty()) trouble = SoundTrouble(task);
         return trouble.empty() ? "its sound could not be read or recorded" : trouble;
     }
@@ -172,7 +205,8 @@ private:
     ReadProgress& progress_;
     bool makesAnew_;
     std::shared_ptr<MediaDB> database_;
-    std::string readFailure_;  ///< of the media file at the last attempt; a clause
+    std::string spaceTrouble_;  ///< of the cache folder at the last attempt; a clause
+    std::string readFailure_;   ///< of the media file at the last attempt; a clause
     std::optional<project::DatabaseObserver> failures_;  ///< of the last attempt
 };
 
@@ -246,7 +280,7 @@ void WritePeakFile(const PeakTask& task, const PartialFile& output, PeakMode mod
     if (!channels.empty()) {
         throw JobError("cannot make the peak file of " + Quoted(MediaPath(task)) + ": " + channels);
     }
-    output.RequireSpace(BytesOf(task));
+    output.RequireSpace(BytesOf(task, task.frames));
     ReadProgress read({task}, progress);
     int code = 0;
     std::string trouble;
@@ -260,7 +294,7 @@ void WritePeakFile(const PeakTask& task, const PartialFile& output, PeakMode mod
     if (Interrupted()) ThrowInterrupted("nothing was written to " + Quoted(wanted));
     if (IsAboutOutput(code)) ThrowWriteError(output.Label(), 0);
     if (code != 0) {
-        if (trouble.empty()) output.RequireSpace(BytesOf(task));
+        if (trouble.empty()) output.RequireSpace(BytesOf(task, task.frames));
         if (trouble.empty()) trouble = SoundTrouble(task);
         throw JobError("cannot make the peak file of " + Quoted(MediaPath(task)) + ": " +
                        (trouble.empty() ? "its sound cannot be read, or " + Quoted(output.Label()) +

@@ -30,6 +30,7 @@
 ///                    stop       the process stops before the operation, until a SIGCONT
 ///   FAULTFS_QUOTA    bytes that may be written below the folder in all; beyond, writes come short
 ///                    and then fail with ENOSPC
+///   FAULTFS_FREE     bytes that the disk of the folder reports as free
 ///   FAULTFS_LOG      text file: a line for each counted operation, "<n> <class> <HIT|-> <bytes>
 ///                    <path>"
 ///   FAULTFS_JOURNAL  binary file: every change with its data, for powercut.py
