@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <utility>
 
 #include "host/Errors.h"
 #include "host/Outcome.h"
@@ -53,9 +54,11 @@ void ThrowInterrupted(const std::string& unfinished) {
     throw CommandError(ExitCode::Interrupted, InterruptClause(unfinished));
 }
 
-EndOnInterrupt::EndOnInterrupt(const std::string& unfinished, bool json)
+EndOnInterrupt::EndOnInterrupt(const std::string& unfinished, bool json,
+                               std::vector<std::string> halfMade)
     : line_("sonrel: " + InterruptClause(unfinished) + "\n"),
       report_(json ? Json{{"error", InterruptClause(unfinished)}}.dump(2) + "\n" : std::string()),
+      halfMade_(std::move(halfMade)),
       error_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0)) {
     endable = this;
     Handle(SIGINT, HandleSignal);
@@ -72,6 +75,7 @@ EndOnInterrupt::~EndOnInterrupt() {
 
 /// Calls only functions that are safe in a signal handler.
 void EndOnInterrupt::End() const {
+    for (const std::string& file : halfMade_) unlink(file.c_str());
     [[maybe_unused]] ssize_t written = write(STDOUT_FILENO, report_.data(), report_.size());
     written = write(error_, line_.data(), line_.size());
     _exit(static_cast<int>(ExitCode::Interrupted));

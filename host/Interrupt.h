@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace orlo::host {
 
@@ -19,13 +20,15 @@ bool Interrupted();
 [[noreturn]] void ThrowInterrupted(const std::string& unfinished);
 
 /// Lets the first SIGINT or SIGTERM end the program at once while it lives, for a call that may
-/// wait without a limit. Nothing is half-written meanwhile. The exit code and the line are those of
+/// wait without a limit or takes long without asking. The exit code and the line are those of
 /// ThrowInterrupted. One at a time.
 class EndOnInterrupt {
 public:
     /// @param unfinished  as of ThrowInterrupted
     /// @param json        whether the line goes to standard output as JSON too
-    EndOnInterrupt(const std::string& unfinished, bool json);
+    /// @param halfMade    files to remove; an empty name is none
+    EndOnInterrupt(const std::string& unfinished, bool json,
+                   std::vector<std::string> halfMade = {});
     ~EndOnInterrupt();
     EndOnInterrupt(const EndOnInterrupt&) = delete;
     EndOnInterrupt& operator=(const EndOnInterrupt&) = delete;
@@ -36,6 +39,7 @@ private:
 
     const std::string line_;
     const std::string report_;
+    const std::vector<std::string> halfMade_;
     const int error_;  ///< standard error as it is now
 };
 

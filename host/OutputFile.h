@@ -26,6 +26,8 @@ public:
 
     /// The name as it was given.
     const std::string& Path() const { return path_; }
+    /// As of PartialFile.
+    std::string TemporaryName() const { return file_ ? file_->TemporaryName() : std::string(); }
     /// Whether the bytes are gone once they are written: nothing can be replaced.
     bool IsStream() const { return stream_.has_value(); }
 

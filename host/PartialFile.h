@@ -25,6 +25,8 @@ public:
     /// A path that leads to the open file.
     std::string OpenPath() const { return "/proc/self/fd/" + std::to_string(descriptor_); }
     const std::string& Label() const { return label_; }
+    /// The hidden name, for a program that ends without the destructor; empty where there is none.
+    const std::string& TemporaryName() const { return temporary_; }
 
     /// Appends bytes. @throws JobError
     void Write(std::string_view bytes);

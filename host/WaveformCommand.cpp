@@ -46,6 +46,10 @@ public:
     }
 
     const std::string& Path() const { return path_; }
+    /// As of PartialFile.
+    std::string TemporaryName() const {
+        return scratch_ ? scratch_->TemporaryName() : std::string();
+    }
 
 private:
     std::optional<PartialFile> scratch_;
@@ -116,7 +120,14 @@ Outcome RunWaveform(const GlobalOptions& global, const WaveformOptions& options)
     const StreamPeaks peaks(session, task, options.output, progress);
     const PeakSource source = OpenPeakSource(media, peaks.Path(), task.rate, task.frames);
     const StreamRange range = ParseStreamRange(options.range, source.rate, source.samples);
-    output.Write(PictureBytes(source, range, options));
+    std::string picture;
+    {
+        // A large picture takes seconds, in calls that ask nobody.
+        const EndOnInterrupt endable("nothing was written to " + Quoted(options.output),
+                                     global.json, {output.TemporaryName(), peaks.TemporaryName()});
+        picture = PictureBytes(source, range, options);
+    }
+    output.Write(picture);
     if (Interrupted()) ThrowInterrupted("nothing was written to " + Quoted(options.output));
     output.Commit();
 
