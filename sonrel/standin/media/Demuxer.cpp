@@ -5,6 +5,8 @@
 #include <array>
 #include <string_view>
 
+#include "sonrel/standin/media/detail/Mp4Index.h"
+
 namespace zrh::media::detail {
 namespace {
 
@@ -91,8 +93,14 @@ MediaError Demuxer::OpenContext() {
         return MediaError::NotMedia;
     }
     if (IsRefused(*format)) return MediaError::RefusedFormat;
-    const MediaError error = OpenFormat(*format);
+    MediaError error = CheckIndex(*format);
+    if (error == MediaError::None) error = OpenFormat(*format);
     return error == MediaError::None ? FindStreams(*format) : error;
+}
+
+MediaError Demuxer::CheckIndex(const AVInputFormat& format) const {
+    const bool isMp4 = std::string_view(format.name).find("mp4") != std::string_view::npos;
+    return isMp4 ? CheckMp4Index(*file_) : MediaError::None;
 }
 
 MediaError Demuxer::OpenFormat(const AVInputFormat& format) {
@@ -137,9 +145,14 @@ void Demuxer::AllowInARow(std::int64_t bytes) {
     allowedInARow_ = bytes;
 }
 
-bool Demuxer::MayRead() {
+bool Demuxer::MayRead(std::int64_t bytes) {
     if (stop_ == MediaError::None && file_->IsInterrupted()) stop_ = MediaError::Cancelled;
     if (stop_ == MediaError::None && inARow_ >= allowedInARow_) stop_ = MediaError::ProbeLimit;
+    // FFmpeg asks at once for a packet that is larger than its buffer.
+    const std::int64_t atOnce = allowedInARow_ == INT64_MAX
+                                    ? MAX_PICTURE_BYTES
+                                    : std::max(MAX_PICTURE_BYTES, allowedInARow_);
+    if (stop_ == MediaError::None && bytes > atOnce) stop_ = MediaError::ProbeLimit;
     return stop_ == MediaError::None;
 }
 
@@ -180,7 +193,7 @@ bool Demuxer::Read(AVPacket* packet) {
 
 int Demuxer::ReadBytes(void* self, std::uint8_t* buffer, int size) {
     auto* demuxer = static_cast<Demuxer*>(self);
-    if (!demuxer->MayRead()) return AVERROR_EXIT;
+    if (!demuxer->MayRead(size)) return AVERROR_EXIT;
     const std::int64_t got =
         demuxer->file_->ReadAt(demuxer->position_, buffer, static_cast<std::size_t>(size));
     if (got < 0) {

@@ -50,6 +50,7 @@ void CutAtDeclaredEnd(const AVFormatContext& context, const AVStream& stream, St
     if (stream.duration <= 0 || map->packets.PacketCount() == 0) return;
     const std::int64_t end =
         av_rescale_q(stream.duration, stream.time_base, AVRational{1, map->format.rate});
+    if (end < 0) return;  // more than 64 bits hold
     const PacketSpan last = map->packets.SpanOf(map->packets.PacketCount() - 1);
     const std::int64_t surplus = map->packets.EndFrame() - end;
     // Only what the last packet or two were padded with; a larger difference is a duration that

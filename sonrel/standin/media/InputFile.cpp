@@ -14,6 +14,9 @@
 namespace zrh::media::detail {
 namespace {
 
+/// What one system call reads, in which nobody can be asked to stop.
+constexpr std::size_t MAX_CALL_BYTES = 4 << 20;
+
 MediaError ErrorOfErrno(int error) {
     switch (error) {
         case ENOENT:
@@ -80,8 +83,8 @@ std::int64_t InputFile::ReadAt(std::int64_t offset, void* buffer, std::size_t si
     while (done < size) {
         if (IsInterrupted()) return -1;
         const std::int64_t position = offset + static_cast<std::int64_t>(done);
-        const ssize_t got =
-            ::pread(descriptor_, to + done, size - done, static_cast<off_t>(position));
+        const ssize_t got = ::pread(descriptor_, to + done, std::min(size - done, MAX_CALL_BYTES),
+                                    static_cast<off_t>(position));
         if (got < 0 && errno == EINTR) continue;
         if (got < 0 || (got == 0 && position < Size())) NoteFailure(position, got < 0 ? errno : 0);
         if (got < 0) return -1;

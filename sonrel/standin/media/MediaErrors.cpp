@@ -56,6 +56,9 @@ std::string MediaErrorText(int code) {
             return "it would need more silence that is not in it than 8 times its size and 1 MiB";
         case MediaError::TooManyFiles:
             return "too many files are open; allow more (ulimit -n)";
+        case MediaError::IndexTooLarge:
+            return "the index in it is compressed, or has more packets than the file has bytes, or "
+                   "more than 8388608 and 1 for every 64 bytes of the file";
     }
     return "media error " + std::to_string(code);
 }

@@ -34,7 +34,8 @@ enum class MediaError : int {
     TooManyPackets = 21,  ///< more packets than the file has bytes
     ProbeLimit = 22,      ///< too many bytes in a row hold neither sound nor picture
     TooMuchSilence = 23,  ///< more silence to put in than 8 times the file's size and 1 MiB
-    TooManyFiles = 24     ///< the process or the system has no free file descriptor
+    TooManyFiles = 24,    ///< the process or the system has no free file descriptor
+    IndexTooLarge = 25    ///< the index of the container is compressed or too large
 };
 
 /// A clause in plain English for a code, without a full stop: "there is no such file".

@@ -191,9 +191,11 @@ private:
     bool Recognise(std::int64_t index) {
         std::vector<std::int64_t> places;
         std::vector<PacketPtr> seen;
-        for (int i = 0; i < PACKETS_TO_RECOGNISE; ++i) {
+        std::int64_t bytes = 0;
+        for (int i = 0; i < PACKETS_TO_RECOGNISE && bytes <= KEPT_BYTES; ++i) {
             seen.push_back(ReadOne());
             if (seen.back() == nullptr) return false;
+            bytes += seen.back()->size;
             const PacketRecord record = RecordOf(*seen.back());
             NarrowPlaces(record, seen.size() - 1, &places);
             if (places.empty() && seen.size() > 1) {

@@ -7,6 +7,7 @@
 
 #include "sonrel/standin/media/ReadObserver.h"
 #include "tests/standin/media/MediaSupport.h"
+#include "tests/support/MatroskaBytes.h"
 
 using namespace sonrel_tests;
 using zrh::media::InterruptScope;
@@ -140,6 +141,28 @@ TEST_F(InterruptScopeOfMedia, IsAskedForEachPieceOfAFileThatIsSearchedForSound) 
 
     // 16 MB are searched, in pieces of 128 KB.
     EXPECT_GE(asked_, 128);
+}
+
+TEST_F(InterruptScopeOfMedia, IsAskedForEachPieceOfPicturesBetweenSound) {
+    // 5 MB of the pictures are read while the streams are found.
+    std::vector<MatroskaPacket> packets = {{1, 0, NoiseBytes(200)}};
+    for (int i = 0; i < 10; ++i) packets.push_back({2, 40, std::string(1 << 20, '\0')});
+    packets.push_back({2, 800, std::string(40 << 20, '\0')});
+    packets.push_back({1, 1600, NoiseBytes(200)});
+    WriteFile(folder_ / "a.mkv",
+              MatroskaFile(SoundTrack(1, "A_PCM/INT/LIT", 1) + PictureTrack(2), packets));
+    const InterruptScope scope(Asking());
+    ZRAbstractMediaFile* file = nullptr;
+    ASSERT_EQ(zrh::media::ZRMediaFileCreate(folder_.Wide("a.mkv").c_str(), &file,
+                                            ZRMediaReaderType::Default),
+              0);
+    const int before = asked_;
+
+    EXPECT_EQ(file->Prepare(), 0);
+
+    // The last picture is read in pieces of 4 MB.
+    EXPECT_GE(asked_ - before, 10);
+    zrh::media::ZRMediaFileRelease(file);
 }
 
 TEST_F(InterruptScopeOfMedia, IsAskedForEachPacketOfAScan) {

@@ -241,7 +241,7 @@ TEST(MediaFileCreate, ReadingBeforeThePreparationFails) {
 
 TEST(MediaErrors, EveryCodeHasATextOfItsOwn) {
     std::set<std::string> texts;
-    for (int code = 0; code <= Code(MediaError::TooManyFiles); ++code) {
+    for (int code = 0; code <= Code(MediaError::IndexTooLarge); ++code) {
         const std::string text = zrh::media::MediaErrorText(code);
         EXPECT_TRUE(texts.insert(text).second) << code;
         EXPECT_EQ(text.find('\n'), std::string::npos) << code;

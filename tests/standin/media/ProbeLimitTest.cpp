@@ -90,4 +90,20 @@ TEST_F(ProbeLimit, AStreamMayBeAsSparseAsThePicturesBetweenItsPacketsAreLarge) {
     EXPECT_EQ(media.Audio()->SampleCount(), 200);
 }
 
+TEST_F(ProbeLimit, APacketOfMoreThan64MBIsRefused) {
+    const auto prepare = [&](std::size_t pictureBytes) {
+        // The streams are found in the first 5 MB.
+        std::vector<MatroskaPacket> packets = {{1, 0, NoiseBytes(200)}};
+        for (int i = 0; i < 6; ++i) packets.push_back({2, 40, std::string(1 << 20, '\0')});
+        packets.push_back({2, 800, std::string(pictureBytes, '\0')});
+        packets.push_back({1, 1600, NoiseBytes(200)});
+        WriteFile(folder_ / "a.mkv",
+                  MatroskaFile(SoundTrack(1, "A_PCM/INT/LIT", 1) + PictureTrack(2), packets));
+        return OpenedMedia(folder_ / "a.mkv").PrepareCode();
+    };
+
+    EXPECT_EQ(prepare(63 << 20), 0);
+    EXPECT_EQ(prepare(65 << 20), Code(MediaError::ProbeLimit));
+}
+
 }  // namespace

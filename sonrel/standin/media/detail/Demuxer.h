@@ -50,10 +50,12 @@ private:
     static std::int64_t SeekBytes(void* self, std::int64_t offset, int whence);
     static int IsStopped(void* self);
     MediaError OpenContext();
+    MediaError CheckIndex(const AVInputFormat& format) const;
     MediaError OpenFormat(const AVInputFormat& format);
     MediaError FindStreams(const AVInputFormat& format);
     void AllowInARow(std::int64_t bytes);
-    bool MayRead();
+    /// @param bytes  how many are asked for at once
+    bool MayRead(std::int64_t bytes = 0);
     bool ReadsEveryStream() const;
 
     std::shared_ptr<const InputFile> file_;
