@@ -107,6 +107,7 @@ MediaError Demuxer::OpenFormat(const AVInputFormat& format) {
     const char* name = file_->Path().c_str();
     context_ = avformat_alloc_context();
     if (context_ == nullptr) return MediaError::OutOfMemory;
+    readsAllPackets_ = std::string_view(format.name) == "ogg";
     context_->pb = io_;
     context_->flags |= AVFMT_FLAG_CUSTOM_IO;
     context_->io_open = &RefuseOpen;
@@ -170,9 +171,22 @@ bool Demuxer::ReadsEveryStream() const {
     return true;
 }
 
-bool Demuxer::Read(AVPacket* packet) {
+std::int64_t Demuxer::BytesToNextPacket() const {
     // Any number of bytes of other streams may be passed over between two packets.
-    AllowInARow(ReadsEveryStream() ? MAX_PACKET_BYTES : INT64_MAX);
+    if (!ReadsEveryStream()) return INT64_MAX;
+    const bool leavesOut = std::any_of(leftOut_.begin(), leftOut_.end(),
+                                       [](const auto& stream) { return stream.second; });
+    return leavesOut ? MAX_PICTURE_BYTES : MAX_PACKET_BYTES;
+}
+
+bool Demuxer::IsLeftOut(const AVPacket& packet) const {
+    const auto found = leftOut_.find(static_cast<unsigned int>(packet.stream_index));
+    return found != leftOut_.end() && found->second;
+}
+
+bool Demuxer::Read(AVPacket* packet) {
+    const std::int64_t bytes = BytesToNextPacket();
+    AllowInARow(bytes);
     // A container may answer "again" or give an empty packet between two good ones; one that does
     // nothing else has ended.
     for (int idle = 0; idle < 10000; ++idle) {
@@ -184,9 +198,12 @@ bool Demuxer::Read(AVPacket* packet) {
         }
         if (result == AVERROR(EAGAIN)) continue;
         if (result < 0) return false;
-        const auto index = static_cast<unsigned int>(packet->stream_index);
-        if (packet->size > 0 && context_->streams[index]->discard != AVDISCARD_ALL) return true;
+        const bool isEmpty = packet->size == 0;
+        if (!isEmpty && !IsLeftOut(*packet)) return true;
         av_packet_unref(packet);
+        if (isEmpty) continue;
+        AllowInARow(bytes);
+        idle = 0;
     }
     return false;
 }

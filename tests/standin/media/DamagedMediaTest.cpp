@@ -120,3 +120,44 @@ TEST(ChangedMedia, FileThatChangedIsMappedAnew) {
     EXPECT_EQ(first.Audio()->SampleCount(), 100);
     EXPECT_EQ(second.Audio()->SampleCount(), 60);
 }
+
+namespace {
+
+/// The checksum of a page of Ogg.
+std::uint32_t ChecksumOf(const std::string& page) {
+    std::uint32_t sum = 0;
+    for (const char byte : page) {
+        sum ^= static_cast<std::uint32_t>(static_cast<unsigned char>(byte)) << 24;
+        for (int bit = 0; bit < 8; ++bit) sum = sum << 1 ^ ((sum >> 31) != 0 ? 0x04C11DB7u : 0);
+    }
+    return sum;
+}
+
+/// A page of 65025 bytes in the middle of a packet of the stream that a header begins.
+std::string PageWithin(const std::string& file, std::size_t header) {
+    const std::string stream = file.substr(file.rfind("OggS", header) + 14, 4);
+    const std::string front = std::string("OggS\0\1", 6) + std::string(8, '\xFF') + stream;
+    const std::string back = std::string(1, '\xFF') + std::string(255, '\xFF');
+    const std::string sound = std::string(255 * 255, '\0');
+    const std::string number(4, '\0');
+    const std::string sum =
+        Little(ChecksumOf(front + number + std::string(4, '\0') + back + sound), 4);
+    return front + number + sum + back + sound;
+}
+
+}  // namespace
+
+TEST(DamagedOgg, APacketOfPicturesHasAtMost64MB) {
+    const TemporaryFolder folder;
+    const std::string good = ReadFile(CodecMedia("picture.ogv"));
+    const std::string page = PageWithin(good, good.find("\x80theora"));
+    const auto prepare = [&](int pages) {
+        std::string bytes = good;
+        for (int i = 0; i < pages; ++i) bytes += page;
+        WriteFile(folder / "a.ogv", bytes);
+        return OpenedMedia(folder / "a.ogv").PrepareCode();
+    };
+
+    EXPECT_EQ(prepare(900), 0);
+    EXPECT_EQ(prepare(1100), Code(MediaError::ProbeLimit));
+}

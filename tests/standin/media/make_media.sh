@@ -40,6 +40,8 @@ run -itsoffset 0.5 -i source.wav -t 4 -c:a pcm_s16le latealone.mka
 # Two audio streams behind a picture.
 run -i picture.avi -i source.wav -i speech.wav -t 4 -map 0:v -map 1:a -map 2:a -c:v copy -c:a flac two.mkv
 run -i picture.avi -map 0:v -c copy silent.mp4
+# Pictures in a container that gathers every packet.
+run -i picture.avi -i source.wav -t 1 -map 0:v -map 1:a -c:v libtheora -c:a libvorbis picture.ogv
 # A cover beside the sound.
 run -f lavfi -i color=red:s=16x16:d=1 -frames:v 1 cover.png
 run -i source.wav -i cover.png -t 2 -map 0:a -map 1:v -c:a flac -c:v copy -disposition:v attached_pic cover.flac

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 
 #include "sonrel/standin/media/detail/Ffmpeg.h"
@@ -26,12 +27,14 @@ public:
     AVFormatContext* Context() const { return context_; }
     AVStream* Stream(int index) const { return context_->streams[index]; }
 
-    /// Lets the container leave out every stream but those for which @p wanted says yes.
+    /// Leaves out every stream but those for which @p wanted says yes.
     template <typename Wanted>
     void SelectStreams(Wanted wanted) {
         for (unsigned int i = 0; i < context_->nb_streams; ++i) {
+            const bool isLeftOut = !wanted(static_cast<int>(i));
+            leftOut_[i] = isLeftOut;
             context_->streams[i]->discard =
-                wanted(static_cast<int>(i)) ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+                isLeftOut && !readsAllPackets_ ? AVDISCARD_ALL : AVDISCARD_DEFAULT;
         }
     }
 
@@ -54,6 +57,8 @@ private:
     MediaError OpenFormat(const AVInputFormat& format);
     MediaError FindStreams(const AVInputFormat& format);
     void AllowInARow(std::int64_t bytes);
+    std::int64_t BytesToNextPacket() const;
+    bool IsLeftOut(const AVPacket& packet) const;
     /// @param bytes  how many are asked for at once
     bool MayRead(std::int64_t bytes = 0);
     bool ReadsEveryStream() const;
@@ -66,6 +71,10 @@ private:
     /// Bytes that were read without a seek, and how many may be.
     std::int64_t inARow_ = 0;
     std::int64_t allowedInARow_ = INT64_MAX;
+    /// The format gathers a packet of any length before it leaves it out: its packets are left out
+    /// here instead, so that the length of each can be limited.
+    bool readsAllPackets_ = false;
+    std::map<unsigned int, bool> leftOut_;  ///< by index; only of selected streams
     AVIOContext* io_ = nullptr;
     AVFormatContext* context_ = nullptr;
 };
