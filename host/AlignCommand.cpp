@@ -195,7 +195,7 @@ public:
     }
 
     Outcome Finish() {
-        if (!options_.otio.empty() && list_.front().error.empty()) {
+        if (!options_.otio.empty() && errors_ < list_.size() - 1) {
             WriteWholeFile(options_.otio, guard_, SyncedTimeline(synced_, grid_.rate, grid_.fps));
         }
         if (errors_ > 1) {

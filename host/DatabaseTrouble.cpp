@@ -96,6 +96,13 @@ std::string DatabaseTrouble(const std::string& database, const std::string& reas
         return subject + "its disk is full; make room, or give another with --db";
     }
     if (Contains(words, "has recorded the file")) return subject + OneLine(words) + "; try again";
+    if (IsAboutAccess(words)) {
+        return subject + OneLine(words) +
+               "; it and its folder must exist and be writable, or give another with --db";
+    }
+    if (Contains(words, "disk I/O error")) {
+        return subject + OneLine(words) + "; check its disk, or give another with --db";
+    }
     return subject + OneLine(words) + "; move it away, or give another with --db";
 }
 

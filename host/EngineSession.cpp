@@ -99,7 +99,8 @@ EngineSession::EngineSession(const GlobalOptions& options) : places_(CachePlaces
         options.noLog ? Sonrel::LogOption::NoErrorLog : Sonrel::LogOption::WriteErrorLog);
     if (engine_ == nullptr) {
         // The engine makes the folder before it looks at the database.
-        if (!places_.folder.empty() && !fs::is_directory(places_.folder)) {
+        std::error_code ignored;
+        if (!places_.folder.empty() && !fs::is_directory(places_.folder, ignored)) {
             throw JobError("cannot make the cache folder " + Quoted(places_.folder) +
                            (IsOnReadOnlyFileSystem(places_.folder)
                                 ? ": it is on a read-only file system; give another with --cache"

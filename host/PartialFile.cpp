@@ -79,9 +79,10 @@ void PartialFile::OpenTemporary() {
 
 void PartialFile::GiveTemporaryName() {
     const std::string name = RandomName(name_);
-    if (linkat(AT_FDCWD, OpenPath().c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) != 0) {
-        ThrowWriteError(label_, errno);
-    }
+    const int result = Retry([&] {
+        return linkat(AT_FDCWD, OpenPath().c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW);
+    });
+    if (result != 0) ThrowWriteError(label_, errno);
     temporary_ = name;
 }
 
@@ -129,9 +130,12 @@ void PartialFile::Sync() const {
     if (Retry([&] { return fsync(descriptor_); }) != 0) ThrowWriteError(label_, errno);
 }
 
-/// Where close fails, the descriptor is closed all the same.
+/// Where close fails, the descriptor is closed all the same. The bytes are synced, so that an
+/// interruption loses nothing.
 void PartialFile::Close() {
-    if (close(std::exchange(descriptor_, -1)) != 0) ThrowWriteError(label_, errno);
+    if (close(std::exchange(descriptor_, -1)) != 0 && errno != EINTR) {
+        ThrowWriteError(label_, errno);
+    }
 }
 
 bool PartialFile::Rename(const std::string& target, bool mustBeFree) const {
@@ -155,9 +159,11 @@ bool PartialFile::MoveTo(const std::string& target, bool mustBeFree) {
     }
     if (!Rename(target, mustBeFree)) return false;
     temporary_.clear();
-    const int folder = open(FolderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const int folder =
+        Retry([&] { return open(FolderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
     // A folder that may not be read cannot be synced.
-    if (folder < 0) return true;
+    if (folder < 0 && errno == EACCES) return true;
+    if (folder < 0) ThrowWriteError(label_, errno);
     const int error = Retry([&] { return fsync(folder); }) == 0 ? 0 : errno;
     close(folder);
     if (error != 0 && error != EINVAL) ThrowWriteError(label_, error);

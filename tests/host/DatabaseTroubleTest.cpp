@@ -74,6 +74,22 @@ TEST_F(DatabaseTroubleText, AFullDiskIsNotAReasonToMoveTheDatabaseAway) {
                   "': its disk is full; make room, or give another with --db");
 }
 
+TEST_F(DatabaseTroubleText, AFailingDiskIsNotAReasonToMoveTheDatabaseAway) {
+    EXPECT_EQ(DatabaseTrouble(database_, "The media database " + database_ + ": disk I/O error"),
+              "cannot use the media database '" + database_ +
+                  "': disk I/O error; check its disk, or give another with --db");
+}
+
+TEST_F(DatabaseTroubleText, ADatabaseThatCannotBeOpenedOrWrittenIsNotToBeMovedAway) {
+    for (const std::string words :
+         {"unable to open database file", "attempt to write a readonly database",
+          "the file cannot be written"}) {
+        EXPECT_EQ(DatabaseTrouble(database_, "The media database " + database_ + ": " + words),
+                  "cannot use the media database '" + database_ + "': " + words +
+                      "; it and its folder must exist and be writable, or give another with --db");
+    }
+}
+
 TEST_F(DatabaseTroubleText, ADamagedDatabaseIsToBeMovedAway) {
     EXPECT_EQ(
         DatabaseTrouble(database_, "The media database " + database_ + ": file is not a database"),

@@ -91,7 +91,7 @@ protected:
         const fs::path log = shop_.Path("operations.txt");
         fs::remove(log);
         const Variable root("FAULTFS_ROOT", Folder());
-        const Variable operations("FAULTFS_OPS", "create,write,fsync,rename,close");
+        const Variable operations("FAULTFS_OPS", "create,open,write,fsync,rename,close");
         const Variable at("FAULTFS_AT", std::to_string(operation));
         const Variable how("FAULTFS_MODE", mode);
         const Variable code("FAULTFS_ERR", error);
@@ -125,9 +125,18 @@ TEST_P(OutputFaults, AFailedOperationIsReportedAndLeavesEveryOutputNewOrOld) {
         EXPECT_EQ(result_.exitCode, 1) << hit_;
         EXPECT_TRUE(result_.HasOneErrorLine()) << hit_ << ": " << result_.err;
     }
-    // One output takes seven: make, write, sync, link, close, rename, sync of the folder.
-    EXPECT_GT(operation, 7);
+    // One output takes eight: make, write, sync, link, close, rename, open and sync of the folder.
+    EXPECT_GT(operation, 8);
     EXPECT_EQ(Files(), whole_);
+}
+
+TEST_P(OutputFaults, AnInterruptedOperationIsNotAFailure) {
+    for (int operation = 1; WriteOldFiles(), RunDisturbed(operation, "fail", "EINTR");
+         ++operation) {
+        if (hit_.find(" rename ") != std::string::npos) continue;
+        EXPECT_EQ(Files(), whole_) << hit_ << ": " << result_.err;
+        EXPECT_NE(result_.exitCode, 1) << hit_;
+    }
 }
 
 TEST_P(OutputFaults, AShortWriteIsContinued) {

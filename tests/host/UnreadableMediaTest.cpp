@@ -132,9 +132,21 @@ TEST_F(UnreadableMedia, AReadErrorFailsTheMixOfAMediaFile) {
 }
 
 TEST_F(UnreadableMedia, AReadErrorFailsAnAlignment) {
-    EXPECT_GT(Sweep(OfConformedFiles("read", "EIO", "1"),
-                    {"align", "@m0.wav", "@m1.wav", "--plot", "@out/plot.svg"}),
-              2);
+    EXPECT_GT(
+        Sweep(OfConformedFiles("read", "EIO", "1"), {"align", "@m0.wav", "@m1.wav", "--plot",
+                                                     "@out/plot.svg", "--otio", "@out/sync.otio"}),
+        0);
+}
+
+TEST_F(UnreadableMedia, ACacheFolderThatMayNotBeExaminedIsNamed) {
+    ASSERT_EQ(shop_.Run({"conform", "@m0.wav"}).exitCode, 0);
+    const Fault fault{shop_.Path("cache").parent_path(), "stat", "cache", "EACCES", "all"};
+
+    const DisturbedRun run = RunWithFault(shop_, fault, 1, {"conform", "@m0.wav"});
+
+    EXPECT_EQ(run.result.exitCode, 1);
+    EXPECT_TRUE(run.result.HasOneErrorLine()) << run.result.err;
+    EXPECT_THAT(run.result.err, HasSubstr("'" + shop_.Path("cache").string() + "'"));
 }
 
 TEST_F(UnreadableMedia, TheErrorNamesTheMediaFileAndTheFirstTimecode) {
