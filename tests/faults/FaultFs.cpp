@@ -21,7 +21,7 @@ namespace faultfs {
 
 namespace {
 
-enum class Mode { Fail, Short, Torn, Kill, KillAfter, None, Stop };
+enum class Mode { Fail, Short, Torn, Kill, KillAfter, Storm, None, Stop };
 
 // Plain tables: the first call may come before any constructor of ours has run.
 constexpr std::pair<const char*, Operation> OPERATIONS[] = {
@@ -32,8 +32,8 @@ constexpr std::pair<const char*, Operation> OPERATIONS[] = {
 };
 constexpr std::pair<const char*, Mode> MODES[] = {
     {"fail", Mode::Fail}, {"short", Mode::Short},         {"torn", Mode::Torn},
-    {"kill", Mode::Kill}, {"killafter", Mode::KillAfter}, {"none", Mode::None},
-    {"stop", Mode::Stop},
+    {"kill", Mode::Kill}, {"killafter", Mode::KillAfter}, {"storm", Mode::Storm},
+    {"none", Mode::None}, {"stop", Mode::Stop},
 };
 constexpr std::pair<const char*, int> ERRORS[] = {
     {"EIO", EIO},         {"ENOSPC", ENOSPC}, {"EDQUOT", EDQUOT}, {"EACCES", EACCES},
@@ -61,6 +61,9 @@ int OpenForAppending(const char* variable) {
     return static_cast<int>(
         ::syscall(SYS_openat, AT_FDCWD, path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644));
 }
+
+/// Failures of one operation in a storm.
+constexpr long long STORM_FAILURES = 3;
 
 unsigned Bit(Operation operation) {
     return 1u << static_cast<unsigned>(operation);
@@ -147,12 +150,19 @@ const char* NameOf(Operation operation) {
     return "?";
 }
 
+/// Whether the operation of that number is to be disturbed.
+bool IsHit(const State& state, long long number) {
+    if (state.mode == Mode::None || state.at <= 0 || number < state.at) return false;
+    if (state.mode == Mode::Storm)
+        return (number - state.at) % (STORM_FAILURES + 1) < STORM_FAILURES;
+    return number - state.at < state.times;
+}
+
 /// @return whether this is an operation to disturb
 bool Count(State& state, Operation operation, const std::string& path, long long bytes) {
     const std::lock_guard<std::mutex> guard(state.mutex);
     const long long number = ++state.counted;
-    const bool hit = state.mode != Mode::None && state.at > 0 && number >= state.at &&
-                     number - state.at < state.times;
+    const bool hit = IsHit(state, number);
     if (state.log >= 0) {
         std::ostringstream line;
         line << number << ' ' << NameOf(operation) << (hit ? " HIT " : " - ") << bytes << ' '

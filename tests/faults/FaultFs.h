@@ -26,6 +26,7 @@
 ///                    torn       half a write, then death; other classes fail
 ///                    kill       death before the operation
 ///                    killafter  death right after it
+///                    storm      each operation fails three times, then goes through
 ///                    none       only count, log and record
 ///                    stop       the process stops before the operation, until a SIGCONT
 ///   FAULTFS_QUOTA    bytes that may be written below the folder in all; beyond, writes come short

@@ -11,6 +11,8 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
+#include <string_view>
 
 #include "tests/faults/FaultFs.h"
 
@@ -130,6 +132,15 @@ int Rename(int fromFolder, const char* from, int toFolder, const char* to, unsig
     });
 }
 
+/// The watched path of a file that is named by its path or, without one, by its open descriptor.
+std::string NameOf(int folder, const char* path) {
+    constexpr std::string_view DESCRIPTORS = "/proc/self/fd/";
+    if (std::string_view(path).substr(0, DESCRIPTORS.size()) == DESCRIPTORS) {
+        return PathOf(std::atoi(path + DESCRIPTORS.size())).value_or(path);
+    }
+    return Watched(folder, path).value_or(path);
+}
+
 int Link(int fromFolder, const char* from, int toFolder, const char* to, int flags) {
     const auto call = [&] {
         return static_cast<int>(::syscall(SYS_linkat, fromFolder, from, toFolder, to, flags));
@@ -138,9 +149,7 @@ int Link(int fromFolder, const char* from, int toFolder, const char* to, int fla
     if (!second) return call();
     return Simple(Operation::Create, *second, [&] {
         const int result = call();
-        if (result == 0) {
-            WriteRecord(Record::Link, Watched(fromFolder, from).value_or(from), *second);
-        }
+        if (result == 0) WriteRecord(Record::Link, NameOf(fromFolder, from), *second);
         return result;
     });
 }
@@ -227,8 +236,8 @@ ssize_t Write(int descriptor, const void* buffer, std::size_t size, off64_t at) 
     if (!path) return RealWrite(descriptor, buffer, size, at);
     const Verdict verdict = Judge(Operation::Write, *path, static_cast<long long>(size));
     if (verdict == Verdict::Refuse) return Refused<ssize_t>(-1);
-    if (verdict == Verdict::Half || verdict == Verdict::HalfThenDie) size /= 2;
-    if (verdict == Verdict::Half && size == 0) return Refused<ssize_t>(-1);
+    if (verdict == Verdict::Half && size > 1) size /= 2;
+    if (verdict == Verdict::HalfThenDie) size /= 2;
     const auto room = TakeFromQuota(size);
     if (!room) {
         errno = ENOSPC;

@@ -1,46 +1,64 @@
-#!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 """Looks at a cache folder and its database from outside: no record may lead to half a file.
 
-    checkcache.py DATABASE CACHE [--reference DATABASE CACHE] [--no-orphans] [--records N]
-
-Each recorded conformed file that is there must be a whole WAVE file, each recorded peak file a whole
-one of its kind, and where the reference has a record of the same key they hold the reference's bytes. A record without its file is stale: the next
-lookup repairs it. A file without a record is an orphan; --no-orphans forbids them. --records asks
-for at least so many records with their file. Prints one JSON object; returns 1 when something is
-wrong.
+Each recorded conformed file that exists must be a whole WAVE file, each recorded peak file a whole
+peak file, and where the reference has a record of the same key both must have the same bytes. A
+record without its file is stale: the next look-up repairs it. A file without a record is an orphan.
 """
 
-import argparse
-import json
+import dataclasses
 import pathlib
+import shutil
 import sqlite3
 import struct
-import sys
-
+import tempfile
 
 TABLES = {
     "conformed_file": "media_path, media_fingerprint, stream_index, sample_rate",
     "peak_file": "media_path, media_fingerprint, stream_index",
 }
+LOCK_FILE = ".sonrel-in-use"
 
 
-def records(database):
+@dataclasses.dataclass
+class State:
+    """The state of one cache."""
+
+    whole: dict = dataclasses.field(default_factory=dict)  # key: bare name
+    stale: int = 0
+    orphans: list = dataclasses.field(default_factory=list)
+    wrong: list = dataclasses.field(default_factory=list)  # texts: what is not whole
+
+
+def read_records(database):
     """{key: bare name} of the files of both kinds; empty without a database or its tables."""
-    if not database.exists() or database.stat().st_size == 0:
-        return {}
     found = {}
-    with sqlite3.connect(database, timeout=10) as connection:
+    connection = sqlite3.connect(database, timeout=10)
+    try:
         verdict = connection.execute("PRAGMA integrity_check").fetchone()[0]
         if verdict != "ok":
             raise ValueError(f"the database is damaged: {verdict}")
-        there = {name for (name,) in connection.execute("SELECT name FROM sqlite_schema")}
+        tables = {name for (name,) in connection.execute("SELECT name FROM sqlite_schema")}
         for table, key in TABLES.items():
-            if table not in there:
+            if table not in tables:
                 continue
             for row in connection.execute(f"SELECT {key}, cache_filename FROM {table}"):
                 found[(table, *row[:-1])] = row[-1]
+    finally:
+        connection.close()
     return found
+
+
+def records(database):
+    """The records, read from a copy: opening a database repairs it, which is the program's task."""
+    if not database.exists():
+        return {}
+    with tempfile.TemporaryDirectory(prefix="records-", dir=database.parent.parent) as folder:
+        for ending in ("", "-wal", "-journal"):
+            part = database.with_name(database.name + ending)
+            if part.exists():
+                shutil.copyfile(part, pathlib.Path(folder) / part.name)
+        return read_records(pathlib.Path(folder) / database.name)
 
 
 def wave_fault(data):
@@ -73,49 +91,37 @@ def peak_fault(data):
     return None
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__,
-                                     formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("database", type=pathlib.Path)
-    parser.add_argument("cache", type=pathlib.Path)
-    parser.add_argument("--reference", nargs=2, type=pathlib.Path)
-    parser.add_argument("--no-orphans", action="store_true")
-    parser.add_argument("--records", type=int, default=0)
-    options = parser.parse_args()
+class Reference:
+    """The files of a cache that nothing disturbed, by their keys."""
 
-    wrong, whole, stale = [], 0, 0
-    try:
-        recorded = records(options.database)
-        reference = records(options.reference[0]) if options.reference else {}
-    except (sqlite3.Error, ValueError) as error:
-        print(json.dumps({"wrong": [str(error)]}))
-        return 1
-    for key, name in recorded.items():
-        path = options.cache / name
-        if not name or not path.exists():
-            stale += 1
-            continue
-        data = path.read_bytes()
+    def __init__(self, database, cache):
+        self.files = {key: (cache / name).read_bytes() for key, name in records(database).items()}
+
+    def fault(self, key, data):
         fault = peak_fault(data) if key[0] == "peak_file" else wave_fault(data)
-        if fault is None and key in reference:
-            if data != (options.reference[1] / reference[key]).read_bytes():
-                fault = "not the bytes of the reference"
+        if fault is None and self.files.get(key, data) != data:
+            return "not the bytes of the reference"
+        return fault
+
+
+def look(database, cache, reference):
+    """The state of a cache."""
+    state = State()
+    try:
+        recorded = records(database)
+    except (sqlite3.Error, ValueError) as error:
+        state.wrong.append(str(error))
+        return state
+    for key, name in recorded.items():
+        path = cache / name
+        if not name or not path.exists():
+            state.stale += 1
+            continue
+        fault = reference.fault(key, path.read_bytes())
         if fault is None:
-            whole += 1
+            state.whole[key] = name
         else:
-            wrong.append(f"{name}: {fault}")
-
-    there = {path.name for path in options.cache.iterdir()} if options.cache.is_dir() else set()
-    there.discard(".sonrel-in-use")  # the lock file
-    orphans = len(there - set(recorded.values()))
-    if options.no_orphans and orphans:
-        wrong.append(f"{orphans} orphans")
-    if whole < options.records:
-        wrong.append(f"{whole} whole records, {options.records} wanted")
-    print(json.dumps({"records": len(recorded), "whole": whole, "stale": stale,
-                      "orphans": orphans, "wrong": wrong}))
-    return 1 if wrong else 0
-
-
-if __name__ == "__main__":
-    sys.exit(main())
+            state.wrong.append(f"{name}: {fault}")
+    names = {path.name for path in cache.iterdir()} if cache.is_dir() else set()
+    state.orphans = sorted(names - set(recorded.values()) - {LOCK_FILE})
+    return state

@@ -1,70 +1,71 @@
-#!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Kills a command at random moments, many times, and looks at what each kill left.
+"""Kills the program at random moments of its run.
 
-    killloop.py --run COMMAND --check COMMAND [--rounds N] [--latest MS] [--seed N]
-
-{i} in the commands stands for the round's number. The folder is not emptied between the rounds:
-damage has to survive what comes after. Without --latest, three runs with the numbers -1 to -3 are
-timed, and kills fall within 1.2 times the quickest. One JSON object tells the result; 1 is returned
-when a check failed.
+The box is not emptied between the rounds: damage has to survive what comes after. A moment is drawn
+from the time that the quickest of three runs of the command took, so that most kills hit a program
+that still runs. The others are not counted.
 """
 
-import argparse
-import json
-import os
 import random
 import signal
-import subprocess
-import sys
 import time
 
+from commands import COMMANDS
+from figures import Figure
+from judge import judge, judge_next
 
-def start(command):
-    return subprocess.Popen(command, shell=True, stdout=subprocess.DEVNULL,
-                            stderr=subprocess.DEVNULL, start_new_session=True)
-
-
-def quickest(command):
-    """Seconds."""
-    times = []
-    for number in (-1, -2, -3):
-        begin = time.monotonic()
-        start(command.replace("{i}", str(number))).wait()
-        times.append(time.monotonic() - begin)
-    return min(times)
+NAME = "kills at random moments"
+TURNS = ("conform, made", "conform, forced", "peaks, made", "peaks, forced", "mix, found",
+         "cache clean")
+ROUNDS_OF_A_KILL = 4  # at most, on average
+CHECK_EVERY = 10  # kills, with an undisturbed run
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__,
-                                     formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--run", required=True)
-    parser.add_argument("--check", required=True)
-    parser.add_argument("--rounds", type=int, default=100)
-    parser.add_argument("--latest", type=float, default=0)
-    parser.add_argument("--seed", type=int, default=1)
-    options = parser.parse_args()
-
-    latest = options.latest / 1000 or quickest(options.run) * 1.2
-    chance = random.Random(options.seed)
-    killed = bad = 0
-    first = None
-    for number in range(1, options.rounds + 1):
-        process = start(options.run.replace("{i}", str(number)))
-        time.sleep(chance.uniform(0, latest))
-        if process.poll() is None:
-            killed += 1
-            os.killpg(process.pid, signal.SIGKILL)
-        process.wait()
-        answer = subprocess.run(options.check.replace("{i}", str(number)), shell=True,
-                                capture_output=True)
-        if answer.returncode != 0:
-            bad += 1
-            first = first or f"round {number}: {answer.stdout.decode(errors='replace')}"
-    print(json.dumps({"rounds": options.rounds, "killed": killed,
-                      "latest_ms": round(latest * 1000), "bad": bad, "first": first}))
-    return 1 if bad else 0
+def quickest(box, commands):
+    """Seconds of the quickest of three runs of each command, each run as a round begins it."""
+    times = [[] for _ in commands]
+    for _ in range(3):
+        for command, list_of_times in zip(commands, times):
+            clear_outputs(box)
+            begin = time.monotonic()
+            box.run(command)
+            list_of_times.append(time.monotonic() - begin)
+    return [min(list_of_times) for list_of_times in times]
 
 
-if __name__ == "__main__":
-    sys.exit(main())
+def kill(box, command, delay):
+    """Whether the kill hit a running program."""
+    process = box.start(command)
+    time.sleep(delay)
+    process.kill()
+    process.communicate()
+    return process.returncode == -signal.SIGKILL
+
+
+def clear_outputs(box):
+    for path in box.out.iterdir():
+        path.unlink()
+
+
+def run(box, kills, seed):
+    """(the kills, the undisturbed runs after them)."""
+    chance, figure, following = random.Random(seed), Figure(NAME), Figure("undisturbed runs")
+    box.prepare(COMMANDS[TURNS[0]])
+    commands = [COMMANDS[name] for name in TURNS]
+    longest = quickest(box, commands)
+    for number in range(ROUNDS_OF_A_KILL * kills):
+        turn = number % len(TURNS)
+        if kill(box, commands[turn], chance.uniform(0, longest[turn])):
+            faults = judge(box, commands[turn], (None, "", ""), was_killed=True)
+            figure.add([f"{TURNS[turn]}: {kind}: {text}" for kind, text in faults])
+            if figure.count % CHECK_EVERY == 0:
+                next_turn = commands[chance.choice(range(5))]
+                clear_outputs(box)
+                following.add([text for _, text in judge_next(box, next_turn)])
+        clear_outputs(box)
+        if figure.count == kills:
+            break
+    if figure.count < kills:
+        figure.wrong += 1
+        figure.details.append(f"{figure.count} of {kills} kills hit a running program")
+    return [figure, following]

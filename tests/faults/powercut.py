@@ -1,40 +1,37 @@
-#!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 """Simulates losing power at every point of a recorded run.
 
-    powercut.py --journal JOURNAL --root FOLDER --check COMMAND [--initial FOLDER] ...
-
-The journal is what the fault library recorded of a run (FAULTFS_JOURNAL), --initial what the folder
-held before it. For each point of the journal the folder is rebuilt as a disk could hold it if power
-went there, and the check is run on it; {root} in the check stands for the rebuilt folder.
+The journal is what the fault library recorded of a run. For each point of the journal the box is
+rebuilt as a disk could hold it if power went there, and judged.
 
 What a sync has covered is always there. Of what it has not, three variants are made:
   none  nothing reached the disk
   all   everything did, as after a killed process
-  rand  --random times: each write kept or lost by chance, some of them torn at 512 bytes
+  rand  several times: each write kept or lost by chance, some of them torn at 512 bytes
 Two rules hold for names (create, rename, unlink, mkdir, link):
   ordered  names reach the disk in order, and any sync takes all earlier ones along, as journaling
            file systems do it
   posix    a name is safe only when its folder was synced after it (a new file's also when the file
            itself was); the others are kept or lost one by one
---forget-syncs PATTERN leaves out the syncs of the files of that base name, to see whether the check
-notices. Stores through a mapping are not in the journal: the database's -shm file is made anew when
-the database is opened. One JSON object tells the result; 1 is returned when a check failed.
+Stores through a mapping are not in the journal: the database's -shm file is made anew when the
+database is opened.
 """
 
-import argparse
 import collections
 import enum
 import fnmatch
-import json
 import os
-import pathlib
 import random
 import shutil
 import struct
-import subprocess
-import sys
-import tempfile
+
+from commands import COMMANDS
+from disturb import OPERATIONS, Fault, environment
+from figures import Figure
+from judge import judge, judge_next
+
+FIGURE = "power cuts"
+MODELS = ("ordered", "posix")
 
 HEAD = struct.Struct("<4sIIIQQQQII")
 Record = collections.namedtuple("Record", "index kind inode offset length path second data")
@@ -58,15 +55,15 @@ NAMES = {Kind.CREATE, Kind.RENAME, Kind.UNLINK, Kind.MKDIR, Kind.LINK, Kind.RMDI
 OF_A_FILE = {Kind.CREATE, Kind.OPEN, Kind.WRITE, Kind.TRUNCATE, Kind.FSYNC}
 
 
-def load(path, forgotten):
-    """The records of a journal, without the forgotten syncs."""
+def load(path, forgotten=""):
+    """The records of a journal, without the syncs of the files whose base name is forgotten."""
     raw = path.read_bytes()
     records, at = [], 0
     while at + HEAD.size <= len(raw):
         (magic, kind, _, _, inode, offset, length, size, first,
          second) = HEAD.unpack_from(raw, at)
         if magic != b"FFJ1":
-            sys.exit(f"the journal is damaged at byte {at}")
+            raise SystemExit(f"the journal is damaged at byte {at}")
         at += HEAD.size
         parts = []
         for part in (first, second, size):
@@ -78,6 +75,11 @@ def load(path, forgotten):
                 continue
         records.append(Record(len(records), Kind(kind), inode, offset, length, *names, parts[2]))
     return records
+
+
+def is_nameless(path):
+    """Whether the file has no name on the disk (O_TMPFILE)."""
+    return os.path.basename(path).startswith(".tmpfile-")
 
 
 class File:
@@ -168,6 +170,8 @@ class Disk:
         return sorted(safe + loose)
 
     def is_safe(self, name, point):
+        if is_nameless(name.path) and name.kind == Kind.CREATE:
+            return True
         folder = os.path.dirname(name.second or name.path)
         if any(record.kind == Kind.FSYNC_FOLDER and record.path == folder
                for record in self.records[name.index + 1:point]):
@@ -195,57 +199,50 @@ class Disk:
             (place / os.path.relpath(folder, self.root)).mkdir(parents=True, exist_ok=True)
         for name, file in names.items():
             path = place / os.path.relpath(name, self.root)
-            if path.parent.is_dir() and not path.name.startswith(".tmpfile-"):
+            if path.parent.is_dir() and not is_nameless(name):
                 path.write_bytes(file.content(point, variant, chance))
 
 
-def judge(command, limit):
-    try:
-        answer = subprocess.run(command, shell=True, capture_output=True, timeout=limit)
-    except subprocess.TimeoutExpired:
-        return "hang", ""
-    return answer.returncode, (answer.stdout + answer.stderr).decode(errors="replace").strip()
+class Recorded:
+    """A run of a command in a box, with the journal of what it did there."""
+
+    def __init__(self, box, command, forgotten=""):
+        self.box, self.command = box, command
+        journal = box.folder.with_name(box.folder.name + ".journal")
+        journal.unlink(missing_ok=True)
+        box.prepare(command)
+        initial = box.folder.with_name(box.folder.name + ".initial")
+        shutil.rmtree(initial, ignore_errors=True)
+        shutil.copytree(box.folder, initial)
+        fault = Fault(command.name, "box", OPERATIONS, "none", "EIO", 0)
+        variables = environment(box, fault, journal.with_suffix(".log"))
+        code, _, error = box.run(command, {**variables, "FAULTFS_JOURNAL": str(journal)})
+        if code != 0:
+            raise SystemExit(f"'{command.name}' exits {code} while it is recorded: {error}")
+        self.records = load(journal, forgotten)
+        self.disk = Disk(self.records, str(box.folder), initial)
+
+    def states(self, model, step, variants, chance):
+        """Rebuilds the box in each state. Yields a text about it."""
+        for point in range(0, len(self.records) + 1, step):
+            for variant in ["none", "all"] + ["rand"] * variants:
+                shutil.rmtree(self.box.folder, ignore_errors=True)
+                self.box.folder.mkdir()
+                self.disk.build(self.box.folder, point, model, variant, chance)
+                for folder in (self.box.out, self.box.database.parent):
+                    folder.mkdir(exist_ok=True)
+                after = self.records[point - 1].kind.name.lower() if point else "start"
+                yield f"{self.command.name}: {model}: {variant} after record {point} ({after})"
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__,
-                                     formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--journal", required=True, type=pathlib.Path)
-    parser.add_argument("--root", required=True)
-    parser.add_argument("--check", required=True)
-    parser.add_argument("--initial", type=pathlib.Path)
-    parser.add_argument("--model", default="ordered", choices=["ordered", "posix"])
-    parser.add_argument("--random", type=int, default=3)
-    parser.add_argument("--step", type=int, default=1)
-    parser.add_argument("--seed", type=int, default=1)
-    parser.add_argument("--timeout", type=float, default=60)
-    parser.add_argument("--forget-syncs", default="")
-    options = parser.parse_args()
-
-    records = load(options.journal, options.forget_syncs)
-    disk = Disk(records, os.path.realpath(options.root), options.initial)
-    chance = random.Random(options.seed)
-    states, bad, first = 0, 0, []
-    memory = "/dev/shm" if os.path.isdir("/dev/shm") else None
-    with tempfile.TemporaryDirectory(prefix="powercut-", dir=memory) as folder:
-        place = pathlib.Path(folder) / "state"
-        for point in range(0, len(records) + 1, options.step):
-            for variant in ["none", "all"] + ["rand"] * options.random:
-                shutil.rmtree(place, ignore_errors=True)
-                place.mkdir()
-                disk.build(place, point, options.model, variant, chance)
-                states += 1
-                code, text = judge(options.check.replace("{root}", str(place)), options.timeout)
-                if code == 0:
-                    continue
-                bad += 1
-                after = records[point - 1].kind.name.lower() if point else "start"
-                first.append({"point": point, "after": after, "variant": variant, "code": code,
-                              "text": text[-300:]})
-    print(json.dumps({"records": len(records), "model": options.model, "states": states,
-                      "bad": bad, "first": first[:3]}))
-    return 1 if bad else 0
-
-
-if __name__ == "__main__":
-    sys.exit(main())
+def run(box, name, model, step, variants, check_every, forgotten=""):
+    """(the states of a command, the undisturbed runs after some of them)."""
+    command, figure, following = COMMANDS[name], Figure(FIGURE), Figure("undisturbed runs")
+    recorded = Recorded(box, command, forgotten)
+    for text in recorded.states(model, step, variants, random.Random(1)):
+        faults = judge(box, command, (None, "", ""), was_killed=True)
+        figure.add([f"{text}: {kind}: {fault}" for kind, fault in faults])
+        if figure.count % check_every == 0:
+            faults = judge_next(box, command)
+            following.add([f"{text}: {fault}" for _, fault in faults])
+    return [figure, following]

@@ -7,7 +7,7 @@
 For N seconds, a crowd of processes of each kind runs on media files in FOLDER, which must not exist.
 Counted are results that are wrong although the command reports success, messages with words of the
 database library, commands that crash or hang, and, at the end, files without a record and records
-of a wrong file. Prints one JSON object; returns 1 when something is wrong.
+of a wrong file. Prints one figure on each line; returns 1 when something is wrong.
 """
 
 import argparse
@@ -21,22 +21,14 @@ import sys
 import threading
 import time
 
-HERE = pathlib.Path(__file__).resolve().parent
-MEDIA = 14
-SQL_WORDS = re.compile(r"UNIQUE|constraint|SQLITE|SQL |SELECT|INSERT|malformed|no such table", re.I)
+from checkcache import Reference, look
+from figures import Figure
+from judge import FOREIGN
+import makemedia
+
+MEDIA = 14  # more than a mixer keeps open
+KINDS = ("conform", "force", "clean", "mix", "peaks")
 MAX_SECONDS_OF_A_COMMAND = 120
-
-
-def timeline(names):
-    """A timeline of one track: half a second of each file, more files than a mixer keeps open."""
-    def span(frames):
-        return {"OTIO_SCHEMA": "TimeRange.1",
-                "start_time": {"OTIO_SCHEMA": "RationalTime.1", "value": 0, "rate": 24},
-                "duration": {"OTIO_SCHEMA": "RationalTime.1", "value": frames, "rate": 24}}
-    clips = [{"OTIO_SCHEMA": "Clip.1", "name": name, "source_range": span(12),
-              "media_reference": {"OTIO_SCHEMA": "ExternalReference.1", "target_url": name}}
-             for name in names]
-    return {"OTIO_SCHEMA": "Track.1", "name": "A1", "kind": "Audio", "children": clips}
 
 
 class Storm:
@@ -46,16 +38,15 @@ class Storm:
         self.random = random.Random(seed)
         self.lock = threading.Lock()  # guards the counts
         self.runs = collections.Counter()
-        self.wrong = []
+        self.faults = {kind: [] for kind in ("wrong bytes", "hangs", "foreign words", "crashes")}
         self.failures = collections.Counter()
         self.names = [f"m{number}.wav" for number in range(MEDIA)]
 
     def prepare(self):
         (self.folder / "media").mkdir(parents=True)
-        for number, name in enumerate(self.names):  # each rate has its own noise
-            rate = str(44100 + 300 * number)
-            subprocess.run([HERE / "makemedia.py", self.media(name), rate], check=True)
-        self.media("edit.otio").write_text(json.dumps(timeline(self.names)))
+        for number, name in enumerate(self.names):
+            makemedia.write_noise(self.media(name), 44100 + 300 * number)
+        self.media("edit.otio").write_text(json.dumps(makemedia.timeline(self.names)))
         self.expected = {"mix": self.mix("reference", "expected")[1],
                          "peaks": {name: self.peaks("reference", "expected", name)[1]
                                    for name in self.names}}
@@ -110,34 +101,61 @@ class Storm:
 
     def judge(self, kind, result, is_right):
         text = result.stdout + result.stderr
-        reason = re.sub(r"process \d+ \([^)]*\)|process \d+", "process N",
-                        re.sub(r"'[^']*'|\"[^\"]*\"", "FILE", result.stderr.strip()))
         with self.lock:
             self.runs[kind] += 1
             if not is_right:
-                self.wrong.append(f"{kind}: exit 0 and wrong bytes")
-            if SQL_WORDS.search(text):
-                self.wrong.append(f"{kind}: words of the database library: {text[:300]}")
+                self.faults["wrong bytes"].append(f"{kind}: exit 0 and wrong bytes")
+            if FOREIGN.search(text):
+                self.faults["foreign words"].append(f"{kind}: {text[:300]}")
             if result.returncode not in (0, 1):
-                self.wrong.append(f"{kind}: exit {result.returncode}: {text[:300]}")
+                self.faults["crashes"].append(f"{kind}: exit {result.returncode}: {text[:300]}")
             if result.returncode == 1:
-                self.failures[f"{kind}: {re.sub('[0-9]+ of [0-9]+', 'N of N', reason)}"] += 1
+                self.failures[f"{kind}: {general(result.stderr)}"] += 1
 
     def work(self, kind, label, deadline):
-        while time.monotonic() < deadline:
+        """At least one command, however busy the machine is."""
+        while True:
             try:
                 self.judge(kind, *self.step(kind, label))
             except subprocess.TimeoutExpired:
                 with self.lock:
-                    self.wrong.append(f"{kind}: hangs")
+                    self.faults["hangs"].append(kind)
+            if time.monotonic() >= deadline:
+                return
 
-    def check_end(self):
-        check = subprocess.run(
-            [HERE / "checkcache.py", self.folder / "shared/media.db", self.folder / "shared/cache",
-             "--reference", self.folder / "reference/media.db", self.folder / "reference/cache",
-             "--no-orphans"], stdout=subprocess.PIPE, text=True)
-        if check.returncode != 0:
-            self.wrong.append(f"at the end: {check.stdout.strip()}")
+    def blow(self, seconds, crowd):
+        deadline = time.monotonic() + seconds
+        workers = [threading.Thread(target=self.work, args=(kind, f"{kind}{number}", deadline))
+                   for kind in KINDS for number in range(crowd)]
+        for worker in workers:
+            worker.start()
+        for worker in workers:
+            worker.join()
+
+    def at_the_end(self):
+        """What is wrong with the cache: (texts about files, files without a record)."""
+        def places(name):
+            return self.folder / name / "media.db", self.folder / name / "cache"
+        state = look(*places("shared"), Reference(*places("reference")))
+        return state.wrong, state.orphans
+
+    def figures(self, title):
+        runs = self.runs.total()
+        found = [Figure(f"{title}: {kind}", runs, len(faults), faults)
+                 for kind, faults in self.faults.items()]
+        for name, faults in zip(("not whole", "without a record"), self.at_the_end()):
+            found.append(Figure(f"{title}: files {name} at the end", runs, len(faults), faults))
+        idle = [kind for kind in KINDS if not self.runs[kind]]
+        if idle:
+            found.append(Figure(f"{title}: commands that never ran", runs, len(idle), idle))
+        return found
+
+
+def general(message):
+    """A message without what differs from run to run."""
+    message = re.sub(r"'[^']*'|\"[^\"]*\"", "FILE", message.strip())
+    message = re.sub(r"process \d+( \([^)]*\))?", "process N", message)
+    return re.sub("[0-9]+ of [0-9]+", "N of N", message)
 
 
 def main():
@@ -151,18 +169,14 @@ def main():
     options = parser.parse_args()
     storm = Storm(options.program.resolve(), options.folder.resolve(), options.seed)
     storm.prepare()
-    deadline = time.monotonic() + options.seconds
-    workers = [threading.Thread(target=storm.work, args=(kind, f"{kind}{number}", deadline))
-               for kind in ("conform", "force", "clean", "mix", "peaks")
-               for number in range(options.crowd)]
-    for worker in workers:
-        worker.start()
-    for worker in workers:
-        worker.join()
-    storm.check_end()
-    print(json.dumps({"runs": storm.runs, "seed": options.seed, "wrong": len(storm.wrong),
-                      "what is wrong": storm.wrong[:20], "failures": storm.failures}))
-    return 1 if storm.wrong or len(storm.runs) < 5 else 0
+    storm.blow(options.seconds, options.crowd)
+    figures = storm.figures(f"{len(KINDS) * options.crowd} programs on one cache, "
+                            f"{options.seconds:.0f} s")
+    for figure in figures:
+        print(json.dumps({"figure": figure.name, "count": figure.count, "wrong": figure.wrong,
+                          "details": figure.details[:20]}))
+    print(json.dumps({"runs": storm.runs, "seed": options.seed, "failures": storm.failures}))
+    return 0 if all(figure.holds() for figure in figures) else 1
 
 
 if __name__ == "__main__":

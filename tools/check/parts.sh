@@ -126,3 +126,11 @@ fuzzing() {
     require "Build the fuzz targets" build fuzz fuzzers
     check "Fuzzing" fuzz/run "$@"
 }
+
+# faults [OPTION...]: the options are those of faults.py.
+faults() {
+    require "Configure" configure release
+    require "Build" build release SonrelHost SonrelFaultFs
+    check "Faults" tests/faults/faults.py build/release/host/sonrel \
+        build/release/tests/faults/faultfs.so "$@"
+}

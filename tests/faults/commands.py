@@ -1,0 +1,148 @@
+# SPDX-License-Identifier: MIT
+"""The commands that are disturbed, and the box in which a command runs.
+
+A workshop has the media files, the state of a filled cache and, for each command, the results of a
+run that nothing disturbed. A box is one cache with its database and one folder of outputs.
+"""
+
+import dataclasses
+import os
+import pathlib
+import shutil
+import subprocess
+
+from checkcache import Reference
+import makemedia
+
+SHORT = ("{media}/sound.wav", "{media}/sound.flac", "{media}/sound.mp3")
+LONG = "{media}/sound-long.wav"
+MAX_SECONDS = 60  # a command that takes longer hangs
+
+
+@dataclasses.dataclass(frozen=True)
+class Command:
+    name: str
+    arguments: tuple
+    starts_filled: bool = False  # with a cache that has everything
+    outputs: tuple = ()  # names in the folder of outputs
+    records: int = 0  # files with a record that a run leaves at least
+    empties: bool = False  # the cache
+
+
+EDIT = "{media}/edit.otio"
+COMMANDS = {command.name: command for command in (
+    Command("conform, made", ("conform", *SHORT), records=3),
+    Command("conform, found", ("conform", *SHORT), starts_filled=True, records=3),
+    Command("conform, forced", ("conform", "--force", *SHORT[:2]), starts_filled=True, records=3),
+    Command("peaks, made", ("peaks", *SHORT[1:], LONG), records=3),
+    Command("peaks, found", ("peaks", *SHORT, LONG), starts_filled=True, records=4),
+    Command("peaks, forced", ("peaks", "--force", SHORT[1], LONG), starts_filled=True, records=4),
+    Command("peaks, exported",
+            ("peaks", SHORT[0], "-o", "{out}/p.xwpk", "--export", "{out}/p.json"),
+            outputs=("p.xwpk", "p.json")),
+    Command("waveform, made", ("waveform", SHORT[1], "-o", "{out}/w.png"), outputs=("w.png",),
+            records=1),
+    Command("waveform, found", ("waveform", LONG, "-o", "{out}/w.png"), starts_filled=True,
+            outputs=("w.png",), records=4),
+    Command("mix, made", ("mix", EDIT, "-o", "{out}/m.wav"), outputs=("m.wav",), records=3),
+    Command("mix, found",
+            ("mix", EDIT, "-o", "{out}/m.wav", "--stems", "{out}", "--meters", "{out}/m.json"),
+            starts_filled=True, outputs=("m.wav", "m.json", "01-A1.wav"), records=3),
+    Command("play, WAV", ("play", EDIT, "--output", "{out}/p.wav"), starts_filled=True,
+            outputs=("p.wav",), records=3),
+    Command("play, bare samples", ("play", SHORT[1], "--output", "{out}/p.raw"),
+            outputs=("p.raw",), records=1),
+    Command("align, made", ("align", *SHORT[1:], "--plot", "{out}/a.svg", "--otio", "{out}/a.otio"),
+            outputs=("a.svg", "a.otio"), records=4),
+    Command("align, found",
+            ("align", *SHORT[1:], "--plot", "{out}/a.svg", "--otio", "{out}/a.otio"),
+            starts_filled=True, outputs=("a.svg", "a.otio"), records=4),
+    Command("cache clean", ("cache", "clean", "--days", "0"), starts_filled=True, empties=True),
+)}
+OLD = b"an older file"
+
+
+class Box:
+    """One cache, its database and a folder of outputs."""
+
+    def __init__(self, shop, folder):
+        self.shop, self.folder = shop, pathlib.Path(folder)
+        self.cache, self.out = self.folder / "cache", self.folder / "out"
+        self.database = self.folder / "db" / "media.db"
+
+    def clear(self):
+        shutil.rmtree(self.folder, ignore_errors=True)
+        self.database.parent.mkdir(parents=True)
+        self.out.mkdir()
+
+    def prepare(self, command, has_old_outputs=False):
+        self.clear()
+        if command.starts_filled:
+            shutil.rmtree(self.database.parent)
+            shutil.copytree(self.shop.filled.cache, self.cache)
+            shutil.copytree(self.shop.filled.database.parent, self.database.parent)
+        if has_old_outputs:
+            for name in command.outputs:
+                (self.out / name).write_bytes(OLD)
+
+    def words(self, command):
+        """The program and its arguments."""
+        places = {"media": self.shop.media, "out": self.out}
+        return [self.shop.program, "--cache", self.cache, "--db", self.database, "--keep-days",
+                "10000", *(word.format(**places) for word in command.arguments)]
+
+    def start(self, command, environment=None):
+        return subprocess.Popen(self.words(command), env=environment or self.shop.environment,
+                                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                stderr=subprocess.PIPE, text=True, errors="replace")
+
+    def run(self, command, environment=None):
+        """(code, stdout, stderr): the code is -N after signal N, and None after the time limit."""
+        process = self.start(command, environment)
+        try:
+            text = process.communicate(timeout=MAX_SECONDS)
+        except subprocess.TimeoutExpired:
+            process.kill()
+            return None, *process.communicate()
+        return process.returncode, *text
+
+    def outputs(self):
+        """{name: bytes} of everything in the folder of outputs."""
+        return {path.name: path.read_bytes() for path in self.out.iterdir()}
+
+
+class Workshop:
+    def __init__(self, program, shim, folder):
+        self.program, self.shim, self.folder = program, shim, folder
+        self.environment = {name: value for name, value in os.environ.items()
+                            if not name.startswith("FAULTFS_") and name != "LD_PRELOAD"}
+        self.media = folder / "media"
+        makemedia.make(self.media)
+        self.filled = self.box("filled")
+        self.fill()
+        self.reference = Reference(self.filled.database, self.filled.cache)
+        self.expected = {name: self.undisturbed(command) for name, command in COMMANDS.items()}
+
+    def box(self, name):
+        return Box(self, self.folder / name)
+
+    def fill(self):
+        self.filled.clear()
+        for name in ("conform", "peaks"):
+            self.must_run(self.filled, Command(name, (name, *SHORT, LONG)))
+
+    def must_run(self, box, command):
+        """What the command prints."""
+        code, text, error = box.run(command)
+        if code != 0:
+            raise SystemExit(f"an undisturbed run of '{command.name}' exits {code}: {error}")
+        return text
+
+    def undisturbed(self, command):
+        """(what it prints, {name: bytes} of the outputs) of a run that nothing disturbs."""
+        box = self.box("undisturbed")
+        box.prepare(command)
+        text, outputs = self.must_run(box, command), box.outputs()
+        if set(outputs) != set(command.outputs):
+            raise SystemExit(f"'{command.name}' made {sorted(outputs)}")
+        return text, outputs
