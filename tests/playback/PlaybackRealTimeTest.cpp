@@ -1,10 +1,16 @@
 // SPDX-License-Identifier: MIT
 // What the engine does on the device's thread: no allocation, and no lock but those of the meters
 // at the end of a run.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <semaphore.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdio>
 #include <cstdlib>
 #include <mutex>
 #include <new>
@@ -40,6 +46,7 @@ protected:
         EXPECT_EQ(RealTimeProbe::allocations, 0);
         EXPECT_EQ(RealTimeProbe::locks, 0);
         EXPECT_EQ(RealTimeProbe::waits, 0);
+        EXPECT_EQ(RealTimeProbe::fileCalls, 0);
     }
     void* Buffer(int index) {
         return rig_.Impl().frameBuffers[static_cast<std::size_t>(index)].get();
@@ -107,6 +114,57 @@ TEST_F(PlaybackRealTime, TheProbesSeeEveryKindOfLockAndWait) {
     Count([&](auto&) { changed.wait(lock, [&] { return woken; }); });
     waker.join();
     EXPECT_GE(RealTimeProbe::waits, 1);
+}
+
+TEST_F(PlaybackRealTime, TheProbesSeeWaitsForSemaphoresThreadsAtomicsAndTimes) {
+    if (!RealTimeProbe::COUNTS_EVERYTHING) GTEST_SKIP() << "a sanitizer counts for itself";
+    Count([](auto&) { std::this_thread::sleep_for(std::chrono::nanoseconds(1)); });
+    EXPECT_EQ(RealTimeProbe::waits, 1);
+
+    sem_t semaphore;
+    sem_init(&semaphore, 0, 1);
+    Count([&](auto&) { sem_wait(&semaphore); });
+    sem_destroy(&semaphore);
+    EXPECT_EQ(RealTimeProbe::waits, 1);
+
+    std::thread ending([] {});
+    Count([&](auto&) { ending.join(); });
+    EXPECT_EQ(RealTimeProbe::waits, 1);
+
+    std::atomic<int> changing = 0;
+    std::thread changer([&] {
+        while (RealTimeProbe::waits == 0) std::this_thread::yield();
+        changing = 1;
+        changing.notify_one();
+    });
+    Count([&](auto&) { changing.wait(0); });
+    changer.join();
+    EXPECT_GE(RealTimeProbe::waits, 1);
+}
+
+TEST_F(PlaybackRealTime, TheProbesSeeCallsOnFiles) {
+    if (!RealTimeProbe::COUNTS_EVERYTHING) GTEST_SKIP() << "a sanitizer counts for itself";
+    char byte = 0;
+
+    Count([&](auto&) {
+        const int file = open("/dev/zero", O_RDONLY);
+        EXPECT_EQ(read(file, &byte, 1), 1);
+        close(file);
+    });
+    EXPECT_EQ(RealTimeProbe::fileCalls, 3);
+
+    Count([&](auto&) {
+        std::FILE* const file = std::fopen("/dev/zero", "r");
+        EXPECT_EQ(std::fread(&byte, 1, 1, file), 1u);
+        std::fclose(file);
+    });
+    EXPECT_EQ(RealTimeProbe::fileCalls, 2);
+
+    Count([](auto&) {
+        void* const memory = mmap(nullptr, 4096, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        munmap(memory, 4096);
+    });
+    EXPECT_EQ(RealTimeProbe::fileCalls, 2);
 }
 
 TEST_F(PlaybackRealTime, TheStartOfABufferAllocatesNothingTakesNoLockAndDoesNotWait) {

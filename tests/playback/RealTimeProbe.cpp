@@ -13,6 +13,16 @@
 #else
 #define SONREL_IS_SANITIZED 0
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <linux/futex.h>
+#include <poll.h>
+#include <semaphore.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cstdarg>
+#include <cstdio>
 #endif
 
 namespace sonrel_tests {
@@ -30,6 +40,7 @@ const bool RealTimeProbe::COUNTS_EVERYTHING = SONREL_IS_SANITIZED == 0;
 std::atomic<int> RealTimeProbe::allocations = 0;
 std::atomic<int> RealTimeProbe::locks = 0;
 std::atomic<int> RealTimeProbe::waits = 0;
+std::atomic<int> RealTimeProbe::fileCalls = 0;
 
 RealTimeProbe::RealTimeProbe() {
     marked = true;
@@ -92,28 +103,93 @@ void free(void* memory) {
 }
 
 // Each calls the C library's function of its name. What waits with a lock counts as a wait.
-#define SONREL_COUNT(counter, name, parameters, arguments)                                     \
-    int name parameters {                                                                      \
-        static const auto next = reinterpret_cast<int(*) parameters>(dlsym(RTLD_NEXT, #name)); \
-        Count(RealTimeProbe::counter);                                                         \
-        return next arguments;                                                                 \
+#define SONREL_COUNT(counter, result, name, parameters, arguments)                                \
+    result name parameters {                                                                      \
+        static const auto next = reinterpret_cast<result(*) parameters>(dlsym(RTLD_NEXT, #name)); \
+        Count(RealTimeProbe::counter);                                                            \
+        return next arguments;                                                                    \
     }
 
-SONREL_COUNT(locks, pthread_mutex_lock, (pthread_mutex_t * mutex), (mutex))
-SONREL_COUNT(locks, pthread_mutex_trylock, (pthread_mutex_t * mutex), (mutex))
-SONREL_COUNT(locks, pthread_rwlock_rdlock, (pthread_rwlock_t * lock), (lock))
-SONREL_COUNT(locks, pthread_rwlock_wrlock, (pthread_rwlock_t * lock), (lock))
-SONREL_COUNT(locks, pthread_rwlock_tryrdlock, (pthread_rwlock_t * lock), (lock))
-SONREL_COUNT(locks, pthread_rwlock_trywrlock, (pthread_rwlock_t * lock), (lock))
-SONREL_COUNT(waits, pthread_cond_wait, (pthread_cond_t * condition, pthread_mutex_t* mutex),
+SONREL_COUNT(locks, int, pthread_mutex_lock, (pthread_mutex_t * mutex), (mutex))
+SONREL_COUNT(locks, int, pthread_mutex_trylock, (pthread_mutex_t * mutex), (mutex))
+SONREL_COUNT(locks, int, pthread_rwlock_rdlock, (pthread_rwlock_t * lock), (lock))
+SONREL_COUNT(locks, int, pthread_rwlock_wrlock, (pthread_rwlock_t * lock), (lock))
+SONREL_COUNT(locks, int, pthread_rwlock_tryrdlock, (pthread_rwlock_t * lock), (lock))
+SONREL_COUNT(locks, int, pthread_rwlock_trywrlock, (pthread_rwlock_t * lock), (lock))
+SONREL_COUNT(waits, int, pthread_cond_wait, (pthread_cond_t * condition, pthread_mutex_t* mutex),
              (condition, mutex))
-SONREL_COUNT(waits, pthread_cond_timedwait,
+SONREL_COUNT(waits, int, pthread_cond_timedwait,
              (pthread_cond_t * condition, pthread_mutex_t* mutex, const timespec* until),
              (condition, mutex, until))
-SONREL_COUNT(waits, pthread_cond_clockwait,
+SONREL_COUNT(waits, int, pthread_cond_clockwait,
              (pthread_cond_t * condition, pthread_mutex_t* mutex, clockid_t clock,
               const timespec* until),
              (condition, mutex, clock, until))
+SONREL_COUNT(waits, int, pthread_join, (pthread_t thread, void** result), (thread, result))
+SONREL_COUNT(waits, int, sem_wait, (sem_t * semaphore), (semaphore))
+SONREL_COUNT(waits, int, sem_timedwait, (sem_t * semaphore, const timespec* until),
+             (semaphore, until))
+SONREL_COUNT(waits, int, nanosleep, (const timespec* time, timespec* left), (time, left))
+SONREL_COUNT(waits, int, clock_nanosleep,
+             (clockid_t clock, int flags, const timespec* time, timespec* left),
+             (clock, flags, time, left))
+SONREL_COUNT(waits, int, usleep, (useconds_t time), (time))
+SONREL_COUNT(waits, int, poll, (pollfd * files, nfds_t count, int timeout), (files, count, timeout))
+
+SONREL_COUNT(fileCalls, FILE*, fopen, (const char* name, const char* mode), (name, mode))
+SONREL_COUNT(fileCalls, FILE*, fopen64, (const char* name, const char* mode), (name, mode))
+SONREL_COUNT(fileCalls, std::size_t, fread,
+             (void* to, std::size_t size, std::size_t count, FILE* file), (to, size, count, file))
+SONREL_COUNT(fileCalls, std::size_t, fwrite,
+             (const void* from, std::size_t size, std::size_t count, FILE* file),
+             (from, size, count, file))
+SONREL_COUNT(fileCalls, ssize_t, read, (int file, void* to, std::size_t size), (file, to, size))
+SONREL_COUNT(fileCalls, ssize_t, write, (int file, const void* from, std::size_t size),
+             (file, from, size))
+SONREL_COUNT(fileCalls, ssize_t, pread64, (int file, void* to, std::size_t size, off64_t at),
+             (file, to, size, at))
+SONREL_COUNT(fileCalls, ssize_t, pwrite64,
+             (int file, const void* from, std::size_t size, off64_t at), (file, from, size, at))
+SONREL_COUNT(fileCalls, int, close, (int file), (file))
+SONREL_COUNT(fileCalls, int, fsync, (int file), (file))
+SONREL_COUNT(fileCalls, void*, mmap,
+             (void* at, std::size_t size, int protection, int flags, int file, off_t offset),
+             (at, size, protection, flags, file, offset))
+SONREL_COUNT(fileCalls, int, munmap, (void* at, std::size_t size), (at, size))
+
+// With a mode whether the call has one or not: the library reads it only where it is meant.
+#define SONREL_COUNT_OPEN(name)                                                           \
+    int name(const char* path, int flags, ...) {                                          \
+        static const auto next =                                                          \
+            reinterpret_cast<int (*)(const char*, int, mode_t)>(dlsym(RTLD_NEXT, #name)); \
+        std::va_list more;                                                                \
+        va_start(more, flags);                                                            \
+        const mode_t mode = va_arg(more, mode_t);                                         \
+        va_end(more);                                                                     \
+        Count(RealTimeProbe::fileCalls);                                                  \
+        return next(path, flags, mode);                                                   \
+    }
+
+SONREL_COUNT_OPEN(open)
+SONREL_COUNT_OPEN(open64)
+
+#undef SONREL_COUNT_OPEN
+
+// The waits of atomics come through here. To wake a waiter is no wait.
+long syscall(long number, ...) {
+    using Function = long (*)(long, long, long, long, long, long, long);
+    static const auto next = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "syscall"));
+    std::va_list more;
+    va_start(more, number);
+    long values[6] = {};
+    for (long& value : values) value = va_arg(more, long);
+    va_end(more);
+    const long operation = values[1] & FUTEX_CMD_MASK;
+    if (number == SYS_futex && (operation == FUTEX_WAIT || operation == FUTEX_WAIT_BITSET)) {
+        Count(RealTimeProbe::waits);
+    }
+    return next(number, values[0], values[1], values[2], values[3], values[4], values[5]);
+}
 
 #undef SONREL_COUNT
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The callback thread allocates nothing and takes no lock: both are counted while it is inside a
-// pull.
+// The callback thread allocates nothing, takes no lock, waits for nothing and touches no file: all
+// of it is counted while it is inside a pull.
 #include <gtest/gtest.h>
 #include <semaphore.h>
 
@@ -11,45 +11,14 @@
 #include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/playback/PlaybackEngine.h"
 #include "tests/playback/RealTimeProbe.h"
+#include "tests/playback/device/CallbackCount.h"
 #include "tests/playback/device/OutputRig.h"
+#include "tests/playback/device/ProbedOutput.h"
 #include "tests/support/ProjectBuilder.h"
 
 using namespace sonrel_tests;
 
 namespace {
-
-/// Marks what runs inside a pull of another source.
-class ProbedSource : public AudioOutputSource {
-public:
-    explicit ProbedSource(std::shared_ptr<AudioOutputSource> source) : source_(std::move(source)) {}
-
-    int Pull(short* output, int frameCount) override {
-        const RealTimeProbe probe;
-        return source_->Pull(output, frameCount);
-    }
-    int ReadyFrames() override {
-        const RealTimeProbe probe;
-        return source_->ReadyFrames();
-    }
-
-private:
-    const std::shared_ptr<AudioOutputSource> source_;
-};
-
-/// Puts the probe under an output.
-class ProbedOutput : public AudioOutput {
-public:
-    explicit ProbedOutput(std::shared_ptr<AudioOutput> output) : output_(std::move(output)) {}
-
-    bool Open(int sampleRate, std::shared_ptr<AudioOutputSource> source) override {
-        return output_->Open(sampleRate, std::make_shared<ProbedSource>(std::move(source)));
-    }
-    void Close() override { output_->Close(); }
-    void Wake() override { output_->Wake(); }
-
-private:
-    const std::shared_ptr<AudioOutput> output_;
-};
 
 /// Counts callbacks with nothing but atomics and a semaphore.
 class QuietListener : public device::VoiceEvents {
@@ -75,6 +44,13 @@ private:
     sem_t ended_ = {};
 };
 
+void ExpectNothing() {
+    EXPECT_EQ(RealTimeProbe::allocations, 0);
+    EXPECT_EQ(RealTimeProbe::locks, 0);
+    EXPECT_EQ(RealTimeProbe::waits, 0);
+    EXPECT_EQ(RealTimeProbe::fileCalls, 0);
+}
+
 class RealTime : public testing::TestWithParam<OutputKind> {};
 
 TEST_P(RealTime, APullAllocatesNothingAndTakesNoLock) {
@@ -96,9 +72,7 @@ TEST_P(RealTime, APullAllocatesNothingAndTakesNoLock) {
     ASSERT_TRUE(listener.WaitForEnd());
     while (listener.ends != 61) std::this_thread::yield();
 
-    EXPECT_EQ(RealTimeProbe::allocations, 0);
-    EXPECT_EQ(RealTimeProbe::locks, 0);
-    EXPECT_EQ(RealTimeProbe::waits, 0);
+    ExpectNothing();
 }
 
 INSTANTIATE_TEST_SUITE_P(Device, RealTime,
@@ -134,16 +108,26 @@ TEST(RealTimeRun, AnEngineAllocatesNothingAndTakesNoLockWhileItsBuffersAreHeard)
         ASSERT_EQ(stepped->AdvanceBuffer(PATIENCE), 250);
         ASSERT_EQ(playback.CurrentPlaybackVideoFrame(), frame);
     }
-    EXPECT_EQ(RealTimeProbe::allocations, 0);
-    EXPECT_EQ(RealTimeProbe::locks, 0);
-    EXPECT_EQ(RealTimeProbe::waits, 0);
+    ExpectNothing();
 
     // The ends of what a stop drops.
     EXPECT_EQ(playback.Stop(), PlaybackEngine::Err::NoError);
-    EXPECT_EQ(RealTimeProbe::allocations, 0);
-    EXPECT_EQ(RealTimeProbe::locks, 0);
-    EXPECT_EQ(RealTimeProbe::waits, 0);
+    ExpectNothing();
     orlo::sonrel::SetAudioOutputFactory(nullptr);
+}
+
+/// `./check storms` takes a million of them.
+TEST(RealTimeRun, ManyCallbacksAllocateNothingTakeNoLockWaitForNothingAndCallNoFile) {
+    constexpr long long CALLBACKS = 10000;
+    RealTimeProbe::Clear();
+
+    const CallbackCount count = CountCallbacks(CALLBACKS);
+
+    ExpectNothing();
+    EXPECT_EQ(count.failures, 0);
+    EXPECT_GE(count.callbacks, CALLBACKS);
+    EXPECT_GT(count.buffers, CALLBACKS / 4);
+    EXPECT_GT(count.flushes, 0);
 }
 
 /// The counts of this program are its own, so it shows that they count.
