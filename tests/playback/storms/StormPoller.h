@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <shared_mutex>
+#include <thread>
+
+#include "sonrel/engine/Sonrel.h"
+#include "sonrel/playback/PlaybackEngine.h"
+#include "tests/playback/storms/StormFaults.h"
+
+namespace sonrel_tests {
+
+/// Asks an engine for frame, levels and state on its own thread, as the display of a host does.
+/// While somebody holds SetUpMutex it asks nothing.
+class StormPoller {
+public:
+    StormPoller(const orlo::sonrel::Sonrel& engine, StormFaults& faults)
+        : engine_(engine), faults_(faults), thread_([this] { Run(); }) {}
+    ~StormPoller() {
+        done_ = true;
+        thread_.join();
+    }
+    StormPoller(const StormPoller&) = delete;
+    StormPoller& operator=(const StormPoller&) = delete;
+
+    std::shared_mutex& SetUpMutex() { return setUp_; }
+
+private:
+    static constexpr std::chrono::microseconds PERIOD{300};
+
+    void Run() {
+        while (!done_) {
+            {
+                const std::shared_lock guard(setUp_);
+                Poll(*engine_.Playback());
+            }
+            std::this_thread::sleep_for(PERIOD);
+        }
+    }
+    void Poll(const orlo::sonrel::PlaybackEngine& playback) {
+        playback.IsPlaying();
+        if (playback.CurrentPlaybackVideoFrame() < orlo::sonrel::PlaybackEngine::NO_FRAME) {
+            faults_.Add("a frame below none is heard");
+        }
+        const orlo::sonrel::AudioMetrics metrics = playback.CurrentPlaybackMetrics();
+        for (const auto& track : metrics.trackMetrics) {
+            if (track.sampleCount == metrics.masterMetrics.sampleCount) continue;
+            faults_.Add("the levels of a track are not of the time of the master");
+        }
+    }
+
+    const orlo::sonrel::Sonrel& engine_;
+    StormFaults& faults_;
+    std::shared_mutex setUp_;
+    std::atomic<bool> done_ = false;
+    std::thread thread_;
+};
+
+}  // namespace sonrel_tests
