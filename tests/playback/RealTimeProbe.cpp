@@ -14,7 +14,6 @@
 #define SONREL_IS_SANITIZED 0
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <linux/futex.h>
 #include <poll.h>
 #include <semaphore.h>
 #include <sys/mman.h>
@@ -175,8 +174,11 @@ SONREL_COUNT_OPEN(open64)
 
 #undef SONREL_COUNT_OPEN
 
-// The waits of atomics come through here. To wake a waiter is no wait.
+// The waits of atomics come through here. To wake a waiter is not a wait.
 long syscall(long number, ...) {
+    constexpr long WAIT = 0;
+    constexpr long WAIT_BITSET = 9;
+    constexpr long COMMAND = 127;  // the other bits are flags
     using Function = long (*)(long, long, long, long, long, long, long);
     static const auto next = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "syscall"));
     std::va_list more;
@@ -184,8 +186,8 @@ long syscall(long number, ...) {
     long values[6] = {};
     for (long& value : values) value = va_arg(more, long);
     va_end(more);
-    const long operation = values[1] & FUTEX_CMD_MASK;
-    if (number == SYS_futex && (operation == FUTEX_WAIT || operation == FUTEX_WAIT_BITSET)) {
+    const long operation = values[1] & COMMAND;
+    if (number == SYS_futex && (operation == WAIT || operation == WAIT_BITSET)) {
         Count(RealTimeProbe::waits);
     }
     return next(number, values[0], values[1], values[2], values[3], values[4], values[5]);
