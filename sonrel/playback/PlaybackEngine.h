@@ -155,8 +155,8 @@ public:
     /// @return what PlayFromFrame gives; PlaybackFailed while nothing plays
     Err SkipToFrame(int frame);
 
-    /// Ends the run and what sounds. Returns when the worker has ended and no end-of-run call is
-    /// running. It may be called while nothing plays; observers are called all the same.
+    /// Ends the run and what sounds; while nothing plays it only calls the observers. Takes up to a
+    /// second besides the mix under way and the host's own callbacks, on a lost device too.
     /// @return NoError; NotInitialized before a set-up
     /// @throws what an observer has thrown, when everything else is done
     Err Stop();

@@ -70,12 +70,36 @@ sanitizer_tests() {
     export UBSAN_OPTIONS=print_stacktrace=1
     count_tests "Unit and scenario tests under ASan and UBSan" run_tests asan 'unit|scenario'
 
-    # The thread sanitizer wants its own places in memory, which a randomised layout may occupy.
     require "Configure with TSan" configure tsan
-    require "Build with TSan" setarch -R cmake --build --preset tsan --target tests-concurrent
-    export TSAN_OPTIONS=halt_on_error=1:suppressions=$PWD/tools/check/tsan.supp
-    count_tests "Concurrent tests under TSan" setarch -R \
+    require "Build with TSan" under_tsan cmake --build --preset tsan --target tests-concurrent
+    count_tests "Concurrent tests under TSan" under_tsan \
         ctest --test-dir build/tsan --output-on-failure --no-tests=error -j "$(nproc)" -L concurrent
+}
+
+# The thread sanitizer wants its own places in memory, which a randomised layout may occupy.
+under_tsan() {
+    TSAN_OPTIONS=halt_on_error=1:suppressions=$PWD/tools/check/tsan.supp setarch -R "$@"
+}
+
+# New random commands to playback, and a million callbacks of a device: a minute. Each storm is printed
+# with the options that repeat it.
+small_storms() {
+    require "Configure with TSan" configure tsan
+    require "Build the storms with TSan" under_tsan cmake --build --preset tsan --target playback_storms
+    check "10000 playback commands under TSan" under_tsan \
+        build/tsan/tests/playback/storms/playback_storms --commands 10000
+    require "Configure" configure release
+    require "Build the device callbacks" build release playback_callbacks
+    check "1000000 device callbacks" \
+        build/release/tests/playback/device/playback_callbacks 1000000
+}
+
+storms() {
+    small_storms
+    require "Configure with ASan and UBSan" configure asan
+    require "Build the storms with ASan and UBSan" build asan playback_storms
+    check "100000 playback commands under ASan and UBSan" \
+        build/asan/tests/playback/storms/playback_storms --commands 100000
 }
 
 # The build of a user: no preset, CMake's default generator, -O3. The command line has no options of
