@@ -7,6 +7,7 @@
 #include <fstream>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "tests/support/AnotherProcess.h"
 #include "tests/support/TemporaryFolder.h"
@@ -106,6 +107,41 @@ TEST_F(CacheFileUse, AMarkWaitsUntilTheRemovalHasEnded) {
     if (status == -1) waitpid(child, &status, 0);
     EXPECT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 0) << "the file was there after the mark";
+}
+
+TEST_F(CacheFileUse, AMovedRemovalKeepsItsRightUntilTheNewObjectEnds) {
+    std::optional<CacheFileRemoval> first(std::in_place, folder_.Wide(""), L"a.xwmc");
+    std::optional<CacheFileRemoval> second(std::move(*first));
+
+    first.reset();
+    EXPECT_TRUE(second->IsAllowed());
+    EXPECT_TRUE(IsUsedElsewhere(L"a.xwmc"));
+    second.reset();
+    EXPECT_FALSE(IsUsedElsewhere(L"a.xwmc"));
+}
+
+TEST_F(CacheFileUse, AnAssignmentGivesTheOldRightBackAndTakesTheNewOne) {
+    CacheFileRemoval removal(folder_.Wide(""), L"a.xwmc");
+
+    removal = CacheFileRemoval(folder_.Wide(""), L"b.xwmc");
+    EXPECT_FALSE(IsUsedElsewhere(L"a.xwmc"));
+    EXPECT_TRUE(IsUsedElsewhere(L"b.xwmc"));
+
+    CacheFileRemoval& itself = removal;
+    removal = std::move(itself);
+    EXPECT_TRUE(removal.IsAllowed());
+    EXPECT_TRUE(IsUsedElsewhere(L"b.xwmc"));
+}
+
+TEST_F(CacheFileUse, ANewLockFileGetsTheMarksOfARemovedLockFile) {
+    Mark(L"a.xwmc");
+    std::filesystem::remove(folder_ / CacheFolderUse::LOCK_FILE);
+
+    Mark(L"b.xwmc");
+
+    EXPECT_TRUE(IsUsedElsewhere(L"a.xwmc"));
+    EXPECT_TRUE(IsUsedElsewhere(L"b.xwmc"));
+    EXPECT_FALSE(IsUsedElsewhere(L"c.xwmc"));
 }
 
 TEST_F(CacheFileUse, TheLastUserOfAFolderReleasesTheMarks) {
