@@ -46,12 +46,21 @@ TEST(OutputWatch, TheFiveSecondsBeginWithTheLastSamplesTaken) {
     EXPECT_NE(watch.Check({false, 513}, START + milliseconds(9501)), "");
 }
 
+TEST(OutputWatch, ChecksOneSecondApartStillCount) {
+    OutputWatch watch;
+    for (int second = 0; second <= 5; ++second) {
+        EXPECT_EQ(watch.Check({false, 512}, START + std::chrono::seconds(second)), "");
+    }
+
+    EXPECT_NE(watch.Check({false, 512}, START + std::chrono::seconds(6)), "");
+}
+
 TEST(OutputWatch, TheTimeInWhichTheProgramWasStoppedDoesNotCount) {
     OutputWatch watch;
     CheckUntil(watch, {false, 512}, milliseconds(0), milliseconds(4000));
 
-    EXPECT_EQ(watch.Check({false, 512}, START + milliseconds(60000)), "");
-    EXPECT_EQ(CheckUntil(watch, {false, 512}, milliseconds(60500), milliseconds(65000)), "");
+    EXPECT_EQ(CheckUntil(watch, {false, 512}, milliseconds(5001), milliseconds(10001)), "");
+    EXPECT_NE(watch.Check({false, 512}, START + milliseconds(10002)), "");
 }
 
 }  // namespace

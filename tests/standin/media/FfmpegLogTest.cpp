@@ -17,10 +17,11 @@ void CountMessage(void*, int, const char*, va_list) {
 
 }  // namespace
 
-TEST(FfmpegLog, TheCallbackOfTheHostReceivesTheMessagesAboutAFileAndStaysInPlace) {
+TEST(FfmpegLog, TheCallbackAndTheLevelOfTheHostStayAndReceiveTheMessagesAboutAFile) {
     const TemporaryFolder folder;
     WriteFile(folder / "a.wav", Riff(Chunk("data", NoiseBytes(400))));  // no format chunk
     av_log_set_callback(&CountMessage);
+    av_log_set_level(AV_LOG_VERBOSE);
 
     EXPECT_NE(OpenedMedia(folder / "a.wav").CreateCode(), 0);
     const int aboutTheFile = messages;
@@ -28,5 +29,7 @@ TEST(FfmpegLog, TheCallbackOfTheHostReceivesTheMessagesAboutAFileAndStaysInPlace
 
     EXPECT_GT(aboutTheFile, 0);
     EXPECT_EQ(messages, aboutTheFile + 1);
+    EXPECT_EQ(av_log_get_level(), AV_LOG_VERBOSE);
     av_log_set_callback(&av_log_default_callback);
+    av_log_set_level(AV_LOG_INFO);
 }
