@@ -322,6 +322,35 @@ TEST(PlaybackCallbacks, TheEngineMayBeReleasedFromItsOwnCompletion) {
     EXPECT_EQ(rig.SetUpSequence(), Err::NoError);
 }
 
+TEST(PlaybackCallbacks, NoCallFollowsAnObserverThatReleasesTheEngineAtTheEndOfARun) {
+    SpyObserver first;
+    SpyObserver second;
+    std::atomic<bool> completed = false;
+    std::atomic<bool> released = false;
+    {
+        VirtualRig rig({25.0, 8000, 3});
+        rig.SetUpSequence();
+        rig.Playback().AddMeterObserver(&first);
+        rig.Playback().AddMeterObserver(&second);
+        rig.output->StopCallingBack(true);
+        rig.Playback().PlayFromFrame(
+            0, FORWARD, 1, [&](void*) { completed = true; }, nullptr);
+        second.calls.clear();
+        first.onStop = [&] {
+            rig.MakePlayback();
+            released = true;
+        };
+
+        rig.output->StopCallingBack(false);
+
+        EXPECT_TRUE(Eventually([&] { return released.load(); }));
+        EXPECT_EQ(rig.SetUpSequence(), Err::NoError);
+    }  // waits for the thread of the output
+
+    EXPECT_EQ(second.calls, std::vector<std::string>());
+    EXPECT_FALSE(completed);
+}
+
 TEST(PlaybackCallbacks, ARunThatIsHeardBeforeItsCommandReturnsDoesNotPlayOn) {
     VirtualRig rig({25.0, 8000, 3});
     SpyObserver observer;
