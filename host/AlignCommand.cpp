@@ -149,9 +149,15 @@ void ClaimOutputs(const GlobalOptions& global, const AlignOptions& options, Outp
 
 std::string BelowClause(const RecordingPair& pair, const AlignmentAnswer& answer, double least) {
     if (answer.tooShort) return TooShortClause(pair);
-    return "the correlation of " + Quoted(pair.A().input) + " and " + Quoted(pair.B().input) +
-           " is " + FormatNumber(answer.found.refined.correlation, 3) + ", below " +
-           FormatNumber(least, 3) + "; give a lower --min-correlation to accept it";
+    const double correlation = answer.found.refined.correlation;
+    const std::string found = "the correlation of " + Quoted(pair.A().input) + " and " +
+                              Quoted(pair.B().input) + " is " + FormatNumber(correlation, 3);
+    if (correlation >= least) {
+        return found + ", and unrelated recordings reach " + FormatNumber(answer.found.chance, 3) +
+               " by chance in what was compared; give recordings with a longer overlap";
+    }
+    return found + ", below " + FormatNumber(least, 3) +
+           "; give a lower --min-correlation to accept it";
 }
 
 /// The results of all pairs, one after the other.

@@ -10,6 +10,7 @@
 #include <mutex>
 #include <thread>
 
+#include "host/ChanceCorrelation.h"
 #include "host/Interrupt.h"
 #include "host/SegmentSearch.h"
 
@@ -20,14 +21,10 @@ namespace {
 using sonrel::AudioSync;
 
 constexpr double WELL_UNDER = 0.6;          // of the engine's own correlation
-constexpr double SURE_CORRELATION = 0.9;    // of stretches that are hardly there
+constexpr double LAST_CORRELATION = 0.999;  // above it the rounding of the norms decides
 constexpr double CLEAR_CORRELATION = 0.7;   // that ends a search for other seconds
 constexpr double STRONG_CORRELATION = 0.5;  // of a place that lies elsewhere
-constexpr double DRIFT_ALLOWANCE = 300e-6;  // clocks differ by less
-constexpr double AGREEMENT_SECONDS = 0.02;  // beside their drift
 constexpr double AUDIBLE_SECONDS = 0.01;    // a change of the offset that one offset cannot fit
-constexpr double LEAST_DRIFT_SPAN = 20.0;   // seconds between the first and the last place
-constexpr std::size_t LEAST_DRIFT_PLACES = 4;
 constexpr int SPREAD_PARTS = 6;
 
 /// Passes the wish to stop the program on to a search.
@@ -115,20 +112,19 @@ private:
         candidate.segments = std::move(segments);
         candidate.refined = pair_.Refine(offset);
         if (IsTooShort(pair_.OverlapAt(candidate.refined.offset).length)) return;
-        if (IsSound(candidate.refined)) {
+        if (candidate.refined.correlation >= least_) {
             candidate.places = pair_.MeasureAlong(candidate.refined.offset);
             candidate.matchedSeconds = MatchedSeconds(candidate);
+            candidate.chance = ChanceCorrelation(pair_, candidate.refined, candidate.places);
         }
         if (!any_ || IsBetter(candidate, answer_.found)) answer_.found = candidate;
         any_ = true;
     }
 
-    /// Whether a measure is worth its correlation. Over less than a second unrelated sounds
-    /// correlate by chance, the better the shorter it is: the bound rises.
-    bool IsSound(const Measure& measure) const {
-        const double seconds = static_cast<double>(measure.place.length) / pair_.Rate();
-        const double missing = std::max(0.0, 1.0 - seconds);
-        return measure.correlation >= least_ + std::max(0.0, SURE_CORRELATION - least_) * missing;
+    /// Whether a measure is worth its correlation: unrelated recordings do not reach it.
+    bool IsSound(const Alignment& candidate) const {
+        return candidate.refined.correlation >= std::max(least_, candidate.chance) &&
+               candidate.chance < LAST_CORRELATION;
     }
 
     double MatchedSeconds(const Alignment& candidate) const {
@@ -145,8 +141,8 @@ private:
     /// Below the bound the larger correlation counts; from there on how much of the recordings
     /// matches, so that a loop is not taken for the piece that it repeats in.
     bool IsBetter(const Alignment& one, const Alignment& other) const {
-        const bool oneHolds = IsSound(one.refined);
-        const bool otherHolds = IsSound(other.refined);
+        const bool oneHolds = IsSound(one);
+        const bool otherHolds = IsSound(other);
         if (oneHolds != otherHolds) return oneHolds;
         if (!oneHolds) return one.refined.correlation > other.refined.correlation;
         return one.matchedSeconds > other.matchedSeconds;
@@ -158,8 +154,8 @@ private:
     }
 
     bool HoldsUp() const {
-        const Measure& refined = answer_.found.refined;
-        return IsSound(refined) && refined.correlation >= WELL_UNDER * answer_.engine.correlation;
+        return IsSound(answer_.found) &&
+               answer_.found.refined.correlation >= WELL_UNDER * answer_.engine.correlation;
     }
 
     /// Whether no other place can be meant. A weaker match is compared with all others first.
@@ -217,7 +213,10 @@ private:
 
     void Conclude() {
         const Measure& refined = answer_.found.refined;
-        if (refined.correlation >= least_) {
+        if (refined.correlation < least_) {
+            answer_.found.chance = ChanceCorrelation(pair_, refined, {});
+        }
+        if (IsSound(answer_.found)) {
             answer_.verdict = Verdict::Aligned;
         } else {
             answer_.verdict =
@@ -275,45 +274,6 @@ const char* VerdictName(Verdict verdict) {
             break;
     }
     return "unrelated";
-}
-
-bool Agrees(const Measure& place, const Measure& whole, int rate) {
-    const double distance = std::fabs(static_cast<double>(place.place.start - whole.place.start));
-    const double allowed = AGREEMENT_SECONDS * rate + DRIFT_ALLOWANCE * distance;
-    return std::fabs(static_cast<double>(place.offset - whole.offset)) <= allowed;
-}
-
-std::optional<Drift> FitDrift(const std::vector<Measure>& places, const Measure& whole,
-                              const Place& overlap, int rate) {
-    std::vector<std::pair<double, double>> points;  // frame in B, offset less the whole's
-    for (const Measure& place : places) {
-        if (place.correlation < 0.5 * whole.correlation || !Agrees(place, whole, rate)) continue;
-        points.emplace_back(static_cast<double>(place.place.start) + 0.5 * place.place.length,
-                            static_cast<double>(place.offset - whole.offset));
-    }
-    if (points.size() < LEAST_DRIFT_PLACES) return std::nullopt;
-    if (points.back().first - points.front().first < LEAST_DRIFT_SPAN * rate) return std::nullopt;
-    const auto count = static_cast<double>(points.size());
-    double meanX = 0.0;
-    double meanY = 0.0;
-    for (const auto& [x, y] : points) {
-        meanX += x / count;
-        meanY += y / count;
-    }
-    double covariance = 0.0;
-    double variance = 0.0;
-    for (const auto& [x, y] : points) {
-        covariance += (x - meanX) * (y - meanY);
-        variance += (x - meanX) * (x - meanX);
-    }
-    const double slope = covariance / variance;
-    double squares = 0.0;
-    for (const auto& [x, y] : points) {
-        const double distance = y - meanY - slope * (x - meanX);
-        squares += distance * distance;
-    }
-    return Drift{slope * 1e6, std::sqrt(squares / count),
-                 slope * static_cast<double>(overlap.length)};
 }
 
 AlignmentAnswer Align(const RecordingPair& pair, double leastCorrelation, Progress& progress) {

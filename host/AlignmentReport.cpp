@@ -99,6 +99,7 @@ Json AlignmentJson(const RecordingPair& pair, const AlignmentAnswer& answer) {
     if (answer.drift) {
         result["drift"] = {{"ppm", answer.drift->ppm}, {"residual", answer.drift->residual}};
     }
+    result["chance"] = answer.found.chance;
     result["verdict"] = VerdictName(answer.verdict);
     result["tooShort"] = answer.tooShort;
     result["way"] = WayName(answer.found.way);

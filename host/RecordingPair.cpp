@@ -46,7 +46,11 @@ Measure RecordingPair::MeasureAt(long long offset, const Place& place) const {
     const AudioSync::CorrelationResult found =
         AudioSync::CompareRanges(engine_, a_.asset, b_.asset, static_cast<int>(place.length),
                                  place.start + offset, place.start);
-    return {found.correlation, offset + found.offset, place};
+    const long long lag = found.offset;
+    return {found.correlation,
+            offset + lag,
+            place,
+            {place.start + std::max(0LL, -lag), place.length - std::llabs(lag)}};
 }
 
 Measure RecordingPair::Refine(long long offset) const {
@@ -55,7 +59,8 @@ Measure RecordingPair::Refine(long long offset) const {
     if (std::llabs(first.offset - offset) <= first.place.length / 8) return first;
     const Measure second =
         MeasureAt(first.offset, LoudestPlace(first.offset, OverlapAt(first.offset), length));
-    return second.correlation > first.correlation ? second : first;
+    const bool hardlyMet = first.compared.length < second.compared.length / 2;
+    return hardlyMet || second.correlation > first.correlation ? second : first;
 }
 
 std::vector<Measure> RecordingPair::MeasureAlong(long long offset) const {
@@ -73,7 +78,7 @@ std::vector<Measure> RecordingPair::MeasureAlong(long long offset) const {
             measures.push_back(MeasureAt(offset, place));
         } else if (b_.levels.Rms(begin, end) > 0.0 ||
                    a_.levels.Rms(begin + offset, end + offset) > 0.0) {
-            measures.push_back({0.0, offset, place});
+            measures.push_back({0.0, offset, place, place});
         }
     }
     return measures;

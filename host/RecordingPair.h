@@ -30,6 +30,7 @@ struct Measure {
     double correlation = 0.0;
     long long offset = 0;  ///< of the whole recordings: what B has at t, A has at t + offset
     Place place;           ///< in B
+    Place compared;        ///< the part of it that has sound of A at this offset, in B
 };
 
 /// Two recordings, and comparisons of stretches of them. Offsets are in sample frames at the common

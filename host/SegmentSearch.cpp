@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "host/StereoReader.h"
 #include "sonrel/contracts/zrtl/Timing.h"
-#include "sonrel/mixer/AudioMixer.h"
 
 namespace orlo::host {
 
@@ -32,37 +32,6 @@ std::vector<float> Onsets(const LevelProfile& levels, std::size_t binsInOne, std
         before = level;
     }
     return onsets;
-}
-
-/// One channel of a stretch as floats, with zeros where the recording has ended.
-class StereoReader {
-public:
-    StereoReader(const RecordingPair& pair, const Recording& recording)
-        : mixer_(*pair.Engine()->Mixer()), recording_(recording) {}
-
-    /// Interleaved. @param frames  that the vector holds; the stretch may be shorter
-    std::vector<float> Read(const Place& place, std::size_t frames) const {
-        std::vector<short> samples(2 * static_cast<std::size_t>(place.length));
-        const int read = mixer_.GetSamples(
-            recording_.asset, place.start, static_cast<int>(place.length),
-            reinterpret_cast<unsigned char*>(samples.data()), static_cast<int>(4 * place.length));
-        std::vector<float> values(2 * frames, 0.0f);
-        for (std::size_t i = 0; i < 2 * static_cast<std::size_t>(std::max(0, read)); ++i) {
-            values[i] = static_cast<float>(samples[i]) / 32768.0f;
-        }
-        return values;
-    }
-
-private:
-    const sonrel::AudioMixer& mixer_;
-    const Recording& recording_;
-};
-
-bool ChannelsAreEqual(const std::vector<float>& interleaved) {
-    for (std::size_t i = 0; i < interleaved.size(); i += 2) {
-        if (interleaved[i] != interleaved[i + 1]) return false;
-    }
-    return true;
 }
 
 /// A match of a segment in a piece of the longer recording.

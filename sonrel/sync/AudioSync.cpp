@@ -117,6 +117,11 @@ AudioSync::CorrelationResult AudioSync::CrossCorrelate(float const* a, int strid
     return detail::CorrelateSignals(a, strideA, b, strideB, count);
 }
 
+double AudioSync::CorrelationEnergy(float const* a, int strideA, float const* b, int strideB,
+                                    int count) {
+    return detail::EnergyOfCorrelation(a, strideA, b, strideB, count);
+}
+
 AudioSync::CorrelationResult AudioSync::FindOffset(std::shared_ptr<Sonrel> const& engine,
                                                    std::shared_ptr<project::MediaAsset> const& a,
                                                    std::shared_ptr<project::MediaAsset> const& b,

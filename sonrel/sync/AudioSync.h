@@ -27,7 +27,7 @@ class Sonrel;
 ///
 /// Threads: the class has no state. A call blocks until it is done and uses all processors
 /// meanwhile. Calls on assets go through the engine's mixer, of which one thread at a time may ask;
-/// CrossCorrelate of plain signals runs on any number of threads.
+/// CrossCorrelate and CorrelationEnergy of plain signals run on any number of threads.
 class SONREL_EXPORT AudioSync {
 public:
     struct CorrelationResult {
@@ -45,6 +45,15 @@ public:
     ///         of zeros, and those that hold a NaN, give 0.0 and 0
     static CorrelationResult CrossCorrelate(float const* a, int strideA, float const* b,
                                             int strideB, int count);
+
+    /// Adds up the squares of the correlations of two signals at all lags, each divided by both
+    /// norms as in CrossCorrelate. Divided by @p count, the sum is the variance that the
+    /// correlation of two unrelated steady signals with these spectra has: large for tones, small
+    /// for noise.
+    /// @param count  values of each signal, at most 8388608; below 1 the result is 0.0
+    /// @return 0.0 for signals of zeros and for those that contain a NaN or an infinity
+    static double CorrelationEnergy(float const* a, int strideA, float const* b, int strideB,
+                                    int count);
 
     /// Searches for the lag of two whole recordings.
     ///

@@ -47,6 +47,10 @@ float CopyStrided(float const* from, int stride, int count, std::vector<float>& 
     return sum;
 }
 
+double PowerAt(const Spectrum& spectrum, std::size_t i) {
+    return spectrum[i] * spectrum[i] + spectrum[i + 1] * spectrum[i + 1];
+}
+
 }  // namespace
 
 unsigned int TransformPoints(unsigned int count) {
@@ -128,6 +132,27 @@ SearchResult JoinChannels(const SearchResult& left, const SearchResult& right) {
                 zrtl::TruncToInt64(middle), left.segmentIndex, Channel::Left};
     }
     return left.correlation >= right.correlation ? left : right;
+}
+
+double EnergyOfCorrelation(float const* a, int strideA, float const* b, int strideB, int count) {
+    if (count < 1) return 0.0;
+    const std::size_t length = 2 * static_cast<std::size_t>(count);
+    const auto twiddles = HoldTwiddles(TransformPoints(static_cast<unsigned int>(length)));
+    std::vector<float> samples(length);
+    Spectrum spectrumA;
+    Spectrum spectrumB;
+    const auto energyA = static_cast<double>(CopyStrided(a, strideA, count, samples));
+    SpectrumOf(samples.data(), static_cast<unsigned int>(length), spectrumA);
+    const auto energyB = static_cast<double>(CopyStrided(b, strideB, count, samples));
+    SpectrumOf(samples.data(), static_cast<unsigned int>(length), spectrumB);
+    // By Parseval's theorem the spectra have the sum, so that no inverse transform is needed.
+    double sum = 0.0;
+    for (std::size_t i = 0; i < spectrumA.size(); i += 2) {
+        sum += PowerAt(spectrumA, i) * PowerAt(spectrumB, i);
+    }
+    const double points = static_cast<double>(spectrumA.size()) * 0.5;
+    const double energy = sum / points / (energyA * energyB);
+    return std::isfinite(energy) ? energy : 0.0;
 }
 
 AudioSync::CorrelationResult CorrelateSignals(float const* a, int strideA, float const* b,

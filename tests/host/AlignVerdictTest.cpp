@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 
 #include "tests/host/AlignRig.h"
 
@@ -39,6 +40,64 @@ TEST_F(AlignProgram, TheBoundDecides) {
 
     EXPECT_EQ(exitCodeAt(correlation - 0.01), 0);
     EXPECT_EQ(exitCodeAt(correlation + 0.01), 3);
+}
+
+/// A tone with a beginning and an end that are not heard.
+Sound Tone(double seconds, double hertz) {
+    Sound sound(static_cast<std::size_t>(seconds * RATE));
+    for (std::size_t i = 0; i < sound.size(); ++i) {
+        const double at = static_cast<double>(i) / RATE;
+        sound[i] =
+            8000.0 * std::sin(2.0 * 3.14159265 * hertz * at) * std::sin(3.14159265 * at / seconds);
+    }
+    return sound;
+}
+
+TEST_F(AlignProgram, SteadyTonesOfOnePitchAreNotAligned) {
+    const nlohmann::json result =
+        Align(With(Hiss(9, 1), Tone(6, 440), 1.0), With(Hiss(12, 2), Tone(8, 440), 3.0));
+
+    EXPECT_GT(result.at("refined").at("correlation"), 0.9);
+    EXPECT_EQ(result.at("verdict"), "uncertain");
+}
+
+TEST_F(AlignProgram, UnrelatedSoundsOfHalfASecondAreNotAligned) {
+    std::vector<std::string> names{"@a.wav"};
+    Write("a.wav", With(Hiss(10, 1), Talk(9, 2), 0.5));
+    for (unsigned int seed = 100; seed < 120; ++seed) {
+        names.push_back("@" + std::to_string(seed) + ".wav");
+        Write(std::to_string(seed) + ".wav", Talk(0.5, seed));
+    }
+    names.push_back("--json");
+
+    for (const nlohmann::json& result : Run(names).Json().at("results")) {
+        EXPECT_NE(result.at("verdict"), "aligned") << result;
+        EXPECT_LT(result.at("refined").at("correlation"), result.at("chance"));
+    }
+}
+
+TEST_F(AlignProgram, TheErrorNamesWhatUnrelatedRecordingsReach) {
+    Write("a.wav", With(Hiss(9, 1), Tone(6, 440), 1.0));
+    Write("b.wav", With(Hiss(12, 2), Tone(8, 440), 3.0));
+
+    const ProgramResult result = Run({"@a.wav", "@b.wav"});
+
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_NE(result.err.find("unrelated recordings reach 1 by chance in what was compared; "
+                              "give recordings with a longer overlap"),
+              std::string::npos)
+        << result.err;
+}
+
+TEST_F(AlignProgram, AnOverlapOfThreeTenthsOfASecondIsFound) {
+    const Sound word = Talk(0.3, 12);
+
+    const nlohmann::json result = Align(With(With(Hiss(10, 3), Talk(9, 20), 0.2), word, 9.7),
+                                        With(With(Hiss(10, 4), Talk(9, 22), 0.8), word, 0.0));
+
+    EXPECT_EQ(result.at("offset"), 77600);
+    EXPECT_EQ(result.at("verdict"), "aligned");
+    EXPECT_LT(result.at("chance"), result.at("refined").at("correlation"));
 }
 
 TEST_F(AlignProgram, SilenceIsUnrelatedToEverything) {

@@ -84,4 +84,7 @@ SearchResult JoinChannels(const SearchResult& left, const SearchResult& right);
 AudioSync::CorrelationResult CorrelateSignals(float const* a, int strideA, float const* b,
                                               int strideB, int count);
 
+/// The sum of the squared correlations at all lags; see AudioSync::CorrelationEnergy.
+double EnergyOfCorrelation(float const* a, int strideA, float const* b, int strideB, int count);
+
 }  // namespace orlo::sonrel::detail
