@@ -152,7 +152,36 @@ def short():
     return json.dumps(timeline(joined, nested, track(clip()))).encode()
 
 
+def unusual():
+    """What a reader seldom meets."""
+    deep = track(clip())
+    for _ in range(9):
+        deep = stack(deep, name="a nested item with a name of more than sixty letters, \u00e4" * 2)
+    yield "deep-names", timeline(track(deep))
+    yield "named", timeline(track(stack(track(stack(track(clip()), name="in")), name="out")))
+    yield "several", {"OTIO_SCHEMA": "SerializableCollection.1",
+                      "children": [timeline(track(clip())), timeline(), clip()]}
+    yield "no-stack", {"OTIO_SCHEMA": "Timeline.1", "tracks": None}
+    yield "no-schema", {"name": "x"}
+    yield "keys", timeline(track(ours({"audioLevel": [[1e300, 0], [0, 1]]})),
+                           metadata={"sonrel": {"other": 1}})
+    fades = ours({"fadeIn": 8, "fadeOut": 8})
+    yield "cut-fades", timeline(track(fades, dissolve(1, 1, metadata={"sonrel": {"x": 1}}), fades,
+                                      source_range=span(3, 9)))
+    yield "cut-join", timeline(track(clip(), dissolve(2, 2), clip(), source_range=span(12, 5)))
+    yield "disabled", timeline(track(clip(), dissolve(2, 2, enabled=False), clip(), enabled="x"))
+    late = clip()
+    late["media_reference"]["available_range"] = span(4, 100)
+    yield "early", timeline(track(late, clip(2000000000), clip(0, 5, enabled=1)))
+    yield "far", timeline(track(clip()), source_range=span(1e300, 5))
+    yield "long-join", timeline(track(clip(0, 2e9), dissolve(1e9, 1e9), clip(0, 1e9)))
+    swapped = [{"Source Track ID": 0, "Source Channel ID": channel} for channel in (1, 0)]
+    yield "swapped", timeline(track(clip(metadata={"Resolve_OTIO": {"Channels": swapped}})))
+    yield "bare-effect", timeline(track(clip(effects=[{"OTIO_SCHEMA": "Other.1"}])))
+
+
 def documents():
+    yield from unusual()
     yield "edit", edit()
     for number, group in enumerate((effects, foreign, references, nests, tracks)):
         for index, item in enumerate(group()):
