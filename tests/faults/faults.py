@@ -95,7 +95,7 @@ class Driver:
             str(options.seconds)
         for script in ("traps.py", "outputs.py"):
             if options.depth == "full" and (HERE / script).exists():
-                yield script, self.script, script, "--depth", options.depth
+                yield script, self.script, script, self.shop.folder
         share = -(-options.kills // options.jobs)
         for number in range(options.jobs):
             yield "random kills", self.in_a_box, killloop.run, share, number
