@@ -21,14 +21,15 @@ struct PacketRun {
 };
 
 /// A Matroska file of AAC at 48000 Hz, 31 to 34 bytes a packet.
-inline std::string AacFile(const std::vector<PacketRun>& runs) {
+/// @param fileBytes  the size to fill the file up to; 0 for none
+inline std::string AacFile(const std::vector<PacketRun>& runs, std::size_t fileBytes = 0) {
     std::vector<MatroskaPacket> packets;
     for (const PacketRun& run : runs) {
         for (int i = 0; i < run.count; ++i) {
             packets.push_back({1, 21 * packets.size(), run.packet});
         }
     }
-    return MatroskaFile(SoundTrack(1, "A_AAC", 1, "\x11\x88"), packets);
+    return MatroskaFile(SoundTrack(1, "A_AAC", 1, "\x11\x88"), packets, fileBytes);
 }
 
 }  // namespace sonrel_tests

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -24,11 +25,12 @@ inline std::string NumberElement(std::uint32_t id, std::uint64_t value) {
     return Element(id, Big(value, 8));
 }
 
-/// A track of sound at 48000 Hz.
+/// A track of sound.
 /// @param setup  what the codec's decoder is set up with; may be empty
+/// @param hertz  the sample rate
 inline std::string SoundTrack(int number, std::string_view codec, std::uint64_t channels,
-                              std::string_view setup = {}) {
-    const std::string rate("\x40\xE7\x70\0\0\0\0\0", 8);  // 48000 as a double
+                              std::string_view setup = {}, double hertz = 48000.0) {
+    const std::string rate = Big(std::bit_cast<std::uint64_t>(hertz), 8);
     return Element(0xAE, NumberElement(0xD7, number) + NumberElement(0x73C5, number) +
                              NumberElement(0x83, 2) + Element(0x86, codec) +
                              (setup.empty() ? std::string() : Element(0x63A2, setup)) +

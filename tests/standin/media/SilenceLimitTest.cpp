@@ -19,8 +19,8 @@ using zrh::media::SilenceRefused;
 namespace {
 
 /// A picture at 0 and 100 frames of 16-bit sound that begin later.
-std::string LateSound(std::uint64_t timeMs, std::size_t fileBytes = 0) {
-    return MatroskaFile(SoundTrack(1, "A_PCM/INT/LIT", 1) + PictureTrack(2),
+std::string LateSound(std::uint64_t timeMs, std::size_t fileBytes = 0, double hertz = 48000.0) {
+    return MatroskaFile(SoundTrack(1, "A_PCM/INT/LIT", 1, {}, hertz) + PictureTrack(2),
                         {{2, 0, std::string(16, '\0')}, {1, timeMs, NoiseBytes(200)}}, fileBytes);
 }
 
@@ -35,11 +35,12 @@ protected:
         return folder_ / "a.mka";
     }
 
-    int Convert(const std::string& bytes, std::string* reason) const {
+    int Convert(const std::string& bytes, std::string* reason, unsigned int rate = 48000) const {
         const OpenedMedia media(File(bytes));
+        std::filesystem::remove(folder_ / "out.xwmc");
         const ConversionObserver observer([](long long, long long) { return true; });
         const int code =
-            zrh::media::ZRAudioConverter::Convert(media.Audio(), folder_.Wide("out.xwmc"), 48000);
+            zrh::media::ZRAudioConverter::Convert(media.Audio(), folder_.Wide("out.xwmc"), rate);
         *reason = observer.Failure();
         return code;
     }
@@ -65,6 +66,13 @@ TEST_F(SilenceLimit, TheLimitGrowsWithEightTimesTheFile) {
     // (8 * 100000 + 1048576) / 4 = 462144 frames = 9628 ms.
     EXPECT_EQ(OpenedMedia(File(LateSound(9628, 100000))).PrepareCode(), 0);
     EXPECT_EQ(OpenedMedia(File(LateSound(9629, 100000))).PrepareCode(),
+              Code(MediaError::TooMuchSilence));
+}
+
+TEST_F(SilenceLimit, TheLimitCountsFramesAtTheStreamsOwnRate) {
+    // (8 * 592 + 1048576) / 4 = 263328 frames = 10972 ms at 24000 Hz.
+    EXPECT_EQ(OpenedMedia(File(LateSound(10972, 592, 24000.0))).PrepareCode(), 0);
+    EXPECT_EQ(OpenedMedia(File(LateSound(10973, 592, 24000.0))).PrepareCode(),
               Code(MediaError::TooMuchSilence));
 }
 
@@ -122,6 +130,25 @@ TEST_F(SilenceLimit, AConversionThatMeetsTooManyBadPacketsStopsWithBothNumbers) 
     EXPECT_EQ(code, Code(MediaError::TooMuchSilence));
     EXPECT_NE(reason.find("of silence that is not in it, and at most 1."), std::string::npos)
         << reason;
+}
+
+/// 300 packets that do not decode are 300 * 1024 frames, the limit of a file of 22528 bytes:
+/// (8 * 22528 + 1048576) / 4 = 307200.
+const std::vector<PacketRun> AT_THE_LIMIT{{40, GOOD_PACKET}, {300, BAD_PACKET}, {40, GOOD_PACKET}};
+
+TEST_F(SilenceLimit, AConversionPutsInSilenceUpToTheLimit) {
+    std::string reason;
+
+    EXPECT_EQ(Convert(AacFile(AT_THE_LIMIT, 22528), &reason), 0);
+    EXPECT_EQ(Convert(AacFile(AT_THE_LIMIT, 22526), &reason), Code(MediaError::TooMuchSilence));
+}
+
+TEST_F(SilenceLimit, TheRateOfAConversionDoesNotCount) {
+    std::string reason;
+
+    EXPECT_EQ(Convert(AacFile(AT_THE_LIMIT, 22528), &reason, 96000), 0);
+    EXPECT_EQ(Convert(AacFile(AT_THE_LIMIT, 22526), &reason, 24000),
+              Code(MediaError::TooMuchSilence));
 }
 
 TEST_F(SilenceLimit, AReaderThatMeetsTooManyBadPacketsStopsWithBothNumbers) {
