@@ -70,10 +70,10 @@ otio::ImportOptions Options(Choices& choices) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     Choices choices(data, size);
-    std::string text(data, data + size - std::min(size, CHOICE_BYTES));
+    const std::string_view text = sonrel_fuzz::AllBytes(data, size - std::min(size, CHOICE_BYTES));
+    const sonrel_fuzz::InputFile input(text, ".otio");
     try {
-        otio::TimelineImport import =
-            otio::ImportTimelineText(std::move(text), "/nowhere", Options(choices));
+        otio::TimelineImport import = otio::ImportTimeline(input.Path(), Options(choices));
         Require(import.arrangement.frameCount >= 0, "a length of 0 or more");
         for (const otio::PlacedTrack& track : import.arrangement.tracks) CheckTrack(track);
         import.report.Entries();
