@@ -120,8 +120,9 @@ class Target:
         return code != 0 or seconds > TIMEOUT_SECONDS
 
     def classify(self, log, figures):
-        artifact = re.search(r"Test unit written to (\S+)", log)
-        path = artifact.group(1) if artifact else "no input"
+        # Slow inputs may be named before the input that ended the process.
+        artifacts = re.findall(r"Test unit written to (\S+)", log)
+        path = artifacts[-1] if artifacts else "no input"
         name = pathlib.Path(path).name
         if name.startswith(("timeout-", "slow-unit-")):
             if not self.is_slow(path):
