@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include <random>
+#include <string>
+
 #include "tests/host/ProgramRun.h"
 #include "tests/host/TimelineDocument.h"
 #include "tests/support/Database.h"
@@ -183,7 +186,16 @@ TEST_F(CommandProgram, ATimelineWithMissingMediaExits3InEveryCommandThatReadsTim
     }
 }
 
+/// A second of noise, which can be aligned with itself.
+std::string NoiseFile() {
+    std::mt19937 engine(1);
+    std::string data(2 * 48000, '\0');
+    for (char& byte : data) byte = static_cast<char>(engine());
+    return Riff(Chunk("fmt ", PcmFormat(1, 1, 48000, 16)) + Chunk("data", data));
+}
+
 TEST_F(CommandProgram, EveryCommandTakesAllowMissing) {
+    WriteFile(shop_.Work("noise.wav"), NoiseFile());
     WriteFile(shop_.Work("edit.otio"), Timeline({Track({Clip("gone.wav", 0, 2)})}).dump());
     const std::vector<std::vector<std::string>> lines = {
         {"info", "@edit.otio", "--allow-missing"},
@@ -192,7 +204,7 @@ TEST_F(CommandProgram, EveryCommandTakesAllowMissing) {
         {"play", "@edit.otio", "--output", "@out.raw", "--allow-missing"},
         {"peaks", "@edit.otio", "--allow-missing"},
         {"waveform", "@a.wav", "-o", "@out.png", "--allow-missing"},
-        {"align", "@a.wav", "@a.wav", "--allow-missing"},
+        {"align", "@noise.wav", "@noise.wav", "--allow-missing"},
         {"cache", "ls", "--allow-missing"},
         {"--allow-missing", "info", "@edit.otio"},
     };
