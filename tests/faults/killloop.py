@@ -17,6 +17,7 @@ from judge import judge, judge_next
 NAME = "kills at random moments"
 TURNS = ("conform, made", "conform, forced", "peaks, made", "peaks, forced", "mix, found",
          "cache clean")
+COMPLETE = ("conform, made", "peaks, made", "mix, found")  # from any state of the cache
 ROUNDS_OF_A_KILL = 4  # at most, on average
 CHECK_EVERY = 10  # kills, with an undisturbed run
 
@@ -59,9 +60,10 @@ def run(box, kills, seed):
             faults = judge(box, commands[turn], (None, "", ""), was_killed=True)
             figure.add([f"{TURNS[turn]}: {kind}: {text}" for kind, text in faults])
             if figure.count % CHECK_EVERY == 0:
-                next_turn = commands[chance.choice(range(5))]
+                name = chance.choice(COMPLETE)
                 clear_outputs(box)
-                following.add([text for _, text in judge_next(box, next_turn)])
+                following.add([f"{name} after {TURNS[turn]}: {text}"
+                               for _, text in judge_next(box, COMMANDS[name])])
         clear_outputs(box)
         if figure.count == kills:
             break
