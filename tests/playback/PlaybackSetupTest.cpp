@@ -177,7 +177,10 @@ TEST_F(PlaybackSetup, RatesOf7999And96001AreRefused) {
 TEST_F(PlaybackSetup, ARefusedRateLeavesARunRunning) {
     rig_.SetUpSequence();
     rig_.Play(0);
-    Settings().SetCustomAudioSampleRate(96001);
+    {
+        const std::lock_guard guard(rig_.engine->Mixer()->Mutex());
+        Settings().SetCustomAudioSampleRate(96001);
+    }
 
     EXPECT_EQ(rig_.SetUpSequence(), Err::UnsupportedSampleRate);
 

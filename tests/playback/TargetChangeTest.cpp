@@ -227,7 +227,10 @@ TEST_F(PlaybackSetup, AWorkerWhoseVoiceDidNotStartIsEndedByANewSetUp) {
     rig_.device.refuseStart = true;
     EXPECT_EQ(rig_.Play(0), Err::PlaybackFailed);
     EXPECT_TRUE(rig_.device.WaitForQueued(49)) << "the worker runs";
-    Settings().SetFrameCount(1);
+    {
+        const std::lock_guard guard(rig_.engine->Mixer()->Mutex());
+        Settings().SetFrameCount(1);
+    }
 
     EXPECT_EQ(rig_.SetUpSequence(), Err::NoError);
 
