@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <map>
@@ -128,6 +129,16 @@ bool IsInUse(const CachePlaces& places, const std::string& file) {
     return !sonrel::CacheFileRemoval(WidePath(places.folder), WidePath(file)).IsAllowed();
 }
 
+/// Why a file counts as used.
+std::string UseClause(const CachePlaces& places) {
+    const std::string marks = CacheFilePath(places, sonrel::CacheFolderUse::LOCK_FILE);
+    if (access(marks.c_str(), R_OK) == 0 || errno == ENOENT) {
+        return "another program uses it; try again when that has ended";
+    }
+    return "whether another program uses it cannot be seen, because " + Quoted(marks) +
+           " cannot be read: " + std::strerror(errno);
+}
+
 /// The files of @p entries that other programs use.
 std::set<std::string> FilesInUse(const CachePlaces& places,
                                  const std::vector<CacheEntry>& entries) {
@@ -162,7 +173,7 @@ void CleanDue(const EngineSession& session, const std::vector<CacheEntry>& due, 
         } else {
             const bool isUsed = used.contains(entry.file) || IsInUse(places, entry.file);
             sums.Stays(path,
-                       isUsed ? "another program uses it; try again when that has ended"
+                       isUsed ? UseClause(places)
                               : "it cannot be removed; look at its and its folder's permissions");
         }
     }
@@ -174,6 +185,16 @@ struct Orphans {
     std::vector<sonrel::CacheFileRemoval> removals;
 };
 
+/// Whether a program may still write a file. Without locks only its age can tell.
+bool MayBeWritten(const CachePlaces& places, const CacheEntry& entry) {
+    constexpr std::chrono::hours MAX_WRITING{24};
+    const std::wstring folder = WidePath(places.folder);
+    if (sonrel::CacheFolderUse::HasLocks(folder)) return false;
+    std::error_code error;
+    const auto written = std::filesystem::last_write_time(CacheFilePath(places, entry.file), error);
+    return !error && written > std::filesystem::file_time_type::clock::now() - MAX_WRITING;
+}
+
 /// A file is recorded before its writer releases it, so that a file that nobody writes and that has
 /// no record then never gets one.
 Orphans FindOrphans(const CachePlaces& places) {
@@ -182,7 +203,7 @@ Orphans FindOrphans(const CachePlaces& places) {
     for (const CacheEntry& entry : TakeInventory(places)) {
         if (entry.state != CacheEntry::State::Orphan) continue;
         sonrel::CacheFileRemoval removal(WidePath(places.folder), WidePath(entry.file));
-        if (!removal.IsAllowed()) continue;
+        if (!removal.IsAllowed() || MayBeWritten(places, entry)) continue;
         orphans.removals.push_back(std::move(removal));
         unwritten.insert(entry.file);
     }

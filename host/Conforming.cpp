@@ -86,23 +86,29 @@ std::string FailureReason(const EngineSession& session, const ConformTask& task,
                                      : conversionFailure;
 }
 
-/// Why a conformed file cannot be read to its end, as a clause; empty where it can.
-/// @param samples  the length that its stream has
-std::string ConformedFileTrouble(const std::string& path, long long samples) {
+bool CanRead(const project::ConformedAudioFile& file, long long sample) {
+    unsigned char frame[BYTES_PER_FRAME];
+    int read = 0;
+    return file.GetSamples(sample, 1, frame, sizeof(frame), &read) == 0;
+}
+
+/// Why the conformed file of a task cannot be used, as a clause; empty where it can. The samples
+/// between the first and the last are not read.
+std::string ConformedFileTrouble(const ConformTask& task) {
     const auto clause = [&](const char* otherwise) {
-        return "its conformed file " + Quoted(path) +
+        return "its conformed file " + Quoted(task.path) +
                " cannot be read: " + (errno != 0 ? std::strerror(errno) : otherwise);
     };
+    const long long samples = task.asset->AudioStream()->ConformedSampleCount();
     project::ConformedAudioFile file;
     errno = 0;
-    if (!file.Open(WidePath(path))) return clause("it is not a whole conformed file");
+    if (!file.Open(WidePath(task.path))) return clause("it is not a whole conformed file");
     errno = 0;
+    if (file.SampleRate() != task.rate) return clause("it has another sample rate");
     if (file.SampleCount() != samples) return clause("it could not be opened before; try again");
     if (samples == 0) return {};
-    unsigned char last[BYTES_PER_FRAME];
-    int read = 0;
-    const int code = file.GetSamples(samples - 1, 1, last, sizeof(last), &read);
-    return code == 0 ? std::string() : clause("it has become shorter");
+    const bool canRead = CanRead(file, 0) && CanRead(file, samples - 1);
+    return canRead ? std::string() : clause("it has become shorter");
 }
 
 /// One of the threads that share the tasks.
@@ -170,7 +176,7 @@ private:
     static std::string Attach(const ConformTask& task) {
         helper::SetAudioSamplesAvailable(task.asset, task.rate, WidePath(task.path));
         if (task.path.empty()) return {};
-        return ConformedFileTrouble(task.path, task.asset->AudioStream()->ConformedSampleCount());
+        return ConformedFileTrouble(task);
     }
 
     /// The same, and makes a file that was broken anew once.

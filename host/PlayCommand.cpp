@@ -94,7 +94,7 @@ public:
         PlaybackEngine& engine = SetUp(*session.Engine(), output);
         if (HasMeters()) engine.AddMeterObserver(&sessions);
         const ReadCheck reads(*session.Engine()->Mixer(), target_.grid);
-        Play(engine, output, sessions, begin);
+        Play(engine, output, sessions, reads, begin);
         engine.RemoveMeterObserver(&sessions);
         reads.RequireAll();
         output.Finish();
@@ -166,9 +166,9 @@ private:
     }
 
     void Play(PlaybackEngine& engine, PlayOutput& output, MeterSessions& sessions,
-              long long begin) {
-        const PlaySubject subject{options_.input, target_.grid, target_.total, target_.trackNames,
-                                  HasMeters()};
+              const ReadCheck& reads, long long begin) {
+        const PlaySubject subject{options_.input,     target_.grid, target_.total,
+                                  target_.trackNames, HasMeters(),  reads};
         PlaySession session(global_, options_, subject, engine, output, sessions);
         session.Run(begin);
         lastFrame_ = session.LastFrame();

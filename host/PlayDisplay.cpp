@@ -65,6 +65,7 @@ std::string PlayDisplay::FirstLine(std::size_t tracksShown) const {
     std::string line = state_.timecode + "  ";
     line += !state_.playing ? "paused" : state_.reverse ? "<" : ">";
     if (state_.playing && state_.speed > 1) line += " x" + std::to_string(state_.speed);
+    if (!state_.readError.empty()) line += "  " + state_.readError;
     if (meters_ && tracksShown < tracks_.size()) {
         line += "  " + std::to_string(tracks_.size() - tracksShown) + " of " +
                 std::to_string(tracks_.size()) + " tracks do not fit";

@@ -15,6 +15,7 @@ struct PlayState {
     bool playing = false;
     bool reverse = false;
     int speed = 1;
+    std::string readError;  ///< of sound that is missing; may be empty
 
     bool operator==(const PlayState&) const = default;
 };

@@ -44,6 +44,10 @@ void PlayEvents::Meter(int frame, const sonrel::AudioMetrics& metrics) {
     Print(event);
 }
 
+void PlayEvents::ReadError(const std::string& error) {
+    Print({{"event", "read-error"}, {"error", error}});
+}
+
 void PlayEvents::End() {
     Print({{"event", "end"}});
 }

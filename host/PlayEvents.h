@@ -21,6 +21,8 @@ public:
     void MeterStart();
     void MeterStop();
     void Meter(int frame, const sonrel::AudioMetrics& metrics);
+    /// @param error  a clause that names the media file and the timecode
+    void ReadError(const std::string& error);
     void End();
 
 private:

@@ -102,6 +102,7 @@ void PlaySession::Tell() {
             events_.MeterStop();
         }
     }
+    TellReadError();
     const int heard = engine_.CurrentPlaybackVideoFrame();
     if (heard != lastFrame_ && heard != PlaybackEngine::NO_FRAME) events_.Frame(heard);
     if (heard != PlaybackEngine::NO_FRAME) lastFrame_ = heard;
@@ -116,6 +117,13 @@ void PlaySession::Tell() {
     if (stops) events_.MeterStop();
 }
 
+/// The first one, when it happens: the sound is mixed some frames before it is heard.
+void PlaySession::TellReadError() {
+    if (!readError_.empty()) return;
+    readError_ = subject_.reads.Notice();
+    if (!readError_.empty()) events_.ReadError(subject_.reads.Trouble());
+}
+
 std::string PlaySession::Timecode() const {
     return FormatTimecode(subject_.grid.Start(transport_.Frame()), subject_.grid);
 }
@@ -126,6 +134,7 @@ void PlaySession::ShowState() {
     state.playing = transport_.IsPlaying();
     state.reverse = transport_.CurrentDirection() == Transport::Direction::Reverse;
     state.speed = transport_.Speed();
+    state.readError = readError_;
     display_.Show(state);
 }
 

@@ -12,6 +12,7 @@
 #include "host/PlayEvents.h"
 #include "host/PlayOutput.h"
 #include "host/Positions.h"
+#include "host/ReadCheck.h"
 #include "host/Suspension.h"
 #include "host/Transport.h"
 
@@ -24,6 +25,7 @@ struct PlaySubject {
     long long total = 0;  ///< samples
     std::vector<std::string> trackNames;
     bool metered = false;
+    const ReadCheck& reads;  ///< of the sound that is played
 };
 
 /// A playback that is under way: passes keys to the controls and shows what is heard.
@@ -49,6 +51,7 @@ private:
     void Advance(TerminalKeys* keys);
     void Suspend(TerminalKeys* keys);
     void Tell();
+    void TellReadError();
     void ShowState();
     bool MeterIsDue();
     void StopIfInterrupted();
@@ -63,6 +66,7 @@ private:
     PlayEvents events_;
     Suspension suspension_;  // ends after the drawing is erased
     PlayDisplay display_;
+    std::string readError_;  // empty while everything was read
     Transport transport_;
     OutputWatch watch_;
     int lastFrame_ = sonrel::PlaybackEngine::NO_FRAME;

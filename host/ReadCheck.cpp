@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <vector>
 
 #include "host/Errors.h"
@@ -37,6 +38,14 @@ std::string ReadCheck::Trouble() const {
            FormatTimecode(first.timelineSample, grid_) + " from its conformed file " +
            Quoted(zrtl::ToUtf8(first.conformedPath)) + ": " + ReasonOf(first) + "; " +
            RemedyOf(first);
+}
+
+std::string ReadCheck::Notice() const {
+    const std::vector<FailedRead> failed = mixer_.FailedReadsSince(mark_);
+    if (failed.empty()) return {};
+    const std::filesystem::path media = zrtl::ToUtf8(failed.front().mediaPath);
+    return "read error at " + FormatTimecode(failed.front().timelineSample, grid_) + ": " +
+           Quoted(media.filename().string());
 }
 
 void ReadCheck::RequireAll() const {

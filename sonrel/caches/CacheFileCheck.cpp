@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/caches/CacheFileCheck.h"
 
+#include <array>
 #include <cstdio>
 
 #include "sonrel/caches/detail/BinaryFile.h"
@@ -18,10 +19,18 @@ using project::utility::BinaryFile;
 
 namespace {
 
-/// Whether a file has exactly so many bytes and the last one can be read.
-bool EndsAt(BinaryFile& file, long long length) {
+/// Whether a block can be read whole.
+bool CanReadBlock(BinaryFile& file, const detail::PeakHeader& header, long long block) {
+    std::array<char, 1 + 2 * detail::MAX_PEAK_CHANNELS> bytes{};
+    const long long size = detail::PeakBlockBytes(header.channels);
+    return file.Seek(detail::PEAK_HEADER_BYTES + block * size, SEEK_SET) &&
+           file.Read(bytes.data(), static_cast<std::size_t>(size));
+}
+
+/// Whether nothing follows the bytes that were read.
+bool IsAtEnd(BinaryFile& file) {
     char byte = 0;
-    return file.Seek(length - 1, SEEK_SET) && file.Read(&byte, 1) && file.ReadSome(&byte, 1) == 0;
+    return file.ReadSome(&byte, 1) == 0;
 }
 
 }  // namespace
@@ -31,8 +40,9 @@ bool IsWholePeakFile(const std::wstring& path, int channels) {
     detail::PeakHeader header;
     if (!file.OpenForReading(path) || !detail::ReadPeakHeader(file, &header)) return false;
     if (channels != 0 && header.channels != channels) return false;
-    const long long blockBytes = detail::PeakBlockBytes(header.channels);
-    return EndsAt(file, detail::PEAK_HEADER_BYTES + header.blocks * blockBytes);
+    if (header.blocks == 0) return IsAtEnd(file);
+    return CanReadBlock(file, header, 0) && CanReadBlock(file, header, header.blocks - 1LL) &&
+           IsAtEnd(file);
 }
 
 std::optional<std::uint64_t> PeakFileChecksum(const std::wstring& path,

@@ -17,8 +17,8 @@ namespace orlo::sonrel {
 namespace CacheFileCheck {
 
 /// Whether a peak file is whole: its header is valid, the file has exactly the length that its
-/// header gives, and its last byte can be read. A file of a stream without length, which has a
-/// header and no blocks, is whole.
+/// header gives, and its first and its last block can be read. A file of a stream without length,
+/// which has a header and no blocks, is whole.
 /// @param channels  of the stream; a file with another number is not whole. 0 accepts any number
 SONREL_EXPORT bool IsWholePeakFile(const std::wstring& path, int channels = 0);
 

@@ -5,6 +5,7 @@
 
 #include <map>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 #include "sonrel/caches/detail/FolderLocks.h"
@@ -70,9 +71,19 @@ void CacheFolderUse::Mark(const std::wstring& cacheFolder, const std::wstring& f
     const std::string folder = zrtl::ToUtf8(cacheFolder);
     Id id;
     if (!FindId(folder, &id)) return;
-    const std::lock_guard guard(Folders().mutex);
-    Folders().folders[id].locks.Mark(LockFileIn(folder),
-                                     detail::FolderLocks::ByteOf(zrtl::ToUtf8(fileName)));
+    const long long byte = detail::FolderLocks::ByteOf(zrtl::ToUtf8(fileName));
+    const auto mark = [&] {
+        const std::lock_guard guard(Folders().mutex);
+        return Folders().folders[id].locks.Mark(LockFileIn(folder), byte);
+    };
+    // Another process removes a file. The other threads of this process do not wait with this one:
+    // one of them may have to end a removal that the other process waits for.
+    std::optional<detail::RemovalWait> wait;
+    while (!mark()) wait.emplace(LockFileIn(folder), byte);
+}
+
+bool CacheFolderUse::HasLocks(const std::wstring& cacheFolder) {
+    return detail::FolderLocks::AreSupported(LockFileIn(zrtl::ToUtf8(cacheFolder)));
 }
 
 struct CacheFileRemoval::Lock {

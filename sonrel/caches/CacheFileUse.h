@@ -17,8 +17,10 @@ namespace orlo::sonrel {
 ///
 /// A byte is derived from the name of a file, and two names may have the same byte. A file counts
 /// as used while another file of its byte is used. Where the file system has no locks, or LOCK_FILE
-/// cannot be opened, no file counts as used. A forked process without exec shares the marks of its
-/// parent until it uses a cache folder itself.
+/// cannot be made, no file counts as used; where LOCK_FILE exists and cannot be opened, every file
+/// does. LOCK_FILE gets the permissions of its folder to read and write, so that the users of a
+/// shared folder see each other. A forked process without exec shares the marks of its parent until
+/// it uses a cache folder itself.
 ///
 /// Threads: any, at once.
 class SONREL_EXPORT CacheFolderUse {
@@ -39,6 +41,9 @@ public:
     /// @param fileName  a bare name
     static void Mark(const std::wstring& cacheFolder, const std::wstring& fileName);
 
+    /// Whether marks work in a folder. Makes the lock file where it does not exist.
+    static bool HasLocks(const std::wstring& cacheFolder);
+
 private:
     struct FolderId;
     std::unique_ptr<FolderId> folder_;
@@ -58,7 +63,7 @@ public:
     CacheFileRemoval(CacheFileRemoval&& other) noexcept;
     CacheFileRemoval& operator=(CacheFileRemoval&& other) noexcept;
 
-    /// False when another process uses the file, and for LOCK_FILE.
+    /// False when another process uses the file, or when that cannot be seen, and for LOCK_FILE.
     bool IsAllowed() const { return isAllowed_; }
 
 private:

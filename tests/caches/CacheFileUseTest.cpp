@@ -3,8 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
+#include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <optional>
 #include <string>
 #include <utility>
@@ -144,6 +148,27 @@ TEST_F(CacheFileUse, ANewLockFileGetsTheMarksOfARemovedLockFile) {
     EXPECT_FALSE(IsUsedElsewhere(L"c.xwmc"));
 }
 
+TEST_F(CacheFileUse, AThreadThatWaitsForARemovalKeepsNoOtherThreadWaiting) {
+    WaitingProcess other([&] { new CacheFileRemoval(folder_.Wide(""), L"a.xwmc"); });
+    ASSERT_TRUE(other.IsReady());
+    std::optional<CacheFileRemoval> own(std::in_place, folder_.Wide(""), L"b.xwmc");
+    const std::future<void> waiting = std::async(std::launch::async, [&] { Mark(L"a.xwmc"); });
+    while (!SomebodyWaits()) continue;
+
+    const std::future<void> others = std::async(std::launch::async, [&] {
+        own.reset();
+        Mark(L"c.xwmc");
+    });
+    EXPECT_EQ(others.wait_for(std::chrono::seconds(60)), std::future_status::ready);
+
+    other.Kill();
+    waiting.wait();
+    others.wait();
+    EXPECT_FALSE(IsUsedElsewhere(L"b.xwmc"));
+    EXPECT_TRUE(IsUsedElsewhere(L"a.xwmc"));
+    EXPECT_TRUE(IsUsedElsewhere(L"c.xwmc"));
+}
+
 TEST_F(CacheFileUse, TheLastUserOfAFolderReleasesTheMarks) {
     auto first = std::make_unique<CacheFolderUse>(folder_.Wide(""));
     auto second = std::make_unique<CacheFolderUse>(folder_.Wide("."));
@@ -183,6 +208,40 @@ TEST_F(CacheFileUse, AnotherUserSeesTheMarksInALockFileThatOnlyItsOwnerWrites) {
 
     EXPECT_EQ(AsAnyone([&] { return (IsUsed(L"a.xwmc") ? 1 : 0) + (IsUsed(L"b.xwmc") ? 2 : 0); }),
               1);
+}
+
+TEST_F(CacheFileUse, ALockFileThatCannotBeOpenedKeepsEveryFile) {
+    Mark(L"a.xwmc");
+    namespace fs = std::filesystem;
+    fs::permissions(folder_ / CacheFolderUse::LOCK_FILE, fs::perms::none);
+    fs::permissions(folder_.Path(), fs::perms::all);
+
+    EXPECT_EQ(AsAnyone([&] { return IsUsed(L"b.xwmc") ? 1 : 0; }), 1);
+}
+
+TEST_F(CacheFileUse, UsersOfASharedFolderLockOneFileWhateverTheUmaskOfItsMaker) {
+    namespace fs = std::filesystem;
+    fs::permissions(folder_.Path(), fs::perms::all);
+    const mode_t before = umask(0077);
+    Mark(L"a.xwmc");
+    umask(before);
+
+    EXPECT_EQ(fs::status(folder_ / CacheFolderUse::LOCK_FILE).permissions(),
+              static_cast<fs::perms>(0666));
+    EXPECT_EQ(AsAnyone([&] {
+                  const CacheFileRemoval removal(folder_.Wide(""), L"b.xwmc");
+                  return (IsUsed(L"a.xwmc") ? 1 : 0) + (IsUsedElsewhere(L"b.xwmc") ? 2 : 0);
+              }),
+              3)
+        << "a removal of another user is exclusive";
+}
+
+TEST_F(CacheFileUse, AFolderHasLocksWhereItsLockFileCanBeMade) {
+    EXPECT_TRUE(CacheFolderUse::HasLocks(folder_.Wide("")));
+    std::filesystem::remove(folder_ / CacheFolderUse::LOCK_FILE);
+    std::filesystem::create_directory(folder_ / CacheFolderUse::LOCK_FILE);
+    EXPECT_FALSE(CacheFolderUse::HasLocks(folder_.Wide("")));
+    EXPECT_FALSE(CacheFolderUse::HasLocks(folder_.Wide("missing")));
 }
 
 TEST_F(CacheFileUse, WithoutALockFileNoFileCountsAsUsed) {

@@ -28,7 +28,7 @@ constexpr std::pair<const char*, Operation> OPERATIONS[] = {
     {"open", Operation::Open},     {"create", Operation::Create}, {"write", Operation::Write},
     {"read", Operation::Read},     {"fsync", Operation::Fsync},   {"truncate", Operation::Truncate},
     {"rename", Operation::Rename}, {"unlink", Operation::Unlink}, {"mkdir", Operation::Mkdir},
-    {"close", Operation::Close},   {"stat", Operation::Stat},
+    {"close", Operation::Close},   {"stat", Operation::Stat},     {"lock", Operation::Lock},
 };
 constexpr std::pair<const char*, Mode> MODES[] = {
     {"fail", Mode::Fail}, {"short", Mode::Short},         {"torn", Mode::Torn},
@@ -39,7 +39,7 @@ constexpr std::pair<const char*, int> ERRORS[] = {
     {"EIO", EIO},         {"ENOSPC", ENOSPC}, {"EDQUOT", EDQUOT}, {"EACCES", EACCES},
     {"EROFS", EROFS},     {"EMFILE", EMFILE}, {"EINTR", EINTR},   {"ENOENT", ENOENT},
     {"ENOMEM", ENOMEM},   {"EBUSY", EBUSY},   {"EPERM", EPERM},   {"EINVAL", EINVAL},
-    {"ENOTSUP", ENOTSUP},
+    {"ENOTSUP", ENOTSUP}, {"ENOLCK", ENOLCK},
 };
 
 template <class Table, class Value>

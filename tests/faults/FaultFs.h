@@ -15,7 +15,8 @@
 ///
 ///   FAULTFS_ROOT     the folder, absolute. Nothing happens without it
 ///   FAULTFS_OPS      comma list of the classes that count: open create write read fsync truncate
-///                    rename unlink mkdir close stat. Default: create,write,fsync,truncate,rename,
+///                    rename unlink mkdir close stat lock (of an open file
+///                    description). Default: create,write,fsync,truncate,rename,
 ///                    unlink,mkdir
 ///   FAULTFS_MATCH    pattern on the base name ("*.xwmc"). Default: everything
 ///   FAULTFS_AT       number of the operation to disturb, from 1; 0 disturbs none
@@ -52,7 +53,8 @@ enum class Operation {
     Unlink,
     Mkdir,
     Close,
-    Stat
+    Stat,
+    Lock
 };
 
 /// What becomes of one operation.

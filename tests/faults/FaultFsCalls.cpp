@@ -118,6 +118,15 @@ int Cut(int descriptor, off64_t length, Call real) {
     });
 }
 
+/// The locks of an open file description count. Everything else passes.
+template <class Call>
+int Control(int descriptor, int command, void* argument, Call real) {
+    const bool isLock = command == F_OFD_SETLK || command == F_OFD_SETLKW || command == F_OFD_GETLK;
+    const auto path = isLock ? PathOf(descriptor) : std::nullopt;
+    const auto call = [&] { return real(descriptor, command, argument); };
+    return path ? Simple(Operation::Lock, *path, call) : call();
+}
+
 int Rename(int fromFolder, const char* from, int toFolder, const char* to, unsigned flags) {
     const auto call = [&] {
         return static_cast<int>(::syscall(SYS_renameat2, fromFolder, from, toFolder, to, flags));
@@ -455,6 +464,23 @@ SHIM int mkdir(const char* path, mode_t mode) noexcept {
 }
 SHIM int mkdirat(int folder, const char* path, mode_t mode) noexcept {
     return OneName(Record::Mkdir, Operation::Mkdir, folder, path, static_cast<int>(mode));
+}
+
+SHIM int fcntl(int descriptor, int command, ...) {
+    REAL(fcntl);
+    va_list arguments;
+    va_start(arguments, command);
+    void* argument = va_arg(arguments, void*);
+    va_end(arguments);
+    return Control(descriptor, command, argument, real);
+}
+SHIM int fcntl64(int descriptor, int command, ...) {
+    REAL(fcntl64);
+    va_list arguments;
+    va_start(arguments, command);
+    void* argument = va_arg(arguments, void*);
+    va_end(arguments);
+    return Control(descriptor, command, argument, real);
 }
 
 SHIM int access(const char* path, int mode) noexcept {

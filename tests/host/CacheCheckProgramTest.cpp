@@ -144,6 +144,18 @@ TEST_F(CacheCheckProgram, AConformedFileAtAnotherRateThanItsRecordIsBroken) {
     EXPECT_THAT(Check().at("broken"), SizeIs(1));
 }
 
+TEST_F(CacheCheckProgram, AConformedFileAtAnotherRateThanItsRecordIsMadeAgain) {
+    const std::string path = Conform("made");
+    const std::string good = ReadFile(path);
+    Overwrite(path, 24, Little(44100, 4));
+
+    const std::string made = Conform("made");
+
+    EXPECT_TRUE(ReadFile(made) == good);
+    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_EQ(Conform("found"), made);
+}
+
 // ---- reading everything
 
 TEST_F(CacheCheckProgram, ADeepCheckOfAWholeCacheFindsNothing) {

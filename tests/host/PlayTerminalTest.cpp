@@ -124,6 +124,28 @@ TEST_F(PlayTerminal, ControlCStopsItAndPutsTheTerminalBack) {
     EXPECT_THAT(run.Shown(), HasSubstr("sonrel: interrupted: playback stopped"));
 }
 
+TEST_F(PlayTerminal, ShowsAReadErrorWhenItHappensAndExits1) {
+    WriteFile(shop_.Work("b.wav"), ConformedFileBytes(96001));
+    WriteFile(shop_.Work("edit.otio"),
+              Timeline({Track({Clip("a.wav", 0, 50), Gap(700), Clip("b.wav", 0, 50), Gap(3000)})})
+                  .dump());
+    TerminalRun run(Arguments({}));
+    ASSERT_TRUE(run.Shows("  >")) << run.Shown();
+    std::filesystem::remove_all(shop_.Path("cache"));
+
+    // Three jumps of ten seconds, to frame 750 and later.
+    run.Press("\x1b[A\x1b[A\x1b[A");
+
+    EXPECT_TRUE(run.Shows("  read error at 00:00:3")) << run.Shown();
+    EXPECT_TRUE(run.ScreenBecomes([](const TerminalScreen& screen) {
+        return screen.CountRows("  >  read error at 00:00:3") == 1 &&
+               screen.CountRows(": 'b.wav'") == 1;
+    })) << run.Shown();
+    run.Press("q");
+    EXPECT_EQ(run.Wait(), 1);
+    EXPECT_THAT(run.Shown(), HasSubstr("sonrel: cannot read the sound of "));
+}
+
 TEST_F(PlayTerminal, KeysWorkWithoutTheReturnKeyAndAreNotEchoed) {
     TerminalRun run(Arguments({}));
 

@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 #include <sched.h>
-#include <stdlib.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 
+#include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
 
 #include "sonrel/caches/CacheFileUse.h"
 #include "sonrel/contracts/zrtl/Paths.h"
-#include "tests/host/ProgramRun.h"
+#include "tests/host/FaultRun.h"
 #include "tests/host/TimelineDocument.h"
 #include "tests/support/AnotherProcess.h"
 #include "tests/support/Database.h"
@@ -33,6 +34,14 @@ protected:
 
     std::string Peaks() {
         return shop_.Run({"peaks", "@a.wav", "--json"}).Json().at("files").at(0).at("path");
+    }
+
+    /// Runs another program on the cache, whose output goes to the folder "other".
+    ProgramResult Elsewhere(const std::vector<std::string>& command) const {
+        std::vector<std::string> arguments{"--cache", shop_.Path("cache"), "--db",
+                                           shop_.Path("media.db")};
+        arguments.insert(arguments.end(), command.begin(), command.end());
+        return RunningProgram(shop_.Path("other"), arguments).Wait();
     }
 
     /// Marks a file of the cache as used by this test.
@@ -105,21 +114,63 @@ TEST_F(SharedCacheProgram, AnOrphanThatIsGoneAlreadyIsASuccess) {
 #endif
     Conform();
     WriteFile(shop_.Path("cache/old.xwmc"), "half");
-    setenv("LD_PRELOAD", SONREL_FAULTFS, 1);
-    setenv("FAULTFS_ROOT", shop_.Path("cache").c_str(), 1);
-    setenv("FAULTFS_OPS", "unlink", 1);
-    setenv("FAULTFS_MATCH", "old.xwmc", 1);
-    setenv("FAULTFS_AT", "1", 1);
-    setenv("FAULTFS_ERR", "2", 1);
+    const Fault gone{shop_.Path("cache"), "unlink", "old.xwmc", "ENOENT"};
+    const ProgramResult result =
+        RunWithFault(shop_, gone, 1, {"cache", "clean", "--orphans"}).result;
 
-    const ProgramResult result = shop_.Run({"cache", "clean", "--orphans"});
-
-    for (const char* name : {"LD_PRELOAD", "FAULTFS_ROOT", "FAULTFS_OPS", "FAULTFS_MATCH",
-                             "FAULTFS_AT", "FAULTFS_ERR"}) {
-        unsetenv(name);
-    }
     EXPECT_TRUE(std::filesystem::exists(shop_.Path("cache/old.xwmc"))) << "no call failed";
     EXPECT_EQ(result.exitCode, 0) << result.err;
+}
+
+TEST_F(SharedCacheProgram, WithoutLocksAFileWithoutARecordStaysForADay) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer has to be the first library";
+#endif
+    namespace fs = std::filesystem;
+    const std::string file = Conform();
+    for (const int hours : {23, 25}) {
+        const std::string name = "cache/" + std::to_string(hours) + ".xwmc";
+        WriteFile(shop_.Path(name), "half");
+        fs::last_write_time(shop_.Path(name),
+                            fs::file_time_type::clock::now() - std::chrono::hours(hours));
+    }
+    const Fault noLocks{shop_.Path("cache"), "lock", ".sonrel-in-use", "ENOLCK", "all"};
+
+    const DisturbedRun run =
+        RunWithFault(shop_, noLocks, 1, {"cache", "clean", "--orphans", "--json"});
+
+    ASSERT_TRUE(run.wasHit);
+    EXPECT_EQ(run.result.exitCode, 0) << run.result.err;
+    EXPECT_EQ(run.result.Json().at("removed"), 1);
+    EXPECT_TRUE(fs::exists(shop_.Path("cache/23.xwmc")));
+    EXPECT_FALSE(fs::exists(shop_.Path("cache/25.xwmc")));
+    // Everything else works without locks.
+    const DisturbedRun conform = RunWithFault(shop_, noLocks, 1, {"conform", "@a.wav", "--json"});
+    ASSERT_TRUE(conform.wasHit);
+    EXPECT_EQ(conform.result.Json().at("files").at(0).at("path"), file);
+    EXPECT_EQ(RunWithFault(shop_, noLocks, 1, {"cache", "clean", "--days", "0"}).result.exitCode,
+              0);
+    EXPECT_FALSE(fs::exists(file));
+}
+
+TEST_F(SharedCacheProgram, AMissingPermissionToReadTheMarksIsTheReasonThatIsReported) {
+    const std::string file = Conform();
+    namespace fs = std::filesystem;
+    fs::create_directory(shop_.Path("other"));
+    fs::permissions(shop_.Path("cache/.sonrel-in-use"), fs::perms::none);
+    for (const char* name : {"", "cache", "media.db", "other"}) {
+        fs::permissions(shop_.Path(name), fs::perms::all);
+    }
+
+    EXPECT_EQ(AsAnyone([&] { return Elsewhere({"cache", "clean", "--days", "0"}).exitCode; }), 1);
+
+    const std::string error = ReadFile(shop_.Path("other/stderr.txt"));
+    EXPECT_NE(error.find("whether another program uses it cannot be seen, because '" +
+                         shop_.Path("cache/.sonrel-in-use").string() +
+                         "' cannot be read: Permission denied"),
+              std::string::npos)
+        << error;
+    EXPECT_TRUE(fs::exists(file));
 }
 
 TEST_F(SharedCacheProgram, ForceKeepsTheOldFileForTheProgramThatUsesIt) {
@@ -194,11 +245,7 @@ TEST_F(SharedCacheProgram, AMixKeepsItsFilesWhileAnotherProgramCleans) {
     std::string mixed(1, static_cast<char>(pipe.get()));  // the rest waits in the pipe
 
     std::filesystem::create_directory(shop_.Path("other"));
-    const ProgramResult clean =
-        RunningProgram(shop_.Path("other"), {"--cache", shop_.Path("cache").string(), "--db",
-                                             shop_.Path("media.db").string(), "cache", "clean",
-                                             "--days", "0", "--orphans"})
-            .Wait();
+    const ProgramResult clean = Elsewhere({"cache", "clean", "--days", "0", "--orphans"});
     mixed.append(std::istreambuf_iterator<char>(pipe), {});
 
     EXPECT_EQ(mix.Wait().exitCode, 0);

@@ -63,8 +63,8 @@ private:
     std::unique_ptr<CacheLedgerImpl> impl_;
 };
 
-/// Whether a conformed file is whole: its header is valid and fits its length, and its last sample
-/// can be read.
+/// Whether a conformed file is whole: its header is valid and fits its length, and its first and
+/// its last sample can be read.
 /// @param sampleRate  of the record, hertz; a file at another rate is not whole. 0 accepts any rate
 SONREL_EXPORT bool IsWholeConformedFile(std::wstring const& path, int sampleRate = 0);
 

@@ -8,14 +8,22 @@
 
 namespace orlo::project {
 
+namespace {
+
+bool CanRead(const ConformedAudioFile& file, long long sample) {
+    unsigned char frame[4];
+    int samplesRead = 0;
+    return file.GetSamples(sample, 1, frame, sizeof(frame), &samplesRead) == 0;
+}
+
+}  // namespace
+
 bool IsWholeConformedFile(std::wstring const& path, int sampleRate) {
     ConformedAudioFile file;
     if (!file.Open(path)) return false;
     if (sampleRate != 0 && file.SampleRate() != sampleRate) return false;
     if (file.SampleCount() == 0) return true;
-    unsigned char sample[4];
-    int samplesRead = 0;
-    return file.GetSamples(file.SampleCount() - 1, 1, sample, sizeof(sample), &samplesRead) == 0;
+    return CanRead(file, 0) && CanRead(file, file.SampleCount() - 1);
 }
 
 std::optional<std::uint64_t> ConformedFileChecksum(std::wstring const& path,
