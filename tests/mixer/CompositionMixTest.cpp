@@ -350,6 +350,17 @@ TEST_F(NestedMix, IsSilentWhenTheInnerRequestIsTooLong) {
     EXPECT_EQ(rig_.Request(builder_.Project(), outer, 0, 60000)[5], Frame(5, -29995));
 }
 
+TEST(MixerDither, IsTheTypeThatWasStoredLast) {
+    MixRig rig;
+    for (const auto type : {sonrel::DitherType::Triangular, sonrel::DitherType::HighPassTriangular,
+                            sonrel::DitherType::None}) {
+        rig.Mixer().SetDither(type, 5);
+        rig.Mixer().ResetMixSession();
+
+        EXPECT_EQ(rig.Mixer().Dither(), type);
+    }
+}
+
 TEST_F(NestedMix, DrawsNoiseAtEachLevelFromOneGenerator) {
     // The same outer mix, with and without a nested level on the way: the inner conversion takes
     // draws first, so that the outer one gets later ones.

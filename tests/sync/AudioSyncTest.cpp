@@ -486,5 +486,27 @@ TEST_F(Alignment, EveryComparedRangeHasTheBitsOfThePlainForm) {
     }
 }
 
+TEST_F(Alignment, ComparedRangesOfMonoRecordingsHaveTheBitsOfThePlainForm) {
+    const auto mono = [](Recording recording) {
+        for (std::size_t i = 0; i < recording.samples.size(); i += 2) {
+            recording.samples[i + 1] = recording.samples[i];
+        }
+        return recording;
+    };
+    for (const int at : {1090, 1040, 1150}) {  // a lag of 0 and lags of both signs
+        const Samples event = Event(700, 10, 3000);
+        const Recording a = mono(Take(3000, 1, at, event));
+        const Recording b = mono(Take(3000, 2, 1090, event));
+
+        const auto result =
+            AudioSync::CompareRanges(rig_.Engine(), rig_.Add(a), rig_.Add(b), 1500, 100, 100);
+
+        const LiteralCorrelation expected = LiteralCompareRanges(a, b, 1500, 100, 100);
+        EXPECT_EQ(result.correlation, expected.correlation) << at;
+        EXPECT_EQ(result.offset, expected.offset) << at;
+        EXPECT_EQ(result.offset, at - 1090);
+    }
+}
+
 }  // namespace
 }  // namespace sonrel_tests
