@@ -116,6 +116,7 @@ KNOWN = [
     ([1, 1, 0], reasons_for(function="Known"), 2),
     ([1, 1, 0], reasons_for(line="Missed();"), 2),
     ([1, 1, 1], reasons_for(function="Known"), 6),
+    ([1, 1, 1], reasons_for(function="Known", sometimes=True), 0),
     ([1, 1, 0], reasons_for(line="Reached();"), 8),
     ([1, 1, 0], reasons_for(function="Unknown"), 8),
     ([1, 1, 0], [Reason("sonrel/mixer/B.cpp", "why")], 3),

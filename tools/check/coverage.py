@@ -71,13 +71,15 @@ class Reason:
     """An entry of the list: a part of a file that no test reaches, and why.
 
     `function` is a text of the function's first line. `line` narrows it down to the lines with this
-    text. Either may be missing; with neither, the entry covers the whole file.
+    text. Either may be missing; with neither, the entry covers the whole file. `sometimes` is for
+    code that depends on the moments at which threads meet: it may be reached.
     """
 
     file: str
     reason: str
     function: str = ""
     line: str = ""
+    sometimes: bool = False
 
     def covers(self, source, text, number):
         """Whether it names the line; `text` holds the lines of the file."""
@@ -97,7 +99,7 @@ def explain(sources, reasons, text_of):
     """Compares the unreached lines with the reasons. @return (lines without a reason, idle reasons)
 
     `text_of` gives the lines of a file by its name. A reason is idle when every line that it names
-    is reached.
+    is reached, and not only sometimes.
     """
     used = set()
     unexplained = []
@@ -109,5 +111,6 @@ def explain(sources, reasons, text_of):
             used.update(fitting)
             if not fitting:
                 unexplained.append(f"{source.name}:{number}: {text[number - 1].strip()}")
-    idle = [str(reason) for index, reason in enumerate(reasons) if index not in used]
+    idle = [str(reason) for index, reason in enumerate(reasons)
+            if index not in used and not reason.sometimes]
     return unexplained, idle
