@@ -7,7 +7,7 @@
 #include "bench/KernelCases.h"
 #include "bench/RatioBench.h"
 #include "sonrel/mixer/SampleConverter.h"
-#include "tests/support/LiteralConverter.h"
+#include "tests/reference/LiteralConverter.h"
 
 #ifdef SONREL_BENCH_SWRESAMPLE
 extern "C" {

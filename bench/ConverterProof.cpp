@@ -8,9 +8,9 @@
 #include <random>
 #include <vector>
 
+#include "sonrel/cpu/CpuPath.h"
 #include "sonrel/mixer/SampleConverter.h"
-#include "sonrel/processor/CpuPath.h"
-#include "tests/support/LiteralConverter.h"
+#include "tests/reference/LiteralConverter.h"
 
 namespace {
 

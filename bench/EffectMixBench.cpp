@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "bench/AllocationCounter.h"
-#include "sonrel/pluginpack/PluginPack.h"
+#include "sonrel/plugins/pack/PluginPack.h"
 #include "tests/support/MixRig.h"
 #include "tests/support/ProjectBuilder.h"
 

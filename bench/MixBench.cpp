@@ -14,8 +14,8 @@
 
 #include "sonrel/mixer/detail/AssetSource.h"
 #include "sonrel/mixer/detail/AudioMixerImpl.h"
+#include "tests/reference/RandomScene.h"
 #include "tests/support/MixRig.h"
-#include "tests/support/RandomScene.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include "bench/RatioBench.h"
 #include "sonrel/mixer/AudioMeter.h"
 #include "sonrel/mixer/detail/GainLaw.h"
-#include "tests/support/LiteralGainLaw.h"
+#include "tests/reference/LiteralGainLaw.h"
 #include "tests/support/ResamplerSignals.h"
 
 namespace orlo::sonrel::bench {

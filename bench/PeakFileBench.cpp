@@ -10,10 +10,10 @@
 #include <string>
 #include <vector>
 
-#include "sonrel/caches/PeakFile.h"
-#include "sonrel/caches/detail/BlockAnalysis.h"
-#include "sonrel/contracts/project.h"
-#include "tests/support/LiteralPeaks.h"
+#include "sonrel/cache/PeakFile.h"
+#include "sonrel/cache/detail/BlockAnalysis.h"
+#include "sonrel/project.h"
+#include "tests/reference/LiteralPeaks.h"
 #include "tests/support/MediaAssets.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WaveBytes.h"

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "bench/AllocationCounter.h"
-#include "sonrel/pluginpack/PluginPack.h"
+#include "sonrel/plugins/pack/PluginPack.h"
 
 namespace {
 

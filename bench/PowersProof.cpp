@@ -9,8 +9,8 @@
 #include <random>
 #include <vector>
 
+#include "sonrel/cpu/CpuPath.h"
 #include "sonrel/mixer/detail/DecibelPowers.h"
-#include "sonrel/processor/CpuPath.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "sonrel/processor/CpuPath.h"
+#include "sonrel/cpu/CpuPath.h"
 
 /// Benchmarks that compare several ways of doing the same job in one run. Times are processor time
 /// of the calling thread for one stereo frame; the ways of a job run in turn, several times over,

@@ -7,7 +7,7 @@
 #include "bench/KernelCases.h"
 #include "bench/RatioBench.h"
 #include "sonrel/mixer/detail/Resampler.h"
-#include "tests/support/LiteralResampler.h"
+#include "tests/reference/LiteralResampler.h"
 #include "tests/support/ResamplerSignals.h"
 
 #ifdef SONREL_BENCH_SOXR

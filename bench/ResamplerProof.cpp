@@ -8,9 +8,9 @@
 #include <iterator>
 #include <vector>
 
+#include "sonrel/cpu/CpuPath.h"
 #include "sonrel/mixer/detail/Resampler.h"
-#include "sonrel/processor/CpuPath.h"
-#include "tests/support/LiteralResampler.h"
+#include "tests/reference/LiteralResampler.h"
 #include "tests/support/ResamplerSignals.h"
 
 namespace {

@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "sonrel/contracts/media.h"
-#include "sonrel/contracts/project.h"
 #include "sonrel/files/Checksum.h"
+#include "sonrel/media.h"
+#include "sonrel/project.h"
 #include "tests/support/WaveBytes.h"
 
 namespace {

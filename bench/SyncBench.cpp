@@ -19,12 +19,12 @@
 #include <vector>
 
 #include "bench/RatioBench.h"
-#include "sonrel/contracts/project.h"
 #include "sonrel/engine/Sonrel.h"
+#include "sonrel/project.h"
 #include "sonrel/sync/AudioSync.h"
 #include "sonrel/sync/detail/Fft.h"
-#include "tests/support/LiteralAlignment.h"
-#include "tests/support/LiteralFft.h"
+#include "tests/reference/LiteralAlignment.h"
+#include "tests/reference/LiteralFft.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WaveBytes.h"
 

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "sonrel/caches/WaveformPreview.h"
+#include "sonrel/waveform/WaveformPreview.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WaveBytes.h"
 

@@ -8,14 +8,14 @@
 #include <string>
 #include <vector>
 
-#include "sonrel/caches/ConformedAudioFileHelper.h"
-#include "sonrel/contracts/media/ZRMediaException.h"
-#include "sonrel/contracts/project.h"
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/base/Paths.h"
+#include "sonrel/cache/ConformedAudioFileHelper.h"
 #include "sonrel/engine/Sonrel.h"
+#include "sonrel/media/ImportMediaAsset.h"
+#include "sonrel/media/ZRMediaException.h"
+#include "sonrel/media/input/MediaErrors.h"
 #include "sonrel/mixer/AudioMixer.h"
-#include "sonrel/standin/media/ImportMediaAsset.h"
-#include "sonrel/standin/media/MediaErrors.h"
+#include "sonrel/project.h"
 
 namespace project = orlo::project;
 namespace sonrel = orlo::sonrel;

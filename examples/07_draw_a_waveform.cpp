@@ -5,15 +5,15 @@
 #include <string>
 #include <vector>
 
-#include "sonrel/caches/PeakFile.h"
-#include "sonrel/caches/WaveformPeakFileHelper.h"
-#include "sonrel/caches/WaveformPreview.h"
-#include "sonrel/contracts/media/ZRMediaException.h"
-#include "sonrel/contracts/project.h"
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/base/Paths.h"
+#include "sonrel/cache/PeakFile.h"
+#include "sonrel/cache/WaveformPeakFileHelper.h"
 #include "sonrel/engine/Sonrel.h"
-#include "sonrel/standin/media/ImportMediaAsset.h"
-#include "sonrel/standin/media/MediaErrors.h"
+#include "sonrel/media/ImportMediaAsset.h"
+#include "sonrel/media/ZRMediaException.h"
+#include "sonrel/media/input/MediaErrors.h"
+#include "sonrel/project.h"
+#include "sonrel/waveform/WaveformPreview.h"
 
 namespace project = orlo::project;
 namespace sonrel = orlo::sonrel;

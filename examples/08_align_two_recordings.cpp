@@ -6,14 +6,14 @@
 #include <cstdlib>
 #include <string>
 
-#include "sonrel/caches/ConformedAudioFileHelper.h"
-#include "sonrel/caches/WaveformPeakFileHelper.h"
-#include "sonrel/contracts/media/ZRMediaException.h"
-#include "sonrel/contracts/project.h"
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/base/Paths.h"
+#include "sonrel/cache/ConformedAudioFileHelper.h"
+#include "sonrel/cache/WaveformPeakFileHelper.h"
 #include "sonrel/engine/Sonrel.h"
-#include "sonrel/standin/media/ImportMediaAsset.h"
-#include "sonrel/standin/media/MediaErrors.h"
+#include "sonrel/media/ImportMediaAsset.h"
+#include "sonrel/media/ZRMediaException.h"
+#include "sonrel/media/input/MediaErrors.h"
+#include "sonrel/project.h"
 #include "sonrel/sync/AudioSync.h"
 
 namespace project = orlo::project;

@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "fuzz/Support.h"
-#include "sonrel/contracts/project/ConformedAudioFile.h"
-#include "sonrel/standin/detail/FileIdentity.h"
-#include "sonrel/standin/project/CacheLedger.h"
+#include "sonrel/conformed/ConformedAudioFile.h"
+#include "sonrel/database/CacheLedger.h"
+#include "sonrel/files/FileIdentity.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "fuzz/Support.h"
-#include "sonrel/contracts/project/MediaDB.h"
-#include "sonrel/standin/project/CacheLedger.h"
-#include "sonrel/standin/project/detail/DatabaseHooks.h"
+#include "sonrel/database/CacheLedger.h"
+#include "sonrel/database/MediaDB.h"
+#include "sonrel/database/detail/DatabaseHooks.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include <string_view>
 
 #include "fuzz/Support.h"
-#include "sonrel/contracts/project/MediaDB.h"
+#include "sonrel/database/MediaDB.h"
 
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
 

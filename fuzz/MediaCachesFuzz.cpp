@@ -9,13 +9,13 @@ extern "C" {
 #include <memory>
 
 #include "fuzz/Support.h"
-#include "sonrel/caches/CacheFileCheck.h"
-#include "sonrel/caches/ConformedAudioFileHelper.h"
-#include "sonrel/caches/PeakFile.h"
-#include "sonrel/contracts/media.h"
-#include "sonrel/contracts/project.h"
-#include "sonrel/standin/media/ImportMediaAsset.h"
-#include "sonrel/standin/project/CacheLedger.h"
+#include "sonrel/cache/CacheFileCheck.h"
+#include "sonrel/cache/ConformedAudioFileHelper.h"
+#include "sonrel/cache/PeakFile.h"
+#include "sonrel/database/CacheLedger.h"
+#include "sonrel/media.h"
+#include "sonrel/media/ImportMediaAsset.h"
+#include "sonrel/project.h"
 
 namespace {
 

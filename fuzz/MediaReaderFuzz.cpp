@@ -12,8 +12,8 @@ extern "C" {
 #include <vector>
 
 #include "fuzz/Support.h"
-#include "sonrel/contracts/media.h"
-#include "sonrel/standin/media/MediaInfo.h"
+#include "sonrel/media.h"
+#include "sonrel/media/MediaInfo.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 
 #include "fuzz/PeakPictures.h"
 #include "fuzz/Support.h"
-#include "sonrel/caches/CacheFileCheck.h"
-#include "sonrel/caches/PeakFile.h"
-#include "tests/support/LiteralPeaks.h"
+#include "sonrel/cache/CacheFileCheck.h"
+#include "sonrel/cache/PeakFile.h"
+#include "tests/reference/LiteralPeaks.h"
 
 namespace {
 

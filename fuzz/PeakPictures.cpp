@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "sonrel/caches/WaveformPreview.h"
+#include "sonrel/waveform/WaveformPreview.h"
 
 namespace sonrel_fuzz {
 

@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/base/Paths.h"
 #include "tests/support/TemporaryFolder.h"
 
 /// What the fuzz targets share.

@@ -8,10 +8,10 @@
 
 #include "host/EffectChains.h"
 #include "host/Input.h"
-#include "sonrel/contracts/project.h"
-#include "sonrel/contracts/zrtl/Timing.h"
+#include "sonrel/base/Timing.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/mixer/AudioMixer.h"
+#include "sonrel/project.h"
 #include "tests/support/WaveBytes.h"
 
 namespace sonrel_fuzz {

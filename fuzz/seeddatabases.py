@@ -17,7 +17,7 @@ RECORDS = (
 
 
 def schema(project):
-    folder = project / "sonrel/standin/project"
+    folder = project / "sonrel/database"
     steps = re.findall(r'R"sql\((.*?)\)sql"', (folder / "DatabaseSchema.cpp").read_text(), re.S)
     header = (folder / "detail/DatabaseSchema.h").read_text()
     identity = re.search(r"DATABASE_APPLICATION_ID = (\w+)", header).group(1)

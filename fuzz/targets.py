@@ -16,17 +16,19 @@ def sources(folder, *names):
     return tuple(f"{folder}/{name}.cpp" for name in names)
 
 
-PEAKS = sources("sonrel/caches", "CacheFileCheck", "PeakFile", "PeakFolds", "PeakHeader",
-                "WaveformPainter", "WaveformPreview", "WaveformRows")
-DATABASE = sources("sonrel/standin/project", "CacheLedger", "DatabaseSchema", "MediaDB",
-                   "RecordTable", "Sqlite")
-CONFORMED = sources("sonrel/standin/project", "ConformedAudioFile", "ConformedFileCheck",
+PEAKS = (sources("sonrel/cache", "CacheFileCheck", "PeakFile", "PeakFolds", "PeakHeader") +
+         sources("sonrel/waveform", "*"))
+DATABASE = sources("sonrel/database", "CacheLedger", "DatabaseSchema", "MediaDB", "RecordTable",
+                   "Sqlite")
+CONFORMED = sources("sonrel/conformed", "ConformedAudioFile", "ConformedFileCheck",
                     "ConformedFileFacts", "ConformedFileLayout")
-READER = sources("sonrel/standin/media", "AudioStream", "Demuxer", "FileScan", "InputFile",
-                 "MediaFile", "MediaInfo", "Packet*", "Pcm*", "SampleFormat", "SilenceLimit",
-                 "SpanRule", "StreamFacts", "StreamWalk")
-CACHES = READER + sources("sonrel/standin/media", "AudioConverter", "ConversionFeed",
-                          "ImportMediaAsset", "StereoConverter")
+READER = (sources("sonrel/media", "AudioStream", "MediaFile", "MediaInfo", "PacketReader",
+                  "PcmReader", "StreamFacts") +
+          sources("sonrel/media/index", "FileScan", "Packet*", "Pcm*", "SilenceLimit", "SpanRule",
+                  "StreamWalk") +
+          sources("sonrel/media/input", "Demuxer", "InputFile", "PacketDecoder", "SampleFormat"))
+CACHES = READER + sources("sonrel/media", "AudioConverter", "ConversionFeed", "ImportMediaAsset",
+                          "StereoConverter")
 
 TARGETS = {
     "conformed_file": Settings(4096, "conformed_file", CONFORMED),

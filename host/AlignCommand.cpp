@@ -13,7 +13,7 @@
 #include "host/PeakMaking.h"
 #include "host/ReadCheck.h"
 #include "host/Text.h"
-#include "sonrel/caches/WaveformPeakFileHelper.h"
+#include "sonrel/cache/WaveformPeakFileHelper.h"
 
 namespace orlo::host {
 

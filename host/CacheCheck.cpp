@@ -12,8 +12,8 @@
 #include "host/CacheInventory.h"
 #include "host/Interrupt.h"
 #include "host/Paths.h"
-#include "sonrel/caches/CacheFileCheck.h"
-#include "sonrel/contracts/project/MediaDB.h"
+#include "sonrel/cache/CacheFileCheck.h"
+#include "sonrel/database/MediaDB.h"
 
 namespace orlo::host {
 

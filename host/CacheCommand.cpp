@@ -20,8 +20,8 @@
 #include "host/Interrupt.h"
 #include "host/Paths.h"
 #include "host/Text.h"
-#include "sonrel/caches/CacheFileUse.h"
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/base/Paths.h"
+#include "sonrel/cache/CacheFileUse.h"
 
 namespace orlo::host {
 

@@ -5,7 +5,7 @@
 #include <ctime>
 
 #include "host/Text.h"
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/base/Paths.h"
 
 namespace orlo::host {
 

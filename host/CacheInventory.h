@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "host/EngineSession.h"
-#include "sonrel/standin/project/CacheLedger.h"
+#include "sonrel/database/CacheLedger.h"
 
 namespace orlo::host {
 

@@ -16,13 +16,13 @@
 #include "host/Interrupt.h"
 #include "host/Paths.h"
 #include "host/Text.h"
-#include "sonrel/caches/ConformedAudioFileHelper.h"
-#include "sonrel/contracts/project/ConformedAudioFile.h"
-#include "sonrel/contracts/zrtl/Paths.h"
-#include "sonrel/standin/media/ConversionObserver.h"
-#include "sonrel/standin/media/InterruptScope.h"
-#include "sonrel/standin/media/MediaInfo.h"
-#include "sonrel/standin/project/DatabaseObserver.h"
+#include "sonrel/base/Paths.h"
+#include "sonrel/cache/ConformedAudioFileHelper.h"
+#include "sonrel/conformed/ConformedAudioFile.h"
+#include "sonrel/database/DatabaseObserver.h"
+#include "sonrel/media/ConversionObserver.h"
+#include "sonrel/media/MediaInfo.h"
+#include "sonrel/media/input/InterruptScope.h"
 
 namespace orlo::host {
 

@@ -8,7 +8,7 @@
 #include "host/EngineSession.h"
 #include "host/MediaEntries.h"
 #include "host/Progress.h"
-#include "sonrel/contracts/project/MediaAsset.h"
+#include "sonrel/project/MediaAsset.h"
 
 namespace orlo::host {
 

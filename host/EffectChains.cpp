@@ -7,7 +7,7 @@
 #include <variant>
 
 #include "host/Text.h"
-#include "sonrel/pluginpack/PluginPack.h"
+#include "sonrel/plugins/pack/PluginPack.h"
 
 namespace orlo::host {
 

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "host/otio/TimelineImport.h"
-#include "sonrel/mixer/plugins/AbstractPluginAudio.h"
-#include "sonrel/mixer/plugins/AbstractPluginAudioTransition.h"
+#include "sonrel/plugins/AbstractPluginAudio.h"
+#include "sonrel/plugins/AbstractPluginAudioTransition.h"
 
 namespace orlo::host {
 

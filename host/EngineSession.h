@@ -5,7 +5,7 @@
 #include <string>
 
 #include "host/Options.h"
-#include "sonrel/contracts/project/MediaDB.h"
+#include "sonrel/database/MediaDB.h"
 #include "sonrel/engine/Sonrel.h"
 
 namespace orlo::host {

@@ -7,8 +7,8 @@
 #include "host/Paths.h"
 #include "host/Text.h"
 #include "host/TimelineTree.h"
-#include "sonrel/contracts/zrtl/Timing.h"
-#include "sonrel/standin/media/MediaInfo.h"
+#include "sonrel/base/Timing.h"
+#include "sonrel/media/MediaInfo.h"
 
 namespace orlo::host {
 

@@ -15,10 +15,10 @@
 #include "host/Paths.h"
 #include "host/Text.h"
 #include "host/otio/JsonDocument.h"
-#include "sonrel/contracts/media/ZRMediaException.h"
-#include "sonrel/standin/media/ImportMediaAsset.h"
-#include "sonrel/standin/media/MediaErrors.h"
-#include "sonrel/standin/media/MediaInfo.h"
+#include "sonrel/media/ImportMediaAsset.h"
+#include "sonrel/media/MediaInfo.h"
+#include "sonrel/media/ZRMediaException.h"
+#include "sonrel/media/input/MediaErrors.h"
 
 namespace orlo::host {
 

@@ -8,9 +8,9 @@
 #include "host/Options.h"
 #include "host/Outcome.h"
 #include "host/otio/TimelineImport.h"
-#include "sonrel/contracts/project/CompositionAsset.h"
-#include "sonrel/contracts/project/MediaAsset.h"
-#include "sonrel/contracts/project/Project.h"
+#include "sonrel/project/CompositionAsset.h"
+#include "sonrel/project/MediaAsset.h"
+#include "sonrel/project/Project.h"
 
 namespace orlo::host {
 

@@ -11,8 +11,8 @@
 #include "host/Errors.h"
 #include "host/Paths.h"
 #include "host/Text.h"
-#include "sonrel/caches/CacheFileUse.h"
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/base/Paths.h"
+#include "sonrel/cache/CacheFileUse.h"
 
 namespace orlo::host {
 

@@ -6,8 +6,8 @@
 
 #include "host/Errors.h"
 #include "host/Text.h"
-#include "sonrel/caches/PeakFile.h"
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/base/Paths.h"
+#include "sonrel/cache/PeakFile.h"
 
 namespace orlo::host {
 

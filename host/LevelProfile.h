@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "sonrel/contracts/project/MediaAsset.h"
+#include "sonrel/project/MediaAsset.h"
 
 namespace orlo::host {
 

@@ -17,7 +17,7 @@
 #include "host/Stems.h"
 #include "host/Text.h"
 #include "host/WavWriter.h"
-#include "sonrel/contracts/zrtl/Timing.h"
+#include "sonrel/base/Timing.h"
 
 namespace orlo::host {
 

@@ -5,7 +5,7 @@
 
 #include "host/Errors.h"
 #include "host/Interrupt.h"
-#include "sonrel/contracts/project/EditorSequence.h"
+#include "sonrel/project/EditorSequence.h"
 
 namespace orlo::host {
 

@@ -10,10 +10,10 @@
 #include "host/Progress.h"
 #include "host/ReadCheck.h"
 #include "host/WavWriter.h"
-#include "sonrel/contracts/project/CompositionAsset.h"
-#include "sonrel/contracts/project/MediaAsset.h"
-#include "sonrel/contracts/project/Project.h"
 #include "sonrel/mixer/AudioMixer.h"
+#include "sonrel/project/CompositionAsset.h"
+#include "sonrel/project/MediaAsset.h"
+#include "sonrel/project/Project.h"
 
 namespace orlo::host {
 

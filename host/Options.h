@@ -9,7 +9,7 @@
 #include "host/PictureArguments.h"
 #include "host/otio/Arrangement.h"
 #include "host/otio/MediaResolver.h"
-#include "sonrel/caches/WaveformPreview.h"
+#include "sonrel/waveform/WaveformPreview.h"
 
 /// The command line as the commands take it: checked and converted, but for positions, which need
 /// the timeline's rates.

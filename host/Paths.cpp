@@ -6,7 +6,7 @@
 
 #include "host/Errors.h"
 #include "host/Text.h"
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/base/Paths.h"
 
 namespace orlo::host {
 

@@ -13,7 +13,7 @@
 #include "host/Outcome.h"
 #include "host/Paths.h"
 #include "host/Text.h"
-#include "sonrel/caches/PeakFile.h"
+#include "sonrel/cache/PeakFile.h"
 
 namespace orlo::host {
 

@@ -10,8 +10,8 @@
 #include "host/Options.h"
 #include "host/PartialFile.h"
 #include "host/Progress.h"
-#include "sonrel/contracts/project/MediaAsset.h"
-#include "sonrel/contracts/project/MediaManager.h"
+#include "sonrel/project/MediaAsset.h"
+#include "sonrel/project/MediaManager.h"
 
 namespace orlo::host {
 

@@ -11,7 +11,7 @@
 #include "host/PeakExport.h"
 #include "host/PeakMaking.h"
 #include "host/Text.h"
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/base/Paths.h"
 
 namespace orlo::host {
 

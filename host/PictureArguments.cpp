@@ -9,7 +9,7 @@
 
 #include "host/Errors.h"
 #include "host/Text.h"
-#include "sonrel/contracts/zrtl/Timing.h"
+#include "sonrel/base/Timing.h"
 
 namespace orlo::host {
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "sonrel/caches/WaveformPreview.h"
+#include "sonrel/waveform/WaveformPreview.h"
 
 namespace orlo::host {
 

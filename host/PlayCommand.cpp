@@ -15,9 +15,9 @@
 #include "host/QuietStderr.h"
 #include "host/ReadCheck.h"
 #include "host/Text.h"
-#include "sonrel/contracts/project/EditorSequence.h"
-#include "sonrel/contracts/zrtl/Timing.h"
+#include "sonrel/base/Timing.h"
 #include "sonrel/mixer/AudioMixer.h"
+#include "sonrel/project/EditorSequence.h"
 
 namespace orlo::host {
 

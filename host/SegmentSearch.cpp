@@ -5,7 +5,7 @@
 #include <cmath>
 
 #include "host/StereoReader.h"
-#include "sonrel/contracts/zrtl/Timing.h"
+#include "sonrel/base/Timing.h"
 
 namespace orlo::host {
 

@@ -5,11 +5,11 @@
 #include "host/EffectChains.h"
 #include "host/Input.h"
 #include "host/Paths.h"
-#include "sonrel/contracts/project/AssetAudioObject.h"
-#include "sonrel/contracts/project/AssetLayer.h"
-#include "sonrel/contracts/project/CompositionAsset.h"
-#include "sonrel/contracts/project/EditorSequence.h"
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/base/Paths.h"
+#include "sonrel/project/AssetAudioObject.h"
+#include "sonrel/project/AssetLayer.h"
+#include "sonrel/project/CompositionAsset.h"
+#include "sonrel/project/EditorSequence.h"
 
 namespace orlo::host {
 

@@ -7,8 +7,8 @@
 
 #include "host/Errors.h"
 #include "host/Text.h"
-#include "sonrel/contracts/project/EditorSequence.h"
 #include "sonrel/mixer/AudioMixer.h"
+#include "sonrel/project/EditorSequence.h"
 
 namespace orlo::host {
 

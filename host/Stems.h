@@ -10,9 +10,9 @@
 #include "host/Positions.h"
 #include "host/ReadCheck.h"
 #include "host/WavWriter.h"
-#include "sonrel/contracts/project/Project.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/mixer/SampleConverter.h"
+#include "sonrel/project/Project.h"
 
 namespace orlo::host {
 

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/base/Paths.h"
 
 namespace orlo::host {
 

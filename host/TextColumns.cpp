@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <clocale>
 
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/base/Paths.h"
 
 namespace orlo::host {
 

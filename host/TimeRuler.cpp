@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "sonrel/contracts/zrtl/Timing.h"
+#include "sonrel/base/Timing.h"
 
 namespace orlo::host {
 

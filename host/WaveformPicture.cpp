@@ -11,8 +11,8 @@
 #include "host/Errors.h"
 #include "host/Paths.h"
 #include "host/Text.h"
-#include "sonrel/caches/PeakFile.h"
-#include "sonrel/caches/WaveformPreview.h"
+#include "sonrel/cache/PeakFile.h"
+#include "sonrel/waveform/WaveformPreview.h"
 
 namespace orlo::host {
 

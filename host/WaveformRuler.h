@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "host/TimeRuler.h"
-#include "sonrel/caches/WaveformPreview.h"
+#include "sonrel/waveform/WaveformPreview.h"
 
 namespace orlo::host {
 

@@ -5,7 +5,7 @@ extern "C" {
 
 #include "host/Interrupt.h"
 #include "host/Program.h"
-#include "sonrel/standin/media/InterruptScope.h"
+#include "sonrel/media/input/InterruptScope.h"
 
 int main(int argumentCount, char** arguments) {
     orlo::host::CatchInterrupts();

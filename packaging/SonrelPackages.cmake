@@ -22,8 +22,7 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 # The program and the engine are linked to libraries that no package holds yet.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
     ${PROJECT_BINARY_DIR}/sonrel
-    ${PROJECT_BINARY_DIR}/sonrel/pluginpack
-    ${PROJECT_BINARY_DIR}/sonrel/standin)
+    ${PROJECT_BINARY_DIR}/sonrel/plugins/pack)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${library_package})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)

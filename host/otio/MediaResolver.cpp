@@ -8,7 +8,7 @@
 #include <string_view>
 #include <utility>
 
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/base/Paths.h"
 
 namespace orlo::host::otio {
 

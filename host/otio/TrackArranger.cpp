@@ -7,7 +7,7 @@
 
 #include "host/Text.h"
 #include "host/otio/JsonDocument.h"
-#include "sonrel/contracts/zrtl/Timing.h"
+#include "sonrel/base/Timing.h"
 
 namespace orlo::host::otio {
 

@@ -4,7 +4,7 @@
 #include <limits>
 
 #include "host/Text.h"
-#include "sonrel/contracts/zrtl/Timing.h"
+#include "sonrel/base/Timing.h"
 
 namespace orlo::host::otio {
 

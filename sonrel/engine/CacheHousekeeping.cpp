@@ -3,8 +3,8 @@
 #include <QFile>
 #include <QString>
 
-#include "sonrel/caches/CacheFileUse.h"
-#include "sonrel/caches/LogFile.h"
+#include "sonrel/cache/CacheFileUse.h"
+#include "sonrel/cache/LogFile.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/engine/detail/SonrelImpl.h"
 #include "sonrel/files/RegularFile.h"

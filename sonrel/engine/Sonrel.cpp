@@ -7,7 +7,7 @@
 #include <exception>
 #include <stdexcept>
 
-#include "sonrel/caches/LogFile.h"
+#include "sonrel/cache/LogFile.h"
 #include "sonrel/engine/detail/SonrelImpl.h"
 #include "sonrel/mixer/AudioMixer.h"
 

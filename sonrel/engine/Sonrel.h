@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "sonrel/Export.h"
-#include "sonrel/contracts/project/MediaDB.h"
+#include "sonrel/base/Export.h"
+#include "sonrel/database/MediaDB.h"
 #include "sonrel/playback/PlaybackEngine.h"
 
 namespace orlo::project {

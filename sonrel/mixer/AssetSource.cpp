@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "sonrel/contracts/zrtl/Numbers.h"
-#include "sonrel/contracts/zrtl/Timing.h"
+#include "sonrel/base/Numbers.h"
+#include "sonrel/base/Timing.h"
 #include "sonrel/mixer/detail/AudioMixerImpl.h"
 #include "sonrel/mixer/detail/CompositionMix.h"
 

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "sonrel/Export.h"
+#include "sonrel/base/Export.h"
 #include "sonrel/mixer/AudioMetrics.h"
 
 namespace orlo::sonrel {

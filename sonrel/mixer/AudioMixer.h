@@ -5,8 +5,8 @@
 #include <mutex>
 #include <vector>
 
-#include "sonrel/Export.h"
-#include "sonrel/contracts/zrtl/ZRID.h"
+#include "sonrel/base/Export.h"
+#include "sonrel/base/ZRID.h"
 #include "sonrel/mixer/AudioMetrics.h"
 #include "sonrel/mixer/FailedReads.h"
 #include "sonrel/mixer/SampleConverter.h"

@@ -4,7 +4,7 @@
 #include <mutex>
 #include <vector>
 
-#include "sonrel/contracts/zrtl/Timing.h"
+#include "sonrel/base/Timing.h"
 #include "sonrel/mixer/detail/AudioMixerImpl.h"
 #include "sonrel/mixer/detail/BlockWalk.h"
 #include "sonrel/mixer/detail/GainLaw.h"

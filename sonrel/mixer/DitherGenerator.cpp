@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "sonrel/processor/CpuPath.h"
-#include "sonrel/processor/VectorLanes.h"
+#include "sonrel/cpu/CpuPath.h"
+#include "sonrel/cpu/VectorLanes.h"
 
 namespace orlo::sonrel::detail {
 namespace {

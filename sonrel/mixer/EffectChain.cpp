@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <climits>
 
-#include "sonrel/contracts/zrtl/Numbers.h"
-#include "sonrel/mixer/plugins/AbstractPluginAudio.h"
+#include "sonrel/base/Numbers.h"
+#include "sonrel/plugins/AbstractPluginAudio.h"
 
 namespace orlo::sonrel::detail {
 namespace {

@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "sonrel/processor/CpuPath.h"
-#include "sonrel/processor/VectorLanes.h"
+#include "sonrel/cpu/CpuPath.h"
+#include "sonrel/cpu/VectorLanes.h"
 
 namespace orlo::sonrel::detail {
 namespace {

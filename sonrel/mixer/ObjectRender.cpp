@@ -5,7 +5,7 @@
 #include <climits>
 #include <cstring>
 
-#include "sonrel/contracts/zrtl/Timing.h"
+#include "sonrel/base/Timing.h"
 #include "sonrel/mixer/detail/AssetSource.h"
 #include "sonrel/mixer/detail/AudioMixerImpl.h"
 #include "sonrel/mixer/detail/EffectChain.h"

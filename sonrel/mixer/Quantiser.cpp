@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "sonrel/contracts/zrtl/Numbers.h"
-#include "sonrel/processor/CpuPath.h"
-#include "sonrel/processor/VectorLanes.h"
+#include "sonrel/base/Numbers.h"
+#include "sonrel/cpu/CpuPath.h"
+#include "sonrel/cpu/VectorLanes.h"
 
 namespace orlo::sonrel::detail {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "sonrel/processor/VectorLanes.h"
+#include "sonrel/cpu/VectorLanes.h"
 
 // The sums may be computed in any order and with fused operations: their distance from the
 // formula's sums is covered by POLYNOMIAL_MARGIN and ROW_MARGIN, and it is the formula that decides

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/mixer/detail/TransitionStep.h"
 
-#include "sonrel/contracts/zrtl/Numbers.h"
+#include "sonrel/base/Numbers.h"
 #include "sonrel/mixer/detail/AudioMixerImpl.h"
 #include "sonrel/mixer/detail/ObjectRender.h"
-#include "sonrel/mixer/plugins/AbstractPluginAudioTransition.h"
+#include "sonrel/plugins/AbstractPluginAudioTransition.h"
 
 namespace orlo::sonrel::detail {
 namespace {

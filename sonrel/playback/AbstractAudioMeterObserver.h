@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "sonrel/Export.h"
+#include "sonrel/base/Export.h"
 #include "sonrel/mixer/AudioMetrics.h"
 
 namespace orlo::sonrel {

@@ -4,7 +4,7 @@
 #include <functional>
 #include <memory>
 
-#include "sonrel/Export.h"
+#include "sonrel/base/Export.h"
 
 namespace orlo::sonrel {
 

@@ -8,7 +8,7 @@
 #include <memory>
 #include <stdexcept>
 
-#include "sonrel/contracts/zrtl/Numbers.h"
+#include "sonrel/base/Numbers.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/playback/detail/DeviceFactory.h"

@@ -10,7 +10,7 @@
 #include <thread>
 #include <utility>
 
-#include "sonrel/contracts/zrtl/Timing.h"
+#include "sonrel/base/Timing.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/playback/AbstractAudioMeterObserver.h"

@@ -4,8 +4,8 @@
 #include <functional>
 #include <memory>
 
-#include "sonrel/Export.h"
-#include "sonrel/contracts/zrtl/ZRID.h"
+#include "sonrel/base/Export.h"
+#include "sonrel/base/ZRID.h"
 #include "sonrel/mixer/AudioMetrics.h"
 #include "sonrel/playback/AudioOutput.h"
 

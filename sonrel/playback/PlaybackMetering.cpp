@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <mutex>
 
-#include "sonrel/contracts/zrtl/Timing.h"
+#include "sonrel/base/Timing.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/playback/PlaybackEngine.h"

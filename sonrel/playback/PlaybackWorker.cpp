@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <stdexcept>
 
-#include "sonrel/contracts/zrtl/Numbers.h"
+#include "sonrel/base/Numbers.h"
 #include "sonrel/playback/detail/PlaybackEngineImpl.h"
 #include "sonrel/playback/detail/PlaybackReader.h"
 

@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/base/Paths.h"
 #include "sonrel/playback/detail/SampleFile.h"
 
 namespace orlo::sonrel {

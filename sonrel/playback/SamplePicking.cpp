@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "sonrel/contracts/zrtl/Numbers.h"
+#include "sonrel/base/Numbers.h"
 
 namespace orlo::sonrel::detail {
 

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "sonrel/contracts/zrtl/Numbers.h"
-#include "sonrel/contracts/zrtl/Timing.h"
+#include "sonrel/base/Numbers.h"
+#include "sonrel/base/Timing.h"
 #include "sonrel/playback/detail/DeviceSetup.h"
 
 namespace orlo::sonrel {

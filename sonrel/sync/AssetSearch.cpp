@@ -3,8 +3,8 @@
 
 #include <future>
 
-#include "sonrel/contracts/project/MediaAsset.h"
-#include "sonrel/contracts/zrtl/Numbers.h"
+#include "sonrel/base/Numbers.h"
+#include "sonrel/project/MediaAsset.h"
 #include "sonrel/sync/detail/FrameReader.h"
 #include "sonrel/sync/detail/Parallel.h"
 

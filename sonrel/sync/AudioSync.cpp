@@ -6,9 +6,9 @@
 #include <utility>
 #include <vector>
 
-#include "sonrel/contracts/project/MediaAsset.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/mixer/AudioMixer.h"
+#include "sonrel/project/MediaAsset.h"
 #include "sonrel/sync/detail/AssetSearch.h"
 #include "sonrel/sync/detail/Correlation.h"
 #include "sonrel/sync/detail/Fft.h"

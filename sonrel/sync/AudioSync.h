@@ -5,7 +5,7 @@
 #include <functional>
 #include <memory>
 
-#include "sonrel/Export.h"
+#include "sonrel/base/Export.h"
 
 namespace orlo::project {
 class MediaAsset;

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "sonrel/contracts/zrtl/Numbers.h"
+#include "sonrel/base/Numbers.h"
 #include "sonrel/sync/detail/CorrelationKernels.h"
 #include "sonrel/sync/detail/Fft.h"
 

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <limits>
 
-#include "sonrel/contracts/project/MediaAsset.h"
 #include "sonrel/mixer/AudioMixer.h"
+#include "sonrel/project/MediaAsset.h"
 
 namespace orlo::sonrel::detail {
 

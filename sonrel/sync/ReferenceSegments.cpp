@@ -6,10 +6,10 @@
 #include <optional>
 #include <tuple>
 
-#include "sonrel/caches/PeakFile.h"
-#include "sonrel/contracts/project/MediaAsset.h"
-#include "sonrel/contracts/zrtl/Numbers.h"
+#include "sonrel/base/Numbers.h"
+#include "sonrel/cache/PeakFile.h"
 #include "sonrel/mixer/AudioMixer.h"
+#include "sonrel/project/MediaAsset.h"
 #include "sonrel/sync/detail/Fft.h"
 #include "sonrel/sync/detail/FrameReader.h"
 

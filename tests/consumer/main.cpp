@@ -9,12 +9,12 @@
 #include <vector>
 
 #include "WaveFile.h"
-#include "sonrel/caches/ConformedAudioFileHelper.h"
-#include "sonrel/contracts/project.h"
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/base/Paths.h"
+#include "sonrel/cache/ConformedAudioFileHelper.h"
 #include "sonrel/engine/Sonrel.h"
+#include "sonrel/media/ImportMediaAsset.h"
 #include "sonrel/mixer/AudioMixer.h"
-#include "sonrel/standin/media/ImportMediaAsset.h"
+#include "sonrel/project.h"
 
 namespace {
 

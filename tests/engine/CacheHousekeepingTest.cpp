@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "sonrel/caches/CacheFileUse.h"
+#include "sonrel/cache/CacheFileUse.h"
 #include "sonrel/engine/Sonrel.h"
 #include "tests/support/AnotherProcess.h"
 #include "tests/support/TemporaryFolder.h"

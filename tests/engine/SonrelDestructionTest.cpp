@@ -6,7 +6,7 @@
 #include <functional>
 #include <memory>
 
-#include "sonrel/caches/LogFile.h"
+#include "sonrel/cache/LogFile.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/engine/detail/SonrelImpl.h"
 #include "sonrel/mixer/AudioMixer.h"

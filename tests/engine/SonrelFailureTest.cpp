@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "sonrel/caches/LogFile.h"
+#include "sonrel/cache/LogFile.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/mixer/AudioMixer.h"
 #include "tests/support/TemporaryFolder.h"

@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "sonrel/caches/ConformedAudioFileHelper.h"
+#include "sonrel/cache/ConformedAudioFileHelper.h"
 #include "sonrel/mixer/AudioMixer.h"
 #include "tests/support/MediaAssets.h"
 #include "tests/support/TemporaryFolder.h"

@@ -3,7 +3,7 @@
 // file operation, and the test does what another program would do then.
 #include <gmock/gmock.h>
 
-#include "sonrel/caches/CacheFileCheck.h"
+#include "sonrel/cache/CacheFileCheck.h"
 #include "tests/host/FaultRun.h"
 #include "tests/support/Database.h"
 #include "tests/support/WaveBytes.h"

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "host/Errors.h"
-#include "sonrel/contracts/project/MediaDB.h"
+#include "sonrel/database/MediaDB.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace orlo::host {

@@ -10,8 +10,8 @@
 #include <iterator>
 #include <memory>
 
-#include "sonrel/caches/CacheFileUse.h"
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/base/Paths.h"
+#include "sonrel/cache/CacheFileUse.h"
 #include "tests/host/FaultRun.h"
 #include "tests/host/TimelineDocument.h"
 #include "tests/support/AnotherProcess.h"

@@ -7,8 +7,8 @@
 #include <string>
 #include <tuple>
 
+#include "tests/reference/RandomScene.h"
 #include "tests/support/MixRig.h"
-#include "tests/support/RandomScene.h"
 
 namespace sonrel_tests {
 namespace {

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <climits>
 
-#include "tests/support/LiteralResampler.h"
+#include "tests/reference/LiteralResampler.h"
 #include "tests/support/MixRig.h"
 #include "tests/support/SpyPlugins.h"
 

@@ -6,7 +6,7 @@
 
 #include "sonrel/mixer/detail/AssetSource.h"
 #include "sonrel/mixer/detail/AudioMixerImpl.h"
-#include "tests/support/LiteralResampler.h"
+#include "tests/reference/LiteralResampler.h"
 #include "tests/support/MixRig.h"
 #include "tests/support/SpyPlugins.h"
 

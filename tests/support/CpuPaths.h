@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "sonrel/processor/CpuPath.h"
+#include "sonrel/cpu/CpuPath.h"
 
 namespace orlo::sonrel::test {
 

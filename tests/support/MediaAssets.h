@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "sonrel/contracts/project.h"
+#include "sonrel/project.h"
 
 namespace sonrel_tests {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "sonrel/contracts/project.h"
+#include "sonrel/project.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace sonrel_tests {

@@ -4,9 +4,9 @@
 #include <functional>
 #include <vector>
 
-#include "sonrel/contracts/project.h"
-#include "sonrel/mixer/plugins/AbstractPluginAudio.h"
-#include "sonrel/mixer/plugins/AbstractPluginAudioTransition.h"
+#include "sonrel/plugins/AbstractPluginAudio.h"
+#include "sonrel/plugins/AbstractPluginAudioTransition.h"
+#include "sonrel/project.h"
 
 namespace sonrel_tests {
 

@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/base/Paths.h"
 
 namespace sonrel_tests {
 

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <initializer_list>
 
-#include "sonrel/mixer/plugins/AbstractPluginAudio.h"
-#include "sonrel/mixer/plugins/AbstractPluginAudioTransition.h"
+#include "sonrel/plugins/AbstractPluginAudio.h"
+#include "sonrel/plugins/AbstractPluginAudioTransition.h"
 
 namespace sonrel_tests {
 

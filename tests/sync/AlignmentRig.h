@@ -8,10 +8,10 @@
 #include <utility>
 #include <vector>
 
-#include "sonrel/contracts/project/MediaAsset.h"
 #include "sonrel/engine/Sonrel.h"
+#include "sonrel/project/MediaAsset.h"
 #include "sonrel/sync/AudioSync.h"
-#include "tests/support/LiteralAlignment.h"
+#include "tests/reference/LiteralAlignment.h"
 #include "tests/support/ProjectBuilder.h"
 
 namespace sonrel_tests {

@@ -11,8 +11,8 @@
 
 #include "sonrel/sync/AudioSync.h"
 #include "sonrel/sync/detail/CorrelationKernels.h"
+#include "tests/reference/LiteralAlignment.h"
 #include "tests/support/CpuPaths.h"
-#include "tests/support/LiteralAlignment.h"
 
 namespace sonrel_tests {
 namespace {

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "sonrel/sync/detail/Fft.h"
+#include "tests/reference/LiteralFft.h"
 #include "tests/support/CpuPaths.h"
-#include "tests/support/LiteralFft.h"
 
 namespace sonrel_tests {
 namespace {

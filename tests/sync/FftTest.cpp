@@ -9,8 +9,8 @@
 
 #include "sonrel/sync/detail/Fft.h"
 #include "sonrel/sync/detail/FftTables.h"
+#include "tests/reference/LiteralFft.h"
 #include "tests/support/CpuPaths.h"
-#include "tests/support/LiteralFft.h"
 
 namespace sonrel_tests {
 namespace {

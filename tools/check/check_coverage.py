@@ -25,8 +25,9 @@ import tempfile
 from coverage import counts_of, explain, read_reasons, read_report, Reason
 from tree import ROOT
 
-FOLDERS = ("sonrel/engine", "sonrel/mixer", "sonrel/caches", "sonrel/playback", "sonrel/sync",
-           "sonrel/standin/project")
+FOLDERS = ("sonrel/base", "sonrel/cache", "sonrel/conformed", "sonrel/database", "sonrel/engine",
+           "sonrel/mixer", "sonrel/playback", "sonrel/plugins", "sonrel/project", "sonrel/sync",
+           "sonrel/waveform")
 LABELS = ("unit", "scenario", "concurrent", "host")
 LINES_GOAL = 95
 BRANCHES_GOAL = 85

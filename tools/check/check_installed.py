@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Tests that the installed headers are the public ones of the tree: every header that is neither in a
-detail folder nor in a layer that is not installed, and no other.
+"""Tests that the installed headers are the public ones of the tree: the headers that
+layers.toml calls public, and no other.
 
     tools/check/check_installed.py STAGE/include
 """
@@ -18,8 +18,7 @@ def main():
         sys.exit("usage: check_installed.py INCLUDE_FOLDER")
     table = load()
     public = {str(name) for name in tracked_files(".h")
-              if name.parts[0] == "sonrel" and "detail" not in name.parts
-              and table.layer_of(name).get("installed", True)}
+              if name.parts[0] == "sonrel" and table.is_public(name)}
     stage = pathlib.Path(sys.argv[1])
     installed = {path.relative_to(stage).as_posix() for path in stage.rglob("*") if path.is_file()}
     faults = [f"not installed: {name}" for name in sorted(public - installed)]

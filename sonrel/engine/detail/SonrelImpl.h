@@ -4,8 +4,8 @@
 #include <memory>
 #include <string>
 
-#include "sonrel/caches/CacheFileUse.h"
-#include "sonrel/contracts/project/MediaDB.h"
+#include "sonrel/cache/CacheFileUse.h"
+#include "sonrel/database/MediaDB.h"
 
 namespace orlo::project {
 class LogFile;

@@ -5,7 +5,7 @@
 #include <atomic>
 #include <deque>
 
-#include "sonrel/contracts/zrtl/ZRCriticalSection.h"
+#include "sonrel/base/ZRCriticalSection.h"
 #include "sonrel/mixer/AudioMetrics.h"
 #include "sonrel/mixer/detail/MixKernels.h"
 

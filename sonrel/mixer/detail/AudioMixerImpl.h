@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "sonrel/contracts/project/ConformedAudioFile.h"
+#include "sonrel/conformed/ConformedAudioFile.h"
 #include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/mixer/SampleConverter.h"
 #include "sonrel/mixer/detail/FailedReadLog.h"

@@ -3,9 +3,9 @@
 
 #include <cstdint>
 
-#include "sonrel/contracts/project/AudioVideoSettings.h"
-#include "sonrel/contracts/zrtl/Timing.h"
+#include "sonrel/base/Timing.h"
 #include "sonrel/mixer/detail/MixBlockPool.h"
+#include "sonrel/project/AudioVideoSettings.h"
 
 /// What sequence and composition requests have in common: the checks and the cutting into blocks.
 namespace orlo::sonrel::detail {

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "sonrel/contracts/project.h"
+#include "sonrel/project.h"
 
 namespace orlo::sonrel {
 struct AudioMixerImpl;

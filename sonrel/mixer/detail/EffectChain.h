@@ -4,8 +4,8 @@
 #include <memory>
 #include <vector>
 
-#include "sonrel/contracts/project.h"
-#include "sonrel/mixer/plugins/SampleRange.h"
+#include "sonrel/plugins/SampleRange.h"
+#include "sonrel/project.h"
 
 namespace orlo::sonrel::detail {
 

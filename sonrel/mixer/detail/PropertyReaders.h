@@ -3,8 +3,8 @@
 
 #include <boost/variant/get.hpp>
 
-#include "sonrel/contracts/project/PropertyManager.h"
-#include "sonrel/contracts/zrtl/Timing.h"
+#include "sonrel/base/Timing.h"
+#include "sonrel/plugins/PropertyManager.h"
 
 /// The properties that the mix reads. A property that is missing or holds another alternative
 /// raises boost::bad_get, which leaves the mix.

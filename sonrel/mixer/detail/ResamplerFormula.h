@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "sonrel/contracts/zrtl/Numbers.h"
+#include "sonrel/base/Numbers.h"
 
 /// The formula that defines the resampler's output, to the bit: which operations, in which order
 /// and precision. Everything faster has to give the same bytes.

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
+#include "sonrel/cpu/CpuPath.h"
 #include "sonrel/mixer/detail/ResamplerTables.h"
-#include "sonrel/processor/CpuPath.h"
 
 namespace orlo::sonrel::detail {
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "sonrel/contracts/project.h"
+#include "sonrel/project.h"
 
 namespace orlo::sonrel {
 struct AudioMixerImpl;

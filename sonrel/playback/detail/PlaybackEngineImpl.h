@@ -9,13 +9,13 @@
 #include <thread>
 #include <vector>
 
-#include "sonrel/contracts/project.h"
 #include "sonrel/playback/PlaybackEngine.h"
 #include "sonrel/playback/detail/FlushWait.h"
 #include "sonrel/playback/detail/FrameAudioBuffer.h"
 #include "sonrel/playback/detail/RunSignals.h"
 #include "sonrel/playback/detail/VoiceCallback.h"
 #include "sonrel/playback/device/AudioDevice.h"
+#include "sonrel/project.h"
 
 namespace orlo::sonrel {
 

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstddef>
 
-#include "sonrel/processor/CpuPath.h"
+#include "sonrel/cpu/CpuPath.h"
 
 namespace orlo::sonrel::detail {
 

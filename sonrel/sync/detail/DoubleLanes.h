@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "sonrel/processor/VectorLanes.h"
+#include "sonrel/cpu/VectorLanes.h"
 
 /// Vectors of 2, 4 or 8 doubles, and the ways between pairs of real and imaginary parts and vectors
 /// of either.

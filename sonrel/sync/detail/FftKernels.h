@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "sonrel/processor/CpuPath.h"
+#include "sonrel/cpu/CpuPath.h"
 
 namespace orlo::sonrel::detail {
 

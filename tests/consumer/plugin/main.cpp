@@ -14,15 +14,15 @@
 #include <vector>
 
 #include "../WaveFile.h"
-#include "sonrel/caches/ConformedAudioFileHelper.h"
-#include "sonrel/contracts/project.h"
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/base/Paths.h"
+#include "sonrel/cache/ConformedAudioFileHelper.h"
 #include "sonrel/engine/Sonrel.h"
+#include "sonrel/media/ImportMediaAsset.h"
 #include "sonrel/mixer/AudioMixer.h"
-#include "sonrel/mixer/plugins/AbstractPluginAudio.h"
-#include "sonrel/mixer/plugins/AbstractPluginAudioTransition.h"
-#include "sonrel/pluginpack/PluginPack.h"
-#include "sonrel/standin/media/ImportMediaAsset.h"
+#include "sonrel/plugins/AbstractPluginAudio.h"
+#include "sonrel/plugins/AbstractPluginAudioTransition.h"
+#include "sonrel/plugins/pack/PluginPack.h"
+#include "sonrel/project.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "sonrel/mixer/AudioMeter.h"
+#include "tests/reference/LiteralGainLaw.h"
 #include "tests/support/CpuPaths.h"
-#include "tests/support/LiteralGainLaw.h"
 
 namespace orlo::sonrel::detail {
 namespace {

@@ -3,8 +3,8 @@
 #include <vector>
 
 #include "sonrel/mixer/detail/Resampler.h"
+#include "tests/reference/LiteralResampler.h"
 #include "tests/support/CpuPaths.h"
-#include "tests/support/LiteralResampler.h"
 #include "tests/support/ResamplerSignals.h"
 
 namespace orlo::sonrel::detail {

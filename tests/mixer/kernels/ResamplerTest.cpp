@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "tests/reference/LiteralResampler.h"
 #include "tests/support/CpuPaths.h"
-#include "tests/support/LiteralResampler.h"
 #include "tests/support/ResamplerSignals.h"
 
 namespace orlo::sonrel::detail {

@@ -9,8 +9,8 @@
 #include <random>
 #include <vector>
 
+#include "tests/reference/LiteralConverter.h"
 #include "tests/support/CpuPaths.h"
-#include "tests/support/LiteralConverter.h"
 
 namespace orlo::sonrel {
 namespace {

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <mutex>
 
-#include "sonrel/contracts/zrtl/Timing.h"
+#include "sonrel/base/Timing.h"
 #include "sonrel/playback/detail/PlaybackEngineImpl.h"
 #include "tests/playback/storms/Storm.h"
 

@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "sonrel/mixer/plugins/AbstractPluginAudio.h"
+#include "sonrel/plugins/AbstractPluginAudio.h"
 
 namespace sonrel_tests {
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "sonrel/contracts/project/MediaDB.h"
+#include "sonrel/database/MediaDB.h"
 
 namespace sonrel_tests {
 

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <memory>
 
-#include "sonrel/contracts/zrtl/Paths.h"
+#include "sonrel/base/Paths.h"
 
 namespace sonrel_tests {
 

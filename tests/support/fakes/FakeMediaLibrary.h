@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "sonrel/contracts/media.h"
+#include "sonrel/media.h"
 
 namespace sonrel_tests {
 

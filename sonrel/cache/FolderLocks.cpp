@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/cache/detail/FolderLocks.h"
+
+#include <sched.h>
+
+#include <cstdint>
+
+#include "sonrel/files/RegularFile.h"
+
+namespace orlo::sonrel::detail {
+
+namespace {
+
+constexpr std::uint64_t BYTES = 16384;
+
+struct flock Range(short type, long long first, long long length) {
+    struct flock range = {};
+    range.l_type = type;
+    range.l_whence = SEEK_SET;
+    range.l_start = first;
+    range.l_len = length;
+    return range;
+}
+
+/// Whoever may read or write the folder of a lock file may do so with the file, whatever umask it
+/// was made with: a removal takes an exclusive lock, which needs the permission to write.
+void ShareWithFolder(const std::string& name, int descriptor, const struct stat& status) {
+    struct stat folder = {};
+    if (status.st_uid != ::geteuid()) return;
+    if (::stat(name.substr(0, name.rfind('/') + 1).c_str(), &folder) != 0) return;
+    const mode_t wanted = (status.st_mode | folder.st_mode) & 0666;
+    if (wanted != (status.st_mode & 0777)) ::fchmod(descriptor, wanted);
+}
+
+/// Of another user's lock file, the marks can be read and made, and nothing else.
+int OpenLockFile(const std::string& name) {
+    struct stat status = {};
+    const int descriptor =
+        files::OpenRegular(name, O_RDWR | O_CREAT, files::Links::Refused, &status);
+    if (descriptor < 0) return files::OpenForReading(name, files::Links::Refused);
+    ShareWithFolder(name, descriptor, status);
+    return descriptor;
+}
+
+bool IsRegularFile(const std::string& name) {
+    struct stat status = {};
+    return ::lstat(name.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+/// Whether a lock was not given because another process has one.
+bool IsRefusal(int error) {
+    return error == EAGAIN || error == EACCES;
+}
+
+bool IsRemoved(int descriptor) {
+    struct stat status = {};
+    return ::fstat(descriptor, &status) != 0 || status.st_nlink == 0;
+}
+
+}  // namespace
+
+FolderLocks::~FolderLocks() {
+    if (descriptor_ < 0) return;
+    // A forked process that has the descriptor too would keep the locks.
+    struct flock all = Range(F_UNLCK, 0, 0);
+    if (process_ == ::getpid()) ::fcntl(descriptor_, F_OFD_SETLK, &all);
+    files::Close(descriptor_);
+}
+
+long long FolderLocks::ByteOf(const std::string& fileName) {
+    std::uint64_t hash = 14695981039346656037u;  // FNV-1a
+    for (const char letter : fileName) {
+        hash = (hash ^ static_cast<unsigned char>(letter)) * 1099511628211u;
+    }
+    return static_cast<long long>(hash % BYTES);
+}
+
+bool FolderLocks::Mark(const std::string& lockFile, long long byte) {
+    if (!Open(lockFile)) return true;
+    Use& use = uses_[byte];
+    const bool isLocked = use.isMarked || use.removals > 0;
+    if (!isLocked && !Lock(F_OFD_SETLK, F_RDLCK, byte) && IsRefusal(errno)) return false;
+    use.isMarked = true;
+    return true;
+}
+
+bool FolderLocks::BeginRemoval(const std::string& lockFile, long long byte) {
+    if (Open(lockFile)) {
+        const bool isRefused = !Lock(F_OFD_SETLK, F_WRLCK, byte) &&
+                               (IsRefusal(errno) || (errno == EBADF && !IsFree(byte)));
+        if (isRefused) return false;
+    } else if (IsRegularFile(lockFile)) {
+        return false;
+    }
+    ++uses_[byte].removals;
+    return true;
+}
+
+void FolderLocks::EndRemoval(long long byte) {
+    const auto use = uses_.find(byte);
+    if (use == uses_.end() || --use->second.removals > 0) return;
+    Lock(F_OFD_SETLK, use->second.isMarked ? F_RDLCK : F_UNLCK, byte);
+    if (!use->second.isMarked) uses_.erase(use);
+}
+
+bool FolderLocks::AreSupported(const std::string& lockFile) {
+    const int descriptor = OpenLockFile(lockFile);
+    if (descriptor < 0) return false;
+    struct flock range = Range(F_WRLCK, 0, 1);
+    const bool areSupported = ::fcntl(descriptor, F_OFD_GETLK, &range) == 0;
+    files::Close(descriptor);
+    return areSupported;
+}
+
+/// Opens the lock file, anew when it was removed with its folder.
+bool FolderLocks::Open(const std::string& lockFile) {
+    ForgetParent();
+    if (descriptor_ >= 0 && !IsRemoved(descriptor_)) return true;
+    if (descriptor_ >= 0) files::Close(descriptor_);
+    descriptor_ = OpenLockFile(lockFile);
+    if (descriptor_ < 0) return false;
+    for (const auto& [byte, use] : uses_) {
+        if (use.isMarked) Lock(F_OFD_SETLKW, F_RDLCK, byte);
+    }
+    return true;
+}
+
+/// The locks of a forked process are those of its parent, through the parent's open file.
+void FolderLocks::ForgetParent() {
+    if (process_ == ::getpid()) return;
+    process_ = ::getpid();
+    if (descriptor_ >= 0) files::Close(descriptor_);
+    descriptor_ = -1;
+    uses_.clear();
+}
+
+bool FolderLocks::Lock(int command, short type, long long byte) const {
+    struct flock range = Range(type, byte, 1);
+    return files::Uninterrupted([&] { return ::fcntl(descriptor_, command, &range); }) == 0;
+}
+
+/// Whether nobody else has the byte locked, for a descriptor that can take no exclusive lock.
+bool FolderLocks::IsFree(long long byte) const {
+    struct flock range = Range(F_WRLCK, byte, 1);
+    return ::fcntl(descriptor_, F_OFD_GETLK, &range) != 0 || range.l_type == F_UNLCK;
+}
+
+RemovalWait::RemovalWait(const std::string& lockFile, long long byte)
+    : descriptor_(files::OpenForReading(lockFile, files::Links::Refused)) {
+    struct flock range = Range(F_RDLCK, byte, 1);
+    if (descriptor_ >= 0) {
+        files::Uninterrupted([&] { return ::fcntl(descriptor_, F_OFD_SETLKW, &range); });
+    } else {
+        ::sched_yield();  // without a descriptor there is nothing to wait for
+    }
+}
+
+RemovalWait::~RemovalWait() {
+    if (descriptor_ >= 0) files::Close(descriptor_);
+}
+
+}  // namespace orlo::sonrel::detail

@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/cache/detail/PeakFileWriter.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <exception>
+#include <future>
+#include <utility>
+#include <vector>
+
+#include "sonrel/cache/PeakFile.h"
+#include "sonrel/cache/detail/BinaryFile.h"
+#include "sonrel/cache/detail/BlockAnalysis.h"
+#include "sonrel/cache/detail/CacheFile.h"
+#include "sonrel/cache/detail/MediaSource.h"
+#include "sonrel/cache/detail/PeakBlocks.h"
+#include "sonrel/cache/detail/PeakFormat.h"
+#include "sonrel/project/MediaAsset.h"
+
+namespace orlo::sonrel {
+
+using detail::FRAMES_PER_BLOCK;
+using detail::MediaFile;
+using project::MediaAsset;
+using project::utility::BinaryFile;
+using zrh::media::ZRAbstractAudioStream;
+using zrh::media::ZRSampleDataType;
+using Mode = PeakFile::CreateMode;
+
+namespace {
+
+constexpr unsigned int SECONDS_FOR_TASKS = 30;
+constexpr std::size_t TASKS = 4;
+constexpr std::size_t EXTRA = TASKS - 1;
+
+using FrameRange = std::pair<long long, long long>;
+using Stream = std::shared_ptr<ZRAbstractAudioStream>;
+
+/// What the file is made of.
+struct Source {
+    std::wstring mediaPath;
+    unsigned long long streamIndex = 0;
+    Stream stream;  // of the reader that looked at the media first
+    int channels = 0;
+    int bitsPerSample = 0;
+    ZRSampleDataType dataType = ZRSampleDataType::Integer;
+    long long frames = 0;
+};
+
+unsigned int WriteRange(const Source& source, const Stream& stream, FrameRange range,
+                        BinaryFile* file, std::vector<unsigned char>* memory) {
+    return detail::WritePeakBlocks(stream, source.channels, source.bitsPerSample, source.dataType,
+                                   range, file, memory);
+}
+
+/// Four quarters of the frames that begin at multiples of 32, so that their blocks are those of one
+/// pass. The last takes what is left over.
+std::array<FrameRange, TASKS> QuartersOf(long long frames) {
+    const long long quarter = frames / 4 / FRAMES_PER_BLOCK * FRAMES_PER_BLOCK;
+    return {
+        {{0, quarter}, {quarter, 2 * quarter}, {2 * quarter, 3 * quarter}, {3 * quarter, frames}}};
+}
+
+/// Four tasks side by side, each with a reader of its own. The first writes to the file meanwhile,
+/// the others wait in memory until it is through.
+/// @return 0 or the code of the step that failed
+int WriteInTasks(const Source& source, BinaryFile& output, unsigned int* blocks) {
+    const auto ranges = QuartersOf(source.frames);
+    // In this order: a task that is still running at the end is waited for before anything that it
+    // uses goes away.
+    std::array<MediaFile, EXTRA> files;
+    std::array<Stream, EXTRA> streams;
+    std::array<std::vector<unsigned char>, EXTRA> memory;
+    std::array<std::future<unsigned int>, TASKS> tasks;
+
+    const auto start = [&source](const Stream& stream, FrameRange range, BinaryFile* file,
+                                 std::vector<unsigned char>* bytes) {
+        return std::async(std::launch::async, [&source, &stream, range, file, bytes] {
+            return WriteRange(source, stream, range, file, bytes);
+        });
+    };
+    tasks[0] = start(source.stream, ranges[0], &output, nullptr);
+
+    for (MediaFile& file : files) file = detail::OpenMediaFile(source.mediaPath);
+    for (const MediaFile& file : files) file->SetReadOption(1);
+    for (std::size_t i = 0; i < EXTRA; ++i) {
+        streams[i] = detail::FindAudioStream(*files[i], source.streamIndex);
+    }
+    for (std::size_t i = 0; i < EXTRA; ++i) {
+        if (files[i]->Prepare() != 0 || streams[i] == nullptr) return -21 - static_cast<int>(i);
+    }
+    for (std::size_t i = 0; i < EXTRA; ++i) {
+        tasks[i + 1] = start(streams[i], ranges[i + 1], nullptr, &memory[i]);
+    }
+
+    unsigned int sum = 0;
+    for (auto& task : tasks) sum += task.get();
+    for (std::size_t i = 0; i < EXTRA; ++i) {
+        if (!detail::WriteBytes(output, memory[i])) return -31 - static_cast<int>(i);
+    }
+    *blocks = sum;
+    return 0;
+}
+
+/// @return 0 or the code of the step that failed
+int WriteBlocks(const Source& source, bool inTasks, BinaryFile& output, unsigned int* blocks) {
+    try {
+        if (inTasks) return WriteInTasks(source, output, blocks);
+        *blocks = WriteRange(source, source.stream, {0, source.frames}, &output, nullptr);
+        return 0;
+    } catch (const std::exception&) {
+        return -100;
+    }
+}
+
+bool WriteNumber(BinaryFile& output, std::uint32_t number) {
+    const std::array<unsigned char, 4> bytes{
+        static_cast<unsigned char>(number), static_cast<unsigned char>(number >> 8),
+        static_cast<unsigned char>(number >> 16), static_cast<unsigned char>(number >> 24)};
+    return output.Write(bytes.data(), bytes.size());
+}
+
+/// The header comes last: until then nothing opens the file as a peak file.
+/// @return 0 or the code of the step that failed
+int WriteHeader(BinaryFile& output, int channels, unsigned int blocks) {
+    if (!output.Seek(0, SEEK_SET)) return -201;
+    if (!output.Write(detail::PEAK_MAGIC.data(), detail::PEAK_MAGIC.size())) return -202;
+    if (!WriteNumber(output, detail::PEAK_VERSION)) return -203;
+    if (!WriteNumber(output, static_cast<std::uint32_t>(channels))) return -204;
+    // Flushed here, because a full disk would be passed over in silence when the file is closed.
+    if (!WriteNumber(output, blocks) || !output.Flush()) return -205;
+    return 0;
+}
+
+/// Whether the stream is long enough for four readers. The product wraps at 32 bits, as the rate
+/// does.
+bool TakesTasks(Mode mode, int sampleRate, long long frames) {
+    if (mode == Mode::SingleThreaded) return false;
+    if (mode != Mode::Auto) return true;
+    return frames >=
+           static_cast<std::int32_t>(SECONDS_FOR_TASKS * static_cast<unsigned int>(sampleRate));
+}
+
+bool OpenOutput(BinaryFile& file, const std::wstring& path, detail::PeakOutput output) {
+    return output == detail::PeakOutput::New ? file.OpenNew(path) : file.OpenForWriting(path);
+}
+
+}  // namespace
+
+namespace detail {
+
+int WritePeakFile(const std::shared_ptr<MediaAsset>& asset, const std::wstring& path, Mode mode,
+                  PeakOutput outputName, std::uint64_t* checksum) {
+    const std::wstring mediaPath = SoundPath(*asset);
+    const MediaFile file = OpenMediaFile(mediaPath);
+    file->SetReadOption(1);
+    if (file->Prepare() != 0) return -1;
+
+    Source source;  // behind the reader, so that the stream is let go before it
+    source.mediaPath = mediaPath;
+    source.streamIndex = asset->AudioStreamIndex();
+    source.stream = FindAudioStream(*file, source.streamIndex);
+    if (source.stream == nullptr) return -2;
+    source.channels = source.stream->ChannelCount();
+    source.bitsPerSample = source.stream->BitsPerSample();
+    source.dataType = source.stream->SampleDataType();
+    source.frames = source.stream->SampleCount();
+    const bool inTasks = TakesTasks(mode, source.stream->SampleRate(), source.frames);
+
+    BinaryFile output;
+    if (!OpenOutput(output, path, outputName)) return -11;
+    if (!output.Seek(PEAK_HEADER_BYTES, SEEK_SET)) return -12;
+    unsigned int blocks = 0;
+    const int code = WriteBlocks(source, inTasks, output, &blocks);
+    if (code != 0) return code;
+    const int headerCode = WriteHeader(output, source.channels, blocks);
+    if (checksum != nullptr) *checksum = output.WrittenChecksum();
+    return headerCode;
+}
+
+}  // namespace detail
+
+int PeakFile::Create(const std::shared_ptr<MediaAsset>& asset, const std::wstring& path,
+                     CreateMode mode) {
+    return detail::WritePeakFile(asset, path, mode, detail::PeakOutput::Any, nullptr);
+}
+
+}  // namespace orlo::sonrel

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <vector>
+
+#include "sonrel/cache/detail/BlockAnalysis.h"
+
+/// How the blocks of a peak file become one point of a coarser view.
+namespace orlo::sonrel::detail {
+
+/// Minimum and maximum of each channel, both started at 0: the file cannot tell of a block that
+/// does not reach 0.
+class PeakFold {
+public:
+    explicit PeakFold(int channels) : channels_(channels) {}
+
+    /// The bytes of a block that have to be there: all of it.
+    std::size_t BytesNeeded() const { return static_cast<std::size_t>(PeakBlockBytes(channels_)); }
+    void Add(const unsigned char* blocks, int count);
+    /// Appends minimum and maximum of each channel, and starts the next point.
+    void EndPoint(std::vector<signed char>& points);
+
+private:
+    int channels_;
+    std::array<signed char, MAX_PEAK_CHANNELS> low_{};
+    std::array<signed char, MAX_PEAK_CHANNELS> high_{};
+};
+
+/// Root of the mean of (r / 255.0) squared, times 255.0, cut toward zero: three blocks of 19 give
+/// 18. The sum is taken in double precision, one block after the other.
+class RmsFold {
+public:
+    explicit RmsFold(int channels) : blockBytes_(PeakBlockBytes(channels)) {}
+
+    /// The bytes of a block that have to be there: the first.
+    std::size_t BytesNeeded() const { return 1; }
+    void Add(const unsigned char* blocks, int count);
+    /// Appends one byte, and starts the next point.
+    void EndPoint(std::vector<unsigned char>& points);
+
+private:
+    int blockBytes_;
+    double sum_ = 0.0;
+    int count_ = 0;
+};
+
+}  // namespace orlo::sonrel::detail

@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "sonrel/base/Export.h"
+#include "sonrel/base/ZRList.h"
+
+namespace orlo::project {
+
+struct MediaDBImpl;
+
+/// A connection to the media database, which remembers what cache files were made of which media.
+///
+/// A record is found by its whole key: media path, media fingerprint, stream index and, for
+/// conformed files, sample rate; keys are compared case by case. Its value is the cache file's bare
+/// name. A stored name that is not a bare file name ("..", a name with a slash or a backslash, a
+/// name longer than 255 bytes) reads as empty, so that no record leads out of the cache folder. The
+/// name of a conformed file that does not end in ".xwmc", or of a peak file that does not end in
+/// ".xwpk", reads as empty too, so that no record leads to a file of another kind.
+///
+/// Threads: one thread at a time on one connection. Any number of connections, in any number of
+/// processes, may be open on one database.
+///
+/// Errors: every operation may throw `std::runtime_error` with the database's own words and the
+/// file's name, also when the database stays locked for longer than five seconds.
+class SONREL_EXPORT MediaDB {
+public:
+    /// What was found when the database was opened. Only 0 has a meaning to the engine.
+    enum DatabaseStatus : int {
+        None = 0,      ///< there is no usable database
+        Ready = 1,     ///< an existing database was opened
+        Created = 2,   ///< the database was made
+        Migrated = 3,  ///< the database had an older schema and was brought up to date
+    };
+
+    struct ConformedFile {
+        std::wstring mediaPath;
+        std::wstring mediaFingerprint;
+        int streamIndex = 0;
+        int sampleRate = 0;
+        std::wstring cacheFilename;
+    };
+
+    struct PeakFile {
+        std::wstring mediaPath;
+        std::wstring mediaFingerprint;
+        int streamIndex = 0;
+        std::wstring cacheFilename;
+    };
+
+    struct VFRCacheFile {
+        std::wstring mediaPath;
+        std::wstring mediaFingerprint;
+        int streamIndex = 0;
+        std::wstring cacheFilename;
+    };
+
+    using ConformedFileList = ZRList<ConformedFile, ZRListItemDelegate::Null>;
+    using PeakFileList = ZRList<PeakFile, ZRListItemDelegate::Null>;
+    using VFRCacheFileList = ZRList<VFRCacheFile, ZRListItemDelegate::Null>;
+
+    /// Opens the database.
+    /// @param databasePath      the database's file; its folder must exist
+    /// @param cacheFolderPath   not used: records hold bare names
+    /// @param createAndMigrate  true makes a missing database, brings an older schema up to date
+    /// and
+    ///                          refuses a file that cannot be written; false opens an existing
+    ///                          database of the current schema only
+    /// @throws std::runtime_error when the database cannot be opened, is damaged, belongs to
+    /// another
+    ///         program or has a newer schema; such a file is left as it is. Damage that does not
+    ///         show at once is reported by the operation that meets it
+    MediaDB(std::wstring const& databasePath, std::wstring const& cacheFolderPath,
+            bool createAndMigrate);
+    ~MediaDB();
+    MediaDB(const MediaDB&) = delete;
+    MediaDB& operator=(const MediaDB&) = delete;
+
+    DatabaseStatus Status() const;
+
+    /// Joins a cache folder and a bare file name with one slash.
+    static std::wstring CreateMediaCacheFilePath(std::wstring const& cacheFolder,
+                                                 std::wstring const& fileName);
+
+    /// @param fileName  receives the bare name, which may be empty; untouched without a record
+    /// @return whether a record exists
+    bool GetConformedFilename(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                              int streamIndex, int sampleRate, std::wstring* fileName) const;
+    /// Registers a file as used now.
+    /// @throws std::runtime_error also when a record of that key exists
+    void AddConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                          int streamIndex, int sampleRate, std::wstring const& fileName);
+    /// Registers a file as used now, in place of the file of a record of that key. Every other
+    /// connection finds either the old name or the new name.
+    ///
+    /// The old file keeps a record with its checksum, under the fingerprint ReplacedFingerprint and
+    /// with the last use in 1970, so that it is found unused until it is removed.
+    /// @param checksum  of the new file; the record keeps it
+    /// @return the cache file name that the record had; empty without a record
+    std::wstring ReplaceConformedFile(std::wstring const& mediaPath,
+                                      std::wstring const& fingerprint, int streamIndex,
+                                      int sampleRate, std::wstring const& fileName,
+                                      std::optional<std::uint64_t> checksum = {});
+    /// As AddConformedFile above; the record keeps the checksum of the file as well.
+    void AddConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                          int streamIndex, int sampleRate, std::wstring const& fileName,
+                          std::uint64_t checksum);
+    /// The fingerprint in the record of a file that was replaced. No media file has it.
+    static std::wstring ReplacedFingerprint(std::wstring const& fileName);
+    /// Stamps a record as used now. @return whether there is one
+    bool TouchConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                            int streamIndex, int sampleRate);
+    /// Forgets a record if it still has the cache file name that this connection read or added last
+    /// under the key, so that a record that another connection made since stays. Under a key that
+    /// this connection neither read nor added, forgets the record whatever its name is.
+    /// @return whether a record was forgotten
+    bool RemoveConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                             int streamIndex, int sampleRate);
+    /// Records last used @p days days of 24 hours ago or earlier, the longest unused first; 0 and
+    /// negative numbers find all. A record stamped in the future, by a clock that was put back
+    /// since, counts as used now.
+    ConformedFileList FindUnusedConformedFiles(int days) const;
+    /// Runs @p work if a record that was found unused is still unused and still has its cache file
+    /// name, in one write transaction: no other connection, of any process, stamps, adds or forgets
+    /// a record meanwhile. A stamp comes either before, and the work does not run, or after it.
+    /// @param record  from FindUnusedConformedFiles
+    /// @param days    as in that call
+    /// @param work    may forget the record through this connection
+    /// @return whether the work ran
+    /// @throws std::runtime_error, and what the work throws: the database is then as it was before
+    bool IfStillUnused(ConformedFile const& record, int days, std::function<void()> const& work);
+
+    bool GetPeakFilename(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                         int streamIndex, std::wstring* fileName) const;
+    void AddPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                     int streamIndex, std::wstring const& fileName);
+    std::wstring ReplacePeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                                 int streamIndex, std::wstring const& fileName,
+                                 std::optional<std::uint64_t> checksum = {});
+    void AddPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                     int streamIndex, std::wstring const& fileName, std::uint64_t checksum);
+    bool TouchPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                       int streamIndex);
+    bool RemovePeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                        int streamIndex);
+    PeakFileList FindUnusedPeakFiles(int days) const;
+    bool IfStillUnused(PeakFile const& record, int days, std::function<void()> const& work);
+
+    void AddVFRCacheFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                         int streamIndex, std::wstring const& fileName);
+    bool RemoveVFRCacheFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
+                            int streamIndex);
+    VFRCacheFileList FindUnusedVFRCacheFiles(int days) const;
+    bool IfStillUnused(VFRCacheFile const& record, int days, std::function<void()> const& work);
+
+private:
+    std::unique_ptr<MediaDBImpl> impl_;
+};
+
+}  // namespace orlo::project

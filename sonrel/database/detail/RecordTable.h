@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+
+#include "sonrel/database/detail/Sqlite.h"
+
+namespace orlo::project {
+
+/// What a record is found by.
+struct RecordKey {
+    std::wstring const& mediaPath;
+    std::wstring const& mediaFingerprint;
+    int streamIndex;
+    int sampleRate = 0;  ///< of conformed files only
+};
+
+/// The statements on the records of one kind of cache file.
+///
+/// Remembers the cache file name that was read or added last under each key, so that Remove leaves
+/// a record alone that another connection made since.
+class RecordTable {
+public:
+    enum class Kind { Conformed, Peak, Vfr };
+
+    /// @throws DatabaseError when the file's tables do not fit
+    RecordTable(SqliteConnection& connection, Kind kind);
+
+    /// @param name  receives the bare name, which may be empty; untouched without a record
+    /// @return whether there is a record
+    bool Get(const RecordKey& key, std::wstring* name);
+    /// @throws DatabaseError also when there is a record
+    void Add(const RecordKey& key, std::wstring const& name, long long nowMs,
+             std::optional<std::uint64_t> checksum = {});
+    /// Adds a record, or gives an existing record this name, in one write transaction. The old name
+    /// keeps its checksum, in a record that was last used in 1970.
+    /// @param oldFingerprint  the fingerprint of that record, from the old name
+    /// @return the bare name that the record had; empty without a record
+    std::wstring Replace(const RecordKey& key, std::wstring const& name,
+                         std::wstring (*oldFingerprint)(std::wstring const&), long long nowMs,
+                         std::optional<std::uint64_t> checksum = {});
+    /// @return whether there is a record
+    bool Touch(const RecordKey& key, long long nowMs);
+    /// Removes the record if it still has the name that was read or added last under its key; under
+    /// a key that was neither read nor added, whatever its name is.
+    /// @return whether a record was removed
+    bool Remove(const RecordKey& key);
+
+    /// Runs @p work in one write transaction if the record still has this bare name and is unused.
+    /// @return whether the work ran
+    /// @throws DatabaseError, and what the work throws; its changes are undone then
+    template <class Work>
+    bool IfUnused(const RecordKey& key, std::wstring const& name, int days, long long nowMs,
+                  Work work) {
+        connection_.SetDurable(false);  // not possible inside a transaction
+        SqliteTransaction transaction(connection_);
+        if (!IsUnused(key, name, days, nowMs)) return false;
+        work();
+        transaction.Commit();
+        return true;
+    }
+
+    /// The bare name in a column of cache file names. Empty for a name that this kind of file
+    /// cannot have: a conformed file ends in ".xwmc" and a peak file in ".xwpk".
+    std::wstring NameOf(const SqliteRun& row, int column) const;
+
+    /// The columns of a row of FindUnused: media path, fingerprint, stream index, cache file name
+    /// and, for conformed files, sample rate.
+    /// @param visit  called with the run, for each record, the longest unused first
+    template <class Visit>
+    void FindUnused(int days, long long nowMs, Visit visit) {
+        SqliteRun run(findUnused_);
+        run.Bind(Cutoff(days, nowMs));
+        while (run.Step()) visit(run);
+    }
+
+    /// All records in the order of their keys, with the columns of FindUnused.
+    /// @param visit  called with the run, the time of last use, milliseconds since 1970, and the
+    ///               checksum, if the record has one
+    template <class Visit>
+    void List(Visit visit) {
+        SqliteRun run(list_);
+        VisitAll(run, visit);
+    }
+
+    /// As List, the records of one media path.
+    template <class Visit>
+    void ListOf(std::wstring const& mediaPath, Visit visit) {
+        SqliteRun run(listOf_);
+        run.Bind(mediaPath);
+        VisitAll(run, visit);
+    }
+
+private:
+    using OwnedKey = std::tuple<std::wstring, std::wstring, int, int>;
+
+    template <class Visit>
+    void VisitAll(SqliteRun& run, Visit visit) const {
+        const int lastUse = hasRate_ ? 5 : 4;
+        while (run.Step()) visit(run, run.Number(lastUse), ChecksumOf(run, lastUse + 1));
+    }
+    static std::optional<std::uint64_t> ChecksumOf(const SqliteRun& run, int column);
+
+    static long long Cutoff(int days, long long nowMs);
+    static OwnedKey Owned(const RecordKey& key);
+    bool IsUnused(const RecordKey& key, std::wstring const& name, int days, long long nowMs);
+    void Bind(SqliteRun* run, const RecordKey& key) const;
+    /// Moves a record to another fingerprint, as last used in 1970.
+    void Retire(const RecordKey& key, std::wstring const& fingerprint);
+    /// Runs add_ or replace_.
+    void Store(SqliteStatement& statement, const RecordKey& key, std::wstring const& name,
+               long long nowMs, std::optional<std::uint64_t> checksum);
+    bool Changed() const;
+
+    SqliteConnection& connection_;
+    bool hasRate_;
+    bool hasChecksum_;  // false in a database of version 1
+    std::string_view ending_;
+    SqliteStatement get_;
+    SqliteStatement add_;
+    SqliteStatement replace_;
+    SqliteStatement retire_;
+    SqliteStatement touch_;
+    SqliteStatement remove_;
+    SqliteStatement findUnused_;
+    SqliteStatement isUnused_;
+    SqliteStatement list_;
+    SqliteStatement listOf_;
+    std::map<OwnedKey, std::string> lastNames_;  // as they are stored
+};
+
+}  // namespace orlo::project

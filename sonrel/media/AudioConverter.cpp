@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <new>
+#include <vector>
+
+#include "sonrel/base/Paths.h"
+#include "sonrel/conformed/ConformedFileWriter.h"
+#include "sonrel/media/ConversionObserver.h"
+#include "sonrel/media/ZRAudioConverter.h"
+#include "sonrel/media/detail/ConversionFeed.h"
+#include "sonrel/media/detail/StereoConverter.h"
+#include "sonrel/media/input/MediaErrors.h"
+
+namespace zrh::media {
+namespace {
+
+using detail::ConversionFeed;
+using detail::SampleBlock;
+using detail::SampleBuffer;
+using detail::StereoConverter;
+using orlo::project::ConformedFileWriter;
+
+/// Values that are gathered before they are written.
+constexpr std::size_t WRITE_VALUES = 128 * 1024;
+/// A piece of so many frames is written from where it lies.
+constexpr int FRAMES_WORTH_A_WRITE = 8192;
+/// Source frames between two questions to the observer.
+constexpr long long FRAMES_PER_NOTICE = 48000;
+
+/// No more frames than this come out of @p frames frames.
+std::int64_t LargestOutput(std::int64_t frames, int fromRate, int toRate) {
+    return frames / fromRate * toRate + 2LL * toRate + 4096;
+}
+
+MediaError OpenOutput(const std::wstring& path, int rate, std::int64_t largestFrames,
+                      ConformedFileWriter* writer) {
+    switch (writer->Open(zrtl::ToUtf8(path), rate, largestFrames)) {
+        case ConformedFileWriter::Result::Done:
+            return MediaError::None;
+        case ConformedFileWriter::Result::Exists:
+            return MediaError::OutputExists;
+        default:
+            return MediaError::OutputFailed;
+    }
+}
+
+/// Source frames that give at most about 2^20 frames.
+int FramesInAPiece(int fromRate, int toRate) {
+    constexpr std::int64_t MAX_OUTPUT = 1 << 20;
+    return static_cast<int>(
+        std::clamp<std::int64_t>(MAX_OUTPUT * fromRate / toRate, 1, MAX_OUTPUT));
+}
+
+class Conversion {
+public:
+    Conversion(ConversionFeed* feed, StereoConverter* converter, int rate,
+               ConformedFileWriter* writer)
+        : feed_(feed),
+          converter_(converter),
+          writer_(writer),
+          pieceFrames_(FramesInAPiece(feed->Format().rate, rate)) {}
+
+    MediaError Run() {
+        std::vector<SampleBlock> blocks;
+        for (;;) {
+            if (!NotifyIfDue()) return MediaError::Cancelled;
+            const MediaError error = feed_->Next(&blocks);
+            if (error != MediaError::None) return error;
+            if (blocks.empty()) break;
+            for (const SampleBlock& block : blocks) {
+                const MediaError converted = Take(block);
+                if (converted != MediaError::None) return converted;
+            }
+        }
+        if (!converter_->Flush(&samples_)) return MediaError::Undecodable;
+        if (!WriteOut()) return MediaError::OutputFailed;
+        noticed_ = -1;
+        if (!NotifyIfDue()) return MediaError::Cancelled;
+        return writer_->Finish() ? MediaError::None : MediaError::OutputFailed;
+    }
+
+private:
+    bool NotifyIfDue() {
+        const long long due = std::min<long long>(FRAMES_PER_NOTICE, pieceFrames_);
+        if (noticed_ >= 0 && done_ - noticed_ < due) return true;
+        noticed_ = done_;
+        return ConversionObserver::Notify(done_, feed_->TotalFrames());
+    }
+
+    MediaError Take(const SampleBlock& block) {
+        if (converter_->IsIdentity() && block.planes != nullptr &&
+            block.frames >= FRAMES_WORTH_A_WRITE) {
+            const auto* samples =
+                reinterpret_cast<const std::int16_t*>(block.planes[0]) + 2 * block.offset;
+            const bool written = WriteOut() && writer_->Write(samples, block.frames);
+            done_ += block.frames;
+            return written ? MediaError::None : MediaError::OutputFailed;
+        }
+        for (int at = 0; at < block.frames; at += pieceFrames_) {
+            if (at > 0 && !NotifyIfDue()) return MediaError::Cancelled;
+            const int frames = std::min(pieceFrames_, block.frames - at);
+            const SampleBlock piece{block.planes, block.offset + at, frames};
+            if (!converter_->Convert(piece, &samples_)) return MediaError::Undecodable;
+            if (samples_.Size() >= WRITE_VALUES && !WriteOut()) return MediaError::OutputFailed;
+            done_ += frames;
+        }
+        return MediaError::None;
+    }
+
+    bool WriteOut() {
+        if (samples_.Size() == 0) return true;
+        const bool written =
+            writer_->Write(samples_.Data(), static_cast<std::int64_t>(samples_.Size() / 2));
+        samples_.Clear();
+        return written;
+    }
+
+    ConversionFeed* feed_;
+    StereoConverter* converter_;
+    ConformedFileWriter* writer_;
+    int pieceFrames_;
+    SampleBuffer samples_;
+    long long done_ = 0;
+    long long noticed_ = -1;
+};
+
+MediaError ConvertStream(const std::shared_ptr<ZRAbstractAudioStream>& stream,
+                         const std::wstring& outputPath, unsigned int sampleRate,
+                         std::uint64_t* checksum, std::string* reason) {
+    if (stream == nullptr) return MediaError::InvalidArgument;
+    if (sampleRate < detail::LOWEST_RATE || sampleRate > detail::HIGHEST_RATE) {
+        return MediaError::OutputRate;
+    }
+    const int rate = static_cast<int>(sampleRate);
+    std::unique_ptr<ConversionFeed> feed;
+    MediaError error = detail::NewConversionFeed(stream, &feed);
+    if (error != MediaError::None) return error;
+    if (feed->Format().rate < detail::LOWEST_RATE || feed->Format().rate > detail::HIGHEST_RATE) {
+        return MediaError::RateOutOfRange;
+    }
+    StereoConverter converter;
+    error = converter.Open(feed->Format(), rate);
+    if (error != MediaError::None) return error;
+    ConformedFileWriter writer;
+    error = OpenOutput(outputPath, rate,
+                       LargestOutput(feed->TotalFrames(), feed->Format().rate, rate), &writer);
+    if (error != MediaError::None) return error;
+    error = Conversion(feed.get(), &converter, rate, &writer).Run();
+    *reason = feed->Reason();
+    *checksum = writer.Checksum();
+    return error;
+}
+
+}  // namespace
+
+int ZRAudioConverter::Convert(const std::shared_ptr<ZRAbstractAudioStream>& stream,
+                              const std::wstring& outputPath, unsigned int sampleRate) {
+    std::uint64_t ignored = 0;
+    return Convert(stream, outputPath, sampleRate, &ignored);
+}
+
+int ZRAudioConverter::Convert(const std::shared_ptr<ZRAbstractAudioStream>& stream,
+                              const std::wstring& outputPath, unsigned int sampleRate,
+                              std::uint64_t* checksum) {
+    std::string reason;
+    MediaError error = MediaError::OutOfMemory;
+    try {
+        error = ConvertStream(stream, outputPath, sampleRate, checksum, &reason);
+    } catch (const std::bad_alloc&) {
+        reason.clear();
+    }
+    const int code = static_cast<int>(error);
+    if (reason.empty() && error != MediaError::None) reason = MediaErrorText(code);
+    ConversionObserver::NoteFailure(reason);
+    return code;
+}
+
+}  // namespace zrh::media

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "sonrel/base/Export.h"
+#include "sonrel/project/MediaAsset.h"
+#include "sonrel/project/MediaManager.h"
+
+namespace orlo::project {
+
+/// Makes an asset of a media file: the one bridge from a file to the model.
+///
+/// The asset has a sound stream when the file has sound, with its exact length, and a picture
+/// stream when the file has moving pictures, with their rate and count. A cover is no picture.
+/// @param manager           the project's manager, which the asset refers to
+/// @param path              the media file
+/// @param audioStreamIndex  which audio stream, counted among the audio streams of the file
+/// @throws zrh::media::ZRMediaException  with a zrh::media::MediaError, when the file cannot be
+///         opened, its sound cannot be read, or it has sound but no stream of that index
+/// @throws std::invalid_argument  when the index is negative
+SONREL_EXPORT std::shared_ptr<MediaAsset> ImportMediaAsset(
+    const std::shared_ptr<MediaManager>& manager, const std::wstring& path,
+    int audioStreamIndex = 0);
+
+}  // namespace orlo::project

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/media/detail/MediaFile.h"
+
+#include <utility>
+
+#include "sonrel/media/detail/MediaFileFactory.h"
+#include "sonrel/media/index/FileScan.h"
+#include "sonrel/media/index/MapRegistry.h"
+#include "sonrel/media/input/MediaErrors.h"
+
+namespace zrh::media {
+namespace detail {
+namespace {
+
+MediaFileFactory& Factory() {
+    static auto* factory = new MediaFileFactory;
+    return *factory;
+}
+
+}  // namespace
+
+void SetMediaFileFactoryForTests(MediaFileFactory factory) {
+    Factory() = std::move(factory);
+}
+
+MediaError MediaFile::Open(const wchar_t* path, ZRAbstractMediaFile** file) {
+    std::shared_ptr<const InputFile> input;
+    MediaError error = InputFile::Open(path, &input);
+    if (error != MediaError::None) return error;
+    std::unique_ptr<Demuxer> demuxer;
+    error = Demuxer::Open(input, &demuxer);
+    if (error != MediaError::None) return error;
+    *file = new MediaFile(std::move(input), std::move(demuxer));
+    return MediaError::None;
+}
+
+MediaFile::MediaFile(std::shared_ptr<const InputFile> file, std::unique_ptr<Demuxer> demuxer)
+    : state_(std::make_shared<FileState>()), demuxer_(std::move(demuxer)) {
+    state_->file = std::move(file);
+    const AVFormatContext& context = *demuxer_->Context();
+    formatName_ = context.iformat->name;
+    for (unsigned int i = 0; i < context.nb_streams; ++i) {
+        ownStreams_.push_back(std::make_shared<AudioStream>(state_, context, *context.streams[i]));
+        streams_.push_back(ownStreams_.back());
+    }
+}
+
+MediaFile::~MediaFile() {
+    state_->file = nullptr;
+    demuxer_ = nullptr;
+}
+
+int MediaFile::Prepare() {
+    try {
+        return static_cast<int>(FindMap());
+    } catch (const std::bad_alloc&) {
+        return static_cast<int>(MediaError::OutOfMemory);
+    }
+}
+
+MediaError MediaFile::FindMap() {
+    if (map_ != nullptr) return MediaError::None;
+    const MediaError error = SharedMapOf(
+        state_->file->Identity(), [this] { return state_->file->IsInterrupted(); },
+        [this](FileMap* map) {
+            if (demuxer_ == nullptr) {
+                const MediaError opened = Demuxer::Open(state_->file, &demuxer_);
+                if (opened != MediaError::None) return opened;
+            }
+            const MediaError scanned = ScanFile(state_->file, std::move(demuxer_), map);
+            reason_ = map->reason;
+            return scanned;
+        },
+        &map_);
+    demuxer_ = nullptr;
+    if (error != MediaError::None) return error;
+    for (const auto& stream : ownStreams_) {
+        if (auto map = map_->Find(stream->StreamIndex())) stream->SetMap(std::move(map));
+    }
+    return MediaError::None;
+}
+
+}  // namespace detail
+
+int ZRMediaFileCreate(const wchar_t* path, ZRAbstractMediaFile** file, ZRMediaReaderType) {
+    if (path == nullptr || file == nullptr) return static_cast<int>(MediaError::InvalidArgument);
+    if (detail::Factory()) return detail::Factory()(path, file);
+    try {
+        return static_cast<int>(detail::MediaFile::Open(path, file));
+    } catch (const std::bad_alloc&) {
+        return static_cast<int>(MediaError::OutOfMemory);
+    }
+}
+
+int ZRMediaFileRelease(ZRAbstractMediaFile* file) {
+    delete file;
+    return 0;
+}
+
+}  // namespace zrh::media

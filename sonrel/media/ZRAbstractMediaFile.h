@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "sonrel/base/Export.h"
+#include "sonrel/base/ZRMediaTypes.h"
+#include "sonrel/media/ZRAbstractAudioStream.h"
+
+namespace zrh::media {
+
+/// An opened media file with its streams, made and released by the two functions below alone.
+///
+/// Threads: one thread at a time. Two files on one path are independent.
+class SONREL_EXPORT ZRAbstractMediaFile {
+public:
+    /// All streams of the file, audio or not, in file order. Available at once.
+    virtual const std::vector<std::shared_ptr<ZRAbstractAudioStream>>& Streams() = 0;
+    /// 1 asks for the audio alone.
+    virtual void SetReadOption(int option) = 0;
+    /// Makes the file ready for reading and its sample counts exact.
+    /// @return 0, or a code when the file cannot be read
+    virtual int Prepare() = 0;
+
+protected:
+    virtual ~ZRAbstractMediaFile() = default;
+    friend SONREL_EXPORT int ZRMediaFileRelease(ZRAbstractMediaFile* file);
+};
+
+/// Opens a media file without decoding anything.
+/// @param path  the file
+/// @param file  receives the opened file; untouched on failure
+/// @return 0, or a code
+SONREL_EXPORT int ZRMediaFileCreate(const wchar_t* path, ZRAbstractMediaFile** file,
+                                    ZRMediaReaderType type);
+
+/// Ends a file. Streams that are still held stay valid to release and deliver nothing more.
+SONREL_EXPORT int ZRMediaFileRelease(ZRAbstractMediaFile* file);
+
+}  // namespace zrh::media

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "sonrel/media/MediaInfo.h"
+#include "sonrel/media/ZRAbstractAudioStream.h"
+#include "sonrel/media/detail/StreamReader.h"
+#include "sonrel/media/index/StreamMap.h"
+#include "sonrel/media/input/Ffmpeg.h"
+#include "sonrel/media/input/InputFile.h"
+#include "sonrel/media/input/ReadWatch.h"
+
+namespace zrh::media::detail {
+
+/// What the streams of an opened file share with it. The file is let go when it is released.
+struct FileState {
+    std::shared_ptr<const InputFile> file;
+};
+
+/// One stream of an opened file.
+class AudioStream : public ZRAbstractAudioStream {
+public:
+    AudioStream(std::shared_ptr<FileState> state, const AVFormatContext& context,
+                const AVStream& stream);
+
+    int StreamType() const override { return type_; }
+    int SampleRate() const override { return rate_; }
+    int BitsPerSample() const override { return view_.bits; }
+    ZRSampleDataType SampleDataType() const override { return view_.dataType; }
+    int ChannelCount() const override { return channels_; }
+    long long SampleCount() const override { return sampleCount_; }
+    /// @throws ReadCancelled when the observer or the interrupt scope of the file asked to stop;
+    ///         ReadFailed when a file of the observer could not be read; SilenceRefused when a
+    ///         packet that does not decode exceeds the limit of silence
+    int GetSamples(long long start, int count, void* buffer, int bufferBytes,
+                   int* samplesRead) override;
+
+    /// Takes over what the preparation of the file found out.
+    void SetMap(std::shared_ptr<const StreamMap> map);
+
+    int StreamIndex() const { return streamIndex_; }
+    const MediaStreamInfo& Facts() const { return facts_; }
+    /// Null before the preparation, for other streams than audio and when the sound is unreadable.
+    const std::shared_ptr<const StreamMap>& Map() const { return map_; }
+    /// Null after the release.
+    const std::shared_ptr<const InputFile>& File() const { return state_->file; }
+    /// Why the stream cannot be read, or None.
+    MediaError Error() const;
+    /// The reason for Error with its numbers; empty where the error alone says enough.
+    std::string Reason() const { return map_ == nullptr ? std::string() : map_->reason; }
+
+private:
+    MediaError Read(long long start, int count, std::uint8_t* buffer, int bufferBytes,
+                    int* samplesRead);
+
+    std::shared_ptr<FileState> state_;
+    MediaStreamInfo facts_;
+    int streamIndex_;
+    int type_;
+    int rate_ = 0;
+    int channels_ = 0;
+    ViewFormat view_;
+    long long sampleCount_ = 0;
+    std::shared_ptr<const StreamMap> map_;
+    std::unique_ptr<StreamReader> reader_;
+    ReadTally tally_;
+};
+
+}  // namespace zrh::media::detail

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "sonrel/media/ZRAbstractMediaFile.h"
+#include "sonrel/media/detail/AudioStream.h"
+#include "sonrel/media/input/Demuxer.h"
+
+namespace zrh::media::detail {
+
+/// A media file opened through FFmpeg.
+class MediaFile : public ZRAbstractMediaFile {
+public:
+    static MediaError Open(const wchar_t* path, ZRAbstractMediaFile** file);
+
+    const std::vector<std::shared_ptr<ZRAbstractAudioStream>>& Streams() override {
+        return streams_;
+    }
+    void SetReadOption(int option) override { readOption_ = option; }
+    int Prepare() override;
+
+    const std::string& FormatName() const { return formatName_; }
+    /// Why Prepare failed, with its numbers; empty where its result alone says enough.
+    const std::string& Reason() const { return reason_; }
+
+    ~MediaFile() override;
+
+private:
+    MediaFile(std::shared_ptr<const InputFile> file, std::unique_ptr<Demuxer> demuxer);
+    MediaError FindMap();
+
+    std::shared_ptr<FileState> state_;
+    std::string formatName_;
+    std::string reason_;
+    /// At the beginning of the file until the preparation; null afterwards.
+    std::unique_ptr<Demuxer> demuxer_;
+    std::vector<std::shared_ptr<ZRAbstractAudioStream>> streams_;
+    std::vector<std::shared_ptr<AudioStream>> ownStreams_;
+    std::shared_ptr<const FileMap> map_;
+    /// Only the value 1 is ever set. It asks for the sound alone, which is all that is read anyway.
+    int readOption_ = 0;
+};
+
+}  // namespace zrh::media::detail

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "sonrel/media/input/MediaErrors.h"
+#include "sonrel/media/input/SampleFormat.h"
+
+namespace zrh::media::detail {
+
+/// Samples that wait to be written.
+class SampleBuffer {
+public:
+    /// Room for @p values more, behind those that are there.
+    std::int16_t* Room(std::size_t values) {
+        if (values_.size() < used_ + values) values_.resize(used_ + values);
+        return values_.data() + used_;
+    }
+    /// Takes @p values of the room as filled.
+    void Fill(std::size_t values) { used_ += values; }
+    void Clear() { used_ = 0; }
+
+    const std::int16_t* Data() const { return values_.data(); }
+    std::size_t Size() const { return used_; }
+
+private:
+    std::vector<std::int16_t> values_;
+    std::size_t used_ = 0;
+};
+
+/// Turns decoded sound into interleaved stereo of 16 bits at another rate.
+///
+/// Sound that is so already stays as it is, bit for bit. One channel goes to both sides unchanged;
+/// two are left and right; more are mixed down with the coefficients of ITU-R BS.775, scaled so
+/// that the sum cannot clip, without the low-frequency channel. The rate is changed by soxr with 20
+/// bits of precision, and the result is rounded to 16 bits without dither.
+///
+/// Threads: one at a time.
+class StereoConverter {
+public:
+    /// @return an error when the channels cannot be mixed down or there are too many
+    MediaError Open(const DecodedFormat& from, int rate);
+
+    /// Converts a piece and appends what comes out.
+    bool Convert(const SampleBlock& block, SampleBuffer* out);
+    /// Appends what is still inside. Nothing can be converted afterwards.
+    bool Flush(SampleBuffer* out);
+
+    /// The decoded samples are the ones to write.
+    bool IsIdentity() const { return swr_ == nullptr && from_.channels == 2; }
+
+private:
+    MediaError OpenSwr(const DecodedFormat& from, int rate, const AVChannelLayout& layout);
+    bool Run(const std::uint8_t* const* planes, int frames, SampleBuffer* out);
+    const std::uint8_t* const* Silence(int frames);
+    void TakeSamples(const std::int16_t* samples, int frames, SampleBuffer* out) const;
+
+    DecodedFormat from_;
+    SwrPtr swr_;
+    /// What one channel was turned into, before it goes to both sides.
+    std::vector<std::int16_t> mono_;
+    std::vector<const std::uint8_t*> planes_;
+    std::vector<std::uint8_t> silence_;
+};
+
+}  // namespace zrh::media::detail

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "sonrel/media/index/StreamMap.h"
+#include "sonrel/media/input/InputFile.h"
+
+namespace zrh::media::detail {
+
+/// Reads the samples of a mapped stream, in the form of its view, from any position.
+///
+/// Threads: one at a time.
+class StreamReader {
+public:
+    virtual ~StreamReader() = default;
+
+    /// Reads frames behind the silence in front of the stream.
+    /// @param start   frame of the stream, from its leadFrames to its totalFrames, exclusive
+    /// @param count   frames wanted, above 0, that do not reach beyond totalFrames
+    /// @param buffer  room for them
+    /// @return the frames delivered, at least one; 0 when the file could not be read
+    /// @throws SilenceRefused when there is too much silence to put in
+    virtual int Read(std::int64_t start, int count, std::uint8_t* buffer) = 0;
+};
+
+std::unique_ptr<StreamReader> NewPcmReader(std::shared_ptr<const InputFile> file,
+                                           std::shared_ptr<const StreamMap> map);
+std::unique_ptr<StreamReader> NewPacketReader(std::shared_ptr<const InputFile> file,
+                                              std::shared_ptr<const StreamMap> map);
+
+}  // namespace zrh::media::detail

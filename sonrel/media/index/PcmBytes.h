@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "sonrel/media/index/StreamMap.h"
+#include "sonrel/media/input/InputFile.h"
+#include "sonrel/media/input/PacketDecoder.h"
+#include "sonrel/media/input/PacketPool.h"
+
+namespace zrh::media::detail {
+
+/// Fetches samples of a stream that is mapped by bytes, in its decoder's format.
+///
+/// Threads: one at a time.
+class PcmBytes {
+public:
+    PcmBytes(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamMap> map);
+
+    /// The bytes in the file are the decoder's samples.
+    bool IsNative() const { return native_; }
+
+    /// Reads frames as they lie in the file.
+    /// @return the frames read, fewer than @p count when the file was cut; -1 when the disk failed
+    int ReadRaw(std::int64_t start, int count, void* buffer) const;
+
+    /// Reads and decodes frames.
+    /// @param block  receives them; valid until the next call; its length is the frames read
+    /// @return false when the disk failed or the file was cut at or before @p start
+    bool Decode(std::int64_t start, int count, SampleBlock* block);
+
+private:
+    std::shared_ptr<const InputFile> file_;
+    std::shared_ptr<const StreamMap> map_;
+    bool native_ = false;
+    std::unique_ptr<PacketDecoder> decoder_;
+    PacketPool pool_;
+    PacketPtr packet_;
+    std::vector<std::uint8_t> raw_;
+    const std::uint8_t* plane_ = nullptr;
+};
+
+/// Whether the bytes of a codec are what its view shows, so that reading is copying.
+bool StoresView(AVCodecID codec);
+
+}  // namespace zrh::media::detail

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "sonrel/files/FileIdentity.h"
+#include "sonrel/media/input/InterruptFlag.h"
+#include "sonrel/media/input/MediaErrors.h"
+#include "sonrel/media/input/ReadWatch.h"
+
+namespace zrh::media::detail {
+
+using orlo::standin::FileIdentity;
+
+/// A regular file, open for reading. Nothing but a regular file is ever opened: opening a pipe
+/// could block for ever and opening a device could do anything.
+///
+/// Threads: any number may read at once; there is no shared position.
+class InputFile {
+public:
+    static MediaError Open(const std::wstring& path, std::shared_ptr<const InputFile>* file);
+    ~InputFile();
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
+
+    /// Reads up to @p size bytes from @p offset. A read that fails is reported to the ReadObserver
+    /// of the thread that opened the file.
+    /// @return the bytes read, fewer than @p size at the file's end only; -1 when the disk failed
+    /// or
+    ///         the host interrupted
+    std::int64_t ReadAt(std::int64_t offset, void* buffer, std::size_t size) const;
+
+    /// Whether the host asks to stop the work on this file: the InterruptScope in which it was
+    /// opened.
+    bool IsInterrupted() const { return interrupt_ != nullptr && interrupt_->Ask(); }
+
+    /// As it was when the file was opened.
+    const FileIdentity& Identity() const { return identity_; }
+    std::int64_t Size() const { return identity_.size; }
+    const std::string& Path() const { return path_; }
+
+private:
+    InputFile() = default;
+    void NoteFailure(std::int64_t position, int error) const;
+
+    int descriptor_ = -1;
+    std::string path_;
+    FileIdentity identity_;
+    std::shared_ptr<InterruptFlag> interrupt_;
+    std::shared_ptr<ReadWatch> watch_;  // null without an observer
+};
+
+}  // namespace zrh::media::detail

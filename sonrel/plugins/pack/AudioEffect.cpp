@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/plugins/pack/detail/AudioEffect.h"
+
+#include <algorithm>
+#include <climits>
+
+#include "sonrel/plugins/pack/detail/StereoSamples.h"
+
+namespace orlo::sonrel::detail {
+namespace {
+
+constexpr int AUDIO_PLUGIN = 1;
+constexpr int DONE = 0;
+constexpr int UNKNOWN_FORMAT = -1;
+
+/// Frames from @p from to @p to, at least 0 and at most @p most, however far apart the two are.
+long long Distance(long long from, long long to, long long most) {
+    if (to <= from) return 0;
+    long long distance = 0;
+    if (__builtin_sub_overflow(to, from, &distance)) return most;
+    return std::min(distance, most);
+}
+
+bool IsKnownFormat(int channels, int sampleRate, int bitsPerSample) {
+    return channels == CHANNELS && bitsPerSample == BITS_PER_SAMPLE && sampleRate > 0;
+}
+
+}  // namespace
+
+int AudioEffect::PluginKind() const {
+    return AUDIO_PLUGIN;
+}
+
+long long AudioEffect::LookBack(int) const {
+    return 0;
+}
+
+int AudioEffect::RequiredRanges(project::EffectInstance*, int channels, int sampleRate,
+                                int bitsPerSample, int sampleCount, int, int, int,
+                                long long firstSample, long long objectOffset,
+                                std::vector<project::SampleRange>* ranges, bool) {
+    if (!IsKnownFormat(channels, sampleRate, bitsPerSample)) return UNKNOWN_FORMAT;
+    // A range that began before the source would silence the whole object.
+    const long long lookBack = Distance(objectOffset, firstSample, LookBack(sampleRate));
+    if (lookBack == 0) return DONE;
+    long long end = 0;
+    if (__builtin_add_overflow(firstSample, sampleCount, &end)) end = LLONG_MAX;
+    ranges->push_back({firstSample - lookBack, end});
+    return DONE;
+}
+
+int AudioEffect::ProcessAudio(project::EffectInstance*, int channels, int sampleRate,
+                              int bitsPerSample, unsigned char* samples, int inputCount,
+                              int outputCount, int, int, int, long long firstSample,
+                              long long inputFirstSample, long long, bool) {
+    if (!IsKnownFormat(channels, sampleRate, bitsPerSample)) return UNKNOWN_FORMAT;
+    if (outputCount < 1) return DONE;
+    EffectBlock block;
+    block.rate = sampleRate;
+    block.samples = samples;
+    block.inputCount = std::max(inputCount, 0);
+    block.outputCount = outputCount;
+    block.firstSample = firstSample;
+    block.lookBack = Distance(inputFirstSample, firstSample, LookBack(sampleRate));
+    Run(block);
+    return DONE;
+}
+
+}  // namespace orlo::sonrel::detail

@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/plugins/pack/detail/BiquadFilter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <numbers>
+
+#include "sonrel/plugins/pack/detail/AudioEffect.h"
+#include "sonrel/plugins/pack/detail/Plugins.h"
+#include "sonrel/plugins/pack/detail/StereoSamples.h"
+
+namespace orlo::sonrel::detail {
+namespace {
+
+/// Frames that a block hears before its own first, from a filter at rest.
+constexpr int RUN_IN_FRAMES = 4096;
+
+/// The highest corner as a share of the rate.
+constexpr double HIGHEST_OF_RATE = 0.45;
+
+/// The highest corner at all, which is the share of the highest rate that media are read at.
+constexpr double HIGHEST_HZ = HIGHEST_OF_RATE * 768000;
+
+using CoefficientLaw = BiquadCoefficients (*)(int, double, double);
+
+/// A section with what it remembers: the last two inputs and outputs.
+class Section {
+public:
+    explicit Section(const BiquadCoefficients& coefficients) : c_(coefficients) {}
+
+    /// Takes a frame and gives its output.
+    Frame Step(Frame x) {
+        // The latest output comes last: nothing then waits for it but one product and one
+        // difference.
+        const Frame y = x * c_.b0 + x1_ * c_.b1 + x2_ * c_.b2 - y2_ * c_.a2 - y1_ * c_.a1;
+        x2_ = x1_;
+        x1_ = x;
+        y2_ = y1_;
+        y1_ = y;
+        return y;
+    }
+
+private:
+    BiquadCoefficients c_;
+    Frame x1_{};
+    Frame x2_{};
+    Frame y1_{};
+    Frame y2_{};
+};
+
+class BiquadFilter final : public AudioEffect {
+public:
+    BiquadFilter(CoefficientLaw law, double frequency, double q)
+        : law_(law), frequency_(frequency), q_(q) {}
+
+protected:
+    long long LookBack(int) const override { return RUN_IN_FRAMES; }
+
+    void Run(const EffectBlock& block) const override {
+        const BiquadCoefficients coefficients =
+            law_(block.rate, std::min(frequency_, HIGHEST_OF_RATE * block.rate), q_);
+        Section section(coefficients);
+        const long long end = block.lookBack + block.outputCount;
+        WriteSilence(block.samples, block.inputCount, end);
+        for (long long at = 0; at < block.lookBack; ++at)
+            section.Step(ReadFrame(block.samples, at));
+        for (long long at = block.lookBack; at < end; ++at) {
+            const Frame y = section.Step(ReadFrame(block.samples, at));
+            // The output lies at or before its input, so writing never overtakes reading.
+            WriteFrame(block.samples, at - block.lookBack, y);
+        }
+    }
+
+private:
+    CoefficientLaw law_;
+    double frequency_;
+    double q_;
+};
+
+PluginPack::PluginInfo FilterInfo(const char* name, const char* meaning) {
+    PluginPack::ParameterInfo frequency;
+    frequency.name = "frequencyHz";
+    frequency.meaning = "Corner frequency.";
+    frequency.unit = "Hz";
+    frequency.minimum = 10.0;
+    frequency.maximum = HIGHEST_HZ;
+    frequency.defaultValue = 1000.0;
+    frequency.maximumOfRate = HIGHEST_OF_RATE;
+    PluginPack::ParameterInfo q;
+    q.name = "q";
+    q.meaning = "Sharpness of the corner; above 0.7071 the filter rings at it.";
+    q.minimum = 0.1;
+    q.maximum = 10.0;
+    q.defaultValue = 0.7071;
+    return {name, meaning, {frequency, q}};
+}
+
+}  // namespace
+
+BiquadCoefficients LowPassCoefficients(int rate, double frequency, double q) {
+    const double w0 = 2.0 * std::numbers::pi * frequency / rate;
+    const double cosine = std::cos(w0);
+    const double alpha = std::sin(w0) / (2.0 * q);
+    const double a0 = 1.0 + alpha;
+    return {(1.0 - cosine) / 2.0 / a0, (1.0 - cosine) / a0, (1.0 - cosine) / 2.0 / a0,
+            -2.0 * cosine / a0, (1.0 - alpha) / a0};
+}
+
+BiquadCoefficients HighPassCoefficients(int rate, double frequency, double q) {
+    const double w0 = 2.0 * std::numbers::pi * frequency / rate;
+    const double cosine = std::cos(w0);
+    const double alpha = std::sin(w0) / (2.0 * q);
+    const double a0 = 1.0 + alpha;
+    return {(1.0 + cosine) / 2.0 / a0, -(1.0 + cosine) / a0, (1.0 + cosine) / 2.0 / a0,
+            -2.0 * cosine / a0, (1.0 - alpha) / a0};
+}
+
+PluginPack::PluginInfo LowPassInfo() {
+    return FilterInfo("low-pass", "Takes away what lies above the corner frequency.");
+}
+
+EffectPointer MakeLowPass(const PluginPack::Parameters& parameters) {
+    return std::make_shared<BiquadFilter>(LowPassCoefficients, parameters.at("frequencyHz"),
+                                          parameters.at("q"));
+}
+
+PluginPack::PluginInfo HighPassInfo() {
+    return FilterInfo("high-pass", "Takes away what lies below the corner frequency.");
+}
+
+EffectPointer MakeHighPass(const PluginPack::Parameters& parameters) {
+    return std::make_shared<BiquadFilter>(HighPassCoefficients, parameters.at("frequencyHz"),
+                                          parameters.at("q"));
+}
+
+}  // namespace orlo::sonrel::detail

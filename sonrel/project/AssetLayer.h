@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+
+#include "sonrel/base/Export.h"
+#include "sonrel/project/AbstractLayer.h"
+
+namespace orlo::project {
+
+/// A layer that shows an asset.
+class SONREL_EXPORT AssetLayer : public AbstractLayer {
+public:
+    explicit AssetLayer(zrtl::ZRID const& asset);
+    AssetLayer(AssetLayer const& source, int = 0);
+    ~AssetLayer() override;
+
+    int LayerType() const override { return 0; }
+    bool HasAudio() const override;
+    ListChangeObserver<std::shared_ptr<EffectInstance>, ResponseDelegate::RecordChanges>& Effects()
+        override;
+    int SourceStartFrame() const override;
+    std::shared_ptr<AbstractAsset> Asset(AssetList const& assets) const override;
+
+    /// The identity of the asset that the layer shows.
+    zrtl::ZRID const& AssetID() const;
+    /// @throws std::invalid_argument when negative
+    void SetSourceStartFrame(int frame);
+    void SetHasAudio(bool hasAudio);
+
+private:
+    zrtl::ZRID asset_;
+    int sourceStartFrame_ = 0;
+    bool hasAudio_ = true;
+};
+
+}  // namespace orlo::project

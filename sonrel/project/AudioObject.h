@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "sonrel/base/Export.h"
+#include "sonrel/project/AbstractSequenceObject.h"
+
+namespace orlo::project {
+
+/// An object on an audio track.
+class SONREL_EXPORT AudioObject : public AbstractSequenceObject {
+public:
+    AudioObject() = default;
+    AudioObject(AudioObject const& source, bool = false, int = 0);
+    ~AudioObject() override;
+
+    bool IsMuted() const;
+    void SetMuted(bool muted);
+
+private:
+    bool muted_ = false;
+};
+
+/// An audio object that shows nothing and never sounds.
+class SONREL_EXPORT GapAudioObject : public AudioObject {
+public:
+    GapAudioObject() = default;
+    ~GapAudioObject() override;
+
+    int ObjectType() const override { return 1; }
+    int SourceStartFrame() const override { return 0; }
+    std::shared_ptr<AbstractAsset> Asset(AssetList const&) const override { return nullptr; }
+};
+
+}  // namespace orlo::project

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <string>
+#include <unordered_map>
+
+#include "sonrel/base/Export.h"
+#include "sonrel/plugins/PropertyManager.h"
+#include "sonrel/project/AbstractSequenceTrack.h"
+#include "sonrel/project/SequenceObjectList.h"
+
+namespace orlo::project {
+
+class CompositionAsset;
+class EditorSequence;
+
+/// An audio track. Its properties "audioLevel" (float, dB) and "stereoBalance" (float, -1 left to
+/// 1 right) stand at 0 from the start.
+class SONREL_EXPORT AudioTrack : public AbstractSequenceTrack {
+public:
+    AudioTrack();
+    /// Properties and flags are copied, the objects are shared and the identity is the same; the
+    /// other arguments are not used.
+    AudioTrack(AudioTrack const& source,
+               std::unordered_map<zrtl::ZRID, std::shared_ptr<CompositionAsset>> compositions = {},
+               EditorSequence* sequence = nullptr, int = 0);
+    AudioTrack& operator=(AudioTrack const&) = delete;
+    ~AudioTrack() override;
+
+    PropertyManager& Animation() override;
+    SequenceObjectList& Objects() override;
+
+    /// A muted track is silent, also a solo one.
+    bool IsMuted() const;
+    /// While any track is solo, the others are silent.
+    bool IsSolo() const;
+
+    zrtl::ZRID const& ID() const;
+    void SetMuted(bool muted);
+    void SetSolo(bool solo);
+    std::wstring const& Name() const;
+    void SetName(std::wstring name);
+
+private:
+    zrtl::ZRID id_;
+    std::wstring name_;
+    PropertyManager animation_;
+    SequenceObjectList objects_;
+    bool muted_ = false;
+    bool solo_ = false;
+};
+
+}  // namespace orlo::project

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "sonrel/base/Export.h"
+
+namespace orlo::project {
+
+enum class AudioSamplingRate : int {
+    Hz8000,
+    Hz11025,
+    Hz16000,
+    Hz22050,
+    Hz32000,
+    Hz44100,
+    Hz48000,
+    Hz88200,
+    Hz96000,
+    Hz176400,
+    Hz192000,
+    Custom,  ///< a rate in hertz that stands in the settings
+};
+
+/// Frame rate, length and sampling rate of a sequence or composition.
+class SONREL_EXPORT AudioVideoSettings {
+public:
+    /// 25 frames a second, 0 frames, 48000 Hz.
+    AudioVideoSettings();
+    AudioVideoSettings(AudioVideoSettings const& source, int = 0);
+    AudioVideoSettings& operator=(AudioVideoSettings const&) = default;
+
+    /// Frames a second.
+    double FrameRate() const;
+    /// Length in frames.
+    int FrameCount() const;
+    AudioSamplingRate AudioSampleRate() const;
+    /// The enumerator in hertz; 0 for Custom, which only settings can tell.
+    static int AudioSampleRateValue(AudioSamplingRate rate);
+    /// The settings' own rate in hertz.
+    int AudioSampleRateValue() const;
+    /// Milliseconds in a frame: 1000.0 / frameRate.
+    static double MsPerFrame(double frameRate);
+
+    /// @throws std::invalid_argument when not finite and above 0
+    void SetFrameRate(double frameRate);
+    /// @throws std::invalid_argument when negative
+    void SetFrameCount(int frameCount);
+    /// @throws std::invalid_argument for Custom, which SetCustomAudioSampleRate sets
+    void SetAudioSampleRate(AudioSamplingRate rate);
+    /// Sets the enumerator of that rate where there is one, else Custom.
+    /// @param hertz  above 0
+    /// @throws std::invalid_argument otherwise
+    void SetCustomAudioSampleRate(int hertz);
+
+private:
+    double frameRate_ = 25.0;
+    int frameCount_ = 0;
+    AudioSamplingRate rate_ = AudioSamplingRate::Hz48000;
+    int customRate_ = 0;
+};
+
+}  // namespace orlo::project

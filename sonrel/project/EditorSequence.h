@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <unordered_map>
+
+#include "sonrel/base/Export.h"
+#include "sonrel/base/ZRID.h"
+#include "sonrel/base/ZRList.h"
+#include "sonrel/project/AudioTrack.h"
+#include "sonrel/project/AudioVideoSettings.h"
+
+namespace orlo::project {
+
+class CompositionAsset;
+
+/// The editing timeline: settings, audio tracks and a master track.
+class SONREL_EXPORT EditorSequence {
+public:
+    /// No tracks but the master track; the settings of a new AudioVideoSettings.
+    EditorSequence();
+    /// Settings are copied, the tracks are shared and the identity is the same; the other arguments
+    /// are not used.
+    EditorSequence(
+        EditorSequence const& source,
+        std::unordered_map<zrtl::ZRID, std::shared_ptr<CompositionAsset>> compositions = {},
+        int = 0);
+    EditorSequence& operator=(EditorSequence const&) = delete;
+    ~EditorSequence();
+
+    zrtl::ZRID const& ID() const;
+    AudioVideoSettings& Settings();
+    /// By index from 0.
+    ZRList<std::shared_ptr<AudioTrack>, ZRListItemDelegate::SharedPtrIDCache>& AudioTracks();
+    /// Never empty; its "audioLevel" applies to the sum.
+    std::shared_ptr<AudioTrack> const& AudioMasterTrack() const;
+
+    /// Appends an empty track.
+    std::shared_ptr<AudioTrack> AddAudioTrack();
+    /// Puts an empty track in front of the one at @p index.
+    /// @throws std::out_of_range when @p index is above the number of tracks
+    std::shared_ptr<AudioTrack> InsertAudioTrack(std::size_t index);
+    /// @throws std::out_of_range when there is no such track
+    void RemoveAudioTrack(std::size_t index);
+
+private:
+    zrtl::ZRID id_;
+    AudioVideoSettings settings_;
+    ZRList<std::shared_ptr<AudioTrack>, ZRListItemDelegate::SharedPtrIDCache> tracks_;
+    std::shared_ptr<AudioTrack> master_;
+};
+
+}  // namespace orlo::project

@@ -1,0 +1,244 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/waveform/WaveformPreview.h"
+
+#include <QImage>
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+#include <vector>
+
+#include "sonrel/base/Numbers.h"
+#include "sonrel/base/Timing.h"
+#include "sonrel/cache/PeakFile.h"
+#include "sonrel/waveform/detail/WaveformPainter.h"
+
+namespace orlo::sonrel {
+
+struct WaveformPreviewImpl {
+    WaveformPreview::Color backgroundColor{0, 0, 0, 0};
+    WaveformPreview::Color waveformColor{0, 0, 0, 255};
+    std::int64_t previewStart = 0;
+    std::int64_t previewEnd = 0;
+    WaveformPreview::Style previewStyle = WaveformPreview::Style::RMSEnvelope;
+    WaveformPreview::Scale previewScale = WaveformPreview::Scale::Linear;
+    std::int32_t sampleRate = 0;
+    std::int64_t sampleCount = 0;
+    std::int32_t channelCount = 0;
+    std::wstring peakFilePath;
+};
+
+namespace {
+
+using Format = WaveformPreview::Format;
+using Style = WaveformPreview::Style;
+
+constexpr int MAX_CHANNELS = 16;
+
+/// No image has exactly this many bytes, because rows are whole words.
+constexpr int MORE_THAN_ANY_BUFFER = std::numeric_limits<int>::max();
+
+/// The blocks of a range; end exclusive.
+struct BlockRange {
+    int first;
+    int end;
+};
+
+std::int64_t SecondsToSamples(double seconds, int sampleRate) {
+    return zrtl::TruncToInt64(zrtl::RoundHalfAway(seconds * sampleRate));
+}
+
+QImage::Format PixelFormat(Format format) {
+    return format == Format::RGB888 ? QImage::Format_RGB888 : QImage::Format_ARGB32;
+}
+
+/// The bytes of an image, without making one: rows of whole 32-bit words.
+int BytesOf(int width, int height, Format format) {
+    if (width <= 0 || height <= 0) return 0;
+    const std::int64_t bits = format == Format::RGB888 ? 24 : 32;
+    const std::int64_t rowBytes = (width * bits + 31) / 32 * 4;
+    return rowBytes > MORE_THAN_ANY_BUFFER / height ? MORE_THAN_ANY_BUFFER
+                                                    : static_cast<int>(rowBytes * height);
+}
+
+/// The blocks that hold the range, within the file. A range behind the last block shows that block.
+BlockRange BlocksOf(const WaveformPreviewImpl& settings, const PeakFile& file) {
+    const double samplesPerBlock = file.SamplesPerBlock();
+    const int blocks = file.BlockCount();
+    const auto start = static_cast<double>(settings.previewStart);
+    const auto end = static_cast<double>(settings.previewEnd);
+    BlockRange range{zrtl::TruncToInt32(std::floor(start / samplesPerBlock)),
+                     zrtl::TruncToInt32(std::ceil(end / samplesPerBlock))};
+    range.first = std::min(std::max(range.first, 0), blocks - 1);
+    range.end = std::min(std::max(range.end, 0), blocks);
+    return range;
+}
+
+/// Blocks for each point, so that no more points come out than pixels.
+double StepOf(const BlockRange& range, int width) {
+    const int count = range.end - range.first;
+    return count > width ? static_cast<double>(count) / width : 1.0;
+}
+
+/// Opens the peak file and finds the blocks of the range. A file that holds none of them cannot be
+/// read.
+/// @return 0 or the code that CreateImage returns
+int FindBlocks(const WaveformPreviewImpl& settings, PeakFile& file, BlockRange* range) {
+    if (!file.Open(settings.peakFilePath)) return WaveformPreview::PEAK_FILE_NOT_OPENED;
+    if (file.ChannelCount() != settings.channelCount) return WaveformPreview::OTHER_CHANNEL_COUNT;
+    // A count beyond 2147483647 reads as a negative one, and no range lies in such a file.
+    if (file.BlockCount() < 1) return WaveformPreview::PEAK_FILE_READ_FAILED;
+    *range = BlocksOf(settings, file);
+    return range->end < range->first ? WaveformPreview::PEAK_FILE_READ_FAILED : 0;
+}
+
+/// Reads the range and draws it, a column for each point.
+/// @return whether the range could be read
+bool DrawRange(const WaveformPreviewImpl& settings, PeakFile& file, const BlockRange& range,
+               int width, const detail::WaveformLook& look, QImage* drawing) {
+    const double step = StepOf(range, width);
+    if (look.style == Style::RMSEnvelope) {
+        std::vector<unsigned char> amplitudes;
+        if (file.GetRMSAmplitude(range.first, range.end, step, amplitudes) !=
+            PeakFile::Result::Ok) {
+            return false;
+        }
+        *drawing = detail::PaintEnvelope(look, amplitudes);
+        return true;
+    }
+    std::vector<signed char> peaks;
+    if (file.GetChannelPeaks(range.first, range.end, step, peaks) != PeakFile::Result::Ok) {
+        return false;
+    }
+    *drawing = detail::PaintPeaks(look, peaks, settings.channelCount);
+    return true;
+}
+
+/// The drawing at the wanted width. A smooth scaling leaves its own pixel format, which is not
+/// converted back: a host gets the finished pixels at no further cost, and reads their layout from
+/// the header's words.
+QImage Stretch(const QImage& drawing, int width, int height) {
+    if (drawing.isNull() || drawing.width() == width) return drawing;
+    return drawing.scaled(width, height, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+}
+
+int CopyImage(const QImage& image, unsigned char* buffer, int bufferBytes) {
+    const std::int64_t bytes = image.sizeInBytes();
+    if (bytes == 0) return 0;
+    if (buffer == nullptr) return WaveformPreview::BUFFER_REFUSED;
+    if (bytes > bufferBytes) {
+        std::memset(buffer, 0, static_cast<std::size_t>(bufferBytes));
+        return WaveformPreview::BUFFER_REFUSED;
+    }
+    std::memcpy(buffer, image.constBits(), static_cast<std::size_t>(bytes));
+    return 0;
+}
+
+}  // namespace
+
+WaveformPreview::WaveformPreview(int sampleRate, long long sampleCount, int channelCount,
+                                 const std::wstring& peakFilePath)
+    : impl_(std::make_unique<WaveformPreviewImpl>()) {
+    if (channelCount > MAX_CHANNELS) throw std::runtime_error("Unsupported channel count");
+    if (peakFilePath.empty()) throw std::runtime_error("Waveform peak file error");
+    impl_->previewEnd = sampleCount;
+    impl_->sampleRate = sampleRate;
+    impl_->sampleCount = sampleCount;
+    impl_->channelCount = channelCount;
+    impl_->peakFilePath = peakFilePath;
+}
+
+WaveformPreview::~WaveformPreview() = default;
+
+WaveformPreview::Color WaveformPreview::BackgroundColor() const {
+    return impl_->backgroundColor;
+}
+
+void WaveformPreview::SetBackgroundColor(const Color& color) {
+    impl_->backgroundColor = color;
+}
+
+WaveformPreview::Color WaveformPreview::WaveformColor() const {
+    return impl_->waveformColor;
+}
+
+void WaveformPreview::SetWaveformColor(const Color& color) {
+    impl_->waveformColor = color;
+}
+
+std::pair<long long, long long> WaveformPreview::PreviewRangeSamples() const {
+    return {impl_->previewStart, impl_->previewEnd};
+}
+
+void WaveformPreview::SetPreviewRangeSamples(long long start, long long end) {
+    impl_->previewStart = std::max<std::int64_t>(start, 0);
+    impl_->previewEnd = std::min<std::int64_t>(end, impl_->sampleCount);
+}
+
+void WaveformPreview::SetPreviewRangeTime(double start, double end) {
+    SetPreviewRangeSamples(SecondsToSamples(start, impl_->sampleRate),
+                           SecondsToSamples(end, impl_->sampleRate));
+}
+
+void WaveformPreview::ClearPreviewRange() {
+    impl_->previewStart = 0;
+    impl_->previewEnd = impl_->sampleCount;
+}
+
+WaveformPreview::Style WaveformPreview::PreviewStyle() const {
+    return impl_->previewStyle;
+}
+
+void WaveformPreview::SetPreviewStyle(Style style) {
+    impl_->previewStyle = style;
+}
+
+WaveformPreview::Scale WaveformPreview::PreviewScale() const {
+    return impl_->previewScale;
+}
+
+void WaveformPreview::SetPreviewScale(Scale scale) {
+    impl_->previewScale = scale;
+}
+
+int WaveformPreview::ImageBytes(int width, int height, Format format) const {
+    if (impl_->previewEnd < impl_->previewStart) return RANGE_REVERSED;
+    PeakFile file;
+    BlockRange range{};
+    if (const int code = FindBlocks(*impl_, file, &range); code != 0) return code;
+    if (width < 0) return PEAK_FILE_READ_FAILED;
+    const int blocks = range.end - range.first;
+    if (blocks == 0) return 0;
+    // A stretched image has pixels of 32 bits.
+    const Format layout = blocks < width ? Format::ARGB32 : format;
+    const int bytes = BytesOf(width, height, layout);
+    if (bytes == MORE_THAN_ANY_BUFFER) return bytes;
+    // Null for a size without pixels, and for one that memory cannot hold. Nothing is written into
+    // the image, so that it takes address space only.
+    return QImage(width, height, PixelFormat(layout)).isNull() ? 0 : bytes;
+}
+
+int WaveformPreview::CreateImage(int width, int height, Format format, unsigned char* buffer,
+                                 int bufferBytes) const {
+    if (impl_->previewEnd < impl_->previewStart) return RANGE_REVERSED;
+    const int needed = BytesOf(width, height, format);
+    if (needed > bufferBytes || needed == MORE_THAN_ANY_BUFFER) return needed;
+    QImage drawing;
+    {
+        PeakFile file;
+        BlockRange range{};
+        if (const int code = FindBlocks(*impl_, file, &range); code != 0) return code;
+        // A drawing has a column for each point, also for an image without width.
+        const int rows = width > 0 ? height : 0;
+        const detail::WaveformLook look{impl_->previewStyle,    impl_->previewScale,
+                                        impl_->backgroundColor, impl_->waveformColor,
+                                        PixelFormat(format),    rows};
+        if (!DrawRange(*impl_, file, range, width, look, &drawing)) return PEAK_FILE_READ_FAILED;
+    }
+    return CopyImage(Stretch(drawing, width, height), buffer, bufferBytes);
+}
+
+}  // namespace orlo::sonrel

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/base/Numbers.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+using zrtl::TruncToInt32;
+using zrtl::TruncToInt64;
+
+constexpr std::int32_t LEAST_32 = std::numeric_limits<std::int32_t>::min();
+constexpr std::int64_t LEAST_64 = std::numeric_limits<std::int64_t>::min();
+constexpr double INFINITE = std::numeric_limits<double>::infinity();
+const double NOT_A_NUMBER = std::nan("");
+
+TEST(TruncToInt32, CutsTowardZero) {
+    EXPECT_EQ(TruncToInt32(1.9999), 1);
+    EXPECT_EQ(TruncToInt32(-1.9999), -1);
+    EXPECT_EQ(TruncToInt32(0.5), 0);
+    EXPECT_EQ(TruncToInt32(-0.0), 0);
+}
+
+TEST(TruncToInt32, FitsUpToTheVeryEnds) {
+    EXPECT_EQ(TruncToInt32(2147483647.0), 2147483647);
+    EXPECT_EQ(TruncToInt32(2147483647.999), 2147483647);
+    EXPECT_EQ(TruncToInt32(-2147483648.0), LEAST_32);
+    EXPECT_EQ(TruncToInt32(-2147483647.5), -2147483647);
+}
+
+TEST(TruncToInt32, WhatDoesNotFitIsTheMostNegativeInteger) {
+    EXPECT_EQ(TruncToInt32(2147483648.0), LEAST_32);
+    EXPECT_EQ(TruncToInt32(-2147483649.0), LEAST_32);
+    EXPECT_EQ(TruncToInt32(1e300), LEAST_32);
+    EXPECT_EQ(TruncToInt32(INFINITE), LEAST_32);
+    EXPECT_EQ(TruncToInt32(-INFINITE), LEAST_32);
+    EXPECT_EQ(TruncToInt32(NOT_A_NUMBER), LEAST_32);
+}
+
+TEST(TruncToInt64, CutsTowardZero) {
+    EXPECT_EQ(TruncToInt64(1.9999), 1);
+    EXPECT_EQ(TruncToInt64(-1.9999), -1);
+    EXPECT_EQ(TruncToInt64(4294967296.5), 4294967296);
+}
+
+TEST(TruncToInt64, FitsUpToTheVeryEnds) {
+    EXPECT_EQ(TruncToInt64(9223372036854774784.0), 9223372036854774784);
+    EXPECT_EQ(TruncToInt64(-9223372036854775808.0), LEAST_64);
+}
+
+TEST(TruncToInt64, WhatDoesNotFitIsTheMostNegativeInteger) {
+    EXPECT_EQ(TruncToInt64(9223372036854775808.0), LEAST_64);
+    EXPECT_EQ(TruncToInt64(-9223372036854777856.0), LEAST_64);
+    EXPECT_EQ(TruncToInt64(INFINITE), LEAST_64);
+    EXPECT_EQ(TruncToInt64(NOT_A_NUMBER), LEAST_64);
+}
+
+}  // namespace

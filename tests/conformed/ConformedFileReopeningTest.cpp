@@ -1,0 +1,347 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <filesystem>
+#include <random>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "sonrel/conformed/ConformedAudioFile.h"
+#include "sonrel/files/FileIdentity.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/WaveBytes.h"
+
+namespace {
+
+using orlo::project::ConformedAudioFile;
+using sonrel_tests::Chunk;
+using sonrel_tests::ConformedFileBytes;
+using sonrel_tests::CountingSamples;
+using sonrel_tests::PcmFormat;
+using sonrel_tests::Riff;
+using sonrel_tests::TemporaryFolder;
+using sonrel_tests::WriteFile;
+
+constexpr int FRAMES = 100000;
+/// As a mix at 48 kHz and 25 frames a second asks.
+constexpr int BLOCK = 1920;
+
+/// An hour behind every file that a test writes.
+std::int64_t InAnHour() {
+    return orlo::standin::SystemFileClock() + 3'600'000'000'000;
+}
+
+/// Files that lie unchanged for long, opened again and again.
+class ConformedFileReopening : public testing::Test {
+protected:
+    void SetUp() override { orlo::standin::fileClock = InAnHour; }
+    void TearDown() override { orlo::standin::fileClock = orlo::standin::SystemFileClock; }
+
+    std::string Name(int index) const { return "a" + std::to_string(index) + ".xwmc"; }
+    void Write(int index, const std::string& bytes) { WriteFile(folder_ / Name(index), bytes); }
+
+    /// What an object that is open for this one read delivers; "refused" if it does not open.
+    std::string ReadOnce(int index, long long start, int count) const {
+        ConformedAudioFile file;
+        if (!file.Open(folder_.Wide(Name(index)))) return "refused";
+        return ReadOpen(file, start, count);
+    }
+
+    static std::string ReadOpen(const ConformedAudioFile& file, long long start, int count) {
+        std::string bytes(static_cast<std::size_t>(count) * 4, '\xA5');
+        int samples = -1;
+        const int code = file.GetSamples(start, count, reinterpret_cast<unsigned char*>(&bytes[0]),
+                                         count * 4, &samples);
+        if (code != 0) return "code " + std::to_string(code);
+        return bytes.substr(0, static_cast<std::size_t>(samples) * 4);
+    }
+
+    /// Descriptors of this process that lead to a file.
+    std::ptrdiff_t Descriptors(int index) const {
+        const auto target = folder_ / Name(index);
+        std::ptrdiff_t count = 0;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            std::error_code gone;
+            count += std::filesystem::read_symlink(entry.path(), gone) == target;
+        }
+        return count;
+    }
+
+    /// Three blocks, each read by an object of its own.
+    void ReadThreeBlocks(int index) const {
+        for (int block = 0; block < 3; ++block) ReadOnce(index, block * BLOCK, BLOCK);
+    }
+
+    /// Writes in place until the file system shows that the file changed.
+    void Rewrite(int index, const std::string& bytes) {
+        const auto changed = [&] {
+            struct stat status = {};
+            stat((folder_ / Name(index)).c_str(), &status);
+            return std::pair(status.st_ctim.tv_sec, status.st_ctim.tv_nsec);
+        };
+        const auto before = changed();
+        while (changed() == before) Write(index, bytes);
+    }
+
+    TemporaryFolder folder_;
+};
+
+TEST_F(ConformedFileReopening, GivesTheSamplesOfEachBlockToTheEnd) {
+    Write(0, ConformedFileBytes(FRAMES));
+    const std::string all = CountingSamples(FRAMES);
+
+    for (long long start = 0; start < FRAMES; start += BLOCK) {
+        ASSERT_EQ(ReadOnce(0, start, BLOCK), all.substr(start * 4, BLOCK * 4)) << start;
+    }
+    EXPECT_EQ(ReadOnce(0, FRAMES, BLOCK), "");
+}
+
+TEST_F(ConformedFileReopening, GivesTheSamplesOfBlocksOfUnlikeLengths) {
+    Write(0, ConformedFileBytes(FRAMES));
+    const std::string all = CountingSamples(FRAMES);
+    int count = 1601;
+
+    for (long long start = 0; start < FRAMES; start += count) {
+        count = count == 1601 ? 1602 : 1601;
+        ASSERT_EQ(ReadOnce(0, start, count), all.substr(start * 4, count * 4)) << start;
+    }
+}
+
+TEST_F(ConformedFileReopening, GivesTheSamplesOfAnyPlace) {
+    Write(0, ConformedFileBytes(FRAMES));
+    const std::string all = CountingSamples(FRAMES);
+    std::mt19937 random(11);
+
+    for (int i = 0; i < 500; ++i) {
+        const int start = static_cast<int>(random() % FRAMES);
+        const int count = static_cast<int>(random() % 20000);
+        ASSERT_EQ(ReadOnce(0, start, count), all.substr(start * 4, count * 4)) << start;
+    }
+}
+
+TEST_F(ConformedFileReopening, OfNoFrameGivesNothing) {
+    Write(0, ConformedFileBytes(FRAMES));
+    ReadThreeBlocks(0);
+
+    EXPECT_EQ(ReadOnce(0, 3 * BLOCK, 0), "");
+    EXPECT_EQ(ReadOnce(0, 3 * BLOCK, 1), CountingSamples(FRAMES).substr(3 * BLOCK * 4, 4));
+}
+
+TEST_F(ConformedFileReopening, GivesTheSamplesBackwards) {
+    Write(0, ConformedFileBytes(FRAMES));
+    const std::string all = CountingSamples(FRAMES);
+
+    for (long long start = FRAMES - BLOCK; start >= 0; start -= BLOCK) {
+        ASSERT_EQ(ReadOnce(0, start, BLOCK), all.substr(start * 4, BLOCK * 4)) << start;
+    }
+}
+
+TEST_F(ConformedFileReopening, OfMoreFilesThanAreRememberedGivesTheSamplesOfEach) {
+    constexpr int FILES = 300;
+    const auto frames = [](int index) { return 2000 + index; };
+    for (int index = 0; index < FILES; ++index) {
+        Write(index, Riff(Chunk("fmt ", PcmFormat(1, 2, 8000 + index, 16)) +
+                          Chunk("data", std::string(frames(index) * 4, static_cast<char>(index)))));
+    }
+
+    for (int start = 0; start < 2000; start += 500) {
+        for (int index = 0; index < FILES; ++index) {
+            ConformedAudioFile file;
+            ASSERT_TRUE(file.Open(folder_.Wide(Name(index))));
+            ASSERT_EQ(file.SampleRate(), 8000 + index);
+            ASSERT_EQ(file.SampleCount(), frames(index));
+            ASSERT_EQ(ReadOpen(file, start, 500), std::string(2000, static_cast<char>(index)));
+        }
+    }
+}
+
+TEST_F(ConformedFileReopening, NeedsNoDescriptorWhileTheNextBlocksAreAhead) {
+    Write(0, ConformedFileBytes(FRAMES));
+    ReadThreeBlocks(0);
+
+    ConformedAudioFile file;
+    ASSERT_TRUE(file.Open(folder_.Wide(Name(0))));
+
+    EXPECT_EQ(Descriptors(0), 0);
+    EXPECT_EQ(ReadOpen(file, 3 * BLOCK, BLOCK),
+              CountingSamples(FRAMES).substr(3 * BLOCK * 4, BLOCK * 4));
+    EXPECT_EQ(Descriptors(0), 0);
+}
+
+TEST_F(ConformedFileReopening, OfAFileThatNobodyReadHoldsIt) {
+    Write(0, ConformedFileBytes(FRAMES));
+    ConformedAudioFile file;
+    ASSERT_TRUE(file.Open(folder_.Wide(Name(0))));
+
+    ASSERT_TRUE(file.Open(folder_.Wide(Name(0))));
+    EXPECT_EQ(Descriptors(0), 1);
+    std::filesystem::remove(folder_ / Name(0));
+
+    EXPECT_EQ(ReadOpen(file, 90000, 10), CountingSamples(FRAMES).substr(90000 * 4, 40));
+}
+
+TEST_F(ConformedFileReopening, TakesOneDescriptorForReadsElsewhereAndGivesItBack) {
+    Write(0, ConformedFileBytes(FRAMES));
+    ReadThreeBlocks(0);
+    {
+        ConformedAudioFile file;
+        ASSERT_TRUE(file.Open(folder_.Wide(Name(0))));
+
+        EXPECT_EQ(ReadOpen(file, 90000, 10), CountingSamples(FRAMES).substr(90000 * 4, 40));
+        EXPECT_EQ(ReadOpen(file, 50000, 10), CountingSamples(FRAMES).substr(50000 * 4, 40));
+
+        EXPECT_EQ(Descriptors(0), 1);
+    }
+    EXPECT_EQ(Descriptors(0), 0);
+}
+
+TEST_F(ConformedFileReopening, OfADeletedFileIsRefused) {
+    Write(0, ConformedFileBytes(FRAMES));
+    ReadThreeBlocks(0);
+
+    std::filesystem::remove(folder_ / Name(0));
+
+    EXPECT_EQ(ReadOnce(0, 3 * BLOCK, BLOCK), "refused");
+}
+
+TEST_F(ConformedFileReopening, OfACutFileIsRefused) {
+    Write(0, ConformedFileBytes(FRAMES));
+    ReadThreeBlocks(0);
+
+    std::filesystem::resize_file(folder_ / Name(0), 44 + FRAMES * 4 - 4);
+
+    EXPECT_EQ(ReadOnce(0, 3 * BLOCK, BLOCK), "refused");
+}
+
+TEST_F(ConformedFileReopening, OfALinkInPlaceOfTheFileIsRefused) {
+    Write(0, ConformedFileBytes(FRAMES));
+    ReadThreeBlocks(0);
+
+    std::filesystem::rename(folder_ / Name(0), folder_ / "moved.xwmc");
+    std::filesystem::create_symlink(folder_ / "moved.xwmc", folder_ / Name(0));
+
+    EXPECT_EQ(ReadOnce(0, 3 * BLOCK, BLOCK), "refused");
+}
+
+TEST_F(ConformedFileReopening, OfAnotherFileInItsPlaceGivesThatOne) {
+    Write(0, ConformedFileBytes(FRAMES));
+    ReadThreeBlocks(0);
+
+    // At once, and of the same length: only the number of the file tells them apart for sure.
+    WriteFile(folder_ / "new.xwmc", Riff(Chunk("fmt ", PcmFormat(1, 2, 32000, 16)) +
+                                         Chunk("data", std::string(FRAMES * 4, 'n'))));
+    std::filesystem::rename(folder_ / "new.xwmc", folder_ / Name(0));
+
+    ConformedAudioFile file;
+    ASSERT_TRUE(file.Open(folder_.Wide(Name(0))));
+    EXPECT_EQ(file.SampleRate(), 32000);
+    EXPECT_EQ(ReadOpen(file, 3 * BLOCK, 2), "nnnnnnnn");
+}
+
+TEST_F(ConformedFileReopening, OfAFileThatWasRewrittenInPlaceGivesTheNewSamples) {
+    Write(0, ConformedFileBytes(FRAMES));
+    ReadThreeBlocks(0);
+
+    Rewrite(0, Riff(Chunk("fmt ", PcmFormat(1, 2, 48000, 16)) +
+                    Chunk("data", std::string(FRAMES * 4, 'r'))));
+
+    EXPECT_EQ(ReadOnce(0, 3 * BLOCK, 2), "rrrrrrrr");
+    EXPECT_EQ(ReadOnce(0, 3 * BLOCK + 2, 2), "rrrrrrrr");
+}
+
+TEST_F(ConformedFileReopening, OfAFileWrittenAMomentAgoTrustsNothing) {
+    orlo::standin::fileClock = orlo::standin::SystemFileClock;
+
+    // Faster than the clock of most file systems goes: the times of the file often stay the same.
+    for (int i = 0; i < 300; ++i) {
+        const std::string samples(400, static_cast<char>('A' + i % 50));
+        Write(0, Riff(Chunk("fmt ", PcmFormat(1, 2, 8000 + i, 16)) + Chunk("data", samples)));
+
+        ConformedAudioFile file;
+        ASSERT_TRUE(file.Open(folder_.Wide(Name(0))));
+        ASSERT_EQ(file.SampleRate(), 8000 + i);
+        ASSERT_EQ(ReadOpen(file, 0, 50), samples.substr(0, 200));
+    }
+}
+
+TEST_F(ConformedFileReopening, WhoseFileIsGoneReadsWhatIsAheadAndTellsOfTheRest) {
+    Write(0, ConformedFileBytes(FRAMES));
+    ReadThreeBlocks(0);
+    ConformedAudioFile file;
+    ASSERT_TRUE(file.Open(folder_.Wide(Name(0))));
+
+    std::filesystem::remove(folder_ / Name(0));
+
+    EXPECT_EQ(ReadOpen(file, 3 * BLOCK, 1), CountingSamples(FRAMES).substr(3 * BLOCK * 4, 4));
+    EXPECT_EQ(ReadOpen(file, 90000, 1), "code 2");
+    Write(0, ConformedFileBytes(FRAMES));
+    EXPECT_EQ(ReadOpen(file, 90000, 1), "code 2") << "another file under the same path";
+}
+
+TEST_F(ConformedFileReopening, TwoObjectsOfOnePathReadOnTheirOwn) {
+    Write(0, ConformedFileBytes(FRAMES));
+    ReadThreeBlocks(0);
+    const std::string all = CountingSamples(FRAMES);
+
+    ConformedAudioFile one;
+    ConformedAudioFile other;
+    ASSERT_TRUE(one.Open(folder_.Wide(Name(0))));
+    ASSERT_TRUE(other.Open(folder_.Wide(Name(0))));
+
+    EXPECT_EQ(ReadOpen(one, 3 * BLOCK, BLOCK), all.substr(3 * BLOCK * 4, BLOCK * 4));
+    EXPECT_EQ(ReadOpen(other, 70000, BLOCK), all.substr(70000 * 4, BLOCK * 4));
+}
+
+TEST_F(ConformedFileReopening, ThreadsThatReadElsewhereAtOnceShareOneDescriptor) {
+    Write(0, ConformedFileBytes(FRAMES));
+    const std::string all = CountingSamples(FRAMES);
+    for (int round = 0; round < 20; ++round) {
+        ReadThreeBlocks(0);
+        ConformedAudioFile file;
+        ASSERT_TRUE(file.Open(folder_.Wide(Name(0))));
+        std::atomic<int> waiting = 4;
+        std::array<bool, 4> right = {};
+        std::vector<std::thread> threads;
+        for (std::size_t t = 0; t < right.size(); ++t) {
+            threads.emplace_back([&, t] {
+                --waiting;
+                while (waiting > 0) std::this_thread::yield();
+                const long long start = 60000 + 1000 * static_cast<long long>(t);
+                right[t] = ReadOpen(file, start, 500) == all.substr(start * 4, 2000);
+            });
+        }
+        for (std::thread& thread : threads) thread.join();
+
+        EXPECT_EQ(std::count(right.begin(), right.end(), true), 4);
+        EXPECT_EQ(Descriptors(0), 1);
+    }
+}
+
+TEST_F(ConformedFileReopening, OnManyThreadsGivesEachItsSamples) {
+    const std::string all = CountingSamples(20000);
+    for (int index = 0; index < 4; ++index) Write(index, ConformedFileBytes(20000));
+    std::array<int, 4> wrong = {};
+    std::vector<std::thread> threads;
+
+    for (unsigned t = 0; t < wrong.size(); ++t) {
+        threads.emplace_back([&, t] {
+            std::mt19937 random(t);
+            for (int start = 0; start < 19000; start += 100) {
+                const int index = static_cast<int>(random() % 4);
+                if (ReadOnce(index, start, 100) != all.substr(start * 4, 400)) ++wrong[t];
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+
+    for (const int count : wrong) EXPECT_EQ(count, 0);
+}
+
+}  // namespace

@@ -1,0 +1,482 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/database/MediaDB.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "sonrel/database/detail/DatabaseHooks.h"
+#include "tests/database/FirstVersion.h"
+#include "tests/support/Database.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+using orlo::project::MediaDB;
+using sonrel_tests::RawDatabase;
+using sonrel_tests::TemporaryFolder;
+
+constexpr long long DAY = 24LL * 60 * 60 * 1000;
+constexpr long long NOON = 1'700'000'000'000;  // milliseconds since 1970
+
+class MediaDBTest : public testing::Test {
+protected:
+    MediaDBTest() {
+        orlo::project::SetDatabaseClock([this] { return now_; });
+    }
+    ~MediaDBTest() override { orlo::project::SetDatabaseClock({}); }
+
+    MediaDB Open(bool createAndMigrate = true) {
+        return MediaDB(folder_.Wide("media.db"), folder_.Wide("cache"), createAndMigrate);
+    }
+
+    TemporaryFolder folder_;
+    long long now_ = NOON;
+};
+
+TEST(MediaCacheFilePath, FolderAndNameAreJoinedWithOneSlash) {
+    EXPECT_EQ(MediaDB::CreateMediaCacheFilePath(L"/a/b", L"c.xwmc"), L"/a/b/c.xwmc");
+    EXPECT_EQ(MediaDB::CreateMediaCacheFilePath(L"/a/b/", L"c.xwmc"), L"/a/b/c.xwmc");
+    EXPECT_EQ(MediaDB::CreateMediaCacheFilePath(L"/", L"c.xwmc"), L"/c.xwmc");
+    EXPECT_EQ(MediaDB::CreateMediaCacheFilePath(L"", L"c.xwmc"), L"c.xwmc");
+}
+
+TEST_F(MediaDBTest, TheFirstConnectionMakesTheDatabaseAndLaterOnesFindIt) {
+    EXPECT_EQ(Open().Status(), MediaDB::Created);
+    EXPECT_EQ(Open().Status(), MediaDB::Ready);
+    EXPECT_EQ(Open(false).Status(), MediaDB::Ready);
+}
+
+TEST_F(MediaDBTest, ADatabaseOfVersion1GetsChecksumsAndKeepsItsRecords) {
+    sonrel_tests::MakeVersion1(folder_ / "media.db");
+    RawDatabase raw(folder_ / "media.db");
+    raw.Run("INSERT INTO conformed_file VALUES ('/m/a.wav', 'aa', 1, 48000, 'a.xwmc', 5)");
+    EXPECT_THROW(Open(false), std::runtime_error) << "the first connection migrates";
+
+    MediaDB database = Open();
+
+    EXPECT_EQ(database.Status(), MediaDB::Migrated);
+    std::wstring name;
+    EXPECT_TRUE(database.GetConformedFilename(L"/m/a.wav", L"aa", 1, 48000, &name));
+    EXPECT_EQ(name, L"a.xwmc");
+    database.AddPeakFile(L"/m/a.wav", L"aa", 1, L"a.xwpk", 7);
+    EXPECT_EQ(raw.Ask("SELECT checksum IS NULL FROM conformed_file"), "1");
+    EXPECT_EQ(raw.Ask("SELECT checksum FROM peak_file"), "7");
+    EXPECT_EQ(raw.Ask("PRAGMA user_version"), "2");
+    EXPECT_EQ(raw.Ask("PRAGMA integrity_check"), "ok");
+    EXPECT_EQ(Open(false).Status(), MediaDB::Ready);
+}
+
+TEST_F(MediaDBTest, WhereTheFirstConnectionIsStillOpenLaterOnesAreReady) {
+    const MediaDB first = Open();
+
+    EXPECT_EQ(Open(false).Status(), MediaDB::Ready);
+}
+
+TEST_F(MediaDBTest, ADatabaseUsesAWriteAheadLogAndCarriesMarkAndVersion) {
+    Open();
+
+    RawDatabase raw(folder_ / "media.db");
+    EXPECT_EQ(raw.Ask("PRAGMA journal_mode"), "wal");
+    EXPECT_EQ(raw.Ask("PRAGMA application_id"), std::to_string(0x534E524C));
+    EXPECT_EQ(raw.Ask("PRAGMA user_version"), "2");
+    EXPECT_EQ(raw.Ask("PRAGMA integrity_check"), "ok");
+}
+
+TEST_F(MediaDBTest, AnAddedConformedFileIsFoundByItsWholeKey) {
+    MediaDB database = Open();
+    database.AddConformedFile(L"/m/a.wav", L"ff", 1, 48000, L"name.xwmc");
+    std::wstring name = L"before";
+
+    EXPECT_FALSE(database.GetConformedFilename(L"/m/b.wav", L"ff", 1, 48000, &name));
+    EXPECT_FALSE(database.GetConformedFilename(L"/m/a.wav", L"fe", 1, 48000, &name));
+    EXPECT_FALSE(database.GetConformedFilename(L"/m/a.wav", L"ff", 0, 48000, &name));
+    EXPECT_FALSE(database.GetConformedFilename(L"/m/a.wav", L"ff", 1, 44100, &name));
+    EXPECT_EQ(name, L"before");
+    EXPECT_TRUE(database.GetConformedFilename(L"/m/a.wav", L"ff", 1, 48000, &name));
+    EXPECT_EQ(name, L"name.xwmc");
+}
+
+TEST_F(MediaDBTest, AnAddedPeakFileIsFoundByItsWholeKey) {
+    MediaDB database = Open();
+    database.AddPeakFile(L"/m/a.wav", L"ff", 1, L"name.xwpk");
+    std::wstring name = L"before";
+
+    EXPECT_FALSE(database.GetPeakFilename(L"/m/b.wav", L"ff", 1, &name));
+    EXPECT_FALSE(database.GetPeakFilename(L"/m/a.wav", L"fe", 1, &name));
+    EXPECT_FALSE(database.GetPeakFilename(L"/m/a.wav", L"ff", 0, &name));
+    EXPECT_EQ(name, L"before");
+    EXPECT_TRUE(database.GetPeakFilename(L"/m/a.wav", L"ff", 1, &name));
+    EXPECT_EQ(name, L"name.xwpk");
+}
+
+TEST_F(MediaDBTest, KindsDoNotMeet) {
+    MediaDB database = Open();
+    database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"name.xwpk");
+    database.AddVFRCacheFile(L"/m/a.wav", L"ff", 0, L"name.vfr");
+    std::wstring name;
+
+    EXPECT_FALSE(database.GetConformedFilename(L"/m/a.wav", L"ff", 0, 48000, &name));
+    EXPECT_FALSE(database.TouchConformedFile(L"/m/a.wav", L"ff", 0, 48000));
+    EXPECT_TRUE(database.RemoveVFRCacheFile(L"/m/a.wav", L"ff", 0));
+    EXPECT_TRUE(database.GetPeakFilename(L"/m/a.wav", L"ff", 0, &name));
+}
+
+TEST_F(MediaDBTest, KeysAreComparedCaseByCase) {
+    MediaDB database = Open();
+    database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"lower.xwmc");
+    database.AddConformedFile(L"/m/A.wav", L"ff", 0, 48000, L"upper.xwmc");
+    std::wstring name;
+
+    EXPECT_TRUE(database.GetConformedFilename(L"/m/A.wav", L"ff", 0, 48000, &name));
+    EXPECT_EQ(name, L"upper.xwmc");
+    EXPECT_FALSE(database.GetConformedFilename(L"/m/a.wav", L"FF", 0, 48000, &name));
+}
+
+TEST_F(MediaDBTest, PathsOfEveryScriptComeBackAsTheyWere) {
+    MediaDB database = Open();
+    const std::wstring path = L"/m/\u00fcml\u00e4ut \u65e5\u672c \U0001F3B5 'quote\" %s\n.wav";
+    database.AddPeakFile(path, L"ff", 0, L"\u65e5.xwpk");
+    std::wstring name;
+
+    EXPECT_TRUE(database.GetPeakFilename(path, L"ff", 0, &name));
+    EXPECT_EQ(name, L"\u65e5.xwpk");
+    const auto due = database.FindUnusedPeakFiles(0);
+    ASSERT_EQ(due.size(), 1u);
+    EXPECT_EQ(due[0].mediaPath, path);
+}
+
+TEST_F(MediaDBTest, NegativeAndExtremeNumbersAreKeysLikeOthers) {
+    MediaDB database = Open();
+    constexpr int LEAST = std::numeric_limits<int>::min();
+    database.AddConformedFile(L"/m/a.wav", L"", LEAST, LEAST, L"n.xwmc");
+    std::wstring name;
+
+    EXPECT_TRUE(database.GetConformedFilename(L"/m/a.wav", L"", LEAST, LEAST, &name));
+    const auto due = database.FindUnusedConformedFiles(0);
+    ASSERT_EQ(due.size(), 1u);
+    EXPECT_EQ(due[0].streamIndex, LEAST);
+    EXPECT_EQ(due[0].sampleRate, LEAST);
+}
+
+TEST_F(MediaDBTest, ASecondRecordOfAKeyIsRefusedAndTheFirstStays) {
+    MediaDB database = Open();
+    database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"first.xwmc");
+    database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"first.xwpk");
+    std::wstring name;
+
+    EXPECT_THROW(database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"second.xwmc"),
+                 std::runtime_error);
+    EXPECT_THROW(database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"second.xwpk"), std::runtime_error);
+    database.GetConformedFilename(L"/m/a.wav", L"ff", 0, 48000, &name);
+    EXPECT_EQ(name, L"first.xwmc");
+    database.GetPeakFilename(L"/m/a.wav", L"ff", 0, &name);
+    EXPECT_EQ(name, L"first.xwpk");
+}
+
+TEST_F(MediaDBTest, RemovingForgetsTheRecordAndSaysWhetherThereWasOne) {
+    MediaDB database = Open();
+    database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"n.xwmc");
+    database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"n.xwpk");
+    database.AddVFRCacheFile(L"/m/a.wav", L"ff", 0, L"n.vfr");
+    std::wstring name;
+
+    EXPECT_FALSE(database.RemoveConformedFile(L"/m/a.wav", L"ff", 0, 44100));
+    EXPECT_TRUE(database.RemoveConformedFile(L"/m/a.wav", L"ff", 0, 48000));
+    EXPECT_FALSE(database.RemoveConformedFile(L"/m/a.wav", L"ff", 0, 48000));
+    EXPECT_FALSE(database.GetConformedFilename(L"/m/a.wav", L"ff", 0, 48000, &name));
+    EXPECT_TRUE(database.RemovePeakFile(L"/m/a.wav", L"ff", 0));
+    EXPECT_FALSE(database.RemovePeakFile(L"/m/a.wav", L"ff", 0));
+    EXPECT_TRUE(database.RemoveVFRCacheFile(L"/m/a.wav", L"ff", 0));
+    EXPECT_FALSE(database.RemoveVFRCacheFile(L"/m/a.wav", L"ff", 0));
+}
+
+TEST_F(MediaDBTest, AnEmptyNameIsARecordWithAnEmptyName) {
+    MediaDB database = Open();
+    database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"");
+    std::wstring name = L"before";
+
+    EXPECT_TRUE(database.GetConformedFilename(L"/m/a.wav", L"ff", 0, 48000, &name));
+    EXPECT_EQ(name, L"");
+}
+
+TEST_F(MediaDBTest, ARecordIsUnusedFromExactlyThatManyDaysOn) {
+    MediaDB database = Open();
+    database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"n.xwmc");
+    database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"n.xwpk");
+    database.AddVFRCacheFile(L"/m/a.wav", L"ff", 0, L"n.vfr");
+
+    now_ = NOON + 30 * DAY - 1;
+    EXPECT_EQ(database.FindUnusedConformedFiles(30).size(), 0u);
+    EXPECT_EQ(database.FindUnusedPeakFiles(30).size(), 0u);
+    EXPECT_EQ(database.FindUnusedVFRCacheFiles(30).size(), 0u);
+    now_ = NOON + 30 * DAY;
+    EXPECT_EQ(database.FindUnusedConformedFiles(30).size(), 1u);
+    EXPECT_EQ(database.FindUnusedPeakFiles(30).size(), 1u);
+    EXPECT_EQ(database.FindUnusedVFRCacheFiles(30).size(), 1u);
+    EXPECT_EQ(database.FindUnusedConformedFiles(31).size(), 0u);
+}
+
+TEST_F(MediaDBTest, ATouchCountsAsUseNow) {
+    MediaDB database = Open();
+    database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"n.xwmc");
+    database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"n.xwpk");
+
+    now_ = NOON + 10 * DAY;
+    EXPECT_TRUE(database.TouchConformedFile(L"/m/a.wav", L"ff", 0, 48000));
+    EXPECT_FALSE(database.TouchConformedFile(L"/m/a.wav", L"ff", 1, 48000));
+    EXPECT_TRUE(database.TouchPeakFile(L"/m/a.wav", L"ff", 0));
+    EXPECT_FALSE(database.TouchPeakFile(L"/m/b.wav", L"ff", 0));
+
+    now_ = NOON + 11 * DAY - 1;
+    EXPECT_EQ(database.FindUnusedConformedFiles(1).size(), 0u);
+    EXPECT_EQ(database.FindUnusedPeakFiles(1).size(), 0u);
+    now_ = NOON + 11 * DAY;
+    EXPECT_EQ(database.FindUnusedConformedFiles(1).size(), 1u);
+    EXPECT_EQ(database.FindUnusedPeakFiles(1).size(), 1u);
+}
+
+TEST_F(MediaDBTest, ZeroAndNegativeDaysFindEveryRecord) {
+    MediaDB database = Open();
+    database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"n.xwmc");
+    now_ = NOON + 40 * DAY;
+    database.AddConformedFile(L"/m/stamped-in-the-future.wav", L"ff", 0, 48000, L"m.xwmc");
+    now_ = NOON;
+
+    for (const int days : {0, -1, -30, std::numeric_limits<int>::min()}) {
+        EXPECT_EQ(database.FindUnusedConformedFiles(days).size(), 2u) << days;
+    }
+}
+
+TEST_F(MediaDBTest, TheLargestNumberOfDaysFindsNothing) {
+    MediaDB database = Open();
+    database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"n.xwpk");
+    now_ = NOON + 100'000 * DAY;
+
+    EXPECT_EQ(database.FindUnusedPeakFiles(std::numeric_limits<int>::max()).size(), 0u);
+}
+
+TEST_F(MediaDBTest, ARecordStampedInTheFutureCountsAsUsedNow) {
+    MediaDB database = Open();
+    now_ = NOON + 40 * DAY;
+    database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"n.xwpk");
+
+    now_ = NOON;
+    EXPECT_EQ(database.FindUnusedPeakFiles(1).size(), 0u);
+    now_ = NOON + 41 * DAY;
+    EXPECT_EQ(database.FindUnusedPeakFiles(1).size(), 1u);
+}
+
+TEST_F(MediaDBTest, ClocksFarFromNowAreKeptAsTheyAre) {
+    MediaDB database = Open();
+    now_ = -5 * DAY;  // 1969
+    database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"a.xwpk");
+    now_ = 253'402'300'799'000;  // the end of the year 9999
+    database.AddPeakFile(L"/m/b.wav", L"ff", 0, L"b.xwpk");
+
+    now_ = 0;
+    const auto due = database.FindUnusedPeakFiles(5);
+    ASSERT_EQ(due.size(), 1u);
+    EXPECT_EQ(due[0].cacheFilename, L"a.xwpk");
+}
+
+TEST_F(MediaDBTest, UnusedRecordsComeWithTheirFieldsTheLongestUnusedFirst) {
+    MediaDB database = Open();
+    now_ = NOON + 2;
+    database.AddConformedFile(L"/m/late.wav", L"aa", 3, 44100, L"late.xwmc");
+    now_ = NOON + 1;
+    database.AddConformedFile(L"/m/early.wav", L"bb", 4, 96000, L"early.xwmc");
+
+    const auto due = database.FindUnusedConformedFiles(0);
+
+    ASSERT_EQ(due.size(), 2u);
+    EXPECT_EQ(due[0].mediaPath, L"/m/early.wav");
+    EXPECT_EQ(due[0].mediaFingerprint, L"bb");
+    EXPECT_EQ(due[0].streamIndex, 4);
+    EXPECT_EQ(due[0].sampleRate, 96000);
+    EXPECT_EQ(due[0].cacheFilename, L"early.xwmc");
+    EXPECT_EQ(due[1].mediaPath, L"/m/late.wav");
+}
+
+TEST_F(MediaDBTest, UnusedPeakAndVfrRecordsComeWithTheirFields) {
+    MediaDB database = Open();
+    database.AddPeakFile(L"/m/p.wav", L"aa", 3, L"p.xwpk");
+    database.AddVFRCacheFile(L"/m/v.wav", L"bb", 4, L"v.vfr");
+
+    const auto peaks = database.FindUnusedPeakFiles(0);
+    const auto vfr = database.FindUnusedVFRCacheFiles(0);
+
+    ASSERT_EQ(peaks.size(), 1u);
+    EXPECT_EQ(peaks[0].mediaPath, L"/m/p.wav");
+    EXPECT_EQ(peaks[0].mediaFingerprint, L"aa");
+    EXPECT_EQ(peaks[0].streamIndex, 3);
+    EXPECT_EQ(peaks[0].cacheFilename, L"p.xwpk");
+    ASSERT_EQ(vfr.size(), 1u);
+    EXPECT_EQ(vfr[0].mediaPath, L"/m/v.wav");
+    EXPECT_EQ(vfr[0].mediaFingerprint, L"bb");
+    EXPECT_EQ(vfr[0].streamIndex, 4);
+    EXPECT_EQ(vfr[0].cacheFilename, L"v.vfr");
+}
+
+TEST_F(MediaDBTest, TheSystemClockIsUsedWithoutAnother) {
+    orlo::project::SetDatabaseClock({});
+    Open().AddPeakFile(L"/m/a.wav", L"ff", 0, L"n.xwpk");
+
+    RawDatabase raw(folder_ / "media.db");
+    const long long stamp = std::stoll(raw.Ask("SELECT last_use FROM peak_file"));
+    const auto now = std::chrono::duration_cast<std::chrono::milliseconds>(
+                         std::chrono::system_clock::now().time_since_epoch())
+                         .count();
+    EXPECT_LE(stamp, now);
+    EXPECT_GT(stamp, now - 60'000);
+}
+
+TEST_F(MediaDBTest, NamesThatLeadOutOfTheFolderReadAsEmpty) {
+    const std::vector<std::wstring> names = {L".",
+                                             L"..",
+                                             L"/",
+                                             L"../victim",
+                                             L"../../etc/passwd",
+                                             L"/etc/passwd",
+                                             L"a/b",
+                                             L"a/",
+                                             L"a\\b",
+                                             L"..\\a",
+                                             std::wstring(L"a\0b", 3),
+                                             std::wstring(1, L'\0'),
+                                             std::wstring(256, L'x')};
+    MediaDB database = Open();
+    for (int i = 0; i < static_cast<int>(names.size()); ++i) {
+        database.AddConformedFile(L"/m/a.wav", L"ff", i, 48000, names[i]);
+        database.AddPeakFile(L"/m/a.wav", L"ff", i, names[i]);
+        database.AddVFRCacheFile(L"/m/a.wav", L"ff", i, names[i]);
+    }
+
+    for (int i = 0; i < static_cast<int>(names.size()); ++i) {
+        std::wstring name = L"before";
+        EXPECT_TRUE(database.GetConformedFilename(L"/m/a.wav", L"ff", i, 48000, &name));
+        EXPECT_EQ(name, L"") << i;
+        name = L"before";
+        EXPECT_TRUE(database.GetPeakFilename(L"/m/a.wav", L"ff", i, &name));
+        EXPECT_EQ(name, L"") << i;
+    }
+    for (const auto& record : database.FindUnusedConformedFiles(0)) {
+        EXPECT_EQ(record.cacheFilename, L"");
+    }
+    for (const auto& record : database.FindUnusedPeakFiles(0)) {
+        EXPECT_EQ(record.cacheFilename, L"");
+    }
+    for (const auto& record : database.FindUnusedVFRCacheFiles(0)) {
+        EXPECT_EQ(record.cacheFilename, L"");
+    }
+}
+
+TEST_F(MediaDBTest, OddNamesThatStayInTheFolderAreKept) {
+    const std::vector<std::wstring> names = {L"....xwpk",
+                                             L"-rf.xwpk",
+                                             L" a.xwmc .xwpk",
+                                             L"new\nline.xwpk",
+                                             L"..a.xwpk",
+                                             L"%s.xwpk",
+                                             L"'; DROP TABLE peak_file; --.xwpk",
+                                             std::wstring(250, L'x') + L".xwpk"};
+    MediaDB database = Open();
+
+    for (int i = 0; i < static_cast<int>(names.size()); ++i) {
+        std::wstring name;
+        database.AddPeakFile(L"/m/a.wav", L"ff", i, names[i]);
+        EXPECT_TRUE(database.GetPeakFilename(L"/m/a.wav", L"ff", i, &name));
+        EXPECT_EQ(name, names[i]);
+    }
+}
+
+TEST_F(MediaDBTest, ANameWithTheEndingOfAnotherKindOfFileReadsAsEmpty) {
+    MediaDB database = Open();
+    for (const wchar_t* name : {L"notes.txt", L"a.XWMC", L"a.xwmc.txt", L"xwmc", L"a.xwpk"}) {
+        database.AddConformedFile(L"/m/a.wav", name, 0, 48000, name);
+    }
+    for (const wchar_t* name : {L"notes.txt", L"a.XWPK", L"a.xwpk~", L"xwpk", L"a.xwmc"}) {
+        database.AddPeakFile(L"/m/a.wav", name, 0, name);
+    }
+
+    for (const auto& record : database.FindUnusedConformedFiles(0)) {
+        std::wstring name = L"before";
+        EXPECT_TRUE(
+            database.GetConformedFilename(L"/m/a.wav", record.mediaFingerprint, 0, 48000, &name));
+        EXPECT_EQ(name, L"");
+        EXPECT_EQ(record.cacheFilename, L"");
+    }
+    for (const auto& record : database.FindUnusedPeakFiles(0)) {
+        std::wstring name = L"before";
+        EXPECT_TRUE(database.GetPeakFilename(L"/m/a.wav", record.mediaFingerprint, 0, &name));
+        EXPECT_EQ(name, L"");
+        EXPECT_EQ(record.cacheFilename, L"");
+    }
+}
+
+TEST_F(MediaDBTest, ANameOfAVfrCacheFileHasAnyEnding) {
+    MediaDB database = Open();
+    database.AddVFRCacheFile(L"/m/a.wav", L"ff", 0, L"notes.txt");
+
+    EXPECT_EQ(database.FindUnusedVFRCacheFiles(0)[0].cacheFilename, L"notes.txt");
+}
+
+TEST_F(MediaDBTest, ANameThatIsNoUnicodeReadsAsEmpty) {
+    Open();
+    RawDatabase(folder_ / "media.db")
+        .Run(
+            "INSERT INTO peak_file VALUES ('/m/a.wav', 'ff', 0, CAST(x'61FF62' AS TEXT), 0, NULL)");
+    MediaDB database = Open(false);
+    std::wstring name = L"before";
+
+    EXPECT_TRUE(database.GetPeakFilename(L"/m/a.wav", L"ff", 0, &name));
+    EXPECT_EQ(name, L"");
+}
+
+TEST_F(MediaDBTest, AMediaPathThatIsNoUnicodeDoesNotHideTheOtherRecords) {
+    Open();
+    RawDatabase(folder_ / "media.db")
+        .Run(
+            "INSERT INTO peak_file VALUES (CAST(x'2FFF62' AS TEXT), 'ff', 0, 'a.xwpk', 0, NULL),"
+            "('/m/b.wav', 'ff', 0, 'b.xwpk', 1, NULL)");
+
+    const auto due = Open(false).FindUnusedPeakFiles(0);
+
+    ASSERT_EQ(due.size(), 2u);
+    EXPECT_EQ(due[0].mediaPath, L"/\uFFFDb");
+    EXPECT_EQ(due[1].mediaPath, L"/m/b.wav");
+}
+
+TEST_F(MediaDBTest, WhatOneConnectionAddsAnotherFindsAtOnce) {
+    MediaDB writer = Open();
+    const MediaDB reader = Open(false);
+    std::wstring name;
+
+    writer.AddPeakFile(L"/m/a.wav", L"ff", 0, L"n.xwpk");
+
+    EXPECT_TRUE(reader.GetPeakFilename(L"/m/a.wav", L"ff", 0, &name));
+}
+
+TEST_F(MediaDBTest, ManyThreadsWithAConnectionEachLoseNothing) {
+    Open();
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&, t] {
+            MediaDB database = Open(t % 2 == 0);
+            for (int i = 0; i < 25; ++i) {
+                database.AddConformedFile(L"/m/a.wav", std::to_wstring(t), i, 48000, L"n.xwmc");
+                database.TouchConformedFile(L"/m/a.wav", std::to_wstring(t), i, 48000);
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+
+    EXPECT_EQ(Open(false).FindUnusedConformedFiles(0).size(), 100u);
+}
+
+}  // namespace

@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/conformed/ConformedFileWriter.h"
+
+#include "sonrel/conformed/ConformedAudioFile.h"
+#include "sonrel/database/CacheLedger.h"
+#include "tests/media/MediaSupport.h"
+
+using namespace sonrel_tests;
+using orlo::project::ConformedFileWriter;
+
+namespace {
+
+const std::int16_t SAMPLES[] = {1, -1, 2, -2, 3, -3};
+
+}  // namespace
+
+TEST(ConformedFileWriter, WritesAPlainWaveFile) {
+    const TemporaryFolder folder;
+    ConformedFileWriter writer;
+
+    ASSERT_EQ(writer.Open(folder / "a.xwmc", 44100, 1000), ConformedFileWriter::Result::Done);
+    EXPECT_TRUE(writer.Write(SAMPLES, 1));
+    EXPECT_TRUE(writer.Write(SAMPLES + 2, 2));
+    EXPECT_TRUE(writer.Finish());
+
+    EXPECT_EQ(ReadFile(folder / "a.xwmc"),
+              WaveFile(1, 2, 44100, 16, Bytes16({1, -1, 2, -2, 3, -3})));
+}
+
+TEST(ConformedFileWriter, ChecksumCoversTheSamplesAndThenTheHeader) {
+    const TemporaryFolder folder;
+    ConformedFileWriter writer;
+    ASSERT_EQ(writer.Open(folder / "a.xwmc", 44100, 1000), ConformedFileWriter::Result::Done);
+    ASSERT_TRUE(writer.Write(SAMPLES, 1));
+    ASSERT_TRUE(writer.Write(SAMPLES + 2, 2));
+    ASSERT_TRUE(writer.Finish());
+
+    // XXH3 of the 12 bytes of samples and the 44 bytes of the header, as one text.
+    EXPECT_EQ(writer.Checksum(), 0x4C60ABD7C660E204u);
+    EXPECT_EQ(orlo::project::ConformedFileChecksum(folder.Wide("a.xwmc"), {}), writer.Checksum());
+}
+
+TEST(ConformedFileWriter, ChecksumOfAnRf64FileIsThatOfItsBytes) {
+    const TemporaryFolder folder;
+    ConformedFileWriter writer;
+    ASSERT_EQ(writer.Open(folder / "a.xwmc", 48000, 1LL << 30), ConformedFileWriter::Result::Done);
+    ASSERT_TRUE(writer.Write(SAMPLES, 3));
+    ASSERT_TRUE(writer.Finish());
+
+    EXPECT_EQ(orlo::project::ConformedFileChecksum(folder.Wide("a.xwmc"), {}), writer.Checksum());
+}
+
+TEST(ConformedFileWriter, FileThatMayBecomeLargeIsRf64) {
+    const TemporaryFolder folder;
+    {
+        ConformedFileWriter writer;
+        ASSERT_EQ(writer.Open(folder / "a.xwmc", 48000, 1LL << 30),
+                  ConformedFileWriter::Result::Done);
+        EXPECT_TRUE(writer.Write(SAMPLES, 3));
+        EXPECT_TRUE(writer.Finish());
+    }
+    EXPECT_EQ(ReadFile(folder / "a.xwmc").substr(0, 4), "RF64");
+
+    orlo::project::ConformedAudioFile file;
+    ASSERT_TRUE(file.Open(folder.Wide("a.xwmc")));
+    EXPECT_EQ(file.SampleCount(), 3);
+}
+
+TEST(ConformedFileWriter, LimitOfPlainFilesIs4GiBLessTheRoomOfAHeader) {
+    const TemporaryFolder folder;
+    const long long most = (0xFFFFFFFFLL - 4096) / 4;
+    for (const long long frames : {most, most + 1}) {
+        ConformedFileWriter writer;
+        const std::string name = std::to_string(frames);
+        ASSERT_EQ(writer.Open(folder / name, 48000, frames), ConformedFileWriter::Result::Done);
+        ASSERT_TRUE(writer.Finish());
+        EXPECT_EQ(ReadFile(folder / name).substr(0, 4), frames == most ? "RIFF" : "RF64");
+    }
+}
+
+TEST(ConformedFileWriter, ExistingFileStaysAsItIs) {
+    const TemporaryFolder folder;
+    WriteFile(folder / "a.xwmc", "mine");
+    {
+        ConformedFileWriter writer;
+        EXPECT_EQ(writer.Open(folder / "a.xwmc", 48000, 10), ConformedFileWriter::Result::Exists);
+        EXPECT_FALSE(writer.Write(SAMPLES, 1));
+        EXPECT_FALSE(writer.Finish());
+    }
+
+    EXPECT_EQ(ReadFile(folder / "a.xwmc"), "mine");
+}
+
+TEST(ConformedFileWriter, RelativePathIsSyncedInTheCurrentFolder) {
+    const TemporaryFolder folder;
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.Path());
+    ConformedFileWriter writer;
+
+    const bool opened = writer.Open("a.xwmc", 48000, 10) == ConformedFileWriter::Result::Done;
+    const bool finished = opened && writer.Finish();
+
+    std::filesystem::current_path(before);
+    EXPECT_TRUE(finished);
+}
+
+TEST(ConformedFileWriter, FileThatWasNotFinishedIsLeftEmpty) {
+    const TemporaryFolder folder;
+    {
+        ConformedFileWriter writer;
+        ASSERT_EQ(writer.Open(folder / "a.xwmc", 48000, 10), ConformedFileWriter::Result::Done);
+        EXPECT_TRUE(writer.Write(SAMPLES, 3));
+    }
+
+    EXPECT_EQ(ReadFile(folder / "a.xwmc"), "");
+}

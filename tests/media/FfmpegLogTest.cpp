@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#include <atomic>
+#include <cstdarg>
+
+#include "sonrel/media/input/Ffmpeg.h"
+#include "tests/media/MediaSupport.h"
+
+using namespace sonrel_tests;
+
+namespace {
+
+std::atomic<int> messages = 0;
+
+void CountMessage(void*, int, const char*, va_list) {
+    ++messages;
+}
+
+}  // namespace
+
+TEST(FfmpegLog, TheCallbackAndTheLevelOfTheHostStayAndReceiveTheMessagesAboutAFile) {
+    const TemporaryFolder folder;
+    WriteFile(folder / "a.wav", Riff(Chunk("data", NoiseBytes(400))));  // no format chunk
+    av_log_set_callback(&CountMessage);
+    av_log_set_level(AV_LOG_VERBOSE);
+
+    EXPECT_NE(OpenedMedia(folder / "a.wav").CreateCode(), 0);
+    const int aboutTheFile = messages;
+    av_log(nullptr, AV_LOG_ERROR, "a message of the host");
+
+    EXPECT_GT(aboutTheFile, 0);
+    EXPECT_EQ(messages, aboutTheFile + 1);
+    EXPECT_EQ(av_log_get_level(), AV_LOG_VERBOSE);
+    av_log_set_callback(&av_log_default_callback);
+    av_log_set_level(AV_LOG_INFO);
+}

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "tests/reference/LiteralMix.h"
+#include "tests/support/ProjectBuilder.h"
+
+namespace sonrel_tests {
+
+namespace literal = orlo::sonrel::literal;
+
+/// The media that all scenes of a program draw from, written once.
+class MediaShelf {
+public:
+    MediaShelf();
+
+    const std::vector<literal::Media>& Media() const { return media_; }
+    const std::wstring& ConformedPath(std::size_t media) const { return paths_[media]; }
+
+private:
+    ProjectBuilder files_;
+    std::vector<literal::Media> media_;
+    std::vector<std::wstring> paths_;
+};
+
+const MediaShelf& Shelf();
+
+/// What a random scene may contain beside objects, levels, balance, mute and solo.
+struct SceneKind {
+    literal::Settings settings;
+    bool speeds = true;
+    bool effects = false;
+    bool transitions = false;
+    bool compositions = false;
+};
+
+/// A small scene; its media are those of the shelf.
+literal::Scene MakeRandomScene(const SceneKind& kind, std::mt19937& random);
+
+/// The project of a scene, with its parts by the scene's indices.
+class RealisedScene {
+public:
+    explicit RealisedScene(const literal::Scene& scene);
+
+    const std::shared_ptr<project::Project>& Project() const { return project_; }
+    const std::shared_ptr<project::EditorSequence>& Sequence() const {
+        return project_->Sequence();
+    }
+    const std::shared_ptr<project::CompositionAsset>& Composition(std::size_t i) const {
+        return compositions_[i];
+    }
+    const std::shared_ptr<project::AssetAudioObject>& Object(std::size_t track,
+                                                             std::size_t clip) const {
+        return objects_[track][clip];
+    }
+    const std::shared_ptr<project::AssetLayer>& Layer(std::size_t composition,
+                                                      std::size_t clip) const {
+        return layers_[composition][clip];
+    }
+
+private:
+    zrtl::ZRID AssetOf(const literal::Clip& clip) const;
+    void AddMedia(const literal::Scene& scene);
+    void AddTrack(const literal::Track& track);
+
+    std::shared_ptr<project::Project> project_ = std::make_shared<project::Project>();
+    std::vector<std::shared_ptr<project::MediaAsset>> media_;
+    std::vector<std::shared_ptr<project::CompositionAsset>> compositions_;
+    std::vector<std::vector<std::shared_ptr<project::AssetAudioObject>>> objects_;
+    std::vector<std::vector<std::shared_ptr<project::AssetLayer>>> layers_;
+};
+
+}  // namespace sonrel_tests
