@@ -7,7 +7,7 @@
 #include "bench/KernelCases.h"
 #include "bench/RatioBench.h"
 #include "sonrel/mixer/SampleConverter.h"
-#include "tests/reference/LiteralConverter.h"
+#include "tests/reference/ReferenceConverter.h"
 
 #ifdef SONREL_BENCH_SWRESAMPLE
 extern "C" {
@@ -35,16 +35,16 @@ struct Block {
 
 void AddOwnCases(const std::string& job, DitherType type) {
     const auto block = std::make_shared<Block>();
-    const auto plain = std::make_shared<literal::SampleConverter>(type, 1);
-    AddWay(job, "literal", BLOCK, [block, plain] {
+    const auto plain = std::make_shared<reference::SampleConverter>(type, 1);
+    AddWay(job, "reference", BLOCK, [block, plain] {
         plain->FloatToInt16(block->input.data(), block->output.data(), BLOCK);
     });
     const auto converter = std::make_shared<SampleConverter>(type, 1);
     AddOwnWays(job, BLOCK, [block, converter] {
         converter->FloatToInt16(block->input.data(), block->output.data(), BLOCK);
     });
-    Demand(job, NameOf(detail::CpuPath::Avx2), "literal", 8.0);
-    Demand(job, NameOf(detail::CpuPath::Baseline), "literal", 8.0);
+    Demand(job, NameOf(detail::CpuPath::Avx2), "reference", 8.0);
+    Demand(job, NameOf(detail::CpuPath::Baseline), "reference", 8.0);
 }
 
 #ifdef SONREL_BENCH_SWRESAMPLE

@@ -10,7 +10,7 @@
 
 #include "sonrel/cpu/CpuPath.h"
 #include "sonrel/mixer/SampleConverter.h"
-#include "tests/reference/LiteralConverter.h"
+#include "tests/reference/ReferenceConverter.h"
 
 namespace {
 
@@ -39,7 +39,7 @@ long long CompareAllPatterns() {
         converter.FloatToInt16(input.data(), output.data(), PIECE / 2);
         for (std::uint32_t i = 0; i < PIECE; ++i) {
             const short expected =
-                orlo::sonrel::literal::SampleConverter::Quantise(input[i] * 32768.0f);
+                orlo::sonrel::reference::SampleConverter::Quantise(input[i] * 32768.0f);
             differences += output[i] != expected;
         }
     }
@@ -49,7 +49,7 @@ long long CompareAllPatterns() {
 long long CompareDither(DitherType type, int pieces) {
     std::mt19937 random(3);
     SampleConverter converter(type, 11);
-    orlo::sonrel::literal::SampleConverter plain(type, 11);
+    orlo::sonrel::reference::SampleConverter plain(type, 11);
     long long differences = 0;
     std::vector<float> input(PIECE);
     std::vector<short> output(PIECE);

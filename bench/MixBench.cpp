@@ -2,7 +2,7 @@
 // The mix of a second of many tracks beside the same mix written down step by step, and the parts
 // around it: the first long request, the pool, the search among the open files.
 //
-// "times" is how much faster the mixer is than the literal form, both timed in turns in one run.
+// "times" is how much faster the mixer is than the reference form, both timed in turns in one run.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
@@ -39,12 +39,12 @@ double Measure(const auto& work) {
 enum class Levels { Static, Ramped };
 
 /// 16 tracks of one object each, at 25 frames a second.
-literal::Scene SixteenTracks(Levels levels, double speed) {
-    literal::Scene scene;
+reference::Scene SixteenTracks(Levels levels, double speed) {
+    reference::Scene scene;
     scene.media = Shelf().Media();
     scene.sequence.settings = {25.0, 48000, 250};
     for (int i = 0; i < 16; ++i) {
-        literal::Clip clip;
+        reference::Clip clip;
         clip.endFrame = 250;
         clip.media = LONG_MEDIUM;
         clip.speed = speed;
@@ -52,7 +52,7 @@ literal::Scene SixteenTracks(Levels levels, double speed) {
         if (levels == Levels::Ramped) {
             clip.level.keys = {{0, -20.0f}, {1000, -6.0f}};
         }
-        literal::Track track;
+        reference::Track track;
         track.level.fixed = -3.0f;
         track.balance = 0.1f * static_cast<float>(i % 5 - 2);
         track.clips.push_back(clip);
@@ -62,17 +62,17 @@ literal::Scene SixteenTracks(Levels levels, double speed) {
 }
 
 /// Mixes a second both ways in turns; the mixer's CPU time is the one that is reported.
-void MixBesideLiteral(benchmark::State& state, const literal::Scene& scene, bool metered,
-                      orlo::sonrel::DitherType dither) {
+void MixBesideReference(benchmark::State& state, const reference::Scene& scene, bool metered,
+                        orlo::sonrel::DitherType dither) {
     const RealisedScene real(scene);
     MixRig rig;
     rig.Mixer().SetDither(dither, 1);
-    literal::Mixer literalMixer(scene);
-    literalMixer.SetDither(dither, 1);
+    reference::Mixer referenceMixer(scene);
+    referenceMixer.SetDither(dither, 1);
     const std::size_t tracks = scene.sequence.tracks.size();
     if (metered) {
         rig.Mixer().StartMeterSession(tracks, 4800);
-        literalMixer.StartMeterSession(tracks, 4800);
+        referenceMixer.StartMeterSession(tracks, 4800);
     }
     std::vector<unsigned char> buffer(4 * SECOND);
     std::vector<short> expected(2 * SECOND);
@@ -86,7 +86,7 @@ void MixBesideLiteral(benchmark::State& state, const literal::Scene& scene, bool
         state.SetIterationTime(seconds);
         own += seconds;
         other +=
-            Measure([&] { literalMixer.GetSequenceSamples(0, SECOND, expected.data(), 0, 0); });
+            Measure([&] { referenceMixer.GetSequenceSamples(0, SECOND, expected.data(), 0, 0); });
         if (std::memcmp(buffer.data(), expected.data(), buffer.size()) != 0) {
             state.SkipWithError("the two mixes differ");
             break;
@@ -98,8 +98,8 @@ void MixBesideLiteral(benchmark::State& state, const literal::Scene& scene, bool
 }
 
 void BM_SixteenTracks(benchmark::State& state, Levels levels, bool metered) {
-    MixBesideLiteral(state, SixteenTracks(levels, 1.0), metered,
-                     orlo::sonrel::DitherType::HighPassTriangular);
+    MixBesideReference(state, SixteenTracks(levels, 1.0), metered,
+                       orlo::sonrel::DitherType::HighPassTriangular);
 }
 BENCHMARK_CAPTURE(BM_SixteenTracks, static_levels, Levels::Static, false)->UseManualTime();
 BENCHMARK_CAPTURE(BM_SixteenTracks, static_levels_metered, Levels::Static, true)->UseManualTime();
@@ -107,8 +107,8 @@ BENCHMARK_CAPTURE(BM_SixteenTracks, ramped_levels, Levels::Ramped, false)->UseMa
 BENCHMARK_CAPTURE(BM_SixteenTracks, ramped_levels_metered, Levels::Ramped, true)->UseManualTime();
 
 void BM_SixteenTracksAtSpeed(benchmark::State& state) {
-    MixBesideLiteral(state, SixteenTracks(Levels::Static, 0.999), false,
-                     orlo::sonrel::DitherType::HighPassTriangular);
+    MixBesideReference(state, SixteenTracks(Levels::Static, 0.999), false,
+                       orlo::sonrel::DitherType::HighPassTriangular);
 }
 BENCHMARK(BM_SixteenTracksAtSpeed)->UseManualTime()->Iterations(3);
 

@@ -7,7 +7,7 @@
 #include "bench/RatioBench.h"
 #include "sonrel/mixer/AudioMeter.h"
 #include "sonrel/mixer/detail/GainLaw.h"
-#include "tests/reference/LiteralGainLaw.h"
+#include "tests/reference/ReferenceGainLaw.h"
 #include "tests/support/ResamplerSignals.h"
 
 namespace orlo::sonrel::bench {
@@ -25,14 +25,14 @@ struct Block {
     std::vector<short> samples;
     std::vector<float> sum;
     AudioMeter meter;
-    literal::AudioMeter plainMeter;
+    reference::AudioMeter plainMeter;
 };
 
 void AddMix(const std::string& job, float startLevel, float endLevel) {
     const auto block = std::make_shared<Block>();
-    AddWay(job, "literal", BLOCK, [=] {
-        literal::MixObjectIntoBlock(block->samples.data(), BLOCK, block->sum.data(), startLevel,
-                                    endLevel, BALANCE);
+    AddWay(job, "reference", BLOCK, [=] {
+        reference::MixObjectIntoBlock(block->samples.data(), BLOCK, block->sum.data(), startLevel,
+                                      endLevel, BALANCE);
     });
     AddOwnWays(job, BLOCK, [=] {
         detail::MixObjectIntoBlock(block->samples.data(), BLOCK, block->sum.data(), startLevel,
@@ -42,15 +42,15 @@ void AddMix(const std::string& job, float startLevel, float endLevel) {
 
 void AddMeteredMix(const std::string& job, float startLevel, float endLevel) {
     const auto block = std::make_shared<Block>();
-    AddWay(job, "literal", BLOCK, [=] {
-        literal::MixObjectIntoBlockMetered(block->samples.data(), BLOCK, block->sum.data(), BLOCK,
-                                           startLevel, endLevel, BALANCE, block->plainMeter);
+    AddWay(job, "reference", BLOCK, [=] {
+        reference::MixObjectIntoBlockMetered(block->samples.data(), BLOCK, block->sum.data(), BLOCK,
+                                             startLevel, endLevel, BALANCE, block->plainMeter);
     });
     AddOwnWays(job, BLOCK, [=] {
         detail::MixObjectIntoBlockMetered(block->samples.data(), BLOCK, block->sum.data(), BLOCK,
                                           startLevel, endLevel, BALANCE, block->meter);
     });
-    Demand(job, NameOf(detail::CpuPath::Avx2), "literal", 5.0);
+    Demand(job, NameOf(detail::CpuPath::Avx2), "reference", 5.0);
 }
 
 void AddMaster(const std::string& job, float startLevel, float endLevel) {
@@ -58,9 +58,9 @@ void AddMaster(const std::string& job, float startLevel, float endLevel) {
     const auto fill = [block] {
         for (float& value : block->sum) value = 0.5f;
     };
-    AddWay(job, "literal", BLOCK, [=] {
+    AddWay(job, "reference", BLOCK, [=] {
         fill();
-        literal::ApplyMasterLevel(block->sum.data(), BLOCK, startLevel, endLevel);
+        reference::ApplyMasterLevel(block->sum.data(), BLOCK, startLevel, endLevel);
     });
     AddOwnWays(job, BLOCK, [=] {
         fill();
@@ -71,7 +71,7 @@ void AddMaster(const std::string& job, float startLevel, float endLevel) {
 void AddMeter() {
     const auto block = std::make_shared<Block>();
     const std::string job = "meter a block";
-    AddWay(job, "literal", BLOCK,
+    AddWay(job, "reference", BLOCK,
            [=] { block->plainMeter.ProcessSamples(block->sum.data(), BLOCK); });
     AddOwnWays(job, BLOCK, [=] { block->meter.ProcessSamples(block->sum.data(), BLOCK); });
 }

@@ -13,7 +13,7 @@
 #include "sonrel/cache/PeakFile.h"
 #include "sonrel/cache/detail/BlockAnalysis.h"
 #include "sonrel/project.h"
-#include "tests/reference/LiteralPeaks.h"
+#include "tests/reference/ReferencePeaks.h"
 #include "tests/support/MediaAssets.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WaveBytes.h"
@@ -52,12 +52,12 @@ void Summarise(benchmark::State& state) {
     }
     const auto* data = reinterpret_cast<const unsigned char*>(samples.data());
     const detail::SampleForm form = detail::SampleFormOf(type, bits);
-    literal::BlockPeaks peaks(channels);
+    reference::BlockPeaks peaks(channels);
     unsigned char block[33] = {};
     for (auto _ : state) {
         if constexpr (LITERAL) {
-            literal::Analyse(type, bits, data, channels, 32, &peaks);
-            benchmark::DoNotOptimize(literal::Quantised(peaks));
+            reference::Analyse(type, bits, data, channels, 32, &peaks);
+            benchmark::DoNotOptimize(reference::Quantised(peaks));
         } else {
             detail::SummariseBlock(form, data, channels, 32, block);
             benchmark::DoNotOptimize(block);
@@ -71,7 +71,7 @@ void Forms(benchmark::internal::Benchmark* bench) {
     for (const int bits : {8, 16, 24, 32}) bench->Args({bits, 0, 2});
     bench->Args({32, 1, 2})->Args({16, 0, 1})->Args({16, 0, 6});
 }
-BENCHMARK(Summarise<true>)->Name("block, literal")->Apply(Forms);
+BENCHMARK(Summarise<true>)->Name("block, reference")->Apply(Forms);
 BENCHMARK(Summarise<false>)->Name("block")->Apply(Forms);
 
 /// An hour of stereo at 48000 Hz.
@@ -100,14 +100,14 @@ void Fold(benchmark::State& state) {
     const double step = std::max(1.0, static_cast<double>(blocks) / IMAGE_WIDTH);
     PeakFile file;
     if (!file.Open(Hour().WidePath())) state.SkipWithError("no file");
-    literal::PeakReader literalFile(Hour().Path(), 2, HOUR_BLOCKS);
+    reference::PeakReader referenceFile(Hour().Path(), 2, HOUR_BLOCKS);
     std::vector<signed char> peaks;
     std::vector<unsigned char> amplitudes;
     const int first = (HOUR_BLOCKS - blocks) / 2;
     for (auto _ : state) {
         auto& reader = [&]() -> auto& {
             if constexpr (LITERAL) {
-                return literalFile;
+                return referenceFile;
             } else {
                 return file;
             }
@@ -124,7 +124,7 @@ void Fold(benchmark::State& state) {
 
 constexpr int TEN_SECONDS = 10 * 48000 / 32;
 BENCHMARK(Fold<true, false>)
-    ->Name("peaks, literal")
+    ->Name("peaks, reference")
     ->Arg(HOUR_BLOCKS)
     ->Arg(TEN_SECONDS)
     ->Unit(benchmark::kMillisecond);
@@ -134,7 +134,7 @@ BENCHMARK(Fold<false, false>)
     ->Arg(TEN_SECONDS)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(Fold<true, true>)
-    ->Name("rms, literal")
+    ->Name("rms, reference")
     ->Arg(HOUR_BLOCKS)
     ->Arg(TEN_SECONDS)
     ->Unit(benchmark::kMillisecond);

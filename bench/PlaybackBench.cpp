@@ -28,7 +28,7 @@ constexpr int RATE = 48000;
 constexpr int TRACKS = 16;
 constexpr int FRAMES = 1500;  // a minute
 constexpr int FEWEST_AT_ONCE = 64;
-constexpr int MOST_AT_ONCE = 1024;
+constexpr int MAX_AT_ONCE = 1024;
 constexpr int CLOSE_ENOUGH = 32;
 
 class Observer : public sonrel::AbstractAudioMeterObserver {
@@ -143,12 +143,12 @@ int main(int argc, char** argv) {
     const SixteenTracks scene;
     std::printf("worker's share of one core: %.2f %%\n", 100.0 * WorkerShare(scene, seconds));
     int most = 0;
-    for (int count = FEWEST_AT_ONCE; count <= MOST_AT_ONCE; count *= 2) {
+    for (int count = FEWEST_AT_ONCE; count <= MAX_AT_ONCE; count *= 2) {
         if (!NoneRunsDry(scene, count, seconds)) break;
         most = count;
         std::printf("%d at once: none runs dry\n", count);
     }
-    for (int step = most / 2; step >= CLOSE_ENOUGH && most < MOST_AT_ONCE; step /= 2) {
+    for (int step = most / 2; step >= CLOSE_ENOUGH && most < MAX_AT_ONCE; step /= 2) {
         if (NoneRunsDry(scene, most + step, seconds)) most += step;
     }
     std::printf("most at once: %d, on %u cores\n", most, std::thread::hardware_concurrency());

@@ -7,7 +7,7 @@
 #include "bench/KernelCases.h"
 #include "bench/RatioBench.h"
 #include "sonrel/mixer/detail/Resampler.h"
-#include "tests/reference/LiteralResampler.h"
+#include "tests/reference/ReferenceResampler.h"
 #include "tests/support/ResamplerSignals.h"
 
 #ifdef SONREL_BENCH_SOXR
@@ -97,9 +97,9 @@ void AddResamplerCases() {
     for (const double speed : {0.25, 0.5, 0.999, 1.001, 1.37, 1.5, 2.0, 4.0}) {
         const std::string job = JobOf(speed);
         const auto block = std::make_shared<Block>(speed);
-        AddWay(job, "literal", BLOCK, [block] {
-            literal::ResampleStereo(RATE, block->speed, block->source.data(), 64,
-                                    block->sourceFrames, block->output.data(), BLOCK);
+        AddWay(job, "reference", BLOCK, [block] {
+            reference::ResampleStereo(RATE, block->speed, block->source.data(), 64,
+                                      block->sourceFrames, block->output.data(), BLOCK);
         });
         const auto resampler = std::make_shared<detail::Resampler>();
         AddOwnWays(job, BLOCK, [block, resampler] {
@@ -116,8 +116,8 @@ void AddResamplerCases() {
 #endif
         if (speed == 1.37) continue;
         const bool nearOne = speed == 0.999 || speed == 1.001;
-        Demand(job, NameOf(detail::CpuPath::Avx2), "literal", nearOne ? 30.0 : 40.0);
-        Demand(job, NameOf(detail::CpuPath::Baseline), "literal", nearOne ? 15.0 : 30.0);
+        Demand(job, NameOf(detail::CpuPath::Avx2), "reference", nearOne ? 30.0 : 40.0);
+        Demand(job, NameOf(detail::CpuPath::Baseline), "reference", nearOne ? 15.0 : 30.0);
     }
 }
 

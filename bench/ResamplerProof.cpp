@@ -10,7 +10,7 @@
 
 #include "sonrel/cpu/CpuPath.h"
 #include "sonrel/mixer/detail/Resampler.h"
-#include "tests/reference/LiteralResampler.h"
+#include "tests/reference/ReferenceResampler.h"
 #include "tests/support/ResamplerSignals.h"
 
 namespace {
@@ -67,8 +67,8 @@ public:
         const std::vector<short> source = orlo::sonrel::test::MakeSignal(c.signal, needed, c.seed);
         const int count = static_cast<int>(c.cutSource ? needed / 2 : needed);
         std::vector<short> expected(2 * OUTPUT_FRAMES);
-        orlo::sonrel::literal::ResampleStereo(c.rate, c.speed, source.data(), c.offset, count,
-                                              expected.data(), OUTPUT_FRAMES);
+        orlo::sonrel::reference::ResampleStereo(c.rate, c.speed, source.data(), c.offset, count,
+                                                expected.data(), OUTPUT_FRAMES);
         tally.frames += OUTPUT_FRAMES;
         for (const CpuPath path : {CpuPath::Baseline, CpuPath::Avx2, CpuPath::Avx512}) {
             if (!orlo::sonrel::detail::ForceCpuPath(path)) continue;

@@ -4,7 +4,7 @@
 //                                   form and FFTW
 //   sync_bench --search MINUTES     a minute searched for in a long stereo recording: wall and
 //                                   processor time, and the largest memory
-//   sync_bench --literal MINUTES    the same search beside the form written down step by step
+//   sync_bench --reference MINUTES    the same search beside the form written down step by step
 #include <sys/resource.h>
 
 #include <chrono>
@@ -23,8 +23,8 @@
 #include "sonrel/project.h"
 #include "sonrel/sync/AudioSync.h"
 #include "sonrel/sync/detail/Fft.h"
-#include "tests/reference/LiteralAlignment.h"
-#include "tests/reference/LiteralFft.h"
+#include "tests/reference/ReferenceAlignment.h"
+#include "tests/reference/ReferenceFft.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WaveBytes.h"
 
@@ -36,7 +36,7 @@ namespace orlo::sonrel::bench {
 namespace {
 
 constexpr int RATE = 48000;
-constexpr double LEAST_RATIO_TO_LITERAL = 5.0;
+constexpr double MIN_RATIO_TO_REFERENCE = 5.0;
 
 // ---- Transforms --------------------------------------------------------------------------------
 
@@ -97,14 +97,14 @@ void AddTransform(int level) {
     const auto points = std::make_shared<Points>(count);
     AddWay(job, "plain", static_cast<int>(count), [points, count] {
         points->Reset();
-        sonrel_tests::LiteralFft(points->data, count);
+        sonrel_tests::ReferenceFft(points->data, count);
     });
     AddOwnWays(job, static_cast<int>(count), [points, count] {
         points->Reset();
         detail::FastFourierTransform(points->data, count, 1);
     });
     const std::string best = NameOf(detail::BestCpuPath());
-    Demand(job, best, "plain", LEAST_RATIO_TO_LITERAL);
+    Demand(job, best, "plain", MIN_RATIO_TO_REFERENCE);
 #ifdef SONREL_BENCH_FFTW
     AddFftw(job, count);
     if (level >= 14) Demand(job, best, "FFTW", MIN_RATIO_TO_FFTW);
@@ -171,7 +171,7 @@ double WallSeconds() {
         .count();
 }
 
-int Search(int minutes, bool besideLiteral) {
+int Search(int minutes, bool besideReference) {
     const sonrel_tests::TemporaryFolder folder;
     const long long longFrames = 60LL * RATE * minutes;
     const long long at = longFrames / 2;
@@ -188,7 +188,7 @@ int Search(int minutes, bool besideLiteral) {
                 holds ? shortOne.samples
                       : MakeSound(60LL * RATE, 100 + static_cast<unsigned int>(minute));
             longFile.Write(piece);
-            if (besideLiteral) {
+            if (besideReference) {
                 longOne.samples.insert(longOne.samples.end(), piece.begin(), piece.end());
             }
         }
@@ -196,7 +196,7 @@ int Search(int minutes, bool besideLiteral) {
     sonrel_tests::WriteFile(
         folder / "short.xwpk",
         sonrel_tests::PeakFileBytes(sonrel_tests::SummariseBlocks(shortOne.samples)));
-    if (!besideLiteral) shortOne.samples = {};
+    if (!besideReference) shortOne.samples = {};
 
     const auto manager = std::make_shared<project::MediaManager>();
     const auto a =
@@ -213,14 +213,14 @@ int Search(int minutes, bool besideLiteral) {
                 found.correlation, found.offset, -(at - at % (60LL * RATE)));
     std::printf("wall %.2f s, processor %.2f s, memory %.0f MB\n", WallSeconds() - wallBefore,
                 processor, static_cast<double>(usage.ru_maxrss) / 1024.0);
-    if (!besideLiteral) return 0;
-    const double literalBefore = ProcessorSeconds();
-    const auto plain = sonrel_tests::LiteralFindOffset(shortOne, longOne, RATE);
-    const double literal = ProcessorSeconds() - literalBefore;
+    if (!besideReference) return 0;
+    const double referenceBefore = ProcessorSeconds();
+    const auto plain = sonrel_tests::ReferenceFindOffset(shortOne, longOne, RATE);
+    const double reference = ProcessorSeconds() - referenceBefore;
     const bool same = plain.correlation == found.correlation && plain.offset == found.offset;
-    std::printf("plain form: processor %.2f s, %.1f times as much, %s\n", literal,
-                literal / processor, same ? "the same bits" : "OTHER BITS");
-    return same && literal >= 4.0 * processor ? 0 : 1;
+    std::printf("plain form: processor %.2f s, %.1f times as much, %s\n", reference,
+                reference / processor, same ? "the same bits" : "OTHER BITS");
+    return same && reference >= 4.0 * processor ? 0 : 1;
 }
 
 }  // namespace
@@ -230,7 +230,7 @@ int main(int argc, char** argv) {
     using namespace orlo::sonrel::bench;
     if (argc == 3 && std::strcmp(argv[1], "--search") == 0)
         return Search(std::atoi(argv[2]), false);
-    if (argc == 3 && std::strcmp(argv[1], "--literal") == 0)
+    if (argc == 3 && std::strcmp(argv[1], "--reference") == 0)
         return Search(std::atoi(argv[2]), true);
     for (const int level : {10, 12, 14, 16, 18, 20, 22}) AddTransform(level);
     return RunAndReport(argc, argv);

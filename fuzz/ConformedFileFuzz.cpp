@@ -52,7 +52,7 @@ void ReadAnywhere(const ConformedAudioFile& file, std::size_t bytes, Choices cho
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     // A file that was changed a moment ago is not remembered; here every file is an hour old.
-    orlo::standin::fileClock = [] { return orlo::standin::SystemFileClock() + 3'600'000'000'000; };
+    orlo::files::fileClock = [] { return orlo::files::SystemFileClock() + 3'600'000'000'000; };
     return 0;
 }
 

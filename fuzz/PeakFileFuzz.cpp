@@ -8,7 +8,7 @@
 #include "fuzz/Support.h"
 #include "sonrel/cache/CacheFileCheck.h"
 #include "sonrel/cache/PeakFile.h"
-#include "tests/reference/LiteralPeaks.h"
+#include "tests/reference/ReferencePeaks.h"
 
 namespace {
 

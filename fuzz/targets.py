@@ -21,13 +21,13 @@ PEAKS = (sources("sonrel/cache", "CacheFileCheck", "PeakFile", "PeakFolds", "Pea
 DATABASE = sources("sonrel/database", "CacheLedger", "DatabaseSchema", "MediaDB", "RecordTable",
                    "Sqlite")
 CONFORMED = sources("sonrel/conformed", "ConformedAudioFile", "ConformedFileCheck",
-                    "ConformedFileFacts", "ConformedFileLayout")
+                    "ConformedFileInfo", "ConformedFileLayout")
 READER = (sources("sonrel/media", "AudioStream", "MediaFile", "MediaInfo", "PacketReader",
-                  "PcmReader", "StreamFacts") +
-          sources("sonrel/media/index", "FileScan", "Packet*", "Pcm*", "SilenceLimit", "SpanRule",
-                  "StreamWalk") +
+                  "PcmReader", "StreamInfo") +
+          sources("sonrel/media/index", "FileIndexer", "Packet*", "Pcm*", "SilenceLimit", "FrameCounter",
+                  "PacketCursor") +
           sources("sonrel/media/input", "Demuxer", "InputFile", "PacketDecoder", "SampleFormat"))
-CACHES = READER + sources("sonrel/media", "AudioConverter", "ConversionFeed", "ImportMediaAsset",
+CACHES = READER + sources("sonrel/media", "AudioConverter", "DecodedSource", "ImportMediaAsset",
                           "StereoConverter")
 
 TARGETS = {

@@ -24,7 +24,7 @@ using project::MediaDB;
 
 namespace {
 
-void Log(const CacheFilePlace& place, const wchar_t* text, const std::wstring& cachePath) {
+void Log(const CachePaths& place, const wchar_t* text, const std::wstring& cachePath) {
     if (place.log == nullptr) return;
     place.log->Write(text + place.mediaPath + L" " + cachePath);
 }
@@ -41,7 +41,7 @@ bool IsThere(const std::wstring& cachePath) {
 }
 
 /// The path of the record's current file. A record that has none is removed.
-std::optional<std::wstring> FindCurrent(const CacheFilePlace& place, CacheRecord& record) {
+std::optional<std::wstring> FindCurrent(const CachePaths& place, CacheRecord& record) {
     std::wstring name;
     if (!record.Find(&name)) return std::nullopt;
     if (!name.empty()) {
@@ -53,7 +53,7 @@ std::optional<std::wstring> FindCurrent(const CacheFilePlace& place, CacheRecord
     return std::nullopt;
 }
 
-void Touch(const CacheFilePlace& place, CacheRecord& record, const std::wstring& cachePath) {
+void Touch(const CachePaths& place, CacheRecord& record, const std::wstring& cachePath) {
     try {
         record.Touch();
     } catch (const std::exception&) {
@@ -64,7 +64,7 @@ void Touch(const CacheFilePlace& place, CacheRecord& record, const std::wstring&
 /// Finds the current file and stamps its record. Where the file system has no locks, another
 /// process may remove file and record until the stamp is made, so the file counts only if it is
 /// there afterwards.
-std::optional<std::wstring> FindAndTouch(const CacheFilePlace& place, CacheRecord& record) {
+std::optional<std::wstring> FindAndTouch(const CachePaths& place, CacheRecord& record) {
     while (auto current = FindCurrent(place, record)) {
         Touch(place, record, *current);
         if (IsThere(*current)) return current;
@@ -73,7 +73,7 @@ std::optional<std::wstring> FindAndTouch(const CacheFilePlace& place, CacheRecor
 }
 
 /// The file of the process that recorded it first. Where the database fails again, there is none.
-std::wstring FindTheirs(const CacheFilePlace& place, CacheRecord& record) {
+std::wstring FindTheirs(const CachePaths& place, CacheRecord& record) {
     try {
         return FindAndTouch(place, record).value_or(std::wstring());
     } catch (const std::exception&) {
@@ -88,7 +88,7 @@ struct NewFile {
 };
 
 /// Nobody takes the new file for one that is left over: it is marked first.
-std::optional<NewFile> MakeNew(const CacheFilePlace& place, const MakeCacheFile& make) {
+std::optional<NewFile> MakeNew(const CachePaths& place, const MakeCacheFile& make) {
     NewFile file;
     file.name = zrtl::ZRID::Create().ToString() + place.extension;
     file.path = MediaDB::CreateMediaCacheFilePath(place.cacheFolder, file.name);
@@ -106,7 +106,7 @@ std::optional<NewFile> MakeNew(const CacheFilePlace& place, const MakeCacheFile&
 /// @param add  records the file
 /// @return whether it is recorded
 template <class Add>
-bool Record(const CacheFilePlace& place, const NewFile& file, Add add) {
+bool Record(const CachePaths& place, const NewFile& file, Add add) {
     try {
         add();
         return true;
@@ -118,7 +118,7 @@ bool Record(const CacheFilePlace& place, const NewFile& file, Add add) {
 }
 
 /// Housekeeping tries again where this fails.
-void RemoveReplaced(const CacheFilePlace& place, CacheRecord& record, const std::wstring& name) {
+void RemoveReplaced(const CachePaths& place, CacheRecord& record, const std::wstring& name) {
     const CacheFileRemoval removal(place.cacheFolder, name);
     const std::wstring path = MediaDB::CreateMediaCacheFilePath(place.cacheFolder, name);
     if (!removal.IsAllowed()) return;
@@ -158,7 +158,7 @@ bool SyncToDisk(const std::wstring& path) {
     return synced;
 }
 
-std::wstring FindOrMakeCacheFile(const CacheFilePlace& place, CacheRecord* record,
+std::wstring FindOrMakeCacheFile(const CachePaths& place, CacheRecord* record,
                                  const MakeCacheFile& make, WhenRefused whenRefused) {
     if (record != nullptr) {
         if (auto current = FindAndTouch(place, *record)) return std::move(*current);
@@ -173,7 +173,7 @@ std::wstring FindOrMakeCacheFile(const CacheFilePlace& place, CacheRecord* recor
     return whenRefused == WhenRefused::LookAgain ? FindTheirs(place, *record) : std::wstring();
 }
 
-std::wstring RemakeCacheFile(const CacheFilePlace& place, CacheRecord* record,
+std::wstring RemakeCacheFile(const CachePaths& place, CacheRecord* record,
                              const MakeCacheFile& make) {
     const std::optional<NewFile> file = MakeNew(place, make);
     if (!file) return {};

@@ -14,7 +14,7 @@
 
 namespace orlo::sonrel {
 
-using detail::CacheFilePlace;
+using detail::CachePaths;
 using detail::CacheRecord;
 using detail::MediaKey;
 using detail::WhenRefused;
@@ -96,14 +96,14 @@ std::wstring Conform(const std::shared_ptr<MediaAsset>& asset, int sampleRate,
 
     std::optional<ConformedRecord> record;
     if (database != nullptr) record.emplace(*database, key, sampleRate);
-    const CacheFilePlace place{key.mediaPath, cacheFolder, L".xwmc", log.get()};
+    const CachePaths place{key.mediaPath, cacheFolder, L".xwmc", log.get()};
     return settle(place, record ? &*record : nullptr, [&](const std::wstring& cachePath) {
         return ConvertToCacheFile(key, sampleRate, cachePath);
     });
 }
 
 auto FindOrMake(WhenRefused whenRefused) {
-    return [whenRefused](const CacheFilePlace& place, CacheRecord* record,
+    return [whenRefused](const CachePaths& place, CacheRecord* record,
                          const detail::MakeCacheFile& make) {
         return detail::FindOrMakeCacheFile(place, record, make, whenRefused);
     };

@@ -30,7 +30,7 @@ struct PeakFileImpl {
 namespace {
 
 constexpr std::size_t PIECE_BYTES = 65536;
-constexpr double MOST_RESERVED = 1 << 20;
+constexpr double MAX_RESERVED = 1 << 20;
 
 /// Which blocks feed which points.
 struct BlockRange {
@@ -89,7 +89,7 @@ private:
 /// @throws std::length_error when @p count is negative
 template <class Byte>
 void Reserve(std::vector<Byte>& points, double count) {
-    points.reserve(static_cast<std::size_t>(zrtl::TruncToInt64(std::min(count, MOST_RESERVED))));
+    points.reserve(static_cast<std::size_t>(zrtl::TruncToInt64(std::min(count, MAX_RESERVED))));
 }
 
 /// The walk over the blocks of a range, point by point.

@@ -14,7 +14,7 @@
 
 namespace orlo::sonrel {
 
-using detail::CacheFilePlace;
+using detail::CachePaths;
 using detail::CacheRecord;
 using detail::MediaKey;
 using detail::WhenRefused;
@@ -85,7 +85,7 @@ std::wstring WithRecord(const std::shared_ptr<MediaAsset>& asset, const std::wst
 
     std::optional<PeakRecord> record;
     if (database != nullptr) record.emplace(*database, key);
-    const CacheFilePlace place{key.mediaPath, cacheFolder, L".xwpk", log.get()};
+    const CachePaths place{key.mediaPath, cacheFolder, L".xwpk", log.get()};
     return settle(place, record ? &*record : nullptr,
                   [&](const std::wstring& cachePath) { return MakePeakFile(asset, cachePath); });
 }
@@ -95,7 +95,7 @@ std::wstring FindOrMake(const std::shared_ptr<MediaAsset>& asset, const std::wst
                         const std::shared_ptr<MediaDB>& database, bool includeAllCodecs,
                         WhenRefused whenRefused) {
     return WithRecord(asset, cacheFolder, log, database, includeAllCodecs,
-                      [whenRefused](const CacheFilePlace& place, CacheRecord* record,
+                      [whenRefused](const CachePaths& place, CacheRecord* record,
                                     const detail::MakeCacheFile& make) {
                           return detail::FindOrMakeCacheFile(place, record, make, whenRefused);
                       });

@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "sonrel/base/Paths.h"
-#include "sonrel/conformed/detail/ConformedFileFacts.h"
+#include "sonrel/conformed/detail/ConformedFileInfo.h"
 #include "sonrel/conformed/detail/ConformedFileLayout.h"
 #include "sonrel/files/RegularFile.h"
 
@@ -36,25 +36,25 @@ int OpenCacheFile(const std::string& name, struct stat* status) {
     return files::OpenRegular(name, O_RDONLY, files::Links::Refused, status);
 }
 
-/// Whether the path leads to the file that the facts tell of, unchanged.
-bool IsUnchanged(const ConformedFileFacts& facts) {
+/// Whether the path leads to the file that the info tell of, unchanged.
+bool IsUnchanged(const ConformedFileInfo& info) {
     struct stat status = {};
-    return lstat(facts.name.c_str(), &status) == 0 && standin::IdentityOf(status) == facts.identity;
+    return lstat(info.name.c_str(), &status) == 0 && files::IdentityOf(status) == info.identity;
 }
 
-/// Opens the file of @p facts, and learns them anew unless they tell of this very file.
+/// Opens the file of @p info, and learns them anew unless they tell of this very file.
 /// @return the descriptor, or -1
-int OpenAndLearn(ConformedFileFacts* facts) {
+int OpenAndLearn(ConformedFileInfo* info) {
     struct stat status = {};
-    const int descriptor = OpenCacheFile(facts->name, &status);
+    const int descriptor = OpenCacheFile(info->name, &status);
     if (descriptor < 0) return -1;
-    const standin::FileIdentity identity = standin::IdentityOf(status);
-    if (identity == facts->identity) return descriptor;
-    facts->ahead = {};
-    facts->identity = identity;
-    facts->isSettled = standin::IsSettled(identity);
+    const files::FileIdentity identity = files::IdentityOf(status);
+    if (identity == info->identity) return descriptor;
+    info->ahead = {};
+    info->identity = identity;
+    info->isSettled = files::IsSettled(identity);
     if (const auto layout = ReadConformedFileLayout(descriptor, status.st_size)) {
-        facts->layout = *layout;
+        info->layout = *layout;
         return descriptor;
     }
     close(descriptor);
@@ -62,15 +62,15 @@ int OpenAndLearn(ConformedFileFacts* facts) {
 }
 
 /// A read that fails leaves nothing ahead: the one that asks for the frames will tell of it.
-void FillAhead(int descriptor, ConformedFileFacts* facts) {
-    const long long start = facts->nextFrame.load(std::memory_order_relaxed);
-    const long long frames = std::min(AHEAD_FRAMES, facts->layout.sampleCount - start);
-    facts->ahead.start = start;
-    facts->ahead.bytes.resize(static_cast<std::size_t>(std::max(frames, 0LL) * BYTES_PER_FRAME));
-    if (!ReadFullyAt(descriptor, facts->ahead.bytes.data(),
-                     static_cast<long long>(facts->ahead.bytes.size()),
-                     facts->layout.firstByte + start * BYTES_PER_FRAME)) {
-        facts->ahead.bytes.clear();
+void FillAhead(int descriptor, ConformedFileInfo* info) {
+    const long long start = info->nextFrame.load(std::memory_order_relaxed);
+    const long long frames = std::min(AHEAD_FRAMES, info->layout.sampleCount - start);
+    info->ahead.start = start;
+    info->ahead.bytes.resize(static_cast<std::size_t>(std::max(frames, 0LL) * BYTES_PER_FRAME));
+    if (!ReadFullyAt(descriptor, info->ahead.bytes.data(),
+                     static_cast<long long>(info->ahead.bytes.size()),
+                     info->layout.firstByte + start * BYTES_PER_FRAME)) {
+        info->ahead.bytes.clear();
     }
 }
 
@@ -88,7 +88,7 @@ ConformedAudioFile::ConformedAudioFile(ConformedAudioFile&& other) noexcept {
 ConformedAudioFile& ConformedAudioFile::operator=(ConformedAudioFile&& other) noexcept {
     if (this == &other) return *this;
     Close();
-    facts_ = std::move(other.facts_);
+    info_ = std::move(other.info_);
     // Nothing runs beside a move: the plain order of memory is enough.
     descriptor_.store(other.descriptor_.load(std::memory_order_relaxed), std::memory_order_relaxed);
     other.descriptor_.store(-1, std::memory_order_relaxed);
@@ -101,54 +101,54 @@ bool ConformedAudioFile::Open(std::wstring const& path) {
     Close();
     if (newPath.empty() || newPath.find(L'\0') != std::wstring::npos) return false;
 
-    auto facts = RecentConformedFiles::Take(newPath);
-    if (!facts) {
-        facts = std::make_unique<ConformedFileFacts>();
-        facts->name = zrtl::ToUtf8(newPath);
-        facts->path = std::move(newPath);
-    } else if (facts->HoldsNextRead() && IsUnchanged(*facts)) {
-        facts_ = std::move(facts);
+    auto info = RecentConformedFiles::Take(newPath);
+    if (!info) {
+        info = std::make_unique<ConformedFileInfo>();
+        info->name = zrtl::ToUtf8(newPath);
+        info->path = std::move(newPath);
+    } else if (info->HoldsNextRead() && IsUnchanged(*info)) {
+        info_ = std::move(info);
         return true;
     }
-    const standin::FileIdentity before = facts->identity;
-    const int descriptor = OpenAndLearn(facts.get());
+    const files::FileIdentity before = info->identity;
+    const int descriptor = OpenAndLearn(info.get());
     if (descriptor < 0) return false;
-    facts_ = std::move(facts);
+    info_ = std::move(info);
     descriptor_ = descriptor;
-    if (facts_->identity == before) FillAhead(descriptor, facts_.get());
+    if (info_->identity == before) FillAhead(descriptor, info_.get());
     return true;
 }
 
 std::wstring const& ConformedAudioFile::FilePath() const {
     static const std::wstring CLOSED_PATH;
-    return facts_ ? facts_->path : CLOSED_PATH;
+    return info_ ? info_->path : CLOSED_PATH;
 }
 long long ConformedAudioFile::SampleCount() const {
-    return facts_ ? facts_->layout.sampleCount : 0;
+    return info_ ? info_->layout.sampleCount : 0;
 }
 int ConformedAudioFile::SampleRate() const {
-    return facts_ ? facts_->layout.sampleRate : 0;
+    return info_ ? info_->layout.sampleRate : 0;
 }
 
 int ConformedAudioFile::GetSamples(long long start, int count, unsigned char* buffer,
                                    int bufferBytes, int* samplesRead) const {
     *samplesRead = 0;
-    if (!facts_) return CLOSED;
+    if (!info_) return CLOSED;
     if (start < 0 || count < 0) return BAD_RANGE;
     if (count * BYTES_PER_FRAME > bufferBytes) return BUFFER_TOO_SMALL;
-    if (count == 0 || start >= facts_->layout.sampleCount) return 0;
+    if (count == 0 || start >= info_->layout.sampleCount) return 0;
 
-    const long long frames = std::min<long long>(count, facts_->layout.sampleCount - start);
-    if (!facts_->ahead.Copy(start, frames, buffer)) {
+    const long long frames = std::min<long long>(count, info_->layout.sampleCount - start);
+    if (!info_->ahead.Copy(start, frames, buffer)) {
         const int descriptor = Descriptor();
         // The file may have been cut short since it was opened: a read, unlike a mapping, says so.
         if (descriptor < 0 || !ReadFullyAt(descriptor, buffer, frames * BYTES_PER_FRAME,
-                                           facts_->layout.firstByte + start * BYTES_PER_FRAME)) {
+                                           info_->layout.firstByte + start * BYTES_PER_FRAME)) {
             return READ_FAILED;
         }
     }
-    facts_->nextFrame.store(start + frames, std::memory_order_relaxed);
-    facts_->lastCount.store(frames, std::memory_order_relaxed);
+    info_->nextFrame.store(start + frames, std::memory_order_relaxed);
+    info_->lastCount.store(frames, std::memory_order_relaxed);
     *samplesRead = static_cast<int>(frames);
     return 0;
 }
@@ -159,9 +159,9 @@ int ConformedAudioFile::Descriptor() const {
     int descriptor = descriptor_.load();
     if (descriptor >= 0) return descriptor;
     struct stat status = {};
-    const int opened = OpenCacheFile(facts_->name, &status);
+    const int opened = OpenCacheFile(info_->name, &status);
     if (opened < 0) return -1;
-    if (standin::IdentityOf(status) != facts_->identity) {
+    if (files::IdentityOf(status) != info_->identity) {
         close(opened);
         return -1;
     }
@@ -174,7 +174,7 @@ void ConformedAudioFile::Close() {
     const int descriptor = descriptor_.load(std::memory_order_relaxed);
     if (descriptor >= 0) close(descriptor);
     descriptor_.store(-1, std::memory_order_relaxed);
-    if (facts_) RecentConformedFiles::Keep(std::move(facts_));
+    if (info_) RecentConformedFiles::Keep(std::move(info_));
 }
 
 }  // namespace orlo::project

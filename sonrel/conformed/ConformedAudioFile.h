@@ -9,7 +9,7 @@
 
 namespace orlo::project {
 
-struct ConformedFileFacts;
+struct ConformedFileInfo;
 
 /// One open conformed file: stereo signed 16-bit samples at one rate.
 ///
@@ -57,8 +57,8 @@ private:
     void Close();
     int Descriptor() const;
 
-    std::unique_ptr<ConformedFileFacts> facts_;  ///< null when closed
-    mutable std::atomic<int> descriptor_{-1};    ///< -1 until a read needs it
+    std::unique_ptr<ConformedFileInfo> info_;  ///< null when closed
+    mutable std::atomic<int> descriptor_{-1};  ///< -1 until a read needs it
 };
 
 }  // namespace orlo::project

@@ -19,7 +19,7 @@ namespace {
 constexpr std::int64_t BYTES_PER_FRAME = 4;
 constexpr std::int64_t RIFF_HEADER_BYTES = 44;
 /// The sizes in a RIFF header have 32 bits; the room left is for the header.
-constexpr std::int64_t LARGEST_RIFF_DATA = 0xFFFFFFFFLL - 4096;
+constexpr std::int64_t MAX_RIFF_DATA = 0xFFFFFFFFLL - 4096;
 
 std::uint32_t LittleEndian32(const unsigned char* bytes) {
     return static_cast<std::uint32_t>(bytes[0]) | static_cast<std::uint32_t>(bytes[1]) << 8 |
@@ -41,7 +41,7 @@ ConformedFileWriter::Result ConformedFileWriter::Open(const std::string& path, i
     descriptor_ = files::OpenNew(path);
     if (descriptor_ < 0) return errno == EEXIST ? Result::Exists : Result::Failed;
     path_ = path;
-    isLarge_ = largestFrames > LARGEST_RIFF_DATA / BYTES_PER_FRAME;
+    isLarge_ = largestFrames > MAX_RIFF_DATA / BYTES_PER_FRAME;
 
     SF_INFO info = {};
     info.samplerate = rate;
@@ -53,7 +53,7 @@ ConformedFileWriter::Result ConformedFileWriter::Open(const std::string& path, i
 
 bool ConformedFileWriter::Write(const std::int16_t* samples, std::int64_t frames) {
     if (sound_ == nullptr) return false;
-    if (!isLarge_ && frames_ + frames > LARGEST_RIFF_DATA / BYTES_PER_FRAME) return false;
+    if (!isLarge_ && frames_ + frames > MAX_RIFF_DATA / BYTES_PER_FRAME) return false;
     if (sf_writef_short(sound_, samples, frames) != frames) return false;
     checksum_.Add(samples, static_cast<std::size_t>(frames * BYTES_PER_FRAME));
     frames_ += frames;

@@ -9,7 +9,7 @@
 #include <cstdint>
 
 /// Which file a path led to, and in which state: for what is remembered of a file's content.
-namespace orlo::standin {
+namespace orlo::files {
 
 struct FileIdentity {
     std::uint64_t device = 0;
@@ -45,9 +45,8 @@ inline std::atomic<FileClock> fileClock = SystemFileClock;
 /// telling. The times of files go in steps, of some milliseconds on most file systems and of two
 /// seconds on the coarsest, and two writes within one step leave the same time.
 inline bool IsSettled(const FileIdentity& identity) {
-    constexpr std::int64_t LONGEST_STEPS_NS = 3'000'000'000;
-    return std::max(identity.modifiedNs, identity.changedNs) <
-           fileClock.load()() - LONGEST_STEPS_NS;
+    constexpr std::int64_t MAX_STEPS_NS = 3'000'000'000;
+    return std::max(identity.modifiedNs, identity.changedNs) < fileClock.load()() - MAX_STEPS_NS;
 }
 
-}  // namespace orlo::standin
+}  // namespace orlo::files

@@ -7,14 +7,14 @@
 #include "sonrel/conformed/ConformedFileWriter.h"
 #include "sonrel/media/ConversionObserver.h"
 #include "sonrel/media/ZRAudioConverter.h"
-#include "sonrel/media/detail/ConversionFeed.h"
+#include "sonrel/media/detail/DecodedSource.h"
 #include "sonrel/media/detail/StereoConverter.h"
 #include "sonrel/media/input/MediaErrors.h"
 
 namespace zrh::media {
 namespace {
 
-using detail::ConversionFeed;
+using detail::DecodedSource;
 using detail::SampleBlock;
 using detail::SampleBuffer;
 using detail::StereoConverter;
@@ -53,7 +53,7 @@ int FramesInAPiece(int fromRate, int toRate) {
 
 class Conversion {
 public:
-    Conversion(ConversionFeed* feed, StereoConverter* converter, int rate,
+    Conversion(DecodedSource* feed, StereoConverter* converter, int rate,
                ConformedFileWriter* writer)
         : feed_(feed),
           converter_(converter),
@@ -115,7 +115,7 @@ private:
         return written;
     }
 
-    ConversionFeed* feed_;
+    DecodedSource* feed_;
     StereoConverter* converter_;
     ConformedFileWriter* writer_;
     int pieceFrames_;
@@ -128,14 +128,14 @@ MediaError ConvertStream(const std::shared_ptr<ZRAbstractAudioStream>& stream,
                          const std::wstring& outputPath, unsigned int sampleRate,
                          std::uint64_t* checksum, std::string* reason) {
     if (stream == nullptr) return MediaError::InvalidArgument;
-    if (sampleRate < detail::LOWEST_RATE || sampleRate > detail::HIGHEST_RATE) {
+    if (sampleRate < detail::MIN_RATE || sampleRate > detail::MAX_RATE) {
         return MediaError::OutputRate;
     }
     const int rate = static_cast<int>(sampleRate);
-    std::unique_ptr<ConversionFeed> feed;
-    MediaError error = detail::NewConversionFeed(stream, &feed);
+    std::unique_ptr<DecodedSource> feed;
+    MediaError error = detail::NewDecodedSource(stream, &feed);
     if (error != MediaError::None) return error;
-    if (feed->Format().rate < detail::LOWEST_RATE || feed->Format().rate > detail::HIGHEST_RATE) {
+    if (feed->Format().rate < detail::MIN_RATE || feed->Format().rate > detail::MAX_RATE) {
         return MediaError::RateOutOfRange;
     }
     StereoConverter converter;

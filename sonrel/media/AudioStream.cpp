@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "sonrel/media/detail/StreamFacts.h"
+#include "sonrel/media/detail/StreamInfo.h"
 
 namespace zrh::media::detail {
 namespace {
@@ -41,8 +41,8 @@ std::int64_t DeclaredFrames(const AVFormatContext& context, const AVStream& stre
 AudioStream::AudioStream(std::shared_ptr<FileState> state, const AVFormatContext& context,
                          const AVStream& stream)
     : state_(std::move(state)),
-      facts_(FactsOf(context, stream)),
-      streamIndex_(stream.index),
+      info_(InfoOf(context, stream)),
+      number_(stream.index),
       type_(TypeOf(stream)) {
     if (type_ != 0) return;
     const AVCodecParameters& parameters = *stream.codecpar;
@@ -55,7 +55,7 @@ AudioStream::AudioStream(std::shared_ptr<FileState> state, const AVFormatContext
     sampleCount_ = DeclaredFrames(context, stream, rate_, state_->file->Size());
 }
 
-void AudioStream::SetMap(std::shared_ptr<const StreamMap> map) {
+void AudioStream::SetMap(std::shared_ptr<const StreamIndex> map) {
     map_ = std::move(map);
     reader_ = nullptr;
     sampleCount_ = 0;
@@ -104,7 +104,7 @@ MediaError AudioStream::Read(long long start, int count, std::uint8_t* buffer, i
     if (buffer == nullptr || start < 0 || count < 1 || count * bytesPerFrame > bufferBytes) {
         return MediaError::InvalidArgument;
     }
-    if (channels_ > MOST_CHANNELS) return MediaError::TooManyChannels;
+    if (channels_ > MAX_CHANNELS) return MediaError::TooManyChannels;
     if (start >= sampleCount_) return MediaError::EndOfStream;
     count = static_cast<int>(std::min<std::int64_t>(count, sampleCount_ - start));
 

@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "sonrel/media/detail/MediaFileFactory.h"
-#include "sonrel/media/index/FileScan.h"
-#include "sonrel/media/index/MapRegistry.h"
+#include "sonrel/media/index/FileIndexer.h"
+#include "sonrel/media/index/IndexCache.h"
 #include "sonrel/media/input/MediaErrors.h"
 
 namespace zrh::media {
@@ -62,12 +62,12 @@ MediaError MediaFile::FindMap() {
     if (map_ != nullptr) return MediaError::None;
     const MediaError error = SharedMapOf(
         state_->file->Identity(), [this] { return state_->file->IsInterrupted(); },
-        [this](FileMap* map) {
+        [this](FileIndex* map) {
             if (demuxer_ == nullptr) {
                 const MediaError opened = Demuxer::Open(state_->file, &demuxer_);
                 if (opened != MediaError::None) return opened;
             }
-            const MediaError scanned = ScanFile(state_->file, std::move(demuxer_), map);
+            const MediaError scanned = IndexFile(state_->file, std::move(demuxer_), map);
             reason_ = map->reason;
             return scanned;
         },
@@ -75,7 +75,7 @@ MediaError MediaFile::FindMap() {
     demuxer_ = nullptr;
     if (error != MediaError::None) return error;
     for (const auto& stream : ownStreams_) {
-        if (auto map = map_->Find(stream->StreamIndex())) stream->SetMap(std::move(map));
+        if (auto map = map_->Find(stream->Number())) stream->SetMap(std::move(map));
     }
     return MediaError::None;
 }

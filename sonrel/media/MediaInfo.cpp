@@ -23,7 +23,7 @@ MediaStreamInfo Describe(ZRAbstractAudioStream& stream) {
     MediaStreamInfo info;
     const auto* own = dynamic_cast<const detail::AudioStream*>(&stream);
     if (own != nullptr) {
-        info = own->Facts();
+        info = own->Info();
     } else if (stream.StreamType() == 0) {
         info.kind = MediaStreamKind::Audio;
     }

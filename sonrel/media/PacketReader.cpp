@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "sonrel/media/detail/StreamReader.h"
+#include "sonrel/media/index/PacketCursor.h"
 #include "sonrel/media/index/SilenceLimit.h"
-#include "sonrel/media/index/StreamWalk.h"
 #include "sonrel/media/input/ReadObserver.h"
 
 namespace zrh::media::detail {
@@ -14,10 +14,10 @@ namespace {
 /// after the other only copy.
 class PacketReader : public StreamReader {
 public:
-    PacketReader(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamMap> map)
+    PacketReader(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> map)
         : map_(std::move(map)),
           fileBytes_(file->Size()),
-          walk_(std::move(file), map_, WalkMode::Segments),
+          walk_(std::move(file), map_, CursorMode::Segments),
           converter_(map_->format, map_->view),
           bytesPerFrame_(static_cast<std::size_t>(map_->view.BytesPerSample()) *
                          static_cast<std::size_t>(map_->format.channels)) {}
@@ -80,9 +80,9 @@ private:
             at + 1 < segments.size() ? segments[at + 1].firstPacket : map_->packets.PacketCount();
     }
 
-    std::shared_ptr<const StreamMap> map_;
+    std::shared_ptr<const StreamIndex> map_;
     std::int64_t fileBytes_;
-    StreamWalk walk_;
+    PacketCursor walk_;
     ViewConverter converter_;
     std::size_t bytesPerFrame_;
     std::vector<SampleBlock> blocks_;
@@ -96,7 +96,7 @@ private:
 }  // namespace
 
 std::unique_ptr<StreamReader> NewPacketReader(std::shared_ptr<const InputFile> file,
-                                              std::shared_ptr<const StreamMap> map) {
+                                              std::shared_ptr<const StreamIndex> map) {
     return std::make_unique<PacketReader>(std::move(file), std::move(map));
 }
 

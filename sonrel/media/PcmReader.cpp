@@ -11,7 +11,7 @@ namespace {
 /// Reads uncompressed sound by its place in the file, a window at a time.
 class PcmReader : public StreamReader {
 public:
-    PcmReader(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamMap> map)
+    PcmReader(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> map)
         : map_(map),
           bytes_(std::move(file), map),
           converter_(map->format, map->view),
@@ -59,7 +59,7 @@ private:
         return true;
     }
 
-    std::shared_ptr<const StreamMap> map_;
+    std::shared_ptr<const StreamIndex> map_;
     PcmBytes bytes_;
     ViewConverter converter_;
     std::size_t bytesPerFrame_;
@@ -72,7 +72,7 @@ private:
 }  // namespace
 
 std::unique_ptr<StreamReader> NewPcmReader(std::shared_ptr<const InputFile> file,
-                                           std::shared_ptr<const StreamMap> map) {
+                                           std::shared_ptr<const StreamIndex> map) {
     return std::make_unique<PcmReader>(std::move(file), std::move(map));
 }
 

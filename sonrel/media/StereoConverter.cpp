@@ -27,7 +27,7 @@ AVChannelLayout LayoutForMix(const DecodedFormat& from, bool believeMask) {
 
 MediaError StereoConverter::Open(const DecodedFormat& from, int rate) {
     from_ = from;
-    if (from.channels < 1 || from.channels > MOST_CHANNELS) return MediaError::TooManyChannels;
+    if (from.channels < 1 || from.channels > MAX_CHANNELS) return MediaError::TooManyChannels;
     if (from.channels <= 2 && from.format == AV_SAMPLE_FMT_S16 && from.rate == rate) {
         return MediaError::None;
     }

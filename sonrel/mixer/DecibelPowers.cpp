@@ -15,7 +15,7 @@ constexpr double LN_10 = 2.302585092994046;
 constexpr double LOG2_OF_10 = 3.321928094887362;
 
 // Levels up to this size, in dB, give normal floats and keep the series below short.
-constexpr float LARGEST_LEVEL = 200.0f;
+constexpr float MAX_LEVEL = 200.0f;
 
 // Relative error of a power before it is rounded to single precision, for exponents of 2 up to z in
 // size: BASE_ERROR + z * ERROR_PER_UNIT. It covers our error and the C library's.
@@ -145,7 +145,7 @@ SONREL_TARGET_AVX2 void PowersOfChunkAvx2(const Ramp& ramp, double error, int fi
 #endif
 
 bool InRange(float level) {
-    return std::fabs(level) <= LARGEST_LEVEL;
+    return std::fabs(level) <= MAX_LEVEL;
 }
 
 }  // namespace

@@ -17,13 +17,13 @@ namespace {
 constexpr int FRAME_BYTES = 4;
 
 /// Samples that effects may ask for at once. A plan beyond it is no plan: the object is silent.
-constexpr long long LONGEST_EFFECT_RANGE = 1 << 24;
+constexpr long long MAX_EFFECT_RANGE = 1 << 24;
 
 /// Positions further out than any timeline reaches; sums of a few of them do not overflow.
-constexpr long long FURTHEST_POSITION = LLONG_MAX / 8;
+constexpr long long MAX_POSITION = LLONG_MAX / 8;
 
 long long CutToReach(long long position) {
-    return std::clamp(position, -FURTHEST_POSITION, FURTHEST_POSITION);
+    return std::clamp(position, -MAX_POSITION, MAX_POSITION);
 }
 
 /// Where an object or layer lies, and what it plays.
@@ -86,7 +86,7 @@ int Render(AudioMixerImpl& mixer, const std::shared_ptr<project::Project>& proje
 
     std::vector<project::SampleRange> ranges{context.request};
     const long long longest = PlanEffectRanges(context, instance.effects, ranges);
-    if (longest > count && longest > LONGEST_EFFECT_RANGE) return -1;
+    if (longest > count && longest > MAX_EFFECT_RANGE) return -1;
     if (longest > INT_MAX / FRAME_BYTES) return -1;
     samples.resize(static_cast<std::size_t>(std::max(longest, 0LL)) * FRAME_BYTES);
 

@@ -21,16 +21,16 @@ using Err = PlaybackEngine::Err;
 namespace {
 
 constexpr int CHANNEL_COUNT = 2;
-constexpr int LOWEST_RATE = 8000;    // hertz
-constexpr int HIGHEST_RATE = 96000;  // hertz
+constexpr int MIN_RATE = 8000;   // hertz
+constexpr int MAX_RATE = 96000;  // hertz
 
-constexpr std::int64_t LONGEST_BUFFER = 3600LL * HIGHEST_RATE;  // samples
+constexpr std::int64_t MAX_BUFFER = 3600LL * MAX_RATE;  // samples
 
 /// Samples in one buffer: a video frame, rounded up, so that no buffer is shorter than its frame.
 /// @throws std::length_error for a frame that no memory holds fifty times
 std::size_t SamplesPerBuffer(int sampleRate, double frameRate) {
     const std::int64_t samples = zrtl::TruncToInt64(std::ceil(sampleRate / frameRate));
-    if (samples < 1 || samples > LONGEST_BUFFER) throw std::length_error("Video frame too long");
+    if (samples < 1 || samples > MAX_BUFFER) throw std::length_error("Video frame too long");
     return static_cast<std::size_t>(samples);
 }
 
@@ -99,7 +99,7 @@ namespace detail {
 
 Err ConfigureDevice(PlaybackEngineImpl& engine) {
     if (engine.channelCount != CHANNEL_COUNT) return Err::UnsupportedChannelCount;
-    if (engine.sampleRate < LOWEST_RATE || engine.sampleRate > HIGHEST_RATE) {
+    if (engine.sampleRate < MIN_RATE || engine.sampleRate > MAX_RATE) {
         return Err::UnsupportedSampleRate;
     }
     // Up to here nothing was touched, and a run goes on.

@@ -29,7 +29,7 @@ const int PlaybackEngine::NO_FRAME = -1;
 
 namespace {
 
-constexpr int FASTEST_SPEED = 4;
+constexpr int MAX_SPEED = 4;
 constexpr int METER_BLOCK_MS = 100;
 
 AudioMixer& MixerOf(const PlaybackEngineImpl& engine) {
@@ -121,7 +121,7 @@ Err PlaybackEngine::PlayFromSample(long long sample, PlaybackDirection direction
     impl_->playedSampleEnd.exchange(0);
     impl_->readPosition = sample;
     impl_->direction = direction;
-    impl_->speed = std::clamp(speed, 1, FASTEST_SPEED);
+    impl_->speed = std::clamp(speed, 1, MAX_SPEED);
     const std::uint64_t run = ++impl_->runNumber;
     impl_->voiceCallback.OpenRun(run);
     StartWorker(*impl_);
@@ -129,7 +129,7 @@ Err PlaybackEngine::PlayFromSample(long long sample, PlaybackDirection direction
     if (!impl_->sourceVoice->Start()) return Err::PlaybackFailed;
     std::exception_ptr failure;
     if (detail::HasMeterObservers(*impl_)) {
-        failure = detail::TellObservers(*impl_, [](AbstractAudioMeterObserver& observer) {
+        failure = detail::NotifyObservers(*impl_, [](AbstractAudioMeterObserver& observer) {
             observer.OnMeterSessionStart(METER_BLOCK_MS);
         });
     }
@@ -156,7 +156,7 @@ Err PlaybackEngine::Stop() {
     const Err stopped = detail::StopVoiceAndWorker(*impl_);
     MixerOf(*impl_).StopMeterSession();
     if (detail::HasMeterObservers(*impl_)) {
-        detail::Rethrow(detail::TellObservers(
+        detail::Rethrow(detail::NotifyObservers(
             *impl_, [](AbstractAudioMeterObserver& observer) { observer.OnMeterSessionStop(); }));
     }
     return stopped;
@@ -186,7 +186,7 @@ Err PlaybackEngine::PlayFrame(int frame) {
         const AudioMetrics metrics = MixerOf(*impl_).MeterBlockCount() > 0
                                          ? MixerOf(*impl_).MetricsForBlock(0)
                                          : AudioMetrics();
-        detail::Rethrow(detail::TellObservers(*impl_, [&](AbstractAudioMeterObserver& observer) {
+        detail::Rethrow(detail::NotifyObservers(*impl_, [&](AbstractAudioMeterObserver& observer) {
             observer.OnMeterUpdate(metrics);
         }));
     }

@@ -18,7 +18,7 @@ namespace {
 using InitializationType = PlaybackEngine::InitializationType;
 
 /// No mix gives more at once; a buffer is only longer at less than a frame in some hours.
-constexpr long long LONGEST_READ = 1LL << 28;
+constexpr long long MAX_READ = 1LL << 28;
 
 int SizeInBytes(int sampleCount) {
     return sampleCount * 4;
@@ -85,7 +85,7 @@ int SamplesWanted(const PlaybackEngineImpl& engine, const FrameAudioBuffer& buff
                                ? engine.totalSamples.load() - engine.readPosition
                                : engine.readPosition;
     // A target whose rate was refused in the middle of a run may end before the read position.
-    return static_cast<int>(std::max(0LL, std::min({room, left, LONGEST_READ})));
+    return static_cast<int>(std::max(0LL, std::min({room, left, MAX_READ})));
 }
 
 }  // namespace

@@ -12,7 +12,7 @@ namespace orlo::sonrel::detail {
 
 namespace {
 
-using Request = RunSignals::Request;
+using Request = WorkerControl::Request;
 
 /// The video frame that a position belongs to: position / rate * frameRate, cut toward zero. Cut
 /// and not rounded, so that the first sample of a frame can belong to the frame before: frame 29 at

@@ -11,7 +11,7 @@
 namespace orlo::sonrel::detail {
 namespace {
 
-constexpr unsigned int SMALLEST_SLICE = 4;  // results that a thread refines
+constexpr unsigned int MIN_SLICE = 4;  // results that a thread refines
 
 /// Runs a job for both channels at the same time.
 template <class Job>
@@ -154,7 +154,7 @@ void RefineCandidates(const SearchSetting& setting, std::vector<SearchResult>& r
                 if (results[i].correlation != 0.0) refinement.Refine(results[i]);
             }
         },
-        SMALLEST_SLICE);
+        MIN_SLICE);
 }
 
 const SearchResult& BestOf(const std::vector<SearchResult>& results) {

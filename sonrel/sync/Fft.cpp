@@ -18,7 +18,7 @@ constexpr int CACHED_LEVEL = 10;
 // Below this level a task takes less time than the start of a thread: it runs when it is waited
 // for.
 constexpr int FORK_LEVEL = 16;
-constexpr unsigned int SMALLEST_CHUNK = 16;
+constexpr unsigned int MIN_CHUNK = 16;
 
 std::launch LaunchAt(int level) {
     return level < FORK_LEVEL ? std::launch::deferred : std::launch::async | std::launch::deferred;
@@ -92,7 +92,7 @@ private:
 
     void ReverseAll() {
         ChunkPlan plan;
-        plan.smallestChunk = SMALLEST_CHUNK;
+        plan.smallestChunk = MIN_CHUNK;
         plan.concurrency = threads_;
         plan.launch = LaunchAt(level_);
         RunInParallel(

@@ -11,8 +11,8 @@ namespace {
 using zrtl::TruncToInt32;
 using zrtl::TruncToInt64;
 
-constexpr std::int32_t LEAST_32 = std::numeric_limits<std::int32_t>::min();
-constexpr std::int64_t LEAST_64 = std::numeric_limits<std::int64_t>::min();
+constexpr std::int32_t MIN_32 = std::numeric_limits<std::int32_t>::min();
+constexpr std::int64_t MIN_64 = std::numeric_limits<std::int64_t>::min();
 constexpr double INFINITE = std::numeric_limits<double>::infinity();
 const double NOT_A_NUMBER = std::nan("");
 
@@ -26,17 +26,17 @@ TEST(TruncToInt32, CutsTowardZero) {
 TEST(TruncToInt32, FitsUpToTheVeryEnds) {
     EXPECT_EQ(TruncToInt32(2147483647.0), 2147483647);
     EXPECT_EQ(TruncToInt32(2147483647.999), 2147483647);
-    EXPECT_EQ(TruncToInt32(-2147483648.0), LEAST_32);
+    EXPECT_EQ(TruncToInt32(-2147483648.0), MIN_32);
     EXPECT_EQ(TruncToInt32(-2147483647.5), -2147483647);
 }
 
 TEST(TruncToInt32, WhatDoesNotFitIsTheMostNegativeInteger) {
-    EXPECT_EQ(TruncToInt32(2147483648.0), LEAST_32);
-    EXPECT_EQ(TruncToInt32(-2147483649.0), LEAST_32);
-    EXPECT_EQ(TruncToInt32(1e300), LEAST_32);
-    EXPECT_EQ(TruncToInt32(INFINITE), LEAST_32);
-    EXPECT_EQ(TruncToInt32(-INFINITE), LEAST_32);
-    EXPECT_EQ(TruncToInt32(NOT_A_NUMBER), LEAST_32);
+    EXPECT_EQ(TruncToInt32(2147483648.0), MIN_32);
+    EXPECT_EQ(TruncToInt32(-2147483649.0), MIN_32);
+    EXPECT_EQ(TruncToInt32(1e300), MIN_32);
+    EXPECT_EQ(TruncToInt32(INFINITE), MIN_32);
+    EXPECT_EQ(TruncToInt32(-INFINITE), MIN_32);
+    EXPECT_EQ(TruncToInt32(NOT_A_NUMBER), MIN_32);
 }
 
 TEST(TruncToInt64, CutsTowardZero) {
@@ -47,14 +47,14 @@ TEST(TruncToInt64, CutsTowardZero) {
 
 TEST(TruncToInt64, FitsUpToTheVeryEnds) {
     EXPECT_EQ(TruncToInt64(9223372036854774784.0), 9223372036854774784);
-    EXPECT_EQ(TruncToInt64(-9223372036854775808.0), LEAST_64);
+    EXPECT_EQ(TruncToInt64(-9223372036854775808.0), MIN_64);
 }
 
 TEST(TruncToInt64, WhatDoesNotFitIsTheMostNegativeInteger) {
-    EXPECT_EQ(TruncToInt64(9223372036854775808.0), LEAST_64);
-    EXPECT_EQ(TruncToInt64(-9223372036854777856.0), LEAST_64);
-    EXPECT_EQ(TruncToInt64(INFINITE), LEAST_64);
-    EXPECT_EQ(TruncToInt64(NOT_A_NUMBER), LEAST_64);
+    EXPECT_EQ(TruncToInt64(9223372036854775808.0), MIN_64);
+    EXPECT_EQ(TruncToInt64(-9223372036854777856.0), MIN_64);
+    EXPECT_EQ(TruncToInt64(INFINITE), MIN_64);
+    EXPECT_EQ(TruncToInt64(NOT_A_NUMBER), MIN_64);
 }
 
 }  // namespace

@@ -115,7 +115,7 @@ TEST(TimingOrder, SecondsToMsOfABlocksEndDependsOnHowItIsComputed) {
 }
 
 // The same rules written once more, over a hundred thousand frames.
-TEST(TimingOrder, IsTheLiteralExpressionOverManyFramesAtEveryUsualRate) {
+TEST(TimingOrder, IsTheReferenceExpressionOverManyFramesAtEveryUsualRate) {
     for (const double frameRate : {23.976, NTSC_FILM, 24.0, 25.0, 29.97, 30.0, 50.0, 59.94, 60.0}) {
         for (const int rate : {44100, 48000, 96000}) {
             for (int frame = 0; frame < 100000; ++frame) {

@@ -8,7 +8,7 @@
 #include <limits>
 #include <random>
 
-#include "tests/reference/LiteralPeaks.h"
+#include "tests/reference/ReferencePeaks.h"
 
 namespace {
 
@@ -34,11 +34,11 @@ Bytes BlockOf(ZRSampleDataType type, int bits, int channels, int frames, const B
     return block;
 }
 
-Bytes LiteralBlockOf(ZRSampleDataType type, int bits, int channels, int frames,
-                     const Bytes& samples) {
-    literal::BlockPeaks peaks(channels);
-    literal::Analyse(type, bits, samples.data(), channels, frames, &peaks);
-    return literal::Quantised(peaks);
+Bytes ReferenceBlockOf(ZRSampleDataType type, int bits, int channels, int frames,
+                       const Bytes& samples) {
+    reference::BlockPeaks peaks(channels);
+    reference::Analyse(type, bits, samples.data(), channels, frames, &peaks);
+    return reference::Quantised(peaks);
 }
 
 template <class Value>
@@ -191,10 +191,10 @@ void PrintTo(const Stored& stored, std::ostream* out) {
 /// Every form beside the analysis of one sample after the other.
 class BlockAnalysisIdentity : public testing::TestWithParam<Stored> {
 protected:
-    void ExpectLiteral(int channels, int frames, const Bytes& samples) {
+    void ExpectReference(int channels, int frames, const Bytes& samples) {
         const auto [type, bits, name] = GetParam();
         ASSERT_EQ(BlockOf(type, bits, channels, frames, samples),
-                  LiteralBlockOf(type, bits, channels, frames, samples))
+                  ReferenceBlockOf(type, bits, channels, frames, samples))
             << name << ", " << channels << " channels, " << frames << " frames";
     }
 
@@ -237,8 +237,8 @@ TEST_P(BlockAnalysisIdentity, RandomBlocksOfAnyChannelsAndLength) {
         for (const int frames : {1, 2, 31, 32}) {
             for (int i = 0; i < 40; ++i) {
                 const double level = std::pow(2.0, -(i % 20));
-                ExpectLiteral(channels, frames,
-                              Samples(channels, frames, [&] { return level * uniform(random); }));
+                ExpectReference(channels, frames,
+                                Samples(channels, frames, [&] { return level * uniform(random); }));
             }
         }
     }
@@ -250,10 +250,10 @@ TEST_P(BlockAnalysisIdentity, BlocksWhoseRmsLiesAtAWholeNumber) {
             for (const double off : {0.0, 1e-16, -1e-16, 1e-9, -1e-9, 1e-5, -1e-5}) {
                 double sign = 1.0;
                 const double x = std::min(whole / 255.0 + off, 1.0);
-                ExpectLiteral(channels, 32, Samples(channels, 32, [&] {
-                                  sign = -sign;
-                                  return sign * x;
-                              }));
+                ExpectReference(channels, 32, Samples(channels, 32, [&] {
+                                    sign = -sign;
+                                    return sign * x;
+                                }));
             }
         }
     }
@@ -265,7 +265,7 @@ TEST_P(BlockAnalysisIdentity, BlocksOfAnyBytes) {
         const int channels = 1 + i % 16;
         Bytes samples(static_cast<std::size_t>(32 * channels * GetParam().bits / 8));
         for (auto& byte : samples) byte = static_cast<unsigned char>(random());
-        ExpectLiteral(channels, 32, samples);
+        ExpectReference(channels, 32, samples);
     }
 }
 

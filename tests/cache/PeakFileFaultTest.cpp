@@ -413,16 +413,16 @@ TEST_F(PeakFileFault, ADiskThatFillsAtAnyByteHasTheCodeOfWritingByteByByte) {
     const std::string other = (folder / "other").string();
     const rlim_t whole = 20 + 5 * 6800;
     for (rlim_t limit = 0; limit <= whole + 500; limit += 499) {
-        int single = 0, tasks = 0, literalSingle = 0, literalTasks = 0;
+        int single = 0, tasks = 0, referenceSingle = 0, referenceTasks = 0;
         {
             const SizeLimit full(limit);
             single = Create(Mode::SingleThreaded);
             tasks = Create(Mode::MultiThreaded);
-            literalSingle = CodeOfSingleBytes(other, {34000});
-            literalTasks = CodeOfSingleBytes(other, {8500, 8500, 8500, 8500});
+            referenceSingle = CodeOfSingleBytes(other, {34000});
+            referenceTasks = CodeOfSingleBytes(other, {8500, 8500, 8500, 8500});
         }
-        EXPECT_EQ(single, literalSingle) << limit;
-        EXPECT_EQ(tasks, literalTasks) << limit;
+        EXPECT_EQ(single, referenceSingle) << limit;
+        EXPECT_EQ(tasks, referenceTasks) << limit;
         EXPECT_EQ(single == 0, limit >= whole) << limit;
         EXPECT_EQ(tasks == 0, limit >= whole) << limit;
         EXPECT_EQ(media.OpenFiles(), 0);
@@ -437,13 +437,13 @@ TEST_F(PeakFileFault, ADiskThatFillsWhereTheBufferOfTheStreamEndsHasTheSameCode)
         const int bytes = 3 * blocks;
         media.format.frames = 4LL * 32 * blocks;
         for (const int limit : {20, 4116, 8212, 12288, 12308, 12309, 24576, 24596, 36864, 36884}) {
-            int tasks = 0, literalTasks = 0;
+            int tasks = 0, referenceTasks = 0;
             {
                 const SizeLimit full(static_cast<rlim_t>(limit));
                 tasks = Create(Mode::MultiThreaded);
-                literalTasks = CodeOfSingleBytes(other, {bytes, bytes, bytes, bytes});
+                referenceTasks = CodeOfSingleBytes(other, {bytes, bytes, bytes, bytes});
             }
-            EXPECT_EQ(tasks, literalTasks) << blocks << " blocks, " << limit << " bytes";
+            EXPECT_EQ(tasks, referenceTasks) << blocks << " blocks, " << limit << " bytes";
         }
     }
 }

@@ -7,7 +7,7 @@
 #include "sonrel/cache/PeakFile.h"
 #include "sonrel/media.h"
 #include "sonrel/project.h"
-#include "tests/reference/LiteralPeaks.h"
+#include "tests/reference/ReferencePeaks.h"
 #include "tests/support/MediaAssets.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WaveBytes.h"
@@ -18,7 +18,7 @@ using namespace sonrel_tests;
 using orlo::sonrel::PeakFile;
 using zrh::media::ZRAbstractMediaFile;
 using Mode = PeakFile::CreateMode;
-namespace literal = orlo::sonrel::literal;
+namespace reference = orlo::sonrel::reference;
 
 /// The peak file of a stream's samples, read in long pieces and analysed one by one.
 std::string ExpectedFile(const std::wstring& media) {
@@ -35,17 +35,17 @@ std::string ExpectedFile(const std::wstring& media) {
         const int bits = stream->BitsPerSample();
         const int frameBytes = channels * bits / 8;
         std::vector<unsigned char> samples(static_cast<std::size_t>(frameBytes) * 32 * 1000);
-        literal::BlockPeaks peaks(channels);
+        reference::BlockPeaks peaks(channels);
         for (long long at = 0; at < stream->SampleCount(); at += 32000) {
             int read = 0;
             EXPECT_EQ(stream->GetSamples(at, 32000, samples.data(),
                                          static_cast<int>(samples.size()), &read),
                       0);
             for (int frame = 0; frame < read; frame += 32, ++count) {
-                literal::Analyse(stream->SampleDataType(), bits,
-                                 samples.data() + frame * frameBytes, channels,
-                                 std::min(32, read - frame), &peaks);
-                const auto bytes = literal::Quantised(peaks);
+                reference::Analyse(stream->SampleDataType(), bits,
+                                   samples.data() + frame * frameBytes, channels,
+                                   std::min(32, read - frame), &peaks);
+                const auto bytes = reference::Quantised(peaks);
                 blocks.append(bytes.begin(), bytes.end());
             }
         }

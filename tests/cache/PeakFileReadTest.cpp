@@ -8,13 +8,13 @@
 
 #include "sonrel/cache/PeakFile.h"
 #include "tests/cache/PeakFileFixture.h"
-#include "tests/reference/LiteralPeaks.h"
+#include "tests/reference/ReferencePeaks.h"
 
 namespace {
 
 using namespace std::string_literals;
 using orlo::sonrel::PeakFile;
-using orlo::sonrel::literal::PeakReader;
+using orlo::sonrel::reference::PeakReader;
 using sonrel_tests::Little;
 using sonrel_tests::NamesIn;
 using sonrel_tests::PeakHeader;
@@ -29,7 +29,7 @@ using Peaks = std::vector<signed char>;
 using Amplitudes = std::vector<unsigned char>;
 
 constexpr double INFINITE = std::numeric_limits<double>::infinity();
-constexpr int MOST = std::numeric_limits<int>::max();
+constexpr int MAX = std::numeric_limits<int>::max();
 
 /// Mono blocks of these RMS bytes, with minimum and maximum of their number.
 std::string MonoBlocks(const std::vector<int>& rms) {
@@ -356,12 +356,12 @@ TEST_F(PeakFileRead, AShortFileAnswersWhatItHolds) {
 TEST_F(PeakFileRead, ABlockCountThatDoesNotFitTheLengthTakesNoMemoryForIt) {
     ASSERT_TRUE(OpenOf(PeakHeader(16, 0x7FFFFFFF) + std::string(33, '\1')));
 
-    EXPECT_EQ(file.BlockCount(), MOST);
-    EXPECT_EQ(file.GetChannelPeaks(0, MOST, 1.0, peaks), Result::ReadFailed);
+    EXPECT_EQ(file.BlockCount(), MAX);
+    EXPECT_EQ(file.GetChannelPeaks(0, MAX, 1.0, peaks), Result::ReadFailed);
     EXPECT_THAT(peaks, SizeIs(32));
     EXPECT_LT(peaks.capacity(), 2000000u);
-    EXPECT_EQ(file.GetRMSAmplitude(MOST - 1, MOST, 1.0, amplitudes), Result::ReadFailed);
-    EXPECT_EQ(file.GetRMSAmplitude(0, MOST, INFINITE, amplitudes), Result::ReadFailed);
+    EXPECT_EQ(file.GetRMSAmplitude(MAX - 1, MAX, 1.0, amplitudes), Result::ReadFailed);
+    EXPECT_EQ(file.GetRMSAmplitude(0, MAX, INFINITE, amplitudes), Result::ReadFailed);
     EXPECT_THAT(amplitudes, IsEmpty());
 }
 
@@ -390,15 +390,15 @@ TEST_F(PeakFileRead, AFileCutWhileItIsOpenFails) {
 class PeakFileReadIdentity : public PeakFileRead, public testing::WithParamInterface<int> {
 protected:
     /// Both readers on the file that is open, over one range.
-    void ExpectLiteral(PeakReader& literal, int first, int end, double step) {
-        Peaks literalPeaks;
-        Amplitudes literalAmplitudes;
+    void ExpectReference(PeakReader& reference, int first, int end, double step) {
+        Peaks referencePeaks;
+        Amplitudes referenceAmplitudes;
         EXPECT_EQ(file.GetChannelPeaks(first, end, step, peaks),
-                  literal.GetChannelPeaks(first, end, step, literalPeaks));
+                  reference.GetChannelPeaks(first, end, step, referencePeaks));
         EXPECT_EQ(file.GetRMSAmplitude(first, end, step, amplitudes),
-                  literal.GetRMSAmplitude(first, end, step, literalAmplitudes));
-        ASSERT_EQ(peaks, literalPeaks) << first << " to " << end << " by " << step;
-        ASSERT_EQ(amplitudes, literalAmplitudes) << first << " to " << end << " by " << step;
+                  reference.GetRMSAmplitude(first, end, step, referenceAmplitudes));
+        ASSERT_EQ(peaks, referencePeaks) << first << " to " << end << " by " << step;
+        ASSERT_EQ(amplitudes, referenceAmplitudes) << first << " to " << end << " by " << step;
     }
 };
 
@@ -407,14 +407,14 @@ TEST_P(PeakFileReadIdentity, EveryRangeAndStepGivesTheSamePoints) {
     const int blocks = 30011;  // several pieces of the reader
     ASSERT_TRUE(OpenOf(PeakHeader(static_cast<unsigned>(channels), blocks) +
                        RandomBlocks(channels, blocks, 3)));
-    PeakReader literal((folder / "p.xwpk").string(), channels, blocks);
+    PeakReader reference((folder / "p.xwpk").string(), channels, blocks);
 
-    ExpectLiteral(literal, 0, blocks, 16.6727777);
-    ExpectLiteral(literal, 0, blocks, blocks);
-    ExpectLiteral(literal, 12345, 12999, 1.0);
-    ExpectLiteral(literal, blocks - 50, blocks, 1.1);
-    ExpectLiteral(literal, 77, 2077, 1.7);
-    ExpectLiteral(literal, 0, 10, 3.0);
+    ExpectReference(reference, 0, blocks, 16.6727777);
+    ExpectReference(reference, 0, blocks, blocks);
+    ExpectReference(reference, 12345, 12999, 1.0);
+    ExpectReference(reference, blocks - 50, blocks, 1.1);
+    ExpectReference(reference, 77, 2077, 1.7);
+    ExpectReference(reference, 0, 10, 3.0);
 }
 
 TEST_P(PeakFileReadIdentity, CutAtAnyByteTheResultsAreTheSame) {
@@ -423,9 +423,9 @@ TEST_P(PeakFileReadIdentity, CutAtAnyByteTheResultsAreTheSame) {
         PeakHeader(static_cast<unsigned>(channels), 9) + RandomBlocks(channels, 9, 5);
     for (std::size_t size = 20; size <= whole.size(); ++size) {
         ASSERT_TRUE(OpenOf(whole.substr(0, size)));
-        PeakReader literal((folder / "p.xwpk").string(), channels, 9);
-        for (const double step : {1.0, 2.0, 3.5, 100.0}) ExpectLiteral(literal, 0, 9, step);
-        ExpectLiteral(literal, 4, 6, 1.5);
+        PeakReader reference((folder / "p.xwpk").string(), channels, 9);
+        for (const double step : {1.0, 2.0, 3.5, 100.0}) ExpectReference(reference, 0, 9, step);
+        ExpectReference(reference, 4, 6, 1.5);
         file.Close();
     }
 }

@@ -35,14 +35,14 @@ constexpr int BLOCK = 1920;
 
 /// An hour behind every file that a test writes.
 std::int64_t InAnHour() {
-    return orlo::standin::SystemFileClock() + 3'600'000'000'000;
+    return orlo::files::SystemFileClock() + 3'600'000'000'000;
 }
 
 /// Files that lie unchanged for long, opened again and again.
 class ConformedFileReopening : public testing::Test {
 protected:
-    void SetUp() override { orlo::standin::fileClock = InAnHour; }
-    void TearDown() override { orlo::standin::fileClock = orlo::standin::SystemFileClock; }
+    void SetUp() override { orlo::files::fileClock = InAnHour; }
+    void TearDown() override { orlo::files::fileClock = orlo::files::SystemFileClock; }
 
     std::string Name(int index) const { return "a" + std::to_string(index) + ".xwmc"; }
     void Write(int index, const std::string& bytes) { WriteFile(folder_ / Name(index), bytes); }
@@ -257,7 +257,7 @@ TEST_F(ConformedFileReopening, OfAFileThatWasRewrittenInPlaceGivesTheNewSamples)
 }
 
 TEST_F(ConformedFileReopening, OfAFileWrittenAMomentAgoTrustsNothing) {
-    orlo::standin::fileClock = orlo::standin::SystemFileClock;
+    orlo::files::fileClock = orlo::files::SystemFileClock;
 
     // Faster than the clock of most file systems goes: the times of the file often stay the same.
     for (int i = 0; i < 300; ++i) {

@@ -153,15 +153,15 @@ TEST_F(MediaDBTest, PathsOfEveryScriptComeBackAsTheyWere) {
 
 TEST_F(MediaDBTest, NegativeAndExtremeNumbersAreKeysLikeOthers) {
     MediaDB database = Open();
-    constexpr int LEAST = std::numeric_limits<int>::min();
-    database.AddConformedFile(L"/m/a.wav", L"", LEAST, LEAST, L"n.xwmc");
+    constexpr int MIN = std::numeric_limits<int>::min();
+    database.AddConformedFile(L"/m/a.wav", L"", MIN, MIN, L"n.xwmc");
     std::wstring name;
 
-    EXPECT_TRUE(database.GetConformedFilename(L"/m/a.wav", L"", LEAST, LEAST, &name));
+    EXPECT_TRUE(database.GetConformedFilename(L"/m/a.wav", L"", MIN, MIN, &name));
     const auto due = database.FindUnusedConformedFiles(0);
     ASSERT_EQ(due.size(), 1u);
-    EXPECT_EQ(due[0].streamIndex, LEAST);
-    EXPECT_EQ(due[0].sampleRate, LEAST);
+    EXPECT_EQ(due[0].streamIndex, MIN);
+    EXPECT_EQ(due[0].sampleRate, MIN);
 }
 
 TEST_F(MediaDBTest, ASecondRecordOfAKeyIsRefusedAndTheFirstStays) {

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <climits>
 
-#include "tests/reference/LiteralResampler.h"
+#include "tests/reference/ReferenceResampler.h"
 #include "tests/support/MixRig.h"
 #include "tests/support/SpyPlugins.h"
 
@@ -72,8 +72,8 @@ TEST_F(ObjectRender, ScalesTheInPointBySpeedToo) {
 
     // The read starts at source sample 192000, 64 frames of margin before it.
     Samples expected(2 * 100);
-    sonrel::literal::ResampleStereo(48000, 2.0, source.data() + 2 * (192000 - 64), 64, 200 + 128,
-                                    expected.data(), 100);
+    sonrel::reference::ResampleStereo(48000, 2.0, source.data() + 2 * (192000 - 64), 64, 200 + 128,
+                                      expected.data(), 100);
     EXPECT_EQ(rig_.Render(builder_, object, 192000, 100).Valid(), expected);
 }
 

@@ -6,7 +6,7 @@
 
 #include "sonrel/mixer/detail/AssetSource.h"
 #include "sonrel/mixer/detail/AudioMixerImpl.h"
-#include "tests/reference/LiteralResampler.h"
+#include "tests/reference/ReferenceResampler.h"
 #include "tests/support/MixRig.h"
 #include "tests/support/SpyPlugins.h"
 
@@ -20,8 +20,8 @@ using Frame = std::pair<short, short>;
 Samples Filtered(const Samples& source, int begin, int span, int margin, double speed, int count,
                  int rate = 48000) {
     Samples output(2 * static_cast<std::size_t>(count));
-    sonrel::literal::ResampleStereo(rate, speed, source.data() + 2 * begin, margin, span,
-                                    output.data(), count);
+    sonrel::reference::ResampleStereo(rate, speed, source.data() + 2 * begin, margin, span,
+                                      output.data(), count);
     return output;
 }
 

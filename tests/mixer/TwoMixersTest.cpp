@@ -38,7 +38,7 @@ TEST(TwoMixers, MixOneProjectAtOnceAsEachDoesAlone) {
     kind.settings = {25.0, RATE, FRAMES};
     kind.effects = kind.transitions = kind.compositions = true;
     for (int number = 0; number < SCENES; ++number) {
-        const literal::Scene scene = MakeRandomScene(kind, random);
+        const reference::Scene scene = MakeRandomScene(kind, random);
         const RealisedScene real(scene);
         const std::size_t compositions = scene.compositions.size();
         MixRig alone;

@@ -10,7 +10,7 @@ namespace sonrel_tests {
 
 namespace {
 
-constexpr std::chrono::seconds PATIENCE{20};  // only a broken build meets it
+constexpr std::chrono::seconds TIMEOUT{20};  // only a broken build meets it
 
 Submission Copy(const device::SourceBuffer& buffer) {
     Submission copy;
@@ -199,12 +199,12 @@ void FakeDevice::ReportStreamEnd() {
 
 bool FakeDevice::WaitForQueued(std::size_t buffers) {
     std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, PATIENCE, [&] { return queue_.size() >= buffers; });
+    return changed_.wait_for(lock, TIMEOUT, [&] { return queue_.size() >= buffers; });
 }
 
 bool FakeDevice::WaitForSubmissions(std::size_t buffers) {
     std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, PATIENCE, [&] { return submissions_.size() >= buffers; });
+    return changed_.wait_for(lock, TIMEOUT, [&] { return submissions_.size() >= buffers; });
 }
 
 std::vector<Submission> FakeDevice::Submissions() const {

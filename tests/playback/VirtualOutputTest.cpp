@@ -24,7 +24,7 @@ using Clock = VirtualOutput::Clock;
 
 namespace {
 
-constexpr std::chrono::seconds PATIENCE{20};
+constexpr std::chrono::seconds TIMEOUT{20};
 
 /// A source of 1, 2, 3, ... in both channels, up to a number of frames.
 class CountingSource : public AudioOutputSource {
@@ -59,7 +59,7 @@ private:
 
 template <class Condition>
 bool Wait(Condition condition) {
-    const auto deadline = steady_clock::now() + PATIENCE;
+    const auto deadline = steady_clock::now() + TIMEOUT;
     while (!condition()) {
         if (steady_clock::now() > deadline) return false;
         std::this_thread::sleep_for(milliseconds(1));
@@ -120,7 +120,7 @@ TEST(VirtualOutput, AdvanceBufferGoesToTheEndOfWhatIsReady) {
     const auto source = std::make_shared<CountingSource>(5000);
     ASSERT_TRUE(output->Open(48000, source));
 
-    EXPECT_EQ(output->AdvanceBuffer(PATIENCE), 5000);
+    EXPECT_EQ(output->AdvanceBuffer(TIMEOUT), 5000);
 
     EXPECT_EQ(source->Left(), 0);
 }
@@ -134,7 +134,7 @@ TEST(VirtualOutput, AdvanceBufferWaitsForABuffer) {
         output.Wake();
     });
 
-    EXPECT_EQ(output.AdvanceBuffer(PATIENCE), 7);
+    EXPECT_EQ(output.AdvanceBuffer(TIMEOUT), 7);
 
     later.join();
 }
@@ -156,7 +156,7 @@ TEST(VirtualOutput, StepsFromInsideAPullAreRefused) {
     VirtualOutput output(Clock::Stepped);
     const auto source = std::make_shared<CountingSource>(10);
     std::atomic<int> stepped = -1;
-    source->insidePull = [&] { stepped = output.Advance(1) + output.AdvanceBuffer(PATIENCE); };
+    source->insidePull = [&] { stepped = output.Advance(1) + output.AdvanceBuffer(TIMEOUT); };
     ASSERT_TRUE(output.Open(48000, source));
 
     EXPECT_EQ(output.Advance(1), 1);
@@ -171,7 +171,7 @@ TEST(VirtualOutput, OnlyASteppedOutputTakesSteps) {
     ASSERT_TRUE(drained.Open(48000, std::make_shared<CountingSource>(0)));
 
     EXPECT_EQ(paced.Advance(10), 0);
-    EXPECT_EQ(paced.AdvanceBuffer(PATIENCE), 0);
+    EXPECT_EQ(paced.AdvanceBuffer(TIMEOUT), 0);
     EXPECT_EQ(drained.Advance(10), 0);
 }
 
@@ -179,7 +179,7 @@ TEST(VirtualOutput, AClosedOutputTakesNoSteps) {
     VirtualOutput output(Clock::Stepped);
 
     EXPECT_EQ(output.Advance(10), 0);
-    EXPECT_EQ(output.AdvanceBuffer(PATIENCE), 0);
+    EXPECT_EQ(output.AdvanceBuffer(TIMEOUT), 0);
     EXPECT_FALSE(output.IsOpen());
     EXPECT_EQ(output.SampleRate(), 0);
 }

@@ -28,8 +28,8 @@ float RandomLevelValue(std::mt19937& random) {
            static_cast<float>(Pick(random, 0, 3)) * 0.37f;
 }
 
-literal::Level RandomLevel(std::mt19937& random) {
-    literal::Level level;
+reference::Level RandomLevel(std::mt19937& random) {
+    reference::Level level;
     if (Chance(random, 40)) return level;
     if (Chance(random, 50)) {
         level.fixed = RandomLevelValue(random);
@@ -43,8 +43,8 @@ literal::Level RandomLevel(std::mt19937& random) {
     return level;
 }
 
-std::vector<literal::Effect> RandomEffects(std::mt19937& random) {
-    std::vector<literal::Effect> effects;
+std::vector<reference::Effect> RandomEffects(std::mt19937& random) {
+    std::vector<reference::Effect> effects;
     for (int i = Pick(random, 1, 3); i > 0; --i) {
         const int back = OneOf(random, {0, 0, 10, 500});
         const int ahead = OneOf(random, {0, 0, 7});
@@ -53,9 +53,9 @@ std::vector<literal::Effect> RandomEffects(std::mt19937& random) {
     return effects;
 }
 
-literal::Clip RandomClip(const SceneKind& kind, std::mt19937& random, int compositionsFrom,
-                         int compositionsTo) {
-    literal::Clip clip;
+reference::Clip RandomClip(const SceneKind& kind, std::mt19937& random, int compositionsFrom,
+                           int compositionsTo) {
+    reference::Clip clip;
     if (kind.compositions && compositionsFrom < compositionsTo && Chance(random, 35)) {
         clip.composition = Pick(random, compositionsFrom, compositionsTo - 1);
     } else {
@@ -71,15 +71,15 @@ literal::Clip RandomClip(const SceneKind& kind, std::mt19937& random, int compos
     return clip;
 }
 
-literal::Track RandomTrack(const SceneKind& kind, std::mt19937& random, int compositions) {
-    literal::Track track;
+reference::Track RandomTrack(const SceneKind& kind, std::mt19937& random, int compositions) {
+    reference::Track track;
     track.muted = Chance(random, 8);
     track.solo = Chance(random, 8);
     track.level = RandomLevel(random);
     track.balance = OneOf(random, {0.0f, 0.0f, 0.3f, -0.5f, 1.0f, -1.0f, 1.5f, -0.0f});
     int frame = Pick(random, 0, 2);
     while (frame < kind.settings.frameCount) {
-        literal::Clip clip = RandomClip(kind, random, 0, compositions);
+        reference::Clip clip = RandomClip(kind, random, 0, compositions);
         clip.startFrame = frame;
         clip.endFrame = frame + Pick(random, 1, 6);
         frame = clip.endFrame + (Chance(random, 70) ? 0 : Pick(random, 1, 3));
@@ -99,15 +99,15 @@ literal::Track RandomTrack(const SceneKind& kind, std::mt19937& random, int comp
     return track;
 }
 
-literal::Composition RandomComposition(const SceneKind& kind, std::mt19937& random, int index,
-                                       int compositions) {
-    literal::Composition composition;
+reference::Composition RandomComposition(const SceneKind& kind, std::mt19937& random, int index,
+                                         int compositions) {
+    reference::Composition composition;
     composition.settings = kind.settings;
     if (Chance(random, 50)) composition.settings.rate = OneOf(random, {8000, 44100, 48000});
     if (Chance(random, 50)) composition.settings.frameRate = OneOf(random, {24.0, 29.97, 60.0});
     composition.settings.frameCount = Pick(random, 0, 14);
     for (int i = Pick(random, 0, 3); i > 0; --i) {
-        literal::Clip layer = RandomClip(kind, random, index + 1, compositions);
+        reference::Clip layer = RandomClip(kind, random, index + 1, compositions);
         layer.startFrame = Pick(random, 0, 6);
         layer.endFrame = layer.startFrame + Pick(random, 1, 10);
         layer.visible = !Chance(random, 8);
@@ -117,26 +117,26 @@ literal::Composition RandomComposition(const SceneKind& kind, std::mt19937& rand
     return composition;
 }
 
-void Realise(const literal::Settings& from, project::AudioVideoSettings& to) {
+void Realise(const reference::Settings& from, project::AudioVideoSettings& to) {
     Apply({from.frameRate, from.rate, from.frameCount}, to);
 }
 
-void Realise(const literal::Level& level, project::PropertyManager& animation) {
+void Realise(const reference::Level& level, project::PropertyManager& animation) {
     animation.SetStaticValue("audioLevel", level.fixed);
-    for (const literal::Level::Key& key : level.keys) {
+    for (const reference::Level::Key& key : level.keys) {
         animation.SetKeyframe("audioLevel", key.ms, key.value);
     }
 }
 
 /// What objects and layers share.
 template <class Placed>
-void Realise(const literal::Clip& clip, Placed& placed) {
+void Realise(const reference::Clip& clip, Placed& placed) {
     placed.SetRange(clip.startFrame, clip.endFrame);
     placed.SetSourceStartFrame(clip.inPointFrame);
     placed.SetMuted(clip.muted);
     placed.Animation().SetStaticValue("speed", clip.speed);
     Realise(clip.level, placed.Animation());
-    for (const literal::Effect& effect : clip.effects) {
+    for (const reference::Effect& effect : clip.effects) {
         placed.AddEffect(effect.plugin)->SetEnabled(effect.enabled);
     }
 }
@@ -144,8 +144,8 @@ void Realise(const literal::Clip& clip, Placed& placed) {
 }  // namespace
 
 MediaShelf::MediaShelf() {
-    const auto add = [&](int frames) -> literal::Media& {
-        literal::Media media;
+    const auto add = [&](int frames) -> reference::Media& {
+        reference::Media media;
         media.samples = Noise(frames, static_cast<unsigned int>(frames));
         media.conformedCount = frames;
         paths_.push_back(files_.WriteConformed(media.samples));
@@ -154,12 +154,12 @@ MediaShelf::MediaShelf() {
     };
     for (const int frames : {0, 1, 700, 5000, 20000, 40000, 60000}) add(frames);
     add(30000).available = false;
-    literal::Media& merged = add(9000);
+    reference::Media& merged = add(9000);
     merged.merged = true;
     merged.mergedFirst = 1500;
     merged.mergedEnd = 16000;
     merged.conformedCount = 20000;
-    literal::Media& quiet = add(50000);
+    reference::Media& quiet = add(50000);
     quiet.conformedCount = 45000;
 }
 
@@ -168,8 +168,8 @@ const MediaShelf& Shelf() {
     return SHELF;
 }
 
-literal::Scene MakeRandomScene(const SceneKind& kind, std::mt19937& random) {
-    literal::Scene scene;
+reference::Scene MakeRandomScene(const SceneKind& kind, std::mt19937& random) {
+    reference::Scene scene;
     scene.media = Shelf().Media();
     const int compositions = kind.compositions ? Pick(random, 1, 3) : 0;
     for (int i = 0; i < compositions; ++i) {
@@ -183,16 +183,16 @@ literal::Scene MakeRandomScene(const SceneKind& kind, std::mt19937& random) {
     return scene;
 }
 
-RealisedScene::RealisedScene(const literal::Scene& scene) {
+RealisedScene::RealisedScene(const reference::Scene& scene) {
     AddMedia(scene);
-    for (const literal::Composition& from : scene.compositions) {
+    for (const reference::Composition& from : scene.compositions) {
         compositions_.push_back(std::make_shared<project::CompositionAsset>());
         Realise(from.settings, compositions_.back()->Settings());
         project_->Assets().Add(compositions_.back());
     }
     for (std::size_t i = 0; i < scene.compositions.size(); ++i) {
         layers_.emplace_back();
-        for (const literal::Clip& clip : scene.compositions[i].layers) {
+        for (const reference::Clip& clip : scene.compositions[i].layers) {
             const auto layer = std::make_shared<project::AssetLayer>(AssetOf(clip));
             Realise(clip, *layer);
             layer->SetVisible(clip.visible);
@@ -203,17 +203,17 @@ RealisedScene::RealisedScene(const literal::Scene& scene) {
     }
     Realise(scene.sequence.settings, Sequence()->Settings());
     Realise(scene.sequence.master, Sequence()->AudioMasterTrack()->Animation());
-    for (const literal::Track& track : scene.sequence.tracks) AddTrack(track);
+    for (const reference::Track& track : scene.sequence.tracks) AddTrack(track);
 }
 
-zrtl::ZRID RealisedScene::AssetOf(const literal::Clip& clip) const {
+zrtl::ZRID RealisedScene::AssetOf(const reference::Clip& clip) const {
     return clip.media >= 0 ? media_[static_cast<std::size_t>(clip.media)]->ID()
                            : compositions_[static_cast<std::size_t>(clip.composition)]->ID();
 }
 
-void RealisedScene::AddMedia(const literal::Scene& scene) {
+void RealisedScene::AddMedia(const reference::Scene& scene) {
     for (std::size_t i = 0; i < scene.media.size(); ++i) {
-        const literal::Media& from = scene.media[i];
+        const reference::Media& from = scene.media[i];
         auto stream =
             std::make_unique<project::MediaAudioStream>(48000, 0, zrh::media::ZRAudioCodec::Pcm);
         stream->SetConformedFile(Shelf().ConformedPath(i), 48000);
@@ -227,14 +227,14 @@ void RealisedScene::AddMedia(const literal::Scene& scene) {
     }
 }
 
-void RealisedScene::AddTrack(const literal::Track& track) {
+void RealisedScene::AddTrack(const reference::Track& track) {
     const auto to = Sequence()->AddAudioTrack();
     to->SetMuted(track.muted);
     to->SetSolo(track.solo);
     to->Animation().SetStaticValue("stereoBalance", track.balance);
     Realise(track.level, to->Animation());
     auto& objects = objects_.emplace_back();
-    for (const literal::Clip& clip : track.clips) {
+    for (const reference::Clip& clip : track.clips) {
         const auto object = std::make_shared<project::AssetAudioObject>(AssetOf(clip));
         Realise(clip, *object);
         to->Objects().Add(object);
@@ -244,12 +244,12 @@ void RealisedScene::AddTrack(const literal::Track& track) {
         return clip < 0 ? zrtl::ZRID() : objects[static_cast<std::size_t>(clip)]->ID();
     };
     std::vector<std::shared_ptr<project::Transition>> transitions;
-    for (const literal::Transition& from : track.transitions) {
+    for (const reference::Transition& from : track.transitions) {
         transitions.push_back(std::make_shared<project::Transition>(
             from.plugin, idOf(from.from), idOf(from.to), from.length, from.relativeStart));
     }
     for (std::size_t i = 0; i < track.clips.size(); ++i) {
-        const literal::Clip& clip = track.clips[i];
+        const reference::Clip& clip = track.clips[i];
         if (clip.incoming >= 0) {
             objects[i]->SetIncomingTransition(transitions[static_cast<std::size_t>(clip.incoming)]);
         }

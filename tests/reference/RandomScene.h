@@ -6,24 +6,24 @@
 #include <string>
 #include <vector>
 
-#include "tests/reference/LiteralMix.h"
+#include "tests/reference/ReferenceMix.h"
 #include "tests/support/ProjectBuilder.h"
 
 namespace sonrel_tests {
 
-namespace literal = orlo::sonrel::literal;
+namespace reference = orlo::sonrel::reference;
 
 /// The media that all scenes of a program draw from, written once.
 class MediaShelf {
 public:
     MediaShelf();
 
-    const std::vector<literal::Media>& Media() const { return media_; }
+    const std::vector<reference::Media>& Media() const { return media_; }
     const std::wstring& ConformedPath(std::size_t media) const { return paths_[media]; }
 
 private:
     ProjectBuilder files_;
-    std::vector<literal::Media> media_;
+    std::vector<reference::Media> media_;
     std::vector<std::wstring> paths_;
 };
 
@@ -31,7 +31,7 @@ const MediaShelf& Shelf();
 
 /// What a random scene may contain beside objects, levels, balance, mute and solo.
 struct SceneKind {
-    literal::Settings settings;
+    reference::Settings settings;
     bool speeds = true;
     bool effects = false;
     bool transitions = false;
@@ -39,12 +39,12 @@ struct SceneKind {
 };
 
 /// A small scene; its media are those of the shelf.
-literal::Scene MakeRandomScene(const SceneKind& kind, std::mt19937& random);
+reference::Scene MakeRandomScene(const SceneKind& kind, std::mt19937& random);
 
 /// The project of a scene, with its parts by the scene's indices.
 class RealisedScene {
 public:
-    explicit RealisedScene(const literal::Scene& scene);
+    explicit RealisedScene(const reference::Scene& scene);
 
     const std::shared_ptr<project::Project>& Project() const { return project_; }
     const std::shared_ptr<project::EditorSequence>& Sequence() const {
@@ -63,9 +63,9 @@ public:
     }
 
 private:
-    zrtl::ZRID AssetOf(const literal::Clip& clip) const;
-    void AddMedia(const literal::Scene& scene);
-    void AddTrack(const literal::Track& track);
+    zrtl::ZRID AssetOf(const reference::Clip& clip) const;
+    void AddMedia(const reference::Scene& scene);
+    void AddTrack(const reference::Track& track);
 
     std::shared_ptr<project::Project> project_ = std::make_shared<project::Project>();
     std::vector<std::shared_ptr<project::MediaAsset>> media_;

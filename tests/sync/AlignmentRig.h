@@ -11,7 +11,7 @@
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/project/MediaAsset.h"
 #include "sonrel/sync/AudioSync.h"
-#include "tests/reference/LiteralAlignment.h"
+#include "tests/reference/ReferenceAlignment.h"
 #include "tests/support/ProjectBuilder.h"
 
 namespace sonrel_tests {

@@ -171,7 +171,7 @@ TEST_F(Alignment, SilentBlocksAnswerTheFirstBlockWithNoCorrelation) {
     const auto result = rig_.Find(reference, silence);
 
     // Nothing was refined: the offset is that of the first segment in the first block.
-    const std::vector<LiteralSegment> segments = LiteralSegments(reference);
+    const std::vector<ReferenceSearchSegment> segments = ReferenceSearchSegments(reference);
     EXPECT_EQ(result.correlation, 0.0);
     EXPECT_EQ(result.offset, RATE + segments.front().start);
 }
@@ -196,7 +196,7 @@ TEST_F(Alignment, EverySearchHasTheBitsOfThePlainForm) {
 
         const auto result = rig_.Find(a, b);
 
-        const LiteralCorrelation expected = LiteralFindOffset(a, b, RATE);
+        const ReferenceCorrelation expected = ReferenceFindOffset(a, b, RATE);
         ASSERT_EQ(result.correlation, expected.correlation) << seed;
         ASSERT_EQ(result.offset, expected.offset) << seed;
     }
@@ -283,9 +283,9 @@ TEST_F(Alignment, AFileThatLostItsEndIsSearchedAsFarAsItGoes) {
 
 TEST_F(Alignment, ProgressCountsUpByOneAndReachesTheTotalOnceAtTheEnd) {
     const LongPair pair;
-    const auto steps = static_cast<int>(15 * LiteralSegments(pair.shorter).size());
-    const auto total =
-        static_cast<int>(16 * static_cast<double>(LiteralSegments(pair.shorter).size()) * 1.1);
+    const auto steps = static_cast<int>(15 * ReferenceSearchSegments(pair.shorter).size());
+    const auto total = static_cast<int>(
+        16 * static_cast<double>(ReferenceSearchSegments(pair.shorter).size()) * 1.1);
     ProgressCalls calls;
 
     rig_.Find(pair.shorter, pair.longer, Recorder(calls));
@@ -369,7 +369,7 @@ TEST_F(Alignment, ASearchCancelledAtAnyStepAnswersNothingAndReportsNothingMore) 
     const LongPair pair;
     const auto shorter = rig_.Add(pair.shorter);
     const auto longer = rig_.Add(pair.longer);
-    const int steps = static_cast<int>(15 * LiteralSegments(pair.shorter).size());
+    const int steps = static_cast<int>(15 * ReferenceSearchSegments(pair.shorter).size());
     for (int at = 0; at < steps; at += 3) {
         std::atomic<bool> cancel{false};
         int last = -1;
@@ -389,7 +389,7 @@ TEST_F(Alignment, ASearchCancelledAtAnyStepAnswersNothingAndReportsNothingMore) 
 
 TEST_F(Alignment, ASearchCancelledWhileItRefinesAnswersTheBestSoFar) {
     const LongPair pair;
-    const int steps = static_cast<int>(15 * LiteralSegments(pair.shorter).size());
+    const int steps = static_cast<int>(15 * ReferenceSearchSegments(pair.shorter).size());
     std::atomic<bool> cancel{false};
     ProgressCalls calls;
 
@@ -401,7 +401,7 @@ TEST_F(Alignment, ASearchCancelledWhileItRefinesAnswersTheBestSoFar) {
         },
         &cancel);
 
-    const LiteralCorrelation coarse = LiteralFindOffset(pair.shorter, pair.longer, RATE, false);
+    const ReferenceCorrelation coarse = ReferenceFindOffset(pair.shorter, pair.longer, RATE, false);
     EXPECT_EQ(result.offset, coarse.offset);
     EXPECT_EQ(result.correlation, coarse.correlation);
     EXPECT_EQ(calls.back().first, calls.back().second);
@@ -480,7 +480,7 @@ TEST_F(Alignment, EveryComparedRangeHasTheBitsOfThePlainForm) {
         const auto result =
             AudioSync::CompareRanges(rig_.Engine(), rig_.Add(a), rig_.Add(b), count, 100, 90);
 
-        const LiteralCorrelation expected = LiteralCompareRanges(a, b, count, 100, 90);
+        const ReferenceCorrelation expected = ReferenceCompareRanges(a, b, count, 100, 90);
         ASSERT_EQ(result.correlation, expected.correlation) << seed;
         ASSERT_EQ(result.offset, expected.offset) << seed;
     }
@@ -501,7 +501,7 @@ TEST_F(Alignment, ComparedRangesOfMonoRecordingsHaveTheBitsOfThePlainForm) {
         const auto result =
             AudioSync::CompareRanges(rig_.Engine(), rig_.Add(a), rig_.Add(b), 1500, 100, 100);
 
-        const LiteralCorrelation expected = LiteralCompareRanges(a, b, 1500, 100, 100);
+        const ReferenceCorrelation expected = ReferenceCompareRanges(a, b, 1500, 100, 100);
         EXPECT_EQ(result.correlation, expected.correlation) << at;
         EXPECT_EQ(result.offset, expected.offset) << at;
         EXPECT_EQ(result.offset, at - 1090);

@@ -11,7 +11,7 @@
 
 #include "sonrel/sync/AudioSync.h"
 #include "sonrel/sync/detail/CorrelationKernels.h"
-#include "tests/reference/LiteralAlignment.h"
+#include "tests/reference/ReferenceAlignment.h"
 #include "tests/support/CpuPaths.h"
 
 namespace sonrel_tests {
@@ -159,7 +159,8 @@ TEST_P(CrossCorrelation, EveryLengthHasTheBitsOfThePlainForm) {
 
         const auto result = Correlate(a, b);
 
-        const LiteralCorrelation expected = LiteralCrossCorrelate(a.data(), 1, b.data(), 1, count);
+        const ReferenceCorrelation expected =
+            ReferenceCrossCorrelate(a.data(), 1, b.data(), 1, count);
         ASSERT_EQ(result.correlation, expected.correlation) << count;
         ASSERT_EQ(result.offset, expected.offset) << count;
     }
@@ -446,8 +447,8 @@ TEST(SearchBlock, TheHistoryCountsDoublesAndIsAddedBeforeItIsStored) {
     const SearchResult result = SearchBlock(Channel::Left, 100, 200, block.normA, block.normB,
                                             block.a, block.b, &product, &history);
 
-    const LiteralCorrelation plain =
-        LiteralSearchBlock(100, 200, block.normA, block.normB, block.a, block.b, &expected);
+    const ReferenceCorrelation plain =
+        ReferenceSearchBlock(100, 200, block.normA, block.normB, block.a, block.b, &expected);
     EXPECT_EQ(history, expected);
     EXPECT_EQ(history[99], 0.099);  // one value less than the overlap is carried
     EXPECT_EQ(result.correlation, plain.correlation);

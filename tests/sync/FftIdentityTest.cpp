@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "sonrel/sync/detail/Fft.h"
-#include "tests/reference/LiteralFft.h"
+#include "tests/reference/ReferenceFft.h"
 #include "tests/support/CpuPaths.h"
 
 namespace sonrel_tests {
@@ -20,7 +20,7 @@ TEST(FftIdentity, LargeSizesHaveTheBitsOfThePlainFormOnEveryPath) {
         std::vector<double> input(2 * static_cast<std::size_t>(points));
         for (double& value : input) value = static_cast<double>(static_cast<int>(engine()));
         std::vector<double> expected = input;
-        LiteralFft(expected.data(), points);
+        ReferenceFft(expected.data(), points);
         for (const auto path : orlo::sonrel::test::AvailableCpuPaths()) {
             ASSERT_TRUE(orlo::sonrel::detail::ForceCpuPath(path));
             for (const unsigned int threads : {1U, 3U}) {

@@ -9,7 +9,7 @@
 
 #include "sonrel/sync/detail/Fft.h"
 #include "sonrel/sync/detail/FftTables.h"
-#include "tests/reference/LiteralFft.h"
+#include "tests/reference/ReferenceFft.h"
 #include "tests/support/CpuPaths.h"
 
 namespace sonrel_tests {
@@ -130,7 +130,7 @@ TEST_P(Fft, EverySizeHasTheBitsOfThePlainForm) {
     for (unsigned int points = 1; points <= 1U << 16; points *= 2) {
         std::vector<double> expected = Noise(points);
         std::vector<double> data = expected;
-        LiteralFft(expected.data(), points);
+        ReferenceFft(expected.data(), points);
 
         FastFourierTransform(data.data(), points, 1);
 
@@ -142,7 +142,7 @@ TEST_P(Fft, EveryThreadBudgetHasTheSameBits) {
     for (const unsigned int points : {2U, 16U, 64U, 128U, 2048U, 1U << 17}) {
         std::vector<double> expected = Noise(points);
         const std::vector<double> input = expected;
-        LiteralFft(expected.data(), points);
+        ReferenceFft(expected.data(), points);
         for (const unsigned int threads : {0U, 1U, 2U, 3U, 8U, 64U}) {
             std::vector<double> data = input;
 
@@ -170,7 +170,7 @@ TEST_P(Fft, DataNeedNotLieOnACacheLine) {
     std::vector<double> expected = Noise(512);
     std::vector<double> shifted(expected.size() + 1);
     std::copy(expected.begin(), expected.end(), shifted.begin() + 1);
-    LiteralFft(expected.data(), 512);
+    ReferenceFft(expected.data(), 512);
 
     FastFourierTransform(shifted.data() + 1, 512, 1);
 

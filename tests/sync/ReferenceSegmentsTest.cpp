@@ -259,7 +259,7 @@ TEST_F(CollectSegments, EveryRecordingHasTheSegmentsOfThePlainForm) {
         const ReferenceSet set = Collect(recording);
 
         Places expected;
-        for (const LiteralSegment& segment : LiteralSegments(recording)) {
+        for (const ReferenceSearchSegment& segment : ReferenceSearchSegments(recording)) {
             expected.emplace_back(segment.start, segment.length);
         }
         ASSERT_EQ(PlacesOf(set.segments), expected) << seed;

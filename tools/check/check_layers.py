@@ -135,7 +135,7 @@ KNOWN = [
     ("sonrel/cache/LogFile.cpp", "sonrel/mixer/detail/GainLaw.h", False),
     ("sonrel/engine/Sonrel.cpp", "sonrel/media/ImportMediaAsset.h", False),
     ("sonrel/media/input/Demuxer.cpp", "libavformat/avformat.h", True),
-    ("sonrel/media/input/Demuxer.cpp", "sonrel/media/index/StreamMap.h", False),
+    ("sonrel/media/input/Demuxer.cpp", "sonrel/media/index/StreamIndex.h", False),
     ("sonrel/media/MediaFile.cpp", "sonrel/mixer/AudioMixer.h", False),
     ("sonrel/media/MediaInfo.h", "sqlite3.h", False),
     ("sonrel/base/Timing.h", "sonrel/project.h", False),

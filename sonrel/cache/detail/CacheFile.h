@@ -53,7 +53,7 @@ public:
 };
 
 /// Where a cache file lies and what is said when it fails.
-struct CacheFilePlace {
+struct CachePaths {
     std::wstring mediaPath;           // for the log
     std::wstring cacheFolder;         // not empty
     std::wstring extension;           // with its point
@@ -86,7 +86,7 @@ enum class WhenRefused { GiveUp, LookAgain };
 /// @param record  null without a database: a file is made each time and recorded nowhere
 /// @return the full path; empty on failure
 /// @throws std::exception what the record's Find and Remove throw, and "Cannot create UUID"
-std::wstring FindOrMakeCacheFile(const CacheFilePlace& place, CacheRecord* record,
+std::wstring FindOrMakeCacheFile(const CachePaths& place, CacheRecord* record,
                                  const MakeCacheFile& make, WhenRefused whenRefused);
 
 /// Makes a file under a fresh name and records it in place of the one that is recorded, whatever
@@ -94,7 +94,7 @@ std::wstring FindOrMakeCacheFile(const CacheFilePlace& place, CacheRecord* recor
 /// process uses it; it is then unused in the database, and housekeeping removes it.
 ///
 /// On failure the old file and its record stay. Everything else is as for FindOrMakeCacheFile.
-std::wstring RemakeCacheFile(const CacheFilePlace& place, CacheRecord* record,
+std::wstring RemakeCacheFile(const CachePaths& place, CacheRecord* record,
                              const MakeCacheFile& make);
 
 }  // namespace orlo::sonrel::detail

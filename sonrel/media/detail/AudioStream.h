@@ -7,10 +7,10 @@
 #include "sonrel/media/MediaInfo.h"
 #include "sonrel/media/ZRAbstractAudioStream.h"
 #include "sonrel/media/detail/StreamReader.h"
-#include "sonrel/media/index/StreamMap.h"
+#include "sonrel/media/index/StreamIndex.h"
 #include "sonrel/media/input/Ffmpeg.h"
 #include "sonrel/media/input/InputFile.h"
-#include "sonrel/media/input/ReadWatch.h"
+#include "sonrel/media/input/ReadMonitor.h"
 
 namespace zrh::media::detail {
 
@@ -38,12 +38,12 @@ public:
                    int* samplesRead) override;
 
     /// Takes over what the preparation of the file found out.
-    void SetMap(std::shared_ptr<const StreamMap> map);
+    void SetMap(std::shared_ptr<const StreamIndex> map);
 
-    int StreamIndex() const { return streamIndex_; }
-    const MediaStreamInfo& Facts() const { return facts_; }
+    int Number() const { return number_; }
+    const MediaStreamInfo& Info() const { return info_; }
     /// Null before the preparation, for other streams than audio and when the sound is unreadable.
-    const std::shared_ptr<const StreamMap>& Map() const { return map_; }
+    const std::shared_ptr<const StreamIndex>& Map() const { return map_; }
     /// Null after the release.
     const std::shared_ptr<const InputFile>& File() const { return state_->file; }
     /// Why the stream cannot be read, or None.
@@ -56,16 +56,16 @@ private:
                     int* samplesRead);
 
     std::shared_ptr<FileState> state_;
-    MediaStreamInfo facts_;
-    int streamIndex_;
+    MediaStreamInfo info_;
+    int number_;
     int type_;
     int rate_ = 0;
     int channels_ = 0;
     ViewFormat view_;
     long long sampleCount_ = 0;
-    std::shared_ptr<const StreamMap> map_;
+    std::shared_ptr<const StreamIndex> map_;
     std::unique_ptr<StreamReader> reader_;
-    ReadTally tally_;
+    ReadProgress tally_;
 };
 
 }  // namespace zrh::media::detail

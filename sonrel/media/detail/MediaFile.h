@@ -39,7 +39,7 @@ private:
     std::unique_ptr<Demuxer> demuxer_;
     std::vector<std::shared_ptr<ZRAbstractAudioStream>> streams_;
     std::vector<std::shared_ptr<AudioStream>> ownStreams_;
-    std::shared_ptr<const FileMap> map_;
+    std::shared_ptr<const FileIndex> map_;
     /// Only the value 1 is ever set. It asks for the sound alone, which is all that is read anyway.
     int readOption_ = 0;
 };

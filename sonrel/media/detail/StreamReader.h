@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "sonrel/media/index/StreamMap.h"
+#include "sonrel/media/index/StreamIndex.h"
 #include "sonrel/media/input/InputFile.h"
 
 namespace zrh::media::detail {
@@ -26,8 +26,8 @@ public:
 };
 
 std::unique_ptr<StreamReader> NewPcmReader(std::shared_ptr<const InputFile> file,
-                                           std::shared_ptr<const StreamMap> map);
+                                           std::shared_ptr<const StreamIndex> map);
 std::unique_ptr<StreamReader> NewPacketReader(std::shared_ptr<const InputFile> file,
-                                              std::shared_ptr<const StreamMap> map);
+                                              std::shared_ptr<const StreamIndex> map);
 
 }  // namespace zrh::media::detail

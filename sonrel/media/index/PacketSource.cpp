@@ -29,7 +29,7 @@ bool Fits(const PacketRecord& packet, const PacketRecord& record) {
 /// Reads packets where they lie in the file, many at a time.
 class DirectSource : public PacketSource {
 public:
-    DirectSource(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamMap> map)
+    DirectSource(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> map)
         : file_(std::move(file)), map_(std::move(map)) {}
 
     bool Fetch(std::int64_t index, AVPacket* packet) override {
@@ -61,7 +61,7 @@ private:
     }
 
     std::shared_ptr<const InputFile> file_;
-    std::shared_ptr<const StreamMap> map_;
+    std::shared_ptr<const StreamIndex> map_;
     std::vector<std::uint8_t> window_;
     std::int64_t windowStart_ = 0;
     std::size_t windowBytes_ = 0;
@@ -73,7 +73,7 @@ private:
 /// it from the front.
 class ContainerSource : public PacketSource {
 public:
-    ContainerSource(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamMap> map)
+    ContainerSource(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> map)
         : file_(std::move(file)), map_(std::move(map)) {}
 
     bool Fetch(std::int64_t index, AVPacket* packet) override {
@@ -214,7 +214,7 @@ private:
 
     void NarrowPlaces(const PacketRecord& record, std::size_t distance,
                       std::vector<std::int64_t>* places) const {
-        const PacketMap& packets = map_->packets;
+        const PacketIndex& packets = map_->packets;
         if (distance == 0) {
             for (std::int64_t i = 0; i < packets.PacketCount(); ++i) {
                 if (Fits(record, packets.Packet(i))) places->push_back(i);
@@ -228,7 +228,7 @@ private:
     }
 
     std::shared_ptr<const InputFile> file_;
-    std::shared_ptr<const StreamMap> map_;
+    std::shared_ptr<const StreamIndex> map_;
     std::unique_ptr<Demuxer> demuxer_;
     std::deque<PacketPtr> kept_;
     std::int64_t keptBytes_ = 0;
@@ -244,7 +244,7 @@ PacketRecord RecordOf(const AVPacket& packet) {
 }
 
 std::unique_ptr<PacketSource> NewPacketSource(std::shared_ptr<const InputFile> file,
-                                              std::shared_ptr<const StreamMap> map) {
+                                              std::shared_ptr<const StreamIndex> map) {
     if (map->packets.IsDirect()) {
         return std::make_unique<DirectSource>(std::move(file), std::move(map));
     }

@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "sonrel/media/index/StreamMap.h"
+#include "sonrel/media/index/StreamIndex.h"
 #include "sonrel/media/input/Demuxer.h"
 
 namespace zrh::media::detail {
@@ -27,7 +27,7 @@ public:
 /// Makes the source that fits the map: straight from the file where the map is direct, through the
 /// container otherwise.
 std::unique_ptr<PacketSource> NewPacketSource(std::shared_ptr<const InputFile> file,
-                                              std::shared_ptr<const StreamMap> map);
+                                              std::shared_ptr<const StreamIndex> map);
 
 /// The record of a packet that a container gave.
 PacketRecord RecordOf(const AVPacket& packet);

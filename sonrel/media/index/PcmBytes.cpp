@@ -24,7 +24,7 @@ bool StoresView(AVCodecID codec) {
     return IsNativeCodec(codec) || codec == AV_CODEC_ID_PCM_S24LE;
 }
 
-PcmBytes::PcmBytes(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamMap> map)
+PcmBytes::PcmBytes(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> map)
     : file_(std::move(file)),
       map_(std::move(map)),
       native_(IsNativeCodec(map_->parameters->codec_id)),

@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "sonrel/media/index/StreamMap.h"
+#include "sonrel/media/index/StreamIndex.h"
 #include "sonrel/media/input/InputFile.h"
 #include "sonrel/media/input/PacketDecoder.h"
 #include "sonrel/media/input/PacketPool.h"
@@ -17,7 +17,7 @@ namespace zrh::media::detail {
 /// Threads: one at a time.
 class PcmBytes {
 public:
-    PcmBytes(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamMap> map);
+    PcmBytes(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> map);
 
     /// The bytes in the file are the decoder's samples.
     bool IsNative() const { return native_; }
@@ -33,7 +33,7 @@ public:
 
 private:
     std::shared_ptr<const InputFile> file_;
-    std::shared_ptr<const StreamMap> map_;
+    std::shared_ptr<const StreamIndex> map_;
     bool native_ = false;
     std::unique_ptr<PacketDecoder> decoder_;
     PacketPool pool_;

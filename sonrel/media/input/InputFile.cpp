@@ -67,8 +67,8 @@ MediaError InputFile::Open(const std::wstring& path, std::shared_ptr<const Input
     if (!S_ISREG(status.st_mode)) return MediaError::NotRegularFile;
 
     opened->interrupt_ = InterruptFlag::OfThisThread();
-    opened->watch_ = ReadWatch::OfThisThread();
-    opened->identity_ = orlo::standin::IdentityOf(status);
+    opened->watch_ = ReadMonitor::OfThisThread();
+    opened->identity_ = orlo::files::IdentityOf(status);
     *file = std::move(opened);
     return MediaError::None;
 }

@@ -9,11 +9,11 @@
 #include "sonrel/files/FileIdentity.h"
 #include "sonrel/media/input/InterruptFlag.h"
 #include "sonrel/media/input/MediaErrors.h"
-#include "sonrel/media/input/ReadWatch.h"
+#include "sonrel/media/input/ReadMonitor.h"
 
 namespace zrh::media::detail {
 
-using orlo::standin::FileIdentity;
+using orlo::files::FileIdentity;
 
 /// A regular file, open for reading. Nothing but a regular file is ever opened: opening a pipe
 /// could block for ever and opening a device could do anything.
@@ -50,7 +50,7 @@ private:
     std::string path_;
     FileIdentity identity_;
     std::shared_ptr<InterruptFlag> interrupt_;
-    std::shared_ptr<ReadWatch> watch_;  // null without an observer
+    std::shared_ptr<ReadMonitor> watch_;  // null without an observer
 };
 
 }  // namespace zrh::media::detail

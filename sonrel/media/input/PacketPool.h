@@ -19,7 +19,7 @@ public:
     /// for.
     void Allocate(std::size_t size, AVPacket* packet) {
         if (pool_ == nullptr || size > largest_) {
-            largest_ = std::max(size + size / 2, SMALLEST_BUFFER);
+            largest_ = std::max(size + size / 2, MIN_BUFFER);
             pool_.reset(av_buffer_pool_init(largest_ + AV_INPUT_BUFFER_PADDING_SIZE, nullptr));
             if (pool_ == nullptr) throw std::bad_alloc();
         }
@@ -31,7 +31,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t SMALLEST_BUFFER = 4096;
+    static constexpr std::size_t MIN_BUFFER = 4096;
 
     BufferPoolPtr pool_;
     std::size_t largest_ = 0;

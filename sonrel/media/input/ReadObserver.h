@@ -30,7 +30,7 @@ public:
 };
 
 namespace detail {
-class ReadWatch;
+class ReadMonitor;
 }
 
 /// Watches what is read of the media files that this thread opens while the observer lives,
@@ -65,8 +65,8 @@ public:
     std::string Failure() const;
 
 private:
-    std::shared_ptr<detail::ReadWatch> watch_;
-    std::shared_ptr<detail::ReadWatch> outer_;
+    std::shared_ptr<detail::ReadMonitor> watch_;
+    std::shared_ptr<detail::ReadMonitor> outer_;
 };
 
 }  // namespace zrh::media

@@ -11,10 +11,10 @@
 
 namespace zrh::media::detail {
 
-inline constexpr int LOWEST_RATE = 64;
-inline constexpr int HIGHEST_RATE = 768000;
+inline constexpr int MIN_RATE = 64;
+inline constexpr int MAX_RATE = 768000;
 /// The most channels whose samples can be read: what libswresample handles.
-inline constexpr int MOST_CHANNELS = 64;
+inline constexpr int MAX_CHANNELS = 64;
 
 /// The samples as a stream's decoder gives them.
 struct DecodedFormat {

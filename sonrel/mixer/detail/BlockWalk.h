@@ -14,8 +14,8 @@ constexpr int OUT_OF_RANGE = -1;
 constexpr int TOO_LONG = -3;
 constexpr int RATE_TOO_HIGH = -4;
 
-constexpr int HIGHEST_OVERRIDE_RATE = 96000;
-constexpr unsigned int LONGEST_REQUEST_SECONDS = 60;
+constexpr int MAX_OVERRIDE_RATE = 96000;
+constexpr unsigned int MAX_REQUEST_SECONDS = 60;
 
 /// Checks a request and runs it block by block, from @p start in steps of exactly one video frame's
 /// worth of samples; the last block is the remainder. Blocks are not aligned to video frames, and
@@ -29,7 +29,7 @@ template <class MixBlock>
 int WalkBlocks(const project::AudioVideoSettings& settings, long long start, int count,
                unsigned char* buffer, int rateOverride, int sampleRate, const MixBlock& mixBlock) {
     const bool overridden = (rateOverride & 1) != 0;
-    if (overridden && sampleRate > HIGHEST_OVERRIDE_RATE) return RATE_TOO_HIGH;
+    if (overridden && sampleRate > MAX_OVERRIDE_RATE) return RATE_TOO_HIGH;
     const int rate = overridden ? sampleRate : settings.AudioSampleRateValue();
     const double frameRate = settings.FrameRate();
 
@@ -37,7 +37,7 @@ int WalkBlocks(const project::AudioVideoSettings& settings, long long start, int
     const int samplesPerFrame = zrtl::SamplesPerFrame(rate, frameRate);
     if (start < 0 || start > total || count < 1 || count > total - start) return OUT_OF_RANGE;
     const auto longest =
-        static_cast<std::int32_t>(static_cast<std::uint32_t>(rate) * LONGEST_REQUEST_SECONDS);
+        static_cast<std::int32_t>(static_cast<std::uint32_t>(rate) * MAX_REQUEST_SECONDS);
     if (count > longest) return TOO_LONG;
     // A video frame without a sample would never get on, and a block has an end.
     if (samplesPerFrame < 1 || samplesPerFrame > MixBlockPool::BLOCK_FRAMES) return TOO_LONG;

@@ -21,7 +21,7 @@ inline bool HasMeterObservers(const PlaybackEngineImpl& engine) {
 /// only the call that threw it.
 /// @return the first exception, for the command to throw when its work is done; null without one
 template <class Call>
-[[nodiscard]] std::exception_ptr TellObservers(const PlaybackEngineImpl& engine, Call call) {
+[[nodiscard]] std::exception_ptr NotifyObservers(const PlaybackEngineImpl& engine, Call call) {
     std::exception_ptr failure;
     const std::vector<AbstractAudioMeterObserver*> observers = engine.meterObservers;
     for (AbstractAudioMeterObserver* observer : observers) {
@@ -36,7 +36,7 @@ template <class Call>
     return failure;
 }
 
-/// Throws what TellObservers has returned, if anything.
+/// Throws what NotifyObservers has returned, if anything.
 inline void Rethrow(const std::exception_ptr& failure) {
     if (failure) std::rethrow_exception(failure);
 }

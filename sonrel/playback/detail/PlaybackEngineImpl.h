@@ -12,8 +12,8 @@
 #include "sonrel/playback/PlaybackEngine.h"
 #include "sonrel/playback/detail/FlushWait.h"
 #include "sonrel/playback/detail/FrameAudioBuffer.h"
-#include "sonrel/playback/detail/RunSignals.h"
 #include "sonrel/playback/detail/VoiceCallback.h"
+#include "sonrel/playback/detail/WorkerControl.h"
 #include "sonrel/playback/device/AudioDevice.h"
 #include "sonrel/project.h"
 
@@ -42,7 +42,7 @@ struct PlaybackEngineImpl {
     std::unique_ptr<device::SourceVoice> sourceVoice;  // goes before what it reads and tells
 
     std::thread workerThread;
-    detail::RunSignals signals;
+    detail::WorkerControl signals;
     std::chrono::milliseconds headStart{50};  // of the worker before the voice runs
     std::chrono::milliseconds flushTimeout = detail::FLUSH_TIMEOUT;
 

@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-#include "sonrel/playback/detail/BufferEndEvent.h"
+#include "sonrel/playback/detail/AutoResetEvent.h"
 #include "sonrel/playback/detail/RunAudience.h"
 #include "sonrel/playback/device/AudioDevice.h"
 
@@ -51,7 +51,7 @@ public:
     /// On the command thread.
     const RunAudience& Audience() const { return *audience_; }
 
-    BufferEndEvent bufferEndEvent;
+    AutoResetEvent bufferEndEvent;
 
 private:
     class DeviceSection;

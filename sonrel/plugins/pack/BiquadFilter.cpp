@@ -17,10 +17,10 @@ namespace {
 constexpr int RUN_IN_FRAMES = 4096;
 
 /// The highest corner as a share of the rate.
-constexpr double HIGHEST_OF_RATE = 0.45;
+constexpr double MAX_OF_RATE = 0.45;
 
 /// The highest corner at all, which is the share of the highest rate that media are read at.
-constexpr double HIGHEST_HZ = HIGHEST_OF_RATE * 768000;
+constexpr double MAX_HZ = MAX_OF_RATE * 768000;
 
 using CoefficientLaw = BiquadCoefficients (*)(int, double, double);
 
@@ -59,7 +59,7 @@ protected:
 
     void Run(const EffectBlock& block) const override {
         const BiquadCoefficients coefficients =
-            law_(block.rate, std::min(frequency_, HIGHEST_OF_RATE * block.rate), q_);
+            law_(block.rate, std::min(frequency_, MAX_OF_RATE * block.rate), q_);
         Section section(coefficients);
         const long long end = block.lookBack + block.outputCount;
         WriteSilence(block.samples, block.inputCount, end);
@@ -84,9 +84,9 @@ PluginPack::PluginInfo FilterInfo(const char* name, const char* meaning) {
     frequency.meaning = "Corner frequency.";
     frequency.unit = "Hz";
     frequency.minimum = 10.0;
-    frequency.maximum = HIGHEST_HZ;
+    frequency.maximum = MAX_HZ;
     frequency.defaultValue = 1000.0;
-    frequency.maximumOfRate = HIGHEST_OF_RATE;
+    frequency.maximumOfRate = MAX_OF_RATE;
     PluginPack::ParameterInfo q;
     q.name = "q";
     q.meaning = "Sharpness of the corner; above 0.7071 the filter rings at it.";

@@ -12,13 +12,13 @@
 namespace orlo::sonrel::detail {
 namespace {
 
-constexpr int MOST_TAPS = 8;
+constexpr int MAX_TAPS = 8;
 
 class Delay final : public AudioEffect {
 public:
     Delay(double delayMs, double levelDb, int taps) : delayMs_(delayMs), taps_(taps) {
         const double gain = std::pow(10.0, levelDb / 20.0);
-        for (int k = 0; k <= MOST_TAPS; ++k) gains_[k] = std::pow(gain, k);
+        for (int k = 0; k <= MAX_TAPS; ++k) gains_[k] = std::pow(gain, k);
     }
 
 protected:
@@ -55,7 +55,7 @@ private:
 
     double delayMs_;
     int taps_;
-    std::array<double, MOST_TAPS + 1> gains_{};
+    std::array<double, MAX_TAPS + 1> gains_{};
 };
 
 }  // namespace
@@ -80,7 +80,7 @@ PluginPack::PluginInfo DelayInfo() {
     taps.meaning = "How often the sound is repeated.";
     taps.unit = "repeats";
     taps.minimum = 1.0;
-    taps.maximum = MOST_TAPS;
+    taps.maximum = MAX_TAPS;
     taps.defaultValue = 1.0;
     taps.whole = true;
     return {"delay", "Adds softer repeats of the sound.", {delayMs, levelDb, taps}};

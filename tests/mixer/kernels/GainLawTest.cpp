@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "sonrel/mixer/AudioMeter.h"
-#include "tests/reference/LiteralGainLaw.h"
+#include "tests/reference/ReferenceGainLaw.h"
 #include "tests/support/CpuPaths.h"
 
 namespace orlo::sonrel::detail {
@@ -186,8 +186,8 @@ TEST_P(GainLawTest, EverySampleAtEveryKindOfLevelFollowsTheLaw) {
         const float end = round % 3 == 0 ? start : level(random);
         const float balance = round % 5 == 0 ? 0.0f : pan(random);
 
-        literal::MixObjectIntoBlock(samples.data(), static_cast<int>(frames), expected.data(),
-                                    start, end, balance);
+        reference::MixObjectIntoBlock(samples.data(), static_cast<int>(frames), expected.data(),
+                                      start, end, balance);
         MixObjectIntoBlock(samples.data(), static_cast<int>(frames), block.data(), start, end,
                            balance);
 
@@ -205,7 +205,7 @@ void ExpectEqualBlocks(const AudioTrackMetrics& block, const AudioTrackMetrics& 
     }
 }
 
-void ExpectEqualMeters(AudioMeter& meter, const literal::AudioMeter& expected) {
+void ExpectEqualMeters(AudioMeter& meter, const reference::AudioMeter& expected) {
     ASSERT_EQ(meter.MeterBlockCount(), expected.Blocks().size());
     for (std::size_t i = 0; i < expected.Blocks().size(); ++i) {
         ExpectEqualBlocks(meter.MetricsForBlock(i), expected.Blocks()[i]);
@@ -290,7 +290,7 @@ TEST_P(GainLawTest, MeterBlocksOfEveryLengthFollowTheRulesOneFrameAtATime) {
     for (int round = 0; round < 200; ++round) {
         const int blockFrames = 1 + static_cast<int>(random() % 700u);
         AudioMeter meter;
-        literal::AudioMeter expectedMeter;
+        reference::AudioMeter expectedMeter;
         meter.StartMeterSession(blockFrames);
         expectedMeter.StartMeterSession(blockFrames);
         for (int call = 0; call < 4; ++call) {
@@ -303,8 +303,8 @@ TEST_P(GainLawTest, MeterBlocksOfEveryLengthFollowTheRulesOneFrameAtATime) {
             const float start = level(random);
             const float end = random() % 2u == 0 ? start : level(random);
 
-            literal::MixObjectIntoBlockMetered(samples.data(), frames, expected.data(), requested,
-                                               start, end, 0.1f, expectedMeter);
+            reference::MixObjectIntoBlockMetered(samples.data(), frames, expected.data(), requested,
+                                                 start, end, 0.1f, expectedMeter);
             MixObjectIntoBlockMetered(samples.data(), frames, block.data(), requested, start, end,
                                       0.1f, meter);
 
@@ -330,7 +330,7 @@ TEST_P(GainLawTest, AMeterFedInOneCallRecordsWhatOneFedFrameByFrameDoes) {
             if (kind == 4) value = -0.0f;
         }
         AudioMeter meter;
-        literal::AudioMeter expected;
+        reference::AudioMeter expected;
         meter.StartMeterSession(blockFrames);
         expected.StartMeterSession(blockFrames);
 
@@ -400,7 +400,7 @@ TEST_P(GainLawTest, EveryMasterLevelFollowsTheLaw) {
         const float start = level(random);
         const float end = round % 3 == 0 ? start : level(random);
 
-        literal::ApplyMasterLevel(expected.data(), static_cast<int>(frames), start, end);
+        reference::ApplyMasterLevel(expected.data(), static_cast<int>(frames), start, end);
         ApplyMasterLevel(block.data(), static_cast<int>(frames), start, end);
 
         ASSERT_EQ(AllBits(block), AllBits(expected)) << start << " " << end;

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "sonrel/mixer/detail/Resampler.h"
-#include "tests/reference/LiteralResampler.h"
+#include "tests/reference/ReferenceResampler.h"
 #include "tests/support/CpuPaths.h"
 #include "tests/support/ResamplerSignals.h"
 
@@ -29,8 +29,8 @@ TEST_P(ResamplerIdentityTest, HalfAMillionFramesFollowTheFormulaOnEveryPath) {
             const int offset = rate == 44100 ? 0 : 64;
             const int count = static_cast<int>(rate == 8000 ? sourceFrames / 2 : sourceFrames);
             std::vector<short> expected(2 * OUTPUT_FRAMES);
-            literal::ResampleStereo(rate, speed, source.data(), offset, count, expected.data(),
-                                    OUTPUT_FRAMES);
+            reference::ResampleStereo(rate, speed, source.data(), offset, count, expected.data(),
+                                      OUTPUT_FRAMES);
             for (const CpuPath path : test::AvailableCpuPaths()) {
                 ForceCpuPath(path);
                 Resampler resampler;

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/reference/LiteralResampler.h"
+#include "tests/reference/ReferenceResampler.h"
 #include "tests/support/CpuPaths.h"
 #include "tests/support/ResamplerSignals.h"
 
@@ -75,8 +75,8 @@ std::vector<short> WithValueAt(std::size_t frames, std::size_t at, short value) 
 void ExpectFormula(int rate, double speed, const std::vector<short>& source, int offset,
                    int outputCount) {
     std::vector<short> expected(2 * static_cast<std::size_t>(outputCount));
-    literal::ResampleStereo(rate, speed, source.data(), offset, static_cast<int>(source.size() / 2),
-                            expected.data(), outputCount);
+    reference::ResampleStereo(rate, speed, source.data(), offset,
+                              static_cast<int>(source.size() / 2), expected.data(), outputCount);
 
     const std::vector<short> output = Resample(rate, speed, source, offset, outputCount);
 
@@ -253,7 +253,7 @@ TEST_P(ResamplerTest, OneResamplerServesManyRates) {
     for (int round = 0; round < 2; ++round) {
         for (const int rate : {8000, 11025, 16000, 22050, 32000, 44100, 48000, 96000}) {
             std::vector<short> expected(200);
-            literal::ResampleStereo(rate, 1.1, source.data(), 64, 300, expected.data(), 100);
+            reference::ResampleStereo(rate, 1.1, source.data(), 64, 300, expected.data(), 100);
             std::vector<short> output(200);
             resampler.ResampleStereo(rate, 1.1, source.data(), 64, 300, output.data(), 100);
 
@@ -265,7 +265,7 @@ TEST_P(ResamplerTest, OneResamplerServesManyRates) {
 TEST(Resampler, ThreadsMayShareOne) {
     const std::vector<short> source = test::MakeSignal(test::Signal::Noise, 2000, 13);
     std::vector<short> expected(2 * 1500);
-    literal::ResampleStereo(48000, 1.1, source.data(), 64, 2000, expected.data(), 1500);
+    reference::ResampleStereo(48000, 1.1, source.data(), 64, 2000, expected.data(), 1500);
     Resampler resampler;
     std::vector<std::vector<short>> outputs(4, std::vector<short>(2 * 1500));
 

@@ -9,7 +9,7 @@
 #include <random>
 #include <vector>
 
-#include "tests/reference/LiteralConverter.h"
+#include "tests/reference/ReferenceConverter.h"
 #include "tests/support/CpuPaths.h"
 
 namespace orlo::sonrel {
@@ -334,7 +334,7 @@ std::vector<float> EveryKindOfValue(std::size_t frames, unsigned int seed) {
 TEST_P(SampleConverterTest, AMillionFramesOfEveryKindAreThoseOfTheRulesWrittenDown) {
     for (const DitherType type : ALL_TYPES) {
         SampleConverter converter(type, 99);
-        literal::SampleConverter reference(type, 99);
+        reference::SampleConverter reference(type, 99);
         for (unsigned int round = 0; round < 33; ++round) {
             const std::vector<float> input = EveryKindOfValue(10007, round);
             std::vector<short> expected(input.size());
@@ -349,7 +349,7 @@ TEST_P(SampleConverterTest, EveryShortLengthIsConvertedWhole) {
     for (const DitherType type : ALL_TYPES) {
         for (std::size_t frames = 1; frames < 70; ++frames) {
             SampleConverter converter(type, 5);
-            literal::SampleConverter reference(type, 5);
+            reference::SampleConverter reference(type, 5);
             const std::vector<float> input = EveryKindOfValue(frames, 3);
             std::vector<short> expected(input.size());
             reference.FloatToInt16(input.data(), expected.data(), static_cast<int>(frames));

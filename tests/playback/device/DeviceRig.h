@@ -31,7 +31,7 @@ using orlo::sonrel::AudioOutputSource;
 using orlo::sonrel::VirtualOutput;
 
 /// Longer than anything takes; only a broken build waits for it.
-constexpr std::chrono::seconds PATIENCE{20};
+constexpr std::chrono::seconds TIMEOUT{20};
 
 /// Writes down the callbacks: "start A", "end A", "stream end", with the buffers' contexts as
 /// names.
@@ -56,12 +56,12 @@ public:
     /// Waits until so many callbacks have come. @return whether they came
     bool WaitForCount(std::size_t count) const {
         std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, PATIENCE, [&] { return heard_.size() >= count; });
+        return changed_.wait_for(lock, TIMEOUT, [&] { return heard_.size() >= count; });
     }
     /// Waits until a callback has come.
     bool WaitFor(const std::string& event) const {
         std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, PATIENCE, [&] {
+        return changed_.wait_for(lock, TIMEOUT, [&] {
             return std::find(heard_.begin(), heard_.end(), event) != heard_.end();
         });
     }

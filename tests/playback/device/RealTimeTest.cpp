@@ -105,7 +105,7 @@ TEST(RealTimeRun, AnEngineAllocatesNothingAndTakesNoLockWhileItsBuffersAreHeard)
         playback.PlayFromFrame(0, PlaybackEngine::PlaybackDirection::Forward, 1, nullptr, nullptr),
         PlaybackEngine::Err::NoError);
     for (int frame = 0; frame < 150; ++frame) {
-        ASSERT_EQ(stepped->AdvanceBuffer(PATIENCE), 250);
+        ASSERT_EQ(stepped->AdvanceBuffer(TIMEOUT), 250);
         ASSERT_EQ(playback.CurrentPlaybackVideoFrame(), frame);
     }
     ExpectNothing();

@@ -140,7 +140,7 @@ TEST_F(SdlLoss, TheOutputOpensAgainOnceTheSoundServerRuns) {
     EXPECT_FALSE(Open());
     Thaw();
     // The library's own thread may need a moment to close.
-    const auto deadline = std::chrono::steady_clock::now() + PATIENCE;
+    const auto deadline = std::chrono::steady_clock::now() + TIMEOUT;
     bool opened = false;
     while (!opened && std::chrono::steady_clock::now() < deadline) opened = Open();
     EXPECT_TRUE(opened);

@@ -111,7 +111,7 @@ protected:
         const Environment file("SDL_DISKAUDIOFILE", path.string());
         const auto engine = orlo::sonrel::MakeAudioDevice();
         auto open = engine->CreateMasteringVoice(2, 96000);
-        const auto deadline = std::chrono::steady_clock::now() + PATIENCE;
+        const auto deadline = std::chrono::steady_clock::now() + TIMEOUT;
         while (std::filesystem::file_size(path) == 0 &&
                std::chrono::steady_clock::now() < deadline) {
             std::this_thread::yield();

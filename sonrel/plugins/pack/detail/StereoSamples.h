@@ -18,8 +18,8 @@ namespace orlo::sonrel::detail {
 constexpr int CHANNELS = 2;
 constexpr int BITS_PER_SAMPLE = 16;
 constexpr int FRAME_BYTES = 4;
-constexpr double LOWEST_VALUE = -32768.0;
-constexpr double HIGHEST_VALUE = 32767.0;
+constexpr double MIN_VALUE = -32768.0;
+constexpr double MAX_VALUE = 32767.0;
 
 /// Left and right of a sample frame, computed side by side. Operators work on each by itself.
 using Frame = double __attribute__((vector_size(16)));
@@ -57,7 +57,7 @@ inline Frame ReadFrame(const unsigned char* samples, long long at) {
 inline void WriteFrame(unsigned char* samples, long long at, Frame values) {
 #if defined(__SSE2__)
     const __m128d clipped =
-        _mm_min_pd(_mm_max_pd(values, _mm_set1_pd(LOWEST_VALUE)), _mm_set1_pd(HIGHEST_VALUE));
+        _mm_min_pd(_mm_max_pd(values, _mm_set1_pd(MIN_VALUE)), _mm_set1_pd(MAX_VALUE));
     const __m128d sign = _mm_and_pd(clipped, _mm_set1_pd(-0.0));
     const __m128d moved = _mm_add_pd(clipped, _mm_or_pd(sign, _mm_set1_pd(0.5)));
     const __m128i cut = _mm_cvttpd_epi32(moved);
@@ -66,7 +66,7 @@ inline void WriteFrame(unsigned char* samples, long long at, Frame values) {
 #else
     short cut[CHANNELS];
     for (int channel = 0; channel < CHANNELS; ++channel) {
-        const double clipped = std::clamp(values[channel], LOWEST_VALUE, HIGHEST_VALUE);
+        const double clipped = std::clamp(values[channel], MIN_VALUE, MAX_VALUE);
         cut[channel] =
             static_cast<short>(zrtl::TruncToInt32(clipped + std::copysign(0.5, clipped)));
     }

@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/media/detail/DecodedSource.h"
+
+#include <algorithm>
+
+#include "sonrel/media/detail/AudioStream.h"
+#include "sonrel/media/index/PacketCursor.h"
+#include "sonrel/media/index/PcmBytes.h"
+#include "sonrel/media/index/SilenceLimit.h"
+
+namespace zrh::media::detail {
+namespace {
+
+constexpr int FRAMES_PER_STEP = 32768;
+
+/// Decodes packets with one decoder from the first to the last.
+class PacketFeed : public DecodedSource {
+public:
+    PacketFeed(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> map)
+        : file_(file), map_(map), walk_(std::move(file), std::move(map), CursorMode::Straight) {}
+
+    const DecodedFormat& Format() const override { return map_->format; }
+    std::int64_t TotalFrames() const override { return map_->totalFrames; }
+
+    MediaError Next(std::vector<SampleBlock>* blocks) override {
+        blocks->clear();
+        if (file_->IsInterrupted()) return MediaError::Cancelled;
+        if (lead_ < map_->leadFrames) {
+            const std::int64_t silent =
+                std::min<std::int64_t>(map_->leadFrames - lead_, FRAMES_PER_STEP);
+            blocks->push_back({nullptr, 0, static_cast<int>(silent)});
+            lead_ += silent;
+        }
+        // A packet of which nothing is heard is decoded all the same, for those behind it.
+        while (blocks->empty() && walk_.Position() < map_->packets.PacketCount()) {
+            if (walk_.Next(blocks)) continue;
+            return file_->IsInterrupted() ? MediaError::Cancelled : MediaError::ReadFailed;
+        }
+        CountSilence(*blocks);
+        return HasTooMuchSilence() ? MediaError::TooMuchSilence : MediaError::None;
+    }
+
+    std::string Reason() const override {
+        return HasTooMuchSilence() ? SilenceRefusal(silent_, file_->Size()) : std::string();
+    }
+
+private:
+    void CountSilence(const std::vector<SampleBlock>& blocks) {
+        for (const SampleBlock& block : blocks) {
+            if (block.planes == nullptr) silent_ += block.frames;
+        }
+    }
+    bool HasTooMuchSilence() const { return silent_ > MaxSilentFrames(file_->Size()); }
+
+    std::shared_ptr<const InputFile> file_;
+    std::shared_ptr<const StreamIndex> map_;
+    PacketCursor walk_;
+    std::int64_t lead_ = 0;
+    std::int64_t silent_ = 0;
+};
+
+/// Takes samples out of the file as they lie there.
+class PcmFeed : public DecodedSource {
+public:
+    PcmFeed(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> map)
+        : file_(file), map_(map), bytes_(std::move(file), std::move(map)) {}
+
+    const DecodedFormat& Format() const override { return map_->format; }
+    std::int64_t TotalFrames() const override { return map_->totalFrames; }
+
+    MediaError Next(std::vector<SampleBlock>* blocks) override {
+        blocks->clear();
+        const std::int64_t left = map_->totalFrames - position_;
+        if (left == 0) return MediaError::None;
+        SampleBlock block;
+        const int wanted = static_cast<int>(std::min<std::int64_t>(left, FRAMES_PER_STEP));
+        if (!bytes_.Decode(position_, wanted, &block) || block.frames != wanted) {
+            return file_->IsInterrupted() ? MediaError::Cancelled : MediaError::ReadFailed;
+        }
+        position_ += wanted;
+        blocks->push_back(block);
+        return MediaError::None;
+    }
+
+private:
+    std::shared_ptr<const InputFile> file_;
+    std::shared_ptr<const StreamIndex> map_;
+    PcmBytes bytes_;
+    std::int64_t position_ = 0;
+};
+
+/// Reads a stream of another maker through the operations that every stream has.
+class ViewFeed : public DecodedSource {
+public:
+    explicit ViewFeed(std::shared_ptr<ZRAbstractAudioStream> stream) : stream_(std::move(stream)) {
+        format_.rate = stream_->SampleRate();
+        format_.channels = stream_->ChannelCount();
+        const bool isFloat = stream_->SampleDataType() == ZRSampleDataType::Float;
+        switch (stream_->BitsPerSample()) {
+            case 8:
+                format_.format = isFloat ? AV_SAMPLE_FMT_NONE : AV_SAMPLE_FMT_U8;
+                break;
+            case 16:
+                format_.format = isFloat ? AV_SAMPLE_FMT_NONE : AV_SAMPLE_FMT_S16;
+                break;
+            case 24:
+            case 32:
+                format_.format = isFloat ? AV_SAMPLE_FMT_FLT : AV_SAMPLE_FMT_S32;
+                break;
+            case 64:
+                format_.format = isFloat ? AV_SAMPLE_FMT_DBL : AV_SAMPLE_FMT_NONE;
+                break;
+            default:
+                break;
+        }
+    }
+
+    const DecodedFormat& Format() const override { return format_; }
+    std::int64_t TotalFrames() const override { return stream_->SampleCount(); }
+
+    MediaError Next(std::vector<SampleBlock>* blocks) override {
+        blocks->clear();
+        const std::int64_t left = stream_->SampleCount() - position_;
+        if (left <= 0) return MediaError::None;
+        const int wanted = static_cast<int>(std::min<std::int64_t>(left, FRAMES_PER_STEP));
+        const int bytesPerSample = stream_->BitsPerSample() / 8;
+        bytes_.resize(static_cast<std::size_t>(wanted) *
+                      static_cast<std::size_t>(bytesPerSample * format_.channels));
+        int got = 0;
+        if (stream_->GetSamples(position_, wanted, bytes_.data(), static_cast<int>(bytes_.size()),
+                                &got) != 0 ||
+            got < 1 || got > wanted) {
+            return MediaError::ReadFailed;
+        }
+        position_ += got;
+        plane_ = bytes_.data();
+        if (bytesPerSample == 3) WidenSamples(got);
+        blocks->push_back({&plane_, 0, got});
+        return MediaError::None;
+    }
+
+private:
+    /// Puts each sample of 24 bits into the upper bytes of one of 32.
+    void WidenSamples(int frames) {
+        const std::size_t values =
+            static_cast<std::size_t>(frames) * static_cast<std::size_t>(format_.channels);
+        wide_.assign(4 * values, 0);
+        for (std::size_t i = 0; i < values; ++i) {
+            std::copy_n(bytes_.data() + 3 * i, 3, wide_.data() + 4 * i + 1);
+        }
+        plane_ = wide_.data();
+    }
+
+    std::shared_ptr<ZRAbstractAudioStream> stream_;
+    DecodedFormat format_;
+    std::int64_t position_ = 0;
+    std::vector<std::uint8_t> bytes_;
+    std::vector<std::uint8_t> wide_;
+    const std::uint8_t* plane_ = nullptr;
+};
+
+}  // namespace
+
+MediaError NewDecodedSource(const std::shared_ptr<ZRAbstractAudioStream>& stream,
+                            std::unique_ptr<DecodedSource>* feed) {
+    const auto own = std::dynamic_pointer_cast<AudioStream>(stream);
+    if (own == nullptr) {
+        if (stream->StreamType() != 0) return MediaError::NotAudio;
+        auto view = std::make_unique<ViewFeed>(stream);
+        if (view->Format().format == AV_SAMPLE_FMT_NONE) return MediaError::Undecodable;
+        *feed = std::move(view);
+        return MediaError::None;
+    }
+    if (own->Error() != MediaError::None) return own->Error();
+    if (own->Map()->pcm.has_value()) {
+        *feed = std::make_unique<PcmFeed>(own->File(), own->Map());
+    } else {
+        *feed = std::make_unique<PacketFeed>(own->File(), own->Map());
+    }
+    return MediaError::None;
+}
+
+}  // namespace zrh::media::detail

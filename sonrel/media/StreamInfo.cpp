@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/media/detail/StreamInfo.h"
+
+#include <cmath>
+
+#include "sonrel/base/Numbers.h"
+#include "sonrel/base/Timing.h"
+#include "sonrel/media/index/FileIndexer.h"
+#include "sonrel/media/index/FrameCounter.h"
+
+namespace zrh::media::detail {
+namespace {
+
+constexpr double MIN_FRAME_RATE = 1.0;
+constexpr double MAX_FRAME_RATE = 1000.0;
+
+MediaStreamKind KindOf(const AVStream& stream) {
+    switch (stream.codecpar->codec_type) {
+        case AVMEDIA_TYPE_AUDIO:
+            return MediaStreamKind::Audio;
+        case AVMEDIA_TYPE_VIDEO:
+            return IsPicture(stream) ? MediaStreamKind::Video : MediaStreamKind::Cover;
+        case AVMEDIA_TYPE_SUBTITLE:
+            return MediaStreamKind::Subtitle;
+        default:
+            return MediaStreamKind::Other;
+    }
+}
+
+ZRAudioCodec AudioCodecOf(AVCodecID codec) {
+    if (IsPcm(codec)) return ZRAudioCodec::Pcm;
+    switch (codec) {
+        case AV_CODEC_ID_MP1:
+        case AV_CODEC_ID_MP2:
+        case AV_CODEC_ID_MP3:
+            return ZRAudioCodec::Mpeg;
+        case AV_CODEC_ID_AAC:
+        case AV_CODEC_ID_AAC_LATM:
+            return ZRAudioCodec::Aac;
+        case AV_CODEC_ID_OPUS:
+        case AV_CODEC_ID_VORBIS:
+            return ZRAudioCodec::Ogg;
+        default:
+            break;
+    }
+    const AVCodecDescriptor* descriptor = avcodec_descriptor_get(codec);
+    if (descriptor == nullptr) return ZRAudioCodec::Unknown;
+    const bool lossless =
+        (descriptor->props & AV_CODEC_PROP_LOSSLESS) != 0 &&
+        (codec == AV_CODEC_ID_WAVPACK || (descriptor->props & AV_CODEC_PROP_LOSSY) == 0);
+    return lossless ? ZRAudioCodec::Lossless : ZRAudioCodec::Other;
+}
+
+double RateOf(AVRational rate) {
+    return rate.num > 0 && rate.den > 0 ? static_cast<double>(rate.num) / rate.den : 0.0;
+}
+
+/// The rate of the pictures; 0 when it is not known or no rate of a film.
+double FrameRateOf(const AVStream& stream) {
+    const double average = RateOf(stream.avg_frame_rate);
+    const double nominal = RateOf(stream.r_frame_rate);
+    // An average that was measured over rounded times lies a little beside the rate that is meant.
+    const bool isNominal = nominal > 0.0 && std::fabs(average - nominal) < nominal * 0.001;
+    const double rate = average > 0.0 && !isNominal ? average : nominal;
+    return rate >= MIN_FRAME_RATE && rate <= MAX_FRAME_RATE ? rate : 0.0;
+}
+
+long long FrameCountOf(const AVFormatContext& context, const AVStream& stream, double rate) {
+    if (stream.nb_frames > 0) return stream.nb_frames;
+    const double seconds =
+        stream.duration > 0    ? static_cast<double>(stream.duration) * av_q2d(stream.time_base)
+        : context.duration > 0 ? static_cast<double>(context.duration) / AV_TIME_BASE
+                               : 0.0;
+    return zrtl::TruncToInt64(zrtl::RoundHalfAway(seconds * rate));
+}
+
+}  // namespace
+
+MediaStreamInfo InfoOf(const AVFormatContext& context, const AVStream& stream) {
+    MediaStreamInfo info;
+    info.kind = KindOf(stream);
+    info.codec = avcodec_get_name(stream.codecpar->codec_id);
+    switch (info.kind) {
+        case MediaStreamKind::Audio:
+            info.audioCodec = AudioCodecOf(stream.codecpar->codec_id);
+            break;
+        case MediaStreamKind::Video:
+            info.frameRate = FrameRateOf(stream);
+            info.frameCount = FrameCountOf(context, stream, info.frameRate);
+            [[fallthrough]];
+        case MediaStreamKind::Cover:
+            info.width = stream.codecpar->width;
+            info.height = stream.codecpar->height;
+            break;
+        default:
+            break;
+    }
+    return info;
+}
+
+}  // namespace zrh::media::detail

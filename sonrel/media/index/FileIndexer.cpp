@@ -1,0 +1,279 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/media/index/FileIndexer.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "sonrel/base/Numbers.h"
+#include "sonrel/base/Timing.h"
+#include "sonrel/media/index/PacketCursor.h"
+#include "sonrel/media/index/PacketIndexer.h"
+#include "sonrel/media/index/PcmIndexer.h"
+#include "sonrel/media/index/SilenceLimit.h"
+
+namespace zrh::media::detail {
+namespace {
+
+/// Far more than is ever put in, and far from an overflow.
+constexpr double MAX_LEAD = 1e15;
+
+bool RateIsAllowed(int rate) {
+    return rate >= MIN_RATE && rate <= MAX_RATE;
+}
+
+std::shared_ptr<const AVCodecParameters> CopyParameters(const AVCodecParameters& from) {
+    auto copy = OwnOrThrow<CodecParametersPtr>(avcodec_parameters_alloc());
+    if (avcodec_parameters_copy(copy.get(), &from) < 0) throw std::bad_alloc();
+    return std::shared_ptr<const AVCodecParameters>(std::move(copy));
+}
+
+std::shared_ptr<StreamIndex> NewStreamIndex(const AVStream& stream) {
+    auto map = std::make_shared<StreamIndex>();
+    map->streamIndex = stream.index;
+    map->parameters = CopyParameters(*stream.codecpar);
+    map->timeBase = stream.time_base;
+    map->traits = TraitsOf(stream.codecpar->codec_id);
+    return map;
+}
+
+/// The format that a stream without a single packet is declared to have.
+DecodedFormat DeclaredFormat(const AVCodecParameters& parameters) {
+    const AVChannelLayout& layout = parameters.ch_layout;
+    return {static_cast<AVSampleFormat>(parameters.format), parameters.sample_rate,
+            layout.nb_channels, layout.order == AV_CHANNEL_ORDER_NATIVE ? layout.u.mask : 0,
+            parameters.bits_per_raw_sample};
+}
+
+/// An MP4 file tells the end of its sound to the sample, which no packet does.
+void CutAtDeclaredEnd(const AVFormatContext& context, const AVStream& stream, StreamIndex* map) {
+    if (std::string_view(context.iformat->name).find("mp4") == std::string_view::npos) return;
+    if (stream.duration <= 0 || map->packets.PacketCount() == 0) return;
+    const std::int64_t end =
+        av_rescale_q(stream.duration, stream.time_base, AVRational{1, map->format.rate});
+    if (end < 0) return;  // more than 64 bits hold
+    const PacketSpan last = map->packets.SpanOf(map->packets.PacketCount() - 1);
+    const std::int64_t surplus = map->packets.EndFrame() - end;
+    // Only what the last packet or two were padded with; a larger difference is a duration that
+    // does not tell the length of the sound.
+    if (surplus > 0 && surplus <= 2 * static_cast<std::int64_t>(last.skip + last.length) + 2048) {
+        map->packets.CutAt(end);
+    }
+}
+
+/// A checksum of everything that a walk gives for some packets, in the decoder's own format.
+bool ChecksumOfPackets(PacketCursor* walk, const DecodedFormat& format, std::int64_t endPacket,
+                       std::uint32_t* checksum) {
+    const bool planar = av_sample_fmt_is_planar(format.format) != 0;
+    const int bytes = av_get_bytes_per_sample(format.format) * (planar ? 1 : format.channels);
+    std::vector<SampleBlock> blocks;
+    std::vector<const std::uint8_t*> planes;
+    AVAdler sum = 1;
+    while (walk->Position() < endPacket) {
+        if (!walk->Next(&blocks)) return false;
+        for (const SampleBlock& block : blocks) {
+            if (block.planes == nullptr) continue;
+            OffsetPlanes(format, block, &planes);
+            for (const std::uint8_t* plane : planes) {
+                sum = av_adler32_update(
+                    sum, plane,
+                    static_cast<std::size_t>(block.frames) * static_cast<std::size_t>(bytes));
+            }
+        }
+    }
+    *checksum = static_cast<std::uint32_t>(sum);
+    return true;
+}
+
+/// Whether fresh decoders at the borders of segments give what one decoder gives that began at the
+/// front of the stream.
+bool RestartsCleanly(const std::shared_ptr<const InputFile>& file,
+                     const std::shared_ptr<StreamIndex>& map) {
+    PacketCursor straight(file, map, CursorMode::Straight);
+    PacketCursor fresh(file, map, CursorMode::Segments);
+    if (!straight.MoveTo(0) || !fresh.MoveTo(0)) return false;
+    const auto& segments = map->packets.Segments();
+    for (std::size_t i = 1; i <= segments.size(); ++i) {
+        const std::int64_t end =
+            i < segments.size() ? segments[i].firstPacket : map->packets.PacketCount();
+        std::uint32_t straightSum = 0;
+        std::uint32_t freshSum = 0;
+        if (!ChecksumOfPackets(&straight, map->format, end, &straightSum) ||
+            !ChecksumOfPackets(&fresh, map->format, end, &freshSum) || straightSum != freshSum) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Fills in what follows from the format and the packets.
+void Complete(const std::shared_ptr<const InputFile>& file, const AVFormatContext& context,
+              const AVStream& stream, const std::shared_ptr<StreamIndex>& map) {
+    if (map->error != MediaError::None && map->packets.PacketCount() == 0) {
+        // Nothing in it, but a format: a stream of no length.
+        map->format = DeclaredFormat(*stream.codecpar);
+        if (map->format.format != AV_SAMPLE_FMT_NONE) map->error = MediaError::None;
+    }
+    if (map->error != MediaError::None) return;
+    if (map->format.channels < 1) {
+        map->error = MediaError::Undecodable;
+        return;
+    }
+    map->view = ViewOf(stream.codecpar->codec_id, map->format);
+    if (!RateIsAllowed(map->format.rate)) {
+        map->error = MediaError::RateOutOfRange;
+        return;
+    }
+    CutAtDeclaredEnd(context, stream, map.get());
+    if (!map->traits.restartable && map->packets.Segments().size() > 1 &&
+        !RestartsCleanly(file, map)) {
+        map->packets.MergeSegments();
+    }
+    map->leadFrames = LeadFrames(context, stream, map->format.rate);
+    if (map->silentFrames > MaxSilentFrames(file->Size()) - map->leadFrames) {
+        map->error = MediaError::TooMuchSilence;
+        map->reason = SilenceRefusal(map->silentFrames + map->leadFrames, file->Size());
+        return;
+    }
+    map->totalFrames = map->leadFrames + map->packets.EndFrame();
+}
+
+struct StreamIndexer {
+    const AVStream* stream = nullptr;
+    std::shared_ptr<StreamIndex> map;
+    std::unique_ptr<PacketIndexer> scan;
+};
+
+/// Reads the whole file once and hands each packet to its stream.
+MediaError IndexPackets(const std::shared_ptr<const InputFile>& file, Demuxer* demuxer,
+                        std::vector<StreamIndexer>* streams) {
+    const std::int64_t mostPackets = file->Size() + 4096;
+    std::int64_t packets = 0;
+    const PacketPtr packet = NewPacket();
+    while (demuxer->Read(packet.get())) {
+        for (const StreamIndexer& one : *streams) {
+            if (one.stream->index == packet->stream_index) one.scan->Add(*packet);
+        }
+        av_packet_unref(packet.get());
+        if (++packets > mostPackets) return MediaError::TooManyPackets;
+    }
+    return demuxer->Failure();
+}
+
+std::vector<StreamIndexer> AudioStreamsOf(const Demuxer& demuxer) {
+    std::vector<StreamIndexer> streams;
+    for (unsigned int i = 0; i < demuxer.Context()->nb_streams; ++i) {
+        const AVStream* stream = demuxer.Context()->streams[i];
+        if (stream->codecpar->codec_type != AVMEDIA_TYPE_AUDIO) continue;
+        streams.push_back({stream, NewStreamIndex(*stream), nullptr});
+    }
+    return streams;
+}
+
+void SelectAudio(Demuxer* demuxer, const std::vector<StreamIndexer>& streams) {
+    demuxer->SelectStreams([&](int index) {
+        return std::any_of(streams.begin(), streams.end(), [index](const StreamIndexer& one) {
+            return one.stream->index == index;
+        });
+    });
+}
+
+MediaError CheckRates(const std::vector<StreamIndexer>& streams) {
+    for (const StreamIndexer& one : streams) {
+        const int rate = one.stream->codecpar->sample_rate;
+        if (rate != 0 && !RateIsAllowed(rate)) return MediaError::RateOutOfRange;
+        if (one.map->error == MediaError::RateOutOfRange) return MediaError::RateOutOfRange;
+    }
+    return MediaError::None;
+}
+
+/// Scans once; @p decodeAll makes every packet be decoded.
+/// @param trusted  receives false when a second scan with @p decodeAll is needed
+MediaError IndexOnce(const std::shared_ptr<const InputFile>& file, Demuxer* demuxer, bool decodeAll,
+                     std::vector<StreamIndexer>* streams, bool* trusted) {
+    SelectAudio(demuxer, *streams);
+    for (StreamIndexer& one : *streams) {
+        one.scan = std::make_unique<PacketIndexer>(file, *one.stream, decodeAll);
+    }
+    const MediaError error = IndexPackets(file, demuxer, streams);
+    if (error != MediaError::None) return error;
+    *trusted = true;
+    for (StreamIndexer& one : *streams) {
+        if (!one.scan->Finish(one.map.get())) *trusted = false;
+        if (*trusted) Complete(file, *demuxer->Context(), *one.stream, one.map);
+    }
+    return MediaError::None;
+}
+
+/// The error of a file none of whose streams can be read, and its reason.
+MediaError ErrorOfAll(const std::vector<StreamIndexer>& streams, std::string* reason) {
+    if (streams.empty()) return MediaError::None;
+    for (const StreamIndexer& one : streams) {
+        if (one.map->error == MediaError::None) return MediaError::None;
+    }
+    *reason = streams.front().map->reason;
+    return streams.front().map->error;
+}
+
+}  // namespace
+
+bool IsPicture(const AVStream& stream) {
+    return stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO &&
+           (stream.disposition & (AV_DISPOSITION_ATTACHED_PIC | AV_DISPOSITION_STILL_IMAGE |
+                                  AV_DISPOSITION_TIMED_THUMBNAILS)) == 0;
+}
+
+std::int64_t LeadFrames(const AVFormatContext& context, const AVStream& stream, int rate) {
+    for (unsigned int i = 0; i < context.nb_streams; ++i) {
+        const AVStream& picture = *context.streams[i];
+        if (!IsPicture(picture) || picture.start_time == AV_NOPTS_VALUE ||
+            stream.start_time == AV_NOPTS_VALUE) {
+            continue;
+        }
+        const double later = static_cast<double>(stream.start_time) * av_q2d(stream.time_base) -
+                             static_cast<double>(picture.start_time) * av_q2d(picture.time_base);
+        if (!(later > 0.0)) return 0;
+        return zrtl::TruncToInt64(std::min(zrtl::RoundHalfAway(later * rate), MAX_LEAD));
+    }
+    return 0;
+}
+
+namespace {
+
+MediaError IndexStreams(const std::shared_ptr<const InputFile>& file,
+                        std::unique_ptr<Demuxer> demuxer, FileIndex* map) {
+    std::vector<StreamIndexer> streams = AudioStreamsOf(*demuxer);
+    MediaError error = CheckRates(streams);
+    if (error != MediaError::None) return error;
+
+    PcmResult pcm = PcmResult::Untouched;
+    if (streams.size() == 1) pcm = MapPcm(*file, demuxer.get(), streams[0].map.get());
+    bool trusted = pcm == PcmResult::Mapped;
+    bool fresh = pcm == PcmResult::Untouched;
+    for (const bool decodeAll : {false, true}) {
+        if (trusted || streams.empty()) break;
+        if (!fresh) {
+            error = Demuxer::Open(file, &demuxer);
+            if (error != MediaError::None) return error;
+            streams = AudioStreamsOf(*demuxer);
+        }
+        fresh = false;
+        error = IndexOnce(file, demuxer.get(), decodeAll, &streams, &trusted);
+        if (error != MediaError::None) return error;
+    }
+    error = CheckRates(streams);
+    if (error == MediaError::None) error = ErrorOfAll(streams, &map->reason);
+    if (error != MediaError::None) return error;
+    for (StreamIndexer& one : streams) map->streams.push_back(std::move(one.map));
+    return MediaError::None;
+}
+
+}  // namespace
+
+MediaError IndexFile(const std::shared_ptr<const InputFile>& file, std::unique_ptr<Demuxer> demuxer,
+                     FileIndex* map) {
+    const MediaError error = IndexStreams(file, std::move(demuxer), map);
+    // The check of restarts takes an interrupted read for damage.
+    return file->IsInterrupted() ? MediaError::Cancelled : error;
+}
+
+}  // namespace zrh::media::detail

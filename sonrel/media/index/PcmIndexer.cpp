@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/media/index/PcmIndexer.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "sonrel/media/input/PacketDecoder.h"
+
+namespace zrh::media::detail {
+namespace {
+
+constexpr std::array<std::string_view, 5> PLAIN_FORMATS = {"aiff", "au", "caf", "w64", "wav"};
+/// A file of fewer bytes than this is read through to find its end.
+constexpr std::int64_t SEEK_WORTH_BYTES = 4 << 20;
+/// So far before the presumed end reading begins.
+constexpr std::int64_t TAIL_BYTES = 256 << 10;
+
+bool IsPlain(const Demuxer& demuxer, const StreamIndex& map) {
+    const std::string_view name = demuxer.Context()->iformat->name;
+    if (std::find(PLAIN_FORMATS.begin(), PLAIN_FORMATS.end(), name) == PLAIN_FORMATS.end()) {
+        return false;
+    }
+    const AVCodecParameters& parameters = *map.parameters;
+    if (!IsPcm(parameters.codec_id) || parameters.ch_layout.nb_channels < 1) return false;
+    const int bits = av_get_exact_bits_per_sample(parameters.codec_id);
+    const std::int64_t bytes =
+        static_cast<std::int64_t>(bits / 8) * parameters.ch_layout.nb_channels;
+    return bits % 8 == 0 && parameters.block_align == bytes;
+}
+
+/// Decodes a few bytes of a stream to learn its format.
+bool LearnFormat(const AVPacket& packet, StreamIndex* map) {
+    const auto decoder = PacketDecoder::Open(*map->parameters, map->timeBase);
+    if (decoder == nullptr) return false;
+    decoder->Decode(&packet);
+    if (decoder->FrameCount() == 0) return false;
+    map->format = decoder->FormatOf(decoder->Frame(0));
+    return map->format.channels == map->parameters->ch_layout.nb_channels &&
+           map->format.rate >= MIN_RATE && map->format.rate <= MAX_RATE;
+}
+
+/// Moves the demuxer close to the end of the file.
+bool SkipToTail(const InputFile& file, Demuxer* demuxer, const AVStream& stream,
+                const PcmLayout& layout) {
+    const std::int64_t bytes = file.Size() - layout.offset;
+    const std::int64_t behind = (bytes - TAIL_BYTES) / layout.bytesPerFrame;
+    std::int64_t target =
+        av_rescale_q(behind, AVRational{1, stream.codecpar->sample_rate}, stream.time_base);
+    if (stream.duration > 0) target = std::min(target, stream.duration);
+    return av_seek_frame(demuxer->Context(), stream.index, target, AVSEEK_FLAG_BACKWARD) >= 0;
+}
+
+}  // namespace
+
+PcmResult MapPcm(const InputFile& file, Demuxer* demuxer, StreamIndex* map) {
+    if (!IsPlain(*demuxer, *map)) return PcmResult::Untouched;
+    const PacketPtr packet = NewPacket();
+    if (!demuxer->Read(packet.get()) || packet->pos < 0 || !LearnFormat(*packet, map)) {
+        return PcmResult::Disturbed;
+    }
+    const PcmLayout layout = {packet->pos, map->parameters->block_align};
+    std::int64_t end = packet->pos + packet->size;
+    const bool seeks = file.Size() - layout.offset >= SEEK_WORTH_BYTES;
+    if (seeks && !SkipToTail(file, demuxer, *demuxer->Stream(packet->stream_index), layout)) {
+        return PcmResult::Disturbed;
+    }
+
+    bool first = seeks;
+    while (av_packet_unref(packet.get()), demuxer->Read(packet.get())) {
+        // The first packet behind a seek may lie anywhere on the grid of frames; each other one
+        // joins the one before.
+        const bool onGrid = (packet->pos - layout.offset) % layout.bytesPerFrame == 0;
+        if (packet->pos < layout.offset || !onGrid || (!first && packet->pos != end)) {
+            return PcmResult::Disturbed;
+        }
+        first = false;
+        end = packet->pos + packet->size;
+    }
+    const bool sawTail = !(seeks && first);
+    if (!sawTail || demuxer->Failure() != MediaError::None || end > file.Size())
+        return PcmResult::Disturbed;
+
+    map->pcm = layout;
+    map->view = ViewOf(map->parameters->codec_id, map->format);
+    map->totalFrames = (end - layout.offset) / layout.bytesPerFrame;
+    map->error = MediaError::None;
+    return PcmResult::Mapped;
+}
+
+}  // namespace zrh::media::detail

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "sonrel/media/index/FrameCounter.h"
+#include "sonrel/media/index/PacketIndex.h"
+#include "sonrel/media/index/SilenceCounter.h"
+#include "sonrel/media/input/MediaErrors.h"
+#include "sonrel/media/input/SampleFormat.h"
+
+namespace zrh::media::detail {
+
+/// Samples that lie one after the other in the file, so that bytes tell positions.
+struct PcmLayout {
+    std::int64_t offset = 0;
+    int bytesPerFrame = 0;
+};
+
+/// All that a reader of one audio stream needs; made once and never changed.
+struct StreamIndex {
+    /// Why the stream cannot be read, or None.
+    MediaError error = MediaError::Undecodable;
+    /// The reason with its numbers, as a clause; empty where the error alone says enough.
+    std::string reason;
+    int streamIndex = 0;
+    std::shared_ptr<const AVCodecParameters> parameters;
+    AVRational timeBase = {1, 1};
+    CodecTraits traits;
+    DecodedFormat format;
+    ViewFormat view;
+    /// Silence in front of the first sample, in frames.
+    std::int64_t leadFrames = 0;
+    /// Silence for packets that did not decode, as far as the scan decoded them.
+    std::int64_t silentFrames = 0;
+    /// Length of the stream in frames, the silence in front included.
+    std::int64_t totalFrames = 0;
+    std::optional<PcmLayout> pcm;
+    PacketIndex packets;
+    /// Of all readers of the stream: the only part that changes after the map is made.
+    std::shared_ptr<SilenceCounter> silence = std::make_shared<SilenceCounter>();
+};
+
+/// The audio streams of a file, in file order.
+struct FileIndex {
+    std::vector<std::shared_ptr<const StreamIndex>> streams;
+    /// Why no stream can be read, with its numbers; empty where the error alone says enough.
+    std::string reason;
+
+    /// The map of a stream by its place among all streams of the file; null for none.
+    std::shared_ptr<const StreamIndex> Find(int streamIndex) const {
+        for (const auto& stream : streams) {
+            if (stream->streamIndex == streamIndex) return stream;
+        }
+        return nullptr;
+    }
+};
+
+}  // namespace zrh::media::detail

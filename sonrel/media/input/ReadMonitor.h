@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "sonrel/media/input/ReadObserver.h"
+
+namespace zrh::media::detail {
+
+/// What an observer and the files and streams that it watches share.
+///
+/// Threads: any.
+class ReadMonitor {
+public:
+    explicit ReadMonitor(ReadObserver::Function function) : function_(std::move(function)) {}
+
+    /// The watch of this thread; null when there is none.
+    static std::shared_ptr<ReadMonitor> OfThisThread();
+
+    /// Adds frames and tells the observer. @throws ReadCancelled
+    void Add(long long frames);
+    /// Keeps the first failure while the observer lives.
+    void NoteFailure(const std::string& clause);
+    std::string Failure() const;
+    /// @throws ReadFailed after a failure, while the observer lives
+    void CheckFailure() const {
+        if (failed_) throw ReadFailed();
+    }
+    /// Lets the observer go.
+    void End();
+
+private:
+    std::atomic<bool> failed_{false};
+    mutable std::mutex mutex_;
+    ReadObserver::Function function_;  // guarded, as what follows
+    long long frames_ = 0;
+    bool cancelled_ = false;
+    bool ended_ = false;
+    std::string failure_;
+};
+
+/// One stream's side of a watch, cheap enough for every read.
+class ReadProgress {
+public:
+    /// Joins the watch of this thread, if there is one.
+    ReadProgress() : watch_(ReadMonitor::OfThisThread()) {}
+
+    /// Counts frames before they are read. @throws ReadCancelled
+    void Count(int frames) {
+        if (watch_ == nullptr || frames < 1) return;
+        unreported_ += frames;
+        if (unreported_ < REPORT_INTERVAL && !first_) return;
+        watch_->Add(unreported_);
+        unreported_ = 0;
+        first_ = false;
+    }
+
+    /// Makes the watch fail, if there is one.
+    void NoteFailure(const std::string& clause) const {
+        if (watch_ != nullptr) watch_->NoteFailure(clause);
+    }
+
+    /// After a read. @param failed  it could not read the samples from @p start on
+    /// @throws ReadFailed
+    void CheckRead(bool failed, long long start) const {
+        if (watch_ == nullptr) return;
+        if (failed) NoteFailure("its sound cannot be read at sample " + std::to_string(start));
+        watch_->CheckFailure();
+    }
+
+private:
+    static constexpr long long REPORT_INTERVAL = 65536;
+
+    std::shared_ptr<ReadMonitor> watch_;
+    long long unreported_ = 0;
+    bool first_ = true;
+};
+
+}  // namespace zrh::media::detail

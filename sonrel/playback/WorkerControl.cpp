@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/playback/detail/WorkerControl.h"
+
+#include <utility>
+
+namespace orlo::sonrel::detail {
+
+void WorkerControl::Reset() {
+    const std::lock_guard guard(mutex_);
+    stop_ = flushRequested_ = flushTaken_ = parked_ = flushEnded_ = false;
+}
+
+void WorkerControl::Stop() {
+    {
+        const std::lock_guard guard(mutex_);
+        stop_ = true;
+    }
+    changed_.notify_all();
+}
+
+void WorkerControl::RequestFlush() {
+    const std::lock_guard guard(mutex_);
+    flushEnded_ = false;
+    // A worker that has taken the request of a flush that was given up parks for this one.
+    if (!flushTaken_) flushRequested_ = true;
+}
+
+bool WorkerControl::WaitUntilParked(std::chrono::milliseconds limit) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, limit, [&] { return parked_; });
+}
+
+void WorkerControl::EndFlush() {
+    {
+        const std::lock_guard guard(mutex_);
+        if (!parked_) flushEnded_ = true;
+        parked_ = false;
+    }
+    changed_.notify_all();
+}
+
+WorkerControl::Request WorkerControl::Take() {
+    const std::lock_guard guard(mutex_);
+    if (std::exchange(flushRequested_, false)) {
+        flushTaken_ = true;
+        return Request::Flush;
+    }
+    return std::exchange(stop_, false) ? Request::Stop : Request::None;
+}
+
+bool WorkerControl::Park() {
+    std::unique_lock lock(mutex_);
+    flushTaken_ = false;
+    if (std::exchange(flushEnded_, false)) return true;
+    parked_ = true;
+    changed_.notify_all();
+    changed_.wait(lock, [&] { return !parked_ || stop_; });
+    if (!parked_) return true;
+    parked_ = stop_ = false;
+    return false;
+}
+
+bool WorkerControl::StopIsRequested() const {
+    const std::lock_guard guard(mutex_);
+    return stop_;
+}
+
+bool WorkerControl::TakeStop() {
+    const std::lock_guard guard(mutex_);
+    return std::exchange(stop_, false);
+}
+
+}  // namespace orlo::sonrel::detail

@@ -1,0 +1,228 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/media/index/IndexCache.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <latch>
+#include <memory>
+#include <thread>
+#include <vector>
+
+using orlo::files::FileIdentity;
+using zrh::media::MediaError;
+using zrh::media::detail::FileIndex;
+using zrh::media::detail::SharedMapOf;
+using zrh::media::detail::StreamIndex;
+
+namespace {
+
+constexpr std::int64_t SECOND = 1'000'000'000;
+constexpr std::int64_t NOW = 5000 * SECOND;
+
+/// For threads that nobody interrupts.
+bool NEVER() {
+    return false;
+}
+
+/// A thread that makes the map of a file until it is let go.
+class SlowMaker {
+public:
+    /// Returns when the thread has its turn.
+    explicit SlowMaker(const FileIdentity& file, MediaError outcome = MediaError::None)
+        : thread_([this, file, outcome] {
+              std::shared_ptr<const FileIndex> map;
+              SharedMapOf(
+                  file, NEVER,
+                  [&](FileIndex*) {
+                      begun_.count_down();
+                      end_.wait();
+                      return outcome;
+                  },
+                  &map);
+          }) {
+        begun_.wait();
+    }
+    ~SlowMaker() { End(); }
+
+    void End() {
+        if (!thread_.joinable()) return;
+        end_.count_down();
+        thread_.join();
+    }
+
+private:
+    std::latch begun_{1};
+    std::latch end_{1};
+    std::thread thread_;
+};
+
+/// Files that no other test knows, at a time that stands still.
+class IndexCache : public testing::Test {
+protected:
+    void SetUp() override {
+        orlo::files::fileClock = [] { return NOW; };
+    }
+    void TearDown() override { orlo::files::fileClock = orlo::files::SystemFileClock; }
+
+    /// A file that was changed some time ago.
+    static FileIdentity File(std::int64_t age) {
+        static std::uint64_t lastInode = 0;
+        return {1, ++lastInode, 1000, 0, NOW - age};
+    }
+
+    /// Asks for the map of a file and lets it go.
+    /// @return whether it was made for this
+    static bool IsMadeFor(const FileIdentity& file, std::int64_t packets = 1) {
+        bool made = false;
+        std::shared_ptr<const FileIndex> map;
+        const MediaError error = SharedMapOf(
+            file, NEVER,
+            [&](FileIndex* into) {
+                made = true;
+                auto stream = std::make_shared<StreamIndex>();
+                for (std::int64_t i = 0; i < packets; ++i) stream->packets.AddPacket({}, 0, 1);
+                into->streams.push_back(std::move(stream));
+                return MediaError::None;
+            },
+            &map);
+        EXPECT_EQ(error, MediaError::None);
+        EXPECT_EQ(map->streams.at(0)->packets.PacketCount(), packets);
+        return made;
+    }
+};
+
+TEST_F(IndexCache, KeepsAMapForTheNextReader) {
+    const FileIdentity file = File(4 * SECOND);
+
+    EXPECT_TRUE(IsMadeFor(file));
+    EXPECT_FALSE(IsMadeFor(file));
+}
+
+TEST_F(IndexCache, MakesTheMapOfAnotherStateOfTheFile) {
+    FileIdentity file = File(4 * SECOND);
+    EXPECT_TRUE(IsMadeFor(file));
+
+    file.changedNs -= 1;
+
+    EXPECT_TRUE(IsMadeFor(file));
+}
+
+TEST_F(IndexCache, KeepsNothingOfAFileThatMayChangeWithoutShowingIt) {
+    const FileIdentity changed = File(3 * SECOND);
+    FileIdentity written = File(4 * SECOND);
+    written.modifiedNs = NOW - SECOND;
+
+    EXPECT_TRUE(IsMadeFor(changed));
+    EXPECT_TRUE(IsMadeFor(changed));
+    EXPECT_TRUE(IsMadeFor(written));
+    EXPECT_TRUE(IsMadeFor(written));
+}
+
+TEST_F(IndexCache, SharesTheMapOfSuchAFileWhileAReaderHoldsIt) {
+    const FileIdentity file = File(0);
+    const auto make = [](FileIndex*) { return MediaError::None; };
+    std::shared_ptr<const FileIndex> one;
+    std::shared_ptr<const FileIndex> other;
+
+    ASSERT_EQ(SharedMapOf(file, NEVER, make, &one), MediaError::None);
+    ASSERT_EQ(SharedMapOf(file, NEVER, make, &other), MediaError::None);
+
+    EXPECT_EQ(one, other);
+}
+
+TEST_F(IndexCache, KeepsNoMapThatCouldNotBeMade) {
+    const FileIdentity file = File(4 * SECOND);
+    std::shared_ptr<const FileIndex> map;
+
+    EXPECT_EQ(SharedMapOf(
+                  file, NEVER, [](FileIndex*) { return MediaError::ReadFailed; }, &map),
+              MediaError::ReadFailed);
+    EXPECT_EQ(map, nullptr);
+
+    EXPECT_TRUE(IsMadeFor(file));
+}
+
+TEST_F(IndexCache, LetsTheOldestMapsGoWhenTheyHoldTooManyPackets) {
+    const FileIdentity first = File(4 * SECOND);
+    const FileIdentity second = File(4 * SECOND);
+    const FileIdentity third = File(4 * SECOND);
+
+    // Two of them fit into 2^20 packets, three do not.
+    EXPECT_TRUE(IsMadeFor(first, 400000));
+    EXPECT_TRUE(IsMadeFor(second, 400000));
+    EXPECT_FALSE(IsMadeFor(first, 400000));
+    EXPECT_TRUE(IsMadeFor(third, 400000));
+
+    EXPECT_FALSE(IsMadeFor(second, 400000));
+    EXPECT_FALSE(IsMadeFor(third, 400000));
+    EXPECT_TRUE(IsMadeFor(first, 400000));
+}
+
+TEST_F(IndexCache, KeepsNoMapThatIsTooLargeAlone) {
+    const FileIdentity file = File(4 * SECOND);
+
+    EXPECT_TRUE(IsMadeFor(file, (1 << 20) + 1));
+    EXPECT_TRUE(IsMadeFor(file, (1 << 20) + 1));
+}
+
+TEST_F(IndexCache, AWaitForAnotherThreadEndsWhenItIsInterrupted) {
+    const FileIdentity file = File(4 * SECOND);
+    SlowMaker maker(file);
+    std::shared_ptr<const FileIndex> map;
+    int asked = 0;
+    bool made = false;
+
+    const MediaError error = SharedMapOf(
+        file, [&] { return ++asked == 3; },
+        [&](FileIndex*) {
+            made = true;
+            return MediaError::None;
+        },
+        &map);
+
+    EXPECT_EQ(error, MediaError::Cancelled);
+    EXPECT_EQ(asked, 3);
+    EXPECT_FALSE(made);
+    EXPECT_EQ(map, nullptr);
+}
+
+TEST_F(IndexCache, AnInterruptedWaitLeavesTheMapToTheOthers) {
+    const FileIdentity file = File(4 * SECOND);
+    SlowMaker maker(file);
+    std::shared_ptr<const FileIndex> map;
+    const auto make = [](FileIndex*) { return MediaError::Undecodable; };
+    ASSERT_EQ(SharedMapOf(
+                  file, [] { return true; }, make, &map),
+              MediaError::Cancelled);
+
+    maker.End();
+
+    EXPECT_EQ(SharedMapOf(file, NEVER, make, &map), MediaError::None);
+}
+
+TEST_F(IndexCache, AThreadThatWaitedForAFailedMapMakesItItself) {
+    const FileIdentity file = File(4 * SECOND);
+    SlowMaker maker(file, MediaError::Cancelled);
+    std::atomic<bool> made = false;
+    std::thread waiting([&] { made = IsMadeFor(file); });
+
+    maker.End();
+    waiting.join();
+
+    EXPECT_TRUE(made);
+}
+
+TEST_F(IndexCache, OfThreadsThatAskAtOnceOneMakesTheMap) {
+    for (int round = 0; round < 20; ++round) {
+        const FileIdentity file = File(4 * SECOND);
+        std::atomic<int> made = 0;
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 4; ++i) threads.emplace_back([&] { made += IsMadeFor(file); });
+        for (std::thread& thread : threads) thread.join();
+
+        EXPECT_EQ(made, 1);
+    }
+}
+
+}  // namespace
