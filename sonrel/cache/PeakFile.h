@@ -56,9 +56,8 @@ public:
     /// Reads the whole stream and returns when the file is complete; there is no way to stop it.
     /// Media that cannot be read in the middle counts as silence there. On failure the file stays
     /// behind half made: it never opens as a peak file, and to delete it is the caller's part.
-    /// @param path  the file to write; what it holds is lost. Only a regular file or a link to one
-    /// is
-    ///              written, and a new file is made where the path leads to nothing
+    /// @param path  the file to write; its old content is lost. Only a regular file or a link to
+    ///              one is written, and a new file is made where the path leads to nothing
     /// @return 0, or
     ///   -1 the media cannot be prepared for reading; -2 it has no audio stream of the asset's
     ///   index: nothing was written;
@@ -104,9 +103,8 @@ public:
     /// @param blocksPerPoint  1.0 or above, fractions and infinity included
     /// @param peaks           receives for point p and channel c the minimum at
     ///                        (p * ChannelCount() + c) * 2 and the maximum behind it
-    /// @throws std::length_error when @p endBlock lies before @p firstBlock by half a step divided
-    /// by
-    ///         the channel count, or more
+    /// @throws std::length_error when @p endBlock is less than @p firstBlock by half a step divided
+    ///         by the channel count, or more
     Result GetChannelPeaks(int firstBlock, int endBlock, double blocksPerPoint,
                            std::vector<signed char>& peaks);
 

@@ -68,13 +68,11 @@ public:
     /// @param databasePath      the database's file; its folder must exist
     /// @param cacheFolderPath   not used: records hold bare names
     /// @param createAndMigrate  true makes a missing database, brings an older schema up to date
-    /// and
-    ///                          refuses a file that cannot be written; false opens an existing
+    ///                          and refuses a file that cannot be written; false opens an existing
     ///                          database of the current schema only
     /// @throws std::runtime_error when the database cannot be opened, is damaged, belongs to
-    /// another
-    ///         program or has a newer schema; such a file is left as it is. Damage that does not
-    ///         show at once is reported by the operation that meets it
+    ///         another program or has a newer schema; such a file is left as it is. Damage that
+    ///         does not show at once is reported by the operation that meets it
     MediaDB(std::wstring const& databasePath, std::wstring const& cacheFolderPath,
             bool createAndMigrate);
     ~MediaDB();

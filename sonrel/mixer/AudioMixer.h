@@ -153,8 +153,7 @@ public:
     /// frame long at most, that is under way belongs to the session that ran when it began: the new
     /// session starts with the next mix block.
     /// @param trackCount   one meter a track, in the order of the sequence's tracks. A track that
-    /// is
-    ///                     added later has no meter; the meter of a track that is removed gets
+    ///                     is added later has no meter; the meter of a track that is removed gets
     ///                     silence
     /// @param blockFrames  samples in a meter block; below 1 no meter starts
     void StartMeterSession(unsigned long long trackCount, int blockFrames);

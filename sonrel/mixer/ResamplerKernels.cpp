@@ -13,8 +13,7 @@ namespace {
 
 static_assert(WEIGHT_DEGREE == 4, "the polynomial kernels are written out for this degree");
 
-// ---- Before and behind the sums, for any lanes
-// ---------------------------------------------------
+// ---- Before and after the sums, for any lanes --------------------------------------------------
 
 // Adding and subtracting this rounds a double of moderate size to the nearest whole number.
 constexpr double ROUNDER = 6755399441055744.0;  // 1.5 * 2^52

@@ -24,9 +24,8 @@ public:
 
     /// Takes the next frames, in real time: allocates nothing, takes no lock and never waits, but
     /// for what a host does in its completion callback and in its observers.
-    /// @param output      room for 2 * frameCount values; what the queue cannot fill is silence.
-    /// May
-    ///                    be null when frameCount is 0
+    /// @param output      room for 2 * frameCount values; frames that the queue cannot fill are
+    ///                    silence. May be null when frameCount is 0
     /// @param frameCount  stereo frames; 0 takes nothing and reports what a flush has dropped
     /// @return the frames at the start of @p output that came from queued buffers
     virtual int Pull(short* output, int frameCount) = 0;

@@ -116,14 +116,12 @@ public:
     /// less), and ARGB32 becomes premultiplied by alpha.
     ///
     /// @param width   pixels. 0 makes an image without pixels: result 0, nothing copied. Below 0
-    /// the
-    ///                result is PEAK_FILE_READ_FAILED
+    ///                the result is PEAK_FILE_READ_FAILED
     /// @param height  pixels. Below 1 makes an image without pixels
     /// @param buffer  receives the image
     /// @param bufferBytes  its size
     /// @return 0 when the image is in the buffer. Also 0, with the buffer untouched, when there is
-    /// no
-    ///         image: a width of 0, a height below 1, a range that holds no block (start equal to
+    ///         no image: a width of 0, a height below 1, a range without a block (start equal to
     ///         end on a multiple of 32 inside the stream), or an image that memory cannot hold.
     ///         ImageBytes returns 0 for all of these.
     ///         Above 0, the bytes that an image of this size and format takes, when the buffer is

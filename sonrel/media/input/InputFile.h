@@ -29,8 +29,7 @@ public:
     /// Reads up to @p size bytes from @p offset. A read that fails is reported to the ReadObserver
     /// of the thread that opened the file.
     /// @return the bytes read, fewer than @p size at the file's end only; -1 when the disk failed
-    /// or
-    ///         the host interrupted
+    ///         or the host interrupted
     std::int64_t ReadAt(std::int64_t offset, void* buffer, std::size_t size) const;
 
     /// Whether the host asks to stop the work on this file: the InterruptScope in which it was

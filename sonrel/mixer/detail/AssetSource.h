@@ -25,8 +25,8 @@ const project::ConformedAudioFile* FindConformedFile(AudioMixerImpl& mixer,
                                                      const project::MediaAudioStream& stream);
 
 /// Reads a stream from its file.
-/// @param read  receives the frames delivered; a merged stream delivers all, silence around the
-/// file
+/// @param read  receives the frames delivered; a merged stream delivers all, with silence around
+///              the file
 /// @return 0; 7 a bad range, 8 past the end of the merged range, 12 too little room (merged streams
 ///         only); else what the file answers
 int ReadStreamSamples(const project::MediaAudioStream& stream,

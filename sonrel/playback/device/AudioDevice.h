@@ -13,26 +13,22 @@
 /// What holds for every device:
 ///
 /// - The samples of the queue come out in order, frame by frame, unchanged and without a gap, at
-/// the
-///   rate of the mastering voice. While the queue is dry, or the voice stopped, there is silence.
+///   the rate of the mastering voice. While the queue is empty or the voice is stopped, there is
+///   silence.
 /// - Callbacks come from a thread of the device. They come in queue order, one at a time, and no
-/// lock
-///   is held while one runs: every operation can be called from any thread meanwhile, and from
-///   inside the callback too.
+///   lock is held while a callback runs: every operation can be called from any thread meanwhile,
+///   and from inside the callback too.
 /// - OnBufferStart comes before the first frame of a buffer is taken. OnBufferEnd comes when its
-/// last
-///   frame has been taken or when it was dropped, and the count of GetState is lowered before. For
-///   a buffer that ends a stream, OnStreamEnd follows right after the OnBufferEnd of that buffer,
-///   unless the buffer was dropped.
-/// - A flush drops what has not begun to sound; on a stopped voice everything. It returns before
-/// the
-///   ends are reported: they come at the device's next pull, in queue order, before the end of the
-///   buffer that was spared, and the dropped buffers count in GetState until then. A dropped buffer
-///   that never began is reported without an OnBufferStart.
-/// - Once a flush has returned, the memory of the dropped buffers is read no more.
+///   last frame has been taken or when it was dropped, and the count of GetState is lowered before.
+///   For a buffer that ends a stream, OnStreamEnd follows right after the OnBufferEnd of that
+///   buffer, unless the buffer was dropped.
+/// - A flush drops the buffers that have not begun to sound; on a stopped voice all buffers. It
+///   returns before the ends are reported: they come at the device's next pull, in queue order,
+///   before the end of the buffer that was spared, and the dropped buffers count in GetState until
+///   then. A dropped buffer that never began is reported without an OnBufferStart.
+/// - After a flush has returned, the memory of the dropped buffers is not read again.
 /// - A device that has stopped calling back, or whose callback is waiting for the host, does not
-/// keep
-///   the ends of a flush: after REPORT_GRACE a thread of the voice reports them.
+///   hold back the ends of a flush: after REPORT_GRACE a thread of the voice reports them.
 /// - A queue has no limit. Up to 64 buffers queue without an allocation.
 namespace orlo::sonrel::device {
 
