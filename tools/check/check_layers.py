@@ -49,7 +49,9 @@ class Table:
     def allowed(self, layer, kind, is_source):
         found = set(layer.get(kind, []))
         if is_source:
-            found |= set(layer.get("sources", {}).get(kind, []))
+            sources = layer.get("sources", {})
+            found |= set(sources.get(kind, []))
+            found |= set(sources.get("upward", [])) if kind == "layers" else set()
         return found
 
     def fault(self, path, header):

@@ -20,6 +20,8 @@ tree_checks() {
     check "Formatting" formatting
     check "Include table knows good from bad" tools/check/check_layers.py --self-test
     check "Include table" tools/check/check_layers.py
+    check "Drawings know good from bad" tools/check/draw_layers.py --self-test
+    check "Drawings of the folders" tools/check/draw_layers.py --check
     check "Rules know good from bad" tools/check/check_rules.py --self-test
     check "Rules and their tests" tools/check/check_rules.py
     check "Coverage knows good from bad" tools/check/check_coverage.py --self-test
