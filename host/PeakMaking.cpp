@@ -155,7 +155,7 @@ private:
 
     template <class Operation>
     std::string Ask(const PeakTask& task, Operation operation) {
-        const std::string path = AskFor(task, task.frames, operation);
+        std::string path = AskFor(task, task.frames, operation);
         if (spaceTrouble_.empty() || Interrupted()) return path;
         const long long frames = ExactFrames(task);
         return frames == task.frames ? path : AskFor(task, frames, operation);
