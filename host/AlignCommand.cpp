@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
+#include "host/AlignCommand.h"
+
 #include <algorithm>
 #include <map>
 
 #include "host/Alignment.h"
 #include "host/AlignmentReport.h"
-#include "host/Commands.h"
 #include "host/Conforming.h"
 #include "host/Input.h"
 #include "host/InputProtection.h"

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include "host/CacheCommand.h"
+
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,7 +17,6 @@
 #include "host/CacheCheck.h"
 #include "host/CacheEntryText.h"
 #include "host/CacheInventory.h"
-#include "host/Commands.h"
 #include "host/DatabaseTrouble.h"
 #include "host/Interrupt.h"
 #include "host/Paths.h"

@@ -4,9 +4,27 @@
 #include <string>
 #include <variant>
 
-#include "host/Options.h"
+#include "host/AlignOptions.h"
+#include "host/CacheOptions.h"
+#include "host/ConformOptions.h"
+#include "host/GlobalOptions.h"
+#include "host/InfoOptions.h"
+#include "host/MixOptions.h"
+#include "host/PeaksOptions.h"
+#include "host/PlayOptions.h"
+#include "host/WaveformOptions.h"
 
 namespace orlo::host {
+
+/// The command line as the commands take it: checked and converted, except positions, which need
+/// the timeline's rates.
+using CommandOptions = std::variant<AlignOptions, InfoOptions, ConformOptions, MixOptions,
+                                    PeaksOptions, PlayOptions, WaveformOptions, CacheOptions>;
+
+struct CommandLine {
+    GlobalOptions global;
+    CommandOptions command;
+};
 
 /// A text that was asked for instead of a command: help or the version.
 struct HelpText {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "host/Commands.h"
+#include "host/ConformCommand.h"
+
 #include "host/Conforming.h"
 #include "host/Input.h"
 #include "host/MediaEntries.h"

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "host/Options.h"
+#include "host/GlobalOptions.h"
 #include "sonrel/database/MediaDB.h"
 #include "sonrel/engine/Sonrel.h"
 

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
+#include "host/InfoCommand.h"
+
 #include <set>
 
-#include "host/Commands.h"
 #include "host/Input.h"
 #include "host/Interrupt.h"
 #include "host/Paths.h"

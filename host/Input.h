@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/Options.h"
+#include "host/GlobalOptions.h"
 #include "host/Outcome.h"
 #include "host/otio/TimelineImport.h"
 #include "sonrel/project/CompositionAsset.h"

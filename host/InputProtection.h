@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "host/Options.h"
+#include "host/GlobalOptions.h"
 #include "host/OutputGuard.h"
 #include "host/otio/TimelineImport.h"
 

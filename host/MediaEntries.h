@@ -9,8 +9,8 @@
 #include <tuple>
 #include <vector>
 
+#include "host/GlobalOptions.h"
 #include "host/Input.h"
-#include "host/Options.h"
 #include "host/Outcome.h"
 #include "host/OutputGuard.h"
 

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
+#include "host/MixCommand.h"
+
 #include <algorithm>
 #include <optional>
 
-#include "host/Commands.h"
 #include "host/Input.h"
 #include "host/InputProtection.h"
 #include "host/Interrupt.h"

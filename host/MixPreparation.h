@@ -4,9 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "host/DitherChoice.h"
 #include "host/EngineSession.h"
+#include "host/GlobalOptions.h"
 #include "host/Input.h"
-#include "host/Options.h"
 #include "host/Progress.h"
 #include "host/otio/Arrangement.h"
 #include "sonrel/mixer/SampleConverter.h"

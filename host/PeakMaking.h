@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "host/EngineSession.h"
+#include "host/GlobalOptions.h"
 #include "host/MediaEntries.h"
-#include "host/Options.h"
 #include "host/PartialFile.h"
 #include "host/Progress.h"
 #include "sonrel/project/MediaAsset.h"
@@ -38,6 +38,9 @@ enum class CurrentFiles { Kept, MadeAnew };
 /// @throws JobError when the database fails; CommandError when the program is asked to stop
 void FindOrMakePeakFiles(const EngineSession& session, std::vector<PeakTask>& tasks,
                          Progress& progress, CurrentFiles current = CurrentFiles::Kept);
+
+/// Threads that make a peak file: as the engine chooses, one or several.
+enum class PeakMode { Auto, Single, Multi };
 
 /// Writes a peak file to an output that is committed by the caller.
 /// @param wanted  the file that the user asked for, which the message of an interrupt names: the

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
+#include "host/PeaksCommand.h"
+
 #include <filesystem>
 #include <memory>
 #include <optional>
 
-#include "host/Commands.h"
 #include "host/Input.h"
 #include "host/InputProtection.h"
 #include "host/OutputFile.h"

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
+#include "host/PlayCommand.h"
+
 #include <algorithm>
 #include <cmath>
 #include <optional>
 
-#include "host/Commands.h"
 #include "host/Input.h"
 #include "host/InputProtection.h"
 #include "host/Interrupt.h"

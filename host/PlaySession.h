@@ -6,10 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "host/Options.h"
+#include "host/GlobalOptions.h"
 #include "host/OutputWatch.h"
 #include "host/PlayDisplay.h"
 #include "host/PlayEvents.h"
+#include "host/PlayOptions.h"
 #include "host/PlayOutput.h"
 #include "host/Positions.h"
 #include "host/ReadCheck.h"

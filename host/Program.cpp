@@ -6,10 +6,17 @@
 #include <new>
 #include <variant>
 
+#include "host/AlignCommand.h"
+#include "host/CacheCommand.h"
 #include "host/CommandLineParser.h"
-#include "host/Commands.h"
+#include "host/ConformCommand.h"
+#include "host/InfoCommand.h"
+#include "host/MixCommand.h"
 #include "host/Outcome.h"
+#include "host/PeaksCommand.h"
+#include "host/PlayCommand.h"
 #include "host/Text.h"
+#include "host/WaveformCommand.h"
 
 namespace orlo::host {
 

@@ -5,9 +5,9 @@
 #include <mutex>
 #include <string>
 
-#include "host/Options.h"
-
 namespace orlo::host {
+
+enum class ProgressMode { Auto, Json, None };
 
 /// Tells on stderr how far a job has come: on a terminal one line that is written over, or with
 /// --progress json one object a line. A job of less than a second shows nothing on a terminal.

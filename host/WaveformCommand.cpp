@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include "host/WaveformCommand.h"
+
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
@@ -6,7 +8,6 @@
 #include <optional>
 #include <vector>
 
-#include "host/Commands.h"
 #include "host/EngineSession.h"
 #include "host/InputProtection.h"
 #include "host/Interrupt.h"

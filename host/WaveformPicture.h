@@ -4,8 +4,8 @@
 #include <QImage>
 #include <string>
 
-#include "host/Options.h"
 #include "host/PictureArguments.h"
+#include "host/WaveformOptions.h"
 
 namespace orlo::host {
 

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace orlo::host {
+
+struct AlignOptions {
+    std::vector<std::string> inputs;  ///< at least two; all are aligned with the first
+    double minCorrelation = 0.3;
+    std::string plot;
+    std::string otio;
+    bool overwrite = false;  ///< whether write-protected files may be replaced
+};
+
+}  // namespace orlo::host

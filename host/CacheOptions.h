@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <optional>
+
+namespace orlo::host {
+
+enum class CacheAction { List, DiskUse, Check, Clean };
+
+struct CacheOptions {
+    CacheAction action = CacheAction::List;
+    std::optional<int> days;  ///< --keep-days where not given
+    bool orphans = false;
+    bool dryRun = false;
+    bool deep = false;  ///< of a check: reads every file to its end
+};
+
+}  // namespace orlo::host
