@@ -10,7 +10,7 @@
 #include <cctype>
 
 #include "fuzz/Support.h"
-#include "host/Program.h"
+#include "host/program/Program.h"
 
 namespace sonrel_fuzz {
 

@@ -6,8 +6,8 @@
 #include <random>
 #include <vector>
 
-#include "host/EffectChains.h"
-#include "host/Input.h"
+#include "host/timeline/EffectChains.h"
+#include "host/timeline/Input.h"
 #include "sonrel/base/Timing.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/mixer/AudioMixer.h"

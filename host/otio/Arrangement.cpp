@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "host/Text.h"
 #include "host/otio/JsonDocument.h"
 #include "host/otio/TrackArranger.h"
+#include "host/shell/Text.h"
 
 namespace orlo::host::otio {
 

@@ -3,9 +3,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/Text.h"
 #include "host/otio/Fields.h"
 #include "host/otio/SoundParser.h"
+#include "host/shell/Text.h"
 
 namespace orlo::host::otio {
 

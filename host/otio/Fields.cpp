@@ -3,8 +3,8 @@
 
 #include <cmath>
 
-#include "host/Text.h"
 #include "host/otio/JsonDocument.h"
+#include "host/shell/Text.h"
 
 namespace orlo::host::otio {
 

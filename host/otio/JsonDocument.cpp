@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/Text.h"
+#include "host/shell/Text.h"
 
 namespace orlo::host::otio {
 

@@ -4,8 +4,8 @@
 #include <nlohmann/json.hpp>
 #include <unordered_set>
 
-#include "host/Text.h"
 #include "host/otio/Fields.h"
+#include "host/shell/Text.h"
 
 namespace orlo::host::otio {
 

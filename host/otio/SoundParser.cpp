@@ -6,8 +6,8 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "host/Text.h"
 #include "host/otio/Fields.h"
+#include "host/shell/Text.h"
 
 namespace orlo::host::otio {
 

@@ -3,10 +3,10 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/Text.h"
 #include "host/otio/ClipParser.h"
 #include "host/otio/Fields.h"
 #include "host/otio/SoundParser.h"
+#include "host/shell/Text.h"
 
 namespace orlo::host::otio {
 

@@ -5,8 +5,8 @@
 #include <cmath>
 #include <utility>
 
-#include "host/Text.h"
 #include "host/otio/JsonDocument.h"
+#include "host/shell/Text.h"
 #include "sonrel/base/Timing.h"
 
 namespace orlo::host::otio {

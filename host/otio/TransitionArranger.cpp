@@ -3,7 +3,7 @@
 
 #include <limits>
 
-#include "host/Text.h"
+#include "host/shell/Text.h"
 #include "sonrel/base/Timing.h"
 
 namespace orlo::host::otio {

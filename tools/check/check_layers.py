@@ -62,7 +62,7 @@ class Table:
             return "the file belongs to no layer of layers.toml"
         is_source = path.suffix == ".cpp" or "detail" in path.parts
         target = self.layer_of(header)
-        if target is not None and header.startswith("sonrel/"):
+        if target is not None and header.startswith(("sonrel/", "host/")):
             return self.own_fault(path, layer, header, target, is_source)
         if STANDARD_CXX.fullmatch(header) or STANDARD_C.fullmatch(header):
             return None
@@ -144,13 +144,18 @@ KNOWN = [
     ("sonrel/base/Timing.h", "cmath", True),
     ("sonrel/sync/Fft.cpp", "sonrel/cpu/CpuPath.h", True),
     ("sonrel/sync/AudioSync.h", "sonrel/cpu/CpuPath.h", False),
-    ("host/Mix.cpp", "sonrel/mixer/AudioMixer.h", True),
-    ("host/Mix.cpp", "sonrel/cpu/CpuPath.h", False),
-    ("host/Mix.cpp", "sonrel/media/input/InterruptScope.h", True),
-    ("host/Mix.cpp", "sonrel/media/input/Demuxer.h", False),
-    ("host/Mix.cpp", "sonrel/mixer/detail/GainLaw.h", False),
-    ("host/Mix.cpp", "sonrel/playback/device/AudioDevice.h", False),
-    ("host/Mix.cpp", "sqlite3.h", False),
+    ("host/mix/Mix.cpp", "sonrel/mixer/AudioMixer.h", True),
+    ("host/mix/Mix.cpp", "host/mix/MixReport.h", True),
+    ("host/mix/Mix.cpp", "host/media/ReadCheck.h", True),
+    ("host/mix/Mix.cpp", "host/play/PlaySession.h", False),
+    ("host/shell/Text.cpp", "host/media/ReadCheck.h", False),
+    ("sonrel/mixer/AudioMixer.cpp", "host/shell/Text.h", False),
+    ("host/mix/Mix.cpp", "sonrel/cpu/CpuPath.h", False),
+    ("host/mix/Mix.cpp", "sonrel/media/input/InterruptScope.h", True),
+    ("host/mix/Mix.cpp", "sonrel/media/input/Demuxer.h", False),
+    ("host/mix/Mix.cpp", "sonrel/mixer/detail/GainLaw.h", False),
+    ("host/mix/Mix.cpp", "sonrel/playback/device/AudioDevice.h", False),
+    ("host/mix/Mix.cpp", "sqlite3.h", False),
     ("examples/01_mix_a_clip.cpp", "nlohmann/json.hpp", False),
     ("tests/mixer/GainLawTest.cpp", "sonrel/mixer/detail/GainLaw.h", True),
     ("tests/consumer/main.cpp", "sonrel/mixer/detail/GainLaw.h", False),

@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: MIT
+#include "host/align/ChanceCorrelation.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "host/align/Drift.h"
+#include "host/align/StereoReader.h"
+#include "sonrel/sync/AudioSync.h"
+
+namespace orlo::host {
+
+namespace {
+
+using sonrel::AudioSync;
+
+constexpr double PROBABILITY = 0.001;
+/// Lengths of windows in seconds: from a click to a long note.
+constexpr std::array<double, 5> WINDOWS{0.002, 0.008, 0.032, 0.128, 0.512};
+
+double Energy(const std::vector<float>& interleaved, std::size_t channel, std::size_t begin,
+              std::size_t end) {
+    double energy = 0.0;
+    for (std::size_t i = begin; i < end; ++i) {
+        const double value = interleaved[2 * i + channel];
+        energy += value * value;
+    }
+    return energy;
+}
+
+/// The variance of the correlation of one channel where the sounds are unrelated and steady during
+/// each window: the more the windows have in common, the louder they are, the larger it is.
+double Variance(const StereoStretches& stretches, std::size_t channel, std::size_t window) {
+    const std::size_t frames = stretches.a.size() / 2;
+    double sum = 0.0;
+    for (std::size_t begin = 0; begin < frames; begin += window) {
+        const std::size_t end = std::min(frames, begin + window);
+        const double energy = AudioSync::CorrelationEnergy(
+            stretches.a.data() + 2 * begin + channel, 2, stretches.b.data() + 2 * begin + channel,
+            2, static_cast<int>(end - begin));
+        sum += energy / static_cast<double>(end - begin) *
+               Energy(stretches.a, channel, begin, end) * Energy(stretches.b, channel, begin, end);
+    }
+    return sum /
+           (Energy(stretches.a, channel, 0, frames) * Energy(stretches.b, channel, 0, frames));
+}
+
+/// Whether two measures share no frame.
+bool AreApart(const Measure& one, const Measure& other) {
+    return one.compared.start + one.compared.length <= other.compared.start ||
+           other.compared.start + other.compared.length <= one.compared.start;
+}
+
+/// Every offset is tried on two channels. A place that shares no frame with the stretch and agrees
+/// with it makes a chance less likely.
+double LogTrials(const RecordingPair& pair, const Measure& whole,
+                 const std::vector<Measure>& places) {
+    double trials = std::log(2.0 * static_cast<double>(pair.A().Frames() + pair.B().Frames()));
+    for (const Measure& place : places) {
+        const bool supports =
+            place.correlation > 0.0 && AreApart(place, whole) && Agrees(place, whole, pair.Rate());
+        if (!supports) continue;
+        // Which of the places agree is open: as many choices as there are places for each.
+        const double chance =
+            static_cast<double>(places.size()) * ChanceToAgree(place, whole, pair.Rate());
+        trials += std::min(0.0, std::log(chance));
+    }
+    return trials;
+}
+
+StereoStretches ReadCompared(const RecordingPair& pair, const Measure& whole) {
+    const Place& inB = whole.compared;
+    const Place inA{inB.start + whole.offset, inB.length};
+    const auto frames = static_cast<std::size_t>(inB.length);
+    return {StereoReader(pair, pair.A()).Read(inA, frames),
+            StereoReader(pair, pair.B()).Read(inB, frames)};
+}
+
+}  // namespace
+
+double IndependentValues(const StereoStretches& stretches, int rate) {
+    const std::size_t frames = stretches.a.size() / 2;
+    const bool isMono = ChannelsAreEqual(stretches.a) && ChannelsAreEqual(stretches.b);
+    double largest = 0.0;
+    for (std::size_t channel = 0; channel < (isMono ? 1U : 2U); ++channel) {
+        largest = std::fmax(largest, Variance(stretches, channel, frames));
+        for (const double seconds : WINDOWS) {
+            const auto window = static_cast<std::size_t>(std::max(1.0, seconds * rate));
+            if (window >= frames) break;
+            largest = std::fmax(largest, Variance(stretches, channel, window));
+        }
+    }
+    return largest > 0.0 ? 1.0 / largest : 0.0;
+}
+
+double LargestByChance(double values, double logTrials, double probability) {
+    if (values <= 1.0) return 1.0;
+    // The square of the correlation of n independent Gaussian values has the beta distribution with
+    // 1/2 and (n - 1)/2. It exceeds c^2 with the probability (1 - c^2)^((n - 1)/2) at most.
+    const double logProbability = std::min(0.0, std::log(probability) - logTrials);
+    return std::sqrt(-std::expm1(2.0 * logProbability / (values - 1.0)));
+}
+
+double ChanceCorrelation(const RecordingPair& pair, const Measure& whole,
+                         const std::vector<Measure>& places) {
+    if (whole.compared.length < 1) return 1.0;
+    const double values = IndependentValues(ReadCompared(pair, whole), pair.Rate());
+    return LargestByChance(values, LogTrials(pair, whole, places), PROBABILITY);
+}
+
+}  // namespace orlo::host

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+#include "host/align/Drift.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace orlo::host {
+
+namespace {
+
+constexpr double DRIFT_ALLOWANCE = 300e-6;  // clocks differ by less
+constexpr double AGREEMENT_SECONDS = 0.02;  // beside their drift
+constexpr double LEAST_DRIFT_SPAN = 20.0;   // seconds between the first and the last place
+constexpr std::size_t LEAST_DRIFT_PLACES = 4;
+
+/// Frames by which the offset of a place may differ from that of the whole.
+double AllowedDifference(const Measure& place, const Measure& whole, int rate) {
+    const double distance = std::fabs(static_cast<double>(place.place.start - whole.place.start));
+    return AGREEMENT_SECONDS * rate + DRIFT_ALLOWANCE * distance;
+}
+
+}  // namespace
+
+bool Agrees(const Measure& place, const Measure& whole, int rate) {
+    return std::fabs(static_cast<double>(place.offset - whole.offset)) <=
+           AllowedDifference(place, whole, rate);
+}
+
+double ChanceToAgree(const Measure& place, const Measure& whole, int rate) {
+    // Lags of up to the length of the place are searched, and those near 0 are twice as likely.
+    return std::min(
+        1.0, 2.0 * AllowedDifference(place, whole, rate) / static_cast<double>(place.place.length));
+}
+
+std::optional<Drift> FitDrift(const std::vector<Measure>& places, const Measure& whole,
+                              const Place& overlap, int rate) {
+    std::vector<std::pair<double, double>> points;  // frame in B, offset less the whole's
+    for (const Measure& place : places) {
+        if (place.correlation < 0.5 * whole.correlation || !Agrees(place, whole, rate)) continue;
+        points.emplace_back(static_cast<double>(place.place.start) + 0.5 * place.place.length,
+                            static_cast<double>(place.offset - whole.offset));
+    }
+    if (points.size() < LEAST_DRIFT_PLACES) return std::nullopt;
+    if (points.back().first - points.front().first < LEAST_DRIFT_SPAN * rate) return std::nullopt;
+    const auto count = static_cast<double>(points.size());
+    double meanX = 0.0;
+    double meanY = 0.0;
+    for (const auto& [x, y] : points) {
+        meanX += x / count;
+        meanY += y / count;
+    }
+    double covariance = 0.0;
+    double variance = 0.0;
+    for (const auto& [x, y] : points) {
+        covariance += (x - meanX) * (y - meanY);
+        variance += (x - meanX) * (x - meanX);
+    }
+    const double slope = covariance / variance;
+    double squares = 0.0;
+    for (const auto& [x, y] : points) {
+        const double distance = y - meanY - slope * (x - meanX);
+        squares += distance * distance;
+    }
+    return Drift{slope * 1e6, std::sqrt(squares / count),
+                 slope * static_cast<double>(overlap.length)};
+}
+
+}  // namespace orlo::host

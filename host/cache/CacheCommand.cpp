@@ -1,0 +1,281 @@
+// SPDX-License-Identifier: MIT
+#include "host/cache/CacheCommand.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/cache/CacheCheck.h"
+#include "host/cache/CacheEntryText.h"
+#include "host/media/CacheInventory.h"
+#include "host/media/DatabaseTrouble.h"
+#include "host/shell/Interrupt.h"
+#include "host/shell/Paths.h"
+#include "host/shell/Text.h"
+#include "sonrel/base/Paths.h"
+#include "sonrel/cache/CacheFileUse.h"
+
+namespace orlo::host {
+
+namespace {
+
+using project::MediaDB;
+
+Outcome List(const CachePlaces& places) {
+    Outcome outcome;
+    outcome.report["files"] = Json::array();
+    for (const CacheEntry& entry : TakeInventory(places)) {
+        outcome.report["files"].push_back(EntryJson(entry));
+        outcome.text += EntryText(entry);
+    }
+    return outcome;
+}
+
+Outcome DiskUse(const CachePlaces& places) {
+    struct Sum {
+        long long files = 0;
+        long long bytes = 0;
+
+        void Add(const CacheEntry& entry) {
+            ++files;
+            bytes += entry.bytes;
+        }
+        Json ToJson() const { return {{"files", files}, {"bytes", bytes}}; }
+        std::string ToText() const {
+            return std::to_string(files) + " files, " + Megabytes(bytes) + "\n";
+        }
+    };
+    Sum all;
+    Sum orphans;
+    std::map<std::string, Sum> kinds{{"conformed", {}}, {"peak", {}}, {"vfr", {}}};
+    for (const CacheEntry& entry : TakeInventory(places)) {
+        if (entry.state == CacheEntry::State::Missing) continue;
+        all.Add(entry);
+        kinds[entry.kind].Add(entry);
+        if (entry.state == CacheEntry::State::Orphan) orphans.Add(entry);
+    }
+    Outcome outcome;
+    outcome.report = all.ToJson();
+    outcome.report["folder"] = places.folder;
+    outcome.report["database"] = places.database;
+    for (const auto& [kind, sum] : kinds) {
+        outcome.report["kinds"][kind] = sum.ToJson();
+        outcome.text += kind + ": " + sum.ToText();
+    }
+    outcome.report["orphans"] = orphans.ToJson();
+    outcome.text += "all: " + all.ToText();
+    if (orphans.files > 0) outcome.text += "of these without a record: " + orphans.ToText();
+    return outcome;
+}
+
+/// What cleaning does, counted.
+struct CleanSums {
+    long long due = 0;
+    long long removed = 0;
+    long long failed = 0;
+    long long freedBytes = 0;
+    std::string firstFailure;
+
+    void Gone(const CacheEntry& entry) {
+        ++removed;
+        freedBytes += entry.bytes;
+    }
+    void Stays(const std::string& file, const std::string& reason) {
+        ++failed;
+        if (firstFailure.empty()) firstFailure = Quoted(file) + ": " + reason;
+    }
+};
+
+void RemoveOrphan(const CacheEntry& entry, const CachePlaces& places, CleanSums& sums) {
+    const std::string path = CacheFilePath(places, entry.file);
+    if (unlink(path.c_str()) == 0 || errno == ENOENT) {
+        sums.Gone(entry);
+    } else {
+        sums.Stays(path, std::strerror(errno));
+    }
+}
+
+/// The entries whose records were not used for so many days, by the database's own reckoning.
+std::vector<CacheEntry> DueEntries(const CachePlaces& places, int days) {
+    std::vector<CacheEntry> due;
+    if (!std::filesystem::exists(places.database)) return due;
+    std::set<std::wstring> names;
+    try {
+        const MediaDB database(WidePath(places.database), WidePath(places.folder), true);
+        const auto add = [&](const auto& list) {
+            for (const auto& record : list) names.insert(record.cacheFilename);
+        };
+        add(database.FindUnusedConformedFiles(days));
+        add(database.FindUnusedPeakFiles(days));
+        add(database.FindUnusedVFRCacheFiles(days));
+    } catch (const std::exception& error) {
+        throw JobError(DatabaseTrouble(places.database, error.what()));
+    }
+    for (const CacheEntry& entry : TakeInventory(places)) {
+        if (entry.record && names.contains(entry.record->cacheFilename)) due.push_back(entry);
+    }
+    return due;
+}
+
+bool IsInUse(const CachePlaces& places, const std::string& file) {
+    return !sonrel::CacheFileRemoval(WidePath(places.folder), WidePath(file)).IsAllowed();
+}
+
+/// Why a file counts as used.
+std::string UseClause(const CachePlaces& places) {
+    const std::string marks = CacheFilePath(places, sonrel::CacheFolderUse::LOCK_FILE);
+    if (access(marks.c_str(), R_OK) == 0 || errno == ENOENT) {
+        return "another program uses it; try again when that has ended";
+    }
+    return "whether another program uses it cannot be seen, because " + Quoted(marks) +
+           " cannot be read: " + std::strerror(errno);
+}
+
+/// The files of @p entries that other programs use.
+std::set<std::string> FilesInUse(const CachePlaces& places,
+                                 const std::vector<CacheEntry>& entries) {
+    std::set<std::string> used;
+    for (const CacheEntry& entry : entries) {
+        if (IsInUse(places, entry.file)) used.insert(entry.file);
+    }
+    return used;
+}
+
+/// Lets the engine remove what is due, and looks what is left. The end of the engine removes what
+/// is due too, so that the number of days holds until then.
+void CleanDue(const EngineSession& session, const std::vector<CacheEntry>& due, CleanSums& sums) {
+    const CachePlaces& places = session.Places();
+    const std::set<std::string> used = FilesInUse(places, due);
+    try {
+        session.Engine()->ClearCacheFiles();
+        project::CacheLedger ledger(WidePath(places.database));
+        for (const CacheEntry& entry : due) {
+            // A record without a usable name has no file that the engine could remove.
+            if (entry.file.empty()) ledger.Remove(*entry.record);
+        }
+    } catch (const std::exception& error) {
+        throw JobError(DatabaseTrouble(places.database, error.what()));
+    }
+    for (const CacheEntry& entry : due) {
+        std::error_code ignored;
+        const std::string path = CacheFilePath(places, entry.file);
+        if (entry.file.empty() ||
+            !std::filesystem::exists(std::filesystem::symlink_status(path, ignored))) {
+            sums.Gone(entry);
+        } else {
+            const bool isUsed = used.contains(entry.file) || IsInUse(places, entry.file);
+            sums.Stays(path,
+                       isUsed ? UseClause(places)
+                              : "it cannot be removed; look at its and its folder's permissions");
+        }
+    }
+}
+
+/// The files without a record that no process writes, with the right to remove them.
+struct Orphans {
+    std::vector<CacheEntry> entries;
+    std::vector<sonrel::CacheFileRemoval> removals;
+};
+
+/// Whether a program may still write a file. Without locks only its age can tell.
+bool MayBeWritten(const CachePlaces& places, const CacheEntry& entry) {
+    constexpr std::chrono::hours MAX_WRITING{24};
+    const std::wstring folder = WidePath(places.folder);
+    if (sonrel::CacheFolderUse::HasLocks(folder)) return false;
+    std::error_code error;
+    const auto written = std::filesystem::last_write_time(CacheFilePath(places, entry.file), error);
+    return !error && written > std::filesystem::file_time_type::clock::now() - MAX_WRITING;
+}
+
+/// A file is recorded before its writer releases it, so that a file that nobody writes and that has
+/// no record then never gets one.
+Orphans FindOrphans(const CachePlaces& places) {
+    Orphans orphans;
+    std::set<std::string> unwritten;
+    for (const CacheEntry& entry : TakeInventory(places)) {
+        if (entry.state != CacheEntry::State::Orphan) continue;
+        sonrel::CacheFileRemoval removal(WidePath(places.folder), WidePath(entry.file));
+        if (!removal.IsAllowed() || MayBeWritten(places, entry)) continue;
+        orphans.removals.push_back(std::move(removal));
+        unwritten.insert(entry.file);
+    }
+    if (unwritten.empty()) return orphans;
+    for (const CacheEntry& entry : TakeInventory(places)) {
+        const bool isOrphan = entry.state == CacheEntry::State::Orphan;
+        if (isOrphan && unwritten.contains(entry.file)) orphans.entries.push_back(entry);
+    }
+    return orphans;
+}
+
+/// @return a line for each file
+std::string CleanOrphans(const CachePlaces& places, bool dryRun, const char* verb,
+                         CleanSums& sums) {
+    const Orphans orphans = FindOrphans(places);
+    std::string text;
+    for (const CacheEntry& entry : orphans.entries) {
+        text += verb + EntryText(entry);
+        ++sums.due;
+        if (!dryRun) RemoveOrphan(entry, places, sums);
+    }
+    return text;
+}
+
+/// @param global  with the number of days that cleaning takes
+Outcome Clean(const GlobalOptions& global, const CacheOptions& options, const CachePlaces& places) {
+    // First, so that a database that another program just makes is whole.
+    std::optional<EngineSession> session;
+    if (!options.dryRun) session.emplace(global);
+    CleanSums sums;
+    const std::vector<CacheEntry> due = DueEntries(places, global.keepDays);
+    sums.due = static_cast<long long>(due.size());
+
+    Outcome outcome;
+    const char* verb = options.dryRun ? "would be removed: " : "due: ";
+    for (const CacheEntry& entry : due) outcome.text += verb + EntryText(entry);
+    if (session) CleanDue(*session, due, sums);
+    if (options.orphans) outcome.text += CleanOrphans(places, options.dryRun, verb, sums);
+    outcome.report["due"] = sums.due;
+    outcome.report["removed"] = sums.removed;
+    outcome.report["failed"] = sums.failed;
+    outcome.report["freedBytes"] = sums.freedBytes;
+    outcome.text += std::to_string(sums.due) + " due, " + std::to_string(sums.removed) +
+                    " removed, " + std::to_string(sums.failed) + " failed, " +
+                    Megabytes(sums.freedBytes) + " freed\n";
+    if (sums.failed > 0) {
+        outcome.Fail(ExitCode::JobFailed, "cannot remove " + std::to_string(sums.failed) + " of " +
+                                              std::to_string(sums.due) +
+                                              " cache files, the first of which is " +
+                                              sums.firstFailure);
+    }
+    return outcome;
+}
+
+}  // namespace
+
+Outcome RunCache(const GlobalOptions& global, const CacheOptions& options) {
+    const CachePlaces places = CachePlacesOf(global);
+    switch (options.action) {
+        case CacheAction::List:
+            return List(places);
+        case CacheAction::DiskUse:
+            return DiskUse(places);
+        case CacheAction::Check:
+            return CheckCache(places, options.deep);
+        case CacheAction::Clean:
+            break;
+    }
+    GlobalOptions cleaning = global;
+    cleaning.keepDays = options.days.value_or(global.keepDays);
+    return Clean(cleaning, options, places);
+}
+
+}  // namespace orlo::host

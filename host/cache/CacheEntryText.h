@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+
+#include "host/media/CacheInventory.h"
+#include "host/shell/Outcome.h"
+
+namespace orlo::host {
+
+/// A record, a cache file, or both, for programs.
+Json EntryJson(const CacheEntry& entry);
+
+/// The same as one line, with its line feed.
+std::string EntryText(const CacheEntry& entry);
+std::string EntryTextWithoutState(const CacheEntry& entry);
+
+/// A number of bytes in megabytes, with the unit.
+std::string Megabytes(long long bytes);
+
+}  // namespace orlo::host

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+#include "host/conform/ConformCommand.h"
+
+#include "host/media/Conforming.h"
+#include "host/media/MediaEntries.h"
+#include "host/timeline/Input.h"
+
+namespace orlo::host {
+
+Outcome RunConform(const GlobalOptions& global, const ConformOptions& options) {
+    project::Project project;
+    std::vector<ConformTask> tasks;
+    MediaCollector collector(global, nullptr, [&](const std::string& path, int stream, int rate) {
+        ConformTask task;
+        task.asset = ImportMediaFile(project, path, stream);
+        task.rate = rate;
+        tasks.push_back(task);
+        return tasks.size() - 1;
+    });
+    for (const std::string& input : options.inputs) collector.Add(input);
+    const EngineSession session(global);
+    Progress progress(global.progress, global.quiet);
+    Conform(session, tasks, {options.jobs, options.allCodecs, options.force}, progress);
+    return ReportFiles(collector.entries, [&](std::size_t task) {
+        return FileResult{tasks[task].status, tasks[task].path, tasks[task].error};
+    });
+}
+
+}  // namespace orlo::host

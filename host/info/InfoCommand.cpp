@@ -1,0 +1,237 @@
+// SPDX-License-Identifier: MIT
+#include "host/info/InfoCommand.h"
+
+#include <set>
+
+#include "host/info/TimelineTree.h"
+#include "host/shell/Interrupt.h"
+#include "host/shell/Paths.h"
+#include "host/shell/Text.h"
+#include "host/timeline/Input.h"
+#include "sonrel/base/Timing.h"
+#include "sonrel/media/MediaInfo.h"
+
+namespace orlo::host {
+
+namespace {
+
+using zrh::media::MediaInfo;
+using zrh::media::MediaStreamInfo;
+using zrh::media::MediaStreamKind;
+
+constexpr double DEFAULT_FPS = 25.0;
+
+const char* KindName(MediaStreamKind kind) {
+    switch (kind) {
+        case MediaStreamKind::Audio:
+            return "audio";
+        case MediaStreamKind::Video:
+            return "video";
+        case MediaStreamKind::Cover:
+            return "cover";
+        case MediaStreamKind::Subtitle:
+            return "subtitle";
+        case MediaStreamKind::Other:
+            break;
+    }
+    return "other";
+}
+
+double Seconds(const MediaStreamInfo& stream) {
+    if (stream.kind == MediaStreamKind::Audio && stream.sampleRate > 0) {
+        return static_cast<double>(stream.sampleCount) / stream.sampleRate;
+    }
+    return stream.frameRate > 0.0 ? static_cast<double>(stream.frameCount) / stream.frameRate : 0.0;
+}
+
+Json StreamJson(const MediaStreamInfo& stream) {
+    Json json;
+    json["kind"] = KindName(stream.kind);
+    json["codec"] = stream.codec;
+    if (stream.kind == MediaStreamKind::Audio) {
+        json["rate"] = stream.sampleRate;
+        json["channels"] = stream.channels;
+        json["bits"] = stream.bitsPerSample;
+        json["format"] =
+            stream.dataType == zrh::media::ZRSampleDataType::Float ? "float" : "integer";
+        json["samples"] = stream.sampleCount;
+        json["seconds"] = Seconds(stream);
+        if (stream.error != 0) json["error"] = stream.reason;
+    } else if (stream.kind == MediaStreamKind::Video) {
+        json["fps"] = stream.frameRate;
+        json["frames"] = stream.frameCount;
+        json["seconds"] = Seconds(stream);
+    }
+    if (stream.width > 0) {
+        json["width"] = stream.width;
+        json["height"] = stream.height;
+    }
+    return json;
+}
+
+std::string StreamText(const MediaStreamInfo& stream) {
+    std::string text = std::string("    ") + KindName(stream.kind) + ", " + OneLine(stream.codec);
+    if (stream.kind == MediaStreamKind::Audio) {
+        text += ", " + std::to_string(stream.sampleRate) + " Hz, " +
+                std::to_string(stream.channels) +
+                (stream.channels == 1 ? " channel, " : " channels, ") +
+                std::to_string(stream.bitsPerSample) + " bit " +
+                (stream.dataType == zrh::media::ZRSampleDataType::Float ? "float" : "integer") +
+                ", " + std::to_string(stream.sampleCount) + " samples (" +
+                FormatDuration(Seconds(stream)) + ")";
+        if (stream.error != 0) text += ", " + stream.reason;
+    } else if (stream.kind == MediaStreamKind::Video) {
+        text += ", " + std::to_string(stream.width) + "x" + std::to_string(stream.height) + ", " +
+                FormatNumber(stream.frameRate, 3) + " frames a second, " +
+                std::to_string(stream.frameCount) + " frames";
+    }
+    return text + "\n";
+}
+
+/// Describes media one after another, for programs and for people.
+class MediaReport {
+public:
+    /// @return what is wrong with the file, as a clause; empty where nothing is
+    std::string Add(const std::string& path) {
+        MediaInfo info;
+        Json entry;
+        entry["path"] = path;
+        entry["streams"] = Json::array();
+        text_ += "  " + OneLine(path) + "\n";
+        std::string problem;
+        try {
+            RequireMediaFile(path);
+            std::string reason;
+            const int code = zrh::media::DescribeMedia(WidePath(path), &info, &reason);
+            if (Interrupted()) ThrowInterrupted("not all media are described");
+            if (code != 0) problem = "cannot read " + Quoted(path) + ": " + reason;
+        } catch (const JobError& error) {
+            problem = error.what();
+        }
+        entry["format"] = info.format;
+        for (const MediaStreamInfo& stream : info.streams) {
+            entry["streams"].push_back(StreamJson(stream));
+            text_ += StreamText(stream);
+        }
+        if (!problem.empty()) {
+            entry["error"] = problem;
+            text_ += "    " + problem + "\n";
+        }
+        json_.push_back(entry);
+        last_ = std::move(info);
+        return problem;
+    }
+
+    const Json& List() const { return json_; }
+    const std::string& Text() const { return text_; }
+    /// What the file that was added last holds.
+    const MediaInfo& Last() const { return last_; }
+
+private:
+    Json json_ = Json::array();
+    std::string text_;
+    MediaInfo last_;
+};
+
+std::string RatesText(int rate, double fps, long long frames) {
+    return std::to_string(rate) + " Hz, " + FormatNumber(fps, 6) + " frames a second, " +
+           std::to_string(frames) + " frames (" +
+           FormatDuration(static_cast<double>(frames) / fps) + ")\n";
+}
+
+/// Describes each file of a timeline once. @return the first problem, or an empty text
+std::string DescribeAll(const std::vector<MediaUse>& media, const std::vector<MediaUse>& missing,
+                        MediaReport& report) {
+    std::set<std::string> done;
+    for (const MediaUse& use : missing) done.insert(use.location.path);
+    std::string problem;
+    for (const MediaUse& use : media) {
+        if (!done.insert(use.location.path).second) continue;
+        const std::string found = report.Add(use.location.path);
+        if (problem.empty()) problem = found;
+    }
+    return problem;
+}
+
+Outcome TimelineInfo(const GlobalOptions& global, const std::string& input) {
+    const otio::TimelineImport import = ReadTimeline(input, global);
+    const otio::Arrangement& arrangement = import.arrangement;
+    const std::vector<MediaUse> media = CollectMedia(arrangement.tracks);
+    const std::vector<MediaUse> missing = MissingMedia(media);
+    MediaReport described;
+    const std::string problem = DescribeAll(media, missing, described);
+
+    Outcome outcome;
+    outcome.report["input"] = input;
+    outcome.report["kind"] = "timeline";
+    outcome.report["name"] = import.name;
+    outcome.report["rate"] = arrangement.rate;
+    outcome.report["fps"] = arrangement.fps;
+    outcome.report["frames"] = arrangement.frameCount;
+    outcome.report["tracks"] = TracksJson(arrangement.tracks);
+    outcome.report["media"] = described.List();
+    outcome.report["missing"] = MissingJson(missing);
+    outcome.report["notTakenOver"] = NotTakenOverJson(import.report);
+
+    outcome.text = "timeline " + Quoted(import.name) + ": " +
+                   RatesText(arrangement.rate, arrangement.fps, arrangement.frameCount) +
+                   TracksText(arrangement.tracks);
+    if (!media.empty()) outcome.text += "media\n" + described.Text();
+    for (const MediaUse& use : missing) {
+        outcome.text += "  " + OneLine(use.location.path) + "\n    missing\n";
+    }
+    outcome.text += NotTakenOverText(import.report);
+    if (!missing.empty() && !global.allowMissing) {
+        outcome.Fail(ExitCode::ConditionFailed, MissingMediaClause(input, missing));
+    } else if (!problem.empty()) {
+        outcome.Fail(ExitCode::JobFailed, problem);
+    }
+    return outcome;
+}
+
+const MediaStreamInfo* FirstOf(const MediaInfo& info, MediaStreamKind kind) {
+    for (const MediaStreamInfo& stream : info.streams) {
+        if (stream.kind == kind) return &stream;
+    }
+    return nullptr;
+}
+
+Outcome MediaFileInfo(const GlobalOptions& global, const std::string& input) {
+    const std::string path = AbsolutePath(input);
+    MediaReport described;
+    const std::string problem = described.Add(path);
+    if (!problem.empty()) throw JobError(problem);
+    const MediaStreamInfo* picture = FirstOf(described.Last(), MediaStreamKind::Video);
+    const MediaStreamInfo* sound = FirstOf(described.Last(), MediaStreamKind::Audio);
+    const int rate = RateFor(global);
+    double fps = global.fps.value_or(DEFAULT_FPS);
+    long long frames = 0;
+    if (picture != nullptr && picture->frameRate > 0.0) {
+        fps = picture->frameRate;
+        frames = picture->frameCount;
+    } else if (sound != nullptr) {
+        frames = zrtl::TruncToInt64(zrtl::RoundHalfAway(Seconds(*sound) * fps));
+    }
+
+    Outcome outcome;
+    outcome.report["input"] = input;
+    outcome.report["kind"] = "media";
+    outcome.report["rate"] = rate;
+    outcome.report["fps"] = fps;
+    outcome.report["frames"] = frames;
+    outcome.report["tracks"] = Json::array();
+    outcome.report["media"] = described.List();
+    outcome.report["missing"] = Json::array();
+    outcome.report["notTakenOver"] = Json::array();
+    outcome.text = "media file, as a project: " + RatesText(rate, fps, frames) + described.Text();
+    return outcome;
+}
+
+}  // namespace
+
+Outcome RunInfo(const GlobalOptions& global, const InfoOptions& options) {
+    if (otio::IsTimelinePath(options.input)) return TimelineInfo(global, options.input);
+    return MediaFileInfo(global, options.input);
+}
+
+}  // namespace orlo::host

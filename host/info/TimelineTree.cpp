@@ -1,0 +1,200 @@
+// SPDX-License-Identifier: MIT
+#include "host/info/TimelineTree.h"
+
+#include <variant>
+
+#include "host/shell/Text.h"
+
+namespace orlo::host {
+
+namespace {
+
+using otio::PlacedClip;
+using otio::PlacedTrack;
+using otio::PlacedTransition;
+
+std::string Frames(double count) {
+    return FormatShort(count) + (count == 1.0 ? " frame" : " frames");
+}
+
+Json LevelJson(const otio::LevelCurve& level) {
+    if (level.keys.empty()) return level.decibels ? Json(*level.decibels) : Json(0.0);
+    Json keys = Json::array();
+    for (const otio::LevelCurve::Key& key : level.keys) keys.push_back({key.timeMs, key.decibels});
+    return keys;
+}
+
+std::string LevelText(const otio::LevelCurve& level) {
+    if (!level.keys.empty()) return ", level with " + std::to_string(level.keys.size()) + " keys";
+    return level.decibels ? ", level " + FormatNumber(*level.decibels, 3) + " dB" : std::string();
+}
+
+Json EffectJson(const otio::EffectRequest& effect) {
+    Json parameters = Json::object();
+    for (const auto& [name, value] : effect.parameters) {
+        std::visit([&, key = name](const auto& taken) { parameters[key] = taken; }, value);
+    }
+    return {{"plugin", effect.plugin}, {"parameters", parameters}, {"enabled", effect.enabled}};
+}
+
+std::string EffectText(const otio::EffectRequest& effect) {
+    std::string text = "effect " + OneLine(effect.plugin);
+    const char* before = ": ";
+    for (const auto& [name, value] : effect.parameters) {
+        const std::string* word = std::get_if<std::string>(&value);
+        text += before + OneLine(name) + " " +
+                (word != nullptr ? OneLine(*word) : FormatShort(std::get<double>(value)));
+        before = ", ";
+    }
+    return text + (effect.enabled ? "" : ", disabled");
+}
+
+bool HasFade(const PlacedClip& clip) {
+    return clip.fades.inFrames > 0.0 || clip.fades.outFrames > 0.0;
+}
+
+std::string FadeText(const otio::Fades& fades) {
+    std::string text;
+    if (fades.inFrames > 0.0) text = "fade-in of " + Frames(fades.inFrames);
+    if (fades.outFrames > 0.0) {
+        text += (text.empty() ? "fade-out of " : ", fade-out of ") + Frames(fades.outFrames);
+    }
+    return text + ", " + fades.curve;
+}
+
+std::string ClipName(const PlacedTrack& track, const std::optional<std::size_t>& index) {
+    return index ? Quoted(track.clips[*index].name) : "silence";
+}
+
+Json TransitionJson(const PlacedTransition& transition) {
+    const auto index = [](const std::optional<std::size_t>& clip) {
+        return clip ? Json(*clip) : Json();
+    };
+    return {{"name", transition.name},
+            {"joinFrame", transition.joinFrame},
+            {"startFrame", transition.joinFrame + transition.relativeStartFrame},
+            {"length", transition.length},
+            {"from", index(transition.from)},
+            {"to", index(transition.to)},
+            {"curve", transition.curve}};
+}
+
+std::string TransitionText(const PlacedTrack& track, const PlacedTransition& transition) {
+    const int start = transition.joinFrame + transition.relativeStartFrame;
+    return "frames " + std::to_string(start) + " to " + std::to_string(start + transition.length) +
+           ": cross-fade from " + ClipName(track, transition.from) + " to " +
+           ClipName(track, transition.to) + ", " + transition.curve;
+}
+
+Json ClipJson(const PlacedClip& clip) {
+    Json json = {{"name", clip.name},
+                 {"media", nullptr},
+                 {"stream", clip.stream},
+                 {"startFrame", clip.startFrame},
+                 {"endFrame", clip.endFrame},
+                 {"sourceStartFrame", clip.sourceStartFrame},
+                 {"speed", clip.speed},
+                 {"muted", clip.muted},
+                 {"audioLevel", LevelJson(clip.level)},
+                 {"effects", Json::array()},
+                 {"fadeIn", clip.fades.inFrames},
+                 {"fadeOut", clip.fades.outFrames}};
+    for (const otio::EffectRequest& effect : clip.effects) {
+        json["effects"].push_back(EffectJson(effect));
+    }
+    if (HasFade(clip)) json["fadeCurve"] = clip.fades.curve;
+    if (clip.composition == nullptr) {
+        json["media"] = clip.media.path;
+    } else {
+        json["composition"] = {{"kind", clip.composition->schema},
+                               {"frames", clip.composition->frameCount},
+                               {"tracks", TracksJson(clip.composition->tracks)}};
+    }
+    return json;
+}
+
+/// Writes the tree line by line.
+class TreeText {
+public:
+    void Add(const std::vector<PlacedTrack>& tracks, int depth) {
+        for (std::size_t i = 0; i < tracks.size(); ++i) {
+            const PlacedTrack& track = tracks[i];
+            std::string line = "track " + std::to_string(i + 1) + " " + Quoted(track.name);
+            line += LevelText(track.level);
+            if (track.stereoBalance) line += ", balance " + FormatNumber(*track.stereoBalance, 3);
+            line += std::string(track.muted ? ", muted" : "") + (track.solo ? ", solo" : "");
+            Line(line, depth);
+            AddItems(track, depth + 1);
+        }
+    }
+
+    std::string Take() { return std::move(text_); }
+
+private:
+    void Line(const std::string& line, int depth) {
+        text_.append(2 * static_cast<std::size_t>(depth), ' ');
+        text_ += line + "\n";
+    }
+
+    /// A transition stands between the clips that it joins.
+    void AddItems(const PlacedTrack& track, int depth) {
+        std::size_t next = 0;
+        for (const PlacedClip& clip : track.clips) {
+            while (next < track.transitions.size() &&
+                   track.transitions[next].joinFrame <= clip.startFrame) {
+                Line(TransitionText(track, track.transitions[next++]), depth);
+            }
+            AddClip(clip, depth);
+        }
+        while (next < track.transitions.size()) {
+            Line(TransitionText(track, track.transitions[next++]), depth);
+        }
+    }
+
+    void AddClip(const PlacedClip& clip, int depth) {
+        std::string line = "frames " + std::to_string(clip.startFrame) + " to " +
+                           std::to_string(clip.endFrame) + ": " + Quoted(clip.name) +
+                           " from frame " + std::to_string(clip.sourceStartFrame) + " of ";
+        line += clip.composition == nullptr ? OneLine(clip.media.path)
+                                            : "a nested " + clip.composition->schema + " of " +
+                                                  Frames(clip.composition->frameCount);
+        if (clip.speed != 1.0) line += ", speed " + FormatNumber(clip.speed, 6);
+        line += LevelText(clip.level) + (clip.muted ? ", muted" : "");
+        Line(line, depth);
+        for (const otio::EffectRequest& effect : clip.effects) Line(EffectText(effect), depth + 1);
+        if (HasFade(clip)) Line(FadeText(clip.fades), depth + 1);
+        if (clip.composition != nullptr) Add(clip.composition->tracks, depth + 1);
+    }
+
+    std::string text_;
+};
+
+}  // namespace
+
+Json TracksJson(const std::vector<PlacedTrack>& tracks) {
+    Json list = Json::array();
+    for (const PlacedTrack& track : tracks) {
+        Json objects = Json::array();
+        for (const PlacedClip& clip : track.clips) objects.push_back(ClipJson(clip));
+        Json transitions = Json::array();
+        for (const PlacedTransition& transition : track.transitions) {
+            transitions.push_back(TransitionJson(transition));
+        }
+        list.push_back({{"name", track.name},
+                        {"muted", track.muted},
+                        {"solo", track.solo},
+                        {"audioLevel", LevelJson(track.level)},
+                        {"stereoBalance", track.stereoBalance.value_or(0.0f)},
+                        {"objects", objects},
+                        {"transitions", transitions}});
+    }
+    return list;
+}
+
+std::string TracksText(const std::vector<PlacedTrack>& tracks) {
+    TreeText tree;
+    tree.Add(tracks, 0);
+    return tree.Take();
+}
+
+}  // namespace orlo::host

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: MIT
+#include "host/media/CacheInventory.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+#include <system_error>
+
+#include "host/media/DatabaseTrouble.h"
+#include "host/shell/Errors.h"
+#include "host/shell/Paths.h"
+#include "host/shell/Text.h"
+#include "sonrel/base/Paths.h"
+
+namespace orlo::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+using project::CacheFileKind;
+using project::CacheRecord;
+
+const char* KindName(CacheFileKind kind) {
+    switch (kind) {
+        case CacheFileKind::Conformed:
+            return "conformed";
+        case CacheFileKind::Peak:
+            return "peak";
+        case CacheFileKind::Vfr:
+            break;
+    }
+    return "vfr";
+}
+
+std::vector<CacheRecord> ReadRecords(const std::string& database) {
+    struct stat status = {};
+    if (stat(database.c_str(), &status) != 0) return {};
+    try {
+        return project::CacheLedger(WidePath(database)).Records();
+    } catch (const std::exception& error) {
+        throw JobError(DatabaseTrouble(database, error.what()));
+    }
+}
+
+CacheEntry EntryOf(const CacheRecord& record, const CachePlaces& places) {
+    CacheEntry entry;
+    entry.record = record;
+    entry.kind = KindName(record.kind);
+    entry.file = zrtl::ToUtf8(record.cacheFilename);
+    struct stat status = {};
+    if (entry.file.empty() || stat(CacheFilePath(places, entry.file).c_str(), &status) != 0) {
+        entry.state = CacheEntry::State::Missing;
+    } else {
+        entry.bytes = static_cast<long long>(status.st_size);
+    }
+    return entry;
+}
+
+std::vector<CacheEntry> FindOrphans(const CachePlaces& places, const std::set<std::string>& known) {
+    std::vector<CacheEntry> orphans;
+    std::error_code error;
+    if (!fs::exists(fs::status(places.folder, error))) return orphans;
+    for (fs::directory_iterator at(places.folder, error), end; !error && at != end;
+         at.increment(error)) {
+        const std::string kind = KindOfCacheFile(at->path().filename().string());
+        const std::string name = at->path().filename().string();
+        std::error_code ignored;
+        if (kind.empty() || known.contains(name) || at->is_directory(ignored)) continue;
+        CacheEntry entry;
+        entry.state = CacheEntry::State::Orphan;
+        entry.kind = kind;
+        entry.file = name;
+        struct stat status = {};
+        if (lstat(at->path().c_str(), &status) == 0) {
+            entry.bytes = static_cast<long long>(status.st_size);
+        }
+        orphans.push_back(entry);
+    }
+    if (error) {
+        throw JobError("cannot read the cache folder " + Quoted(places.folder) + ": " +
+                       error.message() + "; give another with --cache");
+    }
+    std::sort(orphans.begin(), orphans.end(),
+              [](const CacheEntry& a, const CacheEntry& b) { return a.file < b.file; });
+    return orphans;
+}
+
+}  // namespace
+
+std::string KindOfCacheFile(const std::string& name) {
+    if (name.ends_with(".xwmc")) return "conformed";
+    return name.ends_with(".xwpk") ? "peak" : "";
+}
+
+std::string CacheFilePath(const CachePlaces& places, const std::string& file) {
+    return (fs::path(places.folder) / file).string();
+}
+
+std::vector<CacheEntry> TakeInventory(const CachePlaces& places) {
+    std::vector<CacheEntry> entries;
+    std::set<std::string> known;
+    for (const CacheRecord& record : ReadRecords(places.database)) {
+        entries.push_back(EntryOf(record, places));
+        known.insert(entries.back().file);
+    }
+    const std::vector<CacheEntry> orphans = FindOrphans(places, known);
+    entries.insert(entries.end(), orphans.begin(), orphans.end());
+    return entries;
+}
+
+}  // namespace orlo::host

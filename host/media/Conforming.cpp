@@ -1,0 +1,270 @@
+// SPDX-License-Identifier: MIT
+#include "host/media/Conforming.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <exception>
+#include <mutex>
+#include <new>
+#include <optional>
+#include <thread>
+
+#include "host/media/DatabaseTrouble.h"
+#include "host/shell/Errors.h"
+#include "host/shell/Interrupt.h"
+#include "host/shell/Paths.h"
+#include "host/shell/Text.h"
+#include "sonrel/base/Paths.h"
+#include "sonrel/cache/ConformedAudioFileHelper.h"
+#include "sonrel/conformed/ConformedAudioFile.h"
+#include "sonrel/database/DatabaseObserver.h"
+#include "sonrel/media/ConversionObserver.h"
+#include "sonrel/media/MediaInfo.h"
+#include "sonrel/media/input/InterruptScope.h"
+
+namespace orlo::host {
+
+namespace {
+
+using project::MediaAsset;
+using project::MediaDB;
+namespace helper = sonrel::ConformedAudioFileHelper;
+
+constexpr long long BYTES_PER_FRAME = 4;
+
+std::string MediaPath(const MediaAsset& asset) {
+    return zrtl::ToUtf8(asset.IsMerged() ? asset.MergedAudioFilename() : asset.Filename());
+}
+
+/// Frames of all tasks that are done, over all jobs.
+class ConformProgress {
+public:
+    ConformProgress(const std::vector<ConformTask>& tasks, Progress& progress)
+        : progress_(progress) {
+        long long total = 0;
+        for (const ConformTask& task : tasks) total += Frames(task);
+        progress_.Begin("conform", "samples", total);
+    }
+
+    static long long Frames(const ConformTask& task) {
+        return std::max(0LL, task.asset->AudioStream()->NativeSampleCount());
+    }
+
+    void Add(long long frames) { progress_.Update(done_ += frames); }
+
+private:
+    Progress& progress_;
+    std::atomic<long long> done_{0};
+};
+
+/// Size of the conformed file of a task, as far as the length of its stream is known.
+long long ExpectedBytes(const ConformTask& task) {
+    const auto frames = static_cast<double>(ConformProgress::Frames(task));
+    const int nativeRate = task.asset->AudioStream()->NativeSampleRate();
+    const double bytes =
+        frames * task.rate / std::max(1, nativeRate) * static_cast<double>(BYTES_PER_FRAME);
+    return static_cast<long long>(std::min(bytes, 1e18));
+}
+
+/// Why a conversion gave nothing, as far as it shows afterwards.
+/// @param conversionFailure  why the media library gave it up; may be empty
+/// @param databaseFailure    why the database did not record it; may be empty
+std::string FailureReason(const EngineSession& session, const ConformTask& task,
+                          const std::string& conversionFailure,
+                          const std::string& databaseFailure) {
+    if (conversionFailure.empty() && !databaseFailure.empty()) {
+        return DatabaseTrouble(session.Places().database, databaseFailure);
+    }
+    const std::string media = MediaPath(*task.asset);
+    std::string reason = FolderTrouble(session.Places().folder, ExpectedBytes(task));
+    if (!reason.empty()) return reason;
+    zrh::media::MediaInfo info;
+    if (zrh::media::DescribeMedia(WidePath(media), &info, &reason) != 0) return reason;
+    return conversionFailure.empty() ? "its sound could not be converted or recorded"
+                                     : conversionFailure;
+}
+
+bool CanRead(const project::ConformedAudioFile& file, long long sample) {
+    unsigned char frame[BYTES_PER_FRAME];
+    int read = 0;
+    return file.GetSamples(sample, 1, frame, sizeof(frame), &read) == 0;
+}
+
+/// Why the conformed file of a task cannot be used, as a clause; empty where it can. The samples
+/// between the first and the last are not read.
+std::string ConformedFileTrouble(const ConformTask& task) {
+    const auto clause = [&](const char* otherwise) {
+        return "its conformed file " + Quoted(task.path) +
+               " cannot be read: " + (errno != 0 ? std::strerror(errno) : otherwise);
+    };
+    const long long samples = task.asset->AudioStream()->ConformedSampleCount();
+    project::ConformedAudioFile file;
+    errno = 0;
+    if (!file.Open(WidePath(task.path))) return clause("it is not a whole conformed file");
+    errno = 0;
+    if (file.SampleRate() != task.rate) return clause("it has another sample rate");
+    if (file.SampleCount() != samples) return clause("it could not be opened before; try again");
+    if (samples == 0) return {};
+    const bool canRead = CanRead(file, 0) && CanRead(file, samples - 1);
+    return canRead ? std::string() : clause("it has become shorter");
+}
+
+/// One of the threads that share the tasks.
+class Job {
+public:
+    Job(const EngineSession& session, const ConformSettings& settings, ConformProgress& progress)
+        : session_(session),
+          settings_(settings),
+          progress_(progress),
+          database_(session.Connect()) {}
+
+    void Run(ConformTask& task) {
+        long long counted = 0;
+        bool converting = false;
+        std::string diskTrouble;
+        const zrh::media::ConversionObserver observer([&](long long done, long long) {
+            if (!converting) {
+                diskTrouble = FolderTrouble(session_.Places().folder, ExpectedBytes(task));
+            }
+            converting = true;
+            progress_.Add(done - counted);
+            counted = done;
+            return diskTrouble.empty() && !Interrupted();
+        });
+        if (settings_.force) {
+            RunForced(task);
+        } else {
+            FindOrMake(task, &converting);
+        }
+        std::string trouble = AttachWhole(task);
+        progress_.Add(ConformProgress::Frames(task) - counted);
+        if (Interrupted() && task.path.empty()) return;
+        if (task.path.empty()) {
+            trouble = diskTrouble.empty()
+                          ? FailureReason(session_, task, observer.Failure(), failures_->Failure())
+                          : diskTrouble;
+        }
+        Finish(task, converting, trouble);
+    }
+
+private:
+    /// @param converting  false while only the record was looked up
+    void FindOrMake(ConformTask& task, bool* converting) {
+        for (int attempt = 1; attempt < MAX_RECORD_ATTEMPTS; ++attempt) {
+            *converting = false;
+            Ask(task, helper::CreateConformedAudioFile);
+            const bool wasSlower = task.path.empty() && failures_->WasRecordedElsewhere();
+            if (!wasSlower || Interrupted()) return;
+        }
+        RunForced(task);
+    }
+
+    void RunForced(ConformTask& task) { Ask(task, helper::RemakeConformedAudioFile); }
+
+    template <class Operation>
+    void Ask(ConformTask& task, Operation operation) {
+        failures_.emplace();
+        task.path = zrtl::ToUtf8(
+            operation(task.asset, task.rate, session_.Engine()->MediaCacheFolderPath(),
+                      session_.Engine()->MediaCacheErrorLog(), database_, settings_.allCodecs));
+    }
+
+    /// Puts the file on the asset's stream.
+    /// @return why a file cannot be read, as a clause; empty when it can and when there is none
+    static std::string Attach(const ConformTask& task) {
+        helper::SetAudioSamplesAvailable(task.asset, task.rate, WidePath(task.path));
+        if (task.path.empty()) return {};
+        return ConformedFileTrouble(task);
+    }
+
+    /// The same, and makes a file that was broken anew once.
+    std::string AttachWhole(ConformTask& task) {
+        std::string trouble = Attach(task);
+        if (trouble.empty() || settings_.force || Interrupted()) return trouble;
+        RunForced(task);
+        return Attach(task);
+    }
+
+    /// @param trouble  a clause; empty when the file is made or found and can be read
+    static void Finish(ConformTask& task, bool converted, const std::string& trouble) {
+        task.status = converted ? ConformTask::Status::Made : ConformTask::Status::Found;
+        if (trouble.empty()) return;
+        task.path.clear();
+        task.status = ConformTask::Status::Failed;
+        task.error = "cannot conform " + Quoted(MediaPath(*task.asset)) + ": " + trouble;
+    }
+
+    const EngineSession& session_;
+    const ConformSettings& settings_;
+    ConformProgress& progress_;
+    std::shared_ptr<MediaDB> database_;
+    std::optional<project::DatabaseObserver> failures_;  // of the last attempt
+};
+
+/// Hands the tasks out to the jobs, and keeps the first exception.
+class TaskQueue {
+public:
+    TaskQueue(const EngineSession& session, std::vector<ConformTask>& tasks,
+              const ConformSettings& settings, Progress& progress)
+        : session_(session), tasks_(tasks), settings_(settings), progress_(tasks, progress) {}
+
+    /// Runs on each job's thread until no task is left.
+    void Work() {
+        try {
+            const zrh::media::InterruptScope stopMedia(Interrupted);
+            Job job(session_, settings_, progress_);
+            while (!Interrupted() && !failed_) {
+                const std::size_t index = next_++;
+                if (index >= tasks_.size()) return;
+                job.Run(tasks_[index]);
+            }
+        } catch (...) {
+            const std::lock_guard lock(mutex_);
+            if (!failure_) failure_ = std::current_exception();
+            failed_ = true;
+        }
+    }
+
+    void RethrowFailure() const {
+        if (failure_) std::rethrow_exception(failure_);
+    }
+
+private:
+    const EngineSession& session_;
+    std::vector<ConformTask>& tasks_;
+    const ConformSettings& settings_;
+    ConformProgress progress_;
+    std::atomic<std::size_t> next_{0};
+    std::atomic<bool> failed_{false};
+    std::mutex mutex_;
+    std::exception_ptr failure_;
+};
+
+}  // namespace
+
+void Conform(const EngineSession& session, std::vector<ConformTask>& tasks,
+             const ConformSettings& settings, Progress& progress) {
+    if (tasks.empty()) return;
+    TaskQueue queue(session, tasks, settings, progress);
+    const std::size_t jobs = std::min(tasks.size(), static_cast<std::size_t>(settings.jobs));
+    {
+        std::vector<std::jthread> helpers;
+        for (std::size_t i = 1; i < jobs; ++i) helpers.emplace_back([&queue] { queue.Work(); });
+        queue.Work();
+    }
+    if (Interrupted()) ThrowInterrupted("not all media are conformed");
+    try {
+        queue.RethrowFailure();
+    } catch (const CommandError&) {
+        throw;
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const std::exception& error) {
+        throw JobError(DatabaseTrouble(session.Places().database, error.what()));
+    }
+    progress.End();
+}
+
+}  // namespace orlo::host

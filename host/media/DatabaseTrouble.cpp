@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: MIT
+#include "host/media/DatabaseTrouble.h"
+
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <system_error>
+
+#include "host/shell/Text.h"
+
+namespace orlo::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string ReadText(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+/// A file as /proc/locks names it: "fe:00:10952808". Empty without a file.
+std::string LockedFileName(const std::string& path) {
+    struct stat status = {};
+    if (stat(path.c_str(), &status) != 0) return {};
+    char device[32];
+    std::snprintf(device, sizeof(device), "%02x:%02x:", major(status.st_dev), minor(status.st_dev));
+    return device + std::to_string(status.st_ino);
+}
+
+std::string ProcessName(long id) {
+    std::string name = ReadText("/proc/" + std::to_string(id) + "/comm");
+    if (!name.empty() && name.back() == '\n') name.pop_back();
+    return "process " + std::to_string(id) + (name.empty() ? "" : " (" + OneLine(name) + ")");
+}
+
+bool Contains(const std::string& text, const char* words) {
+    return text.find(words) != std::string::npos;
+}
+
+/// Whether the words are those of a database that cannot be opened or written.
+bool IsAboutAccess(const std::string& words) {
+    return Contains(words, "open database file") || Contains(words, "readonly") ||
+           Contains(words, "cannot be written");
+}
+
+std::string LockedTrouble(const std::string& database) {
+    const std::string holder = LockHolder(database, ReadText("/proc/locks"));
+    return "it is locked by " + (holder.empty() ? "another program" : holder) +
+           "; try again when that has ended, or give another with --db";
+}
+
+}  // namespace
+
+std::string LockHolder(const std::string& database, const std::string& locks) {
+    // A writer locks the shared memory of a write-ahead log, or else the database itself.
+    const std::string files[] = {LockedFileName(database + "-shm"), LockedFileName(database)};
+    std::istringstream lines(locks);
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string number, kind, mode, access, file;
+        long id = 0;
+        if (!(words >> number >> kind >> mode >> access >> id >> file)) continue;
+        if (access != "WRITE" || id <= 0 || id == getpid()) continue;
+        if (file == files[0] || file == files[1]) return ProcessName(id);
+    }
+    return {};
+}
+
+bool IsOnReadOnlyFileSystem(const std::string& path) {
+    fs::path place = path;
+    std::error_code ignored;
+    while (!fs::exists(place, ignored) && place.has_relative_path()) place = place.parent_path();
+    struct statvfs disk = {};
+    return statvfs(place.c_str(), &disk) == 0 && (disk.f_flag & ST_RDONLY) != 0;
+}
+
+std::string DatabaseTrouble(const std::string& database, const std::string& reason) {
+    // The text of a failure begins with the name of the database.
+    const std::size_t name = reason.find(database + ": ");
+    const std::string words =
+        name == std::string::npos ? reason : reason.substr(name + database.size() + 2);
+    const std::string subject = "cannot use the media database " + Quoted(database) + ": ";
+    if (Contains(words, "locked")) return subject + LockedTrouble(database);
+    if (IsAboutAccess(words) && IsOnReadOnlyFileSystem(database)) {
+        return subject + "it is on a read-only file system; give another with --db";
+    }
+    if (Contains(words, "is full")) {
+        return subject + "its disk is full; make room, or give another with --db";
+    }
+    if (Contains(words, "has recorded the file")) return subject + OneLine(words) + "; try again";
+    if (IsAboutAccess(words)) {
+        return subject + OneLine(words) +
+               "; it and its folder must exist and be writable, or give another with --db";
+    }
+    if (Contains(words, "disk I/O error")) {
+        return subject + OneLine(words) + "; check its disk, or give another with --db";
+    }
+    return subject + OneLine(words) + "; move it away, or give another with --db";
+}
+
+}  // namespace orlo::host

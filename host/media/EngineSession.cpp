@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: MIT
+#include "host/media/EngineSession.h"
+
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+#include "host/media/DatabaseTrouble.h"
+#include "host/shell/Errors.h"
+#include "host/shell/Paths.h"
+#include "host/shell/Text.h"
+
+namespace orlo::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+using sonrel::Sonrel;
+
+/// $XDG_CACHE_HOME/sonrel. A relative value counts as none.
+std::string DefaultFolder() {
+    const char* cache = std::getenv("XDG_CACHE_HOME");
+    if (cache != nullptr && cache[0] == '/') return std::string(cache) + "/sonrel";
+    const char* home = std::getenv("HOME");
+    if (home == nullptr || home[0] != '/') {
+        throw JobError("there is no home folder to keep the media cache in; give --cache and --db");
+    }
+    return std::string(home) + "/.cache/sonrel";
+}
+
+void MakeDefaultFolder(const std::string& folder) {
+    std::error_code error;
+    fs::create_directories(folder, error);
+    if (error) {
+        throw JobError("cannot make the folder " + Quoted(folder) + ": " + error.message() +
+                       "; give --cache and --db");
+    }
+}
+
+/// What is wrong with the cache folder before an engine is made; empty where nothing is.
+std::string CacheFolderTrouble(const std::string& folder) {
+    std::error_code error;
+    const fs::file_status status = fs::status(folder, error);
+    if (fs::exists(status) && !fs::is_directory(status)) return "it is not a folder";
+    return {};
+}
+
+}  // namespace
+
+CachePlaces CachePlacesOf(const GlobalOptions& options) {
+    if (options.noCacheDb) return {};
+    CachePlaces places;
+    places.folder = AbsolutePath(options.cacheFolder.empty() ? DefaultFolder() + "/media"
+                                                             : options.cacheFolder);
+    places.database = AbsolutePath(options.databaseFile.empty() ? DefaultFolder() + "/media.db"
+                                                                : options.databaseFile);
+    return places;
+}
+
+std::string FolderTrouble(const std::string& folder, long long bytes) {
+    if (IsOnReadOnlyFileSystem(folder)) {
+        return "the folder " + Quoted(folder) +
+               " is on a read-only file system; give another with --cache";
+    }
+    if (access(folder.c_str(), W_OK | X_OK) != 0) {
+        return "the folder " + Quoted(folder) + " may not be written; give another with --cache";
+    }
+    struct statvfs disk = {};
+    if (statvfs(folder.c_str(), &disk) != 0) return {};
+    const double available =
+        static_cast<double>(disk.f_bavail) * static_cast<double>(disk.f_frsize);
+    if (disk.f_files > 0 && disk.f_favail == 0) {
+        return "the disk of " + Quoted(folder) + " holds no more files; make room";
+    }
+    if (static_cast<double>(bytes) <= available) return {};
+    return "the disk of " + Quoted(folder) +
+           " is full: " + FormatNumber(static_cast<double>(bytes) / 1e6, 1) +
+           " MB are needed and " + FormatNumber(available / 1e6, 1) +
+           " MB are free; make room, or give another with --cache";
+}
+
+EngineSession::EngineSession(const GlobalOptions& options) : places_(CachePlacesOf(options)) {
+    if (!options.noCacheDb) {
+        if (options.cacheFolder.empty() || options.databaseFile.empty()) {
+            MakeDefaultFolder(DefaultFolder());
+        }
+        const std::string trouble = CacheFolderTrouble(places_.folder);
+        if (!trouble.empty()) {
+            throw JobError("cannot use the cache folder " + Quoted(places_.folder) + ": " +
+                           trouble + "; give another with --cache");
+        }
+    }
+    std::string error;
+    engine_ = Sonrel::Create(
+        WidePath(places_.database), WidePath(places_.folder), &error,
+        options.noLog ? Sonrel::LogOption::NoErrorLog : Sonrel::LogOption::WriteErrorLog);
+    if (engine_ == nullptr) {
+        // The engine makes the folder before it looks at the database.
+        std::error_code ignored;
+        if (!places_.folder.empty() && !fs::is_directory(places_.folder, ignored)) {
+            throw JobError("cannot make the cache folder " + Quoted(places_.folder) +
+                           (IsOnReadOnlyFileSystem(places_.folder)
+                                ? ": it is on a read-only file system; give another with --cache"
+                                : "; give one that may be written with --cache"));
+        }
+        throw JobError(DatabaseTrouble(places_.database, error));
+    }
+    engine_->SetDaysToKeepCacheFiles(options.keepDays);
+}
+
+EngineSession::~EngineSession() = default;
+
+std::shared_ptr<project::MediaDB> EngineSession::Connect() const {
+    if (places_.database.empty()) return nullptr;
+    try {
+        return std::make_shared<project::MediaDB>(WidePath(places_.database),
+                                                  WidePath(places_.folder), false);
+    } catch (const std::exception& error) {
+        throw JobError(DatabaseTrouble(places_.database, error.what()));
+    }
+}
+
+}  // namespace orlo::host

@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: MIT
+#include "host/media/MediaEntries.h"
+
+#include <set>
+
+#include "host/media/InputProtection.h"
+#include "host/shell/Paths.h"
+#include "host/shell/Text.h"
+
+namespace orlo::host {
+
+namespace {
+
+const char* StatusName(FileStatus status) {
+    switch (status) {
+        case FileStatus::Made:
+            return "made";
+        case FileStatus::Found:
+            return "found";
+        case FileStatus::Missing:
+            return "missing";
+        case FileStatus::Failed:
+            break;
+    }
+    return "failed";
+}
+
+void ReportOne(const MediaEntry& entry, const FileResult& result, Outcome& outcome) {
+    Json file;
+    file["input"] = entry.input;
+    file["media"] = entry.media;
+    file["stream"] = entry.stream;
+    file["rate"] = entry.rate;
+    file["status"] = StatusName(result.status);
+    file["path"] = result.path.empty() ? Json() : Json(result.path);
+    file["error"] = result.error.empty() ? Json() : Json(result.error);
+    outcome.report["files"].push_back(file);
+    outcome.text += std::string(StatusName(result.status)) + "  " +
+                    OneLine(entry.media.empty() ? entry.input : entry.media);
+    if (entry.stream > 0)
+        outcome.text += " (audio stream " + std::to_string(entry.stream + 1) + ")";
+    if (!result.path.empty()) outcome.text += " -> " + OneLine(result.path);
+    if (!result.error.empty()) outcome.text += ": " + OneLine(result.error);
+    outcome.text += "\n";
+}
+
+FileResult ResultWithoutTask(const MediaEntry& entry) {
+    const bool allowed = entry.missing && entry.error.empty();
+    return {allowed ? FileStatus::Missing : FileStatus::Failed, {}, entry.error};
+}
+
+/// The entries that failed, and the first clause of each exit code.
+class Failures {
+public:
+    explicit Failures(const std::vector<MediaEntry>& entries) : total_(entries.size()) {
+        for (const MediaEntry& entry : entries) {
+            if (entry.missing && !entry.error.empty()) incomplete_.insert(entry.input);
+        }
+    }
+
+    /// Missing media decide about their timeline, whatever else fails in it.
+    void Add(const MediaEntry& entry, const std::string& error) {
+        ++count_;
+        if (!incomplete_.contains(entry.input)) {
+            if (failure_.empty()) failure_ = error;
+        } else if (entry.missing && condition_.empty()) {
+            condition_ = error;
+        }
+    }
+
+    void Report(Outcome& outcome) const {
+        if (count_ == 0) return;
+        const bool failed = !failure_.empty();
+        std::string clause = failed ? failure_ : condition_;
+        if (count_ > 1) {
+            clause += " (and " + std::to_string(count_ - 1) + " more of " + std::to_string(total_) +
+                      " failed)";
+        }
+        outcome.Fail(failed ? ExitCode::JobFailed : ExitCode::ConditionFailed, clause);
+    }
+
+private:
+    std::size_t total_;
+    std::size_t count_ = 0;
+    std::set<std::string> incomplete_;  ///< timelines whose media are missing
+    std::string failure_;
+    std::string condition_;
+};
+
+}  // namespace
+
+void MediaCollector::Add(const std::string& input) {
+    try {
+        if (otio::IsTimelinePath(input)) {
+            AddTimeline(input);
+        } else {
+            if (guard_ != nullptr) ProtectMediaInput(input, *guard_);
+            AddMedia(input, AbsolutePath(input), 0, RateFor(global_));
+        }
+    } catch (const JobError& error) {
+        entries.push_back({input, {}, 0, RateFor(global_), std::nullopt, error.what(), false});
+    }
+}
+
+void MediaCollector::AddTimeline(const std::string& input) {
+    const otio::TimelineImport import = ReadTimeline(input, global_);
+    if (guard_ != nullptr) ProtectTimeline(input, import, *guard_);
+    const int rate = import.arrangement.rate;
+    for (const MediaUse& use : CollectMedia(import.arrangement.tracks)) {
+        if (IsMissing(use.location)) {
+            AddMissing(input, use, rate);
+        } else {
+            AddMedia(input, use.location.path, use.stream, rate);
+        }
+    }
+}
+
+void MediaCollector::AddMissing(const std::string& input, const MediaUse& use, int rate) {
+    const std::string error =
+        global_.allowMissing ? std::string() : MissingMediaClause(input, {use});
+    entries.push_back({input, use.location.path, use.stream, rate, std::nullopt, error, true});
+}
+
+void MediaCollector::AddMedia(const std::string& input, const std::string& path, int stream,
+                              int rate) {
+    MediaEntry entry{input, path, stream, rate, std::nullopt, {}, false};
+    try {
+        entry.task = TaskFor(path, stream, rate);
+    } catch (const JobError& error) {
+        entry.error = error.what();
+    }
+    entries.push_back(entry);
+}
+
+std::size_t MediaCollector::TaskFor(const std::string& path, int stream, int rate) {
+    const auto known = known_.find({path, stream, rate});
+    if (known != known_.end()) return known->second;
+    const std::size_t task = makeTask_(path, stream, rate);
+    known_[{path, stream, rate}] = task;
+    return task;
+}
+
+Outcome ReportFiles(const std::vector<MediaEntry>& entries,
+                    const std::function<FileResult(std::size_t task)>& resultOf) {
+    Outcome outcome;
+    outcome.report["files"] = Json::array();
+    Failures failures(entries);
+    for (const MediaEntry& entry : entries) {
+        const FileResult result = entry.task ? resultOf(*entry.task) : ResultWithoutTask(entry);
+        ReportOne(entry, result, outcome);
+        if (result.status == FileStatus::Failed) failures.Add(entry, result.error);
+    }
+    failures.Report(outcome);
+    return outcome;
+}
+
+}  // namespace orlo::host

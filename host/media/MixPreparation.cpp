@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+#include "host/media/MixPreparation.h"
+
+#include <algorithm>
+#include <thread>
+
+#include "host/media/Conforming.h"
+#include "host/shell/Errors.h"
+#include "host/shell/Text.h"
+
+namespace orlo::host {
+
+using sonrel::DitherType;
+
+DitherType EngineDither(DitherChoice choice) {
+    switch (choice) {
+        case DitherChoice::None:
+            return DitherType::None;
+        case DitherChoice::Triangular:
+            return DitherType::Triangular;
+        case DitherChoice::HighPass:
+            break;
+    }
+    return DitherType::HighPassTriangular;
+}
+
+const char* DitherName(DitherChoice choice) {
+    switch (choice) {
+        case DitherChoice::None:
+            return "none";
+        case DitherChoice::Triangular:
+            return "triangular";
+        case DitherChoice::HighPass:
+            break;
+    }
+    return "highpass";
+}
+
+std::vector<std::string> TrackNames(const otio::Arrangement& arrangement) {
+    std::vector<std::string> names;
+    for (const otio::PlacedTrack& track : arrangement.tracks) names.push_back(track.name);
+    return names;
+}
+
+void ConformAll(const EngineSession& session, const std::vector<MediaUse>& media, int rate,
+                Progress& progress) {
+    std::vector<ConformTask> tasks;
+    for (const MediaUse& use : media) {
+        if (!use.asset->HasAudio()) continue;
+        ConformTask task;
+        task.asset = use.asset;
+        task.rate = rate;
+        tasks.push_back(task);
+    }
+    if (tasks.empty()) return;
+    if (session.Places().folder.empty()) {
+        throw JobError(
+            "--no-cache-db leaves no place for the conformed files of the media, the "
+            "first of which is " +
+            Quoted(media.front().location.path) + "; give --cache and --db");
+    }
+    ConformSettings settings;
+    settings.jobs = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    settings.allCodecs = true;
+    Conform(session, tasks, settings, progress);
+    for (const ConformTask& task : tasks) {
+        if (task.status == ConformTask::Status::Failed) throw JobError(task.error);
+    }
+}
+
+}  // namespace orlo::host

@@ -1,0 +1,299 @@
+// SPDX-License-Identifier: MIT
+#include "host/mix/MixCommand.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "host/media/InputProtection.h"
+#include "host/media/MixPreparation.h"
+#include "host/media/ReadCheck.h"
+#include "host/mix/Loudness.h"
+#include "host/mix/MixRender.h"
+#include "host/mix/MixReport.h"
+#include "host/mix/Stems.h"
+#include "host/output/OutputFile.h"
+#include "host/output/WavWriter.h"
+#include "host/shell/Interrupt.h"
+#include "host/shell/Paths.h"
+#include "host/shell/Text.h"
+#include "host/timeline/Input.h"
+#include "host/timeline/Positions.h"
+#include "sonrel/base/Timing.h"
+
+namespace orlo::host {
+
+namespace {
+
+using sonrel::AudioMixer;
+
+/// Meter blocks in a second.
+constexpr int BLOCKS_PER_SECOND = 10;
+
+/// The keys that every mix has, as they stand before anything is mixed.
+Json ReportHead(const MixOptions& options, const FrameGrid& grid, bool isTimeline) {
+    Json report;
+    report["output"] = nullptr;
+    if (options.composition) report["composition"] = *options.composition;
+    if (options.stems) report["stems"] = Json::array();
+    report["rate"] = grid.rate;
+    report["fps"] = grid.fps;
+    report["samples"] = 0;
+    report["dither"] = isTimeline ? DitherName(options.dither) : "none";
+    report["seed"] = nullptr;
+    if (isTimeline) report["seed"] = options.seed == 0 ? Json("random") : Json(options.seed);
+    if (isTimeline) report["tracks"] = Json::array();
+    report["master"] = nullptr;
+    report["loudness"] = {{"integrated", nullptr}, {"truePeak", nullptr}};
+    report["missing"] = Json::array();
+    report["notTakenOver"] = Json::array();
+    return report;
+}
+
+std::string HeadText(const MixOptions& options, const FrameGrid& grid, long long samples) {
+    return OneLine(options.output) + ": " +
+           FormatDuration(static_cast<double>(samples) / grid.rate) + ", " +
+           std::to_string(samples) + " samples at " + std::to_string(grid.rate) + " Hz\n";
+}
+
+/// The nested item that --composition names; null where there is no --composition.
+const otio::PlacedClip* WantedComposition(const otio::Arrangement& arrangement,
+                                          const MixOptions& options) {
+    if (!options.composition) return nullptr;
+    const otio::PlacedClip* item = otio::FindNested(arrangement.tracks, *options.composition);
+    if (item == nullptr) {
+        throw UsageError("the timeline " + Quoted(options.input) + " has no nested item " +
+                         Quoted(*options.composition) + "; 'sonrel info' tells their names");
+    }
+    return item;
+}
+
+/// A mix of a timeline, or of one of its nested items, stage by stage.
+class TimelineMix {
+public:
+    TimelineMix(const GlobalOptions& global, const MixOptions& options)
+        : global_(global),
+          options_(options),
+          import_(ReadTimeline(options.input, global, {options.soundFromVideo, options.retime})),
+          grid_{import_.arrangement.rate, import_.arrangement.fps},
+          nested_(WantedComposition(import_.arrangement, options)),
+          media_(CollectMedia(nested_ != nullptr ? nested_->composition->tracks
+                                                 : import_.arrangement.tracks)),
+          missing_(MissingMedia(media_)),
+          guard_(options.overwrite) {
+        // A composition has no tracks that could be metered or written.
+        if (nested_ == nullptr) trackNames_ = TrackNames(import_.arrangement);
+        if (options.stems) stemPaths_ = StemPaths(*options.stems, trackNames_);
+    }
+
+    Outcome Run() {
+        const int frames =
+            nested_ != nullptr ? nested_->composition->frameCount : import_.arrangement.frameCount;
+        const long long total = zrtl::TotalSamples(frames, grid_.rate, grid_.fps);
+        if (total == 0) {
+            throw JobError((nested_ != nullptr ? "the nested item " + Quoted(nested_->name)
+                                               : "the timeline " + Quoted(options_.input)) +
+                           " has no length: there is nothing to mix");
+        }
+        span_ = ParseSpan(options_.from, options_.to, grid_, total);
+        ClaimOutputs();
+        if (!missing_.empty() && !global_.allowMissing) return RefuseMissing();
+        Mix();
+        return Report();
+    }
+
+private:
+    void ClaimOutputs() {
+        ProtectCache(global_, guard_);
+        ProtectTimeline(options_.input, import_, guard_);
+        guard_.Claim(options_.output);
+        if (!options_.meters.empty()) guard_.Claim(options_.meters);
+        for (const std::string& stem : stemPaths_) guard_.Claim(stem);
+    }
+
+    Outcome RefuseMissing() {
+        Outcome outcome;
+        outcome.report = ReportHead(options_, grid_, true);
+        for (const std::string& name : trackNames_) {
+            outcome.report["tracks"].push_back(SignalJson({name, {}, {}, {}}, grid_));
+        }
+        outcome.report["missing"] = MissingJson(missing_);
+        outcome.report["notTakenOver"] = NotTakenOverJson(import_.report);
+        outcome.Fail(ExitCode::ConditionFailed,
+                     "nothing was written: " + MissingMediaClause(options_.input, missing_));
+        return outcome;
+    }
+
+    MixBlock Blocks(const AudioMixer& mixer, const std::shared_ptr<project::Project>& project) {
+        if (nested_ == nullptr) {
+            BuildSequence(import_.arrangement, media_, *project);
+            return SequenceBlocks(mixer, project, project->Sequence());
+        }
+        return CompositionBlocks(
+            mixer, project,
+            BuildComposition(import_.arrangement, *nested_->composition, media_, *project));
+    }
+
+    void Mix() {
+        const auto project = std::make_shared<project::Project>();
+        ImportMedia(*project, media_, import_.report);
+
+        WavWriter writer(options_.output, guard_, grid_.rate, span_.end - span_.begin);
+        std::optional<OutputFile> meters;
+        if (!options_.meters.empty()) meters.emplace(options_.meters, guard_);
+        std::optional<Stems> stems;
+        if (options_.stems) stems.emplace(*options_.stems, stemPaths_, guard_, grid_, span_);
+
+        const EngineSession session(global_);
+        Progress progress(global_.progress, global_.quiet);
+        ConformAll(session, media_, grid_.rate, progress);
+
+        AudioMixer& mixer = *session.Engine()->Mixer();
+        const MixBlock mix = Blocks(mixer, project);
+        const int blockFrames = std::max(1, grid_.rate / BLOCKS_PER_SECOND);
+        mixer.SetDither(EngineDither(options_.dither), options_.seed);
+        mixer.ResetMixSession();
+        mixer.StartMeterSession(trackNames_.size(), blockFrames);
+        loudness_.emplace(grid_.rate);
+        MixSink sink(writer, &*loudness_);
+        if (stems) stems->Begin(project, EngineDither(options_.dither), options_.seed);
+        const ReadCheck reads(mixer, grid_);
+        const BesideBlock beside = [&](long long position, int count) {
+            reads.RequireAll();
+            if (stems) stems->Render(position, count);
+        };
+        RenderFrames(mix, grid_, span_, sink, beside, progress);
+        mixer.StopMeterSession();
+
+        summary_ = Summarize(mixer, trackNames_, span_.begin);
+        if (meters) {
+            meters->Write(
+                MetersJson(mixer, trackNames_, grid_.rate, blockFrames, span_.begin).dump() + "\n");
+        }
+        if (stems) stems->Flush();
+        // Every output is whole on the disk before the first one takes its name.
+        writer.Seal();
+        if (meters) meters->Seal();
+        if (stems) stems->Seal();
+        if (Interrupted()) ThrowInterrupted("nothing was written");
+        writer.Finish();
+        if (meters) meters->Commit();
+        if (stems) stems->Finish();
+    }
+
+    Outcome Report() {
+        Outcome outcome;
+        const long long samples = span_.end - span_.begin;
+        outcome.report = ReportHead(options_, grid_, true);
+        outcome.report["output"] = options_.output;
+        outcome.report["samples"] = samples;
+        if (options_.stems) outcome.report["stems"] = stemPaths_;
+        for (const SignalSummary& track : summary_.tracks) {
+            outcome.report["tracks"].push_back(SignalJson(track, grid_));
+        }
+        outcome.report["master"] = SignalJson(summary_.master, grid_);
+        outcome.report["loudness"] = LoudnessJson(*loudness_);
+        outcome.report["missing"] = MissingJson(missing_);
+        outcome.report["notTakenOver"] = NotTakenOverJson(import_.report);
+        outcome.text = HeadText(options_, grid_, samples) + MetersText(summary_, grid_) +
+                       LoudnessText(*loudness_) + StemsText() + NotTakenOverText(import_.report);
+        const long long* clipped = summary_.master.clippedBlocks;
+        if (options_.failOnClip && (clipped[0] != 0 || clipped[1] != 0)) {
+            outcome.Fail(ExitCode::ConditionFailed,
+                         "the mix " + Quoted(options_.output) + " clips in " +
+                             std::to_string(clipped[0]) + " blocks on the left and " +
+                             std::to_string(clipped[1]) + " on the right, first at " +
+                             FormatTimecode(summary_.master.clips.front().span.begin, grid_) +
+                             "; lower the levels or the master level");
+        }
+        return outcome;
+    }
+
+    std::string StemsText() const {
+        std::string text;
+        for (const std::string& path : stemPaths_) text += "  stem " + OneLine(path) + "\n";
+        return text;
+    }
+
+    const GlobalOptions& global_;
+    const MixOptions& options_;
+    otio::TimelineImport import_;
+    FrameGrid grid_;
+    const otio::PlacedClip* nested_;  ///< what is mixed; null for the timeline itself
+    std::vector<MediaUse> media_;
+    std::vector<MediaUse> missing_;
+    std::vector<std::string> trackNames_;
+    std::vector<std::string> stemPaths_;
+    OutputGuard guard_;
+    SampleSpan span_;
+    MeterSummary summary_;
+    std::optional<LoudnessMeter> loudness_;
+};
+
+/// A medium has neither tracks nor nested items.
+void RefuseTimelineOptions(const MixOptions& options) {
+    const auto refuse = [](const char* option, const char* why) {
+        throw UsageError(std::string(option) + " needs a timeline: a media file has no " + why);
+    };
+    if (!options.meters.empty()) refuse("--meters", "tracks to meter");
+    if (options.stems) refuse("--stems", "tracks to write");
+    if (options.composition) refuse("--composition", "nested items");
+}
+
+/// The samples of a media file never exceed full scale, so its true peak decides.
+void FailOnTruePeak(const MixOptions& options, const LoudnessMeter& loudness, Outcome& outcome) {
+    const std::optional<double> peak = loudness.TruePeakDb();
+    if (!peak || *peak <= 0.0) return;
+    outcome.Fail(ExitCode::ConditionFailed, "the mix " + Quoted(options.output) +
+                                                " has a true peak of " + FormatNumber(*peak, 3) +
+                                                " dBTP, above 0 dBTP; lower the level of " +
+                                                Quoted(options.input));
+}
+
+Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
+    const std::string path = AbsolutePath(options.input);
+    RefuseTimelineOptions(options);
+    OutputGuard guard(options.overwrite);
+    ProtectCache(global, guard);
+    ProtectMediaInput(options.input, guard);
+    guard.Claim(options.output);
+    project::Project project;
+    std::vector<MediaUse> media{{{path, {}}, 0, {}, ImportMediaFile(project, path, 0)}};
+    const std::shared_ptr<project::MediaAsset>& asset = media.front().asset;
+    const FrameGrid grid{RateFor(global), FrameRateOf(*asset, global)};
+
+    const EngineSession session(global);
+    Progress progress(global.progress, global.quiet);
+    ConformAll(session, media, grid.rate, progress);
+    const long long total = asset->AudioStream()->ConformedSampleCount();
+    if (total == 0) throw JobError("the sound of " + Quoted(path) + " has no length");
+    const SampleSpan span = ParseSpan(options.from, options.to, grid, total);
+
+    WavWriter writer(options.output, guard, grid.rate, span.end - span.begin);
+    LoudnessMeter loudness(grid.rate);
+    MixSink sink(writer, &loudness);
+    AudioMixer& mixer = *session.Engine()->Mixer();
+    const ReadCheck reads(mixer, grid);
+    RenderMedia(mixer, asset, grid, span, sink, reads, progress);
+    writer.Finish();
+
+    Outcome outcome;
+    outcome.report = ReportHead(options, grid, false);
+    outcome.report["output"] = options.output;
+    outcome.report["samples"] = span.end - span.begin;
+    outcome.report["loudness"] = LoudnessJson(loudness);
+    outcome.text = HeadText(options, grid, span.end - span.begin) + LoudnessText(loudness);
+    if (options.failOnClip) FailOnTruePeak(options, loudness, outcome);
+    return outcome;
+}
+
+}  // namespace
+
+Outcome RunMix(const GlobalOptions& global, const MixOptions& options) {
+    if (options.stems && options.composition) {
+        throw UsageError("--stems does not go with --composition: a nested item has no stems");
+    }
+    if (otio::IsTimelinePath(options.input)) return TimelineMix(global, options).Run();
+    return MixMediaFile(global, options);
+}
+
+}  // namespace orlo::host

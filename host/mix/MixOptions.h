@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "host/options/DitherChoice.h"
+#include "host/otio/Arrangement.h"
+
+namespace orlo::host {
+
+struct MixOptions {
+    std::string input;
+    std::string output;
+    std::string from;
+    std::string to;
+    DitherChoice dither = DitherChoice::HighPass;
+    unsigned int seed = 1;  ///< 0 asks for one from the clock
+    std::string meters;
+    std::optional<std::string> stems;        ///< folder
+    std::optional<std::string> composition;  ///< name of the nested item to mix
+    otio::Retime retime = otio::Retime::Otio;
+    bool failOnClip = false;
+    bool soundFromVideo = false;
+    bool overwrite = false;  ///< whether write-protected files may be replaced
+};
+
+}  // namespace orlo::host

@@ -1,0 +1,167 @@
+// SPDX-License-Identifier: MIT
+#include "host/mix/MixReport.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "host/shell/Text.h"
+
+namespace orlo::host {
+
+namespace {
+
+/// Stretches that are told in the table; the others are in the JSON.
+constexpr std::size_t TOLD_CLIPS = 8;
+
+void CountClip(const sonrel::AudioTrackMetrics& block, long long begin, SignalSummary& signal) {
+    if (!block.clipped[0] && !block.clipped[1]) return;
+    if (signal.clips.empty() || signal.clips.back().span.end != begin) {
+        signal.clips.push_back({{begin, begin}, {false, false}});
+    }
+    ClipStretch& stretch = signal.clips.back();
+    stretch.span.end = begin + block.sampleCount;
+    for (int channel = 0; channel < 2; ++channel) {
+        if (!block.clipped[channel]) continue;
+        stretch.clipped[channel] = true;
+        ++signal.clippedBlocks[channel];
+    }
+}
+
+/// @param begin  where the block begins on the timeline
+void Count(const sonrel::AudioTrackMetrics& block, long long begin, SignalSummary& signal) {
+    for (int channel = 0; channel < 2; ++channel) {
+        signal.peak[channel] = std::max(signal.peak[channel], block.peak[channel]);
+    }
+    CountClip(block, begin, signal);
+}
+
+const char* ChannelsOf(const ClipStretch& stretch) {
+    if (stretch.clipped[0] && stretch.clipped[1]) return "both";
+    return stretch.clipped[0] ? "left" : "right";
+}
+
+Json ClipsJson(const std::vector<ClipStretch>& clips, const FrameGrid& grid) {
+    Json list = Json::array();
+    for (const ClipStretch& stretch : clips) {
+        list.push_back({{"from", FormatTimecode(stretch.span.begin, grid)},
+                        {"to", FormatTimecode(stretch.span.end, grid)},
+                        {"fromSample", stretch.span.begin},
+                        {"toSample", stretch.span.end},
+                        {"channels", ChannelsOf(stretch)}});
+    }
+    return list;
+}
+
+std::string ClipsText(const std::vector<ClipStretch>& clips, const FrameGrid& grid) {
+    std::string text;
+    for (std::size_t i = 0; i < std::min(TOLD_CLIPS, clips.size()); ++i) {
+        text += "    clips from " + FormatTimecode(clips[i].span.begin, grid) + " to " +
+                FormatTimecode(clips[i].span.end, grid) + ", " + ChannelsOf(clips[i]) + "\n";
+    }
+    if (clips.size() > TOLD_CLIPS) {
+        text += "    and at " + std::to_string(clips.size() - TOLD_CLIPS) + " more places\n";
+    }
+    return text;
+}
+
+Json BlockJson(const sonrel::AudioTrackMetrics& block) {
+    return {{"samples", block.sampleCount},
+            {"peak", {block.peak[0], block.peak[1]}},
+            {"clipped", {block.clipped[0], block.clipped[1]}}};
+}
+
+std::string Decibels(double value) {
+    return value > 0.0 ? FormatNumber(20.0 * std::log10(value), 1) + " dB" : "silent";
+}
+
+std::string Row(const std::string& label, const SignalSummary& signal) {
+    std::string text = "  " + label + ": peak " + Decibels(signal.peak[0]) + " left, " +
+                       Decibels(signal.peak[1]) + " right";
+    if (signal.clippedBlocks[0] != 0 || signal.clippedBlocks[1] != 0) {
+        text += ", clips in " + std::to_string(signal.clippedBlocks[0]) + " and " +
+                std::to_string(signal.clippedBlocks[1]) + " blocks";
+    }
+    return text + "\n";
+}
+
+}  // namespace
+
+MeterSummary Summarize(const sonrel::AudioMixer& mixer, const std::vector<std::string>& trackNames,
+                       long long firstSample) {
+    MeterSummary summary;
+    summary.master.name = "master";
+    for (const std::string& name : trackNames) summary.tracks.push_back({name, {}, {}, {}});
+    long long begin = firstSample;
+    const unsigned long long blocks = mixer.MeterBlockCount();
+    for (unsigned long long i = 0; i < blocks; ++i) {
+        const sonrel::AudioMetrics block = mixer.MetricsForBlock(i);
+        const std::size_t tracks = std::min(summary.tracks.size(), block.trackMetrics.size());
+        for (std::size_t track = 0; track < tracks; ++track) {
+            Count(block.trackMetrics[track], begin, summary.tracks[track]);
+        }
+        Count(block.masterMetrics, begin, summary.master);
+        begin += block.masterMetrics.sampleCount;
+    }
+    return summary;
+}
+
+Json MetersJson(const sonrel::AudioMixer& mixer, const std::vector<std::string>& trackNames,
+                int rate, int blockFrames, long long firstSample) {
+    Json document;
+    document["rate"] = rate;
+    document["blockFrames"] = blockFrames;
+    document["firstSample"] = firstSample;
+    std::vector<Json> tracks(trackNames.size(), Json::array());
+    Json master = Json::array();
+    const unsigned long long blocks = mixer.MeterBlockCount();
+    for (unsigned long long i = 0; i < blocks; ++i) {
+        const sonrel::AudioMetrics block = mixer.MetricsForBlock(i);
+        for (std::size_t track = 0; track < std::min(tracks.size(), block.trackMetrics.size());
+             ++track) {
+            tracks[track].push_back(BlockJson(block.trackMetrics[track]));
+        }
+        master.push_back(BlockJson(block.masterMetrics));
+    }
+    document["tracks"] = Json::array();
+    for (std::size_t track = 0; track < tracks.size(); ++track) {
+        document["tracks"].push_back({{"name", trackNames[track]}, {"blocks", tracks[track]}});
+    }
+    document["master"] = {{"blocks", master}};
+    return document;
+}
+
+Json SignalJson(const SignalSummary& signal, const FrameGrid& grid) {
+    Json json;
+    json["name"] = signal.name;
+    json["peak"] = {signal.peak[0], signal.peak[1]};
+    json["clippedBlocks"] = {signal.clippedBlocks[0], signal.clippedBlocks[1]};
+    json["clips"] = ClipsJson(signal.clips, grid);
+    return json;
+}
+
+Json LoudnessJson(const LoudnessMeter& loudness) {
+    const auto orNull = [](const std::optional<double>& value) {
+        return value ? Json(*value) : Json();
+    };
+    return {{"integrated", orNull(loudness.IntegratedLufs())},
+            {"truePeak", orNull(loudness.TruePeakDb())}};
+}
+
+std::string MetersText(const MeterSummary& meters, const FrameGrid& grid) {
+    std::string text;
+    for (std::size_t i = 0; i < meters.tracks.size(); ++i) {
+        text += Row("track " + std::to_string(i + 1) + " " + Quoted(meters.tracks[i].name),
+                    meters.tracks[i]) +
+                ClipsText(meters.tracks[i].clips, grid);
+    }
+    return text + Row("master", meters.master) + ClipsText(meters.master.clips, grid);
+}
+
+std::string LoudnessText(const LoudnessMeter& loudness) {
+    const std::optional<double> lufs = loudness.IntegratedLufs();
+    const std::optional<double> peak = loudness.TruePeakDb();
+    return "  loudness: " + (lufs ? FormatNumber(*lufs, 1) + " LUFS" : "none") + ", true peak " +
+           (peak ? FormatNumber(*peak, 1) + " dBTP" : "none") + "\n";
+}
+
+}  // namespace orlo::host

@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: MIT
+#include "host/mix/Stems.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+#include "host/shell/Errors.h"
+#include "host/shell/Text.h"
+#include "sonrel/mixer/AudioMixer.h"
+#include "sonrel/project/EditorSequence.h"
+
+namespace orlo::host {
+
+namespace {
+
+using project::AudioTrack;
+using project::EditorSequence;
+
+/// Room for the number and the ending in a file name of at most 255 bytes.
+constexpr std::size_t MAX_NAME = 200;
+
+bool IsPlain(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
+           c == '_';
+}
+
+/// The bytes behind the first one of a character in UTF-8.
+bool ContinuesCharacter(char c) {
+    return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
+}
+
+std::string PlainName(const std::string& name) {
+    std::string plain;
+    for (const char c : name) {
+        if (plain.size() == MAX_NAME) break;
+        if (ContinuesCharacter(c)) continue;
+        plain += IsPlain(c) ? c : '_';
+    }
+    return plain.empty() ? "track" : plain;
+}
+
+void MakeFolder(const std::string& folder) {
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (error) {
+        throw JobError("cannot make the folder " + Quoted(folder) +
+                       " for the stems: " + error.message());
+    }
+}
+
+/// The sequence with one track alone, which sounds exactly when it sounds among the others.
+std::shared_ptr<EditorSequence> OnlyTrack(EditorSequence& whole, std::size_t index, bool anySolo) {
+    const AudioTrack& track = *whole.AudioTracks()[index];
+    const auto copy = std::make_shared<AudioTrack>(track);
+    copy->SetMuted(track.IsMuted() || (anySolo && !track.IsSolo()));
+    auto sequence = std::make_shared<EditorSequence>(whole);
+    sequence->AudioTracks().clear();
+    sequence->AudioTracks().push_back(copy);
+    return sequence;
+}
+
+}  // namespace
+
+struct Stems::Stem {
+    Stem(const std::string& path, OutputGuard& guard, int rate, long long frames)
+        : writer(path, guard, rate, frames), sink(writer, nullptr) {}
+
+    WavWriter writer;
+    MixSink sink;
+    MixBlock mix;
+};
+
+std::vector<std::string> StemPaths(const std::string& folder,
+                                   const std::vector<std::string>& trackNames) {
+    std::vector<std::string> paths;
+    for (const std::string& name : trackNames) {
+        std::string number = std::to_string(paths.size() + 1);
+        if (number.size() < 2) number.insert(0, 1, '0');
+        paths.push_back(
+            (std::filesystem::path(folder) / (number + "-" + PlainName(name) + ".wav")).string());
+    }
+    return paths;
+}
+
+Stems::Stems(const std::string& folder, std::vector<std::string> paths, OutputGuard& guard,
+             const FrameGrid& grid, const SampleSpan& span)
+    : grid_(grid), paths_(std::move(paths)) {
+    MakeFolder(folder);
+    for (const std::string& path : paths_) {
+        stems_.push_back(std::make_unique<Stem>(path, guard, grid.rate, span.end - span.begin));
+    }
+}
+
+Stems::~Stems() = default;
+
+void Stems::Begin(const std::shared_ptr<project::Project>& project, sonrel::DitherType dither,
+                  unsigned int seed) {
+    std::string error;
+    engine_ = sonrel::Sonrel::Create({}, {}, &error, sonrel::Sonrel::LogOption::NoErrorLog);
+    if (engine_ == nullptr) throw JobError("cannot make an engine for the stems: " + error);
+    engine_->Mixer()->SetDither(dither, seed);
+    engine_->Mixer()->ResetMixSession();
+    reads_.emplace(*engine_->Mixer(), grid_);
+    EditorSequence& whole = *project->Sequence();
+    const auto& tracks = whole.AudioTracks();
+    const bool anySolo =
+        std::any_of(tracks.begin(), tracks.end(),
+                    [](const std::shared_ptr<AudioTrack>& track) { return track->IsSolo(); });
+    for (std::size_t i = 0; i < stems_.size(); ++i) {
+        stems_[i]->mix = SequenceBlocks(*engine_->Mixer(), project, OnlyTrack(whole, i, anySolo));
+    }
+}
+
+void Stems::Render(long long position, int count) {
+    for (const std::unique_ptr<Stem>& stem : stems_) {
+        RenderBlock(stem->mix, grid_, position, count, stem->sink);
+    }
+    reads_->RequireAll();
+}
+
+void Stems::Flush() {
+    for (const std::unique_ptr<Stem>& stem : stems_) stem->sink.Flush();
+}
+
+void Stems::Seal() {
+    for (const std::unique_ptr<Stem>& stem : stems_) stem->writer.Seal();
+}
+
+void Stems::Finish() {
+    for (const std::unique_ptr<Stem>& stem : stems_) stem->writer.Finish();
+}
+
+}  // namespace orlo::host

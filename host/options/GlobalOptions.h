@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/otio/MediaResolver.h"
+#include "host/shell/Progress.h"
+
+namespace orlo::host {
+
+/// The options that every command takes.
+struct GlobalOptions {
+    std::string cacheFolder;   ///< empty: the default place
+    std::string databaseFile;  ///< empty: the default place
+    bool noCacheDb = false;
+    bool noLog = false;
+    bool json = false;
+    bool quiet = false;
+    ProgressMode progress = ProgressMode::Auto;
+    std::optional<int> rate;
+    std::optional<double> fps;
+    std::vector<otio::MediaRoot> mediaRoots;
+    bool allowMissing = false;  ///< missing media of a timeline are silent
+    int keepDays = 30;
+};
+
+}  // namespace orlo::host

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#include "host/output/OutputStream.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <thread>
+#include <utility>
+
+#include "host/shell/Interrupt.h"
+#include "host/shell/Text.h"
+
+namespace orlo::host {
+
+namespace {
+
+/// How often a wait looks for an interrupt.
+constexpr std::chrono::milliseconds LOOK{50};
+
+void CheckInterrupt(const std::string& label) {
+    if (Interrupted()) ThrowInterrupted(Quoted(label) + " is not complete");
+}
+
+}  // namespace
+
+OutputStream::OutputStream(const OutputTarget& target, std::string label)
+    : label_(std::move(label)) {
+    const bool isPipe = target.kind == OutputTarget::Kind::Pipe;
+    for (;;) {
+        // An open or a write that blocks would not notice an interrupt that comes just before it.
+        descriptor_ = open(target.path.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+        if (descriptor_ >= 0) return;
+        CheckInterrupt(label_);
+        const bool hasNoReader = isPipe && errno == ENXIO;
+        if (!hasNoReader && errno != EINTR) ThrowWriteError(label_, errno);
+        if (hasNoReader) std::this_thread::sleep_for(LOOK);
+    }
+}
+
+OutputStream::~OutputStream() {
+    if (descriptor_ >= 0) close(descriptor_);
+}
+
+void OutputStream::WaitForRoom() const {
+    pollfd waiting{descriptor_, POLLOUT, 0};
+    poll(&waiting, 1, static_cast<int>(LOOK.count()));
+}
+
+void OutputStream::Write(std::string_view bytes) {
+    while (!bytes.empty()) {
+        CheckInterrupt(label_);
+        const ssize_t written = write(descriptor_, bytes.data(), bytes.size());
+        if (written > 0) {
+            bytes.remove_prefix(static_cast<std::size_t>(written));
+        } else if (written < 0 && errno == EAGAIN) {
+            WaitForRoom();
+        } else if (written == 0 || errno != EINTR) {
+            ThrowWriteError(label_, written < 0 ? errno : 0);
+        }
+    }
+}
+
+void OutputStream::Close() {
+    if (close(std::exchange(descriptor_, -1)) != 0) ThrowWriteError(label_, errno);
+}
+
+}  // namespace orlo::host

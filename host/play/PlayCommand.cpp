@@ -1,0 +1,214 @@
+// SPDX-License-Identifier: MIT
+#include "host/play/PlayCommand.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+#include "host/media/InputProtection.h"
+#include "host/media/MixPreparation.h"
+#include "host/media/ReadCheck.h"
+#include "host/output/OutputFile.h"
+#include "host/play/PlayOutput.h"
+#include "host/play/PlaySession.h"
+#include "host/play/QuietStderr.h"
+#include "host/shell/Interrupt.h"
+#include "host/shell/Paths.h"
+#include "host/shell/Text.h"
+#include "host/timeline/Input.h"
+#include "sonrel/base/Timing.h"
+#include "sonrel/mixer/AudioMixer.h"
+#include "sonrel/project/EditorSequence.h"
+
+namespace orlo::host {
+
+namespace {
+
+using sonrel::PlaybackEngine;
+
+/// What there is to play, once it can be played.
+struct PlayTarget {
+    std::shared_ptr<project::Project> project = std::make_shared<project::Project>();
+    std::shared_ptr<project::MediaAsset> asset;  ///< empty for the project's sequence
+    FrameGrid grid;
+    long long total = 0;  ///< samples
+    std::vector<std::string> trackNames;
+    std::vector<MediaUse> media;
+    otio::TimelineImport import;  ///< of a timeline
+};
+
+/// Reads a timeline; its media are conformed later. @throws JobError for one that cannot be played
+PlayTarget TimelineTarget(const GlobalOptions& global, const PlayOptions& options) {
+    PlayTarget target;
+    target.import = ReadTimeline(options.input, global);
+    const otio::Arrangement& arrangement = target.import.arrangement;
+    target.grid = {arrangement.rate, arrangement.fps};
+    target.total = zrtl::TotalSamples(arrangement.frameCount, target.grid.rate, target.grid.fps);
+    if (target.total == 0) {
+        throw JobError("the timeline " + Quoted(options.input) +
+                       " has no length: there is nothing to play");
+    }
+    target.trackNames = TrackNames(arrangement);
+    target.media = CollectMedia(arrangement.tracks);
+    const std::vector<MediaUse> missing = MissingMedia(target.media);
+    if (!missing.empty() && !global.allowMissing) {
+        throw ConditionError(MissingMediaClause(options.input, missing));
+    }
+    ImportMedia(*target.project, target.media, target.import.report);
+    return target;
+}
+
+PlayTarget MediaTarget(const GlobalOptions& global, const PlayOptions& options) {
+    const std::string path = AbsolutePath(options.input);
+    PlayTarget target;
+    target.asset = ImportMediaFile(*target.project, path, 0);
+    target.grid = {RateFor(global), FrameRateOf(*target.asset, global)};
+    target.media = {{{path, {}}, 0, {}, target.asset}};
+    // The engine plays a medium at the rate of the project, in the frames of the medium itself.
+    target.project->Sequence()->Settings().SetCustomAudioSampleRate(target.grid.rate);
+    target.asset->AudioStream()->SetFrameRate(target.grid.fps);
+    return target;
+}
+
+/// A playback of one target, stage by stage.
+class Player {
+public:
+    Player(const GlobalOptions& global, const PlayOptions& options)
+        : global_(global),
+          options_(options),
+          target_(otio::IsTimelinePath(options.input) ? TimelineTarget(global, options)
+                                                      : MediaTarget(global, options)),
+          guard_(options.overwrite) {}
+
+    Outcome Run() {
+        ClaimOutput();
+        const EngineSession session(global_);
+        {
+            Progress progress(global_.progress, global_.quiet);
+            ConformAll(session, target_.media, target_.grid.rate, progress);
+        }
+        Complete();
+        const long long begin = FirstSample();
+        PlayOutput output(options_.output, guard_, target_.grid.rate, MostFrames(begin),
+                          options_.bufferMs);
+        MeterSessions sessions;
+        PlaybackEngine& engine = SetUp(*session.Engine(), output);
+        if (HasMeters()) engine.AddMeterObserver(&sessions);
+        const ReadCheck reads(*session.Engine()->Mixer(), target_.grid);
+        Play(engine, output, sessions, reads, begin);
+        engine.RemoveMeterObserver(&sessions);
+        reads.RequireAll();
+        output.Finish();
+        return Report(output);
+    }
+
+private:
+    /// What can be done once the media are conformed.
+    void Complete() {
+        if (target_.asset) {
+            target_.total = target_.asset->AudioStream()->ConformedSampleCount();
+        } else {
+            BuildSequence(target_.import.arrangement, target_.media, *target_.project);
+        }
+        if (target_.total == 0) {
+            throw JobError("the sound of " + Quoted(options_.input) + " has no length");
+        }
+    }
+
+    bool HasMeters() const { return !target_.asset && (options_.meters || options_.events); }
+
+    void ClaimOutput() {
+        if (!PlayOutput::IsFileName(options_.output)) return;
+        ProtectCache(global_, guard_);
+        if (target_.asset) {
+            ProtectMediaInput(options_.input, guard_);
+        } else {
+            ProtectTimeline(options_.input, target_.import, guard_);
+        }
+        guard_.Claim(options_.output);
+    }
+
+    long long FirstSample() const {
+        const long long last = target_.total - 1;
+        if (options_.from.empty()) return options_.reverse ? last : 0;
+        const long long first = ParseSpan(options_.from, {}, target_.grid, target_.total).begin;
+        if (options_.reverse && first == 0) {
+            throw UsageError("--reverse plays what lies before --from, and before " +
+                             Quoted(options_.from) + " there is nothing");
+        }
+        return first;
+    }
+
+    /// What a run gives at most: whole buffers of a video frame, rounded up.
+    long long MostFrames(long long begin) const {
+        const auto buffer = static_cast<long long>(std::ceil(target_.grid.rate / target_.grid.fps));
+        const long long samples = options_.reverse ? begin : target_.total - begin;
+        return (samples / (buffer * options_.speed) + 1) * buffer;
+    }
+
+    PlaybackEngine& SetUp(sonrel::Sonrel& sonrel, const PlayOutput& output) const {
+        sonrel.Mixer()->SetDither(EngineDither(options_.dither), options_.seed);
+        // A frozen sound server lets nobody open a device, and the wait for it has no end.
+        std::optional<EndOnInterrupt> endable;
+        if (output.IsDevice()) endable.emplace("nothing was played", global_.json);
+        std::optional<QuietStderr> quiet(std::in_place);
+        PlaybackEngine::Err error = sonrel.InitializePlaybackEngine();
+        if (error == PlaybackEngine::Err::NoError) {
+            error = target_.asset ? sonrel.Playback()->Initialize(target_.project, target_.asset)
+                                  : sonrel.Playback()->Initialize(target_.project,
+                                                                  target_.project->Sequence());
+        }
+        quiet.reset();
+        if (error != PlaybackEngine::Err::NoError) {
+            throw JobError("cannot play " + Quoted(options_.input) + ": " +
+                           PlaybackTrouble(error, target_.grid.rate));
+        }
+        return *sonrel.Playback();
+    }
+
+    void Play(PlaybackEngine& engine, PlayOutput& output, MeterSessions& sessions,
+              const ReadCheck& reads, long long begin) {
+        const PlaySubject subject{options_.input,     target_.grid, target_.total,
+                                  target_.trackNames, HasMeters(),  reads};
+        PlaySession session(global_, options_, subject, engine, output, sessions);
+        session.Run(begin);
+        lastFrame_ = session.LastFrame();
+    }
+
+    Outcome Report(const PlayOutput& output) const {
+        Outcome outcome;
+        outcome.report["input"] = options_.input;
+        outcome.report["output"] = options_.output;
+        outcome.report["rate"] = target_.grid.rate;
+        outcome.report["fps"] = target_.grid.fps;
+        outcome.report["lastFrame"] =
+            lastFrame_ == PlaybackEngine::NO_FRAME ? Json() : Json(lastFrame_);
+        outcome.report["samples"] =
+            options_.output == PlayOutput::DEVICE ? Json() : Json(output.FramesTaken());
+        outcome.report["notTakenOver"] = NotTakenOverJson(target_.import.report);
+        if (options_.events) return outcome;
+        if (PlayOutput::IsFileName(options_.output)) {
+            outcome.text =
+                OneLine(options_.output) + ": " +
+                FormatDuration(static_cast<double>(output.FramesTaken()) / target_.grid.rate) +
+                ", " + std::to_string(output.FramesTaken()) + " samples at " +
+                std::to_string(target_.grid.rate) + " Hz\n";
+        }
+        outcome.text += NotTakenOverText(target_.import.report);
+        return outcome;
+    }
+
+    const GlobalOptions& global_;
+    const PlayOptions& options_;
+    PlayTarget target_;
+    OutputGuard guard_;
+    int lastFrame_ = PlaybackEngine::NO_FRAME;
+};
+
+}  // namespace
+
+Outcome RunPlay(const GlobalOptions& global, const PlayOptions& options) {
+    return Player(global, options).Run();
+}
+
+}  // namespace orlo::host

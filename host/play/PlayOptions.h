@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+
+#include "host/options/DitherChoice.h"
+
+namespace orlo::host {
+
+struct PlayOptions {
+    std::string input;
+    std::string from;
+    bool reverse = false;
+    int speed = 1;
+    bool meters = false;
+    bool events = false;
+    std::string output = "sdl";  ///< sdl, null or a file
+    int bufferMs = 0;            ///< of the sound device; 0 is the library's default
+    DitherChoice dither = DitherChoice::HighPass;
+    unsigned int seed = 1;   ///< 0 asks for one from the clock
+    bool overwrite = false;  ///< whether write-protected files may be replaced
+};
+
+}  // namespace orlo::host

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: MIT
+#include "host/play/PlayOutput.h"
+
+#include <algorithm>
+#include <bit>
+#include <cctype>
+
+namespace orlo::host {
+
+namespace {
+
+using sonrel::VirtualOutput;
+
+constexpr long long BYTES_PER_FRAME = 4;
+/// How long a step waits for a buffer before the program looks around.
+constexpr std::chrono::milliseconds STEP_PATIENCE{50};
+
+static_assert(std::endian::native == std::endian::little, "bare samples are little-endian");
+
+bool IsWavName(const std::string& path) {
+    std::string end = path.size() >= 4 ? path.substr(path.size() - 4) : std::string();
+    std::transform(end.begin(), end.end(), end.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return end == ".wav";
+}
+
+}  // namespace
+
+PlayFile::PlayFile(const std::string& path, OutputGuard& guard, int rate, long long frames) {
+    if (IsWavName(path)) {
+        wav_.emplace(path, guard, rate, frames, WavWriter::Length::AtMost);
+    } else {
+        raw_.emplace(path, guard);
+        raw_->RequireSpace(frames * BYTES_PER_FRAME);
+    }
+}
+
+bool PlayFile::Write(const short* frames, int count) {
+    try {
+        if (wav_) {
+            wav_->Write(frames, count);
+        } else {
+            raw_->Write({reinterpret_cast<const char*>(frames),
+                         static_cast<std::size_t>(count * BYTES_PER_FRAME)});
+        }
+        return true;
+    } catch (...) {
+        failure_ = std::current_exception();
+        return false;
+    }
+}
+
+void PlayFile::Finish() {
+    if (failure_) std::rethrow_exception(failure_);
+    if (wav_) {
+        wav_->Finish();
+    } else {
+        raw_->Commit();
+    }
+}
+
+bool PlayOutput::IsFileName(const std::string& output) {
+    return output != DEVICE && output != NOWHERE;
+}
+
+PlayOutput::PlayOutput(const std::string& output, OutputGuard& guard, int rate, long long frames,
+                       int bufferMs) {
+    if (IsFileName(output)) {
+        file_ = std::make_unique<PlayFile>(output, guard, rate, frames);
+        virtual_ = std::make_shared<VirtualOutput>(
+            VirtualOutput::Clock::Stepped, [file = file_.get()](const short* samples, int count) {
+                return file->Write(samples, count);
+            });
+    } else if (output == NOWHERE) {
+        virtual_ = std::make_shared<VirtualOutput>(VirtualOutput::Clock::Paced);
+    }
+    if (virtual_) sonrel::SetAudioOutputFactory([target = virtual_] { return target; });
+    sonrel::SetAudioBufferMilliseconds(bufferMs);
+}
+
+PlayOutput::~PlayOutput() {
+    sonrel::SetAudioOutputFactory(nullptr);
+}
+
+void PlayOutput::Step() {
+    virtual_->AdvanceBuffer(STEP_PATIENCE);
+    // What a full disk has cut short is not played on.
+    if (virtual_->Failed()) file_->Finish();
+}
+
+long long PlayOutput::FramesTaken() const {
+    return virtual_ ? virtual_->FramesTaken() : 0;
+}
+
+void PlayOutput::Finish() {
+    if (file_) file_->Finish();
+}
+
+}  // namespace orlo::host

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/media/ReadCheck.h"
+#include "host/options/GlobalOptions.h"
+#include "host/play/OutputWatch.h"
+#include "host/play/PlayDisplay.h"
+#include "host/play/PlayEvents.h"
+#include "host/play/PlayOptions.h"
+#include "host/play/PlayOutput.h"
+#include "host/play/Suspension.h"
+#include "host/play/Transport.h"
+#include "host/timeline/Positions.h"
+
+namespace orlo::host {
+
+/// What a session plays.
+struct PlaySubject {
+    std::string name;  ///< INPUT
+    FrameGrid grid;
+    long long total = 0;  ///< samples
+    std::vector<std::string> trackNames;
+    bool metered = false;
+    const ReadCheck& reads;  ///< of the sound that is played
+};
+
+/// A playback that is under way: passes keys to the controls and shows what is heard.
+///
+/// Threads: one.
+class PlaySession {
+public:
+    PlaySession(const GlobalOptions& global, const PlayOptions& options, const PlaySubject& subject,
+                sonrel::PlaybackEngine& engine, PlayOutput& output, MeterSessions& sessions);
+
+    /// Plays until the end of the run, q or a signal. Once a key has been pressed, the end of a run
+    /// is a pause.
+    /// @throws CommandError for a signal, and for a sound device that is lost or stalls
+    void Run(long long begin);
+
+    /// The frame that was heard last; NO_FRAME when there was none.
+    int LastFrame() const { return lastFrame_; }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    bool Look(TerminalKeys* keys);
+    void Advance(TerminalKeys* keys);
+    void Suspend(TerminalKeys* keys);
+    void Tell();
+    void TellReadError();
+    void ShowState();
+    bool MeterIsDue();
+    void StopIfInterrupted();
+    void CheckDevice();
+    std::string Timecode() const;
+
+    const PlayOptions& options_;
+    const PlaySubject& subject_;
+    sonrel::PlaybackEngine& engine_;
+    PlayOutput& output_;
+    MeterSessions& sessions_;
+    PlayEvents events_;
+    Suspension suspension_;  // ends after the drawing is erased
+    PlayDisplay display_;
+    std::string readError_;  // empty while everything was read
+    Transport transport_;
+    OutputWatch watch_;
+    int lastFrame_ = sonrel::PlaybackEngine::NO_FRAME;
+    long long lastStepPoll_ = 0;
+    Clock::time_point nextPoll_;
+};
+
+}  // namespace orlo::host

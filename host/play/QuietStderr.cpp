@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+#include "host/play/QuietStderr.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+namespace orlo::host {
+
+QuietStderr::QuietStderr() {
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (nowhere < 0) return;
+    std::fflush(stderr);
+    former_ = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
+    if (former_ >= 0) dup2(nowhere, STDERR_FILENO);
+    close(nowhere);
+}
+
+QuietStderr::~QuietStderr() {
+    if (former_ < 0) return;
+    std::fflush(stderr);
+    dup2(former_, STDERR_FILENO);
+    close(former_);
+}
+
+}  // namespace orlo::host

@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: MIT
+#include "host/program/Program.h"
+
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <variant>
+
+#include "host/align/AlignCommand.h"
+#include "host/cache/CacheCommand.h"
+#include "host/conform/ConformCommand.h"
+#include "host/info/InfoCommand.h"
+#include "host/mix/MixCommand.h"
+#include "host/peaks/PeaksCommand.h"
+#include "host/play/PlayCommand.h"
+#include "host/program/CommandLineParser.h"
+#include "host/shell/Outcome.h"
+#include "host/shell/Text.h"
+#include "host/waveform/WaveformCommand.h"
+
+namespace orlo::host {
+
+namespace {
+
+struct RunCommand {
+    const GlobalOptions& global;
+
+    Outcome operator()(const AlignOptions& options) const { return RunAlign(global, options); }
+    Outcome operator()(const InfoOptions& options) const { return RunInfo(global, options); }
+    Outcome operator()(const ConformOptions& options) const { return RunConform(global, options); }
+    Outcome operator()(const MixOptions& options) const { return RunMix(global, options); }
+    Outcome operator()(const PeaksOptions& options) const { return RunPeaks(global, options); }
+    Outcome operator()(const PlayOptions& options) const { return RunPlay(global, options); }
+    Outcome operator()(const WaveformOptions& options) const {
+        return RunWaveform(global, options);
+    }
+    Outcome operator()(const CacheOptions& options) const { return RunCache(global, options); }
+};
+
+Outcome Failed(ExitCode code, const std::string& clause) {
+    Outcome outcome;
+    outcome.Fail(code, clause);
+    return outcome;
+}
+
+Outcome Run(int argumentCount, const char* const* arguments) {
+    try {
+        const auto parsed = ParseCommandLine(argumentCount, arguments);
+        if (const HelpText* help = std::get_if<HelpText>(&parsed)) {
+            Outcome outcome;
+            outcome.text = help->text;
+            outcome.report["help"] = help->text;
+            return outcome;
+        }
+        const CommandLine& line = std::get<CommandLine>(parsed);
+        return std::visit(RunCommand{line.global}, line.command);
+    } catch (const CommandError& error) {
+        return Failed(error.Code(), error.what());
+    } catch (const std::bad_alloc&) {
+        return Failed(ExitCode::JobFailed, "there is not enough memory for the job");
+    } catch (const std::exception& error) {
+        return Failed(ExitCode::JobFailed, error.what());
+    }
+}
+
+/// @return false when stdout takes no more
+bool PrintResult(const Outcome& outcome, bool json) {
+    std::string text = outcome.text;
+    if (json) text = outcome.report.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    return std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
+           std::fflush(stdout) == 0;
+}
+
+}  // namespace
+
+int RunProgram(int argumentCount, const char* const* arguments) {
+    Outcome outcome = Run(argumentCount, arguments);
+    if (!PrintResult(outcome, WantsJson(argumentCount, arguments)) &&
+        outcome.code == ExitCode::Done) {
+        outcome.Fail(ExitCode::JobFailed, "the result cannot be written to standard output");
+    }
+    if (outcome.code != ExitCode::Done) {
+        const std::string line = "sonrel: " + OneLine(outcome.error) + "\n";
+        std::fputs(line.c_str(), stderr);
+    }
+    return static_cast<int>(outcome.code);
+}
+
+}  // namespace orlo::host

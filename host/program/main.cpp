@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+extern "C" {
+#include <libavutil/log.h>
+}
+
+#include "host/program/Program.h"
+#include "host/shell/Interrupt.h"
+#include "sonrel/media/input/InterruptScope.h"
+
+int main(int argumentCount, char** arguments) {
+    orlo::host::CatchInterrupts();
+    const zrh::media::InterruptScope stopMedia(orlo::host::Interrupted);
+    // A damaged media file is reported through result codes, as one line.
+    av_log_set_level(AV_LOG_QUIET);
+    return orlo::host::RunProgram(argumentCount, arguments);
+}

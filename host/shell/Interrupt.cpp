@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+#include "host/shell/Interrupt.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <utility>
+
+#include "host/shell/Errors.h"
+#include "host/shell/Outcome.h"
+
+namespace orlo::host {
+
+namespace {
+
+std::atomic<bool> interrupted{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "the handler may only touch lock-free data");
+
+void HandleSignal(int) {
+    interrupted.store(true);
+}
+
+void Handle(int signal, void (*handler)(int)) {
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    sigemptyset(&action.sa_mask);
+    sigaction(signal, &action, nullptr);
+}
+
+std::string InterruptClause(const std::string& unfinished) {
+    return "interrupted: " + unfinished;
+}
+
+std::atomic<const EndOnInterrupt*> endable{nullptr};
+static_assert(std::atomic<const EndOnInterrupt*>::is_always_lock_free);
+
+}  // namespace
+
+void CatchInterrupts() {
+    Handle(SIGINT, HandleSignal);
+    Handle(SIGTERM, HandleSignal);
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+bool Interrupted() {
+    return interrupted.load();
+}
+
+void ThrowInterrupted(const std::string& unfinished) {
+    throw CommandError(ExitCode::Interrupted, InterruptClause(unfinished));
+}
+
+EndOnInterrupt::EndOnInterrupt(const std::string& unfinished, bool json,
+                               std::vector<std::string> halfMade)
+    : line_("sonrel: " + InterruptClause(unfinished) + "\n"),
+      report_(json ? Json{{"error", InterruptClause(unfinished)}}.dump(2) + "\n" : std::string()),
+      halfMade_(std::move(halfMade)),
+      error_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0)) {
+    endable = this;
+    Handle(SIGINT, HandleSignal);
+    Handle(SIGTERM, HandleSignal);
+    // A signal that came before is not taken for the next one.
+    if (Interrupted()) End();
+}
+
+EndOnInterrupt::~EndOnInterrupt() {
+    CatchInterrupts();
+    endable = nullptr;
+    if (error_ >= 0) close(error_);
+}
+
+/// Calls only functions that are safe in a signal handler.
+void EndOnInterrupt::End() const {
+    for (const std::string& file : halfMade_) unlink(file.c_str());
+    [[maybe_unused]] ssize_t written = write(STDOUT_FILENO, report_.data(), report_.size());
+    written = write(error_, line_.data(), line_.size());
+    _exit(static_cast<int>(ExitCode::Interrupted));
+}
+
+void EndOnInterrupt::HandleSignal(int) {
+    if (const EndOnInterrupt* const ending = endable) ending->End();
+}
+
+}  // namespace orlo::host

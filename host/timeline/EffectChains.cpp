@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: MIT
+#include "host/timeline/EffectChains.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+#include <variant>
+
+#include "host/shell/Text.h"
+#include "sonrel/plugins/pack/PluginPack.h"
+
+namespace orlo::host {
+
+namespace {
+
+namespace pack = sonrel::PluginPack;
+
+using Plugin = std::shared_ptr<project::AbstractPluginAudio>;
+
+/// The number that a word stands for among the choices of a parameter.
+/// @throws std::invalid_argument for a word that is none of them
+double ChoiceNumber(const std::string& plugin, const std::string& parameter,
+                    const std::string& word) {
+    for (const pack::PluginInfo& info : pack::Effects()) {
+        if (info.name != plugin) continue;
+        for (const pack::ParameterInfo& known : info.parameters) {
+            if (known.name != parameter) continue;
+            const auto at = std::find(known.choices.begin(), known.choices.end(), word);
+            if (at != known.choices.end()) return static_cast<double>(at - known.choices.begin());
+        }
+    }
+    throw std::invalid_argument(plugin + ": " + parameter + " cannot be " + Quoted(word));
+}
+
+/// @throws std::invalid_argument with the reason for a refusal
+Plugin MakeEffect(const otio::EffectRequest& request, int rate) {
+    pack::Parameters parameters;
+    // An effect that does not exist is refused before its parameters are.
+    pack::Parameters none;
+    const auto& known = pack::Effects();
+    const bool exists = std::any_of(known.begin(), known.end(), [&](const pack::PluginInfo& info) {
+        return info.name == request.plugin;
+    });
+    if (!exists) return pack::CreateEffect(request.plugin, none, rate);
+    for (const auto& [name, value] : request.parameters) {
+        const std::string* word = std::get_if<std::string>(&value);
+        parameters[name] =
+            word != nullptr ? ChoiceNumber(request.plugin, name, *word) : std::get<double>(value);
+    }
+    return pack::CreateEffect(request.plugin, parameters, rate);
+}
+
+bool HasFade(const otio::PlacedClip& clip) {
+    return clip.fades.inFrames > 0.0 || clip.fades.outFrames > 0.0;
+}
+
+Plugin MakeFade(const otio::PlacedClip& clip, double fps, int rate) {
+    return pack::CreateEffect("fade",
+                              {{"inFrames", clip.fades.inFrames},
+                               {"outFrames", clip.fades.outFrames},
+                               {"objectFrames", clip.endFrame - clip.startFrame},
+                               {"frameRate", fps},
+                               {"curve", pack::CurveNumber(clip.fades.curve)}},
+                              rate);
+}
+
+class Refusal {
+public:
+    Refusal(otio::Arrangement& arrangement, otio::ImportReport& report)
+        : fps_(arrangement.fps), rate_(arrangement.rate), report_(report) {}
+
+    void Look(std::vector<otio::PlacedTrack>& tracks) {
+        for (otio::PlacedTrack& track : tracks) {
+            for (otio::PlacedClip& clip : track.clips) {
+                std::erase_if(clip.effects, [&](const otio::EffectRequest& request) {
+                    return IsRefused(clip, "effect " + Quoted(request.plugin),
+                                     [&] { MakeEffect(request, rate_); });
+                });
+                if (HasFade(clip) &&
+                    IsRefused(clip, "fade", [&] { MakeFade(clip, fps_, rate_); })) {
+                    clip.fades = {};
+                }
+                if (clip.composition != nullptr) Look(clip.composition->tracks);
+            }
+        }
+    }
+
+private:
+    template <class Make>
+    bool IsRefused(const otio::PlacedClip& clip, const std::string& what, const Make& make) {
+        try {
+            make();
+            return false;
+        } catch (const std::invalid_argument& refusal) {
+            report_.Add(what, clip.place, OneLine(refusal.what()) + "; it is skipped");
+            return true;
+        }
+    }
+
+    const double fps_;
+    const int rate_;
+    otio::ImportReport& report_;
+};
+
+}  // namespace
+
+void DropRefusedEffects(otio::TimelineImport& import) {
+    Refusal(import.arrangement, import.report).Look(import.arrangement.tracks);
+}
+
+std::vector<ChainLink> MakeChain(const otio::PlacedClip& clip, double fps, int rate) {
+    std::vector<ChainLink> chain;
+    for (const otio::EffectRequest& request : clip.effects) {
+        chain.push_back({MakeEffect(request, rate), request.enabled});
+    }
+    if (HasFade(clip)) chain.push_back({MakeFade(clip, fps, rate), true});
+    return chain;
+}
+
+std::shared_ptr<project::AbstractPluginAudioTransition> MakeCrossFade(
+    const otio::PlacedTransition& transition) {
+    return pack::CreateTransition("cross-fade", {{"curve", pack::CurveNumber(transition.curve)}});
+}
+
+}  // namespace orlo::host

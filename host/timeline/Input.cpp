@@ -1,0 +1,241 @@
+// SPDX-License-Identifier: MIT
+#include "host/timeline/Input.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <set>
+#include <utility>
+
+#include "host/otio/JsonDocument.h"
+#include "host/shell/Errors.h"
+#include "host/shell/Interrupt.h"
+#include "host/shell/Paths.h"
+#include "host/shell/Text.h"
+#include "host/timeline/EffectChains.h"
+#include "sonrel/media/ImportMediaAsset.h"
+#include "sonrel/media/MediaInfo.h"
+#include "sonrel/media/ZRMediaException.h"
+#include "sonrel/media/input/MediaErrors.h"
+
+namespace orlo::host {
+
+namespace {
+
+using project::MediaAsset;
+
+constexpr int DEFAULT_RATE = 48000;
+constexpr double DEFAULT_FPS = 25.0;
+
+/// How many audio streams a file has. @throws JobError when it cannot be read
+int CountAudioStreams(const std::string& path) {
+    zrh::media::MediaInfo info;
+    const int code = zrh::media::DescribeMedia(WidePath(path), &info);
+    if (code != 0) RefuseMedia(path, code);
+    return static_cast<int>(std::count_if(
+        info.streams.begin(), info.streams.end(), [](const zrh::media::MediaStreamInfo& stream) {
+            return stream.kind == zrh::media::MediaStreamKind::Audio;
+        }));
+}
+
+/// The reason why a stream of a file cannot be read; @p otherwise where all can.
+std::string FirstReason(const zrh::media::MediaInfo& info, const std::string& otherwise) {
+    for (const zrh::media::MediaStreamInfo& stream : info.streams) {
+        if (!stream.reason.empty()) return stream.reason;
+    }
+    return otherwise;
+}
+
+std::shared_ptr<MediaAsset> SilentAsset(project::Project& project, const std::string& path) {
+    return std::make_shared<MediaAsset>(project.Manager(), WidePath(path));
+}
+
+std::shared_ptr<MediaAsset> ImportUse(project::Project& project, const MediaUse& use,
+                                      otio::ImportReport& report) {
+    const std::string& path = use.location.path;
+    RequireMediaFile(path);
+    try {
+        std::shared_ptr<MediaAsset> asset =
+            project::ImportMediaAsset(project.Manager(), WidePath(path), use.stream);
+        if (!asset->HasAudio()) report.Add("clip", use.place, "its medium has no sound");
+        return asset;
+    } catch (const zrh::media::ZRMediaException& error) {
+        if (Interrupted()) RefuseMedia(path, error.Code());
+        const int streams = use.stream == 0 ? 1 : CountAudioStreams(path);
+        if (use.stream < streams) RefuseMedia(path, error.Code());
+        report.Add("clip", use.place,
+                   "its medium has no audio stream number " + std::to_string(use.stream + 1) +
+                       "; it is silent");
+        return SilentAsset(project, path);
+    }
+}
+
+/// The media of clips, each path and stream once.
+class MediaCollection {
+public:
+    void Add(const std::vector<otio::PlacedTrack>& tracks) {
+        for (const otio::PlacedTrack& track : tracks) {
+            for (const otio::PlacedClip& clip : track.clips) {
+                if (clip.composition != nullptr) {
+                    Add(clip.composition->tracks);
+                } else if (known_.emplace(clip.media.path, clip.stream).second) {
+                    media_.push_back({clip.media, clip.stream, clip.place, nullptr});
+                }
+            }
+        }
+    }
+
+    std::vector<MediaUse> Take() { return std::move(media_); }
+
+private:
+    std::vector<MediaUse> media_;
+    std::set<std::pair<std::string, int>> known_;
+};
+
+}  // namespace
+
+otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions& options,
+                                  const ReadingChoice& choice) {
+    otio::ImportOptions importOptions;
+    importOptions.rates = {options.fps, options.rate};
+    importOptions.mediaRoots = options.mediaRoots;
+    importOptions.retime = choice.retime;
+    importOptions.soundFrom =
+        choice.soundFromVideo ? otio::Track::Kind::Video : otio::Track::Kind::Audio;
+    try {
+        otio::TimelineImport import = otio::ImportTimeline(input, importOptions);
+        DropRefusedEffects(import);
+        return import;
+    } catch (const otio::RateError& error) {
+        const std::string text = "cannot take the timeline " + Quoted(input) + ": " + error.what();
+        if (options.fps || options.rate) throw UsageError(text);
+        throw JobError(text + "; give others with --fps and --rate");
+    } catch (const otio::DocumentError& error) {
+        throw JobError("cannot read the timeline " + Quoted(input) + ": " + error.what());
+    }
+}
+
+std::vector<MediaUse> CollectMedia(const std::vector<otio::PlacedTrack>& tracks) {
+    MediaCollection media;
+    media.Add(tracks);
+    return media.Take();
+}
+
+bool IsMissing(const otio::MediaLocation& location) {
+    struct stat status = {};
+    return !location.problem.empty() || stat(location.path.c_str(), &status) != 0;
+}
+
+std::vector<MediaUse> MissingMedia(const std::vector<MediaUse>& media) {
+    std::vector<MediaUse> missing;
+    std::set<std::string> known;
+    for (const MediaUse& use : media) {
+        if (known.insert(use.location.path).second && IsMissing(use.location)) {
+            missing.push_back(use);
+        }
+    }
+    return missing;
+}
+
+std::string MissingMediaClause(const std::string& input, const std::vector<MediaUse>& missing) {
+    std::string names;
+    for (const MediaUse& use : missing) {
+        if (!names.empty()) names += ", ";
+        names += Quoted(use.location.path) + " (" + OneLine(otio::ToText(use.place));
+        if (!use.location.problem.empty()) names += ": " + use.location.problem;
+        names += ")";
+    }
+    return "media of " + Quoted(input) + " are missing: " + names +
+           "; find them with --media-root, or leave them out with --allow-missing";
+}
+
+Json MissingJson(const std::vector<MediaUse>& missing) {
+    Json list = Json::array();
+    for (const MediaUse& use : missing) list.push_back(use.location.path);
+    return list;
+}
+
+void RequireMediaFile(const std::string& path) {
+    struct stat status = {};
+    if (stat(path.c_str(), &status) != 0) {
+        throw JobError("cannot read " + Quoted(path) + ": " + std::strerror(errno));
+    }
+    if (!S_ISREG(status.st_mode)) {
+        throw JobError("cannot read " + Quoted(path) + ": it is no regular file");
+    }
+}
+
+void RefuseMedia(const std::string& path, int code) {
+    if (Interrupted()) ThrowInterrupted("not all media are read");
+    std::string reason = zrh::media::MediaErrorText(code);
+    if (code == static_cast<int>(zrh::media::MediaError::TooMuchSilence)) {
+        // Only the media library's error for the file has the numbers.
+        zrh::media::MediaInfo info;
+        const int again = zrh::media::DescribeMedia(WidePath(path), &info, &reason);
+        if (again == 0) reason = FirstReason(info, reason);
+    }
+    throw JobError("cannot read " + Quoted(path) + ": " + reason);
+}
+
+void ImportMedia(project::Project& project, std::vector<MediaUse>& media,
+                 otio::ImportReport& report) {
+    for (MediaUse& use : media) {
+        if (IsMissing(use.location)) {
+            report.Add("clip", use.place, "its medium is missing; it is silent");
+            use.asset = SilentAsset(project, {});
+        } else {
+            use.asset = ImportUse(project, use, report);
+        }
+        project.Assets().Add(use.asset);
+    }
+}
+
+std::shared_ptr<MediaAsset> ImportMediaFile(project::Project& project, const std::string& path,
+                                            int stream) {
+    RequireMediaFile(path);
+    std::shared_ptr<MediaAsset> asset;
+    try {
+        asset = project::ImportMediaAsset(project.Manager(), WidePath(path), stream);
+    } catch (const zrh::media::ZRMediaException& error) {
+        RefuseMedia(path, error.Code());
+    }
+    if (!asset->HasAudio()) throw JobError("cannot use " + Quoted(path) + ": it has no sound");
+    project.Assets().Add(asset);
+    return asset;
+}
+
+double FrameRateOf(const MediaAsset& asset, const GlobalOptions& options) {
+    if (asset.HasVideo()) return asset.VideoStream()->FrameRate();
+    return options.fps.value_or(DEFAULT_FPS);
+}
+
+int RateFor(const GlobalOptions& options) {
+    return options.rate.value_or(DEFAULT_RATE);
+}
+
+Json NotTakenOverJson(const otio::ImportReport& report) {
+    Json list = Json::array();
+    for (const otio::ImportReport::Entry& entry : report.Entries()) {
+        list.push_back({{"what", entry.what},
+                        {"where", entry.where},
+                        {"reason", entry.reason},
+                        {"count", entry.count}});
+    }
+    return list;
+}
+
+std::string NotTakenOverText(const otio::ImportReport& report) {
+    const std::vector<otio::ImportReport::Entry> entries = report.Entries();
+    if (entries.empty()) return {};
+    std::string text = "not taken over, or changed:\n";
+    for (const otio::ImportReport::Entry& entry : entries) {
+        text += "  " + OneLine(entry.what);
+        if (entry.count > 1) text += " (" + std::to_string(entry.count) + " times)";
+        text += ", " + OneLine(entry.where) + ": " + OneLine(entry.reason) + "\n";
+    }
+    return text;
+}
+
+}  // namespace orlo::host

@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: MIT
+#include "host/waveform/PictureArguments.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+#include <optional>
+#include <string_view>
+
+#include "host/shell/Errors.h"
+#include "host/shell/Text.h"
+#include "sonrel/base/Timing.h"
+
+namespace orlo::host {
+
+namespace {
+
+constexpr long long MAX_SIDE = 32767;
+constexpr long long MAX_PIXELS = 1LL << 26;
+
+std::optional<int> ParseSide(std::string_view text) {
+    const std::optional<long long> side = ParseInteger(text);
+    if (!side || *side < 1 || *side > MAX_SIDE) return std::nullopt;
+    return static_cast<int>(*side);
+}
+
+std::optional<long long> ParseStreamPosition(std::string_view text, int rate) {
+    constexpr std::string_view SAMPLES = "smp";
+    if (text.ends_with(SAMPLES)) {
+        text.remove_suffix(SAMPLES.size());
+        const std::optional<long long> samples = ParseInteger(text);
+        if (!samples || *samples < 0) return std::nullopt;
+        return samples;
+    }
+    if (text.ends_with('s')) text.remove_suffix(1);
+    const std::optional<double> seconds = ParseDecimal(text);
+    if (!seconds) return std::nullopt;
+    const long long samples = zrtl::TruncToInt64(zrtl::RoundHalfAway(*seconds * rate));
+    // Only a time that no position can hold is negative here: it lies behind every stream.
+    return samples < 0 ? std::numeric_limits<long long>::max() : samples;
+}
+
+/// Both ends as they stand in the text. @throws UsageError when it is no range
+StreamRange ReadEnds(const std::string& text, int rate, long long samples) {
+    const std::string_view view = text;
+    const std::size_t colon = view.find(':');
+    std::optional<long long> start = 0;
+    std::optional<long long> end = samples;
+    if (colon == std::string_view::npos) {
+        start = std::nullopt;
+    } else {
+        if (colon > 0) start = ParseStreamPosition(view.substr(0, colon), rate);
+        if (colon + 1 < view.size()) end = ParseStreamPosition(view.substr(colon + 1), rate);
+    }
+    if (start && end) return {*start, *end};
+    throw UsageError("--range " + Quoted(text) +
+                     " is no range A:B: give seconds (12.5:20) or samples "
+                     "(480000smp:960000smp)");
+}
+
+}  // namespace
+
+PictureSize ParsePictureSize(const std::string& text) {
+    const std::size_t cross = text.find('x');
+    if (cross != std::string::npos) {
+        const std::string_view view = text;
+        const std::optional<int> width = ParseSide(view.substr(0, cross));
+        const std::optional<int> height = ParseSide(view.substr(cross + 1));
+        if (width && height && static_cast<long long>(*width) * *height <= MAX_PIXELS) {
+            return {*width, *height};
+        }
+    }
+    throw UsageError("--size " + Quoted(text) + " is no WIDTHxHEIGHT from 1x1 to " +
+                     std::to_string(MAX_SIDE) + " a side and " + std::to_string(MAX_PIXELS) +
+                     " pixels in all");
+}
+
+sonrel::WaveformPreview::Color ParseColor(const std::string& option, const std::string& text) {
+    std::string_view digits = text;
+    if (digits.starts_with('#')) digits.remove_prefix(1);
+    unsigned value = 0;
+    const char* const end = digits.data() + digits.size();
+    const auto [stop, error] = std::from_chars(digits.data(), end, value, 16);
+    if (error != std::errc() || stop != end || (digits.size() != 6 && digits.size() != 8)) {
+        throw UsageError(option + " " + Quoted(text) +
+                         " is not a colour: give RRGGBB or RRGGBBAA in hexadecimal digits");
+    }
+    if (digits.size() == 6) value = value << 8 | 0xFF;
+    return {static_cast<unsigned char>(value >> 24), static_cast<unsigned char>(value >> 16),
+            static_cast<unsigned char>(value >> 8), static_cast<unsigned char>(value)};
+}
+
+void CheckStreamRange(const std::string& text) {
+    if (!text.empty()) ReadEnds(text, 1, std::numeric_limits<long long>::max());
+}
+
+StreamRange ParseStreamRange(const std::string& text, int rate, long long samples) {
+    if (text.empty()) return {0, samples};
+    const StreamRange range = ReadEnds(text, rate, samples);
+    if (range.start >= samples) {
+        throw UsageError("--range " + Quoted(text) + " begins at or beyond the end, which is at " +
+                         std::to_string(samples) + "smp (" +
+                         FormatShort(static_cast<double>(samples) / rate) + "s)");
+    }
+    if (range.start >= range.end) {
+        throw UsageError("--range " + Quoted(text) +
+                         " is empty: its end is exclusive and must come later than its start");
+    }
+    return {range.start, std::min(range.end, samples)};
+}
+
+}  // namespace orlo::host
