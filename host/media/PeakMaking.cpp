@@ -144,7 +144,7 @@ public:
 private:
     std::string FindOrMake(const PeakTask& task) {
         for (int attempt = 1; attempt < MAX_RECORD_ATTEMPTS; ++attempt) {
-            const std::string path = Ask(task, helper::CreateWaveformPeakFile);
+            std::string path = Ask(task, helper::CreateWaveformPeakFile);
             const bool wasSlower = path.empty() && failures_->WasRecordedElsewhere();
             if (!wasSlower || Interrupted()) return path;
         }
