@@ -11,9 +11,9 @@
 namespace orlo::sonrel::detail {
 namespace {
 
-constexpr unsigned int MIN_SLICE = 4;  // results that a thread refines
+constexpr unsigned int MIN_SLICE = 4;  // results for each thread, at least
 
-/// Runs a job for both channels at the same time.
+/// Runs a job for both channels in parallel.
 template <class Job>
 void OnBothChannels(const Job& job) {
     std::future<void> left = std::async([&job] { job(Channel::Left); });
@@ -22,8 +22,8 @@ void OnBothChannels(const Job& job) {
     right.get();
 }
 
-/// The search along the long recording: one block's buffers, which every block reuses, and the
-/// histories of the segments.
+/// The search along the long recording: the buffers of one block, which all blocks reuse, and the
+/// history of each segment.
 class BlockSearch {
 public:
     explicit BlockSearch(const SearchSetting& setting)
@@ -51,7 +51,7 @@ public:
     }
 
 private:
-    /// @return false at a tail of less than a second, which is not searched
+    /// @return false when less than a second remains; such a tail is not searched
     bool ReadBlock() {
         const int rate = reference_.sampleRate;
         read_ = ReadFrames(setting_.mixer, setting_.longRecording, position_, reference_.blockSize,
@@ -96,7 +96,7 @@ private:
     std::vector<SearchResult> results_;
 };
 
-/// One worker's buffers for measuring results in place.
+/// The buffers of one thread that measures results in place.
 class Refinement {
 public:
     explicit Refinement(const SearchSetting& setting)

@@ -21,9 +21,9 @@ namespace {
 using project::MediaAsset;
 using Assets = std::pair<std::shared_ptr<MediaAsset> const&, std::shared_ptr<MediaAsset> const&>;
 
-constexpr long long WHOLE_SECONDS = 5;  // recordings up to this length are compared as wholes
+constexpr long long WHOLE_SECONDS = 5;  // recordings up to this length are compared whole
 
-/// Reads a stretch as interleaved floats. @return false unless all of it is there
+/// Reads a stretch as interleaved floats. @return false when it cannot be read whole
 bool ReadFloats(const AudioMixer& mixer, const std::shared_ptr<MediaAsset>& asset, long long start,
                 int count, std::vector<float>& samples) {
     detail::FrameBuffer frames;
@@ -42,7 +42,7 @@ struct RangePair {
     std::vector<float> b;
     int count = 0;
 
-    /// Whether left and right are the same signal, as those of a mono recording are.
+    /// Whether left and right are the same signal, as in a mono recording.
     bool IsMono() const {
         for (std::size_t i = 0; i < a.size(); i += 2) {
             if (a[i] != a[i + 1] || b[i] != b[i + 1]) return false;
@@ -50,11 +50,11 @@ struct RangePair {
         return true;
     }
 
-    /// Correlates one channel with a lag taken out.
+    /// Correlates one channel with a lag removed.
     AudioSync::CorrelationResult Correlate(std::size_t channel, long long lag) const {
-        const std::size_t aside = 2 * static_cast<std::size_t>(std::llabs(lag));
-        return AudioSync::CrossCorrelate(a.data() + channel + (lag > 0 ? aside : 0), 2,
-                                         b.data() + channel + (lag < 0 ? aside : 0), 2,
+        const std::size_t skipped = 2 * static_cast<std::size_t>(std::llabs(lag));
+        return AudioSync::CrossCorrelate(a.data() + channel + (lag > 0 ? skipped : 0), 2,
+                                         b.data() + channel + (lag < 0 ? skipped : 0), 2,
                                          count - static_cast<int>(std::llabs(lag)));
     }
 };
@@ -68,8 +68,8 @@ AudioSync::CorrelationResult CompareChannels(const RangePair& ranges) {
     if (left.offset == 0 && right.offset == 0) {
         return {std::max(left.correlation, right.correlation), 0};
     }
-    // The zeros that both stretches are padded with weaken a lagging match. Measured again without
-    // the lag, the correlation is that of what both hold.
+    // The zeros that pad both stretches lower the correlation of a match with a lag. Measured again
+    // without the lag, the correlation is that of the common part.
     const double leftAgain = ranges.Correlate(0, left.offset).correlation;
     const double rightAgain = mono ? leftAgain : ranges.Correlate(1, right.offset).correlation;
     if (leftAgain >= rightAgain) return {leftAgain, left.offset};
@@ -128,8 +128,8 @@ AudioSync::CorrelationResult AudioSync::FindOffset(std::shared_ptr<Sonrel> const
                                                    int sampleRate,
                                                    std::function<void(int, int)> progress,
                                                    std::atomic<bool>* cancel) {
-    // Who destroys an argument, and when, is the compiler's choice: what the function holds has to
-    // be gone when the host goes on.
+    // The compiler chooses when an argument is destroyed. The objects that the function captured
+    // must be destroyed before this call returns.
     const std::function<void(int, int)> report = std::exchange(progress, nullptr);
     return SearchAssets(engine, {a, b}, sampleRate, report, cancel);
 }

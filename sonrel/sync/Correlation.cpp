@@ -11,7 +11,7 @@
 namespace orlo::sonrel::detail {
 namespace {
 
-/// What the inverse transform multiplies with: exact, a power of two.
+/// The factor of the inverse transform: a power of two, so that the product is exact.
 double ScaleOf(const Spectrum& spectrum) {
     return 1.0 / (static_cast<double>(spectrum.size()) * 0.5);
 }
@@ -20,13 +20,13 @@ void TransformInPlace(Spectrum& spectrum) {
     FastFourierTransform(spectrum.data(), static_cast<unsigned int>(spectrum.size() / 2));
 }
 
-/// A value of an inverse transform that is conjugated and scaled where it is read.
+/// One value of the inverse transform: conjugated and scaled when it is read.
 double InverseValue(const Spectrum& transformed, std::size_t position, double scale) {
     return transformed[position] * (position % 2 == 0 ? scale : -scale);
 }
 
-/// Adds what the blocks before left over, and keeps what reaches into the next one. What was added
-/// to stands scaled in the product afterwards.
+/// Overlap-add: adds the tail of the previous blocks and saves the new tail. The values that the
+/// tail was added to are scaled afterwards.
 void CarryHistory(int overlap, int hop, double scale, Spectrum& product, Spectrum& history) {
     const auto carried = static_cast<std::size_t>(std::max(0, overlap - 1));
     const auto ahead = static_cast<std::size_t>(hop);
@@ -145,7 +145,7 @@ double EnergyOfCorrelation(float const* a, int strideA, float const* b, int stri
     SpectrumOf(samples.data(), static_cast<unsigned int>(length), spectrumA);
     const auto energyB = static_cast<double>(CopyStrided(b, strideB, count, samples));
     SpectrumOf(samples.data(), static_cast<unsigned int>(length), spectrumB);
-    // By Parseval's theorem the spectra have the sum, so that no inverse transform is needed.
+    // By Parseval's theorem the sum over the spectra is the same; no inverse transform is needed.
     double sum = 0.0;
     for (std::size_t i = 0; i < spectrumA.size(); i += 2) {
         sum += PowerAt(spectrumA, i) * PowerAt(spectrumB, i);

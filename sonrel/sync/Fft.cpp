@@ -10,13 +10,34 @@
 #include "sonrel/sync/detail/FftTables.h"
 #include "sonrel/sync/detail/Parallel.h"
 
+// Design of the transform.
+//
+// The plain radix-2 form, decimation in time, defines the result to the bit: bit reversal, then
+// log2(n) levels of butterflies; level l completes transforms of 2^l points. The twiddle factors of
+// a level follow a recurrence (TwiddleRecurrence), whose rounding error is part of the result. A
+// faster form may therefore change the order in which butterflies run, but not a butterfly: no
+// radix-4 butterfly, no fused multiply-add, no factor from a table of sines.
+//
+// The plain form reads and writes all points once for each level, 20 times for 2^20 points, and is
+// limited by memory. Three steps reduce this without changing an operation:
+// - Tiles (FftKernels). Bit reversal exchanges 8x8 tiles. While a tile is in registers it is
+//   transposed, and its levels of 2, 4 and 8 points (BASE_LEVELS) run. From here to the last pass
+//   the points are in groups of `width` real parts and `width` imaginary parts, one for each lane.
+// - Passes. One pass over the data runs up to 3 levels with the legs in registers: 2 levels with 16
+//   registers (SSE2, AVX2), 3 with 32 (AVX-512). PassTable has the factors in the order of use.
+// - Recursion. RunLevels divides the data until a part, with its factors, fits into the first-level
+//   cache (CACHED_LEVEL). It transforms one part after the other and then combines them.
+//
+// The recursion also forks: every call of Apply divides the threads between its two halves
+// (SplitThreads). Halves are independent, so the result does not depend on the number of threads.
+// Below FORK_LEVEL a task is deferred, because it takes less time than the start of a thread.
+// Transforms below one tile (64 points) run the plain form itself (TransformFew).
 namespace orlo::sonrel::detail {
 namespace {
 
-// A transform of at most this many points, with its factors, stays in the first cache.
+// A transform of at most this many points, with its factors, fits into the first-level cache.
 constexpr int CACHED_LEVEL = 10;
-// Below this level a task takes less time than the start of a thread: it runs when it is waited
-// for.
+// Below this level a task takes less time than the start of a thread: it is deferred.
 constexpr int FORK_LEVEL = 16;
 constexpr unsigned int MIN_CHUNK = 16;
 
@@ -30,7 +51,7 @@ int LevelOf(unsigned int points) {
     return level;
 }
 
-// ---- Fewer points than a tile has --------------------------------------------------------------
+// ---- Less than a tile --------------------------------------------------------------------------
 
 void ReverseFew(double* data, unsigned int points, int level) {
     for (unsigned int i = 0; i < points; ++i) {
@@ -69,9 +90,9 @@ void TransformFew(double* data, unsigned int points) {
     }
 }
 
-// ---- A tile and more ---------------------------------------------------------------------------
+// ---- One tile or more --------------------------------------------------------------------------
 
-/// One transform: its data and how it is run.
+/// One transform: its data, kernels and thread budget.
 class Transform {
 public:
     Transform(double* data, unsigned int points, unsigned int threads)
@@ -103,13 +124,13 @@ private:
             plan);
     }
 
-    /// A tile belongs to the chunk that holds its number times its size.
+    /// A tile belongs to the chunk that contains its first point.
     static std::size_t TilesBefore(unsigned long long point) {
         return (point + TILE_POINTS - 1) / TILE_POINTS;
     }
 
-    /// Forks as long as there is more than one thread, whatever the size. The levels of the forks
-    /// are combined together, on this thread, as many as one pass takes.
+    /// Forks while there is more than one thread, at any size. This thread then combines the levels
+    /// of the forks, as many as one pass runs.
     void Apply(double* data, int level, int threads) {
         if (threads <= 1 || level <= BASE_LEVELS) {
             RunLevels(data, level);
@@ -120,7 +141,7 @@ private:
         RunPass(data, level, levels, 1);
     }
 
-    /// Runs the parts that lie @p levels levels below @p level.
+    /// Runs the parts that are @p levels levels below @p level.
     void ApplyToParts(double* data, int level, int levels, int threads) {
         if (levels == 0) {
             Apply(data, level, threads);
@@ -140,8 +161,8 @@ private:
         second.get();
     }
 
-    /// Runs all levels above the base, the parts of a large transform one after the other so that
-    /// each is in a near cache while it is worked on.
+    /// Runs all levels above the base levels. The parts of a large transform run one after the
+    /// other, so that each part is in a near cache meanwhile.
     void RunLevels(double* data, int level) {
         if (level <= CACHED_LEVEL) {
             RunCachedLevels(data, level);
@@ -157,8 +178,8 @@ private:
     void RunCachedLevels(double* data, int level) {
         int done = BASE_LEVELS;
         while (done < level) {
-            const int over = (level - done) % kernels_.passLevels;
-            const int levels = over == 0 ? kernels_.passLevels : over;
+            const int remainder = (level - done) % kernels_.passLevels;
+            const int levels = remainder == 0 ? kernels_.passLevels : remainder;
             done += levels;
             RunPass(data, done, levels, Points(level - done));
         }

@@ -20,7 +20,7 @@ std::size_t WidthIndex(int width) {
     return width == 2 ? 0 : width == 4 ? 1 : 2;
 }
 
-/// The sets that are in use, and those that are kept without a user.
+/// The sets that are in use, and the sets that are kept without a user.
 class TwiddleCache {
 public:
     std::shared_ptr<const TwiddleSet> Get(int width, int passLevels, int level) {
@@ -36,7 +36,7 @@ public:
 
 private:
     struct Slot {
-        std::mutex mutex;  // held while the set is made, so that it is made once
+        std::mutex mutex;  // held while the set is made: it is made once
         std::weak_ptr<const TwiddleSet> set;
     };
 
@@ -53,7 +53,7 @@ private:
 
     std::array<std::array<Slot, LEVEL_COUNT>, WIDTH_COUNT> slots_;
     std::mutex mutex_;
-    std::deque<std::shared_ptr<const TwiddleSet>> kept_;  // in the order of making
+    std::deque<std::shared_ptr<const TwiddleSet>> kept_;  // oldest first
     std::size_t keptBytes_ = 0;
 };
 

@@ -20,9 +20,9 @@ using project::MediaAsset;
 using project::MediaAudioStream;
 
 int SmallestTransform(int sampleRate) {
-    const std::int64_t least = 5 * static_cast<std::int64_t>(sampleRate);
+    const std::int64_t minPoints = 5 * static_cast<std::int64_t>(sampleRate);
     unsigned int points = 1;
-    while (points < least && points < MAX_TRANSFORM_POINTS) points *= 2;
+    while (points < minPoints && points < MAX_TRANSFORM_POINTS) points *= 2;
     return static_cast<int>(points);
 }
 
@@ -34,23 +34,23 @@ long long WindowPosition(int block, int samplesPerBlock) {
     return static_cast<std::int32_t>(position);
 }
 
-/// Enters one window. @return false when the file ends too soon
-bool EnterWindow(PeakFile& file, int first, int end, LoudSeconds& seconds) {
+/// Adds one window to the lists. @return false when the file ends before the end of the window
+bool AddWindow(PeakFile& file, int first, int end, LoudSeconds& seconds) {
     const long long position = WindowPosition(first, file.SamplesPerBlock());
     std::vector<unsigned char> amplitudes;
     if (file.GetRMSAmplitude(first, end, end - first, amplitudes) != PeakFile::Result::Ok ||
         amplitudes.size() != 1) {
         return false;
     }
-    if (amplitudes[0] != 0) seconds.byRms.Enter(amplitudes[0], position);
+    if (amplitudes[0] != 0) seconds.byRms.Add(amplitudes[0], position);
     std::vector<signed char> peaks;
     if (file.GetChannelPeaks(first, end, end - first, peaks) != PeakFile::Result::Ok) return false;
     const signed char peak = LargestPeak(peaks);
-    if (peak > 0) seconds.byPeak.Enter(peak, position);
+    if (peak > 0) seconds.byPeak.Add(peak, position);
     return true;
 }
 
-/// Walks the peak file in windows of a second that overlap by half.
+/// Reads the peak file in windows of a second that overlap by half.
 std::optional<LoudSeconds> FindLoudSeconds(const MediaAudioStream& stream) {
     PeakFile file;
     if (!file.Open(stream.WaveformPeakFilePath())) return std::nullopt;
@@ -60,7 +60,7 @@ std::optional<LoudSeconds> FindLoudSeconds(const MediaAudioStream& stream) {
     if (step < 1) return seconds;  // below 64 Hz a second has no halves
     for (std::int64_t first = 0; first < file.BlockCount(); first += step) {
         const auto end = std::min<std::int64_t>(first + blocksPerSecond, file.BlockCount());
-        if (!EnterWindow(file, static_cast<int>(first), static_cast<int>(end), seconds)) break;
+        if (!AddWindow(file, static_cast<int>(first), static_cast<int>(end), seconds)) break;
     }
     return seconds;
 }
@@ -91,7 +91,7 @@ void SortWithoutRepeats(std::vector<ReferenceSegment>& segments) {
                    segments.end());
 }
 
-/// Where the segments lie. @return nothing when the peak file is needed and cannot be opened
+/// The positions of the segments. @return nullopt when the peak file is needed and cannot be opened
 std::optional<std::vector<ReferenceSegment>> PlaceSegments(const MediaAudioStream& stream) {
     std::vector<ReferenceSegment> segments;
     if (stream.ConformedSampleCount() <= stream.ConformedSampleRate()) {

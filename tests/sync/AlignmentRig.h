@@ -28,7 +28,7 @@ inline Samples Event(int frames, unsigned int seed, int amplitude = 8000) {
     });
 }
 
-/// Adds samples to a recording from a frame on; what reaches beyond either end is cut.
+/// Adds samples to a recording from a frame on; samples beyond either end are dropped.
 inline void AddAt(Samples& recording, long long frame, const Samples& event) {
     for (std::size_t i = 0; i < event.size(); ++i) {
         const long long at = 2 * frame + static_cast<long long>(i);
@@ -38,7 +38,7 @@ inline void AddAt(Samples& recording, long long frame, const Samples& event) {
     }
 }
 
-/// A recording at RATE with quiet noise of its own and an event.
+/// A recording at RATE of quiet noise and an event.
 inline Recording Take(int frames, unsigned int noiseSeed, long long eventAt, const Samples& event) {
     Recording recording;
     recording.rate = RATE;
@@ -48,7 +48,7 @@ inline Recording Take(int frames, unsigned int noiseSeed, long long eventAt, con
     return recording;
 }
 
-/// An engine, and assets with conformed files and peak files of given recordings.
+/// An engine, and assets with the conformed files and peak files of recordings.
 class AlignmentRig {
 public:
     AlignmentRig()

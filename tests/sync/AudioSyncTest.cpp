@@ -14,7 +14,7 @@ namespace {
 
 class Alignment : public testing::Test {
 protected:
-    static void ExpectNothing(const AudioSync::CorrelationResult& result) {
+    static void ExpectNoResult(const AudioSync::CorrelationResult& result) {
         EXPECT_EQ(result.correlation, 0.0);
         EXPECT_EQ(result.offset, 0);
     }
@@ -22,16 +22,16 @@ protected:
     AlignmentRig rig_;
 };
 
-/// Two long recordings that hold one event at different places.
+/// Two long recordings with one event at different positions.
 struct LongPair {
     Samples event = Event(1500, 50);
     Recording shorter = Take(8 * RATE, 1, 2000, event);
     Recording longer = Take(30 * RATE, 2, 12345, event);
-    /// What the longer one has at t, the shorter one has at t + this.
+    /// Frame t of the longer recording matches frame t + TRUE_OFFSET of the shorter one.
     static constexpr long long TRUE_OFFSET = 2000 - 12345;
 };
 
-// ---- Short recordings as wholes
+// ---- Short recordings, compared whole
 
 TEST_F(Alignment, EqualLengthsUpToFiveSecondsAreComparedWholeWithoutProgress) {
     const Samples event = Event(1500, 50);
@@ -45,7 +45,7 @@ TEST_F(Alignment, EqualLengthsUpToFiveSecondsAreComparedWholeWithoutProgress) {
     EXPECT_TRUE(calls.empty());
 }
 
-TEST_F(Alignment, OneFrameOverFiveSecondsIsSearchedInBlocks) {
+TEST_F(Alignment, OneFrameMoreThanFiveSecondsIsSearchedInBlocks) {
     ProgressCalls calls;
 
     rig_.Find(Take(5 * RATE + 1, 1, 0, {}), Take(5 * RATE + 1, 2, 0, {}), Recorder(calls));
@@ -69,7 +69,7 @@ TEST_F(Alignment, ADifferenceOfAFrameLessThanASecondIsComparedWhole) {
     EXPECT_TRUE(calls.empty());
 }
 
-TEST_F(Alignment, TheWholePathMeansTheSameForExchangedRecordings) {
+TEST_F(Alignment, AWholeComparisonOfExchangedRecordingsReversesTheSignOfTheOffset) {
     const Samples event = Event(1500, 50);
     const Recording a = Take(4 * RATE, 1, 1000, event);
     const Recording b = Take(4 * RATE, 2, 1400, event);
@@ -87,20 +87,20 @@ TEST_F(Alignment, ARecordingMatchesItself) {
     EXPECT_EQ(result.offset, 0);
 }
 
-TEST_F(Alignment, AWholeComparisonOfAFileThatLostItsEndAnswersNothing) {
+TEST_F(Alignment, AWholeComparisonOfATruncatedFileHasNoResult) {
     const Samples event = Event(1500, 50);
     const auto whole = rig_.Add(Take(4 * RATE, 1, 1000, event));
     const auto cut = rig_.Add(Take(3 * RATE + 1, 2, 1400, event));
     cut->AudioStream()->SetConformedSampleCount(4 * RATE);
 
     for (const auto& [a, b] : {std::pair(whole, cut), {cut, whole}}) {
-        ExpectNothing(AudioSync::FindOffset(rig_.Engine(), a, b, RATE, {}, nullptr));
+        ExpectNoResult(AudioSync::FindOffset(rig_.Engine(), a, b, RATE, {}, nullptr));
     }
 }
 
 // ---- Long recordings in blocks
 
-TEST_F(Alignment, ALongSearchAnswersTwoFramesBeyondTheTrueOffset) {
+TEST_F(Alignment, ALongSearchReturnsTheTrueOffsetPlusTwoFrames) {
     const LongPair pair;
 
     const auto result = rig_.Find(pair.shorter, pair.longer);
@@ -109,7 +109,7 @@ TEST_F(Alignment, ALongSearchAnswersTwoFramesBeyondTheTrueOffset) {
     EXPECT_GT(result.correlation, 0.9);
 }
 
-TEST_F(Alignment, ExchangedRecordingsAnswerTheNegativeOffset) {
+TEST_F(Alignment, ExchangedRecordingsReverseTheSignOfTheOffset) {
     const LongPair pair;
 
     const auto result = rig_.Find(pair.longer, pair.shorter);
@@ -117,7 +117,7 @@ TEST_F(Alignment, ExchangedRecordingsAnswerTheNegativeOffset) {
     EXPECT_EQ(result.offset, -LongPair::TRUE_OFFSET - 2);
 }
 
-TEST_F(Alignment, ALongRecordingMatchesItselfTwoFramesBeyond) {
+TEST_F(Alignment, ALongRecordingMatchesItselfAtTwoFrames) {
     const Recording recording = Take(8 * RATE, 1, 0, Event(8 * RATE, 2));
 
     const auto result = rig_.Find(recording, recording);
@@ -163,7 +163,7 @@ TEST_F(Alignment, AnEventInATailOfLessThanASecondIsNotFound) {
     EXPECT_GT(found.correlation, 0.9);
 }
 
-TEST_F(Alignment, SilentBlocksAnswerTheFirstBlockWithNoCorrelation) {
+TEST_F(Alignment, SilentBlocksGiveTheOffsetOfTheFirstBlockWithoutCorrelation) {
     const Recording reference = Take(6 * RATE, 1, 4800, Event(992, 50));
     Recording silence = Take(20 * RATE, 2, 0, {});
     silence.samples.assign(silence.samples.size(), 0);
@@ -176,7 +176,7 @@ TEST_F(Alignment, SilentBlocksAnswerTheFirstBlockWithNoCorrelation) {
     EXPECT_EQ(result.offset, RATE + segments.front().start);
 }
 
-TEST_F(Alignment, EverySearchHasTheBitsOfThePlainForm) {
+TEST_F(Alignment, EverySearchHasTheBitsOfTheReference) {
     for (unsigned int seed = 0; seed < 24; ++seed) {
         const int shortFrames = 1200 + 700 * static_cast<int>(seed % 9);
         const int longFrames = 7001 + 1333 * static_cast<int>(seed % 7);
@@ -202,7 +202,7 @@ TEST_F(Alignment, EverySearchHasTheBitsOfThePlainForm) {
     }
 }
 
-TEST_F(Alignment, RecordingsOfDifferentRatesAnswerAFiniteCorrelation) {
+TEST_F(Alignment, RecordingsOfDifferentRatesHaveAFiniteCorrelation) {
     Recording other = Take(20 * RATE, 2, 0, Event(3000, 3));
     other.rate = other.nativeRate = 2 * RATE;
 
@@ -216,33 +216,33 @@ TEST_F(Alignment, RecordingsOfDifferentRatesAnswerAFiniteCorrelation) {
 
 // ---- Nothing to compare
 
-TEST_F(Alignment, ARecordingWithoutConformedSamplesAnswersNothingWithoutProgress) {
+TEST_F(Alignment, ARecordingWithoutConformedSamplesHasNoResultAndNoProgress) {
     Recording empty = Take(0, 1, 0, {});
     empty.native = Samples(2000, 5);
     const Recording other = Take(8 * RATE, 2, 0, {});
     ProgressCalls calls;
 
-    ExpectNothing(rig_.Find(empty, other, Recorder(calls)));
-    ExpectNothing(rig_.Find(other, empty, Recorder(calls)));
+    ExpectNoResult(rig_.Find(empty, other, Recorder(calls)));
+    ExpectNoResult(rig_.Find(other, empty, Recorder(calls)));
     EXPECT_TRUE(calls.empty());
 }
 
-TEST_F(Alignment, AnAssetWithoutSoundAnswersNothing) {
+TEST_F(Alignment, AnAssetWithoutSoundHasNoResult) {
     ProjectBuilder builder;
     const auto silent = builder.AddSilentMedia();
     const auto other = rig_.Add(Take(8 * RATE, 2, 0, {}));
 
-    ExpectNothing(AudioSync::FindOffset(rig_.Engine(), silent, other, RATE, {}, nullptr));
-    ExpectNothing(AudioSync::FindOffset(rig_.Engine(), other, silent, RATE, {}, nullptr));
-    ExpectNothing(AudioSync::CompareRanges(rig_.Engine(), silent, other, 100, 0, 0));
+    ExpectNoResult(AudioSync::FindOffset(rig_.Engine(), silent, other, RATE, {}, nullptr));
+    ExpectNoResult(AudioSync::FindOffset(rig_.Engine(), other, silent, RATE, {}, nullptr));
+    ExpectNoResult(AudioSync::CompareRanges(rig_.Engine(), silent, other, 100, 0, 0));
 }
 
-TEST_F(Alignment, AReferenceOverASecondWithoutPeakFileAnswersNothingWithoutProgress) {
+TEST_F(Alignment, AReferenceOverASecondWithoutPeakFileHasNoResultAndNoProgress) {
     const auto reference = rig_.AddWithoutPeaks(Take(RATE + 1, 1, 0, {}));
     const auto longer = rig_.Add(Take(20 * RATE, 2, 0, {}));
     ProgressCalls calls;
 
-    ExpectNothing(
+    ExpectNoResult(
         AudioSync::FindOffset(rig_.Engine(), reference, longer, RATE, Recorder(calls), nullptr));
     EXPECT_TRUE(calls.empty());
 }
@@ -256,7 +256,7 @@ TEST_F(Alignment, OnlyTheShorterRecordingNeedsAPeakFile) {
     EXPECT_EQ(result.offset, LongPair::TRUE_OFFSET + 2);
 }
 
-TEST_F(Alignment, ALongerRecordingOfLessThanASecondAnswersNothing) {
+TEST_F(Alignment, ALongerRecordingOfLessThanASecondHasNoResult) {
     ProgressCalls calls;
 
     // A tenth of the rate decides the path, so that neither recording counts as short.
@@ -264,11 +264,11 @@ TEST_F(Alignment, ALongerRecordingOfLessThanASecondAnswersNothing) {
                                               rig_.Add(Take(RATE - 1, 2, 0, {})), RATE / 10,
                                               Recorder(calls), nullptr);
 
-    ExpectNothing(result);
+    ExpectNoResult(result);
     EXPECT_EQ(calls, (ProgressCalls{{0, 1}}));
 }
 
-TEST_F(Alignment, AFileThatLostItsEndIsSearchedAsFarAsItGoes) {
+TEST_F(Alignment, ATruncatedFileIsSearchedUpToItsEnd) {
     const LongPair pair;
     const auto longer = rig_.Add(pair.longer);
     longer->AudioStream()->SetConformedSampleCount(300 * RATE);
@@ -298,14 +298,14 @@ TEST_F(Alignment, ProgressCountsUpByOneAndReachesTheTotalOnceAtTheEnd) {
     EXPECT_EQ(calls.back(), std::pair(total, total));
 }
 
-TEST_F(Alignment, TheTotalIsATenthMoreThanTheStepsCutToAWholeNumber) {
+TEST_F(Alignment, TheTotalIsATenthMoreThanTheStepsTruncated) {
     using orlo::sonrel::detail::ProgressTotal;
     EXPECT_EQ(ProgressTotal(30000, 2000, 2), 35);  // 32 * 1.1 = 35.2
     EXPECT_EQ(ProgressTotal(17999, 2000, 1), 9);   // 9 * 1.1 = 9.9
     EXPECT_EQ(ProgressTotal(18000, 2000, 1), 11);
 }
 
-TEST_F(Alignment, InAVeryShortSearchTheLastStepIsTheTotalAlready) {
+TEST_F(Alignment, InAVeryShortSearchTheLastStepAlreadyReachesTheTotal) {
     // Two blocks and a tail of a second, one segment: 3 * 1.1 is cut to 3.
     ProgressCalls calls;
     const Recording reference = Take(RATE, 1, 0, Event(RATE, 50));
@@ -315,7 +315,7 @@ TEST_F(Alignment, InAVeryShortSearchTheLastStepIsTheTotalAlready) {
     EXPECT_EQ(calls, (ProgressCalls{{0, 3}, {1, 3}, {2, 3}, {3, 3}, {3, 3}}));
 }
 
-TEST_F(Alignment, ProgressIsCalledOnTheCallersThread) {
+TEST_F(Alignment, ProgressIsCalledOnTheCallingThread) {
     const LongPair pair;
     bool onCaller = true;
     const auto caller = std::this_thread::get_id();
@@ -347,7 +347,7 @@ TEST_F(Alignment, ProgressIsDestroyedBeforeTheCallReturnsOnEveryPath) {
         std::function<void(int, int)> progress = [token](int, int) {};
         token.reset();
 
-        // In one expression: temporaries of the call would still stand behind the comma.
+        // In one expression: temporaries of the call would still exist after the comma.
         const bool gone = (AudioSync::FindOffset(rig_.Engine(), path.a, path.b, RATE,
                                                  std::move(progress), path.cancel),
                            held.expired());
@@ -356,16 +356,16 @@ TEST_F(Alignment, ProgressIsDestroyedBeforeTheCallReturnsOnEveryPath) {
     }
 }
 
-TEST_F(Alignment, ASearchCancelledBeforeItBeginsAnswersNothing) {
+TEST_F(Alignment, ASearchCancelledBeforeItBeginsHasNoResult) {
     const LongPair pair;
     std::atomic<bool> cancel{true};
     ProgressCalls calls;
 
-    ExpectNothing(rig_.Find(pair.shorter, pair.longer, Recorder(calls), &cancel));
+    ExpectNoResult(rig_.Find(pair.shorter, pair.longer, Recorder(calls), &cancel));
     EXPECT_EQ(calls.size(), 1U);
 }
 
-TEST_F(Alignment, ASearchCancelledAtAnyStepAnswersNothingAndReportsNothingMore) {
+TEST_F(Alignment, ASearchCancelledAtAnyStepHasNoResultAndNoMoreProgress) {
     const LongPair pair;
     const auto shorter = rig_.Add(pair.shorter);
     const auto longer = rig_.Add(pair.longer);
@@ -382,12 +382,12 @@ TEST_F(Alignment, ASearchCancelledAtAnyStepAnswersNothingAndReportsNothingMore) 
             },
             &cancel);
 
-        ExpectNothing(result);
+        ExpectNoResult(result);
         EXPECT_EQ(last, at);
     }
 }
 
-TEST_F(Alignment, ASearchCancelledWhileItRefinesAnswersTheBestSoFar) {
+TEST_F(Alignment, ASearchCancelledDuringRefinementReturnsTheBestCandidateSoFar) {
     const LongPair pair;
     const int steps = static_cast<int>(15 * ReferenceSearchSegments(pair.shorter).size());
     std::atomic<bool> cancel{false};
@@ -407,7 +407,7 @@ TEST_F(Alignment, ASearchCancelledWhileItRefinesAnswersTheBestSoFar) {
     EXPECT_EQ(calls.back().first, calls.back().second);
 }
 
-TEST_F(Alignment, OffsetsOfASearchAreTheseSums) {
+TEST_F(Alignment, TheOffsetsOfASearchAreTheseSums) {
     using orlo::sonrel::detail::CoarseOffset;
     using orlo::sonrel::detail::RefinedOffset;
     EXPECT_EQ(CoarseOffset(48000, 47999, 96000, 96000), 1);
@@ -427,44 +427,44 @@ TEST(BestOf, TheFirstOfEqualCorrelationsWins) {
 
 // ---- Ranges
 
-TEST_F(Alignment, ComparedRangesGiveTheExactOffset) {
+TEST_F(Alignment, ComparedRangesReturnTheExactOffset) {
     const LongPair pair;
 
     const auto result = AudioSync::CompareRanges(rig_.Engine(), rig_.Add(pair.shorter),
                                                  rig_.Add(pair.longer), 3000, 1000, 11300);
 
-    // The event begins 1000 into the first range and 1045 into the second.
+    // The event begins at frame 1000 of the first range and at frame 1045 of the second.
     EXPECT_EQ(result.offset, -45);
     EXPECT_GT(result.correlation, 0.9);
 }
 
-TEST_F(Alignment, ARangeThatIsNotAllThereAnswersNothing) {
+TEST_F(Alignment, ARangeBeyondTheEndHasNoResult) {
     const auto a = rig_.Add(Take(4 * RATE, 1, 0, Event(4 * RATE, 9)));
     const auto compare = [&](int count, long long startA, long long startB) {
         return AudioSync::CompareRanges(rig_.Engine(), a, a, count, startA, startB);
     };
 
     EXPECT_GT(compare(1000, 3000, 3000).correlation, 0.9);
-    ExpectNothing(compare(1000, 3001, 3000));
-    ExpectNothing(compare(1000, 3000, 3001));
-    ExpectNothing(compare(4001, 0, 0));
-    ExpectNothing(compare(std::numeric_limits<int>::max(), 0, 0));
+    ExpectNoResult(compare(1000, 3001, 3000));
+    ExpectNoResult(compare(1000, 3000, 3001));
+    ExpectNoResult(compare(4001, 0, 0));
+    ExpectNoResult(compare(std::numeric_limits<int>::max(), 0, 0));
 }
 
-TEST_F(Alignment, NegativeStartsAndEmptyRangesAnswerNothing) {
+TEST_F(Alignment, NegativeStartsAndEmptyRangesHaveNoResult) {
     const auto a = rig_.Add(Take(4 * RATE, 1, 0, Event(4 * RATE, 9)));
     const auto compare = [&](int count, long long startA, long long startB) {
         return AudioSync::CompareRanges(rig_.Engine(), a, a, count, startA, startB);
     };
 
-    ExpectNothing(compare(0, 0, 0));
-    ExpectNothing(compare(-1, 0, 0));
-    ExpectNothing(compare(100, -1, 0));
-    ExpectNothing(compare(100, 0, -1));
+    ExpectNoResult(compare(0, 0, 0));
+    ExpectNoResult(compare(-1, 0, 0));
+    ExpectNoResult(compare(100, -1, 0));
+    ExpectNoResult(compare(100, 0, -1));
     EXPECT_GT(compare(100, 0, 0).correlation, 0.9);
 }
 
-TEST_F(Alignment, EveryComparedRangeHasTheBitsOfThePlainForm) {
+TEST_F(Alignment, EveryComparedRangeHasTheBitsOfTheReference) {
     for (unsigned int seed = 0; seed < 20; ++seed) {
         const Samples event = Event(700, seed + 10, 3000);
         const Recording a = Take(3000, seed, 900 + 31 * static_cast<int>(seed), event);
@@ -486,7 +486,7 @@ TEST_F(Alignment, EveryComparedRangeHasTheBitsOfThePlainForm) {
     }
 }
 
-TEST_F(Alignment, ComparedRangesOfMonoRecordingsHaveTheBitsOfThePlainForm) {
+TEST_F(Alignment, ComparedRangesOfMonoRecordingsHaveTheBitsOfTheReference) {
     const auto mono = [](Recording recording) {
         for (std::size_t i = 0; i < recording.samples.size(); i += 2) {
             recording.samples[i + 1] = recording.samples[i];

@@ -11,7 +11,7 @@
 namespace sonrel_tests {
 namespace {
 
-TEST(AlignmentThreads, EnginesSearchSideBySide) {
+TEST(AlignmentThreads, EnginesSearchInParallel) {
     const Samples event = Event(1500, 50);
     const Recording shorter = Take(6 * RATE, 1, 2000, event);
     const Recording longer = Take(20 * RATE, 2, 9000, event);
@@ -60,7 +60,7 @@ TEST(AlignmentThreads, AnotherThreadMayCancelAtAnyMoment) {
     }
 }
 
-TEST(AlignmentThreads, SignalsAreCorrelatedSideBySide) {
+TEST(AlignmentThreads, SignalsAreCorrelatedInParallel) {
     std::vector<float> signal;
     for (int i = 0; i < 30000; ++i) signal.push_back(static_cast<float>(i * 7919 % 2001) / 2001.0f);
     std::vector<AudioSync::CorrelationResult> results(4);

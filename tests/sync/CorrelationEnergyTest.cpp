@@ -34,7 +34,7 @@ TEST(CorrelationEnergy, AddsTheSquaresAtAllLags) {
     EXPECT_NEAR(EnergyOf({1.0f, -1.0f}, {1.0f, 1.0f}), 0.5, 1e-6);
 }
 
-TEST(CorrelationEnergy, CoversTheLagsOfALengthThatIsNoPowerOfTwo) {
+TEST(CorrelationEnergy, CoversTheLagsOfALengthThatIsNotAPowerOfTwo) {
     const std::vector<float> a = Noise(300, 1);
     const std::vector<float> b = Noise(300, 2);
     double energyA = 0.0;
@@ -63,7 +63,7 @@ TEST(CorrelationEnergy, IsAboutOneForNoiseAndAThirdOfTheLengthForATone) {
     EXPECT_NEAR(EnergyOf(tone, tone), 1000.0, 10.0);
 }
 
-TEST(CorrelationEnergy, SilenceAndBrokenSignalsHaveNone) {
+TEST(CorrelationEnergy, IsZeroForSilenceAndSignalsThatAreNotFinite) {
     const std::vector<float> noise = Noise(100, 1);
     const std::vector<float> zeros(100, 0.0f);
     EXPECT_EQ(EnergyOf(zeros, noise), 0.0);
@@ -76,14 +76,14 @@ TEST(CorrelationEnergy, SilenceAndBrokenSignalsHaveNone) {
     }
 }
 
-TEST(CorrelationEnergy, FewerThanOneValueHaveNone) {
+TEST(CorrelationEnergy, IsZeroForFewerThanOneValue) {
     const float signal[] = {1.0f};
     for (const int count : {0, -1, std::numeric_limits<int>::min()}) {
         EXPECT_EQ(AudioSync::CorrelationEnergy(signal, 1, signal, 1, count), 0.0);
     }
 }
 
-TEST(CorrelationEnergy, StridesPickOneChannel) {
+TEST(CorrelationEnergy, StridesSelectOneChannel) {
     const std::vector<float> left = Noise(200, 1);
     const std::vector<float> right = Noise(200, 2);
     std::vector<float> both;

@@ -52,7 +52,7 @@ AudioSync::CorrelationResult Correlate(const std::vector<float>& a, const std::v
 
 // ---- Two signals
 
-TEST_P(CrossCorrelation, FewerThanOneValueAnswerNothing) {
+TEST_P(CrossCorrelation, FewerThanOneValueHaveNoResult) {
     const float signal[] = {1.0f};
     for (const int count : {0, -1, std::numeric_limits<int>::min()}) {
         const auto result = AudioSync::CrossCorrelate(signal, 1, signal, 1, count);
@@ -61,7 +61,7 @@ TEST_P(CrossCorrelation, FewerThanOneValueAnswerNothing) {
     }
 }
 
-TEST_P(CrossCorrelation, OneValueOfASignMatchesItself) {
+TEST_P(CrossCorrelation, OneNegativeValueMatchesItself) {
     const float signal[] = {-0.5f};
 
     const auto result = AudioSync::CrossCorrelate(signal, 1, signal, 1, 1);
@@ -94,7 +94,7 @@ TEST_P(CrossCorrelation, AFirstSignalThatComesLaterGivesAPositiveLag) {
     EXPECT_EQ(Correlate(Delayed(signal, 100), signal).offset, 100);
 }
 
-TEST_P(CrossCorrelation, TheLargestLagsEitherWayAreFound) {
+TEST_P(CrossCorrelation, TheLargestLagsOfBothSignsAreFound) {
     std::vector<float> early(100, 0.0f);
     std::vector<float> late(100, 0.0f);
     early.front() = 1.0f;
@@ -104,7 +104,7 @@ TEST_P(CrossCorrelation, TheLargestLagsEitherWayAreFound) {
     EXPECT_EQ(Correlate(early, late).offset, -99);
 }
 
-TEST_P(CrossCorrelation, AnInvertedSignalMatchesWithoutItsSign) {
+TEST_P(CrossCorrelation, AnInvertedSignalMatchesWithAPositiveCorrelation) {
     const std::vector<float> signal = FloatNoise(500, 3);
     std::vector<float> inverted = signal;
     for (float& value : inverted) value = -value;
@@ -115,7 +115,7 @@ TEST_P(CrossCorrelation, AnInvertedSignalMatchesWithoutItsSign) {
     EXPECT_EQ(result.offset, 0);
 }
 
-TEST_P(CrossCorrelation, ZerosAnswerNothing) {
+TEST_P(CrossCorrelation, ZerosHaveNoResult) {
     const std::vector<float> zeros(300, 0.0f);
     const std::vector<float> signal = FloatNoise(300, 1);
 
@@ -126,7 +126,7 @@ TEST_P(CrossCorrelation, ZerosAnswerNothing) {
     }
 }
 
-TEST_P(CrossCorrelation, ASignalThatHoldsANotANumberAnswersNothing) {
+TEST_P(CrossCorrelation, ASignalWithANotANumberHasNoResult) {
     std::vector<float> broken = FloatNoise(300, 1);
     broken[77] = std::numeric_limits<float>::quiet_NaN();
 
@@ -136,7 +136,7 @@ TEST_P(CrossCorrelation, ASignalThatHoldsANotANumberAnswersNothing) {
     EXPECT_EQ(result.offset, 0);
 }
 
-TEST_P(CrossCorrelation, StridesPickOneChannel) {
+TEST_P(CrossCorrelation, StridesSelectOneChannel) {
     const std::vector<float> left = FloatNoise(200, 1);
     const std::vector<float> right = FloatNoise(200, 2);
     std::vector<float> both;
@@ -149,7 +149,7 @@ TEST_P(CrossCorrelation, StridesPickOneChannel) {
     EXPECT_EQ(strided.offset, plain.offset);
 }
 
-TEST_P(CrossCorrelation, EveryLengthHasTheBitsOfThePlainForm) {
+TEST_P(CrossCorrelation, EveryLengthHasTheBitsOfTheReference) {
     for (const int count : {1, 2, 3, 7, 16, 31, 32, 33, 100, 1000, 4096, 5001}) {
         const std::vector<float> a = FloatNoise(count, 11);
         std::vector<float> b = FloatNoise(count, 12);
@@ -192,7 +192,7 @@ TEST_P(PeakSearch, TheFirstOfEqualPeaksWins) {
 }
 
 TEST_P(PeakSearch, TheFirstOfValuesWithTheSameQuotientWins) {
-    // Quotients of neighbouring doubles lie closer together than doubles do.
+    // The quotients of neighbouring doubles are so close together that some of them are equal.
     double value = 1.6;
     while (value / 1.5 != std::nextafter(value, 2.0) / 1.5) value = std::nextafter(value, 2.0);
     std::vector<double> values(9000, 0.0);
@@ -213,7 +213,7 @@ TEST_P(PeakSearch, NotANumberNeverWins) {
     EXPECT_EQ(peak.position, 40U);
 }
 
-TEST_P(PeakSearch, InfiniteValuesWinAndTheFirstOfThem) {
+TEST_P(PeakSearch, TheFirstInfiniteValueWins) {
     std::vector<double> values(64, 1.0);
     values[30] = -std::numeric_limits<double>::infinity();
     values[50] = std::numeric_limits<double>::infinity();
@@ -224,7 +224,7 @@ TEST_P(PeakSearch, InfiniteValuesWinAndTheFirstOfThem) {
     EXPECT_EQ(peak.position, 30U);
 }
 
-TEST_P(PeakSearch, AQuotientThatOverflowsIsFoundAtTheFirstThatDoes) {
+TEST_P(PeakSearch, TheFirstQuotientThatOverflowsWins) {
     std::vector<double> values(64, 0.0);
     values[20] = 1e300;
     values[40] = 1e301;
@@ -232,7 +232,7 @@ TEST_P(PeakSearch, AQuotientThatOverflowsIsFoundAtTheFirstThatDoes) {
     EXPECT_EQ(PeakOf(values, 1e-20).position, 20U);
 }
 
-TEST_P(PeakSearch, TinyQuotientsThatAreEqualAreFoundAtTheFirst) {
+TEST_P(PeakSearch, TheFirstOfEqualTinyQuotientsWins) {
     std::vector<double> values(64, 0.0);
     values[20] = 1.0e-300;
     values[40] = 1.1e-300;
@@ -240,7 +240,7 @@ TEST_P(PeakSearch, TinyQuotientsThatAreEqualAreFoundAtTheFirst) {
     EXPECT_EQ(PeakOf(values, 1e23).position, 20U);  // both round to the smallest double
 }
 
-TEST_P(PeakSearch, ADivisorOf0FindsOnlyWhatIsNotZero) {
+TEST_P(PeakSearch, ADivisorOf0FindsOnlyNonZeroValues) {
     EXPECT_EQ(PeakOf({0.0, 0.0, 0.0, 0.0}, 0.0).correlation, 0.0);
     EXPECT_EQ(PeakOf({0.0, 0.0, 2.0, 0.0}, 0.0).position, 2U);
 }
@@ -268,7 +268,7 @@ TEST(Lag, TheUpperHalfOfTheTransformHoldsNegativeLags) {
 
 // ---- Spectra
 
-TEST(SpectrumOf, TheSizeIsTheSmallestPowerOfTwoThatHoldsTheSamples) {
+TEST(SpectrumOf, TheSizeIsTheSmallestPowerOfTwoWithRoomForTheSamples) {
     const std::vector<float> samples(65, 0.5f);
     Spectrum spectrum;
     const auto sizeFor = [&](unsigned int count) {
@@ -282,7 +282,7 @@ TEST(SpectrumOf, TheSizeIsTheSmallestPowerOfTwoThatHoldsTheSamples) {
     EXPECT_EQ(sizeFor(65), 256U);
 }
 
-TEST(SpectrumOf, OldContentsAreGone) {
+TEST(SpectrumOf, OldContentsAreReplaced) {
     const float impulse[] = {1.0f, 0.0f, 0.0f};
     Spectrum spectrum(64, 99.0);
 
@@ -306,7 +306,7 @@ TEST(InvertSpectrum, UndoesTheTransform) {
 
 // ---- Stereo
 
-TEST(SplitStereo, PartsTheChannelsBetweenZeros) {
+TEST(SplitStereo, SplitsTheChannelsAndPadsThemWithZeros) {
     const short frames[] = {16384, -32768, 0, 1};
     ChannelPair<std::vector<float>> samples;
     samples.left.assign(50, 7.0f);
@@ -332,8 +332,8 @@ TEST(SplitStereo, NoFramesHaveNormsOf0) {
 }
 
 TEST(SplitStereo, SquaresAreAddedInSinglePrecisionFromTheFirstToTheLast) {
-    // Behind a full-scale sample a square of 2^-30 no longer counts in single precision, however
-    // many of them there are; before it, 2^20 of them add up to 2^-10.
+    // After a full-scale sample, squares of 2^-30 are lost in single precision, however many there
+    // are; before it, 2^20 of them add up to 2^-10.
     const int count = 1 << 20;
     std::vector<short> frames(2 * (static_cast<std::size_t>(count) + 1), 1);
     frames[0] = -32768;
@@ -347,7 +347,7 @@ TEST(SplitStereo, SquaresAreAddedInSinglePrecisionFromTheFirstToTheLast) {
     EXPECT_EQ(norms.right, std::sqrt(1.0f + 1.0f / 1024.0f));
 }
 
-TEST(ChannelPair, TheChannelsShareNoCacheLine) {
+TEST(ChannelPair, TheChannelsAreOnDifferentCacheLines) {
     const ChannelPair<float> pair;
     const auto distance =
         reinterpret_cast<const char*>(&pair.right) - reinterpret_cast<const char*>(&pair.left);
@@ -371,7 +371,7 @@ float NormOf(const std::vector<float>& samples) {
     return std::sqrt(sum);
 }
 
-/// A, and B that holds A from a position on, in transforms of 512 points.
+/// A, and B, which contains A from a position on, in transforms of 512 points.
 BlockSignals MakeBlock(int position) {
     std::vector<float> a = FloatNoise(100, 21);
     std::vector<float> b(300, 0.0f);
@@ -386,7 +386,7 @@ BlockSignals MakeBlock(int position) {
     return block;
 }
 
-TEST(SearchBlock, TheLagIsWhereBHoldsA) {
+TEST(SearchBlock, TheLagIsThePositionOfAInB) {
     const BlockSignals block = MakeBlock(137);
     Spectrum product;
 
@@ -406,7 +406,7 @@ TEST(SearchBlock, ANormOfExactlyTheThresholdIsSilent) {
         return SearchBlock(Channel::Right, 100, 200, normA, normB, block.a, block.b, &product,
                            nullptr);
     };
-    // The float nearest to 0.01 lies below it, the next one above.
+    // The float nearest to 0.01 is below 0.01, the next float above.
     const float at = 0.01f;
     const float above = std::nextafter(at, 1.0f);
 
@@ -417,7 +417,7 @@ TEST(SearchBlock, ANormOfExactlyTheThresholdIsSilent) {
     EXPECT_GT(search(block.normA, above).correlation, 0.0);
 }
 
-TEST(SearchBlock, SilenceLeavesTheHistoryAsItWas) {
+TEST(SearchBlock, SilenceLeavesTheHistoryUnchanged) {
     const BlockSignals block = MakeBlock(0);
     Spectrum product;
     Spectrum history(100, 5.0);
@@ -455,7 +455,7 @@ TEST(SearchBlock, TheHistoryCountsDoublesAndIsAddedBeforeItIsStored) {
     EXPECT_EQ(result.offset, plain.offset);
 }
 
-TEST(SearchBlock, AHistoryMayHoldThePeak) {
+TEST(SearchBlock, ThePeakMayBeInTheHistory) {
     const BlockSignals block = MakeBlock(200);
     Spectrum product;
     Spectrum history(100, 0.0);
@@ -469,7 +469,7 @@ TEST(SearchBlock, AHistoryMayHoldThePeak) {
 
 // ---- Both channels
 
-TEST(JoinChannels, ChannelsThatMatchAndDisagreeMeetInTheMiddle) {
+TEST(JoinChannels, ChannelsThatMatchAtDifferentLagsGetTheMiddle) {
     const SearchResult joined =
         JoinChannels({0.96, -3, 4, Channel::Left}, {0.97, -2, 5, Channel::Right});
 
@@ -487,7 +487,7 @@ TEST(JoinChannels, AMatchOfExactlyTheThresholdDoesNotAverage) {
     EXPECT_EQ(joined.channel, Channel::Right);
 }
 
-TEST(JoinChannels, ChannelsThatAgreeKeepTheBetterOne) {
+TEST(JoinChannels, OfChannelsWithOneLagTheBetterWins) {
     EXPECT_EQ(JoinChannels({0.96, 7, 0, Channel::Left}, {0.99, 7, 0, Channel::Right}).channel,
               Channel::Right);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The threads that a transform starts. A program of its own, because it counts all threads.
+// The threads that a transform starts. A separate program, because it counts all threads.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -24,7 +24,7 @@ int ThreadsOfTransform(unsigned int points, unsigned int budget) {
 }  // namespace
 }  // namespace sonrel_tests
 
-// In front of the C library's.
+// Replaces the function of the C library, which it calls.
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                               void* (*entry)(void*), void* argument) {
     using Create = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
@@ -36,8 +36,8 @@ extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attribute
 namespace sonrel_tests {
 namespace {
 
-// A budget of n threads gives the bit reversal n chunks and the recursion n ends. The caller takes
-// one of each.
+// With a budget of n threads the bit reversal has n chunks and the recursion n leaves. The calling
+// thread runs one of each.
 TEST(FftForks, ABudgetOfSeveralThreadsIsUsedUp) {
     EXPECT_EQ(ThreadsOfTransform(1U << 18, 2), 1 + 1);
     EXPECT_EQ(ThreadsOfTransform(1U << 18, 3), 2 + 2);
@@ -46,7 +46,7 @@ TEST(FftForks, ABudgetOfSeveralThreadsIsUsedUp) {
     EXPECT_EQ(ThreadsOfTransform(1U << 18, 8), 7 + 7);
 }
 
-TEST(FftForks, ABudgetOfOneThreadStartsNone) {
+TEST(FftForks, ABudgetOfOneThreadStartsNoThread) {
     for (const unsigned int points : {64U, 1U << 16, 1U << 18}) {
         EXPECT_EQ(ThreadsOfTransform(points, 1), 0) << points;
         EXPECT_EQ(ThreadsOfTransform(points, 0), 0) << points;

@@ -14,7 +14,7 @@ namespace {
 
 using orlo::sonrel::detail::FastFourierTransform;
 
-TEST(FftIdentity, LargeSizesHaveTheBitsOfThePlainFormOnEveryPath) {
+TEST(FftIdentity, LargeSizesHaveTheBitsOfTheReferenceOnEveryPath) {
     for (unsigned int points = 1U << 17; points <= 1U << 20; points *= 2) {
         std::mt19937_64 engine(points);
         std::vector<double> input(2 * static_cast<std::size_t>(points));

@@ -72,14 +72,14 @@ TEST(FftTables, ACorrelationLeavesAtMost8Megabytes) {
     EXPECT_LE(BytesInUse(), before + 8'000'000);
 }
 
-// 2^18 points hold five seconds at 48000 Hz, the size of nearly every search.
+// 2^18 points have room for five seconds at 48000 Hz: the size of nearly every search.
 TEST(FftTables, TheFactorsOf262144PointsAreKept) {
     const TwiddleSet* first = SetOf(ActiveKernels(), 18).get();
 
     EXPECT_EQ(SetOf(ActiveKernels(), 18).get(), first);
 }
 
-TEST(FftTables, LargeFactorsLastAsLongAsTheyAreHeld) {
+TEST(FftTables, LargeFactorsAreReleasedWithTheirLastUser) {
     auto held = HoldTwiddles(1U << 20);
     const std::weak_ptr<const TwiddleSet> set = SetOf(ActiveKernels(), 20);
     std::vector<double> data(2U << 20, 1.0);

@@ -52,7 +52,7 @@ TEST_P(Fft, OnePointLeavesTheDataUnchanged) {
     EXPECT_EQ(data, (std::vector<double>{3.0, -4.0, 77.0}));
 }
 
-TEST_P(Fft, TwoPointsGiveSumAndDifference) {
+TEST_P(Fft, TwoPointsBecomeSumAndDifference) {
     std::vector<double> data = {3.0, -4.0, 1.5, 2.0, 77.0};
 
     FastFourierTransform(data.data(), 2);
@@ -111,7 +111,7 @@ TEST_P(Fft, AThousandPointsHaveTheseBits) {
     EXPECT_EQ(data[1023], -1360.7653098812254);
 }
 
-TEST_P(Fft, AnImpulseTurnsClockwise) {
+TEST_P(Fft, TheSpectrumOfAnImpulseTurnsClockwise) {
     constexpr double PI = 3.14159265358979323846;
     std::vector<double> data(2 * 256, 0.0);
     data[2] = 1.0;
@@ -126,7 +126,7 @@ TEST_P(Fft, AnImpulseTurnsClockwise) {
 
 // ---- Identity
 
-TEST_P(Fft, EverySizeHasTheBitsOfThePlainForm) {
+TEST_P(Fft, EverySizeHasTheBitsOfTheReference) {
     for (unsigned int points = 1; points <= 1U << 16; points *= 2) {
         std::vector<double> expected = Noise(points);
         std::vector<double> data = expected;
@@ -153,7 +153,7 @@ TEST_P(Fft, EveryThreadBudgetHasTheSameBits) {
     }
 }
 
-TEST_P(Fft, NothingBehindTheDataIsTouched) {
+TEST_P(Fft, NothingAfterTheDataIsChanged) {
     for (const unsigned int points : {2U, 32U, 64U, 1024U}) {
         std::vector<double> data = Noise(points);
         data.insert(data.end(), 16, 12345.0);
@@ -166,7 +166,7 @@ TEST_P(Fft, NothingBehindTheDataIsTouched) {
     }
 }
 
-TEST_P(Fft, DataNeedNotLieOnACacheLine) {
+TEST_P(Fft, TheDataNeedNoAlignment) {
     std::vector<double> expected = Noise(512);
     std::vector<double> shifted(expected.size() + 1);
     std::copy(expected.begin(), expected.end(), shifted.begin() + 1);
@@ -191,14 +191,14 @@ TEST(FftThreads, TheOddThreadGoesToTheFirstHalf) {
     EXPECT_EQ(split(8), std::pair(4, 4));
 }
 
-TEST(FftFactors, TheFirstOneIsOne) {
+TEST(FftFactors, TheFirstFactorIsOne) {
     const TwiddleRecurrence factor(1024);
 
     EXPECT_EQ(factor.Re(), 1.0);
     EXPECT_EQ(factor.Im(), 0.0);
 }
 
-TEST(FftFactors, TheyAdvanceByTheRecurrence) {
+TEST(FftFactors, FactorsAdvanceByTheRecurrence) {
     // c1 and c2 of 1024 points, from the definitions 2 sin^2(pi / N) and sin(2 pi / N).
     TwiddleRecurrence factor(1024);
 

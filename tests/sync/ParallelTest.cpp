@@ -20,7 +20,7 @@ using orlo::sonrel::detail::RunInParallel;
 
 using Chunk = std::pair<unsigned long long, unsigned long long>;
 
-/// The chunks of a run, in order of their beginnings.
+/// The chunks of a run, sorted by their first items.
 std::set<Chunk> ChunksOf(unsigned long long count, unsigned int smallestChunk,
                          unsigned int concurrency) {
     std::mutex mutex;
@@ -38,16 +38,16 @@ std::set<Chunk> ChunksOf(unsigned long long count, unsigned int smallestChunk,
     return chunks;
 }
 
-TEST(RunInParallel, TheLastChunkTakesWhatRemains) {
+TEST(RunInParallel, TheLastChunkGetsTheRemainder) {
     EXPECT_EQ(ChunksOf(10, 1, 3), (std::set<Chunk>{{0, 3}, {3, 6}, {6, 10}}));
 }
 
-TEST(RunInParallel, NoChunkFallsBelowTheSmallest) {
+TEST(RunInParallel, NoChunkIsSmallerThanTheMinimum) {
     EXPECT_EQ(ChunksOf(15, 4, 8), (std::set<Chunk>{{0, 5}, {5, 10}, {10, 15}}));
     EXPECT_EQ(ChunksOf(16, 4, 8), (std::set<Chunk>{{0, 4}, {4, 8}, {8, 12}, {12, 16}}));
 }
 
-TEST(RunInParallel, FewerItemsThanTheSmallestChunkAreOneChunk) {
+TEST(RunInParallel, FewerItemsThanTheMinimumAreOneChunk) {
     EXPECT_EQ(ChunksOf(3, 16, 8), (std::set<Chunk>{{0, 3}}));
 }
 
@@ -56,12 +56,12 @@ TEST(RunInParallel, NoItemsAreOneEmptyChunk) {
     EXPECT_EQ(ChunksOf(0, 0, 8), (std::set<Chunk>{{0, 0}}));
 }
 
-TEST(RunInParallel, ASmallestChunkOf0GivesOneItemToAThread) {
+TEST(RunInParallel, AMinimumOf0AllowsOneItemForEachThread) {
     EXPECT_EQ(ChunksOf(2, 0, 8), (std::set<Chunk>{{0, 1}, {1, 2}}));
     EXPECT_EQ(ChunksOf(9, 0, 2), (std::set<Chunk>{{0, 4}, {4, 9}}));
 }
 
-TEST(RunInParallel, AMachineThatTellsNoConcurrencyCountsAsOne) {
+TEST(RunInParallel, AMachineThatReportsNoConcurrencyCountsAsOneProcessor) {
     EXPECT_EQ(ChunksOf(100, 1, 0), (std::set<Chunk>{{0, 100}}));
     EXPECT_EQ(ChunksOf(100, 0, 0), (std::set<Chunk>{{0, 100}}));
     EXPECT_GE(orlo::sonrel::detail::HardwareConcurrency(), 1U);
@@ -130,7 +130,7 @@ TEST(RunInParallel, AnExceptionOfATaskReachesTheCaller) {
     EXPECT_EQ(finished, 3);
 }
 
-TEST(RunInParallel, AnExceptionOfTheLastChunkReachesTheCallerWhenNoTaskRunsAnyMore) {
+TEST(RunInParallel, AnExceptionOfTheLastChunkReachesTheCallerAfterAllTasksHaveFinished) {
     std::atomic<int> finished{0};
     ChunkPlan plan;
     plan.smallestChunk = 1;
@@ -145,7 +145,7 @@ TEST(RunInParallel, AnExceptionOfTheLastChunkReachesTheCallerWhenNoTaskRunsAnyMo
     EXPECT_EQ(finished, 3);
 }
 
-TEST(TransformThreads, TransformsRunSideBySideOnTheirOwnData) {
+TEST(TransformThreads, TransformsOfDifferentDataRunInParallel) {
     const auto transform = [](unsigned int threads) {
         std::vector<double> data(2U << 17);
         for (std::size_t i = 0; i < data.size(); ++i) data[i] = static_cast<double>(i % 977);

@@ -33,48 +33,48 @@ Places PlacesOf(const std::vector<ReferenceSegment>& segments) {
 
 TEST(LoudWindows, TheLoudestComesFirst) {
     LoudWindows<unsigned char> windows;
-    windows.Enter(5, 100);
-    windows.Enter(9, 200);
-    windows.Enter(7, 300);
+    windows.Add(5, 100);
+    windows.Add(9, 200);
+    windows.Add(7, 300);
 
     EXPECT_EQ(Entries(windows),
               (std::vector<std::pair<int, long long>>{{9, 200}, {7, 300}, {5, 100}}));
 }
 
-TEST(LoudWindows, AWindowAsLoudAsOthersGoesBehindThem) {
+TEST(LoudWindows, AWindowAsLoudAsOthersIsAddedAfterThem) {
     LoudWindows<unsigned char> windows;
-    windows.Enter(5, 200);
-    windows.Enter(9, 100);
-    windows.Enter(9, 300);
+    windows.Add(5, 200);
+    windows.Add(9, 100);
+    windows.Add(9, 300);
 
     EXPECT_EQ(Entries(windows),
               (std::vector<std::pair<int, long long>>{{9, 100}, {9, 300}, {5, 200}}));
 }
 
-TEST(LoudWindows, AQuieterWindowThanTheLastIsNotTakenThoughThereIsRoom) {
+TEST(LoudWindows, AWindowQuieterThanTheLastIsNotAddedEvenWhenThereIsRoom) {
     LoudWindows<unsigned char> windows;
-    windows.Enter(9, 100);
-    windows.Enter(8, 200);
+    windows.Add(9, 100);
+    windows.Add(8, 200);
 
     EXPECT_EQ(Entries(windows), (std::vector<std::pair<int, long long>>{{9, 100}}));
 }
 
 TEST(LoudWindows, TenAreKept) {
     LoudWindows<unsigned char> windows;
-    for (int i = 1; i <= 11; ++i) windows.Enter(static_cast<unsigned char>(i), i);
+    for (int i = 1; i <= 11; ++i) windows.Add(static_cast<unsigned char>(i), i);
 
     EXPECT_EQ(windows.InOrder().size(), 10U);
     EXPECT_EQ(windows.InOrder().front().key, 11);
     EXPECT_EQ(windows.InOrder().back().key, 2);
 }
 
-TEST(LargestPeak, TakesTheSignOff) {
+TEST(LargestPeak, IsTheLargestAbsoluteValue) {
     EXPECT_EQ(LargestPeak({-3, 2, -100, 99}), 100);
     EXPECT_EQ(LargestPeak({-127, 0}), 127);
     EXPECT_EQ(LargestPeak({}), 0);
 }
 
-TEST(LargestPeak, TheLowestByteCountsForNothing) {
+TEST(LargestPeak, TheLowestByteIsIgnored) {
     EXPECT_EQ(LargestPeak({-128, 0}), 0);
     EXPECT_EQ(LargestPeak({-128, 1}), 1);
 }
@@ -83,32 +83,32 @@ TEST(LargestPeak, TheLowestByteCountsForNothing) {
 
 TEST(ChooseSegments, TheLoudestByPeakThatDoesNotOverlapIsAdded) {
     LoudSeconds seconds;
-    seconds.byRms.Enter(10, 5000);
-    seconds.byPeak.Enter(50, 5500);
-    seconds.byPeak.Enter(50, 6000);
-    seconds.byPeak.Enter(50, 9000);
+    seconds.byRms.Add(10, 5000);
+    seconds.byPeak.Add(50, 5500);
+    seconds.byPeak.Add(50, 6000);
+    seconds.byPeak.Add(50, 9000);
 
     EXPECT_EQ(PlacesOf(ChooseSegments(seconds, 1000)), (Places{{5000, 1000}, {6000, 1000}}));
 }
 
 TEST(ChooseSegments, AWindowThatEndsWhereTheOtherBeginsDoesNotOverlap) {
     LoudSeconds seconds;
-    seconds.byRms.Enter(10, 5000);
-    seconds.byPeak.Enter(50, 4001);
-    seconds.byPeak.Enter(50, 4000);
+    seconds.byRms.Add(10, 5000);
+    seconds.byPeak.Add(50, 4001);
+    seconds.byPeak.Add(50, 4000);
 
     EXPECT_EQ(PlacesOf(ChooseSegments(seconds, 1000)), (Places{{5000, 1000}, {4000, 1000}}));
 }
 
-TEST(ChooseSegments, WithoutRmsThePeakAloneChooses) {
+TEST(ChooseSegments, WithoutRmsOnlyThePeakChooses) {
     LoudSeconds seconds;
-    seconds.byPeak.Enter(50, 700);
-    seconds.byPeak.Enter(50, 9000);
+    seconds.byPeak.Add(50, 700);
+    seconds.byPeak.Add(50, 9000);
 
     EXPECT_EQ(PlacesOf(ChooseSegments(seconds, 1000)), (Places{{700, 1000}}));
 }
 
-TEST(ChooseSegments, SilenceIsSearchedForFromItsBeginning) {
+TEST(ChooseSegments, OfSilenceTheFirstSecondIsChosen) {
     EXPECT_EQ(PlacesOf(ChooseSegments({}, 1000)), (Places{{0, 1000}}));
 }
 
@@ -123,7 +123,7 @@ protected:
     AlignmentRig rig_;
 };
 
-TEST_F(CollectSegments, AReferenceOfOneSecondIsTakenWholeWithoutItsPeakFile) {
+TEST_F(CollectSegments, AReferenceOfOneSecondIsUsedWholeWithoutItsPeakFile) {
     const Recording recording = Take(RATE, 1, 0, Event(RATE, 2));
 
     const ReferenceSet set =
@@ -169,17 +169,17 @@ TEST_F(CollectSegments, WindowsStepByHalfASecondOfWholeBlocks) {
     EXPECT_EQ(set.segments[0].length, 1000);
 }
 
-TEST_F(CollectSegments, TheLoudSecondAndTheSecondWithThePeakAreBothTaken) {
+TEST_F(CollectSegments, TheLoudestSecondByRmsAndByPeakAreBothChosen) {
     Recording recording = Take(10 * RATE, 1, 4800, Event(992, 2));
     AddAt(recording.samples, 1450, Constant(1, 30000, 30000));
 
     const ReferenceSet set = Collect(recording);
 
-    // The click lies in the windows at 480 (to 1472), 960 and 1440; the first of equals is taken.
+    // The click is in the windows at 480 (to 1472), 960 and 1440; the first of equal windows wins.
     EXPECT_EQ(PlacesOf(set.segments), (Places{{480, 1000}, {4800, 1000}}));
 }
 
-TEST_F(CollectSegments, AWindowAtTheEndThatIsNoWholeSecondIsSilent) {
+TEST_F(CollectSegments, AWindowAtTheEndOfLessThanASecondIsSilent) {
     const Recording recording = Take(10 * RATE, 1, 9600, Event(400, 2, 30000));
 
     const ReferenceSet set = Collect(recording);
@@ -216,7 +216,7 @@ TEST_F(CollectSegments, ANativeRateOf0GivesASegmentWithoutLengthAtTheBeginning) 
     EXPECT_EQ(set.segments[0].norms.left, 0.0f);
 }
 
-TEST_F(CollectSegments, SegmentsStandInTheOrderOfTheirBeginnings) {
+TEST_F(CollectSegments, SegmentsAreInTheOrderOfTheirStarts) {
     Recording recording = Take(10 * RATE, 1, 2400, Event(992, 2));
     AddAt(recording.samples, 8000, Constant(1, 30000, 30000));
 
@@ -237,7 +237,7 @@ TEST_F(CollectSegments, ASilentChannelHasNoSpectrum) {
     EXPECT_TRUE(set.segments[0].spectra.right.empty());
 }
 
-TEST_F(CollectSegments, APeakFileThatBreaksOffGivesWhatWasFoundBefore) {
+TEST_F(CollectSegments, ATruncatedPeakFileGivesTheSegmentsOfItsWindows) {
     const Recording recording = Take(10 * RATE, 1, 4800, Event(992, 2));
     auto asset = rig_.AddWithoutPeaks(recording);
     std::string bytes = PeakFileBytes(SummariseBlocks(recording.samples));
@@ -250,7 +250,7 @@ TEST_F(CollectSegments, APeakFileThatBreaksOffGivesWhatWasFoundBefore) {
     EXPECT_EQ(PlacesOf(set.segments), (Places{{0, 1000}}));
 }
 
-TEST_F(CollectSegments, EveryRecordingHasTheSegmentsOfThePlainForm) {
+TEST_F(CollectSegments, EveryRecordingHasTheSegmentsOfTheReference) {
     for (unsigned int seed = 0; seed < 20; ++seed) {
         Recording recording = Take(3000 + 977 * static_cast<int>(seed), seed,
                                    300 * static_cast<int>(seed), Event(1500, seed + 100, 5000));

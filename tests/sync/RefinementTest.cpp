@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What measuring a result once more in place changes, and what it leaves.
+// Results that are measured again in place, and results that are not.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -51,7 +51,7 @@ TEST_F(Refinement, MeasuresAResultInPlace) {
     }
 }
 
-// The place holds the event, so that a measurement would find it.
+// The event is at this position, so that a measurement would find it.
 TEST_F(Refinement, SkipsAResultWithoutCorrelation) {
     const auto results = Refine({0.5, 0.0, 0.5, -0.0, 0.5, 0.0});
 

@@ -22,8 +22,8 @@ struct SearchSetting {
     bool Cancelled() const { return cancel != nullptr && cancel->load(); }
 };
 
-/// The offset of a match that a block of the long recording gave. It lies one frame beyond the true
-/// one: the block is searched with rate - 1 zeros before it, and the sum counts a whole rate.
+/// The offset of a match in a block of the long recording. It is one frame more than the true
+/// offset: the block is searched with rate - 1 zeros before it, and the sum adds the whole rate.
 /// @param joined    the lag within the block's transform
 /// @param position  first frame of the block
 inline long long CoarseOffset(int rate, long long joined, long long segmentStart,
@@ -31,15 +31,14 @@ inline long long CoarseOffset(int rate, long long joined, long long segmentStart
     return rate - joined + (segmentStart - position);
 }
 
-/// The offset after measuring in place, where the segment was looked for at its coarse position.
-/// The lag found there is added, so that the frame by which the coarse offset errs counts twice:
-/// the answer lies two frames beyond the true offset. Callers that need the exact one compare
-/// ranges.
+/// The offset after measuring the segment at its coarse position. The lag found there is added and
+/// not subtracted, so that the error of one frame of the coarse offset counts twice: the result is
+/// two frames more than the true offset. Callers that need the exact offset use CompareRanges.
 inline long long RefinedOffset(long long coarse, long long lag, bool swapped) {
     return swapped ? -(coarse + lag) : coarse + lag;
 }
 
-/// Calls the progress of a search; an empty function is passed over.
+/// Calls the progress function of a search; an empty function is not called.
 class SearchProgress {
 public:
     SearchProgress(const std::function<void(int, int)>& report, int total)
@@ -59,19 +58,19 @@ private:
     int done_ = 0;
 };
 
-/// Steps that a search of @p longCount frames reports: a tenth more than there are, so that the end
-/// is not reached before it is there.
+/// The total that a search of @p longCount frames reports: a tenth more than its steps, so that the
+/// total is not reached before the end.
 int ProgressTotal(long long longCount, int blockSize, std::size_t segmentCount);
 
-/// Looks for every segment in every block. @return one result each, in the order of the blocks; the
-/// list is empty when the search was cancelled or no block holds a second
+/// Searches every block for every segment. @return one result for each pair, in the order of the
+/// blocks; the list is empty when the search was cancelled or no block has a second
 std::vector<SearchResult> SearchBlocks(const SearchSetting& setting, SearchProgress& progress);
 
-/// Measures each result once more in place, on its channel. A result whose place cannot be read
-/// stays as it is, its sign included.
+/// Measures each result again in place, on its channel. A result whose position cannot be read is
+/// not changed, and neither is its sign.
 void RefineCandidates(const SearchSetting& setting, std::vector<SearchResult>& results);
 
-/// The result with the largest correlation; the earliest of equal ones.
+/// The result with the largest correlation; of equal results the first.
 const SearchResult& BestOf(const std::vector<SearchResult>& results);
 
 }  // namespace orlo::sonrel::detail

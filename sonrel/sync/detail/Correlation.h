@@ -8,18 +8,18 @@
 
 namespace orlo::sonrel::detail {
 
-/// What turns a 16-bit sample into a float of full scale 1.0: 2 to the power -15.
+/// The factor from a 16-bit sample to a float of full scale 1.0: 2 to the power -15.
 constexpr float SAMPLE_SCALE = 3.0517578e-5f;
 
 /// A channel whose norm does not exceed this is silent.
 constexpr double SILENCE_THRESHOLD = 0.01;
 
-/// When both channels correlate better than this and disagree, their lags are averaged.
+/// Where both channels correlate better than this at different lags, the lags are averaged.
 constexpr double AGREEMENT_THRESHOLD = 0.95;
 
 enum class Channel { Left = 0, Right = 1 };
 
-/// One value a channel, so far apart that two threads which work on a channel each share no cache
+/// One value for each channel, far enough apart that two threads with a channel each share no cache
 /// line.
 template <class T>
 struct ChannelPair {
@@ -32,10 +32,10 @@ struct ChannelPair {
     const T& operator[](Channel channel) const { return channel == Channel::Left ? left : right; }
 };
 
-/// Real and imaginary parts in turn: twice as many values as the transform has points.
+/// Interleaved real and imaginary parts: twice as many values as the transform has points.
 using Spectrum = std::vector<double>;
 
-/// What one search found.
+/// The result of one search.
 struct SearchResult {
     double correlation = 0.0;
     long long offset = 0;
@@ -43,14 +43,15 @@ struct SearchResult {
     Channel channel = Channel::Left;
 };
 
-/// A norm is the square root of the sum of the squares of full-scale-1.0 samples: no mean, it grows
-/// with the length. The sum runs in single precision from the first sample to the last, because its
-/// rounding reaches the reported correlation.
+/// A norm is the square root of the sum of the squares of samples of full scale 1.0. It is not a
+/// mean: it grows with the length. The sum is computed in single precision from the first sample to
+/// the last, because its rounding is part of the reported correlation.
 
-/// Points of the transform that holds @p count samples, at most MAX_TRANSFORM_POINTS.
+/// Points of the smallest transform that has room for @p count samples, at most
+/// MAX_TRANSFORM_POINTS.
 unsigned int TransformPoints(unsigned int count);
 
-/// Transforms real samples, with zeros behind them up to a power of two.
+/// Transforms real samples, padded with zeros to a power of two.
 /// @param count     samples, at most MAX_TRANSFORM_POINTS
 /// @param spectrum  resized to the transform
 void SpectrumOf(float const* samples, unsigned int count, Spectrum& spectrum);
@@ -58,26 +59,26 @@ void SpectrumOf(float const* samples, unsigned int count, Spectrum& spectrum);
 /// The inverse transform, in place and scaled.
 void InvertSpectrum(Spectrum& spectrum);
 
-/// Parts interleaved stereo into one float vector a channel, with zeros before and behind.
+/// Splits interleaved stereo into one float vector for each channel, with zeros before and after.
 /// @param frames  2 * frameCount values, left first
 /// @param norms   of the two channels
 void SplitStereo(short const* frames, int frameCount, int zerosBefore, int zerosAfter,
                  ChannelPair<std::vector<float>>& samples, ChannelPair<float>& norms);
 
-/// Searches for the lag at which B holds A: position k of the correlation is the sum over n of
-/// a[n] * b[n + k]. Silence on either side gives all zeros, and leaves @p history as it was.
+/// Searches for the lag at which B contains A: position k of the correlation is the sum over n of
+/// a[n] * b[n + k]. Where A or B is silent, the result is all zeros and @p history is unchanged.
 /// @param overlap    values carried over from block to block, plus 1
-/// @param hop        how far the next block lies behind this one; above 0 with a history
+/// @param hop        distance from this block to the next; above 0 with a history
 /// @param spectrumA  of as many points as @p spectrumB
 /// @param product    work space, kept by the caller between calls
-/// @param history    what the blocks before left over; null for none. Overlap and hop count its
-///                   doubles, real and imaginary parts as they come, and so do they in @p product
+/// @param history    the tail of the previous blocks; null for none. Overlap and hop count doubles
+///                   in it and in @p product, real and imaginary parts alike
 SearchResult SearchBlock(Channel channel, int overlap, int hop, float normA, float normB,
                          Spectrum const& spectrumA, Spectrum const& spectrumB, Spectrum* product,
                          Spectrum* history);
 
-/// Chooses between the two channels of one block: the better one, but the middle of the two lags
-/// where both agree with the signal and not with one another.
+/// Chooses between the two channels of one block: the channel that correlates better. Where both
+/// correlate above AGREEMENT_THRESHOLD at different lags, the middle of the two lags.
 SearchResult JoinChannels(const SearchResult& left, const SearchResult& right);
 
 /// The whole comparison of two strided signals; see AudioSync::CrossCorrelate.

@@ -8,8 +8,8 @@
 namespace orlo::sonrel::detail {
 
 /// The twiddle factors of one level, in order: exp(-2 pi i k / size) for k from 0 up, each computed
-/// from the one before. The rounding of the recurrence is part of every result, so no table of
-/// sines can take its place.
+/// from the previous factor. The rounding of the recurrence is part of every result, so a table of
+/// sines cannot replace it.
 class TwiddleRecurrence {
 public:
     /// @param size  points of the transforms that the level completes
@@ -30,19 +30,19 @@ private:
     double im_ = 0.0;
 };
 
-/// Levels of butterflies that the first pass over the data runs: transforms of 2, 4 and 8 points.
+/// Levels of butterflies that run with the bit reversal: transforms of 2, 4 and 8 points.
 constexpr int BASE_LEVELS = 3;
 
-/// Real and imaginary part of the factors of the 4-point level (2) and of the 8-point level (4).
+/// Real and imaginary parts of the 2 factors of the 4-point level and the 4 of the 8-point level.
 const double* BaseTwiddles();
 
-/// The factors of some levels that one pass runs together, in the order in which it needs them.
-/// Level l completes transforms of 2^l points.
+/// The factors of the levels that one pass runs together, in the order of use. Level l completes
+/// transforms of 2^l points.
 ///
 /// A pass works on 2^levels legs of 2^(firstLevel - 1) points, @p width points of each leg at a
-/// time. For each such step the table holds, level after level, the factors at those points of the
-/// first leg, the second and so on up to half the legs of that level's transforms; each as @p width
-/// real parts, then @p width imaginary parts.
+/// time. For each such step the table contains, level after level, the factors at these points of
+/// the first leg, the second leg and so on up to half of the legs of a transform of that level;
+/// each as @p width real parts, then @p width imaginary parts.
 class PassTable {
 public:
     /// @param width       2, 4 or 8
@@ -63,11 +63,11 @@ private:
 
 /// The factors of all passes of one transform.
 ///
-/// From its highest level down to the base levels a transform runs as many levels in a pass as the
-/// path allows, and the rest in the lowest pass.
+/// From its highest level down to the base levels, a transform runs as many levels in a pass as the
+/// path allows, and the remainder in the lowest pass.
 class TwiddleSet {
 public:
-    /// @param passLevels  most levels in a pass, 1 to 3
+    /// @param passLevels  levels in a pass at most, 1 to 3
     /// @param level       of the transform, which has 2^level points
     TwiddleSet(int width, int passLevels, int level);
 
@@ -84,9 +84,9 @@ private:
 /// Bytes of factors that stay in memory while nothing uses them.
 constexpr std::size_t MAX_KEPT_TWIDDLE_BYTES = 8'000'000;
 
-/// The factors of a transform. All callers that hold those of one transform share them. What nobody
-/// holds is kept up to MAX_KEPT_TWIDDLE_BYTES, made last kept first; a larger set is released with
-/// its last holder and made again when it is wanted. Any thread.
+/// The factors of a transform. All users of the same set share it. Sets without a user are kept up
+/// to MAX_KEPT_TWIDDLE_BYTES in all, and the oldest are released first; a set that is larger is
+/// released with its last user and made again on demand. Any thread.
 /// @param width  2, 4 or 8, always with the same @p passLevels
 std::shared_ptr<const TwiddleSet> Twiddles(int width, int passLevels, int level);
 

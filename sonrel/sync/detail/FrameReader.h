@@ -18,8 +18,8 @@ namespace orlo::sonrel::detail {
 using FrameBuffer = std::vector<short>;
 
 /// Reads conformed sample frames of an asset.
-/// @param frames  grown to hold them
-/// @return frames delivered, possibly fewer than asked; 0 or less where there are none
+/// @param frames  grown to the count
+/// @return frames delivered, possibly fewer than @p count; 0 or less where there are none
 int ReadFrames(const AudioMixer& mixer, const std::shared_ptr<project::MediaAsset>& asset,
                long long start, int count, FrameBuffer& frames);
 
