@@ -11,7 +11,7 @@ std::atomic<std::size_t> allocations = 0;
 
 }  // namespace
 
-// The array and nothrow forms of the standard library come through these.
+// The array and nothrow forms of the standard library call these.
 void* operator new(std::size_t size) {
     ++allocations;
     if (void* const memory = std::malloc(size > 0 ? size : 1)) return memory;

@@ -36,11 +36,11 @@ struct Block {
 void AddOwnCases(const std::string& job, DitherType type) {
     const auto block = std::make_shared<Block>();
     const auto plain = std::make_shared<reference::SampleConverter>(type, 1);
-    AddWay(job, "reference", BLOCK, [block, plain] {
+    AddVariant(job, "reference", BLOCK, [block, plain] {
         plain->FloatToInt16(block->input.data(), block->output.data(), BLOCK);
     });
     const auto converter = std::make_shared<SampleConverter>(type, 1);
-    AddOwnWays(job, BLOCK, [block, converter] {
+    AddOwnVariants(job, BLOCK, [block, converter] {
         converter->FloatToInt16(block->input.data(), block->output.data(), BLOCK);
     });
     Demand(job, NameOf(detail::CpuPath::Avx2), "reference", 8.0);
@@ -57,7 +57,7 @@ void AddSwresample(const std::string& job, const char* dither) {
     if (swr_init(context) < 0) return;
     const std::shared_ptr<SwrContext> stream(context, [](SwrContext* c) { swr_free(&c); });
     const auto block = std::make_shared<Block>();
-    AddWay(job, "swresample", BLOCK, [block, stream] {
+    AddVariant(job, "swresample", BLOCK, [block, stream] {
         const auto* input = reinterpret_cast<const std::uint8_t*>(block->input.data());
         auto* output = reinterpret_cast<std::uint8_t*>(block->output.data());
         swr_convert(stream.get(), &output, BLOCK, &input, BLOCK);

@@ -1,6 +1,5 @@
-// SPDX-License-Identifier: MIT
-// Compares the shipped sample conversion with its rules written down plainly, on every path of this
-// processor, and ends with 1 at the first difference: without dither every one of the 2^32 bit
+// SPDX-License-Identifier: MIT Compares the sample conversion with its reference implementation, on
+// every path of this processor, and exits 1 at the first difference: without dither all 2^32 bit
 // patterns of a float, and millions of frames of every kind of value with each dither.
 #include <cstdint>
 #include <cstdio>
@@ -18,7 +17,7 @@ using orlo::sonrel::DitherType;
 using orlo::sonrel::SampleConverter;
 using orlo::sonrel::detail::CpuPath;
 
-constexpr std::uint32_t PIECE = 1u << 16;  // values converted in one go
+constexpr std::uint32_t PIECE = 1u << 16;  // values in one conversion
 
 float FromBits(std::uint32_t bits) {
     float value;
@@ -26,7 +25,7 @@ float FromBits(std::uint32_t bits) {
     return value;
 }
 
-// The input is multiplied by 32768 first; a pattern whose product overflows is covered by infinity.
+// The input is multiplied by 32768 first; infinity covers the patterns whose product overflows.
 long long CompareAllPatterns() {
     SampleConverter converter(DitherType::None, 1);
     std::vector<float> input(PIECE);

@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: MIT
-// Sixteen tracks mixed frame by frame, as they are and with a chain of four effects on each clip:
-// what the effects cost a mix. Allocations are for each block of all tracks, after a first one.
+// SPDX-License-Identifier: MIT The cost of effects in a mix: sixteen tracks mixed frame by frame,
+// without effects and with a chain of four effects on each clip. Allocations are for each block of
+// all tracks, without the first block.
 #include <benchmark/benchmark.h>
 
 #include <cstddef>
@@ -31,7 +31,7 @@ void Measure(benchmark::State& state, const AddChain& addChain) {
     }
     MixRig rig;
     std::vector<unsigned char> mix(FRAME * 4);
-    // From the third second on, so that every look-back is there in full.
+    // From the third second on, so that all earlier samples that an effect needs exist.
     int frame = 75;
     const auto mixFrame = [&] {
         rig.Mixer().GetSamples(builder.Project(), builder.Sequence(),

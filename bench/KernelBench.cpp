@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The mixer's kernels beside the same arithmetic written down plainly and beside other libraries:
+// The mixer's kernels, their reference implementations and other libraries:
 //   kernel_bench [--benchmark_filter=REGEX]
 #include "bench/KernelCases.h"
 #include "bench/RatioBench.h"

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-// The mix of a second of many tracks beside the same mix written down step by step, and the parts
-// around it: the first long request, the pool, the search among the open files.
+// The mix of a second of many tracks, by the mixer and by the reference, and parts of a mix: the
+// first long request, the pool, the search among the open files.
 //
-// "times" is how much faster the mixer is than the reference form, both timed in turns in one run.
+// "times" is the time of the reference divided by that of the mixer, measured alternately in one
+// run.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
@@ -22,7 +23,7 @@ namespace {
 using namespace sonrel_tests;
 
 constexpr int SECOND = 48000;
-constexpr std::size_t LONG_MEDIUM = 6;  // the shelf's longest, more than a second
+constexpr std::size_t LONG_MEDIA = 6;  // the longest, more than a second
 
 double CpuSeconds() {
     timespec now = {};
@@ -46,7 +47,7 @@ reference::Scene SixteenTracks(Levels levels, double speed) {
     for (int i = 0; i < 16; ++i) {
         reference::Clip clip;
         clip.endFrame = 250;
-        clip.media = LONG_MEDIUM;
+        clip.media = LONG_MEDIA;
         clip.speed = speed;
         clip.level.fixed = -12.0f;
         if (levels == Levels::Ramped) {
@@ -61,7 +62,8 @@ reference::Scene SixteenTracks(Levels levels, double speed) {
     return scene;
 }
 
-/// Mixes a second both ways in turns; the mixer's CPU time is the one that is reported.
+/// Mixes a second, alternately by the mixer and by the reference; reports the CPU time of the
+/// mixer.
 void MixBesideReference(benchmark::State& state, const reference::Scene& scene, bool metered,
                         orlo::sonrel::DitherType dither) {
     const RealisedScene real(scene);
@@ -138,7 +140,7 @@ void BM_FirstSixtySeconds(benchmark::State& state) {
 }
 BENCHMARK(BM_FirstSixtySeconds)->UseManualTime();
 
-/// Taking the block of a frame again from a warm pool, beside zeroing all of it.
+/// Taking the block of a frame from a warm pool, compared with zeroing the whole block.
 void BM_AcquireBlock(benchmark::State& state) {
     orlo::sonrel::detail::MixBlockPool pool;
     std::vector<float> whole(orlo::sonrel::detail::MixBlockPool::BLOCK_FLOATS);
@@ -172,7 +174,7 @@ bool EqualByFoldingEachCharacter(const std::wstring& a, const std::wstring& b) {
     return true;
 }
 
-/// Finding the third of ten open files by its path, beside a comparison that folds each character.
+/// Finding the third of ten open files by its path, compared with folding each character.
 void BM_FindOpenFile(benchmark::State& state) {
     ProjectBuilder builder;
     std::vector<std::shared_ptr<project::MediaAsset>> media;

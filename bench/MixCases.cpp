@@ -30,11 +30,11 @@ struct Block {
 
 void AddMix(const std::string& job, float startLevel, float endLevel) {
     const auto block = std::make_shared<Block>();
-    AddWay(job, "reference", BLOCK, [=] {
+    AddVariant(job, "reference", BLOCK, [=] {
         reference::MixObjectIntoBlock(block->samples.data(), BLOCK, block->sum.data(), startLevel,
                                       endLevel, BALANCE);
     });
-    AddOwnWays(job, BLOCK, [=] {
+    AddOwnVariants(job, BLOCK, [=] {
         detail::MixObjectIntoBlock(block->samples.data(), BLOCK, block->sum.data(), startLevel,
                                    endLevel, BALANCE);
     });
@@ -42,11 +42,11 @@ void AddMix(const std::string& job, float startLevel, float endLevel) {
 
 void AddMeteredMix(const std::string& job, float startLevel, float endLevel) {
     const auto block = std::make_shared<Block>();
-    AddWay(job, "reference", BLOCK, [=] {
+    AddVariant(job, "reference", BLOCK, [=] {
         reference::MixObjectIntoBlockMetered(block->samples.data(), BLOCK, block->sum.data(), BLOCK,
                                              startLevel, endLevel, BALANCE, block->plainMeter);
     });
-    AddOwnWays(job, BLOCK, [=] {
+    AddOwnVariants(job, BLOCK, [=] {
         detail::MixObjectIntoBlockMetered(block->samples.data(), BLOCK, block->sum.data(), BLOCK,
                                           startLevel, endLevel, BALANCE, block->meter);
     });
@@ -58,11 +58,11 @@ void AddMaster(const std::string& job, float startLevel, float endLevel) {
     const auto fill = [block] {
         for (float& value : block->sum) value = 0.5f;
     };
-    AddWay(job, "reference", BLOCK, [=] {
+    AddVariant(job, "reference", BLOCK, [=] {
         fill();
         reference::ApplyMasterLevel(block->sum.data(), BLOCK, startLevel, endLevel);
     });
-    AddOwnWays(job, BLOCK, [=] {
+    AddOwnVariants(job, BLOCK, [=] {
         fill();
         detail::ApplyMasterLevel(block->sum.data(), BLOCK, startLevel, endLevel);
     });
@@ -71,9 +71,9 @@ void AddMaster(const std::string& job, float startLevel, float endLevel) {
 void AddMeter() {
     const auto block = std::make_shared<Block>();
     const std::string job = "meter a block";
-    AddWay(job, "reference", BLOCK,
-           [=] { block->plainMeter.ProcessSamples(block->sum.data(), BLOCK); });
-    AddOwnWays(job, BLOCK, [=] { block->meter.ProcessSamples(block->sum.data(), BLOCK); });
+    AddVariant(job, "reference", BLOCK,
+               [=] { block->plainMeter.ProcessSamples(block->sum.data(), BLOCK); });
+    AddOwnVariants(job, BLOCK, [=] { block->meter.ProcessSamples(block->sum.data(), BLOCK); });
 }
 
 }  // namespace

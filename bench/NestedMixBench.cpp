@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Compositions mixed frame by frame: one that shows a recording, and that one inside others. Each
-// level mixes, dithers and reads the level below. Allocations are for each frame, after a first
-// one.
+// Compositions mixed frame by frame: a composition that shows a recording, alone and inside others.
+// Each level mixes, dithers and reads the level below. Allocations are for each frame, without the
+// first frame.
 #include <benchmark/benchmark.h>
 
 #include <cstddef>
@@ -19,7 +19,7 @@ using namespace sonrel_tests;
 constexpr int FRAMES = 250;  // ten seconds
 constexpr int FRAME = 1920;
 
-/// The argument is how many compositions lie inside the outermost one.
+/// The argument is the number of compositions inside the outermost composition.
 void Nested(benchmark::State& state) {
     const Format format{25.0, 48000, FRAMES};
     ProjectBuilder builder(format);

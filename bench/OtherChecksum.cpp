@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// A library to be loaded in front of the checksum library (LD_PRELOAD), for checksum.py: the
-// program computes its checksums in the way that the variable CHECKSUM names.
+// A library to be loaded before the checksum library (LD_PRELOAD), for checksum.py: the program
+// computes its checksums by the method that the variable CHECKSUM names.
 //
-//   library  as it is: XXH3 in the widest registers of the processor
-//   none     not at all
+//   library  unchanged: XXH3 in the widest registers of the processor
+//   none     no checksum
 //   narrow   XXH3 in registers of 16 bytes
 //   crc32c   CRC-32C by the instruction of the processor, three streams at once
 #include <dlfcn.h>
@@ -42,10 +42,10 @@ int Crc32c(void*, const void* bytes, std::size_t size) {
 
 Update Chosen() {
     const char* variable = std::getenv("CHECKSUM");
-    const std::string way = variable != nullptr ? variable : "library";
-    if (way == "none") return Nothing;
-    if (way == "crc32c") return Crc32c;
-    return Find(way == "narrow" ? "XXH3_64bits_update" : "XXH3_64bits_update_dispatch");
+    const std::string method = variable != nullptr ? variable : "library";
+    if (method == "none") return Nothing;
+    if (method == "crc32c") return Crc32c;
+    return Find(method == "narrow" ? "XXH3_64bits_update" : "XXH3_64bits_update_dispatch");
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// What playback costs: the worker's share of a core for sixteen tracks with meters in real time,
-// and how many such sequences play at once before a ring runs dry.
-//   playback_bench [seconds]    how long each of them plays, 10 unless told, at most 40
+// The cost of playback: the worker's share of a core for sixteen tracks with meters in real time,
+// and the number of such sequences that play at once before a ring is empty.
+//   playback_bench [seconds]    duration of each measurement, default 10, at most 40
 #include <pthread.h>
 #include <time.h>
 
@@ -38,7 +38,7 @@ public:
     void OnMeterUpdate(const sonrel::AudioMetrics&) override {}
 };
 
-/// A metered sequence of sixteen tracks with static levels, dithered as by default.
+/// A metered sequence of sixteen tracks with static levels, with the default dither.
 class SixteenTracks {
 public:
     SixteenTracks() : builder_(Format{25.0, RATE, FRAMES}) {
@@ -53,7 +53,7 @@ private:
     ProjectBuilder builder_;
 };
 
-/// The sequence on an engine and an output of its own, in real time.
+/// The sequence on its own engine and output, in real time.
 class Player {
 public:
     explicit Player(const SixteenTracks& scene)
@@ -64,7 +64,7 @@ public:
         engine_->InitializePlaybackEngine();
         engine_->Playback()->Initialize(scene.Builder().Project(), scene.Builder().Sequence());
         engine_->Playback()->AddMeterObserver(&observer_);
-        // A thousand of them would have begun when the first has ended.
+        // Otherwise the first of a thousand would have ended before the last begins.
         sonrel::PlaybackEngineAccess::Impl(*engine_->Playback()).headStart = {};
     }
 
@@ -102,7 +102,7 @@ double Seconds(SteadyClock::duration duration) {
     return std::chrono::duration<double>(duration).count();
 }
 
-/// The worker's share of one core, once its ring is full.
+/// The worker's share of one core, after its ring is full.
 double WorkerShare(const SixteenTracks& scene, double seconds) {
     Player player(scene);
     player.Play();
@@ -116,12 +116,12 @@ double WorkerShare(const SixteenTracks& scene, double seconds) {
     return share;
 }
 
-/// Whether every output got all the frames that the time has for it.
+/// Whether every output received all frames of the elapsed time.
 bool NoneRunsDry(const SixteenTracks& scene, int count, double seconds) {
     std::vector<std::unique_ptr<Player>> players;
     for (int i = 0; i < count; ++i) players.push_back(std::make_unique<Player>(scene));
     for (const auto& player : players) player->Play();
-    // The first to start has had the others' start to play through.
+    // The first to start also plays while the others start.
     std::vector<long long> before;
     const auto begin = SteadyClock::now();
     for (const auto& player : players) before.push_back(player->FramesTaken());
@@ -146,7 +146,7 @@ int main(int argc, char** argv) {
     for (int count = FEWEST_AT_ONCE; count <= MAX_AT_ONCE; count *= 2) {
         if (!NoneRunsDry(scene, count, seconds)) break;
         most = count;
-        std::printf("%d at once: none runs dry\n", count);
+        std::printf("%d at once: no ring is empty\n", count);
     }
     for (int step = most / 2; step >= CLOSE_ENOUGH && most < MAX_AT_ONCE; step /= 2) {
         if (NoneRunsDry(scene, most + step, seconds)) most += step;

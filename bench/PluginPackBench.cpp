@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The effects of the pack, block by block as the mix runs them: one video frame at 25 frames a
-// second and 48000 Hz, looking back as far as they ask. "realtime" is how many times faster than
-// the sound itself.
+// The effects of the pack, block by block as in a mix: one video frame at 25 frames a second and
+// 48000 Hz, with all earlier samples that they request. "realtime" is the duration of the sound
+// divided by the processor time.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -28,10 +28,10 @@ constexpr int FRAME_BYTES = 4;
 
 using Chain = std::vector<std::shared_ptr<AbstractPluginAudio>>;
 
-/// What a chain needs for one block, made once.
+/// The buffers of a chain for one block, made once.
 struct Rig {
     Chain chain;
-    std::vector<SampleRange> ranges;  // from the caller's to the source's
+    std::vector<SampleRange> ranges;  // the first is the caller's, the last the source's
     std::vector<unsigned char> input;
     std::vector<unsigned char> samples;
 
@@ -49,7 +49,7 @@ struct Rig {
         input.resize(static_cast<std::size_t>(source.endExclusive - source.first) * FRAME_BYTES);
         std::mt19937 generator(1);
         for (unsigned char& byte : input) byte = static_cast<unsigned char>(generator());
-        // Sound that has ended: what a filter remembers of it dies away over the block.
+        // Sound that has ended: the state of a filter decays over the block.
         if (silent) std::fill(input.begin() + 64, input.end(), 0);
         samples = input;
     }
@@ -84,7 +84,7 @@ void Measure(benchmark::State& state, Chain chain, bool silent = false) {
 }
 
 const Parameters INSIDE_A_FADE = {{"inFrames", 1000}};
-const Parameters BEHIND_ITS_FADE = {{"inFrames", 2}, {"outFrames", 2}, {"objectFrames", 10000}};
+const Parameters AFTER_ITS_FADE = {{"inFrames", 2}, {"outFrames", 2}, {"objectFrames", 10000}};
 
 void Copy(benchmark::State& state) {
     Measure(state, {});
@@ -96,7 +96,7 @@ void FadeRunning(benchmark::State& state) {
     Measure(state, {CreateEffect("fade", INSIDE_A_FADE)});
 }
 void FadeDone(benchmark::State& state) {
-    Measure(state, {CreateEffect("fade", BEHIND_ITS_FADE)});
+    Measure(state, {CreateEffect("fade", AFTER_ITS_FADE)});
 }
 void Delay(benchmark::State& state) {
     Measure(state, {CreateEffect("delay")});
@@ -115,7 +115,7 @@ void HighPass(benchmark::State& state) {
 }
 void ChainOfFour(benchmark::State& state) {
     Measure(state, {CreateEffect("high-pass", {{"frequencyHz", 80}}), CreateEffect("delay"),
-                    CreateEffect("gain", {{"gainDb", -3}}), CreateEffect("fade", BEHIND_ITS_FADE)});
+                    CreateEffect("gain", {{"gainDb", -3}}), CreateEffect("fade", AFTER_ITS_FADE)});
 }
 void ChainOfFourFilters(benchmark::State& state) {
     Measure(state, {CreateEffect("high-pass"), CreateEffect("low-pass"), CreateEffect("high-pass"),

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Compares the powers of level ramps with std::pow, bit by bit, on every path of this processor,
-// and ends with 1 at the first difference:
+// and exits 1 at the first difference:
 //   powers_proof [ramps of 2000 frames, in thousands; 250]
 #include <cmath>
 #include <cstdio>
@@ -45,7 +45,7 @@ int main(int argc, char** argv) {
     for (const CpuPath path : {CpuPath::Baseline, CpuPath::Avx2}) {
         if (path <= orlo::sonrel::detail::BestCpuPath()) paths.push_back(path);
     }
-    // Most ramps between -100 and 30 dB, some over all that is left of the floats.
+    // Most ramps are between -100 and 30 dB, some anywhere in the range of floats.
     std::mt19937 random(1);
     std::uniform_real_distribution<float> usual(-100.0f, 30.0f);
     std::uniform_real_distribution<float> wide(-740.0f, 740.0f);

@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: MIT
-// What the mix and the caches ask of the project library: property values and objects once or more
-// a block, samples once an object and block, the database once a file.
+// SPDX-License-Identifier: MIT The operations of the project library that the mix and the caches
+// use: property values and objects at least once for each block, samples once for each object and
+// block, the database once for each file.
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
 
@@ -19,7 +19,7 @@ namespace {
 
 using namespace orlo::project;
 
-/// A folder that goes at the end of the scope.
+/// A folder that is removed at the end of the scope.
 class Folder {
 public:
     Folder() {
@@ -129,7 +129,7 @@ void OpenConformedFile(benchmark::State& state) {
 }
 BENCHMARK(OpenConformedFile);
 
-/// The checksum of the pieces that a conversion writes.
+/// The checksum of the data that a conversion writes.
 void AddToChecksum(benchmark::State& state) {
     const std::vector<char> piece(256 * 1024, '\1');
     orlo::files::Checksum checksum;
@@ -139,7 +139,7 @@ void AddToChecksum(benchmark::State& state) {
 }
 BENCHMARK(AddToChecksum);
 
-/// A minute of sound that is copied as it is (48000) or resampled (44100), checksum included.
+/// A minute of sound that is copied unchanged (48000) or resampled (44100), with its checksum.
 void ConformAMinute(benchmark::State& state) {
     const Folder folder;
     const int rate = static_cast<int>(state.range(0));

@@ -11,17 +11,17 @@
 namespace orlo::sonrel::bench {
 namespace {
 
-struct DemandOnWay {
+struct VariantDemand {
     std::string job;
-    std::string way;
+    std::string variant;
     std::string reference;
-    double leastRatio;
+    double minRatio;
 };
 
 struct Registry {
     std::vector<std::string> jobs;
-    std::map<std::string, std::vector<std::string>> waysOfJob;
-    std::vector<DemandOnWay> demands;
+    std::map<std::string, std::vector<std::string>> variantsOfJob;
+    std::vector<VariantDemand> demands;
 };
 
 Registry& TheRegistry() {
@@ -31,7 +31,7 @@ Registry& TheRegistry() {
 
 using Times = std::map<std::pair<std::string, std::string>, double>;  // ns a frame
 
-// Prints the usual lines and keeps the median of each way.
+// Prints the usual lines and stores the median of each variant.
 class MedianReporter : public benchmark::ConsoleReporter {
 public:
     MedianReporter() : ConsoleReporter(OO_Tabular) {}
@@ -54,24 +54,25 @@ private:
     Times times_;
 };
 
-// One line a job: the time of its first way, then the others with their ratio to it.
+// One line for each job: the time of the first variant, then the others with their ratios to it.
 void PrintTable(const Times& times) {
-    std::printf("\n| job | first way, ns a frame | other ways, ns a frame (times as fast) |\n");
+    std::printf(
+        "\n| job | first variant, ns a frame | other variants, ns a frame (times as fast) |\n");
     std::printf("|---|---|---|\n");
     for (const std::string& job : TheRegistry().jobs) {
         double reference = 0.0;
         std::string others;
-        for (const std::string& way : TheRegistry().waysOfJob[job]) {
-            const auto time = times.find({job, way});
+        for (const std::string& variant : TheRegistry().variantsOfJob[job]) {
+            const auto time = times.find({job, variant});
             if (time == times.end()) continue;
             char cell[160];
             if (reference == 0.0) {
                 reference = time->second;
-                std::printf("| %s | %s %.2f |", job.c_str(), way.c_str(), reference);
+                std::printf("| %s | %s %.2f |", job.c_str(), variant.c_str(), reference);
                 continue;
             }
             std::snprintf(cell, sizeof cell, "%s%s %.2f (%.1f)", others.empty() ? " " : ", ",
-                          way.c_str(), time->second, reference / time->second);
+                          variant.c_str(), time->second, reference / time->second);
             others += cell;
         }
         if (reference != 0.0) std::printf("%s |\n", others.c_str());
@@ -81,27 +82,28 @@ void PrintTable(const Times& times) {
 bool PrintDemands(const Times& times) {
     bool allMet = true;
     std::printf("\n");
-    for (const DemandOnWay& demand : TheRegistry().demands) {
-        const auto time = times.find({demand.job, demand.way});
+    for (const VariantDemand& demand : TheRegistry().demands) {
+        const auto time = times.find({demand.job, demand.variant});
         const auto reference = times.find({demand.job, demand.reference});
         if (time == times.end() || reference == times.end()) continue;
         const double ratio = reference->second / time->second;
-        const bool met = ratio >= demand.leastRatio;
+        const bool met = ratio >= demand.minRatio;
         allMet = allMet && met;
         std::printf("%s: %s, %s is %.2f times as fast as %s (at least %.2f)\n",
-                    met ? "met   " : "MISSED", demand.job.c_str(), demand.way.c_str(), ratio,
-                    demand.reference.c_str(), demand.leastRatio);
+                    met ? "met   " : "MISSED", demand.job.c_str(), demand.variant.c_str(), ratio,
+                    demand.reference.c_str(), demand.minRatio);
     }
     return allMet;
 }
 
 }  // namespace
 
-void AddWay(const std::string& job, const std::string& way, int frames, std::function<void()> run) {
+void AddVariant(const std::string& job, const std::string& variant, int frames,
+                std::function<void()> run) {
     Registry& registry = TheRegistry();
-    std::vector<std::string>& ways = registry.waysOfJob[job];
-    if (ways.empty()) registry.jobs.push_back(job);
-    ways.push_back(way);
+    std::vector<std::string>& variants = registry.variantsOfJob[job];
+    if (variants.empty()) registry.jobs.push_back(job);
+    variants.push_back(variant);
     const auto body = [frames, run = std::move(run)](benchmark::State& state) {
         run();  // makes tables and buffers
         for ([[maybe_unused]] auto _ : state) run();
@@ -109,7 +111,7 @@ void AddWay(const std::string& job, const std::string& way, int frames, std::fun
         state.counters["ns_per_frame"] = benchmark::Counter(
             done * 1e-9, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
     };
-    benchmark::RegisterBenchmark((job + "/" + way).c_str(), body)
+    benchmark::RegisterBenchmark((job + "/" + variant).c_str(), body)
         ->Repetitions(7)
         ->MinTime(0.05)
         ->ReportAggregatesOnly();
@@ -127,20 +129,20 @@ std::string NameOf(detail::CpuPath path) {
     return "unknown";
 }
 
-void AddOwnWays(const std::string& job, int frames, const std::function<void()>& run) {
+void AddOwnVariants(const std::string& job, int frames, const std::function<void()>& run) {
     for (const auto path :
          {detail::CpuPath::Baseline, detail::CpuPath::Avx2, detail::CpuPath::Avx512}) {
         if (path > detail::BestCpuPath()) continue;
-        AddWay(job, NameOf(path), frames, [path, run] {
+        AddVariant(job, NameOf(path), frames, [path, run] {
             detail::ForceCpuPath(path);
             run();
         });
     }
 }
 
-void Demand(const std::string& job, const std::string& way, const std::string& reference,
-            double leastRatio) {
-    TheRegistry().demands.push_back({job, way, reference, leastRatio});
+void Demand(const std::string& job, const std::string& variant, const std::string& reference,
+            double minRatio) {
+    TheRegistry().demands.push_back({job, variant, reference, minRatio});
 }
 
 int RunAndReport(int argc, char** argv) {

@@ -21,9 +21,9 @@ namespace orlo::sonrel::bench {
 namespace {
 
 constexpr int RATE = 48000;
-constexpr int BLOCK = 1920;  // a picture at 25 frames a second
+constexpr int BLOCK = 1920;  // a video frame at 25 frames a second
 
-// What one block reads and writes.
+// The buffers of one block.
 struct Block {
     explicit Block(double blockSpeed)
         : speed(blockSpeed),
@@ -45,13 +45,13 @@ std::string JobOf(double speed) {
 
 #ifdef SONREL_BENCH_SOXR
 // The same ratio with soxr, as a stream of blocks.
-void AddSoxr(const std::string& way, double speed, unsigned long recipe) {
+void AddSoxr(const std::string& variant, double speed, unsigned long recipe) {
     const auto block = std::make_shared<Block>(speed);
     const soxr_io_spec_t io = soxr_io_spec(SOXR_INT16_I, SOXR_INT16_I);
     const soxr_quality_spec_t quality = soxr_quality_spec(recipe, 0);
     const std::shared_ptr<soxr> stream(
         soxr_create(RATE * speed, RATE, 2, nullptr, &io, &quality, nullptr), soxr_delete);
-    AddWay(JobOf(speed), way, BLOCK, [block, stream] {
+    AddVariant(JobOf(speed), variant, BLOCK, [block, stream] {
         std::size_t read = 0;
         std::size_t written = 0;
         soxr_process(stream.get(), block->source.data(),
@@ -63,7 +63,7 @@ void AddSoxr(const std::string& way, double speed, unsigned long recipe) {
 
 #ifdef SONREL_BENCH_SAMPLERATE
 // The same ratio with libsamplerate, from and to 16 bits.
-void AddSamplerate(const std::string& way, double speed, int converter) {
+void AddSamplerate(const std::string& variant, double speed, int converter) {
     struct Stream {
         explicit Stream(double speed)
             : block(speed), input(block.source.size()), output(8 * BLOCK) {}
@@ -75,7 +75,7 @@ void AddSamplerate(const std::string& way, double speed, int converter) {
     const auto stream = std::make_shared<Stream>(speed);
     int error = 0;
     stream->state.reset(src_new(converter, 2, &error), src_delete);
-    AddWay(JobOf(speed), way, BLOCK, [stream] {
+    AddVariant(JobOf(speed), variant, BLOCK, [stream] {
         SRC_DATA data{};
         data.data_in = stream->input.data();
         data.data_out = stream->output.data();
@@ -97,12 +97,12 @@ void AddResamplerCases() {
     for (const double speed : {0.25, 0.5, 0.999, 1.001, 1.37, 1.5, 2.0, 4.0}) {
         const std::string job = JobOf(speed);
         const auto block = std::make_shared<Block>(speed);
-        AddWay(job, "reference", BLOCK, [block] {
+        AddVariant(job, "reference", BLOCK, [block] {
             reference::ResampleStereo(RATE, block->speed, block->source.data(), 64,
                                       block->sourceFrames, block->output.data(), BLOCK);
         });
         const auto resampler = std::make_shared<detail::Resampler>();
-        AddOwnWays(job, BLOCK, [block, resampler] {
+        AddOwnVariants(job, BLOCK, [block, resampler] {
             resampler->ResampleStereo(RATE, block->speed, block->source.data(), 64,
                                       block->sourceFrames, block->output.data(), BLOCK);
         });

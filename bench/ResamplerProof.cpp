@@ -1,6 +1,5 @@
-// SPDX-License-Identifier: MIT
-// Compares the shipped resampler with its formula written down plainly, on every path of this
-// processor, and ends with 1 at the first difference:
+// SPDX-License-Identifier: MIT Compares the resampler with its reference implementation, on every
+// path of this processor, and exits 1 at the first difference:
 //   resampler_proof [output frames of the formula, in millions; 52]
 // The formula takes about 1.2 microseconds a frame.
 #include <cstdio>
@@ -33,8 +32,8 @@ struct Case {
     unsigned int seed;
 };
 
-// Every speed with every rate, signal, margin and length of the source, over and over with new
-// noise, up to the wanted number of frames.
+// Every speed with every rate, signal, margin and length of the source, repeated with new noise up
+// to the given number of frames.
 std::vector<Case> MakeCases(long long frames) {
     std::vector<Case> cases;
     for (unsigned int seed = 1;; ++seed) {

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Measures the alignment of recordings:
-//   sync_bench                      the transform at many sizes, on every path, beside the plain
-//                                   form and FFTW
-//   sync_bench --search MINUTES     a minute searched for in a long stereo recording: wall and
-//                                   processor time, and the largest memory
-//   sync_bench --reference MINUTES    the same search beside the form written down step by step
+//   sync_bench                        the transform at many sizes, on every path, its reference and
+//                                     FFTW
+//   sync_bench --search MINUTES       a minute searched for in a long stereo recording: wall and
+//                                     processor time, and the peak memory
+//   sync_bench --reference MINUTES    the same search, and the reference implementation of it
 #include <sys/resource.h>
 
 #include <chrono>
@@ -40,7 +40,7 @@ constexpr double MIN_RATIO_TO_REFERENCE = 5.0;
 
 // ---- Transforms --------------------------------------------------------------------------------
 
-/// Points to transform, and the same again for each run.
+/// Points to transform, and a copy for each run.
 struct Points {
     explicit Points(unsigned int count) : input(2 * static_cast<std::size_t>(count)) {
         std::mt19937_64 engine(count);
@@ -60,7 +60,7 @@ struct Points {
 #ifdef SONREL_BENCH_FFTW
 constexpr double MIN_RATIO_TO_FFTW = 1.0 / 1.3;
 
-/// A plan that FFTW has measured; made when it is first used, since that takes long.
+/// A plan that FFTW has measured; made at its first use, because that takes long.
 class MeasuredPlan {
 public:
     explicit MeasuredPlan(unsigned int count) : points_(count), count_(static_cast<int>(count)) {}
@@ -87,7 +87,7 @@ private:
 
 void AddFftw(const std::string& job, unsigned int count) {
     const auto plan = std::make_shared<MeasuredPlan>(count);
-    AddWay(job, "FFTW", static_cast<int>(count), [plan] { plan->Run(); });
+    AddVariant(job, "FFTW", static_cast<int>(count), [plan] { plan->Run(); });
 }
 #endif
 
@@ -95,16 +95,16 @@ void AddTransform(int level) {
     const unsigned int count = 1U << level;
     const std::string job = "transform of 2^" + std::to_string(level);
     const auto points = std::make_shared<Points>(count);
-    AddWay(job, "plain", static_cast<int>(count), [points, count] {
+    AddVariant(job, "reference", static_cast<int>(count), [points, count] {
         points->Reset();
         sonrel_tests::ReferenceFft(points->data, count);
     });
-    AddOwnWays(job, static_cast<int>(count), [points, count] {
+    AddOwnVariants(job, static_cast<int>(count), [points, count] {
         points->Reset();
         detail::FastFourierTransform(points->data, count, 1);
     });
     const std::string best = NameOf(detail::BestCpuPath());
-    Demand(job, best, "plain", MIN_RATIO_TO_REFERENCE);
+    Demand(job, best, "reference", MIN_RATIO_TO_REFERENCE);
 #ifdef SONREL_BENCH_FFTW
     AddFftw(job, count);
     if (level >= 14) Demand(job, best, "FFTW", MIN_RATIO_TO_FFTW);
@@ -113,7 +113,7 @@ void AddTransform(int level) {
 
 // ---- The search --------------------------------------------------------------------------------
 
-/// Stereo noise whose loudness wanders, second by second.
+/// Stereo noise whose loudness changes from second to second.
 std::vector<short> MakeSound(long long frames, unsigned int seed) {
     std::mt19937 engine(seed);
     std::vector<short> samples(2 * static_cast<std::size_t>(frames));
@@ -126,7 +126,7 @@ std::vector<short> MakeSound(long long frames, unsigned int seed) {
     return samples;
 }
 
-/// Writes the conformed file piece by piece, so that the memory measured is the search's own.
+/// Writes the conformed file in pieces, so that the measured memory is that of the search only.
 class LongRecording {
 public:
     LongRecording(const std::string& path, long long frames) : file_(path, std::ios::binary) {
@@ -218,7 +218,7 @@ int Search(int minutes, bool besideReference) {
     const auto plain = sonrel_tests::ReferenceFindOffset(shortOne, longOne, RATE);
     const double reference = ProcessorSeconds() - referenceBefore;
     const bool same = plain.correlation == found.correlation && plain.offset == found.offset;
-    std::printf("plain form: processor %.2f s, %.1f times as much, %s\n", reference,
+    std::printf("reference: processor %.2f s, %.1f times as much, %s\n", reference,
                 reference / processor, same ? "the same bits" : "OTHER BITS");
     return same && reference >= 4.0 * processor ? 0 : 1;
 }

@@ -1,7 +1,6 @@
-// SPDX-License-Identifier: MIT
-// Images of peak files: whole streams of a minute to ten hours, and ten seconds out of each. With
-// ffmpeg on the machine, the same hour is also drawn by its showwavespic filter, from a media file,
-// in the same run; the program ends with 1 when the image is less than 60 times as fast.
+// SPDX-License-Identifier: MIT Images of peak files: whole streams of a minute to ten hours, and
+// ten seconds of each. Where ffmpeg is installed, its showwavespic filter draws the same hour from
+// a media file in the same run; the program exits 1 when the image is less than 60 times as fast.
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
 #include <sys/resource.h>
@@ -138,8 +137,8 @@ double Median(std::vector<double> values) {
     return values[values.size() / 2];
 }
 
-/// User time of both ways of drawing the hour, taking turns.
-/// @return whether ours is fast enough, or there is nothing to compare it with
+/// User time of both programs to draw the hour, alternately.
+/// @return whether the image is fast enough, or ffmpeg is not installed
 bool CompareWithFilter() {
     if (std::system("command -v ffmpeg >/dev/null 2>&1") != 0) return true;
     const std::string command = "ffmpeg -v error -nostdin -y -i '" + MediaPath() +

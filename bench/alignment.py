@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Measures how precisely `sonrel align` finds known offsets, on pairs made of real recordings.
+"""Measures how precisely `sonrel align` finds known offsets between pairs of real recordings.
 
     bench/alignment.py [PROGRAM]        default build/release/host/sonrel
 
-Prints a Markdown table: what was done to the second recording, the true offset, the engine's and the
-refined one, their correlations and the verdict. The recordings are Debian's: loops and voices of
-sonic-pi-samples (public domain) and spoken words of alsa-utils. ffmpeg makes the pairs. Ends with 1
-when an offset that was meant to be found is not.
+Prints a Markdown table: the change of the second recording, the true offset, the errors of the engine's
+offset and of the refined offset, their correlations and the verdict. The recordings are Debian's: loops
+and voices of sonic-pi-samples (public domain) and spoken words of alsa-utils. ffmpeg makes the pairs.
+Exits 1 when an expected offset is not found.
 """
 
 import json
@@ -50,7 +50,7 @@ class Bench:
         self.failed = False
 
     def cut(self, source, name, start, frames, filters="", encode=()):
-        """Frames of a recording from a frame on, with what is done to them."""
+        """Frames of a recording from a frame on, and a change of them."""
         out = self.work / name
         steps = f"atrim=start_sample={start}:end_sample={start + frames},asetpts=N/SR/TB"
         if filters:
@@ -76,7 +76,7 @@ class Bench:
                f"[1:a]volume={gain}dB[n];[0:a][n]amix=inputs=2:duration=first:normalize=0", out)
         return out
 
-    def align(self, kind, what, a, b, true, tolerance=0):
+    def align(self, kind, change, a, b, true, tolerance=0):
         run = subprocess.run([self.program, "--cache", str(self.work / "cache"), "--db",
                               str(self.work / "media.db"), "--no-log", "--json", "align", str(a),
                               str(b)], capture_output=True, text=True)
@@ -85,7 +85,7 @@ class Bench:
         error = refined["offset"] - true
         right = abs(error) <= tolerance and result["verdict"] == "aligned"
         self.failed = self.failed or not right
-        print(f"| {kind} | {what} | {true} | {engine['offset'] - true:+d} "
+        print(f"| {kind} | {change} | {true} | {engine['offset'] - true:+d} "
               f"({engine['correlation']:.3f}) | {error:+d} ({refined['correlation']:.3f}) "
               f"| {result['verdict']} | {result['way']} |", flush=True)
 
@@ -128,7 +128,7 @@ def main():
             "Front_Center.wav", "Rear_Left.wav", "Side_Right.wav", "Front_Left.wav",
             "Rear_Right.wav", "Side_Left.wav", "Rear_Center.wav", "Front_Right.wav")]
         speech = join(work, "speech", words)
-        print("| sound | done to the second | true offset | engine: error (correlation) "
+        print("| sound | change of the second recording | true offset | engine: error (correlation) "
               "| refined: error (correlation) | verdict | way |")
         print("|---|---|---|---|---|---|---|")
         bench.pairs("music", music)

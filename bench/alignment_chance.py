@@ -4,16 +4,16 @@
 
     bench/alignment_chance.py [PROGRAM] [GROUPS]    default build/release/host/sonrel and 10
 
-Prints a Markdown table with a line for each kind of sound and each length. The sounds are made here,
+Prints a Markdown table with a line for each kind of sound and each length. The sounds are generated,
 mono at 8 kHz, from fixed seeds; every recording has its own seed.
 
 - unrelated: a recording of 10 s and an unrelated recording of the length
 - contained: a recording of 10 s and a part of it of the length, 20 dB above added noise
-- overlap: two recordings of 10 s, the end of one of which is the beginning of the other, with noise
+- overlap: two recordings of 10 s; the end of one is the beginning of the other, with noise
 
-A group is a recording with five others of the first two cases each and two of the third.
+A group is a recording with five pairs of each of the first two cases and two pairs of the third.
 
-Ends with 1 when more than one in a thousand unrelated pairs is aligned, or a related pair is aligned
+Exits 1 when more than one in a thousand unrelated pairs is aligned, or a related pair is aligned
 at a wrong offset.
 """
 

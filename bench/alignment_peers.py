@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Times what the alignment is measured against: NumPy's transform, and SciPy's overlap-add search.
+"""Times the programs that the alignment is compared with: NumPy's transform, SciPy's overlap-add search.
 
     bench/alignment_peers.py [MINUTES]   length of the long recording (10)
 """

@@ -5,9 +5,10 @@
 Usage: checksum.py PROGRAM LIBRARY FOLDER [--minutes N] [--rate HZ] [--runs N]
 
 LIBRARY is the module other_checksum, which makes the same program compute another checksum, or none.
-The ways take turns in random order. A line shows the least user and system time of a way over all
-runs and how much more processor time it takes than no checksum. A recording of 48000 Hz is copied as
-it is, any other rate is resampled. FOLDER must exist; it gets a recording of 11.5 MB a minute.
+The methods run in random order. A line shows the minimum user and system time of a method over all
+runs and its additional processor time compared with no checksum. A recording of 48000 Hz is copied
+unchanged, any other rate is resampled. FOLDER must exist; a recording of 11.5 MB a minute is written
+to it.
 """
 
 import argparse
@@ -19,7 +20,7 @@ import struct
 import subprocess
 import tempfile
 
-WAYS = ("none", "library", "narrow", "crc32c")
+METHODS = ("none", "library", "narrow", "crc32c")
 
 
 def write_recording(path, minutes, rate):
@@ -33,12 +34,12 @@ def write_recording(path, minutes, rate):
             out.write(noise[:size - start])
 
 
-def conform(options, folder, way):
-    """User and system seconds of a run that finds nothing in the cache."""
+def conform(options, folder, method):
+    """User and system seconds of a run with an empty cache."""
     shutil.rmtree(folder / "cache", ignore_errors=True)
     for database in folder.glob("media.db*"):
         database.unlink()
-    environment = dict(os.environ, CHECKSUM=way, LD_PRELOAD=str(options.library.resolve()))
+    environment = dict(os.environ, CHECKSUM=method, LD_PRELOAD=str(options.library.resolve()))
     run = subprocess.Popen([options.program, "--cache", folder / "cache", "--db",
                             folder / "media.db", "conform", folder / "a.wav"],
                            env=environment, stdout=subprocess.DEVNULL)
@@ -58,18 +59,18 @@ def main():
     parser.add_argument("--rate", type=int, default=48000)
     parser.add_argument("--runs", type=int, default=9)
     options = parser.parse_args()
-    times = {way: [] for way in WAYS}
+    times = {method: [] for method in METHODS}
     with tempfile.TemporaryDirectory(dir=options.folder) as name:
         folder = pathlib.Path(name)
         write_recording(folder / "a.wav", options.minutes, options.rate)
         for _ in range(options.runs):
-            for way in random.sample(WAYS, len(WAYS)):
-                times[way].append(conform(options, folder, way))
+            for method in random.sample(METHODS, len(METHODS)):
+                times[method].append(conform(options, folder, method))
     base = min(map(sum, times["none"]))
-    for way, used in times.items():
+    for method, used in times.items():
         user, system = (1e3 * min(column) for column in zip(*used))
         share = 100 * (min(map(sum, used)) / base - 1)
-        print(f"{way:8} user {user:7.1f} ms, system {system:7.1f} ms, {share:+5.1f} %")
+        print(f"{method:8} user {user:7.1f} ms, system {system:7.1f} ms, {share:+5.1f} %")
 
 
 if __name__ == "__main__":

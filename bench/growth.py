@@ -4,10 +4,10 @@
 
 Usage: growth.py PROGRAM [CASE ...]
 
-Every case runs at half and at whole size in a fresh folder. A line shows processor seconds and peak
+Every case runs at half and at full size in a new folder. A line shows processor seconds and peak
 memory of both runs and their ratios. A ratio of the times well above 2 means that the cost is not
-linear. The media are sparse files or made here, so that nothing but Python is needed; 15 GB of disk
-are used for a while.
+linear. The media are sparse files or generated, so that only Python is needed; up to 15 GB of disk
+are used temporarily.
 """
 
 import json
@@ -64,7 +64,7 @@ def timeline(path, tracks):
 
 
 class Run:
-    """The program in one folder, with a cache and a database of its own."""
+    """The program in one folder, with its own cache and database."""
 
     def __init__(self, program, folder):
         self.program = program

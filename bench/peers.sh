@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Measures whole commands beside their peers, in one run, and prints CPU seconds and ratios as
-# Markdown. Each figure is the median of user plus system time over the runs; only ratios of one run
-# mean something on a shared machine.
+# Measures whole commands and comparable commands of other programs in one run, and prints CPU seconds
+# and ratios as Markdown. Each figure is the median of user plus system time over the runs; on a shared
+# machine only ratios of one run have a meaning.
 #
 #   bench/peers.sh [mix|keys|tracks|memory|conform|peaks|waveform|all]
 #
@@ -14,7 +14,7 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 SONREL=${SONREL:-$root/build/release/host/sonrel}
 MINUTES=${MINUTES:-10}
 RUNS=${RUNS:-3}
-what=${1:-all}
+measurement=${1:-all}
 RATE=48000
 LEVEL_DB=-12
 
@@ -37,15 +37,15 @@ mkdir -p "$WORK"
 export SDL_AUDIODRIVER=dummy QT_QPA_PLATFORM=offscreen
 globals=(--cache "$WORK/cache" --db "$WORK/media.db" --no-log --quiet)
 
-# What a run left is gone before the next begins, so that nobody pays for taking it away.
-start_anew() { rm -rf "$WORK"/out.* "$WORK/conform.cache" "$WORK"/conform.db*; }
+# Removes the outputs of the previous run, so that no measurement includes the removal.
+clean_up() { rm -rf "$WORK"/out.* "$WORK/conform.cache" "$WORK"/conform.db*; }
 
 # once NAME COMMAND...: CPU seconds of one run of the command.
 once() {
     local name=$1 TIMEFORMAT='%U %S' log times
     shift
     log=$WORK/log.$name
-    start_anew
+    clean_up
     if ! times=$({ time "$@" >"$log" 2>&1 </dev/null; } 2>&1); then
         echo "bench/peers.sh: $name failed: $(tail -n 1 "$log")" >&2
         exit 1
@@ -61,9 +61,9 @@ cpu() {
     cpu=$(for ((i = 0; i < RUNS; i++)); do once "$@"; done | median)
 }
 
-# cpu_in_turns FILE: medians of sonrel_conform and ffmpeg_conform of the file, which take turns, into
-# own and cpu: what slows the machine for a while slows both.
-cpu_in_turns() {
+# cpu_alternately FILE: medians of sonrel_conform and ffmpeg_conform of the file into own and cpu. They
+# run alternately, so that a slow period of the machine affects both.
+cpu_alternately() {
     local i both
     both=$(for ((i = 0; i < RUNS; i++)); do
         echo "$(once sonrel sonrel_conform "$1") $(once ffmpeg ffmpeg_conform "$1")"
@@ -243,7 +243,7 @@ ffmpeg_conform() {
 }
 wall() {
     local TIMEFORMAT='%R'
-    start_anew
+    clean_up
     { time "$@" >/dev/null 2>&1; } 2>&1
 }
 
@@ -262,7 +262,7 @@ bench_conform() {
     local file
     for file in media44.flac media44.mp3 media44.m4a media44.wav track1.wav; do
         local own
-        cpu_in_turns "$WORK/$file"
+        cpu_alternately "$WORK/$file"
         echo "| ${file/track1.wav/PCM at the same rate} | $own | $cpu | $(ratio "$cpu" "$own") |"
     done
     local several=()
@@ -277,7 +277,7 @@ bench_conform() {
     echo "Four FLAC files: --jobs 1 $one s, --jobs 2 $two s of wall time, ratio $(ratio "$one" "$two")."
 }
 
-# Peak files: made in one pass and in four, and found, beside a bare decode.
+# Peak files: made in one pass and in four, and found; compared with a bare decode.
 bench_peaks() {
     make_media 1
     local form file mode bare
@@ -328,7 +328,7 @@ bench_waveform() {
     echo "| ffmpeg showwavespic | $cpu | $(ratio "$cpu" "$own") |"
 }
 
-case $what in
+case $measurement in
     mix) bench_mix ;;
     keys) bench_keys ;;
     tracks | memory) bench_tracks ;;
@@ -344,7 +344,7 @@ case $what in
         bench_waveform
         ;;
     *)
-        echo "bench/peers.sh: unknown measurement '$what'" >&2
+        echo "bench/peers.sh: unknown measurement '$measurement'" >&2
         exit 2
         ;;
 esac
