@@ -48,7 +48,7 @@ void AddMeteredMix(const std::string& job, float startLevel, float endLevel) {
     });
     AddOwnVariants(job, BLOCK, [=] {
         detail::MixObjectIntoBlockMetered(block->samples.data(), BLOCK, block->sum.data(), BLOCK,
-                                          startLevel, endLevel, BALANCE, block->meter);
+                                          startLevel, endLevel, BALANCE, &block->meter);
     });
     Demand(job, NameOf(detail::CpuPath::Avx2), "reference", 5.0);
 }

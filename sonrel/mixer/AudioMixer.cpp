@@ -3,9 +3,9 @@
 
 #include "sonrel/mixer/detail/AssetSource.h"
 #include "sonrel/mixer/detail/AudioMixerImpl.h"
-#include "sonrel/mixer/detail/CompositionMix.h"
-#include "sonrel/mixer/detail/ObjectRender.h"
-#include "sonrel/mixer/detail/SequenceMix.h"
+#include "sonrel/mixer/detail/CompositionMixer.h"
+#include "sonrel/mixer/detail/ObjectRenderer.h"
+#include "sonrel/mixer/detail/SequenceMixer.h"
 
 namespace orlo::sonrel {
 
@@ -22,8 +22,8 @@ int AudioMixer::GetSamples(const std::shared_ptr<project::Project>& project,
                            long long start, int count, unsigned char* buffer, int /*bufferSize*/,
                            int rateOverride, int sampleRate) const {
     impl_->floatBlocks.Reset();
-    return detail::GetSequenceSamples(*impl_, project, sequence, start, count, buffer, rateOverride,
-                                      sampleRate);
+    return detail::SequenceMixer(*impl_, project, sequence)
+        .Mix({start, count, zrtl::FramesOf(buffer), rateOverride, sampleRate});
 }
 
 int AudioMixer::GetSamples(const std::shared_ptr<project::Project>& project,
@@ -31,30 +31,32 @@ int AudioMixer::GetSamples(const std::shared_ptr<project::Project>& project,
                            long long start, int count, unsigned char* buffer, int /*bufferSize*/,
                            int rateOverride, int sampleRate) const {
     impl_->floatBlocks.Reset();
-    return detail::GetCompositionSamples(*impl_, project, composition, start, count, buffer,
-                                         rateOverride, sampleRate, detail::Metering::Allowed);
+    return detail::CompositionMixer(*impl_, project, composition, detail::Metering::Allowed)
+        .Mix({start, count, zrtl::FramesOf(buffer), rateOverride, sampleRate});
 }
 
 int AudioMixer::GetSamples(const std::shared_ptr<project::Project>& project,
                            const std::shared_ptr<project::AbstractAsset>& asset, long long start,
                            int count, int sampleRate, unsigned char* buffer, int bufferSize) const {
     impl_->floatBlocks.Reset();
-    return detail::ReadAssetSamples(*impl_, project, asset, start, count, 1.0, sampleRate, buffer,
-                                    bufferSize);
+    const detail::SourceRange range{start, count, 1.0, sampleRate};
+    return detail::ReadAsset(*impl_, project, asset, range, {zrtl::FramesOf(buffer), bufferSize})
+        .count;
 }
 
 int AudioMixer::GetSamples(const std::shared_ptr<project::MediaAsset>& asset, long long start,
                            int count, unsigned char* buffer, int bufferSize) const {
-    return detail::ReadConformedSamples(*impl_, *asset, start, count, buffer, bufferSize);
+    return detail::ReadConformedSamples(*impl_, *asset, start, count,
+                                        {zrtl::FramesOf(buffer), bufferSize});
 }
 
 int AudioMixer::GetSamples(const std::shared_ptr<project::Project>& project,
                            const std::shared_ptr<project::AbstractLayer>& layer, long long start,
                            int count, int sampleRate, std::vector<unsigned char>& samples,
                            zrtl::ZRID stopAtEffect) const {
-    const detail::RequestBlock block(impl_->requestBlock, start);
-    return detail::RenderLayer(*impl_, project, layer, start, count, sampleRate, samples,
-                               stopAtEffect);
+    const detail::RequestBlock requestBlock(impl_->requestBlock, start);
+    return detail::ObjectRenderer(*impl_, project, {start, count, sampleRate}, samples)
+        .Render(detail::ClipOf(*project, *layer), stopAtEffect);
 }
 
 int AudioMixer::GetSamples(const std::shared_ptr<project::Project>& project,
@@ -62,9 +64,9 @@ int AudioMixer::GetSamples(const std::shared_ptr<project::Project>& project,
                            const std::shared_ptr<project::AudioObject>& object, long long start,
                            int count, int sampleRate, std::vector<unsigned char>& samples,
                            zrtl::ZRID stopAtEffect) const {
-    const detail::RequestBlock block(impl_->requestBlock, start);
-    return detail::RenderAudioObject(*impl_, project, sequence, object, start, count, sampleRate,
-                                     samples, stopAtEffect);
+    const detail::RequestBlock requestBlock(impl_->requestBlock, start);
+    return detail::ObjectRenderer(*impl_, project, {start, count, sampleRate}, samples)
+        .Render(detail::ClipOf(*project, sequence, *object), stopAtEffect);
 }
 
 void AudioMixer::ResetMixSession() {

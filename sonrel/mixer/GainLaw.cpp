@@ -94,15 +94,15 @@ void MixObjectIntoBlock(const short* samples, int frames, float* block, float st
 }
 
 void MixObjectIntoBlockMetered(const short* samples, int frames, float* block, int requested,
-                               float startLevel, float endLevel, float balance, AudioMeter& meter) {
-    AudioMeterImpl& record = AudioMeterAccess::Record(meter);
-    if (!record.active) {
+                               float startLevel, float endLevel, float balance, AudioMeter* meter) {
+    if (!meter || !AudioMeterAccess::Record(*meter).active) {
         MixObjectIntoBlock(samples, frames, block, startLevel, endLevel, balance);
         return;
     }
     const int added = std::max(frames, 0);
-    AddMetered(samples, added, block, startLevel, endLevel, balance, record);
-    if (requested > added) meter.ProcessSamples(nullptr, requested - added);
+    AddMetered(samples, added, block, startLevel, endLevel, balance,
+               AudioMeterAccess::Record(*meter));
+    if (requested > added) meter->ProcessSamples(nullptr, requested - added);
 }
 
 void ApplyMasterLevel(float* block, int frames, float startLevel, float endLevel) {

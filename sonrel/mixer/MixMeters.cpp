@@ -20,12 +20,6 @@ std::shared_ptr<AudioMeter> Restarted(const std::shared_ptr<AudioMeter>& meter) 
 
 }  // namespace
 
-void MeterSet::FeedRemovedTracks(std::size_t trackCount, int frames) const {
-    for (std::size_t i = trackCount; i < tracks.size(); ++i) {
-        tracks[i]->ProcessSamples(nullptr, frames);
-    }
-}
-
 MixMeters::MixMeters()
     : set_(std::make_shared<const MeterSet>(MeterSet{std::make_shared<AudioMeter>(), {}})) {}
 
@@ -59,10 +53,10 @@ void MixMeters::Restart() {
     set_ = std::move(next);
 }
 
-std::shared_ptr<const MeterSet> MixMeters::ForMixBlock() const {
-    if (!active_) return nullptr;
+BlockMeters MixMeters::ForMixBlock() const {
+    if (!active_) return BlockMeters(nullptr);
     const std::lock_guard lock(mutex_);
-    return active_ ? set_ : nullptr;
+    return BlockMeters(active_ ? set_ : nullptr);
 }
 
 unsigned long long MixMeters::BlockCount() const {

@@ -183,7 +183,8 @@ protected:
     StreamRead ReadStream(long long start, int count, int bufferSize = 400) {
         StreamRead result;
         result.code = sonrel::detail::ReadStreamSamples(
-            stream(), file_, start, count, result.buffer.Data(), bufferSize, &result.read);
+            stream(), file_, start, count, {zrtl::FramesOf(result.buffer.Data()), bufferSize},
+            &result.read);
         return result;
     }
 

@@ -5,7 +5,7 @@
 #include <boost/variant/get.hpp>
 
 #include "sonrel/mixer/detail/AudioMixerImpl.h"
-#include "sonrel/mixer/detail/CompositionMix.h"
+#include "sonrel/mixer/detail/CompositionMixer.h"
 #include "tests/support/MixRig.h"
 #include "tests/support/SpyPlugins.h"
 
@@ -175,9 +175,9 @@ TEST_F(CompositionMix, RefusesABlockOfMoreThanAFrame) {
     GuardedBuffer buffer(4 * (FRAME + 1));
     auto& mixer = sonrel::AudioMixerAccess::Impl(rig_.Mixer());
     const auto mix = [&](int count) {
-        return sonrel::detail::MixCompositionBlock(mixer, builder_.Project(), composition_, 0,
-                                                   count, reinterpret_cast<short*>(buffer.Data()),
-                                                   48000, 25.0, sonrel::detail::Metering::Off);
+        return sonrel::detail::CompositionMixer(mixer, builder_.Project(), composition_,
+                                                sonrel::detail::Metering::Off)
+            .MixBlock({0, count, 48000}, 25.0, zrtl::FramesOf(buffer.Data()));
     };
 
     EXPECT_EQ(mix(FRAME + 1), -3);

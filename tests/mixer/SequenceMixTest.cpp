@@ -10,7 +10,7 @@
 #include <limits>
 
 #include "sonrel/mixer/detail/AudioMixerImpl.h"
-#include "sonrel/mixer/detail/SequenceMix.h"
+#include "sonrel/mixer/detail/SequenceMixer.h"
 #include "tests/support/MixRig.h"
 #include "tests/support/SpyPlugins.h"
 
@@ -210,9 +210,8 @@ TEST_F(SequenceMix, RefusesABlockOfMoreThanAFrame) {
     GuardedBuffer buffer(4 * 1921);
     auto& mixer = sonrel::AudioMixerAccess::Impl(rig_.Mixer());
     const auto mix = [&](int count) {
-        return sonrel::detail::MixSequenceBlock(mixer, builder_.Project(), builder_.Sequence(), 0,
-                                                count, reinterpret_cast<short*>(buffer.Data()),
-                                                48000, 25.0);
+        return sonrel::detail::SequenceMixer(mixer, builder_.Project(), builder_.Sequence())
+            .MixBlock({0, count, 48000}, 25.0, zrtl::FramesOf(buffer.Data()));
     };
 
     EXPECT_EQ(mix(1921), -3);

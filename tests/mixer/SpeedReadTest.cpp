@@ -64,8 +64,10 @@ TEST_F(SpeedRead, BeforeTheSourceGivesNothing) {
     auto& mixer = sonrel::AudioMixerAccess::Impl(rig_.Mixer());
     GuardedBuffer buffer(400);
     const auto read = [&](long long start, double speed) {
-        return sonrel::detail::ReadMediaSamples(mixer, *asset, start, 100, speed, 48000,
-                                                buffer.Data(), buffer.Size());
+        zrtl::StereoFrame* frames = zrtl::FramesOf(buffer.Data());
+        const sonrel::detail::SourceFrames source = sonrel::detail::ReadMedia(
+            mixer, *asset, {start, 100, speed, 48000}, {frames, buffer.Size()});
+        return sonrel::detail::ResampleSource(mixer.resampler, source, frames);
     };
 
     for (const long long start : {-1LL, -64LL, -65LL, -100000LL}) {

@@ -34,9 +34,9 @@ void MixObjectIntoBlock(const short* samples, int frames, float* block, float st
 
 /// As MixObjectIntoBlock, and shows the meter what is added.
 /// @param requested  frames by which the meter advances: those beyond @p frames are silence to it
-/// @param meter      sees the values after level and balance, before the sum
+/// @param meter      receives the values after level and balance, before the sum; may be null
 void MixObjectIntoBlockMetered(const short* samples, int frames, float* block, int requested,
-                               float startLevel, float endLevel, float balance, AudioMeter& meter);
+                               float startLevel, float endLevel, float balance, AudioMeter* meter);
 
 /// Applies the master level to the whole block. Both levels exactly 0: no bit changes. Equal: one
 /// factor. Different: the ramp above, with the power applied to both channels alike.

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 #include "sonrel/mixer/AudioMeter.h"
@@ -16,15 +17,36 @@ namespace orlo::sonrel::detail {
 struct MeterSet {
     std::shared_ptr<AudioMeter> master;
     std::vector<std::shared_ptr<AudioMeter>> tracks;  ///< in track order
+};
 
-    /// The meter of a track; null for a track that came after the session started.
+/// The meters that one block of the mix feeds. Outside a session nothing is fed.
+class BlockMeters {
+public:
+    /// @param set  null outside a session
+    explicit BlockMeters(std::shared_ptr<const MeterSet> set) : set_(std::move(set)) {}
+
+    /// The meter of a track; null outside a session and for a track that was added after the
+    /// session started.
     AudioMeter* Track(std::size_t index) const {
-        return index < tracks.size() ? tracks[index].get() : nullptr;
+        return set_ && index < set_->tracks.size() ? set_->tracks[index].get() : nullptr;
+    }
+    /// Feeds silence to the meter of a track.
+    void FeedSilence(std::size_t index, int frames) const {
+        if (AudioMeter* const meter = Track(index)) meter->ProcessSamples(nullptr, frames);
+    }
+    /// Feeds silence to the meters of tracks that have left the sequence, so that all meters of the
+    /// session advance equally.
+    void FeedRemovedTracks(std::size_t trackCount, int frames) const {
+        if (!set_) return;
+        for (std::size_t i = trackCount; i < set_->tracks.size(); ++i) FeedSilence(i, frames);
+    }
+    /// @param sum  2 * frames values, left first
+    void FeedMaster(const float* sum, int frames) const {
+        if (set_) set_->master->ProcessSamples(sum, frames);
     }
 
-    /// Feeds silence to the meters of tracks that have left the sequence, so that all meters of the
-    /// session advance alike.
-    void FeedRemovedTracks(std::size_t trackCount, int frames) const;
+private:
+    std::shared_ptr<const MeterSet> set_;
 };
 
 /// The metering sessions of a mixer.
@@ -46,8 +68,8 @@ public:
     /// As AudioMixer::RestartMeterSession.
     void Restart();
 
-    /// The meters that a block of the mix feeds; null outside a session.
-    std::shared_ptr<const MeterSet> ForMixBlock() const;
+    /// The meters that a block of the mix feeds.
+    BlockMeters ForMixBlock() const;
 
     /// Finished blocks of the master meter.
     unsigned long long BlockCount() const;

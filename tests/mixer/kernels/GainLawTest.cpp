@@ -227,7 +227,7 @@ TEST_P(GainLawTest, AMeteredMixAddsWhatAnUnmeteredOneAdds) {
 
         MixObjectIntoBlock(samples.data(), 1601, expected.data(), -3.0f, endLevel, 0.25f);
         MixObjectIntoBlockMetered(samples.data(), 1601, block.data(), 1601, -3.0f, endLevel, 0.25f,
-                                  meter);
+                                  &meter);
 
         EXPECT_EQ(AllBits(block), AllBits(expected));
     }
@@ -239,7 +239,7 @@ TEST_P(GainLawTest, TheMeterSeesWhatIsAddedAfterLevelAndBalanceAndNotTheSum) {
     AudioMeter meter;
     meter.StartMeterSession(100);
 
-    MixObjectIntoBlockMetered(samples.data(), 100, block.data(), 100, 0.0f, 0.0f, -0.5f, meter);
+    MixObjectIntoBlockMetered(samples.data(), 100, block.data(), 100, 0.0f, 0.0f, -0.5f, &meter);
 
     ASSERT_EQ(meter.MeterBlockCount(), 1u);
     EXPECT_EQ(meter.MetricsForBlock(0).peak[0], 0.5f);
@@ -253,7 +253,7 @@ TEST_P(GainLawTest, MissingFramesAreSilenceToTheMeter) {
     AudioMeter meter;
     meter.StartMeterSession(100);
 
-    MixObjectIntoBlockMetered(samples.data(), 700, block.data(), 1000, 0.0f, 0.0f, 0.0f, meter);
+    MixObjectIntoBlockMetered(samples.data(), 700, block.data(), 1000, 0.0f, 0.0f, 0.0f, &meter);
 
     ASSERT_EQ(meter.MeterBlockCount(), 10u);
     EXPECT_EQ(meter.MetricsForBlock(6).peak[0], 0.5f);
@@ -267,7 +267,7 @@ TEST_P(GainLawTest, WithoutFramesTheWholeRequestIsSilenceToTheMeter) {
     AudioMeter meter;
     meter.StartMeterSession(10);
 
-    MixObjectIntoBlockMetered(nullptr, 0, block, 100, 0.0f, -6.0f, 0.0f, meter);
+    MixObjectIntoBlockMetered(nullptr, 0, block, 100, 0.0f, -6.0f, 0.0f, &meter);
 
     EXPECT_EQ(meter.MeterBlockCount(), 10u);
     EXPECT_EQ(block[0], GUARD);
@@ -278,7 +278,7 @@ TEST_P(GainLawTest, AnIdleMeterIsLeftAloneAndTheSamplesAreAdded) {
     std::vector<float> block(100, 0.0f);
     AudioMeter meter;
 
-    MixObjectIntoBlockMetered(samples.data(), 50, block.data(), 80, 0.0f, 0.0f, 0.0f, meter);
+    MixObjectIntoBlockMetered(samples.data(), 50, block.data(), 80, 0.0f, 0.0f, 0.0f, &meter);
 
     EXPECT_EQ(meter.MeterBlockCount(), 0u);
     EXPECT_EQ(block, std::vector<float>(100, 0.5f));
@@ -306,7 +306,7 @@ TEST_P(GainLawTest, MeterBlocksOfEveryLengthFollowTheRulesOneFrameAtATime) {
             reference::MixObjectIntoBlockMetered(samples.data(), frames, expected.data(), requested,
                                                  start, end, 0.1f, expectedMeter);
             MixObjectIntoBlockMetered(samples.data(), frames, block.data(), requested, start, end,
-                                      0.1f, meter);
+                                      0.1f, &meter);
 
             ASSERT_EQ(AllBits(block), AllBits(expected));
         }

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/mixer/detail/CompositionMixer.h"
+
+#include <mutex>
+#include <vector>
+
+#include "sonrel/base/Timing.h"
+#include "sonrel/mixer/detail/AudioMixerImpl.h"
+#include "sonrel/mixer/detail/GainLaw.h"
+#include "sonrel/mixer/detail/ObjectRenderer.h"
+#include "sonrel/mixer/detail/PropertyReaders.h"
+
+namespace orlo::sonrel::detail {
+
+CompositionMixer::CompositionMixer(AudioMixerImpl& mixer,
+                                   const std::shared_ptr<project::Project>& project,
+                                   const std::shared_ptr<project::CompositionAsset>& composition,
+                                   Metering metering)
+    : mixer_(mixer), project_(project), composition_(composition), metering_(metering) {}
+
+int CompositionMixer::Mix(const TimelineRequest& request) {
+    return RenderInBlocks(composition_->Settings(), request, *this);
+}
+
+int CompositionMixer::MixBlock(const Block& block, double frameRate, zrtl::StereoFrame* output) {
+    const RequestBlock requestBlock(mixer_.requestBlock, block.timelineStart);
+    if (block.count > zrtl::SamplesPerFrame(block.rate, frameRate)) return TOO_LONG;
+
+    const int videoFrame = zrtl::FrameAtSample(block.timelineStart, block.rate, frameRate);
+    const auto sum = mixer_.floatBlocks.Acquire(block.count);
+    std::vector<unsigned char> samples;
+    ObjectRenderer renderer(mixer_, project_, block, samples);
+    composition_->Layers().ForEach([&](const std::shared_ptr<project::AbstractLayer>& layer) {
+        if (!Sounds(*layer, videoFrame)) return;
+        const double layerSeconds = layer->StartTime(project_->Assets()) / 1000.0;
+        const int frames = renderer.Render(ClipOf(*project_, *layer));
+        if (frames < 1) return;
+
+        BlockLevels levels;
+        {
+            const std::lock_guard lock(mixer_.mutex);
+            levels = ReadLevels(layer->Animation(), BlockTimes::Of(block).Since(layerSeconds));
+        }
+        MixObjectIntoBlock(zrtl::ValuesOf(renderer.Frames()), frames, sum.get(), levels.start,
+                           levels.end, 0.0f);
+    });
+
+    if (metering_ == Metering::Allowed) {
+        mixer_.meters.ForMixBlock().FeedMaster(sum.get(), block.count);
+    }
+    mixer_.converter.FloatToInt16(sum.get(), zrtl::ValuesOf(output), block.count);
+    return block.count;
+}
+
+/// A hidden layer is silent: visibility applies to sound as well as to the picture.
+bool CompositionMixer::Sounds(const project::AbstractLayer& layer, int videoFrame) const {
+    bool muted = false;
+    {
+        const std::lock_guard lock(mixer_.mutex);
+        muted = layer.IsMuted();
+    }
+    return layer.LayerType() == 0 && layer.HasAudio() && layer.IsVisible() && !muted &&
+           layer.StartFrame() <= videoFrame && videoFrame < layer.EndFrame();
+}
+
+}  // namespace orlo::sonrel::detail
