@@ -1,6 +1,5 @@
-// SPDX-License-Identifier: MIT
-// Puts one recording on two tracks, one left and quiet, one right and fading, and says how loud
-// each channel became:
+// SPDX-License-Identifier: MIT Puts one recording on two tracks, one left and quiet, one right and
+// fading, and prints the peak of each channel:
 //   02_levels_and_balance recording.flac
 #include <algorithm>
 #include <cstdio>

@@ -45,7 +45,7 @@ int main(int argc, char** argv) try {
     mixer->GetSamples(project, sequence, 0, 48000, samples.data(), 0, 0, 0);
     mixer->StopMeterSession();
 
-    // The track is metered in front of the master level, the master behind it.
+    // The track is metered before the master level, the master after it.
     for (unsigned long long block = 0; block < mixer->MeterBlockCount(); ++block) {
         const sonrel::AudioMetrics metrics = mixer->MetricsForBlock(block);
         const sonrel::AudioTrackMetrics& first = metrics.trackMetrics.front();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// One thread mixes a recording over and over; this one mutes its track meanwhile:
+// One thread mixes a recording repeatedly; the main thread mutes its track meanwhile:
 //   04_edit_while_mixing recording.flac
 #include <algorithm>
 #include <atomic>
@@ -55,7 +55,7 @@ int main(int argc, char** argv) try {
     });
     mixes.wait(0);
     {
-        const std::lock_guard lock(mixer->Mutex());  // an edit beside the mix goes under this lock
+        const std::lock_guard lock(mixer->Mutex());  // held during an edit
         track->SetMuted(true);
     }
     stop = true;

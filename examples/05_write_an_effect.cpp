@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: MIT
-// Dulls a recording by an effect of its own, which averages eight samples, and says how loud the
-// first second became. The effect looks back and remembers nothing:
+// SPDX-License-Identifier: MIT Filters a recording with an effect, which averages eight samples,
+// and prints the extreme values of the first second. The effect reads earlier samples and has no
+// state:
 //   05_write_an_effect recording.flac
 #include <algorithm>
 #include <cstdio>
@@ -29,7 +29,7 @@ struct Average : project::AbstractPluginAudio {
     int ProcessAudio(project::EffectInstance*, int, int, int, unsigned char* bytes, int, int count,
                      int, int, int, long long first, long long inputFirst, long long,
                      bool) override {
-        auto* const values = reinterpret_cast<short*>(bytes);  // left and right in turn
+        auto* const values = reinterpret_cast<short*>(bytes);  // interleaved, left first
         const int before = 2 * static_cast<int>(first - inputFirst);
         const std::vector<short> input(values, values + before + 2 * count);
         for (int i = 0; i < 2 * count; ++i) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Plays a recording twice while a loop shows the picture that belongs to what is heard:
+// Plays a recording twice while a loop shows the video frame that is heard:
 //   06_play_with_a_picture_loop recording.flac
 // The sound goes to an output that plays in real time and drops it. Without the line that sets
 // the output it goes to the sound device.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Tells how far two recordings of one event are apart:
+// Finds the offset between two recordings of one event:
 //   08_align_two_recordings camera.wav recorder.wav
 #include <algorithm>
 #include <cstdio>
@@ -20,7 +20,7 @@ namespace project = orlo::project;
 using orlo::sonrel::AudioSync;
 using orlo::sonrel::Sonrel;
 
-/// Ends the program where the file cannot be read.
+/// Ends the program if the file cannot be read.
 std::shared_ptr<project::MediaAsset> Import(const std::shared_ptr<project::MediaManager>& manager,
                                             const char* path) {
     try {
@@ -60,7 +60,7 @@ int main(int argc, char** argv) {
         engine, a, b, RATE,
         [](int done, int total) { std::fprintf(stderr, "\r%d of %d", done, total); }, nullptr);
 
-    // Measured once more where both run, the offset is exact.
+    // Measured again on the overlap, the offset is exact.
     const long long startB = std::max(0LL, -found.offset);
     const long long startA = startB + found.offset;
     const long long overlap = std::min(a->AudioStream()->ConformedSampleCount() - startA,

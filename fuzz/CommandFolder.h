@@ -11,7 +11,7 @@
 namespace sonrel_fuzz {
 
 /// The working folder of one command, with a recording and the files that the command names. The
-/// default cache is in it too. The process is in the folder while the object lives.
+/// default cache is in it too. It is the working folder of the process while the object exists.
 class CommandFolder {
 public:
     /// @param content  of the files in.*
@@ -22,7 +22,7 @@ public:
 
     /// Whether the default cache has been made.
     bool HasCache() const;
-    /// The files that the command does not name are as they were.
+    /// The files that the command does not name are unchanged.
     void RequireUntouched(const std::vector<std::string>& arguments) const;
 
 private:

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Whole commands. The first line of the input is the command line, without the name of the program;
-// what follows is the content of the files that it names in.*. A command ends with a documented
-// code, prints one line when it fails, changes only files that it is given, and leaves a whole
+// the rest is the content of the files in.* that it names. A command ends with a documented exit
+// code, prints one line when it fails, changes only the files that it names, and leaves a whole
 // cache.
 extern "C" {
 #include <libavutil/log.h>

@@ -17,7 +17,7 @@ namespace sonrel_fuzz {
 namespace {
 
 constexpr std::size_t MAX_ARGUMENTS = 24;
-/// A picture of 999 by 999 pixels is quick to draw, and so are 999 jobs to start.
+/// A picture of 999 by 999 pixels is drawn quickly, and 999 jobs start quickly.
 constexpr int MAX_DIGITS = 6;
 constexpr int MAX_DIGITS_OF_A_SIZE = 3;
 constexpr std::array<std::string_view, 7> COMMANDS = {"mix",      "info",  "conform", "peaks",
@@ -46,12 +46,12 @@ int LongestNumber(const std::string& word) {
 bool IsSafe(const std::string& word) {
     const auto has = [&](std::string_view text) { return word.find(text) != std::string::npos; };
     if (has("/") || has("..") || has("~") || word.find('\0') != std::string::npos) return false;
-    // The end of a mix is chosen here.
+    // The end of a mix is set here.
     if (has("--to") || has("--jobs")) return false;
     return LongestNumber(word) <= (has("x") ? MAX_DIGITS_OF_A_SIZE : MAX_DIGITS);
 }
 
-/// Puts a descriptor in the place of another one while it lives.
+/// Replaces a descriptor by another while the object exists.
 class Redirection {
 public:
     Redirection(int descriptor, int target)

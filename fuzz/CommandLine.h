@@ -7,8 +7,8 @@
 
 namespace sonrel_fuzz {
 
-/// The words of a line, if they can be run: no path leads out of the working folder, nothing plays
-/// on a device, and no option asks for more than a moment of work. Otherwise empty.
+/// The words of a line, if they can be run: no path leads out of the working folder, no command
+/// plays on a device, and no option needs long work. Otherwise empty.
 std::vector<std::string> SafeArguments(std::string_view line);
 
 struct RunResult {

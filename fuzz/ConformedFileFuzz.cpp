@@ -51,7 +51,7 @@ void ReadAnywhere(const ConformedAudioFile& file, std::size_t bytes, Choices cho
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    // A file that was changed a moment ago is not remembered; here every file is an hour old.
+    // A file that has just been changed is not stored; here every file is an hour old.
     orlo::files::fileClock = [] { return orlo::files::SystemFileClock() + 3'600'000'000'000; };
     return 0;
 }
@@ -63,7 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(!isWhole || hasChecksum, "a whole file has a checksum");
     ConformedAudioFile file;
     Require(!isWhole || file.Open(input.Wide()), "a whole file opens");
-    // A file that was closed a moment ago is opened with its next frames, and then without a
+    // A file that has just been closed is opened with its stored frames, and then without a
     // descriptor.
     for (int i = 0; i < 3; ++i) {
         if (!file.Open(input.Wide())) return 0;
@@ -71,7 +71,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         ReadOnce(file, 0, 16, 64);
         ReadOnce(file, 16, 16, 64);
     }
-    // The file is cut short under the open object.
+    // The file is truncated while the object is open.
     Require(truncate(input.Path().c_str(), static_cast<long>(size / 2)) == 0, "a truncated file");
     ReadOnce(file, 0, 1024, 4096);
     ReadOnce(file, file.SampleCount() - 1, 1, 4);

@@ -137,7 +137,7 @@ void RemoveSideFiles(const std::string& path) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    // Nobody else uses the files: what is locked stays locked.
+    // No other process uses the files: a lock stays locked.
     project::SetDatabaseBusyTimeout(0);
     return 0;
 }

@@ -1,6 +1,6 @@
-// SPDX-License-Identifier: MIT
-// Changes of a database that keep it a database, next to changes of its bytes: hostile values,
-// dropped and renamed tables, triggers and views in their place, other versions.
+// SPDX-License-Identifier: MIT Changes of a database that keep it a database, in addition to
+// changes of its bytes: hostile values, dropped and renamed tables, triggers and views in place of
+// tables, other versions.
 #include <sqlite3.h>
 
 #include <cstdint>
@@ -21,7 +21,7 @@ using orlo::project::MediaDB;
 using Random = std::minstd_rand;
 
 constexpr std::string_view MAGIC("SQLite format 3\0", 16);
-/// Bytes of the header that ask for a write-ahead log, which a database in memory cannot have.
+/// Bytes of the header that require a write-ahead log, which a database in memory cannot have.
 constexpr std::size_t JOURNAL_BYTES = 18;
 
 struct Closer {
@@ -35,7 +35,7 @@ Handle Open(const std::string& name) {
     return Handle(handle);
 }
 
-/// A statement that fails leaves the database as it was.
+/// A statement that fails leaves the database unchanged.
 void Run(const Handle& database, const std::string& sql) {
     sqlite3_exec(database.get(), sql.c_str(), nullptr, nullptr, nullptr);
 }
@@ -140,7 +140,7 @@ std::string AnyStatement(Random& random) {
     }
 }
 
-/// Empty where the bytes are no database.
+/// Empty where the bytes are not a database.
 std::string ChangedBySql(std::string bytes, Random& random) {
     if (bytes.size() <= JOURNAL_BYTES + 1) return {};
     const bool wantsLog = random() % 4 == 0;

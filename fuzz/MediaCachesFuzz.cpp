@@ -26,10 +26,10 @@ using sonrel_tests::TemporaryFolder;
 
 using Asset = std::shared_ptr<project::MediaAsset>;
 
-/// A small file can decode to hours, and rightly so; more frames would only take longer.
+/// A small valid file can decode to hours; more frames would only take longer.
 constexpr long long MAX_FRAMES = 2000000;
 constexpr int RATES[] = {48000, 44100, 96000, 8000};
-/// A conformed file begins and ends with the frames that the conversion rounds.
+/// The conversion rounds the first and the last frames of a conformed file.
 constexpr double MAX_DIFFERENCE_SECONDS = 0.01;
 
 /// Null for a file that is refused or has no sound.

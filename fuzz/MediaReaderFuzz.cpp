@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A media file through the reader: whatever the bytes are, what was accepted must be readable, have
-// the length that it claims, and give the same samples from any position.
+// Any bytes as a media file, through the reader: a file that is accepted must be readable, have the
+// length that it claims, and deliver the same samples from any position.
 extern "C" {
 #include <libavutil/log.h>
 }
@@ -21,7 +21,7 @@ using sonrel_fuzz::Require;
 using zrh::media::ZRAbstractAudioStream;
 using zrh::media::ZRAbstractMediaFile;
 
-/// Damage can make a short file claim a long sound; reading all of it would find nothing more.
+/// A damaged short file can claim a long sound; reading all of it would find no more faults.
 constexpr long long MAX_FRAMES = 300000;
 
 struct Releaser {
@@ -40,7 +40,7 @@ MediaFilePtr OpenPrepared(const std::wstring& path) {
     return owned->Prepare() == 0 ? std::move(owned) : nullptr;
 }
 
-/// Reads a range, at most as far as the stream goes.
+/// Reads a range, at most to the end of the stream.
 /// @return false when the stream refused
 bool Read(ZRAbstractAudioStream& stream, long long start, int count, std::vector<char>* bytes) {
     const int bytesPerFrame = stream.BitsPerSample() / 8 * stream.ChannelCount();

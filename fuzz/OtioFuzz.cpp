@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Any text as a timeline, read with options that the last bytes choose. A timeline that is taken
-// must be one that the model takes as well (clips in order and without overlap, finite speeds,
+// Any text as a timeline, read with options that the last bytes choose. The model must accept every
+// timeline that is accepted here (clips in order and without overlap, finite speeds,
 // in-points of 0 or more, transitions on clips that meet), and a mix of it must work.
 #include <cmath>
 

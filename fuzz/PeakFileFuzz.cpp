@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Any bytes as a peak file: reads of ranges and steps that the bytes choose, each compared with the
-// reader of single bytes, the check of whole files, and pictures.
+// reference reader of single bytes, the check of whole files, and pictures.
 #include <stdexcept>
 #include <vector>
 
@@ -13,7 +13,7 @@
 namespace {
 
 using orlo::sonrel::PeakFile;
-using orlo::sonrel::literal::PeakReader;
+using orlo::sonrel::reference::PeakReader;
 using sonrel_fuzz::Choices;
 using sonrel_fuzz::Require;
 
@@ -24,20 +24,20 @@ double StepOf(Choices& choices) {
     return 1.0 + choices.Take<std::uint16_t>() / 4096.0;
 }
 
-/// Whether the range asks for room below zero, which throws.
+/// Whether the range needs a negative size, which throws.
 bool Throws(int first, int end, double step, int values) {
     return zrtl::RoundHalfAway((static_cast<double>(end) - first) / step * values) < 0.0;
 }
 
-template <class Points, class Read, class ReadLiteral>
-void Compare(bool throws, Read read, ReadLiteral readLiteral) {
+template <class Points, class Read, class ReadReference>
+void Compare(bool throws, Read read, ReadReference readReference) {
     Points points{1, 2, 3};
     Points expected{1, 2, 3};
     try {
         const PeakFile::Result result = read(points);
         Require(!throws || result == PeakFile::Result::InvalidArgument, "a reversed range throws");
-        Require(result == readLiteral(expected), "the result of the reader of single bytes");
-        Require(points == expected, "the points of the reader of single bytes");
+        Require(result == readReference(expected), "the result of the reference reader");
+        Require(points == expected, "the points of the reference reader");
     } catch (const std::length_error&) {
         Require(throws, "only a reversed range throws");
     }
@@ -49,18 +49,18 @@ void ReadOnce(PeakFile& file, const std::string& path, Choices& choices) {
     const int first = choices.Take<std::int16_t>();
     const int end = choices.Take<std::uint8_t>() < 32 ? blocks : choices.Take<std::int16_t>();
     const double step = StepOf(choices);
-    PeakReader literal(path, channels, blocks);
+    PeakReader reference(path, channels, blocks);
     Compare<std::vector<signed char>>(
         Throws(first, end, step, channels),
         [&](auto& points) { return file.GetChannelPeaks(first, end, step, points); },
-        [&](auto& points) { return literal.GetChannelPeaks(first, end, step, points); });
+        [&](auto& points) { return reference.GetChannelPeaks(first, end, step, points); });
     Compare<std::vector<unsigned char>>(
         Throws(first, end, step, 1),
         [&](auto& points) { return file.GetRMSAmplitude(first, end, step, points); },
-        [&](auto& points) { return literal.GetRMSAmplitude(first, end, step, points); });
+        [&](auto& points) { return reference.GetRMSAmplitude(first, end, step, points); });
 }
 
-/// The input, or a peak file whose blocks it is, so that the blocks are reached from the start.
+/// The input, or a peak file with the input as its blocks, so that the blocks are reached early.
 std::string FileBytes(std::string_view data, Choices& choices) {
     std::string bytes(data);
     const auto head = choices.Take<std::uint8_t>();

@@ -14,17 +14,17 @@
 #include "sonrel/base/Paths.h"
 #include "tests/support/TemporaryFolder.h"
 
-/// What the fuzz targets share.
+/// Helpers of all fuzz targets.
 namespace sonrel_fuzz {
 
-/// Ends the process with the name of a rule that does not hold.
+/// Ends the process with the name of a broken rule.
 inline void Require(bool holds, const char* rule) {
     if (holds) return;
     std::fprintf(stderr, "broken rule: %s\n", rule);
     std::abort();
 }
 
-/// Takes numbers off the end of the input; zeros where it has ended.
+/// Takes numbers from the end of the input; zeros when it is used up.
 class Choices {
 public:
     Choices(const std::uint8_t* data, std::size_t size) : data_(data), left_(size) {}
@@ -41,7 +41,7 @@ public:
     /// A number from 0 up to, not including, @p count.
     unsigned int Below(unsigned int count) { return Take<std::uint8_t>() % count; }
 
-    /// The bytes that no number was taken from.
+    /// The bytes that are left.
     std::string_view Rest() const { return {reinterpret_cast<const char*>(data_), left_}; }
 
 private:
@@ -53,7 +53,7 @@ inline std::string_view AllBytes(const std::uint8_t* data, std::size_t size) {
     return {reinterpret_cast<const char*>(data), size};
 }
 
-/// A file of one input. Its name is new every time: the libraries remember files by their names.
+/// A file of one input, with a new name each time: the libraries store files by their names.
 class InputFile {
 public:
     InputFile(std::string_view bytes, std::string_view ending) {

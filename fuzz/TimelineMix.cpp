@@ -66,7 +66,7 @@ void GiveSound(std::vector<host::MediaUse>& media, project::Project& project) {
     }
 }
 
-/// Mixes one video frame at places that the input chooses, and the last one.
+/// Mixes video frames at positions that the input chooses, and the last frame.
 void MixWindows(const MixBlock& mix, const otio::Arrangement& arrangement, int frameCount,
                 Choices& choices) {
     const long long total = zrtl::TotalSamples(frameCount, arrangement.rate, arrangement.fps);
@@ -78,7 +78,7 @@ void MixWindows(const MixBlock& mix, const otio::Arrangement& arrangement, int f
         const int count = static_cast<int>(std::min<long long>(perFrame, total - start));
         const std::size_t bytes = static_cast<std::size_t>(count) * BYTES_PER_FRAME;
         std::vector<unsigned char> buffer(bytes + GUARD_BYTES, GUARD);
-        Require(mix(start, count, buffer.data()) == count, "what was accepted can be mixed");
+        Require(mix(start, count, buffer.data()) == count, "an accepted timeline can be mixed");
         for (std::size_t at = bytes; at < buffer.size(); ++at) {
             Require(buffer[at] == GUARD, "nothing mixed beyond the buffer");
         }

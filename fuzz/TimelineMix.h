@@ -6,8 +6,8 @@
 
 namespace sonrel_fuzz {
 
-/// Mixes a few video frames of a timeline and of one of its nested items. Clips show a short
-/// recording or nothing, whatever media they name.
+/// Mixes a few video frames of a timeline and of one of its nested items. All clips show a short
+/// recording or are silent, whatever media they name.
 void MixSomeOf(orlo::host::otio::TimelineImport& import, Choices& choices);
 
 }  // namespace sonrel_fuzz

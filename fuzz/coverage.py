@@ -24,7 +24,7 @@ def summaries(target):
 
 
 def parser_lines(target, project):
-    """Each source of the parser with its lines and those that were reached."""
+    """Each source of the parser with its lines and the lines that were reached."""
     lines = {}
     for name, summary in summaries(target).items():
         path = pathlib.PurePath(os.path.relpath(name, project))

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""One fuzz target: its runs within a budget, and what they found."""
+"""One fuzz target: its runs within a budget, and their finds."""
 
 import dataclasses
 import os
@@ -9,7 +9,7 @@ import subprocess
 
 MEMORY_MB = 512
 TIMEOUT_SECONDS = 10
-# An input that is stopped after 10 seconds on a busy machine is run again, for so long.
+# An input that is stopped after 10 seconds on a busy machine is run again with this limit.
 HANG_SECONDS = 60
 DICTIONARIES = pathlib.Path(__file__).resolve().parent / "dictionaries"
 # Frames of the machinery above the function that failed.
@@ -57,7 +57,7 @@ class Target:
     def environment(self, profile):
         return {**os.environ, "TMPDIR": str(self.scratch), "LLVM_PROFILE_FILE": profile,
                 "QT_QPA_PLATFORM": "offscreen", "LC_ALL": "C.UTF-8",
-                # Memory that was freed is reused soon, so that what is measured is what is used.
+                # Freed memory is reused soon, so that the measured memory is that in use.
                 "ASAN_OPTIONS": "detect_leaks=1:quarantine_size_mb=8:allocator_may_return_null=1",
                 "UBSAN_OPTIONS": "print_stacktrace=1"}
 
@@ -66,7 +66,7 @@ class Target:
                    f"-timeout={TIMEOUT_SECONDS}", f"-rss_limit_mb={MEMORY_MB}", "-verbosity=1",
                    f"-report_slow_units={TIMEOUT_SECONDS}", "-print_final_stats=1",
                    f"-artifact_prefix={self.folder}/",
-                   # Leaks are looked for once, at the end of the process.
+                   # Leaks are searched for once, at the end of the process.
                    "-detect_leaks=0",
                    f"-dict={DICTIONARIES}/{self.settings.dictionary}.dict", *options]
         # The descriptors of the machinery survive the redirections of the target.

@@ -88,8 +88,8 @@ def inputs():
 
 
 def write(folder, targets):
-    """Writes the inputs of targets below a folder, in a folder for each target, and nothing else
-    stays there."""
+    """Writes the inputs of targets below a folder, in a folder for each target, and removes all other
+    files there."""
     for target, named in inputs().items():
         if target not in targets:
             continue

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Timelines with everything that the reader knows, and with what it has to refuse or pass over."""
+"""Timelines with all parts that the reader imports, refuses or skips."""
 
 import json
 
@@ -153,7 +153,7 @@ def short():
 
 
 def unusual():
-    """What a reader seldom meets."""
+    """Rare parts."""
     deep = track(clip())
     for _ in range(9):
         deep = stack(deep, name="a nested item with a name of more than sixty letters, \u00e4" * 2)

@@ -4,10 +4,10 @@
 
     tools/check/check_coverage.py                builds, runs the tests and reports
     tools/check/check_coverage.py --report FILE  reports from a JSON file of gcovr
-    tools/check/check_coverage.py --self-test    a small made-up report with known figures
+    tools/check/check_coverage.py --self-test    a small artificial report with known figures
 
 Prints lines and branches for each folder and in all, then each unreached line that uncovered.toml
-gives no reason for. Exits 1 when fewer than 95 % of the lines or 85 % of the branches are reached,
+has no reason for. Exits 1 when fewer than 95 % of the lines or 85 % of the branches are reached,
 when a test fails, or when every line of an entry of uncovered.toml is reached. Branches that only an
 exception takes are not counted.
 """
@@ -41,7 +41,7 @@ def run(*command):
 
 
 def measure(report):
-    """Builds, runs the tests and writes the report. @return what failed, or nothing"""
+    """Builds, runs the tests and writes the report. @return the failures"""
     if not (run("cmake", "--preset", "coverage", "--log-level=WARNING") and
             run("cmake", "--build", "--preset", "coverage", "--target",
                 *(f"tests-{label}" for label in LABELS))):
@@ -65,9 +65,9 @@ def tabulate(sources):
     for name, inside in [*rows, ("all", sources)]:
         lines, branches = counts_of(inside)
         print(f"coverage: {name:24} lines {lines}, branches {branches}")
-    for what, count, goal in (("lines", lines, LINES_GOAL), ("branches", branches, BRANCHES_GOAL)):
+    for name, count, goal in (("lines", lines, LINES_GOAL), ("branches", branches, BRANCHES_GOAL)):
         if count.percent() < goal:
-            faults.append(f"{what} reached: {count.percent():.1f} %, goal {goal} %")
+            faults.append(f"{name} reached: {count.percent():.1f} %, goal {goal} %")
     return faults
 
 
@@ -97,7 +97,7 @@ def check(report):
 TEXT = ["void Known() {", "    Reached();", "    Missed();", "}"]
 
 
-def made_up(counts):
+def artificial(counts):
     lines = [{"line_number": number, "count": count, "gcovr/noncode": False,
               "branches": [{"count": count}, {"count": 1}]} for number, count in enumerate(counts, 1)]
     lines.append({"line_number": 4, "count": 0, "gcovr/noncode": True, "branches": []})
@@ -129,7 +129,7 @@ def self_test():
     with tempfile.TemporaryDirectory() as folder:
         report = pathlib.Path(folder) / "report.json"
         for counts, reasons, expected in KNOWN:
-            report.write_text(json.dumps(made_up(counts)))
+            report.write_text(json.dumps(artificial(counts)))
             with contextlib.redirect_stdout(io.StringIO()):
                 found = judge(list(read_report(report).values()), reasons, lambda name: TEXT)
             if len(found) != expected:

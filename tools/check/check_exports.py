@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Compares what the shared libraries show with packaging/exports.txt.
+"""Compares the exported names of the shared libraries with packaging/exports.txt.
 
     tools/check/check_exports.py BUILD_FOLDER
 
-A name of the list stands for itself and everything inside it: a class with its members, tables and
-type information, or a function with all its overloads. Every exported symbol must belong to a name of
+A name of the list includes all names inside it: a class with its members, tables and type
+information, or a function with all its overloads. Every exported symbol must belong to a name of
 its library, and every name must have a symbol. Weak symbols may belong to a name of the section
-[header-only] instead; weak instantiations of foreign templates, which every C++ library shows, do not
+[header-only] instead; weak instantiations of foreign templates, which every C++ library exports, do not
 count.
 """
 
@@ -22,7 +22,7 @@ LIST = ROOT / "packaging/exports.txt"
 OF_A_CLASS = re.compile(r"^(?:vtable|VTT|typeinfo|typeinfo name|guard variable|construction vtable)"
                         r" for |^(?:non-virtual|virtual|covariant return) thunk to ")
 WEAK = "WVu"
-# Ends of sections that the linker shows because a library that ours is linked with does.
+# Ends of sections, which the linker exports when a linked library does.
 OF_THE_LINKER = {"__bss_start", "_edata", "_end"}
 FOREIGN = ("std::", "boost::", "__gnu_cxx::", "Q", "void (")
 
@@ -38,7 +38,7 @@ def listed_names():
         if line.startswith("["):
             section = libraries.setdefault(line.strip("[]"), [])
         elif section is None:
-            sys.exit(f"{LIST.name}:{number}: a name in front of the first [library]")
+            sys.exit(f"{LIST.name}:{number}: a name before the first [library]")
         else:
             section.append(line)
     return libraries
@@ -57,7 +57,7 @@ def exported(library):
 
 
 def without_result(symbol):
-    """Cuts the result type that a template function's symbol begins with."""
+    """Removes the result type at the start of a template function's symbol."""
     depth = 0
     start = 0
     for at, letter in enumerate(symbol):

@@ -1,7 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Tests that the installed headers are the public ones of the tree: the headers that
-layers.toml calls public, and no other.
+"""Checks that exactly the headers that layers.toml lists as public are installed.
 
     tools/check/check_installed.py STAGE/include
 """

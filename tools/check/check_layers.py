@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Tests every #include of the tree against the table of layers.toml.
+"""Compares every #include of the tree with the table of layers.toml.
 
     tools/check/check_layers.py             the tree
-    tools/check/check_layers.py --self-test small made-up includes, good and bad, with known answers
+    tools/check/check_layers.py --self-test small artificial includes, good and bad, with known results
 """
 
 import fnmatch

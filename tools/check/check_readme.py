@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Tests that the program in README.md is the first example as it is compiled."""
+"""Checks that the program in README.md is the first example."""
 
 import re
 import sys

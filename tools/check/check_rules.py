@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Tests that every rule of tests/RULES.md names its tests, and that the tests exist.
+"""Checks that every rule of tests/RULES.md names its tests, and that the tests exist.
 
     tools/check/check_rules.py             the tree
-    tools/check/check_rules.py --self-test small made-up lists of rules with known faults
+    tools/check/check_rules.py --self-test small artificial lists of rules with known faults
 """
 
 import re
@@ -22,7 +22,7 @@ def defined_tests(source):
 
 
 def rule_lines(text):
-    """The lines of all sections, with their numbers; what comes before the first is not a rule."""
+    """The lines of all sections, with their numbers; lines before the first section are not rules."""
     inside = False
     for number, line in enumerate(text.splitlines(), 1):
         if line.startswith("## "):
@@ -32,7 +32,7 @@ def rule_lines(text):
 
 
 def faults_of(text, tests):
-    """What is wrong with a list of rules. @return the faults and the number of rules"""
+    """Checks a list of rules. @return the faults and the number of rules"""
     faults = []
     lines = list(rule_lines(text))
     for number, line in lines:

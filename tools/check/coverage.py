@@ -98,7 +98,7 @@ def read_reasons(file):
 def explain(sources, reasons, text_of):
     """Compares the unreached lines with the reasons. @return (lines without a reason, idle reasons)
 
-    `text_of` gives the lines of a file by its name. A reason is idle when every line that it names
+    `text_of` returns the lines of a file by its name. A reason is idle when every line that it names
     is reached, and not only sometimes.
     """
     used = set()

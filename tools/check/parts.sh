@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# Sourced by ./test and ./check after steps.sh: the parts that they are put together from.
+# Sourced by ./test and ./check after steps.sh: their parts.
 
 sources() {
     git ls-files --cached --others --exclude-standard '*.cpp' '*.h' 2>/dev/null ||
@@ -15,7 +15,7 @@ formatting() {
     [ -z "$long" ] || { printf '%s\nlonger than 100 columns\n' "$long"; return 1; }
 }
 
-# What needs no build.
+# The checks that need no build.
 tree_checks() {
     check "Formatting" formatting
     check "Include table knows good from bad" tools/check/check_layers.py --self-test
@@ -36,14 +36,14 @@ release_tests() {
     count_tests "All tests, release build" run_tests release .
 }
 
-# What a host sees: the installed tree, through CMake and through pkg-config.
+# The view of a host: the installed tree, through CMake and through pkg-config.
 installed_view() {
     local stage=$PWD/build/stage
     rm -rf "$stage" build/consumer
     require "Install" cmake --install build/release --prefix "$stage" --strip
     check "Every public header is installed" tools/check/check_installed.py "$stage/include"
     check "Consumer project, by CMake" consumer_by_cmake "$stage"
-    check "Plugin library of somebody else" plugins_by_cmake "$stage"
+    check "Plugin library of another project" plugins_by_cmake "$stage"
     check "Consumer project, by pkg-config" consumer_by_pkg_config "$stage"
     check "The installed program starts" "$stage/bin/sonrel" --version
     check "Completion of the command line" tools/check/check_completion.py "$stage/bin/sonrel"
@@ -54,7 +54,7 @@ consumer_by_cmake() {
         cmake --build build/consumer && build/consumer/consumer
 }
 
-# A plugin library that is built apart, and the program that loads it.
+# A plugin library that is built separately, and the program that loads it.
 plugins_by_cmake() {
     local build=build/consumer-plugins
     rm -rf "$build"
@@ -71,7 +71,7 @@ consumer_by_pkg_config() {
         LD_LIBRARY_PATH=$(dirname "$folder") build/consumer/by-pkg-config
 }
 
-# The address sanitizer is told to look for leaks at the end of each test, too.
+# The address sanitizer also searches for leaks at the end of each test.
 sanitizer_tests() {
     require "Configure with ASan and UBSan" configure asan
     require "Build with ASan and UBSan" build asan tests-unit tests-scenario
@@ -85,7 +85,7 @@ sanitizer_tests() {
         ctest --test-dir build/tsan --output-on-failure --no-tests=error -j "$(nproc)" -L concurrent
 }
 
-# The thread sanitizer wants its own places in memory, which a randomised layout may occupy.
+# The thread sanitizer needs certain addresses, which a randomised layout may occupy.
 under_tsan() {
     TSAN_OPTIONS=halt_on_error=1:suppressions=$PWD/tools/check/tsan.supp setarch -R "$@"
 }
@@ -111,8 +111,8 @@ storms() {
         build/asan/tests/playback/storms/playback_storms --commands 100000
 }
 
-# The build of a user: no preset, CMake's default generator, -O3. The command line has no options of
-# ours; the compiler cache is set through the environment.
+# The build of a user: no preset, CMake's default generator, -O3, no other options. The compiler cache is
+# set through the environment.
 plain_build() { check "Plain Release build" build_plain; }
 
 build_plain() {
@@ -122,7 +122,7 @@ build_plain() {
         cmake --build build/plain -j "$(nproc)"
 }
 
-# Warnings are errors in our presets, so that a build is the check.
+# Warnings are errors in the presets, so that the build is the check.
 second_compiler() {
     require "Configure with Clang" clang_configure
     check "Build with Clang, free of warnings" cmake --build build/clang

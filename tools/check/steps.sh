@@ -1,11 +1,11 @@
 # SPDX-License-Identifier: MIT
-# Sourced by ./run, ./test and ./check: the way to the compiler, and steps that are counted.
+# Sourced by ./run, ./test and ./check: the settings of the compiler, and steps that are counted.
 
 export SONREL_COMPILER_LAUNCHER="${SONREL_COMPILER_LAUNCHER-$(command -v ccache || true)}"
-# Another clone of the same tree finds what this one compiled.
+# Another clone of the same tree uses the compiled files of this clone.
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 
-# Shows nothing of the machine: no display, and the same words in every locale.
+# Independent of the machine: no display, and the same words in every locale.
 export QT_QPA_PLATFORM=offscreen LC_ALL=C.UTF-8
 
 PASSED=0
@@ -18,8 +18,8 @@ die() {
 
 title() { printf '\n== %s\n' "$*"; }
 
-# require NAME COMMAND...: what everything behind it needs. It is no test of its own; when it fails
-# it counts as one failure and ends the run.
+# require NAME COMMAND...: a step that all later steps need. It is not counted as a test; its failure
+# counts as one failure and ends the run.
 require() {
     title "$1"
     "${@:2}" && return
@@ -59,7 +59,7 @@ count_tests() {
     FAILED=$((FAILED + failed))
 }
 
-# closing: the line that sums it all up, the last one printed.
+# closing: prints the summary, the last line.
 closing() {
     printf '\n%d passed, %d failed\n' "$PASSED" "$FAILED"
     [ "$FAILED" -eq 0 ]

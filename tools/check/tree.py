@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What the checks share: the root of the tree and the files that belong to it."""
+"""Helpers of all checks: the root of the tree and its files."""
 
 import pathlib
 import subprocess
@@ -10,8 +10,8 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 def tracked_files(*suffixes):
     """The files of the tree with one of the suffixes, as paths relative to ROOT, sorted.
 
-    Git answers where it can, with new files that it does not ignore; in an unpacked archive
-    everything outside build/ counts.
+    Git lists them where it can, with new files that are not ignored; in an unpacked archive all
+    files outside build/ count.
     """
     return sorted({name for name in listed_by_git() or found_by_walking()
                    if name.suffix in suffixes and name.parts[0] != "build"
@@ -19,7 +19,7 @@ def tracked_files(*suffixes):
 
 
 def listed_by_git():
-    """All files that git knows of; empty where there is no repository, or none that it trusts."""
+    """All files that git lists; empty where there is no repository, or git does not trust it."""
     command = ["git", "-C", str(ROOT), "ls-files", "-z", "--cached", "--others",
                "--exclude-standard"]
     try:

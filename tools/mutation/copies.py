@@ -14,7 +14,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "check"))
 from tree import ROOT, listed_by_git, found_by_walking  # noqa: E402
 
 # Limits of one run of a test program: seconds of processor time and of waiting, as a multiple of the
-# run on the unchanged sources, and at least so many; bytes of memory.
+# run on the unchanged sources, and their minimum; bytes of memory.
 TIME_FACTOR = 5
 MIN_CPU_SECONDS = 20
 MIN_WAIT_SECONDS = 60
@@ -77,7 +77,7 @@ class Tree:
             shutil.copymode(source, target)
 
     def _time_all(self, programs):
-        """Times each program that is not the one that an earlier run has timed."""
+        """Times each program that has changed since an earlier run."""
         kept = self.root / "build/seconds.json"
         known = json.loads(kept.read_text()) if kept.exists() else {}
         for program in programs:
