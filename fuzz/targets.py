@@ -37,5 +37,5 @@ TARGETS = {
     "database": Settings(16384, "database", DATABASE),
     "media_reader": Settings(8192, "media", READER),
     "media_caches": Settings(8192, "media", CACHES),
-    "command": Settings(8192, "command", sources("host", "*"), quiet=True),
+    "command": Settings(8192, "command", sources("host/*", "*"), quiet=True),
 }
