@@ -18,26 +18,18 @@ extern "C" {
 namespace {
 
 using sonrel_fuzz::Require;
+using zrh::media::MediaFilePtr;
 using zrh::media::ZRAbstractAudioStream;
-using zrh::media::ZRAbstractMediaFile;
 
 /// A damaged short file can claim a long sound; reading all of it would find no more faults.
 constexpr long long MAX_FRAMES = 300000;
 
-struct Releaser {
-    void operator()(ZRAbstractMediaFile* file) const { zrh::media::ZRMediaFileRelease(file); }
-};
-using MediaFilePtr = std::unique_ptr<ZRAbstractMediaFile, Releaser>;
-
 MediaFilePtr OpenPrepared(const std::wstring& path) {
-    ZRAbstractMediaFile* file = nullptr;
-    const int code =
-        zrh::media::ZRMediaFileCreate(path.c_str(), &file, zrh::media::ZRMediaReaderType::Default);
-    Require((code == 0) == (file != nullptr), "a file exactly on success");
-    MediaFilePtr owned(file);
-    if (owned == nullptr) return nullptr;
-    owned->SetReadOption(1);
-    return owned->Prepare() == 0 ? std::move(owned) : nullptr;
+    MediaFilePtr file;
+    if (zrh::media::OpenMediaFile(path, &file) != 0) return nullptr;
+    Require(file != nullptr, "a file on success");
+    file->SetReadOption(1);
+    return file->Prepare() == 0 ? std::move(file) : nullptr;
 }
 
 /// Reads a range, at most to the end of the stream.

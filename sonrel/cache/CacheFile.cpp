@@ -13,6 +13,7 @@
 #include "sonrel/cache/CacheFileUse.h"
 #include "sonrel/cache/LogFile.h"
 #include "sonrel/cache/detail/MediaFingerprint.h"
+#include "sonrel/cache/detail/SoundPath.h"
 #include "sonrel/database/MediaDB.h"
 #include "sonrel/files/RegularFile.h"
 #include "sonrel/project/MediaAsset.h"
@@ -24,165 +25,201 @@ using project::MediaDB;
 
 namespace {
 
-void Log(const CachePaths& place, const wchar_t* text, const std::wstring& cachePath) {
-    if (place.log == nullptr) return;
-    place.log->Write(text + place.mediaPath + L" " + cachePath);
-}
-
-/// A file that cannot be deleted either stays as it is: no record leads to it.
-void Delete(const std::wstring& cachePath) {
-    files::Remove(zrtl::ToUtf8(cachePath));
-}
-
-/// A link is not a cache file: nobody reads what it leads to.
-bool IsThere(const std::wstring& cachePath) {
-    const QFileInfo file(QString::fromStdWString(cachePath));
-    return file.exists() && !file.isSymLink();
-}
-
-/// The path of the record's current file. A record that has none is removed.
-std::optional<std::wstring> FindCurrent(const CachePaths& place, CacheRecord& record) {
-    std::wstring name;
-    if (!record.Find(&name)) return std::nullopt;
-    if (!name.empty()) {
-        CacheFolderUse::Mark(place.cacheFolder, name);
-        std::wstring path = MediaDB::CreateMediaCacheFilePath(place.cacheFolder, name);
-        if (IsThere(path)) return path;
-    }
-    record.Remove();
-    return std::nullopt;
-}
-
-void Touch(const CachePaths& place, CacheRecord& record, const std::wstring& cachePath) {
-    try {
-        record.Touch();
-    } catch (const std::exception&) {
-        Log(place, L"Could not update timestamp: ", cachePath);
-    }
-}
-
-/// Finds the current file and stamps its record. Where the file system has no locks, another
-/// process may remove file and record until the stamp is made, so the file counts only if it is
-/// there afterwards.
-std::optional<std::wstring> FindAndTouch(const CachePaths& place, CacheRecord& record) {
-    while (auto current = FindCurrent(place, record)) {
-        Touch(place, record, *current);
-        if (IsThere(*current)) return current;
-    }
-    return std::nullopt;
-}
-
-/// The file of the process that recorded it first. Where the database fails again, there is none.
-std::wstring FindTheirs(const CachePaths& place, CacheRecord& record) {
-    try {
-        return FindAndTouch(place, record).value_or(std::wstring());
-    } catch (const std::exception&) {
-        return {};
-    }
-}
-
-struct NewFile {
-    std::wstring name;
-    std::wstring path;
-    std::uint64_t checksum = 0;
-};
-
-/// Nobody takes the new file for one that is left over: it is marked first.
-std::optional<NewFile> MakeNew(const CachePaths& place, const MakeCacheFile& make) {
-    NewFile file;
-    file.name = zrtl::ZRID::Create().ToString() + place.extension;
-    file.path = MediaDB::CreateMediaCacheFilePath(place.cacheFolder, file.name);
-    CacheFolderUse::Mark(place.cacheFolder, file.name);
-    if (const std::optional<std::uint64_t> checksum = make(file.path)) {
-        file.checksum = *checksum;
-        return file;
-    }
-    Delete(file.path);
-    Log(place, L"Could not save: ", file.path);
-    return std::nullopt;
-}
-
-/// Deletes a file that cannot be recorded.
-/// @param add  records the file
-/// @return whether it is recorded
-template <class Add>
-bool Record(const CachePaths& place, const NewFile& file, Add add) {
-    try {
-        add();
-        return true;
-    } catch (const std::exception&) {
-        Delete(file.path);
-        Log(place, L"Could not add to database: ", file.path);
-        return false;
-    }
-}
-
-/// Housekeeping tries again where this fails.
-void RemoveReplaced(const CachePaths& place, CacheRecord& record, const std::wstring& name) {
-    const CacheFileRemoval removal(place.cacheFolder, name);
-    const std::wstring path = MediaDB::CreateMediaCacheFilePath(place.cacheFolder, name);
-    if (!removal.IsAllowed()) return;
-    if (!files::Remove(zrtl::ToUtf8(path)) && errno != ENOENT) return;
-    try {
-        record.RemoveReplaced(name);
-    } catch (const std::exception&) {
-    }
-}
-
-}  // namespace
-
-std::wstring SoundPath(const MediaAsset& asset) {
-    return asset.IsMerged() ? asset.MergedAudioFilename() : asset.Filename();
-}
-
-MediaKey KeyOf(const MediaAsset& asset) {
-    MediaKey key;
-    key.mediaPath = SoundPath(asset);
-    key.fingerprint = MediaFingerprint(key.mediaPath);
-    key.streamIndex = static_cast<int>(asset.AudioStreamIndex());
-    return key;
-}
-
+/// Whether cache files are made of the asset.
 bool IsCached(const MediaAsset& asset, bool includeAllCodecs) {
     const auto& stream = asset.AudioStream();
     if (stream == nullptr) return false;
     return includeAllCodecs || stream->Codec() != zrh::media::ZRAudioCodec::Skipped;
 }
 
-bool SyncToDisk(const std::wstring& path) {
-    const std::string name = zrtl::ToUtf8(path);
-    const int descriptor = files::OpenForReading(name, files::Links::Refused);
-    if (descriptor < 0) return false;
-    const bool synced = files::SyncWithFolder(name, descriptor);
-    files::Close(descriptor);
-    return synced;
+/// The key for the current state of the media file.
+CacheKey KeyOf(const MediaAsset& asset, int sampleRate) {
+    CacheKey key;
+    key.mediaPath = SoundPath(asset);
+    key.fingerprint = MediaFingerprint(key.mediaPath);
+    key.streamIndex = static_cast<int>(asset.AudioStreamIndex());
+    key.sampleRate = sampleRate;
+    return key;
 }
 
-std::wstring FindOrMakeCacheFile(const CachePaths& place, CacheRecord* record,
-                                 const MakeCacheFile& make, WhenRefused whenRefused) {
-    if (record != nullptr) {
-        if (auto current = FindAndTouch(place, *record)) return std::move(*current);
+/// A file that cannot be deleted remains: no record refers to it.
+void Delete(const std::wstring& cachePath) {
+    files::Remove(zrtl::ToUtf8(cachePath));
+}
+
+/// A link is not a cache file: its target is never read.
+bool Exists(const std::wstring& cachePath) {
+    const QFileInfo file(QString::fromStdWString(cachePath));
+    return file.exists() && !file.isSymLink();
+}
+
+/// One request under the lock of its media path.
+class CacheRun {
+public:
+    CacheRun(const CacheRequest& request, CacheKey key)
+        : request_(request),
+          kind_(request.kind),
+          database_(request.database.get()),
+          key_(std::move(key)) {}
+
+    std::wstring FindOrMake(IfNotRecorded ifNotRecorded) {
+        if (database_ != nullptr) {
+            if (auto current = FindAndTouch()) return std::move(*current);
+        }
+        const std::optional<NewFile> file = Make();
+        if (!file) return {};
+        if (database_ == nullptr || Record(*file)) return file->path;
+        return ifNotRecorded == IfNotRecorded::LookAgain ? FindFileOfOtherProcess()
+                                                         : std::wstring();
     }
 
-    const std::optional<NewFile> file = MakeNew(place, make);
-    if (!file) return {};
-    if (record == nullptr ||
-        Record(place, *file, [&] { record->Add(file->name, file->checksum); })) {
+    std::wstring Remake() {
+        const std::optional<NewFile> file = Make();
+        if (!file) return {};
+        if (database_ == nullptr) return file->path;
+        std::wstring oldName;
+        if (!RecordWith(*file, [&] {
+                oldName = kind_.replace(*database_, key_, file->name, file->checksum);
+            })) {
+            return {};
+        }
+        if (!oldName.empty()) RemoveReplaced(oldName);
         return file->path;
     }
-    return whenRefused == WhenRefused::LookAgain ? FindTheirs(place, *record) : std::wstring();
+
+private:
+    struct NewFile {
+        std::wstring name;
+        std::wstring path;
+        std::uint64_t checksum = 0;
+    };
+
+    std::wstring PathOf(const std::wstring& name) const {
+        return MediaDB::CreateMediaCacheFilePath(request_.cacheFolder, name);
+    }
+
+    void Log(const wchar_t* text, const std::wstring& cachePath) const {
+        if (request_.log == nullptr) return;
+        request_.log->Write(text + key_.mediaPath + L" " + cachePath);
+    }
+
+    /// The path of the record's current file. A record without one is removed.
+    std::optional<std::wstring> FindCurrent() {
+        std::wstring name;
+        if (!kind_.find(*database_, key_, &name)) return std::nullopt;
+        if (!name.empty()) {
+            CacheFolderUse::Mark(request_.cacheFolder, name);
+            std::wstring path = PathOf(name);
+            if (Exists(path)) return path;
+        }
+        kind_.remove(*database_, key_);
+        return std::nullopt;
+    }
+
+    void Touch(const std::wstring& cachePath) {
+        try {
+            kind_.touch(*database_, key_);
+        } catch (const std::exception&) {
+            Log(L"Could not update timestamp: ", cachePath);
+        }
+    }
+
+    /// Finds the current file and touches its record. Where the file system has no locks, another
+    /// process may remove file and record before the record is touched. So the file counts only if
+    /// it exists afterwards.
+    std::optional<std::wstring> FindAndTouch() {
+        while (auto current = FindCurrent()) {
+            Touch(*current);
+            if (Exists(*current)) return current;
+        }
+        return std::nullopt;
+    }
+
+    /// The file of the process that recorded its file first; empty if the database fails again.
+    std::wstring FindFileOfOtherProcess() {
+        try {
+            return FindAndTouch().value_or(std::wstring());
+        } catch (const std::exception&) {
+            return {};
+        }
+    }
+
+    /// The new file is marked first, so that it never counts as left over.
+    std::optional<NewFile> Make() {
+        NewFile file;
+        file.name = zrtl::ZRID::Create().ToString() + kind_.extension;
+        file.path = PathOf(file.name);
+        CacheFolderUse::Mark(request_.cacheFolder, file.name);
+        if (const auto checksum = kind_.make(request_.asset, key_, file.path)) {
+            file.checksum = *checksum;
+            return file;
+        }
+        Delete(file.path);
+        Log(L"Could not save: ", file.path);
+        return std::nullopt;
+    }
+
+    bool Record(const NewFile& file) {
+        return RecordWith(file, [&] { kind_.add(*database_, key_, file.name, file.checksum); });
+    }
+
+    /// Deletes a file that cannot be recorded.
+    /// @param write  writes the record
+    /// @return whether the file is recorded
+    template <class Write>
+    bool RecordWith(const NewFile& file, Write write) const {
+        try {
+            write();
+            return true;
+        } catch (const std::exception&) {
+            Delete(file.path);
+            Log(L"Could not add to database: ", file.path);
+            return false;
+        }
+    }
+
+    /// Housekeeping tries again where this fails.
+    void RemoveReplaced(const std::wstring& name) {
+        const CacheFileRemoval removal(request_.cacheFolder, name);
+        if (!removal.IsAllowed()) return;
+        if (!files::Remove(zrtl::ToUtf8(PathOf(name))) && errno != ENOENT) return;
+        CacheKey replaced = key_;
+        replaced.fingerprint = MediaDB::ReplacedFingerprint(name);
+        try {
+            kind_.remove(*database_, replaced);
+        } catch (const std::exception&) {
+        }
+    }
+
+    const CacheRequest& request_;
+    const CacheKind& kind_;
+    MediaDB* database_;  ///< may be null
+    CacheKey key_;
+};
+
+/// Runs @p operation on a CacheRun under the lock of the media path, if the asset has cache files.
+template <class Operation>
+std::wstring RunLocked(const CacheRequest& request, Operation operation) {
+    if (request.cacheFolder.empty()) return {};
+    if (!IsCached(*request.asset, request.includeAllCodecs)) return {};
+    CacheKey key = KeyOf(*request.asset, request.sampleRate);
+
+    // An asset that outlived its project has no lock and gets no file.
+    const std::shared_ptr<project::MediaManager> manager = request.asset->MediaManager();
+    if (manager == nullptr) return {};
+    const zrtl::thread::ZRScopedLock lock((manager.get()->*request.kind.lock)(key.mediaPath));
+    CacheRun run(request, std::move(key));
+    return operation(run);
 }
 
-std::wstring RemakeCacheFile(const CachePaths& place, CacheRecord* record,
-                             const MakeCacheFile& make) {
-    const std::optional<NewFile> file = MakeNew(place, make);
-    if (!file) return {};
-    if (record == nullptr) return file->path;
-    std::wstring old;
-    if (!Record(place, *file, [&] { old = record->Replace(file->name, file->checksum); }))
-        return {};
-    if (!old.empty()) RemoveReplaced(place, *record, old);
-    return file->path;
+}  // namespace
+
+std::wstring FindOrMakeCacheFile(const CacheRequest& request, IfNotRecorded ifNotRecorded) {
+    return RunLocked(request, [&](CacheRun& run) { return run.FindOrMake(ifNotRecorded); });
+}
+
+std::wstring RemakeCacheFile(const CacheRequest& request) {
+    return RunLocked(request, [](CacheRun& run) { return run.Remake(); });
 }
 
 }  // namespace orlo::sonrel::detail

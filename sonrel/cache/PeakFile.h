@@ -45,6 +45,26 @@ public:
         MultiThreaded = 2,   ///< four tasks, each with a reader of its own; so do all other values
     };
 
+    /// Results of Create other than 0.
+    static constexpr int MEDIA_NOT_PREPARED = -1;  ///< nothing was written
+    static constexpr int NO_AUDIO_STREAM = -2;  ///< none of the asset's index; nothing was written
+    static constexpr int OUTPUT_NOT_OPENED = -11;  ///< nothing was written
+    static constexpr int OUTPUT_NOT_POSITIONED = -12;
+    static constexpr int SECOND_READER_NOT_PREPARED = -21;
+    static constexpr int THIRD_READER_NOT_PREPARED = -22;
+    static constexpr int FOURTH_READER_NOT_PREPARED = -23;
+    static constexpr int SECOND_QUARTER_NOT_WRITTEN = -31;
+    static constexpr int THIRD_QUARTER_NOT_WRITTEN = -32;
+    static constexpr int FOURTH_QUARTER_NOT_WRITTEN = -33;
+    /// The first samples cannot be read, a write failed, the stream has no or more than 16 channels
+    /// or a sample size that is not a multiple of 8 bits, or a further reader cannot be opened.
+    static constexpr int BLOCKS_NOT_MADE = -100;
+    static constexpr int HEADER_NOT_POSITIONED = -201;
+    static constexpr int MAGIC_NOT_WRITTEN = -202;
+    static constexpr int VERSION_NOT_WRITTEN = -203;
+    static constexpr int CHANNEL_COUNT_NOT_WRITTEN = -204;
+    static constexpr int BLOCK_COUNT_NOT_WRITTEN = -205;
+
     PeakFile();
     /// Closes the file.
     ~PeakFile();
@@ -58,17 +78,7 @@ public:
     /// behind half made: it never opens as a peak file, and to delete it is the caller's part.
     /// @param path  the file to write; its old content is lost. Only a regular file or a link to
     ///              one is written, and a new file is made where the path leads to nothing
-    /// @return 0, or
-    ///   -1 the media cannot be prepared for reading; -2 it has no audio stream of the asset's
-    ///   index: nothing was written;
-    ///   -11 the file cannot be opened; -12 it cannot be positioned;
-    ///   -21, -22, -23 the second, third or fourth reader cannot be prepared;
-    ///   -31, -32, -33 the second, third or fourth quarter cannot be written;
-    ///   -100 the first samples cannot be read, a write failed, the stream has no or more than 16
-    ///   channels or a sample size that is not a multiple of 8 bits, or a further reader cannot be
-    ///   opened;
-    ///   -201 the file cannot be positioned at its header; -202, -203, -204, -205 magic, version,
-    ///   channel count or block count cannot be written
+    /// @return 0, or one of the codes above
     /// @throws zrh::media::ZRMediaException when the media cannot be opened; nothing was written
     static int Create(const std::shared_ptr<project::MediaAsset>& asset, const std::wstring& path,
                       CreateMode mode);

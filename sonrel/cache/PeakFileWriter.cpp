@@ -12,18 +12,18 @@
 #include "sonrel/cache/PeakFile.h"
 #include "sonrel/cache/detail/BinaryFile.h"
 #include "sonrel/cache/detail/BlockAnalysis.h"
-#include "sonrel/cache/detail/CacheFile.h"
-#include "sonrel/cache/detail/MediaSource.h"
 #include "sonrel/cache/detail/PeakBlocks.h"
 #include "sonrel/cache/detail/PeakFormat.h"
-#include "sonrel/project/MediaAsset.h"
+#include "sonrel/cache/detail/SoundPath.h"
+#include "sonrel/media.h"
 
 namespace orlo::sonrel {
 
 using detail::FRAMES_PER_BLOCK;
-using detail::MediaFile;
 using project::MediaAsset;
 using project::utility::BinaryFile;
+using zrh::media::FindAudioStream;
+using zrh::media::MediaFilePtr;
 using zrh::media::ZRAbstractAudioStream;
 using zrh::media::ZRSampleDataType;
 using Mode = PeakFile::CreateMode;
@@ -69,7 +69,7 @@ int WriteInTasks(const Source& source, BinaryFile& output, unsigned int* blocks)
     const auto ranges = QuartersOf(source.frames);
     // In this order: a task that is still running at the end is waited for before anything that it
     // uses goes away.
-    std::array<MediaFile, EXTRA> files;
+    std::array<MediaFilePtr, EXTRA> files;
     std::array<Stream, EXTRA> streams;
     std::array<std::vector<unsigned char>, EXTRA> memory;
     std::array<std::future<unsigned int>, TASKS> tasks;
@@ -82,13 +82,14 @@ int WriteInTasks(const Source& source, BinaryFile& output, unsigned int* blocks)
     };
     tasks[0] = start(source.stream, ranges[0], &output, nullptr);
 
-    for (MediaFile& file : files) file = detail::OpenMediaFile(source.mediaPath);
-    for (const MediaFile& file : files) file->SetReadOption(1);
+    for (MediaFilePtr& file : files) file = zrh::media::OpenMediaFile(source.mediaPath);
+    for (const MediaFilePtr& file : files) file->SetReadOption(1);
     for (std::size_t i = 0; i < EXTRA; ++i) {
-        streams[i] = detail::FindAudioStream(*files[i], source.streamIndex);
+        streams[i] = FindAudioStream(*files[i], source.streamIndex);
     }
     for (std::size_t i = 0; i < EXTRA; ++i) {
-        if (files[i]->Prepare() != 0 || streams[i] == nullptr) return -21 - static_cast<int>(i);
+        if (files[i]->Prepare() != 0 || streams[i] == nullptr)
+            return PeakFile::SECOND_READER_NOT_PREPARED - static_cast<int>(i);
     }
     for (std::size_t i = 0; i < EXTRA; ++i) {
         tasks[i + 1] = start(streams[i], ranges[i + 1], nullptr, &memory[i]);
@@ -97,7 +98,8 @@ int WriteInTasks(const Source& source, BinaryFile& output, unsigned int* blocks)
     unsigned int sum = 0;
     for (auto& task : tasks) sum += task.get();
     for (std::size_t i = 0; i < EXTRA; ++i) {
-        if (!detail::WriteBytes(output, memory[i])) return -31 - static_cast<int>(i);
+        if (!detail::WriteBytes(output, memory[i]))
+            return PeakFile::SECOND_QUARTER_NOT_WRITTEN - static_cast<int>(i);
     }
     *blocks = sum;
     return 0;
@@ -110,7 +112,7 @@ int WriteBlocks(const Source& source, bool inTasks, BinaryFile& output, unsigned
         *blocks = WriteRange(source, source.stream, {0, source.frames}, &output, nullptr);
         return 0;
     } catch (const std::exception&) {
-        return -100;
+        return PeakFile::BLOCKS_NOT_MADE;
     }
 }
 
@@ -124,12 +126,14 @@ bool WriteNumber(BinaryFile& output, std::uint32_t number) {
 /// The header comes last: until then nothing opens the file as a peak file.
 /// @return 0 or the code of the step that failed
 int WriteHeader(BinaryFile& output, int channels, unsigned int blocks) {
-    if (!output.Seek(0, SEEK_SET)) return -201;
-    if (!output.Write(detail::PEAK_MAGIC.data(), detail::PEAK_MAGIC.size())) return -202;
-    if (!WriteNumber(output, detail::PEAK_VERSION)) return -203;
-    if (!WriteNumber(output, static_cast<std::uint32_t>(channels))) return -204;
+    if (!output.Seek(0, SEEK_SET)) return PeakFile::HEADER_NOT_POSITIONED;
+    if (!output.Write(detail::PEAK_MAGIC.data(), detail::PEAK_MAGIC.size()))
+        return PeakFile::MAGIC_NOT_WRITTEN;
+    if (!WriteNumber(output, detail::PEAK_VERSION)) return PeakFile::VERSION_NOT_WRITTEN;
+    if (!WriteNumber(output, static_cast<std::uint32_t>(channels)))
+        return PeakFile::CHANNEL_COUNT_NOT_WRITTEN;
     // Flushed here, because a full disk would be passed over in silence when the file is closed.
-    if (!WriteNumber(output, blocks) || !output.Flush()) return -205;
+    if (!WriteNumber(output, blocks) || !output.Flush()) return PeakFile::BLOCK_COUNT_NOT_WRITTEN;
     return 0;
 }
 
@@ -153,15 +157,15 @@ namespace detail {
 int WritePeakFile(const std::shared_ptr<MediaAsset>& asset, const std::wstring& path, Mode mode,
                   PeakOutput outputName, std::uint64_t* checksum) {
     const std::wstring mediaPath = SoundPath(*asset);
-    const MediaFile file = OpenMediaFile(mediaPath);
+    const MediaFilePtr file = zrh::media::OpenMediaFile(mediaPath);
     file->SetReadOption(1);
-    if (file->Prepare() != 0) return -1;
+    if (file->Prepare() != 0) return PeakFile::MEDIA_NOT_PREPARED;
 
-    Source source;  // behind the reader, so that the stream is let go before it
+    Source source;  // declared after the reader, so that the stream is released before it
     source.mediaPath = mediaPath;
     source.streamIndex = asset->AudioStreamIndex();
     source.stream = FindAudioStream(*file, source.streamIndex);
-    if (source.stream == nullptr) return -2;
+    if (source.stream == nullptr) return PeakFile::NO_AUDIO_STREAM;
     source.channels = source.stream->ChannelCount();
     source.bitsPerSample = source.stream->BitsPerSample();
     source.dataType = source.stream->SampleDataType();
@@ -169,8 +173,8 @@ int WritePeakFile(const std::shared_ptr<MediaAsset>& asset, const std::wstring& 
     const bool inTasks = TakesTasks(mode, source.stream->SampleRate(), source.frames);
 
     BinaryFile output;
-    if (!OpenOutput(output, path, outputName)) return -11;
-    if (!output.Seek(PEAK_HEADER_BYTES, SEEK_SET)) return -12;
+    if (!OpenOutput(output, path, outputName)) return PeakFile::OUTPUT_NOT_OPENED;
+    if (!output.Seek(PEAK_HEADER_BYTES, SEEK_SET)) return PeakFile::OUTPUT_NOT_POSITIONED;
     unsigned int blocks = 0;
     const int code = WriteBlocks(source, inTasks, output, &blocks);
     if (code != 0) return code;

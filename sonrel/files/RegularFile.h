@@ -125,4 +125,14 @@ inline bool SyncWithFolder(const std::string& name, int descriptor) {
     return Uninterrupted([&] { return ::syncfs(descriptor); }) == 0;
 }
 
+/// Syncs a closed file and its entry in its folder. Links are refused.
+/// @return false when the file does not exist or cannot be synced
+inline bool SyncClosedFile(const std::string& name) {
+    const int descriptor = OpenForReading(name, Links::Refused);
+    if (descriptor < 0) return false;
+    const bool synced = SyncWithFolder(name, descriptor);
+    Close(descriptor);
+    return synced;
+}
+
 }  // namespace orlo::files

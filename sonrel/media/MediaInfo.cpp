@@ -1,19 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/media/MediaInfo.h"
 
-#include <memory>
-
-#include "sonrel/media/ZRAbstractMediaFile.h"
+#include "sonrel/media/OpenMediaFile.h"
 #include "sonrel/media/detail/AudioStream.h"
 #include "sonrel/media/detail/MediaFile.h"
 #include "sonrel/media/input/MediaErrors.h"
 
 namespace zrh::media {
 namespace {
-
-struct Releaser {
-    void operator()(ZRAbstractMediaFile* file) const { ZRMediaFileRelease(file); }
-};
 
 std::string Clause(int code, const std::string& reason) {
     return reason.empty() ? MediaErrorText(code) : reason;
@@ -40,18 +34,13 @@ MediaStreamInfo Describe(ZRAbstractAudioStream& stream) {
     return info;
 }
 
-}  // namespace
-
-namespace {
-
 /// @param reason  untouched where the result alone says enough
 int Describe(const std::wstring& path, MediaInfo* info, std::string* reason) {
-    ZRAbstractMediaFile* raw = nullptr;
-    const int opened = ZRMediaFileCreate(path.c_str(), &raw, ZRMediaReaderType::Default);
+    MediaFilePtr file;
+    const int opened = OpenMediaFile(path, &file);
     if (opened != 0) return opened;
-    const std::unique_ptr<ZRAbstractMediaFile, Releaser> file(raw);
     file->SetReadOption(1);
-    const auto* own = dynamic_cast<const detail::MediaFile*>(raw);
+    const auto* own = dynamic_cast<const detail::MediaFile*>(file.get());
     const int prepared = file->Prepare();
     if (prepared != 0) {
         if (own != nullptr) *reason = own->Reason();

@@ -7,7 +7,7 @@
 #include <future>
 #include <thread>
 
-#include "tests/cache/ConformedFileFixture.h"
+#include "tests/cache/CacheHelperFixture.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "sonrel/engine/Sonrel.h"
-#include "tests/cache/ConformedFileFixture.h"
+#include "tests/cache/CacheHelperFixture.h"
 
 namespace {
 

@@ -12,8 +12,8 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "sonrel/cache/detail/CacheFile.h"
 #include "sonrel/cache/detail/PeakFileWriter.h"
+#include "sonrel/files/RegularFile.h"
 #include "tests/cache/PeakFileFixture.h"
 #include "tests/support/AnotherProcess.h"
 
@@ -318,7 +318,7 @@ TEST_F(PeakFileFault, InterruptedCallsAreRepeatedAndTheFileIsTheSame) {
 
     faults.isInterrupting = true;
     const int code = Create(Mode::MultiThreaded);
-    const bool synced = orlo::sonrel::detail::SyncToDisk(folder.Wide("p.xwpk"));
+    const bool synced = orlo::files::SyncClosedFile((folder / "p.xwpk").string());
     PeakFile file;
     const bool opened = file.Open(folder.Wide("p.xwpk"));
     std::vector<unsigned char> amplitudes;
@@ -341,7 +341,7 @@ TEST_F(PeakFileFault, WhereAFolderCannotBeSyncedTheWholeFileSystemIs) {
         faults.Reset();
         faults.folderSyncError = refusal;
 
-        EXPECT_TRUE(orlo::sonrel::detail::SyncToDisk(folder.Wide("p.xwpk")));
+        EXPECT_TRUE(orlo::files::SyncClosedFile((folder / "p.xwpk").string()));
         EXPECT_EQ(faults.wholeSyncs, 1);
     }
 }
@@ -351,7 +351,7 @@ TEST_F(PeakFileFault, AFolderThatFailsToSyncIsAFailureAndNotARefusal) {
     for (const int failure : {EIO, ENOSPC}) {
         faults.folderSyncError = failure;
 
-        EXPECT_FALSE(orlo::sonrel::detail::SyncToDisk(folder.Wide("p.xwpk")));
+        EXPECT_FALSE(orlo::files::SyncClosedFile((folder / "p.xwpk").string()));
     }
     EXPECT_EQ(faults.wholeSyncs, 0);
 }
@@ -362,7 +362,7 @@ TEST_F(PeakFileFault, AFolderThatMayNotBeListedIsSyncedWithTheWholeFileSystem) {
     std::filesystem::permissions(folder.Path(), std::filesystem::perms(0333));
 
     const int answer = sonrel_tests::AsAnyone([&] {
-        return orlo::sonrel::detail::SyncToDisk(folder.Wide("p.xwpk")) && faults.wholeSyncs == 1
+        return orlo::files::SyncClosedFile((folder / "p.xwpk").string()) && faults.wholeSyncs == 1
                    ? 0
                    : 1;
     });

@@ -93,4 +93,12 @@ TEST(RegularFile, OnlyEmptyingFollowsALink) {
     files::Close(emptied);
 }
 
+TEST(RegularFile, OnlyAnExistingFileIsSynced) {
+    const TemporaryFolder folder;
+    WriteFile(folder / "there", "bytes");
+
+    EXPECT_TRUE(files::SyncClosedFile((folder / "there").string()));
+    EXPECT_FALSE(files::SyncClosedFile((folder / "gone").string()));
+}
+
 }  // namespace

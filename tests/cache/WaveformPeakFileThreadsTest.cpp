@@ -6,7 +6,7 @@
 #include <semaphore>
 
 #include "sonrel/cache/WaveformPeakFileHelper.h"
-#include "tests/cache/ConformedFileFixture.h"
+#include "tests/cache/CacheHelperFixture.h"
 
 namespace {
 
@@ -16,7 +16,7 @@ using testing::Each;
 using testing::SizeIs;
 using namespace std::chrono_literals;
 
-class WaveformPeakFileThreads : public sonrel_tests::ConformedFileFixture {
+class WaveformPeakFileThreads : public sonrel_tests::PeakFileHelperFixture {
 protected:
     std::shared_ptr<MediaDB> Connection() const {
         return std::make_shared<MediaDB>(L"db", cacheFolder, false);

@@ -30,36 +30,25 @@ inline int Code(MediaError error) {
 class OpenedMedia {
 public:
     explicit OpenedMedia(const std::filesystem::path& path) {
-        createCode_ = zrh::media::ZRMediaFileCreate(zrtl::FromUtf8(path.string()).c_str(), &file_,
-                                                    ZRMediaReaderType::Default);
+        createCode_ = zrh::media::OpenMediaFile(zrtl::FromUtf8(path.string()), &file_);
         if (createCode_ != 0) return;
         file_->SetReadOption(1);
         prepareCode_ = file_->Prepare();
     }
-    ~OpenedMedia() { Release(); }
-    OpenedMedia(const OpenedMedia&) = delete;
-    OpenedMedia& operator=(const OpenedMedia&) = delete;
-
-    void Release() {
-        if (file_ != nullptr) zrh::media::ZRMediaFileRelease(file_);
-        file_ = nullptr;
-    }
+    void Release() { file_.reset(); }
 
     int CreateCode() const { return createCode_; }
     int PrepareCode() const { return prepareCode_; }
-    ZRAbstractMediaFile* File() const { return file_; }
+    ZRAbstractMediaFile* File() const { return file_.get(); }
 
     /// An audio stream, counted among the audio streams; null for none.
     std::shared_ptr<ZRAbstractAudioStream> Audio(int index = 0) const {
         if (file_ == nullptr || prepareCode_ != 0) return nullptr;
-        for (const auto& stream : file_->Streams()) {
-            if (stream->StreamType() == 0 && index-- == 0) return stream;
-        }
-        return nullptr;
+        return zrh::media::FindAudioStream(*file_, static_cast<unsigned long long>(index));
     }
 
 private:
-    ZRAbstractMediaFile* file_ = nullptr;
+    zrh::media::MediaFilePtr file_;
     int createCode_ = -1;
     int prepareCode_ = -1;
 };
