@@ -23,7 +23,7 @@ namespace {
 
 enum class Mode { Fail, Short, Torn, Kill, KillAfter, Storm, None, Stop };
 
-// Plain tables: the first call may come before any constructor of ours has run.
+// Plain tables: the first call may come before any constructor of this library has run.
 constexpr std::pair<const char*, Operation> OPERATIONS[] = {
     {"open", Operation::Open},     {"create", Operation::Create}, {"write", Operation::Write},
     {"read", Operation::Read},     {"fsync", Operation::Fsync},   {"truncate", Operation::Truncate},
@@ -69,7 +69,7 @@ unsigned Bit(Operation operation) {
     return 1u << static_cast<unsigned>(operation);
 }
 
-/// What the environment asks for, and what has been counted so far.
+/// The settings of the environment, and the counts so far.
 struct State {
     State();
 
@@ -85,7 +85,7 @@ struct State {
     int log = -1;
     int journal = -1;
 
-    std::mutex mutex;  // guards what follows, and the order in log and journal
+    std::mutex mutex;  // guards the fields below, and the order in log and journal
     long long counted = 0;
     std::uint32_t records = 0;
     std::unordered_map<int, std::string> paths;  // of open descriptors
@@ -128,7 +128,7 @@ State& The() {
     return state;
 }
 
-/// Straight to the system, past the calls that this library stands in front of.
+/// Calls the system directly, without the calls that this library replaces.
 void WriteRaw(int descriptor, const std::string& bytes) {
     for (std::size_t done = 0; done < bytes.size();) {
         const long moved =
@@ -185,7 +185,7 @@ std::optional<std::string> FolderOf(int folder) {
     return std::string(text, static_cast<std::size_t>(size));
 }
 
-/// Takes out "." and ".." and doubled slashes.
+/// Removes ".", ".." and double slashes.
 std::string Cleaned(const std::string& path) {
     std::string clean;
     std::istringstream parts(path);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The calls of the C library that stand in front of the real ones.
+// The functions that replace those of the C library.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/sendfile.h>
@@ -17,7 +17,7 @@
 #include "tests/faults/FaultFs.h"
 
 #define SHIM extern "C" __attribute__((visibility("default")))
-/// Declares `real`, the function of that name behind this library.
+/// Declares `real`, the function of that name in the C library.
 #define REAL(name) \
     static const auto real = reinterpret_cast<decltype(&::name)>(::dlsym(RTLD_NEXT, #name))
 
@@ -31,7 +31,7 @@ Result Refused(Result failure) {
     return failure;
 }
 
-/// A call without a transfer: -1 where it is refused, else what it gives.
+/// A call without a transfer: -1 where it is refused, else its result.
 template <class Call>
 int Simple(Operation operation, const std::string& path, Call call) {
     const Verdict verdict = Judge(operation, path);
@@ -52,7 +52,7 @@ bool IsFolder(int descriptor) {
            S_ISDIR(status.st_mode);
 }
 
-/// Where a write at the descriptor's own position begins.
+/// The position of a write at the position of the descriptor.
 off64_t PositionOf(int descriptor) {
     const long flags = ::syscall(SYS_fcntl, descriptor, F_GETFL);
     struct stat status {};
@@ -118,7 +118,7 @@ int Cut(int descriptor, off64_t length, Call real) {
     });
 }
 
-/// The locks of an open file description count. Everything else passes.
+/// Locks of an open file description are counted. All other calls pass.
 template <class Call>
 int Control(int descriptor, int command, void* argument, Call real) {
     const bool isLock = command == F_OFD_SETLK || command == F_OFD_SETLKW || command == F_OFD_GETLK;
@@ -141,7 +141,7 @@ int Rename(int fromFolder, const char* from, int toFolder, const char* to, unsig
     });
 }
 
-/// The watched path of a file that is named by its path or, without one, by its open descriptor.
+/// The watched path of a file, given by its path or, without a path, by its open descriptor.
 std::string NameOf(int folder, const char* path) {
     constexpr std::string_view DESCRIPTORS = "/proc/self/fd/";
     if (std::string_view(path).substr(0, DESCRIPTORS.size()) == DESCRIPTORS) {
@@ -163,7 +163,7 @@ int Link(int fromFolder, const char* from, int toFolder, const char* to, int fla
     });
 }
 
-/// Takes away or makes one name.
+/// Removes or makes one name.
 int OneName(Record kind, Operation operation, int folder, const char* path, int argument) {
     const auto call = [&] {
         return static_cast<int>(kind == Record::Mkdir
@@ -184,7 +184,7 @@ int Unlink(int folder, const char* path, int flags) {
     return OneName(kind, Operation::Unlink, folder, path, flags);
 }
 
-/// @return whether a look at a path is refused
+/// @return whether a stat of a path is refused
 bool LookIsRefused(int folder, const char* path) {
     const auto watched = Watched(folder, path);
     return watched && Fails(Judge(Operation::Stat, *watched));
@@ -295,7 +295,7 @@ SHIM int creat(const char* path, mode_t mode) {
 SHIM int creat64(const char* path, mode_t mode) {
     return Open(AT_FDCWD, path, O_CREAT | O_WRONLY | O_TRUNC | O_LARGEFILE, mode);
 }
-// What a fortified build turns open into.
+// A fortified build calls these instead of open.
 SHIM int __open_2(const char* path, int flags) {
     return Open(AT_FDCWD, path, flags, 0);
 }
@@ -314,7 +314,7 @@ SHIM int close(int descriptor) {
     const auto path = PathOf(descriptor);
     if (!path) return real(descriptor);
     const Verdict verdict = Judge(Operation::Close, *path);
-    // The descriptor is gone even where closing it reports an error.
+    // The descriptor is closed even where close reports an error.
     Forget(descriptor);
     const int result = real(descriptor);
     if (verdict == Verdict::ThenDie) Die();
@@ -365,7 +365,7 @@ SHIM ssize_t pwritev(int descriptor, const iovec* parts, int count, off_t at) {
         return Write(descriptor, part.iov_base, part.iov_len, at + done);
     });
 }
-// Copies inside the system cannot be seen: these refusals make a caller read and write instead.
+// Copies inside the system cannot be intercepted: these refusals make a caller read and write.
 SHIM ssize_t sendfile(int to, int from, off_t* at, std::size_t size) noexcept {
     REAL(sendfile);
     if (!PathOf(to)) return real(to, from, at, size);
@@ -409,7 +409,7 @@ SHIM int ftruncate64(int descriptor, off64_t length) noexcept {
 SHIM int posix_fallocate(int descriptor, off_t from, off_t length) {
     REAL(posix_fallocate);
     const auto path = PathOf(descriptor);
-    // Gives the error back instead of setting it.
+    // Returns the error instead of setting it.
     if (path && Fails(Judge(Operation::Write, *path, length))) return Error();
     return real(descriptor, from, length);
 }

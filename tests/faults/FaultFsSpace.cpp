@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The free space of the disk, as the program asks for it.
+// The free space of the disk that the program reads.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/statvfs.h>
@@ -11,13 +11,13 @@
 #include "tests/faults/FaultFs.h"
 
 #define SHIM extern "C" __attribute__((visibility("default")))
-/// Declares `real`, the function of that name behind this library.
+/// Declares `real`, the function of that name in the C library.
 #define REAL(name) \
     static const auto real = reinterpret_cast<decltype(&::name)>(::dlsym(RTLD_NEXT, #name))
 
 namespace {
 
-/// Reports FAULTFS_FREE bytes where a watched path is asked about.
+/// Reports FAULTFS_FREE bytes for a watched path.
 int Limit(const std::optional<std::string>& watched, int result, struct statvfs* disk) {
     const char* bytes = std::getenv("FAULTFS_FREE");
     if (result != 0 || !watched || bytes == nullptr) return result;

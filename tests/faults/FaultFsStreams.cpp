@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// C streams below the folder, made anew on descriptors of ours: what the C library flushes then
-// goes through the calls that count.
+// C streams below the folder, made on descriptors of this library, so that the flushes of the C
+// library go through the counted calls.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/syscall.h>
@@ -20,7 +20,7 @@ namespace faultfs {
 
 namespace {
 
-/// The descriptors of our streams: such a stream has none that the C library knows of.
+/// The descriptors of the streams of this library, which the C library does not know.
 struct Streams {
     std::mutex mutex;
     std::unordered_map<FILE*, int> descriptors;
@@ -112,7 +112,7 @@ FILE* OpenStream(const char* path, const char* mode) {
     return stream->handle;
 }
 
-/// @return the descriptor of one of our streams, or -1
+/// @return the descriptor of a stream of this library, or -1
 int DescriptorOf(FILE* stream) {
     const std::lock_guard<std::mutex> guard(The().mutex);
     const auto found = The().descriptors.find(stream);

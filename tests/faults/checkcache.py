@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Looks at a cache folder and its database from outside: no record may lead to half a file.
+"""Examines a cache folder and its database from outside: no record may refer to half a file.
 
 Each recorded conformed file that exists must be a whole WAVE file, each recorded peak file a whole
 peak file, and where the reference has a record of the same key both must have the same bytes. A
@@ -27,7 +27,7 @@ class State:
     whole: dict = dataclasses.field(default_factory=dict)  # key: bare name
     stale: int = 0
     orphans: list = dataclasses.field(default_factory=list)
-    wrong: list = dataclasses.field(default_factory=list)  # texts: what is not whole
+    wrong: list = dataclasses.field(default_factory=list)  # texts about files that are not whole
 
 
 def read_records(database):
@@ -62,11 +62,11 @@ def records(database):
 
 
 def wave_fault(data):
-    """What keeps the bytes from being one whole stereo 16-bit WAVE file, or None."""
+    """The reason why the bytes are not one whole stereo 16-bit WAVE file, or None."""
     if len(data) < 12 or data[:4] != b"RIFF" or data[8:12] != b"WAVE":
         return "no WAVE header"
     if struct.unpack_from("<I", data, 4)[0] != len(data) - 8:
-        return "the length in the header is not the file's"
+        return "the length in the header is not that of the file"
     at, names = 12, []
     while at + 8 <= len(data):
         name, size = struct.unpack_from("<4sI", data, at)
@@ -80,19 +80,19 @@ def wave_fault(data):
 
 
 def peak_fault(data):
-    """What keeps the bytes from being one whole peak file, or None."""
+    """The reason why the bytes are not one whole peak file, or None."""
     if len(data) < 20 or data[:8] != b"ORLOXWPK":
         return "no header of a peak file"
     version, channels, blocks = struct.unpack_from("<IiI", data, 8)
     if version != 1 or not 1 <= channels <= 16 or blocks == 0:
-        return "a header that nothing writes"
+        return "a header that no version writes"
     if len(data) != 20 + blocks * (1 + 2 * channels):
-        return "the number of blocks in the header is not the file's"
+        return "the number of blocks in the header is not that of the file"
     return None
 
 
 class Reference:
-    """The files of a cache that nothing disturbed, by their keys."""
+    """The files of an undisturbed cache, by their keys."""
 
     def __init__(self, database, cache):
         self.files = {key: (cache / name).read_bytes() for key, name in records(database).items()}

@@ -23,9 +23,9 @@ MAX_SECONDS = 60  # a command that takes longer hangs
 class Command:
     name: str
     arguments: tuple
-    starts_filled: bool = False  # with a cache that has everything
+    starts_filled: bool = False  # with a complete cache
     outputs: tuple = ()  # names in the folder of outputs
-    records: int = 0  # files with a record that a run leaves at least
+    records: int = 0  # files with a record after a run, at least
     empties: bool = False  # the cache
 
 
@@ -132,14 +132,14 @@ class Workshop:
             self.must_run(self.filled, Command(name, (name, *SHORT, LONG)))
 
     def must_run(self, box, command):
-        """What the command prints."""
+        """The output of the command."""
         code, text, error = box.run(command)
         if code != 0:
             raise SystemExit(f"an undisturbed run of '{command.name}' exits {code}: {error}")
         return text
 
     def undisturbed(self, command):
-        """(what it prints, {name: bytes} of the outputs) of a run that nothing disturbs."""
+        """(its output, {name: bytes} of the output files) of an undisturbed run."""
         box = self.box("undisturbed")
         box.prepare(command)
         text, outputs = self.must_run(box, command), box.outputs()

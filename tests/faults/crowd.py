@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Four programs that want the same files at the same moment."""
+"""Four programs that need the same files at the same time."""
 
 from commands import COMMANDS
 from figures import Figure

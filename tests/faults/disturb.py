@@ -106,7 +106,7 @@ def was_reached(fault, log, code):
 
 
 def disturb(box, fault):
-    """Runs the command of a fault in the box, judges what is left, and then the next run."""
+    """Runs the command of a fault in the box, judges its result, and then that of the next run."""
     command = COMMANDS[fault.command]
     box.prepare(command, has_old_outputs=fault.number % 2 == 1)
     log = box.folder.with_name(box.folder.name + ".log")

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""What failing calls, killed processes, power cuts and crowds of programs leave of results and cache.
+"""Checks results and cache after failing calls, kills, power cuts and crowds of programs.
 
     faults.py SONREL FAULTFS [--depth quick|full] [--jobs N] [--seconds N] [--kills N]
               [--limit N] [--rounds N] [--only WORD] [--details FILE]
@@ -79,7 +79,7 @@ class Driver:
         return [*failing(fault, outcome.wrong), following]
 
     def faults_of(self, name):
-        """Those of a command, a sample of them in a quick run."""
+        """The faults of a command, a sample of them in a quick run."""
         counts = self.in_a_box(Counts, COMMANDS[name])
         limit = self.options.limit
         faults = [*parts.failures(counts, name, limit), *parts.deaths(counts, name, limit)]
@@ -89,7 +89,7 @@ class Driver:
         return faults
 
     def tasks(self):
-        """(name, function, arguments) of everything, the longest first."""
+        """(name, function, arguments) of all parts, the longest first."""
         options = self.options
         yield "storm", self.script, "storm.py", self.shop.folder / "storm", "--seconds", \
             str(options.seconds)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Figures of the fault tests: what was counted, and how much of it was wrong.
+"""Figures of the fault tests: the number of cases, and how many of them were wrong.
 
 As JSON, a figure is one object on one line: {"figure": "...", "count": 7, "wrong": 0}.
 """
@@ -13,10 +13,10 @@ class Figure:
     name: str
     count: int = 0
     wrong: int = 0
-    details: list = dataclasses.field(default_factory=list)  # texts about what is wrong
+    details: list = dataclasses.field(default_factory=list)  # texts about wrong cases
 
     def add(self, faults):
-        """Counts one case, with the texts about what is wrong in it."""
+        """Counts one case, with texts about its faults."""
         self.count += 1
         self.wrong += bool(faults)
         self.details += faults

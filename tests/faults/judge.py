@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What is wrong after a run of a command, as a list of (kind, text)."""
+"""The faults after a run of a command, as a list of (kind, text)."""
 
 import re
 
@@ -9,16 +9,16 @@ from commands import OLD
 KINDS = ("crash", "hang", "wrong bytes", "not whole", "left behind", "message", "not continued")
 # Words of the database library, and of a program that ends by an exception.
 FOREIGN = re.compile(r"UNIQUE|constraint|SQLITE|SQL |SELECT|INSERT|no such table|terminate|what\(\)")
-DESTRUCTIVE = re.compile(r"move it away")  # for a damaged database alone
+DESTRUCTIVE = re.compile(r"move it away")  # for a damaged database only
 
 
 def message_fault(text, box):
-    """What is wrong with the message of a failure, or None."""
+    """The fault of a failure's message, or None."""
     lines = text.splitlines()
     if len(lines) != 1 or not lines[0].startswith("sonrel: ") or len(lines[0]) < 20:
         return f"not one line: {text[:500]!r}"
     if FOREIGN.search(text):
-        return f"words that no user knows: {text!r}"
+        return f"words of the implementation: {text!r}"
     if DESTRUCTIVE.search(text):
         return f"advice that costs the database: {text!r}"
     names = re.findall(r"'([^']*/[^']*)'", text)
@@ -40,7 +40,7 @@ class Judge:
         self.found.append((kind, text))
 
     def done(self, text):
-        """After exit 0: everything is as without a disturbance."""
+        """After exit 0: everything is the same as without a disturbance."""
         if self.box.outputs() != self.expected:
             self.wrong("wrong bytes", f"outputs {sorted(self.box.outputs())}")
         if self.command.name.startswith("align") and text != self.text:
@@ -51,7 +51,7 @@ class Judge:
             self.wrong("not whole", f"{len(self.state.whole)} of {self.command.records} records")
 
     def outputs_are_old(self, may_name, may_leave):
-        """Each output is absent or old, or where it may be named whole."""
+        """Each output is absent or old, or whole where it may have been named."""
         for name, data in self.box.outputs().items():
             if name not in self.expected:
                 if not may_leave:
@@ -91,7 +91,7 @@ def judge(box, command, result, was_killed=False, may_leave=False, may_name=Fals
 
 
 def judge_next(box, command):
-    """What is wrong with an undisturbed run in a box that a disturbed run left."""
+    """The faults of an undisturbed run in a box after a disturbed run."""
     code, text, error = result = box.run(command)
     if code != 0:
         return [("not continued", f"the next run exits {code}: {error[:500]}")]

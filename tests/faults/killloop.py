@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: MIT
 """Kills the program at random moments of its run.
 
-The box is not emptied between the rounds: damage has to survive what comes after. A moment is drawn
-from the time that the quickest of three runs of the command took, so that most kills hit a program
-that still runs. The others are not counted.
+The box is not emptied between the rounds, so that the damage of a kill meets the next commands. A
+moment is random within the time of the quickest of three runs of the command, so that most kills hit
+a program that still runs. Other kills are not counted.
 """
 
 import random
@@ -23,7 +23,7 @@ CHECK_EVERY = 10  # kills, with an undisturbed run
 
 
 def quickest(box, commands):
-    """Seconds of the quickest of three runs of each command, each run as a round begins it."""
+    """Seconds of the quickest of three runs of each command, each from the start of a round."""
     times = [[] for _ in commands]
     for _ in range(3):
         for command, list_of_times in zip(commands, times):

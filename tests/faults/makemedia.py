@@ -18,12 +18,12 @@ def write_wave(path, rate, channels, samples):
 
 
 def write_noise(path, rate):
-    """A second of stereo noise; each rate has its own."""
+    """A second of stereo noise, different for each rate."""
     write_wave(path, rate, 2, random.Random(rate).randbytes(4 * rate))
 
 
 def write_tone(path, rate, seconds):
-    """A tone whose pitch moves, so that no two places sound alike."""
+    """A tone whose pitch changes, so that no two places are alike."""
     values = (round(9000 * math.sin(2 * math.pi * 300 * t / rate + 40 * math.sin(t / rate)))
               for t in range(rate * seconds))
     write_wave(path, rate, 1, b"".join(struct.pack("<h", value) for value in values))

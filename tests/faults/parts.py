@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""The table of what is disturbed: for each command its targets, and for each target the operations
-that must be reached."""
+"""The table of disturbances: for each command its targets, and for each target the operations that
+must be reached."""
 
 from disturb import Fault
 
@@ -41,7 +41,7 @@ ERRORS = {
     "rename": "EIO ENOSPC EACCES EROFS", "unlink": "EIO EACCES EROFS",
     "mkdir": "EIO ENOSPC EACCES EROFS", "close": "EIO ENOSPC", "stat": "EIO EACCES",
 }
-# Operations that no user notices the interruption of.
+# Operations whose interruption no user notices.
 INTERRUPTED = {"create", "open", "write", "read", "fsync", "unlink", "close"}
 # The database library does not repeat the others; it reports them, and that is allowed.
 INTERRUPTED_IN_DATABASE = {"open", "write", "read"}
@@ -50,7 +50,7 @@ QUOTAS = 20  # sizes of a full disk for one command
 
 
 def points(count, limit):
-    """At most so many numbers from 1 to count, spread evenly, the first and the last included."""
+    """At most `limit` numbers from 1 to count, spread evenly, the first and the last included."""
     if count <= limit:
         return range(1, count + 1)
     return sorted({1 + round(i * (count - 1) / (limit - 1)) for i in range(limit)})
@@ -89,7 +89,7 @@ def failures(counts, command, limit):
         for mode, error, must_succeed in modes(target, operation):
             for number in points(count, limit):
                 yield Fault(command, target, operation, mode, error, number, must_succeed)
-    for operation in ("open", "create"):  # descriptors are used up
+    for operation in ("open", "create"):  # no descriptors are left
         for number in points(counts.counted["all files", operation], 2 * limit):
             yield Fault(command, "all files", operation, "forever", "EMFILE", number)
     size = counts.bytes["all files", "write"]

@@ -1,6 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Faults that are planted, so that the tools prove to see what is wrong before they say that nothing
-is."""
+"""Planted faults, which the tools must detect before their results count."""
 
 from commands import COMMANDS, OLD
 from figures import Figure
@@ -27,7 +26,7 @@ def flip(path):
 
 
 def kinds(box, command, plant, result, was_killed=False):
-    """The kinds of faults that are seen after something was planted in a good box."""
+    """The kinds of faults that are detected after a fault was planted in a good box."""
     box.prepare(command)
     code, text, error = box.run(command)
     plant()
@@ -36,7 +35,7 @@ def kinds(box, command, plant, result, was_killed=False):
 
 
 def seen(box):
-    """(what was planted, whether it was seen)."""
+    """(the planted fault, whether it was detected)."""
     def nothing():
         pass
 
@@ -66,11 +65,11 @@ def seen(box):
         states, _ = powercut.run(box, name, "posix", 2, 2, 10**9, forgotten="*.xw??")
         yield f"missing syncs: {name}", states.wrong > 0
     old = kinds(box, MIX, lambda: (box.out / "m.wav").write_bytes(OLD), None, True)
-    yield "an older output that a killed program left", old == set()
+    yield "an older output of a killed program", old == set()
 
 
 def run(box):
-    figure = Figure("planted faults that are seen")
-    for name, was_seen in seen(box):
-        figure.add([] if was_seen else [f"not seen: {name}"])
+    figure = Figure("planted faults that are detected")
+    for name, was_detected in seen(box):
+        figure.add([] if was_detected else [f"not detected: {name}"])
     return [figure]

@@ -1,20 +1,20 @@
 # SPDX-License-Identifier: MIT
-"""Simulates losing power at every point of a recorded run.
+"""Simulates a loss of power at every point of a recorded run.
 
-The journal is what the fault library recorded of a run. For each point of the journal the box is
-rebuilt as a disk could hold it if power went there, and judged.
+The journal is the record of a run by the fault library. For each point of the journal the box is
+rebuilt in the states that a disk could have after a loss of power there, and judged.
 
-What a sync has covered is always there. Of what it has not, three variants are made:
-  none  nothing reached the disk
-  all   everything did, as after a killed process
+Synced data are always present. Of the other data three variants are made:
+  none  no data reached the disk
+  all   all data did, as after a killed process
   rand  several times: each write kept or lost by chance, some of them torn at 512 bytes
-Two rules hold for names (create, rename, unlink, mkdir, link):
-  ordered  names reach the disk in order, and any sync takes all earlier ones along, as journaling
-           file systems do it
+Two rules apply to names (create, rename, unlink, mkdir, link):
+  ordered  names reach the disk in order, and any sync includes all earlier names, as in journaling
+           file systems
   posix    a name is safe only when its folder was synced after it (a new file's also when the file
            itself was); the others are kept or lost one by one
-Stores through a mapping are not in the journal: the database's -shm file is made anew when the
-database is opened.
+Stores through a mapping are not in the journal: the -shm file of the database is made again when
+the database is opened.
 """
 
 import collections
@@ -83,7 +83,7 @@ def is_nameless(path):
 
 
 class File:
-    """What one file held at first, and what was done to it."""
+    """The initial content of one file, and the changes of it."""
 
     def __init__(self, base=b""):
         self.base = base
@@ -131,7 +131,7 @@ class Disk:
                 self.names[there] = File(path.read_bytes())
 
     def follow(self):
-        """Gives each record its file."""
+        """Assigns each record its file."""
         names, by_inode = dict(self.names), {}
         for record in self.records:
             if record.kind == Kind.CREATE:
@@ -180,7 +180,7 @@ class Disk:
             name.index < sync < point for sync in self.owner[name.index].syncs)
 
     def build(self, place, point, model, variant, chance):
-        """Writes the folder as power lost at that point could leave it."""
+        """Writes the folder in a state that a loss of power at that point could leave."""
         names, folders = dict(self.names), set(self.folders)
         for record in self.kept_names(point, model, variant, chance):
             if record.kind == Kind.CREATE:
@@ -204,7 +204,7 @@ class Disk:
 
 
 class Recorded:
-    """A run of a command in a box, with the journal of what it did there."""
+    """A run of a command in a box, with the journal of its changes."""
 
     def __init__(self, box, command, forgotten=""):
         self.box, self.command = box, command

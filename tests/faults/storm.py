@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Programs that convert, convert again, clean, mix and make peaks, all on one cache at once.
+"""Programs that conform, conform again, clean, mix and make peaks, all on one cache at once.
 
     storm.py SONREL FOLDER [--seconds N] [--crowd N] [--seed N]
 
@@ -26,7 +26,7 @@ from figures import Figure
 from judge import FOREIGN
 import makemedia
 
-MEDIA = 14  # more than a mixer keeps open
+MEDIA = 14  # more than a mixer has open
 KINDS = ("conform", "force", "clean", "mix", "peaks")
 MAX_SECONDS_OF_A_COMMAND = 120
 
@@ -78,7 +78,7 @@ class Storm:
         return self.with_output(cache, label + ".json", "peaks", self.media(name), "--export")
 
     def some(self):
-        """A few media files, drawn anew each time."""
+        """A few media files, chosen anew for each command."""
         with self.lock:
             return self.random.sample(self.names, 4)
 
@@ -133,7 +133,7 @@ class Storm:
             worker.join()
 
     def at_the_end(self):
-        """What is wrong with the cache: (texts about files, files without a record)."""
+        """The faults of the cache: (texts about files, files without a record)."""
         def places(name):
             return self.folder / name / "media.db", self.folder / name / "cache"
         state = look(*places("shared"), Reference(*places("reference")))
@@ -152,7 +152,7 @@ class Storm:
 
 
 def general(message):
-    """A message without what differs from run to run."""
+    """A message without the parts that differ from run to run."""
     message = re.sub(r"'[^']*'|\"[^\"]*\"", "FILE", message.strip())
     message = re.sub(r"process \d+( \([^)]*\))?", "process N", message)
     return re.sub("[0-9]+ of [0-9]+", "N of N", message)
