@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Mixes a recording of its own making through the installed library and checks every sample.
+// Mixes a generated recording through the installed library and checks every sample.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -22,9 +22,9 @@ namespace project = orlo::project;
 using orlo::sonrel::Sonrel;
 
 constexpr int RATE = 48000;
-constexpr int FRAMES = 25;  // one second at the sequence's own 25 frames a second
+constexpr int FRAMES = 25;  // one second at the sequence's 25 frames a second
 
-/// A ramp that no other second of sound has: left counts up by 1, right down by 3.
+/// A ramp: left counts up by 1, right down by 3.
 std::vector<std::int16_t> MakeSamples() {
     std::vector<std::int16_t> samples;
     for (int i = 0; i < RATE; ++i) {

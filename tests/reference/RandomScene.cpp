@@ -128,7 +128,7 @@ void Realise(const reference::Level& level, project::PropertyManager& animation)
     }
 }
 
-/// What objects and layers share.
+/// The part that objects and layers share.
 template <class Placed>
 void Realise(const reference::Clip& clip, Placed& placed) {
     placed.SetRange(clip.startFrame, clip.endFrame);

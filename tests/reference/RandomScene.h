@@ -13,7 +13,7 @@ namespace sonrel_tests {
 
 namespace reference = orlo::sonrel::reference;
 
-/// The media that all scenes of a program draw from, written once.
+/// The media of all scenes of a program, written once.
 class MediaShelf {
 public:
     MediaShelf();
@@ -29,7 +29,7 @@ private:
 
 const MediaShelf& Shelf();
 
-/// What a random scene may contain beside objects, levels, balance, mute and solo.
+/// The parts of a random scene in addition to objects, levels, balance, mute and solo.
 struct SceneKind {
     reference::Settings settings;
     bool speeds = true;
@@ -38,7 +38,7 @@ struct SceneKind {
     bool compositions = false;
 };
 
-/// A small scene; its media are those of the shelf.
+/// A small scene with these media.
 reference::Scene MakeRandomScene(const SceneKind& kind, std::mt19937& random);
 
 /// The project of a scene, with its parts by the scene's indices.

@@ -121,7 +121,7 @@ Found Join(const ReferenceCorrelation& l, const ReferenceCorrelation& r) {
         return found;
     }
     if (l.correlation >= r.correlation) return {l.correlation, l.offset, 0, 0};
-    // A search that found nothing names the left channel.
+    // A search without a match returns the left channel.
     return {r.correlation, r.offset, 0, 1};
 }
 
@@ -189,7 +189,7 @@ ReferenceCorrelation Search(const Recording& reference, const Recording& other, 
     return {best.correlation, best.offset};
 }
 
-/// The list of loud windows: highest first, later equals behind, ten at most.
+/// The list of loud windows: the loudest first, equal windows in order of time, ten at most.
 template <class Key>
 void EnterWindow(std::vector<std::pair<Key, long long>>& list, Key key, long long position) {
     if (!list.empty() && key < list.back().first) return;

@@ -6,8 +6,8 @@
 
 #include "tests/support/ProjectBuilder.h"
 
-/// The alignment of recordings, written down step by step on plain arrays: no threads, no reuse,
-/// one operation a line. What the engine does faster has to give the same bits.
+/// The reference of the alignment: step by step on plain arrays, without threads and reuse, one
+/// operation a line. The engine must compute the same bits.
 namespace sonrel_tests {
 
 struct ReferenceCorrelation {
@@ -15,7 +15,7 @@ struct ReferenceCorrelation {
     long long offset = 0;
 };
 
-/// A recording as the alignment sees it.
+/// The parts of a recording that the alignment uses.
 struct Recording {
     Samples samples;  ///< conformed, interleaved
     int rate = 8000;  ///< conformed
@@ -33,7 +33,7 @@ struct ReferenceSearchSegment {
     long long length = 0;
 };
 
-/// What a peak file says of 32 sample frames.
+/// The data of 32 sample frames in a peak file.
 struct PeakBlock {
     unsigned char rms = 0;
     signed char minimum[2] = {0, 0};
@@ -50,7 +50,7 @@ ReferenceCorrelation ReferenceCrossCorrelate(const float* a, int strideA, const 
 ReferenceCorrelation ReferenceCompareRanges(const Recording& a, const Recording& b, int count,
                                             long long startA, long long startB);
 std::vector<ReferenceSearchSegment> ReferenceSearchSegments(const Recording& reference);
-/// @param refines  false: the search was cancelled before it measured anything once more
+/// @param refines  false: the search was cancelled before it refined a candidate
 ReferenceCorrelation ReferenceFindOffset(const Recording& a, const Recording& b, int sampleRate,
                                          bool refines = true);
 

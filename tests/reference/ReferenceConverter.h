@@ -11,7 +11,7 @@
 
 namespace orlo::sonrel::reference {
 
-/// Sample conversion written down as its rules are told, one frame after the other.
+/// The reference of the sample conversion: the documented rules, one frame after the other.
 class SampleConverter {
 public:
     SampleConverter(DitherType type, unsigned int seed) : type_(type), engine_(seed) {}
@@ -41,7 +41,7 @@ public:
         }
     }
 
-    /// Rounding decides about clipping; what is stored is the value cut toward zero.
+    /// Rounding decides about clipping; the stored value is truncated.
     static short Quantise(float x) {
         const double wide = x;
         const double r = wide > 0.0 ? std::floor(wide + 0.5) : std::ceil(wide - 0.5);

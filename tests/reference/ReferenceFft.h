@@ -8,8 +8,8 @@
 
 namespace sonrel_tests {
 
-/// The combining of two transformed halves, written down plainly: the recursion, then one butterfly
-/// a point, the factor advancing from each to the next.
+/// Combines two transformed halves: first the recursion, then one butterfly for each point, the
+/// factor advancing from each to the next.
 /// @param data  2 * points doubles in bit-reversed order
 inline void ReferenceApply(double* data, unsigned int points) {
     if (points < 2) return;
@@ -40,7 +40,7 @@ inline void ReferenceApply(double* data, unsigned int points) {
     }
 }
 
-/// The forward transform in place, written down plainly.
+/// The reference of the transform: forward, in place.
 /// @param points  a power of two
 inline void ReferenceFft(double* data, unsigned int points) {
     unsigned int bits = 0;

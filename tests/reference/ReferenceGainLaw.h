@@ -6,7 +6,7 @@
 
 #include "tests/reference/ReferenceMeter.h"
 
-/// The gain law written down as its rules are told, one frame after the other.
+/// The reference of the gain law: the documented rules, one frame after the other.
 namespace orlo::sonrel::reference {
 
 inline float LeftGain(float balance) {

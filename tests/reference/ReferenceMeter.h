@@ -11,8 +11,8 @@
 
 namespace orlo::sonrel::reference {
 
-/// A meter written down as its rules are told, one frame after the other. ProcessSamples is kept
-/// out of line, as a member of an exported class is for the code that calls it.
+/// The reference of a meter: the documented rules, one frame after the other. ProcessSamples is not
+/// inlined, like a member of an exported class.
 class AudioMeter {
 public:
     void StartMeterSession(int blockFrames) {

@@ -40,7 +40,7 @@ float LevelAt(const Level& level, double seconds) {
     return static_cast<float>(v0 + (v1 - v0) * fraction);
 }
 
-/// Cuts a request into blocks and runs them; the checks of sequences and compositions.
+/// Divides a request into blocks and runs them; the checks of sequences and compositions.
 template <class Block>
 int Walk(const Settings& settings, long long start, int count, short* output, int rateOverride,
          int sampleRate, Block block) {

@@ -10,11 +10,11 @@
 #include "tests/reference/ReferenceConverter.h"
 #include "tests/reference/ReferenceMeter.h"
 
-/// A whole mix written down as its rules are told: plain data in, one step after the other, no
-/// table, cache or pool. What the mixer has to match byte for byte.
+/// The reference of a whole mix: the documented rules on plain data, one step after the other,
+/// without table, cache or pool. The mixer must match it byte for byte.
 namespace orlo::sonrel::reference {
 
-/// A level in dB: key frames in milliseconds in rising order, or one value.
+/// A level in dB: key frames in milliseconds in ascending order, or one value.
 struct Level {
     struct Key {
         int ms = 0;
@@ -39,7 +39,7 @@ struct Effect {
     bool enabled = true;
 };
 
-/// @see Clip; the indices name clips of the same track, -1 none
+/// @see Clip; the indices are those of clips of the same track, -1 for none
 struct Transition {
     std::shared_ptr<project::AbstractPluginAudioTransition> plugin;
     int from = -1;

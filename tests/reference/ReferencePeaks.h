@@ -13,7 +13,7 @@
 #include "sonrel/base/ZRMediaTypes.h"
 #include "sonrel/cache/PeakFile.h"
 
-/// Peak files written down as their rules are told, one sample and one byte after the other.
+/// The reference of peak files: the documented rules, one sample and one byte after the other.
 namespace orlo::sonrel::reference {
 
 /// Minimum and maximum of each channel, and RMS.
@@ -37,7 +37,7 @@ inline double Limited(double x) {
     return x;
 }
 
-/// The value of a stored sample. @return false for what has none
+/// The value of a stored sample. @return false for a sample without a value
 inline bool ValueOf(zrh::media::ZRSampleDataType type, int bits, const unsigned char* at,
                     double* x) {
     if (type == zrh::media::ZRSampleDataType::Integer && bits == 8) {
@@ -60,7 +60,7 @@ inline bool ValueOf(zrh::media::ZRSampleDataType type, int bits, const unsigned 
     return true;
 }
 
-/// Analyses a block; of samples that have no value @p peaks keeps what it holds.
+/// Analyses a block; samples without a value leave @p peaks unchanged.
 inline void Analyse(zrh::media::ZRSampleDataType type, int bits, const unsigned char* samples,
                     int channels, int frames, BlockPeaks* peaks) {
     double x = 0.0;
@@ -96,7 +96,7 @@ inline std::vector<unsigned char> Quantised(const BlockPeaks& peaks) {
     return bytes;
 }
 
-/// The reader of a file that has a good header.
+/// The reader of a file with a valid header.
 class PeakReader {
 public:
     PeakReader(const std::string& path, int channels, int blocks)

@@ -9,8 +9,8 @@
 
 namespace orlo::sonrel::reference {
 
-/// The resampler written down as its formula is told, without any table: what the shipped routine
-/// has to match byte for byte.
+/// The reference of the resampler: the documented formula, without any table. The resampler must
+/// match it byte for byte.
 inline void ResampleStereo(int rate, double speed, const short* source, int sourceOffset,
                            int sourceCount, short* output, int outputCount) {
     const double cutoff = (rate * 0.5 - 1.0) / rate;

@@ -9,7 +9,7 @@
 #include "tests/support/WaveBytes.h"
 
 // Timelines of constant media, mixed by the program at 48000 Hz and 25 frames a second, so that
-// every gain of a transition or a fade can be read off the samples. A frame has 1920 samples.
+// every gain of a transition or a fade can be read from the samples. A frame has 1920 samples.
 namespace sonrel_tests {
 namespace {
 
@@ -42,7 +42,7 @@ protected:
         WriteFile(shop_.Work("b.wav"), ConstantWav(40, 20000, 1000));
     }
 
-    /// Mixes without dither. Only the first track sounds in what At gives.
+    /// Mixes without dither. Only the first track sounds in the result of At.
     void Mix(std::vector<Json> items) {
         WriteFile(shop_.Work("edit.otio"), Timeline({Track(std::move(items))}).dump());
         const ProgramResult result =
@@ -131,8 +131,8 @@ TEST_F(TransitionScenario, OffsetsOfDifferentLengthsMoveTheMiddleAwayFromTheJoin
     EXPECT_EQ(At(13), (Sample{20000, 1000}));
 }
 
-TEST_F(TransitionScenario, WhereTheNeighbourHasNoMaterialItsSideIsSilent) {
-    // b.wav begins at its own first sample, so that there is nothing of it before the join.
+TEST_F(TransitionScenario, ANeighbourWithoutSamplesIsSilent) {
+    // b.wav begins at its own first sample, so that it has no samples before the join.
     Mix({Clip("a.wav", 0, 10), WithOurs(Dissolve(2, 2), {{"curve", "linear"}}),
          Clip("b.wav", 0, 10)});
 
@@ -140,7 +140,7 @@ TEST_F(TransitionScenario, WhereTheNeighbourHasNoMaterialItsSideIsSilent) {
     EXPECT_EQ(At(10), (Sample{15000, -500}));
 }
 
-TEST_F(TransitionScenario, ATransitionBesideAGapFadesToSilenceOnTheClip) {
+TEST_F(TransitionScenario, ATransitionNextToAGapFadesToSilenceOnTheClip) {
     Mix({Clip("a.wav", 0, 10), WithOurs(Dissolve(4, 0), {{"curve", "linear"}}), Gap(5)});
 
     EXPECT_EQ(At(6), (Sample{10000, -2000}));
@@ -150,7 +150,7 @@ TEST_F(TransitionScenario, ATransitionBesideAGapFadesToSilenceOnTheClip) {
     EXPECT_EQ(At(10), (Sample{0, 0}));
 }
 
-TEST_F(TransitionScenario, ATransitionAtTheTracksBeginningFadesFromSilence) {
+TEST_F(TransitionScenario, ATransitionAtTheStartOfATrackFadesFromSilence) {
     Mix({WithOurs(Dissolve(0, 4), {{"curve", "linear"}}), Clip("a.wav", 0, 10)});
 
     EXPECT_EQ(At(0), (Sample{0, 0}));
@@ -158,7 +158,7 @@ TEST_F(TransitionScenario, ATransitionAtTheTracksBeginningFadesFromSilence) {
     EXPECT_EQ(At(4), (Sample{10000, -2000}));
 }
 
-TEST_F(TransitionScenario, FadesRunBehindTheChain) {
+TEST_F(TransitionScenario, FadesRunAfterTheChain) {
     // 20 dB down is a tenth; the fade then halves it in the middle of its four frames.
     Mix({WithOurs(Clip("a.wav", 0, 10),
                   {{"effects", {{{"plugin", "gain"}, {"parameters", {{"gainDb", -20}}}}}},
@@ -185,7 +185,7 @@ TEST_F(TransitionScenario, ADelayRepeatsAClipAtItsTime) {
     EXPECT_EQ(At(2), (Sample{11100, -2220}));
 }
 
-TEST_F(TransitionScenario, ADisabledEffectDoesNothing) {
+TEST_F(TransitionScenario, ADisabledEffectHasNoEffect) {
     Mix({WithOurs(
         Clip("a.wav", 0, 4),
         {{"effects",
@@ -202,7 +202,7 @@ TEST_F(TransitionScenario, ANestedItemFadesAcrossAJoinAsAClipDoes) {
     EXPECT_EQ(At(10), (Sample{15000, -500}));
 }
 
-TEST_F(TransitionScenario, LayersOfANestedItemAddUpWithTheirOwnEffectsAndLevels) {
+TEST_F(TransitionScenario, LayersOfANestedItemAreSummedWithTheirOwnEffectsAndLevels) {
     const Json tenth =
         WithOurs(Clip("b.wav", 0, 10),
                  {{"effects", {{{"plugin", "gain"}, {"parameters", {{"gainDb", -20}}}}}}});
@@ -211,7 +211,7 @@ TEST_F(TransitionScenario, LayersOfANestedItemAddUpWithTheirOwnEffectsAndLevels)
 
     EXPECT_EQ(At(1, 1919), (Sample{10000, -2000}));
     EXPECT_EQ(At(2), (Sample{12000, -1900}));
-    // The nested item is twelve frames long and fades over its last two: b alone, halved.
+    // The nested item is twelve frames long and fades over its last two: only b, halved.
     EXPECT_EQ(At(11), (Sample{1000, 50}));
 }
 

@@ -12,7 +12,7 @@
 namespace sonrel_tests {
 
 /// Runs @p work in another process.
-/// @return its answer, 0 to 90; 99 when it threw; -1 when a signal ended it
+/// @return its result, 0 to 90; 99 when it threw; -1 when a signal ended it
 inline int InAnotherProcess(const std::function<int()>& work) {
     const pid_t child = fork();
     if (child == 0) {
@@ -28,8 +28,8 @@ inline int InAnotherProcess(const std::function<int()>& work) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-/// The same for a user whom permissions bind, as they do not bind root. @return 98 when there is
-/// none
+/// The same as a user for whom permissions apply, which do not apply to root. @return 98 when
+/// there is no such user
 inline int AsAnyone(const std::function<int()>& work) {
     constexpr unsigned NOBODY = 65534;
     return InAnotherProcess([&] {
@@ -38,7 +38,7 @@ inline int AsAnyone(const std::function<int()>& work) {
     });
 }
 
-/// Another process that has done some work and then waits until it is killed.
+/// Another process that does some work and then waits until it is killed.
 class WaitingProcess {
 public:
     /// Returns when the work is done.

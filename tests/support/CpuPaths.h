@@ -10,7 +10,7 @@
 
 namespace orlo::sonrel::test {
 
-/// The paths that this processor can take, the baseline first.
+/// The paths that this processor supports, the baseline first.
 inline std::vector<detail::CpuPath> AvailableCpuPaths() {
     std::vector<detail::CpuPath> paths;
     for (const auto path :

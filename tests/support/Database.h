@@ -9,7 +9,7 @@
 
 namespace sonrel_tests {
 
-/// A plain connection to a database file, to look at it and to do harm to it from outside.
+/// A plain connection to a database file, to examine and to damage it from outside.
 class RawDatabase {
 public:
     explicit RawDatabase(const std::filesystem::path& path) {

@@ -9,7 +9,7 @@
 
 namespace sonrel_tests {
 
-/// A buffer with guard values in front and behind, filled with a value that no test expects.
+/// A buffer with guard values before and after it, filled with a value that no test expects.
 class GuardedBuffer {
 public:
     static constexpr unsigned char FILL = 0xA5;
@@ -46,7 +46,7 @@ public:
         return std::all_of(memory_.begin(), memory_.begin() + GUARD_BYTES, isGuard) &&
                std::all_of(memory_.end() - GUARD_BYTES, memory_.end(), isGuard);
     }
-    /// Nothing was written from @p firstByte on, guards included.
+    /// No byte from @p firstByte on was written, guards included.
     bool UntouchedFrom(std::size_t firstByte) const {
         return GuardsIntact() &&
                std::all_of(memory_.begin() + GUARD_BYTES + firstByte, memory_.end() - GUARD_BYTES,

@@ -26,7 +26,7 @@ inline std::string NumberElement(std::uint32_t id, std::uint64_t value) {
 }
 
 /// A track of sound.
-/// @param setup  what the codec's decoder is set up with; may be empty
+/// @param setup  the set-up data of the decoder; may be empty
 /// @param hertz  the sample rate
 inline std::string SoundTrack(int number, std::string_view codec, std::uint64_t channels,
                               std::string_view setup = {}, double hertz = 48000.0) {
@@ -53,7 +53,7 @@ struct MatroskaPacket {
     std::string bytes;
 };
 
-/// A Matroska file with each packet in a cluster of its own.
+/// A Matroska file with each packet in a separate cluster.
 /// @param fileBytes  the size to fill the file up to with an empty element; 0 for none
 inline std::string MatroskaFile(const std::string& tracks,
                                 const std::vector<MatroskaPacket>& packets,

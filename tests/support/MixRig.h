@@ -16,14 +16,14 @@ namespace sonrel_tests {
 
 namespace sonrel = orlo::sonrel;
 
-/// What a request gave.
+/// The result of a request.
 struct Mix {
     int result = 0;
     GuardedBuffer buffer;
     std::pair<short, short> operator[](int frame) const { return buffer.Frame(frame); }
 };
 
-/// What the rendering of one object or layer gave.
+/// The result of rendering one object or layer.
 struct Rendered {
     int result = 0;
     std::vector<unsigned char> bytes;
@@ -33,13 +33,13 @@ struct Rendered {
         std::memcpy(values, bytes.data() + 4 * static_cast<std::size_t>(frame), sizeof(values));
         return {values[0], values[1]};
     }
-    /// The frames that the result names as valid, interleaved.
+    /// The frames that the result reports as valid, interleaved.
     Samples Valid() const {
         Samples values(result > 0 ? 2 * static_cast<std::size_t>(result) : 0);
         if (!values.empty()) std::memcpy(values.data(), bytes.data(), values.size() * 2);
         return values;
     }
-    /// Frames that the bytes hold.
+    /// Frames in the bytes.
     int Capacity() const { return static_cast<int>(bytes.size() / 4); }
 };
 

@@ -32,7 +32,7 @@ inline Samples Constant(int frames, short left, short right) {
     return MakeSamples(frames, [=](int, int channel) { return channel == 0 ? left : right; });
 }
 
-/// Each frame tells its own position: left is the low 15 bits of the frame number, right is left
+/// Each frame encodes its position: left is the low 15 bits of the frame number, right is left
 /// less 30000.
 inline Samples Counting(int frames) {
     return MakeSamples(frames, [](int frame, int channel) {
@@ -54,8 +54,8 @@ struct Format {
 
 void Apply(const Format& format, project::AudioVideoSettings& settings);
 
-/// A project whose media are conformed files with given samples, in a folder that goes with the
-/// builder.
+/// A project whose media are conformed files with given samples, in a folder that is removed with
+/// the builder.
 class ProjectBuilder {
 public:
     explicit ProjectBuilder(const Format& format = {});
@@ -68,9 +68,9 @@ public:
 
     /// Writes a conformed file at the sequence's rate. @return its path
     std::wstring WriteConformed(const Samples& samples);
-    /// A media asset whose stream has such a file and is available.
+    /// A media asset whose stream has a conformed file and is available.
     std::shared_ptr<project::MediaAsset> AddMedia(const Samples& samples);
-    /// The same with a file that is there already.
+    /// The same with an existing file.
     std::shared_ptr<project::MediaAsset> AddMediaFile(const std::wstring& conformedPath);
     /// A media asset without an audio stream.
     std::shared_ptr<project::MediaAsset> AddSilentMedia();

@@ -9,13 +9,13 @@
 
 namespace orlo::sonrel::test {
 
-/// Signals that search out where a resampler could go wrong, as interleaved stereo samples.
+/// Signals that show the faults that a resampler could have, as interleaved stereo samples.
 enum class Signal {
     Noise,          ///< full-scale white noise
     TinyNoise,      ///< -1, 0 and 1: sums near zero
     NyquistSquare,  ///< full scale, the sign changes with each frame
     SlowSquare,     ///< full scale, the sign changes every 50 frames: sums beyond 16 bits
-    Constant,       ///< direct current: the same sums over and over
+    Constant,       ///< direct current: equal sums
     Impulses,       ///< single full-scale frames: each output is one weight
     Sine,           ///< 997 Hz at 48000
     Silence,

@@ -49,8 +49,8 @@ struct ProcessCall {
     friend bool operator==(const ProcessCall&, const ProcessCall&) = default;
 };
 
-/// An audio effect that writes down its calls and does what a test says. Left alone it needs the
-/// range that it delivers and changes nothing.
+/// An audio effect that records its calls and behaves as a test sets it. By default it needs the
+/// range that it delivers and changes no sample.
 class SpyEffect : public project::AbstractPluginAudio {
 public:
     std::vector<RangesCall> rangesCalls;
@@ -106,8 +106,8 @@ struct TransitionCall {
     int joinOffsetMs = 0;
 };
 
-/// A transition that writes down its calls and does what a test says. Left alone it leaves the
-/// block's own object as it is. The pointers of a call are valid only while it runs.
+/// A transition that records its calls and behaves as a test sets it. By default it does not change
+/// the block's own object. The pointers of a call are valid only while it runs.
 class SpyTransition : public project::AbstractPluginAudioTransition {
 public:
     std::vector<TransitionCall> calls;

@@ -16,7 +16,7 @@
 
 namespace sonrel_tests {
 
-/// A folder of one test, gone with everything in it at the end.
+/// A folder of one test, which is removed with its content at the end.
 class TemporaryFolder {
 public:
     TemporaryFolder() {
@@ -54,7 +54,7 @@ inline std::string ReadFile(const std::filesystem::path& path) {
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-/// The lines of a text file without their line feeds; none for a file that is not there.
+/// The lines of a text file without their line feeds; none for a file that does not exist.
 inline std::vector<std::string> ReadLines(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
     std::vector<std::string> lines;

@@ -11,7 +11,7 @@ namespace sonrel_tests {
 
 namespace project = orlo::project;
 
-/// A number in which every argument of a plugin's operation leaves its trace.
+/// A number that depends on every argument of a plugin's operation.
 inline std::uint32_t TraceOf(std::initializer_list<long long> arguments) {
     std::uint64_t trace = 1469598103934665603u;
     for (const long long argument : arguments) {
@@ -20,12 +20,12 @@ inline std::uint32_t TraceOf(std::initializer_list<long long> arguments) {
     return static_cast<std::uint32_t>(trace >> 32);
 }
 
-/// An effect whose needs and whose output depend on every argument that it is given: the mean of
-/// each sample and the one @p back before, with the trace of the call in the lowest bits.
+/// An effect whose ranges and output depend on every argument: the mean of each sample and the
+/// sample @p back frames before it, with the trace of the call in the lowest bits.
 class TracingEffect : public project::AbstractPluginAudio {
 public:
-    /// @param back   frames that it needs in front of what it delivers
-    /// @param ahead  frames behind it
+    /// @param back   frames that it needs before the delivered range
+    /// @param ahead  frames that it needs after the delivered range
     TracingEffect(int back, int ahead) : back_(back), ahead_(ahead) {}
 
     int PluginKind() const override { return 1; }
@@ -63,7 +63,7 @@ private:
     int ahead_;
 };
 
-/// A transition whose output depends on every argument that it is given.
+/// A transition whose output depends on every argument.
 class TracingTransition : public project::AbstractPluginAudioTransition {
 public:
     int PluginKind() const override { return 1; }

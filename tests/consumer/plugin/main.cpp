@@ -39,7 +39,7 @@ void Expect(bool holds, const char* what) {
     if (!holds) throw std::runtime_error(what);
 }
 
-/// What a plugin library gives, as the interface that it is.
+/// A plugin of a plugin library, by its interface.
 template <class Plugin>
 std::shared_ptr<Plugin> Load(void* library, const char* name) {
     using Maker = project::AbstractPlugin* (*)();
@@ -111,7 +111,7 @@ private:
     std::shared_ptr<sonrel::Sonrel> engine_;
 };
 
-/// The first clip comes 100 samples late; the second is as it was recorded.
+/// The first clip is 100 samples late; the second is unchanged.
 void CheckEffect(Host& host, void* library) {
     const auto effect =
         host.First().AddEffect(Load<project::AbstractPluginAudio>(library, "MakeLate"));
@@ -123,7 +123,7 @@ void CheckEffect(Host& host, void* library) {
     host.First().Effects().Remove(effect);
 }
 
-/// An exception of a plugin reaches the host, and the next mix is as if nothing had been.
+/// An exception of a plugin reaches the host, and does not change the next mix.
 void CheckFault(Host& host, void* library) {
     const auto effect =
         host.First().AddEffect(Load<project::AbstractPluginAudio>(library, "MakeFaulty"));

@@ -14,7 +14,7 @@ namespace project = orlo::project;
 
 constexpr int LATE = 100;  // sample frames
 
-/// Everything comes 100 sample frames late, which it asks to hear before its block.
+/// Delays by 100 sample frames, which it requests before its block.
 class Late : public project::AbstractPluginAudio {
 public:
     int PluginKind() const override { return 1; }

@@ -8,7 +8,7 @@
 namespace sonrel_tests {
 
 struct FakeMediaDBCalls {
-    /// Notes a call and fails where the test wants it to.
+    /// Records a call and fails where the test requires it.
     static void Note(const std::string& operation, const std::string& detail = {}) {
         FakeMediaDB& fake = FakeMediaDB::Instance();
         const std::lock_guard<std::mutex> guard(fake.mutex_);
@@ -148,7 +148,7 @@ List All(const Records& records) {
     return list;
 }
 
-/// The database refuses a second record of one key.
+/// The database refuses a second record of a key.
 template <class Records, class Key>
 void RefuseTwice(const Records& records, const Key& key) {
     if (Has(records, key)) throw std::runtime_error("the key is there already");

@@ -15,9 +15,9 @@
 namespace sonrel_tests {
 
 /// The media database of a test program: the bodies of `MediaDB` over lists in memory, one database
-/// for all connections, whatever paths they name. It has no age: every record is always due.
+/// for all connections and paths. Records have no age: every record is always due.
 ///
-/// An operation is named as the member function, "MediaDB" the constructor.
+/// The name of an operation is that of the member function, "MediaDB" for the constructor.
 class FakeMediaDB {
 public:
     static FakeMediaDB& Instance();
@@ -31,8 +31,8 @@ public:
     void ThrowAt(const std::string& operation, int nth, const std::string& text);
     void SetStatus(orlo::project::MediaDB::DatabaseStatus status);
 
-    /// Every call so far, in order, as "Operation" or, where it has a number of days or a flag to
-    /// tell, "Operation 30" and "MediaDB true"; "RemovePeakFile in transaction" from the work of
+    /// Every call so far, in order, as "Operation" or, with a number of days or a flag,
+    /// "Operation 30" and "MediaDB true"; "RemovePeakFile in transaction" from the work of
     /// IfStillUnused.
     std::vector<std::string> Calls() const;
     int CallCount(const std::string& operation) const;
@@ -53,7 +53,7 @@ public:
     std::function<void()> touch;
     /// True while the work of IfStillUnused runs.
     std::atomic<bool> isInTransaction = false;
-    /// What the connections were opened on.
+    /// The paths of the opened connections.
     std::wstring databasePath;
     std::wstring cacheFolderPath;
 
@@ -62,7 +62,7 @@ private:
     friend struct FakeMediaDBCalls;
 
     struct Failure {
-        int callsLeft;  // below 0: for ever
+        int callsLeft;  // below 0: without end
         std::string text;
     };
 

@@ -92,7 +92,7 @@ public:
         return 0;
     }
 
-    const int number;  // its place among all streams of the file
+    const int number;  // its index among all streams of the file
 
 private:
     int type_;

@@ -13,7 +13,7 @@ namespace sonrel_tests {
 /// The checksum of every conformed file.
 constexpr std::uint64_t FAKE_CHECKSUM = 0xFEDCBA9876543210;
 
-/// What every stream of every file tells of itself.
+/// The properties of every stream of every file.
 struct FakeFormat {
     int rate = 48000;
     int channels = 2;
@@ -27,7 +27,7 @@ using FakeRead =
     std::function<int(long long start, int count, void* buffer, int bufferBytes, int* samplesRead)>;
 
 /// The media library of a test program: the bodies of the two free functions and of
-/// `ZRAudioConverter::Convert`, answering as the test says.
+/// `ZRAudioConverter::Convert`, with the results that the test sets.
 ///
 /// Set it up before the code under test runs; its calls may come from many threads.
 class FakeMediaLibrary {
@@ -38,14 +38,14 @@ public:
     /// the four bytes "done" and succeeds. No calls.
     void Reset();
 
-    /// What ZRMediaFileCreate, Prepare and Convert give back. A function may throw.
+    /// The results of ZRMediaFileCreate, Prepare and Convert. A function may throw.
     std::function<int(const std::wstring& path)> create;
     std::function<int()> prepare;
     std::function<int(const std::wstring& outputPath)> convert;
     /// StreamType() of each stream of a file.
     std::vector<int> streamTypes;
     FakeFormat format;
-    /// What the streams deliver; zeros when empty. Called from the threads of the code under test.
+    /// The samples of the streams; zeros if empty. Called from the threads of the code under test.
     FakeRead read;
 
     /// Every call so far, in order: "Create PATH", "SetReadOption 1", "Prepare", "Streams",
@@ -53,7 +53,7 @@ public:
     /// one of the file's streams.
     std::vector<std::string> Calls() const;
     int CallCount(const std::string& operation) const;
-    /// Files that were made and not released.
+    /// Files that were created and not released.
     int OpenFiles() const;
 
     void Note(const std::string& call);
