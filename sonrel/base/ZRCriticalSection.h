@@ -10,28 +10,28 @@ namespace zrtl::thread {
 /// A lock.
 class SONREL_EXPORT ZRLockTypeBase {
 public:
-    virtual ~ZRLockTypeBase();
+    virtual ~ZRLockTypeBase() = default;
     virtual void Lock() = 0;
     virtual void Unlock() = 0;
 };
 
-/// A recursive lock, held in the object itself: a thread that holds it may take it again and gives
-/// it back as often.
+/// A recursive lock: a thread that holds it may take it again, and releases it as many times as it
+/// took it. The lock is stored in the object. The class is header-only.
 class SONREL_EXPORT ZRCriticalSection : public ZRLockTypeBase {
 public:
-    ZRCriticalSection();
-    ~ZRCriticalSection() override;
+    ZRCriticalSection() = default;
+    ~ZRCriticalSection() override = default;
     ZRCriticalSection(const ZRCriticalSection&) = delete;
     ZRCriticalSection& operator=(const ZRCriticalSection&) = delete;
 
-    void Lock() override;
-    void Unlock() override;
+    void Lock() override { mutex_.lock(); }
+    void Unlock() override { mutex_.unlock(); }
 
 private:
     std::recursive_mutex mutex_;
 };
 
-/// Holds a lock for the length of a scope and releases it on every way out.
+/// Holds a lock until the end of a scope and releases it on every way out.
 class ZRScopedLock {
 public:
     explicit ZRScopedLock(ZRLockTypeBase& lock) : lock_(lock) { lock_.Lock(); }

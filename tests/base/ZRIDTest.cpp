@@ -10,12 +10,12 @@
 #include <type_traits>
 #include <unordered_map>
 
-#include "sonrel/base/detail/IdentityFailure.h"
+#include "tests/support/IdentityFailure.h"
 
 namespace {
 
-using orlo::project::IdentityFailure;
-using orlo::project::SetIdentityFailure;
+using sonrel_tests::IdentityFailure;
+using sonrel_tests::SetIdentityFailure;
 using zrtl::ZRID;
 
 ZRID Example() {

@@ -4,17 +4,17 @@
 
 #include <stdexcept>
 
-#include "sonrel/base/detail/IdentityFailure.h"
 #include "sonrel/cache/detail/MediaFingerprint.h"
 #include "tests/cache/CacheHelperFixture.h"
+#include "tests/support/IdentityFailure.h"
 
 namespace {
 
-using orlo::project::IdentityFailure;
 using orlo::project::MediaDB;
-using orlo::project::SetIdentityFailure;
 using orlo::sonrel::detail::MediaFingerprint;
+using sonrel_tests::IdentityFailure;
 using sonrel_tests::MakeMediaAsset;
+using sonrel_tests::SetIdentityFailure;
 using sonrel_tests::WriteFile;
 using testing::ElementsAre;
 using testing::IsEmpty;
