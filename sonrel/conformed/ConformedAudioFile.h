@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <atomic>
 #include <memory>
 #include <string>
 
@@ -9,12 +8,12 @@
 
 namespace orlo::project {
 
-struct ConformedFileInfo;
+struct ConformedAudioFileImpl;
 
 /// One open conformed file: stereo signed 16-bit samples at one rate.
 ///
-/// Threads: GetSamples may run on several threads at once; the other operations may not run beside
-/// anything.
+/// Threads: GetSamples may run on several threads at once. No other operation may run at the same
+/// time as any operation on the same object.
 class SONREL_EXPORT ConformedAudioFile {
 public:
     /// A closed file.
@@ -25,14 +24,14 @@ public:
     ConformedAudioFile(const ConformedAudioFile&) = delete;
     ConformedAudioFile& operator=(const ConformedAudioFile&) = delete;
 
-    /// Opens a conformed file. A file that is no conformed file, or shorter than it says, is
-    /// refused, as is a link. An open file is closed first.
+    /// Opens a conformed file. Refuses a file that is not a conformed file, a file whose length
+    /// differs from its header, and a link. An open file is closed first.
     ///
-    /// A path that was closed a moment ago and whose file is unchanged may open without a
-    /// descriptor of the system: the next frames are in memory. If the file is deleted while it is
-    /// open in this way, reads beyond those frames return 2, which is silence in a mix, and another
-    /// file under the same name is not read in its place. A file that is opened for the first time
-    /// always has its descriptor and can be read to its end after it was deleted.
+    /// A path that was closed a moment ago and whose file is unchanged may open without a file
+    /// descriptor: the next frames are in memory. If the file is deleted while it is open in this
+    /// way, reads beyond those frames return 2, which is silence in a mix, and another file under
+    /// the same name is not read instead. A file that is opened for the first time always has a
+    /// descriptor and can be read to its end after it was deleted.
     /// @return whether the file is open
     bool Open(std::wstring const& path);
     /// The path given to Open; empty when closed.
@@ -46,7 +45,7 @@ public:
     /// @param start        first sample frame
     /// @param count        sample frames wanted
     /// @param buffer       receives 4 bytes to a sample frame
-    /// @param bufferBytes  room in @p buffer; never written beyond
+    /// @param bufferBytes  size of @p buffer, which is never exceeded
     /// @param samplesRead  receives the sample frames delivered; 0 on an error
     /// @return 0; 1 closed; 2 the file cannot be read there; 7 a negative start or count; 12
     ///         count * 4 is above @p bufferBytes
@@ -54,11 +53,7 @@ public:
                    int* samplesRead) const;
 
 private:
-    void Close();
-    int Descriptor() const;
-
-    std::unique_ptr<ConformedFileInfo> info_;  ///< null when closed
-    mutable std::atomic<int> descriptor_{-1};  ///< -1 until a read needs it
+    std::unique_ptr<ConformedAudioFileImpl> impl_;  ///< null when closed
 };
 
 }  // namespace orlo::project

@@ -1,26 +1,43 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/database/DatabaseObserver.h"
 
+#include "sonrel/database/detail/DatabaseFailures.h"
+
 namespace orlo::project {
+
+struct DatabaseObserverImpl {
+    DatabaseObserverImpl* outer = nullptr;
+    std::string failure;
+    bool isConflict = false;
+};
 
 namespace {
 
-thread_local DatabaseObserver* current = nullptr;
+thread_local DatabaseObserverImpl* current = nullptr;
 
 }  // namespace
 
-DatabaseObserver::DatabaseObserver() : outer_(current) {
-    current = this;
+void NoteDatabaseFailure(const std::string& text, bool isConflict) {
+    if (current == nullptr) return;
+    current->failure = text;
+    current->isConflict = isConflict;
+}
+
+DatabaseObserver::DatabaseObserver() : impl_(std::make_unique<DatabaseObserverImpl>()) {
+    impl_->outer = current;
+    current = impl_.get();
 }
 
 DatabaseObserver::~DatabaseObserver() {
-    current = outer_;
+    current = impl_->outer;
 }
 
-void DatabaseObserver::NoteFailure(const std::string& text, bool isConflict) {
-    if (current == nullptr) return;
-    current->failure_ = text;
-    current->isConflict_ = isConflict;
+const std::string& DatabaseObserver::Failure() const {
+    return impl_->failure;
+}
+
+bool DatabaseObserver::WasRecordedElsewhere() const {
+    return impl_->isConflict;
 }
 
 }  // namespace orlo::project

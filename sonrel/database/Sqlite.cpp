@@ -5,7 +5,7 @@
 #include <cctype>
 
 #include "sonrel/base/Paths.h"
-#include "sonrel/database/DatabaseObserver.h"
+#include "sonrel/database/detail/DatabaseFailures.h"
 #include "sonrel/database/detail/DatabaseHooks.h"
 
 namespace orlo::project {
@@ -140,7 +140,7 @@ std::string SqliteConnection::QueryText(const char* sql) {
 
 void SqliteConnection::Fail(std::string_view reason, int code) const {
     const std::string text = OneLine("The media database " + path_ + ": " + std::string(reason));
-    DatabaseObserver::NoteFailure(text, (code & 0xFF) == SQLITE_CONSTRAINT);
+    NoteDatabaseFailure(text, (code & 0xFF) == SQLITE_CONSTRAINT);
     throw DatabaseError(text, code);
 }
 

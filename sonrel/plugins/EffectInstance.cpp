@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/plugins/EffectInstance.h"
 
+#include <atomic>
 #include <stdexcept>
 #include <utility>
 
@@ -9,41 +10,48 @@
 
 namespace orlo::project {
 
+struct EffectInstanceImpl {
+    EffectInstanceImpl(zrtl::ZRID const& identity, std::shared_ptr<AbstractPlugin> used, bool on)
+        : id(identity), plugin(std::move(used)), enabled(on) {}
+
+    zrtl::ZRID id;
+    std::shared_ptr<AbstractPlugin> plugin;
+    std::atomic<bool> enabled;
+};
+
 namespace {
 
 constexpr int AUDIO_PLUGIN = 1;
 
 }  // namespace
 
-EffectInstance::EffectInstance(std::shared_ptr<AbstractPlugin> plugin)
-    : id_(zrtl::ZRID::Create()), plugin_(std::move(plugin)) {
-    if (!plugin_) throw std::invalid_argument("an effect needs a plugin");
+EffectInstance::EffectInstance(std::shared_ptr<AbstractPlugin> plugin) {
+    if (!plugin) throw std::invalid_argument("an effect needs a plugin");
     // The engine takes the class from the kind alone.
-    if (plugin_->PluginKind() == AUDIO_PLUGIN &&
-        !dynamic_cast<AbstractPluginAudio*>(plugin_.get())) {
+    if (plugin->PluginKind() == AUDIO_PLUGIN && !dynamic_cast<AbstractPluginAudio*>(plugin.get())) {
         throw std::invalid_argument("a plugin of the audio kind must be an audio plugin");
     }
+    impl_ = std::make_unique<EffectInstanceImpl>(zrtl::ZRID::Create(), std::move(plugin), true);
 }
 
 EffectInstance::EffectInstance(EffectInstance& source, int)
     : AbstractPluginInstance(source),
-      id_(source.id_),
-      plugin_(source.plugin_),
-      enabled_(source.Enabled()) {}
+      impl_(std::make_unique<EffectInstanceImpl>(source.impl_->id, source.impl_->plugin,
+                                                 source.Enabled())) {}
 
 EffectInstance::~EffectInstance() = default;
 
 zrtl::ZRID const& EffectInstance::ID() const {
-    return id_;
+    return impl_->id;
 }
 std::shared_ptr<AbstractPlugin> EffectInstance::Plugin() {
-    return plugin_;
+    return impl_->plugin;
 }
 bool EffectInstance::Enabled() const {
-    return enabled_;
+    return impl_->enabled;
 }
 void EffectInstance::SetEnabled(bool enabled) {
-    enabled_ = enabled;
+    impl_->enabled = enabled;
 }
 
 void AdmitLayerEffect(std::shared_ptr<EffectInstance> const& effect) {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <atomic>
 #include <memory>
 
 #include "sonrel/base/Export.h"
@@ -9,10 +8,12 @@
 
 namespace orlo::project {
 
+struct EffectInstanceImpl;
+
 /// One effect on an object or layer.
 class SONREL_EXPORT EffectInstance : public AbstractPluginInstance {
 public:
-    /// @param plugin  never empty; one of kind 1 is an AbstractPluginAudio
+    /// @param plugin  never empty; a plugin of kind 1 is an AbstractPluginAudio
     /// @throws std::invalid_argument otherwise
     explicit EffectInstance(std::shared_ptr<AbstractPlugin> plugin);
     /// Shares the plugin and has the same identity.
@@ -23,14 +24,12 @@ public:
     zrtl::ZRID const& ID() const override;
     std::shared_ptr<AbstractPlugin> Plugin() override;
 
-    /// A disabled effect is passed over. May be switched while something mixes.
+    /// A disabled effect is skipped. SetEnabled may be called while another thread mixes.
     bool Enabled() const;
     void SetEnabled(bool enabled);
 
 private:
-    zrtl::ZRID id_;
-    std::shared_ptr<AbstractPlugin> plugin_;
-    std::atomic<bool> enabled_ = true;
+    std::unique_ptr<EffectInstanceImpl> impl_;
 };
 
 }  // namespace orlo::project

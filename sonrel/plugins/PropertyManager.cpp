@@ -2,14 +2,36 @@
 #include "sonrel/plugins/PropertyManager.h"
 
 #include <cmath>
+#include <cstring>
 #include <iterator>
+#include <map>
 #include <stdexcept>
+#include <string>
 
 namespace orlo::project {
 
 namespace {
 
-/// What an unknown key reads as. No property that the engine reads is an `int`.
+struct Property {
+    PropertyValue staticValue;
+    std::map<int, PropertyValue> keyframes;
+};
+
+/// Compares names without making a string of the name that is searched.
+struct NameLess {
+    using is_transparent = void;
+    bool operator()(const std::string& left, const std::string& right) const {
+        return left < right;
+    }
+    bool operator()(const std::string& left, char const* right) const {
+        return std::strcmp(left.c_str(), right) < 0;
+    }
+    bool operator()(char const* left, const std::string& right) const {
+        return std::strcmp(left, right.c_str()) < 0;
+    }
+};
+
+/// The value of an unknown key. No property that the engine reads is an `int`.
 const PropertyValue& NoValue() {
     static const PropertyValue NO_VALUE;
     return NO_VALUE;
@@ -21,7 +43,7 @@ bool IsFinite(const PropertyValue& value) {
     return true;
 }
 
-/// The value at @p fraction of the way; the earlier value for anything but a number.
+/// The value at @p fraction between two key frames; the earlier value if it is not a number.
 PropertyValue Between(const PropertyValue& earlier, const PropertyValue& later, double fraction) {
     if (const auto* from = boost::get<float>(&earlier)) {
         const double v0 = *from;
@@ -38,15 +60,22 @@ PropertyValue Between(const PropertyValue& earlier, const PropertyValue& later, 
 
 }  // namespace
 
-PropertyManager::PropertyManager() = default;
+struct PropertyManagerImpl {
+    std::map<std::string, Property, NameLess> properties;
+};
+
+PropertyManager::PropertyManager() : impl_(std::make_unique<PropertyManagerImpl>()) {}
 PropertyManager::PropertyManager(const PropertyManager& source, int)
-    : properties_(source.properties_) {}
-PropertyManager& PropertyManager::operator=(const PropertyManager&) = default;
+    : impl_(std::make_unique<PropertyManagerImpl>(*source.impl_)) {}
+PropertyManager& PropertyManager::operator=(const PropertyManager& source) {
+    *impl_ = *source.impl_;
+    return *this;
+}
 PropertyManager::~PropertyManager() = default;
 
 PropertyValue PropertyManager::ValueAtTime(char const* key, bool, int timeMs) const {
-    const auto property = properties_.find(key);
-    if (property == properties_.end()) return NoValue();
+    const auto property = impl_->properties.find(key);
+    if (property == impl_->properties.end()) return NoValue();
 
     const std::map<int, PropertyValue>& keyframes = property->second.keyframes;
     if (keyframes.empty()) return property->second.staticValue;
@@ -61,19 +90,19 @@ PropertyValue PropertyManager::ValueAtTime(char const* key, bool, int timeMs) co
 }
 
 PropertyValue const& PropertyManager::StaticValue(char const* key) const {
-    const auto property = properties_.find(key);
-    return property == properties_.end() ? NoValue() : property->second.staticValue;
+    const auto property = impl_->properties.find(key);
+    return property == impl_->properties.end() ? NoValue() : property->second.staticValue;
 }
 
 void PropertyManager::SetStaticValue(char const* key, PropertyValue const& value) {
-    properties_[key].staticValue = value;
+    impl_->properties[key].staticValue = value;
 }
 
 void PropertyManager::SetKeyframe(char const* key, int timeMs, PropertyValue const& value) {
     if (!IsFinite(value)) throw std::invalid_argument("a key frame's value must be finite");
-    const auto known = properties_.find(key);
-    if (known == properties_.end()) {
-        properties_[key] = {value, {{timeMs, value}}};
+    const auto known = impl_->properties.find(key);
+    if (known == impl_->properties.end()) {
+        impl_->properties[key] = {value, {{timeMs, value}}};
         return;
     }
     std::map<int, PropertyValue>& keyframes = known->second.keyframes;
@@ -86,23 +115,23 @@ void PropertyManager::SetKeyframe(char const* key, int timeMs, PropertyValue con
 }
 
 void PropertyManager::RemoveKeyframe(char const* key, int timeMs) {
-    const auto property = properties_.find(key);
-    if (property != properties_.end()) property->second.keyframes.erase(timeMs);
+    const auto property = impl_->properties.find(key);
+    if (property != impl_->properties.end()) property->second.keyframes.erase(timeMs);
 }
 
 void PropertyManager::ClearKeyframes(char const* key) {
-    const auto property = properties_.find(key);
-    if (property != properties_.end()) property->second.keyframes.clear();
+    const auto property = impl_->properties.find(key);
+    if (property != impl_->properties.end()) property->second.keyframes.clear();
 }
 
 bool PropertyManager::HasKeyframes(char const* key) const {
-    const auto property = properties_.find(key);
-    return property != properties_.end() && !property->second.keyframes.empty();
+    const auto property = impl_->properties.find(key);
+    return property != impl_->properties.end() && !property->second.keyframes.empty();
 }
 
 void PropertyManager::RemoveProperty(char const* key) {
-    const auto property = properties_.find(key);
-    if (property != properties_.end()) properties_.erase(property);
+    const auto property = impl_->properties.find(key);
+    if (property != impl_->properties.end()) impl_->properties.erase(property);
 }
 
 }  // namespace orlo::project

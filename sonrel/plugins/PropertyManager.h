@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <cstring>
-#include <map>
-#include <string>
+#include <memory>
 
 #include "sonrel/base/Export.h"
 #include "sonrel/plugins/PropertyValue.h"
 
 namespace orlo::project {
 
+struct PropertyManagerImpl;
+
 /// The named properties of an object, layer or track, static and animated.
 ///
-/// Times are integer milliseconds: of an object or layer from its own start, of a track or the
-/// master track on the sequence's clock. A host that edits while something mixes holds the mixer's
-/// mutex.
+/// Times are integer milliseconds: for an object or layer from its start, for a track or the master
+/// track on the clock of the sequence. A host that edits while another thread mixes holds the mutex
+/// of the mixer.
 class SONREL_EXPORT PropertyManager {
 public:
     PropertyManager();
@@ -25,13 +25,13 @@ public:
     /// The value of an animated property at a time.
     ///
     /// Between two key frames a `float` or `double` is interpolated linearly, in double precision:
-    /// v0 + (v1 - v0) * ((t - t0) / (t1 - t0)). Other alternatives keep the earlier key's value.
-    /// Before the first key and behind the last the nearest is held. Without key frames it is the
-    /// static value.
-    /// @param key   the property's name
-    /// @param flag  not used; the engine passes false
+    /// v0 + (v1 - v0) * ((t - t0) / (t1 - t0)). Other alternatives keep the value of the earlier
+    /// key frame. Before the first key frame and after the last one, the value is that of the
+    /// nearest. Without key frames it is the static value.
+    /// @param key     the name of the property
+    /// @param flag    not used; the engine passes false
     /// @param timeMs  milliseconds
-    /// @return the value; an `int` 0 for an unknown key, so that its reader raises boost::bad_get
+    /// @return the value; an `int` 0 for an unknown key, so that the reader raises boost::bad_get
     PropertyValue ValueAtTime(char const* key, bool flag, int timeMs) const;
 
     /// The value of a property that is not animated; an `int` 0 for an unknown key.
@@ -40,39 +40,21 @@ public:
     /// Stores a static value.
     void SetStaticValue(char const* key, PropertyValue const& value);
 
-    /// Stores a value at a time, in place of one that is there already. A property that did not
-    /// exist takes the value as its static one too.
-    /// @throws std::invalid_argument when the alternative differs from that of the other keys, or a
-    ///         float or double is not finite
+    /// Stores a value at a time and replaces a key frame at the same time. For a property that did
+    /// not exist it is the static value as well.
+    /// @throws std::invalid_argument when the alternative differs from that of the other key
+    /// frames,
+    ///         or a float or double is not finite
     void SetKeyframe(char const* key, int timeMs, PropertyValue const& value);
     void RemoveKeyframe(char const* key, int timeMs);
     void ClearKeyframes(char const* key);
     bool HasKeyframes(char const* key) const;
 
-    /// Forgets a property with its key frames.
+    /// Removes a property with its key frames.
     void RemoveProperty(char const* key);
 
 private:
-    struct Property {
-        PropertyValue staticValue;
-        std::map<int, PropertyValue> keyframes;
-    };
-
-    /// Compares names without making a string of the one that is looked for.
-    struct NameLess {
-        using is_transparent = void;
-        bool operator()(const std::string& left, const std::string& right) const {
-            return left < right;
-        }
-        bool operator()(const std::string& left, char const* right) const {
-            return std::strcmp(left.c_str(), right) < 0;
-        }
-        bool operator()(char const* left, const std::string& right) const {
-            return std::strcmp(left, right.c_str()) < 0;
-        }
-    };
-
-    std::map<std::string, Property, NameLess> properties_;
+    std::unique_ptr<PropertyManagerImpl> impl_;
 };
 
 }  // namespace orlo::project

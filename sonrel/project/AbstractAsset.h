@@ -8,18 +8,18 @@
 
 namespace orlo::project {
 
-/// A stand-in for an asset at another size; has no meaning for sound.
+/// A smaller copy of an asset's picture; not used for sound.
 class AssetProxy;
-/// What an asset hears of when its file changes; has no meaning for sound.
+/// A change of an asset's file; not used for sound.
 struct NotificationState;
 
-/// A thing that can be placed on a timeline.
+/// An asset: a media file or a composition that objects and layers show.
 class SONREL_EXPORT AbstractAsset {
 public:
     virtual ~AbstractAsset();
 
     virtual zrtl::ZRID const& ID() const = 0;
-    /// 0 for a MediaAsset, anything else for a CompositionAsset.
+    /// 0 for a MediaAsset, any other value for a CompositionAsset.
     virtual int AssetType() const = 0;
     virtual bool HasAudio() const = 0;
     virtual bool HasVideo() const = 0;

@@ -9,24 +9,21 @@
 #include "sonrel/project/AssetList.h"
 #include "sonrel/project/CompositionAsset.h"
 #include "sonrel/project/detail/Compositions.h"
+#include "sonrel/project/detail/LayerImpl.h"
 
 namespace orlo::project {
 
-LayerBase::LayerBase() : id_(zrtl::ZRID::Create()) {
-    animation_.SetStaticValue("audioLevel", 0.0f);
-    animation_.SetStaticValue("speed", 1.0);
-    effects_.SetAdmission(AdmitLayerEffect);
+LayerBase::LayerBase() : impl_(std::make_unique<LayerImpl>()) {
+    impl_->id = zrtl::ZRID::Create();
+    impl_->animation.SetStaticValue("audioLevel", 0.0f);
+    impl_->animation.SetStaticValue("speed", 1.0);
+    impl_->effects.SetAdmission(AdmitLayerEffect);
 }
 
-LayerBase::LayerBase(LayerBase const& source)
-    : id_(source.id_),
-      startFrame_(source.startFrame_),
-      endFrame_(source.endFrame_),
-      animation_(source.animation_),
-      effects_(source.effects_),
-      muted_(source.muted_),
-      visible_(source.visible_) {
-    effects_.SetAdmission(AdmitLayerEffect);
+LayerBase::LayerBase(LayerBase const& source) : impl_(std::make_unique<LayerImpl>(*source.impl_)) {
+    impl_->parent = zrtl::ZRID();
+    impl_->holders = 0;
+    impl_->effects.SetAdmission(AdmitLayerEffect);
 }
 
 LayerBase::~LayerBase() = default;
@@ -36,33 +33,38 @@ AbstractLayer::AbstractLayer(AbstractLayer const& source, int)
 AbstractLayer::~AbstractLayer() = default;
 
 zrtl::ZRID const& AbstractLayer::ID() const {
-    return id_;
+    return impl_->id;
 }
 int AbstractLayer::StartFrame() const {
-    return startFrame_;
+    return impl_->startFrame;
 }
 int AbstractLayer::EndFrame() const {
-    return endFrame_;
+    return impl_->endFrame;
 }
 
 int AbstractLayer::StartTime(AssetList const& assets) const {
     const std::shared_ptr<CompositionAsset> parent = ParentComposition(assets);
-    return parent ? zrtl::SecondsToMs(startFrame_ / parent->Settings().FrameRate()) : 0;
+    return parent ? zrtl::SecondsToMs(impl_->startFrame / parent->Settings().FrameRate()) : 0;
 }
 
 std::shared_ptr<CompositionAsset> AbstractLayer::ParentComposition(AssetList const& assets) const {
-    const std::shared_ptr<AbstractAsset> parent = assets.FindByID(parent_);
+    const std::shared_ptr<AbstractAsset> parent = assets.FindByID(impl_->parent);
     return std::shared_ptr<CompositionAsset>(parent, AsComposition(parent.get()));
 }
 
 PropertyManager& AbstractLayer::Animation() {
-    return animation_;
+    return impl_->animation;
 }
 bool AbstractLayer::IsMuted() const {
-    return muted_;
+    return impl_->muted;
 }
 bool AbstractLayer::IsVisible() const {
-    return visible_;
+    return impl_->visible;
+}
+
+ListChangeObserver<std::shared_ptr<EffectInstance>, ResponseDelegate::RecordChanges>&
+AbstractLayer::Effects() {
+    return impl_->effects;
 }
 
 void AbstractLayer::SetRange(int startFrame, int endFrame) {
@@ -70,15 +72,15 @@ void AbstractLayer::SetRange(int startFrame, int endFrame) {
         throw std::invalid_argument(
             "a layer must begin at frame 0 or later and end after its start");
     }
-    startFrame_ = startFrame;
-    endFrame_ = endFrame;
+    impl_->startFrame = startFrame;
+    impl_->endFrame = endFrame;
 }
 
 void AbstractLayer::SetMuted(bool muted) {
-    muted_ = muted;
+    impl_->muted = muted;
 }
 void AbstractLayer::SetVisible(bool visible) {
-    visible_ = visible;
+    impl_->visible = visible;
 }
 
 std::shared_ptr<EffectInstance> AbstractLayer::AddEffect(std::shared_ptr<AbstractPlugin> plugin) {
@@ -91,7 +93,7 @@ PictureLayer::~PictureLayer() = default;
 
 ListChangeObserver<std::shared_ptr<EffectInstance>, ResponseDelegate::RecordChanges>&
 PictureLayer::Effects() {
-    return effects_;
+    return AbstractLayer::Effects();
 }
 
 }  // namespace orlo::project

@@ -14,30 +14,23 @@ namespace orlo::project {
 
 class AssetList;
 class CompositionAsset;
+struct CompositionAssetImpl;
+struct LayerImpl;
 
-/// What every layer has, whether it shows an asset or not.
+/// The state that every layer has, whether it shows an asset or not.
 class SONREL_EXPORT LayerBase {
 public:
     LayerBase();
-    /// Properties are copied and effects are shared. The copy has the same identity and belongs to
+    /// Copies the properties and shares the effects. The copy has the same identity and belongs to
     /// no composition.
     LayerBase(LayerBase const& source);
     LayerBase& operator=(LayerBase const&) = delete;
     virtual ~LayerBase();
 
 protected:
-    friend class CompositionAsset;
+    friend struct CompositionAssetImpl;
 
-    zrtl::ZRID id_;
-    int startFrame_ = 0;
-    int endFrame_ = 0;
-    PropertyManager animation_;
-    ListChangeObserver<std::shared_ptr<EffectInstance>, ResponseDelegate::RecordChanges> effects_;
-    bool muted_ = false;
-    bool visible_ = true;
-    zrtl::ZRID parent_;
-    /// How many compositions of that identity hold the layer: one, and its copies.
-    int holders_ = 0;
+    std::unique_ptr<LayerImpl> impl_;
 };
 
 /// A layer of a composition. It covers the frames from StartFrame, inclusive, to EndFrame,
@@ -51,20 +44,20 @@ public:
     zrtl::ZRID const& ID() const;
     int StartFrame() const;
     int EndFrame() const;
-    /// Milliseconds on the composition's clock: RoundHalfAway(StartFrame / FrameRate * 1000);
+    /// Milliseconds on the clock of the composition: RoundHalfAway(StartFrame / FrameRate * 1000);
     /// 0 for a layer without a composition.
     int StartTime(AssetList const& assets) const;
-    /// The composition that holds the layer, or an empty pointer.
+    /// The composition that contains the layer, or an empty pointer.
     std::shared_ptr<CompositionAsset> ParentComposition(AssetList const& assets) const;
-    /// The layer's properties: "audioLevel" (float, dB) and "speed" (double).
+    /// The properties of the layer: "audioLevel" (float, dB) and "speed" (double).
     PropertyManager& Animation();
     bool IsMuted() const;
-    /// An invisible layer does not sound.
+    /// An invisible layer is silent.
     bool IsVisible() const;
 
-    /// 0 for a layer that shows an asset; any other does not sound.
+    /// 0 for a layer that shows an asset; a layer of any other type is silent.
     virtual int LayerType() const = 0;
-    /// False: the layer does not sound.
+    /// False: the layer is silent.
     virtual bool HasAudio() const = 0;
     /// Effects of any kind, in chain order.
     virtual ListChangeObserver<std::shared_ptr<EffectInstance>, ResponseDelegate::RecordChanges>&
@@ -78,7 +71,7 @@ public:
     std::shared_ptr<EffectInstance> AddEffect(std::shared_ptr<AbstractPlugin> plugin);
 };
 
-/// A layer that only draws.
+/// A layer with a picture and without sound.
 class SONREL_EXPORT PictureLayer : public AbstractLayer {
 public:
     PictureLayer() = default;

@@ -8,25 +8,22 @@
 #include "sonrel/base/Timing.h"
 #include "sonrel/plugins/EffectRules.h"
 #include "sonrel/project/EditorSequence.h"
-#include "sonrel/project/SequenceObjectList.h"
+#include "sonrel/project/detail/SequenceObjectImpl.h"
+#include "sonrel/project/detail/SequenceObjectListImpl.h"
 
 namespace orlo::project {
 
-SequenceObjectBase::SequenceObjectBase() : id_(zrtl::ZRID::Create()) {
-    animation_.SetStaticValue("audioLevel", 0.0f);
-    animation_.SetStaticValue("speed", 1.0);
-    effects_.SetAdmission(AdmitObjectEffect);
+SequenceObjectBase::SequenceObjectBase() : impl_(std::make_unique<SequenceObjectImpl>()) {
+    impl_->id = zrtl::ZRID::Create();
+    impl_->animation.SetStaticValue("audioLevel", 0.0f);
+    impl_->animation.SetStaticValue("speed", 1.0);
+    impl_->effects.SetAdmission(AdmitObjectEffect);
 }
 
 SequenceObjectBase::SequenceObjectBase(SequenceObjectBase const& source)
-    : id_(source.id_),
-      startFrame_(source.startFrame_),
-      endFrame_(source.endFrame_),
-      animation_(source.animation_),
-      effects_(source.effects_),
-      incoming_(source.incoming_),
-      outgoing_(source.outgoing_) {
-    effects_.SetAdmission(AdmitObjectEffect);
+    : impl_(std::make_unique<SequenceObjectImpl>(*source.impl_)) {
+    impl_->lists.clear();
+    impl_->effects.SetAdmission(AdmitObjectEffect);
 }
 
 SequenceObjectBase::~SequenceObjectBase() = default;
@@ -36,34 +33,34 @@ AbstractSequenceObject::AbstractSequenceObject(AbstractSequenceObject const& sou
 AbstractSequenceObject::~AbstractSequenceObject() = default;
 
 zrtl::ZRID const& AbstractSequenceObject::ID() const {
-    return id_;
+    return impl_->id;
 }
 int AbstractSequenceObject::StartFrame() const {
-    return startFrame_;
+    return impl_->startFrame;
 }
 int AbstractSequenceObject::EndFrame() const {
-    return endFrame_;
+    return impl_->endFrame;
 }
 
 int AbstractSequenceObject::StartTime(std::shared_ptr<EditorSequence> const& sequence) const {
-    return zrtl::SecondsToMs(startFrame_ / sequence->Settings().FrameRate());
+    return zrtl::SecondsToMs(impl_->startFrame / sequence->Settings().FrameRate());
 }
 
 PropertyManager& AbstractSequenceObject::Animation() {
-    return animation_;
+    return impl_->animation;
 }
 
 ListChangeObserver<std::shared_ptr<EffectInstance>, ResponseDelegate::RecordChanges>&
 AbstractSequenceObject::Effects() {
-    return effects_;
+    return impl_->effects;
 }
 
 std::shared_ptr<Transition> const& AbstractSequenceObject::IncomingTransition() const {
-    return incoming_;
+    return impl_->incoming;
 }
 
 std::shared_ptr<Transition> const& AbstractSequenceObject::OutgoingTransition() const {
-    return outgoing_;
+    return impl_->outgoing;
 }
 
 void AbstractSequenceObject::SetRange(int startFrame, int endFrame) {
@@ -71,16 +68,16 @@ void AbstractSequenceObject::SetRange(int startFrame, int endFrame) {
         throw std::invalid_argument(
             "an object must begin at frame 0 or later and end after its start");
     }
-    for (SequenceObjectList const* list : lists_) {
+    for (SequenceObjectListImpl const* list : impl_->lists) {
         list->RefuseOverlap(this, startFrame, endFrame);
     }
-    startFrame_ = startFrame;
-    endFrame_ = endFrame;
-    for (SequenceObjectList* list : lists_) list->SortByStart();
+    impl_->startFrame = startFrame;
+    impl_->endFrame = endFrame;
+    for (SequenceObjectListImpl* list : impl_->lists) list->SortByStart();
 }
 
 void AbstractSequenceObject::MoveTo(int startFrame) {
-    const int length = endFrame_ - startFrame_;
+    const int length = impl_->endFrame - impl_->startFrame;
     if (startFrame > std::numeric_limits<int>::max() - length) {
         throw std::invalid_argument("an object must end at a frame that can be counted");
     }
@@ -90,16 +87,16 @@ void AbstractSequenceObject::MoveTo(int startFrame) {
 std::shared_ptr<EffectInstance> AbstractSequenceObject::AddEffect(
     std::shared_ptr<AbstractPlugin> plugin) {
     auto effect = std::make_shared<EffectInstance>(std::move(plugin));
-    effects_.Add(effect);
+    impl_->effects.Add(effect);
     return effect;
 }
 
 void AbstractSequenceObject::SetIncomingTransition(std::shared_ptr<Transition> transition) {
-    incoming_ = std::move(transition);
+    impl_->incoming = std::move(transition);
 }
 
 void AbstractSequenceObject::SetOutgoingTransition(std::shared_ptr<Transition> transition) {
-    outgoing_ = std::move(transition);
+    impl_->outgoing = std::move(transition);
 }
 
 }  // namespace orlo::project

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <vector>
 
 #include "sonrel/base/Export.h"
 #include "sonrel/base/ListChangeObserver.h"
@@ -15,34 +14,26 @@
 namespace orlo::project {
 
 class EditorSequence;
-class SequenceObjectList;
+struct SequenceObjectImpl;
+struct SequenceObjectListImpl;
 
-/// What every object on a track has, whether it shows an asset or not.
+/// The state that every object on a track has, whether it shows an asset or not.
 class SONREL_EXPORT SequenceObjectBase {
 public:
     SequenceObjectBase();
-    /// Properties are copied; effects and transitions are shared. The copy has the same identity
-    /// and stands on no track.
+    /// Copies the properties and shares effects and transitions. The copy has the same identity
+    /// and is on no track.
     SequenceObjectBase(SequenceObjectBase const& source);
     SequenceObjectBase& operator=(SequenceObjectBase const&) = delete;
     virtual ~SequenceObjectBase();
 
 protected:
-    friend class SequenceObjectList;
+    friend struct SequenceObjectListImpl;
 
-    zrtl::ZRID id_;
-    int startFrame_ = 0;
-    int endFrame_ = 0;
-    PropertyManager animation_;
-    ListChangeObserver<std::shared_ptr<EffectInstance>, ResponseDelegate::RecordChanges> effects_;
-    std::shared_ptr<Transition> incoming_;
-    std::shared_ptr<Transition> outgoing_;
-    /// The lists that hold the object: one, and those that were copied from it.
-    std::vector<SequenceObjectList*> lists_;
+    std::unique_ptr<SequenceObjectImpl> impl_;
 };
 
-/// An object placed on a track. It covers the frames from StartFrame, inclusive, to EndFrame,
-/// exclusive.
+/// An object on a track. It covers the frames from StartFrame, inclusive, to EndFrame, exclusive.
 class SONREL_EXPORT AbstractSequenceObject : public SequenceObjectBase,
                                              public AbstractAssetInstance {
 public:
@@ -53,25 +44,25 @@ public:
     zrtl::ZRID const& ID() const;
     int StartFrame() const;
     int EndFrame() const;
-    /// Milliseconds on the sequence's clock: RoundHalfAway(StartFrame / FrameRate * 1000).
+    /// Milliseconds on the clock of the sequence: RoundHalfAway(StartFrame / FrameRate * 1000).
     int StartTime(std::shared_ptr<EditorSequence> const& sequence) const;
-    /// The object's properties: "audioLevel" (float, dB) and "speed" (double).
+    /// The properties of the object: "audioLevel" (float, dB) and "speed" (double).
     PropertyManager& Animation();
-    /// Effects in chain order. A plugin that is no audio plugin is refused at the edit.
+    /// Effects in chain order. The list refuses a plugin that is not an audio plugin.
     ListChangeObserver<std::shared_ptr<EffectInstance>, ResponseDelegate::RecordChanges>& Effects();
     std::shared_ptr<Transition> const& IncomingTransition() const;
     std::shared_ptr<Transition> const& OutgoingTransition() const;
-    /// 0 for an object that shows an asset and can sound.
+    /// 0 for an object that shows an asset and can have sound.
     virtual int ObjectType() const = 0;
 
     /// Places the object.
     /// @throws std::invalid_argument when the range is empty or begins below 0, or when it would
-    ///         overlap another object of its track
+    ///         overlap another object of the track
     void SetRange(int startFrame, int endFrame);
-    /// Keeps the length. @throws std::invalid_argument as SetRange
+    /// Moves the object and keeps its length. @throws std::invalid_argument as SetRange
     void MoveTo(int startFrame);
     /// Appends an effect of this plugin.
-    /// @throws std::invalid_argument when it is empty or no audio plugin
+    /// @throws std::invalid_argument when it is empty or not an audio plugin
     std::shared_ptr<EffectInstance> AddEffect(std::shared_ptr<AbstractPlugin> plugin);
     void SetIncomingTransition(std::shared_ptr<Transition> transition);
     void SetOutgoingTransition(std::shared_ptr<Transition> transition);

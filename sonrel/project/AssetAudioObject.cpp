@@ -8,31 +8,39 @@
 
 namespace orlo::project {
 
-AssetAudioObject::AssetAudioObject(zrtl::ZRID const& asset) : asset_(asset) {}
+struct AssetAudioObjectImpl {
+    zrtl::ZRID asset;
+    int sourceStartFrame = 0;
+};
+
+AssetAudioObject::AssetAudioObject(zrtl::ZRID const& asset)
+    : impl_(std::make_unique<AssetAudioObjectImpl>()) {
+    impl_->asset = asset;
+}
 
 AssetAudioObject::AssetAudioObject(AssetAudioObject const& source,
                                    std::shared_ptr<CompositionAsset> const& composition, bool, int)
-    : AudioObject(source),
-      asset_(composition ? composition->ID() : source.asset_),
-      sourceStartFrame_(source.sourceStartFrame_) {}
+    : AudioObject(source), impl_(std::make_unique<AssetAudioObjectImpl>(*source.impl_)) {
+    if (composition) impl_->asset = composition->ID();
+}
 
 AssetAudioObject::~AssetAudioObject() = default;
 
 int AssetAudioObject::SourceStartFrame() const {
-    return sourceStartFrame_;
+    return impl_->sourceStartFrame;
 }
 
 std::shared_ptr<AbstractAsset> AssetAudioObject::Asset(AssetList const& assets) const {
-    return assets.FindByID(asset_);
+    return assets.FindByID(impl_->asset);
 }
 
 void AssetAudioObject::SetAsset(zrtl::ZRID const& asset) {
-    asset_ = asset;
+    impl_->asset = asset;
 }
 
 void AssetAudioObject::SetSourceStartFrame(int frame) {
     if (frame < 0) throw std::invalid_argument("a source start frame must not be negative");
-    sourceStartFrame_ = frame;
+    impl_->sourceStartFrame = frame;
 }
 
 }  // namespace orlo::project

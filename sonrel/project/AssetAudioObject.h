@@ -9,12 +9,14 @@
 namespace orlo::project {
 
 class CompositionAsset;
+struct AssetAudioObjectImpl;
 
 /// An audio object that shows an asset.
 class SONREL_EXPORT AssetAudioObject : public AudioObject {
 public:
     explicit AssetAudioObject(zrtl::ZRID const& asset);
-    /// @param composition  shown by the copy in place of the asset of @p source, when not empty
+    /// @param composition  the asset that the copy shows instead of the asset of @p source, when
+    ///                     not empty
     AssetAudioObject(AssetAudioObject const& source,
                      std::shared_ptr<CompositionAsset> const& composition = {}, bool = false,
                      int = 0);
@@ -29,8 +31,7 @@ public:
     void SetSourceStartFrame(int frame);
 
 private:
-    zrtl::ZRID asset_;
-    int sourceStartFrame_ = 0;
+    std::unique_ptr<AssetAudioObjectImpl> impl_;
 };
 
 }  // namespace orlo::project

@@ -7,44 +7,49 @@
 
 namespace orlo::project {
 
-AssetLayer::AssetLayer(zrtl::ZRID const& asset) : asset_(asset) {}
+struct AssetLayerImpl {
+    zrtl::ZRID asset;
+    int sourceStartFrame = 0;
+    bool hasAudio = true;
+};
+
+AssetLayer::AssetLayer(zrtl::ZRID const& asset) : impl_(std::make_unique<AssetLayerImpl>()) {
+    impl_->asset = asset;
+}
 
 AssetLayer::AssetLayer(AssetLayer const& source, int)
-    : AbstractLayer(source),
-      asset_(source.asset_),
-      sourceStartFrame_(source.sourceStartFrame_),
-      hasAudio_(source.hasAudio_) {}
+    : AbstractLayer(source), impl_(std::make_unique<AssetLayerImpl>(*source.impl_)) {}
 
 AssetLayer::~AssetLayer() = default;
 
 bool AssetLayer::HasAudio() const {
-    return hasAudio_;
+    return impl_->hasAudio;
 }
 
 ListChangeObserver<std::shared_ptr<EffectInstance>, ResponseDelegate::RecordChanges>&
 AssetLayer::Effects() {
-    return effects_;
+    return AbstractLayer::Effects();
 }
 
 int AssetLayer::SourceStartFrame() const {
-    return sourceStartFrame_;
+    return impl_->sourceStartFrame;
 }
 
 std::shared_ptr<AbstractAsset> AssetLayer::Asset(AssetList const& assets) const {
-    return assets.FindByID(asset_);
+    return assets.FindByID(impl_->asset);
 }
 
 zrtl::ZRID const& AssetLayer::AssetID() const {
-    return asset_;
+    return impl_->asset;
 }
 
 void AssetLayer::SetSourceStartFrame(int frame) {
     if (frame < 0) throw std::invalid_argument("a source start frame must not be negative");
-    sourceStartFrame_ = frame;
+    impl_->sourceStartFrame = frame;
 }
 
 void AssetLayer::SetHasAudio(bool hasAudio) {
-    hasAudio_ = hasAudio;
+    impl_->hasAudio = hasAudio;
 }
 
 }  // namespace orlo::project

@@ -8,6 +8,8 @@
 
 namespace orlo::project {
 
+struct AssetLayerImpl;
+
 /// A layer that shows an asset.
 class SONREL_EXPORT AssetLayer : public AbstractLayer {
 public:
@@ -29,9 +31,7 @@ public:
     void SetHasAudio(bool hasAudio);
 
 private:
-    zrtl::ZRID asset_;
-    int sourceStartFrame_ = 0;
-    bool hasAudio_ = true;
+    std::unique_ptr<AssetLayerImpl> impl_;
 };
 
 }  // namespace orlo::project

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <unordered_map>
 
 #include "sonrel/base/Export.h"
 #include "sonrel/base/ListChangeObserver.h"
@@ -12,6 +11,7 @@
 namespace orlo::project {
 
 class MediaManager;
+struct AssetListImpl;
 
 /// All assets of a project.
 class SONREL_EXPORT AssetList {
@@ -26,22 +26,17 @@ public:
     ListChangeObserver<std::shared_ptr<AbstractAsset>, ResponseDelegate::None>& All();
 
     /// Adds an asset.
-    /// @throws std::invalid_argument for an empty pointer, an identity that is there already, or a
-    ///         composition that would contain itself
+    /// @throws std::invalid_argument for an empty pointer, an identity that the list contains
+    /// already,
+    ///         or a composition that would contain itself
     void Add(std::shared_ptr<AbstractAsset> asset);
-    /// @return whether there was such an asset
+    /// @return whether the list contained such an asset
     bool Remove(zrtl::ZRID const& id);
     /// The asset, or an empty pointer.
     std::shared_ptr<AbstractAsset> FindByID(zrtl::ZRID const& id) const;
 
 private:
-    void WatchAssets();
-    void Admit(std::shared_ptr<AbstractAsset> const& asset);
-    void Release(std::shared_ptr<AbstractAsset> const& asset);
-    void Enter(std::shared_ptr<AbstractAsset> const& asset);
-
-    ListChangeObserver<std::shared_ptr<AbstractAsset>, ResponseDelegate::None> all_;
-    std::unordered_map<zrtl::ZRID, std::shared_ptr<AbstractAsset>> byId_;
+    std::unique_ptr<AssetListImpl> impl_;
 };
 
 }  // namespace orlo::project

@@ -3,15 +3,20 @@
 
 namespace orlo::project {
 
+struct AudioObjectImpl {
+    bool muted = false;
+};
+
+AudioObject::AudioObject() : impl_(std::make_unique<AudioObjectImpl>()) {}
 AudioObject::AudioObject(AudioObject const& source, bool, int)
-    : AbstractSequenceObject(source), muted_(source.muted_) {}
+    : AbstractSequenceObject(source), impl_(std::make_unique<AudioObjectImpl>(*source.impl_)) {}
 AudioObject::~AudioObject() = default;
 
 bool AudioObject::IsMuted() const {
-    return muted_;
+    return impl_->muted;
 }
 void AudioObject::SetMuted(bool muted) {
-    muted_ = muted;
+    impl_->muted = muted;
 }
 
 GapAudioObject::~GapAudioObject() = default;

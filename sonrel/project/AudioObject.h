@@ -6,10 +6,12 @@
 
 namespace orlo::project {
 
+struct AudioObjectImpl;
+
 /// An object on an audio track.
 class SONREL_EXPORT AudioObject : public AbstractSequenceObject {
 public:
-    AudioObject() = default;
+    AudioObject();
     AudioObject(AudioObject const& source, bool = false, int = 0);
     ~AudioObject() override;
 
@@ -17,10 +19,10 @@ public:
     void SetMuted(bool muted);
 
 private:
-    bool muted_ = false;
+    std::unique_ptr<AudioObjectImpl> impl_;
 };
 
-/// An audio object that shows nothing and never sounds.
+/// An audio object that shows no asset and is silent.
 class SONREL_EXPORT GapAudioObject : public AudioObject {
 public:
     GapAudioObject() = default;

@@ -5,50 +5,54 @@
 
 namespace orlo::project {
 
-AudioTrack::AudioTrack() : id_(zrtl::ZRID::Create()) {
-    animation_.SetStaticValue("audioLevel", 0.0f);
-    animation_.SetStaticValue("stereoBalance", 0.0f);
+struct AudioTrackImpl {
+    zrtl::ZRID id;
+    std::wstring name;
+    PropertyManager animation;
+    SequenceObjectList objects;
+    bool muted = false;
+    bool solo = false;
+};
+
+AudioTrack::AudioTrack() : impl_(std::make_unique<AudioTrackImpl>()) {
+    impl_->id = zrtl::ZRID::Create();
+    impl_->animation.SetStaticValue("audioLevel", 0.0f);
+    impl_->animation.SetStaticValue("stereoBalance", 0.0f);
 }
 
 AudioTrack::AudioTrack(AudioTrack const& source,
                        std::unordered_map<zrtl::ZRID, std::shared_ptr<CompositionAsset>>,
                        EditorSequence*, int)
-    : AbstractSequenceTrack(source),
-      id_(source.id_),
-      name_(source.name_),
-      animation_(source.animation_),
-      objects_(source.objects_),
-      muted_(source.muted_),
-      solo_(source.solo_) {}
+    : AbstractSequenceTrack(source), impl_(std::make_unique<AudioTrackImpl>(*source.impl_)) {}
 
 AudioTrack::~AudioTrack() = default;
 
 PropertyManager& AudioTrack::Animation() {
-    return animation_;
+    return impl_->animation;
 }
 SequenceObjectList& AudioTrack::Objects() {
-    return objects_;
+    return impl_->objects;
 }
 bool AudioTrack::IsMuted() const {
-    return muted_;
+    return impl_->muted;
 }
 bool AudioTrack::IsSolo() const {
-    return solo_;
+    return impl_->solo;
 }
 zrtl::ZRID const& AudioTrack::ID() const {
-    return id_;
+    return impl_->id;
 }
 void AudioTrack::SetMuted(bool muted) {
-    muted_ = muted;
+    impl_->muted = muted;
 }
 void AudioTrack::SetSolo(bool solo) {
-    solo_ = solo;
+    impl_->solo = solo;
 }
 std::wstring const& AudioTrack::Name() const {
-    return name_;
+    return impl_->name;
 }
 void AudioTrack::SetName(std::wstring name) {
-    name_ = std::move(name);
+    impl_->name = std::move(name);
 }
 
 }  // namespace orlo::project

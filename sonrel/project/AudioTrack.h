@@ -14,9 +14,10 @@ namespace orlo::project {
 
 class CompositionAsset;
 class EditorSequence;
+struct AudioTrackImpl;
 
 /// An audio track. Its properties "audioLevel" (float, dB) and "stereoBalance" (float, -1 left to
-/// 1 right) stand at 0 from the start.
+/// 1 right) are 0 in a new track.
 class SONREL_EXPORT AudioTrack : public AbstractSequenceTrack {
 public:
     AudioTrack();
@@ -31,7 +32,7 @@ public:
     PropertyManager& Animation() override;
     SequenceObjectList& Objects() override;
 
-    /// A muted track is silent, also a solo one.
+    /// A muted track is silent, even when it is solo.
     bool IsMuted() const;
     /// While any track is solo, the others are silent.
     bool IsSolo() const;
@@ -43,12 +44,7 @@ public:
     void SetName(std::wstring name);
 
 private:
-    zrtl::ZRID id_;
-    std::wstring name_;
-    PropertyManager animation_;
-    SequenceObjectList objects_;
-    bool muted_ = false;
-    bool solo_ = false;
+    std::unique_ptr<AudioTrackImpl> impl_;
 };
 
 }  // namespace orlo::project

@@ -6,19 +6,30 @@
 
 namespace orlo::project {
 
-AudioVideoSettings::AudioVideoSettings() = default;
-AudioVideoSettings::AudioVideoSettings(AudioVideoSettings const& source, int) {
-    *this = source;
+struct AudioVideoSettingsImpl {
+    double frameRate = 25.0;
+    int frameCount = 0;
+    AudioSamplingRate rate = AudioSamplingRate::Hz48000;
+    int customRate = 0;
+};
+
+AudioVideoSettings::AudioVideoSettings() : impl_(std::make_unique<AudioVideoSettingsImpl>()) {}
+AudioVideoSettings::AudioVideoSettings(AudioVideoSettings const& source, int)
+    : impl_(std::make_unique<AudioVideoSettingsImpl>(*source.impl_)) {}
+AudioVideoSettings& AudioVideoSettings::operator=(AudioVideoSettings const& source) {
+    *impl_ = *source.impl_;
+    return *this;
 }
+AudioVideoSettings::~AudioVideoSettings() = default;
 
 double AudioVideoSettings::FrameRate() const {
-    return frameRate_;
+    return impl_->frameRate;
 }
 int AudioVideoSettings::FrameCount() const {
-    return frameCount_;
+    return impl_->frameCount;
 }
 AudioSamplingRate AudioVideoSettings::AudioSampleRate() const {
-    return rate_;
+    return impl_->rate;
 }
 
 int AudioVideoSettings::AudioSampleRateValue(AudioSamplingRate rate) {
@@ -52,7 +63,8 @@ int AudioVideoSettings::AudioSampleRateValue(AudioSamplingRate rate) {
 }
 
 int AudioVideoSettings::AudioSampleRateValue() const {
-    return rate_ == AudioSamplingRate::Custom ? customRate_ : AudioSampleRateValue(rate_);
+    return impl_->rate == AudioSamplingRate::Custom ? impl_->customRate
+                                                    : AudioSampleRateValue(impl_->rate);
 }
 
 double AudioVideoSettings::MsPerFrame(double frameRate) {
@@ -63,20 +75,20 @@ void AudioVideoSettings::SetFrameRate(double frameRate) {
     if (!std::isfinite(frameRate) || frameRate <= 0.0) {
         throw std::invalid_argument("a frame rate must be a finite number above 0");
     }
-    frameRate_ = frameRate;
+    impl_->frameRate = frameRate;
 }
 
 void AudioVideoSettings::SetFrameCount(int frameCount) {
     if (frameCount < 0) throw std::invalid_argument("a frame count must not be negative");
-    frameCount_ = frameCount;
+    impl_->frameCount = frameCount;
 }
 
 void AudioVideoSettings::SetAudioSampleRate(AudioSamplingRate rate) {
     if (AudioSampleRateValue(rate) == 0) {
         throw std::invalid_argument("this enumerator stands for no sampling rate");
     }
-    rate_ = rate;
-    customRate_ = 0;
+    impl_->rate = rate;
+    impl_->customRate = 0;
 }
 
 void AudioVideoSettings::SetCustomAudioSampleRate(int hertz) {
@@ -85,8 +97,8 @@ void AudioVideoSettings::SetCustomAudioSampleRate(int hertz) {
         const auto rate = static_cast<AudioSamplingRate>(i);
         if (AudioSampleRateValue(rate) == hertz) return SetAudioSampleRate(rate);
     }
-    rate_ = AudioSamplingRate::Custom;
-    customRate_ = hertz;
+    impl_->rate = AudioSamplingRate::Custom;
+    impl_->customRate = hertz;
 }
 
 }  // namespace orlo::project

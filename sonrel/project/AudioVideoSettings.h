@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <memory>
+
 #include "sonrel/base/Export.h"
 
 namespace orlo::project {
+
+struct AudioVideoSettingsImpl;
 
 enum class AudioSamplingRate : int {
     Hz8000,
@@ -17,7 +21,7 @@ enum class AudioSamplingRate : int {
     Hz96000,
     Hz176400,
     Hz192000,
-    Custom,  ///< a rate in hertz that stands in the settings
+    Custom,  ///< any other rate; the settings contain it in hertz
 };
 
 /// Frame rate, length and sampling rate of a sequence or composition.
@@ -26,16 +30,17 @@ public:
     /// 25 frames a second, 0 frames, 48000 Hz.
     AudioVideoSettings();
     AudioVideoSettings(AudioVideoSettings const& source, int = 0);
-    AudioVideoSettings& operator=(AudioVideoSettings const&) = default;
+    AudioVideoSettings& operator=(AudioVideoSettings const& source);
+    ~AudioVideoSettings();
 
     /// Frames a second.
     double FrameRate() const;
     /// Length in frames.
     int FrameCount() const;
     AudioSamplingRate AudioSampleRate() const;
-    /// The enumerator in hertz; 0 for Custom, which only settings can tell.
+    /// The enumerator in hertz; 0 for Custom.
     static int AudioSampleRateValue(AudioSamplingRate rate);
-    /// The settings' own rate in hertz.
+    /// The rate of these settings in hertz.
     int AudioSampleRateValue() const;
     /// Milliseconds in a frame: 1000.0 / frameRate.
     static double MsPerFrame(double frameRate);
@@ -46,16 +51,13 @@ public:
     void SetFrameCount(int frameCount);
     /// @throws std::invalid_argument for Custom, which SetCustomAudioSampleRate sets
     void SetAudioSampleRate(AudioSamplingRate rate);
-    /// Sets the enumerator of that rate where there is one, else Custom.
+    /// Sets the enumerator of that rate if it exists, else Custom.
     /// @param hertz  above 0
     /// @throws std::invalid_argument otherwise
     void SetCustomAudioSampleRate(int hertz);
 
 private:
-    double frameRate_ = 25.0;
-    int frameCount_ = 0;
-    AudioSamplingRate rate_ = AudioSamplingRate::Hz48000;
-    int customRate_ = 0;
+    std::unique_ptr<AudioVideoSettingsImpl> impl_;
 };
 
 }  // namespace orlo::project

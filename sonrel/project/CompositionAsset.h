@@ -2,7 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <vector>
 
 #include "sonrel/base/Export.h"
 #include "sonrel/base/ListChangeObserver.h"
@@ -14,6 +13,8 @@ namespace orlo::project {
 
 class AssetList;
 class MediaManager;
+struct AssetListImpl;
+struct CompositionAssetImpl;
 
 /// A composition: settings and a stack of layers. It never contains itself, at any depth.
 class SONREL_EXPORT CompositionAsset : public AbstractAsset {
@@ -30,7 +31,7 @@ public:
     int AssetType() const override { return 1; }
     /// True when one of the layers has audio.
     bool HasAudio() const override;
-    /// Always true: a composition has a picture, if only an empty one.
+    /// Always true: a composition has a picture, which may be empty.
     bool HasVideo() const override;
 
     AudioVideoSettings& Settings();
@@ -39,23 +40,16 @@ public:
 
     /// Appends a layer and becomes its parent.
     /// @throws std::invalid_argument for an empty pointer, a layer of another composition, an
-    ///         identity that is there already, or a layer through which the composition would
-    ///         contain itself
+    ///         identity that the composition contains already, or a layer through which the
+    ///         composition would contain itself
     void AddLayer(std::shared_ptr<AbstractLayer> layer);
-    /// @return whether there was such a layer
+    /// @return whether the composition contained such a layer
     bool RemoveLayer(zrtl::ZRID const& id);
 
 private:
-    friend class AssetList;
+    friend struct AssetListImpl;
 
-    void WatchLayers();
-    void AdmitLayer(std::shared_ptr<AbstractLayer> const& layer);
-
-    zrtl::ZRID id_;
-    AudioVideoSettings settings_;
-    ListChangeObserver<std::shared_ptr<AbstractLayer>, ResponseDelegate::RecordChanges> layers_;
-    /// The asset lists that hold the composition: one, and those that were copied from it.
-    std::vector<AssetList*> lists_;
+    std::unique_ptr<CompositionAssetImpl> impl_;
 };
 
 }  // namespace orlo::project

@@ -5,49 +5,57 @@
 
 namespace orlo::project {
 
-EditorSequence::EditorSequence()
-    : id_(zrtl::ZRID::Create()), master_(std::make_shared<AudioTrack>()) {}
+struct EditorSequenceImpl {
+    zrtl::ZRID id;
+    AudioVideoSettings settings;
+    ZRList<std::shared_ptr<AudioTrack>, ZRListItemDelegate::SharedPtrIDCache> tracks;
+    std::shared_ptr<AudioTrack> master;
+};
+
+EditorSequence::EditorSequence() : impl_(std::make_unique<EditorSequenceImpl>()) {
+    impl_->id = zrtl::ZRID::Create();
+    impl_->master = std::make_shared<AudioTrack>();
+}
 
 EditorSequence::EditorSequence(EditorSequence const& source,
                                std::unordered_map<zrtl::ZRID, std::shared_ptr<CompositionAsset>>,
                                int)
-    : id_(source.id_),
-      settings_(source.settings_),
-      tracks_(source.tracks_),
-      master_(source.master_) {}
+    : impl_(std::make_unique<EditorSequenceImpl>(*source.impl_)) {}
 
 EditorSequence::~EditorSequence() = default;
 
 zrtl::ZRID const& EditorSequence::ID() const {
-    return id_;
+    return impl_->id;
 }
 AudioVideoSettings& EditorSequence::Settings() {
-    return settings_;
+    return impl_->settings;
 }
 
 ZRList<std::shared_ptr<AudioTrack>, ZRListItemDelegate::SharedPtrIDCache>&
 EditorSequence::AudioTracks() {
-    return tracks_;
+    return impl_->tracks;
 }
 
 std::shared_ptr<AudioTrack> const& EditorSequence::AudioMasterTrack() const {
-    return master_;
+    return impl_->master;
 }
 
 std::shared_ptr<AudioTrack> EditorSequence::AddAudioTrack() {
-    return InsertAudioTrack(tracks_.size());
+    return InsertAudioTrack(impl_->tracks.size());
 }
 
 std::shared_ptr<AudioTrack> EditorSequence::InsertAudioTrack(std::size_t index) {
-    if (index > tracks_.size()) throw std::out_of_range("no such place among the audio tracks");
+    auto& tracks = impl_->tracks;
+    if (index > tracks.size()) throw std::out_of_range("no such place among the audio tracks");
     auto track = std::make_shared<AudioTrack>();
-    tracks_.insert(tracks_.begin() + static_cast<std::ptrdiff_t>(index), track);
+    tracks.insert(tracks.begin() + static_cast<std::ptrdiff_t>(index), track);
     return track;
 }
 
 void EditorSequence::RemoveAudioTrack(std::size_t index) {
-    if (index >= tracks_.size()) throw std::out_of_range("no such audio track");
-    tracks_.erase(tracks_.begin() + static_cast<std::ptrdiff_t>(index));
+    auto& tracks = impl_->tracks;
+    if (index >= tracks.size()) throw std::out_of_range("no such audio track");
+    tracks.erase(tracks.begin() + static_cast<std::ptrdiff_t>(index));
 }
 
 }  // namespace orlo::project

@@ -14,11 +14,12 @@
 namespace orlo::project {
 
 class CompositionAsset;
+struct EditorSequenceImpl;
 
 /// The editing timeline: settings, audio tracks and a master track.
 class SONREL_EXPORT EditorSequence {
 public:
-    /// No tracks but the master track; the settings of a new AudioVideoSettings.
+    /// No tracks except the master track; the settings of a new AudioVideoSettings.
     EditorSequence();
     /// Settings are copied, the tracks are shared and the identity is the same; the other arguments
     /// are not used.
@@ -38,17 +39,14 @@ public:
 
     /// Appends an empty track.
     std::shared_ptr<AudioTrack> AddAudioTrack();
-    /// Puts an empty track in front of the one at @p index.
+    /// Inserts an empty track before the track at @p index.
     /// @throws std::out_of_range when @p index is above the number of tracks
     std::shared_ptr<AudioTrack> InsertAudioTrack(std::size_t index);
-    /// @throws std::out_of_range when there is no such track
+    /// @throws std::out_of_range when no track has this index
     void RemoveAudioTrack(std::size_t index);
 
 private:
-    zrtl::ZRID id_;
-    AudioVideoSettings settings_;
-    ZRList<std::shared_ptr<AudioTrack>, ZRListItemDelegate::SharedPtrIDCache> tracks_;
-    std::shared_ptr<AudioTrack> master_;
+    std::unique_ptr<EditorSequenceImpl> impl_;
 };
 
 }  // namespace orlo::project

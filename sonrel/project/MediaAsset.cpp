@@ -7,6 +7,17 @@
 
 namespace orlo::project {
 
+struct MediaAssetImpl {
+    zrtl::ZRID id;
+    std::weak_ptr<MediaManager> manager;
+    std::wstring filename;
+    std::unique_ptr<MediaAudioStream> audio;
+    std::unique_ptr<MediaVideoStream> video;
+    unsigned long long audioStreamIndex = 0;
+    bool merged = false;
+    std::wstring mergedAudioFilename;
+};
+
 namespace {
 
 template <class T>
@@ -14,83 +25,88 @@ std::unique_ptr<T> CopyOf(const std::unique_ptr<T>& stream) {
     return stream ? std::make_unique<T>(*stream) : nullptr;
 }
 
+std::unique_ptr<MediaAssetImpl> CopyOf(const MediaAssetImpl& source,
+                                       const std::weak_ptr<MediaManager>& manager) {
+    return std::unique_ptr<MediaAssetImpl>(
+        new MediaAssetImpl{source.id, manager.expired() ? source.manager : manager, source.filename,
+                           CopyOf(source.audio), CopyOf(source.video), source.audioStreamIndex,
+                           source.merged, source.mergedAudioFilename});
+}
+
 }  // namespace
 
 MediaAsset::MediaAsset(std::shared_ptr<orlo::project::MediaManager> const& manager,
                        std::wstring filename)
-    : id_(zrtl::ZRID::Create()), manager_(manager), filename_(std::move(filename)) {}
+    : impl_(std::make_unique<MediaAssetImpl>()) {
+    impl_->id = zrtl::ZRID::Create();
+    impl_->manager = manager;
+    impl_->filename = std::move(filename);
+}
 
 MediaAsset::MediaAsset(MediaAsset const& source,
                        std::weak_ptr<orlo::project::MediaManager> const& manager, int)
     : AbstractAsset(source),
       std::enable_shared_from_this<MediaAsset>(source),
-      id_(source.id_),
-      manager_(manager.expired() ? source.manager_ : manager),
-      filename_(source.filename_),
-      audio_(CopyOf(source.audio_)),
-      video_(CopyOf(source.video_)),
-      audioStreamIndex_(source.audioStreamIndex_),
-      merged_(source.merged_),
-      mergedAudioFilename_(source.mergedAudioFilename_) {}
+      impl_(CopyOf(*source.impl_, manager)) {}
 
 MediaAsset::~MediaAsset() = default;
 
 zrtl::ZRID const& MediaAsset::ID() const {
-    return id_;
+    return impl_->id;
 }
 bool MediaAsset::HasAudio() const {
-    return audio_ != nullptr;
+    return impl_->audio != nullptr;
 }
 bool MediaAsset::HasVideo() const {
-    return video_ != nullptr;
+    return impl_->video != nullptr;
 }
 
 std::unique_ptr<MediaAudioStream> const& MediaAsset::AudioStream() const {
-    return audio_;
+    return impl_->audio;
 }
 std::unique_ptr<MediaVideoStream> const& MediaAsset::VideoStream() const {
-    return video_;
+    return impl_->video;
 }
 unsigned long long MediaAsset::AudioStreamIndex() const {
-    return audioStreamIndex_;
+    return impl_->audioStreamIndex;
 }
 std::wstring MediaAsset::Filename() const {
-    return filename_;
+    return impl_->filename;
 }
 bool MediaAsset::IsMerged() const {
-    return merged_;
+    return impl_->merged;
 }
 std::wstring MediaAsset::MergedAudioFilename() const {
-    return mergedAudioFilename_;
+    return impl_->mergedAudioFilename;
 }
 
 std::shared_ptr<orlo::project::MediaManager> MediaAsset::MediaManager() const {
-    return manager_.lock();
+    return impl_->manager.lock();
 }
 
 void MediaAsset::SetAudioStream(std::unique_ptr<MediaAudioStream> stream) {
-    audio_ = std::move(stream);
-    if (audio_) audio_->merged_ = merged_;
+    impl_->audio = std::move(stream);
+    if (impl_->audio) impl_->audio->SetMerged(impl_->merged);
 }
 
 void MediaAsset::SetVideoStream(std::unique_ptr<MediaVideoStream> stream) {
-    video_ = std::move(stream);
+    impl_->video = std::move(stream);
 }
 
 void MediaAsset::SetAudioStreamIndex(unsigned long long index) {
-    audioStreamIndex_ = index;
+    impl_->audioStreamIndex = index;
 }
 
 void MediaAsset::SetMerged(std::wstring mergedAudioFilename) {
-    mergedAudioFilename_ = std::move(mergedAudioFilename);
-    merged_ = true;
-    if (audio_) audio_->merged_ = true;
+    impl_->mergedAudioFilename = std::move(mergedAudioFilename);
+    impl_->merged = true;
+    if (impl_->audio) impl_->audio->SetMerged(true);
 }
 
 void MediaAsset::ClearMerged() {
-    mergedAudioFilename_.clear();
-    merged_ = false;
-    if (audio_) audio_->merged_ = false;
+    impl_->mergedAudioFilename.clear();
+    impl_->merged = false;
+    if (impl_->audio) impl_->audio->SetMerged(false);
 }
 
 }  // namespace orlo::project

@@ -12,12 +12,13 @@
 namespace orlo::project {
 
 class MediaManager;
+struct MediaAssetImpl;
 
 /// A media file with at most one audio and one video stream.
 class SONREL_EXPORT MediaAsset : public AbstractAsset,
                                  public std::enable_shared_from_this<MediaAsset> {
 public:
-    /// @param manager   the manager whose locks the cache work on this file takes
+    /// @param manager   its locks are taken while cache files of this media file are made
     /// @param filename  full path of the media file
     MediaAsset(std::shared_ptr<orlo::project::MediaManager> const& manager, std::wstring filename);
     /// The copy has the same identity and its own copies of the streams.
@@ -29,20 +30,20 @@ public:
 
     zrtl::ZRID const& ID() const override;
     int AssetType() const override { return 0; }
-    /// True when there is an audio stream.
+    /// True when the asset has an audio stream.
     bool HasAudio() const override;
-    /// True when there is a video stream.
+    /// True when the asset has a video stream.
     bool HasVideo() const override;
 
-    /// Empty for an asset without sound, which reads as 0 samples.
+    /// Empty for an asset without sound; a read of it returns 0 samples.
     std::unique_ptr<MediaAudioStream> const& AudioStream() const;
     std::unique_ptr<MediaVideoStream> const& VideoStream() const;
-    /// Which audio stream of the file, counted among its audio streams, from 0.
+    /// The index of the audio stream among the audio streams of the file, from 0.
     unsigned long long AudioStreamIndex() const;
     std::wstring Filename() const;
-    /// The sound comes from a separate file.
+    /// True when the sound comes from a separate file.
     bool IsMerged() const;
-    /// That file; it replaces Filename() for every audio purpose.
+    /// The separate file with the sound. It replaces Filename() for every audio purpose.
     std::wstring MergedAudioFilename() const;
     std::shared_ptr<orlo::project::MediaManager> MediaManager() const;
 
@@ -53,14 +54,7 @@ public:
     void ClearMerged();
 
 private:
-    zrtl::ZRID id_;
-    std::weak_ptr<orlo::project::MediaManager> manager_;
-    std::wstring filename_;
-    std::unique_ptr<MediaAudioStream> audio_;
-    std::unique_ptr<MediaVideoStream> video_;
-    unsigned long long audioStreamIndex_ = 0;
-    bool merged_ = false;
-    std::wstring mergedAudioFilename_;
+    std::unique_ptr<MediaAssetImpl> impl_;
 };
 
 }  // namespace orlo::project

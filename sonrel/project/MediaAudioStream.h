@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <optional>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -12,32 +12,37 @@ namespace orlo::project {
 
 using zrh::media::ZRAudioCodec;
 
+struct MediaAudioStreamImpl;
+
 /// The audio stream of a media asset, with the state of its cache files.
 ///
-/// Sample counts are sample frames. Threads: the cache setters run on the thread of whoever makes
-/// the files, while nothing mixes the stream.
+/// Sample counts are sample frames. Threads: the setters of the cache files run on the thread that
+/// makes the files, while nothing mixes the stream.
 class SONREL_EXPORT MediaAudioStream {
 public:
     /// @param nativeRate   the media file's own rate, hertz
     /// @param nativeCount  its length at that rate
-    /// @throws std::invalid_argument when one of them is negative
+    /// @throws std::invalid_argument when the rate or the length is negative
     MediaAudioStream(int nativeRate, long long nativeCount, ZRAudioCodec codec);
+    MediaAudioStream(MediaAudioStream const& source);
+    MediaAudioStream& operator=(MediaAudioStream const& source);
+    ~MediaAudioStream();
 
     ZRAudioCodec Codec() const;
 
-    /// A conformed file is ready, or the question is settled: an available stream without a path is
-    /// silent.
+    /// True when a conformed file is ready, or when it is known that none can be made: an available
+    /// stream without a path is silent.
     bool SamplesAvailable() const;
     void SetSamplesAvailable(bool available);
 
     /// Full path of the conformed file; empty without one.
     std::wstring const& ConformedFilePath() const;
-    /// Records a conformed file. Its length is read from the file; a file that cannot be opened, as
-    /// an empty path, has none.
+    /// Records a conformed file. Its length is read from the file; it is 0 for an empty path and
+    /// for a file that cannot be opened.
     void SetConformedFile(std::wstring const& path, int sampleRate);
-    /// Forgets path, rate and length.
+    /// Clears path, rate and length.
     void ClearConformedFile();
-    /// Length at the conformed rate; 0 means that nothing can be read.
+    /// Length at the conformed rate; 0 when nothing can be read.
     long long ConformedSampleCount() const;
     /// Hertz.
     int ConformedSampleRate() const;
@@ -51,9 +56,9 @@ public:
     /// MediaAsset::IsMerged of the asset that the stream belongs to: the samples come from another
     /// file that is merged with the asset. False for a stream without an asset.
     bool IsMerged() const;
-    /// first: the position on the asset's timeline of the merged file's first sample; second: the
-    /// end of valid positions, exclusive. Until one is set, the range of the conformed samples from
-    /// position 0.
+    /// first: the position of the first sample of the merged file on the timeline of the asset;
+    /// second: the end of valid positions, exclusive. Until a range is set: all conformed samples
+    /// from position 0.
     std::pair<long long, long long> MergedSampleRange() const;
 
     std::wstring const& WaveformPeakFilePath() const;
@@ -63,10 +68,10 @@ public:
 
     /// @throws std::invalid_argument when not finite and above 0
     void SetFrameRate(double frameRate);
-    /// Sets where the merged file is placed. It counts while the asset is merged.
+    /// Sets the place of the merged file. It is used while the asset is merged.
     /// @throws std::invalid_argument when a position is negative or @p end is below @p first
     void SetMergedSampleRange(long long first, long long end);
-    /// Forgets the range that was set.
+    /// Removes the range that was set.
     void ClearMergedSampleRange();
     /// Overrides the length that SetConformedFile read.
     /// @throws std::invalid_argument when negative
@@ -75,18 +80,9 @@ public:
 private:
     friend class MediaAsset;
 
-    ZRAudioCodec codec_;
-    int nativeRate_;
-    long long nativeCount_;
-    double frameRate_ = 25.0;
-    bool samplesAvailable_ = false;
-    std::wstring conformedPath_;
-    int conformedRate_ = 0;
-    long long conformedCount_ = 0;
-    bool merged_ = false;  // written by the asset
-    std::optional<std::pair<long long, long long>> mergedRange_;
-    std::wstring peakPath_;
-    bool previewAvailable_ = false;
+    void SetMerged(bool merged);
+
+    std::unique_ptr<MediaAudioStreamImpl> impl_;
 };
 
 }  // namespace orlo::project

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "sonrel/base/Export.h"
@@ -13,9 +11,11 @@ namespace orlo::project {
 
 using zrtl::thread::ZRCriticalSection;
 
-/// The locks that keep work on one media path and one kind of cache file exclusive.
+struct MediaManagerImpl;
+
+/// The locks that make the work on one media path and one kind of cache file exclusive.
 ///
-/// Threads: any. The same path always gives the same lock, which lives as long as the manager.
+/// Threads: any. The same path always returns the same lock, which exists as long as the manager.
 class SONREL_EXPORT MediaManager : public std::enable_shared_from_this<MediaManager> {
 public:
     MediaManager();
@@ -27,13 +27,7 @@ public:
     ZRCriticalSection& WaveformPeakFileCS(std::wstring const& mediaPath);
 
 private:
-    using Locks = std::map<std::wstring, std::unique_ptr<ZRCriticalSection>>;
-
-    ZRCriticalSection& LockFor(Locks& locks, std::wstring const& mediaPath);
-
-    std::mutex mutex_;
-    Locks conformedLocks_;
-    Locks peakLocks_;
+    std::unique_ptr<MediaManagerImpl> impl_;
 };
 
 }  // namespace orlo::project

@@ -6,19 +6,36 @@
 
 namespace orlo::project {
 
+struct MediaVideoStreamImpl {
+    double frameRate = 0.0;
+    int frameCount = 0;
+};
+
 MediaVideoStream::MediaVideoStream(double frameRate, int frameCount)
-    : frameRate_(frameRate), frameCount_(frameCount) {
+    : impl_(std::make_unique<MediaVideoStreamImpl>()) {
     if (!std::isfinite(frameRate) || frameRate <= 0.0) {
         throw std::invalid_argument("a frame rate must be a finite number above 0");
     }
     if (frameCount < 0) throw std::invalid_argument("a frame count must not be negative");
+    impl_->frameRate = frameRate;
+    impl_->frameCount = frameCount;
 }
 
+MediaVideoStream::MediaVideoStream(MediaVideoStream const& source)
+    : impl_(std::make_unique<MediaVideoStreamImpl>(*source.impl_)) {}
+
+MediaVideoStream& MediaVideoStream::operator=(MediaVideoStream const& source) {
+    *impl_ = *source.impl_;
+    return *this;
+}
+
+MediaVideoStream::~MediaVideoStream() = default;
+
 double MediaVideoStream::FrameRate() const {
-    return frameRate_;
+    return impl_->frameRate;
 }
 int MediaVideoStream::FrameCount() const {
-    return frameCount_;
+    return impl_->frameCount;
 }
 
 }  // namespace orlo::project

@@ -8,27 +8,35 @@
 
 namespace orlo::project {
 
-Project::Project()
-    : manager_(std::make_shared<MediaManager>()), sequence_(std::make_shared<EditorSequence>()) {}
+struct ProjectImpl {
+    std::shared_ptr<MediaManager> manager;
+    AssetList assets;
+    std::shared_ptr<EditorSequence> sequence;
+};
+
+Project::Project() : impl_(std::make_unique<ProjectImpl>()) {
+    impl_->manager = std::make_shared<MediaManager>();
+    impl_->sequence = std::make_shared<EditorSequence>();
+}
 
 Project::Project(Project const& source, int)
-    : manager_(source.manager_), assets_(source.assets_), sequence_(source.sequence_) {}
+    : impl_(std::make_unique<ProjectImpl>(*source.impl_)) {}
 
 Project::~Project() = default;
 
 AssetList& Project::Assets() {
-    return assets_;
+    return impl_->assets;
 }
 std::shared_ptr<EditorSequence> const& Project::Sequence() const {
-    return sequence_;
+    return impl_->sequence;
 }
 std::shared_ptr<MediaManager> const& Project::Manager() const {
-    return manager_;
+    return impl_->manager;
 }
 
 void Project::SetSequence(std::shared_ptr<EditorSequence> sequence) {
     if (!sequence) throw std::invalid_argument("a project needs a sequence");
-    sequence_ = std::move(sequence);
+    impl_->sequence = std::move(sequence);
 }
 
 }  // namespace orlo::project

@@ -10,16 +10,17 @@
 namespace orlo::project {
 
 class MediaManager;
+struct ProjectImpl;
 
 /// One open project: the asset list and the main sequence.
 ///
-/// Threads: not safe by itself. A host holds the mixer's mutex around edits of flags, levels and
+/// Threads: the class has no lock. A host holds the mixer's mutex around edits of flags, levels and
 /// balance, and makes structural edits while nothing mixes.
 class SONREL_EXPORT Project {
 public:
     /// No assets, a sequence of 0 frames at 25 frames a second and 48000 Hz, a media manager.
     Project();
-    /// Shares assets, sequence and manager of @p source; the list of assets is the copy's own.
+    /// Shares assets, sequence and manager of @p source. The copy has a separate list of assets.
     Project(Project const& source, int = 0);
     Project& operator=(Project const&) = delete;
     ~Project();
@@ -31,9 +32,7 @@ public:
     void SetSequence(std::shared_ptr<EditorSequence> sequence);
 
 private:
-    std::shared_ptr<MediaManager> manager_;
-    AssetList assets_;
-    std::shared_ptr<EditorSequence> sequence_;
+    std::unique_ptr<ProjectImpl> impl_;
 };
 
 }  // namespace orlo::project

@@ -13,13 +13,14 @@ namespace orlo::project {
 
 class CompositionAsset;
 class EditorSequence;
+struct SequenceObjectListImpl;
 
-/// The objects of one track, by time and by identity. No two overlap.
+/// The objects of one track, by time and by identity. No two objects overlap.
 class SONREL_EXPORT SequenceObjectList {
 public:
     SequenceObjectList();
-    /// Shares the objects of @p source, which from then on keep clear of the neighbours that they
-    /// have in either list; the other arguments are not used.
+    /// Shares the objects of @p source. From then on an object refuses to overlap its neighbours in
+    /// either list. The other arguments are not used.
     SequenceObjectList(
         SequenceObjectList const& source,
         std::unordered_map<zrtl::ZRID, std::shared_ptr<CompositionAsset>> compositions = {},
@@ -33,22 +34,16 @@ public:
     std::shared_ptr<AbstractSequenceObject> GetByID(zrtl::ZRID const& id) const;
 
     /// Adds an object.
-    /// @throws std::invalid_argument for an empty pointer, an empty range, an identity that is
-    ///         there already, an object of another list, or an overlap
+    /// @throws std::invalid_argument for an empty pointer, an empty range, an identity that the
+    ///         list contains already, an object of another list, or an overlap
     void Add(std::shared_ptr<AbstractSequenceObject> object);
-    /// @return whether there was such an object
+    /// @return whether the list contained such an object
     bool Remove(zrtl::ZRID const& id);
     /// In the order of their start frames.
     std::vector<std::shared_ptr<AbstractSequenceObject>> const& All() const;
 
 private:
-    friend class AbstractSequenceObject;
-
-    void RefuseOverlap(AbstractSequenceObject const* object, int startFrame, int endFrame) const;
-    void SortByStart();
-
-    std::vector<std::shared_ptr<AbstractSequenceObject>> objects_;
-    std::unordered_map<zrtl::ZRID, std::shared_ptr<AbstractSequenceObject>> byId_;
+    std::unique_ptr<SequenceObjectListImpl> impl_;
 };
 
 }  // namespace orlo::project

@@ -9,48 +9,47 @@
 
 namespace orlo::project {
 
+struct TransitionImpl {
+    zrtl::ZRID id;
+    std::shared_ptr<AbstractPlugin> plugin;
+    zrtl::ZRID from;
+    zrtl::ZRID to;
+    int length = 0;
+    int relativeStartFrame = 0;
+};
+
 Transition::Transition(std::shared_ptr<AbstractPlugin> plugin, zrtl::ZRID const& from,
                        zrtl::ZRID const& to, int length, int relativeStartFrame)
-    : id_(zrtl::ZRID::Create()),
-      plugin_(std::move(plugin)),
-      from_(from),
-      to_(to),
-      length_(length),
-      relativeStartFrame_(relativeStartFrame) {
-    if (!dynamic_cast<AbstractPluginAudioTransition*>(plugin_.get())) {
+    : impl_(std::make_unique<TransitionImpl>()) {
+    if (!dynamic_cast<AbstractPluginAudioTransition*>(plugin.get())) {
         throw std::invalid_argument("a transition needs an audio transition plugin");
     }
     if (length < 1) throw std::invalid_argument("a transition must be at least one frame long");
+    *impl_ = {zrtl::ZRID::Create(), std::move(plugin), from, to, length, relativeStartFrame};
 }
 
 Transition::Transition(Transition& source, int)
-    : AbstractPluginInstance(source),
-      id_(source.id_),
-      plugin_(source.plugin_),
-      from_(source.from_),
-      to_(source.to_),
-      length_(source.length_),
-      relativeStartFrame_(source.relativeStartFrame_) {}
+    : AbstractPluginInstance(source), impl_(std::make_unique<TransitionImpl>(*source.impl_)) {}
 
 Transition::~Transition() = default;
 
 zrtl::ZRID const& Transition::ID() const {
-    return id_;
+    return impl_->id;
 }
 std::shared_ptr<AbstractPlugin> Transition::Plugin() {
-    return plugin_;
+    return impl_->plugin;
 }
 int Transition::Length() const {
-    return length_;
+    return impl_->length;
 }
 int Transition::RelativeStartFrame() const {
-    return relativeStartFrame_;
+    return impl_->relativeStartFrame;
 }
 zrtl::ZRID const& Transition::FromObject() const {
-    return from_;
+    return impl_->from;
 }
 zrtl::ZRID const& Transition::ToObject() const {
-    return to_;
+    return impl_->to;
 }
 
 std::shared_ptr<Transition> JoinWithTransition(SequenceObjectList& objects, zrtl::ZRID const& from,

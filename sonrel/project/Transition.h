@@ -9,9 +9,10 @@
 namespace orlo::project {
 
 class SequenceObjectList;
+struct TransitionImpl;
 
-/// A transition between two neighbouring objects of a track, or from or to silence where an
-/// identity is null.
+/// A transition between two neighbouring objects of a track. A null identity means silence in place
+/// of an object.
 class SONREL_EXPORT Transition : public AbstractPluginInstance {
 public:
     /// @param plugin              an AbstractPluginAudioTransition, never empty
@@ -20,7 +21,8 @@ public:
     /// @param length              frames, above 0
     /// @param relativeStartFrame  frames from the join: from the start frame of the object that is
     ///                            entered, from the end frame of the object that is left
-    /// @throws std::invalid_argument for an empty plugin, one of another class, or a length below 1
+    /// @throws std::invalid_argument for an empty plugin, a plugin of another class, or a length
+    ///         below 1
     Transition(std::shared_ptr<AbstractPlugin> plugin, zrtl::ZRID const& from, zrtl::ZRID const& to,
                int length, int relativeStartFrame);
     /// Shares the plugin and has the same identity.
@@ -37,17 +39,11 @@ public:
     zrtl::ZRID const& ToObject() const;
 
 private:
-    zrtl::ZRID id_;
-    std::shared_ptr<AbstractPlugin> plugin_;
-    zrtl::ZRID from_;
-    zrtl::ZRID to_;
-    int length_;
-    int relativeStartFrame_;
+    std::unique_ptr<TransitionImpl> impl_;
 };
 
-/// Joins two objects of one track with a transition: outgoing of the one, incoming of the other.
-/// @throws std::invalid_argument when the list does not hold both or they are one, and as
-///         Transition
+/// Joins two objects of one track with a transition: outgoing of @p from, incoming of @p to.
+/// @throws std::invalid_argument when the list does not contain two such objects, and as Transition
 SONREL_EXPORT std::shared_ptr<Transition> JoinWithTransition(SequenceObjectList& objects,
                                                              zrtl::ZRID const& from,
                                                              zrtl::ZRID const& to,

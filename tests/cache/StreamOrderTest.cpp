@@ -20,8 +20,18 @@ std::vector<std::string>& Calls() {
 // The bodies of the stream in this program: they note the calls.
 namespace orlo::project {
 
+struct MediaAudioStreamImpl {
+    ZRAudioCodec codec;
+    int nativeRate;
+    long long nativeCount;
+    std::wstring noPath;
+};
+
 MediaAudioStream::MediaAudioStream(int nativeRate, long long nativeCount, ZRAudioCodec codec)
-    : codec_(codec), nativeRate_(nativeRate), nativeCount_(nativeCount) {}
+    : impl_(new MediaAudioStreamImpl{codec, nativeRate, nativeCount, {}}) {}
+MediaAudioStream::MediaAudioStream(MediaAudioStream const& source)
+    : impl_(std::make_unique<MediaAudioStreamImpl>(*source.impl_)) {}
+MediaAudioStream::~MediaAudioStream() = default;
 
 void MediaAudioStream::SetSamplesAvailable(bool available) {
     Calls().push_back(available ? "available" : "not available");
@@ -40,40 +50,41 @@ void MediaAudioStream::SetWaveformPreviewAvailable(bool available) {
 }
 
 ZRAudioCodec MediaAudioStream::Codec() const {
-    return codec_;
+    return impl_->codec;
 }
 bool MediaAudioStream::SamplesAvailable() const {
-    return samplesAvailable_;
+    return false;
 }
 std::wstring const& MediaAudioStream::ConformedFilePath() const {
-    return conformedPath_;
+    return impl_->noPath;
 }
 long long MediaAudioStream::ConformedSampleCount() const {
-    return conformedCount_;
+    return 0;
 }
 int MediaAudioStream::ConformedSampleRate() const {
-    return conformedRate_;
+    return 0;
 }
 long long MediaAudioStream::NativeSampleCount() const {
-    return nativeCount_;
+    return impl_->nativeCount;
 }
 int MediaAudioStream::NativeSampleRate() const {
-    return nativeRate_;
+    return impl_->nativeRate;
 }
 double MediaAudioStream::FrameRate() const {
-    return frameRate_;
+    return 25.0;
 }
 bool MediaAudioStream::IsMerged() const {
-    return merged_;
+    return false;
 }
+void MediaAudioStream::SetMerged(bool) {}
 std::pair<long long, long long> MediaAudioStream::MergedSampleRange() const {
-    return mergedRange_.value_or(std::pair(0LL, conformedCount_));
+    return {0, 0};
 }
 std::wstring const& MediaAudioStream::WaveformPeakFilePath() const {
-    return peakPath_;
+    return impl_->noPath;
 }
 bool MediaAudioStream::WaveformPreviewAvailable() const {
-    return previewAvailable_;
+    return false;
 }
 void MediaAudioStream::SetFrameRate(double) {}
 void MediaAudioStream::SetMergedSampleRange(long long, long long) {}

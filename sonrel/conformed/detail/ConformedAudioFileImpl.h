@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <atomic>
+#include <string>
+#include <vector>
+
+#include "sonrel/conformed/detail/ConformedFileLayout.h"
+#include "sonrel/files/FileIdentity.h"
+
+namespace orlo::project {
+
+/// Frames of a file that were read in advance.
+struct ReadAhead {
+    long long start = 0;
+    std::vector<unsigned char> bytes;
+
+    /// Copies frames if all of them were read in advance.
+    /// @return false, and nothing is copied, when one of them was not
+    bool Copy(long long first, long long count, unsigned char* buffer) const;
+};
+
+/// An open conformed file, and the memory of a closed one.
+struct ConformedAudioFileImpl {
+    std::wstring path;
+    std::string name;  ///< the path in UTF-8
+    files::FileIdentity identity;
+    bool isSettled = false;  ///< when the identity was taken
+    ConformedFileLayout layout;
+    ReadAhead ahead;  ///< never changed while the file is open: several threads may read
+    /// The end of the last read and its frames: the next read probably continues there.
+    std::atomic<long long> nextFrame{0};
+    std::atomic<long long> lastCount{0};
+    std::atomic<int> descriptor{-1};  ///< -1 until a read needs it, and while the file is closed
+
+    ConformedAudioFileImpl() = default;
+    ConformedAudioFileImpl(const ConformedAudioFileImpl&) = delete;
+    ConformedAudioFileImpl& operator=(const ConformedAudioFileImpl&) = delete;
+    ~ConformedAudioFileImpl() { CloseDescriptor(); }
+
+    /// Whether all frames of the next read, if it continues from the last one, were read in
+    /// advance. False when nothing was read yet and at the end of the file.
+    bool HoldsNextRead() const;
+
+    /// The descriptor, which is opened if necessary; -1 when the path no longer leads to the file.
+    /// Threads: any number at once.
+    int Descriptor();
+    void CloseDescriptor();
+};
+
+}  // namespace orlo::project
