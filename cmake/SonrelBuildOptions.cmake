@@ -8,7 +8,9 @@ target_compile_options(SonrelBuildOptions INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
     $<$<BOOL:${SONREL_WERROR}>:-Werror>)
 target_compile_definitions(SonrelBuildOptions INTERFACE QT_NO_KEYWORDS)
-target_link_options(SonrelBuildOptions INTERFACE -Wl,-z,defs)
+# A library must have no undefined symbols, except an engine that is linked to no project library.
+target_link_options(SonrelBuildOptions INTERFACE
+    $<$<NOT:$<BOOL:$<TARGET_PROPERTY:SONREL_ALLOW_UNDEFINED>>>:-Wl,-z,defs>)
 
 # Position-independent code with hidden symbols, as every object of a shared library needs it.
 function(sonrel_library_properties)

@@ -7,7 +7,7 @@ find_package(SDL2 REQUIRED CONFIG)
 pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile)
 pkg_check_modules(XXHASH REQUIRED IMPORTED_TARGET libxxhash)
 
-if(SONREL_WITH_PROJECT)
+if(SONREL_PROJECT_LIBRARY STREQUAL "")
     find_package(SQLite3 REQUIRED)
     pkg_check_modules(FFMPEG REQUIRED IMPORTED_TARGET libavformat libavcodec libswresample libavutil)
 endif()
