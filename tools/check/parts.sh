@@ -33,6 +33,8 @@ release_tests() {
     require "Build" build release
     check "Each public header compiles alone" build release all_verify_interface_header_sets
     check "Exported names" tools/check/check_exports.py build/release
+    check "Operations of a project library" \
+        tools/check/check_operations.py build/release/sonrel/libsonrel.so
     count_tests "All tests, release build" run_tests release .
 }
 
@@ -45,6 +47,7 @@ installed_view() {
     check "Consumer project, by CMake" consumer_by_cmake "$stage"
     check "Plugin library of another project" plugins_by_cmake "$stage"
     check "Consumer project, by pkg-config" consumer_by_pkg_config "$stage"
+    check "Project library of a host, linked by the program" host_project_by_program "$stage"
     check "The installed program starts" "$stage/bin/sonrel" --version
     check "Completion of the command line" tools/check/check_completion.py "$stage/bin/sonrel"
 }
@@ -69,6 +72,47 @@ consumer_by_pkg_config() {
     c++ tests/consumer/main.cpp -o build/consumer/by-pkg-config \
         $(PKG_CONFIG_PATH=$folder pkg-config --cflags --libs sonrel) &&
         LD_LIBRARY_PATH=$(dirname "$folder") build/consumer/by-pkg-config
+}
+
+# An engine without a project library, installed apart, and a library of a host in its place: only the
+# documented operations are undefined, and one scene has the same mix as with our library.
+host_project_by_program() {
+    local ours=$1 none=$PWD/build/stage-none build=build/own-project
+    rm -rf "$none" "$build"
+    cmake --preset release -B build/none -DSONREL_PROJECT_LIBRARY=none >build/configure-none.log 2>&1 &&
+        grep -q "examples, tests, benchmarks and fuzzers need it and are left out" \
+            build/configure-none.log &&
+        cmake --build build/none && cmake --install build/none --prefix "$none" >/dev/null &&
+        tools/check/check_operations.py --none "$none/lib/libsonrel.so" &&
+        ! grep -q sonrel-project "$none/lib/pkgconfig/sonrel.pc" &&
+        host_project "$build/ours" -DCMAKE_PREFIX_PATH="$ours" -DOWN_PROJECT_WITH=ours &&
+        host_project "$build/host" -DCMAKE_PREFIX_PATH="$none" &&
+        "$build/ours/mix_with_ours" "$build/ours/scene" &&
+        "$build/host/mix_with_host" "$build/host/scene" &&
+        cmp "$build/ours/scene/mix.pcm" "$build/host/scene/mix.pcm"
+}
+
+# host_project BUILD_FOLDER OPTION...
+host_project() {
+    cmake -S tests/consumer/own-project -B "$1" -G Ninja "${@:2}" >/dev/null && cmake --build "$1"
+}
+
+# Sonrel as a part of the build of a host that gives its library as a CMake target. After
+# installed_view, which made the mix to compare with.
+host_project_by_target() {
+    local build=build/own-project
+    rm -rf "$build/target"
+    host_project "$build/target" -DOWN_PROJECT_SONREL="$PWD" -DCMAKE_BUILD_TYPE=Release \
+        -DCMAKE_CXX_FLAGS_RELEASE=-O2 -DSONREL_WERROR=ON \
+        -DCMAKE_CXX_COMPILER_LAUNCHER="$SONREL_COMPILER_LAUNCHER" &&
+        "$build/target/mix_with_host" "$build/target/scene" &&
+        cmp "$build/ours/scene/mix.pcm" "$build/target/scene/mix.pcm" &&
+        ! cmake -B build/no-target -DSONREL_PROJECT_LIBRARY=nobody >build/no-target.log 2>&1 &&
+        grep -q "no CMake target has this name" build/no-target.log
+}
+
+own_project_library() {
+    check "Project library of a host, as a CMake target" host_project_by_target
 }
 
 # The address sanitizer also searches for leaks at the end of each test.
