@@ -80,10 +80,10 @@ public:
 
     /// Processor time of the worker so far.
     double WorkerSeconds() const {
-        auto& worker = sonrel::PlaybackEngineAccess::Impl(*engine_->Playback()).workerThread;
+        auto& worker = sonrel::PlaybackEngineAccess::Impl(*engine_->Playback()).worker;
         clockid_t clock = {};
         timespec time = {};
-        pthread_getcpuclockid(worker.native_handle(), &clock);
+        pthread_getcpuclockid(worker.NativeHandle(), &clock);
         clock_gettime(clock, &time);
         return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
     }

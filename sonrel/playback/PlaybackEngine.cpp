@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+// The class. Only this source of playback uses the engine object: it hands the mixer of its owner
+// to the others.
 #include "sonrel/playback/PlaybackEngine.h"
 
 #include <algorithm>
@@ -6,20 +8,13 @@
 #include <cstdint>
 #include <exception>
 #include <functional>
-#include <mutex>
+#include <stdexcept>
 #include <thread>
 #include <utility>
 
-#include "sonrel/base/Timing.h"
 #include "sonrel/engine/Sonrel.h"
-#include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/playback/AbstractAudioMeterObserver.h"
-#include "sonrel/playback/detail/DeviceSetup.h"
-#include "sonrel/playback/detail/FlushWait.h"
-#include "sonrel/playback/detail/MeterObservers.h"
 #include "sonrel/playback/detail/PlaybackEngineImpl.h"
-#include "sonrel/playback/detail/PlaybackReader.h"
-#include "sonrel/playback/detail/PlaybackWorker.h"
 
 namespace orlo::sonrel {
 
@@ -32,110 +27,92 @@ namespace {
 constexpr int MAX_SPEED = 4;
 constexpr int METER_BLOCK_MS = 100;
 
-AudioMixer& MixerOf(const PlaybackEngineImpl& engine) {
-    return *engine.owner->Mixer();
-}
-
-long long SampleOfFrame(const PlaybackEngineImpl& engine, int frame) {
-    return zrtl::FrameToSample(frame, engine.sampleRate, engine.frameRate);
-}
-
-/// Starts the meters of a run or a single frame if anybody wants them. Under meterMutex.
-void StartMeters(PlaybackEngineImpl& engine) {
-    if (!detail::HasMeterObservers(engine)) return;
-    engine.lastMeterBlock = 0;
-    MixerOf(engine).StartMeterSession(engine.audioTrackCount, engine.meterBlockSamples);
-}
-
-/// Begins the levels of a run that starts at a sample. Nothing of it is heard yet.
-void BeginLevels(PlaybackEngineImpl& engine, long long startSample) {
-    const std::lock_guard guard(engine.meterMutex);
-    StartMeters(engine);
-    engine.currentVideoFrame.exchange(PlaybackEngine::NO_FRAME);
-    engine.startSample = startSample;
-}
-
-void BeginSingleFrameLevels(PlaybackEngineImpl& engine) {
-    const std::lock_guard guard(engine.meterMutex);
-    StartMeters(engine);
-}
-
-void StartWorker(PlaybackEngineImpl& engine) {
-    engine.signals.Reset();
-    engine.hasPlayedOut = false;
-    engine.workerThread = std::thread([&engine] { detail::PlaybackThreadEntry(engine); });
-}
-
-/// A short run on a fast output may have been heard to its end already. A run that had nothing to
-/// play at all stays as it is until it is stopped.
-void MarkAsPlaying(PlaybackEngineImpl& engine) {
-    engine.isPlaying.exchange(true);
-    if (engine.hasPlayedOut) engine.isPlaying.exchange(false);
-}
-
-/// Drops the queue and sends the worker back to the end of the buffer that sounds. The worker
-/// stands still.
-Err DropQueue(PlaybackEngineImpl& engine) {
-    const long long heard = engine.playedSampleEnd;
-    if (!engine.sourceVoice->FlushSourceBuffers()) return Err::FlushFailed;
-    engine.readPosition = heard;
-    if (detail::HasMeterObservers(engine)) {
-        const std::lock_guard guard(engine.meterMutex);
-        engine.startSample = heard;
-        engine.lastMeterBlock = 0;
-        MixerOf(engine).RestartMeterSession();
-    }
-    return Err::NoError;
-}
-
-bool SubmitSingleFrame(PlaybackEngineImpl& engine, const detail::FrameAudioBuffer& buffer) {
-    device::SourceBuffer submission;
-    submission.audioBytes = buffer.SizeInBytes();
-    submission.audioData = reinterpret_cast<const unsigned char*>(buffer.samples.data());
-    submission.endOfStream = true;
-    engine.voiceCallback.OpenRun(detail::VoiceCallback::SINGLE_FRAME);
-    return engine.sourceVoice->SubmitSourceBuffer(submission) && engine.sourceVoice->Start();
+void Rethrow(const std::exception_ptr& failure) {
+    if (failure) std::rethrow_exception(failure);
 }
 
 }  // namespace
 
+PlaybackEngine::PlaybackEngine(Sonrel* owner)
+    : impl_(std::make_unique<PlaybackEngineImpl>(owner, *owner->Mixer())) {}
+
+PlaybackEngine::~PlaybackEngine() = default;
+
+Err PlaybackEngine::Create(Sonrel* owner, std::shared_ptr<PlaybackEngine>& engine) {
+    try {
+        engine = std::shared_ptr<PlaybackEngine>(new PlaybackEngine(owner));
+        return Err::NoError;
+    } catch (const device::LibraryLoadError&) {
+        return Err::AudioLibraryLoadFailed;
+    } catch (const std::exception&) {
+        return Err::AudioEngineCreateFailed;
+    }
+}
+
+Err PlaybackEngine::Initialize(const std::shared_ptr<project::Project>& project,
+                               const std::shared_ptr<project::MediaAsset>& asset) {
+    return impl_->SetUp({project, asset});
+}
+
+Err PlaybackEngine::Initialize(const std::shared_ptr<project::Project>& project,
+                               const std::shared_ptr<project::EditorSequence>& sequence) {
+    return impl_->SetUp({project, sequence});
+}
+
+Err PlaybackEngine::Initialize(const std::shared_ptr<project::Project>& project,
+                               const std::shared_ptr<project::CompositionAsset>& composition) {
+    return impl_->SetUp({project, composition});
+}
+
+Err PlaybackEngine::Refresh() {
+    return impl_->SetUp(impl_->targets.Current());
+}
+
+void PlaybackEngine::Uninitialize() {
+    impl_->targets.Clear();
+}
+
+bool PlaybackEngine::IsInitialized() const {
+    return InitializedType() != InitializationType::None && impl_->voices.AreOpen();
+}
+
+PlaybackEngine::InitializationType PlaybackEngine::InitializedType() const {
+    return impl_->targets.CurrentKind();
+}
+
+zrtl::ZRID PlaybackEngine::InitializedObjectID() const {
+    return impl_->targets.Current().ID();
+}
+
 Err PlaybackEngine::PlayFromFrame(int frame, PlaybackDirection direction, int speed,
                                   std::function<void(void*)> completion, void* userData) {
-    return PlayFromSample(SampleOfFrame(*impl_, frame), direction, speed, std::move(completion),
-                          userData);
+    return PlayFromSample(impl_->format.SampleOfFrame(frame), direction, speed,
+                          std::move(completion), userData);
 }
 
 Err PlaybackEngine::PlayFromSample(long long sample, PlaybackDirection direction, int speed,
                                    std::function<void(void*)> completion, void* userData) {
     if (!IsInitialized()) return Err::NotInitialized;
     Stop();
-    // An observer of the stop may have given commands of its own, and one of them may sound.
+    // An observer of the stop may have given commands, and one of them may sound.
     if (!IsInitialized()) return Err::NotInitialized;
-    detail::StopVoiceAndWorker(*impl_);
-    if (sample < 0 || sample >= impl_->totalSamples) return Err::OutOfRange;
-    BeginLevels(*impl_, sample);
-    for (const auto& buffer : impl_->frameBuffers) {
-        std::fill(buffer->samples.begin(), buffer->samples.end(), short{0});
-    }
-    impl_->voiceCallback.SetAudience(impl_->meterObservers, std::move(completion), userData);
+    impl_->StopVoiceAndWorker();
+    if (sample < 0 || sample >= impl_->format.totalSamples) return Err::OutOfRange;
+    impl_->levels.BeginRun(sample);
+    impl_->voices.SilenceBuffers();
+    impl_->voiceCallback.SetAudience(impl_->levels.List(), std::move(completion), userData);
     impl_->playedSampleEnd.exchange(0);
-    impl_->readPosition = sample;
-    impl_->direction = direction;
-    impl_->speed = std::clamp(speed, 1, MAX_SPEED);
+    impl_->reader.Begin(sample, direction, std::clamp(speed, 1, MAX_SPEED));
     const std::uint64_t run = ++impl_->runNumber;
     impl_->voiceCallback.OpenRun(run);
-    StartWorker(*impl_);
+    impl_->worker.Start(run);
     std::this_thread::sleep_for(impl_->headStart);
-    if (!impl_->sourceVoice->Start()) return Err::PlaybackFailed;
-    std::exception_ptr failure;
-    if (detail::HasMeterObservers(*impl_)) {
-        failure = detail::NotifyObservers(*impl_, [](AbstractAudioMeterObserver& observer) {
-            observer.OnMeterSessionStart(METER_BLOCK_MS);
-        });
-    }
+    if (!impl_->voices.Source().Start()) return Err::PlaybackFailed;
+    const std::exception_ptr failure = impl_->levels.Notify(
+        [](AbstractAudioMeterObserver& observer) { observer.OnMeterSessionStart(METER_BLOCK_MS); });
     // An observer of the start may have ended the run, or started another one.
-    if (impl_->runNumber == run && impl_->workerThread.joinable()) MarkAsPlaying(*impl_);
-    detail::Rethrow(failure);
+    if (impl_->runNumber == run && impl_->worker.Exists()) impl_->worker.MarkAsPlaying();
+    Rethrow(failure);
     return Err::NoError;
 }
 
@@ -144,69 +121,58 @@ Err PlaybackEngine::SkipToFrame(int frame) {
     // Copies: an observer of the stop may start a run with another completion callback.
     std::function<void(void*)> completion = impl_->voiceCallback.Audience().Completion();
     void* const userData = impl_->voiceCallback.Audience().UserData();
-    const PlaybackDirection direction = impl_->direction;
-    const int speed = impl_->speed;
+    const PlaybackDirection direction = impl_->reader.RunDirection();
+    const int speed = impl_->reader.Speed();
     const Err stopped = Stop();
     if (stopped != Err::NoError) return stopped;
-    return PlayFromSample(SampleOfFrame(*impl_, frame), direction, speed, std::move(completion),
-                          userData);
+    return PlayFromFrame(frame, direction, speed, std::move(completion), userData);
 }
 
 Err PlaybackEngine::Stop() {
-    const Err stopped = detail::StopVoiceAndWorker(*impl_);
-    MixerOf(*impl_).StopMeterSession();
-    if (detail::HasMeterObservers(*impl_)) {
-        detail::Rethrow(detail::NotifyObservers(
-            *impl_, [](AbstractAudioMeterObserver& observer) { observer.OnMeterSessionStop(); }));
-    }
+    const Err stopped = impl_->StopVoiceAndWorker();
+    impl_->levels.End();
+    Rethrow(impl_->levels.Notify(
+        [](AbstractAudioMeterObserver& observer) { observer.OnMeterSessionStop(); }));
     return stopped;
 }
 
 Err PlaybackEngine::PlayFrame(int frame) {
     if (!IsInitialized()) return Err::NotInitialized;
-    if (impl_->isPlaying) return Err::Busy;
+    if (impl_->worker.IsPlaying()) return Err::Busy;
     if (frame < 0) return Err::OutOfRange;
-    detail::StopVoiceAndWorker(*impl_);
-    // Who scrubs faster than the device lets go skips frames.
-    if (impl_->sourceVoice->GetState().buffersQueued > 0) return Err::Busy;
+    impl_->StopVoiceAndWorker();
+    // A host that scrubs faster than the device releases buffers skips frames.
+    if (impl_->voices.Source().GetState().buffersQueued > 0) return Err::Busy;
     impl_->voiceCallback.SetAudience({}, nullptr, nullptr);
-    const long long sample = SampleOfFrame(*impl_, frame);
-    if (sample >= impl_->totalSamples) return Err::OutOfRange;
-    const bool metered = detail::HasMeterObservers(*impl_);
-    BeginSingleFrameLevels(*impl_);
-    impl_->direction = PlaybackDirection::Forward;
-    impl_->speed = 1;
-    impl_->readPosition = sample;
-    detail::FrameAudioBuffer& buffer = *impl_->frameBuffers.front();
-    detail::ReadPlaybackSamples(*impl_, buffer);
+    const long long sample = impl_->format.SampleOfFrame(frame);
+    if (sample >= impl_->format.totalSamples) return Err::OutOfRange;
+    impl_->levels.BeginSingleFrame();
+    impl_->reader.Begin(sample, PlaybackDirection::Forward, 1);
+    detail::FrameAudioBuffer& buffer = *impl_->voices.Buffers().front();
+    impl_->reader.Read(buffer);
     // The frame is shorter than a meter block: this makes it block 0.
-    MixerOf(*impl_).StopMeterSession();
-    if (!SubmitSingleFrame(*impl_, buffer)) return Err::PlaybackFailed;
-    if (metered) {
-        const AudioMetrics metrics = MixerOf(*impl_).MeterBlockCount() > 0
-                                         ? MixerOf(*impl_).MetricsForBlock(0)
-                                         : AudioMetrics();
-        detail::Rethrow(detail::NotifyObservers(*impl_, [&](AbstractAudioMeterObserver& observer) {
-            observer.OnMeterUpdate(metrics);
-        }));
+    impl_->levels.End();
+    impl_->voiceCallback.OpenRun(detail::VoiceCallback::SINGLE_FRAME);
+    if (!impl_->voices.Submit(buffer, nullptr, true) || !impl_->voices.Source().Start()) {
+        return Err::PlaybackFailed;
     }
+    const AudioMetrics metrics = impl_->levels.OfSingleFrame();
+    Rethrow(impl_->levels.Notify(
+        [&](AbstractAudioMeterObserver& observer) { observer.OnMeterUpdate(metrics); }));
     return Err::NoError;
 }
 
 Err PlaybackEngine::FlushQueuedPlaybackSamples() {
     if (!IsPlaying()) return Err::NotPlaying;
-    if (impl_->sourceVoice->GetState().buffersQueued < 2) return Err::NoError;
-    impl_->signals.RequestFlush();
-    Err result = detail::WaitForParkedWorker(
-        [this](std::chrono::milliseconds limit) { return impl_->signals.WaitUntilParked(limit); },
-        impl_->isPlaying, impl_->flushTimeout);
-    if (result == Err::NoError) result = DropQueue(*impl_);
-    impl_->signals.EndFlush();
+    if (impl_->voices.Source().GetState().buffersQueued < 2) return Err::NoError;
+    Err result = impl_->worker.Park(impl_->flushTimeout);
+    if (result == Err::NoError) result = impl_->DropQueue();
+    impl_->worker.Resume();
     return result;
 }
 
 bool PlaybackEngine::IsPlaying() const {
-    return IsInitialized() && impl_->isPlaying;
+    return IsInitialized() && impl_->worker.IsPlaying();
 }
 
 int PlaybackEngine::CurrentPlaybackVideoFrame() const {
@@ -214,7 +180,19 @@ int PlaybackEngine::CurrentPlaybackVideoFrame() const {
 }
 
 AudioOutputState PlaybackEngine::OutputState() const {
-    return impl_->masteringVoice ? impl_->masteringVoice->State() : AudioOutputState();
+    return impl_->voices.OutputState();
+}
+
+void PlaybackEngine::AddMeterObserver(AbstractAudioMeterObserver* observer) {
+    impl_->levels.Add(observer);
+}
+
+void PlaybackEngine::RemoveMeterObserver(AbstractAudioMeterObserver* observer) {
+    impl_->levels.Remove(observer);
+}
+
+AudioMetrics PlaybackEngine::CurrentPlaybackMetrics() const {
+    return impl_->levels.Heard();
 }
 
 }  // namespace orlo::sonrel

@@ -1,111 +1,128 @@
 // SPDX-License-Identifier: MIT
+// The worker of a run.
+//
+// A run has 50 buffers of one video frame each, the ring. The worker reads the next buffer from the
+// mixer, waits until fewer than 49 are queued on the voice, and submits it. It is at most 49
+// buffers ahead of the sound, and the buffer at its cursor is the only buffer that is not queued:
+// that is the whole protocol by which worker and device share the samples. Nothing paces the worker
+// but the ends of buffers, which the device reports.
+//
+// Three things interrupt it. A stop ends the thread: it is tested before a read, after the wait for
+// room, and during the drain. The command first stops and flushes the voice, so that no wait
+// depends on the device. A flush parks the thread between two reads; meanwhile the command thread
+// drops the queue and moves the read position back to the end of the sounding buffer. A flush that
+// is seen with a buffer in hand discards that buffer, because its sound is outdated: the ring's
+// slot is filled again after the flush. A flush takes precedence over a stop.
+//
+// After the last buffer, which carries the end-of-stream flag, the worker drains: it waits until
+// the queue is empty, clears isPlaying and ends. It answers no flush then, so a flush gives up
+// after its time-out, or ends with the run. The host hears of the end from the device's thread and
+// not from here; the thread stays joinable until the next command that stops the voice.
+//
+// All waits on the device read the count of buffer ends first, then test, then wait past the count,
+// so that no end is missed. See CallbackSignal.
 #include "sonrel/playback/detail/PlaybackWorker.h"
 
-#include <cstddef>
 #include <stdexcept>
-
-#include "sonrel/base/Numbers.h"
-#include "sonrel/playback/detail/PlaybackEngineImpl.h"
-#include "sonrel/playback/detail/PlaybackReader.h"
 
 namespace orlo::sonrel::detail {
 
-namespace {
-
+using Err = PlaybackEngine::Err;
 using Request = WorkerControl::Request;
 
-/// The video frame that a position belongs to: position / rate * frameRate, cut toward zero. Cut
-/// and not rounded, so that the first sample of a frame can belong to the frame before: frame 29 at
-/// 25 frames a second and 48000 Hz begins at sample 55680, which is stamped 28.
-int VideoFrameAt(const PlaybackEngineImpl& engine, long long position) {
-    return zrtl::TruncToInt32(static_cast<double>(position) / engine.sampleRate * engine.frameRate);
+void PlaybackWorker::Start(std::uint64_t run) {
+    control_.Reset();
+    run_ = run;
+    flushPending_ = false;
+    hasPlayedOut_ = false;
+    thread_ = std::thread([this] { Run(); });
 }
 
-/// Reads the next buffer of the run and stamps it.
-///
-/// The end that it is stamped with is the read position before plus the samples in the buffer, in
-/// reverse and at a higher speed too, where that is not where its sound ends. A flush goes on from
-/// there.
-void FillBuffer(PlaybackEngineImpl& engine, FrameAudioBuffer& buffer) {
-    const long long before = engine.readPosition;
-    const int placed = ReadPlaybackSamples(engine, buffer);
-    const bool reverse = engine.direction != PlaybackEngine::PlaybackDirection::Forward;
-    buffer.videoFrame = VideoFrameAt(engine, reverse ? engine.readPosition : before);
-    buffer.firstSample = before;
-    buffer.endSample = before + placed;
-    buffer.run = engine.runNumber;
+void PlaybackWorker::RequestStop() {
+    control_.Stop();
+    callback_.bufferEnds.Advance();
 }
 
-/// Queues the whole buffer, also when less was read: behind the end of the target it sounds with
-/// what it held before, zeros in a run that is shorter than the ring.
-void Submit(PlaybackEngineImpl& engine, FrameAudioBuffer& buffer) {
-    device::SourceBuffer submission;
-    submission.audioBytes = buffer.SizeInBytes();
-    submission.audioData = reinterpret_cast<const unsigned char*>(buffer.samples.data());
-    submission.context = &buffer;
-    submission.endOfStream = EndIsReached(engine);
-    // A refusal goes unheard, as the worker has nobody to tell.
-    engine.sourceVoice->SubmitSourceBuffer(submission);
+void PlaybackWorker::Join() {
+    if (thread_.joinable()) thread_.join();
 }
 
-/// Waits until one buffer of the ring is free. A stop ends the wait, whatever the device does.
-void WaitForRoom(PlaybackEngineImpl& engine) {
-    const std::size_t limit = engine.frameBuffers.size() - 1;
-    while (engine.sourceVoice->GetState().buffersQueued >= limit) {
-        if (engine.signals.StopIsRequested()) return;
-        engine.voiceCallback.bufferEndEvent.Wait();
-    }
+Err PlaybackWorker::Park(std::chrono::milliseconds timeout) {
+    control_.RequestFlush();
+    return WaitForParkedWorker(
+        [this](std::chrono::milliseconds limit) { return control_.WaitUntilParked(limit); },
+        isPlaying_, timeout);
 }
 
-/// Waits until all that is queued has been heard. Nobody answers a flush meanwhile.
-void Drain(PlaybackEngineImpl& engine, bool anyPlayed) {
-    while (engine.sourceVoice->GetState().buffersQueued > 0) {
-        if (engine.signals.TakeStop()) return;
-        engine.voiceCallback.bufferEndEvent.Wait();
-    }
-    // Said first: the command that started the run may not have come to say that it plays.
-    engine.hasPlayedOut = anyPlayed;
-    engine.isPlaying.exchange(false);
+void PlaybackWorker::MarkAsPlaying() {
+    isPlaying_.exchange(true);
+    if (hasPlayedOut_) isPlaying_.exchange(false);
 }
 
-/// The worker's whole life: one buffer after the other until the end of the range, a drain, and
-/// out.
-void UpdatePlayback(PlaybackEngineImpl& engine) {
+void PlaybackWorker::Run() {
+    if (!voices_.Device().InitThread()) throw std::runtime_error("COM not initialized");
+    PlayRange();
+    voices_.Device().UninitThread();
+}
+
+void PlaybackWorker::PlayRange() {
     std::size_t cursor = 0;
-    bool flushPending = false;
     bool anyPlayed = false;
-    while (!EndIsReached(engine)) {
-        const auto request = engine.signals.Take();
-        if (request == Request::Stop) return;
-        if (request == Request::Flush || flushPending) {
-            flushPending = false;
-            // Meanwhile the command thread may move the read position.
-            if (!engine.signals.Park()) return;
-        }
-        FrameAudioBuffer& buffer = *engine.frameBuffers[cursor];
-        FillBuffer(engine, buffer);
-        WaitForRoom(engine);
-        const auto overtaking = engine.signals.Take();
-        if (overtaking == Request::Stop) return;
-        if (overtaking == Request::Flush) {
-            // The buffer in hand is what the flush is to get rid of. Where it was the last of the
-            // run, nothing answers the flush and the run ends without it.
-            flushPending = true;
-            continue;
-        }
-        Submit(engine, buffer);
+    while (!reader_.EndIsReached()) {
+        FrameAudioBuffer& buffer = *voices_.Buffers()[cursor];
+        const Next next = FillNextBuffer(buffer);
+        if (next == Next::Leave) return;
+        if (next == Next::Refill) continue;
+        // The whole buffer, also when less was read: after the end of the target its former content
+        // sounds, zeros in a run that is shorter than the ring. A refusal is ignored, because the
+        // worker has no caller to report it to.
+        voices_.Submit(buffer, &buffer, reader_.EndIsReached());
         anyPlayed = true;
-        cursor = (cursor + 1) % engine.frameBuffers.size();
+        cursor = (cursor + 1) % voices_.Buffers().size();
     }
-    Drain(engine, anyPlayed);
+    Drain(anyPlayed);
 }
 
-}  // namespace
+PlaybackWorker::Next PlaybackWorker::FillNextBuffer(FrameAudioBuffer& buffer) {
+    const Request request = control_.Take();
+    if (request == Request::Stop) return Next::Leave;
+    if (request == Request::Flush || flushPending_) {
+        flushPending_ = false;
+        // Meanwhile the command thread may move the read position.
+        if (!control_.Park()) return Next::Leave;
+    }
+    reader_.ReadStamped(buffer, run_);
+    WaitForRoom();
+    const Request overtaking = control_.Take();
+    if (overtaking == Request::Stop) return Next::Leave;
+    if (overtaking == Request::None) return Next::Submit;
+    // If the buffer in hand was the last of the run, nothing answers the flush and the run ends
+    // without this buffer.
+    flushPending_ = true;
+    return Next::Refill;
+}
 
-void PlaybackThreadEntry(PlaybackEngineImpl& engine) {
-    if (!engine.device->InitThread()) throw std::runtime_error("COM not initialized");
-    UpdatePlayback(engine);
-    engine.device->UninitThread();
+/// Waits until a buffer of the ring is free. A stop ends the wait, whatever the device does.
+void PlaybackWorker::WaitForRoom() {
+    const std::size_t limit = voices_.Buffers().size() - 1;
+    for (;;) {
+        const auto seen = callback_.bufferEnds.Seen();
+        if (Queued() < limit || control_.StopIsRequested()) return;
+        callback_.bufferEnds.WaitPast(seen);
+    }
+}
+
+/// Waits until the queue has been heard.
+void PlaybackWorker::Drain(bool anyPlayed) {
+    for (;;) {
+        const auto seen = callback_.bufferEnds.Seen();
+        if (Queued() == 0) break;
+        if (control_.TakeStop()) return;
+        callback_.bufferEnds.WaitPast(seen);
+    }
+    // Set first: the command that started the run may not have set isPlaying yet.
+    hasPlayedOut_ = anyPlayed;
+    isPlaying_.exchange(false);
 }
 
 }  // namespace orlo::sonrel::detail

@@ -11,18 +11,12 @@ RunAudience::RunAudience(std::vector<AbstractAudioMeterObserver*> observers,
                          std::function<void(void*)> completion, void* userData)
     : observers_(std::move(observers)), completion_(std::move(completion)), userData_(userData) {}
 
-void RunAudience::Begin() {
-    notifier_ = std::this_thread::get_id();
-    stage_ = Stage::Notifying;
-}
-
 void RunAudience::Notify() noexcept {
     for (AbstractAudioMeterObserver* observer : observers_) {
         Call([observer] { observer->OnMeterSessionStop(); });
     }
     if (completion_) Call([this] { completion_(userData_); });
-    stage_ = Stage::Done;
-    stage_.notify_all();
+    notifying_.Leave();
 }
 
 template <class Function>
@@ -37,8 +31,7 @@ void RunAudience::Call(Function function) noexcept {
 
 void RunAudience::Cancel() {
     cancelled_ = true;
-    if (notifier_.load() == std::this_thread::get_id()) return;
-    stage_.wait(Stage::Notifying);
+    notifying_.WaitUntilLeft();
 }
 
 void RunAudience::Release() {

@@ -3,12 +3,11 @@
 
 #include <algorithm>
 #include <array>
-#include <condition_variable>
 #include <mutex>
 #include <thread>
 #include <utility>
 
-#include "sonrel/playback/detail/SampleFile.h"
+#include "sonrel/playback/device/AutoResetEvent.h"
 
 namespace orlo::sonrel {
 
@@ -17,55 +16,49 @@ namespace {
 using std::chrono::steady_clock;
 
 constexpr int VALUES_PER_FRAME = 2;
-/// Frames of one pull at most.
-constexpr int CHUNK_FRAMES = 1024;
+constexpr int MAX_PULL_FRAMES = 1024;
 constexpr int PACED_PULLS_PER_SECOND = 100;
-/// A paced output that is further behind than this has lost the time, as a device would.
-constexpr std::chrono::milliseconds LOST_TIME{200};
+/// A paced output that is later than this gives up the lost time, as a device does.
+constexpr std::chrono::milliseconds MAX_DELAY{200};
 
 }  // namespace
 
-/// One opening of an output: what its thread works on. All but the source is guarded by the mutex
-/// of the output.
+/// One opening of an output: the state of its thread. The mutex of the output guards everything
+/// except the source and the events.
 struct VirtualSession {
     std::shared_ptr<AudioOutputSource> source;
     int sampleRate = 0;
     std::thread::id thread;
-    bool ending = false;        // asked for by Close
-    bool ended = false;         // nothing of this session runs any more
+    bool ending = false;        // requested by Close
+    bool ended = false;         // the thread of this session has finished
     bool awake = false;         // the source has changed
     bool bufferAsked = false;   // AdvanceBuffer waits for a buffer
-    long long framesAsked = 0;  // left of Advance
-    long long framesGiven = 0;  // taken since it was asked
+    long long framesAsked = 0;  // that remain of a step
+    long long framesGiven = 0;  // taken since the step began
+    device::AutoResetEvent requested;
+    device::AutoResetEvent stepped;
 };
 
-/// Held by the output and by its threads, which may outlive it when it ends inside a pull.
+/// Held by the output and by its threads, which outlive the output when it is destroyed inside a
+/// pull.
 struct VirtualOutputImpl {
     using Clock = VirtualOutput::Clock;
 
     const Clock clock;
     const VirtualOutput::Sink sink;
     const bool keepsSamples;
-    const std::unique_ptr<SampleFile> file;
 
-    mutable std::mutex mutex;  // guards what follows
-    std::condition_variable changed;
+    mutable std::mutex mutex;                 // guards the following members
     std::shared_ptr<VirtualSession> session;  // empty while closed
     std::thread thread;
     std::vector<short> samples;
     long long framesTaken = 0;
     bool failed = false;
-    bool refusing = false;
-    bool silent = false;  // a device that has stopped calling back
 
-    std::mutex steps;  // one step at a time; taken before the other
+    std::mutex steps;  // one step at a time; locked before the other mutex
 
-    VirtualOutputImpl(Clock theClock, VirtualOutput::Sink theSink, bool keeps,
-                      std::unique_ptr<SampleFile> theFile)
-        : clock(theClock),
-          sink(std::move(theSink)),
-          keepsSamples(keeps),
-          file(std::move(theFile)) {}
+    VirtualOutputImpl(Clock theClock, VirtualOutput::Sink theSink, bool keeps)
+        : clock(theClock), sink(std::move(theSink)), keepsSamples(keeps) {}
 };
 
 namespace {
@@ -90,17 +83,17 @@ public:
             }
         }
         session_->ended = true;
-        output_->changed.notify_all();
+        session_->stepped.Signal();
     }
 
 private:
-    /// Pulls without the lock and hands on what was taken.
+    /// Pulls without the lock and passes on the frames that the voice gave.
     int Pull(Lock& lock, int frameCount) {
-        const bool handsOn = output_->sink && !output_->failed;
+        const bool passesOn = output_->sink && !output_->failed;
         lock.unlock();
         short* const room = frameCount > 0 ? scratch_.data() : nullptr;
         const int taken = session_->source->Pull(room, frameCount);
-        const bool failed = taken > 0 && handsOn && !output_->sink(scratch_.data(), taken);
+        const bool failed = taken > 0 && passesOn && !output_->sink(scratch_.data(), taken);
         lock.lock();
         if (failed) output_->failed = true;
         if (taken > 0) Keep(taken);
@@ -113,9 +106,6 @@ private:
             output_->samples.insert(output_->samples.end(), scratch_.data(),
                                     scratch_.data() + taken * VALUES_PER_FRAME);
         }
-        if (output_->file != nullptr && !output_->failed) {
-            output_->failed = !output_->file->Write(scratch_.data(), taken);
-        }
     }
 
     int Ready(Lock& lock) {
@@ -126,26 +116,26 @@ private:
     }
 
     void FollowRequests(Lock& lock) {
-        output_->changed.wait(lock, [this] {
-            return session_->ending ||
-                   (!output_->silent && (session_->awake || session_->framesAsked > 0));
-        });
-        if (session_->ending) return;
+        if (!session_->awake && session_->framesAsked == 0) {
+            lock.unlock();
+            session_->requested.Wait();
+            lock.lock();
+            return;
+        }
         if (session_->awake) {
             session_->awake = false;
             Pull(lock, 0);
             FollowQueue(lock);
         }
-        if (session_->framesAsked > 0 && !output_->silent) Step(lock);
+        if (session_->framesAsked > 0) Step(lock);
     }
 
-    /// What a change of the source leads to.
+    /// Reacts to a change of the source.
     void FollowQueue(Lock& lock) {
-        if (output_->silent) return;
         const int ready = Ready(lock);
         if (ready == 0) return;
         if (output_->clock == VirtualOutput::Clock::DrainDriven) {
-            Pull(lock, std::min(ready, CHUNK_FRAMES));
+            Pull(lock, std::min(ready, MAX_PULL_FRAMES));
             session_->awake = true;
         } else if (session_->bufferAsked) {
             session_->bufferAsked = false;
@@ -155,48 +145,60 @@ private:
 
     void Step(Lock& lock) {
         const int frames =
-            static_cast<int>(std::min<long long>(session_->framesAsked, CHUNK_FRAMES));
+            static_cast<int>(std::min<long long>(session_->framesAsked, MAX_PULL_FRAMES));
         const int taken = Pull(lock, frames);
         session_->framesGiven += taken;
         session_->framesAsked = std::max<long long>(0, session_->framesAsked - frames);
-        if (session_->framesAsked == 0) output_->changed.notify_all();
+        if (session_->framesAsked == 0) session_->stepped.Signal();
     }
 
-    /// One period of a paced output. Its pulls stand on a fixed grid of times, so that the rate
-    /// holds whatever a single wait takes.
+    /// One period of a paced output. Its pulls are on a fixed grid of times, so that the rate holds
+    /// however long a single wait takes.
     void KeepPace(Lock& lock) {
         const auto wake = anchor_ + std::chrono::nanoseconds(std::chrono::seconds(1)) *
                                         framesPulled_ / session_->sampleRate;
-        output_->changed.wait_until(lock, wake, [this] { return session_->ending; });
+        lock.unlock();
+        session_->requested.WaitUntil(wake);  // only Close signals a paced output
+        lock.lock();
         if (session_->ending) return;
-        if (output_->silent) {
-            Restart();
-            output_->changed.wait(lock, [this] { return session_->ending || !output_->silent; });
-            return Restart();
+        if (steady_clock::now() - wake > MAX_DELAY) {
+            anchor_ = steady_clock::now();
+            framesPulled_ = 0;
         }
-        if (steady_clock::now() - wake > LOST_TIME) Restart();
         const int frames = std::max(1, session_->sampleRate / PACED_PULLS_PER_SECOND);
         Pull(lock, frames);
         framesPulled_ += frames;
     }
 
-    void Restart() {
-        anchor_ = steady_clock::now();
-        framesPulled_ = 0;
-    }
-
     const std::shared_ptr<VirtualOutputImpl> output_;
     const std::shared_ptr<VirtualSession> session_;
-    std::array<short, std::size_t{CHUNK_FRAMES}* VALUES_PER_FRAME> scratch_ = {};
+    std::array<short, std::size_t{MAX_PULL_FRAMES}* VALUES_PER_FRAME> scratch_ = {};
     steady_clock::time_point anchor_;
     long long framesPulled_ = 0;  // since the anchor
 };
 
 constexpr int WHOLE_BUFFER = 0;
 
-/// Has the thread of a stepped output move on, and waits for it.
+/// Waits until the session's thread has taken the step; for a buffer to begin, until @p deadline.
+void WaitForStep(Lock& lock, VirtualSession& session, steady_clock::time_point deadline) {
+    while (!session.ended && (session.bufferAsked || session.framesAsked > 0)) {
+        const bool mayGiveUp = session.bufferAsked;
+        lock.unlock();
+        if (mayGiveUp) {
+            session.stepped.WaitUntil(deadline);
+        } else {
+            session.stepped.Wait();
+        }
+        lock.lock();
+        if (steady_clock::now() >= deadline) session.bufferAsked = false;
+    }
+    session.bufferAsked = false;
+    session.framesAsked = 0;
+}
+
+/// Moves a stepped output on, and waits for it.
 /// @param frameCount  frames, or WHOLE_BUFFER
-int TakeStep(VirtualOutputImpl& output, int frameCount, std::chrono::milliseconds patience) {
+int TakeStep(VirtualOutputImpl& output, int frameCount, std::chrono::milliseconds timeout) {
     {
         const Lock lock(output.mutex);
         const bool insidePull =
@@ -206,19 +208,13 @@ int TakeStep(VirtualOutputImpl& output, int frameCount, std::chrono::millisecond
     const Lock step(output.steps);
     Lock lock(output.mutex);
     const std::shared_ptr<VirtualSession> session = output.session;
-    if (session == nullptr || output.silent) return 0;
+    if (session == nullptr) return 0;
     session->framesGiven = 0;
     session->framesAsked = frameCount;
     session->bufferAsked = frameCount == WHOLE_BUFFER;
     session->awake = session->awake || session->bufferAsked;
-    output.changed.notify_all();
-    const auto done = [&] {
-        return session->ended || output.silent ||
-               (!session->bufferAsked && session->framesAsked <= 0);
-    };
-    if (session->bufferAsked) output.changed.wait_for(lock, patience, done);
-    if (!std::exchange(session->bufferAsked, false)) output.changed.wait(lock, done);
-    session->framesAsked = 0;
+    session->requested.Signal();
+    WaitForStep(lock, *session, steady_clock::now() + timeout);
     return static_cast<int>(session->framesGiven);
 }
 
@@ -227,7 +223,7 @@ int TakeStep(VirtualOutputImpl& output, int frameCount, std::chrono::millisecond
 VirtualOutput::VirtualOutput(Clock clock) : VirtualOutput(clock, Sink()) {}
 
 VirtualOutput::VirtualOutput(Clock clock, Sink sink)
-    : impl_(std::make_shared<VirtualOutputImpl>(clock, std::move(sink), false, nullptr)) {}
+    : impl_(std::make_shared<VirtualOutputImpl>(clock, std::move(sink), false)) {}
 
 VirtualOutput::~VirtualOutput() {
     VirtualOutput::Close();
@@ -235,28 +231,17 @@ VirtualOutput::~VirtualOutput() {
 
 std::shared_ptr<VirtualOutput> VirtualOutput::ToMemory(Clock clock) {
     auto output = std::make_shared<VirtualOutput>(clock);
-    output->impl_ = std::make_shared<VirtualOutputImpl>(clock, Sink(), true, nullptr);
-    return output;
-}
-
-std::shared_ptr<VirtualOutput> VirtualOutput::ToFile(Clock clock, const std::wstring& path) {
-    auto output = std::make_shared<VirtualOutput>(clock);
-    output->impl_ = std::make_shared<VirtualOutputImpl>(clock, Sink(), false,
-                                                        std::make_unique<SampleFile>(path));
+    output->impl_ = std::make_shared<VirtualOutputImpl>(clock, Sink(), true);
     return output;
 }
 
 bool VirtualOutput::Open(int sampleRate, std::shared_ptr<AudioOutputSource> source) {
     const Lock lock(impl_->mutex);
-    if (impl_->refusing || impl_->session != nullptr) return false;
-    if (impl_->file != nullptr && !impl_->file->Open(sampleRate)) {
-        impl_->failed = true;
-        return false;
-    }
+    if (impl_->session != nullptr) return false;
     auto session = std::make_shared<VirtualSession>();
     session->source = std::move(source);
     session->sampleRate = sampleRate;
-    // The thread's buffers are made here: it allocates nothing.
+    // The thread's buffers are allocated here: the thread allocates nothing.
     auto runner = std::make_shared<Runner>(impl_, session);
     impl_->thread = std::thread([runner] { runner->Run(); });
     impl_->session = std::move(session);
@@ -269,10 +254,10 @@ void VirtualOutput::Close() {
         const Lock lock(impl_->mutex);
         if (impl_->session == nullptr) return;
         impl_->session->ending = true;
+        impl_->session->requested.Signal();
         impl_->session.reset();
         thread = std::move(impl_->thread);
     }
-    impl_->changed.notify_all();
     if (thread.get_id() == std::this_thread::get_id()) {
         thread.detach();  // ends when this pull has returned
     } else {
@@ -281,20 +266,18 @@ void VirtualOutput::Close() {
 }
 
 void VirtualOutput::Wake() {
-    {
-        const Lock lock(impl_->mutex);
-        if (impl_->session == nullptr) return;
-        impl_->session->awake = true;
-    }
-    impl_->changed.notify_all();
+    const Lock lock(impl_->mutex);
+    if (impl_->session == nullptr || impl_->clock == Clock::Paced) return;
+    impl_->session->awake = true;
+    impl_->session->requested.Signal();
 }
 
 int VirtualOutput::Advance(int frameCount) {
     return frameCount > 0 ? TakeStep(*impl_, frameCount, std::chrono::milliseconds(0)) : 0;
 }
 
-int VirtualOutput::AdvanceBuffer(std::chrono::milliseconds patience) {
-    return TakeStep(*impl_, WHOLE_BUFFER, patience);
+int VirtualOutput::AdvanceBuffer(std::chrono::milliseconds timeout) {
+    return TakeStep(*impl_, WHOLE_BUFFER, timeout);
 }
 
 bool VirtualOutput::IsOpen() const {
@@ -319,25 +302,6 @@ std::vector<short> VirtualOutput::Samples() const {
 bool VirtualOutput::Failed() const {
     const Lock lock(impl_->mutex);
     return impl_->failed;
-}
-
-bool VirtualOutput::FinishFile() {
-    const Lock lock(impl_->mutex);
-    if (impl_->file != nullptr && !impl_->file->Finish()) impl_->failed = true;
-    return !impl_->failed;
-}
-
-void VirtualOutput::RefuseToOpen(bool refuse) {
-    const Lock lock(impl_->mutex);
-    impl_->refusing = refuse;
-}
-
-void VirtualOutput::StopCallingBack(bool stop) {
-    {
-        const Lock lock(impl_->mutex);
-        impl_->silent = stop;
-    }
-    impl_->changed.notify_all();
 }
 
 }  // namespace orlo::sonrel

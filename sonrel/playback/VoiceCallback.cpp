@@ -3,30 +3,14 @@
 
 #include <utility>
 
-#include "sonrel/engine/Sonrel.h"
 #include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/playback/detail/FrameAudioBuffer.h"
 
 namespace orlo::sonrel::detail {
 
-/// A short stretch of the device's thread that CloseRun waits for. No code of the host runs in it.
-class VoiceCallback::DeviceSection {
-public:
-    explicit DeviceSection(std::atomic<int>& count) : count_(count) { count_.fetch_add(1); }
-    ~DeviceSection() {
-        count_.fetch_sub(1);
-        count_.notify_all();
-    }
-    DeviceSection(const DeviceSection&) = delete;
-    DeviceSection& operator=(const DeviceSection&) = delete;
-
-private:
-    std::atomic<int>& count_;
-};
-
-VoiceCallback::VoiceCallback(Sonrel* owner, std::atomic<int>& currentVideoFrame,
+VoiceCallback::VoiceCallback(AudioMixer& mixer, std::atomic<int>& currentVideoFrame,
                              std::atomic<long long>& playedSampleEnd)
-    : owner_(owner),
+    : mixer_(mixer),
       currentVideoFrame_(currentVideoFrame),
       playedSampleEnd_(playedSampleEnd),
       audience_(std::make_shared<RunAudience>()) {}
@@ -37,7 +21,7 @@ void VoiceCallback::OnBufferStart(void* context) {
         soundingRun_ = SINGLE_FRAME;
         return;
     }
-    const DeviceSection section(deviceSections_);
+    const device::CallbackGate::Scope report(reports_);
     const std::uint64_t run = buffer->run;
     soundingRun_ = run;
     if (run != openRun_) return;
@@ -46,21 +30,21 @@ void VoiceCallback::OnBufferStart(void* context) {
 }
 
 void VoiceCallback::OnBufferEnd(void* context) {
-    if (context != nullptr) bufferEndEvent.Signal();
+    if (context != nullptr) bufferEnds.Advance();
 }
 
 void VoiceCallback::OnStreamEnd() {
     std::shared_ptr<RunAudience> audience;
     {
-        const DeviceSection section(deviceSections_);
+        const device::CallbackGate::Scope report(reports_);
         std::uint64_t run = soundingRun_;
-        // Closes the run, for it ends once.
+        // Closes the run, because it ends once.
         if (run == 0 || !openRun_.compare_exchange_strong(run, 0)) return;
-        owner_->Mixer()->StopMeterSession();
+        mixer_.StopMeterSession();
         audience = audience_;
         audience->Begin();
     }
-    // From here on this object is not used: the calls may give commands and even end the engine.
+    // This object is not used any more: the calls may give commands and even destroy the engine.
     audience->Notify();
 }
 
@@ -70,9 +54,7 @@ void VoiceCallback::OpenRun(std::uint64_t run) {
 
 void VoiceCallback::CloseRun() {
     openRun_ = 0;
-    for (int sections = deviceSections_; sections != 0; sections = deviceSections_) {
-        deviceSections_.wait(sections);
-    }
+    reports_.WaitUntilLeft();
     audience_->Cancel();
     for (const auto& audience : interrupted_) audience->Cancel();
     std::erase_if(interrupted_, [](const auto& audience) { return !audience->IsNotifying(); });

@@ -11,32 +11,25 @@ void WorkerControl::Reset() {
 }
 
 void WorkerControl::Stop() {
-    {
-        const std::lock_guard guard(mutex_);
-        stop_ = true;
-    }
-    changed_.notify_all();
+    const std::lock_guard guard(mutex_);
+    stop_ = true;
+    mayResume_.Signal();
 }
 
 void WorkerControl::RequestFlush() {
     const std::lock_guard guard(mutex_);
     flushEnded_ = false;
+    // The signal of an earlier flush that was given up.
+    hasParked_.Reset();
     // A worker that has taken the request of a flush that was given up parks for this one.
     if (!flushTaken_) flushRequested_ = true;
 }
 
-bool WorkerControl::WaitUntilParked(std::chrono::milliseconds limit) {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, limit, [&] { return parked_; });
-}
-
 void WorkerControl::EndFlush() {
-    {
-        const std::lock_guard guard(mutex_);
-        if (!parked_) flushEnded_ = true;
-        parked_ = false;
-    }
-    changed_.notify_all();
+    const std::lock_guard guard(mutex_);
+    if (!parked_) flushEnded_ = true;
+    parked_ = false;
+    mayResume_.Signal();
 }
 
 WorkerControl::Request WorkerControl::Take() {
@@ -53,8 +46,12 @@ bool WorkerControl::Park() {
     flushTaken_ = false;
     if (std::exchange(flushEnded_, false)) return true;
     parked_ = true;
-    changed_.notify_all();
-    changed_.wait(lock, [&] { return !parked_ || stop_; });
+    hasParked_.Signal();
+    while (parked_ && !stop_) {
+        lock.unlock();
+        mayResume_.Wait();
+        lock.lock();
+    }
     if (!parked_) return true;
     parked_ = stop_ = false;
     return false;

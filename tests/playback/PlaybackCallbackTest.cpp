@@ -87,7 +87,7 @@ TEST_F(LateReport, ABufferStartAfterStopMovesNoFrame) {
     rig_.device.BeginBuffer();
     rig_.Playback().Stop();
 
-    rig_.Impl().voiceCallback.OnBufferStart(rig_.Impl().frameBuffers[1].get());
+    rig_.Impl().voiceCallback.OnBufferStart(rig_.Impl().voices.Buffers()[1].get());
 
     EXPECT_EQ(rig_.Playback().CurrentPlaybackVideoFrame(), 0);
     EXPECT_EQ(rig_.Impl().playedSampleEnd, 1920);
@@ -182,12 +182,12 @@ protected:
     }
     /// Starts a run that is not heard until the device calls back.
     void PlaySilently(std::function<void(void*)> completion) {
-        rig_.output->StopCallingBack(true);
+        rig_.device->Stall(true);
         ASSERT_EQ(rig_.Playback().PlayFromFrame(20, FORWARD, 1, std::move(completion), nullptr),
                   Err::NoError);
     }
     void ExpectThatTheEngineStillWorks() {
-        rig_.output->StopCallingBack(false);
+        rig_.device->Stall(false);
         EXPECT_TRUE(Eventually([&] { return done_.load(); }));
         rig_.Playback().Stop();
         EXPECT_FALSE(rig_.Playback().IsPlaying());
@@ -307,7 +307,7 @@ TEST(PlaybackCallbacks, TheEngineMayBeReleasedFromItsOwnCompletion) {
     VirtualRig rig({25.0, 8000, 3});
     std::atomic<bool> released = false;
     rig.SetUpSequence();
-    rig.output->StopCallingBack(true);
+    rig.device->Stall(true);
     rig.Playback().PlayFromFrame(
         0, FORWARD, 1,
         [&](void*) {
@@ -316,7 +316,7 @@ TEST(PlaybackCallbacks, TheEngineMayBeReleasedFromItsOwnCompletion) {
         },
         nullptr);
 
-    rig.output->StopCallingBack(false);
+    rig.device->Stall(false);
 
     EXPECT_TRUE(Eventually([&] { return released.load(); }));
     EXPECT_EQ(rig.SetUpSequence(), Err::NoError);
@@ -332,7 +332,7 @@ TEST(PlaybackCallbacks, NoCallFollowsAnObserverThatReleasesTheEngineAtTheEndOfAR
         rig.SetUpSequence();
         rig.Playback().AddMeterObserver(&first);
         rig.Playback().AddMeterObserver(&second);
-        rig.output->StopCallingBack(true);
+        rig.device->Stall(true);
         rig.Playback().PlayFromFrame(
             0, FORWARD, 1, [&](void*) { completed = true; }, nullptr);
         second.calls.clear();
@@ -341,7 +341,7 @@ TEST(PlaybackCallbacks, NoCallFollowsAnObserverThatReleasesTheEngineAtTheEndOfAR
             released = true;
         };
 
-        rig.output->StopCallingBack(false);
+        rig.device->Stall(false);
 
         EXPECT_TRUE(Eventually([&] { return released.load(); }));
         EXPECT_EQ(rig.SetUpSequence(), Err::NoError);
@@ -359,7 +359,7 @@ TEST(PlaybackCallbacks, ARunThatIsHeardBeforeItsCommandReturnsDoesNotPlayOn) {
     rig.Playback().AddMeterObserver(&observer);
     // The run ends before its start has been told, and so before it is said to play.
     observer.onStart = [&] {
-        EXPECT_TRUE(Eventually([&] { return completed && rig.Impl().hasPlayedOut; }));
+        EXPECT_TRUE(Eventually([&] { return completed && rig.Impl().worker.HasPlayedOut(); }));
     };
 
     rig.Playback().PlayFromFrame(
@@ -371,14 +371,14 @@ TEST(PlaybackCallbacks, ARunThatIsHeardBeforeItsCommandReturnsDoesNotPlayOn) {
 TEST(PlaybackCallbacks, StopReturnsOnADeviceThatHasStoppedCallingBack) {
     VirtualRig rig({25.0, 8000, 300});
     rig.SetUpSequence();
-    rig.output->StopCallingBack(true);
+    rig.device->Stall(true);
     rig.Playback().PlayFromFrame(0, FORWARD, 1, nullptr, nullptr);
     ASSERT_TRUE(
-        Eventually([&] { return rig.Impl().frameBuffers[49]->run == rig.Impl().runNumber; }));
+        Eventually([&] { return rig.Impl().voices.Buffers()[49]->run == rig.Impl().runNumber; }));
 
     EXPECT_EQ(rig.Playback().Stop(), Err::NoError);
 
-    rig.output->StopCallingBack(false);
+    rig.device->Stall(false);
     EXPECT_EQ(rig.Playback().PlayFromFrame(299, FORWARD, 1, nullptr, nullptr), Err::NoError);
     EXPECT_TRUE(Eventually([&] { return !rig.Playback().IsPlaying(); }));
 }
@@ -395,10 +395,10 @@ TEST(PlaybackCallbacks, ALostDeviceIsNotReportedAndTheRunStays) {
         ASSERT_GT(rig.output->AdvanceBuffer(std::chrono::seconds(20)), 0);
     }
     // The worker has taken its last request and waits for room for the 53rd buffer.
-    ASSERT_TRUE(Eventually([&] { return rig.Impl().frameBuffers[2]->endSample == 53 * 320; }));
+    ASSERT_TRUE(Eventually([&] { return rig.Impl().voices.Buffers()[2]->endSample == 53 * 320; }));
     observer.calls.clear();
 
-    rig.output->StopCallingBack(true);
+    rig.device->Stall(true);
 
     // The half second of a flush that nobody answers is longer than anything in the engine waits.
     EXPECT_EQ(rig.Playback().FlushQueuedPlaybackSamples(), Err::FlushFailed);
@@ -431,7 +431,7 @@ TEST(PlaybackCallbacks, ATargetMayBeDeletedInTheMiddleOfARun) {
 TEST(PlaybackCallbacks, AnHourOfLoopingFromTheCompletion) {
     // A minute of 8 kHz, started again sixty times. The head start stays as it is for a host.
     VirtualRig rig({1.0, 8000, 60});
-    rig.output = std::make_shared<sonrel::VirtualOutput>(Clock::DrainDriven);
+    rig.PlayOn(std::make_shared<sonrel::VirtualOutput>(Clock::DrainDriven));
     rig.engine->InitializePlaybackEngine();
     ASSERT_EQ(rig.SetUpSequence(), Err::NoError);
     rig.Impl().headStart = std::chrono::milliseconds(2);
@@ -442,9 +442,9 @@ TEST(PlaybackCallbacks, AnHourOfLoopingFromTheCompletion) {
         EXPECT_EQ(rig.Playback().PlayFromSample(0, FORWARD, 1, completion, self), Err::NoError);
     };
 
-    rig.output->StopCallingBack(true);
+    rig.device->Stall(true);
     ASSERT_EQ(rig.Playback().PlayFromSample(0, FORWARD, 1, again, &again), Err::NoError);
-    rig.output->StopCallingBack(false);
+    rig.device->Stall(false);
 
     EXPECT_TRUE(Eventually([&] { return ends == 60 && !rig.Playback().IsPlaying(); }));
     EXPECT_EQ(rig.output->FramesTaken(), 3600LL * 8000);
@@ -459,7 +459,8 @@ TEST(PlaybackOnASteppedOutput, TheFrameHeardIsTheOneThatSounds) {
 
     ASSERT_EQ(rig.output->AdvanceBuffer(std::chrono::seconds(20)), 1920);
     EXPECT_EQ(rig.Playback().CurrentPlaybackVideoFrame(), 10);
-    ASSERT_TRUE(Eventually([&] { return rig.Impl().sourceVoice->GetState().buffersQueued > 0; }));
+    ASSERT_TRUE(
+        Eventually([&] { return rig.Impl().voices.Source().GetState().buffersQueued > 0; }));
     ASSERT_EQ(rig.output->Advance(1), 1);
     EXPECT_EQ(rig.Playback().CurrentPlaybackVideoFrame(), 11);
     for (int frame = 11; frame < 60; ++frame) {

@@ -80,7 +80,7 @@ TEST_F(PlaybackCommands, AFrameBeginsAtItsRoundedSample) {
     rig_.SetUpSequence();
     for (const auto& [frame, sample] : {std::pair(1, 1602), {2, 3203}, {3, 4805}, {5, 8008}}) {
         ASSERT_EQ(Playback().PlayFromFrame(frame, FORWARD, 1, nullptr, nullptr), Err::NoError);
-        EXPECT_EQ(rig_.Impl().startSample, sample);
+        EXPECT_EQ(rig_.Impl().levels.StartSample(), sample);
     }
 }
 
@@ -167,7 +167,7 @@ TEST_F(PlaybackCommands, StopReturnsWhileTheDeviceKeepsTheEndsOfWhatWasDropped) 
 
     EXPECT_EQ(Playback().Stop(), Err::NoError);
 
-    EXPECT_FALSE(rig_.Impl().workerThread.joinable());
+    EXPECT_FALSE(rig_.Impl().worker.Exists());
     rig_.device.ReportDropped();
 }
 
@@ -177,7 +177,7 @@ TEST_F(PlaybackCommands, StopReturnsWhenTheVoiceRefusesTheFlush) {
 
     EXPECT_EQ(Playback().Stop(), Err::NoError);
 
-    EXPECT_FALSE(rig_.Impl().workerThread.joinable());
+    EXPECT_FALSE(rig_.Impl().worker.Exists());
 }
 
 TEST_F(PlaybackCommands, AVoiceThatDoesNotStartLeavesTheWorkerToTheNextStop) {
@@ -188,9 +188,9 @@ TEST_F(PlaybackCommands, AVoiceThatDoesNotStartLeavesTheWorkerToTheNextStop) {
 
     EXPECT_FALSE(Playback().IsPlaying());
     EXPECT_TRUE(rig_.device.WaitForQueued(49));
-    EXPECT_TRUE(rig_.Impl().workerThread.joinable());
+    EXPECT_TRUE(rig_.Impl().worker.Exists());
     EXPECT_EQ(Playback().Stop(), Err::NoError);
-    EXPECT_FALSE(rig_.Impl().workerThread.joinable());
+    EXPECT_FALSE(rig_.Impl().worker.Exists());
 }
 
 TEST_F(PlaybackCommands, AnEngineWhoseVoiceDidNotStartCanBeReleased) {

@@ -43,8 +43,8 @@ protected:
     /// Starts a run and waits until 49 buffers are queued and the worker has the next in hand.
     void FillRing() {
         ASSERT_EQ(rig_.Play(0), Err::NoError);
-        ASSERT_TRUE(
-            Eventually([&] { return rig_.Impl().frameBuffers[49]->run == rig_.Impl().runNumber; }));
+        ASSERT_TRUE(Eventually(
+            [&] { return rig_.Impl().voices.Buffers()[49]->run == rig_.Impl().runNumber; }));
         ASSERT_TRUE(rig_.device.WaitForQueued(49));
     }
     /// Starts a run that has ten buffers queued while the worker is in the mix of the next, and
@@ -153,7 +153,7 @@ TEST_F(PlaybackFlush, LetsTheBuffersGoOnInTheOrderOfTheRing) {
 
     const auto submissions = rig_.device.Submissions();
     for (std::size_t i = 0; i < submissions.size(); ++i) {
-        ASSERT_EQ(submissions[i].context, rig_.Impl().frameBuffers[i % 50].get()) << i;
+        ASSERT_EQ(submissions[i].context, rig_.Impl().voices.Buffers()[i % 50].get()) << i;
     }
 }
 
@@ -265,7 +265,7 @@ TEST_F(PlaybackFlush, ThatWasGivenUpCostsTheBufferInHand) {
     rig_.device.PlayBuffer();
     ASSERT_TRUE(rig_.device.WaitForSubmissions(50));
     EXPECT_EQ(rig_.device.Submissions()[49].firstSample, 50 * 1920) << "not 49 * 1920";
-    EXPECT_EQ(rig_.device.Submissions()[49].context, rig_.Impl().frameBuffers[49].get());
+    EXPECT_EQ(rig_.device.Submissions()[49].context, rig_.Impl().voices.Buffers()[49].get());
     EXPECT_EQ(FlushWhilePlaying(), Err::NoError) << "the next flush works";
 }
 

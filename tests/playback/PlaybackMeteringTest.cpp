@@ -52,7 +52,7 @@ protected:
             return Playback().CurrentPlaybackVideoFrame() == frame;
         }));
     }
-    std::uint64_t LastBlock() { return rig_.Impl().lastMeterBlock; }
+    std::uint64_t LastBlock() { return rig_.Impl().levels.LastBlock(); }
 
     PlaybackRig rig_;
     SpyObserver observer_;
@@ -224,8 +224,8 @@ TEST_F(PlaybackMetering, AFlushBeginsTheBlocksAnewWhereTheRunGoesOn) {
     }
     ASSERT_EQ(flush.get(), Err::NoError);
 
-    EXPECT_EQ(rig_.Impl().startSample % 1920, 0);
-    EXPECT_GE(rig_.Impl().startSample, 19 * 1920);
+    EXPECT_EQ(rig_.Impl().levels.StartSample() % 1920, 0);
+    EXPECT_GE(rig_.Impl().levels.StartSample(), 19 * 1920);
     EXPECT_EQ(LastBlock(), 0u);
 }
 
@@ -334,7 +334,7 @@ TEST_F(PlaybackMetering, ANullObserverIsStoredLikeAnyOtherAndCanBeRemoved) {
     SetUpFrames(1);
 
     Playback().AddMeterObserver(nullptr);
-    EXPECT_EQ(rig_.Impl().meterObservers.size(), 2u);
+    EXPECT_EQ(rig_.Impl().levels.List().size(), 2u);
     Playback().RemoveMeterObserver(nullptr);
     Playback().Stop();
 

@@ -38,7 +38,7 @@ TEST(PlaybackOutputState, TheCountStaysWhileTheDeviceDoesNotCallBack) {
     ASSERT_EQ(rig.SetUpSequence(), Err::NoError);
     rig.output->Advance(100);
 
-    rig.output->StopCallingBack(true);
+    rig.device->Stall(true);
     rig.output->Advance(100);
 
     EXPECT_EQ(rig.Playback().OutputState().framesPulled, 100);

@@ -49,7 +49,7 @@ protected:
         EXPECT_EQ(RealTimeProbe::fileCalls, 0);
     }
     void* Buffer(int index) {
-        return rig_.Impl().frameBuffers[static_cast<std::size_t>(index)].get();
+        return rig_.Impl().voices.Buffers()[static_cast<std::size_t>(index)].get();
     }
 
     struct QuietObserver : sonrel::AbstractAudioMeterObserver {

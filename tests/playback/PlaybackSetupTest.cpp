@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "sonrel/playback/detail/DeviceSetup.h"
 #include "tests/playback/SetupRig.h"
 
 namespace sonrel_tests {
@@ -73,12 +72,12 @@ TEST_F(PlaybackSetup, ASequenceGivesRateLengthAndTracks) {
     EXPECT_TRUE(Playback().IsInitialized());
     EXPECT_EQ(Playback().InitializedType(), TargetType::Sequence);
     EXPECT_EQ(Playback().InitializedObjectID(), rig_.builder.Sequence()->ID());
-    EXPECT_EQ(rig_.Impl().totalSamples, 400400);
-    EXPECT_EQ(rig_.Impl().audioTrackCount, 2u);
-    EXPECT_EQ(rig_.Impl().meterBlockSamples, 4800);
+    EXPECT_EQ(rig_.Impl().format.totalSamples, 400400);
+    EXPECT_EQ(rig_.Impl().format.audioTrackCount, 2u);
+    EXPECT_EQ(rig_.Impl().format.meterBlockSamples, 4800);
     EXPECT_EQ(rig_.device.LastRate(), 48000);
-    EXPECT_EQ(rig_.Impl().frameBuffers.size(), 50u);
-    EXPECT_EQ(rig_.Impl().frameBuffers[0]->SizeInBytes(), 1602u * 4);
+    EXPECT_EQ(rig_.Impl().voices.Buffers().size(), 50u);
+    EXPECT_EQ(rig_.Impl().voices.Buffers()[0]->SizeInBytes(), 1602u * 4);
 }
 
 TEST_F(PlaybackSetup, ACompositionHasNoTracksToMeter) {
@@ -88,9 +87,9 @@ TEST_F(PlaybackSetup, ACompositionHasNoTracksToMeter) {
 
     EXPECT_EQ(Playback().InitializedType(), TargetType::Composition);
     EXPECT_EQ(Playback().InitializedObjectID(), composition->ID());
-    EXPECT_EQ(rig_.Impl().totalSamples, 14700);
-    EXPECT_EQ(rig_.Impl().audioTrackCount, 0u);
-    EXPECT_EQ(rig_.Impl().meterBlockSamples, 4410);
+    EXPECT_EQ(rig_.Impl().format.totalSamples, 14700);
+    EXPECT_EQ(rig_.Impl().format.audioTrackCount, 0u);
+    EXPECT_EQ(rig_.Impl().format.meterBlockSamples, 4410);
 }
 
 TEST_F(PlaybackSetup, AMediaAssetPlaysAtTheRateOfTheProject) {
@@ -103,9 +102,9 @@ TEST_F(PlaybackSetup, AMediaAssetPlaysAtTheRateOfTheProject) {
     EXPECT_EQ(Playback().InitializedType(), TargetType::MediaAsset);
     EXPECT_EQ(Playback().InitializedObjectID(), asset->ID());
     EXPECT_EQ(rig_.device.LastRate(), 32000);
-    EXPECT_EQ(rig_.Impl().frameRate, 20.0);
-    EXPECT_EQ(rig_.Impl().totalSamples, 1000);
-    EXPECT_EQ(rig_.Impl().meterBlockSamples, 0);
+    EXPECT_EQ(rig_.Impl().format.frameRate, 20.0);
+    EXPECT_EQ(rig_.Impl().format.totalSamples, 1000);
+    EXPECT_EQ(rig_.Impl().format.meterBlockSamples, 0);
 }
 
 TEST_F(PlaybackSetup, SoundWithAPictureTakesItsFrameRateAndKeepsItsOwnLength) {
@@ -114,8 +113,8 @@ TEST_F(PlaybackSetup, SoundWithAPictureTakesItsFrameRateAndKeepsItsOwnLength) {
 
     EXPECT_EQ(SetUpMedia(asset), Err::NoError);
 
-    EXPECT_EQ(rig_.Impl().frameRate, 24.0);
-    EXPECT_EQ(rig_.Impl().totalSamples, 1000);
+    EXPECT_EQ(rig_.Impl().format.frameRate, 24.0);
+    EXPECT_EQ(rig_.Impl().format.totalSamples, 1000);
 }
 
 TEST_F(PlaybackSetup, SoundThatIsNotConformedYetTakesTheLengthOfThePicture) {
@@ -125,7 +124,7 @@ TEST_F(PlaybackSetup, SoundThatIsNotConformedYetTakesTheLengthOfThePicture) {
     EXPECT_EQ(SetUpMedia(asset), Err::NoError);
 
     // 2002 samples a frame, less what the division loses: cut to 6005, not 6006.
-    EXPECT_EQ(rig_.Impl().totalSamples, 6005);
+    EXPECT_EQ(rig_.Impl().format.totalSamples, 6005);
 }
 
 TEST_F(PlaybackSetup, APictureWithoutSoundHasItsOwnLength) {
@@ -134,8 +133,8 @@ TEST_F(PlaybackSetup, APictureWithoutSoundHasItsOwnLength) {
 
     EXPECT_EQ(SetUpMedia(asset), Err::NoError);
 
-    EXPECT_EQ(rig_.Impl().totalSamples, 19200);
-    EXPECT_EQ(rig_.Impl().frameRate, 25.0);
+    EXPECT_EQ(rig_.Impl().format.totalSamples, 19200);
+    EXPECT_EQ(rig_.Impl().format.frameRate, 25.0);
 }
 
 TEST_F(PlaybackSetup, AMediaAssetWithNeitherSoundNorPictureIsRefusedAndChangesNothing) {
@@ -195,9 +194,9 @@ TEST_F(PlaybackSetup, ARefusedRateLeavesARunRunning) {
 TEST_F(PlaybackSetup, AnyOtherChannelCountThanTwoIsRefusedBeforeAnythingIsTouched) {
     rig_.SetUpSequence();
     for (const int channels : {1, 6}) {
-        rig_.Impl().channelCount = channels;
+        rig_.Impl().format.channelCount = channels;
 
-        EXPECT_EQ(sonrel::detail::ConfigureDevice(rig_.Impl()), Err::UnsupportedChannelCount);
+        EXPECT_EQ(rig_.Impl().ConfigureDevice(), Err::UnsupportedChannelCount);
     }
     EXPECT_EQ(rig_.device.MasteringVoicesMade(), 1);
 }

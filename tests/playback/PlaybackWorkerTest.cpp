@@ -155,9 +155,9 @@ TEST_F(PlaybackWorker, EachRunBeginsWithTheFirstBufferOfTheRing) {
     const auto first = PlayToEnd(TOTAL - 4 * 1602);
     const auto second = PlayToEnd(0);
 
-    EXPECT_EQ(first[0].context, rig_.Impl().frameBuffers[0].get());
-    EXPECT_EQ(second[0].context, rig_.Impl().frameBuffers[0].get());
-    EXPECT_EQ(second[50].context, rig_.Impl().frameBuffers[0].get());
+    EXPECT_EQ(first[0].context, rig_.Impl().voices.Buffers()[0].get());
+    EXPECT_EQ(second[0].context, rig_.Impl().voices.Buffers()[0].get());
+    EXPECT_EQ(second[50].context, rig_.Impl().voices.Buffers()[0].get());
 }
 
 TEST_F(PlaybackWorker, AFrameCanBeStampedWithTheOneBefore) {
@@ -287,7 +287,7 @@ TEST_F(PlaybackWorker, StopEndsTheWaitOnADeviceThatHasStoppedCallingBack) {
 
     EXPECT_EQ(rig_.Playback().Stop(), Err::NoError);
 
-    EXPECT_FALSE(rig_.Impl().workerThread.joinable());
+    EXPECT_FALSE(rig_.Impl().worker.Exists());
     rig_.device.ReportDropped();
 }
 
@@ -298,7 +298,7 @@ TEST_F(PlaybackWorker, StopEndsADrainOnADeviceThatHasStoppedCallingBack) {
 
     EXPECT_EQ(rig_.Playback().Stop(), Err::NoError);
 
-    EXPECT_FALSE(rig_.Impl().workerThread.joinable());
+    EXPECT_FALSE(rig_.Impl().worker.Exists());
     rig_.device.ReportDropped();
 }
 

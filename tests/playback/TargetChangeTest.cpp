@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "sonrel/playback/detail/TargetSetup.h"
+#include "sonrel/playback/detail/PlaybackTarget.h"
 #include "tests/playback/SetupRig.h"
 
 namespace sonrel_tests {
@@ -55,7 +55,7 @@ TEST_F(PlaybackSetup, ANewTrackIsAChangeThatRefreshPicksUp) {
 
     EXPECT_EQ(Playback().Refresh(), Err::NoError);
 
-    EXPECT_EQ(rig_.Impl().audioTrackCount, 1u);
+    EXPECT_EQ(rig_.Impl().format.audioTrackCount, 1u);
     EXPECT_EQ(rig_.device.MasteringVoicesMade(), 2);
 }
 
@@ -150,12 +150,12 @@ TEST_F(PlaybackSetup, RefreshWorksOnEveryKindOfTarget) {
     SetUpMedia(asset);
     asset->AudioStream()->SetConformedSampleCount(900);
     EXPECT_EQ(Playback().Refresh(), Err::NoError);
-    EXPECT_EQ(rig_.Impl().totalSamples, 900);
+    EXPECT_EQ(rig_.Impl().format.totalSamples, 900);
 
     SetUpComposition(composition);
     composition->Settings().SetFrameCount(1);
     EXPECT_EQ(Playback().Refresh(), Err::NoError);
-    EXPECT_EQ(rig_.Impl().totalSamples, 1920);
+    EXPECT_EQ(rig_.Impl().format.totalSamples, 1920);
 }
 
 TEST_F(PlaybackSetup, AResetForgetsTheTargetAndLeavesTheVoices) {
@@ -234,7 +234,7 @@ TEST_F(PlaybackSetup, AWorkerWhoseVoiceDidNotStartIsEndedByANewSetUp) {
 
     EXPECT_EQ(rig_.SetUpSequence(), Err::NoError);
 
-    EXPECT_FALSE(rig_.Impl().workerThread.joinable());
+    EXPECT_FALSE(rig_.Impl().worker.Exists());
 }
 
 TEST_F(PlaybackSetup, AChangedTargetBuildsNewVoicesOnADeviceThatHasStoppedCallingBack) {

@@ -2,20 +2,14 @@
 #include "sonrel/playback/VirtualOutput.h"
 
 #include <gmock/gmock.h>
-#include <sndfile.h>
 
 #include <algorithm>
 #include <atomic>
-#include <cstring>
 #include <functional>
 #include <mutex>
 #include <thread>
 
-#include "tests/support/TemporaryFolder.h"
-
 using namespace orlo::sonrel;
-using sonrel_tests::ReadFile;
-using sonrel_tests::TemporaryFolder;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 using testing::ElementsAre;
@@ -224,30 +218,24 @@ TEST(VirtualOutput, APacedOutputTakesTheRatePerSecond) {
     EXPECT_LE(output.FramesTaken(), 8000 * (open + milliseconds(10)) / std::chrono::seconds(1));
 }
 
-TEST(VirtualOutput, ADeviceThatHasStoppedCallingBackPullsNothingUntilItDoesAgain) {
-    VirtualOutput output(Clock::DrainDriven);
-    const auto source = std::make_shared<CountingSource>(10);
-    output.StopCallingBack(true);
-    ASSERT_TRUE(output.Open(48000, source));
-    output.Wake();
-    std::this_thread::sleep_for(milliseconds(10));
-    EXPECT_EQ(source->Pulls(), 0);
+TEST(VirtualOutput, APacedOutputDoesNotCatchUpAfterALongPull) {
+    VirtualOutput output(Clock::Paced);
+    const auto source = std::make_shared<CountingSource>(1000000);
+    constexpr milliseconds LONG_PULL{300};
+    std::atomic<bool> slept = false;
+    source->insidePull = [&] {
+        if (!slept.exchange(true)) std::this_thread::sleep_for(LONG_PULL);
+    };
+    const auto start = steady_clock::now();
+    ASSERT_TRUE(output.Open(8000, source));
+    ASSERT_TRUE(Wait([&] { return output.FramesTaken() >= 800; }));
+    output.Close();
+    const auto open = steady_clock::now() - start;
 
-    output.StopCallingBack(false);
-
-    EXPECT_TRUE(Wait([&] { return output.FramesTaken() == 10; }));
-}
-
-TEST(VirtualOutput, AnOutputThatRefusesStaysClosed) {
-    VirtualOutput output(Clock::Stepped);
-    output.RefuseToOpen(true);
-    EXPECT_FALSE(output.Open(48000, std::make_shared<CountingSource>(1)));
-    EXPECT_FALSE(output.IsOpen());
-
-    output.RefuseToOpen(false);
-
-    EXPECT_TRUE(output.Open(48000, std::make_shared<CountingSource>(1)));
-    EXPECT_EQ(output.SampleRate(), 48000);
+    // The periods of 10 ms after the long pull, and two pulls of 80 frames: before it and right
+    // after it.
+    EXPECT_LE(output.FramesTaken(),
+              8000 * (open - LONG_PULL + milliseconds(20)) / std::chrono::seconds(1));
 }
 
 TEST(VirtualOutput, AnOpenOutputDoesNotOpenAgainBeforeItIsClosed) {
@@ -344,84 +332,6 @@ TEST(VirtualOutput, ASinkThatFailsGetsNothingMore) {
 
     EXPECT_EQ(calls, 1);
     EXPECT_TRUE(output.Failed());
-}
-
-TEST(VirtualOutput, ARawFileHoldsTheFramesAndNothingElse) {
-    const TemporaryFolder folder;
-    const auto output = VirtualOutput::ToFile(Clock::Stepped, folder.Wide("sound.raw"));
-    ASSERT_TRUE(output->Open(48000, std::make_shared<CountingSource>(2)));
-    output->Advance(100);
-    output->Close();
-
-    EXPECT_TRUE(output->FinishFile());
-
-    EXPECT_EQ(ReadFile(folder / "sound.raw"), std::string("\1\0\1\0\2\0\2\0", 8));
-}
-
-TEST(VirtualOutput, AFileThatEndsInWavIsAWavFile) {
-    for (const char* const name : {"sound.wav", "SOUND.WAV"}) {
-        const TemporaryFolder folder;
-        const auto output = VirtualOutput::ToFile(Clock::Stepped, folder.Wide(name));
-        ASSERT_TRUE(output->Open(44100, std::make_shared<CountingSource>(2)));
-        output->Advance(100);
-        output->Close();
-        ASSERT_TRUE(output->FinishFile());
-
-        SF_INFO info = {};
-        SNDFILE* const file = sf_open((folder / name).c_str(), SFM_READ, &info);
-        ASSERT_NE(file, nullptr);
-        std::vector<short> samples(4);
-        EXPECT_EQ(sf_readf_short(file, samples.data(), 2), 2);
-        sf_close(file);
-        EXPECT_THAT(samples, ElementsAre(1, 1, 2, 2));
-        EXPECT_EQ(info.samplerate, 44100);
-        EXPECT_EQ(info.channels, 2);
-        EXPECT_EQ(info.frames, 2);
-        EXPECT_EQ(info.format, SF_FORMAT_WAVEX | SF_FORMAT_PCM_16);
-        EXPECT_EQ(ReadFile(folder / name).substr(0, 4), "RIFF");
-    }
-}
-
-TEST(VirtualOutput, AFileGoesOnWhenTheOutputOpensAgainAtItsRate) {
-    const TemporaryFolder folder;
-    const auto output = VirtualOutput::ToFile(Clock::Stepped, folder.Wide("sound.raw"));
-    ASSERT_TRUE(output->Open(48000, std::make_shared<CountingSource>(1)));
-    output->Advance(1);
-    output->Close();
-    ASSERT_TRUE(output->Open(48000, std::make_shared<CountingSource>(1)));
-    output->Advance(1);
-    output->Close();
-    ASSERT_TRUE(output->FinishFile());
-
-    EXPECT_EQ(ReadFile(folder / "sound.raw"), std::string("\1\0\1\0\1\0\1\0", 8));
-}
-
-TEST(VirtualOutput, AFileRefusesAnotherRate) {
-    const TemporaryFolder folder;
-    const auto output = VirtualOutput::ToFile(Clock::Stepped, folder.Wide("sound.raw"));
-    ASSERT_TRUE(output->Open(48000, std::make_shared<CountingSource>(1)));
-    output->Close();
-
-    EXPECT_FALSE(output->Open(44100, std::make_shared<CountingSource>(1)));
-}
-
-TEST(VirtualOutput, AFileThatCannotBeMadeKeepsTheOutputClosed) {
-    const TemporaryFolder folder;
-    const auto output = VirtualOutput::ToFile(Clock::Stepped, folder.Wide("missing/sound.raw"));
-
-    EXPECT_FALSE(output->Open(48000, std::make_shared<CountingSource>(1)));
-    EXPECT_TRUE(output->Failed());
-}
-
-TEST(VirtualOutput, ADiskThatIsFullFails) {
-    const auto output = VirtualOutput::ToFile(Clock::Stepped, L"/dev/full");
-    ASSERT_TRUE(output->Open(48000, std::make_shared<CountingSource>(10)));
-
-    output->Advance(10);
-    output->Close();
-
-    EXPECT_FALSE(output->FinishFile());
-    EXPECT_TRUE(output->Failed());
 }
 
 }  // namespace

@@ -3,9 +3,11 @@
 
 #include <chrono>
 #include <memory>
+#include <utility>
 
 #include "sonrel/playback/VirtualOutput.h"
 #include "tests/playback/PlaybackRig.h"
+#include "tests/playback/StallingOutput.h"
 
 namespace sonrel_tests {
 
@@ -16,8 +18,9 @@ using Clock = sonrel::VirtualOutput::Clock;
 class VirtualRig {
 public:
     explicit VirtualRig(const Format& format = {}, Clock clock = Clock::DrainDriven)
-        : output(sonrel::VirtualOutput::ToMemory(clock)), builder(format) {
-        sonrel::SetAudioOutputFactory([this] { return output; });
+        : builder(format) {
+        PlayOn(sonrel::VirtualOutput::ToMemory(clock));
+        sonrel::SetAudioOutputFactory([this] { return device; });
         engine = sonrel::Sonrel::Create(L"", L"", nullptr, sonrel::Sonrel::LogOption::NoErrorLog);
         engine->Mixer()->SetDither(sonrel::DitherType::None, 1);
         MakePlayback();
@@ -29,6 +32,11 @@ public:
     VirtualRig(const VirtualRig&) = delete;
     VirtualRig& operator=(const VirtualRig&) = delete;
 
+    /// The engines that are made from now on play on this output.
+    void PlayOn(std::shared_ptr<sonrel::VirtualOutput> newOutput) {
+        output = std::move(newOutput);
+        device = std::make_shared<StallingOutput>(output);
+    }
     void MakePlayback() {
         EXPECT_EQ(engine->InitializePlaybackEngine(), Err::NoError);
         Impl().headStart = std::chrono::milliseconds(0);
@@ -38,6 +46,7 @@ public:
     Err SetUpSequence() { return Playback().Initialize(builder.Project(), builder.Sequence()); }
 
     std::shared_ptr<sonrel::VirtualOutput> output;
+    std::shared_ptr<StallingOutput> device;  // the output with a switch
     ProjectBuilder builder;
     std::shared_ptr<sonrel::Sonrel> engine;
 };

@@ -6,150 +6,134 @@
 #include <chrono>
 #include <future>
 
-#include "sonrel/playback/detail/AutoResetEvent.h"
-
 namespace {
 
-using orlo::sonrel::detail::AutoResetEvent;
 using orlo::sonrel::detail::WorkerControl;
 using Request = WorkerControl::Request;
 
 constexpr std::chrono::milliseconds SHORT{1};
 constexpr std::chrono::seconds LONG{20};  // only a broken build waits as long
 
-/// A worker that parks on a thread of its own.
-std::future<bool> ParkElsewhere(WorkerControl& signals) {
-    return std::async(std::launch::async, [&] { return signals.Park(); });
+/// A worker that parks on another thread.
+std::future<bool> ParkElsewhere(WorkerControl& control) {
+    return std::async(std::launch::async, [&] { return control.Park(); });
 }
 
 TEST(WorkerControl, NothingIsRequestedAtFirst) {
-    WorkerControl signals;
+    WorkerControl control;
 
-    EXPECT_EQ(signals.Take(), Request::None);
-    EXPECT_FALSE(signals.StopIsRequested());
+    EXPECT_EQ(control.Take(), Request::None);
+    EXPECT_FALSE(control.StopIsRequested());
 }
 
 TEST(WorkerControl, AStopIsTakenOnce) {
-    WorkerControl signals;
-    signals.Stop();
+    WorkerControl control;
+    control.Stop();
 
-    EXPECT_TRUE(signals.StopIsRequested());
-    EXPECT_EQ(signals.Take(), Request::Stop);
-    EXPECT_EQ(signals.Take(), Request::None);
+    EXPECT_TRUE(control.StopIsRequested());
+    EXPECT_EQ(control.Take(), Request::Stop);
+    EXPECT_EQ(control.Take(), Request::None);
 }
 
 TEST(WorkerControl, AFlushGoesBeforeAStopAndLeavesItThere) {
-    WorkerControl signals;
-    signals.Stop();
-    signals.RequestFlush();
+    WorkerControl control;
+    control.Stop();
+    control.RequestFlush();
 
-    EXPECT_EQ(signals.Take(), Request::Flush);
-    EXPECT_EQ(signals.Take(), Request::Stop);
+    EXPECT_EQ(control.Take(), Request::Flush);
+    EXPECT_EQ(control.Take(), Request::Stop);
 }
 
 TEST(WorkerControl, TheWaitForAParkedWorkerEndsInTime) {
-    WorkerControl signals;
-    signals.RequestFlush();
+    WorkerControl control;
+    control.RequestFlush();
 
-    EXPECT_FALSE(signals.WaitUntilParked(SHORT));
+    EXPECT_FALSE(control.WaitUntilParked(SHORT));
 }
 
 TEST(WorkerControl, AParkedWorkerGoesOnWhenTheFlushEnds) {
-    WorkerControl signals;
-    signals.RequestFlush();
-    ASSERT_EQ(signals.Take(), Request::Flush);
-    auto worker = ParkElsewhere(signals);
+    WorkerControl control;
+    control.RequestFlush();
+    ASSERT_EQ(control.Take(), Request::Flush);
+    auto worker = ParkElsewhere(control);
 
-    EXPECT_TRUE(signals.WaitUntilParked(LONG));
-    signals.EndFlush();
+    EXPECT_TRUE(control.WaitUntilParked(LONG));
+    control.EndFlush();
 
     EXPECT_TRUE(worker.get());
 }
 
 TEST(WorkerControl, AParkedWorkerLeavesOnAStop) {
-    WorkerControl signals;
-    signals.RequestFlush();
-    ASSERT_EQ(signals.Take(), Request::Flush);
-    auto worker = ParkElsewhere(signals);
-    ASSERT_TRUE(signals.WaitUntilParked(LONG));
+    WorkerControl control;
+    control.RequestFlush();
+    ASSERT_EQ(control.Take(), Request::Flush);
+    auto worker = ParkElsewhere(control);
+    ASSERT_TRUE(control.WaitUntilParked(LONG));
 
-    signals.Stop();
+    control.Stop();
 
     EXPECT_FALSE(worker.get());
 }
 
 TEST(WorkerControl, AWorkerThatComesToAFlushThatWasGivenUpDoesNotPark) {
-    WorkerControl signals;
-    signals.RequestFlush();
-    signals.EndFlush();
+    WorkerControl control;
+    control.RequestFlush();
+    control.EndFlush();
 
-    EXPECT_EQ(signals.Take(), Request::Flush);
-    EXPECT_TRUE(signals.Park());
+    EXPECT_EQ(control.Take(), Request::Flush);
+    EXPECT_TRUE(control.Park());
 }
 
 TEST(WorkerControl, AWorkerOnItsWayParksForTheNextFlush) {
-    WorkerControl signals;
-    signals.RequestFlush();
-    ASSERT_EQ(signals.Take(), Request::Flush);
-    signals.EndFlush();
-    signals.RequestFlush();
-    auto worker = ParkElsewhere(signals);
+    WorkerControl control;
+    control.RequestFlush();
+    ASSERT_EQ(control.Take(), Request::Flush);
+    control.EndFlush();
+    control.RequestFlush();
+    auto worker = ParkElsewhere(control);
 
-    EXPECT_TRUE(signals.WaitUntilParked(LONG));
-    signals.EndFlush();
+    EXPECT_TRUE(control.WaitUntilParked(LONG));
+    control.EndFlush();
 
     EXPECT_TRUE(worker.get());
-    EXPECT_EQ(signals.Take(), Request::None);
+    EXPECT_EQ(control.Take(), Request::None);
 }
 
 TEST(WorkerControl, ARequestThatWasNotTakenServesTheNextFlush) {
-    WorkerControl signals;
-    signals.RequestFlush();
-    signals.EndFlush();
-    signals.RequestFlush();
-    ASSERT_EQ(signals.Take(), Request::Flush);
-    auto worker = ParkElsewhere(signals);
+    WorkerControl control;
+    control.RequestFlush();
+    control.EndFlush();
+    control.RequestFlush();
+    ASSERT_EQ(control.Take(), Request::Flush);
+    auto worker = ParkElsewhere(control);
 
-    EXPECT_TRUE(signals.WaitUntilParked(LONG));
-    signals.EndFlush();
+    EXPECT_TRUE(control.WaitUntilParked(LONG));
+    control.EndFlush();
 
     EXPECT_TRUE(worker.get());
-    EXPECT_EQ(signals.Take(), Request::None);
+    EXPECT_EQ(control.Take(), Request::None);
 }
 
 TEST(WorkerControl, ResetForgetsAFlushThatWasGivenUpAndAStop) {
-    WorkerControl signals;
-    signals.RequestFlush();
-    signals.EndFlush();
-    signals.Stop();
+    WorkerControl control;
+    control.RequestFlush();
+    control.EndFlush();
+    control.Stop();
 
-    signals.Reset();
+    control.Reset();
 
-    EXPECT_EQ(signals.Take(), Request::None);
+    EXPECT_EQ(control.Take(), Request::None);
 }
 
 TEST(WorkerControl, AStopCanBeTakenAlone) {
-    WorkerControl signals;
-    signals.RequestFlush();
-    EXPECT_FALSE(signals.TakeStop());
-    signals.Stop();
+    WorkerControl control;
+    control.RequestFlush();
+    EXPECT_FALSE(control.TakeStop());
+    control.Stop();
 
-    EXPECT_TRUE(signals.TakeStop());
-    EXPECT_FALSE(signals.TakeStop());
-    EXPECT_EQ(signals.Take(), Request::Flush);
-}
-
-TEST(AutoResetEvent, OneWaitTakesAnyNumberOfSignals) {
-    AutoResetEvent event;
-    event.Signal();
-    event.Signal();
-    event.Wait();
-
-    auto waiter = std::async(std::launch::async, [&] { event.Wait(); });
-    EXPECT_EQ(waiter.wait_for(SHORT), std::future_status::timeout);
-    event.Signal();
-
-    EXPECT_EQ(waiter.wait_for(LONG), std::future_status::ready);
+    EXPECT_TRUE(control.TakeStop());
+    EXPECT_FALSE(control.TakeStop());
+    EXPECT_EQ(control.Take(), Request::Flush);
 }
 
 }  // namespace

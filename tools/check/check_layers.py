@@ -140,6 +140,8 @@ KNOWN = [
     ("sonrel/media/input/Demuxer.cpp", "sonrel/media/index/StreamIndex.h", False),
     ("sonrel/media/MediaFile.cpp", "sonrel/mixer/AudioMixer.h", False),
     ("sonrel/media/MediaInfo.h", "sqlite3.h", False),
+    ("sonrel/playback/PlaybackEngine.cpp", "sonrel/engine/Sonrel.h", True),
+    ("sonrel/playback/PlaybackWorker.cpp", "sonrel/engine/Sonrel.h", False),
     ("sonrel/base/Timing.h", "sonrel/project.h", False),
     ("sonrel/base/Timing.h", "cmath", True),
     ("sonrel/sync/Fft.cpp", "sonrel/cpu/CpuPath.h", True),

@@ -3,8 +3,9 @@
 
 #include <atomic>
 #include <functional>
-#include <thread>
 #include <vector>
+
+#include "sonrel/playback/device/CallbackSignal.h"
 
 namespace orlo::sonrel {
 
@@ -29,7 +30,7 @@ public:
     void* UserData() const { return userData_; }
 
     /// Announces the notification: from here on Cancel waits for it.
-    void Begin();
+    void Begin() { notifying_.Enter(); }
     /// Calls the observers in order and the completion callback, up to a Cancel. An exception ends
     /// only the call that threw it: no caller on this thread can receive it.
     void Notify() noexcept;
@@ -38,22 +39,19 @@ public:
     /// A notification that has not begun is not prevented.
     void Cancel();
     /// Whether a call is still running. After Cancel only the call that it was called from.
-    bool IsNotifying() const { return stage_ == Stage::Notifying; }
+    bool IsNotifying() const { return notifying_.IsBusy(); }
     /// Destroys the callback here and not on the device's thread, which may hold the last
     /// reference. After a notification, or without one.
     void Release();
 
 private:
-    enum class Stage : int { Waiting = 0, Notifying = 1, Done = 2 };
-
     template <class Function>
     void Call(Function function) noexcept;
 
     std::vector<AbstractAudioMeterObserver*> observers_;
     std::function<void(void*)> completion_;
     void* userData_ = nullptr;
-    std::atomic<Stage> stage_ = Stage::Waiting;
-    std::atomic<std::thread::id> notifier_ = std::thread::id();  // set before the stage
+    device::CallbackGate notifying_;
     std::atomic<bool> cancelled_ = false;
 };
 

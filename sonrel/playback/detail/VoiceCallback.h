@@ -7,30 +7,30 @@
 #include <memory>
 #include <vector>
 
-#include "sonrel/playback/detail/AutoResetEvent.h"
 #include "sonrel/playback/detail/RunAudience.h"
 #include "sonrel/playback/device/AudioDevice.h"
+#include "sonrel/playback/device/CallbackSignal.h"
 
 namespace orlo::sonrel {
 
-class Sonrel;
+class AudioMixer;
 
 namespace detail {
 
-/// Turns what the device reports into state of the playback engine.
+/// Turns the reports of the device into the state of the playback engine.
 ///
-/// A device may report something late, when the run that it belongs to was stopped and another one
-/// has begun. So runs are numbered, and only what belongs to the open run counts.
+/// A device may report late, after the run was stopped and another run has begun. Therefore runs
+/// are numbered, and only reports on the open run count.
 ///
-/// Threads: the device calls the On... operations, and they neither lock nor allocate nor wait,
-/// apart from the meters' own locks and what the host does when a run ends. Everything else is for
-/// the thread that gives the commands.
+/// Threads: the device calls the On... operations. They neither lock nor allocate nor wait, apart
+/// from the meters' own locks and the host's code at the end of a run. Everything else is for the
+/// command thread.
 class VoiceCallback : public device::VoiceEvents {
 public:
     /// The run of a single frame, whose buffer has no context.
     static constexpr std::uint64_t SINGLE_FRAME = 1;
 
-    VoiceCallback(Sonrel* owner, std::atomic<int>& currentVideoFrame,
+    VoiceCallback(AudioMixer& mixer, std::atomic<int>& currentVideoFrame,
                   std::atomic<long long>& playedSampleEnd);
 
     void OnBufferStart(void* context) override;
@@ -46,22 +46,21 @@ public:
     /// Replaces the audience. While no run is open.
     void SetAudience(std::vector<AbstractAudioMeterObserver*> observers,
                      std::function<void(void*)> completion, void* userData);
-    /// Takes the completion callback out of the audience. While no run is open.
+    /// Removes the completion callback from the audience. While no run is open.
     void ClearCompletion();
     /// On the command thread.
     const RunAudience& Audience() const { return *audience_; }
 
-    AutoResetEvent bufferEndEvent;
+    /// Advances when a buffer of a run has ended or was dropped.
+    device::CallbackSignal bufferEnds;
 
 private:
-    class DeviceSection;
-
-    Sonrel* owner_;
+    AudioMixer& mixer_;
     std::atomic<int>& currentVideoFrame_;
     std::atomic<long long>& playedSampleEnd_;
     std::atomic<std::uint64_t> openRun_ = 0;  // 0 means none
     std::atomic<std::uint64_t> soundingRun_ = 0;
-    std::atomic<int> deviceSections_ = 0;
+    device::CallbackGate reports_;           // that change the state; the host's code is outside
     std::shared_ptr<RunAudience> audience_;  // of the open run; shared with its notification
     /// Former audiences whose notification was cancelled from inside one of its calls.
     std::vector<std::shared_ptr<RunAudience>> interrupted_;

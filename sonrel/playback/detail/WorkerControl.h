@@ -2,45 +2,48 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <mutex>
+
+#include "sonrel/playback/device/AutoResetEvent.h"
 
 namespace orlo::sonrel::detail {
 
-/// What the command thread and the worker of a run tell each other: stop, and the handshake of a
-/// flush, during which the worker stands still.
+/// The requests of the command thread to the worker of a run: a stop, and a flush, during which the
+/// worker is parked.
 ///
-/// Threads: one worker, one command thread; never the device's, for there is a lock.
+/// Threads: one worker, one command thread; never the device's, because there is a lock.
 class WorkerControl {
 public:
     enum class Request { None, Flush, Stop };
 
-    /// Forgets everything, what a flush that was given up has left included. While no worker runs.
+    /// Clears every request, including the remains of a flush that was given up. While no worker
+    /// runs.
     void Reset();
 
-    /// Tells the worker to leave.
+    /// Requests that the worker leaves.
     void Stop();
-    /// Asks the worker to stand still.
+    /// Requests that the worker parks.
     void RequestFlush();
-    /// @return whether the worker stands still; false when it did not in time
-    bool WaitUntilParked(std::chrono::milliseconds limit);
-    /// Ends the flush: the worker goes on. One that has not stood still yet drops the buffer in
-    /// hand all the same when it sees the request, but does not wait.
+    /// @return whether the worker has parked; false after the time limit
+    bool WaitUntilParked(std::chrono::milliseconds limit) { return hasParked_.WaitFor(limit); }
+    /// Ends the flush: the worker resumes. A worker that has not parked yet still discards its
+    /// buffer in hand when it sees the request, but does not wait.
     void EndFlush();
 
-    /// The worker's test of what is asked of it. It takes the request away. A flush goes before a
-    /// stop.
+    /// Returns and clears the pending request. A flush takes precedence over a stop. Worker thread
+    /// only.
     Request Take();
-    /// The worker stands still until the flush has ended. @return false when it is to leave instead
+    /// Parks the worker until the flush has ended. @return false when a stop was requested instead
     bool Park();
-    /// Whether the worker is to leave, without taking that away.
+    /// Whether a stop is pending. Does not clear it.
     bool StopIsRequested() const;
-    /// The worker's test for a stop alone. @return whether it is to leave
+    /// Returns and clears a pending stop. Worker thread only.
     bool TakeStop();
 
 private:
-    mutable std::mutex mutex_;  // guards all
-    std::condition_variable changed_;
+    mutable std::mutex mutex_;  // guards the flags
+    device::AutoResetEvent hasParked_;
+    device::AutoResetEvent mayResume_;  // the flush has ended, or a stop was requested
     bool stop_ = false;
     bool flushRequested_ = false;
     bool flushTaken_ = false;  // by the worker, which has not parked yet

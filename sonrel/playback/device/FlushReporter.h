@@ -3,25 +3,26 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <functional>
-#include <mutex>
 #include <thread>
+
+#include "sonrel/playback/device/AutoResetEvent.h"
+#include "sonrel/playback/device/CallbackSignal.h"
 
 namespace orlo::sonrel::device {
 
-/// How long a device has to report what a flush has dropped before it is done in its place.
+/// The time that a device has to report the buffers that a flush has dropped.
 constexpr std::chrono::milliseconds REPORT_GRACE{100};
 
-/// A thread that reports the ends of a flush when the device does not: a device that is lost, or
-/// whose callback waits for the very thread that flushed.
+/// A thread that reports the ends of a flush when the device does not: a lost device, or a device
+/// whose callback waits for the thread that flushed.
 ///
 /// Threads: Expect and WaitUntilIdle on any.
 class FlushReporter {
 public:
-    /// @param report  reports what is left, on the thread of this object
+    /// @param report  reports the remaining ends, on the thread of this object
     explicit FlushReporter(std::function<void()> report);
-    /// Waits for a report under way and ends the thread; what is expected is given up.
+    /// Waits for a report under way and ends the thread. Expected reports are given up.
     ~FlushReporter();
     FlushReporter(const FlushReporter&) = delete;
     FlushReporter& operator=(const FlushReporter&) = delete;
@@ -29,18 +30,16 @@ public:
     /// Reports when REPORT_GRACE has passed without another call, or at once.
     void Expect(bool atOnce);
     /// Returns when no report is under way. Does not wait on the reporter's own thread.
-    void WaitUntilIdle();
+    void WaitUntilIdle() const { reporting_.WaitUntilLeft(); }
 
 private:
     void Run();
 
     const std::function<void()> report_;
-    std::mutex mutex_;  // guards the rest, but the thread
-    std::condition_variable changed_;
-    bool ending_ = false;
-    unsigned int expected_ = 0;  ///< flushes since the last report
-    bool atOnce_ = false;
-    bool reporting_ = false;
+    AutoResetEvent changed_;
+    std::atomic<bool> ending_ = false;
+    std::atomic<bool> atOnce_ = false;
+    CallbackGate reporting_;
     std::thread thread_;
 };
 

@@ -6,13 +6,15 @@
 #include <cstring>
 #include <utility>
 
+#include "sonrel/playback/device/AutoResetEvent.h"
+#include "sonrel/playback/device/CallbackSignal.h"
+
 namespace orlo::sonrel::device {
 
 namespace {
 
 constexpr int BYTES_PER_FRAME = 4;
 constexpr int MAX_PERIOD = 32768;  // the library's field has 16 bits
-constexpr std::chrono::microseconds PULL_POLL{100};
 
 }  // namespace
 
@@ -20,23 +22,22 @@ constexpr std::chrono::microseconds PULL_POLL{100};
 struct SdlStream {
     std::shared_ptr<const SdlLibrary> library;
     std::shared_ptr<AudioOutputSource> source;
-    std::atomic<std::thread::id> pullThread = std::thread::id();  // none between pulls
+    CallbackGate pulls;
     std::atomic<bool> pullsEnded = false;
+    AutoResetEvent closed;
     SDL_AudioDeviceID device = 0;
     std::chrono::milliseconds drain{0};  // that closing takes: the library plays two periods
 
-    bool InsidePull() const { return pullThread.load() == std::this_thread::get_id(); }
     /// Ends the pulling, and waits for a pull under way unless it is called from inside it.
     void EndPulls() {
         pullsEnded = true;
-        while (pullThread.load() != std::thread::id() && !InsidePull()) {
-            std::this_thread::sleep_for(PULL_POLL);
-        }
+        pulls.WaitUntilLeft();
     }
     /// Waits for a callback under way, and for the sound server.
     void Close() {
         library->closeAudioDevice(device);
         library->quitSubSystem(SDL_INIT_AUDIO);
+        closed.Signal();
     }
 };
 
@@ -44,13 +45,12 @@ namespace {
 
 void Callback(void* userData, Uint8* bytes, int byteCount) noexcept {
     auto& stream = *static_cast<SdlStream*>(userData);
-    stream.pullThread = std::this_thread::get_id();
+    const CallbackGate::Scope pull(stream.pulls);
     if (stream.pullsEnded) {
         std::memset(bytes, 0, static_cast<std::size_t>(byteCount));
     } else {
         stream.source->Pull(reinterpret_cast<short*>(bytes), byteCount / BYTES_PER_FRAME);
     }
-    stream.pullThread = std::thread::id();
 }
 
 }  // namespace
@@ -76,16 +76,16 @@ SdlOutput::~SdlOutput() {
 /// @return false when the library does not finish
 bool SdlOutput::FinishClosing() {
     const auto finished = [](SdlCloser& closer) {
-        if (closer.stream->InsidePull()) return false;
+        if (closer.stream->pulls.IsInside()) return false;
         closer.stream->EndPulls();
         const auto timeout = std::exchange(closer.timeout, std::chrono::milliseconds(0));
-        if (closer.closed.wait_for(timeout) != std::future_status::ready) return false;
+        if (!closer.stream->closed.WaitFor(timeout)) return false;
         closer.thread.join();
         return true;
     };
     closers_.erase(std::remove_if(closers_.begin(), closers_.end(), finished), closers_.end());
     return std::all_of(closers_.begin(), closers_.end(),
-                       [](const SdlCloser& closer) { return closer.stream->InsidePull(); });
+                       [](const SdlCloser& closer) { return closer.stream->pulls.IsInside(); });
 }
 
 bool SdlOutput::Open(int sampleRate, std::shared_ptr<AudioOutputSource> source) {
@@ -119,10 +119,8 @@ void SdlOutput::Close() {
     if (stream == nullptr) return;
     // On a separate thread: inside a pull the library would wait for its own thread, which is this
     // one, and with a frozen sound server it would wait without an end.
-    std::packaged_task<void()> close([stream] { stream->Close(); });
-    std::future<void> closed = close.get_future();
-    closers_.push_back(
-        {stream, std::move(closed), std::thread(std::move(close)), CLOSE_TIMEOUT + stream->drain});
+    std::thread close([stream] { stream->Close(); });
+    closers_.push_back({stream, std::move(close), CLOSE_TIMEOUT + stream->drain});
     stream->EndPulls();
     FinishClosing();
 }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <chrono>
-#include <future>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -17,7 +16,6 @@ struct SdlStream;
 /// A stream that is being closed on a separate thread.
 struct SdlCloser {
     std::shared_ptr<SdlStream> stream;
-    std::future<void> closed;
     std::thread thread;
     std::chrono::milliseconds timeout;  ///< 0 once it has passed
 };

@@ -13,33 +13,6 @@ namespace {
 constexpr std::size_t BYTES_PER_FRAME = 4;
 constexpr std::size_t VALUES_PER_FRAME = 2;
 
-/// Makes a counter odd while a piece of work that others wait for is under way.
-class Section {
-public:
-    explicit Section(std::atomic<unsigned int>& counter) : counter_(counter) {
-        counter_.fetch_add(1);
-    }
-    ~Section() { counter_.fetch_add(1); }
-    Section(const Section&) = delete;
-    Section& operator=(const Section&) = delete;
-
-private:
-    std::atomic<unsigned int>& counter_;
-};
-
-/// Returns when the work that was under way at the call is done.
-void WaitUntilLeft(const std::atomic<unsigned int>& counter) {
-    const unsigned int seen = counter;
-    if (seen % 2 == 0) return;
-    for (int turn = 0; counter == seen; ++turn) {
-        if (turn < 100) {
-            std::this_thread::yield();
-        } else {
-            std::this_thread::sleep_for(std::chrono::microseconds(100));
-        }
-    }
-}
-
 }  // namespace
 
 Voice::Voice(std::weak_ptr<AudioOutput> output)
@@ -61,7 +34,7 @@ void Voice::Detach() {
         queue_.Drop(true);
     }
     ReportDropped();
-    WaitForPull();
+    pulls_.WaitUntilLeft();
     reporter_.WaitUntilIdle();
 }
 
@@ -92,7 +65,7 @@ void Voice::Stop() {
         const std::lock_guard lock(commands_);
         running_ = false;
     }
-    WaitForSection();
+    section_.WaitUntilLeft();
 }
 
 void Voice::Flush() {
@@ -101,17 +74,16 @@ void Voice::Flush() {
         const std::lock_guard lock(commands_);
         dropped = queue_.Drop(!running_);
     }
-    WaitForSection();
+    section_.WaitUntilLeft();
     if (!dropped) return;
     // From inside a callback: nothing is pulled before the callback has returned, and the caller
     // may be about to wait for the ends.
-    reporter_.Expect(OnPullThread());
+    reporter_.Expect(pulls_.IsInside());
     WakeOutput();
 }
 
 int Voice::Pull(short* output, int frameCount) {
-    const Section pull(pulls_);
-    pullThread_ = std::this_thread::get_id();
+    const CallbackGate::Scope pull(pulls_);
     ReportDropped();
     int taken = 0;
     while (taken < frameCount && running_) {
@@ -123,7 +95,6 @@ int Voice::Pull(short* output, int frameCount) {
         std::memset(output + taken * VALUES_PER_FRAME, 0, (frameCount - taken) * BYTES_PER_FRAME);
     }
     framesPulled_ += frameCount;
-    pullThread_ = std::thread::id();
     return taken;
 }
 
@@ -138,7 +109,7 @@ int Voice::ReadyFrames() {
 int Voice::Take(QueueNode& node, short* output, int room) {
     int count = 0;
     {
-        const Section section(section_);
+        const CallbackGate::Scope section(section_);
         if (!running_) return 0;
         if (node.Move(BufferState::Queued, BufferState::Sounding)) {
             progress_ = 0;
@@ -180,14 +151,6 @@ void Voice::ReportDropped() {
 
 void Voice::WakeOutput() {
     if (const std::shared_ptr<AudioOutput> output = output_.lock()) output->Wake();
-}
-
-void Voice::WaitForSection() const {
-    if (!OnPullThread()) WaitUntilLeft(section_);
-}
-
-void Voice::WaitForPull() const {
-    if (!OnPullThread()) WaitUntilLeft(pulls_);
 }
 
 }  // namespace orlo::sonrel::device

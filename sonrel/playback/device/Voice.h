@@ -4,11 +4,11 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
-#include <thread>
 
 #include "sonrel/playback/AudioOutput.h"
 #include "sonrel/playback/device/AudioDevice.h"
 #include "sonrel/playback/device/BufferQueue.h"
+#include "sonrel/playback/device/CallbackSignal.h"
 #include "sonrel/playback/device/FlushReporter.h"
 
 namespace orlo::sonrel::device {
@@ -53,20 +53,14 @@ private:
     void End(QueueNode& node);
     void ReportDropped();
     void WakeOutput();
-    bool OnPullThread() const { return pullThread_.load() == std::this_thread::get_id(); }
-    void WaitForSection() const;
-    void WaitForPull() const;
 
     const std::weak_ptr<AudioOutput> output_;
     std::mutex commands_;  // orders Submit, Start, Stop, Flush, Attach and Detach
     BufferQueue queue_;
     std::atomic<VoiceEvents*> events_ = nullptr;
     std::atomic<bool> running_ = false;
-    /// Odd while a buffer begins or samples are copied.
-    std::atomic<unsigned int> section_ = 0;
-    /// Odd while a pull is under way, and the thread that it runs on; none between pulls.
-    std::atomic<unsigned int> pulls_ = 0;
-    std::atomic<std::thread::id> pullThread_ = std::thread::id();
+    CallbackGate section_;  // a buffer begins, or samples are copied
+    CallbackGate pulls_;
     std::atomic<long long> framesPulled_ = 0;
     int progress_ = 0;  ///< frames taken of the sounding buffer; the pulling thread's own
     FlushReporter reporter_;

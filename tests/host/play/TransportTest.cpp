@@ -6,6 +6,7 @@
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/playback/VirtualOutput.h"
+#include "tests/playback/StallingOutput.h"
 #include "tests/support/ProjectBuilder.h"
 
 using namespace orlo::host;
@@ -20,7 +21,7 @@ constexpr int FRAME_SAMPLES = 1920;
 class TransportTest : public testing::Test {
 protected:
     void SetUp() override {
-        sonrel::SetAudioOutputFactory([this] { return output_; });
+        sonrel::SetAudioOutputFactory([this] { return device_; });
         builder_.AddObject(builder_.AddMedia(Counting(10 * FRAME_SAMPLES)), 0, 10);
         engine_ = sonrel::Sonrel::Create(L"", L"", nullptr, sonrel::Sonrel::LogOption::NoErrorLog);
         engine_->Mixer()->SetDither(sonrel::DitherType::None, 1);
@@ -32,6 +33,7 @@ protected:
 
     std::shared_ptr<sonrel::VirtualOutput> output_ =
         sonrel::VirtualOutput::ToMemory(sonrel::VirtualOutput::Clock::Stepped);
+    std::shared_ptr<StallingOutput> device_ = std::make_shared<StallingOutput>(output_);
     ProjectBuilder builder_{{25.0, 48000, 10}};
     std::shared_ptr<sonrel::Sonrel> engine_;
 };
@@ -41,12 +43,12 @@ TEST_F(TransportTest, TheLastFrameOfABurstOfArrowKeysIsHeard) {
     transport.Press(Key::Right);
     output_->Advance(100);
     // The device does not report the end of frame 1 in time for the other keys.
-    output_->StopCallingBack(true);
+    device_->Stall(true);
     transport.Press(Key::Right);
     transport.Press(Key::Right);
     transport.Press(Key::Right);
 
-    output_->StopCallingBack(false);
+    device_->Stall(false);
     for (int look = 0; look < 3; ++look) {
         output_->Advance(FRAME_SAMPLES);
         transport.RetryFrame();

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "tests/playback/StallingOutput.h"
 #include "tests/playback/device/DeviceRig.h"
 
 using namespace sonrel_tests;
@@ -26,8 +27,9 @@ protected:
     const std::vector<short> c_ = Counting(2000, 10);
     const std::shared_ptr<VirtualOutput> output_ =
         VirtualOutput::ToMemory(VirtualOutput::Clock::Stepped);
+    const std::shared_ptr<StallingOutput> device_ = std::make_shared<StallingOutput>(output_);
     Listener listener_;
-    OpenDevice open_{[this] { return output_; }, RATE, listener_};
+    OpenDevice open_{[this] { return device_; }, RATE, listener_};
 };
 
 TEST_F(VoiceTest, AQueueThatWasNotStartedGivesNothing) {
@@ -192,7 +194,7 @@ TEST_F(VoiceTest, TheEndsOfAFlushComeAlsoWhenTheDeviceHasStoppedCallingBack) {
     Queue(b_, "B", true);
     Voice().Start();
     output_->Advance(3);
-    output_->StopCallingBack(true);
+    device_->Stall(true);
 
     Voice().Stop();
     Voice().FlushSourceBuffers();
@@ -422,7 +424,8 @@ TEST_F(VoiceTest, AFormatThatTheOutputDoesNotHaveGivesNoVoice) {
 }
 
 TEST(DeviceEngine, AnOutputThatRefusesGivesNoMasteringVoice) {
-    const auto output = std::make_shared<VirtualOutput>(VirtualOutput::Clock::Stepped);
+    const auto output = std::make_shared<StallingOutput>(
+        std::make_shared<VirtualOutput>(VirtualOutput::Clock::Stepped));
     output->RefuseToOpen(true);
     const auto engine = device::CreateAudioDevice([&] { return output; });
 

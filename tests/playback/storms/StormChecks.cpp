@@ -82,7 +82,7 @@ void Storm::NoteRun(long long sample, std::optional<Err> result, int startsBefor
     /// A pull that was under way when the run began may take as much of it.
     constexpr long long MAX_PULL = 1024;
     if (result != Err::NoError && audience_.Starts() == startsBefore) return NoteEndOfRuns();
-    const long long total = sonrel::PlaybackEngineAccess::Impl(Playback()).totalSamples;
+    const long long total = sonrel::PlaybackEngineAccess::Impl(Playback()).format.totalSamples;
     const long long length = (reverse_ ? sample : total - sample) / std::clamp(speed_, 1, 4);
     mayPlay_ = true;
     isHeldBack_ = device_.IsStill() && length > 2 * MAX_PULL;
@@ -109,11 +109,12 @@ void Storm::CheckState() {
 long long Storm::SampleOf(int frame) {
     const auto& impl = sonrel::PlaybackEngineAccess::Impl(Playback());
     if (!isSetUp_) return 0;
-    return ::zrtl::FrameToSample(frame, impl.sampleRate, impl.frameRate);
+    return impl.format.SampleOfFrame(frame);
 }
 
 bool Storm::IsInside(long long sample) {
-    return sample >= 0 && sample < sonrel::PlaybackEngineAccess::Impl(Playback()).totalSamples;
+    return sample >= 0 &&
+           sample < sonrel::PlaybackEngineAccess::Impl(Playback()).format.totalSamples;
 }
 
 Err Storm::ResultOfStart(long long sample, int refusedBefore) {

@@ -23,6 +23,7 @@ public:
         : source_(std::move(source)), device_(device) {}
 
     int Pull(short* output, int frameCount) override {
+        if (device_.pace_ == StormDevice::Pace::Lost) return 0;
         if (frameCount > 0 && device_.pace_ == StormDevice::Pace::Slow) {
             std::this_thread::sleep_for(SLOW_PULL);
         }
@@ -137,7 +138,6 @@ std::unique_ptr<device::AudioDevice> StormDevice::MakeEngine() {
 
 void StormDevice::SetPace(Pace pace) {
     pace_ = pace;
-    output_->StopCallingBack(pace == Pace::Lost);
     output_->Wake();
 }
 
