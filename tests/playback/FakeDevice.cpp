@@ -224,6 +224,12 @@ std::size_t FakeDevice::HeardCount() const {
     return heard_.size();
 }
 
+std::optional<long long> FakeDevice::LastHeardSample() const {
+    const std::lock_guard guard(mutex_);
+    if (heard_.empty()) return std::nullopt;
+    return submissions_[heard_.back()].firstSample;
+}
+
 std::size_t FakeDevice::EndedCount() const {
     const std::lock_guard guard(mutex_);
     return ended_;

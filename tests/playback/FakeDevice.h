@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -68,6 +69,8 @@ public:
     /// What began to sound, in order.
     std::vector<Submission> Heard() const;
     std::size_t HeardCount() const;
+    /// The first sample of the buffer that began to sound last; empty before.
+    std::optional<long long> LastHeardSample() const;
     /// Buffers that have been played to their end.
     std::size_t EndedCount() const;
     /// How many buffers had begun to sound at each flush of a voice that was not stopped.
