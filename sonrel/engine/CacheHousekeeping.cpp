@@ -16,18 +16,17 @@ using project::MediaDB;
 
 namespace {
 
-/// The database, the cache folder and the log, to delete the files of one kind of record after
-/// another.
+/// Deletes unused cache files and their records, one kind of record after another.
 struct Housekeeper {
     MediaDB& database;
     int days;
     QDir cacheFolder;
     LogFile* log;  // may be null
 
-    /// Deletes the files of @p due in list order, and the record of each file that is gone. A
-    /// record that was stamped since it was found keeps its file. The record of a file that cannot
-    /// be deleted stays, so that the next run tries again; a file that another process uses is one
-    /// of these.
+    /// Deletes the files of @p due in list order, and the record of each file that no longer
+    /// exists. A record that was stamped since it was found keeps its file. The record of a file
+    /// that cannot be deleted, for example because another process uses it, stays, so that the next
+    /// run tries again.
     template <class List, class RemoveRecord>
     void Clear(const List& due, const wchar_t* failureText, RemoveRecord removeRecord) const {
         for (const auto& record : due) {
@@ -43,7 +42,7 @@ struct Housekeeper {
     }
 
 private:
-    /// @return whether the file is gone, or was never there
+    /// @return whether the file no longer exists
     bool RemoveFile(const std::wstring& name) const {
         const QString path = cacheFolder.absoluteFilePath(QString::fromStdWString(name));
         if (!QFile::exists(path)) return true;

@@ -22,7 +22,7 @@ std::wstring NativeAbsolutePath(const QFileInfo& file) {
     return QDir::toNativeSeparators(file.absoluteFilePath()).toStdWString();
 }
 
-/// @throws std::runtime_error when the folder is not there and cannot be made
+/// @throws std::runtime_error when the folder is missing and cannot be created
 void EnsureFolder(const QFileInfo& folder) {
     if (folder.isDir()) return;
     if (!QDir().mkpath(folder.absoluteFilePath())) {
@@ -46,7 +46,7 @@ Sonrel::Sonrel(const std::wstring& databasePath, const std::wstring& cacheFolder
         }
         EnsureFolder(cacheFolder);
         impl_->cacheFolderUse = std::make_unique<CacheFolderUse>(impl_->mediaCacheFolderPath);
-        // Only asks: the engine keeps no standing connection.
+        // Only a probe: the engine keeps no permanent connection.
         impl_->mediaDatabaseStatus =
             MediaDB(impl_->mediaDatabasePath, impl_->mediaCacheFolderPath, true).Status();
     }
@@ -57,9 +57,9 @@ Sonrel::~Sonrel() {
     try {
         ClearCacheFiles();
     } catch (const std::exception&) {
-        // What is left is due again at the next run.
+        // The remaining files are due again at the next run.
     }
-    // Its callbacks reach the mixer through this object, so it goes while the record stands.
+    // Its worker and callbacks use the mixer, so it is released while the record exists.
     impl_->playback.reset();
 }
 

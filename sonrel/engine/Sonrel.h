@@ -19,30 +19,30 @@ struct SonrelImpl;
 
 /// The object that a host creates: two places on disk, the mixer and, on demand, playback.
 ///
-/// Releasing the last reference takes cache files off the disk that were not used for
-/// DaysToKeepCacheFiles days, which may take time. Before, the host stops its use of the mixer and
-/// drops every reference to a PlaybackEngine.
+/// Releasing the last reference deletes the cache files that were not used for DaysToKeepCacheFiles
+/// days, which may take time. Before that, the host stops its use of the mixer and drops every
+/// reference to a PlaybackEngine.
 ///
 /// Threads: the const operations from any thread; the others on one host thread, while nothing
 /// plays.
 class SONREL_EXPORT Sonrel {
 public:
-    /// Whether the engine keeps a log of what goes wrong in its caches. Any value but
-    /// WriteErrorLog means no log.
+    /// Whether the engine keeps a log of the errors in its caches. Any value except WriteErrorLog
+    /// means no log.
     enum class LogOption : int { WriteErrorLog = 0, NoErrorLog = 1 };
 
-    /// Makes an engine. With both paths empty, or either, it has no database, no cache and no log,
-    /// and touches nothing on disk.
-    /// @param databasePath     the media database file, made when missing; its folder is not. The
-    ///                         log is CacheErrorLog.txt beside it
-    /// @param cacheFolderPath  the media cache folder, made with its parents when missing
+    /// Makes an engine. When either path is empty, it has no database, no cache and no log, and
+    /// does not access the disk.
+    /// @param databasePath     the media database file, created when missing; its folder is not
+    ///                         created. The log is CacheErrorLog.txt in the same folder
+    /// @param cacheFolderPath  the media cache folder, created with its parents when missing
     /// @param error            receives the text of a failure; may be null
     /// @return the engine; empty on failure
     static std::shared_ptr<Sonrel> Create(const std::wstring& databasePath,
                                           const std::wstring& cacheFolderPath, std::string* error,
                                           LogOption logOption);
 
-    /// Runs ClearCacheFiles and swallows its failures.
+    /// Runs ClearCacheFiles and ignores its failures.
     ~Sonrel();
     Sonrel(const Sonrel&) = delete;
     Sonrel& operator=(const Sonrel&) = delete;
@@ -50,18 +50,19 @@ public:
     /// Never empty.
     const std::shared_ptr<AudioMixer>& Mixer() const;
 
-    /// Makes a playback engine, on the sound device or on what SetAudioOutputFactory has set. The
-    /// former one is released first: unless the host holds it too, its playback ends and its device
-    /// closes.
+    /// Makes a playback engine, on the sound device or on the output of SetAudioOutputFactory. The
+    /// former engine is released first: unless the host holds it too, its playback ends and its
+    /// device closes.
     /// @return NoError; AudioLibraryLoadFailed or AudioEngineCreateFailed, and Playback() is empty
     PlaybackEngine::Err InitializePlaybackEngine();
     /// The playback engine; empty until InitializePlaybackEngine has succeeded.
     const std::shared_ptr<PlaybackEngine>& Playback() const;
-    /// Makes the playback engine, if there is one, forget its target: it is not set up any more. It
-    /// does not stop a run, which goes on with what it has: a host stops it before.
+    /// Makes the playback engine, if it exists, forget its target: it is not set up any more. Does
+    /// not stop a run, which continues with its queue: a host stops it before.
     void ResetPlaybackEngine();
 
-    /// What the database reported at the start; 0 means that there is none. Never asked again.
+    /// The status that the database reported at the start; 0 means that there is no database. It
+    /// is not asked again.
     project::MediaDB::DatabaseStatus MediaDatabaseStatus() const;
     /// Absolute; empty without a cache.
     const std::wstring& MediaCacheFolderPath() const;
@@ -70,17 +71,18 @@ public:
 
     /// The age limit of ClearCacheFiles in days; 30 on a new engine.
     int DaysToKeepCacheFiles() const;
-    /// Stores the limit as it is. 0 and negative numbers keep nothing.
+    /// Stores the limit unchanged. 0 and negative numbers keep nothing.
     void SetDaysToKeepCacheFiles(int days);
 
-    /// A new connection of the caller's own; empty without a database or when it cannot be opened.
+    /// A new connection that belongs to the caller; empty without a database or when it cannot be
+    /// opened.
     std::shared_ptr<project::MediaDB> OpenMediaDatabaseConnection() const;
 
     /// Deletes the cache files whose records were not used for DaysToKeepCacheFiles days, and then
-    /// the records. A file that cannot be deleted keeps its record, for the next run, and gives one
-    /// line in the log.
-    /// @return the records that were due, those of undeletable files included
-    /// @throws std::exception what the database throws; what has been done stays done
+    /// the records. A file that cannot be deleted keeps its record, for the next run, and writes
+    /// one line to the log.
+    /// @return the records that were due, including those of undeletable files
+    /// @throws the std::exceptions of the database; completed deletions remain
     unsigned long long ClearCacheFiles();
 
 private:

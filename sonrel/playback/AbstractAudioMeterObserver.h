@@ -6,9 +6,9 @@
 
 namespace orlo::sonrel {
 
-/// What a host implements to hear when levels of a playback begin and end.
+/// Receives the start and the end of the metering of a playback. A host implements it.
 ///
-/// During a run nobody pushes levels: a host polls PlaybackEngine::CurrentPlaybackMetrics between
+/// During a run no levels are pushed: a host polls PlaybackEngine::CurrentPlaybackMetrics between
 /// OnMeterSessionStart and OnMeterSessionStop, at its own pace.
 ///
 /// Every operation may throw, and must not wait for the thread that gives commands; both are
@@ -20,18 +20,19 @@ public:
     AbstractAudioMeterObserver& operator=(const AbstractAudioMeterObserver&) = default;
     virtual ~AbstractAudioMeterObserver() = default;
 
-    /// A run of a sequence or composition has started. Comes on the thread that called the play
-    /// command, once the sound runs, before PlaybackEngine::IsPlaying answers true.
+    /// A run of a sequence or composition has started. Called on the thread of the play command,
+    /// after the sound has started and before PlaybackEngine::IsPlaying returns true.
     /// @param blockMilliseconds  length of a meter block; always 100
     virtual void OnMeterSessionStart(int blockMilliseconds) = 0;
 
-    /// A run was stopped, on the thread that called the command, or has played to its end, on the
-    /// device's thread. Every Stop tells it, also one while nothing plays, and every play command
-    /// begins with a Stop. The end of a media asset's run comes here too, though its start did not.
+    /// A run was stopped (called on the thread of the command) or has played to its end (called on
+    /// the device's thread). Every Stop calls it, also while nothing plays, and every play command
+    /// begins with a Stop. The end of a media asset's run is reported too, although its start was
+    /// not.
     virtual void OnMeterSessionStop() = 0;
 
-    /// The levels of a single frame that PlaybackEngine::PlayFrame has just made sound. Comes on
-    /// the thread that called it.
+    /// The levels of a single frame that PlaybackEngine::PlayFrame has just started. Called on the
+    /// thread of that command.
     virtual void OnMeterUpdate(const AudioMetrics& metrics) = 0;
 };
 

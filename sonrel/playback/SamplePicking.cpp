@@ -14,7 +14,8 @@ int PickFrames(const short* source, int frameCount, int speed, short* target) {
     const long long lastValue = 2LL * frameCount - 2;
     for (long long i = 0; i < 2LL * written; i += 2) {
         long long j = zrtl::TruncToInt64(static_cast<double>(i) * step);
-        // The step counts values: an odd one is the right side of a frame that begins before it.
+        // The step counts values: an odd index is the right side of the frame that begins before
+        // it.
         if (j % 2 != 0) --j;
         j = std::min(j, lastValue);
         target[i] = source[j];

@@ -60,7 +60,7 @@ protected:
     std::shared_ptr<Sonrel> engine;
 };
 
-TEST_F(CacheHousekeepingFailure, TheThreeSearchesComeFirstAndInOrderWithTheOneNumberOfDays) {
+TEST_F(CacheHousekeepingFailure, TheThreeSearchesRunFirstInOrderAndWithTheSameNumberOfDays) {
     AddConformed("a.xwmc");
     engine->SetDaysToKeepCacheFiles(7);
 
@@ -115,7 +115,7 @@ TEST_F(CacheHousekeepingFailure, ARecordThatIsStampedAfterTheSearchKeepsItsFileA
     EXPECT_THAT(Log(), IsEmpty());
 }
 
-TEST_F(CacheHousekeepingFailure, AFileThatCannotBeDeletedGivesALineAndKeepsItsRecordAndCounts) {
+TEST_F(CacheHousekeepingFailure, AFileThatCannotBeDeletedIsLoggedKeepsItsRecordAndCounts) {
     AddConformed("a.xwmc", false);
     MakeUndeletable("a.xwmc");
 
@@ -129,7 +129,7 @@ TEST_F(CacheHousekeepingFailure, AFileThatCannotBeDeletedGivesALineAndKeepsItsRe
     EXPECT_THAT(Log(), ElementsAre(line, line));
 }
 
-TEST_F(CacheHousekeepingFailure, EachKindHasItsOwnText) {
+TEST_F(CacheHousekeepingFailure, EachKindHasADifferentText) {
     for (const char* name : {"a.xwmc", "b.xwpk", "c.vfr"}) MakeUndeletable(name);
     AddConformed("a.xwmc", false);
     db.peaks.push_back({L"/media/b.mov", L"f", 0, L"b.xwpk"});
@@ -182,7 +182,7 @@ TEST_F(CacheHousekeepingFailure, ARecordWithoutANameKeepsItsPlaceAndTheFolder) {
     EXPECT_THAT(db.conformed, SizeIs(1));
 }
 
-TEST_F(CacheHousekeepingFailure, ALinkGoesAndWhatItLeadsToStays) {
+TEST_F(CacheHousekeepingFailure, ALinkIsRemovedAndItsTargetStays) {
     WriteFile(folder / "mine.txt", "mine");
     std::filesystem::create_symlink("../mine.txt", folder / "cache" / "a.xwmc");
     AddConformed("a.xwmc", false);
@@ -194,7 +194,7 @@ TEST_F(CacheHousekeepingFailure, ALinkGoesAndWhatItLeadsToStays) {
     EXPECT_THAT(db.conformed, IsEmpty());
 }
 
-TEST_F(CacheHousekeepingFailure, ALinkToNothingCountsAsAFileThatIsGone) {
+TEST_F(CacheHousekeepingFailure, ADanglingLinkCountsAsAMissingFile) {
     std::filesystem::create_symlink("nothing", folder / "cache" / "a.xwmc");
     AddConformed("a.xwmc", false);
 
@@ -216,7 +216,7 @@ TEST_F(CacheHousekeepingFailure, AnExceptionOfALaterSearchLeavesBeforeAnythingIs
     EXPECT_EQ(db.OpenConnections(), 0);
 }
 
-TEST_F(CacheHousekeepingFailure, AnExceptionOfARemovalLeavesAndWhatIsDoneStaysDone) {
+TEST_F(CacheHousekeepingFailure, AnExceptionOfARemovalPropagatesAndCompletedRemovalsStay) {
     for (const char* name : {"a.xwmc", "b.xwmc", "c.xwmc"}) AddConformed(name);
     db.ThrowAt("RemoveConformedFile", 2, "disk I/O error");
 
@@ -232,7 +232,7 @@ TEST_F(CacheHousekeepingFailure, AnExceptionOfARemovalLeavesAndWhatIsDoneStaysDo
     EXPECT_EQ(db.OpenConnections(), 0);
 }
 
-TEST_F(CacheHousekeepingFailure, TheNextRunFinishesWhatAnExceptionLeft) {
+TEST_F(CacheHousekeepingFailure, TheNextRunFinishesTheRestAfterAnException) {
     for (const char* name : {"a.xwmc", "b.xwmc", "c.xwmc"}) AddConformed(name);
     db.ThrowAt("RemoveConformedFile", 2, "disk I/O error");
     EXPECT_THROW(engine->ClearCacheFiles(), std::runtime_error);

@@ -41,7 +41,7 @@ protected:
     std::shared_ptr<Sonrel> engine;
 };
 
-TEST_F(CacheHousekeeping, WhatWasJustUsedIsKept) {
+TEST_F(CacheHousekeeping, RecentlyUsedFilesAreKept) {
     Fill();
 
     EXPECT_EQ(engine->ClearCacheFiles(), 0u);
@@ -69,7 +69,7 @@ TEST_F(CacheHousekeeping, NegativeDaysTakeEverythingToo) {
     EXPECT_THAT(NamesIn(folder / "cache"), ElementsAre("stranger.bin"));
 }
 
-TEST_F(CacheHousekeeping, AFileThatIsGoneAlreadyCountsAndItsRecordGoesWithoutALine) {
+TEST_F(CacheHousekeeping, AMissingFileCountsAndItsRecordIsRemovedWithoutALogLine) {
     Fill();
     std::filesystem::remove(folder / "cache" / "b.xwpk");
     engine->SetDaysToKeepCacheFiles(0);
@@ -140,7 +140,7 @@ TEST_F(CacheHousekeeping, FilesThatAnotherProcessUsesStayWithTheirRecordsUntilIt
     EXPECT_THAT(NamesIn(folder / "cache"), ElementsAre("stranger.bin"));
 }
 
-TEST_F(CacheHousekeeping, ReleasingTheLastReferenceTakesDueFilesOffTheDisk) {
+TEST_F(CacheHousekeeping, ReleasingTheLastReferenceDeletesDueFiles) {
     Fill();
     engine->SetDaysToKeepCacheFiles(0);
     auto second = engine;
@@ -152,7 +152,7 @@ TEST_F(CacheHousekeeping, ReleasingTheLastReferenceTakesDueFilesOffTheDisk) {
     EXPECT_THAT(NamesIn(folder / "cache"), ElementsAre("stranger.bin"));
 }
 
-TEST_F(CacheHousekeeping, ADatabaseThatIsGoneLeavesTheFolderAsItIs) {
+TEST_F(CacheHousekeeping, ADeletedDatabaseLeavesTheFolderUnchanged) {
     Fill();
     engine->SetDaysToKeepCacheFiles(0);
     for (const auto& name : NamesIn(folder.Path())) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The order in which the engine object releases what it holds.
+// The order in which the engine object releases its members.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

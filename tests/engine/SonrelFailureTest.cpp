@@ -93,7 +93,7 @@ TEST_F(SonrelFailure, TheErrorArgumentIsLeftAloneOnSuccess) {
     EXPECT_EQ(error, "before");
 }
 
-TEST_F(SonrelFailure, EachConnectionIsANewOneWithTheFlagClear) {
+TEST_F(SonrelFailure, EachConnectionIsNewAndHasTheFlagClear) {
     const auto engine = Create();
     db.ForgetCalls();
 
@@ -137,7 +137,7 @@ TEST_F(SonrelFailure, DestructionClearsTheCacheFiles) {
     EXPECT_EQ(db.OpenConnections(), 0);
 }
 
-TEST_F(SonrelFailure, DestructionSwallowsWhatClearingThrows) {
+TEST_F(SonrelFailure, DestructionIgnoresTheExceptionsOfClearing) {
     auto engine = Create();
     db.Throw("FindUnusedConformedFiles", "disk I/O error");
     db.ForgetCalls();
@@ -148,7 +148,7 @@ TEST_F(SonrelFailure, DestructionSwallowsWhatClearingThrows) {
     EXPECT_EQ(db.OpenConnections(), 0);
 }
 
-TEST_F(SonrelFailure, TheMixerOutlivesTheEngineForWhoeverHoldsIt) {
+TEST_F(SonrelFailure, TheMixerOutlivesTheEngineWhileItIsReferenced) {
     auto engine = Create();
     const auto mixer = engine->Mixer();
 

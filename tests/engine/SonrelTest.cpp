@@ -115,7 +115,7 @@ TEST(Sonrel, ACacheFolderSeveralLevelsDeepIsMadeWhole) {
     EXPECT_TRUE(std::filesystem::is_directory(folder / "a/b/c/d"));
 }
 
-TEST(Sonrel, ACacheFolderWithASlashBehindItKeepsTheSlashAndTakesFiles) {
+TEST(Sonrel, ACacheFolderWithATrailingSlashKeepsItAndStoresFiles) {
     TemporaryFolder folder;
 
     const auto engine = Create(folder.Wide("media.db"), folder.Wide("cache/"));
@@ -165,7 +165,7 @@ TEST(Sonrel, TheFolderOfTheDatabaseIsNotMade) {
     EXPECT_FALSE(std::filesystem::exists(folder / "missing"));
 }
 
-TEST(Sonrel, ADatabaseThatIsNoneIsAFailureWithItsTextAndStaysAsItIs) {
+TEST(Sonrel, AFileThatIsNotADatabaseFailsWithItsTextAndIsUnchanged) {
     TemporaryFolder folder;
     const std::string bytes(5000, 'x');
     WriteFile(folder / "media.db", bytes);
@@ -188,7 +188,7 @@ TEST(Sonrel, AnyLogOptionButTheFirstMeansNoLog) {
     }
 }
 
-TEST(Sonrel, TheLogLiesBesideTheDatabaseAndIsMadeByItsFirstLine) {
+TEST(Sonrel, TheLogIsInTheDatabaseFolderAndIsCreatedByItsFirstLine) {
     TemporaryFolder folder;
     std::filesystem::create_directory(folder / "db");
     WriteFile(folder / "notes.wav", "no sound at all");
@@ -215,7 +215,7 @@ TEST(Sonrel, TheNumberOfDaysIsStoredAsItIs) {
     }
 }
 
-TEST(Sonrel, ADatabaseThatGoesLaterGivesEmptyConnectionsAndTheSameStatus) {
+TEST(Sonrel, ADatabaseThatDisappearsLaterGivesEmptyConnectionsAndTheSameStatus) {
     TemporaryFolder folder;
     const auto engine = Create(folder.Wide("media.db"), folder.Wide("cache"));
     const auto status = engine->MediaDatabaseStatus();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The end-of-run calls: what waits for them, what prevents them, and exceptions that leave them.
+// The end-of-run calls: the commands that wait for them, their cancellation, and their exceptions.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -20,7 +20,7 @@ namespace {
 
 using Calls = std::vector<std::string>;
 
-/// Long enough for a command that does not wait.
+/// Long enough for a command that does not block.
 constexpr std::chrono::milliseconds A_WHILE{50};
 
 /// A run of one buffer, whose end the test reports from any thread.
@@ -97,7 +97,7 @@ TEST_F(EndOfRunCalls, AStopFromInsideOfACallEndsThemAfterIt) {
     rig_.device.PlayBuffer();
 
     EXPECT_EQ(first_.calls, (Calls{"stop", "stop"})) << "by the device, and by the stop";
-    EXPECT_EQ(second_->calls, Calls{"stop"}) << "by the stop alone";
+    EXPECT_EQ(second_->calls, Calls{"stop"}) << "by the stop only";
     EXPECT_FALSE(completed);
 }
 
@@ -142,7 +142,7 @@ std::vector<EndingCommand> EndingCommands() {
 
 class EndingCommandWaits : public EndOfRunCalls, public testing::WithParamInterface<std::size_t> {
 protected:
-    /// The sequence has changed since its set-up, so that Refresh sets up anew.
+    /// The sequence has changed since its set-up, so that Refresh sets up again.
     EndingCommandWaits() { rig_.builder.Sequence()->Settings().SetFrameCount(251); }
 
     /// Plays the run to its end on a thread of the device. In the completion callback, after
@@ -173,11 +173,11 @@ protected:
     }
 };
 
-TEST_P(EndingCommandWaits, ForACompletionThatIsRunning) {
+TEST_P(EndingCommandWaits, ForARunningCompletion) {
     ExpectThatTheCommandWaits([] {});
 }
 
-TEST_P(EndingCommandWaits, ForACompletionThatHasStoppedTheRunItself) {
+TEST_P(EndingCommandWaits, ForACompletionThatHasStoppedTheRun) {
     ExpectThatTheCommandWaits([&] { Playback().Stop(); });
 }
 
@@ -200,7 +200,7 @@ TEST_F(EndOfRunCalls, TheCompletionCallbackIsDestroyedByTheCommandThatReplacesIt
     EXPECT_EQ(held.use_count(), 1);
 }
 
-/// An exception of the host's own.
+/// An exception type of the host.
 struct HostError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -209,7 +209,7 @@ class ThrowingObservers : public EndOfRunCalls {
 protected:
     static void Throw(const char* text) { throw HostError(text); }
 
-    /// @return the text of what a command threw; empty when it threw nothing
+    /// @return the text of the exception of a command; empty when it threw nothing
     template <class Command>
     static std::string ThrownBy(Command command) {
         try {
@@ -221,7 +221,7 @@ protected:
     }
 };
 
-TEST_F(ThrowingObservers, StopStopsTellsTheOthersAndThrowsTheFirstException) {
+TEST_F(ThrowingObservers, StopStopsNotifiesTheOthersAndThrowsTheFirstException) {
     rig_.Play(0);
     second_->calls.clear();
     first_.onStop = [] { Throw("first"); };

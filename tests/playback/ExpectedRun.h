@@ -11,11 +11,11 @@
 
 namespace sonrel_tests {
 
-/// Gives the samples of the target, as the mixer would when asked for them; nothing where the mixer
-/// fails or falls short.
+/// Returns samples of the target as the mixer does; nothing where the mixer fails or delivers
+/// fewer.
 using Source = std::function<std::vector<short>(long long position, int count)>;
 
-/// A run written down buffer by buffer: what its rules make of a source.
+/// A run buffer by buffer, computed from its rules and a source.
 struct RunRules {
     int rate = 48000;
     double frameRate = 25.0;

@@ -17,7 +17,7 @@ namespace sonrel_tests {
 
 namespace device = orlo::sonrel::device;
 
-/// A buffer as it was handed to the voice.
+/// A buffer as it was submitted to the voice.
 struct Submission {
     std::vector<short> samples;
     void* context = nullptr;
@@ -30,11 +30,11 @@ struct Submission {
     int FrameCount() const { return static_cast<int>(samples.size() / 2); }
 };
 
-/// A sound device that a test plays by hand, buffer by buffer, on the test's own thread. It refuses
-/// what the test wants refused, and keeps all that it was given.
+/// A sound device that a test steps buffer by buffer, on the test's own thread. It refuses the
+/// operations that the test selects, and keeps all buffers.
 class FakeDevice {
 public:
-    // What it refuses. Set before the call that is to be refused.
+    // The operations that it refuses. Set before the call.
     bool refuseThread = false;
     bool refuseMasteringVoice = false;
     bool refuseSourceVoice = false;
@@ -43,7 +43,8 @@ public:
     bool refuseFlush = false;
     /// Runs whenever the voice is asked for its state, on the asking thread.
     std::function<void()> onState;
-    /// Keeps the ends of what a flush drops until ReportDropped. Left alone the flush reports them.
+    /// Holds back the ends of dropped buffers until ReportDropped. Otherwise the flush reports
+    /// them.
     bool holdDropped = false;
 
     /// The device engine that plays on this device. The device outlives it.
@@ -51,22 +52,22 @@ public:
 
     /// The next buffer begins to sound. @return false with nothing queued or a stopped voice
     bool BeginBuffer();
-    /// The buffer that sounds comes to its end.
+    /// The sounding buffer ends.
     void EndBuffer();
     /// Both. @return as BeginBuffer
     bool PlayBuffer();
-    /// Reports the ends that holdDropped has kept.
+    /// Reports the ends that holdDropped has held back.
     void ReportDropped();
-    /// Reports the end of a stream as a device does that comes late with it.
+    /// Reports the end of a stream, like a device that is late.
     void ReportStreamEnd();
 
-    /// Waits for the worker. @return false when it does not come to it
+    /// Waits for the worker. @return false after a time-out
     bool WaitForQueued(std::size_t buffers);
     bool WaitForSubmissions(std::size_t buffers);
 
     /// All that was submitted, dropped or not.
     std::vector<Submission> Submissions() const;
-    /// What began to sound, in order.
+    /// The buffers that began to sound, in order.
     std::vector<Submission> Heard() const;
     std::size_t HeardCount() const;
     /// The first sample of the buffer that began to sound last; empty before.
@@ -75,7 +76,7 @@ public:
     std::size_t EndedCount() const;
     /// How many buffers had begun to sound at each flush of a voice that was not stopped.
     std::vector<std::size_t> FlushMarks() const;
-    /// Buffers that the voice counts, those whose dropping is not reported included.
+    /// Buffers that the voice counts, including dropped buffers that are not reported yet.
     std::size_t Queued() const;
     bool Started() const;
 
@@ -84,9 +85,9 @@ public:
     int SourceVoicesMade() const;
     int SourceVoicesOpen() const;
     int LastRate() const;
-    /// What was made and destroyed, in order: "+mastering", "+source", "-source", "-mastering".
+    /// The voices made and destroyed, in order: "+mastering", "+source", "-source", "-mastering".
     std::vector<std::string> VoiceOrder() const;
-    /// Threads that said that they use the device, less those that said that they are done.
+    /// Threads that have called InitThread and not UninitThread.
     int ThreadsInUse() const;
 
 private:

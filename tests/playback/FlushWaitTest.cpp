@@ -36,7 +36,7 @@ TEST_F(FlushWait, GivesUpAfterFiftyOnePeriodsOfTenMilliseconds) {
     EXPECT_EQ(periods, 51);
 }
 
-TEST_F(FlushWait, IsAnsweredInTheLastPeriod) {
+TEST_F(FlushWait, SucceedsInTheLastPeriod) {
     parksIn = 51;
 
     EXPECT_EQ(Wait(), Err::NoError);
@@ -50,7 +50,7 @@ TEST_F(FlushWait, EndsWithTheRun) {
     EXPECT_EQ(periods, 2);
 }
 
-TEST_F(FlushWait, AnAnswerCountsEvenWhenTheRunEndsWithIt) {
+TEST_F(FlushWait, AParkedWorkerCountsEvenWhenTheRunEndsInTheSamePeriod) {
     parksIn = 1;
     endsIn = 1;
 

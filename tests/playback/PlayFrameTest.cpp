@@ -24,7 +24,7 @@ protected:
 
     sonrel::PlaybackEngine& Playback() { return rig_.Playback(); }
 
-    /// The left value of a frame of the last submission; it tells the sample's position.
+    /// The left value of a frame of the last submission, which is the position of the sample.
     int LeftOfLast(int frame) {
         return rig_.device.Submissions().back().samples[2 * static_cast<std::size_t>(frame)];
     }
@@ -69,7 +69,7 @@ TEST_F(PlayFrame, ABufferWithoutContextSignalsNothingAndMovesNothing) {
     EXPECT_EQ(rig_.Impl().playedSampleEnd, end);
 }
 
-TEST_F(PlayFrame, DuringARunIsBusyAndTheRunGoesOn) {
+TEST_F(PlayFrame, DuringARunIsBusyAndTheRunContinues) {
     rig_.Play(0);
     ASSERT_TRUE(rig_.device.WaitForQueued(10));
 
@@ -80,7 +80,7 @@ TEST_F(PlayFrame, DuringARunIsBusyAndTheRunGoesOn) {
     EXPECT_EQ(rig_.device.Heard().size(), 10u);
 }
 
-TEST_F(PlayFrame, DuringARunIsBusyWhateverTheFrame) {
+TEST_F(PlayFrame, DuringARunIsBusyForAnyFrame) {
     rig_.Play(0);
 
     EXPECT_EQ(Playback().PlayFrame(-1), Err::Busy);
@@ -95,7 +95,7 @@ TEST_F(PlayFrame, CutsOffTheFormerOne) {
     EXPECT_EQ(rig_.device.Queued(), 1u);
 }
 
-TEST_F(PlayFrame, IsBusyUntilTheDeviceHasLetGoOfTheFormerOne) {
+TEST_F(PlayFrame, IsBusyUntilTheDeviceHasReleasedTheFormerFrame) {
     Playback().PlayFrame(0);
     rig_.device.holdDropped = true;
 
@@ -115,7 +115,7 @@ TEST_F(PlayFrame, BelowZeroIsOutOfRangeAndTouchesNothing) {
     EXPECT_EQ(rig_.device.Queued(), 1u);
 }
 
-TEST_F(PlayFrame, BeyondTheEndIsOutOfRangeAfterTheFormerOneWasCutOff) {
+TEST_F(PlayFrame, BeyondTheEndIsOutOfRangeAfterTheFormerFrameWasCutOff) {
     const auto held = std::make_shared<int>(0);
     Playback().PlayFromFrame(
         9, FORWARD, 1, [held](void*) {}, nullptr);
@@ -142,7 +142,7 @@ TEST_F(PlayFrame, BeyondTheEndDropsTheCompletionOfTheFormerRun) {
     EXPECT_EQ(held.use_count(), 1);
 }
 
-TEST_F(PlayFrame, TheLastOneKeepsWhatTheBufferHeldBehindTheEnd) {
+TEST_F(PlayFrame, TheLastFrameKeepsTheFormerContentOfTheBufferAfterTheEnd) {
     // 4804 samples; the last frame begins at 3203, so that 1601 of 1602 samples are left.
     rig_.builder.Sequence()->Settings().SetFrameCount(3);
     rig_.SetUpSequence();
@@ -251,7 +251,7 @@ TEST_F(PlayFrame, OfAMediaAssetIsNotMetered) {
     EXPECT_EQ(observer.calls, Calls());
 }
 
-TEST_F(PlayFrame, ItsEndIsToldToNobody) {
+TEST_F(PlayFrame, ItsEndIsNotReported) {
     SpyObserver observer;
     bool completed = false;
     Playback().AddMeterObserver(&observer);

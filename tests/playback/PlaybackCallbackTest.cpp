@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the device reports, and commands that are given from inside of a callback.
+// The reports of the device, and commands from inside a callback.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -20,7 +20,7 @@ namespace {
 
 using Calls = std::vector<std::string>;
 
-/// A device that comes late with what it reports.
+/// A device that reports late.
 class LateReport : public testing::Test {
 protected:
     LateReport() { EXPECT_EQ(rig_.SetUpSequence(), Err::NoError); }
@@ -65,7 +65,7 @@ TEST_F(LateReport, AStreamEndOfAFormerRunIsNotTheEndOfThisOne) {
     EXPECT_EQ(present, 1);
 }
 
-TEST_F(LateReport, AStreamEndThatComesTwiceCompletesOnce) {
+TEST_F(LateReport, ARepeatedStreamEndCompletesOnce) {
     int completions = 0;
     PlayLastFrame(completions);
     rig_.device.PlayBuffer();
@@ -93,7 +93,7 @@ TEST_F(LateReport, ABufferStartAfterStopMovesNoFrame) {
     EXPECT_EQ(rig_.Impl().playedSampleEnd, 1920);
 }
 
-/// Each run begins at its own sample, and each of its meter blocks has a level of its own.
+/// Each run begins at a different sample, and each of its meter blocks has a different level.
 TEST(PolledLevels, AreOfOneRunWhileAnotherThreadStartsRuns) {
     PlaybackRig rig({25.0, 48000, 100});
     const auto media = rig.builder.AddMedia(
@@ -161,7 +161,7 @@ std::vector<std::pair<std::string, std::function<void(VirtualRig&)>>> Commands()
     };
 }
 
-/// One command from inside of a callback. While the device gives it the host gives none.
+/// One command from inside a callback. While the device gives it the host gives none.
 class CommandFromACallback : public testing::TestWithParam<std::size_t> {
 protected:
     enum class Giver { Nobody, Host, Device };
@@ -255,7 +255,7 @@ TEST_P(CommandFromACallback, WorksAtTheLevelsOfASingleFrame) {
     ExpectThatTheEngineStillWorks();
 }
 
-TEST_P(CommandFromACallback, WorksWhenTheEndOfARunIsToldOnTheThreadOfTheDevice) {
+TEST_P(CommandFromACallback, WorksInAnEndNotificationOnTheDevicesThread) {
     observer_.onStop = [&] { Give(); };
     PlaySilently(nullptr);
     turn_ = Giver::Device;
@@ -274,7 +274,7 @@ INSTANTIATE_TEST_SUITE_P(Playback, CommandFromACallback,
                          testing::Range<std::size_t>(0, Commands().size()),
                          [](const auto& command) { return Commands()[command.param].first; });
 
-TEST(PlaybackCallbacks, AnObserverMayRemoveItselfAndOthersWhenItIsTold) {
+TEST(PlaybackCallbacks, AnObserverMayRemoveItselfAndOthersInANotification) {
     PlaybackRig rig;
     SpyObserver first;
     auto second = std::make_unique<SpyObserver>();
@@ -351,13 +351,13 @@ TEST(PlaybackCallbacks, NoCallFollowsAnObserverThatReleasesTheEngineAtTheEndOfAR
     EXPECT_FALSE(completed);
 }
 
-TEST(PlaybackCallbacks, ARunThatIsHeardBeforeItsCommandReturnsDoesNotPlayOn) {
+TEST(PlaybackCallbacks, ARunThatEndsBeforeItsCommandReturnsDoesNotCountAsPlaying) {
     VirtualRig rig({25.0, 8000, 3});
     SpyObserver observer;
     std::atomic<bool> completed = false;
     rig.SetUpSequence();
     rig.Playback().AddMeterObserver(&observer);
-    // The run ends before its start has been told, and so before it is said to play.
+    // The run ends before its start is reported, and so before it is marked as playing.
     observer.onStart = [&] {
         EXPECT_TRUE(Eventually([&] { return completed && rig.Impl().worker.HasPlayedOut(); }));
     };
@@ -400,7 +400,7 @@ TEST(PlaybackCallbacks, ALostDeviceIsNotReportedAndTheRunStays) {
 
     rig.device->Stall(true);
 
-    // The half second of a flush that nobody answers is longer than anything in the engine waits.
+    // The half second of an unanswered flush is longer than any other wait of the engine.
     EXPECT_EQ(rig.Playback().FlushQueuedPlaybackSamples(), Err::FlushFailed);
     EXPECT_TRUE(rig.Playback().IsPlaying());
     EXPECT_EQ(rig.Playback().CurrentPlaybackVideoFrame(), 2);
@@ -450,7 +450,7 @@ TEST(PlaybackCallbacks, AnHourOfLoopingFromTheCompletion) {
     EXPECT_EQ(rig.output->FramesTaken(), 3600LL * 8000);
 }
 
-TEST(PlaybackOnASteppedOutput, TheFrameHeardIsTheOneThatSounds) {
+TEST(PlaybackOnASteppedOutput, TheReportedFrameIsTheSoundingFrame) {
     VirtualRig rig({25.0, 48000, 60}, Clock::Stepped);
     rig.builder.AddObject(rig.builder.AddMedia(Counting(115200)), 0, 60);
     rig.SetUpSequence();
@@ -465,7 +465,8 @@ TEST(PlaybackOnASteppedOutput, TheFrameHeardIsTheOneThatSounds) {
     EXPECT_EQ(rig.Playback().CurrentPlaybackVideoFrame(), 11);
     for (int frame = 11; frame < 60; ++frame) {
         ASSERT_GT(rig.output->AdvanceBuffer(std::chrono::seconds(20)), 0);
-        // The first samples of these are a hair before them: 55680 / 48000 * 25 is below 29.
+        // The first samples of these frames are slightly before them: 55680 / 48000 * 25 is
+        // below 29.
         const bool early = frame == 29 || frame == 57 || frame == 58;
         EXPECT_EQ(rig.Playback().CurrentPlaybackVideoFrame(), early ? frame - 1 : frame);
     }

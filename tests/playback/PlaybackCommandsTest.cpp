@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Play, skip, stop: what they answer in every state, and what they leave behind.
+// Play, skip, stop: their results in every state, and the state after them.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -27,7 +27,7 @@ protected:
     PlaybackRig rig_;  // 250 frames of 1920 samples
 };
 
-TEST_F(PlaybackCommands, BeforeASetUpEveryCommandSaysSo) {
+TEST_F(PlaybackCommands, BeforeASetUpEveryCommandFails) {
     const auto held = std::make_shared<int>(0);
     bool ran = false;
 
@@ -95,7 +95,7 @@ TEST_F(PlaybackCommands, AFrameOutsideIsOutOfRange) {
 TEST_F(PlaybackCommands, ASpeedBelowOneIsOneAndAboveFourIsFour) {
     rig_.SetUpSequence();
     for (const auto& [asked, played] : {std::pair(0, 1), {-3, 1}, {1, 1}, {4, 4}, {5, 4}, {9, 4}}) {
-        // A run that goes on would add to the count.
+        // A run that continues would add to the count.
         Playback().Stop();
         const std::size_t before = rig_.device.Submissions().size();
         ASSERT_EQ(rig_.Play(0, FORWARD, asked), Err::NoError);
@@ -104,7 +104,7 @@ TEST_F(PlaybackCommands, ASpeedBelowOneIsOneAndAboveFourIsFour) {
     }
 }
 
-TEST_F(PlaybackCommands, CompletionComesOnceWithItsUserDataWhenTheLastBufferHasPlayed) {
+TEST_F(PlaybackCommands, CompletionRunsOnceWithItsUserDataAfterTheLastBuffer) {
     std::vector<void*> completions;
     int user = 0;
     rig_.SetUpSequence();
@@ -134,14 +134,14 @@ TEST_F(PlaybackCommands, StopDoesNotComplete) {
     EXPECT_FALSE(Playback().IsPlaying());
 }
 
-TEST_F(PlaybackCommands, AnEmptyCompletionIsFine) {
+TEST_F(PlaybackCommands, ACompletionMayBeEmpty) {
     rig_.SetUpSequence();
     rig_.Play(479999);
 
     EXPECT_TRUE(rig_.PlayToEnd());
 }
 
-TEST_F(PlaybackCommands, StopTwiceIsFineAndToldTwice) {
+TEST_F(PlaybackCommands, StopTwiceSucceedsAndNotifiesTwice) {
     SpyObserver observer;
     rig_.SetUpSequence();
     Playback().AddMeterObserver(&observer);
@@ -152,7 +152,7 @@ TEST_F(PlaybackCommands, StopTwiceIsFineAndToldTwice) {
     EXPECT_EQ(observer.calls, (Calls{"stop", "stop"}));
 }
 
-TEST_F(PlaybackCommands, StopBeforeASetUpIsToldToo) {
+TEST_F(PlaybackCommands, StopBeforeASetUpNotifiesToo) {
     SpyObserver observer;
     Playback().AddMeterObserver(&observer);
 
@@ -161,7 +161,7 @@ TEST_F(PlaybackCommands, StopBeforeASetUpIsToldToo) {
     EXPECT_EQ(observer.calls, Calls{"stop"});
 }
 
-TEST_F(PlaybackCommands, StopReturnsWhileTheDeviceKeepsTheEndsOfWhatWasDropped) {
+TEST_F(PlaybackCommands, StopReturnsWhileTheDeviceHoldsBackTheEndsOfDroppedBuffers) {
     StartRun();
     rig_.device.holdDropped = true;
 
@@ -301,7 +301,7 @@ TEST_F(PlaybackCommands, AStopDuringTheDrainClearsPlaying) {
 TEST_F(PlaybackCommands, AReverseRunFromSampleZeroPlaysNothingUntilStop) {
     bool completed = false;
     rig_.SetUpSequence();
-    // The worker has its head start, so that it ends before the run is said to play.
+    // The worker has its head start, so that it ends before the run is marked as playing.
     rig_.Impl().headStart = std::chrono::milliseconds(50);
 
     EXPECT_EQ(Playback().PlayFromSample(

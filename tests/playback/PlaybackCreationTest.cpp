@@ -30,11 +30,11 @@ protected:
         sonrel::Sonrel::Create(L"", L"", nullptr, sonrel::Sonrel::LogOption::NoErrorLog);
 };
 
-TEST_F(PlaybackCreation, ThereIsNoPlaybackEngineBeforeItIsAskedFor) {
+TEST_F(PlaybackCreation, ThePlaybackEngineIsEmptyBeforeItIsInitialized) {
     EXPECT_EQ(engine_->Playback(), nullptr);
 }
 
-TEST_F(PlaybackCreation, AWorkingDeviceGivesAPlaybackEngine) {
+TEST_F(PlaybackCreation, AWorkingDeviceMakesAPlaybackEngine) {
     FailWith([] {});
 
     EXPECT_EQ(engine_->InitializePlaybackEngine(), Err::NoError);
@@ -66,7 +66,7 @@ TEST_F(PlaybackCreation, ADeviceThatRefusesTheThreadIsThree) {
     EXPECT_EQ(engine_->Playback(), nullptr);
 }
 
-TEST_F(PlaybackCreation, AnOutputFactoryThatGivesNothingIsThree) {
+TEST_F(PlaybackCreation, AnOutputFactoryThatReturnsNothingIsThree) {
     sonrel::SetAudioOutputFactory([] { return nullptr; });
 
     EXPECT_EQ(engine_->InitializePlaybackEngine(), Err::AudioEngineCreateFailed);
@@ -84,7 +84,7 @@ TEST_F(PlaybackCreation, ASecondCallMakesAnotherEngine) {
     EXPECT_NE(engine_->Playback(), nullptr);
 }
 
-TEST_F(PlaybackCreation, AFailedSecondCallTakesTheFirstEngineAway) {
+TEST_F(PlaybackCreation, AFailedSecondCallReleasesTheFirstEngine) {
     FailWith([] {});
     engine_->InitializePlaybackEngine();
     const std::weak_ptr<sonrel::PlaybackEngine> first = engine_->Playback();
@@ -113,7 +113,7 @@ TEST_F(PlaybackCreation, AResetWithoutAnEngineDoesNothing) {
     EXPECT_EQ(engine_->Playback(), nullptr);
 }
 
-TEST_F(PlaybackCreation, TheDeviceIsReleasedByTheThreadThatTookIt) {
+TEST_F(PlaybackCreation, TheDeviceIsReleasedByTheThreadThatMadeIt) {
     FailWith([] {});
     engine_->InitializePlaybackEngine();
     EXPECT_EQ(device_.ThreadsInUse(), 1);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A flush: what it drops, where the run goes on, and how it fails.
+// A flush: the buffers that it drops, the position where the run continues, and its failures.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -78,7 +78,7 @@ protected:
         while (flush.wait_for(STEP) != std::future_status::ready);
         return flush.get();
     }
-    /// What is heard does not change meanwhile: the worker parks between two mixes.
+    /// The buffers heard do not change meanwhile: the worker parks between two mixes.
     Err FlushWhileMixing() {
         return FlushWhile([&] { mixes_ += mixesOfABuffer_; });
     }
@@ -111,7 +111,7 @@ TEST_F(PlaybackFlush, WithOneBufferQueuedOrNoneTouchesNothing) {
     mixes_ = 1000000;
 }
 
-TEST_F(PlaybackFlush, DropsTheQueueAndGoesOnAfterTheLastBufferThatBegan) {
+TEST_F(PlaybackFlush, DropsTheQueueAndContinuesAfterTheLastBufferThatBegan) {
     HearTwoOfTenBuffers();
 
     EXPECT_EQ(FlushWhileMixing(), Err::NoError);
@@ -120,10 +120,10 @@ TEST_F(PlaybackFlush, DropsTheQueueAndGoesOnAfterTheLastBufferThatBegan) {
     const auto heard = rig_.device.Heard();
     ASSERT_EQ(heard.size(), 3u);
     EXPECT_EQ(heard[2].firstSample, 2 * 1920);
-    EXPECT_GT(rig_.device.Submissions().size(), 10u) << "mixed anew";
+    EXPECT_GT(rig_.device.Submissions().size(), 10u) << "mixed again";
 }
 
-TEST_F(PlaybackFlush, IsAnsweredByAWorkerThatWaitsForRoomWhenABufferEnds) {
+TEST_F(PlaybackFlush, AWorkerBlockedOnAFullQueueParksWhenABufferEnds) {
     FillRing();
 
     EXPECT_EQ(FlushWhilePlaying(), Err::NoError);
@@ -131,7 +131,7 @@ TEST_F(PlaybackFlush, IsAnsweredByAWorkerThatWaitsForRoomWhenABufferEnds) {
     EXPECT_EQ(rig_.device.FlushMarks().size(), 1u);
 }
 
-TEST_F(PlaybackFlush, SparesTheBufferThatSounds) {
+TEST_F(PlaybackFlush, SparesTheSoundingBuffer) {
     HearTwoOfTenBuffers();
     rig_.device.BeginBuffer();
 
@@ -145,7 +145,7 @@ TEST_F(PlaybackFlush, SparesTheBufferThatSounds) {
     EXPECT_EQ(heard[3].firstSample, 3 * 1920);
 }
 
-TEST_F(PlaybackFlush, LetsTheBuffersGoOnInTheOrderOfTheRing) {
+TEST_F(PlaybackFlush, KeepsTheOrderOfTheRing) {
     FillRing();
 
     ASSERT_EQ(FlushWhilePlaying(), Err::NoError);
@@ -157,7 +157,7 @@ TEST_F(PlaybackFlush, LetsTheBuffersGoOnInTheOrderOfTheRing) {
     }
 }
 
-TEST_F(PlaybackFlush, InReverseGoesOnFromTheEndThatTheBufferWasStampedWith) {
+TEST_F(PlaybackFlush, InReverseContinuesFromTheEndStampOfTheBuffer) {
     HearTwoOfTenBuffers(REVERSE);
 
     ASSERT_EQ(FlushWhileMixing(), Err::NoError);
@@ -169,7 +169,7 @@ TEST_F(PlaybackFlush, InReverseGoesOnFromTheEndThatTheBufferWasStampedWith) {
     EXPECT_EQ(heard[2].firstSample, 479999) << "stamped with its first sample plus 1920";
 }
 
-TEST_F(PlaybackFlush, AtSpeedThreeGoesOnOneBufferLengthAfterTheStartOfTheBufferHeard) {
+TEST_F(PlaybackFlush, AtSpeedThreeContinuesOneBufferLengthAfterTheStartOfTheBufferHeard) {
     HearTwoOfTenBuffers(FORWARD, 3);
 
     ASSERT_EQ(FlushWhileMixing(), Err::NoError);
@@ -181,7 +181,7 @@ TEST_F(PlaybackFlush, AtSpeedThreeGoesOnOneBufferLengthAfterTheStartOfTheBufferH
     EXPECT_EQ(heard[2].firstSample, 3 * 1920 + 1920);
 }
 
-TEST_F(PlaybackFlush, BeforeAnyBufferBeganGoesOnFromTheBeginningOfTheTarget) {
+TEST_F(PlaybackFlush, BeforeTheFirstBufferContinuesFromTheBeginningOfTheTarget) {
     mixes_ = 5;
     rig_.Play(96000);
     ASSERT_TRUE(rig_.device.WaitForQueued(5));
@@ -192,7 +192,7 @@ TEST_F(PlaybackFlush, BeforeAnyBufferBeganGoesOnFromTheBeginningOfTheTarget) {
     EXPECT_EQ(rig_.device.Heard()[0].firstSample, 0);
 }
 
-TEST_F(PlaybackFlush, BeforeAnyBufferOfALaterRunBeganGoesOnFromTheBeginningToo) {
+TEST_F(PlaybackFlush, BeforeTheFirstBufferOfALaterRunContinuesFromTheBeginningToo) {
     HearTwoOfTenBuffers();
     mixes_ = 1000000;
     Playback().Stop();
@@ -203,10 +203,11 @@ TEST_F(PlaybackFlush, BeforeAnyBufferOfALaterRunBeganGoesOnFromTheBeginningToo) 
     EXPECT_EQ(FlushWhileMixing(), Err::NoError);
 
     HearNextBuffer();
-    EXPECT_EQ(rig_.device.Heard()[2].firstSample, 0) << "what the former run played is forgotten";
+    EXPECT_EQ(rig_.device.Heard()[2].firstSample, 0)
+        << "the position of the former run is forgotten";
 }
 
-TEST_F(PlaybackFlush, MakesAnEditHeardAfterTheBufferThatSounds) {
+TEST_F(PlaybackFlush, MakesAnEditHeardAfterTheSoundingBuffer) {
     FillRing();
     const auto track = rig_.builder.Sequence()->AudioTracks()[0];
     {
@@ -225,7 +226,7 @@ TEST_F(PlaybackFlush, MakesAnEditHeardAfterTheBufferThatSounds) {
     EXPECT_EQ(heard[marks[0]].samples[0], 0);
 }
 
-TEST_F(PlaybackFlush, FailsWhenTheVoiceRefusesAndTheRunGoesOn) {
+TEST_F(PlaybackFlush, FailsWhenTheVoiceRefusesAndTheRunContinues) {
     FillRing();
     rig_.device.refuseFlush = true;
 
@@ -238,7 +239,7 @@ TEST_F(PlaybackFlush, FailsWhenTheVoiceRefusesAndTheRunGoesOn) {
     EXPECT_TRUE(rig_.device.WaitForSubmissions(submitted + 1));
 }
 
-TEST_F(PlaybackFlush, IsNotAnsweredOnceTheEndWasReached) {
+TEST_F(PlaybackFlush, FailsAfterTheEndWasReached) {
     rig_.Play(480000 - 3 * 1920);
     ASSERT_TRUE(rig_.device.WaitForQueued(3));
     const auto begin = std::chrono::steady_clock::now();
@@ -250,7 +251,7 @@ TEST_F(PlaybackFlush, IsNotAnsweredOnceTheEndWasReached) {
     EXPECT_TRUE(rig_.PlayToEnd());
 }
 
-TEST_F(PlaybackFlush, EndsAsNotPlayingWhenTheDrainComesFirst) {
+TEST_F(PlaybackFlush, EndsAsNotPlayingWhenTheDrainEndsFirst) {
     rig_.Play(480000 - 3 * 1920);
     ASSERT_TRUE(rig_.device.WaitForQueued(3));
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The levels of what is heard, and who is told when they begin and end.
+// The levels of the sound that is heard, and the notifications when they begin and end.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -73,7 +73,7 @@ TEST_F(PlaybackMetering, BeforeTheFirstBufferSoundsThereAreNoLevels) {
     ExpectEmpty(Playback().CurrentPlaybackMetrics());
 }
 
-TEST_F(PlaybackMetering, TheLevelsAreThoseOfTheFrameHeard) {
+TEST_F(PlaybackMetering, TheLevelsBelongToTheFrameHeard) {
     SetUpFrames(100);
     Play(0, 20);
 
@@ -91,7 +91,7 @@ TEST_F(PlaybackMetering, TheLevelsAreThoseOfTheFrameHeard) {
     EXPECT_EQ(LastBlock(), 1u);
 }
 
-TEST_F(PlaybackMetering, ALatePollMergesTheBlocksThatWentBy) {
+TEST_F(PlaybackMetering, ALatePollMergesTheBlocksSinceTheLastPoll) {
     SetUpFrames(100);
     Play(0, 20);
     HearFrame(0);
@@ -140,8 +140,8 @@ TEST_F(PlaybackMetering, AClipInABlockThatWentByIsNotLost) {
     EXPECT_FALSE(Playback().CurrentPlaybackMetrics().masterMetrics.clipped[0]);
 }
 
-TEST_F(PlaybackMetering, ABlockThatIsNotFinishedGivesTheOneBeforeItAndIsNotRemembered) {
-    SetUpFrames(4);  // 7680 samples: one block, and one that is cut short
+TEST_F(PlaybackMetering, AnUnfinishedBlockReturnsTheBlockBeforeItAndIsNotRemembered) {
+    SetUpFrames(4);  // 7680 samples: one block, and one short block
     Play(0, 1);
 
     HearFrame(3);  // 5760, block 1
@@ -152,7 +152,7 @@ TEST_F(PlaybackMetering, ABlockThatIsNotFinishedGivesTheOneBeforeItAndIsNotRemem
 }
 
 TEST_F(PlaybackMetering, APausePastTheEndOfTheMixLosesTheBlocksBetween) {
-    SetUpFrames(9);  // 17280 samples: three blocks, and one that is cut short
+    SetUpFrames(9);  // 17280 samples: three blocks, and one short block
     Play(0, 3);
     HearFrame(0);
     Playback().CurrentPlaybackMetrics();
@@ -211,7 +211,7 @@ TEST_F(PlaybackMetering, ARunWithoutObserversHasNoLevels) {
     ExpectEmpty(Playback().CurrentPlaybackMetrics());
 }
 
-TEST_F(PlaybackMetering, AFlushBeginsTheBlocksAnewWhereTheRunGoesOn) {
+TEST_F(PlaybackMetering, AFlushRestartsTheBlocksWhereTheRunContinues) {
     SetUpFrames(100);
     Play(0, 20);
     HearFrame(18);
@@ -246,7 +246,7 @@ TEST_F(PlaybackMetering, EachRunCountsItsBlocksFromItsStart) {
 }
 
 TEST_F(PlaybackMetering, TheMetersHaveStoppedWhenObserversAreCalledAtTheEndOfARun) {
-    SetUpFrames(4);  // 7680 samples: one block, and one that is cut short
+    SetUpFrames(4);  // 7680 samples: one block, and one short block
     Play(0, 1);
     std::uint64_t blocks = 0;
     observer_.onStop = [&] { blocks = rig_.engine->Mixer()->MeterBlockCount(); };
@@ -268,7 +268,7 @@ TEST_F(PlaybackMetering, TheMetersHaveStoppedWhenObserversAreCalledByAStop) {
     EXPECT_EQ(blocks, 2u);
 }
 
-TEST_F(PlaybackMetering, TheStartIsToldOnceTheVoiceRunsAndBeforeTheRunPlays) {
+TEST_F(PlaybackMetering, TheStartNotificationComesAfterTheVoiceStartsAndBeforeTheRunPlays) {
     bool started = false;
     bool playing = true;
     SetUpFrames(100);
@@ -284,7 +284,7 @@ TEST_F(PlaybackMetering, TheStartIsToldOnceTheVoiceRunsAndBeforeTheRunPlays) {
     EXPECT_FALSE(playing);
 }
 
-TEST_F(PlaybackMetering, AVoiceThatDoesNotStartIsNotTold) {
+TEST_F(PlaybackMetering, AVoiceThatDoesNotStartNotifiesNobody) {
     SetUpFrames(100);
     rig_.device.refuseStart = true;
 
@@ -293,7 +293,7 @@ TEST_F(PlaybackMetering, AVoiceThatDoesNotStartIsNotTold) {
     EXPECT_EQ(observer_.calls, Calls{"stop"});
 }
 
-TEST_F(PlaybackMetering, TheEndOfARunIsToldBeforeItsCompletion) {
+TEST_F(PlaybackMetering, ObserversAreNotifiedBeforeTheCompletion) {
     SetUpFrames(1);
     Playback().PlayFromSample(
         0, FORWARD, 1, [&](void*) { observer_.calls.push_back("done"); }, nullptr);
@@ -304,7 +304,7 @@ TEST_F(PlaybackMetering, TheEndOfARunIsToldBeforeItsCompletion) {
     EXPECT_EQ(observer_.calls, (Calls{"stop", "done"}));
 }
 
-TEST_F(PlaybackMetering, ObserversAreToldInTheOrderOfAdding) {
+TEST_F(PlaybackMetering, ObserversAreNotifiedInTheOrderOfAdding) {
     std::string order;
     SpyObserver second;
     SetUpFrames(1);
@@ -318,7 +318,7 @@ TEST_F(PlaybackMetering, ObserversAreToldInTheOrderOfAdding) {
     EXPECT_EQ(order, "1212");
 }
 
-TEST_F(PlaybackMetering, AnObserverThatIsAddedTwiceIsToldTwiceAndRemovedOnce) {
+TEST_F(PlaybackMetering, AnObserverThatIsAddedTwiceIsNotifiedTwiceAndRemovedOnce) {
     SetUpFrames(1);
     Playback().AddMeterObserver(&observer_);
     Playback().Stop();
@@ -351,7 +351,7 @@ TEST_F(PlaybackMetering, RemovingAnUnknownObserverChangesNothing) {
     EXPECT_EQ(observer_.calls, Calls{"stop"});
 }
 
-TEST_F(PlaybackMetering, AnObserverAddedDuringARunHearsAStopButNotTheEndOfTheRun) {
+TEST_F(PlaybackMetering, AnObserverAddedDuringARunIsNotifiedOfAStopButNotOfItsEnd) {
     SpyObserver late;
     SetUpFrames(1);
     rig_.Play(0);
@@ -364,7 +364,7 @@ TEST_F(PlaybackMetering, AnObserverAddedDuringARunHearsAStopButNotTheEndOfTheRun
     EXPECT_EQ(late.calls, Calls{"stop"});
 }
 
-TEST_F(PlaybackMetering, AnObserverRemovedDuringARunHearsItsEndAllTheSame) {
+TEST_F(PlaybackMetering, AnObserverRemovedDuringARunIsStillNotifiedOfItsEnd) {
     SetUpFrames(1);
     rig_.Play(0);
     observer_.calls.clear();

@@ -23,7 +23,7 @@ TEST(PlaybackOutputState, IsEmptyBeforeASetUp) {
     EXPECT_EQ(rig.Playback().OutputState().framesPulled, 0);
 }
 
-TEST(PlaybackOutputState, CountsTheFramesThatTheOutputPullsSilenceIncluded) {
+TEST(PlaybackOutputState, CountsThePulledFramesIncludingSilence) {
     VirtualRig rig({}, Clock::Stepped);
     ASSERT_EQ(rig.SetUpSequence(), Err::NoError);
 
@@ -33,7 +33,7 @@ TEST(PlaybackOutputState, CountsTheFramesThatTheOutputPullsSilenceIncluded) {
     EXPECT_EQ(rig.Playback().OutputState().framesPulled, 128);
 }
 
-TEST(PlaybackOutputState, TheCountStaysWhileTheDeviceDoesNotCallBack) {
+TEST(PlaybackOutputState, TheCountIsConstantWhileTheDeviceStalls) {
     VirtualRig rig({}, Clock::Stepped);
     ASSERT_EQ(rig.SetUpSequence(), Err::NoError);
     rig.output->Advance(100);

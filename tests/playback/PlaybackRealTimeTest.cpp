@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What the engine does on the device's thread: no allocation, and no lock but those of the meters
-// at the end of a run.
+// The engine on the device's thread: no allocation, and no lock except those of the meters at the
+// end of a run.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <semaphore.h>
@@ -23,7 +23,7 @@
 namespace sonrel_tests {
 namespace {
 
-/// This thread in the place of the device's, while the worker of a run waits for room.
+/// This thread acts as the device's, while the worker of a run waits for room.
 class PlaybackRealTime : public testing::Test {
 protected:
     PlaybackRealTime() {
@@ -35,7 +35,7 @@ protected:
         EXPECT_TRUE(rig_.device.WaitForQueued(49));
     }
 
-    /// Runs a callback of the engine and counts what it takes.
+    /// Runs a callback of the engine and counts its allocations, locks, waits and file calls.
     template <class Callback>
     void Count(Callback callback) {
         RealTimeProbe::Clear();
@@ -180,7 +180,7 @@ TEST_F(PlaybackRealTime, TheEndOfABufferAllocatesNothingTakesNoLockAndDoesNotWai
     ExpectNothing();
 }
 
-TEST_F(PlaybackRealTime, TheEndOfARunTakesNoLockButThoseOfTheMeters) {
+TEST_F(PlaybackRealTime, TheEndOfARunTakesOnlyTheLocksOfTheMeters) {
     Count([&](auto& callback) { callback.OnBufferStart(Buffer(0)); });
 
     Count([&](auto& callback) { callback.OnStreamEnd(); });

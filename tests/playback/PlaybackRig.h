@@ -33,7 +33,7 @@ constexpr Direction FORWARD = Direction::Forward;
 constexpr Direction REVERSE = Direction::Reverse;
 constexpr int NO_FRAME = -1;
 
-/// An observer that writes down what it is told, on whichever thread, and does what a test says.
+/// An observer that records its notifications, on any thread, and runs the actions of a test.
 class SpyObserver : public sonrel::AbstractAudioMeterObserver {
 public:
     void OnMeterSessionStart(int blockMilliseconds) override {
@@ -65,8 +65,8 @@ private:
     std::mutex mutex_;
 };
 
-/// Waits for something that a thread of the engine does. @return false when it does not come, which
-/// only a broken build meets
+/// Waits for a condition that a thread of the engine fulfils. @return false after a time-out that
+/// only a broken build reaches
 template <class Condition>
 bool Eventually(Condition condition) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(100);
@@ -77,7 +77,7 @@ bool Eventually(Condition condition) {
     return true;
 }
 
-/// A playback engine on a device that the test plays by hand, with no database, no cache, no dither
+/// A playback engine on a device that the test steps, with no database, no cache, no dither
 /// and no head start of the worker.
 class PlaybackRig {
 public:

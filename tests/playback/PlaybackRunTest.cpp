@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Everything that whole runs hand to the voice, byte for byte.
+// All buffers that whole runs submit to the voice, byte for byte.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -34,7 +34,7 @@ std::string ShapeName(const testing::TestParamInfo<RunShape>& info) {
            "TimesWith" + std::to_string(static_cast<int>(frameRate * 1000)) + "FramesIn1000s";
 }
 
-/// A sequence of 403 frames with two tracks of noise, of which one has silence around it.
+/// A sequence of 403 frames with two tracks of noise, one of them between silence.
 class WholeRun : public testing::TestWithParam<RunShape> {
 protected:
     WholeRun()
@@ -47,7 +47,7 @@ protected:
         rig_.builder.AddObject(rig_.builder.AddMedia(Noise(length / 2, 2)), 7, 150);
     }
 
-    /// Asks a mixer of its own.
+    /// Uses a separate mixer.
     Source Mixed() {
         return [this](long long position, int count) {
             const Mix mix = reference_.Request(rig_.builder, position, count);
@@ -68,7 +68,7 @@ protected:
     MixRig reference_;
 };
 
-TEST_P(WholeRun, SubmitsWhatItsRulesSayFromAnyStart) {
+TEST_P(WholeRun, SubmitsTheExpectedBuffersFromAnyStart) {
     ASSERT_EQ(rig_.SetUpSequence(), Err::NoError);
     std::mt19937 random(20);
     std::vector<long long> starts = {1, rules_.total / 2, rules_.total - 1,
@@ -164,8 +164,8 @@ TEST_P(WholeRun, ContinuesFromTheSoundingBufferAfterFlushesAtAnyMoment) {
     rig_.Impl().flushTimeout = std::chrono::hours(1);
     std::mt19937 random(3);
     const long long start = rules_.direction == FORWARD ? 0 : rules_.total - 1;
-    // Of each flush: a buffer that had begun before the command, and how many when the queue was
-    // dropped.
+    // Of each flush: a buffer that had begun before the command, and the number of buffers that had
+    // begun when the queue was dropped.
     std::vector<std::pair<std::size_t, std::size_t>> flushes;
     ASSERT_EQ(rig_.Play(start, rules_.direction, rules_.speed), Err::NoError);
     {
@@ -199,8 +199,8 @@ TEST_P(WholeRun, ContinuesFromTheSoundingBufferAfterFlushesAtAnyMoment) {
         allowed = {expected.next};
         for (const auto& [before, at] : flushes) {
             if (at != i + 1) continue;
-            // The run goes on from the buffer that sounded when the flush looked: one of those that
-            // began between the command and the moment when the queue was dropped.
+            // The run continues from the buffer that sounded when the flush read the position: a
+            // buffer that began between the command and the moment when the queue was dropped.
             allowed.clear();
             for (std::size_t k = before; k <= i; ++k) allowed.insert(heard[k].endSample);
         }

@@ -62,7 +62,7 @@ TEST_F(PlaybackSetup, NoResultHasTheNumbers1And9And15To17) {
     for (const int number : {1, 9, 15, 16, 17}) EXPECT_FALSE(IsResult(number)) << number;
 }
 
-TEST_F(PlaybackSetup, ASequenceGivesRateLengthAndTracks) {
+TEST_F(PlaybackSetup, ASequenceSetsRateLengthAndTracks) {
     rig_.builder.AddTrack();
     rig_.builder.AddTrack();
     Settings().SetFrameRate(29.97);
@@ -123,7 +123,7 @@ TEST_F(PlaybackSetup, SoundThatIsNotConformedYetTakesTheLengthOfThePicture) {
 
     EXPECT_EQ(SetUpMedia(asset), Err::NoError);
 
-    // 2002 samples a frame, less what the division loses: cut to 6005, not 6006.
+    // 2002 samples a frame, minus a rounding error of the division: truncated to 6005, not 6006.
     EXPECT_EQ(rig_.Impl().format.totalSamples, 6005);
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The worker and its ring: what it hands to the voice, and what it does when something fails.
+// The worker and its ring: the buffers that it submits, and its reaction to failures.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -16,7 +16,7 @@
 namespace sonrel_tests {
 namespace {
 
-/// Left values of a submission, which tell the positions of its samples.
+/// Left values of a submission, which are the positions of its samples.
 std::vector<int> Lefts(const Submission& submission, int count) {
     std::vector<int> lefts;
     for (int n = 0; n < count; ++n) lefts.push_back(submission.samples[2 * n]);
@@ -62,7 +62,7 @@ TEST_F(PlaybackWorker, ARunFromTheLastSampleIsOneBufferThatEndsTheStream) {
     EXPECT_TRUE(completed);
 }
 
-TEST_F(PlaybackWorker, AReverseRunFromSample1000IsThoseSamplesTurnedRound) {
+TEST_F(PlaybackWorker, AReverseRunFromSample1000PlaysTheSamplesBeforeItReversed) {
     const auto submissions = PlayToEnd(1000, REVERSE);
 
     ASSERT_EQ(submissions.size(), 1u);
@@ -98,7 +98,7 @@ TEST_F(PlaybackWorker, SpeedTwoWithFiveSamplesLeftTakesTwoOfThem) {
     EXPECT_EQ(submissions[0].endSample, TOTAL - 3);
 }
 
-TEST_F(PlaybackWorker, SpeedTwoWithOneSampleLeftWritesNothingAndComesToTheEnd) {
+TEST_F(PlaybackWorker, SpeedTwoWithOneSampleLeftWritesNothingAndReachesTheEnd) {
     const auto submissions = PlayToEnd(TOTAL - 1, FORWARD, 2);
 
     ASSERT_EQ(submissions.size(), 1u);
@@ -131,7 +131,7 @@ TEST_F(PlaybackWorker, ABufferIsWrittenOnlyWhileItIsNotQueued) {
     }
 }
 
-TEST_F(PlaybackWorker, TheTailOfALongRunHoldsWhatTheBufferHeldFiftyBuffersAgo) {
+TEST_F(PlaybackWorker, TheTailOfALongRunIsTheBufferContentOfFiftyBuffersAgo) {
     const auto submissions = PlayToEnd(0);
 
     // 199 buffers of 1602 and one of 1522 samples: the last one, number 199, comes after 149.
@@ -160,7 +160,7 @@ TEST_F(PlaybackWorker, EachRunBeginsWithTheFirstBufferOfTheRing) {
     EXPECT_EQ(second[50].context, rig_.Impl().voices.Buffers()[0].get());
 }
 
-TEST_F(PlaybackWorker, AFrameCanBeStampedWithTheOneBefore) {
+TEST_F(PlaybackWorker, ABufferCanBeStampedWithTheFrameBefore) {
     PlaybackRig rig({25.0, 48000, 60});
     rig.SetUpSequence();
     rig.Playback().PlayFromFrame(29, FORWARD, 1, nullptr, nullptr);
@@ -172,7 +172,7 @@ TEST_F(PlaybackWorker, AFrameCanBeStampedWithTheOneBefore) {
     EXPECT_EQ(rig.device.Submissions()[1].videoFrame, 30);
 }
 
-TEST_F(PlaybackWorker, ARefusedBufferIsPassedOver) {
+TEST_F(PlaybackWorker, ARefusedBufferIsSkipped) {
     rig_.device.refuseSubmission = true;
 
     rig_.Play(TOTAL - 3 * 1602);
@@ -205,7 +205,7 @@ TEST_F(PlaybackWorker, AForwardRunOfADeletedTargetRepeatsTheRingUntilStop) {
     EXPECT_EQ(rig_.Playback().Stop(), Err::NoError);
 }
 
-TEST_F(PlaybackWorker, AReverseRunOfADeletedTargetGoesOnToItsEnd) {
+TEST_F(PlaybackWorker, AReverseRunOfADeletedTargetReachesItsEnd) {
     auto gone = std::make_shared<project::EditorSequence>(*rig_.builder.Sequence());
     bool completed = false;
     rig_.Playback().Initialize(rig_.builder.Project(), gone);
@@ -353,7 +353,7 @@ TEST_F(PlaybackWorker, ACompositionPlaysItsLayers) {
     EXPECT_EQ(Lefts(submissions[0], 2), (std::vector{1920, 1921}));
 }
 
-TEST_F(PlaybackWorker, TheThreadTellsTheDeviceThatItComesAndGoes) {
+TEST_F(PlaybackWorker, TheWorkerPreparesItsThreadForTheDeviceAndUndoesIt) {
     rig_.Play(0);
     ASSERT_TRUE(rig_.device.WaitForQueued(1));
     EXPECT_EQ(rig_.device.ThreadsInUse(), 2);

@@ -70,8 +70,8 @@ void operator delete(void* memory, std::size_t) noexcept {
 
 #else
 
-// In place of the C library's, for the whole program and its libraries; operator new and delete
-// come through here too.
+// Replace the C library's functions, for the whole program and its libraries; operator new and
+// delete call them too.
 extern "C" {
 
 void* __libc_malloc(std::size_t size);
@@ -101,7 +101,7 @@ void free(void* memory) {
     __libc_free(memory);
 }
 
-// Each calls the C library's function of its name. What waits with a lock counts as a wait.
+// Each calls the C library's function of its name. A wait with a lock counts as a wait.
 #define SONREL_COUNT(counter, result, name, parameters, arguments)                                \
     result name parameters {                                                                      \
         static const auto next = reinterpret_cast<result(*) parameters>(dlsym(RTLD_NEXT, #name)); \
@@ -174,7 +174,7 @@ SONREL_COUNT_OPEN(open64)
 
 #undef SONREL_COUNT_OPEN
 
-// The waits of atomics come through here. To wake a waiter is not a wait.
+// The waits of atomics call this. Waking a waiter is not a wait.
 long syscall(long number, ...) {
     constexpr long WAIT = 0;
     constexpr long WAIT_BITSET = 9;

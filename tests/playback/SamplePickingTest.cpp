@@ -22,7 +22,7 @@ std::vector<short> NumberedFrames(int count) {
     return frames;
 }
 
-/// The numbers of the frames that were picked; checks that nothing is written behind them.
+/// The numbers of the picked frames; checks that nothing is written after them.
 std::vector<int> Picked(int count, int speed) {
     const std::vector<short> source = NumberedFrames(count);
     std::vector<short> target(source.size() + 4, GUARD);
@@ -56,7 +56,7 @@ TEST(SamplePicking, SevenFramesAtSpeedThreeGiveFramesZeroAndThree) {
     EXPECT_EQ(Picked(7, 3), (std::vector{0, 3}));
 }
 
-TEST(SamplePicking, AnOddValueIndexTakesTheFrameItLiesIn) {
+TEST(SamplePicking, AnOddValueIndexTakesTheFrameThatContainsIt) {
     // 7 frames at speed 2: a step of 7/3 values, so 0, 4.67 and 9.33: values 0, 4 and 9 minus 1.
     EXPECT_EQ(Picked(7, 2), (std::vector{0, 2, 4}));
 }
@@ -74,7 +74,7 @@ TEST(SamplePicking, AsManyFramesAsTheSpeedGiveTheFirst) {
 
 TEST(SamplePicking, TheLastFrameOfALongReadStaysWithinTheSource) {
     // 4807 frames at speed 3: 1602 frames, the last one at value 3202 * (4807 / 1602) = 9607.99,
-    // which lies in frame 4803.
+    // which is in frame 4803.
     const std::vector<int> picked = Picked(4807, 3);
 
     EXPECT_EQ(picked.size(), 1602u);

@@ -59,7 +59,7 @@ TEST_F(PlaybackSetup, ANewTrackIsAChangeThatRefreshPicksUp) {
     EXPECT_EQ(rig_.device.MasteringVoicesMade(), 2);
 }
 
-TEST_F(PlaybackSetup, AFrameRateWithinTheToleranceIsNoChangeOfAComposition) {
+TEST_F(PlaybackSetup, AFrameRateWithinTheToleranceDoesNotChangeAComposition) {
     const auto composition = rig_.builder.AddComposition({29.97, 48000, 0});
     SetUpComposition(composition);
     composition->Settings().SetFrameRate(29.97 * (1 + 1e-13));
@@ -72,7 +72,7 @@ TEST_F(PlaybackSetup, AFrameRateWithinTheToleranceIsNoChangeOfAComposition) {
     EXPECT_EQ(rig_.device.MasteringVoicesMade(), 2);
 }
 
-TEST_F(PlaybackSetup, AFrameRateWithinTheToleranceIsNoChangeOfASequence) {
+TEST_F(PlaybackSetup, AFrameRateWithinTheToleranceDoesNotChangeASequence) {
     Settings().SetFrameCount(0);
     Settings().SetFrameRate(29.97);
     rig_.SetUpSequence();
@@ -106,7 +106,7 @@ TEST_F(PlaybackSetup, TheToleranceGrowsWithTheRatesPlusOne) {
     EXPECT_FALSE(FrameRatesAreClose(1e6, 1e6 + 1.1e-6));
 }
 
-TEST_F(PlaybackSetup, AMatchingTargetOfAnotherKindIsTakenForUnchanged) {
+TEST_F(PlaybackSetup, AMatchingTargetOfAnotherKindCountsAsUnchanged) {
     const auto composition = rig_.builder.AddComposition({});
     EXPECT_EQ(rig_.SetUpSequence(), Err::NoError);
     EXPECT_EQ(SetUpComposition(composition), Err::NoError);
@@ -122,7 +122,7 @@ TEST_F(PlaybackSetup, RefreshWithoutATargetIsRefused) {
     EXPECT_EQ(Playback().Refresh(), Err::NotInitialized);
 }
 
-TEST_F(PlaybackSetup, RefreshOfATargetThatIsGoneIsRefused) {
+TEST_F(PlaybackSetup, RefreshOfADeletedTargetIsRefused) {
     auto gone = std::make_shared<project::EditorSequence>();
     gone->Settings().SetFrameCount(10);
     Playback().Initialize(rig_.builder.Project(), gone);
@@ -191,7 +191,7 @@ TEST_F(PlaybackSetup, ANewSetUpStartsANewNoiseStream) {
     EXPECT_TRUE(submissions[0].samples == submissions[1].samples);
 }
 
-TEST_F(PlaybackSetup, ANewSetUpEndsARunWithoutTellingAnyone) {
+TEST_F(PlaybackSetup, ANewSetUpEndsARunWithoutNotifications) {
     SpyObserver observer;
     bool completed = false;
     rig_.SetUpSequence();

@@ -61,7 +61,7 @@ bool Wait(Condition condition) {
     return true;
 }
 
-TEST(VirtualOutput, AdvanceTakesExactlyTheFramesAskedFor) {
+TEST(VirtualOutput, AdvanceTakesExactlyTheRequestedFrames) {
     const auto output = VirtualOutput::ToMemory(Clock::Stepped);
     const auto source = std::make_shared<CountingSource>(100);
     ASSERT_TRUE(output->Open(48000, source));
@@ -73,7 +73,7 @@ TEST(VirtualOutput, AdvanceTakesExactlyTheFramesAskedFor) {
     EXPECT_EQ(output->FramesTaken(), 3);
 }
 
-TEST(VirtualOutput, AdvanceTellsHowManyOfTheFramesTheVoiceHad) {
+TEST(VirtualOutput, AdvanceReturnsTheFramesThatTheVoiceGave) {
     const auto output = VirtualOutput::ToMemory(Clock::Stepped);
     ASSERT_TRUE(output->Open(48000, std::make_shared<CountingSource>(2)));
 
@@ -94,7 +94,7 @@ TEST(VirtualOutput, AdvanceByNothingPullsNothing) {
     EXPECT_EQ(source->Pulls(), 0);
 }
 
-TEST(VirtualOutput, AdvanceReturnsBehindTheCallbacks) {
+TEST(VirtualOutput, AdvanceReturnsAfterTheCallbacks) {
     VirtualOutput output(Clock::Stepped);
     const auto source = std::make_shared<CountingSource>(10);
     std::atomic<bool> done = false;
@@ -109,7 +109,7 @@ TEST(VirtualOutput, AdvanceReturnsBehindTheCallbacks) {
     EXPECT_TRUE(done);
 }
 
-TEST(VirtualOutput, AdvanceBufferGoesToTheEndOfWhatIsReady) {
+TEST(VirtualOutput, AdvanceBufferAdvancesToTheEndOfTheReadyFrames) {
     const auto output = VirtualOutput::ToMemory(Clock::Stepped);
     const auto source = std::make_shared<CountingSource>(5000);
     ASSERT_TRUE(output->Open(48000, source));
@@ -133,7 +133,7 @@ TEST(VirtualOutput, AdvanceBufferWaitsForABuffer) {
     later.join();
 }
 
-TEST(VirtualOutput, AdvanceBufferGivesUpWhenItsPatienceEnds) {
+TEST(VirtualOutput, AdvanceBufferGivesUpAfterItsTimeout) {
     VirtualOutput output(Clock::Stepped);
     const auto source = std::make_shared<CountingSource>(0);
     ASSERT_TRUE(output.Open(48000, source));
@@ -213,7 +213,7 @@ TEST(VirtualOutput, APacedOutputTakesTheRatePerSecond) {
     output.Close();
     const auto open = steady_clock::now() - start;
 
-    // 1600 frames are 20 periods of 10 ms, of which the first comes at once.
+    // 1600 frames are 20 periods of 10 ms, of which the first is immediate.
     EXPECT_GE(taken, milliseconds(190));
     EXPECT_LE(output.FramesTaken(), 8000 * (open + milliseconds(10)) / std::chrono::seconds(1));
 }
@@ -249,7 +249,7 @@ TEST(VirtualOutput, AnOpenOutputDoesNotOpenAgainBeforeItIsClosed) {
     EXPECT_EQ(output.SampleRate(), 44100);
 }
 
-TEST(VirtualOutput, ClosingWaitsForThePullAndLetsGoOfTheSource) {
+TEST(VirtualOutput, ClosingWaitsForThePullAndReleasesTheSource) {
     VirtualOutput output(Clock::DrainDriven);
     auto source = std::make_shared<CountingSource>(10);
     std::atomic<bool> inside = false;
@@ -281,7 +281,7 @@ TEST(VirtualOutput, ClosedFromInsideAPullThatPullIsTheLast) {
     EXPECT_EQ(source->Pulls(), 1);
 }
 
-TEST(VirtualOutput, CanEndInsideItsOwnPull) {
+TEST(VirtualOutput, CanBeDestroyedInsideItsOwnPull) {
     auto output = std::make_unique<VirtualOutput>(Clock::Paced);
     const auto source = std::make_shared<CountingSource>(10);
     std::atomic<bool> opened = false;
@@ -298,7 +298,7 @@ TEST(VirtualOutput, CanEndInsideItsOwnPull) {
     EXPECT_TRUE(Wait([&] { return ended && source.use_count() == 1; }));
 }
 
-TEST(VirtualOutput, ASinkGetsTheFramesThatTheVoiceTookOutsideOfThePull) {
+TEST(VirtualOutput, ASinkReceivesTheFramesOfTheVoiceOutsideOfThePull) {
     std::atomic<bool> pulling = false;
     bool outside = true;
     std::vector<short> got;

@@ -35,7 +35,7 @@ TEST(WorkerControl, AStopIsTakenOnce) {
     EXPECT_EQ(control.Take(), Request::None);
 }
 
-TEST(WorkerControl, AFlushGoesBeforeAStopAndLeavesItThere) {
+TEST(WorkerControl, AFlushTakesPrecedenceOverAStopAndLeavesItPending) {
     WorkerControl control;
     control.Stop();
     control.RequestFlush();
@@ -44,14 +44,14 @@ TEST(WorkerControl, AFlushGoesBeforeAStopAndLeavesItThere) {
     EXPECT_EQ(control.Take(), Request::Stop);
 }
 
-TEST(WorkerControl, TheWaitForAParkedWorkerEndsInTime) {
+TEST(WorkerControl, TheWaitForAParkedWorkerHasATimeout) {
     WorkerControl control;
     control.RequestFlush();
 
     EXPECT_FALSE(control.WaitUntilParked(SHORT));
 }
 
-TEST(WorkerControl, AParkedWorkerGoesOnWhenTheFlushEnds) {
+TEST(WorkerControl, AParkedWorkerResumesWhenTheFlushEnds) {
     WorkerControl control;
     control.RequestFlush();
     ASSERT_EQ(control.Take(), Request::Flush);
@@ -63,7 +63,7 @@ TEST(WorkerControl, AParkedWorkerGoesOnWhenTheFlushEnds) {
     EXPECT_TRUE(worker.get());
 }
 
-TEST(WorkerControl, AParkedWorkerLeavesOnAStop) {
+TEST(WorkerControl, AStopEndsTheParking) {
     WorkerControl control;
     control.RequestFlush();
     ASSERT_EQ(control.Take(), Request::Flush);
@@ -75,7 +75,7 @@ TEST(WorkerControl, AParkedWorkerLeavesOnAStop) {
     EXPECT_FALSE(worker.get());
 }
 
-TEST(WorkerControl, AWorkerThatComesToAFlushThatWasGivenUpDoesNotPark) {
+TEST(WorkerControl, AWorkerThatSeesAFlushThatWasGivenUpDoesNotPark) {
     WorkerControl control;
     control.RequestFlush();
     control.EndFlush();
@@ -84,7 +84,7 @@ TEST(WorkerControl, AWorkerThatComesToAFlushThatWasGivenUpDoesNotPark) {
     EXPECT_TRUE(control.Park());
 }
 
-TEST(WorkerControl, AWorkerOnItsWayParksForTheNextFlush) {
+TEST(WorkerControl, AWorkerThatHasTakenARequestParksForTheNextFlush) {
     WorkerControl control;
     control.RequestFlush();
     ASSERT_EQ(control.Take(), Request::Flush);
@@ -99,7 +99,7 @@ TEST(WorkerControl, AWorkerOnItsWayParksForTheNextFlush) {
     EXPECT_EQ(control.Take(), Request::None);
 }
 
-TEST(WorkerControl, ARequestThatWasNotTakenServesTheNextFlush) {
+TEST(WorkerControl, AnUntakenRequestServesTheNextFlush) {
     WorkerControl control;
     control.RequestFlush();
     control.EndFlush();
@@ -125,7 +125,7 @@ TEST(WorkerControl, ResetForgetsAFlushThatWasGivenUpAndAStop) {
     EXPECT_EQ(control.Take(), Request::None);
 }
 
-TEST(WorkerControl, AStopCanBeTakenAlone) {
+TEST(WorkerControl, AStopCanBeTakenWithoutAPendingFlush) {
     WorkerControl control;
     control.RequestFlush();
     EXPECT_FALSE(control.TakeStop());

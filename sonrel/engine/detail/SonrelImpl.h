@@ -16,8 +16,7 @@ namespace orlo::sonrel {
 class AudioMixer;
 class PlaybackEngine;
 
-/// The engine object's record. The order of its members is the reverse of the order in which they
-/// are released.
+/// The engine object's record. Its members are released in reverse order.
 struct SonrelImpl {
     std::unique_ptr<CacheFolderUse> cacheFolderUse;  // empty without a cache folder
     std::wstring mediaDatabasePath;                  // absolute, native separators
@@ -25,8 +24,8 @@ struct SonrelImpl {
     project::MediaDB::DatabaseStatus mediaDatabaseStatus = project::MediaDB::None;
     int daysToKeepCacheFiles = 30;
     std::shared_ptr<project::LogFile> mediaCacheErrorLog;
-    std::shared_ptr<AudioMixer> mixer;         // never empty once the engine stands
-    std::shared_ptr<PlaybackEngine> playback;  // empty until the host asks for it
+    std::shared_ptr<AudioMixer> mixer;         // never empty after construction
+    std::shared_ptr<PlaybackEngine> playback;  // empty until the host requests it
 };
 
 }  // namespace orlo::sonrel

@@ -8,13 +8,13 @@
 
 namespace orlo::sonrel {
 
-/// Makes the device engine of a playback engine: on what SetAudioOutputFactory has set, otherwise
+/// Makes the device engine of a playback engine: on the output of SetAudioOutputFactory, otherwise
 /// on the sound device.
-/// @throws what device::CreateAudioDevice throws
+/// @throws the exceptions of device::CreateAudioDevice
 std::unique_ptr<device::AudioDevice> MakeAudioDevice();
 
-/// Puts another device engine in the place of the one that MakeAudioDevice would make, for tests
-/// that need one which refuses; an empty maker takes that back.
+/// The hook for tests: replaces the device engine that MakeAudioDevice makes, by an engine that can
+/// refuse each of its operations. An empty maker restores the normal engine.
 void SetAudioDeviceMaker(std::function<std::unique_ptr<device::AudioDevice>()> maker);
 
 }  // namespace orlo::sonrel

@@ -18,7 +18,7 @@ struct FrameAudioBuffer {
     std::size_t SizeInBytes() const { return samples.size() * sizeof(short); }
 
     std::vector<short> samples;              // interleaved, left first
-    std::atomic<int> videoFrame = -1;        // the video frame whose time the buffer stands for
+    std::atomic<int> videoFrame = -1;        // the video frame at the time of the buffer
     std::atomic<long long> firstSample = 0;  // the read position before the buffer was read
     std::atomic<long long> endSample = 0;    // firstSample plus the samples that the read returned
     std::atomic<std::uint64_t> run = 0;      // number of the run that filled it

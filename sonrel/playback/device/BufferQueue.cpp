@@ -5,12 +5,12 @@ namespace orlo::sonrel::device {
 
 namespace {
 
-/// Buffers that queue without an allocation; a ring of playback is 50.
+/// Buffers that queue without an allocation; the ring of playback has 50.
 constexpr int PREPARED_NODES = 64;
 
 }  // namespace
 
-// The list always has a node that the device is done with at its start: it is the cursor.
+// The list always begins with a node that the device has passed: the cursor.
 BufferQueue::BufferQueue() {
     nodes_.reserve(PREPARED_NODES + 1);
     spare_.reserve(PREPARED_NODES + 1);
@@ -62,8 +62,8 @@ bool BufferQueue::Drop(bool soundingToo) {
     walk_.clear();
     for (QueueNode* node = oldest_; node != nullptr; node = node->next) walk_.push_back(node);
 
-    // From the newest on: the device may begin a node meanwhile, and everything behind a node that
-    // has begun must be gone, or it would go on behind the gap.
+    // From the newest to the oldest: the device may begin a node meanwhile, and every node after a
+    // begun node must already be dropped, or the device would continue after the gap.
     QueueNode* chain = nullptr;
     for (std::size_t i = walk_.size(); i-- > 0;) {
         QueueNode* const node = walk_[i];
@@ -76,7 +76,7 @@ bool BufferQueue::Drop(bool soundingToo) {
     }
     if (chain == nullptr) return false;
 
-    // What an earlier drop has left stands before.
+    // The nodes of an earlier drop come first.
     if (QueueNode* const earlier = dropped_.exchange(nullptr)) {
         QueueNode* last = earlier;
         while (last->nextDropped != nullptr) last = last->nextDropped;

@@ -19,7 +19,7 @@ void SdlLibrary::Find(const char* name, Function& function) {
 
 std::shared_ptr<const SdlLibrary> SdlLibrary::Load(const char* name) {
     const auto library = std::make_shared<SdlLibrary>();
-    // The code stays mapped behind the last reference: threads of the host may still run its
+    // The code stays mapped after the last reference: threads of the host may still run its
     // clean-up when they end.
     library->handle_ = dlopen(name, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     if (library->handle_ == nullptr) {

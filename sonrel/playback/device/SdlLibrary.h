@@ -19,9 +19,9 @@ struct SdlLibrary {
     decltype(&SDL_CloseAudioDevice) closeAudioDevice = nullptr;
     decltype(&SDL_GetAudioDeviceStatus) getAudioDeviceStatus = nullptr;
 
-    /// Loads the library; it is held as long as the pointer. The handlers that the host has for
-    /// signals stay: the library is told not to set its own.
-    /// @throws LibraryLoadError when it is not there or lacks a function
+    /// Loads the library and holds it as long as the pointer. The signal handlers of the host stay:
+    /// a hint keeps the library from setting its own.
+    /// @throws LibraryLoadError when it is missing or lacks a function
     static std::shared_ptr<const SdlLibrary> Load(const char* name);
 
     SdlLibrary() = default;

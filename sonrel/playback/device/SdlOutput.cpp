@@ -18,7 +18,7 @@ constexpr int MAX_PERIOD = 32768;  // the library's field has 16 bits
 
 }  // namespace
 
-/// One opened device: what its callback needs, and what closing it needs.
+/// One opened device: the data of its callback and of closing it.
 struct SdlStream {
     std::shared_ptr<const SdlLibrary> library;
     std::shared_ptr<AudioOutputSource> source;
@@ -26,7 +26,7 @@ struct SdlStream {
     std::atomic<bool> pullsEnded = false;
     AutoResetEvent closed;
     SDL_AudioDeviceID device = 0;
-    std::chrono::milliseconds drain{0};  // that closing takes: the library plays two periods
+    std::chrono::milliseconds drain{0};  // time to close: the library plays two periods
 
     /// Ends the pulling, and waits for a pull under way unless it is called from inside it.
     void EndPulls() {
@@ -118,7 +118,7 @@ void SdlOutput::Close() {
     stream_.reset();
     if (stream == nullptr) return;
     // On a separate thread: inside a pull the library would wait for its own thread, which is this
-    // one, and with a frozen sound server it would wait without an end.
+    // thread, and with a frozen sound server it would wait for ever.
     std::thread close([stream] { stream->Close(); });
     closers_.push_back({stream, std::move(close), CLOSE_TIMEOUT + stream->drain});
     stream->EndPulls();

@@ -26,15 +26,15 @@ constexpr std::chrono::milliseconds CLOSE_TIMEOUT{1000};
 
 /// The default device of the sound library, in signed 16-bit stereo.
 ///
-/// The library's audio part is brought up when the output opens, so that a missing device, a driver
-/// name that it does not know and a rate that it refuses all show there. Where the device runs at
-/// another rate than the one asked for, the library converts behind the output.
+/// The library's audio part is initialised when the output opens, so that a missing device, an
+/// unknown driver name and a refused rate all fail there. Where the device runs at another rate
+/// than requested, the library converts after the output.
 ///
-/// A driver that has one device at a time refuses to open from inside a pull, where the former
-/// stream is still being closed; it opens again once that pull has returned.
+/// A driver with a single device refuses to open from inside a pull, where the former stream is
+/// still being closed; it opens again after that pull has returned.
 ///
-/// A sound server that is frozen keeps the library from closing. Close returns after its timeout
-/// all the same, and nothing is pulled any more; Open fails until the library has closed.
+/// A frozen sound server keeps the library from closing. Close still returns after its timeout, and
+/// nothing is pulled any more; Open fails until the library has closed.
 class SdlOutput : public AudioOutput {
 public:
     /// @param bufferMs  length of the device's buffer, 5 to 500 ms; see SdlPeriod
@@ -57,8 +57,8 @@ private:
 };
 
 /// Frames that the device takes at a time: the smallest power of two that lasts at least
-/// @p bufferMs, and at most 32768, the largest that the library can be asked for. The library's
-/// buffers misbehave at numbers that are not a power of two.
+/// @p bufferMs, and at most 32768, the maximum of the library. The library's buffers misbehave at
+/// sizes that are not a power of two.
 int SdlPeriod(int sampleRate, int bufferMs);
 
 }  // namespace orlo::sonrel::device

@@ -1,4 +1,25 @@
 // SPDX-License-Identifier: MIT
+// The voice between the commands of playback and the thread of an output.
+//
+// The output's thread must never wait: it shares only atomics with the other threads and takes no
+// lock. The lock of the commands orders Submit, Start, Stop, Flush, Attach and Detach among
+// themselves and is not held while a callback runs, so that a callback may give any command.
+//
+// Each buffer is a node with an atomic state (BufferQueue.h): Queued, Sounding, then Ended or
+// Dropped. The pulling thread and a flush both change it with compare-and-exchange, and the first
+// one wins; the loser leaves the node alone. So a flush needs no lock against the device, and a
+// buffer ends exactly once.
+//
+// Where a command must know that the device does not use something any more, the command waits. Two
+// gates mark the device's work: section_ is one copy of samples together with the OnBufferStart
+// before it, pulls_ is a whole pull with all its callbacks. Stop and Flush wait for section_: after
+// they have returned, no sample is taken and no dropped memory is read. Detach waits for pulls_:
+// after it has returned, no callback runs. A command from inside a callback is on the pulling
+// thread and waits for neither, or it would wait for itself.
+//
+// Dropped buffers are reported by the next pull, before the end of the spared buffer. A lost device
+// pulls no more, and a device whose callback waits for the host pulls too late: FlushReporter then
+// reports them on its own thread. TakeDropped hands each node to exactly one of the two.
 #include "sonrel/playback/device/Voice.h"
 
 #include <algorithm>
@@ -76,8 +97,8 @@ void Voice::Flush() {
     }
     section_.WaitUntilLeft();
     if (!dropped) return;
-    // From inside a callback: nothing is pulled before the callback has returned, and the caller
-    // may be about to wait for the ends.
+    // From inside a callback at once: nothing is pulled before the callback has returned, and the
+    // caller may wait for the ends.
     reporter_.Expect(pulls_.IsInside());
     WakeOutput();
 }
@@ -105,7 +126,7 @@ int Voice::ReadyFrames() {
     return node->state == BufferState::Sounding ? node->frameCount - progress_ : node->frameCount;
 }
 
-/// @return the frames copied; 0 when a command was faster
+/// @return the frames copied; 0 when a command came first
 int Voice::Take(QueueNode& node, short* output, int room) {
     int count = 0;
     {
@@ -126,7 +147,7 @@ int Voice::Take(QueueNode& node, short* output, int room) {
 }
 
 void Voice::End(QueueNode& node) {
-    // A flush has its ends told before that of the buffer that it spared.
+    // The ends of a flush are reported before the end of the buffer that it spared.
     ReportDropped();
     if (!node.Move(BufferState::Sounding, BufferState::Ended)) return;
     const SourceBuffer buffer = node.buffer;
@@ -137,7 +158,7 @@ void Voice::End(QueueNode& node) {
     if (VoiceEvents* const events = events_) events->OnStreamEnd();
 }
 
-/// On the pulling thread, on the reporter's and, without a listener, on that of Detach.
+/// On the pulling thread, the reporter's thread and, without a listener, the thread of Detach.
 void Voice::ReportDropped() {
     for (QueueNode* node = queue_.TakeDropped(); node != nullptr;) {
         QueueNode* const next = node->nextDropped;

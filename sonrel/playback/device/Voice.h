@@ -13,27 +13,22 @@
 
 namespace orlo::sonrel::device {
 
-/// The source voice behind an output: hosts queue buffers, the output pulls samples.
-///
-/// The output's thread shares only atomics with the others: it takes no lock and never waits. The
-/// lock orders the commands among themselves and is not held while a callback runs. Where a command
-/// must know that the device is done with something, it is the command that waits: Stop and a flush
-/// for the copy of samples or the OnBufferStart under way, Detach for the whole pull. A command
-/// that comes from inside a callback waits for none of these.
+/// The source voice of an output: hosts queue buffers, the output pulls samples. Voice.cpp begins
+/// with the design.
 ///
 /// Threads: Pull and ReadyFrames on the output's thread, everything else on any.
 class Voice : public AudioOutputSource {
 public:
-    /// A voice without listener, which is silent.
-    /// @param output  woken when there is something new to pull; not kept alive
+    /// A voice without a listener, which is silent.
+    /// @param output  woken when the source has changed; not kept alive
     explicit Voice(std::weak_ptr<AudioOutput> output);
     ~Voice() override;
     Voice(const Voice&) = delete;
     Voice& operator=(const Voice&) = delete;
 
-    /// Makes @p events the listener. @return false when there is one
+    /// Makes @p events the listener. @return false when the voice has a listener
     bool Attach(VoiceEvents& events);
-    /// Stops, drops the queue without a word and lets go of the listener.
+    /// Stops, drops the queue without reports and releases the listener.
     void Detach();
 
     bool Submit(const SourceBuffer& buffer);
@@ -62,7 +57,7 @@ private:
     CallbackGate section_;  // a buffer begins, or samples are copied
     CallbackGate pulls_;
     std::atomic<long long> framesPulled_ = 0;
-    int progress_ = 0;  ///< frames taken of the sounding buffer; the pulling thread's own
+    int progress_ = 0;  ///< frames taken of the sounding buffer; pulling thread only
     FlushReporter reporter_;
 };
 

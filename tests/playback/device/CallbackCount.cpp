@@ -47,7 +47,7 @@ public:
     Player(const Player&) = delete;
     Player& operator=(const Player&) = delete;
 
-    /// One run, or what is left of the callbacks.
+    /// One run, or the remaining callbacks.
     void PlayRun(long long atLeast) {
         Note(Playback().PlayFromFrame(0, PlaybackEngine::PlaybackDirection::Forward, 1, nullptr,
                                       nullptr));

@@ -3,7 +3,7 @@
 
 namespace sonrel_tests {
 
-/// What many callbacks of a device have come to.
+/// The figures of many callbacks of a device.
 struct CallbackCount {
     long long callbacks = 0;
     long long buffers = 0;  ///< heard
@@ -12,9 +12,9 @@ struct CallbackCount {
     int failures = 0;  ///< commands that did not return success
 };
 
-/// Plays on an engine until the device has called back as often as asked for: a metered sequence in
-/// buffers of eight samples, with a flush every now and then and a new run after every few flushes.
-/// No run comes to its end. RealTimeProbe counts what the callbacks do.
+/// Plays on an engine until the device has called back this often: a metered sequence in buffers of
+/// eight samples, with a flush now and then and a new run after every few flushes. No run reaches
+/// its end. RealTimeProbe counts the allocations, locks, waits and file calls of the callbacks.
 CallbackCount CountCallbacks(long long atLeast);
 
 }  // namespace sonrel_tests

@@ -20,8 +20,8 @@
 #include "sonrel/playback/device/SdlOutput.h"
 #include "tests/support/TemporaryFolder.h"
 
-/// What the tests of the device layer work with: a listener that writes down what it hears, and
-/// every output that can run without a sound card.
+/// The tools of the device tests: a listener that records the callbacks, and every output that can
+/// run without a sound card.
 namespace sonrel_tests {
 
 namespace device = orlo::sonrel::device;
@@ -30,14 +30,13 @@ using orlo::sonrel::AudioOutputFactory;
 using orlo::sonrel::AudioOutputSource;
 using orlo::sonrel::VirtualOutput;
 
-/// Longer than anything takes; only a broken build waits for it.
+/// Longer than any operation; only a broken build waits for it.
 constexpr std::chrono::seconds TIMEOUT{20};
 
-/// Writes down the callbacks: "start A", "end A", "stream end", with the buffers' contexts as
-/// names.
+/// Records the callbacks: "start A", "end A", "stream end", with the buffers' contexts as names.
 class Listener : public device::VoiceEvents {
 public:
-    /// Runs after a callback was written down, on its thread.
+    /// Runs after a callback was recorded, on its thread.
     std::function<void(const std::string&)> onEvent;
 
     void OnBufferStart(void* context) override { Hear("start " + Name(context)); }
@@ -53,12 +52,12 @@ public:
         return thread_;
     }
 
-    /// Waits until so many callbacks have come. @return whether they came
+    /// Waits for this number of callbacks. @return whether they came in time
     bool WaitForCount(std::size_t count) const {
         std::unique_lock lock(mutex_);
         return changed_.wait_for(lock, TIMEOUT, [&] { return heard_.size() >= count; });
     }
-    /// Waits until a callback has come.
+    /// Waits for a callback. @return whether it came in time
     bool WaitFor(const std::string& event) const {
         std::unique_lock lock(mutex_);
         return changed_.wait_for(lock, TIMEOUT, [&] {
@@ -87,7 +86,7 @@ private:
     std::thread::id thread_;
 };
 
-/// Samples whose every value tells its place: first, first + 1, first + 2, ...
+/// Samples that count their values: first, first + 1, first + 2, ...
 inline std::vector<short> Counting(int first, int frames) {
     std::vector<short> samples;
     for (int i = 0; i < 2 * frames; ++i) samples.push_back(static_cast<short>(first + i));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a voice guarantees, on every output that runs without a sound card and at both ends of the
+// The guarantees of a voice, on every output that runs without a sound card and at both ends of the
 // rates. Nothing here knows when an output pulls.
 #include <gmock/gmock.h>
 
@@ -18,17 +18,17 @@ protected:
     bool Queue(const std::vector<short>& samples, const char* name, bool endOfStream = false) {
         return Voice().SubmitSourceBuffer(BufferOf(samples, name, endOfStream));
     }
-    /// Ends the voices, so that what an output wrote is complete.
+    /// Ends the voices, so that the file of an output is complete.
     void Close() { open_.reset(); }
     int Rate() const { return std::get<1>(GetParam()); }
 
-    // None of the values is 0, so that they tell themselves from silence.
+    // None of the values is 0, to distinguish them from silence.
     const std::vector<short> a_ = Counting(100, 333);
     const std::vector<short> b_ = Counting(5000, 1);
     const std::vector<short> c_ = Counting(9000, 700);
     RunningOutput output_{std::get<0>(GetParam())};
-    // What callbacks look at lasts longer than the device: the last one may still run when a test
-    // has seen what it waited for.
+    // The data of the callbacks outlives the device: the last callback may still run when the
+    // condition of a test is fulfilled.
     std::atomic<int> rounds_ = 0;
     std::atomic<bool> down_ = false;
     Listener listener_;
@@ -68,7 +68,7 @@ TEST_P(EveryOutput, StartsEndsAndTheEndOfTheStreamComeInOrder) {
     EXPECT_EQ(Voice().GetState().buffersQueued, 0u);
 }
 
-TEST_P(EveryOutput, CallbacksComeFromAnotherThreadThanTheOneThatQueues) {
+TEST_P(EveryOutput, CallbacksComeFromAThreadOfTheOutput) {
     Queue(a_, "A", true);
     Voice().Start();
     ASSERT_TRUE(listener_.WaitFor("stream end"));
@@ -76,7 +76,7 @@ TEST_P(EveryOutput, CallbacksComeFromAnotherThreadThanTheOneThatQueues) {
     EXPECT_NE(listener_.Thread(), std::this_thread::get_id());
 }
 
-TEST_P(EveryOutput, AFlushOnAStoppedVoiceTellsEveryEndAndStartsNothing) {
+TEST_P(EveryOutput, AFlushOnAStoppedVoiceReportsEveryEndAndStartsNothing) {
     Queue(a_, "A");
     Queue(b_, "B");
     Queue(c_, "C", true);
@@ -109,7 +109,7 @@ TEST_P(EveryOutput, AVoiceThatIsStoppedAndStartedLosesNothingAndBeginsNothingTwi
     EXPECT_EQ(sounded, expected);
 }
 
-TEST_P(EveryOutput, AQueueThatRunsDryGoesOnWhenMoreArrives) {
+TEST_P(EveryOutput, AnEmptyQueueContinuesWhenMoreArrives) {
     Queue(a_, "A");
     Voice().Start();
     ASSERT_TRUE(listener_.WaitFor("end A"));
@@ -157,7 +157,7 @@ TEST_P(EveryOutput, CommandsReturnWhileACallbackIsHeldUp) {
     EXPECT_TRUE(listener_.WaitFor("end C"));
 }
 
-TEST_P(EveryOutput, NothingIsToldOnceAPlayingVoiceHasEnded) {
+TEST_P(EveryOutput, NothingIsReportedAfterAPlayingVoiceHasEnded) {
     const std::vector<short> slow(static_cast<std::size_t>(Rate()) * 2, 1);
     Queue(slow, "A", true);
     Queue(b_, "B", true);
@@ -182,7 +182,7 @@ TEST_P(EveryOutput, OpensAgainAtAnotherRate) {
     EXPECT_TRUE(listener_.WaitFor("stream end"));
 }
 
-TEST_P(EveryOutput, EverythingCanBeTakenDownFromInsideACallback) {
+TEST_P(EveryOutput, VoicesCanBeDestroyedFromInsideACallback) {
     listener_.onEvent = [&](const std::string& event) {
         if (event != "stream end" || down_) return;
         open_->voice.reset();
@@ -203,10 +203,10 @@ TEST_P(EveryOutput, EverythingCanBeTakenDownFromInsideACallback) {
     EXPECT_TRUE(listener_.WaitFor("end C"));
 }
 
-/// The outputs that take as long as their samples last.
+/// The outputs that play in real time.
 class OutputInTime : public EveryOutput {};
 
-TEST_P(OutputInTime, AFlushWhilePlayingSparesWhatSoundsAndTellsTheOthersFirst) {
+TEST_P(OutputInTime, AFlushWhilePlayingSparesTheSoundingBufferAndReportsTheOthersFirst) {
     // Longer than the test: the minute is never heard to its end.
     const std::vector<short> minute(static_cast<std::size_t>(Rate()) * 2 * 60, 1);
     Queue(minute, "A");

@@ -75,7 +75,7 @@ inline void PrintTo(OutputKind kind, std::ostream* stream) {
     *stream << NameOf(kind);
 }
 
-/// One output, and what makes it run.
+/// One output and the objects that drive it.
 class RunningOutput {
 public:
     explicit RunningOutput(OutputKind kind)
@@ -109,10 +109,10 @@ public:
         return [output = output_] { return output; };
     }
 
-    /// Whether Sounded has anything to say: a dummy keeps nothing.
+    /// Whether Sounded returns samples: a dummy keeps none.
     bool KeepsSamples() const { return kind_ != OutputKind::SdlDummy; }
 
-    /// What came out, without the silence before and behind; the output is closed.
+    /// The output samples, without the silence before and after them; the output is closed.
     std::vector<short> Sounded() const {
         if (virtual_ != nullptr) return virtual_->Samples();
         const std::string bytes = ReadFile(folder_ / "sound.raw");

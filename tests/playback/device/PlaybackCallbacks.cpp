@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Counts what the callbacks of a device allocate, lock, wait for and do with files.
+// Counts the allocations, locks, waits and file calls of a device's callbacks.
 //
 //   playback_callbacks [COUNT]
 #include <exception>

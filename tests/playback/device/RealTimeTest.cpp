@@ -83,8 +83,8 @@ INSTANTIATE_TEST_SUITE_P(Device, RealTime,
                              return NameOf(run.param);
                          });
 
-/// What a whole engine does on the thread of its output, buffer by buffer, up to the end of the
-/// run, where the host is called.
+/// A whole engine on the thread of its output, buffer by buffer, up to the end of the run, where
+/// the host is called.
 TEST(RealTimeRun, AnEngineAllocatesNothingAndTakesNoLockWhileItsBuffersAreHeard) {
     using orlo::sonrel::PlaybackEngine;
     using orlo::sonrel::Sonrel;
@@ -110,7 +110,7 @@ TEST(RealTimeRun, AnEngineAllocatesNothingAndTakesNoLockWhileItsBuffersAreHeard)
     }
     ExpectNothing();
 
-    // The ends of what a stop drops.
+    // The ends of the buffers that a stop drops.
     EXPECT_EQ(playback.Stop(), PlaybackEngine::Err::NoError);
     ExpectNothing();
     orlo::sonrel::SetAudioOutputFactory(nullptr);

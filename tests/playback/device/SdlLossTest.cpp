@@ -96,7 +96,7 @@ protected:
         thawed_ = true;
     }
     bool Open() { return output_->Open(RATE, std::make_shared<Ones>()); }
-    /// What the library gets for two frames.
+    /// The samples that the library receives for two frames.
     std::vector<short> Pulled() {
         std::vector<short> samples{7, 7, 7, 7};
         sdl_.spec.callback(sdl_.spec.userdata, reinterpret_cast<Uint8*>(samples.data()), 8);

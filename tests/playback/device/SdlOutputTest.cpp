@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What is particular to the sound library: when it is loaded, what a machine without a device
-// shows, and what it must not do to a host.
+// The sound library: when it is loaded, the errors of a machine without a device, and its effects
+// on a host.
 #include <gmock/gmock.h>
 #include <signal.h>
 
@@ -16,7 +16,7 @@ namespace {
 
 constexpr int RATE = 48000;
 
-TEST(SdlLibrary, ALibraryThatIsNotThereIsALoadError) {
+TEST(SdlLibrary, AMissingLibraryIsALoadError) {
     EXPECT_THROW(device::SdlLibrary::Load("libnowhere-to-be-found.so.7"), device::LibraryLoadError);
 }
 
@@ -74,12 +74,12 @@ TEST(SdlPeriod, IsTheSmallestPowerOfTwoThatLastsAtLeastTheBuffer) {
     EXPECT_EQ(device::SdlPeriod(8000, 9), 128);
 }
 
-TEST(SdlPeriod, IsAtMostWhatTheLibraryCanBeAskedFor) {
+TEST(SdlPeriod, IsAtMostTheMaximumOfTheLibrary) {
     EXPECT_EQ(device::SdlPeriod(48000, 500), 32768);
     EXPECT_EQ(device::SdlPeriod(96000, 500), 32768) << "65536 does not fit into 16 bits";
 }
 
-/// A sound library that opens nothing and keeps what it was asked for.
+/// A sound library that opens nothing and keeps the requested period.
 int askedPeriod = 0;
 
 SDL_AudioDeviceID KeepPeriod(const char*, int, const SDL_AudioSpec* wanted, SDL_AudioSpec*, int) {
@@ -104,7 +104,7 @@ class AudioBufferSetting : public testing::Test {
 protected:
     ~AudioBufferSetting() override { orlo::sonrel::SetAudioBufferMilliseconds(0); }
 
-    /// What a new engine writes into the file of the disk driver: whole periods.
+    /// The bytes that a new engine writes to the file of the disk driver: whole periods.
     std::uintmax_t BytesOfANewEngine() {
         const std::filesystem::path path = folder_ / "sound.raw";
         const Environment driver("SDL_AUDIODRIVER", "disk");
@@ -123,7 +123,7 @@ protected:
     const TemporaryFolder folder_;
 };
 
-TEST_F(AudioBufferSetting, HoldsForTheEnginesThatAreMadeAfterwards) {
+TEST_F(AudioBufferSetting, AppliesToTheEnginesThatAreMadeAfterwards) {
     constexpr std::uintmax_t BYTES = 32768 * 4;
 
     ASSERT_TRUE(orlo::sonrel::SetAudioBufferMilliseconds(341));
@@ -149,7 +149,7 @@ TEST_F(AudioBufferSetting, AnEngineWithTheLongestBufferOpensAgain) {
     EXPECT_NE(engine->CreateMasteringVoice(2, 22050), nullptr);
 }
 
-TEST_F(AudioBufferSetting, TakesFiveTo500MillisecondsAndZeroForTheDefault) {
+TEST_F(AudioBufferSetting, Accepts5To500MillisecondsAndZeroForTheDefault) {
     for (const int taken : {0, 5, 500}) {
         EXPECT_TRUE(orlo::sonrel::SetAudioBufferMilliseconds(taken)) << taken;
     }

@@ -36,7 +36,7 @@ public:
     void OnBufferEnd(void* context) override {
         auto& buffer = *static_cast<StormBuffer*>(context);
         buffer.samples.reset();
-        // The last touch: the test may be waiting for it.
+        // The last access: the test may be waiting for it.
         if (++buffer.ends != 1) ++faults_;
     }
     void OnStreamEnd() override {
@@ -112,7 +112,7 @@ private:
 
 class VoiceStorm : public testing::TestWithParam<VirtualOutput::Clock> {};
 
-TEST_P(VoiceStorm, EveryBufferEndsOnceWhateverTheCommandsAre) {
+TEST_P(VoiceStorm, EveryBufferEndsOnceUnderAnyCommands) {
     const auto output = std::make_shared<VirtualOutput>(GetParam());
     StormListener listener;
     const OpenDevice open([&] { return output; }, RATE, listener);

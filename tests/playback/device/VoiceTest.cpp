@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The voice frame by frame, on an output that moves only when it is told to.
+// The voice frame by frame, on a stepped output.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -32,7 +32,7 @@ protected:
     OpenDevice open_{[this] { return device_; }, RATE, listener_};
 };
 
-TEST_F(VoiceTest, AQueueThatWasNotStartedGivesNothing) {
+TEST_F(VoiceTest, AVoiceThatWasNotStartedGivesNothing) {
     Queue(a_, "A");
 
     EXPECT_EQ(output_->Advance(30), 0);
@@ -79,7 +79,7 @@ TEST_F(VoiceTest, TheEndOfAStreamFollowsTheEndOfItsBuffer) {
                 ElementsAre("start A", "end A", "stream end", "start B", "end B"));
 }
 
-TEST_F(VoiceTest, TheCountHoldsTheSoundingBufferAndIsLoweredBeforeItsEndIsTold) {
+TEST_F(VoiceTest, TheCountIncludesTheSoundingBufferAndIsLoweredBeforeItsEndIsReported) {
     Queue(a_, "A");
     Queue(b_, "B");
     unsigned int countAtEnd = 99;
@@ -95,7 +95,7 @@ TEST_F(VoiceTest, TheCountHoldsTheSoundingBufferAndIsLoweredBeforeItsEndIsTold) 
     EXPECT_EQ(countAtEnd, 1u);
 }
 
-TEST_F(VoiceTest, AStoppedVoiceKeepsItsQueueAndGoesOnWhereItStopped) {
+TEST_F(VoiceTest, AStoppedVoiceKeepsItsQueueAndContinuesWhereItStopped) {
     Queue(a_, "A");
     Voice().Start();
     output_->Advance(4);
@@ -110,7 +110,7 @@ TEST_F(VoiceTest, AStoppedVoiceKeepsItsQueueAndGoesOnWhereItStopped) {
     EXPECT_THAT(listener_.Heard(), ElementsAre("start A", "end A"));
 }
 
-TEST_F(VoiceTest, AFlushSparesWhatSoundsAndTellsTheDroppedEndsFirst) {
+TEST_F(VoiceTest, AFlushSparesTheSoundingBufferAndReportsTheDroppedEndsFirst) {
     Queue(a_, "A");
     Queue(b_, "B");
     Queue(c_, "C", true);
@@ -158,7 +158,7 @@ TEST_F(VoiceTest, ADroppedEndOfAStreamEndsNone) {
     EXPECT_THAT(listener_.Heard(), ElementsAre("end A"));
 }
 
-TEST_F(VoiceTest, WhatIsQueuedBehindAFlushFollowsTheSparedBuffer) {
+TEST_F(VoiceTest, ABufferQueuedAfterAFlushFollowsTheSparedBuffer) {
     Queue(a_, "A");
     Queue(b_, "B");
     Voice().Start();
@@ -174,7 +174,7 @@ TEST_F(VoiceTest, WhatIsQueuedBehindAFlushFollowsTheSparedBuffer) {
     EXPECT_THAT(listener_.Heard(), ElementsAre("start A", "end B", "end A", "start C", "end C"));
 }
 
-TEST_F(VoiceTest, DroppedBuffersCountUntilTheirEndIsTold) {
+TEST_F(VoiceTest, DroppedBuffersCountUntilTheirEndIsReported) {
     Queue(a_, "A");
     Queue(b_, "B");
     std::vector<unsigned int> counts;
@@ -189,7 +189,7 @@ TEST_F(VoiceTest, DroppedBuffersCountUntilTheirEndIsTold) {
     EXPECT_THAT(counts, ElementsAre(1u, 0u));
 }
 
-TEST_F(VoiceTest, TheEndsOfAFlushComeAlsoWhenTheDeviceHasStoppedCallingBack) {
+TEST_F(VoiceTest, TheEndsOfAFlushAreReportedWhenTheDeviceHasStoppedCallingBack) {
     Queue(a_, "A");
     Queue(b_, "B", true);
     Voice().Start();
@@ -204,7 +204,7 @@ TEST_F(VoiceTest, TheEndsOfAFlushComeAlsoWhenTheDeviceHasStoppedCallingBack) {
     EXPECT_EQ(Voice().GetState().buffersQueued, 0u);
 }
 
-TEST_F(VoiceTest, TheMemoryOfADroppedBufferIsFreeOnceTheFlushHasReturned) {
+TEST_F(VoiceTest, TheMemoryOfADroppedBufferIsUnusedAfterTheFlushHasReturned) {
     auto samples = std::make_unique<std::vector<short>>(Counting(5000, 1000));
     Queue(*samples, "A");
     Voice().Start();
@@ -218,7 +218,7 @@ TEST_F(VoiceTest, TheMemoryOfADroppedBufferIsFreeOnceTheFlushHasReturned) {
     EXPECT_EQ(output_->Advance(997), 0);
 }
 
-TEST_F(VoiceTest, ABufferWithoutAContextIsToldWithoutOne) {
+TEST_F(VoiceTest, ABufferWithoutAContextIsReportedWithANullContext) {
     device::SourceBuffer buffer = BufferOf(a_, nullptr, true);
     Voice().SubmitSourceBuffer(buffer);
     Voice().Start();
@@ -283,7 +283,7 @@ TEST_F(VoiceTest, PlacesInTheQueueAreUsedAgainInOrder) {
     EXPECT_EQ(output_->Samples(), expected);
 }
 
-TEST_F(VoiceTest, ACallbackThatIsStillRunningHoldsNoCommandUp) {
+TEST_F(VoiceTest, ARunningCallbackDelaysNoCommand) {
     std::atomic<bool> release = false;
     listener_.onEvent = [&](const std::string& event) {
         while (event == "stream end" && !release) std::this_thread::yield();
@@ -324,7 +324,7 @@ TEST_F(VoiceTest, EveryCommandWorksFromInsideTheStreamEnd) {
     EXPECT_EQ(rounds, 3);
 }
 
-TEST_F(VoiceTest, AFlushFromInsideACallbackHasItsEndsToldWhileTheCallbackWaits) {
+TEST_F(VoiceTest, AFlushFromInsideACallbackReportsItsEndsWhileTheCallbackWaits) {
     bool came = false;
     listener_.onEvent = [&](const std::string& event) {
         if (event != "stream end") return;
@@ -341,7 +341,7 @@ TEST_F(VoiceTest, AFlushFromInsideACallbackHasItsEndsToldWhileTheCallbackWaits) 
     EXPECT_TRUE(came);
 }
 
-TEST_F(VoiceTest, AVoiceThatPlaysEndsWithoutAWord) {
+TEST_F(VoiceTest, APlayingVoiceEndsWithoutReports) {
     Queue(a_, "A", true);
     Queue(b_, "B", true);
     Voice().Start();
@@ -374,7 +374,7 @@ TEST_F(VoiceTest, TheEndOfAVoiceWaitsForTheCallbackUnderWay) {
     stepper.join();
 }
 
-TEST_F(VoiceTest, VoicesCanBeEndedAndMadeAnewFromInsideACallback) {
+TEST_F(VoiceTest, VoicesCanBeReplacedFromInsideACallback) {
     listener_.onEvent = [&](const std::string& event) {
         if (event != "stream end") return;
         listener_.onEvent = nullptr;
@@ -413,7 +413,7 @@ TEST_F(VoiceTest, AnOpenOutputHasOneSourceVoiceAtATime) {
     EXPECT_THAT(listener_.Heard(), IsEmpty());
 }
 
-TEST_F(VoiceTest, AFormatThatTheOutputDoesNotHaveGivesNoVoice) {
+TEST_F(VoiceTest, AFormatThatDiffersFromTheOutputMakesNoVoice) {
     open_.voice.reset();
 
     EXPECT_EQ(open_.engine->CreateSourceVoice(*open_.mastering, {2, 44100, 16}, listener_),
@@ -423,7 +423,7 @@ TEST_F(VoiceTest, AFormatThatTheOutputDoesNotHaveGivesNoVoice) {
     EXPECT_NE(open_.engine->CreateSourceVoice(*open_.mastering, {2, RATE, 16}, listener_), nullptr);
 }
 
-TEST(DeviceEngine, AnOutputThatRefusesGivesNoMasteringVoice) {
+TEST(DeviceEngine, AnOutputThatRefusesMakesNoMasteringVoice) {
     const auto output = std::make_shared<StallingOutput>(
         std::make_shared<VirtualOutput>(VirtualOutput::Clock::Stepped));
     output->RefuseToOpen(true);

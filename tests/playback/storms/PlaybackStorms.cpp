@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Storms on a playback engine, as many as asked for, two at a time.
+// Storms on a playback engine, two at a time.
 //
 //   playback_storms [--seed N] [--commands N] [--limit MS]
-//       storms of all profiles, until so many commands were given; prints the figures
+//       storms of all profiles, until this number of commands; prints the figures
 //   playback_storms --profile P --seed N [--commands N] [--print]
 //       one storm, or only its script
 //   playback_storms --script FILE
@@ -74,7 +74,7 @@ double Milliseconds(std::chrono::microseconds time) {
     return static_cast<double>(time.count()) / 1000.0;
 }
 
-/// The storms of a run, and the sum of what they have come to.
+/// The storms of a run, and the sum of their figures.
 class Storms {
 public:
     Storms(unsigned int seed, long long commands, std::chrono::milliseconds limit)

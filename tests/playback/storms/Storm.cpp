@@ -126,7 +126,7 @@ void Storm::SetUp(const Numbers& numbers) {
         case 4:
             GiveSetUp([&] { return Playback().Initialize(project, scene_.RefusedRate()); },
                       Err::UnsupportedSampleRate);
-            // A run goes on without a target.
+            // A run continues without a target.
             lastSetUp_ = Err::UnsupportedSampleRate;
             isSetUp_ = false;
             return;
@@ -233,7 +233,7 @@ void Storm::Flush(const Numbers&) {
     if (!certainlyPlays) allowed.insert(Err::NotPlaying);
     if (isSetUp_ && mayPlay_) allowed.insert({Err::NoError, Err::FlushFailed});
     Expect(result, allowed);
-    // The run goes on from the beginning of the target, which in reverse is its end.
+    // The run continues from the beginning of the target, which in reverse is its end.
     if (result == Err::NoError) isHeldBack_ = false;
 }
 

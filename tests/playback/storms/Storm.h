@@ -28,7 +28,7 @@ struct StormTimes {
     std::chrono::microseconds any{0};
 };
 
-/// What a storm has come to.
+/// The figures of a storm.
 struct StormOutcome {
     long long commands = 0;
     long long framesTaken = 0;
@@ -39,8 +39,8 @@ struct StormOutcome {
     std::vector<std::string> faults;  ///< the first ones
 };
 
-/// Gives the commands of a script to a playback engine and checks each result against what the
-/// command may return in the state that it meets.
+/// Gives the commands of a script to a playback engine and checks each result against the results
+/// that the current state allows.
 ///
 /// Several storms may run at the same time, each on its own thread.
 class Storm {
@@ -83,7 +83,7 @@ private:
     sonrel::AudioMixer& Mixer() { return *engine_->Mixer(); }
 
     /// Runs a command. Checks its time, and that it throws exactly what its observers throw.
-    /// @return its result; nothing when it has thrown
+    /// @return its result; empty when it has thrown
     std::optional<Err> Give(const Command& command, std::chrono::microseconds& longest);
     std::optional<Err> Give(const Command& command) { return Give(command, longest_.any); }
     void Expect(std::optional<Err> result, const std::set<Err>& allowed);
@@ -98,7 +98,7 @@ private:
 
     long long SampleOf(int frame);
     bool IsInside(long long sample);
-    /// What a play command returns that gets to the start of its voice.
+    /// The result of a play command that reaches the start of its voice.
     Err ResultOfStart(long long sample, int refusedBefore);
     /// Whether a run is under way for sure: the device has taken nothing of it.
     bool CertainlyPlays() const;
@@ -113,7 +113,7 @@ private:
     std::unique_ptr<StormPoller> poller_;
     StormTimes longest_;
 
-    // What is known about the engine.
+    // The expected state of the engine.
     bool isSetUp_ = false;
     bool hasVoice_ = false;
     bool onTemporary_ = false;  ///< the target is the temporary sequence

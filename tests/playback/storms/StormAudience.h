@@ -14,21 +14,21 @@
 
 namespace sonrel_tests {
 
-/// What the observers and completion callbacks of a storm throw.
+/// The exception of the observers and completion callbacks of a storm.
 class StormError : public std::runtime_error {
 public:
     StormError() : std::runtime_error("thrown by a storm") {}
 };
 
-/// The observers and completion callbacks of a storm: quiet, slow and throwing ones. They report a
-/// call that comes after the end of its run, or once too often.
+/// The observers and completion callbacks of a storm: quiet, slow and throwing. They report a call
+/// after the end of its run, and a repeated call.
 ///
-/// Threads: the callbacks on any thread, everything else on that of the commands.
+/// Threads: the callbacks on any thread, everything else on the command thread.
 class StormAudience {
 public:
     explicit StormAudience(StormFaults& faults);
 
-    static constexpr int OBSERVERS = 4;  ///< two quiet ones, one that sleeps, one that throws
+    static constexpr int OBSERVERS = 4;  ///< two quiet, one sleeping, one throwing
     orlo::sonrel::AbstractAudioMeterObserver* Observer(int number);
 
     /// A callback for the next run. @param kind  0 none, 1 quiet, 2 sleeps, 3 throws

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a storm knows about the engine, and what each command may return.
+// The expected state of the engine, and the results that each command may return.
 #include <algorithm>
 #include <chrono>
 #include <mutex>
@@ -72,7 +72,7 @@ void Storm::GivePlay(long long sample, int settings, const Command& command) {
 
     const auto result = Give(command);
 
-    // A run whose target is gone goes on.
+    // A run whose target was deleted continues.
     if (!isSetUp_) return Expect(result, {Err::NotInitialized});
     Expect(result, {ResultOfStart(sample, refused)});
     NoteRun(sample, result, starts);

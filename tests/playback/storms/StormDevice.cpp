@@ -16,7 +16,7 @@ constexpr std::chrono::microseconds SLOW_PULL{500};
 
 }  // namespace
 
-/// What the output pulls from, at the pace of the device.
+/// The source of the output, at the pace of the device.
 class StormSource : public AudioOutputSource {
 public:
     StormSource(std::shared_ptr<AudioOutputSource> source, const StormDevice& device)
@@ -52,7 +52,7 @@ private:
     const StormDevice& device_;
 };
 
-/// Passes the callbacks on.
+/// Forwards the callbacks.
 class StormEvents : public device::VoiceEvents {
 public:
     StormEvents(device::VoiceEvents& events, const StormDevice& device)

@@ -24,12 +24,12 @@ public:
         Fast,             ///< as fast as the voice has something to play
         Slow,             ///< a pause before each pull
         Lost,             ///< no callback at all
-        LostButFlushing,  ///< takes no samples, but reports what a flush has dropped
+        LostButFlushing,  ///< takes no samples, but reports dropped buffers
     };
     enum class Call { Start, Submit, CreateSourceVoice, CreateMasteringVoice };
     static constexpr std::size_t CALLS = 4;
 
-    /// @param fault  receives what the device sees to be wrong, on any thread
+    /// @param fault  receives the faults that the device finds, on any thread
     explicit StormDevice(std::function<void(const char*)> fault);
 
     /// The device engine that plays on this device. The device outlives it.
@@ -42,7 +42,7 @@ public:
     /// Refuses @p count calls after the next @p passed calls.
     void Refuse(Call call, int passed, int count);
     void RefuseNothing();
-    /// Calls since the device was made, and those of them that were refused.
+    /// Calls since the device was made, and the refused ones.
     int Made(Call call) const { return made_[Index(call)]; }
     int Refused(Call call) const { return refused_[Index(call)]; }
     int RefusedCalls() const;
@@ -60,7 +60,7 @@ private:
     static std::size_t Index(Call call) { return static_cast<std::size_t>(call); }
     /// Counts a call. @return whether it is refused
     bool IsRefused(Call call);
-    /// Reports a callback that comes on the thread of the commands.
+    /// Reports a callback on the command thread.
     void CheckThread() const;
 
     const std::thread::id commandThread_ = std::this_thread::get_id();

@@ -8,7 +8,7 @@
 
 namespace sonrel_tests {
 
-/// What a storm has seen to be wrong, each with the command during which it was seen.
+/// The faults that a storm has found, each with the command during which it was found.
 ///
 /// Threads: any.
 class StormFaults {

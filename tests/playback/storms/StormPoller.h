@@ -13,8 +13,8 @@
 
 namespace sonrel_tests {
 
-/// Asks an engine for frame, levels and state on its own thread, as the display of a host does.
-/// While somebody holds SetUpMutex it asks nothing.
+/// Polls frame, levels and state of an engine on a separate thread, like the display of a host.
+/// Does not poll while SetUpMutex is held.
 class StormPoller {
 public:
     StormPoller(const orlo::sonrel::Sonrel& engine, StormFaults& faults)

@@ -12,7 +12,7 @@
 
 namespace sonrel_tests {
 
-/// Takes a while and changes nothing.
+/// An effect that takes time and changes nothing.
 class SleepingEffect : public project::AbstractPluginAudio {
 public:
     std::atomic<int> milliseconds = 0;

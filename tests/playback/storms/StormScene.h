@@ -13,7 +13,7 @@ namespace sonrel = orlo::sonrel;
 
 class SleepingEffect;
 
-/// What a storm plays: a sequence of two tracks, a composition, media, and targets that fail.
+/// The targets of a storm: a sequence of two tracks, a composition, media, and targets that fail.
 ///
 /// Threads: the thread of the commands.
 class StormScene {
@@ -28,11 +28,11 @@ public:
     const std::shared_ptr<project::EditorSequence>& Sequence() const { return builder_.Sequence(); }
     const std::shared_ptr<project::CompositionAsset>& Composition() const { return composition_; }
     const std::shared_ptr<project::MediaAsset>& Media() const { return media_; }
-    /// Neither sound nor picture.
+    /// A media asset with neither sound nor picture.
     const std::shared_ptr<project::MediaAsset>& EmptyMedia() const { return emptyMedia_; }
-    /// A sampling rate that playback refuses.
+    /// A target with a sample rate that playback refuses.
     const std::shared_ptr<project::CompositionAsset>& RefusedRate() const { return refusedRate_; }
-    /// A new sequence that nobody else holds.
+    /// A new sequence without another owner.
     static std::shared_ptr<project::EditorSequence> TemporarySequence();
 
     /// Only while nothing plays.
