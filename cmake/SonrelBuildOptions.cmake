@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-# What every target of ours is compiled with. The output of the engine is defined to the bit, so
-# contraction of multiply and add is off everywhere, whatever the processor that is built for.
+# The compiler options of all our targets. The output of the engine is defined to the bit: contraction of
+# multiply and add is off for every processor.
 add_library(SonrelBuildOptions INTERFACE)
 target_compile_features(SonrelBuildOptions INTERFACE cxx_std_20)
 target_compile_options(SonrelBuildOptions INTERFACE
@@ -12,7 +12,7 @@ target_compile_definitions(SonrelBuildOptions INTERFACE QT_NO_KEYWORDS)
 target_link_options(SonrelBuildOptions INTERFACE
     $<$<NOT:$<BOOL:$<TARGET_PROPERTY:SONREL_ALLOW_UNDEFINED>>>:-Wl,-z,defs>)
 
-# Position-independent code with hidden symbols, as every object of a shared library needs it.
+# Position-independent code with hidden symbols, for the objects of shared libraries.
 function(sonrel_library_properties)
     set_target_properties(${ARGV} PROPERTIES
         POSITION_INDEPENDENT_CODE ON
@@ -29,7 +29,7 @@ function(sonrel_object_library name)
     sonrel_library_properties(${name})
 endfunction()
 
-# A shared library that is nothing but the given objects.
+# A shared library that is made of object libraries only.
 function(sonrel_shared_library name output)
     add_library(${name} SHARED)
     add_library(Sonrel::${output} ALIAS ${name})

@@ -19,14 +19,14 @@ set(library_package libsonrel${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
-# The program and the engine are linked to libraries that no package holds yet.
+# The program and the engine link libraries of this build, which no installed package contains yet.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
     ${PROJECT_BINARY_DIR}/sonrel
     ${PROJECT_BINARY_DIR}/sonrel/plugins/pack)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${library_package})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-# Loaded at run time, when playback is set up: no linker knows of it.
+# Loaded at run time, when playback is set up: not a dependency of the linker.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libsdl2-2.0-0")
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION
     "${PROJECT_DESCRIPTION} (shared libraries)\n Mixes timelines of recordings to 16-bit stereo.")

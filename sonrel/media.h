@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-/// Everything that the engine calls of the media library.
+/// All operations of the media library that the engine calls.
 #include "sonrel/base/ZRMediaTypes.h"
 #include "sonrel/media/OpenMediaFile.h"
 #include "sonrel/media/ZRAbstractAudioStream.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-/// Everything that the engine calls of the project library.
+/// All operations of the project library that the engine calls.
 #include "sonrel/base/ListChangeObserver.h"
 #include "sonrel/conformed/ConformedAudioFile.h"
 #include "sonrel/database/MediaDB.h"

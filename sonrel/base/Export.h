@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-/// Marks what a shared library of ours shows to its users; everything else stays hidden.
+/// Marks the names that a shared library of ours exports. All other names are hidden.
 #define SONREL_EXPORT __attribute__((visibility("default")))
 
 #if defined(__FAST_MATH__)

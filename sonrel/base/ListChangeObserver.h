@@ -11,27 +11,27 @@
 
 namespace orlo::project {
 
-/// What an observed list does on a change beside changing.
+/// The action of an observed list on a change.
 namespace ResponseDelegate {
 struct None {};
 /// Counts the changes.
 struct RecordChanges {};
 }  // namespace ResponseDelegate
 
-/// A list of a project's parts. Its owner may look at each item before it enters, and hears of
-/// each that leaves.
+/// A list of parts of a project. The owner of the list may check each item before it is added, and is
+/// notified of each item that was removed.
 ///
-/// Not safe for concurrent change: edit while nothing mixes.
+/// Not safe for concurrent changes: edit while nothing mixes.
 template <class T, class D>
 class ListChangeObserver {
 public:
     using Items = zrtl::ZRList<T, zrtl::ZRListItemDelegate::Null>;
 
     ListChangeObserver() = default;
-    /// A copy has the items and their history; its own owner is still to be set.
+    /// Copies the items and the number of changes. The copy has no owner yet.
     ListChangeObserver(const ListChangeObserver& source)
         : items_(source.items_), changeCount_(source.changeCount_) {}
-    /// Not assignable: items enter one by one, past the owner.
+    /// Not assignable: items are added one by one, and the owner checks each.
     ListChangeObserver& operator=(const ListChangeObserver&) = delete;
 
     std::size_t size() const { return items_.size(); }
@@ -40,12 +40,12 @@ public:
     typename Items::const_iterator end() const { return items_.end(); }
     const T& operator[](std::size_t index) const { return items_[index]; }
 
-    /// Walks from the first item to the last. The visitor may take items out.
+    /// Visits the items from the first to the last. The visitor may remove items.
     void ForEach(const std::function<void(T)>& visit) const {
         for (std::size_t i = 0; i < items_.size(); ++i) visit(items_[i]);
     }
 
-    /// Walks from the last item to the first. The visitor may take items out.
+    /// Visits the items from the last to the first. The visitor may remove items.
     void ForEachReverse(const std::function<void(T)>& visit) const {
         for (std::size_t i = items_.size(); i > 0; --i) {
             if (i <= items_.size()) visit(items_[i - 1]);
@@ -55,7 +55,7 @@ public:
     /// Appends an item. @throws std::invalid_argument when the owner refuses it
     void Add(T item) { Insert(items_.size(), std::move(item)); }
 
-    /// Puts an item in front of the one at @p index.
+    /// Inserts an item before the item at @p index.
     /// @throws std::invalid_argument when the owner refuses it
     /// @throws std::out_of_range when @p index is above size()
     void Insert(std::size_t index, T item) {
@@ -70,7 +70,7 @@ public:
         ++changeCount_;
     }
 
-    /// Takes out the first item that equals @p item. @return whether there was one
+    /// Removes the first item that equals @p item. @return whether there was such an item
     bool Remove(const T& item) {
         for (auto at = items_.begin(); at != items_.end(); ++at) {
             if (!(*at == item)) continue;
@@ -83,8 +83,8 @@ public:
         return false;
     }
 
-    /// Moves the item at @p from so that it stands at @p to.
-    /// @throws std::out_of_range when one of them is not below size()
+    /// Moves the item at @p from to the index @p to.
+    /// @throws std::out_of_range when either index is not below size()
     void Move(std::size_t from, std::size_t to) {
         if (from >= items_.size() || to >= items_.size()) {
             throw std::out_of_range("no such place in the list");
@@ -102,13 +102,13 @@ public:
         for (const T& item : removed) release_(item);
     }
 
-    /// Edits so far.
+    /// The number of changes so far.
     unsigned long long ChangeCount() const { return changeCount_; }
 
-    /// Sets what the owner asks of an item before it enters: the function throws to refuse it.
+    /// Sets the check of an item before it is added: the function throws to refuse the item.
     void SetAdmission(std::function<void(const T&)> admit) { admit_ = std::move(admit); }
 
-    /// Sets what the owner does with an item that has left; the function does not throw.
+    /// Sets the notification of an item that was removed. The function does not throw.
     void SetRelease(std::function<void(const T&)> release) { release_ = std::move(release); }
 
 private:

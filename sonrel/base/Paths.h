@@ -5,15 +5,15 @@
 #include <string>
 #include <string_view>
 
-/// Paths are wide strings at every interface and hold one Unicode code point in each character.
-/// The file system takes UTF-8. These two functions are the only way between the two forms; they
-/// depend on no locale and need no application object.
+/// Paths are wide strings at every interface, with one Unicode code point in each character. The file
+/// system uses UTF-8. These two functions are the only conversion between the two forms. They depend
+/// on no locale and need no application object.
 namespace zrtl {
 
-/// Turns a wide path into the UTF-8 bytes that name the file.
+/// Converts a wide path to the UTF-8 bytes of the file name.
 ///
-/// A lone surrogate or a value beyond U+10FFFF becomes U+FFFD: such a path names no file that
-/// FromUtf8 could have given.
+/// A lone surrogate or a value above U+10FFFF becomes U+FFFD: no result of FromUtf8 contains such a
+/// value.
 inline std::string ToUtf8(std::wstring_view path) {
     std::string bytes;
     bytes.reserve(path.size());
@@ -39,9 +39,9 @@ inline std::string ToUtf8(std::wstring_view path) {
     return bytes;
 }
 
-/// Turns the bytes of a path into a wide path.
+/// Converts the bytes of a path to a wide path.
 /// @throws std::invalid_argument when the bytes are not valid UTF-8 (overlong forms, surrogates and
-///         values beyond U+10FFFF included)
+///         values above U+10FFFF included)
 inline std::wstring FromUtf8(std::string_view bytes) {
     std::wstring path;
     path.reserve(bytes.size());

@@ -6,11 +6,11 @@
 
 #include "sonrel/base/Numbers.h"
 
-/// The arithmetic between seconds, frames, milliseconds and sample positions.
+/// Conversions between seconds, frames, milliseconds and sample positions.
 ///
-/// Every function computes in double precision in exactly the order that it shows. The order is
-/// part of the result: 29 frames at 25 frames a second and 48000 Hz are 55679 samples one way and
-/// 55680 the other, and a caller picks the function that its own rule names.
+/// Every function computes in double precision, in exactly the order of its formula. The order is part
+/// of the result: 29 frames at 25 frames a second and 48000 Hz are 55679 samples in one order and
+/// 55680 in the other. A caller uses the function with the formula of its rule.
 namespace zrtl {
 
 /// Rounds to the nearest whole number, halves away from zero. Not std::round, which differs for
@@ -30,7 +30,7 @@ inline std::int64_t TotalSamples(int frameCount, int rate, double frameRate) {
     return TruncToInt64(std::floor(frameCount * (rate / frameRate)));
 }
 
-/// The frame that a sample position rounds to: RoundHalfAway(position / rate * frameRate).
+/// The frame nearest to a sample position: RoundHalfAway(position / rate * frameRate).
 inline int FrameAtSample(std::int64_t position, int rate, double frameRate) {
     return TruncToInt32(RoundHalfAway(static_cast<double>(position) / rate * frameRate));
 }
@@ -40,9 +40,9 @@ inline std::int64_t ObjectStartSample(int frame, int rate, double frameRate) {
     return TruncToInt64(RoundHalfAway((frame / frameRate) * rate));
 }
 
-/// The sample of a source at which an instance's content begins: (frame / frameRate) * rate, cut
-/// toward zero. Cut and not rounded, so that it can lie one sample before the object start of the
-/// same frame number.
+/// The sample of a source at which the content of an instance begins: (frame / frameRate) * rate,
+/// truncated toward zero. Truncated and not rounded: it can be one sample before ObjectStartSample of
+/// the same frame number.
 inline std::int64_t InPointSample(int frame, int rate, double frameRate) {
     return TruncToInt64((frame / frameRate) * rate);
 }
@@ -53,7 +53,7 @@ inline std::int64_t FrameToSample(double frame, int rate, double frameRate) {
     return TruncToInt64(RoundHalfAway(frame * (rate / frameRate)));
 }
 
-/// Seconds to whole milliseconds: RoundHalfAway(seconds * 1000).
+/// Seconds to milliseconds: RoundHalfAway(seconds * 1000).
 inline int SecondsToMs(double seconds) {
     return TruncToInt32(RoundHalfAway(seconds * 1000.0));
 }

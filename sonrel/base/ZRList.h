@@ -7,12 +7,12 @@
 
 namespace zrtl {
 
-/// What a ZRList does beside holding its items.
+/// The extra behaviour of a ZRList.
 namespace ZRListItemDelegate {
-/// Nothing: the list is a plain array.
+/// None: the list is a plain array.
 struct Null {};
-/// For lists of shared pointers to things with an identity. Our list finds by walking, so the
-/// delegate has nothing to keep.
+/// For lists of shared pointers to objects with an identity. Our list has no cache of identities:
+/// a search visits the items.
 struct SharedPtrIDCache {};
 }  // namespace ZRListItemDelegate
 

@@ -15,9 +15,9 @@ namespace {
 
 constexpr std::uint16_t PCM_TAG = 1;
 constexpr std::uint16_t EXTENSIBLE_TAG = 0xFFFE;
-/// In an RF64 file: the length stands in the "ds64" chunk.
+/// In an RF64 file: the length is in the "ds64" chunk.
 constexpr std::uint32_t LENGTH_ELSEWHERE = 0xFFFFFFFF;
-/// Far more than any writer leaves; a crafted file cannot make Open walk for long.
+/// Far more than any writer makes. Limits the time of Open for a crafted file.
 constexpr int MAX_CHUNKS = 64;
 constexpr long long BYTES_PER_FRAME = 4;
 
@@ -37,11 +37,11 @@ bool HasName(const unsigned char* bytes, const char* name) {
     return std::memcmp(bytes, name, 4) == 0;
 }
 
-/// Reads the head of a file. Our own files have all of it in their first bytes, which one system
-/// call brings: a mix of more tracks than there are open files reopens one for each block.
-class HeadReader {
+/// Reads the header of a file. Our files have the whole header in their first bytes, which one system
+/// call reads: a mix of more tracks than open files reopens one file for each block.
+class HeaderReader {
 public:
-    explicit HeadReader(int descriptor) : descriptor_(descriptor) {
+    explicit HeaderReader(int descriptor) : descriptor_(descriptor) {
         const ssize_t got =
             files::Uninterrupted([&] { return pread(descriptor, first_, sizeof(first_), 0); });
         if (got > 0) firstSize_ = got;
@@ -59,8 +59,8 @@ private:
     long long firstSize_ = 0;
 };
 
-/// The rate of a format chunk; 0 when it is not stereo, 16-bit PCM.
-int RateOfFormat(const HeadReader& file, long long offset, std::uint64_t size) {
+/// The rate of a format chunk; 0 if it is not stereo PCM of 16 bits.
+int RateOfFormat(const HeaderReader& file, long long offset, std::uint64_t size) {
     unsigned char format[26] = {};
     if (size < 16) return 0;
     const bool extended = size >= sizeof(format);
@@ -76,29 +76,29 @@ int RateOfFormat(const HeadReader& file, long long offset, std::uint64_t size) {
     return static_cast<int>(rate);
 }
 
-/// What the head of the file says of its lengths.
-struct Head {
+/// The lengths in the header of a file.
+struct HeaderLengths {
     bool isLong = false;  ///< RF64
     std::uint64_t fileLength = 0;
     std::uint64_t dataLength = 0;  ///< of an RF64 file
     long long firstChunk = 12;
 };
 
-std::optional<Head> ReadHead(const HeadReader& file) {
+std::optional<HeaderLengths> ReadHeaderLengths(const HeaderReader& file) {
     unsigned char bytes[12];
     if (!file.Read(bytes, sizeof(bytes), 0) || !HasName(bytes + 8, "WAVE")) return {};
-    Head head;
-    head.fileLength = DoubleWord(bytes + 4) + std::uint64_t{8};
-    if (HasName(bytes, "RIFF")) return head;
+    HeaderLengths header;
+    header.fileLength = DoubleWord(bytes + 4) + std::uint64_t{8};
+    if (HasName(bytes, "RIFF")) return header;
     if (!HasName(bytes, "RF64")) return {};
 
     unsigned char lengths[8 + 16];
-    if (!file.Read(lengths, sizeof(lengths), head.firstChunk)) return {};
+    if (!file.Read(lengths, sizeof(lengths), header.firstChunk)) return {};
     if (!HasName(lengths, "ds64") || DoubleWord(lengths + 4) < 16) return {};
-    head.isLong = true;
-    head.dataLength = QuadWord(lengths + 16);
-    if (DoubleWord(bytes + 4) == LENGTH_ELSEWHERE) head.fileLength = QuadWord(lengths + 8) + 8;
-    return head;
+    header.isLong = true;
+    header.dataLength = QuadWord(lengths + 16);
+    if (DoubleWord(bytes + 4) == LENGTH_ELSEWHERE) header.fileLength = QuadWord(lengths + 8) + 8;
+    return header;
 }
 
 }  // namespace
@@ -117,19 +117,19 @@ bool ReadFullyAt(int descriptor, void* buffer, long long size, long long offset)
 }
 
 std::optional<ConformedFileLayout> ReadConformedFileLayout(int descriptor, long long fileSize) {
-    const HeadReader file(descriptor);
-    const std::optional<Head> head = ReadHead(file);
-    if (!head || head->fileLength != static_cast<std::uint64_t>(fileSize)) return {};
+    const HeaderReader file(descriptor);
+    const std::optional<HeaderLengths> header = ReadHeaderLengths(file);
+    if (!header || header->fileLength != static_cast<std::uint64_t>(fileSize)) return {};
 
     int rate = 0;
-    long long at = head->firstChunk;
+    long long at = header->firstChunk;
     for (int chunk = 0; chunk < MAX_CHUNKS && at + 8 <= fileSize; ++chunk) {
         unsigned char bytes[8];
         if (!file.Read(bytes, sizeof(bytes), at)) return {};
         at += 8;
         const bool isData = HasName(bytes, "data");
         std::uint64_t size = DoubleWord(bytes + 4);
-        if (isData && head->isLong && size == LENGTH_ELSEWHERE) size = head->dataLength;
+        if (isData && header->isLong && size == LENGTH_ELSEWHERE) size = header->dataLength;
         if (size > static_cast<std::uint64_t>(fileSize - at)) return {};
         if (isData) {
             if (rate == 0 || size % BYTES_PER_FRAME != 0) return {};

@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::int64_t BYTES_PER_FRAME = 4;
 constexpr std::int64_t RIFF_HEADER_BYTES = 44;
-/// The sizes in a RIFF header have 32 bits; the room left is for the header.
+/// The sizes in a RIFF header have 32 bits; the difference is for the header.
 constexpr std::int64_t MAX_RIFF_DATA = 0xFFFFFFFFLL - 4096;
 
 std::uint32_t LittleEndian32(const unsigned char* bytes) {
@@ -31,17 +31,17 @@ std::uint32_t LittleEndian32(const unsigned char* bytes) {
 ConformedFileWriter::~ConformedFileWriter() {
     if (sound_ != nullptr) sf_close(sound_);
     if (descriptor_ < 0) return;
-    // Closing has made a header that fits the samples so far, as if they were all.
+    // Closing wrote a header for the samples so far, as if the file were complete.
     files::Uninterrupted([this] { return ::ftruncate(descriptor_, 0); });
     files::Close(descriptor_);
 }
 
 ConformedFileWriter::Result ConformedFileWriter::Open(const std::string& path, int rate,
-                                                      std::int64_t largestFrames) {
+                                                      std::int64_t maxFrames) {
     descriptor_ = files::OpenNew(path);
     if (descriptor_ < 0) return errno == EEXIST ? Result::Exists : Result::Failed;
     path_ = path;
-    isLarge_ = largestFrames > MAX_RIFF_DATA / BYTES_PER_FRAME;
+    isLarge_ = maxFrames > MAX_RIFF_DATA / BYTES_PER_FRAME;
 
     SF_INFO info = {};
     info.samplerate = rate;
@@ -77,7 +77,7 @@ bool ConformedFileWriter::AddHeader() {
                              &checksum_);
 }
 
-/// The header is written at the very end, and libsndfile does not tell when that fails.
+/// The header is written last, and libsndfile does not report a failure.
 bool ConformedFileWriter::HeaderIsWhole() const {
     struct stat status = {};
     std::array<unsigned char, RIFF_HEADER_BYTES> header = {};
@@ -85,13 +85,13 @@ bool ConformedFileWriter::HeaderIsWhole() const {
     if (!ReadFullyAt(descriptor_, header.data(), RIFF_HEADER_BYTES, 0)) return false;
     const std::int64_t dataBytes = frames_ * BYTES_PER_FRAME;
     if (isLarge_) {
-        // The 64-bit length of the data stands behind the RIFF length in the "ds64" chunk.
-        const std::uint64_t told = LittleEndian32(header.data() + 28) |
-                                   static_cast<std::uint64_t>(LittleEndian32(header.data() + 32))
-                                       << 32;
+        // The 64-bit length of the data follows the RIFF length in the "ds64" chunk.
+        const std::uint64_t stored = LittleEndian32(header.data() + 28) |
+                                     static_cast<std::uint64_t>(LittleEndian32(header.data() + 32))
+                                         << 32;
         return std::memcmp(header.data(), "RF64", 4) == 0 &&
                std::memcmp(header.data() + 12, "ds64", 4) == 0 &&
-               told == static_cast<std::uint64_t>(dataBytes) && status.st_size > dataBytes;
+               stored == static_cast<std::uint64_t>(dataBytes) && status.st_size > dataBytes;
     }
     return std::memcmp(header.data(), "RIFF", 4) == 0 &&
            std::memcmp(header.data() + 36, "data", 4) == 0 &&

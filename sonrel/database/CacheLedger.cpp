@@ -20,14 +20,14 @@ std::unique_ptr<SqliteConnection> OpenAs(std::wstring const& path, Mode mode) {
     return connection;
 }
 
-/// Whether a write-ahead log holds changes that the database file itself does not have yet.
+/// Whether a write-ahead log contains changes that the database file does not contain yet.
 bool HasPendingLog(std::wstring const& path) {
     struct stat status = {};
     return stat((zrtl::ToUtf8(path) + "-wal").c_str(), &status) == 0 && status.st_size > 0;
 }
 
-/// A database in a folder that cannot be written has nowhere to put its locks. Nobody writes it
-/// then, and it is read without.
+/// A database in a read-only folder cannot have lock files. No program writes it then, and it is read
+/// without locks.
 std::unique_ptr<SqliteConnection> OpenToLook(std::wstring const& path) {
     try {
         return OpenAs(path, Mode::Existing);

@@ -23,25 +23,25 @@ struct CacheRecord {
     std::wstring mediaFingerprint;
     int streamIndex = 0;
     int sampleRate = 0;  ///< hertz; 0 for all but conformed files
-    /// The bare name in the cache folder; empty when the stored name is none.
+    /// The file name in the cache folder, without a path; empty when the stored name is not a file name.
     std::wstring cacheFilename;
     long long lastUseMs = 0;  ///< milliseconds since 1970, UTC
     /// Of the file when it was written; empty for files of other programs and of older versions.
     std::optional<std::uint64_t> checksum;
 };
 
-/// All that a media database remembers, for listings and for cleaning up by hand.
+/// The records of a media database, for listings and for manual cleaning.
 ///
-/// Looking at a database changes nothing in it, stamps nothing as used and makes no missing one. A
-/// database that can only be read is listed all the same, and so is a database of an older version.
+/// Listing changes no record and no time of last use, and creates no database. A read-only database and
+/// a database of an older version are listed too.
 ///
 /// Threads: one thread at a time on one object.
 ///
-/// Errors: every operation may throw `std::runtime_error` with the database's own words and the
-/// file's name, as MediaDB does.
+/// Errors: every operation may throw `std::runtime_error` with the message of the database and the name
+/// of the file, as MediaDB does.
 class SONREL_EXPORT CacheLedger {
 public:
-    /// @throws std::runtime_error when there is no database at the path, or its version is newer
+    /// @throws std::runtime_error when the path has no database, or its version is newer
     explicit CacheLedger(std::wstring const& databasePath);
     ~CacheLedger();
     CacheLedger(const CacheLedger&) = delete;
@@ -51,25 +51,25 @@ public:
     /// fingerprint, stream and rate.
     std::vector<CacheRecord> Records() const;
 
-    /// The records of one media path and kind, found by the key of the table: the cost does not
-    /// depend on how many other records there are.
+    /// The records of one media path and kind, found by the key of the table: the cost does not depend
+    /// on the number of other records.
     std::vector<CacheRecord> RecordsOf(CacheFileKind kind, std::wstring const& mediaPath) const;
 
-    /// Forgets a record of any kind, found by its key; leaves its file alone.
-    /// @return whether there was one
+    /// Removes a record of any kind, found by its key. Its file is not touched.
+    /// @return whether the record existed
     bool Remove(CacheRecord const& record);
 
 private:
     std::unique_ptr<CacheLedgerImpl> impl_;
 };
 
-/// Whether a conformed file is whole: its header is valid and fits its length, and its first and
-/// its last sample can be read.
-/// @param sampleRate  of the record, hertz; a file at another rate is not whole. 0 accepts any rate
+/// Whether a conformed file is complete: its header is valid and matches its length, and its first and
+/// last samples can be read.
+/// @param sampleRate  of the record, hertz; a file at another rate is not complete. 0 accepts any rate
 SONREL_EXPORT bool IsWholeConformedFile(std::wstring const& path, int sampleRate = 0);
 
 /// Reads a conformed file to its end and computes its checksum, as its writer did.
-/// @param proceed  called again and again; false stops the reading; may be empty
+/// @param proceed  called repeatedly; false stops the reading; may be empty
 /// @return empty when the file is not a conformed file, a part of it cannot be read or @p proceed
 ///         returned false
 SONREL_EXPORT std::optional<std::uint64_t> ConformedFileChecksum(

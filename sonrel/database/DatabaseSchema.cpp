@@ -54,11 +54,11 @@ ALTER TABLE conformed_file ADD COLUMN checksum INTEGER;
 ALTER TABLE peak_file ADD COLUMN checksum INTEGER;
 )sql"};
 
-/// What a file says of itself.
+/// The identification of a database file.
 struct Identity {
     long long applicationId = 0;
     long long version = 0;
-    long long schemaChanges = 0;  ///< 0: never had a table
+    long long schemaChanges = 0;  ///< 0: the file never had a table
 
     bool IsEmpty() const { return applicationId == 0 && version == 0 && schemaChanges == 0; }
 };
@@ -68,7 +68,7 @@ std::uint32_t BigEndian(const unsigned char* bytes) {
            static_cast<std::uint32_t>(bytes[2]) << 8 | bytes[3];
 }
 
-/// @throws DatabaseError when the file is another program's, or newer than @p latest
+/// @throws DatabaseError when the file belongs to another program, or is newer than @p latest
 void RefuseStrangers(const SqliteConnection& connection, const Identity& identity,
                      long long latest) {
     if (identity.IsEmpty()) return;
@@ -83,11 +83,11 @@ void RefuseStrangers(const SqliteConnection& connection, const Identity& identit
     if (identity.version < 1) connection.Fail("the file is damaged: it has no version");
 }
 
-/// What the first bytes of the file say, read past the database's locks, its write-ahead log and
-/// its journal, so that a file that is not ours is let go without any of these being made or
-/// applied. The file is read through the connection's own descriptor: closing another one of this
-/// process would drop the locks of every connection that the process has to the file.
-/// @throws DatabaseError when they are not those of a database
+/// Reads the identification from the first bytes of the file, without locks, write-ahead log and
+/// journal, so that none of these is created or applied for a file that is not ours. The file is read
+/// through the descriptor of the connection: closing a second descriptor would drop the locks of every
+/// connection of this process to the file.
+/// @throws DatabaseError when the bytes are not those of a database
 Identity ReadHeader(const SqliteConnection& connection) {
     sqlite3_file* file = nullptr;
     const int code =
@@ -97,7 +97,7 @@ Identity ReadHeader(const SqliteConnection& connection) {
     sqlite3_int64 size = 0;
     if (file->pMethods->xFileSize(file, &size) != SQLITE_OK) return {};
     const int read = file->pMethods->xRead(file, header, sizeof(header), 0);
-    // A file of one byte is told as empty too; only a zero byte may be written over.
+    // A file of one byte is reported as empty too. It may be overwritten only if the byte is 0.
     if (size == 0 && header[0] == 0) return {};
     if (read != SQLITE_OK && read != SQLITE_IOERR_SHORT_READ) connection.FailWith(read);
     if (std::memcmp(header, "SQLite format 3", 16) != 0) {
@@ -107,8 +107,8 @@ Identity ReadHeader(const SqliteConnection& connection) {
             BigEndian(header + 40)};
 }
 
-/// @throws DatabaseError when the first bytes are another program's or newer, twice in a row: once
-/// may be the moment in which another connection of ours writes them
+/// @throws DatabaseError when the first bytes belong to another program or are newer, twice in a row:
+/// a single time can be the moment in which another connection of ours writes them
 void RefuseStrangersByHeader(const SqliteConnection& connection, long long latest) {
     try {
         RefuseStrangers(connection, ReadHeader(connection), latest);
@@ -118,16 +118,16 @@ void RefuseStrangersByHeader(const SqliteConnection& connection, long long lates
     }
 }
 
-/// Run in a transaction, so that the three belong together.
+/// Runs in a transaction, so that the three values match.
 Identity ReadIdentity(SqliteConnection& connection) {
     return {connection.QueryNumber("PRAGMA application_id"),
             connection.QueryNumber("PRAGMA user_version"),
             connection.QueryNumber("PRAGMA schema_version")};
 }
 
-/// Switches to a write-ahead log, so that readers and a writer do not wait for each other. The
-/// switch needs the file alone, and the database library does not wait for that by itself. A file
-/// system that cannot have one keeps the rollback journal.
+/// Switches to a write-ahead log, so that readers and a writer do not wait for each other. The switch
+/// needs exclusive access, and the database library does not wait for it. On a file system without
+/// shared memory the rollback journal remains.
 void UseWriteAheadLog(SqliteConnection& connection) {
     const auto deadline =
         std::chrono::steady_clock::now() + std::chrono::milliseconds(DatabaseBusyTimeout());
@@ -146,7 +146,7 @@ void UseWriteAheadLog(SqliteConnection& connection) {
 MediaDB::DatabaseStatus RunSteps(SqliteConnection& connection, std::span<const char* const> steps) {
     const auto latest = static_cast<long long>(steps.size());
     SqliteTransaction transaction(connection);
-    // Another connection may have done the work while this one waited.
+    // Another connection may have done the work while this connection waited.
     const Identity identity = ReadIdentity(connection);
     RefuseStrangers(connection, identity, latest);
     if (identity.version == latest) return MediaDB::Ready;

@@ -31,7 +31,7 @@ struct MediaDBImpl {
 
 MediaDB::MediaDB(std::wstring const& databasePath, std::wstring const&, bool createAndMigrate)
     : impl_(std::make_unique<MediaDBImpl>(databasePath, createAndMigrate)) {
-    // The name of a new database becomes as durable as its content, where the folder allows it.
+    // The name of a new database becomes as durable as its content, if the folder can be synced.
     if (impl_->status == Created) files::SyncFolderOf(impl_->connection.Path());
 }
 

@@ -14,28 +14,28 @@ namespace orlo::project {
 
 struct MediaDBImpl;
 
-/// A connection to the media database, which remembers what cache files were made of which media.
+/// A connection to the media database, which records the cache files of media files.
 ///
-/// A record is found by its whole key: media path, media fingerprint, stream index and, for
-/// conformed files, sample rate; keys are compared case by case. Its value is the cache file's bare
-/// name. A stored name that is not a bare file name ("..", a name with a slash or a backslash, a
-/// name longer than 255 bytes) reads as empty, so that no record leads out of the cache folder. The
-/// name of a conformed file that does not end in ".xwmc", or of a peak file that does not end in
-/// ".xwpk", reads as empty too, so that no record leads to a file of another kind.
+/// A record is found by its whole key: media path, media fingerprint, stream index and, for conformed
+/// files, sample rate; keys are case-sensitive. Its value is the name of the cache file without a path.
+/// A stored name that is not a file name ("..", a name with a slash or a backslash, a name longer than
+/// 255 bytes) is read as empty, so that no record leads out of the cache folder. The name of a
+/// conformed file that does not end in ".xwmc", or of a peak file that does not end in ".xwpk", is
+/// read as empty too, so that no record leads to a file of another kind.
 ///
 /// Threads: one thread at a time on one connection. Any number of connections, in any number of
 /// processes, may be open on one database.
 ///
-/// Errors: every operation may throw `std::runtime_error` with the database's own words and the
-/// file's name, also when the database stays locked for longer than five seconds.
+/// Errors: every operation may throw `std::runtime_error` with the message of the database and the name
+/// of the file, also when the database is locked for longer than five seconds.
 class SONREL_EXPORT MediaDB {
 public:
-    /// What was found when the database was opened. Only 0 has a meaning to the engine.
+    /// The state of the database when it was opened. Only 0 has a meaning for the engine.
     enum DatabaseStatus : int {
-        None = 0,      ///< there is no usable database
+        None = 0,      ///< no usable database
         Ready = 1,     ///< an existing database was opened
-        Created = 2,   ///< the database was made
-        Migrated = 3,  ///< the database had an older schema and was brought up to date
+        Created = 2,   ///< the database was created
+        Migrated = 3,  ///< the database had an older schema and was upgraded
     };
 
     struct ConformedFile {
@@ -65,14 +65,14 @@ public:
     using VFRCacheFileList = ZRList<VFRCacheFile, ZRListItemDelegate::Null>;
 
     /// Opens the database.
-    /// @param databasePath      the database's file; its folder must exist
-    /// @param cacheFolderPath   not used: records hold bare names
-    /// @param createAndMigrate  true makes a missing database, brings an older schema up to date
-    ///                          and refuses a file that cannot be written; false opens an existing
-    ///                          database of the current schema only
-    /// @throws std::runtime_error when the database cannot be opened, is damaged, belongs to
-    ///         another program or has a newer schema; such a file is left as it is. Damage that
-    ///         does not show at once is reported by the operation that meets it
+    /// @param databasePath      the file of the database; its folder must exist
+    /// @param cacheFolderPath   not used: records contain names without a path
+    /// @param createAndMigrate  true creates a missing database, upgrades an older schema and refuses
+    ///                          a read-only file; false opens only an existing database of the
+    ///                          current schema
+    /// @throws std::runtime_error when the database cannot be opened, is damaged, belongs to another
+    ///         program or has a newer schema; such a file is not changed. Damage that is found later
+    ///         is reported by the operation that finds it
     MediaDB(std::wstring const& databasePath, std::wstring const& cacheFolderPath,
             bool createAndMigrate);
     ~MediaDB();
@@ -81,11 +81,11 @@ public:
 
     DatabaseStatus Status() const;
 
-    /// Joins a cache folder and a bare file name with one slash.
+    /// Joins a cache folder and a file name with one slash.
     static std::wstring CreateMediaCacheFilePath(std::wstring const& cacheFolder,
                                                  std::wstring const& fileName);
 
-    /// @param fileName  receives the bare name, which may be empty; untouched without a record
+    /// @param fileName  receives the file name, which may be empty; unchanged without a record
     /// @return whether a record exists
     bool GetConformedFilename(std::wstring const& mediaPath, std::wstring const& fingerprint,
                               int streamIndex, int sampleRate, std::wstring* fileName) const;
@@ -93,44 +93,44 @@ public:
     /// @throws std::runtime_error also when a record of that key exists
     void AddConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                           int streamIndex, int sampleRate, std::wstring const& fileName);
-    /// Registers a file as used now, in place of the file of a record of that key. Every other
+    /// Registers a file as used now and replaces the file of a record of that key. Every other
     /// connection finds either the old name or the new name.
     ///
-    /// The old file keeps a record with its checksum, under the fingerprint ReplacedFingerprint and
-    /// with the last use in 1970, so that it is found unused until it is removed.
-    /// @param checksum  of the new file; the record keeps it
+    /// The old file keeps a record with its checksum, with the fingerprint ReplacedFingerprint and the
+    /// last use in 1970, so that it is found as unused until it is removed.
+    /// @param checksum  of the new file, stored in the record
     /// @return the cache file name that the record had; empty without a record
     std::wstring ReplaceConformedFile(std::wstring const& mediaPath,
                                       std::wstring const& fingerprint, int streamIndex,
                                       int sampleRate, std::wstring const& fileName,
                                       std::optional<std::uint64_t> checksum = {});
-    /// As AddConformedFile above; the record keeps the checksum of the file as well.
+    /// As AddConformedFile above; the record contains the checksum of the file as well.
     void AddConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                           int streamIndex, int sampleRate, std::wstring const& fileName,
                           std::uint64_t checksum);
     /// The fingerprint in the record of a file that was replaced. No media file has it.
     static std::wstring ReplacedFingerprint(std::wstring const& fileName);
-    /// Stamps a record as used now. @return whether there is one
+    /// Stamps a record as used now. @return whether the record exists
     bool TouchConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                             int streamIndex, int sampleRate);
-    /// Forgets a record if it still has the cache file name that this connection read or added last
-    /// under the key, so that a record that another connection made since stays. Under a key that
-    /// this connection neither read nor added, forgets the record whatever its name is.
-    /// @return whether a record was forgotten
+    /// Removes a record if it still has the cache file name that this connection read or added last
+    /// for the key: a record that another connection made since then is kept. For a key that this
+    /// connection neither read nor added, removes the record with any name.
+    /// @return whether a record was removed
     bool RemoveConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                              int streamIndex, int sampleRate);
     /// Records last used @p days days of 24 hours ago or earlier, the longest unused first; 0 and
-    /// negative numbers find all. A record stamped in the future, by a clock that was put back
-    /// since, counts as used now.
+    /// negative numbers find all. A record with a time stamp in the future, after the clock was set
+    /// back, counts as used now.
     ConformedFileList FindUnusedConformedFiles(int days) const;
     /// Runs @p work if a record that was found unused is still unused and still has its cache file
-    /// name, in one write transaction: no other connection, of any process, stamps, adds or forgets
-    /// a record meanwhile. A stamp comes either before, and the work does not run, or after it.
+    /// name, in one write transaction: no other connection of any process stamps, adds or removes a
+    /// record during the work. A stamp comes either before, and the work does not run, or after it.
     /// @param record  from FindUnusedConformedFiles
     /// @param days    as in that call
-    /// @param work    may forget the record through this connection
+    /// @param work    may remove the record through this connection
     /// @return whether the work ran
-    /// @throws std::runtime_error, and what the work throws: the database is then as it was before
+    /// @throws std::runtime_error, and the exceptions of the work: the database is then unchanged
     bool IfStillUnused(ConformedFile const& record, int days, std::function<void()> const& work);
 
     bool GetPeakFilename(std::wstring const& mediaPath, std::wstring const& fingerprint,

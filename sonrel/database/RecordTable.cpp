@@ -28,7 +28,7 @@ std::string RateColumn(RecordTable::Kind kind) {
     return kind == RecordTable::Kind::Conformed ? ", sample_rate" : "";
 }
 
-/// The end of the names of the files; empty for files that other users of the database write.
+/// The extension of the file names; empty for files of other programs.
 std::string_view Ending(RecordTable::Kind kind) {
     switch (kind) {
         case RecordTable::Kind::Conformed:
@@ -41,7 +41,7 @@ std::string_view Ending(RecordTable::Kind kind) {
     return {};
 }
 
-/// The key's parameters are ?1 to ?3 and, for conformed files, ?4.
+/// The parameters of the key are ?1 to ?3 and, for conformed files, ?4.
 std::string WhereKey(RecordTable::Kind kind) {
     return std::string(" WHERE media_path = ?1 AND media_fingerprint = ?2 AND stream_index = ?3") +
            (kind == RecordTable::Kind::Conformed ? " AND sample_rate = ?4" : "");
@@ -66,14 +66,14 @@ std::string UpdateLastUse(RecordTable::Kind kind) {
     return "UPDATE " + Table(kind) + " SET last_use = " + (hasRate ? "?5" : "?4") + WhereKey(kind);
 }
 
-/// Moves a record with all that it has to another fingerprint, the last parameter.
+/// Moves a record with all its columns to another fingerprint, the last parameter.
 std::string UpdateFingerprint(RecordTable::Kind kind) {
     const std::string fingerprint = kind == RecordTable::Kind::Conformed ? "?5" : "?4";
     return "UPDATE OR REPLACE " + Table(kind) + " SET media_fingerprint = " + fingerprint +
            ", last_use = 0" + WhereKey(kind);
 }
 
-/// The name's parameter is the last one; null stands for any name.
+/// The name is the last parameter; null matches any name.
 std::string DeleteNamed(RecordTable::Kind kind) {
     const std::string name = kind == RecordTable::Kind::Conformed ? "?5" : "?4";
     return "DELETE FROM " + Table(kind) + WhereKey(kind) + " AND (" + name +
@@ -147,9 +147,9 @@ std::wstring RecordTable::Replace(const RecordKey& key, std::wstring const& name
     return oldName;
 }
 
-// A stamp or a removal that a power cut takes back does no harm: the one ages a file early, the
-// other leaves a record without a file, which the next lookup removes. So neither waits for the
-// disk, and thousands of due records go in a moment.
+// A power cut may undo a stamp or a removal. Then a file ages early, or a record without a file is left,
+// which the next lookup removes. Neither waits for the disk, so that thousands of records are removed
+// in a moment.
 
 bool RecordTable::Touch(const RecordKey& key, long long nowMs) {
     connection_.SetDurable(false);
@@ -216,7 +216,7 @@ void RecordTable::Store(SqliteStatement& statement, const RecordKey& key, std::w
     Bind(&run, key);
     run.Bind(name);
     run.Bind(nowMs);
-    // The database has signed numbers: the same 64 bits. Unbound is NULL.
+    // The database has signed integers with the same 64 bits. An unbound parameter is NULL.
     if (hasChecksum_ && checksum) run.Bind(static_cast<long long>(*checksum));
     run.Step();
 }

@@ -12,18 +12,18 @@ namespace orlo::project {
 
 namespace {
 
-/// The longest text or row that is read; our own rows hold two paths.
+/// Maximum size of a text or row; our rows contain two paths.
 constexpr int MAX_VALUE_BYTES = 16 << 20;
-/// The longest name that a folder can hold.
+/// Maximum length of a file name.
 constexpr std::size_t MAX_NAME_BYTES = 255;
 
-/// The path as the database library takes it. A relative one is made so that none of its special
-/// names, as that of a database in memory, is meant.
+/// The path for the database library. A relative path is written so that it is none of the special
+/// names of the library, such as the name of a database in memory.
 std::string PathForSqlite(const std::string& path) {
     return path.empty() || path.front() == '/' ? path : "./" + path;
 }
 
-/// The address of a file that nobody writes; every byte that means something in one is escaped.
+/// The URI of a file that no program writes; every byte with a meaning in a URI is escaped.
 std::string FrozenAddress(const std::string& path) {
     std::string address = "file:";
     for (const char character : PathForSqlite(path)) {
@@ -60,7 +60,7 @@ int Open(const std::string& path, SqliteConnection::Mode mode, sqlite3** handle)
     return sqlite3_open_v2(PathForSqlite(path).c_str(), handle, FLAGS, nullptr);
 }
 
-/// Decodes UTF-8 piece by piece; what is none becomes U+FFFD.
+/// Decodes UTF-8 piece by piece; invalid bytes become U+FFFD.
 std::wstring DecodeLeniently(std::string_view bytes) {
     std::wstring text;
     while (!bytes.empty()) {

@@ -23,7 +23,7 @@ namespace orlo::files {
 /// A running checksum: XXH3 with 64 bits.
 ///
 /// The checksum of a cache file covers its samples or blocks up to the end of the file and then the
-/// header before them. A writer completes the header last, so that it needs to read nothing again.
+/// header before them. A writer completes the header last and need not read the samples again.
 class Checksum {
 public:
     Checksum() { XXH3_64bits_reset(&state_); }
@@ -36,7 +36,7 @@ private:
 };
 
 /// Adds the bytes of a file from @p first up to @p end.
-/// @param proceed  called before each piece of 1 MiB; false stops; may be empty
+/// @param proceed  called before each piece of 1 MiB; false stops the reading; may be empty
 /// @return false when a byte cannot be read or @p proceed returned false
 inline bool AddBytesOf(int descriptor, long long first, long long end,
                        const std::function<bool()>& proceed, Checksum* checksum) {

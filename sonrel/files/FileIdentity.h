@@ -8,7 +8,7 @@
 #include <chrono>
 #include <cstdint>
 
-/// Which file a path led to, and in which state: for what is remembered of a file's content.
+/// Identifies a file and its state, to find out whether remembered content is still valid.
 namespace orlo::files {
 
 struct FileIdentity {
@@ -30,7 +30,7 @@ inline FileIdentity IdentityOf(const struct stat& status) {
             nanoseconds(status.st_ctim)};
 }
 
-/// Nanoseconds since 1970 by the clock that files are dated with.
+/// Returns nanoseconds since 1970, from the clock of file times.
 using FileClock = std::int64_t (*)();
 
 inline std::int64_t SystemFileClock() {
@@ -38,12 +38,12 @@ inline std::int64_t SystemFileClock() {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
 }
 
-/// The clock that IsSettled asks; a test may put its own in its place.
+/// The clock of IsSettled; a test may replace it.
 inline std::atomic<FileClock> fileClock = SystemFileClock;
 
-/// Whether a file that was just found in this state cannot change any more without its identity
-/// telling. The times of files go in steps, of some milliseconds on most file systems and of two
-/// seconds on the coarsest, and two writes within one step leave the same time.
+/// Whether every later change of a file in this state changes its identity. The times of files have
+/// steps, of some milliseconds on most file systems and of two seconds on the coarsest, and two writes
+/// within one step leave the same time.
 inline bool IsSettled(const FileIdentity& identity) {
     constexpr std::int64_t MAX_STEPS_NS = 3'000'000'000;
     return std::max(identity.modifiedNs, identity.changedNs) < fileClock.load()() - MAX_STEPS_NS;

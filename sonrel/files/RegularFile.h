@@ -22,17 +22,17 @@ auto Uninterrupted(Call call) {
     }
 }
 
-/// Whether a name leads to the file behind a link in its last place.
+/// Whether a symbolic link in the last component of a name is followed.
 enum class Links { Followed, Refused };
 
-/// Links in /proc/self/fd name files that this process has open already, which no link in a folder
-/// can do.
+/// Links in /proc/self/fd name files that this process has open already. A link in a folder cannot
+/// do that.
 inline bool IsOpenDescriptor(const std::string& name) {
     return name.compare(0, 14, "/proc/self/fd/") == 0;
 }
 
-/// Opens a regular file and nothing else. Nothing is waited for, as for the other end of a pipe,
-/// and a program that this process starts does not inherit the descriptor.
+/// Opens a regular file and nothing else. Does not wait, for example for the other end of a pipe. A
+/// program that this process starts does not inherit the descriptor.
 /// @param flags   O_RDONLY, O_WRONLY or O_RDWR, and O_CREAT and O_EXCL
 /// @param status  receives the state of the file
 /// @return the descriptor, or -1
@@ -58,7 +58,7 @@ inline int OpenForReading(const std::string& name, Links links) {
     return OpenRegular(name, O_RDONLY, links, &status);
 }
 
-/// Opens a file for writing, and empties or makes it. Links are followed.
+/// Opens a file for writing, and truncates or creates it. Links are followed.
 /// @return the descriptor, or -1
 inline int OpenEmptied(const std::string& name) {
     struct stat status = {};
@@ -69,26 +69,26 @@ inline int OpenEmptied(const std::string& name) {
     return -1;
 }
 
-/// Makes a file for reading and writing under a name that nothing has yet, a link included.
+/// Creates a file for reading and writing under a name that does not exist, not even as a link.
 /// @return the descriptor, or -1
 inline int OpenNew(const std::string& name) {
     struct stat status = {};
     return OpenRegular(name, O_RDWR | O_CREAT | O_EXCL, Links::Refused, &status);
 }
 
-/// Closes a descriptor. The system takes it back also when a signal interrupts the call.
+/// Closes a descriptor. The system releases it even when a signal interrupts the call.
 /// @return false when the last bytes could not be written
 inline bool Close(int descriptor) {
     return ::close(descriptor) == 0 || errno == EINTR;
 }
 
-/// @return whether the name is gone
+/// Removes a file. @return whether the name no longer exists
 inline bool Remove(const std::string& name) {
     if (name.find('\0') != std::string::npos) return false;
     return Uninterrupted([&] { return ::unlink(name.c_str()); }) == 0;
 }
 
-/// Brings what was written to a file to the disk.
+/// Writes the data of a file to the disk.
 inline bool Sync(int descriptor) {
     return Uninterrupted([&] { return ::fsync(descriptor); }) == 0;
 }
@@ -99,7 +99,7 @@ enum class FolderSync {
     Failed
 };
 
-/// Brings the entries of the folder that a file is in to the disk.
+/// Writes the entries of the folder of a file to the disk.
 inline FolderSync SyncFolderOf(const std::string& name) {
     const std::size_t slash = name.rfind('/');
     const std::string path = slash == std::string::npos ? "." : name.substr(0, slash + 1);
@@ -115,8 +115,8 @@ inline FolderSync SyncFolderOf(const std::string& name) {
     return isRefused ? FolderSync::Refused : FolderSync::Failed;
 }
 
-/// Brings what was written to a file and its entry in its folder to the disk. Where the folder
-/// cannot be synced, the whole file system is.
+/// Writes the data of a file and its entry in the folder to the disk. If the folder cannot be synced,
+/// the whole file system is synced.
 /// @param descriptor  of the file
 inline bool SyncWithFolder(const std::string& name, int descriptor) {
     if (!Sync(descriptor)) return false;

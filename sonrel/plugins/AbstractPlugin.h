@@ -11,14 +11,14 @@ namespace orlo::project {
 
 class AbstractPluginInstance;
 
-/// What every plugin of a host is. A plugin lives outside the engine; the engine calls PluginKind
-/// and, where the kind says so, the operations of the derived audio interfaces.
+/// The base of every plugin. A plugin is outside the engine. The engine calls PluginKind and, for an
+/// audio plugin, the operations of the derived audio interfaces.
 ///
-/// Threads: the thread that mixes, which during playback is the engine's own worker. An exception
-/// that a plugin throws passes up through the mix.
+/// Threads: the thread that mixes, which during playback is the worker of the engine. An exception of a
+/// plugin passes through the mix to its caller.
 class SONREL_EXPORT AbstractPlugin {
 public:
-    /// How a plugin draws over the viewer.
+    /// The drawing of a plugin over the viewer.
     enum class OverlayMode : int { None = 0 };
 
     AbstractPlugin() = default;
@@ -26,13 +26,13 @@ public:
     AbstractPlugin& operator=(const AbstractPlugin&) = default;
     virtual ~AbstractPlugin() = default;
 
-    /// 1 for an audio plugin; any other value is passed over by the mix.
+    /// 1 for an audio plugin. The mix skips a plugin of any other kind.
     virtual int PluginKind() const = 0;
-    /// True when the plugin shows something about itself.
+    /// Shows a description of the plugin. @return whether the plugin has one
     virtual bool About() { return false; }
     /// The text on the button that opens the options.
     virtual std::string OptionsButtonName() { return {}; }
-    /// Opens the options of one use.
+    /// Opens the options of one instance.
     virtual void Options(AbstractPluginInstance*) {}
     virtual OverlayMode ViewerOverlayMode(AbstractPluginInstance*) { return OverlayMode::None; }
     /// A picture for the plugin, or null.

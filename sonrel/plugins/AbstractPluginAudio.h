@@ -14,9 +14,9 @@ class EffectInstance;
 /// An audio effect. It works in place on interleaved stereo signed 16-bit samples, four bytes to a
 /// sample frame, left first.
 ///
-/// For each block the engine first asks the effects of a chain, last to first, which input each
-/// needs, then runs them first to last on one shared buffer. Blocks come in any order: an effect
-/// that remembers an earlier block remembers the wrong one after a seek.
+/// For each block the engine first calls RequiredRanges of the effects of a chain, from the last to the
+/// first, and then ProcessAudio from the first to the last, on one shared buffer. Blocks come in any
+/// order: an effect that keeps state from an earlier block has the wrong state after a seek.
 class SONREL_EXPORT AbstractPluginAudio : public AbstractPlugin {
 public:
     AbstractPluginAudio() = default;
@@ -25,8 +25,8 @@ public:
     AbstractPluginAudio& operator=(const AbstractPluginAudio&) = default;
     AbstractPluginAudio& operator=(AbstractPluginAudio&&) = default;
 
-    /// Says which input samples the effect needs for a range of output.
-    /// @param instance       the use of the effect
+    /// Returns the range of input that the effect needs for a range of output.
+    /// @param instance       the instance of the effect
     /// @param channels       always 2
     /// @param sampleRate     hertz
     /// @param bitsPerSample  always 16
@@ -35,11 +35,12 @@ public:
     /// @param startMs        start of the range from the object's start, milliseconds
     /// @param endMs          end of the range from the object's start, milliseconds
     /// @param firstSample    first sample to deliver, counted from the object's start
-    /// @param objectOffset   minus the in-point: where the source's first sample lies, counted from
-    ///                       the object's start. A range that begins before it silences the object
-    /// @param ranges         empty; put the needed range in as the first element, or leave it empty
-    ///                       when the range to deliver is all that is needed
-    /// @param previewing     the chain stops before some effect
+    /// @param objectOffset   minus the in-point: the position of the first sample of the source,
+    ///                       counted from the object's start. A range that begins before it silences
+    ///                       the object
+    /// @param ranges         empty; add the needed range as the first element, or leave it empty
+    ///                       when the effect needs only the range to deliver
+    /// @param previewing     true when the chain stops before an effect
     /// @return not used
     virtual int RequiredRanges(EffectInstance* instance, int channels, int sampleRate,
                                int bitsPerSample, int sampleCount, int timelineMs, int startMs,
@@ -47,10 +48,10 @@ public:
                                std::vector<SampleRange>* ranges, bool previewing) = 0;
 
     /// Runs the effect.
-    /// @param samples           the input from its beginning; the output goes to its beginning.
-    ///                          Room for the longest range of the whole chain
+    /// @param samples           input and output, both at the beginning of the buffer, which has
+    ///                          room for the longest range of the whole chain
     /// @param inputCount        sample frames of input
-    /// @param outputCount       sample frames to leave
+    /// @param outputCount       sample frames of output
     /// @param timelineMs        start of the output on the timeline, milliseconds
     /// @param startMs           start of the output from the object's start, milliseconds
     /// @param endMs             end of the output from the object's start, milliseconds

@@ -8,8 +8,8 @@ namespace orlo::project {
 
 class Transition;
 
-/// A transition between two neighbouring objects on an audio track. The mix has no fade law of its
-/// own: the plugin writes the blend over the buffer of the object that the block shows.
+/// A transition between two neighbouring objects on an audio track. The mix has no fade law: the plugin
+/// writes the blend into the buffer of the object that the block shows.
 class SONREL_EXPORT AbstractPluginAudioTransition : public AbstractPlugin {
 public:
     AbstractPluginAudioTransition() = default;
@@ -20,18 +20,18 @@ public:
 
     /// Blends one block. All buffers are interleaved stereo signed 16-bit samples.
     /// @param instance       the transition
-    /// @param direction      1 when the block's object is entered, 2 when it is left
+    /// @param direction      1 when the transition enters the object of the block, 2 when it leaves it
     /// @param channels       always 2
     /// @param sampleRate     hertz
     /// @param bitsPerSample  always 16
-    /// @param fromSamples    the object that is left, or null
+    /// @param fromSamples    the object that ends, or null
     /// @param fromCount      its sample frames; 0 or below with a null pointer
-    /// @param toSamples      the object that is entered, or null
+    /// @param toSamples      the object that begins, or null
     /// @param toCount        its sample frames; 0 or below with a null pointer
-    /// @param output         the block's object's own buffer: @p fromSamples or @p toSamples
-    /// @param outputCount    sample frames of the block's object
-    /// @param positionMs     from the transition's start to the block's video frame, milliseconds:
-    ///                       all blocks of one frame have the same position
+    /// @param output         the buffer of the object of the block: @p fromSamples or @p toSamples
+    /// @param outputCount    sample frames of the object of the block
+    /// @param positionMs     from the transition's start to the video frame of the block,
+    ///                       milliseconds: all blocks of one frame have the same position
     /// @param lengthMs       the transition's length, milliseconds
     /// @param lengthSamples  the transition's length, sample frames
     /// @param joinOffsetMs   from the transition's start to the join, milliseconds

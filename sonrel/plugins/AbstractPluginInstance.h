@@ -10,7 +10,7 @@ namespace orlo::project {
 
 class AbstractPlugin;
 
-/// One use of a plugin in a project: an effect on an object or layer, or a transition.
+/// A plugin in a project: an effect on an object or layer, or a transition.
 class SONREL_EXPORT AbstractPluginInstance {
 public:
     AbstractPluginInstance() = default;
@@ -18,9 +18,9 @@ public:
     AbstractPluginInstance& operator=(const AbstractPluginInstance&) = default;
     virtual ~AbstractPluginInstance() = default;
 
-    /// The identity of this use.
+    /// The identity of this instance.
     virtual const zrtl::ZRID& ID() const = 0;
-    /// The plugin that it uses; never empty in a valid project.
+    /// The plugin of this instance; never empty in a valid project.
     virtual std::shared_ptr<AbstractPlugin> Plugin() = 0;
 };
 

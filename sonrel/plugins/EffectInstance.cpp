@@ -27,7 +27,7 @@ constexpr int AUDIO_PLUGIN = 1;
 
 EffectInstance::EffectInstance(std::shared_ptr<AbstractPlugin> plugin) {
     if (!plugin) throw std::invalid_argument("an effect needs a plugin");
-    // The engine takes the class from the kind alone.
+    // The engine takes the class from the kind only.
     if (plugin->PluginKind() == AUDIO_PLUGIN && !dynamic_cast<AbstractPluginAudio*>(plugin.get())) {
         throw std::invalid_argument("a plugin of the audio kind must be an audio plugin");
     }

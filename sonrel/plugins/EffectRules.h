@@ -7,13 +7,13 @@
 
 namespace orlo::project {
 
-/// What a layer asks of an effect.
+/// Checks an effect of a layer.
 /// @throws std::invalid_argument for an empty pointer or an effect without a plugin
 void AdmitLayerEffect(std::shared_ptr<EffectInstance> const& effect);
 
-/// What an object on an audio track asks of an effect: its plugin must be an audio plugin, since
-/// each effect of the chain takes one range from the chain's plan.
-/// @throws std::invalid_argument also when it is none
+/// Checks an effect of an object on an audio track: its plugin must be an audio plugin, since each
+/// effect of the chain takes one range from the plan of the chain.
+/// @throws std::invalid_argument as AdmitLayerEffect, and for a plugin of another kind
 void AdmitObjectEffect(std::shared_ptr<EffectInstance> const& effect);
 
 }  // namespace orlo::project

@@ -24,7 +24,7 @@ struct Orientation3D {
     double x = 0.0, y = 0.0, z = 0.0;
 };
 
-/// A value of a plugin's own kind.
+/// A value of a kind that a plugin defines.
 class SONREL_EXPORT CustomProperty {
 public:
     CustomProperty() = default;
@@ -44,8 +44,8 @@ public:
     };
 };
 
-/// The value of a property. A reader takes it out by its exact type: a level is a `float`, a speed
-/// a `double`, a balance a `float`, and any other alternative raises `boost::bad_get`.
+/// The value of a property. A reader extracts it by its exact type: a level is a `float`, a speed a
+/// `double`, a balance a `float`. Any other alternative raises `boost::bad_get`.
 using PropertyValue =
     boost::variant<int, unsigned int, float, double, bool, Scale3D, Orientation3D, OrloColor,
                    zrtl::matl::ZRPoint<2, float>, zrtl::matl::ZRPoint<3, float>,

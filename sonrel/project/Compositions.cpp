@@ -18,11 +18,11 @@ bool LayerLeadsTo(AbstractLayer const& layer, zrtl::ZRID const& target, AssetLis
     while (!waiting.empty()) {
         AbstractLayer const& current = *waiting.back();
         waiting.pop_back();
-        // The identity says more than the list, which does not hold the target while it is added.
+        // Compares identities: the list does not contain the target while it is added.
         const auto* assetLayer = dynamic_cast<AssetLayer const*>(&current);
         if (assetLayer && assetLayer->AssetID() == target) return true;
 
-        // The analyser takes layers out of a composition for null, which AddLayer refuses.
+        // The analyser assumes null layers in a composition, which AddLayer refuses.
         // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage)
         const std::shared_ptr<AbstractAsset> asset = current.Asset(assets);
         CompositionAsset* const composition = AsComposition(asset.get());

@@ -81,7 +81,7 @@ TEST(ListChangeObserver, RemovesAnItemThatIsNamedByItself) {
     EXPECT_EQ(Joined(list), "bc");
 }
 
-TEST(ListChangeObserver, MovesAnItemToStandWhereItWasTold) {
+TEST(ListChangeObserver, MovesAnItemToTheGivenIndex) {
     Watched list = Letters("abcd");
     list.Move(0, 2);
     EXPECT_EQ(Joined(list), "bcad");
@@ -91,7 +91,7 @@ TEST(ListChangeObserver, MovesAnItemToStandWhereItWasTold) {
     EXPECT_THROW(list.Move(0, 4), std::out_of_range);
 }
 
-TEST(ListChangeObserver, WalksForwardAndBackward) {
+TEST(ListChangeObserver, VisitsItemsForwardAndBackward) {
     const Watched list = Letters("abc");
     std::string walked;
     list.ForEach([&](std::string item) { walked += item; });
@@ -100,7 +100,7 @@ TEST(ListChangeObserver, WalksForwardAndBackward) {
     EXPECT_EQ(walked, "abccba");
 }
 
-TEST(ListChangeObserver, AVisitorMayTakeItemsOut) {
+TEST(ListChangeObserver, AVisitorMayRemoveItems) {
     Watched list = Letters("abcd");
     std::string walked;
 
@@ -118,7 +118,7 @@ TEST(ListChangeObserver, AVisitorMayTakeItemsOut) {
     EXPECT_EQ(walked, "dcab");
 }
 
-TEST(ListChangeObserver, CountsEachChangeAndNoFailedOne) {
+TEST(ListChangeObserver, CountsEachChangeAndNoFailedChange) {
     Watched list;
     list.Add("a");
     list.Add("b");
@@ -131,7 +131,7 @@ TEST(ListChangeObserver, CountsEachChangeAndNoFailedOne) {
     EXPECT_EQ(list.ChangeCount(), 5u);
 }
 
-TEST(ListChangeObserver, WhatTheOwnerRefusesDoesNotEnter) {
+TEST(ListChangeObserver, AnItemThatTheOwnerRefusesIsNotAdded) {
     Watched list;
     list.SetAdmission([](const std::string& item) {
         if (item == "bad") throw std::invalid_argument("bad");
@@ -145,7 +145,7 @@ TEST(ListChangeObserver, WhatTheOwnerRefusesDoesNotEnter) {
     EXPECT_EQ(list.size(), 1u);
 }
 
-TEST(ListChangeObserver, TheOwnerHearsOfEachItemThatHasLeft) {
+TEST(ListChangeObserver, TheOwnerIsNotifiedOfEachRemovedItem) {
     Watched list = Letters("abc");
     std::string left;
     list.SetRelease([&](const std::string& item) { left += item + std::to_string(list.size()); });

@@ -12,7 +12,7 @@ namespace {
 using zrtl::FromUtf8;
 using zrtl::ToUtf8;
 
-TEST(Paths, EveryLengthOfCharacterGoesThereAndBack) {
+TEST(Paths, CharactersOfEveryLengthAreConvertedBothWays) {
     const std::wstring wide = L"/\u007F\u0080\u07FF\u0800\uFFFF\U00010000\U0010FFFF";
     const std::string bytes =
         "/\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF";
@@ -34,7 +34,7 @@ TEST(Paths, TheLocaleDoesNotMatter) {
     EXPECT_EQ(FromUtf8("\xC3\xBC"), L"\u00FC");
 }
 
-TEST(Paths, WhatIsNoCharacterBecomesTheReplacementCharacter) {
+TEST(Paths, AnInvalidCharacterBecomesTheReplacementCharacter) {
     const std::string replaced = "\xEF\xBF\xBD";
     EXPECT_EQ(ToUtf8(std::wstring(1, static_cast<wchar_t>(0xD800))), replaced);
     EXPECT_EQ(ToUtf8(std::wstring(1, static_cast<wchar_t>(0xDFFF))), replaced);
@@ -49,17 +49,17 @@ TEST_P(InvalidUtf8, IsRefused) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Paths, InvalidUtf8,
-                         testing::Values("\x80",              // a tail without a head
-                                         "\xC3",              // a head without its tail
-                                         "a\xE2\x82",         // cut short
-                                         "\xC3(",             // another byte in place of a tail
-                                         "\xC0\xAF",          // overlong slash
-                                         "\xC1\xBF",          //
+                         testing::Values("\x80",       // a continuation byte without a lead byte
+                                         "\xC3",       // a lead byte without its continuation byte
+                                         "a\xE2\x82",  // truncated
+                                         "\xC3(",      // no continuation byte
+                                         "\xC0\xAF",   // overlong slash
+                                         "\xC1\xBF",   //
                                          "\xE0\x9F\xBF",      //
                                          "\xF0\x8F\xBF\xBF",  //
                                          "\xED\xA0\x80",      // surrogates
                                          "\xED\xBF\xBF",      //
-                                         "\xF4\x90\x80\x80",  // beyond the last character
+                                         "\xF4\x90\x80\x80",  // above U+10FFFF
                                          "\xF5\x80\x80\x80", "\xFF"));
 
 }  // namespace

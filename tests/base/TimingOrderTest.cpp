@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The order of the operations between seconds, frames, milliseconds and samples. Every expected
-// number was computed apart from this code; each is one that another order misses.
+// number was computed independently; another order of the operations has another result.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -19,8 +19,8 @@ struct FrameLength {
     int samples;
 };
 
-TEST(TimingOrder, SamplesPerFrameIsTheWholePartOfTheRatio) {
-    // 48000 / (24000 / 1001) is 2002, and in doubles just below it.
+TEST(TimingOrder, SamplesPerFrameIsTheIntegerPartOfTheRatio) {
+    // 48000 / (24000 / 1001) is 2002, and slightly less in double precision.
     const FrameLength cases[] = {
         {48000, 25.0, 1920},      {48000, 29.97, 1601}, {44100, 29.97, 1471}, {48000, 23.976, 2002},
         {48000, NTSC_FILM, 2001}, {44100, 25.0, 1764},  {48000, 59.94, 800},  {96000, 1.0, 96000},
@@ -37,8 +37,8 @@ TEST(TimingOrder, SamplesPerFrameBeyondThirtyTwoBitsIsTheMostNegative) {
     EXPECT_EQ(SamplesPerFrame(0, 0.0), std::numeric_limits<int>::min());
 }
 
-TEST(TimingOrder, TotalSamplesTakesTheRatioFirst) {
-    EXPECT_EQ(TotalSamples(3, 48000, NTSC_FILM), 6005);  // the product first gives 6006
+TEST(TimingOrder, TotalSamplesComputesTheRatioFirst) {
+    EXPECT_EQ(TotalSamples(3, 48000, NTSC_FILM), 6005);  // the product first: 6006
     EXPECT_EQ(TotalSamples(250, 48000, 25.0), 480000);
     EXPECT_EQ(TotalSamples(1, 48000, 29.97), 1601);
     EXPECT_EQ(TotalSamples(0, 48000, 25.0), 0);
@@ -54,7 +54,7 @@ TEST(TimingOrder, TotalSamplesDiffersFromTheProductFirstForMostCounts) {
     EXPECT_EQ(differing, 141776);
 }
 
-TEST(TimingOrder, FrameAtSampleTakesTheSecondsFirst) {
+TEST(TimingOrder, FrameAtSampleComputesTheSecondsFirst) {
     EXPECT_EQ(FrameAtSample(27840, 48000, 25.0), 14);  // 14.5 by the product first
     EXPECT_EQ(FrameAtSample(98400, 48000, 30.0), 61);  // 61.5
     EXPECT_EQ(FrameAtSample(0, 48000, 25.0), 0);
@@ -71,9 +71,9 @@ TEST(TimingOrder, ObjectStartSampleIsRounded) {
     EXPECT_EQ(ObjectStartSample(0, 48000, 25.0), 0);
 }
 
-TEST(TimingOrder, InPointSampleIsCutAndTakesTheSecondsFirst) {
+TEST(TimingOrder, InPointSampleIsTruncatedAndComputesTheSecondsFirst) {
     EXPECT_EQ(InPointSample(1, 48000, 29.97), 1601);
-    EXPECT_EQ(InPointSample(29, 48000, 25.0), 55679);  // the ratio first gives 55680
+    EXPECT_EQ(InPointSample(29, 48000, 25.0), 55679);  // the ratio first: 55680
     EXPECT_EQ(InPointSample(69, 48000, 30.0), 110399);
     EXPECT_EQ(InPointSample(11, 44100, 30.0), 16169);
     EXPECT_EQ(InPointSample(50, 48000, 25.0), 96000);
@@ -89,7 +89,7 @@ TEST(TimingOrder, InPointSampleDiffersFromTheRatioFirstForManyFrames) {
     EXPECT_EQ(differing, 5982);
 }
 
-TEST(TimingOrder, FrameToSampleTakesTheRatioFirst) {
+TEST(TimingOrder, FrameToSampleComputesTheRatioFirst) {
     EXPECT_EQ(FrameToSample(1, 48000, 29.97), 1602);
     EXPECT_EQ(FrameToSample(2, 48000, 29.97), 3203);
     EXPECT_EQ(FrameToSample(3, 48000, 29.97), 4805);
@@ -107,14 +107,14 @@ TEST(TimingOrder, SecondsToMsRoundsHalvesAwayFromZero) {
     EXPECT_EQ(SecondsToMs(24024 / 48000.0), 500);  // 500.49999999999994; the product first: 501
 }
 
-TEST(TimingOrder, SecondsToMsOfABlocksEndDependsOnHowItIsComputed) {
+TEST(TimingOrder, SecondsToMsOfTheEndOfABlockDependsOnTheOrderOfComputation) {
     const double start = 552 / 48000.0;
     const double end = 2472 / 48000.0;
     EXPECT_EQ(SecondsToMs((end - start) + start), 51);
     EXPECT_EQ(SecondsToMs(end), 52);
 }
 
-// The same rules written once more, over a hundred thousand frames.
+// The same formulas, written again, over a hundred thousand frames.
 TEST(TimingOrder, IsTheReferenceExpressionOverManyFramesAtEveryUsualRate) {
     for (const double frameRate : {23.976, NTSC_FILM, 24.0, 25.0, 29.97, 30.0, 50.0, 59.94, 60.0}) {
         for (const int rate : {44100, 48000, 96000}) {

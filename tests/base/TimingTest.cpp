@@ -7,7 +7,7 @@
 
 namespace {
 
-TEST(RoundHalfAway, GoesToTheNearestAndFromHalvesAwayFromZero) {
+TEST(RoundHalfAway, RoundsToTheNearestIntegerAndHalvesAwayFromZero) {
     EXPECT_EQ(zrtl::RoundHalfAway(2.4), 2.0);
     EXPECT_EQ(zrtl::RoundHalfAway(2.5), 3.0);
     EXPECT_EQ(zrtl::RoundHalfAway(-2.4), -2.0);
@@ -29,7 +29,7 @@ TEST(Timing, SamplesPerFrameAreWhole) {
     EXPECT_EQ(zrtl::SamplesPerFrame(8000, 10000.0), 0);
 }
 
-TEST(Timing, TheTotalTakesTheRatioFirst) {
+TEST(Timing, TheTotalComputesTheRatioFirst) {
     EXPECT_EQ(zrtl::TotalSamples(250, 48000, 25.0), 480000);
     EXPECT_EQ(zrtl::TotalSamples(3, 44100, 29.97), 4414);  // 4414.41
     EXPECT_EQ(zrtl::TotalSamples(100000, 192000, 24.0), 800000000);
@@ -50,14 +50,14 @@ TEST(Timing, ASamplePositionRoundsToItsFrame) {
     EXPECT_EQ(zrtl::FrameAtSample(480000, 48000, 25.0), 250);
 }
 
-TEST(Timing, AnObjectStartRoundsAndAnInPointCuts) {
-    // 29 / 25 * 48000 comes out just below 55680 in double precision.
+TEST(Timing, AnObjectStartIsRoundedAndAnInPointIsTruncated) {
+    // 29 / 25 * 48000 is slightly below 55680 in double precision.
     EXPECT_EQ(zrtl::ObjectStartSample(29, 48000, 25.0), 55680);
     EXPECT_EQ(zrtl::InPointSample(29, 48000, 25.0), 55679);
     EXPECT_EQ(zrtl::InPointSample(25, 48000, 25.0), 48000);
 }
 
-TEST(Timing, TheFrameGridTakesTheRatioFirstAndRounds) {
+TEST(Timing, TheFrameGridComputesTheRatioFirstAndRounds) {
     EXPECT_EQ(zrtl::FrameToSample(1, 44100, 29.97), 1471);  // 1471.47
     EXPECT_EQ(zrtl::FrameToSample(2, 44100, 29.97), 2943);  // 2942.94
     EXPECT_EQ(zrtl::FrameToSample(29, 48000, 25.0), 55680);

@@ -22,7 +22,7 @@ TEST(ZRCriticalSection, IsALockAndCannotBeCopied) {
     EXPECT_TRUE(std::has_virtual_destructor_v<ZRLockTypeBase>);
 }
 
-TEST(ZRCriticalSection, AThreadThatHoldsItMayTakeItAgainAndGivesItBackAsOften) {
+TEST(ZRCriticalSection, AThreadThatHoldsItMayTakeItAgainAndReleasesItAsManyTimes) {
     ZRCriticalSection lock;
     bool heldOnce = true;  // guarded by the lock
     std::atomic<bool> begun = false;
@@ -44,7 +44,7 @@ TEST(ZRCriticalSection, AThreadThatHoldsItMayTakeItAgainAndGivesItBackAsOften) {
     EXPECT_FALSE(seenByOther);
 }
 
-TEST(ZRCriticalSection, KeepsThreadsApart) {
+TEST(ZRCriticalSection, ExcludesOtherThreads) {
     ZRCriticalSection lock;
     int counter = 0;
     std::vector<std::thread> threads;
@@ -61,7 +61,7 @@ TEST(ZRCriticalSection, KeepsThreadsApart) {
     EXPECT_EQ(counter, 20000);
 }
 
-TEST(ZRScopedLock, GivesTheLockBackWhenAnExceptionLeavesTheScope) {
+TEST(ZRScopedLock, ReleasesTheLockWhenAnExceptionLeavesTheScope) {
     ZRCriticalSection lock;
     try {
         const ZRScopedLock hold(lock);

@@ -41,7 +41,7 @@ TEST(ZRID, ADefaultIdentityIsNullAndHasOnlyZeroBytes) {
     EXPECT_EQ(std::memcmp(&id, zeros, 16), 0);
 }
 
-TEST(ZRID, AnyByteThatIsSetMakesItAnotherThanNull) {
+TEST(ZRID, AnyNonzeroByteMakesItDifferFromNull) {
     for (int i = 0; i < 16; ++i) {
         ZRID id;
         reinterpret_cast<unsigned char*>(&id)[i] = 1;
@@ -120,7 +120,7 @@ TEST(ZRID, WithoutRandomBytesThereIsNoIdentityAndNoFallback) {
     SetIdentityFailure(IdentityFailure::Create);
     try {
         ZRID::Create();
-        ADD_FAILURE() << "made one";
+        ADD_FAILURE() << "no exception";
     } catch (const std::runtime_error& error) {
         EXPECT_STREQ(error.what(), "Cannot create UUID");
     }
@@ -131,7 +131,7 @@ TEST(ZRID, ATextThatCannotBeFormedIsAnError) {
     SetIdentityFailure(IdentityFailure::Text);
     try {
         Example().ToString();
-        ADD_FAILURE() << "made one";
+        ADD_FAILURE() << "no exception";
     } catch (const std::runtime_error& error) {
         EXPECT_STREQ(error.what(), "Cannot create UUID");
     }

@@ -39,7 +39,7 @@ protected:
         return file_.Open(folder_.Wide("a.xwmc"));
     }
 
-    /// The bytes that a read delivers; fails when something behind them was touched.
+    /// The bytes that a read delivers. Fails when bytes after them were written.
     std::string Read(long long start, int count, int* code = nullptr) {
         std::vector<unsigned char> buffer(static_cast<std::size_t>(count) * 4 + 64, GUARD);
         int samples = -1;
@@ -47,7 +47,7 @@ protected:
         if (code) *code = result;
         EXPECT_TRUE(code || result == 0);
         for (std::size_t i = static_cast<std::size_t>(samples) * 4; i < buffer.size(); ++i) {
-            EXPECT_EQ(buffer[i], GUARD) << "behind the samples, at byte " << i;
+            EXPECT_EQ(buffer[i], GUARD) << "after the samples, at byte " << i;
         }
         return std::string(buffer.begin(), buffer.begin() + samples * 4);
     }
@@ -69,7 +69,7 @@ TEST_F(ConformedAudioFileTest, ADefaultObjectIsClosed) {
     EXPECT_EQ(file_.FilePath(), L"");
 }
 
-TEST_F(ConformedAudioFileTest, AnOpenFileTellsItsPathLengthAndRate) {
+TEST_F(ConformedAudioFileTest, AnOpenFileReportsItsPathLengthAndRate) {
     ASSERT_TRUE(Opens(ConformedFileBytes(1000, 44100)));
 
     EXPECT_EQ(file_.FilePath(), folder_.Wide("a.xwmc"));
@@ -85,7 +85,7 @@ TEST_F(ConformedAudioFileTest, AReadDeliversTheSamplesOfItsPosition) {
     EXPECT_EQ(Read(999, 1), std::string("\xE7\x03\x19\xFC", 4));
 }
 
-TEST_F(ConformedAudioFileTest, WhatWasReadBeforeDoesNotMatter) {
+TEST_F(ConformedAudioFileTest, AReadDoesNotDependOnEarlierReads) {
     const std::string all = CountingSamples(5000);
     ASSERT_TRUE(Opens(ConformedFileBytes(5000)));
     std::mt19937 random(7);
@@ -97,14 +97,14 @@ TEST_F(ConformedAudioFileTest, WhatWasReadBeforeDoesNotMatter) {
     }
 }
 
-TEST_F(ConformedAudioFileTest, AReadAcrossTheEndDeliversWhatIsThere) {
+TEST_F(ConformedAudioFileTest, AReadAcrossTheEndDeliversTheRemainingSamples) {
     ASSERT_TRUE(Opens(ConformedFileBytes(10)));
 
     EXPECT_EQ(Read(8, 5).size(), 8u);
     EXPECT_EQ(Read(0, 11).size(), 40u);
 }
 
-TEST_F(ConformedAudioFileTest, AReadAtOrBehindTheEndIsAnEmptySuccess) {
+TEST_F(ConformedAudioFileTest, AReadAtOrAfterTheEndSucceedsWithoutSamples) {
     ASSERT_TRUE(Opens(ConformedFileBytes(10)));
 
     EXPECT_EQ(Read(10, 5), "");
@@ -112,7 +112,7 @@ TEST_F(ConformedAudioFileTest, AReadAtOrBehindTheEndIsAnEmptySuccess) {
     EXPECT_EQ(Read(3, 0), "");
 }
 
-TEST_F(ConformedAudioFileTest, NegativePositionsAndCountsGive7) {
+TEST_F(ConformedAudioFileTest, NegativePositionsAndCountsReturn7) {
     ASSERT_TRUE(Opens(ConformedFileBytes(10)));
     std::array<unsigned char, 64> buffer;
     int samples = -1;
@@ -123,7 +123,7 @@ TEST_F(ConformedAudioFileTest, NegativePositionsAndCountsGive7) {
     EXPECT_EQ(samples, 0);
 }
 
-TEST_F(ConformedAudioFileTest, ABufferTooSmallForTheCountGives12AndStaysUntouched) {
+TEST_F(ConformedAudioFileTest, ABufferTooSmallForTheCountReturns12AndIsUnchanged) {
     ASSERT_TRUE(Opens(ConformedFileBytes(10)));
     std::array<unsigned char, 64> buffer;
     buffer.fill(GUARD);
@@ -136,17 +136,17 @@ TEST_F(ConformedAudioFileTest, ABufferTooSmallForTheCountGives12AndStaysUntouche
     EXPECT_EQ(samples, 4);
 }
 
-TEST_F(ConformedAudioFileTest, TheBufferCountsForTheWholeRequestAlsoAtTheEndOfTheFile) {
+TEST_F(ConformedAudioFileTest, TheBufferMustFitTheWholeRequestEvenAtTheEndOfTheFile) {
     ASSERT_TRUE(Opens(ConformedFileBytes(10)));
     std::array<unsigned char, 8> buffer;
     int samples = -1;
 
-    // Two frames are left, and there is room for them, but three were asked for.
+    // Two frames remain and fit the buffer, but three are requested.
     EXPECT_EQ(file_.GetSamples(8, 3, buffer.data(), 8, &samples), 12);
     EXPECT_EQ(file_.GetSamples(8, 2, buffer.data(), 8, &samples), 0);
 }
 
-TEST_F(ConformedAudioFileTest, ACountWhoseBytesPass32BitsIsComparedWhole) {
+TEST_F(ConformedAudioFileTest, ACountWhoseBytesExceed32BitsIsComparedWithoutOverflow) {
     ASSERT_TRUE(Opens(ConformedFileBytes(10)));
     unsigned char buffer[4] = {GUARD, GUARD, GUARD, GUARD};
     int samples = -1;
@@ -163,7 +163,7 @@ TEST_F(ConformedAudioFileTest, AFileOfNoSamplesOpens) {
     EXPECT_EQ(Read(0, 4), "");
 }
 
-TEST_F(ConformedAudioFileTest, AFileThatIsNotThereDoesNotOpen) {
+TEST_F(ConformedAudioFileTest, AMissingFileDoesNotOpen) {
     EXPECT_FALSE(file_.Open(folder_.Wide("missing.xwmc")));
     EXPECT_FALSE(file_.Open(L""));
 }
@@ -219,8 +219,8 @@ TEST_F(ConformedAudioFileTest, EveryShorterFileIsRefused) {
     EXPECT_TRUE(Opens(whole));
 }
 
-TEST_F(ConformedAudioFileTest, AFileLongerThanItSaysIsRefused) {
-    // So looks a file whose writer was stopped before it came to put the length in.
+TEST_F(ConformedAudioFileTest, AFileLongerThanItsHeaderIsRefused) {
+    // A file whose writer was stopped before it wrote the length.
     std::string stopped = ConformedFileBytes(0);
     stopped += CountingSamples(20);
 
@@ -266,7 +266,7 @@ TEST_F(ConformedAudioFileTest, TheExtensibleFormOfPcmOpens) {
     EXPECT_FALSE(Opens(Riff(Chunk("fmt ", PcmFormat(0xFFFE, 2, 48000, 16)) + data)));
 }
 
-TEST_F(ConformedAudioFileTest, OtherChunksAreSteppedOverWithTheirPadByte) {
+TEST_F(ConformedAudioFileTest, OtherChunksAreSkippedWithTheirPadByte) {
     const std::string format = Chunk("fmt ", PcmFormat(1, 2, 48000, 16));
 
     ASSERT_TRUE(Opens(Riff(Chunk("JUNK", "odd") + format + Chunk("LIST", "four") +
@@ -276,7 +276,7 @@ TEST_F(ConformedAudioFileTest, OtherChunksAreSteppedOverWithTheirPadByte) {
     EXPECT_EQ(Read(0, 3), CountingSamples(3));
 }
 
-TEST_F(ConformedAudioFileTest, AFormatMustStandBeforeTheSamples) {
+TEST_F(ConformedAudioFileTest, TheFormatMustComeBeforeTheSamples) {
     const std::string format = Chunk("fmt ", PcmFormat(1, 2, 48000, 16));
     const std::string data = Chunk("data", CountingSamples(2));
 
@@ -302,7 +302,7 @@ TEST_F(ConformedAudioFileTest, AChunkThatReachesBeyondTheFileIsRefused) {
     EXPECT_FALSE(Opens(bytes));
 }
 
-TEST_F(ConformedAudioFileTest, ThousandsOfEmptyChunksAreNotWalked) {
+TEST_F(ConformedAudioFileTest, ThousandsOfEmptyChunksAreNotRead) {
     std::string chunks;
     for (int i = 0; i < 1000; ++i) chunks += Chunk("JUNK", "");
 
@@ -330,7 +330,7 @@ TEST_F(ConformedAudioFileTest, TheLongFormOpens) {
 }
 
 TEST_F(ConformedAudioFileTest, SamplesBeyond4GiBAreFound) {
-    // Sparse: 5 GiB that take no room.
+    // A sparse file of 5 GiB.
     constexpr long long COUNT = 5LL << 28;
     const std::string head =
         "RF64" + Little(0xFFFFFFFF, 4) + "WAVE" +
@@ -351,7 +351,7 @@ TEST_F(ConformedAudioFileTest, SamplesBeyond4GiBAreFound) {
     EXPECT_EQ(Read(COUNT - 2, 4), std::string(4, '\0') + "last");
 }
 
-TEST_F(ConformedAudioFileTest, WhatLibsndfileWritesOpens) {
+TEST_F(ConformedAudioFileTest, AFileOfLibsndfileOpens) {
     const std::string path = (folder_ / "s.xwmc").string();
     const std::vector<short> samples = {1, -1, 2, -2, 32767, -32768};
     for (const int format : {SF_FORMAT_WAV, SF_FORMAT_RF64, SF_FORMAT_WAVEX}) {
@@ -371,7 +371,7 @@ TEST_F(ConformedAudioFileTest, WhatLibsndfileWritesOpens) {
     }
 }
 
-TEST_F(ConformedAudioFileTest, AFileCutShortWhileOpenGives2) {
+TEST_F(ConformedAudioFileTest, AFileTruncatedWhileOpenReturns2) {
     ASSERT_TRUE(Opens(ConformedFileBytes(10000)));
     std::filesystem::resize_file(folder_ / "a.xwmc", 44 + 4000 * 4 + 2);
     std::vector<unsigned char> buffer(8 * 4);
@@ -393,7 +393,7 @@ TEST_F(ConformedAudioFileTest, AFileDeletedWhileOpenIsReadToItsEnd) {
     EXPECT_EQ(Read(0, 10), CountingSamples(10));
 }
 
-TEST_F(ConformedAudioFileTest, AMoveTakesTheOpenFileAlong) {
+TEST_F(ConformedAudioFileTest, AMoveTransfersTheOpenFile) {
     ASSERT_TRUE(Opens(ConformedFileBytes(10)));
 
     ConformedAudioFile moved(std::move(file_));
@@ -407,7 +407,7 @@ TEST_F(ConformedAudioFileTest, AMoveTakesTheOpenFileAlong) {
     EXPECT_EQ(Read(0, 10), CountingSamples(10));
 }
 
-TEST_F(ConformedAudioFileTest, OpeningAndMovingLeaveNoDescriptorBehind) {
+TEST_F(ConformedAudioFileTest, OpeningAndMovingLeaveNoOpenDescriptor) {
     const auto descriptors = [] {
         return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
                              std::filesystem::directory_iterator());

@@ -30,15 +30,15 @@ using sonrel_tests::TemporaryFolder;
 using sonrel_tests::WriteFile;
 
 constexpr int FRAMES = 100000;
-/// As a mix at 48 kHz and 25 frames a second asks.
+/// The requests of a mix at 48 kHz and 25 frames a second.
 constexpr int BLOCK = 1920;
 
-/// An hour behind every file that a test writes.
+/// An hour after the time of every file that a test writes.
 std::int64_t InAnHour() {
     return orlo::files::SystemFileClock() + 3'600'000'000'000;
 }
 
-/// Files that lie unchanged for long, opened again and again.
+/// Files that have not changed for a long time and are opened repeatedly.
 class ConformedFileReopening : public testing::Test {
 protected:
     void SetUp() override { orlo::files::fileClock = InAnHour; }
@@ -47,7 +47,7 @@ protected:
     std::string Name(int index) const { return "a" + std::to_string(index) + ".xwmc"; }
     void Write(int index, const std::string& bytes) { WriteFile(folder_ / Name(index), bytes); }
 
-    /// What an object that is open for this one read delivers; "refused" if it does not open.
+    /// The result of an object that is open for one read; "refused" if it does not open.
     std::string ReadOnce(int index, long long start, int count) const {
         ConformedAudioFile file;
         if (!file.Open(folder_.Wide(Name(index)))) return "refused";
@@ -74,7 +74,7 @@ protected:
         return count;
     }
 
-    /// Three blocks, each read by an object of its own.
+    /// Three blocks, each read by a separate object.
     void ReadThreeBlocks(int index) const {
         for (int block = 0; block < 3; ++block) ReadOnce(index, block * BLOCK, BLOCK);
     }
@@ -93,7 +93,7 @@ protected:
     TemporaryFolder folder_;
 };
 
-TEST_F(ConformedFileReopening, GivesTheSamplesOfEachBlockToTheEnd) {
+TEST_F(ConformedFileReopening, ReadsTheSamplesOfEachBlockToTheEnd) {
     Write(0, ConformedFileBytes(FRAMES));
     const std::string all = CountingSamples(FRAMES);
 
@@ -103,7 +103,7 @@ TEST_F(ConformedFileReopening, GivesTheSamplesOfEachBlockToTheEnd) {
     EXPECT_EQ(ReadOnce(0, FRAMES, BLOCK), "");
 }
 
-TEST_F(ConformedFileReopening, GivesTheSamplesOfBlocksOfUnlikeLengths) {
+TEST_F(ConformedFileReopening, ReadsTheSamplesOfBlocksOfDifferentLengths) {
     Write(0, ConformedFileBytes(FRAMES));
     const std::string all = CountingSamples(FRAMES);
     int count = 1601;
@@ -114,7 +114,7 @@ TEST_F(ConformedFileReopening, GivesTheSamplesOfBlocksOfUnlikeLengths) {
     }
 }
 
-TEST_F(ConformedFileReopening, GivesTheSamplesOfAnyPlace) {
+TEST_F(ConformedFileReopening, ReadsTheSamplesOfAnyPosition) {
     Write(0, ConformedFileBytes(FRAMES));
     const std::string all = CountingSamples(FRAMES);
     std::mt19937 random(11);
@@ -126,7 +126,7 @@ TEST_F(ConformedFileReopening, GivesTheSamplesOfAnyPlace) {
     }
 }
 
-TEST_F(ConformedFileReopening, OfNoFrameGivesNothing) {
+TEST_F(ConformedFileReopening, OfNoFrameReadsNothing) {
     Write(0, ConformedFileBytes(FRAMES));
     ReadThreeBlocks(0);
 
@@ -134,7 +134,7 @@ TEST_F(ConformedFileReopening, OfNoFrameGivesNothing) {
     EXPECT_EQ(ReadOnce(0, 3 * BLOCK, 1), CountingSamples(FRAMES).substr(3 * BLOCK * 4, 4));
 }
 
-TEST_F(ConformedFileReopening, GivesTheSamplesBackwards) {
+TEST_F(ConformedFileReopening, ReadsTheSamplesBackward) {
     Write(0, ConformedFileBytes(FRAMES));
     const std::string all = CountingSamples(FRAMES);
 
@@ -143,7 +143,7 @@ TEST_F(ConformedFileReopening, GivesTheSamplesBackwards) {
     }
 }
 
-TEST_F(ConformedFileReopening, OfMoreFilesThanAreRememberedGivesTheSamplesOfEach) {
+TEST_F(ConformedFileReopening, OfMoreFilesThanAreRememberedReadsTheSamplesOfEach) {
     constexpr int FILES = 300;
     const auto frames = [](int index) { return 2000 + index; };
     for (int index = 0; index < FILES; ++index) {
@@ -175,7 +175,7 @@ TEST_F(ConformedFileReopening, NeedsNoDescriptorWhileTheNextBlocksAreAhead) {
     EXPECT_EQ(Descriptors(0), 0);
 }
 
-TEST_F(ConformedFileReopening, OfAFileThatNobodyReadHoldsIt) {
+TEST_F(ConformedFileReopening, OfAFileWithoutReadsKeepsADescriptor) {
     Write(0, ConformedFileBytes(FRAMES));
     ConformedAudioFile file;
     ASSERT_TRUE(file.Open(folder_.Wide(Name(0))));
@@ -187,7 +187,7 @@ TEST_F(ConformedFileReopening, OfAFileThatNobodyReadHoldsIt) {
     EXPECT_EQ(ReadOpen(file, 90000, 10), CountingSamples(FRAMES).substr(90000 * 4, 40));
 }
 
-TEST_F(ConformedFileReopening, TakesOneDescriptorForReadsElsewhereAndGivesItBack) {
+TEST_F(ConformedFileReopening, OpensOneDescriptorForReadsElsewhereAndClosesIt) {
     Write(0, ConformedFileBytes(FRAMES));
     ReadThreeBlocks(0);
     {
@@ -211,7 +211,7 @@ TEST_F(ConformedFileReopening, OfADeletedFileIsRefused) {
     EXPECT_EQ(ReadOnce(0, 3 * BLOCK, BLOCK), "refused");
 }
 
-TEST_F(ConformedFileReopening, OfACutFileIsRefused) {
+TEST_F(ConformedFileReopening, OfATruncatedFileIsRefused) {
     Write(0, ConformedFileBytes(FRAMES));
     ReadThreeBlocks(0);
 
@@ -230,11 +230,11 @@ TEST_F(ConformedFileReopening, OfALinkInPlaceOfTheFileIsRefused) {
     EXPECT_EQ(ReadOnce(0, 3 * BLOCK, BLOCK), "refused");
 }
 
-TEST_F(ConformedFileReopening, OfAnotherFileInItsPlaceGivesThatOne) {
+TEST_F(ConformedFileReopening, OfAPathWithAnotherFileReadsTheNewFile) {
     Write(0, ConformedFileBytes(FRAMES));
     ReadThreeBlocks(0);
 
-    // At once, and of the same length: only the number of the file tells them apart for sure.
+    // Immediately, and with the same length: only the inode is sure to differ.
     WriteFile(folder_ / "new.xwmc", Riff(Chunk("fmt ", PcmFormat(1, 2, 32000, 16)) +
                                          Chunk("data", std::string(FRAMES * 4, 'n'))));
     std::filesystem::rename(folder_ / "new.xwmc", folder_ / Name(0));
@@ -245,7 +245,7 @@ TEST_F(ConformedFileReopening, OfAnotherFileInItsPlaceGivesThatOne) {
     EXPECT_EQ(ReadOpen(file, 3 * BLOCK, 2), "nnnnnnnn");
 }
 
-TEST_F(ConformedFileReopening, OfAFileThatWasRewrittenInPlaceGivesTheNewSamples) {
+TEST_F(ConformedFileReopening, OfAFileThatWasRewrittenInPlaceReadsTheNewSamples) {
     Write(0, ConformedFileBytes(FRAMES));
     ReadThreeBlocks(0);
 
@@ -256,10 +256,10 @@ TEST_F(ConformedFileReopening, OfAFileThatWasRewrittenInPlaceGivesTheNewSamples)
     EXPECT_EQ(ReadOnce(0, 3 * BLOCK + 2, 2), "rrrrrrrr");
 }
 
-TEST_F(ConformedFileReopening, OfAFileWrittenAMomentAgoTrustsNothing) {
+TEST_F(ConformedFileReopening, OfAFileWrittenAMomentAgoUsesNoMemory) {
     orlo::files::fileClock = orlo::files::SystemFileClock;
 
-    // Faster than the clock of most file systems goes: the times of the file often stay the same.
+    // Faster than the time steps of most file systems: the times of the file often do not change.
     for (int i = 0; i < 300; ++i) {
         const std::string samples(400, static_cast<char>('A' + i % 50));
         Write(0, Riff(Chunk("fmt ", PcmFormat(1, 2, 8000 + i, 16)) + Chunk("data", samples)));
@@ -271,7 +271,7 @@ TEST_F(ConformedFileReopening, OfAFileWrittenAMomentAgoTrustsNothing) {
     }
 }
 
-TEST_F(ConformedFileReopening, WhoseFileIsGoneReadsWhatIsAheadAndTellsOfTheRest) {
+TEST_F(ConformedFileReopening, OfADeletedFileReadsTheFramesAheadAndFailsAfterThem) {
     Write(0, ConformedFileBytes(FRAMES));
     ReadThreeBlocks(0);
     ConformedAudioFile file;
@@ -285,7 +285,7 @@ TEST_F(ConformedFileReopening, WhoseFileIsGoneReadsWhatIsAheadAndTellsOfTheRest)
     EXPECT_EQ(ReadOpen(file, 90000, 1), "code 2") << "another file under the same path";
 }
 
-TEST_F(ConformedFileReopening, TwoObjectsOfOnePathReadOnTheirOwn) {
+TEST_F(ConformedFileReopening, TwoObjectsOfOnePathReadIndependently) {
     Write(0, ConformedFileBytes(FRAMES));
     ReadThreeBlocks(0);
     const std::string all = CountingSamples(FRAMES);
@@ -324,7 +324,7 @@ TEST_F(ConformedFileReopening, ThreadsThatReadElsewhereAtOnceShareOneDescriptor)
     }
 }
 
-TEST_F(ConformedFileReopening, OnManyThreadsGivesEachItsSamples) {
+TEST_F(ConformedFileReopening, OnManyThreadsReadsTheSamplesOfEach) {
     const std::string all = CountingSamples(20000);
     for (int index = 0; index < 4; ++index) Write(index, ConformedFileBytes(20000));
     std::array<int, 4> wrong = {};

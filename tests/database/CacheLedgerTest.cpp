@@ -132,7 +132,7 @@ TEST_F(CacheLedgerTest, AReplacedRecordHasTheChecksumOfTheNewFileAndTheOldFileKe
     EXPECT_EQ(records[3].checksum, 2u);
 }
 
-TEST_F(CacheLedgerTest, ADatabaseOfVersion1IsListedWithoutChecksumsAndStaysAsItIs) {
+TEST_F(CacheLedgerTest, ADatabaseOfVersion1IsListedWithoutChecksumsAndUnchanged) {
     MakeVersion1(folder_ / "media.db");
     RawDatabase(folder_ / "media.db")
         .Run(
@@ -154,7 +154,7 @@ TEST_F(CacheLedgerTest, AMissingDatabaseIsNotMade) {
     EXPECT_EQ(NamesIn(folder_.Path()).size(), 0u);
 }
 
-TEST_F(CacheLedgerTest, LookingChangesNothing) {
+TEST_F(CacheLedgerTest, ListingChangesNothing) {
     Fill();
     const std::string before = ReadFile(folder_ / "media.db");
 
@@ -177,7 +177,7 @@ TEST_F(CacheLedgerTest, ARecordOfAnyKindIsRemovedByItsKey) {
     EXPECT_TRUE(ledger.Records().empty());
 }
 
-TEST_F(CacheLedgerTest, RemovingLeavesOtherKeysAlone) {
+TEST_F(CacheLedgerTest, RemovingDoesNotChangeOtherKeys) {
     Fill();
     CacheLedger ledger(path_);
     CacheRecord other = ledger.Records()[0];
@@ -243,10 +243,11 @@ TEST_F(CacheLedgerTest, ARecordOfADatabaseThatCannotBeWrittenIsNotRemoved) {
     EXPECT_EQ(CacheLedger(path_).Records().size(), 4u);
 }
 
-TEST_F(CacheLedgerTest, ChangesThatLieInTheLogAreListedEvenWithoutRoomForLocks) {
+TEST_F(CacheLedgerTest, ChangesInTheLogAreListedEvenWithoutLockFiles) {
     MediaDB database(path_, L"", true);
     database.AddPeakFile(L"/m/p.wav", L"bb", 0, L"p.xwpk");
-    // A copy that was made while the database was in use; a folder is in the way of its locks.
+    // A copy that was made while the database was in use. A folder with the name of the lock file prevents
+    // locks.
     std::filesystem::create_directory(folder_ / "copy");
     std::filesystem::copy_file(folder_ / "media.db", folder_ / "copy/media.db");
     std::filesystem::copy_file(folder_ / "media.db-wal", folder_ / "copy/media.db-wal");
@@ -261,7 +262,7 @@ TEST_F(CacheLedgerTest, AnotherProgramsDatabaseIsRefused) {
     EXPECT_THROW(CacheLedger{path_}, std::runtime_error);
 }
 
-TEST_F(CacheLedgerTest, AConformedFileIsWholeWhenItOpens) {
+TEST_F(CacheLedgerTest, AConformedFileThatOpensIsComplete) {
     WriteFile(folder_ / "whole.xwmc", ConformedFileBytes(10));
     WriteFile(folder_ / "empty.xwmc", ConformedFileBytes(0));
     WriteFile(folder_ / "cut.xwmc", ConformedFileBytes(10).substr(0, 50));
@@ -272,7 +273,7 @@ TEST_F(CacheLedgerTest, AConformedFileIsWholeWhenItOpens) {
     EXPECT_FALSE(IsWholeConformedFile(folder_.Wide("missing.xwmc")));
 }
 
-TEST_F(CacheLedgerTest, AConformedFileAtAnotherRateIsNotWhole) {
+TEST_F(CacheLedgerTest, AConformedFileAtAnotherRateIsNotComplete) {
     WriteFile(folder_ / "a.xwmc", ConformedFileBytes(10, 44100));
 
     EXPECT_TRUE(IsWholeConformedFile(folder_.Wide("a.xwmc"), 44100));

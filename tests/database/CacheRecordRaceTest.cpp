@@ -16,7 +16,7 @@ using sonrel_tests::InAnotherProcess;
 constexpr long long DAY = 24LL * 60 * 60 * 1000;
 constexpr int LOCKED = 50;
 
-/// One record of each kind, 40 days old, and two processes that want different things of them.
+/// One record of each kind, 40 days old, and two processes that change them.
 class CacheRecordRace : public testing::Test {
 protected:
     CacheRecordRace() {
@@ -40,7 +40,7 @@ protected:
         return database.RemoveConformedFile(L"/m/a.wav", L"ff", 0, 48000);
     }
 
-    /// In another process: the record's name becomes @p name.
+    /// Changes the name in the record to @p name, in another process.
     int ReplaceElsewhere(const std::wstring& name) {
         return InAnotherProcess([&] {
             MediaDB theirs = Open();
@@ -55,7 +55,7 @@ protected:
     MediaDB database_ = Open();
 };
 
-TEST_F(CacheRecordRace, AnUnusedRecordOfEachKindIsHandedToTheWork) {
+TEST_F(CacheRecordRace, TheWorkRunsForAnUnusedRecordOfEachKind) {
     int runs = 0;
     const auto count = [&] { ++runs; };
 
@@ -140,21 +140,21 @@ TEST_F(CacheRecordRace, AStampOfAnotherProcessWaitsForTheWorkAndFindsNoRecord) {
     EXPECT_EQ(stampElsewhere(), 0);
 }
 
-TEST_F(CacheRecordRace, ARecordThatLeadsToAnotherFileSinceTheSearchIsLeftAlone) {
+TEST_F(CacheRecordRace, ARecordThatHasAnotherFileSinceTheSearchIsKept) {
     const auto due = database_.FindUnusedConformedFiles(0);
     ASSERT_EQ(ReplaceElsewhere(L"b.xwmc"), 0);
 
-    EXPECT_FALSE(database_.IfStillUnused(due[0], 0, [] { FAIL() << "the record is another"; }));
+    EXPECT_FALSE(database_.IfStillUnused(due[0], 0, [] { FAIL() << "the record has changed"; }));
 }
 
-TEST_F(CacheRecordRace, ARecordThatIsGoneSinceTheSearchHasNoWork) {
+TEST_F(CacheRecordRace, TheWorkDoesNotRunForARecordThatIsGoneSinceTheSearch) {
     const auto due = database_.FindUnusedConformedFiles(30);
     RemoveConformed(database_);
 
     EXPECT_FALSE(database_.IfStillUnused(due[0], 30, [] { FAIL() << "the record is gone"; }));
 }
 
-TEST_F(CacheRecordRace, ARecordIsDueFromExactlyThatManyDaysOnWhenItIsAskedAgain) {
+TEST_F(CacheRecordRace, TheSecondCheckHasTheSameLimitOfDays) {
     const auto due = database_.FindUnusedConformedFiles(30);
     now_ -= 10 * DAY + 1;
     EXPECT_FALSE(database_.IfStillUnused(due[0], 30, [] {}));
@@ -163,7 +163,7 @@ TEST_F(CacheRecordRace, ARecordIsDueFromExactlyThatManyDaysOnWhenItIsAskedAgain)
     EXPECT_TRUE(database_.IfStillUnused(due[0], 30, [] {}));
 }
 
-TEST_F(CacheRecordRace, AnExceptionOfTheWorkUndoesItsChangesAndPasses) {
+TEST_F(CacheRecordRace, AnExceptionOfTheWorkUndoesItsChangesAndReachesTheCaller) {
     const auto due = database_.FindUnusedConformedFiles(30);
 
     EXPECT_THROW(database_.IfStillUnused(due[0], 30,
@@ -206,7 +206,7 @@ TEST_F(CacheRecordRace, AStalePeakRecordThatAnotherProcessReplacedIsNotRemovedEi
     EXPECT_EQ(name, L"theirs.xwpk");
 }
 
-TEST_F(CacheRecordRace, TheNameOfOneKeySaysNothingAboutAnother) {
+TEST_F(CacheRecordRace, TheNameOfOneKeyDoesNotAffectAnotherKey) {
     database_.AddConformedFile(L"/m/a.wav", L"ff", 0, 44100, L"other.xwmc");
     std::wstring name;
     ASSERT_TRUE(database_.GetConformedFilename(L"/m/a.wav", L"ff", 0, 48000, &name));
@@ -216,7 +216,7 @@ TEST_F(CacheRecordRace, TheNameOfOneKeySaysNothingAboutAnother) {
     EXPECT_TRUE(database_.RemoveConformedFile(L"/m/a.wav", L"ff", 0, 44100));
 }
 
-TEST_F(CacheRecordRace, AKeyThatWasNeverReadIsRemovedWhateverItsName) {
+TEST_F(CacheRecordRace, AKeyThatWasNeverReadIsRemovedWithAnyName) {
     MediaDB other = Open();
 
     EXPECT_TRUE(RemoveConformed(other));
@@ -233,7 +233,7 @@ TEST_F(CacheRecordRace, ARecordThatThisConnectionAddedIsRemovedByIt) {
     EXPECT_TRUE(RemoveConformed(database_));
 }
 
-TEST_F(CacheRecordRace, ANameThatLeadsOutOfTheFolderIsRememberedAsItIsStored) {
+TEST_F(CacheRecordRace, ANameThatLeadsOutOfTheFolderIsRememberedAsStored) {
     database_.AddPeakFile(L"/m/b.wav", L"ff", 0, L"../out.xwpk");
     MediaDB other = Open();
     std::wstring name = L"before";

@@ -26,7 +26,7 @@ constexpr const char* FIRST = "CREATE TABLE t (a INTEGER); INSERT INTO t VALUES 
 constexpr const char* SECOND = "ALTER TABLE t ADD COLUMN b INTEGER NOT NULL DEFAULT 7";
 constexpr const char* THIRD = "CREATE INDEX t_b ON t (b)";
 
-/// A database of an invented program with three versions.
+/// A database of a fictitious program with three versions.
 class DatabaseSchemaTest : public testing::Test {
 protected:
     MediaDB::DatabaseStatus Prepare(std::span<const char* const> steps,
@@ -47,7 +47,7 @@ TEST_F(DatabaseSchemaTest, AnEmptyFileGetsTheLatestVersionByAllSteps) {
     EXPECT_EQ(Ask("SELECT b FROM t"), "7");
 }
 
-TEST_F(DatabaseSchemaTest, AnOlderVersionIsBroughtUpToDateAndKeepsItsRows) {
+TEST_F(DatabaseSchemaTest, AnOlderVersionIsUpgradedAndKeepsItsRows) {
     ASSERT_EQ(Prepare(std::array{FIRST}), MediaDB::Created);
     RawDatabase(folder_ / "x.db").Run("INSERT INTO t VALUES (2)");
 
@@ -58,7 +58,7 @@ TEST_F(DatabaseSchemaTest, AnOlderVersionIsBroughtUpToDateAndKeepsItsRows) {
     EXPECT_EQ(Prepare(std::array{FIRST, SECOND, THIRD}), MediaDB::Ready);
 }
 
-TEST_F(DatabaseSchemaTest, AMigrationThatFailsHalfWayLeavesTheOldVersionWhole) {
+TEST_F(DatabaseSchemaTest, AMigrationThatFailsHalfWayKeepsTheOldVersion) {
     ASSERT_EQ(Prepare(std::array{FIRST}), MediaDB::Created);
 
     EXPECT_THROW(Prepare(std::array{FIRST, SECOND, "CREATE INDEX i ON missing (b)"}),
@@ -69,7 +69,7 @@ TEST_F(DatabaseSchemaTest, AMigrationThatFailsHalfWayLeavesTheOldVersionWhole) {
     EXPECT_EQ(Prepare(std::array{FIRST, SECOND}), MediaDB::Migrated);
 }
 
-TEST_F(DatabaseSchemaTest, WhereNoWorkIsAllowedAnOlderVersionIsRefused) {
+TEST_F(DatabaseSchemaTest, WithoutPermissionToUpgradeAnOlderVersionIsRefused) {
     ASSERT_EQ(Prepare(std::array{FIRST}), MediaDB::Created);
 
     EXPECT_THROW(Prepare(std::array{FIRST, SECOND}, SchemaWork::Forbidden), std::runtime_error);
@@ -77,7 +77,7 @@ TEST_F(DatabaseSchemaTest, WhereNoWorkIsAllowedAnOlderVersionIsRefused) {
     EXPECT_EQ(Ask("PRAGMA user_version"), "1");
 }
 
-TEST_F(DatabaseSchemaTest, ForReadingAnOlderVersionIsAcceptedAsItIs) {
+TEST_F(DatabaseSchemaTest, ForReadingAnOlderVersionIsAcceptedUnchanged) {
     ASSERT_EQ(Prepare(std::array{FIRST}), MediaDB::Created);
 
     EXPECT_EQ(Prepare(std::array{FIRST, SECOND}, SchemaWork::Reading), MediaDB::Ready);
@@ -114,14 +114,14 @@ TEST(BareFileNames, OnlyTextIsAName) {
     EXPECT_EQ(run.BareName(5), L"a");
 }
 
-TEST(BareFileNames, BytesThatAreNoUnicodeAreNoName) {
+TEST(BareFileNames, InvalidUtf8IsNotAName) {
     EXPECT_EQ(BareFileName("a\xC3\xBC"), L"a\u00FC");
     EXPECT_EQ(BareFileName("a\xFF"), L"");
     EXPECT_EQ(BareFileName("\xC0\xAF"), L"") << "an overlong separator";
     EXPECT_EQ(BareFileName("\xED\xA0\x80"), L"") << "a surrogate";
 }
 
-TEST(DatabaseText, WhatIsNoUnicodeIsReplacedCharacterByCharacter) {
+TEST(DatabaseText, InvalidUtf8IsReplacedCharacterByCharacter) {
     const TemporaryFolder folder;
     SqliteConnection connection(folder.Wide("x.db"), SqliteConnection::Mode::Create);
     SqliteStatement statement(

@@ -7,7 +7,7 @@
 
 namespace sonrel_tests {
 
-/// Makes an empty media database as the first version of the program made it.
+/// Creates an empty media database of the first version.
 inline void MakeVersion1(const std::filesystem::path& path) {
     RawDatabase(path).Run(R"sql(
 PRAGMA journal_mode=WAL;

@@ -31,7 +31,7 @@ using sonrel_tests::TemporaryFolder;
 using sonrel_tests::WriteFile;
 using testing::Test;
 
-/// Databases that are missing, damaged, locked, somebody else's or used by two processes.
+/// Databases that are missing, damaged, locked, of another program, or used by two processes.
 class MediaDBFileTest : public Test {
 protected:
     ~MediaDBFileTest() override { orlo::project::SetDatabaseBusyTimeout(5000); }
@@ -52,9 +52,9 @@ protected:
         }
     }
 
-    /// Both ways of opening fail with one line that names the file and says @p reason, and neither
-    /// changes the file or puts another beside it.
-    void ExpectRefusedAndUntouched(const std::string& reason) {
+    /// Both modes of opening fail with one line that contains the name of the file and @p reason, and
+    /// neither changes the file or creates another file in the folder.
+    void ExpectRefusedAndUnchanged(const std::string& reason) {
         const std::string before = ReadFile(File());
         const auto names = NamesIn(folder_.Path());
         for (const bool createAndMigrate : {true, false}) {
@@ -70,17 +70,17 @@ protected:
     TemporaryFolder folder_;
 };
 
-TEST_F(MediaDBFileTest, ALaterConnectionMakesNoMissingDatabase) {
+TEST_F(MediaDBFileTest, ALaterConnectionCreatesNoDatabase) {
     EXPECT_NE(Refusal(false), "");
     EXPECT_EQ(NamesIn(folder_.Path()).size(), 0u);
 }
 
-TEST_F(MediaDBFileTest, TheFolderOfTheDatabaseIsNotMade) {
+TEST_F(MediaDBFileTest, TheFolderOfTheDatabaseIsNotCreated) {
     EXPECT_THROW(MediaDB(folder_.Wide("no/media.db"), L"", true), std::runtime_error);
     EXPECT_EQ(NamesIn(folder_.Path()).size(), 0u);
 }
 
-TEST_F(MediaDBFileTest, NamesOfDatabasesInMemoryAndEmptyPathsAreNoFiles) {
+TEST_F(MediaDBFileTest, NamesOfDatabasesInMemoryAndEmptyPathsAreNotFiles) {
     EXPECT_THROW(MediaDB(L"", L"", true), std::runtime_error);
     EXPECT_THROW(MediaDB(std::wstring(L"a\0b", 3), L"", true), std::runtime_error);
     EXPECT_THROW(MediaDB(L":memory:", L"", false), std::runtime_error);
@@ -101,27 +101,27 @@ TEST_F(MediaDBFileTest, AFolderInPlaceOfTheFileIsRefused) {
     EXPECT_TRUE(std::filesystem::is_directory(File()));
 }
 
-TEST_F(MediaDBFileTest, AFileThatIsNoDatabaseIsRefusedAndUntouched) {
+TEST_F(MediaDBFileTest, AFileThatIsNotADatabaseIsRefusedAndUnchanged) {
     for (const std::string& content :
          {std::string("x"), std::string("hello\n"), std::string(8192, '\0'),
           std::string("\xff\xd8\xff\xe0JFIF")}) {
         WriteFile(File(), content);
-        ExpectRefusedAndUntouched("no media database");
+        ExpectRefusedAndUnchanged("no media database");
     }
     WriteFile(File(), "SQLite format 3");
-    ExpectRefusedAndUntouched("not a database");
+    ExpectRefusedAndUnchanged("not a database");
 }
 
-TEST_F(MediaDBFileTest, ANewerDatabaseIsRefusedAndUntouched) {
+TEST_F(MediaDBFileTest, ANewerDatabaseIsRefusedAndUnchanged) {
     Open().AddPeakFile(L"/m/a.wav", L"ff", 0, L"n.xwpk");
     for (const char* version : {"3", "999", "2147483647"}) {
         RawDatabase(File()).Run(std::string("PRAGMA user_version=") + version);
 
-        ExpectRefusedAndUntouched("newer version");
+        ExpectRefusedAndUnchanged("newer version");
     }
 }
 
-TEST_F(MediaDBFileTest, ANewerDatabaseWithChangesInItsLogIsRefusedAndUntouched) {
+TEST_F(MediaDBFileTest, ANewerDatabaseWithChangesInItsLogIsRefusedAndUnchanged) {
     Open();
     const std::string before = ReadFile(File());
     RawDatabase raw(File());
@@ -135,27 +135,27 @@ TEST_F(MediaDBFileTest, ANewerDatabaseWithChangesInItsLogIsRefusedAndUntouched) 
     EXPECT_TRUE(ReadFile(folder_ / "media.db-wal") == log);
 }
 
-TEST_F(MediaDBFileTest, AnotherProgramsDatabaseIsRefusedAndUntouched) {
+TEST_F(MediaDBFileTest, ADatabaseOfAnotherProgramIsRefusedAndUnchanged) {
     RawDatabase(File()).Run("CREATE TABLE t (a); INSERT INTO t VALUES (1)");
-    ExpectRefusedAndUntouched("another program's");
+    ExpectRefusedAndUnchanged("another program's");
 
     RawDatabase(File()).Run("PRAGMA application_id=77");
-    ExpectRefusedAndUntouched("another program's");
+    ExpectRefusedAndUnchanged("another program's");
 
     RawDatabase(File()).Run("PRAGMA journal_mode=WAL");
-    ExpectRefusedAndUntouched("another program's");
+    ExpectRefusedAndUnchanged("another program's");
 }
 
 TEST_F(MediaDBFileTest, ADatabaseMarkedAsOursWithoutAVersionIsRefused) {
     Open();
     RawDatabase(File()).Run("PRAGMA user_version=0");
-    ExpectRefusedAndUntouched("damaged");
+    ExpectRefusedAndUnchanged("damaged");
 
     RawDatabase(File()).Run("PRAGMA user_version=-1");
-    ExpectRefusedAndUntouched("damaged");
+    ExpectRefusedAndUnchanged("damaged");
 }
 
-TEST_F(MediaDBFileTest, AMissingTableOrColumnIsReportedAndNotMadeUp) {
+TEST_F(MediaDBFileTest, AMissingTableOrColumnIsReportedAndNotCreated) {
     Open();
     RawDatabase(File()).Run("ALTER TABLE peak_file RENAME COLUMN last_use TO other");
     EXPECT_NE(Refusal(true).find("last_use"), std::string::npos);
@@ -187,7 +187,7 @@ TEST_F(MediaDBFileTest, ATriggerInTheFileIsNotRun) {
     EXPECT_TRUE(database.GetPeakFilename(L"/m/a.wav", L"ff", 0, &name));
 }
 
-TEST_F(MediaDBFileTest, DamageIsReportedByTheOperationThatMeetsIt) {
+TEST_F(MediaDBFileTest, DamageIsReportedByTheOperationThatFindsIt) {
     {
         MediaDB database = Open();
         for (int i = 0; i < 200; ++i) {
@@ -195,7 +195,7 @@ TEST_F(MediaDBFileTest, DamageIsReportedByTheOperationThatMeetsIt) {
         }
     }
     std::string bytes = ReadFile(File());
-    // Every page behind the first one, which holds the schema.
+    // Every page after the first page, which contains the schema.
     for (std::size_t at = 4096; at < bytes.size(); ++at) bytes[at] = '\xEE';
     WriteFile(File(), bytes);
     std::wstring name;
@@ -219,28 +219,29 @@ TEST_F(MediaDBFileTest, AReadOnlyFileIsRefusedByTheFirstConnection) {
     EXPECT_EQ(answer, 0);
 }
 
-TEST_F(MediaDBFileTest, ALockedDatabaseGivesUpAfterTheTimeout) {
+TEST_F(MediaDBFileTest, AnOperationOnALockedDatabaseFailsAfterTheTimeout) {
     MediaDB database = Open();
     database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"n.xwpk");
     RawDatabase holder(File());
     holder.Run("BEGIN EXCLUSIVE");
     orlo::project::SetDatabaseBusyTimeout(50);
-    MediaDB impatient = Open(false);
+    MediaDB shortTimeout = Open(false);
 
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_THROW(impatient.TouchPeakFile(L"/m/a.wav", L"ff", 0), std::runtime_error);
-    EXPECT_THROW(impatient.AddPeakFile(L"/m/b.wav", L"ff", 0, L"m.xwpk"), std::runtime_error);
+    EXPECT_THROW(shortTimeout.TouchPeakFile(L"/m/a.wav", L"ff", 0), std::runtime_error);
+    EXPECT_THROW(shortTimeout.AddPeakFile(L"/m/b.wav", L"ff", 0, L"m.xwpk"), std::runtime_error);
     const auto waited = std::chrono::steady_clock::now() - start;
 
     EXPECT_GE(waited, std::chrono::milliseconds(80));
     EXPECT_LT(waited, std::chrono::seconds(3));
     std::wstring name;
-    EXPECT_TRUE(impatient.GetPeakFilename(L"/m/a.wav", L"ff", 0, &name)) << "readers do not wait";
+    EXPECT_TRUE(shortTimeout.GetPeakFilename(L"/m/a.wav", L"ff", 0, &name))
+        << "readers do not wait";
     holder.Run("COMMIT");
-    EXPECT_TRUE(impatient.TouchPeakFile(L"/m/a.wav", L"ff", 0));
+    EXPECT_TRUE(shortTimeout.TouchPeakFile(L"/m/a.wav", L"ff", 0));
 }
 
-TEST_F(MediaDBFileTest, ADatabaseThatIsBeingMadeIsWaitedFor) {
+TEST_F(MediaDBFileTest, AConnectionWaitsForADatabaseThatIsBeingCreated) {
     RawDatabase holder(File());
     holder.Run("BEGIN EXCLUSIVE");
     orlo::project::SetDatabaseBusyTimeout(50);
@@ -251,7 +252,7 @@ TEST_F(MediaDBFileTest, ADatabaseThatIsBeingMadeIsWaitedFor) {
     EXPECT_EQ(Open().Status(), MediaDB::Created);
 }
 
-TEST_F(MediaDBFileTest, ALockThatIsGivenBackInTimeIsNoFailure) {
+TEST_F(MediaDBFileTest, ALockThatIsReleasedInTimeIsNotAFailure) {
     MediaDB database = Open();
     int ready[2];
     ASSERT_EQ(pipe(ready), 0);
@@ -279,7 +280,7 @@ TEST_F(MediaDBFileTest, ALockThatIsGivenBackInTimeIsNoFailure) {
     close(ready[1]);
 }
 
-TEST_F(MediaDBFileTest, TwoProcessesThatMakeOneDatabaseAtOnceBothSucceed) {
+TEST_F(MediaDBFileTest, TwoProcessesThatCreateOneDatabaseAtOnceBothSucceed) {
     for (int round = 0; round < 20; ++round) {
         const std::wstring path = folder_.Wide("race" + std::to_string(round) + ".db");
         int go[2];
@@ -315,7 +316,7 @@ TEST_F(MediaDBFileTest, TwoProcessesThatMakeOneDatabaseAtOnceBothSucceed) {
     }
 }
 
-TEST_F(MediaDBFileTest, ASecondRecordOfOneKeyIsRefusedWithoutWordsOfTheDatabaseLibrary) {
+TEST_F(MediaDBFileTest, TheRefusalOfASecondRecordHasNoMessageOfTheDatabaseLibrary) {
     MediaDB database = Open();
     database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"a.xwmc");
     const orlo::project::DatabaseObserver observer;
@@ -380,7 +381,7 @@ TEST_F(MediaDBFileTest, AnAddedRecordOutlivesAKilledProcess) {
     EXPECT_TRUE(Open(false).GetPeakFilename(L"/m/a.wav", L"ff", 0, &name));
 }
 
-TEST_F(MediaDBFileTest, AFailedOpenLeavesNoDescriptorBehind) {
+TEST_F(MediaDBFileTest, AFailedOpenLeavesNoOpenDescriptor) {
     WriteFile(File(), "no database");
     const auto descriptors = [] {
         return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),

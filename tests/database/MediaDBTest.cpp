@@ -46,7 +46,7 @@ TEST(MediaCacheFilePath, FolderAndNameAreJoinedWithOneSlash) {
     EXPECT_EQ(MediaDB::CreateMediaCacheFilePath(L"", L"c.xwmc"), L"c.xwmc");
 }
 
-TEST_F(MediaDBTest, TheFirstConnectionMakesTheDatabaseAndLaterOnesFindIt) {
+TEST_F(MediaDBTest, TheFirstConnectionCreatesTheDatabaseAndLaterConnectionsFindIt) {
     EXPECT_EQ(Open().Status(), MediaDB::Created);
     EXPECT_EQ(Open().Status(), MediaDB::Ready);
     EXPECT_EQ(Open(false).Status(), MediaDB::Ready);
@@ -72,7 +72,7 @@ TEST_F(MediaDBTest, ADatabaseOfVersion1GetsChecksumsAndKeepsItsRecords) {
     EXPECT_EQ(Open(false).Status(), MediaDB::Ready);
 }
 
-TEST_F(MediaDBTest, WhereTheFirstConnectionIsStillOpenLaterOnesAreReady) {
+TEST_F(MediaDBTest, LaterConnectionsAreReadyWhileTheFirstIsOpen) {
     const MediaDB first = Open();
 
     EXPECT_EQ(Open(false).Status(), MediaDB::Ready);
@@ -115,7 +115,7 @@ TEST_F(MediaDBTest, AnAddedPeakFileIsFoundByItsWholeKey) {
     EXPECT_EQ(name, L"name.xwpk");
 }
 
-TEST_F(MediaDBTest, KindsDoNotMeet) {
+TEST_F(MediaDBTest, KindsOfRecordsAreSeparate) {
     MediaDB database = Open();
     database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"name.xwpk");
     database.AddVFRCacheFile(L"/m/a.wav", L"ff", 0, L"name.vfr");
@@ -127,7 +127,7 @@ TEST_F(MediaDBTest, KindsDoNotMeet) {
     EXPECT_TRUE(database.GetPeakFilename(L"/m/a.wav", L"ff", 0, &name));
 }
 
-TEST_F(MediaDBTest, KeysAreComparedCaseByCase) {
+TEST_F(MediaDBTest, KeysAreCaseSensitive) {
     MediaDB database = Open();
     database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"lower.xwmc");
     database.AddConformedFile(L"/m/A.wav", L"ff", 0, 48000, L"upper.xwmc");
@@ -138,7 +138,7 @@ TEST_F(MediaDBTest, KeysAreComparedCaseByCase) {
     EXPECT_FALSE(database.GetConformedFilename(L"/m/a.wav", L"FF", 0, 48000, &name));
 }
 
-TEST_F(MediaDBTest, PathsOfEveryScriptComeBackAsTheyWere) {
+TEST_F(MediaDBTest, PathsOfEveryScriptAreReadUnchanged) {
     MediaDB database = Open();
     const std::wstring path = L"/m/\u00fcml\u00e4ut \u65e5\u672c \U0001F3B5 'quote\" %s\n.wav";
     database.AddPeakFile(path, L"ff", 0, L"\u65e5.xwpk");
@@ -151,7 +151,7 @@ TEST_F(MediaDBTest, PathsOfEveryScriptComeBackAsTheyWere) {
     EXPECT_EQ(due[0].mediaPath, path);
 }
 
-TEST_F(MediaDBTest, NegativeAndExtremeNumbersAreKeysLikeOthers) {
+TEST_F(MediaDBTest, NegativeAndExtremeNumbersAreValidKeys) {
     MediaDB database = Open();
     constexpr int MIN = std::numeric_limits<int>::min();
     database.AddConformedFile(L"/m/a.wav", L"", MIN, MIN, L"n.xwmc");
@@ -164,7 +164,7 @@ TEST_F(MediaDBTest, NegativeAndExtremeNumbersAreKeysLikeOthers) {
     EXPECT_EQ(due[0].sampleRate, MIN);
 }
 
-TEST_F(MediaDBTest, ASecondRecordOfAKeyIsRefusedAndTheFirstStays) {
+TEST_F(MediaDBTest, ASecondRecordOfAKeyIsRefusedAndTheFirstIsKept) {
     MediaDB database = Open();
     database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"first.xwmc");
     database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"first.xwpk");
@@ -179,7 +179,7 @@ TEST_F(MediaDBTest, ASecondRecordOfAKeyIsRefusedAndTheFirstStays) {
     EXPECT_EQ(name, L"first.xwpk");
 }
 
-TEST_F(MediaDBTest, RemovingForgetsTheRecordAndSaysWhetherThereWasOne) {
+TEST_F(MediaDBTest, RemovingReportsWhetherTheRecordExisted) {
     MediaDB database = Open();
     database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"n.xwmc");
     database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"n.xwpk");
@@ -205,7 +205,7 @@ TEST_F(MediaDBTest, AnEmptyNameIsARecordWithAnEmptyName) {
     EXPECT_EQ(name, L"");
 }
 
-TEST_F(MediaDBTest, ARecordIsUnusedFromExactlyThatManyDaysOn) {
+TEST_F(MediaDBTest, ARecordIsUnusedAfterExactlyThatManyDays) {
     MediaDB database = Open();
     database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"n.xwmc");
     database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"n.xwpk");
@@ -272,7 +272,7 @@ TEST_F(MediaDBTest, ARecordStampedInTheFutureCountsAsUsedNow) {
     EXPECT_EQ(database.FindUnusedPeakFiles(1).size(), 1u);
 }
 
-TEST_F(MediaDBTest, ClocksFarFromNowAreKeptAsTheyAre) {
+TEST_F(MediaDBTest, TimesFarFromNowAreStoredUnchanged) {
     MediaDB database = Open();
     now_ = -5 * DAY;  // 1969
     database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"a.xwpk");
@@ -285,7 +285,7 @@ TEST_F(MediaDBTest, ClocksFarFromNowAreKeptAsTheyAre) {
     EXPECT_EQ(due[0].cacheFilename, L"a.xwpk");
 }
 
-TEST_F(MediaDBTest, UnusedRecordsComeWithTheirFieldsTheLongestUnusedFirst) {
+TEST_F(MediaDBTest, UnusedRecordsHaveTheirFieldsAndTheLongestUnusedIsFirst) {
     MediaDB database = Open();
     now_ = NOON + 2;
     database.AddConformedFile(L"/m/late.wav", L"aa", 3, 44100, L"late.xwmc");
@@ -303,7 +303,7 @@ TEST_F(MediaDBTest, UnusedRecordsComeWithTheirFieldsTheLongestUnusedFirst) {
     EXPECT_EQ(due[1].mediaPath, L"/m/late.wav");
 }
 
-TEST_F(MediaDBTest, UnusedPeakAndVfrRecordsComeWithTheirFields) {
+TEST_F(MediaDBTest, UnusedPeakAndVfrRecordsHaveTheirFields) {
     MediaDB database = Open();
     database.AddPeakFile(L"/m/p.wav", L"aa", 3, L"p.xwpk");
     database.AddVFRCacheFile(L"/m/v.wav", L"bb", 4, L"v.vfr");
@@ -323,7 +323,7 @@ TEST_F(MediaDBTest, UnusedPeakAndVfrRecordsComeWithTheirFields) {
     EXPECT_EQ(vfr[0].cacheFilename, L"v.vfr");
 }
 
-TEST_F(MediaDBTest, TheSystemClockIsUsedWithoutAnother) {
+TEST_F(MediaDBTest, TheSystemClockIsTheDefault) {
     orlo::project::SetDatabaseClock({});
     Open().AddPeakFile(L"/m/a.wav", L"ff", 0, L"n.xwpk");
 
@@ -336,7 +336,7 @@ TEST_F(MediaDBTest, TheSystemClockIsUsedWithoutAnother) {
     EXPECT_GT(stamp, now - 60'000);
 }
 
-TEST_F(MediaDBTest, NamesThatLeadOutOfTheFolderReadAsEmpty) {
+TEST_F(MediaDBTest, NamesThatLeadOutOfTheFolderAreReadAsEmpty) {
     const std::vector<std::wstring> names = {L".",
                                              L"..",
                                              L"/",
@@ -376,7 +376,7 @@ TEST_F(MediaDBTest, NamesThatLeadOutOfTheFolderReadAsEmpty) {
     }
 }
 
-TEST_F(MediaDBTest, OddNamesThatStayInTheFolderAreKept) {
+TEST_F(MediaDBTest, UnusualNamesInTheFolderAreValid) {
     const std::vector<std::wstring> names = {L"....xwpk",
                                              L"-rf.xwpk",
                                              L" a.xwmc .xwpk",
@@ -395,7 +395,7 @@ TEST_F(MediaDBTest, OddNamesThatStayInTheFolderAreKept) {
     }
 }
 
-TEST_F(MediaDBTest, ANameWithTheEndingOfAnotherKindOfFileReadsAsEmpty) {
+TEST_F(MediaDBTest, ANameWithTheExtensionOfAnotherKindIsReadAsEmpty) {
     MediaDB database = Open();
     for (const wchar_t* name : {L"notes.txt", L"a.XWMC", L"a.xwmc.txt", L"xwmc", L"a.xwpk"}) {
         database.AddConformedFile(L"/m/a.wav", name, 0, 48000, name);
@@ -419,14 +419,14 @@ TEST_F(MediaDBTest, ANameWithTheEndingOfAnotherKindOfFileReadsAsEmpty) {
     }
 }
 
-TEST_F(MediaDBTest, ANameOfAVfrCacheFileHasAnyEnding) {
+TEST_F(MediaDBTest, ANameOfAVfrCacheFileMayHaveAnyExtension) {
     MediaDB database = Open();
     database.AddVFRCacheFile(L"/m/a.wav", L"ff", 0, L"notes.txt");
 
     EXPECT_EQ(database.FindUnusedVFRCacheFiles(0)[0].cacheFilename, L"notes.txt");
 }
 
-TEST_F(MediaDBTest, ANameThatIsNoUnicodeReadsAsEmpty) {
+TEST_F(MediaDBTest, ANameWithInvalidUtf8IsReadAsEmpty) {
     Open();
     RawDatabase(folder_ / "media.db")
         .Run(
@@ -438,7 +438,7 @@ TEST_F(MediaDBTest, ANameThatIsNoUnicodeReadsAsEmpty) {
     EXPECT_EQ(name, L"");
 }
 
-TEST_F(MediaDBTest, AMediaPathThatIsNoUnicodeDoesNotHideTheOtherRecords) {
+TEST_F(MediaDBTest, AMediaPathWithInvalidUtf8DoesNotHideOtherRecords) {
     Open();
     RawDatabase(folder_ / "media.db")
         .Run(
@@ -452,7 +452,7 @@ TEST_F(MediaDBTest, AMediaPathThatIsNoUnicodeDoesNotHideTheOtherRecords) {
     EXPECT_EQ(due[1].mediaPath, L"/m/b.wav");
 }
 
-TEST_F(MediaDBTest, WhatOneConnectionAddsAnotherFindsAtOnce) {
+TEST_F(MediaDBTest, ARecordOfOneConnectionIsFoundByAnotherAtOnce) {
     MediaDB writer = Open();
     const MediaDB reader = Open(false);
     std::wstring name;
@@ -462,7 +462,7 @@ TEST_F(MediaDBTest, WhatOneConnectionAddsAnotherFindsAtOnce) {
     EXPECT_TRUE(reader.GetPeakFilename(L"/m/a.wav", L"ff", 0, &name));
 }
 
-TEST_F(MediaDBTest, ManyThreadsWithAConnectionEachLoseNothing) {
+TEST_F(MediaDBTest, NoRecordOfManyThreadsWithSeparateConnectionsIsLost) {
     Open();
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {

@@ -48,7 +48,7 @@ public:
     }
 };
 
-/// A plugin of a kind, and of no audio class.
+/// A plugin of any kind that is not derived from an audio class.
 class PlainPlugin : public AbstractPlugin {
 public:
     explicit PlainPlugin(int kind) : kind_(kind) {}
@@ -79,7 +79,7 @@ TEST(EffectInstance, AMissingPluginIsRefused) {
     EXPECT_THROW(EffectInstance(nullptr), std::invalid_argument);
 }
 
-TEST(EffectInstance, APluginThatOnlySaysItIsAnAudioPluginIsRefused) {
+TEST(EffectInstance, APluginOfTheAudioKindAndAnotherClassIsRefused) {
     EXPECT_THROW(EffectInstance(std::make_shared<PlainPlugin>(1)), std::invalid_argument);
     EXPECT_NO_THROW(EffectInstance(std::make_shared<PlainPlugin>(2)));
 }
@@ -105,7 +105,7 @@ TEST(ObjectEffects, AreKeptInChainOrder) {
     EXPECT_EQ(object.Effects()[1], second);
 }
 
-TEST(ObjectEffects, OthersThanAudioEffectsAreRefusedWhicheverWayTheyCome) {
+TEST(ObjectEffects, OtherEffectsThanAudioEffectsAreRefusedInEveryEdit) {
     AssetAudioObject object{zrtl::ZRID()};
     const auto picture = std::make_shared<PlainPlugin>(2);
 
@@ -119,7 +119,7 @@ TEST(ObjectEffects, OthersThanAudioEffectsAreRefusedWhicheverWayTheyCome) {
     EXPECT_TRUE(object.Effects().empty());
 }
 
-TEST(ObjectEffects, ACopiedObjectRefusesThemToo) {
+TEST(ObjectEffects, ACopiedObjectRefusesOtherEffectsToo) {
     AssetAudioObject object{zrtl::ZRID()};
     object.AddEffect(std::make_shared<AudioPlugin>());
 
@@ -129,7 +129,7 @@ TEST(ObjectEffects, ACopiedObjectRefusesThemToo) {
     EXPECT_THROW(copy.AddEffect(std::make_shared<PlainPlugin>(2)), std::invalid_argument);
 }
 
-TEST(LayerEffects, TakeEveryKindButNoEmptyPlugin) {
+TEST(LayerEffects, AcceptEveryKindButNoEmptyPlugin) {
     AssetLayer layer{zrtl::ZRID()};
     layer.AddEffect(std::make_shared<PlainPlugin>(2));
     layer.AddEffect(std::make_shared<AudioPlugin>());
@@ -139,7 +139,7 @@ TEST(LayerEffects, TakeEveryKindButNoEmptyPlugin) {
     EXPECT_EQ(layer.Effects().size(), 2u);
 }
 
-TEST(Transition, KeepsWhatItWasMadeOf) {
+TEST(Transition, KeepsTheArgumentsOfItsConstructor) {
     const auto plugin = std::make_shared<TransitionPlugin>();
     const auto from = zrtl::ZRID::Create();
     const auto to = zrtl::ZRID::Create();
@@ -153,7 +153,7 @@ TEST(Transition, KeepsWhatItWasMadeOf) {
     EXPECT_FALSE(transition.ID().IsNull());
 }
 
-TEST(Transition, AnEmptyPluginAnotherClassAndNoLengthAreRefused) {
+TEST(Transition, AnEmptyPluginAnotherClassAndALengthOf0AreRefused) {
     const auto plugin = std::make_shared<TransitionPlugin>();
     const zrtl::ZRID none;
 
@@ -197,7 +197,7 @@ TEST(JoinWithTransition, LeavesOneObjectAndEntersTheOther) {
     EXPECT_EQ(transition->ToObject(), second->ID());
 }
 
-TEST(JoinWithTransition, WhatTheTrackDoesNotHoldIsRefusedAndNothingIsSet) {
+TEST(JoinWithTransition, ObjectsThatAreNotOnTheTrackAreRefusedAndNothingIsSet) {
     SequenceObjectList objects;
     const auto first = ObjectAt(0, 10);
     const auto stranger = ObjectAt(10, 20);

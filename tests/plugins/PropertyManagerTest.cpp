@@ -32,13 +32,13 @@ TEST(PropertyManager, AnotherAlternativeRaisesBadGetWithItsOwnMessage) {
     properties.SetStaticValue("audioLevel", 1.0);
     try {
         LevelAt(properties, 0);
-        ADD_FAILURE() << "took a double for a float";
+        ADD_FAILURE() << "a double was read as a float";
     } catch (const boost::bad_get& error) {
         EXPECT_STREQ(error.what(), "boost::bad_get: failed value get using boost::get");
     }
 }
 
-TEST(PropertyManager, AStaticValueIsReadByReferenceAndHoldsAtEveryTime) {
+TEST(PropertyManager, AStaticValueIsReadByReferenceAndIsTheValueAtEveryTime) {
     PropertyManager properties;
     properties.SetStaticValue("audioLevel", -6.0f);
 
@@ -59,7 +59,7 @@ TEST(PropertyManager, KeysAreComparedByTheirText) {
     EXPECT_EQ(properties.StaticValue("Speed").which(), 0);
 }
 
-TEST(PropertyManager, OutsideTheKeyFramesTheNearestIsHeld) {
+TEST(PropertyManager, OutsideTheKeyFramesTheNearestValueIsHeld) {
     PropertyManager properties;
     properties.SetKeyframe("audioLevel", 100, -10.0f);
     properties.SetKeyframe("audioLevel", 200, -20.0f);
@@ -84,7 +84,7 @@ TEST(PropertyManager, BetweenKeyFramesAFloatIsInterpolatedInDoublePrecision) {
     EXPECT_EQ(LevelAt(properties, 333), static_cast<float>(-3.996));
 }
 
-TEST(PropertyManager, TheRatioOfTimesIsTakenBeforeTheProduct) {
+TEST(PropertyManager, TheRatioOfTimesIsComputedBeforeTheProduct) {
     PropertyManager properties;
     properties.SetKeyframe("speed", 0, 0.0);
     properties.SetKeyframe("speed", 49, 49.0);
@@ -102,7 +102,7 @@ TEST(PropertyManager, KeyFramesAtTheEndsOfTimeDoNotOverflow) {
     EXPECT_NEAR(LevelAt(properties, 0), 0.5f, 1e-6f);
 }
 
-TEST(PropertyManager, OtherAlternativesKeepTheEarlierKeyFrame) {
+TEST(PropertyManager, OtherAlternativesHoldTheEarlierKeyFrame) {
     PropertyManager properties;
     properties.SetKeyframe("count", 0, 10);
     properties.SetKeyframe("count", 100, 20);
@@ -122,7 +122,7 @@ TEST(PropertyManager, TheFlagMakesNoDifference) {
     EXPECT_EQ(boost::get<float>(properties.ValueAtTime("audioLevel", true, 5)), 5.0f);
 }
 
-TEST(PropertyManager, KeyFramesMayComeInAnyOrderAndReplaceTheirEquals) {
+TEST(PropertyManager, KeyFramesMayBeSetInAnyOrderAndReplaceThoseOfTheSameTime) {
     PropertyManager properties;
     properties.SetKeyframe("audioLevel", 200, 2.0f);
     properties.SetKeyframe("audioLevel", 0, 0.0f);
@@ -133,7 +133,7 @@ TEST(PropertyManager, KeyFramesMayComeInAnyOrderAndReplaceTheirEquals) {
     EXPECT_EQ(LevelAt(properties, 150), 1.5f);
 }
 
-TEST(PropertyManager, KeyFramesHideTheStaticValueUntilTheyAreGone) {
+TEST(PropertyManager, KeyFramesHideTheStaticValueUntilTheyAreRemoved) {
     PropertyManager properties;
     properties.SetStaticValue("audioLevel", -6.0f);
     EXPECT_FALSE(properties.HasKeyframes("audioLevel"));
@@ -151,7 +151,7 @@ TEST(PropertyManager, KeyFramesHideTheStaticValueUntilTheyAreGone) {
     EXPECT_EQ(LevelAt(properties, 0), -6.0f);
 }
 
-TEST(PropertyManager, APropertyMadeByAKeyFrameHasItsValueAsStaticOne) {
+TEST(PropertyManager, APropertyMadeByAKeyFrameHasItsValueAsStaticValue) {
     PropertyManager properties;
     properties.SetKeyframe("audioLevel", 500, -3.0f);
 
@@ -201,7 +201,7 @@ TEST(PropertyManager, ARemovedPropertyIsUnknownAgain) {
     EXPECT_THROW(LevelAt(properties, 0), boost::bad_get);
 }
 
-TEST(PropertyManager, ACopyHasAllPropertiesAndIsItsOwn) {
+TEST(PropertyManager, ACopyHasAllPropertiesAndIsIndependent) {
     PropertyManager properties;
     properties.SetStaticValue("audioLevel", -6.0f);
     properties.SetKeyframe("speed", 0, 2.0);

@@ -18,7 +18,7 @@ using zrtl::matl::ZRMatrix;
 using zrtl::matl::ZRPoint;
 using zrtl::matl::ZRVector;
 
-TEST(PropertyValue, TheSixteenAlternativesStandInTheirOrder) {
+TEST(PropertyValue, TheSixteenAlternativesAreInTheirOrder) {
     EXPECT_EQ(PropertyValue(1).which(), 0);
     EXPECT_EQ(PropertyValue(1u).which(), 1);
     EXPECT_EQ(PropertyValue(1.0f).which(), 2);
@@ -48,7 +48,7 @@ TEST(PropertyValue, AReaderOfAnotherAlternativeRaisesBadGet) {
     const PropertyValue value(1.0);
     try {
         boost::get<float>(value);
-        ADD_FAILURE() << "took a double for a float";
+        ADD_FAILURE() << "a double was read as a float";
     } catch (const boost::bad_get& error) {
         EXPECT_STREQ(error.what(), "boost::bad_get: failed value get using boost::get");
     }

@@ -55,7 +55,7 @@ TEST(AssetList, EmptyPointersAndSecondIdentitiesAreRefused) {
     EXPECT_EQ(assets.All().size(), 1u);
 }
 
-TEST(AssetList, AnAssetIsGoneWhicheverWayItWasTakenOut) {
+TEST(AssetList, AnAssetIsNotFoundAfterAnyKindOfRemoval) {
     AssetList assets;
     const auto first = std::make_shared<MediaAsset>(nullptr, L"/m/a.wav");
     const auto second = std::make_shared<MediaAsset>(nullptr, L"/m/b.wav");
@@ -75,7 +75,7 @@ TEST(AssetList, AnAssetIsGoneWhicheverWayItWasTakenOut) {
     EXPECT_NO_THROW(assets.Add(first));
 }
 
-/// An asset whose number says something else than its class.
+/// An asset whose type number does not match its class.
 class Impostor : public AbstractAsset {
 public:
     explicit Impostor(int type) : type_(type) {}
@@ -89,14 +89,14 @@ private:
     int type_;
 };
 
-TEST(AssetList, ATypeNumberThatDoesNotFitTheClassIsRefused) {
+TEST(AssetList, ATypeNumberThatDoesNotMatchTheClassIsRefused) {
     AssetList assets;
 
     EXPECT_THROW(assets.Add(std::make_shared<Impostor>(0)), std::invalid_argument);
     EXPECT_THROW(assets.Add(std::make_shared<Impostor>(1)), std::invalid_argument);
 }
 
-TEST(AssetList, ACopySharesTheAssetsAndIsAListOfItsOwn) {
+TEST(AssetList, ACopySharesTheAssetsAndIsASeparateList) {
     AssetList assets;
     const auto media = std::make_shared<MediaAsset>(nullptr, L"/m/a.wav");
     assets.Add(media);
@@ -177,7 +177,7 @@ TEST(CompositionAsset, EmptyForeignAndDoubleLayersAreRefused) {
     EXPECT_NO_THROW(second.AddLayer(layer));
 }
 
-TEST(CompositionAsset, LayersOutliveTheirCompositionAndMayBelongToAnother) {
+TEST(CompositionAsset, LayersOutliveTheirCompositionAndMayJoinAnother) {
     const auto layer = std::make_shared<AssetLayer>(zrtl::ZRID::Create());
     { CompositionAsset().AddLayer(layer); }
     CompositionAsset other;
@@ -231,7 +231,7 @@ TEST(CompositionCycles, ALayerThatLeadsBackThroughOthersIsRefused) {
     EXPECT_NO_THROW(a->AddLayer(LayerOf(c)));
 }
 
-TEST(CompositionCycles, ARefusedLayerBelongsToNobody) {
+TEST(CompositionCycles, ARefusedLayerBelongsToNoComposition) {
     AssetList assets;
     const auto a = NewComposition();
     const auto b = NewComposition();
@@ -263,7 +263,7 @@ TEST(CompositionCycles, ACompositionWhoseLayersLeadBackIsRefusedByTheList) {
     EXPECT_NO_THROW(assets.Add(b));
 }
 
-TEST(CompositionCycles, AfterTheOneWayIsTakenOutTheOtherIsFree) {
+TEST(CompositionCycles, AfterOneDirectionIsRemovedTheOtherIsAllowed) {
     AssetList assets;
     const auto a = NewComposition();
     const auto b = NewComposition();
@@ -277,7 +277,7 @@ TEST(CompositionCycles, AfterTheOneWayIsTakenOutTheOtherIsFree) {
     EXPECT_NO_THROW(b->AddLayer(LayerOf(a)));
 }
 
-TEST(CompositionCycles, EveryListThatHoldsACompositionIsAsked) {
+TEST(CompositionCycles, EveryListThatContainsACompositionIsChecked) {
     const auto a = NewComposition();
     const auto b = NewComposition();
     AssetList first;
@@ -303,7 +303,7 @@ TEST(CompositionCycles, ACompositionOutlivesItsList) {
     EXPECT_NO_THROW(a->AddLayer(LayerOf(b)));
 }
 
-TEST(CompositionCycles, ManyPathsToOneCompositionAreWalkedOnce) {
+TEST(CompositionCycles, ACompositionOnManyPathsIsVisitedOnce) {
     AssetList assets;
     auto below = NewComposition();
     const auto bottom = below;
@@ -316,12 +316,12 @@ TEST(CompositionCycles, ManyPathsToOneCompositionAreWalkedOnce) {
         below = above;
     }
 
-    // 2^40 ways lead down; each composition is looked at once.
+    // 2^40 paths lead down; each composition is visited once.
     EXPECT_THROW(bottom->AddLayer(LayerOf(below)), std::invalid_argument);
     EXPECT_NO_THROW(NewComposition()->AddLayer(LayerOf(below)));
 }
 
-TEST(CompositionCycles, AChainOfThousandsIsNoTroubleForTheStack) {
+TEST(CompositionCycles, AChainOfThousandsDoesNotOverflowTheStack) {
     AssetList assets;
     auto below = NewComposition();
     const auto bottom = below;
@@ -351,7 +351,7 @@ TEST(AssetLayer, StartsAudibleVisibleAndWithItsStandardProperties) {
     EXPECT_FALSE(layer.ID().IsNull());
 }
 
-TEST(AssetLayer, ShowsTheAssetThatTheListHolds) {
+TEST(AssetLayer, ShowsTheAssetOfTheList) {
     AssetList assets;
     const auto media = std::make_shared<MediaAsset>(nullptr, L"/m/a.wav");
     const AssetLayer layer(media->ID());
@@ -373,7 +373,7 @@ TEST(AssetLayer, EmptyAndNegativeRangesAreRefused) {
     EXPECT_EQ(layer.EndFrame(), 1);
 }
 
-TEST(AssetLayer, ACopyHasEverythingButTheParent) {
+TEST(AssetLayer, ACopyHasEverythingExceptTheParent) {
     AssetList assets;
     const auto composition = NewComposition();
     assets.Add(composition);
@@ -400,7 +400,7 @@ TEST(AssetLayer, ACopyHasEverythingButTheParent) {
     EXPECT_EQ(copy.ParentComposition(assets), nullptr);
 }
 
-TEST(PictureLayer, NeverSounds) {
+TEST(PictureLayer, IsAlwaysSilent) {
     PictureLayer layer;
 
     EXPECT_EQ(layer.LayerType(), 1);

@@ -33,7 +33,7 @@ TEST(Handles, AClassWithVirtualOperationsHoldsOnePointerAndItsTable) {
     EXPECT_EQ(sizeof(Transition), 2 * POINTER);
 }
 
-TEST(Handles, AClassThatKnowsItsOwnersHoldsOnePointerBesidesTheirReference) {
+TEST(Handles, AClassWithASharedReferenceToItselfHoldsOnePointerMore) {
     constexpr std::size_t REFERENCE = sizeof(std::enable_shared_from_this<MediaAsset>);
 
     EXPECT_EQ(sizeof(MediaManager), REFERENCE + POINTER);
@@ -41,7 +41,7 @@ TEST(Handles, AClassThatKnowsItsOwnersHoldsOnePointerBesidesTheirReference) {
 }
 
 TEST(Handles, EachClassOfAHierarchyAddsOnePointer) {
-    // Two tables: that of the object or layer, and that of the asset instance.
+    // Two tables: of the object or layer, and of the asset instance.
     EXPECT_EQ(sizeof(AbstractSequenceObject), 3 * POINTER);
     EXPECT_EQ(sizeof(AudioObject), 4 * POINTER);
     EXPECT_EQ(sizeof(AssetAudioObject), 5 * POINTER);

@@ -28,7 +28,7 @@ std::unique_ptr<MediaAudioStream> Audio() {
     return std::make_unique<MediaAudioStream>(44100, 1000, ZRAudioCodec::Pcm);
 }
 
-TEST(MediaAsset, HasWhatStreamsItHas) {
+TEST(MediaAsset, HasAudioAndVideoWhenItHasTheStreams) {
     MediaAsset asset(nullptr, L"/m/a.wav");
     EXPECT_EQ(asset.AssetType(), 0);
     EXPECT_FALSE(asset.HasAudio());
@@ -96,7 +96,7 @@ TEST(MediaAsset, ACopyHasTheIdentityAndItsOwnStreams) {
     EXPECT_EQ(copy.AudioStream()->ConformedSampleCount(), 0);
 }
 
-TEST(MediaAsset, ACopyTakesTheManagerItIsGiven) {
+TEST(MediaAsset, ACopyHasTheManagerOfItsArgument) {
     const auto first = std::make_shared<MediaManager>();
     const auto second = std::make_shared<MediaManager>();
     const MediaAsset asset(first, L"/m/a.wav");
@@ -119,7 +119,7 @@ TEST(MediaAudioStream, StartsWithItsNativeFormatAndWithoutCaches) {
     EXPECT_FALSE(stream.IsMerged());
 }
 
-TEST(MediaAudioStream, ARecordedConformedFileTellsItsLength) {
+TEST(MediaAudioStream, ARecordedConformedFileReportsItsLength) {
     const TemporaryFolder folder;
     WriteFile(folder / "a.xwmc", ConformedFileBytes(777));
     MediaAudioStream stream(44100, 1000, ZRAudioCodec::Pcm);
@@ -148,7 +148,7 @@ TEST(MediaAudioStream, AConformedFileThatCannotBeOpenedHasNoLength) {
     }
 }
 
-TEST(MediaAudioStream, ClearingForgetsPathRateAndLengthOnly) {
+TEST(MediaAudioStream, ClearingRemovesOnlyPathRateAndLength) {
     const TemporaryFolder folder;
     WriteFile(folder / "a.xwmc", ConformedFileBytes(777));
     MediaAudioStream stream(44100, 1000, ZRAudioCodec::Pcm);
@@ -198,7 +198,7 @@ TEST(MediaAudioStream, AMergedRangeDoesNotMakeItMerged) {
     EXPECT_EQ(stream.MergedSampleRange(), std::make_pair(10LL, 50LL));
 }
 
-TEST(MediaAudioStream, AMergedRangeThatIsNotSetIsThatOfTheConformedSamples) {
+TEST(MediaAudioStream, WithoutAMergedRangeItIsTheRangeOfTheConformedSamples) {
     MediaAudioStream stream(44100, 1000, ZRAudioCodec::Pcm);
     stream.SetConformedSampleCount(777);
     EXPECT_EQ(stream.MergedSampleRange(), std::make_pair(0LL, 777LL));
@@ -222,7 +222,7 @@ TEST(MediaAudioStream, ImpossibleNumbersAreRefused) {
     EXPECT_EQ(stream.FrameRate(), 25.0);
 }
 
-TEST(MediaManager, APathAlwaysHasTheSameLockAndEachKindItsOwn) {
+TEST(MediaManager, APathAlwaysHasTheSameLockAndEachKindASeparateLock) {
     MediaManager manager;
     auto& conformed = manager.ConformedAudioCacheFileCS(L"/m/a.wav");
     auto& peak = manager.WaveformPeakFileCS(L"/m/a.wav");

@@ -49,7 +49,7 @@ TEST(SequenceObjectList, AnEmptyListCoversNothing) {
     EXPECT_TRUE(objects.All().empty());
 }
 
-TEST(SequenceObjectList, OfTwoThatMeetTheLaterCoversTheJoin) {
+TEST(SequenceObjectList, OfTwoAdjacentObjectsTheLaterCoversTheJoin) {
     SequenceObjectList objects;
     const auto second = ObjectAt(10, 20);
     const auto first = ObjectAt(0, 10);
@@ -70,11 +70,11 @@ TEST(SequenceObjectList, FramesFarOutsideAreCoveredByNothing) {
     EXPECT_EQ(objects.FindOnFrame(std::numeric_limits<int>::max()), nullptr);
 }
 
-TEST(SequenceObjectList, FindsEachOfManyByFrameAndIdentity) {
+TEST(SequenceObjectList, FindsEachOfManyObjectsByFrameAndIdentity) {
     SequenceObjectList objects;
     std::vector<std::shared_ptr<AssetAudioObject>> added;
     for (int i = 0; i < 1000; ++i) {
-        // In an order that is neither ascending nor descending; each is followed by a gap.
+        // In an order that is neither ascending nor descending; a gap follows each object.
         const int place = i * 7 % 1000;
         added.push_back(ObjectAt(3 * place, 3 * place + 2));
         objects.Add(added.back());
@@ -102,7 +102,7 @@ TEST(SequenceObjectList, OverlapsAreRefusedOnBothSides) {
     EXPECT_NO_THROW(objects.Add(ObjectAt(20, 25)));
 }
 
-TEST(SequenceObjectList, WhatCannotStandOnATrackIsRefused) {
+TEST(SequenceObjectList, AnObjectThatCannotBeOnATrackIsRefused) {
     SequenceObjectList objects;
     SequenceObjectList other;
     const auto object = ObjectAt(0, 10);
@@ -119,7 +119,7 @@ TEST(SequenceObjectList, WhatCannotStandOnATrackIsRefused) {
     EXPECT_THROW(other.Add(object), std::invalid_argument) << "on another track";
 }
 
-TEST(SequenceObjectList, ARemovedObjectIsGoneAndMayStandOnAnotherTrack) {
+TEST(SequenceObjectList, ARemovedObjectIsNotFoundAndMayJoinAnotherTrack) {
     SequenceObjectList objects;
     SequenceObjectList other;
     const auto object = ObjectAt(0, 10);
@@ -158,7 +158,7 @@ TEST(SequenceObjectList, MovingAnObjectKeepsTheOrderAndRefusesOverlaps) {
     EXPECT_EQ(objects.All().back(), first);
 }
 
-TEST(SequenceObjectList, AnObjectMayGrowOrShrinkOverItsOwnPlace) {
+TEST(SequenceObjectList, AnObjectMayGrowOrShrinkOverItsOwnRange) {
     SequenceObjectList objects;
     const auto object = ObjectAt(10, 20);
     objects.Add(object);
@@ -243,7 +243,7 @@ TEST(AudioObjects, TheStartTimeIsRoundedMilliseconds) {
     EXPECT_EQ(object.StartTime(sequence), 13);  // 12.5
 }
 
-TEST(AudioObjects, ShowTheAssetThatTheListHolds) {
+TEST(AudioObjects, ShowTheAssetOfTheList) {
     AssetList assets;
     const auto media = std::make_shared<MediaAsset>(nullptr, L"/m/a.wav");
     AssetAudioObject object(zrtl::ZRID::Create());
@@ -255,7 +255,7 @@ TEST(AudioObjects, ShowTheAssetThatTheListHolds) {
     EXPECT_EQ(object.Asset(assets), media);
 }
 
-TEST(AudioObjects, AGapNeverSounds) {
+TEST(AudioObjects, AGapIsAlwaysSilent) {
     const GapAudioObject gap;
 
     EXPECT_EQ(gap.ObjectType(), 1);
@@ -298,7 +298,7 @@ TEST(AudioTrack, StartsAudibleAndWithItsStandardProperties) {
     EXPECT_EQ(track.Name(), L"Voices");
 }
 
-TEST(AudioTrack, ACopyHasItsOwnFlagsAndSharesTheObjects) {
+TEST(AudioTrack, ACopyHasSeparateFlagsAndSharesTheObjects) {
     AudioTrack track;
     const auto object = ObjectAt(0, 5);
     track.Objects().Add(object);
@@ -314,7 +314,7 @@ TEST(AudioTrack, ACopyHasItsOwnFlagsAndSharesTheObjects) {
     EXPECT_EQ(copy.Objects().FindOnFrame(0), object);
 }
 
-TEST(EditorSequence, AlwaysHasAMasterTrackAndStartsWithoutOthers) {
+TEST(EditorSequence, AlwaysHasAMasterTrackAndStartsWithoutOtherTracks) {
     EditorSequence sequence;
 
     EXPECT_TRUE(sequence.AudioTracks().empty());
@@ -340,7 +340,7 @@ TEST(EditorSequence, TracksAreAddedInsertedAndRemovedByIndex) {
     EXPECT_THROW(sequence.RemoveAudioTrack(2), std::out_of_range);
 }
 
-TEST(EditorSequence, ACopyHasItsOwnSettingsAndListOfTracks) {
+TEST(EditorSequence, ACopyHasSeparateSettingsAndASeparateListOfTracks) {
     EditorSequence sequence;
     const auto track = sequence.AddAudioTrack();
 
@@ -364,7 +364,7 @@ TEST(Project, StartsWithAnEmptySequenceAndAManager) {
     EXPECT_NE(project.Manager(), nullptr);
 }
 
-TEST(Project, TakesAnotherSequenceButNotNone) {
+TEST(Project, AcceptsAnotherSequenceButNoEmptyPointer) {
     Project project;
     const auto sequence = std::make_shared<EditorSequence>();
     project.SetSequence(sequence);

@@ -16,7 +16,7 @@ using orlo::project::AudioSamplingRate;
 using orlo::project::AudioVideoSettings;
 using orlo::project::MediaVideoStream;
 
-TEST(AudioVideoSettings, NewOnesHave25FramesASecondNoLengthAnd48000Hertz) {
+TEST(AudioVideoSettings, NewSettingsHave25FramesASecondNoLengthAnd48000Hertz) {
     const AudioVideoSettings settings;
 
     EXPECT_EQ(settings.FrameRate(), 25.0);
@@ -25,7 +25,7 @@ TEST(AudioVideoSettings, NewOnesHave25FramesASecondNoLengthAnd48000Hertz) {
     EXPECT_EQ(settings.AudioSampleRateValue(), 48000);
 }
 
-TEST(AudioVideoSettings, EveryEnumeratorStandsForItsHertz) {
+TEST(AudioVideoSettings, EveryEnumeratorHasItsRateInHertz) {
     const std::pair<AudioSamplingRate, int> rates[] = {
         {AudioSamplingRate::Hz8000, 8000},     {AudioSamplingRate::Hz11025, 11025},
         {AudioSamplingRate::Hz16000, 16000},   {AudioSamplingRate::Hz22050, 22050},
@@ -40,7 +40,7 @@ TEST(AudioVideoSettings, EveryEnumeratorStandsForItsHertz) {
     EXPECT_EQ(AudioVideoSettings::AudioSampleRateValue(static_cast<AudioSamplingRate>(-1)), 0);
 }
 
-TEST(AudioVideoSettings, ARateWithoutAnEnumeratorIsKeptInHertz) {
+TEST(AudioVideoSettings, ARateWithoutAnEnumeratorIsStoredInHertz) {
     AudioVideoSettings settings;
     settings.SetCustomAudioSampleRate(96001);
 
@@ -52,7 +52,7 @@ TEST(AudioVideoSettings, ARateWithoutAnEnumeratorIsKeptInHertz) {
     EXPECT_EQ(settings.AudioSampleRateValue(), 8000);
 }
 
-TEST(AudioVideoSettings, ARateInHertzThatHasAnEnumeratorGetsIt) {
+TEST(AudioVideoSettings, ARateInHertzWithAnEnumeratorIsStoredAsTheEnumerator) {
     AudioVideoSettings settings;
     settings.SetCustomAudioSampleRate(44100);
 
@@ -76,7 +76,7 @@ TEST(AudioVideoSettings, ImpossibleSettingsAreRefusedAndChangeNothing) {
     EXPECT_EQ(settings.AudioSampleRateValue(), 48000);
 }
 
-TEST(AudioVideoSettings, TheLimitsOfWhatIsPossibleAreTaken) {
+TEST(AudioVideoSettings, TheLimitsOfTheRangesAreAccepted) {
     AudioVideoSettings settings;
     settings.SetFrameRate(std::numeric_limits<double>::min());
     settings.SetFrameRate(1e9);

@@ -5,23 +5,23 @@
 
 namespace orlo::project {
 
-/// Where the samples of a conformed file lie.
+/// The place of the samples in a conformed file.
 struct ConformedFileLayout {
-    long long firstByte = 0;    ///< of the samples, counted from the start of the file
+    long long firstByte = 0;    ///< of the samples, from the start of the file
     long long sampleCount = 0;  ///< sample frames of 4 bytes
     int sampleRate = 0;         ///< hertz, above 0
 };
 
 /// Reads and checks the chunks of an open file: RIFF or RF64, WAVE, stereo, 16-bit PCM.
 ///
-/// The lengths in the header must fit the file exactly: a file whose writer was stopped, or that
-/// was cut or added to since, is no conformed file.
+/// The lengths in the header must match the file exactly: a file whose writer was stopped, or that was
+/// truncated or extended since, is not a conformed file.
 /// @param descriptor  a regular file, open for reading; its position is not used
 /// @param fileSize    bytes
 std::optional<ConformedFileLayout> ReadConformedFileLayout(int descriptor, long long fileSize);
 
-/// Reads exactly @p size bytes at @p offset, however often the system interrupts the read.
-/// @return false when the file ends before or the system reports an error
+/// Reads exactly @p size bytes at @p offset, and continues after interruptions.
+/// @return false when the file ends earlier or the system reports an error
 bool ReadFullyAt(int descriptor, void* buffer, long long size, long long offset);
 
 }  // namespace orlo::project

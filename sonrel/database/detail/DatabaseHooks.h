@@ -5,18 +5,18 @@
 
 namespace orlo::project {
 
-/// Sets the clock that stamps and ages records, for every connection made afterwards.
-/// @param clock  milliseconds since 1970, UTC; empty for the system's clock
+/// Sets the clock of time stamps and ages, for every connection that is made afterwards.
+/// @param clock  milliseconds since 1970, UTC; empty for the clock of the system
 void SetDatabaseClock(std::function<long long()> clock);
 
-/// Sets how long every connection made afterwards waits for a lock.
+/// Sets the time-out of locks, for every connection that is made afterwards.
 /// @param milliseconds  5000 unless set
 void SetDatabaseBusyTimeout(int milliseconds);
 
-/// The clock's time now.
+/// The current time of the clock.
 long long DatabaseNow();
 
-/// How long to wait for a lock, milliseconds.
+/// The time-out of a lock, milliseconds.
 int DatabaseBusyTimeout();
 
 }  // namespace orlo::project

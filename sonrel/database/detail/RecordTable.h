@@ -12,7 +12,7 @@
 
 namespace orlo::project {
 
-/// What a record is found by.
+/// The key of a record.
 struct RecordKey {
     std::wstring const& mediaPath;
     std::wstring const& mediaFingerprint;
@@ -22,38 +22,38 @@ struct RecordKey {
 
 /// The statements on the records of one kind of cache file.
 ///
-/// Remembers the cache file name that was read or added last under each key, so that Remove leaves
-/// a record alone that another connection made since.
+/// Remembers the cache file name that was read or added last for each key, so that Remove keeps a record
+/// that another connection made since then.
 class RecordTable {
 public:
     enum class Kind { Conformed, Peak, Vfr };
 
-    /// @throws DatabaseError when the file's tables do not fit
+    /// @throws DatabaseError when the tables of the file do not match
     RecordTable(SqliteConnection& connection, Kind kind);
 
-    /// @param name  receives the bare name, which may be empty; untouched without a record
-    /// @return whether there is a record
+    /// @param name  receives the file name, which may be empty; unchanged without a record
+    /// @return whether the record exists
     bool Get(const RecordKey& key, std::wstring* name);
-    /// @throws DatabaseError also when there is a record
+    /// @throws DatabaseError also when the record exists
     void Add(const RecordKey& key, std::wstring const& name, long long nowMs,
              std::optional<std::uint64_t> checksum = {});
-    /// Adds a record, or gives an existing record this name, in one write transaction. The old name
-    /// keeps its checksum, in a record that was last used in 1970.
+    /// Adds a record, or replaces the name in an existing record, in one write transaction. The old
+    /// name keeps its checksum, in a record that was last used in 1970.
     /// @param oldFingerprint  the fingerprint of that record, from the old name
-    /// @return the bare name that the record had; empty without a record
+    /// @return the old file name of the record; empty without a record
     std::wstring Replace(const RecordKey& key, std::wstring const& name,
                          std::wstring (*oldFingerprint)(std::wstring const&), long long nowMs,
                          std::optional<std::uint64_t> checksum = {});
-    /// @return whether there is a record
+    /// @return whether the record exists
     bool Touch(const RecordKey& key, long long nowMs);
-    /// Removes the record if it still has the name that was read or added last under its key; under
-    /// a key that was neither read nor added, whatever its name is.
+    /// Removes the record if it still has the name that was read or added last for its key. For a key
+    /// that was neither read nor added, removes the record with any name.
     /// @return whether a record was removed
     bool Remove(const RecordKey& key);
 
-    /// Runs @p work in one write transaction if the record still has this bare name and is unused.
+    /// Runs @p work in one write transaction if the record still has this file name and is unused.
     /// @return whether the work ran
-    /// @throws DatabaseError, and what the work throws; its changes are undone then
+    /// @throws DatabaseError, and the exceptions of the work, whose changes are undone
     template <class Work>
     bool IfUnused(const RecordKey& key, std::wstring const& name, int days, long long nowMs,
                   Work work) {
@@ -65,13 +65,13 @@ public:
         return true;
     }
 
-    /// The bare name in a column of cache file names. Empty for a name that this kind of file
-    /// cannot have: a conformed file ends in ".xwmc" and a peak file in ".xwpk".
+    /// The file name in a column of cache file names. Empty for a name that this kind of file cannot
+    /// have: a conformed file ends in ".xwmc" and a peak file in ".xwpk".
     std::wstring NameOf(const SqliteRun& row, int column) const;
 
     /// The columns of a row of FindUnused: media path, fingerprint, stream index, cache file name
     /// and, for conformed files, sample rate.
-    /// @param visit  called with the run, for each record, the longest unused first
+    /// @param visit  called with the run for each record, the longest unused first
     template <class Visit>
     void FindUnused(int days, long long nowMs, Visit visit) {
         SqliteRun run(findUnused_);
@@ -110,7 +110,7 @@ private:
     static OwnedKey Owned(const RecordKey& key);
     bool IsUnused(const RecordKey& key, std::wstring const& name, int days, long long nowMs);
     void Bind(SqliteRun* run, const RecordKey& key) const;
-    /// Moves a record to another fingerprint, as last used in 1970.
+    /// Moves a record to another fingerprint, with the last use in 1970.
     void Retire(const RecordKey& key, std::wstring const& fingerprint);
     /// Runs add_ or replace_.
     void Store(SqliteStatement& statement, const RecordKey& key, std::wstring const& name,

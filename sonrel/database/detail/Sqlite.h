@@ -10,10 +10,10 @@
 
 namespace orlo::project {
 
-/// A failure of the database: one line that names the file and says what went wrong.
+/// A failure of the database: one line with the name of the file and the reason.
 class DatabaseError : public std::runtime_error {
 public:
-    /// @param code  the database's own, SQLITE_ERROR where it has none
+    /// @param code  of the database; SQLITE_ERROR for a failure without a code
     DatabaseError(const std::string& text, int code) : std::runtime_error(text), code_(code) {}
     /// The primary result code.
     int Code() const { return code_ & 0xFF; }
@@ -22,17 +22,17 @@ private:
     int code_;
 };
 
-/// A connection to one SQLite file. Content of the file is never trusted: no trigger, view or
-/// function in it runs.
+/// A connection to one SQLite file. The content of the file is not trusted: no trigger, view or function
+/// in it runs.
 ///
-/// A connection leaves the file and its write-ahead log as they are when it closes, until
-/// AllowChanges says that the file is ours.
+/// A connection that closes does not change the file and its write-ahead log, until AllowChanges is
+/// called for a file that is ours.
 class SqliteConnection {
 public:
     enum class Mode {
-        Existing,  ///< an existing file, for reading only where the system allows no more
-        Create,    ///< the same, but a missing file is made
-        Frozen     ///< an existing file that nobody writes, without locks and side files
+        Existing,  ///< an existing file, read-only if it cannot be written
+        Create,    ///< as Existing; a missing file is created
+        Frozen     ///< an existing file that no program writes, without locks and side files
     };
 
     /// @throws DatabaseError when the file cannot be opened
@@ -43,13 +43,13 @@ public:
     sqlite3* Handle() const { return handle_.get(); }
     /// The path as UTF-8.
     const std::string& Path() const { return path_; }
-    /// True when the system lets nobody write the file through this connection.
+    /// True when the file cannot be written through this connection.
     bool IsReadOnly() const;
-    /// The file was found to be ours: closing may tidy the write-ahead log away.
+    /// For a file that is ours: closing may remove the write-ahead log.
     void AllowChanges();
 
-    /// Whether a change is on the disk when its statement returns. Where the journal would not keep
-    /// the file whole without, it always is.
+    /// Whether a change is on the disk when its statement returns. With a journal that would not keep
+    /// the file consistent otherwise, it always is.
     void SetDurable(bool durable);
 
     /// Runs statements without a result. @throws DatabaseError
@@ -58,9 +58,9 @@ public:
     long long QueryNumber(const char* sql);
     std::string QueryText(const char* sql);
 
-    /// @throws DatabaseError with the file's name and @p reason
+    /// @throws DatabaseError with the name of the file and @p reason
     [[noreturn]] void Fail(std::string_view reason, int code = SQLITE_ERROR) const;
-    /// @throws DatabaseError with the file's name and the database's own words for @p code
+    /// @throws DatabaseError with the name of the file and the message of the database for @p code
     [[noreturn]] void FailWith(int code) const;
 
 private:
@@ -78,7 +78,7 @@ private:
 /// A prepared statement.
 class SqliteStatement {
 public:
-    /// @throws DatabaseError when the file's tables do not fit
+    /// @throws DatabaseError when the tables of the file do not match
     SqliteStatement(SqliteConnection& connection, const std::string& sql);
 
     sqlite3_stmt* Handle() const { return handle_.get(); }
@@ -94,7 +94,7 @@ private:
     std::unique_ptr<sqlite3_stmt, Closer> handle_;
 };
 
-/// One run of a statement: binds, steps, and makes the statement ready again on every way out.
+/// One run of a statement: binds and steps, and resets the statement on every way out.
 class SqliteRun {
 public:
     explicit SqliteRun(SqliteStatement& statement) : statement_(statement) {}
@@ -102,22 +102,22 @@ public:
     SqliteRun(const SqliteRun&) = delete;
     SqliteRun& operator=(const SqliteRun&) = delete;
 
-    /// Binds the next parameter, from the first on.
+    /// Binds the next parameter, starting with the first.
     void Bind(long long value);
     void Bind(std::wstring const& text);
     void Bind(std::string const& utf8);
 
-    /// @return whether there is a row; false at the end
+    /// @return whether a row was read; false at the end
     /// @throws DatabaseError
     bool Step();
 
     bool IsNull(int column) const;
     long long Number(int column) const;
-    /// The column's text, with a replacement character for what is no Unicode.
+    /// The text of a column, with a replacement character for invalid bytes.
     std::wstring Text(int column) const;
-    /// The column's text when it is the bare name of a file, else empty.
+    /// The text of a column if it is a file name without a path, else empty.
     std::wstring BareName(int column) const;
-    /// The column's text as it is stored, good until the next step.
+    /// The stored bytes of a column, valid until the next step.
     std::string_view Bytes(int column) const;
 
 private:
@@ -127,7 +127,7 @@ private:
     int nextParameter_ = 1;
 };
 
-/// A write transaction: all or, when it is left early, nothing.
+/// A write transaction: it is undone unless Commit was called.
 class SqliteTransaction {
 public:
     /// Waits until no other connection writes.
@@ -143,8 +143,8 @@ private:
     bool open_ = true;
 };
 
-/// The name when it is that of a file in a folder and no way to another place, else empty: ".",
-/// "..", names with a separator of any system or a zero byte, and names that no folder can hold.
+/// The name if it is the name of a file in a folder, else empty: for ".", "..", names with a separator
+/// of any system or a zero byte, and names that are too long.
 std::wstring BareFileName(std::string_view utf8);
 
 }  // namespace orlo::project

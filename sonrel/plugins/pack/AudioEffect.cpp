@@ -13,12 +13,12 @@ constexpr int AUDIO_PLUGIN = 1;
 constexpr int DONE = 0;
 constexpr int UNKNOWN_FORMAT = -1;
 
-/// Frames from @p from to @p to, at least 0 and at most @p most, however far apart the two are.
-long long Distance(long long from, long long to, long long most) {
+/// Frames from @p from to @p to, at least 0 and at most @p max, without overflow for any positions.
+long long Distance(long long from, long long to, long long max) {
     if (to <= from) return 0;
     long long distance = 0;
-    if (__builtin_sub_overflow(to, from, &distance)) return most;
-    return std::min(distance, most);
+    if (__builtin_sub_overflow(to, from, &distance)) return max;
+    return std::min(distance, max);
 }
 
 bool IsKnownFormat(int channels, int sampleRate, int bitsPerSample) {
@@ -40,7 +40,7 @@ int AudioEffect::RequiredRanges(project::EffectInstance*, int channels, int samp
                                 long long firstSample, long long objectOffset,
                                 std::vector<project::SampleRange>* ranges, bool) {
     if (!IsKnownFormat(channels, sampleRate, bitsPerSample)) return UNKNOWN_FORMAT;
-    // A range that began before the source would silence the whole object.
+    // A range that begins before the source would silence the whole object.
     const long long lookBack = Distance(objectOffset, firstSample, LookBack(sampleRate));
     if (lookBack == 0) return DONE;
     long long end = 0;

@@ -13,26 +13,25 @@
 namespace orlo::sonrel::detail {
 namespace {
 
-/// Frames that a block hears before its own first, from a filter at rest.
+/// Frames before the first frame of a block, which the filter processes from rest.
 constexpr int RUN_IN_FRAMES = 4096;
 
-/// The highest corner as a share of the rate.
+/// The maximum corner frequency as a fraction of the rate.
 constexpr double MAX_OF_RATE = 0.45;
 
-/// The highest corner at all, which is the share of the highest rate that media are read at.
+/// The maximum corner frequency at any rate: the fraction above, of the maximum rate of media.
 constexpr double MAX_HZ = MAX_OF_RATE * 768000;
 
 using CoefficientLaw = BiquadCoefficients (*)(int, double, double);
 
-/// A section with what it remembers: the last two inputs and outputs.
+/// A section with its state: the last two inputs and outputs.
 class Section {
 public:
     explicit Section(const BiquadCoefficients& coefficients) : c_(coefficients) {}
 
-    /// Takes a frame and gives its output.
+    /// Processes a frame and returns its output.
     Frame Step(Frame x) {
-        // The latest output comes last: nothing then waits for it but one product and one
-        // difference.
+        // The latest output is used last: only one product and one difference wait for it.
         const Frame y = x * c_.b0 + x1_ * c_.b1 + x2_ * c_.b2 - y2_ * c_.a2 - y1_ * c_.a1;
         x2_ = x1_;
         x1_ = x;
@@ -67,7 +66,7 @@ protected:
             section.Step(ReadFrame(block.samples, at));
         for (long long at = block.lookBack; at < end; ++at) {
             const Frame y = section.Step(ReadFrame(block.samples, at));
-            // The output lies at or before its input, so writing never overtakes reading.
+            // The output is at or before its input: a frame is read before it is overwritten.
             WriteFrame(block.samples, at - block.lookBack, y);
         }
     }

@@ -13,7 +13,7 @@ constexpr int AUDIO_PLUGIN = 1;
 constexpr int DONE = 0;
 constexpr int UNKNOWN_FORMAT = -1;
 
-/// One of the two objects of a transition; silence where it has nothing.
+/// One of the two objects of a transition; silence where it has no samples.
 struct Side {
     const unsigned char* samples;
     int count;
@@ -37,8 +37,8 @@ public:
         if (channels != CHANNELS || bitsPerSample != BITS_PER_SAMPLE) return UNKNOWN_FORMAT;
         const Side from{fromSamples, fromCount};
         const Side to{toSamples, toCount};
-        // All blocks of one video frame have the same position, so the fade runs on sample by
-        // sample from the block's first.
+        // All blocks of one video frame have the same position: the fade counts samples from the
+        // first sample of the block.
         const double start = static_cast<double>(positionMs) * sampleRate / 1000.0;
         for (int i = 0; i < outputCount; ++i) {
             const double t = lengthSamples < 1 ? 1.0 : (start + i) / lengthSamples;

@@ -24,8 +24,8 @@ public:
 protected:
     long long LookBack(int rate) const override { return taps_ * DelaySamples(rate); }
 
-    /// The output is formed at the place of its own input, last frame first, so that every earlier
-    /// frame is still input when it is read; then it moves to the beginning.
+    /// The output replaces its input, from the last frame to the first, so that every earlier frame is
+    /// still input when it is read. Then it is moved to the beginning.
     void Run(const EffectBlock& block) const override {
         const long long delay = DelaySamples(block.rate);
         const long long end = block.lookBack + block.outputCount;
@@ -42,8 +42,7 @@ private:
         return zrtl::TruncToInt64(zrtl::RoundHalfAway(delayMs_ * rate / 1000.0));
     }
 
-    /// The sound itself and its repeats. Before the buffer lies nothing but what is before the
-    /// source.
+    /// The sound and its repeats. Only frames before the source are before the buffer.
     Frame Sum(const unsigned char* samples, long long at, long long delay) const {
         Frame sum = ReadFrame(samples, at);
         for (int k = 1; k <= taps_ && at >= delay; ++k) {

@@ -13,7 +13,7 @@
 namespace orlo::sonrel::detail {
 namespace {
 
-/// Lengths in video frames of the object's sequence.
+/// Lengths in video frames of the sequence of the object.
 struct FadeShape {
     double inFrames;
     double outFrames;
@@ -22,11 +22,11 @@ struct FadeShape {
     FadeCurve curve;
 };
 
-/// The same at one sample rate, in whole samples.
+/// The lengths at one sample rate, in samples.
 struct FadeSpan {
     double inSamples;
     double outSamples;
-    double outStart;  ///< where the fade-out begins, counted from the object's start
+    double outStart;  ///< start of the fade-out, counted from the start of the object
 
     FadeSpan(const FadeShape& shape, int rate) {
         const double samplesPerFrame = rate / shape.frameRate;
@@ -35,7 +35,7 @@ struct FadeSpan {
         outStart = std::trunc(shape.objectFrames * samplesPerFrame) - outSamples;
     }
 
-    /// Whether all gains of a stretch are 1.
+    /// Whether all gains of a range are 1.
     bool LeavesAlone(double first, double endExclusive) const {
         return (inSamples <= 0.0 || first >= inSamples) &&
                (outSamples <= 0.0 || endExclusive <= outStart);
@@ -61,7 +61,7 @@ protected:
     }
 
 private:
-    /// @param n  position in the object, which handles of a transition may put outside of it
+    /// @param n  position from the start of the object; in a transition it may be outside the object
     double GainAt(const FadeSpan& span, double n) const {
         double gain = 1.0;
         if (span.inSamples > 0.0 && n < span.inSamples) {

@@ -8,7 +8,7 @@
 namespace orlo::sonrel::detail {
 namespace {
 
-/// The decibel curve runs to -60 dB, and from there to nothing in its last step.
+/// The decibel curve ends at -60 dB, and its last step is silence.
 constexpr double DECIBEL_DEPTH = -60.0;
 
 }  // namespace

@@ -17,7 +17,7 @@ using PluginPack::PluginInfo;
     throw std::invalid_argument(plugin.name + ": " + why);
 }
 
-/// A number as people write it, whatever the locale.
+/// A number in its shortest form, in any locale.
 std::string Text(double value) {
     char digits[32];
     const auto end = std::to_chars(digits, digits + sizeof(digits), value).ptr;

@@ -7,12 +7,12 @@
 
 namespace orlo::project {
 
-/// The asset as a composition, or null when it is none.
+/// The asset as a composition; null for an asset of another class.
 CompositionAsset* AsComposition(AbstractAsset* asset);
 
-/// Whether a layer shows the composition of identity @p target, itself or at any depth.
+/// Whether a layer shows the composition of identity @p target, directly or at any depth.
 ///
-/// A layer's asset that is not in @p assets leads nowhere: it cannot be mixed either.
+/// An asset that is not in @p assets ends the search: it cannot be mixed either.
 bool LayerLeadsTo(AbstractLayer const& layer, zrtl::ZRID const& target, AssetList const& assets);
 
 }  // namespace orlo::project

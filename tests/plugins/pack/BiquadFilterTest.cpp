@@ -40,7 +40,7 @@ RenderedObject Filtered(const std::string& name, const PluginPack::Parameters& p
     return object;
 }
 
-/// A source that is silent but for one full-scale frame.
+/// A source that is silent except for one full-scale frame.
 Samples Impulse(int frames, int at) {
     Samples source(static_cast<std::size_t>(frames) * 2, 0);
     source[2 * static_cast<std::size_t>(at)] = 32767;
@@ -114,7 +114,7 @@ TEST(BiquadFilters, HaveTheGainOfTheirQAtTheCornerAtEveryRate) {
     }
 }
 
-TEST(BiquadFilters, FilterEachChannelForItself) {
+TEST(BiquadFilters, FilterEachChannelSeparately) {
     const auto object = Filtered("low-pass", {{"frequencyHz", 12000}, {"q", 0.5}},
                                  {10000, 0, 0, -20000, 0, 0, 0, 0, 0, 0});
 
@@ -122,8 +122,8 @@ TEST(BiquadFilters, FilterEachChannelForItself) {
     EXPECT_THAT(sonrel_tests::Right(object.Render(0, 5)), ElementsAre(0, -5000, -10000, -5000, 0));
 }
 
-TEST(BiquadFilters, ClipWhatRingsBeyondFullScale) {
-    // A full-scale square wave at the corner of a sharp filter comes out about ten times as large.
+TEST(BiquadFilters, ClipRingingBeyondFullScale) {
+    // A full-scale square wave at the corner of a sharp filter becomes about ten times as large.
     Samples square;
     for (int i = 0; i < 4000; ++i) square.insert(square.end(), 2, i / 24 % 2 ? -32768 : 32767);
     const auto object = Filtered("low-pass", {{"frequencyHz", 1000}, {"q", 10}}, square);
@@ -162,7 +162,7 @@ TEST(BiquadFilters, ABlockIsTheSectionRunFromRestOver4096FramesBeforeIt) {
     EXPECT_EQ(sonrel_tests::Left(object.Render(FIRST, COUNT)), expected);
 }
 
-TEST(BiquadFilters, HearAnImpulse4096FramesBeforeTheBlockAndNotOneFrameMore) {
+TEST(BiquadFilters, UseAnImpulse4096FramesBeforeTheBlockAndNotOneFrameEarlier) {
     // At 100 Hz with q = 10 an impulse still rings with some twenty steps after 4096 frames.
     const auto object =
         Filtered("low-pass", {{"frequencyHz", 100}, {"q", 10}}, Impulse(9000, 1000));
@@ -174,7 +174,7 @@ TEST(BiquadFilters, HearAnImpulse4096FramesBeforeTheBlockAndNotOneFrameMore) {
     EXPECT_THAT(notHeard, Each(0));
 }
 
-TEST(BiquadFilters, AskFor4096FramesBeforeTheirOutput) {
+TEST(BiquadFilters, Need4096FramesBeforeTheirOutput) {
     for (const char* name : {"low-pass", "high-pass"}) {
         const auto filter = PluginPack::CreateEffect(name);
 
@@ -195,7 +195,7 @@ TEST(BiquadFilters, TheirLookBackEndsAtTheSourcesFirstSample) {
     EXPECT_EQ(sonrel_tests::RequiredRange(*filter, 48000, 100, 10, -50).first, -50);
 }
 
-TEST(BiquadFilters, TwoInARowAskForTheLookBackOfBoth) {
+TEST(BiquadFilters, TwoInARowNeedTheLookBackOfBoth) {
     const auto first = PluginPack::CreateEffect("low-pass");
     const auto second = PluginPack::CreateEffect("high-pass");
 
@@ -207,14 +207,14 @@ TEST(BiquadFilters, TwoInARowAskForTheLookBackOfBoth) {
     EXPECT_EQ(input.endExclusive, 10100);
 }
 
-TEST(BiquadFilters, RingOnBehindTheSourcesEnd) {
+TEST(BiquadFilters, RingAfterTheEndOfTheSource) {
     const auto object =
         Filtered("low-pass", {{"frequencyHz", 8000}, {"q", 0.8660254037844386}}, Stereo({18000}));
 
     EXPECT_THAT(sonrel_tests::Left(object.Render(0, 5)), ElementsAre(3000, 8000, 7333, 2222, -963));
 }
 
-TEST(BiquadFilters, KeepTheCornerBelow0Point45OfARateThatIsTooLowForIt) {
+TEST(BiquadFilters, LimitTheCornerTo0Point45OfALowRate) {
     const Samples source = sonrel_tests::Noise(500, 5);
     RenderedObject tooHigh = Filtered("low-pass", {{"frequencyHz", 20000}}, source);
     RenderedObject highest = Filtered("low-pass", {{"frequencyHz", 9922.5}}, source);

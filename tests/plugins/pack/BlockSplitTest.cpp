@@ -46,24 +46,24 @@ TEST(BlockSplit, GainFadeAndDelaysGiveTheSameBytesInAnySplit) {
     ExpectSameInAnySplit(NoiseThrough(FadeGainAndTwoDelays()), -IN_POINT, 9600);
 }
 
-TEST(BlockSplit, TheSameHoldsForOneEffectAlone) {
+TEST(BlockSplit, OneEffectGivesTheSameBytesInAnySplit) {
     for (const auto& effect : FadeGainAndTwoDelays()) {
         ExpectSameInAnySplit(NoiseThrough({effect}), -IN_POINT, 9600);
     }
 }
 
-TEST(BlockSplit, TheSameHoldsBehindTheSourcesEnd) {
+TEST(BlockSplit, TheBytesAreTheSameAfterTheEndOfTheSource) {
     ExpectSameInAnySplit(NoiseThrough(FadeGainAndTwoDelays()), 9600 - IN_POINT - 500, 1200);
 }
 
 TEST(BlockSplit, AFilterGivesTheSameBytesInAnySplitOfTheSourcesFirst4096Frames) {
-    // Every such block is run in from the source's first sample.
+    // The filter processes every such block from the first sample of the source.
     const auto object = NoiseThrough({CreateEffect("low-pass", {{"frequencyHz", 60}, {"q", 5}})});
 
     ExpectSameInAnySplit(object, -IN_POINT, 4096);
 }
 
-TEST(BlockSplit, AFilterGivesABlockTheSameBytesWhateverWasRenderedBefore) {
+TEST(BlockSplit, ABlockOfAFilterDoesNotDependOnEarlierBlocks) {
     const auto object = NoiseThrough({CreateEffect("low-pass", {{"frequencyHz", 60}, {"q", 5}}),
                                       CreateEffect("high-pass", {{"frequencyHz", 40}})});
     const Samples alone = object.Render(6000, 480);
@@ -76,8 +76,8 @@ TEST(BlockSplit, AFilterGivesABlockTheSameBytesWhateverWasRenderedBefore) {
     EXPECT_EQ(object.Render(6000, 480), alone);
 }
 
-TEST(BlockSplit, TheBlocksOfAFilterJoinWithinOneStepWhereItsRingingFitsTheLookBack) {
-    // At 1000 Hz the sound of 4096 frames ago has long died away.
+TEST(BlockSplit, BlocksOfAFilterJoinWithinOneStepIfTheRingingFitsTheLookBack) {
+    // At 1000 Hz the ringing ends long before 4096 frames.
     const auto object = NoiseThrough({CreateEffect("low-pass"), CreateEffect("high-pass")});
 
     const Samples whole = object.Render(-IN_POINT, 9600);

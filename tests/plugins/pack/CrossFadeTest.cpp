@@ -19,14 +19,14 @@ constexpr int ENTERED = 1;
 constexpr int LEFT = 2;
 constexpr short GUARD = 12345;
 
-/// One block of a cross-fade. The object that the block shows lends its buffer to the output.
+/// One block of a cross-fade. The output is in the buffer of the object that the block shows.
 struct Block {
     std::string curve = "linear";
     int direction = LEFT;
     int rate = 1000;  // so that a millisecond is a sample
     Samples from;     // stereo; empty for a null buffer
     Samples to;
-    int nullCount = 0;  // the count that comes with a null buffer
+    int nullCount = 0;  // the count of a null buffer
     int positionMs = 0;
     int lengthSamples = 4;
 
@@ -48,7 +48,7 @@ struct Block {
             if (side->empty()) continue;
             EXPECT_TRUE(std::all_of(side->end() - 8, side->end(), [](short v) {
                 return v == GUARD;
-            })) << "something was written behind a buffer";
+            })) << "bytes after the end of a buffer were written";
             side->resize(side->size() - 8);
         }
         return own;
@@ -67,7 +67,7 @@ TEST(CrossFade, LinearRunsFromOneSideToTheOtherInEqualSteps) {
     EXPECT_THAT(sonrel_tests::Left(block.Run()), ElementsAre(1000, 1250, 1500, 1750, 2000, 2000));
 }
 
-TEST(CrossFade, EqualPowerTakesCosineAndSine) {
+TEST(CrossFade, EqualPowerUsesCosineAndSine) {
     Block block;
     block.curve = "equal-power";
     block.lengthSamples = 3;
@@ -80,7 +80,7 @@ TEST(CrossFade, EqualPowerTakesCosineAndSine) {
     EXPECT_THAT(sonrel_tests::Left(block.Run()), ElementsAre(0, 5000, 8660, 10000));
 }
 
-TEST(CrossFade, DecibelTakesSixtyDecibelsAndIsSilentAtTheFarEnd) {
+TEST(CrossFade, DecibelCoversSixtyDecibelsAndIsSilentAtTheEnd) {
     Block block;
     block.curve = "db";
     block.lengthSamples = 3;
@@ -93,7 +93,7 @@ TEST(CrossFade, DecibelTakesSixtyDecibelsAndIsSilentAtTheFarEnd) {
     EXPECT_THAT(sonrel_tests::Left(block.Run()), ElementsAre(0, 328, 3277, 32767));
 }
 
-TEST(CrossFade, EqualPowerIsTheCurveWhereNoneIsTold) {
+TEST(CrossFade, EqualPowerIsTheDefaultCurve) {
     const auto plugin = PluginPack::CreateTransition("cross-fade");
     Samples from = Stereo({10000, 10000});
 
@@ -122,7 +122,7 @@ TEST(CrossFade, TheSumIsClipped) {
     EXPECT_THAT(block.Run(), ElementsAre(32767, -32768));
 }
 
-TEST(CrossFade, TheFadeRunsOnFromTheBlocksPositionSampleBySample) {
+TEST(CrossFade, TheFadeContinuesSampleBySampleFromThePositionOfTheBlock) {
     Block block;
     block.rate = 48000;
     block.positionMs = 100;  // 4800 samples
@@ -137,7 +137,7 @@ TEST(CrossFade, TheFadeRunsOnFromTheBlocksPositionSampleBySample) {
     EXPECT_EQ(output[4800], 0);
 }
 
-TEST(CrossFade, ThePositionKeepsItsPartOfASample) {
+TEST(CrossFade, ThePositionKeepsItsFractionOfASample) {
     Block block;
     block.rate = 44100;
     block.positionMs = 1;  // 44.1 samples: a tenth, where 44 would leave 9002
@@ -157,7 +157,7 @@ TEST(CrossFade, APositionManyHoursLongDoesNotOverflow) {
     EXPECT_THAT(block.Run(), ElementsAre(5000, -5000));
 }
 
-TEST(CrossFade, BeforeItsStartOnlyTheOldSideSounds) {
+TEST(CrossFade, BeforeItsStartOnlyTheOldSideIsHeard) {
     Block block;
     block.direction = ENTERED;
     block.positionMs = -3;
@@ -167,7 +167,7 @@ TEST(CrossFade, BeforeItsStartOnlyTheOldSideSounds) {
     EXPECT_THAT(sonrel_tests::Left(block.Run()), ElementsAre(500, 600, 700, 800));
 }
 
-TEST(CrossFade, AfterItsEndOnlyTheNewSideSounds) {
+TEST(CrossFade, AfterItsEndOnlyTheNewSideIsHeard) {
     Block block;
     block.positionMs = 4;
     block.from = Stereo({9000, 9000});
@@ -176,7 +176,7 @@ TEST(CrossFade, AfterItsEndOnlyTheNewSideSounds) {
     EXPECT_THAT(sonrel_tests::Left(block.Run()), ElementsAre(500, 600));
 }
 
-TEST(CrossFade, WithoutALengthOnlyTheNewSideSounds) {
+TEST(CrossFade, WithoutALengthOnlyTheNewSideIsHeard) {
     for (const int length : {0, -1}) {
         Block block;
         block.lengthSamples = length;
@@ -187,7 +187,7 @@ TEST(CrossFade, WithoutALengthOnlyTheNewSideSounds) {
     }
 }
 
-TEST(CrossFade, TheOutputLiesInTheBufferOfTheObjectThatTheBlockShows) {
+TEST(CrossFade, TheOutputIsInTheBufferOfTheObjectThatTheBlockShows) {
     Block leaving;
     leaving.from = {100, -100};
     leaving.to = {300, -300};
@@ -204,7 +204,7 @@ TEST(CrossFade, TheOutputLiesInTheBufferOfTheObjectThatTheBlockShows) {
     EXPECT_THAT(entering.from, ElementsAre(100, -100));
 }
 
-TEST(CrossFade, ANullSideIsSilenceWhateverItsCount) {
+TEST(CrossFade, ANullSideIsSilenceForAnyCount) {
     for (const int count : {0, -1}) {
         Block block;
         block.from = Stereo({1000, 1000, 1000, 1000});
@@ -214,7 +214,7 @@ TEST(CrossFade, ANullSideIsSilenceWhateverItsCount) {
     }
 }
 
-TEST(CrossFade, AShortSideIsSilenceBehindItsEnd) {
+TEST(CrossFade, AShortSideIsSilentAfterItsEnd) {
     Block block;
     block.from = Stereo({1000, 1000, 1000, 1000});
     block.to = Stereo({2000, 2000});
@@ -222,7 +222,7 @@ TEST(CrossFade, AShortSideIsSilenceBehindItsEnd) {
     EXPECT_THAT(sonrel_tests::Left(block.Run()), ElementsAre(1000, 1250, 500, 250));
 }
 
-TEST(CrossFade, ALongerNeighbourIsCutToTheBlock) {
+TEST(CrossFade, ALongerNeighbourIsTruncatedToTheBlock) {
     Block block;
     block.from = Stereo({1000, 1000});
     block.to = Stereo({2000, 2000, 2000, 2000});
@@ -230,7 +230,7 @@ TEST(CrossFade, ALongerNeighbourIsCutToTheBlock) {
     EXPECT_THAT(sonrel_tests::Left(block.Run()), ElementsAre(1000, 1250));
 }
 
-TEST(CrossFade, TheChannelsStayApart) {
+TEST(CrossFade, TheChannelsAreSeparate) {
     Block block;
     block.positionMs = 1;
     block.from = {1000, 0, 1000, 0};

@@ -35,14 +35,14 @@ TEST(Delay, RepeatsTheSoundAtFallingLevel) {
                 ElementsAre(-10000, 0, -1000, 0, -100, 0, -10, 0));
 }
 
-TEST(Delay, RepeatsOnceUnlessTold) {
+TEST(Delay, RepeatsOnceByDefault) {
     const RenderedObject object =
         Delayed(Stereo({10000, 0, 0, 0}), {{"delayMs", 1}, {"levelDb", -20}});
 
     EXPECT_THAT(sonrel_tests::Left(object.Render(0, 4)), ElementsAre(10000, 1000, 0, 0));
 }
 
-TEST(Delay, IsAQuarterOfASecondAtSixDecibelsLessUnlessTold) {
+TEST(Delay, IsAQuarterOfASecondAtSixDecibelsLessByDefault) {
     Samples source(2 * 300, 0);
     source[0] = source[1] = 10000;
     const Samples delayed = sonrel_tests::Left(Delayed(source, {}).Render(0, 300));
@@ -68,14 +68,14 @@ TEST(Delay, TheTimeIsRoundedToWholeSamples) {
     EXPECT_THAT(sonrel_tests::Left(object.Render(0, 4)), ElementsAre(10000, 0, 10000, 0));
 }
 
-TEST(Delay, HearsWhatLiesBeforeItsBlock) {
+TEST(Delay, UsesTheFramesBeforeItsBlock) {
     const RenderedObject object = Delayed(Stereo({1000, 2000, 3000, 4000, 0, 0, 0}),
                                           {{"delayMs", 2}, {"levelDb", -20}, {"taps", 2}});
 
     EXPECT_THAT(sonrel_tests::Left(object.Render(4, 3)), ElementsAre(310, 420, 30));
 }
 
-TEST(Delay, RepeatsSoundOnBehindTheSourcesEnd) {
+TEST(Delay, RepeatsSoundAfterTheEndOfTheSource) {
     const RenderedObject object =
         Delayed(Stereo({1000, 2000}), {{"delayMs", 2}, {"levelDb", -20}, {"taps", 2}});
 
@@ -84,7 +84,7 @@ TEST(Delay, RepeatsSoundOnBehindTheSourcesEnd) {
     EXPECT_THAT(sonrel_tests::Left(object.Render(1, 4)), ElementsAre(2000, 100, 200, 10));
 }
 
-TEST(Delay, AsksForAsFarBackAsItsLastRepeat) {
+TEST(Delay, LooksBackAsFarAsItsLastRepeat) {
     const auto delay = PluginPack::CreateEffect("delay", {{"delayMs", 100}, {"taps", 3}});
 
     const auto range = sonrel_tests::RequiredRange(*delay, 48000, 20000, 1920, 0);
@@ -104,14 +104,14 @@ TEST(Delay, ItsLookBackEndsAtTheSourcesFirstSample) {
     EXPECT_EQ(sonrel_tests::RequiredRange(*delay, 48000, -1000, 10, -1000).first, -1000);
 }
 
-TEST(Delay, ItsLookBackKeepsToTheLengthOfTheRepeatsHoweverFarOutItIs) {
+TEST(Delay, ItsLookBackIsTheLengthOfTheRepeatsAtAnyPosition) {
     const auto delay = PluginPack::CreateEffect("delay", {{"delayMs", 100}});
 
     EXPECT_EQ(sonrel_tests::RequiredRange(*delay, 48000, LLONG_MAX - 10, 10, LLONG_MIN).first,
               LLONG_MAX - 4810);
 }
 
-TEST(Delay, ARangeThatBeginsBeforeTheSourceIsLeftAsItIs) {
+TEST(Delay, ARangeThatBeginsBeforeTheSourceIsUnchanged) {
     const auto delay = PluginPack::CreateEffect("delay", {{"delayMs", 100}});
 
     EXPECT_EQ(sonrel_tests::RequiredRange(*delay, 48000, -1001, 10, -1000).first, -1001);

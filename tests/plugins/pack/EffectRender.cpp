@@ -21,7 +21,7 @@ int LengthOf(const SampleRange& range) {
     return static_cast<int>(range.endExclusive - range.first);
 }
 
-/// Fills the range with the source and silence. @return the frames that the source gave
+/// Fills the range with the source and silence. @return the frames of the source
 int ReadSource(const RenderedObject& object, const SampleRange& range, unsigned char* to) {
     const long long start = range.first - object.objectOffset;
     const int wanted = LengthOf(range);
@@ -59,7 +59,7 @@ Samples RenderedObject::Render(long long first, int count) const {
                              LengthOf(output), 0, 0, 0, output.first, input.first, objectOffset,
                              false);
     }
-    EXPECT_TRUE(buffer.GuardsIntact()) << "an effect wrote outside of the longest range";
+    EXPECT_TRUE(buffer.GuardsIntact()) << "an effect wrote outside the longest range";
 
     Samples rendered(static_cast<std::size_t>(count) * CHANNELS);
     std::memcpy(rendered.data(), buffer.Data(), rendered.size() * sizeof(short));

@@ -11,24 +11,23 @@ namespace sonrel_tests {
 
 using Effects = std::vector<std::shared_ptr<project::AbstractPluginAudio>>;
 
-/// An object with a chain of effects, rendered the way the mix renders one: the effects are asked
-/// from the last to the first which input they need, the source is read, and the effects run from
-/// the first to the last on one buffer.
+/// An object with a chain of effects, rendered as in a mix: RequiredRanges of the effects from the last
+/// to the first, a read of the source, and ProcessAudio from the first to the last on one buffer.
 struct RenderedObject {
-    Samples source;              ///< silence beyond its end
+    Samples source;              ///< silence follows
     long long objectOffset = 0;  ///< minus the in-point
     int rate = 48000;
     Effects effects;
 
-    /// What the mix hears of @p count frames from object position @p first; empty where the object
-    /// is silent because an effect asked for something before the source.
+    /// The output of the chain for @p count frames from object position @p first; empty if the object
+    /// is silent because an effect requested frames before the source.
     Samples Render(long long first, int count) const;
 
-    /// The same with every block of @p block frames rendered for itself.
+    /// The output in separate blocks of @p block frames.
     Samples RenderInBlocks(long long first, int count, int block) const;
 };
 
-/// The range that one effect asks for; the range to deliver where it asks for nothing.
+/// The range that one effect requests; the range to deliver if it requests none.
 project::SampleRange RequiredRange(project::AbstractPluginAudio& effect, int rate, long long first,
                                    int count, long long objectOffset);
 

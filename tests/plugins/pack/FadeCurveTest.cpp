@@ -26,7 +26,7 @@ TEST(FadeCurve, EqualPowerIsCosineAndSineOfAQuarterTurn) {
     EXPECT_EQ(EnteringGain(FadeCurve::EqualPower, 1.0), 1.0);
 }
 
-TEST(FadeCurve, DecibelRunsSixtyDecibelsAndEndsInSilence) {
+TEST(FadeCurve, DecibelCoversSixtyDecibelsAndEndsInSilence) {
     EXPECT_EQ(LeavingGain(FadeCurve::Decibel, 0.0), 1.0);
     EXPECT_NEAR(LeavingGain(FadeCurve::Decibel, 1.0 / 3.0), 0.1, 1e-15);
     EXPECT_NEAR(LeavingGain(FadeCurve::Decibel, 2.0 / 3.0), 0.01, 1e-15);
@@ -38,7 +38,7 @@ TEST(FadeCurve, DecibelRunsSixtyDecibelsAndEndsInSilence) {
     EXPECT_EQ(EnteringGain(FadeCurve::Decibel, 1.0), 1.0);
 }
 
-TEST(FadeCurve, IsHeldOutsideOfTheFade) {
+TEST(FadeCurve, IsHeldOutsideTheFade) {
     for (const FadeCurve curve : {FadeCurve::Linear, FadeCurve::EqualPower, FadeCurve::Decibel}) {
         EXPECT_EQ(LeavingGain(curve, -3.0), LeavingGain(curve, 0.0));
         EXPECT_EQ(LeavingGain(curve, 4.0), LeavingGain(curve, 1.0));

@@ -16,8 +16,8 @@ using sonrel_tests::Stereo;
 using ::testing::Each;
 using ::testing::ElementsAre;
 
-/// An object that is 1000 everywhere, at 4 samples to a video frame, with 8 samples of handle on
-/// either side.
+/// An object whose samples are all 1000, with 4 samples in a video frame and handles of 8 samples on
+/// both sides.
 RenderedObject Constant(const Parameters& parameters) {
     RenderedObject object;
     object.rate = 100;
@@ -31,23 +31,23 @@ Samples Faded(const Parameters& parameters, long long first, int count) {
     return sonrel_tests::Left(Constant(parameters).Render(first, count));
 }
 
-TEST(Fade, InRunsOverItsFramesFromTheObjectsStart) {
+TEST(Fade, AFadeInCoversItsFramesFromTheStartOfTheObject) {
     EXPECT_THAT(Faded({{"inFrames", 1}, {"curve", CurveNumber("linear")}}, 0, 6),
                 ElementsAre(0, 250, 500, 750, 1000, 1000));
 }
 
-TEST(Fade, OutRunsOverItsFramesToTheObjectsEnd) {
+TEST(Fade, AFadeOutCoversItsFramesToTheEndOfTheObject) {
     const Parameters out = {
         {"outFrames", 1}, {"objectFrames", 10}, {"curve", CurveNumber("linear")}};
 
     EXPECT_THAT(Faded(out, 34, 8), ElementsAre(1000, 1000, 1000, 750, 500, 250, 0, 0));
 }
 
-TEST(Fade, EqualPowerUnlessTold) {
+TEST(Fade, IsEqualPowerByDefault) {
     EXPECT_THAT(Faded({{"inFrames", 1.5}}, 0, 7), ElementsAre(0, 259, 500, 707, 866, 966, 1000));
 }
 
-TEST(Fade, DecibelIsSilentAtTheFarEnd) {
+TEST(Fade, DecibelIsSilentAtTheEnd) {
     const double db = CurveNumber("db");
     EXPECT_THAT(Faded({{"inFrames", 0.75}, {"curve", db}}, 0, 4), ElementsAre(0, 10, 100, 1000));
     EXPECT_THAT(Faded({{"outFrames", 0.75}, {"objectFrames", 2}, {"curve", db}}, 5, 4),
@@ -69,7 +69,7 @@ TEST(Fade, AnOutLongerThanItsObjectStartsBeforeIt) {
     EXPECT_THAT(Faded(out, 0, 4), ElementsAre(500, 438, 375, 313));
 }
 
-TEST(Fade, HandlesBeforeAFadeInAndBehindAFadeOutAreSilent) {
+TEST(Fade, HandlesBeforeAFadeInAndAfterAFadeOutAreSilent) {
     const Parameters both = {{"inFrames", 1}, {"outFrames", 1}, {"objectFrames", 10}};
 
     EXPECT_THAT(Faded(both, -8, 8), Each(0));
@@ -83,7 +83,7 @@ TEST(Fade, WithoutALengthTouchesNothing) {
     EXPECT_THAT(Faded(none, 36, 8), Each(1000));
 }
 
-TEST(Fade, LengthsAreCutToWholeSamples) {
+TEST(Fade, LengthsAreTruncatedToWholeSamples) {
     // A frame at 29.97 frames a second and 48000 Hz is 1601.6 samples: the fade is 1601 long, and
     // sample 800 has 800/1601 of its level. Over 1602 samples it would be 16363.
     RenderedObject object;
@@ -98,8 +98,8 @@ TEST(Fade, LengthsAreCutToWholeSamples) {
     EXPECT_EQ(faded[1601], 32767);
 }
 
-TEST(Fade, TheObjectsLengthIsCutBeforeTheFadeOutIsPlaced) {
-    // At 44100 Hz a frame is 1471.47 samples and two are 2942.94, cut to 2942: the fade-out of 1471
+TEST(Fade, TheLengthOfTheObjectIsTruncatedBeforeTheFadeOutIsPlaced) {
+    // At 44100 Hz a frame is 1471.47 samples and two are 2942.94, truncated to 2942: the fade-out of 1471
     // begins at 1471. With the length rounded it would begin at 1472.
     RenderedObject object;
     object.rate = 44100;
@@ -127,7 +127,7 @@ TEST(Fade, ABlockThatTouchesAFadeByOneSampleIsFaded) {
     EXPECT_THAT(Faded(both, 35, 3), ElementsAre(1000, 1000, 750));
 }
 
-TEST(Fade, FullScaleStaysAsItIsOutsideOfTheFades) {
+TEST(Fade, FullScaleIsUnchangedOutsideTheFades) {
     RenderedObject object;
     object.rate = 100;
     object.source = {32767, -32768, 32767, -32768, 32767, -32768};
@@ -147,14 +147,14 @@ TEST(Fade, RoundsHalfAwayFromZeroOnBothChannels) {
     EXPECT_THAT(object.Render(1, 2), ElementsAre(1, -1, 3, -3));
 }
 
-TEST(Fade, GivesSilenceWhereTheSourceHasEnded) {
+TEST(Fade, IsSilentAfterTheEndOfTheSource) {
     RenderedObject object = Constant({});
     object.source = Stereo({7, 7, 7, 7, 7, 7, 7, 7, 7, 9});
 
     EXPECT_THAT(sonrel_tests::Left(object.Render(0, 5)), ElementsAre(7, 9, 0, 0, 0));
 }
 
-TEST(Fade, AsksForNothingButItsOutput) {
+TEST(Fade, NeedsOnlyItsOutput) {
     const auto fade = PluginPack::CreateEffect("fade", {{"inFrames", 100}});
 
     const auto range = sonrel_tests::RequiredRange(*fade, 48000, 5000, 100, 0);

@@ -30,15 +30,15 @@ TEST(Gain, ClipsToFullScale) {
                 ElementsAre(32760, 32767, -32760, -32768));
 }
 
-TEST(Gain, LeavesEverySampleAsItIsAtZeroDecibels) {
+TEST(Gain, ChangesNoSampleAtZeroDecibels) {
     EXPECT_THAT(Amplified(0.0, {32767, -32768, 1, -1}), ElementsAre(32767, -32768, 1, -1));
 }
 
-TEST(Gain, HoldsTheTwoChannelsApart) {
+TEST(Gain, KeepsTheChannelsSeparate) {
     EXPECT_THAT(Amplified(-20.0, {1000, -2000, 3000, -4000}), ElementsAre(100, -200, 300, -400));
 }
 
-TEST(Gain, GivesSilenceWhereTheSourceHasEnded) {
+TEST(Gain, IsSilentAfterTheEndOfTheSource) {
     RenderedObject object;
     object.source = {100, 200, 300, 400};
     object.effects = {PluginPack::CreateEffect("gain", {{"gainDb", 20.0}})};
@@ -46,7 +46,7 @@ TEST(Gain, GivesSilenceWhereTheSourceHasEnded) {
     EXPECT_THAT(object.Render(1, 3), ElementsAre(3000, 4000, 0, 0, 0, 0));
 }
 
-TEST(Gain, AsksForNothingButItsOutput) {
+TEST(Gain, NeedsOnlyItsOutput) {
     const auto gain = PluginPack::CreateEffect("gain");
 
     const auto range = sonrel_tests::RequiredRange(*gain, 48000, 5000, 100, 0);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The pack behind a timeline: what the mixer makes of its plugins.
+// The plugins of the pack in mixes of a timeline.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -21,7 +21,7 @@ using sonrel::PluginPack::CurveNumber;
 constexpr int FRAME = 1920;  // samples in a frame of 25 a second at 48000 Hz
 constexpr int IN_POINT = 3;  // frames
 
-/// Mixes frame by frame, or in other pieces.
+/// Mixes frame by frame, or in requests of other lengths.
 Samples MixInPieces(MixRig& rig, const ProjectBuilder& builder, int total, int piece) {
     Samples whole;
     for (int start = 0; start < total; start += piece) {
@@ -76,7 +76,7 @@ TEST(PackInAMix, AnEqualPowerCrossFadeHasBothAtMinusThreeDecibelsAtTheJoin) {
 
     const Samples mix = join.MixByFrames();
 
-    // 0.70711 * (1000 + 3000) at the join; cos and sin of 22.5 and of 67.5 degrees beside it.
+    // 0.70711 * (1000 + 3000) at the join; cos and sin of 22.5 and of 67.5 degrees next to it.
     EXPECT_EQ(mix[2 * (9 * FRAME)], 2072);
     EXPECT_EQ(mix[2 * (10 * FRAME)], 2828);
     EXPECT_EQ(mix[2 * (11 * FRAME)], 3154);
@@ -89,16 +89,16 @@ TEST(PackInAMix, ADecibelCrossFadeDipsAtTheJoin) {
     const Samples mix = join.MixByFrames();
 
     // At the join both are at -30 dB, 0.031623: 126.5. Just before the end the old side is at
-    // -60 dB and then gone.
+    // -60 dB and then silent.
     EXPECT_EQ(mix[2 * (10 * FRAME)], 126);
     EXPECT_EQ(mix[2 * (8 * FRAME)], 1000);
     EXPECT_EQ(mix[2 * (12 * FRAME - 1)], 2998);
     EXPECT_EQ(mix[2 * (12 * FRAME)], 3000);
 }
 
-/// An object of noise with an in-point of three frames, through a chain. It stands a frame further
-/// than the timeline goes: a block in the second half of the last frame is rounded to the frame
-/// behind it.
+/// An object of noise with an in-point of three frames, through a chain. It ends one
+/// frame after the timeline: a block in the second half of the last frame is rounded to the next
+/// frame.
 struct Chain {
     ProjectBuilder builder{Format{25.0, 48000, 10}};
     MixRig rig;
@@ -130,7 +130,7 @@ TEST(PackInAMix, AChainSoundsAsItsEffectsOneAfterTheOther) {
               chain.expected.RenderInBlocks(0, 10 * FRAME, FRAME));
 }
 
-TEST(PackInAMix, FadeGainAndDelaySoundTheSameHoweverTheMixIsAskedFor) {
+TEST(PackInAMix, FadeGainAndDelaySoundTheSameForAnyRequestsOfTheMix) {
     Chain chain(WithoutFilters());
     const Samples byFrames = MixInPieces(chain.rig, chain.builder, 10 * FRAME, FRAME);
 

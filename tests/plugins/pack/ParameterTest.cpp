@@ -36,7 +36,7 @@ const ParameterInfo& ParameterOf(const std::string& plugin, const std::string& p
     throw std::out_of_range("no such parameter");
 }
 
-/// The sentence that a refusal carries; empty when nothing was refused.
+/// The text of the exception; empty without an exception.
 std::string RefusalOf(const std::function<void()>& make) {
     try {
         make();
@@ -92,7 +92,7 @@ TEST(PluginPack, EveryPluginIsMadeWithoutParametersAndIsOfTheAudioKind) {
     }
 }
 
-TEST(PluginPack, EveryPluginTakesTheEndsOfItsRangesAndNothingBeyond) {
+TEST(PluginPack, EveryPluginAcceptsTheEndsOfItsRangesAndNothingBeyond) {
     for (const PluginInfo& plugin : Effects()) {
         for (const ParameterInfo& parameter : plugin.parameters) {
             Parameters others;
@@ -130,7 +130,7 @@ TEST(PluginPack, CrossFadeRefusesACurveThatDoesNotExist) {
               "cross-fade: curve must be a whole number, not 0.5");
 }
 
-TEST(PluginPack, AnUnknownNameIsRefusedWithTheNamesThereAre) {
+TEST(PluginPack, AnUnknownNameIsRefusedWithTheKnownNames) {
     EXPECT_EQ(Refusal("reverb", {}),
               "there is no effect \"reverb\", only fade, gain, delay, low-pass, high-pass");
     EXPECT_EQ(RefusalOf([] { CreateTransition("gain"); }),
@@ -140,7 +140,7 @@ TEST(PluginPack, AnUnknownNameIsRefusedWithTheNamesThereAre) {
     EXPECT_NE(Refusal("", {}), "");
 }
 
-TEST(PluginPack, AnUnknownParameterIsRefusedWithTheParametersThereAre) {
+TEST(PluginPack, AnUnknownParameterIsRefusedWithTheKnownParameters) {
     EXPECT_EQ(Refusal("delay", {{"feedback", 0.0}}),
               "delay: there is no parameter \"feedback\", only delayMs, levelDb, taps");
 }
@@ -150,7 +150,7 @@ TEST(PluginPack, AValueOutOfRangeIsRefusedWithTheRange) {
               "gain: gainDb must be from -96 to 24 dB, not 30");
 }
 
-TEST(PluginPack, AValueThatIsNoNumberIsRefused) {
+TEST(PluginPack, AValueThatIsNotANumberIsRefused) {
     EXPECT_EQ(Refusal("gain", {{"gainDb", NOT_A_NUMBER}}), "gain: gainDb must be a finite number");
 }
 
@@ -166,7 +166,7 @@ TEST(PluginPack, AFadeOutNeedsTheLengthOfItsObject) {
               "ends");
 }
 
-TEST(PluginPack, ACornerFrequencyIsTestedAgainstTheRateWhereItIsTold) {
+TEST(PluginPack, ACornerFrequencyIsCheckedAgainstAKnownRate) {
     EXPECT_EQ(Refusal("low-pass", {{"frequencyHz", 21600.0}}, 48000), "");
     EXPECT_EQ(Refusal("low-pass", {{"frequencyHz", 21600.5}}, 48000),
               "low-pass: frequencyHz must be from 10 to 21600 Hz, not 21600.5");

@@ -13,7 +13,7 @@
 namespace orlo::sonrel::detail {
 namespace {
 
-/// What a value becomes on the left channel; the right gets its mirror image.
+/// The value that is written on the left channel; the right channel has the opposite sign.
 short ToValue(double value) {
     short values[3] = {99, 99, 99};
     WriteFrame(reinterpret_cast<unsigned char*>(values), 0, Frame{value, -value});
@@ -34,7 +34,7 @@ TEST(PluginSamples, AFrameIsReadWithItsSignsFromAnyAddress) {
     EXPECT_EQ(ReadFrame(bytes + 3, 1)[1], 1.0);
 }
 
-TEST(PluginSampleRounding, HalvesGoAwayFromZero) {
+TEST(PluginSampleRounding, RoundsHalvesAwayFromZero) {
     EXPECT_EQ(ToValue(0.5), 1);
     EXPECT_EQ(ToValue(-0.5), -1);
     EXPECT_EQ(ToValue(2.5), 3);

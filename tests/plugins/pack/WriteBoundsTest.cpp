@@ -28,8 +28,8 @@ Effects OneOfEach() {
             CreateEffect("high-pass", {{"frequencyHz", 10}})};
 }
 
-/// Rendering puts guards around a buffer that is exactly as long as the longest range that was
-/// asked for, and tests them.
+/// Rendering uses a buffer that is exactly as long as the longest requested range, with guards before
+/// and after it, and checks the guards.
 void RenderAnywhere(const Effects& effects) {
     std::mt19937 generator(23);
     for (int round = 0; round < 40; ++round) {
@@ -45,17 +45,17 @@ void RenderAnywhere(const Effects& effects) {
     }
 }
 
-TEST(WriteBounds, NoEffectWritesOutsideOfTheRangeItAskedFor) {
+TEST(WriteBounds, NoEffectWritesOutsideItsRequestedRange) {
     for (const auto& effect : OneOfEach()) RenderAnywhere({effect});
 }
 
-TEST(WriteBounds, NoChainWritesOutsideOfItsLongestRange) {
+TEST(WriteBounds, NoChainWritesOutsideItsLongestRange) {
     const Effects chain = OneOfEach();
     RenderAnywhere(chain);
     RenderAnywhere(Effects(chain.rbegin(), chain.rend()));
 }
 
-TEST(WriteBounds, AnEffectThatIsToDeliverNothingTouchesNothing) {
+TEST(WriteBounds, AnEffectWithoutOutputWritesNothing) {
     for (const auto& effect : OneOfEach()) {
         for (const int outputCount : {0, -1}) {
             std::vector<unsigned char> buffer(64, 0x5A);
@@ -66,7 +66,7 @@ TEST(WriteBounds, AnEffectThatIsToDeliverNothingTouchesNothing) {
     }
 }
 
-TEST(WriteBounds, WhatLiesBehindTheInputCountsAsSilence) {
+TEST(WriteBounds, FramesAfterTheInputCountAsSilence) {
     for (const auto& effect : OneOfEach()) {
         const auto process = [&](short behindTheInput) {
             sonrel_tests::Samples samples = sonrel_tests::Noise(16, 1);
@@ -80,7 +80,7 @@ TEST(WriteBounds, WhatLiesBehindTheInputCountsAsSilence) {
     }
 }
 
-TEST(WriteBounds, AnEffectTouchesNothingInAFormatThatItDoesNotKnow) {
+TEST(WriteBounds, AnEffectWritesNothingInAnUnknownFormat) {
     for (const auto& effect : OneOfEach()) {
         std::vector<unsigned char> buffer(64, 0x5A);
         effect->ProcessAudio(nullptr, 1, 48000, 16, buffer.data(), 4, 4, 0, 0, 0, 0, 0, 0, false);
@@ -90,7 +90,7 @@ TEST(WriteBounds, AnEffectTouchesNothingInAFormatThatItDoesNotKnow) {
     }
 }
 
-TEST(WriteBounds, ACrossFadeWritesItsOutputAndNothingElse) {
+TEST(WriteBounds, ACrossFadeWritesOnlyItsOutput) {
     const auto crossFade = PluginPack::CreateTransition("cross-fade");
     for (const int direction : {ENTERED, LEFT}) {
         for (const int outputCount : {0, 1, 7, 8}) {

@@ -7,19 +7,19 @@
 
 namespace orlo::sonrel::detail {
 
-/// One block as an effect of the pack sees it.
+/// One block of an effect of the pack.
 struct EffectBlock {
     int rate = 0;  ///< hertz
-    /// The input, to be overwritten by the output. Room for lookBack + outputCount frames.
+    /// The input, which the output overwrites. Has room for lookBack + outputCount frames.
     unsigned char* samples = nullptr;
-    int inputCount = 0;         ///< frames of input; what would follow counts as silence
-    int outputCount = 0;        ///< frames to leave
-    long long firstSample = 0;  ///< first frame of the output, counted from the object's start
-    long long lookBack = 0;     ///< frames of input that lie before the first frame of the output
+    int inputCount = 0;         ///< frames of input; silence follows
+    int outputCount = 0;        ///< frames of output
+    long long firstSample = 0;  ///< first frame of the output, from the start of the object
+    long long lookBack = 0;     ///< frames of input before the first frame of the output
 };
 
-/// What the effects of the pack have in common: a range of input that ends with the output and
-/// begins a fixed number of frames before it, or at the source's first sample where that is nearer.
+/// The base of the effects of the pack. The range of input ends with the output and begins a fixed
+/// number of frames before it, or at the first sample of the source if that is later.
 class AudioEffect : public project::AbstractPluginAudio {
 public:
     int PluginKind() const final;
@@ -33,10 +33,10 @@ public:
                      long long inputFirstSample, long long objectOffset, bool previewing) final;
 
 protected:
-    /// Frames before the output that the effect wants to hear.
+    /// Frames of input that the effect needs before the output.
     virtual long long LookBack(int rate) const;
 
-    /// Turns the input of a block into its output.
+    /// Computes the output of a block from its input.
     virtual void Run(const EffectBlock& block) const = 0;
 };
 

@@ -16,10 +16,10 @@ struct BiquadCoefficients {
 /// After R. Bristow-Johnson, "Cookbook formulae for audio EQ biquad filter coefficients".
 /// @param rate       hertz
 /// @param frequency  corner frequency in hertz, above 0 and below half the rate
-/// @param q          above 0; 0.7071 gives the flattest pass band
+/// @param q          above 0; 0.7071 has the flattest pass band
 BiquadCoefficients LowPassCoefficients(int rate, double frequency, double q);
 
-/// The same for the high-pass.
+/// The coefficients of the high-pass.
 BiquadCoefficients HighPassCoefficients(int rate, double frequency, double q);
 
 }  // namespace orlo::sonrel::detail

@@ -5,10 +5,10 @@
 
 namespace orlo::sonrel::detail {
 
-/// Tests the values that are given for a plugin and adds the defaults of the others.
-/// @param sampleRate  hertz; 0 leaves limits that hang on the rate untested
+/// Checks the parameters of a plugin and adds the defaults of those that are left out.
+/// @param sampleRate  hertz; 0 does not check limits that depend on the rate
 /// @return a value for each parameter of the plugin
-/// @throws std::invalid_argument with a sentence that begins with the plugin's name
+/// @throws std::invalid_argument with a sentence that begins with the name of the plugin
 PluginPack::Parameters CheckedParameters(const PluginPack::PluginInfo& plugin,
                                          const PluginPack::Parameters& given, int sampleRate);
 

@@ -21,14 +21,14 @@ constexpr int FRAME_BYTES = 4;
 constexpr double MIN_VALUE = -32768.0;
 constexpr double MAX_VALUE = 32767.0;
 
-/// Left and right of a sample frame, computed side by side. Operators work on each by itself.
+/// Left and right of a sample frame. Operators work on each channel separately.
 using Frame = double __attribute__((vector_size(16)));
 
 inline std::ptrdiff_t ByteOf(long long frame) {
     return static_cast<std::ptrdiff_t>(frame) * FRAME_BYTES;
 }
 
-/// Writes silence from @p firstFrame up to @p endFrame, which may lie before it.
+/// Writes silence from @p firstFrame to @p endFrame, exclusive; nothing if @p endFrame is earlier.
 inline void WriteSilence(unsigned char* samples, long long firstFrame, long long endFrame) {
     if (firstFrame >= endFrame) return;
     std::memset(samples + ByteOf(firstFrame), 0,
@@ -40,7 +40,7 @@ inline Frame ReadFrame(const unsigned char* samples, long long at) {
     int both = 0;
     std::memcpy(&both, samples + ByteOf(at), sizeof(both));
     const __m128i twice = _mm_cvtsi32_si128(both);
-    // Each value in the upper half of 32 bits, then moved down with its sign.
+    // Each value in the upper half of 32 bits, then shifted down with its sign.
     const __m128i wide = _mm_srai_epi32(_mm_unpacklo_epi16(twice, twice), 16);
     return static_cast<Frame>(_mm_cvtepi32_pd(wide));
 #else
@@ -52,8 +52,8 @@ inline Frame ReadFrame(const unsigned char* samples, long long at) {
 
 /// Writes a frame, rounded half away from zero and clipped to 16 bits.
 ///
-/// The limits are whole numbers, so clipping first changes no result; and what was then moved half
-/// a step away from zero is rounded by cutting it toward zero.
+/// The limits are whole numbers, so that clipping first changes no result. Half a step away from zero,
+/// then truncation toward zero, is the rounding.
 inline void WriteFrame(unsigned char* samples, long long at, Frame values) {
 #if defined(__SSE2__)
     const __m128d clipped =
