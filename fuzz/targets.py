@@ -21,7 +21,7 @@ PEAKS = (sources("sonrel/cache", "CacheFileCheck", "PeakFile", "PeakFolds", "Pea
 DATABASE = sources("sonrel/database", "CacheLedger", "DatabaseSchema", "MediaDB", "RecordTable",
                    "Sqlite")
 CONFORMED = sources("sonrel/conformed", "ConformedAudioFile", "ConformedFileCheck",
-                    "ConformedFileInfo", "ConformedFileLayout")
+                    "ConformedFileLayout", "RecentConformedFiles")
 READER = (sources("sonrel/media", "AudioStream", "MediaFile", "MediaInfo", "PacketReader",
                   "PcmReader", "StreamInfo") +
           sources("sonrel/media/index", "FileIndexer", "Packet*", "Pcm*", "SilenceLimit", "FrameCounter",
