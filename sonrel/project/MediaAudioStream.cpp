@@ -37,11 +37,6 @@ MediaAudioStream::MediaAudioStream(int nativeRate, long long nativeCount, ZRAudi
 MediaAudioStream::MediaAudioStream(MediaAudioStream const& source)
     : impl_(std::make_unique<MediaAudioStreamImpl>(*source.impl_)) {}
 
-MediaAudioStream& MediaAudioStream::operator=(MediaAudioStream const& source) {
-    *impl_ = *source.impl_;
-    return *this;
-}
-
 MediaAudioStream::~MediaAudioStream() = default;
 
 ZRAudioCodec MediaAudioStream::Codec() const {

@@ -25,7 +25,7 @@ public:
     /// @throws std::invalid_argument when the rate or the length is negative
     MediaAudioStream(int nativeRate, long long nativeCount, ZRAudioCodec codec);
     MediaAudioStream(MediaAudioStream const& source);
-    MediaAudioStream& operator=(MediaAudioStream const& source);
+    MediaAudioStream& operator=(MediaAudioStream const&) = delete;
     ~MediaAudioStream();
 
     ZRAudioCodec Codec() const;

@@ -24,11 +24,6 @@ MediaVideoStream::MediaVideoStream(double frameRate, int frameCount)
 MediaVideoStream::MediaVideoStream(MediaVideoStream const& source)
     : impl_(std::make_unique<MediaVideoStreamImpl>(*source.impl_)) {}
 
-MediaVideoStream& MediaVideoStream::operator=(MediaVideoStream const& source) {
-    *impl_ = *source.impl_;
-    return *this;
-}
-
 MediaVideoStream::~MediaVideoStream() = default;
 
 double MediaVideoStream::FrameRate() const {

@@ -17,7 +17,7 @@ public:
     /// @throws std::invalid_argument otherwise
     MediaVideoStream(double frameRate, int frameCount);
     MediaVideoStream(MediaVideoStream const& source);
-    MediaVideoStream& operator=(MediaVideoStream const& source);
+    MediaVideoStream& operator=(MediaVideoStream const&) = delete;
     ~MediaVideoStream();
 
     double FrameRate() const;
