@@ -40,19 +40,20 @@ std::optional<long long> ParseStreamPosition(std::string_view text, int rate) {
     return samples < 0 ? std::numeric_limits<long long>::max() : samples;
 }
 
+/// One end of a range; @p otherwise where the text is empty.
+std::optional<long long> ReadEnd(std::string_view text, int rate, long long otherwise) {
+    return text.empty() ? otherwise : ParseStreamPosition(text, rate);
+}
+
 /// Both ends as they stand in the text. @throws UsageError when it is no range
 StreamRange ReadEnds(const std::string& text, int rate, long long samples) {
     const std::string_view view = text;
     const std::size_t colon = view.find(':');
-    std::optional<long long> start = 0;
-    std::optional<long long> end = samples;
-    if (colon == std::string_view::npos) {
-        start = std::nullopt;
-    } else {
-        if (colon > 0) start = ParseStreamPosition(view.substr(0, colon), rate);
-        if (colon + 1 < view.size()) end = ParseStreamPosition(view.substr(colon + 1), rate);
+    if (colon != std::string_view::npos) {
+        const std::optional<long long> start = ReadEnd(view.substr(0, colon), rate, 0);
+        const std::optional<long long> end = ReadEnd(view.substr(colon + 1), rate, samples);
+        if (start && end) return {*start, *end};
     }
-    if (start && end) return {*start, *end};
     throw UsageError("--range " + Quoted(text) +
                      " is no range A:B: give seconds (12.5:20) or samples "
                      "(480000smp:960000smp)");
