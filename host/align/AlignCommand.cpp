@@ -171,7 +171,7 @@ public:
           list_(recordings.List()),
           grid_{recordings.Rate(), fps},
           synced_{{&list_.front(), 0}} {
-        outcome_.report["results"] = Json::array();
+        outcome_.report["results"] = Json::Array();
     }
 
     /// Of the first recording.
@@ -180,7 +180,8 @@ public:
     /// A pair that cannot be compared.
     void AddError(const Recording& other, const std::string& error) {
         const std::string& first = list_.front().input;
-        outcome_.report["results"].push_back({{"a", first}, {"b", other.input}, {"error", error}});
+        outcome_.report["results"].Append(
+            Json::Object({{"a", first}, {"b", other.input}, {"error", error}}));
         outcome_.text += Quoted(other.input) + " cannot be aligned with " + Quoted(first) + "\n" +
                          "  error       " + OneLine(error) + "\n";
         ++errors_;
@@ -188,7 +189,7 @@ public:
     }
 
     void Add(const RecordingPair& pair, const AlignmentAnswer& answer, std::size_t number) {
-        outcome_.report["results"].push_back(AlignmentJson(pair, answer));
+        outcome_.report["results"].Append(AlignmentJson(pair, answer));
         outcome_.text += AlignmentText(pair, answer, grid_);
         if (!options_.plot.empty()) {
             WriteWholeFile(PlotName(options_.plot, number - 1, list_.size() - 1), guard_,

@@ -20,16 +20,16 @@ double Milliseconds(double frames, int rate) {
 }
 
 Json CorrelationJson(double correlation, long long offset) {
-    return {{"correlation", correlation}, {"offset", offset}};
+    return Json::Object({{"correlation", correlation}, {"offset", offset}});
 }
 
 Json PlacesJson(const std::vector<Measure>& places) {
-    Json list = Json::array();
+    Json list = Json::Array();
     for (const Measure& place : places) {
-        list.push_back({{"start", place.place.start},
-                        {"length", place.place.length},
-                        {"correlation", place.correlation},
-                        {"offset", place.offset}});
+        list.Append(Json::Object({{"start", place.place.start},
+                                  {"length", place.place.length},
+                                  {"correlation", place.correlation},
+                                  {"offset", place.offset}}));
     }
     return list;
 }
@@ -97,7 +97,8 @@ Json AlignmentJson(const RecordingPair& pair, const AlignmentAnswer& answer) {
     result["seconds"] = static_cast<double>(refined.offset) / pair.Rate();
     result["drift"] = Json();
     if (answer.drift) {
-        result["drift"] = {{"ppm", answer.drift->ppm}, {"residual", answer.drift->residual}};
+        result["drift"] =
+            Json::Object({{"ppm", answer.drift->ppm}, {"residual", answer.drift->residual}});
     }
     result["chance"] = answer.found.chance;
     result["verdict"] = VerdictName(answer.verdict);

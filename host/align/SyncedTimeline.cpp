@@ -9,13 +9,13 @@ namespace orlo::host {
 namespace {
 
 Json Time(long long value, int rate) {
-    return {{"OTIO_SCHEMA", "RationalTime.1"}, {"rate", rate}, {"value", value}};
+    return Json::Object({{"OTIO_SCHEMA", "RationalTime.1"}, {"rate", rate}, {"value", value}});
 }
 
 Json Range(long long start, long long duration, int rate) {
-    return {{"OTIO_SCHEMA", "TimeRange.1"},
-            {"start_time", Time(start, rate)},
-            {"duration", Time(duration, rate)}};
+    return Json::Object({{"OTIO_SCHEMA", "TimeRange.1"},
+                         {"start_time", Time(start, rate)},
+                         {"duration", Time(duration, rate)}});
 }
 
 /// A local file as a URL: every byte escaped that is not plain in a path.
@@ -37,20 +37,23 @@ std::string FileUrl(const std::string& path) {
 }
 
 Json Item(const char* schema, const std::string& name) {
-    return {{"OTIO_SCHEMA", schema},      {"name", name},
-            {"metadata", Json::object()}, {"effects", Json::array()},
-            {"markers", Json::array()},   {"enabled", true}};
+    return Json::Object({{"OTIO_SCHEMA", schema},
+                         {"name", name},
+                         {"metadata", Json::Object()},
+                         {"effects", Json::Array()},
+                         {"markers", Json::Array()},
+                         {"enabled", true}});
 }
 
 Json Clip(const Recording& recording, int rate) {
     const std::string name = std::filesystem::path(recording.path).stem().string();
     Json clip = Item("Clip.1", name);
     clip["source_range"] = Range(0, recording.Frames(), rate);
-    clip["media_reference"] = {{"OTIO_SCHEMA", "ExternalReference.1"},
-                               {"name", ""},
-                               {"metadata", Json::object()},
-                               {"available_range", Range(0, recording.Frames(), rate)},
-                               {"target_url", FileUrl(recording.path)}};
+    clip["media_reference"] = Json::Object({{"OTIO_SCHEMA", "ExternalReference.1"},
+                                            {"name", ""},
+                                            {"metadata", Json::Object()},
+                                            {"available_range", Range(0, recording.Frames(), rate)},
+                                            {"target_url", FileUrl(recording.path)}});
     return clip;
 }
 
@@ -58,13 +61,13 @@ Json Track(const SyncedRecording& synced, long long gap, int rate) {
     Json track = Item("Track.1", std::filesystem::path(synced.recording->path).filename().string());
     track["kind"] = "Audio";
     track["source_range"] = Json();
-    track["children"] = Json::array();
+    track["children"] = Json::Array();
     if (gap > 0) {
         Json silence = Item("Gap.1", "");
         silence["source_range"] = Range(0, gap, rate);
-        track["children"].push_back(silence);
+        track["children"].Append(silence);
     }
-    track["children"].push_back(Clip(*synced.recording, rate));
+    track["children"].Append(Clip(*synced.recording, rate));
     return track;
 }
 
@@ -75,16 +78,18 @@ std::string SyncedTimeline(const std::vector<SyncedRecording>& recordings, int r
     for (const SyncedRecording& synced : recordings) earliest = std::min(earliest, synced.start);
     Json stack = Item("Stack.1", "tracks");
     stack["source_range"] = Json();
-    stack["children"] = Json::array();
+    stack["children"] = Json::Array();
     for (const SyncedRecording& synced : recordings) {
-        stack["children"].push_back(Track(synced, synced.start - earliest, rate));
+        stack["children"].Append(Track(synced, synced.start - earliest, rate));
     }
-    const Json timeline = {{"OTIO_SCHEMA", "Timeline.1"},
-                           {"name", "aligned recordings"},
-                           {"global_start_time", Json()},
-                           {"metadata", {{"sonrel", {{"frameRate", fps}, {"sampleRate", rate}}}}},
-                           {"tracks", stack}};
-    return timeline.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    const Json timeline = Json::Object(
+        {{"OTIO_SCHEMA", "Timeline.1"},
+         {"name", "aligned recordings"},
+         {"global_start_time", Json()},
+         {"metadata",
+          Json::Object({{"sonrel", Json::Object({{"frameRate", fps}, {"sampleRate", rate}})}})},
+         {"tracks", stack}});
+    return timeline.ToIndentedText() + "\n";
 }
 
 }  // namespace orlo::host

@@ -139,14 +139,14 @@ void Report(const CacheEntry& entry, const Verdict& verdict, Outcome& outcome) {
         json["reason"] = verdict.reason;
         outcome.text.insert(outcome.text.size() - 1, "  " + verdict.reason);
     }
-    outcome.report[verdict.list->key].push_back(json);
+    outcome.report[verdict.list->key].Append(json);
 }
 
 /// "1 missing, 2 broken", of the lists that are not empty and are faults.
 std::string FaultsIn(const Json& report, const std::vector<const List*>& lists) {
     std::string text;
     for (const List* list : lists) {
-        const std::size_t count = report.at(list->key).size();
+        const std::size_t count = report.Find(list->key)->AsArray().size();
         if (count == 0 || !list->isFault) continue;
         text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + list->label;
     }
@@ -159,7 +159,7 @@ Outcome CheckCache(const CachePlaces& places, bool deep) {
     std::vector<const List*> lists{&MISSING, &ORPHANS, &BROKEN};
     if (deep) lists.insert(lists.end(), {&STALE, &NO_CHECKSUM});
     Outcome outcome;
-    for (const List* list : lists) outcome.report[list->key] = Json::array();
+    for (const List* list : lists) outcome.report[list->key] = Json::Array();
     std::vector<Find> finds = LookAtAll(places, deep);
     DropChanged(places, finds);
     for (const Find& find : finds) Report(find.entry, find.verdict, outcome);

@@ -32,9 +32,9 @@ using project::MediaDB;
 
 Outcome List(const CachePlaces& places) {
     Outcome outcome;
-    outcome.report["files"] = Json::array();
+    outcome.report["files"] = Json::Array();
     for (const CacheEntry& entry : TakeInventory(places)) {
-        outcome.report["files"].push_back(EntryJson(entry));
+        outcome.report["files"].Append(EntryJson(entry));
         outcome.text += EntryText(entry);
     }
     return outcome;
@@ -49,7 +49,7 @@ Outcome DiskUse(const CachePlaces& places) {
             ++files;
             bytes += entry.bytes;
         }
-        Json ToJson() const { return {{"files", files}, {"bytes", bytes}}; }
+        Json ToJson() const { return Json::Object({{"files", files}, {"bytes", bytes}}); }
         std::string ToText() const {
             return std::to_string(files) + " files, " + Megabytes(bytes) + "\n";
         }

@@ -96,7 +96,7 @@ public:
         MediaInfo info;
         Json entry;
         entry["path"] = path;
-        entry["streams"] = Json::array();
+        entry["streams"] = Json::Array();
         text_ += "  " + OneLine(path) + "\n";
         std::string problem;
         try {
@@ -110,14 +110,14 @@ public:
         }
         entry["format"] = info.format;
         for (const MediaStreamInfo& stream : info.streams) {
-            entry["streams"].push_back(StreamJson(stream));
+            entry["streams"].Append(StreamJson(stream));
             text_ += StreamText(stream);
         }
         if (!problem.empty()) {
             entry["error"] = problem;
             text_ += "    " + problem + "\n";
         }
-        json_.push_back(entry);
+        json_.Append(entry);
         last_ = std::move(info);
         return problem;
     }
@@ -128,7 +128,7 @@ public:
     const MediaInfo& Last() const { return last_; }
 
 private:
-    Json json_ = Json::array();
+    Json json_ = Json::Array();
     std::string text_;
     MediaInfo last_;
 };
@@ -219,10 +219,10 @@ Outcome MediaFileInfo(const GlobalOptions& global, const std::string& input) {
     outcome.report["rate"] = rate;
     outcome.report["fps"] = fps;
     outcome.report["frames"] = frames;
-    outcome.report["tracks"] = Json::array();
+    outcome.report["tracks"] = Json::Array();
     outcome.report["media"] = described.List();
-    outcome.report["missing"] = Json::array();
-    outcome.report["notTakenOver"] = Json::array();
+    outcome.report["missing"] = Json::Array();
+    outcome.report["notTakenOver"] = Json::Array();
     outcome.text = "media file, as a project: " + RatesText(rate, fps, frames) + described.Text();
     return outcome;
 }

@@ -19,8 +19,10 @@ std::string Frames(double count) {
 
 Json LevelJson(const otio::LevelCurve& level) {
     if (level.keys.empty()) return level.decibels ? Json(*level.decibels) : Json(0.0);
-    Json keys = Json::array();
-    for (const otio::LevelCurve::Key& key : level.keys) keys.push_back({key.timeMs, key.decibels});
+    Json keys = Json::Array();
+    for (const otio::LevelCurve::Key& key : level.keys) {
+        keys.Append(Json::Array({key.timeMs, key.decibels}));
+    }
     return keys;
 }
 
@@ -30,11 +32,12 @@ std::string LevelText(const otio::LevelCurve& level) {
 }
 
 Json EffectJson(const otio::EffectRequest& effect) {
-    Json parameters = Json::object();
+    Json parameters = Json::Object();
     for (const auto& [name, value] : effect.parameters) {
         std::visit([&, key = name](const auto& taken) { parameters[key] = taken; }, value);
     }
-    return {{"plugin", effect.plugin}, {"parameters", parameters}, {"enabled", effect.enabled}};
+    return Json::Object(
+        {{"plugin", effect.plugin}, {"parameters", parameters}, {"enabled", effect.enabled}});
 }
 
 std::string EffectText(const otio::EffectRequest& effect) {
@@ -70,13 +73,13 @@ Json TransitionJson(const PlacedTransition& transition) {
     const auto index = [](const std::optional<std::size_t>& clip) {
         return clip ? Json(*clip) : Json();
     };
-    return {{"name", transition.name},
-            {"joinFrame", transition.joinFrame},
-            {"startFrame", transition.joinFrame + transition.relativeStartFrame},
-            {"length", transition.length},
-            {"from", index(transition.from)},
-            {"to", index(transition.to)},
-            {"curve", transition.curve}};
+    return Json::Object({{"name", transition.name},
+                         {"joinFrame", transition.joinFrame},
+                         {"startFrame", transition.joinFrame + transition.relativeStartFrame},
+                         {"length", transition.length},
+                         {"from", index(transition.from)},
+                         {"to", index(transition.to)},
+                         {"curve", transition.curve}});
 }
 
 std::string TransitionText(const PlacedTrack& track, const PlacedTransition& transition) {
@@ -87,28 +90,28 @@ std::string TransitionText(const PlacedTrack& track, const PlacedTransition& tra
 }
 
 Json ClipJson(const PlacedClip& clip) {
-    Json json = {{"name", clip.name},
-                 {"media", nullptr},
-                 {"stream", clip.stream},
-                 {"startFrame", clip.startFrame},
-                 {"endFrame", clip.endFrame},
-                 {"sourceStartFrame", clip.sourceStartFrame},
-                 {"speed", clip.speed},
-                 {"muted", clip.muted},
-                 {"audioLevel", LevelJson(clip.level)},
-                 {"effects", Json::array()},
-                 {"fadeIn", clip.fades.inFrames},
-                 {"fadeOut", clip.fades.outFrames}};
+    Json json = Json::Object({{"name", clip.name},
+                              {"media", nullptr},
+                              {"stream", clip.stream},
+                              {"startFrame", clip.startFrame},
+                              {"endFrame", clip.endFrame},
+                              {"sourceStartFrame", clip.sourceStartFrame},
+                              {"speed", clip.speed},
+                              {"muted", clip.muted},
+                              {"audioLevel", LevelJson(clip.level)},
+                              {"effects", Json::Array()},
+                              {"fadeIn", clip.fades.inFrames},
+                              {"fadeOut", clip.fades.outFrames}});
     for (const otio::EffectRequest& effect : clip.effects) {
-        json["effects"].push_back(EffectJson(effect));
+        json["effects"].Append(EffectJson(effect));
     }
     if (HasFade(clip)) json["fadeCurve"] = clip.fades.curve;
     if (clip.composition == nullptr) {
         json["media"] = clip.media.path;
     } else {
-        json["composition"] = {{"kind", clip.composition->schema},
-                               {"frames", clip.composition->frameCount},
-                               {"tracks", TracksJson(clip.composition->tracks)}};
+        json["composition"] = Json::Object({{"kind", clip.composition->schema},
+                                            {"frames", clip.composition->frameCount},
+                                            {"tracks", TracksJson(clip.composition->tracks)}});
     }
     return json;
 }
@@ -172,21 +175,21 @@ private:
 }  // namespace
 
 Json TracksJson(const std::vector<PlacedTrack>& tracks) {
-    Json list = Json::array();
+    Json list = Json::Array();
     for (const PlacedTrack& track : tracks) {
-        Json objects = Json::array();
-        for (const PlacedClip& clip : track.clips) objects.push_back(ClipJson(clip));
-        Json transitions = Json::array();
+        Json objects = Json::Array();
+        for (const PlacedClip& clip : track.clips) objects.Append(ClipJson(clip));
+        Json transitions = Json::Array();
         for (const PlacedTransition& transition : track.transitions) {
-            transitions.push_back(TransitionJson(transition));
+            transitions.Append(TransitionJson(transition));
         }
-        list.push_back({{"name", track.name},
-                        {"muted", track.muted},
-                        {"solo", track.solo},
-                        {"audioLevel", LevelJson(track.level)},
-                        {"stereoBalance", track.stereoBalance.value_or(0.0f)},
-                        {"objects", objects},
-                        {"transitions", transitions}});
+        list.Append(Json::Object({{"name", track.name},
+                                  {"muted", track.muted},
+                                  {"solo", track.solo},
+                                  {"audioLevel", LevelJson(track.level)},
+                                  {"stereoBalance", track.stereoBalance.value_or(0.0f)},
+                                  {"objects", objects},
+                                  {"transitions", transitions}}));
     }
     return list;
 }

@@ -34,7 +34,7 @@ void ReportOne(const MediaEntry& entry, const FileResult& result, Outcome& outco
     file["status"] = StatusName(result.status);
     file["path"] = result.path.empty() ? Json() : Json(result.path);
     file["error"] = result.error.empty() ? Json() : Json(result.error);
-    outcome.report["files"].push_back(file);
+    outcome.report["files"].Append(file);
     outcome.text += std::string(StatusName(result.status)) + "  " +
                     OneLine(entry.media.empty() ? entry.input : entry.media);
     if (entry.stream > 0)
@@ -143,7 +143,7 @@ std::size_t MediaCollector::TaskFor(const std::string& path, int stream, int rat
 Outcome ReportFiles(const std::vector<MediaEntry>& entries,
                     const std::function<FileResult(std::size_t task)>& resultOf) {
     Outcome outcome;
-    outcome.report["files"] = Json::array();
+    outcome.report["files"] = Json::Array();
     Failures failures(entries);
     for (const MediaEntry& entry : entries) {
         const FileResult result = entry.task ? resultOf(*entry.task) : ResultWithoutTask(entry);

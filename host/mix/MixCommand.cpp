@@ -34,18 +34,18 @@ Json ReportHead(const MixOptions& options, const FrameGrid& grid, bool isTimelin
     Json report;
     report["output"] = nullptr;
     if (options.composition) report["composition"] = *options.composition;
-    if (options.stems) report["stems"] = Json::array();
+    if (options.stems) report["stems"] = Json::Array();
     report["rate"] = grid.rate;
     report["fps"] = grid.fps;
     report["samples"] = 0;
     report["dither"] = isTimeline ? DitherName(options.dither) : "none";
     report["seed"] = nullptr;
     if (isTimeline) report["seed"] = options.seed == 0 ? Json("random") : Json(options.seed);
-    if (isTimeline) report["tracks"] = Json::array();
+    if (isTimeline) report["tracks"] = Json::Array();
     report["master"] = nullptr;
-    report["loudness"] = {{"integrated", nullptr}, {"truePeak", nullptr}};
-    report["missing"] = Json::array();
-    report["notTakenOver"] = Json::array();
+    report["loudness"] = Json::Object({{"integrated", nullptr}, {"truePeak", nullptr}});
+    report["missing"] = Json::Array();
+    report["notTakenOver"] = Json::Array();
     return report;
 }
 
@@ -114,7 +114,7 @@ private:
         Outcome outcome;
         outcome.report = ReportHead(options_, grid_, true);
         for (const std::string& name : trackNames_) {
-            outcome.report["tracks"].push_back(SignalJson({name, {}, {}, {}}, grid_));
+            outcome.report["tracks"].Append(SignalJson({name, {}, {}, {}}, grid_));
         }
         outcome.report["missing"] = MissingJson(missing_);
         outcome.report["notTakenOver"] = NotTakenOverJson(import_.report);
@@ -167,7 +167,8 @@ private:
         summary_ = Summarize(mixer, trackNames_, span_.begin);
         if (meters) {
             meters->Write(
-                MetersJson(mixer, trackNames_, grid_.rate, blockFrames, span_.begin).dump() + "\n");
+                MetersJson(mixer, trackNames_, grid_.rate, blockFrames, span_.begin).ToLine() +
+                "\n");
         }
         if (stems) stems->Flush();
         // Every output is whole on the disk before the first one takes its name.
@@ -188,7 +189,7 @@ private:
         outcome.report["samples"] = samples;
         if (options_.stems) outcome.report["stems"] = stemPaths_;
         for (const SignalSummary& track : summary_.tracks) {
-            outcome.report["tracks"].push_back(SignalJson(track, grid_));
+            outcome.report["tracks"].Append(SignalJson(track, grid_));
         }
         outcome.report["master"] = SignalJson(summary_.master, grid_);
         outcome.report["loudness"] = LoudnessJson(*loudness_);

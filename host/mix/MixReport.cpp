@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "host/shell/Text.h"
 
@@ -41,13 +42,13 @@ const char* ChannelsOf(const ClipStretch& stretch) {
 }
 
 Json ClipsJson(const std::vector<ClipStretch>& clips, const FrameGrid& grid) {
-    Json list = Json::array();
+    Json list = Json::Array();
     for (const ClipStretch& stretch : clips) {
-        list.push_back({{"from", FormatTimecode(stretch.span.begin, grid)},
-                        {"to", FormatTimecode(stretch.span.end, grid)},
-                        {"fromSample", stretch.span.begin},
-                        {"toSample", stretch.span.end},
-                        {"channels", ChannelsOf(stretch)}});
+        list.Append(Json::Object({{"from", FormatTimecode(stretch.span.begin, grid)},
+                                  {"to", FormatTimecode(stretch.span.end, grid)},
+                                  {"fromSample", stretch.span.begin},
+                                  {"toSample", stretch.span.end},
+                                  {"channels", ChannelsOf(stretch)}}));
     }
     return list;
 }
@@ -65,9 +66,9 @@ std::string ClipsText(const std::vector<ClipStretch>& clips, const FrameGrid& gr
 }
 
 Json BlockJson(const sonrel::AudioTrackMetrics& block) {
-    return {{"samples", block.sampleCount},
-            {"peak", {block.peak[0], block.peak[1]}},
-            {"clipped", {block.clipped[0], block.clipped[1]}}};
+    return Json::Object({{"samples", block.sampleCount},
+                         {"peak", Json::Array({block.peak[0], block.peak[1]})},
+                         {"clipped", Json::Array({block.clipped[0], block.clipped[1]})}});
 }
 
 std::string Decibels(double value) {
@@ -111,30 +112,31 @@ Json MetersJson(const sonrel::AudioMixer& mixer, const std::vector<std::string>&
     document["rate"] = rate;
     document["blockFrames"] = blockFrames;
     document["firstSample"] = firstSample;
-    std::vector<Json> tracks(trackNames.size(), Json::array());
-    Json master = Json::array();
+    std::vector<Json> tracks(trackNames.size(), Json::Array());
+    Json master = Json::Array();
     const unsigned long long blocks = mixer.MeterBlockCount();
     for (unsigned long long i = 0; i < blocks; ++i) {
         const sonrel::AudioMetrics block = mixer.MetricsForBlock(i);
         for (std::size_t track = 0; track < std::min(tracks.size(), block.trackMetrics.size());
              ++track) {
-            tracks[track].push_back(BlockJson(block.trackMetrics[track]));
+            tracks[track].Append(BlockJson(block.trackMetrics[track]));
         }
-        master.push_back(BlockJson(block.masterMetrics));
+        master.Append(BlockJson(block.masterMetrics));
     }
-    document["tracks"] = Json::array();
+    document["tracks"] = Json::Array();
     for (std::size_t track = 0; track < tracks.size(); ++track) {
-        document["tracks"].push_back({{"name", trackNames[track]}, {"blocks", tracks[track]}});
+        document["tracks"].Append(
+            Json::Object({{"name", trackNames[track]}, {"blocks", std::move(tracks[track])}}));
     }
-    document["master"] = {{"blocks", master}};
+    document["master"]["blocks"] = std::move(master);
     return document;
 }
 
 Json SignalJson(const SignalSummary& signal, const FrameGrid& grid) {
     Json json;
     json["name"] = signal.name;
-    json["peak"] = {signal.peak[0], signal.peak[1]};
-    json["clippedBlocks"] = {signal.clippedBlocks[0], signal.clippedBlocks[1]};
+    json["peak"] = Json::Array({signal.peak[0], signal.peak[1]});
+    json["clippedBlocks"] = Json::Array({signal.clippedBlocks[0], signal.clippedBlocks[1]});
     json["clips"] = ClipsJson(signal.clips, grid);
     return json;
 }
@@ -143,8 +145,8 @@ Json LoudnessJson(const LoudnessMeter& loudness) {
     const auto orNull = [](const std::optional<double>& value) {
         return value ? Json(*value) : Json();
     };
-    return {{"integrated", orNull(loudness.IntegratedLufs())},
-            {"truePeak", orNull(loudness.TruePeakDb())}};
+    return Json::Object({{"integrated", orNull(loudness.IntegratedLufs())},
+                         {"truePeak", orNull(loudness.TruePeakDb())}});
 }
 
 std::string MetersText(const MeterSummary& meters, const FrameGrid& grid) {

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "host/otio/ClipParser.h"
 
-#include <nlohmann/json.hpp>
-
 #include "host/otio/Fields.h"
 #include "host/otio/SoundParser.h"
 #include "host/shell/Text.h"
@@ -11,20 +9,18 @@ namespace orlo::host::otio {
 
 namespace {
 
-using nlohmann::json;
-
 constexpr int MAX_STREAMS = 4096;
 
 /// A clip's media reference: of several, the active one.
-const json* ActiveReference(const json& clip) {
-    const json* references = Member(clip, "media_references");
-    if (references == nullptr || !references->is_object()) return Member(clip, "media_reference");
+const Json* ActiveReference(const Json& clip) {
+    const Json* references = Member(clip, "media_references");
+    if (references == nullptr || !references->IsObject()) return Member(clip, "media_reference");
     const std::string active = StringMember(clip, "active_media_reference_key");
     return Member(*references, active.empty() ? "DEFAULT_MEDIA" : active.c_str());
 }
 
-void ParseMedia(const json& clip, Item& item, ImportReport& report) {
-    const json* reference = ActiveReference(clip);
+void ParseMedia(const Json& clip, Item& item, ImportReport& report) {
+    const Json* reference = ActiveReference(clip);
     const std::string schema = reference == nullptr ? std::string() : SchemaName(*reference);
     if (reference != nullptr && schema == "ExternalReference") {
         MediaReference media;
@@ -36,7 +32,7 @@ void ParseMedia(const json& clip, Item& item, ImportReport& report) {
         item.media = std::move(media);
         return;
     }
-    if (reference != nullptr && reference->is_object()) {
+    if (reference != nullptr && reference->IsObject()) {
         // Also a reference that leads nowhere may tell how long its medium is.
         item.media =
             MediaReference{{}, RangeMember(*reference, "available_range", item.place, report)};
@@ -52,24 +48,30 @@ void ParseMedia(const json& clip, Item& item, ImportReport& report) {
     }
 }
 
+/// @return -1 where the value is not a whole number
+long long StreamIndex(const Json* value) {
+    return value == nullptr ? -1 : value->AsInteger().value_or(-1);
+}
+
 /// Which stream of the medium the clip takes, and whether it takes the whole of it.
-void ParseResolveChannels(const json& metadata, Item& item, ImportReport& report) {
-    const json* channels = Member(metadata, "Channels");
-    if (channels == nullptr || !channels->is_array() || channels->empty()) return;
+void ParseResolveChannels(const Json& metadata, Item& item, ImportReport& report) {
+    const Json* channels = Member(metadata, "Channels");
+    if (channels == nullptr || !channels->IsArray() || channels->AsArray().empty()) return;
     bool oneStream = true;
     bool inOrder = true;
-    for (std::size_t i = 0; i < channels->size(); ++i) {
-        const json* stream = Member((*channels)[i], "Source Track ID");
-        const json* channel = Member((*channels)[i], "Source Channel ID");
-        const long long streamIndex =
-            stream != nullptr && stream->is_number_integer() ? stream->get<long long>() : -1;
+    for (std::size_t i = 0; i < channels->AsArray().size(); ++i) {
+        const Json& source = channels->AsArray()[i];
+        const long long streamIndex = StreamIndex(Member(source, "Source Track ID"));
         if (streamIndex < 0 || streamIndex >= MAX_STREAMS) {
             report.Add("source stream", item.place, "it is no stream number; the first one sounds");
             return;
         }
         if (i == 0) item.stream = static_cast<int>(streamIndex);
         if (streamIndex != item.stream) oneStream = false;
-        if (channel == nullptr || *channel != i) inOrder = false;
+        const Json* channel = Member(source, "Source Channel ID");
+        const bool isInPlace = channel != nullptr && channel->IsNumber() &&
+                               channel->AsNumber() == static_cast<double>(i);
+        if (!isInPlace) inOrder = false;
     }
     if (!oneStream) {
         report.Add("source streams", item.place, "of several only the first one sounds");
@@ -81,9 +83,9 @@ void ParseResolveChannels(const json& metadata, Item& item, ImportReport& report
 
 }  // namespace
 
-void ParseClip(const json& clip, Item& item, ImportReport& report) {
+void ParseClip(const Json& clip, Item& item, ImportReport& report) {
     ParseMedia(clip, item, report);
-    if (const json* metadata = MetadataOf(clip, "Resolve_OTIO")) {
+    if (const Json* metadata = MetadataOf(clip, "Resolve_OTIO")) {
         ParseResolveChannels(*metadata, item, report);
     }
     ParseSound(clip, item, report);

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
-
+#include "host/json/Json.h"
 #include "host/otio/ImportReport.h"
 #include "host/otio/Timeline.h"
 
@@ -11,6 +10,6 @@ namespace orlo::host::otio {
 /// Takes over what a clip says about its medium and its sound.
 /// @param clip  the clip's object
 /// @param item  receives it; its place is set already
-void ParseClip(const nlohmann::json& clip, Item& item, ImportReport& report);
+void ParseClip(const Json& clip, Item& item, ImportReport& report);
 
 }  // namespace orlo::host::otio

@@ -7,7 +7,9 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "host/shell/Text.h"
@@ -104,7 +106,7 @@ class DocumentBuilder : public nlohmann::json_sax<nlohmann::json> {
 public:
     explicit DocumentBuilder(const CleanText& source) : source_(source) {}
 
-    nlohmann::json Take() { return std::move(document_); }
+    Json Take() { return std::move(document_); }
 
     bool null() override { return Put(nullptr); }
     bool boolean(bool value) override { return Put(value); }
@@ -113,19 +115,20 @@ public:
     bool number_float(number_float_t value, const string_t&) override { return Put(value); }
     bool string(string_t& value) override { return Put(std::move(value)); }
     bool binary(binary_t&) override { return Put(nullptr); }
-    bool start_object(std::size_t) override { return Open(nlohmann::json::object()); }
-    bool start_array(std::size_t) override { return Open(nlohmann::json::array()); }
+    bool start_object(std::size_t) override { return Open(false); }
+    bool start_array(std::size_t) override { return Open(true); }
     bool end_object() override { return Close(); }
     bool end_array() override { return Close(); }
 
     bool key(string_t& name) override {
         if (droppedDepth_ > 0) return true;
-        const bool inMetadata = levels_.back().isMetadata;
-        dropNext_ = inMetadata ? name != "sonrel" && name != "Resolve_OTIO" : name == "markers";
-        // What stands inside our own metadata is kept as it is.
-        metadataNext_ = !levels_.back().isKept && name == "metadata";
-        keptNext_ = levels_.back().isKept || inMetadata;
-        key_ = std::move(name);
+        Level& level = levels_.back();
+        dropNext_ =
+            level.isMetadata ? name != "sonrel" && name != "Resolve_OTIO" : name == "markers";
+        // What is inside our own metadata is kept as it is.
+        metadataNext_ = !level.isKept && name == "metadata";
+        keptNext_ = level.isKept || level.isMetadata;
+        level.key = std::move(name);
         return true;
     }
 
@@ -133,36 +136,38 @@ public:
                      const nlohmann::json::exception& error) override;
 
 private:
+    /// An array or object that is not read to its end.
     struct Level {
-        nlohmann::json* container = nullptr;
+        Json::Items items;      ///< of an array
+        Json::Members members;  ///< of an object
+        std::string key;        ///< of the next member
+        bool isArray = false;
         bool isMetadata = false;
         bool isKept = false;
     };
 
-    bool Put(nlohmann::json value) {
-        if (droppedDepth_ > 0 || dropNext_) {
-            dropNext_ = false;
-            return true;
-        }
+    bool Put(Json value) {
+        if (IsDropped()) return true;
+        Count();
         Place(std::move(value));
         return true;
     }
 
-    bool Open(nlohmann::json container) {
+    bool Open(bool isArray) {
         if (levels_.size() + droppedDepth_ >= MAX_DEPTH) {
             throw DocumentError("nested deeper than " + std::to_string(MAX_DEPTH) + " levels");
         }
-        if (droppedDepth_ > 0 || dropNext_) {
-            dropNext_ = false;
+        if (IsDropped()) {
             ++droppedDepth_;
             return true;
         }
-        const bool inArray = !levels_.empty() && levels_.back().container->is_array();
+        Count();
+        const bool inArray = !levels_.empty() && levels_.back().isArray;
         Level level;
-        level.isMetadata = !inArray && metadataNext_ && container.is_object();
+        level.isArray = isArray;
+        level.isMetadata = !inArray && metadataNext_ && !isArray;
         level.isKept = inArray ? levels_.back().isKept : keptNext_;
-        level.container = &Place(std::move(container));
-        levels_.push_back(level);
+        levels_.push_back(std::move(level));
         metadataNext_ = false;
         return true;
     }
@@ -170,32 +175,56 @@ private:
     bool Close() {
         if (droppedDepth_ > 0) {
             --droppedDepth_;
-        } else {
-            levels_.pop_back();
+            return true;
         }
+        Level level = std::move(levels_.back());
+        levels_.pop_back();
+        Place(level.isArray ? Json::Array(std::move(level.items))
+                            : Json::Object(Sorted(std::move(level.members))));
         return true;
     }
 
-    nlohmann::json& Place(nlohmann::json value) {
+    /// Whether the next value is in or is itself a part that nobody reads.
+    bool IsDropped() { return std::exchange(dropNext_, false) || droppedDepth_ > 0; }
+
+    void Count() {
         if (++values_ > MAX_VALUES) {
             throw DocumentError("more than " + std::to_string(MAX_VALUES) + " values");
         }
-        if (levels_.empty()) return document_ = std::move(value);
-        nlohmann::json& container = *levels_.back().container;
-        if (container.is_array()) return container.emplace_back(std::move(value));
-        return container[key_] = std::move(value);
     }
 
+    void Place(Json value) {
+        if (levels_.empty()) {
+            document_ = std::move(value);
+        } else if (levels_.back().isArray) {
+            levels_.back().items.push_back(std::move(value));
+        } else {
+            levels_.back().members.push_back({std::move(levels_.back().key), std::move(value)});
+        }
+    }
+
+    static Json::Members Sorted(Json::Members members);
+
     const CleanText& source_;
-    nlohmann::json document_;
+    Json document_;
     std::vector<Level> levels_;
-    std::string key_;
     std::size_t values_ = 0;
     std::size_t droppedDepth_ = 0;
     bool dropNext_ = false;
     bool metadataNext_ = false;
     bool keptNext_ = false;
 };
+
+/// By name, without all but the last of equal names.
+Json::Members DocumentBuilder::Sorted(Json::Members members) {
+    std::stable_sort(members.begin(), members.end(),
+                     [](const Json::Member& a, const Json::Member& b) { return a.key < b.key; });
+    const auto last =
+        std::unique(members.rbegin(), members.rend(),
+                    [](const Json::Member& a, const Json::Member& b) { return a.key == b.key; });
+    members.erase(members.begin(), last.base());
+    return members;
+}
 
 constexpr std::size_t MAX_REASON = 160;
 
@@ -217,14 +246,14 @@ bool DocumentBuilder::parse_error(std::size_t position, const std::string&,
 
 }  // namespace
 
-nlohmann::json ParseDocument(std::string text) {
+Json ParseDocument(std::string text) {
     const CleanText clean = ReplaceNonFinite(std::move(text));
     DocumentBuilder builder(clean);
     nlohmann::json::sax_parse(clean.text, &builder);
     return builder.Take();
 }
 
-nlohmann::json ReadDocument(const std::string& path) {
+Json ReadDocument(const std::string& path) {
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0) throw DocumentError(std::strerror(errno));
     if (!S_ISREG(status.st_mode)) throw DocumentError("not a regular file");

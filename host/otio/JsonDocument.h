@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
+
+#include "host/json/Json.h"
 
 namespace orlo::host::otio {
 
@@ -22,15 +23,16 @@ public:
 /// Reads the JSON of a timeline.
 ///
 /// Numbers that JSON does not know, the bare words NaN, Inf and Infinity with or without a minus,
-/// read as null. Metadata of other programs is dropped on the way, so that the result stays small.
+/// read as null. Members of objects are sorted by name; of equal names the last one counts.
+/// Metadata of other programs is dropped on the way, so that the result stays small.
 /// Hostile input costs bounded memory and stack: nesting deeper than 1000 levels and more than four
 /// million values are refused.
 /// @param text  the bytes of the file, taken over
 /// @throws DocumentError with line and column
-nlohmann::json ParseDocument(std::string text);
+Json ParseDocument(std::string text);
 
 /// Reads a timeline file of at most 256 MiB.
 /// @throws DocumentError also when the file cannot be read
-nlohmann::json ReadDocument(const std::string& path);
+Json ReadDocument(const std::string& path);
 
 }  // namespace orlo::host::otio

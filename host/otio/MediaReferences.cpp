@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "host/otio/MediaReferences.h"
 
-#include <nlohmann/json.hpp>
 #include <unordered_set>
 
 #include "host/otio/Fields.h"
@@ -10,8 +9,6 @@
 namespace orlo::host::otio {
 
 namespace {
-
-using nlohmann::json;
 
 /// The clip and the track around a reference.
 struct Surroundings {
@@ -31,10 +28,10 @@ class Walk {
 public:
     explicit Walk(const MediaResolver& resolver) : resolver_(resolver) {}
 
-    void Visit(const json& value, const Surroundings& around) {
-        if (value.is_array()) {
-            for (const json& element : value) Visit(element, around);
-        } else if (value.is_object()) {
+    void Visit(const Json& value, const Surroundings& around) {
+        if (value.IsArray()) {
+            for (const Json& element : value.AsArray()) Visit(element, around);
+        } else if (value.IsObject()) {
             VisitObject(value, around);
         }
     }
@@ -42,15 +39,15 @@ public:
     std::vector<ReferencedMedia> Take() { return std::move(media_); }
 
 private:
-    void VisitObject(const json& object, Surroundings around) {
+    void VisitObject(const Json& object, Surroundings around) {
         const std::string schema = SchemaName(object);
         const std::string name = schema == "Clip" ? StringMember(object, "name") : std::string();
         if (schema == "Clip") around.clip = &name;
         if (schema == "ImageSequenceReference") AddImages(object, around);
         Add(StringMember(object, "target_url"), around);
-        for (const auto& [key, member] : object.items()) {
+        for (const auto& [key, member] : object.AsObject()) {
             // The children of the outermost stack are the tracks.
-            if (key == "children" && schema == "Stack" && around.track == 0 && member.is_array()) {
+            if (key == "children" && schema == "Stack" && around.track == 0 && member.IsArray()) {
                 VisitTracks(member, around);
             } else {
                 Visit(member, around);
@@ -58,8 +55,8 @@ private:
         }
     }
 
-    void VisitTracks(const json& tracks, Surroundings around) {
-        for (const json& track : tracks) {
+    void VisitTracks(const Json& tracks, Surroundings around) {
+        for (const Json& track : tracks.AsArray()) {
             ++around.track;
             Visit(track, around);
         }
@@ -71,7 +68,7 @@ private:
         if (location.problem.empty()) media_.push_back({location.path, UseText(around), {}});
     }
 
-    void AddImages(const json& reference, const Surroundings& around) {
+    void AddImages(const Json& reference, const Surroundings& around) {
         const MediaLocation folder = resolver_.Resolve(StringMember(reference, "target_url_base"));
         if (!folder.problem.empty()) return;
         const ImageNames names{StringMember(reference, "name_prefix"),
@@ -86,7 +83,7 @@ private:
 
 }  // namespace
 
-std::vector<ReferencedMedia> ReferencedMediaOf(const json& document,
+std::vector<ReferencedMedia> ReferencedMediaOf(const Json& document,
                                                const MediaResolver& resolver) {
     Walk walk(resolver);
     walk.Visit(document, {});

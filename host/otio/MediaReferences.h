@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "host/json/Json.h"
 #include "host/otio/MediaResolver.h"
 
 namespace orlo::host::otio {
@@ -25,7 +25,6 @@ struct ReferencedMedia {
 
 /// The local files of a whole document: of tracks of every kind, disabled and nested clips, and
 /// references that are not the active ones. Each target URL once, with its first use.
-std::vector<ReferencedMedia> ReferencedMediaOf(const nlohmann::json& document,
-                                               const MediaResolver& resolver);
+std::vector<ReferencedMedia> ReferencedMediaOf(const Json& document, const MediaResolver& resolver);
 
 }  // namespace orlo::host::otio

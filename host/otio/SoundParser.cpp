@@ -3,7 +3,6 @@
 
 #include <cmath>
 #include <limits>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "host/otio/Fields.h"
@@ -13,31 +12,29 @@ namespace orlo::host::otio {
 
 namespace {
 
-using nlohmann::json;
-
 constexpr const char* RESOLVE = "Resolve_OTIO";
 constexpr const char* RESOLVE_VOLUME_EFFECT = "Fairlight Clip Volume and Fades";
 
-void ParseTimeWarp(const json& effect, Item& item) {
-    const json* scalar = Member(effect, "time_scalar");
-    if (scalar == nullptr || !scalar->is_number()) {
+void ParseTimeWarp(const Json& effect, Item& item) {
+    const Json* scalar = Member(effect, "time_scalar");
+    if (scalar == nullptr || !scalar->IsNumber()) {
         item.speedProblem = "a time warp without a finite time_scalar; it is muted";
         return;
     }
-    item.speed *= scalar->get<double>();
+    item.speed *= scalar->AsNumber();
 }
 
 /// The value of a key frame, which is a number or an object around one.
-const json& KeyFrameValue(const json& key) {
-    const json* value = Member(key, "Value");
+const Json& KeyFrameValue(const Json& key) {
+    const Json* value = Member(key, "Value");
     return value == nullptr ? key : *value;
 }
 
-Level ResolveLevel(const json& parameter, const Place& place, ImportReport& report) {
+Level ResolveLevel(const Json& parameter, const Place& place, ImportReport& report) {
     Level level;
     level.clock = Level::Clock::Frames;
-    if (const json* keys = Member(parameter, "Key Frames"); keys != nullptr && keys->is_object()) {
-        for (const auto& [frame, key] : keys->items()) {
+    if (const Json* keys = Member(parameter, "Key Frames"); keys != nullptr && keys->IsObject()) {
+        for (const auto& [frame, key] : keys->AsObject()) {
             const std::optional<long long> time = ParseInteger(frame);
             const std::optional<float> decibels =
                 FloatValue(KeyFrameValue(key), "volume key frame", place, report);
@@ -49,32 +46,32 @@ Level ResolveLevel(const json& parameter, const Place& place, ImportReport& repo
         }
     }
     if (!level.keys.empty()) return level;
-    if (const json* value = Member(parameter, "Parameter Value")) {
+    if (const Json* value = Member(parameter, "Parameter Value")) {
         level.decibels = FloatValue(*value, "volume", place, report);
     }
     return level;
 }
 
 /// The length of a fade in frames; nothing, with a note, for what is no length.
-std::optional<double> FadeLength(const json& value, const std::string& what, const Place& place,
+std::optional<double> FadeLength(const Json& value, const std::string& what, const Place& place,
                                  ImportReport& report) {
-    if (value.is_number()) {
-        const auto frames = value.get<double>();
+    if (value.IsNumber()) {
+        const auto frames = value.AsNumber();
         if (frames >= 0.0 && frames <= std::numeric_limits<int>::max()) return frames;
     }
     report.Add(what, place, "it is no length from 0 to 2147483647 frames and is passed over");
     return std::nullopt;
 }
 
-void ParseResolveFade(const json& parameter, const std::string& id, double& frames,
+void ParseResolveFade(const Json& parameter, const std::string& id, double& frames,
                       const Place& place, ImportReport& report) {
-    const json* value = Member(parameter, "Parameter Value");
+    const Json* value = Member(parameter, "Parameter Value");
     if (value == nullptr) return;
     frames = FadeLength(*value, "parameter " + Quoted(id), place, report).value_or(frames);
 }
 
-void ParseResolveVolume(const json& parameters, Item& item, ImportReport& report) {
-    for (const json& parameter : parameters) {
+void ParseResolveVolume(const Json& parameters, Item& item, ImportReport& report) {
+    for (const Json& parameter : parameters.AsArray()) {
         const std::string id = StringMember(parameter, "Parameter ID");
         if (id == "volume") {
             item.level = ResolveLevel(parameter, item.place, report);
@@ -90,20 +87,20 @@ void ParseResolveVolume(const json& parameters, Item& item, ImportReport& report
 }
 
 /// Effects of the other program whose metadata is read.
-void ParseResolveEffect(const json& metadata, Item& item, ImportReport& report) {
+void ParseResolveEffect(const Json& metadata, Item& item, ImportReport& report) {
     if (!BoolMember(metadata, "Enabled", true, item.place, report)) return;
-    const json* parameters = Member(metadata, "Parameters");
+    const Json* parameters = Member(metadata, "Parameters");
     const std::string name = StringMember(metadata, "Effect Name");
     // An effect whose values all stand at their defaults has no parameters and does nothing.
-    if (parameters != nullptr && parameters->is_array() && parameters->empty()) return;
-    if (name == RESOLVE_VOLUME_EFFECT && parameters != nullptr && parameters->is_array()) {
+    if (parameters != nullptr && parameters->IsArray() && parameters->AsArray().empty()) return;
+    if (name == RESOLVE_VOLUME_EFFECT && parameters != nullptr && parameters->IsArray()) {
         ParseResolveVolume(*parameters, item, report);
     } else {
         report.Add("effect " + Quoted(name), item.place, "it is not taken over");
     }
 }
 
-std::string EffectName(const json& effect) {
+std::string EffectName(const Json& effect) {
     for (const char* key : {"effect_name", "name"}) {
         std::string name = StringMember(effect, key);
         if (!name.empty()) return name;
@@ -111,7 +108,7 @@ std::string EffectName(const json& effect) {
     return SchemaName(effect);
 }
 
-void ParseEffect(const json& effect, Item& item, ImportReport& report) {
+void ParseEffect(const Json& effect, Item& item, ImportReport& report) {
     if (!BoolMember(effect, "enabled", true, item.place, report)) return;
     const std::string schema = SchemaName(effect);
     if (schema == "LinearTimeWarp") {
@@ -120,7 +117,7 @@ void ParseEffect(const json& effect, Item& item, ImportReport& report) {
         item.speedProblem = "a freeze frame has no sound; it is muted";
     } else if (schema == "TimeEffect") {
         item.speedProblem = "a speed that changes cannot be rendered; it is muted";
-    } else if (const json* metadata = MetadataOf(effect, RESOLVE)) {
+    } else if (const Json* metadata = MetadataOf(effect, RESOLVE)) {
         ParseResolveEffect(*metadata, item, report);
     } else {
         report.Add("effect " + Quoted(EffectName(effect)), item.place, "it is not taken over");
@@ -140,14 +137,14 @@ void CheckSpeed(Item& item) {
 }
 
 /// A parameter's value as the plugin pack takes it; nothing for what is neither number nor word.
-std::optional<std::variant<double, std::string>> ParameterValue(const json& value) {
-    if (value.is_number()) return value.get<double>();
-    if (value.is_string()) return value.get<std::string>();
+std::optional<std::variant<double, std::string>> ParameterValue(const Json& value) {
+    if (value.IsNumber()) return value.AsNumber();
+    if (value.IsString()) return value.AsString();
     return std::nullopt;
 }
 
 /// @return nothing where the effect is to be skipped; it is noted then
-std::optional<EffectRequest> ParseRequest(const json& effect, const Place& place,
+std::optional<EffectRequest> ParseRequest(const Json& effect, const Place& place,
                                           ImportReport& report) {
     EffectRequest request;
     request.plugin = StringMember(effect, "plugin");
@@ -157,13 +154,13 @@ std::optional<EffectRequest> ParseRequest(const json& effect, const Place& place
     }
     request.enabled = BoolMember(effect, "enabled", true, place, report);
     const std::string what = "effect " + Quoted(request.plugin);
-    const json* parameters = Member(effect, "parameters");
-    if (parameters == nullptr || parameters->is_null()) return request;
-    if (!parameters->is_object()) {
+    const Json* parameters = Member(effect, "parameters");
+    if (parameters == nullptr || parameters->IsNull()) return request;
+    if (!parameters->IsObject()) {
         report.Add(what, place, "its parameters are no object; it is skipped");
         return std::nullopt;
     }
-    for (const auto& [name, value] : parameters->items()) {
+    for (const auto& [name, value] : parameters->AsObject()) {
         const auto taken = ParameterValue(value);
         if (!taken) {
             report.Add(what, place, "its " + OneLine(name) + " is no finite number; it is skipped");
@@ -174,28 +171,29 @@ std::optional<EffectRequest> ParseRequest(const json& effect, const Place& place
     return request;
 }
 
-void ParseRequests(const json& effects, Item& item, ImportReport& report) {
-    if (!effects.is_array()) {
+void ParseRequests(const Json& effects, Item& item, ImportReport& report) {
+    if (!effects.IsArray()) {
         report.Add("effects", item.place, "they are no list and are passed over");
         return;
     }
-    for (const json& effect : effects) {
+    for (const Json& effect : effects.AsArray()) {
         const std::optional<EffectRequest> request = ParseRequest(effect, item.place, report);
         if (request) item.effects.push_back(*request);
     }
 }
 
-void ParseCurve(const json& value, std::string& curve, const std::string& what, const Place& place,
+void ParseCurve(const Json& value, std::string& curve, const std::string& what, const Place& place,
                 ImportReport& report) {
-    if (value == "linear" || value == "equal-power" || value == "db") {
-        curve = value.get<std::string>();
+    const std::string name = value.IsString() ? value.AsString() : std::string();
+    if (name == "linear" || name == "equal-power" || name == "db") {
+        curve = name;
     } else {
         report.Add(what, place, "it is none of linear, equal-power and db; equal-power is taken");
     }
 }
 
-void ParseOwnMetadata(const json& metadata, Item& item, ImportReport& report) {
-    for (const auto& [key, value] : metadata.items()) {
+void ParseOwnMetadata(const Json& metadata, Item& item, ImportReport& report) {
+    for (const auto& [key, value] : metadata.AsObject()) {
         if (key == "audioLevel") {
             item.level = LevelValue(value, "audioLevel", item.place, report);
         } else if (key == "muted") {
@@ -218,24 +216,24 @@ void ParseOwnMetadata(const json& metadata, Item& item, ImportReport& report) {
 
 }  // namespace
 
-void ParseSound(const json& object, Item& item, ImportReport& report) {
-    for (const json& effect : ListMember(object, "effects", item.place)) {
+void ParseSound(const Json& object, Item& item, ImportReport& report) {
+    for (const Json& effect : ListMember(object, "effects", item.place)) {
         ParseEffect(effect, item, report);
     }
     CheckSpeed(item);
-    if (const json* metadata = MetadataOf(object, "sonrel")) {
+    if (const Json* metadata = MetadataOf(object, "sonrel")) {
         ParseOwnMetadata(*metadata, item, report);
     }
 }
 
-void ParseTransition(const json& transition, Item& item, ImportReport& report) {
+void ParseTransition(const Json& transition, Item& item, ImportReport& report) {
     TransitionSpan& span = item.transition;
     span.inOffset = TimeMember(transition, "in_offset", item.place, report);
     span.outOffset = TimeMember(transition, "out_offset", item.place, report);
     span.type = StringMember(transition, "transition_type");
-    const json* metadata = MetadataOf(transition, "sonrel");
+    const Json* metadata = MetadataOf(transition, "sonrel");
     if (metadata == nullptr) return;
-    for (const auto& [key, value] : metadata->items()) {
+    for (const auto& [key, value] : metadata->AsObject()) {
         if (key == "curve") {
             ParseCurve(value, span.curve, "curve", item.place, report);
         } else {
@@ -244,10 +242,10 @@ void ParseTransition(const json& transition, Item& item, ImportReport& report) {
     }
 }
 
-void NoteEffects(const json& object, const Place& place, ImportReport& report) {
-    for (const json& effect : ListMember(object, "effects", place)) {
+void NoteEffects(const Json& object, const Place& place, ImportReport& report) {
+    for (const Json& effect : ListMember(object, "effects", place)) {
         if (!BoolMember(effect, "enabled", true, place, report)) continue;
-        const json* metadata = MetadataOf(effect, RESOLVE);
+        const Json* metadata = MetadataOf(effect, RESOLVE);
         const std::string name =
             metadata == nullptr ? EffectName(effect) : StringMember(*metadata, "Effect Name");
         report.Add("effect " + Quoted(name), place, "it is not taken over");

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
-#include <nlohmann/json.hpp>
 #include <string_view>
 #include <utility>
 
@@ -34,7 +33,7 @@ bool IsFile(const std::string& path) {
     return fs::is_regular_file(path, ignored);
 }
 
-TimelineImport Import(const nlohmann::json& document, const std::string& folder,
+TimelineImport Import(const Json& document, const std::string& folder,
                       const ImportOptions& options) {
     TimelineImport import;
     const Timeline timeline = ParseTimeline(document, options.soundFrom, import.report);

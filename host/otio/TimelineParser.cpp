@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "host/otio/TimelineParser.h"
 
-#include <nlohmann/json.hpp>
-
 #include "host/otio/ClipParser.h"
 #include "host/otio/Fields.h"
 #include "host/otio/SoundParser.h"
@@ -11,8 +9,6 @@
 namespace orlo::host::otio {
 
 namespace {
-
-using nlohmann::json;
 
 /// Names and places of any length stay short in the report: there may be millions of them.
 constexpr std::size_t MAX_NAME = 60;
@@ -72,9 +68,9 @@ void NoteUnwantedTrack(Track::Kind kind, const std::string& kindName, const Plac
     }
 }
 
-void ParseNested(const json& object, Track::Kind wanted, Item& item, ImportReport& report);
+void ParseNested(const Json& object, Track::Kind wanted, Item& item, ImportReport& report);
 
-Item ParseItem(const json& object, const std::string& track, std::size_t number, Track::Kind wanted,
+Item ParseItem(const Json& object, const std::string& track, std::size_t number, Track::Kind wanted,
                ImportReport& report) {
     Item item;
     item.schema = SchemaName(object);
@@ -103,20 +99,20 @@ Item ParseItem(const json& object, const std::string& track, std::size_t number,
     return item;
 }
 
-void ParseItems(const json& object, Track::Kind wanted, Track& track, ImportReport& report) {
+void ParseItems(const Json& object, Track::Kind wanted, Track& track, ImportReport& report) {
     std::size_t number = 0;
-    for (const json& child : ListMember(object, "children", track.place)) {
+    for (const Json& child : ListMember(object, "children", track.place)) {
         track.items.push_back(ParseItem(child, track.place.track, ++number, wanted, report));
     }
 }
 
-void ParseTrackMetadata(const json& object, Track& track, ImportReport& report) {
-    if (const json* metadata = MetadataOf(object, "Resolve_OTIO")) {
+void ParseTrackMetadata(const Json& object, Track& track, ImportReport& report) {
+    if (const Json* metadata = MetadataOf(object, "Resolve_OTIO")) {
         track.solo = BoolMember(*metadata, "SoloOn", false, track.place, report);
     }
-    const json* metadata = MetadataOf(object, "sonrel");
+    const Json* metadata = MetadataOf(object, "sonrel");
     if (metadata == nullptr) return;
-    for (const auto& [key, value] : metadata->items()) {
+    for (const auto& [key, value] : metadata->AsObject()) {
         if (key == "audioLevel") {
             track.level = LevelValue(value, key, track.place, report);
         } else if (key == "stereoBalance") {
@@ -136,7 +132,7 @@ void ParseTrackMetadata(const json& object, Track& track, ImportReport& report) 
     }
 }
 
-Track ParseTrack(const json& object, const Place& place, Track::Kind wanted, ImportReport& report) {
+Track ParseTrack(const Json& object, const Place& place, Track::Kind wanted, ImportReport& report) {
     Track track;
     track.name = StringMember(object, "name");
     track.place = place;
@@ -149,7 +145,7 @@ Track ParseTrack(const json& object, const Place& place, Track::Kind wanted, Imp
 }
 
 /// A child of a stack that is no track sounds like a track of its own.
-Track TrackOfItem(const json& object, const Place& place, Track::Kind wanted,
+Track TrackOfItem(const Json& object, const Place& place, Track::Kind wanted,
                   ImportReport& report) {
     Track track;
     track.name = StringMember(object, "name");
@@ -159,14 +155,14 @@ Track TrackOfItem(const json& object, const Place& place, Track::Kind wanted,
 }
 
 /// A track that does not sound is read for its length alone, and one note stands for all of it.
-Track ParseSilentTrack(const json& object, const Place& place, Track::Kind wanted) {
+Track ParseSilentTrack(const Json& object, const Place& place, Track::Kind wanted) {
     ImportReport unheard;
     Track track = ParseTrack(object, place, wanted, unheard);
     track.sounds = false;
     return track;
 }
 
-Track ParseInnerTrack(const json& object, const Place& place, Track::Kind wanted,
+Track ParseInnerTrack(const Json& object, const Place& place, Track::Kind wanted,
                       ImportReport& report) {
     if (SchemaName(object) != "Track") return TrackOfItem(object, place, wanted, report);
     const std::string kindName = StringMember(object, "kind");
@@ -178,7 +174,7 @@ Track ParseInnerTrack(const json& object, const Place& place, Track::Kind wanted
 
 /// A nested track is a stack of that one track, whose own values belong to the item. Without a kind
 /// it is one of the tracks around it.
-Track ParseNestedTrack(const json& object, const Item& item, Track::Kind wanted,
+Track ParseNestedTrack(const Json& object, const Item& item, Track::Kind wanted,
                        ImportReport& report) {
     Track track;
     track.name = item.name;
@@ -196,19 +192,19 @@ Track ParseNestedTrack(const json& object, const Item& item, Track::Kind wanted,
     return track;
 }
 
-void ParseNested(const json& object, Track::Kind wanted, Item& item, ImportReport& report) {
+void ParseNested(const Json& object, Track::Kind wanted, Item& item, ImportReport& report) {
     if (item.schema == "Track") {
         item.tracks.push_back(ParseNestedTrack(object, item, wanted, report));
         return;
     }
     std::size_t number = 0;
-    for (const json& child : ListMember(object, "children", item.place)) {
+    for (const Json& child : ListMember(object, "children", item.place)) {
         const std::string label = Label("track", ++number, StringMember(child, "name"));
         item.tracks.push_back(ParseInnerTrack(child, InsideOf(item.place, label), wanted, report));
     }
 }
 
-void AddTrack(const json& object, Track::Kind wanted, Timeline& timeline, std::size_t number,
+void AddTrack(const Json& object, Track::Kind wanted, Timeline& timeline, std::size_t number,
               ImportReport& report) {
     const std::string schema = SchemaName(object);
     const Place place{Label("track", number, StringMember(object, "name")), {}};
@@ -225,28 +221,32 @@ void AddTrack(const json& object, Track::Kind wanted, Timeline& timeline, std::s
     }
 }
 
-void AddStack(const json& stack, Track::Kind wanted, Timeline& timeline, ImportReport& report) {
+void AddStack(const Json& stack, Track::Kind wanted, Timeline& timeline, ImportReport& report) {
     const Place place;
     timeline.sourceRange = RangeMember(stack, "source_range", place, report);
     NoteEffects(stack, place, report);
     std::size_t number = 0;
-    for (const json& child : ListMember(stack, "children", place)) {
+    for (const Json& child : ListMember(stack, "children", place)) {
         AddTrack(child, wanted, timeline, ++number, report);
     }
 }
 
-void ParseTimelineMetadata(const json& object, Timeline& timeline, ImportReport& report) {
-    const json* metadata = MetadataOf(object, "sonrel");
+bool IsSampleRate(const Json& value) {
+    const std::optional<long long> rate = value.AsInteger();
+    return rate && *rate > 0 && *rate <= 1'000'000'000;
+}
+
+void ParseTimelineMetadata(const Json& object, Timeline& timeline, ImportReport& report) {
+    const Json* metadata = MetadataOf(object, "sonrel");
     if (metadata == nullptr) return;
     const Place place;
-    for (const auto& [key, value] : metadata->items()) {
+    for (const auto& [key, value] : metadata->AsObject()) {
         if (key == "masterLevel") {
             timeline.masterLevel = LevelValue(value, key, place, report);
-        } else if (key == "frameRate" && value.is_number() && value.get<double>() > 0.0) {
-            timeline.frameRate = value.get<double>();
-        } else if (key == "sampleRate" && value.is_number_integer() &&
-                   value.get<std::int64_t>() > 0 && value.get<std::int64_t>() <= 1'000'000'000) {
-            timeline.sampleRate = static_cast<int>(value.get<std::int64_t>());
+        } else if (key == "frameRate" && value.IsNumber() && value.AsNumber() > 0.0) {
+            timeline.frameRate = value.AsNumber();
+        } else if (key == "sampleRate" && IsSampleRate(value)) {
+            timeline.sampleRate = static_cast<int>(*value.AsInteger());
         } else if (key == "frameRate" || key == "sampleRate") {
             report.Add(key, place, "it is no rate and is passed over");
         } else {
@@ -255,21 +255,21 @@ void ParseTimelineMetadata(const json& object, Timeline& timeline, ImportReport&
     }
 }
 
-void AddTop(const json& top, Track::Kind wanted, Timeline& timeline, ImportReport& report);
+void AddTop(const Json& top, Track::Kind wanted, Timeline& timeline, ImportReport& report);
 
 /// Of a collection one thing is taken: the first timeline or, without one, the first stack, or else
 /// its tracks and clips, each as a track.
-void AddCollection(const json& collection, Track::Kind wanted, Timeline& timeline,
+void AddCollection(const Json& collection, Track::Kind wanted, Timeline& timeline,
                    ImportReport& report) {
-    const json& children = ListMember(collection, "children", {});
-    const json* chosen = nullptr;
+    const Json::Items& children = ListMember(collection, "children", {});
+    const Json* chosen = nullptr;
     for (const char* schema : {"Timeline", "SerializableCollection", "Stack"}) {
-        for (const json& child : children) {
+        for (const Json& child : children) {
             if (chosen == nullptr && SchemaName(child) == schema) chosen = &child;
         }
     }
     std::size_t number = 0;
-    for (const json& child : children) {
+    for (const Json& child : children) {
         ++number;
         if (&child == chosen) {
             AddTop(child, wanted, timeline, report);
@@ -282,12 +282,12 @@ void AddCollection(const json& collection, Track::Kind wanted, Timeline& timelin
     }
 }
 
-void AddTop(const json& top, Track::Kind wanted, Timeline& timeline, ImportReport& report) {
+void AddTop(const Json& top, Track::Kind wanted, Timeline& timeline, ImportReport& report) {
     const std::string schema = SchemaName(top);
     timeline.name = StringMember(top, "name");
     ParseTimelineMetadata(top, timeline, report);
     if (schema == "Timeline") {
-        const json* tracks = Member(top, "tracks");
+        const Json* tracks = Member(top, "tracks");
         if (tracks == nullptr || SchemaName(*tracks) != "Stack") {
             throw DocumentError("the timeline has no stack of tracks");
         }
@@ -308,7 +308,7 @@ void AddTop(const json& top, Track::Kind wanted, Timeline& timeline, ImportRepor
 
 }  // namespace
 
-Timeline ParseTimeline(const json& document, Track::Kind wanted, ImportReport& report) {
+Timeline ParseTimeline(const Json& document, Track::Kind wanted, ImportReport& report) {
     Timeline timeline;
     AddTop(document, wanted, timeline, report);
     return timeline;

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
-
+#include "host/json/Json.h"
 #include "host/otio/ImportReport.h"
 #include "host/otio/JsonDocument.h"
 #include "host/otio/Timeline.h"
@@ -17,6 +16,6 @@ namespace orlo::host::otio {
 /// @param wanted  the kind of the tracks that are to sound: Audio or Video
 /// @throws DocumentError where the document has another top, or a number or list that decides about
 ///         positions is something else
-Timeline ParseTimeline(const nlohmann::json& document, Track::Kind wanted, ImportReport& report);
+Timeline ParseTimeline(const Json& document, Track::Kind wanted, ImportReport& report);
 
 }  // namespace orlo::host::otio

@@ -78,8 +78,8 @@ public:
         object["samples_per_pixel"] = head.samplesPerPixel;
         object["bits"] = 8;
         object["length"] = head.pixels;
-        object["data"] = Json::array();
-        text_ = object.dump();
+        object["data"] = Json::Array();
+        text_ = object.ToLine();
         text_.resize(text_.size() - 2);  // the closing "]}"
         output_.Write(text_);
     }

@@ -9,9 +9,9 @@ namespace orlo::host {
 namespace {
 
 Json MetricsJson(const sonrel::AudioTrackMetrics& metrics) {
-    return {{"samples", metrics.sampleCount},
-            {"peak", {metrics.peak[0], metrics.peak[1]}},
-            {"clipped", {metrics.clipped[0], metrics.clipped[1]}}};
+    return Json::Object({{"samples", metrics.sampleCount},
+                         {"peak", Json::Array({metrics.peak[0], metrics.peak[1]})},
+                         {"clipped", Json::Array({metrics.clipped[0], metrics.clipped[1]})}});
 }
 
 }  // namespace
@@ -20,41 +20,41 @@ PlayEvents::PlayEvents(bool wanted, std::vector<std::string> trackNames)
     : wanted_(wanted), trackNames_(std::move(trackNames)) {}
 
 void PlayEvents::Frame(int frame) {
-    Print({{"event", "frame"}, {"frame", frame}});
+    Print(Json::Object({{"event", "frame"}, {"frame", frame}}));
 }
 
 void PlayEvents::MeterStart() {
-    Print({{"event", "meter-start"}});
+    Print(Json::Object({{"event", "meter-start"}}));
 }
 
 void PlayEvents::MeterStop() {
-    Print({{"event", "meter-stop"}});
+    Print(Json::Object({{"event", "meter-stop"}}));
 }
 
 void PlayEvents::Meter(int frame, const sonrel::AudioMetrics& metrics) {
     if (!wanted_) return;
-    Json event{{"event", "meter"}, {"frame", frame}};
-    event["tracks"] = Json::array();
+    Json event = Json::Object({{"event", "meter"}, {"frame", frame}});
+    event["tracks"] = Json::Array();
     for (std::size_t i = 0; i < metrics.trackMetrics.size(); ++i) {
         Json track = MetricsJson(metrics.trackMetrics[i]);
         if (i < trackNames_.size()) track["name"] = trackNames_[i];
-        event["tracks"].push_back(std::move(track));
+        event["tracks"].Append(std::move(track));
     }
     event["master"] = MetricsJson(metrics.masterMetrics);
     Print(event);
 }
 
 void PlayEvents::ReadError(const std::string& error) {
-    Print({{"event", "read-error"}, {"error", error}});
+    Print(Json::Object({{"event", "read-error"}, {"error", error}}));
 }
 
 void PlayEvents::End() {
-    Print({{"event", "end"}});
+    Print(Json::Object({{"event", "end"}}));
 }
 
 void PlayEvents::Print(const Json& event) {
     if (!wanted_) return;
-    const std::string line = event.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+    const std::string line = event.ToLine() + "\n";
     if (std::fwrite(line.data(), 1, line.size(), stdout) != line.size() ||
         std::fflush(stdout) != 0) {
         throw JobError("the events cannot be written to standard output");

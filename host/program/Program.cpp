@@ -66,7 +66,7 @@ Outcome Run(int argumentCount, const char* const* arguments) {
 /// @return false when stdout takes no more
 bool PrintResult(const Outcome& outcome, bool json) {
     std::string text = outcome.text;
-    if (json) text = outcome.report.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    if (json) text = outcome.report.ToIndentedText() + "\n";
     return std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
            std::fflush(stdout) == 0;
 }

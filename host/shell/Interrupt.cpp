@@ -8,8 +8,8 @@
 #include <csignal>
 #include <utility>
 
+#include "host/json/Json.h"
 #include "host/shell/Errors.h"
-#include "host/shell/Outcome.h"
 
 namespace orlo::host {
 
@@ -32,6 +32,10 @@ void Handle(int signal, void (*handler)(int)) {
 
 std::string InterruptClause(const std::string& unfinished) {
     return "interrupted: " + unfinished;
+}
+
+std::string ErrorReport(const std::string& clause) {
+    return Json::Object({{"error", clause}}).ToIndentedText() + "\n";
 }
 
 std::atomic<const EndOnInterrupt*> endable{nullptr};
@@ -57,7 +61,7 @@ void ThrowInterrupted(const std::string& unfinished) {
 EndOnInterrupt::EndOnInterrupt(const std::string& unfinished, bool json,
                                std::vector<std::string> halfMade)
     : line_("sonrel: " + InterruptClause(unfinished) + "\n"),
-      report_(json ? Json{{"error", InterruptClause(unfinished)}}.dump(2) + "\n" : std::string()),
+      report_(json ? ErrorReport(InterruptClause(unfinished)) : std::string()),
       halfMade_(std::move(halfMade)),
       error_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0)) {
     endable = this;

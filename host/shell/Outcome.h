@@ -1,18 +1,16 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <nlohmann/json.hpp>
 #include <string>
 
+#include "host/json/Json.h"
 #include "host/shell/Errors.h"
 
 namespace orlo::host {
 
-using Json = nlohmann::ordered_json;
-
 /// What a command has to say: one object for programs, and the same as text for people.
 struct Outcome {
-    Json report = Json::object();
+    Json report = Json::Object();
     std::string text;  ///< lines, each with its line feed
     ExitCode code = ExitCode::Done;
     std::string error;  ///< one clause unless code is Done

@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <nlohmann/json.hpp>
 
+#include "host/json/Json.h"
 #include "host/shell/Terminal.h"
 #include "host/shell/Text.h"
 
@@ -67,7 +67,7 @@ void Progress::Show(long long done, Clock::time_point now) {
 }
 
 void Progress::ShowJson(long long done, double secondsLeft) {
-    nlohmann::ordered_json line;
+    Json line;
     line["step"] = step_;
     line["unit"] = unit_;
     line["done"] = done;
@@ -79,7 +79,7 @@ void Progress::ShowJson(long long done, double secondsLeft) {
     } else {
         line["secondsLeft"] = secondsLeft;
     }
-    const std::string text = nlohmann::ordered_json{{"progress", line}}.dump() + "\n";
+    const std::string text = Json::Object({{"progress", line}}).ToLine() + "\n";
     std::fputs(text.c_str(), stderr);
 }
 

@@ -152,8 +152,8 @@ std::string MissingMediaClause(const std::string& input, const std::vector<Media
 }
 
 Json MissingJson(const std::vector<MediaUse>& missing) {
-    Json list = Json::array();
-    for (const MediaUse& use : missing) list.push_back(use.location.path);
+    Json list = Json::Array();
+    for (const MediaUse& use : missing) list.Append(use.location.path);
     return list;
 }
 
@@ -216,12 +216,12 @@ int RateFor(const GlobalOptions& options) {
 }
 
 Json NotTakenOverJson(const otio::ImportReport& report) {
-    Json list = Json::array();
+    Json list = Json::Array();
     for (const otio::ImportReport::Entry& entry : report.Entries()) {
-        list.push_back({{"what", entry.what},
-                        {"where", entry.where},
-                        {"reason", entry.reason},
-                        {"count", entry.count}});
+        list.Append(Json::Object({{"what", entry.what},
+                                  {"where", entry.where},
+                                  {"reason", entry.reason},
+                                  {"count", entry.count}}));
     }
     return list;
 }

@@ -138,7 +138,7 @@ Outcome RunWaveform(const GlobalOptions& global, const WaveformOptions& options)
     outcome.report["height"] = options.size.height;
     outcome.report["rate"] = source.rate;
     outcome.report["channels"] = source.channels;
-    outcome.report["range"] = {range.start, range.end};
+    outcome.report["range"] = Json::Array({range.start, range.end});
     outcome.text = OneLine(options.output) + ": " + std::to_string(options.size.width) + " x " +
                    std::to_string(options.size.height) + " pixels, " +
                    FormatDuration(static_cast<double>(range.start) / source.rate) + " to " +

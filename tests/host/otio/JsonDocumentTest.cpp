@@ -24,14 +24,13 @@ bool Contains(const std::string& text, const std::string& part) {
 }
 
 TEST(JsonDocument, NumbersThatJsonDoesNotKnowReadAsNull) {
-    const nlohmann::json document =
-        ParseDocument(R"([NaN,-NaN,Inf,-Inf,Infinity,-Infinity,1,{"a":NaN}])");
+    const Json document = ParseDocument(R"([NaN,-NaN,Inf,-Inf,Infinity,-Infinity,1,{"a":NaN}])");
 
-    EXPECT_EQ(document.dump(), R"([null,null,null,null,null,null,1,{"a":null}])");
+    EXPECT_EQ(document.ToLine(), R"([null,null,null,null,null,null,1,{"a":null}])");
 }
 
 TEST(JsonDocument, TheSameWordsInStringsStay) {
-    EXPECT_EQ(ParseDocument(R"(["NaN","a\"Inf",{"-Infinity":"x"}])").dump(),
+    EXPECT_EQ(ParseDocument(R"(["NaN","a\"Inf",{"-Infinity":"x"}])").ToLine(),
               R"(["NaN","a\"Inf",{"-Infinity":"x"}])");
 }
 
@@ -56,7 +55,7 @@ TEST(JsonDocument, TextThatIsNoJsonIsRefused) {
 }
 
 TEST(JsonDocument, AByteOrderMarkIsPassedOver) {
-    EXPECT_EQ(ParseDocument("\xEF\xBB\xBF[1]").dump(), "[1]");
+    EXPECT_EQ(ParseDocument("\xEF\xBB\xBF[1]").ToLine(), "[1]");
 }
 
 TEST(JsonDocument, StringsMustBeUtf8) {
@@ -87,16 +86,16 @@ TEST(JsonDocument, TooManyValuesAreRefused) {
 }
 
 TEST(JsonDocument, MetadataOfOtherProgramsAndMarkersAreDropped) {
-    const nlohmann::json document = ParseDocument(
+    const Json document = ParseDocument(
         R"({"metadata":{"cmx":{"a":[1]},"sonrel":{"muted":true,"metadata":{"x":1}},"y":2},)"
         R"("markers":[{"metadata":{"z":{}}}],"children":[{"metadata":3,"name":"n"},[{"x":1}]]})");
 
-    EXPECT_EQ(document.dump(), R"({"children":[{"metadata":3,"name":"n"},[{"x":1}]],)"
-                               R"("metadata":{"sonrel":{"metadata":{"x":1},"muted":true}}})");
+    EXPECT_EQ(document.ToLine(), R"({"children":[{"metadata":3,"name":"n"},[{"x":1}]],)"
+                                 R"("metadata":{"sonrel":{"metadata":{"x":1},"muted":true}}})");
 }
 
 TEST(JsonDocument, OfTwoEqualKeysTheLastCounts) {
-    EXPECT_EQ(ParseDocument(R"({"rate":24,"rate":0})").dump(), R"({"rate":0})");
+    EXPECT_EQ(ParseDocument(R"({"rate":24,"rate":0})").ToLine(), R"({"rate":0})");
 }
 
 TEST(JsonDocument, AFolderOrADeviceIsNoDocument) {

@@ -3,8 +3,7 @@
 
 #include <gmock/gmock.h>
 
-#include <nlohmann/json.hpp>
-
+#include "host/otio/JsonDocument.h"
 #include "tests/host/TimelineDocument.h"
 
 namespace orlo::host::otio {
@@ -25,7 +24,7 @@ std::vector<std::string> UsesIn(const Json& document) {
                                  [](const std::string&) { return true; });
     std::vector<std::string> uses;
     for (const ReferencedMedia& media :
-         ReferencedMediaOf(nlohmann::json::parse(document.dump()), resolver)) {
+         ReferencedMediaOf(ParseDocument(document.dump()), resolver)) {
         uses.push_back(media.path + ": " + media.use);
     }
     return uses;
@@ -71,8 +70,8 @@ TEST(MediaReferences, ASequenceOfImagesIsAFolderWithThePartsOfItsNames) {
     const MediaResolver resolver("/edit", {{"/old", "/new"}},
                                  [](const std::string&) { return true; });
 
-    const std::vector<ReferencedMedia> media = ReferencedMediaOf(
-        nlohmann::json::parse(Timeline({Track({clip}, "V1", "Video")}).dump()), resolver);
+    const std::vector<ReferencedMedia> media =
+        ReferencedMediaOf(ParseDocument(Timeline({Track({clip}, "V1", "Video")}).dump()), resolver);
 
     ASSERT_EQ(media.size(), 1u);
     EXPECT_EQ(media[0].path, "/new/frames");

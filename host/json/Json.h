@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace orlo::host {
+
+/// A JSON value. The program's results are written from it, and timeline documents are read into
+/// it. Members of an object keep the order in which they were added.
+class Json {
+public:
+    struct Member;
+    using Items = std::vector<Json>;
+    using Members = std::vector<Member>;
+
+    /// Null.
+    Json() = default;
+    Json(std::nullptr_t) {}
+    template <std::integral Number>
+    Json(Number value) {
+        if constexpr (std::same_as<Number, bool>) {
+            value_ = value;
+        } else if constexpr (std::signed_integral<Number>) {
+            value_ = static_cast<long long>(value);
+        } else {
+            value_ = static_cast<unsigned long long>(value);
+        }
+    }
+    /// Numbers that are not finite are written as null.
+    Json(double value) : value_(value) {}
+    Json(const char* text) : value_(std::string(text)) {}
+    Json(std::string text) : value_(std::move(text)) {}
+    Json(const std::vector<std::string>& texts) : value_(Items(texts.begin(), texts.end())) {}
+
+    static Json Array(Items items);
+    static Json Array() { return Array(Items()); }
+    static Json Object(Members members);
+    static Json Object();
+
+    /// The member of an object, added as null where it is missing. Null becomes an object first.
+    Json& operator[](std::string_view key);
+    /// Appends to an array. Null becomes an array first.
+    void Append(Json value);
+
+    bool IsNull() const { return Is<std::nullptr_t>(); }
+    bool IsBool() const { return Is<bool>(); }
+    bool IsNumber() const;
+    bool IsString() const { return Is<std::string>(); }
+    bool IsArray() const { return Is<Items>(); }
+    bool IsObject() const { return Is<Members>(); }
+    /// The name of the type as JSON has it: "null", "boolean", "number", "string", "array" or
+    /// "object".
+    const char* TypeName() const;
+
+    /// Only for values of the type.
+    bool AsBool() const { return std::get<bool>(value_); }
+    double AsNumber() const;
+    const std::string& AsString() const { return std::get<std::string>(value_); }
+    /// A number without a fraction or exponent. @return nothing for other values and for numbers
+    /// beyond 64 bits with a sign
+    std::optional<long long> AsInteger() const;
+    const Items& AsArray() const { return std::get<Items>(value_); }
+    const Members& AsObject() const { return std::get<Members>(value_); }
+
+    /// The member of an object; null where it is missing or this is not an object.
+    const Json* Find(std::string_view key) const;
+
+    /// The value as text on one line. Bytes that are not UTF-8 are replaced.
+    std::string ToLine() const;
+    /// The value as text with a line for each item and member, indented by two spaces.
+    std::string ToIndentedText() const;
+
+private:
+    class Writer;
+
+    template <class Type>
+    bool Is() const {
+        return std::holds_alternative<Type>(value_);
+    }
+
+    std::variant<std::nullptr_t, bool, long long, unsigned long long, double, std::string, Items,
+                 Members>
+        value_;
+};
+
+struct Json::Member {
+    std::string key;
+    Json value;
+};
+
+inline Json Json::Object() {
+    return Object(Members());
+}
+
+}  // namespace orlo::host
