@@ -230,9 +230,17 @@ private:
     std::string below_;
 };
 
+void CheckOptions(const GlobalOptions& global, const AlignOptions& options) {
+    if (options.inputs.size() < 2) throw UsageError("align needs two recordings or more");
+    if (global.noCacheDb) {
+        throw UsageError("align needs the cache for its files; leave out --no-cache-db");
+    }
+}
+
 }  // namespace
 
 Outcome RunAlign(const GlobalOptions& global, const AlignOptions& options) {
+    CheckOptions(global, options);
     Recordings recordings(global, options.inputs);
     OutputGuard guard(options.overwrite);
     ClaimOutputs(global, options, guard);

@@ -4,6 +4,10 @@
 #include <string>
 #include <vector>
 
+namespace CLI {
+class App;
+}  // namespace CLI
+
 namespace orlo::host {
 
 struct AlignOptions {
@@ -13,5 +17,7 @@ struct AlignOptions {
     std::string otio;
     bool overwrite = false;  ///< whether write-protected files may be replaced
 };
+
+void DeclareAlignOptions(CLI::App& command, AlignOptions& options);
 
 }  // namespace orlo::host

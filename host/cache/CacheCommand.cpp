@@ -18,6 +18,7 @@
 #include "host/cache/CacheEntryText.h"
 #include "host/media/CacheInventory.h"
 #include "host/media/DatabaseTrouble.h"
+#include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
@@ -262,6 +263,9 @@ Outcome Clean(const GlobalOptions& global, const CacheOptions& options, const Ca
 }  // namespace
 
 Outcome RunCache(const GlobalOptions& global, const CacheOptions& options) {
+    if (global.noCacheDb) {
+        throw UsageError("cache works on the cache and its database; leave out --no-cache-db");
+    }
     const CachePlaces places = CachePlacesOf(global);
     switch (options.action) {
         case CacheAction::List:

@@ -3,6 +3,10 @@
 
 #include <optional>
 
+namespace CLI {
+class App;
+}  // namespace CLI
+
 namespace orlo::host {
 
 enum class CacheAction { List, DiskUse, Check, Clean };
@@ -14,5 +18,7 @@ struct CacheOptions {
     bool dryRun = false;
     bool deep = false;  ///< of a check: reads every file to its end
 };
+
+void DeclareCacheOptions(CLI::App& command, CacheOptions& options);
 
 }  // namespace orlo::host

@@ -3,11 +3,15 @@
 
 #include "host/media/Conforming.h"
 #include "host/media/MediaEntries.h"
+#include "host/shell/Errors.h"
 #include "host/timeline/Input.h"
 
 namespace orlo::host {
 
 Outcome RunConform(const GlobalOptions& global, const ConformOptions& options) {
+    if (global.noCacheDb) {
+        throw UsageError("conform writes its files to the cache; leave out --no-cache-db");
+    }
     project::Project project;
     std::vector<ConformTask> tasks;
     MediaCollector collector(global, nullptr, [&](const std::string& path, int stream, int rate) {

@@ -4,6 +4,10 @@
 #include <string>
 #include <vector>
 
+namespace CLI {
+class App;
+}  // namespace CLI
+
 namespace orlo::host {
 
 struct ConformOptions {
@@ -12,5 +16,7 @@ struct ConformOptions {
     bool allCodecs = false;
     bool force = false;
 };
+
+void DeclareConformOptions(CLI::App& command, ConformOptions& options);
 
 }  // namespace orlo::host

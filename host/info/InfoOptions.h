@@ -3,10 +3,16 @@
 
 #include <string>
 
+namespace CLI {
+class App;
+}  // namespace CLI
+
 namespace orlo::host {
 
 struct InfoOptions {
     std::string input;
 };
+
+void DeclareInfoOptions(CLI::App& command, InfoOptions& options);
 
 }  // namespace orlo::host

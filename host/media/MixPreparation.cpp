@@ -10,32 +10,6 @@
 
 namespace orlo::host {
 
-using sonrel::DitherType;
-
-DitherType EngineDither(DitherChoice choice) {
-    switch (choice) {
-        case DitherChoice::None:
-            return DitherType::None;
-        case DitherChoice::Triangular:
-            return DitherType::Triangular;
-        case DitherChoice::HighPass:
-            break;
-    }
-    return DitherType::HighPassTriangular;
-}
-
-const char* DitherName(DitherChoice choice) {
-    switch (choice) {
-        case DitherChoice::None:
-            return "none";
-        case DitherChoice::Triangular:
-            return "triangular";
-        case DitherChoice::HighPass:
-            break;
-    }
-    return "highpass";
-}
-
 std::vector<std::string> TrackNames(const otio::Arrangement& arrangement) {
     std::vector<std::string> names;
     for (const otio::PlacedTrack& track : arrangement.tracks) names.push_back(track.name);

@@ -5,19 +5,13 @@
 #include <vector>
 
 #include "host/media/EngineSession.h"
-#include "host/options/DitherChoice.h"
 #include "host/options/GlobalOptions.h"
 #include "host/otio/Arrangement.h"
 #include "host/shell/Progress.h"
 #include "host/timeline/Input.h"
-#include "sonrel/mixer/SampleConverter.h"
 
 /// What comes before samples are asked for, whether they go into a file or are played.
 namespace orlo::host {
-
-sonrel::DitherType EngineDither(DitherChoice choice);
-/// The name of a choice on the command line.
-const char* DitherName(DitherChoice choice);
 
 /// The names of a timeline's tracks, in their order.
 std::vector<std::string> TrackNames(const otio::Arrangement& arrangement);

@@ -291,7 +291,8 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
 
 Outcome RunMix(const GlobalOptions& global, const MixOptions& options) {
     if (options.stems && options.composition) {
-        throw UsageError("--stems does not go with --composition: a nested item has no stems");
+        throw UsageError(
+            "--stems cannot be combined with --composition: a nested item has no stems");
     }
     if (otio::IsTimelinePath(options.input)) return TimelineMix(global, options).Run();
     return MixMediaFile(global, options);

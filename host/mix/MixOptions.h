@@ -7,6 +7,10 @@
 #include "host/options/DitherChoice.h"
 #include "host/otio/Arrangement.h"
 
+namespace CLI {
+class App;
+}  // namespace CLI
+
 namespace orlo::host {
 
 struct MixOptions {
@@ -24,5 +28,7 @@ struct MixOptions {
     bool soundFromVideo = false;
     bool overwrite = false;  ///< whether write-protected files may be replaced
 };
+
+void DeclareMixOptions(CLI::App& command, MixOptions& options);
 
 }  // namespace orlo::host

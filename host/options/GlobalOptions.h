@@ -8,6 +8,10 @@
 #include "host/otio/MediaResolver.h"
 #include "host/shell/Progress.h"
 
+namespace CLI {
+class App;
+}  // namespace CLI
+
 namespace orlo::host {
 
 /// The options that every command takes.
@@ -25,5 +29,10 @@ struct GlobalOptions {
     bool allowMissing = false;  ///< missing media of a timeline are silent
     int keepDays = 30;
 };
+
+void DeclareGlobalOptions(CLI::App& app, GlobalOptions& options);
+
+/// @throws UsageError for options that contradict each other
+void CheckGlobalOptions(const GlobalOptions& options);
 
 }  // namespace orlo::host

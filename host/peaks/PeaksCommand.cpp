@@ -133,9 +133,28 @@ Outcome RunWithCache(const GlobalOptions& global, const PeaksOptions& options) {
     return outcome;
 }
 
+void CheckOptions(const GlobalOptions& global, const PeaksOptions& options) {
+    if (!options.exportFile.empty()) PeakExportFormatOf(options.exportFile);
+    const bool single = !options.output.empty() || !options.exportFile.empty();
+    if (single && options.inputs.size() > 1) {
+        throw UsageError(std::string(options.output.empty() ? "--export" : "-o") +
+                         " takes only one INPUT");
+    }
+    if (options.force && (global.noCacheDb || !options.output.empty())) {
+        throw UsageError(
+            "--force makes files of the cache again; it cannot be combined with -o or "
+            "--no-cache-db");
+    }
+    if (global.noCacheDb && !single) {
+        throw UsageError(
+            "peaks writes its files to the cache; leave out --no-cache-db or name a file with -o");
+    }
+}
+
 }  // namespace
 
 Outcome RunPeaks(const GlobalOptions& global, const PeaksOptions& options) {
+    CheckOptions(global, options);
     if (!options.output.empty() || global.noCacheDb) return RunWithoutCache(global, options);
     return RunWithCache(global, options);
 }

@@ -6,6 +6,10 @@
 
 #include "host/media/PeakMaking.h"
 
+namespace CLI {
+class App;
+}  // namespace CLI
+
 namespace orlo::host {
 
 struct PeaksOptions {
@@ -17,5 +21,7 @@ struct PeaksOptions {
     bool force = false;      ///< make files anew that are there
     bool overwrite = false;  ///< whether write-protected files may be replaced
 };
+
+void DeclarePeaksOptions(CLI::App& command, PeaksOptions& options);
 
 }  // namespace orlo::host

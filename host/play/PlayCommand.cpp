@@ -205,9 +205,21 @@ private:
     int lastFrame_ = PlaybackEngine::NO_FRAME;
 };
 
+void CheckOptions(const GlobalOptions& global, const PlayOptions& options) {
+    if (options.events && global.json) {
+        throw UsageError("--events prints its own JSON lines; leave out --json");
+    }
+    if (options.bufferMs != 0 && options.output != PlayOutput::DEVICE) {
+        throw UsageError(
+            "--buffer sets the buffer of the sound device; leave it out with --output " +
+            Quoted(options.output));
+    }
+}
+
 }  // namespace
 
 Outcome RunPlay(const GlobalOptions& global, const PlayOptions& options) {
+    CheckOptions(global, options);
     return Player(global, options).Run();
 }
 

@@ -5,6 +5,10 @@
 
 #include "host/options/DitherChoice.h"
 
+namespace CLI {
+class App;
+}  // namespace CLI
+
 namespace orlo::host {
 
 struct PlayOptions {
@@ -20,5 +24,7 @@ struct PlayOptions {
     unsigned int seed = 1;   ///< 0 asks for one from the clock
     bool overwrite = false;  ///< whether write-protected files may be replaced
 };
+
+void DeclarePlayOptions(CLI::App& command, PlayOptions& options);
 
 }  // namespace orlo::host

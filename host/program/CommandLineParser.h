@@ -1,29 +1,20 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <string>
 #include <variant>
 
-#include "host/align/AlignOptions.h"
-#include "host/cache/CacheOptions.h"
-#include "host/conform/ConformOptions.h"
-#include "host/info/InfoOptions.h"
-#include "host/mix/MixOptions.h"
 #include "host/options/GlobalOptions.h"
-#include "host/peaks/PeaksOptions.h"
-#include "host/play/PlayOptions.h"
-#include "host/waveform/WaveformOptions.h"
+#include "host/shell/Outcome.h"
 
 namespace orlo::host {
 
-/// The command line as the commands take it: checked and converted, except positions, which need
-/// the timeline's rates.
-using CommandOptions = std::variant<AlignOptions, InfoOptions, ConformOptions, MixOptions,
-                                    PeaksOptions, PlayOptions, WaveformOptions, CacheOptions>;
-
+/// A command line that was read. Positions are still text: they need the rates of the timeline.
 struct CommandLine {
     GlobalOptions global;
-    CommandOptions command;
+    /// Runs the command with the options that were read.
+    std::function<Outcome(const GlobalOptions& global)> run;
 };
 
 /// A text that was asked for instead of a command: help or the version.
@@ -32,7 +23,7 @@ struct HelpText {
 };
 
 /// Reads the command line.
-/// @throws UsageError with one clause of our own where it is wrong
+/// @throws UsageError with one clause where it is wrong
 std::variant<CommandLine, HelpText> ParseCommandLine(int argumentCount,
                                                      const char* const* arguments);
 

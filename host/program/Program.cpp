@@ -6,36 +6,13 @@
 #include <new>
 #include <variant>
 
-#include "host/align/AlignCommand.h"
-#include "host/cache/CacheCommand.h"
-#include "host/conform/ConformCommand.h"
-#include "host/info/InfoCommand.h"
-#include "host/mix/MixCommand.h"
-#include "host/peaks/PeaksCommand.h"
-#include "host/play/PlayCommand.h"
 #include "host/program/CommandLineParser.h"
 #include "host/shell/Outcome.h"
 #include "host/shell/Text.h"
-#include "host/waveform/WaveformCommand.h"
 
 namespace orlo::host {
 
 namespace {
-
-struct RunCommand {
-    const GlobalOptions& global;
-
-    Outcome operator()(const AlignOptions& options) const { return RunAlign(global, options); }
-    Outcome operator()(const InfoOptions& options) const { return RunInfo(global, options); }
-    Outcome operator()(const ConformOptions& options) const { return RunConform(global, options); }
-    Outcome operator()(const MixOptions& options) const { return RunMix(global, options); }
-    Outcome operator()(const PeaksOptions& options) const { return RunPeaks(global, options); }
-    Outcome operator()(const PlayOptions& options) const { return RunPlay(global, options); }
-    Outcome operator()(const WaveformOptions& options) const {
-        return RunWaveform(global, options);
-    }
-    Outcome operator()(const CacheOptions& options) const { return RunCache(global, options); }
-};
 
 Outcome Failed(ExitCode code, const std::string& clause) {
     Outcome outcome;
@@ -53,7 +30,7 @@ Outcome Run(int argumentCount, const char* const* arguments) {
             return outcome;
         }
         const CommandLine& line = std::get<CommandLine>(parsed);
-        return std::visit(RunCommand{line.global}, line.command);
+        return line.run(line.global);
     } catch (const CommandError& error) {
         return Failed(error.Code(), error.what());
     } catch (const std::bad_alloc&) {

@@ -70,6 +70,50 @@ TEST_F(CommandProgram, AnUnknownOptionIsNamedBeforeARequiredOneThatIsMissing) {
     EXPECT_EQ(shop_.Run({"mix", "x"}).err, "sonrel: '-o' is missing; see 'sonrel mix --help'\n");
 }
 
+TEST_F(CommandProgram, AWrongValueIsNamedWithItsOptionAndWhatIsAllowed) {
+    const std::vector<std::string> mix{"mix", "@a.wav", "-o", "@o.wav"};
+    const auto error = [&](const std::string& option, const std::string& value) {
+        std::vector<std::string> words = mix;
+        words.insert(words.end(), {option, value});
+        return shop_.Run(words).err;
+    };
+
+    EXPECT_EQ(error("--seed", "0"),
+              "sonrel: --seed: '0' is not a whole number from 1 to 4294967295, nor random; see "
+              "'sonrel mix --help'\n");
+    EXPECT_EQ(error("--dither", "loud"),
+              "sonrel: --dither: 'loud' is not one of none, triangular, highpass; see 'sonrel mix "
+              "--help'\n");
+    EXPECT_EQ(error("--rate", "63"),
+              "sonrel: --rate: '63' is not a whole number from 64 to 768000; see 'sonrel mix "
+              "--help'\n");
+    EXPECT_EQ(error("--fps", "-1"),
+              "sonrel: --fps: '-1' is not a frame rate above 0; see 'sonrel mix --help'\n");
+    EXPECT_EQ(error("--stems", ""),
+              "sonrel: --stems: the name must not be empty; see 'sonrel mix --help'\n");
+}
+
+TEST_F(CommandProgram, ANumberWithLeadingZerosIsDecimal) {
+    EXPECT_EQ(shop_.Run({"--rate", "044100", "info", "@a.wav", "--json"}).Json().at("rate"), 44100);
+}
+
+TEST_F(CommandProgram, AnOptionWithoutAValueAndARepeatedOneAreNamed) {
+    EXPECT_EQ(shop_.Run({"mix", "@a.wav", "-o"}).err,
+              "sonrel: -o needs a value; see 'sonrel mix --help'\n");
+    EXPECT_EQ(shop_.Run({"mix", "@a.wav", "-o", "@o.wav", "--to", "1", "--to"}).err,
+              "sonrel: --to needs a value; see 'sonrel mix --help'\n");
+    EXPECT_EQ(shop_.Run({"mix", "@a.wav", "-o", "@o.wav", "--to", "1", "--to", "2"}).err,
+              "sonrel: --to is given more than once; see 'sonrel mix --help'\n");
+    EXPECT_EQ(shop_.RunBare({"--rate"}).err, "sonrel: --rate needs a value; see 'sonrel --help'\n");
+}
+
+TEST_F(CommandProgram, HelpIsPrintedThoughAValueIsWrong) {
+    const ProgramResult result = shop_.RunBare({"mix", "--seed", "0", "--size", "--help"});
+
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_TRUE(result.out.find("Usage: sonrel mix") != std::string::npos) << result.out;
+}
+
 TEST_F(CommandProgram, UnexpectedArgumentsAreNamedInTheirOrder) {
     EXPECT_EQ(shop_.Run({"info", "a", "b"}).err,
               "sonrel: unexpected argument 'b'; see 'sonrel info --help'\n");

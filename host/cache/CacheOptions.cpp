@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#include "host/cache/CacheOptions.h"
+
+#include <limits>
+
+#include "host/options/OptionTypes.h"
+
+namespace orlo::host {
+
+void DeclareCacheOptions(CLI::App& command, CacheOptions& options) {
+    command.require_subcommand(1);
+    const auto add = [&](const char* name, const char* description, CacheAction action) {
+        CLI::App* sub = command.add_subcommand(name, description);
+        sub->fallthrough();
+        sub->callback([&options, action] { options.action = action; });
+        return sub;
+    };
+    add("ls", "List cache files and records", CacheAction::List);
+    add("du", "Show the disk space that the cache uses", CacheAction::DiskUse);
+    CLI::App* check =
+        add("check", "Find missing, damaged and unrecorded cache files", CacheAction::Check);
+    check->add_flag("--deep", options.deep, "Read every file; compare checksums and media files");
+    CLI::App* clean =
+        add("clean", "Remove cache files that were not used for some days", CacheAction::Clean);
+    clean
+        ->add_option("--days", options.days,
+                     "Days without use; 0 removes all (default: --keep-days)")
+        ->type_name("N")
+        ->transform(WholeNumber(0, std::numeric_limits<int>::max()));
+    clean->add_flag("--orphans", options.orphans, "Also remove files without a record");
+    clean->add_flag("--dry-run", options.dryRun, "Only list the files");
+}
+
+}  // namespace orlo::host

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+#include "host/conform/ConformOptions.h"
+
+#include "host/options/OptionTypes.h"
+
+namespace orlo::host {
+
+namespace {
+
+constexpr int MAX_JOBS = 256;
+
+}  // namespace
+
+void DeclareConformOptions(CLI::App& command, ConformOptions& options) {
+    DeclareInputs(command, options.inputs);
+    command.add_option("--jobs", options.jobs, "Files to convert at the same time (default: 1)")
+        ->type_name("N")
+        ->transform(WholeNumber(1, MAX_JOBS));
+    command.add_flag("--all-codecs", options.allCodecs, "Do not skip files of any codec");
+    command.add_flag("--force", options.force, "Make existing files again");
+}
+
+}  // namespace orlo::host

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+#include "host/options/OptionTypes.h"
+
+#include <optional>
+
+#include "host/shell/Text.h"
+
+namespace orlo::host {
+
+CLI::Validator WholeNumber(long long min, long long max) {
+    const auto check = [min, max](std::string& text) -> std::string {
+        const std::optional<long long> value = ParseInteger(text);
+        if (!value || *value < min || *value > max) {
+            return Quoted(text) + " is not a whole number from " + std::to_string(min) + " to " +
+                   std::to_string(max);
+        }
+        // Without leading zeros, which the argument library takes for octal digits.
+        text = std::to_string(*value);
+        return {};
+    };
+    return {check, ""};
+}
+
+CLI::Validator OneOfWords(const Words& words) {
+    const auto check = [words](std::string& text) -> std::string {
+        std::string names;
+        for (const auto& [word, number] : words) {
+            if (word == text) {
+                text = std::to_string(number);
+                return {};
+            }
+            names += (names.empty() ? "" : ", ") + word;
+        }
+        return Quoted(text) + " is not one of " + names;
+    };
+    return {check, ""};
+}
+
+CLI::Validator Name() {
+    const auto check = [](const std::string& text) -> std::string {
+        return text.empty() ? "the name must not be empty" : "";
+    };
+    return {check, ""};
+}
+
+void DeclareInput(CLI::App& command, std::string& input, const std::string& description) {
+    command.add_option("INPUT", input, description)->required()->check(Name());
+}
+
+void DeclareInputs(CLI::App& command, std::vector<std::string>& inputs) {
+    command.add_option("INPUT", inputs, "Timelines and media files")->required()->check(Name());
+}
+
+void DeclareOverwrite(CLI::App& command, bool& overwrite) {
+    command.add_flag("--overwrite", overwrite, "Replace write-protected files too");
+}
+
+}  // namespace orlo::host

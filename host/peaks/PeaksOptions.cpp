@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+#include "host/peaks/PeaksOptions.h"
+
+#include <limits>
+
+#include "host/options/OptionTypes.h"
+#include "host/shell/Text.h"
+
+namespace orlo::host {
+
+namespace {
+
+constexpr int SAMPLES_PER_BLOCK = 32;
+
+/// The samples of a pixel, which are whole blocks of a peak file.
+CLI::Validator Zoom() {
+    const CLI::Validator number = WholeNumber(SAMPLES_PER_BLOCK, std::numeric_limits<int>::max());
+    const auto check = [number](std::string& text) -> std::string {
+        const std::string error = number(text);
+        if (!error.empty() || *ParseInteger(text) % SAMPLES_PER_BLOCK == 0) return error;
+        return Quoted(text) + " is not a multiple of " + std::to_string(SAMPLES_PER_BLOCK);
+    };
+    return {check, ""};
+}
+
+}  // namespace
+
+void DeclarePeaksOptions(CLI::App& command, PeaksOptions& options) {
+    DeclareInputs(command, options.inputs);
+    command.add_option("-o", options.output, "Write to this file instead of the cache")
+        ->type_name("FILE.xwpk");
+    command
+        .add_option("--mode", options.mode,
+                    "Threads with -o: auto, single or multi (default: auto)")
+        ->type_name("MODE")
+        ->transform(OneOf<PeakMode>(
+            {{"auto", PeakMode::Auto}, {"single", PeakMode::Single}, {"multi", PeakMode::Multi}}));
+    command.add_option("--export", options.exportFile, "Write waveform data for other programs")
+        ->type_name("FILE.json|.dat");
+    command
+        .add_option("--zoom", options.zoom, "Samples for each pixel of the export (default: 256)")
+        ->type_name("N")
+        ->transform(Zoom());
+    command.add_flag("--force", options.force, "Make existing files again");
+    DeclareOverwrite(command, options.overwrite);
+}
+
+}  // namespace orlo::host

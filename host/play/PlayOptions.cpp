@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+#include "host/play/PlayOptions.h"
+
+#include "host/options/OptionTypes.h"
+
+namespace orlo::host {
+
+void DeclarePlayOptions(CLI::App& command, PlayOptions& options) {
+    DeclareInput(command, options.input, "Timeline or media file");
+    command
+        .add_option("--from", options.from, "First position (default: 0; with --reverse the last)")
+        ->type_name("P");
+    command.add_flag("--reverse", options.reverse, "Play backward");
+    command.add_option("--speed", options.speed, "1, 2, 3 or 4 times normal speed (default: 1)")
+        ->type_name("N")
+        ->transform(WholeNumber(1, 4));
+    command.add_flag("--meters", options.meters, "Show levels");
+    command.add_flag("--events", options.events, "Print events as JSON lines");
+    command.add_option("--output", options.output, "sdl, null or a file (default: sdl)")
+        ->type_name("OUT")
+        ->check(Name());
+    command
+        .add_option("--buffer", options.bufferMs,
+                    "Buffer of the sound device in ms, 5 to 500 (default: 40)")
+        ->type_name("MS")
+        ->transform(WholeNumber(5, 500));
+    DeclareDither(command, options.dither, options.seed);
+    DeclareOverwrite(command, options.overwrite);
+}
+
+}  // namespace orlo::host
