@@ -2,13 +2,8 @@
 #include "host/align/Alignment.h"
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <cmath>
-#include <condition_variable>
 #include <cstdlib>
-#include <mutex>
-#include <thread>
 
 #include "host/align/ChanceCorrelation.h"
 #include "host/align/SegmentSearch.h"
@@ -26,28 +21,6 @@ constexpr double CLEAR_CORRELATION = 0.7;   // that ends a search for other seco
 constexpr double STRONG_CORRELATION = 0.5;  // of a place that lies elsewhere
 constexpr double AUDIBLE_SECONDS = 0.01;    // a change of the offset that one offset cannot fit
 constexpr int SPREAD_PARTS = 6;
-
-/// Passes the wish to stop the program on to a search.
-class StopWatch {
-public:
-    StopWatch() : thread_([this](const std::stop_token& stop) { Watch(stop); }) {}
-
-    std::atomic<bool>* Flag() { return &cancel_; }
-
-private:
-    void Watch(const std::stop_token& stop) {
-        std::unique_lock lock(mutex_);
-        while (!stop.stop_requested()) {
-            if (Interrupted()) cancel_ = true;
-            ended_.wait_for(lock, stop, std::chrono::milliseconds(50), [] { return false; });
-        }
-    }
-
-    std::atomic<bool> cancel_{false};
-    std::mutex mutex_;
-    std::condition_variable_any ended_;
-    std::jthread thread_;
-};
 
 [[noreturn]] void Stop() {
     ThrowInterrupted("the recordings are not aligned");
@@ -78,7 +51,6 @@ public:
 
 private:
     void SearchWholes() {
-        StopWatch watch;
         bool begun = false;
         answer_.engine = AudioSync::FindOffset(
             pair_.Engine(), pair_.A().asset, pair_.B().asset, pair_.Rate(),
@@ -87,7 +59,7 @@ private:
                 begun = true;
                 progress_.Update(done);
             },
-            watch.Flag());
+            InterruptFlag());
         if (Interrupted()) Stop();
         if (begun) progress_.End();
     }

@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <csignal>
 #include <utility>
 
@@ -52,6 +51,10 @@ void CatchInterrupts() {
 
 bool Interrupted() {
     return interrupted.load();
+}
+
+std::atomic<bool>* InterruptFlag() {
+    return &interrupted;
 }
 
 void ThrowInterrupted(const std::string& unfinished) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <atomic>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,9 @@ void CatchInterrupts();
 
 /// Whether the program was asked to stop. Any thread.
 bool Interrupted();
+
+/// The flag itself, for calls of the engine that look at one. The program never clears it.
+std::atomic<bool>* InterruptFlag();
 
 /// Throws the CommandError of an interrupted job.
 /// @param unfinished  what was left undone, as a clause: "nothing was written to out.wav"
