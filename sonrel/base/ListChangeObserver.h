@@ -18,8 +18,8 @@ struct None {};
 struct RecordChanges {};
 }  // namespace ResponseDelegate
 
-/// A list of parts of a project. The owner of the list may check each item before it is added, and is
-/// notified of each item that was removed.
+/// A list of parts of a project. The owner of the list may check each item before it is added, and
+/// is notified of each item that was removed.
 ///
 /// Not safe for concurrent changes: edit while nothing mixes.
 template <class T, class D>

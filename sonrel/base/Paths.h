@@ -5,9 +5,9 @@
 #include <string>
 #include <string_view>
 
-/// Paths are wide strings at every interface, with one Unicode code point in each character. The file
-/// system uses UTF-8. These two functions are the only conversion between the two forms. They depend
-/// on no locale and need no application object.
+/// Paths are wide strings at every interface, with one Unicode code point in each character. The
+/// file system uses UTF-8. These two functions are the only conversion between the two forms. They
+/// depend on no locale and need no application object.
 namespace zrtl {
 
 /// Converts a wide path to the UTF-8 bytes of the file name.

@@ -8,9 +8,9 @@
 
 /// Conversions between seconds, frames, milliseconds and sample positions.
 ///
-/// Every function computes in double precision, in exactly the order of its formula. The order is part
-/// of the result: 29 frames at 25 frames a second and 48000 Hz are 55679 samples in one order and
-/// 55680 in the other. A caller uses the function with the formula of its rule.
+/// Every function computes in double precision, in exactly the order of its formula. The order is
+/// part of the result: 29 frames at 25 frames a second and 48000 Hz are 55679 samples in one order
+/// and 55680 in the other. A caller uses the function with the formula of its rule.
 namespace zrtl {
 
 /// Rounds to the nearest whole number, halves away from zero. Not std::round, which differs for
@@ -41,8 +41,8 @@ inline std::int64_t ObjectStartSample(int frame, int rate, double frameRate) {
 }
 
 /// The sample of a source at which the content of an instance begins: (frame / frameRate) * rate,
-/// truncated toward zero. Truncated and not rounded: it can be one sample before ObjectStartSample of
-/// the same frame number.
+/// truncated toward zero. Truncated and not rounded: it can be one sample before ObjectStartSample
+/// of the same frame number.
 inline std::int64_t InPointSample(int frame, int rate, double frameRate) {
     return TruncToInt64((frame / frameRate) * rate);
 }

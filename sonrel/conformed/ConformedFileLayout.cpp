@@ -37,8 +37,8 @@ bool HasName(const unsigned char* bytes, const char* name) {
     return std::memcmp(bytes, name, 4) == 0;
 }
 
-/// Reads the header of a file. Our files have the whole header in their first bytes, which one system
-/// call reads: a mix of more tracks than open files reopens one file for each block.
+/// Reads the header of a file. Our files have the whole header in their first bytes, which one
+/// system call reads: a mix of more tracks than open files reopens one file for each block.
 class HeaderReader {
 public:
     explicit HeaderReader(int descriptor) : descriptor_(descriptor) {

@@ -12,9 +12,9 @@ namespace orlo::project {
 
 /// Writes one conformed file: a RIFF/WAVE file of stereo samples of 16 bits.
 ///
-/// The file has a header of 44 bytes (only the chunks "fmt " of 16 bytes and "data"), and the samples
-/// follow up to the end of the file. A file of more than 4 GiB is RF64: a "ds64" chunk comes first, and
-/// the samples are in the "data" chunk.
+/// The file has a header of 44 bytes (only the chunks "fmt " of 16 bytes and "data"), and the
+/// samples follow up to the end of the file. A file of more than 4 GiB is RF64: a "ds64" chunk
+/// comes first, and the samples are in the "data" chunk.
 ///
 /// Threads: one at a time.
 class ConformedFileWriter {

@@ -26,8 +26,8 @@ bool HasPendingLog(std::wstring const& path) {
     return stat((zrtl::ToUtf8(path) + "-wal").c_str(), &status) == 0 && status.st_size > 0;
 }
 
-/// A database in a read-only folder cannot have lock files. No program writes it then, and it is read
-/// without locks.
+/// A database in a read-only folder cannot have lock files. No program writes it then, and it is
+/// read without locks.
 std::unique_ptr<SqliteConnection> OpenToLook(std::wstring const& path) {
     try {
         return OpenAs(path, Mode::Existing);

@@ -23,7 +23,8 @@ struct CacheRecord {
     std::wstring mediaFingerprint;
     int streamIndex = 0;
     int sampleRate = 0;  ///< hertz; 0 for all but conformed files
-    /// The file name in the cache folder, without a path; empty when the stored name is not a file name.
+    /// The file name in the cache folder, without a path; empty when the stored name is not a file
+    /// name.
     std::wstring cacheFilename;
     long long lastUseMs = 0;  ///< milliseconds since 1970, UTC
     /// Of the file when it was written; empty for files of other programs and of older versions.
@@ -32,13 +33,13 @@ struct CacheRecord {
 
 /// The records of a media database, for listings and for manual cleaning.
 ///
-/// Listing changes no record and no time of last use, and creates no database. A read-only database and
-/// a database of an older version are listed too.
+/// Listing changes no record and no time of last use, and creates no database. A read-only database
+/// and a database of an older version are listed too.
 ///
 /// Threads: one thread at a time on one object.
 ///
-/// Errors: every operation may throw `std::runtime_error` with the message of the database and the name
-/// of the file, as MediaDB does.
+/// Errors: every operation may throw `std::runtime_error` with the message of the database and the
+/// name of the file, as MediaDB does.
 class SONREL_EXPORT CacheLedger {
 public:
     /// @throws std::runtime_error when the path has no database, or its version is newer
@@ -51,8 +52,8 @@ public:
     /// fingerprint, stream and rate.
     std::vector<CacheRecord> Records() const;
 
-    /// The records of one media path and kind, found by the key of the table: the cost does not depend
-    /// on the number of other records.
+    /// The records of one media path and kind, found by the key of the table: the cost does not
+    /// depend on the number of other records.
     std::vector<CacheRecord> RecordsOf(CacheFileKind kind, std::wstring const& mediaPath) const;
 
     /// Removes a record of any kind, found by its key. Its file is not touched.
@@ -63,9 +64,10 @@ private:
     std::unique_ptr<CacheLedgerImpl> impl_;
 };
 
-/// Whether a conformed file is complete: its header is valid and matches its length, and its first and
-/// last samples can be read.
-/// @param sampleRate  of the record, hertz; a file at another rate is not complete. 0 accepts any rate
+/// Whether a conformed file is complete: its header is valid and matches its length, and its first
+/// and last samples can be read.
+/// @param sampleRate  of the record, hertz; a file at another rate is not complete. 0 accepts any
+///                    rate
 SONREL_EXPORT bool IsWholeConformedFile(std::wstring const& path, int sampleRate = 0);
 
 /// Reads a conformed file to its end and computes its checksum, as its writer did.

@@ -84,9 +84,9 @@ void RefuseStrangers(const SqliteConnection& connection, const Identity& identit
 }
 
 /// Reads the identification from the first bytes of the file, without locks, write-ahead log and
-/// journal, so that none of these is created or applied for a file that is not ours. The file is read
-/// through the descriptor of the connection: closing a second descriptor would drop the locks of every
-/// connection of this process to the file.
+/// journal, so that none of these is created or applied for a file that is not ours. The file is
+/// read through the descriptor of the connection: closing a second descriptor would drop the locks
+/// of every connection of this process to the file.
 /// @throws DatabaseError when the bytes are not those of a database
 Identity ReadHeader(const SqliteConnection& connection) {
     sqlite3_file* file = nullptr;
@@ -107,8 +107,8 @@ Identity ReadHeader(const SqliteConnection& connection) {
             BigEndian(header + 40)};
 }
 
-/// @throws DatabaseError when the first bytes belong to another program or are newer, twice in a row:
-/// a single time can be the moment in which another connection of ours writes them
+/// @throws DatabaseError when the first bytes belong to another program or are newer, twice in a
+///         row: a single time can be the moment in which another connection of ours writes them
 void RefuseStrangersByHeader(const SqliteConnection& connection, long long latest) {
     try {
         RefuseStrangers(connection, ReadHeader(connection), latest);
@@ -125,9 +125,9 @@ Identity ReadIdentity(SqliteConnection& connection) {
             connection.QueryNumber("PRAGMA schema_version")};
 }
 
-/// Switches to a write-ahead log, so that readers and a writer do not wait for each other. The switch
-/// needs exclusive access, and the database library does not wait for it. On a file system without
-/// shared memory the rollback journal remains.
+/// Switches to a write-ahead log, so that readers and a writer do not wait for each other. The
+/// switch needs exclusive access, and the database library does not wait for it. On a file system
+/// without shared memory the rollback journal remains.
 void UseWriteAheadLog(SqliteConnection& connection) {
     const auto deadline =
         std::chrono::steady_clock::now() + std::chrono::milliseconds(DatabaseBusyTimeout());

@@ -16,18 +16,18 @@ struct MediaDBImpl;
 
 /// A connection to the media database, which records the cache files of media files.
 ///
-/// A record is found by its whole key: media path, media fingerprint, stream index and, for conformed
-/// files, sample rate; keys are case-sensitive. Its value is the name of the cache file without a path.
-/// A stored name that is not a file name ("..", a name with a slash or a backslash, a name longer than
-/// 255 bytes) is read as empty, so that no record leads out of the cache folder. The name of a
-/// conformed file that does not end in ".xwmc", or of a peak file that does not end in ".xwpk", is
-/// read as empty too, so that no record leads to a file of another kind.
+/// A record is found by its whole key: media path, media fingerprint, stream index and, for
+/// conformed files, sample rate; keys are case-sensitive. Its value is the name of the cache file
+/// without a path. A stored name that is not a file name ("..", a name with a slash or a backslash,
+/// a name longer than 255 bytes) is read as empty, so that no record leads out of the cache folder.
+/// The name of a conformed file that does not end in ".xwmc", or of a peak file that does not end
+/// in ".xwpk", is read as empty too, so that no record leads to a file of another kind.
 ///
 /// Threads: one thread at a time on one connection. Any number of connections, in any number of
 /// processes, may be open on one database.
 ///
-/// Errors: every operation may throw `std::runtime_error` with the message of the database and the name
-/// of the file, also when the database is locked for longer than five seconds.
+/// Errors: every operation may throw `std::runtime_error` with the message of the database and the
+/// name of the file, also when the database is locked for longer than five seconds.
 class SONREL_EXPORT MediaDB {
 public:
     /// The state of the database when it was opened. Only 0 has a meaning for the engine.
@@ -67,12 +67,12 @@ public:
     /// Opens the database.
     /// @param databasePath      the file of the database; its folder must exist
     /// @param cacheFolderPath   not used: records contain names without a path
-    /// @param createAndMigrate  true creates a missing database, upgrades an older schema and refuses
-    ///                          a read-only file; false opens only an existing database of the
-    ///                          current schema
-    /// @throws std::runtime_error when the database cannot be opened, is damaged, belongs to another
-    ///         program or has a newer schema; such a file is not changed. Damage that is found later
-    ///         is reported by the operation that finds it
+    /// @param createAndMigrate  true creates a missing database, upgrades an older schema and
+    ///                          refuses a read-only file; false opens only an existing database of
+    ///                          the current schema
+    /// @throws std::runtime_error when the database cannot be opened, is damaged, belongs to
+    ///         another program or has a newer schema; such a file is not changed. Damage that is
+    ///         found later is reported by the operation that finds it
     MediaDB(std::wstring const& databasePath, std::wstring const& cacheFolderPath,
             bool createAndMigrate);
     ~MediaDB();
@@ -96,8 +96,8 @@ public:
     /// Registers a file as used now and replaces the file of a record of that key. Every other
     /// connection finds either the old name or the new name.
     ///
-    /// The old file keeps a record with its checksum, with the fingerprint ReplacedFingerprint and the
-    /// last use in 1970, so that it is found as unused until it is removed.
+    /// The old file keeps a record with its checksum, with the fingerprint ReplacedFingerprint and
+    /// the last use in 1970, so that it is found as unused until it is removed.
     /// @param checksum  of the new file, stored in the record
     /// @return the cache file name that the record had; empty without a record
     std::wstring ReplaceConformedFile(std::wstring const& mediaPath,

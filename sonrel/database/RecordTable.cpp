@@ -147,9 +147,9 @@ std::wstring RecordTable::Replace(const RecordKey& key, std::wstring const& name
     return oldName;
 }
 
-// A power cut may undo a stamp or a removal. Then a file ages early, or a record without a file is left,
-// which the next lookup removes. Neither waits for the disk, so that thousands of records are removed
-// in a moment.
+// A power cut may undo a stamp or a removal. Then a file ages early, or a record without a file is
+// left, which the next lookup removes. Neither waits for the disk, so that thousands of records are
+// removed in a moment.
 
 bool RecordTable::Touch(const RecordKey& key, long long nowMs) {
     connection_.SetDurable(false);

@@ -42,8 +42,8 @@ inline std::int64_t SystemFileClock() {
 inline std::atomic<FileClock> fileClock = SystemFileClock;
 
 /// Whether every later change of a file in this state changes its identity. The times of files have
-/// steps, of some milliseconds on most file systems and of two seconds on the coarsest, and two writes
-/// within one step leave the same time.
+/// steps, of some milliseconds on most file systems and of two seconds on the coarsest, and two
+/// writes within one step leave the same time.
 inline bool IsSettled(const FileIdentity& identity) {
     constexpr std::int64_t MAX_STEPS_NS = 3'000'000'000;
     return std::max(identity.modifiedNs, identity.changedNs) < fileClock.load()() - MAX_STEPS_NS;

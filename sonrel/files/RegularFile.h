@@ -115,8 +115,8 @@ inline FolderSync SyncFolderOf(const std::string& name) {
     return isRefused ? FolderSync::Refused : FolderSync::Failed;
 }
 
-/// Writes the data of a file and its entry in the folder to the disk. If the folder cannot be synced,
-/// the whole file system is synced.
+/// Writes the data of a file and its entry in the folder to the disk. If the folder cannot be
+/// synced, the whole file system is synced.
 /// @param descriptor  of the file
 inline bool SyncWithFolder(const std::string& name, int descriptor) {
     if (!Sync(descriptor)) return false;

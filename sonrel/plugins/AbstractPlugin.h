@@ -11,11 +11,11 @@ namespace orlo::project {
 
 class AbstractPluginInstance;
 
-/// The base of every plugin. A plugin is outside the engine. The engine calls PluginKind and, for an
-/// audio plugin, the operations of the derived audio interfaces.
+/// The base of every plugin. A plugin is outside the engine. The engine calls PluginKind and, for
+/// an audio plugin, the operations of the derived audio interfaces.
 ///
-/// Threads: the thread that mixes, which during playback is the worker of the engine. An exception of a
-/// plugin passes through the mix to its caller.
+/// Threads: the thread that mixes, which during playback is the worker of the engine. An exception
+/// of a plugin passes through the mix to its caller.
 class SONREL_EXPORT AbstractPlugin {
 public:
     /// The drawing of a plugin over the viewer.

@@ -14,9 +14,9 @@ class EffectInstance;
 /// An audio effect. It works in place on interleaved stereo signed 16-bit samples, four bytes to a
 /// sample frame, left first.
 ///
-/// For each block the engine first calls RequiredRanges of the effects of a chain, from the last to the
-/// first, and then ProcessAudio from the first to the last, on one shared buffer. Blocks come in any
-/// order: an effect that keeps state from an earlier block has the wrong state after a seek.
+/// For each block the engine first calls RequiredRanges of the effects of a chain, from the last to
+/// the first, and then ProcessAudio from the first to the last, on one shared buffer. Blocks come
+/// in any order: an effect that keeps state from an earlier block has the wrong state after a seek.
 class SONREL_EXPORT AbstractPluginAudio : public AbstractPlugin {
 public:
     AbstractPluginAudio() = default;
@@ -36,8 +36,8 @@ public:
     /// @param endMs          end of the range from the object's start, milliseconds
     /// @param firstSample    first sample to deliver, counted from the object's start
     /// @param objectOffset   minus the in-point: the position of the first sample of the source,
-    ///                       counted from the object's start. A range that begins before it silences
-    ///                       the object
+    ///                       counted from the object's start. A range that begins before it
+    ///                       silences the object
     /// @param ranges         empty; add the needed range as the first element, or leave it empty
     ///                       when the effect needs only the range to deliver
     /// @param previewing     true when the chain stops before an effect

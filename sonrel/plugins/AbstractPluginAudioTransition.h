@@ -8,8 +8,8 @@ namespace orlo::project {
 
 class Transition;
 
-/// A transition between two neighbouring objects on an audio track. The mix has no fade law: the plugin
-/// writes the blend into the buffer of the object that the block shows.
+/// A transition between two neighbouring objects on an audio track. The mix has no fade law: the
+/// plugin writes the blend into the buffer of the object that the block shows.
 class SONREL_EXPORT AbstractPluginAudioTransition : public AbstractPlugin {
 public:
     AbstractPluginAudioTransition() = default;
@@ -20,7 +20,8 @@ public:
 
     /// Blends one block. All buffers are interleaved stereo signed 16-bit samples.
     /// @param instance       the transition
-    /// @param direction      1 when the transition enters the object of the block, 2 when it leaves it
+    /// @param direction      1 when the transition enters the object of the block, 2 when it leaves
+    ///                       it
     /// @param channels       always 2
     /// @param sampleRate     hertz
     /// @param bitsPerSample  always 16

@@ -246,8 +246,8 @@ TEST_F(CacheLedgerTest, ARecordOfADatabaseThatCannotBeWrittenIsNotRemoved) {
 TEST_F(CacheLedgerTest, ChangesInTheLogAreListedEvenWithoutLockFiles) {
     MediaDB database(path_, L"", true);
     database.AddPeakFile(L"/m/p.wav", L"bb", 0, L"p.xwpk");
-    // A copy that was made while the database was in use. A folder with the name of the lock file prevents
-    // locks.
+    // A copy that was made while the database was in use. A folder with the name of the lock file
+    // prevents locks.
     std::filesystem::create_directory(folder_ / "copy");
     std::filesystem::copy_file(folder_ / "media.db", folder_ / "copy/media.db");
     std::filesystem::copy_file(folder_ / "media.db-wal", folder_ / "copy/media.db-wal");

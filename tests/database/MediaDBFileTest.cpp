@@ -52,8 +52,8 @@ protected:
         }
     }
 
-    /// Both modes of opening fail with one line that contains the name of the file and @p reason, and
-    /// neither changes the file or creates another file in the folder.
+    /// Both modes of opening fail with one line that contains the name of the file and @p reason,
+    /// and neither changes the file or creates another file in the folder.
     void ExpectRefusedAndUnchanged(const std::string& reason) {
         const std::string before = ReadFile(File());
         const auto names = NamesIn(folder_.Path());

@@ -14,8 +14,8 @@ struct ConformedFileLayout {
 
 /// Reads and checks the chunks of an open file: RIFF or RF64, WAVE, stereo, 16-bit PCM.
 ///
-/// The lengths in the header must match the file exactly: a file whose writer was stopped, or that was
-/// truncated or extended since, is not a conformed file.
+/// The lengths in the header must match the file exactly: a file whose writer was stopped, or that
+/// was truncated or extended since, is not a conformed file.
 /// @param descriptor  a regular file, open for reading; its position is not used
 /// @param fileSize    bytes
 std::optional<ConformedFileLayout> ReadConformedFileLayout(int descriptor, long long fileSize);

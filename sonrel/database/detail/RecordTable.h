@@ -22,8 +22,8 @@ struct RecordKey {
 
 /// The statements on the records of one kind of cache file.
 ///
-/// Remembers the cache file name that was read or added last for each key, so that Remove keeps a record
-/// that another connection made since then.
+/// Remembers the cache file name that was read or added last for each key, so that Remove keeps a
+/// record that another connection made since then.
 class RecordTable {
 public:
     enum class Kind { Conformed, Peak, Vfr };
@@ -46,8 +46,8 @@ public:
                          std::optional<std::uint64_t> checksum = {});
     /// @return whether the record exists
     bool Touch(const RecordKey& key, long long nowMs);
-    /// Removes the record if it still has the name that was read or added last for its key. For a key
-    /// that was neither read nor added, removes the record with any name.
+    /// Removes the record if it still has the name that was read or added last for its key. For a
+    /// key that was neither read nor added, removes the record with any name.
     /// @return whether a record was removed
     bool Remove(const RecordKey& key);
 
@@ -65,8 +65,8 @@ public:
         return true;
     }
 
-    /// The file name in a column of cache file names. Empty for a name that this kind of file cannot
-    /// have: a conformed file ends in ".xwmc" and a peak file in ".xwpk".
+    /// The file name in a column of cache file names. Empty for a name that this kind of file
+    /// cannot have: a conformed file ends in ".xwmc" and a peak file in ".xwpk".
     std::wstring NameOf(const SqliteRun& row, int column) const;
 
     /// The columns of a row of FindUnused: media path, fingerprint, stream index, cache file name

@@ -22,8 +22,8 @@ private:
     int code_;
 };
 
-/// A connection to one SQLite file. The content of the file is not trusted: no trigger, view or function
-/// in it runs.
+/// A connection to one SQLite file. The content of the file is not trusted: no trigger, view or
+/// function in it runs.
 ///
 /// A connection that closes does not change the file and its write-ahead log, until AllowChanges is
 /// called for a file that is ours.
@@ -48,8 +48,8 @@ public:
     /// For a file that is ours: closing may remove the write-ahead log.
     void AllowChanges();
 
-    /// Whether a change is on the disk when its statement returns. With a journal that would not keep
-    /// the file consistent otherwise, it always is.
+    /// Whether a change is on the disk when its statement returns. With a journal that would not
+    /// keep the file consistent otherwise, it always is.
     void SetDurable(bool durable);
 
     /// Runs statements without a result. @throws DatabaseError
@@ -143,8 +143,8 @@ private:
     bool open_ = true;
 };
 
-/// The name if it is the name of a file in a folder, else empty: for ".", "..", names with a separator
-/// of any system or a zero byte, and names that are too long.
+/// The name if it is the name of a file in a folder, else empty: for ".", "..", names with a
+/// separator of any system or a zero byte, and names that are too long.
 std::wstring BareFileName(std::string_view utf8);
 
 }  // namespace orlo::project

@@ -24,8 +24,8 @@ public:
 protected:
     long long LookBack(int rate) const override { return taps_ * DelaySamples(rate); }
 
-    /// The output replaces its input, from the last frame to the first, so that every earlier frame is
-    /// still input when it is read. Then it is moved to the beginning.
+    /// The output replaces its input, from the last frame to the first, so that every earlier frame
+    /// is still input when it is read. Then it is moved to the beginning.
     void Run(const EffectBlock& block) const override {
         const long long delay = DelaySamples(block.rate);
         const long long end = block.lookBack + block.outputCount;

@@ -61,7 +61,8 @@ protected:
     }
 
 private:
-    /// @param n  position from the start of the object; in a transition it may be outside the object
+    /// @param n  position from the start of the object; in a transition it may be outside the
+    ///           object
     double GainAt(const FadeSpan& span, double n) const {
         double gain = 1.0;
         if (span.inSamples > 0.0 && n < span.inSamples) {

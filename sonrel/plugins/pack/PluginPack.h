@@ -12,11 +12,12 @@
 
 /// A small pack of audio effects and transitions, created by name.
 ///
-/// A plugin is created with its parameters and never changes: create one for each effect instance, and
-/// a new plugin when a parameter changes. It keeps no state from block to block: blocks may be
+/// A plugin is created with its parameters and never changes: create one for each effect instance,
+/// and a new plugin when a parameter changes. It keeps no state from block to block: blocks may be
 /// requested in any order, and the same block always has the same bytes.
 ///
-/// Threads: every function and every plugin of the pack may be used on any number of threads at once.
+/// Threads: every function and every plugin of the pack may be used on any number of threads at
+/// once.
 namespace orlo::sonrel::PluginPack {
 
 /// Values by parameter name. A parameter that is left out has its default.
@@ -31,8 +32,8 @@ struct ParameterInfo {
     double maximum = 0.0;       ///< largest value that is accepted
     double defaultValue = 0.0;  ///< the value of a parameter that is left out
     bool whole = false;         ///< only whole numbers are accepted
-    /// If above 0, the value must also not exceed this fraction of the sample rate. A plugin that runs
-    /// at a lower rate limits its value to the fraction.
+    /// If above 0, the value must also not exceed this fraction of the sample rate. A plugin that
+    /// runs at a lower rate limits its value to the fraction.
     double maximumOfRate = 0.0;
     /// For a choice, the names of the numbers 0, 1, 2 and so on; empty for a quantity.
     std::vector<std::string> choices;
@@ -58,8 +59,8 @@ SONREL_EXPORT double CurveNumber(const std::string& curve);
 
 /// Creates an effect.
 /// @param name        a name of Effects()
-/// @param sampleRate  the rate at which the effect will run, in hertz: limits that depend on the rate
-///                    are checked as well. 0 checks only the fixed limits
+/// @param sampleRate  the rate at which the effect will run, in hertz: limits that depend on the
+///                    rate are checked as well. 0 checks only the fixed limits
 /// @return never empty
 /// @throws std::invalid_argument for an unknown name or parameter, and for a value that is out of
 ///         range or not finite; the text is one sentence with the fault and the allowed values

@@ -11,16 +11,17 @@ namespace sonrel_tests {
 
 using Effects = std::vector<std::shared_ptr<project::AbstractPluginAudio>>;
 
-/// An object with a chain of effects, rendered as in a mix: RequiredRanges of the effects from the last
-/// to the first, a read of the source, and ProcessAudio from the first to the last on one buffer.
+/// An object with a chain of effects, rendered as in a mix: RequiredRanges of the effects from the
+/// last to the first, a read of the source, and ProcessAudio from the first to the last on one
+/// buffer.
 struct RenderedObject {
     Samples source;              ///< silence follows
     long long objectOffset = 0;  ///< minus the in-point
     int rate = 48000;
     Effects effects;
 
-    /// The output of the chain for @p count frames from object position @p first; empty if the object
-    /// is silent because an effect requested frames before the source.
+    /// The output of the chain for @p count frames from object position @p first; empty if the
+    /// object is silent because an effect requested frames before the source.
     Samples Render(long long first, int count) const;
 
     /// The output in separate blocks of @p block frames.

@@ -16,8 +16,8 @@ using sonrel_tests::Stereo;
 using ::testing::Each;
 using ::testing::ElementsAre;
 
-/// An object whose samples are all 1000, with 4 samples in a video frame and handles of 8 samples on
-/// both sides.
+/// An object whose samples are all 1000, with 4 samples in a video frame and handles of 8 samples
+/// on both sides.
 RenderedObject Constant(const Parameters& parameters) {
     RenderedObject object;
     object.rate = 100;
@@ -99,8 +99,8 @@ TEST(Fade, LengthsAreTruncatedToWholeSamples) {
 }
 
 TEST(Fade, TheLengthOfTheObjectIsTruncatedBeforeTheFadeOutIsPlaced) {
-    // At 44100 Hz a frame is 1471.47 samples and two are 2942.94, truncated to 2942: the fade-out of 1471
-    // begins at 1471. With the length rounded it would begin at 1472.
+    // At 44100 Hz a frame is 1471.47 samples and two are 2942.94, truncated to 2942: the fade-out
+    // of 1471 begins at 1471. With the length rounded it would begin at 1472.
     RenderedObject object;
     object.rate = 44100;
     object.source = Stereo(Samples(3000, 14710));

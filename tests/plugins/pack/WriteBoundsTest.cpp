@@ -28,8 +28,8 @@ Effects OneOfEach() {
             CreateEffect("high-pass", {{"frequencyHz", 10}})};
 }
 
-/// Rendering uses a buffer that is exactly as long as the longest requested range, with guards before
-/// and after it, and checks the guards.
+/// Rendering uses a buffer that is exactly as long as the longest requested range, with guards
+/// before and after it, and checks the guards.
 void RenderAnywhere(const Effects& effects) {
     std::mt19937 generator(23);
     for (int round = 0; round < 40; ++round) {

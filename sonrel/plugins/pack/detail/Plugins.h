@@ -5,8 +5,8 @@
 
 #include "sonrel/plugins/pack/PluginPack.h"
 
-/// The plugins of the pack. Each has a description, and a function that creates it from a full set of
-/// checked parameters.
+/// The plugins of the pack. Each has a description, and a function that creates it from a full set
+/// of checked parameters.
 namespace orlo::sonrel::detail {
 
 using EffectPointer = std::shared_ptr<project::AbstractPluginAudio>;

@@ -52,8 +52,8 @@ inline Frame ReadFrame(const unsigned char* samples, long long at) {
 
 /// Writes a frame, rounded half away from zero and clipped to 16 bits.
 ///
-/// The limits are whole numbers, so that clipping first changes no result. Half a step away from zero,
-/// then truncation toward zero, is the rounding.
+/// The limits are whole numbers, so that clipping first changes no result. Half a step away from
+/// zero, then truncation toward zero, is the rounding.
 inline void WriteFrame(unsigned char* samples, long long at, Frame values) {
 #if defined(__SSE2__)
     const __m128d clipped =
