@@ -53,18 +53,18 @@ int FramesInAPiece(int fromRate, int toRate) {
 
 class Conversion {
 public:
-    Conversion(DecodedSource* feed, StereoConverter* converter, int rate,
+    Conversion(DecodedSource* source, StereoConverter* converter, int rate,
                ConformedFileWriter* writer)
-        : feed_(feed),
+        : source_(source),
           converter_(converter),
           writer_(writer),
-          pieceFrames_(FramesInAPiece(feed->Format().rate, rate)) {}
+          pieceFrames_(FramesInAPiece(source->Format().rate, rate)) {}
 
     MediaError Run() {
         std::vector<SampleBlock> blocks;
         for (;;) {
             if (!NotifyIfDue()) return MediaError::Cancelled;
-            const MediaError error = feed_->Next(&blocks);
+            const MediaError error = source_->Next(&blocks);
             if (error != MediaError::None) return error;
             if (blocks.empty()) break;
             for (const SampleBlock& block : blocks) {
@@ -84,7 +84,7 @@ private:
         const long long due = std::min<long long>(FRAMES_PER_NOTICE, pieceFrames_);
         if (noticed_ >= 0 && done_ - noticed_ < due) return true;
         noticed_ = done_;
-        return ConversionObserver::Notify(done_, feed_->TotalFrames());
+        return ConversionObserver::Notify(done_, source_->TotalFrames());
     }
 
     MediaError Take(const SampleBlock& block) {
@@ -115,7 +115,7 @@ private:
         return written;
     }
 
-    DecodedSource* feed_;
+    DecodedSource* source_;
     StereoConverter* converter_;
     ConformedFileWriter* writer_;
     int pieceFrames_;
@@ -132,21 +132,21 @@ MediaError ConvertStream(const std::shared_ptr<ZRAbstractAudioStream>& stream,
         return MediaError::OutputRate;
     }
     const int rate = static_cast<int>(sampleRate);
-    std::unique_ptr<DecodedSource> feed;
-    MediaError error = detail::NewDecodedSource(stream, &feed);
+    std::unique_ptr<DecodedSource> source;
+    MediaError error = detail::NewDecodedSource(stream, &source);
     if (error != MediaError::None) return error;
-    if (feed->Format().rate < detail::MIN_RATE || feed->Format().rate > detail::MAX_RATE) {
+    if (source->Format().rate < detail::MIN_RATE || source->Format().rate > detail::MAX_RATE) {
         return MediaError::RateOutOfRange;
     }
     StereoConverter converter;
-    error = converter.Open(feed->Format(), rate);
+    error = converter.Open(source->Format(), rate);
     if (error != MediaError::None) return error;
     ConformedFileWriter writer;
     error = OpenOutput(outputPath, rate,
-                       LargestOutput(feed->TotalFrames(), feed->Format().rate, rate), &writer);
+                       LargestOutput(source->TotalFrames(), source->Format().rate, rate), &writer);
     if (error != MediaError::None) return error;
-    error = Conversion(feed.get(), &converter, rate, &writer).Run();
-    *reason = feed->Reason();
+    error = Conversion(source.get(), &converter, rate, &writer).Run();
+    *reason = source->Reason();
     *checksum = writer.Checksum();
     return error;
 }

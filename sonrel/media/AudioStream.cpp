@@ -55,26 +55,26 @@ AudioStream::AudioStream(std::shared_ptr<FileState> state, const AVFormatContext
     sampleCount_ = DeclaredFrames(context, stream, rate_, state_->file->Size());
 }
 
-void AudioStream::SetMap(std::shared_ptr<const StreamIndex> map) {
-    map_ = std::move(map);
+void AudioStream::SetIndex(std::shared_ptr<const StreamIndex> index) {
+    index_ = std::move(index);
     reader_ = nullptr;
     sampleCount_ = 0;
-    if (map_->error != MediaError::None) return;
-    rate_ = map_->format.rate;
-    channels_ = map_->format.channels;
-    view_ = map_->view;
-    sampleCount_ = map_->totalFrames;
+    if (index_->error != MediaError::None) return;
+    rate_ = index_->format.rate;
+    channels_ = index_->format.channels;
+    view_ = index_->view;
+    sampleCount_ = index_->totalFrames;
 }
 
 MediaError AudioStream::Error() const {
     if (type_ != 0) return MediaError::NotAudio;
-    if (map_ == nullptr || state_->file == nullptr) return MediaError::NotPrepared;
-    return map_->error;
+    if (index_ == nullptr || state_->file == nullptr) return MediaError::NotPrepared;
+    return index_->error;
 }
 
 int AudioStream::GetSamples(long long start, int count, void* buffer, int bufferBytes,
                             int* samplesRead) {
-    tally_.Count(count);
+    progress_.Count(count);
     int read = 0;
     MediaError error = MediaError::None;
     try {
@@ -83,7 +83,7 @@ int AudioStream::GetSamples(long long start, int count, void* buffer, int buffer
         error = MediaError::OutOfMemory;
     } catch (const SilenceRefused& refusal) {
         // Passed on as an exception for the same reason as below.
-        tally_.NoteFailure(refusal.what());
+        progress_.NoteFailure(refusal.what());
         throw;
     }
     if (error != MediaError::None) read = 0;
@@ -91,7 +91,7 @@ int AudioStream::GetSamples(long long start, int count, void* buffer, int buffer
     if (error != MediaError::None && state_->file != nullptr && state_->file->IsInterrupted()) {
         throw ReadCancelled();
     }
-    tally_.CheckRead(error == MediaError::ReadFailed, start);
+    progress_.CheckRead(error == MediaError::ReadFailed, start);
     if (samplesRead != nullptr) *samplesRead = read;
     return static_cast<int>(error);
 }
@@ -109,14 +109,14 @@ MediaError AudioStream::Read(long long start, int count, std::uint8_t* buffer, i
     count = static_cast<int>(std::min<std::int64_t>(count, sampleCount_ - start));
 
     const int silent =
-        static_cast<int>(std::clamp<std::int64_t>(map_->leadFrames - start, 0, count));
+        static_cast<int>(std::clamp<std::int64_t>(index_->leadFrames - start, 0, count));
     std::fill_n(buffer, silent * bytesPerFrame, view_.bits == 8 ? 0x80 : 0);
     *samplesRead = silent;
     if (silent == count) return MediaError::None;
 
     if (reader_ == nullptr) {
-        reader_ = map_->pcm.has_value() ? NewPcmReader(state_->file, map_)
-                                        : NewPacketReader(state_->file, map_);
+        reader_ = index_->pcm.has_value() ? NewPcmReader(state_->file, index_)
+                                          : NewPacketReader(state_->file, index_);
     }
     *samplesRead += reader_->Read(start + silent, count - silent, buffer + silent * bytesPerFrame);
     return *samplesRead > 0 ? MediaError::None : MediaError::ReadFailed;

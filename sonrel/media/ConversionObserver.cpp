@@ -3,29 +3,29 @@
 
 #include <utility>
 
+#include "sonrel/media/input/ThreadScopes.h"
+
 namespace zrh::media {
-namespace {
 
-thread_local ConversionObserver* innermost = nullptr;
-
-}  // namespace
+using detail::ThreadScopes;
 
 ConversionObserver::ConversionObserver(Function function)
-    : function_(std::move(function)), outer_(innermost) {
-    innermost = this;
-}
+    : function_(std::move(function)),
+      outer_(std::exchange(ThreadScopes::Current().conversion, this)) {}
 
 ConversionObserver::~ConversionObserver() {
-    innermost = outer_;
+    ThreadScopes::Current().conversion = outer_;
 }
 
 bool ConversionObserver::Notify(long long doneFrames, long long totalFrames) {
-    if (innermost == nullptr || !innermost->function_) return true;
-    return innermost->function_(doneFrames, totalFrames);
+    const ConversionObserver* observer = ThreadScopes::Current().conversion;
+    if (observer == nullptr || !observer->function_) return true;
+    return observer->function_(doneFrames, totalFrames);
 }
 
 void ConversionObserver::NoteFailure(const std::string& reason) {
-    if (innermost != nullptr) innermost->failure_ = reason;
+    ConversionObserver* observer = ThreadScopes::Current().conversion;
+    if (observer != nullptr) observer->failure_ = reason;
 }
 
 }  // namespace zrh::media

@@ -14,26 +14,28 @@ namespace {
 constexpr int FRAMES_PER_STEP = 32768;
 
 /// Decodes packets with one decoder from the first to the last.
-class PacketFeed : public DecodedSource {
+class DecodedPackets : public DecodedSource {
 public:
-    PacketFeed(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> map)
-        : file_(file), map_(map), walk_(std::move(file), std::move(map), CursorMode::Straight) {}
+    DecodedPackets(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> index)
+        : file_(file),
+          index_(index),
+          cursor_(std::move(file), std::move(index), CursorMode::Straight) {}
 
-    const DecodedFormat& Format() const override { return map_->format; }
-    std::int64_t TotalFrames() const override { return map_->totalFrames; }
+    const DecodedFormat& Format() const override { return index_->format; }
+    std::int64_t TotalFrames() const override { return index_->totalFrames; }
 
     MediaError Next(std::vector<SampleBlock>* blocks) override {
         blocks->clear();
         if (file_->IsInterrupted()) return MediaError::Cancelled;
-        if (lead_ < map_->leadFrames) {
+        if (lead_ < index_->leadFrames) {
             const std::int64_t silent =
-                std::min<std::int64_t>(map_->leadFrames - lead_, FRAMES_PER_STEP);
+                std::min<std::int64_t>(index_->leadFrames - lead_, FRAMES_PER_STEP);
             blocks->push_back({nullptr, 0, static_cast<int>(silent)});
             lead_ += silent;
         }
         // A packet of which nothing is heard is decoded all the same, for those behind it.
-        while (blocks->empty() && walk_.Position() < map_->packets.PacketCount()) {
-            if (walk_.Next(blocks)) continue;
+        while (blocks->empty() && cursor_.Position() < index_->packets.PacketCount()) {
+            if (cursor_.Next(blocks)) continue;
             return file_->IsInterrupted() ? MediaError::Cancelled : MediaError::ReadFailed;
         }
         CountSilence(*blocks);
@@ -53,24 +55,24 @@ private:
     bool HasTooMuchSilence() const { return silent_ > MaxSilentFrames(file_->Size()); }
 
     std::shared_ptr<const InputFile> file_;
-    std::shared_ptr<const StreamIndex> map_;
-    PacketCursor walk_;
+    std::shared_ptr<const StreamIndex> index_;
+    PacketCursor cursor_;
     std::int64_t lead_ = 0;
     std::int64_t silent_ = 0;
 };
 
 /// Takes samples out of the file as they lie there.
-class PcmFeed : public DecodedSource {
+class DecodedPcm : public DecodedSource {
 public:
-    PcmFeed(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> map)
-        : file_(file), map_(map), bytes_(std::move(file), std::move(map)) {}
+    DecodedPcm(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> index)
+        : file_(file), index_(index), bytes_(std::move(file), std::move(index)) {}
 
-    const DecodedFormat& Format() const override { return map_->format; }
-    std::int64_t TotalFrames() const override { return map_->totalFrames; }
+    const DecodedFormat& Format() const override { return index_->format; }
+    std::int64_t TotalFrames() const override { return index_->totalFrames; }
 
     MediaError Next(std::vector<SampleBlock>* blocks) override {
         blocks->clear();
-        const std::int64_t left = map_->totalFrames - position_;
+        const std::int64_t left = index_->totalFrames - position_;
         if (left == 0) return MediaError::None;
         SampleBlock block;
         const int wanted = static_cast<int>(std::min<std::int64_t>(left, FRAMES_PER_STEP));
@@ -84,15 +86,16 @@ public:
 
 private:
     std::shared_ptr<const InputFile> file_;
-    std::shared_ptr<const StreamIndex> map_;
+    std::shared_ptr<const StreamIndex> index_;
     PcmBytes bytes_;
     std::int64_t position_ = 0;
 };
 
 /// Reads a stream of another maker through the operations that every stream has.
-class ViewFeed : public DecodedSource {
+class DecodedView : public DecodedSource {
 public:
-    explicit ViewFeed(std::shared_ptr<ZRAbstractAudioStream> stream) : stream_(std::move(stream)) {
+    explicit DecodedView(std::shared_ptr<ZRAbstractAudioStream> stream)
+        : stream_(std::move(stream)) {
         format_.rate = stream_->SampleRate();
         format_.channels = stream_->ChannelCount();
         const bool isFloat = stream_->SampleDataType() == ZRSampleDataType::Float;
@@ -162,20 +165,20 @@ private:
 }  // namespace
 
 MediaError NewDecodedSource(const std::shared_ptr<ZRAbstractAudioStream>& stream,
-                            std::unique_ptr<DecodedSource>* feed) {
+                            std::unique_ptr<DecodedSource>* source) {
     const auto own = std::dynamic_pointer_cast<AudioStream>(stream);
     if (own == nullptr) {
         if (stream->StreamType() != 0) return MediaError::NotAudio;
-        auto view = std::make_unique<ViewFeed>(stream);
+        auto view = std::make_unique<DecodedView>(stream);
         if (view->Format().format == AV_SAMPLE_FMT_NONE) return MediaError::Undecodable;
-        *feed = std::move(view);
+        *source = std::move(view);
         return MediaError::None;
     }
     if (own->Error() != MediaError::None) return own->Error();
-    if (own->Map()->pcm.has_value()) {
-        *feed = std::make_unique<PcmFeed>(own->File(), own->Map());
+    if (own->Index()->pcm.has_value()) {
+        *source = std::make_unique<DecodedPcm>(own->File(), own->Index());
     } else {
-        *feed = std::make_unique<PacketFeed>(own->File(), own->Map());
+        *source = std::make_unique<DecodedPackets>(own->File(), own->Index());
     }
     return MediaError::None;
 }

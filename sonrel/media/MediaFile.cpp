@@ -52,30 +52,30 @@ MediaFile::~MediaFile() {
 
 int MediaFile::Prepare() {
     try {
-        return static_cast<int>(FindMap());
+        return static_cast<int>(FindIndex());
     } catch (const std::bad_alloc&) {
         return static_cast<int>(MediaError::OutOfMemory);
     }
 }
 
-MediaError MediaFile::FindMap() {
-    if (map_ != nullptr) return MediaError::None;
-    const MediaError error = SharedMapOf(
+MediaError MediaFile::FindIndex() {
+    if (index_ != nullptr) return MediaError::None;
+    const MediaError error = SharedIndexOf(
         state_->file->Identity(), [this] { return state_->file->IsInterrupted(); },
-        [this](FileIndex* map) {
+        [this](FileIndex* index) {
             if (demuxer_ == nullptr) {
                 const MediaError opened = Demuxer::Open(state_->file, &demuxer_);
                 if (opened != MediaError::None) return opened;
             }
-            const MediaError scanned = IndexFile(state_->file, std::move(demuxer_), map);
-            reason_ = map->reason;
-            return scanned;
+            const MediaError indexed = IndexFile(state_->file, std::move(demuxer_), index);
+            reason_ = index->reason;
+            return indexed;
         },
-        &map_);
+        &index_);
     demuxer_ = nullptr;
     if (error != MediaError::None) return error;
     for (const auto& stream : ownStreams_) {
-        if (auto map = map_->Find(stream->Number())) stream->SetMap(std::move(map));
+        if (auto index = index_->Find(stream->Number())) stream->SetIndex(std::move(index));
     }
     return MediaError::None;
 }

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <algorithm>
-#include <cstring>
-
+#include "sonrel/media/detail/SampleWindow.h"
 #include "sonrel/media/detail/StreamReader.h"
 #include "sonrel/media/index/PacketCursor.h"
 #include "sonrel/media/index/SilenceLimit.h"
@@ -10,94 +8,75 @@
 namespace zrh::media::detail {
 namespace {
 
-/// Reads a compressed stream. The packet that was decoded last is kept, so that small reads one
-/// after the other only copy.
+/// Reads a compressed stream. The window contains the packet that was decoded last.
 class PacketReader : public StreamReader {
 public:
-    PacketReader(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> map)
-        : map_(std::move(map)),
+    PacketReader(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> index)
+        : index_(std::move(index)),
           fileBytes_(file->Size()),
-          walk_(std::move(file), map_, CursorMode::Segments),
-          converter_(map_->format, map_->view),
-          bytesPerFrame_(static_cast<std::size_t>(map_->view.BytesPerSample()) *
-                         static_cast<std::size_t>(map_->format.channels)) {}
+          cursor_(std::move(file), index_, CursorMode::Segments),
+          converter_(index_->format, index_->view),
+          window_{index_->ViewFrameBytes(), {}, {}} {}
 
     int Read(std::int64_t start, int count, std::uint8_t* buffer) override {
-        int done = 0;
-        while (done < count) {
-            const std::int64_t frame = start + done;
-            if (!HoldPacketOf(frame)) break;
-            const std::int64_t taken = std::min<std::int64_t>(count - done, windowEnd_ - frame);
-            std::memcpy(
-                buffer + static_cast<std::size_t>(done) * bytesPerFrame_,
-                window_.data() + static_cast<std::size_t>(frame - windowStart_) * bytesPerFrame_,
-                static_cast<std::size_t>(taken) * bytesPerFrame_);
-            done += static_cast<int>(taken);
-        }
-        return done;
+        return window_.Read(start, count, buffer,
+                            [this](std::int64_t frame) { return LoadPacketOf(frame); });
     }
 
 private:
-    bool HoldPacketOf(std::int64_t streamFrame) {
-        if (streamFrame >= windowStart_ && streamFrame < windowEnd_) return true;
-        const std::int64_t frame = streamFrame - map_->leadFrames;
-        const std::int64_t packet = map_->packets.PacketAt(frame);
-        if (packet >= brokenFrom_ && packet < brokenEnd_) return false;
-        window_.clear();
-        windowStart_ = windowEnd_ = 0;
-        if (!walk_.MoveTo(packet) || !walk_.Next(&blocks_)) {
+    bool LoadPacketOf(std::int64_t streamFrame) {
+        const std::int64_t packet = index_->packets.PacketAt(streamFrame - index_->leadFrames);
+        if (brokenPackets_.Contains(packet)) return false;
+        window_.bytes.clear();
+        window_.frames = {};
+        if (!cursor_.MoveTo(packet) || !cursor_.Next(&blocks_)) {
             NoteBroken(packet);
             return false;
         }
         CountSilence(packet);
-        for (const SampleBlock& block : blocks_) converter_.Append(block, &window_);
-        const PacketSpan span = map_->packets.SpanOf(packet);
-        windowStart_ = map_->leadFrames + span.startFrame;
-        windowEnd_ = windowStart_ + span.length;
+        for (const SampleBlock& block : blocks_) converter_.Append(block, &window_.bytes);
+        const PacketSpan span = index_->packets.SpanOf(packet);
+        window_.frames.start = index_->leadFrames + span.startFrame;
+        window_.frames.end = window_.frames.start + span.length;
         return true;
     }
 
-    /// Before the silence of the packet takes memory. @throws SilenceRefused
+    /// Called before the silence of the packet takes memory. @throws SilenceRefused
     void CountSilence(std::int64_t packet) const {
         std::int64_t silent = 0;
         for (const SampleBlock& block : blocks_) {
             if (block.planes == nullptr) silent += block.frames;
         }
         if (silent == 0) return;
-        const std::int64_t all = map_->leadFrames + map_->silence->Add(packet, silent);
+        const std::int64_t all = index_->leadFrames + index_->silence->Add(packet, silent);
         if (all > MaxSilentFrames(fileBytes_)) {
             throw SilenceRefused(SilenceRefusal(all, fileBytes_));
         }
     }
 
-    /// The rest of the segment is given up with its first unreadable packet, so that reading on in
-    /// small steps does not try the disk again for each of them.
+    /// Gives up the rest of the segment after its first unreadable packet, so that further small
+    /// reads do not try the disk again.
     void NoteBroken(std::int64_t packet) {
-        const auto& segments = map_->packets.Segments();
-        const std::size_t at = map_->packets.SegmentOf(packet);
-        brokenFrom_ = packet;
-        brokenEnd_ =
-            at + 1 < segments.size() ? segments[at + 1].firstPacket : map_->packets.PacketCount();
+        const auto& segments = index_->packets.Segments();
+        const std::size_t next = index_->packets.SegmentOf(packet) + 1;
+        brokenPackets_ = {packet, next < segments.size() ? segments[next].firstPacket
+                                                         : index_->packets.PacketCount()};
     }
 
-    std::shared_ptr<const StreamIndex> map_;
+    std::shared_ptr<const StreamIndex> index_;
     std::int64_t fileBytes_;
-    PacketCursor walk_;
+    PacketCursor cursor_;
     ViewConverter converter_;
-    std::size_t bytesPerFrame_;
     std::vector<SampleBlock> blocks_;
-    std::vector<std::uint8_t> window_;
-    std::int64_t windowStart_ = 0;
-    std::int64_t windowEnd_ = 0;
-    std::int64_t brokenFrom_ = 0;
-    std::int64_t brokenEnd_ = 0;
+    SampleWindow window_;
+    zrtl::FrameRange brokenPackets_;
 };
 
 }  // namespace
 
 std::unique_ptr<StreamReader> NewPacketReader(std::shared_ptr<const InputFile> file,
-                                              std::shared_ptr<const StreamIndex> map) {
-    return std::make_unique<PacketReader>(std::move(file), std::move(map));
+                                              std::shared_ptr<const StreamIndex> index) {
+    return std::make_unique<PacketReader>(std::move(file), std::move(index));
 }
 
 }  // namespace zrh::media::detail

@@ -1,79 +1,67 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
-#include <cstring>
 
+#include "sonrel/media/detail/SampleWindow.h"
 #include "sonrel/media/detail/StreamReader.h"
 #include "sonrel/media/index/PcmBytes.h"
 
 namespace zrh::media::detail {
 namespace {
 
-/// Reads uncompressed sound by its place in the file, a window at a time.
+/// Reads uncompressed sound by its position in the file.
 class PcmReader : public StreamReader {
 public:
-    PcmReader(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> map)
-        : map_(map),
-          bytes_(std::move(file), map),
-          converter_(map->format, map->view),
-          bytesPerFrame_(static_cast<std::size_t>(map->view.BytesPerSample()) *
-                         static_cast<std::size_t>(map->format.channels)),
-          windowFrames_(std::max(static_cast<int>(WINDOW_BYTES / bytesPerFrame_), 1)) {}
+    PcmReader(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> index)
+        : index_(index),
+          bytes_(std::move(file), index),
+          converter_(index->format, index->view),
+          window_{index->ViewFrameBytes(), {}, {}},
+          windowFrames_(std::max(static_cast<int>(WINDOW_BYTES / window_.bytesPerFrame), 1)),
+          isStoredAsView_(StoresView(index->parameters->codec_id) &&
+                          index->pcm->bytesPerFrame == static_cast<int>(window_.bytesPerFrame)) {}
 
     int Read(std::int64_t start, int count, std::uint8_t* buffer) override {
-        const bool copies = StoresView(map_->parameters->codec_id) &&
-                            map_->pcm->bytesPerFrame == static_cast<int>(bytesPerFrame_);
-        if (copies && count >= windowFrames_) {
+        if (isStoredAsView_ && count >= windowFrames_) {
             return std::max(bytes_.ReadRaw(start, count, buffer), 0);
         }
-        int done = 0;
-        while (done < count) {
-            const std::int64_t frame = start + done;
-            if ((frame < windowStart_ || frame >= windowEnd_) && !LoadWindow(frame, copies)) break;
-            const std::int64_t taken = std::min<std::int64_t>(count - done, windowEnd_ - frame);
-            std::memcpy(
-                buffer + static_cast<std::size_t>(done) * bytesPerFrame_,
-                window_.data() + static_cast<std::size_t>(frame - windowStart_) * bytesPerFrame_,
-                static_cast<std::size_t>(taken) * bytesPerFrame_);
-            done += static_cast<int>(taken);
-        }
-        return done;
+        return window_.Read(start, count, buffer,
+                            [this](std::int64_t frame) { return LoadWindow(frame); });
     }
 
 private:
     static constexpr std::size_t WINDOW_BYTES = 128 * 1024;
 
-    bool LoadWindow(std::int64_t frame, bool copies) {
+    bool LoadWindow(std::int64_t frame) {
         const int count =
-            static_cast<int>(std::min<std::int64_t>(windowFrames_, map_->totalFrames - frame));
-        windowStart_ = windowEnd_ = frame;
-        if (copies) {
-            window_.resize(static_cast<std::size_t>(count) * bytesPerFrame_);
-            windowEnd_ += std::max(bytes_.ReadRaw(frame, count, window_.data()), 0);
-            return windowEnd_ > windowStart_;
+            static_cast<int>(std::min<std::int64_t>(windowFrames_, index_->totalFrames - frame));
+        window_.frames = {frame, frame};
+        if (isStoredAsView_) {
+            window_.bytes.resize(static_cast<std::size_t>(count) * window_.bytesPerFrame);
+            window_.frames.end += std::max(bytes_.ReadRaw(frame, count, window_.bytes.data()), 0);
+            return !window_.frames.IsEmpty();
         }
         SampleBlock block;
         if (!bytes_.Decode(frame, count, &block)) return false;
-        window_.clear();
-        converter_.Append(block, &window_);
-        windowEnd_ += block.frames;
+        window_.bytes.clear();
+        converter_.Append(block, &window_.bytes);
+        window_.frames.end += block.frames;
         return true;
     }
 
-    std::shared_ptr<const StreamIndex> map_;
+    std::shared_ptr<const StreamIndex> index_;
     PcmBytes bytes_;
     ViewConverter converter_;
-    std::size_t bytesPerFrame_;
+    SampleWindow window_;
     int windowFrames_;
-    std::vector<std::uint8_t> window_;
-    std::int64_t windowStart_ = 0;
-    std::int64_t windowEnd_ = 0;
+    /// The bytes in the file are those of the view.
+    bool isStoredAsView_;
 };
 
 }  // namespace
 
 std::unique_ptr<StreamReader> NewPcmReader(std::shared_ptr<const InputFile> file,
-                                           std::shared_ptr<const StreamIndex> map) {
-    return std::make_unique<PcmReader>(std::move(file), std::move(map));
+                                           std::shared_ptr<const StreamIndex> index) {
+    return std::make_unique<PcmReader>(std::move(file), std::move(index));
 }
 
 }  // namespace zrh::media::detail

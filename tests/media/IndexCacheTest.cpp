@@ -12,7 +12,7 @@
 using orlo::files::FileIdentity;
 using zrh::media::MediaError;
 using zrh::media::detail::FileIndex;
-using zrh::media::detail::SharedMapOf;
+using zrh::media::detail::SharedIndexOf;
 using zrh::media::detail::StreamIndex;
 
 namespace {
@@ -31,15 +31,15 @@ public:
     /// Returns when the thread has its turn.
     explicit SlowMaker(const FileIdentity& file, MediaError outcome = MediaError::None)
         : thread_([this, file, outcome] {
-              std::shared_ptr<const FileIndex> map;
-              SharedMapOf(
+              std::shared_ptr<const FileIndex> index;
+              SharedIndexOf(
                   file, NEVER,
                   [&](FileIndex*) {
                       begun_.count_down();
                       end_.wait();
                       return outcome;
                   },
-                  &map);
+                  &index);
           }) {
         begun_.wait();
     }
@@ -75,8 +75,8 @@ protected:
     /// @return whether it was made for this
     static bool IsMadeFor(const FileIdentity& file, std::int64_t packets = 1) {
         bool made = false;
-        std::shared_ptr<const FileIndex> map;
-        const MediaError error = SharedMapOf(
+        std::shared_ptr<const FileIndex> index;
+        const MediaError error = SharedIndexOf(
             file, NEVER,
             [&](FileIndex* into) {
                 made = true;
@@ -85,9 +85,9 @@ protected:
                 into->streams.push_back(std::move(stream));
                 return MediaError::None;
             },
-            &map);
+            &index);
         EXPECT_EQ(error, MediaError::None);
-        EXPECT_EQ(map->streams.at(0)->packets.PacketCount(), packets);
+        EXPECT_EQ(index->streams.at(0)->packets.PacketCount(), packets);
         return made;
     }
 };
@@ -125,20 +125,20 @@ TEST_F(IndexCache, SharesTheMapOfSuchAFileWhileAReaderHoldsIt) {
     std::shared_ptr<const FileIndex> one;
     std::shared_ptr<const FileIndex> other;
 
-    ASSERT_EQ(SharedMapOf(file, NEVER, make, &one), MediaError::None);
-    ASSERT_EQ(SharedMapOf(file, NEVER, make, &other), MediaError::None);
+    ASSERT_EQ(SharedIndexOf(file, NEVER, make, &one), MediaError::None);
+    ASSERT_EQ(SharedIndexOf(file, NEVER, make, &other), MediaError::None);
 
     EXPECT_EQ(one, other);
 }
 
 TEST_F(IndexCache, KeepsNoMapThatCouldNotBeMade) {
     const FileIdentity file = File(4 * SECOND);
-    std::shared_ptr<const FileIndex> map;
+    std::shared_ptr<const FileIndex> index;
 
-    EXPECT_EQ(SharedMapOf(
-                  file, NEVER, [](FileIndex*) { return MediaError::ReadFailed; }, &map),
+    EXPECT_EQ(SharedIndexOf(
+                  file, NEVER, [](FileIndex*) { return MediaError::ReadFailed; }, &index),
               MediaError::ReadFailed);
-    EXPECT_EQ(map, nullptr);
+    EXPECT_EQ(index, nullptr);
 
     EXPECT_TRUE(IsMadeFor(file));
 }
@@ -169,36 +169,36 @@ TEST_F(IndexCache, KeepsNoMapThatIsTooLargeAlone) {
 TEST_F(IndexCache, AWaitForAnotherThreadEndsWhenItIsInterrupted) {
     const FileIdentity file = File(4 * SECOND);
     SlowMaker maker(file);
-    std::shared_ptr<const FileIndex> map;
+    std::shared_ptr<const FileIndex> index;
     int asked = 0;
     bool made = false;
 
-    const MediaError error = SharedMapOf(
+    const MediaError error = SharedIndexOf(
         file, [&] { return ++asked == 3; },
         [&](FileIndex*) {
             made = true;
             return MediaError::None;
         },
-        &map);
+        &index);
 
     EXPECT_EQ(error, MediaError::Cancelled);
     EXPECT_EQ(asked, 3);
     EXPECT_FALSE(made);
-    EXPECT_EQ(map, nullptr);
+    EXPECT_EQ(index, nullptr);
 }
 
 TEST_F(IndexCache, AnInterruptedWaitLeavesTheMapToTheOthers) {
     const FileIdentity file = File(4 * SECOND);
     SlowMaker maker(file);
-    std::shared_ptr<const FileIndex> map;
+    std::shared_ptr<const FileIndex> index;
     const auto make = [](FileIndex*) { return MediaError::Undecodable; };
-    ASSERT_EQ(SharedMapOf(
-                  file, [] { return true; }, make, &map),
+    ASSERT_EQ(SharedIndexOf(
+                  file, [] { return true; }, make, &index),
               MediaError::Cancelled);
 
     maker.End();
 
-    EXPECT_EQ(SharedMapOf(file, NEVER, make, &map), MediaError::None);
+    EXPECT_EQ(SharedIndexOf(file, NEVER, make, &index), MediaError::None);
 }
 
 TEST_F(IndexCache, AThreadThatWaitedForAFailedMapMakesItItself) {

@@ -13,15 +13,15 @@ namespace {
 /// Packets of 100 frames; of the first 30 are left out, the third is not heard at all, and the
 /// fifth has 40.
 PacketIndex SmallMap() {
-    PacketIndex map;
-    map.AddSegment({0, 0, 0});
-    map.AddPacket({0, 10, 1}, 30, 70);
-    map.AddPacket({10, 10, 2}, 0, 100);
-    map.AddPacket({20, 10, 3}, 100, 0);
-    map.AddSegment({3, 1, 7});
-    map.AddPacket({30, 10, 4}, 0, 100);
-    map.AddPacket({40, 10, 5}, 0, 40);
-    return map;
+    PacketIndex index;
+    index.AddSegment({0, 0, 0});
+    index.AddPacket({0, 10, 1}, 30, 70);
+    index.AddPacket({10, 10, 2}, 0, 100);
+    index.AddPacket({20, 10, 3}, 100, 0);
+    index.AddSegment({3, 1, 7});
+    index.AddPacket({30, 10, 4}, 0, 100);
+    index.AddPacket({40, 10, 5}, 0, 40);
+    return index;
 }
 
 void ExpectSpan(const PacketSpan& span, long long start, unsigned int skip, unsigned int length) {
@@ -37,150 +37,150 @@ TEST(PacketIndex, EndIsTheSumOfWhatIsHeard) {
 }
 
 TEST(PacketIndex, SpansFollowEachOther) {
-    const PacketIndex map = SmallMap();
+    const PacketIndex index = SmallMap();
 
-    ExpectSpan(map.SpanOf(0), 0, 30, 70);
-    ExpectSpan(map.SpanOf(1), 70, 0, 100);
-    ExpectSpan(map.SpanOf(2), 170, 100, 0);
-    ExpectSpan(map.SpanOf(3), 170, 0, 100);
-    ExpectSpan(map.SpanOf(4), 270, 0, 40);
+    ExpectSpan(index.SpanOf(0), 0, 30, 70);
+    ExpectSpan(index.SpanOf(1), 70, 0, 100);
+    ExpectSpan(index.SpanOf(2), 170, 100, 0);
+    ExpectSpan(index.SpanOf(3), 170, 0, 100);
+    ExpectSpan(index.SpanOf(4), 270, 0, 40);
 }
 
 TEST(PacketIndex, FramesAreFoundInTheirPackets) {
-    const PacketIndex map = SmallMap();
+    const PacketIndex index = SmallMap();
 
-    EXPECT_EQ(map.PacketAt(0), 0);
-    EXPECT_EQ(map.PacketAt(69), 0);
-    EXPECT_EQ(map.PacketAt(70), 1);
-    EXPECT_EQ(map.PacketAt(169), 1);
-    EXPECT_EQ(map.PacketAt(170), 3);
-    EXPECT_EQ(map.PacketAt(269), 3);
-    EXPECT_EQ(map.PacketAt(270), 4);
-    EXPECT_EQ(map.PacketAt(309), 4);
+    EXPECT_EQ(index.PacketAt(0), 0);
+    EXPECT_EQ(index.PacketAt(69), 0);
+    EXPECT_EQ(index.PacketAt(70), 1);
+    EXPECT_EQ(index.PacketAt(169), 1);
+    EXPECT_EQ(index.PacketAt(170), 3);
+    EXPECT_EQ(index.PacketAt(269), 3);
+    EXPECT_EQ(index.PacketAt(270), 4);
+    EXPECT_EQ(index.PacketAt(309), 4);
 }
 
 TEST(PacketIndex, PacketsBelongToTheSegmentThatBeginsBeforeThem) {
-    const PacketIndex map = SmallMap();
+    const PacketIndex index = SmallMap();
 
-    EXPECT_EQ(map.SegmentOf(0), 0u);
-    EXPECT_EQ(map.SegmentOf(2), 0u);
-    EXPECT_EQ(map.SegmentOf(3), 1u);
-    EXPECT_EQ(map.SegmentOf(4), 1u);
+    EXPECT_EQ(index.SegmentOf(0), 0u);
+    EXPECT_EQ(index.SegmentOf(2), 0u);
+    EXPECT_EQ(index.SegmentOf(3), 1u);
+    EXPECT_EQ(index.SegmentOf(4), 1u);
 }
 
 TEST(PacketIndex, CutInsideTheLastPacketShortensIt) {
-    PacketIndex map = SmallMap();
+    PacketIndex index = SmallMap();
 
-    map.CutAt(300);
+    index.CutAt(300);
 
-    EXPECT_EQ(map.EndFrame(), 300);
-    EXPECT_EQ(map.PacketCount(), 5);
-    ExpectSpan(map.SpanOf(4), 270, 0, 30);
+    EXPECT_EQ(index.EndFrame(), 300);
+    EXPECT_EQ(index.PacketCount(), 5);
+    ExpectSpan(index.SpanOf(4), 270, 0, 30);
 }
 
 TEST(PacketIndex, CutBeforeTheLastPacketRemovesIt) {
-    PacketIndex map = SmallMap();
+    PacketIndex index = SmallMap();
 
-    map.CutAt(200);
+    index.CutAt(200);
 
-    EXPECT_EQ(map.EndFrame(), 200);
-    EXPECT_EQ(map.PacketCount(), 4);
-    ExpectSpan(map.SpanOf(3), 170, 0, 30);
-    EXPECT_EQ(map.PacketAt(199), 3);
+    EXPECT_EQ(index.EndFrame(), 200);
+    EXPECT_EQ(index.PacketCount(), 4);
+    ExpectSpan(index.SpanOf(3), 170, 0, 30);
+    EXPECT_EQ(index.PacketAt(199), 3);
 }
 
 TEST(PacketIndex, CutAtAPacketsStartRemovesItsSegmentToo) {
-    PacketIndex map = SmallMap();
+    PacketIndex index = SmallMap();
 
-    map.CutAt(170);
+    index.CutAt(170);
 
-    EXPECT_EQ(map.EndFrame(), 170);
-    EXPECT_EQ(map.Segments().size(), 1u);
-    EXPECT_EQ(map.PacketAt(169), 1);
+    EXPECT_EQ(index.EndFrame(), 170);
+    EXPECT_EQ(index.Segments().size(), 1u);
+    EXPECT_EQ(index.PacketAt(169), 1);
 }
 
 TEST(PacketIndex, CutBehindTheEndChangesNothing) {
-    PacketIndex map = SmallMap();
+    PacketIndex index = SmallMap();
 
-    map.CutAt(311);
+    index.CutAt(311);
 
-    EXPECT_EQ(map.EndFrame(), 310);
-    EXPECT_EQ(map.PacketCount(), 5);
+    EXPECT_EQ(index.EndFrame(), 310);
+    EXPECT_EQ(index.PacketCount(), 5);
 }
 
 TEST(PacketIndex, RecordsComeBackAsTheyWere) {
-    PacketIndex map;
+    PacketIndex index;
     const PacketRecord first = {0xFEDCBA9876, 0xFEDCBA98, 0x89ABCDEF};
     const PacketRecord second = {-1, 0, 0xFFFFFFFF};
 
-    map.AddPacket(first, 0, 1);
-    map.AddPacket(second, 0, 1);
-    map.SetDirect(true);
+    index.AddPacket(first, 0, 1);
+    index.AddPacket(second, 0, 1);
+    index.SetDirect(true);
 
-    EXPECT_EQ(map.Packet(0), first);
-    EXPECT_EQ(map.Packet(1), second);
-    EXPECT_TRUE(map.IsDirect());
+    EXPECT_EQ(index.Packet(0), first);
+    EXPECT_EQ(index.Packet(1), second);
+    EXPECT_TRUE(index.IsDirect());
 }
 
 TEST(PacketIndex, APositionThatDoesNotFitIsNotKnownAndTheMapIsNotDirect) {
-    PacketIndex map;
-    map.AddPacket({(1LL << 40) - 2, 1, 1}, 0, 1);
-    map.SetDirect(true);
-    ASSERT_TRUE(map.IsDirect());
+    PacketIndex index;
+    index.AddPacket({(1LL << 40) - 2, 1, 1}, 0, 1);
+    index.SetDirect(true);
+    ASSERT_TRUE(index.IsDirect());
 
-    map.AddPacket({(1LL << 40) - 1, 1, 1}, 0, 1);
+    index.AddPacket({(1LL << 40) - 1, 1, 1}, 0, 1);
 
-    EXPECT_EQ(map.Packet(0).position, (1LL << 40) - 2);
-    EXPECT_EQ(map.Packet(1).position, -1);
-    EXPECT_FALSE(map.IsDirect());
+    EXPECT_EQ(index.Packet(0).position, (1LL << 40) - 2);
+    EXPECT_EQ(index.Packet(1).position, -1);
+    EXPECT_FALSE(index.IsDirect());
 }
 
 TEST(PacketIndex, FramesAreFoundInThousandsOfPacketsOfManyLengths) {
-    PacketIndex map;
+    PacketIndex index;
     std::vector<PacketSpan> spans;
     long long start = 0;
     for (unsigned int i = 0; i < 5000; ++i) {
         // Every third run of 200 packets is not heard.
         const unsigned int length = i / 200 % 3 == 2 ? 0 : 1 + i % 7;
-        map.AddPacket({}, i % 5, length);
+        index.AddPacket({}, i % 5, length);
         spans.push_back({start, i % 5, length});
         start += length;
     }
 
     for (std::int64_t i = 0; i < 5000; ++i) {
         const PacketSpan& span = spans[static_cast<std::size_t>(i)];
-        ExpectSpan(map.SpanOf(i), span.startFrame, span.skip, span.length);
+        ExpectSpan(index.SpanOf(i), span.startFrame, span.skip, span.length);
         for (unsigned int frame = 0; frame < span.length; ++frame) {
-            ASSERT_EQ(map.PacketAt(span.startFrame + frame), i);
+            ASSERT_EQ(index.PacketAt(span.startFrame + frame), i);
         }
     }
 }
 
 TEST(PacketIndex, APacketTakesAtMost16BytesHoweverLengthsChange) {
     const auto before = mallinfo2();
-    PacketIndex map;
+    PacketIndex index;
 
-    for (unsigned int i = 0; i < 1000000; ++i) map.AddPacket({i, 1, 1}, 0, 100 + i % 50);
+    for (unsigned int i = 0; i < 1000000; ++i) index.AddPacket({i, 1, 1}, 0, 100 + i % 50);
 
     const auto after = mallinfo2();
     EXPECT_LE(after.uordblks + after.hblkhd, before.uordblks + before.hblkhd + 16000000);
 }
 
 TEST(PacketIndex, MoreThan65535DifferentLengthsAreRefused) {
-    PacketIndex map;
-    for (unsigned int i = 1; i <= 65535; ++i) ASSERT_TRUE(map.AddPacket({}, 0, i));
+    PacketIndex index;
+    for (unsigned int i = 1; i <= 65535; ++i) ASSERT_TRUE(index.AddPacket({}, 0, i));
 
-    EXPECT_FALSE(map.AddPacket({}, 0, 65536));
-    EXPECT_TRUE(map.AddPacket({}, 0, 65535));
-    EXPECT_EQ(map.PacketCount(), 65536);
+    EXPECT_FALSE(index.AddPacket({}, 0, 65536));
+    EXPECT_TRUE(index.AddPacket({}, 0, 65535));
+    EXPECT_EQ(index.PacketCount(), 65536);
 }
 
 TEST(PacketIndex, ACutNeedsNoFurtherLength) {
-    PacketIndex map;
-    map.AddSegment({0, 0, 0});
-    for (unsigned int i = 1; i <= 65535; ++i) map.AddPacket({}, 0, i + 1);
+    PacketIndex index;
+    index.AddSegment({0, 0, 0});
+    for (unsigned int i = 1; i <= 65535; ++i) index.AddPacket({}, 0, i + 1);
 
-    map.CutAt(map.EndFrame() - 65535);
+    index.CutAt(index.EndFrame() - 65535);
 
-    EXPECT_EQ(map.SpanOf(65534).length, 1u);
+    EXPECT_EQ(index.SpanOf(65534).length, 1u);
 }

@@ -38,18 +38,18 @@ public:
                    int* samplesRead) override;
 
     /// Takes over what the preparation of the file found out.
-    void SetMap(std::shared_ptr<const StreamIndex> map);
+    void SetIndex(std::shared_ptr<const StreamIndex> index);
 
     int Number() const { return number_; }
     const MediaStreamInfo& Info() const { return info_; }
     /// Null before the preparation, for other streams than audio and when the sound is unreadable.
-    const std::shared_ptr<const StreamIndex>& Map() const { return map_; }
+    const std::shared_ptr<const StreamIndex>& Index() const { return index_; }
     /// Null after the release.
     const std::shared_ptr<const InputFile>& File() const { return state_->file; }
     /// Why the stream cannot be read, or None.
     MediaError Error() const;
     /// The reason for Error with its numbers; empty where the error alone says enough.
-    std::string Reason() const { return map_ == nullptr ? std::string() : map_->reason; }
+    std::string Reason() const { return index_ == nullptr ? std::string() : index_->reason; }
 
 private:
     MediaError Read(long long start, int count, std::uint8_t* buffer, int bufferBytes,
@@ -63,9 +63,9 @@ private:
     int channels_ = 0;
     ViewFormat view_;
     long long sampleCount_ = 0;
-    std::shared_ptr<const StreamIndex> map_;
+    std::shared_ptr<const StreamIndex> index_;
     std::unique_ptr<StreamReader> reader_;
-    ReadProgress tally_;
+    ReadProgress progress_;
 };
 
 }  // namespace zrh::media::detail

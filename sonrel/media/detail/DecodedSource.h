@@ -31,6 +31,6 @@ public:
 
 /// @param feed  receives the feed; untouched when the stream cannot be read
 MediaError NewDecodedSource(const std::shared_ptr<ZRAbstractAudioStream>& stream,
-                            std::unique_ptr<DecodedSource>* feed);
+                            std::unique_ptr<DecodedSource>* source);
 
 }  // namespace zrh::media::detail

@@ -30,7 +30,7 @@ public:
 
 private:
     MediaFile(std::shared_ptr<const InputFile> file, std::unique_ptr<Demuxer> demuxer);
-    MediaError FindMap();
+    MediaError FindIndex();
 
     std::shared_ptr<FileState> state_;
     std::string formatName_;
@@ -39,7 +39,7 @@ private:
     std::unique_ptr<Demuxer> demuxer_;
     std::vector<std::shared_ptr<ZRAbstractAudioStream>> streams_;
     std::vector<std::shared_ptr<AudioStream>> ownStreams_;
-    std::shared_ptr<const FileIndex> map_;
+    std::shared_ptr<const FileIndex> index_;
     /// Only the value 1 is ever set. It asks for the sound alone, which is all that is read anyway.
     int readOption_ = 0;
 };

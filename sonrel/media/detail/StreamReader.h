@@ -26,8 +26,8 @@ public:
 };
 
 std::unique_ptr<StreamReader> NewPcmReader(std::shared_ptr<const InputFile> file,
-                                           std::shared_ptr<const StreamIndex> map);
+                                           std::shared_ptr<const StreamIndex> index);
 std::unique_ptr<StreamReader> NewPacketReader(std::shared_ptr<const InputFile> file,
-                                              std::shared_ptr<const StreamIndex> map);
+                                              std::shared_ptr<const StreamIndex> index);
 
 }  // namespace zrh::media::detail

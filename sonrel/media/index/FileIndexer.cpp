@@ -28,12 +28,12 @@ std::shared_ptr<const AVCodecParameters> CopyParameters(const AVCodecParameters&
 }
 
 std::shared_ptr<StreamIndex> NewStreamIndex(const AVStream& stream) {
-    auto map = std::make_shared<StreamIndex>();
-    map->streamIndex = stream.index;
-    map->parameters = CopyParameters(*stream.codecpar);
-    map->timeBase = stream.time_base;
-    map->traits = TraitsOf(stream.codecpar->codec_id);
-    return map;
+    auto index = std::make_shared<StreamIndex>();
+    index->streamIndex = stream.index;
+    index->parameters = CopyParameters(*stream.codecpar);
+    index->timeBase = stream.time_base;
+    index->traits = TraitsOf(stream.codecpar->codec_id);
+    return index;
 }
 
 /// The format that a stream without a single packet is declared to have.
@@ -45,31 +45,31 @@ DecodedFormat DeclaredFormat(const AVCodecParameters& parameters) {
 }
 
 /// An MP4 file tells the end of its sound to the sample, which no packet does.
-void CutAtDeclaredEnd(const AVFormatContext& context, const AVStream& stream, StreamIndex* map) {
+void CutAtDeclaredEnd(const AVFormatContext& context, const AVStream& stream, StreamIndex* index) {
     if (std::string_view(context.iformat->name).find("mp4") == std::string_view::npos) return;
-    if (stream.duration <= 0 || map->packets.PacketCount() == 0) return;
+    if (stream.duration <= 0 || index->packets.PacketCount() == 0) return;
     const std::int64_t end =
-        av_rescale_q(stream.duration, stream.time_base, AVRational{1, map->format.rate});
+        av_rescale_q(stream.duration, stream.time_base, AVRational{1, index->format.rate});
     if (end < 0) return;  // more than 64 bits hold
-    const PacketSpan last = map->packets.SpanOf(map->packets.PacketCount() - 1);
-    const std::int64_t surplus = map->packets.EndFrame() - end;
+    const PacketSpan last = index->packets.SpanOf(index->packets.PacketCount() - 1);
+    const std::int64_t surplus = index->packets.EndFrame() - end;
     // Only what the last packet or two were padded with; a larger difference is a duration that
     // does not tell the length of the sound.
     if (surplus > 0 && surplus <= 2 * static_cast<std::int64_t>(last.skip + last.length) + 2048) {
-        map->packets.CutAt(end);
+        index->packets.CutAt(end);
     }
 }
 
 /// A checksum of everything that a walk gives for some packets, in the decoder's own format.
-bool ChecksumOfPackets(PacketCursor* walk, const DecodedFormat& format, std::int64_t endPacket,
+bool ChecksumOfPackets(PacketCursor* cursor, const DecodedFormat& format, std::int64_t endPacket,
                        std::uint32_t* checksum) {
     const bool planar = av_sample_fmt_is_planar(format.format) != 0;
     const int bytes = av_get_bytes_per_sample(format.format) * (planar ? 1 : format.channels);
     std::vector<SampleBlock> blocks;
     std::vector<const std::uint8_t*> planes;
     AVAdler sum = 1;
-    while (walk->Position() < endPacket) {
-        if (!walk->Next(&blocks)) return false;
+    while (cursor->Position() < endPacket) {
+        if (!cursor->Next(&blocks)) return false;
         for (const SampleBlock& block : blocks) {
             if (block.planes == nullptr) continue;
             OffsetPlanes(format, block, &planes);
@@ -87,18 +87,18 @@ bool ChecksumOfPackets(PacketCursor* walk, const DecodedFormat& format, std::int
 /// Whether fresh decoders at the borders of segments give what one decoder gives that began at the
 /// front of the stream.
 bool RestartsCleanly(const std::shared_ptr<const InputFile>& file,
-                     const std::shared_ptr<StreamIndex>& map) {
-    PacketCursor straight(file, map, CursorMode::Straight);
-    PacketCursor fresh(file, map, CursorMode::Segments);
+                     const std::shared_ptr<StreamIndex>& index) {
+    PacketCursor straight(file, index, CursorMode::Straight);
+    PacketCursor fresh(file, index, CursorMode::Segments);
     if (!straight.MoveTo(0) || !fresh.MoveTo(0)) return false;
-    const auto& segments = map->packets.Segments();
+    const auto& segments = index->packets.Segments();
     for (std::size_t i = 1; i <= segments.size(); ++i) {
         const std::int64_t end =
-            i < segments.size() ? segments[i].firstPacket : map->packets.PacketCount();
+            i < segments.size() ? segments[i].firstPacket : index->packets.PacketCount();
         std::uint32_t straightSum = 0;
         std::uint32_t freshSum = 0;
-        if (!ChecksumOfPackets(&straight, map->format, end, &straightSum) ||
-            !ChecksumOfPackets(&fresh, map->format, end, &freshSum) || straightSum != freshSum) {
+        if (!ChecksumOfPackets(&straight, index->format, end, &straightSum) ||
+            !ChecksumOfPackets(&fresh, index->format, end, &freshSum) || straightSum != freshSum) {
             return false;
         }
     }
@@ -107,40 +107,40 @@ bool RestartsCleanly(const std::shared_ptr<const InputFile>& file,
 
 /// Fills in what follows from the format and the packets.
 void Complete(const std::shared_ptr<const InputFile>& file, const AVFormatContext& context,
-              const AVStream& stream, const std::shared_ptr<StreamIndex>& map) {
-    if (map->error != MediaError::None && map->packets.PacketCount() == 0) {
+              const AVStream& stream, const std::shared_ptr<StreamIndex>& index) {
+    if (index->error != MediaError::None && index->packets.PacketCount() == 0) {
         // Nothing in it, but a format: a stream of no length.
-        map->format = DeclaredFormat(*stream.codecpar);
-        if (map->format.format != AV_SAMPLE_FMT_NONE) map->error = MediaError::None;
+        index->format = DeclaredFormat(*stream.codecpar);
+        if (index->format.format != AV_SAMPLE_FMT_NONE) index->error = MediaError::None;
     }
-    if (map->error != MediaError::None) return;
-    if (map->format.channels < 1) {
-        map->error = MediaError::Undecodable;
+    if (index->error != MediaError::None) return;
+    if (index->format.channels < 1) {
+        index->error = MediaError::Undecodable;
         return;
     }
-    map->view = ViewOf(stream.codecpar->codec_id, map->format);
-    if (!RateIsAllowed(map->format.rate)) {
-        map->error = MediaError::RateOutOfRange;
+    index->view = ViewOf(stream.codecpar->codec_id, index->format);
+    if (!RateIsAllowed(index->format.rate)) {
+        index->error = MediaError::RateOutOfRange;
         return;
     }
-    CutAtDeclaredEnd(context, stream, map.get());
-    if (!map->traits.restartable && map->packets.Segments().size() > 1 &&
-        !RestartsCleanly(file, map)) {
-        map->packets.MergeSegments();
+    CutAtDeclaredEnd(context, stream, index.get());
+    if (!index->traits.restartable && index->packets.Segments().size() > 1 &&
+        !RestartsCleanly(file, index)) {
+        index->packets.MergeSegments();
     }
-    map->leadFrames = LeadFrames(context, stream, map->format.rate);
-    if (map->silentFrames > MaxSilentFrames(file->Size()) - map->leadFrames) {
-        map->error = MediaError::TooMuchSilence;
-        map->reason = SilenceRefusal(map->silentFrames + map->leadFrames, file->Size());
+    index->leadFrames = LeadFrames(context, stream, index->format.rate);
+    if (index->silentFrames > MaxSilentFrames(file->Size()) - index->leadFrames) {
+        index->error = MediaError::TooMuchSilence;
+        index->reason = SilenceRefusal(index->silentFrames + index->leadFrames, file->Size());
         return;
     }
-    map->totalFrames = map->leadFrames + map->packets.EndFrame();
+    index->totalFrames = index->leadFrames + index->packets.EndFrame();
 }
 
 struct StreamIndexer {
     const AVStream* stream = nullptr;
-    std::shared_ptr<StreamIndex> map;
-    std::unique_ptr<PacketIndexer> scan;
+    std::shared_ptr<StreamIndex> index;
+    std::unique_ptr<PacketIndexer> indexer;
 };
 
 /// Reads the whole file once and hands each packet to its stream.
@@ -151,7 +151,7 @@ MediaError IndexPackets(const std::shared_ptr<const InputFile>& file, Demuxer* d
     const PacketPtr packet = NewPacket();
     while (demuxer->Read(packet.get())) {
         for (const StreamIndexer& one : *streams) {
-            if (one.stream->index == packet->stream_index) one.scan->Add(*packet);
+            if (one.stream->index == packet->stream_index) one.indexer->Add(*packet);
         }
         av_packet_unref(packet.get());
         if (++packets > mostPackets) return MediaError::TooManyPackets;
@@ -181,7 +181,7 @@ MediaError CheckRates(const std::vector<StreamIndexer>& streams) {
     for (const StreamIndexer& one : streams) {
         const int rate = one.stream->codecpar->sample_rate;
         if (rate != 0 && !RateIsAllowed(rate)) return MediaError::RateOutOfRange;
-        if (one.map->error == MediaError::RateOutOfRange) return MediaError::RateOutOfRange;
+        if (one.index->error == MediaError::RateOutOfRange) return MediaError::RateOutOfRange;
     }
     return MediaError::None;
 }
@@ -192,14 +192,14 @@ MediaError IndexOnce(const std::shared_ptr<const InputFile>& file, Demuxer* demu
                      std::vector<StreamIndexer>* streams, bool* trusted) {
     SelectAudio(demuxer, *streams);
     for (StreamIndexer& one : *streams) {
-        one.scan = std::make_unique<PacketIndexer>(file, *one.stream, decodeAll);
+        one.indexer = std::make_unique<PacketIndexer>(file, *one.stream, decodeAll);
     }
     const MediaError error = IndexPackets(file, demuxer, streams);
     if (error != MediaError::None) return error;
     *trusted = true;
     for (StreamIndexer& one : *streams) {
-        if (!one.scan->Finish(one.map.get())) *trusted = false;
-        if (*trusted) Complete(file, *demuxer->Context(), *one.stream, one.map);
+        if (!one.indexer->Finish(one.index.get())) *trusted = false;
+        if (*trusted) Complete(file, *demuxer->Context(), *one.stream, one.index);
     }
     return MediaError::None;
 }
@@ -208,10 +208,10 @@ MediaError IndexOnce(const std::shared_ptr<const InputFile>& file, Demuxer* demu
 MediaError ErrorOfAll(const std::vector<StreamIndexer>& streams, std::string* reason) {
     if (streams.empty()) return MediaError::None;
     for (const StreamIndexer& one : streams) {
-        if (one.map->error == MediaError::None) return MediaError::None;
+        if (one.index->error == MediaError::None) return MediaError::None;
     }
-    *reason = streams.front().map->reason;
-    return streams.front().map->error;
+    *reason = streams.front().index->reason;
+    return streams.front().index->error;
 }
 
 }  // namespace
@@ -240,14 +240,14 @@ std::int64_t LeadFrames(const AVFormatContext& context, const AVStream& stream, 
 namespace {
 
 MediaError IndexStreams(const std::shared_ptr<const InputFile>& file,
-                        std::unique_ptr<Demuxer> demuxer, FileIndex* map) {
+                        std::unique_ptr<Demuxer> demuxer, FileIndex* index) {
     std::vector<StreamIndexer> streams = AudioStreamsOf(*demuxer);
     MediaError error = CheckRates(streams);
     if (error != MediaError::None) return error;
 
     PcmResult pcm = PcmResult::Untouched;
-    if (streams.size() == 1) pcm = MapPcm(*file, demuxer.get(), streams[0].map.get());
-    bool trusted = pcm == PcmResult::Mapped;
+    if (streams.size() == 1) pcm = IndexPcm(*file, demuxer.get(), streams[0].index.get());
+    bool trusted = pcm == PcmResult::Indexed;
     bool fresh = pcm == PcmResult::Untouched;
     for (const bool decodeAll : {false, true}) {
         if (trusted || streams.empty()) break;
@@ -261,17 +261,17 @@ MediaError IndexStreams(const std::shared_ptr<const InputFile>& file,
         if (error != MediaError::None) return error;
     }
     error = CheckRates(streams);
-    if (error == MediaError::None) error = ErrorOfAll(streams, &map->reason);
+    if (error == MediaError::None) error = ErrorOfAll(streams, &index->reason);
     if (error != MediaError::None) return error;
-    for (StreamIndexer& one : streams) map->streams.push_back(std::move(one.map));
+    for (StreamIndexer& one : streams) index->streams.push_back(std::move(one.index));
     return MediaError::None;
 }
 
 }  // namespace
 
 MediaError IndexFile(const std::shared_ptr<const InputFile>& file, std::unique_ptr<Demuxer> demuxer,
-                     FileIndex* map) {
-    const MediaError error = IndexStreams(file, std::move(demuxer), map);
+                     FileIndex* index) {
+    const MediaError error = IndexStreams(file, std::move(demuxer), index);
     // The check of restarts takes an interrupted read for damage.
     return file->IsInterrupted() ? MediaError::Cancelled : error;
 }

@@ -13,7 +13,7 @@ namespace zrh::media::detail {
 /// @return None, also when some stream cannot be read; an error when none can, when a stream has a
 ///         rate out of range, or when the disk failed
 MediaError IndexFile(const std::shared_ptr<const InputFile>& file, std::unique_ptr<Demuxer> demuxer,
-                     FileIndex* map);
+                     FileIndex* index);
 
 /// Frames by which an audio stream starts later than the file's picture; 0 without a picture.
 std::int64_t LeadFrames(const AVFormatContext& context, const AVStream& stream, int rate);

@@ -13,31 +13,31 @@
 namespace zrh::media::detail {
 namespace {
 
-/// The place of one file, where readers that open it at the same time meet.
-struct Place {
+/// The slot of one file, where readers that open it at the same time meet.
+struct Slot {
     std::mutex mutex;
     std::condition_variable turnEnded;
-    bool isTaken = false;                ///< a MakersTurn exists; under `mutex`
-    std::weak_ptr<const FileIndex> map;  ///< of those who hold the place, for the MakersTurn
-    int holders = 0;                     ///< under `placesMutex`
+    bool isTaken = false;                  ///< a MakersTurn exists; under `mutex`
+    std::weak_ptr<const FileIndex> index;  ///< of those who hold the slot, for the MakersTurn
+    int holders = 0;                       ///< under `placesMutex`
 };
 
-std::mutex placesMutex;
-SweptMap<FileIdentity, Place>& Places() {
-    static auto* places = new SweptMap<FileIdentity, Place>;
-    return *places;
+std::mutex slotsMutex;
+SweptMap<FileIdentity, Slot>& Slots() {
+    static auto* slots = new SweptMap<FileIdentity, Slot>;
+    return *slots;
 }
 
 /// The maps that were made last. A file is often looked at, let go and read soon after: its map
 /// need not be made twice.
-class LastMaps {
+class RecentIndexes {
 public:
-    void Keep(std::shared_ptr<const FileIndex> map) {
-        packets_ += PacketsOf(*map);
-        maps_.push_back(std::move(map));
+    void Keep(std::shared_ptr<const FileIndex> index) {
+        packets_ += PacketsOf(*index);
+        indexes_.push_back(std::move(index));
         while (packets_ > MAX_PACKETS) {
-            packets_ -= PacketsOf(*maps_.front());
-            maps_.pop_front();
+            packets_ -= PacketsOf(*indexes_.front());
+            indexes_.pop_front();
         }
     }
 
@@ -46,67 +46,67 @@ private:
     static constexpr std::int64_t MAX_PACKETS = 1 << 20;
 
     /// A map takes more than its packets: none counts as nothing.
-    static std::int64_t PacketsOf(const FileIndex& map) {
+    static std::int64_t PacketsOf(const FileIndex& index) {
         std::int64_t packets = 64;
-        for (const auto& stream : map.streams) packets += stream->packets.PacketCount();
+        for (const auto& stream : index.streams) packets += stream->packets.PacketCount();
         return packets;
     }
 
-    std::deque<std::shared_ptr<const FileIndex>> maps_;
+    std::deque<std::shared_ptr<const FileIndex>> indexes_;
     std::int64_t packets_ = 0;
 };
 
 /// Under `placesMutex`; never destroyed, as the places.
-LastMaps& TheLastMaps() {
-    static auto* maps = new LastMaps;
-    return *maps;
+RecentIndexes& Recent() {
+    static auto* indexes = new RecentIndexes;
+    return *indexes;
 }
 
-/// Keeps the place of a file from being forgotten.
-class PlaceHold {
+/// Keeps the slot of a file from being forgotten.
+class SlotHold {
 public:
-    explicit PlaceHold(const FileIdentity& identity) {
-        const std::lock_guard lock(placesMutex);
-        place_ = &Places().At(
-            identity, [](const Place& place) { return place.holders == 0 && place.map.expired(); });
-        ++place_->holders;
+    explicit SlotHold(const FileIdentity& identity) {
+        const std::lock_guard lock(slotsMutex);
+        slot_ = &Slots().At(
+            identity, [](const Slot& slot) { return slot.holders == 0 && slot.index.expired(); });
+        ++slot_->holders;
     }
-    ~PlaceHold() {
-        const std::lock_guard lock(placesMutex);
-        --place_->holders;
+    ~SlotHold() {
+        const std::lock_guard lock(slotsMutex);
+        --slot_->holders;
     }
-    PlaceHold(const PlaceHold&) = delete;
-    PlaceHold& operator=(const PlaceHold&) = delete;
+    SlotHold(const SlotHold&) = delete;
+    SlotHold& operator=(const SlotHold&) = delete;
 
-    Place& operator*() const { return *place_; }
+    Slot& operator*() const { return *slot_; }
 
 private:
-    Place* place_;
+    Slot* slot_;
 };
 
-/// The turn to look at the map of a place and to make it. One thread at a time has it.
-class MakersTurn {
+/// The turn to look at the map of a slot and to make it. One thread at a time has it.
+class BuildTurn {
 public:
     /// Waits for the turn.
-    MakersTurn(Place& place, const std::function<bool()>& isInterrupted) : place_(place) {
-        std::unique_lock lock(place_.mutex);
-        const auto isFree = [this] { return !place_.isTaken; };
-        while (!place_.turnEnded.wait_for(lock, ASKING_PERIOD, isFree)) {
+    BuildTurn(Slot& slot, const std::function<bool()>& isInterrupted) : slot_(slot) {
+        std::unique_lock lock(slot_.mutex);
+        const auto isFree = [this] { return !slot_.isTaken; };
+        while (!slot_.turnEnded.wait_for(lock, ASKING_PERIOD, isFree)) {
             if (isInterrupted()) return;
         }
-        place_.isTaken = true;
+        slot_.isTaken = true;
         isMine_ = true;
     }
-    ~MakersTurn() {
+    ~BuildTurn() {
         if (!isMine_) return;
         {
-            const std::lock_guard lock(place_.mutex);
-            place_.isTaken = false;
+            const std::lock_guard lock(slot_.mutex);
+            slot_.isTaken = false;
         }
-        place_.turnEnded.notify_one();
+        slot_.turnEnded.notify_one();
     }
-    MakersTurn(const MakersTurn&) = delete;
-    MakersTurn& operator=(const MakersTurn&) = delete;
+    BuildTurn(const BuildTurn&) = delete;
+    BuildTurn& operator=(const BuildTurn&) = delete;
 
     /// False when the wait was interrupted.
     bool IsMine() const { return isMine_; }
@@ -114,33 +114,33 @@ public:
 private:
     static constexpr std::chrono::milliseconds ASKING_PERIOD{50};
 
-    Place& place_;
+    Slot& slot_;
     bool isMine_ = false;
 };
 
 }  // namespace
 
-MediaError SharedMapOf(const FileIdentity& identity, const std::function<bool()>& isInterrupted,
-                       const std::function<MediaError(FileIndex* map)>& make,
-                       std::shared_ptr<const FileIndex>* map) {
+MediaError SharedIndexOf(const FileIdentity& identity, const std::function<bool()>& isInterrupted,
+                         const std::function<MediaError(FileIndex* index)>& make,
+                         std::shared_ptr<const FileIndex>* index) {
     // Looked at before the map is made: what a file may still become without showing it is not
     // kept.
     const bool isSettled = orlo::files::IsSettled(identity);
-    const PlaceHold hold(identity);
-    Place& place = *hold;
-    const MakersTurn turn(place, isInterrupted);
+    const SlotHold hold(identity);
+    Slot& slot = *hold;
+    const BuildTurn turn(slot, isInterrupted);
     if (!turn.IsMine()) return MediaError::Cancelled;
-    *map = place.map.lock();
-    if (*map != nullptr) return MediaError::None;
+    *index = slot.index.lock();
+    if (*index != nullptr) return MediaError::None;
     auto made = std::make_shared<FileIndex>();
     const MediaError error = make(made.get());
     if (error != MediaError::None) return error;
-    place.map = made;
+    slot.index = made;
     if (isSettled) {
-        const std::lock_guard placesLock(placesMutex);
-        TheLastMaps().Keep(made);
+        const std::lock_guard slotsLock(slotsMutex);
+        Recent().Keep(made);
     }
-    *map = std::move(made);
+    *index = std::move(made);
     return MediaError::None;
 }
 

@@ -17,8 +17,8 @@ namespace zrh::media::detail {
 /// @param isInterrupted  ends the wait for another thread; called every 50 ms while it lasts
 /// @param make           makes the map; called without any lock that another file needs
 /// @return None with a map, Cancelled when the wait was ended, or what @p make returned
-MediaError SharedMapOf(const FileIdentity& identity, const std::function<bool()>& isInterrupted,
-                       const std::function<MediaError(FileIndex* map)>& make,
-                       std::shared_ptr<const FileIndex>* map);
+MediaError SharedIndexOf(const FileIdentity& identity, const std::function<bool()>& isInterrupted,
+                         const std::function<MediaError(FileIndex* index)>& make,
+                         std::shared_ptr<const FileIndex>* index);
 
 }  // namespace zrh::media::detail

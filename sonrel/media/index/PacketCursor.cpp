@@ -19,15 +19,15 @@ AVChannelLayout LayoutOf(const DecodedFormat& format) {
 }  // namespace
 
 PacketCursor::PacketCursor(std::shared_ptr<const InputFile> file,
-                           std::shared_ptr<const StreamIndex> map, CursorMode mode)
-    : map_(std::move(map)),
-      source_(NewPacketSource(std::move(file), map_)),
+                           std::shared_ptr<const StreamIndex> index, CursorMode mode)
+    : index_(std::move(index)),
+      source_(NewPacketSource(std::move(file), index_)),
       mode_(mode),
       packet_(NewPacket()) {}
 
 bool PacketCursor::MoveTo(std::int64_t packet) {
     if (decoder_ != nullptr && packet >= position_ && packet < segmentEnd_) {
-        if (map_->traits.independent) position_ = packet;
+        if (index_->traits.independent) position_ = packet;
     } else if (!Restart(packet)) {
         return false;
     }
@@ -39,9 +39,9 @@ bool PacketCursor::MoveTo(std::int64_t packet) {
 }
 
 bool PacketCursor::Restart(std::int64_t packet) {
-    decoder_ = PacketDecoder::Open(*map_->parameters, map_->timeBase);
+    decoder_ = PacketDecoder::Open(*index_->parameters, index_->timeBase);
     if (decoder_ == nullptr) return false;
-    const PacketIndex& packets = map_->packets;
+    const PacketIndex& packets = index_->packets;
     if (mode_ == CursorMode::Straight) {
         position_ = 0;
         segmentEnd_ = packets.PacketCount();
@@ -51,7 +51,7 @@ bool PacketCursor::Restart(std::int64_t packet) {
     const Segment& segment = packets.Segments()[index];
     segmentEnd_ = index + 1 < packets.Segments().size() ? packets.Segments()[index + 1].firstPacket
                                                         : packets.PacketCount();
-    position_ = map_->traits.independent ? packet : segment.firstPacket;
+    position_ = index_->traits.independent ? packet : segment.firstPacket;
     for (std::int64_t i = segment.prerollPacket; i < segment.firstPacket; ++i) {
         if (!FetchAndDecode(i)) return false;
     }
@@ -78,8 +78,8 @@ bool PacketCursor::Next(std::vector<SampleBlock>* blocks) {
     heard_.clear();
     drained_.clear();
     for (int i = 0; i < decoder_->FrameCount(); ++i) heard_.push_back(&decoder_->Frame(i));
-    if (position_ + 1 == map_->packets.PacketCount()) DrainBehindLastPacket();
-    Slice(map_->packets.SpanOf(position_), blocks);
+    if (position_ + 1 == index_->packets.PacketCount()) DrainBehindLastPacket();
+    Slice(index_->packets.SpanOf(position_), blocks);
     ++position_;
     return true;
 }
@@ -114,7 +114,7 @@ void PacketCursor::Slice(const PacketSpan& span, std::vector<SampleBlock>* block
 }
 
 const AVFrame* PacketCursor::InFormat(const AVFrame& frame, std::size_t place) {
-    const DecodedFormat& wanted = map_->format;
+    const DecodedFormat& wanted = index_->format;
     DecodedFormat got = decoder_->FormatOf(frame);
     got.rawBits = wanted.rawBits;
     if (got.format == wanted.format && got.channels == wanted.channels && got.rate == wanted.rate) {

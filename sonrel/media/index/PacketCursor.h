@@ -25,7 +25,7 @@ enum class CursorMode {
 /// Threads: one at a time.
 class PacketCursor {
 public:
-    PacketCursor(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> map,
+    PacketCursor(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> index,
                  CursorMode mode);
 
     /// Makes the next packet the one to be decoded next. In Straight mode only packet 0 is allowed.
@@ -46,7 +46,7 @@ private:
     void Slice(const PacketSpan& span, std::vector<SampleBlock>* blocks);
     const AVFrame* InFormat(const AVFrame& frame, std::size_t place);
 
-    std::shared_ptr<const StreamIndex> map_;
+    std::shared_ptr<const StreamIndex> index_;
     std::unique_ptr<PacketSource> source_;
     CursorMode mode_;
     std::unique_ptr<PacketDecoder> decoder_;

@@ -37,7 +37,7 @@ PacketIndexer::PacketIndexer(std::shared_ptr<const InputFile> file, const AVStre
     : file_(std::move(file)),
       stream_(stream),
       traits_(TraitsOf(stream.codecpar->codec_id)),
-      rule_(*stream.codecpar, stream.time_base),
+      frameCounter_(*stream.codecpar, stream.time_base),
       mode_(traits_.countable && !decodeAll ? Mode::Checking : Mode::Decoding),
       decoder_(PacketDecoder::Open(*stream.codecpar, stream.time_base)) {}
 
@@ -79,7 +79,7 @@ void PacketIndexer::KeepForTailCheck(const AVPacket& packet, std::int64_t frames
 }
 
 std::int64_t PacketIndexer::CountFrames(const AVPacket& packet, std::int64_t* decoderSkip) {
-    const std::int64_t told = traits_.countable ? rule_.FramesOf(packet) : 0;
+    const std::int64_t told = traits_.countable ? frameCounter_.FramesOf(packet) : 0;
     if (mode_ == Mode::Trusting && told > 0) return told;
     if (mode_ == Mode::Trusting) return 0;
 
@@ -152,7 +152,7 @@ void PacketIndexer::BeginSegmentIfDue(const AVPacket& packet) {
     if (seen_ > 0 && !due) return;
     segmentStartFrames_ = decodedFrames_;
     const auto behind = static_cast<std::int64_t>(times_.size()) - 1;
-    map_.AddSegment({seen_, seen_ - behind, times_.front()});
+    packets_.AddSegment({seen_, seen_ - behind, times_.front()});
 }
 
 void PacketIndexer::Commit() {
@@ -164,8 +164,8 @@ void PacketIndexer::Commit() {
         pending_.hidden ? 0 : std::max<std::int64_t>(pending_.decoded - pending_.discard, 0);
     const std::int64_t skip = std::min(carriedSkip_, audible);
     carriedSkip_ -= pending_.hidden ? std::min(carriedSkip_, pending_.decoded) : skip;
-    if (!map_.AddPacket(pending_.record, static_cast<std::uint32_t>(skip),
-                        static_cast<std::uint32_t>(audible - skip))) {
+    if (!packets_.AddPacket(pending_.record, static_cast<std::uint32_t>(skip),
+                            static_cast<std::uint32_t>(audible - skip))) {
         tooVaried_ = true;
     }
 }
@@ -191,8 +191,8 @@ bool PacketIndexer::CheckTail() {
     return true;
 }
 
-bool PacketIndexer::Finish(StreamIndex* map) {
-    map->error = MediaError::Undecodable;
+bool PacketIndexer::Finish(StreamIndex* index) {
+    index->error = MediaError::Undecodable;
     if (mode_ != Mode::Decoding && seen_ > 0 && !CheckTail()) return false;
     if (mode_ == Mode::Decoding && hasPending_) {
         decoder_->Decode(nullptr);
@@ -200,17 +200,17 @@ bool PacketIndexer::Finish(StreamIndex* map) {
         NoteFormat();
     }
     Commit();
-    if (!direct_ && sawHeader_) map_.ForgetPositions();
-    map_.SetDirect(direct_);
-    map->traits = traits_;
-    map->silentFrames = silentFrames_;
-    map->packets = std::move(map_);
+    if (!direct_ && sawHeader_) packets_.ForgetPositions();
+    packets_.SetDirect(direct_);
+    index->traits = traits_;
+    index->silentFrames = silentFrames_;
+    index->packets = std::move(packets_);
     if (tooVaried_) {
-        map->reason = "its packets have more than " + std::to_string(PacketIndex::MAX_SHAPES) +
-                      " different lengths";
+        index->reason = "its packets have more than " + std::to_string(PacketIndex::MAX_SHAPES) +
+                        " different lengths";
     } else if (format_.format != AV_SAMPLE_FMT_NONE) {
-        map->format = format_;
-        map->error = MediaError::None;
+        index->format = format_;
+        index->error = MediaError::None;
     }
     return true;
 }

@@ -26,7 +26,7 @@ public:
 
     /// @return false when the last packets showed that headers cannot be trusted: a scan with
     ///         decodeAll is needed
-    bool Finish(StreamIndex* map);
+    bool Finish(StreamIndex* index);
 
 private:
     enum class Mode { Checking, Trusting, Decoding };
@@ -52,11 +52,11 @@ private:
     std::shared_ptr<const InputFile> file_;
     const AVStream& stream_;
     CodecTraits traits_;
-    FrameCounter rule_;
+    FrameCounter frameCounter_;
     Mode mode_;
     std::unique_ptr<PacketDecoder> decoder_;
     DecodedFormat format_;
-    PacketIndex map_;
+    PacketIndex packets_;
     bool direct_ = true;
     /// Some packet lay behind a header of the container, at another place than the container names.
     bool sawHeader_ = false;

@@ -29,12 +29,12 @@ bool Fits(const PacketRecord& packet, const PacketRecord& record) {
 /// Reads packets where they lie in the file, many at a time.
 class DirectSource : public PacketSource {
 public:
-    DirectSource(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> map)
-        : file_(std::move(file)), map_(std::move(map)) {}
+    DirectSource(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> index)
+        : file_(std::move(file)), index_(std::move(index)) {}
 
     bool Fetch(std::int64_t index, AVPacket* packet) override {
         if (file_->IsInterrupted()) return false;
-        const PacketRecord record = map_->packets.Packet(index);
+        const PacketRecord record = index_->packets.Packet(index);
         const std::uint8_t* bytes = Bytes(record.position, record.size);
         if (bytes == nullptr || CheckOf(bytes, record.size) != record.check) return false;
         pool_.Allocate(record.size, packet);
@@ -61,7 +61,7 @@ private:
     }
 
     std::shared_ptr<const InputFile> file_;
-    std::shared_ptr<const StreamIndex> map_;
+    std::shared_ptr<const StreamIndex> index_;
     std::vector<std::uint8_t> window_;
     std::int64_t windowStart_ = 0;
     std::size_t windowBytes_ = 0;
@@ -73,8 +73,8 @@ private:
 /// it from the front.
 class ContainerSource : public PacketSource {
 public:
-    ContainerSource(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> map)
-        : file_(std::move(file)), map_(std::move(map)) {}
+    ContainerSource(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> index)
+        : file_(std::move(file)), index_(std::move(index)) {}
 
     bool Fetch(std::int64_t index, AVPacket* packet) override {
         if (index >= firstBroken_ || file_->IsInterrupted()) return false;
@@ -120,10 +120,10 @@ private:
         ForgetKept();
         next_ = 0;
         demuxer_ = nullptr;
-        const int stream = map_->streamIndex;
+        const int stream = index_->streamIndex;
         if (Demuxer::Open(file_, &demuxer_) != MediaError::None) return false;
         if (static_cast<unsigned int>(stream) >= demuxer_->Context()->nb_streams ||
-            demuxer_->Stream(stream)->codecpar->codec_id != map_->parameters->codec_id) {
+            demuxer_->Stream(stream)->codecpar->codec_id != index_->parameters->codec_id) {
             demuxer_ = nullptr;
             return false;
         }
@@ -134,7 +134,7 @@ private:
     PacketPtr ReadOne() {
         PacketPtr packet = NewPacket();
         while (demuxer_->Read(packet.get())) {
-            if (packet->stream_index == map_->streamIndex) return packet;
+            if (packet->stream_index == index_->streamIndex) return packet;
             av_packet_unref(packet.get());
         }
         return nullptr;
@@ -160,7 +160,7 @@ private:
         if (demuxer_ == nullptr) return false;
         while (next_ <= index) {
             PacketPtr packet = ReadOne();
-            if (packet == nullptr || !Fits(RecordOf(*packet), map_->packets.Packet(next_)))
+            if (packet == nullptr || !Fits(RecordOf(*packet), index_->packets.Packet(next_)))
                 return false;
             Keep(std::move(packet));
         }
@@ -168,8 +168,8 @@ private:
     }
 
     bool SeekNear(std::int64_t index) {
-        const auto& segments = map_->packets.Segments();
-        const std::size_t at = map_->packets.SegmentOf(index);
+        const auto& segments = index_->packets.Segments();
+        const std::size_t at = index_->packets.SegmentOf(index);
         // The segment before the packet's own is the second try; near the front, reading from
         // there is as good.
         for (std::size_t back = 0; back < 3 && at >= back + 1; ++back) {
@@ -177,7 +177,7 @@ private:
             if (segment.prerollPacket > index) continue;
             if (demuxer_ == nullptr && !Reopen()) return false;
             ForgetKept();
-            if (av_seek_frame(demuxer_->Context(), map_->streamIndex, segment.prerollTime,
+            if (av_seek_frame(demuxer_->Context(), index_->streamIndex, segment.prerollTime,
                               AVSEEK_FLAG_BACKWARD) < 0) {
                 continue;
             }
@@ -214,7 +214,7 @@ private:
 
     void NarrowPlaces(const PacketRecord& record, std::size_t distance,
                       std::vector<std::int64_t>* places) const {
-        const PacketIndex& packets = map_->packets;
+        const PacketIndex& packets = index_->packets;
         if (distance == 0) {
             for (std::int64_t i = 0; i < packets.PacketCount(); ++i) {
                 if (Fits(record, packets.Packet(i))) places->push_back(i);
@@ -228,7 +228,7 @@ private:
     }
 
     std::shared_ptr<const InputFile> file_;
-    std::shared_ptr<const StreamIndex> map_;
+    std::shared_ptr<const StreamIndex> index_;
     std::unique_ptr<Demuxer> demuxer_;
     std::deque<PacketPtr> kept_;
     std::int64_t keptBytes_ = 0;
@@ -244,11 +244,11 @@ PacketRecord RecordOf(const AVPacket& packet) {
 }
 
 std::unique_ptr<PacketSource> NewPacketSource(std::shared_ptr<const InputFile> file,
-                                              std::shared_ptr<const StreamIndex> map) {
-    if (map->packets.IsDirect()) {
-        return std::make_unique<DirectSource>(std::move(file), std::move(map));
+                                              std::shared_ptr<const StreamIndex> index) {
+    if (index->packets.IsDirect()) {
+        return std::make_unique<DirectSource>(std::move(file), std::move(index));
     }
-    return std::make_unique<ContainerSource>(std::move(file), std::move(map));
+    return std::make_unique<ContainerSource>(std::move(file), std::move(index));
 }
 
 }  // namespace zrh::media::detail

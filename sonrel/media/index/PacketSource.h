@@ -27,7 +27,7 @@ public:
 /// Makes the source that fits the map: straight from the file where the map is direct, through the
 /// container otherwise.
 std::unique_ptr<PacketSource> NewPacketSource(std::shared_ptr<const InputFile> file,
-                                              std::shared_ptr<const StreamIndex> map);
+                                              std::shared_ptr<const StreamIndex> index);
 
 /// The record of a packet that a container gave.
 PacketRecord RecordOf(const AVPacket& packet);

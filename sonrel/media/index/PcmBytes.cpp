@@ -24,16 +24,16 @@ bool StoresView(AVCodecID codec) {
     return IsNativeCodec(codec) || codec == AV_CODEC_ID_PCM_S24LE;
 }
 
-PcmBytes::PcmBytes(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> map)
+PcmBytes::PcmBytes(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> index)
     : file_(std::move(file)),
-      map_(std::move(map)),
-      native_(IsNativeCodec(map_->parameters->codec_id)),
+      index_(std::move(index)),
+      native_(IsNativeCodec(index_->parameters->codec_id)),
       packet_(NewPacket()) {
-    if (!native_) decoder_ = PacketDecoder::Open(*map_->parameters, map_->timeBase);
+    if (!native_) decoder_ = PacketDecoder::Open(*index_->parameters, index_->timeBase);
 }
 
 int PcmBytes::ReadRaw(std::int64_t start, int count, void* buffer) const {
-    const PcmLayout& layout = *map_->pcm;
+    const PcmLayout& layout = *index_->pcm;
     const std::int64_t got = file_->ReadAt(
         layout.offset + start * layout.bytesPerFrame, buffer,
         static_cast<std::size_t>(count) * static_cast<std::size_t>(layout.bytesPerFrame));
@@ -41,7 +41,7 @@ int PcmBytes::ReadRaw(std::int64_t start, int count, void* buffer) const {
 }
 
 bool PcmBytes::Decode(std::int64_t start, int count, SampleBlock* block) {
-    const auto bytesPerFrame = static_cast<std::size_t>(map_->pcm->bytesPerFrame);
+    const auto bytesPerFrame = static_cast<std::size_t>(index_->pcm->bytesPerFrame);
     if (native_) {
         raw_.resize(static_cast<std::size_t>(count) * bytesPerFrame);
         const int got = ReadRaw(start, count, raw_.data());

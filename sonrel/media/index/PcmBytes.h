@@ -17,7 +17,7 @@ namespace zrh::media::detail {
 /// Threads: one at a time.
 class PcmBytes {
 public:
-    PcmBytes(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> map);
+    PcmBytes(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> index);
 
     /// The bytes in the file are the decoder's samples.
     bool IsNative() const { return native_; }
@@ -33,7 +33,7 @@ public:
 
 private:
     std::shared_ptr<const InputFile> file_;
-    std::shared_ptr<const StreamIndex> map_;
+    std::shared_ptr<const StreamIndex> index_;
     bool native_ = false;
     std::unique_ptr<PacketDecoder> decoder_;
     PacketPool pool_;

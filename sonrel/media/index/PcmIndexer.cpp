@@ -16,12 +16,12 @@ constexpr std::int64_t SEEK_WORTH_BYTES = 4 << 20;
 /// So far before the presumed end reading begins.
 constexpr std::int64_t TAIL_BYTES = 256 << 10;
 
-bool IsPlain(const Demuxer& demuxer, const StreamIndex& map) {
+bool IsPlain(const Demuxer& demuxer, const StreamIndex& index) {
     const std::string_view name = demuxer.Context()->iformat->name;
     if (std::find(PLAIN_FORMATS.begin(), PLAIN_FORMATS.end(), name) == PLAIN_FORMATS.end()) {
         return false;
     }
-    const AVCodecParameters& parameters = *map.parameters;
+    const AVCodecParameters& parameters = *index.parameters;
     if (!IsPcm(parameters.codec_id) || parameters.ch_layout.nb_channels < 1) return false;
     const int bits = av_get_exact_bits_per_sample(parameters.codec_id);
     const std::int64_t bytes =
@@ -30,14 +30,14 @@ bool IsPlain(const Demuxer& demuxer, const StreamIndex& map) {
 }
 
 /// Decodes a few bytes of a stream to learn its format.
-bool LearnFormat(const AVPacket& packet, StreamIndex* map) {
-    const auto decoder = PacketDecoder::Open(*map->parameters, map->timeBase);
+bool LearnFormat(const AVPacket& packet, StreamIndex* index) {
+    const auto decoder = PacketDecoder::Open(*index->parameters, index->timeBase);
     if (decoder == nullptr) return false;
     decoder->Decode(&packet);
     if (decoder->FrameCount() == 0) return false;
-    map->format = decoder->FormatOf(decoder->Frame(0));
-    return map->format.channels == map->parameters->ch_layout.nb_channels &&
-           map->format.rate >= MIN_RATE && map->format.rate <= MAX_RATE;
+    index->format = decoder->FormatOf(decoder->Frame(0));
+    return index->format.channels == index->parameters->ch_layout.nb_channels &&
+           index->format.rate >= MIN_RATE && index->format.rate <= MAX_RATE;
 }
 
 /// Moves the demuxer close to the end of the file.
@@ -53,13 +53,13 @@ bool SkipToTail(const InputFile& file, Demuxer* demuxer, const AVStream& stream,
 
 }  // namespace
 
-PcmResult MapPcm(const InputFile& file, Demuxer* demuxer, StreamIndex* map) {
-    if (!IsPlain(*demuxer, *map)) return PcmResult::Untouched;
+PcmResult IndexPcm(const InputFile& file, Demuxer* demuxer, StreamIndex* index) {
+    if (!IsPlain(*demuxer, *index)) return PcmResult::Untouched;
     const PacketPtr packet = NewPacket();
-    if (!demuxer->Read(packet.get()) || packet->pos < 0 || !LearnFormat(*packet, map)) {
+    if (!demuxer->Read(packet.get()) || packet->pos < 0 || !LearnFormat(*packet, index)) {
         return PcmResult::Disturbed;
     }
-    const PcmLayout layout = {packet->pos, map->parameters->block_align};
+    const PcmLayout layout = {packet->pos, index->parameters->block_align};
     std::int64_t end = packet->pos + packet->size;
     const bool seeks = file.Size() - layout.offset >= SEEK_WORTH_BYTES;
     if (seeks && !SkipToTail(file, demuxer, *demuxer->Stream(packet->stream_index), layout)) {
@@ -81,11 +81,11 @@ PcmResult MapPcm(const InputFile& file, Demuxer* demuxer, StreamIndex* map) {
     if (!sawTail || demuxer->Failure() != MediaError::None || end > file.Size())
         return PcmResult::Disturbed;
 
-    map->pcm = layout;
-    map->view = ViewOf(map->parameters->codec_id, map->format);
-    map->totalFrames = (end - layout.offset) / layout.bytesPerFrame;
-    map->error = MediaError::None;
-    return PcmResult::Mapped;
+    index->pcm = layout;
+    index->view = ViewOf(index->parameters->codec_id, index->format);
+    index->totalFrames = (end - layout.offset) / layout.bytesPerFrame;
+    index->error = MediaError::None;
+    return PcmResult::Indexed;
 }
 
 }  // namespace zrh::media::detail

@@ -43,6 +43,12 @@ struct StreamIndex {
     PacketIndex packets;
     /// Of all readers of the stream: the only part that changes after the map is made.
     std::shared_ptr<SilenceCounter> silence = std::make_shared<SilenceCounter>();
+
+    /// Bytes of a frame in the form of the view.
+    std::size_t ViewFrameBytes() const {
+        return static_cast<std::size_t>(view.BytesPerSample()) *
+               static_cast<std::size_t>(format.channels);
+    }
 };
 
 /// The audio streams of a file, in file order.

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "sonrel/base/Paths.h"
+#include "sonrel/media/input/ThreadScopes.h"
 
 namespace zrh::media::detail {
 namespace {
@@ -66,8 +67,8 @@ MediaError InputFile::Open(const std::wstring& path, std::shared_ptr<const Input
     if (::fstat(opened->descriptor_, &status) != 0) return MediaError::OpenFailed;
     if (!S_ISREG(status.st_mode)) return MediaError::NotRegularFile;
 
-    opened->interrupt_ = InterruptFlag::OfThisThread();
-    opened->watch_ = ReadMonitor::OfThisThread();
+    opened->interrupt_ = ThreadScopes::Current().interrupt;
+    opened->monitor_ = ThreadScopes::Current().readMonitor;
     opened->identity_ = orlo::files::IdentityOf(status);
     *file = std::move(opened);
     return MediaError::None;
@@ -96,9 +97,9 @@ std::int64_t InputFile::ReadAt(std::int64_t offset, void* buffer, std::size_t si
 
 /// @param error  errno; 0 for a file that has become shorter
 void InputFile::NoteFailure(std::int64_t position, int error) const {
-    if (watch_ == nullptr) return;
-    watch_->NoteFailure("it cannot be read at byte " + std::to_string(position) + ": " +
-                        (error == 0 ? "it has become shorter" : std::strerror(error)));
+    if (monitor_ == nullptr) return;
+    monitor_->NoteFailure("it cannot be read at byte " + std::to_string(position) + ": " +
+                          (error == 0 ? "it has become shorter" : std::strerror(error)));
 }
 
 }  // namespace zrh::media::detail

@@ -49,7 +49,7 @@ private:
     std::string path_;
     FileIdentity identity_;
     std::shared_ptr<InterruptFlag> interrupt_;
-    std::shared_ptr<ReadMonitor> watch_;  // null without an observer
+    std::shared_ptr<ReadMonitor> monitor_;  // null without an observer
 };
 
 }  // namespace zrh::media::detail

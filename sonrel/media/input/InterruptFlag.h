@@ -17,9 +17,6 @@ class InterruptFlag {
 public:
     explicit InterruptFlag(InterruptScope::Function function) : function_(std::move(function)) {}
 
-    /// The flag of the innermost scope on this thread; null without a scope.
-    static std::shared_ptr<InterruptFlag> OfThisThread();
-
     /// Calls the function, unless it has returned true before.
     /// @return true once the function has returned true
     bool Ask();

@@ -4,19 +4,10 @@
 #include <utility>
 
 #include "sonrel/media/input/InterruptFlag.h"
+#include "sonrel/media/input/ThreadScopes.h"
 
 namespace zrh::media {
 namespace detail {
-namespace {
-
-thread_local std::shared_ptr<InterruptFlag> innermost;
-
-}  // namespace
-
-std::shared_ptr<InterruptFlag> InterruptFlag::OfThisThread() {
-    return innermost;
-}
-
 bool InterruptFlag::Ask() {
     if (set_) return true;
     const std::lock_guard lock(mutex_);
@@ -33,10 +24,10 @@ void InterruptFlag::End() {
 
 InterruptScope::InterruptScope(Function isInterrupted)
     : flag_(std::make_shared<detail::InterruptFlag>(std::move(isInterrupted))),
-      outer_(std::exchange(detail::innermost, flag_)) {}
+      outer_(std::exchange(detail::ThreadScopes::Current().interrupt, flag_)) {}
 
 InterruptScope::~InterruptScope() {
-    detail::innermost = outer_;
+    detail::ThreadScopes::Current().interrupt = outer_;
     flag_->End();
 }
 

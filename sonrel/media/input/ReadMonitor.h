@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "sonrel/media/input/ReadObserver.h"
+#include "sonrel/media/input/ThreadScopes.h"
 
 namespace zrh::media::detail {
 
@@ -17,9 +18,6 @@ namespace zrh::media::detail {
 class ReadMonitor {
 public:
     explicit ReadMonitor(ReadObserver::Function function) : function_(std::move(function)) {}
-
-    /// The watch of this thread; null when there is none.
-    static std::shared_ptr<ReadMonitor> OfThisThread();
 
     /// Adds frames and tells the observer. @throws ReadCancelled
     void Add(long long frames);
@@ -47,35 +45,35 @@ private:
 class ReadProgress {
 public:
     /// Joins the watch of this thread, if there is one.
-    ReadProgress() : watch_(ReadMonitor::OfThisThread()) {}
+    ReadProgress() : monitor_(ThreadScopes::Current().readMonitor) {}
 
     /// Counts frames before they are read. @throws ReadCancelled
     void Count(int frames) {
-        if (watch_ == nullptr || frames < 1) return;
+        if (monitor_ == nullptr || frames < 1) return;
         unreported_ += frames;
         if (unreported_ < REPORT_INTERVAL && !first_) return;
-        watch_->Add(unreported_);
+        monitor_->Add(unreported_);
         unreported_ = 0;
         first_ = false;
     }
 
     /// Makes the watch fail, if there is one.
     void NoteFailure(const std::string& clause) const {
-        if (watch_ != nullptr) watch_->NoteFailure(clause);
+        if (monitor_ != nullptr) monitor_->NoteFailure(clause);
     }
 
     /// After a read. @param failed  it could not read the samples from @p start on
     /// @throws ReadFailed
     void CheckRead(bool failed, long long start) const {
-        if (watch_ == nullptr) return;
+        if (monitor_ == nullptr) return;
         if (failed) NoteFailure("its sound cannot be read at sample " + std::to_string(start));
-        watch_->CheckFailure();
+        monitor_->CheckFailure();
     }
 
 private:
     static constexpr long long REPORT_INTERVAL = 65536;
 
-    std::shared_ptr<ReadMonitor> watch_;
+    std::shared_ptr<ReadMonitor> monitor_;
     long long unreported_ = 0;
     bool first_ = true;
 };

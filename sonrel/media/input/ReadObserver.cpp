@@ -4,14 +4,10 @@
 #include <utility>
 
 #include "sonrel/media/input/ReadMonitor.h"
+#include "sonrel/media/input/ThreadScopes.h"
 
 namespace zrh::media {
 namespace detail {
-namespace {
-
-thread_local std::shared_ptr<ReadMonitor> innermost;
-
-}  // namespace
 
 void ReadMonitor::Add(long long frames) {
     const std::lock_guard lock(mutex_);
@@ -39,23 +35,19 @@ void ReadMonitor::End() {
     failed_ = false;
 }
 
-std::shared_ptr<ReadMonitor> ReadMonitor::OfThisThread() {
-    return innermost;
-}
-
 }  // namespace detail
 
 ReadObserver::ReadObserver(Function function)
-    : watch_(std::make_shared<detail::ReadMonitor>(std::move(function))),
-      outer_(std::exchange(detail::innermost, watch_)) {}
+    : monitor_(std::make_shared<detail::ReadMonitor>(std::move(function))),
+      outer_(std::exchange(detail::ThreadScopes::Current().readMonitor, monitor_)) {}
 
 ReadObserver::~ReadObserver() {
-    detail::innermost = outer_;
-    watch_->End();
+    detail::ThreadScopes::Current().readMonitor = outer_;
+    monitor_->End();
 }
 
 std::string ReadObserver::Failure() const {
-    return watch_->Failure();
+    return monitor_->Failure();
 }
 
 }  // namespace zrh::media

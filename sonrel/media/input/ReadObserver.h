@@ -65,7 +65,7 @@ public:
     std::string Failure() const;
 
 private:
-    std::shared_ptr<detail::ReadMonitor> watch_;
+    std::shared_ptr<detail::ReadMonitor> monitor_;
     std::shared_ptr<detail::ReadMonitor> outer_;
 };
 
