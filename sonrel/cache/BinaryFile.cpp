@@ -18,8 +18,8 @@ ssize_t ReadStream(void* cookie, char* bytes, std::size_t size) {
     return files::Uninterrupted([&] { return ::read(DescriptorOf(cookie), bytes, size); });
 }
 
-/// The C library's own streams drop their buffer when a signal interrupts a write; this one repeats
-/// the write.
+/// The standard streams of the C library drop their buffer when a signal interrupts a write. This
+/// function repeats the write.
 ssize_t WriteStream(void* cookie, const char* bytes, std::size_t size) {
     std::size_t done = 0;
     while (done < size) {

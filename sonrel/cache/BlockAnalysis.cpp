@@ -15,8 +15,8 @@
 
 #include "sonrel/base/Numbers.h"
 
-// Before a loop whose iterations do not touch what others do, where the compiler cannot tell. Clang
-// looks at run time, and would warn where it then finds nothing to gain.
+// Marks a loop with independent iterations where the compiler cannot prove it. Clang tests this at
+// run time, and would warn about the pragma where vectors are not faster.
 #if defined(__clang__)
 #define SONREL_INDEPENDENT_ITERATIONS
 #else
@@ -40,18 +40,18 @@ unsigned char ByteOf(double value) {
     return static_cast<unsigned char>(zrtl::TruncToInt32(value));
 }
 
-// Each form of samples has a Stored type, in which values compare as their samples do and which
-// holds 0 for a sample of no amplitude, and says
-//   Unpack  one sample of the stream in that type, limited to what stands for full scale
-//   ToX     its value x
+// Each form of samples has a Stored type, in which values have the order of their samples and 0 is
+// silence, and defines
+//   Unpack    converts one sample of the stream to that type, limited to full scale
+//   ToX       the value x of a Stored value
 //   PeakByte  the byte of x * 127.0 as a minimum or maximum
-//   SCALE   what Stored has for full scale, so that Stored / SCALE is x but for rounding
+//   SCALE     full scale in Stored: Stored / SCALE is x except for rounding
 
 struct Unsigned8 {
     using Stored = std::int16_t;
     static constexpr std::size_t BYTES = 1;
     static constexpr double SCALE = 255.0;
-    // Twice the distance from the middle, which lies between two values.
+    // Twice the distance from the middle, which is between two values.
     static Stored Unpack(const unsigned char* from) {
         return static_cast<Stored>(2 * from[0] - 255);
     }
@@ -60,7 +60,7 @@ struct Unsigned8 {
         const double v = stored / 255.0 - 0.5;
         return std::clamp(v + v, -1.0, 1.0);
     }
-    // A block that stays on one side of the middle has a limit of 0, which no sample has.
+    // A block on one side of the middle has a limit of 0, which is not the value of any sample.
     static unsigned char PeakByte(Stored value) {
         return value == 0 ? 0 : ByteOf(ToX(value) * 127.0);
     }
@@ -74,8 +74,8 @@ struct Signed16 {
         return std::max(Load<Stored>(from), static_cast<Stored>(-32767));
     }
     static double ToX(Stored value) { return value / SCALE; }
-    // In whole numbers: but for 0 and full scale the product is no multiple of 32767, so that its
-    // quotient is far from a whole number and rounding of doubles does not show.
+    // In integers: except for 0 and full scale the product is not a multiple of 32767, so that the
+    // quotient is far from an integer and the rounding of doubles has no effect.
     static unsigned char PeakByte(Stored value) {
         return static_cast<unsigned char>(value * 127 / 32767);
     }
@@ -120,7 +120,7 @@ unsigned char RmsByte(double sum, int values) {
     return ByteOf(std::sqrt(sum / static_cast<double>(values)) * 255.0);
 }
 
-/// The sum of the definition: one sample after the other.
+/// The sum in the defined order, one sample after the other.
 template <class Form>
 double SumInOrder(const unsigned char* samples, int values) {
     double sum = 0.0;
@@ -132,7 +132,7 @@ double SumInOrder(const unsigned char* samples, int values) {
     return sum;
 }
 
-/// Any number of frames, as the definition says.
+/// Summarises any number of frames by the definition.
 template <class Form>
 void SummariseInOrder(const unsigned char* samples, int channels, int frames,
                       unsigned char* block) {
@@ -156,10 +156,10 @@ void SummariseInOrder(const unsigned char* samples, int channels, int frames,
     block[0] = RmsByte(SumInOrder<Form>(samples, values), values);
 }
 
-/// The sum of the squares of 32 values a channel, in any order.
+/// The sum of the squares of 32 values for each channel, in any order.
 double SumOfSquares(const std::int16_t* values, int channels) {
 #if defined(__SSE2__)
-    // Four squares fit in 32 bits without sign, as no value is -32768.
+    // Four squares fit in 32 unsigned bits, because no value is -32768.
     const __m128i zero = _mm_setzero_si128();
     __m128i sums = zero;
     for (int i = 0; i < channels * FRAMES_PER_BLOCK; i += 16) {
@@ -195,9 +195,9 @@ double SumOfSquares(const Stored* values, int channels) {
            ((sums[4] + sums[5]) + (sums[6] + sums[7]));
 }
 
-/// The RMS byte from a sum that was taken in another order and may differ from the defined one by
-/// one part in 10^12: the byte is certain unless RMS times 255 lies close to a whole number.
-/// @return false when it is not certain
+/// The RMS byte from a sum in another order, which may differ from the defined sum by one part in
+/// 10^12: the byte is certain unless RMS times 255 is close to an integer.
+/// @return false when the byte is not certain
 bool RmsByteNear(double sum, double scale, int values, unsigned char* byte) {
     const double rms = std::sqrt(sum / values) * (255.0 / scale);
     if (!(rms < 65536.0)) return false;
@@ -208,7 +208,7 @@ bool RmsByteNear(double sum, double scale, int values, unsigned char* byte) {
     return true;
 }
 
-/// Lays the upper half of the rows over the lower one until @p channels values are left in front.
+/// Combines the upper half of the values with the lower half until @p channels values remain.
 template <class Stored>
 void Reduce(Stored* low, Stored* high, int values, int channels) {
     for (int half = values / 2; half >= channels; half /= 2) {
@@ -220,9 +220,9 @@ void Reduce(Stored* low, Stored* high, int values, int channels) {
     }
 }
 
-/// The limits of each channel over 32 frames, both at least from 0. A NaN loses every comparison
-/// with 0 and so enters neither.
-/// @param low, high  room for as many values; the first @p channels are the limits
+/// The limits of each channel over 32 frames: the minimum is at most 0, the maximum at least 0. A NaN
+/// fails every comparison with 0 and so changes neither.
+/// @param low, high  room for as many values; receive the limits in the first @p channels values
 template <class Stored>
 void LimitsOf(const Stored* values, int channels, Stored* low, Stored* high) {
     const Stored zero{};
@@ -235,25 +235,25 @@ void LimitsOf(const Stored* values, int channels, Stored* low, Stored* high) {
 }
 
 #if defined(__SSE2__)
-/// As above, for channels that divide the eight values of a register.
+/// As above, for numbers of channels that divide the eight values of a register.
 void LimitsInRegisters(const std::int16_t* values, int channels, std::int16_t* low,
                        std::int16_t* high) {
-    __m128i least = _mm_setzero_si128();
-    __m128i most = _mm_setzero_si128();
+    __m128i minima = _mm_setzero_si128();
+    __m128i maxima = _mm_setzero_si128();
     for (int i = 0; i < channels * FRAMES_PER_BLOCK; i += 8) {
         const __m128i eight = _mm_load_si128(reinterpret_cast<const __m128i*>(values + i));
-        least = _mm_min_epi16(least, eight);
-        most = _mm_max_epi16(most, eight);
+        minima = _mm_min_epi16(minima, eight);
+        maxima = _mm_max_epi16(maxima, eight);
     }
-    _mm_store_si128(reinterpret_cast<__m128i*>(low), least);
-    _mm_store_si128(reinterpret_cast<__m128i*>(high), most);
+    _mm_store_si128(reinterpret_cast<__m128i*>(low), minima);
+    _mm_store_si128(reinterpret_cast<__m128i*>(high), maxima);
     Reduce(low, high, 8, channels);
 }
 #endif
 
-/// A whole block. Gives the bytes of SummariseInOrder: minima and maxima do not depend on any
-/// order, and RMS is taken in order where the order could show.
-/// @tparam CHANNELS  the channels, or 0 to take the argument
+/// Summarises a whole block with the same bytes as SummariseInOrder: minima and maxima do not depend
+/// on the order, and RMS is summed in order where the order could change its byte.
+/// @tparam CHANNELS  the channels, or 0 to use the argument
 template <class Form, int CHANNELS>
 void SummariseWhole(const unsigned char* samples, int channelArgument, unsigned char* block) {
     using Stored = typename Form::Stored;

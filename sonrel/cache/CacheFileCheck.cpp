@@ -19,7 +19,7 @@ using project::utility::BinaryFile;
 
 namespace {
 
-/// Whether a block can be read whole.
+/// Whether a whole block can be read.
 bool CanReadBlock(BinaryFile& file, const detail::PeakHeader& header, long long block) {
     std::array<char, 1 + 2 * detail::MAX_PEAK_CHANNELS> bytes{};
     const long long size = detail::PeakBlockBytes(header.channels);
@@ -27,7 +27,7 @@ bool CanReadBlock(BinaryFile& file, const detail::PeakHeader& header, long long 
            file.Read(bytes.data(), static_cast<std::size_t>(size));
 }
 
-/// Whether nothing follows the bytes that were read.
+/// Whether the position is the end of the file.
 bool IsAtEnd(BinaryFile& file) {
     char byte = 0;
     return file.ReadSome(&byte, 1) == 0;

@@ -10,26 +10,25 @@
 
 namespace orlo::sonrel {
 
-/// Checks of files in the media cache. They change nothing; a file is opened only if it is a
-/// regular file and not a link.
+/// Checks files in the media cache. Nothing is changed. Only regular files are opened, and no links.
 ///
 /// Threads: any.
 namespace CacheFileCheck {
 
-/// Whether a peak file is whole: its header is valid, the file has exactly the length that its
-/// header gives, and its first and its last block can be read. A file of a stream without length,
-/// which has a header and no blocks, is whole.
+/// Whether a peak file is whole: its header is valid, the length of the file matches its header, and
+/// its first and last block can be read. A file without blocks, made from a stream without length, is
+/// whole.
 /// @param channels  of the stream; a file with another number is not whole. 0 accepts any number
 SONREL_EXPORT bool IsWholePeakFile(const std::wstring& path, int channels = 0);
 
-/// Reads a peak file to its end and computes its checksum, as its writer did.
-/// @param proceed  called again and again; false stops the reading; may be empty
+/// Reads a peak file to its end and computes its checksum in the same way as its writer.
+/// @param proceed  called repeatedly; false stops the reading; may be empty
 /// @return empty when a part of the file cannot be read or @p proceed returned false
 SONREL_EXPORT std::optional<std::uint64_t> PeakFileChecksum(const std::wstring& path,
                                                             const std::function<bool()>& proceed);
 
 /// The fingerprint of a media file, computed from its size and its last-write time. A record of the
-/// media database with another fingerprint belongs to another state of the media file.
+/// media database with another fingerprint belongs to an earlier state of the media file.
 /// @return empty when the file cannot be examined
 SONREL_EXPORT std::wstring MediaFingerprint(const std::wstring& mediaPath);
 

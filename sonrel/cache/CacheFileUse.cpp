@@ -15,8 +15,8 @@ namespace orlo::sonrel {
 
 namespace {
 
-/// One folder has one entry, whatever path leads to it: two open lock files of one process would
-/// keep each other's files.
+/// A folder has one entry, independent of the path: two open lock files in one process would block
+/// each other.
 using Id = std::pair<dev_t, ino_t>;
 
 struct Folder {
@@ -29,7 +29,7 @@ struct Registry {
     std::map<Id, Folder> folders;  // guarded by mutex
 };
 
-/// Never destroyed: engines may end after the statics of the library.
+/// Never destroyed: engines may be destroyed after the static objects of the library.
 Registry& Folders() {
     static auto& registry = *new Registry;
     return registry;
@@ -76,8 +76,8 @@ void CacheFolderUse::Mark(const std::wstring& cacheFolder, const std::wstring& f
         const std::lock_guard guard(Folders().mutex);
         return Folders().folders[id].locks.Mark(LockFileIn(folder), byte);
     };
-    // Another process removes a file. The other threads of this process do not wait with this one:
-    // one of them may have to end a removal that the other process waits for.
+    // Another process removes the file. Only this thread waits: another thread of this process may
+    // have to end a removal that the other process waits for.
     std::optional<detail::RemovalWait> wait;
     while (!mark()) wait.emplace(LockFileIn(folder), byte);
 }
@@ -105,7 +105,7 @@ CacheFileRemoval::CacheFileRemoval(const std::wstring& cacheFolder, const std::w
 }
 
 CacheFileRemoval::~CacheFileRemoval() {
-    GiveBack();
+    Release();
 }
 
 CacheFileRemoval::CacheFileRemoval(CacheFileRemoval&& other) noexcept
@@ -113,13 +113,13 @@ CacheFileRemoval::CacheFileRemoval(CacheFileRemoval&& other) noexcept
 
 CacheFileRemoval& CacheFileRemoval::operator=(CacheFileRemoval&& other) noexcept {
     if (this == &other) return *this;
-    GiveBack();
+    Release();
     lock_ = std::move(other.lock_);
     isAllowed_ = other.isAllowed_;
     return *this;
 }
 
-void CacheFileRemoval::GiveBack() {
+void CacheFileRemoval::Release() {
     if (lock_ == nullptr) return;
     const std::lock_guard guard(Folders().mutex);
     const auto folder = Folders().folders.find(lock_->folder);

@@ -40,7 +40,7 @@ void SetAudioSamplesAvailable(const std::shared_ptr<MediaAsset>& asset, int samp
                               const std::wstring& conformedFilePath) {
     const auto& stream = asset->AudioStream();
     if (stream == nullptr) return;
-    // The path first: a reader that sees the flag finds the path set.
+    // The path first: a reader that sees the flag also sees the path.
     stream->SetConformedFile(conformedFilePath, sampleRate);
     stream->SetSamplesAvailable(true);
 }

@@ -22,8 +22,8 @@ struct flock Range(short type, long long first, long long length) {
     return range;
 }
 
-/// Whoever may read or write the folder of a lock file may do so with the file, whatever umask it
-/// was made with: a removal takes an exclusive lock, which needs the permission to write.
+/// Gives the lock file the read and write permissions of its folder, independent of the umask: a
+/// removal takes an exclusive lock, which needs write permission.
 void ShareWithFolder(const std::string& name, int descriptor, const struct stat& status) {
     struct stat folder = {};
     if (status.st_uid != ::geteuid()) return;
@@ -32,7 +32,7 @@ void ShareWithFolder(const std::string& name, int descriptor, const struct stat&
     if (wanted != (status.st_mode & 0777)) ::fchmod(descriptor, wanted);
 }
 
-/// Of another user's lock file, the marks can be read and made, and nothing else.
+/// With another user's lock file, bytes can be marked and marks can be read, and nothing else.
 int OpenLockFile(const std::string& name) {
     struct stat status = {};
     const int descriptor =
@@ -47,7 +47,7 @@ bool IsRegularFile(const std::string& name) {
     return ::lstat(name.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-/// Whether a lock was not given because another process has one.
+/// Whether a lock was refused because another process holds one.
 bool IsRefusal(int error) {
     return error == EAGAIN || error == EACCES;
 }
@@ -61,7 +61,7 @@ bool IsRemoved(int descriptor) {
 
 FolderLocks::~FolderLocks() {
     if (descriptor_ < 0) return;
-    // A forked process that has the descriptor too would keep the locks.
+    // A forked process that inherited the descriptor would keep the locks.
     struct flock all = Range(F_UNLCK, 0, 0);
     if (process_ == ::getpid()) ::fcntl(descriptor_, F_OFD_SETLK, &all);
     files::Close(descriptor_);
@@ -112,9 +112,9 @@ bool FolderLocks::AreSupported(const std::string& lockFile) {
     return areSupported;
 }
 
-/// Opens the lock file, anew when it was removed with its folder.
+/// Opens the lock file, again if it was removed with its folder.
 bool FolderLocks::Open(const std::string& lockFile) {
-    ForgetParent();
+    DropLocksOfParent();
     if (descriptor_ >= 0 && !IsRemoved(descriptor_)) return true;
     if (descriptor_ >= 0) files::Close(descriptor_);
     descriptor_ = OpenLockFile(lockFile);
@@ -125,8 +125,8 @@ bool FolderLocks::Open(const std::string& lockFile) {
     return true;
 }
 
-/// The locks of a forked process are those of its parent, through the parent's open file.
-void FolderLocks::ForgetParent() {
+/// A forked process shares the locks of its parent through the descriptor of the parent.
+void FolderLocks::DropLocksOfParent() {
     if (process_ == ::getpid()) return;
     process_ = ::getpid();
     if (descriptor_ >= 0) files::Close(descriptor_);
@@ -139,7 +139,7 @@ bool FolderLocks::Lock(int command, short type, long long byte) const {
     return files::Uninterrupted([&] { return ::fcntl(descriptor_, command, &range); }) == 0;
 }
 
-/// Whether nobody else has the byte locked, for a descriptor that can take no exclusive lock.
+/// Whether no other process has locked the byte, for a descriptor that cannot take exclusive locks.
 bool FolderLocks::IsFree(long long byte) const {
     struct flock range = Range(F_WRLCK, byte, 1);
     return ::fcntl(descriptor_, F_OFD_GETLK, &range) != 0 || range.l_type == F_UNLCK;
@@ -151,7 +151,7 @@ RemovalWait::RemovalWait(const std::string& lockFile, long long byte)
     if (descriptor_ >= 0) {
         files::Uninterrupted([&] { return ::fcntl(descriptor_, F_OFD_SETLKW, &range); });
     } else {
-        ::sched_yield();  // without a descriptor there is nothing to wait for
+        ::sched_yield();  // without a descriptor it cannot wait
     }
 }
 

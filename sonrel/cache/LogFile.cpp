@@ -23,7 +23,7 @@ QDateTime Now() {
     return testClock ? testClock() : QDateTime::currentDateTime();
 }
 
-/// Characters that end a line or steer a terminal.
+/// Whether a character ends a line or controls a terminal.
 bool IsControl(wchar_t character) {
     const auto code = static_cast<char32_t>(character);
     return code < 0x20 || (code >= 0x7F && code < 0xA0) || code == 0x2028 || code == 0x2029;
@@ -42,8 +42,8 @@ QString Escape(wchar_t character) {
     }
 }
 
-/// The message with each control character as text, so that a path with a line feed in it forges
-/// no line.
+/// The message with each control character as text, so that a path with a line feed cannot forge a
+/// line.
 QString OneLine(const std::wstring& message) {
     QString line;
     std::size_t plain = 0;  // start of the characters that are not appended yet
@@ -75,13 +75,12 @@ LogFile::~LogFile() = default;
 
 void LogFile::Write(const std::wstring& message) {
     if (impl_->path.empty()) return;
-    // Stamped before the lock is taken: lines of two threads can be out of order by a moment.
+    // The time is taken before the lock: lines of two threads can be slightly out of order.
     const QDateTime now = Now();
     const std::lock_guard<std::mutex> guard(impl_->lock);
 
     const QString path = QString::fromStdWString(impl_->path);
-    // To open a named pipe would wait for its reader. What stands in the log's place and is no
-    // file is left alone.
+    // Opening a named pipe would wait for its reader. Anything but a regular file is ignored.
     const QFileInfo present(path);
     if (present.exists() && !present.isFile()) return;
 

@@ -17,7 +17,7 @@ namespace {
 constexpr std::uint64_t SECONDS_FROM_1601_TO_1970 = 11644473600u;
 constexpr std::uint64_t TICKS_PER_SECOND = 10000000u;
 
-/// Unsigned throughout, so that a time far from ours wraps and is still a number.
+/// Unsigned, so that a time far outside the range wraps around instead of overflowing.
 std::uint64_t TicksSince1601(const timespec& time) {
     const auto seconds = static_cast<std::uint64_t>(time.tv_sec) + SECONDS_FROM_1601_TO_1970;
     return seconds * TICKS_PER_SECOND + static_cast<std::uint64_t>(time.tv_nsec) / 100u;

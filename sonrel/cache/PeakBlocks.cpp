@@ -16,36 +16,36 @@ using zrh::media::ZRSampleDataType;
 
 namespace {
 
-/// Where the blocks go: behind those in memory, or a piece at a time to the file.
+/// Receives the blocks: appends them in memory, or writes them to the file in pieces.
 class BlockSink {
 public:
     BlockSink(BinaryFile* file, std::vector<unsigned char>* memory)
         : file_(file), bytes_(memory != nullptr ? *memory : piece_) {}
 
-    /// Room for blocks to come.
-    void Expect(long long blocks, int blockBytes) {
+    /// Reserves memory for the expected blocks.
+    void Reserve(long long blocks, int blockBytes) {
         if (file_ != nullptr) blocks = std::min<long long>(blocks, PIECE_BYTES / blockBytes + 1);
         bytes_.reserve(bytes_.size() +
                        static_cast<std::size_t>(blocks) * static_cast<std::size_t>(blockBytes));
     }
 
-    /// The place of the next block.
+    /// Room for the next block.
     unsigned char* Next(int blockBytes) {
         bytes_.resize(bytes_.size() + static_cast<std::size_t>(blockBytes));
         return &bytes_.back() + 1 - blockBytes;
     }
 
     void EndBlock() {
-        if (file_ != nullptr && bytes_.size() >= PIECE_BYTES) HandOver();
+        if (file_ != nullptr && bytes_.size() >= PIECE_BYTES) WritePiece();
     }
-    void End() {
-        if (file_ != nullptr) HandOver();
+    void Finish() {
+        if (file_ != nullptr) WritePiece();
     }
 
 private:
     static constexpr std::size_t PIECE_BYTES = 65536;
 
-    void HandOver() {
+    void WritePiece() {
         if (!WriteBytes(*file_, bytes_)) throw std::runtime_error("Cannot write peak blocks");
         bytes_.clear();
     }
@@ -55,7 +55,7 @@ private:
     std::vector<unsigned char>& bytes_;
 };
 
-std::size_t BytesOfStep(int channels, int bitsPerSample) {
+std::size_t StepBytes(int channels, int bitsPerSample) {
     if (channels < 1 || channels > MAX_PEAK_CHANNELS) {
         throw std::runtime_error("Unsupported channel count.");
     }
@@ -76,10 +76,10 @@ public:
     StepReader(ZRAbstractAudioStream& stream, std::size_t bytes)
         : stream_(stream), buffer_(bytes) {}
 
-    /// @param frames  how many are wanted
-    /// @return how many there were, silence included
+    /// @param frames  frames to read
+    /// @return frames read, including silence
     int Read(long long position, int frames) {
-        // The count of the step before stands where a stream that fails leaves it alone.
+        // A stream that fails without setting the count leaves the count of the step before.
         const int code = stream_.GetSamples(position, frames, buffer_.data(),
                                             static_cast<int>(buffer_.size()), &framesRead_);
         if (code != 0) {
@@ -87,7 +87,7 @@ public:
             if (framesRead_ == 0) framesRead_ = frames;
             std::fill(buffer_.begin(), buffer_.end(), static_cast<unsigned char>(0));
         }
-        // A stream that goes on like this would never end.
+        // Without progress the loop would never end.
         if (framesRead_ < 1) throw std::runtime_error("Cannot get samples");
         return framesRead_;
     }
@@ -112,13 +112,13 @@ unsigned int WritePeakBlocks(const std::shared_ptr<ZRAbstractAudioStream>& strea
                              int bitsPerSample, ZRSampleDataType dataType,
                              std::pair<long long, long long> range, BinaryFile* file,
                              std::vector<unsigned char>* memory) {
-    StepReader reader(*stream, BytesOfStep(channels, bitsPerSample));
+    StepReader reader(*stream, StepBytes(channels, bitsPerSample));
     const SampleForm form = SampleFormOf(dataType, bitsPerSample);
     const int blockBytes = PeakBlockBytes(channels);
     long long position = range.first;
     long long remaining = range.second - range.first;
     BlockSink sink(file, memory);
-    sink.Expect(std::max(remaining, 0LL) / FRAMES_PER_BLOCK + 1, blockBytes);
+    sink.Reserve(std::max(remaining, 0LL) / FRAMES_PER_BLOCK + 1, blockBytes);
 
     unsigned int blocks = 0;
     while (remaining > 0) {
@@ -131,7 +131,7 @@ unsigned int WritePeakBlocks(const std::shared_ptr<ZRAbstractAudioStream>& strea
         remaining -= frames;
         ++blocks;
     }
-    sink.End();
+    sink.Finish();
     return blocks;
 }
 

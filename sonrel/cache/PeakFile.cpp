@@ -23,7 +23,7 @@ struct PeakFileImpl {
     std::int32_t channelCount = 0;
     std::int32_t blockCount = 0;
     std::int32_t samplesPerBlock = 0;
-    std::vector<BinaryFile> parked;  // opened before the one above, and open until Close
+    std::vector<BinaryFile> parked;  // files of earlier calls of Open, open until Close
     std::vector<unsigned char> piece;
 };
 
@@ -32,27 +32,27 @@ namespace {
 constexpr std::size_t PIECE_BYTES = 65536;
 constexpr double MAX_RESERVED = 1 << 20;
 
-/// Which blocks feed which points.
+/// A range of blocks, and the number of blocks for each point.
 struct BlockRange {
     int first = 0;
     int end = 0;
     double step = 1.0;
 };
 
-/// Hands out the blocks of a file one after the other, read a piece at a time.
+/// Reads the blocks of a file in order, in pieces.
 class BlockReader {
 public:
-    /// @param bytesNeeded  of the file's last block, for it to count
-    /// @param most         blocks that are not read beyond
-    BlockReader(PeakFileImpl& impl, std::size_t bytesNeeded, int first, int most)
+    /// @param bytesNeeded  minimum bytes of a cut last block, for it to count
+    /// @param end          no block from here on is read
+    BlockReader(PeakFileImpl& impl, std::size_t bytesNeeded, int first, int end)
         : impl_(impl),
           blockBytes_(static_cast<std::size_t>(detail::PeakBlockBytes(impl.channelCount))),
           bytesNeeded_(bytesNeeded),
-          unread_(most - first) {}
+          unread_(end - first) {}
 
-    /// @param wanted  at most this many
-    /// @param blocks  receives their place, good until the next call
-    /// @return how many there are; 0 when the file has no more
+    /// @param wanted  maximum number of blocks
+    /// @param blocks  receives their position, valid until the next call
+    /// @return the number of blocks; 0 at the end of the file
     int Take(int wanted, const unsigned char** blocks) {
         if (at_ == held_) ReadPiece(wanted);
         *blocks = impl_.piece.data() + static_cast<std::size_t>(at_) * blockBytes_;
@@ -84,18 +84,18 @@ private:
     int held_ = 0;
 };
 
-/// Room for the points to come. A file whose header promises more than it holds gets no room for it
-/// in advance.
+/// Reserves memory for the expected points, up to a limit: the header of a file may declare more
+/// blocks than the file contains.
 /// @throws std::length_error when @p count is negative
 template <class Byte>
 void Reserve(std::vector<Byte>& points, double count) {
     points.reserve(static_cast<std::size_t>(zrtl::TruncToInt64(std::min(count, MAX_RESERVED))));
 }
 
-/// The walk over the blocks of a range, point by point.
+/// Reads the blocks of a range, point by point.
 ///
-/// A point ends at the block to which the sum of the steps so far rounds. The steps are added up
-/// and not multiplied: at a step of 1.1 point 15 ends at block 16, and 15 * 1.1 would make it 17.
+/// A point ends at the block to which the sum of the steps rounds. The steps are added and not
+/// multiplied: with a step of 1.1 point 15 ends at block 16, but 15 * 1.1 would round to 17.
 template <class Fold, class Byte>
 PeakFile::Result ReadPoints(PeakFileImpl& impl, BlockRange range, Fold fold,
                             std::vector<Byte>& points) {
@@ -119,7 +119,7 @@ PeakFile::Result ReadPoints(PeakFileImpl& impl, BlockRange range, Fold fold,
     }
 }
 
-/// @param valuesPerPoint  for the room
+/// @param valuesPerPoint  for the reserved memory
 template <class Fold, class Byte>
 PeakFile::Result Read(PeakFileImpl& impl, BlockRange range, int valuesPerPoint,
                       std::vector<Byte>& points) {

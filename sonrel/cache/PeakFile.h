@@ -18,31 +18,31 @@ struct PeakFileImpl;
 /// A summary of one audio stream: for every 32 sample frames one RMS byte of all channels together
 /// and, for each channel, a minimum and a maximum byte.
 ///
-/// Create writes one from a media asset; an object of the class reads one, reduced to any number of
-/// points of at least one block each.
+/// Create writes a peak file from a media asset. An object of the class reads a peak file, reduced to
+/// any number of points of at least one block each.
 ///
 /// Minimum and maximum are the sample value (full scale 1.0) times 127, RMS is times 255, both cut
-/// toward zero. A block's minimum is never above 0 and its maximum never below. Samples of a float
-/// stream beyond full scale wrap in the byte: 1.5 gives a maximum of 190, which reads as -66.
+/// toward zero. A block's minimum is never above 0 and its maximum never below 0. Samples of a float
+/// stream beyond full scale wrap in the byte: 1.5 is stored as 190 and read as -66.
 ///
 /// Threads: one at a time on one object. Objects are independent, also on one file, and Create may
 /// run on any thread.
 class SONREL_EXPORT PeakFile {
 public:
-    /// The outcome of reading.
+    /// The result of a read.
     enum class Result : int {
-        Ok = 0,               ///< the vector holds the answer
-        NotOpen = 1,          ///< no file is open; the vector is untouched
-        InvalidArgument = 2,  ///< the block range or the step was refused; the vector is untouched
-        ReadFailed = 3,       ///< the file is too short or failed; the vector holds the points
-                              ///< that were finished before
+        Ok = 0,               ///< the vector contains the points
+        NotOpen = 1,          ///< no file is open; the vector is unchanged
+        InvalidArgument = 2,  ///< the block range or the step is invalid; the vector is unchanged
+        ReadFailed = 3,       ///< the file is too short or failed; the vector contains the points
+                              ///< before
     };
 
     /// How Create reads the media. The file is the same to the byte.
     enum class CreateMode : int {
         Auto = 0,            ///< SingleThreaded below 30 seconds of sound, otherwise MultiThreaded
         SingleThreaded = 1,  ///< one pass on the calling thread
-        MultiThreaded = 2,   ///< four tasks, each with a reader of its own; so do all other values
+        MultiThreaded = 2,   ///< four tasks, each with its own reader; also any other value
     };
 
     /// Results of Create other than 0.
@@ -73,9 +73,9 @@ public:
 
     /// Writes the peak file of an asset's audio stream, at the stream's own rate and channel count.
     ///
-    /// Reads the whole stream and returns when the file is complete; there is no way to stop it.
-    /// Media that cannot be read in the middle counts as silence there. On failure the file stays
-    /// behind half made: it never opens as a peak file, and to delete it is the caller's part.
+    /// Reads the whole stream and returns when the file is complete; it cannot be stopped. Media that
+    /// cannot be read in the middle counts as silence there. On failure a partial file remains: it
+    /// never opens as a peak file, and the caller deletes it.
     /// @param path  the file to write; its old content is lost. Only a regular file or a link to
     ///              one is written, and a new file is made where the path leads to nothing
     /// @return 0, or one of the codes above
@@ -86,10 +86,10 @@ public:
     /// Opens a file and reads its header. Only a regular file is opened, and not through a link,
     /// except for the name of an open descriptor in /proc/self/fd.
     ///
-    /// The file's length is not compared with the block count: a short file shows itself when it is
-    /// read. A file that opens but has no valid header leaves the object open with its former
-    /// numbers. A file that is open already stays open until Close.
-    /// @return false when there is no such file, it is no peak file of version 1, its channel count
+    /// The file's length is not compared with the block count: reading a short file fails. A file
+    /// that opens but has no valid header leaves the object open with its former numbers. A file that
+    /// is open already stays open until Close.
+    /// @return false when the file does not exist, is not a peak file of version 1, its channel count
     ///         is not 1 to 16 or it has no blocks
     bool Open(const std::wstring& path);
     /// Closes the file; the three numbers keep their values.
@@ -97,32 +97,32 @@ public:
 
     /// Channels of the stream, 1 to 16; 0 before a file was opened.
     int ChannelCount() const;
-    /// Blocks in the file, as its header says; 0 before a file was opened. A header beyond
-    /// 2147483647 reads as a negative number.
+    /// The block count of the header; 0 before a file was opened. A count above 2147483647 is
+    /// returned as a negative number.
     int BlockCount() const;
     /// 32 once a file was opened, 0 before. The last block may cover fewer frames.
     int SamplesPerBlock() const;
 
     /// Reads the peaks of a range of blocks.
     ///
-    /// Points are cut at the step alone: the last one may take in blocks at and behind @p endBlock,
-    /// up to BlockCount().
+    /// Points end at multiples of the step only: the last point may include blocks at and after
+    /// @p endBlock, up to BlockCount().
     /// @param firstBlock      0 or above
     /// @param endBlock        exclusive; at most BlockCount(). Equal to @p firstBlock gives no
     ///                        points
     /// @param blocksPerPoint  1.0 or above, fractions and infinity included
     /// @param peaks           receives for point p and channel c the minimum at
-    ///                        (p * ChannelCount() + c) * 2 and the maximum behind it
+    ///                        (p * ChannelCount() + c) * 2 and the maximum after it
     /// @throws std::length_error when @p endBlock is less than @p firstBlock by half a step divided
     ///         by the channel count, or more
     Result GetChannelPeaks(int firstBlock, int endBlock, double blocksPerPoint,
                            std::vector<signed char>& peaks);
 
-    /// Reads the RMS of a range of blocks, all channels together; as GetChannelPeaks, but that only
-    /// an end before the first block by half a step or more throws. Of a block that the file cuts
-    /// off, the RMS counts as long as its own byte is there.
-    /// @param amplitudes  receives one byte a point: the root of the mean of the squared RMS of its
-    ///                    blocks, cut toward zero, so that three blocks of 19 give 18
+    /// Reads the RMS of a range of blocks, all channels together. Like GetChannelPeaks, except that it
+    /// throws only for an end before the first block by half a step or more. A cut block at the end
+    /// of the file counts if its RMS byte exists.
+    /// @param amplitudes  receives one byte for each point: the root of the mean of the squared RMS of
+    ///                    its blocks, cut toward zero: three blocks of 19 result in 18
     Result GetRMSAmplitude(int firstBlock, int endBlock, double blocksPerPoint,
                            std::vector<unsigned char>& amplitudes);
 

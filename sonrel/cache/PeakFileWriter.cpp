@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "sonrel/base/FrameRange.h"
 #include "sonrel/cache/PeakFile.h"
 #include "sonrel/cache/detail/BinaryFile.h"
 #include "sonrel/cache/detail/BlockAnalysis.h"
@@ -26,22 +27,22 @@ using zrh::media::FindAudioStream;
 using zrh::media::MediaFilePtr;
 using zrh::media::ZRAbstractAudioStream;
 using zrh::media::ZRSampleDataType;
+using zrtl::FrameRange;
 using Mode = PeakFile::CreateMode;
 
 namespace {
 
 constexpr unsigned int SECONDS_FOR_TASKS = 30;
 constexpr std::size_t TASKS = 4;
-constexpr std::size_t EXTRA = TASKS - 1;
+constexpr std::size_t EXTRA = TASKS - 1;  ///< readers besides the first
 
-using FrameRange = std::pair<long long, long long>;
 using Stream = std::shared_ptr<ZRAbstractAudioStream>;
 
-/// What the file is made of.
+/// The stream that is summarised.
 struct Source {
     std::wstring mediaPath;
     unsigned long long streamIndex = 0;
-    Stream stream;  // of the reader that looked at the media first
+    Stream stream;  // of the first reader
     int channels = 0;
     int bitsPerSample = 0;
     ZRSampleDataType dataType = ZRSampleDataType::Integer;
@@ -51,24 +52,24 @@ struct Source {
 unsigned int WriteRange(const Source& source, const Stream& stream, FrameRange range,
                         BinaryFile* file, std::vector<unsigned char>* memory) {
     return detail::WritePeakBlocks(stream, source.channels, source.bitsPerSample, source.dataType,
-                                   range, file, memory);
+                                   {range.start, range.end}, file, memory);
 }
 
-/// Four quarters of the frames that begin at multiples of 32, so that their blocks are those of one
-/// pass. The last takes what is left over.
+/// Four quarters of the frames that start at multiples of 32, so that their blocks equal the blocks
+/// of one pass. The last quarter includes the remainder.
 std::array<FrameRange, TASKS> QuartersOf(long long frames) {
     const long long quarter = frames / 4 / FRAMES_PER_BLOCK * FRAMES_PER_BLOCK;
     return {
         {{0, quarter}, {quarter, 2 * quarter}, {2 * quarter, 3 * quarter}, {3 * quarter, frames}}};
 }
 
-/// Four tasks side by side, each with a reader of its own. The first writes to the file meanwhile,
-/// the others wait in memory until it is through.
+/// Runs four tasks in parallel, each with its own reader. The first task writes to the file, the
+/// others to memory, which is appended afterwards.
 /// @return 0 or the code of the step that failed
 int WriteInTasks(const Source& source, BinaryFile& output, unsigned int* blocks) {
     const auto ranges = QuartersOf(source.frames);
-    // In this order: a task that is still running at the end is waited for before anything that it
-    // uses goes away.
+    // In this order: the destructors wait for a running task before they destroy anything that it
+    // uses.
     std::array<MediaFilePtr, EXTRA> files;
     std::array<Stream, EXTRA> streams;
     std::array<std::vector<unsigned char>, EXTRA> memory;
@@ -123,7 +124,7 @@ bool WriteNumber(BinaryFile& output, std::uint32_t number) {
     return output.Write(bytes.data(), bytes.size());
 }
 
-/// The header comes last: until then nothing opens the file as a peak file.
+/// The header is written last: until then the file does not open as a peak file.
 /// @return 0 or the code of the step that failed
 int WriteHeader(BinaryFile& output, int channels, unsigned int blocks) {
     if (!output.Seek(0, SEEK_SET)) return PeakFile::HEADER_NOT_POSITIONED;
@@ -132,14 +133,13 @@ int WriteHeader(BinaryFile& output, int channels, unsigned int blocks) {
     if (!WriteNumber(output, detail::PEAK_VERSION)) return PeakFile::VERSION_NOT_WRITTEN;
     if (!WriteNumber(output, static_cast<std::uint32_t>(channels)))
         return PeakFile::CHANNEL_COUNT_NOT_WRITTEN;
-    // Flushed here, because a full disk would be passed over in silence when the file is closed.
+    // Flushed here, because closing the file would not report a full disk.
     if (!WriteNumber(output, blocks) || !output.Flush()) return PeakFile::BLOCK_COUNT_NOT_WRITTEN;
     return 0;
 }
 
-/// Whether the stream is long enough for four readers. The product wraps at 32 bits, as the rate
-/// does.
-bool TakesTasks(Mode mode, int sampleRate, long long frames) {
+/// Whether four tasks are used. The product wraps at 32 bits, like the rate.
+bool UsesTasks(Mode mode, int sampleRate, long long frames) {
     if (mode == Mode::SingleThreaded) return false;
     if (mode != Mode::Auto) return true;
     return frames >=
@@ -170,7 +170,7 @@ int WritePeakFile(const std::shared_ptr<MediaAsset>& asset, const std::wstring& 
     source.bitsPerSample = source.stream->BitsPerSample();
     source.dataType = source.stream->SampleDataType();
     source.frames = source.stream->SampleCount();
-    const bool inTasks = TakesTasks(mode, source.stream->SampleRate(), source.frames);
+    const bool inTasks = UsesTasks(mode, source.stream->SampleRate(), source.frames);
 
     BinaryFile output;
     if (!OpenOutput(output, path, outputName)) return PeakFile::OUTPUT_NOT_OPENED;

@@ -18,17 +18,17 @@ constexpr std::array<double, 256> MakeSquares() {
 
 constexpr std::array<double, 256> SQUARES = MakeSquares();
 
-/// @tparam CHANNELS  the channels, or 0 to take the argument
+/// @tparam CHANNELS  the channels, or 0 to use the argument
 template <int CHANNELS>
 void AddPeaks(const unsigned char* blocks, int count, int channelArgument, signed char* low,
               signed char* high) {
     const int channels = CHANNELS > 0 ? CHANNELS : channelArgument;
     for (int block = 0; block < count; ++block, blocks += PeakBlockBytes(channels)) {
         for (int channel = 0; channel < channels; ++channel) {
-            const auto least = static_cast<signed char>(blocks[1 + 2 * channel]);
-            const auto most = static_cast<signed char>(blocks[2 + 2 * channel]);
-            low[channel] = std::min(low[channel], least);
-            high[channel] = std::max(high[channel], most);
+            const auto minimum = static_cast<signed char>(blocks[1 + 2 * channel]);
+            const auto maximum = static_cast<signed char>(blocks[2 + 2 * channel]);
+            low[channel] = std::min(low[channel], minimum);
+            high[channel] = std::max(high[channel], maximum);
         }
     }
 }

@@ -39,7 +39,7 @@ void SetWaveformPreviewAvailable(const std::shared_ptr<MediaAsset>& asset,
                                  const std::wstring& peakFilePath) {
     const auto& stream = asset->AudioStream();
     if (stream == nullptr) return;
-    // The path first: a reader that sees the flag finds the path set.
+    // The path first: a reader that sees the flag also sees the path.
     stream->SetWaveformPeakFilePath(peakFilePath);
     stream->SetWaveformPreviewAvailable(true);
 }

@@ -14,33 +14,33 @@ class MediaDB;
 
 namespace orlo::sonrel {
 
-/// Peak files in the media cache: made once of a media file's own audio, at its own rate, and found
+/// Peak files in the media cache: made once from a media file's audio, at its own rate, and found
 /// again in later runs through the media database.
 ///
-/// Threads: any; work on one media path queues under a lock of the asset's media manager, which is
-/// held until the file is complete. Conformed files have another lock, so that both can be made of
-/// one media file at once. A database connection serves one thread at a time.
+/// Threads: any; calls for one media path wait for a lock of the asset's media manager, which is held
+/// until the file is complete. Conformed files have another lock, so that both can be made from one
+/// media file at the same time. A database connection is used by one thread at a time.
 namespace WaveformPeakFileHelper {
 
 /// Finds or makes the peak file of an asset's stream.
 ///
-/// A file is current when a record stands for exactly this media path, size and last-write time and
-/// stream index, its name is not empty and the file is on disk. To find it stamps it as used now;
-/// to read it does not.
-/// @param cacheFolder       where the file lies; empty makes nothing
+/// A file is current if the database has a record for exactly this media path, size, last-write time
+/// and stream index, its name is not empty and the file exists. Finding the file marks its record as
+/// used now; reading the file does not.
+/// @param cacheFolder       folder of the file; if empty, no file is made
 /// @param log               may be empty
 /// @param database          may be empty: then each call makes a new file and records nothing
-/// @param includeAllCodecs  false passes over streams of codec 6
-/// @return the file's full path, or an empty string; what went wrong stands in the log
-/// @throws std::exception what the database throws at the lookup, and "Cannot create UUID"
+/// @param includeAllCodecs  false skips streams of codec 6
+/// @return the file's full path, or an empty string; the error is in the log
+/// @throws std::exception from the database at the lookup, and "Cannot create UUID"
 SONREL_EXPORT std::wstring CreateWaveformPeakFile(const std::shared_ptr<project::MediaAsset>& asset,
                                                   const std::wstring& cacheFolder,
                                                   const std::shared_ptr<project::LogFile>& log,
                                                   const std::shared_ptr<project::MediaDB>& database,
                                                   bool includeAllCodecs);
 
-/// Makes a peak file although there may be a current one, and records it in its place, as
-/// ConformedAudioFileHelper::RemakeConformedAudioFile does. Everything else is as for
+/// Makes a peak file even if a current file exists, and records it instead of that file, like
+/// ConformedAudioFileHelper::RemakeConformedAudioFile. Everything else is as for
 /// CreateWaveformPeakFile.
 SONREL_EXPORT std::wstring RemakeWaveformPeakFile(const std::shared_ptr<project::MediaAsset>& asset,
                                                   const std::wstring& cacheFolder,
@@ -48,12 +48,12 @@ SONREL_EXPORT std::wstring RemakeWaveformPeakFile(const std::shared_ptr<project:
                                                   const std::shared_ptr<project::MediaDB>& database,
                                                   bool includeAllCodecs);
 
-/// Puts a peak file on the asset's stream and marks the waveform as available.
+/// Sets the peak file of the asset's stream and marks the waveform as available.
 SONREL_EXPORT void SetWaveformPreviewAvailable(const std::shared_ptr<project::MediaAsset>& asset,
                                                const std::wstring& peakFilePath);
 
-/// CreateWaveformPeakFile, then the form above with its result. The waveform is marked as available
-/// also when the result is empty: the question is settled, and there is no picture.
+/// Calls CreateWaveformPeakFile, then the form above with its result. The waveform is marked as
+/// available also when the result is empty: the attempt is complete, and no picture can be drawn.
 SONREL_EXPORT void SetWaveformPreviewAvailable(const std::shared_ptr<project::MediaAsset>& asset,
                                                const std::wstring& cacheFolder,
                                                const std::shared_ptr<project::LogFile>& log,

@@ -20,21 +20,21 @@ using detail::SampleBuffer;
 using detail::StereoConverter;
 using orlo::project::ConformedFileWriter;
 
-/// Values that are gathered before they are written.
+/// Values that are buffered before they are written.
 constexpr std::size_t WRITE_VALUES = 128 * 1024;
-/// A piece of so many frames is written from where it lies.
-constexpr int FRAMES_WORTH_A_WRITE = 8192;
-/// Source frames between two questions to the observer.
-constexpr long long FRAMES_PER_NOTICE = 48000;
+/// A block of at least this many frames is written without buffering.
+constexpr int MIN_DIRECT_WRITE_FRAMES = 8192;
+/// Source frames between two calls of the observer.
+constexpr long long REPORT_INTERVAL = 48000;
 
-/// No more frames than this come out of @p frames frames.
-std::int64_t LargestOutput(std::int64_t frames, int fromRate, int toRate) {
+/// The maximum number of frames that @p frames source frames are converted to.
+std::int64_t MaxOutputFrames(std::int64_t frames, int fromRate, int toRate) {
     return frames / fromRate * toRate + 2LL * toRate + 4096;
 }
 
-MediaError OpenOutput(const std::wstring& path, int rate, std::int64_t largestFrames,
+MediaError OpenOutput(const std::wstring& path, int rate, std::int64_t maxFrames,
                       ConformedFileWriter* writer) {
-    switch (writer->Open(zrtl::ToUtf8(path), rate, largestFrames)) {
+    switch (writer->Open(zrtl::ToUtf8(path), rate, maxFrames)) {
         case ConformedFileWriter::Result::Done:
             return MediaError::None;
         case ConformedFileWriter::Result::Exists:
@@ -44,8 +44,8 @@ MediaError OpenOutput(const std::wstring& path, int rate, std::int64_t largestFr
     }
 }
 
-/// Source frames that give at most about 2^20 frames.
-int FramesInAPiece(int fromRate, int toRate) {
+/// The number of source frames that are converted to about 2^20 frames at most.
+int FramesOfAPiece(int fromRate, int toRate) {
     constexpr std::int64_t MAX_OUTPUT = 1 << 20;
     return static_cast<int>(
         std::clamp<std::int64_t>(MAX_OUTPUT * fromRate / toRate, 1, MAX_OUTPUT));
@@ -58,12 +58,12 @@ public:
         : source_(source),
           converter_(converter),
           writer_(writer),
-          pieceFrames_(FramesInAPiece(source->Format().rate, rate)) {}
+          pieceFrames_(FramesOfAPiece(source->Format().rate, rate)) {}
 
     MediaError Run() {
         std::vector<SampleBlock> blocks;
         for (;;) {
-            if (!NotifyIfDue()) return MediaError::Cancelled;
+            if (!ReportIfDue()) return MediaError::Cancelled;
             const MediaError error = source_->Next(&blocks);
             if (error != MediaError::None) return error;
             if (blocks.empty()) break;
@@ -74,22 +74,22 @@ public:
         }
         if (!converter_->Flush(&samples_)) return MediaError::Undecodable;
         if (!WriteOut()) return MediaError::OutputFailed;
-        noticed_ = -1;
-        if (!NotifyIfDue()) return MediaError::Cancelled;
+        reported_ = -1;
+        if (!ReportIfDue()) return MediaError::Cancelled;
         return writer_->Finish() ? MediaError::None : MediaError::OutputFailed;
     }
 
 private:
-    bool NotifyIfDue() {
-        const long long due = std::min<long long>(FRAMES_PER_NOTICE, pieceFrames_);
-        if (noticed_ >= 0 && done_ - noticed_ < due) return true;
-        noticed_ = done_;
+    bool ReportIfDue() {
+        const long long due = std::min<long long>(REPORT_INTERVAL, pieceFrames_);
+        if (reported_ >= 0 && done_ - reported_ < due) return true;
+        reported_ = done_;
         return ConversionObserver::Notify(done_, source_->TotalFrames());
     }
 
     MediaError Take(const SampleBlock& block) {
         if (converter_->IsIdentity() && block.planes != nullptr &&
-            block.frames >= FRAMES_WORTH_A_WRITE) {
+            block.frames >= MIN_DIRECT_WRITE_FRAMES) {
             const auto* samples =
                 reinterpret_cast<const std::int16_t*>(block.planes[0]) + 2 * block.offset;
             const bool written = WriteOut() && writer_->Write(samples, block.frames);
@@ -97,7 +97,7 @@ private:
             return written ? MediaError::None : MediaError::OutputFailed;
         }
         for (int at = 0; at < block.frames; at += pieceFrames_) {
-            if (at > 0 && !NotifyIfDue()) return MediaError::Cancelled;
+            if (at > 0 && !ReportIfDue()) return MediaError::Cancelled;
             const int frames = std::min(pieceFrames_, block.frames - at);
             const SampleBlock piece{block.planes, block.offset + at, frames};
             if (!converter_->Convert(piece, &samples_)) return MediaError::Undecodable;
@@ -121,7 +121,7 @@ private:
     int pieceFrames_;
     SampleBuffer samples_;
     long long done_ = 0;
-    long long noticed_ = -1;
+    long long reported_ = -1;
 };
 
 MediaError ConvertStream(const std::shared_ptr<ZRAbstractAudioStream>& stream,
@@ -142,8 +142,9 @@ MediaError ConvertStream(const std::shared_ptr<ZRAbstractAudioStream>& stream,
     error = converter.Open(source->Format(), rate);
     if (error != MediaError::None) return error;
     ConformedFileWriter writer;
-    error = OpenOutput(outputPath, rate,
-                       LargestOutput(source->TotalFrames(), source->Format().rate, rate), &writer);
+    error =
+        OpenOutput(outputPath, rate,
+                   MaxOutputFrames(source->TotalFrames(), source->Format().rate, rate), &writer);
     if (error != MediaError::None) return error;
     error = Conversion(source.get(), &converter, rate, &writer).Run();
     *reason = source->Reason();

@@ -8,8 +8,8 @@
 namespace zrh::media::detail {
 namespace {
 
-/// Before the preparation only the container tells the length, and it is believed only so far.
-constexpr std::int64_t FRAMES_PER_BYTE = 4096;
+/// The limit for the length that the container declares. It is used before the preparation only.
+constexpr std::int64_t MAX_FRAMES_PER_BYTE = 4096;
 
 int TypeOf(const AVStream& stream) {
     switch (stream.codecpar->codec_type) {
@@ -33,7 +33,7 @@ std::int64_t DeclaredFrames(const AVFormatContext& context, const AVStream& stre
     } else if (context.duration > 0) {
         frames = av_rescale_q(context.duration, AVRational{1, AV_TIME_BASE}, AVRational{1, rate});
     }
-    return frames > 0 && frames / FRAMES_PER_BYTE <= fileSize ? frames : 0;
+    return frames > 0 && frames / MAX_FRAMES_PER_BYTE <= fileSize ? frames : 0;
 }
 
 }  // namespace
@@ -82,12 +82,12 @@ int AudioStream::GetSamples(long long start, int count, void* buffer, int buffer
     } catch (const std::bad_alloc&) {
         error = MediaError::OutOfMemory;
     } catch (const SilenceRefused& refusal) {
-        // Passed on as an exception for the same reason as below.
+        // Stays an exception for the reason below.
         progress_.NoteFailure(refusal.what());
         throw;
     }
     if (error != MediaError::None) read = 0;
-    // A writer of peak files takes an error for silence; an exception ends it.
+    // PeakFile::Create treats an error code as silence; an exception ends it.
     if (error != MediaError::None && state_->file != nullptr && state_->file->IsInterrupted()) {
         throw ReadCancelled();
     }

@@ -8,12 +8,12 @@
 
 namespace zrh::media {
 
-/// Watches the conversions that ZRAudioConverter makes on this thread while it lives.
+/// Watches the conversions of ZRAudioConverter on this thread during the lifetime of the observer.
 ///
-/// The function is called on the converting thread, several times a second of work, with the
-/// source's frames that are done and all of them. When it returns false, the conversion stops and
-/// fails with MediaError::Cancelled. Of several observers on one thread the one made last is asked.
-/// They are destroyed in reverse order, on the thread that made them.
+/// The function is called on the converting thread, several times a second, with the converted
+/// source frames and their total. When it returns false, the conversion stops and fails with
+/// MediaError::Cancelled. If a thread has several observers, the last one is called. Destroy them in
+/// reverse order, on the thread that made them.
 class SONREL_EXPORT ConversionObserver {
 public:
     using Function = std::function<bool(long long doneFrames, long long totalFrames)>;
@@ -23,12 +23,13 @@ public:
     ConversionObserver(const ConversionObserver&) = delete;
     ConversionObserver& operator=(const ConversionObserver&) = delete;
 
-    /// Asks the observer of this thread; without one the answer is to go on.
+    /// Calls the observer of this thread. @return whether to continue; true without an observer
     static bool Notify(long long doneFrames, long long totalFrames);
 
-    /// Why the last conversion failed, as a clause; empty when it succeeded, and before the first.
+    /// The reason why the last conversion failed, as a clause; empty after a success and before the
+    /// first conversion.
     const std::string& Failure() const { return failure_; }
-    /// Stores the reason for Failure with the observer of this thread, if there is one.
+    /// Sets Failure of the observer of this thread, if it has one.
     static void NoteFailure(const std::string& reason);
 
 private:

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int FRAMES_PER_STEP = 32768;
 
-/// Decodes packets with one decoder from the first to the last.
+/// Decodes all packets with one decoder.
 class DecodedPackets : public DecodedSource {
 public:
     DecodedPackets(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> index)
@@ -33,7 +33,7 @@ public:
             blocks->push_back({nullptr, 0, static_cast<int>(silent)});
             lead_ += silent;
         }
-        // A packet of which nothing is heard is decoded all the same, for those behind it.
+        // A packet without used frames is decoded too: later packets may depend on it.
         while (blocks->empty() && cursor_.Position() < index_->packets.PacketCount()) {
             if (cursor_.Next(blocks)) continue;
             return file_->IsInterrupted() ? MediaError::Cancelled : MediaError::ReadFailed;
@@ -61,7 +61,7 @@ private:
     std::int64_t silent_ = 0;
 };
 
-/// Takes samples out of the file as they lie there.
+/// Reads uncompressed samples.
 class DecodedPcm : public DecodedSource {
 public:
     DecodedPcm(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> index)
@@ -91,7 +91,7 @@ private:
     std::int64_t position_ = 0;
 };
 
-/// Reads a stream of another maker through the operations that every stream has.
+/// Reads a stream of another media library through the public interface.
 class DecodedView : public DecodedSource {
 public:
     explicit DecodedView(std::shared_ptr<ZRAbstractAudioStream> stream)
@@ -143,7 +143,7 @@ public:
     }
 
 private:
-    /// Puts each sample of 24 bits into the upper bytes of one of 32.
+    /// Expands each 24-bit sample to 32 bits, in the upper bytes.
     void WidenSamples(int frames) {
         const std::size_t values =
             static_cast<std::size_t>(frames) * static_cast<std::size_t>(format_.channels);

@@ -28,7 +28,7 @@ const MediaStreamInfo* FindStream(const MediaInfo& info, MediaStreamKind kind, i
 std::unique_ptr<MediaAudioStream> AudioStreamOf(const MediaInfo& info, int index) {
     const MediaStreamInfo* audio = FindStream(info, MediaStreamKind::Audio, index);
     if (audio == nullptr) {
-        // A silent film is an asset without sound; a wrong index is an error.
+        // A file without sound is an asset without sound. Another index is an error.
         if (index == 0) return nullptr;
         throw ZRMediaException(static_cast<int>(MediaError::NotAudio));
     }

@@ -10,13 +10,13 @@
 
 namespace orlo::project {
 
-/// Makes an asset of a media file: the one bridge from a file to the model.
+/// Makes an asset of a media file.
 ///
-/// The asset has a sound stream when the file has sound, with its exact length, and a picture
-/// stream when the file has moving pictures, with their rate and count. A cover is no picture.
+/// The asset has an audio stream with its exact length if the file has sound, and a video stream with
+/// rate and frame count if the file has moving pictures. A cover does not count.
 /// @param manager           the project's manager, which the asset refers to
 /// @param path              the media file
-/// @param audioStreamIndex  which audio stream, counted among the audio streams of the file
+/// @param audioStreamIndex  counts the audio streams of the file
 /// @throws zrh::media::ZRMediaException  with a zrh::media::MediaError, when the file cannot be
 ///         opened, its sound cannot be read, or it has sound but no stream of that index
 /// @throws std::invalid_argument  when the index is negative

@@ -34,7 +34,7 @@ MediaStreamInfo Describe(ZRAbstractAudioStream& stream) {
     return info;
 }
 
-/// @param reason  untouched where the result alone says enough
+/// @param reason  unchanged where the result is sufficient
 int Describe(const std::wstring& path, MediaInfo* info, std::string* reason) {
     MediaFilePtr file;
     const int opened = OpenMediaFile(path, &file);

@@ -12,15 +12,15 @@ namespace zrh::media {
 enum class MediaStreamKind : int {
     Audio = 0,
     Video = 1,
-    Cover = 2,  ///< a still picture that goes with the sound
+    Cover = 2,  ///< a still picture that belongs to the sound
     Subtitle = 3,
     Other = 4
 };
 
-/// One stream of a media file. What does not belong to its kind is 0 or empty.
+/// One stream of a media file. Fields that do not apply to its kind are 0 or empty.
 struct MediaStreamInfo {
     MediaStreamKind kind = MediaStreamKind::Other;
-    std::string codec;  ///< short name, as "flac" or "h264"
+    std::string codec;  ///< short name, like "flac" or "h264"
 
     ZRAudioCodec audioCodec = ZRAudioCodec::Unknown;
     int sampleRate = 0;  ///< hertz
@@ -28,24 +28,24 @@ struct MediaStreamInfo {
     int bitsPerSample = 0;
     ZRSampleDataType dataType = ZRSampleDataType::Integer;
     long long sampleCount = 0;  ///< sample frames, exact
-    int error = 0;              ///< why the sound cannot be read, a MediaError; 0 when it can
-    std::string reason;         ///< the same as a clause, with its numbers
+    int error = 0;              ///< a MediaError if the sound cannot be read; otherwise 0
+    std::string reason;         ///< the reason of the error as a clause, with its numbers
 
-    double frameRate = 0.0;    ///< pictures a second
-    long long frameCount = 0;  ///< pictures
+    double frameRate = 0.0;    ///< frames per second
+    long long frameCount = 0;  ///< video frames
     int width = 0;             ///< pixels
     int height = 0;            ///< pixels
 };
 
 struct MediaInfo {
-    std::string format;  ///< short name of the container, as "wav" or "matroska,webm"
+    std::string format;  ///< short name of the container, like "wav" or "matroska,webm"
     std::vector<MediaStreamInfo> streams;  ///< in file order
 };
 
-/// Opens a media file, finds its exact lengths and closes it again.
-/// @param info    receives what was found; untouched when the file cannot be opened
-/// @param reason  receives why the result is not 0, as a clause with its numbers; may be null
-/// @return 0; or a MediaError when the file cannot be opened, or no sound in it can be read
+/// Opens a media file, finds its exact lengths and closes it.
+/// @param info    receives the streams; unchanged when the file cannot be opened
+/// @param reason  receives the reason of an error as a clause with its numbers; may be null
+/// @return 0, or a MediaError when the file cannot be opened or none of its sound can be read
 SONREL_EXPORT int DescribeMedia(const std::wstring& path, MediaInfo* info,
                                 std::string* reason = nullptr);
 

@@ -53,7 +53,7 @@ private:
     ViewConverter converter_;
     SampleWindow window_;
     int windowFrames_;
-    /// The bytes in the file are those of the view.
+    /// The bytes in the file have the format of the view.
     bool isStoredAsView_;
 };
 

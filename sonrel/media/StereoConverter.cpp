@@ -13,10 +13,10 @@ AVChannelLayout KnownLayout(std::uint64_t mask) {
     return layout;
 }
 
-/// The loudspeakers that a stream's channels are taken for.
-AVChannelLayout LayoutForMix(const DecodedFormat& from, bool believeMask) {
+/// The assumed loudspeakers of a stream's channels.
+AVChannelLayout LayoutForMix(const DecodedFormat& from, bool useMask) {
     AVChannelLayout layout = {};
-    if (from.channels > 2 && believeMask && from.layoutMask != 0) {
+    if (from.channels > 2 && useMask && from.layoutMask != 0) {
         return KnownLayout(from.layoutMask);
     }
     av_channel_layout_default(&layout, from.channels);
@@ -31,10 +31,10 @@ MediaError StereoConverter::Open(const DecodedFormat& from, int rate) {
     if (from.channels <= 2 && from.format == AV_SAMPLE_FMT_S16 && from.rate == rate) {
         return MediaError::None;
     }
-    // Loudspeakers that no rule tells how to mix count as the usual ones of their number.
+    // If the declared loudspeakers cannot be mixed, the default layout of the channel count is used.
     MediaError error = MediaError::TooManyChannels;
-    for (const bool believeMask : {true, false}) {
-        const AVChannelLayout layout = LayoutForMix(from, believeMask);
+    for (const bool useMask : {true, false}) {
+        const AVChannelLayout layout = LayoutForMix(from, useMask);
         if (layout.order != AV_CHANNEL_ORDER_NATIVE) continue;
         error = OpenSwr(from, rate, layout);
         if (error == MediaError::None) return error;
@@ -46,7 +46,7 @@ MediaError StereoConverter::OpenSwr(const DecodedFormat& from, int rate,
                                     const AVChannelLayout& layout) {
     AVChannelLayout source = layout;
     // One channel stays one here: mixing it up to two would lower it by 3 dB and compute in floats
-    // where nothing needs to be computed.
+    // without need.
     AVChannelLayout target =
         KnownLayout(from.channels == 1 ? AV_CH_LAYOUT_MONO : AV_CH_LAYOUT_STEREO);
     SwrContext* raw = nullptr;
@@ -58,8 +58,8 @@ MediaError StereoConverter::OpenSwr(const DecodedFormat& from, int rate,
     if (from.rate != rate) {
         av_opt_set_int(raw, "resampler", SWR_ENGINE_SOXR, 0);
         av_opt_set_double(raw, "precision", 20, 0);
-        // soxr adds a dither of its own to 16-bit results, from a generator that the clock starts.
-        // Computing in floats leaves the rounding to libswresample, which adds none.
+        // soxr adds dither to 16-bit results, from a generator that is seeded by the clock. With a
+        // float result libswresample does the rounding and adds no dither.
         const AVSampleFormat packed = av_get_packed_sample_fmt(from.format);
         if (packed == AV_SAMPLE_FMT_U8 || packed == AV_SAMPLE_FMT_S16) {
             av_opt_set_sample_fmt(raw, "internal_sample_fmt", AV_SAMPLE_FMT_FLTP, 0);
@@ -119,7 +119,7 @@ bool StereoConverter::Run(const std::uint8_t* const* planes, int frames, SampleB
         } else {
             out->Fill(2 * static_cast<std::size_t>(got));
         }
-        // While flushing, a full buffer means that there may be more.
+        // While flushing, more frames may follow a full buffer.
         if (planes != nullptr || got < room) return true;
     }
 }

@@ -55,11 +55,11 @@ double RateOf(AVRational rate) {
     return rate.num > 0 && rate.den > 0 ? static_cast<double>(rate.num) / rate.den : 0.0;
 }
 
-/// The rate of the pictures; 0 when it is not known or no rate of a film.
+/// Video frames per second; 0 if unknown or outside the limits.
 double FrameRateOf(const AVStream& stream) {
     const double average = RateOf(stream.avg_frame_rate);
     const double nominal = RateOf(stream.r_frame_rate);
-    // An average that was measured over rounded times lies a little beside the rate that is meant.
+    // An average that was computed from rounded times differs slightly from the nominal rate.
     const bool isNominal = nominal > 0.0 && std::fabs(average - nominal) < nominal * 0.001;
     const double rate = average > 0.0 && !isNominal ? average : nominal;
     return rate >= MIN_FRAME_RATE && rate <= MAX_FRAME_RATE ? rate : 0.0;

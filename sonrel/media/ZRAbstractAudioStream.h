@@ -13,7 +13,7 @@ class SONREL_EXPORT ZRAbstractAudioStream {
 public:
     virtual ~ZRAbstractAudioStream() = default;
 
-    /// 0 for an audio stream, anything else for another kind.
+    /// 0 for an audio stream; another value for another kind.
     virtual int StreamType() const = 0;
     /// Hertz.
     virtual int SampleRate() const = 0;
@@ -24,10 +24,10 @@ public:
     /// Sample frames in the stream; exact once the file is prepared.
     virtual long long SampleCount() const = 0;
 
-    /// Reads in the stream's own format: interleaved, BitsPerSample wide, ChannelCount to a frame.
-    /// The same range has the same bytes whatever was read before.
+    /// Reads in the stream's own format: interleaved, BitsPerSample wide, ChannelCount per frame. The
+    /// bytes of a range do not depend on earlier reads.
     /// @param start        first sample frame
-    /// @param count        sample frames wanted
+    /// @param count        sample frames to read
     /// @param buffer       receives the samples
     /// @param bufferBytes  room in @p buffer, in bytes; never written beyond
     /// @param samplesRead  receives the sample frames delivered; fewer than @p count at the end

@@ -10,14 +10,14 @@
 
 namespace zrh::media {
 
-/// An opened media file with its streams, made and released by the two functions below alone.
+/// An opened media file with its streams, made and released by the two functions below only.
 ///
 /// Threads: one thread at a time. Two files on one path are independent.
 class SONREL_EXPORT ZRAbstractMediaFile {
 public:
-    /// All streams of the file, audio or not, in file order. Available at once.
+    /// All streams of the file of any kind, in file order. Available before Prepare.
     virtual const std::vector<std::shared_ptr<ZRAbstractAudioStream>>& Streams() = 0;
-    /// 1 asks for the audio alone.
+    /// 1 requests the audio only.
     virtual void SetReadOption(int option) = 0;
     /// Makes the file ready for reading and its sample counts exact.
     /// @return 0, or a code when the file cannot be read
@@ -30,12 +30,12 @@ protected:
 
 /// Opens a media file without decoding anything.
 /// @param path  the file
-/// @param file  receives the opened file; untouched on failure
+/// @param file  receives the opened file; unchanged on failure
 /// @return 0, or a code
 SONREL_EXPORT int ZRMediaFileCreate(const wchar_t* path, ZRAbstractMediaFile** file,
                                     ZRMediaReaderType type);
 
-/// Ends a file. Streams that are still held stay valid to release and deliver nothing more.
+/// Releases a file. Streams that are still held can be released and deliver no more samples.
 SONREL_EXPORT int ZRMediaFileRelease(ZRAbstractMediaFile* file);
 
 }  // namespace zrh::media

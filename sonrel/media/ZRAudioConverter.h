@@ -15,16 +15,16 @@ class SONREL_EXPORT ZRAudioConverter {
 public:
     /// Decodes a whole stream into a conformed file: stereo, signed 16 bits, at @p sampleRate.
     ///
-    /// When it returns 0, the file and the folder's entry for it have reached the disk. When it
-    /// fails, a part of the file may remain for the caller to delete.
+    /// When it returns 0, the file and its entry in the folder are synced. When it fails, a partial
+    /// file may remain, which the caller deletes.
     /// @param stream      an audio stream of a prepared file
-    /// @param outputPath  the file to make, under its final name; must not exist
+    /// @param outputPath  the file to make; must not exist
     /// @param sampleRate  hertz
     /// @return 0 on success
     static int Convert(const std::shared_ptr<ZRAbstractAudioStream>& stream,
                        const std::wstring& outputPath, unsigned int sampleRate);
 
-    /// As Convert above, with the checksum of the file, which is computed while it is written.
+    /// Converts as above and returns the checksum of the file, computed while it is written.
     /// @param checksum  receives the value on success, for MediaDB::AddConformedFile
     static int Convert(const std::shared_ptr<ZRAbstractAudioStream>& stream,
                        const std::wstring& outputPath, unsigned int sampleRate,

@@ -12,7 +12,7 @@ namespace zrh::media {
 /// A media file could not be opened.
 class SONREL_EXPORT ZRMediaException : public std::exception {
 public:
-    /// @param code  what ZRMediaFileCreate returned
+    /// @param code  the result of ZRMediaFileCreate
     explicit ZRMediaException(int code) : code_(code) {
         std::ostringstream text;
         text << "ZRMedia Error " << code << "\n";

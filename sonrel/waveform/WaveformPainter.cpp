@@ -26,7 +26,7 @@ constexpr double FULL_RMS = 255.0;
 
 using Paths = std::array<QPainterPath, MAX_CHANNELS>;
 
-/// Where a path runs: its lane's height and the row of its silence.
+/// The lane of a path: its height and the row of silence.
 struct Lane {
     int height;
     int baseline;
@@ -36,19 +36,19 @@ QColor ToQColor(const Color& color) {
     return QColor::fromRgb(color.red, color.green, color.blue, color.alpha);
 }
 
-/// An image of the background alone. Qt leaves the bytes behind each row as they were; they are
-/// cleared so that equal pictures are equal bytes.
-QImage MakeCanvas(const WaveformLook& look, int columns) {
-    QImage canvas(columns, look.height, look.format);
+/// An image of the background. Qt does not set the padding after each row; it is cleared so that
+/// equal pictures have equal bytes.
+QImage MakeCanvas(const PaintSettings& paint, int columns) {
+    QImage canvas(columns, paint.height, paint.format);
     if (canvas.isNull()) return canvas;
     std::memset(canvas.bits(), 0, static_cast<std::size_t>(canvas.sizeInBytes()));
-    canvas.fill(ToQColor(look.background));
+    canvas.fill(ToQColor(paint.background));
     return canvas;
 }
 
-Lane LaneOf(const WaveformLook& look, int channel, int channels) {
-    if (look.style != Style::ChannelLanes) return {look.height, look.height / 2};
-    const int height = look.height / channels;
+Lane LaneOf(const PaintSettings& paint, int channel, int channels) {
+    if (paint.style != Style::ChannelLanes) return {paint.height, paint.height / 2};
+    const int height = paint.height / channels;
     return {height, height / 2 + channel * height};
 }
 
@@ -58,8 +58,8 @@ void PlotPeak(QPainterPath& path, int x, signed char byte, const Lane& lane,
     path.lineTo(x, PeakRow(value, lane.baseline, lane.height, scale));
 }
 
-/// One column of a channel: its minimum, then its maximum. A limit of 0 is left out, since the line
-/// passes there anyway; silence is one point.
+/// One column of a channel: its minimum, then its maximum. A limit of 0 is omitted, because the line
+/// crosses it anyway; silence is one point.
 void PlotColumn(QPainterPath& path, int x, signed char minimum, signed char maximum,
                 const Lane& lane, WaveformPreview::Scale scale) {
     if (minimum != 0) PlotPeak(path, x, minimum, lane, scale);
@@ -67,8 +67,8 @@ void PlotColumn(QPainterPath& path, int x, signed char minimum, signed char maxi
     if (minimum == 0 && maximum == 0) PlotPeak(path, x, 0, lane, scale);
 }
 
-/// A painter in the colour of the waveform, its lines one pixel wide and not smoothed.
-void Begin(QPainter& painter, const QColor& color) {
+/// Sets the colour of the waveform and lines of one pixel without antialiasing.
+void SetPen(QPainter& painter, const QColor& color) {
     painter.setRenderHint(QPainter::Qt4CompatiblePainting, true);
     QPen pen = painter.pen();
     pen.setColor(color);
@@ -78,50 +78,50 @@ void Begin(QPainter& painter, const QColor& color) {
 
 }  // namespace
 
-QImage PaintPeaks(const WaveformLook& look, const std::vector<signed char>& peaks, int channels) {
+QImage PaintPeaks(const PaintSettings& paint, const std::vector<signed char>& peaks, int channels) {
     const auto perPoint = 2 * static_cast<std::size_t>(channels);
     const int columns = static_cast<int>(peaks.size() / perPoint);
-    QImage canvas = MakeCanvas(look, columns);
+    QImage canvas = MakeCanvas(paint, columns);
     if (canvas.isNull()) return canvas;
     Paths paths;
     for (int channel = 0; channel < channels; ++channel) {
         QPainterPath& path = paths[static_cast<std::size_t>(channel)];
-        const Lane lane = LaneOf(look, channel, channels);
+        const Lane lane = LaneOf(paint, channel, channels);
         path.reserve(2 * columns + 1);
         path.moveTo(0, lane.baseline);
         const signed char* limits = peaks.data() + 2 * channel;
         for (int x = 0; x < columns; ++x, limits += perPoint) {
-            PlotColumn(path, x, limits[0], limits[1], lane, look.scale);
+            PlotColumn(path, x, limits[0], limits[1], lane, paint.scale);
         }
     }
     QPainter painter(&canvas);
-    Begin(painter, ToQColor(look.waveform));
+    SetPen(painter, ToQColor(paint.waveform));
     for (int channel = 0; channel < channels; ++channel) {
         painter.drawPath(paths[static_cast<std::size_t>(channel)]);
     }
     return canvas;
 }
 
-QImage PaintEnvelope(const WaveformLook& look, const std::vector<unsigned char>& amplitudes) {
+QImage PaintEnvelope(const PaintSettings& paint, const std::vector<unsigned char>& amplitudes) {
     const int columns = static_cast<int>(amplitudes.size());
-    QImage canvas = MakeCanvas(look, columns);
+    QImage canvas = MakeCanvas(paint, columns);
     if (canvas.isNull()) return canvas;
-    const int baseline = look.height - 1;
+    const int baseline = paint.height - 1;
     QPainterPath path;
     path.reserve(columns + 3);
     path.moveTo(0, baseline);
     for (int x = 0; x < columns; ++x) {
         const double amplitude =
             std::clamp(amplitudes[static_cast<std::size_t>(x)] / FULL_RMS, 0.0, 1.0);
-        path.lineTo(x, RMSRow(amplitude, look.height, look.scale));
+        path.lineTo(x, RMSRow(amplitude, paint.height, paint.scale));
     }
     path.lineTo(columns, baseline);
     path.lineTo(0, baseline);
-    const QColor color = ToQColor(look.waveform);
+    const QColor color = ToQColor(paint.waveform);
     QPainter painter(&canvas);
     painter.setRenderHint(QPainter::Qt4CompatiblePainting, true);
     painter.fillPath(path, QBrush(color));
-    Begin(painter, color);
+    SetPen(painter, color);
     painter.drawPath(path);
     return canvas;
 }

@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "sonrel/base/FrameRange.h"
 #include "sonrel/base/Numbers.h"
 #include "sonrel/base/Timing.h"
 #include "sonrel/cache/PeakFile.h"
@@ -35,17 +36,12 @@ namespace {
 
 using Format = WaveformPreview::Format;
 using Style = WaveformPreview::Style;
+using zrtl::FrameRange;  // of blocks
 
 constexpr int MAX_CHANNELS = 16;
 
-/// No image has exactly this many bytes, because rows are whole words.
+/// No image has exactly this many bytes, because rows are multiples of 4 bytes.
 constexpr int MORE_THAN_ANY_BUFFER = std::numeric_limits<int>::max();
-
-/// The blocks of a range; end exclusive.
-struct BlockRange {
-    int first;
-    int end;
-};
 
 std::int64_t SecondsToSamples(double seconds, int sampleRate) {
     return zrtl::TruncToInt64(zrtl::RoundHalfAway(seconds * sampleRate));
@@ -55,7 +51,7 @@ QImage::Format PixelFormat(Format format) {
     return format == Format::RGB888 ? QImage::Format_RGB888 : QImage::Format_ARGB32;
 }
 
-/// The bytes of an image, without making one: rows of whole 32-bit words.
+/// The bytes of an image, computed without making it: rows are whole 32-bit words.
 int BytesOf(int width, int height, Format format) {
     if (width <= 0 || height <= 0) return 0;
     const std::int64_t bits = format == Format::RGB888 ? 24 : 32;
@@ -64,62 +60,61 @@ int BytesOf(int width, int height, Format format) {
                                                     : static_cast<int>(rowBytes * height);
 }
 
-/// The blocks that hold the range, within the file. A range behind the last block shows that block.
-BlockRange BlocksOf(const WaveformPreviewImpl& settings, const PeakFile& file) {
+/// The blocks of the range, within the file. A range after the last block becomes the last block.
+FrameRange BlocksOf(const WaveformPreviewImpl& settings, const PeakFile& file) {
     const double samplesPerBlock = file.SamplesPerBlock();
     const int blocks = file.BlockCount();
     const auto start = static_cast<double>(settings.previewStart);
     const auto end = static_cast<double>(settings.previewEnd);
-    BlockRange range{zrtl::TruncToInt32(std::floor(start / samplesPerBlock)),
-                     zrtl::TruncToInt32(std::ceil(end / samplesPerBlock))};
-    range.first = std::min(std::max(range.first, 0), blocks - 1);
-    range.end = std::min(std::max(range.end, 0), blocks);
-    return range;
+    const int firstBlock = zrtl::TruncToInt32(std::floor(start / samplesPerBlock));
+    const int endBlock = zrtl::TruncToInt32(std::ceil(end / samplesPerBlock));
+    return {std::min(std::max(firstBlock, 0), blocks - 1), std::min(std::max(endBlock, 0), blocks)};
 }
 
-/// Blocks for each point, so that no more points come out than pixels.
-double StepOf(const BlockRange& range, int width) {
-    const int count = range.end - range.first;
+/// Blocks for each point, so that the points are at most as many as the pixels.
+double StepOf(const FrameRange& range, int width) {
+    const std::int64_t count = range.Count();
     return count > width ? static_cast<double>(count) / width : 1.0;
 }
 
-/// Opens the peak file and finds the blocks of the range. A file that holds none of them cannot be
-/// read.
+/// Opens the peak file and finds the blocks of the range. A file without any of them counts as
+/// unreadable.
 /// @return 0 or the code that CreateImage returns
-int FindBlocks(const WaveformPreviewImpl& settings, PeakFile& file, BlockRange* range) {
+int FindBlocks(const WaveformPreviewImpl& settings, PeakFile& file, FrameRange* range) {
     if (!file.Open(settings.peakFilePath)) return WaveformPreview::PEAK_FILE_NOT_OPENED;
     if (file.ChannelCount() != settings.channelCount) return WaveformPreview::OTHER_CHANNEL_COUNT;
-    // A count beyond 2147483647 reads as a negative one, and no range lies in such a file.
+    // A count above 2147483647 is returned as a negative number; such a file has no valid range.
     if (file.BlockCount() < 1) return WaveformPreview::PEAK_FILE_READ_FAILED;
     *range = BlocksOf(settings, file);
-    return range->end < range->first ? WaveformPreview::PEAK_FILE_READ_FAILED : 0;
+    return range->end < range->start ? WaveformPreview::PEAK_FILE_READ_FAILED : 0;
 }
 
 /// Reads the range and draws it, a column for each point.
 /// @return whether the range could be read
-bool DrawRange(const WaveformPreviewImpl& settings, PeakFile& file, const BlockRange& range,
-               int width, const detail::WaveformLook& look, QImage* drawing) {
+bool DrawRange(const WaveformPreviewImpl& settings, PeakFile& file, const FrameRange& range,
+               int width, const detail::PaintSettings& paint, QImage* drawing) {
     const double step = StepOf(range, width);
-    if (look.style == Style::RMSEnvelope) {
+    const int first = static_cast<int>(range.start);
+    const int end = static_cast<int>(range.end);
+    if (paint.style == Style::RMSEnvelope) {
         std::vector<unsigned char> amplitudes;
-        if (file.GetRMSAmplitude(range.first, range.end, step, amplitudes) !=
-            PeakFile::Result::Ok) {
+        if (file.GetRMSAmplitude(first, end, step, amplitudes) != PeakFile::Result::Ok) {
             return false;
         }
-        *drawing = detail::PaintEnvelope(look, amplitudes);
+        *drawing = detail::PaintEnvelope(paint, amplitudes);
         return true;
     }
     std::vector<signed char> peaks;
-    if (file.GetChannelPeaks(range.first, range.end, step, peaks) != PeakFile::Result::Ok) {
+    if (file.GetChannelPeaks(first, end, step, peaks) != PeakFile::Result::Ok) {
         return false;
     }
-    *drawing = detail::PaintPeaks(look, peaks, settings.channelCount);
+    *drawing = detail::PaintPeaks(paint, peaks, settings.channelCount);
     return true;
 }
 
-/// The drawing at the wanted width. A smooth scaling leaves its own pixel format, which is not
-/// converted back: a host gets the finished pixels at no further cost, and reads their layout from
-/// the header's words.
+/// Scales the drawing to the requested width. Smooth scaling changes the pixel format, which is not
+/// converted back: the host gets the pixels without further cost, and WaveformPreview.h documents
+/// their layout.
 QImage Stretch(const QImage& drawing, int width, int height) {
     if (drawing.isNull() || drawing.width() == width) return drawing;
     return drawing.scaled(width, height, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
@@ -207,17 +202,17 @@ void WaveformPreview::SetPreviewScale(Scale scale) {
 int WaveformPreview::ImageBytes(int width, int height, Format format) const {
     if (impl_->previewEnd < impl_->previewStart) return RANGE_REVERSED;
     PeakFile file;
-    BlockRange range{};
+    FrameRange range;
     if (const int code = FindBlocks(*impl_, file, &range); code != 0) return code;
     if (width < 0) return PEAK_FILE_READ_FAILED;
-    const int blocks = range.end - range.first;
+    const std::int64_t blocks = range.Count();
     if (blocks == 0) return 0;
     // A stretched image has pixels of 32 bits.
     const Format layout = blocks < width ? Format::ARGB32 : format;
     const int bytes = BytesOf(width, height, layout);
     if (bytes == MORE_THAN_ANY_BUFFER) return bytes;
-    // Null for a size without pixels, and for one that memory cannot hold. Nothing is written into
-    // the image, so that it takes address space only.
+    // Null for a size without pixels and for a size that exceeds the memory. Nothing is written into
+    // the image, so that it needs address space only.
     return QImage(width, height, PixelFormat(layout)).isNull() ? 0 : bytes;
 }
 
@@ -229,14 +224,14 @@ int WaveformPreview::CreateImage(int width, int height, Format format, unsigned 
     QImage drawing;
     {
         PeakFile file;
-        BlockRange range{};
+        FrameRange range;
         if (const int code = FindBlocks(*impl_, file, &range); code != 0) return code;
-        // A drawing has a column for each point, also for an image without width.
+        // A drawing has a column for each point, even if the image has no width.
         const int rows = width > 0 ? height : 0;
-        const detail::WaveformLook look{impl_->previewStyle,    impl_->previewScale,
-                                        impl_->backgroundColor, impl_->waveformColor,
-                                        PixelFormat(format),    rows};
-        if (!DrawRange(*impl_, file, range, width, look, &drawing)) return PEAK_FILE_READ_FAILED;
+        const detail::PaintSettings paint{impl_->previewStyle,    impl_->previewScale,
+                                          impl_->backgroundColor, impl_->waveformColor,
+                                          PixelFormat(format),    rows};
+        if (!DrawRange(*impl_, file, range, width, paint, &drawing)) return PEAK_FILE_READ_FAILED;
     }
     return CopyImage(Stretch(drawing, width, height), buffer, bufferBytes);
 }

@@ -12,7 +12,7 @@
 
 namespace orlo::project::utility {
 
-/// One C file stream of bytes, on a regular file only. Paths with a zero byte name no file.
+/// A C file stream of bytes, on a regular file only. A path with a zero byte is refused.
 ///
 /// Threads: one at a time.
 class BinaryFile {
@@ -22,11 +22,11 @@ public:
     BinaryFile(BinaryFile&& other) noexcept;
     BinaryFile& operator=(BinaryFile&& other) noexcept;
 
-    /// Opens a file, never through a link. A file that is open already is closed first.
+    /// Opens a file. Links are refused. A file that is open already is closed first.
     bool OpenForReading(const std::wstring& path);
-    /// Opens a file and empties it, or makes it. A file that is open already is closed first.
+    /// Opens a file and truncates it, or makes it. A file that is open already is closed first.
     bool OpenForWriting(const std::wstring& path);
-    /// Makes a file under a name that nothing has yet. A file that is open already is closed first.
+    /// Makes a file; the name must not exist. A file that is open already is closed first.
     bool OpenNew(const std::wstring& path);
     /// Closes the file, if one is open.
     /// @return false when the last bytes could not be written
@@ -35,22 +35,22 @@ public:
 
     /// @param origin  SEEK_SET, SEEK_CUR or SEEK_END
     bool Seek(long long offset, int origin);
-    /// Reads one item. @return whether it was read whole
+    /// Reads one item. @return whether the whole item was read
     bool Read(void* item, std::size_t size);
-    /// Reads as much as there is, up to @p size bytes. @return the bytes read
+    /// Reads up to @p size bytes. @return the bytes read
     std::size_t ReadSome(void* bytes, std::size_t size);
-    /// Writes one item. @return whether it was taken whole
+    /// Writes one item. @return whether the whole item was written
     bool Write(const void* item, std::size_t size);
-    /// Hands what was written so far to the system.
+    /// Flushes the buffer to the system.
     bool Flush();
-    /// The checksum of all items that were written since the file was opened, in their order.
+    /// The checksum of all items written since the file was opened, in order.
     std::uint64_t WrittenChecksum() const;
 
 private:
-    /// @param descriptor  taken over; -1 for none
+    /// @param descriptor  owned by this object afterwards; -1 for none
     bool Open(int descriptor, const char* mode);
 
-    std::unique_ptr<char[]> buffer_;  // of the stream, so it is destroyed after it
+    std::unique_ptr<char[]> buffer_;  // of the stream, and destroyed after it
     std::FILE* stream_ = nullptr;
     std::unique_ptr<files::Checksum> written_;  // of a file that is open for writing
 };

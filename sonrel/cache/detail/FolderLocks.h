@@ -8,8 +8,8 @@
 
 namespace orlo::sonrel::detail {
 
-/// The locks that this process holds on the bytes of one lock file, all through one descriptor: a
-/// shared lock for a byte that is marked, an exclusive lock while a file of the byte is removed.
+/// The locks of this process on the bytes of one lock file, all with one descriptor: a shared lock
+/// on a marked byte, an exclusive lock during the removal of a file with that byte.
 ///
 /// Threads: one at a time.
 class FolderLocks {
@@ -19,20 +19,19 @@ public:
     FolderLocks(const FolderLocks&) = delete;
     FolderLocks& operator=(const FolderLocks&) = delete;
 
-    /// The byte of a file name, below 16384. More bytes would make the kernel's list of locks,
-    /// which each lock walks, long: 20,000 locks take it 9 seconds.
+    /// The byte of a file name, below 16384. The kernel searches a list of all locks for each lock:
+    /// 20,000 locks take it 9 seconds.
     static long long ByteOf(const std::string& fileName);
 
-    /// Marks a byte. Waits for nobody. Where the file cannot be opened or locked, marks nothing.
-    /// @param lockFile  made where it does not exist
-    /// @return false when another process removes a file of the byte
+    /// Marks a byte. Does not wait. Does nothing if the file cannot be opened or locked.
+    /// @param lockFile  made if it does not exist
+    /// @return false when another process removes a file with that byte
     bool Mark(const std::string& lockFile, long long byte);
-    /// @return false when another process has the byte marked, or the marks in the lock file cannot
-    ///         be seen
+    /// @return false when another process has marked the byte or the lock file cannot be opened
     bool BeginRemoval(const std::string& lockFile, long long byte);
     void EndRemoval(long long byte);
 
-    /// Whether a folder has a lock file, or can get one, and its file system has locks.
+    /// Whether the lock file exists or can be made, and its file system has locks.
     static bool AreSupported(const std::string& lockFile);
 
 private:
@@ -42,7 +41,7 @@ private:
     };
 
     bool Open(const std::string& lockFile);
-    void ForgetParent();
+    void DropLocksOfParent();
     bool Lock(int command, short type, long long byte) const;
     bool IsFree(long long byte) const;
 
@@ -51,8 +50,8 @@ private:
     std::map<long long, Use> uses_;
 };
 
-/// Waits until no other process removes a file of a byte, and keeps others from removing one while
-/// the object lives. It has its own open file: the locks of a FolderLocks stay free meanwhile.
+/// Waits until no other process removes a file with a byte, and prevents such removals during the
+/// lifetime of the object. It has its own descriptor: FolderLocks remains usable meanwhile.
 class RemovalWait {
 public:
     RemovalWait(const std::string& lockFile, long long byte);

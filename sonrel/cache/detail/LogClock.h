@@ -6,8 +6,8 @@
 
 namespace orlo::project {
 
-/// Sets the clock that stamps the lines of every log.
-/// @param clock  local time; empty for the system's clock
+/// Sets the clock for the time stamps of all logs.
+/// @param clock  returns local time; empty for the system's clock
 void SetLogClock(std::function<QDateTime()> clock);
 
 }  // namespace orlo::project

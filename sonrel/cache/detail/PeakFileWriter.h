@@ -9,13 +9,13 @@
 
 namespace orlo::sonrel::detail {
 
-/// What may have the name of the file to write.
+/// The state of the path of the output file.
 enum class PeakOutput {
-    Any,  ///< a file or a link to one, which is emptied, or nothing
-    New,  ///< nothing, for a file of the cache
+    Any,  ///< a regular file or a link to one, which is truncated, or no file
+    New,  ///< no file: for files of the cache
 };
 
-/// The body of PeakFile::Create.
+/// Implements PeakFile::Create.
 /// @param checksum  receives the checksum of the file on success; may be null
 int WritePeakFile(const std::shared_ptr<project::MediaAsset>& asset, const std::wstring& path,
                   PeakFile::CreateMode mode, PeakOutput output, std::uint64_t* checksum);

@@ -14,7 +14,7 @@ struct PeakHeader {
 };
 
 /// Reads the header of a file that is open and positioned at its start.
-/// @param header  untouched on failure
+/// @param header  unchanged on failure
 /// @return false when the file is not a peak file of version 1 or its channel count is not 1 to 16
 bool ReadPeakHeader(project::utility::BinaryFile& file, PeakHeader* header);
 

@@ -14,7 +14,7 @@
 
 namespace zrh::media::detail {
 
-/// What the streams of an opened file share with it. The file is let go when it is released.
+/// The state that an opened file shares with its streams. Releasing the file closes it.
 struct FileState {
     std::shared_ptr<const InputFile> file;
 };
@@ -31,24 +31,24 @@ public:
     ZRSampleDataType SampleDataType() const override { return view_.dataType; }
     int ChannelCount() const override { return channels_; }
     long long SampleCount() const override { return sampleCount_; }
-    /// @throws ReadCancelled when the observer or the interrupt scope of the file asked to stop;
+    /// @throws ReadCancelled when the observer or the interrupt scope of the file requested to stop;
     ///         ReadFailed when a file of the observer could not be read; SilenceRefused when a
-    ///         packet that does not decode exceeds the limit of silence
+    ///         packet that cannot be decoded exceeds the limit of silence
     int GetSamples(long long start, int count, void* buffer, int bufferBytes,
                    int* samplesRead) override;
 
-    /// Takes over what the preparation of the file found out.
+    /// Sets the index that the preparation of the file built.
     void SetIndex(std::shared_ptr<const StreamIndex> index);
 
     int Number() const { return number_; }
     const MediaStreamInfo& Info() const { return info_; }
-    /// Null before the preparation, for other streams than audio and when the sound is unreadable.
+    /// Null before the preparation and for streams other than audio.
     const std::shared_ptr<const StreamIndex>& Index() const { return index_; }
     /// Null after the release.
     const std::shared_ptr<const InputFile>& File() const { return state_->file; }
     /// Why the stream cannot be read, or None.
     MediaError Error() const;
-    /// The reason for Error with its numbers; empty where the error alone says enough.
+    /// The reason for Error with its numbers; empty where the error is sufficient.
     std::string Reason() const { return index_ == nullptr ? std::string() : index_->reason; }
 
 private:

@@ -11,7 +11,7 @@
 
 namespace zrh::media::detail {
 
-/// A whole stream from front to end, in the decoder's own format.
+/// Reads a whole stream from start to end, in the format of its decoder.
 ///
 /// Threads: one at a time.
 class DecodedSource {
@@ -22,14 +22,14 @@ public:
     /// Frames of the whole stream.
     virtual std::int64_t TotalFrames() const = 0;
 
-    /// Gives what comes next, valid until the next call. An empty list is the end.
+    /// Reads the next blocks, valid until the next call. At the end it returns None and no blocks.
     virtual MediaError Next(std::vector<SampleBlock>* blocks) = 0;
-    /// The reason for the last error with its numbers, as a clause; empty where the error alone
-    /// says enough.
+    /// The reason for the last error with its numbers, as a clause; empty where the error is
+    /// sufficient.
     virtual std::string Reason() const { return {}; }
 };
 
-/// @param feed  receives the feed; untouched when the stream cannot be read
+/// @param source  receives the source; unchanged when the stream cannot be read
 MediaError NewDecodedSource(const std::shared_ptr<ZRAbstractAudioStream>& stream,
                             std::unique_ptr<DecodedSource>* source);
 

@@ -23,7 +23,7 @@ public:
     int Prepare() override;
 
     const std::string& FormatName() const { return formatName_; }
-    /// Why Prepare failed, with its numbers; empty where its result alone says enough.
+    /// The reason why Prepare failed, with its numbers; empty where its result is sufficient.
     const std::string& Reason() const { return reason_; }
 
     ~MediaFile() override;
@@ -35,12 +35,12 @@ private:
     std::shared_ptr<FileState> state_;
     std::string formatName_;
     std::string reason_;
-    /// At the beginning of the file until the preparation; null afterwards.
+    /// At the start of the file before the preparation; null afterwards.
     std::unique_ptr<Demuxer> demuxer_;
     std::vector<std::shared_ptr<ZRAbstractAudioStream>> streams_;
     std::vector<std::shared_ptr<AudioStream>> ownStreams_;
     std::shared_ptr<const FileIndex> index_;
-    /// Only the value 1 is ever set. It asks for the sound alone, which is all that is read anyway.
+    /// Only the value 1 is ever set. It requests the sound only; nothing else is read in any case.
     int readOption_ = 0;
 };
 

@@ -7,11 +7,11 @@
 
 namespace zrh::media::detail {
 
-/// Makes a media file, as ZRMediaFileCreate does; ZRMediaFileRelease deletes it.
+/// Makes a media file like ZRMediaFileCreate; ZRMediaFileRelease deletes it.
 using MediaFileFactory = std::function<int(const wchar_t* path, ZRAbstractMediaFile** file)>;
 
-/// Puts @p factory in the place of the real opener, for the whole process; an empty one brings the
-/// real one back. Not while another thread opens media.
+/// Replaces ZRMediaFileCreate by @p factory, for the whole process; an empty factory restores it. Do
+/// not call it while another thread opens media.
 void SetMediaFileFactoryForTests(MediaFileFactory factory);
 
 }  // namespace zrh::media::detail

@@ -9,15 +9,15 @@
 
 namespace zrh::media::detail {
 
-/// Samples that wait to be written.
+/// Samples to be written.
 class SampleBuffer {
 public:
-    /// Room for @p values more, behind those that are there.
+    /// Room for @p values more values after the existing values.
     std::int16_t* Room(std::size_t values) {
         if (values_.size() < used_ + values) values_.resize(used_ + values);
         return values_.data() + used_;
     }
-    /// Takes @p values of the room as filled.
+    /// Appends the first @p values values of the room.
     void Fill(std::size_t values) { used_ += values; }
     void Clear() { used_ = 0; }
 
@@ -29,25 +29,25 @@ private:
     std::size_t used_ = 0;
 };
 
-/// Turns decoded sound into interleaved stereo of 16 bits at another rate.
+/// Converts decoded sound to interleaved 16-bit stereo at another rate.
 ///
-/// Sound that is so already stays as it is, bit for bit. One channel goes to both sides unchanged;
-/// two are left and right; more are mixed down with the coefficients of ITU-R BS.775, scaled so
-/// that the sum cannot clip, without the low-frequency channel. The rate is changed by soxr with 20
-/// bits of precision, and the result is rounded to 16 bits without dither.
+/// Sound that has this format already is copied bit for bit. One channel is copied to both sides; two
+/// channels are left and right; more channels are mixed down with the coefficients of ITU-R BS.775,
+/// scaled so that the sum cannot clip, without the low-frequency channel. The rate is changed by soxr
+/// with 20 bits of precision, and the result is rounded to 16 bits without dither.
 ///
 /// Threads: one at a time.
 class StereoConverter {
 public:
-    /// @return an error when the channels cannot be mixed down or there are too many
+    /// @return an error when the channels cannot be mixed down or are too many
     MediaError Open(const DecodedFormat& from, int rate);
 
-    /// Converts a piece and appends what comes out.
+    /// Converts a block and appends the result.
     bool Convert(const SampleBlock& block, SampleBuffer* out);
-    /// Appends what is still inside. Nothing can be converted afterwards.
+    /// Appends the rest. Nothing can be converted afterwards.
     bool Flush(SampleBuffer* out);
 
-    /// The decoded samples are the ones to write.
+    /// Whether the result equals the decoded samples.
     bool IsIdentity() const { return swr_ == nullptr && from_.channels == 2; }
 
 private:
@@ -58,7 +58,7 @@ private:
 
     DecodedFormat from_;
     SwrPtr swr_;
-    /// What one channel was turned into, before it goes to both sides.
+    /// The converted single channel, before it is copied to both sides.
     std::vector<std::int16_t> mono_;
     std::vector<const std::uint8_t*> planes_;
     std::vector<std::uint8_t> silence_;

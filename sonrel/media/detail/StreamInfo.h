@@ -6,8 +6,8 @@
 
 namespace zrh::media::detail {
 
-/// What the container tells of a stream before anything of it is read; lengths and formats of
-/// sound are filled in later.
+/// The properties of a stream that the container declares. Lengths and formats of sound are set
+/// later.
 MediaStreamInfo InfoOf(const AVFormatContext& context, const AVStream& stream);
 
 }  // namespace zrh::media::detail

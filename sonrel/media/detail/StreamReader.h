@@ -9,19 +9,19 @@
 
 namespace zrh::media::detail {
 
-/// Reads the samples of a mapped stream, in the form of its view, from any position.
+/// Reads the samples of an indexed stream in the format of its view, from any position.
 ///
 /// Threads: one at a time.
 class StreamReader {
 public:
     virtual ~StreamReader() = default;
 
-    /// Reads frames behind the silence in front of the stream.
+    /// Reads frames after the silence at the start of the stream.
     /// @param start   frame of the stream, from its leadFrames to its totalFrames, exclusive
-    /// @param count   frames wanted, above 0, that do not reach beyond totalFrames
-    /// @param buffer  room for them
-    /// @return the frames delivered, at least one; 0 when the file could not be read
-    /// @throws SilenceRefused when there is too much silence to put in
+    /// @param count   frames to read, above 0, within totalFrames
+    /// @param buffer  receives @p count frames
+    /// @return the frames delivered, at least 1; 0 when the file could not be read
+    /// @throws SilenceRefused when too much silence would be inserted
     virtual int Read(std::int64_t start, int count, std::uint8_t* buffer) = 0;
 };
 

@@ -8,7 +8,7 @@
 
 namespace zrh::media::detail {
 
-/// A list that grows without moving its entries, so that it never takes twice its room.
+/// A list that grows without moving its entries, so that it never needs twice its memory.
 ///
 /// Threads: one at a time.
 template <typename Entry>

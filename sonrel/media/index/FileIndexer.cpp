@@ -14,7 +14,7 @@
 namespace zrh::media::detail {
 namespace {
 
-/// Far more than is ever put in, and far from an overflow.
+/// Far more frames than are ever inserted, and far from an overflow.
 constexpr double MAX_LEAD = 1e15;
 
 bool RateIsAllowed(int rate) {
@@ -36,7 +36,7 @@ std::shared_ptr<StreamIndex> NewStreamIndex(const AVStream& stream) {
     return index;
 }
 
-/// The format that a stream without a single packet is declared to have.
+/// The declared format, for a stream without packets.
 DecodedFormat DeclaredFormat(const AVCodecParameters& parameters) {
     const AVChannelLayout& layout = parameters.ch_layout;
     return {static_cast<AVSampleFormat>(parameters.format), parameters.sample_rate,
@@ -44,23 +44,23 @@ DecodedFormat DeclaredFormat(const AVCodecParameters& parameters) {
             parameters.bits_per_raw_sample};
 }
 
-/// An MP4 file tells the end of its sound to the sample, which no packet does.
+/// Applies the end of the sound that an MP4 file declares exactly to the sample. Packets cannot.
 void CutAtDeclaredEnd(const AVFormatContext& context, const AVStream& stream, StreamIndex* index) {
     if (std::string_view(context.iformat->name).find("mp4") == std::string_view::npos) return;
     if (stream.duration <= 0 || index->packets.PacketCount() == 0) return;
     const std::int64_t end =
         av_rescale_q(stream.duration, stream.time_base, AVRational{1, index->format.rate});
-    if (end < 0) return;  // more than 64 bits hold
+    if (end < 0) return;  // more than 64 bits
     const PacketSpan last = index->packets.SpanOf(index->packets.PacketCount() - 1);
     const std::int64_t surplus = index->packets.EndFrame() - end;
-    // Only what the last packet or two were padded with; a larger difference is a duration that
-    // does not tell the length of the sound.
+    // Only the padding of the last one or two packets. With a larger difference the duration is not
+    // the length of the sound.
     if (surplus > 0 && surplus <= 2 * static_cast<std::int64_t>(last.skip + last.length) + 2048) {
         index->packets.CutAt(end);
     }
 }
 
-/// A checksum of everything that a walk gives for some packets, in the decoder's own format.
+/// The checksum of all frames of some packets, in the decoder's format.
 bool ChecksumOfPackets(PacketCursor* cursor, const DecodedFormat& format, std::int64_t endPacket,
                        std::uint32_t* checksum) {
     const bool planar = av_sample_fmt_is_planar(format.format) != 0;
@@ -84,8 +84,8 @@ bool ChecksumOfPackets(PacketCursor* cursor, const DecodedFormat& format, std::i
     return true;
 }
 
-/// Whether fresh decoders at the borders of segments give what one decoder gives that began at the
-/// front of the stream.
+/// Whether new decoders at the borders of segments return the same frames as a decoder that began at
+/// the start of the stream.
 bool RestartsCleanly(const std::shared_ptr<const InputFile>& file,
                      const std::shared_ptr<StreamIndex>& index) {
     PacketCursor straight(file, index, CursorMode::Straight);
@@ -105,11 +105,11 @@ bool RestartsCleanly(const std::shared_ptr<const InputFile>& file,
     return true;
 }
 
-/// Fills in what follows from the format and the packets.
+/// Sets the fields that follow from the format and the packets.
 void Complete(const std::shared_ptr<const InputFile>& file, const AVFormatContext& context,
               const AVStream& stream, const std::shared_ptr<StreamIndex>& index) {
     if (index->error != MediaError::None && index->packets.PacketCount() == 0) {
-        // Nothing in it, but a format: a stream of no length.
+        // A format without packets: a stream of no length.
         index->format = DeclaredFormat(*stream.codecpar);
         if (index->format.format != AV_SAMPLE_FMT_NONE) index->error = MediaError::None;
     }
@@ -137,30 +137,30 @@ void Complete(const std::shared_ptr<const InputFile>& file, const AVFormatContex
     index->totalFrames = index->leadFrames + index->packets.EndFrame();
 }
 
-struct StreamIndexer {
+struct IndexedStream {
     const AVStream* stream = nullptr;
     std::shared_ptr<StreamIndex> index;
     std::unique_ptr<PacketIndexer> indexer;
 };
 
-/// Reads the whole file once and hands each packet to its stream.
+/// Reads the whole file once and passes each packet to the indexer of its stream.
 MediaError IndexPackets(const std::shared_ptr<const InputFile>& file, Demuxer* demuxer,
-                        std::vector<StreamIndexer>* streams) {
-    const std::int64_t mostPackets = file->Size() + 4096;
+                        std::vector<IndexedStream>* streams) {
+    const std::int64_t maxPackets = file->Size() + 4096;
     std::int64_t packets = 0;
     const PacketPtr packet = NewPacket();
     while (demuxer->Read(packet.get())) {
-        for (const StreamIndexer& one : *streams) {
-            if (one.stream->index == packet->stream_index) one.indexer->Add(*packet);
+        for (const IndexedStream& entry : *streams) {
+            if (entry.stream->index == packet->stream_index) entry.indexer->Add(*packet);
         }
         av_packet_unref(packet.get());
-        if (++packets > mostPackets) return MediaError::TooManyPackets;
+        if (++packets > maxPackets) return MediaError::TooManyPackets;
     }
     return demuxer->Failure();
 }
 
-std::vector<StreamIndexer> AudioStreamsOf(const Demuxer& demuxer) {
-    std::vector<StreamIndexer> streams;
+std::vector<IndexedStream> AudioStreamsOf(const Demuxer& demuxer) {
+    std::vector<IndexedStream> streams;
     for (unsigned int i = 0; i < demuxer.Context()->nb_streams; ++i) {
         const AVStream* stream = demuxer.Context()->streams[i];
         if (stream->codecpar->codec_type != AVMEDIA_TYPE_AUDIO) continue;
@@ -169,46 +169,47 @@ std::vector<StreamIndexer> AudioStreamsOf(const Demuxer& demuxer) {
     return streams;
 }
 
-void SelectAudio(Demuxer* demuxer, const std::vector<StreamIndexer>& streams) {
+void SelectAudio(Demuxer* demuxer, const std::vector<IndexedStream>& streams) {
     demuxer->SelectStreams([&](int index) {
-        return std::any_of(streams.begin(), streams.end(), [index](const StreamIndexer& one) {
-            return one.stream->index == index;
+        return std::any_of(streams.begin(), streams.end(), [index](const IndexedStream& entry) {
+            return entry.stream->index == index;
         });
     });
 }
 
-MediaError CheckRates(const std::vector<StreamIndexer>& streams) {
-    for (const StreamIndexer& one : streams) {
-        const int rate = one.stream->codecpar->sample_rate;
+MediaError CheckRates(const std::vector<IndexedStream>& streams) {
+    for (const IndexedStream& entry : streams) {
+        const int rate = entry.stream->codecpar->sample_rate;
         if (rate != 0 && !RateIsAllowed(rate)) return MediaError::RateOutOfRange;
-        if (one.index->error == MediaError::RateOutOfRange) return MediaError::RateOutOfRange;
+        if (entry.index->error == MediaError::RateOutOfRange) return MediaError::RateOutOfRange;
     }
     return MediaError::None;
 }
 
-/// Scans once; @p decodeAll makes every packet be decoded.
-/// @param trusted  receives false when a second scan with @p decodeAll is needed
+/// Indexes the streams in one pass over the file.
+/// @param decodeAll  decodes every packet
+/// @param trusted    receives false when a second pass with @p decodeAll is needed
 MediaError IndexOnce(const std::shared_ptr<const InputFile>& file, Demuxer* demuxer, bool decodeAll,
-                     std::vector<StreamIndexer>* streams, bool* trusted) {
+                     std::vector<IndexedStream>* streams, bool* trusted) {
     SelectAudio(demuxer, *streams);
-    for (StreamIndexer& one : *streams) {
-        one.indexer = std::make_unique<PacketIndexer>(file, *one.stream, decodeAll);
+    for (IndexedStream& entry : *streams) {
+        entry.indexer = std::make_unique<PacketIndexer>(file, *entry.stream, decodeAll);
     }
     const MediaError error = IndexPackets(file, demuxer, streams);
     if (error != MediaError::None) return error;
     *trusted = true;
-    for (StreamIndexer& one : *streams) {
-        if (!one.indexer->Finish(one.index.get())) *trusted = false;
-        if (*trusted) Complete(file, *demuxer->Context(), *one.stream, one.index);
+    for (IndexedStream& entry : *streams) {
+        if (!entry.indexer->Finish(entry.index.get())) *trusted = false;
+        if (*trusted) Complete(file, *demuxer->Context(), *entry.stream, entry.index);
     }
     return MediaError::None;
 }
 
-/// The error of a file none of whose streams can be read, and its reason.
-MediaError ErrorOfAll(const std::vector<StreamIndexer>& streams, std::string* reason) {
+/// The error and the reason of a file without a readable stream; None if a stream is readable.
+MediaError ErrorOfAll(const std::vector<IndexedStream>& streams, std::string* reason) {
     if (streams.empty()) return MediaError::None;
-    for (const StreamIndexer& one : streams) {
-        if (one.index->error == MediaError::None) return MediaError::None;
+    for (const IndexedStream& entry : streams) {
+        if (entry.index->error == MediaError::None) return MediaError::None;
     }
     *reason = streams.front().index->reason;
     return streams.front().index->error;
@@ -241,7 +242,7 @@ namespace {
 
 MediaError IndexStreams(const std::shared_ptr<const InputFile>& file,
                         std::unique_ptr<Demuxer> demuxer, FileIndex* index) {
-    std::vector<StreamIndexer> streams = AudioStreamsOf(*demuxer);
+    std::vector<IndexedStream> streams = AudioStreamsOf(*demuxer);
     MediaError error = CheckRates(streams);
     if (error != MediaError::None) return error;
 
@@ -263,7 +264,7 @@ MediaError IndexStreams(const std::shared_ptr<const InputFile>& file,
     error = CheckRates(streams);
     if (error == MediaError::None) error = ErrorOfAll(streams, &index->reason);
     if (error != MediaError::None) return error;
-    for (StreamIndexer& one : streams) index->streams.push_back(std::move(one.index));
+    for (IndexedStream& entry : streams) index->streams.push_back(std::move(entry.index));
     return MediaError::None;
 }
 
@@ -272,7 +273,7 @@ MediaError IndexStreams(const std::shared_ptr<const InputFile>& file,
 MediaError IndexFile(const std::shared_ptr<const InputFile>& file, std::unique_ptr<Demuxer> demuxer,
                      FileIndex* index) {
     const MediaError error = IndexStreams(file, std::move(demuxer), index);
-    // The check of restarts takes an interrupted read for damage.
+    // RestartsCleanly cannot distinguish an interrupted read from damage.
     return file->IsInterrupted() ? MediaError::Cancelled : error;
 }
 

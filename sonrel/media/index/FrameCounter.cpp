@@ -50,7 +50,8 @@ CodecTraits TraitsOf(AVCodecID codec) {
 
 namespace {
 
-/// Codecs whose packets tell their length in their headers, and not by their size or their kind.
+/// Whether the frames of a packet are counted in its header, instead of following from its size or
+/// the codec.
 bool NeedsParser(AVCodecID codec) {
     switch (codec) {
         case AV_CODEC_ID_AC3:

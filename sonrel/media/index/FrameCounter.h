@@ -7,30 +7,30 @@
 
 namespace zrh::media::detail {
 
-/// What is known of a codec's packets.
+/// Properties of the packets of a codec.
 struct CodecTraits {
-    /// Packets that a fresh decoder needs before its output is right.
+    /// Packets that a new decoder needs before its output is right.
     int preroll = 0;
-    /// Each packet decodes alone, whatever came before it.
+    /// Each packet is decoded independently of the packets before it.
     bool independent = false;
-    /// The frames of a packet can be told without decoding it.
+    /// The frames of a packet can be counted without decoding it.
     bool countable = false;
-    /// A fresh decoder in the middle is known to give what a straight decode gives (but for noise
-    /// that decoders make up). Of other codecs it is tried out on each file.
+    /// A new decoder in the middle of the stream is known to return the same frames as a decoder
+    /// that began at its start (except for noise substitution). For other codecs each file is tested.
     bool restartable = false;
 };
 
 CodecTraits TraitsOf(AVCodecID codec);
 
-/// Whether the samples of a codec are stored as they are.
+/// Whether a codec stores uncompressed samples.
 bool IsPcm(AVCodecID codec);
 
-/// Tells the sample frames in a packet from its header or its size.
+/// Counts the sample frames of a packet by its header or its size.
 class FrameCounter {
 public:
     FrameCounter(const AVCodecParameters& parameters, AVRational timeBase);
 
-    /// @return 0 when it cannot be told
+    /// @return 0 when the frames cannot be counted
     std::uint32_t FramesOf(const AVPacket& packet);
 
 private:

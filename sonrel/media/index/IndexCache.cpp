@@ -13,13 +13,13 @@
 namespace zrh::media::detail {
 namespace {
 
-/// The slot of one file, where readers that open it at the same time meet.
+/// The entry of one file, shared by the readers that open it at the same time.
 struct Slot {
     std::mutex mutex;
     std::condition_variable turnEnded;
-    bool isTaken = false;                  ///< a MakersTurn exists; under `mutex`
-    std::weak_ptr<const FileIndex> index;  ///< of those who hold the slot, for the MakersTurn
-    int holders = 0;                       ///< under `placesMutex`
+    bool isTaken = false;                  ///< a BuildTurn exists; guarded by `mutex`
+    std::weak_ptr<const FileIndex> index;  ///< accessed with a BuildTurn only
+    int holders = 0;                       ///< guarded by `slotsMutex`
 };
 
 std::mutex slotsMutex;
@@ -28,8 +28,8 @@ SweptMap<FileIdentity, Slot>& Slots() {
     return *slots;
 }
 
-/// The maps that were made last. A file is often looked at, let go and read soon after: its map
-/// need not be made twice.
+/// The indexes that were built last. A file is often examined, released and read soon after, and
+/// need not be indexed twice.
 class RecentIndexes {
 public:
     void Keep(std::shared_ptr<const FileIndex> index) {
@@ -42,10 +42,10 @@ public:
     }
 
 private:
-    /// 16 MB.
+    /// 16 MB of packets.
     static constexpr std::int64_t MAX_PACKETS = 1 << 20;
 
-    /// A map takes more than its packets: none counts as nothing.
+    /// An index needs memory besides its packets: it counts as 64 packets more.
     static std::int64_t PacketsOf(const FileIndex& index) {
         std::int64_t packets = 64;
         for (const auto& stream : index.streams) packets += stream->packets.PacketCount();
@@ -56,13 +56,13 @@ private:
     std::int64_t packets_ = 0;
 };
 
-/// Under `placesMutex`; never destroyed, as the places.
+/// Guarded by `slotsMutex`; never destroyed, like the slots.
 RecentIndexes& Recent() {
     static auto* indexes = new RecentIndexes;
     return *indexes;
 }
 
-/// Keeps the slot of a file from being forgotten.
+/// Keeps the slot of a file from being removed.
 class SlotHold {
 public:
     explicit SlotHold(const FileIdentity& identity) {
@@ -84,14 +84,14 @@ private:
     Slot* slot_;
 };
 
-/// The turn to look at the map of a slot and to make it. One thread at a time has it.
+/// The right to use and build the index of a slot. One thread has it at a time.
 class BuildTurn {
 public:
-    /// Waits for the turn.
+    /// Waits for the other threads.
     BuildTurn(Slot& slot, const std::function<bool()>& isInterrupted) : slot_(slot) {
         std::unique_lock lock(slot_.mutex);
         const auto isFree = [this] { return !slot_.isTaken; };
-        while (!slot_.turnEnded.wait_for(lock, ASKING_PERIOD, isFree)) {
+        while (!slot_.turnEnded.wait_for(lock, POLL_INTERVAL, isFree)) {
             if (isInterrupted()) return;
         }
         slot_.isTaken = true;
@@ -112,7 +112,7 @@ public:
     bool IsMine() const { return isMine_; }
 
 private:
-    static constexpr std::chrono::milliseconds ASKING_PERIOD{50};
+    static constexpr std::chrono::milliseconds POLL_INTERVAL{50};
 
     Slot& slot_;
     bool isMine_ = false;
@@ -123,7 +123,7 @@ private:
 MediaError SharedIndexOf(const FileIdentity& identity, const std::function<bool()>& isInterrupted,
                          const std::function<MediaError(FileIndex* index)>& make,
                          std::shared_ptr<const FileIndex>* index) {
-    // Looked at before the map is made: what a file may still become without showing it is not
+    // Tested before the index is built: the index of a file that may still change unnoticed is not
     // kept.
     const bool isSettled = orlo::files::IsSettled(identity);
     const SlotHold hold(identity);

@@ -9,14 +9,15 @@
 
 namespace zrh::media::detail {
 
-/// Gives the map of a file: the one that another reader in this process made of the file as it is
-/// now and still holds, or made a short while ago, or else what @p make makes. Of several threads
-/// that ask for one file at once, one makes the map and the others wait for it.
+/// Returns the index of a file in its current state: an index that a reader in this process still
+/// holds or built recently, or a new index from @p make. If several threads request the index of one
+/// file, one thread builds it and the others wait.
 ///
 /// Threads: any.
-/// @param isInterrupted  ends the wait for another thread; called every 50 ms while it lasts
-/// @param make           makes the map; called without any lock that another file needs
-/// @return None with a map, Cancelled when the wait was ended, or what @p make returned
+/// @param isInterrupted  ends the wait for another thread; called every 50 ms during the wait
+/// @param make           builds the index; called without any lock that another file needs
+/// @param index          receives the index
+/// @return None, Cancelled when the wait was interrupted, or the error of @p make
 MediaError SharedIndexOf(const FileIdentity& identity, const std::function<bool()>& isInterrupted,
                          const std::function<MediaError(FileIndex* index)>& make,
                          std::shared_ptr<const FileIndex>* index);

@@ -75,53 +75,53 @@ bool PacketCursor::Next(std::vector<SampleBlock>* blocks) {
     }
     if (!FetchAndDecode(position_)) return false;
 
-    heard_.clear();
+    frames_.clear();
     drained_.clear();
-    for (int i = 0; i < decoder_->FrameCount(); ++i) heard_.push_back(&decoder_->Frame(i));
-    if (position_ + 1 == index_->packets.PacketCount()) DrainBehindLastPacket();
+    for (int i = 0; i < decoder_->FrameCount(); ++i) frames_.push_back(&decoder_->Frame(i));
+    if (position_ + 1 == index_->packets.PacketCount()) DrainAfterLastPacket();
     Slice(index_->packets.SpanOf(position_), blocks);
     ++position_;
     return true;
 }
 
-void PacketCursor::DrainBehindLastPacket() {
-    // The drain overwrites the decoder's frames: what is heard of the last packet moves away first.
-    for (const AVFrame*& frame : heard_) {
+void PacketCursor::DrainAfterLastPacket() {
+    // Draining overwrites the decoder's frames: the frames of the last packet are moved first.
+    for (const AVFrame*& frame : frames_) {
         drained_.push_back(NewFrame());
         if (av_frame_ref(drained_.back().get(), frame) < 0) throw std::bad_alloc();
         frame = drained_.back().get();
     }
     decoder_->Decode(nullptr);
-    for (int i = 0; i < decoder_->FrameCount(); ++i) heard_.push_back(&decoder_->Frame(i));
+    for (int i = 0; i < decoder_->FrameCount(); ++i) frames_.push_back(&decoder_->Frame(i));
     segmentEnd_ = position_;
 }
 
 void PacketCursor::Slice(const PacketSpan& span, std::vector<SampleBlock>* blocks) {
     std::int64_t skip = span.skip;
     std::int64_t left = span.length;
-    for (std::size_t i = 0; i < heard_.size() && left > 0; ++i) {
-        const std::int64_t frames = heard_[i]->nb_samples;
+    for (std::size_t i = 0; i < frames_.size() && left > 0; ++i) {
+        const std::int64_t frames = frames_[i]->nb_samples;
         const std::int64_t offset = std::min(skip, frames);
         skip -= offset;
         const std::int64_t taken = std::min(frames - offset, left);
         if (taken == 0) continue;
         left -= taken;
-        const AVFrame* frame = InFormat(*heard_[i], i);
+        const AVFrame* frame = InFormat(*frames_[i], i);
         blocks->push_back({frame == nullptr ? nullptr : frame->extended_data,
                            static_cast<int>(offset), static_cast<int>(taken)});
     }
     if (left > 0) blocks->push_back({nullptr, 0, static_cast<int>(left)});
 }
 
-const AVFrame* PacketCursor::InFormat(const AVFrame& frame, std::size_t place) {
+const AVFrame* PacketCursor::InFormat(const AVFrame& frame, std::size_t number) {
     const DecodedFormat& wanted = index_->format;
     DecodedFormat got = decoder_->FormatOf(frame);
     got.rawBits = wanted.rawBits;
     if (got.format == wanted.format && got.channels == wanted.channels && got.rate == wanted.rate) {
         return &frame;
     }
-    // A stream may change its channels or its sample format on the way. A change of the rate would
-    // move everything behind it: such a packet is silence.
+    // A stream may change its channels or its sample format. A change of the rate would shift all
+    // frames after it: such a packet is silence.
     if (got.rate != wanted.rate || got.channels < 1 || got.channels > MAX_CHANNELS) return nullptr;
     if (got != adapterFrom_) {
         AVChannelLayout from = LayoutOf(got);
@@ -136,8 +136,8 @@ const AVFrame* PacketCursor::InFormat(const AVFrame& frame, std::size_t place) {
         if (swr_init(raw) < 0) adapter_ = nullptr;
     }
     if (adapter_ == nullptr) return nullptr;
-    if (adapted_.size() <= place) adapted_.resize(place + 1);
-    FramePtr& out = adapted_[place];
+    if (adapted_.size() <= number) adapted_.resize(number + 1);
+    FramePtr& out = adapted_[number];
     out = NewFrame();
     out->format = wanted.format;
     out->sample_rate = wanted.rate;

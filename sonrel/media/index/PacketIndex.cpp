@@ -99,19 +99,19 @@ PacketSpan PacketIndex::SpanOf(std::int64_t packet) const {
 }
 
 std::int64_t PacketIndex::PacketAt(std::int64_t frame) const {
-    // Of groups that begin at one frame, only the last has a length.
-    const auto behind = std::upper_bound(groupStarts_.begin(), groupStarts_.end(), frame);
-    std::int64_t packet = (behind - groupStarts_.begin() - 1) * GROUP;
-    std::int64_t end = *(behind - 1) + ShapeOf(packet).second;
+    // If several groups start at one frame, only the last has frames.
+    const auto next = std::upper_bound(groupStarts_.begin(), groupStarts_.end(), frame);
+    std::int64_t packet = (next - groupStarts_.begin() - 1) * GROUP;
+    std::int64_t end = *(next - 1) + ShapeOf(packet).second;
     while (end <= frame) end += ShapeOf(++packet).second;
     return packet;
 }
 
 std::size_t PacketIndex::SegmentOf(std::int64_t packet) const {
-    const auto behind = std::upper_bound(
+    const auto next = std::upper_bound(
         segments_.begin(), segments_.end(), packet,
         [](std::int64_t p, const Segment& segment) { return p < segment.firstPacket; });
-    return static_cast<std::size_t>(behind - segments_.begin()) - 1;
+    return static_cast<std::size_t>(next - segments_.begin()) - 1;
 }
 
 }  // namespace zrh::media::detail

@@ -11,10 +11,10 @@
 
 namespace zrh::media::detail {
 
-/// Tells one packet of a stream from all others.
+/// Identifies one packet of a stream.
 struct PacketRecord {
-    /// Where the packet's bytes begin in the file when the map is direct; otherwise what the
-    /// container says about it, -1 for nothing.
+    /// The position of the packet's bytes in the file if the index is direct; otherwise the position
+    /// that the container reports, -1 for none.
     std::int64_t position = -1;
     std::uint32_t size = 0;
     /// A checksum of the packet's bytes.
@@ -23,8 +23,8 @@ struct PacketRecord {
     bool operator==(const PacketRecord&) const = default;
 };
 
-/// A stretch of packets that a fresh decoder decodes on its own. It begins to decode earlier, at
-/// the preroll packet, and drops what comes of that.
+/// A run of packets that has its own decoder. The decoder starts earlier, at the preroll packet, and
+/// its output before the first packet is dropped.
 struct Segment {
     std::int64_t firstPacket = 0;
     std::int64_t prerollPacket = 0;
@@ -32,31 +32,32 @@ struct Segment {
     std::int64_t prerollTime = 0;
 };
 
-/// The frames of one packet in the stream: of its output, @p skip frames are left out and the next
-/// @p length are heard.
+/// The frames of one packet in the stream: @p skip frames of its output are dropped, and the next
+/// @p length frames are used.
 struct PacketSpan {
     std::int64_t startFrame = 0;
     std::uint32_t skip = 0;
     std::uint32_t length = 0;
 };
 
-/// Which packet holds which sample frames of a stream. Frames are counted, never placed by the
-/// times in a container, which are rounded and have gaps that are none.
+/// Maps sample frames of a stream to packets. Frames are counted and never derived from the times in
+/// the container: those are rounded, and their gaps are not gaps in the sound.
 ///
-/// A packet takes at most 16 bytes of memory: 15 of its entry, with its length as the index of one
-/// of the lengths that occur, and its part of the start that every 64th packet has.
+/// A packet takes at most 16 bytes of memory: 15 for its entry, which contains the number of its
+/// span in a table of all different spans, and its share of the start frame that is stored for every
+/// 64th packet.
 class PacketIndex {
 public:
-    /// @param startFrame  frame at which the first packet is heard: the silence before it
+    /// @param startFrame  start of the first packet: the frames of silence before it
     explicit PacketIndex(std::int64_t startFrame = 0) : endFrame_(startFrame) {}
 
-    /// Packets may have so many different spans.
+    /// The maximum number of different spans.
     static constexpr std::size_t MAX_SHAPES = 65535;
 
-    /// @return false when the packet was not added, as there are too many different spans
+    /// @return false when the packet was not added because of too many different spans
     bool AddPacket(const PacketRecord& record, std::uint32_t skip, std::uint32_t length);
     void AddSegment(const Segment& segment) { segments_.push_back(segment); }
-    /// Makes the whole stream one segment, for a decoder that cannot begin in the middle.
+    /// Makes one segment of the whole stream, for a decoder that cannot start in the middle.
     void MergeSegments();
     /// Cuts the stream so that it ends at @p endFrame.
     void CutAt(std::int64_t endFrame);
@@ -67,22 +68,22 @@ public:
     PacketRecord Packet(std::int64_t index) const;
     const std::vector<Segment>& Segments() const { return segments_; }
     std::int64_t EndFrame() const { return endFrame_; }
-    /// Every packet lies whole in the file, at its recorded position.
+    /// Whether the bytes of every packet are in the file at its recorded position.
     bool IsDirect() const { return direct_ && allPositionsFit_; }
 
     PacketSpan SpanOf(std::int64_t packet) const;
-    /// The packet in which a frame is heard.
-    /// @param frame  from the first packet's start to EndFrame, exclusive
+    /// The packet that contains a frame.
+    /// @param frame  from the start of the first packet to EndFrame, exclusive
     std::int64_t PacketAt(std::int64_t frame) const;
-    /// Index of the segment that a packet belongs to.
+    /// The number of the segment that contains a packet.
     std::size_t SegmentOf(std::int64_t packet) const;
 
 private:
     static constexpr std::int64_t GROUP = 64;
 
-    /// A packet, packed: numbers of 4 bytes would be padded.
+    /// A packet in bytes: larger integers would be padded.
     struct Entry {
-        std::uint8_t position[5];  ///< all ones: not known
+        std::uint8_t position[5];  ///< all bits set: unknown
         std::uint8_t shape[2];
         std::uint8_t size[4];
         std::uint8_t check[4];
@@ -94,7 +95,7 @@ private:
     const Shape& ShapeOf(std::int64_t packet) const;
 
     ChunkedList<Entry> entries_;
-    /// The frame at which every 64th packet is heard.
+    /// The start frame of every 64th packet.
     std::vector<std::int64_t> groupStarts_;
     std::vector<Shape> shapes_;
     std::map<Shape, std::uint16_t> shapeIndexes_;

@@ -20,10 +20,11 @@ constexpr std::size_t PACKETS_CHECKED_AT_END = 8;
 constexpr std::size_t PREROLL_OF_TAIL_CHECK = 16;
 constexpr std::int64_t MAX_RECENT_BYTES = 16 << 20;
 constexpr std::size_t WINDOW_BYTES = 256 * 1024;
-/// A container may put a header of its own between the place that it names and the sound.
+/// A container may put a header between the position that it reports and the sound.
 constexpr std::size_t MAX_PACKET_HEADER = 32;
 
-/// Side data that a decoder acts on. A packet that carries some cannot be read from the file alone.
+/// Whether side data changes the decoder. A packet with such data cannot be read from the file
+/// directly.
 bool ChangesDecoder(const AVPacketSideData& data) {
     return data.type == AV_PKT_DATA_NEW_EXTRADATA || data.type == AV_PKT_DATA_PARAM_CHANGE ||
            data.type == AV_PKT_DATA_ENCRYPTION_INFO ||
@@ -79,17 +80,16 @@ void PacketIndexer::KeepForTailCheck(const AVPacket& packet, std::int64_t frames
 }
 
 std::int64_t PacketIndexer::CountFrames(const AVPacket& packet, std::int64_t* decoderSkip) {
-    const std::int64_t told = traits_.countable ? frameCounter_.FramesOf(packet) : 0;
-    if (mode_ == Mode::Trusting && told > 0) return told;
-    if (mode_ == Mode::Trusting) return 0;
+    const std::int64_t counted = traits_.countable ? frameCounter_.FramesOf(packet) : 0;
+    if (mode_ == Mode::Trusting) return counted;
 
     const bool whole = decoder_->Decode(&packet);
     const std::int64_t decoded = decoder_->DecodedFrames();
     *decoderSkip = decoder_->DecoderSkip();
     NoteFormat();
     if (mode_ == Mode::Checking) {
-        // Some parsers and some decoders need one packet to get going.
-        if (told != decoded && seen_ > 0) {
+        // Some parsers and some decoders need a first packet to start.
+        if (counted != decoded && seen_ > 0) {
             mode_ = Mode::Decoding;
             recent_.clear();
         } else if (seen_ + 1 >= PACKETS_CHECKED_AT_FRONT) {
@@ -97,10 +97,10 @@ std::int64_t PacketIndexer::CountFrames(const AVPacket& packet, std::int64_t* de
             decoder_ = nullptr;
         }
     }
-    // A damaged packet keeps its place where its length is known all the same.
+    // A damaged packet keeps its span if its length is known.
     if (decoded > 0 || whole) return decoded;
-    silentFrames_ += told;
-    return told;
+    silentFrames_ += counted;
+    return counted;
 }
 
 void PacketIndexer::NoteFormat() {
@@ -130,7 +130,7 @@ void PacketIndexer::Locate(const AVPacket& packet, PacketRecord* record) {
         if (at + header + size > window_.size()) break;
         if (std::memcmp(window_.data() + at + header, packet.data, size) == 0) {
             record->position = packet.pos + static_cast<std::int64_t>(header);
-            if (header > 0) sawHeader_ = true;
+            if (header > 0) foundHeader_ = true;
             return;
         }
     }
@@ -145,14 +145,14 @@ void PacketIndexer::NoteTime(const AVPacket& packet) {
 }
 
 void PacketIndexer::BeginSegmentIfDue(const AVPacket& packet) {
-    const std::int64_t longest =
+    const std::int64_t maxFrames =
         static_cast<std::int64_t>(SEGMENT_SECONDS) * std::max(stream_.codecpar->sample_rate, 1);
     const bool due =
-        decodedFrames_ - segmentStartFrames_ >= longest && (packet.flags & AV_PKT_FLAG_KEY) != 0;
+        decodedFrames_ - segmentStartFrames_ >= maxFrames && (packet.flags & AV_PKT_FLAG_KEY) != 0;
     if (seen_ > 0 && !due) return;
     segmentStartFrames_ = decodedFrames_;
-    const auto behind = static_cast<std::int64_t>(times_.size()) - 1;
-    packets_.AddSegment({seen_, seen_ - behind, times_.front()});
+    const auto preroll = static_cast<std::int64_t>(times_.size()) - 1;
+    packets_.AddSegment({seen_, seen_ - preroll, times_.front()});
 }
 
 void PacketIndexer::Commit() {
@@ -166,7 +166,7 @@ void PacketIndexer::Commit() {
     carriedSkip_ -= pending_.hidden ? std::min(carriedSkip_, pending_.decoded) : skip;
     if (!packets_.AddPacket(pending_.record, static_cast<std::uint32_t>(skip),
                             static_cast<std::uint32_t>(audible - skip))) {
-        tooVaried_ = true;
+        hasTooManySpans_ = true;
     }
 }
 
@@ -183,7 +183,7 @@ bool PacketIndexer::CheckTail() {
             if (whole && decoded != recent_[i].frames) return false;
             continue;
         }
-        // The last packet may be shorter than its header or its codec says, or cut off.
+        // The last packet may be shorter than its header or its codec declares, or cut off.
         decoder->Decode(nullptr);
         decoded += decoder->DecodedFrames();
         pending_.decoded = std::min(pending_.decoded, decoded);
@@ -200,12 +200,12 @@ bool PacketIndexer::Finish(StreamIndex* index) {
         NoteFormat();
     }
     Commit();
-    if (!direct_ && sawHeader_) packets_.ForgetPositions();
+    if (!direct_ && foundHeader_) packets_.ForgetPositions();
     packets_.SetDirect(direct_);
     index->traits = traits_;
     index->silentFrames = silentFrames_;
     index->packets = std::move(packets_);
-    if (tooVaried_) {
+    if (hasTooManySpans_) {
         index->reason = "its packets have more than " + std::to_string(PacketIndex::MAX_SHAPES) +
                         " different lengths";
     } else if (format_.format != AV_SAMPLE_FMT_NONE) {

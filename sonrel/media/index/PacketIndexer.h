@@ -12,26 +12,43 @@
 
 namespace zrh::media::detail {
 
-/// Makes the map of one audio stream from all its packets, handed over in file order.
+/// Builds the packet index of one audio stream from all its packets in file order.
 ///
-/// How many frames a packet holds is told by its header where the codec allows that; the first
-/// packets are decoded to see whether it is true, and the last ones, which may be shorter. Where it
-/// cannot be told, or turns out false, every packet is decoded.
+/// The index must contain the exact number of frames of each packet: a reader finds the packet of a
+/// frame by counting. Decoding every packet would count them, but takes as long as playing the file
+/// through a decoder. So the indexer counts by the packet headers where the codec allows it, and
+/// verifies them: it decodes the first 24 packets (mode Checking) and compares, then trusts the
+/// headers (mode Trusting), and finally decodes the last 8 packets after a preroll of 16. If a header
+/// of the first packets is wrong, or the codec has no countable headers, it decodes every packet
+/// (mode Decoding). If a header of the last packets is wrong, the pass is wasted: Finish returns
+/// false, and the file is indexed again with decodeAll. The end of a stream is special because its
+/// last packet may be shorter than its header declares.
+///
+/// Of the frames of a packet, some may not belong to the stream: priming at the start, padding at
+/// the end, and packets that an edit list hides. Containers report them as skip and discard counts
+/// or as a discard flag; decoders report priming too. A skip that is longer than its packet carries
+/// over to the next packets. Frames of a damaged packet stay in the index as silence if the header
+/// counts them, so that damage does not shift the packets after it.
+///
+/// The indexer also finds out how the reader can fetch the packets: if every packet's bytes are
+/// found in the file at the reported position, or within 32 bytes after it, the index is direct, and
+/// the reader needs no demuxer. Every 10 seconds a segment begins at a key packet. A segment can be
+/// decoded without the packets before its preroll.
 class PacketIndexer {
 public:
-    /// @param decodeAll  never trust headers
+    /// @param decodeAll  decode every packet and never trust the headers
     PacketIndexer(std::shared_ptr<const InputFile> file, const AVStream& stream, bool decodeAll);
 
     void Add(const AVPacket& packet);
 
-    /// @return false when the last packets showed that headers cannot be trusted: a scan with
-    ///         decodeAll is needed
+    /// Completes the index after the last packet.
+    /// @return false when the last packets have wrong headers: the file needs a pass with decodeAll
     bool Finish(StreamIndex* index);
 
 private:
     enum class Mode { Checking, Trusting, Decoding };
 
-    /// The packet before it is put on the map: its count may still change.
+    /// The last packet, before it is added to the index: its count may still change.
     struct Pending {
         PacketRecord record;
         std::int64_t decoded = 0;
@@ -58,25 +75,25 @@ private:
     DecodedFormat format_;
     PacketIndex packets_;
     bool direct_ = true;
-    /// Some packet lay behind a header of the container, at another place than the container names.
-    bool sawHeader_ = false;
+    /// A packet was found after a header of the container and not at the reported position.
+    bool foundHeader_ = false;
     std::vector<std::uint8_t> window_;
     std::int64_t windowStart_ = 0;
     std::int64_t seen_ = 0;
     std::int64_t decodedFrames_ = 0;
     std::int64_t segmentStartFrames_ = 0;
-    /// Times of the latest packets, as many as the preroll needs.
+    /// Times of the last packets, as many as the preroll needs.
     std::deque<std::int64_t> times_;
-    /// The latest packets with the frames counted for each, for the check of the tail.
+    /// A packet for CheckTail, with its counted frames.
     struct Recent {
         PacketPtr packet;
         std::int64_t frames = 0;
     };
     std::deque<Recent> recent_;
     std::int64_t recentBytes_ = 0;
-    /// Frames of packets that did not decode.
+    /// Frames of packets that could not be decoded.
     std::int64_t silentFrames_ = 0;
-    bool tooVaried_ = false;
+    bool hasTooManySpans_ = false;
     bool hasPending_ = false;
     Pending pending_;
     std::int64_t carriedSkip_ = 0;

@@ -10,8 +10,8 @@
 namespace zrh::media::detail {
 namespace {
 
-/// The first and the last bytes of a packet, with its size and its place, tell it from all others;
-/// summing up every byte would cost as much as finding the packet.
+/// The first and the last bytes of a packet identify it, together with its size and its position. A
+/// checksum of every byte would take as long as finding the packet.
 constexpr std::size_t CHECKED_BYTES = 512;
 
 std::uint32_t CheckOf(const std::uint8_t* bytes, std::size_t size) {
@@ -20,13 +20,13 @@ std::uint32_t CheckOf(const std::uint8_t* bytes, std::size_t size) {
     return av_adler32_update(front, bytes + size - CHECKED_BYTES, CHECKED_BYTES);
 }
 
-/// Whether a packet may be the one of a record. A container does not tell every position.
-bool Fits(const PacketRecord& packet, const PacketRecord& record) {
+/// Whether a packet matches a record. A container does not report every position.
+bool Matches(const PacketRecord& packet, const PacketRecord& record) {
     if (packet.size != record.size || packet.check != record.check) return false;
     return packet.position < 0 || record.position < 0 || packet.position == record.position;
 }
 
-/// Reads packets where they lie in the file, many at a time.
+/// Reads packets directly from the file, many in one read.
 class DirectSource : public PacketSource {
 public:
     DirectSource(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> index)
@@ -68,9 +68,9 @@ private:
     PacketPool pool_;
 };
 
-/// Reads packets through the container. After a seek it finds out by the packets themselves where
-/// it is; when that fails it seeks to an earlier place, and at last opens the file again and reads
-/// it from the front.
+/// Reads packets through the container. After a seek it recognises the position by the packets. If
+/// that fails it seeks to an earlier position, and finally opens the file again and reads it from
+/// the start.
 class ContainerSource : public PacketSource {
 public:
     ContainerSource(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> index)
@@ -81,18 +81,18 @@ public:
         if (const AVPacket* kept = Kept(index)) return Copy(*kept, packet);
         if (!IsNear(index) && !SeekNear(index) && !Reopen()) return Broken(index);
         if (ReadUpTo(index)) return Copy(*Kept(index), packet);
-        // What the container gave after a seek was not what it gave when the map was made.
+        // After a seek the container returned other packets than when the index was built.
         if (!Reopen() || !ReadUpTo(index)) return Broken(index);
         return Copy(*Kept(index), packet);
     }
 
 private:
-    /// Covers the preroll of every codec, so that the next segment needs no seek.
+    /// More than the preroll of any codec, so that the next segment needs no seek.
     static constexpr std::size_t KEPT_PACKETS = 160;
     static constexpr std::int64_t KEPT_BYTES = 16 << 20;
-    /// Reading so many packets further costs no more than a seek.
+    /// Reading this many packets takes no longer than a seek.
     static constexpr std::int64_t NEAR_PACKETS = 400;
-    /// Packets that may be read after a seek until only one place in the map fits them.
+    /// The limit of packets that are read after a seek until they match one position only.
     static constexpr int PACKETS_TO_RECOGNISE = 64;
 
     static bool Copy(const AVPacket& from, AVPacket* to) {
@@ -115,7 +115,7 @@ private:
         return demuxer_ != nullptr && index >= next_ && index - next_ < NEAR_PACKETS;
     }
 
-    /// Opens the file afresh; the next packet is the first one.
+    /// Opens the file again; the next packet is packet 0.
     bool Reopen() {
         ForgetKept();
         next_ = 0;
@@ -155,12 +155,12 @@ private:
         keptBytes_ = 0;
     }
 
-    /// Reads on until the packet is kept; false when one on the way is not the one of the map.
+    /// Reads up to a packet and keeps it. @return false when a packet does not match the index
     bool ReadUpTo(std::int64_t index) {
         if (demuxer_ == nullptr) return false;
         while (next_ <= index) {
             PacketPtr packet = ReadOne();
-            if (packet == nullptr || !Fits(RecordOf(*packet), index_->packets.Packet(next_)))
+            if (packet == nullptr || !Matches(RecordOf(*packet), index_->packets.Packet(next_)))
                 return false;
             Keep(std::move(packet));
         }
@@ -170,8 +170,8 @@ private:
     bool SeekNear(std::int64_t index) {
         const auto& segments = index_->packets.Segments();
         const std::size_t at = index_->packets.SegmentOf(index);
-        // The segment before the packet's own is the second try; near the front, reading from
-        // there is as good.
+        // The second attempt is the segment before that of the packet. Near the start, reading from
+        // the start is as good.
         for (std::size_t back = 0; back < 3 && at >= back + 1; ++back) {
             const Segment& segment = segments[at - back];
             if (segment.prerollPacket > index) continue;
@@ -186,10 +186,10 @@ private:
         return false;
     }
 
-    /// Reads packets until they fit only one place of the map, at or before @p index. Packets that
-    /// fit none are passed over: the first ones after a seek may be cut.
+    /// Reads packets until they match one position of the index only, at or before @p index. Packets
+    /// that match none are skipped: the first packets after a seek may be cut.
     bool Recognise(std::int64_t index) {
-        std::vector<std::int64_t> places;
+        std::vector<std::int64_t> positions;
         std::vector<PacketPtr> seen;
         std::int64_t bytes = 0;
         for (int i = 0; i < PACKETS_TO_RECOGNISE && bytes <= KEPT_BYTES; ++i) {
@@ -197,33 +197,33 @@ private:
             if (seen.back() == nullptr) return false;
             bytes += seen.back()->size;
             const PacketRecord record = RecordOf(*seen.back());
-            NarrowPlaces(record, seen.size() - 1, &places);
-            if (places.empty() && seen.size() > 1) {
+            NarrowPositions(record, seen.size() - 1, &positions);
+            if (positions.empty() && seen.size() > 1) {
                 seen.erase(seen.begin(), seen.end() - 1);
-                NarrowPlaces(record, 0, &places);
+                NarrowPositions(record, 0, &positions);
             }
-            if (places.empty()) seen.clear();
-            if (places.size() != 1) continue;
-            if (places.front() > index) return false;
-            next_ = places.front();
-            for (PacketPtr& one : seen) Keep(std::move(one));
+            if (positions.empty()) seen.clear();
+            if (positions.size() != 1) continue;
+            if (positions.front() > index) return false;
+            next_ = positions.front();
+            for (PacketPtr& packet : seen) Keep(std::move(packet));
             return true;
         }
         return false;
     }
 
-    void NarrowPlaces(const PacketRecord& record, std::size_t distance,
-                      std::vector<std::int64_t>* places) const {
+    void NarrowPositions(const PacketRecord& record, std::size_t distance,
+                         std::vector<std::int64_t>* positions) const {
         const PacketIndex& packets = index_->packets;
         if (distance == 0) {
             for (std::int64_t i = 0; i < packets.PacketCount(); ++i) {
-                if (Fits(record, packets.Packet(i))) places->push_back(i);
+                if (Matches(record, packets.Packet(i))) positions->push_back(i);
             }
             return;
         }
-        std::erase_if(*places, [&](std::int64_t place) {
-            const std::int64_t at = place + static_cast<std::int64_t>(distance);
-            return at >= packets.PacketCount() || !Fits(record, packets.Packet(at));
+        std::erase_if(*positions, [&](std::int64_t position) {
+            const std::int64_t at = position + static_cast<std::int64_t>(distance);
+            return at >= packets.PacketCount() || !Matches(record, packets.Packet(at));
         });
     }
 

@@ -10,7 +10,7 @@
 
 namespace zrh::media::detail {
 
-/// Fetches the packets of a mapped stream by their numbers.
+/// Fetches the packets of an indexed stream by number.
 ///
 /// Threads: one at a time.
 class PacketSource {
@@ -18,18 +18,18 @@ public:
     virtual ~PacketSource() = default;
 
     /// Fetches one packet.
-    /// @param index   0 to the map's packet count, exclusive
-    /// @param packet  an empty packet, which receives it
-    /// @return false when the disk failed or the file is no longer what the map was made of
+    /// @param index   0 to the packet count of the index, exclusive
+    /// @param packet  an empty packet, which receives the data
+    /// @return false when the disk failed or the file differs from the indexed file
     virtual bool Fetch(std::int64_t index, AVPacket* packet) = 0;
 };
 
-/// Makes the source that fits the map: straight from the file where the map is direct, through the
-/// container otherwise.
+/// Makes the source for an index: directly from the file if the index is direct, otherwise through
+/// the container.
 std::unique_ptr<PacketSource> NewPacketSource(std::shared_ptr<const InputFile> file,
                                               std::shared_ptr<const StreamIndex> index);
 
-/// The record of a packet that a container gave.
+/// The record of a packet from a container.
 PacketRecord RecordOf(const AVPacket& packet);
 
 }  // namespace zrh::media::detail

@@ -4,7 +4,7 @@
 namespace zrh::media::detail {
 namespace {
 
-/// Whether the bytes of a codec are what its decoder gives.
+/// Whether the stored bytes of a codec equal the output of its decoder.
 bool IsNativeCodec(AVCodecID codec) {
     switch (codec) {
         case AV_CODEC_ID_PCM_U8:

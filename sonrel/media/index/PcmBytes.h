@@ -12,17 +12,17 @@
 
 namespace zrh::media::detail {
 
-/// Fetches samples of a stream that is mapped by bytes, in its decoder's format.
+/// Fetches samples of a stream with a PcmLayout, in the format of its decoder.
 ///
 /// Threads: one at a time.
 class PcmBytes {
 public:
     PcmBytes(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> index);
 
-    /// The bytes in the file are the decoder's samples.
+    /// Whether the bytes in the file equal the decoder's output.
     bool IsNative() const { return native_; }
 
-    /// Reads frames as they lie in the file.
+    /// Reads frames without decoding.
     /// @return the frames read, fewer than @p count when the file was cut; -1 when the disk failed
     int ReadRaw(std::int64_t start, int count, void* buffer) const;
 
@@ -42,7 +42,7 @@ private:
     const std::uint8_t* plane_ = nullptr;
 };
 
-/// Whether the bytes of a codec are what its view shows, so that reading is copying.
+/// Whether the stored bytes of a codec have the format of its view, so that reading is copying.
 bool StoresView(AVCodecID codec);
 
 }  // namespace zrh::media::detail

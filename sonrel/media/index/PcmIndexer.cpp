@@ -11,9 +11,9 @@ namespace zrh::media::detail {
 namespace {
 
 constexpr std::array<std::string_view, 5> PLAIN_FORMATS = {"aiff", "au", "caf", "w64", "wav"};
-/// A file of fewer bytes than this is read through to find its end.
+/// A smaller file is read to its end without a seek.
 constexpr std::int64_t SEEK_WORTH_BYTES = 4 << 20;
-/// So far before the presumed end reading begins.
+/// After the seek, reading starts this far before the expected end.
 constexpr std::int64_t TAIL_BYTES = 256 << 10;
 
 bool IsPlain(const Demuxer& demuxer, const StreamIndex& index) {
@@ -29,8 +29,8 @@ bool IsPlain(const Demuxer& demuxer, const StreamIndex& index) {
     return bits % 8 == 0 && parameters.block_align == bytes;
 }
 
-/// Decodes a few bytes of a stream to learn its format.
-bool LearnFormat(const AVPacket& packet, StreamIndex* index) {
+/// Decodes a packet to find the format of a stream.
+bool FindFormat(const AVPacket& packet, StreamIndex* index) {
     const auto decoder = PacketDecoder::Open(*index->parameters, index->timeBase);
     if (decoder == nullptr) return false;
     decoder->Decode(&packet);
@@ -40,13 +40,13 @@ bool LearnFormat(const AVPacket& packet, StreamIndex* index) {
            index->format.rate >= MIN_RATE && index->format.rate <= MAX_RATE;
 }
 
-/// Moves the demuxer close to the end of the file.
+/// Seeks close to the end of the file.
 bool SkipToTail(const InputFile& file, Demuxer* demuxer, const AVStream& stream,
                 const PcmLayout& layout) {
     const std::int64_t bytes = file.Size() - layout.offset;
-    const std::int64_t behind = (bytes - TAIL_BYTES) / layout.bytesPerFrame;
+    const std::int64_t frame = (bytes - TAIL_BYTES) / layout.bytesPerFrame;
     std::int64_t target =
-        av_rescale_q(behind, AVRational{1, stream.codecpar->sample_rate}, stream.time_base);
+        av_rescale_q(frame, AVRational{1, stream.codecpar->sample_rate}, stream.time_base);
     if (stream.duration > 0) target = std::min(target, stream.duration);
     return av_seek_frame(demuxer->Context(), stream.index, target, AVSEEK_FLAG_BACKWARD) >= 0;
 }
@@ -56,7 +56,7 @@ bool SkipToTail(const InputFile& file, Demuxer* demuxer, const AVStream& stream,
 PcmResult IndexPcm(const InputFile& file, Demuxer* demuxer, StreamIndex* index) {
     if (!IsPlain(*demuxer, *index)) return PcmResult::Untouched;
     const PacketPtr packet = NewPacket();
-    if (!demuxer->Read(packet.get()) || packet->pos < 0 || !LearnFormat(*packet, index)) {
+    if (!demuxer->Read(packet.get()) || packet->pos < 0 || !FindFormat(*packet, index)) {
         return PcmResult::Disturbed;
     }
     const PcmLayout layout = {packet->pos, index->parameters->block_align};
@@ -68,8 +68,8 @@ PcmResult IndexPcm(const InputFile& file, Demuxer* demuxer, StreamIndex* index) 
 
     bool first = seeks;
     while (av_packet_unref(packet.get()), demuxer->Read(packet.get())) {
-        // The first packet behind a seek may lie anywhere on the grid of frames; each other one
-        // joins the one before.
+        // The first packet after a seek may start at any frame. Every other packet follows the
+        // packet before it without a gap.
         const bool onGrid = (packet->pos - layout.offset) % layout.bytesPerFrame == 0;
         if (packet->pos < layout.offset || !onGrid || (!first && packet->pos != end)) {
             return PcmResult::Disturbed;

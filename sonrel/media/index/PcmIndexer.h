@@ -7,13 +7,13 @@
 namespace zrh::media::detail {
 
 enum class PcmResult {
-    Indexed,    ///< the samples lie one after the other; the map is complete
-    Untouched,  ///< not such a file; the demuxer is still at its beginning
-    Disturbed   ///< not such a file; the demuxer has been read from
+    Indexed,    ///< the samples are contiguous; the index is complete
+    Untouched,  ///< not such a file; the demuxer is still at its start
+    Disturbed   ///< not such a file; the demuxer has been used
 };
 
-/// Maps uncompressed sound in a plain container (WAVE and its large forms, AIFF, AU, CAF) by its
-/// bytes. The end is found by reading the last packets, because headers lie about it.
+/// Indexes uncompressed sound in a simple container (WAVE and its large forms, AIFF, AU, CAF) by
+/// bytes. The end is found by reading the last packets, because headers declare it wrong.
 PcmResult IndexPcm(const InputFile& file, Demuxer* demuxer, StreamIndex* index);
 
 }  // namespace zrh::media::detail

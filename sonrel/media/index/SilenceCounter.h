@@ -8,9 +8,9 @@
 
 namespace zrh::media::detail {
 
-/// The silence that the readers of one stream have put in for packets that do not decode. A packet
-/// counts once, however many readers read it and however often, so that readers of parts of a
-/// stream add up to what one reader of the whole counts.
+/// Counts the silence that the readers of one stream inserted for packets that cannot be decoded. A
+/// packet counts once, even if several readers read it several times, so that the readers of parts
+/// of a stream count the same as one reader of the whole stream.
 ///
 /// Threads: any.
 class SilenceCounter {
@@ -28,7 +28,7 @@ public:
 
 private:
     std::mutex mutex_;
-    std::vector<bool> counted_;  // guarded, as what follows
+    std::vector<bool> counted_;  // guarded by mutex_, like frames_
     std::int64_t frames_ = 0;
 };
 

@@ -15,17 +15,17 @@
 
 namespace zrh::media::detail {
 
-/// Samples that lie one after the other in the file, so that bytes tell positions.
+/// Contiguous uncompressed samples in the file.
 struct PcmLayout {
     std::int64_t offset = 0;
     int bytesPerFrame = 0;
 };
 
-/// All that a reader of one audio stream needs; made once and never changed.
+/// Everything that a reader of one audio stream needs. It does not change after it is built.
 struct StreamIndex {
     /// Why the stream cannot be read, or None.
     MediaError error = MediaError::Undecodable;
-    /// The reason with its numbers, as a clause; empty where the error alone says enough.
+    /// The reason with its numbers, as a clause; empty where the error is sufficient.
     std::string reason;
     int streamIndex = 0;
     std::shared_ptr<const AVCodecParameters> parameters;
@@ -33,15 +33,15 @@ struct StreamIndex {
     CodecTraits traits;
     DecodedFormat format;
     ViewFormat view;
-    /// Silence in front of the first sample, in frames.
+    /// Frames of silence before the first sample.
     std::int64_t leadFrames = 0;
-    /// Silence for packets that did not decode, as far as the scan decoded them.
+    /// Frames of silence for packets that the indexer could not decode.
     std::int64_t silentFrames = 0;
-    /// Length of the stream in frames, the silence in front included.
+    /// Length of the stream in frames, including leadFrames.
     std::int64_t totalFrames = 0;
     std::optional<PcmLayout> pcm;
     PacketIndex packets;
-    /// Of all readers of the stream: the only part that changes after the map is made.
+    /// Shared by all readers of the stream: the only part that changes after the index is built.
     std::shared_ptr<SilenceCounter> silence = std::make_shared<SilenceCounter>();
 
     /// Bytes of a frame in the form of the view.
@@ -54,10 +54,10 @@ struct StreamIndex {
 /// The audio streams of a file, in file order.
 struct FileIndex {
     std::vector<std::shared_ptr<const StreamIndex>> streams;
-    /// Why no stream can be read, with its numbers; empty where the error alone says enough.
+    /// Why no stream can be read, with its numbers; empty where the error is sufficient.
     std::string reason;
 
-    /// The map of a stream by its place among all streams of the file; null for none.
+    /// The index of a stream by its number among all streams of the file; null for none.
     std::shared_ptr<const StreamIndex> Find(int streamIndex) const {
         for (const auto& stream : streams) {
             if (stream->streamIndex == streamIndex) return stream;

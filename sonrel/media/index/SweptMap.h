@@ -7,15 +7,15 @@
 
 namespace zrh::media::detail {
 
-/// A map that removes its dead entries from time to time. It is searched for them only when it has
-/// doubled since the last search, so that an access takes logarithmic time on average, and it holds
-/// at most twice the living entries, and a few.
+/// A map that removes its dead entries. It searches for them only after it has doubled in size since
+/// the last search, so that an access takes logarithmic time on average. It contains at most twice
+/// the living entries, and a few more.
 ///
 /// Threads: one at a time.
 template <typename Key, typename Value>
 class SweptMap {
 public:
-    /// The entry of a key, made if it does not exist. References to living entries stay valid.
+    /// The entry of a key, created if it does not exist. References to living entries stay valid.
     /// @param isDead  whether an entry may be removed; a new entry may be dead until the next call
     template <typename IsDead>
     Value& At(const Key& key, IsDead isDead) {

@@ -12,17 +12,17 @@ namespace {
 
 constexpr int IO_BUFFER_BYTES = 128 * 1024;
 
-/// What may be read in a row until something comes of it. A file that goes beyond is refused:
-/// FFmpeg gathers such bytes in memory, about three times, however many there are.
+/// Bytes that may be read in a row without a result. A file that needs more is refused: FFmpeg
+/// collects such bytes in memory, about three times over, without a limit.
 constexpr std::int64_t MAX_PACKET_BYTES = 16 << 20;
-/// A container with pictures, which are stored whole.
+/// The same for a container with pictures, which are stored whole.
 constexpr std::int64_t MAX_PICTURE_BYTES = 64 << 20;
-/// Headers also hold the index of a container: 16 bytes for each packet of 4096 bytes.
+/// Headers also contain the index of a container: 16 bytes for each packet of 4096 bytes.
 constexpr std::int64_t MAX_HEADER_BYTES = 64 << 20;
 constexpr std::int64_t FILE_BYTES_PER_INDEX_BYTE = 256;
 
-/// Formats that lead to other files or to the network, that are programs, or that hold still
-/// pictures. What else may name a file finds its way barred by RefuseOpen.
+/// Formats that refer to other files or to the network, are programs, or contain still pictures.
+/// RefuseOpen stops any other format that names a file.
 constexpr std::array<std::string_view, 30> REFUSED_FORMATS = {
     "adf",    "alias_pix",   "apng",
     "bin",    "brender_pix", "concat",
@@ -49,8 +49,8 @@ int RefuseOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**
     return AVERROR(EACCES);
 }
 
-/// The demuxer of WAVE files looks through its samples for a compressed stream in disguise, which
-/// costs more than all else of opening one. Such a stream shows itself in its first frames.
+/// The demuxer of WAVE files searches its samples for a disguised compressed stream, which takes
+/// longer than everything else that opens the file. Such a stream shows in its first frames.
 void BoundSearchForDisguisedStreams(const AVInputFormat& format, AVFormatContext* context) {
     constexpr int PACKETS = 16;
     const std::string_view name = format.name;
@@ -86,7 +86,7 @@ MediaError Demuxer::OpenContext() {
         return MediaError::OutOfMemory;
     }
 
-    // The name takes part in telling the format, by its extension, and is never opened.
+    // The extension of the name helps to recognise the format. The name is never opened.
     const char* name = file_->Path().c_str();
     const AVInputFormat* format = nullptr;
     if (av_probe_input_buffer2(io_, &format, name, nullptr, 0, 0) < 0 || format == nullptr) {
@@ -123,7 +123,7 @@ MediaError Demuxer::OpenFormat(const AVInputFormat& format) {
 }
 
 MediaError Demuxer::FindStreams(const AVInputFormat& format) {
-    // A format whose packets are cut out of the bytes stores no pictures whole.
+    // A format whose packets are cut from a raw byte stream stores no whole pictures.
     const bool isCut = (format.flags & AVFMT_GENERIC_INDEX) != 0;
     AllowInARow(isCut ? MAX_PACKET_BYTES : MAX_PICTURE_BYTES);
     if (avformat_find_stream_info(context_, nullptr) < 0) return MediaError::NotMedia;
@@ -149,7 +149,7 @@ void Demuxer::AllowInARow(std::int64_t bytes) {
 bool Demuxer::MayRead(std::int64_t bytes) {
     if (stop_ == MediaError::None && file_->IsInterrupted()) stop_ = MediaError::Cancelled;
     if (stop_ == MediaError::None && inARow_ >= allowedInARow_) stop_ = MediaError::ProbeLimit;
-    // FFmpeg asks at once for a packet that is larger than its buffer.
+    // FFmpeg reads a packet that is larger than its buffer in one call.
     const std::int64_t atOnce = allowedInARow_ == INT64_MAX
                                     ? MAX_PICTURE_BYTES
                                     : std::max(MAX_PICTURE_BYTES, allowedInARow_);
@@ -172,23 +172,23 @@ bool Demuxer::ReadsEveryStream() const {
 }
 
 std::int64_t Demuxer::BytesToNextPacket() const {
-    // Any number of bytes of other streams may be passed over between two packets.
+    // Any number of bytes of other streams may be skipped between two packets.
     if (!ReadsEveryStream()) return INT64_MAX;
-    const bool leavesOut = std::any_of(leftOut_.begin(), leftOut_.end(),
-                                       [](const auto& stream) { return stream.second; });
-    return leavesOut ? MAX_PICTURE_BYTES : MAX_PACKET_BYTES;
+    const bool skipsStreams = std::any_of(isSkipped_.begin(), isSkipped_.end(),
+                                          [](const auto& stream) { return stream.second; });
+    return skipsStreams ? MAX_PICTURE_BYTES : MAX_PACKET_BYTES;
 }
 
-bool Demuxer::IsLeftOut(const AVPacket& packet) const {
-    const auto found = leftOut_.find(static_cast<unsigned int>(packet.stream_index));
-    return found != leftOut_.end() && found->second;
+bool Demuxer::IsSkipped(const AVPacket& packet) const {
+    const auto found = isSkipped_.find(static_cast<unsigned int>(packet.stream_index));
+    return found != isSkipped_.end() && found->second;
 }
 
 bool Demuxer::Read(AVPacket* packet) {
     const std::int64_t bytes = BytesToNextPacket();
     AllowInARow(bytes);
-    // A container may answer "again" or give an empty packet between two good ones; one that does
-    // nothing else has ended.
+    // A container may return EAGAIN or an empty packet between two good packets. After too many of
+    // them in a row it has ended.
     for (int idle = 0; idle < 10000; ++idle) {
         if (!MayRead()) return false;
         const int result = av_read_frame(context_, packet);
@@ -199,7 +199,7 @@ bool Demuxer::Read(AVPacket* packet) {
         if (result == AVERROR(EAGAIN)) continue;
         if (result < 0) return false;
         const bool isEmpty = packet->size == 0;
-        if (!isEmpty && !IsLeftOut(*packet)) return true;
+        if (!isEmpty && !IsSkipped(*packet)) return true;
         av_packet_unref(packet);
         if (isEmpty) continue;
         AllowInARow(bytes);

@@ -10,9 +10,9 @@
 
 namespace zrh::media::detail {
 
-/// A container being read through FFmpeg, which sees the one opened file and can reach no other:
-/// it reads through our descriptor, and every further file that a format may ask for is refused.
-/// Playlists, scripts, still images and devices are not opened at all.
+/// Reads a container through FFmpeg, which has access to the opened file and to no other: it reads
+/// through our descriptor, and every other file that a format requests is refused. Playlists,
+/// scripts, still images and devices are not opened at all.
 ///
 /// Threads: one at a time.
 class Demuxer {
@@ -27,24 +27,23 @@ public:
     AVFormatContext* Context() const { return context_; }
     AVStream* Stream(int index) const { return context_->streams[index]; }
 
-    /// Leaves out every stream but those for which @p wanted says yes.
+    /// Skips every stream for which @p wanted returns false.
     template <typename Wanted>
     void SelectStreams(Wanted wanted) {
         for (unsigned int i = 0; i < context_->nb_streams; ++i) {
-            const bool isLeftOut = !wanted(static_cast<int>(i));
-            leftOut_[i] = isLeftOut;
+            const bool isSkipped = !wanted(static_cast<int>(i));
+            isSkipped_[i] = isSkipped;
             context_->streams[i]->discard =
-                isLeftOut && !readsAllPackets_ ? AVDISCARD_ALL : AVDISCARD_DEFAULT;
+                isSkipped && !readsAllPackets_ ? AVDISCARD_ALL : AVDISCARD_DEFAULT;
         }
     }
 
-    /// Reads the next packet of the selected streams that has bytes in it.
-    /// @return true with a packet; false at the end, when the container ends in damage, and after
-    ///         a failure
+    /// Reads the next packet of the selected streams that is not empty.
+    /// @return false at the end, when the rest of the container is damaged, and after a failure
     bool Read(AVPacket* packet);
 
-    /// Why an end that was met is not the file's end, or None: ReadFailed when the disk failed,
-    /// Cancelled when the host interrupted, ProbeLimit when too many bytes in a row gave nothing.
+    /// Why reading ended before the end of the file, or None: ReadFailed when the disk failed,
+    /// Cancelled when the host interrupted, ProbeLimit when too many bytes in a row had no result.
     MediaError Failure() const;
 
 private:
@@ -58,8 +57,8 @@ private:
     MediaError FindStreams(const AVInputFormat& format);
     void AllowInARow(std::int64_t bytes);
     std::int64_t BytesToNextPacket() const;
-    bool IsLeftOut(const AVPacket& packet) const;
-    /// @param bytes  how many are asked for at once
+    bool IsSkipped(const AVPacket& packet) const;
+    /// @param bytes  size of the requested read
     bool MayRead(std::int64_t bytes = 0);
     bool ReadsEveryStream() const;
 
@@ -68,13 +67,13 @@ private:
     bool diskFailed_ = false;
     /// Cancelled, ProbeLimit, or None while reading may continue.
     MediaError stop_ = MediaError::None;
-    /// Bytes that were read without a seek, and how many may be.
+    /// Bytes read without a seek or a packet, and their limit.
     std::int64_t inARow_ = 0;
     std::int64_t allowedInARow_ = INT64_MAX;
-    /// The format gathers a packet of any length before it leaves it out: its packets are left out
-    /// here instead, so that the length of each can be limited.
+    /// The format would collect a packet of any length before it skips the packet. Its packets are
+    /// skipped here instead, so that the length of each can be limited.
     bool readsAllPackets_ = false;
-    std::map<unsigned int, bool> leftOut_;  ///< by index; only of selected streams
+    std::map<unsigned int, bool> isSkipped_;  ///< by stream index; empty before SelectStreams
     AVIOContext* io_ = nullptr;
     AVFormatContext* context_ = nullptr;
 };

@@ -47,8 +47,8 @@ using ParserPtr = std::unique_ptr<AVCodecParserContext, ParserDeleter>;
 using BufferPoolPtr = std::unique_ptr<AVBufferPool, BufferPoolDeleter>;
 using SwrPtr = std::unique_ptr<SwrContext, SwrDeleter>;
 
-/// Wraps what an allocation of FFmpeg returned.
-/// @throws std::bad_alloc when it is null
+/// Wraps the result of an FFmpeg allocation.
+/// @throws std::bad_alloc when the result is null
 template <typename Pointer>
 Pointer OwnOrThrow(typename Pointer::pointer raw) {
     if (raw == nullptr) throw std::bad_alloc();

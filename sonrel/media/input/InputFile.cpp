@@ -15,7 +15,7 @@
 namespace zrh::media::detail {
 namespace {
 
-/// What one system call reads, in which nobody can be asked to stop.
+/// Bytes that one system call reads. It cannot be interrupted meanwhile.
 constexpr std::size_t MAX_CALL_BYTES = 4 << 20;
 
 MediaError ErrorOfErrno(int error) {
@@ -53,9 +53,9 @@ MediaError InputFile::Open(const std::wstring& path, std::shared_ptr<const Input
     std::shared_ptr<InputFile> opened(new InputFile);
     opened->path_ = zrtl::ToUtf8(path);
 
-    // Looked at before it is opened, so that a device is never touched; and again afterwards,
-    // because the name may lead elsewhere by then. O_NONBLOCK keeps a pipe that slips in between
-    // from blocking.
+    // Examined before it is opened, so that a device is never opened; and again afterwards, because
+    // the name may refer to another file by then. With O_NONBLOCK a pipe of that name does not
+    // block.
     struct stat status = {};
     if (::stat(opened->path_.c_str(), &status) != 0) return ErrorOfErrno(errno);
     if (!S_ISREG(status.st_mode)) return MediaError::NotRegularFile;

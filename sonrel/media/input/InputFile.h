@@ -15,10 +15,10 @@ namespace zrh::media::detail {
 
 using orlo::files::FileIdentity;
 
-/// A regular file, open for reading. Nothing but a regular file is ever opened: opening a pipe
-/// could block for ever and opening a device could do anything.
+/// A regular file, open for reading. Nothing else is ever opened: opening a pipe could block
+/// forever, and opening a device could have any effect.
 ///
-/// Threads: any number may read at once; there is no shared position.
+/// Threads: any number may read at the same time; there is no shared position.
 class InputFile {
 public:
     static MediaError Open(const std::wstring& path, std::shared_ptr<const InputFile>* file);
@@ -32,11 +32,10 @@ public:
     ///         or the host interrupted
     std::int64_t ReadAt(std::int64_t offset, void* buffer, std::size_t size) const;
 
-    /// Whether the host asks to stop the work on this file: the InterruptScope in which it was
-    /// opened.
-    bool IsInterrupted() const { return interrupt_ != nullptr && interrupt_->Ask(); }
+    /// Whether the InterruptScope in which the file was opened requests to stop.
+    bool IsInterrupted() const { return interrupt_ != nullptr && interrupt_->Poll(); }
 
-    /// As it was when the file was opened.
+    /// The identity of the file when it was opened.
     const FileIdentity& Identity() const { return identity_; }
     std::int64_t Size() const { return identity_.size; }
     const std::string& Path() const { return path_; }

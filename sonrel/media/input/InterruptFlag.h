@@ -10,7 +10,7 @@
 
 namespace zrh::media::detail {
 
-/// The state that a scope and the files opened in it share.
+/// The state shared by an InterruptScope and the files that were opened in it.
 ///
 /// Threads: any.
 class InterruptFlag {
@@ -18,9 +18,9 @@ public:
     explicit InterruptFlag(InterruptScope::Function function) : function_(std::move(function)) {}
 
     /// Calls the function, unless it has returned true before.
-    /// @return true once the function has returned true
-    bool Ask();
-    /// Releases the function. The answer stays as it is from then on.
+    /// @return true from the first time that the function returned true
+    bool Poll();
+    /// Releases the function. The result of Poll does not change after that.
     void End();
 
 private:

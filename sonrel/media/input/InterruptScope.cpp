@@ -8,7 +8,7 @@
 
 namespace zrh::media {
 namespace detail {
-bool InterruptFlag::Ask() {
+bool InterruptFlag::Poll() {
     if (set_) return true;
     const std::lock_guard lock(mutex_);
     if (function_ && function_()) set_ = true;

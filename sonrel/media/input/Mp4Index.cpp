@@ -8,12 +8,12 @@
 namespace zrh::media::detail {
 namespace {
 
-/// FFmpeg goes no deeper.
+/// The limit of FFmpeg.
 constexpr int MAX_DEPTH = 10;
-/// Frames that an entry has at least, where the headers count frames and not packets.
+/// The minimum number of frames of an entry, where the headers count frames instead of packets.
 constexpr std::int64_t FRAMES_PER_ENTRY = 160;
-/// Far more packets than any index may have, and far from an overflow.
-constexpr std::int64_t MANY = 1LL << 40;
+/// Counts stop here: far more packets than any index may have, and far from an overflow.
+constexpr std::int64_t MAX_COUNT = 1LL << 40;
 
 constexpr std::uint32_t Name(const char (&letters)[5]) {
     std::uint32_t name = 0;
@@ -21,22 +21,22 @@ constexpr std::uint32_t Name(const char (&letters)[5]) {
     return name;
 }
 
-/// Boxes that consist of boxes.
+/// Boxes that contain boxes.
 constexpr std::array CONTAINERS = {Name("dinf"), Name("edts"), Name("mdia"), Name("minf"),
                                    Name("moof"), Name("moov"), Name("mvex"), Name("sinf"),
                                    Name("stbl"), Name("traf"), Name("trak"), Name("udta"),
                                    Name("wave")};
 
 std::int64_t Times(std::int64_t one, std::int64_t other) {
-    return other > 0 && one > MANY / other ? MANY : one * other;
+    return other > 0 && one > MAX_COUNT / other ? MAX_COUNT : one * other;
 }
 
-/// The numbers of a file, read a window at a time.
+/// Reads the numbers of a file through a window.
 class Numbers {
 public:
     explicit Numbers(const InputFile& file) : file_(file) {}
 
-    /// A number with its highest byte first. Beyond the end of the file it is 0.
+    /// A big-endian number; 0 beyond the end of the file.
     std::int64_t At(std::int64_t offset, int bytes) {
         if (offset < start_ || offset + bytes > start_ + size_) Load(offset);
         std::uint64_t number = 0;
@@ -70,12 +70,12 @@ struct Box {
     std::int64_t end = 0;
 };
 
-/// What the boxes of a track claim.
+/// The counts that the boxes of a track claim.
 struct Track {
     std::int64_t samples = 0;
     std::int64_t edits = 1;
     std::int64_t chunks = 0;
-    Box runs;  ///< how many samples the chunks have
+    Box runs;  ///< the table of samples for each chunk
     bool isSound = false;
     bool hasUnitDurations = false;
 };
@@ -118,7 +118,7 @@ private:
     }
 
     void CountBox(const Box& box, int depth) {
-        if (box.name == Name("cmov")) packets_ = MANY;
+        if (box.name == Name("cmov")) packets_ = MAX_COUNT;
         if (box.name == Name("trun")) Add(numbers_.At(box.body + 4, 4));
         const bool isContainer =
             std::find(CONTAINERS.begin(), CONTAINERS.end(), box.name) != CONTAINERS.end();
@@ -128,7 +128,7 @@ private:
         if (box.name == Name("trak")) Add(Times(EntriesOf(track_), track_.edits));
     }
 
-    /// Takes what a table tells of its track.
+    /// Stores the counts of a table of the track.
     void NoteTable(const Box& box) {
         const std::int64_t count = numbers_.At(box.body + 4, 4);
         switch (box.name) {
@@ -162,7 +162,7 @@ private:
         std::int64_t entries = track.chunks;
         const std::int64_t runs = std::min(numbers_.At(track.runs.body + 4, 4),
                                            (track.runs.end - track.runs.body - 8) / 12);
-        for (std::int64_t i = 0; i < runs && entries < MANY && !HasFailed(); ++i) {
+        for (std::int64_t i = 0; i < runs && entries < MAX_COUNT && !HasFailed(); ++i) {
             const std::int64_t run = track.runs.body + 8 + 12 * i;
             const std::int64_t first = numbers_.At(run, 4);
             const std::int64_t next = i + 1 < runs ? numbers_.At(run + 12, 4) : track.chunks + 1;
@@ -172,7 +172,7 @@ private:
         return entries;
     }
 
-    void Add(std::int64_t packets) { packets_ = std::min(packets_ + packets, MANY); }
+    void Add(std::int64_t packets) { packets_ = std::min(packets_ + packets, MAX_COUNT); }
 
     Numbers numbers_;
     std::int64_t fileBytes_;

@@ -8,16 +8,16 @@
 
 namespace zrh::media::detail {
 
-/// The packets that the index of an MP4 or QuickTime file may have.
+/// The maximum number of packets in the index of an MP4 or QuickTime file.
 constexpr std::int64_t MaxIndexPackets(std::int64_t fileBytes) {
     const std::int64_t bySize = (1 << 23) + fileBytes / 64;
     return bySize < fileBytes + 4096 ? bySize : fileBytes + 4096;
 }
 
-/// Whether FFmpeg may read the headers of an MP4 or QuickTime file. From them it makes an index of
-/// 24 bytes for each packet, before any packet is read and without asking whether to stop, and a
-/// header of a few bytes may claim billions of packets. The packets that the headers claim are
-/// counted here first. Headers that are compressed cannot be counted and are refused.
+/// Whether FFmpeg may read the headers of an MP4 or QuickTime file. FFmpeg makes an index of 24
+/// bytes for each packet from them, before it reads any packet and without a way to interrupt it,
+/// and a header of a few bytes may claim billions of packets. This function counts the claimed
+/// packets first. Compressed headers cannot be counted and are refused.
 ///
 /// @return None, IndexTooLarge, Cancelled or ReadFailed
 MediaError CheckMp4Index(const InputFile& file);

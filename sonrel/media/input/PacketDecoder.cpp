@@ -8,8 +8,8 @@ extern "C" {
 namespace zrh::media::detail {
 namespace {
 
-/// FFmpeg's usual decoder, but for MPEG layers 1 and 2, where that one adds noise from a generator
-/// that never starts afresh.
+/// FFmpeg's default decoder, except for MPEG layers 1 and 2: their default decoder adds noise from a
+/// generator that is never reset.
 const AVCodec* FindDecoder(AVCodecID codec) {
     const AVCodec* decoder = nullptr;
     if (codec == AV_CODEC_ID_MP1) decoder = avcodec_find_decoder_by_name("mp1float");
@@ -37,8 +37,8 @@ std::unique_ptr<PacketDecoder> PacketDecoder::Open(const AVCodecParameters& para
 bool PacketDecoder::Decode(const AVPacket* packet) {
     frameCount_ = 0;
     bool whole = avcodec_send_packet(context_.get(), packet) >= 0;
-    // After an error the decoder gives up the packet, so that the next answer is "again"; the bound
-    // is for a decoder that would not.
+    // After an error the decoder drops the packet and returns EAGAIN next. The bound is for a
+    // decoder that does not.
     for (int errors = 0; errors < 64;) {
         if (frames_.size() == static_cast<std::size_t>(frameCount_)) frames_.push_back(NewFrame());
         AVFrame* frame = frames_[static_cast<std::size_t>(frameCount_)].get();

@@ -9,24 +9,24 @@
 
 namespace zrh::media::detail {
 
-/// A decoder of one stream, on the calling thread alone. Nothing is trimmed: what to leave out is
-/// the packet map's business.
+/// Decodes one stream on the calling thread only. Nothing is trimmed: the packet index records the
+/// frames to skip.
 class PacketDecoder {
 public:
-    /// @return null when there is no decoder for the codec or it refuses the stream
+    /// @return null when the codec has no decoder or the decoder refuses the stream
     static std::unique_ptr<PacketDecoder> Open(const AVCodecParameters& parameters,
                                                AVRational timeBase);
 
-    /// Decodes one packet; a null packet takes out what the decoder kept back.
-    /// @return false when the decoder met damage; what it gave nevertheless counts
+    /// Decodes one packet. A null packet drains the decoder.
+    /// @return false when the packet is damaged; the frames that were decoded nevertheless count
     bool Decode(const AVPacket* packet);
 
-    /// What the last call of Decode gave; valid until the next one.
+    /// The frames of the last call of Decode; valid until the next call.
     int FrameCount() const { return frameCount_; }
     const AVFrame& Frame(int index) const { return *frames_[static_cast<std::size_t>(index)]; }
-    /// Sample frames that the last call of Decode gave.
+    /// Sample frames in the frames of the last call of Decode.
     std::int64_t DecodedFrames() const;
-    /// Samples that the decoder wants left out at the front, as told by the last call of Decode.
+    /// Samples at the front to skip (priming), as the last call of Decode reported them.
     std::uint32_t DecoderSkip() const;
     /// The format of a frame.
     DecodedFormat FormatOf(const AVFrame& frame) const;

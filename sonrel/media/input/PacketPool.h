@@ -10,17 +10,16 @@
 
 namespace zrh::media::detail {
 
-/// Gives packets room for their bytes, in buffers that are used again and again.
+/// Allocates the bytes of packets in buffers that are reused.
 ///
 /// Threads: one at a time.
 class PacketPool {
 public:
-    /// Gives an empty packet room for @p size bytes, with the zeros behind them that decoders ask
-    /// for.
+    /// Allocates @p size bytes for an empty packet, followed by the zeros that decoders require.
     void Allocate(std::size_t size, AVPacket* packet) {
-        if (pool_ == nullptr || size > largest_) {
-            largest_ = std::max(size + size / 2, MIN_BUFFER);
-            pool_.reset(av_buffer_pool_init(largest_ + AV_INPUT_BUFFER_PADDING_SIZE, nullptr));
+        if (pool_ == nullptr || size > bufferBytes_) {
+            bufferBytes_ = std::max(size + size / 2, MIN_BUFFER);
+            pool_.reset(av_buffer_pool_init(bufferBytes_ + AV_INPUT_BUFFER_PADDING_SIZE, nullptr));
             if (pool_ == nullptr) throw std::bad_alloc();
         }
         packet->buf = av_buffer_pool_get(pool_.get());
@@ -34,7 +33,7 @@ private:
     static constexpr std::size_t MIN_BUFFER = 4096;
 
     BufferPoolPtr pool_;
-    std::size_t largest_ = 0;
+    std::size_t bufferBytes_ = 0;
 };
 
 }  // namespace zrh::media::detail

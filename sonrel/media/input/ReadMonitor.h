@@ -12,39 +12,39 @@
 
 namespace zrh::media::detail {
 
-/// What an observer and the files and streams that it watches share.
+/// The state shared by a ReadObserver and the files and streams that it watches.
 ///
 /// Threads: any.
 class ReadMonitor {
 public:
     explicit ReadMonitor(ReadObserver::Function function) : function_(std::move(function)) {}
 
-    /// Adds frames and tells the observer. @throws ReadCancelled
+    /// Adds frames and calls the observer. @throws ReadCancelled
     void Add(long long frames);
-    /// Keeps the first failure while the observer lives.
+    /// Stores the first failure. Does nothing after End.
     void NoteFailure(const std::string& clause);
     std::string Failure() const;
-    /// @throws ReadFailed after a failure, while the observer lives
+    /// @throws ReadFailed after a failure and before End
     void CheckFailure() const {
         if (failed_) throw ReadFailed();
     }
-    /// Lets the observer go.
+    /// Releases the function of the observer.
     void End();
 
 private:
     std::atomic<bool> failed_{false};
     mutable std::mutex mutex_;
-    ReadObserver::Function function_;  // guarded, as what follows
+    ReadObserver::Function function_;  // guarded by mutex_, like all fields below
     long long frames_ = 0;
     bool cancelled_ = false;
     bool ended_ = false;
     std::string failure_;
 };
 
-/// One stream's side of a watch, cheap enough for every read.
+/// Reports the progress of one stream to a ReadMonitor; cheap enough for every read.
 class ReadProgress {
 public:
-    /// Joins the watch of this thread, if there is one.
+    /// Reports to the monitor of this thread, if it has one.
     ReadProgress() : monitor_(ThreadScopes::Current().readMonitor) {}
 
     /// Counts frames before they are read. @throws ReadCancelled
@@ -57,12 +57,13 @@ public:
         first_ = false;
     }
 
-    /// Makes the watch fail, if there is one.
+    /// Reports a failure to the monitor, if there is one.
     void NoteFailure(const std::string& clause) const {
         if (monitor_ != nullptr) monitor_->NoteFailure(clause);
     }
 
-    /// After a read. @param failed  it could not read the samples from @p start on
+    /// To be called after each read.
+    /// @param failed  the samples from @p start on could not be read
     /// @throws ReadFailed
     void CheckRead(bool failed, long long start) const {
         if (monitor_ == nullptr) return;

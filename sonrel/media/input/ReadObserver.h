@@ -10,13 +10,13 @@
 
 namespace zrh::media {
 
-/// What GetSamples throws once an observer or an InterruptScope asked to stop.
+/// Thrown by GetSamples after an observer or an InterruptScope requested to stop.
 class SONREL_EXPORT ReadCancelled : public std::runtime_error {
 public:
     ReadCancelled() : std::runtime_error("the reading was cancelled") {}
 };
 
-/// Thrown by GetSamples of a watched stream once a watched file could not be read.
+/// Thrown by GetSamples of a watched stream after a watched file could not be read.
 class SONREL_EXPORT ReadFailed : public std::runtime_error {
 public:
     ReadFailed() : std::runtime_error("the media file could not be read") {}
@@ -33,24 +33,24 @@ namespace detail {
 class ReadMonitor;
 }
 
-/// Watches what is read of the media files that this thread opens while the observer lives,
-/// whatever threads read them. It is how a host follows and stops work that has no way to tell how
-/// far it is, as the making of peak files.
+/// Watches the reading of the media files that this thread opens during the lifetime of the
+/// observer, on all threads that read them. With it a host reports the progress of work that has no
+/// progress function, like PeakFile::Create, and stops it.
 ///
-/// The function is called on the reading threads, one call at a time, with the frames that all the
-/// files have delivered since: at a stream's first samples and once for every 65536 of its frames
-/// from then on. Once it returns false it is not called any more, and from the next of these times
-/// on each stream throws ReadCancelled instead of reading.
+/// The function is called on the reading threads, one call at a time, with the frames that all
+/// watched files have delivered: at the first samples of each stream and then once for every 65536
+/// of its frames. After the function returned false it is not called again, and at the next of these
+/// times each stream throws ReadCancelled instead of reading.
 ///
-/// A watched file that cannot be read is never silence: from its first failed read on, GetSamples
-/// of every watched stream throws ReadFailed, whatever it would have returned, and Failure returns
-/// the reason. A read fails when the system refuses it, when the file has become shorter since it
-/// was opened, and when the samples that its preparation found are not found again. Damage that the
-/// preparation found is no failure and reads as it always does, until the silence for it exceeds
-/// its limit: then the stream throws SilenceRefused, the others ReadFailed.
+/// A watched file that cannot be read never counts as silence: from the first failed read on,
+/// GetSamples of every watched stream throws ReadFailed instead of returning a result, and Failure
+/// returns the reason. A read fails when the system refuses it, when the file has become shorter
+/// since it was opened, and when the samples that the preparation found are not found again. Damage
+/// that the preparation found is not a failure and is read as usual until the silence for it exceeds
+/// its limit; then the stream throws SilenceRefused and the others throw ReadFailed.
 ///
-/// Of several observers on one thread the one made last watches. They are destroyed in reverse
-/// order, on the thread that made them; from then on nothing is called.
+/// If a thread has several observers, the last one watches. Destroy them in reverse order, on the
+/// thread that made them. No function is called after that.
 class SONREL_EXPORT ReadObserver {
 public:
     using Function = std::function<bool(long long doneFrames)>;
@@ -60,8 +60,8 @@ public:
     ReadObserver(const ReadObserver&) = delete;
     ReadObserver& operator=(const ReadObserver&) = delete;
 
-    /// Why the first failed read failed, as a clause without the name of the file; empty when every
-    /// read succeeded. Any thread.
+    /// The reason of the first failed read, as a clause without the name of the file; empty when
+    /// every read succeeded. Any thread.
     std::string Failure() const;
 
 private:

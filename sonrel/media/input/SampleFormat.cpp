@@ -12,8 +12,8 @@ bool IsFloat(AVSampleFormat format) {
     return packed == AV_SAMPLE_FMT_FLT || packed == AV_SAMPLE_FMT_DBL;
 }
 
-/// A converter between two formats that leaves the channels alone. The channels are given without
-/// loudspeakers, so that nothing can be mixed.
+/// A converter between two sample formats that keeps the channels. The channels are declared without
+/// loudspeakers, so that nothing is mixed.
 SwrPtr NewFormatConverter(const DecodedFormat& from, AVSampleFormat to) {
     AVChannelLayout layout = {};
     layout.order = AV_CHANNEL_ORDER_UNSPEC;
@@ -46,8 +46,8 @@ bool IsLossy(AVCodecID codec, AVSampleFormat format) {
     const AVCodecDescriptor* descriptor = avcodec_descriptor_get(codec);
     if (descriptor == nullptr || (descriptor->props & AV_CODEC_PROP_LOSSY) == 0) return false;
     if ((descriptor->props & AV_CODEC_PROP_LOSSLESS) == 0) return true;
-    // A codec with both kinds of streams gives floats for the lossy kind only. WavPack is the
-    // exception: it stores floats without loss.
+    // The decoder of a codec with lossy and lossless streams returns floats for the lossy streams
+    // only. WavPack is the exception: it stores floats without loss.
     return codec != AV_CODEC_ID_WAVPACK && IsFloat(format);
 }
 
@@ -102,7 +102,7 @@ void ViewConverter::Append(const SampleBlock& block, std::vector<std::uint8_t>* 
 
     const std::uint8_t* wide = planes_[0];
     if (swr_ != nullptr) {
-        // Frames go in and come out in the same call: nothing is resampled, so nothing is kept.
+        // Nothing is resampled, so each call returns all frames that it received.
         wide_.resize(wideBytes);
         std::uint8_t* out = wide_.data();
         const int got = swr_convert(swr_.get(), &out, block.frames, planes_.data(), block.frames);

@@ -8,8 +8,8 @@
 
 namespace orlo::sonrel::detail {
 
-/// How a picture is drawn, whatever is drawn.
-struct WaveformLook {
+/// The settings of a picture.
+struct PaintSettings {
     WaveformPreview::Style style;
     WaveformPreview::Scale scale;
     WaveformPreview::Color background;
@@ -21,12 +21,12 @@ struct WaveformLook {
 /// Draws minima and maxima of channels, a column for each point.
 /// @param peaks     for each point, minimum and maximum of each channel, full scale 127
 /// @param channels  1 to 16
-/// @return a null image when there is no point or no row
-QImage PaintPeaks(const WaveformLook& look, const std::vector<signed char>& peaks, int channels);
+/// @return a null image without points or rows
+QImage PaintPeaks(const PaintSettings& paint, const std::vector<signed char>& peaks, int channels);
 
 /// Draws an RMS envelope, a column for each point.
 /// @param amplitudes  full scale 255
-/// @return a null image when there is no point or no row
-QImage PaintEnvelope(const WaveformLook& look, const std::vector<unsigned char>& amplitudes);
+/// @return a null image without points or rows
+QImage PaintEnvelope(const PaintSettings& paint, const std::vector<unsigned char>& amplitudes);
 
 }  // namespace orlo::sonrel::detail
