@@ -17,7 +17,7 @@ using sonrel_tests::ReadFile;
 using sonrel_tests::TemporaryFolder;
 using sonrel_tests::WriteFile;
 
-TEST(BinaryFile, ClosedItRefusesEverythingButToBeClosed) {
+TEST(BinaryFile, AClosedFileRefusesEverythingExceptClosing) {
     BinaryFile file;
     char byte = 'x';
 
@@ -32,7 +32,7 @@ TEST(BinaryFile, ClosedItRefusesEverythingButToBeClosed) {
     EXPECT_EQ(byte, 'x');
 }
 
-TEST(BinaryFile, AnItemIsReadWholeOrNot) {
+TEST(BinaryFile, AnItemIsReadWholeOrRefused) {
     const TemporaryFolder folder;
     WriteFile(folder / "f", "abcde");
     BinaryFile file;
@@ -47,7 +47,7 @@ TEST(BinaryFile, AnItemIsReadWholeOrNot) {
     EXPECT_EQ(std::string(bytes, 2), "de");
 }
 
-TEST(BinaryFile, TheChecksumCoversTheItemsInTheOrderOfTheirWriting) {
+TEST(BinaryFile, TheChecksumCoversTheItemsInWritingOrder) {
     const TemporaryFolder folder;
     BinaryFile file;
     ASSERT_TRUE(file.OpenNew(folder.Wide("f")));
@@ -59,7 +59,7 @@ TEST(BinaryFile, TheChecksumCoversTheItemsInTheOrderOfTheirWriting) {
     EXPECT_EQ(file.WrittenChecksum(), 0x29446D8CAD03A07Fu) << "XXH3 of cdab";
 }
 
-TEST(BinaryFile, WritingEmptiesTheFileAndGoesWhereItIsPositioned) {
+TEST(BinaryFile, WritingTruncatesTheFileAndUsesThePosition) {
     const TemporaryFolder folder;
     WriteFile(folder / "f", "what was there");
     BinaryFile file;
@@ -87,7 +87,7 @@ TEST(BinaryFile, TheStreamMovesWithItsOwner) {
     EXPECT_EQ(ReadFile(folder / "f"), "x");
 }
 
-TEST(BinaryFile, WhatIsNotThereDoesNotOpen) {
+TEST(BinaryFile, AMissingFileDoesNotOpen) {
     const TemporaryFolder folder;
     BinaryFile file;
     EXPECT_FALSE(file.OpenForReading(folder.Wide("none")));
@@ -105,7 +105,7 @@ TEST(BinaryFile, OnlyARegularFileOpens) {
     EXPECT_FALSE(file.OpenForReading(L"/dev/zero"));
 }
 
-TEST(BinaryFile, ANameBeyondAsciiIsOneInUtf8) {
+TEST(BinaryFile, ANameOutsideAsciiIsUtf8) {
     const TemporaryFolder folder;
     BinaryFile file;
     ASSERT_TRUE(file.OpenForWriting(folder.Wide("") + L"T\u00F6ne\u266B"));

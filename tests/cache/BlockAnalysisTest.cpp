@@ -23,7 +23,7 @@ constexpr unsigned char GUARD = 0x5C;
 
 using Bytes = std::vector<unsigned char>;
 
-/// What the block of these samples is; checks that nothing behind it is written.
+/// The block of these samples. Checks that nothing after it is written.
 Bytes BlockOf(ZRSampleDataType type, int bits, int channels, int frames, const Bytes& samples) {
     const auto size = static_cast<std::size_t>(detail::PeakBlockBytes(channels));
     Bytes block(size + 16, GUARD);
@@ -71,7 +71,7 @@ constexpr unsigned char Minus(int value) {
     return static_cast<unsigned char>(256 - value);
 }
 
-TEST(BlockAnalysis, EightBitsLieAroundAHundredAndTwentySevenAndAHalf) {
+TEST(BlockAnalysis, EightBitsAreCentredAt127AndAHalf) {
     EXPECT_THAT(Of8(0), ElementsAre(255, Minus(127), 0));
     EXPECT_THAT(Of8(1)[1], Minus(126));
     EXPECT_THAT(Of8(64)[1], Minus(63));
@@ -97,7 +97,7 @@ TEST(BlockAnalysis, FullScalePositiveKeepsTheMinimumAtZero) {
     EXPECT_THAT(Of16(32767), ElementsAre(255, 0, 127));
 }
 
-TEST(BlockAnalysis, TheLowestSampleIsLimitedToFullScale) {
+TEST(BlockAnalysis, TheMinimumSampleIsLimitedToFullScale) {
     EXPECT_THAT(Of16(-32768), ElementsAre(255, Minus(127), 0));
     EXPECT_THAT(Of24(-0x800000), ElementsAre(255, Minus(127), 0));
     EXPECT_THAT(Constant(INTEGER, std::numeric_limits<std::int32_t>::min()),
@@ -122,14 +122,14 @@ TEST(BlockAnalysis, FloatsBeyondFullScaleWrapInTheByte) {
     EXPECT_THAT(Constant(FLOAT, -2.0), ElementsAre(254, Minus(254), 0));
 }
 
-TEST(BlockAnalysis, WhatIsNoNumberOrDoesNotFitStoresZero) {
+TEST(BlockAnalysis, NaNsAndValuesThatDoNotFitStoreZero) {
     EXPECT_THAT(Constant(FLOAT, std::numeric_limits<float>::quiet_NaN()), ElementsAre(0, 0, 0));
     EXPECT_THAT(Constant(FLOAT, std::numeric_limits<float>::infinity()), ElementsAre(0, 0, 0));
     EXPECT_THAT(Constant(FLOAT, 1e300), ElementsAre(0, 0, 0));
     EXPECT_THAT(Constant(FLOAT, 1e30f), ElementsAre(0, 0, 0));
 }
 
-TEST(BlockAnalysis, ANotANumberEntersNeitherMinimumNorMaximum) {
+TEST(BlockAnalysis, ANaNChangesNeitherMinimumNorMaximum) {
     Bytes samples;
     for (int i = 0; i < 16; ++i) {
         Put(samples, 0.5f);
@@ -168,7 +168,7 @@ TEST(BlockAnalysis, ABlockOfNoFramesIsZero) {
     EXPECT_THAT(BlockOf(INTEGER, 16, 2, 0, Bytes(4, 0x7F)), Each(0));
 }
 
-TEST(BlockAnalysis, SamplesOfNoKnownFormAreZero) {
+TEST(BlockAnalysis, SamplesOfAnUnknownFormAreZero) {
     const Bytes loud(64 * 8, 0x7F);
     EXPECT_THAT(BlockOf(FLOAT, 16, 1, 32, loud), Each(0));
     EXPECT_THAT(BlockOf(FLOAT, 24, 1, 32, loud), Each(0));
@@ -188,7 +188,7 @@ void PrintTo(const Stored& stored, std::ostream* out) {
     *out << stored.name;
 }
 
-/// Every form beside the analysis of one sample after the other.
+/// Compares every form with the analysis of one sample after the other.
 class BlockAnalysisIdentity : public testing::TestWithParam<Stored> {
 protected:
     void ExpectReference(int channels, int frames, const Bytes& samples) {
@@ -244,7 +244,7 @@ TEST_P(BlockAnalysisIdentity, RandomBlocksOfAnyChannelsAndLength) {
     }
 }
 
-TEST_P(BlockAnalysisIdentity, BlocksWhoseRmsLiesAtAWholeNumber) {
+TEST_P(BlockAnalysisIdentity, BlocksWhoseRmsIsNearAnInteger) {
     for (int whole = 1; whole <= 255; ++whole) {
         for (const int channels : {1, 2, 5}) {
             for (const double off : {0.0, 1e-16, -1e-16, 1e-9, -1e-9, 1e-5, -1e-5}) {

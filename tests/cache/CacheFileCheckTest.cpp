@@ -58,7 +58,7 @@ TEST_F(CacheFileCheckTest, ABlockCountAbove2147483647IsComparedWithTheLengthToo)
 TEST_F(CacheFileCheckTest, TheChecksumCoversTheBlocksAndThenTheHeader) {
     WriteFile(folder_ / "p.xwpk", WHOLE);
 
-    // XXH3 of the 15 bytes of blocks and the 20 bytes of the header, as one text.
+    // XXH3 of the 15 bytes of blocks followed by the 20 bytes of the header.
     EXPECT_EQ(PeakFileChecksum(folder_.Wide("p.xwpk"), {}), 0xFA75B00D945E2A28u);
 }
 
@@ -75,7 +75,7 @@ TEST_F(CacheFileCheckTest, AChecksumThatIsStoppedHasNoValue) {
     EXPECT_EQ(PeakFileChecksum(folder_.Wide("p.xwpk"), [] { return false; }), std::nullopt);
 }
 
-TEST_F(CacheFileCheckTest, WhatIsMissingOrALinkIsNotAWholePeakFile) {
+TEST_F(CacheFileCheckTest, AMissingFileOrALinkIsNotAWholePeakFile) {
     EXPECT_FALSE(IsWholePeakFile(folder_.Wide("none.xwpk")));
     WriteFile(folder_ / "p.xwpk", WHOLE);
     std::filesystem::create_symlink(folder_ / "p.xwpk", folder_ / "link.xwpk");

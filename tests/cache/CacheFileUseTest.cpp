@@ -26,7 +26,7 @@ using sonrel_tests::NamesIn;
 using sonrel_tests::WaitingProcess;
 using sonrel_tests::WriteFile;
 
-/// A cache folder that this process and others use.
+/// A cache folder of this process and others.
 class CacheFileUse : public testing::Test {
 protected:
     bool IsUsed(const std::wstring& name) const {
@@ -58,7 +58,7 @@ TEST_F(CacheFileUse, TheMarksOfAKilledProcessAreGone) {
     EXPECT_FALSE(IsUsed(L"a.xwmc"));
 }
 
-TEST_F(CacheFileUse, AMarkOfTheOwnProcessKeepsNoFileAndOutlivesARemoval) {
+TEST_F(CacheFileUse, AMarkOfTheOwnProcessAllowsARemovalAndRemains) {
     Mark(L"a.xwmc");
 
     EXPECT_FALSE(IsUsed(L"a.xwmc"));
@@ -76,14 +76,14 @@ TEST_F(CacheFileUse, SeveralProcessesMarkOneFile) {
     EXPECT_TRUE(IsUsed(L"a.xwmc"));
 }
 
-TEST_F(CacheFileUse, ARemovalOfAnotherProcessRefusesASecondOne) {
+TEST_F(CacheFileUse, ARemovalOfAnotherProcessPreventsASecondRemoval) {
     const WaitingProcess other([&] { new CacheFileRemoval(folder_.Wide(""), L"a.xwmc"); });
     ASSERT_TRUE(other.IsReady());
 
     EXPECT_TRUE(IsUsed(L"a.xwmc"));
 }
 
-/// Whether a process waits for a lock of this kind, which is of no process in the system's list.
+/// Whether a process waits for a lock of this kind. The system lists these locks without a process.
 bool SomebodyWaits() {
     std::ifstream locks("/proc/locks");
     for (std::string line; std::getline(locks, line);) {
@@ -110,10 +110,10 @@ TEST_F(CacheFileUse, AMarkWaitsUntilTheRemovalHasEnded) {
 
     if (status == -1) waitpid(child, &status, 0);
     EXPECT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 0) << "the file was there after the mark";
+    EXPECT_EQ(WEXITSTATUS(status), 0) << "the file existed after the mark";
 }
 
-TEST_F(CacheFileUse, AMovedRemovalKeepsItsRightUntilTheNewObjectEnds) {
+TEST_F(CacheFileUse, AMovedRemovalKeepsItsRightUntilTheNewObjectIsDestroyed) {
     std::optional<CacheFileRemoval> first(std::in_place, folder_.Wide(""), L"a.xwmc");
     std::optional<CacheFileRemoval> second(std::move(*first));
 
@@ -124,7 +124,7 @@ TEST_F(CacheFileUse, AMovedRemovalKeepsItsRightUntilTheNewObjectEnds) {
     EXPECT_FALSE(IsUsedElsewhere(L"a.xwmc"));
 }
 
-TEST_F(CacheFileUse, AnAssignmentGivesTheOldRightBackAndTakesTheNewOne) {
+TEST_F(CacheFileUse, AnAssignmentReleasesTheOldRightAndTakesTheNewRight) {
     CacheFileRemoval removal(folder_.Wide(""), L"a.xwmc");
 
     removal = CacheFileRemoval(folder_.Wide(""), L"b.xwmc");
@@ -148,7 +148,7 @@ TEST_F(CacheFileUse, ANewLockFileGetsTheMarksOfARemovedLockFile) {
     EXPECT_FALSE(IsUsedElsewhere(L"c.xwmc"));
 }
 
-TEST_F(CacheFileUse, AThreadThatWaitsForARemovalKeepsNoOtherThreadWaiting) {
+TEST_F(CacheFileUse, AThreadThatWaitsForARemovalDoesNotBlockOtherThreads) {
     WaitingProcess other([&] { new CacheFileRemoval(folder_.Wide(""), L"a.xwmc"); });
     ASSERT_TRUE(other.IsReady());
     std::optional<CacheFileRemoval> own(std::in_place, folder_.Wide(""), L"b.xwmc");
@@ -210,7 +210,7 @@ TEST_F(CacheFileUse, AnotherUserSeesTheMarksInALockFileThatOnlyItsOwnerWrites) {
               1);
 }
 
-TEST_F(CacheFileUse, ALockFileThatCannotBeOpenedKeepsEveryFile) {
+TEST_F(CacheFileUse, ALockFileThatCannotBeOpenedPreventsEveryRemoval) {
     Mark(L"a.xwmc");
     namespace fs = std::filesystem;
     fs::permissions(folder_ / CacheFolderUse::LOCK_FILE, fs::perms::none);
@@ -219,7 +219,7 @@ TEST_F(CacheFileUse, ALockFileThatCannotBeOpenedKeepsEveryFile) {
     EXPECT_EQ(AsAnyone([&] { return IsUsed(L"b.xwmc") ? 1 : 0; }), 1);
 }
 
-TEST_F(CacheFileUse, UsersOfASharedFolderLockOneFileWhateverTheUmaskOfItsMaker) {
+TEST_F(CacheFileUse, UsersOfASharedFolderLockOneFileForAnyUmask) {
     namespace fs = std::filesystem;
     fs::permissions(folder_.Path(), fs::perms::all);
     const mode_t before = umask(0077);
@@ -233,7 +233,7 @@ TEST_F(CacheFileUse, UsersOfASharedFolderLockOneFileWhateverTheUmaskOfItsMaker) 
                   return (IsUsed(L"a.xwmc") ? 1 : 0) + (IsUsedElsewhere(L"b.xwmc") ? 2 : 0);
               }),
               3)
-        << "a removal of another user is exclusive";
+        << "a removal by another user is exclusive";
 }
 
 TEST_F(CacheFileUse, AFolderHasLocksWhereItsLockFileCanBeMade) {

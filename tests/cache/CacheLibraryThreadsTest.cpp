@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Conformed files and peak files that threads make while another thread clears the cache.
+// Threads make conformed files and peak files while another thread clears the cache.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -42,7 +42,7 @@ protected:
                                  Sonrel::LogOption::WriteErrorLog);
     }
 
-    /// Asks for each file of one kind, on a connection of its own. @return the paths
+    /// Requests each file of one kind on a separate connection. @return the paths
     template <class Create>
     std::vector<std::wstring> Ask(Create create) {
         const auto database = engine_->OpenMediaDatabaseConnection();
@@ -72,7 +72,7 @@ protected:
     std::shared_ptr<MediaManager> manager_ = std::make_shared<MediaManager>();
 };
 
-TEST_F(CacheLibraryThreads, FilesThatAreMadeWhileTheCacheIsClearedEndWholeAndWithoutOrphans) {
+TEST_F(CacheLibraryThreads, FilesMadeWhileTheCacheIsClearedAreWholeAndWithoutOrphans) {
     constexpr int MAKERS = 4;
     constexpr int ROUNDS = 6;
     std::barrier start(MAKERS + 1);

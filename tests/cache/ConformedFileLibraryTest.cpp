@@ -43,7 +43,7 @@ using sonrel_tests::WriteFile;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-/// Conforming with the libraries as they are: real recordings, a real database.
+/// Conforms with the real libraries: real recordings, a real database.
 class ConformedFileLibrary : public testing::Test {
 protected:
     ConformedFileLibrary() {
@@ -69,7 +69,7 @@ protected:
         return std::filesystem::path(zrtl::ToUtf8(path)).filename().string();
     }
 
-    /// Whether another process finds a cache file in use.
+    /// Whether a cache file is in use for another process.
     bool IsUsed(const std::wstring& path) const {
         return InAnotherProcess([&] {
                    const std::wstring name = zrtl::FromUtf8(FileName(path));
@@ -80,7 +80,7 @@ protected:
     std::vector<std::string> CacheFiles() const { return NamesIn(folder / "cache"); }
     std::vector<std::string> Log() const { return ReadLines(folder / "CacheErrorLog.txt"); }
 
-    /// A recording of that many stereo frames, all different.
+    /// A recording of stereo frames that are all different.
     static std::string Recording(long long frames) {
         return Riff(Chunk("fmt ", PcmFormat(1, 2, 48000, 16)) +
                     Chunk("data", CountingSamples(frames)));
@@ -93,7 +93,7 @@ protected:
     std::shared_ptr<MediaAsset> asset;
 };
 
-TEST_F(ConformedFileLibrary, StereoMediaAtTheWantedRateKeepsItsBits) {
+TEST_F(ConformedFileLibrary, StereoMediaAtTheProjectRateKeepsItsBits) {
     const std::wstring path = Create();
 
     ConformedAudioFile file;
@@ -107,7 +107,7 @@ TEST_F(ConformedFileLibrary, StereoMediaAtTheWantedRateKeepsItsBits) {
     EXPECT_TRUE(samples == CountingSamples(4800));
 }
 
-TEST_F(ConformedFileLibrary, TheStreamKnowsTheLengthOfWhatWasMade) {
+TEST_F(ConformedFileLibrary, TheStreamHasTheLengthOfTheConformedFile) {
     SetAudioSamplesAvailable(asset, 48000, engine->MediaCacheFolderPath(), nullptr,
                              engine->OpenMediaDatabaseConnection(), true);
 
@@ -150,7 +150,7 @@ TEST_F(ConformedFileLibrary, AFileIsInUseWhileItIsWritten) {
     EXPECT_TRUE(wasUsed);
 }
 
-TEST_F(ConformedFileLibrary, ARemadeFileTakesThePlaceOfTheOldFile) {
+TEST_F(ConformedFileLibrary, ARemadeFileReplacesTheOldFile) {
     const std::wstring first = Create();
 
     const std::wstring second = Remake();
@@ -177,7 +177,7 @@ TEST_F(ConformedFileLibrary, ARemakeKeepsTheOldFileAndARecordWhileAnotherProcess
 
     EXPECT_THAT(CacheFiles(), testing::UnorderedElementsAre(FileName(first), FileName(second)));
     EXPECT_EQ(Create(), second);
-    EXPECT_EQ(engine->ClearCacheFiles(), 1u) << "the old file has a record that is due";
+    EXPECT_EQ(engine->ClearCacheFiles(), 1u) << "the old file has a record that is unused";
     EXPECT_THAT(CacheFiles(), SizeIs(2));
     other.Kill();
     EXPECT_EQ(engine->ClearCacheFiles(), 1u);
@@ -205,7 +205,7 @@ TEST_F(ConformedFileLibrary, TwoRatesGiveTwoFilesThatAreBothCurrent) {
     EXPECT_THAT(CacheFiles(), SizeIs(2));
 }
 
-TEST_F(ConformedFileLibrary, AChangedMediaFileIsConvertedAgainAndTheOldRecordStays) {
+TEST_F(ConformedFileLibrary, AChangedMediaFileIsConvertedAgainAndTheOldRecordRemains) {
     const std::wstring first = Create();
     WriteFile(folder / "a.wav", Recording(2));
 
@@ -228,7 +228,7 @@ TEST_F(ConformedFileLibrary, ADeletedFileIsMadeAgainAndItsRecordReplaced) {
     EXPECT_EQ(engine->ClearCacheFiles(), 1u);
 }
 
-TEST_F(ConformedFileLibrary, MediaThatIsNoneLeavesALineAndNothingElse) {
+TEST_F(ConformedFileLibrary, AFileThatIsNotMediaLeavesALogLineOnly) {
     WriteFile(folder / "notes.wav", "no sound at all");
     asset = MakeMediaAsset(manager, folder.Wide("notes.wav"));
 
@@ -242,7 +242,7 @@ TEST_F(ConformedFileLibrary, MediaThatIsNoneLeavesALineAndNothingElse) {
     EXPECT_EQ(engine->ClearCacheFiles(), 0u);
 }
 
-TEST_F(ConformedFileLibrary, MissingMediaLeavesALineAndNothingElse) {
+TEST_F(ConformedFileLibrary, MissingMediaLeavesALogLineOnly) {
     asset = MakeMediaAsset(manager, folder.Wide("missing.wav"));
 
     EXPECT_EQ(Create(), L"");
@@ -266,7 +266,7 @@ TEST_F(ConformedFileLibrary, FailedConversionsLeaveNoDescriptorOpen) {
     EXPECT_EQ(open(), before);
 }
 
-TEST_F(ConformedFileLibrary, AnAudioStreamThatIsNotThereLeavesALineAndNothingElse) {
+TEST_F(ConformedFileLibrary, AMissingAudioStreamLeavesALogLineOnly) {
     asset->SetAudioStreamIndex(1);
 
     EXPECT_EQ(Create(), L"");
@@ -275,7 +275,7 @@ TEST_F(ConformedFileLibrary, AnAudioStreamThatIsNotThereLeavesALineAndNothingEls
     EXPECT_THAT(CacheFiles(), IsEmpty());
 }
 
-TEST_F(ConformedFileLibrary, ACacheFolderThatIsGoneLeavesALine) {
+TEST_F(ConformedFileLibrary, AMissingCacheFolderLeavesALogLine) {
     std::filesystem::remove(folder / "cache");
 
     EXPECT_EQ(Create(), L"");
@@ -306,7 +306,7 @@ TEST_F(ConformedFileLibrary, AnotherProjectOnTheSameDatabaseFindsTheFile) {
     EXPECT_THAT(CacheFiles(), SizeIs(1));
 }
 
-/// A pipe over which one process tells another to go on.
+/// A pipe with which one process lets another continue.
 class Signal {
 public:
     Signal() {
@@ -375,7 +375,7 @@ TEST_F(ConformedFileLibrary, OfTwoProcessesThatConformOneProjectBothUseTheFileOf
     EXPECT_THAT(CacheFiles(), SizeIs(1));
 }
 
-TEST_F(ConformedFileLibrary, AFolderThatMayBeWrittenAndEnteredButNotListedTakesFiles) {
+TEST_F(ConformedFileLibrary, AFolderThatCannotBeListedAcceptsFiles) {
     std::filesystem::permissions(folder.Path(), std::filesystem::perms(0777));
     engine.reset();
     for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {

@@ -17,7 +17,7 @@ using sonrel_tests::WriteConverted;
 using testing::Each;
 using testing::SizeIs;
 
-/// Lets threads wait until a number of them has arrived; a broken build waits half a minute.
+/// Threads wait until a number of them has arrived. A broken build waits half a minute.
 class Meeting {
 public:
     explicit Meeting(int expected) : expected_(expected) {}
@@ -42,7 +42,7 @@ private:
 
 class ConformedFileThreads : public sonrel_tests::ConformedFileFixture {
 protected:
-    /// Conforms with a connection of the caller's own.
+    /// Conforms with a separate connection.
     std::wstring CreateOnOwnConnection(const std::shared_ptr<orlo::project::MediaAsset>& of,
                                        int sampleRate) {
         const auto connection = std::make_shared<MediaDB>(L"db", cacheFolder, false);
@@ -50,7 +50,7 @@ protected:
     }
 };
 
-TEST_F(ConformedFileThreads, ThreadsThatAskForOneMediaPathAtOnceShareOneConversion) {
+TEST_F(ConformedFileThreads, ThreadsThatRequestOneMediaPathShareOneConversion) {
     constexpr int THREADS = 6;
     Meeting started(THREADS);
     media.convert = [&](const std::wstring& path) {
@@ -61,7 +61,7 @@ TEST_F(ConformedFileThreads, ThreadsThatAskForOneMediaPathAtOnceShareOneConversi
 
     std::vector<std::future<std::wstring>> results;
     for (int i = 0; i < THREADS; ++i) {
-        // Every second thread comes with an asset of its own on the same file.
+        // Every second thread uses another asset for the same file.
         const auto mine = i % 2 == 0 ? asset : sonrel_tests::MakeMediaAsset(manager, mediaPath);
         results.push_back(std::async(std::launch::async, [this, mine, &started] {
             started.Arrive();
@@ -99,7 +99,7 @@ TEST_F(ConformedFileThreads, AMergedAssetSharesTheConversionOfItsSoundFile) {
     EXPECT_EQ(media.CallCount("Convert"), 1);
 }
 
-TEST_F(ConformedFileThreads, TwoRatesOfOneMediaPathQueue) {
+TEST_F(ConformedFileThreads, TwoRatesOfOneMediaPathAreConvertedOneAfterTheOther) {
     Meeting started(2);
     std::atomic<int> running = 0;
     std::atomic<int> mostAtOnce = 0;
@@ -123,7 +123,7 @@ TEST_F(ConformedFileThreads, TwoRatesOfOneMediaPathQueue) {
     EXPECT_EQ(media.CallCount("Convert"), 2);
 }
 
-TEST_F(ConformedFileThreads, TwoMediaPathsAreConvertedSideBySide) {
+TEST_F(ConformedFileThreads, TwoMediaPathsAreConvertedInParallel) {
     Meeting converting(2);
     media.convert = [&](const std::wstring& path) {
         converting.Arrive();
@@ -154,7 +154,7 @@ TEST_F(ConformedFileThreads, AnEmptyCacheFolderWaitsForNoLock) {
     EXPECT_EQ(result.get(), L"");
 }
 
-TEST_F(ConformedFileThreads, APeakRunOnTheSameMediaPathHoldsNothingUp) {
+TEST_F(ConformedFileThreads, APeakFileOfTheSameMediaPathBlocksNothing) {
     auto& peakLock = manager->WaveformPeakFileCS(mediaPath);
     peakLock.Lock();
 

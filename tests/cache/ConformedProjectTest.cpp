@@ -19,7 +19,7 @@ using testing::IsEmpty;
 using testing::SizeIs;
 using zrh::media::ZRAudioCodec;
 
-/// A project and an engine whose cache is the fixture's.
+/// A project and an engine with the cache of the fixture.
 class ConformedProject : public sonrel_tests::ConformedFileFixture {
 protected:
     ConformedProject() {
@@ -81,7 +81,7 @@ TEST_F(ConformedProject, SkipsAssetsWithoutSound) {
     EXPECT_THAT(db.conformed, SizeIs(1));
 }
 
-TEST_F(ConformedProject, OneConnectionServesTheWholeWalk) {
+TEST_F(ConformedProject, OneConnectionServesTheWholeProject) {
     AddMedia("a.wav");
     AddMedia("b.wav");
 
@@ -91,7 +91,7 @@ TEST_F(ConformedProject, OneConnectionServesTheWholeWalk) {
                                         "GetConformedFilename", "AddConformedFile"));
 }
 
-TEST_F(ConformedProject, APassedOverCodecIsSetAvailableWithAnEmptyPath) {
+TEST_F(ConformedProject, ASkippedCodecIsSetAvailableWithAnEmptyPath) {
     const auto passedOver = AddMedia("a.wav", ZRAudioCodec::Skipped);
 
     SetAudioSamplesAvailable(project, engine, false);
@@ -101,7 +101,7 @@ TEST_F(ConformedProject, APassedOverCodecIsSetAvailableWithAnEmptyPath) {
     EXPECT_THAT(media.Calls(), IsEmpty());
 }
 
-TEST_F(ConformedProject, AFailureStopsNeitherTheWalkNorTheNextAsset) {
+TEST_F(ConformedProject, AFailureDoesNotAffectTheNextAsset) {
     const auto broken = AddMedia("a.wav");
     const auto whole = AddMedia("b.wav");
     media.create = [this](const std::wstring& path) {
@@ -115,7 +115,7 @@ TEST_F(ConformedProject, AFailureStopsNeitherTheWalkNorTheNextAsset) {
     EXPECT_NE(whole->AudioStream()->ConformedFilePath(), L"");
 }
 
-TEST_F(ConformedProject, WithoutADatabaseTheFilesAreMadeAllTheSame) {
+TEST_F(ConformedProject, WithoutADatabaseTheFilesAreMadeToo) {
     db.Throw("MediaDB", "unable to open database file");
     const auto asked = AddMedia("a.wav");
 
@@ -126,7 +126,7 @@ TEST_F(ConformedProject, WithoutADatabaseTheFilesAreMadeAllTheSame) {
     EXPECT_THAT(CacheFiles(), SizeIs(1));
 }
 
-TEST_F(ConformedProject, AnEngineWithoutACacheSettlesTheQuestionWithEmptyPaths) {
+TEST_F(ConformedProject, AnEngineWithoutACacheSetsEmptyPaths) {
     const auto bare = Sonrel::Create(L"", L"", nullptr, Sonrel::LogOption::WriteErrorLog);
     const auto asked = AddMedia("a.wav");
 
@@ -137,7 +137,7 @@ TEST_F(ConformedProject, AnEngineWithoutACacheSettlesTheQuestionWithEmptyPaths) 
     EXPECT_THAT(media.Calls(), IsEmpty());
 }
 
-TEST_F(ConformedProject, FailuresStandInTheEnginesLog) {
+TEST_F(ConformedProject, FailuresAreInTheEnginesLog) {
     AddMedia("a.wav");
     media.prepare = [] { return 1; };
 

@@ -36,7 +36,7 @@ std::string Stamp() {
     return text;
 }
 
-/// Sets the local time zone for the length of a scope.
+/// Sets the local time zone during its lifetime.
 class TimeZone {
 public:
     explicit TimeZone(const char* zone) {
@@ -58,7 +58,7 @@ private:
     std::string before_;
 };
 
-/// Runs a piece of work that could wait for ever in a broken build.
+/// Runs work that could wait forever in a broken build.
 void ExpectToEnd(const std::function<void()>& work) {
     std::promise<void> done;
     auto end = done.get_future();
@@ -68,7 +68,7 @@ void ExpectToEnd(const std::function<void()>& work) {
     });
     if (end.wait_for(std::chrono::seconds(30)) != std::future_status::ready) {
         thread.detach();
-        FAIL() << "the call does not come back";
+        FAIL() << "the call does not return";
     }
     thread.join();
 }
@@ -84,7 +84,7 @@ TEST(LogFile, ALineIsDateTimeMessageAndLineFeed) {
                              "Could not save: /media/a\\.mov /cache/9b2c\\.xwmc\n"));
 }
 
-TEST(LogFile, TheStampIsLocalTime) {
+TEST(LogFile, TheTimeIsLocalTime) {
     for (const char* zone : {"EAST-11:30", "WEST+10:30"}) {
         const TimeZone here(zone);
         TemporaryFolder folder;
@@ -98,7 +98,7 @@ TEST(LogFile, TheStampIsLocalTime) {
     }
 }
 
-TEST(LogFile, EveryFieldOfTheStampHasTwoDigits) {
+TEST(LogFile, EveryFieldOfTheTimeHasTwoDigits) {
     TemporaryFolder folder;
     LogFile log(folder.Wide("log.txt"));
     orlo::project::SetLogClock([] { return QDateTime(QDate(2006, 2, 3), QTime(4, 5, 59)); });
@@ -109,7 +109,7 @@ TEST(LogFile, EveryFieldOfTheStampHasTwoDigits) {
     orlo::project::SetLogClock({});
 }
 
-TEST(LogFile, TheHoursRunToTwentyThree) {
+TEST(LogFile, TheHoursAre0To23) {
     TemporaryFolder folder;
     LogFile log(folder.Wide("log.txt"));
     orlo::project::SetLogClock([] { return QDateTime(QDate(2026, 12, 31), QTime(23, 59)); });
@@ -141,7 +141,7 @@ TEST(LogFile, AZeroCharacterDoesNotCutTheMessage) {
     EXPECT_EQ(ReadFile(folder / "log.txt").substr(STAMP_LENGTH), "a\\u0000b\n");
 }
 
-TEST(LogFile, LinesAreAppendedToWhatIsThere) {
+TEST(LogFile, LinesAreAppendedToAnExistingFile) {
     TemporaryFolder folder;
     WriteFile(folder / "log.txt", "from before\n");
     LogFile log(folder.Wide("log.txt"));
@@ -156,7 +156,7 @@ TEST(LogFile, LinesAreAppendedToWhatIsThere) {
     EXPECT_EQ(lines[2].substr(STAMP_LENGTH), "two");
 }
 
-TEST(LogFile, NamesOutsideAsciiStandInUtf8) {
+TEST(LogFile, NamesOutsideAsciiAreWrittenInUtf8) {
     TemporaryFolder folder;
     LogFile log(folder.Wide("Fehler \xC3\xBC.txt"));
 
@@ -196,7 +196,7 @@ TEST(LogFile, InAFolderThatDoesNotExistNothingIsWrittenAndNoFolderMade) {
     EXPECT_THAT(NamesIn(folder.Path()), IsEmpty());
 }
 
-TEST(LogFile, ADeletedLogIsMadeAnewAtTheNextLine) {
+TEST(LogFile, ADeletedLogIsMadeAgainAtTheNextLine) {
     TemporaryFolder folder;
     LogFile log(folder.Wide("log.txt"));
     log.Write(L"one");
@@ -209,7 +209,7 @@ TEST(LogFile, ADeletedLogIsMadeAnewAtTheNextLine) {
     EXPECT_EQ(lines[0].substr(STAMP_LENGTH), "two");
 }
 
-TEST(LogFile, ALongMessageStaysWhole) {
+TEST(LogFile, ALongMessageIsWhole) {
     TemporaryFolder folder;
     LogFile log(folder.Wide("log.txt"));
 
@@ -218,7 +218,7 @@ TEST(LogFile, ALongMessageStaysWhole) {
     EXPECT_EQ(ReadFile(folder / "log.txt").substr(STAMP_LENGTH), std::string(1000000, 'x') + "\n");
 }
 
-TEST(LogFile, ANamedPipeInItsPlaceIsLeftAloneAndNeverWaitedFor) {
+TEST(LogFile, ANamedPipeOfThatNameIsIgnoredWithoutWaiting) {
     TemporaryFolder folder;
     ASSERT_EQ(::mkfifo((folder / "log.txt").c_str(), 0600), 0);
     LogFile log(folder.Wide("log.txt"));
@@ -228,7 +228,7 @@ TEST(LogFile, ANamedPipeInItsPlaceIsLeftAloneAndNeverWaitedFor) {
     EXPECT_TRUE(std::filesystem::is_fifo(folder / "log.txt"));
 }
 
-TEST(LogFile, ALinkToANamedPipeIsNotWaitedForEither) {
+TEST(LogFile, ALinkToANamedPipeIsIgnoredWithoutWaiting) {
     TemporaryFolder folder;
     ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
     std::filesystem::create_symlink("pipe", folder / "log.txt");
@@ -239,7 +239,7 @@ TEST(LogFile, ALinkToANamedPipeIsNotWaitedForEither) {
     EXPECT_TRUE(std::filesystem::is_symlink(folder / "log.txt"));
 }
 
-TEST(LogFile, AFolderInItsPlaceDropsTheLine) {
+TEST(LogFile, AFolderOfThatNameDropsTheLine) {
     TemporaryFolder folder;
     std::filesystem::create_directory(folder / "log.txt");
     LogFile log(folder.Wide("log.txt"));

@@ -15,7 +15,7 @@ using sonrel_tests::TemporaryFolder;
 
 constexpr std::size_t STAMP_LENGTH = 19;  // "[dd.MM.yy] [hh.mm] "
 
-/// @param length  characters of each line, besides its numbers
+/// @param length  characters of each line, without its numbers
 void ExpectWholeLines(int lineCount, std::size_t length) {
     constexpr int THREADS = 8;
     TemporaryFolder folder;
@@ -50,8 +50,8 @@ TEST(LogFileThreads, ThreadsWriteWholeLines) {
     ExpectWholeLines(250, 200);
 }
 
-// A line of this length is handed to the system in many pieces.
-TEST(LogFileThreads, LinesThatTakeManyWritesStayWholeToo) {
+// A line of this length is written in many pieces.
+TEST(LogFileThreads, LinesThatNeedManyWritesAreWholeToo) {
     ExpectWholeLines(20, 300000);
 }
 

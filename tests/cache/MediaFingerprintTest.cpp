@@ -18,7 +18,7 @@ void SetWriteTime(const std::filesystem::path& path, long long seconds, long nan
     ASSERT_EQ(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
 }
 
-// The digests are those of md5sum. 1240428288 s and 12300 ns after 1970 are 128849018880000123
+// The digests are computed with md5sum. 1240428288 s and 12300 ns after 1970 are 128849018880000123
 // ticks after 1601, whose halves are 30000000 and 123.
 
 TEST(MediaFingerprint, IsTheDigestOfSizeAndWriteTimeInHalves) {
@@ -84,7 +84,7 @@ TEST(MediaFingerprint, TimesBefore1970Count) {
     EXPECT_EQ(MediaFingerprint(folder.Wide("media")), L"e72f9558825344ec730ae1c23fdece13");
 }
 
-TEST(MediaFingerprint, ALinkStandsForItsFile) {
+TEST(MediaFingerprint, ALinkIsFollowedToItsFile) {
     TemporaryFolder folder;
     WriteFile(folder / "media", std::string(1000, 'x'));
     SetWriteTime(folder / "media", 1240428288, 12300);
@@ -93,7 +93,7 @@ TEST(MediaFingerprint, ALinkStandsForItsFile) {
     EXPECT_EQ(MediaFingerprint(folder.Wide("link")), L"de0ce3020cc19a767a4c9db6f569f4b4");
 }
 
-TEST(MediaFingerprint, IsEmptyWhereTheFileCannotBeExamined) {
+TEST(MediaFingerprint, IsEmptyIfTheFileCannotBeExamined) {
     TemporaryFolder folder;
 
     EXPECT_EQ(MediaFingerprint(folder.Wide("missing")), L"");

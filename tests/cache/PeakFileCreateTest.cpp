@@ -55,7 +55,7 @@ TEST_F(PeakFileCreate, AStreamOfNoFramesIsAHeaderThatDoesNotOpen) {
     }
 }
 
-TEST_F(PeakFileCreate, EveryThirtyTwoFramesBeginABlock) {
+TEST_F(PeakFileCreate, EveryThirtyTwoFramesStartABlock) {
     const auto blocksOf = [&](long long frames) {
         media.format.frames = frames;
         EXPECT_EQ(Create(), 0);
@@ -71,7 +71,7 @@ TEST_F(PeakFileCreate, EveryThirtyTwoFramesBeginABlock) {
     EXPECT_EQ(blocksOf(65), 3);
 }
 
-TEST_F(PeakFileCreate, TheLastBlockSummarisesWhatIsLeft) {
+TEST_F(PeakFileCreate, TheLastBlockSummarisesTheRemainingFrames) {
     media.format.channels = 1;
     media.format.frames = 33;
     media.read = [](long long start, int count, void* buffer, int, int* read) {
@@ -94,7 +94,7 @@ TEST_F(PeakFileCreate, SilenceIsZeroInAllItsBytes) {
     EXPECT_EQ(Written(), PeakHeader(2, 10) + std::string(50, '\0'));
 }
 
-TEST_F(PeakFileCreate, SixteenChannelsAreTheMost) {
+TEST_F(PeakFileCreate, SixteenChannelsAreTheMaximum) {
     media.format.channels = 16;
     media.format.frames = 32;
     ASSERT_EQ(Create(), 0);
@@ -109,7 +109,7 @@ TEST_F(PeakFileCreate, SixteenChannelsAreTheMost) {
     }
 }
 
-TEST_F(PeakFileCreate, AStreamWhoseSampleSizeIsNoMultipleOfEightFails) {
+TEST_F(PeakFileCreate, ASampleSizeThatIsNotAMultipleOfEightFails) {
     for (const int bits : {0, -8, 4, 12, 2147483640}) {
         media.format.bits = bits;
         EXPECT_EQ(Create(), -100) << bits;
@@ -119,7 +119,7 @@ TEST_F(PeakFileCreate, AStreamWhoseSampleSizeIsNoMultipleOfEightFails) {
 
 // ---- samples
 
-TEST_F(PeakFileCreate, IntegersAndFloatsOfThirtyTwoBitsAreToldApartByTheirTypeAlone) {
+TEST_F(PeakFileCreate, IntegersAndFloatsOfThirtyTwoBitsDifferByTheirTypeOnly) {
     media.format.channels = 1;
     media.format.bits = 32;
     media.format.frames = 32;
@@ -136,7 +136,7 @@ TEST_F(PeakFileCreate, IntegersAndFloatsOfThirtyTwoBitsAreToldApartByTheirTypeAl
     EXPECT_EQ(Written(), PeakHeader(1, 1) + "\xFE\x00\xFE"s);
 }
 
-TEST_F(PeakFileCreate, AMaximumOfTwoReadsBackAsMinusTwo) {
+TEST_F(PeakFileCreate, AMaximumOfTwoIsReadAsMinusTwo) {
     media.format.channels = 1;
     media.format.bits = 32;
     media.format.dataType = ZRSampleDataType::Float;
@@ -179,7 +179,7 @@ TEST_F(PeakFileCreate, TheStreamIsReadOnceInStepsOfThirtyTwoFrames) {
     EXPECT_THAT(reads, ElementsAre(Read{0, 32}, Read{32, 32}, Read{64, 32}, Read{96, 4}));
 }
 
-TEST_F(PeakFileCreate, AShortReadMakesAShorterBlockAndReadingGoesOnBehindIt) {
+TEST_F(PeakFileCreate, AShortReadMakesAShorterBlockAndReadingContinuesAfterIt) {
     media.format.channels = 1;
     media.format.frames = 64;
     std::vector<long long> starts;
@@ -196,7 +196,7 @@ TEST_F(PeakFileCreate, AShortReadMakesAShorterBlockAndReadingGoesOnBehindIt) {
     EXPECT_EQ(Written(), PeakHeader(1, 3) + "\x7F\x00\x3F\x7F\x00\x3F\x7F\x00\x3F"s);
 }
 
-TEST_F(PeakFileCreate, AFailureInTheMiddleIsSilenceAndTheRunGoesOn) {
+TEST_F(PeakFileCreate, AFailureInTheMiddleIsSilenceAndReadingContinues) {
     media.format.channels = 1;
     media.format.frames = 96;
     const auto good = Constant(16384);
@@ -212,7 +212,7 @@ TEST_F(PeakFileCreate, AFailureInTheMiddleIsSilenceAndTheRunGoesOn) {
     EXPECT_EQ(Written(), PeakHeader(1, 3) + "\x7F\x00\x3F\x00\x00\x00\x7F\x00\x3F"s);
 }
 
-TEST_F(PeakFileCreate, AFailureThatDoesNotSayHowMuchTakesTheCountOfTheReadBefore) {
+TEST_F(PeakFileCreate, AFailureWithoutACountUsesTheCountOfTheReadBefore) {
     media.format.channels = 1;
     media.format.frames = 60;
     std::vector<std::pair<long long, int>> reads;
@@ -230,7 +230,7 @@ TEST_F(PeakFileCreate, AFailureThatDoesNotSayHowMuchTakesTheCountOfTheReadBefore
     EXPECT_EQ(Written(), PeakHeader(1, 3) + "\x7F\x00\x3F"s + std::string(6, '\0'));
 }
 
-TEST_F(PeakFileCreate, AFailureThatLeavesMoreThanTheRestEndsTheRun) {
+TEST_F(PeakFileCreate, AFailureWithACountBeyondTheRestEndsTheReading) {
     media.format.channels = 1;
     media.format.frames = 40;
     const auto good = Constant(16384);
@@ -258,7 +258,7 @@ TEST_F(PeakFileCreate, AFailureAtTheFirstFrameFailsInEveryMode) {
     }
 }
 
-TEST_F(PeakFileCreate, AStreamThatDeliversNothingWithoutAnErrorDoesNotRunForEver) {
+TEST_F(PeakFileCreate, AStreamThatDeliversNoFramesWithoutAnErrorFails) {
     media.read = [](long long, int, void*, int, int* read) {
         *read = 0;
         return 0;
@@ -269,7 +269,7 @@ TEST_F(PeakFileCreate, AStreamThatDeliversNothingWithoutAnErrorDoesNotRunForEver
 
 // ---- modes
 
-TEST_F(PeakFileCreate, BothWaysOfReadingWriteTheSameBytes) {
+TEST_F(PeakFileCreate, BothModesWriteTheSameBytes) {
     media.read = Signal();
     for (const int channels : {1, 2, 3, 8, 16}) {
         for (const long long frames : {0, 1, 31, 100, 127, 128, 129, 4096, 48001}) {
@@ -283,7 +283,7 @@ TEST_F(PeakFileCreate, BothWaysOfReadingWriteTheSameBytes) {
     }
 }
 
-TEST_F(PeakFileCreate, OfAHundredFramesTheLastTaskReadsAll) {
+TEST_F(PeakFileCreate, TheLastTaskReadsAllOfAHundredFrames) {
     media.format.frames = 100;
     std::atomic<int> reads = 0;
     const auto good = Signal();
@@ -299,7 +299,7 @@ TEST_F(PeakFileCreate, OfAHundredFramesTheLastTaskReadsAll) {
     EXPECT_EQ(Written().substr(0, 20), PeakHeader(2, 4));
 }
 
-TEST_F(PeakFileCreate, ThirtySecondsAreReadByFourReadersAndAFrameLessByOne) {
+TEST_F(PeakFileCreate, ThirtySecondsAreReadByFourReadersAndOneFrameLessByOneReader) {
     media.format.rate = 8000;
     media.format.frames = 240000;
     ASSERT_EQ(Create(Mode::Auto), 0);
@@ -311,7 +311,7 @@ TEST_F(PeakFileCreate, ThirtySecondsAreReadByFourReadersAndAFrameLessByOne) {
 }
 
 // 30 * 143165577 is 2^32 + 14.
-TEST_F(PeakFileCreate, TheThirtySecondsOfARateBeyond32BitsWrap) {
+TEST_F(PeakFileCreate, ThirtySecondsOfARateBeyond32BitsWrap) {
     media.format.rate = 143165577;
     media.format.frames = 14;
     ASSERT_EQ(Create(Mode::Auto), 0);
@@ -323,7 +323,7 @@ TEST_F(PeakFileCreate, TheThirtySecondsOfARateBeyond32BitsWrap) {
 }
 
 // 30 * 71582789 is 2^31 + 22, which is negative in 32 bits.
-TEST_F(PeakFileCreate, TheThirtySecondsOfARateThatWrapsBelowZeroAreOverAtOnce) {
+TEST_F(PeakFileCreate, ThirtySecondsThatWrapBelowZeroAlwaysUseFourReaders) {
     media.format.rate = 71582789;
     media.format.frames = 0;
 
@@ -332,7 +332,7 @@ TEST_F(PeakFileCreate, TheThirtySecondsOfARateThatWrapsBelowZeroAreOverAtOnce) {
     EXPECT_EQ(media.CallCount("Create"), 4);
 }
 
-TEST_F(PeakFileCreate, TheFirstTaskReadsWhileTheFurtherReadersAreOpened) {
+TEST_F(PeakFileCreate, TheFirstTaskReadsWhileTheOtherReadersAreOpened) {
     std::promise<void> firstRead;
     std::atomic<bool> hasRead = false;
     auto isReading = firstRead.get_future().share();
@@ -350,11 +350,11 @@ TEST_F(PeakFileCreate, TheFirstTaskReadsWhileTheFurtherReadersAreOpened) {
     EXPECT_EQ(Create(Mode::MultiThreaded), 0);
 }
 
-TEST_F(PeakFileCreate, TheFurtherTasksStartAfterAllReadersAreReady) {
+TEST_F(PeakFileCreate, TheOtherTasksStartAfterAllReadersArePrepared) {
     std::promise<void> ready;
     auto allAreReady = ready.get_future().share();
     int prepared = 0;
-    std::vector<std::size_t> threads;  // of the process, at the preparation of each further reader
+    std::vector<std::size_t> threads;  // of the process, at the preparation of each other reader
     media.prepare = [&] {
         ++prepared;
         if (prepared > 1) threads.push_back(sonrel_tests::NamesIn("/proc/self/task").size());
@@ -363,7 +363,7 @@ TEST_F(PeakFileCreate, TheFurtherTasksStartAfterAllReadersAreReady) {
     };
     const auto good = Signal();
     media.read = [&](long long start, int count, void* buffer, int bytes, int* read) {
-        // Keeps every task that has started.
+        // Blocks every task that has started.
         if (allAreReady.wait_for(std::chrono::seconds(30)) != std::future_status::ready) return 1;
         return good(start, count, buffer, bytes, read);
     };
@@ -373,7 +373,7 @@ TEST_F(PeakFileCreate, TheFurtherTasksStartAfterAllReadersAreReady) {
     EXPECT_EQ(threads, std::vector<std::size_t>(3, threads.at(0)));
 }
 
-TEST_F(PeakFileCreate, TheFirstTaskIsWaitedForWhenAFurtherReaderIsNotReady) {
+TEST_F(PeakFileCreate, CreateWaitsForTheFirstTaskWhenAnotherReaderIsNotPrepared) {
     std::promise<void> failed;
     auto hasFailed = failed.get_future().share();
     std::atomic<int> prepared = 0;
@@ -398,7 +398,7 @@ TEST_F(PeakFileCreate, TheFirstTaskIsWaitedForWhenAFurtherReaderIsNotReady) {
     EXPECT_EQ(media.OpenFiles(), 0);
 }
 
-TEST_F(PeakFileCreate, TheModeDecidesWhateverTheLength) {
+TEST_F(PeakFileCreate, TheModeDecidesForAnyLength) {
     media.format.rate = 8000;
     media.format.frames = 480000;
     ASSERT_EQ(Create(Mode::SingleThreaded), 0);
@@ -411,7 +411,7 @@ TEST_F(PeakFileCreate, TheModeDecidesWhateverTheLength) {
     EXPECT_EQ(media.CallCount("Create"), 1 + 3 * 4);
 }
 
-TEST_F(PeakFileCreate, TheTasksReadQuartersThatBeginAtMultiplesOfThirtyTwo) {
+TEST_F(PeakFileCreate, TheTasksReadQuartersThatStartAtMultiplesOfThirtyTwo) {
     media.format.frames = 1000;
     std::mutex mutex;
     std::vector<long long> starts;
@@ -430,14 +430,14 @@ TEST_F(PeakFileCreate, TheTasksReadQuartersThatBeginAtMultiplesOfThirtyTwo) {
     for (std::size_t i = 0; i < starts.size(); ++i) EXPECT_EQ(starts[i], 32 * (long long)i);
 }
 
-TEST_F(PeakFileCreate, EachReaderIsSetUpInOrderAndItsStreamGoesBeforeIt) {
+TEST_F(PeakFileCreate, EachReaderIsSetUpInOrderAndItsStreamIsReleasedBeforeIt) {
     ASSERT_EQ(Create(Mode::SingleThreaded), 0);
 
     EXPECT_THAT(media.Calls(), ElementsAre("Create /media/a.mov", "SetReadOption 1", "Prepare",
                                            "Streams", "Release"));
 }
 
-TEST_F(PeakFileCreate, TheFurtherReadersAreOpenedThenSearchedThenPrepared) {
+TEST_F(PeakFileCreate, TheOtherReadersAreOpenedThenSearchedThenPrepared) {
     ASSERT_EQ(Create(Mode::MultiThreaded), 0);
 
     auto calls = media.Calls();
@@ -457,7 +457,7 @@ TEST_F(PeakFileCreate, AMergedAssetIsReadFromItsSoundFile) {
     EXPECT_EQ(media.Calls().front(), "Create /media/sound.wav");
 }
 
-TEST_F(PeakFileCreate, TheStreamIsCountedAmongTheAudioStreamsAlone) {
+TEST_F(PeakFileCreate, TheStreamIndexCountsAudioStreamsOnly) {
     media.streamTypes = {1, 0, 2, 0};
     asset->SetAudioStreamIndex(1);
     EXPECT_EQ(Create(), 0);
@@ -467,7 +467,7 @@ TEST_F(PeakFileCreate, TheStreamIsCountedAmongTheAudioStreamsAlone) {
     EXPECT_EQ(Create(), -2);
 }
 
-TEST_F(PeakFileCreate, WhatTheFileHeldIsLost) {
+TEST_F(PeakFileCreate, TheOldContentOfTheFileIsLost) {
     media.format.frames = 32;
     WriteFile(folder / "p.xwpk", std::string(1000, 'x'));
 
@@ -478,7 +478,7 @@ TEST_F(PeakFileCreate, WhatTheFileHeldIsLost) {
 
 // ---- failures of the media
 
-TEST_F(PeakFileCreate, MediaThatDoNotOpenThrowTheLibrarysCodeAndWriteNothing) {
+TEST_F(PeakFileCreate, MediaThatDoesNotOpenThrowsTheLibrarysCodeAndWritesNothing) {
     media.create = [](const std::wstring&) { return 77; };
 
     try {
@@ -491,7 +491,7 @@ TEST_F(PeakFileCreate, MediaThatDoNotOpenThrowTheLibrarysCodeAndWriteNothing) {
     EXPECT_THAT(NamesIn(folder.Path()), IsEmpty());
 }
 
-TEST_F(PeakFileCreate, MediaThatAreNotReadyAreReleasedAndTheOutputIsUntouched) {
+TEST_F(PeakFileCreate, MediaThatCannotBePreparedIsReleasedAndTheOutputIsUnchanged) {
     WriteFile(folder / "p.xwpk", "before");
     media.prepare = [] { return 3; };
 
@@ -501,7 +501,7 @@ TEST_F(PeakFileCreate, MediaThatAreNotReadyAreReleasedAndTheOutputIsUntouched) {
     EXPECT_EQ(media.OpenFiles(), 0);
 }
 
-TEST_F(PeakFileCreate, MediaWithoutTheStreamAreReleasedAndTheOutputIsUntouched) {
+TEST_F(PeakFileCreate, MediaWithoutTheStreamIsReleasedAndTheOutputIsUnchanged) {
     WriteFile(folder / "p.xwpk", "before");
     media.streamTypes = {1, 2};
 
@@ -511,7 +511,7 @@ TEST_F(PeakFileCreate, MediaWithoutTheStreamAreReleasedAndTheOutputIsUntouched) 
     EXPECT_EQ(media.OpenFiles(), 0);
 }
 
-TEST_F(PeakFileCreate, EachFurtherReaderThatIsNotReadyHasItsCode) {
+TEST_F(PeakFileCreate, EachOtherReaderThatCannotBePreparedHasItsCode) {
     for (const int failing : {1, 2, 3}) {
         std::atomic<int> prepared = 0;
         media.prepare = [&] { return prepared++ == failing ? 1 : 0; };
@@ -523,7 +523,7 @@ TEST_F(PeakFileCreate, EachFurtherReaderThatIsNotReadyHasItsCode) {
     }
 }
 
-TEST_F(PeakFileCreate, EachFurtherReaderWithoutTheStreamHasItsCode) {
+TEST_F(PeakFileCreate, EachOtherReaderWithoutTheStreamHasItsCode) {
     for (const int failing : {1, 2, 3}) {
         std::atomic<int> opened = 0;
         media.create = [&](const std::wstring&) {
@@ -537,7 +537,7 @@ TEST_F(PeakFileCreate, EachFurtherReaderWithoutTheStreamHasItsCode) {
     }
 }
 
-TEST_F(PeakFileCreate, AFurtherReaderThatDoesNotOpenIsAFailedWriting) {
+TEST_F(PeakFileCreate, AnotherReaderThatDoesNotOpenIsAFailedWrite) {
     for (const int failing : {1, 2, 3}) {
         std::atomic<int> opened = 0;
         media.create = [&](const std::wstring&) { return opened++ == failing ? 7 : 0; };
@@ -548,7 +548,7 @@ TEST_F(PeakFileCreate, AFurtherReaderThatDoesNotOpenIsAFailedWriting) {
     }
 }
 
-TEST_F(PeakFileCreate, AnExceptionInAnyQuarterIsAFailedWritingAndAllTasksHaveEnded) {
+TEST_F(PeakFileCreate, AnExceptionInAnyQuarterIsAFailedWriteAndAllTasksHaveEnded) {
     media.format.frames = 48000;
     for (const long long quarter : {0, 1, 2, 3}) {
         const auto good = Signal();
@@ -568,7 +568,7 @@ TEST_F(PeakFileCreate, AnExceptionInAnyQuarterIsAFailedWritingAndAllTasksHaveEnd
     }
 }
 
-TEST_F(PeakFileCreate, WhatIsNoStandardExceptionPassesThroughAndReleasesTheReaders) {
+TEST_F(PeakFileCreate, ANonStandardExceptionPassesThroughAndReleasesTheReaders) {
     media.read = [](long long, int, void*, int, int*) -> int { throw 42; };
 
     EXPECT_THROW(Create(Mode::SingleThreaded), int);

@@ -19,9 +19,9 @@
 
 namespace {
 
-/// Which call on a C stream fails, counted from 1; 0 fails none. System calls are interrupted, or
-/// refused on folders. The program is linked so that the
-/// calls of the code under test come here (see CMakeLists.txt).
+/// The number of the call on a C stream that fails, counted from 1; 0 for none. System calls are
+/// interrupted, or refused for folders. The program is linked so that the calls of the code under
+/// test are made here (see CMakeLists.txt).
 struct StreamFaults {
     std::atomic<int> failingSeek = 0;
     std::atomic<int> failingWrite = 0;
@@ -33,7 +33,7 @@ struct StreamFaults {
     std::atomic<bool> isInterrupting = false;
     std::atomic<int> calls = 0;
     std::atomic<int> interruptions = 0;
-    /// What fsync of a folder gives; 0 for success.
+    /// The error of fsync for a folder; 0 for success.
     std::atomic<int> folderSyncError = 0;
     std::atomic<int> wholeSyncs = 0;
 
@@ -107,7 +107,7 @@ int __wrap_syncfs(int descriptor) {
     ++faults.wholeSyncs;
     return __real_syncfs(descriptor);
 }
-/// As the system does: the descriptor is taken back also when the call is interrupted.
+/// Like the system, it closes the descriptor also when the call is interrupted.
 int __real_close(int descriptor);
 int __wrap_close(int descriptor) {
     const int result = __real_close(descriptor);
@@ -125,7 +125,8 @@ protected:
     PeakFileFault() { faults.Reset(); }
     ~PeakFileFault() override { faults.Reset(); }
 
-    /// @return the code, after checking that nothing stays open and nothing opens as a peak file
+    /// Checks that no descriptor remains open and the file does not open as a peak file.
+    /// @return the code of Create
     int CreateInVain(Mode mode = Mode::SingleThreaded) {
         const std::size_t descriptors = NamesIn("/proc/self/fd").size();
         const int code = Create(mode);
@@ -136,7 +137,7 @@ protected:
     }
 };
 
-TEST_F(PeakFileFault, AFileThatCannotBeOpenedIsToldAndTheMediaAreReleased) {
+TEST_F(PeakFileFault, AFileThatCannotBeOpenedHasItsCodeAndTheMediaIsReleased) {
     EXPECT_EQ(PeakFile::Create(asset, folder.Wide("none/p.xwpk"), Mode::Auto), -11);
     EXPECT_EQ(PeakFile::Create(asset, L"", Mode::Auto), -11);
     std::filesystem::create_directory(folder / "p.xwpk");
@@ -145,7 +146,7 @@ TEST_F(PeakFileFault, AFileThatCannotBeOpenedIsToldAndTheMediaAreReleased) {
     EXPECT_EQ(media.CallCount("Release"), 3);
 }
 
-TEST_F(PeakFileFault, OnlyARegularFileIsWrittenAndNothingIsWaitedFor) {
+TEST_F(PeakFileFault, OnlyARegularFileIsWrittenWithoutWaiting) {
     const std::string pipe = (folder / "p.xwpk").string();
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     EXPECT_EQ(Create(), -11);  // the pipe has no reader
@@ -159,13 +160,13 @@ TEST_F(PeakFileFault, OnlyARegularFileIsWrittenAndNothingIsWaitedFor) {
     EXPECT_EQ(media.OpenFiles(), 0);
 }
 
-TEST_F(PeakFileFault, APipeIsNotOpenedForReadingAndNotWaitedFor) {
+TEST_F(PeakFileFault, APipeIsNotOpenedForReadingAndDoesNotBlock) {
     ASSERT_EQ(mkfifo((folder / "p.xwpk").c_str(), 0600), 0);
 
     EXPECT_FALSE(PeakFile().Open(folder.Wide("p.xwpk")));
 }
 
-TEST_F(PeakFileFault, AZeroByteInAPathNamesNoFile) {
+TEST_F(PeakFileFault, APathWithAZeroByteIsRefused) {
     sonrel_tests::WriteFile(folder / "other", "mine");
     const std::wstring path = folder.Wide("other") + std::wstring(L"\0.xwpk", 6);
 
@@ -194,7 +195,7 @@ TEST_F(PeakFileFault, TheNameOfAnOpenDescriptorIsWrittenAndRead) {
     close(descriptor);
 }
 
-TEST_F(PeakFileFault, AFileOfTheCacheIsMadeAndNeverPutInThePlaceOfAnything) {
+TEST_F(PeakFileFault, ACacheFileNeverReplacesAnExistingFile) {
     using orlo::sonrel::detail::PeakOutput;
     using orlo::sonrel::detail::WritePeakFile;
     sonrel_tests::WriteFile(folder / "mine", "mine");
@@ -237,14 +238,14 @@ TEST_F(PeakFileFault, AStartedProgramInheritsNoPeakFile) {
     EXPECT_EQ(inherited(), before);
 }
 
-TEST_F(PeakFileFault, TheFirstSeekThatFailsLeavesAnEmptyFile) {
+TEST_F(PeakFileFault, AFailedFirstSeekLeavesAnEmptyFile) {
     faults.failingSeek = 1;
 
     EXPECT_EQ(CreateInVain(), -12);
     EXPECT_EQ(Written(), "");
 }
 
-TEST_F(PeakFileFault, AFailedWriteOfBlocksIsAFailedWriting) {
+TEST_F(PeakFileFault, AFailedWriteOfBlocksHasItsCode) {
     media.format.frames = 48000;
     faults.failingWrite = 1;
     EXPECT_EQ(CreateInVain(Mode::SingleThreaded), -100);
@@ -256,7 +257,7 @@ TEST_F(PeakFileFault, AFailedWriteOfBlocksIsAFailedWriting) {
 
 TEST_F(PeakFileFault, EachQuarterThatCannotBeAppendedHasItsCode) {
     media.format.frames = 48000;
-    // Every quarter is two writes: all its bytes but the last, and the last.
+    // Every quarter is two writes: all its bytes except the last, and the last.
     for (const int quarter : {1, 2, 3}) {
         for (const int write : {1, 2}) {
             faults.Reset();
@@ -287,7 +288,7 @@ TEST_F(PeakFileFault, AHeaderThatDoesNotReachTheSystemIsAFailedBlockCount) {
     EXPECT_EQ(Create(), -205);
 }
 
-TEST_F(PeakFileFault, AFailedFileIsClosedAndStaysForTheCallerToDelete) {
+TEST_F(PeakFileFault, AFailedFileIsClosedAndLeftForTheCallerToDelete) {
     media.format.frames = 48000;
     const auto expectStays = [this](Mode mode, int code) {
         EXPECT_EQ(CreateInVain(mode), code);
@@ -335,7 +336,7 @@ TEST_F(PeakFileFault, InterruptedCallsAreRepeatedAndTheFileIsTheSame) {
     EXPECT_GT(faults.interruptions, 5);
 }
 
-TEST_F(PeakFileFault, WhereAFolderCannotBeSyncedTheWholeFileSystemIs) {
+TEST_F(PeakFileFault, IfAFolderCannotBeSyncedTheWholeFileSystemIsSynced) {
     ASSERT_EQ(Create(), 0);
     for (const int refusal : {EINVAL, ENOTSUP, ENOSYS, EBADF}) {
         faults.Reset();
@@ -356,7 +357,7 @@ TEST_F(PeakFileFault, AFolderThatFailsToSyncIsAFailureAndNotARefusal) {
     EXPECT_EQ(faults.wholeSyncs, 0);
 }
 
-TEST_F(PeakFileFault, AFolderThatMayNotBeListedIsSyncedWithTheWholeFileSystem) {
+TEST_F(PeakFileFault, AFolderThatCannotBeListedIsSyncedWithTheWholeFileSystem) {
     ASSERT_EQ(Create(), 0);
     std::filesystem::permissions(folder / "p.xwpk", std::filesystem::perms(0644));
     std::filesystem::permissions(folder.Path(), std::filesystem::perms(0333));
@@ -371,7 +372,7 @@ TEST_F(PeakFileFault, AFolderThatMayNotBeListedIsSyncedWithTheWholeFileSystem) {
     EXPECT_EQ(answer, 0);
 }
 
-/// What the same bytes give when each is written alone.
+/// The code for the same bytes when each is written separately.
 /// @param quarters  sizes in bytes
 int CodeOfSingleBytes(const std::string& path, const std::vector<int>& quarters) {
     std::FILE* file = std::fopen(path.c_str(), "wb");
@@ -390,7 +391,7 @@ int CodeOfSingleBytes(const std::string& path, const std::vector<int>& quarters)
     return code;
 }
 
-/// A file size that no file may pass, for the length of a scope.
+/// Limits the size of all files during its lifetime.
 class SizeLimit {
 public:
     explicit SizeLimit(rlim_t bytes) {
@@ -430,7 +431,7 @@ TEST_F(PeakFileFault, ADiskThatFillsAtAnyByteHasTheCodeOfWritingByteByByte) {
 }
 
 TEST_F(PeakFileFault, ADiskThatFillsWhereTheBufferOfTheStreamEndsHasTheSameCode) {
-    // The first quarter ends with the stream's buffer, so that the second byte by byte finds out.
+    // The first quarter ends with the stream's buffer: written byte by byte, the second quarter fails.
     media.format.channels = 1;
     const std::string other = (folder / "other").string();
     for (const int blocks : {4095, 4096, 4097}) {

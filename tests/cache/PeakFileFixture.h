@@ -19,19 +19,19 @@
 
 namespace sonrel_tests {
 
-/// The head of a peak file.
+/// The header of a peak file.
 inline std::string PeakHeader(std::uint32_t channels, std::uint32_t blocks,
                               std::uint32_t version = 1) {
     return "ORLOXWPK" + Little(version, 4) + Little(channels, 4) + Little(blocks, 4);
 }
 
-/// A sample of 16 bits that depends on its place alone and takes every size.
+/// A 16-bit sample of any level that depends on its position only.
 inline std::int16_t SampleAt(long long frame, int channel) {
     const auto mixed = static_cast<std::uint32_t>(frame * 16 + channel) * 2654435761u;
     return static_cast<std::int16_t>(mixed >> 16) / (1 + static_cast<int>(frame / 32 % 7));
 }
 
-/// One asset whose media the fake library delivers, and a peak file to write.
+/// One asset with media from the fake library, and a peak file to write.
 class PeakFileFixture : public testing::Test {
 protected:
     using PeakFile = orlo::sonrel::PeakFile;
@@ -45,14 +45,14 @@ protected:
     }
     std::string Written() const { return ReadFile(folder / "p.xwpk"); }
 
-    /// What a good read gives: every sample is @p value.
+    /// A successful read: every sample is @p value.
     FakeRead Constant(std::int16_t value) {
         return [this, value](long long start, int count, void* buffer, int, int* samplesRead) {
             return Deliver(start, count, buffer, samplesRead,
                            [&](long long, int) { return value; });
         };
     }
-    /// What a good read gives: SampleAt.
+    /// A successful read: samples of SampleAt.
     FakeRead Signal() {
         return [this](long long start, int count, void* buffer, int, int* samplesRead) {
             return Deliver(start, count, buffer, samplesRead, SampleAt);

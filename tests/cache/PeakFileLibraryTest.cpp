@@ -20,7 +20,7 @@ using zrh::media::ZRAbstractMediaFile;
 using Mode = PeakFile::CreateMode;
 namespace reference = orlo::sonrel::reference;
 
-/// The peak file of a stream's samples, read in long pieces and analysed one by one.
+/// The peak file of a stream's samples, read in long pieces and analysed block by block.
 std::string ExpectedFile(const std::wstring& media) {
     ZRAbstractMediaFile* file = nullptr;
     EXPECT_EQ(zrh::media::ZRMediaFileCreate(media.c_str(), &file, {}), 0);
@@ -56,7 +56,7 @@ std::string ExpectedFile(const std::wstring& media) {
            Little(count, 4) + blocks;
 }
 
-/// Writes the peak file of real media in every mode, and compares it with the expected one.
+/// Writes the peak file of real media in every mode and compares it with the expected file.
 void ExpectSameInEveryMode(const std::wstring& media) {
     const TemporaryFolder folder;
     const auto asset = MakeMediaAsset(std::make_shared<orlo::project::MediaManager>(), media);
@@ -80,7 +80,7 @@ void PrintTo(const WaveForm& form, std::ostream* out) {
 
 class PeakFileOfWaves : public testing::TestWithParam<std::tuple<WaveForm, int>> {
 protected:
-    /// Samples without a pattern; floats up to 1.25.
+    /// Noise; floats up to 1.25.
     static std::string Noise(const WaveForm& form, int channels, int frames) {
         std::string bytes;
         std::uint32_t state = 99;

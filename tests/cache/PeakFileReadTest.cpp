@@ -31,7 +31,7 @@ using Amplitudes = std::vector<unsigned char>;
 constexpr double INFINITE = std::numeric_limits<double>::infinity();
 constexpr int MAX = std::numeric_limits<int>::max();
 
-/// Mono blocks of these RMS bytes, with minimum and maximum of their number.
+/// Mono blocks of these RMS bytes, with the block number as minimum and maximum.
 std::string MonoBlocks(const std::vector<int>& rms) {
     std::string bytes;
     for (std::size_t i = 0; i < rms.size(); ++i) {
@@ -68,7 +68,7 @@ protected:
 
 // ---- Open
 
-TEST_F(PeakFileRead, AGoodFileTellsItsNumbers) {
+TEST_F(PeakFileRead, AValidFileReportsItsNumbers) {
     ASSERT_TRUE(OpenOf(PeakHeader(3, 2) + std::string(14, '\0')));
 
     EXPECT_EQ(file.ChannelCount(), 3);
@@ -76,7 +76,7 @@ TEST_F(PeakFileRead, AGoodFileTellsItsNumbers) {
     EXPECT_EQ(file.SamplesPerBlock(), 32);
 }
 
-TEST_F(PeakFileRead, HeadersThatAreNotOursDoNotOpenAndTheNumbersStayAtZero) {
+TEST_F(PeakFileRead, OtherHeadersDoNotOpenAndTheNumbersRemainZero) {
     const std::vector<std::string> bad = {
         "",
         "ORLOXWP",
@@ -102,7 +102,7 @@ TEST_F(PeakFileRead, HeadersThatAreNotOursDoNotOpenAndTheNumbersStayAtZero) {
     }
 }
 
-TEST_F(PeakFileRead, NoFileAndAFolderDoNotOpen) {
+TEST_F(PeakFileRead, AMissingFileAndAFolderDoNotOpen) {
     EXPECT_FALSE(file.Open(folder.Wide("none.xwpk")));
     EXPECT_FALSE(file.Open(folder.Wide("")));
     EXPECT_FALSE(file.Open(L""));
@@ -113,14 +113,14 @@ TEST_F(PeakFileRead, OneAndSixteenChannelsOpen) {
     EXPECT_TRUE(OpenOf(PeakHeader(16, 1) + std::string(33, '\0')));
 }
 
-TEST_F(PeakFileRead, BeforeOpenReadsTouchNothing) {
+TEST_F(PeakFileRead, ReadsBeforeOpenChangeNothing) {
     EXPECT_EQ(file.GetChannelPeaks(0, 0, 1.0, peaks), Result::NotOpen);
     EXPECT_EQ(file.GetRMSAmplitude(-1, 5, 0.0, amplitudes), Result::NotOpen);
     EXPECT_THAT(peaks, ElementsAre(1, 2, 3));
     EXPECT_THAT(amplitudes, ElementsAre(1, 2, 3));
 }
 
-TEST_F(PeakFileRead, AfterCloseReadsTouchNothingAndTheNumbersStay) {
+TEST_F(PeakFileRead, ReadsAfterCloseChangeNothingAndTheNumbersRemain) {
     OpenMono({1, 2});
     file.Close();
     file.Close();
@@ -141,7 +141,7 @@ TEST_F(PeakFileRead, AFileWithABadHeaderCountsAsOpenWithoutBlocks) {
     EXPECT_THAT(amplitudes, ElementsAre(1, 2, 3));
 }
 
-TEST_F(PeakFileRead, AfterAFailedOpenOfNoFileTheObjectIsClosed) {
+TEST_F(PeakFileRead, AFailedOpenOfAMissingFileLeavesTheObjectClosed) {
     OpenMono({1});
     ASSERT_FALSE(file.Open(folder.Wide("none.xwpk")));
 
@@ -166,7 +166,7 @@ TEST_F(PeakFileRead, ASecondOpenReadsTheSecondFileAndCloseClosesBoth) {
 
 // ---- arguments
 
-TEST_F(PeakFileRead, TheEndMayBeTheBlockCountAndNotMore) {
+TEST_F(PeakFileRead, TheEndMayBeAtMostTheBlockCount) {
     OpenMono({1, 2, 3, 4});
 
     EXPECT_EQ(file.GetRMSAmplitude(0, 5, 1.0, amplitudes), Result::InvalidArgument);
@@ -182,7 +182,7 @@ TEST_F(PeakFileRead, ANegativeFirstBlockIsRefused) {
     EXPECT_THAT(peaks, ElementsAre(1, 2, 3));
 }
 
-TEST_F(PeakFileRead, AStepBelowOneOrNoNumberIsRefused) {
+TEST_F(PeakFileRead, AStepBelowOneOrANaNIsRefused) {
     OpenMono({1, 2, 3, 4});
 
     for (const double step : {0.5, 0.99999999999, 0.0, -1.0, -INFINITE, std::nan("")}) {
@@ -201,7 +201,7 @@ TEST_F(PeakFileRead, AnEmptyRangeIsOkWithoutPoints) {
     EXPECT_THAT(amplitudes, IsEmpty());
 }
 
-TEST_F(PeakFileRead, AFirstBlockBehindTheLastIsOkWithoutPointsWhenTheRangeIsEmpty) {
+TEST_F(PeakFileRead, AFirstBlockAfterTheLastIsOkWithoutPointsForAnEmptyRange) {
     OpenMono({1, 2, 3, 4});
 
     EXPECT_EQ(file.GetRMSAmplitude(1000, 4, 1e9, amplitudes), Result::Ok);
@@ -217,7 +217,7 @@ TEST_F(PeakFileRead, AnEndBeforeTheFirstByHalfAStepThrows) {
     EXPECT_THAT(amplitudes, IsEmpty());
 }
 
-TEST_F(PeakFileRead, ForPeaksTheChannelsCountInTheRoomThatAnInvertedRangeAsksFor) {
+TEST_F(PeakFileRead, TheChannelsCountInTheMemoryForPeaksOfAnInvertedRange) {
     ASSERT_TRUE(OpenOf(PeakHeader(2, 4) + std::string(20, '\0')));
 
     EXPECT_THROW(file.GetChannelPeaks(3, 2, 4.0, peaks), std::length_error);
@@ -226,7 +226,7 @@ TEST_F(PeakFileRead, ForPeaksTheChannelsCountInTheRoomThatAnInvertedRangeAsksFor
 
 // ---- points
 
-TEST_F(PeakFileRead, AStepOfOneGivesEveryRmsByteUnchanged) {
+TEST_F(PeakFileRead, AStepOfOneReturnsEveryRmsByteUnchanged) {
     std::vector<int> all(256);
     for (int i = 0; i < 256; ++i) all[static_cast<std::size_t>(i)] = i;
     OpenMono(all);
@@ -237,7 +237,7 @@ TEST_F(PeakFileRead, AStepOfOneGivesEveryRmsByteUnchanged) {
     for (std::size_t i = 0; i < 256; ++i) EXPECT_EQ(amplitudes[i], i);
 }
 
-TEST_F(PeakFileRead, ThreeBlocksOfNineteenGiveEighteen) {
+TEST_F(PeakFileRead, ThreeBlocksOfNineteenResultInEighteen) {
     OpenMono({19, 19, 19});
 
     ASSERT_EQ(file.GetRMSAmplitude(0, 3, 3.0, amplitudes), Result::Ok);
@@ -253,7 +253,7 @@ TEST_F(PeakFileRead, RmsIsTheRootOfTheMeanOfSquaresAndNotTheMean) {
     EXPECT_THAT(amplitudes, ElementsAre(180));  // 255 * sqrt(0.5) = 180.3
 }
 
-TEST_F(PeakFileRead, PeaksAreTheLowestAndHighestOfEachChannel) {
+TEST_F(PeakFileRead, PeaksAreTheMinimumAndMaximumOfEachChannel) {
     ASSERT_TRUE(OpenOf(PeakHeader(2, 3) + "\x09\xFF\x01\x00\x02"s + "\x09\x80\x7F\xFD\x00"s +
                        "\x09\x00\x05\xFE\x06"s));
 
@@ -262,7 +262,7 @@ TEST_F(PeakFileRead, PeaksAreTheLowestAndHighestOfEachChannel) {
     EXPECT_THAT(peaks, ElementsAre(-128, 127, -3, 2, 0, 5, -2, 6));
 }
 
-TEST_F(PeakFileRead, APointStartsAtZeroWhateverItsBlocksHold) {
+TEST_F(PeakFileRead, APointStartsAtZeroForAnyBlocks) {
     ASSERT_TRUE(OpenOf(PeakHeader(1, 2) + "\x20\x05\x20\x20\xF0\xF8"s));
 
     ASSERT_EQ(file.GetChannelPeaks(0, 2, 1.0, peaks), Result::Ok);
@@ -285,14 +285,14 @@ TEST_F(PeakFileRead, AStepOfTwoAndAHalfRoundsItsLimitsAwayFromZero) {
     EXPECT_THAT(Limits(file, 0, 15, 2.5), ElementsAre(3, 5, 8, 10, 13, 15));
 }
 
-TEST_F(PeakFileRead, LimitsComeFromAddingTheStepAndNotFromMultiplyingIt) {
+TEST_F(PeakFileRead, LimitsAddTheStepAndDoNotMultiplyIt) {
     OpenMono(std::vector<int>(30, 1));
 
     EXPECT_EQ(Limits(file, 0, 17, 1.1)[14], 16);  // 15 * 1.1 would round to 17
     EXPECT_EQ(Limits(file, 0, 26, 1.7)[14], 25);  // and 15 * 1.7 to 26
 }
 
-TEST_F(PeakFileRead, TheLastPointTakesInBlocksBehindTheEnd) {
+TEST_F(PeakFileRead, TheLastPointIncludesBlocksAfterTheEnd) {
     OpenMono(std::vector<int>(20, 1));
 
     EXPECT_THAT(Limits(file, 0, 10, 3.0), ElementsAre(3, 6, 9, 12));
@@ -312,7 +312,7 @@ TEST_F(PeakFileRead, ARangeBeginsAtItsFirstBlock) {
     EXPECT_THAT(Limits(file, 7, 12, 2.0), ElementsAre(9, 11, 13));
 }
 
-TEST_F(PeakFileRead, OneReadLeavesNothingForTheNext) {
+TEST_F(PeakFileRead, AReadDoesNotAffectTheNextRead) {
     OpenMono({1, 2, 3, 4});
     for (int i = 0; i < 3; ++i) {
         ASSERT_EQ(file.GetRMSAmplitude(1, 3, 1.0, amplitudes), Result::Ok);
@@ -322,7 +322,7 @@ TEST_F(PeakFileRead, OneReadLeavesNothingForTheNext) {
 
 // ---- short files
 
-TEST_F(PeakFileRead, PeaksOfACutBlockFailAndThePointsBeforeStay) {
+TEST_F(PeakFileRead, PeaksOfACutBlockFailAndThePointsBeforeRemain) {
     const std::string whole = PeakHeader(1, 6) + MonoBlocks({1, 2, 3, 4, 5, 6});
     for (const std::size_t cut : {20u + 9u, 20u + 10u, 20u + 11u}) {  // before, in, in block 3
         ASSERT_TRUE(OpenOf(whole.substr(0, cut)));
@@ -334,7 +334,7 @@ TEST_F(PeakFileRead, PeaksOfACutBlockFailAndThePointsBeforeStay) {
     EXPECT_THAT(peaks, ElementsAre(-1, 1, -3, 3));
 }
 
-TEST_F(PeakFileRead, RmsOfABlockCutBehindItsRmsByteCounts) {
+TEST_F(PeakFileRead, TheRmsOfABlockCutAfterItsRmsByteCounts) {
     const std::string whole = PeakHeader(1, 4) + MonoBlocks({1, 2, 3, 4});
     ASSERT_TRUE(OpenOf(whole.substr(0, 20 + 9)));
     EXPECT_EQ(file.GetRMSAmplitude(0, 4, 1.0, amplitudes), Result::ReadFailed);
@@ -345,7 +345,7 @@ TEST_F(PeakFileRead, RmsOfABlockCutBehindItsRmsByteCounts) {
     EXPECT_THAT(amplitudes, ElementsAre(1, 2, 3, 4));
 }
 
-TEST_F(PeakFileRead, AShortFileAnswersWhatItHolds) {
+TEST_F(PeakFileRead, AShortFileReturnsItsPoints) {
     ASSERT_TRUE(OpenOf(PeakHeader(1, 100) + MonoBlocks({1, 2, 3})));
 
     EXPECT_EQ(file.GetRMSAmplitude(0, 3, 1.0, amplitudes), Result::Ok);
@@ -353,7 +353,7 @@ TEST_F(PeakFileRead, AShortFileAnswersWhatItHolds) {
     EXPECT_THAT(amplitudes, IsEmpty());
 }
 
-TEST_F(PeakFileRead, ABlockCountThatDoesNotFitTheLengthTakesNoMemoryForIt) {
+TEST_F(PeakFileRead, ABlockCountBeyondTheLengthNeedsNoMemory) {
     ASSERT_TRUE(OpenOf(PeakHeader(16, 0x7FFFFFFF) + std::string(33, '\1')));
 
     EXPECT_EQ(file.BlockCount(), MAX);
@@ -365,7 +365,7 @@ TEST_F(PeakFileRead, ABlockCountThatDoesNotFitTheLengthTakesNoMemoryForIt) {
     EXPECT_THAT(amplitudes, IsEmpty());
 }
 
-TEST_F(PeakFileRead, ABlockCountBeyondIntIsNegativeAndRefusesEveryRange) {
+TEST_F(PeakFileRead, ABlockCountBeyondIntIsNegativeAndEveryRangeIsRefused) {
     ASSERT_TRUE(OpenOf(PeakHeader(1, 0x80000000) + std::string(30, '\1')));
     EXPECT_EQ(file.BlockCount(), std::numeric_limits<int>::min());
     EXPECT_EQ(file.GetRMSAmplitude(0, 0, 1.0, amplitudes), Result::InvalidArgument);
@@ -385,11 +385,11 @@ TEST_F(PeakFileRead, AFileCutWhileItIsOpenFails) {
     EXPECT_THAT(peaks, IsEmpty());
 }
 
-// ---- beside the reader of single bytes
+// ---- compared with a reader of single bytes
 
 class PeakFileReadIdentity : public PeakFileRead, public testing::WithParamInterface<int> {
 protected:
-    /// Both readers on the file that is open, over one range.
+    /// Compares both readers on the open file for one range.
     void ExpectReference(PeakReader& reference, int first, int end, double step) {
         Peaks referencePeaks;
         Amplitudes referenceAmplitudes;
@@ -402,7 +402,7 @@ protected:
     }
 };
 
-TEST_P(PeakFileReadIdentity, EveryRangeAndStepGivesTheSamePoints) {
+TEST_P(PeakFileReadIdentity, EveryRangeAndStepHasTheSamePoints) {
     const int channels = GetParam();
     const int blocks = 30011;  // several pieces of the reader
     ASSERT_TRUE(OpenOf(PeakHeader(static_cast<unsigned>(channels), blocks) +
@@ -417,7 +417,7 @@ TEST_P(PeakFileReadIdentity, EveryRangeAndStepGivesTheSamePoints) {
     ExpectReference(reference, 0, 10, 3.0);
 }
 
-TEST_P(PeakFileReadIdentity, CutAtAnyByteTheResultsAreTheSame) {
+TEST_P(PeakFileReadIdentity, AFileCutAtAnyByteHasTheSameResults) {
     const int channels = GetParam();
     const std::string whole =
         PeakHeader(static_cast<unsigned>(channels), 9) + RandomBlocks(channels, 9, 5);

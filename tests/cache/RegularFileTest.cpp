@@ -26,7 +26,7 @@ const std::vector<Opener> OPENERS{
     [](const std::string& name) { return files::OpenNew(name); },
 };
 
-TEST(RegularFile, ANameWithAZeroByteOpensNoFile) {
+TEST(RegularFile, ANameWithAZeroByteDoesNotOpen) {
     const TemporaryFolder folder;
     WriteFile(folder / "other", "mine");
 
@@ -63,7 +63,7 @@ TEST(RegularFile, AStartedProgramInheritsNoDescriptor) {
     }
 }
 
-TEST(RegularFile, FoldersPipesAndDevicesDoNotOpenAndAreNotWaitedFor) {
+TEST(RegularFile, FoldersPipesAndDevicesDoNotOpenAndDoNotBlock) {
     const TemporaryFolder folder;
     ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
     const int reader = ::open((folder / "pipe").c_str(), O_RDONLY | O_NONBLOCK);
@@ -77,7 +77,7 @@ TEST(RegularFile, FoldersPipesAndDevicesDoNotOpenAndAreNotWaitedFor) {
     ::close(reader);
 }
 
-TEST(RegularFile, OnlyEmptyingFollowsALink) {
+TEST(RegularFile, OnlyTruncatingFollowsALink) {
     const TemporaryFolder folder;
     WriteFile(folder / "there", "mine");
     std::filesystem::create_symlink("there", folder / "link");

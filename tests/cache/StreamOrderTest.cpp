@@ -17,7 +17,7 @@ std::vector<std::string>& Calls() {
 
 }  // namespace
 
-// The bodies of the stream in this program: they note the calls.
+// The bodies of the stream in this program record the calls.
 namespace orlo::project {
 
 struct MediaAudioStreamImpl {

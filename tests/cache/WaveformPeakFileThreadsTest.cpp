@@ -27,9 +27,8 @@ protected:
     }
 };
 
-TEST_F(WaveformPeakFileThreads, AConformedFileAndAPeakFileOfOneMediaPathAreMadeAtOnce) {
-    // The conversion ends only when the peak file's first samples were asked for, and those come
-    // only when the conversion has begun.
+TEST_F(WaveformPeakFileThreads, AConformedFileAndAPeakFileOfOneMediaPathAreMadeInParallel) {
+    // The conversion waits for the first read of the peak file, which waits for the conversion.
     std::binary_semaphore converting(0);
     std::binary_semaphore reading(0);
     media.convert = [&](const std::wstring& path) {
@@ -59,7 +58,7 @@ TEST_F(WaveformPeakFileThreads, AConformedFileAndAPeakFileOfOneMediaPathAreMadeA
     EXPECT_THAT(CacheFiles(), SizeIs(2));
 }
 
-TEST_F(WaveformPeakFileThreads, ThreadsThatAskForOneMediaPathShareOneFile) {
+TEST_F(WaveformPeakFileThreads, ThreadsThatRequestOneMediaPathShareOneFile) {
     media.format.frames = 30 * 48000;  // four tasks under the lock
     std::vector<std::future<std::wstring>> results;
     for (int i = 0; i < 4; ++i) {
@@ -74,7 +73,7 @@ TEST_F(WaveformPeakFileThreads, ThreadsThatAskForOneMediaPathShareOneFile) {
     EXPECT_EQ(media.CallCount("Create"), 4);
 }
 
-TEST_F(WaveformPeakFileThreads, AFailureGivesTheLockBack) {
+TEST_F(WaveformPeakFileThreads, AFailureReleasesTheLock) {
     media.read = [](long long, int, void*, int, int*) -> int { throw 42; };
     EXPECT_THROW(CreatePeakFile(), int);
     media.read = {};

@@ -49,7 +49,7 @@ std::vector<int> Twice(const std::vector<int>& values) {
 
 }  // namespace
 
-TEST_F(AudioConverter, StereoOf16BitsAtTheWantedRateKeepsItsBits) {
+TEST_F(AudioConverter, StereoOf16BitsAtTheOutputRateKeepsItsBits) {
     const std::string samples = NoiseBytes(4 * 100001);
 
     const Conversion conversion(Media(WaveFile(1, 2, 48000, 16, samples)), 48000);
@@ -58,7 +58,7 @@ TEST_F(AudioConverter, StereoOf16BitsAtTheWantedRateKeepsItsBits) {
     EXPECT_TRUE(conversion.Samples() == samples);
 }
 
-TEST_F(AudioConverter, FileIsPlainWaveWithSamplesBehind44Bytes) {
+TEST_F(AudioConverter, FileIsPlainWaveWithSamplesAfter44Bytes) {
     const std::string samples = NoiseBytes(4 * 10);
 
     const Conversion conversion(Media(WaveFile(1, 2, 44100, 16, samples)), 44100);
@@ -66,7 +66,7 @@ TEST_F(AudioConverter, FileIsPlainWaveWithSamplesBehind44Bytes) {
     EXPECT_EQ(conversion.Bytes(), WaveFile(1, 2, 44100, 16, samples));
 }
 
-TEST_F(AudioConverter, MonoGoesToBothSidesUnchanged) {
+TEST_F(AudioConverter, MonoIsCopiedToBothSides) {
     const std::vector<int> values = {0, 1, -1, 1000, -1000, 32767, -32768, 32766};
 
     const Conversion conversion(Media(WaveFile(1, 1, 48000, 16, Bytes16(values))), 48000);
@@ -137,8 +137,8 @@ TEST_F(AudioConverter, SurroundDropsTheLowFrequencyChannel) {
     EXPECT_NEAR(values[3], 5858, 1);
 }
 
-TEST_F(AudioConverter, TwoChannelsAreLeftAndRightWhateverTheirLoudspeakers) {
-    // The mask says back left and back right.
+TEST_F(AudioConverter, TwoChannelsAreLeftAndRightForAnyLoudspeakers) {
+    // The mask declares back left and back right.
     std::string format =
         PcmFormat(0xFFFE, 2, 48000, 16) + Little(22, 2) + Little(16, 2) + Little(0x30, 4) +
         std::string("\x01\x00\x00\x00\x00\x00\x10\x00\x80\x00\x00\xAA\x00\x38\x9B\x71", 16);
@@ -149,7 +149,7 @@ TEST_F(AudioConverter, TwoChannelsAreLeftAndRightWhateverTheirLoudspeakers) {
     EXPECT_EQ(conversion.Samples(), samples);
 }
 
-TEST_F(AudioConverter, OtherRateKeepsPitchLevelAndPlace) {
+TEST_F(AudioConverter, AnotherRateKeepsPitchLevelAndPosition) {
     // A tone of 1000 Hz: at any rate its value at a moment is known.
     std::vector<int> values;
     for (int i = 0; i < 44100; ++i) {
@@ -178,14 +178,14 @@ TEST_F(AudioConverter, ConversionOf16BitsToAnotherRateIsRepeatable) {
     EXPECT_TRUE(first.Bytes() == second.Bytes());
 }
 
-TEST_F(AudioConverter, StreamOfNoLengthGivesAFileOfNoLength) {
+TEST_F(AudioConverter, AStreamWithoutFramesIsConvertedToAFileWithoutFrames) {
     const Conversion conversion(Media(WaveFile(1, 2, 44100, 16, "")), 48000);
 
     EXPECT_EQ(conversion.Code(), 0);
     EXPECT_EQ(conversion.Bytes(), WaveFile(1, 2, 48000, 16, ""));
 }
 
-TEST_F(AudioConverter, ExistingFileIsNeverTouched) {
+TEST_F(AudioConverter, AnExistingFileIsNotChanged) {
     const OpenedMedia media(Media(WaveFile(1, 2, 48000, 16, NoiseBytes(400))));
     WriteFile(folder_ / "out.xwmc", "mine");
 
@@ -228,7 +228,7 @@ TEST_F(AudioConverter, NoStreamIsInvalid) {
     EXPECT_FALSE(std::filesystem::exists(folder_ / "out.xwmc"));
 }
 
-TEST_F(AudioConverter, WantedRateOutOfRangeIsRefused) {
+TEST_F(AudioConverter, AnOutputRateOutOfRangeIsRefused) {
     const OpenedMedia media(Media(WaveFile(1, 2, 48000, 16, NoiseBytes(400))));
 
     for (const unsigned int rate : {0u, 63u, 768001u, 0xFFFFFFFFu}) {
@@ -238,21 +238,21 @@ TEST_F(AudioConverter, WantedRateOutOfRangeIsRefused) {
     EXPECT_EQ(Convert(media, "high.xwmc", 768000), 0);
 }
 
-TEST_F(AudioConverter, MoreChannelsThanAnyLayoutHasAreRefusedBeforeAFileIsMade) {
+TEST_F(AudioConverter, MoreChannelsThanAnyLayoutAreRefusedBeforeAFileIsMade) {
     const OpenedMedia media(Media(WaveFile(1, 17, 48000, 16, NoiseBytes(34 * 100))));
 
     EXPECT_EQ(Convert(media, "out.xwmc"), Code(MediaError::TooManyChannels));
     EXPECT_FALSE(std::filesystem::exists(folder_ / "out.xwmc"));
 }
 
-TEST_F(AudioConverter, MediaThatIsCutMeanwhileFails) {
+TEST_F(AudioConverter, MediaThatIsCutDuringTheConversionFails) {
     const OpenedMedia media(Media(WaveFile(1, 2, 48000, 16, NoiseBytes(4 * 200000))));
     std::filesystem::resize_file(folder_ / "a.wav", 4 * 100000);
 
     EXPECT_EQ(Convert(media, "out.xwmc"), Code(MediaError::ReadFailed));
 }
 
-TEST_F(AudioConverter, ObserverHearsOfTheWholeWayInOrder) {
+TEST_F(AudioConverter, TheObserverReceivesTheProgressInOrder) {
     const OpenedMedia media(Media(WaveFile(1, 2, 48000, 16, NoiseBytes(4 * 200000))));
     std::vector<long long> done;
     const ConversionObserver observer([&](long long doneFrames, long long totalFrames) {
@@ -269,7 +269,7 @@ TEST_F(AudioConverter, ObserverHearsOfTheWholeWayInOrder) {
     EXPECT_TRUE(std::is_sorted(done.begin(), done.end()));
 }
 
-TEST_F(AudioConverter, ObserverIsAskedForEachMillionFramesThatAHighRateMakes) {
+TEST_F(AudioConverter, TheObserverIsCalledForEachMillionOutputFrames) {
     // 500 frames at 64 Hz are 6 million at 768000 Hz.
     const OpenedMedia media(Media(WaveFile(1, 2, 64, 16, NoiseBytes(4 * 500))));
     int asked = 0;
@@ -283,11 +283,11 @@ TEST_F(AudioConverter, ObserverIsAskedForEachMillionFramesThatAHighRateMakes) {
     EXPECT_GE(asked, 6);
 }
 
-TEST_F(AudioConverter, AMuchHigherRateTakesNoMoreMemory) {
+TEST_F(AudioConverter, AMuchHigherRateNeedsNoMoreMemory) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "sanitizers multiply the memory";
 #endif
-    // 80000 frames of 64 Hz make 240 MB at 48000 Hz.
+    // 80000 frames of 64 Hz are 240 MB at 48000 Hz.
     const OpenedMedia media(Media(WaveFile(1, 2, 64, 16, NoiseBytes(4 * 80000))));
 
     const int megabytes = InAnotherProcess([&] {
@@ -310,7 +310,7 @@ TEST_F(AudioConverter, ObserverCanCancel) {
     EXPECT_EQ(Convert(media, "out.xwmc"), Code(MediaError::Cancelled));
 }
 
-TEST_F(AudioConverter, ObserverOfAnotherThreadIsNotAsked) {
+TEST_F(AudioConverter, TheObserverOfAnotherThreadIsNotCalled) {
     const OpenedMedia media(Media(WaveFile(1, 2, 48000, 16, NoiseBytes(400))));
     const ConversionObserver observer([](long long, long long) { return false; });
     int code = -1;
@@ -320,7 +320,7 @@ TEST_F(AudioConverter, ObserverOfAnotherThreadIsNotAsked) {
     EXPECT_EQ(code, 0);
 }
 
-TEST_F(AudioConverter, InnermostObserverIsAskedAndTheOuterOneAgainBehindIt) {
+TEST_F(AudioConverter, TheLastObserverIsCalledAndTheOuterObserverAfterItsEnd) {
     const OpenedMedia media(Media(WaveFile(1, 2, 48000, 16, NoiseBytes(400))));
     const ConversionObserver outer([](long long, long long) { return false; });
     {

@@ -10,7 +10,7 @@ class CodecConversion : public testing::TestWithParam<const char*> {};
 
 }  // namespace
 
-TEST_P(CodecConversion, ToAnotherRateGivesTheBytesOfTheFfmpegProgram) {
+TEST_P(CodecConversion, AtAnotherRateItHasTheBytesOfTheFfmpegProgram) {
     std::string expected = ReadFile(CodecMedia(std::string(GetParam()) + ".48000.s16"));
 
     const Conversion conversion(CodecMedia(GetParam()), 48000);
@@ -26,14 +26,14 @@ INSTANTIATE_TEST_SUITE_P(Codecs, CodecConversion,
                          NameOfFile);
 
 TEST(CodecConversions, SoundThatEndsInsideAPacketEndsThere) {
-    // The ffmpeg program converts the padding behind the end too.
+    // The ffmpeg program also converts the padding after the end.
     const std::string longer = ReadFile(CodecMedia("aacplain.m4a.48000.s16"));
 
     const Conversion conversion(CodecMedia("aacplain.m4a"), 48000);
 
     ASSERT_EQ(conversion.Code(), 0);
     EXPECT_EQ(conversion.Samples().size(), 590400u * 4);  // 12.3 seconds
-    // The filter looks ahead: the last frames before the end hear what follows or does not.
+    // The filter looks ahead: the last frames depend on the frames after the end.
     const std::size_t sure = 589000u * 4;
     EXPECT_TRUE(conversion.Samples().substr(0, sure) == longer.substr(0, sure));
 }
@@ -58,7 +58,7 @@ TEST(CodecConversions, LosslessSoundAtItsOwnRateKeepsItsBits) {
     }
 }
 
-TEST(CodecConversions, SilenceInFrontOfLateSoundIsConvertedToo) {
+TEST(CodecConversions, SilenceBeforeLateSoundIsConverted) {
     const std::string source = ReadFile(CodecMedia("source.wav"));
 
     const Conversion conversion(CodecMedia("late.mkv"), 44100);
@@ -69,7 +69,7 @@ TEST(CodecConversions, SilenceInFrontOfLateSoundIsConvertedToo) {
                 source.substr(source.find("data") + 8, 40000));
 }
 
-TEST(CodecConversions, SameFileTwiceGivesTheSameBytes) {
+TEST(CodecConversions, TwoConversionsOfOneFileHaveTheSameBytes) {
     const Conversion first(CodecMedia("flac.flac"), 48000);
     const Conversion second(CodecMedia("flac.flac"), 48000);
 

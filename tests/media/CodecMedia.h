@@ -9,12 +9,12 @@
 
 namespace sonrel_tests {
 
-/// A file that make_media.sh made.
+/// A file from make_media.sh.
 inline std::filesystem::path CodecMedia(const std::string& name) {
     return std::filesystem::path(SONREL_CODEC_MEDIA) / name;
 }
 
-/// The name of a test that has a file for its parameter.
+/// The name of a test with a file as its parameter.
 inline std::string NameOfFile(const testing::TestParamInfo<const char*>& parameter) {
     std::string name = parameter.param;
     std::replace(name.begin(), name.end(), '.', '_');

@@ -11,16 +11,16 @@ namespace {
 
 enum class Likeness {
     Same,            ///< the bytes of a straight decode
-    Upper16Bits,     ///< 24 bits, whose upper 16 are the bytes of a straight decode
-    Rounding,        ///< another decoder of the same codec, off by one step at most
-    FirstTenSeconds  ///< the decoder makes up noise, which starts afresh every ten seconds
+    Upper16Bits,     ///< 24 bits; their upper 16 bits are the bytes of a straight decode
+    Rounding,        ///< another decoder of the same codec; differs by at most 1
+    FirstTenSeconds  ///< the decoder adds noise, which is reset every ten seconds
 };
 
 struct Codec {
     const char* file;
     Likeness likeness;
     int channels = 2;
-    /// Frames beyond the end that a straight decode gives and the file's own length does not have.
+    /// Frames of a straight decode beyond the length that the file declares.
     int surplus = 0;
 };
 
@@ -34,7 +34,7 @@ protected:
 
     void SetUp() override { ASSERT_NE(stream_, nullptr); }
 
-    /// What the ffmpeg program decodes of the file, without what lies behind the file's own end.
+    /// The samples that the ffmpeg program decodes, up to the end that the file declares.
     static std::vector<int> StraightDecode() {
         std::vector<int> values =
             Values16(ReadFile(CodecMedia(std::string(GetParam().file) + ".s16")));
@@ -75,7 +75,7 @@ TEST_P(CodecStream, HasTheExactLength) {
               static_cast<long long>(StraightDecode().size()) / GetParam().channels);
 }
 
-TEST_P(CodecStream, GivesWhatAStraightDecodeGives) {
+TEST_P(CodecStream, EqualsAStraightDecode) {
     const std::string bytes = ReadAll(*stream_);
     std::vector<int> expected = StraightDecode();
     std::vector<int> values = stream_->BitsPerSample() == 24 ? Upper16Of24(bytes) : Values16(bytes);
@@ -92,7 +92,7 @@ TEST_P(CodecStream, GivesWhatAStraightDecodeGives) {
     EXPECT_LE(LargestDifference(values, expected), allowed);
 }
 
-TEST_P(CodecStream, GivesTheSameBytesFromAnywhereInAnyOrder) {
+TEST_P(CodecStream, HasTheSameBytesFromAnyPositionInAnyOrder) {
     const std::string whole = ReadAll(*stream_);
     const OpenedMedia other(CodecMedia(GetParam().file));
     const auto twin = other.Audio();
@@ -161,7 +161,7 @@ TEST(CodecStreams, FlacOf24BitsIsPacked) {
     EXPECT_TRUE(ReadAll(*stream) == source.substr(source.find("data") + 8));
 }
 
-TEST(CodecStreams, SoundThatStartsBehindThePictureHasSilenceInFront) {
+TEST(CodecStreams, SoundThatStartsAfterThePictureStartsWithSilence) {
     const OpenedMedia plain(CodecMedia("source.wav"));
     const OpenedMedia late(CodecMedia("late.mkv"));
     const auto stream = late.Audio();
@@ -173,7 +173,7 @@ TEST(CodecStreams, SoundThatStartsBehindThePictureHasSilenceInFront) {
     EXPECT_EQ(across, std::string(40, '\0') + ReadRange(*plain.Audio(), 0, 10));
 }
 
-TEST(CodecStreams, LateSoundInMp4HasSilenceInFront) {
+TEST(CodecStreams, LateSoundInMp4StartsWithSilence) {
     // The muxer writes an empty edit of 20992 frames and then 152 packets of 1024, the first of
     // which is the encoder's start.
     const OpenedMedia late(CodecMedia("late.mp4"));
@@ -185,7 +185,7 @@ TEST(CodecStreams, LateSoundInMp4HasSilenceInFront) {
     EXPECT_FALSE(ReadRange(*stream, 22050, 64) == std::string(64 * 4, '\0'));
 }
 
-TEST(CodecStreams, SoundThatStartsBeforeThePictureOrAloneIsNotMoved) {
+TEST(CodecStreams, SoundThatStartsBeforeOrWithoutAPictureIsNotShifted) {
     const OpenedMedia plain(CodecMedia("source.wav"));
 
     for (const char* file : {"early.mkv", "latealone.mka"}) {
@@ -209,7 +209,7 @@ TEST(CodecStreams, OnlyAudioStreamsHaveTypeZero) {
     EXPECT_EQ(media.Audio(2), nullptr);
 }
 
-TEST(CodecStreams, TwoStreamsOfOneFileCanBeReadInTurn) {
+TEST(CodecStreams, TwoStreamsOfOneFileCanBeReadAlternately) {
     const OpenedMedia media(CodecMedia("two.mkv"));
     const std::string first = ReadAll(*media.Audio(0));
     const std::string second = ReadAll(*media.Audio(1));
@@ -229,7 +229,7 @@ TEST(CodecStreams, PictureStreamDeliversNoSamples) {
     EXPECT_EQ(got, 0);
 }
 
-TEST(CodecStreams, SilentFilmIsReadyAndHasNoAudioStream) {
+TEST(CodecStreams, AFilmWithoutSoundIsPreparedAndHasNoAudioStream) {
     const OpenedMedia media(CodecMedia("silent.mp4"));
 
     EXPECT_EQ(media.PrepareCode(), 0);

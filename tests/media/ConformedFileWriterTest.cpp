@@ -35,12 +35,12 @@ TEST(ConformedFileWriter, ChecksumCoversTheSamplesAndThenTheHeader) {
     ASSERT_TRUE(writer.Write(SAMPLES + 2, 2));
     ASSERT_TRUE(writer.Finish());
 
-    // XXH3 of the 12 bytes of samples and the 44 bytes of the header, as one text.
+    // XXH3 of the 12 bytes of samples followed by the 44 bytes of the header.
     EXPECT_EQ(writer.Checksum(), 0x4C60ABD7C660E204u);
     EXPECT_EQ(orlo::project::ConformedFileChecksum(folder.Wide("a.xwmc"), {}), writer.Checksum());
 }
 
-TEST(ConformedFileWriter, ChecksumOfAnRf64FileIsThatOfItsBytes) {
+TEST(ConformedFileWriter, TheChecksumOfAnRf64FileIsTheChecksumOfItsBytes) {
     const TemporaryFolder folder;
     ConformedFileWriter writer;
     ASSERT_EQ(writer.Open(folder / "a.xwmc", 48000, 1LL << 30), ConformedFileWriter::Result::Done);
@@ -50,7 +50,7 @@ TEST(ConformedFileWriter, ChecksumOfAnRf64FileIsThatOfItsBytes) {
     EXPECT_EQ(orlo::project::ConformedFileChecksum(folder.Wide("a.xwmc"), {}), writer.Checksum());
 }
 
-TEST(ConformedFileWriter, FileThatMayBecomeLargeIsRf64) {
+TEST(ConformedFileWriter, AFileThatMayBecomeLargeIsRf64) {
     const TemporaryFolder folder;
     {
         ConformedFileWriter writer;
@@ -66,7 +66,7 @@ TEST(ConformedFileWriter, FileThatMayBecomeLargeIsRf64) {
     EXPECT_EQ(file.SampleCount(), 3);
 }
 
-TEST(ConformedFileWriter, LimitOfPlainFilesIs4GiBLessTheRoomOfAHeader) {
+TEST(ConformedFileWriter, TheLimitOfPlainFilesIs4GiBLessRoomForAHeader) {
     const TemporaryFolder folder;
     const long long most = (0xFFFFFFFFLL - 4096) / 4;
     for (const long long frames : {most, most + 1}) {
@@ -78,7 +78,7 @@ TEST(ConformedFileWriter, LimitOfPlainFilesIs4GiBLessTheRoomOfAHeader) {
     }
 }
 
-TEST(ConformedFileWriter, ExistingFileStaysAsItIs) {
+TEST(ConformedFileWriter, AnExistingFileIsNotChanged) {
     const TemporaryFolder folder;
     WriteFile(folder / "a.xwmc", "mine");
     {
@@ -104,7 +104,7 @@ TEST(ConformedFileWriter, RelativePathIsSyncedInTheCurrentFolder) {
     EXPECT_TRUE(finished);
 }
 
-TEST(ConformedFileWriter, FileThatWasNotFinishedIsLeftEmpty) {
+TEST(ConformedFileWriter, AnUnfinishedFileIsEmpty) {
     const TemporaryFolder folder;
     {
         ConformedFileWriter writer;

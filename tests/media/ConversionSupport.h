@@ -5,7 +5,7 @@
 
 namespace sonrel_tests {
 
-/// One conversion of the first audio stream of a media file, and the bytes that it wrote.
+/// A conversion of the first audio stream of a media file, and the written bytes.
 class Conversion {
 public:
     Conversion(const std::filesystem::path& media, unsigned int rate) {

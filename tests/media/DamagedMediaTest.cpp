@@ -6,11 +6,11 @@ using namespace sonrel_tests;
 
 namespace {
 
-/// Files made of a good one by damaging it.
+/// Damaged copies of a good file.
 class DamagedMedia : public testing::TestWithParam<const char*> {
 protected:
     std::filesystem::path Damaged(const std::string& bytes) {
-        // The extension stays: it takes part in telling the format.
+        // With the same extension, which helps to recognise the format.
         const auto path =
             folder_ / (std::string("a") + std::filesystem::path(GetParam()).extension().string());
         WriteFile(path, bytes);
@@ -21,7 +21,7 @@ protected:
     std::string good_ = ReadFile(CodecMedia(GetParam()));
 };
 
-/// Reads a file twice, from the front and from the middle, and compares.
+/// Reads a file twice, from the start and from the middle, and compares.
 void ExpectConsistent(const std::filesystem::path& path) {
     const OpenedMedia media(path);
     const auto stream = media.Audio();
@@ -39,10 +39,10 @@ void ExpectConsistent(const std::filesystem::path& path) {
 
 }  // namespace
 
-/// Formats whose packets can still be told apart when one of them is damaged.
+/// Formats whose packets can be found when one of them is damaged.
 class DamagedPacket : public DamagedMedia {};
 
-TEST_P(DamagedPacket, ShiftsNothing) {
+TEST_P(DamagedPacket, DoesNotShiftTheOtherPackets) {
     const OpenedMedia media(CodecMedia(GetParam()));
     const auto intact = media.Audio();
     std::string bytes = good_;
@@ -75,7 +75,7 @@ TEST_P(DamagedMedia, ScatteredDamageIsReadConsistentlyOrRefused) {
     ExpectConsistent(Damaged(bytes));
 }
 
-TEST_P(DamagedMedia, FileThatIsReplacedByNothingWhileItIsReadFails) {
+TEST_P(DamagedMedia, AFileThatIsEmptiedWhileItIsReadFails) {
     const auto path = Damaged(good_);
     const OpenedMedia media(path);
     const auto stream = media.Audio();
@@ -99,7 +99,7 @@ INSTANTIATE_TEST_SUITE_P(Formats, DamagedMedia,
                                          "opus.opus", "flac.mka", "dts.dts"),
                          NameOfFile);
 
-TEST(ChangedMedia, FileReplacedUnderItsNameIsReadAsItWasOpened) {
+TEST(ChangedMedia, AReplacedFileIsReadInTheOpenedState) {
     const TemporaryFolder folder;
     const std::string samples = NoiseBytes(4 * 50000);
     WriteFile(folder / "a.wav", WaveFile(1, 2, 48000, 16, samples));
@@ -110,7 +110,7 @@ TEST(ChangedMedia, FileReplacedUnderItsNameIsReadAsItWasOpened) {
     EXPECT_TRUE(ReadAll(*media.Audio()) == samples);
 }
 
-TEST(ChangedMedia, FileThatChangedIsMappedAnew) {
+TEST(ChangedMedia, AChangedFileIsIndexedAgain) {
     const TemporaryFolder folder;
     WriteFile(folder / "a.wav", WaveFile(1, 2, 48000, 16, NoiseBytes(4 * 100)));
     const OpenedMedia first(folder / "a.wav");
@@ -133,7 +133,7 @@ std::uint32_t ChecksumOf(const std::string& page) {
     return sum;
 }
 
-/// A page of 65025 bytes in the middle of a packet of the stream that a header begins.
+/// A page of 65025 bytes in the middle of a packet of the stream with a given header.
 std::string PageWithin(const std::string& file, std::size_t header) {
     const std::string stream = file.substr(file.rfind("OggS", header) + 14, 4);
     const std::string front = std::string("OggS\0\1", 6) + std::string(8, '\xFF') + stream;
@@ -147,7 +147,7 @@ std::string PageWithin(const std::string& file, std::size_t header) {
 
 }  // namespace
 
-TEST(DamagedOgg, APacketOfPicturesHasAtMost64MB) {
+TEST(DamagedOgg, APicturePacketHasAtMost64MB) {
     const TemporaryFolder folder;
     const std::string good = ReadFile(CodecMedia("picture.ogv"));
     const std::string page = PageWithin(good, good.find("\x80theora"));

@@ -17,7 +17,7 @@ void CountMessage(void*, int, const char*, va_list) {
 
 }  // namespace
 
-TEST(FfmpegLog, TheCallbackAndTheLevelOfTheHostStayAndReceiveTheMessagesAboutAFile) {
+TEST(FfmpegLog, TheCallbackAndTheLevelOfTheHostRemainAndReceiveTheMessagesAboutAFile) {
     const TemporaryFolder folder;
     WriteFile(folder / "a.wav", Riff(Chunk("data", NoiseBytes(400))));  // no format chunk
     av_log_set_callback(&CountMessage);

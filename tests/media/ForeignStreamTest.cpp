@@ -8,7 +8,7 @@ using namespace sonrel_tests;
 
 namespace {
 
-/// A stream that a test makes up.
+/// A stream of another media library.
 class MadeUpStream : public ZRAbstractAudioStream {
 public:
     MadeUpStream(int channels, int bits, ZRSampleDataType type, std::string samples)
@@ -75,7 +75,7 @@ TEST(ForeignStream, SamplesOf24BitsAreCutTo16) {
               (std::vector<int>{0x1234, 0x1234, -32768, -32768}));
 }
 
-TEST(ForeignStream, FailureOnTheWayFailsTheConversion) {
+TEST(ForeignStream, AFailureInTheMiddleFailsTheConversion) {
     const TemporaryFolder folder;
     const auto stream =
         std::make_shared<MadeUpStream>(2, 16, ZRSampleDataType::Integer, NoiseBytes(4 * 70000));
@@ -85,7 +85,7 @@ TEST(ForeignStream, FailureOnTheWayFailsTheConversion) {
               Code(MediaError::ReadFailed));
 }
 
-TEST(ForeignStream, FormWithoutMeaningIsRefused) {
+TEST(ForeignStream, AnUndefinedFormatIsRefused) {
     const TemporaryFolder folder;
     const auto stream =
         std::make_shared<MadeUpStream>(1, 16, ZRSampleDataType::Float, NoiseBytes(100));
@@ -94,7 +94,7 @@ TEST(ForeignStream, FormWithoutMeaningIsRefused) {
               Code(MediaError::Undecodable));
 }
 
-TEST(MediaFileFactory, StandsInForTheOpenerUntilItIsTakenAway) {
+TEST(MediaFileFactory, ReplacesTheOpenerUntilItIsRemoved) {
     zrh::media::detail::SetMediaFileFactoryForTests(
         [](const wchar_t* path, ZRAbstractMediaFile** file) {
             if (std::wstring(path) != L"made up") return 1234;
@@ -111,6 +111,6 @@ TEST(MediaFileFactory, StandsInForTheOpenerUntilItIsTakenAway) {
               Code(MediaError::NotFound));
 }
 
-TEST(MediaFileFactory, ReleaseOfNothingDoesNothing) {
+TEST(MediaFileFactory, ReleasingANullPointerDoesNothing) {
     EXPECT_EQ(zrh::media::ZRMediaFileRelease(nullptr), 0);
 }

@@ -29,7 +29,7 @@ int ImportCode(const std::wstring& path, int index = 0) {
 
 }  // namespace
 
-TEST(ImportMediaAsset, SoundFileHasItsOwnRateLengthAndCodec) {
+TEST(ImportMediaAsset, ASoundFileHasItsRateLengthAndCodec) {
     const auto manager = std::make_shared<MediaManager>();
 
     const auto asset = ImportMediaAsset(manager, WidePath("flac.flac"));
@@ -45,7 +45,7 @@ TEST(ImportMediaAsset, SoundFileHasItsOwnRateLengthAndCodec) {
     EXPECT_FALSE(asset->AudioStream()->SamplesAvailable());
 }
 
-TEST(ImportMediaAsset, CodecsAreTold) {
+TEST(ImportMediaAsset, CodecsAreReported) {
     const auto codecOf = [](const char* file) {
         return ImportMediaAsset(std::make_shared<MediaManager>(), WidePath(file))
             ->AudioStream()
@@ -60,7 +60,7 @@ TEST(ImportMediaAsset, CodecsAreTold) {
     EXPECT_EQ(codecOf("ac3.ac3"), ZRAudioCodec::Other);
 }
 
-TEST(ImportMediaAsset, FilmHasTheRateAndTheCountOfItsPictures) {
+TEST(ImportMediaAsset, AFilmHasItsFrameRateAndFrameCount) {
     for (const char* file : {"late.mkv", "late.mp4"}) {
         const auto asset = ImportMediaAsset(std::make_shared<MediaManager>(), WidePath(file));
 
@@ -71,28 +71,28 @@ TEST(ImportMediaAsset, FilmHasTheRateAndTheCountOfItsPictures) {
     }
 }
 
-TEST(ImportMediaAsset, StreamIsChosenAmongTheAudioStreams) {
+TEST(ImportMediaAsset, TheIndexCountsAudioStreamsOnly) {
     const auto asset = ImportMediaAsset(std::make_shared<MediaManager>(), WidePath("two.mkv"), 1);
 
     EXPECT_EQ(asset->AudioStreamIndex(), 1u);
     EXPECT_EQ(asset->AudioStream()->NativeSampleRate(), 8000);
 }
 
-TEST(ImportMediaAsset, SilentFilmHasNoSound) {
+TEST(ImportMediaAsset, AFilmWithoutSoundHasNoAudioStream) {
     const auto asset = ImportMediaAsset(std::make_shared<MediaManager>(), WidePath("silent.mp4"));
 
     EXPECT_FALSE(asset->HasAudio());
     EXPECT_TRUE(asset->HasVideo());
 }
 
-TEST(ImportMediaAsset, CoverIsNoPicture) {
+TEST(ImportMediaAsset, ACoverIsNotAVideoStream) {
     const auto asset = ImportMediaAsset(std::make_shared<MediaManager>(), WidePath("cover.flac"));
 
     EXPECT_TRUE(asset->HasAudio());
     EXPECT_FALSE(asset->HasVideo());
 }
 
-TEST(ImportMediaAsset, FailureThrowsTheCodeOfTheLibrary) {
+TEST(ImportMediaAsset, AFailureThrowsTheCodeOfTheLibrary) {
     EXPECT_EQ(ImportCode(WidePath("nothing.flac")), Code(MediaError::NotFound));
     EXPECT_EQ(ImportCode(WidePath("cover.png")), Code(MediaError::RefusedFormat));
     EXPECT_EQ(ImportCode(WidePath("two.mkv"), 2), Code(MediaError::NotAudio));
@@ -104,7 +104,7 @@ TEST(ImportMediaAsset, NegativeIndexIsInvalid) {
                  std::invalid_argument);
 }
 
-TEST(DescribeMedia, TellsEveryStreamInFileOrder) {
+TEST(DescribeMedia, ReportsEveryStreamInFileOrder) {
     MediaInfo info;
 
     ASSERT_EQ(zrh::media::DescribeMedia(WidePath("two.mkv"), &info), 0);
@@ -127,7 +127,7 @@ TEST(DescribeMedia, TellsEveryStreamInFileOrder) {
     EXPECT_EQ(info.streams[2].sampleCount, 32000);
 }
 
-TEST(DescribeMedia, CoverIsTold) {
+TEST(DescribeMedia, ACoverIsReported) {
     MediaInfo info;
 
     ASSERT_EQ(zrh::media::DescribeMedia(WidePath("cover.flac"), &info), 0);
@@ -136,7 +136,7 @@ TEST(DescribeMedia, CoverIsTold) {
     EXPECT_EQ(info.streams[1].kind, MediaStreamKind::Cover);
 }
 
-TEST(DescribeMedia, FailureLeavesTheInfoAlone) {
+TEST(DescribeMedia, AFailureLeavesTheInfoUnchanged) {
     MediaInfo info;
     info.format = "untouched";
 

@@ -20,15 +20,15 @@ namespace {
 constexpr std::int64_t SECOND = 1'000'000'000;
 constexpr std::int64_t NOW = 5000 * SECOND;
 
-/// For threads that nobody interrupts.
+/// Never interrupts.
 bool NEVER() {
     return false;
 }
 
-/// A thread that makes the map of a file until it is let go.
+/// A thread that builds the index of a file until End.
 class SlowMaker {
 public:
-    /// Returns when the thread has its turn.
+    /// Returns when the thread has started to build.
     explicit SlowMaker(const FileIdentity& file, MediaError outcome = MediaError::None)
         : thread_([this, file, outcome] {
               std::shared_ptr<const FileIndex> index;
@@ -57,7 +57,7 @@ private:
     std::thread thread_;
 };
 
-/// Files that no other test knows, at a time that stands still.
+/// Files that no other test uses, at a fixed time.
 class IndexCache : public testing::Test {
 protected:
     void SetUp() override {
@@ -65,14 +65,14 @@ protected:
     }
     void TearDown() override { orlo::files::fileClock = orlo::files::SystemFileClock; }
 
-    /// A file that was changed some time ago.
+    /// A file that was changed @p age nanoseconds ago.
     static FileIdentity File(std::int64_t age) {
         static std::uint64_t lastInode = 0;
         return {1, ++lastInode, 1000, 0, NOW - age};
     }
 
-    /// Asks for the map of a file and lets it go.
-    /// @return whether it was made for this
+    /// Requests the index of a file and releases it.
+    /// @return whether it was built for this request
     static bool IsMadeFor(const FileIdentity& file, std::int64_t packets = 1) {
         bool made = false;
         std::shared_ptr<const FileIndex> index;
@@ -92,14 +92,14 @@ protected:
     }
 };
 
-TEST_F(IndexCache, KeepsAMapForTheNextReader) {
+TEST_F(IndexCache, KeepsAnIndexForTheNextReader) {
     const FileIdentity file = File(4 * SECOND);
 
     EXPECT_TRUE(IsMadeFor(file));
     EXPECT_FALSE(IsMadeFor(file));
 }
 
-TEST_F(IndexCache, MakesTheMapOfAnotherStateOfTheFile) {
+TEST_F(IndexCache, BuildsTheIndexOfAnotherStateOfTheFile) {
     FileIdentity file = File(4 * SECOND);
     EXPECT_TRUE(IsMadeFor(file));
 
@@ -108,7 +108,7 @@ TEST_F(IndexCache, MakesTheMapOfAnotherStateOfTheFile) {
     EXPECT_TRUE(IsMadeFor(file));
 }
 
-TEST_F(IndexCache, KeepsNothingOfAFileThatMayChangeWithoutShowingIt) {
+TEST_F(IndexCache, KeepsNoIndexOfAFileThatMayChangeUnnoticed) {
     const FileIdentity changed = File(3 * SECOND);
     FileIdentity written = File(4 * SECOND);
     written.modifiedNs = NOW - SECOND;
@@ -119,7 +119,7 @@ TEST_F(IndexCache, KeepsNothingOfAFileThatMayChangeWithoutShowingIt) {
     EXPECT_TRUE(IsMadeFor(written));
 }
 
-TEST_F(IndexCache, SharesTheMapOfSuchAFileWhileAReaderHoldsIt) {
+TEST_F(IndexCache, SharesTheIndexOfSuchAFileWhileAReaderHoldsIt) {
     const FileIdentity file = File(0);
     const auto make = [](FileIndex*) { return MediaError::None; };
     std::shared_ptr<const FileIndex> one;
@@ -131,7 +131,7 @@ TEST_F(IndexCache, SharesTheMapOfSuchAFileWhileAReaderHoldsIt) {
     EXPECT_EQ(one, other);
 }
 
-TEST_F(IndexCache, KeepsNoMapThatCouldNotBeMade) {
+TEST_F(IndexCache, KeepsNoIndexThatCouldNotBeBuilt) {
     const FileIdentity file = File(4 * SECOND);
     std::shared_ptr<const FileIndex> index;
 
@@ -143,12 +143,12 @@ TEST_F(IndexCache, KeepsNoMapThatCouldNotBeMade) {
     EXPECT_TRUE(IsMadeFor(file));
 }
 
-TEST_F(IndexCache, LetsTheOldestMapsGoWhenTheyHoldTooManyPackets) {
+TEST_F(IndexCache, ReleasesTheOldestIndexesWhenTheyHaveTooManyPackets) {
     const FileIdentity first = File(4 * SECOND);
     const FileIdentity second = File(4 * SECOND);
     const FileIdentity third = File(4 * SECOND);
 
-    // Two of them fit into 2^20 packets, three do not.
+    // 2^20 packets are more than two of them and fewer than three.
     EXPECT_TRUE(IsMadeFor(first, 400000));
     EXPECT_TRUE(IsMadeFor(second, 400000));
     EXPECT_FALSE(IsMadeFor(first, 400000));
@@ -159,7 +159,7 @@ TEST_F(IndexCache, LetsTheOldestMapsGoWhenTheyHoldTooManyPackets) {
     EXPECT_TRUE(IsMadeFor(first, 400000));
 }
 
-TEST_F(IndexCache, KeepsNoMapThatIsTooLargeAlone) {
+TEST_F(IndexCache, KeepsNoIndexThatIsTooLarge) {
     const FileIdentity file = File(4 * SECOND);
 
     EXPECT_TRUE(IsMadeFor(file, (1 << 20) + 1));
@@ -187,7 +187,7 @@ TEST_F(IndexCache, AWaitForAnotherThreadEndsWhenItIsInterrupted) {
     EXPECT_EQ(index, nullptr);
 }
 
-TEST_F(IndexCache, AnInterruptedWaitLeavesTheMapToTheOthers) {
+TEST_F(IndexCache, AnInterruptedWaitDoesNotAffectTheOtherThreads) {
     const FileIdentity file = File(4 * SECOND);
     SlowMaker maker(file);
     std::shared_ptr<const FileIndex> index;
@@ -201,7 +201,7 @@ TEST_F(IndexCache, AnInterruptedWaitLeavesTheMapToTheOthers) {
     EXPECT_EQ(SharedIndexOf(file, NEVER, make, &index), MediaError::None);
 }
 
-TEST_F(IndexCache, AThreadThatWaitedForAFailedMapMakesItItself) {
+TEST_F(IndexCache, AThreadThatWaitedForAFailedIndexBuildsIt) {
     const FileIdentity file = File(4 * SECOND);
     SlowMaker maker(file, MediaError::Cancelled);
     std::atomic<bool> made = false;
@@ -213,7 +213,7 @@ TEST_F(IndexCache, AThreadThatWaitedForAFailedMapMakesItItself) {
     EXPECT_TRUE(made);
 }
 
-TEST_F(IndexCache, OfThreadsThatAskAtOnceOneMakesTheMap) {
+TEST_F(IndexCache, OneOfSeveralThreadsBuildsTheIndex) {
     for (int round = 0; round < 20; ++round) {
         const FileIdentity file = File(4 * SECOND);
         std::atomic<int> made = 0;

@@ -62,7 +62,7 @@ TEST_F(InterruptScopeOfMedia, StopsThePreparation) {
     zrh::media::ZRMediaFileRelease(file);
 }
 
-TEST_F(InterruptScopeOfMedia, AStoppedPreparationIsNotRemembered) {
+TEST_F(InterruptScopeOfMedia, AStoppedPreparationIsNotCached) {
     {
         const InterruptScope scope(Asking());
         ZRAbstractMediaFile* file = Create();
@@ -93,7 +93,7 @@ TEST_F(InterruptScopeOfMedia, StopsAConversion) {
               Code(MediaError::Cancelled));
 }
 
-TEST_F(InterruptScopeOfMedia, AppliesToTheFilesOfItsThreadWhoeverReadsThem) {
+TEST_F(InterruptScopeOfMedia, AppliesToTheFilesOfItsThreadOnAnyReadingThread) {
     const InterruptScope scope(Asking());
     const OpenedMedia media(folder_ / "a.wav");
     stop_ = true;
@@ -102,7 +102,7 @@ TEST_F(InterruptScopeOfMedia, AppliesToTheFilesOfItsThreadWhoeverReadsThem) {
     std::thread([&] { EXPECT_EQ(OpenedMedia(folder_ / "a.wav").PrepareCode(), 0); }).join();
 }
 
-TEST_F(InterruptScopeOfMedia, IsNotAskedAfterItsEnd) {
+TEST_F(InterruptScopeOfMedia, IsNotCalledAfterItsEnd) {
     std::optional<InterruptScope> scope(std::in_place, Asking());
     const OpenedMedia media(folder_ / "a.wav");
     scope.reset();
@@ -113,7 +113,7 @@ TEST_F(InterruptScopeOfMedia, IsNotAskedAfterItsEnd) {
     EXPECT_EQ(asked_, before);
 }
 
-TEST_F(InterruptScopeOfMedia, IsNotAskedAgainOnceItStopped) {
+TEST_F(InterruptScopeOfMedia, IsNotCalledAgainAfterItStopped) {
     stop_ = true;
     const InterruptScope scope(Asking());
 
@@ -122,7 +122,7 @@ TEST_F(InterruptScopeOfMedia, IsNotAskedAgainOnceItStopped) {
     EXPECT_EQ(asked_, 1);
 }
 
-TEST_F(InterruptScopeOfMedia, TheInnermostScopeApplies) {
+TEST_F(InterruptScopeOfMedia, TheLastScopeApplies) {
     stop_ = true;
     const InterruptScope outer(Asking());
     {
@@ -132,7 +132,7 @@ TEST_F(InterruptScopeOfMedia, TheInnermostScopeApplies) {
     EXPECT_EQ(OpenedMedia(folder_ / "a.wav").CreateCode(), Code(MediaError::Cancelled));
 }
 
-TEST_F(InterruptScopeOfMedia, IsAskedForEachPieceOfAFileThatIsSearchedForSound) {
+TEST_F(InterruptScopeOfMedia, IsCalledForEachPieceOfAFileThatIsSearchedForSound) {
     WriteFile(folder_ / "zeros.mp3", "");
     std::filesystem::resize_file(folder_ / "zeros.mp3", 64 << 20);
     const InterruptScope scope(Asking());
@@ -143,7 +143,7 @@ TEST_F(InterruptScopeOfMedia, IsAskedForEachPieceOfAFileThatIsSearchedForSound) 
     EXPECT_GE(asked_, 128);
 }
 
-TEST_F(InterruptScopeOfMedia, IsAskedForEachPieceOfPicturesBetweenSound) {
+TEST_F(InterruptScopeOfMedia, IsCalledForEachPieceOfPicturesBetweenSound) {
     // 5 MB of the pictures are read while the streams are found.
     std::vector<MatroskaPacket> packets = {{1, 0, NoiseBytes(200)}};
     for (int i = 0; i < 10; ++i) packets.push_back({2, 40, std::string(1 << 20, '\0')});
@@ -165,8 +165,8 @@ TEST_F(InterruptScopeOfMedia, IsAskedForEachPieceOfPicturesBetweenSound) {
     zrh::media::ZRMediaFileRelease(file);
 }
 
-TEST_F(InterruptScopeOfMedia, IsAskedForEachPacketOfAScan) {
-    // IMA ADPCM in mono, of which the container gives packets of 4096 bytes.
+TEST_F(InterruptScopeOfMedia, IsCalledForEachPacketOfAnIndexer) {
+    // IMA ADPCM in mono; the container has packets of 4096 bytes.
     const std::string format = Little(0x11, 2) + Little(1, 2) + Little(48000, 4) +
                                Little(24000, 4) + Little(256, 2) + Little(4, 2) + Little(2, 2) +
                                Little(505, 2);

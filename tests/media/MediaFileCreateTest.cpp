@@ -21,7 +21,7 @@ std::string SmallWave() {
     return WaveFile(1, 2, 48000, 16, NoiseBytes(400));
 }
 
-/// The test's own identity for the file system, for as long as it lives.
+/// Runs the process as user nobody during its lifetime.
 class AsNobody {
 public:
     AsNobody() : wasRoot_(geteuid() == 0) {
@@ -47,7 +47,7 @@ TEST(MediaFileCreate, EmptyPathIsNotFound) {
     EXPECT_EQ(CreateCodeOf(""), Code(MediaError::NotFound));
 }
 
-TEST(MediaFileCreate, FailureLeavesThePointerAlone) {
+TEST(MediaFileCreate, AFailureLeavesThePointerUnchanged) {
     ZRAbstractMediaFile* file = reinterpret_cast<ZRAbstractMediaFile*>(0x10);
 
     const int code =
@@ -66,7 +66,7 @@ TEST(MediaFileCreate, NullArgumentsAreInvalid) {
               Code(MediaError::InvalidArgument));
 }
 
-TEST(MediaFileCreate, PathThatIsNoUnicodeIsABadName) {
+TEST(MediaFileCreate, APathOutsideUnicodeIsABadName) {
     const wchar_t path[] = {L'/', static_cast<wchar_t>(0xD800), L'a', 0};
     ZRAbstractMediaFile* file = nullptr;
 
@@ -74,24 +74,24 @@ TEST(MediaFileCreate, PathThatIsNoUnicodeIsABadName) {
               Code(MediaError::BadName));
 }
 
-TEST(MediaFileCreate, FolderIsNoRegularFile) {
+TEST(MediaFileCreate, AFolderIsNotARegularFile) {
     const TemporaryFolder folder;
 
     EXPECT_EQ(CreateCodeOf(folder.Path()), Code(MediaError::NotRegularFile));
 }
 
-TEST(MediaFileCreate, PipeIsNoRegularFileAndDoesNotBlock) {
+TEST(MediaFileCreate, APipeIsNotARegularFileAndDoesNotBlock) {
     const TemporaryFolder folder;
     ASSERT_EQ(mkfifo((folder / "pipe.wav").c_str(), 0600), 0);
 
     EXPECT_EQ(CreateCodeOf(folder / "pipe.wav"), Code(MediaError::NotRegularFile));
 }
 
-TEST(MediaFileCreate, DeviceIsNoRegularFile) {
+TEST(MediaFileCreate, ADeviceIsNotARegularFile) {
     EXPECT_EQ(CreateCodeOf("/dev/zero"), Code(MediaError::NotRegularFile));
 }
 
-TEST(MediaFileCreate, LinkToADeviceIsNoRegularFile) {
+TEST(MediaFileCreate, ALinkToADeviceIsNotARegularFile) {
     const TemporaryFolder folder;
     std::filesystem::create_symlink("/dev/zero", folder / "zero.wav");
 
@@ -106,7 +106,7 @@ TEST(MediaFileCreate, LinkToAMediaFileOpens) {
     EXPECT_EQ(CreateCodeOf(folder / "b.wav"), 0);
 }
 
-TEST(MediaFileCreate, LinksInACircleCannotBeOpened) {
+TEST(MediaFileCreate, CircularLinksCannotBeOpened) {
     const TemporaryFolder folder;
     std::filesystem::create_symlink(folder / "b.wav", folder / "a.wav");
     std::filesystem::create_symlink(folder / "a.wav", folder / "b.wav");
@@ -124,7 +124,7 @@ TEST(MediaFileCreate, FileWithoutReadPermissionIsRefused) {
     EXPECT_EQ(CreateCodeOf(folder / "a.wav"), Code(MediaError::NoPermission));
 }
 
-// UndefinedBehaviorSanitizer opens a pipe to check the address of an object: without a free
+// UndefinedBehaviorSanitizer opens a pipe to check the address of an object. Without a free
 // descriptor it reports every object.
 #if !defined(__SANITIZE_ADDRESS__)
 TEST(MediaFileCreate, WithoutAFreeDescriptorTheFileIsRefusedWithThatReason) {
@@ -141,28 +141,28 @@ TEST(MediaFileCreate, WithoutAFreeDescriptorTheFileIsRefusedWithThatReason) {
 }
 #endif
 
-TEST(MediaFileCreate, EmptyFileIsNoMedia) {
+TEST(MediaFileCreate, AnEmptyFileIsNotMedia) {
     const TemporaryFolder folder;
     WriteFile(folder / "a.wav", "");
 
     EXPECT_EQ(CreateCodeOf(folder / "a.wav"), Code(MediaError::NotMedia));
 }
 
-TEST(MediaFileCreate, TextIsNoMedia) {
+TEST(MediaFileCreate, TextIsNotMedia) {
     const TemporaryFolder folder;
     WriteFile(folder / "a.wav", "Dear reader, this is no sound at all.\n");
 
     EXPECT_EQ(CreateCodeOf(folder / "a.wav"), Code(MediaError::NotMedia));
 }
 
-TEST(MediaFileCreate, ZerosAreNoMedia) {
+TEST(MediaFileCreate, ZerosAreNotMedia) {
     const TemporaryFolder folder;
     WriteFile(folder / "a.wav", std::string(65536, '\0'));
 
     EXPECT_EQ(CreateCodeOf(folder / "a.wav"), Code(MediaError::NotMedia));
 }
 
-TEST(MediaFileCreate, PlaylistsAndScriptsAreRefusedWhateverTheirName) {
+TEST(MediaFileCreate, PlaylistsAndScriptsAreRefusedUnderAnyName) {
     const TemporaryFolder folder;
     WriteFile(folder / "a.wav", SmallWave());
     const std::string list = "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1.0,\na.wav\n";
@@ -239,7 +239,7 @@ TEST(MediaFileCreate, ReadingBeforeThePreparationFails) {
     zrh::media::ZRMediaFileRelease(file);
 }
 
-TEST(MediaErrors, EveryCodeHasATextOfItsOwn) {
+TEST(MediaErrors, EveryCodeHasItsOwnText) {
     std::set<std::string> texts;
     for (int code = 0; code <= Code(MediaError::IndexTooLarge); ++code) {
         const std::string text = zrh::media::MediaErrorText(code);
@@ -249,7 +249,7 @@ TEST(MediaErrors, EveryCodeHasATextOfItsOwn) {
     }
 }
 
-TEST(MediaErrors, UnknownCodeIsNamedByItsNumber) {
+TEST(MediaErrors, TheTextOfAnUnknownCodeContainsItsNumber) {
     EXPECT_EQ(zrh::media::MediaErrorText(-7), "media error -7");
 }
 

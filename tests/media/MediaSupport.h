@@ -26,7 +26,7 @@ inline int Code(MediaError error) {
     return static_cast<int>(error);
 }
 
-/// A media file opened and prepared as the engine does it, and released at the end.
+/// A media file that is opened and prepared like in the engine, and released at the end.
 class OpenedMedia {
 public:
     explicit OpenedMedia(const std::filesystem::path& path) {
@@ -41,7 +41,7 @@ public:
     int PrepareCode() const { return prepareCode_; }
     ZRAbstractMediaFile* File() const { return file_.get(); }
 
-    /// An audio stream, counted among the audio streams; null for none.
+    /// An audio stream; the index counts audio streams only. Null for none.
     std::shared_ptr<ZRAbstractAudioStream> Audio(int index = 0) const {
         if (file_ == nullptr || prepareCode_ != 0) return nullptr;
         return zrh::media::FindAudioStream(*file_, static_cast<unsigned long long>(index));
@@ -57,7 +57,7 @@ inline int BytesPerFrame(const ZRAbstractAudioStream& stream) {
     return stream.BitsPerSample() / 8 * stream.ChannelCount();
 }
 
-/// Reads a range; fewer bytes than asked for when the stream ends or fails in it.
+/// Reads a range; returns fewer bytes when the stream ends or fails in it.
 inline std::string ReadRange(ZRAbstractAudioStream& stream, long long start, int count) {
     std::string bytes(static_cast<std::size_t>(count) * BytesPerFrame(stream), '\x5A');
     int got = 0;

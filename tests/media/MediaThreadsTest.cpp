@@ -6,7 +6,7 @@
 
 using namespace sonrel_tests;
 
-TEST(MediaThreads, FourReadersAtOnceGiveWhatOneGives) {
+TEST(MediaThreads, FourParallelReadersReadTheSameAsOne) {
     for (const char* file : {"flac.flac", "mp3.mp3", "aac.m4a", "vorbis.ogg", "ac3.ac3"}) {
         const OpenedMedia media(CodecMedia(file));
         const auto stream = media.Audio();
@@ -33,7 +33,7 @@ TEST(MediaThreads, FourReadersAtOnceGiveWhatOneGives) {
     }
 }
 
-TEST(MediaThreads, ReadersThatOpenOneFileTogetherFindTheSameLength) {
+TEST(MediaThreads, ReadersThatOpenOneFileAtOnceFindTheSameLength) {
     std::vector<std::future<long long>> lengths;
     for (int i = 0; i < 4; ++i) {
         lengths.push_back(std::async(std::launch::async, [] {
@@ -45,7 +45,7 @@ TEST(MediaThreads, ReadersThatOpenOneFileTogetherFindTheSameLength) {
     for (auto& length : lengths) EXPECT_EQ(length.get(), 590400);
 }
 
-TEST(MediaThreads, ConversionsAtOnceGiveTheBytesOfOne) {
+TEST(MediaThreads, ParallelConversionsHaveTheSameBytes) {
     const Conversion alone(CodecMedia("mp3.mp3"), 48000);
     std::vector<std::future<std::string>> together;
     for (int i = 0; i < 3; ++i) {

@@ -39,7 +39,7 @@ std::string Fragment(std::uint32_t packets) {
 
 class Mp4Index : public testing::Test {
 protected:
-    /// @param fileBytes  the size to which a box that means nothing fills the file
+    /// @param fileBytes  size of the file, filled by a box without meaning
     MediaError Check(std::string boxes, std::size_t fileBytes = 0) const {
         boxes = Box("ftyp", "isom" + std::string(4, '\0') + "isom") + boxes;
         if (fileBytes > 0) boxes += Box("free", std::string(fileBytes - boxes.size() - 8, '\0'));
@@ -55,36 +55,36 @@ protected:
     TemporaryFolder folder_;
 };
 
-TEST_F(Mp4Index, MayHaveAsManyPacketsAsTheFileHasBytesAnd4096) {
+TEST_F(Mp4Index, MayHave4096PacketsMoreThanTheFileHasBytes) {
     EXPECT_EQ(Check(Box("moov", TrackOf(10000 + 4096)), 10000), MediaError::None);
     EXPECT_EQ(Check(Box("moov", TrackOf(10000 + 4097)), 10000), MediaError::IndexTooLarge);
 }
 
-TEST_F(Mp4Index, OfALargeFileMayHave8388608PacketsAndOneForEvery64Bytes) {
+TEST_F(Mp4Index, ALargeFileMayHave8388608PacketsAndOneForEvery64Bytes) {
     EXPECT_EQ(MaxIndexPackets(64 << 20), (8 << 20) + (1 << 20));
     EXPECT_EQ(MaxIndexPackets(1 << 20), (1 << 20) + 4096);
 }
 
-TEST_F(Mp4Index, HasThePacketsOfAllTracks) {
+TEST_F(Mp4Index, ThePacketsOfAllTracksCount) {
     EXPECT_EQ(Check(Box("moov", TrackOf(7000) + TrackOf(7096)), 10000), MediaError::None);
     EXPECT_EQ(Check(Box("moov", TrackOf(7000) + TrackOf(7097)), 10000), MediaError::IndexTooLarge);
 }
 
-TEST_F(Mp4Index, HasThePacketsOfAllFragments) {
+TEST_F(Mp4Index, ThePacketsOfAllFragmentsCount) {
     EXPECT_EQ(Check(Box("moov", TrackOf(1000)) + Fragment(13000) + Fragment(96), 10000),
               MediaError::None);
     EXPECT_EQ(Check(Box("moov", TrackOf(1000)) + Fragment(13000) + Fragment(97), 10000),
               MediaError::IndexTooLarge);
 }
 
-TEST_F(Mp4Index, HasThePacketsOfATrackOnceForEachOfItsEdits) {
+TEST_F(Mp4Index, ATrackCountsOnceForEachOfItsEdits) {
     const auto edits = [](std::uint32_t count) { return Box("edts", Table("elst", {count})); };
 
     EXPECT_EQ(Check(Box("moov", TrackOf(1000, edits(14))), 10000), MediaError::None);
     EXPECT_EQ(Check(Box("moov", TrackOf(1000, edits(15))), 10000), MediaError::IndexTooLarge);
 }
 
-TEST_F(Mp4Index, OfSoundThatIsCountedInFramesHasAnEntryForManyOfThem) {
+TEST_F(Mp4Index, SoundThatIsCountedInFramesHasFewerEntriesThanFrames) {
     // 30 of 40 chunks have 16000 frames, 10 have 160000: 40 + 30 * 100 + 10 * 1000 entries.
     const std::string before = Table("stsz", {1, 2080000}) + Table("stco", {40});
     const std::string runs = Table("stsc", {2, 1, 16000, 1, 31, 160000, 1});
@@ -100,11 +100,11 @@ TEST_F(Mp4Index, OfSoundThatIsCountedInFramesHasAnEntryForManyOfThem) {
         MediaError::IndexTooLarge);
 }
 
-TEST_F(Mp4Index, ThatIsCompressedIsRefused) {
+TEST_F(Mp4Index, ACompressedIndexIsRefused) {
     EXPECT_EQ(Check(Box("moov", Box("cmov", Box("dcom", "zlib")))), MediaError::IndexTooLarge);
 }
 
-TEST_F(Mp4Index, IsReadBehindBoxesOfMoreThan4GB) {
+TEST_F(Mp4Index, IsReadAfterBoxesOfMoreThan4GB) {
     const std::string start = Box("ftyp", "isom" + std::string(4, '\0') + "isom");
     const std::uint64_t size = 5ull << 30;
     const std::string moov = Box("moov", TrackOf(4000000000));
@@ -117,17 +117,17 @@ TEST_F(Mp4Index, IsReadBehindBoxesOfMoreThan4GB) {
     EXPECT_EQ(Check(), MediaError::IndexTooLarge);
 }
 
-TEST_F(Mp4Index, EndsWithABoxThatIsBroken) {
+TEST_F(Mp4Index, EndsAtABrokenBox) {
     EXPECT_EQ(Check(Big(7, 4) + "free" + Fragment(4000000000)), MediaError::None);
 }
 
-TEST_F(Mp4Index, IsNotCountedAfterAnInterrupt) {
+TEST_F(Mp4Index, CountingStopsAtAnInterrupt) {
     const InterruptScope scope([] { return true; });
 
     EXPECT_EQ(Check(Fragment(1)), MediaError::Cancelled);
 }
 
-TEST_F(Mp4Index, ThatIsTooLargeIsRefusedBeforeItTakesMemory) {
+TEST_F(Mp4Index, AnIndexThatIsTooLargeIsRefusedBeforeItNeedsMemory) {
     // FFmpeg takes 24 bytes for each of 67 million packets.
     Check(Box("moov", TrackOf(1 << 26)));
 

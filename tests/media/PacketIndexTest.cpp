@@ -10,9 +10,9 @@ using zrh::media::detail::PacketSpan;
 
 namespace {
 
-/// Packets of 100 frames; of the first 30 are left out, the third is not heard at all, and the
-/// fifth has 40.
-PacketIndex SmallMap() {
+/// Packets of 100 frames: the first skips 30 frames, the third has no used frames, and the fifth has
+/// 40.
+PacketIndex SmallIndex() {
     PacketIndex index;
     index.AddSegment({0, 0, 0});
     index.AddPacket({0, 10, 1}, 30, 70);
@@ -32,12 +32,12 @@ void ExpectSpan(const PacketSpan& span, long long start, unsigned int skip, unsi
 
 }  // namespace
 
-TEST(PacketIndex, EndIsTheSumOfWhatIsHeard) {
-    EXPECT_EQ(SmallMap().EndFrame(), 310);
+TEST(PacketIndex, TheEndIsTheSumOfAllUsedFrames) {
+    EXPECT_EQ(SmallIndex().EndFrame(), 310);
 }
 
 TEST(PacketIndex, SpansFollowEachOther) {
-    const PacketIndex index = SmallMap();
+    const PacketIndex index = SmallIndex();
 
     ExpectSpan(index.SpanOf(0), 0, 30, 70);
     ExpectSpan(index.SpanOf(1), 70, 0, 100);
@@ -47,7 +47,7 @@ TEST(PacketIndex, SpansFollowEachOther) {
 }
 
 TEST(PacketIndex, FramesAreFoundInTheirPackets) {
-    const PacketIndex index = SmallMap();
+    const PacketIndex index = SmallIndex();
 
     EXPECT_EQ(index.PacketAt(0), 0);
     EXPECT_EQ(index.PacketAt(69), 0);
@@ -60,7 +60,7 @@ TEST(PacketIndex, FramesAreFoundInTheirPackets) {
 }
 
 TEST(PacketIndex, PacketsBelongToTheSegmentThatBeginsBeforeThem) {
-    const PacketIndex index = SmallMap();
+    const PacketIndex index = SmallIndex();
 
     EXPECT_EQ(index.SegmentOf(0), 0u);
     EXPECT_EQ(index.SegmentOf(2), 0u);
@@ -69,7 +69,7 @@ TEST(PacketIndex, PacketsBelongToTheSegmentThatBeginsBeforeThem) {
 }
 
 TEST(PacketIndex, CutInsideTheLastPacketShortensIt) {
-    PacketIndex index = SmallMap();
+    PacketIndex index = SmallIndex();
 
     index.CutAt(300);
 
@@ -79,7 +79,7 @@ TEST(PacketIndex, CutInsideTheLastPacketShortensIt) {
 }
 
 TEST(PacketIndex, CutBeforeTheLastPacketRemovesIt) {
-    PacketIndex index = SmallMap();
+    PacketIndex index = SmallIndex();
 
     index.CutAt(200);
 
@@ -90,7 +90,7 @@ TEST(PacketIndex, CutBeforeTheLastPacketRemovesIt) {
 }
 
 TEST(PacketIndex, CutAtAPacketsStartRemovesItsSegmentToo) {
-    PacketIndex index = SmallMap();
+    PacketIndex index = SmallIndex();
 
     index.CutAt(170);
 
@@ -99,8 +99,8 @@ TEST(PacketIndex, CutAtAPacketsStartRemovesItsSegmentToo) {
     EXPECT_EQ(index.PacketAt(169), 1);
 }
 
-TEST(PacketIndex, CutBehindTheEndChangesNothing) {
-    PacketIndex index = SmallMap();
+TEST(PacketIndex, ACutAfterTheEndChangesNothing) {
+    PacketIndex index = SmallIndex();
 
     index.CutAt(311);
 
@@ -108,7 +108,7 @@ TEST(PacketIndex, CutBehindTheEndChangesNothing) {
     EXPECT_EQ(index.PacketCount(), 5);
 }
 
-TEST(PacketIndex, RecordsComeBackAsTheyWere) {
+TEST(PacketIndex, RecordsAreReadBackUnchanged) {
     PacketIndex index;
     const PacketRecord first = {0xFEDCBA9876, 0xFEDCBA98, 0x89ABCDEF};
     const PacketRecord second = {-1, 0, 0xFFFFFFFF};
@@ -122,7 +122,7 @@ TEST(PacketIndex, RecordsComeBackAsTheyWere) {
     EXPECT_TRUE(index.IsDirect());
 }
 
-TEST(PacketIndex, APositionThatDoesNotFitIsNotKnownAndTheMapIsNotDirect) {
+TEST(PacketIndex, APositionThatDoesNotFitIsUnknownAndTheIndexIsNotDirect) {
     PacketIndex index;
     index.AddPacket({(1LL << 40) - 2, 1, 1}, 0, 1);
     index.SetDirect(true);
@@ -140,7 +140,7 @@ TEST(PacketIndex, FramesAreFoundInThousandsOfPacketsOfManyLengths) {
     std::vector<PacketSpan> spans;
     long long start = 0;
     for (unsigned int i = 0; i < 5000; ++i) {
-        // Every third run of 200 packets is not heard.
+        // Every third run of 200 packets has no used frames.
         const unsigned int length = i / 200 % 3 == 2 ? 0 : 1 + i % 7;
         index.AddPacket({}, i % 5, length);
         spans.push_back({start, i % 5, length});
@@ -156,7 +156,7 @@ TEST(PacketIndex, FramesAreFoundInThousandsOfPacketsOfManyLengths) {
     }
 }
 
-TEST(PacketIndex, APacketTakesAtMost16BytesHoweverLengthsChange) {
+TEST(PacketIndex, APacketNeedsAtMost16BytesForAnyLengths) {
     const auto before = mallinfo2();
     PacketIndex index;
 
@@ -166,7 +166,7 @@ TEST(PacketIndex, APacketTakesAtMost16BytesHoweverLengthsChange) {
     EXPECT_LE(after.uordblks + after.hblkhd, before.uordblks + before.hblkhd + 16000000);
 }
 
-TEST(PacketIndex, MoreThan65535DifferentLengthsAreRefused) {
+TEST(PacketIndex, MoreThan65535DifferentSpansAreRefused) {
     PacketIndex index;
     for (unsigned int i = 1; i <= 65535; ++i) ASSERT_TRUE(index.AddPacket({}, 0, i));
 
@@ -175,7 +175,7 @@ TEST(PacketIndex, MoreThan65535DifferentLengthsAreRefused) {
     EXPECT_EQ(index.PacketCount(), 65536);
 }
 
-TEST(PacketIndex, ACutNeedsNoFurtherLength) {
+TEST(PacketIndex, ACutNeedsNoAdditionalSpan) {
     PacketIndex index;
     index.AddSegment({0, 0, 0});
     for (unsigned int i = 1; i <= 65535; ++i) index.AddPacket({}, 0, i + 1);

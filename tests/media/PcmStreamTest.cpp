@@ -42,7 +42,7 @@ std::string AuFile(int encoding, int rate, int channels, std::string_view sample
 
 }  // namespace
 
-TEST_P(PcmWidth, ShowsTheBytesOfTheFile) {
+TEST_P(PcmWidth, DeliversTheBytesOfTheFile) {
     const auto [width, channels, rate] = GetParam();
     const TemporaryFolder folder;
     std::string samples = NoiseBytes(static_cast<std::size_t>(1000) * channels * width.bits / 8);
@@ -70,7 +70,7 @@ INSTANTIATE_TEST_SUITE_P(AllWidths, PcmWidth,
                                           testing::Values(1, 2, 6, 16),
                                           testing::Values(8000, 44100, 192000)));
 
-TEST_F(PcmStream, BigEndianSamplesAreTurned) {
+TEST_F(PcmStream, BigEndianSamplesAreSwapped) {
     const auto stream =
         Open(AuFile(3, 44100, 1, std::string("\x12\x34\xFE\xDC\x80\x00", 6)), "a.au");
 
@@ -87,7 +87,7 @@ TEST_F(PcmStream, BigEndian24BitSamplesArePacked) {
     EXPECT_EQ(ReadAll(*stream), "\x56\x34\x12\xBA\xDC\xFE");
 }
 
-TEST_F(PcmStream, MuLawIsShownIn16Bits) {
+TEST_F(PcmStream, MuLawIsDeliveredIn16Bits) {
     // 0xFF and 0x7F are the two zeros; 0x80 and 0x00 are the largest values of the code.
     const auto stream = Open(AuFile(1, 8000, 1, std::string("\xFF\x7F\x80\x00", 4)), "a.au");
 
@@ -97,7 +97,7 @@ TEST_F(PcmStream, MuLawIsShownIn16Bits) {
     EXPECT_EQ(Values16(ReadAll(*stream)), (std::vector<int>{0, 0, 32124, -32124}));
 }
 
-TEST_F(PcmStream, FloatsBeyondFullScaleStayAsTheyAre) {
+TEST_F(PcmStream, FloatsBeyondFullScaleAreUnchanged) {
     std::string samples;
     for (const float value : {1.5f, -2.0f, 3e38f})
         samples += Little(std::bit_cast<std::uint32_t>(value), 4);
@@ -108,7 +108,7 @@ TEST_F(PcmStream, FloatsBeyondFullScaleStayAsTheyAre) {
     EXPECT_EQ(ReadAll(*stream), samples);
 }
 
-TEST_F(PcmStream, ReadingFromAnywhereGivesTheSameBytes) {
+TEST_F(PcmStream, ReadingFromAnyPositionHasTheSameBytes) {
     const std::string samples = NoiseBytes(4 * 300000);
     const auto stream = Open(WaveFile(1, 2, 48000, 16, samples));
 
@@ -133,7 +133,7 @@ TEST_F(PcmStream, ReadAcrossTheEndIsShortened) {
     EXPECT_EQ(buffer.substr(40), std::string(160, '\x5A'));
 }
 
-TEST_F(PcmStream, ReadAtTheEndFailsWithNothing) {
+TEST_F(PcmStream, AReadAtTheEndFailsWithoutFrames) {
     const auto stream = Open(WaveFile(1, 2, 48000, 16, NoiseBytes(4 * 100)));
     char buffer[64];
     int got = -1;
@@ -144,7 +144,7 @@ TEST_F(PcmStream, ReadAtTheEndFailsWithNothing) {
     EXPECT_EQ(got, 0);
 }
 
-TEST_F(PcmStream, RequestThatDoesNotFitTheBufferIsRefusedUntouched) {
+TEST_F(PcmStream, ARequestThatDoesNotFitTheBufferIsRefusedAndChangesNothing) {
     const auto stream = Open(WaveFile(1, 2, 48000, 16, NoiseBytes(4 * 100)));
     std::string buffer(68, '\x5A');
     int got = -1;
@@ -157,7 +157,7 @@ TEST_F(PcmStream, RequestThatDoesNotFitTheBufferIsRefusedUntouched) {
     EXPECT_EQ(buffer.substr(64), std::string(4, '\x5A'));
 }
 
-TEST_F(PcmStream, RequestWithoutSenseIsRefused) {
+TEST_F(PcmStream, AnInvalidRequestIsRefused) {
     const auto stream = Open(WaveFile(1, 2, 48000, 16, NoiseBytes(4 * 100)));
     char buffer[64];
     int got = -1;
@@ -177,7 +177,7 @@ TEST_F(PcmStream, SamplesReadMayBeNull) {
     EXPECT_EQ(stream->GetSamples(0, 16, buffer, 64, nullptr), 0);
 }
 
-TEST_F(PcmStream, StreamHeldBeyondTheReleaseDeliversNothing) {
+TEST_F(PcmStream, AStreamDeliversNothingAfterTheRelease) {
     const auto stream = Open(WaveFile(1, 2, 48000, 16, NoiseBytes(4 * 100)));
     char buffer[64];
     int got = -1;
@@ -189,7 +189,7 @@ TEST_F(PcmStream, StreamHeldBeyondTheReleaseDeliversNothing) {
     EXPECT_EQ(got, 0);
 }
 
-TEST_F(PcmStream, DeclaredLengthBeyondTheFileIsNotBelieved) {
+TEST_F(PcmStream, ADeclaredLengthBeyondTheFileIsIgnored) {
     const std::string good = WaveFile(1, 2, 48000, 16, NoiseBytes(4 * 100));
     for (const std::uint32_t declared : {401u, 100000u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
         std::string bytes = good;
@@ -222,7 +222,7 @@ TEST_F(PcmStream, HalfAFrameAtTheEndDoesNotCount) {
 }
 
 TEST_F(PcmStream, LongFileEndsWhereItsLastSampleEnds) {
-    // Long enough that the end is looked for from behind; text follows the samples.
+    // Long enough that the end is searched backward; text follows the samples.
     const std::string samples = NoiseBytes(6 << 20);
     const std::string bytes = Riff(Chunk("fmt ", PcmFormat(1, 2, 48000, 16)) +
                                    Chunk("data", samples) + Chunk("LIST", "INFOabcdefgh"));
@@ -258,7 +258,7 @@ TEST_F(PcmStream, RatesFrom64To768000AreAccepted) {
     }
 }
 
-TEST_F(PcmStream, RatesOutsideThatAreRefusedAtThePreparation) {
+TEST_F(PcmStream, OtherRatesAreRefusedAtThePreparation) {
     for (const std::uint32_t rate : {1u, 63u, 768001u, 71582789u, 0x7FFFFFFFu}) {
         std::string bytes = WaveFile(1, 1, 48000, 16, NoiseBytes(2000));
         bytes.replace(24, 4, Little(rate, 4));
@@ -279,7 +279,7 @@ TEST_F(PcmStream, MoreThan16ChannelsCanBeRead) {
     EXPECT_EQ(ReadAll(*stream), samples);
 }
 
-TEST_F(PcmStream, FileThatIsCutWhileItIsReadGivesWhatIsThereAndThenFails) {
+TEST_F(PcmStream, AFileThatIsCutWhileItIsReadDeliversTheRestAndThenFails) {
     const std::string samples = NoiseBytes(4 * 200000);
     const auto stream = Open(WaveFile(1, 2, 48000, 16, samples));
     std::filesystem::resize_file(folder_ / "a.wav", 44 + 4 * 100000);

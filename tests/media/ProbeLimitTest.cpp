@@ -19,7 +19,7 @@ constexpr bool HAS_SANITIZER = false;
 
 class ProbeLimit : public testing::Test {
 protected:
-    /// A sparse file that begins with @p bytes.
+    /// A sparse file that starts with @p bytes.
     std::filesystem::path Sparse(const std::string& name, const std::string& bytes,
                                  std::uintmax_t size) const {
         WriteFile(folder_ / name, bytes);
@@ -47,7 +47,7 @@ protected:
 
 constexpr std::uintmax_t GIGABYTE = 1 << 30;
 
-TEST_F(ProbeLimit, ZerosAreRefusedHoweverLongTheFile) {
+TEST_F(ProbeLimit, ZerosAreRefusedInAFileOfAnyLength) {
     for (const char* name : {"a.mp3", "a.ac3", "a.dts", "a.flac", "a.h264"}) {
         EXPECT_EQ(OpenedMedia(Sparse(name, "", 8 * GIGABYTE)).CreateCode(),
                   Code(MediaError::ProbeLimit))
@@ -55,7 +55,7 @@ TEST_F(ProbeLimit, ZerosAreRefusedHoweverLongTheFile) {
     }
 }
 
-TEST_F(ProbeLimit, TheSearchForSoundTakesAtMost64MB) {
+TEST_F(ProbeLimit, TheSearchForSoundNeedsAtMost64MB) {
     if (HAS_SANITIZER) GTEST_SKIP() << "sanitizers multiply the memory";
     for (const char* name : {"a.mp3", "a.ac3", "a.h264"}) {
         EXPECT_LE(MemoryOfOpening(Sparse(name, "", GIGABYTE)), 64) << name;

@@ -23,7 +23,7 @@ class ReadObserverOfMedia : public testing::Test {
 protected:
     ReadObserverOfMedia() { WriteFile(folder_ / "a.wav", ConformedFileBytes(200000)); }
 
-    /// Notes what the function is told, and goes on.
+    /// Records the arguments and continues.
     ReadObserver::Function Noting() {
         return [this](long long done) {
             told_.push_back(done);
@@ -41,7 +41,7 @@ protected:
     std::vector<long long> told_;
 };
 
-TEST_F(ReadObserverOfMedia, TellsTheFirstSamplesAndThenEvery65536) {
+TEST_F(ReadObserverOfMedia, IsCalledForTheFirstSamplesAndThenEvery65536) {
     const ReadObserver observer(Noting());
     OpenedMedia media(folder_ / "a.wav");
     const auto stream = media.Audio();
@@ -51,7 +51,7 @@ TEST_F(ReadObserverOfMedia, TellsTheFirstSamplesAndThenEvery65536) {
     EXPECT_THAT(told_, ElementsAre(32768, 98304, 163840));
 }
 
-TEST_F(ReadObserverOfMedia, AddsUpTheFilesOfOneThreadWhoeverReadsThem) {
+TEST_F(ReadObserverOfMedia, AddsTheFilesOfOneThreadOnAnyReadingThread) {
     const ReadObserver observer(Noting());
     OpenedMedia first(folder_ / "a.wav");
     OpenedMedia second(folder_ / "a.wav");
@@ -62,7 +62,7 @@ TEST_F(ReadObserverOfMedia, AddsUpTheFilesOfOneThreadWhoeverReadsThem) {
     EXPECT_THAT(told_, ElementsAre(1000, 1500));
 }
 
-TEST_F(ReadObserverOfMedia, AFunctionThatSaysNoStopsEveryStream) {
+TEST_F(ReadObserverOfMedia, AFunctionThatReturnsFalseStopsEveryStream) {
     const ReadObserver observer([](long long) { return false; });
     OpenedMedia first(folder_ / "a.wav");
     OpenedMedia second(folder_ / "a.wav");
@@ -86,7 +86,7 @@ TEST_F(ReadObserverOfMedia, FilesOpenedBeforeOrElsewhereAreNotWatched) {
     EXPECT_THAT(told_, IsEmpty());
 }
 
-TEST_F(ReadObserverOfMedia, AnEndedObserverIsToldNothing) {
+TEST_F(ReadObserverOfMedia, AnEndedObserverIsNotCalled) {
     std::optional<ReadObserver> observer(Noting());
     OpenedMedia media(folder_ / "a.wav");
     const auto stream = media.Audio();
@@ -99,7 +99,7 @@ TEST_F(ReadObserverOfMedia, AnEndedObserverIsToldNothing) {
     EXPECT_THAT(told_, IsEmpty());
 }
 
-TEST_F(ReadObserverOfMedia, TheInnermostWatchesAndTheOuterOneComesBack) {
+TEST_F(ReadObserverOfMedia, TheLastObserverWatchesAndTheOuterObserverAfterItsEnd) {
     const ReadObserver outer(Noting());
     {
         const ReadObserver inner([](long long) { return true; });
@@ -127,11 +127,11 @@ TEST_F(ReadObserverOfMedia, AFileThatHasBecomeShorterFailsEveryWatchedStream) {
     EXPECT_THROW(Read(*stream, 0, 1000), ReadFailed);
     EXPECT_THROW(Read(*whole.Audio(), 0, 1000), ReadFailed);
 
-    // The samples begin at byte 44.
+    // The samples start at byte 44.
     EXPECT_EQ(observer.Failure(), "it cannot be read at byte 600044: it has become shorter");
 }
 
-TEST_F(ReadObserverOfMedia, AFileThatEndsEarlierThanItsHeaderSaysIsNoFailure) {
+TEST_F(ReadObserverOfMedia, AFileThatEndsBeforeItsDeclaredLengthIsNotAFailure) {
     std::filesystem::resize_file(folder_ / "a.wav", 44 + 4 * 100000);
     const ReadObserver observer(Noting());
     OpenedMedia media(folder_ / "a.wav");
@@ -144,7 +144,7 @@ TEST_F(ReadObserverOfMedia, AFileThatEndsEarlierThanItsHeaderSaysIsNoFailure) {
     EXPECT_EQ(observer.Failure(), "");
 }
 
-TEST_F(ReadObserverOfMedia, WithoutAnObserverAFailedReadIsACode) {
+TEST_F(ReadObserverOfMedia, WithoutAnObserverAFailedReadReturnsACode) {
     std::optional<ReadObserver> observer(Noting());
     OpenedMedia media(folder_ / "a.wav");
     const auto stream = media.Audio();

@@ -18,7 +18,7 @@ using zrh::media::SilenceRefused;
 
 namespace {
 
-/// A picture at 0 and 100 frames of 16-bit sound that begin later.
+/// A picture at 0 and 100 frames of 16-bit sound that start later.
 std::string LateSound(std::uint64_t timeMs, std::size_t fileBytes = 0, double hertz = 48000.0) {
     return MatroskaFile(SoundTrack(1, "A_PCM/INT/LIT", 1, {}, hertz) + PictureTrack(2),
                         {{2, 0, std::string(16, '\0')}, {1, timeMs, NoiseBytes(200)}}, fileBytes);
@@ -48,7 +48,7 @@ protected:
     TemporaryFolder folder_;
 };
 
-TEST_F(SilenceLimit, SilenceBeforeTheFirstPacketIsPutInUpToTheLimit) {
+TEST_F(SilenceLimit, SilenceBeforeTheFirstPacketIsInsertedUpToTheLimit) {
     // (8 * 592 + 1048576) bytes / 4 bytes a frame = 263328 frames = 5486 ms.
     const OpenedMedia media(File(LateSound(5486, 592)));
 
@@ -89,7 +89,7 @@ TEST_F(SilenceLimit, TheRefusalNamesBothNumbers) {
               "(8 times its size and 1 MiB)");
 }
 
-TEST_F(SilenceLimit, AStreamThatIsRefusedBesideAGoodStreamKeepsItsReason) {
+TEST_F(SilenceLimit, ARefusedStreamNextToAGoodStreamKeepsItsReason) {
     const std::string bytes = MatroskaFile(
         SoundTrack(1, "A_PCM/INT/LIT", 1) + PictureTrack(2) + SoundTrack(3, "A_PCM/INT/LIT", 1),
         {{2, 0, std::string(16, '\0')}, {1, 0, NoiseBytes(200)}, {3, 1000000, NoiseBytes(200)}},
@@ -109,20 +109,20 @@ TEST_F(SilenceLimit, ATimeThatOverflowsIsRefused) {
     EXPECT_EQ(media.PrepareCode(), Code(MediaError::TooMuchSilence));
 }
 
-TEST_F(SilenceLimit, PacketsThatDoNotDecodeCount) {
+TEST_F(SilenceLimit, PacketsThatCannotBeDecodedCount) {
     const OpenedMedia media(File(AacFile({{1, GOOD_PACKET}, {1000, BAD_PACKET}})));
 
     EXPECT_EQ(media.PrepareCode(), Code(MediaError::TooMuchSilence));
 }
 
-TEST_F(SilenceLimit, FewPacketsThatDoNotDecodeKeepTheirPlace) {
+TEST_F(SilenceLimit, FewPacketsThatCannotBeDecodedKeepTheirPosition) {
     const OpenedMedia media(File(AacFile({{1, GOOD_PACKET}, {9, BAD_PACKET}, {1, GOOD_PACKET}})));
 
     ASSERT_EQ(media.PrepareCode(), 0);
     EXPECT_EQ(media.Audio()->SampleCount(), 11 * 1024);
 }
 
-TEST_F(SilenceLimit, AConversionThatMeetsTooManyBadPacketsStopsWithBothNumbers) {
+TEST_F(SilenceLimit, AConversionWithTooManyBadPacketsStopsWithBothNumbers) {
     std::string reason;
 
     const int code = Convert(TooManyBadPackets(), &reason);
@@ -132,11 +132,11 @@ TEST_F(SilenceLimit, AConversionThatMeetsTooManyBadPacketsStopsWithBothNumbers) 
         << reason;
 }
 
-/// 300 packets that do not decode are 300 * 1024 frames, the limit of a file of 22528 bytes:
+/// 300 packets that cannot be decoded are 300 * 1024 frames, the limit of a file of 22528 bytes:
 /// (8 * 22528 + 1048576) / 4 = 307200.
 const std::vector<PacketRun> AT_THE_LIMIT{{40, GOOD_PACKET}, {300, BAD_PACKET}, {40, GOOD_PACKET}};
 
-TEST_F(SilenceLimit, AConversionPutsInSilenceUpToTheLimit) {
+TEST_F(SilenceLimit, AConversionInsertsSilenceUpToTheLimit) {
     std::string reason;
 
     EXPECT_EQ(Convert(AacFile(AT_THE_LIMIT, 22528), &reason), 0);
@@ -151,7 +151,7 @@ TEST_F(SilenceLimit, TheRateOfAConversionDoesNotCount) {
               Code(MediaError::TooMuchSilence));
 }
 
-TEST_F(SilenceLimit, AReaderThatMeetsTooManyBadPacketsStopsWithBothNumbers) {
+TEST_F(SilenceLimit, AReaderWithTooManyBadPacketsStopsWithBothNumbers) {
     const OpenedMedia media(File(TooManyBadPackets()));
     const ReadObserver observer([](long long) { return true; });
     const OpenedMedia watched(folder_ / "a.mka");
@@ -164,7 +164,7 @@ TEST_F(SilenceLimit, AReaderThatMeetsTooManyBadPacketsStopsWithBothNumbers) {
         << observer.Failure();
 }
 
-TEST_F(SilenceLimit, FramesThatDecodeAreReadBeforeAndAfterTheLimit) {
+TEST_F(SilenceLimit, DecodedFramesAreReadBeforeAndAfterTheLimit) {
     const OpenedMedia media(File(TooManyBadPackets()));
     const auto stream = media.Audio();
 
@@ -173,8 +173,8 @@ TEST_F(SilenceLimit, FramesThatDecodeAreReadBeforeAndAfterTheLimit) {
     EXPECT_EQ(ReadRange(*stream, 2040 * 1024, 40 * 1024).size(), 40 * 2048u);
 }
 
-TEST_F(SilenceLimit, SilentPacketsThatAreReadOftenCountOnce) {
-    // 250 of 1024 frames are 256000, and at most 262144 and twice the file are put in.
+TEST_F(SilenceLimit, SilentPacketsCountOnceForSeveralReads) {
+    // 250 of 1024 frames are 256000; the limit is 262144 and twice the file.
     const OpenedMedia media(
         File(AacFile({{40, GOOD_PACKET}, {250, BAD_PACKET}, {40, GOOD_PACKET}})));
 
@@ -184,8 +184,8 @@ TEST_F(SilenceLimit, SilentPacketsThatAreReadOftenCountOnce) {
     }
 }
 
-TEST_F(SilenceLimit, ReadersOfPartsAddUpToTheLimit) {
-    // 300 of 1024 frames are 307200, and at most 262144 and twice the file of 13 KB are put in.
+TEST_F(SilenceLimit, ReadersOfPartsShareTheLimit) {
+    // 300 of 1024 frames are 307200; the limit is 262144 and twice the file of 13 KB.
     const OpenedMedia first(
         File(AacFile({{40, GOOD_PACKET}, {300, BAD_PACKET}, {40, GOOD_PACKET}})));
     const OpenedMedia second(folder_ / "a.mka");
@@ -194,7 +194,7 @@ TEST_F(SilenceLimit, ReadersOfPartsAddUpToTheLimit) {
     EXPECT_THROW(ReadRange(*second.Audio(), 190 * 1024, 190 * 1024), SilenceRefused);
 }
 
-TEST_F(SilenceLimit, FramesThatDecodeAreNotLimited) {
+TEST_F(SilenceLimit, DecodedFramesAreNotLimited) {
     // 1500 * 1024 * 4 bytes are more than 8 times the file and 1 MiB.
     const std::string bytes = AacFile({{1500, GOOD_PACKET}});
     ASSERT_GT(1500LL * 1024 * 4, 8LL * static_cast<long long>(bytes.size()) + 1048576);

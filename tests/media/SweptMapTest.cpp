@@ -7,7 +7,7 @@ using zrh::media::detail::SweptMap;
 
 namespace {
 
-TEST(SweptMap, LooksAtEachLivingEntryAFewTimesHoweverManyThereAre) {
+TEST(SweptMap, ExaminesEachLivingEntryAFewTimesForAnyNumberOfEntries) {
     SweptMap<int, int> map;
     long long looks = 0;
 
@@ -23,7 +23,7 @@ TEST(SweptMap, LooksAtEachLivingEntryAFewTimesHoweverManyThereAre) {
     EXPECT_EQ(map.Size(), 100000u);
 }
 
-TEST(SweptMap, ForgetsDeadEntries) {
+TEST(SweptMap, RemovesDeadEntries) {
     SweptMap<int, int> map;
 
     for (int i = 0; i < 100000; ++i) map.At(i, [](int) { return true; });

@@ -15,7 +15,7 @@
 
 namespace sonrel_tests {
 
-/// A block of a peak file as it stands in the file.
+/// A block of a peak file.
 struct PeakBlock {
     int rms = 0;                              ///< 0 to 255
     std::vector<std::pair<int, int>> limits;  ///< minimum and maximum of each channel
@@ -49,7 +49,7 @@ inline std::vector<PeakBlock> Envelope(const std::vector<int>& amplitudes) {
 /// A pixel as 0xAARRGGBB.
 using Pixel = std::uint32_t;
 
-/// An image as it lies in a host's buffer.
+/// An image in a host's buffer.
 class Picture {
 public:
     using Format = orlo::sonrel::WaveformPreview::Format;
@@ -64,7 +64,7 @@ public:
         return preview.CreateImage(width_, height_, format_, buffer_.Data(), buffer_.Size());
     }
 
-    /// A pixel of an image in the format that was asked for.
+    /// A pixel of an image in the requested format.
     Pixel At(int x, int y) {
         const unsigned char* row =
             buffer_.Data() + static_cast<std::size_t>(y) * Stride(width_, format_);
@@ -100,7 +100,7 @@ private:
     GuardedBuffer buffer_;
 };
 
-/// The rows of a column that have a colour, one character a row: '#' with it, '.' without.
+/// The rows of a column with a colour, one character for each row: '#' with it, '.' without.
 inline std::string ColumnOf(Picture& picture, int x, Pixel color) {
     std::string rows;
     for (int y = 0; y < picture.Height(); ++y) rows += picture.At(x, y) == color ? '#' : '.';

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Every pixel of a picture is either background or waveform. What each must be is computed here
-// from the peaks alone.
+// Every pixel of a picture is either background or waveform. The expected pixels are computed here
+// from the peaks.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -24,7 +24,7 @@ constexpr Pixel BACKGROUND = 0xff0a141e;
 constexpr Pixel WAVEFORM = 0xffc86432;
 
 /// Rows of a column that must have the waveform's colour, and rows that may have it because a line
-/// from or to a neighbour passes there.
+/// from or to a neighbouring column crosses them.
 struct Span {
     int mustFirst, mustLast;
     int mayFirst, mayLast;
@@ -51,7 +51,7 @@ int ExpectedEnvelopeRow(int byte, int height, Scale scale) {
     return CutRow((height - 1) - rows);
 }
 
-/// The rows that a channel's line visits in a column.
+/// The rows of a channel's line in a column.
 std::vector<int> VisitedRows(const std::pair<int, int>& limits, int baseline, int half,
                              Scale scale) {
     std::vector<int> rows;
@@ -61,7 +61,7 @@ std::vector<int> VisitedRows(const std::pair<int, int>& limits, int baseline, in
     return rows;
 }
 
-/// What one channel's line leaves in each column.
+/// The rows of one channel's line in each column.
 std::vector<Span> LineSpans(const std::vector<std::pair<int, int>>& limits, int baseline, int half,
                             Scale scale) {
     std::vector<std::vector<int>> visited;
@@ -79,8 +79,8 @@ std::vector<Span> LineSpans(const std::vector<std::pair<int, int>>& limits, int 
         };
         if (x > 0) reach(visited[x - 1].back());
         if (x + 1 < visited.size()) reach(visited[x + 1].front());
-        // The painter may leave out the pixel where a mostly level line meets a steep one, and the
-        // last pixel of all.
+        // The painter may omit the pixel where a mostly level line meets a steep line, and the last
+        // pixel.
         const auto blunt = [&span, low = *low, high = *high](int row, int neighbour) {
             if (std::abs(row - neighbour) > 1) return;
             if (row == low) span.mustFirst = low + 1;
@@ -94,7 +94,7 @@ std::vector<Span> LineSpans(const std::vector<std::pair<int, int>>& limits, int 
     return spans;
 }
 
-/// What the filled envelope leaves in each column.
+/// The rows of the filled envelope in each column.
 std::vector<Span> EnvelopeSpans(const std::vector<int>& amplitudes, int height, Scale scale) {
     std::vector<int> rows;
     for (const int amplitude : amplitudes) {
@@ -110,7 +110,7 @@ std::vector<Span> EnvelopeSpans(const std::vector<int>& amplitudes, int height, 
     return spans;
 }
 
-/// Compares every pixel of a picture with the spans of the lines in it.
+/// Compares every pixel of a picture with the spans of its lines.
 void ExpectSpans(Picture& picture, const std::vector<std::vector<Span>>& lines) {
     for (int x = 0; x < picture.Width(); ++x) {
         for (int y = 0; y < picture.Height(); ++y) {
@@ -172,7 +172,7 @@ protected:
         return limits;
     }
 
-    /// All scales, formats and some heights of a style, each pixel of each.
+    /// Compares every pixel for all scales, formats and some heights of a style.
     void ExpectPeakPictures(Style style, int channels) {
         const std::vector<PeakBlock> blocks = RandomBlocks(60, channels);
         for (const Scale scale : {Scale::Linear, Scale::Logarithmic}) {
@@ -223,7 +223,7 @@ TEST_F(WaveformImage, EnvelopesFollowTheFormula) {
 
 // ---- pictures that a reader can follow
 
-TEST_F(WaveformImage, ThreeLanesOfAHundredRowsLieAroundRows16And49And82) {
+TEST_F(WaveformImage, ThreeLanesOfAHundredRowsAreCentredAtRows16And49And82) {
     const PeakBlock block{0, {{0, 0}, {0, 0}, {0, 0}}};
     Picture picture(4, 100, Format::ARGB32);
 
@@ -234,7 +234,7 @@ TEST_F(WaveformImage, ThreeLanesOfAHundredRowsLieAroundRows16And49And82) {
     for (int x = 0; x < 4; ++x) EXPECT_EQ(ColumnOf(picture, x, WAVEFORM), rows);
 }
 
-TEST_F(WaveformImage, FullScaleStaysInsideItsLane) {
+TEST_F(WaveformImage, FullScaleIsInsideItsLane) {
     const PeakBlock block{0, {{-127, 127}, {0, 0}, {-127, 127}}};
     Picture picture(4, 100, Format::ARGB32);
 
@@ -253,15 +253,15 @@ TEST_F(WaveformImage, OverlaidChannelsShareTheMiddleRow) {
 
     ASSERT_EQ(picture.Draw(*Preview(Style::ChannelsOverlaid, {block, block, block, block})), 0);
 
-    // The first column begins at the baseline. From then on full scale alone is plotted: row 5 of
-    // the first channel, row 95 of the second.
+    // The first column starts at the baseline. After it only full scale is plotted: row 5 of the
+    // first channel, row 95 of the second.
     EXPECT_EQ(ColumnOf(picture, 0, WAVEFORM), Rows(100, 5, 95));
     std::string rows = Rows(100, 5, 5);
     rows[50] = rows[95] = '#';
     for (int x = 1; x < 4; ++x) EXPECT_EQ(ColumnOf(picture, x, WAVEFORM), rows);
 }
 
-TEST_F(WaveformImage, SilenceOnTheLogarithmicScaleLiesAboveTheBaseline) {
+TEST_F(WaveformImage, SilenceOnTheLogarithmicScaleIsAboveTheBaseline) {
     const PeakBlock block{0, {{0, 0}}};
     Picture picture(4, 100, Format::ARGB32);
 
@@ -299,7 +299,7 @@ TEST_F(WaveformImage, AnEnvelopeOfFullScaleFillsThePicture) {
     for (int x = 0; x < 3; ++x) EXPECT_EQ(ColumnOf(picture, x, WAVEFORM), Rows(20, 0, 19));
 }
 
-TEST_F(WaveformImage, MoreLanesThanRowsLieOnTheTopRow) {
+TEST_F(WaveformImage, MoreLanesThanRowsAreOnTheTopRow) {
     const PeakBlock block{0, std::vector<std::pair<int, int>>(16, {-127, 127})};
     Picture picture(2, 10, Format::ARGB32);
 
@@ -324,7 +324,7 @@ TEST_F(WaveformImage, AnyOtherStyleIsOverlaid) {
 // ---- blocks and columns
 
 TEST_F(WaveformImage, FourBlocksOnTwoPixelsAreTwoColumnsWithoutScaling) {
-    // A scaled picture would outgrow its tight buffer.
+    // A scaled picture would outgrow its exact buffer.
     Picture picture(2, 20, Format::RGB888);
 
     ASSERT_EQ(picture.Draw(*Preview(Style::RMSEnvelope, Envelope({60, 60, 60, 60}))), 0);
@@ -334,7 +334,7 @@ TEST_F(WaveformImage, FourBlocksOnTwoPixelsAreTwoColumnsWithoutScaling) {
     EXPECT_EQ(ColumnOf(picture, 1, WAVEFORM), Rows(20, 14, 19));
 }
 
-TEST_F(WaveformImage, AColumnOfSeveralBlocksHasTheirLowestAndHighestPeak) {
+TEST_F(WaveformImage, AColumnOfSeveralBlocksHasTheirMinimumAndMaximum) {
     const std::vector<PeakBlock> blocks = {
         {0, {{-127, 10}}}, {0, {{-10, 127}}}, {0, {{-127, 10}}}, {0, {{-10, 127}}}};
     Picture picture(2, 100, Format::ARGB32);
@@ -344,7 +344,7 @@ TEST_F(WaveformImage, AColumnOfSeveralBlocksHasTheirLowestAndHighestPeak) {
     for (int x = 0; x < 2; ++x) EXPECT_EQ(ColumnOf(picture, x, WAVEFORM), Rows(100, 5, 95));
 }
 
-TEST_F(WaveformImage, ARangeTakesInTheBlocksOfItsFirstAndItsLastSample) {
+TEST_F(WaveformImage, ARangeIncludesTheBlocksOfItsFirstAndItsLastSample) {
     // Samples 63 to 96 touch blocks 1, 2 and 3, one each for three pixels: nothing is scaled.
     const auto preview = Preview(Style::RMSEnvelope, Envelope({0, 128, 128, 128, 0, 0, 0, 0}));
     preview->SetPreviewRangeSamples(63, 97);
@@ -355,7 +355,7 @@ TEST_F(WaveformImage, ARangeTakesInTheBlocksOfItsFirstAndItsLastSample) {
     for (int x = 0; x < 3; ++x) EXPECT_EQ(ColumnOf(picture, x, WAVEFORM), Rows(100, 48, 99));
 }
 
-TEST_F(WaveformImage, ARangeOnBlockBoundariesTakesInNoOtherBlock) {
+TEST_F(WaveformImage, ARangeOnBlockBoundariesIncludesNoOtherBlock) {
     const auto preview = Preview(Style::RMSEnvelope, Envelope({255, 128, 128, 255}));
     preview->SetPreviewRangeSamples(32, 96);
     Picture picture(2, 100, Format::RGB888);
@@ -365,7 +365,7 @@ TEST_F(WaveformImage, ARangeOnBlockBoundariesTakesInNoOtherBlock) {
     for (int x = 0; x < 2; ++x) EXPECT_EQ(ColumnOf(picture, x, WAVEFORM), Rows(100, 48, 99));
 }
 
-TEST_F(WaveformImage, ARangeBehindTheLastBlockShowsTheLastBlock) {
+TEST_F(WaveformImage, ARangeAfterTheLastBlockShowsTheLastBlock) {
     const auto preview = Preview(Style::RMSEnvelope, Envelope({255, 255, 255, 128}));
     preview->SetPreviewRangeSamples(128, 128);
     Picture picture(1, 100, Format::RGB888);
@@ -398,7 +398,7 @@ TEST_F(WaveformImage, AStretchedRGBPictureHas32BitPixels) {
     }
 }
 
-TEST_F(WaveformImage, ScalingBlendsNeighboursInBothFormatsAlike) {
+TEST_F(WaveformImage, ScalingBlendsNeighboursEquallyInBothFormats) {
     const std::vector<PeakBlock> blocks = RandomBlocks(7, 1);
     Picture argb(50, 40, Format::ARGB32);
     Picture rgb(50, 40, Format::RGB888, 4 * 50 * 40);
@@ -418,7 +418,7 @@ TEST_F(WaveformImage, ScalingBlendsNeighboursInBothFormatsAlike) {
 
 // ---- half-transparent colours
 
-/// Whether a pixel's channels are within 2 of those expected: the rounding of a blend is Qt's own.
+/// Whether a pixel's channels are within 2 of the expected values: Qt rounds blended values.
 bool IsNear(Pixel pixel, Pixel expected) {
     for (int shift = 0; shift < 32; shift += 8) {
         const int actual = static_cast<int>(pixel >> shift & 0xff);
@@ -444,7 +444,7 @@ TEST_F(WaveformImage, AHalfTransparentEnvelopeIsDenserWhereItsOutlineCoversIt) {
     }
 }
 
-TEST_F(WaveformImage, AHalfTransparentEnvelopeOverNothingKeepsItsColour) {
+TEST_F(WaveformImage, AHalfTransparentEnvelopeOnATransparentBackgroundKeepsItsColour) {
     const auto preview = Preview(Style::RMSEnvelope, Envelope({128, 128, 128, 128}));
     preview->SetBackgroundColor({0, 0, 0, 0});
     preview->SetWaveformColor({200, 100, 50, 128});
@@ -498,7 +498,7 @@ TEST_F(WaveformImage, AStretchedARGBPictureIsPremultiplied) {
     EXPECT_EQ(picture.At(0, 0), 0x80050a0fu);
 }
 
-TEST_F(WaveformImage, RGBPixelsAreRedGreenBlueAndThePaddingBehindThemIsZero) {
+TEST_F(WaveformImage, RGBPixelsAreRedGreenBlueAndTheirPaddingIsZero) {
     Picture picture(5, 10, Format::RGB888);
 
     ASSERT_EQ(picture.Draw(*Preview(Style::RMSEnvelope, Envelope({0, 0, 0, 0, 0}))), 0);

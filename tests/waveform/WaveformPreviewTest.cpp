@@ -34,7 +34,7 @@ std::string WordsOfConstructor(int channels, const std::wstring& path) {
 
 // ---- construction and settings
 
-TEST(WaveformPreview, SixteenChannelsAreTakenAndSeventeenRefused) {
+TEST(WaveformPreview, SixteenChannelsAreAcceptedAndSeventeenRefused) {
     EXPECT_EQ(WordsOfConstructor(16, L"a.xwpk"), "nothing");
     EXPECT_EQ(WordsOfConstructor(17, L"a.xwpk"), "Unsupported channel count");
 }
@@ -48,11 +48,11 @@ TEST(WaveformPreview, AnEmptyPathIsRefused) {
     EXPECT_EQ(WordsOfConstructor(2, L""), "Waveform peak file error");
 }
 
-TEST(WaveformPreview, TheChannelCountIsLookedAtBeforeThePath) {
+TEST(WaveformPreview, TheChannelCountIsTestedBeforeThePath) {
     EXPECT_EQ(WordsOfConstructor(17, L""), "Unsupported channel count");
 }
 
-TEST(WaveformPreview, BeginsBlackOnClearAsALinearEnvelopeOfTheWholeStream) {
+TEST(WaveformPreview, StartsBlackOnTransparentAsALinearEnvelopeOfTheWholeStream) {
     const WaveformPreview preview(48000, 1000, 2, L"a.xwpk");
 
     EXPECT_EQ(preview.BackgroundColor(), (Color{0, 0, 0, 0}));
@@ -96,7 +96,7 @@ TEST(WaveformPreview, ARangeOfSamplesIsLimitedToTheStream) {
     EXPECT_EQ(preview.PreviewRangeSamples(), Range(1, 999));
 }
 
-TEST(WaveformPreview, AReversedRangeOfSamplesIsTakenAsItIs) {
+TEST(WaveformPreview, AReversedRangeOfSamplesIsStoredUnchanged) {
     WaveformPreview preview(48000, 1000, 2, L"a.xwpk");
 
     preview.SetPreviewRangeSamples(2000, -3);
@@ -121,7 +121,7 @@ TEST(WaveformPreview, ARangeOfTimeIsRoundedHalfAwayFromZero) {
     EXPECT_EQ(preview.PreviewRangeSamples(), Range(0, 3));
 }
 
-TEST(WaveformPreview, TimesWithoutA64BitPositionLieBeforeTheStream) {
+TEST(WaveformPreview, TimesWithoutA64BitPositionAreBeforeTheStream) {
     WaveformPreview preview(48000, 96000, 2, L"a.xwpk");
     const double infinite = std::numeric_limits<double>::infinity();
 
@@ -130,7 +130,7 @@ TEST(WaveformPreview, TimesWithoutA64BitPositionLieBeforeTheStream) {
     EXPECT_EQ(preview.PreviewRangeSamples(), Range(0, LLONG_MIN));
 }
 
-TEST(WaveformPreview, ClearingTheRangeGivesTheWholeStreamAgain) {
+TEST(WaveformPreview, ClearingTheRangeRestoresTheWholeStream) {
     WaveformPreview preview(48000, 1000, 2, L"a.xwpk");
     preview.SetPreviewRangeSamples(5, 7);
 
@@ -160,7 +160,7 @@ TEST_F(WaveformResult, AnImageInTheBufferIs0) {
     EXPECT_TRUE(picture.Buffer().GuardsIntact());
 }
 
-TEST_F(WaveformResult, ABufferOneByteTooSmallIsToldTheBytesThatItNeeds) {
+TEST_F(WaveformResult, ABufferOneByteTooSmallReturnsTheNeededBytes) {
     Picture picture(4, 10, Format::ARGB32, 4 * 4 * 10 - 1);
 
     EXPECT_EQ(picture.Draw(Preview()), 160);
@@ -173,7 +173,7 @@ TEST_F(WaveformResult, RowsOfThreeBytePixelsArePaddedToWords) {
     EXPECT_EQ(picture.Draw(Preview()), 160);
 }
 
-TEST_F(WaveformResult, TheNeededBytesAreThoseOfAnImageOfThatSize) {
+TEST_F(WaveformResult, TheNeededBytesAreTheBytesOfAnImageOfThatSize) {
     for (int width = 1; width < 40; ++width) {
         Picture rgb(width, 7, Format::RGB888, 0);
         Picture argb(width, 7, Format::ARGB32, 0);
@@ -182,14 +182,14 @@ TEST_F(WaveformResult, TheNeededBytesAreThoseOfAnImageOfThatSize) {
     }
 }
 
-TEST_F(WaveformResult, ATooSmallBufferIsToldBeforeTheFileIsOpened) {
+TEST_F(WaveformResult, ATooSmallBufferIsRefusedBeforeTheFileIsOpened) {
     std::filesystem::remove(folder_ / "a.xwpk");
     Picture picture(4, 10, Format::ARGB32, 159);
 
     EXPECT_EQ(picture.Draw(Preview()), 160);
 }
 
-TEST_F(WaveformResult, MoreBytesThanAnIntCanTellAreTheGreatestInt) {
+TEST_F(WaveformResult, MoreBytesThanAnIntAreTheMaximumInt) {
     Picture picture(INT_MAX, INT_MAX, Format::RGB888, 100);
     Picture tall(1, INT_MAX, Format::ARGB32, 100);
 
@@ -198,7 +198,7 @@ TEST_F(WaveformResult, MoreBytesThanAnIntCanTellAreTheGreatestInt) {
     EXPECT_TRUE(picture.Buffer().Untouched());
 }
 
-TEST_F(WaveformResult, TheBytesOfAnImageAreThoseThatItsBufferNeeds) {
+TEST_F(WaveformResult, TheBytesOfAnImageAreTheNeededSizeOfItsBuffer) {
     for (const Format format : {Format::RGB888, Format::ARGB32}) {
         for (const int width : {1, 2, 3, 4, 5, 8, 1000}) {  // stretched from 5 on
             const int bytes = Preview().ImageBytes(width, 10, format);
@@ -222,7 +222,7 @@ TEST_F(WaveformResult, AnImageThatIsNotDrawnHasNoBytes) {
     EXPECT_EQ(empty.ImageBytes(4, 10, Format::ARGB32), 0);
 }
 
-TEST_F(WaveformResult, AnImageOfMoreBytesThanAnyBufferHasIsNotDrawn) {
+TEST_F(WaveformResult, AnImageOfMoreBytesThanAnyBufferIsNotDrawn) {
     GuardedBuffer buffer(100);
     for (const auto& [width, height] : {std::pair{INT_MAX, INT_MAX}, {1, INT_MAX}}) {
         EXPECT_EQ(Preview().ImageBytes(width, height, Format::ARGB32), INT_MAX);
@@ -233,8 +233,8 @@ TEST_F(WaveformResult, AnImageOfMoreBytesThanAnyBufferHasIsNotDrawn) {
 }
 
 #if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__)
-// The picture takes 1.6 gigabytes.
-TEST_F(WaveformResult, AnImageThatMemoryCannotHoldIs0AndLeavesTheBuffer) {
+// The picture needs 1.6 gigabytes.
+TEST_F(WaveformResult, AnImageThatExceedsTheMemoryIs0AndLeavesTheBufferUnchanged) {
     GuardedBuffer buffer(100);
     rlimit before{};
     ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
@@ -253,7 +253,7 @@ TEST_F(WaveformResult, AnImageThatMemoryCannotHoldIs0AndLeavesTheBuffer) {
 }
 #endif
 
-TEST_F(WaveformResult, TheBytesOfAnImageThatFailsAreTheCodeOfTheFailure) {
+TEST_F(WaveformResult, TheBytesOfAFailingImageAreTheCodeOfTheFailure) {
     const auto bytes = [](const WaveformPreview& preview, int width = 4) {
         return preview.ImageBytes(width, 10, Format::ARGB32);
     };
@@ -283,7 +283,7 @@ TEST_F(WaveformResult, APeakFileWithoutBlocksIsMinus1) {
     EXPECT_EQ(picture.Draw(Preview()), -1);
 }
 
-TEST_F(WaveformResult, AFileThatIsNoPeakFileIsMinus1) {
+TEST_F(WaveformResult, AFileThatIsNotAPeakFileIsMinus1) {
     Picture picture(4, 10, Format::ARGB32);
     const std::vector<std::string> strangers = {"",
                                                 "ORLOXWPK",
@@ -316,7 +316,7 @@ TEST_F(WaveformResult, AFileCutShortIsMinus3InEveryStyle) {
     EXPECT_TRUE(picture.Buffer().Untouched());
 }
 
-TEST_F(WaveformResult, ABlockCountThatTheFileDoesNotHoldIsMinus3) {
+TEST_F(WaveformResult, ABlockCountBeyondTheFileIsMinus3) {
     Picture picture(4, 10, Format::ARGB32);
     for (const std::uint32_t blocks : {5u, 0x7fffffffu, 0x80000000u, 0xffffffffu}) {
         Write(PeakHeader(1, blocks) + std::string(12, '\x40'));
@@ -326,15 +326,15 @@ TEST_F(WaveformResult, ABlockCountThatTheFileDoesNotHoldIsMinus3) {
     EXPECT_TRUE(picture.Buffer().Untouched());
 }
 
-TEST_F(WaveformResult, ANullBufferThatIsSaidToBeLargeEnoughIsMinus4) {
+TEST_F(WaveformResult, ANullBufferWithASufficientSizeIsMinus4) {
     EXPECT_EQ(Preview().CreateImage(4, 10, Format::ARGB32, nullptr, 160), -4);
 }
 
-TEST_F(WaveformResult, ANullBufferOfNoBytesIsToldTheBytesThatItNeeds) {
+TEST_F(WaveformResult, ANullBufferOfNoBytesReturnsTheNeededBytes) {
     EXPECT_EQ(Preview().CreateImage(4, 10, Format::ARGB32, nullptr, 0), 160);
 }
 
-TEST_F(WaveformResult, AStretchedRGBImageOutgrowsATightBufferWhichIsZeroed) {
+TEST_F(WaveformResult, AStretchedRGBImageOutgrowsAnExactBufferWhichIsZeroed) {
     Picture picture(8, 10, Format::RGB888);  // 8 columns of 4 blocks, 24 bytes a row
 
     EXPECT_EQ(picture.Draw(Preview()), -4);
@@ -362,7 +362,7 @@ TEST_F(WaveformResult, ARangeThatEndsBeforeItStartsIsMinus5BeforeAnythingElse) {
     EXPECT_TRUE(picture.Buffer().Untouched());
 }
 
-TEST_F(WaveformResult, AnEmptyRangeOnABlockBoundaryIsAnImageOfNothing) {
+TEST_F(WaveformResult, AnEmptyRangeOnABlockBoundaryIsAnImageWithoutPixels) {
     WaveformPreview preview = Preview();
     preview.SetPreviewRangeSamples(64, 64);
     Picture picture(4, 10, Format::ARGB32);
@@ -372,7 +372,7 @@ TEST_F(WaveformResult, AnEmptyRangeOnABlockBoundaryIsAnImageOfNothing) {
     EXPECT_EQ(preview.CreateImage(4, 10, Format::ARGB32, nullptr, 160), 0);
 }
 
-TEST_F(WaveformResult, ARangeBehindAShorterFileIsNoFailure) {
+TEST_F(WaveformResult, ARangeAfterTheEndOfAShorterFileIsNotAFailure) {
     WaveformPreview preview = Preview(1, 100000);
     preview.SetPreviewRangeSamples(50000, 60000);
     Picture picture(4, 10, Format::ARGB32);
@@ -399,7 +399,7 @@ TEST_F(WaveformResult, SizesWithoutPixelsAreNotDrawn) {
     EXPECT_TRUE(buffer.Untouched());
 }
 
-TEST_F(WaveformResult, AnImageWithoutWidthTakesNoMemory) {
+TEST_F(WaveformResult, AnImageWithoutWidthNeedsNoMemory) {
     GuardedBuffer buffer(100);
     const auto peakKilobytes = [] {
         rusage usage{};
@@ -408,21 +408,21 @@ TEST_F(WaveformResult, AnImageWithoutWidthTakesNoMemory) {
     };
     const long before = peakKilobytes();
 
-    // One column of so many pixels would take 800 megabytes.
+    // One column of so many pixels would need 800 megabytes.
     EXPECT_EQ(Preview().CreateImage(0, 200000000, Format::ARGB32, buffer.Data(), 100), 0);
 
     EXPECT_LT(peakKilobytes() - before, 100000);
     EXPECT_TRUE(buffer.Untouched());
 }
 
-TEST_F(WaveformResult, DamagedFilesGiveOneOfTheResultsAndNoMore) {
+TEST_F(WaveformResult, DamagedFilesHaveOneOfTheResults) {
     std::mt19937 source(7);
     const std::string whole = PeakBytes(1, Envelope({255, 128, 64, 0}));
     Picture picture(3, 5, Format::ARGB32);
     for (int run = 0; run < 300; ++run) {
         std::string bytes = whole;
         for (int i = 0; i < 3; ++i) {
-            // Behind the magic, so that each damage is looked at.
+            // After the magic, so that every damage is examined.
             bytes[8 + source() % (bytes.size() - 8)] = static_cast<char>(source());
         }
         bytes.resize(bytes.size() - source() % 8);
@@ -437,7 +437,7 @@ TEST_F(WaveformResult, DamagedFilesGiveOneOfTheResultsAndNoMore) {
     EXPECT_TRUE(picture.Buffer().GuardsIntact());
 }
 
-TEST_F(WaveformResult, AnotherFileUnderTheNameShowsAtTheNextImage) {
+TEST_F(WaveformResult, AReplacedFileIsUsedForTheNextImage) {
     Write(PeakBytes(1, Envelope({128, 128, 128, 128})));
     Picture picture(4, 10, Format::ARGB32);
     const WaveformPreview preview = Preview();

@@ -9,7 +9,7 @@ using orlo::sonrel::detail::PeakRow;
 using orlo::sonrel::detail::RMSRow;
 using Scale = orlo::sonrel::WaveformPreview::Scale;
 
-// ---- peaks: the baseline is row 50 of a lane of 100 rows unless told
+// ---- peaks: the baseline is row 50 of a lane of 100 rows unless given
 
 TEST(PeakRow, FullScaleReachesNineTenthsOfHalfTheLane) {
     EXPECT_EQ(PeakRow(1.0, 50, 100, Scale::Linear), 5);
@@ -28,7 +28,7 @@ TEST(PeakRow, AboveThePictureIsCutTowardRowZero) {
     EXPECT_EQ(PeakRow(0.99, 44, 100, Scale::Linear), 0);  // -0.55
 }
 
-TEST(PeakRow, SilenceLiesOnTheBaselineOfTheLinearScale) {
+TEST(PeakRow, SilenceIsOnTheBaselineOfTheLinearScale) {
     EXPECT_EQ(PeakRow(0.0, 50, 100, Scale::Linear), 50);
 }
 
@@ -42,7 +42,7 @@ TEST(PeakRow, HalfAnOddLaneIsCut) {
     EXPECT_EQ(PeakRow(-1.0, 16, 33, Scale::Linear), 30);
 }
 
-TEST(PeakRow, ALaneOfOneRowStaysOnItsBaseline) {
+TEST(PeakRow, ALaneOfOneRowIsOnItsBaseline) {
     EXPECT_EQ(PeakRow(1.0, 7, 1, Scale::Linear), 7);
     EXPECT_EQ(PeakRow(-1.0, 7, 1, Scale::Logarithmic), 7);
 }
@@ -53,13 +53,13 @@ TEST(PeakRow, LogarithmicFullScaleIsTheLogarithmOfNineTenths) {
     EXPECT_EQ(PeakRow(-1.0, 50, 100, Scale::Logarithmic), 98);
 }
 
-TEST(PeakRow, LogarithmicSilenceLiesALittleAboveTheBaseline) {
+TEST(PeakRow, LogarithmicSilenceIsSlightlyAboveTheBaseline) {
     // ln 0.9 / ln 100 * 50 = -1.144
     EXPECT_EQ(PeakRow(0.0, 50, 100, Scale::Logarithmic), 48);
     EXPECT_EQ(PeakRow(0.0, 16, 33, Scale::Logarithmic), 15);
 }
 
-TEST(PeakRow, LogarithmicFloorLiesOnTheFarSideOfTheBaseline) {
+TEST(PeakRow, TheLogarithmicFloorIsOnTheOtherSideOfTheBaseline) {
     EXPECT_EQ(PeakRow(0.01, 50, 100, Scale::Logarithmic), 51);
     EXPECT_EQ(PeakRow(0.001, 50, 100, Scale::Logarithmic), 51);
     EXPECT_EQ(PeakRow(-0.01, 50, 100, Scale::Logarithmic), 48);
@@ -82,14 +82,14 @@ TEST(PeakRow, AnyOtherScaleIsLogarithmic) {
     EXPECT_EQ(PeakRow(0.0, 50, 100, static_cast<Scale>(-1)), 48);
 }
 
-// ---- RMS: pictures of 100 rows unless told
+// ---- RMS: pictures of 100 rows unless given
 
-TEST(RMSRow, FullScaleLiesOneRowAboveThePicture) {
+TEST(RMSRow, FullScaleIsOneRowAboveThePicture) {
     EXPECT_EQ(RMSRow(1.0, 100, Scale::Linear), -1);
     EXPECT_EQ(RMSRow(1.0, 100, Scale::Logarithmic), -1);
 }
 
-TEST(RMSRow, SilenceLiesOnTheBottomRow) {
+TEST(RMSRow, SilenceIsOnTheBottomRow) {
     EXPECT_EQ(RMSRow(0.0, 100, Scale::Linear), 99);
     EXPECT_EQ(RMSRow(0.0, 100, Scale::Logarithmic), 99);
 }
