@@ -3,13 +3,10 @@
 
 #include <optional>
 
-/// Functions for one of the wider paths carry its target attribute and end with SONREL_LEAVE_AVX(),
-/// which clears the upper halves of the registers: code of the baseline runs many times slower
-/// while they hold something. The compiler does that by itself at some levels of optimisation only.
+/// Functions for a path above the baseline carry its target attribute and begin with an AvxScope.
 #if defined(__x86_64__)
 #include <immintrin.h>
 #define SONREL_X86 1
-#define SONREL_LEAVE_AVX() _mm256_zeroupper()
 #define SONREL_TARGET_AVX2 __attribute__((target("avx2,fma")))
 #define SONREL_TARGET_AVX512 __attribute__((target("avx512f,avx512dq,avx512vl,avx2,fma")))
 #else
@@ -18,8 +15,8 @@
 
 namespace orlo::sonrel::detail {
 
-/// The instruction sets that the arithmetic kernels are written for. Every one gives the same
-/// bytes; they differ in time only.
+/// The instruction sets that the arithmetic kernels are written for. All give the same bytes and
+/// differ in time only.
 enum class CpuPath {
     Baseline,  ///< what every processor of the architecture has (x86-64: SSE2)
     Avx2,      ///< AVX2 and FMA
@@ -29,11 +26,20 @@ enum class CpuPath {
 /// The best path that this processor and its operating system support.
 CpuPath BestCpuPath();
 
-/// The path that the kernels take: the best one, unless a path was forced.
+/// The path that the kernels take: the best path, unless a path was forced.
 CpuPath ActiveCpuPath();
 
-/// Makes the kernels take @p path, for tests and benchmarks; nothing returns to the best one.
+/// Makes the kernels take @p path, for tests and benchmarks. An empty path returns to the best.
 /// @return false, and no change, where the processor lacks it
 bool ForceCpuPath(std::optional<CpuPath> path);
+
+#if SONREL_X86
+/// Clears the upper halves of the registers at the end of a function: baseline code runs many times
+/// slower while they hold values. The compiler does so without this only at some levels of
+/// optimisation.
+struct AvxScope {
+    SONREL_TARGET_AVX2 ~AvxScope() { _mm256_zeroupper(); }
+};
+#endif
 
 }  // namespace orlo::sonrel::detail

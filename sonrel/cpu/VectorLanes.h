@@ -3,42 +3,39 @@
 
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
-/// Vectors of the compiler's own, for kernels that are written once and compiled for several
-/// instruction sets: as always-inline templates over a set of lanes, called from one function for
-/// each target. They do lane by lane what the scalar operators do, so every width gives the same
-/// bits.
+#include "sonrel/cpu/CpuPath.h"
+
+/// Compiler vectors for kernels that are written once and compiled for several instruction sets
+/// (see Kernels.h). Their operators compute lane by lane what the scalar operators compute, so
+/// every width gives the same bits. Only AddProduct differs.
 ///
-/// No vector is a parameter or a result: without AVX the compiler has no way to pass the wide ones.
+/// Vectors are passed by reference and never returned: without AVX the compiler has no convention
+/// for passing the wide vectors.
 namespace orlo::sonrel::detail {
 
 #define SONREL_ALWAYS_INLINE [[gnu::always_inline]] inline
 
-/// Lanes that every processor has: 16 bytes.
-struct NarrowLanes {
-    static constexpr int COUNT = 4;
-    using Floats = float __attribute__((vector_size(16)));
-    using Ints = std::int32_t __attribute__((vector_size(16)));
-    using Words = std::uint32_t __attribute__((vector_size(16)));
-    static constexpr int DOUBLE_COUNT = 2;
-    using Doubles = double __attribute__((vector_size(16)));
-    using Longs = std::int64_t __attribute__((vector_size(16)));
-    using HalfFloats = float __attribute__((vector_size(8)));
-    using HalfInts = std::int32_t __attribute__((vector_size(8)));
+/// The vectors of one register of BYTES bytes: 16 on every processor, 32 with AVX2, 64 with
+/// AVX-512. They are typedefs because an alias loses a size that depends on a template parameter.
+template <int BYTES>
+struct Lanes {
+    static constexpr int COUNT = BYTES / 4;
+    typedef float Floats __attribute__((vector_size(BYTES)));
+    typedef std::int32_t Ints __attribute__((vector_size(BYTES)));
+    typedef std::uint32_t Words __attribute__((vector_size(BYTES)));
+
+    static constexpr int DOUBLE_COUNT = BYTES / 8;
+    typedef double Doubles __attribute__((vector_size(BYTES)));
+    typedef std::int64_t Longs __attribute__((vector_size(BYTES)));
+    typedef float HalfFloats __attribute__((vector_size(BYTES / 2)));
+    typedef std::int32_t HalfInts __attribute__((vector_size(BYTES / 2)));
 };
 
-/// Lanes of 32 bytes.
-struct WideLanes {
-    static constexpr int COUNT = 8;
-    using Floats = float __attribute__((vector_size(32)));
-    using Ints = std::int32_t __attribute__((vector_size(32)));
-    using Words = std::uint32_t __attribute__((vector_size(32)));
-    static constexpr int DOUBLE_COUNT = 4;
-    using Doubles = double __attribute__((vector_size(32)));
-    using Longs = std::int64_t __attribute__((vector_size(32)));
-    using HalfFloats = float __attribute__((vector_size(16)));
-    using HalfInts = std::int32_t __attribute__((vector_size(16)));
-};
+/// The numbers of COUNT lanes, for shuffles.
+template <int COUNT>
+constexpr auto LANE_NUMBERS = std::make_integer_sequence<int, COUNT>();
 
 template <typename Vector, typename Value>
 SONREL_ALWAYS_INLINE void Load(Vector& to, const Value* from) {
@@ -49,5 +46,64 @@ template <typename Vector, typename Value>
 SONREL_ALWAYS_INLINE void Store(Value* to, const Vector& from) {
     std::memcpy(to, &from, sizeof from);
 }
+
+/// Puts a value into every lane. The two forms give the same vector: GCC 12 makes the shorter code
+/// of the first for two lanes and of the second for more.
+template <typename Vector, typename Value>
+SONREL_ALWAYS_INLINE void Spread(Value value, Vector& to) {
+    if constexpr (sizeof(Vector) == 2 * sizeof(Value)) {
+        to = Vector{value, value};
+    } else {
+        to = Vector{} + value;
+    }
+}
+
+/// Splits interleaved pairs in two vectors into their first and their second values.
+/// @param lanes  LANE_NUMBERS of one vector
+template <typename Vector, int... LANE>
+SONREL_ALWAYS_INLINE void SplitPairs(const Vector& low, const Vector& high, Vector& first,
+                                     Vector& second,
+                                     [[maybe_unused]] std::integer_sequence<int, LANE...> lanes) {
+    first = __builtin_shufflevector(low, high, (2 * LANE)...);
+    second = __builtin_shufflevector(low, high, (2 * LANE + 1)...);
+}
+
+/// Interleaves the values of two vectors: the inverse of SplitPairs.
+template <typename Vector, int... LANE>
+SONREL_ALWAYS_INLINE void JoinPairs(const Vector& first, const Vector& second, Vector& low,
+                                    Vector& high,
+                                    [[maybe_unused]] std::integer_sequence<int, LANE...> lanes) {
+    constexpr int COUNT = sizeof...(LANE);
+    low = __builtin_shufflevector(first, second, (LANE / 2 + (LANE % 2) * COUNT)...);
+    high = __builtin_shufflevector(first, second, (COUNT / 2 + LANE / 2 + (LANE % 2) * COUNT)...);
+}
+
+#pragma GCC diagnostic push
+#if !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wpsabi"  // the built-in functions return vectors
+#endif
+
+/// sum += a * b, rounded once where the instruction set has a fused operation and twice where it
+/// has none. Only for sums whose last bits are not part of the output.
+template <typename L>
+SONREL_ALWAYS_INLINE void AddProduct(const typename L::Doubles& a, const typename L::Doubles& b,
+                                     typename L::Doubles& sum) {
+#if defined(__clang__)
+#pragma clang fp contract(fast)
+    sum = a * b + sum;
+#elif SONREL_X86
+    if constexpr (L::DOUBLE_COUNT == 8) {
+        sum = __builtin_ia32_vfmaddpd512_mask(a, b, sum, -1, _MM_FROUND_CUR_DIRECTION);
+    } else if constexpr (L::DOUBLE_COUNT == 4) {
+        sum = __builtin_ia32_vfmaddpd256(a, b, sum);
+    } else {
+        sum += a * b;
+    }
+#else
+    sum += a * b;
+#endif
+}
+
+#pragma GCC diagnostic pop
 
 }  // namespace orlo::sonrel::detail

@@ -5,8 +5,7 @@
 #include <cmath>
 #include <cstdint>
 
-#include "sonrel/cpu/CpuPath.h"
-#include "sonrel/cpu/VectorLanes.h"
+#include "sonrel/cpu/Kernels.h"
 
 namespace orlo::sonrel::detail {
 namespace {
@@ -37,35 +36,43 @@ struct Ramp {
     float Power(int frame) const { return PowerOfLevel(Level(frame)); }
 };
 
-// Frames of a ramp that are computed in one go, a multiple of POWERS_ALIGNMENT.
+// Frames of a ramp that are computed together, a multiple of POWERS_ALIGNMENT.
 constexpr int CHUNK = 512;
+
+// The exponents of 10 on the straight line of a ramp, and the error of the powers.
+struct PowerLine {
+    double first;
+    double step;
+    double error;
+};
 
 // Single-precision powers of ten from both ends of the error: where they are equal, the power is
 // certain.
 //
-// The exponents of a ramp lie on a straight line, but for their rounding to single precision. On
-// the line the power is a geometric sequence; the rounding, a small distance e, multiplies it by
-// 10^e = 1 + e ln(10).
-template <typename Lanes>
-SONREL_ALWAYS_INLINE void PowersOnLine(double first, double step, double error,
-                                       const float* exponents, int count, float* below,
-                                       float* above) {
-    using Doubles = typename Lanes::Doubles;
-    using HalfFloats = typename Lanes::HalfFloats;
-    constexpr int STEP = Lanes::DOUBLE_COUNT;
+// The exponents of a ramp are on a straight line, except for their rounding to single precision. On
+// the line the powers are a geometric sequence; the rounding, a small distance e, multiplies each
+// by 10^e = 1 + e ln(10).
+template <typename L>
+SONREL_ALWAYS_INLINE void PowersOnLine(const PowerLine& at, const float* exponents, int count,
+                                       float* below, float* above) {
+    using Doubles = typename L::Doubles;
+    using HalfFloats = typename L::HalfFloats;
+    constexpr int STEP = L::DOUBLE_COUNT;
 
-    const double ratio = std::pow(10.0, step);
+    const double ratio = std::pow(10.0, at.step);
     Doubles line;
     Doubles onLine;
-    line[0] = first;
-    onLine[0] = std::pow(10.0, first);
+    line[0] = at.first;
+    onLine[0] = std::pow(10.0, at.first);
     for (int lane = 1; lane < STEP; ++lane) {
-        line[lane] = first + lane * step;
+        line[lane] = at.first + lane * at.step;
         onLine[lane] = onLine[lane - 1] * ratio;
     }
     double ratioOfVector = ratio * ratio;
     if (STEP == 4) ratioOfVector *= ratioOfVector;
 
+    const double step = at.step;
+    const double error = at.error;
     for (int i = 0; i < count; i += STEP) {
         HalfFloats exponent;
         Load(exponent, exponents + i);
@@ -86,63 +93,58 @@ SONREL_ALWAYS_INLINE void PowersOnLine(double first, double step, double error,
 }
 
 // Replaces the powers that are not certain.
-template <typename Lanes>
+template <typename L>
 SONREL_ALWAYS_INLINE void DecideUncertain(const Ramp& ramp, int firstFrame, int count,
                                           float* powers, const float* above) {
-    for (int i = 0; i < count; i += Lanes::COUNT) {
-        typename Lanes::Floats low;
-        typename Lanes::Floats high;
+    for (int i = 0; i < count; i += L::COUNT) {
+        typename L::Floats low;
+        typename L::Floats high;
         Load(low, powers + i);
         Load(high, above + i);
-        std::int64_t differing[Lanes::COUNT / 2];
+        std::int64_t differing[L::COUNT / 2];
         Store(differing, low != high);
         std::int64_t any = 0;
         for (const std::int64_t bits : differing) any |= bits;
         if (any != 0) [[unlikely]] {
-            DecideByLibrary(ramp, firstFrame + i, Lanes::COUNT, powers + i, above + i);
+            DecideByLibrary(ramp, firstFrame + i, L::COUNT, powers + i, above + i);
         }
     }
 }
 
-template <typename Lanes>
+template <typename L>
 SONREL_ALWAYS_INLINE void ExponentsOfRamp(const Ramp& ramp, int firstFrame, int count,
                                           float* exponents) {
-    static_assert(POWERS_ALIGNMENT % Lanes::COUNT == 0);
-    typename Lanes::Ints counter;
-    for (int lane = 0; lane < Lanes::COUNT; ++lane) counter[lane] = 2 * (firstFrame + lane);
-    for (int i = 0; i < count; i += Lanes::COUNT) {
-        const typename Lanes::Floats level =
-            __builtin_convertvector(counter, typename Lanes::Floats) * ramp.slope + ramp.start;
+    static_assert(POWERS_ALIGNMENT % L::COUNT == 0);
+    typename L::Ints counter;
+    for (int lane = 0; lane < L::COUNT; ++lane) counter[lane] = 2 * (firstFrame + lane);
+    for (int i = 0; i < count; i += L::COUNT) {
+        const typename L::Floats level =
+            __builtin_convertvector(counter, typename L::Floats) * ramp.slope + ramp.start;
         Store(exponents + i, level / 20.0f);
-        counter += 2 * Lanes::COUNT;
+        counter += 2 * L::COUNT;
     }
 }
 
-template <typename Lanes>
-SONREL_ALWAYS_INLINE void PowersOfChunk(const Ramp& ramp, double error, int firstFrame, int count,
-                                        float* powers) {
-    alignas(32) float exponents[CHUNK];
-    alignas(32) float above[CHUNK];
-    ExponentsOfRamp<Lanes>(ramp, firstFrame, count, exponents);
-    const double step = 2.0 * static_cast<double>(ramp.slope) / 20.0;
-    const double first = static_cast<double>(ramp.start) / 20.0 + firstFrame * step;
-    count = (count + Lanes::COUNT - 1) / Lanes::COUNT * Lanes::COUNT;  // whole vectors
-    PowersOnLine<Lanes>(first, step, error, exponents, count, powers, above);
-    DecideUncertain<Lanes>(ramp, firstFrame, count, powers, above);
-}
+struct PowersOfChunkKernel {
+    using Signature = void(const Ramp& ramp, double error, int firstFrame, int count,
+                           float* powers);
+    static constexpr CpuPath WIDEST = CpuPath::Avx2;
 
-void PowersOfChunkBaseline(const Ramp& ramp, double error, int firstFrame, int count,
-                           float* powers) {
-    PowersOfChunk<NarrowLanes>(ramp, error, firstFrame, count, powers);
-}
+    template <typename L>
+    SONREL_ALWAYS_INLINE static void Run(const Ramp& ramp, double error, int firstFrame, int count,
+                                         float* powers) {
+        alignas(32) float exponents[CHUNK];
+        alignas(32) float above[CHUNK];
+        ExponentsOfRamp<L>(ramp, firstFrame, count, exponents);
+        const double step = 2.0 * static_cast<double>(ramp.slope) / 20.0;
+        const double first = static_cast<double>(ramp.start) / 20.0 + firstFrame * step;
+        count = (count + L::COUNT - 1) / L::COUNT * L::COUNT;  // whole vectors
+        PowersOnLine<L>({first, step, error}, exponents, count, powers, above);
+        DecideUncertain<L>(ramp, firstFrame, count, powers, above);
+    }
+};
 
-#if SONREL_X86
-SONREL_TARGET_AVX2 void PowersOfChunkAvx2(const Ramp& ramp, double error, int firstFrame, int count,
-                                          float* powers) {
-    PowersOfChunk<WideLanes>(ramp, error, firstFrame, count, powers);
-    SONREL_LEAVE_AVX();
-}
-#endif
+constexpr auto POWERS_OF_CHUNK = KernelsOf<PowersOfChunkKernel>();
 
 bool InRange(float level) {
     return std::fabs(level) <= MAX_LEVEL;
@@ -164,10 +166,7 @@ void RampPowers(float start, float slope, int firstFrame, int count, float* powe
     }
     const double largest = std::max(std::fabs(firstLevel), std::fabs(lastLevel));
     const double error = BASE_ERROR + largest / 20.0 * LOG2_OF_10 * ERROR_PER_UNIT;
-    auto powersOfChunk = PowersOfChunkBaseline;
-#if SONREL_X86
-    if (ActiveCpuPath() >= CpuPath::Avx2) powersOfChunk = PowersOfChunkAvx2;
-#endif
+    const auto powersOfChunk = POWERS_OF_CHUNK.Active();
     for (int done = 0; done < count; done += CHUNK) {
         const int length = std::min(CHUNK, count - done);
         powersOfChunk(ramp, error, firstFrame + done, length, powers + done);

@@ -16,7 +16,7 @@ namespace {
 
 constexpr float SAMPLE_SCALE = 3.0517578125e-05f;  // 2^-15
 
-// Frames whose powers are computed in one go.
+// Frames whose powers are computed together.
 constexpr int CHUNK_FRAMES = 512;
 
 PanGains GainsOfBalance(float balance) {
@@ -26,12 +26,12 @@ PanGains GainsOfBalance(float balance) {
     return gains;
 }
 
-// The dB of a ramp, a frame.
+// The slope of a ramp in dB per frame.
 float RampSlope(float startLevel, float endLevel, int frames) {
     return (endLevel - startLevel) / static_cast<float>(frames);
 }
 
-// Calls use(first, count, powers) for stretches that make up the frames of a ramp.
+// Calls use(first, count, powers) for consecutive parts of a ramp.
 template <typename Use>
 void ForEachRampChunk(float startLevel, float endLevel, int frames, Use use) {
     const float slope = RampSlope(startLevel, endLevel, frames);
@@ -43,39 +43,47 @@ void ForEachRampChunk(float startLevel, float endLevel, int frames, Use use) {
     }
 }
 
-// Calls add(first, count, peaks) for stretches that each lie within one block of the meter, and
-// counts them.
-template <typename Add>
-void ForEachMeterStretch(AudioMeterImpl& meter, int frames, Add add) {
-    for (int first = 0; first < frames;) {
-        const int count = std::min(frames - first, RoomInBlock(meter));
-        StereoPeaks peaks;
-        add(first, count, peaks);
-        CountFrames(meter, count, peaks);
-        first += count;
-    }
-}
-
 std::ptrdiff_t ValueOf(int frame) {
     return 2 * static_cast<std::ptrdiff_t>(frame);
 }
 
-void AddMetered(const short* samples, int frames, float* block, float startLevel, float endLevel,
-                float balance, AudioMeterImpl& meter) {
-    const PanGains pan = GainsOfBalance(balance);
+MixSpan PartOf(const MixSpan& span, int first, int count) {
+    return {span.samples + ValueOf(first), count, span.block + ValueOf(first)};
+}
+
+// Calls add(part, first, peaks) for the whole span without a meter, and for parts that are each
+// within one block of the meter otherwise. The meter counts the parts.
+template <typename Add>
+void ForEachMeterPart(const MixSpan& span, AudioMeterImpl* meter, Add add) {
+    if (!meter) {
+        add(span, 0, nullptr);
+        return;
+    }
+    for (int first = 0; first < span.frames;) {
+        const int count = std::min(span.frames - first, RoomInBlock(*meter));
+        StereoPeaks peaks;
+        add(PartOf(span, first, count), first, &peaks);
+        CountFrames(*meter, count, peaks);
+        first += count;
+    }
+}
+
+void AddWithLevels(const MixSpan& span, float startLevel, float endLevel, PanGains pan,
+                   AudioMeterImpl* meter) {
     if (startLevel == endLevel) {
         const float gain = PowerOfLevel(startLevel) * SAMPLE_SCALE;
-        ForEachMeterStretch(meter, frames, [&](int first, int count, StereoPeaks& peaks) {
-            AddWithGain(samples + ValueOf(first), count, block + ValueOf(first), gain, pan, peaks);
+        ForEachMeterPart(span, meter, [&](const MixSpan& part, int, StereoPeaks* peaks) {
+            AddWithGain(part, gain, pan, peaks);
         });
         return;
     }
-    ForEachRampChunk(startLevel, endLevel, frames, [&](int chunk, int length, const float* powers) {
-        ForEachMeterStretch(meter, length, [&](int first, int count, StereoPeaks& peaks) {
-            AddWithPowers(samples + ValueOf(chunk + first), count, block + ValueOf(chunk + first),
-                          powers + first, pan, peaks);
-        });
-    });
+    ForEachRampChunk(startLevel, endLevel, span.frames,
+                     [&](int chunk, int count, const float* powers) {
+                         ForEachMeterPart(PartOf(span, chunk, count), meter,
+                                          [&](const MixSpan& part, int first, StereoPeaks* peaks) {
+                                              AddWithPowers(part, powers + first, pan, peaks);
+                                          });
+                     });
 }
 
 }  // namespace
@@ -83,26 +91,19 @@ void AddMetered(const short* samples, int frames, float* block, float startLevel
 void MixObjectIntoBlock(const short* samples, int frames, float* block, float startLevel,
                         float endLevel, float balance) {
     if (frames < 1) return;
-    const PanGains pan = GainsOfBalance(balance);
-    if (startLevel == endLevel) {
-        AddWithGain(samples, frames, block, PowerOfLevel(startLevel) * SAMPLE_SCALE, pan);
-        return;
-    }
-    ForEachRampChunk(startLevel, endLevel, frames, [&](int first, int count, const float* powers) {
-        AddWithPowers(samples + ValueOf(first), count, block + ValueOf(first), powers, pan);
-    });
+    AddWithLevels({samples, frames, block}, startLevel, endLevel, GainsOfBalance(balance), nullptr);
 }
 
 void MixObjectIntoBlockMetered(const short* samples, int frames, float* block, int requested,
                                float startLevel, float endLevel, float balance, AudioMeter* meter) {
-    if (!meter || !AudioMeterAccess::Record(*meter).active) {
-        MixObjectIntoBlock(samples, frames, block, startLevel, endLevel, balance);
-        return;
-    }
+    AudioMeterImpl* record = meter ? &AudioMeterAccess::Record(*meter) : nullptr;
+    if (record && !record->active) record = nullptr;
     const int added = std::max(frames, 0);
-    AddMetered(samples, added, block, startLevel, endLevel, balance,
-               AudioMeterAccess::Record(*meter));
-    if (requested > added) meter->ProcessSamples(nullptr, requested - added);
+    if (added > 0) {
+        AddWithLevels({samples, frames, block}, startLevel, endLevel, GainsOfBalance(balance),
+                      record);
+    }
+    if (record && requested > added) meter->ProcessSamples(nullptr, requested - added);
 }
 
 void ApplyMasterLevel(float* block, int frames, float startLevel, float endLevel) {

@@ -4,9 +4,9 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
-#include "sonrel/cpu/CpuPath.h"
-#include "sonrel/cpu/VectorLanes.h"
+#include "sonrel/cpu/Kernels.h"
 
 namespace orlo::sonrel::detail {
 namespace {
@@ -16,60 +16,74 @@ constexpr float SAMPLE_SCALE = 3.0517578125e-05f;  // 2^-15
 // ---- Peaks -------------------------------------------------------------------------------------
 
 // Highest and lowest value of each lane, 0 included. Every comparison is false for a NaN.
-template <typename Lanes>
+template <typename L>
 struct LaneRange {
-    typename Lanes::Floats highest{};
-    typename Lanes::Floats lowest{};
+    typename L::Floats highest{};
+    typename L::Floats lowest{};
 };
 
-template <typename Lanes>
-SONREL_ALWAYS_INLINE void TakeValues(const typename Lanes::Floats& values,
-                                     LaneRange<Lanes>& range) {
+template <typename L>
+SONREL_ALWAYS_INLINE void TakeValues(const typename L::Floats& values, LaneRange<L>& range) {
     range.highest = values > range.highest ? values : range.highest;
     range.lowest = values < range.lowest ? values : range.lowest;
 }
 
-// One value, or the range of many.
+// A single value, or the range of many values.
 void TakeRange(float highest, float lowest, int channel, StereoPeaks& peaks) {
     const float peak = highest > -lowest ? highest : std::fabs(lowest);
     if (peak > peaks.peak[channel]) peaks.peak[channel] = peak;
     if (lowest < -1.0f || highest >= 1.0f) peaks.clipped[channel] = true;
 }
 
-// Of interleaved values: even lanes are left and odd ones right.
-template <typename Lanes>
-SONREL_ALWAYS_INLINE void Gather(const LaneRange<Lanes>& range, StereoPeaks& peaks) {
-    for (int lane = 0; lane < Lanes::COUNT; ++lane) {
+// Of interleaved values: even lanes are left and odd lanes right.
+template <typename L>
+SONREL_ALWAYS_INLINE void TakeInterleaved(const LaneRange<L>& range, StereoPeaks& peaks) {
+    for (int lane = 0; lane < L::COUNT; ++lane) {
         TakeRange(range.highest[lane], range.lowest[lane], lane % 2, peaks);
     }
 }
 
-template <typename Lanes>
-SONREL_ALWAYS_INLINE void ScanPeaksOfLanes(const float* values, int frames, StereoPeaks& peaks) {
-    const std::ptrdiff_t count = 2 * static_cast<std::ptrdiff_t>(frames);
-    LaneRange<Lanes> first;
-    LaneRange<Lanes> second;
-    typename Lanes::Floats vector;
-    std::ptrdiff_t i = 0;
-    for (; i + 2 * Lanes::COUNT <= count; i += 2 * Lanes::COUNT) {
-        Load(vector, values + i);
-        TakeValues<Lanes>(vector, first);
-        Load(vector, values + i + Lanes::COUNT);
-        TakeValues<Lanes>(vector, second);
+// Of one channel.
+template <typename L>
+SONREL_ALWAYS_INLINE void TakeChannel(const LaneRange<L>& range, int channel, StereoPeaks& peaks) {
+    for (int lane = 0; lane < L::COUNT; ++lane) {
+        TakeRange(range.highest[lane], range.lowest[lane], channel, peaks);
     }
-    Gather<Lanes>(first, peaks);
-    Gather<Lanes>(second, peaks);
-    for (; i < count; ++i) TakeRange(values[i], values[i], static_cast<int>(i % 2), peaks);
 }
+
+struct ScanPeaksKernel {
+    using Signature = void(const float* values, int frames, StereoPeaks& peaks);
+    static constexpr CpuPath WIDEST = CpuPath::Avx2;
+
+    template <typename L>
+    SONREL_ALWAYS_INLINE static void Run(const float* values, int frames, StereoPeaks& peaks) {
+        const std::ptrdiff_t count = 2 * static_cast<std::ptrdiff_t>(frames);
+        LaneRange<L> first;
+        LaneRange<L> second;
+        typename L::Floats vector;
+        std::ptrdiff_t i = 0;
+        for (; i + 2 * L::COUNT <= count; i += 2 * L::COUNT) {
+            Load(vector, values + i);
+            TakeValues<L>(vector, first);
+            Load(vector, values + i + L::COUNT);
+            TakeValues<L>(vector, second);
+        }
+        TakeInterleaved<L>(first, peaks);
+        TakeInterleaved<L>(second, peaks);
+        for (; i < count; ++i) TakeRange(values[i], values[i], static_cast<int>(i % 2), peaks);
+    }
+};
+
+constexpr auto SCAN_PEAKS = KernelsOf<ScanPeaksKernel>();
 
 // ---- Adding samples ----------------------------------------------------------------------------
 
-// The two ways of a sample to its value before the pan, in vectors of one channel and one by one.
+// The two laws that scale a sample before the pan, for vectors of one channel and for one sample.
 struct ConstantGain {
     float gain;
 
-    template <typename Lanes>
-    SONREL_ALWAYS_INLINE void Scale(typename Lanes::Floats& values, std::ptrdiff_t) const {
+    template <typename L>
+    SONREL_ALWAYS_INLINE void Scale(typename L::Floats& values, std::ptrdiff_t) const {
         values = values * gain;
     }
     float Scaled(float sample, std::ptrdiff_t) const { return sample * gain; }
@@ -78,9 +92,9 @@ struct ConstantGain {
 struct PowerEachFrame {
     const float* powers;
 
-    template <typename Lanes>
-    SONREL_ALWAYS_INLINE void Scale(typename Lanes::Floats& values, std::ptrdiff_t frame) const {
-        typename Lanes::Floats factors;
+    template <typename L>
+    SONREL_ALWAYS_INLINE void Scale(typename L::Floats& values, std::ptrdiff_t frame) const {
+        typename L::Floats factors;
         Load(factors, powers + frame);
         values = (values * SAMPLE_SCALE) * factors;
     }
@@ -90,196 +104,149 @@ struct PowerEachFrame {
 };
 
 // Splits a vector of frames, each 32 bits, into its channels.
-template <typename Lanes>
-SONREL_ALWAYS_INLINE void LoadFrames(const short* samples, typename Lanes::Floats& left,
-                                     typename Lanes::Floats& right) {
-    using Floats = typename Lanes::Floats;
-    typename Lanes::Ints frames;
+template <typename L>
+SONREL_ALWAYS_INLINE void LoadFrames(const short* samples, typename L::Floats& left,
+                                     typename L::Floats& right) {
+    typename L::Ints frames;
     Load(frames, samples);
-    left = __builtin_convertvector((frames << 16) >> 16, Floats);
-    right = __builtin_convertvector(frames >> 16, Floats);
+    left = __builtin_convertvector((frames << 16) >> 16, typename L::Floats);
+    right = __builtin_convertvector(frames >> 16, typename L::Floats);
 }
 
 // Adds a vector of each channel to interleaved values.
-template <typename Lanes>
-SONREL_ALWAYS_INLINE void AddFrames(const typename Lanes::Floats& left,
-                                    const typename Lanes::Floats& right, float* block) {
-    typename Lanes::Floats first;
-    typename Lanes::Floats second;
+template <typename L>
+SONREL_ALWAYS_INLINE void AddFrames(const typename L::Floats& left, const typename L::Floats& right,
+                                    float* block) {
+    typename L::Floats low;
+    typename L::Floats high;
+    typename L::Floats first;
+    typename L::Floats second;
+    JoinPairs(left, right, low, high, LANE_NUMBERS<L::COUNT>);
     Load(first, block);
-    Load(second, block + Lanes::COUNT);
-    if constexpr (Lanes::COUNT == 4) {
-        first += __builtin_shufflevector(left, right, 0, 4, 1, 5);
-        second += __builtin_shufflevector(left, right, 2, 6, 3, 7);
-    } else {
-        first += __builtin_shufflevector(left, right, 0, 8, 1, 9, 2, 10, 3, 11);
-        second += __builtin_shufflevector(left, right, 4, 12, 5, 13, 6, 14, 7, 15);
-    }
-    Store(block, first);
-    Store(block + Lanes::COUNT, second);
+    Load(second, block + L::COUNT);
+    Store(block, first + low);
+    Store(block + L::COUNT, second + high);
 }
 
-template <typename Lanes, bool METERED, typename Law>
-SONREL_ALWAYS_INLINE void AddOfLanes(const short* samples, int frames, float* block, Law law,
-                                     PanGains pan, StereoPeaks* peaks) {
-    using Floats = typename Lanes::Floats;
-    LaneRange<Lanes> leftRange;
-    LaneRange<Lanes> rightRange;
-    std::ptrdiff_t frame = 0;
-    for (; frame + Lanes::COUNT <= frames; frame += Lanes::COUNT) {
-        Floats left;
-        Floats right;
-        LoadFrames<Lanes>(samples + 2 * frame, left, right);
-        law.template Scale<Lanes>(left, frame);
-        law.template Scale<Lanes>(right, frame);
-        left = left * pan.left;
-        right = right * pan.right;
+template <bool METERED, typename Law>
+struct AddKernel {
+    using Signature = void(MixSpan span, Law law, PanGains pan, StereoPeaks* peaks);
+    static constexpr CpuPath WIDEST = CpuPath::Avx2;
+
+    template <typename L>
+    SONREL_ALWAYS_INLINE static void Run(MixSpan span, Law law, PanGains pan, StereoPeaks* peaks) {
+        LaneRange<L> leftRange;
+        LaneRange<L> rightRange;
+        std::ptrdiff_t frame = 0;
+        for (; frame + L::COUNT <= span.frames; frame += L::COUNT) {
+            typename L::Floats left;
+            typename L::Floats right;
+            LoadFrames<L>(span.samples + 2 * frame, left, right);
+            law.template Scale<L>(left, frame);
+            law.template Scale<L>(right, frame);
+            left = left * pan.left;
+            right = right * pan.right;
+            if constexpr (METERED) {
+                TakeValues<L>(left, leftRange);
+                TakeValues<L>(right, rightRange);
+            }
+            AddFrames<L>(left, right, span.block + 2 * frame);
+        }
         if constexpr (METERED) {
-            TakeValues<Lanes>(left, leftRange);
-            TakeValues<Lanes>(right, rightRange);
+            TakeChannel<L>(leftRange, 0, *peaks);
+            TakeChannel<L>(rightRange, 1, *peaks);
         }
-        AddFrames<Lanes>(left, right, block + 2 * frame);
+        for (; frame < span.frames; ++frame) AddOneFrame(span, frame, law, pan, peaks);
     }
-    if constexpr (METERED) {
-        for (int lane = 0; lane < Lanes::COUNT; ++lane) {
-            TakeRange(leftRange.highest[lane], leftRange.lowest[lane], 0, *peaks);
-            TakeRange(rightRange.highest[lane], rightRange.lowest[lane], 1, *peaks);
-        }
-    }
-    for (; frame < frames; ++frame) {
-        const float left = law.Scaled(samples[2 * frame], frame) * pan.left;
-        const float right = law.Scaled(samples[2 * frame + 1], frame) * pan.right;
+
+    static void AddOneFrame(const MixSpan& span, std::ptrdiff_t frame, Law law, PanGains pan,
+                            StereoPeaks* peaks) {
+        const float left = law.Scaled(span.samples[2 * frame], frame) * pan.left;
+        const float right = law.Scaled(span.samples[2 * frame + 1], frame) * pan.right;
         if constexpr (METERED) {
             TakeRange(left, left, 0, *peaks);
             TakeRange(right, right, 1, *peaks);
         }
-        block[2 * frame] += left;
-        block[2 * frame + 1] += right;
+        span.block[2 * frame] += left;
+        span.block[2 * frame + 1] += right;
     }
-}
+};
+
+template <bool METERED, typename Law>
+constexpr auto ADD = KernelsOf<AddKernel<METERED, Law>>();
 
 // ---- Multiplying the block ---------------------------------------------------------------------
 
-// One power for the two values of a frame.
-template <typename Lanes>
-SONREL_ALWAYS_INLINE void SpreadPowers(typename Lanes::Floats& factors, const float* powers) {
-    typename Lanes::HalfFloats few;
-    Load(few, powers);
-    if constexpr (Lanes::COUNT == 4) {
-        factors = __builtin_shufflevector(few, few, 0, 0, 1, 1);
-    } else {
-        factors = __builtin_shufflevector(few, few, 0, 0, 1, 1, 2, 2, 3, 3);
+struct MultiplyByGainKernel {
+    using Signature = void(float* block, int frames, float gain);
+    static constexpr CpuPath WIDEST = CpuPath::Avx2;
+
+    template <typename L>
+    SONREL_ALWAYS_INLINE static void Run(float* block, int frames, float gain) {
+        const std::ptrdiff_t count = 2 * static_cast<std::ptrdiff_t>(frames);
+        std::ptrdiff_t i = 0;
+        for (; i + L::COUNT <= count; i += L::COUNT) {
+            typename L::Floats values;
+            Load(values, block + i);
+            Store(block + i, values * gain);
+        }
+        for (; i < count; ++i) block[i] *= gain;
     }
-}
+};
 
-template <typename Lanes>
-SONREL_ALWAYS_INLINE void MultiplyByPowersOfLanes(float* block, int frames, const float* powers) {
-    using Floats = typename Lanes::Floats;
-    const std::ptrdiff_t count = 2 * static_cast<std::ptrdiff_t>(frames);
-    std::ptrdiff_t i = 0;
-    for (; i + Lanes::COUNT <= count; i += Lanes::COUNT) {
-        Floats values;
-        Floats factors;
-        Load(values, block + i);
-        SpreadPowers<Lanes>(factors, powers + i / 2);
-        Store(block + i, values * factors);
+struct MultiplyByPowersKernel {
+    using Signature = void(float* block, int frames, const float* powers);
+    static constexpr CpuPath WIDEST = CpuPath::Avx2;
+
+    template <typename L>
+    SONREL_ALWAYS_INLINE static void Run(float* block, int frames, const float* powers) {
+        const std::ptrdiff_t count = 2 * static_cast<std::ptrdiff_t>(frames);
+        std::ptrdiff_t i = 0;
+        for (; i + L::COUNT <= count; i += L::COUNT) {
+            typename L::Floats values;
+            typename L::Floats factors;
+            Load(values, block + i);
+            SpreadPowers<L>(factors, powers + i / 2, LANE_NUMBERS<L::COUNT>);
+            Store(block + i, values * factors);
+        }
+        for (; i < count; ++i) block[i] *= powers[i / 2];
     }
-    for (; i < count; ++i) block[i] *= powers[i / 2];
-}
 
-// ---- One function for each target --------------------------------------------------------------
-
-void ScanPeaksBaseline(const float* values, int frames, StereoPeaks& peaks) {
-    ScanPeaksOfLanes<NarrowLanes>(values, frames, peaks);
-}
-void MultiplyByPowersBaseline(float* block, int frames, const float* powers) {
-    MultiplyByPowersOfLanes<NarrowLanes>(block, frames, powers);
-}
-template <bool METERED, typename Law>
-void AddBaseline(const short* samples, int frames, float* block, Law law, PanGains pan,
-                 StereoPeaks* peaks) {
-    AddOfLanes<NarrowLanes, METERED>(samples, frames, block, law, pan, peaks);
-}
-
-#if SONREL_X86
-SONREL_TARGET_AVX2 void ScanPeaksAvx2(const float* values, int frames, StereoPeaks& peaks) {
-    ScanPeaksOfLanes<WideLanes>(values, frames, peaks);
-    SONREL_LEAVE_AVX();
-}
-SONREL_TARGET_AVX2 void MultiplyByPowersAvx2(float* block, int frames, const float* powers) {
-    MultiplyByPowersOfLanes<WideLanes>(block, frames, powers);
-    SONREL_LEAVE_AVX();
-}
-template <bool METERED, typename Law>
-SONREL_TARGET_AVX2 void AddAvx2(const short* samples, int frames, float* block, Law law,
-                                PanGains pan, StereoPeaks* peaks) {
-    AddOfLanes<WideLanes, METERED>(samples, frames, block, law, pan, peaks);
-    SONREL_LEAVE_AVX();
-}
-#endif
-
-template <bool METERED, typename Law>
-void AddOnActivePath(const short* samples, int frames, float* block, Law law, PanGains pan,
-                     StereoPeaks* peaks) {
-#if SONREL_X86
-    if (ActiveCpuPath() >= CpuPath::Avx2) {
-        AddAvx2<METERED>(samples, frames, block, law, pan, peaks);
-        return;
+    // One power for the two values of a frame.
+    template <typename L, int... LANE>
+    SONREL_ALWAYS_INLINE static void SpreadPowers(typename L::Floats& factors, const float* powers,
+                                                  std::integer_sequence<int, LANE...>) {
+        typename L::HalfFloats few;
+        Load(few, powers);
+        factors = __builtin_shufflevector(few, few, (LANE / 2)...);
     }
-#endif
-    AddBaseline<METERED>(samples, frames, block, law, pan, peaks);
-}
+};
+
+constexpr auto MULTIPLY_BY_GAIN = KernelsOf<MultiplyByGainKernel>();
+constexpr auto MULTIPLY_BY_POWERS = KernelsOf<MultiplyByPowersKernel>();
 
 }  // namespace
 
 void ScanPeaks(const float* values, int frames, StereoPeaks& peaks) {
-#if SONREL_X86
-    if (ActiveCpuPath() >= CpuPath::Avx2) {
-        ScanPeaksAvx2(values, frames, peaks);
-        return;
-    }
-#endif
-    ScanPeaksBaseline(values, frames, peaks);
+    SCAN_PEAKS.Active()(values, frames, peaks);
 }
 
-void AddWithGain(const short* samples, int frames, float* block, float gain, PanGains pan) {
-    AddOnActivePath<false>(samples, frames, block, ConstantGain{gain}, pan, nullptr);
+void AddWithGain(const MixSpan& span, float gain, PanGains pan, StereoPeaks* peaks) {
+    const auto& add = peaks ? ADD<true, ConstantGain> : ADD<false, ConstantGain>;
+    add.Active()(span, ConstantGain{gain}, pan, peaks);
 }
 
-void AddWithGain(const short* samples, int frames, float* block, float gain, PanGains pan,
-                 StereoPeaks& peaks) {
-    AddOnActivePath<true>(samples, frames, block, ConstantGain{gain}, pan, &peaks);
-}
-
-void AddWithPowers(const short* samples, int frames, float* block, const float* powers,
-                   PanGains pan) {
-    AddOnActivePath<false>(samples, frames, block, PowerEachFrame{powers}, pan, nullptr);
-}
-
-void AddWithPowers(const short* samples, int frames, float* block, const float* powers,
-                   PanGains pan, StereoPeaks& peaks) {
-    AddOnActivePath<true>(samples, frames, block, PowerEachFrame{powers}, pan, &peaks);
+void AddWithPowers(const MixSpan& span, const float* powers, PanGains pan, StereoPeaks* peaks) {
+    const auto& add = peaks ? ADD<true, PowerEachFrame> : ADD<false, PowerEachFrame>;
+    add.Active()(span, PowerEachFrame{powers}, pan, peaks);
 }
 
 void MultiplyByGain(float* block, int frames, float gain) {
-    const std::ptrdiff_t count = 2 * static_cast<std::ptrdiff_t>(frames);
-    std::ptrdiff_t i = 0;
-    for (; i + NarrowLanes::COUNT <= count; i += NarrowLanes::COUNT) {
-        NarrowLanes::Floats values;
-        Load(values, block + i);
-        Store(block + i, values * gain);
-    }
-    for (; i < count; ++i) block[i] *= gain;
+    MULTIPLY_BY_GAIN.Active()(block, frames, gain);
 }
 
 void MultiplyByPowers(float* block, int frames, const float* powers) {
-#if SONREL_X86
-    if (ActiveCpuPath() >= CpuPath::Avx2) {
-        MultiplyByPowersAvx2(block, frames, powers);
-        return;
-    }
-#endif
-    MultiplyByPowersBaseline(block, frames, powers);
+    MULTIPLY_BY_POWERS.Active()(block, frames, powers);
 }
 
 }  // namespace orlo::sonrel::detail

@@ -5,8 +5,7 @@
 #include <cstdint>
 
 #include "sonrel/base/Numbers.h"
-#include "sonrel/cpu/CpuPath.h"
-#include "sonrel/cpu/VectorLanes.h"
+#include "sonrel/cpu/Kernels.h"
 
 namespace orlo::sonrel::detail {
 namespace {
@@ -18,15 +17,21 @@ short Quantise(float steps) {
     return static_cast<short>(std::clamp(cut, -32768, 32767));
 }
 
+// Frames to quantise.
+struct Span {
+    const float* input;  // 2 * frames
+    short* output;       // 2 * frames
+    int frames;
+};
+
 template <NoiseForm FORM>
-void QuantiseOneByOne(const float* input, const float* noise, float before, short* output, int from,
-                      int frames) {
-    for (int i = from; i < frames; ++i) {
+void QuantiseOneByOne(const Span& span, const float* noise, float before, int from) {
+    for (int i = from; i < span.frames; ++i) {
         for (int value = 2 * i; value < 2 * i + 2; ++value) {
-            float steps = input[value] * STEPS;
+            float steps = span.input[value] * STEPS;
             if constexpr (FORM == NoiseForm::Added) steps = steps + noise[i];
             if constexpr (FORM == NoiseForm::Differenced) steps = (noise[i] + steps) - before;
-            output[value] = Quantise(steps);
+            span.output[value] = Quantise(steps);
         }
         if constexpr (FORM == NoiseForm::Differenced) before = noise[i];
     }
@@ -34,9 +39,12 @@ void QuantiseOneByOne(const float* input, const float* noise, float before, shor
 
 #if SONREL_X86
 
-// The vector forms convert whole vectors, return the frames that they did, and leave the rest.
-// The noise before each frame comes from a register and not from noise - 1: such a load would lie
-// across two stores that were just made, and wait for both.
+// The vector forms convert whole vectors and return the number of frames that they converted. They
+// are written with instructions instead of compiler vectors: the conversion of values that do not
+// fit and the packing with saturation exist as instructions only.
+//
+// The noise before each frame comes from a register and not from noise - 1: such a load would
+// overlap two stores that were just made, and wait for both.
 
 template <NoiseForm FORM>
 SONREL_ALWAYS_INLINE __m128i CutFour(const float* input, __m128 noise, __m128 before) {
@@ -49,11 +57,10 @@ SONREL_ALWAYS_INLINE __m128i CutFour(const float* input, __m128 noise, __m128 be
 }
 
 template <NoiseForm FORM>
-int QuantiseVectorsBaseline(const float* input, const float* noise, float before, short* output,
-                            int frames) {
+int QuantiseVectorsBaseline(Span span, const float* noise, float before) {
     int i = 0;
     __m128 turnedBefore = _mm_set1_ps(before);
-    for (; i + 4 <= frames; i += 4) {
+    for (; i + 4 <= span.frames; i += 4) {
         __m128 n = _mm_setzero_ps();
         __m128 b = _mm_setzero_ps();
         if constexpr (FORM != NoiseForm::None) n = _mm_loadu_ps(noise + i);
@@ -62,11 +69,10 @@ int QuantiseVectorsBaseline(const float* input, const float* noise, float before
             b = _mm_move_ss(turned, turnedBefore);
             turnedBefore = turned;
         }
-        const __m128i low =
-            CutFour<FORM>(input + 2 * i, _mm_unpacklo_ps(n, n), _mm_unpacklo_ps(b, b));
-        const __m128i high =
-            CutFour<FORM>(input + 2 * i + 4, _mm_unpackhi_ps(n, n), _mm_unpackhi_ps(b, b));
-        Store(output + 2 * i, _mm_packs_epi32(low, high));
+        const float* input = span.input + 2 * i;
+        const __m128i low = CutFour<FORM>(input, _mm_unpacklo_ps(n, n), _mm_unpacklo_ps(b, b));
+        const __m128i high = CutFour<FORM>(input + 4, _mm_unpackhi_ps(n, n), _mm_unpackhi_ps(b, b));
+        Store(span.output + 2 * i, _mm_packs_epi32(low, high));
     }
     return i;
 }
@@ -84,12 +90,12 @@ SONREL_TARGET_AVX2 inline __m256i CutEight(__m256 steps, __m256 noise, __m256 be
 // Both the doubling of the noise and the packing work within the halves of a register: frames 0, 1,
 // 4 and 5 go together, and 2, 3, 6 and 7.
 template <NoiseForm FORM>
-SONREL_TARGET_AVX2 int QuantiseVectorsAvx2(const float* input, const float* noise, float before,
-                                           short* output, int frames) {
+SONREL_TARGET_AVX2 int QuantiseVectorsAvx2(Span span, const float* noise, float before) {
+    const AvxScope scope;
     const __m256i turn = _mm256_setr_epi32(7, 0, 1, 2, 3, 4, 5, 6);
     int i = 0;
     __m256 turnedBefore = _mm256_set1_ps(before);
-    for (; i + 8 <= frames; i += 8) {
+    for (; i + 8 <= span.frames; i += 8) {
         __m256 n = _mm256_setzero_ps();
         __m256 b = _mm256_setzero_ps();
         if constexpr (FORM != NoiseForm::None) n = _mm256_loadu_ps(noise + i);
@@ -98,48 +104,48 @@ SONREL_TARGET_AVX2 int QuantiseVectorsAvx2(const float* input, const float* nois
             b = _mm256_blend_ps(turned, turnedBefore, 1);
             turnedBefore = turned;
         }
-        const __m256 first = _mm256_loadu_ps(input + 2 * i);
-        const __m256 second = _mm256_loadu_ps(input + 2 * i + 8);
+        const __m256 first = _mm256_loadu_ps(span.input + 2 * i);
+        const __m256 second = _mm256_loadu_ps(span.input + 2 * i + 8);
         const __m256i low = CutEight<FORM>(_mm256_permute2f128_ps(first, second, 0x20),
                                            _mm256_unpacklo_ps(n, n), _mm256_unpacklo_ps(b, b));
         const __m256i high = CutEight<FORM>(_mm256_permute2f128_ps(first, second, 0x31),
                                             _mm256_unpackhi_ps(n, n), _mm256_unpackhi_ps(b, b));
-        Store(output + 2 * i, _mm256_packs_epi32(low, high));
+        Store(span.output + 2 * i, _mm256_packs_epi32(low, high));
     }
-    SONREL_LEAVE_AVX();
     return i;
 }
+
+template <NoiseForm FORM>
+constexpr PerCpuPath<int (*)(Span span, const float* noise, float before)> QUANTISE_VECTORS = {
+    QuantiseVectorsBaseline<FORM>, QuantiseVectorsAvx2<FORM>, QuantiseVectorsAvx2<FORM>};
 
 #endif
 
 template <NoiseForm FORM>
-void QuantiseOnActivePath(const float* input, const float* noise, float before, short* output,
-                          int frames) {
+void QuantiseSpan(const Span& span, const float* noise, float before) {
     int done = 0;
 #if SONREL_X86
-    done = ActiveCpuPath() >= CpuPath::Avx2
-               ? QuantiseVectorsAvx2<FORM>(input, noise, before, output, frames)
-               : QuantiseVectorsBaseline<FORM>(input, noise, before, output, frames);
+    done = QUANTISE_VECTORS<FORM>.Active()(span, noise, before);
 #endif
     if constexpr (FORM == NoiseForm::Differenced) {
         if (done > 0) before = noise[done - 1];
     }
-    QuantiseOneByOne<FORM>(input, noise, before, output, done, frames);
+    QuantiseOneByOne<FORM>(span, noise, before, done);
 }
 
 }  // namespace
 
-void QuantiseFrames(const float* input, NoiseForm form, const float* noise, float before,
-                    short* output, int frames) {
-    switch (form) {
+void QuantiseFrames(const float* input, const FrameNoise& noise, short* output, int frames) {
+    const Span span{input, output, frames};
+    switch (noise.form) {
         case NoiseForm::None:
-            QuantiseOnActivePath<NoiseForm::None>(input, noise, before, output, frames);
+            QuantiseSpan<NoiseForm::None>(span, noise.values, noise.before);
             return;
         case NoiseForm::Added:
-            QuantiseOnActivePath<NoiseForm::Added>(input, noise, before, output, frames);
+            QuantiseSpan<NoiseForm::Added>(span, noise.values, noise.before);
             return;
         case NoiseForm::Differenced:
-            QuantiseOnActivePath<NoiseForm::Differenced>(input, noise, before, output, frames);
+            QuantiseSpan<NoiseForm::Differenced>(span, noise.values, noise.before);
             return;
     }
 }

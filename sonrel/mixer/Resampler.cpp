@@ -135,7 +135,7 @@ void Resampler::ResampleStereo(int rate, double speed, const short* source, int 
     const double rowSpeed = speed * ROW_COUNT;
     const bool rows = rowSpeed == std::floor(rowSpeed) && std::fabs(speed) < 65536.0;
     const Request request{
-        *tables, KernelsOfPath(ActiveCpuPath()), rows, speed, source, sourceOffset, sourceCount,
+        *tables, RESAMPLER_KERNELS.Active(), rows, speed, source, sourceOffset, sourceCount,
         output};
     for (int i = 0; i < outputCount;) {
         const int count = BatchLength(request, i, outputCount - i);

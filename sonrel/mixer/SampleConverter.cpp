@@ -36,21 +36,22 @@ void ConvertTriangular(SampleConverterImpl& impl, const float* input, short* out
     impl.generator.Draw(draws, 2 * frames);
     alignas(32) float noise[CHUNK_FRAMES];
     for (int i = 0; i < frames; ++i) noise[i] = draws[2 * i] + draws[2 * i + 1];
-    QuantiseFrames(input, NoiseForm::Added, noise, 0.0f, output, frames);
+    detail::QuantiseFrames(input, {NoiseForm::Added, noise}, output, frames);
 }
 
 // One draw a frame, less the one before.
 void ConvertHighPass(SampleConverterImpl& impl, const float* input, short* output, int frames) {
     alignas(32) float noise[CHUNK_FRAMES];
     impl.generator.Draw(noise, frames);
-    QuantiseFrames(input, NoiseForm::Differenced, noise, impl.previousNoise, output, frames);
+    detail::QuantiseFrames(input, {NoiseForm::Differenced, noise, impl.previousNoise}, output,
+                           frames);
     impl.previousNoise = noise[frames - 1];
 }
 
 void ConvertChunk(SampleConverterImpl& impl, const float* input, short* output, int frames) {
     switch (impl.type) {
         case DitherType::None:
-            QuantiseFrames(input, NoiseForm::None, nullptr, 0.0f, output, frames);
+            detail::QuantiseFrames(input, {NoiseForm::None}, output, frames);
             return;
         case DitherType::Triangular:
             ConvertTriangular(impl, input, output, frames);

@@ -4,117 +4,85 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <utility>
 #include <vector>
 
-#include "sonrel/sync/detail/DoubleLanes.h"
+#include "sonrel/cpu/Kernels.h"
 
 namespace orlo::sonrel::detail {
 namespace {
 
 // ---- Kernels -----------------------------------------------------------------------------------
 
-template <int WIDTH>
-SONREL_ALWAYS_INLINE void MultiplyConjugateIn(const double* a, const double* b, std::size_t points,
-                                              double* product) {
-    constexpr auto LANES = std::make_integer_sequence<int, WIDTH>();
-    std::size_t i = 0;
-    for (; i + WIDTH <= points; i += WIDTH) {
-        Doubles<WIDTH> low;
-        Doubles<WIDTH> high;
-        Doubles<WIDTH> ar;
-        Doubles<WIDTH> ai;
-        Doubles<WIDTH> br;
-        Doubles<WIDTH> bi;
-        Load(low, a + 2 * i);
-        Load(high, a + 2 * i + WIDTH);
-        SplitPairs<WIDTH>(low, high, ar, ai, LANES);
-        Load(low, b + 2 * i);
-        Load(high, b + 2 * i + WIDTH);
-        SplitPairs<WIDTH>(low, high, br, bi, LANES);
-        const Doubles<WIDTH> re = ar * br + ai * bi;
-        const Doubles<WIDTH> im = -(ai * br - ar * bi);
-        JoinPairs<WIDTH>(re, im, low, high, LANES);
-        Store(product + 2 * i, low);
-        Store(product + 2 * i + WIDTH, high);
-    }
-    for (; i < points; ++i) {
-        const double ar = a[2 * i];
-        const double ai = a[2 * i + 1];
-        const double br = b[2 * i];
-        const double bi = b[2 * i + 1];
-        product[2 * i] = ar * br + ai * bi;
-        product[2 * i + 1] = -(ai * br - ar * bi);
-    }
-}
+struct MultiplyConjugateKernel {
+    using Signature = void(const double* a, const double* b, std::size_t points, double* product);
+    static constexpr CpuPath WIDEST = CpuPath::Avx512;
 
-/// A value that is not a number never replaces the largest.
-template <int WIDTH>
-SONREL_ALWAYS_INLINE double LargestRealPartIn(const double* values, std::size_t count) {
-    Doubles<WIDTH> largest[2] = {};
-    std::size_t i = 0;
-    for (; i + 2 * WIDTH <= count; i += 2 * WIDTH) {
-#pragma GCC unroll 2
-        for (std::size_t half = 0; half < 2; ++half) {
-            Doubles<WIDTH> size;
-            Load(size, values + i + half * WIDTH);
-            size = size < 0.0 ? -size : size;
-            largest[half] = size > largest[half] ? size : largest[half];
+    template <typename L>
+    SONREL_ALWAYS_INLINE static void Run(const double* a, const double* b, std::size_t points,
+                                         double* product) {
+        using Doubles = typename L::Doubles;
+        constexpr int WIDTH = L::DOUBLE_COUNT;
+        constexpr auto LANES = LANE_NUMBERS<WIDTH>;
+        std::size_t i = 0;
+        for (; i + WIDTH <= points; i += WIDTH) {
+            Doubles low, high, ar, ai, br, bi;
+            Load(low, a + 2 * i);
+            Load(high, a + 2 * i + WIDTH);
+            SplitPairs(low, high, ar, ai, LANES);
+            Load(low, b + 2 * i);
+            Load(high, b + 2 * i + WIDTH);
+            SplitPairs(low, high, br, bi, LANES);
+            const Doubles re = ar * br + ai * bi;
+            const Doubles im = -(ai * br - ar * bi);
+            JoinPairs(re, im, low, high, LANES);
+            Store(product + 2 * i, low);
+            Store(product + 2 * i + WIDTH, high);
+        }
+        for (; i < points; ++i) {
+            const double ar = a[2 * i];
+            const double ai = a[2 * i + 1];
+            const double br = b[2 * i];
+            const double bi = b[2 * i + 1];
+            product[2 * i] = ar * br + ai * bi;
+            product[2 * i + 1] = -(ai * br - ar * bi);
         }
     }
-    double found = 0.0;
-    for (int lane = 0; lane < WIDTH; lane += 2) {
-        found = largest[0][lane] > found ? largest[0][lane] : found;
-        found = largest[1][lane] > found ? largest[1][lane] : found;
+};
+
+/// A value that is not a number never replaces the largest.
+struct LargestRealPartKernel {
+    using Signature = double(const double* values, std::size_t count);
+    static constexpr CpuPath WIDEST = CpuPath::Avx512;
+
+    template <typename L>
+    SONREL_ALWAYS_INLINE static double Run(const double* values, std::size_t count) {
+        constexpr int WIDTH = L::DOUBLE_COUNT;
+        typename L::Doubles largest[2] = {};
+        std::size_t i = 0;
+        for (; i + 2 * WIDTH <= count; i += 2 * WIDTH) {
+#pragma GCC unroll 2
+            for (std::size_t half = 0; half < 2; ++half) {
+                typename L::Doubles size;
+                Load(size, values + i + half * WIDTH);
+                size = size < 0.0 ? -size : size;
+                largest[half] = size > largest[half] ? size : largest[half];
+            }
+        }
+        double found = 0.0;
+        for (int lane = 0; lane < WIDTH; lane += 2) {
+            found = largest[0][lane] > found ? largest[0][lane] : found;
+            found = largest[1][lane] > found ? largest[1][lane] : found;
+        }
+        for (; i < count; i += 2) {
+            const double size = std::fabs(values[i]);
+            found = size > found ? size : found;
+        }
+        return found;
     }
-    for (; i < count; i += 2) {
-        const double size = std::fabs(values[i]);
-        found = size > found ? size : found;
-    }
-    return found;
-}
+};
 
-void MultiplyBaseline(const double* a, const double* b, std::size_t points, double* product) {
-    MultiplyConjugateIn<2>(a, b, points, product);
-}
-
-double LargestBaseline(const double* values, std::size_t count) {
-    return LargestRealPartIn<2>(values, count);
-}
-
-constexpr CorrelationKernels BASELINE_KERNELS = {MultiplyBaseline, LargestBaseline};
-
-#if SONREL_X86
-
-SONREL_TARGET_AVX2 void MultiplyAvx2(const double* a, const double* b, std::size_t points,
-                                     double* product) {
-    MultiplyConjugateIn<4>(a, b, points, product);
-    SONREL_LEAVE_AVX();
-}
-
-SONREL_TARGET_AVX2 double LargestAvx2(const double* values, std::size_t count) {
-    const double largest = LargestRealPartIn<4>(values, count);
-    SONREL_LEAVE_AVX();
-    return largest;
-}
-
-constexpr CorrelationKernels AVX2_KERNELS = {MultiplyAvx2, LargestAvx2};
-
-SONREL_TARGET_AVX512 void MultiplyAvx512(const double* a, const double* b, std::size_t points,
-                                         double* product) {
-    MultiplyConjugateIn<8>(a, b, points, product);
-    SONREL_LEAVE_AVX();
-}
-
-SONREL_TARGET_AVX512 double LargestAvx512(const double* values, std::size_t count) {
-    const double largest = LargestRealPartIn<8>(values, count);
-    SONREL_LEAVE_AVX();
-    return largest;
-}
-
-constexpr CorrelationKernels AVX512_KERNELS = {MultiplyAvx512, LargestAvx512};
-
-#endif
+constexpr auto MULTIPLY_CONJUGATE = KernelsOf<MultiplyConjugateKernel>();
+constexpr auto LARGEST_REAL_PART = KernelsOf<LargestRealPartKernel>();
 
 // ---- The peak ----------------------------------------------------------------------------------
 
@@ -147,7 +115,7 @@ struct Stretch {
 };
 
 std::vector<Stretch> StretchesOf(const Correlation& correlation) {
-    const CorrelationKernels& kernels = CorrelationKernelsOfPath(ActiveCpuPath());
+    const auto largestRealPart = LARGEST_REAL_PART.Active();
     // The first value behind the scaled ones may be an imaginary part.
     const std::size_t border = std::min(correlation.count, (correlation.scaled + 1) / 2 * 2);
     std::vector<Stretch> stretches;
@@ -155,7 +123,7 @@ std::vector<Stretch> StretchesOf(const Correlation& correlation) {
     for (std::size_t begin = 0; begin < correlation.count;) {
         const std::size_t limit = begin < border ? border : correlation.count;
         const std::size_t end = std::min(limit, begin + STRETCH);
-        const double largest = kernels.largestRealPart(correlation.values + begin, end - begin);
+        const double largest = largestRealPart(correlation.values + begin, end - begin);
         stretches.push_back({begin, end, largest * ScaleAt(correlation, begin)});
         begin = end;
     }
@@ -164,17 +132,8 @@ std::vector<Stretch> StretchesOf(const Correlation& correlation) {
 
 }  // namespace
 
-const CorrelationKernels& CorrelationKernelsOfPath(CpuPath path) {
-#if SONREL_X86
-    if (path == CpuPath::Avx512) return AVX512_KERNELS;
-    if (path == CpuPath::Avx2) return AVX2_KERNELS;
-#endif
-    static_cast<void>(path);
-    return BASELINE_KERNELS;
-}
-
 void MultiplyConjugate(const double* a, const double* b, std::size_t points, double* product) {
-    CorrelationKernelsOfPath(ActiveCpuPath()).multiplyConjugate(a, b, points, product);
+    MULTIPLY_CONJUGATE.Active()(a, b, points, product);
 }
 
 Peak FindPeak(const Correlation& correlation, double divisor) {

@@ -96,7 +96,7 @@ void TransformFew(double* data, unsigned int points) {
 class Transform {
 public:
     Transform(double* data, unsigned int points, unsigned int threads)
-        : kernels_(FftKernelsOfPath(ActiveCpuPath())),
+        : kernels_(FFT_KERNELS.Active()),
           data_(data),
           points_(points),
           level_(LevelOf(points)),
@@ -204,7 +204,7 @@ private:
 
 std::shared_ptr<const void> HoldTwiddles(unsigned int n) {
     if (n < TILE_POINTS) return nullptr;
-    const FftKernels& kernels = FftKernelsOfPath(ActiveCpuPath());
+    const FftKernels& kernels = FFT_KERNELS.Active();
     return Twiddles(kernels.width, kernels.passLevels, LevelOf(n));
 }
 

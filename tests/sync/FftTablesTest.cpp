@@ -18,8 +18,8 @@ namespace sonrel_tests {
 namespace {
 
 using orlo::sonrel::detail::FastFourierTransform;
+using orlo::sonrel::detail::FFT_KERNELS;
 using orlo::sonrel::detail::FftKernels;
-using orlo::sonrel::detail::FftKernelsOfPath;
 using orlo::sonrel::detail::HoldTwiddles;
 using orlo::sonrel::detail::Twiddles;
 using orlo::sonrel::detail::TwiddleSet;
@@ -29,7 +29,7 @@ std::shared_ptr<const TwiddleSet> SetOf(const FftKernels& kernels, int level) {
 }
 
 const FftKernels& ActiveKernels() {
-    return FftKernelsOfPath(orlo::sonrel::detail::ActiveCpuPath());
+    return FFT_KERNELS.Active();
 }
 
 std::size_t BytesInUse() {
@@ -41,7 +41,7 @@ TEST(FftTables, AtMost8MegabytesAreKeptBetweenTransforms) {
     std::vector<std::weak_ptr<const TwiddleSet>> sets;
     for (const auto path : orlo::sonrel::test::AvailableCpuPaths()) {
         for (int level = 6; level <= 20; ++level) {
-            sets.push_back(SetOf(FftKernelsOfPath(path), level));
+            sets.push_back(SetOf(FFT_KERNELS.On(path), level));
         }
     }
 

@@ -9,19 +9,22 @@
 /// both give the limit, and no value that rounds into the range is cut to one outside it.
 namespace orlo::sonrel::detail {
 
-/// How noise enters a frame. Both channels get the same.
+/// How noise enters a frame. Both channels get the same noise.
 enum class NoiseForm {
     None,         ///< x
     Added,        ///< x + noise[i]
-    Differenced,  ///< (noise[i] + x) - noise[i - 1], in this order; the one before the first
-                  ///< is given apart
+    Differenced,  ///< (noise[i] + x) - noise[i - 1], in this order
+};
+
+/// The noise of consecutive frames.
+struct FrameNoise {
+    NoiseForm form = NoiseForm::None;
+    const float* values = nullptr;  ///< one value per frame; not read with None
+    float before = 0.0f;            ///< with Differenced, the noise of the frame before the first
 };
 
 /// @param input   2 * frames values, left first
-/// @param noise   one value a frame; not read with None
-/// @param before  with Differenced, the noise of the frame before the first
 /// @param output  room for 2 * frames samples
-void QuantiseFrames(const float* input, NoiseForm form, const float* noise, float before,
-                    short* output, int frames);
+void QuantiseFrames(const float* input, const FrameNoise& noise, short* output, int frames);
 
 }  // namespace orlo::sonrel::detail

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "sonrel/cpu/CpuPath.h"
+#include "sonrel/cpu/Kernels.h"
 #include "sonrel/mixer/detail/ResamplerTables.h"
 
 namespace orlo::sonrel::detail {
@@ -49,6 +49,6 @@ struct ResamplerKernels {
     bool (*storeSums)(double margin, short* output, TapBatch& batch);
 };
 
-const ResamplerKernels& KernelsOfPath(CpuPath path);
+extern const PerCpuPath<ResamplerKernels> RESAMPLER_KERNELS;
 
 }  // namespace orlo::sonrel::detail

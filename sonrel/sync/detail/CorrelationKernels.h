@@ -4,26 +4,11 @@
 #include <array>
 #include <cstddef>
 
-#include "sonrel/cpu/CpuPath.h"
-
 namespace orlo::sonrel::detail {
 
-/// The loops of a correlation over whole spectra, compiled for one path.
-struct CorrelationKernels {
-    /// Multiplies A with the conjugate of B, point by point, and conjugates the product, as an
-    /// inverse transform begins.
-    /// @param product  may be A or B
-    void (*multiplyConjugate)(const double* a, const double* b, std::size_t points,
-                              double* product);
-
-    /// The largest absolute real part.
-    /// @param count  doubles, real and imaginary parts in turn
-    double (*largestRealPart)(const double* values, std::size_t count);
-};
-
-const CorrelationKernels& CorrelationKernelsOfPath(CpuPath path);
-
-/// CorrelationKernels::multiplyConjugate on the active path.
+/// Multiplies A with the conjugate of B, point by point, and conjugates the product, as an inverse
+/// transform begins.
+/// @param product  may be A or B
 void MultiplyConjugate(const double* a, const double* b, std::size_t points, double* product);
 
 /// The largest quotient of a correlation and where it stands.

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "sonrel/cpu/CpuPath.h"
+#include "sonrel/cpu/Kernels.h"
 
 namespace orlo::sonrel::detail {
 
@@ -33,6 +33,6 @@ struct FftKernels {
     Pass lastPass[3];  ///< the same; leaves the points as pairs
 };
 
-const FftKernels& FftKernelsOfPath(CpuPath path);
+extern const PerCpuPath<FftKernels> FFT_KERNELS;
 
 }  // namespace orlo::sonrel::detail
