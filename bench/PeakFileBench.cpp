@@ -14,6 +14,7 @@
 #include "sonrel/project.h"
 #include "tests/reference/ReferencePeaks.h"
 #include "tests/support/MediaAssets.h"
+#include "tests/support/Noise.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WaveBytes.h"
 
@@ -21,20 +22,11 @@ namespace {
 
 using namespace orlo::sonrel;
 using sonrel_tests::Little;
+using sonrel_tests::NoiseBytes;
 using zrh::media::ZRSampleDataType;
 
 constexpr int HOUR_BLOCKS = 60 * 60 * 48000 / 32;
 constexpr int IMAGE_WIDTH = 1800;
-
-std::string Noise(std::size_t bytes) {
-    std::string noise(bytes, '\0');
-    std::uint32_t state = 12345;
-    for (char& byte : noise) {
-        state = state * 1664525u + 1013904223u;
-        byte = static_cast<char>(state >> 24);
-    }
-    return noise;
-}
 
 /// @param range  0 bits a sample, 1 whether they are floats, 2 channels
 template <bool LITERAL>
@@ -42,7 +34,7 @@ void Summarise(benchmark::State& state) {
     const auto bits = static_cast<int>(state.range(0));
     const auto type = state.range(1) != 0 ? ZRSampleDataType::Float : ZRSampleDataType::Integer;
     const auto channels = static_cast<int>(state.range(2));
-    std::string samples = Noise(static_cast<std::size_t>(32 * channels * bits / 8));
+    std::string samples = NoiseBytes(static_cast<std::size_t>(32 * channels * bits / 8));
     if (type == ZRSampleDataType::Float) {
         for (int i = 0; i < 32 * channels; ++i) {
             const float x = static_cast<float>(i % 17 - 8) / 9.5f;
@@ -79,7 +71,7 @@ public:
     HourFile() {
         sonrel_tests::WriteFile(folder_ / "p.xwpk", "ORLOXWPK" + Little(1, 4) + Little(2, 4) +
                                                         Little(HOUR_BLOCKS, 4) +
-                                                        Noise(5u * HOUR_BLOCKS));
+                                                        NoiseBytes(5u * HOUR_BLOCKS));
     }
     std::string Path() const { return (folder_ / "p.xwpk").string(); }
     std::wstring WidePath() const { return folder_.Wide("p.xwpk"); }
@@ -146,7 +138,7 @@ BENCHMARK(Fold<false, true>)
 /// The whole writer on ten minutes of stereo in 16 bits.
 void Create(benchmark::State& state) {
     const sonrel_tests::TemporaryFolder folder;
-    const std::string sound = Noise(10u * 60u * 48000u * 4u);
+    const std::string sound = NoiseBytes(10u * 60u * 48000u * 4u);
     sonrel_tests::WriteFile(
         folder / "a.wav",
         sonrel_tests::Riff(sonrel_tests::Chunk("fmt ", sonrel_tests::PcmFormat(1, 2, 48000, 16)) +

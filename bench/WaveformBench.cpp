@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "sonrel/waveform/WaveformPreview.h"
+#include "tests/support/Noise.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WaveBytes.h"
 
@@ -122,12 +123,7 @@ std::string MediaPath() {
     const auto bytes = static_cast<std::uint64_t>(4 * SamplesOf(60));
     file << "RIFF" << Little(36 + bytes, 4) << "WAVE" << Chunk("fmt ", PcmFormat(1, 2, RATE, 16))
          << "data" << Little(bytes, 4);
-    std::uint32_t noise = 1;
-    std::string minute;
-    for (int i = 0; i < 60 * RATE * 4; ++i) {
-        noise = noise * 1664525u + 1013904223u;
-        minute += static_cast<char>(noise >> 24);
-    }
+    const std::string minute = sonrel_tests::NoiseBytes(std::size_t{60} * RATE * 4);
     for (int i = 0; i < 60; ++i) file << minute;
     return path;
 }

@@ -9,6 +9,7 @@
 #include "sonrel/project.h"
 #include "tests/reference/ReferencePeaks.h"
 #include "tests/support/MediaAssets.h"
+#include "tests/support/Noise.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WaveBytes.h"
 
@@ -82,12 +83,13 @@ class PeakFileOfWaves : public testing::TestWithParam<std::tuple<WaveForm, int>>
 protected:
     /// Noise; floats up to 1.25.
     static std::string Noise(const WaveForm& form, int channels, int frames) {
+        const auto values =
+            MakeNoise(static_cast<std::size_t>(frames * channels), 99,
+                      [](std::uint32_t random) { return random / 2147483648.0 - 1.0; });
         std::string bytes;
-        std::uint32_t state = 99;
         for (int i = 0; i < frames * channels; ++i) {
-            state = state * 1664525u + 1013904223u;
             const int level = 1 + i / (50 * channels) % 9;
-            const double x = (static_cast<double>(state) / 2147483648.0 - 1.0) / level;
+            const double x = values[static_cast<std::size_t>(i)] / level;
             if (form.tag == 3 && form.bits == 32) {
                 const auto value = static_cast<float>(1.25 * x);
                 bytes.append(reinterpret_cast<const char*>(&value), 4);

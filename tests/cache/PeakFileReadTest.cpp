@@ -3,12 +3,12 @@
 
 #include <cmath>
 #include <limits>
-#include <random>
 #include <stdexcept>
 
 #include "sonrel/cache/PeakFile.h"
 #include "tests/cache/PeakFileFixture.h"
 #include "tests/reference/ReferencePeaks.h"
+#include "tests/support/Noise.h"
 
 namespace {
 
@@ -43,10 +43,7 @@ std::string MonoBlocks(const std::vector<int>& rms) {
 }
 
 std::string RandomBlocks(int channels, int blocks, unsigned int seed) {
-    std::mt19937 random(seed);
-    std::string bytes;
-    for (int i = 0; i < blocks * (1 + 2 * channels); ++i) bytes += static_cast<char>(random());
-    return bytes;
+    return sonrel_tests::NoiseBytes(static_cast<std::size_t>(blocks * (1 + 2 * channels)), seed);
 }
 
 class PeakFileRead : public testing::Test {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tests/media/CodecMedia.h"
 #include "tests/media/MediaSupport.h"
+#include "tests/support/Noise.h"
 
 using namespace sonrel_tests;
 
@@ -67,10 +68,8 @@ TEST_P(DamagedMedia, CutFileIsReadConsistentlyOrRefused) {
 
 TEST_P(DamagedMedia, ScatteredDamageIsReadConsistentlyOrRefused) {
     std::string bytes = good_;
-    std::uint32_t state = 99;
-    for (int i = 0; i < 60; ++i) {
-        state = state * 1664525u + 1013904223u;
-        bytes[state % bytes.size()] = static_cast<char>(state >> 16);
+    for (const std::uint32_t random : MakeNoise(60, 99, [](std::uint32_t bits) { return bits; })) {
+        bytes[random % bytes.size()] = static_cast<char>(random >> 16);
     }
     ExpectConsistent(Damaged(bytes));
 }

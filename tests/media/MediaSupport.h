@@ -11,6 +11,7 @@
 #include "sonrel/base/Paths.h"
 #include "sonrel/media.h"
 #include "sonrel/media/input/MediaErrors.h"
+#include "tests/support/Noise.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WaveBytes.h"
 
@@ -77,17 +78,6 @@ inline std::string ReadAll(ZRAbstractAudioStream& stream, int step = 4096) {
         if (piece.empty()) break;
         bytes += piece;
         at += static_cast<long long>(piece.size()) / BytesPerFrame(stream);
-    }
-    return bytes;
-}
-
-/// Bytes without a pattern, the same for the same @p count.
-inline std::string NoiseBytes(std::size_t count) {
-    std::string bytes(count, '\0');
-    std::uint32_t state = 12345;
-    for (char& byte : bytes) {
-        state = state * 1664525u + 1013904223u;
-        byte = static_cast<char>(state >> 24);
     }
     return bytes;
 }

@@ -2,11 +2,11 @@
 #pragma once
 
 #include <memory>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "sonrel/project.h"
+#include "tests/support/Noise.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace sonrel_tests {
@@ -41,8 +41,8 @@ inline Samples Counting(int frames) {
 }
 
 inline Samples Noise(int frames, unsigned int seed) {
-    std::mt19937 engine(seed);
-    return MakeSamples(frames, [&](int, int) { return static_cast<short>(engine() & 0xFFFF); });
+    return MakeNoise(2 * static_cast<std::size_t>(frames), seed,
+                     [](std::uint32_t bits) { return static_cast<short>(bits & 0xFFFF); });
 }
 
 /// Frame rate, sampling rate and length of a sequence or composition.

@@ -4,7 +4,6 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <random>
 #include <utility>
 #include <vector>
 
@@ -12,6 +11,7 @@
 #include "sonrel/project/MediaAsset.h"
 #include "sonrel/sync/AudioSync.h"
 #include "tests/reference/ReferenceAlignment.h"
+#include "tests/support/Noise.h"
 #include "tests/support/ProjectBuilder.h"
 
 namespace sonrel_tests {
@@ -22,9 +22,9 @@ constexpr int RATE = 1000;  // hertz: small transforms, the same steps
 
 /// Noise that differs from channel to channel.
 inline Samples Event(int frames, unsigned int seed, int amplitude = 8000) {
-    std::mt19937 engine(seed);
-    return MakeSamples(frames, [&](int, int) {
-        return static_cast<int>(engine() % (2 * static_cast<unsigned int>(amplitude))) - amplitude;
+    return MakeNoise(2 * static_cast<std::size_t>(frames), seed, [amplitude](std::uint32_t bits) {
+        const auto steps = 2 * static_cast<std::uint32_t>(amplitude);
+        return static_cast<short>(static_cast<int>(bits % steps) - amplitude);
     });
 }
 

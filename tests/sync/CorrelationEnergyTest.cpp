@@ -5,10 +5,10 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <random>
 #include <vector>
 
 #include "sonrel/sync/AudioSync.h"
+#include "tests/support/Noise.h"
 
 namespace {
 
@@ -19,12 +19,9 @@ double EnergyOf(const std::vector<float>& a, const std::vector<float>& b) {
 }
 
 std::vector<float> Noise(int count, unsigned int seed) {
-    std::mt19937 engine(seed);
-    std::vector<float> signal;
-    for (int i = 0; i < count; ++i) {
-        signal.push_back(static_cast<float>(engine() / 2147483648.0 - 1.0));
-    }
-    return signal;
+    return sonrel_tests::MakeNoise(static_cast<std::size_t>(count), seed, [](std::uint32_t bits) {
+        return static_cast<float>(bits / 2147483648.0 - 1.0);
+    });
 }
 
 TEST(CorrelationEnergy, AddsTheSquaresAtAllLags) {

@@ -6,13 +6,13 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <random>
 #include <vector>
 
 #include "sonrel/sync/AudioSync.h"
 #include "sonrel/sync/detail/CorrelationKernels.h"
 #include "tests/reference/ReferenceAlignment.h"
 #include "tests/support/CpuPaths.h"
+#include "tests/support/Noise.h"
 
 namespace sonrel_tests {
 namespace {
@@ -32,12 +32,9 @@ std::vector<float> Sawtooth(int count) {
 }
 
 std::vector<float> FloatNoise(int count, unsigned int seed) {
-    std::mt19937 engine(seed);
-    std::vector<float> signal;
-    for (int i = 0; i < count; ++i) {
-        signal.push_back(static_cast<float>(static_cast<short>(engine())) * SAMPLE_SCALE);
-    }
-    return signal;
+    return MakeNoise(static_cast<std::size_t>(count), seed, [](std::uint32_t bits) {
+        return static_cast<float>(static_cast<short>(bits)) * SAMPLE_SCALE;
+    });
 }
 
 std::vector<float> Delayed(const std::vector<float>& signal, int frames) {

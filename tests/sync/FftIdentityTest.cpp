@@ -2,12 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <random>
 #include <vector>
 
 #include "sonrel/sync/detail/Fft.h"
 #include "tests/reference/ReferenceFft.h"
 #include "tests/support/CpuPaths.h"
+#include "tests/support/Noise.h"
 
 namespace sonrel_tests {
 namespace {
@@ -16,9 +16,9 @@ using orlo::sonrel::detail::FastFourierTransform;
 
 TEST(FftIdentity, LargeSizesHaveTheBitsOfTheReferenceOnEveryPath) {
     for (unsigned int points = 1U << 17; points <= 1U << 20; points *= 2) {
-        std::mt19937_64 engine(points);
-        std::vector<double> input(2 * static_cast<std::size_t>(points));
-        for (double& value : input) value = static_cast<double>(static_cast<int>(engine()));
+        const std::vector<double> input = MakeNoise(
+            2 * static_cast<std::size_t>(points), points,
+            [](std::uint32_t bits) { return static_cast<double>(static_cast<int>(bits)); });
         std::vector<double> expected = input;
         ReferenceFft(expected.data(), points);
         for (const auto path : orlo::sonrel::test::AvailableCpuPaths()) {

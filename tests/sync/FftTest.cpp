@@ -4,13 +4,13 @@
 #include <cmath>
 #include <complex>
 #include <cstring>
-#include <random>
 #include <vector>
 
 #include "sonrel/sync/detail/Fft.h"
 #include "sonrel/sync/detail/FftTables.h"
 #include "tests/reference/ReferenceFft.h"
 #include "tests/support/CpuPaths.h"
+#include "tests/support/Noise.h"
 
 namespace sonrel_tests {
 namespace {
@@ -24,10 +24,9 @@ class Fft : public orlo::sonrel::test::OnEveryCpuPath {};
 SONREL_ON_EVERY_CPU_PATH(Fft);
 
 std::vector<double> Noise(unsigned int points) {
-    std::mt19937_64 engine(points);
-    std::vector<double> data(2 * static_cast<std::size_t>(points));
-    for (double& value : data) value = static_cast<double>(static_cast<int>(engine())) / 65536.0;
-    return data;
+    return sonrel_tests::MakeNoise(
+        2 * static_cast<std::size_t>(points), points,
+        [](std::uint32_t bits) { return static_cast<double>(static_cast<int>(bits)) / 65536.0; });
 }
 
 bool SameBits(const std::vector<double>& a, const std::vector<double>& b) {

@@ -11,6 +11,7 @@
 #include "sonrel/mixer/AudioMeter.h"
 #include "tests/reference/ReferenceGainLaw.h"
 #include "tests/support/CpuPaths.h"
+#include "tests/support/Noise.h"
 
 namespace orlo::sonrel::detail {
 namespace {
@@ -43,21 +44,15 @@ std::vector<short> Stereo(std::size_t frames, short left, short right) {
 }
 
 std::vector<short> NoiseSamples(std::size_t frames, unsigned int seed) {
-    std::mt19937 random(seed);
-    std::vector<short> samples(2 * frames);
-    for (short& sample : samples) {
-        sample = static_cast<short>(static_cast<std::int32_t>(random() & 0xffffu) - 32768);
-    }
-    return samples;
+    return sonrel_tests::MakeNoise(2 * frames, seed, [](std::uint32_t bits) {
+        return static_cast<short>(static_cast<std::int32_t>(bits & 0xffffu) - 32768);
+    });
 }
 
 std::vector<float> NoiseBlock(std::size_t frames, unsigned int seed) {
-    std::mt19937 random(seed);
-    std::vector<float> block(2 * frames);
-    for (float& value : block) {
-        value = static_cast<float>(static_cast<std::int32_t>(random())) * 0x1p-31f;
-    }
-    return block;
+    return sonrel_tests::MakeNoise(2 * frames, seed, [](std::uint32_t bits) {
+        return static_cast<float>(static_cast<std::int32_t>(bits)) * 0x1p-31f;
+    });
 }
 
 // What a silent block holds after the samples were added.

@@ -11,6 +11,7 @@
 
 #include "tests/reference/ReferenceConverter.h"
 #include "tests/support/CpuPaths.h"
+#include "tests/support/Noise.h"
 
 namespace orlo::sonrel {
 namespace {
@@ -53,12 +54,9 @@ std::vector<float> SmallSteps() {
 }
 
 std::vector<float> Noise(std::size_t frames, float amplitude, unsigned int seed) {
-    std::mt19937 random(seed);
-    std::vector<float> values(2 * frames);
-    for (float& value : values) {
-        value = amplitude * (static_cast<float>(random() >> 8) * 0x1p-23f - 1.0f);
-    }
-    return values;
+    return sonrel_tests::MakeNoise(2 * frames, seed, [amplitude](std::uint32_t bits) {
+        return amplitude * (static_cast<float>(bits >> 8) * 0x1p-23f - 1.0f);
+    });
 }
 
 TEST_P(SampleConverterTest, PlusFullScaleIs32767AndMinusFullScaleIsMinus32768) {
