@@ -4,16 +4,13 @@
 #include <string>
 
 #include "host/output/OutputFile.h"
+#include "sonrel/base/WavHeader.h"
 
 namespace orlo::host {
 
-/// The format for a number of stereo frames: plain WAV while its sizes fit into 32 bits, then RF64.
-enum class WavFormat { Wav, Rf64 };
-WavFormat WavFormatFor(long long frames);
-
-/// The bytes of a WAV or RF64 file of 16-bit stereo before its samples.
-/// @param frames  nothing for a stream whose end is not known: the sizes say 0xFFFFFFFF
-std::string WavHeader(WavFormat format, int rate, std::optional<long long> frames);
+using zrtl::WavFormat;
+using zrtl::WavFormatFor;
+using zrtl::WavHeader;
 
 /// Writes 16-bit stereo to a WAV file that appears under its name when it is whole.
 class WavWriter {

@@ -21,14 +21,7 @@ ssize_t ReadStream(void* cookie, char* bytes, std::size_t size) {
 /// The standard streams of the C library drop their buffer when a signal interrupts a write. This
 /// function repeats the write.
 ssize_t WriteStream(void* cookie, const char* bytes, std::size_t size) {
-    std::size_t done = 0;
-    while (done < size) {
-        const ssize_t written = files::Uninterrupted(
-            [&] { return ::write(DescriptorOf(cookie), bytes + done, size - done); });
-        if (written <= 0) break;
-        done += static_cast<std::size_t>(written);
-    }
-    return static_cast<ssize_t>(done);
+    return static_cast<ssize_t>(files::WriteFully(DescriptorOf(cookie), bytes, size));
 }
 
 int SeekStream(void* cookie, off64_t* position, int origin) {

@@ -4,17 +4,15 @@
 #include <cstdint>
 #include <string>
 
+#include "sonrel/base/WavHeader.h"
 #include "sonrel/files/Checksum.h"
-
-struct sf_private_tag;
 
 namespace orlo::project {
 
-/// Writes one conformed file: a RIFF/WAVE file of stereo samples of 16 bits.
+/// Writes one conformed file: the header of WavHeader.h and the samples after it, up to the end of
+/// the file.
 ///
-/// The file has a header of 44 bytes (only the chunks "fmt " of 16 bytes and "data"), and the
-/// samples follow up to the end of the file. A file of more than 4 GiB is RF64: a "ds64" chunk
-/// comes first, and the samples are in the "data" chunk.
+/// The header is written last. Until then its bytes are 0, and no reader accepts the file.
 ///
 /// Threads: one at a time.
 class ConformedFileWriter {
@@ -41,7 +39,7 @@ public:
     /// @return false when they could not all be written
     bool Write(const std::int16_t* samples, std::int64_t frames);
 
-    /// Completes the header and writes the file and its entry in the folder to the disk.
+    /// Writes the header, and syncs the file and its entry in the folder.
     /// @return true when the file is complete and would survive a power cut
     bool Finish();
 
@@ -49,14 +47,11 @@ public:
     std::uint64_t Checksum() const { return checksum_.Value(); }
 
 private:
-    bool HeaderIsWhole() const;
-    bool AddHeader();
-
     int descriptor_ = -1;
-    sf_private_tag* sound_ = nullptr;
     std::string path_;
+    int rate_ = 0;
+    zrtl::WavFormat format_ = zrtl::WavFormat::Wav;
     std::int64_t frames_ = 0;
-    bool isLarge_ = false;
     files::Checksum checksum_;  // of the samples, then of the header
 };
 

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <string>
 
 /// Opening, syncing and removing of regular files, in one place.
@@ -80,6 +81,20 @@ inline int OpenNew(const std::string& name) {
 /// @return false when the last bytes could not be written
 inline bool Close(int descriptor) {
     return ::close(descriptor) == 0 || errno == EINTR;
+}
+
+/// Writes all bytes at the position of a descriptor, in as many calls as necessary.
+/// @return the bytes written; fewer than @p size after an error
+inline std::size_t WriteFully(int descriptor, const void* bytes, std::size_t size) {
+    const char* from = static_cast<const char*>(bytes);
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t written =
+            Uninterrupted([&] { return ::write(descriptor, from + done, size - done); });
+        if (written <= 0) break;
+        done += static_cast<std::size_t>(written);
+    }
+    return done;
 }
 
 /// Removes a file. @return whether the name no longer exists
