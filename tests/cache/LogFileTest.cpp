@@ -98,26 +98,25 @@ TEST(LogFile, TheTimeIsLocalTime) {
     }
 }
 
-TEST(LogFile, EveryFieldOfTheTimeHasTwoDigits) {
-    TemporaryFolder folder;
-    LogFile log(folder.Wide("log.txt"));
-    orlo::project::SetLogClock([] { return QDateTime(QDate(2006, 2, 3), QTime(4, 5, 59)); });
+TEST(LogFile, EveryFieldOfTheTimeHasTwoDigitsAndTheHoursAre0To23) {
+    struct Case {
+        QDateTime now;
+        std::string line;
+    };
+    for (const Case& one : {
+             Case{{QDate(2006, 2, 3), QTime(4, 5, 59)}, "[03.02.06] [04.05] message\n"},
+             Case{{QDate(2026, 12, 31), QTime(23, 59)}, "[31.12.26] [23.59] message\n"},
+             Case{{QDate(2026, 12, 31), QTime(0, 0)}, "[31.12.26] [00.00] message\n"},
+         }) {
+        TemporaryFolder folder;
+        LogFile log(folder.Wide("log.txt"));
+        orlo::project::SetLogClock([&] { return one.now; });
 
-    log.Write(L"message");
+        log.Write(L"message");
 
-    EXPECT_EQ(ReadFile(folder / "log.txt"), "[03.02.06] [04.05] message\n");
-    orlo::project::SetLogClock({});
-}
-
-TEST(LogFile, TheHoursAre0To23) {
-    TemporaryFolder folder;
-    LogFile log(folder.Wide("log.txt"));
-    orlo::project::SetLogClock([] { return QDateTime(QDate(2026, 12, 31), QTime(23, 59)); });
-
-    log.Write(L"message");
-
-    EXPECT_EQ(ReadFile(folder / "log.txt"), "[31.12.26] [23.59] message\n");
-    orlo::project::SetLogClock({});
+        EXPECT_EQ(ReadFile(folder / "log.txt"), one.line);
+        orlo::project::SetLogClock({});
+    }
 }
 
 TEST(LogFile, ControlCharactersAreWrittenAsTextSoThatAMessageIsOneLine) {

@@ -21,7 +21,17 @@ using testing::IsEmpty;
 using testing::StartsWith;
 using zrh::media::ZRSampleDataType;
 
-class PeakFileCreate : public sonrel_tests::PeakFileFixture {};
+class PeakFileCreate : public sonrel_tests::PeakFileFixture {
+protected:
+    /// The readers that the mode Auto opens for a stream.
+    int ReadersFor(int rate, long long frames) {
+        media.Reset();
+        media.format.rate = rate;
+        media.format.frames = frames;
+        EXPECT_EQ(Create(Mode::Auto), 0);
+        return media.CallCount("Create");
+    }
+};
 
 // ---- layout
 
@@ -300,36 +310,19 @@ TEST_F(PeakFileCreate, TheLastTaskReadsAllOfAHundredFrames) {
 }
 
 TEST_F(PeakFileCreate, ThirtySecondsAreReadByFourReadersAndOneFrameLessByOneReader) {
-    media.format.rate = 8000;
-    media.format.frames = 240000;
-    ASSERT_EQ(Create(Mode::Auto), 0);
-    EXPECT_EQ(media.CallCount("Create"), 4);
-
-    media.format.frames = 239999;
-    ASSERT_EQ(Create(Mode::Auto), 0);
-    EXPECT_EQ(media.CallCount("Create"), 4 + 1);
+    EXPECT_EQ(ReadersFor(8000, 240000), 4);
+    EXPECT_EQ(ReadersFor(8000, 239999), 1);
 }
 
 // 30 * 143165577 is 2^32 + 14.
 TEST_F(PeakFileCreate, ThirtySecondsOfARateBeyond32BitsWrap) {
-    media.format.rate = 143165577;
-    media.format.frames = 14;
-    ASSERT_EQ(Create(Mode::Auto), 0);
-    EXPECT_EQ(media.CallCount("Create"), 4);
-
-    media.format.frames = 13;
-    ASSERT_EQ(Create(Mode::Auto), 0);
-    EXPECT_EQ(media.CallCount("Create"), 4 + 1);
+    EXPECT_EQ(ReadersFor(143165577, 14), 4);
+    EXPECT_EQ(ReadersFor(143165577, 13), 1);
 }
 
 // 30 * 71582789 is 2^31 + 22, which is negative in 32 bits.
 TEST_F(PeakFileCreate, ThirtySecondsThatWrapBelowZeroAlwaysUseFourReaders) {
-    media.format.rate = 71582789;
-    media.format.frames = 0;
-
-    ASSERT_EQ(Create(Mode::Auto), 0);
-
-    EXPECT_EQ(media.CallCount("Create"), 4);
+    EXPECT_EQ(ReadersFor(71582789, 0), 4);
 }
 
 TEST_F(PeakFileCreate, TheFirstTaskReadsWhileTheOtherReadersAreOpened) {

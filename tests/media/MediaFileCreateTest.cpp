@@ -209,26 +209,19 @@ TEST(MediaFileCreate, NameInUnicodeOpens) {
 TEST(MediaFileCreate, StreamsAreListedBeforeThePreparation) {
     const TemporaryFolder folder;
     WriteFile(folder / "a.wav", SmallWave());
-    ZRAbstractMediaFile* file = nullptr;
-    ASSERT_EQ(zrh::media::ZRMediaFileCreate(folder.Wide("a.wav").c_str(), &file,
-                                            ZRMediaReaderType::Default),
-              0);
+    const zrh::media::MediaFilePtr file = zrh::media::OpenMediaFile(folder.Wide("a.wav"));
 
     ASSERT_EQ(file->Streams().size(), 1u);
     EXPECT_EQ(file->Streams()[0]->StreamType(), 0);
     EXPECT_EQ(file->Streams()[0]->SampleRate(), 48000);
     EXPECT_EQ(file->Streams()[0]->ChannelCount(), 2);
     EXPECT_EQ(file->Streams()[0]->BitsPerSample(), 16);
-    zrh::media::ZRMediaFileRelease(file);
 }
 
 TEST(MediaFileCreate, ReadingBeforeThePreparationFails) {
     const TemporaryFolder folder;
     WriteFile(folder / "a.wav", SmallWave());
-    ZRAbstractMediaFile* file = nullptr;
-    ASSERT_EQ(zrh::media::ZRMediaFileCreate(folder.Wide("a.wav").c_str(), &file,
-                                            ZRMediaReaderType::Default),
-              0);
+    const zrh::media::MediaFilePtr file = zrh::media::OpenMediaFile(folder.Wide("a.wav"));
     char buffer[64];
     int got = -1;
 
@@ -236,7 +229,6 @@ TEST(MediaFileCreate, ReadingBeforeThePreparationFails) {
 
     EXPECT_EQ(code, Code(MediaError::NotPrepared));
     EXPECT_EQ(got, 0);
-    zrh::media::ZRMediaFileRelease(file);
 }
 
 TEST(MediaErrors, EveryCodeHasItsOwnText) {
