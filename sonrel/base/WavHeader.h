@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-/// The header of a WAV file of 16-bit stereo, the bytes before its samples. All writers of the engine
-/// and of the program use it; the files are documented in docs/formats/xwmc.md.
+/// The header of a WAV file of 16-bit stereo, the bytes before its samples. All writers of the
+/// engine and of the program use it; the files are documented in docs/formats/xwmc.md.
 namespace zrtl {
 
 /// RF64 has 64-bit sizes.

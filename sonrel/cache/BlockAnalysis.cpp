@@ -220,8 +220,8 @@ void Reduce(Stored* low, Stored* high, int values, int channels) {
     }
 }
 
-/// The limits of each channel over 32 frames: the minimum is at most 0, the maximum at least 0. A NaN
-/// fails every comparison with 0 and so changes neither.
+/// The limits of each channel over 32 frames: the minimum is at most 0, the maximum at least 0. A
+/// NaN fails every comparison with 0 and so changes neither.
 /// @param low, high  room for as many values; receive the limits in the first @p channels values
 template <class Stored>
 void LimitsOf(const Stored* values, int channels, Stored* low, Stored* high) {
@@ -251,8 +251,8 @@ void LimitsInRegisters(const std::int16_t* values, int channels, std::int16_t* l
 }
 #endif
 
-/// Summarises a whole block with the same bytes as SummariseInOrder: minima and maxima do not depend
-/// on the order, and RMS is summed in order where the order could change its byte.
+/// Summarises a whole block with the same bytes as SummariseInOrder: minima and maxima do not
+/// depend on the order, and RMS is summed in order where the order could change its byte.
 /// @tparam CHANNELS  the channels, or 0 to use the argument
 template <class Form, int CHANNELS>
 void SummariseWhole(const unsigned char* samples, int channelArgument, unsigned char* block) {

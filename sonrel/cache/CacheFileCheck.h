@@ -10,14 +10,15 @@
 
 namespace orlo::sonrel {
 
-/// Checks files in the media cache. Nothing is changed. Only regular files are opened, and no links.
+/// Checks files in the media cache. Nothing is changed. Only regular files are opened, and no
+/// links.
 ///
 /// Threads: any.
 namespace CacheFileCheck {
 
-/// Whether a peak file is whole: its header is valid, the length of the file matches its header, and
-/// its first and last block can be read. A file without blocks, made from a stream without length, is
-/// whole.
+/// Whether a peak file is whole: its header is valid, the length of the file matches its header,
+/// and its first and last block can be read. A file without blocks, made from a stream without
+/// length, is whole.
 /// @param channels  of the stream; a file with another number is not whole. 0 accepts any number
 SONREL_EXPORT bool IsWholePeakFile(const std::wstring& path, int channels = 0);
 

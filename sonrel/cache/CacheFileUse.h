@@ -12,15 +12,15 @@ namespace orlo::sonrel {
 ///
 /// A process marks a cache file before it writes or opens the file. A mark is a shared lock on one
 /// byte of LOCK_FILE in the folder; the kernel releases it when the process ends. The engine marks
-/// every file that it finds or makes, and does not remove a file that another process has marked. The
-/// marks of a process do not protect a file from the process itself.
+/// every file that it finds or makes, and does not remove a file that another process has marked.
+/// The marks of a process do not protect a file from the process itself.
 ///
-/// The byte is derived from the name of the file, and two names may have the same byte. A file counts
-/// as used while another file with its byte is used. If the file system has no locks, or LOCK_FILE
-/// cannot be made, no file counts as used. If LOCK_FILE exists and cannot be opened, every file
-/// counts as used. LOCK_FILE gets the read and write permissions of its folder, so that the users of
-/// a shared folder see each other's marks. A forked process without exec shares the marks of its
-/// parent until it uses a cache folder itself.
+/// The byte is derived from the name of the file, and two names may have the same byte. A file
+/// counts as used while another file with its byte is used. If the file system has no locks, or
+/// LOCK_FILE cannot be made, no file counts as used. If LOCK_FILE exists and cannot be opened,
+/// every file counts as used. LOCK_FILE gets the read and write permissions of its folder, so that
+/// the users of a shared folder see each other's marks. A forked process without exec shares the
+/// marks of its parent until it uses a cache folder itself.
 ///
 /// Threads: any number at the same time.
 class SONREL_EXPORT CacheFolderUse {
@@ -28,8 +28,8 @@ public:
     /// The name of the lock file. It is empty and is never removed.
     static constexpr char LOCK_FILE[] = ".sonrel-in-use";
 
-    /// Keeps the marks in a folder until this process destroys its last object for the folder. Marks
-    /// without an object last until the process ends.
+    /// Keeps the marks in a folder until this process destroys its last object for the folder.
+    /// Marks without an object last until the process ends.
     /// @param cacheFolder  must exist
     explicit CacheFolderUse(const std::wstring& cacheFolder);
     ~CacheFolderUse();

@@ -13,8 +13,8 @@ struct LogFileImpl;
 /// The text log of errors in the media caches: one line for each message, starting with the local
 /// date and time.
 ///
-/// The file is opened and closed for every line and never truncated. A line that cannot be written is
-/// dropped silently.
+/// The file is opened and closed for every line and never truncated. A line that cannot be written
+/// is dropped silently.
 ///
 /// Threads: any. The lines of one object are whole; two objects on one path have no common lock.
 class SONREL_EXPORT LogFile {

@@ -18,12 +18,12 @@ struct PeakFileImpl;
 /// A summary of one audio stream: for every 32 sample frames one RMS byte of all channels together
 /// and, for each channel, a minimum and a maximum byte.
 ///
-/// Create writes a peak file from a media asset. An object of the class reads a peak file, reduced to
-/// any number of points of at least one block each.
+/// Create writes a peak file from a media asset. An object of the class reads a peak file, reduced
+/// to any number of points of at least one block each.
 ///
 /// Minimum and maximum are the sample value (full scale 1.0) times 127, RMS is times 255, both cut
-/// toward zero. A block's minimum is never above 0 and its maximum never below 0. Samples of a float
-/// stream beyond full scale wrap in the byte: 1.5 is stored as 190 and read as -66.
+/// toward zero. A block's minimum is never above 0 and its maximum never below 0. Samples of a
+/// float stream beyond full scale wrap in the byte: 1.5 is stored as 190 and read as -66.
 ///
 /// Threads: one at a time on one object. Objects are independent, also on one file, and Create may
 /// run on any thread.
@@ -73,9 +73,9 @@ public:
 
     /// Writes the peak file of an asset's audio stream, at the stream's own rate and channel count.
     ///
-    /// Reads the whole stream and returns when the file is complete; it cannot be stopped. Media that
-    /// cannot be read in the middle counts as silence there. On failure a partial file remains: it
-    /// never opens as a peak file, and the caller deletes it.
+    /// Reads the whole stream and returns when the file is complete; it cannot be stopped. Media
+    /// that cannot be read in the middle counts as silence there. On failure a partial file
+    /// remains: it never opens as a peak file, and the caller deletes it.
     /// @param path  the file to write; its old content is lost. Only a regular file or a link to
     ///              one is written, and a new file is made where the path leads to nothing
     /// @return 0, or one of the codes above
@@ -87,10 +87,10 @@ public:
     /// except for the name of an open descriptor in /proc/self/fd.
     ///
     /// The file's length is not compared with the block count: reading a short file fails. A file
-    /// that opens but has no valid header leaves the object open with its former numbers. A file that
-    /// is open already stays open until Close.
-    /// @return false when the file does not exist, is not a peak file of version 1, its channel count
-    ///         is not 1 to 16 or it has no blocks
+    /// that opens but has no valid header leaves the object open with its former numbers. A file
+    /// that is open already stays open until Close.
+    /// @return false when the file does not exist, is not a peak file of version 1, its channel
+    ///         count is not 1 to 16 or it has no blocks
     bool Open(const std::wstring& path);
     /// Closes the file; the three numbers keep their values.
     void Close();
@@ -118,11 +118,11 @@ public:
     Result GetChannelPeaks(int firstBlock, int endBlock, double blocksPerPoint,
                            std::vector<signed char>& peaks);
 
-    /// Reads the RMS of a range of blocks, all channels together. Like GetChannelPeaks, except that it
-    /// throws only for an end before the first block by half a step or more. A cut block at the end
-    /// of the file counts if its RMS byte exists.
-    /// @param amplitudes  receives one byte for each point: the root of the mean of the squared RMS of
-    ///                    its blocks, cut toward zero: three blocks of 19 result in 18
+    /// Reads the RMS of a range of blocks, all channels together. Like GetChannelPeaks, except that
+    /// it throws only for an end before the first block by half a step or more. A cut block at the
+    /// end of the file counts if its RMS byte exists.
+    /// @param amplitudes  receives one byte for each point: the root of the mean of the squared RMS
+    ///                    of its blocks, cut toward zero: three blocks of 19 result in 18
     Result GetRMSAmplitude(int firstBlock, int endBlock, double blocksPerPoint,
                            std::vector<unsigned char>& amplitudes);
 

@@ -17,16 +17,16 @@ namespace orlo::sonrel {
 /// Peak files in the media cache: made once from a media file's audio, at its own rate, and found
 /// again in later runs through the media database.
 ///
-/// Threads: any; calls for one media path wait for a lock of the asset's media manager, which is held
-/// until the file is complete. Conformed files have another lock, so that both can be made from one
-/// media file at the same time. A database connection is used by one thread at a time.
+/// Threads: any; calls for one media path wait for a lock of the asset's media manager, which is
+/// held until the file is complete. Conformed files have another lock, so that both can be made
+/// from one media file at the same time. A database connection is used by one thread at a time.
 namespace WaveformPeakFileHelper {
 
 /// Finds or makes the peak file of an asset's stream.
 ///
-/// A file is current if the database has a record for exactly this media path, size, last-write time
-/// and stream index, its name is not empty and the file exists. Finding the file marks its record as
-/// used now; reading the file does not.
+/// A file is current if the database has a record for exactly this media path, size, last-write
+/// time and stream index, its name is not empty and the file exists. Finding the file marks its
+/// record as used now; reading the file does not.
 /// @param cacheFolder       folder of the file; if empty, no file is made
 /// @param log               may be empty
 /// @param database          may be empty: then each call makes a new file and records nothing

@@ -12,8 +12,8 @@ namespace zrh::media {
 ///
 /// The function is called on the converting thread, several times a second, with the converted
 /// source frames and their total. When it returns false, the conversion stops and fails with
-/// MediaError::Cancelled. If a thread has several observers, the last one is called. Destroy them in
-/// reverse order, on the thread that made them.
+/// MediaError::Cancelled. If a thread has several observers, the last one is called. Destroy them
+/// in reverse order, on the thread that made them.
 class SONREL_EXPORT ConversionObserver {
 public:
     using Function = std::function<bool(long long doneFrames, long long totalFrames)>;

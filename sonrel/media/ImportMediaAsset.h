@@ -12,8 +12,8 @@ namespace orlo::project {
 
 /// Makes an asset of a media file.
 ///
-/// The asset has an audio stream with its exact length if the file has sound, and a video stream with
-/// rate and frame count if the file has moving pictures. A cover does not count.
+/// The asset has an audio stream with its exact length if the file has sound, and a video stream
+/// with rate and frame count if the file has moving pictures. A cover does not count.
 /// @param manager           the project's manager, which the asset refers to
 /// @param path              the media file
 /// @param audioStreamIndex  counts the audio streams of the file

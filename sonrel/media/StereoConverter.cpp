@@ -31,7 +31,8 @@ MediaError StereoConverter::Open(const DecodedFormat& from, int rate) {
     if (from.channels <= 2 && from.format == AV_SAMPLE_FMT_S16 && from.rate == rate) {
         return MediaError::None;
     }
-    // If the declared loudspeakers cannot be mixed, the default layout of the channel count is used.
+    // If the declared loudspeakers cannot be mixed, the default layout of the channel count is
+    // used.
     MediaError error = MediaError::TooManyChannels;
     for (const bool useMask : {true, false}) {
         const AVChannelLayout layout = LayoutForMix(from, useMask);

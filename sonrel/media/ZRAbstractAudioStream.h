@@ -24,8 +24,8 @@ public:
     /// Sample frames in the stream; exact once the file is prepared.
     virtual long long SampleCount() const = 0;
 
-    /// Reads in the stream's own format: interleaved, BitsPerSample wide, ChannelCount per frame. The
-    /// bytes of a range do not depend on earlier reads.
+    /// Reads in the stream's own format: interleaved, BitsPerSample wide, ChannelCount per frame.
+    /// The bytes of a range do not depend on earlier reads.
     /// @param start        first sample frame
     /// @param count        sample frames to read
     /// @param buffer       receives the samples

@@ -58,8 +58,8 @@ void PlotPeak(QPainterPath& path, int x, signed char byte, const Lane& lane,
     path.lineTo(x, PeakRow(value, lane.baseline, lane.height, scale));
 }
 
-/// One column of a channel: its minimum, then its maximum. A limit of 0 is omitted, because the line
-/// crosses it anyway; silence is one point.
+/// One column of a channel: its minimum, then its maximum. A limit of 0 is omitted, because the
+/// line crosses it anyway; silence is one point.
 void PlotColumn(QPainterPath& path, int x, signed char minimum, signed char maximum,
                 const Lane& lane, WaveformPreview::Scale scale) {
     if (minimum != 0) PlotPeak(path, x, minimum, lane, scale);

@@ -211,8 +211,8 @@ int WaveformPreview::ImageBytes(int width, int height, Format format) const {
     const Format layout = blocks < width ? Format::ARGB32 : format;
     const int bytes = BytesOf(width, height, layout);
     if (bytes == MORE_THAN_ANY_BUFFER) return bytes;
-    // Null for a size without pixels and for a size that exceeds the memory. Nothing is written into
-    // the image, so that it needs address space only.
+    // Null for a size without pixels and for a size that exceeds the memory. Nothing is written
+    // into the image, so that it needs address space only.
     return QImage(width, height, PixelFormat(layout)).isNull() ? 0 : bytes;
 }
 

@@ -13,8 +13,8 @@ struct WaveformPreviewImpl;
 
 /// Draws a peak file as a picture into a buffer of the host.
 ///
-/// The object contains settings only: no image and no open file. Each CreateImage opens the peak file
-/// again, so that a replaced file is used immediately, and reads all blocks of the range.
+/// The object contains settings only: no image and no open file. Each CreateImage opens the peak
+/// file again, so that a replaced file is used immediately, and reads all blocks of the range.
 ///
 /// Positions are sample frames of the stream at its own rate, ends exclusive.
 ///
@@ -58,8 +58,8 @@ public:
     static constexpr int BUFFER_REFUSED = -4;         ///< null, or the finished image is bigger
     static constexpr int RANGE_REVERSED = -5;         ///< the range ends before it starts
 
-    /// Stores the properties of a stream. The file is not opened. The range is the whole stream, the
-    /// waveform black on a transparent background, the style RMSEnvelope, the scale linear.
+    /// Stores the properties of a stream. The file is not opened. The range is the whole stream,
+    /// the waveform black on a transparent background, the style RMSEnvelope, the scale linear.
     /// @param sampleRate    hertz
     /// @param sampleCount   sample frames
     /// @param channelCount  at most 16; no lower limit, but no file matches a count below 1
@@ -100,18 +100,18 @@ public:
     ///
     /// Call it before CreateImage to distinguish the two meanings of its result 0: an image in the
     /// buffer, or no image and an unchanged buffer.
-    /// @return above 0, bytes; 2147483647 for more than any buffer can have. 0 without an image, when
-    ///         CreateImage with any sufficient buffer returns 0 and leaves it unchanged: a width of
-    ///         0, a height below 1, a range without a block, or an image that exceeds the memory.
-    ///         Below 0 one of the codes above, which CreateImage would return too;
+    /// @return above 0, bytes; 2147483647 for more than any buffer can have. 0 without an image,
+    ///         when CreateImage with any sufficient buffer returns 0 and leaves it unchanged: a
+    ///         width of 0, a height below 1, a range without a block, or an image that exceeds the
+    ///         memory. Below 0 one of the codes above, which CreateImage would return too;
     ///         PEAK_FILE_READ_FAILED for a width below 0
     int ImageBytes(int width, int height, Format format) const;
 
     /// Draws the range and copies the image into a buffer.
     ///
-    /// The drawing has one column for each point read, at most one for each pixel of the width. With
-    /// fewer points than pixels it is stretched to the width by smooth scaling, which changes the
-    /// layout of the image: RGB888 becomes 32-bit words 0xffRRGGBB (the buffer then needs
+    /// The drawing has one column for each point read, at most one for each pixel of the width.
+    /// With fewer points than pixels it is stretched to the width by smooth scaling, which changes
+    /// the layout of the image: RGB888 becomes 32-bit words 0xffRRGGBB (the buffer then needs
     /// 4 * width * height bytes, although the size test requires less), and ARGB32 becomes
     /// premultiplied by alpha.
     ///
@@ -120,10 +120,10 @@ public:
     /// @param height  pixels. Below 1 makes an image without pixels
     /// @param buffer  receives the image
     /// @param bufferBytes  size of the buffer
-    /// @return 0 when the image is in the buffer. Also 0, with an unchanged buffer, without an image:
-    ///         a width of 0, a height below 1, a range without a block (start equal to end on a
-    ///         multiple of 32 inside the stream), or an image that exceeds the memory. ImageBytes
-    ///         returns 0 for all of these.
+    /// @return 0 when the image is in the buffer. Also 0, with an unchanged buffer, without an
+    ///         image: a width of 0, a height below 1, a range without a block (start equal to end
+    ///         on a multiple of 32 inside the stream), or an image that exceeds the memory.
+    ///         ImageBytes returns 0 for all of these.
     ///         Above 0, the bytes of an image of this size and format, when the buffer is smaller
     ///         (2147483647 for more than any buffer can have): nothing was read or written.
     ///         Below 0, one of the codes above. BUFFER_REFUSED for an image that outgrew its buffer

@@ -431,7 +431,8 @@ TEST_F(PeakFileFault, ADiskThatFillsAtAnyByteHasTheCodeOfWritingByteByByte) {
 }
 
 TEST_F(PeakFileFault, ADiskThatFillsWhereTheBufferOfTheStreamEndsHasTheSameCode) {
-    // The first quarter ends with the stream's buffer: written byte by byte, the second quarter fails.
+    // The first quarter ends with the stream's buffer: written byte by byte, the second quarter
+    // fails.
     media.format.channels = 1;
     const std::string other = (folder / "other").string();
     for (const int blocks : {4095, 4096, 4097}) {

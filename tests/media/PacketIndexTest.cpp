@@ -10,8 +10,8 @@ using zrh::media::detail::PacketSpan;
 
 namespace {
 
-/// Packets of 100 frames: the first skips 30 frames, the third has no used frames, and the fifth has
-/// 40.
+/// Packets of 100 frames: the first skips 30 frames, the third has no used frames, and the fifth
+/// has 40.
 PacketIndex SmallIndex() {
     PacketIndex index;
     index.AddSegment({0, 0, 0});

@@ -9,7 +9,8 @@ namespace orlo::sonrel::detail {
 ///
 /// It is the MD5 digest, as 32 lower-case hexadecimal digits, of four unsigned 32-bit numbers in
 /// decimal without separators: the high and the low half of the size in bytes, the high and the low
-/// half of the last-write time in ticks of 100 nanoseconds since 1 January 1601. Links are followed.
+/// half of the last-write time in ticks of 100 nanoseconds since 1 January 1601. Links are
+/// followed.
 /// @return the digest; empty when the file cannot be examined
 std::wstring MediaFingerprint(const std::wstring& mediaPath);
 

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <string_view>
 
-/// The header of a peak file: the magic, the version, the channel count and the block count. Numbers
-/// are little-endian, four bytes each. The blocks follow.
+/// The header of a peak file: the magic, the version, the channel count and the block count.
+/// Numbers are little-endian, four bytes each. The blocks follow.
 namespace orlo::sonrel::detail {
 
 constexpr std::string_view PEAK_MAGIC = "ORLOXWPK";

@@ -31,9 +31,9 @@ public:
     ZRSampleDataType SampleDataType() const override { return view_.dataType; }
     int ChannelCount() const override { return channels_; }
     long long SampleCount() const override { return sampleCount_; }
-    /// @throws ReadCancelled when the observer or the interrupt scope of the file requested to stop;
-    ///         ReadFailed when a file of the observer could not be read; SilenceRefused when a
-    ///         packet that cannot be decoded exceeds the limit of silence
+    /// @throws ReadCancelled when the observer or the interrupt scope of the file requested to
+    ///         stop; ReadFailed when a file of the observer could not be read; SilenceRefused when
+    ///         a packet that cannot be decoded exceeds the limit of silence
     int GetSamples(long long start, int count, void* buffer, int bufferBytes,
                    int* samplesRead) override;
 

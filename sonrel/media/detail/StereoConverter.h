@@ -31,10 +31,10 @@ private:
 
 /// Converts decoded sound to interleaved 16-bit stereo at another rate.
 ///
-/// Sound that has this format already is copied bit for bit. One channel is copied to both sides; two
-/// channels are left and right; more channels are mixed down with the coefficients of ITU-R BS.775,
-/// scaled so that the sum cannot clip, without the low-frequency channel. The rate is changed by soxr
-/// with 20 bits of precision, and the result is rounded to 16 bits without dither.
+/// Sound that has this format already is copied bit for bit. One channel is copied to both sides;
+/// two channels are left and right; more channels are mixed down with the coefficients of ITU-R
+/// BS.775, scaled so that the sum cannot clip, without the low-frequency channel. The rate is
+/// changed by soxr with 20 bits of precision, and the result is rounded to 16 bits without dither.
 ///
 /// Threads: one at a time.
 class StereoConverter {

@@ -84,8 +84,8 @@ bool ChecksumOfPackets(PacketCursor* cursor, const DecodedFormat& format, std::i
     return true;
 }
 
-/// Whether new decoders at the borders of segments return the same frames as a decoder that began at
-/// the start of the stream.
+/// Whether new decoders at the borders of segments return the same frames as a decoder that began
+/// at the start of the stream.
 bool RestartsCleanly(const std::shared_ptr<const InputFile>& file,
                      const std::shared_ptr<StreamIndex>& index) {
     PacketCursor straight(file, index, CursorMode::Straight);

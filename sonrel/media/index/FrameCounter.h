@@ -16,7 +16,8 @@ struct CodecTraits {
     /// The frames of a packet can be counted without decoding it.
     bool countable = false;
     /// A new decoder in the middle of the stream is known to return the same frames as a decoder
-    /// that began at its start (except for noise substitution). For other codecs each file is tested.
+    /// that began at its start (except for noise substitution). For other codecs each file is
+    /// tested.
     bool restartable = false;
 };
 

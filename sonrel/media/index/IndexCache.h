@@ -10,8 +10,8 @@
 namespace zrh::media::detail {
 
 /// Returns the index of a file in its current state: an index that a reader in this process still
-/// holds or built recently, or a new index from @p make. If several threads request the index of one
-/// file, one thread builds it and the others wait.
+/// holds or built recently, or a new index from @p make. If several threads request the index of
+/// one file, one thread builds it and the others wait.
 ///
 /// Threads: any.
 /// @param isInterrupted  ends the wait for another thread; called every 50 ms during the wait

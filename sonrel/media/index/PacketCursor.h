@@ -24,8 +24,8 @@ enum class CursorMode {
 /// Each packet fills exactly its span of frames in the index: missing output becomes silence, and
 /// surplus output is dropped, so that a damaged packet does not shift the packets after it.
 ///
-/// To move to a packet in Segments mode, the cursor opens a decoder, feeds it the preroll packets of
-/// the segment and drops their output, then decodes from the first packet of the segment to the
+/// To move to a packet in Segments mode, the cursor opens a decoder, feeds it the preroll packets
+/// of the segment and drops their output, then decodes from the first packet of the segment to the
 /// wanted packet. Packets of codecs without dependencies are decoded directly. To move forward in a
 /// segment it continues with the decoder it has. Because every segment starts in the same way, the
 /// samples of a stream do not depend on the order of the reads.

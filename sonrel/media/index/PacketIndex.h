@@ -13,8 +13,8 @@ namespace zrh::media::detail {
 
 /// Identifies one packet of a stream.
 struct PacketRecord {
-    /// The position of the packet's bytes in the file if the index is direct; otherwise the position
-    /// that the container reports, -1 for none.
+    /// The position of the packet's bytes in the file if the index is direct; otherwise the
+    /// position that the container reports, -1 for none.
     std::int64_t position = -1;
     std::uint32_t size = 0;
     /// A checksum of the packet's bytes.
@@ -23,8 +23,8 @@ struct PacketRecord {
     bool operator==(const PacketRecord&) const = default;
 };
 
-/// A run of packets that has its own decoder. The decoder starts earlier, at the preroll packet, and
-/// its output before the first packet is dropped.
+/// A run of packets that has its own decoder. The decoder starts earlier, at the preroll packet,
+/// and its output before the first packet is dropped.
 struct Segment {
     std::int64_t firstPacket = 0;
     std::int64_t prerollPacket = 0;
@@ -40,12 +40,12 @@ struct PacketSpan {
     std::uint32_t length = 0;
 };
 
-/// Maps sample frames of a stream to packets. Frames are counted and never derived from the times in
-/// the container: those are rounded, and their gaps are not gaps in the sound.
+/// Maps sample frames of a stream to packets. Frames are counted and never derived from the times
+/// in the container: those are rounded, and their gaps are not gaps in the sound.
 ///
 /// A packet takes at most 16 bytes of memory: 15 for its entry, which contains the number of its
-/// span in a table of all different spans, and its share of the start frame that is stored for every
-/// 64th packet.
+/// span in a table of all different spans, and its share of the start frame that is stored for
+/// every 64th packet.
 class PacketIndex {
 public:
     /// @param startFrame  start of the first packet: the frames of silence before it

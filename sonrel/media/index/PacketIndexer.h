@@ -18,11 +18,11 @@ namespace zrh::media::detail {
 /// frame by counting. Decoding every packet would count them, but takes as long as playing the file
 /// through a decoder. So the indexer counts by the packet headers where the codec allows it, and
 /// verifies them: it decodes the first 24 packets (mode Checking) and compares, then trusts the
-/// headers (mode Trusting), and finally decodes the last 8 packets after a preroll of 16. If a header
-/// of the first packets is wrong, or the codec has no countable headers, it decodes every packet
-/// (mode Decoding). If a header of the last packets is wrong, the pass is wasted: Finish returns
-/// false, and the file is indexed again with decodeAll. The end of a stream is special because its
-/// last packet may be shorter than its header declares.
+/// headers (mode Trusting), and finally decodes the last 8 packets after a preroll of 16. If a
+/// header of the first packets is wrong, or the codec has no countable headers, it decodes every
+/// packet (mode Decoding). If a header of the last packets is wrong, the pass is wasted: Finish
+/// returns false, and the file is indexed again with decodeAll. The end of a stream is special
+/// because its last packet may be shorter than its header declares.
 ///
 /// Of the frames of a packet, some may not belong to the stream: priming at the start, padding at
 /// the end, and packets that an edit list hides. Containers report them as skip and discard counts
@@ -31,9 +31,9 @@ namespace zrh::media::detail {
 /// counts them, so that damage does not shift the packets after it.
 ///
 /// The indexer also finds out how the reader can fetch the packets: if every packet's bytes are
-/// found in the file at the reported position, or within 32 bytes after it, the index is direct, and
-/// the reader needs no demuxer. Every 10 seconds a segment begins at a key packet. A segment can be
-/// decoded without the packets before its preroll.
+/// found in the file at the reported position, or within 32 bytes after it, the index is direct,
+/// and the reader needs no demuxer. Every 10 seconds a segment begins at a key packet. A segment
+/// can be decoded without the packets before its preroll.
 class PacketIndexer {
 public:
     /// @param decodeAll  decode every packet and never trust the headers

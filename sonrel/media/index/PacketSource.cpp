@@ -186,8 +186,8 @@ private:
         return false;
     }
 
-    /// Reads packets until they match one position of the index only, at or before @p index. Packets
-    /// that match none are skipped: the first packets after a seek may be cut.
+    /// Reads packets until they match one position of the index only, at or before @p index.
+    /// Packets that match none are skipped: the first packets after a seek may be cut.
     bool Recognise(std::int64_t index) {
         std::vector<std::int64_t> positions;
         std::vector<PacketPtr> seen;

@@ -7,9 +7,9 @@
 
 namespace zrh::media::detail {
 
-/// A map that removes its dead entries. It searches for them only after it has doubled in size since
-/// the last search, so that an access takes logarithmic time on average. It contains at most twice
-/// the living entries, and a few more.
+/// A map that removes its dead entries. It searches for them only after it has doubled in size
+/// since the last search, so that an access takes logarithmic time on average. It contains at most
+/// twice the living entries, and a few more.
 ///
 /// Threads: one at a time.
 template <typename Key, typename Value>

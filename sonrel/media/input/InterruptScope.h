@@ -20,8 +20,8 @@ class InterruptFlag;
 /// except during a system call. The function must return quickly and must not throw.
 ///
 /// After it returned true the function is not called again, and every operation on those files ends
-/// early: ZRMediaFileCreate, Prepare and Convert return MediaError::Cancelled, and GetSamples throws
-/// ReadCancelled.
+/// early: ZRMediaFileCreate, Prepare and Convert return MediaError::Cancelled, and GetSamples
+/// throws ReadCancelled.
 ///
 /// If a thread has several scopes, the last applies. Destroy them in reverse order, on the thread
 /// that made them. The function is not called after that.

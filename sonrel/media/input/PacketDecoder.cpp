@@ -8,8 +8,8 @@ extern "C" {
 namespace zrh::media::detail {
 namespace {
 
-/// FFmpeg's default decoder, except for MPEG layers 1 and 2: their default decoder adds noise from a
-/// generator that is never reset.
+/// FFmpeg's default decoder, except for MPEG layers 1 and 2: their default decoder adds noise from
+/// a generator that is never reset.
 const AVCodec* FindDecoder(AVCodecID codec) {
     const AVCodec* decoder = nullptr;
     if (codec == AV_CODEC_ID_MP1) decoder = avcodec_find_decoder_by_name("mp1float");

@@ -39,15 +39,15 @@ class ReadMonitor;
 ///
 /// The function is called on the reading threads, one call at a time, with the frames that all
 /// watched files have delivered: at the first samples of each stream and then once for every 65536
-/// of its frames. After the function returned false it is not called again, and at the next of these
-/// times each stream throws ReadCancelled instead of reading.
+/// of its frames. After the function returned false it is not called again, and at the next of
+/// these times each stream throws ReadCancelled instead of reading.
 ///
 /// A watched file that cannot be read never counts as silence: from the first failed read on,
 /// GetSamples of every watched stream throws ReadFailed instead of returning a result, and Failure
 /// returns the reason. A read fails when the system refuses it, when the file has become shorter
 /// since it was opened, and when the samples that the preparation found are not found again. Damage
-/// that the preparation found is not a failure and is read as usual until the silence for it exceeds
-/// its limit; then the stream throws SilenceRefused and the others throw ReadFailed.
+/// that the preparation found is not a failure and is read as usual until the silence for it
+/// exceeds its limit; then the stream throws SilenceRefused and the others throw ReadFailed.
 ///
 /// If a thread has several observers, the last one watches. Destroy them in reverse order, on the
 /// thread that made them. No function is called after that.

@@ -12,8 +12,8 @@ bool IsFloat(AVSampleFormat format) {
     return packed == AV_SAMPLE_FMT_FLT || packed == AV_SAMPLE_FMT_DBL;
 }
 
-/// A converter between two sample formats that keeps the channels. The channels are declared without
-/// loudspeakers, so that nothing is mixed.
+/// A converter between two sample formats that keeps the channels. The channels are declared
+/// without loudspeakers, so that nothing is mixed.
 SwrPtr NewFormatConverter(const DecodedFormat& from, AVSampleFormat to) {
     AVChannelLayout layout = {};
     layout.order = AV_CHANNEL_ORDER_UNSPEC;

@@ -17,9 +17,9 @@ namespace orlo::sonrel::detail {
 ///     logarithmic, v > 0   baseline - L(w * 0.9, h), w = v limited to 0.01 .. 1.0
 ///     logarithmic, else    L(w * -0.9, h) + baseline, w = v limited to -1.0 .. -0.01
 ///
-/// L(0.009) is below 0: values at or below the floor are slightly on the other side of the baseline,
-/// and 0.0, which uses the last line, slightly above it. This is intended and must not be changed:
-/// silence and the floor would move to other rows.
+/// L(0.009) is below 0: values at or below the floor are slightly on the other side of the
+/// baseline, and 0.0, which uses the last line, slightly above it. This is intended and must not be
+/// changed: silence and the floor would move to other rows.
 /// @param value  full scale 1.0
 int PeakRow(double value, int baseline, int laneHeight, WaveformPreview::Scale scale);
 
