@@ -97,18 +97,30 @@ host_project() {
     cmake -S tests/consumer/own-project -B "$1" -G Ninja "${@:2}" >/dev/null && cmake --build "$1"
 }
 
-# Sonrel as a part of the build of a host that gives its library as a CMake target. After
-# installed_view, which made the mix to compare with.
+# Sonrel as a part of the build of a host that gives its library as a CMake target, and the package that
+# this build installs. After installed_view, which made the mix to compare with.
 host_project_by_target() {
-    local build=build/own-project
-    rm -rf "$build/target"
+    local build=build/own-project stage=$PWD/build/stage-target
+    rm -rf "$build/target" "$build/package" "$stage"
     host_project "$build/target" -DOWN_PROJECT_SONREL="$PWD" -DCMAKE_BUILD_TYPE=Release \
         -DCMAKE_CXX_FLAGS_RELEASE=-O2 -DSONREL_WERROR=ON \
         -DCMAKE_CXX_COMPILER_LAUNCHER="$SONREL_COMPILER_LAUNCHER" &&
         "$build/target/mix_with_host" "$build/target/scene" &&
         cmp "$build/ours/scene/mix.pcm" "$build/target/scene/mix.pcm" &&
-        ! cmake -B build/no-target -DSONREL_PROJECT_LIBRARY=nobody >build/no-target.log 2>&1 &&
-        grep -q "no CMake target has this name" build/no-target.log
+        cmake --install "$build/target" --prefix "$stage" >/dev/null &&
+        host_project "$build/package" -DCMAKE_PREFIX_PATH="$stage" &&
+        "$build/package/mix_with_host" "$build/package/scene" &&
+        cmp "$build/ours/scene/mix.pcm" "$build/package/scene/mix.pcm" &&
+        unknown_target_is_refused "$stage"
+}
+
+# In a build of Sonrel, and in the build of a program with a package that was built for a target.
+unknown_target_is_refused() {
+    ! cmake -B build/no-target -DSONREL_PROJECT_LIBRARY=nobody >build/no-target.log 2>&1 &&
+        grep -q "no CMake target has this name" build/no-target.log &&
+        ! cmake -S tests/consumer -B build/no-package-target -G Ninja -DCMAKE_PREFIX_PATH="$1" \
+            >build/no-package-target.log 2>&1 &&
+        grep -q "built for the project library 'host_project'" build/no-package-target.log
 }
 
 own_project_library() {
