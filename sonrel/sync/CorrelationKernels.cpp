@@ -86,7 +86,7 @@ constexpr auto LARGEST_REAL_PART = KernelsOf<LargestRealPartKernel>();
 
 // ---- The peak ----------------------------------------------------------------------------------
 
-constexpr std::size_t STRETCH = 4096;  // doubles that one look for the largest value covers
+constexpr std::size_t STRETCH = 4096;  // doubles in one search for the largest value
 
 double ScaleAt(const Correlation& correlation, std::size_t position) {
     return position < correlation.scaled ? 1.0 : correlation.scale;
@@ -97,7 +97,7 @@ double QuotientAt(const Correlation& correlation, std::size_t position, double d
     return std::fabs(value / divisor);
 }
 
-/// The scan with one division a value: right for every divisor.
+/// The search with one division for each value: correct for every divisor.
 Peak FindPeakOfQuotients(const Correlation& correlation, double divisor) {
     Peak peak;
     for (std::size_t i = 0; i < correlation.count; i += 2) {
@@ -116,7 +116,7 @@ struct Stretch {
 
 std::vector<Stretch> StretchesOf(const Correlation& correlation) {
     const auto largestRealPart = LARGEST_REAL_PART.Active();
-    // The first value behind the scaled ones may be an imaginary part.
+    // The first value after the scaled values may be an imaginary part.
     const std::size_t border = std::min(correlation.count, (correlation.scaled + 1) / 2 * 2);
     std::vector<Stretch> stretches;
     stretches.reserve(correlation.count / STRETCH + 2);

@@ -6,11 +6,11 @@
 
 #include "sonrel/sync/detail/FftTables.h"
 
-// Every butterfly does exactly the operations of the plain form, in its own lane, except that the
-// 2-point level leaves out the multiplication by its factor 1. A form that multiplies there may
-// differ in the sign of a zero and in the partner of an infinity or a NaN. Apart from that the
-// difference is only which butterflies run side by side, and how many levels run while the points
-// are in registers.
+// The design is described in Fft.cpp. Every butterfly runs exactly the operations of the plain
+// form, in its own lane, except that the 2-point level skips the multiplication by its factor 1. A
+// form that multiplies there may differ in the sign of a zero and in the other part of a point with
+// an infinity or a NaN. Otherwise only the order of the butterflies differs, and the number of
+// levels that run while the points are in registers.
 namespace orlo::sonrel::detail {
 namespace {
 

@@ -11,26 +11,26 @@ namespace orlo::sonrel::detail {
 /// @param product  may be A or B
 void MultiplyConjugate(const double* a, const double* b, std::size_t points, double* product);
 
-/// The largest quotient of a correlation and where it stands.
+/// The largest quotient of a correlation and its position.
 struct Peak {
     double correlation = 0.0;  ///< without sign
     std::size_t position = 0;  ///< in doubles
 };
 
-/// A correlation of which some values at the beginning are scaled already, and the others are not.
+/// A correlation whose first values are scaled already, and the others are not.
 struct Correlation {
-    const double* values = nullptr;  ///< real and imaginary parts in turn
+    const double* values = nullptr;  ///< interleaved real and imaginary parts
     std::size_t count = 0;           ///< doubles, even
-    std::size_t scaled = 0;          ///< doubles at the beginning that stand as they are
-    double scale = 1.0;              ///< what the others are to be multiplied with: a power of two
+    std::size_t scaled = 0;          ///< doubles at the beginning that are scaled already
+    double scale = 1.0;              ///< the factor of the other values: a power of two
 };
 
 /// Finds the peak among the real parts divided by @p divisor: the largest absolute value, the first
-/// of equal ones. Quotients that are not a number never win, so that 0.0 at 0 is the answer where
-/// there is no other.
+/// of equal values. Quotients that are not a number are ignored. Without another quotient the
+/// result is 0.0 at 0.
 Peak FindPeak(const Correlation& correlation, double divisor);
 
-/// The lag that a peak stands for: the upper half of the correlation holds the negative ones.
+/// The lag of a peak: the upper half of the correlation has the negative lags.
 /// @param count  doubles of the correlation
 long long LagOf(std::size_t position, std::size_t count);
 

@@ -37,7 +37,7 @@ struct ThreadSplit {
     int second = 0;
 };
 
-/// The odd thread goes to the first half: 3 give 2 and 1.
+/// The odd thread goes to the first half: 3 are divided into 2 and 1.
 constexpr ThreadSplit SplitThreads(int threads) {
     return {threads / 2 + threads % 2, threads / 2};
 }
