@@ -28,8 +28,8 @@ void AudioMeter::StartMeterSession(int blockFrames) {
 void AudioMeter::StopMeterSession() {
     const ZRScopedLock guard(impl_->lock);
     if (!impl_->active) return;
-    // A block of an earlier session is not of this one. The block is left to the thread that feeds
-    // the meter, which begins an empty one in the next session.
+    // A block of an earlier session does not belong to this session. The open block stays with the
+    // thread that feeds the meter, which begins an empty block in the next session.
     const AudioTrackMetrics last = impl_->currentBlock.Metrics();
     if (impl_->fedSession == impl_->session && last.sampleCount > 0) impl_->blocks.push_back(last);
     impl_->active.exchange(false);

@@ -35,19 +35,19 @@ public:
     /// @param blockFrames  sample frames in a block; below 1 nothing happens at all
     void StartMeterSession(int blockFrames);
 
-    /// Ends the session. What was gathered since the last full block becomes one short last block.
+    /// Ends the session. The frames since the last full block become one short last block.
     /// The blocks stay readable. Nothing happens without a session.
     void StopMeterSession();
 
-    /// Drops all blocks and what was gathered, and goes on. Nothing happens without a session.
+    /// Drops all blocks and the open block, and continues. Nothing happens without a session.
     void Restart();
 
-    /// Counts @p frames sample frames into the session. Nothing happens without one.
+    /// Counts @p frames sample frames into the session. Nothing happens without a session.
     /// @param samples  2 * frames values, left first, full scale 1.0; null means silence, for which
     ///                 time passes all the same. A NaN leaves peak and clipping as they were
     void ProcessSamples(const float* samples, int frames);
 
-    /// Finished blocks; the one being filled does not count.
+    /// Finished blocks. The block being filled does not count.
     unsigned long long MeterBlockCount() const;
 
     /// A finished block.

@@ -26,10 +26,11 @@ namespace orlo::sonrel {
 class Sonrel;
 struct AudioMixerImpl;
 
-/// The one road from a project to samples. The engine object makes one mixer and hands it out.
+/// Converts a project to samples. The engine object creates one mixer and returns it to the host.
 ///
 /// A sample is a stereo frame: two signed 16-bit values, left first, four bytes. Positions and
-/// counts are in samples at the sample rate in force, counted from the beginning of what is read.
+/// counts are in samples at the sample rate in force, counted from the beginning of the sequence,
+/// composition, asset or timeline that is read.
 ///
 /// Threads: one GetSamples call at a time on one mixer. All meter operations, MarkFailedReads and
 /// FailedReadsSince may run on any thread at any moment, next to a mix and next to each other.
@@ -41,7 +42,7 @@ struct AudioMixerImpl;
 /// the caller, and the mixer is usable afterwards.
 class SONREL_EXPORT AudioMixer {
 public:
-    /// A dither seed that asks for one from the clock.
+    /// A dither seed that takes the seed from the clock.
     static const unsigned int DITHER_SEED_RANDOM;
 
     ~AudioMixer();
@@ -52,7 +53,7 @@ public:
     /// @param start         first sample
     /// @param count         samples, at most 60 seconds
     /// @param buffer        receives count * 4 bytes; untouched when the result is negative
-    /// @param bufferSize    ignored: the caller answers for the room
+    /// @param bufferSize    ignored: the caller is responsible for the room
     /// @param rateOverride  lowest bit set: mix at @p sampleRate instead of the settings' rate.
     ///                      Media conformed at another rate is not converted
     /// @param sampleRate    hertz, at most 96000; ignored without the override
@@ -106,12 +107,12 @@ public:
                    int sampleRate, std::vector<unsigned char>& samples,
                    zrtl::ZRID stopAtEffect) const;
 
-    /// Starts the noise stream afresh with the stored type and seed. Meters, pools and open files
+    /// Restarts the noise stream with the stored type and seed. Meters, pools and open files
     /// stay as they are. Not while GetSamples runs on another thread: nothing guards the noise.
     void ResetMixSession();
     /// The stored dither type. Not while another thread calls SetDither.
     DitherType Dither() const;
-    /// Stores type and seed and starts the noise stream afresh. The default is
+    /// Stores type and seed and restarts the noise stream. The default is
     /// HighPassTriangular with DITHER_SEED_RANDOM. Not while GetSamples runs on another thread.
     void SetDither(DitherType type, unsigned int seed);
 
@@ -167,7 +168,7 @@ public:
     /// Finished blocks of the master meter. Any thread, at any moment.
     unsigned long long MeterBlockCount() const;
     /// A copy of one finished block of every meter, all of one session. Any thread, at any moment.
-    /// @param index  any; a meter that does not have this block gives an empty record, as the track
+    /// @param index  any; the record of a meter without this block is empty, as for the track
     ///               meters do after a composition mix
     /// @return one record for each track meter and one for the master
     AudioMetrics MetricsForBlock(unsigned long long index) const;

@@ -10,14 +10,14 @@
 namespace orlo::sonrel::detail {
 namespace {
 
-/// A file at one of the first places is returned where it stands.
+/// A file at one of the first places keeps its place.
 constexpr std::ptrdiff_t SETTLED_PLACES = 3;
 
 /// Compares paths without regard to case in the global C++ locale.
 class PathComparison {
 public:
-    /// The locale of the process may change between calls; asking it for its letters each time
-    /// would be dearer than all comparisons of a call.
+    /// The locale of the process may change between calls; asking it for its characters each
+    /// time would cost more than all comparisons of a call.
     static const PathComparison& Current() {
         thread_local PathComparison comparison;
         if (comparison.locale_ != std::locale()) comparison = PathComparison();
@@ -25,7 +25,7 @@ public:
     }
 
     /// From the end, since the files of one cache folder differ in their names. Only characters
-    /// that differ are folded: folding is much dearer than comparing.
+    /// that differ are folded: folding costs much more than comparing.
     bool Equal(const std::wstring& a, const std::wstring& b) const {
         if (a.size() != b.size()) return false;
         return std::equal(a.rbegin(), a.rend(), b.rbegin(), [this](wchar_t x, wchar_t y) {

@@ -16,14 +16,14 @@ constexpr int AUDIO_PLUGIN = 1;
 constexpr int CHANNELS = 2;
 constexpr int BITS_PER_SAMPLE = 16;
 
-/// The times that a plugin is told of a range, in milliseconds.
+/// The times of a range that a plugin receives, in milliseconds.
 struct PluginTimes {
     int timelineMs;
     int startMs;
     int endMs;
 };
 
-/// Cut toward zero in this very order: an object at 1001 ms tells its first block 1000.
+/// Cut toward zero in exactly this order: the first block of an object at 1001 ms is at 1000.
 PluginTimes TimesOf(const SampleRange& range, const ChainContext& context) {
     const double t = static_cast<double>(range.first) / context.rate;
     const double end = static_cast<double>(range.endExclusive) / context.rate;
@@ -63,7 +63,7 @@ long long PlanEffectRanges(const ChainContext& context, const EffectList& effect
                            std::vector<SampleRange>& ranges) {
     long long longest = LengthOf(context.request);
     effects.ForEachReverse([&](const std::shared_ptr<project::EffectInstance>& effect) {
-        // What was planned for the effects behind the stop effect is forgotten.
+        // The plan of the effects after the stop effect is dropped.
         if (IsStop(*effect, context.stopAtEffect)) {
             ranges.clear();
             ranges.push_back(context.request);
@@ -92,8 +92,8 @@ void RunEffects(const ChainContext& context, const EffectList& effects, KindTest
         if (!effect->Enabled()) return;
         const auto plugin = effect->Plugin();
         if (kindTest == KindTest::Apply && plugin->PluginKind() != AUDIO_PLUGIN) return;
-        // An effect that was switched on between the two walks has planned nothing: it is passed
-        // over when only the caller's own range is left.
+        // An effect that was switched on between the two walks has planned nothing: it is skipped
+        // when only the range of the caller is left.
         if (ranges.size() < 2) return;
 
         const SampleRange input = ranges.back();

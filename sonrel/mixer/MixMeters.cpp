@@ -12,7 +12,8 @@ std::shared_ptr<AudioMeter> StartedMeter(int blockFrames) {
     return meter;
 }
 
-/// A new meter for one that runs. An idle meter stays, with the blocks of its last session.
+/// A new meter in place of a running meter. An idle meter stays, with the blocks of its last
+/// session.
 std::shared_ptr<AudioMeter> Restarted(const std::shared_ptr<AudioMeter>& meter) {
     const int blockFrames = AudioMeterAccess::RunningBlockFrames(*meter);
     return blockFrames < 1 ? meter : StartedMeter(blockFrames);

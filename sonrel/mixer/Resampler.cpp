@@ -10,16 +10,37 @@
 #include "sonrel/mixer/detail/ResamplerKernels.h"
 #include "sonrel/mixer/detail/ResamplerTables.h"
 
+// The output is defined by a formula: 49 taps per frame, each with a cosine, a sine and a division,
+// and a sum in a fixed order (ResamplerFormula.h). This file returns the same samples 20 to 90
+// times as fast. The idea: a sample is the sum cut to a whole number, so an approximate sum gives
+// the same sample unless it is very near a whole number.
+//
+// - Positions. The position of a frame is computed exactly as the formula does. A batch is a number
+//   of frames whose positions are regular: no tap index is negative, and position + tap keeps the
+//   whole part of the position. A frame without a regular position is computed by the formula.
+// - Weights. The weight of a tap depends only on the fraction of the position. A rate has two
+//   tables: rows with the formula's own weights for 64 fractions, for speeds that are multiples of
+//   1/64, and polynomials of degree 4 on 64 intervals for all other speeds (ResamplerTables.h).
+// - Sums. The kernels add the products in any order, fused or not, as wide as the processor allows
+//   (ResamplerKernels.cpp). ROW_MARGIN and POLYNOMIAL_MARGIN bound the distance to the formula's
+//   sum.
+// - Decision. A sum within its margin of a whole number other than 0 is undecided, and the formula
+//   computes this frame. About one frame in 12,000 is undecided with the polynomials.
+//
+// The number 0 is no border, because sums are cut toward zero from both sides: silence costs
+// nothing more than sound. resampler_proof compares the result with the formula on millions of
+// frames.
 namespace orlo::sonrel::detail {
 
 struct ResamplerImpl {
     std::mutex lock;                                             // guards tables
-    std::vector<std::shared_ptr<const ResamplerTables>> tables;  // last made last
+    std::vector<std::shared_ptr<const ResamplerTables>> tables;  // newest last
 };
 
 namespace {
 
-// A project has one rate, its compositions may add some. More than that are made again when needed.
+// A project has one rate, and its compositions may add others. Tables of further rates are made
+// again when needed.
 constexpr std::size_t KEPT_TABLES = 4;
 
 // Positions from here on are regular: no tap index is negative, so that none is cut upward to 0,
@@ -38,7 +59,7 @@ std::shared_ptr<const ResamplerTables> TablesOfRate(ResamplerImpl& impl, int rat
     return impl.tables.back();
 }
 
-// Everything about one call that its stages share.
+// The arguments of one call, and the tables and kernels for it.
 struct Request {
     const ResamplerTables& tables;
     const ResamplerKernels& kernels;
@@ -61,7 +82,7 @@ bool IsRegular(double position) {
 }
 
 // Frames from @p first on, at most @p limit, that form one batch: all regular and within one span.
-// 0 if the first of them isn't regular. Positions rise or fall steadily, so the two ends tell.
+// 0 if the first of them is not regular. Positions rise or fall steadily, so the two ends decide.
 int BatchLength(const Request& request, int first, int limit) {
     const double start = request.PositionOf(first);
     if (!IsRegular(start)) return 0;

@@ -21,8 +21,7 @@ namespace {
 
 using detail::NoiseForm;
 
-// Frames that are converted in one go: a state of the generator, so that draws come in whole
-// vectors.
+// Frames that are converted together: one state of the generator, so that draws are whole vectors.
 constexpr int CHUNK_FRAMES = 624;
 
 std::uint32_t SeedFromClock() {
@@ -30,7 +29,7 @@ std::uint32_t SeedFromClock() {
     return static_cast<std::uint32_t>(ticks);
 }
 
-// Two draws a frame, and their sum.
+// Two draws per frame, and their sum.
 void ConvertTriangular(SampleConverterImpl& impl, const float* input, short* output, int frames) {
     alignas(32) float draws[2 * CHUNK_FRAMES];
     impl.generator.Draw(draws, 2 * frames);
@@ -39,7 +38,7 @@ void ConvertTriangular(SampleConverterImpl& impl, const float* input, short* out
     detail::QuantiseFrames(input, {NoiseForm::Added, noise}, output, frames);
 }
 
-// One draw a frame, less the one before.
+// One draw per frame, minus the draw before.
 void ConvertHighPass(SampleConverterImpl& impl, const float* input, short* output, int frames) {
     alignas(32) float noise[CHUNK_FRAMES];
     impl.generator.Draw(noise, frames);
@@ -60,7 +59,7 @@ void ConvertChunk(SampleConverterImpl& impl, const float* input, short* output, 
             ConvertHighPass(impl, input, output, frames);
             return;
     }
-    std::fill(output, output + 2 * frames, short{0});  // a type that is none of the three
+    std::fill(output, output + 2 * frames, short{0});  // a type other than the three
 }
 
 }  // namespace

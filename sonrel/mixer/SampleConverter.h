@@ -10,11 +10,11 @@ namespace orlo::sonrel {
 struct SampleConverterImpl;
 
 /// The noise that is added before samples are cut to 16 bits. Both channels of a sample frame get
-/// the same noise. Any other value gives digital zero and draws nothing.
+/// the same noise. Any other value results in digital zero and draws nothing.
 enum class DitherType : int {
     None = 0,                ///< none
     Triangular = 1,          ///< the sum of two fresh uniform values: two draws a sample frame
-    HighPassTriangular = 2,  ///< a fresh uniform value less the one before: one draw
+    HighPassTriangular = 2,  ///< a fresh uniform value minus the value before: one draw
 };
 
 /// Turns interleaved stereo floats (full scale 1.0) into interleaved signed 16-bit samples.
@@ -42,7 +42,7 @@ public:
     ///
     /// A value is clipped when its rounded form leaves the 16-bit range and otherwise cut toward
     /// zero, so that dithered silence is digital zero. A NaN and any value of magnitude 65536.0 or
-    /// more, in either direction, give -32768.
+    /// more, in either direction, result in -32768.
     /// @param input       2 * frameCount floats, left first
     /// @param output      room for 2 * frameCount samples, left first
     /// @param frameCount  stereo frames; below 1 writes nothing and draws no noise

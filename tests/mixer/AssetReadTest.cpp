@@ -33,7 +33,7 @@ protected:
     MixRig rig_;
 };
 
-TEST_F(AssetRead, GivesTheFramesOfTheFile) {
+TEST_F(AssetRead, ReturnsTheFramesOfTheFile) {
     const auto asset = builder_.AddMedia(Counting(1000));
     GuardedBuffer buffer(400);
 
@@ -44,7 +44,7 @@ TEST_F(AssetRead, GivesTheFramesOfTheFile) {
     EXPECT_TRUE(buffer.GuardsIntact());
 }
 
-TEST_F(AssetRead, ThatReachesTheEndGivesWhatIsLeft) {
+TEST_F(AssetRead, ThatReachesTheEndReturnsTheRemainingFrames) {
     const auto asset = builder_.AddMedia(Counting(1000));
     GuardedBuffer buffer(400);
 
@@ -54,7 +54,7 @@ TEST_F(AssetRead, ThatReachesTheEndGivesWhatIsLeft) {
     EXPECT_TRUE(buffer.UntouchedFrom(160));
 }
 
-TEST_F(AssetRead, AtTheEndOrBehindGivesNothing) {
+TEST_F(AssetRead, AtTheEndOrAfterItReturnsNothing) {
     const auto asset = builder_.AddMedia(Counting(1000));
     GuardedBuffer buffer(400);
 
@@ -74,7 +74,7 @@ TEST_F(AssetRead, OfANegativeStartOrCountIsRefused) {
     EXPECT_TRUE(buffer.Untouched());
 }
 
-TEST_F(AssetRead, OfNoFrameGivesNothing) {
+TEST_F(AssetRead, OfNoFrameReturnsNothing) {
     const auto asset = builder_.AddMedia(Counting(1000));
     GuardedBuffer buffer(400);
 
@@ -82,7 +82,7 @@ TEST_F(AssetRead, OfNoFrameGivesNothing) {
     EXPECT_TRUE(buffer.Untouched());
 }
 
-TEST_F(AssetRead, OfAnAssetWithoutAnAudioStreamGivesNothingAtAnyPlace) {
+TEST_F(AssetRead, OfAnAssetWithoutAnAudioStreamReturnsNothingAtAnyPlace) {
     const auto asset = builder_.AddSilentMedia();
     GuardedBuffer buffer(400);
 
@@ -122,7 +122,7 @@ TEST_F(AssetRead, InsideTheStreamIsCutToTheBuffer) {
     EXPECT_TRUE(buffer.UntouchedFrom(40));
 }
 
-TEST_F(AssetRead, IntoNoRoomGivesNothing) {
+TEST_F(AssetRead, IntoNoRoomReturnsNothing) {
     const auto asset = builder_.AddMedia(Counting(1000));
     GuardedBuffer buffer(400);
 
@@ -142,7 +142,7 @@ TEST_F(AssetRead, ThatReachesTheEndWithTooLittleRoomIsRefusedByTheFile) {
     EXPECT_EQ(Read(asset, 960, 100, buffer, 160), 40);
 }
 
-TEST_F(AssetRead, OfAFileThatWasCutSinceItWasOpenedGivesNothing) {
+TEST_F(AssetRead, OfAFileThatWasTruncatedSinceItWasOpenedReturnsNothing) {
     const auto asset = builder_.AddMedia(Counting(1000));
     GuardedBuffer buffer(400);
     ASSERT_EQ(Read(asset, 0, 1, buffer), 1);
@@ -163,7 +163,7 @@ TEST_F(AssetRead, ByTheAnyAssetFormReadsMediaAtTheirOwnSpeed) {
     EXPECT_TRUE(buffer.UntouchedFrom(160));
 }
 
-// A stream whose file of 500 frames lies at 100 to 600 of a range that ends at 1000.
+// A stream whose file of 500 frames is at 100 to 600 of a range that ends at 1000.
 class MergedRead : public AssetRead {
 protected:
     MergedRead() {
@@ -192,7 +192,7 @@ protected:
     project::ConformedAudioFile file_;
 };
 
-TEST_F(MergedRead, BeginsWithSilenceInFrontOfTheFile) {
+TEST_F(MergedRead, BeginsWithSilenceBeforeTheFile) {
     const StreamRead result = ReadStream(50, 100);
 
     EXPECT_EQ(result.code, 0);
@@ -204,7 +204,7 @@ TEST_F(MergedRead, BeginsWithSilenceInFrontOfTheFile) {
     EXPECT_TRUE(result.buffer.GuardsIntact());
 }
 
-TEST_F(MergedRead, EndsWithSilenceBehindTheFile) {
+TEST_F(MergedRead, EndsWithSilenceAfterTheFile) {
     const StreamRead result = ReadStream(550, 100);
 
     EXPECT_EQ(result.code, 0);
@@ -214,7 +214,7 @@ TEST_F(MergedRead, EndsWithSilenceBehindTheFile) {
     EXPECT_EQ(result.buffer.Frame(99), Frame(0, 0));
 }
 
-TEST_F(MergedRead, IsAllSilenceBeforeAndBehindTheFile) {
+TEST_F(MergedRead, IsAllSilenceBeforeAndAfterTheFile) {
     for (const long long start : {0, 600, 900}) {
         const StreamRead result = ReadStream(start, 100);
         EXPECT_EQ(result.code, 0);
@@ -267,7 +267,7 @@ TEST_F(MergedRead, PassesOnTheCodeOfTheFile) {
     EXPECT_EQ(ReadStream(300, 100).code, 2);
 }
 
-TEST_F(MergedRead, GivesTheWholeRequestOrNothingOutside) {
+TEST_F(MergedRead, ReturnsTheWholeRequestOrNothingOutside) {
     GuardedBuffer buffer(400);
 
     EXPECT_EQ(Read(asset_, 50, 100, buffer), 100);
@@ -278,7 +278,7 @@ TEST_F(MergedRead, GivesTheWholeRequestOrNothingOutside) {
     EXPECT_EQ(Read(asset_, 950, 100, buffer), 0);
 }
 
-TEST_F(MergedRead, AtTheLengthOfTheStreamGivesNothing) {
+TEST_F(MergedRead, AtTheLengthOfTheStreamReturnsNothing) {
     GuardedBuffer buffer(400);
 
     EXPECT_EQ(Read(asset_, 1000, 100, buffer), 0);
@@ -305,7 +305,7 @@ protected:
         builder_.AddComposition({25.0, 48000, 2});
 };
 
-TEST_F(CompositionRead, GivesItsMix) {
+TEST_F(CompositionRead, ReturnsItsMix) {
     GuardedBuffer buffer(400);
 
     EXPECT_EQ(ReadAny(composition_, 1000, 100, buffer), 100);
@@ -324,14 +324,14 @@ TEST_F(CompositionRead, PastItsEndIsCutAndTheRestOfTheBufferIsSilent) {
     EXPECT_TRUE(buffer.GuardsIntact());
 }
 
-TEST_F(CompositionRead, UpToItsEndLeavesTheRestOfTheBufferAlone) {
+TEST_F(CompositionRead, UpToItsEndKeepsTheRestOfTheBuffer) {
     GuardedBuffer buffer(800);
 
     EXPECT_EQ(ReadAny(composition_, 3740, 100, buffer), 100);
     EXPECT_TRUE(buffer.UntouchedFrom(400));
 }
 
-TEST_F(CompositionRead, OutsideItsLengthGivesNothing) {
+TEST_F(CompositionRead, OutsideItsLengthReturnsNothing) {
     GuardedBuffer buffer(400);
 
     EXPECT_EQ(ReadAny(composition_, -1, 100, buffer), 0);
@@ -358,7 +358,7 @@ TEST_F(CompositionRead, OfMoreThanSixtySecondsIsTooLong) {
     EXPECT_EQ(ReadAny(longOne, 0, 480000, buffer), 480000);
 }
 
-TEST_F(CompositionRead, IsAtItsOwnRateWhateverTheCallerNames) {
+TEST_F(CompositionRead, IsAtItsOwnRateForEveryRateOfTheCaller) {
     const auto slow = builder_.AddComposition({25.0, 8000, 2});
     builder_.AddLayer(slow, builder_.AddMedia(Counting(5000)), 0, 10);
     GuardedBuffer buffer(400);

@@ -101,7 +101,7 @@ TEST_F(CompositionMix, PassesOverALayerThatOnlyDraws) {
     EXPECT_EQ(Request(0, 10)[0], Frame(20, -20));
 }
 
-/// A layer that only draws and shows an asset with sound.
+/// A layer that only draws, with an asset that has sound.
 class DrawnSound : public project::AssetLayer {
 public:
     using AssetLayer::AssetLayer;
@@ -143,7 +143,7 @@ TEST_F(CompositionMix, AppliesTheLevelOfALayerOnItsOwnClock) {
     layer->Animation().SetKeyframe("audioLevel", 0, 0.0f);
     layer->Animation().SetKeyframe("audioLevel", 100, -40.0f);
 
-    // 50 ms behind the layer's start at one second: -20 dB, 10000 * 0.1.
+    // 50 ms after the layer's start at one second: -20 dB, 10000 * 0.1.
     EXPECT_EQ(Request(48000 + 2400, 1)[0], Frame(1000, -1000));
 }
 
@@ -207,7 +207,7 @@ TEST_F(CompositionMix, RendersALayerWithTheFrameRateOfItsParent) {
     EXPECT_EQ(rig_.Render(builder_, layer, 48000, 24000, 10)[0].first, 9600);
 }
 
-TEST_F(CompositionMix, RendersALayerAtTheRateThatIsNamed) {
+TEST_F(CompositionMix, RendersALayerAtTheRequestedRate) {
     const auto layer =
         builder_.AddLayer(composition_, builder_.AddMedia(Counting(30000)), 25, 100, 10);
 
@@ -231,7 +231,7 @@ TEST_F(CompositionMix, RendersNothingOfALayerThatHasNoAudioOrShowsNoAsset) {
     EXPECT_EQ(rig_.Render(builder_, picture, 48000, 0, 10).result, -1);
 }
 
-TEST_F(CompositionMix, RendersALayerWhateverItsMuteAndVisibility) {
+TEST_F(CompositionMix, RendersALayerRegardlessOfMuteAndVisibility) {
     const auto layer = AddTone(1000, 100, 200);
     layer->SetMuted(true);
     layer->SetVisible(false);
@@ -315,14 +315,14 @@ TEST_F(NestedMix, ResetsTheFloatBlocksForEachRequestOfATimelineOrAnyAsset) {
 }
 
 TEST_F(NestedMix, PassesSamplesOneForOneBetweenRates) {
-    // The inner second of 44100 samples is over after 44100 samples of 48000 to a second.
+    // The inner second of 44100 samples ends after 44100 samples of 48000 per second.
     Nest(AddCountingInner({25.0, 44100, 25}));
 
     const Mix mix = Request(0, 48000);
 
     EXPECT_EQ(mix[1920].first, 1920);
     EXPECT_EQ(mix[29999].first, 29999);
-    EXPECT_EQ(mix[30000].first, 0);  // the medium of 30000 samples is over
+    EXPECT_EQ(mix[30000].first, 0);  // the media file of 30000 samples has ended
     EXPECT_EQ(mix[44100].first, 0);
 }
 

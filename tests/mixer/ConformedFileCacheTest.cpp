@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Which conformed files the mixer holds open, and in which order it lets go of them.
+// The conformed files that the mixer keeps open, and the order in which it closes them.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -101,7 +101,7 @@ TEST_F(ConformedFileCache, HoldsTenFilesAndLetsTheOldestGoForTheEleventh) {
     DeleteFileOf(media[0]);
     DeleteFileOf(media[1]);
     EXPECT_EQ(FirstValue(media[1]), 2);  // still open
-    EXPECT_EQ(FirstValue(media[0]), 0);  // let go, and gone
+    EXPECT_EQ(FirstValue(media[0]), 0);  // closed, and deleted
 }
 
 TEST_F(ConformedFileCache, OpensAFileAgainThatItLetGo) {
@@ -114,12 +114,12 @@ TEST_F(ConformedFileCache, OpensAFileAgainThatItLetGo) {
     EXPECT_EQ(FirstValue(media[1]), 0);  // it had to go for the first
 }
 
-TEST_F(ConformedFileCache, LeavesAFileAmongTheFirstThreeWhereItStands) {
+TEST_F(ConformedFileCache, KeepsThePlaceOfAFileAmongTheFirstThree) {
     const auto media = AddAndRead(10, 1);
     // Front to back: 10, 9, 8, 7, ... The third stays the third when it is read.
     EXPECT_EQ(FirstValue(media[7]), 8);
 
-    AddAndRead(8, 101);  // behind these only 10 and 9 are left
+    AddAndRead(8, 101);  // after these only 10 and 9 are left
 
     DeleteFileOf(media[7]);
     DeleteFileOf(media[8]);
@@ -132,7 +132,7 @@ TEST_F(ConformedFileCache, MovesAFileFromTheFourthPlaceOnToTheFront) {
     // Front to back: 10, 9, 8, 7, ... The fourth moves to the front when it is read.
     EXPECT_EQ(FirstValue(media[6]), 7);
 
-    AddAndRead(8, 101);  // behind these only 7 and 10 are left
+    AddAndRead(8, 101);  // after these only 7 and 10 are left
 
     DeleteFileOf(media[6]);
     DeleteFileOf(media[8]);
@@ -158,7 +158,7 @@ TEST_F(ConformedFileCache, FindsAFileByItsPathWithoutRegardToCase) {
     EXPECT_EQ(OpenFiles(builder_.Folder()).size(), 1u);
 }
 
-TEST_F(ConformedFileCache, TellsPathsApartThatOnlyBeginAlike) {
+TEST_F(ConformedFileCache, DistinguishesPathsWithTheSameBeginning) {
     const std::string bytes5 =
         ReadFile(zrtl::ToUtf8(AddMarked(5)->AudioStream()->ConformedFilePath()));
     const std::string bytes6 =

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Chains of effects: what each is asked and told, in which order, and what the source must give.
+// Chains of effects: the calls of each effect and their order, and the range read of the source.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -13,7 +13,7 @@ namespace {
 
 using Frame = std::pair<short, short>;
 
-/// An effect that needs @p frames more in front of what it delivers, and delivers the end of it.
+/// An effect that needs @p frames more before its output, and returns the end of its input.
 std::shared_ptr<SpyEffect> LookBack(int frames) {
     auto effect = std::make_shared<SpyEffect>();
     effect->onRanges = [frames](const RangesCall& call, auto& ranges) {
@@ -53,7 +53,7 @@ TEST_F(EffectChain, OfNoEffectsIsTheSource) {
     EXPECT_EQ(rendered[0].first, IN_POINT + 100);
 }
 
-TEST_F(EffectChain, AsksForRangesWithEverythingThatIsKnownOfThem) {
+TEST_F(EffectChain, PassesAllArgumentsToRequiredRanges) {
     const auto spy = std::make_shared<SpyEffect>();
     const auto use = Add(spy);
 
@@ -75,7 +75,7 @@ TEST_F(EffectChain, AsksForRangesWithEverythingThatIsKnownOfThem) {
     EXPECT_EQ(spy->rangesCalls[0], expected);
 }
 
-TEST_F(EffectChain, TellsAnEffectEverythingThatIsKnownOfItsSamples) {
+TEST_F(EffectChain, PassesAllArgumentsToProcessAudio) {
     const auto spy = std::make_shared<SpyEffect>();
     const auto use = Add(spy);
 
@@ -155,7 +155,7 @@ TEST_F(EffectChain, ReadsAsFarBackAsAnEffectAsks) {
     EXPECT_EQ(rendered[999].first, IN_POINT + 999);
 }
 
-TEST_F(EffectChain, GivesAnEffectItsInputFromItsFirstSample) {
+TEST_F(EffectChain, PassesAnEffectItsInputFromItsFirstSample) {
     const auto effect = LookBack(4800);
     short firstInput = 0;
     effect->onProcess = [&](const ProcessCall&, short* samples) { firstInput = samples[0]; };
@@ -195,7 +195,7 @@ TEST_F(EffectChain, PlansFromTheLastEffectToTheFirst) {
     EXPECT_EQ(rendered[0].first, IN_POINT);
 }
 
-TEST_F(EffectChain, TellsEachEffectTheTimesOfTheRangeThatItDelivers) {
+TEST_F(EffectChain, PassesEachEffectTheTimesOfTheRangeThatItDelivers) {
     const auto first = std::make_shared<SpyEffect>();
     Add(first);
     Add(LookBack(480));
@@ -321,7 +321,7 @@ TEST_F(EffectChain, RunsNoEffectWhenTheSourceHasNothing) {
     EXPECT_TRUE(effect->processCalls.empty());
 }
 
-TEST_F(EffectChain, IgnoresWhatEffectsReturn) {
+TEST_F(EffectChain, IgnoresTheResultsOfEffects) {
     const auto effect = std::make_shared<SpyEffect>();
     effect->result = -1;
     Add(effect);
@@ -364,7 +364,7 @@ TEST_F(StoppedChain, RunsTheEffectsBeforeTheStopOnly) {
     EXPECT_TRUE(third_->processCalls.empty());
 }
 
-TEST_F(StoppedChain, ForgetsWhatWasPlannedBehindTheStop) {
+TEST_F(StoppedChain, DropsThePlanAfterTheStop) {
     const Rendered rendered = Render(FIRST, 50, secondUse_->ID());
 
     EXPECT_EQ(third_->rangesCalls.size(), 1u);
@@ -428,7 +428,7 @@ protected:
         builder_.AddLayer(composition_, builder_.AddMedia(Counting(32000)), 25, 100, 10);
 };
 
-TEST_F(LayerChain, TellsItsEffectsWhatAnObjectsChainWould) {
+TEST_F(LayerChain, PassesItsEffectsTheArgumentsOfAnObjectsChain) {
     const auto spy = std::make_shared<SpyEffect>();
     const auto use = layer_->AddEffect(spy);
 

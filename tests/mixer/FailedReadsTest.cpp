@@ -113,7 +113,7 @@ TEST_F(FailedReads, HaveNoSystemErrorForAFileWithOtherContent) {
     EXPECT_EQ(All()[0].systemError, 0);
 }
 
-TEST_F(FailedReads, IncludeAFileThatIsCutShortWhileItIsOpen) {
+TEST_F(FailedReads, IncludeAFileThatIsTruncatedWhileItIsOpen) {
     const auto asset = builder_.AddMedia(Counting(1000));
     EXPECT_EQ(Read(asset, 0, 100), 100);
     std::filesystem::resize_file(FileOf(asset), 44 + 4 * 500);

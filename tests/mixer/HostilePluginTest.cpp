@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Plugins that throw, ask for impossible ranges or change the project while they run: what they
-// break is their own, and the mixer is as good as new without them.
+// Plugins that throw, ask for impossible ranges or change the project while they run: the
+// damage is limited to their own sound, and without them the mixer works as before.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -40,7 +40,7 @@ protected:
     bool OnObject() const {
         return GetParam() == Place::Sequence || GetParam() == Place::ObjectRender;
     }
-    /// What the place gives, from the start of the noise stream on.
+    /// The samples of the place, from the start of the noise stream.
     Samples Run(int* result) {
         rig_.Mixer().ResetMixSession();
         if (GetParam() == Place::ObjectRender)
@@ -55,7 +55,7 @@ protected:
         *result = mix.result;
         return mix.buffer.Values();
     }
-    /// Without the plugins the place gives what it gives a mixer that never met them.
+    /// Without the plugins the samples are those of a mixer that never had them.
     void ExpectSoundWithoutThem() {
         EXPECT_TRUE(rig_.Mixer().Mutex().try_lock());
         rig_.Mixer().Mutex().unlock();
@@ -74,7 +74,7 @@ protected:
     void ExpectResult(int expected) {
         int result = 0;
         Run(&result);
-        // A render says that there is nothing; a mix goes on without it.
+        // A render reports that it has nothing; a mix continues without it.
         const bool isMix = GetParam() == Place::Sequence || GetParam() == Place::Composition;
         EXPECT_EQ(result, isMix ? COUNT : expected);
         ExpectSoundWithoutThem();
@@ -117,7 +117,7 @@ private:
     }
 };
 
-TEST_P(HostilePlugin, ThatThrowsWhenAskedLetsItThrough) {
+TEST_P(HostilePlugin, ThatThrowsInThePlanPassesItOn) {
     first_->onRanges = [](const RangesCall&, auto&) { throw std::runtime_error("no"); };
     ExpectThrow();
 }
@@ -127,7 +127,7 @@ TEST_P(HostilePlugin, ThatThrowsWhileItRunsLetsItThrough) {
     ExpectThrow();
 }
 
-TEST_P(HostilePlugin, ThatThrowsWhatIsNoExceptionLetsItThrough) {
+TEST_P(HostilePlugin, ThatThrowsAnotherTypeThanAnExceptionPassesItOn) {
     second_->onProcess = [](const ProcessCall&, short*) { throw 7; };
     int result = 0;
     EXPECT_THROW(Run(&result), int);
@@ -188,12 +188,12 @@ TEST_P(HostilePlugin, ThatNeedsALengthlessRangeAtTheEndOfTimeRuns) {
     ExpectResult(COUNT);
 }
 
-TEST_P(HostilePlugin, ThatNeedsWhatIsFarBehindTheSourceIsSilent) {
+TEST_P(HostilePlugin, ThatNeedsSamplesFarAfterTheSourceIsSilent) {
     NeedRange(first_, LLONG_MAX - 100, LLONG_MAX);
     ExpectResult(-1);
 }
 
-TEST_P(HostilePlugin, ThatNeedsWhatIsFarBeforeTheSourceIsSilent) {
+TEST_P(HostilePlugin, ThatNeedsSamplesFarBeforeTheSourceIsSilent) {
     NeedRange(first_, LLONG_MIN, LLONG_MIN + 100);
     ExpectResult(-1);
 }
@@ -208,7 +208,7 @@ TEST_P(HostilePlugin, ThatNeedsTheLongestRangeTheWrongWayRoundIsSilent) {
     ExpectResult(-1);
 }
 
-TEST_P(HostilePlugin, BehindOneThatMendsAReversedRangeRuns) {
+TEST_P(HostilePlugin, AfterAnEffectThatRepairsAReversedRangeRuns) {
     NeedRange(second_, 100, 50);
     NeedRange(first_, 0, 10);
     ExpectResult(COUNT);
@@ -232,7 +232,7 @@ TEST_P(HostilePlugin, ThatFillsAllItsRoomStaysInside) {
     ExpectResult(COUNT);
 }
 
-TEST_P(HostilePlugin, ThatSwitchesItselfOffWhenAskedIsPassedOver) {
+TEST_P(HostilePlugin, ThatSwitchesItselfOffInThePlanIsSkipped) {
     first_->onRanges = [&](const RangesCall& call, auto& ranges) {
         ranges.push_back({call.firstSample, call.firstSample + call.sampleCount + 5000});
         uses_[0]->SetEnabled(false);
@@ -250,7 +250,7 @@ TEST_P(HostilePlugin, ThatSwitchesTheNextOneOffDoesNotDeliverItsInput) {
     EXPECT_TRUE(second_->processCalls.empty());
 }
 
-TEST_P(HostilePlugin, ThatIsSwitchedOnAfterThePlanIsPassedOverWhenNothingIsLeft) {
+TEST_P(HostilePlugin, ThatIsSwitchedOnAfterThePlanIsSkippedWhenNothingIsLeft) {
     uses_[1]->SetEnabled(false);
     first_->onProcess = [&](const ProcessCall&, short*) { uses_[1]->SetEnabled(true); };
     ExpectResult(COUNT);
@@ -258,7 +258,7 @@ TEST_P(HostilePlugin, ThatIsSwitchedOnAfterThePlanIsPassedOverWhenNothingIsLeft)
     EXPECT_EQ(second_->processCalls.size(), second_->rangesCalls.size());
 }
 
-TEST_P(HostilePlugin, ThatTakesItselfOutOfTheListRuns) {
+TEST_P(HostilePlugin, ThatRemovesItselfFromTheListRuns) {
     auto& effects = OnObject() ? object_->Effects() : layer_->Effects();
     first_->onProcess = [&](const ProcessCall&, short*) { effects.Remove(uses_[0]); };
     ExpectResult(COUNT);
@@ -270,7 +270,7 @@ TEST_P(HostilePlugin, ThatEmptiesTheListRuns) {
     ExpectResult(COUNT);
 }
 
-TEST_P(HostilePlugin, ThatChangesItsKindAfterThePlanStaysWithinWhatWasAskedFor) {
+TEST_P(HostilePlugin, ThatChangesItsKindAfterThePlanStaysWithinTheRequest) {
     second_->onRanges = [&](const RangesCall& call, auto& ranges) {
         ranges.push_back({call.firstSample, call.firstSample + call.sampleCount + 5000});
         second_->kind = 2;
@@ -352,7 +352,7 @@ TEST_F(HostileTransition, ThatRemovesItsNeighbourRuns) {
     EXPECT_EQ(RequestAll().result, 10 * FRAME);
 }
 
-TEST_F(HostileTransition, ThatTakesItselfAwayRuns) {
+TEST_F(HostileTransition, ThatRemovesItselfRuns) {
     spy_->onProcess = [&](const TransitionCall&) {
         a_->SetOutgoingTransition(nullptr);
         b_->SetIncomingTransition(nullptr);

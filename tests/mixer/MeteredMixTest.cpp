@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the mix shows the meters of tracks and master.
+// The values that the mix feeds to the meters of tracks and master.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -40,7 +40,7 @@ void ExpectMetrics(const sonrel::AudioTrackMetrics& metrics, int sampleCount, fl
     EXPECT_EQ(metrics.clipped[1], rightClipped);
 }
 
-TEST_F(MeteredMix, ShowsEachTrackItselfAndTheMasterTheSum) {
+TEST_F(MeteredMix, FeedsEachTrackMeterItsTrackAndTheMasterTheSum) {
     AddTrack(-8192, 16384);
     AddTrack(16384, 16384);
     Start(100);
@@ -66,7 +66,7 @@ TEST_F(MeteredMix, ShowsATrackAfterLevelAndBalance) {
     ExpectMetrics(Block(0).trackMetrics[0], 100, gain * 0.5f, gain);
 }
 
-TEST_F(MeteredMix, ShowsTracksBeforeTheMasterLevelAndTheMasterBehindIt) {
+TEST_F(MeteredMix, FeedsTracksBeforeTheMasterLevelAndTheMasterAfterIt) {
     AddTrack(-32768, -32768);
     builder_.Sequence()->AudioMasterTrack()->Animation().SetStaticValue("audioLevel", -6.0f);
     Start(100);
@@ -77,7 +77,7 @@ TEST_F(MeteredMix, ShowsTracksBeforeTheMasterLevelAndTheMasterBehindIt) {
     ExpectMetrics(Block(0).masterMetrics, 100, 0.501187205f, 0.501187205f);
 }
 
-TEST_F(MeteredMix, ShowsTheMasterWhatTheConversionClips) {
+TEST_F(MeteredMix, FeedsTheMasterValuesThatTheConversionClips) {
     AddTrack(30000, -30000);
     AddTrack(30000, -30000);
     Start(100);
@@ -133,7 +133,7 @@ TEST_F(MeteredMix, ShowsTheRestOfAPartlyReadObjectAsSilence) {
     ExpectMetrics(Block(1).trackMetrics[0], 1000, 0.25f, 0.25f);
 }
 
-TEST_F(MeteredMix, CountsTheSilenceBehindAPartlyReadObject) {
+TEST_F(MeteredMix, CountsTheSilenceAfterAPartlyReadObject) {
     AddTrack(8192, 8192, 700);
     Start(100);
 
@@ -183,7 +183,7 @@ TEST_F(MeteredMix, OfAnEmptySequenceDrawsItsNoiseAllTheSame) {
     EXPECT_EQ(rig_.Request(builder_, 0, 500).buffer.Values(), expected.buffer.Values());
 }
 
-TEST_F(MeteredMix, GivesTheSameSamplesAsOneWithoutMeters) {
+TEST_F(MeteredMix, ReturnsTheSameSamplesAsAMixWithoutMeters) {
     const auto track = builder_.AddTrack();
     const auto object = builder_.AddObject(track, builder_.AddMedia(Noise(9000, 1)), 0, 100);
     object->Animation().SetKeyframe("audioLevel", 0, -1.0f);
@@ -213,7 +213,7 @@ TEST_F(MeteredMix, FeedsNothingBeforeItsSessionAndAfterIt) {
     EXPECT_EQ(Block(2).trackMetrics[0].sampleCount, 50);
 }
 
-TEST_F(MeteredMix, DropsWhatWasGatheredWhenItRestarts) {
+TEST_F(MeteredMix, DropsItsBlocksWhenItRestarts) {
     AddTrack(8192, 8192);
     Start(100);
     rig_.Request(builder_, 0, 250);
@@ -317,7 +317,7 @@ TEST_F(MeteredMix, MergesBlocksIntoOne) {
     EXPECT_EQ(rig_.Mixer().MetricsForBlocks(2, 1).masterMetrics.sampleCount, 0);
 }
 
-TEST_F(MeteredMix, TakesMetersOfAnotherNumberOfTracksAfresh) {
+TEST_F(MeteredMix, ReplacesTheMetersForAnotherNumberOfTracks) {
     AddTrack(8192, 8192);
     AddTrack(16384, 16384);
     AddTrack(16384, 16384);
@@ -347,7 +347,7 @@ TEST_F(MeteredMix, TakesASessionThatStartsDuringABlockFromTheNextBlockOn) {
 }
 
 // A start with another number of tracks replaces the meters that the running block feeds.
-TEST_F(MeteredMix, GivesNothingOfTheRunningBlockToASessionThatStartsWithinIt) {
+TEST_F(MeteredMix, FeedsNothingOfTheRunningBlockToASessionThatStartsWithinIt) {
     AddTrack(8192, 8192);
     const auto spy = std::make_shared<SpyEffect>();
     const auto media = builder_.AddMedia(Constant(9000, 8192, 8192));
@@ -372,7 +372,7 @@ TEST_F(MeteredMix, GivesNothingOfTheRunningBlockToASessionThatStartsWithinIt) {
     }
 }
 
-TEST_F(MeteredMix, GivesNothingOfTheRunningBlockToASessionThatRestartsWithinIt) {
+TEST_F(MeteredMix, FeedsNothingOfTheRunningBlockToASessionThatRestartsWithinIt) {
     AddTrack(8192, 8192);
     const auto spy = std::make_shared<SpyEffect>();
     const auto media = builder_.AddMedia(Constant(9000, 8192, 8192));

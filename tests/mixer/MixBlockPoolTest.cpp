@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The float blocks of the mix, and what they cost.
+// The float blocks of the mix, and their cost in memory.
 #include "sonrel/mixer/detail/MixBlockPool.h"
 
 #include <gtest/gtest.h>
@@ -25,7 +25,7 @@ void Fill(const boost::shared_array<float>& block, int frames) {
     std::fill_n(block.get(), 2 * frames, 0.5f);
 }
 
-TEST(MixBlockPool, GivesBlocksThatAreZeroOverTheirWholeLength) {
+TEST(MixBlockPool, ReturnsBlocksThatAreZeroOverTheirWholeLength) {
     MixBlockPool pool;
     for (const int frames : {MixBlockPool::BLOCK_FRAMES, 10, 1000, 1, 2000}) {
         pool.Reset();
@@ -35,7 +35,7 @@ TEST(MixBlockPool, GivesBlocksThatAreZeroOverTheirWholeLength) {
     }
 }
 
-TEST(MixBlockPool, GivesADifferentBlockEachTimeUntilItIsReset) {
+TEST(MixBlockPool, ReturnsADifferentBlockEachTimeUntilItIsReset) {
     MixBlockPool pool;
     const auto first = pool.Acquire(10);
     const auto second = pool.Acquire(10);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a host may do while another thread mixes.
+// The operations that a host may call while another thread mixes.
 #include <gtest/gtest.h>
 
 #include <filesystem>

@@ -56,7 +56,7 @@ TEST_F(ObjectRender, ReadsBeforeTheObjectsStartAsFarAsItsInPointReaches) {
     EXPECT_EQ(rig_.Render(builder_, object, 192000 - 3841, 10).result, -1);
 }
 
-TEST_F(ObjectRender, ReadsBehindTheObjectsEndAsFarAsTheSourceReaches) {
+TEST_F(ObjectRender, ReadsAfterTheObjectsEndAsFarAsTheSourceReaches) {
     const auto object = AddCounting(builder_, 0, 0, 10000);
     object->SetRange(0, 1);
 
@@ -95,7 +95,7 @@ TEST_F(ObjectRender, ComputesTheInPointFromItsSeconds) {
     EXPECT_EQ(rig_.Render(builder_, object, 55680, 1)[0].first, 55679 & 0x7FFF);
 }
 
-TEST_F(ObjectRender, ComputesPositionsAtTheRateThatIsNamed) {
+TEST_F(ObjectRender, ComputesPositionsAtTheRequestedRate) {
     const auto object = AddCounting(builder_, 1, 1, 10000);
     std::vector<unsigned char> samples;
 
@@ -106,7 +106,7 @@ TEST_F(ObjectRender, ComputesPositionsAtTheRateThatIsNamed) {
     EXPECT_EQ(samples[0] | samples[1] << 8, 960);
 }
 
-TEST_F(ObjectRender, GivesAsMuchAsTheSourceHas) {
+TEST_F(ObjectRender, ReturnsAsManyFramesAsTheSourceHas) {
     const auto object = AddCounting(builder_, 0, 0, 700);
 
     const Rendered rendered = rig_.Render(builder_, object, 0, 1000);
@@ -118,7 +118,7 @@ TEST_F(ObjectRender, GivesAsMuchAsTheSourceHas) {
     EXPECT_EQ(rendered[999], Frame(0, 0));
 }
 
-TEST_F(ObjectRender, GivesAllThatWasAskedForBehindAnEffect) {
+TEST_F(ObjectRender, ReturnsAllRequestedFramesAfterAnEffect) {
     const auto object = AddCounting(builder_, 0, 0, 700);
     const auto spy = std::make_shared<SpyEffect>();
     object->AddEffect(spy);
@@ -132,7 +132,7 @@ TEST_F(ObjectRender, GivesAllThatWasAskedForBehindAnEffect) {
     EXPECT_EQ(rendered[700], Frame(0, 0));
 }
 
-TEST_F(ObjectRender, WritesSilenceOverWhatTheVectorHeldWhereTheSourceHasNothing) {
+TEST_F(ObjectRender, WritesSilenceOverTheBytesOfTheVectorWhereTheSourceHasNothing) {
     const auto object = AddCounting(builder_, 0, 0, 700);
     std::vector<unsigned char> samples(4000, 0x77);
 
@@ -142,9 +142,9 @@ TEST_F(ObjectRender, WritesSilenceOverWhatTheVectorHeldWhereTheSourceHasNothing)
     EXPECT_EQ(std::count(samples.begin() + 2800, samples.end(), 0), 1200);
 }
 
-TEST_F(ObjectRender, KeepsWhatTheVectorHeldBehindTheSource) {
-    // The chain needs 10 frames of the source and room for 100; what lies between is what the
-    // vector held, and zero where it had to grow.
+TEST_F(ObjectRender, KeepsTheBytesOfTheVectorAfterTheSource) {
+    // The chain needs 10 frames of the source and room for 100; the bytes between keep
+    // the values of the vector, and are zero where it had to grow.
     const auto object = AddCounting(builder_, 0, 0);
     const auto last = std::make_shared<SpyEffect>();
     const auto first = std::make_shared<SpyEffect>();
@@ -186,7 +186,7 @@ TEST_F(ObjectRender, ShrinksAndGrowsTheVectorToTheRequest) {
     EXPECT_EQ(samples.size(), 80u);
 }
 
-TEST_F(ObjectRender, HasNothingBehindTheEndOfItsSource) {
+TEST_F(ObjectRender, HasNothingAfterTheEndOfItsSource) {
     const auto object = AddCounting(builder_, 0, 0, 700);
 
     EXPECT_EQ(rig_.Render(builder_, object, 699, 10).result, 1);
@@ -228,7 +228,7 @@ TEST_F(ObjectRender, HasNothingWhenItsAssetIsNotInTheProject) {
     EXPECT_EQ(rig_.Render(builder_, object, 0, 10).result, -1);
 }
 
-TEST_F(ObjectRender, OfNoSamplesGivesNone) {
+TEST_F(ObjectRender, OfNoSamplesReturnsNone) {
     const auto object = AddCounting(builder_, 0, 0);
 
     const Rendered rendered = rig_.Render(builder_, object, 0, 0);
@@ -255,7 +255,7 @@ TEST_F(ObjectRender, IgnoresMuteLevelAndBalance) {
     EXPECT_EQ(rig_.Render(builder_, object, 0, 100).Valid(), Counting(100));
 }
 
-TEST_F(ObjectRender, OfACompositionGivesItsMix) {
+TEST_F(ObjectRender, OfACompositionReturnsItsMix) {
     const auto composition = builder_.AddComposition({25.0, 48000, 2});
     builder_.AddLayer(composition, builder_.AddMedia(Counting(5000)), 0, 10);
     const auto object = builder_.AddObject(composition, 10, 20);

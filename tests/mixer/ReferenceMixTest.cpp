@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The mixer against the mix written down as its rules are told, on random scenes and requests: the
-// same codes, bytes and meter blocks.
+// The mixer compared with the reference mix on random scenes and requests: the same codes, bytes
+// and meter blocks.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -20,7 +20,7 @@ int Pick(std::mt19937& random, int low, int high) {
     return low + static_cast<int>(random() % static_cast<unsigned int>(high - low + 1));
 }
 
-/// Frame rate and rate; the kind of what scenes contain.
+/// Frame rate and rate; they determine the kind of the scenes.
 class ReferenceMix : public ::testing::TestWithParam<std::tuple<double, int>> {
 protected:
     SceneKind Kind() const {
@@ -171,8 +171,8 @@ void ReferenceMix::ExpectSameMix(const reference::Scene& scene, std::mt19937& ra
     const unsigned int seed = 1 + random() % 1000;
     rig.Mixer().SetDither(dither, seed);
     expected.SetDither(dither, seed);
-    // A composition shows the master meter alone: within one session the blocks of the tracks
-    // would no longer be those of the master.
+    // A composition feeds the master meter only: within one session the blocks of the tracks would
+    // no longer match the blocks of the master.
     const bool metered = Pick(random, 0, 1) == 0;
     const bool ofCompositions = !scene.compositions.empty() && Pick(random, 0, 1) == 0;
     const std::size_t tracks = ofCompositions ? 0 : scene.sequence.tracks.size();

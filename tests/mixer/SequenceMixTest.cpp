@@ -123,14 +123,14 @@ TEST_F(SequenceMix, FindsAnObjectOnItsStartFrameAndNotOnItsEndFrame) {
 TEST_F(SequenceMix, RunsAnObjectToTheEndOfTheBlockThatItEndsIn) {
     builder_.AddObject(builder_.AddMedia(Tone(1000, 1000)), 0, 2);
 
-    // The block begins in frame 1 and ends 1420 samples behind the object.
+    // The block begins in frame 1 and ends 1420 samples after the object.
     const Mix mix = rig_.Request(builder_, 1920 + 900, 1920);
 
     EXPECT_EQ(mix[0], Frame(1000, 1000));
     EXPECT_EQ(mix[1919], Frame(1000, 1000));
 }
 
-TEST_F(SequenceMix, StartsAnObjectWithTheBlockBehindItsStart) {
+TEST_F(SequenceMix, StartsAnObjectWithTheBlockAfterItsStart) {
     builder_.AddObject(builder_.AddMedia(Tone(1000, 1000)), 2, 4);
 
     const Mix mix = rig_.Request(builder_, 1920 + 900, 2 * 1920);
@@ -144,8 +144,8 @@ TEST_F(SequenceMix, StartsAnObjectWithTheBlockBehindItsStart) {
 TEST_F(SequenceMix, FindsTheFrameOfABlockByRounding) {
     builder_.AddObject(builder_.AddMedia(Counting(12000)), 2, 4, 1);
 
-    // Position 2880 is frame 1.5, and 2879 is less. What lies before the object's start comes from
-    // its in-point of 1920 samples.
+    // Position 2880 is frame 1.5, and 2879 is less. The samples before the object's start come
+    // from its in-point of 1920 samples.
     EXPECT_EQ(rig_.Request(builder_, 2879, 1)[0], Frame(0, 0));
     EXPECT_EQ(rig_.Request(builder_, 2880, 1)[0], Frame(2880 - 3840 + 1920, 960 - 30000));
 }
@@ -255,7 +255,7 @@ TEST_F(SequenceLevels, OfAnObjectAreReadOnItsOwnClock) {
     object_->Animation().SetKeyframe("audioLevel", 0, 0.0f);
     object_->Animation().SetKeyframe("audioLevel", 100, -10.0f);
 
-    // 50 milliseconds behind the object's start at one second.
+    // 50 milliseconds after the object's start at one second.
     EXPECT_EQ(GainOfOneFrame(48000 + 2400), Gain(-5.0f));
 }
 
@@ -285,8 +285,8 @@ TEST_F(SequenceLevels, AreReadAtWholeMillisecondsRoundedFromSeconds) {
     EXPECT_EQ(GainOfOneFrame(24), Gain(-1.0f));
 }
 
-TEST_F(SequenceLevels, OfAnObjectEndTheBlocksLengthBehindItsStart) {
-    // Start 552 / 48000 is 11.5 ms, rounded to 12. The end is (2472 - 552) / 48000 behind it, which
+TEST_F(SequenceLevels, OfAnObjectEndTheBlocksLengthAfterItsStart) {
+    // Start 552 / 48000 is 11.5 ms, rounded to 12. The end is (2472 - 552) / 48000 after it, which
     // adds up to less than 51.5 ms: 51, though 2472 / 48000 is 51.5 and rounds to 52.
     object_->Animation().SetKeyframe("audioLevel", 0, 0.0f);
     object_->Animation().SetKeyframe("audioLevel", 100, -100.0f);
@@ -309,7 +309,7 @@ TEST_F(SequenceLevels, OfATrackEndAtTheEndOfTheBlock) {
     EXPECT_EQ(Master(480), Gain(960.0f * slope + -12.0f));
 }
 
-TEST_F(SequenceLevels, RampReachesItsEndHalfWayAndGoesOnToTwiceTheChange) {
+TEST_F(SequenceLevels, RampReachesItsEndHalfWayAndContinuesToTwiceTheChange) {
     // 1000 samples are 20.8 milliseconds, rounded to 21.
     object_->Animation().SetKeyframe("audioLevel", 0, 0.0f);
     object_->Animation().SetKeyframe("audioLevel", 21, -12.0f);
@@ -324,7 +324,7 @@ TEST_F(SequenceLevels, RampReachesItsEndHalfWayAndGoesOnToTwiceTheChange) {
     EXPECT_EQ(Master(999), std::bit_cast<float>(0x3d8193df));  // -23.98 dB
 }
 
-TEST_F(SequenceLevels, RampStartsAfreshWithEachBlock) {
+TEST_F(SequenceLevels, RampRestartsWithEachBlock) {
     object_->Animation().SetKeyframe("audioLevel", 0, 0.0f);
     object_->Animation().SetKeyframe("audioLevel", 40, -4.0f);
     object_->Animation().SetKeyframe("audioLevel", 80, -8.0f);
@@ -360,7 +360,7 @@ TEST_F(SequenceLevels, OfAnOppositeRampCancelAtBothEndsAndSoInBetween) {
     for (int i = 0; i < 1920; ++i) ASSERT_EQ(Master(i), 1.0f) << i;
 }
 
-TEST_F(SequenceLevels, OfNoNumberMakeTheMostNegativeSample) {
+TEST_F(SequenceLevels, OfNaNBecomeTheMostNegativeSample) {
     object_->Animation().SetStaticValue("audioLevel", std::numeric_limits<float>::quiet_NaN());
 
     EXPECT_EQ(rig_.Request(builder_, 0, 10)[0], Frame(-32768, -32768));
@@ -441,7 +441,7 @@ TEST_F(SequenceBalance, TurnsAChannelOverBeyondItsEnds) {
     EXPECT_EQ(MixAt(-2.0f), Frame(20000, -20000));
 }
 
-TEST_F(SequenceBalance, OfNoNumberMovesNothing) {
+TEST_F(SequenceBalance, OfNaNHasNoEffect) {
     EXPECT_EQ(MixAt(std::numeric_limits<float>::quiet_NaN()), Frame(20000, 20000));
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Reads at a speed other than 1: what is read of the source, and what comes out of the filter.
+// Reads at a speed other than 1: the range read of the source, and the output of the filter.
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -59,7 +59,7 @@ TEST_F(SpeedRead, HasNoMarginNearTheBeginningOfTheSource) {
     EXPECT_EQ(rendered.Valid(), Filtered(source, 10, 228, 0, 0.5, 200));
 }
 
-TEST_F(SpeedRead, BeforeTheSourceGivesNothing) {
+TEST_F(SpeedRead, BeforeTheSourceReturnsNothing) {
     const auto asset = builder_.AddMedia(Counting(2000));
     auto& mixer = sonrel::AudioMixerAccess::Impl(rig_.Mixer());
     GuardedBuffer buffer(400);
@@ -166,7 +166,7 @@ TEST_F(SpeedRead, IsFilteredAsSoonAsTheWantedLengthDiffers) {
               Filtered(source, 999 - 64, 999 + 128, 64, 0.9999, 1000));
 }
 
-TEST_F(SpeedRead, NearTheEndGivesTheTailOfTheFilterAndSilence) {
+TEST_F(SpeedRead, NearTheEndReturnsTheTailOfTheFilterAndSilence) {
     const Samples source = Constant(1000, 20000, -20000);
 
     const Rendered rendered = Render(source, 2.0, 490, 200);
@@ -178,7 +178,7 @@ TEST_F(SpeedRead, NearTheEndGivesTheTailOfTheFilterAndSilence) {
     EXPECT_EQ(rendered[199], Frame(0, 0));
 }
 
-TEST_F(SpeedRead, BehindTheEndStillReadsItsMargin) {
+TEST_F(SpeedRead, AfterTheEndStillReadsItsMargin) {
     const Samples source = Constant(1000, 20000, -20000);
 
     // From 1010 on; the read begins at 946.
@@ -188,7 +188,7 @@ TEST_F(SpeedRead, BehindTheEndStillReadsItsMargin) {
     EXPECT_EQ(rendered.Valid(), Filtered(source, 946, 54, 64, 2.0, 100));
 }
 
-TEST_F(SpeedRead, HasNothingLeftWhereTheMarginIsBehindTheEnd) {
+TEST_F(SpeedRead, HasNothingLeftWhereTheMarginIsAfterTheEnd) {
     const Samples source = Constant(1000, 20000, -20000);
 
     // The read would begin at 1064 - 64, one before at 998.
@@ -235,18 +235,18 @@ TEST_F(SpeedRead, OfACompositionFiltersItsMixAtItsOwnRate) {
 }
 
 TEST_F(SpeedRead, OfACompositionIsCutWhereTheOutputWouldPassItsLength) {
-    // 20 frames at 8000 Hz: 6400 samples. The bound looks at start + count, not at what the speed
-    // makes of the count.
+    // 20 frames at 8000 Hz: 6400 samples. The bound applies to start + count, not to the count
+    // multiplied by the speed.
     const auto composition = builder_.AddComposition({25.0, 8000, 20});
     builder_.AddLayer(composition, builder_.AddMedia(Constant(6400, 9000, 9000)), 0, 20);
     const auto object = builder_.AddObject(composition, 0, 100);
     object->Animation().SetStaticValue("speed", 0.5);
 
-    // From 6300 on, 100 samples are left of the length, and 200 were asked for.
+    // From 6300 to the end are 100 samples, and 200 were requested.
     EXPECT_EQ(rig_.Render(builder_, object, 12600, 200).result, 100);
 }
 
-TEST_F(SpeedRead, OfACompositionBehindItsEndIsSilent) {
+TEST_F(SpeedRead, OfACompositionAfterItsEndIsSilent) {
     const auto composition = builder_.AddComposition({25.0, 8000, 20});
     builder_.AddLayer(composition, builder_.AddMedia(Constant(6400, 9000, 9000)), 0, 20);
     const auto object = builder_.AddObject(composition, 0, 100);

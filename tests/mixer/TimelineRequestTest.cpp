@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What sequence and composition requests have in common: checks, codes, blocks, the noise stream.
+// The common part of sequence and composition requests: checks, codes, blocks, the noise stream.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -51,7 +51,7 @@ TYPED_TEST(TimelineRequest, ThatStartsAtTheTotalIsRefused) {
     EXPECT_TRUE(mix.buffer.Untouched());
 }
 
-TYPED_TEST(TimelineRequest, ThatEndsOneSampleBehindTheTotalIsRefused) {
+TYPED_TEST(TimelineRequest, ThatEndsOneSampleAfterTheTotalIsRefused) {
     TimelineRig<TypeParam> rig(TWO_FRAMES, Counting(TWO_FRAMES_TOTAL));
 
     const Mix mix = rig.Request(TWO_FRAMES_TOTAL - 10, 11);
@@ -89,7 +89,7 @@ TYPED_TEST(TimelineRequest, ThatStartsBeforeTheTimelineIsRefused) {
     EXPECT_EQ(rig.Request(LLONG_MIN, 10).result, -1);
 }
 
-TYPED_TEST(TimelineRequest, ThatStartsFarBehindTheTotalIsRefused) {
+TYPED_TEST(TimelineRequest, ThatStartsFarAfterTheTotalIsRefused) {
     TimelineRig<TypeParam> rig(TWO_FRAMES, Counting(TWO_FRAMES_TOTAL));
 
     EXPECT_EQ(rig.Request(TWO_FRAMES_TOTAL + 1, 1).result, -1);
@@ -196,7 +196,7 @@ TYPED_TEST(TimelineRequest, OfSixtySecondsIsAcceptedAndOneSampleMoreIsTooLong) {
     EXPECT_TRUE(longer.buffer.Untouched());
 }
 
-TYPED_TEST(TimelineRequest, BehindTheTotalIsRefusedAsSuchEvenWhenItIsTooLong) {
+TYPED_TEST(TimelineRequest, AfterTheTotalIsRefusedAsSuchEvenWhenItIsTooLong) {
     TimelineRig<TypeParam> rig({25.0, 8000, 60 * 25}, Counting(10));
 
     EXPECT_EQ(rig.Request(0, 480001).result, -1);
@@ -346,7 +346,7 @@ TYPED_TEST(TimelineRequest, GetsOtherNoiseFromTheClockAtEachReset) {
 }
 
 TYPED_TEST(TimelineRequest, HasNoNoiseInSilenceButDrawsItAllTheSame) {
-    // Silence takes one draw a sample, so that what follows starts 500 draws later.
+    // Silence takes one draw a sample, so that the following samples start 500 draws later.
     TimelineRig<TypeParam> rig({25.0, 48000, 4}, Constant(1920, 1000, 1000));
     rig.spyUse->SetEnabled(false);
     rig.Mixer().SetDither(sonrel::DitherType::HighPassTriangular, 7);

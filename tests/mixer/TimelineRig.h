@@ -10,11 +10,11 @@
 
 namespace sonrel_tests {
 
-/// One timeline, a sequence or a composition, that plays one medium from its beginning on, through
-/// an effect that changes nothing and writes down what it is asked for.
+/// One timeline, a sequence or a composition, that plays one media file from its beginning, through
+/// an effect that changes nothing and records its calls.
 ///
-/// The medium stands one frame further than the timeline goes: a block in the second half of the
-/// last frame is rounded to the frame behind it.
+/// The media file is one frame longer than the timeline: a block in the second half of the last
+/// frame is rounded to the frame after it.
 /// @tparam Timeline  EditorSequence or CompositionAsset
 template <class Timeline>
 class TimelineRig {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Transitions between two objects of a track: when they run, what they are told, what they change.
+// Transitions between two objects of a track: when they run, their arguments, their effect.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -49,7 +49,7 @@ TEST_F(Transitions, RunFromTheirStartToTheirEnd) {
     }
 }
 
-TEST_F(Transitions, AreToldTheirLengthAndJoin) {
+TEST_F(Transitions, ReceiveTheirLengthAndJoin) {
     Join();
     RequestFrame(90);
     RequestFrame(100);
@@ -67,7 +67,7 @@ TEST_F(Transitions, AreToldTheirLengthAndJoin) {
     EXPECT_EQ(spy_->calls[1].positionMs, 400);
 }
 
-TEST_F(Transitions, GetTheObjectThatIsLeftAsOutput) {
+TEST_F(Transitions, GetTheLeftObjectAsOutput) {
     Join();
     spy_->onProcess = [](const TransitionCall& call) {
         EXPECT_EQ(call.direction, 2);
@@ -85,7 +85,7 @@ TEST_F(Transitions, GetTheObjectThatIsLeftAsOutput) {
     EXPECT_EQ(spy_->calls.size(), 1u);
 }
 
-TEST_F(Transitions, GetTheObjectThatIsEnteredAsOutput) {
+TEST_F(Transitions, GetTheEnteredObjectAsOutput) {
     Join();
     spy_->onProcess = [](const TransitionCall& call) {
         EXPECT_EQ(call.direction, 1);
@@ -116,7 +116,7 @@ TEST_F(Transitions, ReplaceTheSamplesOfTheBlocksObject) {
     EXPECT_EQ(RequestFrame(110)[0], Frame(2000, -2000));
 }
 
-TEST_F(Transitions, LeaveWhatTheirPluginLeaves) {
+TEST_F(Transitions, LeaveTheOutputOfTheirPlugin) {
     Join();
 
     EXPECT_EQ(RequestFrame(95)[0], Frame(1000, -1000));
@@ -172,7 +172,7 @@ TEST_F(Transitions, HearANeighbourWithItsEffectsAndSpeed) {
 }
 
 TEST_F(Transitions, HaveNoLowerBoundOnAnIncomingSide) {
-    // The transition lies wholly behind the join; before its start the position is negative.
+    // The transition is wholly after the join; before its start the position is negative.
     Join(10, 5);
 
     RequestFrame(100);
@@ -211,7 +211,7 @@ TEST_F(Transitions, RunTheIncomingOneOnlyWhereBothApply) {
     EXPECT_TRUE(outgoing->calls.empty());
 }
 
-TEST_F(Transitions, RunTheOutgoingOneWhereTheIncomingIsOver) {
+TEST_F(Transitions, RunTheOutgoingTransitionAfterTheIncomingHasEnded) {
     const auto outgoing = std::make_shared<SpyTransition>();
     Join();
     b_->SetOutgoingTransition(
@@ -249,7 +249,7 @@ TEST_F(Transitions, HaveOnePositionForAllBlocksOfAFrame) {
     EXPECT_EQ(spy_->calls[1].positionMs, 200);
 }
 
-TEST_F(Transitions, GetNothingForANeighbourThatIsGone) {
+TEST_F(Transitions, GetNothingForANeighbourThatWasRemoved) {
     Join();
     track_->Objects().Remove(b_->ID());
 
@@ -287,7 +287,7 @@ TEST_F(Transitions, GetMinusOneForANeighbourThatCannotBeRendered) {
     EXPECT_EQ(spy_->calls[0].outputCount, FRAME);
 }
 
-TEST_F(Transitions, GetMinusOneForALeftObjectWhoseSourceIsOver) {
+TEST_F(Transitions, GetMinusOneForALeftObjectWhoseSourceHasEnded) {
     Join();
     const auto brief = builder_.AddMedia(Constant(100 * FRAME, 1000, 1000));
     a_->SetAsset(brief->ID());

@@ -31,7 +31,7 @@ std::vector<Samples> MixAll(MixRig& rig, const RealisedScene& scene, std::size_t
     return mixes;
 }
 
-TEST(TwoMixers, MixOneProjectAtOnceAsEachDoesAlone) {
+TEST(TwoMixers, MixOneProjectAtTheSameTimeAsEachDoesSeparately) {
     constexpr int SCENES = 8;
     std::mt19937 random(400);
     SceneKind kind;

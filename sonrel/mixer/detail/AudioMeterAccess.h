@@ -10,17 +10,17 @@ struct AudioMeterImpl;
 
 namespace detail {
 
-/// What only the mixer may do with a meter.
+/// The operations on a meter that only the mixer may use.
 struct AudioMeterAccess {
-    /// The finished blocks from @p first to @p last as one: summed sample counts, greatest peaks,
-    /// any clipping. A block that the meter does not have adds nothing.
+    /// The finished blocks from @p first to @p last as one block: summed sample counts, greatest
+    /// peaks, any clipping. A block that the meter does not have adds nothing.
     static AudioTrackMetrics MergedBlocks(const AudioMeter& meter, unsigned long long first,
                                           unsigned long long last);
 
-    /// The block length of the session that runs; 0 without a session.
+    /// The block length of the running session; 0 without a session.
     static int RunningBlockFrames(const AudioMeter& meter);
 
-    /// The meter's record, for code that measures while it does something else with the values.
+    /// The meter's record, for code that measures values while it processes them.
     static AudioMeterImpl& Record(AudioMeter& meter);
 };
 

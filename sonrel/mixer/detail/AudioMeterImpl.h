@@ -13,8 +13,8 @@ namespace orlo::sonrel {
 
 namespace detail {
 
-/// The block being filled. One thread writes it; a stop on another thread may read it meanwhile,
-/// and then sees frames that are just being counted or does not.
+/// The block being filled. One thread writes it. A stop on another thread may read it meanwhile: it
+/// may or may not see the frames that are just being counted.
 class OpenBlock {
 public:
     int SampleCount() const { return sampleCount_.load(std::memory_order_relaxed); }
@@ -61,8 +61,8 @@ private:
 
 /// The record of a meter.
 ///
-/// A session may start, stop or restart while another thread feeds the meter. So the feeding thread
-/// alone writes what it counts into, together with the session that it counts for: frames of a
+/// A session may start, stop or restart while another thread feeds the meter. So only the feeding
+/// thread writes the open block, together with the session that the block belongs to: frames of a
 /// session that has ended meanwhile are dropped.
 struct AudioMeterImpl {
     std::atomic<bool> active{false};
@@ -82,7 +82,7 @@ namespace detail {
 /// Begins an empty block in the session that runs now.
 void JoinSession(AudioMeterImpl& meter);
 
-/// Frames that still go into the block being filled: at least 1 once a session has started. For the
+/// The remaining frames of the block being filled: at least 1 once a session has started. For the
 /// thread that feeds the meter.
 inline int RoomInBlock(AudioMeterImpl& meter) {
     if (meter.session.load(std::memory_order_acquire) !=
@@ -93,7 +93,7 @@ inline int RoomInBlock(AudioMeterImpl& meter) {
 }
 
 /// Counts frames whose peaks are known into the session. For the thread that feeds the meter.
-/// @param frames  at most what RoomInBlock() returned just before
+/// @param frames  at most the result of the RoomInBlock() call before
 void CountFrames(AudioMeterImpl& meter, int frames, const StereoPeaks& peaks);
 
 }  // namespace detail

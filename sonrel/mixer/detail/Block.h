@@ -6,7 +6,7 @@
 /// @p sourceStart from the first sample of an asset, before speed.
 namespace orlo::sonrel::detail {
 
-/// The samples of a timeline that are mixed in one go, one video frame at most.
+/// The samples of a timeline that are mixed together, one video frame at most.
 struct Block {
     long long timelineStart = 0;
     int count = 0;  ///< stereo frames

@@ -20,14 +20,14 @@ public:
     ///
     /// A draw u becomes c = float(u) / 2^32 and then 1.0f * c - 0.5f. The conversion rounds: the
     /// largest 128 draws become 2^32 itself and the value is exactly 0.5, which the standard
-    /// library's uniform distribution would never give.
+    /// library's uniform distribution would never return.
     void Draw(float* values, int count);
 
 private:
     static constexpr int STATE_WORDS = 624;
 
     std::uint32_t state_[STATE_WORDS];
-    int next_ = STATE_WORDS;  // first word that wasn't drawn
+    int next_ = STATE_WORDS;  // first word that was not drawn
 };
 
 }  // namespace orlo::sonrel::detail

@@ -12,10 +12,10 @@ namespace orlo::sonrel::detail {
 using EffectList = project::ListChangeObserver<std::shared_ptr<project::EffectInstance>,
                                                project::ResponseDelegate::RecordChanges>;
 
-/// What the effects of one render have in common. Positions are in object position: counted from
-/// the object's first sample on its timeline.
+/// The values that all effects of one render share. Positions count from the first sample of the
+/// object on its timeline.
 struct ChainContext {
-    project::SampleRange request;     ///< what the render's caller wants
+    project::SampleRange request;     ///< the range that the caller of the render wants
     long long objectOffset = 0;       ///< minus the in-point
     double objectStartSeconds = 0.0;  ///< the object's start on its timeline
     int rate = 0;
@@ -24,8 +24,8 @@ struct ChainContext {
 
 /// Asks the effects, last to first, which input each needs.
 ///
-/// The vector is a stack: its bottom is what the caller wants, each enabled audio effect pushes
-/// what it needs of its input, and its top is what must be read from the source.
+/// The vector is a stack: its bottom is the range of the caller, each enabled audio effect pushes
+/// the range that it needs of its input, and its top is the range to read from the source.
 /// @param ranges  holds the request; receives one range for each effect that will run
 /// @return length of the longest range, in samples
 long long PlanEffectRanges(const ChainContext& context, const EffectList& effects,
@@ -36,7 +36,7 @@ long long PlanEffectRanges(const ChainContext& context, const EffectList& effect
 enum class KindTest { Skip, Apply };
 
 /// Runs the effects, first to last, in place.
-/// @param ranges   what the plan left; each effect that runs takes one off
+/// @param ranges   the stack of the plan; each effect that runs removes one range
 /// @param samples  room for the longest range of the plan
 void RunEffects(const ChainContext& context, const EffectList& effects, KindTest kindTest,
                 std::vector<project::SampleRange>& ranges, std::vector<unsigned char>& samples);

@@ -10,15 +10,15 @@ class AudioMeter;
 ///
 /// A level of x dB is the factor powf(10, x / 20). The balance leaves one channel at 1 and lowers
 /// the other: with L and R at 1, a balance above 0 makes L = 1 - |balance|, one below 0 makes
-/// R = 1 - |balance|. It isn't limited: beyond -1 and 1 the gain turns negative. A NaN moves
-/// nothing.
+/// R = 1 - |balance|. It is not limited: beyond -1 and 1 the gain turns negative. A NaN has no
+/// effect.
 ///
 /// - Equal levels: g = powf(10, level / 20) * 2^-15, once; each value adds sample * g * L (or R).
 /// - Different levels: slope = (endLevel - startLevel) / frames; frame j has the level
 ///   (2 * j) * slope + startLevel, and each value adds sample * 2^-15 * power * L (or R).
 ///
 /// The counter of a ramp steps by 2 a frame while the slope is per frame: the ramp reaches the end
-/// level half-way through the block and goes on to about twice the change, and the next block
+/// level half-way through the block and continues to about twice the change, and the next block
 /// starts again at its own start level. That sawtooth is meant and part of every mix's bytes.
 namespace orlo::sonrel::detail {
 
@@ -32,8 +32,9 @@ namespace orlo::sonrel::detail {
 void MixObjectIntoBlock(const short* samples, int frames, float* block, float startLevel,
                         float endLevel, float balance);
 
-/// As MixObjectIntoBlock, and shows the meter what is added.
-/// @param requested  frames by which the meter advances: those beyond @p frames are silence to it
+/// As MixObjectIntoBlock, and feeds the added values to the meter.
+/// @param requested  frames by which the meter advances: the frames beyond @p frames are silence to
+///                   it
 /// @param meter      receives the values after level and balance, before the sum; may be null
 void MixObjectIntoBlockMetered(const short* samples, int frames, float* block, int requested,
                                float startLevel, float endLevel, float balance, AudioMeter* meter);

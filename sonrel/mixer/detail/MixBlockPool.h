@@ -8,10 +8,10 @@ namespace orlo::sonrel::detail {
 
 /// The float accumulators of mix blocks, kept for the mixer's lifetime.
 ///
-/// A request takes one block for each block that it mixes, nested compositions included, and gives
-/// none back before the next reset, so the blocks of all nesting levels are live at once. A block
-/// is zero over its whole length when it is taken; the memory behind what a block ever held is
-/// never touched, so that a long first request costs the pages it writes and no more.
+/// A request takes one block for each block that it mixes, nested compositions included, and
+/// returns none before the next reset, so the blocks of all nesting levels are in use at the same
+/// time. A block is zero over its whole length when it is taken. Its memory after the last value
+/// ever written is never touched, so that a long first request costs only the pages that it writes.
 class MixBlockPool {
 public:
     /// Floats in a block: 96000 stereo frames.

@@ -46,8 +46,8 @@ public:
     ObjectRenderer(AudioMixerImpl& mixer, const std::shared_ptr<project::Project>& project,
                    const Block& block, std::vector<unsigned char>& samples);
 
-    /// Finds out the source range of a clip and the ranges of its effects, and gives the buffer the
-    /// length of the longest range. Bytes that the buffer already had keep their values.
+    /// Determines the source range of a clip and the ranges of its effects, and resizes the buffer
+    /// to the longest range. Bytes that the buffer already had keep their values.
     /// @param stopAtEffect  the effect before which the chain ends; null runs all effects
     /// @return false when the clip has no audio in this block
     bool Plan(const Clip& clip, const zrtl::ZRID& stopAtEffect = {});

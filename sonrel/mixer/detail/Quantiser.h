@@ -3,10 +3,11 @@
 
 /// Float values to 16-bit samples. x = input * 32768.0f, in steps of the 16-bit scale.
 ///
-/// Rounding x half away from zero only decides whether it clips; what is stored is x cut toward
-/// zero. The whole decision is the same as cutting x toward zero to 32 bits, with the most negative
-/// integer for a NaN and for what doesn't fit, and then limiting to 16 bits: above the 16-bit range
-/// both give the limit, and no value that rounds into the range is cut to one outside it.
+/// Rounding x half away from zero only decides whether it clips; the stored value is x cut
+/// toward zero. The whole decision is the same as cutting x toward zero to 32 bits, with the most
+/// negative integer for a NaN and for values that do not fit, and then limiting to 16 bits: above
+/// the 16-bit range both result in the limit, and no value that rounds into the range is cut to one
+/// outside it.
 namespace orlo::sonrel::detail {
 
 /// How noise enters a frame. Both channels get the same noise.

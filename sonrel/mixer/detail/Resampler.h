@@ -7,14 +7,14 @@ namespace orlo::sonrel::detail {
 
 struct ResamplerImpl;
 
-/// The interpolator behind speed: a windowed sinc of 49 taps on stereo 16-bit samples.
+/// The interpolator for speeds other than 1: a windowed sinc of 49 taps on stereo 16-bit samples.
 ///
 /// The output is defined to the bit by one formula in double precision (see ResampleFrame in
-/// ResamplerFormula.h). The routine gets the same bits faster: it computes each sum with tabulated
-/// weights whose error has a proven bound, and wherever the sum lies so near a whole number that
-/// the error could change the stored value, it evaluates the formula itself.
+/// ResamplerFormula.h). The routine computes the same bits faster: each sum with tabulated weights
+/// whose error has a proven bound, and by the formula itself wherever the sum is so near a whole
+/// number that the error could change the stored value.
 ///
-/// Threads: calls may run side by side; they share the tables of a rate, which are made once.
+/// Threads: calls may run at the same time; they share the tables of a rate, which are made once.
 class Resampler {
 public:
     Resampler();
@@ -22,12 +22,12 @@ public:
     Resampler(const Resampler&) = delete;
     Resampler& operator=(const Resampler&) = delete;
 
-    /// Fills @p output from @p source, whatever the arguments are: where no tap meets the source,
-    /// and for positions that are no numbers, the output is zero.
+    /// Fills @p output from @p source for all arguments: where no tap meets the source, and for
+    /// positions that are NaN or infinite, the output is zero.
     ///
-    /// Output frame i lies at source position i * speed + sourceOffset. Sums beyond 16 bits wrap.
+    /// Output frame i is at source position i * speed + sourceOffset. Sums beyond 16 bits wrap.
     /// @param rate          hertz of both sides; sets the cutoff, 1 Hz below half of it
-    /// @param speed         source frames a output frame; any double
+    /// @param speed         source frames per output frame; any double
     /// @param source        2 * sourceCount values, left first
     /// @param sourceOffset  position in @p source of output frame 0
     /// @param sourceCount   frames in @p source; below 1 all output is zero

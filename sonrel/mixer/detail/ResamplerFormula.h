@@ -8,7 +8,7 @@
 #include "sonrel/base/Numbers.h"
 
 /// The formula that defines the resampler's output, to the bit: which operations, in which order
-/// and precision. Everything faster has to give the same bytes.
+/// and precision. Every faster method must return the same bytes.
 namespace orlo::sonrel::detail {
 
 /// Taps of one output frame: source indices FIRST_TAP to LAST_TAP around the position.

@@ -8,13 +8,13 @@
 
 namespace orlo::sonrel::detail {
 
-/// Output frames that are computed in one go, a multiple of every vector's lanes.
+/// Output frames that are computed together, a multiple of every vector's lanes.
 constexpr int BATCH_FRAMES = 256;
 
 /// Source frames of one batch, channel by channel.
 constexpr int BATCH_SPAN = 1280;
 
-/// Output frames that are computed in one go, and what is known of each.
+/// Output frames that are computed together, with the intermediate results of each.
 struct TapBatch {
     int first = 0;             ///< output frame at which the batch begins
     int count = 0;             ///< frames, at most BATCH_FRAMES
@@ -22,12 +22,12 @@ struct TapBatch {
 
     alignas(64) std::int32_t firstTap[BATCH_FRAMES];  ///< index of the first tap in left and right
     alignas(64) std::int32_t table[BATCH_FRAMES];     ///< interval of the fraction; also its row
-    alignas(64) double t[BATCH_FRAMES];               ///< fraction less the middle of the interval
+    alignas(64) double t[BATCH_FRAMES];               ///< fraction minus the middle of the interval
     alignas(64) double sums[2 * BATCH_FRAMES];        ///< left and right of each frame
-    /// Not 0 where the formula has to decide, one value a sum.
+    /// Not 0 where the formula has to decide, one value per sum.
     alignas(64) std::int64_t undecided[2 * BATCH_FRAMES];
 
-    /// The source with finite values up to ROW_LENGTH frames behind each first tap.
+    /// The source with finite values up to ROW_LENGTH frames after each first tap.
     alignas(64) double left[BATCH_SPAN];
     alignas(64) double right[BATCH_SPAN];
 };
@@ -35,16 +35,16 @@ struct TapBatch {
 /// The stages of a batch, compiled for one path.
 struct ResamplerKernels {
     /// Fills firstTap, table and t from the positions; undecided where 23 + position rounds up to a
-    /// whole number that position doesn't reach.
+    /// whole number that position does not reach.
     void (*placeTaps)(double speed, int sourceOffset, TapBatch& batch);
-    /// Splits @p count stereo frames into left and right, from index @p at on.
+    /// Splits @p count stereo frames into left and right, starting at index @p at.
     void (*splitChannels)(const short* source, int count, int at, TapBatch& batch);
     /// Fills sums with the weights of the rows.
     void (*sumWithRows)(const ResamplerTables& tables, TapBatch& batch);
     /// Fills sums with the weights of the polynomials.
     void (*sumWithPolynomials)(const ResamplerTables& tables, TapBatch& batch);
-    /// Stores every sum as a sample, and marks as undecided those nearer than @p margin to a whole
-    /// number other than 0, which is no limit to a sum that is cut toward zero.
+    /// Stores every sum as a sample, and marks as undecided each sum nearer than @p margin to a
+    /// whole number other than 0, which is not a border for a sum that is cut toward zero.
     /// @return whether any sum is undecided
     bool (*storeSums)(double margin, short* output, TapBatch& batch);
 };

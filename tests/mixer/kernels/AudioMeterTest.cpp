@@ -117,7 +117,7 @@ TEST(AudioMeter, ABlockLengthBelowOneLeavesARunningSessionAsItIs) {
     EXPECT_EQ(meter.MeterBlockCount(), 2u);
 }
 
-TEST(AudioMeter, ASessionShorterThanOneBlockGivesOneShortBlockWhenItStops) {
+TEST(AudioMeter, ASessionShorterThanOneBlockHasOneShortBlockAfterItsStop) {
     AudioMeter meter;
     meter.StartMeterSession(100);
     const std::vector<float> frames = Frames(37, 0.5f, -0.75f);
@@ -169,7 +169,7 @@ TEST(AudioMeter, RestartingAnIdleMeterKeepsTheFinishedBlocks) {
     EXPECT_EQ(meter.MeterBlockCount(), 2u);
 }
 
-TEST(AudioMeter, RestartDropsWhatWasGatheredAndKeepsTheBlockLength) {
+TEST(AudioMeter, RestartDropsTheBlocksAndKeepsTheBlockLength) {
     AudioMeter meter;
     meter.StartMeterSession(10);
     const std::vector<float> loud = Frames(15, 2.0f, 2.0f);

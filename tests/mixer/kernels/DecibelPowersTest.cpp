@@ -70,7 +70,7 @@ TEST_P(DecibelPowersTest, RampsAcrossAllLevelsInUseGiveTheLibrarysPowers) {
     }
 }
 
-TEST_P(DecibelPowersTest, EveryWholeAndHalfDecibelGivesTheLibrarysPower) {
+TEST_P(DecibelPowersTest, EveryWholeAndHalfDecibelReturnsTheLibrarysPower) {
     ExpectLibraryPowers(-200.0f, 0.25f, 0, 600);
     ExpectLibraryPowers(-96.0f, 0.005f, 0, 12001);
 }
@@ -93,7 +93,7 @@ TEST_P(DecibelPowersTest, LevelsFarBeyondHearingGiveTheLibrarysPowers) {
     ExpectLibraryPowers(0.0f, 1e-40f, 0, 100);  // a denormal slope
 }
 
-TEST_P(DecibelPowersTest, LevelsThatAreNoNumbersGiveTheLibrarysPowers) {
+TEST_P(DecibelPowersTest, LevelsOfNaNHaveTheLibrarysPowers) {
     const float infinity = std::numeric_limits<float>::infinity();
     const float none = std::numeric_limits<float>::quiet_NaN();
     for (const float start : {0.0f, infinity, -infinity, none}) {

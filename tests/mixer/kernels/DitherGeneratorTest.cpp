@@ -26,7 +26,7 @@ std::vector<float> Draws(DitherGenerator& generator, int count) {
     return values;
 }
 
-TEST_P(DitherGeneratorTest, SeedOneGivesTheValuesOfTheStandardTwister) {
+TEST_P(DitherGeneratorTest, SeedOneReturnsTheValuesOfTheStandardTwister) {
     DitherGenerator generator(1);
 
     const std::vector<float> values = Draws(generator, 5);
@@ -47,13 +47,13 @@ TEST_P(DitherGeneratorTest, TheTenThousandthDrawOfTheReferenceSeedIsThePublished
     EXPECT_EQ(values[9999], 4123659995.0f / 4294967296.0f - 0.5f);
 }
 
-TEST_P(DitherGeneratorTest, ALargestDrawGivesExactlyOneHalf) {
+TEST_P(DitherGeneratorTest, TheLargestDrawIsExactlyOneHalf) {
     DitherGenerator generator(14784396);  // its first draw is 4294967279
 
     EXPECT_EQ(Draws(generator, 1)[0], 0.5f);
 }
 
-TEST_P(DitherGeneratorTest, ALargestDrawGivesExactlyOneHalfInTheMiddleOfAStretchToo) {
+TEST_P(DitherGeneratorTest, TheLargestDrawIsExactlyOneHalfInsideAVectorToo) {
     DitherGenerator generator(3);
 
     EXPECT_EQ(Draws(generator, 1414716)[1414715], 0.5f);
@@ -91,7 +91,7 @@ TEST_P(DitherGeneratorTest, TheDrawsDoNotDependOnHowManyAreTakenAtOnce) {
     EXPECT_EQ(values, expected);
 }
 
-TEST_P(DitherGeneratorTest, SeedingStartsTheDrawsAfresh) {
+TEST_P(DitherGeneratorTest, SeedingRestartsTheDraws) {
     DitherGenerator generator(9);
     const std::vector<float> first = Draws(generator, 1000);
 
@@ -100,7 +100,7 @@ TEST_P(DitherGeneratorTest, SeedingStartsTheDrawsAfresh) {
     EXPECT_EQ(Draws(generator, 1000), first);
 }
 
-TEST_P(DitherGeneratorTest, NothingIsWrittenBehindTheLastValue) {
+TEST_P(DitherGeneratorTest, NothingIsWrittenAfterTheLastValue) {
     for (int count = 0; count < 40; ++count) {
         DitherGenerator generator(1);
         std::vector<float> values(static_cast<std::size_t>(count) + 16, 77.0f);

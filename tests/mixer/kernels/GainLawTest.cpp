@@ -55,7 +55,7 @@ std::vector<float> NoiseBlock(std::size_t frames, unsigned int seed) {
     });
 }
 
-// What a silent block holds after the samples were added.
+// The contents of a silent block after the samples were added.
 std::vector<float> Mixed(const std::vector<short>& samples, float startLevel, float endLevel,
                          float balance) {
     std::vector<float> block(samples.size() + 2, 0.0f);
@@ -117,12 +117,12 @@ TEST_P(GainLawTest, ABalanceBeyondOneTurnsTheSign) {
     EXPECT_EQ(block[1], 0.5f);
 }
 
-TEST_P(GainLawTest, ABalanceThatIsNoNumberMovesNothing) {
+TEST_P(GainLawTest, ABalanceOfNaNHasNoEffect) {
     EXPECT_EQ(Mixed(Stereo(20, 16384, 8192), 0.0f, 0.0f, NOT_A_NUMBER),
               Mixed(Stereo(20, 16384, 8192), 0.0f, 0.0f, 0.0f));
 }
 
-TEST_P(GainLawTest, ARampReachesTheEndLevelHalfWayAndGoesOnToTwiceTheChange) {
+TEST_P(GainLawTest, ARampReachesTheEndLevelHalfWayAndContinuesToTwiceTheChange) {
     const std::vector<float> block = Mixed(Stereo(1000, -32768, -32768), 0.0f, -12.0f, 0.0f);
 
     EXPECT_EQ(Bits(-block[2 * 1]), 0x3f7f4b2bu);
@@ -140,7 +140,7 @@ TEST_P(GainLawTest, TheNextBlockStartsAgainAtItsOwnStartLevel) {
     EXPECT_EQ(Bits(-second[0]), 0x3e809bccu);
 }
 
-TEST_P(GainLawTest, SamplesAreAddedToWhatTheBlockHolds) {
+TEST_P(GainLawTest, SamplesAreAddedToTheContentsOfTheBlock) {
     const std::vector<short> samples = Stereo(33, 16384, -8192);
     std::vector<float> block(66, 0.125f);
 
@@ -212,7 +212,7 @@ void ExpectEqualMeters(AudioMeter& meter, const reference::AudioMeter& expected)
     }
 }
 
-TEST_P(GainLawTest, AMeteredMixAddsWhatAnUnmeteredOneAdds) {
+TEST_P(GainLawTest, AMeteredMixAddsTheSameAsAnUnmeteredMix) {
     const std::vector<short> samples = NoiseSamples(1601, 1);
     for (const float endLevel : {-3.0f, -17.7f}) {
         AudioMeter meter;
@@ -228,7 +228,7 @@ TEST_P(GainLawTest, AMeteredMixAddsWhatAnUnmeteredOneAdds) {
     }
 }
 
-TEST_P(GainLawTest, TheMeterSeesWhatIsAddedAfterLevelAndBalanceAndNotTheSum) {
+TEST_P(GainLawTest, TheMeterReceivesTheAddedValuesAndNotTheSum) {
     const std::vector<short> samples = Stereo(100, 16384, -32768);
     std::vector<float> block(200, 3.0f);
     AudioMeter meter;
@@ -268,7 +268,7 @@ TEST_P(GainLawTest, WithoutFramesTheWholeRequestIsSilenceToTheMeter) {
     EXPECT_EQ(block[0], GUARD);
 }
 
-TEST_P(GainLawTest, AnIdleMeterIsLeftAloneAndTheSamplesAreAdded) {
+TEST_P(GainLawTest, AnIdleMeterIsUnchangedAndTheSamplesAreAdded) {
     const std::vector<short> samples = Stereo(50, 16384, 16384);
     std::vector<float> block(100, 0.0f);
     AudioMeter meter;
@@ -309,7 +309,7 @@ TEST_P(GainLawTest, MeterBlocksOfEveryLengthFollowTheRulesOneFrameAtATime) {
     }
 }
 
-TEST_P(GainLawTest, AMeterFedInOneCallRecordsWhatOneFedFrameByFrameDoes) {
+TEST_P(GainLawTest, AMeterFedInOneCallRecordsTheSameAsFrameByFrame) {
     std::mt19937 random(51);
     for (int round = 0; round < 200; ++round) {
         const int blockFrames = 1 + static_cast<int>(random() % 300u);

@@ -86,27 +86,27 @@ void ExpectFormula(int rate, double speed, const std::vector<short>& source, int
     }
 }
 
-TEST_P(ResamplerTest, HalfSpeedGivesTheseFrames) {
+TEST_P(ResamplerTest, HalfSpeedReturnsTheseFrames) {
     EXPECT_EQ(AsFrames(Resample(48000, 0.5, SineAndSawtooth(), 64, 4)),
               (Frames{{2330, -6599}, {3321, -6413}, {4302, -6000}, {5274, -5608}}));
 }
 
-TEST_P(ResamplerTest, ASpeedJustBelowOneGivesTheseFrames) {
+TEST_P(ResamplerTest, ASpeedJustBelowOneReturnsTheseFrames) {
     EXPECT_EQ(AsFrames(Resample(48000, 0.999, SineAndSawtooth(), 64, 4)),
               (Frames{{2330, -6599}, {4300, -6001}, {6226, -5400}, {8090, -4802}}));
 }
 
-TEST_P(ResamplerTest, ASpeedJustAboveOneGivesTheseFrames) {
+TEST_P(ResamplerTest, ASpeedJustAboveOneReturnsTheseFrames) {
     EXPECT_EQ(AsFrames(Resample(48000, 1.001, SineAndSawtooth(), 64, 4)),
               (Frames{{2330, -6599}, {4303, -5999}, {6233, -5399}, {8101, -4797}}));
 }
 
-TEST_P(ResamplerTest, OneAndAHalfTimesTheSpeedGivesTheseFrames) {
+TEST_P(ResamplerTest, OneAndAHalfTimesTheSpeedReturnsTheseFrames) {
     EXPECT_EQ(AsFrames(Resample(48000, 1.5, SineAndSawtooth(), 64, 4)),
               (Frames{{2330, -6599}, {5274, -5608}, {8096, -4800}, {10739, -3936}}));
 }
 
-TEST_P(ResamplerTest, DoubleSpeedGivesTheseFrames) {
+TEST_P(ResamplerTest, DoubleSpeedReturnsTheseFrames) {
     EXPECT_EQ(AsFrames(Resample(48000, 2.0, SineAndSawtooth(), 64, 4)),
               (Frames{{2330, -6599}, {6230, -5399}, {9882, -4199}, {13139, -2999}}));
 }
@@ -137,7 +137,7 @@ TEST_P(ResamplerTest, SumsBeyondSixteenBitsWrap) {
                                 27897, 32765, -29491, -32768, 30357}));
 }
 
-TEST_P(ResamplerTest, FramesBehindTheSourceAreSilent) {
+TEST_P(ResamplerTest, FramesAfterTheSourceAreSilent) {
     const std::vector<short> output =
         Resample(48000, 1.25, test::MakeSignal(test::Signal::Noise, 100, 1), 64, 200);
 
@@ -150,7 +150,7 @@ TEST_P(ResamplerTest, SilenceStaysSilence) {
               std::vector<short>(1600, 0));
 }
 
-TEST_P(ResamplerTest, AnEmptySourceGivesSilence) {
+TEST_P(ResamplerTest, AnEmptySourceReturnsSilence) {
     std::vector<short> output(200, GUARD);
 
     SharedResampler().ResampleStereo(48000, 1.5, nullptr, 0, 0, output.data(), 100);
@@ -213,7 +213,7 @@ TEST_P(ResamplerTest, SpeedsThatLeaveTheSourceAtOnceFollowTheFormula) {
     }
 }
 
-TEST_P(ResamplerTest, SpeedsThatAreNoNumbersFollowTheFormula) {
+TEST_P(ResamplerTest, SpeedsOfNaNFollowTheFormula) {
     const std::vector<short> source = test::MakeSignal(test::Signal::Noise, 300, 8);
     const double infinity = std::numeric_limits<double>::infinity();
     for (const double speed : {infinity, -infinity, std::numeric_limits<double>::quiet_NaN()}) {

@@ -32,7 +32,7 @@ std::vector<short> Convert(SampleConverter& converter, const std::vector<float>&
     return output;
 }
 
-// One value without dither, in a frame of its own and inside a long stretch.
+// One value without dither, in a separate frame and inside many equal frames.
 short ConvertPlain(float value) {
     SampleConverter converter(DitherType::None, 1);
     const std::vector<short> alone = Convert(converter, {value, value});
@@ -79,7 +79,7 @@ TEST_P(SampleConverterTest, AValueThatRoundsIntoTheRangeIsCutAndOneThatRoundsOut
     EXPECT_EQ(ConvertPlain(-32768.6f / 32768.0f), -32768);
 }
 
-TEST_P(SampleConverterTest, WhatDoesNotFitThirtyTwoBitsBecomesTheLowestSampleInEitherDirection) {
+TEST_P(SampleConverterTest, ValuesBeyondThirtyTwoBitsBecomeTheLowestSampleInEitherDirection) {
     EXPECT_EQ(ConvertPlain(std::nextafter(65536.0f, 0.0f)), 32767);
     EXPECT_EQ(ConvertPlain(65536.0f), -32768);
     EXPECT_EQ(ConvertPlain(-65536.0f), -32768);
@@ -89,28 +89,28 @@ TEST_P(SampleConverterTest, WhatDoesNotFitThirtyTwoBitsBecomesTheLowestSampleInE
     EXPECT_EQ(ConvertPlain(std::numeric_limits<float>::quiet_NaN()), -32768);
 }
 
-TEST_P(SampleConverterTest, HighPassNoiseOfSeedOneGivesTheseSamples) {
+TEST_P(SampleConverterTest, HighPassNoiseOfSeedOneReturnsTheseSamples) {
     SampleConverter converter(DitherType::HighPassTriangular, 1);
 
     EXPECT_EQ(Convert(converter, SmallSteps()),
               (std::vector<short>{1, -1, 2, -1, 3, -3, 4, -4, 4, -6, 6, -6, 7, -7, 8, -7}));
 }
 
-TEST_P(SampleConverterTest, HighPassNoiseOfSeed5489GivesTheseSamples) {
+TEST_P(SampleConverterTest, HighPassNoiseOfSeed5489ReturnsTheseSamples) {
     SampleConverter converter(DitherType::HighPassTriangular, 5489);
 
     EXPECT_EQ(Convert(converter, SmallSteps()),
               (std::vector<short>{1, 0, 1, -2, 4, -2, 4, -4, 4, -6, 7, -5, 7, -7, 7, -8}));
 }
 
-TEST_P(SampleConverterTest, TriangularNoiseOfSeedOneGivesTheseSamples) {
+TEST_P(SampleConverterTest, TriangularNoiseOfSeedOneReturnsTheseSamples) {
     SampleConverter converter(DitherType::Triangular, 1);
 
     EXPECT_EQ(Convert(converter, SmallSteps()),
               (std::vector<short>{1, 0, 2, -1, 2, -4, 4, -3, 4, -5, 5, -6, 6, -7, 8, -8}));
 }
 
-TEST_P(SampleConverterTest, TriangularNoiseOfSeed5489GivesTheseSamples) {
+TEST_P(SampleConverterTest, TriangularNoiseOfSeed5489ReturnsTheseSamples) {
     SampleConverter converter(DitherType::Triangular, 5489);
 
     EXPECT_EQ(Convert(converter, SmallSteps()),
@@ -119,7 +119,7 @@ TEST_P(SampleConverterTest, TriangularNoiseOfSeed5489GivesTheseSamples) {
 
 TEST_P(SampleConverterTest, ANoiseOfExactlyOneHalfIsDrawn) {
     // The first draw of this seed is 4294967279, which becomes 0.5: (0.5 + 0.5) - 0 is 1. With the
-    // largest value that the standard library's distribution gives, 0.49999994, it is cut to 0.
+    // largest value that the standard library's distribution returns, 0.49999994, it is cut to 0.
     SampleConverter converter(DitherType::HighPassTriangular, 14784396);
     const float half = 0.5f / 32768.0f;
 
@@ -196,7 +196,7 @@ TEST_P(SampleConverterTest, ResetTakesTheTypeToo) {
     EXPECT_EQ(Convert(converter, SmallSteps())[1], 0);  // -1.3 + 0.41; without noise it is -1
 }
 
-// Draws are counted by what a converter does after them: Reset would draw from the start.
+// Draws are counted by the output of a converter after them: Reset would draw from the start.
 TEST_P(SampleConverterTest, HighPassDrawsOnceAFrame) {
     constexpr int FRAMES = 1000;
     SampleConverter converter(DitherType::HighPassTriangular, 11);
@@ -245,7 +245,7 @@ TEST_P(SampleConverterTest, WithoutDitherALongStretchLeavesNoTraceInTheNext) {
     EXPECT_EQ(Convert(used, input), Convert(fresh, input));
 }
 
-TEST_P(SampleConverterTest, DitheredSilenceIsDigitalZeroAndTheNoiseGoesOn) {
+TEST_P(SampleConverterTest, DitheredSilenceIsDigitalZeroAndTheNoiseContinues) {
     for (const DitherType type : {DitherType::Triangular, DitherType::HighPassTriangular}) {
         SampleConverter converter(type, 1);
 
@@ -282,7 +282,7 @@ TEST_P(SampleConverterTest, BothChannelsOfAFrameGetTheSameNoise) {
     }
 }
 
-TEST_P(SampleConverterTest, AnUnknownTypeGivesSilence) {
+TEST_P(SampleConverterTest, AnUnknownTypeReturnsSilence) {
     SampleConverter converter(static_cast<DitherType>(3), 1);
 
     EXPECT_EQ(Convert(converter, Noise(1000, 1.0f, 16)), std::vector<short>(2000, 0));
