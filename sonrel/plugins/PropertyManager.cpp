@@ -2,8 +2,8 @@
 #include "sonrel/plugins/PropertyManager.h"
 
 #include <cmath>
-#include <cstring>
 #include <iterator>
+#include <list>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -13,22 +13,9 @@ namespace orlo::project {
 namespace {
 
 struct Property {
+    std::string name;
     PropertyValue staticValue;
     std::map<int, PropertyValue> keyframes;
-};
-
-/// Compares names without making a string of the name that is searched.
-struct NameLess {
-    using is_transparent = void;
-    bool operator()(const std::string& left, const std::string& right) const {
-        return left < right;
-    }
-    bool operator()(const std::string& left, char const* right) const {
-        return std::strcmp(left.c_str(), right) < 0;
-    }
-    bool operator()(char const* left, const std::string& right) const {
-        return std::strcmp(left, right.c_str()) < 0;
-    }
 };
 
 /// The value of an unknown key. No property that the engine reads is an `int`.
@@ -60,8 +47,21 @@ PropertyValue Between(const PropertyValue& earlier, const PropertyValue& later, 
 
 }  // namespace
 
+/// An object or track has two or three properties: a search through a list compares fewer names
+/// than a search in a tree. References to a property stay valid when others are added or removed.
 struct PropertyManagerImpl {
-    std::map<std::string, Property, NameLess> properties;
+    std::list<Property> properties;
+
+    Property* Find(char const* key) {
+        for (Property& property : properties) {
+            if (property.name == key) return &property;
+        }
+        return nullptr;
+    }
+    Property& FindOrAdd(char const* key) {
+        Property* const found = Find(key);
+        return found ? *found : properties.emplace_back(Property{key, {}, {}});
+    }
 };
 
 PropertyManager::PropertyManager() : impl_(std::make_unique<PropertyManagerImpl>()) {}
@@ -74,11 +74,11 @@ PropertyManager& PropertyManager::operator=(const PropertyManager& source) {
 PropertyManager::~PropertyManager() = default;
 
 PropertyValue PropertyManager::ValueAtTime(char const* key, bool, int timeMs) const {
-    const auto property = impl_->properties.find(key);
-    if (property == impl_->properties.end()) return NoValue();
+    const Property* const property = impl_->Find(key);
+    if (!property) return NoValue();
 
-    const std::map<int, PropertyValue>& keyframes = property->second.keyframes;
-    if (keyframes.empty()) return property->second.staticValue;
+    const std::map<int, PropertyValue>& keyframes = property->keyframes;
+    if (keyframes.empty()) return property->staticValue;
     const auto later = keyframes.upper_bound(timeMs);
     if (later == keyframes.begin()) return later->second;
     const auto earlier = std::prev(later);
@@ -90,22 +90,22 @@ PropertyValue PropertyManager::ValueAtTime(char const* key, bool, int timeMs) co
 }
 
 PropertyValue const& PropertyManager::StaticValue(char const* key) const {
-    const auto property = impl_->properties.find(key);
-    return property == impl_->properties.end() ? NoValue() : property->second.staticValue;
+    const Property* const property = impl_->Find(key);
+    return property ? property->staticValue : NoValue();
 }
 
 void PropertyManager::SetStaticValue(char const* key, PropertyValue const& value) {
-    impl_->properties[key].staticValue = value;
+    impl_->FindOrAdd(key).staticValue = value;
 }
 
 void PropertyManager::SetKeyframe(char const* key, int timeMs, PropertyValue const& value) {
     if (!IsFinite(value)) throw std::invalid_argument("a key frame's value must be finite");
-    const auto known = impl_->properties.find(key);
-    if (known == impl_->properties.end()) {
-        impl_->properties[key] = {value, {{timeMs, value}}};
+    Property* const known = impl_->Find(key);
+    if (!known) {
+        impl_->properties.push_back({key, value, {{timeMs, value}}});
         return;
     }
-    std::map<int, PropertyValue>& keyframes = known->second.keyframes;
+    std::map<int, PropertyValue>& keyframes = known->keyframes;
     const bool onlyKey = keyframes.empty() || (keyframes.size() == 1 && keyframes.count(timeMs));
     if (!onlyKey && keyframes.begin()->second.which() != value.which()) {
         throw std::invalid_argument(
@@ -115,23 +115,20 @@ void PropertyManager::SetKeyframe(char const* key, int timeMs, PropertyValue con
 }
 
 void PropertyManager::RemoveKeyframe(char const* key, int timeMs) {
-    const auto property = impl_->properties.find(key);
-    if (property != impl_->properties.end()) property->second.keyframes.erase(timeMs);
+    if (Property* const property = impl_->Find(key)) property->keyframes.erase(timeMs);
 }
 
 void PropertyManager::ClearKeyframes(char const* key) {
-    const auto property = impl_->properties.find(key);
-    if (property != impl_->properties.end()) property->second.keyframes.clear();
+    if (Property* const property = impl_->Find(key)) property->keyframes.clear();
 }
 
 bool PropertyManager::HasKeyframes(char const* key) const {
-    const auto property = impl_->properties.find(key);
-    return property != impl_->properties.end() && !property->second.keyframes.empty();
+    const Property* const property = impl_->Find(key);
+    return property && !property->keyframes.empty();
 }
 
 void PropertyManager::RemoveProperty(char const* key) {
-    const auto property = impl_->properties.find(key);
-    if (property != impl_->properties.end()) impl_->properties.erase(property);
+    impl_->properties.remove_if([key](const Property& property) { return property.name == key; });
 }
 
 }  // namespace orlo::project
