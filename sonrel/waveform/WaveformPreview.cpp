@@ -112,12 +112,39 @@ bool DrawRange(const WaveformPreviewImpl& settings, PeakFile& file, const FrameR
     return true;
 }
 
-/// Scales the drawing to the requested width. Smooth scaling changes the pixel format, which is not
-/// converted back: the host gets the pixels without further cost, and WaveformPreview.h documents
-/// their layout.
-QImage Stretch(const QImage& drawing, int width, int height) {
+/// Qt divides the conversion and the scaling of larger images among threads, and waits without end
+/// for a thread that cannot start.
+constexpr int MAX_BYTES_OF_ONE_THREAD = (1 << 17) - 1;
+
+/// Some rows of a drawing at the requested width.
+QImage StretchRows(const QImage& drawing, int top, int rows, int width) {
+    const QImage band = drawing.copy(0, top, drawing.width(), rows);
+    return band.scaled(width, rows, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+}
+
+/// Null without memory for it.
+QImage StretchInBands(const QImage& drawing, int width, int bandRows) {
+    QImage stretched;
+    for (int top = 0; top < drawing.height(); top += bandRows) {
+        const int rows = std::min(bandRows, drawing.height() - top);
+        const QImage band = StretchRows(drawing, top, rows, width);
+        if (band.isNull()) return {};
+        if (top == 0) stretched = QImage(width, drawing.height(), band.format());
+        if (stretched.isNull()) return {};
+        std::memcpy(stretched.scanLine(top), band.constBits(),
+                    static_cast<std::size_t>(band.sizeInBytes()));
+    }
+    return stretched;
+}
+
+/// Scales the drawing to the requested width. The height stays, so each row is stretched without the
+/// others. Smooth scaling changes the pixel format, which is not converted back: the host gets the
+/// pixels without further cost, and WaveformPreview.h documents their layout.
+QImage Stretch(const QImage& drawing, int width) {
     if (drawing.isNull() || drawing.width() == width) return drawing;
-    return drawing.scaled(width, height, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    // Four bytes a pixel, whatever the format, are those of the scaling.
+    const int rowBytes = 4 * drawing.width();
+    return StretchInBands(drawing, width, std::max(1, MAX_BYTES_OF_ONE_THREAD / rowBytes));
 }
 
 int CopyImage(const QImage& image, unsigned char* buffer, int bufferBytes) {
@@ -233,7 +260,7 @@ int WaveformPreview::CreateImage(int width, int height, Format format, unsigned 
                                           PixelFormat(format),    rows};
         if (!DrawRange(*impl_, file, range, width, paint, &drawing)) return PEAK_FILE_READ_FAILED;
     }
-    return CopyImage(Stretch(drawing, width, height), buffer, bufferBytes);
+    return CopyImage(Stretch(drawing, width), buffer, bufferBytes);
 }
 
 }  // namespace orlo::sonrel
