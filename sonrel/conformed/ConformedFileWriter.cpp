@@ -27,7 +27,7 @@ ConformedFileWriter::~ConformedFileWriter() {
 ConformedFileWriter::Result ConformedFileWriter::Open(const std::string& path, int rate,
                                                       std::int64_t maxFrames) {
     descriptor_ = files::OpenNew(path);
-    if (descriptor_ < 0) return errno == EEXIST ? Result::Exists : Result::Failed;
+    if (descriptor_ < 0) return ResultOf(errno);
     path_ = path;
     rate_ = rate;
     format_ = zrtl::WavFormatFor(maxFrames);
@@ -48,15 +48,22 @@ bool ConformedFileWriter::Write(const std::int16_t* samples, std::int64_t frames
     return true;
 }
 
-bool ConformedFileWriter::Finish() {
-    if (descriptor_ < 0) return false;
+ConformedFileWriter::Result ConformedFileWriter::ResultOf(int error) {
+    if (error == EEXIST) return Result::Exists;
+    return error == EMFILE || error == ENFILE ? Result::TooManyFiles : Result::Failed;
+}
+
+ConformedFileWriter::Result ConformedFileWriter::Finish() {
+    if (descriptor_ < 0) return Result::Failed;
     const std::string header = zrtl::WavHeader(format_, rate_, frames_);
     checksum_.Add(header.data(), header.size());
+    errno = 0;
     const bool whole =
         ::lseek(descriptor_, 0, SEEK_SET) == 0 &&
         files::WriteFully(descriptor_, header.data(), header.size()) == header.size() &&
         files::SyncWithFolder(path_, descriptor_);
-    return files::Close(std::exchange(descriptor_, -1)) && whole;
+    const Result result = whole ? Result::Done : ResultOf(errno);
+    return files::Close(std::exchange(descriptor_, -1)) ? result : Result::Failed;
 }
 
 }  // namespace orlo::project

@@ -25,8 +25,9 @@ public:
 
     enum class Result {
         Done,
-        Exists,  ///< the path exists already, even as a broken link
-        Failed   ///< the folder or the disk could not be written
+        Exists,        ///< the path exists already, even as a broken link
+        TooManyFiles,  ///< the process has no descriptor left
+        Failed         ///< the folder or the disk could not be written
     };
 
     /// Creates the file. An existing file is never changed, and no link is followed.
@@ -40,13 +41,15 @@ public:
     bool Write(const std::int16_t* samples, std::int64_t frames);
 
     /// Writes the header, and syncs the file and its entry in the folder.
-    /// @return true when the file is complete and would survive a power cut
-    bool Finish();
+    /// @return Done when the file is complete and would survive a power cut
+    Result Finish();
 
     /// The checksum of the finished file.
     std::uint64_t Checksum() const { return checksum_.Value(); }
 
 private:
+    static Result ResultOf(int error);
+
     int descriptor_ = -1;
     std::string path_;
     int rate_ = 0;

@@ -32,16 +32,18 @@ std::int64_t MaxOutputFrames(std::int64_t frames, int fromRate, int toRate) {
     return frames / fromRate * toRate + 2LL * toRate + 4096;
 }
 
-MediaError OpenOutput(const std::wstring& path, int rate, std::int64_t maxFrames,
-                      ConformedFileWriter* writer) {
-    switch (writer->Open(zrtl::ToUtf8(path), rate, maxFrames)) {
+MediaError ErrorOf(ConformedFileWriter::Result result) {
+    switch (result) {
         case ConformedFileWriter::Result::Done:
             return MediaError::None;
         case ConformedFileWriter::Result::Exists:
             return MediaError::OutputExists;
-        default:
-            return MediaError::OutputFailed;
+        case ConformedFileWriter::Result::TooManyFiles:
+            return MediaError::TooManyFiles;
+        case ConformedFileWriter::Result::Failed:
+            break;
     }
+    return MediaError::OutputFailed;
 }
 
 /// The number of source frames that are converted to about 2^20 frames at most.
@@ -76,7 +78,7 @@ public:
         if (!WriteOut()) return MediaError::OutputFailed;
         reported_ = -1;
         if (!ReportIfDue()) return MediaError::Cancelled;
-        return writer_->Finish() ? MediaError::None : MediaError::OutputFailed;
+        return ErrorOf(writer_->Finish());
     }
 
 private:
@@ -142,9 +144,9 @@ MediaError ConvertStream(const std::shared_ptr<ZRAbstractAudioStream>& stream,
     error = converter.Open(source->Format(), rate);
     if (error != MediaError::None) return error;
     ConformedFileWriter writer;
-    error =
-        OpenOutput(outputPath, rate,
-                   MaxOutputFrames(source->TotalFrames(), source->Format().rate, rate), &writer);
+    const std::int64_t maxFrames =
+        MaxOutputFrames(source->TotalFrames(), source->Format().rate, rate);
+    error = ErrorOf(writer.Open(zrtl::ToUtf8(outputPath), rate, maxFrames));
     if (error != MediaError::None) return error;
     error = Conversion(source.get(), &converter, rate, &writer).Run();
     *reason = source->Reason();

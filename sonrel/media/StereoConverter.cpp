@@ -2,10 +2,26 @@
 #include "sonrel/media/detail/StereoConverter.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
+#include <new>
+
+#include <sys/mman.h>
 
 namespace zrh::media::detail {
 namespace {
+
+/// More than a resampler takes for any two rates.
+constexpr std::size_t RESAMPLER_BYTES = 32 << 20;
+
+/// The resampler's library does not notice allocations that fail.
+/// @throws std::bad_alloc
+void RequireRoomForResampler() {
+    void* const room = ::mmap(nullptr, RESAMPLER_BYTES, PROT_READ | PROT_WRITE,
+                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (room == MAP_FAILED) throw std::bad_alloc();
+    ::munmap(room, RESAMPLER_BYTES);
+}
 
 AVChannelLayout KnownLayout(std::uint64_t mask) {
     AVChannelLayout layout = {};
@@ -57,6 +73,7 @@ MediaError StereoConverter::OpenSwr(const DecodedFormat& from, int rate,
     }
     swr_.reset(raw);
     if (from.rate != rate) {
+        RequireRoomForResampler();
         av_opt_set_int(raw, "resampler", SWR_ENGINE_SOXR, 0);
         av_opt_set_double(raw, "precision", 20, 0);
         // soxr adds dither to 16-bit results, from a generator that is seeded by the clock. With a
@@ -114,6 +131,7 @@ bool StereoConverter::Run(const std::uint8_t* const* planes, int frames, SampleB
         auto* to = reinterpret_cast<std::uint8_t*>(samples);
         const int got =
             swr_convert(swr_.get(), &to, room, const_cast<const std::uint8_t**>(planes), frames);
+        if (got == AVERROR(ENOMEM)) throw std::bad_alloc();
         if (got < 0) return false;
         if (isMono) {
             TakeSamples(samples, got, out);

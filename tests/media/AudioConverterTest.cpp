@@ -7,6 +7,7 @@
 #include <bit>
 #include <cmath>
 #include <csignal>
+#include <fstream>
 #include <numbers>
 #include <thread>
 
@@ -221,6 +222,28 @@ TEST_F(AudioConverter, FullDiskFails) {
     setrlimit(RLIMIT_FSIZE, &before);
     EXPECT_EQ(code, Code(MediaError::OutputFailed));
 }
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+
+long long AddressSpace() {
+    long long pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    return pages * sysconf(_SC_PAGESIZE);
+}
+
+TEST_F(AudioConverter, ALackOfMemoryForTheResamplerIsAnErrorAndNoCrash) {
+    const OpenedMedia media(Media(WaveFile(1, 2, 44100, 16, NoiseBytes(40000))));
+    const auto convert = [&] {
+        const auto most = static_cast<rlim_t>(AddressSpace() + (16 << 20));
+        const rlimit limit = {most, most};
+        setrlimit(RLIMIT_AS, &limit);
+        _exit(Convert(media, "out.xwmc") == Code(MediaError::OutOfMemory) ? 0 : 1);
+    };
+
+    EXPECT_EXIT(convert(), testing::ExitedWithCode(0), "");
+}
+
+#endif
 
 TEST_F(AudioConverter, NoStreamIsInvalid) {
     EXPECT_EQ(ZRAudioConverter::Convert(nullptr, folder_.Wide("out.xwmc"), 48000),

@@ -4,6 +4,7 @@
 #include "sonrel/conformed/ConformedAudioFile.h"
 #include "sonrel/database/CacheLedger.h"
 #include "tests/media/MediaSupport.h"
+#include "tests/support/NoDescriptors.h"
 
 using namespace sonrel_tests;
 using orlo::project::ConformedFileWriter;
@@ -21,7 +22,7 @@ TEST(ConformedFileWriter, WritesAPlainWaveFile) {
     ASSERT_EQ(writer.Open(folder / "a.xwmc", 44100, 1000), ConformedFileWriter::Result::Done);
     EXPECT_TRUE(writer.Write(SAMPLES, 1));
     EXPECT_TRUE(writer.Write(SAMPLES + 2, 2));
-    EXPECT_TRUE(writer.Finish());
+    EXPECT_EQ(writer.Finish(), ConformedFileWriter::Result::Done);
 
     EXPECT_EQ(ReadFile(folder / "a.xwmc"),
               WaveFile(1, 2, 44100, 16, Bytes16({1, -1, 2, -2, 3, -3})));
@@ -33,7 +34,7 @@ TEST(ConformedFileWriter, ChecksumCoversTheSamplesAndThenTheHeader) {
     ASSERT_EQ(writer.Open(folder / "a.xwmc", 44100, 1000), ConformedFileWriter::Result::Done);
     ASSERT_TRUE(writer.Write(SAMPLES, 1));
     ASSERT_TRUE(writer.Write(SAMPLES + 2, 2));
-    ASSERT_TRUE(writer.Finish());
+    ASSERT_EQ(writer.Finish(), ConformedFileWriter::Result::Done);
 
     // XXH3 of the 12 bytes of samples followed by the 44 bytes of the header.
     EXPECT_EQ(writer.Checksum(), 0x4C60ABD7C660E204u);
@@ -45,7 +46,7 @@ TEST(ConformedFileWriter, TheChecksumOfAnRf64FileIsTheChecksumOfItsBytes) {
     ConformedFileWriter writer;
     ASSERT_EQ(writer.Open(folder / "a.xwmc", 48000, 1LL << 30), ConformedFileWriter::Result::Done);
     ASSERT_TRUE(writer.Write(SAMPLES, 3));
-    ASSERT_TRUE(writer.Finish());
+    ASSERT_EQ(writer.Finish(), ConformedFileWriter::Result::Done);
 
     EXPECT_EQ(orlo::project::ConformedFileChecksum(folder.Wide("a.xwmc"), {}), writer.Checksum());
 }
@@ -57,7 +58,7 @@ TEST(ConformedFileWriter, AFileThatMayBecomeLargeIsRf64) {
         ASSERT_EQ(writer.Open(folder / "a.xwmc", 48000, 1LL << 30),
                   ConformedFileWriter::Result::Done);
         EXPECT_TRUE(writer.Write(SAMPLES, 3));
-        EXPECT_TRUE(writer.Finish());
+        EXPECT_EQ(writer.Finish(), ConformedFileWriter::Result::Done);
     }
     EXPECT_EQ(ReadFile(folder / "a.xwmc").substr(0, 4), "RF64");
 
@@ -73,7 +74,7 @@ TEST(ConformedFileWriter, TheLimitOfPlainFilesIs4GiBLessRoomForAHeader) {
         ConformedFileWriter writer;
         const std::string name = std::to_string(frames);
         ASSERT_EQ(writer.Open(folder / name, 48000, frames), ConformedFileWriter::Result::Done);
-        ASSERT_TRUE(writer.Finish());
+        ASSERT_EQ(writer.Finish(), ConformedFileWriter::Result::Done);
         EXPECT_EQ(ReadFile(folder / name).substr(0, 4), frames == most ? "RIFF" : "RF64");
     }
 }
@@ -85,10 +86,30 @@ TEST(ConformedFileWriter, AnExistingFileIsNotChanged) {
         ConformedFileWriter writer;
         EXPECT_EQ(writer.Open(folder / "a.xwmc", 48000, 10), ConformedFileWriter::Result::Exists);
         EXPECT_FALSE(writer.Write(SAMPLES, 1));
-        EXPECT_FALSE(writer.Finish());
+        EXPECT_EQ(writer.Finish(), ConformedFileWriter::Result::Failed);
     }
 
     EXPECT_EQ(ReadFile(folder / "a.xwmc"), "mine");
+}
+
+TEST(ConformedFileWriter, ALackOfDescriptorsIsAResultOfItsOwn) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "the sanitizer needs descriptors";
+#endif
+    const TemporaryFolder folder;
+    ConformedFileWriter late;
+    ASSERT_EQ(late.Open(folder / "late.xwmc", 48000, 10), ConformedFileWriter::Result::Done);
+    ASSERT_TRUE(late.Write(SAMPLES, 3));
+    ConformedFileWriter early;
+    ConformedFileWriter::Result opened{}, finished{};
+    {
+        const NoDescriptors none;
+        opened = early.Open(folder / "early.xwmc", 48000, 10);
+        finished = late.Finish();  // syncs the folder too
+    }
+
+    EXPECT_EQ(opened, ConformedFileWriter::Result::TooManyFiles);
+    EXPECT_EQ(finished, ConformedFileWriter::Result::TooManyFiles);
 }
 
 TEST(ConformedFileWriter, RelativePathIsSyncedInTheCurrentFolder) {
@@ -98,7 +119,7 @@ TEST(ConformedFileWriter, RelativePathIsSyncedInTheCurrentFolder) {
     ConformedFileWriter writer;
 
     const bool opened = writer.Open("a.xwmc", 48000, 10) == ConformedFileWriter::Result::Done;
-    const bool finished = opened && writer.Finish();
+    const bool finished = opened && writer.Finish() == ConformedFileWriter::Result::Done;
 
     std::filesystem::current_path(before);
     EXPECT_TRUE(finished);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <new>
 #include <string_view>
 
 #include "sonrel/media/input/Mp4Index.h"
@@ -197,6 +198,7 @@ bool Demuxer::Read(AVPacket* packet) {
             return false;
         }
         if (result == AVERROR(EAGAIN)) continue;
+        if (result == AVERROR(ENOMEM)) throw std::bad_alloc();
         if (result < 0) return false;
         const bool isEmpty = packet->size == 0;
         if (!isEmpty && !IsSkipped(*packet)) return true;

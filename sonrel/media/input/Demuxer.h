@@ -40,6 +40,7 @@ public:
 
     /// Reads the next packet of the selected streams that is not empty.
     /// @return false at the end, when the rest of the container is damaged, and after a failure
+    /// @throws std::bad_alloc without memory for the packet
     bool Read(AVPacket* packet);
 
     /// Why reading ended before the end of the file, or None: ReadFailed when the disk failed,

@@ -5,6 +5,8 @@ extern "C" {
 #include <libavutil/intreadwrite.h>
 }
 
+#include <new>
+
 namespace zrh::media::detail {
 namespace {
 
@@ -15,6 +17,13 @@ const AVCodec* FindDecoder(AVCodecID codec) {
     if (codec == AV_CODEC_ID_MP1) decoder = avcodec_find_decoder_by_name("mp1float");
     if (codec == AV_CODEC_ID_MP2) decoder = avcodec_find_decoder_by_name("mp2float");
     return decoder != nullptr ? decoder : avcodec_find_decoder(codec);
+}
+
+/// Memory that is short is no damage of the file: it must not become silence.
+/// @throws std::bad_alloc
+int RequireMemory(int result) {
+    if (result == AVERROR(ENOMEM)) throw std::bad_alloc();
+    return result;
 }
 
 }  // namespace
@@ -30,19 +39,19 @@ std::unique_ptr<PacketDecoder> PacketDecoder::Open(const AVCodecParameters& para
     context->pkt_timebase = timeBase;
     context->thread_count = 1;
     context->flags2 |= AV_CODEC_FLAG2_SKIP_MANUAL;
-    if (avcodec_open2(context, decoder, nullptr) < 0) return nullptr;
+    if (RequireMemory(avcodec_open2(context, decoder, nullptr)) < 0) return nullptr;
     return opened;
 }
 
 bool PacketDecoder::Decode(const AVPacket* packet) {
     frameCount_ = 0;
-    bool whole = avcodec_send_packet(context_.get(), packet) >= 0;
+    bool whole = RequireMemory(avcodec_send_packet(context_.get(), packet)) >= 0;
     // After an error the decoder drops the packet and returns EAGAIN next. The bound is for a
     // decoder that does not.
     for (int errors = 0; errors < 64;) {
         if (frames_.size() == static_cast<std::size_t>(frameCount_)) frames_.push_back(NewFrame());
         AVFrame* frame = frames_[static_cast<std::size_t>(frameCount_)].get();
-        const int result = avcodec_receive_frame(context_.get(), frame);
+        const int result = RequireMemory(avcodec_receive_frame(context_.get(), frame));
         if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) break;
         if (result < 0) {
             whole = false;

@@ -19,6 +19,7 @@ public:
 
     /// Decodes one packet. A null packet drains the decoder.
     /// @return false when the packet is damaged; the frames that were decoded nevertheless count
+    /// @throws std::bad_alloc without memory for the samples
     bool Decode(const AVPacket* packet);
 
     /// The frames of the last call of Decode; valid until the next call.
