@@ -156,6 +156,8 @@ std::set<std::string> FilesInUse(const CachePlaces& places,
 void CleanDue(const EngineSession& session, const std::vector<CacheEntry>& due, CleanSums& sums) {
     const CachePlaces& places = session.Places();
     const std::set<std::string> used = FilesInUse(places, due);
+    // The engine removes nothing, and gives no reason, when it cannot open the database.
+    session.Connect();
     try {
         session.Engine()->ClearCacheFiles();
         project::CacheLedger ledger(WidePath(places.database));

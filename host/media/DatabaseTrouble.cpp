@@ -51,6 +51,15 @@ bool IsAboutAccess(const std::string& words) {
            Contains(words, "cannot be written");
 }
 
+/// The remedy for what this process lacks; empty for any other failure. The database is fine.
+std::string ShortageRemedy(const std::string& words) {
+    if (Contains(words, "too many files")) return "too many files are open; allow more (ulimit -n)";
+    if (Contains(words, "not enough memory") || Contains(words, "bad_alloc")) {
+        return "there is not enough memory; end other programs, or allow more (ulimit -v)";
+    }
+    return {};
+}
+
 std::string LockedTrouble(const std::string& database) {
     const std::string holder = LockHolder(database, ReadText("/proc/locks"));
     return "it is locked by " + (holder.empty() ? "another program" : holder) +
@@ -89,6 +98,8 @@ std::string DatabaseTrouble(const std::string& database, const std::string& reas
         name == std::string::npos ? reason : reason.substr(name + database.size() + 2);
     const std::string subject = "cannot use the media database " + Quoted(database) + ": ";
     if (Contains(words, "locked")) return subject + LockedTrouble(database);
+    const std::string shortage = ShortageRemedy(words);
+    if (!shortage.empty()) return subject + shortage;
     if (IsAboutAccess(words) && IsOnReadOnlyFileSystem(database)) {
         return subject + "it is on a read-only file system; give another with --db";
     }

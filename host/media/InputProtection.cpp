@@ -46,6 +46,16 @@ void ProtectDatabase(const std::string& database, OutputGuard& guard) {
     guard.Protect(log.string(), "the log of cache errors");
 }
 
+/// A folder that cannot be listed for want of a descriptor would look empty, and its files free.
+void RequireDescriptor(const std::string& folder, const std::error_code& error) {
+    if (error != std::errc::too_many_files_open &&
+        error != std::errc::too_many_files_open_in_system) {
+        return;
+    }
+    throw JobError("cannot list " + Quoted(folder) +
+                   ": too many files are open; allow more (ulimit -n)");
+}
+
 /// The files of the cache that have any name. A database that cannot be read is reported when the
 /// command uses it.
 void ProtectVfrFiles(const CachePlaces& places, OutputGuard& guard) {
@@ -76,6 +86,7 @@ void ProtectCacheFolder(const CachePlaces& places, OutputGuard& guard) {
             hasOthers = true;
         }
     }
+    RequireDescriptor(places.folder, error);
     if (hasOthers) ProtectVfrFiles(places, guard);
 }
 
@@ -94,6 +105,7 @@ void ProtectImages(const std::string& folder, const otio::ImageNames& names,
         if (!IsImageOf(names, at->path().filename().string())) continue;
         guard.Protect(at->path().string(), role);
     }
+    RequireDescriptor(folder, error);
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/Paths.h"
+#include "host/shell/SystemLimits.h"
 #include "host/shell/Text.h"
 #include "host/timeline/Input.h"
 #include "sonrel/base/Paths.h"
@@ -198,6 +199,7 @@ private:
         if (trouble.empty())
             trouble = FolderTrouble(session_.Places().folder, BytesOf(task, task.frames));
         if (trouble.empty()) trouble = SoundTrouble(task);
+        if (trouble.empty()) trouble = DescriptorTrouble();
         return trouble.empty() ? "its sound could not be read or recorded" : trouble;
     }
 

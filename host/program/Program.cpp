@@ -4,10 +4,12 @@
 #include <cstdio>
 #include <exception>
 #include <new>
+#include <system_error>
 #include <variant>
 
 #include "host/program/CommandLineParser.h"
 #include "host/shell/Outcome.h"
+#include "host/shell/SystemLimits.h"
 #include "host/shell/Text.h"
 
 namespace orlo::host {
@@ -29,12 +31,16 @@ Outcome Run(int argumentCount, const char* const* arguments) {
             outcome.report["help"] = help->text;
             return outcome;
         }
+        RequireMemory();
         const CommandLine& line = std::get<CommandLine>(parsed);
         return line.run(line.global);
     } catch (const CommandError& error) {
         return Failed(error.Code(), error.what());
     } catch (const std::bad_alloc&) {
-        return Failed(ExitCode::JobFailed, "there is not enough memory for the job");
+        return Failed(ExitCode::JobFailed,
+                      "there is not enough memory for the job; allow more (ulimit -v)");
+    } catch (const std::system_error& error) {
+        return Failed(ExitCode::JobFailed, SystemErrorText(error));
     } catch (const std::exception& error) {
         return Failed(ExitCode::JobFailed, error.what());
     }

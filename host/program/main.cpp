@@ -3,6 +3,8 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
+#include <QtGlobal>
+
 #include "host/program/Program.h"
 #include "host/shell/Interrupt.h"
 #include "sonrel/media/input/InterruptScope.h"
@@ -10,7 +12,8 @@ extern "C" {
 int main(int argumentCount, char** arguments) {
     orlo::host::CatchInterrupts();
     const zrh::media::InterruptScope stopMedia(orlo::host::Interrupted);
-    // A damaged media file is reported through result codes, as one line.
+    // What the libraries have to say is reported through result codes, as one line.
     av_log_set_level(AV_LOG_QUIET);
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     return orlo::host::RunProgram(argumentCount, arguments);
 }

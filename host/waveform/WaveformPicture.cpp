@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <filesystem>
 #include <system_error>
 
@@ -50,6 +51,27 @@ QImage::Format PixelFormat(WaveformPreview::Format format, bool stretched) {
                    " is damaged; run the command again, and it is made again");
 }
 
+[[noreturn]] void RefuseMemory() {
+    throw JobError(
+        "there is not enough memory for the picture; make --size smaller, or allow more (ulimit "
+        "-v)");
+}
+
+/// Draws into an image whose bytes all have one value.
+/// @return the result of the drawing; 0 without enough memory too, with the bytes as they were
+int DrawOver(std::uint8_t before, const WaveformPreview& preview, WaveformPreview::Format format,
+             QImage& image) {
+    std::memset(image.bits(), before, static_cast<std::size_t>(image.sizeInBytes()));
+    return preview.CreateImage(image.width(), image.height(), format, image.bits(),
+                               static_cast<int>(image.sizeInBytes()));
+}
+
+bool IsDrawn(const QImage& image, std::uint8_t before) {
+    const unsigned char* const bytes = image.constBits();
+    return std::any_of(bytes, bytes + image.sizeInBytes(),
+                       [before](std::uint8_t byte) { return byte != before; });
+}
+
 std::string ReasonOf(int result) {
     switch (result) {
         case WaveformPreview::PEAK_FILE_NOT_OPENED:
@@ -90,20 +112,24 @@ QImage DrawWaveform(const PeakSource& source, const StreamRange& range,
     const StreamRange blocks = BlocksOf(source, range);
     const bool stretched = blocks.end - blocks.start < size.width;
     QImage image(size.width, size.height, PixelFormat(options.format, stretched));
-    if (image.isNull()) throw JobError("there is not enough memory for the picture");
-    image.fill(0);
-    const int result = preview.CreateImage(size.width, size.height, options.format, image.bits(),
-                                           static_cast<int>(image.sizeInBytes()));
-    if (result != 0)
-        throw JobError("cannot draw " + Quoted(source.media) + ": " + ReasonOf(result));
-    return image;
+    if (image.isNull()) RefuseMemory();
+    // No picture has all the bytes of both.
+    for (const auto before : {std::uint8_t{0}, std::uint8_t{1}}) {
+        const int result = DrawOver(before, preview, options.format, image);
+        if (result != 0) {
+            throw JobError("cannot draw " + Quoted(source.media) + ": " + ReasonOf(result));
+        }
+        if (IsDrawn(image, before)) return image;
+    }
+    RefuseMemory();
 }
 
 std::string PngBytes(const QImage& image) {
     QByteArray bytes;
     QBuffer buffer(&bytes);
     if (!buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "PNG")) {
-        throw JobError("the picture cannot be turned into PNG");
+        // Memory has neither a full disk nor permissions.
+        RefuseMemory();
     }
     return bytes.toStdString();
 }

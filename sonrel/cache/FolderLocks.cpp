@@ -3,6 +3,7 @@
 
 #include <sched.h>
 
+#include <cerrno>
 #include <cstdint>
 
 #include "sonrel/files/RegularFile.h"

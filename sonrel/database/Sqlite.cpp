@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 
 #include "sonrel/base/Paths.h"
 #include "sonrel/database/detail/DatabaseFailures.h"
@@ -58,6 +59,24 @@ int Open(const std::string& path, SqliteConnection::Mode mode, sqlite3** handle)
             break;
     }
     return sqlite3_open_v2(PathForSqlite(path).c_str(), handle, FLAGS, nullptr);
+}
+
+/// What the process lacks, where that made a call fail. The library's own words are those of a
+/// damaged or missing file.
+/// @return a clause; empty for any other failure
+std::string Shortage(sqlite3* handle, int code) {
+    const int kind = code & 0xFF;
+    if (kind == SQLITE_NOMEM || code == SQLITE_IOERR_NOMEM) return "not enough memory";
+    if (handle == nullptr || (kind != SQLITE_CANTOPEN && kind != SQLITE_IOERR)) return {};
+    switch (sqlite3_system_errno(handle)) {
+        case EMFILE:
+        case ENFILE:
+            return "too many files are open";
+        case ENOMEM:
+            return "not enough memory";
+        default:
+            return {};
+    }
 }
 
 /// Decodes UTF-8 piece by piece; invalid bytes become U+FFFD.
@@ -146,6 +165,8 @@ void SqliteConnection::Fail(std::string_view reason, int code) const {
 
 void SqliteConnection::FailWith(int code) const {
     if ((code & 0xFF) == SQLITE_CONSTRAINT) Fail("another program has recorded the file", code);
+    const std::string shortage = Shortage(Handle(), code);
+    if (!shortage.empty()) Fail(shortage, code);
     const char* const words = handle_ ? sqlite3_errmsg(Handle()) : sqlite3_errstr(code);
     Fail(words ? words : "unknown error", code);
 }

@@ -13,6 +13,7 @@
 #include "sonrel/database/detail/DatabaseHooks.h"
 #include "tests/database/FirstVersion.h"
 #include "tests/support/Database.h"
+#include "tests/support/NoDescriptors.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -450,6 +451,24 @@ TEST_F(MediaDBTest, AMediaPathWithInvalidUtf8DoesNotHideOtherRecords) {
     ASSERT_EQ(due.size(), 2u);
     EXPECT_EQ(due[0].mediaPath, L"/\uFFFDb");
     EXPECT_EQ(due[1].mediaPath, L"/m/b.wav");
+}
+
+TEST_F(MediaDBTest, ALackOfDescriptorsIsTheReasonAndNotTheDatabase) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "the sanitizer needs descriptors";
+#endif
+    Open();
+    std::string reason;
+    {
+        const sonrel_tests::NoDescriptors none;
+        try {
+            Open();
+        } catch (const std::runtime_error& error) {
+            reason = error.what();
+        }
+    }
+
+    EXPECT_TRUE(reason.ends_with("media.db: too many files are open")) << reason;
 }
 
 TEST_F(MediaDBTest, ARecordOfOneConnectionIsFoundByAnotherAtOnce) {

@@ -90,6 +90,20 @@ TEST_F(DatabaseTroubleText, ADatabaseThatCannotBeOpenedOrWrittenIsNotToBeMovedAw
     }
 }
 
+TEST_F(DatabaseTroubleText, WhatTheProcessLacksIsNotAReasonToMoveTheDatabaseAway) {
+    const std::string text = "The media database " + database_ + ": ";
+    const std::string subject = "cannot use the media database '" + database_ + "': ";
+
+    EXPECT_EQ(DatabaseTrouble(database_, text + "too many files are open"),
+              subject + "too many files are open; allow more (ulimit -n)");
+    for (const std::string& words : {text + "not enough memory", std::string("std::bad_alloc")}) {
+        EXPECT_EQ(DatabaseTrouble(database_, words),
+                  subject +
+                      "there is not enough memory; end other programs, or allow more "
+                      "(ulimit -v)");
+    }
+}
+
 TEST_F(DatabaseTroubleText, ADamagedDatabaseIsToBeMovedAway) {
     EXPECT_EQ(
         DatabaseTrouble(database_, "The media database " + database_ + ": file is not a database"),

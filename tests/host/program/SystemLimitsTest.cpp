@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: MIT
+// Every command with few descriptors and with little address space.
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <map>
+
+#include "tests/host/ProgramRun.h"
+#include "tests/host/TimelineDocument.h"
+#include "tests/support/WaveBytes.h"
+
+namespace sonrel_tests {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr rlim_t MEGABYTE = 1 << 20;
+
+/// Five are open when the program begins, and the loader of its libraries takes one.
+constexpr rlim_t FEWEST_DESCRIPTORS = 6;
+
+/// A limit of this process and of the programs that are started while it lives.
+class Limit {
+public:
+    Limit(__rlimit_resource resource, rlim_t most) : resource_(resource) {
+        getrlimit(resource_, &before_);
+        const rlimit limit = {most, before_.rlim_max};
+        setrlimit(resource_, &limit);
+    }
+    ~Limit() { setrlimit(resource_, &before_); }
+    Limit(const Limit&) = delete;
+    Limit& operator=(const Limit&) = delete;
+
+private:
+    __rlimit_resource resource_;
+    rlimit before_ = {};
+};
+
+class SystemLimits : public testing::Test {
+protected:
+    void SetUp() override {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+        GTEST_SKIP() << "a sanitizer takes address space and descriptors";
+#endif
+        // The program would inherit what this one was started with, and its limits count it.
+        close_range(STDERR_FILENO + 1, ~0U, 0);
+        WriteFile(shop_.Work("a.wav"), ConformedFileBytes(24000));
+        WriteFile(shop_.Work("b.wav"), Riff(Chunk("fmt ", PcmFormat(1, 2, 44100, 16)) +
+                                            Chunk("data", CountingSamples(22050))));
+        WriteFile(shop_.Work("edit.otio"),
+                  Timeline({Track({Clip("a.wav", 0, 10), Clip("b.wav", 0, 10)})}).dump());
+    }
+
+    static std::vector<std::vector<std::string>> Commands() {
+        return {{"info", "@edit.otio"},
+                {"conform", "@a.wav", "@b.wav", "--jobs", "2"},
+                {"mix", "@edit.otio", "-o", "@m.wav"},
+                {"peaks", "@a.wav", "@b.wav"},
+                {"waveform", "@a.wav", "-o", "@w.png"},
+                {"align", "@b.wav", "@a.wav"},
+                {"play", "@edit.otio", "--output", "@p.wav"},
+                {"cache", "check", "--deep"},
+                {"cache", "clean", "--days", "0"}};
+    }
+
+    /// The recordings of align are compared, and found too short to be aligned.
+    static bool IsDone(const std::vector<std::string>& arguments, const ProgramResult& result) {
+        return result.exitCode == (arguments.front() == "align" ? 3 : 0);
+    }
+
+    /// Runs a command on an empty cache, and on a full one if it is about the cache.
+    ProgramResult RunLimited(const std::vector<std::string>& arguments, __rlimit_resource resource,
+                             rlim_t most) const {
+        fs::remove_all(shop_.Path("cache"));
+        for (const char* name : {"media.db", "media.db-wal", "media.db-shm"}) {
+            fs::remove(shop_.Path(name));
+        }
+        for (const char* name : {"m.wav", "w.png", "p.wav"}) fs::remove(shop_.Work(name));
+        if (arguments.front() == "cache") shop_.Run({"conform", "@a.wav", "@b.wav"});
+        return Start(arguments, resource, most).Wait();
+    }
+
+    RunningProgram Start(const std::vector<std::string>& arguments, __rlimit_resource resource,
+                         rlim_t most) const {
+        const Limit limit(resource, most);
+        return shop_.Start(arguments);
+    }
+
+    /// The address space that the program and its libraries take.
+    rlim_t Libraries() const {
+        rlim_t tooLittle = 0;
+        rlim_t enough = 1024;
+        while (enough - tooLittle > 1) {
+            const rlim_t middle = (tooLittle + enough) / 2;
+            const bool runs =
+                Start({"--version"}, RLIMIT_AS, middle * MEGABYTE).Wait().exitCode == 0;
+            (runs ? enough : tooLittle) = middle;
+        }
+        return enough * MEGABYTE;
+    }
+
+    /// The output of a command; empty without one.
+    std::string Output() const {
+        for (const char* name : {"m.wav", "w.png", "p.wav"}) {
+            if (fs::exists(shop_.Work(name))) return ReadFile(shop_.Work(name));
+        }
+        return {};
+    }
+
+    /// Expects that a command does its work, or names what it lacks in one line.
+    /// @return whether it does its work
+    bool ExpectDoneOrReason(const std::vector<std::string>& arguments, __rlimit_resource resource,
+                            rlim_t most, const std::vector<std::string>& reasons) {
+        const std::string whole = Whole(arguments);
+        const ProgramResult result = RunLimited(arguments, resource, most);
+        SCOPED_TRACE(arguments.front() + " with " + std::to_string(most) + ": " + result.err);
+        if (IsDone(arguments, result)) {
+            EXPECT_EQ(Output(), whole);
+            return true;
+        }
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_TRUE(result.HasOneErrorLine());
+        EXPECT_EQ(Output(), "");
+        EXPECT_EQ(result.err.find("move it away"), std::string::npos);
+        EXPECT_TRUE(std::any_of(reasons.begin(), reasons.end(), [&](const std::string& reason) {
+            return result.err.find(reason) != std::string::npos;
+        }));
+        return false;
+    }
+
+    /// Bisects for the lowest limit of descriptors with which a command does its work. The limit
+    /// below it, with which the command fails latest, is among those that are tried.
+    void ExpectReasonsUpToEnoughDescriptors(const std::vector<std::string>& arguments) {
+        const auto isDone = [&](rlim_t most) {
+            return ExpectDoneOrReason(arguments, RLIMIT_NOFILE, most, {"too many files are open"});
+        };
+        rlim_t tooFew = FEWEST_DESCRIPTORS;
+        rlim_t enough = FEWEST_DESCRIPTORS + 16;
+        if (isDone(tooFew)) return;
+        while (enough - tooFew > 1) {
+            const rlim_t middle = (tooFew + enough) / 2;
+            (isDone(middle) ? enough : tooFew) = middle;
+        }
+    }
+
+    /// The output of a run without limits; empty of a command that has none.
+    std::string Whole(const std::vector<std::string>& arguments) {
+        const bool hasOutput =
+            std::any_of(arguments.begin(), arguments.end(),
+                        [](const auto& word) { return word == "-o" || word == "--output"; });
+        if (!hasOutput) return {};
+        const auto known = whole_.find(arguments.front());
+        if (known != whole_.end()) return known->second;
+        const ProgramResult result = RunLimited(arguments, RLIMIT_NOFILE, 1024);
+        EXPECT_TRUE(IsDone(arguments, result)) << result.err;
+        return whole_[arguments.front()] = Output();
+    }
+
+    Workshop shop_;
+    std::map<std::string, std::string> whole_;
+};
+
+TEST_F(SystemLimits, EveryCommandRunsWith64DescriptorsAnd512MegabytesBesidesTheLibraries) {
+    const Limit descriptors(RLIMIT_NOFILE, 64);
+    const rlim_t bytes = Libraries() + 512 * MEGABYTE;
+    for (const auto& arguments : Commands()) {
+        const ProgramResult result = RunLimited(arguments, RLIMIT_AS, bytes);
+        EXPECT_TRUE(IsDone(arguments, result)) << arguments.front() << ": " << result.err;
+    }
+}
+
+TEST_F(SystemLimits, ALackOfDescriptorsIsNamedAndLeavesNoOutput) {
+    for (const auto& arguments : Commands()) ExpectReasonsUpToEnoughDescriptors(arguments);
+}
+
+TEST_F(SystemLimits, ACommandRequires64MegabytesBesidesTheLibraries) {
+    const ProgramResult result =
+        RunLimited({"info", "@edit.otio"}, RLIMIT_AS, Libraries() + 62 * MEGABYTE);
+
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(result.HasOneErrorLine());
+    EXPECT_NE(result.err.find("a command takes at least 64 MB"), std::string::npos) << result.err;
+}
+
+TEST_F(SystemLimits, ALackOfMemoryIsNamedAndLeavesNoOutput) {
+    const rlim_t libraries = Libraries();
+    for (const auto& arguments : Commands()) {
+        // Little more than the 64 MB that a command requires, and nearly enough for all.
+        for (const rlim_t megabytes : {66, 90}) {
+            ExpectDoneOrReason(arguments, RLIMIT_AS, libraries + megabytes * MEGABYTE,
+                               {"not enough memory", "a thread cannot be started"});
+        }
+    }
+}
+
+}  // namespace
+}  // namespace sonrel_tests
