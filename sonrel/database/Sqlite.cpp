@@ -5,6 +5,8 @@
 #include <cctype>
 #include <cerrno>
 
+#include <sys/stat.h>
+
 #include "sonrel/base/Paths.h"
 #include "sonrel/database/detail/DatabaseFailures.h"
 #include "sonrel/database/detail/DatabaseHooks.h"
@@ -61,6 +63,13 @@ int Open(const std::string& path, SqliteConnection::Mode mode, sqlite3** handle)
     return sqlite3_open_v2(PathForSqlite(path).c_str(), handle, FLAGS, nullptr);
 }
 
+/// Whether a device, a pipe, a socket or a folder has the path. The database library would write to
+/// a device, and make files beside it.
+bool IsNoFile(const std::string& path) {
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+}
+
 /// What the process lacks, where that made a call fail. The library's own words are those of a
 /// damaged or missing file.
 /// @return a clause; empty for any other failure
@@ -103,6 +112,7 @@ std::wstring DecodeLeniently(std::string_view bytes) {
 SqliteConnection::SqliteConnection(std::wstring const& path, Mode mode)
     : path_(zrtl::ToUtf8(path)) {
     if (path_.empty() || path_.find('\0') != std::string::npos) Fail("this is no path of a file");
+    if (IsNoFile(path_)) Fail("this is not a regular file");
     sqlite3* handle = nullptr;
     const int code = Open(path_, mode, &handle);
     handle_.reset(handle);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <filesystem>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -451,6 +452,18 @@ TEST_F(MediaDBTest, AMediaPathWithInvalidUtf8DoesNotHideOtherRecords) {
     ASSERT_EQ(due.size(), 2u);
     EXPECT_EQ(due[0].mediaPath, L"/\uFFFDb");
     EXPECT_EQ(due[1].mediaPath, L"/m/b.wav");
+}
+
+TEST_F(MediaDBTest, ALinkToADeviceIsRefused) {
+    std::filesystem::create_symlink("/dev/null", folder_ / "media.db");
+    std::string reason;
+    try {
+        Open();
+    } catch (const std::runtime_error& error) {
+        reason = error.what();
+    }
+
+    EXPECT_TRUE(reason.ends_with("media.db: this is not a regular file")) << reason;
 }
 
 TEST_F(MediaDBTest, ALackOfDescriptorsIsTheReasonAndNotTheDatabase) {
