@@ -47,20 +47,46 @@ std::string OneLine(std::string text) {
     return text;
 }
 
+/// A journal may name the journal of several databases, and the database library deletes the file
+/// of that name, wherever it is. Our transactions are of one database: such a journal is not ours.
+int OpenNoSuperJournal(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags,
+                       int* flagsOut) {
+    if ((flags & SQLITE_OPEN_SUPER_JOURNAL) == 0) {
+        sqlite3_vfs* const system = sqlite3_vfs_find(nullptr);
+        return system->xOpen(system, name, file, flags, flagsOut);
+    }
+    file->pMethods = nullptr;
+    return SQLITE_CORRUPT;
+}
+
+/// The name of the system's access to files without journals of several databases.
+const char* FileAccess() {
+    static sqlite3_vfs access = [] {
+        sqlite3_initialize();
+        sqlite3_vfs copy = *sqlite3_vfs_find(nullptr);
+        copy.zName = "sonrel";
+        copy.pNext = nullptr;
+        copy.xOpen = &OpenNoSuperJournal;
+        return copy;
+    }();
+    static const int registered = sqlite3_vfs_register(&access, 0);
+    return registered == SQLITE_OK ? access.zName : nullptr;
+}
+
 int Open(const std::string& path, SqliteConnection::Mode mode, sqlite3** handle) {
     constexpr int FLAGS = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX;
     switch (mode) {
         case SqliteConnection::Mode::Create:
             return sqlite3_open_v2(PathForSqlite(path).c_str(), handle, FLAGS | SQLITE_OPEN_CREATE,
-                                   nullptr);
+                                   FileAccess());
         case SqliteConnection::Mode::Frozen:
             return sqlite3_open_v2(FrozenAddress(path).c_str(), handle,
                                    SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_URI,
-                                   nullptr);
+                                   FileAccess());
         case SqliteConnection::Mode::Existing:
             break;
     }
-    return sqlite3_open_v2(PathForSqlite(path).c_str(), handle, FLAGS, nullptr);
+    return sqlite3_open_v2(PathForSqlite(path).c_str(), handle, FLAGS, FileAccess());
 }
 
 /// Whether a device, a pipe, a socket or a folder has the path. The database library would write to

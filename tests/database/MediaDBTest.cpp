@@ -454,6 +454,28 @@ TEST_F(MediaDBTest, AMediaPathWithInvalidUtf8DoesNotHideOtherRecords) {
     EXPECT_EQ(due[1].mediaPath, L"/m/b.wav");
 }
 
+TEST_F(MediaDBTest, AJournalDoesNotDeleteTheFileThatItNames) {
+    Open();
+    RawDatabase(folder_ / "media.db").Run("PRAGMA journal_mode=DELETE");
+    sonrel_tests::WriteFile(folder_ / "mine.txt", "mine");
+    const std::string name = (folder_ / "mine.txt").string();
+    std::uint32_t sum = 0;
+    for (const char letter : name) sum += static_cast<unsigned char>(letter);
+    const std::string magic = "\xd9\xd5\x05\xf9\x20\xa1\x63\xd7";
+    std::string journal = magic + std::string(11, '\0') + '\4';
+    journal.resize(512);
+    // A journal ends with the name of the journal of several databases, its length and its sum.
+    for (const std::uint32_t number : {static_cast<std::uint32_t>(name.size()), sum}) {
+        if (number == name.size()) journal += name;
+        for (const int shift : {24, 16, 8, 0}) journal += static_cast<char>(number >> shift & 0xFF);
+    }
+    sonrel_tests::WriteFile(folder_ / "media.db-journal", journal + magic);
+
+    EXPECT_THROW(Open(), std::runtime_error);
+
+    EXPECT_EQ(sonrel_tests::ReadFile(folder_ / "mine.txt"), "mine");
+}
+
 TEST_F(MediaDBTest, ALinkToADeviceIsRefused) {
     std::filesystem::create_symlink("/dev/null", folder_ / "media.db");
     std::string reason;
