@@ -17,6 +17,7 @@
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
 #include "sonrel/base/Paths.h"
+#include "sonrel/base/StereoFrame.h"
 #include "sonrel/cache/ConformedAudioFileHelper.h"
 #include "sonrel/conformed/ConformedAudioFile.h"
 #include "sonrel/database/DatabaseObserver.h"
@@ -32,7 +33,7 @@ using project::MediaAsset;
 using project::MediaDB;
 namespace helper = sonrel::ConformedAudioFileHelper;
 
-constexpr long long BYTES_PER_FRAME = 4;
+constexpr long long BYTES_PER_FRAME = zrtl::FRAME_BYTES;
 
 std::string MediaPath(const MediaAsset& asset) {
     return zrtl::ToUtf8(asset.IsMerged() ? asset.MergedAudioFilename() : asset.Filename());

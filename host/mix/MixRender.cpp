@@ -5,6 +5,7 @@
 
 #include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
+#include "sonrel/base/StereoFrame.h"
 #include "sonrel/project/EditorSequence.h"
 
 namespace orlo::host {
@@ -12,7 +13,7 @@ namespace orlo::host {
 namespace {
 
 constexpr std::size_t CHANNELS = 2;
-constexpr int BYTES_PER_FRAME = 4;
+constexpr int BYTES_PER_FRAME = zrtl::FRAME_BYTES;
 /// Frames that are handed on at once: enough to keep calls rare, and still in the cache.
 constexpr std::size_t PIECE = 32768;
 

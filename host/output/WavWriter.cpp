@@ -5,12 +5,13 @@
 
 #include "host/shell/Errors.h"
 #include "host/shell/Text.h"
+#include "sonrel/base/StereoFrame.h"
 
 namespace orlo::host {
 
 namespace {
 
-constexpr long long BYTES_PER_FRAME = 4;
+constexpr long long BYTES_PER_FRAME = zrtl::FRAME_BYTES;
 /// Room for the header of either format.
 constexpr long long HEADER_BYTES = 4096;
 

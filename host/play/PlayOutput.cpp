@@ -5,13 +5,15 @@
 #include <bit>
 #include <cctype>
 
+#include "sonrel/base/StereoFrame.h"
+
 namespace orlo::host {
 
 namespace {
 
 using sonrel::VirtualOutput;
 
-constexpr long long BYTES_PER_FRAME = 4;
+constexpr long long BYTES_PER_FRAME = zrtl::FRAME_BYTES;
 /// How long a step waits for a buffer before the program looks around.
 constexpr std::chrono::milliseconds STEP_PATIENCE{50};
 

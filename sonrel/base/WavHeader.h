@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "sonrel/base/StereoFrame.h"
+
 /// The header of a WAV file of 16-bit stereo, the bytes before its samples. All writers of the
 /// engine and of the program use it; the files are documented in docs/formats/xwmc.md.
 namespace zrtl {
@@ -16,7 +18,7 @@ namespace detail {
 
 constexpr std::uint64_t WAV_CHANNELS = 2;
 constexpr std::uint64_t WAV_BITS = 16;
-constexpr std::uint64_t WAV_FRAME_BYTES = 4;
+constexpr std::uint64_t WAV_FRAME_BYTES = zrtl::FRAME_BYTES;
 /// A 32-bit size that is unknown or stored elsewhere.
 constexpr std::uint64_t NO_WAV_SIZE = 0xFFFFFFFFU;
 

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "sonrel/base/Paths.h"
+#include "sonrel/base/StereoFrame.h"
 #include "sonrel/conformed/detail/ConformedFileLayout.h"
 #include "sonrel/conformed/detail/RecentConformedFiles.h"
 #include "sonrel/files/RegularFile.h"
@@ -25,7 +26,7 @@ constexpr int CLOSED = 1;
 constexpr int READ_FAILED = 2;
 constexpr int BAD_RANGE = 7;
 constexpr int BUFFER_TOO_SMALL = 12;
-constexpr long long BYTES_PER_FRAME = 4;
+constexpr long long BYTES_PER_FRAME = zrtl::FRAME_BYTES;
 
 /// Frames that are read in advance of a file that was closed and opened again: some blocks of a
 /// mix, and few enough that those of all streams stay in the cache of the processor.

@@ -7,6 +7,7 @@
 
 #include <unistd.h>
 
+#include "sonrel/base/StereoFrame.h"
 #include "sonrel/files/RegularFile.h"
 
 namespace orlo::project {
@@ -14,7 +15,7 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "samples are written unchanged");
 
-constexpr std::int64_t BYTES_PER_FRAME = 4;
+constexpr std::int64_t BYTES_PER_FRAME = zrtl::FRAME_BYTES;
 
 }  // namespace
 

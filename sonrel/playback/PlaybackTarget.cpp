@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "sonrel/base/Numbers.h"
+#include "sonrel/base/StereoFrame.h"
 #include "sonrel/base/Timing.h"
 #include "sonrel/mixer/AudioMixer.h"
 
@@ -19,7 +20,7 @@ using project::EditorSequence;
 using project::MediaAsset;
 
 constexpr int CHANNEL_COUNT = 2;
-constexpr int BYTES_PER_FRAME = 4;
+constexpr int BYTES_PER_FRAME = zrtl::FRAME_BYTES;
 
 template <class... Functions>
 struct Overloaded : Functions... {

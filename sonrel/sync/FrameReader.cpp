@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "sonrel/base/StereoFrame.h"
 #include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/project/MediaAsset.h"
 
@@ -11,11 +12,10 @@ namespace orlo::sonrel::detail {
 
 int ReadFrames(const AudioMixer& mixer, const std::shared_ptr<project::MediaAsset>& asset,
                long long start, int count, FrameBuffer& frames) {
-    constexpr int FRAME_BYTES = 2 * static_cast<int>(sizeof(short));
-    if (count > std::numeric_limits<int>::max() / FRAME_BYTES) return 0;
+    if (count > std::numeric_limits<int>::max() / zrtl::FRAME_BYTES) return 0;
     frames.resize(std::max(frames.size(), 2 * static_cast<std::size_t>(std::max(0, count))));
     return mixer.GetSamples(asset, start, count, reinterpret_cast<unsigned char*>(frames.data()),
-                            count * FRAME_BYTES);
+                            count * zrtl::FRAME_BYTES);
 }
 
 }  // namespace orlo::sonrel::detail

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include "sonrel/base/StereoFrame.h"
 #include "sonrel/playback/device/AutoResetEvent.h"
 #include "sonrel/playback/device/CallbackSignal.h"
 
@@ -13,7 +14,7 @@ namespace orlo::sonrel::device {
 
 namespace {
 
-constexpr int BYTES_PER_FRAME = 4;
+constexpr int BYTES_PER_FRAME = zrtl::FRAME_BYTES;
 constexpr int MAX_PERIOD = 32768;  // the library's field has 16 bits
 
 }  // namespace

@@ -27,11 +27,13 @@
 #include <limits>
 #include <utility>
 
+#include "sonrel/base/StereoFrame.h"
+
 namespace orlo::sonrel::device {
 
 namespace {
 
-constexpr std::size_t BYTES_PER_FRAME = 4;
+constexpr std::size_t BYTES_PER_FRAME = zrtl::FRAME_BYTES;
 constexpr std::size_t VALUES_PER_FRAME = 2;
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "sonrel/base/Numbers.h"
+#include "sonrel/base/StereoFrame.h"
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -17,7 +18,7 @@ namespace orlo::sonrel::detail {
 
 constexpr int CHANNELS = 2;
 constexpr int BITS_PER_SAMPLE = 16;
-constexpr int FRAME_BYTES = 4;
+using zrtl::FRAME_BYTES;
 constexpr double MIN_VALUE = -32768.0;
 constexpr double MAX_VALUE = 32767.0;
 
