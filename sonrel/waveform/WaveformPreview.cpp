@@ -137,9 +137,9 @@ QImage StretchInBands(const QImage& drawing, int width, int bandRows) {
     return stretched;
 }
 
-/// Scales the drawing to the requested width. The height stays, so each row is stretched without the
-/// others. Smooth scaling changes the pixel format, which is not converted back: the host gets the
-/// pixels without further cost, and WaveformPreview.h documents their layout.
+/// Scales the drawing to the requested width. The height stays, so each row is stretched without
+/// the others. Smooth scaling changes the pixel format, which is not converted back: the host gets
+/// the pixels without further cost, and WaveformPreview.h documents their layout.
 QImage Stretch(const QImage& drawing, int width) {
     if (drawing.isNull() || drawing.width() == width) return drawing;
     // Four bytes a pixel, whatever the format, are those of the scaling.
