@@ -261,7 +261,7 @@ Outcome RunAlign(const GlobalOptions& global, const AlignOptions& options) {
         const RecordingPair pair(session.Engine(), first, list[i], recordings.Rate());
         const ReadCheck reads(*session.Engine()->Mixer(), results.Grid());
         const AlignmentAnswer answer = Align(pair, options.minCorrelation, progress);
-        const std::string unreadable = reads.Trouble();
+        const std::string unreadable = reads.ErrorMessage();
         if (unreadable.empty()) {
             results.Add(pair, answer, i);
         } else {

@@ -17,7 +17,7 @@
 #include "host/cache/CacheCheck.h"
 #include "host/cache/CacheEntryText.h"
 #include "host/media/CacheInventory.h"
-#include "host/media/DatabaseTrouble.h"
+#include "host/media/DatabaseErrorMessage.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/Paths.h"
@@ -119,7 +119,7 @@ std::vector<CacheEntry> DueEntries(const CachePlaces& places, int days) {
         add(database.FindUnusedPeakFiles(days));
         add(database.FindUnusedVFRCacheFiles(days));
     } catch (const std::exception& error) {
-        throw JobError(DatabaseTrouble(places.database, error.what()));
+        throw JobError(DatabaseErrorMessage(places.database, error.what()));
     }
     for (const CacheEntry& entry : TakeInventory(places)) {
         if (entry.record && names.contains(entry.record->cacheFilename)) due.push_back(entry);
@@ -166,7 +166,7 @@ void CleanDue(const EngineSession& session, const std::vector<CacheEntry>& due, 
             if (entry.file.empty()) ledger.Remove(*entry.record);
         }
     } catch (const std::exception& error) {
-        throw JobError(DatabaseTrouble(places.database, error.what()));
+        throw JobError(DatabaseErrorMessage(places.database, error.what()));
     }
     for (const CacheEntry& entry : due) {
         std::error_code ignored;

@@ -8,7 +8,7 @@
 #include <set>
 #include <system_error>
 
-#include "host/media/DatabaseTrouble.h"
+#include "host/media/DatabaseErrorMessage.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
@@ -40,7 +40,7 @@ std::vector<CacheRecord> ReadRecords(const std::string& database) {
     try {
         return project::CacheLedger(WidePath(database)).Records();
     } catch (const std::exception& error) {
-        throw JobError(DatabaseTrouble(database, error.what()));
+        throw JobError(DatabaseErrorMessage(database, error.what()));
     }
 }
 

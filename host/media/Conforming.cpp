@@ -11,7 +11,7 @@
 #include <optional>
 #include <thread>
 
-#include "host/media/DatabaseTrouble.h"
+#include "host/media/DatabaseErrorMessage.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/Paths.h"
@@ -76,10 +76,10 @@ std::string FailureReason(const EngineSession& session, const ConformTask& task,
                           const std::string& conversionFailure,
                           const std::string& databaseFailure) {
     if (conversionFailure.empty() && !databaseFailure.empty()) {
-        return DatabaseTrouble(session.Places().database, databaseFailure);
+        return DatabaseErrorMessage(session.Places().database, databaseFailure);
     }
     const std::string media = MediaPath(*task.asset);
-    std::string reason = FolderTrouble(session.Places().folder, ExpectedBytes(task));
+    std::string reason = FolderErrorMessage(session.Places().folder, ExpectedBytes(task));
     if (!reason.empty()) return reason;
     zrh::media::MediaInfo info;
     if (zrh::media::DescribeMedia(WidePath(media), &info, &reason) != 0) return reason;
@@ -95,7 +95,7 @@ bool CanRead(const project::ConformedAudioFile& file, long long sample) {
 
 /// Why the conformed file of a task cannot be used, as a clause; empty where it can. The samples
 /// between the first and the last are not read.
-std::string ConformedFileTrouble(const ConformTask& task) {
+std::string ConformedFileErrorMessage(const ConformTask& task) {
     const auto clause = [&](const char* otherwise) {
         return "its conformed file " + Quoted(task.path) +
                " cannot be read: " + (errno != 0 ? std::strerror(errno) : otherwise);
@@ -124,30 +124,30 @@ public:
     void Run(ConformTask& task) {
         long long counted = 0;
         bool converting = false;
-        std::string diskTrouble;
+        std::string diskMessage;
         const zrh::media::ConversionObserver observer([&](long long done, long long) {
             if (!converting) {
-                diskTrouble = FolderTrouble(session_.Places().folder, ExpectedBytes(task));
+                diskMessage = FolderErrorMessage(session_.Places().folder, ExpectedBytes(task));
             }
             converting = true;
             progress_.Add(done - counted);
             counted = done;
-            return diskTrouble.empty() && !Interrupted();
+            return diskMessage.empty() && !Interrupted();
         });
         if (settings_.force) {
             RunForced(task);
         } else {
             FindOrMake(task, &converting);
         }
-        std::string trouble = AttachWhole(task);
+        std::string message = AttachWhole(task);
         progress_.Add(ConformProgress::Frames(task) - counted);
         if (Interrupted() && task.path.empty()) return;
         if (task.path.empty()) {
-            trouble = diskTrouble.empty()
+            message = diskMessage.empty()
                           ? FailureReason(session_, task, observer.Failure(), failures_->Failure())
-                          : diskTrouble;
+                          : diskMessage;
         }
-        Finish(task, converting, trouble);
+        Finish(task, converting, message);
     }
 
 private:
@@ -177,24 +177,24 @@ private:
     static std::string Attach(const ConformTask& task) {
         helper::SetAudioSamplesAvailable(task.asset, task.rate, WidePath(task.path));
         if (task.path.empty()) return {};
-        return ConformedFileTrouble(task);
+        return ConformedFileErrorMessage(task);
     }
 
     /// The same, and makes a file that was broken anew once.
     std::string AttachWhole(ConformTask& task) {
-        std::string trouble = Attach(task);
-        if (trouble.empty() || settings_.force || Interrupted()) return trouble;
+        std::string message = Attach(task);
+        if (message.empty() || settings_.force || Interrupted()) return message;
         RunForced(task);
         return Attach(task);
     }
 
-    /// @param trouble  a clause; empty when the file is made or found and can be read
-    static void Finish(ConformTask& task, bool converted, const std::string& trouble) {
+    /// @param message  a clause; empty when the file is made or found and can be read
+    static void Finish(ConformTask& task, bool converted, const std::string& message) {
         task.status = converted ? ConformTask::Status::Made : ConformTask::Status::Found;
-        if (trouble.empty()) return;
+        if (message.empty()) return;
         task.path.clear();
         task.status = ConformTask::Status::Failed;
-        task.error = "cannot conform " + Quoted(MediaPath(*task.asset)) + ": " + trouble;
+        task.error = "cannot conform " + Quoted(MediaPath(*task.asset)) + ": " + message;
     }
 
     const EngineSession& session_;
@@ -263,7 +263,7 @@ void Conform(const EngineSession& session, std::vector<ConformTask>& tasks,
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& error) {
-        throw JobError(DatabaseTrouble(session.Places().database, error.what()));
+        throw JobError(DatabaseErrorMessage(session.Places().database, error.what()));
     }
     progress.End();
 }

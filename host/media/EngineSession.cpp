@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "host/media/DatabaseTrouble.h"
+#include "host/media/DatabaseErrorMessage.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
@@ -41,7 +41,7 @@ void MakeDefaultFolder(const std::string& folder) {
 }
 
 /// What is wrong with the cache folder before an engine is made; empty where nothing is.
-std::string CacheFolderTrouble(const std::string& folder) {
+std::string CacheFolderErrorMessage(const std::string& folder) {
     std::error_code error;
     const fs::file_status status = fs::status(folder, error);
     if (fs::exists(status) && !fs::is_directory(status)) return "it is not a folder";
@@ -60,7 +60,7 @@ CachePlaces CachePlacesOf(const GlobalOptions& options) {
     return places;
 }
 
-std::string FolderTrouble(const std::string& folder, long long bytes) {
+std::string FolderErrorMessage(const std::string& folder, long long bytes) {
     if (IsOnReadOnlyFileSystem(folder)) {
         return "the folder " + Quoted(folder) +
                " is on a read-only file system; give another with --cache";
@@ -87,10 +87,10 @@ EngineSession::EngineSession(const GlobalOptions& options) : places_(CachePlaces
         if (options.cacheFolder.empty() || options.databaseFile.empty()) {
             MakeDefaultFolder(DefaultFolder());
         }
-        const std::string trouble = CacheFolderTrouble(places_.folder);
-        if (!trouble.empty()) {
+        const std::string message = CacheFolderErrorMessage(places_.folder);
+        if (!message.empty()) {
             throw JobError("cannot use the cache folder " + Quoted(places_.folder) + ": " +
-                           trouble + "; give another with --cache");
+                           message + "; give another with --cache");
         }
     }
     std::string error;
@@ -106,7 +106,7 @@ EngineSession::EngineSession(const GlobalOptions& options) : places_(CachePlaces
                                 ? ": it is on a read-only file system; give another with --cache"
                                 : "; give one that may be written with --cache"));
         }
-        throw JobError(DatabaseTrouble(places_.database, error));
+        throw JobError(DatabaseErrorMessage(places_.database, error));
     }
     engine_->SetDaysToKeepCacheFiles(options.keepDays);
 }
@@ -119,7 +119,7 @@ std::shared_ptr<project::MediaDB> EngineSession::Connect() const {
         return std::make_shared<project::MediaDB>(WidePath(places_.database),
                                                   WidePath(places_.folder), false);
     } catch (const std::exception& error) {
-        throw JobError(DatabaseTrouble(places_.database, error.what()));
+        throw JobError(DatabaseErrorMessage(places_.database, error.what()));
     }
 }
 

@@ -46,6 +46,6 @@ constexpr int MAX_RECORD_ATTEMPTS = 3;
 
 /// What keeps files from being made in a folder, as a clause; empty where nothing does.
 /// @param bytes  what has to fit
-std::string FolderTrouble(const std::string& folder, long long bytes);
+std::string FolderErrorMessage(const std::string& folder, long long bytes);
 
 }  // namespace orlo::host

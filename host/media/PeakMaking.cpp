@@ -6,7 +6,7 @@
 #include <new>
 #include <optional>
 
-#include "host/media/DatabaseTrouble.h"
+#include "host/media/DatabaseErrorMessage.h"
 #include "host/output/OutputTarget.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
@@ -54,7 +54,7 @@ long long BytesOf(const PeakTask& task, long long frames) {
 }
 
 /// Why no peak file has room for the channels of a task; empty where it has.
-std::string ChannelTrouble(const PeakTask& task) {
+std::string ChannelErrorMessage(const PeakTask& task) {
     if (task.channels <= MAX_CHANNELS) return {};
     return "its sound has " + std::to_string(task.channels) +
            " channels, and a peak file takes at most " + std::to_string(MAX_CHANNELS);
@@ -69,7 +69,7 @@ std::shared_ptr<ZRAbstractAudioStream> FindAudioStream(ZRAbstractMediaFile& file
 }
 
 /// Why the sound of a task gave no peak file, as far as it shows afterwards.
-std::string SoundTrouble(const PeakTask& task) {
+std::string SoundErrorMessage(const PeakTask& task) {
     zrh::media::MediaInfo info;
     std::string reason;
     zrh::media::DescribeMedia(WidePath(MediaPath(task)), &info, &reason);
@@ -157,7 +157,7 @@ private:
     template <class Operation>
     std::string Ask(const PeakTask& task, Operation operation) {
         std::string path = AskFor(task, task.frames, operation);
-        if (spaceTrouble_.empty() || Interrupted()) return path;
+        if (spaceMessage_.empty() || Interrupted()) return path;
         const long long frames = ExactFrames(task);
         return frames == task.frames ? path : AskFor(task, frames, operation);
     }
@@ -175,12 +175,12 @@ private:
 
     /// Looks at the free space before the first samples are read.
     ReadObserver::Function FollowFrom(long long bytes) {
-        spaceTrouble_.clear();
+        spaceMessage_.clear();
         return [this, bytes, follow = progress_.Follow()](long long frames) {
             if (!progress_.WasRead()) {
-                spaceTrouble_ = FolderTrouble(session_.Places().folder, bytes);
+                spaceMessage_ = FolderErrorMessage(session_.Places().folder, bytes);
             }
-            return follow(frames) && spaceTrouble_.empty();
+            return follow(frames) && spaceMessage_.empty();
         };
     }
 
@@ -190,24 +190,24 @@ private:
 
     /// @param databaseFailure  why the database did not record the file; may be empty
     std::string FailureReason(const PeakTask& task, const std::string& databaseFailure) const {
-        std::string trouble = spaceTrouble_;
-        if (trouble.empty()) trouble = readFailure_;
-        if (trouble.empty()) trouble = ChannelTrouble(task);
-        if (trouble.empty() && !databaseFailure.empty()) {
-            trouble = DatabaseTrouble(session_.Places().database, databaseFailure);
+        std::string message = spaceMessage_;
+        if (message.empty()) message = readFailure_;
+        if (message.empty()) message = ChannelErrorMessage(task);
+        if (message.empty() && !databaseFailure.empty()) {
+            message = DatabaseErrorMessage(session_.Places().database, databaseFailure);
         }
-        if (trouble.empty())
-            trouble = FolderTrouble(session_.Places().folder, BytesOf(task, task.frames));
-        if (trouble.empty()) trouble = SoundTrouble(task);
-        if (trouble.empty()) trouble = DescriptorTrouble();
-        return trouble.empty() ? "its sound could not be read or recorded" : trouble;
+        if (message.empty())
+            message = FolderErrorMessage(session_.Places().folder, BytesOf(task, task.frames));
+        if (message.empty()) message = SoundErrorMessage(task);
+        if (message.empty()) message = DescriptorErrorMessage();
+        return message.empty() ? "its sound could not be read or recorded" : message;
     }
 
     const EngineSession& session_;
     ReadProgress& progress_;
     bool makesAnew_;
     std::shared_ptr<MediaDB> database_;
-    std::string spaceTrouble_;  ///< of the cache folder at the last attempt; a clause
+    std::string spaceMessage_;  ///< of the cache folder at the last attempt; a clause
     std::string readFailure_;   ///< of the media file at the last attempt; a clause
     std::optional<project::DatabaseObserver> failures_;  ///< of the last attempt
 };
@@ -271,37 +271,37 @@ void FindOrMakePeakFiles(const EngineSession& session, std::vector<PeakTask>& ta
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& error) {
-        throw JobError(DatabaseTrouble(session.Places().database, error.what()));
+        throw JobError(DatabaseErrorMessage(session.Places().database, error.what()));
     }
     progress.End();
 }
 
 void WritePeakFile(const PeakTask& task, const PartialFile& output, PeakMode mode,
                    const std::string& wanted, Progress& progress) {
-    const std::string channels = ChannelTrouble(task);
+    const std::string channels = ChannelErrorMessage(task);
     if (!channels.empty()) {
         throw JobError("cannot make the peak file of " + Quoted(MediaPath(task)) + ": " + channels);
     }
     output.RequireSpace(BytesOf(task, task.frames));
     ReadProgress read({task}, progress);
     int code = 0;
-    std::string trouble;
+    std::string message;
     try {
         const ReadObserver observer(read.Follow());
         code = PeakFile::Create(task.asset, WidePath(output.OpenPath()), EngineMode(mode));
-        trouble = observer.Failure();
+        message = observer.Failure();
     } catch (const zrh::media::ZRMediaException& error) {
         if (!Interrupted()) RefuseMedia(MediaPath(task), error.Code());
     }
     if (Interrupted()) ThrowInterrupted("nothing was written to " + Quoted(wanted));
     if (IsAboutOutput(code)) ThrowWriteError(output.Label(), 0);
     if (code != 0) {
-        if (trouble.empty()) output.RequireSpace(BytesOf(task, task.frames));
-        if (trouble.empty()) trouble = SoundTrouble(task);
+        if (message.empty()) output.RequireSpace(BytesOf(task, task.frames));
+        if (message.empty()) message = SoundErrorMessage(task);
         throw JobError("cannot make the peak file of " + Quoted(MediaPath(task)) + ": " +
-                       (trouble.empty() ? "its sound cannot be read, or " + Quoted(output.Label()) +
+                       (message.empty() ? "its sound cannot be read, or " + Quoted(output.Label()) +
                                               " cannot be written"
-                                        : trouble));
+                                        : message));
     }
     progress.End();
 }

@@ -30,7 +30,7 @@ const char* RemedyOf(const FailedRead& read) {
 
 }  // namespace
 
-std::string ReadCheck::Trouble() const {
+std::string ReadCheck::ErrorMessage() const {
     const std::vector<FailedRead> failed = mixer_.FailedReadsSince(mark_);
     if (failed.empty()) return {};
     const FailedRead& first = failed.front();
@@ -49,8 +49,8 @@ std::string ReadCheck::Notice() const {
 }
 
 void ReadCheck::RequireAll() const {
-    const std::string trouble = Trouble();
-    if (!trouble.empty()) throw JobError(trouble);
+    const std::string message = ErrorMessage();
+    if (!message.empty()) throw JobError(message);
 }
 
 }  // namespace orlo::host

@@ -20,7 +20,7 @@ public:
 
     /// A clause that names the first media file that could not be read, and where; empty when
     /// everything was read.
-    std::string Trouble() const;
+    std::string ErrorMessage() const;
     /// The same in a few words, for a line of the terminal: "read error at 00:00:01:10: 'a.wav'".
     std::string Notice() const;
     /// @throws JobError with the clause

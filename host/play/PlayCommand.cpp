@@ -161,7 +161,7 @@ private:
         quiet.reset();
         if (error != PlaybackEngine::Err::NoError) {
             throw JobError("cannot play " + Quoted(options_.input) + ": " +
-                           PlaybackTrouble(error, target_.grid.rate));
+                           PlaybackErrorMessage(error, target_.grid.rate));
         }
         return *sonrel.Playback();
     }

@@ -121,7 +121,7 @@ void PlaySession::Tell() {
 void PlaySession::TellReadError() {
     if (!readError_.empty()) return;
     readError_ = subject_.reads.Notice();
-    if (!readError_.empty()) events_.ReadError(subject_.reads.Trouble());
+    if (!readError_.empty()) events_.ReadError(subject_.reads.ErrorMessage());
 }
 
 std::string PlaySession::Timecode() const {

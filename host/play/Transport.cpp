@@ -18,7 +18,7 @@ constexpr int LONG_JUMP_SECONDS = 10;
 
 }  // namespace
 
-std::string PlaybackTrouble(Err error, int sampleRate) {
+std::string PlaybackErrorMessage(Err error, int sampleRate) {
     const std::string rate = std::to_string(sampleRate) + " Hz";
     const std::string elsewhere = "; play to nowhere with --output null, or into a file";
     switch (error) {
@@ -53,7 +53,7 @@ void Transport::Begin(long long sample, Direction direction, int speed) {
     const Err error = engine_.PlayFromSample(
         sample, direction, speed, [this, run = ++run_](void*) { endedRun_ = run; }, nullptr);
     playing_ = error == Err::NoError;
-    if (!playing_) throw JobError(PlaybackTrouble(error, grid_.rate));
+    if (!playing_) throw JobError(PlaybackErrorMessage(error, grid_.rate));
 }
 
 void Transport::Stop() {

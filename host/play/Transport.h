@@ -12,7 +12,7 @@
 namespace orlo::host {
 
 /// What a failed playback command means for who called the program, as a clause.
-std::string PlaybackTrouble(sonrel::PlaybackEngine::Err error, int sampleRate);
+std::string PlaybackErrorMessage(sonrel::PlaybackEngine::Err error, int sampleRate);
 
 /// The controls of a player: runs, pauses and jumps of a playback engine that is set up.
 ///

@@ -32,7 +32,7 @@ void RequireMemory() {
     munmap(room, BYTES);
 }
 
-std::string DescriptorTrouble() {
+std::string DescriptorErrorMessage() {
     std::array<int, DESCRIPTORS> opened = {};
     for (int& descriptor : opened) descriptor = open("/", O_PATH | O_CLOEXEC);
     const bool isShort = opened.back() < 0;

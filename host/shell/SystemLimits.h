@@ -13,7 +13,7 @@ void RequireMemory();
 
 /// Why a job that opens files may have failed, for a failure that says nothing about its cause.
 /// @return a clause with its remedy; empty when this process can open 8 files more
-std::string DescriptorTrouble();
+std::string DescriptorErrorMessage();
 
 /// A clause about a system call that failed, with its remedy.
 std::string SystemErrorText(const std::system_error& error);

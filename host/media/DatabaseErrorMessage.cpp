@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/media/DatabaseTrouble.h"
+#include "host/media/DatabaseErrorMessage.h"
 
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -60,7 +60,7 @@ std::string ShortageRemedy(const std::string& words) {
     return {};
 }
 
-std::string LockedTrouble(const std::string& database) {
+std::string LockedMessage(const std::string& database) {
     const std::string holder = LockHolder(database, ReadText("/proc/locks"));
     return "it is locked by " + (holder.empty() ? "another program" : holder) +
            "; try again when that has ended, or give another with --db";
@@ -91,13 +91,13 @@ bool IsOnReadOnlyFileSystem(const std::string& path) {
     return statvfs(place.c_str(), &disk) == 0 && (disk.f_flag & ST_RDONLY) != 0;
 }
 
-std::string DatabaseTrouble(const std::string& database, const std::string& reason) {
+std::string DatabaseErrorMessage(const std::string& database, const std::string& reason) {
     // The text of a failure begins with the name of the database.
     const std::size_t name = reason.find(database + ": ");
     const std::string words =
         name == std::string::npos ? reason : reason.substr(name + database.size() + 2);
     const std::string subject = "cannot use the media database " + Quoted(database) + ": ";
-    if (Contains(words, "locked")) return subject + LockedTrouble(database);
+    if (Contains(words, "locked")) return subject + LockedMessage(database);
     const std::string shortage = ShortageRemedy(words);
     if (!shortage.empty()) return subject + shortage;
     if (IsAboutAccess(words) && IsOnReadOnlyFileSystem(database)) {

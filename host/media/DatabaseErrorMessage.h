@@ -7,7 +7,7 @@ namespace orlo::host {
 
 /// A clause about a media database that failed, with its remedy.
 /// @param reason  the text of the failure
-std::string DatabaseTrouble(const std::string& database, const std::string& reason);
+std::string DatabaseErrorMessage(const std::string& database, const std::string& reason);
 
 /// The other process that has the media database locked for writing, as "process 123 (name)"; empty
 /// where the system does not report one.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/media/DatabaseTrouble.h"
+#include "host/media/DatabaseErrorMessage.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -54,37 +54,38 @@ TEST_F(DatabaseTroubleText, ReadersThisProcessAndOtherFilesAreNotTheHolderOfALoc
 
 TEST_F(DatabaseTroubleText, ALockedDatabaseIsNotToBeMovedAway) {
     EXPECT_EQ(
-        DatabaseTrouble(database_, "The media database " + database_ + ": database is locked"),
+        DatabaseErrorMessage(database_, "The media database " + database_ + ": database is locked"),
         "cannot use the media database '" + database_ +
             "': it is locked by another program; try again when that has ended, or give "
             "another with --db");
 }
 
 TEST_F(DatabaseTroubleText, ARecordOfAnotherProgramIsNotAReasonToMoveTheDatabaseAway) {
-    EXPECT_EQ(DatabaseTrouble(database_, "The media database " + database_ +
-                                             ": another program has recorded the file"),
+    EXPECT_EQ(DatabaseErrorMessage(database_, "The media database " + database_ +
+                                                  ": another program has recorded the file"),
               "cannot use the media database '" + database_ +
                   "': another program has recorded the file; try again");
 }
 
 TEST_F(DatabaseTroubleText, AFullDiskIsNotAReasonToMoveTheDatabaseAway) {
-    EXPECT_EQ(DatabaseTrouble(database_,
-                              "The media database " + database_ + ": database or disk is full"),
+    EXPECT_EQ(DatabaseErrorMessage(
+                  database_, "The media database " + database_ + ": database or disk is full"),
               "cannot use the media database '" + database_ +
                   "': its disk is full; make room, or give another with --db");
 }
 
 TEST_F(DatabaseTroubleText, AFailingDiskIsNotAReasonToMoveTheDatabaseAway) {
-    EXPECT_EQ(DatabaseTrouble(database_, "The media database " + database_ + ": disk I/O error"),
-              "cannot use the media database '" + database_ +
-                  "': disk I/O error; check its disk, or give another with --db");
+    EXPECT_EQ(
+        DatabaseErrorMessage(database_, "The media database " + database_ + ": disk I/O error"),
+        "cannot use the media database '" + database_ +
+            "': disk I/O error; check its disk, or give another with --db");
 }
 
 TEST_F(DatabaseTroubleText, ADatabaseThatCannotBeOpenedOrWrittenIsNotToBeMovedAway) {
     for (const std::string words :
          {"unable to open database file", "attempt to write a readonly database",
           "the file cannot be written"}) {
-        EXPECT_EQ(DatabaseTrouble(database_, "The media database " + database_ + ": " + words),
+        EXPECT_EQ(DatabaseErrorMessage(database_, "The media database " + database_ + ": " + words),
                   "cannot use the media database '" + database_ + "': " + words +
                       "; it and its folder must exist and be writable, or give another with --db");
     }
@@ -94,10 +95,10 @@ TEST_F(DatabaseTroubleText, WhatTheProcessLacksIsNotAReasonToMoveTheDatabaseAway
     const std::string text = "The media database " + database_ + ": ";
     const std::string subject = "cannot use the media database '" + database_ + "': ";
 
-    EXPECT_EQ(DatabaseTrouble(database_, text + "too many files are open"),
+    EXPECT_EQ(DatabaseErrorMessage(database_, text + "too many files are open"),
               subject + "too many files are open; allow more (ulimit -n)");
     for (const std::string& words : {text + "not enough memory", std::string("std::bad_alloc")}) {
-        EXPECT_EQ(DatabaseTrouble(database_, words),
+        EXPECT_EQ(DatabaseErrorMessage(database_, words),
                   subject +
                       "there is not enough memory; end other programs, or allow more "
                       "(ulimit -v)");
@@ -105,10 +106,10 @@ TEST_F(DatabaseTroubleText, WhatTheProcessLacksIsNotAReasonToMoveTheDatabaseAway
 }
 
 TEST_F(DatabaseTroubleText, ADamagedDatabaseIsToBeMovedAway) {
-    EXPECT_EQ(
-        DatabaseTrouble(database_, "The media database " + database_ + ": file is not a database"),
-        "cannot use the media database '" + database_ +
-            "': file is not a database; move it away, or give another with --db");
+    EXPECT_EQ(DatabaseErrorMessage(database_,
+                                   "The media database " + database_ + ": file is not a database"),
+              "cannot use the media database '" + database_ +
+                  "': file is not a database; move it away, or give another with --db");
 }
 
 }  // namespace
