@@ -37,9 +37,9 @@ public:
         answer_.tooShort = IsTooShort(std::min(pair_.A().Frames(), pair_.B().Frames()));
         if (answer_.tooShort) return answer_;
         SearchWholes();
-        Try(answer_.engine.offset, AlignmentWay::Search, SearchedSegments());
+        Try(answer_.engine.offset, AlignmentMethod::Search, SearchedSegments());
         // What long stretches tell costs little, and is right where short ones repeat.
-        Try(OffsetByLevels(pair_), AlignmentWay::Levels, {});
+        Try(OffsetByLevels(pair_), AlignmentMethod::Levels, {});
         TryOtherPlaces();
         if (!EitherIsSilent()) {
             if (!HoldsUp()) TryLoudSeconds();
@@ -72,7 +72,7 @@ private:
     }
 
     /// Measures a candidate. The first one of an offset stays.
-    void Try(long long offset, AlignmentWay way, std::vector<Place> segments) {
+    void Try(long long offset, AlignmentMethod method, std::vector<Place> segments) {
         if (Interrupted()) Stop();
         const bool known = std::any_of(tried_.begin(), tried_.end(), [&](long long other) {
             return std::llabs(other - offset) < pair_.Rate() / 50;
@@ -80,7 +80,7 @@ private:
         if (known || IsTooShort(pair_.OverlapAt(offset).length)) return;
         tried_.push_back(offset);
         Alignment candidate;
-        candidate.way = way;
+        candidate.method = method;
         candidate.segments = std::move(segments);
         candidate.refined = pair_.Refine(offset);
         if (IsTooShort(pair_.OverlapAt(candidate.refined.offset).length)) return;
@@ -141,7 +141,7 @@ private:
         for (const Measure& place : places) {
             if (place.correlation >= least_ &&
                 !Agrees(place, answer_.found.refined, pair_.Rate())) {
-                Try(place.offset, AlignmentWay::OtherPlaces, {});
+                Try(place.offset, AlignmentMethod::OtherPlaces, {});
             }
         }
     }
@@ -161,7 +161,7 @@ private:
                 return !Interrupted();
             });
             for (const long long offset : offsets) {
-                Try(offset, AlignmentWay::LoudSeconds, {second});
+                Try(offset, AlignmentMethod::LoudSeconds, {second});
             }
             if (StandsOut()) break;
         }
@@ -176,7 +176,7 @@ private:
         for (const RangeTry& range : tries) {
             if (Interrupted()) Stop();
             const Measure measure = pair_.MeasureAt(range.offset, range.inB);
-            if (measure.correlation >= least_) Try(measure.offset, AlignmentWay::Ranges, {});
+            if (measure.correlation >= least_) Try(measure.offset, AlignmentMethod::Ranges, {});
             progress_.Update(++done);
             if (StandsOut()) break;
         }
@@ -220,17 +220,17 @@ private:
 
 }  // namespace
 
-const char* WayName(AlignmentWay way) {
-    switch (way) {
-        case AlignmentWay::Search:
+const char* MethodName(AlignmentMethod method) {
+    switch (method) {
+        case AlignmentMethod::Search:
             return "search";
-        case AlignmentWay::Levels:
+        case AlignmentMethod::Levels:
             return "levels";
-        case AlignmentWay::OtherPlaces:
+        case AlignmentMethod::OtherPlaces:
             return "other places";
-        case AlignmentWay::LoudSeconds:
+        case AlignmentMethod::LoudSeconds:
             return "other loud seconds";
-        case AlignmentWay::Ranges:
+        case AlignmentMethod::Ranges:
             break;
     }
     return "ranges";

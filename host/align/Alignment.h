@@ -12,10 +12,10 @@
 namespace orlo::host {
 
 /// How an answer was found.
-enum class AlignmentWay { Search, Levels, OtherPlaces, LoudSeconds, Ranges };
+enum class AlignmentMethod { Search, Levels, OtherPlaces, LoudSeconds, Ranges };
 
 /// The way as a word of the report.
-const char* WayName(AlignmentWay way);
+const char* MethodName(AlignmentMethod method);
 
 enum class Verdict { Aligned, Uncertain, Unrelated };
 
@@ -23,7 +23,7 @@ const char* VerdictName(Verdict verdict);
 
 /// An offset that was measured.
 struct Alignment {
-    AlignmentWay way = AlignmentWay::Search;
+    AlignmentMethod method = AlignmentMethod::Search;
     Measure refined;
     std::vector<Measure> places;  ///< along the overlap
     std::vector<Place> segments;  ///< that were searched for, in the reference recording

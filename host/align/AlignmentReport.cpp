@@ -60,17 +60,17 @@ std::string DriftText(const AlignmentAnswer& answer, int rate) {
     return text;
 }
 
-const char* WayText(AlignmentWay way) {
-    switch (way) {
-        case AlignmentWay::Search:
+const char* MethodText(AlignmentMethod method) {
+    switch (method) {
+        case AlignmentMethod::Search:
             return "found by the search for the loudest seconds";
-        case AlignmentWay::Levels:
+        case AlignmentMethod::Levels:
             return "found by when the levels rise";
-        case AlignmentWay::OtherPlaces:
+        case AlignmentMethod::OtherPlaces:
             return "found by following other places along the overlap";
-        case AlignmentWay::LoudSeconds:
+        case AlignmentMethod::LoudSeconds:
             return "found by searching for other loud seconds";
-        case AlignmentWay::Ranges:
+        case AlignmentMethod::Ranges:
             break;
     }
     return "found by comparing ranges";
@@ -103,7 +103,7 @@ Json AlignmentJson(const RecordingPair& pair, const AlignmentAnswer& answer) {
     result["chance"] = answer.found.chance;
     result["verdict"] = VerdictName(answer.verdict);
     result["tooShort"] = answer.tooShort;
-    result["way"] = WayName(answer.found.way);
+    result["way"] = MethodName(answer.found.method);
     result["oneOffsetFits"] = answer.oneOffsetFits;
     result["overlap"] = pair.OverlapAt(refined.offset).length;
     result["places"] = PlacesJson(answer.found.places);
@@ -118,7 +118,7 @@ std::string AlignmentText(const RecordingPair& pair, const AlignmentAnswer& answ
     text += "  engine      correlation " + Correlation(answer.engine.correlation) + ", offset " +
             std::to_string(answer.engine.offset) + "\n";
     text += "  refined     correlation " + Correlation(refined.correlation) + ", offset " +
-            std::to_string(refined.offset) + ", " + WayText(answer.found.way) + "\n";
+            std::to_string(refined.offset) + ", " + MethodText(answer.found.method) + "\n";
     text += "  overlap     " + FormatDuration(overlap) +
             ", places measured: " + std::to_string(answer.found.places.size()) + "\n";
     text += DriftText(answer, pair.Rate());

@@ -10,8 +10,8 @@ namespace {
 
 constexpr double DRIFT_ALLOWANCE = 300e-6;  // clocks differ by less
 constexpr double AGREEMENT_SECONDS = 0.02;  // beside their drift
-constexpr double LEAST_DRIFT_SPAN = 20.0;   // seconds between the first and the last place
-constexpr std::size_t LEAST_DRIFT_PLACES = 4;
+constexpr double MIN_DRIFT_SPAN = 20.0;     // seconds between the first and the last place
+constexpr std::size_t MIN_DRIFT_PLACES = 4;
 
 /// Frames by which the offset of a place may differ from that of the whole.
 double AllowedDifference(const Measure& place, const Measure& whole, int rate) {
@@ -40,8 +40,8 @@ std::optional<Drift> FitDrift(const std::vector<Measure>& places, const Measure&
         points.emplace_back(static_cast<double>(place.place.start) + 0.5 * place.place.length,
                             static_cast<double>(place.offset - whole.offset));
     }
-    if (points.size() < LEAST_DRIFT_PLACES) return std::nullopt;
-    if (points.back().first - points.front().first < LEAST_DRIFT_SPAN * rate) return std::nullopt;
+    if (points.size() < MIN_DRIFT_PLACES) return std::nullopt;
+    if (points.back().first - points.front().first < MIN_DRIFT_SPAN * rate) return std::nullopt;
     const auto count = static_cast<double>(points.size());
     double meanX = 0.0;
     double meanY = 0.0;

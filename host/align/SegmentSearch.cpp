@@ -13,7 +13,7 @@ namespace {
 
 using sonrel::AudioSync;
 
-constexpr std::size_t LONGEST_ENVELOPE = std::size_t{1} << 20;  // values: bounds the memory
+constexpr std::size_t MAX_ENVELOPE = std::size_t{1} << 20;  // values: bounds the memory
 constexpr std::size_t KEPT_MATCHES = 4;
 constexpr std::size_t RANGES_OF_EACH = 8;
 constexpr int RANGE_SECONDS = 5;
@@ -70,7 +70,7 @@ std::vector<Place> LoudRanges(const Recording& recording, int rate) {
 
 long long OffsetByLevels(const RecordingPair& pair) {
     const std::size_t bins = std::max(pair.A().levels.Bins().size(), pair.B().levels.Bins().size());
-    const std::size_t binsInOne = bins / LONGEST_ENVELOPE + 1;
+    const std::size_t binsInOne = bins / MAX_ENVELOPE + 1;
     const std::size_t count = bins / binsInOne + 1;
     const std::vector<float> a = Onsets(pair.A().levels, binsInOne, count);
     const std::vector<float> b = Onsets(pair.B().levels, binsInOne, count);

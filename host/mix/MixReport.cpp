@@ -12,7 +12,7 @@ namespace orlo::host {
 namespace {
 
 /// Stretches that are told in the table; the others are in the JSON.
-constexpr std::size_t TOLD_CLIPS = 8;
+constexpr std::size_t MAX_LISTED_CLIPS = 8;
 
 void CountClip(const sonrel::AudioTrackMetrics& block, long long begin, SignalSummary& signal) {
     if (!block.clipped[0] && !block.clipped[1]) return;
@@ -55,12 +55,12 @@ Json ClipsJson(const std::vector<ClipStretch>& clips, const FrameGrid& grid) {
 
 std::string ClipsText(const std::vector<ClipStretch>& clips, const FrameGrid& grid) {
     std::string text;
-    for (std::size_t i = 0; i < std::min(TOLD_CLIPS, clips.size()); ++i) {
+    for (std::size_t i = 0; i < std::min(MAX_LISTED_CLIPS, clips.size()); ++i) {
         text += "    clips from " + FormatTimecode(clips[i].span.begin, grid) + " to " +
                 FormatTimecode(clips[i].span.end, grid) + ", " + ChannelsOf(clips[i]) + "\n";
     }
-    if (clips.size() > TOLD_CLIPS) {
-        text += "    and at " + std::to_string(clips.size() - TOLD_CLIPS) + " more places\n";
+    if (clips.size() > MAX_LISTED_CLIPS) {
+        text += "    and at " + std::to_string(clips.size() - MAX_LISTED_CLIPS) + " more places\n";
     }
     return text;
 }

@@ -18,7 +18,7 @@ namespace orlo::host {
 namespace {
 
 /// How often a wait looks for an interrupt.
-constexpr std::chrono::milliseconds LOOK{50};
+constexpr std::chrono::milliseconds POLL_INTERVAL{50};
 
 void CheckInterrupt(const std::string& label) {
     if (Interrupted()) ThrowInterrupted(Quoted(label) + " is not complete");
@@ -36,7 +36,7 @@ OutputStream::OutputStream(const OutputTarget& target, std::string label)
         CheckInterrupt(label_);
         const bool hasNoReader = isPipe && errno == ENXIO;
         if (!hasNoReader && errno != EINTR) ThrowWriteError(label_, errno);
-        if (hasNoReader) std::this_thread::sleep_for(LOOK);
+        if (hasNoReader) std::this_thread::sleep_for(POLL_INTERVAL);
     }
 }
 
@@ -46,7 +46,7 @@ OutputStream::~OutputStream() {
 
 void OutputStream::WaitForRoom() const {
     pollfd waiting{descriptor_, POLLOUT, 0};
-    poll(&waiting, 1, static_cast<int>(LOOK.count()));
+    poll(&waiting, 1, static_cast<int>(POLL_INTERVAL.count()));
 }
 
 void OutputStream::Write(std::string_view bytes) {

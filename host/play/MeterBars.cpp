@@ -8,19 +8,19 @@ namespace orlo::host {
 
 namespace {
 
-constexpr double LOWEST_DECIBELS = -60.0;
+constexpr double MIN_DECIBELS = -60.0;
 
 /// How many of @p width characters a peak fills. Any sound at all above the lowest level shows.
 int Filled(float peak, int width) {
-    const double share = 1.0 - MeterDecibels(peak) / LOWEST_DECIBELS;
+    const double share = 1.0 - MeterDecibels(peak) / MIN_DECIBELS;
     return static_cast<int>(std::ceil(share * width));
 }
 
 }  // namespace
 
 double MeterDecibels(float peak) {
-    if (!(peak > 0.0f)) return LOWEST_DECIBELS;
-    return std::clamp(20.0 * std::log10(static_cast<double>(peak)), LOWEST_DECIBELS, 0.0);
+    if (!(peak > 0.0f)) return MIN_DECIBELS;
+    return std::clamp(20.0 * std::log10(static_cast<double>(peak)), MIN_DECIBELS, 0.0);
 }
 
 void SignalMeter::Show(const sonrel::AudioTrackMetrics& metrics, Clock::time_point now) {

@@ -15,7 +15,7 @@ using sonrel::VirtualOutput;
 
 constexpr long long BYTES_PER_FRAME = zrtl::FRAME_BYTES;
 /// How long a step waits for a buffer before the program looks around.
-constexpr std::chrono::milliseconds STEP_PATIENCE{50};
+constexpr std::chrono::milliseconds STEP_TIMEOUT{50};
 
 static_assert(std::endian::native == std::endian::little, "bare samples are little-endian");
 
@@ -85,7 +85,7 @@ PlayOutput::~PlayOutput() {
 }
 
 void PlayOutput::Step() {
-    virtual_->AdvanceBuffer(STEP_PATIENCE);
+    virtual_->AdvanceBuffer(STEP_TIMEOUT);
     // What a full disk has cut short is not played on.
     if (virtual_->Failed()) file_->Finish();
 }

@@ -14,7 +14,7 @@ namespace {
 using sonrel::PlaybackEngine;
 
 /// How often a player looks at keys and at the frame that is heard. Frames last longer.
-constexpr std::chrono::milliseconds LOOK{4};
+constexpr std::chrono::milliseconds POLL_INTERVAL{4};
 /// A meter block lasts as long.
 constexpr std::chrono::milliseconds METER_POLL{100};
 constexpr int METER_POLLS_PER_SECOND = 10;
@@ -41,17 +41,17 @@ void PlaySession::Run(long long begin) {
     if (!output_.IsStepped()) keys = std::make_unique<TerminalKeys>();
     transport_.Begin(begin, options_.reverse ? Direction::Reverse : Direction::Forward,
                      options_.speed);
-    while (Look(keys.get())) continue;
+    while (Poll(keys.get())) continue;
 }
 
 /// @return whether to continue
-bool PlaySession::Look(TerminalKeys* keys) {
+bool PlaySession::Poll(TerminalKeys* keys) {
     StopIfInterrupted();
     if (suspension_.IsRequested()) Suspend(keys);
     Advance(keys);
     // The order matters: levels heard before the end are reported before it.
     const bool ended = transport_.HasEnded();
-    Tell();
+    Report();
     if (ended) events_.End();
     if (ended && transport_.HasBeenUsed()) transport_.PauseAtEnd();
     CheckDevice();
@@ -60,7 +60,7 @@ bool PlaySession::Look(TerminalKeys* keys) {
 
 void PlaySession::Advance(TerminalKeys* keys) {
     if (keys == nullptr) return output_.Step();
-    for (const Key key : keys->Read(LOOK)) transport_.Press(key);
+    for (const Key key : keys->Read(POLL_INTERVAL)) transport_.Press(key);
     transport_.RetryFrame();
 }
 
@@ -73,7 +73,7 @@ void PlaySession::Suspend(TerminalKeys* keys) {
 void PlaySession::StopIfInterrupted() {
     if (!Interrupted()) return;
     transport_.Stop();
-    Tell();
+    Report();
     ThrowInterrupted(output_.IsStepped() ? "nothing was written" : "playback stopped");
 }
 
@@ -82,13 +82,13 @@ void PlaySession::CheckDevice() {
     const std::string failure = watch_.Check(engine_.OutputState(), Clock::now());
     if (failure.empty()) return;
     transport_.Stop();
-    Tell();
+    Report();
     const std::string position = Timecode();
     throw JobError("playback of " + Quoted(subject_.name) + " stopped at " + position + ": " +
                    failure + "; play on with --from " + position);
 }
 
-void PlaySession::Tell() {
+void PlaySession::Report() {
     using Change = MeterSessions::Change;
     std::vector<Change> changes = sessions_.Take();
     // The last levels are reported before the end of their session.
@@ -102,7 +102,7 @@ void PlaySession::Tell() {
             events_.MeterStop();
         }
     }
-    TellReadError();
+    ReportReadError();
     const int heard = engine_.CurrentPlaybackVideoFrame();
     if (heard != lastFrame_ && heard != PlaybackEngine::NO_FRAME) events_.Frame(heard);
     if (heard != PlaybackEngine::NO_FRAME) lastFrame_ = heard;
@@ -118,7 +118,7 @@ void PlaySession::Tell() {
 }
 
 /// The first one, when it happens: the sound is mixed some frames before it is heard.
-void PlaySession::TellReadError() {
+void PlaySession::ReportReadError() {
     if (!readError_.empty()) return;
     readError_ = subject_.reads.Notice();
     if (!readError_.empty()) events_.ReadError(subject_.reads.ErrorMessage());

@@ -48,11 +48,11 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    bool Look(TerminalKeys* keys);
+    bool Poll(TerminalKeys* keys);
     void Advance(TerminalKeys* keys);
     void Suspend(TerminalKeys* keys);
-    void Tell();
-    void TellReadError();
+    void Report();
+    void ReportReadError();
     void ShowState();
     bool MeterIsDue();
     void StopIfInterrupted();

@@ -96,13 +96,13 @@ void Progress::ShowLine(long long done, double secondsLeft) {
         text += left;
     }
     std::fprintf(stderr, "\r%s\033[K", text.c_str());
-    lineStands_ = true;
+    lineIsShown_ = true;
 }
 
 void Progress::Erase() {
-    if (!lineStands_ || !InForeground(STDERR_FILENO)) return;
+    if (!lineIsShown_ || !InForeground(STDERR_FILENO)) return;
     std::fputs("\r\033[K", stderr);
-    lineStands_ = false;
+    lineIsShown_ = false;
 }
 
 }  // namespace orlo::host

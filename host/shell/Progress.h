@@ -48,7 +48,7 @@ private:
     std::string unit_;
     long long total_ = 0;
     long long shown_ = -1;
-    bool lineStands_ = false;
+    bool lineIsShown_ = false;
     Clock::time_point begin_;
     Clock::time_point next_;
 };
