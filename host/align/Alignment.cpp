@@ -66,13 +66,13 @@ private:
 
     bool IsTooShort(long long frames) const { return frames < MinJudgedFrames(pair_.Rate()); }
 
-    std::vector<Place> SearchedSegments() const {
+    std::vector<FrameRange> SearchedSegments() const {
         const Recording& reference = answer_.referenceIsA ? pair_.A() : pair_.B();
         return LoudestSeconds(reference.levels, reference.Frames(), pair_.Rate());
     }
 
     /// Measures a candidate. The first one of an offset stays.
-    void Try(long long offset, AlignmentMethod method, std::vector<Place> segments) {
+    void Try(long long offset, AlignmentMethod method, std::vector<FrameRange> segments) {
         if (Interrupted()) Stop();
         const bool known = std::any_of(tried_.begin(), tried_.end(), [&](long long other) {
             return std::llabs(other - offset) < pair_.Rate() / 50;
@@ -105,7 +105,7 @@ private:
         for (const Measure& place : candidate.places) {
             if (Agrees(place, candidate.refined, pair_.Rate())) sum += place.correlation;
         }
-        const Place overlap = pair_.OverlapAt(candidate.refined.offset);
+        const FrameRange overlap = pair_.OverlapAt(candidate.refined.offset);
         return sum / static_cast<double>(candidate.places.size()) *
                static_cast<double>(overlap.length) / pair_.Rate();
     }
@@ -149,13 +149,13 @@ private:
     void TryLoudSeconds() {
         const Recording& reference = answer_.referenceIsA ? pair_.A() : pair_.B();
         const Recording& longer = answer_.referenceIsA ? pair_.B() : pair_.A();
-        const std::vector<Place> seconds =
+        const std::vector<FrameRange> seconds =
             SpreadSeconds(reference.levels, reference.Frames(), pair_.Rate(), SPREAD_PARTS);
         long long done = 0;
         progress_.Begin(
             "align other seconds", "pieces",
             PieceCount(longer.Frames(), pair_.Rate()) * static_cast<long long>(seconds.size()));
-        for (const Place& second : seconds) {
+        for (const FrameRange& second : seconds) {
             const std::vector<long long> offsets = SearchSegment(pair_, second, [&] {
                 progress_.Update(++done);
                 return !Interrupted();
@@ -195,7 +195,7 @@ private:
                 refined.correlation >= 0.5 * least_ ? Verdict::Uncertain : Verdict::Unrelated;
         }
         if (answer_.verdict != Verdict::Aligned) return;
-        const Place overlap = pair_.OverlapAt(refined.offset);
+        const FrameRange overlap = pair_.OverlapAt(refined.offset);
         answer_.drift = FitDrift(answer_.found.places, refined, overlap, pair_.Rate());
         const double audible = AUDIBLE_SECONDS * pair_.Rate();
         if (answer_.drift &&

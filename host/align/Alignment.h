@@ -25,10 +25,10 @@ const char* VerdictName(Verdict verdict);
 struct Alignment {
     AlignmentMethod method = AlignmentMethod::Search;
     Measure refined;
-    std::vector<Measure> places;  ///< along the overlap
-    std::vector<Place> segments;  ///< that were searched for, in the reference recording
-    double matchedSeconds = 0.0;  ///< of the overlap, weighted with the correlation
-    double chance = 1.0;          ///< correlation that unrelated recordings reach
+    std::vector<Measure> places;       ///< along the overlap
+    std::vector<FrameRange> segments;  ///< that were searched for, in the reference recording
+    double matchedSeconds = 0.0;       ///< of the overlap, weighted with the correlation
+    double chance = 1.0;               ///< correlation that unrelated recordings reach
 };
 
 /// Sample frames of the shortest stretch whose correlation is judged: a tenth of a second. Shorter

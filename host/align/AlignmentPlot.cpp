@@ -95,7 +95,7 @@ private:
     }
 
     void DrawOverlap() {
-        const Place overlap = pair_.OverlapAt(offset_);
+        const FrameRange overlap = pair_.OverlapAt(offset_);
         const double x = X(overlap.start + offset_);
         svg_ += "<rect class=\"overlap\"" + Attribute("x", x) + Attribute("y", TOP) +
                 Attribute("width", X(overlap.start + overlap.length + offset_) - x) +
@@ -134,7 +134,7 @@ private:
     void DrawSegments() {
         const int top = answer_.referenceIsA ? TOP : TOP + LANE_HEIGHT + LANE_GAP;
         const long long start = answer_.referenceIsA ? 0 : offset_;
-        for (const Place& segment : answer_.found.segments) {
+        for (const FrameRange& segment : answer_.found.segments) {
             const double x = X(segment.start + start);
             svg_ +=
                 "<rect class=\"segment\"" + Attribute("x", x) + Attribute("y", top) +

@@ -70,8 +70,8 @@ double LogTrials(const RecordingPair& pair, const Measure& whole,
 }
 
 StereoStretches ReadCompared(const RecordingPair& pair, const Measure& whole) {
-    const Place& inB = whole.compared;
-    const Place inA{inB.start + whole.offset, inB.length};
+    const FrameRange& inB = whole.compared;
+    const FrameRange inA{inB.start + whole.offset, inB.length};
     const auto frames = static_cast<std::size_t>(inB.length);
     return {StereoReader(pair, pair.A()).Read(inA, frames),
             StereoReader(pair, pair.B()).Read(inB, frames)};

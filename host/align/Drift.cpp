@@ -33,7 +33,7 @@ double ChanceToAgree(const Measure& place, const Measure& whole, int rate) {
 }
 
 std::optional<Drift> FitDrift(const std::vector<Measure>& places, const Measure& whole,
-                              const Place& overlap, int rate) {
+                              const FrameRange& overlap, int rate) {
     std::vector<std::pair<double, double>> points;  // frame in B, offset less the whole's
     for (const Measure& place : places) {
         if (place.correlation < 0.5 * whole.correlation || !Agrees(place, whole, rate)) continue;

@@ -24,6 +24,6 @@ double ChanceToAgree(const Measure& place, const Measure& whole, int rate);
 /// Fits a line through the offsets along an overlap. @return nothing where the places are too few
 /// or too close together
 std::optional<Drift> FitDrift(const std::vector<Measure>& places, const Measure& whole,
-                              const Place& overlap, int rate);
+                              const FrameRange& overlap, int rate);
 
 }  // namespace orlo::host

@@ -19,8 +19,8 @@ constexpr double FULL_RMS = 255.0;
 constexpr double FULL_PEAK = 127.0;
 
 /// Windows of a second begin at every half second.
-std::vector<Place> SecondsOf(long long begin, long long end, long long frames, int rate) {
-    std::vector<Place> places;
+std::vector<FrameRange> SecondsOf(long long begin, long long end, long long frames, int rate) {
+    std::vector<FrameRange> places;
     for (long long start = begin; start < end; start += std::max(1, rate / 2)) {
         const long long fitting = std::max(0LL, std::min(start, frames - rate));
         places.push_back({fitting, std::min<long long>(rate, frames)});
@@ -29,10 +29,10 @@ std::vector<Place> SecondsOf(long long begin, long long end, long long frames, i
 }
 
 template <class Level>
-const Place* Loudest(const std::vector<Place>& places, const Level& level) {
-    const Place* loudest = nullptr;
+const FrameRange* Loudest(const std::vector<FrameRange>& places, const Level& level) {
+    const FrameRange* loudest = nullptr;
     double best = 0.0;
-    for (const Place& place : places) {
+    for (const FrameRange& place : places) {
         const double here = level(place);
         if (here <= best) continue;
         best = here;
@@ -41,7 +41,7 @@ const Place* Loudest(const std::vector<Place>& places, const Level& level) {
     return loudest;
 }
 
-bool Overlap(const Place& a, const Place& b) {
+bool Overlap(const FrameRange& a, const FrameRange& b) {
     return a.start < b.start + b.length && b.start < a.start + a.length;
 }
 
@@ -118,35 +118,37 @@ std::vector<float> LevelProfile::Bins() const {
     return bins;
 }
 
-std::vector<Place> LoudestSeconds(const LevelProfile& profile, long long frames, int rate) {
-    std::vector<Place> found;
-    const auto rms = [&](const Place& p) { return profile.Rms(p.start, p.start + p.length); };
-    const auto peak = [&](const Place& p) { return profile.Peak(p.start, p.start + p.length); };
-    std::vector<Place> seconds = SecondsOf(0, frames, frames, rate);
-    if (const Place* loudest = Loudest(seconds, rms)) found.push_back(*loudest);
+std::vector<FrameRange> LoudestSeconds(const LevelProfile& profile, long long frames, int rate) {
+    std::vector<FrameRange> found;
+    const auto rms = [&](const FrameRange& p) { return profile.Rms(p.start, p.start + p.length); };
+    const auto peak = [&](const FrameRange& p) {
+        return profile.Peak(p.start, p.start + p.length);
+    };
+    std::vector<FrameRange> seconds = SecondsOf(0, frames, frames, rate);
+    if (const FrameRange* loudest = Loudest(seconds, rms)) found.push_back(*loudest);
     std::erase_if(seconds,
-                  [&](const Place& p) { return !found.empty() && Overlap(p, found.front()); });
-    if (const Place* loudest = Loudest(seconds, peak)) found.push_back(*loudest);
+                  [&](const FrameRange& p) { return !found.empty() && Overlap(p, found.front()); });
+    if (const FrameRange* loudest = Loudest(seconds, peak)) found.push_back(*loudest);
     return found;
 }
 
-std::vector<Place> SpreadSeconds(const LevelProfile& profile, long long frames, int rate,
-                                 int parts) {
-    std::vector<Place> found;
-    const auto rms = [&](const Place& p) { return profile.Rms(p.start, p.start + p.length); };
-    const auto add = [&](const Place& place) {
-        for (const Place& other : found) {
+std::vector<FrameRange> SpreadSeconds(const LevelProfile& profile, long long frames, int rate,
+                                      int parts) {
+    std::vector<FrameRange> found;
+    const auto rms = [&](const FrameRange& p) { return profile.Rms(p.start, p.start + p.length); };
+    const auto add = [&](const FrameRange& place) {
+        for (const FrameRange& other : found) {
             if (other.start == place.start) return;
         }
         found.push_back(place);
     };
     for (int part = 0; part < parts; ++part) {
-        const std::vector<Place> seconds =
+        const std::vector<FrameRange> seconds =
             SecondsOf(frames * part / parts, frames * (part + 1) / parts, frames, rate);
-        if (const Place* loudest = Loudest(seconds, rms)) add(*loudest);
+        if (const FrameRange* loudest = Loudest(seconds, rms)) add(*loudest);
     }
     std::stable_sort(found.begin(), found.end(),
-                     [&](const Place& a, const Place& b) { return rms(a) > rms(b); });
+                     [&](const FrameRange& a, const FrameRange& b) { return rms(a) > rms(b); });
     add({0, std::min<long long>(rate, frames)});
     add({std::max(0LL, frames - rate), std::min<long long>(rate, frames)});
     return found;

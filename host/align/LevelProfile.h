@@ -36,18 +36,18 @@ private:
 };
 
 /// A stretch of a recording in sample frames.
-struct Place {
+struct FrameRange {
     long long start = 0;
     long long length = 0;
 };
 
 /// The second with the largest RMS, and the one with the largest peak that does not overlap it:
 /// what the search of whole recordings looks for.
-std::vector<Place> LoudestSeconds(const LevelProfile& profile, long long frames, int rate);
+std::vector<FrameRange> LoudestSeconds(const LevelProfile& profile, long long frames, int rate);
 
 /// Seconds spread over a recording: the first, the last and the loudest one of each of its parts,
 /// the loudest first.
-std::vector<Place> SpreadSeconds(const LevelProfile& profile, long long frames, int rate,
-                                 int parts);
+std::vector<FrameRange> SpreadSeconds(const LevelProfile& profile, long long frames, int rate,
+                                      int parts);
 
 }  // namespace orlo::host

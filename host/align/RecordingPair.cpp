@@ -17,19 +17,20 @@ constexpr int STEPS_PER_SECOND = 10;  // between the beginnings of places that a
 
 }  // namespace
 
-Place RecordingPair::OverlapAt(long long offset) const {
+FrameRange RecordingPair::OverlapAt(long long offset) const {
     const long long begin = std::max(0LL, -offset);
     const long long end = std::min(b_.Frames(), a_.Frames() - offset);
     return {begin, std::max(0LL, end - begin)};
 }
 
-double RecordingPair::CommonLevel(long long offset, const Place& place) const {
+double RecordingPair::CommonLevel(long long offset, const FrameRange& place) const {
     const long long end = place.start + place.length;
     return b_.levels.Rms(place.start, end) * a_.levels.Rms(place.start + offset, end + offset);
 }
 
-Place RecordingPair::LoudestPlace(long long offset, const Place& within, long long length) const {
-    Place best{within.start, std::min(length, within.length)};
+FrameRange RecordingPair::LoudestRange(long long offset, const FrameRange& within,
+                                       long long length) const {
+    FrameRange best{within.start, std::min(length, within.length)};
     double loudest = -1.0;
     const long long last = within.start + within.length - best.length;
     const long long step = std::max(1, rate_ / STEPS_PER_SECOND);
@@ -42,7 +43,7 @@ Place RecordingPair::LoudestPlace(long long offset, const Place& within, long lo
     return best;
 }
 
-Measure RecordingPair::MeasureAt(long long offset, const Place& place) const {
+Measure RecordingPair::MeasureAt(long long offset, const FrameRange& place) const {
     const AudioSync::CorrelationResult found =
         AudioSync::CompareRanges(engine_, a_.asset, b_.asset, static_cast<int>(place.length),
                                  place.start + offset, place.start);
@@ -55,16 +56,16 @@ Measure RecordingPair::MeasureAt(long long offset, const Place& place) const {
 
 Measure RecordingPair::Refine(long long offset) const {
     const long long length = static_cast<long long>(REFINED_SECONDS) * rate_;
-    const Measure first = MeasureAt(offset, LoudestPlace(offset, OverlapAt(offset), length));
+    const Measure first = MeasureAt(offset, LoudestRange(offset, OverlapAt(offset), length));
     if (std::llabs(first.offset - offset) <= first.place.length / 8) return first;
     const Measure second =
-        MeasureAt(first.offset, LoudestPlace(first.offset, OverlapAt(first.offset), length));
+        MeasureAt(first.offset, LoudestRange(first.offset, OverlapAt(first.offset), length));
     const bool hardlyMet = first.compared.length < second.compared.length / 2;
     return hardlyMet || second.correlation > first.correlation ? second : first;
 }
 
 std::vector<Measure> RecordingPair::MeasureAlong(long long offset) const {
-    const Place overlap = OverlapAt(offset);
+    const FrameRange overlap = OverlapAt(offset);
     const long long length =
         std::min<long long>(overlap.length, static_cast<long long>(PLACE_SECONDS) * rate_);
     std::vector<Measure> measures;
@@ -73,7 +74,7 @@ std::vector<Measure> RecordingPair::MeasureAlong(long long offset) const {
     for (long long part = 0; part < parts; ++part) {
         const long long begin = overlap.start + overlap.length * part / parts;
         const long long end = overlap.start + overlap.length * (part + 1) / parts;
-        const Place place = LoudestPlace(offset, {begin, end - begin}, length);
+        const FrameRange place = LoudestRange(offset, {begin, end - begin}, length);
         if (CommonLevel(offset, place) > 0.0) {
             measures.push_back(MeasureAt(offset, place));
         } else if (b_.levels.Rms(begin, end) > 0.0 ||

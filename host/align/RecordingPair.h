@@ -29,8 +29,8 @@ struct Recording {
 struct Measure {
     double correlation = 0.0;
     long long offset = 0;  ///< of the whole recordings: what B has at t, A has at t + offset
-    Place place;           ///< in B
-    Place compared;        ///< the part of it that has sound of A at this offset, in B
+    FrameRange place;      ///< in B
+    FrameRange compared;   ///< the part of it that has sound of A at this offset, in B
 };
 
 /// Two recordings, and comparisons of stretches of them. Offsets are in sample frames at the common
@@ -47,15 +47,15 @@ public:
     int Rate() const { return rate_; }
 
     /// The part of B during which A runs too.
-    Place OverlapAt(long long offset) const;
+    FrameRange OverlapAt(long long offset) const;
 
     /// The stretch of at most @p length frames within @p within where both are loudest.
-    Place LoudestPlace(long long offset, const Place& within, long long length) const;
+    FrameRange LoudestRange(long long offset, const FrameRange& within, long long length) const;
     /// The product of both levels over a stretch of B: 0 where either is silent.
-    double CommonLevel(long long offset, const Place& place) const;
+    double CommonLevel(long long offset, const FrameRange& place) const;
 
     /// Compares a stretch of B with A at an offset. The lag found is added to the offset.
-    Measure MeasureAt(long long offset, const Place& place) const;
+    Measure MeasureAt(long long offset, const FrameRange& place) const;
 
     /// Measures an offset once more, over up to five seconds of the overlap, where both are
     /// loudest; and again from there when it was so far off that the stretches hardly met.

@@ -47,21 +47,21 @@ long long PieceFrames(int rate) {
     return frames;
 }
 
-std::vector<Place> LoudRanges(const Recording& recording, int rate) {
+std::vector<FrameRange> LoudRanges(const Recording& recording, int rate) {
     const long long length =
         std::min<long long>(recording.Frames(), static_cast<long long>(RANGE_SECONDS) * rate);
-    std::vector<Place> places;
+    std::vector<FrameRange> places;
     if (length < 1) return places;
     const long long step = std::max(1LL, length / 2);
     for (long long start = 0; start + length <= recording.Frames(); start += step) {
         places.push_back({start, length});
     }
     places.push_back({recording.Frames() - length, length});
-    const auto level = [&](const Place& p) {
+    const auto level = [&](const FrameRange& p) {
         return recording.levels.Rms(p.start, p.start + p.length);
     };
     std::stable_sort(places.begin(), places.end(),
-                     [&](const Place& a, const Place& b) { return level(a) > level(b); });
+                     [&](const FrameRange& a, const FrameRange& b) { return level(a) > level(b); });
     places.resize(std::min(places.size(), RANGES_OF_EACH));
     return places;
 }
@@ -89,7 +89,7 @@ long long PieceCount(long long frames, int rate) {
     return frames / (PieceFrames(rate) - rate) + 1;
 }
 
-std::vector<long long> SearchSegment(const RecordingPair& pair, const Place& segment,
+std::vector<long long> SearchSegment(const RecordingPair& pair, const FrameRange& segment,
                                      const SearchStep& step) {
     const bool isA = ReferenceIsA(pair);
     const Recording& reference = isA ? pair.A() : pair.B();
@@ -102,7 +102,7 @@ std::vector<long long> SearchSegment(const RecordingPair& pair, const Place& seg
     std::vector<Match> matches;
     for (long long start = 0; start < longer.Frames(); start += piece - pair.Rate()) {
         if (step && !step()) break;
-        const Place place{start, std::min(piece, longer.Frames() - start)};
+        const FrameRange place{start, std::min(piece, longer.Frames() - start)};
         const std::vector<float> heard = reader.Read(place, count);
         const int channels = wantedIsMono && ChannelsAreEqual(heard) ? 1 : 2;
         for (int channel = 0; channel < channels; ++channel) {
@@ -128,9 +128,9 @@ std::vector<long long> SearchSegment(const RecordingPair& pair, const Place& seg
 
 std::vector<RangeTry> RangesToTry(const RecordingPair& pair) {
     std::vector<RangeTry> tries;
-    const std::vector<Place> inA = LoudRanges(pair.A(), pair.Rate());
-    for (const Place& placeB : LoudRanges(pair.B(), pair.Rate())) {
-        for (const Place& placeA : inA) {
+    const std::vector<FrameRange> inA = LoudRanges(pair.A(), pair.Rate());
+    for (const FrameRange& placeB : LoudRanges(pair.B(), pair.Rate())) {
+        for (const FrameRange& placeA : inA) {
             const long long length = std::min(placeA.length, placeB.length);
             tries.push_back({{placeB.start, length}, placeA.start - placeB.start});
         }

@@ -23,7 +23,7 @@ long long PieceCount(long long frames, int rate);
 /// included, and gives the offsets of the best few matches, the best first.
 /// @param segment  in the shorter recording; B where both are equally long
 /// @param step     called for each piece of the longer recording
-std::vector<long long> SearchSegment(const RecordingPair& pair, const Place& segment,
+std::vector<long long> SearchSegment(const RecordingPair& pair, const FrameRange& segment,
                                      const SearchStep& step);
 
 /// Whether SearchSegment takes its segments from A.
@@ -32,7 +32,7 @@ bool ReferenceIsA(const RecordingPair& pair);
 /// Pairs of places of five seconds, one in each recording, the loudest first: the offsets that
 /// comparing each pair begins from.
 struct RangeTry {
-    Place inB;
+    FrameRange inB;
     long long offset = 0;
 };
 std::vector<RangeTry> RangesToTry(const RecordingPair& pair);

@@ -5,7 +5,7 @@
 
 namespace orlo::host {
 
-std::vector<float> StereoReader::Read(const Place& place, std::size_t frames) const {
+std::vector<float> StereoReader::Read(const FrameRange& place, std::size_t frames) const {
     std::vector<short> samples(2 * static_cast<std::size_t>(place.length));
     const int read = mixer_.GetSamples(
         recording_.asset, place.start, static_cast<int>(place.length),

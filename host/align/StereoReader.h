@@ -16,7 +16,7 @@ public:
 
     /// Interleaved, full scale 1.0, with zeros after the end of the recording.
     /// @param frames  of the result; the stretch may be shorter
-    std::vector<float> Read(const Place& place, std::size_t frames) const;
+    std::vector<float> Read(const FrameRange& place, std::size_t frames) const;
 
 private:
     const sonrel::AudioMixer& mixer_;

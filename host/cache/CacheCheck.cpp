@@ -90,10 +90,10 @@ Verdict DeepVerdict(const CacheRecord& record, const std::wstring& path) {
     return isOurs && !record.checksum ? Verdict{&NO_CHECKSUM, {}} : Verdict{};
 }
 
-Verdict VerdictOn(const CacheEntry& entry, const CachePlaces& places, bool deep) {
+Verdict VerdictOn(const CacheEntry& entry, const CachePaths& paths, bool deep) {
     if (entry.state == CacheEntry::State::Missing) return {&MISSING, {}};
     if (entry.state == CacheEntry::State::Orphan) return {&ORPHANS, {}};
-    const std::wstring path = WidePath(CacheFilePath(places, entry.file));
+    const std::wstring path = WidePath(CacheFilePath(paths, entry.file));
     if (!IsWhole(*entry.record, path)) {
         return {&BROKEN, "its header does not fit its length or its record"};
     }
@@ -106,11 +106,11 @@ struct Find {
     Verdict verdict;
 };
 
-std::vector<Find> LookAtAll(const CachePlaces& places, bool deep) {
+std::vector<Find> LookAtAll(const CachePaths& paths, bool deep) {
     std::vector<Find> finds;
-    for (CacheEntry& entry : TakeInventory(places)) {
+    for (CacheEntry& entry : TakeInventory(paths)) {
         if (Interrupted()) ThrowInterrupted(UNFINISHED);
-        Verdict verdict = VerdictOn(entry, places, deep);
+        Verdict verdict = VerdictOn(entry, paths, deep);
         if (verdict.list != nullptr) finds.push_back({std::move(entry), std::move(verdict)});
     }
     return finds;
@@ -125,10 +125,10 @@ EntryKey KeyOf(const CacheEntry& entry) {
 }
 
 /// Drops the files that another program recorded, replaced or removed since they were listed.
-void DropChanged(const CachePlaces& places, std::vector<Find>& finds) {
+void DropChanged(const CachePaths& paths, std::vector<Find>& finds) {
     if (finds.empty()) return;
     std::set<EntryKey> present;
-    for (const CacheEntry& entry : TakeInventory(places)) present.insert(KeyOf(entry));
+    for (const CacheEntry& entry : TakeInventory(paths)) present.insert(KeyOf(entry));
     std::erase_if(finds, [&](const Find& find) { return !present.contains(KeyOf(find.entry)); });
 }
 
@@ -155,13 +155,13 @@ std::string FaultsIn(const Json& report, const std::vector<const List*>& lists) 
 
 }  // namespace
 
-Outcome CheckCache(const CachePlaces& places, bool deep) {
+Outcome CheckCache(const CachePaths& paths, bool deep) {
     std::vector<const List*> lists{&MISSING, &ORPHANS, &BROKEN};
     if (deep) lists.insert(lists.end(), {&STALE, &NO_CHECKSUM});
     Outcome outcome;
     for (const List* list : lists) outcome.report[list->key] = Json::Array();
-    std::vector<Find> finds = LookAtAll(places, deep);
-    DropChanged(places, finds);
+    std::vector<Find> finds = LookAtAll(paths, deep);
+    DropChanged(paths, finds);
     for (const Find& find : finds) Report(find.entry, find.verdict, outcome);
     if (outcome.text.empty())
         outcome.text = "every record has its whole file, and every file its record\n";

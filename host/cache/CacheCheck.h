@@ -11,6 +11,6 @@ namespace orlo::host {
 ///              files, and ends with exit code 1 when anything is wrong
 /// @throws JobError where the database or the folder cannot be read; CommandError when the program
 ///         is asked to stop
-Outcome CheckCache(const CachePlaces& places, bool deep);
+Outcome CheckCache(const CachePaths& paths, bool deep);
 
 }  // namespace orlo::host

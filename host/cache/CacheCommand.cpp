@@ -31,17 +31,17 @@ namespace {
 
 using project::MediaDB;
 
-Outcome List(const CachePlaces& places) {
+Outcome List(const CachePaths& paths) {
     Outcome outcome;
     outcome.report["files"] = Json::Array();
-    for (const CacheEntry& entry : TakeInventory(places)) {
+    for (const CacheEntry& entry : TakeInventory(paths)) {
         outcome.report["files"].Append(EntryJson(entry));
         outcome.text += EntryText(entry);
     }
     return outcome;
 }
 
-Outcome DiskUse(const CachePlaces& places) {
+Outcome DiskUse(const CachePaths& paths) {
     struct Sum {
         long long files = 0;
         long long bytes = 0;
@@ -58,7 +58,7 @@ Outcome DiskUse(const CachePlaces& places) {
     Sum all;
     Sum orphans;
     std::map<std::string, Sum> kinds{{"conformed", {}}, {"peak", {}}, {"vfr", {}}};
-    for (const CacheEntry& entry : TakeInventory(places)) {
+    for (const CacheEntry& entry : TakeInventory(paths)) {
         if (entry.state == CacheEntry::State::Missing) continue;
         all.Add(entry);
         kinds[entry.kind].Add(entry);
@@ -66,8 +66,8 @@ Outcome DiskUse(const CachePlaces& places) {
     }
     Outcome outcome;
     outcome.report = all.ToJson();
-    outcome.report["folder"] = places.folder;
-    outcome.report["database"] = places.database;
+    outcome.report["folder"] = paths.folder;
+    outcome.report["database"] = paths.database;
     for (const auto& [kind, sum] : kinds) {
         outcome.report["kinds"][kind] = sum.ToJson();
         outcome.text += kind + ": " + sum.ToText();
@@ -96,8 +96,8 @@ struct CleanSums {
     }
 };
 
-void RemoveOrphan(const CacheEntry& entry, const CachePlaces& places, CleanSums& sums) {
-    const std::string path = CacheFilePath(places, entry.file);
+void RemoveOrphan(const CacheEntry& entry, const CachePaths& paths, CleanSums& sums) {
+    const std::string path = CacheFilePath(paths, entry.file);
     if (unlink(path.c_str()) == 0 || errno == ENOENT) {
         sums.Gone(entry);
     } else {
@@ -106,12 +106,12 @@ void RemoveOrphan(const CacheEntry& entry, const CachePlaces& places, CleanSums&
 }
 
 /// The entries whose records were not used for so many days, by the database's own reckoning.
-std::vector<CacheEntry> DueEntries(const CachePlaces& places, int days) {
+std::vector<CacheEntry> DueEntries(const CachePaths& paths, int days) {
     std::vector<CacheEntry> due;
-    if (!std::filesystem::exists(places.database)) return due;
+    if (!std::filesystem::exists(paths.database)) return due;
     std::set<std::wstring> names;
     try {
-        const MediaDB database(WidePath(places.database), WidePath(places.folder), true);
+        const MediaDB database(WidePath(paths.database), WidePath(paths.folder), true);
         const auto add = [&](const auto& list) {
             for (const auto& record : list) names.insert(record.cacheFilename);
         };
@@ -119,21 +119,21 @@ std::vector<CacheEntry> DueEntries(const CachePlaces& places, int days) {
         add(database.FindUnusedPeakFiles(days));
         add(database.FindUnusedVFRCacheFiles(days));
     } catch (const std::exception& error) {
-        throw JobError(DatabaseErrorMessage(places.database, error.what()));
+        throw JobError(DatabaseErrorMessage(paths.database, error.what()));
     }
-    for (const CacheEntry& entry : TakeInventory(places)) {
+    for (const CacheEntry& entry : TakeInventory(paths)) {
         if (entry.record && names.contains(entry.record->cacheFilename)) due.push_back(entry);
     }
     return due;
 }
 
-bool IsInUse(const CachePlaces& places, const std::string& file) {
-    return !sonrel::CacheFileRemoval(WidePath(places.folder), WidePath(file)).IsAllowed();
+bool IsInUse(const CachePaths& paths, const std::string& file) {
+    return !sonrel::CacheFileRemoval(WidePath(paths.folder), WidePath(file)).IsAllowed();
 }
 
 /// Why a file counts as used.
-std::string UseClause(const CachePlaces& places) {
-    const std::string marks = CacheFilePath(places, sonrel::CacheFolderUse::LOCK_FILE);
+std::string UseClause(const CachePaths& paths) {
+    const std::string marks = CacheFilePath(paths, sonrel::CacheFolderUse::LOCK_FILE);
     if (access(marks.c_str(), R_OK) == 0 || errno == ENOENT) {
         return "another program uses it; try again when that has ended";
     }
@@ -142,11 +142,10 @@ std::string UseClause(const CachePlaces& places) {
 }
 
 /// The files of @p entries that other programs use.
-std::set<std::string> FilesInUse(const CachePlaces& places,
-                                 const std::vector<CacheEntry>& entries) {
+std::set<std::string> FilesInUse(const CachePaths& paths, const std::vector<CacheEntry>& entries) {
     std::set<std::string> used;
     for (const CacheEntry& entry : entries) {
-        if (IsInUse(places, entry.file)) used.insert(entry.file);
+        if (IsInUse(paths, entry.file)) used.insert(entry.file);
     }
     return used;
 }
@@ -154,30 +153,30 @@ std::set<std::string> FilesInUse(const CachePlaces& places,
 /// Lets the engine remove what is due, and looks what is left. The end of the engine removes what
 /// is due too, so that the number of days holds until then.
 void CleanDue(const EngineSession& session, const std::vector<CacheEntry>& due, CleanSums& sums) {
-    const CachePlaces& places = session.Places();
-    const std::set<std::string> used = FilesInUse(places, due);
+    const CachePaths& paths = session.Paths();
+    const std::set<std::string> used = FilesInUse(paths, due);
     // The engine removes nothing, and gives no reason, when it cannot open the database.
     session.Connect();
     try {
         session.Engine()->ClearCacheFiles();
-        project::CacheLedger ledger(WidePath(places.database));
+        project::CacheLedger ledger(WidePath(paths.database));
         for (const CacheEntry& entry : due) {
             // A record without a usable name has no file that the engine could remove.
             if (entry.file.empty()) ledger.Remove(*entry.record);
         }
     } catch (const std::exception& error) {
-        throw JobError(DatabaseErrorMessage(places.database, error.what()));
+        throw JobError(DatabaseErrorMessage(paths.database, error.what()));
     }
     for (const CacheEntry& entry : due) {
         std::error_code ignored;
-        const std::string path = CacheFilePath(places, entry.file);
+        const std::string path = CacheFilePath(paths, entry.file);
         if (entry.file.empty() ||
             !std::filesystem::exists(std::filesystem::symlink_status(path, ignored))) {
             sums.Gone(entry);
         } else {
-            const bool isUsed = used.contains(entry.file) || IsInUse(places, entry.file);
+            const bool isUsed = used.contains(entry.file) || IsInUse(paths, entry.file);
             sums.Stays(path,
-                       isUsed ? UseClause(places)
+                       isUsed ? UseClause(paths)
                               : "it cannot be removed; look at its and its folder's permissions");
         }
     }
@@ -190,29 +189,29 @@ struct Orphans {
 };
 
 /// Whether a program may still write a file. Without locks only its age can tell.
-bool MayBeWritten(const CachePlaces& places, const CacheEntry& entry) {
+bool MayBeWritten(const CachePaths& paths, const CacheEntry& entry) {
     constexpr std::chrono::hours MAX_WRITING{24};
-    const std::wstring folder = WidePath(places.folder);
+    const std::wstring folder = WidePath(paths.folder);
     if (sonrel::CacheFolderUse::HasLocks(folder)) return false;
     std::error_code error;
-    const auto written = std::filesystem::last_write_time(CacheFilePath(places, entry.file), error);
+    const auto written = std::filesystem::last_write_time(CacheFilePath(paths, entry.file), error);
     return !error && written > std::filesystem::file_time_type::clock::now() - MAX_WRITING;
 }
 
 /// A file is recorded before its writer releases it, so that a file that nobody writes and that has
 /// no record then never gets one.
-Orphans FindOrphans(const CachePlaces& places) {
+Orphans FindOrphans(const CachePaths& paths) {
     Orphans orphans;
     std::set<std::string> unwritten;
-    for (const CacheEntry& entry : TakeInventory(places)) {
+    for (const CacheEntry& entry : TakeInventory(paths)) {
         if (entry.state != CacheEntry::State::Orphan) continue;
-        sonrel::CacheFileRemoval removal(WidePath(places.folder), WidePath(entry.file));
-        if (!removal.IsAllowed() || MayBeWritten(places, entry)) continue;
+        sonrel::CacheFileRemoval removal(WidePath(paths.folder), WidePath(entry.file));
+        if (!removal.IsAllowed() || MayBeWritten(paths, entry)) continue;
         orphans.removals.push_back(std::move(removal));
         unwritten.insert(entry.file);
     }
     if (unwritten.empty()) return orphans;
-    for (const CacheEntry& entry : TakeInventory(places)) {
+    for (const CacheEntry& entry : TakeInventory(paths)) {
         const bool isOrphan = entry.state == CacheEntry::State::Orphan;
         if (isOrphan && unwritten.contains(entry.file)) orphans.entries.push_back(entry);
     }
@@ -220,32 +219,31 @@ Orphans FindOrphans(const CachePlaces& places) {
 }
 
 /// @return a line for each file
-std::string CleanOrphans(const CachePlaces& places, bool dryRun, const char* verb,
-                         CleanSums& sums) {
-    const Orphans orphans = FindOrphans(places);
+std::string CleanOrphans(const CachePaths& paths, bool dryRun, const char* verb, CleanSums& sums) {
+    const Orphans orphans = FindOrphans(paths);
     std::string text;
     for (const CacheEntry& entry : orphans.entries) {
         text += verb + EntryText(entry);
         ++sums.due;
-        if (!dryRun) RemoveOrphan(entry, places, sums);
+        if (!dryRun) RemoveOrphan(entry, paths, sums);
     }
     return text;
 }
 
 /// @param global  with the number of days that cleaning takes
-Outcome Clean(const GlobalOptions& global, const CacheOptions& options, const CachePlaces& places) {
+Outcome Clean(const GlobalOptions& global, const CacheOptions& options, const CachePaths& paths) {
     // First, so that a database that another program just makes is whole.
     std::optional<EngineSession> session;
     if (!options.dryRun) session.emplace(global);
     CleanSums sums;
-    const std::vector<CacheEntry> due = DueEntries(places, global.keepDays);
+    const std::vector<CacheEntry> due = DueEntries(paths, global.keepDays);
     sums.due = static_cast<long long>(due.size());
 
     Outcome outcome;
     const char* verb = options.dryRun ? "would be removed: " : "due: ";
     for (const CacheEntry& entry : due) outcome.text += verb + EntryText(entry);
     if (session) CleanDue(*session, due, sums);
-    if (options.orphans) outcome.text += CleanOrphans(places, options.dryRun, verb, sums);
+    if (options.orphans) outcome.text += CleanOrphans(paths, options.dryRun, verb, sums);
     outcome.report["due"] = sums.due;
     outcome.report["removed"] = sums.removed;
     outcome.report["failed"] = sums.failed;
@@ -268,20 +266,20 @@ Outcome RunCache(const GlobalOptions& global, const CacheOptions& options) {
     if (global.noCacheDb) {
         throw UsageError("cache works on the cache and its database; leave out --no-cache-db");
     }
-    const CachePlaces places = CachePlacesOf(global);
+    const CachePaths paths = CachePathsOf(global);
     switch (options.action) {
         case CacheAction::List:
-            return List(places);
+            return List(paths);
         case CacheAction::DiskUse:
-            return DiskUse(places);
+            return DiskUse(paths);
         case CacheAction::Check:
-            return CheckCache(places, options.deep);
+            return CheckCache(paths, options.deep);
         case CacheAction::Clean:
             break;
     }
     GlobalOptions cleaning = global;
     cleaning.keepDays = options.days.value_or(global.keepDays);
-    return Clean(cleaning, options, places);
+    return Clean(cleaning, options, paths);
 }
 
 }  // namespace orlo::host

@@ -44,13 +44,13 @@ std::vector<CacheRecord> ReadRecords(const std::string& database) {
     }
 }
 
-CacheEntry EntryOf(const CacheRecord& record, const CachePlaces& places) {
+CacheEntry EntryOf(const CacheRecord& record, const CachePaths& paths) {
     CacheEntry entry;
     entry.record = record;
     entry.kind = KindName(record.kind);
     entry.file = zrtl::ToUtf8(record.cacheFilename);
     struct stat status = {};
-    if (entry.file.empty() || stat(CacheFilePath(places, entry.file).c_str(), &status) != 0) {
+    if (entry.file.empty() || stat(CacheFilePath(paths, entry.file).c_str(), &status) != 0) {
         entry.state = CacheEntry::State::Missing;
     } else {
         entry.bytes = static_cast<long long>(status.st_size);
@@ -58,11 +58,11 @@ CacheEntry EntryOf(const CacheRecord& record, const CachePlaces& places) {
     return entry;
 }
 
-std::vector<CacheEntry> FindOrphans(const CachePlaces& places, const std::set<std::string>& known) {
+std::vector<CacheEntry> FindOrphans(const CachePaths& paths, const std::set<std::string>& known) {
     std::vector<CacheEntry> orphans;
     std::error_code error;
-    if (!fs::exists(fs::status(places.folder, error))) return orphans;
-    for (fs::directory_iterator at(places.folder, error), end; !error && at != end;
+    if (!fs::exists(fs::status(paths.folder, error))) return orphans;
+    for (fs::directory_iterator at(paths.folder, error), end; !error && at != end;
          at.increment(error)) {
         const std::string kind = KindOfCacheFile(at->path().filename().string());
         const std::string name = at->path().filename().string();
@@ -79,7 +79,7 @@ std::vector<CacheEntry> FindOrphans(const CachePlaces& places, const std::set<st
         orphans.push_back(entry);
     }
     if (error) {
-        throw JobError("cannot read the cache folder " + Quoted(places.folder) + ": " +
+        throw JobError("cannot read the cache folder " + Quoted(paths.folder) + ": " +
                        error.message() + "; give another with --cache");
     }
     std::sort(orphans.begin(), orphans.end(),
@@ -94,18 +94,18 @@ std::string KindOfCacheFile(const std::string& name) {
     return name.ends_with(".xwpk") ? "peak" : "";
 }
 
-std::string CacheFilePath(const CachePlaces& places, const std::string& file) {
-    return (fs::path(places.folder) / file).string();
+std::string CacheFilePath(const CachePaths& paths, const std::string& file) {
+    return (fs::path(paths.folder) / file).string();
 }
 
-std::vector<CacheEntry> TakeInventory(const CachePlaces& places) {
+std::vector<CacheEntry> TakeInventory(const CachePaths& paths) {
     std::vector<CacheEntry> entries;
     std::set<std::string> known;
-    for (const CacheRecord& record : ReadRecords(places.database)) {
-        entries.push_back(EntryOf(record, places));
+    for (const CacheRecord& record : ReadRecords(paths.database)) {
+        entries.push_back(EntryOf(record, paths));
         known.insert(entries.back().file);
     }
-    const std::vector<CacheEntry> orphans = FindOrphans(places, known);
+    const std::vector<CacheEntry> orphans = FindOrphans(paths, known);
     entries.insert(entries.end(), orphans.begin(), orphans.end());
     return entries;
 }

@@ -23,13 +23,13 @@ struct CacheEntry {
 
 /// What the database and the cache folder hold. Changes neither; what is not there is empty.
 /// @throws JobError where one of them cannot be read
-std::vector<CacheEntry> TakeInventory(const CachePlaces& places);
+std::vector<CacheEntry> TakeInventory(const CachePaths& paths);
 
 /// The kind of a file in the cache folder by the ending of its name; empty for files that are not
 /// of the cache, which are left alone whatever the folder is.
 std::string KindOfCacheFile(const std::string& name);
 
 /// Full path of a file in the cache folder.
-std::string CacheFilePath(const CachePlaces& places, const std::string& file);
+std::string CacheFilePath(const CachePaths& paths, const std::string& file);
 
 }  // namespace orlo::host

@@ -76,10 +76,10 @@ std::string FailureReason(const EngineSession& session, const ConformTask& task,
                           const std::string& conversionFailure,
                           const std::string& databaseFailure) {
     if (conversionFailure.empty() && !databaseFailure.empty()) {
-        return DatabaseErrorMessage(session.Places().database, databaseFailure);
+        return DatabaseErrorMessage(session.Paths().database, databaseFailure);
     }
     const std::string media = MediaPath(*task.asset);
-    std::string reason = FolderErrorMessage(session.Places().folder, ExpectedBytes(task));
+    std::string reason = FolderErrorMessage(session.Paths().folder, ExpectedBytes(task));
     if (!reason.empty()) return reason;
     zrh::media::MediaInfo info;
     if (zrh::media::DescribeMedia(WidePath(media), &info, &reason) != 0) return reason;
@@ -127,7 +127,7 @@ public:
         std::string diskMessage;
         const zrh::media::ConversionObserver observer([&](long long done, long long) {
             if (!converting) {
-                diskMessage = FolderErrorMessage(session_.Places().folder, ExpectedBytes(task));
+                diskMessage = FolderErrorMessage(session_.Paths().folder, ExpectedBytes(task));
             }
             converting = true;
             progress_.Add(done - counted);
@@ -263,7 +263,7 @@ void Conform(const EngineSession& session, std::vector<ConformTask>& tasks,
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& error) {
-        throw JobError(DatabaseErrorMessage(session.Places().database, error.what()));
+        throw JobError(DatabaseErrorMessage(session.Paths().database, error.what()));
     }
     progress.End();
 }

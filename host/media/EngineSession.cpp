@@ -50,14 +50,14 @@ std::string CacheFolderErrorMessage(const std::string& folder) {
 
 }  // namespace
 
-CachePlaces CachePlacesOf(const GlobalOptions& options) {
+CachePaths CachePathsOf(const GlobalOptions& options) {
     if (options.noCacheDb) return {};
-    CachePlaces places;
-    places.folder = AbsolutePath(options.cacheFolder.empty() ? DefaultFolder() + "/media"
-                                                             : options.cacheFolder);
-    places.database = AbsolutePath(options.databaseFile.empty() ? DefaultFolder() + "/media.db"
-                                                                : options.databaseFile);
-    return places;
+    CachePaths paths;
+    paths.folder = AbsolutePath(options.cacheFolder.empty() ? DefaultFolder() + "/media"
+                                                            : options.cacheFolder);
+    paths.database = AbsolutePath(options.databaseFile.empty() ? DefaultFolder() + "/media.db"
+                                                               : options.databaseFile);
+    return paths;
 }
 
 std::string FolderErrorMessage(const std::string& folder, long long bytes) {
@@ -82,31 +82,31 @@ std::string FolderErrorMessage(const std::string& folder, long long bytes) {
            " MB are free; make room, or give another with --cache";
 }
 
-EngineSession::EngineSession(const GlobalOptions& options) : places_(CachePlacesOf(options)) {
+EngineSession::EngineSession(const GlobalOptions& options) : paths_(CachePathsOf(options)) {
     if (!options.noCacheDb) {
         if (options.cacheFolder.empty() || options.databaseFile.empty()) {
             MakeDefaultFolder(DefaultFolder());
         }
-        const std::string message = CacheFolderErrorMessage(places_.folder);
+        const std::string message = CacheFolderErrorMessage(paths_.folder);
         if (!message.empty()) {
-            throw JobError("cannot use the cache folder " + Quoted(places_.folder) + ": " +
-                           message + "; give another with --cache");
+            throw JobError("cannot use the cache folder " + Quoted(paths_.folder) + ": " + message +
+                           "; give another with --cache");
         }
     }
     std::string error;
     engine_ = Sonrel::Create(
-        WidePath(places_.database), WidePath(places_.folder), &error,
+        WidePath(paths_.database), WidePath(paths_.folder), &error,
         options.noLog ? Sonrel::LogOption::NoErrorLog : Sonrel::LogOption::WriteErrorLog);
     if (engine_ == nullptr) {
         // The engine makes the folder before it looks at the database.
         std::error_code ignored;
-        if (!places_.folder.empty() && !fs::is_directory(places_.folder, ignored)) {
-            throw JobError("cannot make the cache folder " + Quoted(places_.folder) +
-                           (IsOnReadOnlyFileSystem(places_.folder)
+        if (!paths_.folder.empty() && !fs::is_directory(paths_.folder, ignored)) {
+            throw JobError("cannot make the cache folder " + Quoted(paths_.folder) +
+                           (IsOnReadOnlyFileSystem(paths_.folder)
                                 ? ": it is on a read-only file system; give another with --cache"
                                 : "; give one that may be written with --cache"));
         }
-        throw JobError(DatabaseErrorMessage(places_.database, error));
+        throw JobError(DatabaseErrorMessage(paths_.database, error));
     }
     engine_->SetDaysToKeepCacheFiles(options.keepDays);
 }
@@ -114,12 +114,12 @@ EngineSession::EngineSession(const GlobalOptions& options) : places_(CachePlaces
 EngineSession::~EngineSession() = default;
 
 std::shared_ptr<project::MediaDB> EngineSession::Connect() const {
-    if (places_.database.empty()) return nullptr;
+    if (paths_.database.empty()) return nullptr;
     try {
-        return std::make_shared<project::MediaDB>(WidePath(places_.database),
-                                                  WidePath(places_.folder), false);
+        return std::make_shared<project::MediaDB>(WidePath(paths_.database),
+                                                  WidePath(paths_.folder), false);
     } catch (const std::exception& error) {
-        throw JobError(DatabaseErrorMessage(places_.database, error.what()));
+        throw JobError(DatabaseErrorMessage(paths_.database, error.what()));
     }
 }
 

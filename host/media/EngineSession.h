@@ -11,14 +11,14 @@
 namespace orlo::host {
 
 /// Where the media cache and its database lie; both empty with --no-cache-db.
-struct CachePlaces {
+struct CachePaths {
     std::string folder;
     std::string database;
 };
 
-/// The places that the options name, absolute, or the default ones.
+/// The paths that the options name, absolute, or the default ones.
 /// @throws JobError where there is no home to put the default ones in
-CachePlaces CachePlacesOf(const GlobalOptions& options);
+CachePaths CachePathsOf(const GlobalOptions& options);
 
 /// An engine for one command. When it ends, cache files age out after --keep-days.
 class EngineSession {
@@ -30,13 +30,13 @@ public:
     EngineSession& operator=(const EngineSession&) = delete;
 
     const std::shared_ptr<sonrel::Sonrel>& Engine() const { return engine_; }
-    const CachePlaces& Places() const { return places_; }
+    const CachePaths& Paths() const { return paths_; }
 
     /// A database connection for one thread. @throws JobError
     std::shared_ptr<project::MediaDB> Connect() const;
 
 private:
-    CachePlaces places_;
+    CachePaths paths_;
     std::shared_ptr<sonrel::Sonrel> engine_;
 };
 

@@ -24,10 +24,10 @@ using project::CacheLedger;
 using project::CacheRecord;
 
 /// Every command with an output leaves the default cache alone, also one that uses no cache.
-CachePlaces PlacesToProtect(GlobalOptions options) {
+CachePaths PathsToProtect(GlobalOptions options) {
     options.noCacheDb = false;
     try {
-        return CachePlacesOf(options);
+        return CachePathsOf(options);
     } catch (const JobError&) {
         return {};  // without a home folder a default cache does not exist
     }
@@ -58,11 +58,11 @@ void RequireDescriptor(const std::string& folder, const std::error_code& error) 
 
 /// The files of the cache that have any name. A database that cannot be read is reported when the
 /// command uses it.
-void ProtectVfrFiles(const CachePlaces& places, OutputGuard& guard) {
+void ProtectVfrFiles(const CachePaths& paths, OutputGuard& guard) {
     try {
-        for (const CacheRecord& record : CacheLedger(WidePath(places.database)).Records()) {
+        for (const CacheRecord& record : CacheLedger(WidePath(paths.database)).Records()) {
             if (record.kind != CacheFileKind::Vfr || record.cacheFilename.empty()) continue;
-            guard.Protect(CacheFilePath(places, zrtl::ToUtf8(record.cacheFilename)),
+            guard.Protect(CacheFilePath(paths, zrtl::ToUtf8(record.cacheFilename)),
                           "a vfr file of the media cache");
         }
     } catch (const std::exception&) {
@@ -71,12 +71,12 @@ void ProtectVfrFiles(const CachePlaces& places, OutputGuard& guard) {
 
 /// Conformed and peak files are known by their names, recorded or not. Only other files need a look
 /// into the database.
-void ProtectCacheFolder(const CachePlaces& places, OutputGuard& guard) {
-    guard.Protect(CacheFilePath(places, sonrel::CacheFolderUse::LOCK_FILE),
+void ProtectCacheFolder(const CachePaths& paths, OutputGuard& guard) {
+    guard.Protect(CacheFilePath(paths, sonrel::CacheFolderUse::LOCK_FILE),
                   "the lock file of the media cache");
     bool hasOthers = false;
     std::error_code error;
-    for (fs::directory_iterator at(places.folder, error), end; !error && at != end;
+    for (fs::directory_iterator at(paths.folder, error), end; !error && at != end;
          at.increment(error)) {
         const std::string name = at->path().filename().string();
         const std::string kind = KindOfCacheFile(name);
@@ -86,8 +86,8 @@ void ProtectCacheFolder(const CachePlaces& places, OutputGuard& guard) {
             hasOthers = true;
         }
     }
-    RequireDescriptor(places.folder, error);
-    if (hasOthers) ProtectVfrFiles(places, guard);
+    RequireDescriptor(paths.folder, error);
+    if (hasOthers) ProtectVfrFiles(paths, guard);
 }
 
 bool IsImageOf(const otio::ImageNames& names, const std::string& name) {
@@ -111,10 +111,10 @@ void ProtectImages(const std::string& folder, const otio::ImageNames& names,
 }  // namespace
 
 void ProtectCache(const GlobalOptions& options, OutputGuard& guard) {
-    const CachePlaces places = PlacesToProtect(options);
-    if (places.folder.empty()) return;
-    ProtectDatabase(places.database, guard);
-    ProtectCacheFolder(places, guard);
+    const CachePaths paths = PathsToProtect(options);
+    if (paths.folder.empty()) return;
+    ProtectDatabase(paths.database, guard);
+    ProtectCacheFolder(paths, guard);
 }
 
 void ProtectTimeline(const std::string& input, const otio::TimelineImport& import,

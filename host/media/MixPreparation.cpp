@@ -27,7 +27,7 @@ void ConformAll(const EngineSession& session, const std::vector<MediaUse>& media
         tasks.push_back(task);
     }
     if (tasks.empty()) return;
-    if (session.Places().folder.empty()) {
+    if (session.Paths().folder.empty()) {
         throw JobError(
             "--no-cache-db leaves no place for the conformed files of the media, the "
             "first of which is " +

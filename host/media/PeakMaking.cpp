@@ -178,7 +178,7 @@ private:
         spaceMessage_.clear();
         return [this, bytes, follow = progress_.Follow()](long long frames) {
             if (!progress_.WasRead()) {
-                spaceMessage_ = FolderErrorMessage(session_.Places().folder, bytes);
+                spaceMessage_ = FolderErrorMessage(session_.Paths().folder, bytes);
             }
             return follow(frames) && spaceMessage_.empty();
         };
@@ -194,10 +194,10 @@ private:
         if (message.empty()) message = readFailure_;
         if (message.empty()) message = ChannelErrorMessage(task);
         if (message.empty() && !databaseFailure.empty()) {
-            message = DatabaseErrorMessage(session_.Places().database, databaseFailure);
+            message = DatabaseErrorMessage(session_.Paths().database, databaseFailure);
         }
         if (message.empty())
-            message = FolderErrorMessage(session_.Places().folder, BytesOf(task, task.frames));
+            message = FolderErrorMessage(session_.Paths().folder, BytesOf(task, task.frames));
         if (message.empty()) message = SoundErrorMessage(task);
         if (message.empty()) message = DescriptorErrorMessage();
         return message.empty() ? "its sound could not be read or recorded" : message;
@@ -271,7 +271,7 @@ void FindOrMakePeakFiles(const EngineSession& session, std::vector<PeakTask>& ta
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& error) {
-        throw JobError(DatabaseErrorMessage(session.Places().database, error.what()));
+        throw JobError(DatabaseErrorMessage(session.Paths().database, error.what()));
     }
     progress.End();
 }

@@ -30,7 +30,7 @@ struct PlacedComposition;
 /// endFrame.
 struct PlacedClip {
     std::string name;
-    Place place;
+    SourceLocation place;
     MediaLocation media;  ///< of a clip alone
     int stream = 0;
     int startFrame = 0;
@@ -48,7 +48,7 @@ struct PlacedClip {
 /// A transition between two clips that meet, or from or to silence on the one clip's own frames.
 struct PlacedTransition {
     std::string name;
-    Place place;
+    SourceLocation place;
     std::optional<std::size_t> from;  ///< index of the clip that ends; nothing for silence
     std::optional<std::size_t> to;    ///< index of the clip that begins; nothing for silence
     int joinFrame = 0;

@@ -16,7 +16,7 @@ std::string TypeName(const Json& value) {
     return (name == "array" || name == "object" ? "an " : "a ") + name;
 }
 
-[[noreturn]] void Refuse(const Place& place, const std::string& field, const Json& value,
+[[noreturn]] void Refuse(const SourceLocation& place, const std::string& field, const Json& value,
                          const char* wanted) {
     throw DocumentError(OneLine(ToText(place)) + ": " + field + " is " + TypeName(value) +
                         ", not a " + wanted);
@@ -24,7 +24,7 @@ std::string TypeName(const Json& value) {
 
 /// A number that decides about positions. Missing and null, which a NaN reads as, give nothing.
 std::optional<double> NumberMember(const Json& object, const char* key, const std::string& field,
-                                   const Place& place) {
+                                   const SourceLocation& place) {
     const Json* member = Member(object, key);
     if (member == nullptr || member->IsNull()) return std::nullopt;
     if (!member->IsNumber()) Refuse(place, field + "." + key, *member, "number");
@@ -33,7 +33,7 @@ std::optional<double> NumberMember(const Json& object, const char* key, const st
 
 /// @param path  the member's name for messages
 RationalTime ReadTime(const Json& owner, const char* key, const std::string& path,
-                      const Place& place, ImportReport& report) {
+                      const SourceLocation& place, ImportReport& report) {
     const Json* member = Member(owner, key);
     if (member == nullptr || member->IsNull()) return {};
     if (!member->IsObject()) Refuse(place, path, *member, "time");
@@ -46,8 +46,8 @@ RationalTime ReadTime(const Json& owner, const char* key, const std::string& pat
     return time;
 }
 
-std::optional<LevelKey> KeyValue(const Json& pair, const std::string& what, const Place& place,
-                                 ImportReport& report) {
+std::optional<LevelKey> KeyValue(const Json& pair, const std::string& what,
+                                 const SourceLocation& place, ImportReport& report) {
     const bool isPair =
         pair.IsArray() && pair.AsArray().size() == 2 && pair.AsArray()[0].IsNumber();
     if (!isPair) {
@@ -79,7 +79,7 @@ std::string StringMember(const Json& object, const char* key) {
     return member != nullptr && member->IsString() ? member->AsString() : std::string();
 }
 
-const Json::Items& ListMember(const Json& object, const char* key, const Place& place) {
+const Json::Items& ListMember(const Json& object, const char* key, const SourceLocation& place) {
     static const Json::Items EMPTY;
     const Json* member = Member(object, key);
     if (member == nullptr || member->IsNull()) return EMPTY;
@@ -87,8 +87,8 @@ const Json::Items& ListMember(const Json& object, const char* key, const Place& 
     return member->AsArray();
 }
 
-std::optional<TimeRange> RangeMember(const Json& object, const char* key, const Place& place,
-                                     ImportReport& report) {
+std::optional<TimeRange> RangeMember(const Json& object, const char* key,
+                                     const SourceLocation& place, ImportReport& report) {
     const Json* member = Member(object, key);
     if (member == nullptr || member->IsNull()) return std::nullopt;
     if (!member->IsObject()) Refuse(place, key, *member, "time range");
@@ -99,12 +99,12 @@ std::optional<TimeRange> RangeMember(const Json& object, const char* key, const 
     return range;
 }
 
-RationalTime TimeMember(const Json& object, const char* key, const Place& place,
+RationalTime TimeMember(const Json& object, const char* key, const SourceLocation& place,
                         ImportReport& report) {
     return ReadTime(object, key, key, place, report);
 }
 
-bool BoolMember(const Json& object, const char* key, bool fallback, const Place& place,
+bool BoolMember(const Json& object, const char* key, bool fallback, const SourceLocation& place,
                 ImportReport& report) {
     const Json* member = Member(object, key);
     if (member == nullptr || member->IsNull()) return fallback;
@@ -120,8 +120,8 @@ const Json* MetadataOf(const Json& object, const char* program) {
     return entry != nullptr && entry->IsObject() ? entry : nullptr;
 }
 
-std::optional<float> FloatValue(const Json& value, const std::string& what, const Place& place,
-                                ImportReport& report) {
+std::optional<float> FloatValue(const Json& value, const std::string& what,
+                                const SourceLocation& place, ImportReport& report) {
     if (value.IsNumber()) {
         const auto number = value.AsNumber();
         if (std::abs(number) <= std::numeric_limits<float>::max()) {
@@ -132,7 +132,7 @@ std::optional<float> FloatValue(const Json& value, const std::string& what, cons
     return std::nullopt;
 }
 
-Level LevelValue(const Json& value, const std::string& what, const Place& place,
+Level LevelValue(const Json& value, const std::string& what, const SourceLocation& place,
                  ImportReport& report) {
     Level level;
     if (!value.IsArray()) {

@@ -24,21 +24,21 @@ std::string StringMember(const Json& object, const char* key);
 
 /// The items of a list member; a missing or null member is an empty list.
 /// @throws DocumentError when it is something else
-const Json::Items& ListMember(const Json& object, const char* key, const Place& place);
+const Json::Items& ListMember(const Json& object, const char* key, const SourceLocation& place);
 
 /// A TimeRange member; nothing where it is missing or null. A missing or unusable number reads as
 /// 0, and a value that is not finite is noted.
 /// @throws DocumentError when it is no range
-std::optional<TimeRange> RangeMember(const Json& object, const char* key, const Place& place,
-                                     ImportReport& report);
+std::optional<TimeRange> RangeMember(const Json& object, const char* key,
+                                     const SourceLocation& place, ImportReport& report);
 
 /// A time member; 0 where it is missing, with the notes of a range.
 /// @throws DocumentError when it is no time
-RationalTime TimeMember(const Json& object, const char* key, const Place& place,
+RationalTime TimeMember(const Json& object, const char* key, const SourceLocation& place,
                         ImportReport& report);
 
 /// A boolean member; @p fallback, with a note, where it is something else.
-bool BoolMember(const Json& object, const char* key, bool fallback, const Place& place,
+bool BoolMember(const Json& object, const char* key, bool fallback, const SourceLocation& place,
                 ImportReport& report);
 
 /// The member of an object's metadata that belongs to one program; null without one.
@@ -46,12 +46,12 @@ const Json* MetadataOf(const Json& object, const char* program);
 
 /// A finite single-precision number out of @p value; nothing, with a note, where it is none.
 /// @param what  the value's name for the note
-std::optional<float> FloatValue(const Json& value, const std::string& what, const Place& place,
-                                ImportReport& report);
+std::optional<float> FloatValue(const Json& value, const std::string& what,
+                                const SourceLocation& place, ImportReport& report);
 
 /// A level in decibels: a number, or a list of pairs of milliseconds and decibels. Keys that are no
 /// such pair are left out with a note.
-Level LevelValue(const Json& value, const std::string& what, const Place& place,
+Level LevelValue(const Json& value, const std::string& what, const SourceLocation& place,
                  ImportReport& report);
 
 }  // namespace orlo::host::otio

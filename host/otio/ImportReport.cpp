@@ -11,12 +11,13 @@ constexpr std::size_t NAMED_ITEMS = 8;
 
 }  // namespace
 
-std::string ToText(const Place& place) {
+std::string ToText(const SourceLocation& place) {
     if (place.track.empty()) return place.item.empty() ? "the timeline" : place.item;
     return place.item.empty() ? place.track : place.track + ", " + place.item;
 }
 
-void ImportReport::Add(const std::string& what, const Place& place, const std::string& reason) {
+void ImportReport::Add(const std::string& what, const SourceLocation& place,
+                       const std::string& reason) {
     // Things on whole tracks go together; items stay with their track.
     const std::string group = place.item.empty() ? std::string() : place.track;
     const std::string key = what + '\0' + reason + '\0' + group;

@@ -8,13 +8,13 @@
 namespace orlo::host::otio {
 
 /// A place in a timeline, for people: a track, and an item of it unless it is about the track.
-struct Place {
+struct SourceLocation {
     std::string track;  ///< "track 2 'Music'"; empty for the timeline itself
     std::string item;   ///< "item 3 'chorus'"; empty for the track itself
 };
 
 /// "track 2 'Music', item 3 'chorus'", or "the timeline".
-std::string ToText(const Place& place);
+std::string ToText(const SourceLocation& place);
 
 /// What an import left out, changed or had to guess. Nothing of a timeline vanishes without an
 /// entry.
@@ -28,7 +28,7 @@ public:
     };
 
     /// Notes one thing. Things of one kind with one reason on one track become one entry.
-    void Add(const std::string& what, const Place& place, const std::string& reason);
+    void Add(const std::string& what, const SourceLocation& place, const std::string& reason);
 
     /// In the order in which each was noted first.
     std::vector<Entry> Entries() const;

@@ -149,7 +149,7 @@ private:
     bool Put(Json value) {
         if (IsDropped()) return true;
         Count();
-        Place(std::move(value));
+        Store(std::move(value));
         return true;
     }
 
@@ -179,7 +179,7 @@ private:
         }
         Level level = std::move(levels_.back());
         levels_.pop_back();
-        Place(level.isArray ? Json::Array(std::move(level.items))
+        Store(level.isArray ? Json::Array(std::move(level.items))
                             : Json::Object(Sorted(std::move(level.members))));
         return true;
     }
@@ -193,7 +193,7 @@ private:
         }
     }
 
-    void Place(Json value) {
+    void Store(Json value) {
         if (levels_.empty()) {
             document_ = std::move(value);
         } else if (levels_.back().isArray) {

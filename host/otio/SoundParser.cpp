@@ -30,7 +30,7 @@ const Json& KeyFrameValue(const Json& key) {
     return value == nullptr ? key : *value;
 }
 
-Level ResolveLevel(const Json& parameter, const Place& place, ImportReport& report) {
+Level ResolveLevel(const Json& parameter, const SourceLocation& place, ImportReport& report) {
     Level level;
     level.clock = Level::Clock::Frames;
     if (const Json* keys = Member(parameter, "Key Frames"); keys != nullptr && keys->IsObject()) {
@@ -53,8 +53,8 @@ Level ResolveLevel(const Json& parameter, const Place& place, ImportReport& repo
 }
 
 /// The length of a fade in frames; nothing, with a note, for what is no length.
-std::optional<double> FadeLength(const Json& value, const std::string& what, const Place& place,
-                                 ImportReport& report) {
+std::optional<double> FadeLength(const Json& value, const std::string& what,
+                                 const SourceLocation& place, ImportReport& report) {
     if (value.IsNumber()) {
         const auto frames = value.AsNumber();
         if (frames >= 0.0 && frames <= std::numeric_limits<int>::max()) return frames;
@@ -64,7 +64,7 @@ std::optional<double> FadeLength(const Json& value, const std::string& what, con
 }
 
 void ParseResolveFade(const Json& parameter, const std::string& id, double& frames,
-                      const Place& place, ImportReport& report) {
+                      const SourceLocation& place, ImportReport& report) {
     const Json* value = Member(parameter, "Parameter Value");
     if (value == nullptr) return;
     frames = FadeLength(*value, "parameter " + Quoted(id), place, report).value_or(frames);
@@ -144,7 +144,7 @@ std::optional<std::variant<double, std::string>> ParameterValue(const Json& valu
 }
 
 /// @return nothing where the effect is to be skipped; it is noted then
-std::optional<EffectRequest> ParseRequest(const Json& effect, const Place& place,
+std::optional<EffectRequest> ParseRequest(const Json& effect, const SourceLocation& place,
                                           ImportReport& report) {
     EffectRequest request;
     request.plugin = StringMember(effect, "plugin");
@@ -182,8 +182,8 @@ void ParseRequests(const Json& effects, Item& item, ImportReport& report) {
     }
 }
 
-void ParseCurve(const Json& value, std::string& curve, const std::string& what, const Place& place,
-                ImportReport& report) {
+void ParseCurve(const Json& value, std::string& curve, const std::string& what,
+                const SourceLocation& place, ImportReport& report) {
     const std::string name = value.IsString() ? value.AsString() : std::string();
     if (name == "linear" || name == "equal-power" || name == "db") {
         curve = name;
@@ -242,7 +242,7 @@ void ParseTransition(const Json& transition, Item& item, ImportReport& report) {
     }
 }
 
-void NoteEffects(const Json& object, const Place& place, ImportReport& report) {
+void NoteEffects(const Json& object, const SourceLocation& place, ImportReport& report) {
     for (const Json& effect : ListMember(object, "effects", place)) {
         if (!BoolMember(effect, "enabled", true, place, report)) continue;
         const Json* metadata = MetadataOf(effect, RESOLVE);

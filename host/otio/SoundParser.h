@@ -20,6 +20,6 @@ void ParseSound(const Json& object, Item& item, ImportReport& report);
 void ParseTransition(const Json& transition, Item& item, ImportReport& report);
 
 /// Notes every effect of an object whose effects are not taken over.
-void NoteEffects(const Json& object, const Place& place, ImportReport& report);
+void NoteEffects(const Json& object, const SourceLocation& place, ImportReport& report);
 
 }  // namespace orlo::host::otio

@@ -78,7 +78,7 @@ struct Item {
     Kind kind = Kind::Unknown;
     std::string schema;  ///< without its version
     std::string name;
-    Place place;
+    SourceLocation place;
     std::optional<TimeRange> sourceRange;
     bool enabled = true;
 
@@ -104,7 +104,7 @@ struct Track {
     /// A nested item keeps tracks of another kind too, since its length may be theirs.
     bool sounds = true;
     std::string name;
-    Place place;
+    SourceLocation place;
     std::optional<TimeRange> sourceRange;
     bool muted = false;
     bool solo = false;

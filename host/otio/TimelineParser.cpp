@@ -31,7 +31,7 @@ std::string Label(const char* kind, std::size_t number, const std::string& name)
 }
 
 /// The place of a track inside a nested item. Of a very long one the end is kept.
-Place InsideOf(const Place& nested, const std::string& label) {
+SourceLocation InsideOf(const SourceLocation& nested, const std::string& label) {
     std::string text = ToText(nested) + ", " + label;
     if (text.size() > MAX_PLACE) {
         std::size_t begin = text.size() - MAX_PLACE;
@@ -55,7 +55,7 @@ Track::Kind TrackKind(const std::string& kind) {
     return kind == "Video" || kind.empty() ? Track::Kind::Video : Track::Kind::Other;
 }
 
-void NoteUnwantedTrack(Track::Kind kind, const std::string& kindName, const Place& place,
+void NoteUnwantedTrack(Track::Kind kind, const std::string& kindName, const SourceLocation& place,
                        ImportReport& report) {
     if (kind == Track::Kind::Video) {
         report.Add("video track", place,
@@ -132,7 +132,8 @@ void ParseTrackMetadata(const Json& object, Track& track, ImportReport& report) 
     }
 }
 
-Track ParseTrack(const Json& object, const Place& place, Track::Kind wanted, ImportReport& report) {
+Track ParseTrack(const Json& object, const SourceLocation& place, Track::Kind wanted,
+                 ImportReport& report) {
     Track track;
     track.name = StringMember(object, "name");
     track.place = place;
@@ -145,7 +146,7 @@ Track ParseTrack(const Json& object, const Place& place, Track::Kind wanted, Imp
 }
 
 /// A child of a stack that is no track sounds like a track of its own.
-Track TrackOfItem(const Json& object, const Place& place, Track::Kind wanted,
+Track TrackOfItem(const Json& object, const SourceLocation& place, Track::Kind wanted,
                   ImportReport& report) {
     Track track;
     track.name = StringMember(object, "name");
@@ -155,14 +156,14 @@ Track TrackOfItem(const Json& object, const Place& place, Track::Kind wanted,
 }
 
 /// A track that does not sound is read for its length alone, and one note stands for all of it.
-Track ParseSilentTrack(const Json& object, const Place& place, Track::Kind wanted) {
+Track ParseSilentTrack(const Json& object, const SourceLocation& place, Track::Kind wanted) {
     ImportReport unheard;
     Track track = ParseTrack(object, place, wanted, unheard);
     track.sounds = false;
     return track;
 }
 
-Track ParseInnerTrack(const Json& object, const Place& place, Track::Kind wanted,
+Track ParseInnerTrack(const Json& object, const SourceLocation& place, Track::Kind wanted,
                       ImportReport& report) {
     if (SchemaName(object) != "Track") return TrackOfItem(object, place, wanted, report);
     const std::string kindName = StringMember(object, "kind");
@@ -207,7 +208,7 @@ void ParseNested(const Json& object, Track::Kind wanted, Item& item, ImportRepor
 void AddTrack(const Json& object, Track::Kind wanted, Timeline& timeline, std::size_t number,
               ImportReport& report) {
     const std::string schema = SchemaName(object);
-    const Place place{Label("track", number, StringMember(object, "name")), {}};
+    const SourceLocation place{Label("track", number, StringMember(object, "name")), {}};
     if (schema != "Track") {
         timeline.tracks.push_back(TrackOfItem(object, place, wanted, report));
         return;
@@ -222,7 +223,7 @@ void AddTrack(const Json& object, Track::Kind wanted, Timeline& timeline, std::s
 }
 
 void AddStack(const Json& stack, Track::Kind wanted, Timeline& timeline, ImportReport& report) {
-    const Place place;
+    const SourceLocation place;
     timeline.sourceRange = RangeMember(stack, "source_range", place, report);
     NoteEffects(stack, place, report);
     std::size_t number = 0;
@@ -239,7 +240,7 @@ bool IsSampleRate(const Json& value) {
 void ParseTimelineMetadata(const Json& object, Timeline& timeline, ImportReport& report) {
     const Json* metadata = MetadataOf(object, "sonrel");
     if (metadata == nullptr) return;
-    const Place place;
+    const SourceLocation place;
     for (const auto& [key, value] : metadata->AsObject()) {
         if (key == "masterLevel") {
             timeline.masterLevel = LevelValue(value, key, place, report);

@@ -67,7 +67,7 @@ std::optional<double> RateVote::Winner() const {
     return winner;
 }
 
-int CheckedFrame(double seconds, double fps, const Place& place) {
+int CheckedFrame(double seconds, double fps, const SourceLocation& place) {
     const double frame = zrtl::RoundHalfAway(seconds * fps);
     if (!(frame <= std::numeric_limits<int>::max())) {
         throw DocumentError(OneLine(ToText(place)) + ": it ends beyond frame 2147483647");
@@ -75,7 +75,7 @@ int CheckedFrame(double seconds, double fps, const Place& place) {
     return static_cast<int>(frame);
 }
 
-LevelCurve ToCurve(const Level& level, double fps, double cutSeconds, const Place& place,
+LevelCurve ToCurve(const Level& level, double fps, double cutSeconds, const SourceLocation& place,
                    ImportReport& report) {
     LevelCurve curve;
     curve.decibels = level.decibels;
@@ -101,7 +101,8 @@ TrackArranger::TrackArranger(const Track& track, bool inner, const ArrangeRules&
     fallbackRate_ = vote.Winner().value_or(rules.fps);
 }
 
-double TrackArranger::ToSeconds(const RationalTime& time, const char* what, const Place& place) {
+double TrackArranger::ToSeconds(const RationalTime& time, const char* what,
+                                const SourceLocation& place) {
     double rate = time.rate;
     if (rate == 0.0) {
         rate = fallbackRate_;
@@ -136,7 +137,7 @@ double TrackArranger::Duration(const Item& item, double contentSeconds) {
     return Retimed(item, seconds);
 }
 
-void TrackArranger::Trim(const TimeRange* range, const Place& place) {
+void TrackArranger::Trim(const TimeRange* range, const SourceLocation& place) {
     if (range == nullptr) return;
     const double duration = ToSeconds(range->duration, "duration", place);
     if (!(duration > 0.0)) return;
@@ -230,7 +231,7 @@ void TrackArranger::AddTransition(const Item& item, double position) {
 
 /// An offset that the file does not tell needs no rate.
 double TrackArranger::OffsetSeconds(const RationalTime& time, const char* what,
-                                    const Place& place) {
+                                    const SourceLocation& place) {
     return time.value == 0.0 ? 0.0 : ToSeconds(time, what, place);
 }
 

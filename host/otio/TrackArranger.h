@@ -48,11 +48,11 @@ struct ArrangeRules {
 /// The frame nearest to a position.
 /// @param seconds  0 or more
 /// @throws DocumentError when it lies beyond the last frame number
-int CheckedFrame(double seconds, double fps, const Place& place);
+int CheckedFrame(double seconds, double fps, const SourceLocation& place);
 
 /// A level with its keys sorted and in milliseconds.
 /// @param cutSeconds  what was taken off the owner's beginning
-LevelCurve ToCurve(const Level& level, double fps, double cutSeconds, const Place& place,
+LevelCurve ToCurve(const Level& level, double fps, double cutSeconds, const SourceLocation& place,
                    ImportReport& report);
 
 /// One track on its way into frames.
@@ -84,11 +84,11 @@ private:
         double seconds = 0.0;
     };
 
-    double ToSeconds(const RationalTime& time, const char* what, const Place& place);
-    double OffsetSeconds(const RationalTime& time, const char* what, const Place& place);
+    double ToSeconds(const RationalTime& time, const char* what, const SourceLocation& place);
+    double OffsetSeconds(const RationalTime& time, const char* what, const SourceLocation& place);
     double Duration(const Item& item, double contentSeconds);
     double Retimed(const Item& item, double seconds) const;
-    void Trim(const TimeRange* range, const Place& place);
+    void Trim(const TimeRange* range, const SourceLocation& place);
     Nested ArrangeNested(const Item& item);
     void NoteInnerTrack() const;
     void AddTransition(const Item& item, double position);

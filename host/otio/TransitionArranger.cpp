@@ -13,7 +13,7 @@ namespace {
 constexpr const char* WHAT = "transition";
 
 /// An offset in frames. Below 0 there is none.
-double OffsetFrames(double seconds, double fps, const Place& place, ImportReport& report) {
+double OffsetFrames(double seconds, double fps, const SourceLocation& place, ImportReport& report) {
     if (seconds < 0.0) {
         report.Add(WHAT, place, "a negative offset counts as 0");
         return 0.0;
@@ -40,7 +40,7 @@ bool Begins(const PlacedTrack& track, const Neighbour& neighbour, int frame) {
 
 void PlaceTransition(const Join& join, const TransitionLimits& limits, PlacedTrack& track,
                      ImportReport& report) {
-    const Place& place = join.item->place;
+    const SourceLocation& place = join.item->place;
     const TransitionSpan& span = join.item->transition;
     if (!join.before.joins || !join.after.joins) {
         report.Add(WHAT, place, "a clip beside it is disabled or cannot be rendered; it is a cut");

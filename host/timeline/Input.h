@@ -18,7 +18,7 @@ namespace orlo::host {
 struct MediaUse {
     otio::MediaLocation location;
     int stream = 0;
-    otio::Place place;                           ///< the first clip that uses it
+    otio::SourceLocation place;                  ///< the first clip that uses it
     std::shared_ptr<project::MediaAsset> asset;  ///< empty until it is imported
 };
 

@@ -31,7 +31,7 @@ public:
     /// @param picture  the file that the peaks are for
     StreamPeaks(const EngineSession& session, const PeakTask& task, const std::string& picture,
                 Progress& progress) {
-        if (session.Places().folder.empty()) {
+        if (session.Paths().folder.empty()) {
             const std::string name =
                 (std::filesystem::temp_directory_path() / "sonrel.xwpk").string();
             scratch_.emplace(name, name);
