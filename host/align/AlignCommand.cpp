@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 
 #include "host/align/Alignment.h"
 #include "host/align/AlignmentReport.h"
@@ -14,6 +15,7 @@
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
 #include "host/timeline/Input.h"
+#include "sonrel/base/Paths.h"
 #include "sonrel/cache/WaveformPeakFileHelper.h"
 
 namespace orlo::host {
@@ -112,10 +114,15 @@ private:
     }
 
     void ReadLevels(Recording& recording) const {
-        try {
-            recording.levels = LevelProfile(*recording.asset, rate_);
-        } catch (const JobError& error) {
-            recording.error = error.what();
+        const project::MediaAudioStream& stream = *recording.asset->AudioStream();
+        const std::optional<sonrel::LevelProfile> levels =
+            sonrel::LevelProfile::Read(stream, rate_);
+        if (levels) {
+            recording.levels = *levels;
+        } else {
+            recording.error = "cannot read the peak file " +
+                              Quoted(zrtl::ToUtf8(stream.WaveformPeakFilePath())) +
+                              "; run the command again, or remove the file";
         }
     }
 

@@ -6,8 +6,10 @@
 #include <cstdlib>
 
 #include "host/align/ChanceCorrelation.h"
-#include "host/align/SegmentSearch.h"
+#include "host/align/RangeTries.h"
 #include "host/shell/Interrupt.h"
+#include "sonrel/sync/LoudSeconds.h"
+#include "sonrel/sync/SegmentSearch.h"
 
 namespace orlo::host {
 
@@ -33,13 +35,14 @@ public:
         : pair_(pair), least_(leastCorrelation), progress_(progress) {}
 
     AlignmentAnswer Run() {
-        answer_.referenceIsA = ReferenceIsA(pair_);
+        answer_.referenceIsA = pair_.ReferenceIsA();
         answer_.tooShort = IsTooShort(std::min(pair_.A().Frames(), pair_.B().Frames()));
         if (answer_.tooShort) return answer_;
         SearchWholes();
         Try(answer_.engine.offset, AlignmentMethod::Search, SearchedSegments());
         // What long stretches tell costs little, and is right where short ones repeat.
-        Try(OffsetByLevels(pair_), AlignmentMethod::Levels, {});
+        Try(sonrel::OffsetByLevels(pair_.A().levels, pair_.B().levels, pair_.Rate()),
+            AlignmentMethod::Levels, {});
         TryOtherPlaces();
         if (!EitherIsSilent()) {
             if (!HoldsUp()) TryLoudSeconds();
@@ -68,7 +71,8 @@ private:
 
     std::vector<FrameRange> SearchedSegments() const {
         const Recording& reference = answer_.referenceIsA ? pair_.A() : pair_.B();
-        return LoudestSeconds(reference.levels, reference.Frames(), pair_.Rate());
+        const auto seconds = sonrel::SearchedSeconds(*reference.asset->AudioStream());
+        return seconds ? *seconds : std::vector<FrameRange>();
     }
 
     /// Measures a candidate. The first one of an offset stays.
@@ -149,18 +153,21 @@ private:
     void TryLoudSeconds() {
         const Recording& reference = answer_.referenceIsA ? pair_.A() : pair_.B();
         const Recording& longer = answer_.referenceIsA ? pair_.B() : pair_.A();
+        const sonrel::SegmentSearch search{*pair_.Engine()->Mixer(), reference.asset, longer.asset,
+                                           pair_.Rate()};
         const std::vector<FrameRange> seconds =
-            SpreadSeconds(reference.levels, reference.Frames(), pair_.Rate(), SPREAD_PARTS);
+            sonrel::SpreadSeconds(reference.levels, reference.Frames(), pair_.Rate(), SPREAD_PARTS);
         long long done = 0;
-        progress_.Begin(
-            "align other seconds", "pieces",
-            PieceCount(longer.Frames(), pair_.Rate()) * static_cast<long long>(seconds.size()));
+        progress_.Begin("align other seconds", "pieces",
+                        search.PieceCount() * static_cast<long long>(seconds.size()));
         for (const FrameRange& second : seconds) {
-            const std::vector<long long> offsets = SearchSegment(pair_, second, [&] {
+            const std::vector<long long> starts = search.Find(second, [&] {
                 progress_.Update(++done);
                 return !Interrupted();
             });
-            for (const long long offset : offsets) {
+            for (const long long start : starts) {
+                const long long offset =
+                    answer_.referenceIsA ? second.start - start : start - second.start;
                 Try(offset, AlignmentMethod::LoudSeconds, {second});
             }
             if (StandsOut()) break;

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "host/align/SegmentSearch.h"
 #include "host/shell/Text.h"
 
 namespace orlo::host {
@@ -79,7 +78,7 @@ const char* MethodText(AlignmentMethod method) {
 }  // namespace
 
 std::string TooShortClause(const RecordingPair& pair) {
-    const Recording& shorter = ReferenceIsA(pair) ? pair.A() : pair.B();
+    const Recording& shorter = pair.ReferenceIsA() ? pair.A() : pair.B();
     return Quoted(shorter.input) + " is too short to judge: it has " +
            std::to_string(shorter.Frames()) + " of the " +
            std::to_string(MinJudgedFrames(pair.Rate())) + " sample frames (0.1 s) that align needs";

@@ -6,8 +6,8 @@
 #include <cmath>
 
 #include "host/align/Drift.h"
-#include "host/align/StereoReader.h"
 #include "sonrel/sync/AudioSync.h"
+#include "sonrel/sync/StereoReader.h"
 
 namespace orlo::host {
 
@@ -69,19 +69,26 @@ double LogTrials(const RecordingPair& pair, const Measure& whole,
     return trials;
 }
 
+/// With zeros after the end of the recording.
+std::vector<float> Read(const RecordingPair& pair, const Recording& recording,
+                        const FrameRange& range) {
+    std::vector<float> samples =
+        sonrel::ReadStereo(*pair.Engine()->Mixer(), recording.asset, range);
+    samples.resize(2 * static_cast<std::size_t>(range.length), 0.0f);
+    return samples;
+}
+
 StereoStretches ReadCompared(const RecordingPair& pair, const Measure& whole) {
     const FrameRange& inB = whole.compared;
-    const FrameRange inA{inB.start + whole.offset, inB.length};
-    const auto frames = static_cast<std::size_t>(inB.length);
-    return {StereoReader(pair, pair.A()).Read(inA, frames),
-            StereoReader(pair, pair.B()).Read(inB, frames)};
+    return {Read(pair, pair.A(), {inB.start + whole.offset, inB.length}),
+            Read(pair, pair.B(), inB)};
 }
 
 }  // namespace
 
 double IndependentValues(const StereoStretches& stretches, int rate) {
     const std::size_t frames = stretches.a.size() / 2;
-    const bool isMono = ChannelsAreEqual(stretches.a) && ChannelsAreEqual(stretches.b);
+    const bool isMono = sonrel::IsMono(stretches.a) && sonrel::IsMono(stretches.b);
     double largest = 0.0;
     for (std::size_t channel = 0; channel < (isMono ? 1U : 2U); ++channel) {
         largest = std::fmax(largest, Variance(stretches, channel, frames));

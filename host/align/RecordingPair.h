@@ -7,11 +7,15 @@
 #include <string>
 #include <vector>
 
-#include "host/align/LevelProfile.h"
 #include "sonrel/engine/Sonrel.h"
+#include "sonrel/project/MediaAsset.h"
 #include "sonrel/sync/AudioSync.h"
+#include "sonrel/sync/FrameRange.h"
+#include "sonrel/sync/LevelProfile.h"
 
 namespace orlo::host {
+
+using sonrel::FrameRange;
 
 /// A recording that is ready to be compared, conformed and with its peak file, unless it has an
 /// error.
@@ -19,7 +23,7 @@ struct Recording {
     std::string input;  ///< as it was named
     std::string path;   ///< absolute
     std::shared_ptr<project::MediaAsset> asset;
-    LevelProfile levels;
+    sonrel::LevelProfile levels;
     std::string error;  ///< why it cannot be compared; empty where it can
 
     long long Frames() const { return asset->AudioStream()->ConformedSampleCount(); }
@@ -45,6 +49,9 @@ public:
     const Recording& A() const { return a_; }
     const Recording& B() const { return b_; }
     int Rate() const { return rate_; }
+    /// Whether A is the recording that stretches are taken from and searched for in the other one:
+    /// the shorter recording; B where both are equally long.
+    bool ReferenceIsA() const { return a_.Frames() < b_.Frames(); }
 
     /// The part of B during which A runs too.
     FrameRange OverlapAt(long long offset) const;

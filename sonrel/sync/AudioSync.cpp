@@ -9,10 +9,10 @@
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/project/MediaAsset.h"
+#include "sonrel/sync/StereoReader.h"
 #include "sonrel/sync/detail/AssetSearch.h"
 #include "sonrel/sync/detail/Correlation.h"
 #include "sonrel/sync/detail/Fft.h"
-#include "sonrel/sync/detail/FrameReader.h"
 #include "sonrel/sync/detail/ReferenceSegments.h"
 
 namespace orlo::sonrel {
@@ -23,32 +23,11 @@ using Assets = std::pair<std::shared_ptr<MediaAsset> const&, std::shared_ptr<Med
 
 constexpr long long WHOLE_SECONDS = 5;  // recordings up to this length are compared whole
 
-/// Reads a stretch as interleaved floats. @return false when it cannot be read whole
-bool ReadFloats(const AudioMixer& mixer, const std::shared_ptr<MediaAsset>& asset, long long start,
-                int count, std::vector<float>& samples) {
-    detail::FrameBuffer frames;
-    if (detail::ReadFrames(mixer, asset, start, count, frames) != count) return false;
-    const std::size_t values = 2 * static_cast<std::size_t>(count);
-    samples.resize(values);
-    for (std::size_t i = 0; i < values; ++i) {
-        samples[i] = static_cast<float>(frames[i]) * detail::SAMPLE_SCALE;
-    }
-    return true;
-}
-
 /// Two equally long stretches of interleaved stereo.
 struct RangePair {
     std::vector<float> a;
     std::vector<float> b;
     int count = 0;
-
-    /// Whether left and right are the same signal, as in a mono recording.
-    bool IsMono() const {
-        for (std::size_t i = 0; i < a.size(); i += 2) {
-            if (a[i] != a[i + 1] || b[i] != b[i + 1]) return false;
-        }
-        return true;
-    }
 
     /// Correlates one channel with a lag removed.
     AudioSync::CorrelationResult Correlate(std::size_t channel, long long lag) const {
@@ -63,7 +42,7 @@ AudioSync::CorrelationResult CompareChannels(const RangePair& ranges) {
     const auto twiddles =
         detail::HoldTwiddles(detail::TransformPoints(2 * static_cast<unsigned int>(ranges.count)));
     const AudioSync::CorrelationResult left = ranges.Correlate(0, 0);
-    const bool mono = ranges.IsMono();
+    const bool mono = IsMono(ranges.a) && IsMono(ranges.b);
     const AudioSync::CorrelationResult right = mono ? left : ranges.Correlate(1, 0);
     if (left.offset == 0 && right.offset == 0) {
         return {std::max(left.correlation, right.correlation), 0};
@@ -144,10 +123,11 @@ AudioSync::CorrelationResult AudioSync::CompareRanges(std::shared_ptr<Sonrel> co
     const AudioMixer& mixer = *engine->Mixer();
     RangePair ranges;
     ranges.count = count;
-    if (!ReadFloats(mixer, a, startA, count, ranges.a) ||
-        !ReadFloats(mixer, b, startB, count, ranges.b)) {
-        return {};
-    }
+    const std::size_t values = 2 * static_cast<std::size_t>(count);
+    ranges.a = ReadStereo(mixer, a, {startA, count});
+    if (ranges.a.size() != values) return {};
+    ranges.b = ReadStereo(mixer, b, {startB, count});
+    if (ranges.b.size() != values) return {};
     return CompareChannels(ranges);
 }
 

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "sonrel/sync/detail/LoudWindows.h"
 #include "tests/sync/AlignmentRig.h"
 
 namespace sonrel_tests {
@@ -21,9 +22,10 @@ std::vector<std::pair<int, long long>> Entries(const LoudWindows<unsigned char>&
 
 using Places = std::vector<std::pair<long long, long long>>;
 
-Places PlacesOf(const std::vector<ReferenceSegment>& segments) {
+template <class Segment>
+Places PlacesOf(const std::vector<Segment>& segments) {
     Places places;
-    for (const ReferenceSegment& segment : segments) {
+    for (const Segment& segment : segments) {
         places.emplace_back(segment.start, segment.length);
     }
     return places;
@@ -81,35 +83,35 @@ TEST(LargestPeak, TheLowestByteIsIgnored) {
 
 // ---- The choice
 
-TEST(ChooseSegments, TheLoudestByPeakThatDoesNotOverlapIsAdded) {
+TEST(ChooseSeconds, TheLoudestByPeakThatDoesNotOverlapIsAdded) {
     LoudSeconds seconds;
     seconds.byRms.Add(10, 5000);
     seconds.byPeak.Add(50, 5500);
     seconds.byPeak.Add(50, 6000);
     seconds.byPeak.Add(50, 9000);
 
-    EXPECT_EQ(PlacesOf(ChooseSegments(seconds, 1000)), (Places{{5000, 1000}, {6000, 1000}}));
+    EXPECT_EQ(PlacesOf(ChooseSeconds(seconds, 1000)), (Places{{5000, 1000}, {6000, 1000}}));
 }
 
-TEST(ChooseSegments, AWindowThatEndsWhereTheOtherBeginsDoesNotOverlap) {
+TEST(ChooseSeconds, AWindowThatEndsWhereTheOtherBeginsDoesNotOverlap) {
     LoudSeconds seconds;
     seconds.byRms.Add(10, 5000);
     seconds.byPeak.Add(50, 4001);
     seconds.byPeak.Add(50, 4000);
 
-    EXPECT_EQ(PlacesOf(ChooseSegments(seconds, 1000)), (Places{{5000, 1000}, {4000, 1000}}));
+    EXPECT_EQ(PlacesOf(ChooseSeconds(seconds, 1000)), (Places{{5000, 1000}, {4000, 1000}}));
 }
 
-TEST(ChooseSegments, WithoutRmsOnlyThePeakChooses) {
+TEST(ChooseSeconds, WithoutRmsOnlyThePeakChooses) {
     LoudSeconds seconds;
     seconds.byPeak.Add(50, 700);
     seconds.byPeak.Add(50, 9000);
 
-    EXPECT_EQ(PlacesOf(ChooseSegments(seconds, 1000)), (Places{{700, 1000}}));
+    EXPECT_EQ(PlacesOf(ChooseSeconds(seconds, 1000)), (Places{{700, 1000}}));
 }
 
-TEST(ChooseSegments, OfSilenceTheFirstSecondIsChosen) {
-    EXPECT_EQ(PlacesOf(ChooseSegments({}, 1000)), (Places{{0, 1000}}));
+TEST(ChooseSeconds, OfSilenceTheFirstSecondIsChosen) {
+    EXPECT_EQ(PlacesOf(ChooseSeconds({}, 1000)), (Places{{0, 1000}}));
 }
 
 // ---- From a recording

@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/sync/LoudSeconds.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <tuple>
+
+#include "sonrel/base/Numbers.h"
+#include "sonrel/cache/PeakFile.h"
+#include "sonrel/project/MediaAudioStream.h"
+#include "sonrel/sync/LevelProfile.h"
+#include "sonrel/sync/detail/LoudWindows.h"
+
+namespace orlo::sonrel {
+namespace {
+
+using project::MediaAudioStream;
+
+/// Native position of a block, in 32 bits that wrap: recordings of over twelve hours repeat their
+/// positions.
+long long WindowPosition(int block, int samplesPerBlock) {
+    const std::uint32_t position =
+        static_cast<std::uint32_t>(block) * static_cast<std::uint32_t>(samplesPerBlock);
+    return static_cast<std::int32_t>(position);
+}
+
+/// Adds one window to the lists. @return false when the file ends before the end of the window
+bool AddWindow(PeakFile& file, int first, int end, detail::LoudSeconds& seconds) {
+    const long long position = WindowPosition(first, file.SamplesPerBlock());
+    std::vector<unsigned char> amplitudes;
+    if (file.GetRMSAmplitude(first, end, end - first, amplitudes) != PeakFile::Result::Ok ||
+        amplitudes.size() != 1) {
+        return false;
+    }
+    if (amplitudes[0] != 0) seconds.byRms.Add(amplitudes[0], position);
+    std::vector<signed char> peaks;
+    if (file.GetChannelPeaks(first, end, end - first, peaks) != PeakFile::Result::Ok) return false;
+    const signed char peak = detail::LargestPeak(peaks);
+    if (peak > 0) seconds.byPeak.Add(peak, position);
+    return true;
+}
+
+/// Reads the peak file in windows of a second that overlap by half.
+std::optional<detail::LoudSeconds> FindLoudSeconds(const MediaAudioStream& stream) {
+    PeakFile file;
+    if (!file.Open(stream.WaveformPeakFilePath())) return std::nullopt;
+    detail::LoudSeconds seconds;
+    const int blocksPerSecond = stream.NativeSampleRate() / file.SamplesPerBlock();
+    const int step = blocksPerSecond / 2;
+    if (step < 1) return seconds;  // below 64 Hz a second has no halves
+    for (std::int64_t first = 0; first < file.BlockCount(); first += step) {
+        const auto end = std::min<std::int64_t>(first + blocksPerSecond, file.BlockCount());
+        if (!AddWindow(file, static_cast<int>(first), static_cast<int>(end), seconds)) break;
+    }
+    return seconds;
+}
+
+void ConvertToConformedRate(const MediaAudioStream& stream, std::vector<FrameRange>& set) {
+    const int rate = stream.ConformedSampleRate();
+    const double ratio = static_cast<double>(rate) / stream.NativeSampleRate();
+    for (FrameRange& segment : set) {
+        segment.start = zrtl::TruncToInt64(static_cast<double>(segment.start) * ratio);
+        segment.length = rate;
+        if (segment.start < 0) segment.start = 0;
+        if (segment.start + rate > stream.ConformedSampleCount()) {
+            segment.start = stream.ConformedSampleCount() - rate;
+        }
+    }
+}
+
+void SortWithoutRepeats(std::vector<FrameRange>& segments) {
+    const auto key = [](const FrameRange& s) { return std::tie(s.start, s.length); };
+    std::sort(segments.begin(), segments.end(),
+              [&](const auto& a, const auto& b) { return key(a) < key(b); });
+    segments.erase(std::unique(segments.begin(), segments.end(),
+                               [&](const auto& a, const auto& b) { return key(a) == key(b); }),
+                   segments.end());
+}
+
+/// Windows of a second begin at every half second.
+std::vector<FrameRange> SecondsOf(long long begin, long long end, long long frames, int rate) {
+    std::vector<FrameRange> places;
+    for (long long start = begin; start < end; start += std::max(1, rate / 2)) {
+        const long long fitting = std::max(0LL, std::min(start, frames - rate));
+        places.push_back({fitting, std::min<long long>(rate, frames)});
+    }
+    return places;
+}
+
+template <class Level>
+const FrameRange* Loudest(const std::vector<FrameRange>& places, const Level& level) {
+    const FrameRange* loudest = nullptr;
+    double best = 0.0;
+    for (const FrameRange& place : places) {
+        const double here = level(place);
+        if (here <= best) continue;
+        best = here;
+        loudest = &place;
+    }
+    return loudest;
+}
+
+}  // namespace
+
+namespace detail {
+
+signed char LargestPeak(const std::vector<signed char>& peaks) {
+    signed char largest = 0;
+    for (const signed char peak : peaks) {
+        const auto size = static_cast<signed char>(peak < 0 ? -peak : peak);
+        if (size > largest) largest = size;
+    }
+    return largest;
+}
+
+std::vector<FrameRange> ChooseSeconds(const LoudSeconds& seconds, int nativeRate) {
+    std::vector<FrameRange> chosen;
+    const auto add = [&](long long position) {
+        const FrameRange second{position, nativeRate};
+        for (const FrameRange& other : chosen) {
+            if (Overlap(second, other)) return false;
+        }
+        chosen.push_back(second);
+        return true;
+    };
+    if (!seconds.byRms.InOrder().empty()) add(seconds.byRms.InOrder().front().position);
+    for (const auto& window : seconds.byPeak.InOrder()) {
+        if (add(window.position)) break;
+    }
+    if (chosen.empty()) add(0);
+    return chosen;
+}
+
+}  // namespace detail
+
+std::optional<std::vector<FrameRange>> SearchedSeconds(const MediaAudioStream& stream) {
+    std::vector<FrameRange> segments;
+    if (stream.ConformedSampleCount() <= stream.ConformedSampleRate()) {
+        segments.resize(1);
+        segments[0].length = stream.NativeSampleCount();
+    } else {
+        const std::optional<detail::LoudSeconds> seconds = FindLoudSeconds(stream);
+        if (!seconds) return std::nullopt;
+        segments = detail::ChooseSeconds(*seconds, stream.NativeSampleRate());
+    }
+    // A native rate of 0 has no ratio; such a segment cannot be read either.
+    if (stream.ConformedSampleRate() != stream.NativeSampleRate() &&
+        stream.NativeSampleRate() > 0) {
+        ConvertToConformedRate(stream, segments);
+    }
+    SortWithoutRepeats(segments);
+    return segments;
+}
+
+std::vector<FrameRange> SpreadSeconds(const LevelProfile& profile, long long frames, int rate,
+                                      int parts) {
+    std::vector<FrameRange> found;
+    const auto rms = [&](const FrameRange& p) { return profile.Rms(p.start, p.start + p.length); };
+    const auto add = [&](const FrameRange& place) {
+        for (const FrameRange& other : found) {
+            if (other.start == place.start) return;
+        }
+        found.push_back(place);
+    };
+    for (int part = 0; part < parts; ++part) {
+        const std::vector<FrameRange> seconds =
+            SecondsOf(frames * part / parts, frames * (part + 1) / parts, frames, rate);
+        if (const FrameRange* loudest = Loudest(seconds, rms)) add(*loudest);
+    }
+    std::stable_sort(found.begin(), found.end(),
+                     [&](const FrameRange& a, const FrameRange& b) { return rms(a) > rms(b); });
+    add({0, std::min<long long>(rate, frames)});
+    add({std::max(0LL, frames - rate), std::min<long long>(rate, frames)});
+    return found;
+}
+
+}  // namespace orlo::sonrel
