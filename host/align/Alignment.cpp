@@ -81,13 +81,13 @@ private:
         const bool known = std::any_of(tried_.begin(), tried_.end(), [&](long long other) {
             return std::llabs(other - offset) < pair_.Rate() / 50;
         });
-        if (known || IsTooShort(pair_.OverlapAt(offset).length)) return;
+        if (known || IsTooShort(pair_.OverlapAt(offset).Count())) return;
         tried_.push_back(offset);
         Alignment candidate;
         candidate.method = method;
         candidate.segments = std::move(segments);
         candidate.refined = pair_.Refine(offset);
-        if (IsTooShort(pair_.OverlapAt(candidate.refined.offset).length)) return;
+        if (IsTooShort(pair_.OverlapAt(candidate.refined.offset).Count())) return;
         if (candidate.refined.correlation >= least_) {
             candidate.places = pair_.MeasureAlong(candidate.refined.offset);
             candidate.matchedSeconds = MatchedSeconds(candidate);
@@ -111,7 +111,7 @@ private:
         }
         const FrameRange overlap = pair_.OverlapAt(candidate.refined.offset);
         return sum / static_cast<double>(candidate.places.size()) *
-               static_cast<double>(overlap.length) / pair_.Rate();
+               static_cast<double>(overlap.Count()) / pair_.Rate();
     }
 
     /// Below the bound the larger correlation counts; from there on how much of the recordings

@@ -98,7 +98,7 @@ private:
         const FrameRange overlap = pair_.OverlapAt(offset_);
         const double x = X(overlap.start + offset_);
         svg_ += "<rect class=\"overlap\"" + Attribute("x", x) + Attribute("y", TOP) +
-                Attribute("width", X(overlap.start + overlap.length + offset_) - x) +
+                Attribute("width", X(overlap.end + offset_) - x) +
                 Attribute("height", 2 * LANE_HEIGHT + LANE_GAP) + " fill=\"#f2f2f2\"/>\n";
     }
 
@@ -136,11 +136,10 @@ private:
         const long long start = answer_.referenceIsA ? 0 : offset_;
         for (const FrameRange& segment : answer_.found.segments) {
             const double x = X(segment.start + start);
-            svg_ +=
-                "<rect class=\"segment\"" + Attribute("x", x) + Attribute("y", top) +
-                Attribute("width", std::max(1.5, X(segment.start + segment.length + start) - x)) +
-                Attribute("height", LANE_HEIGHT) +
-                " fill=\"#e0b000\" fill-opacity=\"0.35\" stroke=\"#b08000\"/>\n";
+            svg_ += "<rect class=\"segment\"" + Attribute("x", x) + Attribute("y", top) +
+                    Attribute("width", std::max(1.5, X(segment.end + start) - x)) +
+                    Attribute("height", LANE_HEIGHT) +
+                    " fill=\"#e0b000\" fill-opacity=\"0.35\" stroke=\"#b08000\"/>\n";
         }
     }
 
@@ -149,8 +148,7 @@ private:
         const int y = TOP + LANE_HEIGHT + LANE_GAP / 2;
         for (const Measure& place : answer_.found.places) {
             const double x = X(place.place.start + offset_);
-            const double width =
-                std::max(2.0, X(place.place.start + place.place.length + offset_) - x);
+            const double width = std::max(2.0, X(place.place.end + offset_) - x);
             const bool agrees = Agrees(place, answer_.found.refined, pair_.Rate());
             svg_ += "<rect class=\"place\"" + Attribute("x", x) + Attribute("y", y - 4) +
                     Attribute("width", width) + " height=\"8\" fill=\"" +

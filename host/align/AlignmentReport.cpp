@@ -26,7 +26,7 @@ Json PlacesJson(const std::vector<Measure>& places) {
     Json list = Json::Array();
     for (const Measure& place : places) {
         list.Append(Json::Object({{"start", place.place.start},
-                                  {"length", place.place.length},
+                                  {"length", place.place.Count()},
                                   {"correlation", place.correlation},
                                   {"offset", place.offset}}));
     }
@@ -104,7 +104,7 @@ Json AlignmentJson(const RecordingPair& pair, const AlignmentAnswer& answer) {
     result["tooShort"] = answer.tooShort;
     result["way"] = MethodName(answer.found.method);
     result["oneOffsetFits"] = answer.oneOffsetFits;
-    result["overlap"] = pair.OverlapAt(refined.offset).length;
+    result["overlap"] = pair.OverlapAt(refined.offset).Count();
     result["places"] = PlacesJson(answer.found.places);
     return result;
 }
@@ -112,7 +112,8 @@ Json AlignmentJson(const RecordingPair& pair, const AlignmentAnswer& answer) {
 std::string AlignmentText(const RecordingPair& pair, const AlignmentAnswer& answer,
                           const FrameGrid& grid) {
     const Measure& refined = answer.found.refined;
-    const double overlap = static_cast<double>(pair.OverlapAt(refined.offset).length) / pair.Rate();
+    const double overlap =
+        static_cast<double>(pair.OverlapAt(refined.offset).Count()) / pair.Rate();
     std::string text = StartsText(pair, answer, grid) + "\n";
     text += "  engine      correlation " + Correlation(answer.engine.correlation) + ", offset " +
             std::to_string(answer.engine.offset) + "\n";

@@ -48,8 +48,7 @@ double Variance(const StereoStretches& stretches, std::size_t channel, std::size
 
 /// Whether two measures share no frame.
 bool AreApart(const Measure& one, const Measure& other) {
-    return one.compared.start + one.compared.length <= other.compared.start ||
-           other.compared.start + other.compared.length <= one.compared.start;
+    return one.compared.end <= other.compared.start || other.compared.end <= one.compared.start;
 }
 
 /// Every offset is tried on two channels. A place that shares no frame with the stretch and agrees
@@ -74,13 +73,13 @@ std::vector<float> Read(const RecordingPair& pair, const Recording& recording,
                         const FrameRange& range) {
     std::vector<float> samples =
         sonrel::ReadStereo(*pair.Engine()->Mixer(), recording.asset, range);
-    samples.resize(2 * static_cast<std::size_t>(range.length), 0.0f);
+    samples.resize(2 * static_cast<std::size_t>(range.Count()), 0.0f);
     return samples;
 }
 
 StereoStretches ReadCompared(const RecordingPair& pair, const Measure& whole) {
     const FrameRange& inB = whole.compared;
-    return {Read(pair, pair.A(), {inB.start + whole.offset, inB.length}),
+    return {Read(pair, pair.A(), {inB.start + whole.offset, inB.end + whole.offset}),
             Read(pair, pair.B(), inB)};
 }
 
@@ -111,7 +110,7 @@ double LargestByChance(double values, double logTrials, double probability) {
 
 double ChanceCorrelation(const RecordingPair& pair, const Measure& whole,
                          const std::vector<Measure>& places) {
-    if (whole.compared.length < 1) return 1.0;
+    if (whole.compared.IsEmpty()) return 1.0;
     const double values = IndependentValues(ReadCompared(pair, whole), pair.Rate());
     return LargestByChance(values, LogTrials(pair, whole, places), PROBABILITY);
 }

@@ -28,8 +28,8 @@ bool Agrees(const Measure& place, const Measure& whole, int rate) {
 
 double ChanceToAgree(const Measure& place, const Measure& whole, int rate) {
     // Lags of up to the length of the place are searched, and those near 0 are twice as likely.
-    return std::min(
-        1.0, 2.0 * AllowedDifference(place, whole, rate) / static_cast<double>(place.place.length));
+    return std::min(1.0, 2.0 * AllowedDifference(place, whole, rate) /
+                             static_cast<double>(place.place.Count()));
 }
 
 std::optional<Drift> FitDrift(const std::vector<Measure>& places, const Measure& whole,
@@ -37,7 +37,7 @@ std::optional<Drift> FitDrift(const std::vector<Measure>& places, const Measure&
     std::vector<std::pair<double, double>> points;  // frame in B, offset less the whole's
     for (const Measure& place : places) {
         if (place.correlation < 0.5 * whole.correlation || !Agrees(place, whole, rate)) continue;
-        points.emplace_back(static_cast<double>(place.place.start) + 0.5 * place.place.length,
+        points.emplace_back(static_cast<double>(place.place.start) + 0.5 * place.place.Count(),
                             static_cast<double>(place.offset - whole.offset));
     }
     if (points.size() < MIN_DRIFT_PLACES) return std::nullopt;
@@ -62,7 +62,7 @@ std::optional<Drift> FitDrift(const std::vector<Measure>& places, const Measure&
         squares += distance * distance;
     }
     return Drift{slope * 1e6, std::sqrt(squares / count),
-                 slope * static_cast<double>(overlap.length)};
+                 slope * static_cast<double>(overlap.Count())};
 }
 
 }  // namespace orlo::host

@@ -20,61 +20,62 @@ constexpr int STEPS_PER_SECOND = 10;  // between the beginnings of places that a
 FrameRange RecordingPair::OverlapAt(long long offset) const {
     const long long begin = std::max(0LL, -offset);
     const long long end = std::min(b_.Frames(), a_.Frames() - offset);
-    return {begin, std::max(0LL, end - begin)};
+    return {begin, std::max(begin, end)};
 }
 
 double RecordingPair::CommonLevel(long long offset, const FrameRange& place) const {
-    const long long end = place.start + place.length;
-    return b_.levels.Rms(place.start, end) * a_.levels.Rms(place.start + offset, end + offset);
+    return b_.levels.Rms(place.start, place.end) *
+           a_.levels.Rms(place.start + offset, place.end + offset);
 }
 
 FrameRange RecordingPair::LoudestRange(long long offset, const FrameRange& within,
                                        long long length) const {
-    FrameRange best{within.start, std::min(length, within.length)};
+    const long long fitting = std::min<long long>(length, within.Count());
+    FrameRange best{within.start, within.start + fitting};
     double loudest = -1.0;
-    const long long last = within.start + within.length - best.length;
+    const long long last = within.end - fitting;
     const long long step = std::max(1, rate_ / STEPS_PER_SECOND);
     for (long long start = within.start; start <= last; start += step) {
-        const double level = CommonLevel(offset, {start, best.length});
+        const double level = CommonLevel(offset, {start, start + fitting});
         if (level <= loudest) continue;
         loudest = level;
-        best.start = start;
+        best = {start, start + fitting};
     }
     return best;
 }
 
 Measure RecordingPair::MeasureAt(long long offset, const FrameRange& place) const {
     const AudioSync::CorrelationResult found =
-        AudioSync::CompareRanges(engine_, a_.asset, b_.asset, static_cast<int>(place.length),
+        AudioSync::CompareRanges(engine_, a_.asset, b_.asset, static_cast<int>(place.Count()),
                                  place.start + offset, place.start);
     const long long lag = found.offset;
     return {found.correlation,
             offset + lag,
             place,
-            {place.start + std::max(0LL, -lag), place.length - std::llabs(lag)}};
+            {place.start + std::max(0LL, -lag), place.end - std::max(0LL, lag)}};
 }
 
 Measure RecordingPair::Refine(long long offset) const {
     const long long length = static_cast<long long>(REFINED_SECONDS) * rate_;
     const Measure first = MeasureAt(offset, LoudestRange(offset, OverlapAt(offset), length));
-    if (std::llabs(first.offset - offset) <= first.place.length / 8) return first;
+    if (std::llabs(first.offset - offset) <= first.place.Count() / 8) return first;
     const Measure second =
         MeasureAt(first.offset, LoudestRange(first.offset, OverlapAt(first.offset), length));
-    const bool hardlyMet = first.compared.length < second.compared.length / 2;
+    const bool hardlyMet = first.compared.Count() < second.compared.Count() / 2;
     return hardlyMet || second.correlation > first.correlation ? second : first;
 }
 
 std::vector<Measure> RecordingPair::MeasureAlong(long long offset) const {
     const FrameRange overlap = OverlapAt(offset);
     const long long length =
-        std::min<long long>(overlap.length, static_cast<long long>(PLACE_SECONDS) * rate_);
+        std::min<long long>(overlap.Count(), static_cast<long long>(PLACE_SECONDS) * rate_);
     std::vector<Measure> measures;
     if (length < 1) return measures;
-    const long long parts = std::clamp<long long>(overlap.length / length, 1, PLACES);
+    const long long parts = std::clamp<long long>(overlap.Count() / length, 1, PLACES);
     for (long long part = 0; part < parts; ++part) {
-        const long long begin = overlap.start + overlap.length * part / parts;
-        const long long end = overlap.start + overlap.length * (part + 1) / parts;
-        const FrameRange place = LoudestRange(offset, {begin, end - begin}, length);
+        const long long begin = overlap.start + overlap.Count() * part / parts;
+        const long long end = overlap.start + overlap.Count() * (part + 1) / parts;
+        const FrameRange place = LoudestRange(offset, {begin, end}, length);
         if (CommonLevel(offset, place) > 0.0) {
             measures.push_back(MeasureAt(offset, place));
         } else if (b_.levels.Rms(begin, end) > 0.0 ||

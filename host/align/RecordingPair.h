@@ -7,15 +7,15 @@
 #include <string>
 #include <vector>
 
+#include "sonrel/base/FrameRange.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/project/MediaAsset.h"
 #include "sonrel/sync/AudioSync.h"
-#include "sonrel/sync/FrameRange.h"
 #include "sonrel/sync/LevelProfile.h"
 
 namespace orlo::host {
 
-using sonrel::FrameRange;
+using zrtl::FrameRange;
 
 /// A recording that is ready to be compared, conformed and with its peak file, unless it has an
 /// error.

@@ -137,7 +137,7 @@ private:
         const auto project = std::make_shared<project::Project>();
         ImportMedia(*project, media_, import_.report);
 
-        WavWriter writer(options_.output, guard_, grid_.rate, span_.end - span_.begin);
+        WavWriter writer(options_.output, guard_, grid_.rate, span_.Count());
         std::optional<OutputFile> meters;
         if (!options_.meters.empty()) meters.emplace(options_.meters, guard_);
         std::optional<Stems> stems;
@@ -164,10 +164,10 @@ private:
         RenderFrames(mix, grid_, span_, sink, beside, progress);
         mixer.StopMeterSession();
 
-        summary_ = Summarize(mixer, trackNames_, span_.begin);
+        summary_ = Summarize(mixer, trackNames_, span_.start);
         if (meters) {
             meters->Write(
-                MetersJson(mixer, trackNames_, grid_.rate, blockFrames, span_.begin).ToLine() +
+                MetersJson(mixer, trackNames_, grid_.rate, blockFrames, span_.start).ToLine() +
                 "\n");
         }
         if (stems) stems->Flush();
@@ -183,7 +183,7 @@ private:
 
     Outcome Report() {
         Outcome outcome;
-        const long long samples = span_.end - span_.begin;
+        const long long samples = span_.Count();
         outcome.report = ReportHead(options_, grid_, true);
         outcome.report["output"] = options_.output;
         outcome.report["samples"] = samples;
@@ -203,7 +203,7 @@ private:
                          "the mix " + Quoted(options_.output) + " clips in " +
                              std::to_string(clipped[0]) + " blocks on the left and " +
                              std::to_string(clipped[1]) + " on the right, first at " +
-                             FormatTimecode(summary_.master.clips.front().span.begin, grid_) +
+                             FormatTimecode(summary_.master.clips.front().span.start, grid_) +
                              "; lower the levels or the master level");
         }
         return outcome;
@@ -225,7 +225,7 @@ private:
     std::vector<std::string> trackNames_;
     std::vector<std::string> stemPaths_;
     OutputGuard guard_;
-    SampleSpan span_;
+    zrtl::FrameRange span_;
     MeterSummary summary_;
     std::optional<LoudnessMeter> loudness_;
 };
@@ -267,9 +267,9 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
     ConformAll(session, media, grid.rate, progress);
     const long long total = asset->AudioStream()->ConformedSampleCount();
     if (total == 0) throw JobError("the sound of " + Quoted(path) + " has no length");
-    const SampleSpan span = ParseSpan(options.from, options.to, grid, total);
+    const zrtl::FrameRange span = ParseSpan(options.from, options.to, grid, total);
 
-    WavWriter writer(options.output, guard, grid.rate, span.end - span.begin);
+    WavWriter writer(options.output, guard, grid.rate, span.Count());
     LoudnessMeter loudness(grid.rate);
     MixSink sink(writer, &loudness);
     AudioMixer& mixer = *session.Engine()->Mixer();
@@ -280,9 +280,9 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
     Outcome outcome;
     outcome.report = ReportHead(options, grid, false);
     outcome.report["output"] = options.output;
-    outcome.report["samples"] = span.end - span.begin;
+    outcome.report["samples"] = span.Count();
     outcome.report["loudness"] = LoudnessJson(loudness);
-    outcome.text = HeadText(options, grid, span.end - span.begin) + LoudnessText(loudness);
+    outcome.text = HeadText(options, grid, span.Count()) + LoudnessText(loudness);
     if (options.failOnClip) FailOnTruePeak(options, loudness, outcome);
     return outcome;
 }

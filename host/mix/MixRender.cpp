@@ -67,37 +67,38 @@ void RenderBlock(const MixBlock& mix, const FrameGrid& grid, long long position,
                    " samples at " + FormatTimecode(position, grid));
 }
 
-void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const SampleSpan& span, MixSink& sink,
-                  const BesideBlock& beside, Progress& progress) {
-    progress.Begin("mix", "samples", span.end - span.begin);
-    long long position = span.begin;
-    for (long long frame = grid.FrameOf(span.begin); position < span.end; ++frame) {
+void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const zrtl::FrameRange& span,
+                  MixSink& sink, const BesideBlock& beside, Progress& progress) {
+    progress.Begin("mix", "samples", span.Count());
+    long long position = span.start;
+    for (long long frame = grid.FrameOf(span.start); position < span.end; ++frame) {
         CheckInterrupt();
-        const auto count = static_cast<int>(std::min(grid.Start(frame + 1), span.end) - position);
+        const auto count =
+            static_cast<int>(std::min<long long>(grid.Start(frame + 1), span.end) - position);
         RenderBlock(mix, grid, position, count, sink);
         beside(position, count);
         position += count;
-        progress.Update(position - span.begin);
+        progress.Update(position - span.start);
     }
     sink.Flush();
     progress.End();
 }
 
 void RenderMedia(const sonrel::AudioMixer& mixer, const std::shared_ptr<project::MediaAsset>& asset,
-                 const FrameGrid& grid, const SampleSpan& span, MixSink& sink,
+                 const FrameGrid& grid, const zrtl::FrameRange& span, MixSink& sink,
                  const ReadCheck& reads, Progress& progress) {
-    progress.Begin("mix", "samples", span.end - span.begin);
+    progress.Begin("mix", "samples", span.Count());
     const MixBlock read = [&](long long position, int count, unsigned char* buffer) {
         const int got = mixer.GetSamples(asset, position, count, buffer, count * BYTES_PER_FRAME);
         reads.RequireAll();
         return got;
     };
-    for (long long position = span.begin; position < span.end;) {
+    for (long long position = span.start; position < span.end;) {
         CheckInterrupt();
         const auto count = static_cast<int>(std::min<long long>(grid.rate, span.end - position));
         RenderBlock(read, grid, position, count, sink);
         position += count;
-        progress.Update(position - span.begin);
+        progress.Update(position - span.start);
     }
     sink.Flush();
     progress.End();

@@ -56,14 +56,14 @@ void RenderBlock(const MixBlock& mix, const FrameGrid& grid, long long position,
 
 /// Mixes a stretch, video frame by video frame on the timeline's grid.
 /// @throws JobError where the mixer refuses; CommandError when the program is asked to stop
-void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const SampleSpan& span, MixSink& sink,
-                  const BesideBlock& beside, Progress& progress);
+void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const zrtl::FrameRange& span,
+                  MixSink& sink, const BesideBlock& beside, Progress& progress);
 
 /// Reads a stretch of a conformed media asset in pieces of one second.
 /// @param reads  of the mixer
 /// @throws JobError where the samples cannot be read
 void RenderMedia(const sonrel::AudioMixer& mixer, const std::shared_ptr<project::MediaAsset>& asset,
-                 const FrameGrid& grid, const SampleSpan& span, MixSink& sink,
+                 const FrameGrid& grid, const zrtl::FrameRange& span, MixSink& sink,
                  const ReadCheck& reads, Progress& progress);
 
 }  // namespace orlo::host

@@ -44,9 +44,9 @@ const char* ChannelsOf(const ClipStretch& stretch) {
 Json ClipsJson(const std::vector<ClipStretch>& clips, const FrameGrid& grid) {
     Json list = Json::Array();
     for (const ClipStretch& stretch : clips) {
-        list.Append(Json::Object({{"from", FormatTimecode(stretch.span.begin, grid)},
+        list.Append(Json::Object({{"from", FormatTimecode(stretch.span.start, grid)},
                                   {"to", FormatTimecode(stretch.span.end, grid)},
-                                  {"fromSample", stretch.span.begin},
+                                  {"fromSample", stretch.span.start},
                                   {"toSample", stretch.span.end},
                                   {"channels", ChannelsOf(stretch)}}));
     }
@@ -56,7 +56,7 @@ Json ClipsJson(const std::vector<ClipStretch>& clips, const FrameGrid& grid) {
 std::string ClipsText(const std::vector<ClipStretch>& clips, const FrameGrid& grid) {
     std::string text;
     for (std::size_t i = 0; i < std::min(MAX_LISTED_CLIPS, clips.size()); ++i) {
-        text += "    clips from " + FormatTimecode(clips[i].span.begin, grid) + " to " +
+        text += "    clips from " + FormatTimecode(clips[i].span.start, grid) + " to " +
                 FormatTimecode(clips[i].span.end, grid) + ", " + ChannelsOf(clips[i]) + "\n";
     }
     if (clips.size() > MAX_LISTED_CLIPS) {

@@ -13,7 +13,7 @@ namespace orlo::host {
 
 /// Neighbouring meter blocks in which one or both channels clip. Samples of the timeline.
 struct ClipStretch {
-    SampleSpan span;
+    zrtl::FrameRange span;
     bool clipped[2] = {false, false};
 };
 

@@ -84,11 +84,11 @@ std::vector<std::string> StemPaths(const std::string& folder,
 }
 
 Stems::Stems(const std::string& folder, std::vector<std::string> paths, OutputGuard& guard,
-             const FrameGrid& grid, const SampleSpan& span)
+             const FrameGrid& grid, const zrtl::FrameRange& span)
     : grid_(grid), paths_(std::move(paths)) {
     MakeFolder(folder);
     for (const std::string& path : paths_) {
-        stems_.push_back(std::make_unique<Stem>(path, guard, grid.rate, span.end - span.begin));
+        stems_.push_back(std::make_unique<Stem>(path, guard, grid.rate, span.Count()));
     }
 }
 

@@ -32,7 +32,7 @@ public:
     /// @param span  what will be mixed
     /// @throws JobError
     Stems(const std::string& folder, std::vector<std::string> paths, OutputGuard& guard,
-          const FrameGrid& grid, const SampleSpan& span);
+          const FrameGrid& grid, const zrtl::FrameRange& span);
     ~Stems();
 
     /// @param project  with the sequence that is mixed

@@ -131,7 +131,7 @@ private:
     long long FirstSample() const {
         const long long last = target_.total - 1;
         if (options_.from.empty()) return options_.reverse ? last : 0;
-        const long long first = ParseSpan(options_.from, {}, target_.grid, target_.total).begin;
+        const long long first = ParseSpan(options_.from, {}, target_.grid, target_.total).start;
         if (options_.reverse && first == 0) {
             throw UsageError("--reverse plays what lies before --from, and before " +
                              Quoted(options_.from) + " there is nothing");

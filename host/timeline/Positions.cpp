@@ -114,20 +114,20 @@ std::string FormatTimecode(long long sample, const FrameGrid& grid) {
     return text;
 }
 
-SampleSpan ParseSpan(const std::string& from, const std::string& to, const FrameGrid& grid,
-                     long long total) {
-    SampleSpan span;
-    span.begin = from.empty() ? 0 : ParsePosition(from, grid, "--from");
+zrtl::FrameRange ParseSpan(const std::string& from, const std::string& to, const FrameGrid& grid,
+                           long long total) {
+    zrtl::FrameRange span;
+    span.start = from.empty() ? 0 : ParsePosition(from, grid, "--from");
     span.end = to.empty() ? total : ParsePosition(to, grid, "--to");
-    if (span.begin >= total) {
+    if (span.start >= total) {
         throw UsageError("--from " + Quoted(from) + " lies at or beyond the end, which is at " +
                          std::to_string(total) + "smp (" + FormatTimecode(total, grid) + ")");
     }
-    if (span.begin >= span.end) {
+    if (span.start >= span.end) {
         throw UsageError("nothing lies between --from " + Quoted(from.empty() ? "0" : from) +
                          " and --to " + Quoted(to) + ": --to is exclusive and must come later");
     }
-    span.end = std::min(span.end, total);
+    span.end = std::min<long long>(span.end, total);
     return span;
 }
 

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "sonrel/base/FrameRange.h"
+
 namespace orlo::host {
 
 /// The video frames of a timeline in samples. Frame f covers the samples from Start(f) up to, not
@@ -34,17 +36,11 @@ long long ParsePosition(std::string_view text, const FrameGrid& grid, const std:
 /// A sample position as timecode at the nominal frame rate, "00:00:12:10".
 std::string FormatTimecode(long long sample, const FrameGrid& grid);
 
-/// A stretch of samples; @p end is exclusive.
-struct SampleSpan {
-    long long begin = 0;
-    long long end = 0;
-};
-
 /// The stretch that --from and --to choose of @p total samples.
 /// @param from  empty begins at 0
 /// @param to    empty, or beyond the end, ends at @p total
 /// @throws UsageError when nothing lies between them
-SampleSpan ParseSpan(const std::string& from, const std::string& to, const FrameGrid& grid,
-                     long long total);
+zrtl::FrameRange ParseSpan(const std::string& from, const std::string& to, const FrameGrid& grid,
+                           long long total);
 
 }  // namespace orlo::host

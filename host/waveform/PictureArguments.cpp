@@ -46,7 +46,7 @@ std::optional<long long> ReadEnd(std::string_view text, int rate, long long othe
 }
 
 /// Both ends as they stand in the text. @throws UsageError when it is no range
-StreamRange ReadEnds(const std::string& text, int rate, long long samples) {
+zrtl::FrameRange ReadEnds(const std::string& text, int rate, long long samples) {
     const std::string_view view = text;
     const std::size_t colon = view.find(':');
     if (colon != std::string_view::npos) {
@@ -95,9 +95,9 @@ void CheckStreamRange(const std::string& text) {
     if (!text.empty()) ReadEnds(text, 1, std::numeric_limits<long long>::max());
 }
 
-StreamRange ParseStreamRange(const std::string& text, int rate, long long samples) {
+zrtl::FrameRange ParseStreamRange(const std::string& text, int rate, long long samples) {
     if (text.empty()) return {0, samples};
-    const StreamRange range = ReadEnds(text, rate, samples);
+    const zrtl::FrameRange range = ReadEnds(text, rate, samples);
     if (range.start >= samples) {
         throw UsageError("--range " + Quoted(text) + " begins at or beyond the end, which is at " +
                          std::to_string(samples) + "smp (" +
@@ -107,7 +107,7 @@ StreamRange ParseStreamRange(const std::string& text, int rate, long long sample
         throw UsageError("--range " + Quoted(text) +
                          " is empty: its end is exclusive and must come later than its start");
     }
-    return {range.start, std::min(range.end, samples)};
+    return {range.start, std::min<long long>(range.end, samples)};
 }
 
 }  // namespace orlo::host

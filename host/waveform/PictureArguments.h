@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "sonrel/base/FrameRange.h"
 #include "sonrel/waveform/WaveformPreview.h"
 
 namespace orlo::host {
@@ -23,12 +24,6 @@ PictureSize ParsePictureSize(const std::string& text);
 /// @throws UsageError
 sonrel::WaveformPreview::Color ParseColor(const std::string& option, const std::string& text);
 
-/// A stretch of a stream in sample frames; @p end is exclusive.
-struct StreamRange {
-    long long start = 0;
-    long long end = 0;
-};
-
 /// Refuses what is no range of any stream, before one is looked at. @throws UsageError
 void CheckStreamRange(const std::string& text);
 
@@ -39,6 +34,6 @@ void CheckStreamRange(const std::string& text);
 /// @param rate  of the stream, hertz
 /// @param samples  of the stream, above 0
 /// @throws UsageError when the text is no range or nothing of the stream lies in it
-StreamRange ParseStreamRange(const std::string& text, int rate, long long samples);
+zrtl::FrameRange ParseStreamRange(const std::string& text, int rate, long long samples);
 
 }  // namespace orlo::host

@@ -65,15 +65,16 @@ bool IsSvg(const std::string& output) {
 }
 
 /// The ruler of what a picture shows.
-Ruler RulerFor(const PeakSource& source, const StreamRange& range, const WaveformOptions& options) {
-    const StreamRange shown = ShownRange(source, range);
+Ruler RulerFor(const PeakSource& source, const zrtl::FrameRange& range,
+               const WaveformOptions& options) {
+    const zrtl::FrameRange shown = ShownRange(source, range);
     return {RulerTicks(static_cast<double>(shown.start) / source.rate,
                        static_cast<double>(shown.end) / source.rate, options.size.width),
             options.color, options.background};
 }
 
 /// The whole output file.
-std::string PictureBytes(const PeakSource& source, const StreamRange& range,
+std::string PictureBytes(const PeakSource& source, const zrtl::FrameRange& range,
                          const WaveformOptions& options) {
     PictureSize size = options.size;
     std::optional<Ruler> ruler;
@@ -120,7 +121,7 @@ Outcome RunWaveform(const GlobalOptions& global, const WaveformOptions& options)
     Progress progress(global.progress, global.quiet);
     const StreamPeaks peaks(session, task, options.output, progress);
     const PeakSource source = OpenPeakSource(media, peaks.Path(), task.rate, task.frames);
-    const StreamRange range = ParseStreamRange(options.range, source.rate, source.samples);
+    const zrtl::FrameRange range = ParseStreamRange(options.range, source.rate, source.samples);
     std::string picture;
     {
         // A large picture takes seconds, in calls that ask nobody.

@@ -27,7 +27,7 @@ constexpr long long BLOCK_SAMPLES = 32;
 constexpr std::uintmax_t HEADER_BYTES = 20;
 
 /// The blocks that a range touches; end exclusive.
-StreamRange BlocksOf(const PeakSource& source, const StreamRange& range) {
+zrtl::FrameRange BlocksOf(const PeakSource& source, const zrtl::FrameRange& range) {
     const long long blocks = source.blocks;
     return {std::min(range.start / BLOCK_SAMPLES, blocks - 1),
             std::min((range.end + BLOCK_SAMPLES - 1) / BLOCK_SAMPLES, blocks)};
@@ -94,12 +94,12 @@ PeakSource OpenPeakSource(const std::string& media, const std::string& peakFile,
     return {media, peakFile, rate, fits ? samples : most, file.ChannelCount(), file.BlockCount()};
 }
 
-StreamRange ShownRange(const PeakSource& source, const StreamRange& range) {
-    const StreamRange blocks = BlocksOf(source, range);
+zrtl::FrameRange ShownRange(const PeakSource& source, const zrtl::FrameRange& range) {
+    const zrtl::FrameRange blocks = BlocksOf(source, range);
     return {blocks.start * BLOCK_SAMPLES, blocks.end * BLOCK_SAMPLES};
 }
 
-QImage DrawWaveform(const PeakSource& source, const StreamRange& range,
+QImage DrawWaveform(const PeakSource& source, const zrtl::FrameRange& range,
                     const WaveformOptions& options, const PictureSize& size) {
     WaveformPreview preview(source.rate, source.samples, source.channels,
                             WidePath(source.peakFile));
@@ -109,7 +109,7 @@ QImage DrawWaveform(const PeakSource& source, const StreamRange& range,
     preview.SetPreviewScale(options.scale);
     preview.SetPreviewRangeSamples(range.start, range.end);
 
-    const StreamRange blocks = BlocksOf(source, range);
+    const zrtl::FrameRange blocks = BlocksOf(source, range);
     const bool stretched = blocks.end - blocks.start < size.width;
     QImage image(size.width, size.height, PixelFormat(options.format, stretched));
     if (image.isNull()) RefuseMemory();

@@ -30,11 +30,11 @@ PeakSource OpenPeakSource(const std::string& media, const std::string& peakFile,
 /// @param size  of the image
 /// @return an image that knows its own pixel format, whatever the drawing left
 /// @throws JobError
-QImage DrawWaveform(const PeakSource& source, const StreamRange& range,
+QImage DrawWaveform(const PeakSource& source, const zrtl::FrameRange& range,
                     const WaveformOptions& options, const PictureSize& size);
 
 /// The samples that the picture of a range shows: all of the blocks that the range touches.
-StreamRange ShownRange(const PeakSource& source, const StreamRange& range);
+zrtl::FrameRange ShownRange(const PeakSource& source, const zrtl::FrameRange& range);
 
 /// The bytes of a PNG file. @throws JobError
 std::string PngBytes(const QImage& image);

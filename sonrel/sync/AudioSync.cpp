@@ -124,9 +124,9 @@ AudioSync::CorrelationResult AudioSync::CompareRanges(std::shared_ptr<Sonrel> co
     RangePair ranges;
     ranges.count = count;
     const std::size_t values = 2 * static_cast<std::size_t>(count);
-    ranges.a = ReadStereo(mixer, a, {startA, count});
+    ranges.a = ReadStereo(mixer, a, {startA, startA + count});
     if (ranges.a.size() != values) return {};
-    ranges.b = ReadStereo(mixer, b, {startB, count});
+    ranges.b = ReadStereo(mixer, b, {startB, startB + count});
     if (ranges.b.size() != values) return {};
     return CompareChannels(ranges);
 }

@@ -15,6 +15,7 @@ namespace orlo::sonrel {
 namespace {
 
 using project::MediaAudioStream;
+using zrtl::FrameRange;
 
 /// Native position of a block, in 32 bits that wrap: recordings of over twelve hours repeat their
 /// positions.
@@ -60,16 +61,16 @@ void ConvertToConformedRate(const MediaAudioStream& stream, std::vector<FrameRan
     const double ratio = static_cast<double>(rate) / stream.NativeSampleRate();
     for (FrameRange& segment : set) {
         segment.start = zrtl::TruncToInt64(static_cast<double>(segment.start) * ratio);
-        segment.length = rate;
         if (segment.start < 0) segment.start = 0;
         if (segment.start + rate > stream.ConformedSampleCount()) {
             segment.start = stream.ConformedSampleCount() - rate;
         }
+        segment.end = segment.start + rate;
     }
 }
 
 void SortWithoutRepeats(std::vector<FrameRange>& segments) {
-    const auto key = [](const FrameRange& s) { return std::tie(s.start, s.length); };
+    const auto key = [](const FrameRange& s) { return std::tie(s.start, s.end); };
     std::sort(segments.begin(), segments.end(),
               [&](const auto& a, const auto& b) { return key(a) < key(b); });
     segments.erase(std::unique(segments.begin(), segments.end(),
@@ -77,12 +78,17 @@ void SortWithoutRepeats(std::vector<FrameRange>& segments) {
                    segments.end());
 }
 
+/// Whether two ranges have a frame in common.
+bool Overlap(const FrameRange& a, const FrameRange& b) {
+    return a.start < b.end && b.start < a.end;
+}
+
 /// Windows of a second begin at every half second.
 std::vector<FrameRange> SecondsOf(long long begin, long long end, long long frames, int rate) {
     std::vector<FrameRange> places;
     for (long long start = begin; start < end; start += std::max(1, rate / 2)) {
         const long long fitting = std::max(0LL, std::min(start, frames - rate));
-        places.push_back({fitting, std::min<long long>(rate, frames)});
+        places.push_back({fitting, fitting + std::min<long long>(rate, frames)});
     }
     return places;
 }
@@ -116,7 +122,7 @@ signed char LargestPeak(const std::vector<signed char>& peaks) {
 std::vector<FrameRange> ChooseSeconds(const LoudSeconds& seconds, int nativeRate) {
     std::vector<FrameRange> chosen;
     const auto add = [&](long long position) {
-        const FrameRange second{position, nativeRate};
+        const FrameRange second{position, position + nativeRate};
         for (const FrameRange& other : chosen) {
             if (Overlap(second, other)) return false;
         }
@@ -137,7 +143,7 @@ std::optional<std::vector<FrameRange>> SearchedSeconds(const MediaAudioStream& s
     std::vector<FrameRange> segments;
     if (stream.ConformedSampleCount() <= stream.ConformedSampleRate()) {
         segments.resize(1);
-        segments[0].length = stream.NativeSampleCount();
+        segments[0].end = stream.NativeSampleCount();
     } else {
         const std::optional<detail::LoudSeconds> seconds = FindLoudSeconds(stream);
         if (!seconds) return std::nullopt;
@@ -155,7 +161,7 @@ std::optional<std::vector<FrameRange>> SearchedSeconds(const MediaAudioStream& s
 std::vector<FrameRange> SpreadSeconds(const LevelProfile& profile, long long frames, int rate,
                                       int parts) {
     std::vector<FrameRange> found;
-    const auto rms = [&](const FrameRange& p) { return profile.Rms(p.start, p.start + p.length); };
+    const auto rms = [&](const FrameRange& p) { return profile.Rms(p.start, p.end); };
     const auto add = [&](const FrameRange& place) {
         for (const FrameRange& other : found) {
             if (other.start == place.start) return;
@@ -170,7 +176,7 @@ std::vector<FrameRange> SpreadSeconds(const LevelProfile& profile, long long fra
     std::stable_sort(found.begin(), found.end(),
                      [&](const FrameRange& a, const FrameRange& b) { return rms(a) > rms(b); });
     add({0, std::min<long long>(rate, frames)});
-    add({std::max(0LL, frames - rate), std::min<long long>(rate, frames)});
+    add({std::max(0LL, frames - rate), frames});
     return found;
 }
 

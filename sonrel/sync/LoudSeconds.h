@@ -4,7 +4,7 @@
 #include <optional>
 #include <vector>
 
-#include "sonrel/sync/FrameRange.h"
+#include "sonrel/base/FrameRange.h"
 
 namespace orlo::project {
 class MediaAudioStream;
@@ -18,12 +18,13 @@ class LevelProfile;
 /// second by RMS, and the loudest by peak that does not overlap it, in the order of the recording.
 /// A recording of up to a second is searched for whole.
 /// @return nullopt when the peak file is needed and cannot be opened
-std::optional<std::vector<FrameRange>> SearchedSeconds(const project::MediaAudioStream& stream);
+std::optional<std::vector<zrtl::FrameRange>> SearchedSeconds(
+    const project::MediaAudioStream& stream);
 
 /// Seconds spread over a recording: the first, the last and the loudest second of each of its parts,
 /// the loudest first.
 /// @param frames  of the recording, at the rate of the profile
-std::vector<FrameRange> SpreadSeconds(const LevelProfile& profile, long long frames, int rate,
-                                      int parts);
+std::vector<zrtl::FrameRange> SpreadSeconds(const LevelProfile& profile, long long frames, int rate,
+                                            int parts);
 
 }  // namespace orlo::sonrel

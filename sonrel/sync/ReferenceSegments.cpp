@@ -46,12 +46,12 @@ ReferenceSet CollectReferenceSegments(const AudioMixer& mixer,
                                       const std::shared_ptr<MediaAsset>& reference) {
     const MediaAudioStream& stream = *reference->AudioStream();
     ReferenceSet set;
-    const std::optional<std::vector<FrameRange>> seconds = SearchedSeconds(stream);
+    const std::optional<std::vector<zrtl::FrameRange>> seconds = SearchedSeconds(stream);
     if (!seconds) return set;
-    for (const FrameRange& second : *seconds) {
+    for (const zrtl::FrameRange& second : *seconds) {
         ReferenceSegment segment;
         segment.start = second.start;
-        segment.length = second.length;
+        segment.length = second.Count();
         set.segments.push_back(std::move(segment));
     }
     set.sampleRate = stream.ConformedSampleRate();

@@ -45,7 +45,8 @@ long long SegmentSearch::PieceCount() const {
     return longRecording->AudioStream()->ConformedSampleCount() / (PieceFrames(rate) - rate) + 1;
 }
 
-std::vector<long long> SegmentSearch::Find(const FrameRange& segment, const Step& step) const {
+std::vector<long long> SegmentSearch::Find(const zrtl::FrameRange& segment,
+                                           const Step& step) const {
     const long long frames = longRecording->AudioStream()->ConformedSampleCount();
     const long long piece = PieceFrames(rate);
     const std::size_t values = 2 * static_cast<std::size_t>(piece);
@@ -56,7 +57,7 @@ std::vector<long long> SegmentSearch::Find(const FrameRange& segment, const Step
     for (long long start = 0; start < frames; start += piece - rate) {
         if (step && !step()) break;
         std::vector<float> heard =
-            ReadStereo(mixer, longRecording, {start, std::min(piece, frames - start)});
+            ReadStereo(mixer, longRecording, {start, std::min(start + piece, frames)});
         heard.resize(values, 0.0f);
         const int channels = wantedIsMono && IsMono(heard) ? 1 : 2;
         for (int channel = 0; channel < channels; ++channel) {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "sonrel/sync/FrameRange.h"
+#include "sonrel/base/FrameRange.h"
 
 namespace orlo::project {
 class MediaAsset;
@@ -32,7 +32,7 @@ struct SegmentSearch {
     /// @param step     called before each piece; may be empty
     /// @return the positions of the segment's first frame in the long recording: the best four
     ///         matches, the best first
-    std::vector<long long> Find(const FrameRange& segment, const Step& step) const;
+    std::vector<long long> Find(const zrtl::FrameRange& segment, const Step& step) const;
 };
 
 }  // namespace orlo::sonrel

@@ -10,10 +10,10 @@ namespace orlo::sonrel {
 
 std::vector<float> ReadStereo(const AudioMixer& mixer,
                               const std::shared_ptr<project::MediaAsset>& asset,
-                              const FrameRange& range) {
+                              const zrtl::FrameRange& range) {
     detail::FrameBuffer frames;
     const int read =
-        detail::ReadFrames(mixer, asset, range.start, static_cast<int>(range.length), frames);
+        detail::ReadFrames(mixer, asset, range.start, static_cast<int>(range.Count()), frames);
     std::vector<float> samples(2 * static_cast<std::size_t>(std::max(0, read)));
     for (std::size_t i = 0; i < samples.size(); ++i) {
         samples[i] = static_cast<float>(frames[i]) * detail::SAMPLE_SCALE;

@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "sonrel/sync/FrameRange.h"
+#include "sonrel/base/FrameRange.h"
 
 namespace orlo::project {
 class MediaAsset;
@@ -19,7 +19,7 @@ class AudioMixer;
 /// @return the frames delivered, possibly fewer than in the range
 std::vector<float> ReadStereo(const AudioMixer& mixer,
                               const std::shared_ptr<project::MediaAsset>& asset,
-                              const FrameRange& range);
+                              const zrtl::FrameRange& range);
 
 /// Whether left and right of interleaved values are the same signal, as those of a mono recording.
 bool IsMono(const std::vector<float>& interleaved);

@@ -22,12 +22,17 @@ std::vector<std::pair<int, long long>> Entries(const LoudWindows<unsigned char>&
 
 using Places = std::vector<std::pair<long long, long long>>;
 
-template <class Segment>
-Places PlacesOf(const std::vector<Segment>& segments) {
+Places PlacesOf(const std::vector<ReferenceSegment>& segments) {
     Places places;
-    for (const Segment& segment : segments) {
+    for (const ReferenceSegment& segment : segments) {
         places.emplace_back(segment.start, segment.length);
     }
+    return places;
+}
+
+Places PlacesOf(const std::vector<zrtl::FrameRange>& ranges) {
+    Places places;
+    for (const zrtl::FrameRange& range : ranges) places.emplace_back(range.start, range.Count());
     return places;
 }
 

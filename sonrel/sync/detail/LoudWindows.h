@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "sonrel/sync/FrameRange.h"
+#include "sonrel/base/FrameRange.h"
 
 namespace orlo::sonrel::detail {
 
@@ -46,6 +46,6 @@ signed char LargestPeak(const std::vector<signed char>& peaks);
 
 /// Chooses two seconds: the loudest second by RMS, and the loudest second by peak that does not
 /// overlap it; the first second where there is neither.
-std::vector<FrameRange> ChooseSeconds(const LoudSeconds& seconds, int nativeRate);
+std::vector<zrtl::FrameRange> ChooseSeconds(const LoudSeconds& seconds, int nativeRate);
 
 }  // namespace orlo::sonrel::detail

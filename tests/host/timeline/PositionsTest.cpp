@@ -142,9 +142,9 @@ TEST(FrameGrid, TimecodeNamesTheFrameThatCoversASample) {
 }
 
 TEST(Span, WithoutFromAndToItIsEverything) {
-    const SampleSpan span = ParseSpan("", "", PAL, 1000);
+    const zrtl::FrameRange span = ParseSpan("", "", PAL, 1000);
 
-    EXPECT_EQ(span.begin, 0);
+    EXPECT_EQ(span.start, 0);
     EXPECT_EQ(span.end, 1000);
 }
 
@@ -157,12 +157,12 @@ TEST(Span, ToMayLieBeyondTheEnd) {
 }
 
 TEST(Span, FromMustLieBeforeTheEnd) {
-    EXPECT_EQ(ParseSpan("999smp", "", PAL, 1000).begin, 999);
+    EXPECT_EQ(ParseSpan("999smp", "", PAL, 1000).start, 999);
     EXPECT_THROW(ParseSpan("1000smp", "", PAL, 1000), UsageError);
 }
 
 TEST(Span, FromMustLieBeforeTo) {
-    EXPECT_EQ(ParseSpan("10smp", "11smp", PAL, 1000).begin, 10);
+    EXPECT_EQ(ParseSpan("10smp", "11smp", PAL, 1000).start, 10);
     EXPECT_THROW(ParseSpan("10smp", "10smp", PAL, 1000), UsageError);
     EXPECT_THROW(ParseSpan("11smp", "10smp", PAL, 1000), UsageError);
     EXPECT_THROW(ParseSpan("", "0", PAL, 1000), UsageError);

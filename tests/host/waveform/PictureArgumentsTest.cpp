@@ -16,7 +16,7 @@ std::pair<int, int> Size(const std::string& text) {
 }
 
 std::pair<long long, long long> Range(const std::string& text) {
-    const StreamRange range = ParseStreamRange(text, 48000, 96000);
+    const zrtl::FrameRange range = ParseStreamRange(text, 48000, 96000);
     return {range.start, range.end};
 }
 
