@@ -13,6 +13,8 @@
 namespace orlo::sonrel {
 namespace {
 
+using zrtl::FrameRange;
+
 constexpr double FULL_RMS = 255.0;
 constexpr double FULL_PEAK = 127.0;
 constexpr std::size_t MAX_ENVELOPE = std::size_t{1} << 20;  // values: limits the memory
@@ -31,6 +33,29 @@ std::vector<float> Onsets(const LevelProfile& levels, std::size_t binsInOne, std
         before = level;
     }
     return onsets;
+}
+
+/// Windows of a second begin at every half second.
+std::vector<FrameRange> SecondsOf(long long begin, long long end, long long frames, int rate) {
+    std::vector<FrameRange> places;
+    for (long long start = begin; start < end; start += std::max(1, rate / 2)) {
+        const long long fitting = std::max(0LL, std::min(start, frames - rate));
+        places.push_back({fitting, fitting + std::min<long long>(rate, frames)});
+    }
+    return places;
+}
+
+template <class Level>
+const FrameRange* Loudest(const std::vector<FrameRange>& places, const Level& level) {
+    const FrameRange* loudest = nullptr;
+    double best = 0.0;
+    for (const FrameRange& place : places) {
+        const double here = level(place);
+        if (here <= best) continue;
+        best = here;
+        loudest = &place;
+    }
+    return loudest;
 }
 
 }  // namespace
@@ -104,6 +129,28 @@ std::vector<float> LevelProfile::Bins() const {
         bins.push_back(static_cast<float>(std::sqrt(std::max(0.0, energy_[i + 1] - energy_[i]))));
     }
     return bins;
+}
+
+std::vector<FrameRange> SpreadSeconds(const LevelProfile& profile, long long frames, int rate,
+                                      int parts) {
+    std::vector<FrameRange> found;
+    const auto rms = [&](const FrameRange& p) { return profile.Rms(p.start, p.end); };
+    const auto add = [&](const FrameRange& place) {
+        for (const FrameRange& other : found) {
+            if (other.start == place.start) return;
+        }
+        found.push_back(place);
+    };
+    for (int part = 0; part < parts; ++part) {
+        const std::vector<FrameRange> seconds =
+            SecondsOf(frames * part / parts, frames * (part + 1) / parts, frames, rate);
+        if (const FrameRange* loudest = Loudest(seconds, rms)) add(*loudest);
+    }
+    std::stable_sort(found.begin(), found.end(),
+                     [&](const FrameRange& a, const FrameRange& b) { return rms(a) > rms(b); });
+    add({0, std::min<long long>(rate, frames)});
+    add({std::max(0LL, frames - rate), frames});
+    return found;
 }
 
 long long OffsetByLevels(const LevelProfile& a, const LevelProfile& b, int rate) {

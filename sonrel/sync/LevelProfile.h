@@ -4,6 +4,8 @@
 #include <optional>
 #include <vector>
 
+#include "sonrel/base/FrameRange.h"
+
 namespace orlo::project {
 class MediaAudioStream;
 }
@@ -39,6 +41,12 @@ private:
     std::vector<double> energy_;        ///< of the bins before each bin, and of all bins
     std::vector<unsigned char> peaks_;  ///< 0 to 128
 };
+
+/// Seconds spread over a recording: the first, the last and the loudest second of each of its parts,
+/// the loudest first.
+/// @param frames  of the recording, at the rate of the profile
+std::vector<zrtl::FrameRange> SpreadSeconds(const LevelProfile& profile, long long frames, int rate,
+                                            int parts);
 
 /// The offset at which the levels of two recordings rise at the same moments. Right to about a
 /// hundredth of a second; finds a long match even where each second of it also matches elsewhere.

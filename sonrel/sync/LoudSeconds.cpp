@@ -8,7 +8,6 @@
 #include "sonrel/base/Numbers.h"
 #include "sonrel/cache/PeakFile.h"
 #include "sonrel/project/MediaAudioStream.h"
-#include "sonrel/sync/LevelProfile.h"
 #include "sonrel/sync/detail/LoudWindows.h"
 
 namespace orlo::sonrel {
@@ -83,29 +82,6 @@ bool Overlap(const FrameRange& a, const FrameRange& b) {
     return a.start < b.end && b.start < a.end;
 }
 
-/// Windows of a second begin at every half second.
-std::vector<FrameRange> SecondsOf(long long begin, long long end, long long frames, int rate) {
-    std::vector<FrameRange> places;
-    for (long long start = begin; start < end; start += std::max(1, rate / 2)) {
-        const long long fitting = std::max(0LL, std::min(start, frames - rate));
-        places.push_back({fitting, fitting + std::min<long long>(rate, frames)});
-    }
-    return places;
-}
-
-template <class Level>
-const FrameRange* Loudest(const std::vector<FrameRange>& places, const Level& level) {
-    const FrameRange* loudest = nullptr;
-    double best = 0.0;
-    for (const FrameRange& place : places) {
-        const double here = level(place);
-        if (here <= best) continue;
-        best = here;
-        loudest = &place;
-    }
-    return loudest;
-}
-
 }  // namespace
 
 namespace detail {
@@ -156,28 +132,6 @@ std::optional<std::vector<FrameRange>> SearchedSeconds(const MediaAudioStream& s
     }
     SortWithoutRepeats(segments);
     return segments;
-}
-
-std::vector<FrameRange> SpreadSeconds(const LevelProfile& profile, long long frames, int rate,
-                                      int parts) {
-    std::vector<FrameRange> found;
-    const auto rms = [&](const FrameRange& p) { return profile.Rms(p.start, p.end); };
-    const auto add = [&](const FrameRange& place) {
-        for (const FrameRange& other : found) {
-            if (other.start == place.start) return;
-        }
-        found.push_back(place);
-    };
-    for (int part = 0; part < parts; ++part) {
-        const std::vector<FrameRange> seconds =
-            SecondsOf(frames * part / parts, frames * (part + 1) / parts, frames, rate);
-        if (const FrameRange* loudest = Loudest(seconds, rms)) add(*loudest);
-    }
-    std::stable_sort(found.begin(), found.end(),
-                     [&](const FrameRange& a, const FrameRange& b) { return rms(a) > rms(b); });
-    add({0, std::min<long long>(rate, frames)});
-    add({std::max(0LL, frames - rate), frames});
-    return found;
 }
 
 }  // namespace orlo::sonrel
