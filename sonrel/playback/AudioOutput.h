@@ -10,7 +10,7 @@ namespace orlo::sonrel {
 
 /// The state of an open output.
 struct AudioOutputState {
-    bool lost = false;  ///< the output has reported that its device is gone
+    bool lost = false;  ///< the output has reported the loss of its device
     /// Since the output was opened, silence included. Constant while the device stalls.
     long long framesPulled = 0;
 };
@@ -27,7 +27,7 @@ public:
     /// except for the host's code in its completion callback and observers.
     /// @param output      room for 2 * frameCount values; silence where the queue is empty. May be
     ///                    null when frameCount is 0
-    /// @param frameCount  stereo frames; 0 takes nothing and reports what a flush has dropped
+    /// @param frameCount  stereo frames; 0 takes nothing and reports dropped buffers
     /// @return the frames at the start of @p output that came from queued buffers
     virtual int Pull(short* output, int frameCount) = 0;
 

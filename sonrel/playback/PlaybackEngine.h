@@ -40,10 +40,11 @@ struct PlaybackEngineImpl;
 /// observer, while no other thread gives a command; no lock is held meanwhile.
 ///
 /// These end-of-run calls end with the run: Stop, the play commands, an Initialize or Refresh that
-/// sets up anew, and the destructor wait for a running call, unless they are called from inside it.
-/// After they have returned no call begins: an observer may be deleted after Stop. A callback must
-/// not wait for the thread that gives commands, which may be waiting for it. An end-of-run call may
-/// release the engine, and no call follows then; an observer that a command calls must not.
+/// sets up again, and the destructor wait for a running call, unless they are called from inside
+/// it. After they have returned no call begins: an observer may be deleted after Stop. A callback
+/// must not wait for the thread that gives commands, which may be waiting for it. An end-of-run
+/// call may release the engine, and no call follows then; an observer that a command calls must
+/// not.
 ///
 /// Exceptions: observers and the completion callback may throw. Every other observer is still
 /// called, and the completion callback too. A command throws the first exception of its observers

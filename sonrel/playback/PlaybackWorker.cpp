@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: MIT
 // The worker of a run.
 //
-// A run has 50 buffers of one video frame each, the ring. The worker reads the next buffer from the
-// mixer, waits until fewer than 49 are queued on the voice, and submits it. It is at most 49
+// A run has 50 buffers of one video frame each, the ring. The worker reads the next buffer from
+// the mixer, waits until fewer than 49 are queued on the voice, and submits it. It is at most 49
 // buffers ahead of the sound, and the buffer at its cursor is the only buffer that is not queued:
-// that is the whole protocol by which worker and device share the samples. Nothing paces the worker
-// but the ends of buffers, which the device reports.
+// that is the whole protocol by which worker and device share the samples. Only the ends of
+// buffers, which the device reports, pace the worker.
 //
-// Three things interrupt it. A stop ends the thread: it is tested before a read, after the wait for
-// room, and during the drain. The command first stops and flushes the voice, so that no wait
+// The command that starts a run gives the worker a head start of 50 ms, so that buffers are queued
+// before the voice starts.
+//
+// Two requests interrupt it. A stop ends the thread: it is tested before a read, after the wait
+// for room, and during the drain. The command first stops and flushes the voice, so that no wait
 // depends on the device. A flush parks the thread between two reads; meanwhile the command thread
 // drops the queue and moves the read position back to the end of the sounding buffer. A flush that
 // is seen with a buffer in hand discards that buffer, because its sound is outdated: the ring's
@@ -16,11 +19,11 @@
 //
 // After the last buffer, which carries the end-of-stream flag, the worker drains: it waits until
 // the queue is empty, clears isPlaying and ends. It answers no flush then, so a flush gives up
-// after its time-out, or ends with the run. The host hears of the end from the device's thread and
-// not from here; the thread stays joinable until the next command that stops the voice.
+// after its time-out, or ends with the run. The device's thread notifies the host of the end, not
+// the worker; the worker's thread stays joinable until the next command that stops the voice.
 //
-// All waits on the device read the count of buffer ends first, then test, then wait past the count,
-// so that no end is missed. See CallbackSignal.
+// All waits on the device read the count of buffer ends first, then test, then wait past the
+// count, so that no end is missed. See CallbackSignal.
 #include "sonrel/playback/detail/PlaybackWorker.h"
 
 #include <stdexcept>

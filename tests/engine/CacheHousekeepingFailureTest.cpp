@@ -71,7 +71,7 @@ TEST_F(CacheHousekeepingFailure, TheThreeSearchesRunFirstInOrderAndWithTheSameNu
                             "FindUnusedVFRCacheFiles 7", "RemoveConformedFile in transaction"));
 }
 
-TEST_F(CacheHousekeepingFailure, NegativeDaysAreHandedOnAsTheyAre) {
+TEST_F(CacheHousekeepingFailure, NegativeDaysArePassedUnchanged) {
     engine->SetDaysToKeepCacheFiles(-2147483647 - 1);
 
     engine->ClearCacheFiles();
@@ -81,7 +81,7 @@ TEST_F(CacheHousekeepingFailure, NegativeDaysAreHandedOnAsTheyAre) {
                                         "FindUnusedVFRCacheFiles -2147483648"));
 }
 
-TEST_F(CacheHousekeepingFailure, RecordsGoConformedFirstThenPeaksThenVfrInListOrder) {
+TEST_F(CacheHousekeepingFailure, RecordsAreProcessedConformedFirstThenPeaksThenVfrInListOrder) {
     db.vfr.push_back({L"/media/a.mov", L"f", 0, L"c.vfr"});
     db.peaks.push_back({L"/media/a.mov", L"f", 0, L"b.xwpk"});
     AddConformed("a.xwmc");
@@ -160,7 +160,7 @@ TEST_F(CacheHousekeepingFailure, AFileThatCannotBeDeletedDoesNotStopTheWalk) {
     EXPECT_EQ(db.conformed[0].cacheFilename, L"b.xwmc");
 }
 
-TEST_F(CacheHousekeepingFailure, WithoutALogAFailedRemovalPassesSilently) {
+TEST_F(CacheHousekeepingFailure, WithoutALogAFailedRemovalIsSilent) {
     engine = Create(Sonrel::LogOption::NoErrorLog);
     AddConformed("a.xwmc", false);
     MakeUndeletable("a.xwmc");
@@ -205,7 +205,7 @@ TEST_F(CacheHousekeepingFailure, ADanglingLinkCountsAsAMissingFile) {
     EXPECT_THAT(Log(), IsEmpty());
 }
 
-TEST_F(CacheHousekeepingFailure, AnExceptionOfALaterSearchLeavesBeforeAnythingIsDeleted) {
+TEST_F(CacheHousekeepingFailure, AnExceptionOfALaterSearchPropagatesBeforeAnythingIsDeleted) {
     AddConformed("a.xwmc");
     db.Throw("FindUnusedPeakFiles", "database disk image is malformed");
 

@@ -50,7 +50,7 @@ TEST_F(CacheHousekeeping, RecentlyUsedFilesAreKept) {
                 ElementsAre("a.xwmc", "b.xwpk", "c.vfr", "stranger.bin"));
 }
 
-TEST_F(CacheHousekeeping, WithZeroDaysEveryRecordedFileGoesAndTheFolderStays) {
+TEST_F(CacheHousekeeping, WithZeroDaysEveryRecordedFileIsDeletedAndTheFolderStays) {
     Fill();
     engine->SetDaysToKeepCacheFiles(0);
 
@@ -60,7 +60,7 @@ TEST_F(CacheHousekeeping, WithZeroDaysEveryRecordedFileGoesAndTheFolderStays) {
     EXPECT_EQ(engine->ClearCacheFiles(), 0u);
 }
 
-TEST_F(CacheHousekeeping, NegativeDaysTakeEverythingToo) {
+TEST_F(CacheHousekeeping, NegativeDaysDeleteEverythingToo) {
     Fill();
     engine->SetDaysToKeepCacheFiles(-2147483647 - 1);
 

@@ -40,7 +40,7 @@ TEST_F(SonrelFailure, TheDatabaseIsOpenedOnceWithTheFlagSetAndClosedAtOnce) {
     EXPECT_EQ(db.cacheFolderPath, folder.Wide("cache"));
 }
 
-TEST_F(SonrelFailure, TheDatabasesStatusIsStoredAndNeverAskedAgain) {
+TEST_F(SonrelFailure, TheStatusOfTheDatabaseIsStoredAndNotQueriedAgain) {
     db.SetStatus(MediaDB::Migrated);
     const auto engine = Create();
     db.SetStatus(MediaDB::None);
@@ -61,7 +61,7 @@ TEST_F(SonrelFailure, ABadStatusMakesAnEngineWithoutConnections) {
     EXPECT_THAT(db.Calls(), ElementsAre("MediaDB true"));
 }
 
-TEST_F(SonrelFailure, AStatusBeyondTheKnownOnesIsHandedOnAsItIs) {
+TEST_F(SonrelFailure, AnUnknownStatusIsPassedUnchanged) {
     db.SetStatus(static_cast<MediaDB::DatabaseStatus>(-77));
 
     const auto engine = Create();
@@ -85,7 +85,7 @@ TEST_F(SonrelFailure, WithoutAnErrorArgumentTheTextIsDropped) {
     EXPECT_EQ(Create(nullptr), nullptr);
 }
 
-TEST_F(SonrelFailure, TheErrorArgumentIsLeftAloneOnSuccess) {
+TEST_F(SonrelFailure, TheErrorArgumentIsUnchangedOnSuccess) {
     std::string error = "before";
 
     EXPECT_NE(Create(&error), nullptr);
@@ -117,7 +117,7 @@ TEST_F(SonrelFailure, AConnectionThatFailsIsEmptyAndNotLogged) {
     EXPECT_EQ(engine->MediaDatabaseStatus(), MediaDB::Ready);
 }
 
-TEST_F(SonrelFailure, AnEngineWithoutPathsAsksNoDatabase) {
+TEST_F(SonrelFailure, AnEngineWithoutPathsOpensNoDatabase) {
     Sonrel::Create(L"", folder.Wide("cache"), nullptr, Sonrel::LogOption::WriteErrorLog);
     Sonrel::Create(folder.Wide("media.db"), L"", nullptr, Sonrel::LogOption::WriteErrorLog);
 

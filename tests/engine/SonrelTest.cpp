@@ -95,7 +95,7 @@ TEST(Sonrel, RelativePathsBecomeAbsolute) {
     EXPECT_TRUE(std::filesystem::is_regular_file(folder / "media.db"));
 }
 
-TEST(Sonrel, TheStoredPathsHoldWhereverTheProcessGoesLater) {
+TEST(Sonrel, TheStoredPathsStayValidInAnotherWorkingDirectory) {
     TemporaryFolder folder;
     std::shared_ptr<Sonrel> engine;
     {
@@ -106,7 +106,7 @@ TEST(Sonrel, TheStoredPathsHoldWhereverTheProcessGoesLater) {
     EXPECT_NE(engine->OpenMediaDatabaseConnection(), nullptr);
 }
 
-TEST(Sonrel, ACacheFolderSeveralLevelsDeepIsMadeWhole) {
+TEST(Sonrel, ACacheFolderIsCreatedWithAllItsParents) {
     TemporaryFolder folder;
 
     const auto engine = Create(folder.Wide("media.db"), folder.Wide("a/b/c/d"));
@@ -126,7 +126,7 @@ TEST(Sonrel, ACacheFolderWithATrailingSlashKeepsItAndStoresFiles) {
               folder.Wide("cache/a.xwmc"));
 }
 
-TEST(Sonrel, APlainFileInTheCacheFoldersPlaceIsAFailure) {
+TEST(Sonrel, APlainFileAtTheCacheFoldersPathIsAFailure) {
     TemporaryFolder folder;
     WriteFile(folder / "cache", "mine");
     std::string error;
@@ -155,7 +155,7 @@ TEST(Sonrel, AFailureWithoutAnErrorArgumentIsAnEmptyPointer) {
     EXPECT_EQ(Create(folder.Wide("media.db"), folder.Wide("cache"), nullptr), nullptr);
 }
 
-TEST(Sonrel, TheFolderOfTheDatabaseIsNotMade) {
+TEST(Sonrel, TheFolderOfTheDatabaseIsNotCreated) {
     TemporaryFolder folder;
     std::string error;
 
@@ -177,7 +177,7 @@ TEST(Sonrel, AFileThatIsNotADatabaseFailsWithItsTextAndIsUnchanged) {
     EXPECT_EQ(ReadFile(folder / "media.db"), bytes);
 }
 
-TEST(Sonrel, AnyLogOptionButTheFirstMeansNoLog) {
+TEST(Sonrel, AnyOtherLogOptionMeansNoLog) {
     for (const int option : {1, 2, -1, 77}) {
         TemporaryFolder folder;
 
@@ -206,7 +206,7 @@ TEST(Sonrel, TheLogIsInTheDatabaseFolderAndIsCreatedByItsFirstLine) {
     EXPECT_THAT(NamesIn(folder / "cache"), IsEmpty());
 }
 
-TEST(Sonrel, TheNumberOfDaysIsStoredAsItIs) {
+TEST(Sonrel, TheNumberOfDaysIsStoredUnchanged) {
     const auto engine = Create(L"", L"");
     for (const int days : {0, -5, 2147483647, -2147483647 - 1}) {
         engine->SetDaysToKeepCacheFiles(days);

@@ -85,7 +85,7 @@ TEST_F(EndOfRunCalls, NoneBeginsAfterAStopFromAnotherThreadHasReturned) {
     deviceThread.join();
 }
 
-TEST_F(EndOfRunCalls, AStopFromInsideOfACallEndsThemAfterIt) {
+TEST_F(EndOfRunCalls, AStopFromInsideACallEndsTheCallsAfterIt) {
     bool completed = false;
     bool stopped = false;
     first_.onStop = [&] {
@@ -244,7 +244,7 @@ TEST_F(ThrowingObservers, APlayCommandDoesNotStartWhenTheStopBeforeItThrows) {
     EXPECT_FALSE(rig_.device.Started());
 }
 
-TEST_F(ThrowingObservers, ARunWhoseStartWasThrownAtPlays) {
+TEST_F(ThrowingObservers, ARunPlaysAfterAnExceptionOfItsStartNotification) {
     first_.onStart = [] { Throw("first"); };
 
     EXPECT_EQ(ThrownBy([&] { rig_.Play(0); }), "first");
@@ -254,7 +254,7 @@ TEST_F(ThrowingObservers, ARunWhoseStartWasThrownAtPlays) {
     EXPECT_TRUE(rig_.device.Started());
 }
 
-TEST_F(ThrowingObservers, ASingleFrameWhoseLevelsWereThrownAtSounds) {
+TEST_F(ThrowingObservers, ASingleFrameSoundsAfterAnExceptionOfItsLevelsNotification) {
     first_.onUpdate = [] { Throw("first"); };
 
     EXPECT_EQ(ThrownBy([&] { Playback().PlayFrame(0); }), "first");

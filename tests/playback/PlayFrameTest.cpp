@@ -32,7 +32,7 @@ protected:
     PlaybackRig rig_;
 };
 
-TEST_F(PlayFrame, IsOneBufferFromTheFirstSampleOfTheFrameOn) {
+TEST_F(PlayFrame, IsOneBufferThatBeginsAtTheFirstSampleOfTheFrame) {
     EXPECT_EQ(Playback().PlayFrame(2), Err::NoError);
 
     const auto submissions = rig_.device.Submissions();
@@ -45,7 +45,7 @@ TEST_F(PlayFrame, IsOneBufferFromTheFirstSampleOfTheFrameOn) {
     EXPECT_TRUE(rig_.device.Started());
 }
 
-TEST_F(PlayFrame, IsNoRunAndMovesNoFrame) {
+TEST_F(PlayFrame, IsNotARunAndKeepsTheReportedFrame) {
     Playback().PlayFrame(2);
     EXPECT_FALSE(Playback().IsPlaying());
 
@@ -86,7 +86,7 @@ TEST_F(PlayFrame, DuringARunIsBusyForAnyFrame) {
     EXPECT_EQ(Playback().PlayFrame(-1), Err::Busy);
 }
 
-TEST_F(PlayFrame, CutsOffTheFormerOne) {
+TEST_F(PlayFrame, CutsOffTheFormerFrame) {
     Playback().PlayFrame(0);
     rig_.device.BeginBuffer();
 
@@ -179,7 +179,7 @@ TEST_F(PlayFrame, ARefusedBufferOrStartIsAFailureOfPlayback) {
     EXPECT_EQ(observer.calls, Calls());
 }
 
-TEST_F(PlayFrame, ObserversGetItsLevels) {
+TEST_F(PlayFrame, ObserversReceiveItsLevels) {
     SpyObserver observer;
     Playback().AddMeterObserver(&observer);
 
@@ -195,7 +195,7 @@ TEST_F(PlayFrame, ObserversGetItsLevels) {
     EXPECT_FLOAT_EQ(metrics.trackMetrics[0].peak[0], 3203 / 32768.0f);
 }
 
-TEST_F(PlayFrame, ObserversGetSilenceOfATrackThatWasRemoved) {
+TEST_F(PlayFrame, ObserversReceiveSilenceOfARemovedTrack) {
     SpyObserver observer;
     rig_.builder.AddTrack();
     rig_.builder.AddTrack();
@@ -223,7 +223,7 @@ TEST_F(PlayFrame, AtTenFramesASecondTheFullBlockIsBlockZero) {
     EXPECT_EQ(observer.updates.at(0).masterMetrics.sampleCount, 4800);
 }
 
-TEST_F(PlayFrame, ObserversGetEmptyLevelsWhenNothingCouldBeMixed) {
+TEST_F(PlayFrame, ObserversReceiveEmptyLevelsWhenNothingCouldBeMixed) {
     SpyObserver observer;
     auto gone = std::make_shared<project::EditorSequence>();
     gone->Settings().SetFrameCount(10);

@@ -46,7 +46,7 @@ TEST_F(LateReport, AStreamEndAfterStopCompletesNothing) {
     EXPECT_EQ(completions, 0);
 }
 
-TEST_F(LateReport, AStreamEndOfAFormerRunIsNotTheEndOfThisOne) {
+TEST_F(LateReport, AStreamEndOfAFormerRunDoesNotEndTheCurrentRun) {
     int former = 0;
     int present = 0;
     SpyObserver observer;
@@ -75,7 +75,7 @@ TEST_F(LateReport, ARepeatedStreamEndCompletesOnce) {
     EXPECT_EQ(completions, 1);
 }
 
-TEST_F(LateReport, AStreamEndWithoutARunIsNothing) {
+TEST_F(LateReport, AStreamEndWithoutARunIsIgnored) {
     rig_.device.ReportStreamEnd();
 
     EXPECT_FALSE(rig_.Playback().IsPlaying());
@@ -94,7 +94,7 @@ TEST_F(LateReport, ABufferStartAfterStopMovesNoFrame) {
 }
 
 /// Each run begins at a different sample, and each of its meter blocks has a different level.
-TEST(PolledLevels, AreOfOneRunWhileAnotherThreadStartsRuns) {
+TEST(PolledLevels, BelongToOneRunWhileAnotherThreadStartsRuns) {
     PlaybackRig rig({25.0, 48000, 100});
     const auto media = rig.builder.AddMedia(
         MakeSamples(192000, [](int frame, int) { return 1000 + 100 * (frame / 4800); }));

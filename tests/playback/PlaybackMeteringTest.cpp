@@ -124,7 +124,7 @@ TEST_F(PlaybackMetering, OnlyTheFirstOfThreePollsAtOneFrameMerges) {
     }
 }
 
-TEST_F(PlaybackMetering, AClipInABlockThatWentByIsNotLost) {
+TEST_F(PlaybackMetering, AClipInASkippedBlockIsNotLost) {
     SetUpFrames(100);
     rig_.builder.Sequence()->AudioMasterTrack()->Animation().SetStaticValue("audioLevel", 3.0f);
     Play(0, 20);
@@ -179,7 +179,7 @@ TEST_F(PlaybackMetering, AReverseRunHasRisingBlockNumbers) {
     EXPECT_EQ(last, 6u) << "frame 34 begins 30720 samples below the start";
 }
 
-TEST_F(PlaybackMetering, SpeedNeedsNoTermForBothSidesCountSamplesOfTheTarget) {
+TEST_F(PlaybackMetering, SpeedNeedsNoTermBecauseBothSidesCountSamplesOfTheTarget) {
     SetUpFrames(100);
     Play(0, 40, FORWARD, 2);
     HearFrame(10);
@@ -375,7 +375,7 @@ TEST_F(PlaybackMetering, AnObserverRemovedDuringARunIsStillNotifiedOfItsEnd) {
     EXPECT_EQ(observer_.calls, Calls{"stop"});
 }
 
-TEST_F(PlaybackMetering, AnObserverRemovedDuringARunDoesNotHearAStop) {
+TEST_F(PlaybackMetering, AnObserverRemovedDuringARunIsNotNotifiedOfAStop) {
     SetUpFrames(100);
     rig_.Play(0);
     observer_.calls.clear();
@@ -417,7 +417,7 @@ TEST_F(PlaybackMetering, TheEndOfARunStopsASessionThatTheHostStarted) {
     EXPECT_EQ(rig_.engine->Mixer()->MeterBlockCount(), 0u);
 }
 
-TEST_F(PlaybackMetering, ACompositionIsMeteredByItsMasterAlone) {
+TEST_F(PlaybackMetering, ACompositionHasOnlyMasterLevels) {
     SetUpFrames(1);
     const auto composition = rig_.builder.AddComposition({25.0, 48000, 100});
     rig_.builder.AddLayer(composition, rig_.builder.AddMedia(Constant(192000, 16384, -16384)), 0,

@@ -199,7 +199,7 @@ TEST_F(PlaybackWorker, AForwardRunOfADeletedTargetRepeatsTheRingUntilStop) {
     const auto submissions = rig_.device.Submissions();
     const Submission& repeated = submissions[120];
     EXPECT_EQ(repeated.firstSample, repeated.endSample);
-    EXPECT_EQ(repeated.firstSample, submissions[110].firstSample) << "the position stands";
+    EXPECT_EQ(repeated.firstSample, submissions[110].firstSample) << "the position stays";
     EXPECT_TRUE(repeated.samples == submissions[70].samples);
     EXPECT_FALSE(repeated.endOfStream);
     EXPECT_EQ(rig_.Playback().Stop(), Err::NoError);
@@ -238,7 +238,7 @@ TEST_F(PlaybackWorker, AResetDuringARunLeavesTheRunWithoutSound) {
     EXPECT_EQ(rig_.Playback().Stop(), Err::NoError);
 }
 
-TEST_F(PlaybackWorker, AMixThatFailsLeavesTheBufferAndThePositionAsTheyWere) {
+TEST_F(PlaybackWorker, AMixThatFailsLeavesTheBufferAndThePositionUnchanged) {
     // A video frame of no sample at all cannot be mixed: the request fails.
     rig_.builder.Sequence()->Settings().SetFrameRate(50000.0);
 

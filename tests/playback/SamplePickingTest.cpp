@@ -67,7 +67,7 @@ TEST(SamplePicking, FewerFramesThanTheSpeedGiveNothing) {
     EXPECT_EQ(Picked(0, 2), std::vector<int>());
 }
 
-TEST(SamplePicking, AsManyFramesAsTheSpeedGiveTheFirst) {
+TEST(SamplePicking, AsManyFramesAsTheSpeedGiveTheFirstFrame) {
     EXPECT_EQ(Picked(2, 2), std::vector{0});
     EXPECT_EQ(Picked(4, 4), std::vector{0});
 }
@@ -81,7 +81,7 @@ TEST(SamplePicking, TheLastFrameOfALongReadStaysWithinTheSource) {
     EXPECT_EQ(picked.back(), 4803);
 }
 
-TEST(ReverseFrames, FramesChangePlacesAndLeftStaysLeft) {
+TEST(ReverseFrames, FramesAreSwappedAndLeftStaysLeft) {
     std::vector<short> frames = {1, -1, 2, -2, 3, -3};
 
     ReverseFrames(frames.data(), 3);
@@ -97,7 +97,7 @@ TEST(ReverseFrames, AnEvenCountHasNoMiddle) {
     EXPECT_EQ(frames, (std::vector<short>{2, -2, 1, -1, GUARD, GUARD}));
 }
 
-TEST(ReverseFrames, NothingAndOneFrameStay) {
+TEST(ReverseFrames, ZeroOrOneFrameStaysUnchanged) {
     std::vector<short> frames = {1, -1};
 
     ReverseFrames(frames.data(), 0);

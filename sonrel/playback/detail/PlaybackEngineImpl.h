@@ -18,10 +18,10 @@ namespace orlo::sonrel {
 /// The playback engine's record.
 ///
 /// Threads: the command thread. The worker of a run uses reader, voices and format, the device's
-/// thread uses voiceCallback; these classes document what they share. The atomic members may be
+/// thread uses voiceCallback; these classes document their threads. The atomic members may be
 /// read on any thread.
 struct PlaybackEngineImpl {
-    /// @throws what the constructor of PlaybackVoices throws
+    /// @throws the exceptions of the constructor of PlaybackVoices
     PlaybackEngineImpl(Sonrel* engineObject, AudioMixer& theMixer)
         : owner(engineObject), mixer(theMixer) {}
     /// Stops a run without calling observers, and closes the device.

@@ -21,7 +21,8 @@ constexpr int FRAME_BUFFER_COUNT = 50;
 class PlaybackVoices {
 public:
     /// Makes the device and prepares this thread for it.
-    /// @throws what MakeAudioDevice throws; std::runtime_error when the device refuses the thread
+    /// @throws the exceptions of MakeAudioDevice; std::runtime_error when the device refuses the
+    ///         thread
     PlaybackVoices();
     /// On the same thread as the constructor.
     ~PlaybackVoices();
@@ -30,7 +31,7 @@ public:
 
     device::AudioDevice& Device() { return *device_; }
 
-    /// Closes what is open, then opens the output and makes voices and buffers.
+    /// Closes open voices, then opens the output and makes voices and buffers.
     /// @return NoError; MasteringVoiceFailed; SourceVoiceFailed, and the mastering voice stays open
     ///         until the next Open
     /// @throws std::bad_alloc or std::length_error when the buffers do not fit into memory

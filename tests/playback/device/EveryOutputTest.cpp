@@ -136,7 +136,7 @@ TEST_P(EveryOutput, AStreamCanBeRestartedFromItsOwnEnd) {
     EXPECT_THAT(listener_.Heard(), testing::Contains("stream end").Times(5));
 }
 
-TEST_P(EveryOutput, CommandsReturnWhileACallbackIsHeldUp) {
+TEST_P(EveryOutput, CommandsReturnWhileACallbackIsBlocked) {
     std::atomic<bool> release = false;
     listener_.onEvent = [&](const std::string& event) {
         while (event == "stream end" && !release) std::this_thread::yield();
@@ -148,12 +148,12 @@ TEST_P(EveryOutput, CommandsReturnWhileACallbackIsHeldUp) {
 
     Voice().Stop();
     Voice().FlushSourceBuffers();
-    const bool told = listener_.WaitFor("end A");
+    const bool reported = listener_.WaitFor("end A");
     EXPECT_TRUE(Queue(c_, "C"));
     Voice().Start();
     release = true;
 
-    EXPECT_TRUE(told);
+    EXPECT_TRUE(reported);
     EXPECT_TRUE(listener_.WaitFor("end C"));
 }
 

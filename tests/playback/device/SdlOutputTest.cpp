@@ -24,7 +24,7 @@ TEST(SdlLibrary, ALibraryThatLacksTheFunctionsIsALoadError) {
     EXPECT_THROW(device::SdlLibrary::Load("libm.so.6"), device::LibraryLoadError);
 }
 
-TEST(SdlOutput, ADriverNameThatNobodyKnowsShowsWhenTheOutputOpens) {
+TEST(SdlOutput, AnUnknownDriverNameFailsWhenTheOutputOpens) {
     const Environment driver("SDL_AUDIODRIVER", "no-such-driver");
     const auto engine = device::CreateAudioDevice(nullptr);
     ASSERT_NE(engine, nullptr);
@@ -32,7 +32,7 @@ TEST(SdlOutput, ADriverNameThatNobodyKnowsShowsWhenTheOutputOpens) {
     EXPECT_EQ(engine->CreateMasteringVoice(2, RATE), nullptr);
 }
 
-TEST(SdlOutput, ADeviceThatCannotBeOpenedShowsWhenTheOutputOpens) {
+TEST(SdlOutput, ADeviceThatCannotBeOpenedFailsWhenTheOutputOpens) {
     const Environment driver("SDL_AUDIODRIVER", "disk");
     const Environment file("SDL_DISKAUDIOFILE", "/nowhere/at/all/sound.raw");
     const auto engine = device::CreateAudioDevice(nullptr);
@@ -51,7 +51,7 @@ TEST(SdlOutput, AfterARefusalTheSameEngineOpensWhenThereIsADevice) {
     EXPECT_NE(engine->CreateMasteringVoice(2, RATE), nullptr);
 }
 
-TEST(SdlOutput, TheHandlersThatAHostHasForSignalsStay) {
+TEST(SdlOutput, TheSignalHandlersOfAHostStay) {
     const Environment driver("SDL_AUDIODRIVER", "dummy");
     Listener listener;
     const OpenDevice open(nullptr, RATE, listener);
@@ -87,7 +87,7 @@ SDL_AudioDeviceID KeepPeriod(const char*, int, const SDL_AudioSpec* wanted, SDL_
     return 0;
 }
 
-TEST(SdlOutput, AsksTheLibraryForThePeriodOfItsBuffer) {
+TEST(SdlOutput, RequestsThePeriodOfItsBuffer) {
     const auto library = std::make_shared<device::SdlLibrary>();
     library->initSubSystem = [](Uint32) { return 0; };
     library->quitSubSystem = [](Uint32) {};

@@ -131,7 +131,7 @@ TEST_P(VoiceStorm, EveryBufferEndsOnceUnderAnyCommands) {
     EXPECT_TRUE(storm.NoneBeganTwice());
 }
 
-TEST_P(VoiceStorm, CommandsFromCallbacksAndFromTheHostMix) {
+TEST_P(VoiceStorm, CommandsFromCallbacksAndFromTheHostMayMix) {
     const auto output = std::make_shared<VirtualOutput>(GetParam());
     StormListener listener;
     const OpenDevice open([&] { return output; }, RATE, listener);
@@ -156,7 +156,7 @@ TEST_P(VoiceStorm, CommandsFromCallbacksAndFromTheHostMix) {
     EXPECT_TRUE(storm.NoneBeganTwice());
 }
 
-TEST_P(VoiceStorm, VoicesCanBeTakenDownAtAnyMoment) {
+TEST_P(VoiceStorm, VoicesCanBeDestroyedAtAnyMoment) {
     const auto output = std::make_shared<VirtualOutput>(GetParam());
     const std::vector<short> samples = Counting(1, 100);
     std::mt19937 random(4713);

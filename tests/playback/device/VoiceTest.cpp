@@ -149,7 +149,7 @@ TEST_F(VoiceTest, AStoppedVoiceLosesAllAndNothingBegins) {
     EXPECT_EQ(Voice().GetState().buffersQueued, 0u);
 }
 
-TEST_F(VoiceTest, ADroppedEndOfAStreamEndsNone) {
+TEST_F(VoiceTest, ADroppedEndOfAStreamIsNotReported) {
     Queue(a_, "A", true);
 
     Voice().FlushSourceBuffers();
@@ -268,7 +268,7 @@ TEST_F(VoiceTest, AQueueHasNoLimit) {
     EXPECT_EQ(Voice().GetState().buffersQueued, 0u);
 }
 
-TEST_F(VoiceTest, PlacesInTheQueueAreUsedAgainInOrder) {
+TEST_F(VoiceTest, NodesOfTheQueueAreRecycledInOrder) {
     std::vector<short> expected;
     std::vector<std::vector<short>> ring(7, std::vector<short>(20));
     Voice().Start();
