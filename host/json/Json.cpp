@@ -17,6 +17,22 @@ std::string ScalarText(const Scalar& value) {
 
 }  // namespace
 
+// Defined here, so that a source that fills an object does not compile the variant's copies.
+Json::Json() = default;
+Json::Json(std::nullptr_t) {}
+Json::Json(Truth truth) : value_(truth.value) {}
+Json::Json(Signed number) : value_(number.value) {}
+Json::Json(Unsigned number) : value_(number.value) {}
+Json::Json(double value) : value_(value) {}
+Json::Json(const char* text) : value_(std::string(text)) {}
+Json::Json(std::string text) : value_(std::move(text)) {}
+Json::Json(const std::vector<std::string>& texts) : value_(Items(texts.begin(), texts.end())) {}
+Json::Json(const Json& other) = default;
+Json::Json(Json&& other) noexcept = default;
+Json& Json::operator=(const Json& other) = default;
+Json& Json::operator=(Json&& other) noexcept = default;
+Json::~Json() = default;
+
 /// Appends a value piece by piece, so that no second copy of it is in memory.
 class Json::Writer {
 public:

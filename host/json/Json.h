@@ -21,23 +21,25 @@ public:
     using Members = std::vector<Member>;
 
     /// Null.
-    Json() = default;
-    Json(std::nullptr_t) {}
-    template <std::integral Number>
-    Json(Number value) {
-        if constexpr (std::same_as<Number, bool>) {
-            value_ = value;
-        } else if constexpr (std::signed_integral<Number>) {
-            value_ = static_cast<long long>(value);
-        } else {
-            value_ = static_cast<unsigned long long>(value);
-        }
-    }
+    Json();
+    Json(std::nullptr_t);
+    template <std::same_as<bool> Bool>
+    Json(Bool value) : Json(Truth{value}) {}
+    template <std::signed_integral Number>
+    Json(Number value) : Json(Signed{value}) {}
+    template <std::unsigned_integral Number>
+    requires(!std::same_as<Number, bool>) Json(Number value) : Json(Unsigned{value}) {}
     /// Numbers that are not finite are written as null.
-    Json(double value) : value_(value) {}
-    Json(const char* text) : value_(std::string(text)) {}
-    Json(std::string text) : value_(std::move(text)) {}
-    Json(const std::vector<std::string>& texts) : value_(Items(texts.begin(), texts.end())) {}
+    Json(double value);
+    Json(const char* text);
+    Json(std::string text);
+    Json(const std::vector<std::string>& texts);
+
+    Json(const Json& other);
+    Json(Json&& other) noexcept;
+    Json& operator=(const Json& other);
+    Json& operator=(Json&& other) noexcept;
+    ~Json();
 
     static Json Array(Items items);
     static Json Array() { return Array(Items()); }
@@ -79,6 +81,19 @@ public:
 
 private:
     class Writer;
+    struct Truth {
+        bool value;
+    };
+    struct Signed {
+        long long value;
+    };
+    struct Unsigned {
+        unsigned long long value;
+    };
+
+    explicit Json(Truth truth);
+    explicit Json(Signed number);
+    explicit Json(Unsigned number);
 
     template <class Type>
     bool Is() const {
