@@ -24,7 +24,7 @@ public:
     /// @return nullopt when the peak file cannot be read
     static std::optional<LevelProfile> Read(const project::MediaAudioStream& stream, int rate);
 
-    /// RMS over a stretch of sample frames, full scale 1.0. Frames outside the recording are silent.
+    /// RMS of a range of sample frames, full scale 1.0. Frames outside the recording are silent.
     double Rms(long long begin, long long end) const;
     /// The largest sample of a stretch, full scale 1.0.
     double Peak(long long begin, long long end) const;
@@ -42,8 +42,8 @@ private:
     std::vector<unsigned char> peaks_;  ///< 0 to 128
 };
 
-/// Seconds spread over a recording: the first, the last and the loudest second of each of its parts,
-/// the loudest first.
+/// Seconds from all of a recording: the first, the last and the loudest second of each part, the
+/// loudest first.
 /// @param frames  of the recording, at the rate of the profile
 std::vector<zrtl::FrameRange> SpreadSeconds(const LevelProfile& profile, long long frames, int rate,
                                             int parts);

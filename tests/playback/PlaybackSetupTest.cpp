@@ -174,14 +174,12 @@ TEST_F(PlaybackSetup, RatesOf7999And96001AreRefused) {
 }
 
 TEST_F(PlaybackSetup, ARefusedRateLeavesARunRunning) {
+    const ProjectBuilder refused(Format{.rate = 96001});
     rig_.SetUpSequence();
     rig_.Play(0);
-    {
-        const std::lock_guard guard(rig_.engine->Mixer()->Mutex());
-        Settings().SetCustomAudioSampleRate(96001);
-    }
 
-    EXPECT_EQ(rig_.SetUpSequence(), Err::UnsupportedSampleRate);
+    EXPECT_EQ(Playback().Initialize(refused.Project(), refused.Sequence()),
+              Err::UnsupportedSampleRate);
 
     EXPECT_TRUE(rig_.device.Started());
     EXPECT_EQ(rig_.device.SourceVoicesOpen(), 1);
