@@ -80,7 +80,7 @@ std::vector<CacheEntry> FindOrphans(const CachePaths& paths, const std::set<std:
     }
     if (error) {
         throw JobError("cannot read the cache folder " + Quoted(paths.folder) + ": " +
-                       error.message() + "; give another with --cache");
+                       error.message() + "; choose another folder with --cache");
     }
     std::sort(orphans.begin(), orphans.end(),
               [](const CacheEntry& a, const CacheEntry& b) { return a.file < b.file; });

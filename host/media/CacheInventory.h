@@ -18,15 +18,16 @@ struct CacheEntry {
     std::optional<project::CacheRecord> record;  ///< empty for an orphan
     std::string kind;                            ///< "conformed", "peak" or "vfr"
     std::string file;                            ///< bare name
-    long long bytes = 0;                         ///< 0 where the file is missing
+    long long bytes = 0;                         ///< 0 when the file is missing
 };
 
-/// What the database and the cache folder hold. Changes neither; what is not there is empty.
-/// @throws JobError where one of them cannot be read
+/// Lists the contents of the database and the cache folder. Changes neither; a missing database or
+/// folder counts as empty.
+/// @throws JobError when the database or the folder cannot be read
 std::vector<CacheEntry> TakeInventory(const CachePaths& paths);
 
-/// The kind of a file in the cache folder by the ending of its name; empty for files that are not
-/// of the cache, which are left alone whatever the folder is.
+/// The kind of a file in the cache folder by the ending of its name; empty for files that do not
+/// belong to the cache, which no command changes.
 std::string KindOfCacheFile(const std::string& name);
 
 /// Full path of a file in the cache folder.

@@ -39,7 +39,7 @@ std::string MediaPath(const MediaAsset& asset) {
     return zrtl::ToUtf8(asset.IsMerged() ? asset.MergedAudioFilename() : asset.Filename());
 }
 
-/// Frames of all tasks that are done, over all jobs.
+/// Counts the converted frames of all tasks over all jobs.
 class ConformProgress {
 public:
     ConformProgress(const std::vector<ConformTask>& tasks, Progress& progress)
@@ -60,7 +60,7 @@ private:
     std::atomic<long long> done_{0};
 };
 
-/// Size of the conformed file of a task, as far as the length of its stream is known.
+/// Size of the conformed file of a task, calculated from the declared length of its stream.
 long long ExpectedBytes(const ConformTask& task) {
     const auto frames = static_cast<double>(ConformProgress::Frames(task));
     const int nativeRate = task.asset->AudioStream()->NativeSampleRate();
@@ -69,9 +69,9 @@ long long ExpectedBytes(const ConformTask& task) {
     return static_cast<long long>(std::min(bytes, 1e18));
 }
 
-/// Why a conversion gave nothing, as far as it shows afterwards.
-/// @param conversionFailure  why the media library gave it up; may be empty
-/// @param databaseFailure    why the database did not record it; may be empty
+/// The reason why a conversion produced no file, as far as it can be determined afterwards.
+/// @param conversionFailure  failure reported by the media library; may be empty
+/// @param databaseFailure    failure reported by the database; may be empty
 std::string FailureReason(const EngineSession& session, const ConformTask& task,
                           const std::string& conversionFailure,
                           const std::string& databaseFailure) {
@@ -93,8 +93,8 @@ bool CanRead(const project::ConformedAudioFile& file, long long sample) {
     return file.GetSamples(sample, 1, frame, sizeof(frame), &read) == 0;
 }
 
-/// Why the conformed file of a task cannot be used, as a clause; empty where it can. The samples
-/// between the first and the last are not read.
+/// The reason why the conformed file of a task is unusable, as a clause; empty when it is usable.
+/// Reads only the first and the last sample.
 std::string ConformedFileErrorMessage(const ConformTask& task) {
     const auto clause = [&](const char* otherwise) {
         return "its conformed file " + Quoted(task.path) +
@@ -103,16 +103,16 @@ std::string ConformedFileErrorMessage(const ConformTask& task) {
     const long long samples = task.asset->AudioStream()->ConformedSampleCount();
     project::ConformedAudioFile file;
     errno = 0;
-    if (!file.Open(WidePath(task.path))) return clause("it is not a whole conformed file");
+    if (!file.Open(WidePath(task.path))) return clause("it is not a complete conformed file");
     errno = 0;
     if (file.SampleRate() != task.rate) return clause("it has another sample rate");
     if (file.SampleCount() != samples) return clause("it could not be opened before; try again");
     if (samples == 0) return {};
     const bool canRead = CanRead(file, 0) && CanRead(file, samples - 1);
-    return canRead ? std::string() : clause("it has become shorter");
+    return canRead ? std::string() : clause("it was truncated");
 }
 
-/// One of the threads that share the tasks.
+/// Runs tasks on one thread.
 class Job {
 public:
     Job(const EngineSession& session, const ConformSettings& settings, ConformProgress& progress)
@@ -151,13 +151,13 @@ public:
     }
 
 private:
-    /// @param converting  false while only the record was looked up
+    /// @param converting  false when the file was only looked up in the database
     void FindOrMake(ConformTask& task, bool* converting) {
         for (int attempt = 1; attempt < MAX_RECORD_ATTEMPTS; ++attempt) {
             *converting = false;
             Ask(task, helper::CreateConformedAudioFile);
-            const bool wasSlower = task.path.empty() && failures_->WasRecordedElsewhere();
-            if (!wasSlower || Interrupted()) return;
+            const bool lostRace = task.path.empty() && failures_->WasRecordedElsewhere();
+            if (!lostRace || Interrupted()) return;
         }
         RunForced(task);
     }
@@ -172,15 +172,16 @@ private:
                       session_.Engine()->MediaCacheErrorLog(), database_, settings_.allCodecs));
     }
 
-    /// Puts the file on the asset's stream.
-    /// @return why a file cannot be read, as a clause; empty when it can and when there is none
+    /// Sets the file on the asset's stream.
+    /// @return the reason why the file cannot be read, as a clause; empty when it can, and without
+    ///         a file
     static std::string Attach(const ConformTask& task) {
         helper::SetAudioSamplesAvailable(task.asset, task.rate, WidePath(task.path));
         if (task.path.empty()) return {};
         return ConformedFileErrorMessage(task);
     }
 
-    /// The same, and makes a file that was broken anew once.
+    /// Like Attach, and recreates a broken file once.
     std::string AttachWhole(ConformTask& task) {
         std::string message = Attach(task);
         if (message.empty() || settings_.force || Interrupted()) return message;
@@ -188,7 +189,7 @@ private:
         return Attach(task);
     }
 
-    /// @param message  a clause; empty when the file is made or found and can be read
+    /// @param message  a clause; empty when the file was made or found and can be read
     static void Finish(ConformTask& task, bool converted, const std::string& message) {
         task.status = converted ? ConformTask::Status::Made : ConformTask::Status::Found;
         if (message.empty()) return;
@@ -204,14 +205,14 @@ private:
     std::optional<project::DatabaseObserver> failures_;  // of the last attempt
 };
 
-/// Hands the tasks out to the jobs, and keeps the first exception.
+/// Distributes the tasks to the jobs and stores the first exception.
 class TaskQueue {
 public:
     TaskQueue(const EngineSession& session, std::vector<ConformTask>& tasks,
               const ConformSettings& settings, Progress& progress)
         : session_(session), tasks_(tasks), settings_(settings), progress_(tasks, progress) {}
 
-    /// Runs on each job's thread until no task is left.
+    /// Runs tasks until none is left. Called on the thread of each job.
     void Work() {
         try {
             const zrh::media::InterruptScope stopMedia(Interrupted);
@@ -255,7 +256,7 @@ void Conform(const EngineSession& session, std::vector<ConformTask>& tasks,
         for (std::size_t i = 1; i < jobs; ++i) helpers.emplace_back([&queue] { queue.Work(); });
         queue.Work();
     }
-    if (Interrupted()) ThrowInterrupted("not all media are conformed");
+    if (Interrupted()) ThrowInterrupted("not all media files are conformed");
     try {
         queue.RethrowFailure();
     } catch (const CommandError&) {

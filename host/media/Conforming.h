@@ -12,28 +12,28 @@
 
 namespace orlo::host {
 
-/// One stream of a media file to conform, and what came of it.
+/// One stream of a media file to conform, and the result.
 struct ConformTask {
     using Status = FileStatus;
 
-    std::shared_ptr<project::MediaAsset> asset;  ///< with sound
+    std::shared_ptr<project::MediaAsset> asset;  ///< with an audio stream
     int rate = 0;                                ///< hertz
 
     Status status = Status::Failed;
-    std::string path;   ///< of the conformed file; empty when it failed
-    std::string error;  ///< a clause; empty unless it failed
+    std::string path;   ///< of the conformed file; empty after a failure
+    std::string error;  ///< a clause; empty without a failure
 };
 
 struct ConformSettings {
     int jobs = 1;
     bool allCodecs = false;
-    bool force = false;  ///< make files anew that are there
+    bool force = false;  ///< recreate existing files
 };
 
-/// Finds or makes the conformed files of all tasks and puts them on the assets' streams.
+/// Finds or makes the conformed files of all tasks and sets them on the assets' streams.
 ///
-/// Several jobs work side by side, each with a database connection of its own. Where another
-/// process records the same file first, its file is taken.
+/// Several jobs run in parallel, each with its own database connection. When another process
+/// records the same file first, that file is used.
 /// @throws JobError when the database fails; CommandError when the program is asked to stop
 void Conform(const EngineSession& session, std::vector<ConformTask>& tasks,
              const ConformSettings& settings, Progress& progress);

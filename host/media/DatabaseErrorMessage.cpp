@@ -26,7 +26,8 @@ std::string ReadText(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-/// A file as /proc/locks names it: "fe:00:10952808". Empty without a file.
+/// The identification of a file in /proc/locks: "fe:00:10952808". Empty when the file does not
+/// exist.
 std::string LockedFileName(const std::string& path) {
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0) return {};
@@ -45,13 +46,14 @@ bool Contains(const std::string& text, const char* words) {
     return text.find(words) != std::string::npos;
 }
 
-/// Whether the words are those of a database that cannot be opened or written.
+/// Whether @p words describe a database that cannot be opened or written.
 bool IsAboutAccess(const std::string& words) {
     return Contains(words, "open database file") || Contains(words, "readonly") ||
            Contains(words, "cannot be written");
 }
 
-/// The remedy for what this process lacks; empty for any other failure. The database is fine.
+/// The remedy for a lack of descriptors or memory in this process; empty for any other failure. The
+/// database is intact then.
 std::string ShortageRemedy(const std::string& words) {
     if (Contains(words, "too many files")) return "too many files are open; allow more (ulimit -n)";
     if (Contains(words, "not enough memory") || Contains(words, "bad_alloc")) {
@@ -63,13 +65,13 @@ std::string ShortageRemedy(const std::string& words) {
 std::string LockedMessage(const std::string& database) {
     const std::string holder = LockHolder(database, ReadText("/proc/locks"));
     return "it is locked by " + (holder.empty() ? "another program" : holder) +
-           "; try again when that has ended, or give another with --db";
+           "; try again after it has ended, or choose another database with --db";
 }
 
 }  // namespace
 
 std::string LockHolder(const std::string& database, const std::string& locks) {
-    // A writer locks the shared memory of a write-ahead log, or else the database itself.
+    // A writer locks the shared memory of a write-ahead log, or the database itself without one.
     const std::string files[] = {LockedFileName(database + "-shm"), LockedFileName(database)};
     std::istringstream lines(locks);
     for (std::string line; std::getline(lines, line);) {
@@ -84,15 +86,17 @@ std::string LockHolder(const std::string& database, const std::string& locks) {
 }
 
 bool IsOnReadOnlyFileSystem(const std::string& path) {
-    fs::path place = path;
+    fs::path existing = path;
     std::error_code ignored;
-    while (!fs::exists(place, ignored) && place.has_relative_path()) place = place.parent_path();
+    while (!fs::exists(existing, ignored) && existing.has_relative_path()) {
+        existing = existing.parent_path();
+    }
     struct statvfs disk = {};
-    return statvfs(place.c_str(), &disk) == 0 && (disk.f_flag & ST_RDONLY) != 0;
+    return statvfs(existing.c_str(), &disk) == 0 && (disk.f_flag & ST_RDONLY) != 0;
 }
 
 std::string DatabaseErrorMessage(const std::string& database, const std::string& reason) {
-    // The text of a failure begins with the name of the database.
+    // The text of a failure starts with the name of the database.
     const std::size_t name = reason.find(database + ": ");
     const std::string words =
         name == std::string::npos ? reason : reason.substr(name + database.size() + 2);
@@ -101,20 +105,21 @@ std::string DatabaseErrorMessage(const std::string& database, const std::string&
     const std::string shortage = ShortageRemedy(words);
     if (!shortage.empty()) return subject + shortage;
     if (IsAboutAccess(words) && IsOnReadOnlyFileSystem(database)) {
-        return subject + "it is on a read-only file system; give another with --db";
+        return subject + "it is on a read-only file system; choose another database with --db";
     }
     if (Contains(words, "is full")) {
-        return subject + "its disk is full; make room, or give another with --db";
+        return subject + "its disk is full; make room, or choose another database with --db";
     }
     if (Contains(words, "has recorded the file")) return subject + OneLine(words) + "; try again";
     if (IsAboutAccess(words)) {
         return subject + OneLine(words) +
-               "; it and its folder must exist and be writable, or give another with --db";
+               "; it and its folder must exist and be writable, or choose another database with "
+               "--db";
     }
     if (Contains(words, "disk I/O error")) {
-        return subject + OneLine(words) + "; check its disk, or give another with --db";
+        return subject + OneLine(words) + "; check its disk, or choose another database with --db";
     }
-    return subject + OneLine(words) + "; move it away, or give another with --db";
+    return subject + OneLine(words) + "; move it away, or choose another database with --db";
 }
 
 }  // namespace orlo::host

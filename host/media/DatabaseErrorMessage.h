@@ -5,12 +5,12 @@
 
 namespace orlo::host {
 
-/// A clause about a media database that failed, with its remedy.
+/// The message for a failure of the media database, as a clause with a remedy.
 /// @param reason  the text of the failure
 std::string DatabaseErrorMessage(const std::string& database, const std::string& reason);
 
 /// The other process that has the media database locked for writing, as "process 123 (name)"; empty
-/// where the system does not report one.
+/// when the system does not report such a process.
 /// @param locks  the text of /proc/locks
 std::string LockHolder(const std::string& database, const std::string& locks);
 

@@ -20,13 +20,13 @@ namespace {
 namespace fs = std::filesystem;
 using sonrel::Sonrel;
 
-/// $XDG_CACHE_HOME/sonrel. A relative value counts as none.
+/// $XDG_CACHE_HOME/sonrel. A relative value is ignored.
 std::string DefaultFolder() {
     const char* cache = std::getenv("XDG_CACHE_HOME");
     if (cache != nullptr && cache[0] == '/') return std::string(cache) + "/sonrel";
     const char* home = std::getenv("HOME");
     if (home == nullptr || home[0] != '/') {
-        throw JobError("there is no home folder to keep the media cache in; give --cache and --db");
+        throw JobError("no home folder is set for the media cache; set --cache and --db");
     }
     return std::string(home) + "/.cache/sonrel";
 }
@@ -35,12 +35,13 @@ void MakeDefaultFolder(const std::string& folder) {
     std::error_code error;
     fs::create_directories(folder, error);
     if (error) {
-        throw JobError("cannot make the folder " + Quoted(folder) + ": " + error.message() +
-                       "; give --cache and --db");
+        throw JobError("cannot create the folder " + Quoted(folder) + ": " + error.message() +
+                       "; set --cache and --db");
     }
 }
 
-/// What is wrong with the cache folder before an engine is made; empty where nothing is.
+/// The reason why the cache folder is unusable, checked before the engine is created; empty when it
+/// is usable.
 std::string CacheFolderErrorMessage(const std::string& folder) {
     std::error_code error;
     const fs::file_status status = fs::status(folder, error);
@@ -63,23 +64,24 @@ CachePaths CachePathsOf(const GlobalOptions& options) {
 std::string FolderErrorMessage(const std::string& folder, long long bytes) {
     if (IsOnReadOnlyFileSystem(folder)) {
         return "the folder " + Quoted(folder) +
-               " is on a read-only file system; give another with --cache";
+               " is on a read-only file system; choose another folder with --cache";
     }
     if (access(folder.c_str(), W_OK | X_OK) != 0) {
-        return "the folder " + Quoted(folder) + " may not be written; give another with --cache";
+        return "the folder " + Quoted(folder) +
+               " is not writable; choose another folder with --cache";
     }
     struct statvfs disk = {};
     if (statvfs(folder.c_str(), &disk) != 0) return {};
     const double available =
         static_cast<double>(disk.f_bavail) * static_cast<double>(disk.f_frsize);
     if (disk.f_files > 0 && disk.f_favail == 0) {
-        return "the disk of " + Quoted(folder) + " holds no more files; make room";
+        return "the disk of " + Quoted(folder) + " has no room for another file; delete some files";
     }
     if (static_cast<double>(bytes) <= available) return {};
     return "the disk of " + Quoted(folder) +
            " is full: " + FormatNumber(static_cast<double>(bytes) / 1e6, 1) +
            " MB are needed and " + FormatNumber(available / 1e6, 1) +
-           " MB are free; make room, or give another with --cache";
+           " MB are free; make room, or choose another folder with --cache";
 }
 
 EngineSession::EngineSession(const GlobalOptions& options) : paths_(CachePathsOf(options)) {
@@ -90,7 +92,7 @@ EngineSession::EngineSession(const GlobalOptions& options) : paths_(CachePathsOf
         const std::string message = CacheFolderErrorMessage(paths_.folder);
         if (!message.empty()) {
             throw JobError("cannot use the cache folder " + Quoted(paths_.folder) + ": " + message +
-                           "; give another with --cache");
+                           "; choose another folder with --cache");
         }
     }
     std::string error;
@@ -98,13 +100,14 @@ EngineSession::EngineSession(const GlobalOptions& options) : paths_(CachePathsOf
         WidePath(paths_.database), WidePath(paths_.folder), &error,
         options.noLog ? Sonrel::LogOption::NoErrorLog : Sonrel::LogOption::WriteErrorLog);
     if (engine_ == nullptr) {
-        // The engine makes the folder before it looks at the database.
+        // The engine creates the folder before it opens the database.
         std::error_code ignored;
         if (!paths_.folder.empty() && !fs::is_directory(paths_.folder, ignored)) {
-            throw JobError("cannot make the cache folder " + Quoted(paths_.folder) +
-                           (IsOnReadOnlyFileSystem(paths_.folder)
-                                ? ": it is on a read-only file system; give another with --cache"
-                                : "; give one that may be written with --cache"));
+            throw JobError(
+                "cannot create the cache folder " + Quoted(paths_.folder) +
+                (IsOnReadOnlyFileSystem(paths_.folder)
+                     ? ": it is on a read-only file system; choose another folder with --cache"
+                     : "; choose a writable folder with --cache"));
         }
         throw JobError(DatabaseErrorMessage(paths_.database, error));
     }

@@ -10,20 +10,20 @@
 
 namespace orlo::host {
 
-/// Where the media cache and its database lie; both empty with --no-cache-db.
+/// The paths of the media cache and its database; both empty with --no-cache-db.
 struct CachePaths {
     std::string folder;
     std::string database;
 };
 
-/// The paths that the options name, absolute, or the default ones.
-/// @throws JobError where there is no home to put the default ones in
+/// The paths from the options, made absolute, or the default paths.
+/// @throws JobError when a default path is needed and no home folder is set
 CachePaths CachePathsOf(const GlobalOptions& options);
 
-/// An engine for one command. When it ends, cache files age out after --keep-days.
+/// An engine for one command. At its end it deletes cache files that are older than --keep-days.
 class EngineSession {
 public:
-    /// @throws JobError that names the cache folder or the database and what is wrong with it
+    /// @throws JobError that names the cache folder or the database and the reason
     explicit EngineSession(const GlobalOptions& options);
     ~EngineSession();
     EngineSession(const EngineSession&) = delete;
@@ -40,12 +40,12 @@ private:
     std::shared_ptr<sonrel::Sonrel> engine_;
 };
 
-/// Attempts to find or make a cache file while other programs record their own files first. The
-/// last attempt replaces the record, which no other program can prevent.
+/// Maximum number of attempts to find or make a cache file while other programs record the same
+/// file first. The last attempt replaces the record, which no other program can prevent.
 constexpr int MAX_RECORD_ATTEMPTS = 3;
 
-/// What keeps files from being made in a folder, as a clause; empty where nothing does.
-/// @param bytes  what has to fit
+/// The reason why a file cannot be created in a folder, as a clause; empty when it can.
+/// @param bytes  size of the file
 std::string FolderErrorMessage(const std::string& folder, long long bytes);
 
 }  // namespace orlo::host

@@ -23,7 +23,7 @@ using project::CacheFileKind;
 using project::CacheLedger;
 using project::CacheRecord;
 
-/// Every command with an output leaves the default cache alone, also one that uses no cache.
+/// Every command with an output protects the default cache, also a command that uses no cache.
 CachePaths PathsToProtect(GlobalOptions options) {
     options.noCacheDb = false;
     try {
@@ -33,7 +33,7 @@ CachePaths PathsToProtect(GlobalOptions options) {
     }
 }
 
-/// The companions of a database are beside the file that a link leads to.
+/// The companion files of a linked database are in the folder of the file that the link points to.
 void ProtectDatabase(const std::string& database, OutputGuard& guard) {
     guard.Protect(database, "the media database");
     std::error_code ignored;
@@ -46,7 +46,8 @@ void ProtectDatabase(const std::string& database, OutputGuard& guard) {
     guard.Protect(log.string(), "the log of cache errors");
 }
 
-/// A folder that cannot be listed for want of a descriptor would look empty, and its files free.
+/// Fails when a lack of descriptors prevents the listing of a folder. The folder would look empty,
+/// and its files would not be protected.
 void RequireDescriptor(const std::string& folder, const std::error_code& error) {
     if (error != std::errc::too_many_files_open &&
         error != std::errc::too_many_files_open_in_system) {
@@ -56,8 +57,8 @@ void RequireDescriptor(const std::string& folder, const std::error_code& error) 
                    ": too many files are open; allow more (ulimit -n)");
 }
 
-/// The files of the cache that have any name. A database that cannot be read is reported when the
-/// command uses it.
+/// Protects the cache files that may have any name. A database that cannot be read is reported when
+/// the command uses it.
 void ProtectVfrFiles(const CachePaths& paths, OutputGuard& guard) {
     try {
         for (const CacheRecord& record : CacheLedger(WidePath(paths.database)).Records()) {
@@ -69,8 +70,8 @@ void ProtectVfrFiles(const CachePaths& paths, OutputGuard& guard) {
     }
 }
 
-/// Conformed and peak files are known by their names, recorded or not. Only other files need a look
-/// into the database.
+/// Conformed and peak files are recognized by their names, recorded or not. The database is read
+/// only when the folder has other files.
 void ProtectCacheFolder(const CachePaths& paths, OutputGuard& guard) {
     guard.Protect(CacheFilePath(paths, sonrel::CacheFolderUse::LOCK_FILE),
                   "the lock file of the media cache");

@@ -49,7 +49,7 @@ FileResult ResultWithoutTask(const MediaEntry& entry) {
     return {allowed ? FileStatus::Missing : FileStatus::Failed, {}, entry.error};
 }
 
-/// The entries that failed, and the first clause of each exit code.
+/// Counts the failed entries and stores the first clause of each exit code.
 class Failures {
 public:
     explicit Failures(const std::vector<MediaEntry>& entries) : total_(entries.size()) {
@@ -58,7 +58,7 @@ public:
         }
     }
 
-    /// Missing media decide about their timeline, whatever else fails in it.
+    /// Missing media determine the exit code of their timeline, whatever else fails in it.
     void Add(const MediaEntry& entry, const std::string& error) {
         ++count_;
         if (!incomplete_.contains(entry.input)) {
@@ -82,7 +82,7 @@ public:
 private:
     std::size_t total_;
     std::size_t count_ = 0;
-    std::set<std::string> incomplete_;  ///< timelines whose media are missing
+    std::set<std::string> incomplete_;  ///< timelines with missing media
     std::string failure_;
     std::string condition_;
 };

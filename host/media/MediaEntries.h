@@ -16,26 +16,27 @@
 
 namespace orlo::host {
 
-/// One stream that the inputs of a command name, and so a line of its result.
+/// One audio stream that an input of a command refers to. Each entry is a line of the result.
 struct MediaEntry {
     std::string input;
     std::string media;                ///< absolute path; empty when the input could not be read
-    int stream = 0;                   ///< among the audio streams
+    int stream = 0;                   ///< index among the audio streams
     int rate = 0;                     ///< of the project, hertz
-    std::optional<std::size_t> task;  ///< none when it failed before there was anything to do
+    std::optional<std::size_t> task;  ///< empty when the entry failed before a task existed
     std::string error;
     bool missing = false;  ///< a media file of a timeline that does not exist
 };
 
-/// Gathers what the inputs of a command name. An input that cannot be read becomes an entry of its
-/// own, so that the others are done all the same.
+/// Collects the streams that the inputs of a command refer to. An input that cannot be read becomes
+/// a separate entry, so that the other inputs are still processed.
 class MediaCollector {
 public:
     /// Makes the task of a stream, once for each path, stream and rate.
-    /// @return the task's number @throws JobError
+    /// @return the number of the task
+    /// @throws JobError
     using MakeTask = std::function<std::size_t(const std::string& path, int stream, int rate)>;
 
-    /// @param guard  is to protect the inputs; null for a command without outputs
+    /// @param guard  protects the inputs; null for a command without outputs
     MediaCollector(const GlobalOptions& global, OutputGuard* guard, MakeTask makeTask)
         : global_(global), guard_(guard), makeTask_(std::move(makeTask)) {}
 
@@ -55,7 +56,7 @@ private:
     std::map<std::tuple<std::string, int, int>, std::size_t> known_;
 };
 
-/// What came of a cache file.
+/// The result of finding or making a cache file.
 enum class FileStatus {
     Made,
     Found,
@@ -65,13 +66,13 @@ enum class FileStatus {
 
 struct FileResult {
     FileStatus status = FileStatus::Failed;
-    std::string path;   ///< empty unless it was made or found
-    std::string error;  ///< a clause; empty unless it failed
+    std::string path;   ///< empty unless made or found
+    std::string error;  ///< a clause; empty without a failure
 };
 
-/// The result of a command that finds or makes a file for each entry. A timeline whose media are
-/// missing fails as a condition that does not hold; any other failure outranks it.
-/// @param resultOf  of an entry's task
+/// The result of a command that finds or makes a file for each entry. A timeline with missing media
+/// fails as an unmet condition; any other failure takes precedence.
+/// @param resultOf  returns the result of a task
 Outcome ReportFiles(const std::vector<MediaEntry>& entries,
                     const std::function<FileResult(std::size_t task)>& resultOf);
 

@@ -28,10 +28,9 @@ void ConformAll(const EngineSession& session, const std::vector<MediaUse>& media
     }
     if (tasks.empty()) return;
     if (session.Paths().folder.empty()) {
-        throw JobError(
-            "--no-cache-db leaves no place for the conformed files of the media, the "
-            "first of which is " +
-            Quoted(media.front().location.path) + "; give --cache and --db");
+        throw JobError("the conformed files of the media files, the first of which is " +
+                       Quoted(media.front().location.path) +
+                       ", have no folder with --no-cache-db; set --cache and --db");
     }
     ConformSettings settings;
     settings.jobs = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));

@@ -10,15 +10,15 @@
 #include "host/shell/Progress.h"
 #include "host/timeline/Input.h"
 
-/// What comes before samples are asked for, whether they go into a file or are played.
+/// Preparation of a mix before samples are requested, for a file or for playback.
 namespace orlo::host {
 
-/// The names of a timeline's tracks, in their order.
+/// The names of a timeline's tracks, in track order.
 std::vector<std::string> TrackNames(const otio::Arrangement& arrangement);
 
-/// Finds or makes the conformed files of everything that has sound.
+/// Finds or makes the conformed files of all media files with an audio stream.
 /// @param media  imported
-/// @throws JobError that names the first medium which cannot be conformed; CommandError when the
+/// @throws JobError that names the first media file that cannot be conformed; CommandError when the
 ///         program is asked to stop
 void ConformAll(const EngineSession& session, const std::vector<MediaUse>& media, int rate,
                 Progress& progress);

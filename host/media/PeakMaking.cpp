@@ -46,21 +46,22 @@ std::string MediaPath(const PeakTask& task) {
     return zrtl::ToUtf8(task.asset->Filename());
 }
 
-/// An upper limit, where @p frames is right. A container may declare any number of channels.
+/// Upper limit of the size of a peak file with @p frames frames. A container may declare any number
+/// of channels.
 long long BytesOf(const PeakTask& task, long long frames) {
     const double blocks = static_cast<double>(frames) / FRAMES_PER_BLOCK + 1.0;
     const double bytes = blocks * (1.0 + 2.0 * task.channels);
     return static_cast<long long>(HEADER_BYTES + std::min(bytes, 1e18));
 }
 
-/// Why no peak file has room for the channels of a task; empty where it has.
+/// The reason why a peak file cannot store the channels of a task; empty when it can.
 std::string ChannelErrorMessage(const PeakTask& task) {
     if (task.channels <= MAX_CHANNELS) return {};
     return "its sound has " + std::to_string(task.channels) +
-           " channels, and a peak file takes at most " + std::to_string(MAX_CHANNELS);
+           " channels, and a peak file has at most " + std::to_string(MAX_CHANNELS);
 }
 
-/// The audio stream of that index; null when there is none.
+/// The audio stream with this index; null when the file has no such stream.
 std::shared_ptr<ZRAbstractAudioStream> FindAudioStream(ZRAbstractMediaFile& file, int index) {
     for (const auto& stream : file.Streams()) {
         if (stream->StreamType() == 0 && index-- == 0) return stream;
@@ -68,7 +69,8 @@ std::shared_ptr<ZRAbstractAudioStream> FindAudioStream(ZRAbstractMediaFile& file
     return nullptr;
 }
 
-/// Why the sound of a task gave no peak file, as far as it shows afterwards.
+/// The reason why the sound of a task produced no peak file, as far as it can be determined
+/// afterwards.
 std::string SoundErrorMessage(const PeakTask& task) {
     zrh::media::MediaInfo info;
     std::string reason;
@@ -76,7 +78,8 @@ std::string SoundErrorMessage(const PeakTask& task) {
     return reason;
 }
 
-/// The frames of a task's stream, which a container may declare wrong; 0 where it cannot be read.
+/// The counted frames of a task's stream, because a container may declare a wrong number; 0 when
+/// the stream cannot be read.
 long long ExactFrames(const PeakTask& task) {
     zrh::media::MediaInfo info;
     zrh::media::DescribeMedia(WidePath(MediaPath(task)), &info);
@@ -89,7 +92,7 @@ long long ExactFrames(const PeakTask& task) {
     return 0;
 }
 
-/// The frames read of one task after the other, as one step of progress.
+/// Counts the frames that are read for all tasks, one after the other, as one progress step.
 class ReadProgress {
 public:
     ReadProgress(const std::vector<PeakTask>& tasks, Progress& progress) : progress_(progress) {
@@ -98,7 +101,7 @@ public:
         progress_.Begin("peaks", "samples", total);
     }
 
-    /// Watches the reading of a task, which begins at its first frame.
+    /// Returns the observer of the next task.
     ReadObserver::Function Follow() {
         reading_ = false;
         return [this](long long frames) {
@@ -109,12 +112,12 @@ public:
     }
     /// Counts a task as read.
     void Finish(const PeakTask& task) { done_ += task.frames; }
-    /// Whether anything was read since.
+    /// Whether the current task has read any frames.
     bool WasRead() const { return reading_; }
 
 private:
     Progress& progress_;
-    long long done_ = 0;    // frames of the tasks before
+    long long done_ = 0;    // frames of the previous tasks
     bool reading_ = false;  // set under the observer's lock, read when the readers have ended
 };
 
@@ -123,19 +126,19 @@ public:
     CacheMaker(const EngineSession& session, ReadProgress& progress, CurrentFiles current)
         : session_(session),
           progress_(progress),
-          makesAnew_(current == CurrentFiles::MadeAnew),
+          recreates_(current == CurrentFiles::Recreated),
           database_(session.Connect()) {}
 
     void Run(PeakTask& task) {
-        std::string path = makesAnew_ ? Remake(task) : FindOrMake(task);
-        bool made = makesAnew_ || progress_.WasRead();
+        std::string path = recreates_ ? Remake(task) : FindOrMake(task);
+        bool made = recreates_ || progress_.WasRead();
         if (!path.empty() && !made && IsBroken(path, task)) {
             path = Remake(task);
             made = true;
         }
         if (path.empty() && Interrupted()) return;
         if (path.empty()) {
-            task.result.error = "cannot make the peak file of " + Quoted(MediaPath(task)) + ": " +
+            task.result.error = "cannot create the peak file of " + Quoted(MediaPath(task)) + ": " +
                                 FailureReason(task, failures_->Failure());
         } else {
             task.result = {made ? FileStatus::Made : FileStatus::Found, path, {}};
@@ -146,8 +149,8 @@ private:
     std::string FindOrMake(const PeakTask& task) {
         for (int attempt = 1; attempt < MAX_RECORD_ATTEMPTS; ++attempt) {
             std::string path = Ask(task, helper::CreateWaveformPeakFile);
-            const bool wasSlower = path.empty() && failures_->WasRecordedElsewhere();
-            if (!wasSlower || Interrupted()) return path;
+            const bool lostRace = path.empty() && failures_->WasRecordedElsewhere();
+            if (!lostRace || Interrupted()) return path;
         }
         return Remake(task);
     }
@@ -173,7 +176,7 @@ private:
         return zrtl::ToUtf8(path);
     }
 
-    /// Looks at the free space before the first samples are read.
+    /// Checks the free disk space before the first samples are read.
     ReadObserver::Function FollowFrom(long long bytes) {
         spaceMessage_.clear();
         return [this, bytes, follow = progress_.Follow()](long long frames) {
@@ -188,7 +191,7 @@ private:
         return !sonrel::CacheFileCheck::IsWholePeakFile(WidePath(path), task.channels);
     }
 
-    /// @param databaseFailure  why the database did not record the file; may be empty
+    /// @param databaseFailure  failure reported by the database; may be empty
     std::string FailureReason(const PeakTask& task, const std::string& databaseFailure) const {
         std::string message = spaceMessage_;
         if (message.empty()) message = readFailure_;
@@ -205,10 +208,10 @@ private:
 
     const EngineSession& session_;
     ReadProgress& progress_;
-    bool makesAnew_;
+    bool recreates_;
     std::shared_ptr<MediaDB> database_;
-    std::string spaceMessage_;  ///< of the cache folder at the last attempt; a clause
-    std::string readFailure_;   ///< of the media file at the last attempt; a clause
+    std::string spaceMessage_;  ///< clause about the cache folder, from the last attempt
+    std::string readFailure_;   ///< clause about the media file, from the last attempt
     std::optional<project::DatabaseObserver> failures_;  ///< of the last attempt
 };
 
@@ -224,7 +227,7 @@ PeakFile::CreateMode EngineMode(PeakMode mode) {
     return PeakFile::CreateMode::Auto;
 }
 
-/// Whether a result of PeakFile::Create is about the file to write.
+/// Whether a result of PeakFile::Create concerns the output file.
 bool IsAboutOutput(int code) {
     return code == -11 || code == -12 || code <= -201 || (code <= -31 && code >= -33);
 }
@@ -280,7 +283,8 @@ void WritePeakFile(const PeakTask& task, const PartialFile& output, PeakMode mod
                    const std::string& wanted, Progress& progress) {
     const std::string channels = ChannelErrorMessage(task);
     if (!channels.empty()) {
-        throw JobError("cannot make the peak file of " + Quoted(MediaPath(task)) + ": " + channels);
+        throw JobError("cannot create the peak file of " + Quoted(MediaPath(task)) + ": " +
+                       channels);
     }
     output.RequireSpace(BytesOf(task, task.frames));
     ReadProgress read({task}, progress);
@@ -298,7 +302,7 @@ void WritePeakFile(const PeakTask& task, const PartialFile& output, PeakMode mod
     if (code != 0) {
         if (message.empty()) output.RequireSpace(BytesOf(task, task.frames));
         if (message.empty()) message = SoundErrorMessage(task);
-        throw JobError("cannot make the peak file of " + Quoted(MediaPath(task)) + ": " +
+        throw JobError("cannot create the peak file of " + Quoted(MediaPath(task)) + ": " +
                        (message.empty() ? "its sound cannot be read, or " + Quoted(output.Label()) +
                                               " cannot be written"
                                         : message));

@@ -15,36 +15,36 @@
 
 namespace orlo::host {
 
-/// One stream of a media file to make a peak file of, and what came of it.
+/// One stream of a media file to make a peak file of, and the result.
 struct PeakTask {
-    std::shared_ptr<project::MediaAsset> asset;  ///< with sound
-    int rate = 0;                                ///< the stream's own, hertz
+    std::shared_ptr<project::MediaAsset> asset;  ///< with an audio stream
+    int rate = 0;                                ///< native rate of the stream, hertz
     int channels = 0;
-    long long frames = 0;  ///< as the container tells; 0 where it does not
+    long long frames = 0;  ///< as declared by the container; 0 when not declared
 
     FileResult result;
 };
 
-/// Looks at a stream without reading its sound, so that a peak file that is there is found at once
-/// however long the media are.
+/// Opens a stream without reading its sound, so that an existing peak file is found at once,
+/// however long the media file is.
 /// @throws JobError that names the file
 PeakTask PeakTaskFor(const std::shared_ptr<project::MediaManager>& manager, const std::string& path,
                      int stream);
 
-enum class CurrentFiles { Kept, MadeAnew };
+enum class CurrentFiles { Kept, Recreated };
 
-/// Finds or makes the peak files of all tasks in the cache. Where another process records the same
-/// file first, its file is taken.
+/// Finds or makes the peak files of all tasks in the cache. When another process records the same
+/// file first, that file is used.
 /// @throws JobError when the database fails; CommandError when the program is asked to stop
 void FindOrMakePeakFiles(const EngineSession& session, std::vector<PeakTask>& tasks,
                          Progress& progress, CurrentFiles current = CurrentFiles::Kept);
 
-/// Threads that make a peak file: as the engine chooses, one or several.
+/// Number of threads that make a peak file: chosen by the engine, one or several.
 enum class PeakMode { Auto, Single, Multi };
 
 /// Writes a peak file to an output that is committed by the caller.
-/// @param wanted  the file that the user asked for, which the message of an interrupt names: the
-///                output, or a file that is made from it
+/// @param wanted  the file that the user requested, named in the message of an interrupt: the
+///                output, or a file that is made from the output
 /// @throws JobError; CommandError when the program is asked to stop
 void WritePeakFile(const PeakTask& task, const PartialFile& output, PeakMode mode,
                    const std::string& wanted, Progress& progress);

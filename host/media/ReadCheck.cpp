@@ -19,13 +19,13 @@ using sonrel::ReadFailure;
 
 std::string ReasonOf(const FailedRead& read) {
     if (read.systemError != 0) return std::strerror(read.systemError);
-    if (read.reason == ReadFailure::CannotOpen) return "it is not a whole conformed file";
-    return "it has become shorter or was replaced";
+    if (read.reason == ReadFailure::CannotOpen) return "it is not a complete conformed file";
+    return "it was truncated or replaced";
 }
 
 const char* RemedyOf(const FailedRead& read) {
     if (read.systemError == EMFILE) return "allow more open files with 'ulimit -n'";
-    return "try again, or make it anew with 'sonrel conform --force'";
+    return "try again, or recreate it with 'sonrel conform --force'";
 }
 
 }  // namespace

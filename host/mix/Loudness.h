@@ -17,10 +17,10 @@ public:
     /// @param frames  2 * count values, left first
     void Add(const short* frames, std::size_t count);
 
-    /// Integrated loudness in LUFS; nothing where all is below the gate of -70 LUFS, or shorter
-    /// than one block of 0.4 seconds.
+    /// Integrated loudness in LUFS; empty when the whole mix is below the gate of -70 LUFS or
+    /// shorter than one block of 0.4 seconds.
     std::optional<double> IntegratedLufs() const;
-    /// True peak in dBTP; nothing for silence.
+    /// True peak in dBTP; empty for silence.
     std::optional<double> TruePeakDb() const;
 
 private:

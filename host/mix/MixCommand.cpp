@@ -26,10 +26,10 @@ namespace {
 
 using sonrel::AudioMixer;
 
-/// Meter blocks in a second.
+/// Meter blocks per second.
 constexpr int BLOCKS_PER_SECOND = 10;
 
-/// The keys that every mix has, as they stand before anything is mixed.
+/// The keys of every mix, with their values before mixing.
 Json ReportHead(const MixOptions& options, const FrameGrid& grid, bool isTimeline) {
     Json report;
     report["output"] = nullptr;
@@ -55,19 +55,19 @@ std::string HeadText(const MixOptions& options, const FrameGrid& grid, long long
            std::to_string(samples) + " samples at " + std::to_string(grid.rate) + " Hz\n";
 }
 
-/// The nested item that --composition names; null where there is no --composition.
+/// The nested item that --composition names; null without --composition.
 const otio::PlacedClip* WantedComposition(const otio::Arrangement& arrangement,
                                           const MixOptions& options) {
     if (!options.composition) return nullptr;
     const otio::PlacedClip* item = otio::FindNested(arrangement.tracks, *options.composition);
     if (item == nullptr) {
         throw UsageError("the timeline " + Quoted(options.input) + " has no nested item " +
-                         Quoted(*options.composition) + "; 'sonrel info' tells their names");
+                         Quoted(*options.composition) + "; 'sonrel info' lists their names");
     }
     return item;
 }
 
-/// A mix of a timeline, or of one of its nested items, stage by stage.
+/// Mixes a timeline, or one of its nested items, stage by stage.
 class TimelineMix {
 public:
     TimelineMix(const GlobalOptions& global, const MixOptions& options)
@@ -80,7 +80,7 @@ public:
                                                  : import_.arrangement.tracks)),
           missing_(MissingMedia(media_)),
           guard_(options.overwrite) {
-        // A composition has no tracks that could be metered or written.
+        // A composition has no tracks to meter or to write.
         if (nested_ == nullptr) trackNames_ = TrackNames(import_.arrangement);
         if (options.stems) stemPaths_ = StemPaths(*options.stems, trackNames_);
     }
@@ -157,11 +157,11 @@ private:
         MixSink sink(writer, &*loudness_);
         if (stems) stems->Begin(project, EngineDither(options_.dither), options_.seed);
         const ReadCheck reads(mixer, grid_);
-        const BesideBlock beside = [&](long long position, int count) {
+        const AfterBlock afterBlock = [&](long long position, int count) {
             reads.RequireAll();
             if (stems) stems->Render(position, count);
         };
-        RenderFrames(mix, grid_, span_, sink, beside, progress);
+        RenderFrames(mix, grid_, span_, sink, afterBlock, progress);
         mixer.StopMeterSession();
 
         summary_ = Summarize(mixer, trackNames_, span_.start);
@@ -171,7 +171,7 @@ private:
                 "\n");
         }
         if (stems) stems->Flush();
-        // Every output is whole on the disk before the first one takes its name.
+        // Every output is complete on the disk before the first output is renamed to its name.
         writer.Seal();
         if (meters) meters->Seal();
         if (stems) stems->Seal();
@@ -219,7 +219,7 @@ private:
     const MixOptions& options_;
     otio::TimelineImport import_;
     FrameGrid grid_;
-    const otio::PlacedClip* nested_;  ///< what is mixed; null for the timeline itself
+    const otio::PlacedClip* nested_;  ///< the item that is mixed; null for the timeline itself
     std::vector<MediaUse> media_;
     std::vector<MediaUse> missing_;
     std::vector<std::string> trackNames_;
@@ -230,7 +230,7 @@ private:
     std::optional<LoudnessMeter> loudness_;
 };
 
-/// A medium has neither tracks nor nested items.
+/// A media file has neither tracks nor nested items.
 void RefuseTimelineOptions(const MixOptions& options) {
     const auto refuse = [](const char* option, const char* why) {
         throw UsageError(std::string(option) + " needs a timeline: a media file has no " + why);
@@ -240,7 +240,7 @@ void RefuseTimelineOptions(const MixOptions& options) {
     if (options.composition) refuse("--composition", "nested items");
 }
 
-/// The samples of a media file never exceed full scale, so its true peak decides.
+/// The samples of a media file never exceed full scale, so the condition is its true peak.
 void FailOnTruePeak(const MixOptions& options, const LoudnessMeter& loudness, Outcome& outcome) {
     const std::optional<double> peak = loudness.TruePeakDb();
     if (!peak || *peak <= 0.0) return;

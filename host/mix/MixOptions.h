@@ -19,7 +19,7 @@ struct MixOptions {
     std::string from;
     std::string to;
     DitherChoice dither = DitherChoice::HighPass;
-    unsigned int seed = 1;  ///< 0 asks for one from the clock
+    unsigned int seed = 1;  ///< 0 takes a seed from the clock
     std::string meters;
     std::optional<std::string> stems;        ///< folder
     std::optional<std::string> composition;  ///< name of the nested item to mix

@@ -14,7 +14,8 @@ namespace {
 
 constexpr std::size_t CHANNELS = 2;
 constexpr int BYTES_PER_FRAME = zrtl::FRAME_BYTES;
-/// Frames that are handed on at once: enough to keep calls rare, and still in the cache.
+/// Number of frames that are passed on at once: many enough to keep calls rare, few enough to stay
+/// in the processor cache.
 constexpr std::size_t PIECE = 32768;
 
 void CheckInterrupt() {
@@ -63,12 +64,12 @@ void RenderBlock(const MixBlock& mix, const FrameGrid& grid, long long position,
                  MixSink& sink) {
     const int mixed = mix(position, count, sink.Next(count));
     if (mixed == count) return;
-    throw JobError("the mixer gave " + std::to_string(mixed) + " for " + std::to_string(count) +
+    throw JobError("the mixer returned " + std::to_string(mixed) + " for " + std::to_string(count) +
                    " samples at " + FormatTimecode(position, grid));
 }
 
 void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const zrtl::FrameRange& span,
-                  MixSink& sink, const BesideBlock& beside, Progress& progress) {
+                  MixSink& sink, const AfterBlock& afterBlock, Progress& progress) {
     progress.Begin("mix", "samples", span.Count());
     long long position = span.start;
     for (long long frame = grid.FrameOf(span.start); position < span.end; ++frame) {
@@ -76,7 +77,7 @@ void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const zrtl::FrameR
         const auto count =
             static_cast<int>(std::min<long long>(grid.Start(frame + 1), span.end) - position);
         RenderBlock(mix, grid, position, count, sink);
-        beside(position, count);
+        afterBlock(position, count);
         position += count;
         progress.Update(position - span.start);
     }

@@ -17,15 +17,16 @@
 
 namespace orlo::host {
 
-/// Where rendered samples go: into the file and through the loudness meter, in large pieces.
+/// The destination of rendered samples. Passes them to the file and the loudness meter in large
+/// pieces.
 class MixSink {
 public:
     /// @param loudness  null for none
     MixSink(WavWriter& writer, LoudnessMeter* loudness);
 
-    /// Room for @p frames more stereo frames, to be filled before the next call.
+    /// Returns space for @p frames more stereo frames, to be filled before the next call.
     unsigned char* Next(int frames);
-    /// Hands on what is still gathered.
+    /// Passes on the remaining frames.
     void Flush();
 
 private:
@@ -35,12 +36,12 @@ private:
     std::size_t filled_ = 0;  ///< frames
 };
 
-/// Mixes @p count samples from @p position on into a buffer. @return count, or what the mixer
-/// refuses with
+/// Mixes @p count samples, starting at @p position, into a buffer.
+/// @return count, or the error code of the mixer
 using MixBlock = std::function<int(long long position, int count, unsigned char* buffer)>;
 
-/// Is called behind each block of a mix with the same stretch.
-using BesideBlock = std::function<void(long long position, int count)>;
+/// Called after each block of a mix with the range of the block.
+using AfterBlock = std::function<void(long long position, int count)>;
 
 MixBlock SequenceBlocks(const sonrel::AudioMixer& mixer,
                         const std::shared_ptr<project::Project>& project,
@@ -50,18 +51,19 @@ MixBlock CompositionBlocks(const sonrel::AudioMixer& mixer,
                            const std::shared_ptr<project::Project>& project,
                            const std::shared_ptr<project::CompositionAsset>& composition);
 
-/// Puts one block into the sink. @throws JobError where the mixer refuses
+/// Mixes one block into the sink.
+/// @throws JobError when the mixer fails
 void RenderBlock(const MixBlock& mix, const FrameGrid& grid, long long position, int count,
                  MixSink& sink);
 
-/// Mixes a stretch, video frame by video frame on the timeline's grid.
-/// @throws JobError where the mixer refuses; CommandError when the program is asked to stop
+/// Mixes a range, one video frame of the timeline's grid at a time.
+/// @throws JobError when the mixer fails; CommandError when the program is asked to stop
 void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const zrtl::FrameRange& span,
-                  MixSink& sink, const BesideBlock& beside, Progress& progress);
+                  MixSink& sink, const AfterBlock& afterBlock, Progress& progress);
 
-/// Reads a stretch of a conformed media asset in pieces of one second.
-/// @param reads  of the mixer
-/// @throws JobError where the samples cannot be read
+/// Reads a range of a conformed media asset in pieces of one second.
+/// @param reads  check of the mixer's reads
+/// @throws JobError when the samples cannot be read
 void RenderMedia(const sonrel::AudioMixer& mixer, const std::shared_ptr<project::MediaAsset>& asset,
                  const FrameGrid& grid, const zrtl::FrameRange& span, MixSink& sink,
                  const ReadCheck& reads, Progress& progress);

@@ -11,7 +11,7 @@ namespace orlo::host {
 
 namespace {
 
-/// Stretches that are told in the table; the others are in the JSON.
+/// Maximum number of ranges in the table; the JSON report contains all.
 constexpr std::size_t MAX_LISTED_CLIPS = 8;
 
 void CountClip(const sonrel::AudioTrackMetrics& block, long long begin, SignalSummary& signal) {
@@ -19,16 +19,16 @@ void CountClip(const sonrel::AudioTrackMetrics& block, long long begin, SignalSu
     if (signal.clips.empty() || signal.clips.back().span.end != begin) {
         signal.clips.push_back({{begin, begin}, {false, false}});
     }
-    ClipStretch& stretch = signal.clips.back();
-    stretch.span.end = begin + block.sampleCount;
+    ClipRange& range = signal.clips.back();
+    range.span.end = begin + block.sampleCount;
     for (int channel = 0; channel < 2; ++channel) {
         if (!block.clipped[channel]) continue;
-        stretch.clipped[channel] = true;
+        range.clipped[channel] = true;
         ++signal.clippedBlocks[channel];
     }
 }
 
-/// @param begin  where the block begins on the timeline
+/// @param begin  timeline position of the block
 void Count(const sonrel::AudioTrackMetrics& block, long long begin, SignalSummary& signal) {
     for (int channel = 0; channel < 2; ++channel) {
         signal.peak[channel] = std::max(signal.peak[channel], block.peak[channel]);
@@ -36,31 +36,32 @@ void Count(const sonrel::AudioTrackMetrics& block, long long begin, SignalSummar
     CountClip(block, begin, signal);
 }
 
-const char* ChannelsOf(const ClipStretch& stretch) {
-    if (stretch.clipped[0] && stretch.clipped[1]) return "both";
-    return stretch.clipped[0] ? "left" : "right";
+const char* ChannelsOf(const ClipRange& range) {
+    if (range.clipped[0] && range.clipped[1]) return "both";
+    return range.clipped[0] ? "left" : "right";
 }
 
-Json ClipsJson(const std::vector<ClipStretch>& clips, const FrameGrid& grid) {
+Json ClipsJson(const std::vector<ClipRange>& clips, const FrameGrid& grid) {
     Json list = Json::Array();
-    for (const ClipStretch& stretch : clips) {
-        list.Append(Json::Object({{"from", FormatTimecode(stretch.span.start, grid)},
-                                  {"to", FormatTimecode(stretch.span.end, grid)},
-                                  {"fromSample", stretch.span.start},
-                                  {"toSample", stretch.span.end},
-                                  {"channels", ChannelsOf(stretch)}}));
+    for (const ClipRange& range : clips) {
+        list.Append(Json::Object({{"from", FormatTimecode(range.span.start, grid)},
+                                  {"to", FormatTimecode(range.span.end, grid)},
+                                  {"fromSample", range.span.start},
+                                  {"toSample", range.span.end},
+                                  {"channels", ChannelsOf(range)}}));
     }
     return list;
 }
 
-std::string ClipsText(const std::vector<ClipStretch>& clips, const FrameGrid& grid) {
+std::string ClipsText(const std::vector<ClipRange>& clips, const FrameGrid& grid) {
     std::string text;
     for (std::size_t i = 0; i < std::min(MAX_LISTED_CLIPS, clips.size()); ++i) {
         text += "    clips from " + FormatTimecode(clips[i].span.start, grid) + " to " +
                 FormatTimecode(clips[i].span.end, grid) + ", " + ChannelsOf(clips[i]) + "\n";
     }
     if (clips.size() > MAX_LISTED_CLIPS) {
-        text += "    and at " + std::to_string(clips.size() - MAX_LISTED_CLIPS) + " more places\n";
+        text +=
+            "    and at " + std::to_string(clips.size() - MAX_LISTED_CLIPS) + " more positions\n";
     }
     return text;
 }

@@ -17,7 +17,7 @@ namespace {
 using project::AudioTrack;
 using project::EditorSequence;
 
-/// Room for the number and the ending in a file name of at most 255 bytes.
+/// Leaves room for the number and the ending in a file name of at most 255 bytes.
 constexpr std::size_t MAX_NAME = 200;
 
 bool IsPlain(char c) {
@@ -25,7 +25,7 @@ bool IsPlain(char c) {
            c == '_';
 }
 
-/// The bytes behind the first one of a character in UTF-8.
+/// Whether a byte is a continuation byte of a UTF-8 character.
 bool ContinuesCharacter(char c) {
     return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
 }
@@ -44,12 +44,13 @@ void MakeFolder(const std::string& folder) {
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     if (error) {
-        throw JobError("cannot make the folder " + Quoted(folder) +
+        throw JobError("cannot create the folder " + Quoted(folder) +
                        " for the stems: " + error.message());
     }
 }
 
-/// The sequence with one track alone, which sounds exactly when it sounds among the others.
+/// A copy of the sequence with only one track, which is audible exactly when it is audible in the
+/// whole sequence.
 std::shared_ptr<EditorSequence> OnlyTrack(EditorSequence& whole, std::size_t index, bool anySolo) {
     const AudioTrack& track = *whole.AudioTracks()[index];
     const auto copy = std::make_shared<AudioTrack>(track);
@@ -98,7 +99,7 @@ void Stems::Begin(const std::shared_ptr<project::Project>& project, sonrel::Dith
                   unsigned int seed) {
     std::string error;
     engine_ = sonrel::Sonrel::Create({}, {}, &error, sonrel::Sonrel::LogOption::NoErrorLog);
-    if (engine_ == nullptr) throw JobError("cannot make an engine for the stems: " + error);
+    if (engine_ == nullptr) throw JobError("cannot create an engine for the stems: " + error);
     engine_->Mixer()->SetDither(dither, seed);
     engine_->Mixer()->ResetMixSession();
     reads_.emplace(*engine_->Mixer(), grid_);

@@ -17,35 +17,35 @@
 namespace orlo::host {
 
 /// The files of the stems in a folder: "01-Voice.wav". Characters other than letters, digits, dash
-/// and underscore become underscores; a track without a name is a "track".
+/// and underscore become underscores; an empty name becomes "track".
 std::vector<std::string> StemPaths(const std::string& folder,
                                    const std::vector<std::string>& trackNames);
 
-/// Writes each track of a sequence to a file of its own, beside its mix.
+/// Writes each track of a sequence to a separate file while the sequence is mixed.
 ///
-/// A stem has its track's level, balance, effects and transitions and the master level; a track
-/// that does not sound in the mix, because it is muted or another is solo, has a silent one. The
-/// stems are mixed by an engine of their own, so that they take nothing from the mix's noise.
+/// A stem has its track's level, balance, effects and transitions and the master level. The stem of
+/// a track that is inaudible in the mix, because it is muted or another track is solo, is silent. A
+/// separate engine mixes the stems, so that they do not change the dither noise of the mix.
 class Stems {
 public:
-    /// Makes the folder where it is missing, and the files without their names.
-    /// @param span  what will be mixed
+    /// Creates the folder if it is missing, and the files under temporary names.
+    /// @param span  range that will be mixed
     /// @throws JobError
     Stems(const std::string& folder, std::vector<std::string> paths, OutputGuard& guard,
           const FrameGrid& grid, const zrtl::FrameRange& span);
     ~Stems();
 
-    /// @param project  with the sequence that is mixed
+    /// @param project  contains the sequence that is mixed
     void Begin(const std::shared_ptr<project::Project>& project, sonrel::DitherType dither,
                unsigned int seed);
-    /// Mixes the same stretch of every track.
-    /// @throws JobError, also where media cannot be read
+    /// Mixes the same range of every track.
+    /// @throws JobError, also when a media file cannot be read
     void Render(long long position, int count);
-    /// Writes what is still gathered. @throws JobError
+    /// Writes the remaining frames. @throws JobError
     void Flush();
-    /// Writes everything through to the disk. @throws JobError
+    /// Flushes all files to the disk. @throws JobError
     void Seal();
-    /// Gives the files their names. @throws as OutputFile
+    /// Renames the files to their names. Throws like OutputFile.
     void Finish();
 
     const std::vector<std::string>& Paths() const { return paths_; }
@@ -57,7 +57,7 @@ private:
     std::vector<std::string> paths_;
     std::vector<std::unique_ptr<Stem>> stems_;
     std::shared_ptr<sonrel::Sonrel> engine_;
-    std::optional<ReadCheck> reads_;  // of the engine
+    std::optional<ReadCheck> reads_;  // reads of engine_
 };
 
 }  // namespace orlo::host

@@ -16,17 +16,18 @@ namespace orlo::host {
 namespace {
 
 constexpr std::size_t BLOCK = 256;
-/// Frames that are kept from the block before: more than the longest interpolator looks back.
+/// Number of frames kept from the previous block: more than the history of the longest
+/// interpolator.
 constexpr std::size_t HISTORY = 32;
 constexpr std::size_t TILE = 16;
 constexpr int TAPS = 49;
 constexpr std::size_t MAX_PHASE_TAPS = 25;
 constexpr std::size_t MAX_PHASES = 4;
 constexpr float FULL_SCALE = 32768.0f;
-/// What single precision may get wrong in a sum of at most 25 products, with room to spare.
+/// Upper limit of the single-precision error of a sum of at most 25 products, with a margin.
 constexpr double SCREEN_TOLERANCE = 1e-5;
 
-/// How many values the library computes for each sample.
+/// Number of values that the library computes for each sample.
 int Oversampling(int rate) {
     if (rate < 96000) return 4;
     return rate < 192000 ? 2 : 1;
@@ -34,22 +35,22 @@ int Oversampling(int rate) {
 
 }  // namespace
 
-/// The interpolator as one short filter a phase. Phase 0 gives the samples themselves.
+/// The interpolator as one short filter per phase. Phase 0 returns the samples themselves.
 struct TruePeakSearch::Filter {
     std::size_t phases = 0;
     std::size_t taps = 0;
-    /// By phase and age of the sample, with zeros where a phase has fewer taps.
+    /// Indexed by phase and age of the sample; padded with zeros when a phase has fewer taps.
     double weights[MAX_PHASES][MAX_PHASE_TAPS] = {};
     float fastWeights[MAX_PHASES][MAX_PHASE_TAPS] = {};
-    /// No interpolated value is larger than the largest sample times this.
+    /// Maximum ratio of an interpolated value to the largest sample.
     double gain = 0.0;
 
     explicit Filter(int oversampling) : phases(static_cast<std::size_t>(oversampling)) {
         taps = (TAPS + phases - 1) / phases;
         for (int i = 0; i < TAPS; ++i) {
-            const double place = i - (TAPS - 1) / 2.0;
-            const double angle = place * std::numbers::pi / oversampling;
-            const double sinc = std::abs(place) > 1e-6 ? std::sin(angle) / angle : 1.0;
+            const double position = i - (TAPS - 1) / 2.0;
+            const double angle = position * std::numbers::pi / oversampling;
+            const double sinc = std::abs(position) > 1e-6 ? std::sin(angle) / angle : 1.0;
             const double window = 0.5 * (1 - std::cos(2 * std::numbers::pi * i / (TAPS - 1)));
             const std::size_t phase = static_cast<std::size_t>(i) % phases;
             const std::size_t age = static_cast<std::size_t>(i) / phases;
@@ -66,7 +67,7 @@ struct TruePeakSearch::Filter {
     }
 };
 
-void LoudnessStateEnd::operator()(ebur128_state* state) const {
+void LoudnessStateDeleter::operator()(ebur128_state* state) const {
     ebur128_destroy(&state);
 }
 
@@ -75,7 +76,7 @@ TruePeakSearch::TruePeakSearch(int rate)
       samples_(2 * (HISTORY + BLOCK)) {
     if (!library_) throw std::bad_alloc();
     for (std::vector<float>& channel : signal_) channel.resize(HISTORY + BLOCK + TILE);
-    // Without oversampling there is nothing that a screen could save.
+    // Without oversampling a screen saves no time.
     if (Oversampling(rate) == 1) return;
     filter_ = std::make_unique<Filter>(Oversampling(rate));
     if (AgreesWithLibrary()) return;
@@ -86,8 +87,9 @@ TruePeakSearch::TruePeakSearch(int rate)
 
 TruePeakSearch::~TruePeakSearch() = default;
 
-/// The largest value of all phases at one sample, in the library's own order and precision. The
-/// sample itself counts when it comes, though the filter's middle is six samples later.
+/// The largest value of all phases at one sample, calculated in the order and precision of the
+/// library. The sample itself counts when it arrives, although the middle of the filter is six
+/// samples later.
 float TruePeakSearch::Interpolate(const float* newest) const {
     float largest = std::abs(*newest);
     for (std::size_t phase = 0; phase < filter_->phases; ++phase) {
@@ -114,8 +116,8 @@ double TruePeakSearch::Measure(const short* frames, std::size_t count) {
     return peak;
 }
 
-/// Runs noise through both, sample by sample. Leaves the library's filter with noise in it, which
-/// the history in front of the first stretch takes out.
+/// Compares both interpolators with noise, sample by sample. Leaves noise in the library's filter;
+/// the history before the first measured range replaces it.
 bool TruePeakSearch::AgreesWithLibrary() {
     constexpr std::size_t CHECKED = 256;
     std::vector<float> noise(HISTORY + CHECKED);
@@ -133,7 +135,7 @@ bool TruePeakSearch::AgreesWithLibrary() {
 
 namespace {
 
-/// Four values that are computed with at once.
+/// Four values of one vector operation.
 using Four = float __attribute__((vector_size(16)));
 constexpr std::size_t LANES = 4;
 constexpr std::size_t QUARTER = TILE / LANES;
@@ -149,7 +151,7 @@ Four LargerMagnitude(Four a, Four b) {
     return a < magnitude ? magnitude : a;
 }
 
-/// The largest interpolated value of all phases but phase 0 at each sample of a tile.
+/// The largest interpolated value of all phases except phase 0 at each sample of a tile.
 template <std::size_t PHASES, std::size_t AGES>
 void ScreenTile(const float* signal, const float (*weights)[MAX_PHASE_TAPS], float* largest) {
     Four sums[PHASES - 1][QUARTER] = {};
@@ -179,9 +181,9 @@ float LargestOfTile(const float* tile) {
 
 }  // namespace
 
-/// Whether a sample of the tile has an interpolated value above the peak so far. The screen lets
-/// those through that may; they are computed as the library does, so that a signal that reaches its
-/// peak again and again, as every tone does, is not measured each time.
+/// Whether a sample of the tile has an interpolated value above the current peak. Samples that pass
+/// the screen are recalculated exactly like in the library, so that a signal that reaches its peak
+/// repeatedly, as every tone does, is not measured each time.
 bool TruePeakSearch::TileRaisesPeak(const float* signal, std::size_t count) const {
     float largest[TILE];
     if (filter_->phases == 4) {
@@ -200,7 +202,8 @@ bool TruePeakSearch::TileRaisesPeak(const float* signal, std::size_t count) cons
 bool TruePeakSearch::MayRaisePeak(std::size_t count) {
     for (std::vector<float>& channel : signal_) {
         std::fill_n(channel.data() + HISTORY + count, TILE, 0.0f);
-        // The largest samples of the two tiles before the one at hand: as far as a filter reaches.
+        // The largest samples of the two tiles before the current tile, which cover the history of
+        // a filter.
         float older = LargestOfTile(channel.data());
         float old = LargestOfTile(channel.data() + TILE);
         for (std::size_t start = 0; start < count; start += TILE) {

@@ -10,20 +10,20 @@
 
 namespace orlo::host {
 
-/// Ends a state of the loudness library.
-struct LoudnessStateEnd {
+/// Destroys a state of the loudness library.
+struct LoudnessStateDeleter {
     void operator()(ebur128_state* state) const;
 };
-using LoudnessState = std::unique_ptr<ebur128_state, LoudnessStateEnd>;
+using LoudnessState = std::unique_ptr<ebur128_state, LoudnessStateDeleter>;
 
-/// Finds the true peak of a long stereo signal: exactly the loudness library's own value, for a
+/// Finds the true peak of a long stereo signal: exactly the value of the loudness library, in a
 /// fraction of its time.
 ///
 /// The library interpolates every sample in double precision, which costs more than mixing sixteen
-/// tracks. Here a fast screen with the same interpolation in single precision looks through the
-/// signal first, and the library measures only the stretches that may hold a new maximum. The
-/// screen is checked against the library before it is used; should the library interpolate in
-/// another way, it measures everything.
+/// tracks. This class first screens the signal with the same interpolation in single precision, and
+/// the library measures only the ranges that may contain a new maximum. The screen is verified
+/// against the library before it is used; if the library interpolates differently, the library
+/// measures everything.
 class TruePeakSearch {
 public:
     /// @param rate  hertz
@@ -53,8 +53,8 @@ private:
     std::unique_ptr<Filter> filter_;  ///< empty: the library measures everything
     double peak_ = 0.0;
     long long measured_ = 0;
-    /// The block at hand behind the end of the one before, interleaved as it came, and a float
-    /// channel each.
+    /// The end of the previous block followed by the current block: the interleaved input, and one
+    /// float signal per channel.
     std::vector<short> samples_;
     std::array<std::vector<float>, 2> signal_;
 };

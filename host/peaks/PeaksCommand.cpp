@@ -122,7 +122,7 @@ Outcome RunWithCache(const GlobalOptions& global, const PeaksOptions& options) {
     const EngineSession session(global);
     Progress progress(global.progress, global.quiet);
     FindOrMakePeakFiles(session, work.tasks, progress,
-                        options.force ? CurrentFiles::MadeAnew : CurrentFiles::Kept);
+                        options.force ? CurrentFiles::Recreated : CurrentFiles::Kept);
     Outcome outcome =
         ReportFiles(work.entries, [&](std::size_t task) { return work.tasks[task].result; });
     if (!options.exportFile.empty() && outcome.code == ExitCode::Done) {

@@ -60,7 +60,8 @@ std::optional<Key> KeyDecoder::Feed(char byte) {
     }
     if (escape_.empty()) return PlainKey(byte);
     escape_ += byte;
-    // ESC [ A or ESC O A. Longer sequences run on with digits and semicolons up to a letter.
+    // ESC [ A or ESC O A. Longer sequences continue with digits and semicolons and end with a
+    // letter.
     if (escape_.size() == 2 && (byte == '[' || byte == 'O')) return std::nullopt;
     if (escape_.size() > 2 && (byte == ';' || (byte >= '0' && byte <= '9'))) return std::nullopt;
     const bool arrow = escape_.size() == 3;
@@ -76,8 +77,8 @@ TerminalKeys::~TerminalKeys() {
     Release();
 }
 
-/// Switches line input and echo off. Checked before each wait: whoever continues a stopped program
-/// may have set other modes.
+/// Switches line input and echo off. Called before each wait, because a shell that continues a
+/// stopped program may have set other modes.
 /// @return whether keys can be read
 bool TerminalKeys::Prepare() {
     termios modes = {};
@@ -95,7 +96,7 @@ bool TerminalKeys::Prepare() {
 }
 
 void TerminalKeys::Release() {
-    // The background has its modes from the shell.
+    // In the background the modes belong to the shell.
     if (std::exchange(changed_, false) && InForeground(STDIN_FILENO)) {
         tcsetattr(STDIN_FILENO, TCSANOW, &former_);
     }
@@ -108,7 +109,7 @@ std::vector<Key> TerminalKeys::Read(std::chrono::milliseconds wait) {
     if (ready <= 0) return keys;
     char bytes[64];
     const ssize_t count = read(STDIN_FILENO, bytes, sizeof bytes);
-    // The terminal is gone: nobody is left to press anything.
+    // The terminal is closed and sends no more keys.
     if ((input.revents & POLLHUP) != 0 || (count < 0 && errno == EIO)) terminal_ = false;
     for (ssize_t i = 0; i < count; ++i) {
         if (const std::optional<Key> key = decoder_.Feed(bytes[i])) keys.push_back(*key);

@@ -10,22 +10,23 @@
 
 namespace orlo::host {
 
-/// What a key asks a player for.
+/// The command of a key to a player.
 enum class Key { Backward, Pause, Forward, Toggle, Left, Right, Up, Down, Quit };
 
-/// Makes keys of the bytes that a terminal sends. The arrows come as three bytes each.
+/// Decodes keys from the bytes that a terminal sends. An arrow key is a sequence of three bytes.
 class KeyDecoder {
 public:
-    /// Takes the next byte. @return the key that it completes
+    /// Decodes the next byte.
+    /// @return the key that the byte completes
     std::optional<Key> Feed(char byte);
 
 private:
-    std::string escape_;  ///< a sequence that has begun
+    std::string escape_;  ///< an incomplete escape sequence
 };
 
-/// Keys of the terminal on standard input, each as soon as it is pressed. Without a terminal, and
-/// while the program is in the background, there are none. The terminal has its normal modes again
-/// at the end, and between Release and the next Read.
+/// Reads keys from the terminal on standard input as soon as they are pressed. Without a terminal,
+/// and while the program is in the background, it reads none. The destructor restores the normal
+/// modes of the terminal; so does Release, until the next Read.
 class TerminalKeys {
 public:
     TerminalKeys();
@@ -33,9 +34,9 @@ public:
     TerminalKeys(const TerminalKeys&) = delete;
     TerminalKeys& operator=(const TerminalKeys&) = delete;
 
-    /// Waits for a key, a signal or the end of the time.
+    /// Waits until a key is pressed, a signal arrives or @p wait has elapsed.
     std::vector<Key> Read(std::chrono::milliseconds wait);
-    /// Puts the terminal into its normal modes.
+    /// Restores the normal modes of the terminal.
     void Release();
 
 private:
@@ -43,7 +44,7 @@ private:
 
     bool terminal_;
     bool changed_ = false;
-    termios former_ = {};  ///< while changed_
+    termios former_ = {};  ///< valid while changed_
     KeyDecoder decoder_;
 };
 

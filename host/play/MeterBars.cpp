@@ -10,7 +10,8 @@ namespace {
 
 constexpr double MIN_DECIBELS = -60.0;
 
-/// How many of @p width characters a peak fills. Any sound at all above the lowest level shows.
+/// Number of characters that a peak fills in a bar of @p width. Every peak above the lowest level
+/// fills at least one.
 int Filled(float peak, int width) {
     const double share = 1.0 - MeterDecibels(peak) / MIN_DECIBELS;
     return static_cast<int>(std::ceil(share * width));

@@ -8,23 +8,23 @@
 
 namespace orlo::host {
 
-/// A peak in decibels below full scale, cut to -60 and 0.
+/// A peak in decibels relative to full scale, clamped to -60 ... 0.
 double MeterDecibels(float peak);
 
-/// The meter of one signal: for each channel the level, the peak that it holds, and a lamp that
-/// stays lit once the channel has clipped.
+/// The meter of one signal. Each channel has a level, a held peak, and a clip lamp that stays lit
+/// once the channel has clipped.
 class SignalMeter {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// How long a peak is held before a lower one takes its place.
+    /// Time for which a peak is held before a lower peak replaces it.
     static constexpr std::chrono::milliseconds HOLD{1500};
 
-    /// Takes a meter block that is heard at @p now.
+    /// Shows a meter block that is heard at @p now.
     void Show(const sonrel::AudioTrackMetrics& metrics, Clock::time_point now);
 
-    /// "#####----|---": as many characters as @p width, the level in full, the held peak as a
-    /// stroke.
+    /// A bar of @p width characters: "#####----|---". The level is drawn with '#', the held peak
+    /// with '|'.
     std::string Bar(int channel, int width) const;
     bool Lamp(int channel) const { return channels_[channel].lamp; }
     float Held(int channel) const { return channels_[channel].held; }

@@ -13,7 +13,7 @@ namespace {
 constexpr int SHORT_NAME = 12;
 constexpr int MIN_BAR = 4;
 constexpr int GOOD_BAR = 24;
-/// A column for each decibel that a bar shows.
+/// One column for each decibel of the range.
 constexpr int MAX_BAR = 60;
 constexpr std::size_t FIRST_AND_MASTER = 2;
 
@@ -21,7 +21,7 @@ constexpr const char* BEFORE_BAR[2] = {" L [", "  R ["};
 constexpr const char* AFTER_BAR = "] ";
 constexpr const char* LAMP = "CLIP";
 constexpr const char* NO_LAMP = "    ";
-/// The columns of a line besides the name and the bars.
+/// Columns of a line without the name and the bars.
 constexpr int FRAME_WIDTH = 4 + 5 + 2 * (2 + 4);
 
 int WidestName(const std::vector<std::string>& names) {
@@ -30,12 +30,13 @@ int WidestName(const std::vector<std::string>& names) {
     return widest;
 }
 
-/// Names longer than usual take what good bars leave over; short terminals cut the names first.
+/// A long name uses the columns that bars of GOOD_BAR leave free. In a narrow terminal the names
+/// are cut before the bars.
 int NameWidth(int columns, int widestName) {
-    const int besideGoodBars = columns - FRAME_WIDTH - 2 * GOOD_BAR;
-    const int besideShortBars = std::max(columns - FRAME_WIDTH - 2 * MIN_BAR, 1);
-    const int wanted = std::clamp(widestName, SHORT_NAME, std::max(besideGoodBars, SHORT_NAME));
-    return std::min(wanted, besideShortBars);
+    const int withGoodBars = columns - FRAME_WIDTH - 2 * GOOD_BAR;
+    const int withShortBars = std::max(columns - FRAME_WIDTH - 2 * MIN_BAR, 1);
+    const int wanted = std::clamp(widestName, SHORT_NAME, std::max(withGoodBars, SHORT_NAME));
+    return std::min(wanted, withShortBars);
 }
 
 }  // namespace

@@ -10,11 +10,11 @@
 
 namespace orlo::host {
 
-/// How the meters of a player fit into a terminal: a first line, a line for each track, a line for
-/// the master. One row and one column stay free, so that nothing wraps or scrolls.
+/// The layout of a player's meters in a terminal: a status line, a line for each track, a line for
+/// the master. One row and one column stay free, so that the terminal neither wraps nor scrolls.
 struct MeterLayout {
-    int columns = 0;         ///< of a line, at most
-    std::size_t tracks = 0;  ///< the first tracks, which fit
+    int columns = 0;         ///< maximum of a line
+    std::size_t tracks = 0;  ///< number of tracks that fit, from the first
     bool master = false;     ///< whether the master fits
     int nameWidth = 0;       ///< columns
     int barWidth = 0;        ///< columns
@@ -22,7 +22,8 @@ struct MeterLayout {
     MeterLayout(TerminalSize size, const std::vector<std::string>& trackNames);
 };
 
-/// One line of a meter: name, both channels' bars and lamps, cut to the layout's columns.
+/// One line of a meter: the name, the bars and clip lamps of both channels, cut to the layout's
+/// columns.
 std::string MeterLine(const std::string& name, const SignalMeter& meter, const MeterLayout& layout);
 
 }  // namespace orlo::host

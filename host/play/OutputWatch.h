@@ -9,18 +9,20 @@
 
 namespace orlo::host {
 
-/// Notices that the sound device is lost, or that it takes no more samples.
+/// Detects that the sound device is lost, or that it no longer takes samples.
 class OutputWatch {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// How long a device may take nothing. A sound server that starts can need two seconds.
+    /// Longest time in which a device may take no samples. A sound server can need two seconds to
+    /// start.
     static constexpr std::chrono::seconds STALL{5};
-    /// After a longer time between two checks the program itself was stopped: nothing is known.
+    /// A longer time between two checks means that the program itself was stopped; the time then
+    /// does not count.
     static constexpr std::chrono::seconds CHECK_GAP{1};
 
     /// Called many times a second.
-    /// @return the failure as a clause; empty while there is none
+    /// @return the failure as a clause; empty without a failure
     std::string Check(const sonrel::AudioOutputState& state, Clock::time_point now);
 
 private:

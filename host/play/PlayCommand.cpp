@@ -26,7 +26,7 @@ namespace {
 
 using sonrel::PlaybackEngine;
 
-/// What there is to play, once it can be played.
+/// The target of a playback.
 struct PlayTarget {
     std::shared_ptr<project::Project> project = std::make_shared<project::Project>();
     std::shared_ptr<project::MediaAsset> asset;  ///< empty for the project's sequence
@@ -34,10 +34,11 @@ struct PlayTarget {
     long long total = 0;  ///< samples
     std::vector<std::string> trackNames;
     std::vector<MediaUse> media;
-    otio::TimelineImport import;  ///< of a timeline
+    otio::TimelineImport import;  ///< only for a timeline
 };
 
-/// Reads a timeline; its media are conformed later. @throws JobError for one that cannot be played
+/// Reads a timeline. Its media files are conformed later.
+/// @throws JobError for a timeline that cannot be played
 PlayTarget TimelineTarget(const GlobalOptions& global, const PlayOptions& options) {
     PlayTarget target;
     target.import = ReadTimeline(options.input, global);
@@ -64,13 +65,14 @@ PlayTarget MediaTarget(const GlobalOptions& global, const PlayOptions& options) 
     target.asset = ImportMediaFile(*target.project, path, 0);
     target.grid = {RateFor(global), FrameRateOf(*target.asset, global)};
     target.media = {{{path, {}}, 0, {}, target.asset}};
-    // The engine plays a medium at the rate of the project, in the frames of the medium itself.
+    // The engine plays a media file at the sample rate of the project and at the frame rate of the
+    // media file.
     target.project->Sequence()->Settings().SetCustomAudioSampleRate(target.grid.rate);
     target.asset->AudioStream()->SetFrameRate(target.grid.fps);
     return target;
 }
 
-/// A playback of one target, stage by stage.
+/// Plays one target, stage by stage.
 class Player {
 public:
     Player(const GlobalOptions& global, const PlayOptions& options)
@@ -89,7 +91,7 @@ public:
         }
         Complete();
         const long long begin = FirstSample();
-        PlayOutput output(options_.output, guard_, target_.grid.rate, MostFrames(begin),
+        PlayOutput output(options_.output, guard_, target_.grid.rate, MaxFrames(begin),
                           options_.bufferMs);
         MeterSessions sessions;
         PlaybackEngine& engine = SetUp(*session.Engine(), output);
@@ -103,7 +105,7 @@ public:
     }
 
 private:
-    /// What can be done once the media are conformed.
+    /// Completes the target once its media files are conformed.
     void Complete() {
         if (target_.asset) {
             target_.total = target_.asset->AudioStream()->ConformedSampleCount();
@@ -133,14 +135,15 @@ private:
         if (options_.from.empty()) return options_.reverse ? last : 0;
         const long long first = ParseSpan(options_.from, {}, target_.grid, target_.total).start;
         if (options_.reverse && first == 0) {
-            throw UsageError("--reverse plays what lies before --from, and before " +
-                             Quoted(options_.from) + " there is nothing");
+            throw UsageError(
+                "--reverse plays the samples before --from, and there are none before " +
+                Quoted(options_.from));
         }
         return first;
     }
 
-    /// What a run gives at most: whole buffers of a video frame, rounded up.
-    long long MostFrames(long long begin) const {
+    /// Maximum number of frames of a run: whole buffers of one video frame, rounded up.
+    long long MaxFrames(long long begin) const {
         const auto buffer = static_cast<long long>(std::ceil(target_.grid.rate / target_.grid.fps));
         const long long samples = options_.reverse ? begin : target_.total - begin;
         return (samples / (buffer * options_.speed) + 1) * buffer;
@@ -148,7 +151,7 @@ private:
 
     PlaybackEngine& SetUp(sonrel::Sonrel& sonrel, const PlayOutput& output) const {
         sonrel.Mixer()->SetDither(EngineDither(options_.dither), options_.seed);
-        // A frozen sound server lets nobody open a device, and the wait for it has no end.
+        // Opening a device blocks forever when the sound server is frozen.
         std::optional<EndOnInterrupt> endable;
         if (output.IsDevice()) endable.emplace("nothing was played", global_.json);
         std::optional<QuietStderr> quiet(std::in_place);

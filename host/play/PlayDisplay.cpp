@@ -84,8 +84,8 @@ std::vector<std::string> PlayDisplay::Lines() const {
     return lines;
 }
 
-/// Between two drawings the cursor is at the start of the first line: a terminal that wraps the
-/// lines anew after a resize moves it with that line, so the drawing is always below it.
+/// Between two drawings the cursor is at the start of the first line. A terminal that rewraps its
+/// lines after a resize moves the cursor with that line, so the drawing is always below the cursor.
 void PlayDisplay::Draw() {
     if (!shown_) return;
     if (!InForeground(STDERR_FILENO)) {

@@ -9,25 +9,26 @@
 
 namespace orlo::host {
 
-/// The state of a player in words: what is heard, and how it moves.
+/// The state of a player for its status line: the position, the direction, the speed and errors.
 struct PlayState {
     std::string timecode;
     bool playing = false;
     bool reverse = false;
     int speed = 1;
-    std::string readError;  ///< of sound that is missing; may be empty
+    std::string readError;  ///< notice of sound that could not be read; may be empty
 
     bool operator==(const PlayState&) const = default;
 };
 
-/// What a player shows on a terminal: a line with the timecode, and below it, if asked for, a meter
-/// for each track and the master. Drawn over itself on standard error, in the size that the
-/// terminal has at that moment. On a pipe and in the background it draws nothing.
+/// The display of a player on a terminal: a status line with the timecode, and below it,
+/// optionally, a meter for each track and the master. Each drawing on standard error overwrites the
+/// previous one and fits the current size of the terminal. On a pipe and in the background nothing
+/// is drawn.
 class PlayDisplay {
 public:
-    /// @param quiet       shows nothing
-    /// @param trackNames  for the meters; empty shows none
-    /// @param meters      whether there are meters
+    /// @param quiet       draws nothing
+    /// @param trackNames  names of the track meters; empty for none
+    /// @param meters      whether meters are drawn
     PlayDisplay(bool quiet, std::vector<std::string> trackNames, bool meters);
     /// Erases the drawing.
     ~PlayDisplay();
@@ -36,9 +37,9 @@ public:
 
     void Show(const PlayState& state);
     void Show(const sonrel::AudioMetrics& metrics, SignalMeter::Clock::time_point now);
-    /// New meters, as for a new run: lamps out, nothing held.
+    /// Resets the meters for a new run: lamps off, no held peaks.
     void Reset();
-    /// Takes the drawing off the terminal, until the next Show.
+    /// Erases the drawing until the next Show.
     void Erase();
 
 private:

@@ -10,13 +10,13 @@
 
 namespace orlo::host {
 
-/// Prints what happens in a playback on standard output, one JSON object a line.
+/// Prints the events of a playback on standard output, one JSON object per line.
 class PlayEvents {
 public:
-    /// @param wanted  otherwise nothing is printed
+    /// @param wanted  false prints nothing
     PlayEvents(bool wanted, std::vector<std::string> trackNames);
 
-    /// Each throws JobError when standard output takes no more.
+    /// All of these throw JobError when standard output cannot be written.
     void Frame(int frame);
     void MeterStart();
     void MeterStop();
@@ -32,8 +32,8 @@ private:
     const std::vector<std::string> trackNames_;
 };
 
-/// Keeps what the engine tells about meter sessions until the player asks: the end of a run comes
-/// on the device's thread, and events are printed in order on one.
+/// Queues the engine's notifications of meter sessions until the player takes them. The end of a
+/// run is notified on the device's thread; events are printed in order on the player's thread.
 class MeterSessions : public sonrel::AbstractAudioMeterObserver {
 public:
     enum class Change { Started, Stopped };
@@ -42,12 +42,12 @@ public:
     void OnMeterSessionStop() override;
     void OnMeterUpdate(const sonrel::AudioMetrics& metrics) override;
 
-    /// The changes since the last call. A session that was told to stop twice, or that never began,
-    /// stops once or not at all.
+    /// The changes since the last call. A session that is stopped twice is reported as stopped
+    /// once; a session that never started is not reported.
     std::vector<Change> Take();
 
 private:
-    std::mutex mutex_;  // guards the rest
+    std::mutex mutex_;  // guards the members below
     std::vector<Change> changes_;
     bool open_ = false;
 };

@@ -19,9 +19,9 @@ struct PlayOptions {
     bool meters = false;
     bool events = false;
     std::string output = "sdl";  ///< sdl, null or a file
-    int bufferMs = 0;            ///< of the sound device; 0 is the library's default
+    int bufferMs = 0;            ///< buffer of the sound device; 0 is the library's default
     DitherChoice dither = DitherChoice::HighPass;
-    unsigned int seed = 1;   ///< 0 asks for one from the clock
+    unsigned int seed = 1;   ///< 0 takes a seed from the clock
     bool overwrite = false;  ///< whether write-protected files may be replaced
 };
 

@@ -14,7 +14,7 @@ namespace {
 using sonrel::VirtualOutput;
 
 constexpr long long BYTES_PER_FRAME = zrtl::FRAME_BYTES;
-/// How long a step waits for a buffer before the program looks around.
+/// Time for which a step waits for a buffer before the program checks for keys and interrupts.
 constexpr std::chrono::milliseconds STEP_TIMEOUT{50};
 
 static_assert(std::endian::native == std::endian::little, "bare samples are little-endian");
@@ -62,7 +62,7 @@ void PlayFile::Finish() {
 }
 
 bool PlayOutput::IsFileName(const std::string& output) {
-    return output != DEVICE && output != NOWHERE;
+    return output != DEVICE && output != NULL_OUTPUT;
 }
 
 PlayOutput::PlayOutput(const std::string& output, OutputGuard& guard, int rate, long long frames,
@@ -73,7 +73,7 @@ PlayOutput::PlayOutput(const std::string& output, OutputGuard& guard, int rate, 
             VirtualOutput::Clock::Stepped, [file = file_.get()](const short* samples, int count) {
                 return file->Write(samples, count);
             });
-    } else if (output == NOWHERE) {
+    } else if (output == NULL_OUTPUT) {
         virtual_ = std::make_shared<VirtualOutput>(VirtualOutput::Clock::Paced);
     }
     if (virtual_) sonrel::SetAudioOutputFactory([target = virtual_] { return target; });
@@ -86,7 +86,7 @@ PlayOutput::~PlayOutput() {
 
 void PlayOutput::Step() {
     virtual_->AdvanceBuffer(STEP_TIMEOUT);
-    // What a full disk has cut short is not played on.
+    // Finish throws when the file could not be written, for example on a full disk.
     if (virtual_->Failed()) file_->Finish();
 }
 

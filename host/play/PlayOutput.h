@@ -13,19 +13,19 @@
 
 namespace orlo::host {
 
-/// A file that takes what is played: WAV by its name, otherwise the bare samples. It appears under
-/// its name when it is whole.
+/// A file that receives the played samples: a WAV file if its name ends in .wav, otherwise raw
+/// samples. It appears under its name when it is complete.
 class PlayFile {
 public:
-    /// @param frames  how many will come at most
-    /// @throws JobError when the file cannot be made or would not fit on the disk
+    /// @param frames  maximum number of frames
+    /// @throws JobError when the file cannot be created or would not fit on the disk
     PlayFile(const std::string& path, OutputGuard& guard, int rate, long long frames);
 
-    /// Appends frames; on the output's thread.
-    /// @return false when that failed; Finish tells why
+    /// Appends frames. Output thread only.
+    /// @return false on failure; Finish then throws the reason
     bool Write(const short* frames, int count);
 
-    /// Ends the file and gives it its name. @throws JobError
+    /// Completes the file and renames it to its name. @throws JobError
     void Finish();
 
 private:
@@ -34,35 +34,36 @@ private:
     std::exception_ptr failure_;
 };
 
-/// Where a playback goes to: the sound device, nowhere at the pace of a device, or into a file as
-/// fast as the program steps. Set for the playback engines that are made while it lives.
+/// The output of a playback: the sound device, a null output at the speed of a device, or a file,
+/// written as fast as the program steps. Applies to the playback engines that are created during
+/// its lifetime.
 class PlayOutput {
 public:
     static constexpr const char* DEVICE = "sdl";
-    static constexpr const char* NOWHERE = "null";
+    static constexpr const char* NULL_OUTPUT = "null";
 
     /// Whether --output names a file.
     static bool IsFileName(const std::string& output);
 
-    /// @param output  of --output
-    /// @param frames    how many a file will take at most
-    /// @param bufferMs  of the sound device; 0 is the library's default
-    /// @throws JobError when the file cannot be made
+    /// @param output    value of --output
+    /// @param frames    maximum number of frames of a file
+    /// @param bufferMs  buffer of the sound device; 0 is the library's default
+    /// @throws JobError when the file cannot be created
     PlayOutput(const std::string& output, OutputGuard& guard, int rate, long long frames,
                int bufferMs);
     ~PlayOutput();
     PlayOutput(const PlayOutput&) = delete;
     PlayOutput& operator=(const PlayOutput&) = delete;
 
-    /// Whether it is the sound device.
+    /// Whether the output is the sound device.
     bool IsDevice() const { return virtual_ == nullptr; }
-    /// Whether nothing moves but by Step.
+    /// Whether playback advances only by Step.
     bool IsStepped() const { return file_ != nullptr; }
-    /// Plays one buffer to its end; returns without it when none comes for a while.
+    /// Plays one buffer to its end. Returns after a time-out when no buffer is queued.
     void Step();
-    /// Frames that were played; 0 for the device, which does not tell.
+    /// Number of frames played; 0 for the device, which does not report it.
     long long FramesTaken() const;
-    /// Ends the file, if there is one. @throws JobError
+    /// Completes the file, if the output is a file. @throws JobError
     void Finish();
 
 private:

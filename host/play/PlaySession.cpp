@@ -13,9 +13,9 @@ namespace {
 
 using sonrel::PlaybackEngine;
 
-/// How often a player looks at keys and at the frame that is heard. Frames last longer.
+/// Interval at which keys and the current frame are polled. Shorter than any frame.
 constexpr std::chrono::milliseconds POLL_INTERVAL{4};
-/// A meter block lasts as long.
+/// The length of a meter block.
 constexpr std::chrono::milliseconds METER_POLL{100};
 constexpr int METER_POLLS_PER_SECOND = 10;
 
@@ -85,7 +85,7 @@ void PlaySession::CheckDevice() {
     Report();
     const std::string position = Timecode();
     throw JobError("playback of " + Quoted(subject_.name) + " stopped at " + position + ": " +
-                   failure + "; play on with --from " + position);
+                   failure + "; continue with --from " + position);
 }
 
 void PlaySession::Report() {
@@ -117,7 +117,8 @@ void PlaySession::Report() {
     if (stops) events_.MeterStop();
 }
 
-/// The first one, when it happens: the sound is mixed some frames before it is heard.
+/// Reports the first read error as soon as it happens: the sound is mixed some frames before it is
+/// heard.
 void PlaySession::ReportReadError() {
     if (!readError_.empty()) return;
     readError_ = subject_.reads.Notice();
@@ -138,7 +139,7 @@ void PlaySession::ShowState() {
     display_.Show(state);
 }
 
-/// Ten times a second of what is heard.
+/// Ten times per second of played sound.
 bool PlaySession::MeterIsDue() {
     if (output_.IsStepped()) {
         const long long poll = output_.FramesTaken() * METER_POLLS_PER_SECOND / subject_.grid.rate;

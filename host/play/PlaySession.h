@@ -19,17 +19,17 @@
 
 namespace orlo::host {
 
-/// What a session plays.
+/// The target of a session.
 struct PlaySubject {
     std::string name;  ///< INPUT
     FrameGrid grid;
     long long total = 0;  ///< samples
     std::vector<std::string> trackNames;
     bool metered = false;
-    const ReadCheck& reads;  ///< of the sound that is played
+    const ReadCheck& reads;  ///< monitors the sound that is played
 };
 
-/// A playback that is under way: passes keys to the controls and shows what is heard.
+/// A running playback. Passes keys to the transport controls and displays the playback state.
 ///
 /// Threads: one.
 class PlaySession {
@@ -37,12 +37,12 @@ public:
     PlaySession(const GlobalOptions& global, const PlayOptions& options, const PlaySubject& subject,
                 sonrel::PlaybackEngine& engine, PlayOutput& output, MeterSessions& sessions);
 
-    /// Plays until the end of the run, q or a signal. Once a key has been pressed, the end of a run
-    /// is a pause.
-    /// @throws CommandError for a signal, and for a sound device that is lost or stalls
+    /// Plays until the run ends, q is pressed or a signal arrives. Once a key has been pressed, the
+    /// end of a run is a pause.
+    /// @throws CommandError for a signal, and when the sound device is lost or stalls
     void Run(long long begin);
 
-    /// The frame that was heard last; NO_FRAME when there was none.
+    /// The last frame that was heard; NO_FRAME before the first.
     int LastFrame() const { return lastFrame_; }
 
 private:
@@ -65,9 +65,9 @@ private:
     PlayOutput& output_;
     MeterSessions& sessions_;
     PlayEvents events_;
-    Suspension suspension_;  // ends after the drawing is erased
+    Suspension suspension_;  // destroyed after the drawing is erased
     PlayDisplay display_;
-    std::string readError_;  // empty while everything was read
+    std::string readError_;  // empty without a read error
     Transport transport_;
     OutputWatch watch_;
     int lastFrame_ = sonrel::PlaybackEngine::NO_FRAME;

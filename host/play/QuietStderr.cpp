@@ -9,12 +9,12 @@
 namespace orlo::host {
 
 QuietStderr::QuietStderr() {
-    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (nowhere < 0) return;
+    const int devNull = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (devNull < 0) return;
     std::fflush(stderr);
     former_ = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
-    if (former_ >= 0) dup2(nowhere, STDERR_FILENO);
-    close(nowhere);
+    if (former_ >= 0) dup2(devNull, STDERR_FILENO);
+    close(devNull);
 }
 
 QuietStderr::~QuietStderr() {

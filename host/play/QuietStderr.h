@@ -3,8 +3,8 @@
 
 namespace orlo::host {
 
-/// Drops what is written to standard error while it lives. The system's sound libraries print there
-/// when a device does not open; the program has a line of its own for that.
+/// Discards writes to standard error during its lifetime. The system's sound libraries print there
+/// when a device does not open; the program prints its own message for that.
 class QuietStderr {
 public:
     QuietStderr();

@@ -36,7 +36,7 @@ Suspension::Suspension() {
 Suspension::~Suspension() {
     if (!active_) return;
     SetHandler(SIG_DFL);
-    // A stop that came after the last look is not lost.
+    // Delivers a stop that arrived after the last check.
     if (requested.exchange(false)) raise(SIGTSTP);
 }
 

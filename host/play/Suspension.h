@@ -3,8 +3,9 @@
 
 namespace orlo::host {
 
-/// Holds the stop of Ctrl-Z (SIGTSTP) back while it lives, so that the program can first put the
-/// terminal into its normal mode. A program whose caller ignores SIGTSTP ignores it here too.
+/// Defers the stop by Ctrl-Z (SIGTSTP) during its lifetime, so that the program can first restore
+/// the normal modes of the terminal. When the caller of the program ignores SIGTSTP, the program
+/// ignores it too.
 ///
 /// Threads: one; at most one object at a time.
 class Suspension {
@@ -14,9 +15,9 @@ public:
     Suspension(const Suspension&) = delete;
     Suspension& operator=(const Suspension&) = delete;
 
-    /// Whether a stop is held back.
+    /// Whether a stop is pending.
     bool IsRequested() const;
-    /// Stops the program as Ctrl-Z does, and returns when it continues.
+    /// Stops the program as Ctrl-Z does. Returns when the program is continued.
     void StopProgram();
 
 private:

@@ -13,27 +13,28 @@ namespace {
 using sonrel::PlaybackEngine;
 using Err = PlaybackEngine::Err;
 
-constexpr int FASTEST = 4;
+constexpr int MAX_SPEED = 4;
 constexpr int LONG_JUMP_SECONDS = 10;
 
 }  // namespace
 
 std::string PlaybackErrorMessage(Err error, int sampleRate) {
     const std::string rate = std::to_string(sampleRate) + " Hz";
-    const std::string elsewhere = "; play to nowhere with --output null, or into a file";
+    const std::string elsewhere = "; use --output null or a file instead";
     switch (error) {
         case Err::AudioLibraryLoadFailed:
-            return "the sound library libSDL2-2.0.so.0 does not load" + elsewhere;
+            return "the sound library libSDL2-2.0.so.0 cannot be loaded" + elsewhere;
         case Err::AudioEngineCreateFailed:
-            return "the sound output cannot be made" + elsewhere;
+            return "the sound output cannot be created" + elsewhere;
         case Err::MasteringVoiceFailed:
-            return "no sound device opens at " + rate + elsewhere;
+            return "no sound device can be opened at " + rate + elsewhere;
         case Err::UnsupportedSampleRate:
-            return "nothing is played at " + rate + "; give one from 8000 to 96000 with --rate";
+            return "playback at " + rate +
+                   " is not possible; set a rate from 8000 to 96000 with --rate";
         case Err::OutOfRange:
-            return "the position lies outside of what there is to play";
+            return "the position is outside the playable range";
         default:
-            return "playback fails with code " + std::to_string(static_cast<int>(error));
+            return "playback failed with code " + std::to_string(static_cast<int>(error));
     }
 }
 
@@ -49,7 +50,7 @@ void Transport::Begin(long long sample, Direction direction, int speed) {
     speed_ = speed;
     frameIsPending_ = false;
     frame_ = Clamp(grid_.FrameOf(sample));
-    // The end of a former run counts for nothing.
+    // The end of a previous run is ignored.
     const Err error = engine_.PlayFromSample(
         sample, direction, speed, [this, run = ++run_](void*) { endedRun_ = run; }, nullptr);
     playing_ = error == Err::NoError;
@@ -111,16 +112,16 @@ void Transport::Play(Direction direction) {
     const bool again = playing_ && direction == direction_;
     const int frame = Frame();
     const long long sample = grid_.Start(frame);
-    // In reverse there is nothing before the first sample.
+    // In reverse no samples precede the first sample.
     if (direction == Direction::Reverse && sample == 0) return Stop();
-    Begin(std::min(sample, total_ - 1), direction, again ? std::min(speed_ + 1, FASTEST) : 1);
+    Begin(std::min(sample, total_ - 1), direction, again ? std::min(speed_ + 1, MAX_SPEED) : 1);
 }
 
 void Transport::Jump(int frames) {
     const int frame = Clamp(static_cast<long long>(Frame()) + frames);
-    const bool nothingBefore = direction_ == Direction::Reverse && frame == 0;
+    const bool atStart = direction_ == Direction::Reverse && frame == 0;
     frameIsPending_ = false;
-    if (playing_ && nothingBefore) return PauseAt(frame);
+    if (playing_ && atStart) return PauseAt(frame);
     if (!playing_) {
         frame_ = frame;
         return;

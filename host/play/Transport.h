@@ -11,52 +11,53 @@
 
 namespace orlo::host {
 
-/// What a failed playback command means for who called the program, as a clause.
+/// The message for a failed playback command, as a clause.
 std::string PlaybackErrorMessage(sonrel::PlaybackEngine::Err error, int sampleRate);
 
-/// The controls of a player: runs, pauses and jumps of a playback engine that is set up.
+/// The transport controls of a player: runs, pauses and jumps of an initialized playback engine.
 ///
-///     L, J          play forward, in reverse; again, faster, up to four times
+///     L, J          play forward, in reverse; each further press is faster, up to speed 4
 ///     K             pause
-///     space         pause, or go on
-///     left, right   a second back, on; in a pause one frame, which is heard
-///     up, down      ten seconds on, back; in a pause too
+///     space         pause, or continue
+///     left, right   one second back, forward; during a pause one frame, which is heard
+///     up, down      ten seconds forward, back; also during a pause
 ///     q             quit
 ///
-/// Reaching the first frame in reverse, or the last frame, is a pause once a key has been pressed.
+/// Once a key has been pressed, a run that reaches the last frame, or the first frame in reverse,
+/// pauses there.
 ///
-/// Threads: one; the end of a run is noted from the device's.
+/// Threads: one; the end of a run is recorded on the device's thread.
 class Transport {
 public:
     using Direction = sonrel::PlaybackEngine::PlaybackDirection;
 
     /// @param total  length of the target in samples, above 0
     Transport(sonrel::PlaybackEngine& engine, const FrameGrid& grid, long long total);
-    /// Stops what plays.
+    /// Stops the playback.
     ~Transport();
     Transport(const Transport&) = delete;
     Transport& operator=(const Transport&) = delete;
 
     /// Starts a run. @throws JobError
     void Begin(long long sample, Direction direction, int speed);
-    /// Does what a key asks for. @throws JobError
+    /// Executes the command of a key. @throws JobError
     void Press(Key key);
     void Stop();
-    /// Turns the run that has been heard to its end into a pause on its last frame.
+    /// Turns a completed run into a pause on its last frame.
     void PauseAtEnd();
-    /// Asks once more for a single frame that the device was too busy to take. Frames of a burst of
-    /// keys may be left out; the last frame is always heard.
+    /// Plays a single frame again that the device was too busy to take. Frames of a burst of keys
+    /// may be skipped; the last frame is always heard.
     void RetryFrame();
 
     bool IsPlaying() const { return playing_; }
-    /// Whether the run that was begun last has been heard to its end.
+    /// Whether the last run has been played to its end.
     bool HasEnded() const { return playing_ && endedRun_.load() == run_; }
     /// Whether a key has been pressed.
     bool HasBeenUsed() const { return used_; }
     bool WantsToQuit() const { return quit_; }
     Direction CurrentDirection() const { return direction_; }
     int Speed() const { return speed_; }
-    /// The frame that is heard, or that a pause stands on.
+    /// The frame that is heard, or the frame of the pause.
     int Frame() const;
 
 private:
@@ -71,13 +72,13 @@ private:
     sonrel::PlaybackEngine& engine_;
     const FrameGrid grid_;
     const long long total_;
-    int frame_ = 0;  ///< where a pause stands, or the run begins
+    int frame_ = 0;  ///< frame of the pause, or first frame of the run
     Direction direction_ = Direction::Forward;
     int speed_ = 1;
     bool playing_ = false;
     bool quit_ = false;
     bool used_ = false;
-    bool frameIsPending_ = false;  ///< the frame of the pause is still to be heard
+    bool frameIsPending_ = false;  ///< the frame of the pause has not been heard yet
     std::uint64_t run_ = 0;
     std::atomic<std::uint64_t> endedRun_ = 0;
 };

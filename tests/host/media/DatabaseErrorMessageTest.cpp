@@ -13,9 +13,9 @@
 namespace orlo::host {
 namespace {
 
-class DatabaseTroubleText : public testing::Test {
+class DatabaseErrorText : public testing::Test {
 protected:
-    DatabaseTroubleText() {
+    DatabaseErrorText() {
         sonrel_tests::WriteFile(folder_ / "media.db", "");
         sonrel_tests::WriteFile(folder_ / "media.db-shm", "");
     }
@@ -35,14 +35,14 @@ protected:
     std::string database_ = (folder_ / "media.db").string();
 };
 
-TEST_F(DatabaseTroubleText, TheHolderOfALockIsTheProcessThatLocksForWriting) {
+TEST_F(DatabaseErrorText, TheHolderOfALockIsTheProcessThatLocksForWriting) {
     EXPECT_EQ(LockHolder(database_, Line("READ", 999999991, "media.db") +
                                         Line("WRITE", 999999992, "media.db-shm")),
               "process 999999992");
     EXPECT_EQ(LockHolder(database_, Line("WRITE", 999999993, "media.db")), "process 999999993");
 }
 
-TEST_F(DatabaseTroubleText, ReadersThisProcessAndOtherFilesAreNotTheHolderOfALock) {
+TEST_F(DatabaseErrorText, ReadersThisProcessAndOtherFilesAreNotTheHolderOfALock) {
     sonrel_tests::WriteFile(folder_ / "other.db", "");
 
     EXPECT_EQ(LockHolder(database_, "what is this\n" + Line("READ", 999999991, "media.db") +
@@ -52,46 +52,47 @@ TEST_F(DatabaseTroubleText, ReadersThisProcessAndOtherFilesAreNotTheHolderOfALoc
               "");
 }
 
-TEST_F(DatabaseTroubleText, ALockedDatabaseIsNotToBeMovedAway) {
+TEST_F(DatabaseErrorText, ALockedDatabaseShouldNotBeMovedAway) {
     EXPECT_EQ(
         DatabaseErrorMessage(database_, "The media database " + database_ + ": database is locked"),
         "cannot use the media database '" + database_ +
-            "': it is locked by another program; try again when that has ended, or give "
-            "another with --db");
+            "': it is locked by another program; try again after it has ended, or "
+            "choose another database with --db");
 }
 
-TEST_F(DatabaseTroubleText, ARecordOfAnotherProgramIsNotAReasonToMoveTheDatabaseAway) {
+TEST_F(DatabaseErrorText, ARecordOfAnotherProgramIsNotAReasonToMoveTheDatabaseAway) {
     EXPECT_EQ(DatabaseErrorMessage(database_, "The media database " + database_ +
                                                   ": another program has recorded the file"),
               "cannot use the media database '" + database_ +
                   "': another program has recorded the file; try again");
 }
 
-TEST_F(DatabaseTroubleText, AFullDiskIsNotAReasonToMoveTheDatabaseAway) {
+TEST_F(DatabaseErrorText, AFullDiskIsNotAReasonToMoveTheDatabaseAway) {
     EXPECT_EQ(DatabaseErrorMessage(
                   database_, "The media database " + database_ + ": database or disk is full"),
               "cannot use the media database '" + database_ +
-                  "': its disk is full; make room, or give another with --db");
+                  "': its disk is full; make room, or choose another database with --db");
 }
 
-TEST_F(DatabaseTroubleText, AFailingDiskIsNotAReasonToMoveTheDatabaseAway) {
+TEST_F(DatabaseErrorText, AFailingDiskIsNotAReasonToMoveTheDatabaseAway) {
     EXPECT_EQ(
         DatabaseErrorMessage(database_, "The media database " + database_ + ": disk I/O error"),
         "cannot use the media database '" + database_ +
-            "': disk I/O error; check its disk, or give another with --db");
+            "': disk I/O error; check its disk, or choose another database with --db");
 }
 
-TEST_F(DatabaseTroubleText, ADatabaseThatCannotBeOpenedOrWrittenIsNotToBeMovedAway) {
+TEST_F(DatabaseErrorText, ADatabaseThatCannotBeOpenedOrWrittenShouldNotBeMovedAway) {
     for (const std::string words :
          {"unable to open database file", "attempt to write a readonly database",
           "the file cannot be written"}) {
         EXPECT_EQ(DatabaseErrorMessage(database_, "The media database " + database_ + ": " + words),
                   "cannot use the media database '" + database_ + "': " + words +
-                      "; it and its folder must exist and be writable, or give another with --db");
+                      "; it and its folder must exist and be writable, or choose another database "
+                      "with --db");
     }
 }
 
-TEST_F(DatabaseTroubleText, WhatTheProcessLacksIsNotAReasonToMoveTheDatabaseAway) {
+TEST_F(DatabaseErrorText, ALackOfDescriptorsOrMemoryIsNotAReasonToMoveTheDatabaseAway) {
     const std::string text = "The media database " + database_ + ": ";
     const std::string subject = "cannot use the media database '" + database_ + "': ";
 
@@ -105,11 +106,11 @@ TEST_F(DatabaseTroubleText, WhatTheProcessLacksIsNotAReasonToMoveTheDatabaseAway
     }
 }
 
-TEST_F(DatabaseTroubleText, ADamagedDatabaseIsToBeMovedAway) {
+TEST_F(DatabaseErrorText, ADamagedDatabaseShouldBeMovedAway) {
     EXPECT_EQ(DatabaseErrorMessage(database_,
                                    "The media database " + database_ + ": file is not a database"),
               "cannot use the media database '" + database_ +
-                  "': file is not a database; move it away, or give another with --db");
+                  "': file is not a database; move it away, or choose another database with --db");
 }
 
 }  // namespace

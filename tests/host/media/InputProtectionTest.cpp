@@ -36,7 +36,7 @@ protected:
     GlobalOptions global_;
 };
 
-TEST_F(InputProtection, OtherFilesOfTheCacheFolderArePartOfTheCacheWhereTheDatabaseRecordsThem) {
+TEST_F(InputProtection, OtherFilesOfTheCacheFolderArePartOfTheCacheWhenTheDatabaseRecordsThem) {
     project::MediaDB(folder_.Wide("media.db"), folder_.Wide("cache"), true)
         .AddVFRCacheFile(L"/media/v.mp4", L"1", 0, L"frames.dat");
     WriteFile(folder_ / "cache/frames.dat", "x");
@@ -46,7 +46,7 @@ TEST_F(InputProtection, OtherFilesOfTheCacheFolderArePartOfTheCacheWhereTheDatab
     EXPECT_FALSE(IsRefused("cache/notes.txt"));
 }
 
-TEST_F(InputProtection, TheCompanionsOfALinkedDatabaseAreThoseOfItsFile) {
+TEST_F(InputProtection, TheCompanionsOfALinkedDatabaseAreBesideTheTargetOfTheLink) {
     std::filesystem::create_directory(folder_ / "real");
     WriteFile(folder_ / "real/kept.db", "x");
     std::filesystem::create_symlink("real/kept.db", folder_ / "media.db");
@@ -57,7 +57,7 @@ TEST_F(InputProtection, TheCompanionsOfALinkedDatabaseAreThoseOfItsFile) {
     EXPECT_TRUE(IsRefused("real/kept.db-shm"));
 }
 
-TEST_F(InputProtection, TheCacheThatIsNotUsedIsProtectedToo) {
+TEST_F(InputProtection, ACacheThatIsNotUsedIsProtectedToo) {
     global_.noCacheDb = true;
 
     EXPECT_TRUE(IsRefused("media.db"));
@@ -78,7 +78,7 @@ TEST_F(InputProtection, TheImagesOfASequenceAreMediaOfItsClip) {
     EXPECT_NO_THROW(guard.Claim(folder_ / "shot.0001.txt"));
 }
 
-TEST_F(InputProtection, ADatabaseThatIsNotOneProtectsTheRestAllTheSame) {
+TEST_F(InputProtection, AnInvalidDatabaseDoesNotPreventTheProtectionOfTheOtherFiles) {
     WriteFile(folder_ / "media.db", "not a database");
     WriteFile(folder_ / "cache/notes.txt", "x");
     WriteFile(folder_ / "cache/a.xwmc", "x");

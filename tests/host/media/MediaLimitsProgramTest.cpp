@@ -17,7 +17,7 @@ namespace {
 
 class MediaLimitsProgram : public testing::Test {
 protected:
-    /// A WAVE file of zeros that take no room on the disk.
+    /// A WAVE file of zeros that use no space on the disk.
     void WriteZeros(const std::string& name, const std::string& format, std::uint32_t bytes) const {
         WriteFile(shop_.Work(name), "RIFF" + Little(36 + bytes, 4) + "WAVE" +
                                         Chunk("fmt ", format) + "data" + Little(bytes, 4));
@@ -73,7 +73,7 @@ TEST_F(MediaLimitsProgram, EveryCommandStopsWhileItOpensMedia) {
     ExpectStopWhileOpening({"play", "@slow.wav", "--output", "@out.wav"});
 }
 
-TEST_F(MediaLimitsProgram, ZerosAreRefusedAtOnceHoweverLongTheFile) {
+TEST_F(MediaLimitsProgram, ZerosAreRefusedAtOnceInFilesOfAnyLength) {
     WriteFile(shop_.Work("zeros.mp3"), "");
     std::filesystem::resize_file(shop_.Work("zeros.mp3"), 8LL << 30);
 
@@ -125,7 +125,7 @@ TEST_F(MediaLimitsProgram, TooMuchSilenceForDamagedPacketsIsRefusedByEveryComman
     EXPECT_EQ(NamesIn(shop_.Path("work")), std::vector<std::string>{"bad.mka"});
 }
 
-TEST_F(MediaLimitsProgram, PeaksOfMoreChannelsThanFitAreRefusedWithTheirNumber) {
+TEST_F(MediaLimitsProgram, PeaksOfTooManyChannelsAreRefusedWithTheNumberOfChannels) {
     WriteFile(shop_.Work("wide.mka"),
               MatroskaFile(SoundTrack(1, "A_AC3", 1078165762), {{1, 0, std::string(100, '\0')}}));
 
@@ -138,7 +138,7 @@ TEST_F(MediaLimitsProgram, PeaksOfMoreChannelsThanFitAreRefusedWithTheirNumber) 
     }
 }
 
-TEST_F(MediaLimitsProgram, AConformedFileThatCannotFitOnTheDiskIsNotBegun) {
+TEST_F(MediaLimitsProgram, AConformedFileThatDoesNotFitOnTheDiskIsNotStarted) {
     // 4 GB at 64 Hz make 12 TB at 48000 Hz.
     WriteZeros("slow.wav", PcmFormat(1, 1, 64, 8), 4000000000);
 
@@ -149,7 +149,7 @@ TEST_F(MediaLimitsProgram, AConformedFileThatCannotFitOnTheDiskIsNotBegun) {
     EXPECT_TRUE(NamesIn(shop_.Path("cache")).empty());
 }
 
-/// Lowers the descriptors of this process and of those that it starts.
+/// Lowers the descriptor limit of this process and its child processes.
 class FewDescriptors {
 public:
     explicit FewDescriptors(rlim_t count) {
@@ -163,7 +163,7 @@ private:
     struct rlimit before_ = {};
 };
 
-TEST_F(MediaLimitsProgram, DescriptorsForAnyNumberOfMediaAre64) {
+TEST_F(MediaLimitsProgram, SixtyFourDescriptorsAreEnoughForAnyNumberOfMediaFiles) {
     std::vector<Json> tracks;
     for (int i = 0; i < 70; ++i) {
         const std::string name = std::to_string(i) + ".wav";

@@ -11,9 +11,9 @@ namespace {
 
 using testing::HasSubstr;
 
-// A run checks each conformed file with four reads: its header when it is put on the stream, and
-// its header, its first and its last sample. A single failed read of these 48 is healed by
-// conforming anew. The mix and the stems then read 30 blocks of 12 files twice, 1440 reads:
+// A run checks each conformed file with four reads: its header when it is set on the stream, and
+// its header, its first and its last sample. A single failed read of these 48 is repaired by
+// conforming again. The mix and the stems then read 30 blocks of 12 files twice, 1440 reads:
 // alternately the header and the samples. The header is read again in pieces when its first read
 // fails, so that only the samples, which have the even numbers, are lost.
 
@@ -22,7 +22,7 @@ TEST_F(UnreadableMedia, AReadErrorOfAConformedFileFailsTheMixAndLeavesNoOutput) 
     EXPECT_EQ(Sweep(OfConformedFiles("read", "EIO", "1"), mix_), 3);
 }
 
-TEST_F(UnreadableMedia, ADiskThatFailsFromSomePointOnFailsTheMix) {
+TEST_F(UnreadableMedia, ADiskThatFailsPermanentlyFailsTheMix) {
     // The numbers from 1 to 1387.
     EXPECT_EQ(Sweep(OfConformedFiles("read", "EIO", "all"), mix_), 28);
 }
@@ -32,7 +32,7 @@ TEST_F(UnreadableMedia, AConformedFileThatMayNotBeOpenedFailsTheMix) {
     EXPECT_EQ(Sweep(OfConformedFiles("open", "EACCES", "all"), mix_), 25);
 }
 
-TEST_F(UnreadableMedia, DescriptorsThatAreUsedUpFailTheMix) {
+TEST_F(UnreadableMedia, ALackOfDescriptorsFailsTheMix) {
     EXPECT_EQ(Sweep(OfConformedFiles("open", "EMFILE", "all"), mix_), 25);
 }
 
@@ -135,7 +135,7 @@ TEST_F(UnreadableMedia, TooFewDescriptorsAreReportedWithTheRemedy) {
     EXPECT_GT(failures, 0);
 }
 
-TEST_F(UnreadableMedia, ConformedFilesThatAreBrokenAreMadeAnewOnce) {
+TEST_F(UnreadableMedia, BrokenConformedFilesAreRecreatedOnce) {
     ASSERT_EQ(shop_.Run(mix_).exitCode, 0);
     const auto outputs = TakeOutputs();
     const std::vector<fs::path> files = CacheFiles(".xwmc");
@@ -153,7 +153,7 @@ TEST_F(UnreadableMedia, ConformedFilesThatAreBrokenAreMadeAnewOnce) {
     EXPECT_EQ(CacheFiles(".xwmc").size(), std::size_t{TRACKS});
 }
 
-TEST_F(UnreadableMedia, ConformMakesABrokenFileAnew) {
+TEST_F(UnreadableMedia, ConformRecreatesABrokenFile) {
     ASSERT_EQ(shop_.Run({"conform", "@m0.wav"}).exitCode, 0);
     const std::string bytes = ReadFile(CacheFiles(".xwmc").at(0));
     fs::resize_file(CacheFiles(".xwmc").at(0), 1000);
@@ -166,7 +166,7 @@ TEST_F(UnreadableMedia, ConformMakesABrokenFileAnew) {
     EXPECT_EQ(ReadFile(CacheFiles(".xwmc").at(0)), bytes);
 }
 
-TEST_F(UnreadableMedia, AConformedFileThatCannotBeReadAfterItIsMadeAnewFails) {
+TEST_F(UnreadableMedia, AConformedFileThatCannotBeReadAfterItIsRecreatedFails) {
     const DisturbedRun run = RunWithFault(shop_, OfConformedFiles("read", "EIO", "all"), 1,
                                           {"conform", "@m0.wav", "--json"});
 
@@ -176,7 +176,7 @@ TEST_F(UnreadableMedia, AConformedFileThatCannotBeReadAfterItIsMadeAnewFails) {
     EXPECT_EQ(run.result.Json().at("files").at(0).at("status"), "failed");
 }
 
-TEST_F(UnreadableMedia, FilesThatAnotherProcessDeletesDuringTheMixFailIt) {
+TEST_F(UnreadableMedia, FilesThatAnotherProcessDeletesDuringTheMixFailTheMix) {
     ASSERT_EQ(shop_.Run({"conform", "@edit.otio"}).exitCode, 0);
     ASSERT_EQ(mkfifo(shop_.Work("pipe").c_str(), 0600), 0);
     // The program writes 131072 bytes at once, and a pipe holds 65536: it waits with 24832 samples
@@ -184,7 +184,7 @@ TEST_F(UnreadableMedia, FilesThatAnotherProcessDeletesDuringTheMixFailIt) {
     RunningProgram program = shop_.Start({"mix", "@edit.otio", "-o", "@pipe"});
     const int pipe = open(shop_.Work("pipe").c_str(), O_RDONLY);
     char bytes[4096];
-    // More than the header, which is written before anything is read.
+    // More than the header, which is written before the first read.
     for (int i = 0; i < 100; ++i) ASSERT_EQ(read(pipe, bytes, 1), 1);
     for (const fs::path& file : CacheFiles(".xwmc")) fs::remove(file);
 

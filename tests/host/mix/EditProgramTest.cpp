@@ -113,7 +113,7 @@ TEST_F(EditProgram, StemsAreNamedByNumberAndTrack) {
     }
 }
 
-TEST_F(EditProgram, StemsChangeNoByteOfTheMix) {
+TEST_F(EditProgram, StemsDoNotChangeTheMix) {
     WriteEdit();
     ASSERT_EQ(Mix({"--dither", "highpass"}).exitCode, 0);
     const std::string without = ReadFile(shop_.Work("out.wav"));
@@ -146,7 +146,7 @@ TEST_F(EditProgram, UnditheredStemsAddUpToTheMixWithinOneStepATrack) {
     EXPECT_EQ(muted, Values(mix.size(), 0));
 }
 
-TEST_F(EditProgram, BesideASoloTrackTheOtherStemsAreSilent) {
+TEST_F(EditProgram, WithASoloTrackTheOtherStemsAreSilent) {
     WriteTimeline(Timeline({WithOurs(Track({Clip("flat.wav", 0, 5)}, "A"), {{"solo", true}}),
                             Track({Clip("flat.wav", 0, 5)}, "B")}));
 
@@ -156,7 +156,7 @@ TEST_F(EditProgram, BesideASoloTrackTheOtherStemsAreSilent) {
     EXPECT_EQ(Samples(shop_.Work("stems/02-B.wav")), Values(2 * 5 * FRAME, 0));
 }
 
-TEST_F(EditProgram, StemsCoverWhatTheMixCovers) {
+TEST_F(EditProgram, StemsCoverTheRangeOfTheMix) {
     WriteTimeline(Timeline({Track({Clip("low.wav", 0, 20)}, "A")}));
 
     const Values mix = MixUndithered({"--stems", "@stems", "--from", "1000smp", "--to", "7f"});
@@ -165,7 +165,7 @@ TEST_F(EditProgram, StemsCoverWhatTheMixCovers) {
     EXPECT_EQ(Samples(shop_.Work("stems/01-A.wav")), mix);
 }
 
-TEST_F(EditProgram, AStemMayNotReplaceWhatIsReadOrWritten) {
+TEST_F(EditProgram, AStemMayNotReplaceAnInputOrAnotherOutput) {
     std::filesystem::create_directory(shop_.Work("stems"));
     WriteFile(shop_.Work("stems/01-A.wav"), ConstantWav(FRAME, 1, 1));
     WriteTimeline(Timeline({Track({Clip("stems/01-A.wav", 0, 1)}, "A")}));
@@ -177,7 +177,7 @@ TEST_F(EditProgram, AStemMayNotReplaceWhatIsReadOrWritten) {
     EXPECT_EQ(ReadFile(shop_.Work("stems/01-A.wav")), ConstantWav(FRAME, 1, 1));
 }
 
-TEST_F(EditProgram, AFolderForStemsThatCannotBeMadeFailsAndWritesNothing) {
+TEST_F(EditProgram, AStemsFolderThatCannotBeCreatedFailsAndWritesNothing) {
     WriteTimeline(Timeline({Track({Clip("low.wav", 0, 1)}, "A")}));
 
     const ProgramResult result = Mix({"--stems", "@low.wav/stems"});
@@ -190,7 +190,7 @@ TEST_F(EditProgram, AFolderForStemsThatCannotBeMadeFailsAndWritesNothing) {
 // ---- compositions
 
 TEST_F(EditProgram, ACompositionIsMixedByItsName) {
-    // The item's own speed and range do not matter: its inside is mixed from its first frame on.
+    // The item's own speed and range do not matter: its content is mixed from its first frame.
     Json sub = Named(WithRange(Stack({Track({Clip("low.wav", 4, 30)})}), 7, 10), "sub");
     sub["effects"] = std::vector<Json>{TimeWarp(2.0)};
     WriteTimeline(Timeline({Track({Gap(5), sub})}));
@@ -206,7 +206,7 @@ TEST_F(EditProgram, ACompositionIsMixedByItsName) {
     EXPECT_GT(result.Json().at("master").at("peak").at(0), 0.2);
 }
 
-TEST_F(EditProgram, ACompositionNeedsOnlyItsOwnMedia) {
+TEST_F(EditProgram, ACompositionNeedsOnlyItsMedia) {
     WriteTimeline(Timeline(
         {Track({Named(Stack({Track({Clip("low.wav", 0, 3)})}), "sub"), Clip("gone.wav", 0, 5)})}));
 
@@ -214,7 +214,7 @@ TEST_F(EditProgram, ACompositionNeedsOnlyItsOwnMedia) {
     EXPECT_EQ(Mix().exitCode, 3);
 }
 
-TEST_F(EditProgram, ACompositionThatThereIsNotIsWrongUsage) {
+TEST_F(EditProgram, AnUnknownCompositionIsWrongUsage) {
     WriteTimeline(Timeline({Track({Clip("low.wav", 0, 5)})}));
 
     const ProgramResult result = Mix({"--composition", "clip"});
@@ -223,7 +223,7 @@ TEST_F(EditProgram, ACompositionThatThereIsNotIsWrongUsage) {
     EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
 }
 
-TEST_F(EditProgram, ACompositionHasNoStemsAndAMediumNeither) {
+TEST_F(EditProgram, ACompositionAndAMediaFileHaveNoStems) {
     WriteEdit();
 
     EXPECT_EQ(Mix({"--composition", "tracks", "--stems", "@stems"}).exitCode, 2);
@@ -231,7 +231,7 @@ TEST_F(EditProgram, ACompositionHasNoStemsAndAMediumNeither) {
     EXPECT_EQ(shop_.Run({"mix", "@low.wav", "-o", "@o.wav", "--composition", "x"}).exitCode, 2);
 }
 
-TEST_F(EditProgram, ANestedItemSoundsAsItsContentDoes) {
+TEST_F(EditProgram, ANestedItemSoundsLikeItsContent) {
     WriteTimeline(Timeline({Track({Stack({Track({Clip("low.wav", 0, 30)})})})}));
     const Values nested = MixUndithered();
 
@@ -256,7 +256,7 @@ TEST_F(EditProgram, AMutedInnerTrackIsSilent) {
     EXPECT_EQ(MixUndithered(), Values(low.begin(), low.begin() + 2 * 3 * FRAME));
 }
 
-TEST_F(EditProgram, FourHundredLevelsOfNestingSoundLikeNone) {
+TEST_F(EditProgram, FourHundredLevelsOfNestingSoundLikeTheContent) {
     Json item = Clip("low.wav", 0, 2);
     for (int level = 0; level < 400; ++level) item = Stack({item});
     WriteTimeline(Timeline({Track({item})}));
@@ -267,7 +267,7 @@ TEST_F(EditProgram, FourHundredLevelsOfNestingSoundLikeNone) {
 
 // ---- retiming
 
-TEST_F(EditProgram, RetimeChoosesWhatADurationCounts) {
+TEST_F(EditProgram, RetimeChoosesTheUnitOfADuration) {
     Json clip = Clip("low.wav", 0, 40);
     clip["effects"] = std::vector<Json>{TimeWarp(2.0)};
     WriteTimeline(Timeline({Track({clip})}));
@@ -277,10 +277,10 @@ TEST_F(EditProgram, RetimeChoosesWhatADurationCounts) {
     EXPECT_EQ(Mix({"--retime", "both"}).exitCode, 2);
 }
 
-// ---- what clips
+// ---- clipping
 
-TEST_F(EditProgram, WhatClipsIsToldWithTimecodes) {
-    // At 13 dB the flat medium clips on the left from frame 30 to 40: four meter blocks of 4800
+TEST_F(EditProgram, ClippingIsReportedWithTimecodes) {
+    // At 13 dB the flat media file clips on the left from frame 30 to 40: four meter blocks of 4800
     // samples, the first from 57600 and the last to 76800.
     WriteTimeline(Timeline({Track(
         {Clip("low.wav", 0, 30), WithOurs(Clip("flat.wav", 0, 10), {{"audioLevel", 13}})})}));
@@ -307,7 +307,7 @@ TEST_F(EditProgram, TimecodesOfClipsCountFromTheTimelinesStart) {
 
 // ---- info
 
-TEST_F(EditProgram, InfoTellsTheWholeStructure) {
+TEST_F(EditProgram, InfoReportsTheWholeStructure) {
     WriteEdit();
 
     const nlohmann::json report = shop_.Run({"info", "@edit.otio", "--json"}).Json();
@@ -345,7 +345,7 @@ TEST_F(EditProgram, InfoShowsATree) {
         << text;
 }
 
-TEST_F(EditProgram, InfoListsEffectsThatCannotBeMade) {
+TEST_F(EditProgram, InfoListsEffectsThatCannotBeCreated) {
     WriteTimeline(Timeline(
         {Track({WithOurs(Clip("low.wav", 0, 5), {{"effects", {{{"plugin", "vocoder"}}}}})})}));
 

@@ -17,7 +17,7 @@ namespace {
 
 constexpr int FRAMES = 20000;
 
-/// What the library says when it measures all of it.
+/// The result of the library for the whole signal.
 double LibraryTruePeak(const std::vector<short>& frames, int rate) {
     const LoudnessState state(
         ebur128_init(2, static_cast<unsigned long>(rate), EBUR128_MODE_TRUE_PEAK));
@@ -58,7 +58,7 @@ std::vector<short> Square() {
     return frames;
 }
 
-TEST(TruePeakSearch, FindsExactlyWhatTheLibraryFindsAtEveryRateAndPieceSize) {
+TEST(TruePeakSearch, FindsTheExactPeakOfTheLibraryAtEveryRateAndPieceSize) {
     for (const int rate : {8000, 44100, 48000, 95999, 96000, 191999, 192000}) {
         for (const auto& frames : {Noise(), Tone(), Square()}) {
             const double expected = LibraryTruePeak(frames, rate);
@@ -74,7 +74,7 @@ TEST(TruePeakSearch, FindsExactlyWhatTheLibraryFindsAtEveryRateAndPieceSize) {
     }
 }
 
-TEST(TruePeakSearch, MeasuresOnlyWhatMayHoldANewPeak) {
+TEST(TruePeakSearch, MeasuresOnlyRangesThatMayContainANewPeak) {
     const std::vector<short> tone = Tone();
     TruePeakSearch search(48000);
 
@@ -83,7 +83,7 @@ TEST(TruePeakSearch, MeasuresOnlyWhatMayHoldANewPeak) {
     EXPECT_LT(search.MeasuredFrames(), 2000);
 }
 
-TEST(LoudnessMeter, ATruePeakLiesBetweenTheSamples) {
+TEST(LoudnessMeter, ATruePeakIsFoundBetweenTheSamples) {
     const std::vector<short> tone = Tone();
     LoudnessMeter meter(48000);
 
@@ -103,7 +103,7 @@ TEST(LoudnessMeter, SilenceHasNeitherLoudnessNorPeak) {
     EXPECT_EQ(meter.TruePeakDb(), std::nullopt);
 }
 
-TEST(LoudnessMeter, LessThanABlockHasAPeakAndNoLoudness) {
+TEST(LoudnessMeter, ASignalShorterThanABlockHasAPeakAndNoLoudness) {
     const std::vector<short> tone = Tone();
     LoudnessMeter meter(48000);
 
@@ -114,7 +114,7 @@ TEST(LoudnessMeter, LessThanABlockHasAPeakAndNoLoudness) {
 }
 
 TEST(LoudnessMeter, AToneOf997HertzAtFullScaleOnOneChannelIsMinus3) {
-    // The standard's own calibration: -3.01 LKFS.
+    // The calibration of the standard: -3.01 LKFS.
     std::vector<short> frames(2 * 96000);
     for (int i = 0; i < 96000; ++i) {
         frames[2 * i] =

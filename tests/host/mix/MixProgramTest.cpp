@@ -14,7 +14,7 @@
 namespace sonrel_tests {
 namespace {
 
-/// A WAV of CountingSamples: its plain 44-byte header is also the one that the program writes.
+/// A WAV of CountingSamples: the program writes the same plain 44-byte header.
 std::string CountingWav(long long frames, int rate = 48000) {
     return ConformedFileBytes(frames, rate);
 }
@@ -26,9 +26,9 @@ std::string Samples(const std::filesystem::path& path) {
     return data == std::string::npos ? std::string() : bytes.substr(data + 8);
 }
 
-/// A stereo WAV of one second whose samples lie half way up a tone of @p peak: a quarter of the
-/// rate, an eighth of a turn off, so that the tone is 1.414 times as high between the samples. It
-/// fades in and out.
+/// A stereo WAV of one second with a tone of @p peak at a quarter of the rate. The phase is shifted
+/// by an eighth of a period, so that the tone between the samples is 1.414 times as high as the
+/// samples. The tone fades in and out.
 std::string ToneBetweenSamples(double peak) {
     std::string data;
     for (int i = 0; i < 48000; ++i) {
@@ -61,7 +61,7 @@ protected:
     Workshop shop_;
 };
 
-TEST_F(MixProgram, AClipAtUnityWithoutDitherGivesItsOwnBytes) {
+TEST_F(MixProgram, AClipAtUnityWithoutDitherKeepsItsBytes) {
     WritePlainTimeline();
 
     ASSERT_EQ(Mix({"--dither", "none"}).exitCode, 0);
@@ -69,7 +69,7 @@ TEST_F(MixProgram, AClipAtUnityWithoutDitherGivesItsOwnBytes) {
     EXPECT_EQ(Samples(shop_.Work("out.wav")), CountingSamples(96000));
 }
 
-TEST_F(MixProgram, ABareMediaFileGivesItsOwnBytes) {
+TEST_F(MixProgram, AMediaFileKeepsItsBytes) {
     const ProgramResult result = shop_.Run({"mix", "@a.wav", "-o", "@out.wav", "--json"});
 
     ASSERT_EQ(result.exitCode, 0) << result.err;
@@ -80,7 +80,7 @@ TEST_F(MixProgram, ABareMediaFileGivesItsOwnBytes) {
     EXPECT_EQ(result.Json().at("dither"), "none");
 }
 
-TEST_F(MixProgram, TheSameCommandTwiceGivesTheSameBytes) {
+TEST_F(MixProgram, TheSameCommandTwiceWritesTheSameBytes) {
     WritePlainTimeline();
     ASSERT_EQ(Mix({"--dither", "triangular"}).exitCode, 0);
     const std::string first = ReadFile(shop_.Work("out.wav"));
@@ -91,7 +91,7 @@ TEST_F(MixProgram, TheSameCommandTwiceGivesTheSameBytes) {
 }
 
 TEST_F(MixProgram, TheSeedChangesTheNoise) {
-    // A level of -1 dB leaves fractions for the noise to decide about.
+    // A level of -1 dB produces fractions, whose rounding depends on the dither noise.
     Json document = Timeline({Track({Clip("a.wav", 0, 50)})});
     document["metadata"]["sonrel"] = {{"masterLevel", -1.0}};
     WriteTimeline(document);
@@ -167,7 +167,7 @@ TEST_F(MixProgram, FailOnClipExits3WithTheReportAndTheFile) {
     EXPECT_TRUE(std::filesystem::exists(shop_.Work("out.wav")));
 }
 
-TEST_F(MixProgram, FailOnClipIsContentWithoutOne) {
+TEST_F(MixProgram, FailOnClipSucceedsWithoutClipping) {
     WritePlainTimeline();
 
     EXPECT_EQ(Mix({"--fail-on-clip"}).exitCode, 0);
@@ -196,7 +196,7 @@ TEST_F(MixProgram, FailOnClipOfAMediaFileAcceptsATruePeakBelow0) {
     EXPECT_EQ(shop_.Run({"mix", "@tone.wav", "-o", "@out.wav", "--fail-on-clip"}).exitCode, 0);
 }
 
-TEST_F(MixProgram, MissingMediaExit3AreNamedAndNothingIsWritten) {
+TEST_F(MixProgram, MissingMediaExit3AndAreNamedAndNoFileIsWritten) {
     WriteTimeline(Timeline({Track({Clip("gone.wav", 0, 10), Clip("lost.wav", 0, 10)})}));
 
     const ProgramResult result = Mix({"--json"});
@@ -210,7 +210,7 @@ TEST_F(MixProgram, MissingMediaExit3AreNamedAndNothingIsWritten) {
     EXPECT_FALSE(std::filesystem::exists(shop_.Path("cache")));
 }
 
-TEST_F(MixProgram, AllowMissingLeavesThemSilent) {
+TEST_F(MixProgram, AllowMissingMixesSilenceForMissingMedia) {
     WriteTimeline(Timeline({Track({Clip("gone.wav", 0, 25), Clip("a.wav", 0, 25)})}));
 
     const ProgramResult result = Mix({"--allow-missing", "--dither", "none", "--json"});
@@ -230,7 +230,7 @@ TEST_F(MixProgram, ATimelineOfNoLengthFails) {
     EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
 }
 
-TEST_F(MixProgram, WithoutACacheATimelineWithMediaFailsAndOneOfGapsDoesNot) {
+TEST_F(MixProgram, WithoutACacheATimelineWithMediaFailsAndATimelineOfGapsDoesNot) {
     WritePlainTimeline();
     EXPECT_EQ(shop_.RunBare({"--no-cache-db", "mix", "@edit.otio", "-o", "@out.wav"}).exitCode, 1);
     WriteTimeline(Timeline({Track({Gap(10)})}));
@@ -238,7 +238,7 @@ TEST_F(MixProgram, WithoutACacheATimelineWithMediaFailsAndOneOfGapsDoesNot) {
     EXPECT_EQ(shop_.RunBare({"--no-cache-db", "mix", "@edit.otio", "-o", "@out.wav"}).exitCode, 0);
 }
 
-TEST_F(MixProgram, MetersHoldEveryBlock) {
+TEST_F(MixProgram, MetersContainEveryBlock) {
     WritePlainTimeline();
 
     ASSERT_EQ(Mix({"--meters", "@meters.json"}).exitCode, 0);
@@ -252,7 +252,7 @@ TEST_F(MixProgram, MetersHoldEveryBlock) {
     EXPECT_EQ(meters.at("tracks").at(0).at("blocks").at(0).at("peak").at(0), 4799.0 / 32768.0);
 }
 
-TEST_F(MixProgram, TheOutputMayNotReplaceAMedium) {
+TEST_F(MixProgram, TheOutputMayNotReplaceAMediaFile) {
     WritePlainTimeline();
     const std::string before = ReadFile(shop_.Work("a.wav"));
 
@@ -262,7 +262,7 @@ TEST_F(MixProgram, TheOutputMayNotReplaceAMedium) {
     EXPECT_EQ(ReadFile(shop_.Work("a.wav")), before);
 }
 
-TEST_F(MixProgram, AFolderOfTheOutputThatIsNotThereFailsWithItsName) {
+TEST_F(MixProgram, AMissingOutputFolderIsNamedInTheMessage) {
     WritePlainTimeline();
 
     const ProgramResult result = shop_.Run({"mix", "@edit.otio", "-o", "@nowhere/out.wav"});
@@ -272,8 +272,8 @@ TEST_F(MixProgram, AFolderOfTheOutputThatIsNotThereFailsWithItsName) {
     EXPECT_NE(result.err.find("nowhere/out.wav"), std::string::npos);
 }
 
-TEST_F(MixProgram, AnInterruptExits130AndLeavesTheOldFile) {
-    // An hour, so that the mix is under way when the signal comes.
+TEST_F(MixProgram, AnInterruptExits130AndKeepsTheOldFile) {
+    // An hour, so that the mix has not ended when the signal arrives.
     WriteTimeline(Timeline({Track({Clip("a.wav", 0, 50), Gap(3600 * 25)})}));
     WriteFile(shop_.Work("out.wav"), "old");
     const std::vector<std::string> before = NamesIn(shop_.Path("work"));

@@ -56,8 +56,8 @@ TEST_P(UnreadablePeaks, AReadErrorIsReportedWithItsPlace) {
         EXPECT_EQ(run.result.exitCode, 1) << number;
         EXPECT_TRUE(TakeOutputs().empty()) << number;
     }
-    EXPECT_THAT(errors, HasSubstr("cannot make the peak file of '" + shop_.Work("a.wav").string() +
-                                  "': it cannot be read at byte "));
+    EXPECT_THAT(errors, HasSubstr("cannot create the peak file of '" +
+                                  shop_.Work("a.wav").string() + "': it cannot be read at byte "));
     EXPECT_THAT(errors, HasSubstr(": Input/output error\n"));
 }
 

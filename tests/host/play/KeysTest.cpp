@@ -20,7 +20,7 @@ std::vector<Key> Decode(std::string_view bytes) {
     return keys;
 }
 
-TEST(KeyDecoder, LettersCountInBothCases) {
+TEST(KeyDecoder, LettersAreAcceptedInBothCases) {
     EXPECT_THAT(Decode("jkl"), ElementsAre(Key::Backward, Key::Pause, Key::Forward));
     EXPECT_THAT(Decode("JKL"), ElementsAre(Key::Backward, Key::Pause, Key::Forward));
     EXPECT_THAT(Decode("qQ "), ElementsAre(Key::Quit, Key::Quit, Key::Toggle));
@@ -32,17 +32,17 @@ TEST(KeyDecoder, ArrowsComeInBothFormsOfTerminals) {
     EXPECT_THAT(Decode("\x1bOA\x1bOD"), ElementsAre(Key::Up, Key::Left));
 }
 
-TEST(KeyDecoder, OtherKeysAskForNothing) {
+TEST(KeyDecoder, OtherKeysAreIgnored) {
     EXPECT_THAT(Decode("xyz1\n\t"), IsEmpty());
 }
 
-TEST(KeyDecoder, ASequenceOfAnotherKeyIsSwallowedWhole) {
-    // Delete, and an arrow with the control key; the letter behind stands for itself.
+TEST(KeyDecoder, TheWholeSequenceOfAnotherKeyIsIgnored) {
+    // Delete, and an arrow with the control key; the letter after them is a separate key.
     EXPECT_THAT(Decode("\x1b[3~k"), ElementsAre(Key::Pause));
     EXPECT_THAT(Decode("\x1b[1;5Ck"), ElementsAre(Key::Pause));
 }
 
-TEST(KeyDecoder, ANewSequenceTakesThePlaceOfOneThatWasCutOff) {
+TEST(KeyDecoder, ANewSequenceReplacesAnIncompleteSequence) {
     EXPECT_THAT(Decode("\x1b[\x1b[A"), ElementsAre(Key::Up));
 }
 

@@ -17,7 +17,7 @@ AudioTrackMetrics Block(float left, float right, bool leftClipped = false) {
     return metrics;
 }
 
-TEST(MeterDecibels, AreCutToMinus60And0) {
+TEST(MeterDecibels, AreClampedToMinus60And0) {
     EXPECT_DOUBLE_EQ(MeterDecibels(1.0f), 0.0);
     EXPECT_DOUBLE_EQ(MeterDecibels(4.0f), 0.0);
     EXPECT_NEAR(MeterDecibels(0.5f), -6.0206, 0.0001);
@@ -28,7 +28,7 @@ TEST(MeterDecibels, AreCutToMinus60And0) {
 TEST(SignalMeter, ABarIsFilledByDecibels) {
     SignalMeter meter;
 
-    // Full scale, and -30 decibels: all and half of the 60 that a bar shows.
+    // Full scale and -30 decibels fill all and half of a bar, which covers 60 decibels.
     meter.Show(Block(1.0f, 0.03162f), {});
 
     EXPECT_EQ(meter.Bar(0, 10), "#########|");
@@ -43,7 +43,7 @@ TEST(SignalMeter, SilenceIsAnEmptyBar) {
     EXPECT_EQ(meter.Bar(0, 4), "----");
 }
 
-TEST(SignalMeter, APeakIsHeldForAWhileThenALowerOneTakesItsPlace) {
+TEST(SignalMeter, APeakIsHeldForAWhileThenReplacedByALowerPeak) {
     SignalMeter meter;
     const SignalMeter::Clock::time_point start{};
     meter.Show(Block(1.0f, 1.0f), start);
@@ -56,7 +56,7 @@ TEST(SignalMeter, APeakIsHeldForAWhileThenALowerOneTakesItsPlace) {
     EXPECT_EQ(meter.Bar(0, 10), "####|-----");
 }
 
-TEST(SignalMeter, AHigherPeakTakesThePlaceOfAHeldOneAtOnce) {
+TEST(SignalMeter, AHigherPeakReplacesAHeldPeakAtOnce) {
     SignalMeter meter;
     meter.Show(Block(0.1f, 0.1f), {});
 

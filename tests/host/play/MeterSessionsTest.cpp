@@ -10,7 +10,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using Change = MeterSessions::Change;
 
-TEST(MeterSessions, AStopWithoutASessionIsNone) {
+TEST(MeterSessions, AStopWithoutASessionIsIgnored) {
     MeterSessions sessions;
 
     sessions.OnMeterSessionStop();

@@ -12,7 +12,8 @@ using testing::HasSubstr;
 
 constexpr OutputWatch::Clock::time_point START{std::chrono::hours(1)};
 
-/// Checks every half second. @return the last answer
+/// Checks every half second.
+/// @return the last result
 std::string CheckUntil(OutputWatch& watch, const AudioOutputState& state, milliseconds from,
                        milliseconds to) {
     std::string failure;

@@ -1,5 +1,4 @@
-// SPDX-License-Identifier: MIT
-// The player on a sound device whose server ends or freezes.
+// SPDX-License-Identifier: MIT Playback on a sound device when the sound server ends or freezes.
 #include <gmock/gmock.h>
 #include <signal.h>
 
@@ -38,17 +37,17 @@ protected:
     Workshop shop_;
 };
 
-TEST_F(PlayDevice, ALostDeviceEndsTheProgramWithALineAndItsPosition) {
+TEST_F(PlayDevice, ALostDeviceEndsTheProgramWithAMessageAndThePosition) {
     const ProgramResult result = Play("lost", {"--from", "50f"}).Wait();
 
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
     EXPECT_THAT(result.err, ContainsRegex("edit.otio' stopped at 00:00:02:[0-9][0-9]: the sound "
                                           "device was lost"));
-    EXPECT_THAT(result.err, ContainsRegex("play on with --from 00:00:02:[0-9][0-9]\n"));
+    EXPECT_THAT(result.err, ContainsRegex("continue with --from 00:00:02:[0-9][0-9]\n"));
 }
 
-TEST_F(PlayDevice, AFrozenServerEndsTheProgramWithALineAfterFiveSeconds) {
+TEST_F(PlayDevice, AFrozenServerEndsTheProgramWithAMessageAfterFiveSeconds) {
     const ProgramResult result = Play("frozen").Wait();
 
     EXPECT_EQ(result.exitCode, 1);
@@ -69,9 +68,9 @@ TEST_F(PlayDevice, TheFirstInterruptEndsTheProgramAlthoughTheServerIsFrozen) {
     EXPECT_EQ(result.err, "sonrel: interrupted: playback stopped\n");
 }
 
-TEST_F(PlayDevice, TheFirstInterruptEndsTheProgramAlthoughAFrozenServerKeepsTheDeviceFromOpening) {
+TEST_F(PlayDevice, TheFirstInterruptEndsTheProgramWhileAFrozenServerBlocksTheOpeningOfTheDevice) {
     RunningProgram program = Play("frozen-open", {"--json"});
-    // The database is there before the device is opened; the signal may come at any time after it.
+    // The database exists before the device is opened; the signal may arrive at any later time.
     while (!std::filesystem::exists(shop_.Path("media.db"))) {
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }

@@ -16,7 +16,7 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-/// Neither edits lines: the modes that are seen are those that the player left.
+/// Neither shell edits lines, so the test sees the modes that the player left.
 const std::vector<std::vector<std::string>> SHELLS{
     {"/bin/bash", "--norc", "--noprofile", "--noediting", "-i"}, {"/bin/dash", "-i"}};
 

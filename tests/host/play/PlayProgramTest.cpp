@@ -52,7 +52,7 @@ std::vector<Json> Lines(const std::string& text) {
     return lines;
 }
 
-/// The events as words: "frame 3", "meter-start", ...; without those of levels.
+/// The events as words: "frame 3", "meter-start", ...; without the level events.
 std::vector<std::string> Words(const std::string& text) {
     std::vector<std::string> words;
     for (const Json& line : Lines(text)) {
@@ -70,7 +70,7 @@ class PlayProgram : public testing::Test {
 protected:
     void SetUp() override {
         WriteFile(shop_.Work("a.wav"), ConformedFileBytes(96000));
-        // A card in this machine is not to sound.
+        // A sound card in this machine must stay silent.
         setenv("SDL_AUDIODRIVER", "dummy", 1);
     }
     void TearDown() override {
@@ -93,8 +93,8 @@ protected:
     Workshop shop_;
 };
 
-TEST_F(PlayProgram, ATimelineIntoAFileGivesTheBytesOfItsMix) {
-    // A level of -1 dB leaves fractions, so that the noise shows.
+TEST_F(PlayProgram, ATimelinePlayedToAFileHasTheBytesOfItsMix) {
+    // A level of -1 dB produces fractions, so that the dither noise has an effect.
     WriteTimeline(50, 25, -1.0);
     for (const std::string dither : {"none", "triangular", "highpass"}) {
         ASSERT_EQ(
@@ -108,7 +108,7 @@ TEST_F(PlayProgram, ATimelineIntoAFileGivesTheBytesOfItsMix) {
     }
 }
 
-TEST_F(PlayProgram, AFileThatIsNoWavHoldsTheBareSamples) {
+TEST_F(PlayProgram, AFileThatIsNotAWavHasRawSamples) {
     WriteTimeline(50);
 
     ASSERT_EQ(Play({"--output", "@out.raw", "--dither", "none"}).exitCode, 0);
@@ -116,9 +116,9 @@ TEST_F(PlayProgram, AFileThatIsNoWavHoldsTheBareSamples) {
     EXPECT_EQ(ReadFile(shop_.Work("out.raw")), CountingSamples(96000));
 }
 
-TEST_F(PlayProgram, TheLastBufferOfALongRunEndsWithWhatItHeldFiftyBuffersBefore) {
-    // 59 frames at 29.97 are 94494 samples, and buffers hold 1602: 58 whole ones and 1578 samples.
-    // The 24 that are left are those of the buffer with the number 8, which lay in the same memory.
+TEST_F(PlayProgram, TheLastBufferOfALongRunEndsWithSamplesOfFiftyBuffersBefore) {
+    // 59 frames at 29.97 are 94494 samples, and a buffer has 1602: 58 full buffers and 1578
+    // samples. The remaining 24 samples are from buffer number 8, which used the same memory.
     WriteTimeline(59, 29.97);
 
     ASSERT_EQ(Play({"--output", "@out.raw", "--dither", "none"}).exitCode, 0);
@@ -128,7 +128,7 @@ TEST_F(PlayProgram, TheLastBufferOfALongRunEndsWithWhatItHeldFiftyBuffersBefore)
     EXPECT_EQ(ReadFile(shop_.Work("out.raw")), CountingSamples(94494) + tail);
 }
 
-TEST_F(PlayProgram, FromBeginsThere) {
+TEST_F(PlayProgram, FromSetsTheFirstPosition) {
     WriteTimeline(50);
 
     ASSERT_EQ(Play({"--output", "@out.raw", "--dither", "none", "--from", "10f"}).exitCode, 0);
@@ -136,12 +136,12 @@ TEST_F(PlayProgram, FromBeginsThere) {
     EXPECT_EQ(ReadFile(shop_.Work("out.raw")), CountingSamples(96000).substr(19200 * FRAME_BYTES));
 }
 
-TEST_F(PlayProgram, ReverseBeginsAtTheLastSampleAndPlaysWhatLiesBeforeIt) {
+TEST_F(PlayProgram, ReverseStartsAtTheLastSampleAndPlaysTheSamplesBeforeIt) {
     WriteTimeline(50);
 
     ASSERT_EQ(Play({"--output", "@out.raw", "--dither", "none", "--reverse"}).exitCode, 0);
 
-    // The last of the 50 buffers lacks a sample, which is silent.
+    // The last of the 50 buffers is one sample short; this sample is silent.
     EXPECT_EQ(ReadFile(shop_.Work("out.raw")),
               Reversed(CountingSamples(95999)) + std::string(FRAME_BYTES, '\0'));
 }
@@ -156,7 +156,7 @@ TEST_F(PlayProgram, ReverseFromAPositionPlaysDownToTheStart) {
     EXPECT_EQ(ReadFile(shop_.Work("out.raw")), Reversed(CountingSamples(3840)));
 }
 
-TEST_F(PlayProgram, SpeedLeavesFramesOut) {
+TEST_F(PlayProgram, SpeedSkipsFrames) {
     WriteTimeline(50);
 
     ASSERT_EQ(Play({"--output", "@out.raw", "--dither", "none", "--speed", "2"}).exitCode, 0);
@@ -164,13 +164,13 @@ TEST_F(PlayProgram, SpeedLeavesFramesOut) {
     EXPECT_EQ(ReadFile(shop_.Work("out.raw")), EveryFrame(CountingSamples(96000), 2));
 }
 
-TEST_F(PlayProgram, ABareMediaFileIsPlayed) {
+TEST_F(PlayProgram, AMediaFileIsPlayed) {
     ASSERT_EQ(shop_.Run({"play", "@a.wav", "--output", "@out.wav"}).exitCode, 0);
 
     EXPECT_EQ(Samples(shop_.Work("out.wav")), CountingSamples(96000));
 }
 
-TEST_F(PlayProgram, ABareMediaFileIsPlayedAtTheRatesAskedFor) {
+TEST_F(PlayProgram, AMediaFileIsPlayedAtTheRequestedRates) {
     ASSERT_EQ(shop_.Run({"mix", "@a.wav", "-o", "@mix.wav", "--rate", "44100"}).exitCode, 0);
 
     const ProgramResult result = shop_.Run(
@@ -183,7 +183,7 @@ TEST_F(PlayProgram, ABareMediaFileIsPlayedAtTheRatesAskedFor) {
     EXPECT_THAT(result.out, Not(HasSubstr("\"frame\":100}")));
 }
 
-TEST_F(PlayProgram, EachFrameThatIsHeardIsAnEventBetweenTheMetersAndTheEnd) {
+TEST_F(PlayProgram, EachHeardFrameIsAnEventBetweenTheMetersAndTheEnd) {
     WriteTimeline(5);
 
     const ProgramResult result = Play({"--output", "@out.wav", "--events"});
@@ -193,7 +193,7 @@ TEST_F(PlayProgram, EachFrameThatIsHeardIsAnEventBetweenTheMetersAndTheEnd) {
                                                "frame 3", "frame 4", "meter-stop", "end"));
 }
 
-TEST_F(PlayProgram, TheFrameThatAPositionIsStampedWithIsToldAsItStands) {
+TEST_F(PlayProgram, TheFrameStampOfAPositionIsReportedUnchanged) {
     // Frame 29 begins at sample 55680, and 55680 / 48000 * 25 is a little below 29.
     WriteTimeline(31);
 
@@ -216,7 +216,7 @@ TEST_F(PlayProgram, LevelsAreAnEventForEachTrackAndTheMaster) {
     for (const Json& line : levels) {
         ASSERT_EQ(line.at("tracks").size(), 1u);
         EXPECT_EQ(line.at("tracks").at(0).at("name"), "A1");
-        // One track at unity: what goes in comes out.
+        // One track at unity gain: the output equals the input.
         EXPECT_EQ(line.at("tracks").at(0).at("peak"), line.at("master").at("peak"));
         EXPECT_GT(line.at("master").at("peak").at(0), 0.0);
         EXPECT_EQ(line.at("master").at("clipped"), (Json{false, false}));
@@ -232,7 +232,7 @@ TEST_F(PlayProgram, AMediaFileHasNoLevels) {
     EXPECT_EQ(Words(result.out).back(), "end");
 }
 
-TEST_F(PlayProgram, NothingIsDrawnOnAPipe) {
+TEST_F(PlayProgram, OnAPipeTheDisplayIsOff) {
     WriteTimeline(3);
 
     const ProgramResult result = Play({"--output", "null", "--meters"});
@@ -242,7 +242,7 @@ TEST_F(PlayProgram, NothingIsDrawnOnAPipe) {
     EXPECT_EQ(result.out, "");
 }
 
-TEST_F(PlayProgram, ToNowhereTakesAsLongAsItSounds) {
+TEST_F(PlayProgram, TheNullOutputPlaysInRealTime) {
     WriteTimeline(10);
     const auto begin = std::chrono::steady_clock::now();
 
@@ -254,7 +254,7 @@ TEST_F(PlayProgram, ToNowhereTakesAsLongAsItSounds) {
     EXPECT_EQ(result.Json().at("samples"), 19200);
 }
 
-TEST_F(PlayProgram, TheDeviceGetsTheSameBytesBehindItsLeadIn) {
+TEST_F(PlayProgram, TheDeviceGetsTheSameBytesAfterItsLeadIn) {
     WriteTimeline(10);
     setenv("SDL_AUDIODRIVER", "disk", 1);
     setenv("SDL_DISKAUDIOFILE", shop_.Work("device.raw").c_str(), 1);
@@ -263,7 +263,7 @@ TEST_F(PlayProgram, TheDeviceGetsTheSameBytesBehindItsLeadIn) {
 
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(result.err, "");
-    // From the second sample on: the first one is 0 and looks like the silence before.
+    // Compared from the second sample: the first sample is 0, like the silence before it.
     EXPECT_NE(ReadFile(shop_.Work("device.raw")).find(CountingSamples(19200).substr(FRAME_BYTES)),
               std::string::npos);
 }
@@ -298,7 +298,7 @@ TEST_F(PlayProgram, BufferIsForTheSoundDeviceOnly) {
     }
 }
 
-TEST_F(PlayProgram, WithoutADeviceItFailsWithOneLine) {
+TEST_F(PlayProgram, WithoutADeviceTheProgramFailsWithOneLine) {
     WriteTimeline(10);
     setenv("SDL_AUDIODRIVER", "no-such-driver", 1);
 
@@ -306,10 +306,10 @@ TEST_F(PlayProgram, WithoutADeviceItFailsWithOneLine) {
 
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
-    EXPECT_THAT(result.err, HasSubstr("no sound device opens at 48000 Hz"));
+    EXPECT_THAT(result.err, HasSubstr("no sound device can be opened at 48000 Hz"));
 }
 
-TEST_F(PlayProgram, ARateThatIsNeverPlayedFailsWithOneLine) {
+TEST_F(PlayProgram, AnUnsupportedRateFailsWithOneLine) {
     WriteTimeline(10);
 
     for (const std::string rate : {"7999", "96001"}) {
@@ -356,7 +356,7 @@ TEST_F(PlayProgram, MissingMediaExit3AndAreNamed) {
     EXPECT_FALSE(std::filesystem::exists(shop_.Work("out.raw")));
 }
 
-TEST_F(PlayProgram, AllowMissingLeavesThemSilent) {
+TEST_F(PlayProgram, AllowMissingPlaysSilenceForMissingMedia) {
     WriteFile(shop_.Work("edit.otio"), Timeline({Track({Clip("gone.wav", 0, 10)})}).dump());
 
     ASSERT_EQ(Play({"--output", "@out.raw", "--allow-missing"}).exitCode, 0);
@@ -389,8 +389,8 @@ TEST_F(PlayProgram, AnInterruptStopsThePlaybackAndExits130) {
     EXPECT_EQ(Words(result.out).back(), "meter-stop");
 }
 
-TEST_F(PlayProgram, AnInterruptLeavesTheOldFile) {
-    // An hour, so that the run is under way when the signal comes.
+TEST_F(PlayProgram, AnInterruptKeepsTheOldFile) {
+    // An hour, so that the run has not ended when the signal arrives.
     WriteFile(shop_.Work("edit.otio"),
               Timeline({Track({Clip("a.wav", 0, 50), Gap(3600 * 25)})}).dump());
     WriteFile(shop_.Work("out.wav"), "old");
@@ -406,7 +406,7 @@ TEST_F(PlayProgram, AnInterruptLeavesTheOldFile) {
     EXPECT_EQ(ReadFile(shop_.Work("out.wav")), "old");
 }
 
-TEST_F(PlayProgram, AFullDiskFailsWithItsName) {
+TEST_F(PlayProgram, AFullDiskIsNamedInTheMessage) {
     WriteTimeline(50);
 
     const ProgramResult result = Play({"--output", "/dev/full"});

@@ -1,5 +1,4 @@
-// SPDX-License-Identifier: MIT
-// The player as a user meets it: on a terminal, with keys.
+// SPDX-License-Identifier: MIT The player on a terminal, controlled by keys.
 #include <gmock/gmock.h>
 
 #include <string>
@@ -49,7 +48,7 @@ protected:
     Workshop shop_;
 };
 
-TEST_F(PlayTerminal, ShowsTheFrameThatIsHeardAsTimecodeAndQuitsOnQ) {
+TEST_F(PlayTerminal, ShowsTheHeardFrameAsTimecodeAndQuitsOnQ) {
     TerminalRun run(Arguments({"--from", "10f"}));
     ASSERT_TRUE(run.Shows("  >")) << run.Shown();
 
@@ -71,7 +70,7 @@ TEST_F(PlayTerminal, ShowsAMeterForEachTrackAndTheMaster) {
     EXPECT_EQ(run.Wait(), 0);
 }
 
-TEST_F(PlayTerminal, PausesOnKAndGoesOnFasterWithEachL) {
+TEST_F(PlayTerminal, PausesOnKAndPlaysFasterWithEachL) {
     TerminalRun run(Arguments({"--from", "100f"}));
     ASSERT_TRUE(run.Shows("  >"));
 
@@ -113,7 +112,7 @@ TEST_F(PlayTerminal, ArrowsMoveASecondWhilePlayingAndAFrameInAPause) {
     EXPECT_EQ(run.Wait(), 0);
 }
 
-TEST_F(PlayTerminal, ControlCStopsItAndPutsTheTerminalBack) {
+TEST_F(PlayTerminal, ControlCStopsThePlayerAndRestoresTheTerminal) {
     TerminalRun run(Arguments({}));
     ASSERT_TRUE(run.Shows("  >"));
 
@@ -223,7 +222,7 @@ TEST_F(PlayTerminal, ReportsHowManyTracksDoNotFit) {
     EXPECT_EQ(run.Wait(), 0);
 }
 
-TEST_F(PlayTerminal, AResizeInAPauseDrawsAnew) {
+TEST_F(PlayTerminal, AResizeInAPauseRedraws) {
     WriteTracks(3000, {"T01", "T02", "T03", "T04", "T05", "T06", "T07", "T08", "T09", "T10"});
     TerminalRun run(Arguments({"--meters"}));
     ASSERT_TRUE(run.Shows("master"));

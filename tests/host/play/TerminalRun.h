@@ -42,7 +42,7 @@ public:
             kill(child_, SIGKILL);
             waitpid(child_, nullptr, 0);
         }
-        // Whatever still runs on the terminal is hung up.
+        // Programs that still run on the terminal receive a hangup signal.
         close(terminal_);
     }
     TerminalRun(const TerminalRun&) = delete;
@@ -53,7 +53,8 @@ public:
         return write(terminal_, keys.data(), keys.size()) == static_cast<ssize_t>(keys.size());
     }
 
-    /// Reads on until the terminal shows a text. @return whether it came
+    /// Reads until the terminal shows a text.
+    /// @return whether the text appeared
     bool Shows(const std::string& text) {
         const auto deadline = Deadline();
         while (shown_.find(text, seen_) == std::string::npos) {
@@ -63,7 +64,8 @@ public:
         return true;
     }
 
-    /// Reads on until the screen is as a test wants it. @return whether it became so
+    /// Reads until the screen matches a condition.
+    /// @return whether it matched in time
     template <class Condition>
     bool ScreenBecomes(Condition condition) {
         const auto deadline = Deadline();

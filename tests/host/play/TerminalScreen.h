@@ -8,9 +8,9 @@
 
 namespace sonrel_tests {
 
-/// The screen of a terminal, for what the player and shells write: characters of one or two
-/// columns, line ends, cursor up, and the two ways of erasing. A full line wraps with the next
-/// character, and the last row scrolls.
+/// A terminal screen for the output of the player and of shells: characters of one or two columns,
+/// line ends, cursor up, and the two ways of erasing. A full line wraps with the next character,
+/// and the last row scrolls.
 class TerminalScreen {
 public:
     TerminalScreen(int columns, int rows) : columns_(columns), rows_(rows, Blank(columns)) {}
@@ -24,7 +24,7 @@ public:
         }
     }
 
-    /// A row as text; the second half of a wide character is left out.
+    /// A row as text; the second half of a wide character is omitted.
     std::string Row(int row) const {
         std::string text;
         for (const std::string& cell : rows_.at(row)) text += cell;
@@ -42,7 +42,7 @@ public:
             return row.find(text) != std::string::npos;
         }));
     }
-    /// The column at which the cell of a row has a character; -1 without.
+    /// The column of a character in a row; -1 if the row does not contain it.
     int ColumnOf(int row, const std::string& character) const {
         const auto& cells = rows_.at(row);
         const auto at = std::find(cells.begin(), cells.end(), character);
@@ -50,7 +50,7 @@ public:
     }
     int Scrolled() const { return scrolled_; }
 
-    /// Another size, as a terminal that does not wrap its lines anew.
+    /// Changes the size, like a terminal that does not rewrap its lines.
     void Resize(int columns, int rows) {
         while (static_cast<int>(rows_.size()) > rows && row_ >= rows) Scroll(1), --row_;
         columns_ = columns;
@@ -77,7 +77,7 @@ private:
         }
     }
 
-    /// @return the bytes used; 0 when the rest of a sequence is still to come
+    /// @return the bytes used; 0 when the sequence is incomplete
     std::size_t FeedOne() {
         const auto first = static_cast<unsigned char>(pending_[0]);
         if (first == 0x1B) return Escape();

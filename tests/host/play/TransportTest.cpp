@@ -17,7 +17,7 @@ namespace {
 
 constexpr int FRAME_SAMPLES = 1920;
 
-/// The controls on an output that the test steps.
+/// The transport controls on an output that the test steps.
 class TransportTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -61,7 +61,7 @@ TEST_F(TransportTest, TheLastFrameOfABurstOfArrowKeysIsHeard) {
     EXPECT_EQ(heard[heard.size() - 2], 5 * FRAME_SAMPLES - 1);
 }
 
-TEST_F(TransportTest, AFrameThatWasHeardIsNotAskedForAgain) {
+TEST_F(TransportTest, AFrameThatWasHeardIsNotPlayedAgain) {
     Transport transport(*engine_->Playback(), {48000, 25.0}, 10 * FRAME_SAMPLES);
     transport.Press(Key::Right);
 
