@@ -34,8 +34,8 @@ void CheckRates(double fps, int rate) {
     }
     const double samples = std::floor(rate / fps);
     if (samples >= 1.0 && samples <= MAX_SAMPLES_PER_FRAME) return;
-    throw RateError("a frame rate of " + FormatShort(fps) + " does not go with " +
-                    std::to_string(rate) + " Hz: a frame must take 1 to 96000 samples");
+    throw RateError("a frame rate of " + FormatShort(fps) + " cannot be combined with " +
+                    std::to_string(rate) + " Hz: a frame must have 1 to 96000 samples");
 }
 
 const PlacedClip* FindNested(const std::vector<PlacedTrack>& tracks, const std::string& name) {

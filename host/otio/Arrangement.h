@@ -10,10 +10,10 @@
 #include "host/otio/MediaResolver.h"
 #include "host/otio/Timeline.h"
 
-/// A timeline in whole frames, as the project takes it over.
+/// A timeline in whole frames, ready to be built into a project.
 namespace orlo::host::otio {
 
-/// A level whose key frames lie on milliseconds.
+/// A level whose key frames are at whole milliseconds.
 struct LevelCurve {
     struct Key {
         int timeMs = 0;
@@ -26,31 +26,32 @@ struct LevelCurve {
 
 struct PlacedComposition;
 
-/// A clip or a nested item on its track. It covers the frames from startFrame up to, not including,
-/// endFrame.
+/// A clip or a nested item on its track. It covers the frames from startFrame (included) to
+/// endFrame (excluded).
 struct PlacedClip {
     std::string name;
     SourceLocation place;
-    MediaLocation media;  ///< of a clip alone
+    MediaLocation media;  ///< clips only
     int stream = 0;
     int startFrame = 0;
     int endFrame = 0;
-    int sourceStartFrame = 0;  ///< counted at the clip's speed, as the engine takes it
+    int sourceStartFrame = 0;  ///< in-point, already divided by the clip's speed
     double speed = 1.0;
     bool muted = false;
-    LevelCurve level;                    ///< milliseconds from the clip's start
+    LevelCurve level;                    ///< key times in milliseconds from the clip's start
     std::vector<EffectRequest> effects;  ///< in the order of the chain
-    Fades fades;                         ///< behind all effects; in frames
-    /// What a nested item shows; empty for a clip.
+    Fades fades;                         ///< in frames; applied after all effects
+    /// The content of a nested item; null for a clip.
     std::shared_ptr<PlacedComposition> composition;
 };
 
-/// A transition between two clips that meet, or from or to silence on the one clip's own frames.
+/// A transition between two adjacent clips, or a fade of a single clip from or to silence, on the
+/// frames of that clip.
 struct PlacedTransition {
     std::string name;
     SourceLocation place;
-    std::optional<std::size_t> from;  ///< index of the clip that ends; nothing for silence
-    std::optional<std::size_t> to;    ///< index of the clip that begins; nothing for silence
+    std::optional<std::size_t> from;  ///< index of the clip that ends; unset for silence
+    std::optional<std::size_t> to;    ///< index of the clip that begins; unset for silence
     int joinFrame = 0;
     int relativeStartFrame = 0;  ///< counted from the join
     int length = 0;
@@ -61,14 +62,14 @@ struct PlacedTrack {
     std::string name;
     bool muted = false;
     bool solo = false;
-    LevelCurve level;  ///< milliseconds from the timeline's start
+    LevelCurve level;  ///< key times in milliseconds from the timeline's start
     std::optional<float> stereoBalance;
     std::vector<PlacedClip> clips;
     std::vector<PlacedTransition> transitions;
 };
 
-/// The inside of a nested item, from its own first frame on. All of its clips sound together, and
-/// of its tracks only the mute counts.
+/// The content of a nested item, from its first frame. All clips are summed. Of the values of an
+/// inner track only the mute applies.
 struct PlacedComposition {
     std::string schema;  ///< Stack or Track
     int frameCount = 0;
@@ -83,11 +84,13 @@ struct Arrangement {
     std::vector<PlacedTrack> tracks;
 };
 
-/// What the duration of a retimed item tells: the time that it takes on its track, or how much of
-/// its medium sounds, which takes that much divided by the speed.
+/// Meaning of the duration of a retimed item.
+/// Otio: the time that the item takes on its track.
+/// Media: the duration of the source that sounds; the item takes that duration divided by its
+/// speed.
 enum class Retime { Otio, Media };
 
-/// Rates that win over the timeline's own.
+/// Rates that take precedence over the rates of the timeline.
 struct RateChoice {
     std::optional<double> fps;
     std::optional<int> rate;
@@ -95,18 +98,18 @@ struct RateChoice {
 
 /// Places the clips, nested items and transitions of a timeline.
 ///
-/// Positions are a running sum of durations in seconds; edges are rounded to frames, durations
-/// never are. A clip whose rounded edges meet is left out with a note.
-/// @throws DocumentError where rates, lengths or positions are beyond what a timeline can have
+/// Positions are a running sum of durations in seconds. Edges are rounded to frames; durations are
+/// never rounded. A clip whose rounded edges are equal is left out and reported.
+/// @throws DocumentError when a rate, length or position is out of range
 Arrangement ArrangeTimeline(const Timeline& timeline, const RateChoice& choice, Retime retime,
                             const MediaResolver& resolver, ImportReport& report);
 
-/// The first nested item of a name, outer ones before those inside them; null without one.
+/// The first nested item with this name, outer items before inner items; null if none exists.
 const PlacedClip* FindNested(const std::vector<PlacedTrack>& tracks, const std::string& name);
 
-/// Refuses frame and sample rates that the engine cannot mix together: a frame takes at least one
-/// and at most 96000 samples.
-/// @throws RateError with a clause that says so
+/// Refuses a frame rate and a sample rate that the engine cannot combine: a frame must have from 1
+/// to 96000 samples.
+/// @throws RateError with the reason as a clause
 void CheckRates(double fps, int rate);
 
 }  // namespace orlo::host::otio

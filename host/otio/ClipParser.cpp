@@ -11,7 +11,7 @@ namespace {
 
 constexpr int MAX_STREAMS = 4096;
 
-/// A clip's media reference: of several, the active one.
+/// The media reference of a clip; the active reference when there are several.
 const Json* ActiveReference(const Json& clip) {
     const Json* references = Member(clip, "media_references");
     if (references == nullptr || !references->IsObject()) return Member(clip, "media_reference");
@@ -27,33 +27,35 @@ void ParseMedia(const Json& clip, Item& item, ImportReport& report) {
         media.url = StringMember(*reference, "target_url");
         media.availableRange = RangeMember(*reference, "available_range", item.place, report);
         if (media.url.empty()) {
-            item.noMediaReason = "its media reference names no file; it is silent";
+            item.noMediaReason = "its media reference does not name a file; it is silent";
         }
         item.media = std::move(media);
         return;
     }
     if (reference != nullptr && reference->IsObject()) {
-        // Also a reference that leads nowhere may tell how long its medium is.
+        // A reference without a file may still contain the duration of the media.
         item.media =
             MediaReference{{}, RangeMember(*reference, "available_range", item.place, report)};
     }
     if (schema.empty() || schema == "MissingReference") {
-        item.noMediaReason = "it has no medium; it is silent";
+        item.noMediaReason = "it has no media file; it is silent";
     } else if (schema == "GeneratorReference") {
-        item.noMediaReason = "its medium is made by a generator; it is silent";
+        item.noMediaReason = "its media reference is a generator; it is silent";
     } else if (schema == "ImageSequenceReference") {
-        item.noMediaReason = "its medium is a sequence of images; it is silent";
+        item.noMediaReason = "its media reference is an image sequence; it is silent";
     } else {
-        item.noMediaReason = "its medium is an unknown " + Quoted(schema) + "; it is silent";
+        item.noMediaReason =
+            "its media reference is an unknown " + Quoted(schema) + "; it is silent";
     }
 }
 
-/// @return -1 where the value is not a whole number
+/// @return -1 when the value is not an integer
 long long StreamIndex(const Json* value) {
     return value == nullptr ? -1 : value->AsInteger().value_or(-1);
 }
 
-/// Which stream of the medium the clip takes, and whether it takes the whole of it.
+/// Parses the audio stream that a clip uses. Reports a selection of single channels or of several
+/// streams, which is not supported.
 void ParseResolveChannels(const Json& metadata, Item& item, ImportReport& report) {
     const Json* channels = Member(metadata, "Channels");
     if (channels == nullptr || !channels->IsArray() || channels->AsArray().empty()) return;
@@ -63,7 +65,8 @@ void ParseResolveChannels(const Json& metadata, Item& item, ImportReport& report
         const Json& source = channels->AsArray()[i];
         const long long streamIndex = StreamIndex(Member(source, "Source Track ID"));
         if (streamIndex < 0 || streamIndex >= MAX_STREAMS) {
-            report.Add("source stream", item.place, "it is no stream number; the first one sounds");
+            report.Add("source stream", item.place,
+                       "it is not a stream number; the first stream is used");
             return;
         }
         if (i == 0) item.stream = static_cast<int>(streamIndex);
@@ -74,10 +77,10 @@ void ParseResolveChannels(const Json& metadata, Item& item, ImportReport& report
         if (!isInPlace) inOrder = false;
     }
     if (!oneStream) {
-        report.Add("source streams", item.place, "of several only the first one sounds");
+        report.Add("source streams", item.place, "only the first of several streams is used");
     } else if (!inOrder) {
         report.Add("source channels", item.place,
-                   "all channels of the stream sound, in their order");
+                   "all channels of the stream are used, in their order");
     }
 }
 

@@ -7,9 +7,9 @@
 
 namespace orlo::host::otio {
 
-/// Takes over what a clip says about its medium and its sound.
-/// @param clip  the clip's object
-/// @param item  receives it; its place is set already
+/// Parses the media reference and the sound settings of a clip.
+/// @param clip  the JSON object of the clip
+/// @param item  receives the values; its place is already set
 void ParseClip(const Json& clip, Item& item, ImportReport& report);
 
 }  // namespace orlo::host::otio

@@ -10,7 +10,7 @@ namespace orlo::host::otio {
 
 namespace {
 
-/// What a value is, with its article.
+/// Name of the value's type, with its article.
 std::string TypeName(const Json& value) {
     const std::string name = value.TypeName();
     return (name == "array" || name == "object" ? "an " : "a ") + name;
@@ -22,7 +22,7 @@ std::string TypeName(const Json& value) {
                         ", not a " + wanted);
 }
 
-/// A number that decides about positions. Missing and null, which a NaN reads as, give nothing.
+/// A number that determines positions; nullopt when it is missing or null. A NaN reads as null.
 std::optional<double> NumberMember(const Json& object, const char* key, const std::string& field,
                                    const SourceLocation& place) {
     const Json* member = Member(object, key);
@@ -31,7 +31,7 @@ std::optional<double> NumberMember(const Json& object, const char* key, const st
     return member->AsNumber();
 }
 
-/// @param path  the member's name for messages
+/// @param path  name of the member in messages
 RationalTime ReadTime(const Json& owner, const char* key, const std::string& path,
                       const SourceLocation& place, ImportReport& report) {
     const Json* member = Member(owner, key);
@@ -39,7 +39,7 @@ RationalTime ReadTime(const Json& owner, const char* key, const std::string& pat
     if (!member->IsObject()) Refuse(place, path, *member, "time");
     RationalTime time;
     const std::optional<double> value = NumberMember(*member, "value", path, place);
-    if (!value) report.Add(path, place, "it has no finite value and counts as 0");
+    if (!value) report.Add(path, place, "its value is not finite and counts as 0");
     time.value = value.value_or(0.0);
     const double rate = NumberMember(*member, "rate", path, place).value_or(0.0);
     time.rate = rate > 0.0 ? rate : 0.0;
@@ -51,7 +51,8 @@ std::optional<LevelKey> KeyValue(const Json& pair, const std::string& what,
     const bool isPair =
         pair.IsArray() && pair.AsArray().size() == 2 && pair.AsArray()[0].IsNumber();
     if (!isPair) {
-        report.Add(what, place, "a key that is no pair of milliseconds and decibels is left out");
+        report.Add(what, place,
+                   "a key that is not a pair of milliseconds and decibels is left out");
         return std::nullopt;
     }
     const std::optional<float> decibels = FloatValue(pair.AsArray()[1], what, place, report);
@@ -109,7 +110,7 @@ bool BoolMember(const Json& object, const char* key, bool fallback, const Source
     const Json* member = Member(object, key);
     if (member == nullptr || member->IsNull()) return fallback;
     if (member->IsBool()) return member->AsBool();
-    report.Add(key, place, "it is " + TypeName(*member) + " and is passed over");
+    report.Add(key, place, "it is " + TypeName(*member) + "; it is ignored");
     return fallback;
 }
 
@@ -128,7 +129,7 @@ std::optional<float> FloatValue(const Json& value, const std::string& what,
             return static_cast<float>(number);
         }
     }
-    report.Add(what, place, "it is no usable number and is passed over");
+    report.Add(what, place, "it is not a usable number and is ignored");
     return std::nullopt;
 }
 

@@ -8,49 +8,51 @@
 #include "host/otio/ImportReport.h"
 #include "host/otio/Timeline.h"
 
-/// Typed access to the members of a document's objects. The first group throws where a value that
-/// decides about positions has the wrong type; the second notes it and goes on without.
+/// Typed access to the members of JSON objects. A value of the wrong type is an error where it
+/// determines positions; elsewhere it is reported and ignored.
 namespace orlo::host::otio {
 
-/// The member, or null where there is none or @p object is no object.
+/// The member; null when it does not exist or @p object is not an object.
 const Json* Member(const Json& object, const char* key);
 
-/// The schema's name without its version; empty where there is none. Old names are given as new
-/// ones.
+/// The schema name without its version; empty when there is none. Old names are converted to the
+/// current names.
 std::string SchemaName(const Json& object);
 
-/// A string member, or an empty string.
+/// A string member; an empty string when it is missing or has another type.
 std::string StringMember(const Json& object, const char* key);
 
 /// The items of a list member; a missing or null member is an empty list.
-/// @throws DocumentError when it is something else
+/// @throws DocumentError when the member has another type
 const Json::Items& ListMember(const Json& object, const char* key, const SourceLocation& place);
 
-/// A TimeRange member; nothing where it is missing or null. A missing or unusable number reads as
-/// 0, and a value that is not finite is noted.
-/// @throws DocumentError when it is no range
+/// A TimeRange member; nullopt when it is missing or null. A missing or unusable number counts as
+/// 0, and a value that is not finite is reported.
+/// @throws DocumentError when the member is not a range
 std::optional<TimeRange> RangeMember(const Json& object, const char* key,
                                      const SourceLocation& place, ImportReport& report);
 
-/// A time member; 0 where it is missing, with the notes of a range.
-/// @throws DocumentError when it is no time
+/// A time member; 0 when it is missing. Reports the same values as RangeMember.
+/// @throws DocumentError when the member is not a time
 RationalTime TimeMember(const Json& object, const char* key, const SourceLocation& place,
                         ImportReport& report);
 
-/// A boolean member; @p fallback, with a note, where it is something else.
+/// A boolean member; @p fallback when it is missing. A value of another type is reported and
+/// replaced by @p fallback.
 bool BoolMember(const Json& object, const char* key, bool fallback, const SourceLocation& place,
                 ImportReport& report);
 
-/// The member of an object's metadata that belongs to one program; null without one.
+/// The metadata that @p program stores in an object; null when there is none.
 const Json* MetadataOf(const Json& object, const char* program);
 
-/// A finite single-precision number out of @p value; nothing, with a note, where it is none.
-/// @param what  the value's name for the note
+/// @p value as a finite single-precision number. Any other value is reported; the result is
+/// nullopt.
+/// @param what  name of the value in the report
 std::optional<float> FloatValue(const Json& value, const std::string& what,
                                 const SourceLocation& place, ImportReport& report);
 
-/// A level in decibels: a number, or a list of pairs of milliseconds and decibels. Keys that are no
-/// such pair are left out with a note.
+/// A level in decibels: a number, or a list of pairs of milliseconds and decibels. Any other key is
+/// left out and reported.
 Level LevelValue(const Json& value, const std::string& what, const SourceLocation& place,
                  ImportReport& report);
 

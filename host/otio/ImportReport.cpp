@@ -18,7 +18,7 @@ std::string ToText(const SourceLocation& place) {
 
 void ImportReport::Add(const std::string& what, const SourceLocation& place,
                        const std::string& reason) {
-    // Things on whole tracks go together; items stay with their track.
+    // Reports about whole tracks share one group; items are grouped by track.
     const std::string group = place.item.empty() ? std::string() : place.track;
     const std::string key = what + '\0' + reason + '\0' + group;
     const auto [at, isNew] = index_.try_emplace(key, groups_.size());

@@ -7,7 +7,7 @@
 
 namespace orlo::host::otio {
 
-/// A place in a timeline, for people: a track, and an item of it unless it is about the track.
+/// A place in a timeline, as text for messages: a track, or an item on a track.
 struct SourceLocation {
     std::string track;  ///< "track 2 'Music'"; empty for the timeline itself
     std::string item;   ///< "item 3 'chorus'"; empty for the track itself
@@ -16,21 +16,21 @@ struct SourceLocation {
 /// "track 2 'Music', item 3 'chorus'", or "the timeline".
 std::string ToText(const SourceLocation& place);
 
-/// What an import left out, changed or had to guess. Nothing of a timeline vanishes without an
-/// entry.
+/// List of the parts of a timeline that an import left out, changed or guessed. Every such part has
+/// an entry.
 class ImportReport {
 public:
     struct Entry {
-        std::string what;    ///< the kind of thing: "transition", "effect 'Blur'"
-        std::string where;   ///< its place, or the first places of several
-        std::string reason;  ///< why, and what happens instead
+        std::string what;    ///< kind of the part: "transition", "effect 'Blur'"
+        std::string where;   ///< the place, or the first of several places
+        std::string reason;  ///< the reason and the consequence
         int count = 0;
     };
 
-    /// Notes one thing. Things of one kind with one reason on one track become one entry.
+    /// Adds a part. Parts of the same kind with the same reason on the same track share an entry.
     void Add(const std::string& what, const SourceLocation& place, const std::string& reason);
 
-    /// In the order in which each was noted first.
+    /// The entries in the order of their first part.
     std::vector<Entry> Entries() const;
 
 private:

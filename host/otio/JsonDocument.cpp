@@ -24,13 +24,13 @@ constexpr long long MAX_BYTES = 256LL << 20;
 
 constexpr std::string_view NULL_TOKEN = "null";
 
-/// The text with its non-finite numbers made null, and the way back to positions in the original.
+/// The text with null in place of non-finite numbers, and a map of its positions to the original.
 struct CleanText {
     std::string text;
-    /// Places in text at which one character was put in.
+    /// Positions in text at which a character was inserted.
     std::vector<std::size_t> insertions;
 
-    /// A position in text as a place in the original.
+    /// Converts a position in text to line and column in the original.
     std::string LineAndColumn(std::size_t position) const {
         position = std::min(position, text.size());
         const std::string_view before = std::string_view(text).substr(0, position);
@@ -76,7 +76,7 @@ CleanText ReplaceNonFinite(std::string original) {
             continue;
         }
         if (IsWordCharacter(all[at]) && all[at] != 'N' && all[at] != 'I') {
-            // The rest of a word is no number of its own.
+            // A number name inside a longer word is part of that word.
             while (at < all.size() && IsWordCharacter(all[at])) ++at;
             continue;
         }
@@ -100,8 +100,8 @@ CleanText ReplaceNonFinite(std::string original) {
     return clean;
 }
 
-/// Builds the document as the parser reads it, without what nobody reads: markers, and the metadata
-/// of other programs, which is most of many files.
+/// Builds the document from parser events. Drops markers and the metadata of other programs, which
+/// nothing reads and which make up most of many files.
 class DocumentBuilder : public nlohmann::json_sax<nlohmann::json> {
 public:
     explicit DocumentBuilder(const CleanText& source) : source_(source) {}
@@ -125,7 +125,7 @@ public:
         Level& level = levels_.back();
         dropNext_ =
             level.isMetadata ? name != "sonrel" && name != "Resolve_OTIO" : name == "markers";
-        // What is inside our own metadata is kept as it is.
+        // The content of kept metadata is stored unchanged.
         metadataNext_ = !level.isKept && name == "metadata";
         keptNext_ = level.isKept || level.isMetadata;
         level.key = std::move(name);
@@ -136,7 +136,7 @@ public:
                      const nlohmann::json::exception& error) override;
 
 private:
-    /// An array or object that is not read to its end.
+    /// An array or object whose end has not been read yet.
     struct Level {
         Json::Items items;      ///< of an array
         Json::Members members;  ///< of an object
@@ -184,7 +184,7 @@ private:
         return true;
     }
 
-    /// Whether the next value is in or is itself a part that nobody reads.
+    /// Whether the next value is dropped or is inside a dropped value. Consumes dropNext_.
     bool IsDropped() { return std::exchange(dropNext_, false) || droppedDepth_ > 0; }
 
     void Count() {
@@ -215,7 +215,7 @@ private:
     bool keptNext_ = false;
 };
 
-/// By name, without all but the last of equal names.
+/// Sorts members by name and keeps only the last of equal names.
 Json::Members DocumentBuilder::Sorted(Json::Members members) {
     std::stable_sort(members.begin(), members.end(),
                      [](const Json::Member& a, const Json::Member& b) { return a.key < b.key; });
@@ -228,7 +228,7 @@ Json::Members DocumentBuilder::Sorted(Json::Members members) {
 
 constexpr std::size_t MAX_REASON = 160;
 
-/// The parser's message without its own prefix, and without the end of what it quotes of the file.
+/// The parser's message without its prefix, truncated because it may quote the file at length.
 std::string Reason(const std::string& message) {
     const std::size_t colon = message.find(": ");
     const std::string reason =
@@ -238,9 +238,9 @@ std::string Reason(const std::string& message) {
 
 bool DocumentBuilder::parse_error(std::size_t position, const std::string&,
                                   const nlohmann::json::exception& error) {
-    // The parser counts from 1 and has read the character that it stumbled over.
+    // The parser counts from 1 and has already read the faulty character.
     const std::size_t at = position == 0 ? 0 : position - 1;
-    throw DocumentError("no valid JSON at " + source_.LineAndColumn(at) + " (" +
+    throw DocumentError("invalid JSON at " + source_.LineAndColumn(at) + " (" +
                         Reason(error.what()) + ")");
 }
 
@@ -259,14 +259,14 @@ Json ReadDocument(const std::string& path) {
     if (!S_ISREG(status.st_mode)) throw DocumentError("not a regular file");
     if (status.st_size > MAX_BYTES) {
         throw DocumentError("larger than " + std::to_string(MAX_BYTES >> 20) +
-                            " MiB, which no timeline is");
+                            " MiB, the limit for a timeline");
     }
     std::ifstream file(path, std::ios::binary);
     if (!file) throw DocumentError(std::strerror(errno));
     std::string text(static_cast<std::size_t>(status.st_size), '\0');
     file.read(text.data(), static_cast<std::streamsize>(text.size()));
     if (file.bad() || file.gcount() != static_cast<std::streamsize>(text.size())) {
-        throw DocumentError("it cannot be read to its end");
+        throw DocumentError("a read error before the end of the file");
     }
     return ParseDocument(std::move(text));
 }

@@ -8,13 +8,13 @@
 
 namespace orlo::host::otio {
 
-/// A timeline that cannot be read: what is wrong and where in the file.
+/// A timeline that cannot be read. The text names the fault and its position in the file.
 class DocumentError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// A frame rate and a sample rate that do not go together.
+/// A frame rate and a sample rate that cannot be combined.
 class RateError : public DocumentError {
 public:
     using DocumentError::DocumentError;
@@ -22,12 +22,11 @@ public:
 
 /// Reads the JSON of a timeline.
 ///
-/// Numbers that JSON does not know, the bare words NaN, Inf and Infinity with or without a minus,
-/// read as null. Members of objects are sorted by name; of equal names the last one counts.
-/// Metadata of other programs is dropped on the way, so that the result stays small.
-/// Hostile input costs bounded memory and stack: nesting deeper than 1000 levels and more than four
-/// million values are refused.
-/// @param text  the bytes of the file, taken over
+/// The bare words NaN, Inf and Infinity, with or without a minus, are not valid JSON and read as
+/// null. Members of objects are sorted by name; of equal names the last member counts. Metadata of
+/// other programs is dropped during parsing, which keeps the result small. Memory and stack are
+/// bounded: nesting deeper than 1000 levels and more than four million values are refused.
+/// @param text  the bytes of the file
 /// @throws DocumentError with line and column
 Json ParseDocument(std::string text);
 

@@ -10,70 +10,71 @@ namespace orlo::host::otio {
 
 namespace {
 
-/// The clip and the track around a reference.
-struct Surroundings {
-    const std::string* clip = nullptr;  ///< its name; null outside a clip
-    std::size_t track = 0;              ///< from 1; 0 outside a track
+/// The clip and the track that contain a reference.
+struct Context {
+    const std::string* clip = nullptr;  ///< name of the clip; null outside a clip
+    std::size_t track = 0;              ///< number of the track, from 1; 0 outside a track
 };
 
-std::string UseText(const Surroundings& around) {
-    std::string text =
-        around.clip == nullptr || around.clip->empty() ? "a clip" : "clip " + Quoted(*around.clip);
-    if (around.track > 0) text += " on track " + std::to_string(around.track);
+std::string UseText(const Context& context) {
+    std::string text = context.clip == nullptr || context.clip->empty()
+                           ? "a clip"
+                           : "clip " + Quoted(*context.clip);
+    if (context.track > 0) text += " on track " + std::to_string(context.track);
     return text;
 }
 
-/// Goes through all objects and lists of a document, whatever their schemas are.
-class Walk {
+/// Visits all objects and lists of a document, of any schema, and collects references.
+class ReferenceCollector {
 public:
-    explicit Walk(const MediaResolver& resolver) : resolver_(resolver) {}
+    explicit ReferenceCollector(const MediaResolver& resolver) : resolver_(resolver) {}
 
-    void Visit(const Json& value, const Surroundings& around) {
+    void Visit(const Json& value, const Context& context) {
         if (value.IsArray()) {
-            for (const Json& element : value.AsArray()) Visit(element, around);
+            for (const Json& element : value.AsArray()) Visit(element, context);
         } else if (value.IsObject()) {
-            VisitObject(value, around);
+            VisitObject(value, context);
         }
     }
 
     std::vector<ReferencedMedia> Take() { return std::move(media_); }
 
 private:
-    void VisitObject(const Json& object, Surroundings around) {
+    void VisitObject(const Json& object, Context context) {
         const std::string schema = SchemaName(object);
         const std::string name = schema == "Clip" ? StringMember(object, "name") : std::string();
-        if (schema == "Clip") around.clip = &name;
-        if (schema == "ImageSequenceReference") AddImages(object, around);
-        Add(StringMember(object, "target_url"), around);
+        if (schema == "Clip") context.clip = &name;
+        if (schema == "ImageSequenceReference") AddImages(object, context);
+        Add(StringMember(object, "target_url"), context);
         for (const auto& [key, member] : object.AsObject()) {
             // The children of the outermost stack are the tracks.
-            if (key == "children" && schema == "Stack" && around.track == 0 && member.IsArray()) {
-                VisitTracks(member, around);
+            if (key == "children" && schema == "Stack" && context.track == 0 && member.IsArray()) {
+                VisitTracks(member, context);
             } else {
-                Visit(member, around);
+                Visit(member, context);
             }
         }
     }
 
-    void VisitTracks(const Json& tracks, Surroundings around) {
+    void VisitTracks(const Json& tracks, Context context) {
         for (const Json& track : tracks.AsArray()) {
-            ++around.track;
-            Visit(track, around);
+            ++context.track;
+            Visit(track, context);
         }
     }
 
-    void Add(const std::string& url, const Surroundings& around) {
+    void Add(const std::string& url, const Context& context) {
         if (url.empty() || !known_.insert(url).second) return;
         const MediaLocation location = resolver_.Resolve(url);
-        if (location.problem.empty()) media_.push_back({location.path, UseText(around), {}});
+        if (location.problem.empty()) media_.push_back({location.path, UseText(context), {}});
     }
 
-    void AddImages(const Json& reference, const Surroundings& around) {
+    void AddImages(const Json& reference, const Context& context) {
         const MediaLocation folder = resolver_.Resolve(StringMember(reference, "target_url_base"));
         if (!folder.problem.empty()) return;
         const ImageNames names{StringMember(reference, "name_prefix"),
                                StringMember(reference, "name_suffix")};
-        media_.push_back({folder.path, UseText(around), names});
+        media_.push_back({folder.path, UseText(context), names});
     }
 
     const MediaResolver& resolver_;
@@ -85,9 +86,9 @@ private:
 
 std::vector<ReferencedMedia> ReferencedMediaOf(const Json& document,
                                                const MediaResolver& resolver) {
-    Walk walk(resolver);
-    walk.Visit(document, {});
-    return walk.Take();
+    ReferenceCollector collector(resolver);
+    collector.Visit(document, {});
+    return collector.Take();
 }
 
 }  // namespace orlo::host::otio

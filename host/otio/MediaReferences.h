@@ -10,21 +10,21 @@
 
 namespace orlo::host::otio {
 
-/// The names of a sequence of images: a number between two texts.
+/// File names of an image sequence: a number between prefix and suffix.
 struct ImageNames {
     std::string prefix;
     std::string suffix;
 };
 
-/// A local file that a timeline names, whether it sounds or not.
+/// A local file that a timeline references, with or without sound.
 struct ReferencedMedia {
     std::string path;
     std::string use;                   ///< "clip 'take' on track 2"
-    std::optional<ImageNames> images;  ///< the path is then the folder of the images
+    std::optional<ImageNames> images;  ///< set for an image sequence: path is its folder
 };
 
-/// The local files of a whole document: of tracks of every kind, disabled and nested clips, and
-/// references that are not the active ones. Each target URL once, with its first use.
+/// The local files that a whole document references: on tracks of every kind, in disabled and
+/// nested clips, and in inactive media references. Each target URL once, with its first use.
 std::vector<ReferencedMedia> ReferencedMediaOf(const Json& document, const MediaResolver& resolver);
 
 }  // namespace orlo::host::otio

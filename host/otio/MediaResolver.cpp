@@ -22,8 +22,8 @@ bool IsSchemeCharacter(char c) {
     return IsLetter(c) || (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.';
 }
 
-/// The scheme in front of "://", or "file" in front of ":/"; empty for a path. A bare colon does
-/// not make a scheme, since it may stand in a file name.
+/// The scheme before "://", or "file" before ":/"; empty for a path. A bare colon does not end a
+/// scheme, since a file name may contain it.
 std::string_view Scheme(std::string_view url) {
     const std::size_t colon = url.find(':');
     if (colon == std::string_view::npos || colon < 2 || !IsLetter(url.front())) return {};
@@ -47,7 +47,7 @@ int HexDigit(char c) {
     return -1;
 }
 
-/// A percent sign without two hexadecimal digits behind it stands for itself.
+/// A percent sign that is not followed by two hexadecimal digits is an ordinary character.
 std::string PercentDecode(std::string_view text) {
     std::string decoded;
     decoded.reserve(text.size());
@@ -64,8 +64,8 @@ std::string PercentDecode(std::string_view text) {
     return decoded;
 }
 
-/// A path of another system, "D:\media\a.wav" or "/D:/media/a.wav", with slashes and without the
-/// one in front of the drive, so that --media-root can name it. Others stay as they are.
+/// Converts a path of another system, "D:\media\a.wav" or "/D:/media/a.wav", to "D:/media/a.wav",
+/// so that --media-root can match it. Other paths are unchanged.
 std::string DrivePath(std::string path) {
     const std::size_t drive = !path.empty() && path[0] == '/' ? 1 : 0;
     if (path.size() < drive + 3 || !IsLetter(path[drive]) || path[drive + 1] != ':') return path;
@@ -106,10 +106,10 @@ std::string MediaResolver::WithRoot(const std::string& path) const {
 }
 
 MediaLocation MediaResolver::Locate(const std::string& path) const {
-    if (!IsValidName(path)) return {path, "its name holds a zero byte or is not valid UTF-8"};
+    if (!IsValidName(path)) return {path, "its name contains a zero byte or is not valid UTF-8"};
     const std::string named = WithRoot(path);
     std::string full = (std::filesystem::path(folder_) / named).lexically_normal().string();
-    // A root may also be given for the place that a relative path leads to.
+    // A root may also match the absolute form of a relative path.
     if (named == path) full = WithRoot(full);
     return {std::filesystem::path(full).lexically_normal().string(), {}};
 }
@@ -118,14 +118,14 @@ MediaLocation MediaResolver::Resolve(const std::string& url) const {
     std::string_view path = url;
     const std::string_view scheme = Scheme(url);
     if (!scheme.empty()) {
-        if (!EqualsIgnoringCase(scheme, "file")) return {url, "it is no local file"};
+        if (!EqualsIgnoringCase(scheme, "file")) return {url, "it is not a local file"};
         path.remove_prefix(scheme.size() + 1);
         if (path.starts_with("//")) {
             const std::string_view host = path.substr(2, path.find('/', 2) - 2);
             if (host.empty() || EqualsIgnoringCase(host, "localhost")) {
                 path.remove_prefix(2 + host.size());
             } else if (WithRoot(PercentDecode(path)) == PercentDecode(path)) {
-                return {url, "it lies on another machine"};
+                return {url, "it is on another machine"};
             }
         }
     }

@@ -7,28 +7,28 @@
 
 namespace orlo::host::otio {
 
-/// Stands for --media-root: paths that begin with @p from begin with @p to instead.
+/// An option --media-root: replaces the beginning @p from of a path by @p to.
 struct MediaRoot {
     std::string from;
     std::string to;
 };
 
-/// Where a target URL leads.
+/// The file that a target URL names.
 struct MediaLocation {
-    std::string path;     ///< absolute; or the URL itself where it names no local file
-    std::string problem;  ///< why the URL names no local file; empty when it does
+    std::string path;     ///< absolute path; the URL itself when it is not a local file
+    std::string problem;  ///< why the URL is not a local file; empty when it is
 };
 
 /// Turns target URLs into paths of local files.
 ///
 /// Percent escapes are decoded. "file:" URLs of this machine, absolute paths and paths relative to
-/// the timeline's folder are local; every other URL is refused by name and never opened.
+/// the timeline's folder are local; every other URL is refused with its text and never opened.
 class MediaResolver {
 public:
-    /// @param folder  absolute path of the folder that relative paths begin in
-    /// @param roots   tried in order; the first that fits is used
-    /// @param exists  tells whether there is a file at a path. A name may contain a percent sign of
-    ///                its own, so that the undecoded form is taken where only it exists
+    /// @param folder  absolute path of the folder for relative paths
+    /// @param roots   tried in order; the first match is used
+    /// @param exists  returns whether a file exists at a path. A file name may contain a literal
+    ///                percent sign: the undecoded form is used when only that file exists
     MediaResolver(std::string folder, std::vector<MediaRoot> roots,
                   std::function<bool(const std::string&)> exists);
 

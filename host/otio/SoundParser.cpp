@@ -24,7 +24,7 @@ void ParseTimeWarp(const Json& effect, Item& item) {
     item.speed *= scalar->AsNumber();
 }
 
-/// The value of a key frame, which is a number or an object around one.
+/// The value of a key frame: a number, or an object that contains the number.
 const Json& KeyFrameValue(const Json& key) {
     const Json* value = Member(key, "Value");
     return value == nullptr ? key : *value;
@@ -39,7 +39,8 @@ Level ResolveLevel(const Json& parameter, const SourceLocation& place, ImportRep
             const std::optional<float> decibels =
                 FloatValue(KeyFrameValue(key), "volume key frame", place, report);
             if (!time) {
-                report.Add("volume key frame", place, "its place is no frame number");
+                report.Add("volume key frame", place,
+                           "its time is not a frame number; it is left out");
             } else if (decibels) {
                 level.keys.push_back({static_cast<double>(*time), *decibels});
             }
@@ -52,14 +53,15 @@ Level ResolveLevel(const Json& parameter, const SourceLocation& place, ImportRep
     return level;
 }
 
-/// The length of a fade in frames; nothing, with a note, for what is no length.
+/// The length of a fade in frames. A value that is not a length is reported; the result is
+/// nullopt.
 std::optional<double> FadeLength(const Json& value, const std::string& what,
                                  const SourceLocation& place, ImportReport& report) {
     if (value.IsNumber()) {
         const auto frames = value.AsNumber();
         if (frames >= 0.0 && frames <= std::numeric_limits<int>::max()) return frames;
     }
-    report.Add(what, place, "it is no length from 0 to 2147483647 frames and is passed over");
+    report.Add(what, place, "it is not a length from 0 to 2147483647 frames and is ignored");
     return std::nullopt;
 }
 
@@ -81,22 +83,22 @@ void ParseResolveVolume(const Json& parameters, Item& item, ImportReport& report
             ParseResolveFade(parameter, id, item.fades.outFrames, item.place, report);
         } else {
             report.Add("parameter " + Quoted(id) + " of the clip's volume", item.place,
-                       "it is not taken over");
+                       "it is not imported");
         }
     }
 }
 
-/// Effects of the other program whose metadata is read.
+/// Parses an effect in the metadata of the other program.
 void ParseResolveEffect(const Json& metadata, Item& item, ImportReport& report) {
     if (!BoolMember(metadata, "Enabled", true, item.place, report)) return;
     const Json* parameters = Member(metadata, "Parameters");
     const std::string name = StringMember(metadata, "Effect Name");
-    // An effect whose values all stand at their defaults has no parameters and does nothing.
+    // An effect without parameters has only default values and changes nothing.
     if (parameters != nullptr && parameters->IsArray() && parameters->AsArray().empty()) return;
     if (name == RESOLVE_VOLUME_EFFECT && parameters != nullptr && parameters->IsArray()) {
         ParseResolveVolume(*parameters, item, report);
     } else {
-        report.Add("effect " + Quoted(name), item.place, "it is not taken over");
+        report.Add("effect " + Quoted(name), item.place, "it is not imported");
     }
 }
 
@@ -120,7 +122,7 @@ void ParseEffect(const Json& effect, Item& item, ImportReport& report) {
     } else if (const Json* metadata = MetadataOf(effect, RESOLVE)) {
         ParseResolveEffect(*metadata, item, report);
     } else {
-        report.Add("effect " + Quoted(EffectName(effect)), item.place, "it is not taken over");
+        report.Add("effect " + Quoted(EffectName(effect)), item.place, "it is not imported");
     }
 }
 
@@ -136,20 +138,20 @@ void CheckSpeed(Item& item) {
     }
 }
 
-/// A parameter's value as the plugin pack takes it; nothing for what is neither number nor word.
+/// A parameter value for the plugin pack; nullopt when it is neither a number nor a string.
 std::optional<std::variant<double, std::string>> ParameterValue(const Json& value) {
     if (value.IsNumber()) return value.AsNumber();
     if (value.IsString()) return value.AsString();
     return std::nullopt;
 }
 
-/// @return nothing where the effect is to be skipped; it is noted then
+/// @return nullopt when the effect is skipped, which is then reported
 std::optional<EffectRequest> ParseRequest(const Json& effect, const SourceLocation& place,
                                           ImportReport& report) {
     EffectRequest request;
     request.plugin = StringMember(effect, "plugin");
     if (request.plugin.empty()) {
-        report.Add("effect", place, "it names no plugin and is skipped");
+        report.Add("effect", place, "it does not name a plugin and is skipped");
         return std::nullopt;
     }
     request.enabled = BoolMember(effect, "enabled", true, place, report);
@@ -157,23 +159,24 @@ std::optional<EffectRequest> ParseRequest(const Json& effect, const SourceLocati
     const Json* parameters = Member(effect, "parameters");
     if (parameters == nullptr || parameters->IsNull()) return request;
     if (!parameters->IsObject()) {
-        report.Add(what, place, "its parameters are no object; it is skipped");
+        report.Add(what, place, "its parameters are not an object; it is skipped");
         return std::nullopt;
     }
     for (const auto& [name, value] : parameters->AsObject()) {
-        const auto taken = ParameterValue(value);
-        if (!taken) {
-            report.Add(what, place, "its " + OneLine(name) + " is no finite number; it is skipped");
+        const auto parameter = ParameterValue(value);
+        if (!parameter) {
+            report.Add(what, place,
+                       "its " + OneLine(name) + " is not a finite number; it is skipped");
             return std::nullopt;
         }
-        request.parameters.emplace(name, *taken);
+        request.parameters.emplace(name, *parameter);
     }
     return request;
 }
 
 void ParseRequests(const Json& effects, Item& item, ImportReport& report) {
     if (!effects.IsArray()) {
-        report.Add("effects", item.place, "they are no list and are passed over");
+        report.Add("effects", item.place, "they are not a list and are ignored");
         return;
     }
     for (const Json& effect : effects.AsArray()) {
@@ -188,7 +191,7 @@ void ParseCurve(const Json& value, std::string& curve, const std::string& what,
     if (name == "linear" || name == "equal-power" || name == "db") {
         curve = name;
     } else {
-        report.Add(what, place, "it is none of linear, equal-power and db; equal-power is taken");
+        report.Add(what, place, "it is not linear, equal-power or db; equal-power is used");
     }
 }
 
@@ -209,7 +212,7 @@ void ParseOwnMetadata(const Json& metadata, Item& item, ImportReport& report) {
         } else if (key == "fadeCurve") {
             ParseCurve(value, item.fades.curve, key, item.place, report);
         } else {
-            report.Add("metadata.sonrel." + OneLine(key), item.place, "it is not taken over");
+            report.Add("metadata.sonrel." + OneLine(key), item.place, "it is not imported");
         }
     }
 }
@@ -237,7 +240,7 @@ void ParseTransition(const Json& transition, Item& item, ImportReport& report) {
         if (key == "curve") {
             ParseCurve(value, span.curve, "curve", item.place, report);
         } else {
-            report.Add("metadata.sonrel." + OneLine(key), item.place, "it is not taken over");
+            report.Add("metadata.sonrel." + OneLine(key), item.place, "it is not imported");
         }
     }
 }
@@ -248,7 +251,7 @@ void NoteEffects(const Json& object, const SourceLocation& place, ImportReport& 
         const Json* metadata = MetadataOf(effect, RESOLVE);
         const std::string name =
             metadata == nullptr ? EffectName(effect) : StringMember(*metadata, "Effect Name");
-        report.Add("effect " + Quoted(name), place, "it is not taken over");
+        report.Add("effect " + Quoted(name), place, "it is not imported");
     }
 }
 

@@ -9,17 +9,16 @@
 
 namespace orlo::host::otio {
 
-/// Takes over what a clip or a nested item says about its sound: speed, level, mute, effects and
-/// fades.
-/// @param object  the item's object
-/// @param item    receives it; its place is set already
+/// Parses the sound settings of a clip or a nested item: speed, level, mute, effects and fades.
+/// @param object  the JSON object of the item
+/// @param item    receives the values; its place is already set
 void ParseSound(const Json& object, Item& item, ImportReport& report);
 
-/// Takes over how far a transition reaches, and its curve.
-/// @param transition  the transition's object
+/// Parses the offsets, the type and the curve of a transition.
+/// @param transition  the JSON object of the transition
 void ParseTransition(const Json& transition, Item& item, ImportReport& report);
 
-/// Notes every effect of an object whose effects are not taken over.
+/// Reports every enabled effect of an object whose effects are not imported.
 void NoteEffects(const Json& object, const SourceLocation& place, ImportReport& report);
 
 }  // namespace orlo::host::otio

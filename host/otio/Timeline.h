@@ -9,16 +9,16 @@
 
 #include "host/otio/ImportReport.h"
 
-/// A timeline as its file tells it: plain values, nothing resolved, nothing rounded.
+/// The values of a timeline file, neither resolved nor rounded.
 namespace orlo::host::otio {
 
-/// Speeds at which the engine reads a source. Beyond them nothing could be recognised any more.
+/// Range of speeds at which a source is rendered. Outside it sound is not recognisable.
 constexpr double MIN_SPEED = 0.01;
 constexpr double MAX_SPEED = 100.0;
 
 struct RationalTime {
     double value = 0.0;
-    double rate = 0.0;  ///< values a second; 0 where the file has no usable rate
+    double rate = 0.0;  ///< values a second; 0 when the file has no usable rate
 };
 
 struct TimeRange {
@@ -26,40 +26,41 @@ struct TimeRange {
     RationalTime duration;
 };
 
-/// A level over time.
+/// A key frame of a level.
 struct LevelKey {
     double time = 0.0;
     float decibels = 0.0f;
 };
 
-/// What a file says about the level of a clip or track: nothing, one value, or key frames.
+/// The level of a clip or track in the file: unset, a single value, or key frames.
 struct Level {
     enum class Clock { Milliseconds, Frames };
 
     std::optional<float> decibels;
     std::vector<LevelKey> keys;
-    Clock clock = Clock::Milliseconds;  ///< what the keys' times count, from the owner's start
+    Clock clock =
+        Clock::Milliseconds;  ///< unit of the key times, which count from the owner's start
 };
 
-/// A plugin with its parameters, as the file asks for it: nothing of it is checked.
+/// A plugin and its parameters as the file contains them, unchecked.
 struct EffectRequest {
     std::string plugin;
-    /// A number, or the word for one of several choices.
+    /// A number, or the name of a choice.
     std::map<std::string, std::variant<double, std::string>> parameters;
     bool enabled = true;
 };
 
-/// Lengths in frames of the timeline, 0 or more; 0 is no fade.
+/// Lengths in frames of the timeline, 0 or more; 0 means no fade.
 struct Fades {
     double inFrames = 0.0;
     double outFrames = 0.0;
     std::string curve = "equal-power";
 };
 
-/// How far a transition reaches over the items on its two sides.
+/// Extent of a transition over the items before and after it.
 struct TransitionSpan {
     RationalTime inOffset;   ///< over the item before it
-    RationalTime outOffset;  ///< over the item behind it
+    RationalTime outOffset;  ///< over the item after it
     std::string type;
     std::string curve = "equal-power";
 };
@@ -83,25 +84,26 @@ struct Item {
     bool enabled = true;
 
     std::optional<MediaReference> media;
-    std::string noMediaReason;  ///< set where a clip has no medium that could sound
-    int stream = 0;             ///< audio stream of the medium, from 0
+    std::string noMediaReason;  ///< set when a clip has no media file with sound
+    int stream = 0;             ///< audio stream of the media file, from 0
     double speed = 1.0;
-    std::string speedProblem;  ///< set where the retiming cannot be rendered
+    std::string speedProblem;  ///< set when the speed cannot be rendered
     Level level;
     bool muted = false;
     std::vector<EffectRequest> effects;
     Fades fades;
 
-    TransitionSpan transition;  ///< of a transition alone
+    TransitionSpan transition;  ///< transitions only
 
-    /// What a nested item shows: its tracks sound together.
+    /// The content of a nested item; its tracks are summed.
     std::vector<Track> tracks;
 };
 
 struct Track {
     enum class Kind { Audio, Video, Other };
 
-    /// A nested item keeps tracks of another kind too, since its length may be theirs.
+    /// False for a track of another kind in a nested item, which is kept because it counts for the
+    /// length of the item.
     bool sounds = true;
     std::string name;
     SourceLocation place;

@@ -8,9 +8,9 @@
 #include "host/otio/ImportReport.h"
 #include "host/otio/MediaReferences.h"
 
-/// The reader of OpenTimelineIO timelines. Three stages, each of plain values and testable alone:
-/// the document (JsonDocument.h), the timeline as the file tells it (TimelineParser.h), and the
-/// timeline in frames with its media resolved (Arrangement.h).
+/// The reader of OpenTimelineIO timelines. It has three stages, each testable separately: the JSON
+/// document (JsonDocument.h), the values of the timeline (TimelineParser.h), and the timeline in
+/// frames with resolved media (Arrangement.h).
 namespace orlo::host::otio {
 
 struct ImportOptions {
@@ -24,23 +24,23 @@ struct TimelineImport {
     std::string name;
     Arrangement arrangement;
     ImportReport report;
-    std::vector<ReferencedMedia> media;  ///< every local file that the document names
+    std::vector<ReferencedMedia> media;  ///< every local file that the document references
 };
 
-/// Whether a path names a timeline: a file that ends in ".otio" or a folder that ends in ".otiod".
+/// Whether a path ends in ".otio" (a timeline file) or ".otiod" (a timeline folder).
 bool IsTimelinePath(const std::string& path);
 
-/// The file with the document of a timeline: of an ".otiod" folder its content.otio. Absolute.
+/// Absolute path of the document of a timeline: in an ".otiod" folder its content.otio.
 std::string TimelineFile(const std::string& path);
 
 /// Reads a timeline.
 /// @param path  an ".otio" file, or an ".otiod" folder with its content.otio
-/// @throws DocumentError with what is wrong and where in the file
+/// @throws DocumentError with the fault and its position in the file
 TimelineImport ImportTimeline(const std::string& path, const ImportOptions& options);
 
-/// Reads a timeline out of memory.
+/// Reads a timeline from memory.
 /// @param text    the document
-/// @param folder  where relative paths begin
+/// @param folder  folder for relative paths
 TimelineImport ImportTimelineText(std::string text, const std::string& folder,
                                   const ImportOptions& options);
 

@@ -10,7 +10,7 @@ namespace orlo::host::otio {
 
 namespace {
 
-/// Names and places of any length stay short in the report: there may be millions of them.
+/// Limits of names and places in the report, which may contain millions of them.
 constexpr std::size_t MAX_NAME = 60;
 constexpr std::size_t MAX_PLACE = 300;
 
@@ -30,8 +30,8 @@ std::string Label(const char* kind, std::size_t number, const std::string& name)
     return name.empty() ? label : label + " " + Quoted(Shortened(name));
 }
 
-/// The place of a track inside a nested item. Of a very long one the end is kept.
-SourceLocation InsideOf(const SourceLocation& nested, const std::string& label) {
+/// The place of a track inside a nested item. A place that is too long is cut at its beginning.
+SourceLocation InnerLocation(const SourceLocation& nested, const std::string& label) {
     std::string text = ToText(nested) + ", " + label;
     if (text.size() > MAX_PLACE) {
         std::size_t begin = text.size() - MAX_PLACE;
@@ -51,7 +51,7 @@ Item::Kind KindOf(const std::string& schema) {
 
 Track::Kind TrackKind(const std::string& kind) {
     if (kind == "Audio") return Track::Kind::Audio;
-    // A track without a kind is one of pictures.
+    // A track without a kind is a video track.
     return kind == "Video" || kind.empty() ? Track::Kind::Video : Track::Kind::Other;
 }
 
@@ -59,10 +59,10 @@ void NoteUnwantedTrack(Track::Kind kind, const std::string& kindName, const Sour
                        ImportReport& report) {
     if (kind == Track::Kind::Video) {
         report.Add("video track", place,
-                   "its pictures are not taken over, and its sound only with "
+                   "its pictures are not imported, and its sound only with "
                    "--audio-from video");
     } else if (kind == Track::Kind::Audio) {
-        report.Add("audio track", place, "the sound is taken from the video tracks");
+        report.Add("audio track", place, "the sound is read from the video tracks");
     } else {
         report.Add("track of kind " + Quoted(kindName), place, "it has no sound");
     }
@@ -120,14 +120,14 @@ void ParseTrackMetadata(const Json& object, Track& track, ImportReport& report) 
             if (balance && *balance >= -1.0f && *balance <= 1.0f) {
                 track.stereoBalance = balance;
             } else if (balance) {
-                report.Add(key, track.place, "it is outside -1 to 1 and is passed over");
+                report.Add(key, track.place, "it is outside -1 to 1 and is ignored");
             }
         } else if (key == "muted") {
             track.muted = BoolMember(*metadata, "muted", false, track.place, report);
         } else if (key == "solo") {
             track.solo = BoolMember(*metadata, "solo", false, track.place, report);
         } else {
-            report.Add("metadata.sonrel." + OneLine(key), track.place, "it is not taken over");
+            report.Add("metadata.sonrel." + OneLine(key), track.place, "it is not imported");
         }
     }
 }
@@ -145,7 +145,7 @@ Track ParseTrack(const Json& object, const SourceLocation& place, Track::Kind wa
     return track;
 }
 
-/// A child of a stack that is no track sounds like a track of its own.
+/// A child of a stack that is not a track becomes a separate track.
 Track TrackOfItem(const Json& object, const SourceLocation& place, Track::Kind wanted,
                   ImportReport& report) {
     Track track;
@@ -155,10 +155,11 @@ Track TrackOfItem(const Json& object, const SourceLocation& place, Track::Kind w
     return track;
 }
 
-/// A track that does not sound is read for its length alone, and one note stands for all of it.
+/// Parses a track that does not sound, whose length counts. The caller reports the whole track, so
+/// reports about its items are discarded.
 Track ParseSilentTrack(const Json& object, const SourceLocation& place, Track::Kind wanted) {
-    ImportReport unheard;
-    Track track = ParseTrack(object, place, wanted, unheard);
+    ImportReport discarded;
+    Track track = ParseTrack(object, place, wanted, discarded);
     track.sounds = false;
     return track;
 }
@@ -173,13 +174,13 @@ Track ParseInnerTrack(const Json& object, const SourceLocation& place, Track::Ki
     return ParseSilentTrack(object, place, wanted);
 }
 
-/// A nested track is a stack of that one track, whose own values belong to the item. Without a kind
-/// it is one of the tracks around it.
+/// A nested track is treated as a stack with that single track. Its values belong to the item.
+/// Without a kind it has the kind of the tracks that contain it.
 Track ParseNestedTrack(const Json& object, const Item& item, Track::Kind wanted,
                        ImportReport& report) {
     Track track;
     track.name = item.name;
-    track.place = InsideOf(item.place, "its track");
+    track.place = InnerLocation(item.place, "its track");
     const std::string kindName = StringMember(object, "kind");
     const Track::Kind kind = kindName.empty() ? wanted : TrackKind(kindName);
     if (kind == wanted) {
@@ -187,8 +188,8 @@ Track ParseNestedTrack(const Json& object, const Item& item, Track::Kind wanted,
         return track;
     }
     NoteUnwantedTrack(kind, kindName, track.place, report);
-    ImportReport unheard;
-    ParseItems(object, wanted, track, unheard);
+    ImportReport discarded;
+    ParseItems(object, wanted, track, discarded);
     track.sounds = false;
     return track;
 }
@@ -201,7 +202,8 @@ void ParseNested(const Json& object, Track::Kind wanted, Item& item, ImportRepor
     std::size_t number = 0;
     for (const Json& child : ListMember(object, "children", item.place)) {
         const std::string label = Label("track", ++number, StringMember(child, "name"));
-        item.tracks.push_back(ParseInnerTrack(child, InsideOf(item.place, label), wanted, report));
+        item.tracks.push_back(
+            ParseInnerTrack(child, InnerLocation(item.place, label), wanted, report));
     }
 }
 
@@ -249,17 +251,17 @@ void ParseTimelineMetadata(const Json& object, Timeline& timeline, ImportReport&
         } else if (key == "sampleRate" && IsSampleRate(value)) {
             timeline.sampleRate = static_cast<int>(*value.AsInteger());
         } else if (key == "frameRate" || key == "sampleRate") {
-            report.Add(key, place, "it is no rate and is passed over");
+            report.Add(key, place, "it is not a rate and is ignored");
         } else {
-            report.Add("metadata.sonrel." + OneLine(key), place, "it is not taken over");
+            report.Add("metadata.sonrel." + OneLine(key), place, "it is not imported");
         }
     }
 }
 
 void AddTop(const Json& top, Track::Kind wanted, Timeline& timeline, ImportReport& report);
 
-/// Of a collection one thing is taken: the first timeline or, without one, the first stack, or else
-/// its tracks and clips, each as a track.
+/// Imports a single child of a collection: the first timeline, else the first nested collection,
+/// else the first stack. Without any of these, all children become tracks.
 void AddCollection(const Json& collection, Track::Kind wanted, Timeline& timeline,
                    ImportReport& report) {
     const Json::Items& children = ListMember(collection, "children", {});
@@ -278,7 +280,7 @@ void AddCollection(const Json& collection, Track::Kind wanted, Timeline& timelin
             AddTrack(child, wanted, timeline, number, report);
         } else {
             report.Add(SchemaName(child), {{}, Label("item", number, StringMember(child, "name"))},
-                       "of a collection only the first timeline is taken over");
+                       "only the first timeline of a collection is imported");
         }
     }
 }
@@ -300,7 +302,7 @@ void AddTop(const Json& top, Track::Kind wanted, Timeline& timeline, ImportRepor
     } else if (schema == "SerializableCollection") {
         AddCollection(top, wanted, timeline, report);
     } else if (schema.empty()) {
-        throw DocumentError("no OpenTimelineIO document: its top has no OTIO_SCHEMA");
+        throw DocumentError("not an OpenTimelineIO document: its top has no OTIO_SCHEMA");
     } else {
         throw DocumentError("its top is a " + Quoted(schema) +
                             ", not a Timeline, Stack, Track, Clip or SerializableCollection");

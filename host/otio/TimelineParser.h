@@ -8,14 +8,14 @@
 
 namespace orlo::host::otio {
 
-/// Takes a timeline out of its document.
+/// Parses the JSON document of a timeline.
 ///
 /// The top may be a Timeline, a Stack, a Track, a Clip or a SerializableCollection. Schema names
-/// count and their versions do not. What is unknown is noted in the report and passed over, as are
-/// the tracks of another kind.
-/// @param wanted  the kind of the tracks that are to sound: Audio or Video
-/// @throws DocumentError where the document has another top, or a number or list that decides about
-///         positions is something else
+/// count and their versions do not. Unknown objects and tracks of another kind are reported and
+/// ignored.
+/// @param wanted  kind of the tracks that sound: Audio or Video
+/// @throws DocumentError when the document has another top, or when a number or list that
+///         determines positions has another type
 Timeline ParseTimeline(const Json& document, Track::Kind wanted, ImportReport& report);
 
 }  // namespace orlo::host::otio

@@ -13,10 +13,11 @@ namespace orlo::host::otio {
 
 namespace {
 
-/// Rates above this are time scales, such as a sample rate, and say nothing about frames.
+/// Rates above this are time scales, such as sample rates, and not frame rates.
 constexpr double MAX_VOTING_RATE = 240.0;
 
-/// The range that tells how long an item is: its own, else that of its medium.
+/// The range that determines the length of an item: its source_range, else the available_range of
+/// its media.
 const TimeRange* Extent(const Item& item) {
     if (item.sourceRange) return &*item.sourceRange;
     if (item.media && item.media->availableRange) return &*item.media->availableRange;
@@ -32,8 +33,8 @@ std::optional<LevelCurve::Key> ToKey(const LevelKey& key, Level::Clock clock, do
     return LevelCurve::Key{static_cast<int>(ms), key.decibels};
 }
 
-/// What the report calls an item that may sound.
-std::string WhatOf(const Item& item) {
+/// Kind of an item with sound, for the report.
+std::string KindText(const Item& item) {
     return item.kind == Item::Kind::Nested ? "nested " + item.schema : "clip";
 }
 
@@ -107,25 +108,26 @@ double TrackArranger::ToSeconds(const RationalTime& time, const char* what,
     if (rate == 0.0) {
         rate = fallbackRate_;
         report_.Add(std::string("rate of the ") + what, place,
-                    "it is 0 or no number; " + FormatShort(rate) + " is taken");
+                    "it is 0 or not a number; " + FormatShort(rate) + " is used");
     }
     return time.value / rate;
 }
 
-/// Where the duration is one of the medium, a retimed item takes that much divided by its speed.
+/// The time of an item on its track. With Retime::Media, the duration divided by the speed.
 double TrackArranger::Retimed(const Item& item, double seconds) const {
     const double speed = std::abs(item.speed);
     const bool isSpeed = speed >= MIN_SPEED && speed <= MAX_SPEED;
     return rules_.retime == Retime::Media && isSpeed ? seconds / speed : seconds;
 }
 
-/// @param contentSeconds  length of what a nested item shows
+/// @param contentSeconds  length of the content of a nested item
 double TrackArranger::Duration(const Item& item, double contentSeconds) {
     const TimeRange* extent = Extent(item);
     if (extent == nullptr) {
         if (item.kind == Item::Kind::Nested) return Retimed(item, contentSeconds);
         if (item.kind == Item::Kind::Clip) {
-            report_.Add("clip", item.place, "it tells no length and is left out");
+            report_.Add("clip", item.place,
+                        "it has neither a source_range nor an available_range and is left out");
         }
         return 0.0;
     }
@@ -141,7 +143,7 @@ void TrackArranger::Trim(const TimeRange* range, const SourceLocation& place) {
     if (range == nullptr) return;
     const double duration = ToSeconds(range->duration, "duration", place);
     if (!(duration > 0.0)) return;
-    // The range counts from where an earlier trim let the time begin.
+    // The range counts from the beginning that an earlier trim set.
     const double begin = window_.begin + ToSeconds(range->start, "start", place);
     window_.end = std::min(window_.end, begin + duration);
     window_.begin = begin;
@@ -183,10 +185,10 @@ PlacedTrack TrackArranger::Arrange(const TimeRange* stackTrim) {
     return placed;
 }
 
-/// Of a track inside a nested item only the mute and the clips are taken over.
+/// Reports the values of a track inside a nested item that are not imported. Mute and clips are.
 void TrackArranger::NoteInnerTrack() const {
     const auto note = [this](const char* what) {
-        report_.Add(what, track_.place, "on a track inside a nested item it is not taken over");
+        report_.Add(what, track_.place, "on a track inside a nested item it is not imported");
     };
     if (IsSet(track_.level)) note("audioLevel");
     if (track_.stereoBalance) note("stereoBalance");
@@ -199,8 +201,8 @@ TrackArranger::Nested TrackArranger::ArrangeNested(const Item& item) {
     nested.composition->schema = item.schema;
     double sounding = 0.0;
     for (const Track& track : item.tracks) {
-        ImportReport unheard;
-        TrackArranger inner(track, true, rules_, track.sounds ? report_ : unheard);
+        ImportReport discarded;
+        TrackArranger inner(track, true, rules_, track.sounds ? report_ : discarded);
         PlacedTrack placed = inner.Arrange(nullptr);
         nested.seconds = std::max(nested.seconds, inner.DurationInSeconds());
         if (!track.sounds) continue;
@@ -214,22 +216,23 @@ TrackArranger::Nested TrackArranger::ArrangeNested(const Item& item) {
 void TrackArranger::AddTransition(const Item& item, double position) {
     if (inner_) {
         report_.Add("transition", item.place,
-                    "inside a nested item it is not taken over; the clips meet in a cut");
+                    "inside a nested item it is not imported; it becomes a cut");
         return;
     }
-    if (waits_) {
-        report_.Add("transition", item.place, "it follows another one; that one is taken");
+    if (needsNextItem_) {
+        report_.Add("transition", item.place,
+                    "it follows another transition, which is used instead");
         return;
     }
     if (!item.enabled) {
-        report_.Add("transition", item.place, "it is disabled; the clips meet in a cut");
+        report_.Add("transition", item.place, "it is disabled; it becomes a cut");
         return;
     }
-    pending_.push_back({&item, position, last_, {}});
-    waits_ = true;
+    pending_.push_back({&item, position, previous_, {}});
+    needsNextItem_ = true;
 }
 
-/// An offset that the file does not tell needs no rate.
+/// Converts an offset to seconds. An offset that is 0 or missing in the file needs no rate.
 double TrackArranger::OffsetSeconds(const RationalTime& time, const char* what,
                                     const SourceLocation& place) {
     return time.value == 0.0 ? 0.0 : ToSeconds(time, what, place);
@@ -239,7 +242,8 @@ void TrackArranger::PlaceTransitions(PlacedTrack& placed) {
     for (const Pending& pending : pending_) {
         const Item& item = *pending.item;
         if (pending.position < window_.begin || pending.position > window_.end) {
-            report_.Add("transition", item.place, "a source_range around it cuts it off");
+            report_.Add("transition", item.place,
+                        "it is outside the source_range of its track or stack");
             continue;
         }
         Join join;
@@ -261,30 +265,31 @@ void TrackArranger::PlaceItem(const Item& item, Seconds position,
     if (item.kind == Item::Kind::Clip && !item.noMediaReason.empty()) {
         report_.Add("clip", item.place, item.noMediaReason);
     } else if (maySound && (composition != nullptr || Extent(item) != nullptr)) {
-        // Through a transition also a muted clip sounds, which these must not.
-        neighbour.joins = item.enabled && item.speedProblem.empty();
+        // A muted clip still sounds through a transition. A disabled clip, or a clip whose speed
+        // cannot be rendered, must not.
+        neighbour.allowsTransition = item.enabled && item.speedProblem.empty();
         if (PlaceClip(item, position, std::move(composition), placed)) {
             neighbour.clip = placed.clips.size() - 1;
         }
     } else if (item.kind == Item::Kind::Unknown) {
         report_.Add(
             item.schema.empty() ? "item without a schema" : "unknown " + Quoted(item.schema),
-            item.place, "it is not taken over; its time is silent");
+            item.place, "it is not imported; its time is silent");
     }
-    if (waits_) pending_.back().after = neighbour;
-    waits_ = false;
-    last_ = neighbour;
+    if (needsNextItem_) pending_.back().after = neighbour;
+    needsNextItem_ = false;
+    previous_ = neighbour;
 }
 
-/// @param cutSeconds     what trims took off the clip's beginning
-/// @param droppedFrames  receives the frames at the clip's beginning that lie before its medium
-/// @return false where the in-point is out of range
+/// @param cutSeconds     time that trims cut off the beginning of the clip
+/// @param droppedFrames  receives the frames at the beginning of the clip that are before its media
+/// @return false when the in-point is out of range
 bool TrackArranger::SetInPoint(const Item& item, double cutSeconds, PlacedClip& clip,
                                int& droppedFrames) {
     double seconds = 0.0;
     if (item.sourceRange) seconds = ToSeconds(item.sourceRange->start, "start", item.place);
     if (item.sourceRange && item.media && item.media->availableRange) {
-        seconds -= ToSeconds(item.media->availableRange->start, "start of the medium", item.place);
+        seconds -= ToSeconds(item.media->availableRange->start, "start of the media", item.place);
     }
     if (cutSeconds > 0.0) seconds += cutSeconds * clip.speed;
     const double frames = zrtl::RoundHalfAway((seconds * rules_.fps) / clip.speed);
@@ -294,30 +299,30 @@ bool TrackArranger::SetInPoint(const Item& item, double cutSeconds, PlacedClip& 
     return true;
 }
 
-/// @param cutIn   frames that are missing at the item's beginning
-/// @param cutOut  frames that are missing at its end
+/// @param cutIn   frames cut off the beginning of the item
+/// @param cutOut  frames cut off its end
 Fades TrackArranger::TrimmedFades(const Item& item, int cutIn, int cutOut) {
     Fades fades = item.fades;
     if ((fades.inFrames > 0.0 && cutIn > 0) || (fades.outFrames > 0.0 && cutOut > 0)) {
-        report_.Add("fade", item.place,
-                    "frames that it lies on are cut off; it is shorter by as many");
+        report_.Add("fade", item.place, "it is shortened by the frames that are cut off");
     }
     fades.inFrames = std::max(0.0, fades.inFrames - cutIn);
     fades.outFrames = std::max(0.0, fades.outFrames - cutOut);
     return fades;
 }
 
-/// @return whether the clip was placed; where it was not, that is noted
+/// @return whether the clip was placed; a clip that was not is reported
 bool TrackArranger::PlaceClip(const Item& item, Seconds position,
                               std::shared_ptr<PlacedComposition> composition, PlacedTrack& placed) {
-    const std::string what = WhatOf(item);
+    const std::string what = KindText(item);
     const double cutSeconds = std::max(0.0, window_.begin - position.begin);
     const Seconds kept{std::max(position.begin, window_.begin) - window_.begin,
                        std::min(position.end, window_.end) - window_.begin};
     if (kept.end <= kept.begin) {
         report_.Add(what, item.place,
-                    position.end > position.begin ? "a source_range around it cuts it off"
-                                                  : "it has no length and is left out");
+                    position.end > position.begin
+                        ? "it is outside the source_range of its track or stack"
+                        : "it has no length and is left out");
         return false;
     }
     PlacedClip clip;
@@ -339,7 +344,7 @@ bool TrackArranger::PlaceClip(const Item& item, Seconds position,
         return false;
     }
     if (droppedFrames > 0) {
-        report_.Add(what, item.place, "it begins before its medium, and is silent until there");
+        report_.Add(what, item.place, "it begins before its media and is silent until then");
         if (droppedFrames >= clip.endFrame - clip.startFrame) return false;
         clip.startFrame += droppedFrames;
     }

@@ -14,12 +14,12 @@
 
 namespace orlo::host::otio {
 
-/// Counts the rates of durations.
+/// Finds the most frequent rate of durations.
 class RateVote {
 public:
     void Add(const Item& item);
 
-    /// The most frequent rate; of equals, the one that came first.
+    /// The most frequent rate; of equal counts the rate that was added first.
     std::optional<double> Winner() const;
 
 private:
@@ -31,13 +31,13 @@ private:
     std::map<double, Count> counts_;
 };
 
-/// A stretch of seconds; @p end is exclusive.
+/// A range in seconds; @p end is exclusive.
 struct Seconds {
     double begin = 0.0;
     double end = 0.0;
 };
 
-/// What all tracks of a timeline are placed by.
+/// Settings that all tracks of a timeline share.
 struct ArrangeRules {
     double fps = 25.0;
     int rate = 48000;
@@ -47,30 +47,30 @@ struct ArrangeRules {
 
 /// The frame nearest to a position.
 /// @param seconds  0 or more
-/// @throws DocumentError when it lies beyond the last frame number
+/// @throws DocumentError when it is beyond frame 2147483647
 int CheckedFrame(double seconds, double fps, const SourceLocation& place);
 
-/// A level with its keys sorted and in milliseconds.
-/// @param cutSeconds  what was taken off the owner's beginning
+/// Converts a level: sorts its keys and converts their times to milliseconds.
+/// @param cutSeconds  time that a trim cut off the beginning of the owner
 LevelCurve ToCurve(const Level& level, double fps, double cutSeconds, const SourceLocation& place,
                    ImportReport& report);
 
-/// One track on its way into frames.
+/// Places the items of a track in frames.
 class TrackArranger {
 public:
-    /// @param inner  the track lies in a nested item
+    /// @param inner  the track is inside a nested item
     TrackArranger(const Track& track, bool inner, const ArrangeRules& rules, ImportReport& report);
 
-    /// @param stackTrim  the range of the stack around the track, or null
+    /// @param stackTrim  source_range of the stack that contains the track, or null
     PlacedTrack Arrange(const TimeRange* stackTrim);
 
-    /// Length of what the arranged track holds.
+    /// Length of the content of the arranged track.
     double LengthInSeconds() const { return length_; }
-    /// Length of the track as its parent sees it: that of its range, else of its items.
+    /// Length of the track in its parent: the length of its range, else of its items.
     double DurationInSeconds() const { return duration_; }
 
 private:
-    /// A transition, and the items in front of it and behind it.
+    /// A transition, and the items before and after it.
     struct Pending {
         const Item* item = nullptr;
         double position = 0.0;
@@ -78,7 +78,7 @@ private:
         Neighbour after;
     };
 
-    /// What a nested item shows, and how long that is.
+    /// The content of a nested item and its length.
     struct Nested {
         std::shared_ptr<PlacedComposition> composition;
         double seconds = 0.0;
@@ -105,14 +105,14 @@ private:
     const ArrangeRules& rules_;
     ImportReport& report_;
     double fallbackRate_;
-    /// What is left of the track's own time after its trims, and where that time begins.
+    /// The part of the track's time that its trims leave.
     Seconds window_{0.0, std::numeric_limits<double>::infinity()};
     double length_ = 0.0;
     double duration_ = 0.0;
-    Neighbour last_;  ///< the item in front of the next one
+    Neighbour previous_;  ///< the item before the next item
     std::vector<Pending> pending_;
-    /// Whether a transition waits for the item behind it.
-    bool waits_ = false;
+    /// Whether the last pending transition still needs the item after it.
+    bool needsNextItem_ = false;
 };
 
 }  // namespace orlo::host::otio

@@ -12,7 +12,7 @@ namespace {
 
 constexpr const char* WHAT = "transition";
 
-/// An offset in frames. Below 0 there is none.
+/// An offset in frames. A negative offset counts as 0 and is reported.
 double OffsetFrames(double seconds, double fps, const SourceLocation& place, ImportReport& report) {
     if (seconds < 0.0) {
         report.Add(WHAT, place, "a negative offset counts as 0");
@@ -21,11 +21,12 @@ double OffsetFrames(double seconds, double fps, const SourceLocation& place, Imp
     return zrtl::RoundHalfAway(seconds * fps);
 }
 
-/// A plugin is told the length in milliseconds and in samples, each a whole number of 32 bits.
+/// Whether the length in frames, milliseconds and samples fits into 32 bits. Plugins receive it in
+/// milliseconds and in samples.
 bool Fits(double frames, int joinFrame, const TransitionLimits& limits) {
-    constexpr double MOST = std::numeric_limits<int>::max();
-    return joinFrame + frames <= MOST && frames * (1000.0 / limits.fps) <= MOST &&
-           frames * (limits.rate / limits.fps) <= MOST;
+    constexpr double LIMIT = std::numeric_limits<int>::max();
+    return joinFrame + frames <= LIMIT && frames * (1000.0 / limits.fps) <= LIMIT &&
+           frames * (limits.rate / limits.fps) <= LIMIT;
 }
 
 bool Ends(const PlacedTrack& track, const Neighbour& neighbour, int frame) {
@@ -42,8 +43,9 @@ void PlaceTransition(const Join& join, const TransitionLimits& limits, PlacedTra
                      ImportReport& report) {
     const SourceLocation& place = join.item->place;
     const TransitionSpan& span = join.item->transition;
-    if (!join.before.joins || !join.after.joins) {
-        report.Add(WHAT, place, "a clip beside it is disabled or cannot be rendered; it is a cut");
+    if (!join.before.allowsTransition || !join.after.allowsTransition) {
+        report.Add(WHAT, place,
+                   "an adjacent clip is disabled or cannot be rendered; it becomes a cut");
         return;
     }
     const bool hasFrom = Ends(track, join.before, join.frame);
@@ -55,20 +57,22 @@ void PlaceTransition(const Join& join, const TransitionLimits& limits, PlacedTra
     double in = OffsetFrames(join.inSeconds, limits.fps, place, report);
     double out = OffsetFrames(join.outSeconds, limits.fps, place, report);
     if ((!hasFrom && in > 0.0) || (!hasTo && out > 0.0)) {
-        report.Add(WHAT, place, "beside silence it fades on the clip's own frames alone");
+        report.Add(WHAT, place, "next to silence it fades on the frames of the clip only");
     }
     if (!hasFrom) in = 0.0;
     if (!hasTo) out = 0.0;
     if (in + out == 0.0) {
-        report.Add(WHAT, place, "it covers no frame of the clips beside it; it is a cut");
+        report.Add(WHAT, place,
+                   "it does not cover a frame of the adjacent clips; it becomes a cut");
         return;
     }
     if (!Fits(in + out, join.frame, limits)) {
-        report.Add(WHAT, place, "its length is out of range; it is a cut");
+        report.Add(WHAT, place, "its length is out of range; it becomes a cut");
         return;
     }
     if (!span.type.empty() && span.type != "SMPTE_Dissolve") {
-        report.Add(WHAT, place, "its type " + Quoted(span.type) + " is not known; it cross-fades");
+        report.Add(WHAT, place,
+                   "its type " + Quoted(span.type) + " is unknown; it is a cross-fade");
     }
     PlacedTransition placed;
     placed.name = join.item->name;
@@ -89,8 +93,8 @@ void NoteOverlaps(const PlacedTrack& track, ImportReport& report) {
         if (shareAClip && last->joinFrame + last->relativeStartFrame + last->length >
                               transition.joinFrame + transition.relativeStartFrame) {
             report.Add(WHAT, transition.place,
-                       "the transition before it has not ended when it begins; that one goes "
-                       "first");
+                       "it begins before the previous transition has ended, which continues "
+                       "to its end first");
         }
         last = &transition;
     }

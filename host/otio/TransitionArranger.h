@@ -9,34 +9,34 @@
 
 namespace orlo::host::otio {
 
-/// An item beside a transition.
+/// An item before or after a transition.
 struct Neighbour {
-    std::optional<std::size_t> clip;  ///< its index on the placed track, where it is placed there
-    bool joins = true;                ///< false: it takes no transition
+    std::optional<std::size_t> clip;  ///< index on the placed track; unset when it is not placed
+    bool allowsTransition = true;
 };
 
-/// A transition on its way into frames.
+/// A transition that is to be placed.
 struct Join {
     const Item* item = nullptr;
     double inSeconds = 0.0;
     double outSeconds = 0.0;
-    int frame = 0;  ///< where the items beside it meet
+    int frame = 0;  ///< the edge between the items before and after it
     Neighbour before;
     Neighbour after;
 };
 
-/// What the engine can hand to a transition's plugin.
+/// The rates of the timeline, which limit the length of a transition.
 struct TransitionLimits {
     double fps = 25.0;
     int rate = 48000;
 };
 
-/// Puts a transition on the clips that meet in its join. Whatever keeps it from that, or takes a
-/// part of it, is noted.
+/// Places a transition on the clips before and after its join. A transition that is dropped or
+/// shortened is reported.
 void PlaceTransition(const Join& join, const TransitionLimits& limits, PlacedTrack& track,
                      ImportReport& report);
 
-/// Notes the transitions that begin on a clip before the one in front of them has ended.
+/// Reports each transition that begins before the previous transition on the same clip has ended.
 void NoteOverlaps(const PlacedTrack& track, ImportReport& report);
 
 }  // namespace orlo::host::otio

@@ -17,8 +17,8 @@ namespace pack = sonrel::PluginPack;
 
 using Plugin = std::shared_ptr<project::AbstractPluginAudio>;
 
-/// The number that a word stands for among the choices of a parameter.
-/// @throws std::invalid_argument for a word that is none of them
+/// The number of a choice of a parameter, from the name of the choice.
+/// @throws std::invalid_argument when the parameter does not have this choice
 double ChoiceNumber(const std::string& plugin, const std::string& parameter,
                     const std::string& word) {
     for (const pack::PluginInfo& info : pack::Effects()) {
@@ -35,7 +35,7 @@ double ChoiceNumber(const std::string& plugin, const std::string& parameter,
 /// @throws std::invalid_argument with the reason for a refusal
 Plugin MakeEffect(const otio::EffectRequest& request, int rate) {
     pack::Parameters parameters;
-    // An effect that does not exist is refused before its parameters are.
+    // An unknown effect is refused by its name, not by its parameters.
     pack::Parameters none;
     const auto& known = pack::Effects();
     const bool exists = std::any_of(known.begin(), known.end(), [&](const pack::PluginInfo& info) {
@@ -64,12 +64,13 @@ Plugin MakeFade(const otio::PlacedClip& clip, double fps, int rate) {
                               rate);
 }
 
-class Refusal {
+/// Removes the effects and fades that the plugin pack refuses.
+class EffectFilter {
 public:
-    Refusal(otio::Arrangement& arrangement, otio::ImportReport& report)
+    EffectFilter(otio::Arrangement& arrangement, otio::ImportReport& report)
         : fps_(arrangement.fps), rate_(arrangement.rate), report_(report) {}
 
-    void Look(std::vector<otio::PlacedTrack>& tracks) {
+    void Apply(std::vector<otio::PlacedTrack>& tracks) {
         for (otio::PlacedTrack& track : tracks) {
             for (otio::PlacedClip& clip : track.clips) {
                 std::erase_if(clip.effects, [&](const otio::EffectRequest& request) {
@@ -80,7 +81,7 @@ public:
                     IsRefused(clip, "fade", [&] { MakeFade(clip, fps_, rate_); })) {
                     clip.fades = {};
                 }
-                if (clip.composition != nullptr) Look(clip.composition->tracks);
+                if (clip.composition != nullptr) Apply(clip.composition->tracks);
             }
         }
     }
@@ -105,7 +106,7 @@ private:
 }  // namespace
 
 void DropRefusedEffects(otio::TimelineImport& import) {
-    Refusal(import.arrangement, import.report).Look(import.arrangement.tracks);
+    EffectFilter(import.arrangement, import.report).Apply(import.arrangement.tracks);
 }
 
 std::vector<ChainLink> MakeChain(const otio::PlacedClip& clip, double fps, int rate) {

@@ -10,18 +10,18 @@
 
 namespace orlo::host {
 
-/// A plugin of a clip's chain.
+/// A plugin in the effect chain of a clip.
 struct ChainLink {
     std::shared_ptr<project::AbstractPluginAudio> plugin;
     bool enabled = true;
 };
 
-/// Takes the effects and fades out of an import that the plugin pack does not have or whose
-/// parameters it refuses, with a note for each.
+/// Removes from an import the effects and fades that the plugin pack does not have or whose
+/// parameters it refuses. Each is reported.
 void DropRefusedEffects(otio::TimelineImport& import);
 
-/// The chain of a clip: its effects in their order, then its fades.
-/// @param clip  of an import that DropRefusedEffects has seen
+/// The chain of a clip: its effects in file order, then its fades.
+/// @param clip  of an import without refused effects (DropRefusedEffects)
 std::vector<ChainLink> MakeChain(const otio::PlacedClip& clip, double fps, int rate);
 
 /// The cross-fade of a transition.

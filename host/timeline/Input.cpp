@@ -29,7 +29,7 @@ using project::MediaAsset;
 constexpr int DEFAULT_RATE = 48000;
 constexpr double DEFAULT_FPS = 25.0;
 
-/// How many audio streams a file has. @throws JobError when it cannot be read
+/// Number of audio streams of a file. @throws JobError when the file cannot be read
 int CountAudioStreams(const std::string& path) {
     zrh::media::MediaInfo info;
     const int code = zrh::media::DescribeMedia(WidePath(path), &info);
@@ -40,7 +40,7 @@ int CountAudioStreams(const std::string& path) {
         }));
 }
 
-/// The reason why a stream of a file cannot be read; @p otherwise where all can.
+/// The first reason why a stream of a file cannot be read; @p otherwise when all can be read.
 std::string FirstReason(const zrh::media::MediaInfo& info, const std::string& otherwise) {
     for (const zrh::media::MediaStreamInfo& stream : info.streams) {
         if (!stream.reason.empty()) return stream.reason;
@@ -59,20 +59,20 @@ std::shared_ptr<MediaAsset> ImportUse(project::Project& project, const MediaUse&
     try {
         std::shared_ptr<MediaAsset> asset =
             project::ImportMediaAsset(project.Manager(), WidePath(path), use.stream);
-        if (!asset->HasAudio()) report.Add("clip", use.place, "its medium has no sound");
+        if (!asset->HasAudio()) report.Add("clip", use.place, "its media file has no sound");
         return asset;
     } catch (const zrh::media::ZRMediaException& error) {
         if (Interrupted()) RefuseMedia(path, error.Code());
         const int streams = use.stream == 0 ? 1 : CountAudioStreams(path);
         if (use.stream < streams) RefuseMedia(path, error.Code());
         report.Add("clip", use.place,
-                   "its medium has no audio stream number " + std::to_string(use.stream + 1) +
+                   "its media file has no audio stream number " + std::to_string(use.stream + 1) +
                        "; it is silent");
         return SilentAsset(project, path);
     }
 }
 
-/// The media of clips, each path and stream once.
+/// The media that clips use, each path and stream once.
 class MediaCollection {
 public:
     void Add(const std::vector<otio::PlacedTrack>& tracks) {
@@ -109,9 +109,10 @@ otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions&
         DropRefusedEffects(import);
         return import;
     } catch (const otio::RateError& error) {
-        const std::string text = "cannot take the timeline " + Quoted(input) + ": " + error.what();
+        const std::string text =
+            "cannot import the timeline " + Quoted(input) + ": " + error.what();
         if (options.fps || options.rate) throw UsageError(text);
-        throw JobError(text + "; give others with --fps and --rate");
+        throw JobError(text + "; set other rates with --fps and --rate");
     } catch (const otio::DocumentError& error) {
         throw JobError("cannot read the timeline " + Quoted(input) + ": " + error.what());
     }
@@ -163,7 +164,7 @@ void RequireMediaFile(const std::string& path) {
         throw JobError("cannot read " + Quoted(path) + ": " + std::strerror(errno));
     }
     if (!S_ISREG(status.st_mode)) {
-        throw JobError("cannot read " + Quoted(path) + ": it is no regular file");
+        throw JobError("cannot read " + Quoted(path) + ": it is not a regular file");
     }
 }
 
@@ -171,7 +172,7 @@ void RefuseMedia(const std::string& path, int code) {
     if (Interrupted()) ThrowInterrupted("not all media are read");
     std::string reason = zrh::media::MediaErrorText(code);
     if (code == static_cast<int>(zrh::media::MediaError::TooMuchSilence)) {
-        // Only the media library's error for the file has the numbers.
+        // Only the error text for this file contains the numbers.
         zrh::media::MediaInfo info;
         const int again = zrh::media::DescribeMedia(WidePath(path), &info, &reason);
         if (again == 0) reason = FirstReason(info, reason);
@@ -183,7 +184,7 @@ void ImportMedia(project::Project& project, std::vector<MediaUse>& media,
                  otio::ImportReport& report) {
     for (MediaUse& use : media) {
         if (IsMissing(use.location)) {
-            report.Add("clip", use.place, "its medium is missing; it is silent");
+            report.Add("clip", use.place, "its media file is missing; it is silent");
             use.asset = SilentAsset(project, {});
         } else {
             use.asset = ImportUse(project, use, report);
@@ -229,7 +230,7 @@ Json NotTakenOverJson(const otio::ImportReport& report) {
 std::string NotTakenOverText(const otio::ImportReport& report) {
     const std::vector<otio::ImportReport::Entry> entries = report.Entries();
     if (entries.empty()) return {};
-    std::string text = "not taken over, or changed:\n";
+    std::string text = "not imported, or changed:\n";
     for (const otio::ImportReport::Entry& entry : entries) {
         text += "  " + OneLine(entry.what);
         if (entry.count > 1) text += " (" + std::to_string(entry.count) + " times)";

@@ -14,59 +14,59 @@
 
 namespace orlo::host {
 
-/// A media file that a timeline uses: one for each path and audio stream.
+/// A media file that a timeline uses. Each pair of path and audio stream is a separate use.
 struct MediaUse {
     otio::MediaLocation location;
     int stream = 0;
     otio::SourceLocation place;                  ///< the first clip that uses it
-    std::shared_ptr<project::MediaAsset> asset;  ///< empty until it is imported
+    std::shared_ptr<project::MediaAsset> asset;  ///< null until it is imported
 };
 
-/// How a timeline is read, beside the rates.
+/// Options for reading a timeline, except the rates.
 struct ReadingChoice {
     bool soundFromVideo = false;
     otio::Retime retime = otio::Retime::Otio;
 };
 
-/// Reads INPUT as a timeline. Every effect in what it gives is one that can be made.
-/// @throws JobError or UsageError with the file's name
+/// Reads INPUT as a timeline. Effects that cannot be created are removed and reported.
+/// @throws JobError or UsageError with the name of the file
 otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions& options,
                                   const ReadingChoice& choice = {});
 
-/// What the clips on tracks use, nested ones included, in the order of the clips.
+/// The media files that the clips on tracks use, in the order of the clips, nested clips included.
 std::vector<MediaUse> CollectMedia(const std::vector<otio::PlacedTrack>& tracks);
 
-/// Whether a file does not exist, or its URL names no local file.
+/// Whether a file does not exist, or its URL is not a local file.
 bool IsMissing(const otio::MediaLocation& location);
 
-/// The first use of each path for which there is no file, URLs that name no local file included.
+/// The first use of each missing path, URLs of files on other machines included.
 std::vector<MediaUse> MissingMedia(const std::vector<MediaUse>& media);
 
-/// A clause that names missing media and the places that use them, and says what to do.
+/// A clause with the missing media, the places that use them, and the remedy.
 std::string MissingMediaClause(const std::string& input, const std::vector<MediaUse>& missing);
 
 /// The paths of missing media as a list.
 Json MissingJson(const std::vector<MediaUse>& missing);
 
-/// Makes the assets of a timeline's media and adds them to a project. Missing media become assets
-/// without sound; media without sound, and streams that a medium does not have, are noted.
-/// @throws JobError that names a file which cannot be read
+/// Creates the assets for the media of a timeline and adds them to a project. Missing media become
+/// assets without sound. Media files without sound, and missing streams, are reported.
+/// @throws JobError with the name of a file that cannot be read
 void ImportMedia(project::Project& project, std::vector<MediaUse>& media,
                  otio::ImportReport& report);
 
-/// Makes an asset of a media file with sound. @throws JobError that names the file
+/// Creates the asset of a media file with sound. @throws JobError with the name of the file
 std::shared_ptr<project::MediaAsset> ImportMediaFile(project::Project& project,
                                                      const std::string& path, int stream);
 
-/// Refuses what stands in the way of opening a media file, by its name. @throws JobError
+/// Refuses a path that does not exist or is not a regular file. @throws JobError with the path
 void RequireMediaFile(const std::string& path);
 
-/// Fails because the media library refused a file. @throws JobError that names the file and the
-/// reason; CommandError when the program is asked to stop
+/// Fails because the media library refused a file. @throws JobError with the file and the reason;
+/// CommandError when the program was asked to stop
 /// @param code  a zrh::media::MediaError
 [[noreturn]] void RefuseMedia(const std::string& path, int code);
 
-/// Frames a second of a media file: of its picture, else --fps, else 25.
+/// Frame rate of a media file: the rate of its video stream, else --fps, else 25.
 double FrameRateOf(const project::MediaAsset& asset, const GlobalOptions& options);
 
 /// Sample rate for a media file: --rate, else 48000.
@@ -77,13 +77,13 @@ int RateFor(const GlobalOptions& options);
 void BuildSequence(const otio::Arrangement& arrangement, const std::vector<MediaUse>& media,
                    project::Project& project);
 
-/// Builds what a nested item shows, with the rates of its timeline.
+/// Builds the content of a nested item, with the rates of its timeline.
 /// @param media  imported
 std::shared_ptr<project::CompositionAsset> BuildComposition(
     const otio::Arrangement& arrangement, const otio::PlacedComposition& composition,
     const std::vector<MediaUse>& media, project::Project& project);
 
-/// The import report for programs and for people.
+/// The import report as JSON and as text.
 Json NotTakenOverJson(const otio::ImportReport& report);
 std::string NotTakenOverText(const otio::ImportReport& report);
 

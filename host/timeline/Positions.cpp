@@ -38,7 +38,7 @@ std::vector<std::string_view> SplitAtColons(std::string_view text) {
     }
 }
 
-/// Frames of a timecode, or nothing when it is none at this frame rate.
+/// Frames of a timecode; nullopt when the text is not a timecode at this frame rate.
 std::optional<double> ParseTimecode(std::string_view text, double fps) {
     const std::vector<std::string_view> fields = SplitAtColons(text);
     if (fields.size() != 4) return std::nullopt;
@@ -94,12 +94,12 @@ long long ParsePosition(std::string_view text, const FrameGrid& grid, const std:
     const std::optional<long long> samples = ToSamples(text, grid);
     if (!samples) {
         throw UsageError(option + " " + Quoted(text) +
-                         " is no position: give seconds (12.5 or 12.5s), frames (300f), samples "
+                         " is not a position: use seconds (12.5 or 12.5s), frames (300f), samples "
                          "(480000smp) or timecode (00:00:12:10) at " +
                          FormatNumber(grid.fps, 6) + " frames a second");
     }
     if (*samples == NO_SAMPLE) {
-        throw UsageError(option + " " + Quoted(text) + " lies beyond every timeline");
+        throw UsageError(option + " " + Quoted(text) + " is beyond the end of any timeline");
     }
     return *samples;
 }
@@ -120,12 +120,12 @@ zrtl::FrameRange ParseSpan(const std::string& from, const std::string& to, const
     span.start = from.empty() ? 0 : ParsePosition(from, grid, "--from");
     span.end = to.empty() ? total : ParsePosition(to, grid, "--to");
     if (span.start >= total) {
-        throw UsageError("--from " + Quoted(from) + " lies at or beyond the end, which is at " +
+        throw UsageError("--from " + Quoted(from) + " is at or beyond the end, which is at " +
                          std::to_string(total) + "smp (" + FormatTimecode(total, grid) + ")");
     }
     if (span.start >= span.end) {
-        throw UsageError("nothing lies between --from " + Quoted(from.empty() ? "0" : from) +
-                         " and --to " + Quoted(to) + ": --to is exclusive and must come later");
+        throw UsageError("the range is empty: --from " + Quoted(from.empty() ? "0" : from) +
+                         ", --to " + Quoted(to) + "; --to is exclusive and must be after --from");
     }
     span.end = std::min<long long>(span.end, total);
     return span;

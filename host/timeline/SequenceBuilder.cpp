@@ -29,7 +29,7 @@ void SetRates(project::AudioVideoSettings& settings, const otio::Arrangement& ar
     settings.SetFrameCount(frameCount);
 }
 
-/// Makes a project out of an arrangement.
+/// Builds the objects of a project from an arrangement.
 class Builder {
 public:
     Builder(const otio::Arrangement& arrangement, const std::vector<MediaUse>& media,
@@ -59,7 +59,7 @@ public:
         }
     }
 
-    /// The composition is added to the project's assets, behind those that it shows.
+    /// Adds the composition to the project's assets, after the assets that it shows.
     std::shared_ptr<project::CompositionAsset> MakeComposition(
         const otio::PlacedComposition& placed) const {
         auto composition = std::make_shared<project::CompositionAsset>();
@@ -81,7 +81,7 @@ private:
         return assets_.at({clip.media.path, clip.stream});
     }
 
-    /// What objects and layers have in common.
+    /// Sets the values that objects and layers share.
     template <class Shown>
     void Set(const otio::PlacedClip& clip, Shown& shown) const {
         shown.SetRange(clip.startFrame, clip.endFrame);
@@ -106,7 +106,7 @@ private:
         return layer;
     }
 
-    /// Where there is no clip on one side, the identity there is null and the side is silence.
+    /// A side without a clip has a null identity and is silent.
     static void Join(const otio::PlacedTransition& placed,
                      const std::vector<std::shared_ptr<project::AssetAudioObject>>& objects) {
         const auto from = placed.from ? objects.at(*placed.from) : nullptr;

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-/// Pieces of OpenTimelineIO documents, as an editor would write them.
+/// Parts of OpenTimelineIO documents as editing programs write them.
 namespace sonrel_tests {
 
 using Json = nlohmann::ordered_json;
@@ -60,14 +60,14 @@ inline Json Timeline(std::vector<Json> tracks) {
             {"tracks", Stack(std::move(tracks))}};
 }
 
-/// A transition that reaches @p in values over what is before it and @p out over what follows.
+/// A transition that covers @p in values of the item before it and @p out of the item after it.
 inline Json Dissolve(double in, double out, double rate = 25) {
     return {{"OTIO_SCHEMA", "Transition.1"},       {"name", "x"},
             {"transition_type", "SMPTE_Dissolve"}, {"in_offset", Time(in, rate)},
             {"out_offset", Time(out, rate)},       {"metadata", Json::object()}};
 }
 
-/// A timeline, track, clip or transition with values of our own.
+/// A timeline, track, clip or transition with Sonrel metadata.
 inline Json WithOurs(Json object, const Json& values) {
     object["metadata"]["sonrel"] = values;
     return object;

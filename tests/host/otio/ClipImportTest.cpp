@@ -30,7 +30,7 @@ Json WithEffects(Json clip, std::vector<Json> effects) {
     return clip;
 }
 
-Json OtherProgramsEffect(const std::string& name, std::vector<Json> parameters) {
+Json ForeignEffect(const std::string& name, std::vector<Json> parameters) {
     return {{"OTIO_SCHEMA", "Effect.1"},
             {"effect_name", "effect"},
             {"metadata",
@@ -39,16 +39,16 @@ Json OtherProgramsEffect(const std::string& name, std::vector<Json> parameters) 
 }
 
 Json Volume(std::vector<Json> parameters) {
-    return OtherProgramsEffect("Fairlight Clip Volume and Fades", std::move(parameters));
+    return ForeignEffect("Fairlight Clip Volume and Fades", std::move(parameters));
 }
 
 // ---- in-points and speed
 
-TEST(ClipInPoint, IsTheRangesStartWithoutAnAvailableRange) {
+TEST(ClipInPoint, IsTheStartOfTheRangeWithoutAnAvailableRange) {
     EXPECT_EQ(OnlyClip(ImportClip(Clip("a", 30, 50))).sourceStartFrame, 30);
 }
 
-TEST(ClipInPoint, CountsFromTheMediumsStart) {
+TEST(ClipInPoint, CountsFromTheStartOfTheMedia) {
     Json clip = Clip("a", 90030, 50);
     clip["media_reference"]["available_range"] = Range(90000, 1000, 25);
 
@@ -62,7 +62,7 @@ TEST(ClipInPoint, RatesOfTheTwoRangesMayDiffer) {
     EXPECT_EQ(OnlyClip(ImportClip(clip)).sourceStartFrame, 25);
 }
 
-TEST(ClipInPoint, WithoutASourceRangeTheWholeMediumSounds) {
+TEST(ClipInPoint, WithoutASourceRangeTheWholeAvailableRangeSounds) {
     Json clip = Clip("a", 0, 0);
     clip.erase("source_range");
     clip["media_reference"]["available_range"] = Range(100, 40, 25);
@@ -73,18 +73,18 @@ TEST(ClipInPoint, WithoutASourceRangeTheWholeMediumSounds) {
     EXPECT_EQ(placed.endFrame, 40);
 }
 
-TEST(ClipInPoint, AClipThatTellsNoLengthIsLeftOutAndListed) {
+TEST(ClipInPoint, AClipWithoutAnyRangeIsLeftOutAndListed) {
     Json clip = Clip("a", 0, 0);
     clip.erase("source_range");
 
     const TimelineImport import = ImportClip(clip);
 
     EXPECT_TRUE(import.arrangement.tracks.at(0).clips.empty());
-    EXPECT_EQ(Reported(import, "clip", "no length"), 1);
+    EXPECT_EQ(Reported(import, "clip", "neither a source_range"), 1);
 }
 
 TEST(ClipInPoint, IsDividedByTheSpeed) {
-    // 75 frames into the medium at speed 1.5: the engine multiplies 50 by the speed again.
+    // 75 frames into the media at speed 1.5: the engine multiplies 50 by the speed again.
     EXPECT_EQ(
         OnlyClip(ImportClip(WithEffects(Clip("a", 75, 50), {TimeWarp(1.5)}))).sourceStartFrame, 50);
     // 10 / 0.75 is 13.33, 11 / 0.75 is 14.67.
@@ -100,11 +100,11 @@ TEST(ClipInPoint, ATrimMovesItByTheSpeed) {
     Json track = Track({WithEffects(Clip("a", 20, 100), {TimeWarp(2.0)})});
     track["source_range"] = Range(10, 50, 25);
 
-    // 20 + 10 * 2 frames into the medium, at speed 2.
+    // 20 + 10 * 2 frames into the media, at speed 2.
     EXPECT_EQ(OnlyClip(Import(Timeline({track}))).sourceStartFrame, 20);
 }
 
-TEST(ClipInPoint, BeforeTheMediumThereIsSilence) {
+TEST(ClipInPoint, AClipIsSilentBeforeItsMedia) {
     Json clip = Clip("a", 90, 50);
     clip["media_reference"]["available_range"] = Range(100, 1000, 25);
 
@@ -113,17 +113,17 @@ TEST(ClipInPoint, BeforeTheMediumThereIsSilence) {
     EXPECT_EQ(OnlyClip(import).startFrame, 10);
     EXPECT_EQ(OnlyClip(import).endFrame, 50);
     EXPECT_EQ(OnlyClip(import).sourceStartFrame, 0);
-    EXPECT_EQ(Reported(import, "clip", "begins before its medium"), 1);
+    EXPECT_EQ(Reported(import, "clip", "begins before its media"), 1);
 }
 
-TEST(ClipInPoint, AClipThatEndsBeforeItsMediumIsLeftOut) {
+TEST(ClipInPoint, AClipThatEndsBeforeItsMediaIsLeftOut) {
     Json clip = Clip("a", 50, 50);
     clip["media_reference"]["available_range"] = Range(100, 1000, 25);
 
     EXPECT_TRUE(ImportClip(clip).arrangement.tracks.at(0).clips.empty());
 }
 
-TEST(ClipInPoint, OutOfRangeTheClipIsLeftOutAndListed) {
+TEST(ClipInPoint, AClipWithAnInPointOutOfRangeIsLeftOutAndListed) {
     const TimelineImport import = ImportClip(Clip("a", 1e30, 50));
 
     EXPECT_TRUE(import.arrangement.tracks.at(0).clips.empty());
@@ -144,7 +144,7 @@ TEST(ClipSpeed, ADisabledTimeWarpCountsAsAbsent) {
     EXPECT_EQ(OnlyClip(ImportClip(WithEffects(Clip("a", 0, 50), {warp}))).speed, 1.0);
 }
 
-TEST(ClipSpeed, WhatCannotBeRenderedIsMutedAndListed) {
+TEST(ClipSpeed, AClipThatCannotBeRenderedIsMutedAndListed) {
     const auto reason = [](const Json& effect) {
         const TimelineImport import = ImportClip(WithEffects(Clip("a", 0, 50), {effect}));
         EXPECT_TRUE(OnlyClip(import).muted);
@@ -162,7 +162,7 @@ TEST(ClipSpeed, WhatCannotBeRenderedIsMutedAndListed) {
               "a time warp without a finite time_scalar; it is muted");
 }
 
-TEST(ClipSpeed, OneHundredthToOneHundredIsTheRange) {
+TEST(ClipSpeed, RangesFromOneHundredthToOneHundred) {
     const auto muted = [](double speed) {
         return OnlyClip(ImportClip(WithEffects(Clip("a", 0, 50), {TimeWarp(speed)}))).muted;
     };
@@ -184,14 +184,14 @@ TEST(ClipMute, ADisabledClipIsMuted) {
     EXPECT_TRUE(OnlyClip(ImportClip(clip)).muted);
 }
 
-TEST(ClipMute, OurMetadataMutes) {
+TEST(ClipMute, SonrelMetadataMutes) {
     Json clip = Clip("a", 0, 50);
     clip["metadata"]["sonrel"] = {{"muted", true}};
 
     EXPECT_TRUE(OnlyClip(ImportClip(clip)).muted);
 }
 
-TEST(ClipMute, WhatIsNoBooleanIsListedAndPassedOver) {
+TEST(ClipMute, AValueThatIsNotABooleanIsListedAndIgnored) {
     Json clip = Clip("a", 0, 50);
     clip["enabled"] = "no";
 
@@ -203,7 +203,7 @@ TEST(ClipMute, WhatIsNoBooleanIsListedAndPassedOver) {
 
 // ---- media
 
-TEST(ClipMedia, TheActiveOneOfSeveralReferencesIsTaken) {
+TEST(ClipMedia, TheActiveReferenceOfSeveralIsUsed) {
     Json clip = Clip("", 0, 50);
     clip.erase("media_reference");
     clip["OTIO_SCHEMA"] = "Clip.2";
@@ -215,30 +215,33 @@ TEST(ClipMedia, TheActiveOneOfSeveralReferencesIsTaken) {
     EXPECT_EQ(OnlyClip(ImportClip(clip)).media.path, "/proxy.wav");
 }
 
-TEST(ClipMedia, WithoutAMediumTheClipIsListedAndItsTimePasses) {
+TEST(ClipMedia, AClipWithoutAMediaFileIsListedAndTakesItsTime) {
     const auto import = [](const Json& reference) {
         Json clip = Clip("", 0, 50);
         clip["media_reference"] = reference;
         return Import(Timeline({Track({clip, Clip("b", 0, 10)})}));
     };
 
-    EXPECT_EQ(Reported(import(nullptr), "clip", "no medium"), 1);
-    EXPECT_EQ(Reported(import({{"OTIO_SCHEMA", "MissingReference.1"}}), "clip", "no medium"), 1);
+    EXPECT_EQ(Reported(import(nullptr), "clip", "no media file"), 1);
+    EXPECT_EQ(Reported(import({{"OTIO_SCHEMA", "MissingReference.1"}}), "clip", "no media file"),
+              1);
     EXPECT_EQ(Reported(import({{"OTIO_SCHEMA", "GeneratorReference.1"}}), "clip", "generator"), 1);
-    EXPECT_EQ(Reported(import({{"OTIO_SCHEMA", "ImageSequenceReference.1"}}), "clip", "images"), 1);
+    EXPECT_EQ(
+        Reported(import({{"OTIO_SCHEMA", "ImageSequenceReference.1"}}), "clip", "image sequence"),
+        1);
     EXPECT_EQ(Reported(import({{"OTIO_SCHEMA", "Tape.1"}}), "clip", "'Tape'"), 1);
-    EXPECT_EQ(Reported(import(File("")), "clip", "names no file"), 1);
+    EXPECT_EQ(Reported(import(File("")), "clip", "does not name a file"), 1);
     EXPECT_EQ(OnlyClip(import(nullptr)).startFrame, 50);
 }
 
-TEST(ClipMedia, AUrlThatIsNoTextNamesNoFile) {
+TEST(ClipMedia, AUrlThatIsNotAStringDoesNotNameAFile) {
     Json clip = Clip("", 0, 50);
     clip["media_reference"]["target_url"] = {1, 2};
 
-    EXPECT_EQ(Reported(ImportClip(clip), "clip", "names no file"), 1);
+    EXPECT_EQ(Reported(ImportClip(clip), "clip", "does not name a file"), 1);
 }
 
-TEST(ClipMedia, TheOtherProgramsSourceStreamIsTaken) {
+TEST(ClipMedia, TheSourceStreamOfForeignMetadataIsUsed) {
     Json clip = Clip("a", 0, 50);
     clip["metadata"]["Resolve_OTIO"]["Channels"] = {
         {{"Source Channel ID", 0}, {"Source Track ID", 2}},
@@ -258,7 +261,7 @@ TEST(ClipMedia, AChoiceOfSingleChannelsIsListed) {
     EXPECT_EQ(Reported(ImportClip(clip), "source channels"), 1);
 }
 
-TEST(ClipMedia, AStreamThatIsNoNumberIsListedAndTheFirstSounds) {
+TEST(ClipMedia, AStreamThatIsNotANumberIsListedAndTheFirstIsUsed) {
     for (const Json& stream : {Json(-1), Json("x"), Json(1e30), Json(5000)}) {
         Json clip = Clip("a", 0, 50);
         clip["metadata"]["Resolve_OTIO"]["Channels"] = {{{"Source Track ID", stream}}};
@@ -295,7 +298,7 @@ TEST(ClipLevel, KeysAreSortedAndRoundedToMilliseconds) {
     EXPECT_EQ(keys[2].decibels, -6.0f);
 }
 
-TEST(ClipLevel, KeysMoveWithWhatATrimCutsOff) {
+TEST(ClipLevel, ATrimMovesTheKeys) {
     Json clip = Clip("a", 0, 100);
     clip["metadata"]["sonrel"] = {{"audioLevel", {{0, -6}, {2000, 0}}}};
     Json track = Track({clip});
@@ -307,7 +310,7 @@ TEST(ClipLevel, KeysMoveWithWhatATrimCutsOff) {
     EXPECT_EQ(keys.at(1).timeMs, 1000);
 }
 
-TEST(ClipLevel, WhatIsNoLevelIsListedAndPassedOver) {
+TEST(ClipLevel, AValueThatIsNotALevelIsListedAndIgnored) {
     for (const Json& level :
          {Json("loud"), Json(nullptr), Json(true), Json(1e39), Json::object()}) {
         Json clip = Clip("a", 0, 50);
@@ -320,7 +323,7 @@ TEST(ClipLevel, WhatIsNoLevelIsListedAndPassedOver) {
     }
 }
 
-TEST(ClipLevel, KeysThatAreNoPairsAreListedAndLeftOut) {
+TEST(ClipLevel, KeysThatAreNotPairsAreListedAndLeftOut) {
     Json clip = Clip("a", 0, 50);
     clip["metadata"]["sonrel"] = {
         {"audioLevel", {{0, -6}, {1}, 7, {"x", 1}, {100, "y"}, {1, 2, 3}, {1e300, 0}}}};
@@ -332,14 +335,14 @@ TEST(ClipLevel, KeysThatAreNoPairsAreListedAndLeftOut) {
     EXPECT_EQ(Reported(import, "level key", "out of range"), 1);
 }
 
-TEST(ClipLevel, TheOtherProgramsVolumeIsInDecibels) {
+TEST(ClipLevel, TheVolumeOfForeignMetadataIsInDecibels) {
     const Json clip = WithEffects(
         Clip("a", 0, 50), {Volume({{{"Parameter ID", "volume"}, {"Parameter Value", -7.25}}})});
 
     EXPECT_EQ(OnlyClip(ImportClip(clip)).level.decibels, -7.25f);
 }
 
-TEST(ClipLevel, TheOtherProgramsKeyFramesCountFramesFromTheClipsStart) {
+TEST(ClipLevel, KeyFramesOfForeignMetadataCountFramesFromTheStartOfTheClip) {
     const Json clip = WithEffects(Clip("a", 0, 50, 24),
                                   {Volume({{{"Parameter ID", "volume"},
                                             {"Parameter Value", 1.0},
@@ -357,7 +360,7 @@ TEST(ClipLevel, TheOtherProgramsKeyFramesCountFramesFromTheClipsStart) {
     EXPECT_EQ(level.keys[1].decibels, -3.0f);
 }
 
-TEST(ClipLevel, OurLevelWinsOverTheOtherPrograms) {
+TEST(ClipLevel, SonrelMetadataTakesPrecedenceOverForeignMetadata) {
     Json clip = WithEffects(Clip("a", 0, 50),
                             {Volume({{{"Parameter ID", "volume"}, {"Parameter Value", -7.25}}})});
     clip["metadata"]["sonrel"] = {{"audioLevel", 1.0}};
@@ -378,13 +381,13 @@ TEST(ClipEffects, AreListedByName) {
     EXPECT_EQ(Reported(import, "effect 'Wobble'"), 1);
 }
 
-TEST(ClipEffects, TheOtherProgramsEffectsAreListedUnlessTheyDoNothing) {
-    Json disabled = OtherProgramsEffect("Pan", {{{"Parameter ID", "pan"}}});
+TEST(ClipEffects, EffectsOfForeignMetadataAreListedUnlessTheyDoNothing) {
+    Json disabled = ForeignEffect("Pan", {{{"Parameter ID", "pan"}}});
     disabled["metadata"]["Resolve_OTIO"]["Enabled"] = false;
 
-    const TimelineImport import = ImportClip(
-        WithEffects(Clip("a", 0, 50), {OtherProgramsEffect("EQ", {{{"Parameter ID", "f"}}}),
-                                       OtherProgramsEffect("Pitch", {}), disabled}));
+    const TimelineImport import =
+        ImportClip(WithEffects(Clip("a", 0, 50), {ForeignEffect("EQ", {{{"Parameter ID", "f"}}}),
+                                                  ForeignEffect("Pitch", {}), disabled}));
 
     EXPECT_EQ(Reported(import, "effect 'EQ'"), 1);
     EXPECT_EQ(import.report.Entries().size(), 1u);
@@ -392,7 +395,7 @@ TEST(ClipEffects, TheOtherProgramsEffectsAreListedUnlessTheyDoNothing) {
 
 // ---- the report
 
-TEST(ImportReportEntries, ThingsOfOneKindOnOneTrackAreOneEntry) {
+TEST(ImportReportEntries, PartsOfTheSameKindOnTheSameTrackShareAnEntry) {
     ImportReport report;
     report.Add("transition", {"track 1", "item 2"}, "why");
     report.Add("transition", {"track 1", "item 4"}, "why");
@@ -408,7 +411,7 @@ TEST(ImportReportEntries, ThingsOfOneKindOnOneTrackAreOneEntry) {
     EXPECT_EQ(entries[2].reason, "another reason");
 }
 
-TEST(ImportReportEntries, EightPlacesAreNamed) {
+TEST(ImportReportEntries, AnEntryNamesAtMostEightPlaces) {
     ImportReport report;
     for (int i = 1; i <= 9; ++i) report.Add("gap", {"track 1", "item " + std::to_string(i)}, "why");
 

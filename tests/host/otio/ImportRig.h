@@ -8,7 +8,7 @@
 
 namespace sonrel_tests {
 
-/// Imports a document whose relative paths begin in /edit.
+/// Imports a document with /edit as the folder of its relative paths.
 inline orlo::host::otio::TimelineImport Import(
     const Json& document, const orlo::host::otio::ImportOptions& options = {}) {
     return orlo::host::otio::ImportTimelineText(document.dump(), "/edit", options);
@@ -19,7 +19,7 @@ inline orlo::host::otio::PlacedClip OnlyClip(const orlo::host::otio::TimelineImp
     return import.arrangement.tracks.at(0).clips.at(0);
 }
 
-/// How many things of a kind the import reports with a reason that contains a text.
+/// Number of parts of kind @p what that the import reports with a reason that contains @p reason.
 inline int Reported(const orlo::host::otio::TimelineImport& import, const std::string& what,
                     const std::string& reason = "") {
     int count = 0;

@@ -23,50 +23,50 @@ bool Contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
-TEST(JsonDocument, NumbersThatJsonDoesNotKnowReadAsNull) {
+TEST(JsonDocument, NonFiniteNumbersReadAsNull) {
     const Json document = ParseDocument(R"([NaN,-NaN,Inf,-Inf,Infinity,-Infinity,1,{"a":NaN}])");
 
     EXPECT_EQ(document.ToLine(), R"([null,null,null,null,null,null,1,{"a":null}])");
 }
 
-TEST(JsonDocument, TheSameWordsInStringsStay) {
+TEST(JsonDocument, TheSameWordsInStringsAreUnchanged) {
     EXPECT_EQ(ParseDocument(R"(["NaN","a\"Inf",{"-Infinity":"x"}])").ToLine(),
               R"(["NaN","a\"Inf",{"-Infinity":"x"}])");
 }
 
-TEST(JsonDocument, PartsOfOtherWordsAreNoNumbers) {
-    EXPECT_TRUE(Contains(Problem("[NaNs]"), "no valid JSON"));
-    EXPECT_TRUE(Contains(Problem("[xInf]"), "no valid JSON"));
-    EXPECT_TRUE(Contains(Problem("[Inf.5]"), "no valid JSON"));
+TEST(JsonDocument, PartsOfOtherWordsAreNotNumbers) {
+    EXPECT_TRUE(Contains(Problem("[NaNs]"), "invalid JSON"));
+    EXPECT_TRUE(Contains(Problem("[xInf]"), "invalid JSON"));
+    EXPECT_TRUE(Contains(Problem("[Inf.5]"), "invalid JSON"));
 }
 
-TEST(JsonDocument, AFaultIsNamedWithLineAndColumn) {
+TEST(JsonDocument, AnErrorNamesLineAndColumn) {
     EXPECT_TRUE(Contains(Problem("{\n  \"a\": 1,\n  \"b\": ?\n}"), "line 3, column 8"));
 }
 
-TEST(JsonDocument, AReplacedNumberMovesNoColumn) {
+TEST(JsonDocument, AReplacedNumberDoesNotMoveTheColumn) {
     EXPECT_TRUE(Contains(Problem("[NaN,Inf,-Infinity,?]"), "line 1, column 20"));
 }
 
-TEST(JsonDocument, TextThatIsNoJsonIsRefused) {
+TEST(JsonDocument, TextThatIsNotJsonIsRefused) {
     for (const char* text : {"", "{", "x", "[1]x", "[1][2]", "\xFF\xFE{\0"}) {
-        EXPECT_TRUE(Contains(Problem(text), "no valid JSON")) << text;
+        EXPECT_TRUE(Contains(Problem(text), "invalid JSON")) << text;
     }
 }
 
-TEST(JsonDocument, AByteOrderMarkIsPassedOver) {
+TEST(JsonDocument, AByteOrderMarkIsIgnored) {
     EXPECT_EQ(ParseDocument("\xEF\xBB\xBF[1]").ToLine(), "[1]");
 }
 
 TEST(JsonDocument, StringsMustBeUtf8) {
-    EXPECT_TRUE(Contains(Problem("[\"\xFF\xFE\"]"), "no valid JSON"));
+    EXPECT_TRUE(Contains(Problem("[\"\xFF\xFE\"]"), "invalid JSON"));
 }
 
-TEST(JsonDocument, NumbersBeyondDoubleAreRefused) {
-    EXPECT_TRUE(Contains(Problem("[1e400]"), "no valid JSON"));
+TEST(JsonDocument, NumbersBeyondTheRangeOfADoubleAreRefused) {
+    EXPECT_TRUE(Contains(Problem("[1e400]"), "invalid JSON"));
 }
 
-TEST(JsonDocument, AThousandLevelsAreTheMost) {
+TEST(JsonDocument, NestingIsLimitedToAThousandLevels) {
     const auto nested = [](int depth) {
         return std::string(static_cast<std::size_t>(depth), '[') +
                std::string(static_cast<std::size_t>(depth), ']');
@@ -94,17 +94,17 @@ TEST(JsonDocument, MetadataOfOtherProgramsAndMarkersAreDropped) {
                                  R"("metadata":{"sonrel":{"metadata":{"x":1},"muted":true}}})");
 }
 
-TEST(JsonDocument, OfTwoEqualKeysTheLastCounts) {
+TEST(JsonDocument, TheLastOfTwoEqualKeysCounts) {
     EXPECT_EQ(ParseDocument(R"({"rate":24,"rate":0})").ToLine(), R"({"rate":0})");
 }
 
-TEST(JsonDocument, AFolderOrADeviceIsNoDocument) {
+TEST(JsonDocument, AFolderOrADeviceIsRefused) {
     EXPECT_THROW(ReadDocument("/"), DocumentError);
     EXPECT_THROW(ReadDocument("/dev/zero"), DocumentError);
     EXPECT_THROW(ReadDocument("/nowhere/x.otio"), DocumentError);
 }
 
-TEST(JsonDocument, AFileLargerThanEveryTimelineIsRefusedUnread) {
+TEST(JsonDocument, AFileAbove256MiBIsRefusedUnread) {
     const sonrel_tests::TemporaryFolder folder;
     sonrel_tests::WriteFile(folder / "big.otio", "{}");
     std::filesystem::resize_file(folder / "big.otio", (256LL << 20) + 1);

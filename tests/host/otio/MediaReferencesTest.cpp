@@ -30,7 +30,7 @@ std::vector<std::string> UsesIn(const Json& document) {
     return uses;
 }
 
-TEST(MediaReferences, TracksOfEveryKindCount) {
+TEST(MediaReferences, IncludesTracksOfEveryKind) {
     EXPECT_THAT(
         UsesIn(Timeline({Track({Named(Clip("a.wav", 0, 1), "one")}),
                          Track({Named(Clip("v.mp4", 0, 1), "two")}, "V1", "Video"),
@@ -39,12 +39,12 @@ TEST(MediaReferences, TracksOfEveryKindCount) {
                     "/edit/t.txt: clip 'clip' on track 3"));
 }
 
-TEST(MediaReferences, NestedClipsCountOnTheOuterTrack) {
+TEST(MediaReferences, ReportsNestedClipsOnTheOuterTrack) {
     EXPECT_THAT(UsesIn(Timeline({Track({Stack({Track({Named(Clip("in.wav", 0, 1), "inner")})})})})),
                 ElementsAre("/edit/in.wav: clip 'inner' on track 1"));
 }
 
-TEST(MediaReferences, ReferencesThatAreNotActiveCount) {
+TEST(MediaReferences, IncludesInactiveReferences) {
     Json clip = Named(Clip("a.wav", 0, 1), "one");
     clip.erase("media_reference");
     clip["media_references"] = {{"DEFAULT_MEDIA", File("a.wav")}, {"proxy", File("small.wav")}};
@@ -55,13 +55,13 @@ TEST(MediaReferences, ReferencesThatAreNotActiveCount) {
                             "/edit/small.wav: clip 'one' on track 1"));
 }
 
-TEST(MediaReferences, MediaRootsAreFollowedAndOtherMachinesLeftOut) {
+TEST(MediaReferences, AppliesMediaRootsAndLeavesOutOtherMachines) {
     EXPECT_THAT(UsesIn(Timeline({Track({Named(Clip("/old/r.wav", 0, 1), ""),
                                         Clip("https://example.org/a.wav", 0, 1)})})),
                 ElementsAre("/new/r.wav: a clip on track 1"));
 }
 
-TEST(MediaReferences, ASequenceOfImagesIsAFolderWithThePartsOfItsNames) {
+TEST(MediaReferences, AnImageSequenceIsAFolderWithPrefixAndSuffix) {
     Json clip = Named(Clip("", 0, 1), "shot");
     clip["media_reference"] = {{"OTIO_SCHEMA", "ImageSequenceReference.1"},
                                {"target_url_base", "file:///old/frames"},
@@ -81,13 +81,13 @@ TEST(MediaReferences, ASequenceOfImagesIsAFolderWithThePartsOfItsNames) {
     EXPECT_EQ(media[0].images->suffix, ".png");
 }
 
-TEST(MediaReferences, AFileIsNamedWithItsFirstUse) {
+TEST(MediaReferences, ListsAFileWithItsFirstUse) {
     EXPECT_THAT(UsesIn(Timeline({Track({Named(Clip("a.wav", 0, 1), "one")}),
                                  Track({Named(Clip("a.wav", 0, 1), "two")})})),
                 ElementsAre("/edit/a.wav: clip 'one' on track 1"));
 }
 
-TEST(MediaReferences, ADocumentWithoutMediaHasNone) {
+TEST(MediaReferences, IsEmptyForADocumentWithoutMedia) {
     EXPECT_THAT(UsesIn(Timeline({})), IsEmpty());
 }
 

@@ -23,11 +23,11 @@ std::string Path(const std::string& url, std::vector<MediaRoot> roots = {}) {
     return location.path;
 }
 
-TEST(MediaResolver, AnAbsolutePathStands) {
+TEST(MediaResolver, AnAbsolutePathIsUnchanged) {
     EXPECT_EQ(Path("/media/a.wav"), "/media/a.wav");
 }
 
-TEST(MediaResolver, ARelativePathBeginsInTheTimelinesFolder) {
+TEST(MediaResolver, ARelativePathIsRelativeToTheFolderOfTheTimeline) {
     EXPECT_EQ(Path("media/a.wav"), "/edit/media/a.wav");
     EXPECT_EQ(Path("../a.wav"), "/a.wav");
     EXPECT_EQ(Path("./x/../a.wav"), "/edit/a.wav");
@@ -45,13 +45,13 @@ TEST(MediaResolver, PercentEscapesAreDecoded) {
     EXPECT_EQ(Path("a%2fb.wav"), "/edit/a/b.wav");
 }
 
-TEST(MediaResolver, APercentSignWithoutTwoDigitsStandsForItself) {
+TEST(MediaResolver, APercentSignWithoutTwoDigitsIsAnOrdinaryCharacter) {
     EXPECT_EQ(Path("/media/50%.wav"), "/media/50%.wav");
     EXPECT_EQ(Path("/media/5%2"), "/media/5%2");
     EXPECT_EQ(Path("/media/%zz"), "/media/%zz");
 }
 
-TEST(MediaResolver, TheUndecodedNameIsTakenWhereOnlyItExists) {
+TEST(MediaResolver, TheUndecodedNameIsUsedWhenOnlyThatFileExists) {
     EXPECT_EQ(Resolve("/m/a%20b.wav", {}, {"/m/a%20b.wav"}).path, "/m/a%20b.wav");
     EXPECT_EQ(Resolve("/m/a%20b.wav", {}, {"/m/a%20b.wav", "/m/a b.wav"}).path, "/m/a b.wav");
 }
@@ -61,7 +61,7 @@ TEST(MediaResolver, OtherUrlsAreRefusedByName) {
                             "rtp://host:1/", "s3://bucket/a.wav"}) {
         const MediaLocation location = Resolve(url);
         EXPECT_EQ(location.path, url);
-        EXPECT_EQ(location.problem, "it is no local file");
+        EXPECT_EQ(location.problem, "it is not a local file");
     }
 }
 
@@ -69,10 +69,10 @@ TEST(MediaResolver, AFileUrlOfAnotherMachineIsRefused) {
     const MediaLocation location = Resolve("file://server/share/a.wav");
 
     EXPECT_EQ(location.path, "file://server/share/a.wav");
-    EXPECT_EQ(location.problem, "it lies on another machine");
+    EXPECT_EQ(location.problem, "it is on another machine");
 }
 
-TEST(MediaResolver, WhatOtherProgramsTakeForAProtocolIsAFileName) {
+TEST(MediaResolver, APrefixWithABareColonIsPartOfTheFileName) {
     EXPECT_EQ(Path("concat:a|b"), "/edit/concat:a|b");
     EXPECT_EQ(Path("pipe:0"), "/edit/pipe:0");
     EXPECT_EQ(Path("take 2: end.wav"), "/edit/take 2: end.wav");
@@ -93,25 +93,25 @@ TEST(MediaResolver, AMediaRootReplacesTheBeginningOfAPath) {
     EXPECT_EQ(Path("/old/x/a.wav", {{"/old/", "/new/"}}), "/new/x/a.wav");
 }
 
-TEST(MediaResolver, AMediaRootFitsWholeNamesOnly) {
+TEST(MediaResolver, AMediaRootMatchesWholeNamesOnly) {
     EXPECT_EQ(Path("/older/a.wav", {{"/old", "/new"}}), "/older/a.wav");
 }
 
-TEST(MediaResolver, TheFirstMediaRootThatFitsIsUsed) {
+TEST(MediaResolver, TheFirstMatchingMediaRootIsUsed) {
     EXPECT_EQ(Path("/old/a.wav", {{"/x", "/1"}, {"/old", "/2"}, {"/old", "/3"}}), "/2/a.wav");
 }
 
-TEST(MediaResolver, AMediaRootFitsRelativePathsInBothForms) {
+TEST(MediaResolver, AMediaRootMatchesBothFormsOfARelativePath) {
     EXPECT_EQ(Path("media/a.wav", {{"media", "/new"}}), "/new/a.wav");
     EXPECT_EQ(Path("media/a.wav", {{"/edit/media", "/new"}}), "/new/a.wav");
 }
 
-TEST(MediaResolver, AMediaRootFitsDrivesOfAnotherSystem) {
+TEST(MediaResolver, AMediaRootMatchesDrivesOfAnotherSystem) {
     EXPECT_EQ(Path("file:///D:/media/a.wav", {{"D:/media", "/mnt"}}), "/mnt/a.wav");
     EXPECT_EQ(Path("D:\\media\\a.wav", {{"D:/media", "/mnt"}}), "/mnt/a.wav");
 }
 
-TEST(MediaResolver, AMediaRootFitsPathsOnAnotherMachine) {
+TEST(MediaResolver, AMediaRootMatchesPathsOnAnotherMachine) {
     EXPECT_EQ(Path("file://server/share/a.wav", {{"//server/share", "/mnt"}}), "/mnt/a.wav");
 }
 

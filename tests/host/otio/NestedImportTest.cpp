@@ -48,7 +48,7 @@ TEST(NestedItem, AStackBecomesAnObjectThatShowsItsTracks) {
     EXPECT_TRUE(import.report.Entries().empty());
 }
 
-TEST(NestedItem, ATrackIsAStackOfThatOneTrack) {
+TEST(NestedItem, ATrackIsTreatedAsAStackWithThatTrack) {
     const TimelineImport import = ImportItems({Track({Clip("a", 0, 20), Clip("b", 0, 30)}, "sub")});
 
     EXPECT_EQ(OnlyClip(import).endFrame, 50);
@@ -56,7 +56,7 @@ TEST(NestedItem, ATrackIsAStackOfThatOneTrack) {
     EXPECT_EQ(OnlyComposition(import).tracks[0].clips.at(1).startFrame, 20);
 }
 
-TEST(NestedItem, ATrackWithoutAKindIsOneOfTheTracksAroundIt) {
+TEST(NestedItem, ATrackWithoutAKindHasTheKindOfTheTrackThatContainsIt) {
     Json track = Track({Clip("a", 0, 20)});
     track.erase("kind");
 
@@ -71,7 +71,7 @@ TEST(NestedItem, IsAsLongAsItsLongestTrack) {
     EXPECT_EQ(import.arrangement.frameCount, 14);
 }
 
-TEST(NestedItem, ItsRangeTellsItsLengthAndItsInPoint) {
+TEST(NestedItem, ItsRangeSetsItsLengthAndItsInPoint) {
     const TimelineImport import =
         ImportItems({WithRange(Track({Clip("a", 0, 40)}), 3, 20), Clip("b", 0, 5)});
 
@@ -89,7 +89,7 @@ TEST(NestedItem, ItsInPointIsDividedByItsSpeed) {
     EXPECT_EQ(OnlyClip(ImportItems({stack})).sourceStartFrame, 20);
 }
 
-TEST(NestedItem, BeforeItsContentThereIsSilence) {
+TEST(NestedItem, IsSilentBeforeItsContent) {
     const TimelineImport import =
         ImportItems({WithRange(Stack({Track({Clip("a", 0, 200)})}), -5, 20)});
 
@@ -115,7 +115,7 @@ TEST(NestedItem, LevelMuteFadesAndEffectsApplyToTheObjectThatShowsIt) {
     EXPECT_TRUE(OnlyComposition(ImportItems({stack})).tracks.at(0).clips.at(0).effects.empty());
 }
 
-TEST(NestedItem, ADisabledOneIsMuted) {
+TEST(NestedItem, IsMutedWhenDisabled) {
     Json stack = Stack({Track({Clip("a", 0, 20)})});
     stack["enabled"] = false;
 
@@ -148,7 +148,7 @@ TEST(NestedItem, InnerLevelBalanceSoloAndTransitionsAreListed) {
     }
 }
 
-TEST(NestedItem, AnInnerTrackOfPicturesIsListedAndItsLengthCounts) {
+TEST(NestedItem, AnInnerVideoTrackIsListedAndItsLengthCounts) {
     const TimelineImport import =
         ImportItems({Stack({Track({Clip("v", 0, 60)}, "V", "Video"), Track({Clip("a", 0, 20)})}),
                      Clip("b", 0, 5)});
@@ -159,14 +159,14 @@ TEST(NestedItem, AnInnerTrackOfPicturesIsListedAndItsLengthCounts) {
     EXPECT_EQ(import.arrangement.tracks.at(0).clips.at(1).startFrame, 60);
 }
 
-TEST(NestedItem, AClipInAStackSoundsLikeATrackOfItsOwn) {
+TEST(NestedItem, AClipInAStackBecomesASeparateTrack) {
     const TimelineImport import = ImportItems({Stack({Clip("a", 0, 20), Clip("b", 0, 30)})});
 
     ASSERT_EQ(OnlyComposition(import).tracks.size(), 2u);
     EXPECT_EQ(OnlyComposition(import).tracks[1].clips.at(0).startFrame, 0);
 }
 
-TEST(NestedItem, NestsInOneAnother) {
+TEST(NestedItem, MayContainNestedItems) {
     const Json deep = Stack({Track({Named(Stack({Track({Clip("a", 1, 20)})}), "deep")})});
 
     const TimelineImport import = ImportItems({deep});
@@ -176,7 +176,7 @@ TEST(NestedItem, NestsInOneAnother) {
     EXPECT_EQ(inner.composition->tracks.at(0).clips.at(0).sourceStartFrame, 1);
 }
 
-TEST(NestedItem, InAStackOnTopIsATrackOfItsOwn) {
+TEST(NestedItem, InTheTopStackBecomesASeparateTrack) {
     const TimelineImport import =
         Import(Timeline({Track({Clip("a", 0, 20)}), Stack({Track({Clip("b", 0, 30)})})}));
 
@@ -184,7 +184,7 @@ TEST(NestedItem, InAStackOnTopIsATrackOfItsOwn) {
     EXPECT_EQ(import.arrangement.tracks[1].clips.at(0).composition->frameCount, 30);
 }
 
-TEST(NestedItem, WhatIsLeftOutInsideIsListedOnceWithItsPlace) {
+TEST(NestedItem, AChangedInnerClipIsListedOnceWithItsPlace) {
     const TimelineImport import =
         ImportItems({Named(Stack({Track({Clip("a", 0, 20), Clip("b", 0, -7)}, "inner")}), "sub")});
 
@@ -195,8 +195,8 @@ TEST(NestedItem, WhatIsLeftOutInsideIsListedOnceWithItsPlace) {
               "track 1 'A1', item 1 'sub', track 1 'inner', item 2 'clip'");
 }
 
-TEST(NestedItem, AReferenceToAnotherObjectIsListedAndItsTimeSilent) {
-    // A document may point back at an object that contains the reference.
+TEST(NestedItem, AReferenceToAnotherObjectIsListedAndItsTimeIsSilent) {
+    // A reference may point to an object that contains it.
     Json stack = Stack({Track({Clip("a", 0, 20)})});
     stack["OTIO_REF_ID"] = "Stack-1";
     stack["children"][0]["children"].push_back(
@@ -223,7 +223,7 @@ TEST(NestedItem, FourHundredLevelsAreRead) {
     EXPECT_EQ(deepest->media.path, "/edit/a");
 }
 
-TEST(NestedItem, LongNamesStayShortInTheReport) {
+TEST(NestedItem, LongNamesAreShortenedInTheReport) {
     Json item = Clip("a", 0, -1);
     const std::string name(100000, 'n');
     for (int level = 0; level < 20; ++level) item = Named(Stack({Track({item}, name)}), name);
@@ -235,10 +235,10 @@ TEST(NestedItem, LongNamesStayShortInTheReport) {
     }
 }
 
-TEST(NestedItem, APlaceThatIsCutIsStillUtf8) {
+TEST(NestedItem, AShortenedPlaceIsValidUtf8) {
     Json item = Clip("a", 0, -1);
     for (int level = 0; level < 60; ++level) {
-        // Two and three bytes a character, so that a cut meets each place in one.
+        // Two and three bytes a character, so that the cut is once at each byte of a character.
         item = Named(Stack({item}), "\u00fc\u20ac\u20ac\u00e9" + std::string(level % 7, 'x'));
     }
 
@@ -247,7 +247,7 @@ TEST(NestedItem, APlaceThatIsCutIsStillUtf8) {
     }
 }
 
-TEST(FindNested, GivesTheOuterOfTwoOfOneName) {
+TEST(FindNested, ReturnsTheOuterOfTwoItemsWithTheSameName) {
     const Json inner = Named(Stack({Track({Clip("a", 0, 20)})}), "twice");
     const TimelineImport import = ImportItems({Named(Stack({Track({inner})}), "outer"),
                                                Named(Stack({Track({Clip("b", 0, 7)})}), "twice")});
@@ -257,7 +257,7 @@ TEST(FindNested, GivesTheOuterOfTwoOfOneName) {
     EXPECT_EQ(FindNested(import.arrangement.tracks, "clip"), nullptr);
 }
 
-TEST(Retime, OtioCountsARetimedClipsDurationOnItsTrack) {
+TEST(Retime, OtioDurationsAreTheTimeOnTheTrack) {
     Json clip = Clip("a", 30, 60);
     clip["effects"] = std::vector<Json>{TimeWarp(2.0)};
 
@@ -267,7 +267,7 @@ TEST(Retime, OtioCountsARetimedClipsDurationOnItsTrack) {
     EXPECT_EQ(import.arrangement.tracks.at(0).clips.at(1).startFrame, 60);
 }
 
-TEST(Retime, MediaCountsItInItsMedium) {
+TEST(Retime, MediaDurationsAreDividedByTheSpeed) {
     Json clip = Clip("a", 30, 60);
     clip["effects"] = std::vector<Json>{TimeWarp(2.0)};
     ImportOptions options;
@@ -275,14 +275,14 @@ TEST(Retime, MediaCountsItInItsMedium) {
 
     const TimelineImport import = Import(Timeline({Track({clip, Clip("b", 0, 10)})}), options);
 
-    // 60 frames of the medium at double speed take 30; its in-point is the same as ever.
+    // 60 frames of the media at double speed take 30; the in-point does not change.
     EXPECT_EQ(OnlyClip(import).endFrame, 30);
     EXPECT_EQ(OnlyClip(import).sourceStartFrame, 15);
     EXPECT_EQ(OnlyClip(import).speed, 2.0);
     EXPECT_EQ(import.arrangement.tracks.at(0).clips.at(1).startFrame, 30);
 }
 
-TEST(Retime, MediaCountsTheInsideOfANestedItem) {
+TEST(Retime, MediaDurationsOfNestedItemsAreDividedByTheSpeed) {
     Json stack = Stack({Track({Clip("a", 0, 60)})});
     stack["effects"] = std::vector<Json>{TimeWarp(0.5)};
     ImportOptions options;
@@ -294,7 +294,7 @@ TEST(Retime, MediaCountsTheInsideOfANestedItem) {
     EXPECT_EQ(OnlyComposition(import).frameCount, 60);
 }
 
-TEST(Retime, AReversedClipTakesTheTimeOfItsSpeedWithoutTheSign) {
+TEST(Retime, AReversedClipTakesTheTimeOfTheAbsoluteSpeed) {
     Json clip = Clip("a", 30, 60);
     clip["effects"] = std::vector<Json>{TimeWarp(-2.0)};
     ImportOptions options;
@@ -303,7 +303,7 @@ TEST(Retime, AReversedClipTakesTheTimeOfItsSpeedWithoutTheSign) {
     EXPECT_EQ(OnlyClip(Import(Timeline({Track({clip})}), options)).endFrame, 30);
 }
 
-TEST(Retime, ASpeedOutOfRangeChangesNoLength) {
+TEST(Retime, ASpeedOutOfRangeDoesNotChangeTheLength) {
     for (const double speed : {0.0, 1e-300, 1e300}) {
         Json clip = Clip("a", 30, 60);
         clip["effects"] = std::vector<Json>{TimeWarp(speed)};

@@ -32,7 +32,7 @@ std::string Problem(const Json& document) {
 
 // ---- the top
 
-TEST(TimelineTop, ATimelineGivesItsTracksInFileOrder) {
+TEST(TimelineTop, TheTracksOfATimelineAreInFileOrder) {
     const TimelineImport import = Import(Timeline({Track({}, "Voice"), Track({}, "Music")}));
 
     ASSERT_EQ(import.arrangement.tracks.size(), 2u);
@@ -41,7 +41,7 @@ TEST(TimelineTop, ATimelineGivesItsTracksInFileOrder) {
     EXPECT_EQ(import.name, "edit");
 }
 
-TEST(TimelineTop, ABareStackGivesItsTracks) {
+TEST(TimelineTop, TheChildrenOfABareStackAreTracks) {
     EXPECT_EQ(Import(Stack({Track({}), Track({})})).arrangement.tracks.size(), 2u);
 }
 
@@ -51,13 +51,13 @@ TEST(TimelineTop, ABareTrackIsTheOnlyTrack) {
     EXPECT_EQ(import.arrangement.frameCount, 50);
 }
 
-TEST(TimelineTop, ABareClipIsATrackOfItsOwn) {
+TEST(TimelineTop, ABareClipBecomesATrack) {
     const TimelineImport import = Import(Clip("a.wav", 0, 50));
 
     EXPECT_EQ(import.arrangement.tracks.at(0).clips.at(0).endFrame, 50);
 }
 
-TEST(TimelineTop, OfACollectionTheFirstTimelineIsTaken) {
+TEST(TimelineTop, TheFirstTimelineOfACollectionIsUsed) {
     const Json collection = {
         {"OTIO_SCHEMA", "SerializableCollection.1"},
         {"children", {Clip("x.wav", 0, 10), Timeline({Track({}, "T")}), Timeline({})}}};
@@ -69,14 +69,14 @@ TEST(TimelineTop, OfACollectionTheFirstTimelineIsTaken) {
     EXPECT_EQ(Reported(import, "Timeline"), 1);
 }
 
-TEST(TimelineTop, TheClipsOfACollectionAreTracks) {
+TEST(TimelineTop, TheClipsOfACollectionBecomeTracks) {
     const Json collection = {{"OTIO_SCHEMA", "SerializableCollection.1"},
                              {"children", {Clip("a.wav", 0, 10), Clip("b.wav", 0, 20)}}};
 
     EXPECT_EQ(Import(collection).arrangement.tracks.size(), 2u);
 }
 
-TEST(TimelineTop, VersionsOfSchemasDoNotCount) {
+TEST(TimelineTop, VersionsOfSchemasAreIgnored) {
     Json document = Timeline({Track({Clip("a.wav", 0, 50)})});
     document["OTIO_SCHEMA"] = "Timeline.99";
     document["tracks"]["children"][0]["children"][0]["OTIO_SCHEMA"] = "Clip";
@@ -84,7 +84,7 @@ TEST(TimelineTop, VersionsOfSchemasDoNotCount) {
     EXPECT_EQ(Import(document).arrangement.frameCount, 50);
 }
 
-TEST(TimelineTop, OldNamesOfSchemasAreKnown) {
+TEST(TimelineTop, OldNamesOfSchemasAreAccepted) {
     Json gap = Gap(10);
     gap["OTIO_SCHEMA"] = "Filler.1";
     Json track = Track({gap, Clip("a.wav", 0, 50)});
@@ -93,7 +93,7 @@ TEST(TimelineTop, OldNamesOfSchemasAreKnown) {
     EXPECT_EQ(Import(Timeline({track})).arrangement.tracks.at(0).clips.at(0).startFrame, 10);
 }
 
-TEST(TimelineTop, AnotherTopIsRefusedByItsName) {
+TEST(TimelineTop, AnUnknownTopIsRefusedWithItsName) {
     EXPECT_NE(Problem(Json({{"OTIO_SCHEMA", "Marker.1"}})).find("'Marker'"), std::string::npos);
     for (const char* text : {"null", "[]", "1", "\"x\"", "{}", "{\"OTIO_SCHEMA\":1}"}) {
         EXPECT_NE(Problem(Json::parse(text)).find("no OTIO_SCHEMA"), std::string::npos) << text;
@@ -116,12 +116,12 @@ TEST(TimelineRates, TheMostFrequentDurationRateIsTheFrameRate) {
     EXPECT_EQ(import.arrangement.fps, 24.0);
 }
 
-TEST(TimelineRates, TheFirstRateWinsATie) {
+TEST(TimelineRates, OfEqualCountsTheFirstRateIsUsed) {
     EXPECT_EQ(Import(Timeline({Track({Gap(10, 30), Gap(10, 24)})})).arrangement.fps, 30.0);
     EXPECT_EQ(Import(Timeline({Track({Gap(10, 24), Gap(10, 30)})})).arrangement.fps, 24.0);
 }
 
-TEST(TimelineRates, RatesAbove240DoNotVote) {
+TEST(TimelineRates, RatesAbove240AreIgnored) {
     EXPECT_EQ(
         Import(Timeline({Track({Gap(10, 48000), Gap(10, 48000), Gap(1, 30)})})).arrangement.fps,
         30.0);
@@ -129,18 +129,18 @@ TEST(TimelineRates, RatesAbove240DoNotVote) {
     EXPECT_EQ(Import(Timeline({Track({Gap(10, 240.5)})})).arrangement.fps, 25.0);
 }
 
-TEST(TimelineRates, OnlyTheTracksThatSoundVote) {
+TEST(TimelineRates, OnlyTheRatesOfTracksThatSoundCount) {
     const TimelineImport import = Import(Timeline(
         {Track({Gap(10, 30), Gap(10, 30)}, "V1", "Video"), Track({Gap(10, 24)}, "A1", "Audio")}));
 
     EXPECT_EQ(import.arrangement.fps, 24.0);
 }
 
-TEST(TimelineRates, WithoutAVoteTheFrameRateIs25) {
+TEST(TimelineRates, TheDefaultFrameRateIs25) {
     EXPECT_EQ(Import(Timeline({Track({})})).arrangement.fps, 25.0);
 }
 
-TEST(TimelineRates, OurMetadataWinsOverTheVote) {
+TEST(TimelineRates, SonrelMetadataTakesPrecedenceOverTheMostFrequentRate) {
     Json document = Timeline({Track({Gap(10, 24)})});
     document["metadata"]["sonrel"] = {{"frameRate", 29.97}, {"sampleRate", 44100}};
 
@@ -150,7 +150,7 @@ TEST(TimelineRates, OurMetadataWinsOverTheVote) {
     EXPECT_EQ(import.arrangement.rate, 44100);
 }
 
-TEST(TimelineRates, TheCallersRatesWinOverOurMetadata) {
+TEST(TimelineRates, RatesOfTheCallerTakePrecedenceOverSonrelMetadata) {
     Json document = Timeline({});
     document["metadata"]["sonrel"] = {{"frameRate", 29.97}, {"sampleRate", 44100}};
     ImportOptions options;
@@ -162,18 +162,18 @@ TEST(TimelineRates, TheCallersRatesWinOverOurMetadata) {
     EXPECT_EQ(import.arrangement.rate, 96000);
 }
 
-TEST(TimelineRates, WithoutAnythingTheSampleRateIs48000) {
+TEST(TimelineRates, TheDefaultSampleRateIs48000) {
     EXPECT_EQ(Import(Timeline({})).arrangement.rate, 48000);
 }
 
-TEST(TimelineRates, AFrameMustTakeBetweenOneAnd96000Samples) {
+TEST(TimelineRates, AFrameMustHaveFrom1To96000Samples) {
     EXPECT_NO_THROW(CheckRates(48000.0, 48000));
     EXPECT_THROW(CheckRates(48000.5, 48000), RateError);
     EXPECT_NO_THROW(CheckRates(0.5, 48000));
     EXPECT_THROW(CheckRates(0.49, 48000), RateError);
 }
 
-TEST(TimelineRates, SampleRatesLieBetween64And768000) {
+TEST(TimelineRates, SampleRatesMustBeFrom64To768000) {
     EXPECT_NO_THROW(CheckRates(25.0, 64));
     EXPECT_THROW(CheckRates(25.0, 63), RateError);
     EXPECT_NO_THROW(CheckRates(25.0, 768000));
@@ -200,7 +200,7 @@ TEST(TimelineLength, SecondsAreRoundedToFramesOnce) {
     EXPECT_EQ(frames(1920, 959), 1);
 }
 
-TEST(TimelineLength, BeyondTheLastFrameNumberIsRefusedWithItsPlace) {
+TEST(TimelineLength, AnEndBeyondTheLastFrameNumberIsRefusedWithItsPlace) {
     EXPECT_EQ(Import(Timeline({Track({Gap(2147483647)})})).arrangement.frameCount, 2147483647);
     EXPECT_NE(
         Problem(Timeline({Track({Gap(2147483648.0)}, "Long")})).find("track 1 'Long', item 1"),
@@ -217,7 +217,7 @@ TEST(TimelineTrack, AVideoTrackIsListedAndDoesNotSound) {
     EXPECT_EQ(Reported(import, "video track"), 1);
 }
 
-TEST(TimelineTrack, VideoTracksSoundInsteadWhenAskedFor) {
+TEST(TimelineTrack, VideoTracksSoundInsteadOnRequest) {
     ImportOptions options;
     options.soundFrom = Track::Kind::Video;
 
@@ -249,7 +249,8 @@ TEST(TimelineTrack, ASourceRangeTrimsAndShifts) {
     const TimelineImport import = Import(Timeline({track}));
     const auto& clips = import.arrangement.tracks.at(0).clips;
 
-    // The first clip is cut off; 10 frames of the second's beginning and 40 of the third's end go.
+    // The trim removes the first clip, the first 10 frames of the second and the last 40 frames of
+    // the third.
     ASSERT_EQ(clips.size(), 2u);
     EXPECT_EQ(clips[0].startFrame, 0);
     EXPECT_EQ(clips[0].endFrame, 40);
@@ -258,7 +259,7 @@ TEST(TimelineTrack, ASourceRangeTrimsAndShifts) {
     EXPECT_EQ(clips[1].endFrame, 50);
     EXPECT_EQ(clips[1].sourceStartFrame, 0);
     EXPECT_EQ(import.arrangement.frameCount, 50);
-    EXPECT_EQ(Reported(import, "clip", "cuts it off"), 1);
+    EXPECT_EQ(Reported(import, "clip", "outside the source_range"), 1);
 }
 
 TEST(TimelineTrack, ASourceRangeWithoutLengthIsIgnored) {
@@ -271,7 +272,7 @@ TEST(TimelineTrack, ASourceRangeWithoutLengthIsIgnored) {
     EXPECT_EQ(import.arrangement.frameCount, 50);
 }
 
-TEST(TimelineTrack, ASourceRangeOfTheStackTrimsEveryTrackAfterItsOwn) {
+TEST(TimelineTrack, ASourceRangeOfTheStackTrimsTracksAfterTheirOwnRange) {
     Json track = Track({Clip("a", 0, 100)});
     track["source_range"] = Range(10, 80, 25);
     Json document = Timeline({track});
@@ -283,7 +284,7 @@ TEST(TimelineTrack, ASourceRangeOfTheStackTrimsEveryTrackAfterItsOwn) {
     EXPECT_EQ(import.arrangement.frameCount, 20);
 }
 
-TEST(TimelineTrack, OurMetadataSetsLevelBalanceMuteAndSolo) {
+TEST(TimelineTrack, SonrelMetadataSetsLevelBalanceMuteAndSolo) {
     Json track = Track({});
     track["metadata"]["sonrel"] = {{"audioLevel", {{1000, -6.0}, {0, 0.0}}},
                                    {"stereoBalance", -0.5},
@@ -302,7 +303,7 @@ TEST(TimelineTrack, OurMetadataSetsLevelBalanceMuteAndSolo) {
     EXPECT_EQ(placed.level.keys[1].decibels, -6.0f);
 }
 
-TEST(TimelineTrack, ABalanceOutsideMinusOneToOneIsPassedOver) {
+TEST(TimelineTrack, ABalanceOutsideMinusOneToOneIsIgnored) {
     const auto balance = [](double value) {
         Json track = Track({});
         track["metadata"]["sonrel"] = {{"stereoBalance", value}};
@@ -315,21 +316,21 @@ TEST(TimelineTrack, ABalanceOutsideMinusOneToOneIsPassedOver) {
     EXPECT_EQ(Reported(balance(1.01), "stereoBalance"), 1);
 }
 
-TEST(TimelineTrack, TheOtherProgramsSoloIsTaken) {
+TEST(TimelineTrack, TheSoloOfForeignMetadataIsUsed) {
     Json track = Track({});
     track["metadata"]["Resolve_OTIO"] = {{"SoloOn", true}};
 
     EXPECT_TRUE(Import(Timeline({track})).arrangement.tracks[0].solo);
 }
 
-TEST(TimelineTrack, TheMasterLevelIsTheTimelines) {
+TEST(TimelineTrack, TheTimelineSetsTheMasterLevel) {
     Json document = Timeline({});
     document["metadata"]["sonrel"] = {{"masterLevel", -3.5}};
 
     EXPECT_EQ(Import(document).arrangement.masterLevel.decibels, -3.5f);
 }
 
-TEST(TimelineTrack, UnknownKeysOfOurMetadataAreListed) {
+TEST(TimelineTrack, UnknownKeysOfSonrelMetadataAreListed) {
     Json document = Timeline({Track({})});
     document["metadata"]["sonrel"] = {{"colour", "red"}};
     document["tracks"]["children"][0]["metadata"]["sonrel"] = {{"audiolevel", 1}};
@@ -343,7 +344,7 @@ TEST(TimelineTrack, UnknownKeysOfOurMetadataAreListed) {
 // ---- positions
 
 TEST(TimelinePosition, EdgesAreRoundedAndDurationsAreNot) {
-    // Three clips of 1.4 frames: the edges lie at 1.4, 2.8 and 4.2 frames.
+    // Three clips of 1.4 frames: the edges are at 1.4, 2.8 and 4.2 frames.
     const Json clip = Clip("a", 0, 1.4 * 1920, 48000);
     ImportOptions options;
     options.rates.fps = 25.0;
@@ -368,7 +369,7 @@ TEST(TimelinePosition, HalvesOfAFrameRoundUp) {
     EXPECT_EQ(clip.endFrame, 2);
 }
 
-TEST(TimelinePosition, AClipWhoseEdgesMeetIsLeftOutAndListed) {
+TEST(TimelinePosition, AClipWithEqualEdgesIsLeftOutAndListed) {
     const TimelineImport import =
         Import(Timeline({Track({Clip("a", 0, 0.4, 25), Clip("b", 0, 10, 25)})}));
 
@@ -376,7 +377,7 @@ TEST(TimelinePosition, AClipWhoseEdgesMeetIsLeftOutAndListed) {
     EXPECT_EQ(Reported(import, "clip", "shorter than a frame"), 1);
 }
 
-TEST(TimelinePosition, TheTimeOfAnUnknownItemPasses) {
+TEST(TimelinePosition, AnUnknownItemTakesItsTime) {
     Json unknown = Gap(10);
     unknown["OTIO_SCHEMA"] = "Hologram.1";
 
@@ -386,7 +387,7 @@ TEST(TimelinePosition, TheTimeOfAnUnknownItemPasses) {
     EXPECT_EQ(Reported(import, "unknown 'Hologram'"), 1);
 }
 
-TEST(TimelinePosition, AnItemThatIsNoObjectIsListed) {
+TEST(TimelinePosition, AnItemThatIsNotAnObjectIsListed) {
     Json track = Track({Clip("a", 0, 5)});
     track["children"].push_back(nullptr);
     track["children"].push_back(7);
@@ -394,7 +395,7 @@ TEST(TimelinePosition, AnItemThatIsNoObjectIsListed) {
     EXPECT_EQ(Reported(Import(Timeline({track})), "item without a schema"), 2);
 }
 
-TEST(TimelinePosition, ANegativeDurationCountsAsNone) {
+TEST(TimelinePosition, ANegativeDurationCountsAsZero) {
     const TimelineImport import = Import(Timeline({Track({Gap(-10), Clip("a", 0, 5)})}));
 
     EXPECT_EQ(sonrel_tests::OnlyClip(import).startFrame, 0);
@@ -403,7 +404,7 @@ TEST(TimelinePosition, ANegativeDurationCountsAsNone) {
 
 // ---- numbers
 
-TEST(TimelineNumbers, ARateOfZeroTakesTheTracksRate) {
+TEST(TimelineNumbers, ARateOfZeroIsReplacedByTheRateOfTheTrack) {
     // 10 values at the track's 50 a second are 0.2 s: 5 frames at 25 a second.
     Json document = Timeline({Track({Gap(50, 50), Clip("a", 0, 10, 0), Gap(50, 50)}),
                               Track({Gap(25, 25), Gap(25, 25), Gap(25, 25)})});
@@ -413,10 +414,10 @@ TEST(TimelineNumbers, ARateOfZeroTakesTheTracksRate) {
     EXPECT_EQ(import.arrangement.fps, 25.0);
     EXPECT_EQ(sonrel_tests::OnlyClip(import).startFrame, 25);
     EXPECT_EQ(sonrel_tests::OnlyClip(import).endFrame, 30);
-    EXPECT_EQ(Reported(import, "rate of the duration", "50 is taken"), 1);
+    EXPECT_EQ(Reported(import, "rate of the duration", "50 is used"), 1);
 }
 
-TEST(TimelineNumbers, ARateThatIsNoNumberTakesTheTimelinesRate) {
+TEST(TimelineNumbers, ARateThatIsNotANumberIsReplacedByTheRateOfTheTimeline) {
     Json clip = Clip("a", 0, 10);
     clip["source_range"]["duration"]["rate"] = nullptr;
     ImportOptions options;
@@ -425,7 +426,7 @@ TEST(TimelineNumbers, ARateThatIsNoNumberTakesTheTimelinesRate) {
     const TimelineImport import = Import(Timeline({Track({clip})}), options);
 
     EXPECT_EQ(sonrel_tests::OnlyClip(import).endFrame, 10);
-    EXPECT_EQ(Reported(import, "rate of the duration", "50 is taken"), 1);
+    EXPECT_EQ(Reported(import, "rate of the duration", "50 is used"), 1);
 }
 
 TEST(TimelineNumbers, AValueThatIsNotFiniteCountsAsZero) {
@@ -438,7 +439,7 @@ TEST(TimelineNumbers, AValueThatIsNotFiniteCountsAsZero) {
     EXPECT_EQ(Reported(import, "source_range.start_time"), 1);
 }
 
-TEST(TimelineNumbers, ATextInPlaceOfANumberIsRefusedWithItsPlace) {
+TEST(TimelineNumbers, AStringInPlaceOfANumberIsRefusedWithItsPlace) {
     Json clip = Clip("a", 0, 10);
     clip["source_range"]["duration"]["rate"] = "24";
 
@@ -447,7 +448,7 @@ TEST(TimelineNumbers, ATextInPlaceOfANumberIsRefusedWithItsPlace) {
         "track 1 'Voice', item 1 'clip': source_range.duration.rate is a string, not a number");
 }
 
-TEST(TimelineNumbers, ChildrenThatAreNoListAreRefused) {
+TEST(TimelineNumbers, ChildrenThatAreNotAListAreRefused) {
     Json track = Track({});
     track["children"] = 1;
 

@@ -29,7 +29,7 @@ const std::vector<PlacedTransition>& Transitions(const TimelineImport& import) {
     return import.arrangement.tracks.at(0).transitions;
 }
 
-TEST(TransitionImport, LiesOnBothNeighboursFromMinusInForInAndOut) {
+TEST(TransitionImport, CoversBothNeighboursFromMinusInForInPlusOutFrames) {
     const TimelineImport import =
         ImportItems({Clip("a", 0, 100), Dissolve(7, 5), Clip("b", 50, 100)});
 
@@ -52,7 +52,7 @@ TEST(TransitionImport, TakesNoTime) {
     EXPECT_EQ(import.arrangement.frameCount, 20);
 }
 
-TEST(TransitionImport, EachOffsetIsRoundedToFramesByItself) {
+TEST(TransitionImport, EachOffsetIsRoundedSeparately) {
     // At 25 frames a second 3 and 4 values of 60 are 1.25 and 1.67 frames; their sum is 2.92.
     const TimelineImport import =
         ImportItems({Clip("a", 0, 100), Dissolve(3, 4, 60), Clip("b", 50, 100)});
@@ -61,7 +61,7 @@ TEST(TransitionImport, EachOffsetIsRoundedToFramesByItself) {
     EXPECT_EQ(Transitions(import).at(0).length, 3);
 }
 
-TEST(TransitionImport, InFrontOfAGapItFadesOutOnTheClipsOwnFrames) {
+TEST(TransitionImport, BeforeAGapItFadesOutOnTheFramesOfTheClip) {
     const TimelineImport import =
         ImportItems({Clip("a", 0, 100), Dissolve(10, 0), Gap(50), Clip("b", 0, 10)});
 
@@ -73,7 +73,7 @@ TEST(TransitionImport, InFrontOfAGapItFadesOutOnTheClipsOwnFrames) {
     EXPECT_TRUE(import.report.Entries().empty());
 }
 
-TEST(TransitionImport, BehindAGapItFadesInOnTheClipsOwnFrames) {
+TEST(TransitionImport, AfterAGapItFadesInOnTheFramesOfTheClip) {
     const TimelineImport import =
         ImportItems({Clip("a", 0, 10), Gap(50), Dissolve(0, 8), Clip("b", 0, 100)});
 
@@ -85,7 +85,7 @@ TEST(TransitionImport, BehindAGapItFadesInOnTheClipsOwnFrames) {
     EXPECT_EQ(transition.length, 8);
 }
 
-TEST(TransitionImport, AtTheTracksBeginningAndEndItFadesFromAndToSilence) {
+TEST(TransitionImport, AtTheBeginningAndEndOfATrackItFadesFromAndToSilence) {
     const TimelineImport import = ImportItems({Dissolve(0, 5), Clip("a", 0, 100), Dissolve(6, 0)});
 
     ASSERT_EQ(Transitions(import).size(), 2u);
@@ -98,18 +98,18 @@ TEST(TransitionImport, AtTheTracksBeginningAndEndItFadesFromAndToSilence) {
     EXPECT_EQ(Transitions(import)[1].length, 6);
 }
 
-TEST(TransitionImport, ThePartThatLiesInAGapIsListed) {
+TEST(TransitionImport, ThePartInAGapIsListed) {
     const TimelineImport import = ImportItems({Clip("a", 0, 100), Dissolve(10, 10), Gap(50)});
 
     EXPECT_EQ(Transitions(import).at(0).length, 10);
-    EXPECT_EQ(Reported(import, "transition", "own frames alone"), 1);
+    EXPECT_EQ(Reported(import, "transition", "frames of the clip only"), 1);
 }
 
-TEST(TransitionImport, ThatLiesInAGapAsAWholeIsLeftOutAndListed) {
+TEST(TransitionImport, EntirelyInAGapIsLeftOutAndListed) {
     const TimelineImport import = ImportItems({Clip("a", 0, 100), Dissolve(0, 10), Gap(50)});
 
     EXPECT_TRUE(Transitions(import).empty());
-    EXPECT_EQ(Reported(import, "transition", "covers no frame"), 1);
+    EXPECT_EQ(Reported(import, "transition", "does not cover a frame"), 1);
 }
 
 TEST(TransitionImport, BetweenTwoGapsIsLeftOutAndListed) {
@@ -119,7 +119,7 @@ TEST(TransitionImport, BetweenTwoGapsIsLeftOutAndListed) {
     EXPECT_EQ(Reported(import, "transition", "no clip begins or ends"), 1);
 }
 
-TEST(TransitionImport, AClipWithoutAMediumIsSilenceToIt) {
+TEST(TransitionImport, AClipWithoutAMediaFileCountsAsSilence) {
     Json offline = Clip("b", 0, 100);
     offline["media_reference"] = {{"OTIO_SCHEMA", "MissingReference.1"}};
 
@@ -138,7 +138,7 @@ TEST(TransitionImport, JoinsClipsAndNestedItems) {
     EXPECT_EQ(Transitions(import)[1].from, 1u);
 }
 
-TEST(TransitionImport, BesideADisabledClipItIsACutAndListed) {
+TEST(TransitionImport, NextToADisabledClipItIsACutAndListed) {
     Json disabled = Clip("b", 10, 100);
     disabled["enabled"] = false;
 
@@ -149,7 +149,7 @@ TEST(TransitionImport, BesideADisabledClipItIsACutAndListed) {
     EXPECT_EQ(Reported(import, "transition", "disabled"), 2);
 }
 
-TEST(TransitionImport, BesideAClipThatOurMetadataMutesItStays) {
+TEST(TransitionImport, NextToAClipThatSonrelMetadataMutesItIsKept) {
     const TimelineImport import = ImportItems(
         {Clip("a", 0, 100), Dissolve(4, 4), WithOurs(Clip("b", 10, 100), {{"muted", true}})});
 
@@ -157,8 +157,8 @@ TEST(TransitionImport, BesideAClipThatOurMetadataMutesItStays) {
     EXPECT_TRUE(import.arrangement.tracks.at(0).clips.at(1).muted);
 }
 
-TEST(TransitionImport, BesideAClipThatCannotBeRenderedItIsACut) {
-    // A muted neighbour sounds through a transition, and this one would run forwards.
+TEST(TransitionImport, NextToAClipThatCannotBeRenderedItIsACut) {
+    // A muted neighbour sounds through a transition, and the reversed clip would run forwards.
     Json reversed = Clip("b", 10, 100);
     reversed["effects"] = std::vector<Json>{TimeWarp(-1.0)};
 
@@ -168,7 +168,7 @@ TEST(TransitionImport, BesideAClipThatCannotBeRenderedItIsACut) {
     EXPECT_EQ(Reported(import, "transition", "cannot be rendered"), 1);
 }
 
-TEST(TransitionImport, OurMetadataChoosesTheCurve) {
+TEST(TransitionImport, SonrelMetadataSetsTheCurve) {
     for (const std::string curve : {"linear", "equal-power", "db"}) {
         const TimelineImport import = ImportItems(
             {Clip("a", 0, 100), WithOurs(Dissolve(4, 4), {{"curve", curve}}), Clip("b", 10, 100)});
@@ -178,17 +178,17 @@ TEST(TransitionImport, OurMetadataChoosesTheCurve) {
     }
 }
 
-TEST(TransitionImport, ACurveThatThereIsNotIsListedAndEqualPowerTaken) {
+TEST(TransitionImport, AnUnknownCurveIsListedAndEqualPowerUsed) {
     for (const Json& curve : {Json("cubic"), Json(1), Json(nullptr)}) {
         const TimelineImport import = ImportItems(
             {Clip("a", 0, 100), WithOurs(Dissolve(4, 4), {{"curve", curve}}), Clip("b", 10, 100)});
 
         EXPECT_EQ(Transitions(import).at(0).curve, "equal-power");
-        EXPECT_EQ(Reported(import, "curve", "equal-power is taken"), 1);
+        EXPECT_EQ(Reported(import, "curve", "equal-power is used"), 1);
     }
 }
 
-TEST(TransitionImport, OfAnotherTypeItCrossFadesAndIsListed) {
+TEST(TransitionImport, OfAnotherTypeIsACrossFadeAndListed) {
     Json wipe = Dissolve(4, 4);
     wipe["transition_type"] = "Custom_Transition";
 
@@ -198,7 +198,7 @@ TEST(TransitionImport, OfAnotherTypeItCrossFadesAndIsListed) {
     EXPECT_EQ(Reported(import, "transition", "'Custom_Transition'"), 1);
 }
 
-TEST(TransitionImport, OfTwoInARowTheFirstIsTakenAndTheSecondListed) {
+TEST(TransitionImport, OfTwoInARowTheFirstIsUsedAndTheSecondListed) {
     const TimelineImport import =
         ImportItems({Clip("a", 0, 100), Dissolve(4, 4), Dissolve(9, 9), Clip("b", 10, 100)});
 
@@ -207,14 +207,14 @@ TEST(TransitionImport, OfTwoInARowTheFirstIsTakenAndTheSecondListed) {
     EXPECT_EQ(Reported(import, "transition", "follows another"), 1);
 }
 
-TEST(TransitionImport, ThatBeginsBeforeTheOneInFrontHasEndedIsListed) {
+TEST(TransitionImport, ThatBeginsBeforeThePreviousTransitionHasEndedIsListed) {
     const auto overlaps = [](double in) {
         return Reported(ImportItems({Clip("a", 0, 100), Dissolve(4, 6), Clip("b", 10, 10),
                                      Dissolve(in, 4), Clip("c", 10, 100)}),
-                        "transition", "has not ended");
+                        "transition", "before the previous transition has ended");
     };
 
-    // The first one ends at frame 106, and the second begins at 110 minus its offset.
+    // The first transition ends at frame 106, and the second begins at 110 minus its offset.
     EXPECT_EQ(overlaps(4), 0);
     EXPECT_EQ(overlaps(5), 1);
 }
@@ -224,10 +224,10 @@ TEST(TransitionImport, ShorterThanAFrameItIsACutAndListed) {
         ImportItems({Clip("a", 0, 100), Dissolve(0.4, 0.4), Clip("b", 10, 100)});
 
     EXPECT_TRUE(Transitions(import).empty());
-    EXPECT_EQ(Reported(import, "transition", "covers no frame"), 1);
+    EXPECT_EQ(Reported(import, "transition", "does not cover a frame"), 1);
 }
 
-TEST(TransitionImport, NegativeOffsetsCountAsNoneAndAreListed) {
+TEST(TransitionImport, NegativeOffsetsCountAsZeroAndAreListed) {
     const TimelineImport import =
         ImportItems({Clip("a", 0, 100), Dissolve(-5, 3), Clip("b", 10, 100)});
 
@@ -236,7 +236,7 @@ TEST(TransitionImport, NegativeOffsetsCountAsNoneAndAreListed) {
     EXPECT_EQ(Reported(import, "transition", "negative offset"), 1);
 }
 
-TEST(TransitionImport, AnEnormousOffsetIsListedAndTheClipsMeetInACut) {
+TEST(TransitionImport, AnEnormousOffsetIsACutAndListed) {
     for (const double enormous : {1e9, 1e18, 1e300}) {
         const TimelineImport import =
             ImportItems({Clip("a", 0, 100), Dissolve(enormous, 3), Clip("b", 10, 100)});
@@ -258,7 +258,7 @@ TEST(TransitionImport, ItsSamplesFitInto32Bits) {
         0u);
 }
 
-TEST(TransitionImport, AnOffsetThatIsNoNumberCountsAsNone) {
+TEST(TransitionImport, AnOffsetThatIsNotANumberCountsAsZero) {
     Json transition = Dissolve(5, 5);
     transition["in_offset"]["value"] = nullptr;
 
@@ -275,7 +275,7 @@ TEST(TransitionImport, AnOffsetThatIsAListIsRefusedWithItsPlace) {
     EXPECT_THROW(ImportItems({Clip("a", 0, 100), transition, Clip("b", 9, 100)}), DocumentError);
 }
 
-TEST(TransitionImport, ATrimThatTakesTheNeighbourAwayMakesItAFade) {
+TEST(TransitionImport, ATrimThatRemovesANeighbourMakesItAFade) {
     Json track = Track({Clip("a", 0, 100), Dissolve(4, 4), Clip("b", 10, 100)});
     track["source_range"] = sonrel_tests::Range(0, 100, 25);
 
@@ -286,14 +286,14 @@ TEST(TransitionImport, ATrimThatTakesTheNeighbourAwayMakesItAFade) {
     EXPECT_EQ(Transitions(import).at(0).length, 4);
 }
 
-TEST(TransitionImport, ATrimCutsItOffWithItsJoin) {
+TEST(TransitionImport, ATrimThatRemovesTheJoinRemovesIt) {
     Json track = Track({Clip("a", 0, 100), Dissolve(4, 4), Clip("b", 10, 100)});
     track["source_range"] = sonrel_tests::Range(0, 99, 25);
 
     const TimelineImport import = Import(Timeline({track}));
 
     EXPECT_TRUE(Transitions(import).empty());
-    EXPECT_EQ(Reported(import, "transition", "cuts it off"), 1);
+    EXPECT_EQ(Reported(import, "transition", "outside the source_range"), 1);
 }
 
 }  // namespace

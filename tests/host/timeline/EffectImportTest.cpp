@@ -22,8 +22,8 @@ using sonrel_tests::Timeline;
 using sonrel_tests::Track;
 using sonrel_tests::WithOurs;
 
-/// As the program reads it: what the plugin pack refuses is dropped.
-TimelineImport ImportOurs(const Json& values) {
+/// Imports a clip with Sonrel metadata and drops the effects that the plugin pack refuses.
+TimelineImport ImportWithMetadata(const Json& values) {
     TimelineImport import = Import(Timeline({Track({WithOurs(Clip("a", 0, 50), values)})}));
     DropRefusedEffects(import);
     return import;
@@ -34,7 +34,7 @@ Json Gain(double gainDb) {
 }
 
 TimelineImport ImportEffects(std::vector<Json> effects) {
-    return ImportOurs({{"effects", std::move(effects)}});
+    return ImportWithMetadata({{"effects", std::move(effects)}});
 }
 
 Json WithVolumeParameters(std::vector<Json> parameters) {
@@ -49,7 +49,7 @@ Json WithVolumeParameters(std::vector<Json> parameters) {
 
 // ---- effects
 
-TEST(EffectImport, EffectsAreTakenInTheirOrderWithTheirParameters) {
+TEST(EffectImport, EffectsAreImportedInFileOrderWithTheirParameters) {
     const TimelineImport import = ImportEffects(
         {Gain(-3), {{"plugin", "low-pass"}, {"parameters", {{"frequencyHz", 800}, {"q", 2}}}}});
 
@@ -75,14 +75,14 @@ TEST(EffectImport, ADisabledEffectIsKeptAndDisabled) {
     EXPECT_FALSE(chain[0].enabled);
 }
 
-TEST(EffectImport, ParametersMayBeLeftOut) {
+TEST(EffectImport, ParametersAreOptional) {
     EXPECT_EQ(OnlyClip(ImportEffects({{{"plugin", "delay"}}})).effects.size(), 1u);
     EXPECT_EQ(
         OnlyClip(ImportEffects({{{"plugin", "delay"}, {"parameters", nullptr}}})).effects.size(),
         1u);
 }
 
-TEST(EffectImport, AChoiceMayBeGivenByItsWord) {
+TEST(EffectImport, AChoiceMayBeNamed) {
     const Json fade = {{"plugin", "fade"}, {"parameters", {{"inFrames", 5}, {"curve", "db"}}}};
 
     const TimelineImport import = ImportEffects({fade});
@@ -91,7 +91,7 @@ TEST(EffectImport, AChoiceMayBeGivenByItsWord) {
     EXPECT_EQ(MakeChain(OnlyClip(import), 25.0, 48000).size(), 1u);
 }
 
-TEST(EffectImport, AWordThatIsNoChoiceIsListedAndTheEffectSkipped) {
+TEST(EffectImport, AnUnknownChoiceIsListedAndTheEffectSkipped) {
     const TimelineImport import =
         ImportEffects({{{"plugin", "fade"}, {"parameters", {{"curve", "cubic"}}}},
                        {{"plugin", "gain"}, {"parameters", {{"gainDb", "loud"}}}}});
@@ -101,7 +101,7 @@ TEST(EffectImport, AWordThatIsNoChoiceIsListedAndTheEffectSkipped) {
     EXPECT_EQ(Reported(import, "effect 'gain'", "skipped"), 1);
 }
 
-TEST(EffectImport, AnUnknownPluginIsListedAndSkippedAndTheOthersStay) {
+TEST(EffectImport, AnUnknownPluginIsListedAndSkippedAndOtherEffectsAreKept) {
     const TimelineImport import = ImportEffects({Gain(1), {{"plugin", "vocoder"}}, Gain(2)});
 
     ASSERT_EQ(OnlyClip(import).effects.size(), 2u);
@@ -132,8 +132,8 @@ TEST(EffectImport, AParameterOutOfRangeIsListedAndTheEffectSkipped) {
     EXPECT_EQ(Reported(import, "effect 'gain'", "from -96 to 24"), 1);
 }
 
-TEST(EffectImport, ALimitMayHangOnTheSampleRate) {
-    // 0.45 of 48000 hertz.
+TEST(EffectImport, ALimitMayDependOnTheSampleRate) {
+    // The limit is 0.45 times 48000 Hz.
     const auto lowPass = [](double hertz) {
         return OnlyClip(ImportEffects(
                             {{{"plugin", "low-pass"}, {"parameters", {{"frequencyHz", hertz}}}}}))
@@ -151,33 +151,33 @@ TEST(EffectImport, ADisabledEffectThatIsRefusedIsListedToo) {
     EXPECT_EQ(Reported(ImportEffects({off}), "effect 'gain'", "skipped"), 1);
 }
 
-TEST(EffectImport, WhatIsNoEffectIsListedAndSkipped) {
+TEST(EffectImport, AValueThatIsNotAnEffectIsListedAndSkipped) {
     const TimelineImport import =
         ImportEffects({nullptr, 7, Json::object(), {{"plugin", 3}}, Gain(1)});
 
     EXPECT_EQ(OnlyClip(import).effects.size(), 1u);
-    EXPECT_EQ(Reported(import, "effect", "names no plugin"), 4);
+    EXPECT_EQ(Reported(import, "effect", "does not name a plugin"), 4);
 }
 
-TEST(EffectImport, ParametersThatAreNoNumbersAreListedAndTheEffectSkipped) {
-    // A NaN of the file reads as null.
+TEST(EffectImport, AParameterThatIsNotANumberIsListedAndTheEffectSkipped) {
+    // A NaN in the file reads as null.
     for (const Json& value : {Json(nullptr), Json(true), Json::array({1}), Json::object()}) {
         const TimelineImport import =
             ImportEffects({{{"plugin", "gain"}, {"parameters", {{"gainDb", value}}}}});
 
         EXPECT_TRUE(OnlyClip(import).effects.empty());
-        EXPECT_EQ(Reported(import, "effect 'gain'", "no finite number"), 1);
+        EXPECT_EQ(Reported(import, "effect 'gain'", "not a finite number"), 1);
     }
     EXPECT_EQ(Reported(ImportEffects({{{"plugin", "gain"}, {"parameters", Json::array()}}}),
-                       "effect 'gain'", "no object"),
+                       "effect 'gain'", "not an object"),
               1);
 }
 
-TEST(EffectImport, EffectsThatAreNoListAreListed) {
-    EXPECT_EQ(Reported(ImportOurs({{"effects", "gain"}}), "effects", "no list"), 1);
+TEST(EffectImport, EffectsThatAreNotAListAreListed) {
+    EXPECT_EQ(Reported(ImportWithMetadata({{"effects", "gain"}}), "effects", "not a list"), 1);
 }
 
-TEST(EffectImport, EffectsInsideANestedItemAreLookedAtToo) {
+TEST(EffectImport, EffectsInsideANestedItemAreChecked) {
     TimelineImport import = Import(Timeline({Track(
         {Stack({Track({WithOurs(Clip("a", 0, 20), {{"effects", {Gain(99), Gain(1)}}})})})})}));
 
@@ -190,9 +190,9 @@ TEST(EffectImport, EffectsInsideANestedItemAreLookedAtToo) {
 
 // ---- fades
 
-TEST(FadeImport, OurMetadataTellsLengthsInFramesAndTheCurve) {
+TEST(FadeImport, SonrelMetadataSetsLengthsInFramesAndTheCurve) {
     const TimelineImport import =
-        ImportOurs({{"fadeIn", 5}, {"fadeOut", 12.5}, {"fadeCurve", "linear"}});
+        ImportWithMetadata({{"fadeIn", 5}, {"fadeOut", 12.5}, {"fadeCurve", "linear"}});
 
     EXPECT_EQ(OnlyClip(import).fades.inFrames, 5.0);
     EXPECT_EQ(OnlyClip(import).fades.outFrames, 12.5);
@@ -200,14 +200,14 @@ TEST(FadeImport, OurMetadataTellsLengthsInFramesAndTheCurve) {
     EXPECT_TRUE(import.report.Entries().empty());
 }
 
-TEST(FadeImport, WithoutACurveItIsEqualPower) {
-    EXPECT_EQ(OnlyClip(ImportOurs({{"fadeIn", 5}})).fades.curve, "equal-power");
-    const TimelineImport import = ImportOurs({{"fadeIn", 5}, {"fadeCurve", "steep"}});
+TEST(FadeImport, TheDefaultCurveIsEqualPower) {
+    EXPECT_EQ(OnlyClip(ImportWithMetadata({{"fadeIn", 5}})).fades.curve, "equal-power");
+    const TimelineImport import = ImportWithMetadata({{"fadeIn", 5}, {"fadeCurve", "steep"}});
     EXPECT_EQ(OnlyClip(import).fades.curve, "equal-power");
     EXPECT_EQ(Reported(import, "fadeCurve"), 1);
 }
 
-TEST(FadeImport, TheOtherProgramsFadersAreFadesInFrames) {
+TEST(FadeImport, FadersOfForeignMetadataAreFadesInFrames) {
     const TimelineImport import = Import(Timeline(
         {Track({WithVolumeParameters({{{"Parameter ID", "faderIn"}, {"Parameter Value", 5}},
                                       {{"Parameter ID", "faderOut"}, {"Parameter Value", 6.0}},
@@ -219,7 +219,7 @@ TEST(FadeImport, TheOtherProgramsFadersAreFadesInFrames) {
     EXPECT_TRUE(import.report.Entries().empty());
 }
 
-TEST(FadeImport, OurFadesWinOverTheOtherPrograms) {
+TEST(FadeImport, SonrelMetadataTakesPrecedenceOverForeignMetadata) {
     Json clip = WithVolumeParameters({{{"Parameter ID", "faderIn"}, {"Parameter Value", 5}},
                                       {{"Parameter ID", "faderOut"}, {"Parameter Value", 6}}});
 
@@ -229,27 +229,28 @@ TEST(FadeImport, OurFadesWinOverTheOtherPrograms) {
     EXPECT_EQ(OnlyClip(import).fades.outFrames, 6.0);
 }
 
-TEST(FadeImport, ALengthThatIsNoneIsListedAndPassedOver) {
+TEST(FadeImport, AnInvalidLengthIsListedAndIgnored) {
     for (const Json& length : {Json(-1), Json(2147483648.0), Json("long"), Json(nullptr)}) {
-        const TimelineImport import = ImportOurs({{"fadeIn", length}, {"fadeOut", 4}});
+        const TimelineImport import = ImportWithMetadata({{"fadeIn", length}, {"fadeOut", 4}});
 
         EXPECT_EQ(OnlyClip(import).fades.inFrames, 0.0);
         EXPECT_EQ(OnlyClip(import).fades.outFrames, 4.0);
-        EXPECT_EQ(Reported(import, "fadeIn", "no length"), 1);
+        EXPECT_EQ(Reported(import, "fadeIn", "not a length"), 1);
     }
 }
 
-TEST(FadeImport, RunsLastInTheChain) {
-    const TimelineImport import = ImportOurs({{"fadeIn", 5}, {"effects", {Gain(1), Gain(2)}}});
+TEST(FadeImport, IsLastInTheChain) {
+    const TimelineImport import =
+        ImportWithMetadata({{"fadeIn", 5}, {"effects", {Gain(1), Gain(2)}}});
 
     EXPECT_EQ(MakeChain(OnlyClip(import), 25.0, 48000).size(), 3u);
-    const TimelineImport without = ImportOurs({{"effects", {Gain(1), Gain(2)}}});
+    const TimelineImport without = ImportWithMetadata({{"effects", {Gain(1), Gain(2)}}});
     EXPECT_EQ(MakeChain(OnlyClip(without), 25.0, 48000).size(), 2u);
 }
 
-TEST(FadeImport, ATrimShortensWhatItCutsOffAndListsIt) {
+TEST(FadeImport, ATrimShortensAFadeAndListsIt) {
     Json track = Track({WithOurs(Clip("a", 0, 50), {{"fadeIn", 5}, {"fadeOut", 10}})});
-    track["source_range"] = Range(2, 44, 25);  // two frames of the beginning, four of the end
+    track["source_range"] = Range(2, 44, 25);  // cuts off 2 frames at the start, 4 at the end
 
     const TimelineImport import = Import(Timeline({track}));
 
@@ -258,7 +259,7 @@ TEST(FadeImport, ATrimShortensWhatItCutsOffAndListsIt) {
     EXPECT_EQ(Reported(import, "fade", "cut off"), 1);
 }
 
-TEST(FadeImport, ATrimThatTakesAllOfItLeavesNone) {
+TEST(FadeImport, ATrimMayRemoveAWholeFade) {
     Json track = Track({WithOurs(Clip("a", 0, 50), {{"fadeIn", 5}})});
     track["source_range"] = Range(5, 45, 25);
 

@@ -20,28 +20,28 @@ TEST(Positions, ABareNumberIsSeconds) {
     EXPECT_EQ(Position("0"), 0);
 }
 
-TEST(Positions, AnSMarksSeconds) {
+TEST(Positions, TheSuffixSMeansSeconds) {
     EXPECT_EQ(Position("12.5s"), 600000);
 }
 
 TEST(Positions, SecondsRoundToTheNearestSampleHalvesUp) {
-    // 0.5 and 0.4999 of a sample at 48000 Hz.
+    // 0.5 and 0.4999 samples at 48000 Hz.
     EXPECT_EQ(Position("0.000010416666666666667"), 1);
     EXPECT_EQ(Position("0.0000104145"), 0);
 }
 
-TEST(Positions, AnFMarksFrames) {
+TEST(Positions, TheSuffixFMeansFrames) {
     EXPECT_EQ(Position("300f"), 576000);
 }
 
-TEST(Positions, FramesTakeTheRatioOfTheRatesFirst) {
+TEST(Positions, FramesAreMultipliedByTheRatioOfTheRates) {
     // 48000 / 29.97 is 1601.6016: frame 3 is at 4804.8, frame 1000 at 1601601.6.
     EXPECT_EQ(Position("1f", NTSC), 1602);
     EXPECT_EQ(Position("3f", NTSC), 4805);
     EXPECT_EQ(Position("1000f", NTSC), 1601602);
 }
 
-TEST(Positions, SmpMarksSamples) {
+TEST(Positions, TheSuffixSmpMeansSamples) {
     EXPECT_EQ(Position("480000smp"), 480000);
     EXPECT_EQ(Position("9223372036854775807smp"), 9223372036854775807);
 }
@@ -57,20 +57,20 @@ TEST(Positions, TimecodeCountsAtTheNominalRateWithoutDroppingFrames) {
     EXPECT_EQ(Position("00:01:00:00", NTSC), Position("1800f", NTSC));
 }
 
-TEST(Positions, TheLastFrameOfASecondIsOneBelowTheNominalRate) {
+TEST(Positions, TheLastFrameOfASecondIsTheNominalRateMinusOne) {
     EXPECT_EQ(Position("00:00:00:24"), 24 * 1920);
     EXPECT_THROW(Position("00:00:00:25"), UsageError);
     EXPECT_EQ(Position("00:00:00:29", NTSC), Position("29f", NTSC));
     EXPECT_THROW(Position("00:00:00:30", NTSC), UsageError);
 }
 
-TEST(Positions, SixtySecondsOrMinutesAreNoTimecode) {
+TEST(Positions, SixtySecondsOrMinutesAreNotTimecode) {
     EXPECT_EQ(Position("00:59:59:00"), 3599LL * 48000);
     EXPECT_THROW(Position("00:00:60:00"), UsageError);
     EXPECT_THROW(Position("00:60:00:00"), UsageError);
 }
 
-TEST(Positions, WhatIsNoPositionIsWrongUsage) {
+TEST(Positions, TextThatIsNotAPositionIsWrongUsage) {
     for (const char* text : {"",
                              "x",
                              "-1",
@@ -99,13 +99,13 @@ TEST(Positions, WhatIsNoPositionIsWrongUsage) {
     }
 }
 
-TEST(Positions, WhatDoesNotFitInto64BitsIsWrongUsage) {
+TEST(Positions, APositionAbove64BitsIsWrongUsage) {
     EXPECT_THROW(Position("9223372036854775808smp"), UsageError);
     EXPECT_THROW(Position("1000000000000000000f"), UsageError);
     EXPECT_THROW(Position("999999999999999999999"), UsageError);
 }
 
-TEST(Positions, TheMessageNamesTheOptionAndItsValue) {
+TEST(Positions, TheErrorNamesTheOptionAndItsValue) {
     try {
         ParsePosition("soon", PAL, "--to");
         FAIL();
@@ -141,7 +141,7 @@ TEST(FrameGrid, TimecodeNamesTheFrameThatCoversASample) {
     EXPECT_EQ(FormatTimecode(3661LL * 48000, PAL), "01:01:01:00");
 }
 
-TEST(Span, WithoutFromAndToItIsEverything) {
+TEST(Span, WithoutFromAndToIsTheWholeTimeline) {
     const zrtl::FrameRange span = ParseSpan("", "", PAL, 1000);
 
     EXPECT_EQ(span.start, 0);
@@ -152,16 +152,16 @@ TEST(Span, ToIsExclusive) {
     EXPECT_EQ(ParseSpan("", "400smp", PAL, 1000).end, 400);
 }
 
-TEST(Span, ToMayLieBeyondTheEnd) {
+TEST(Span, ToMayBeBeyondTheEnd) {
     EXPECT_EQ(ParseSpan("", "1001smp", PAL, 1000).end, 1000);
 }
 
-TEST(Span, FromMustLieBeforeTheEnd) {
+TEST(Span, FromMustBeBeforeTheEnd) {
     EXPECT_EQ(ParseSpan("999smp", "", PAL, 1000).start, 999);
     EXPECT_THROW(ParseSpan("1000smp", "", PAL, 1000), UsageError);
 }
 
-TEST(Span, FromMustLieBeforeTo) {
+TEST(Span, FromMustBeBeforeTo) {
     EXPECT_EQ(ParseSpan("10smp", "11smp", PAL, 1000).start, 10);
     EXPECT_THROW(ParseSpan("10smp", "10smp", PAL, 1000), UsageError);
     EXPECT_THROW(ParseSpan("11smp", "10smp", PAL, 1000), UsageError);
