@@ -88,10 +88,10 @@ std::string StreamText(const MediaStreamInfo& stream) {
     return text + "\n";
 }
 
-/// Describes media one after another, for programs and for people.
+/// Describes media files, as JSON and as text.
 class MediaReport {
 public:
-    /// @return what is wrong with the file, as a clause; empty where nothing is
+    /// @return the fault of the file as a clause; empty when it has none
     std::string Add(const std::string& path) {
         MediaInfo info;
         Json entry;
@@ -124,7 +124,7 @@ public:
 
     const Json& List() const { return json_; }
     const std::string& Text() const { return text_; }
-    /// What the file that was added last holds.
+    /// The description of the last added file.
     const MediaInfo& Last() const { return last_; }
 
 private:
@@ -139,7 +139,7 @@ std::string RatesText(int rate, double fps, long long frames) {
            FormatDuration(static_cast<double>(frames) / fps) + ")\n";
 }
 
-/// Describes each file of a timeline once. @return the first problem, or an empty text
+/// Describes each file of a timeline once. @return the first fault; empty when there is none
 std::string DescribeAll(const std::vector<MediaUse>& media, const std::vector<MediaUse>& missing,
                         MediaReport& report) {
     std::set<std::string> done;

@@ -34,7 +34,7 @@ std::string LevelText(const otio::LevelCurve& level) {
 Json EffectJson(const otio::EffectRequest& effect) {
     Json parameters = Json::Object();
     for (const auto& [name, value] : effect.parameters) {
-        std::visit([&, key = name](const auto& taken) { parameters[key] = taken; }, value);
+        std::visit([&, key = name](const auto& parameter) { parameters[key] = parameter; }, value);
     }
     return Json::Object(
         {{"plugin", effect.plugin}, {"parameters", parameters}, {"enabled", effect.enabled}});
@@ -116,7 +116,7 @@ Json ClipJson(const PlacedClip& clip) {
     return json;
 }
 
-/// Writes the tree line by line.
+/// Builds the text of the tree.
 class TreeText {
 public:
     void Add(const std::vector<PlacedTrack>& tracks, int depth) {
@@ -139,7 +139,7 @@ private:
         text_ += line + "\n";
     }
 
-    /// A transition stands between the clips that it joins.
+    /// A transition is listed between the clips that it joins.
     void AddItems(const PlacedTrack& track, int depth) {
         std::size_t next = 0;
         for (const PlacedClip& clip : track.clips) {

@@ -9,11 +9,11 @@
 
 namespace orlo::host {
 
-/// The structure of a timeline as a list of tracks with their objects and transitions. An object
-/// that shows a nested item holds the tracks of that one.
+/// The structure of a timeline as a list of tracks with their objects and transitions. The object
+/// of a nested item contains the tracks of the item.
 Json TracksJson(const std::vector<otio::PlacedTrack>& tracks);
 
-/// The same as lines, indented by their depth.
+/// The same structure as lines of text, indented by their depth.
 std::string TracksText(const std::vector<otio::PlacedTrack>& tracks);
 
 }  // namespace orlo::host

@@ -10,7 +10,7 @@ namespace orlo::host {
 
 namespace {
 
-/// A number, or the word random.
+/// Accepts a number or the word "random".
 CLI::Validator Seed() {
     const CLI::Validator number = WholeNumber(1, std::numeric_limits<std::uint32_t>::max());
     const auto check = [number](std::string& text) -> std::string {

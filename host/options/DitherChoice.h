@@ -9,15 +9,15 @@ class App;
 
 namespace orlo::host {
 
-/// The noise that a 16-bit result gets.
+/// Noise that is added to a 16-bit result.
 enum class DitherChoice { None, Triangular, HighPass };
 
 sonrel::DitherType EngineDither(DitherChoice choice);
-/// The name of a choice on the command line.
+/// Name of a choice on the command line.
 const char* DitherName(DitherChoice choice);
 
-/// --dither and --seed
-/// @param seed  0 stands for a seed from the clock
+/// Declares --dither and --seed.
+/// @param seed  0 means a seed from the clock
 void DeclareDither(CLI::App& command, DitherChoice& dither, unsigned int& seed);
 
 }  // namespace orlo::host

@@ -14,10 +14,10 @@ class App;
 
 namespace orlo::host {
 
-/// The options that every command takes.
+/// The options that all commands have.
 struct GlobalOptions {
-    std::string cacheFolder;   ///< empty: the default place
-    std::string databaseFile;  ///< empty: the default place
+    std::string cacheFolder;   ///< empty: the default folder
+    std::string databaseFile;  ///< empty: the default file
     bool noCacheDb = false;
     bool noLog = false;
     bool json = false;

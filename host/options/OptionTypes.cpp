@@ -14,7 +14,7 @@ CLI::Validator WholeNumber(long long min, long long max) {
             return Quoted(text) + " is not a whole number from " + std::to_string(min) + " to " +
                    std::to_string(max);
         }
-        // Without leading zeros, which the argument library takes for octal digits.
+        // Removes leading zeros, which mean octal digits to the argument library.
         text = std::to_string(*value);
         return {};
     };

@@ -7,17 +7,17 @@
 #include <utility>
 #include <vector>
 
-/// What the options of several commands have in common. Only sources that declare options include
-/// this: the argument library is slow to compile.
+/// Validators and options that several commands share. Only sources that declare options include
+/// this header, because the argument library is slow to compile.
 namespace orlo::host {
 
-/// A whole number in decimal digits.
+/// Accepts an integer in decimal digits.
 CLI::Validator WholeNumber(long long min, long long max);
 
-/// Words of an option, each with the number of its value.
+/// The words of an option, each with the number of its value.
 using Words = std::vector<std::pair<std::string, long long>>;
 
-/// One of some words. The argument library then converts the number of the word.
+/// Accepts one of @p words and replaces it by its number, which the argument library converts.
 CLI::Validator OneOfWords(const Words& words);
 
 template <class Value>
@@ -29,15 +29,15 @@ CLI::Validator OneOf(std::initializer_list<std::pair<const char*, Value>> choice
     return OneOfWords(words);
 }
 
-/// The name of a file or folder, which must not be empty.
+/// Accepts the name of a file or folder, which must not be empty.
 CLI::Validator Name();
 
-/// INPUT of a command that takes one.
+/// Declares a single INPUT.
 void DeclareInput(CLI::App& command, std::string& input, const std::string& description);
-/// INPUT of a command that takes several.
+/// Declares INPUT with one or more values.
 void DeclareInputs(CLI::App& command, std::vector<std::string>& inputs);
 
-/// --overwrite
+/// Declares --overwrite.
 void DeclareOverwrite(CLI::App& command, bool& overwrite);
 
 }  // namespace orlo::host

@@ -9,7 +9,7 @@
 
 namespace orlo::host {
 
-/// Which file a path leads to: every link and spelling of one file has the same identity.
+/// Identity of a file, the same for all links to it and all spellings of its path.
 struct FileIdentity {
     dev_t device = 0;
     ino_t number = 0;
@@ -18,7 +18,7 @@ struct FileIdentity {
 
     static FileIdentity Of(const struct stat& status) { return {status.st_dev, status.st_ino}; }
 
-    /// Follows links. @return nothing where the path leads to no file
+    /// Follows links. @return nullopt when no file exists at the path
     static std::optional<FileIdentity> At(const std::string& path) {
         struct stat status = {};
         if (stat(path.c_str(), &status) != 0) return std::nullopt;

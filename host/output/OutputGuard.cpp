@@ -12,7 +12,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A name: the identity of its folder and the name in it. Without a folder the path itself.
+/// Key of a name: the identity of its folder and the name in it; the path if the folder does not
+/// exist.
 std::string NameKey(const std::string& path) {
     const fs::path name(path);
     const std::string folder = name.has_parent_path() ? name.parent_path().string() : ".";
@@ -58,12 +59,12 @@ void OutputGuard::RequireFree(const std::string& output, const OutputTarget& tar
 
 void OutputGuard::Claim(const std::string& output) {
     const OutputTarget target = FindOutputTarget(output, overwrite_);
-    // A device has no contents that two outputs could take from each other.
+    // Two outputs may use the same device, which has no contents that they could overwrite.
     if (target.kind == OutputTarget::Kind::Device) return;
     const Entry* entry = Find(target);
     if (entry != nullptr && entry->isOutput) {
         throw UsageError("two outputs have the name " + Quoted(output) +
-                         "; choose another for one");
+                         "; choose another name for one of them");
     }
     RequireFree(output, target);
     Add({output, "another output of this command", true});
@@ -77,18 +78,18 @@ OutputTarget OutputGuard::Open(const std::string& output) const {
 
 OutputTarget OutputGuard::Confirm(const std::string& output, const OutputTarget& opened) {
     OutputTarget target = FindOutputTarget(output, overwrite_);
-    // Thousands of files are looked at again only where there is something new.
+    // All files, possibly thousands, are indexed again only when the output is a new file.
     if (target.identity && target.identity != opened.identity) {
         for (std::size_t entry = 0; entry < entries_.size(); ++entry) Index(entry);
     }
     RequireFree(output, target);
     if (target.kind == opened.kind && target.path == opened.path) return target;
     if (!opened.identity && target.kind == OutputTarget::Kind::File) {
-        // The same free name, which realpath spells differently now that a file has it.
+        // The name is unchanged; realpath spells it differently now that a file exists.
         if (NameKey(target.path) == NameKey(opened.path)) return target;
     }
     throw JobError("cannot write " + Quoted(output) +
-                   ": the name leads to another place than at the start; choose another name");
+                   ": the name has another target than at the start; choose another name");
 }
 
 }  // namespace orlo::host

@@ -15,11 +15,11 @@ namespace orlo::host {
 /// The files that a command reads or owns, and the outputs that it writes. No output may replace
 /// one of these files or another output.
 ///
-/// Files are compared by identity, so that links, hard links and other spellings make no
-/// difference. A protected name is compared by its folder and name as well: the database library
-/// deletes and creates files of the database while the command runs.
+/// Files are compared by identity, which covers symbolic links, hard links and other spellings. A
+/// protected file is also compared by its folder and name, because the database library deletes and
+/// creates files of the database while the command runs.
 ///
-/// Threads: one thread at a time.
+/// Threads: a single thread at a time.
 class OutputGuard {
 public:
     /// @param overwrite  whether an output may replace a write-protected file
@@ -27,21 +27,21 @@ public:
     OutputGuard(const OutputGuard&) = delete;
     OutputGuard& operator=(const OutputGuard&) = delete;
 
-    /// Protects a file, whether it exists or not.
+    /// Protects a file, which need not exist.
     /// @param role  completes "the output is": "the timeline"
     void Protect(const std::string& path, const std::string& role);
 
-    /// Adds an output of the command. The outputs are claimed before the first one is opened.
+    /// Adds an output of the command. All outputs are claimed before the first is opened.
     /// @throws UsageError for a protected file or another output; JobError for a name that may not
     ///         be written
     void Claim(const std::string& output);
 
-    /// The place of a claimed output. @throws as Claim
+    /// The target of a claimed output. @throws as in Claim
     OutputTarget Open(const std::string& output) const;
 
-    /// The place of an output, immediately before the finished file takes its name. A file that
-    /// appeared under the name since is checked as at the start.
-    /// @throws as Claim, and JobError when the name leads to another place than at the start
+    /// The target of an output, immediately before the finished file is moved to its name. A file
+    /// that appeared under the name since Open is checked too.
+    /// @throws as in Claim, and JobError when the name has another target than at the start
     OutputTarget Confirm(const std::string& output, const OutputTarget& opened);
 
 private:

@@ -17,7 +17,7 @@ namespace orlo::host {
 
 namespace {
 
-/// How often a wait looks for an interrupt.
+/// Interval at which a wait polls for an interrupt.
 constexpr std::chrono::milliseconds POLL_INTERVAL{50};
 
 void CheckInterrupt(const std::string& label) {
@@ -30,7 +30,7 @@ OutputStream::OutputStream(const OutputTarget& target, std::string label)
     : label_(std::move(label)) {
     const bool isPipe = target.kind == OutputTarget::Kind::Pipe;
     for (;;) {
-        // An open or a write that blocks would not notice an interrupt that comes just before it.
+        // A blocking open or write would not notice an interrupt that occurred just before it.
         descriptor_ = open(target.path.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
         if (descriptor_ >= 0) return;
         CheckInterrupt(label_);

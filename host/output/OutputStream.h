@@ -8,19 +8,19 @@
 
 namespace orlo::host {
 
-/// A device or a pipe that takes bytes in their order. Written bytes cannot be taken back.
+/// A device or a pipe. Bytes are written in order and cannot be replaced.
 class OutputStream {
 public:
-    /// Opens the device, or the pipe once a reader has opened it.
+    /// Opens the device, or waits for a reader and opens the pipe.
     /// @param target  a device or a pipe
-    /// @param label   the name in messages
+    /// @param label   name of the output in messages
     /// @throws JobError; CommandError when the program is asked to stop
     OutputStream(const OutputTarget& target, std::string label);
     ~OutputStream();
     OutputStream(const OutputStream&) = delete;
     OutputStream& operator=(const OutputStream&) = delete;
 
-    /// Waits for a slow reader. @throws as the constructor
+    /// Writes all bytes; waits for a slow reader. @throws as in the constructor
     void Write(std::string_view bytes);
 
     /// @throws JobError

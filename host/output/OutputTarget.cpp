@@ -23,7 +23,7 @@ std::string Advice(int error) {
     switch (error) {
         case ENOENT:
         case ENOTDIR:
-            return "; make its folder first";
+            return "; create its folder first";
         case EACCES:
         case EPERM:
         case EROFS:
@@ -54,7 +54,7 @@ OutputTarget FreeName(const std::string& output) {
     return target;
 }
 
-/// The path of a file that exists, with links followed.
+/// The path of an existing file, with links resolved.
 std::string RealPath(const std::string& output) {
     const std::unique_ptr<char, decltype(&std::free)> real(realpath(output.c_str(), nullptr),
                                                            &std::free);
@@ -62,20 +62,21 @@ std::string RealPath(const std::string& output) {
     return real.get();
 }
 
-/// The owner's permission counts, whoever runs the program: for root every file may be written.
+/// Checks the permission of the owner for every user, since root may write every file.
 void RequireWritable(const std::string& output, mode_t mode) {
     if ((mode & S_IWUSR) != 0) return;
-    Refuse(output, "it is write-protected; give --overwrite to replace it, or choose another name");
+    Refuse(output, "it is write-protected; use --overwrite to replace it, or choose another name");
 }
 
 OutputTarget::Kind KindOf(const std::string& output, mode_t mode, bool overwrite) {
     if (S_ISREG(mode)) return OutputTarget::Kind::File;
     if (S_ISCHR(mode)) return OutputTarget::Kind::Device;
     if (S_ISFIFO(mode)) return OutputTarget::Kind::Pipe;
-    if (S_ISDIR(mode)) Refuse(output, "it is a folder; name a file in it");
+    if (S_ISDIR(mode)) Refuse(output, "it is a folder; choose a file in it");
     if (!S_ISBLK(mode)) Refuse(output, "it is a socket; choose another name");
     if (!overwrite) {
-        Refuse(output, "it is a disk, whose contents would be lost; give --overwrite to write it");
+        Refuse(output,
+               "it is a disk, whose contents would be lost; use --overwrite to write to it");
     }
     return OutputTarget::Kind::Device;
 }

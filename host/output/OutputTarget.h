@@ -8,7 +8,7 @@
 
 namespace orlo::host {
 
-/// The place that the name of an output leads to.
+/// The file, device or pipe of an output's name.
 struct OutputTarget {
     enum class Kind {
         File,    ///< a regular file, or a free name
@@ -17,19 +17,19 @@ struct OutputTarget {
     };
 
     Kind kind = Kind::File;
-    std::string path;                      ///< of a file: with links followed
-    std::optional<FileIdentity> identity;  ///< of the existing file; empty for a free name
-    std::optional<int> permissions;        ///< of the file that is there
+    std::string path;                      ///< for a file: with links resolved
+    std::optional<FileIdentity> identity;  ///< of the existing file; unset for a free name
+    std::optional<int> permissions;        ///< of the existing file
 };
 
-/// Follows the name of an output.
+/// Finds the target of an output's name.
 /// @param overwrite  whether a write-protected file may be replaced and a block device written
 /// @throws JobError for a name that may not be written: a folder, a link to a file that does not
 ///         exist, a file without the write permission of its owner, a socket
 OutputTarget FindOutputTarget(const std::string& output, bool overwrite);
 
-/// "cannot write 'NAME': " with the system's reason and advice.
-/// @param error  an errno, or 0 where the system reported none
+/// Throws a JobError: "cannot write 'NAME': " with the reason of the system and the remedy.
+/// @param error  an errno, or 0 when the system reported none
 [[noreturn]] void ThrowWriteError(const std::string& output, int error);
 
 }  // namespace orlo::host

@@ -31,7 +31,7 @@ std::string RandomName(const std::string& target) {
     static std::random_device source;
     char suffix[32];
     std::snprintf(suffix, sizeof(suffix), ".%08x%08x.part", source(), source());
-    // A long name is cut, so that the suffix still fits into a name of 255 bytes.
+    // A long name is truncated, so that the suffix fits into the limit of 255 bytes.
     const std::string name = '.' + fs::path(target).filename().string().substr(0, 200) + suffix;
     return (fs::path(FolderOf(target)) / name).string();
 }
@@ -60,7 +60,7 @@ PartialFile::~PartialFile() {
     if (!temporary_.empty()) unlink(temporary_.c_str());
 }
 
-/// @return false where the file system has no files without a name
+/// @return false when the file system does not support nameless files
 bool PartialFile::OpenNameless(const std::string& folder) {
     descriptor_ = Retry([&] { return open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0666); });
     if (descriptor_ >= 0) return true;
@@ -117,8 +117,8 @@ void PartialFile::RequireSpace(long long bytes) const {
     const double available =
         static_cast<double>(disk.f_bavail) * static_cast<double>(disk.f_frsize);
     if (static_cast<double>(bytes) <= available) return;
-    throw JobError("cannot write " + Quoted(label_) + ": it takes " +
-                   FormatNumber(static_cast<double>(bytes) / 1e6, 1) + " MB and " +
+    throw JobError("cannot write " + Quoted(label_) + ": " +
+                   FormatNumber(static_cast<double>(bytes) / 1e6, 1) + " MB are needed and " +
                    FormatNumber(available / 1e6, 1) + " MB are free; make room or choose another " +
                    "disk");
 }
@@ -130,8 +130,8 @@ void PartialFile::Sync() const {
     if (Retry([&] { return fsync(descriptor_); }) != 0) ThrowWriteError(label_, errno);
 }
 
-/// Where close fails, the descriptor is closed all the same. The bytes are synced, so that an
-/// interruption loses nothing.
+/// A failed close still closes the descriptor. The bytes are already synced, so an interrupted
+/// close loses nothing.
 void PartialFile::Close() {
     if (close(std::exchange(descriptor_, -1)) != 0 && errno != EINTR) {
         ThrowWriteError(label_, errno);
@@ -145,7 +145,7 @@ bool PartialFile::Rename(const std::string& target, bool mustBeFree) const {
             return true;
         }
         if (errno == EEXIST) return false;
-        // Not every file system can refuse to replace.
+        // Some file systems do not support RENAME_NOREPLACE.
         if (errno != EINVAL && errno != ENOSYS) ThrowWriteError(label_, errno);
     }
     if (rename(temporary_.c_str(), target.c_str()) != 0) ThrowWriteError(label_, errno);
@@ -161,7 +161,7 @@ bool PartialFile::MoveTo(const std::string& target, bool mustBeFree) {
     temporary_.clear();
     const int folder =
         Retry([&] { return open(FolderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
-    // A folder that may not be read cannot be synced.
+    // A folder without read permission cannot be synced.
     if (folder < 0 && errno == EACCES) return true;
     if (folder < 0) ThrowWriteError(label_, errno);
     const int error = Retry([&] { return fsync(folder); }) == 0 ? 0 : errno;

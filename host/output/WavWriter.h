@@ -12,31 +12,31 @@ using zrtl::WavFormat;
 using zrtl::WavFormatFor;
 using zrtl::WavHeader;
 
-/// Writes 16-bit stereo to a WAV file that appears under its name when it is whole.
+/// Writes 16-bit stereo to a WAV file that appears under its name when it is complete.
 class WavWriter {
 public:
-    /// Whether the number of frames is known beforehand.
+    /// Whether the number of frames is exact or an upper limit.
     enum class Length { Exact, AtMost };
 
-    /// @param frames  how many frames will follow; decides about the format
-    /// @throws as OutputFile, and JobError when the file would not fit on the disk
+    /// @param frames  number of frames that follow; selects WAV or RF64
+    /// @throws as in OutputFile, and JobError when the file would not fit on the disk
     WavWriter(const std::string& path, OutputGuard& guard, int rate, long long frames,
               Length length = Length::Exact);
 
-    /// Appends @p count frames of two values each. @throws as OutputFile
+    /// Appends @p count frames of two values each. @throws as in OutputFile
     void Write(const short* frames, long long count);
 
-    /// Ends the file and writes it through to the disk. @throws JobError
+    /// Completes the file and flushes it to the disk. @throws JobError
     void Seal();
 
-    /// Seals the file and puts it under its name. @throws as OutputFile
+    /// Seals the file and makes it appear under its name. @throws as in OutputFile
     void Finish();
 
 private:
     OutputFile output_;
     WavFormat format_;
     int rate_;
-    long long headerFrames_;  ///< that the header in the file tells
+    long long headerFrames_;  ///< number of frames in the written header
     long long written_ = 0;
     bool sealed_ = false;
 };

@@ -54,7 +54,7 @@ void AddCommands(CLI::App& app, CommandLine& line) {
     Add(app, line, "cache", "List, check and clean the media cache", DeclareCacheOptions, RunCache);
 }
 
-/// Whether help was asked for, though another part of the command line is wrong.
+/// Whether help is requested, even if another part of the command line is wrong.
 bool WantsHelp(const CLI::App& app) {
     if (app.get_help_ptr()->count() > 0) return true;
     for (const CLI::App* command : app.get_subcommands()) {

@@ -10,20 +10,20 @@
 
 namespace orlo::host {
 
-/// A command line that was read. Positions are still text: they need the rates of the timeline.
+/// A parsed command line. Positions are still text, since they need the rates of the timeline.
 struct CommandLine {
     GlobalOptions global;
-    /// Runs the command with the options that were read.
+    /// Runs the command with the parsed options.
     std::function<Outcome(const GlobalOptions& global)> run;
 };
 
-/// A text that was asked for instead of a command: help or the version.
+/// A requested text instead of a command: the help or the version.
 struct HelpText {
     std::string text;
 };
 
-/// Reads the command line.
-/// @throws UsageError with one clause where it is wrong
+/// Parses the command line.
+/// @throws UsageError with a clause that names the fault
 std::variant<CommandLine, HelpText> ParseCommandLine(int argumentCount,
                                                      const char* const* arguments);
 

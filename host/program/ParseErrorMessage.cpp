@@ -9,7 +9,7 @@ namespace orlo::host {
 
 namespace {
 
-/// The program and the commands in use, the innermost one last.
+/// The program and the commands in use, the innermost command last.
 std::vector<const CLI::App*> CommandsInUse(const CLI::App& app) {
     std::vector<const CLI::App*> commands{&app};
     while (!commands.back()->get_subcommands().empty()) {
@@ -18,7 +18,7 @@ std::vector<const CLI::App*> CommandsInUse(const CLI::App& app) {
     return commands;
 }
 
-/// The words that the command does not take, in the order of the command line.
+/// The words that the command does not accept, in the order of the command line.
 struct Extras {
     std::string option;                  ///< the first unknown option without its value
     std::vector<std::string> arguments;  ///< all words that are not options
@@ -49,7 +49,7 @@ bool NeedsCommand(const CLI::App& command) {
     return !command.get_subcommands(any).empty() && command.get_subcommands().empty();
 }
 
-/// The first option for which @p applies. @return its name, or an empty text
+/// Name of the first option for which @p applies returns true; empty when there is none.
 template <class Condition>
 std::string FirstOption(const std::vector<const CLI::App*>& commands, const Condition& applies) {
     for (const CLI::App* command : commands) {
@@ -67,7 +67,7 @@ std::string MismatchClause(const std::vector<const CLI::App*>& commands,
                option.count() > static_cast<std::size_t>(option.get_items_expected_max());
     });
     if (!repeated.empty()) return repeated + " is given more than once";
-    // The next word is always the value, so that only the last word can be without one.
+    // The next word is always the value, so only the last word can lack a value.
     return words.back().substr(0, words.back().find('=')) + " needs a value";
 }
 
@@ -77,7 +77,7 @@ std::string Clause(const CLI::App& app, const std::vector<std::string>& words,
     if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
         return MismatchClause(commands, words);
     }
-    // An unknown word explains more than an option that is missing because of it.
+    // An unknown word takes precedence, since it may be the reason why an option is missing.
     const Extras extras = ExtrasOf(app);
     if (!extras.option.empty()) return "unknown option " + Quoted(extras.option);
     const bool needsCommand = NeedsCommand(*commands.back());

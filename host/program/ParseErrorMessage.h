@@ -11,10 +11,10 @@ class ParseError;
 
 namespace orlo::host {
 
-/// One clause that explains why the argument library refused a command line. Unknown options come
-/// first, then unexpected arguments in their order, then what is missing or wrong.
-/// @param app    after the failed parse
-/// @param words  of the command line, without the program's name
+/// A clause with the reason why the argument library refused a command line. Unknown options take
+/// precedence, then unexpected arguments in their order, then missing options and wrong values.
+/// @param app    the parser after the failed parse
+/// @param words  the command line without the program's name
 std::string ParseErrorMessage(const CLI::App& app, const std::vector<std::string>& words,
                               const CLI::ParseError& error);
 

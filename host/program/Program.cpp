@@ -46,7 +46,7 @@ Outcome Run(int argumentCount, const char* const* arguments) {
     }
 }
 
-/// @return false when stdout takes no more
+/// @return false when stdout does not accept the text
 bool PrintResult(const Outcome& outcome, bool json) {
     std::string text = outcome.text;
     if (json) text = outcome.report.ToIndentedText() + "\n";

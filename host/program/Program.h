@@ -3,7 +3,7 @@
 
 namespace orlo::host {
 
-/// Runs one command: prints its result on standard output and, when it fails, one line on standard
+/// Runs a command: prints its result on standard output and, when it fails, a line on standard
 /// error.
 /// @return the exit code of the process
 int RunProgram(int argumentCount, const char* const* arguments);

@@ -12,7 +12,7 @@ extern "C" {
 int main(int argumentCount, char** arguments) {
     orlo::host::CatchInterrupts();
     const zrh::media::InterruptScope stopMedia(orlo::host::Interrupted);
-    // What the libraries have to say is reported through result codes, as one line.
+    // Failures of the libraries are reported through result codes, as a single line.
     av_log_set_level(AV_LOG_QUIET);
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     return orlo::host::RunProgram(argumentCount, arguments);

@@ -6,7 +6,7 @@
 
 namespace orlo::host {
 
-/// What the program returns to its caller.
+/// Exit code of the program.
 enum class ExitCode : int {
     Done = 0,
     JobFailed = 1,
@@ -15,7 +15,7 @@ enum class ExitCode : int {
     Interrupted = 130,
 };
 
-/// Ends a command. The text is one clause: what failed, which file, where in it and what to do.
+/// Ends a command. The text is a clause with the failure, the file, the place in it and the remedy.
 class CommandError : public std::runtime_error {
 public:
     CommandError(ExitCode code, const std::string& text) : std::runtime_error(text), code_(code) {}
@@ -39,7 +39,7 @@ public:
         : CommandError(ExitCode::ConditionFailed, text) {}
 };
 
-/// The command line asks for something that does not exist or makes no sense.
+/// The command line is invalid.
 class UsageError : public CommandError {
 public:
     explicit UsageError(const std::string& text) : CommandError(ExitCode::WrongUsage, text) {}

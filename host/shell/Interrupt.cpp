@@ -62,15 +62,15 @@ void ThrowInterrupted(const std::string& unfinished) {
 }
 
 EndOnInterrupt::EndOnInterrupt(const std::string& unfinished, bool json,
-                               std::vector<std::string> halfMade)
+                               std::vector<std::string> incomplete)
     : line_("sonrel: " + InterruptClause(unfinished) + "\n"),
       report_(json ? ErrorReport(InterruptClause(unfinished)) : std::string()),
-      halfMade_(std::move(halfMade)),
+      incomplete_(std::move(incomplete)),
       error_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0)) {
     endable = this;
     Handle(SIGINT, HandleSignal);
     Handle(SIGTERM, HandleSignal);
-    // A signal that came before is not taken for the next one.
+    // An earlier signal, which only set the flag, ends the program too.
     if (Interrupted()) End();
 }
 
@@ -80,9 +80,9 @@ EndOnInterrupt::~EndOnInterrupt() {
     if (error_ >= 0) close(error_);
 }
 
-/// Calls only functions that are safe in a signal handler.
+/// Calls only async-signal-safe functions.
 void EndOnInterrupt::End() const {
-    for (const std::string& file : halfMade_) unlink(file.c_str());
+    for (const std::string& file : incomplete_) unlink(file.c_str());
     [[maybe_unused]] ssize_t written = write(STDOUT_FILENO, report_.data(), report_.size());
     written = write(error_, line_.data(), line_.size());
     _exit(static_cast<int>(ExitCode::Interrupted));

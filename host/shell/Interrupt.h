@@ -7,32 +7,32 @@
 
 namespace orlo::host {
 
-/// Turns SIGINT and SIGTERM into a flag that the commands look at, so that a job stops between two
-/// pieces of work and takes its half-made files with it. A second signal ends the program at once.
-/// SIGPIPE and SIGXFSZ are ignored: a reader that goes away and a file beyond the size limit show
-/// as failed writes.
+/// Makes SIGINT and SIGTERM set a flag that the commands poll: a job then stops between two pieces
+/// of work and removes its incomplete files. A second signal ends the program at once. SIGPIPE and
+/// SIGXFSZ are ignored: a closed pipe and a file beyond the size limit are reported as failed
+/// writes.
 void CatchInterrupts();
 
 /// Whether the program was asked to stop. Any thread.
 bool Interrupted();
 
-/// The flag itself, for calls of the engine that look at one. The program never clears it.
+/// The flag, for operations of the engine that poll a flag. The program never clears it.
 std::atomic<bool>* InterruptFlag();
 
 /// Throws the CommandError of an interrupted job.
-/// @param unfinished  what was left undone, as a clause: "nothing was written to out.wav"
+/// @param unfinished  the missing result as a clause: "nothing was written to out.wav"
 [[noreturn]] void ThrowInterrupted(const std::string& unfinished);
 
-/// Lets the first SIGINT or SIGTERM end the program at once while it lives, for a call that may
-/// wait without a limit or takes long without asking. The exit code and the line are those of
-/// ThrowInterrupted. One at a time.
+/// While an object exists, the first SIGINT or SIGTERM ends the program at once. For calls that may
+/// block without a limit or run long without polling the flag. Exit code and message are the same
+/// as of ThrowInterrupted. Only a single object may exist at a time.
 class EndOnInterrupt {
 public:
-    /// @param unfinished  as of ThrowInterrupted
-    /// @param json        whether the line goes to standard output as JSON too
-    /// @param halfMade    files to remove; an empty name is none
+    /// @param unfinished  as in ThrowInterrupted
+    /// @param json        whether to print the message to standard output as JSON too
+    /// @param incomplete  files to remove; empty names are ignored
     EndOnInterrupt(const std::string& unfinished, bool json,
-                   std::vector<std::string> halfMade = {});
+                   std::vector<std::string> incomplete = {});
     ~EndOnInterrupt();
     EndOnInterrupt(const EndOnInterrupt&) = delete;
     EndOnInterrupt& operator=(const EndOnInterrupt&) = delete;
@@ -43,8 +43,8 @@ private:
 
     const std::string line_;
     const std::string report_;
-    const std::vector<std::string> halfMade_;
-    const int error_;  ///< standard error as it is now
+    const std::vector<std::string> incomplete_;
+    const int error_;  ///< copy of the current standard error
 };
 
 }  // namespace orlo::host

@@ -8,14 +8,14 @@
 
 namespace orlo::host {
 
-/// What a command has to say: one object for programs, and the same as text for people.
+/// The result of a command, as a JSON object and as text.
 struct Outcome {
     Json report = Json::Object();
-    std::string text;  ///< lines, each with its line feed
+    std::string text;  ///< lines, each with a line feed
     ExitCode code = ExitCode::Done;
-    std::string error;  ///< one clause unless code is Done
+    std::string error;  ///< a clause; empty when code is Done
 
-    /// Ends the command with a code other than Done, though there is something to report.
+    /// Makes the command fail with a code other than Done; the report is still printed.
     void Fail(ExitCode failure, const std::string& clause) {
         code = failure;
         error = clause;

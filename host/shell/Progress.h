@@ -9,28 +9,28 @@ namespace orlo::host {
 
 enum class ProgressMode { Auto, Json, None };
 
-/// Tells on stderr how far a job has come: on a terminal one line that is written over, or with
-/// --progress json one object a line. A job of less than a second shows nothing on a terminal.
+/// Shows the progress of a job on stderr: a line that is overwritten on a terminal, or an object on
+/// each line with --progress json. A job of less than a second shows nothing on a terminal.
 ///
-/// Threads: any may call Update.
+/// Threads: any thread may call Update.
 class Progress {
 public:
     Progress(ProgressMode mode, bool quiet);
-    /// Takes the line off the terminal.
+    /// Erases the line on the terminal.
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
     /// Begins a step.
-    /// @param step   what is done, for people and programs: "mix"
-    /// @param unit   what is counted: "frames"
-    /// @param total  how many there are
+    /// @param step   name of the step: "mix"
+    /// @param unit   unit of the counts: "frames"
+    /// @param total  number of units in the step
     void Begin(const std::string& step, const std::string& unit, long long total);
 
-    /// Tells how many are done. Cheap: most calls print nothing.
+    /// Sets the number of finished units. Cheap: most calls print nothing.
     void Update(long long done);
 
-    /// Ends the step, all of it done.
+    /// Ends a completed step.
     void End();
 
 private:

@@ -15,7 +15,7 @@ namespace orlo::host {
 namespace {
 
 constexpr std::size_t MEGABYTES = 64;
-/// More than the making of a cache file has open at a time.
+/// More descriptors than the creation of a cache file needs at a time.
 constexpr std::size_t DESCRIPTORS = 8;
 
 }  // namespace
@@ -25,7 +25,7 @@ void RequireMemory() {
     void* const room = mmap(nullptr, BYTES, PROT_READ | PROT_WRITE,
                             MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (room == MAP_FAILED) {
-        throw JobError("there is not enough memory: a command takes at least " +
+        throw JobError("there is not enough memory: a command needs at least " +
                        std::to_string(MEGABYTES) +
                        " MB; end other programs, or allow more (ulimit -v)");
     }

@@ -6,16 +6,16 @@
 
 namespace orlo::host {
 
-/// Refuses a command that would begin with less address space than any of them takes. The libraries
-/// for media and pictures crash, or report other causes, where an allocation fails.
+/// Refuses a command when less address space is free than every command needs. The libraries for
+/// media and pictures crash, or report other causes, when an allocation fails.
 /// @throws JobError
 void RequireMemory();
 
-/// Why a job that opens files may have failed, for a failure that says nothing about its cause.
-/// @return a clause with its remedy; empty when this process can open 8 files more
+/// A possible cause of a failure that was reported without a cause: too many open files.
+/// @return a clause with the remedy; empty when this process can open 8 more files
 std::string DescriptorErrorMessage();
 
-/// A clause about a system call that failed, with its remedy.
+/// A clause about a failed system call, with the remedy.
 std::string SystemErrorText(const std::system_error& error);
 
 }  // namespace orlo::host

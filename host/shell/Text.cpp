@@ -17,7 +17,7 @@ bool IsDigit(char character) {
     return character >= '0' && character <= '9';
 }
 
-/// Length in bytes of the UTF-8 character that @p text begins with; 0 when there is none.
+/// Length in bytes of the first UTF-8 character of @p text; 0 when it is not valid UTF-8.
 std::size_t CharacterLength(std::string_view text) {
     for (std::size_t length = 1; length <= std::min<std::size_t>(4, text.size()); ++length) {
         try {

@@ -12,7 +12,7 @@ namespace orlo::host {
 
 namespace {
 
-/// The width of characters depends on the locale of the thread: UTF-8, whatever the user's is.
+/// Sets a UTF-8 locale for the thread, since the width of characters depends on the locale.
 class Utf8Locale {
 public:
     Utf8Locale() {
@@ -38,7 +38,7 @@ std::size_t FirstCharacterLength(std::string_view text) {
     return static_cast<std::size_t>(next - text.begin());
 }
 
-/// A character that the locale does not know takes a column.
+/// The columns of a character; 1 when the locale does not know it.
 int CharacterColumns(std::string_view character) {
     const int width = wcwidth(zrtl::FromUtf8(character).front());
     return width < 0 ? 1 : width;

@@ -6,7 +6,7 @@
 
 namespace orlo::host {
 
-/// How many columns of a terminal a text takes: 2 for a wide character, 0 for a combining mark.
+/// Number of terminal columns of a text: 2 for a wide character, 0 for a combining mark.
 /// @param text  a result of OneLine
 int ColumnsOf(std::string_view text);
 

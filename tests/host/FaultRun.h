@@ -12,7 +12,7 @@
 
 namespace sonrel_tests {
 
-/// A variable of the environment of the programs that are started in its scope.
+/// An environment variable for programs that are started in its scope.
 class Variable {
 public:
     Variable(const char* name, const std::string& value) : name_(name) {
@@ -26,23 +26,23 @@ private:
     const char* name_;
 };
 
-/// Operations of the program that fail.
+/// A fault in operations of the program.
 struct Fault {
-    std::filesystem::path folder;  ///< of the files
-    std::string operations;        ///< classes that count, "open,read"
-    std::string files;             ///< pattern of their names
+    std::filesystem::path folder;  ///< folder of the files
+    std::string operations;        ///< kinds of operations, "open,read"
+    std::string files;             ///< pattern of the file names
     std::string error = "EIO";
-    std::string times = "1";  ///< operations from the first one on; "all" for every one
+    std::string times = "1";  ///< number of consecutive operations, or "all"
     std::string mode = "fail";
 };
 
-/// What a disturbed run left.
+/// The result of a run with a fault.
 struct DisturbedRun {
     ProgramResult result;
     bool wasHit = false;  ///< false when the run has fewer operations
 };
 
-/// Starts the program; the operation of the given number is disturbed, counted from 1.
+/// Starts the program with a fault in the operation of the given number, counted from 1.
 inline RunningProgram StartWithFault(const Workshop& shop, const Fault& fault, int number,
                                      const std::vector<std::string>& arguments) {
     const std::filesystem::path log = shop.Path("operations.txt");
@@ -59,7 +59,7 @@ inline RunningProgram StartWithFault(const Workshop& shop, const Fault& fault, i
     return shop.Start(arguments);
 }
 
-/// Runs the program; the operation of the given number is disturbed, counted from 1.
+/// Runs the program with a fault in the operation of the given number, counted from 1.
 inline DisturbedRun RunWithFault(const Workshop& shop, const Fault& fault, int number,
                                  const std::vector<std::string>& arguments) {
     const ProgramResult result = StartWithFault(shop, fault, number, arguments).Wait();
@@ -69,12 +69,12 @@ inline DisturbedRun RunWithFault(const Workshop& shop, const Fault& fault, int n
     return {result, wasHit};
 }
 
-/// Waits until a program with a fault of the mode "stop" stops or ends.
+/// Waits until a program with a fault of mode "stop" stops or ends.
 /// @return whether it has stopped
 inline bool WaitForStop(const RunningProgram& program) {
     siginfo_t info = {};
     const auto id = static_cast<id_t>(program.Id());
-    // An end is left for RunningProgram::Wait.
+    // WNOWAIT leaves the exit status for RunningProgram::Wait.
     if (waitid(P_PID, id, &info, WSTOPPED | WEXITED | WNOWAIT) != 0) return false;
     if (info.si_code != CLD_STOPPED) return false;
     return waitid(P_PID, id, &info, WSTOPPED) == 0;

@@ -14,20 +14,20 @@
 
 namespace sonrel_tests {
 
-/// What a run of the program left behind.
+/// The result of a run of the program.
 struct ProgramResult {
     int exitCode = -1;  ///< -1 when a signal ended it
     std::string out;
     std::string err;
 
     nlohmann::json Json() const { return nlohmann::json::parse(out); }
-    /// Whether stderr is one line that names the program.
+    /// Whether stderr is a single line that starts with the name of the program.
     bool HasOneErrorLine() const {
         return err.starts_with("sonrel: ") && err.find('\n') == err.size() - 1;
     }
 };
 
-/// A run that goes on until Wait.
+/// A run of the program in the background, until Wait.
 class RunningProgram {
 public:
     /// @param arguments  without the program's name
@@ -77,7 +77,7 @@ private:
     pid_t child_ = -1;
 };
 
-/// A folder with a work folder, a cache and a database in it, and the program run there.
+/// A temporary folder with a work folder, a cache and a database, in which the program runs.
 class Workshop {
 public:
     Workshop() { std::filesystem::create_directory(Path("work")); }
@@ -109,7 +109,7 @@ public:
     }
 
 private:
-    /// "@name" stands for a file in the work folder.
+    /// Replaces "@name" by the path of that file in the work folder.
     std::vector<std::string> WithWorkPaths(std::vector<std::string> arguments) const {
         for (std::string& argument : arguments) {
             if (argument.starts_with('@')) argument = Work(argument.substr(1)).string();

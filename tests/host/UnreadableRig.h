@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 using Arguments = std::vector<std::string>;
 
-/// More media files than the mixer keeps open, so that it opens files during the whole mix.
+/// More media files than the mixer keeps open, so that it opens files throughout the mix.
 constexpr int TRACKS = 12;
 
 inline std::string MediaName(int track) {
@@ -27,9 +27,9 @@ class UnreadableMedia : public testing::Test {
 protected:
     void SetUp() override {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-        GTEST_SKIP() << "a sanitizer has to be the first library";
+        GTEST_SKIP() << "a sanitizer must be the first library";
 #endif
-        // 30 frames of 1920 samples each, and no two media files alike.
+        // 30 frames of 1920 samples each; all media files differ.
         std::vector<Json> tracks;
         for (int track = 0; track < TRACKS; ++track) {
             WriteFile(shop_.Work(MediaName(track)), ConformedFileBytes(57600 + track));
@@ -44,7 +44,7 @@ protected:
         return {shop_.Path("cache"), operations, "*.xwmc", error, times};
     }
 
-    /// Files of a kind in the cache.
+    /// The cache files with an extension.
     std::vector<fs::path> CacheFiles(const std::string& extension) const {
         std::vector<fs::path> files;
         for (const auto& entry : fs::directory_iterator(shop_.Path("cache"))) {
@@ -53,7 +53,7 @@ protected:
         return files;
     }
 
-    /// The outputs by their names, and then none.
+    /// Returns the outputs by name and removes them.
     std::map<std::string, std::string> TakeOutputs() const {
         std::map<std::string, std::string> contents;
         for (const auto& entry : fs::recursive_directory_iterator(shop_.Work("out"))) {
@@ -64,10 +64,10 @@ protected:
         return contents;
     }
 
-    /// Dates the conformed files an hour ahead. A file that was changed less than three seconds ago
-    /// is never remembered when it is closed: each block of the mix opens it and reads its header
-    /// and its samples. An older file is read ahead and often not opened again, which takes a tenth
-    /// of the reads, and the files of this test reach that age on a busy machine.
+    /// Sets the times of the conformed files an hour ahead. A file that was changed less than three
+    /// seconds ago is not cached when it is closed: each block of the mix opens it and reads its
+    /// header and samples. An older file is read ahead and often not opened again, which needs a
+    /// tenth of the reads. On a busy machine the files of this test would reach that age.
     void KeepYoung() const {
         const auto later = fs::file_time_type::clock::now() + std::chrono::hours(1);
         for (const fs::path& file : CacheFiles(".xwmc")) fs::last_write_time(file, later);
@@ -77,11 +77,11 @@ protected:
         return text.find("/m") != std::string::npos && text.find(".wav'") != std::string::npos;
     }
 
-    /// Disturbs the operations of a command one after the other, the later ones in growing steps:
+    /// Runs a command with a fault in each of these operations:
     /// 1, 2, 3, 4, 6, 8, 11, 14, 18, 23, 29, 37, 47, 59, 74, 93, 117, 147, 184, 231, 289, 362, 453,
-    /// 567, 709, 887, 1109, 1387, 1734. Each run is as the undisturbed one, or exits 1 with one
-    /// line and leaves no output.
-    /// @return runs that failed
+    /// 567, 709, 887, 1109, 1387, 1734. Each run has the same result as a run without a
+    /// fault, or exits with 1 and a single line and leaves no output.
+    /// @return number of failed runs
     int Sweep(const Fault& fault, const Arguments& command) {
         const ProgramResult whole = shop_.Run(command);
         const auto outputs = TakeOutputs();

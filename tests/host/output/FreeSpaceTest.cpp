@@ -17,12 +17,12 @@ class FreeSpace : public testing::Test {
 protected:
     void SetUp() override {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-        GTEST_SKIP() << "a sanitizer has to be the first library";
+        GTEST_SKIP() << "a sanitizer must be the first library";
 #endif
     }
 
-    /// Zeros in stereo of 16 bits that take no room on the disk.
-    /// @param declared  the frames that the header names
+    /// Writes a sparse WAV file of zeros, stereo with 16 bits.
+    /// @param declared  number of frames in the header
     void WriteZeros(const std::string& name, std::uint32_t frames, std::uint32_t declared) const {
         WriteFile(shop_.Work(name), "RIFF" + Little(36 + 4 * declared, 4) + "WAVE" +
                                         Chunk("fmt ", PcmFormat(1, 2, 48000, 16)) + "data" +
@@ -30,14 +30,14 @@ protected:
         fs::resize_file(shop_.Work(name), 44 + 4LL * frames);
     }
 
-    /// Runs the program with so many bytes free for the cache.
+    /// Runs the program with @p freeBytes bytes free for the cache.
     ProgramResult Run(const std::string& freeBytes,
                       const std::vector<std::string>& arguments) const {
         const Variable free("FAULTFS_FREE", freeBytes);
         return RunWithFault(shop_, {shop_.Path("cache"), "write", "*.xw*"}, 0, arguments).result;
     }
 
-    /// The bytes that were written into cache files.
+    /// Number of bytes written to cache files.
     long long BytesWritten() const {
         std::ifstream log(shop_.Path("operations.txt"));
         long long sum = 0;
@@ -77,7 +77,7 @@ TEST_F(FreeSpace, IsComparedWithTheExpectedSizeBeforeACacheFileIsWritten) {
     }
 }
 
-TEST_F(FreeSpace, ThatIsJustEnoughIsEnough) {
+TEST_F(FreeSpace, OfExactlyTheExpectedSizeIsEnough) {
     // 4 * 48000 bytes and a header of 44; 1500 blocks of 5 bytes and a header of 20.
     WriteZeros("a.wav", 48000, 48000);
 
@@ -87,8 +87,8 @@ TEST_F(FreeSpace, ThatIsJustEnoughIsEnough) {
     EXPECT_EQ(Run("7525", {"peaks", "@a.wav"}).exitCode, 0);
 }
 
-TEST_F(FreeSpace, IsComparedWithTheLengthThatTheSoundHas) {
-    // The header names 10 million frames, for which a peak file would take 1.6 MB.
+TEST_F(FreeSpace, IsComparedWithTheActualLengthOfTheSound) {
+    // The header declares 10 million frames, whose peak file would have 1.6 MB.
     WriteZeros("a.wav", 5000, 10000000);
 
     const ProgramResult result = Run("1000000", {"peaks", "@a.wav"});

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Outputs on a disk that fails at one operation after the other.
+// Outputs on a disk on which each operation fails in a separate run.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
@@ -15,10 +15,10 @@ namespace {
 namespace fs = std::filesystem;
 
 using Arguments = std::vector<std::string>;
-/// The bytes of files by their names.
+/// The bytes of files, by name.
 using Contents = std::map<std::string, std::string>;
 
-/// The largest file that the programs started in its scope may write.
+/// Limits the size of the files that programs started in its scope may write.
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(rlim_t bytes) {
@@ -44,7 +44,7 @@ class OutputFaults : public testing::TestWithParam<Job> {
 protected:
     void SetUp() override {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-        GTEST_SKIP() << "a sanitizer has to be the first library";
+        GTEST_SKIP() << "a sanitizer must be the first library";
 #endif
         fs::create_directories(Folder() / "stems");
         WriteFile(shop_.Work("a.wav"), ConformedFileBytes(24000));
@@ -73,7 +73,7 @@ protected:
         for (const std::string& name : GetParam().files) WriteFile(Folder() / name, "old");
     }
 
-    /// Whether there are exactly the outputs, each whole or as it was.
+    /// Whether @p files are exactly the outputs, each complete or unchanged.
     bool EachIsNewOrOld(const Contents& files) const {
         if (files.size() != whole_.size()) return false;
         for (const auto& [name, bytes] : whole_) {
@@ -85,9 +85,9 @@ protected:
         return true;
     }
 
-    /// Runs the job with one disturbed operation.
+    /// Runs the job with a fault in the operation of the given number.
     /// @return false when the job has fewer operations
-    bool RunDisturbed(int operation, const char* mode, const char* error) const {
+    bool RunWithFaultAt(int operation, const char* mode, const char* error) const {
         const fs::path log = shop_.Path("operations.txt");
         fs::remove(log);
         const Variable root("FAULTFS_ROOT", Folder());
@@ -105,7 +105,7 @@ protected:
         return !hit_.empty();
     }
 
-    /// Whether the disturbed operation was the closing of a folder, which loses nothing.
+    /// Whether the fault was in the closing of a folder, which loses nothing.
     bool ClosedAFolder() const {
         return hit_.find(" close ") != std::string::npos &&
                fs::is_directory(hit_.substr(hit_.find('/')));
@@ -114,24 +114,24 @@ protected:
     Workshop shop_;
     Contents whole_;
     mutable ProgramResult result_;
-    mutable std::string hit_;  ///< the line of the log about the disturbed operation
+    mutable std::string hit_;  ///< line of the log about the operation with the fault
 };
 
-TEST_P(OutputFaults, AFailedOperationIsReportedAndLeavesEveryOutputNewOrOld) {
+TEST_P(OutputFaults, AFailedOperationIsReportedAndEachOutputIsNewOrOld) {
     int operation = 1;
-    for (; WriteOldFiles(), RunDisturbed(operation, "fail", "EIO"); ++operation) {
+    for (; WriteOldFiles(), RunWithFaultAt(operation, "fail", "EIO"); ++operation) {
         EXPECT_TRUE(EachIsNewOrOld(Files())) << hit_;
         if (ClosedAFolder()) continue;
         EXPECT_EQ(result_.exitCode, 1) << hit_;
         EXPECT_TRUE(result_.HasOneErrorLine()) << hit_ << ": " << result_.err;
     }
-    // One output takes eight: make, write, sync, link, close, rename, open and sync of the folder.
+    // An output needs eight: create, write, sync, link, close, rename, open and sync of the folder.
     EXPECT_GT(operation, 8);
     EXPECT_EQ(Files(), whole_);
 }
 
 TEST_P(OutputFaults, AnInterruptedOperationIsNotAFailure) {
-    for (int operation = 1; WriteOldFiles(), RunDisturbed(operation, "fail", "EINTR");
+    for (int operation = 1; WriteOldFiles(), RunWithFaultAt(operation, "fail", "EINTR");
          ++operation) {
         if (hit_.find(" rename ") != std::string::npos) continue;
         EXPECT_EQ(Files(), whole_) << hit_ << ": " << result_.err;
@@ -140,7 +140,8 @@ TEST_P(OutputFaults, AnInterruptedOperationIsNotAFailure) {
 }
 
 TEST_P(OutputFaults, AShortWriteIsContinued) {
-    for (int operation = 1; WriteOldFiles(), RunDisturbed(operation, "short", "EIO"); ++operation) {
+    for (int operation = 1; WriteOldFiles(), RunWithFaultAt(operation, "short", "EIO");
+         ++operation) {
         EXPECT_TRUE(EachIsNewOrOld(Files())) << hit_;
         if (hit_.find(" write ") == std::string::npos) continue;
         EXPECT_EQ(Files(), whole_) << hit_ << ": " << result_.err;
@@ -166,7 +167,7 @@ const std::vector<Job> JOBS{
 INSTANTIATE_TEST_SUITE_P(Every, OutputFaults, testing::ValuesIn(JOBS),
                          [](const testing::TestParamInfo<Job>& test) { return test.param.name; });
 
-TEST(OutputLimits, AFileBeyondTheSizeLimitFailsWithItsName) {
+TEST(OutputLimits, AFileBeyondTheSizeLimitIsAnErrorWithItsName) {
     const Workshop shop;
     WriteFile(shop.Work("a.wav"), ConformedFileBytes(96000));
     ASSERT_EQ(shop.Run({"conform", "@a.wav"}).exitCode, 0);

@@ -47,7 +47,7 @@ TEST_F(OutputFileTest, LeavesNothingWithoutACommit) {
     EXPECT_TRUE(NamesIn(folder_.Path()).empty());
 }
 
-TEST_F(OutputFileTest, AnOldFileStaysUntilTheCommitAndKeepsItsPermissions) {
+TEST_F(OutputFileTest, AnOldFileIsKeptUntilTheCommitAndPassesOnItsPermissions) {
     WriteFile(folder_ / "out", "old");
     chmod((folder_ / "out").c_str(), 0600);
     OutputFile file(folder_ / "out", guard_);
@@ -62,7 +62,7 @@ TEST_F(OutputFileTest, AnOldFileStaysUntilTheCommitAndKeepsItsPermissions) {
     EXPECT_EQ(NamesIn(folder_.Path()).size(), 1u);
 }
 
-TEST_F(OutputFileTest, ALinkKeepsPointingAtItsFile) {
+TEST_F(OutputFileTest, ALinkIsKeptAndItsFileReplaced) {
     WriteFile(folder_ / "file", "old");
     std::filesystem::create_symlink("file", folder_ / "link");
 
@@ -82,7 +82,7 @@ TEST_F(OutputFileTest, WrittenBytesCanBeReplaced) {
     EXPECT_EQ(ReadFile(folder_ / "out"), "1234 and more");
 }
 
-TEST_F(OutputFileTest, AFileThatMustNotBeReplacedStaysWhenItAppearsBeforeTheCommit) {
+TEST_F(OutputFileTest, AProtectedFileThatAppearsBeforeTheCommitIsKept) {
     WriteFile(folder_ / "read", "precious");
     guard_.Protect(folder_ / "read", "the timeline");
     {
@@ -97,7 +97,7 @@ TEST_F(OutputFileTest, AFileThatMustNotBeReplacedStaysWhenItAppearsBeforeTheComm
     EXPECT_EQ(NamesIn(folder_.Path()), (std::vector<std::string>{"out", "read"}));
 }
 
-TEST_F(OutputFileTest, AFileWithProtectionThatAppearsBeforeTheCommitStays) {
+TEST_F(OutputFileTest, AWriteProtectedFileThatAppearsBeforeTheCommitIsKept) {
     OutputFile file(folder_ / "out", guard_);
     file.Write("new");
     WriteFile(folder_ / "out", "precious");
@@ -108,7 +108,7 @@ TEST_F(OutputFileTest, AFileWithProtectionThatAppearsBeforeTheCommitStays) {
     EXPECT_EQ(ReadFile(folder_ / "out"), "precious");
 }
 
-TEST_F(OutputFileTest, AFolderThatAppearsBeforeTheCommitStays) {
+TEST_F(OutputFileTest, AFolderThatAppearsBeforeTheCommitIsKept) {
     OutputFile file(folder_ / "out", guard_);
     std::filesystem::create_directory(folder_ / "out");
 
@@ -117,9 +117,9 @@ TEST_F(OutputFileTest, AFolderThatAppearsBeforeTheCommitStays) {
     EXPECT_TRUE(std::filesystem::is_directory(folder_ / "out"));
 }
 
-TEST_F(OutputFileTest, APipeTakesTheBytesInTheirOrder) {
+TEST_F(OutputFileTest, APipeReceivesTheBytesInOrder) {
     ASSERT_EQ(mkfifo((folder_ / "pipe").c_str(), 0600), 0);
-    const std::string sent(300'000, 'x');  // more than a pipe holds
+    const std::string sent(300'000, 'x');  // more than the capacity of a pipe
     std::string received;
     std::jthread reader([&] { received = ReadFile(folder_ / "pipe"); });
 
@@ -130,7 +130,7 @@ TEST_F(OutputFileTest, APipeTakesTheBytesInTheirOrder) {
     EXPECT_TRUE(std::filesystem::is_fifo(folder_ / "pipe"));
 }
 
-TEST_F(OutputFileTest, AWriterThatSeeksReachesAPipeThroughATemporaryFile) {
+TEST_F(OutputFileTest, AWriterThatSeeksUsesATemporaryFileForAPipe) {
     ASSERT_EQ(mkfifo((folder_ / "pipe").c_str(), 0600), 0);
     std::string received;
     std::jthread reader([&] { received = ReadFile(folder_ / "pipe"); });
@@ -145,13 +145,13 @@ TEST_F(OutputFileTest, AWriterThatSeeksReachesAPipeThroughATemporaryFile) {
     EXPECT_EQ(received, "1234 and more");
 }
 
-TEST_F(OutputFileTest, ADeviceIsWrittenAndStaysADevice) {
+TEST_F(OutputFileTest, ADeviceIsWrittenAndNotReplaced) {
     WriteWhole("/dev/null", "gone");
 
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
 }
 
-TEST_F(OutputFileTest, AFullDiskFailsWithTheFilesName) {
+TEST_F(OutputFileTest, AFullDiskIsAnErrorWithTheNameOfTheFile) {
     try {
         WriteWhole("/dev/full", "x");
         FAIL();
@@ -160,7 +160,7 @@ TEST_F(OutputFileTest, AFullDiskFailsWithTheFilesName) {
     }
 }
 
-TEST_F(OutputFileTest, WhatCannotFitIsRefusedBeforehand) {
+TEST_F(OutputFileTest, AnOutputThatCannotFitIsRefusedInAdvance) {
     const OutputFile file(folder_ / "out", guard_);
 
     EXPECT_NO_THROW(file.RequireSpace(1));

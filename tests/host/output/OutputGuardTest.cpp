@@ -37,7 +37,7 @@ std::string RefusalOf(OutputGuard& guard, const std::string& output) {
     }
 }
 
-TEST_F(OutputGuardTest, ARefusalNamesTheOutputItsRoleAndARemedy) {
+TEST_F(OutputGuardTest, AnErrorNamesTheOutputItsRoleAndARemedy) {
     guard_.Protect(Path("read"), "the media file of clip 'take' on track 2");
 
     EXPECT_EQ(RefusalOf(guard_, Path("read")),
@@ -45,7 +45,7 @@ TEST_F(OutputGuardTest, ARefusalNamesTheOutputItsRoleAndARemedy) {
                   "' is the media file of clip 'take' on track 2; choose another name");
 }
 
-TEST_F(OutputGuardTest, AProtectedFileIsRefusedUnderEveryNameItHas) {
+TEST_F(OutputGuardTest, AProtectedFileIsRefusedUnderAllItsNames) {
     std::filesystem::create_symlink("read", Path("link"));
     std::filesystem::create_hard_link(Path("read"), Path("hard"));
     std::filesystem::create_directory(Path("sub"));
@@ -57,14 +57,14 @@ TEST_F(OutputGuardTest, AProtectedFileIsRefusedUnderEveryNameItHas) {
     EXPECT_NO_THROW(guard_.Claim(Path("free")));
 }
 
-TEST_F(OutputGuardTest, AFileProtectedThroughALinkIsRefusedUnderItsOwnName) {
+TEST_F(OutputGuardTest, AFileProtectedThroughALinkIsRefusedUnderItsName) {
     std::filesystem::create_symlink("read", Path("link"));
     guard_.Protect(Path("link"), "the timeline");
 
     EXPECT_THROW(guard_.Claim(Path("read")), UsageError);
 }
 
-TEST_F(OutputGuardTest, AProtectedNameIsRefusedAlsoWhenItsFileWasDeletedOrReplaced) {
+TEST_F(OutputGuardTest, AProtectedNameIsRefusedAfterItsFileWasDeletedOrReplaced) {
     guard_.Protect(Path("read"), "a file of the media database");
 
     std::filesystem::remove(Path("read"));
@@ -74,7 +74,7 @@ TEST_F(OutputGuardTest, AProtectedNameIsRefusedAlsoWhenItsFileWasDeletedOrReplac
     EXPECT_THROW(guard_.Claim(Path("read")), UsageError);
 }
 
-TEST_F(OutputGuardTest, AProtectedFileThatDoesNotExistIsRefusedByItsName) {
+TEST_F(OutputGuardTest, AProtectedFileThatDoesNotExistIsRefused) {
     std::filesystem::create_directory(Path("sub"));
     std::filesystem::create_directory_symlink("sub", Path("folder-link"));
     guard_.Protect(Path("sub/later"), "the media database");
@@ -84,7 +84,7 @@ TEST_F(OutputGuardTest, AProtectedFileThatDoesNotExistIsRefusedByItsName) {
     EXPECT_NO_THROW(guard_.Claim(Path("sub/other")));
 }
 
-TEST_F(OutputGuardTest, TwoOutputsOfOneFileAreRefused) {
+TEST_F(OutputGuardTest, TwoOutputsToTheSameFileAreRefused) {
     WriteFile(Path("old"), "x");
     std::filesystem::create_hard_link(Path("old"), Path("hard"));
     guard_.Claim(Path("old"));
@@ -95,22 +95,22 @@ TEST_F(OutputGuardTest, TwoOutputsOfOneFileAreRefused) {
     EXPECT_THROW(guard_.Claim(Path("./new")), UsageError);
 }
 
-TEST_F(OutputGuardTest, TwoOutputsMayGoToOneDevice) {
+TEST_F(OutputGuardTest, TwoOutputsMayUseTheSameDevice) {
     guard_.Claim("/dev/null");
 
     EXPECT_NO_THROW(guard_.Claim("/dev/null"));
 }
 
-TEST_F(OutputGuardTest, AFileWithoutTheWritePermissionOfItsOwnerNeedsOverwrite) {
+TEST_F(OutputGuardTest, AFileWithoutWritePermissionOfItsOwnerNeedsOverwrite) {
     chmod(Path("read").c_str(), 0466);
     OutputGuard overwriting(true);
 
-    EXPECT_NE(RefusalOf(guard_, Path("read")).find("write-protected; give --overwrite"),
+    EXPECT_NE(RefusalOf(guard_, Path("read")).find("write-protected; use --overwrite"),
               std::string::npos);
     EXPECT_NO_THROW(overwriting.Claim(Path("read")));
 }
 
-TEST_F(OutputGuardTest, OverwriteDoesNotTouchWhatIsRead) {
+TEST_F(OutputGuardTest, OverwriteDoesNotAllowInputsToBeReplaced) {
     OutputGuard overwriting(true);
     overwriting.Protect(Path("read"), "the timeline");
 
@@ -138,7 +138,7 @@ TEST_F(OutputGuardTest, AFolderAndASocketAreRefused) {
     EXPECT_THROW(guard_.Claim(Path("socket")), JobError);
 }
 
-TEST_F(OutputGuardTest, AProtectedFileThatIsMovedToTheOutputIsRefusedAtTheEnd) {
+TEST_F(OutputGuardTest, AProtectedFileThatIsMovedToTheOutputIsRefusedByConfirm) {
     guard_.Protect(Path("read"), "the timeline");
     guard_.Claim(Path("out"));
     const OutputTarget opened = guard_.Open(Path("out"));
@@ -147,7 +147,7 @@ TEST_F(OutputGuardTest, AProtectedFileThatIsMovedToTheOutputIsRefusedAtTheEnd) {
     EXPECT_THROW(guard_.Confirm(Path("out"), opened), UsageError);
 }
 
-TEST_F(OutputGuardTest, AProtectedFileThatAppearsLaterUnderTheOutputIsRefusedAtTheEnd) {
+TEST_F(OutputGuardTest, AProtectedFileThatAppearsUnderTheOutputIsRefusedByConfirm) {
     guard_.Protect(Path("later"), "the media database");
     guard_.Claim(Path("out"));
     const OutputTarget opened = guard_.Open(Path("out"));
@@ -157,7 +157,7 @@ TEST_F(OutputGuardTest, AProtectedFileThatAppearsLaterUnderTheOutputIsRefusedAtT
     EXPECT_THROW(guard_.Confirm(Path("out"), opened), UsageError);
 }
 
-TEST_F(OutputGuardTest, ALinkThatAppearsLaterIsRefusedAtTheEnd) {
+TEST_F(OutputGuardTest, ALinkThatAppearsUnderTheOutputIsRefusedByConfirm) {
     guard_.Claim(Path("out"));
     const OutputTarget opened = guard_.Open(Path("out"));
     WriteFile(Path("other"), "x");
@@ -166,7 +166,7 @@ TEST_F(OutputGuardTest, ALinkThatAppearsLaterIsRefusedAtTheEnd) {
     EXPECT_THROW(guard_.Confirm(Path("out"), opened), JobError);
 }
 
-TEST_F(OutputGuardTest, AnotherFileThatAppearsLaterMayBeReplaced) {
+TEST_F(OutputGuardTest, AnotherFileThatAppearsUnderTheOutputMayBeReplaced) {
     guard_.Claim(Path("out"));
     const OutputTarget opened = guard_.Open(Path("out"));
     WriteFile(Path("out"), "x");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Every output option against every kind of file that its command reads or owns.
+// Every output option with every kind of file that its command reads or owns.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -18,26 +18,26 @@ namespace fs = std::filesystem;
 
 using Arguments = std::vector<std::string>;
 
-/// Half a second; the first sample tells the files apart.
+/// Half a second of sound; the first sample differs between the files.
 std::string Sound(int first) {
     const std::string samples = Little(static_cast<std::uint16_t>(first), 2) + Little(0, 2);
     return Riff(Chunk("fmt ", PcmFormat(1, 2, 48000, 16)) +
                 Chunk("data", samples + CountingSamples(24000)));
 }
 
-/// What a command reads besides the media cache.
+/// The files that a command reads in addition to the media cache.
 enum class Reads { Timeline, TimelineFolder, MediaFile, Recordings };
 
 /// An option that names an output.
 struct Output {
     std::string name;
     Reads reads;
-    /// The command with the name of its output.
+    /// Returns the command with @p name as its output.
     std::function<Arguments(const std::string& name)> command;
-    /// The file that the command writes when it is given this name, both in the work folder.
+    /// A name for the output and the file that the command writes for it, both in the work folder.
     std::string given;
     std::string written;
-    /// Whether any name will do.
+    /// Whether the output may have any name.
     bool takesAnyName = true;
 };
 
@@ -147,8 +147,8 @@ protected:
         WriteTimelines();
     }
 
-    /// Files of another media file, one without a record, and the companions of a database that a
-    /// program has open.
+    /// Adds cache files of another media file, a cache file without a record, and the additional
+    /// files of an open database.
     void FillCache() const {
         ASSERT_EQ(shop_.Run({"conform", "@other.wav"}).exitCode, 0);
         ASSERT_EQ(shop_.Run({"peaks", "@other.wav"}).exitCode, 0);
@@ -223,7 +223,7 @@ protected:
 
     fs::path Written() const { return shop_.Work(GetParam().written); }
 
-    /// Runs the command and sees that it refuses and harms nothing.
+    /// Expects that the command refuses the output and does not change any protected file.
     void ExpectRefused(const std::string& name, const fs::path& file, const char* spelling) {
         const auto before = Contents();
 
@@ -238,13 +238,13 @@ protected:
     Workshop shop_;
 };
 
-/// Outputs without a prescribed ending or name.
+/// Outputs that may have any name.
 class NamedOutputProgram : public OutputProgram {};
 
-TEST_P(NamedOutputProgram, NoFileThatTheCommandReadsOrOwnsIsReplacedUnderItsOwnName) {
+TEST_P(NamedOutputProgram, NoFileThatTheCommandReadsOrOwnsIsReplacedUnderItsName) {
     FillCache();
     for (const fs::path& file : ProtectedFiles(GetParam().reads)) {
-        ExpectRefused(file, file, "its own name");
+        ExpectRefused(file, file, "its name");
         const std::string detour = fs::relative(file, shop_.Path(""));
         ExpectRefused("./cache/../" + detour, file, "a relative name");
     }
@@ -291,7 +291,7 @@ TEST_P(OutputProgram, AFolderAndADanglingLinkAreRefused) {
     EXPECT_FALSE(fs::exists(shop_.Work("nowhere")));
 }
 
-TEST_P(OutputProgram, ThroughALinkItsFileIsReplaced) {
+TEST_P(OutputProgram, TheFileOfALinkIsReplaced) {
     WriteFile(shop_.Work("kept-link"), "old");
     fs::create_symlink(shop_.Work("kept-link"), Written());
 
@@ -302,7 +302,7 @@ TEST_P(OutputProgram, ThroughALinkItsFileIsReplaced) {
     EXPECT_NE(ReadFile(shop_.Work("kept-link")), "old");
 }
 
-TEST_P(OutputProgram, AFullDeviceFailsTheCommand) {
+TEST_P(OutputProgram, AFullDeviceIsAnError) {
     fs::create_symlink("/dev/full", Written());
 
     const ProgramResult result = RunWith("@" + GetParam().given);
@@ -312,7 +312,7 @@ TEST_P(OutputProgram, AFullDeviceFailsTheCommand) {
     EXPECT_TRUE(fs::is_character_file("/dev/full"));
 }
 
-TEST_P(OutputProgram, APipeGetsTheBytesOfAFile) {
+TEST_P(OutputProgram, APipeReceivesTheSameBytesAsAFile) {
     const ProgramResult plain = RunWith("@" + GetParam().given);
     const std::string whole = ReadFile(Written());
     fs::remove(Written());
@@ -326,7 +326,7 @@ TEST_P(OutputProgram, APipeGetsTheBytesOfAFile) {
     EXPECT_EQ(piped.exitCode, plain.exitCode) << piped.err;
     EXPECT_TRUE(fs::is_fifo(Written()));
     const bool isSoundOfPlay = GetParam().name == "PlayWav";
-    // A stream of unknown length has no sizes in its 44 bytes of header.
+    // The 44 bytes of header of a stream of unknown length contain no sizes.
     EXPECT_EQ(received.substr(isSoundOfPlay ? 44 : 0), whole.substr(isSoundOfPlay ? 44 : 0));
 }
 
@@ -343,8 +343,8 @@ std::vector<Output> FreelyNamed() {
 INSTANTIATE_TEST_SUITE_P(Every, OutputProgram, testing::ValuesIn(Outputs()), NameOf);
 INSTANTIATE_TEST_SUITE_P(Every, NamedOutputProgram, testing::ValuesIn(FreelyNamed()), NameOf);
 
-/// The files of the cache are made anew without harm to what a link in the folder leads to.
-TEST(CacheProgram, ALinkInTheCacheFolderDoesNotLeadToAUsersFile) {
+/// Cache files are created again without a change to the target of a link in the cache folder.
+TEST(CacheProgram, ALinkInTheCacheFolderDoesNotEndangerAUsersFile) {
     const Workshop shop;
     WriteFile(shop.Work("a.wav"), Sound(1));
     WriteFile(shop.Work("mine.wav"), Sound(2));

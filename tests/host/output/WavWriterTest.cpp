@@ -25,13 +25,13 @@ std::string PlainWav(const std::string& whole, const std::string& data) {
            data;
 }
 
-TEST(WavWriter, SizesBeyond32BitsTakeTheLargeFormat) {
-    // 4294967295 - 4096 bytes of room are 1073740799 frames of four bytes.
+TEST(WavWriter, SizesBeyond32BitsUseRf64) {
+    // 4294967295 bytes minus 4096 for the header are 1073740799 frames of 4 bytes.
     EXPECT_EQ(WavFormatFor(1073740799), WavFormat::Wav);
     EXPECT_EQ(WavFormatFor(1073740800), WavFormat::Rf64);
 }
 
-TEST(WavWriter, TheHeaderHoldsTheSizesOfTheSamples) {
+TEST(WavWriter, TheHeaderContainsTheSizes) {
     const TemporaryFolder folder;
     OutputGuard guard(false);
     WavWriter writer(folder / "out.wav", guard, 48000, 2);
@@ -55,7 +55,7 @@ TEST(WavWriter, AHeaderWithTooManyFramesIsCorrectedAtTheEnd) {
               PlainWav(std::string("\x2C\0\0\0", 4), std::string("\x08\0\0\0", 4)) + SAMPLES);
 }
 
-TEST(WavWriter, AStreamOfUnknownLengthSaysSo) {
+TEST(WavWriter, TheHeaderOfAStreamOfUnknownLengthHasNoSizes) {
     const TemporaryFolder folder;
     ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
     OutputGuard guard(false);
@@ -71,8 +71,8 @@ TEST(WavWriter, AStreamOfUnknownLengthSaysSo) {
     EXPECT_EQ(received, PlainWav("\xFF\xFF\xFF\xFF", "\xFF\xFF\xFF\xFF") + SAMPLES);
 }
 
-TEST(WavWriter, TheLargeHeaderHoldsSizesOf64Bits) {
-    // 2^30 frames are 2^32 bytes; the whole without its first 8 bytes is 96 more.
+TEST(WavWriter, AnRf64HeaderContainsSizesOf64Bits) {
+    // 2^30 frames are 2^32 bytes; the size of the file without its first 8 bytes is 96 more.
     const std::string header = WavHeader(WavFormat::Rf64, 48000, 1LL << 30);
 
     EXPECT_EQ(header,

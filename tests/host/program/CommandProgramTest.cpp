@@ -35,7 +35,7 @@ protected:
 
 // ---- usage
 
-TEST_F(CommandProgram, WrongUsageExits2WithOneLine) {
+TEST_F(CommandProgram, WrongUsageExits2WithASingleLine) {
     const std::vector<std::vector<std::string>> lines = {
         {},
         {"frobnicate"},
@@ -60,7 +60,7 @@ TEST_F(CommandProgram, WrongUsageExits2WithOneLine) {
     }
 }
 
-TEST_F(CommandProgram, AnUnknownOptionIsNamedBeforeARequiredOneThatIsMissing) {
+TEST_F(CommandProgram, AnUnknownOptionIsReportedBeforeAMissingOption) {
     EXPECT_EQ(shop_.Run({"mix", "x", "--output", "y"}).err,
               "sonrel: unknown option '--output'; see 'sonrel mix --help'\n");
     EXPECT_EQ(shop_.Run({"mix", "--output=y", "x"}).err,
@@ -70,7 +70,7 @@ TEST_F(CommandProgram, AnUnknownOptionIsNamedBeforeARequiredOneThatIsMissing) {
     EXPECT_EQ(shop_.Run({"mix", "x"}).err, "sonrel: '-o' is missing; see 'sonrel mix --help'\n");
 }
 
-TEST_F(CommandProgram, AWrongValueIsNamedWithItsOptionAndWhatIsAllowed) {
+TEST_F(CommandProgram, AWrongValueIsReportedWithItsOptionAndTheAllowedValues) {
     const std::vector<std::string> mix{"mix", "@a.wav", "-o", "@o.wav"};
     const auto error = [&](const std::string& option, const std::string& value) {
         std::vector<std::string> words = mix;
@@ -97,7 +97,7 @@ TEST_F(CommandProgram, ANumberWithLeadingZerosIsDecimal) {
     EXPECT_EQ(shop_.Run({"--rate", "044100", "info", "@a.wav", "--json"}).Json().at("rate"), 44100);
 }
 
-TEST_F(CommandProgram, AnOptionWithoutAValueAndARepeatedOneAreNamed) {
+TEST_F(CommandProgram, AnOptionWithoutAValueAndARepeatedOptionAreReported) {
     EXPECT_EQ(shop_.Run({"mix", "@a.wav", "-o"}).err,
               "sonrel: -o needs a value; see 'sonrel mix --help'\n");
     EXPECT_EQ(shop_.Run({"mix", "@a.wav", "-o", "@o.wav", "--to", "1", "--to"}).err,
@@ -107,14 +107,14 @@ TEST_F(CommandProgram, AnOptionWithoutAValueAndARepeatedOneAreNamed) {
     EXPECT_EQ(shop_.RunBare({"--rate"}).err, "sonrel: --rate needs a value; see 'sonrel --help'\n");
 }
 
-TEST_F(CommandProgram, HelpIsPrintedThoughAValueIsWrong) {
+TEST_F(CommandProgram, HelpIsPrintedDespiteAWrongValue) {
     const ProgramResult result = shop_.RunBare({"mix", "--seed", "0", "--size", "--help"});
 
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_TRUE(result.out.find("Usage: sonrel mix") != std::string::npos) << result.out;
 }
 
-TEST_F(CommandProgram, UnexpectedArgumentsAreNamedInTheirOrder) {
+TEST_F(CommandProgram, UnexpectedArgumentsAreReportedInOrder) {
     EXPECT_EQ(shop_.Run({"info", "a", "b"}).err,
               "sonrel: unexpected argument 'b'; see 'sonrel info --help'\n");
     EXPECT_EQ(shop_.Run({"info", "a", "b", "c d", "e"}).err,
@@ -123,7 +123,7 @@ TEST_F(CommandProgram, UnexpectedArgumentsAreNamedInTheirOrder) {
               "sonrel: unexpected argument '-'; see 'sonrel info --help'\n");
 }
 
-TEST_F(CommandProgram, AnUnknownCommandIsNamed) {
+TEST_F(CommandProgram, AnUnknownCommandIsReported) {
     EXPECT_EQ(shop_.RunBare({"frobnicate"}).err,
               "sonrel: unknown command 'frobnicate'; see 'sonrel --help'\n");
     EXPECT_EQ(shop_.RunBare({"cache", "frobnicate"}).err,
@@ -146,19 +146,19 @@ TEST_F(CommandProgram, MessagesOfTheMediaLibraryAreNotPrinted) {
     EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
 }
 
-TEST_F(CommandProgram, GlobalsStandBeforeAndBehindTheCommand) {
+TEST_F(CommandProgram, GlobalOptionsMayBeBeforeOrAfterTheCommand) {
     EXPECT_EQ(shop_.Run({"--json", "--rate", "44100", "info", "@a.wav"}).Json().at("rate"), 44100);
     EXPECT_EQ(shop_.Run({"info", "@a.wav", "--rate", "44100", "--json"}).Json().at("rate"), 44100);
 }
 
-TEST_F(CommandProgram, HelpAndVersionAreResults) {
+TEST_F(CommandProgram, HelpAndVersionArePrintedOnStandardOutput) {
     EXPECT_EQ(shop_.RunBare({"--help"}).exitCode, 0);
     EXPECT_TRUE(shop_.RunBare({"--version"}).out.starts_with("sonrel "));
 }
 
 // ---- info
 
-TEST_F(CommandProgram, InfoOnAMediumTellsItsStreams) {
+TEST_F(CommandProgram, InfoOnAMediaFileListsItsStreams) {
     const nlohmann::json report = shop_.Run({"info", "@a.wav", "--json"}).Json();
 
     EXPECT_EQ(report.at("kind"), "media");
@@ -168,7 +168,7 @@ TEST_F(CommandProgram, InfoOnAMediumTellsItsStreams) {
     EXPECT_EQ(stream.at("channels"), 2);
 }
 
-TEST_F(CommandProgram, InfoOnATimelineTellsItsObjects) {
+TEST_F(CommandProgram, InfoOnATimelineListsItsObjects) {
     WriteFile(shop_.Work("edit.otio"),
               Timeline({Track({Gap(10), Clip("a.wav", 1, 2)}, "Voice")}).dump());
 
@@ -195,7 +195,7 @@ TEST_F(CommandProgram, InfoOnATimelineFolderReadsItsContent) {
     EXPECT_EQ(shop_.Run({"info", "@edit.otiod"}).exitCode, 0);
 }
 
-TEST_F(CommandProgram, InfoWithMissingMediaExits3AndStillReportsTheRest) {
+TEST_F(CommandProgram, InfoWithMissingMediaExits3AndReportsTheRest) {
     WriteFile(shop_.Work("bad.wav"), "no sound at all");
     WriteFile(shop_.Work("edit.otio"),
               Timeline({Track({Clip("bad.wav", 0, 2), Clip("gone.wav", 0, 2)})}).dump());
@@ -230,7 +230,7 @@ TEST_F(CommandProgram, ATimelineWithMissingMediaExits3InEveryCommandThatReadsTim
     }
 }
 
-/// A second of noise, which can be aligned with itself.
+/// A second of noise, which align can match with itself.
 std::string NoiseFile() {
     std::mt19937 engine(1);
     std::string data(2 * 48000, '\0');
@@ -238,7 +238,7 @@ std::string NoiseFile() {
     return Riff(Chunk("fmt ", PcmFormat(1, 1, 48000, 16)) + Chunk("data", data));
 }
 
-TEST_F(CommandProgram, EveryCommandTakesAllowMissing) {
+TEST_F(CommandProgram, EveryCommandAcceptsAllowMissing) {
     WriteFile(shop_.Work("noise.wav"), NoiseFile());
     WriteFile(shop_.Work("edit.otio"), Timeline({Track({Clip("gone.wav", 0, 2)})}).dump());
     const std::vector<std::vector<std::string>> lines = {
@@ -281,7 +281,7 @@ TEST_F(CommandProgram, AnInputThatDoesNotExistExits1InEveryCommand) {
     }
 }
 
-TEST_F(CommandProgram, AMissingMediaFileThatIsAllowedIsAResultWithoutAnError) {
+TEST_F(CommandProgram, AnAllowedMissingMediaFileIsNotAnError) {
     WriteFile(shop_.Work("edit.otio"),
               Timeline({Track({Clip("gone.wav", 0, 2), Clip("a.wav", 0, 2)})}).dump());
     for (const char* command : {"conform", "peaks"}) {
@@ -299,7 +299,7 @@ TEST_F(CommandProgram, AMissingMediaFileThatIsAllowedIsAResultWithoutAnError) {
     }
 }
 
-TEST_F(CommandProgram, AnInputThatFailsOutranksATimelineWithMissingMedia) {
+TEST_F(CommandProgram, AFailedInputTakesPrecedenceOverMissingMedia) {
     WriteFile(shop_.Work("bad.wav"), "no sound at all");
     WriteFile(shop_.Work("edit.otio"),
               Timeline({Track({Clip("bad.wav", 0, 2), Clip("gone.wav", 0, 2)})}).dump());
@@ -320,7 +320,7 @@ TEST_F(CommandProgram, APeakFileOfAMissingMediaFileCannotBeWritten) {
     EXPECT_NE(result.err.find("gone.wav"), std::string::npos) << result.err;
 }
 
-TEST_F(CommandProgram, MediaThatCannotBeReadFailWithTheirName) {
+TEST_F(CommandProgram, AMediaFileThatCannotBeReadIsAnErrorWithItsName) {
     WriteFile(shop_.Work("empty.wav"), "");
     WriteFile(shop_.Work("text.wav"), "no sound at all");
     for (const char* name : {"@empty.wav", "@text.wav", "@gone.wav", "/dev/zero", "/"}) {
@@ -332,7 +332,7 @@ TEST_F(CommandProgram, MediaThatCannotBeReadFailWithTheirName) {
 
 // ---- conform
 
-TEST_F(CommandProgram, ConformMakesFilesOnceAndFindsThemAfterwards) {
+TEST_F(CommandProgram, ConformCreatesFilesOnceAndThenFindsThem) {
     const nlohmann::json made = ConformAll();
     const nlohmann::json found = ConformAll();
 
@@ -345,7 +345,7 @@ TEST_F(CommandProgram, ConformMakesFilesOnceAndFindsThemAfterwards) {
     }
 }
 
-TEST_F(CommandProgram, ConformForceMakesAFileAnewAndTakesTheOldOneAway) {
+TEST_F(CommandProgram, ConformForceCreatesAFileAgainAndRemovesTheOldFile) {
     const std::string old = ConformAll().at("files").at(0).at("path");
 
     const auto report = shop_.Run({"conform", "@a.wav", "--force", "--json"}).Json();
@@ -355,7 +355,7 @@ TEST_F(CommandProgram, ConformForceMakesAFileAnewAndTakesTheOldOneAway) {
     EXPECT_FALSE(std::filesystem::exists(old));
 }
 
-TEST_F(CommandProgram, ConformGoesOnBehindAFileThatFails) {
+TEST_F(CommandProgram, ConformContinuesAfterAFailedFile) {
     const ProgramResult result = shop_.Run({"conform", "@gone.wav", "@a.wav", "--json"});
 
     EXPECT_EQ(result.exitCode, 1);
@@ -364,7 +364,7 @@ TEST_F(CommandProgram, ConformGoesOnBehindAFileThatFails) {
     EXPECT_EQ(result.Json().at("files").at(1).at("status"), "made");
 }
 
-TEST_F(CommandProgram, ACacheFolderThatIsAFileFailsWithItsName) {
+TEST_F(CommandProgram, ACacheFolderThatIsAFileIsAnErrorWithItsName) {
     WriteFile(shop_.Path("cache"), "x");
 
     const ProgramResult result = shop_.Run({"conform", "@a.wav"});
@@ -374,7 +374,7 @@ TEST_F(CommandProgram, ACacheFolderThatIsAFileFailsWithItsName) {
     EXPECT_NE(result.err.find(shop_.Path("cache").string()), std::string::npos);
 }
 
-TEST_F(CommandProgram, ADatabaseThatIsNoneFailsWithItsNameAndStays) {
+TEST_F(CommandProgram, AFileThatIsNotADatabaseIsAnErrorAndUnchanged) {
     WriteFile(shop_.Path("media.db"), std::string(5000, 'x'));
 
     const ProgramResult result = shop_.Run({"conform", "@a.wav"});
@@ -387,7 +387,7 @@ TEST_F(CommandProgram, ADatabaseThatIsNoneFailsWithItsNameAndStays) {
 
 // ---- cache
 
-TEST_F(CommandProgram, CacheLsOfNothingIsEmptyAndMakesNothing) {
+TEST_F(CommandProgram, CacheLsWithoutACacheIsEmptyAndCreatesNothing) {
     const ProgramResult result = shop_.Run({"cache", "ls", "--json"});
 
     EXPECT_EQ(result.exitCode, 0);
@@ -396,7 +396,7 @@ TEST_F(CommandProgram, CacheLsOfNothingIsEmptyAndMakesNothing) {
     EXPECT_FALSE(std::filesystem::exists(shop_.Path("cache")));
 }
 
-TEST_F(CommandProgram, CacheLsTellsWhatIsThereMissingAndOrphaned) {
+TEST_F(CommandProgram, CacheLsListsPresentMissingAndOrphanedFiles) {
     const auto files = ConformAll().at("files");
     std::filesystem::remove(files.at(0).at("path").get<std::string>());
     WriteFile(shop_.Path("cache/stray.xwmc"), "x");
@@ -423,7 +423,7 @@ TEST_F(CommandProgram, CacheCheckFindsABrokenFile) {
     EXPECT_TRUE(report.at("orphans").empty());
 }
 
-TEST_F(CommandProgram, CacheCleanOfZeroDaysTakesEverything) {
+TEST_F(CommandProgram, CacheCleanWithZeroDaysRemovesEverything) {
     ConformAll();
 
     const auto report = shop_.Run({"cache", "clean", "--days", "0", "--json"}).Json();
@@ -435,7 +435,7 @@ TEST_F(CommandProgram, CacheCleanOfZeroDaysTakesEverything) {
     EXPECT_TRUE(NamesIn(shop_.Path("cache")).empty());
 }
 
-TEST_F(CommandProgram, TheDaysOfACleaningHoldToItsEnd) {
+TEST_F(CommandProgram, TheDaysOfACleaningApplyToTheEndOfTheCommand) {
     ConformAll();
     Age(40);
 
@@ -445,7 +445,7 @@ TEST_F(CommandProgram, TheDaysOfACleaningHoldToItsEnd) {
     EXPECT_EQ(NamesIn(shop_.Path("cache")).size(), 2u);
 }
 
-TEST_F(CommandProgram, TheDaysOfACleaningWinOverKeepDays) {
+TEST_F(CommandProgram, TheDaysOfACleaningTakePrecedenceOverKeepDays) {
     ConformAll();
     Age(40);
 
@@ -458,7 +458,7 @@ TEST_F(CommandProgram, TheDaysOfACleaningWinOverKeepDays) {
     EXPECT_TRUE(NamesIn(shop_.Path("cache")).empty());
 }
 
-TEST_F(CommandProgram, ACleaningWithoutDaysTakesKeepDays) {
+TEST_F(CommandProgram, ACleaningWithoutDaysUsesKeepDays) {
     ConformAll();
     Age(40);
 
@@ -480,7 +480,7 @@ TEST_F(CommandProgram, ADryRunRemovesNothing) {
     EXPECT_EQ(NamesIn(shop_.Path("cache")).size(), 2u);
 }
 
-TEST_F(CommandProgram, OrphansGoOnlyWhenAskedForAndOtherFilesStay) {
+TEST_F(CommandProgram, OrphansAreRemovedOnlyOnRequestAndOtherFilesAreKept) {
     ConformAll();
     WriteFile(shop_.Path("cache/stray.xwmc"), "x");
     WriteFile(shop_.Path("cache/mine.wav"), "x");

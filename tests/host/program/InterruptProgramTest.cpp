@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Ctrl-C in the middle of what the commands do once their media are open.
+// Ctrl-C during each phase of the commands after their media files are open.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
@@ -20,13 +20,13 @@ namespace fs = std::filesystem;
 struct Phase {
     std::string name;
     std::vector<std::string> arguments;
-    std::string sign;  ///< what standard output or error holds once the phase has begun
+    std::string sign;  ///< text on standard output or error after the phase has begun
 };
 
 std::string Step(const std::string& step) {
     return R"({"progress":{"step":")" + step + '"';
 }
-/// The last line of a step: what follows has begun, or begins at once.
+/// The last line of a step: the next step has begun or begins at once.
 std::string EndOf(const std::string& samples) {
     return R"("done":)" + samples + R"(,"total":)" + samples + ',';
 }
@@ -35,7 +35,7 @@ double Seconds(const timeval& time) {
     return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
 }
 
-/// Processor time of all programs that have ended.
+/// Processor time of all ended programs.
 double SecondsOfEndedPrograms() {
     rusage usage = {};
     getrusage(RUSAGE_CHILDREN, &usage);
@@ -53,7 +53,7 @@ double SecondsOf(pid_t program) {
 class InterruptProgram : public testing::TestWithParam<Phase> {
 protected:
     InterruptProgram() {
-        // Zeros that take no room on the disk: 6 hours at another rate.
+        // A sparse file of zeros: 6 hours at another rate.
         WriteFile(shop_.Work("long.wav"), "RIFF" + Little(0xFFFFFFFF, 4) + "WAVE" +
                                               Chunk("fmt ", PcmFormat(1, 2, 44100, 16)) + "data" +
                                               Little(0xFFFFFFFF, 4));
@@ -104,7 +104,7 @@ TEST_P(InterruptProgram, EndsTheCommandWithin200MillisecondsAndLeavesNoOutput) {
     ASSERT_NE(line, std::string::npos) << result.err;
     EXPECT_EQ(result.err.find('\n', line), result.err.size() - 1);
     EXPECT_EQ(NamesIn(shop_.Path("work")), names_);
-    // Processor time, which other work on the machine does not lengthen; four threads at most.
+    // Processor time, which other work on the machine does not extend; at most four threads.
     EXPECT_LE(SecondsOfEndedPrograms() - before - used, 4 * 0.2);
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Every command with few descriptors and with little address space.
+// Every command with a low limit of descriptors and of address space.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -18,15 +18,15 @@ namespace fs = std::filesystem;
 
 constexpr rlim_t MEGABYTE = 1 << 20;
 
-/// Five are open when the program begins, and the loader of its libraries takes one.
-constexpr rlim_t FEWEST_DESCRIPTORS = 6;
+/// Five descriptors are open at the start of the program, and the library loader needs another.
+constexpr rlim_t MIN_DESCRIPTORS = 6;
 
-/// A limit of this process and of the programs that are started while it lives.
+/// A limit of this process and of the programs that are started in its scope.
 class Limit {
 public:
-    Limit(__rlimit_resource resource, rlim_t most) : resource_(resource) {
+    Limit(__rlimit_resource resource, rlim_t max) : resource_(resource) {
         getrlimit(resource_, &before_);
-        const rlimit limit = {most, before_.rlim_max};
+        const rlimit limit = {max, before_.rlim_max};
         setrlimit(resource_, &limit);
     }
     ~Limit() { setrlimit(resource_, &before_); }
@@ -42,9 +42,9 @@ class SystemLimits : public testing::Test {
 protected:
     void SetUp() override {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-        GTEST_SKIP() << "a sanitizer takes address space and descriptors";
+        GTEST_SKIP() << "a sanitizer needs address space and descriptors";
 #endif
-        // The program would inherit what this one was started with, and its limits count it.
+        // The program would inherit open descriptors, which count for its limit.
         close_range(STDERR_FILENO + 1, ~0U, 0);
         WriteFile(shop_.Work("a.wav"), ConformedFileBytes(24000));
         WriteFile(shop_.Work("b.wav"), Riff(Chunk("fmt ", PcmFormat(1, 2, 44100, 16)) +
@@ -65,30 +65,30 @@ protected:
                 {"cache", "clean", "--days", "0"}};
     }
 
-    /// The recordings of align are compared, and found too short to be aligned.
+    /// The recordings are too short for align, which compares them and exits with 3.
     static bool IsDone(const std::vector<std::string>& arguments, const ProgramResult& result) {
         return result.exitCode == (arguments.front() == "align" ? 3 : 0);
     }
 
-    /// Runs a command on an empty cache, and on a full one if it is about the cache.
+    /// Runs a command with an empty cache; a cache command with a filled cache.
     ProgramResult RunLimited(const std::vector<std::string>& arguments, __rlimit_resource resource,
-                             rlim_t most) const {
+                             rlim_t max) const {
         fs::remove_all(shop_.Path("cache"));
         for (const char* name : {"media.db", "media.db-wal", "media.db-shm"}) {
             fs::remove(shop_.Path(name));
         }
         for (const char* name : {"m.wav", "w.png", "p.wav"}) fs::remove(shop_.Work(name));
         if (arguments.front() == "cache") shop_.Run({"conform", "@a.wav", "@b.wav"});
-        return Start(arguments, resource, most).Wait();
+        return Start(arguments, resource, max).Wait();
     }
 
     RunningProgram Start(const std::vector<std::string>& arguments, __rlimit_resource resource,
-                         rlim_t most) const {
-        const Limit limit(resource, most);
+                         rlim_t max) const {
+        const Limit limit(resource, max);
         return shop_.Start(arguments);
     }
 
-    /// The address space that the program and its libraries take.
+    /// The address space that the program and its libraries need.
     rlim_t Libraries() const {
         rlim_t tooLittle = 0;
         rlim_t enough = 1024;
@@ -101,7 +101,7 @@ protected:
         return enough * MEGABYTE;
     }
 
-    /// The output of a command; empty without one.
+    /// The output of a command; empty when it has none.
     std::string Output() const {
         for (const char* name : {"m.wav", "w.png", "p.wav"}) {
             if (fs::exists(shop_.Work(name))) return ReadFile(shop_.Work(name));
@@ -109,13 +109,13 @@ protected:
         return {};
     }
 
-    /// Expects that a command does its work, or names what it lacks in one line.
-    /// @return whether it does its work
+    /// Expects that a command succeeds, or fails with a single line that names the reason.
+    /// @return whether it succeeds
     bool ExpectDoneOrReason(const std::vector<std::string>& arguments, __rlimit_resource resource,
-                            rlim_t most, const std::vector<std::string>& reasons) {
+                            rlim_t max, const std::vector<std::string>& reasons) {
         const std::string whole = Whole(arguments);
-        const ProgramResult result = RunLimited(arguments, resource, most);
-        SCOPED_TRACE(arguments.front() + " with " + std::to_string(most) + ": " + result.err);
+        const ProgramResult result = RunLimited(arguments, resource, max);
+        SCOPED_TRACE(arguments.front() + " with " + std::to_string(max) + ": " + result.err);
         if (IsDone(arguments, result)) {
             EXPECT_EQ(Output(), whole);
             return true;
@@ -130,14 +130,14 @@ protected:
         return false;
     }
 
-    /// Bisects for the lowest limit of descriptors with which a command does its work. The limit
-    /// below it, with which the command fails latest, is among those that are tried.
+    /// Bisects for the lowest limit of descriptors with which a command succeeds. The tried limits
+    /// include the next lower limit, with which the command fails latest.
     void ExpectReasonsUpToEnoughDescriptors(const std::vector<std::string>& arguments) {
-        const auto isDone = [&](rlim_t most) {
-            return ExpectDoneOrReason(arguments, RLIMIT_NOFILE, most, {"too many files are open"});
+        const auto isDone = [&](rlim_t max) {
+            return ExpectDoneOrReason(arguments, RLIMIT_NOFILE, max, {"too many files are open"});
         };
-        rlim_t tooFew = FEWEST_DESCRIPTORS;
-        rlim_t enough = FEWEST_DESCRIPTORS + 16;
+        rlim_t tooFew = MIN_DESCRIPTORS;
+        rlim_t enough = MIN_DESCRIPTORS + 16;
         if (isDone(tooFew)) return;
         while (enough - tooFew > 1) {
             const rlim_t middle = (tooFew + enough) / 2;
@@ -145,7 +145,7 @@ protected:
         }
     }
 
-    /// The output of a run without limits; empty of a command that has none.
+    /// The output of a run without limits; empty when the command has none.
     std::string Whole(const std::vector<std::string>& arguments) {
         const bool hasOutput =
             std::any_of(arguments.begin(), arguments.end(),
@@ -171,7 +171,7 @@ TEST_F(SystemLimits, EveryCommandRunsWith64DescriptorsAnd512MegabytesBesidesTheL
     }
 }
 
-TEST_F(SystemLimits, ALackOfDescriptorsIsNamedAndLeavesNoOutput) {
+TEST_F(SystemLimits, ALackOfDescriptorsIsReportedAndLeavesNoOutput) {
     for (const auto& arguments : Commands()) ExpectReasonsUpToEnoughDescriptors(arguments);
 }
 
@@ -181,13 +181,13 @@ TEST_F(SystemLimits, ACommandRequires64MegabytesBesidesTheLibraries) {
 
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_TRUE(result.HasOneErrorLine());
-    EXPECT_NE(result.err.find("a command takes at least 64 MB"), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("a command needs at least 64 MB"), std::string::npos) << result.err;
 }
 
-TEST_F(SystemLimits, ALackOfMemoryIsNamedAndLeavesNoOutput) {
+TEST_F(SystemLimits, ALackOfMemoryIsReportedAndLeavesNoOutput) {
     const rlim_t libraries = Libraries();
     for (const auto& arguments : Commands()) {
-        // Little more than the 64 MB that a command requires, and nearly enough for all.
+        // Slightly more than the 64 MB that a command requires, and nearly enough for each.
         for (const rlim_t megabytes : {66, 90}) {
             ExpectDoneOrReason(arguments, RLIMIT_AS, libraries + megabytes * MEGABYTE,
                                {"not enough memory", "a thread cannot be started"});

@@ -7,7 +7,7 @@ namespace {
 
 using namespace orlo::host;
 
-TEST(TextColumns, AWideCharacterTakesTwoAndACombiningMarkNone) {
+TEST(TextColumns, AWideCharacterCountsTwoAndACombiningMarkZero) {
     EXPECT_EQ(ColumnsOf("Beat"), 4);
     EXPECT_EQ(ColumnsOf("\u00fcber"), 4);
     EXPECT_EQ(ColumnsOf("u\u0308ber"), 4);
@@ -21,11 +21,11 @@ TEST(TextColumns, AWideCharacterIsNotCutInHalf) {
     EXPECT_EQ(FitToColumns("\u97f3\u697d", 3), "\u97f3 ");
 }
 
-TEST(TextColumns, ACombiningMarkStaysWithItsCharacter) {
+TEST(TextColumns, ACombiningMarkIsKeptWithItsCharacter) {
     EXPECT_EQ(CutToColumns("u\u0308ber", 1), "u\u0308");
 }
 
-TEST(TextColumns, AShortTextIsFilledWithBlanks) {
+TEST(TextColumns, AShortTextIsPaddedWithBlanks) {
     EXPECT_EQ(FitToColumns("Beat", 6), "Beat  ");
     EXPECT_EQ(FitToColumns("Beat", 4), "Beat");
     EXPECT_EQ(FitToColumns("Beat", 2), "Be");
