@@ -200,9 +200,8 @@ TEST_F(PlaybackSetup, ANewSetUpEndsARunWithoutNotifications) {
         0, FORWARD, 1, [&](void*) { completed = true; }, nullptr);
     ASSERT_TRUE(rig_.device.WaitForQueued(49));
     observer.calls.clear();
-    Settings().SetFrameCount(1);
 
-    EXPECT_EQ(rig_.SetUpSequence(), Err::NoError);
+    EXPECT_EQ(SetUpAnother(), Err::NoError);
 
     EXPECT_FALSE(Playback().IsPlaying());
     EXPECT_EQ(observer.calls, std::vector<std::string>());
@@ -215,9 +214,8 @@ TEST_F(PlaybackSetup, ANewSetUpDropsTheCompletionCallback) {
     Playback().PlayFromSample(
         0, FORWARD, 1, [held](void*) {}, nullptr);
     EXPECT_EQ(held.use_count(), 2);
-    Settings().SetFrameCount(1);
 
-    rig_.SetUpSequence();
+    SetUpAnother();
 
     EXPECT_EQ(held.use_count(), 1);
 }
@@ -227,12 +225,8 @@ TEST_F(PlaybackSetup, AWorkerWhoseVoiceDidNotStartIsEndedByANewSetUp) {
     rig_.device.refuseStart = true;
     EXPECT_EQ(rig_.Play(0), Err::PlaybackFailed);
     EXPECT_TRUE(rig_.device.WaitForQueued(49)) << "the worker runs";
-    {
-        const std::lock_guard guard(rig_.engine->Mixer()->Mutex());
-        Settings().SetFrameCount(1);
-    }
 
-    EXPECT_EQ(rig_.SetUpSequence(), Err::NoError);
+    EXPECT_EQ(SetUpAnother(), Err::NoError);
 
     EXPECT_FALSE(rig_.Impl().worker.Exists());
 }
@@ -242,9 +236,8 @@ TEST_F(PlaybackSetup, AChangedTargetBuildsNewVoicesOnADeviceThatHasStoppedCallin
     rig_.Play(0);
     ASSERT_TRUE(rig_.device.WaitForQueued(49));
     rig_.device.holdDropped = true;
-    Settings().SetFrameCount(1);
 
-    EXPECT_EQ(rig_.SetUpSequence(), Err::NoError);
+    EXPECT_EQ(SetUpAnother(), Err::NoError);
 
     EXPECT_EQ(rig_.device.MasteringVoicesMade(), 2);
     EXPECT_EQ(rig_.device.SourceVoicesMade(), 2);
