@@ -8,6 +8,7 @@ extern "C" {
 #include <climits>
 #include <new>
 
+#include "sonrel/media/index/PacketSource.h"
 #include "sonrel/media/input/Demuxer.h"
 #include "sonrel/media/input/PacketDecoder.h"
 #include "tests/media/MediaSupport.h"
@@ -17,8 +18,11 @@ using zrh::media::detail::CodecParametersPtr;
 using zrh::media::detail::Demuxer;
 using zrh::media::detail::InputFile;
 using zrh::media::detail::NewPacket;
+using zrh::media::detail::NewPacketSource;
 using zrh::media::detail::PacketDecoder;
 using zrh::media::detail::PacketPtr;
+using zrh::media::detail::RecordOf;
+using zrh::media::detail::StreamIndex;
 
 namespace {
 
@@ -78,6 +82,39 @@ TEST(PacketMemory, ALackOfItForAPacketIsNotTheEndOfTheFile) {
 
     const LargestAllocation tooSmall(2000);  // of packets of 4096 bytes
     EXPECT_THROW(readAll(), std::bad_alloc);
+}
+
+/// An index of the first packet of a file, which is read through the container.
+std::shared_ptr<const StreamIndex> IndexOfFirstPacket(
+    const std::shared_ptr<const InputFile>& file) {
+    std::unique_ptr<Demuxer> demuxer;
+    EXPECT_EQ(Demuxer::Open(file, &demuxer), MediaError::None);
+    const PacketPtr first = NewPacket();
+    EXPECT_TRUE(demuxer->Read(first.get()));
+    CodecParametersPtr parameters(avcodec_parameters_alloc());
+    EXPECT_GE(avcodec_parameters_copy(parameters.get(), demuxer->Stream(0)->codecpar), 0);
+    auto index = std::make_shared<StreamIndex>();
+    index->parameters = std::move(parameters);
+    index->packets.AddSegment({});
+    EXPECT_TRUE(index->packets.AddPacket(RecordOf(*first), 0, 1024));
+    return index;
+}
+
+TEST(PacketMemory, ALackOfItForOpeningTheFileAgainIsNoDamageOfTheFile) {
+    const TemporaryFolder folder;
+    WriteFile(folder / "a.wav", WaveFile(1, 2, 44100, 16, NoiseBytes(400000)));
+    std::shared_ptr<const InputFile> file;
+    ASSERT_EQ(InputFile::Open(folder.Wide("a.wav"), &file), MediaError::None);
+    const auto source = NewPacketSource(file, IndexOfFirstPacket(file));
+    const PacketPtr packet = NewPacket();
+
+    {
+        const LargestAllocation tooSmall(100);
+        EXPECT_THROW(source->Fetch(0, packet.get()), std::bad_alloc);
+    }
+
+    EXPECT_TRUE(source->Fetch(0, packet.get()));
+    EXPECT_EQ(packet->size, 4096);
 }
 
 }  // namespace

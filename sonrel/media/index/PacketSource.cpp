@@ -116,12 +116,16 @@ private:
     }
 
     /// Opens the file again; the next packet is packet 0.
+    /// @return false when the file differs from the indexed file
+    /// @throws std::bad_alloc for a lack of memory, which is not damage of the file
     bool Reopen() {
         ForgetKept();
         next_ = 0;
         demuxer_ = nullptr;
         const int stream = index_->streamIndex;
-        if (Demuxer::Open(file_, &demuxer_) != MediaError::None) return false;
+        const MediaError opened = Demuxer::Open(file_, &demuxer_);
+        if (opened == MediaError::OutOfMemory) throw std::bad_alloc();
+        if (opened != MediaError::None) return false;
         if (static_cast<unsigned int>(stream) >= demuxer_->Context()->nb_streams ||
             demuxer_->Stream(stream)->codecpar->codec_id != index_->parameters->codec_id) {
             demuxer_ = nullptr;

@@ -21,6 +21,7 @@ public:
     /// @param index   0 to the packet count of the index, exclusive
     /// @param packet  an empty packet, which receives the data
     /// @return false when the disk failed or the file differs from the indexed file
+    /// @throws std::bad_alloc without memory for the packet or for opening the file again
     virtual bool Fetch(std::int64_t index, AVPacket* packet) = 0;
 };
 
