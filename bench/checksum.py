@@ -39,7 +39,7 @@ def conform(options, folder, method):
     shutil.rmtree(folder / "cache", ignore_errors=True)
     for database in folder.glob("media.db*"):
         database.unlink()
-    environment = dict(os.environ, CHECKSUM=method, LD_PRELOAD=str(options.library.resolve()))
+    environment = dict(os.environ, CHECKSUM=method, LD_PRELOAD=str(options.preload.resolve()))
     run = subprocess.Popen([options.program, "--cache", folder / "cache", "--db",
                             folder / "media.db", "conform", folder / "a.wav"],
                            env=environment, stdout=subprocess.DEVNULL)
@@ -53,7 +53,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("program", type=pathlib.Path)
-    parser.add_argument("library", type=pathlib.Path)
+    parser.add_argument("preload", type=pathlib.Path)
     parser.add_argument("folder", type=pathlib.Path)
     parser.add_argument("--minutes", type=int, default=10)
     parser.add_argument("--rate", type=int, default=48000)

@@ -8,8 +8,8 @@
 #include "sonrel/cpu/CpuPath.h"
 
 /// Compiler vectors for kernels that are written once and compiled for several instruction sets
-/// (see Kernels.h). Their operators compute lane by lane what the scalar operators compute, so
-/// every width gives the same bits. Only AddProduct differs.
+/// (see Kernels.h). Their operators compute each lane like the scalar operators, so every width
+/// gives the same bits. Only AddProduct differs.
 ///
 /// Vectors are passed by reference and never returned: without AVX the compiler has no convention
 /// for passing the wide vectors.

@@ -96,7 +96,7 @@ bool IsNoFile(const std::string& path) {
     return ::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
 }
 
-/// What the process lacks, where that made a call fail. The library's own words are those of a
+/// Names the resource that was missing when a call failed. SQLite's own message would describe a
 /// damaged or missing file.
 /// @return a clause; empty for any other failure
 std::string Shortage(sqlite3* handle, int code) {

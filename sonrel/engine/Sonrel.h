@@ -61,8 +61,8 @@ public:
     /// not stop a run, which continues with its queue: a host stops it before.
     void ResetPlaybackEngine();
 
-    /// The status that the database reported at the start; 0 means that there is no database. It
-    /// is not asked again.
+    /// The status that the database reported when the engine was created; 0 without a database. The
+    /// value does not change later.
     project::MediaDB::DatabaseStatus MediaDatabaseStatus() const;
     /// Absolute; empty without a cache.
     const std::wstring& MediaCacheFolderPath() const;

@@ -8,7 +8,7 @@
 
 namespace orlo::project {
 
-/// Keeps what is known of files that were closed.
+/// Stores the headers and identities of files that were closed.
 ///
 /// A mix of more streams than there are open files closes and opens one file for each block of each
 /// stream. From the second time on such a file is read some blocks ahead. As long as the path leads

@@ -15,7 +15,7 @@ namespace zrh::media::detail {
 
 using orlo::files::FileIdentity;
 
-/// A regular file, open for reading. Nothing else is ever opened: opening a pipe could block
+/// A regular file, open for reading. Pipes and devices are refused: opening a pipe could block
 /// forever, and opening a device could have any effect.
 ///
 /// Threads: any number may read at the same time; there is no shared position.

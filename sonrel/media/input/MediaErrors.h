@@ -38,7 +38,7 @@ enum class MediaError : int {
     IndexTooLarge = 25    ///< the index of the container is compressed or too large
 };
 
-/// The description of a code, a clause without a full stop: "there is no such file".
+/// Describes a code in a clause without a full stop: "there is no such file".
 /// @param code  a MediaError as an integer; other numbers return a general clause
 SONREL_EXPORT std::string MediaErrorText(int code);
 
