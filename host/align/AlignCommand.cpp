@@ -24,15 +24,15 @@ namespace {
 
 using project::MediaAsset;
 
-/// The recordings of a command, each file imported once. A file that cannot be used is kept with
-/// its error, so that the others are aligned all the same.
+/// The recordings of a command. Each file is imported once. A file that cannot be used is kept with
+/// its error, so that the other files are still aligned.
 class Recordings {
 public:
     Recordings(const GlobalOptions& global, const std::vector<std::string>& inputs)
         : rate_(RateFor(global)) {
         for (const std::string& input : inputs) {
             if (otio::IsTimelinePath(input)) {
-                throw UsageError("align takes media files, and " + Quoted(input) +
+                throw UsageError("align accepts media files, and " + Quoted(input) +
                                  " is a timeline");
             }
             list_.push_back({input, AbsolutePath(input), nullptr, {}, {}});
@@ -57,7 +57,7 @@ public:
 private:
     struct Source {
         std::shared_ptr<MediaAsset> asset;
-        std::string error;  ///< a clause; empty where the file can be used
+        std::string error;  ///< a clause; empty when the file can be used
     };
 
     void Import() {
@@ -132,8 +132,8 @@ private:
     int rate_ = 0;
 };
 
-/// The name of the plot of a pair: the given one; with several pairs the pair's number before its
-/// extension.
+/// The file name of the plot of a pair: the given name; with several pairs the number of the pair
+/// is inserted before the extension.
 std::string PlotName(const std::string& name, std::size_t pair, std::size_t pairs) {
     if (pairs == 1) return name;
     const std::size_t slash = name.find_last_of('/');
@@ -155,20 +155,21 @@ void ClaimOutputs(const GlobalOptions& global, const AlignOptions& options, Outp
     if (!options.otio.empty()) guard.Claim(options.otio);
 }
 
-std::string BelowClause(const RecordingPair& pair, const AlignmentAnswer& answer, double least) {
-    if (answer.tooShort) return TooShortClause(pair);
-    const double correlation = answer.found.refined.correlation;
+std::string BelowClause(const RecordingPair& pair, const AlignmentResult& result,
+                        double minCorrelation) {
+    if (result.tooShort) return TooShortClause(pair);
+    const double correlation = result.found.refined.correlation;
     const std::string found = "the correlation of " + Quoted(pair.A().input) + " and " +
                               Quoted(pair.B().input) + " is " + FormatNumber(correlation, 3);
-    if (correlation >= least) {
-        return found + ", and unrelated recordings reach " + FormatNumber(answer.found.chance, 3) +
-               " by chance in what was compared; give recordings with a longer overlap";
+    if (correlation >= minCorrelation) {
+        return found + ", and unrelated recordings reach " + FormatNumber(result.found.chance, 3) +
+               " by chance in the compared range; use recordings with a longer overlap";
     }
-    return found + ", below " + FormatNumber(least, 3) +
-           "; give a lower --min-correlation to accept it";
+    return found + ", below " + FormatNumber(minCorrelation, 3) +
+           "; set a lower --min-correlation to accept it";
 }
 
-/// The results of all pairs, one after the other.
+/// Collects the results of all pairs.
 class PairResults {
 public:
     PairResults(const AlignOptions& options, const Recordings& recordings, double fps,
@@ -181,10 +182,10 @@ public:
         outcome_.report["results"] = Json::Array();
     }
 
-    /// Of the first recording.
+    /// The grid of the first recording.
     const FrameGrid& Grid() const { return grid_; }
 
-    /// A pair that cannot be compared.
+    /// Adds a pair that cannot be compared.
     void AddError(const Recording& other, const std::string& error) {
         const std::string& first = list_.front().input;
         outcome_.report["results"].Append(
@@ -195,17 +196,17 @@ public:
         if (firstError_.empty()) firstError_ = error;
     }
 
-    void Add(const RecordingPair& pair, const AlignmentAnswer& answer, std::size_t number) {
-        outcome_.report["results"].Append(AlignmentJson(pair, answer));
-        outcome_.text += AlignmentText(pair, answer, grid_);
+    void Add(const RecordingPair& pair, const AlignmentResult& result, std::size_t number) {
+        outcome_.report["results"].Append(AlignmentJson(pair, result));
+        outcome_.text += AlignmentText(pair, result, grid_);
         if (!options_.plot.empty()) {
             WriteWholeFile(PlotName(options_.plot, number - 1, list_.size() - 1), guard_,
-                           AlignmentPlot(pair, answer));
+                           AlignmentPlot(pair, result));
         }
-        if (answer.verdict == Verdict::Aligned) {
-            synced_.push_back({&pair.B(), answer.found.refined.offset});
+        if (result.verdict == Verdict::Aligned) {
+            synced_.push_back({&pair.B(), result.found.refined.offset});
         } else if (below_.empty()) {
-            below_ = BelowClause(pair, answer, options_.minCorrelation);
+            below_ = BelowClause(pair, result, options_.minCorrelation);
         }
     }
 
@@ -267,10 +268,10 @@ Outcome RunAlign(const GlobalOptions& global, const AlignOptions& options) {
         }
         const RecordingPair pair(session.Engine(), first, list[i], recordings.Rate());
         const ReadCheck reads(*session.Engine()->Mixer(), results.Grid());
-        const AlignmentAnswer answer = Align(pair, options.minCorrelation, progress);
+        const AlignmentResult result = Align(pair, options.minCorrelation, progress);
         const std::string unreadable = reads.ErrorMessage();
         if (unreadable.empty()) {
-            results.Add(pair, answer, i);
+            results.Add(pair, result, i);
         } else {
             results.AddError(list[i], unreadable);
         }

@@ -17,45 +17,46 @@ namespace {
 
 using sonrel::AudioSync;
 
-constexpr double WELL_UNDER = 0.6;          // of the engine's own correlation
-constexpr double LAST_CORRELATION = 0.999;  // above it the rounding of the norms decides
-constexpr double CLEAR_CORRELATION = 0.7;   // that ends a search for other seconds
-constexpr double STRONG_CORRELATION = 0.5;  // of a place that lies elsewhere
-constexpr double AUDIBLE_SECONDS = 0.01;    // a change of the offset that one offset cannot fit
+constexpr double WELL_UNDER = 0.6;          // of the engine's correlation
+constexpr double LAST_CORRELATION = 0.999;  // above it the rounding of the norms dominates
+constexpr double CLEAR_CORRELATION = 0.7;   // ends a search for other seconds
+constexpr double STRONG_CORRELATION = 0.5;  // of a place with another offset
+constexpr double AUDIBLE_SECONDS = 0.01;    // a larger change does not fit one offset
 constexpr int SPREAD_PARTS = 6;
 
 [[noreturn]] void Stop() {
     ThrowInterrupted("the recordings are not aligned");
 }
 
-/// The candidates of one pair, and the best of them so far.
+/// Measures the candidates of one pair and keeps the best.
 class Aligner {
 public:
-    Aligner(const RecordingPair& pair, double leastCorrelation, Progress& progress)
-        : pair_(pair), least_(leastCorrelation), progress_(progress) {}
+    Aligner(const RecordingPair& pair, double minCorrelation, Progress& progress)
+        : pair_(pair), minCorrelation_(minCorrelation), progress_(progress) {}
 
-    AlignmentAnswer Run() {
-        answer_.referenceIsA = pair_.ReferenceIsA();
-        answer_.tooShort = IsTooShort(std::min(pair_.A().Frames(), pair_.B().Frames()));
-        if (answer_.tooShort) return answer_;
+    AlignmentResult Run() {
+        result_.referenceIsA = pair_.ReferenceIsA();
+        result_.tooShort = IsTooShort(std::min(pair_.A().Frames(), pair_.B().Frames()));
+        if (result_.tooShort) return result_;
         SearchWholes();
-        Try(answer_.engine.offset, AlignmentMethod::Search, SearchedSegments());
-        // What long stretches tell costs little, and is right where short ones repeat.
+        Try(result_.engine.offset, AlignmentMethod::Search, SearchedSegments());
+        // The comparison of levels over long ranges is cheap, and is right when short ranges
+        // repeat.
         Try(sonrel::OffsetByLevels(pair_.A().levels, pair_.B().levels, pair_.Rate()),
             AlignmentMethod::Levels, {});
         TryOtherPlaces();
         if (!EitherIsSilent()) {
-            if (!HoldsUp()) TryLoudSeconds();
-            if (!HoldsUp()) TryRanges();
+            if (!IsConfirmed()) TryLoudSeconds();
+            if (!IsConfirmed()) TryRanges();
         }
         Conclude();
-        return answer_;
+        return result_;
     }
 
 private:
     void SearchWholes() {
         bool begun = false;
-        answer_.engine = AudioSync::FindOffset(
+        result_.engine = AudioSync::FindOffset(
             pair_.Engine(), pair_.A().asset, pair_.B().asset, pair_.Rate(),
             [&](int done, int total) {
                 if (!begun) progress_.Begin("align", "blocks", total);
@@ -70,12 +71,12 @@ private:
     bool IsTooShort(long long frames) const { return frames < MinJudgedFrames(pair_.Rate()); }
 
     std::vector<FrameRange> SearchedSegments() const {
-        const Recording& reference = answer_.referenceIsA ? pair_.A() : pair_.B();
+        const Recording& reference = result_.referenceIsA ? pair_.A() : pair_.B();
         const auto seconds = sonrel::SearchedSeconds(*reference.asset->AudioStream());
         return seconds ? *seconds : std::vector<FrameRange>();
     }
 
-    /// Measures a candidate. The first one of an offset stays.
+    /// Measures a candidate. An offset that was measured before is skipped.
     void Try(long long offset, AlignmentMethod method, std::vector<FrameRange> segments) {
         if (Interrupted()) Stop();
         const bool known = std::any_of(tried_.begin(), tried_.end(), [&](long long other) {
@@ -88,18 +89,18 @@ private:
         candidate.segments = std::move(segments);
         candidate.refined = pair_.Refine(offset);
         if (IsTooShort(pair_.OverlapAt(candidate.refined.offset).Count())) return;
-        if (candidate.refined.correlation >= least_) {
+        if (candidate.refined.correlation >= minCorrelation_) {
             candidate.places = pair_.MeasureAlong(candidate.refined.offset);
             candidate.matchedSeconds = MatchedSeconds(candidate);
             candidate.chance = ChanceCorrelation(pair_, candidate.refined, candidate.places);
         }
-        if (!any_ || IsBetter(candidate, answer_.found)) answer_.found = candidate;
+        if (!any_ || IsBetter(candidate, result_.found)) result_.found = candidate;
         any_ = true;
     }
 
-    /// Whether a measure is worth its correlation: unrelated recordings do not reach it.
-    bool IsSound(const Alignment& candidate) const {
-        return candidate.refined.correlation >= std::max(least_, candidate.chance) &&
+    /// Whether the correlation of a candidate is significant: unrelated recordings do not reach it.
+    bool IsSignificant(const Alignment& candidate) const {
+        return candidate.refined.correlation >= std::max(minCorrelation_, candidate.chance) &&
                candidate.chance < LAST_CORRELATION;
     }
 
@@ -114,13 +115,14 @@ private:
                static_cast<double>(overlap.Count()) / pair_.Rate();
     }
 
-    /// Below the bound the larger correlation counts; from there on how much of the recordings
-    /// matches, so that a loop is not taken for the piece that it repeats in.
+    /// Among insignificant candidates the larger correlation is better. Among significant
+    /// candidates the longer matched part is better, so that a single period of a loop is not
+    /// mistaken for the whole.
     bool IsBetter(const Alignment& one, const Alignment& other) const {
-        const bool oneHolds = IsSound(one);
-        const bool otherHolds = IsSound(other);
-        if (oneHolds != otherHolds) return oneHolds;
-        if (!oneHolds) return one.refined.correlation > other.refined.correlation;
+        const bool isOneSignificant = IsSignificant(one);
+        const bool isOtherSignificant = IsSignificant(other);
+        if (isOneSignificant != isOtherSignificant) return isOneSignificant;
+        if (!isOneSignificant) return one.refined.correlation > other.refined.correlation;
         return one.matchedSeconds > other.matchedSeconds;
     }
 
@@ -129,30 +131,30 @@ private:
                pair_.B().levels.Rms(0, pair_.B().Frames()) == 0.0;
     }
 
-    bool HoldsUp() const {
-        return IsSound(answer_.found) &&
-               answer_.found.refined.correlation >= WELL_UNDER * answer_.engine.correlation;
+    bool IsConfirmed() const {
+        return IsSignificant(result_.found) &&
+               result_.found.refined.correlation >= WELL_UNDER * result_.engine.correlation;
     }
 
-    /// Whether no other place can be meant. A weaker match is compared with all others first.
-    bool StandsOut() const {
-        return HoldsUp() && answer_.found.refined.correlation >= CLEAR_CORRELATION;
+    /// Whether the search can stop. A weaker match is first compared with all other candidates.
+    bool IsClear() const {
+        return IsConfirmed() && result_.found.refined.correlation >= CLEAR_CORRELATION;
     }
 
-    /// Follows places of the best answer that match better somewhere else.
+    /// Tries the offsets of places that match better at another offset than the best result.
     void TryOtherPlaces() {
-        const std::vector<Measure> places = answer_.found.places;
+        const std::vector<Measure> places = result_.found.places;
         for (const Measure& place : places) {
-            if (place.correlation >= least_ &&
-                !Agrees(place, answer_.found.refined, pair_.Rate())) {
+            if (place.correlation >= minCorrelation_ &&
+                !Agrees(place, result_.found.refined, pair_.Rate())) {
                 Try(place.offset, AlignmentMethod::OtherPlaces, {});
             }
         }
     }
 
     void TryLoudSeconds() {
-        const Recording& reference = answer_.referenceIsA ? pair_.A() : pair_.B();
-        const Recording& longer = answer_.referenceIsA ? pair_.B() : pair_.A();
+        const Recording& reference = result_.referenceIsA ? pair_.A() : pair_.B();
+        const Recording& longer = result_.referenceIsA ? pair_.B() : pair_.A();
         const sonrel::SegmentSearch search{*pair_.Engine()->Mixer(), reference.asset, longer.asset,
                                            pair_.Rate()};
         const std::vector<FrameRange> seconds =
@@ -167,10 +169,10 @@ private:
             });
             for (const long long start : starts) {
                 const long long offset =
-                    answer_.referenceIsA ? second.start - start : start - second.start;
+                    result_.referenceIsA ? second.start - start : start - second.start;
                 Try(offset, AlignmentMethod::LoudSeconds, {second});
             }
-            if (StandsOut()) break;
+            if (IsClear()) break;
         }
         if (Interrupted()) Stop();
         progress_.End();
@@ -183,44 +185,45 @@ private:
         for (const RangeTry& range : tries) {
             if (Interrupted()) Stop();
             const Measure measure = pair_.MeasureAt(range.offset, range.inB);
-            if (measure.correlation >= least_) Try(measure.offset, AlignmentMethod::Ranges, {});
+            if (measure.correlation >= minCorrelation_)
+                Try(measure.offset, AlignmentMethod::Ranges, {});
             progress_.Update(++done);
-            if (StandsOut()) break;
+            if (IsClear()) break;
         }
         progress_.End();
     }
 
     void Conclude() {
-        const Measure& refined = answer_.found.refined;
-        if (refined.correlation < least_) {
-            answer_.found.chance = ChanceCorrelation(pair_, refined, {});
+        const Measure& refined = result_.found.refined;
+        if (refined.correlation < minCorrelation_) {
+            result_.found.chance = ChanceCorrelation(pair_, refined, {});
         }
-        if (IsSound(answer_.found)) {
-            answer_.verdict = Verdict::Aligned;
+        if (IsSignificant(result_.found)) {
+            result_.verdict = Verdict::Aligned;
         } else {
-            answer_.verdict =
-                refined.correlation >= 0.5 * least_ ? Verdict::Uncertain : Verdict::Unrelated;
+            result_.verdict = refined.correlation >= 0.5 * minCorrelation_ ? Verdict::Uncertain
+                                                                           : Verdict::Unrelated;
         }
-        if (answer_.verdict != Verdict::Aligned) return;
+        if (result_.verdict != Verdict::Aligned) return;
         const FrameRange overlap = pair_.OverlapAt(refined.offset);
-        answer_.drift = FitDrift(answer_.found.places, refined, overlap, pair_.Rate());
+        result_.drift = FitDrift(result_.found.places, refined, overlap, pair_.Rate());
         const double audible = AUDIBLE_SECONDS * pair_.Rate();
-        if (answer_.drift &&
-            (std::fabs(answer_.drift->change) > audible || answer_.drift->residual > audible)) {
-            answer_.oneOffsetFits = false;
+        if (result_.drift &&
+            (std::fabs(result_.drift->change) > audible || result_.drift->residual > audible)) {
+            result_.oneOffsetFits = false;
         }
-        for (const Measure& place : answer_.found.places) {
-            if (place.correlation >= std::max(least_, STRONG_CORRELATION) &&
+        for (const Measure& place : result_.found.places) {
+            if (place.correlation >= std::max(minCorrelation_, STRONG_CORRELATION) &&
                 !Agrees(place, refined, pair_.Rate())) {
-                answer_.oneOffsetFits = false;
+                result_.oneOffsetFits = false;
             }
         }
     }
 
     const RecordingPair& pair_;
-    double least_;
+    double minCorrelation_;
     Progress& progress_;
-    AlignmentAnswer answer_;
+    AlignmentResult result_;
     std::vector<long long> tried_;
     bool any_ = false;
 };
@@ -255,8 +258,8 @@ const char* VerdictName(Verdict verdict) {
     return "unrelated";
 }
 
-AlignmentAnswer Align(const RecordingPair& pair, double leastCorrelation, Progress& progress) {
-    return Aligner(pair, leastCorrelation, progress).Run();
+AlignmentResult Align(const RecordingPair& pair, double minCorrelation, Progress& progress) {
+    return Aligner(pair, minCorrelation, progress).Run();
 }
 
 }  // namespace orlo::host

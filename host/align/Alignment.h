@@ -11,51 +11,51 @@
 
 namespace orlo::host {
 
-/// How an answer was found.
+/// The method that found an alignment.
 enum class AlignmentMethod { Search, Levels, OtherPlaces, LoudSeconds, Ranges };
 
-/// The way as a word of the report.
+/// The name of a method in the report.
 const char* MethodName(AlignmentMethod method);
 
 enum class Verdict { Aligned, Uncertain, Unrelated };
 
 const char* VerdictName(Verdict verdict);
 
-/// An offset that was measured.
+/// A measured offset.
 struct Alignment {
     AlignmentMethod method = AlignmentMethod::Search;
     Measure refined;
     std::vector<Measure> places;       ///< along the overlap
-    std::vector<FrameRange> segments;  ///< that were searched for, in the reference recording
-    double matchedSeconds = 0.0;       ///< of the overlap, weighted with the correlation
-    double chance = 1.0;               ///< correlation that unrelated recordings reach
+    std::vector<FrameRange> segments;  ///< searched segments of the reference recording
+    double matchedSeconds = 0.0;  ///< matched part of the overlap, weighted with the correlation
+    double chance = 1.0;          ///< correlation that unrelated recordings reach
 };
 
-/// Sample frames of the shortest stretch whose correlation is judged: a tenth of a second. Shorter
-/// stretches of words and music rest on so few independent values that unrelated ones reach 0.9; a
-/// single frame always reaches 1.0. docs/alignment.md has the measurements.
+/// Minimum number of sample frames whose correlation is judged: a tenth of a second. Shorter ranges
+/// of speech and music have so few independent values that unrelated ranges reach 0.9; a single
+/// frame always reaches 1.0. docs/alignment.md has the measurements.
 constexpr long long MinJudgedFrames(int rate) {
     return (rate + 9LL) / 10;
 }
 
-/// What is told about a pair of recordings.
-struct AlignmentAnswer {
+/// The reported result for a pair of recordings.
+struct AlignmentResult {
     sonrel::AudioSync::CorrelationResult engine;
     Alignment found;
     std::optional<Drift> drift;
     Verdict verdict = Verdict::Unrelated;
     bool oneOffsetFits = true;
     bool referenceIsA = true;
-    bool tooShort = false;  ///< a recording cannot be judged; nothing was compared
+    bool tooShort = false;  ///< a recording is too short to be judged; no range was compared
 };
 
-/// Finds how far a pair is apart: the engine's search first, and where its answer does not hold up
-/// when it is measured again, other ways in turn.
+/// Finds the offset of a pair. The engine's search runs first; when a second measurement does not
+/// confirm its result, the other methods follow one after another.
 ///
-/// An offset at which both recordings run together for less than MinJudgedFrames is not an answer.
-/// A recording that is shorter is unrelated to everything, with the correlation 0.0.
-/// @param leastCorrelation  of the refined answer
+/// An offset with an overlap of less than MinJudgedFrames is never a result. A shorter recording is
+/// unrelated to every other recording, with the correlation 0.0.
+/// @param minCorrelation  minimum correlation of the refined result
 /// @throws CommandError when the program is asked to stop
-AlignmentAnswer Align(const RecordingPair& pair, double leastCorrelation, Progress& progress);
+AlignmentResult Align(const RecordingPair& pair, double minCorrelation, Progress& progress);
 
 }  // namespace orlo::host

@@ -48,11 +48,11 @@ std::string Attribute(const char* name, double value) {
     return std::string(" ") + name + "=\"" + Coordinate(value) + "\"";
 }
 
-/// Both recordings on A's clock.
+/// Draws both recordings on the clock of A.
 class Plot {
 public:
-    Plot(const RecordingPair& pair, const AlignmentAnswer& answer)
-        : pair_(pair), answer_(answer), offset_(answer.found.refined.offset) {
+    Plot(const RecordingPair& pair, const AlignmentResult& result)
+        : pair_(pair), result_(result), offset_(result.found.refined.offset) {
         begin_ = std::min(0LL, offset_);
         end_ = std::max(pair.A().Frames(), pair.B().Frames() + offset_);
         if (end_ <= begin_) end_ = begin_ + 1;
@@ -87,10 +87,10 @@ private:
         const double seconds = static_cast<double>(offset_) / pair_.Rate();
         Text(8, 20,
              "offset " + std::to_string(offset_) + " sample frames (" + FormatNumber(seconds, 6) +
-                 " s), correlation " + FormatNumber(answer_.found.refined.correlation, 3) + ", " +
-                 VerdictName(answer_.verdict));
-        if (answer_.drift) {
-            Text(8, 38, "drift " + FormatNumber(answer_.drift->ppm, 2) + " ppm");
+                 " s), correlation " + FormatNumber(result_.found.refined.correlation, 3) + ", " +
+                 VerdictName(result_.verdict));
+        if (result_.drift) {
+            Text(8, 38, "drift " + FormatNumber(result_.drift->ppm, 2) + " ppm");
         }
     }
 
@@ -104,7 +104,7 @@ private:
 
     void DrawLane(const Recording& recording, long long start, int top, const char* color) {
         const double middle = top + LANE_HEIGHT / 2.0;
-        // Along the upper edge from left to right, and back along the lower one.
+        // Along the upper edge from left to right, and back along the lower edge.
         std::string points;
         std::vector<std::string> lower;
         const int first = static_cast<int>(X(start));
@@ -130,11 +130,11 @@ private:
                                                static_cast<double>(end_ - begin_) / WIDTH);
     }
 
-    /// The seconds that were searched for, in the recording that they come from.
+    /// Draws the seconds that were searched for in the lane of their recording.
     void DrawSegments() {
-        const int top = answer_.referenceIsA ? TOP : TOP + LANE_HEIGHT + LANE_GAP;
-        const long long start = answer_.referenceIsA ? 0 : offset_;
-        for (const FrameRange& segment : answer_.found.segments) {
+        const int top = result_.referenceIsA ? TOP : TOP + LANE_HEIGHT + LANE_GAP;
+        const long long start = result_.referenceIsA ? 0 : offset_;
+        for (const FrameRange& segment : result_.found.segments) {
             const double x = X(segment.start + start);
             svg_ += "<rect class=\"segment\"" + Attribute("x", x) + Attribute("y", top) +
                     Attribute("width", std::max(1.5, X(segment.end + start) - x)) +
@@ -143,13 +143,13 @@ private:
         }
     }
 
-    /// The measured places, each with the offset it gave and its correlation.
+    /// Draws the measured places, each with its offset and its correlation.
     void DrawPlaces() {
         const int y = TOP + LANE_HEIGHT + LANE_GAP / 2;
-        for (const Measure& place : answer_.found.places) {
+        for (const Measure& place : result_.found.places) {
             const double x = X(place.place.start + offset_);
             const double width = std::max(2.0, X(place.place.end + offset_) - x);
-            const bool agrees = Agrees(place, answer_.found.refined, pair_.Rate());
+            const bool agrees = Agrees(place, result_.found.refined, pair_.Rate());
             svg_ += "<rect class=\"place\"" + Attribute("x", x) + Attribute("y", y - 4) +
                     Attribute("width", width) + " height=\"8\" fill=\"" +
                     (agrees ? "#2a8a2a" : "#c03030") + "\"" +
@@ -160,7 +160,7 @@ private:
     }
 
     const RecordingPair& pair_;
-    const AlignmentAnswer& answer_;
+    const AlignmentResult& result_;
     long long offset_;
     long long begin_ = 0;
     long long end_ = 0;
@@ -169,8 +169,8 @@ private:
 
 }  // namespace
 
-std::string AlignmentPlot(const RecordingPair& pair, const AlignmentAnswer& answer) {
-    return Plot(pair, answer).Document();
+std::string AlignmentPlot(const RecordingPair& pair, const AlignmentResult& result) {
+    return Plot(pair, result).Document();
 }
 
 }  // namespace orlo::host

@@ -33,14 +33,14 @@ Json PlacesJson(const std::vector<Measure>& places) {
     return list;
 }
 
-std::string StartsText(const RecordingPair& pair, const AlignmentAnswer& answer,
+std::string StartsText(const RecordingPair& pair, const AlignmentResult& result,
                        const FrameGrid& grid) {
-    const long long offset = answer.found.refined.offset;
+    const long long offset = result.found.refined.offset;
     const std::string a = Quoted(pair.A().input);
     const std::string b = Quoted(pair.B().input);
-    if (answer.tooShort) return TooShortClause(pair);
-    if (answer.verdict == Verdict::Unrelated) {
-        return "nothing was found that " + a + " and " + b + " have in common";
+    if (result.tooShort) return TooShortClause(pair);
+    if (result.verdict == Verdict::Unrelated) {
+        return a + " and " + b + " have nothing in common";
     }
     if (offset == 0) return a + " and " + b + " start together";
     const long long distance = std::llabs(offset);
@@ -50,12 +50,12 @@ std::string StartsText(const RecordingPair& pair, const AlignmentAnswer& answer,
            (offset > 0 ? "after " : "before ") + a;
 }
 
-std::string DriftText(const AlignmentAnswer& answer, int rate) {
-    if (!answer.drift) return {};
-    std::string text = "  drift       " + FormatNumber(answer.drift->ppm, 2) + " ppm (" +
-                       FormatNumber(Milliseconds(answer.drift->change, rate), 2) +
+std::string DriftText(const AlignmentResult& result, int rate) {
+    if (!result.drift) return {};
+    std::string text = "  drift       " + FormatNumber(result.drift->ppm, 2) + " ppm (" +
+                       FormatNumber(Milliseconds(result.drift->change, rate), 2) +
                        " ms along the overlap), residual " +
-                       FormatNumber(answer.drift->residual, 1) + " sample frames\n";
+                       FormatNumber(result.drift->residual, 1) + " sample frames\n";
     return text;
 }
 
@@ -64,7 +64,7 @@ const char* MethodText(AlignmentMethod method) {
         case AlignmentMethod::Search:
             return "found by the search for the loudest seconds";
         case AlignmentMethod::Levels:
-            return "found by when the levels rise";
+            return "found by comparing the rises of the levels";
         case AlignmentMethod::OtherPlaces:
             return "found by following other places along the overlap";
         case AlignmentMethod::LoudSeconds:
@@ -84,48 +84,48 @@ std::string TooShortClause(const RecordingPair& pair) {
            std::to_string(MinJudgedFrames(pair.Rate())) + " sample frames (0.1 s) that align needs";
 }
 
-Json AlignmentJson(const RecordingPair& pair, const AlignmentAnswer& answer) {
-    const Measure& refined = answer.found.refined;
-    Json result;
-    result["a"] = pair.A().input;
-    result["b"] = pair.B().input;
-    result["rate"] = pair.Rate();
-    result["engine"] = CorrelationJson(answer.engine.correlation, answer.engine.offset);
-    result["refined"] = CorrelationJson(refined.correlation, refined.offset);
-    result["offset"] = refined.offset;
-    result["seconds"] = static_cast<double>(refined.offset) / pair.Rate();
-    result["drift"] = Json();
-    if (answer.drift) {
-        result["drift"] =
-            Json::Object({{"ppm", answer.drift->ppm}, {"residual", answer.drift->residual}});
+Json AlignmentJson(const RecordingPair& pair, const AlignmentResult& result) {
+    const Measure& refined = result.found.refined;
+    Json json;
+    json["a"] = pair.A().input;
+    json["b"] = pair.B().input;
+    json["rate"] = pair.Rate();
+    json["engine"] = CorrelationJson(result.engine.correlation, result.engine.offset);
+    json["refined"] = CorrelationJson(refined.correlation, refined.offset);
+    json["offset"] = refined.offset;
+    json["seconds"] = static_cast<double>(refined.offset) / pair.Rate();
+    json["drift"] = Json();
+    if (result.drift) {
+        json["drift"] =
+            Json::Object({{"ppm", result.drift->ppm}, {"residual", result.drift->residual}});
     }
-    result["chance"] = answer.found.chance;
-    result["verdict"] = VerdictName(answer.verdict);
-    result["tooShort"] = answer.tooShort;
-    result["way"] = MethodName(answer.found.method);
-    result["oneOffsetFits"] = answer.oneOffsetFits;
-    result["overlap"] = pair.OverlapAt(refined.offset).Count();
-    result["places"] = PlacesJson(answer.found.places);
-    return result;
+    json["chance"] = result.found.chance;
+    json["verdict"] = VerdictName(result.verdict);
+    json["tooShort"] = result.tooShort;
+    json["way"] = MethodName(result.found.method);
+    json["oneOffsetFits"] = result.oneOffsetFits;
+    json["overlap"] = pair.OverlapAt(refined.offset).Count();
+    json["places"] = PlacesJson(result.found.places);
+    return json;
 }
 
-std::string AlignmentText(const RecordingPair& pair, const AlignmentAnswer& answer,
+std::string AlignmentText(const RecordingPair& pair, const AlignmentResult& result,
                           const FrameGrid& grid) {
-    const Measure& refined = answer.found.refined;
+    const Measure& refined = result.found.refined;
     const double overlap =
         static_cast<double>(pair.OverlapAt(refined.offset).Count()) / pair.Rate();
-    std::string text = StartsText(pair, answer, grid) + "\n";
-    text += "  engine      correlation " + Correlation(answer.engine.correlation) + ", offset " +
-            std::to_string(answer.engine.offset) + "\n";
+    std::string text = StartsText(pair, result, grid) + "\n";
+    text += "  engine      correlation " + Correlation(result.engine.correlation) + ", offset " +
+            std::to_string(result.engine.offset) + "\n";
     text += "  refined     correlation " + Correlation(refined.correlation) + ", offset " +
-            std::to_string(refined.offset) + ", " + MethodText(answer.found.method) + "\n";
+            std::to_string(refined.offset) + ", " + MethodText(result.found.method) + "\n";
     text += "  overlap     " + FormatDuration(overlap) +
-            ", places measured: " + std::to_string(answer.found.places.size()) + "\n";
-    text += DriftText(answer, pair.Rate());
-    if (!answer.oneOffsetFits) {
+            ", places measured: " + std::to_string(result.found.places.size()) + "\n";
+    text += DriftText(result, pair.Rate());
+    if (!result.oneOffsetFits) {
         text += "  warning     one offset cannot fit: the offset changes along the overlap\n";
     }
-    text += std::string("  verdict     ") + VerdictName(answer.verdict) + "\n";
+    text += std::string("  verdict     ") + VerdictName(result.verdict) + "\n";
     return text;
 }
 

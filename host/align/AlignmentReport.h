@@ -9,29 +9,29 @@
 
 namespace orlo::host {
 
-/// Says which recording of a pair is too short to judge.
+/// A clause that names the recording of a pair that is too short to judge.
 std::string TooShortClause(const RecordingPair& pair);
 
-/// An answer as the object that programs read.
-Json AlignmentJson(const RecordingPair& pair, const AlignmentAnswer& answer);
+/// The result as a JSON object for programs.
+Json AlignmentJson(const RecordingPair& pair, const AlignmentResult& result);
 
-/// The same as lines for people.
-/// @param grid  of A, for timecode
-std::string AlignmentText(const RecordingPair& pair, const AlignmentAnswer& answer,
+/// The result as text for people.
+/// @param grid  grid of A, for timecodes
+std::string AlignmentText(const RecordingPair& pair, const AlignmentResult& result,
                           const FrameGrid& grid);
 
-/// Both waveforms at the measured offset, the seconds that were searched for and the places that
-/// were measured, as an SVG document.
-std::string AlignmentPlot(const RecordingPair& pair, const AlignmentAnswer& answer);
+/// An SVG document with both waveforms at the measured offset, the seconds that were searched for
+/// and the measured places.
+std::string AlignmentPlot(const RecordingPair& pair, const AlignmentResult& result);
 
-/// A recording of a timeline and where it begins, in sample frames on the first one's clock.
+/// A recording of a timeline and its start, in sample frames on the clock of the first recording.
 struct SyncedRecording {
     const Recording* recording = nullptr;
     long long start = 0;
 };
 
-/// A timeline document with one track a recording, all in sync.
-/// @param fps  frames a second of the timeline
+/// A timeline document with one track per recording, all in sync.
+/// @param fps  frame rate of the timeline
 std::string SyncedTimeline(const std::vector<SyncedRecording>& recordings, int rate, double fps);
 
 }  // namespace orlo::host

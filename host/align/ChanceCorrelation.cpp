@@ -16,7 +16,7 @@ namespace {
 using sonrel::AudioSync;
 
 constexpr double PROBABILITY = 0.001;
-/// Lengths of windows in seconds: from a click to a long note.
+/// Window lengths in seconds: from a click to a long note.
 constexpr std::array<double, 5> WINDOWS{0.002, 0.008, 0.032, 0.128, 0.512};
 
 double Energy(const std::vector<float>& interleaved, std::size_t channel, std::size_t begin,
@@ -29,30 +29,30 @@ double Energy(const std::vector<float>& interleaved, std::size_t channel, std::s
     return energy;
 }
 
-/// The variance of the correlation of one channel where the sounds are unrelated and steady during
-/// each window: the more the windows have in common, the louder they are, the larger it is.
-double Variance(const StereoStretches& stretches, std::size_t channel, std::size_t window) {
-    const std::size_t frames = stretches.a.size() / 2;
+/// The variance of the correlation of one channel when the sounds are unrelated and steady during
+/// each window. It is larger the more similar and the louder the windows are.
+double Variance(const StereoRanges& ranges, std::size_t channel, std::size_t window) {
+    const std::size_t frames = ranges.a.size() / 2;
     double sum = 0.0;
     for (std::size_t begin = 0; begin < frames; begin += window) {
         const std::size_t end = std::min(frames, begin + window);
-        const double energy = AudioSync::CorrelationEnergy(
-            stretches.a.data() + 2 * begin + channel, 2, stretches.b.data() + 2 * begin + channel,
-            2, static_cast<int>(end - begin));
-        sum += energy / static_cast<double>(end - begin) *
-               Energy(stretches.a, channel, begin, end) * Energy(stretches.b, channel, begin, end);
+        const double energy = AudioSync::CorrelationEnergy(ranges.a.data() + 2 * begin + channel, 2,
+                                                           ranges.b.data() + 2 * begin + channel, 2,
+                                                           static_cast<int>(end - begin));
+        sum += energy / static_cast<double>(end - begin) * Energy(ranges.a, channel, begin, end) *
+               Energy(ranges.b, channel, begin, end);
     }
-    return sum /
-           (Energy(stretches.a, channel, 0, frames) * Energy(stretches.b, channel, 0, frames));
+    return sum / (Energy(ranges.a, channel, 0, frames) * Energy(ranges.b, channel, 0, frames));
 }
 
-/// Whether two measures share no frame.
+/// Whether two measures have no common frame.
 bool AreApart(const Measure& one, const Measure& other) {
     return one.compared.end <= other.compared.start || other.compared.end <= one.compared.start;
 }
 
-/// Every offset is tried on two channels. A place that shares no frame with the stretch and agrees
-/// with it makes a chance less likely.
+/// The natural logarithm of the number of trials: every offset is tried on two channels. A place
+/// that has no common frame with the whole range and agrees with it reduces the number, because
+/// chance is less likely.
 double LogTrials(const RecordingPair& pair, const Measure& whole,
                  const std::vector<Measure>& places) {
     double trials = std::log(2.0 * static_cast<double>(pair.A().Frames() + pair.B().Frames()));
@@ -60,7 +60,7 @@ double LogTrials(const RecordingPair& pair, const Measure& whole,
         const bool supports =
             place.correlation > 0.0 && AreApart(place, whole) && Agrees(place, whole, pair.Rate());
         if (!supports) continue;
-        // Which of the places agree is open: as many choices as there are places for each.
+        // Any of the places may agree, so each factor is multiplied by the number of places.
         const double chance =
             static_cast<double>(places.size()) * ChanceToAgree(place, whole, pair.Rate());
         trials += std::min(0.0, std::log(chance));
@@ -68,7 +68,7 @@ double LogTrials(const RecordingPair& pair, const Measure& whole,
     return trials;
 }
 
-/// With zeros after the end of the recording.
+/// Reads a range; zeros follow the end of the recording.
 std::vector<float> Read(const RecordingPair& pair, const Recording& recording,
                         const FrameRange& range) {
     std::vector<float> samples =
@@ -77,7 +77,7 @@ std::vector<float> Read(const RecordingPair& pair, const Recording& recording,
     return samples;
 }
 
-StereoStretches ReadCompared(const RecordingPair& pair, const Measure& whole) {
+StereoRanges ReadCompared(const RecordingPair& pair, const Measure& whole) {
     const FrameRange& inB = whole.compared;
     return {Read(pair, pair.A(), {inB.start + whole.offset, inB.end + whole.offset}),
             Read(pair, pair.B(), inB)};
@@ -85,16 +85,16 @@ StereoStretches ReadCompared(const RecordingPair& pair, const Measure& whole) {
 
 }  // namespace
 
-double IndependentValues(const StereoStretches& stretches, int rate) {
-    const std::size_t frames = stretches.a.size() / 2;
-    const bool isMono = sonrel::IsMono(stretches.a) && sonrel::IsMono(stretches.b);
+double IndependentValues(const StereoRanges& ranges, int rate) {
+    const std::size_t frames = ranges.a.size() / 2;
+    const bool isMono = sonrel::IsMono(ranges.a) && sonrel::IsMono(ranges.b);
     double largest = 0.0;
     for (std::size_t channel = 0; channel < (isMono ? 1U : 2U); ++channel) {
-        largest = std::fmax(largest, Variance(stretches, channel, frames));
+        largest = std::fmax(largest, Variance(ranges, channel, frames));
         for (const double seconds : WINDOWS) {
             const auto window = static_cast<std::size_t>(std::max(1.0, seconds * rate));
             if (window >= frames) break;
-            largest = std::fmax(largest, Variance(stretches, channel, window));
+            largest = std::fmax(largest, Variance(ranges, channel, window));
         }
     }
     return largest > 0.0 ? 1.0 / largest : 0.0;

@@ -7,28 +7,28 @@
 
 namespace orlo::host {
 
-/// Two equally long stretches of interleaved stereo.
-struct StereoStretches {
+/// Two ranges of interleaved stereo of equal length.
+struct StereoRanges {
     std::vector<float> a;
     std::vector<float> b;
 };
 
-/// How many independent values a correlation of two stretches rests on, where the sounds are
-/// unrelated: the fewer, the narrower their spectra are, the more their loud moments coincide, and
-/// the shorter they are. Both stretches of one channel decide, the channel with the fewer values.
-/// @return 0.0 where no channel has sound in both
-double IndependentValues(const StereoStretches& stretches, int rate);
+/// The number of independent values of a correlation of two ranges when the sounds are unrelated.
+/// The number is smaller the narrower the spectra, the more the loud moments coincide, and the
+/// shorter the ranges are. It is the number of the channel with fewer values.
+/// @return 0.0 when no channel has sound in both ranges
+double IndependentValues(const StereoRanges& ranges, int rate);
 
-/// The correlation that unrelated sounds exceed at any of the offsets that are tried with the
-/// probability @p probability at most.
-/// @param values       independent values that each correlation rests on
+/// The correlation that unrelated sounds exceed at any of the tried offsets with a probability of
+/// at most @p probability.
+/// @param values       number of independent values of each correlation
 /// @param logTrials    natural logarithm of the number of offsets
 /// @return up to 1.0, which no correlation exceeds
 double LargestByChance(double values, double logTrials, double probability);
 
-/// The correlation that unrelated recordings reach at one of all their offsets with a probability
-/// of 0.001, where they sound like these two in the stretch that was compared. Places along the
-/// overlap that agree with the stretch lower it.
+/// The correlation that unrelated recordings with the same character as the compared range reach at
+/// any offset with a probability of 0.001. Places along the overlap that agree with the range lower
+/// it.
 double ChanceCorrelation(const RecordingPair& pair, const Measure& whole,
                          const std::vector<Measure>& places);
 

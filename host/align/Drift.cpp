@@ -8,12 +8,12 @@ namespace orlo::host {
 
 namespace {
 
-constexpr double DRIFT_ALLOWANCE = 300e-6;  // clocks differ by less
-constexpr double AGREEMENT_SECONDS = 0.02;  // beside their drift
+constexpr double DRIFT_ALLOWANCE = 300e-6;  // larger than the difference of any two clocks
+constexpr double AGREEMENT_SECONDS = 0.02;  // in addition to their drift
 constexpr double MIN_DRIFT_SPAN = 20.0;     // seconds between the first and the last place
 constexpr std::size_t MIN_DRIFT_PLACES = 4;
 
-/// Frames by which the offset of a place may differ from that of the whole.
+/// Number of frames by which the offset of a place may differ from the offset of the whole.
 double AllowedDifference(const Measure& place, const Measure& whole, int rate) {
     const double distance = std::fabs(static_cast<double>(place.place.start - whole.place.start));
     return AGREEMENT_SECONDS * rate + DRIFT_ALLOWANCE * distance;
@@ -34,7 +34,7 @@ double ChanceToAgree(const Measure& place, const Measure& whole, int rate) {
 
 std::optional<Drift> FitDrift(const std::vector<Measure>& places, const Measure& whole,
                               const FrameRange& overlap, int rate) {
-    std::vector<std::pair<double, double>> points;  // frame in B, offset less the whole's
+    std::vector<std::pair<double, double>> points;  // frame in B, offset minus the whole's
     for (const Measure& place : places) {
         if (place.correlation < 0.5 * whole.correlation || !Agrees(place, whole, rate)) continue;
         points.emplace_back(static_cast<double>(place.place.start) + 0.5 * place.place.Count(),

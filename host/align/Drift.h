@@ -8,21 +8,21 @@
 
 namespace orlo::host {
 
-/// Two clocks that do not run equally fast.
+/// The drift between two clocks.
 struct Drift {
-    double ppm = 0.0;       ///< A's clock against B's: positive where A counts more frames
+    double ppm = 0.0;       ///< clock of A relative to B: positive when A counts more frames
     double residual = 0.0;  ///< root mean square distance of the places from the line, frames
-    double change = 0.0;    ///< of the offset over the whole overlap, frames
+    double change = 0.0;    ///< change of the offset over the whole overlap, frames
 };
 
-/// Whether a place measured the same offset as the whole, clocks that drift allowed for.
+/// Whether a place has the same offset as the whole, within the limits of clock drift.
 bool Agrees(const Measure& place, const Measure& whole, int rate);
 
-/// The probability with which a place of unrelated recordings agrees, at most.
+/// Upper limit of the probability that a place of unrelated recordings agrees.
 double ChanceToAgree(const Measure& place, const Measure& whole, int rate);
 
-/// Fits a line through the offsets along an overlap. @return nothing where the places are too few
-/// or too close together
+/// Fits a line through the offsets along an overlap.
+/// @return empty when the places are too few or too close together
 std::optional<Drift> FitDrift(const std::vector<Measure>& places, const Measure& whole,
                               const FrameRange& overlap, int rate);
 

@@ -7,13 +7,13 @@
 
 namespace orlo::host {
 
-/// A range of B, and the offset at which it is compared with A.
+/// A range of B and the offset at which it is compared with A.
 struct RangeTry {
     FrameRange inB;
     long long offset = 0;
 };
 
-/// Pairs of ranges of five seconds, one in each recording, the loudest first.
+/// Pairs of ranges of five seconds, one from each recording, the loudest first.
 std::vector<RangeTry> RangesToTry(const RecordingPair& pair);
 
 }  // namespace orlo::host

@@ -13,7 +13,7 @@ using sonrel::AudioSync;
 constexpr int REFINED_SECONDS = 5;
 constexpr int PLACE_SECONDS = 2;
 constexpr int PLACES = 10;
-constexpr int STEPS_PER_SECOND = 10;  // between the beginnings of places that are tried
+constexpr int STEPS_PER_SECOND = 10;  // distance between the starts of the tried ranges
 
 }  // namespace
 
@@ -61,8 +61,8 @@ Measure RecordingPair::Refine(long long offset) const {
     if (std::llabs(first.offset - offset) <= first.place.Count() / 8) return first;
     const Measure second =
         MeasureAt(first.offset, LoudestRange(first.offset, OverlapAt(first.offset), length));
-    const bool hardlyMet = first.compared.Count() < second.compared.Count() / 2;
-    return hardlyMet || second.correlation > first.correlation ? second : first;
+    const bool hasLittleOverlap = first.compared.Count() < second.compared.Count() / 2;
+    return hasLittleOverlap || second.correlation > first.correlation ? second : first;
 }
 
 std::vector<Measure> RecordingPair::MeasureAlong(long long offset) const {

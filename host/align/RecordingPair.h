@@ -17,28 +17,27 @@ namespace orlo::host {
 
 using zrtl::FrameRange;
 
-/// A recording that is ready to be compared, conformed and with its peak file, unless it has an
+/// A recording that is ready to be compared (conformed, and with its peak file), unless it has an
 /// error.
 struct Recording {
-    std::string input;  ///< as it was named
+    std::string input;  ///< the name on the command line
     std::string path;   ///< absolute
     std::shared_ptr<project::MediaAsset> asset;
     sonrel::LevelProfile levels;
-    std::string error;  ///< why it cannot be compared; empty where it can
+    std::string error;  ///< why it cannot be compared; empty when it can
 
     long long Frames() const { return asset->AudioStream()->ConformedSampleCount(); }
 };
 
-/// What a comparison at one place gave.
+/// The result of a comparison at one place.
 struct Measure {
     double correlation = 0.0;
-    long long offset = 0;  ///< of the whole recordings: what B has at t, A has at t + offset
+    long long offset = 0;  ///< of the whole recordings: frame t of B matches frame t + offset of A
     FrameRange place;      ///< in B
-    FrameRange compared;   ///< the part of it that has sound of A at this offset, in B
+    FrameRange compared;   ///< the part of place that A covers at this offset, in B
 };
 
-/// Two recordings, and comparisons of stretches of them. Offsets are in sample frames at the common
-/// rate.
+/// Two recordings and comparisons of their ranges. Offsets are in sample frames at the common rate.
 class RecordingPair {
 public:
     RecordingPair(std::shared_ptr<sonrel::Sonrel> engine, const Recording& a, const Recording& b,
@@ -49,27 +48,28 @@ public:
     const Recording& A() const { return a_; }
     const Recording& B() const { return b_; }
     int Rate() const { return rate_; }
-    /// Whether A is the recording that stretches are taken from and searched for in the other one:
-    /// the shorter recording; B where both are equally long.
+    /// Whether A is the reference, whose ranges are searched for in the other recording. The
+    /// reference is the shorter recording; B when both have the same length.
     bool ReferenceIsA() const { return a_.Frames() < b_.Frames(); }
 
-    /// The part of B during which A runs too.
+    /// The part of B that overlaps with A.
     FrameRange OverlapAt(long long offset) const;
 
-    /// The stretch of at most @p length frames within @p within where both are loudest.
+    /// The range of at most @p length frames in @p within where both are loudest.
     FrameRange LoudestRange(long long offset, const FrameRange& within, long long length) const;
-    /// The product of both levels over a stretch of B: 0 where either is silent.
+    /// The product of both levels over a range of B; 0 when either recording is silent.
     double CommonLevel(long long offset, const FrameRange& place) const;
 
-    /// Compares a stretch of B with A at an offset. The lag found is added to the offset.
+    /// Compares a range of B with A at an offset. Adds the resulting lag to the offset.
     Measure MeasureAt(long long offset, const FrameRange& place) const;
 
-    /// Measures an offset once more, over up to five seconds of the overlap, where both are
-    /// loudest; and again from there when it was so far off that the stretches hardly met.
+    /// Measures an offset again over the loudest range of the overlap, up to five seconds. Repeats
+    /// the measurement from the new offset when the offset was so wrong that the ranges hardly
+    /// overlapped.
     Measure Refine(long long offset) const;
 
     /// Measures at places of up to two seconds along the overlap, each the loudest of its part.
-    /// Parts in which both are silent are left out; where one is silent, the correlation is 0.
+    /// Skips the parts in which both are silent; when one is silent, the correlation is 0.
     std::vector<Measure> MeasureAlong(long long offset) const;
 
 private:

@@ -18,7 +18,7 @@ Json Range(long long start, long long duration, int rate) {
                          {"duration", Time(duration, rate)}});
 }
 
-/// A local file as a URL: every byte escaped that is not plain in a path.
+/// A local file as a URL. Every byte that is not allowed in a path of a URL is escaped.
 std::string FileUrl(const std::string& path) {
     constexpr char DIGITS[] = "0123456789ABCDEF";
     std::string url = "file://";

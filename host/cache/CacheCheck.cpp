@@ -23,9 +23,9 @@ using project::CacheFileKind;
 using project::CacheRecord;
 namespace check = sonrel::CacheFileCheck;
 
-constexpr char UNFINISHED[] = "not all files were looked at";
+constexpr char UNFINISHED[] = "not all files were checked";
 
-/// The lists of the report.
+/// A list of the report.
 struct List {
     const char* key;
     const char* label;
@@ -37,13 +37,13 @@ constexpr List BROKEN = {"broken", "broken", true};
 constexpr List STALE = {"stale", "stale", true};
 constexpr List NO_CHECKSUM = {"noChecksum", "no checksum", false};
 
-/// The list that an entry belongs to.
+/// The list of an entry, and the reason.
 struct Verdict {
-    const List* list = nullptr;  ///< null where nothing is wrong
-    std::string reason;          ///< why a file is broken
+    const List* list = nullptr;  ///< null without a fault
+    std::string reason;          ///< the reason of a broken file
 };
 
-/// Variable-frame-rate files are written by other programs, in a format of theirs.
+/// Variable-frame-rate files are written by other programs in an unknown format.
 bool IsWhole(const CacheRecord& record, const std::wstring& path) {
     switch (record.kind) {
         case CacheFileKind::Conformed:
@@ -66,8 +66,7 @@ std::optional<std::uint64_t> ChecksumOf(const CacheRecord& record, const std::ws
     return checksum;
 }
 
-/// Whether a newer file has taken the place of the record's file, which stays while a program uses
-/// it.
+/// Whether a newer file has replaced the file of the record, which is kept while a program uses it.
 bool IsReplaced(const CacheRecord& record) {
     return record.mediaFingerprint == project::MediaDB::ReplacedFingerprint(record.cacheFilename);
 }
@@ -76,14 +75,14 @@ bool IsOfCurrentMedia(const CacheRecord& record) {
     return check::MediaFingerprint(record.mediaPath) == record.mediaFingerprint;
 }
 
-/// The verdict on a file whose header and length are right.
+/// The verdict on a file with a correct header and length.
 Verdict DeepVerdict(const CacheRecord& record, const std::wstring& path) {
     const bool isOurs = record.kind != CacheFileKind::Vfr;
     if (isOurs) {
         const std::optional<std::uint64_t> checksum = ChecksumOf(record, path);
         if (!checksum) return {&BROKEN, "a part of it cannot be read"};
         if (record.checksum && *checksum != *record.checksum) {
-            return {&BROKEN, "its bytes are not those that were written"};
+            return {&BROKEN, "its bytes have changed since it was written"};
         }
     }
     if (!IsReplaced(record) && !IsOfCurrentMedia(record)) return {&STALE, {}};
@@ -95,25 +94,25 @@ Verdict VerdictOn(const CacheEntry& entry, const CachePaths& paths, bool deep) {
     if (entry.state == CacheEntry::State::Orphan) return {&ORPHANS, {}};
     const std::wstring path = WidePath(CacheFilePath(paths, entry.file));
     if (!IsWhole(*entry.record, path)) {
-        return {&BROKEN, "its header does not fit its length or its record"};
+        return {&BROKEN, "its header does not match its length or its record"};
     }
     return deep ? DeepVerdict(*entry.record, path) : Verdict{};
 }
 
-/// A file with something to report.
-struct Find {
+/// A file with a reported fault or remark.
+struct Finding {
     CacheEntry entry;
     Verdict verdict;
 };
 
-std::vector<Find> LookAtAll(const CachePaths& paths, bool deep) {
-    std::vector<Find> finds;
+std::vector<Finding> CheckAll(const CachePaths& paths, bool deep) {
+    std::vector<Finding> findings;
     for (CacheEntry& entry : TakeInventory(paths)) {
         if (Interrupted()) ThrowInterrupted(UNFINISHED);
         Verdict verdict = VerdictOn(entry, paths, deep);
-        if (verdict.list != nullptr) finds.push_back({std::move(entry), std::move(verdict)});
+        if (verdict.list != nullptr) findings.push_back({std::move(entry), std::move(verdict)});
     }
-    return finds;
+    return findings;
 }
 
 using EntryKey = std::tuple<CacheEntry::State, std::string, std::wstring, std::wstring, int, int>;
@@ -124,12 +123,13 @@ EntryKey KeyOf(const CacheEntry& entry) {
             record.streamIndex, record.sampleRate};
 }
 
-/// Drops the files that another program recorded, replaced or removed since they were listed.
-void DropChanged(const CachePaths& paths, std::vector<Find>& finds) {
-    if (finds.empty()) return;
+/// Drops the files that another program has recorded, replaced or removed since they were listed.
+void DropChanged(const CachePaths& paths, std::vector<Finding>& findings) {
+    if (findings.empty()) return;
     std::set<EntryKey> present;
     for (const CacheEntry& entry : TakeInventory(paths)) present.insert(KeyOf(entry));
-    std::erase_if(finds, [&](const Find& find) { return !present.contains(KeyOf(find.entry)); });
+    std::erase_if(findings,
+                  [&](const Finding& finding) { return !present.contains(KeyOf(finding.entry)); });
 }
 
 void Report(const CacheEntry& entry, const Verdict& verdict, Outcome& outcome) {
@@ -142,7 +142,7 @@ void Report(const CacheEntry& entry, const Verdict& verdict, Outcome& outcome) {
     outcome.report[verdict.list->key].Append(json);
 }
 
-/// "1 missing, 2 broken", of the lists that are not empty and are faults.
+/// "1 missing, 2 broken": the counts of the lists of faults that are not empty.
 std::string FaultsIn(const Json& report, const std::vector<const List*>& lists) {
     std::string text;
     for (const List* list : lists) {
@@ -160,11 +160,11 @@ Outcome CheckCache(const CachePaths& paths, bool deep) {
     if (deep) lists.insert(lists.end(), {&STALE, &NO_CHECKSUM});
     Outcome outcome;
     for (const List* list : lists) outcome.report[list->key] = Json::Array();
-    std::vector<Find> finds = LookAtAll(paths, deep);
-    DropChanged(paths, finds);
-    for (const Find& find : finds) Report(find.entry, find.verdict, outcome);
+    std::vector<Finding> findings = CheckAll(paths, deep);
+    DropChanged(paths, findings);
+    for (const Finding& finding : findings) Report(finding.entry, finding.verdict, outcome);
     if (outcome.text.empty())
-        outcome.text = "every record has its whole file, and every file its record\n";
+        outcome.text = "every record has a complete file, and every file has a record\n";
     const std::string faults = FaultsIn(outcome.report, lists);
     if (deep && !faults.empty()) {
         outcome.Fail(ExitCode::JobFailed,

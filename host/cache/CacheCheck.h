@@ -8,8 +8,8 @@ namespace orlo::host {
 
 /// Compares the records of the database with the files of the cache folder. Changes neither.
 /// @param deep  also reads every file to its end, compares checksums and the state of the media
-///              files, and ends with exit code 1 when anything is wrong
-/// @throws JobError where the database or the folder cannot be read; CommandError when the program
+///              files, and fails with exit code 1 when a file has a fault
+/// @throws JobError when the database or the folder cannot be read; CommandError when the program
 ///         is asked to stop
 Outcome CheckCache(const CachePaths& paths, bool deep);
 

@@ -78,7 +78,7 @@ Outcome DiskUse(const CachePaths& paths) {
     return outcome;
 }
 
-/// What cleaning does, counted.
+/// Counts the results of cleaning.
 struct CleanSums {
     long long due = 0;
     long long removed = 0;
@@ -86,11 +86,11 @@ struct CleanSums {
     long long freedBytes = 0;
     std::string firstFailure;
 
-    void Gone(const CacheEntry& entry) {
+    void AddRemoved(const CacheEntry& entry) {
         ++removed;
         freedBytes += entry.bytes;
     }
-    void Stays(const std::string& file, const std::string& reason) {
+    void AddFailed(const std::string& file, const std::string& reason) {
         ++failed;
         if (firstFailure.empty()) firstFailure = Quoted(file) + ": " + reason;
     }
@@ -99,13 +99,13 @@ struct CleanSums {
 void RemoveOrphan(const CacheEntry& entry, const CachePaths& paths, CleanSums& sums) {
     const std::string path = CacheFilePath(paths, entry.file);
     if (unlink(path.c_str()) == 0 || errno == ENOENT) {
-        sums.Gone(entry);
+        sums.AddRemoved(entry);
     } else {
-        sums.Stays(path, std::strerror(errno));
+        sums.AddFailed(path, std::strerror(errno));
     }
 }
 
-/// The entries whose records were not used for so many days, by the database's own reckoning.
+/// The entries whose records have not been used for @p days days, as reported by the database.
 std::vector<CacheEntry> DueEntries(const CachePaths& paths, int days) {
     std::vector<CacheEntry> due;
     if (!std::filesystem::exists(paths.database)) return due;
@@ -131,13 +131,13 @@ bool IsInUse(const CachePaths& paths, const std::string& file) {
     return !sonrel::CacheFileRemoval(WidePath(paths.folder), WidePath(file)).IsAllowed();
 }
 
-/// Why a file counts as used.
+/// The reason why a file counts as used, as a clause.
 std::string UseClause(const CachePaths& paths) {
     const std::string marks = CacheFilePath(paths, sonrel::CacheFolderUse::LOCK_FILE);
     if (access(marks.c_str(), R_OK) == 0 || errno == ENOENT) {
-        return "another program uses it; try again when that has ended";
+        return "another program uses it; try again after that program has ended";
     }
-    return "whether another program uses it cannot be seen, because " + Quoted(marks) +
+    return "another program may be using it, because " + Quoted(marks) +
            " cannot be read: " + std::strerror(errno);
 }
 
@@ -150,12 +150,12 @@ std::set<std::string> FilesInUse(const CachePaths& paths, const std::vector<Cach
     return used;
 }
 
-/// Lets the engine remove what is due, and looks what is left. The end of the engine removes what
-/// is due too, so that the number of days holds until then.
+/// Lets the engine remove the due files and checks which files are left. The destructor of the
+/// engine also removes due files, with the same number of days.
 void CleanDue(const EngineSession& session, const std::vector<CacheEntry>& due, CleanSums& sums) {
     const CachePaths& paths = session.Paths();
     const std::set<std::string> used = FilesInUse(paths, due);
-    // The engine removes nothing, and gives no reason, when it cannot open the database.
+    // Reports why the database cannot be opened. The engine would silently remove nothing.
     session.Connect();
     try {
         session.Engine()->ClearCacheFiles();
@@ -172,23 +172,24 @@ void CleanDue(const EngineSession& session, const std::vector<CacheEntry>& due, 
         const std::string path = CacheFilePath(paths, entry.file);
         if (entry.file.empty() ||
             !std::filesystem::exists(std::filesystem::symlink_status(path, ignored))) {
-            sums.Gone(entry);
+            sums.AddRemoved(entry);
         } else {
             const bool isUsed = used.contains(entry.file) || IsInUse(paths, entry.file);
-            sums.Stays(path,
-                       isUsed ? UseClause(paths)
-                              : "it cannot be removed; look at its and its folder's permissions");
+            sums.AddFailed(
+                path,
+                isUsed ? UseClause(paths)
+                       : "it cannot be removed; check the permissions of the file and its folder");
         }
     }
 }
 
-/// The files without a record that no process writes, with the right to remove them.
+/// The files without a record that no process writes, with the locks that allow their removal.
 struct Orphans {
     std::vector<CacheEntry> entries;
     std::vector<sonrel::CacheFileRemoval> removals;
 };
 
-/// Whether a program may still write a file. Without locks only its age can tell.
+/// Whether a program may still be writing a file. Without locks the age of the file decides.
 bool MayBeWritten(const CachePaths& paths, const CacheEntry& entry) {
     constexpr std::chrono::hours MAX_WRITING{24};
     const std::wstring folder = WidePath(paths.folder);
@@ -198,8 +199,8 @@ bool MayBeWritten(const CachePaths& paths, const CacheEntry& entry) {
     return !error && written > std::filesystem::file_time_type::clock::now() - MAX_WRITING;
 }
 
-/// A file is recorded before its writer releases it, so that a file that nobody writes and that has
-/// no record then never gets one.
+/// A file is recorded before its writer releases it. So a file that no process writes and that has
+/// no record afterwards never gets a record.
 Orphans FindOrphans(const CachePaths& paths) {
     Orphans orphans;
     std::set<std::string> unwritten;
@@ -218,7 +219,8 @@ Orphans FindOrphans(const CachePaths& paths) {
     return orphans;
 }
 
-/// @return a line for each file
+/// Removes the files without a record.
+/// @return one line per file
 std::string CleanOrphans(const CachePaths& paths, bool dryRun, const char* verb, CleanSums& sums) {
     const Orphans orphans = FindOrphans(paths);
     std::string text;
@@ -230,9 +232,9 @@ std::string CleanOrphans(const CachePaths& paths, bool dryRun, const char* verb,
     return text;
 }
 
-/// @param global  with the number of days that cleaning takes
+/// @param global  contains the number of days for cleaning
 Outcome Clean(const GlobalOptions& global, const CacheOptions& options, const CachePaths& paths) {
-    // First, so that a database that another program just makes is whole.
+    // The session comes first, so that a database that another program is creating is complete.
     std::optional<EngineSession> session;
     if (!options.dryRun) session.emplace(global);
     CleanSums sums;

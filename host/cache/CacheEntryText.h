@@ -8,10 +8,10 @@
 
 namespace orlo::host {
 
-/// A record, a cache file, or both, for programs.
+/// A cache entry as JSON for programs.
 Json EntryJson(const CacheEntry& entry);
 
-/// The same as one line, with its line feed.
+/// A cache entry as one line of text, including the line feed.
 std::string EntryText(const CacheEntry& entry);
 std::string EntryTextWithoutState(const CacheEntry& entry);
 

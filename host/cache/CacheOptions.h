@@ -13,10 +13,10 @@ enum class CacheAction { List, DiskUse, Check, Clean };
 
 struct CacheOptions {
     CacheAction action = CacheAction::List;
-    std::optional<int> days;  ///< --keep-days where not given
+    std::optional<int> days;  ///< empty: the number of --keep-days
     bool orphans = false;
     bool dryRun = false;
-    bool deep = false;  ///< of a check: reads every file to its end
+    bool deep = false;  ///< for a check: reads every file to its end
 };
 
 void DeclareCacheOptions(CLI::App& command, CacheOptions& options);

@@ -17,7 +17,7 @@ std::string ScalarText(const Scalar& value) {
 
 }  // namespace
 
-// Defined here, so that a source that fills an object does not compile the variant's copies.
+// Defined here so that sources that fill an object do not compile the copies of the variant.
 Json::Json() = default;
 Json::Json(std::nullptr_t) {}
 Json::Json(Truth truth) : value_(truth.value) {}
@@ -33,10 +33,10 @@ Json& Json::operator=(const Json& other) = default;
 Json& Json::operator=(Json&& other) noexcept = default;
 Json::~Json() = default;
 
-/// Appends a value piece by piece, so that no second copy of it is in memory.
+/// Appends a value piece by piece, which avoids a second copy in memory.
 class Json::Writer {
 public:
-    /// @param indent  spaces of a level; 0 writes one line
+    /// @param indent  number of spaces per level; 0 writes a single line
     explicit Writer(std::size_t indent) : indent_(indent) {}
 
     std::string Take() { return std::move(text_); }

@@ -12,8 +12,8 @@
 
 namespace orlo::host {
 
-/// A JSON value. The program's results are written from it, and timeline documents are read into
-/// it. Members of an object keep the order in which they were added.
+/// A JSON value, used for the results of the program and for timeline documents. Members of an
+/// object keep the order in which they were added.
 class Json {
 public:
     struct Member;
@@ -46,9 +46,10 @@ public:
     static Json Object(Members members);
     static Json Object();
 
-    /// The member of an object, added as null where it is missing. Null becomes an object first.
+    /// The member of an object; a missing member is added as null. A null value first becomes an
+    /// object.
     Json& operator[](std::string_view key);
-    /// Appends to an array. Null becomes an array first.
+    /// Appends to an array. A null value first becomes an array.
     void Append(Json value);
 
     bool IsNull() const { return Is<std::nullptr_t>(); }
@@ -57,21 +58,20 @@ public:
     bool IsString() const { return Is<std::string>(); }
     bool IsArray() const { return Is<Items>(); }
     bool IsObject() const { return Is<Members>(); }
-    /// The name of the type as JSON has it: "null", "boolean", "number", "string", "array" or
-    /// "object".
+    /// The JSON name of the type: "null", "boolean", "number", "string", "array" or "object".
     const char* TypeName() const;
 
-    /// Only for values of the type.
+    /// Precondition: the value has this type.
     bool AsBool() const { return std::get<bool>(value_); }
     double AsNumber() const;
     const std::string& AsString() const { return std::get<std::string>(value_); }
-    /// A number without a fraction or exponent. @return nothing for other values and for numbers
-    /// beyond 64 bits with a sign
+    /// A number without a fraction or exponent.
+    /// @return empty for other values and for numbers outside the range of signed 64 bits
     std::optional<long long> AsInteger() const;
     const Items& AsArray() const { return std::get<Items>(value_); }
     const Members& AsObject() const { return std::get<Members>(value_); }
 
-    /// The member of an object; null where it is missing or this is not an object.
+    /// The member of an object; null when it is missing or this is not an object.
     const Json* Find(std::string_view key) const;
 
     /// The value as text on one line. Bytes that are not UTF-8 are replaced.

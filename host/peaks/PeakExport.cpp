@@ -25,8 +25,8 @@ constexpr int VERSION = 2;
 constexpr std::uint32_t EIGHT_BITS = 1;
 constexpr int PIXELS_AT_ONCE = 65536;
 
-/// What stands in front of the data.
-struct Head {
+/// The header of the data.
+struct Header {
     int rate = 0;
     int samplesPerPixel = 0;
     int channels = 0;
@@ -36,7 +36,7 @@ struct Head {
 class Encoder {
 public:
     virtual ~Encoder() = default;
-    virtual void Begin(const Head& head) = 0;
+    virtual void Begin(const Header& header) = 0;
     virtual void Add(const std::vector<signed char>& values) = 0;
     virtual void End() {}
 };
@@ -45,13 +45,13 @@ class BinaryEncoder final : public Encoder {
 public:
     explicit BinaryEncoder(OutputFile& output) : output_(output) {}
 
-    void Begin(const Head& head) override {
+    void Begin(const Header& header) override {
         std::string bytes;
-        for (const std::uint32_t field :
-             {static_cast<std::uint32_t>(VERSION), EIGHT_BITS,
-              static_cast<std::uint32_t>(head.rate),
-              static_cast<std::uint32_t>(head.samplesPerPixel),
-              static_cast<std::uint32_t>(head.pixels), static_cast<std::uint32_t>(head.channels)}) {
+        for (const std::uint32_t field : {static_cast<std::uint32_t>(VERSION), EIGHT_BITS,
+                                          static_cast<std::uint32_t>(header.rate),
+                                          static_cast<std::uint32_t>(header.samplesPerPixel),
+                                          static_cast<std::uint32_t>(header.pixels),
+                                          static_cast<std::uint32_t>(header.channels)}) {
             for (int shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(field >> shift);
         }
         output_.Write(bytes);
@@ -64,20 +64,20 @@ private:
     OutputFile& output_;
 };
 
-/// The list of values is put into the object piece by piece: as a whole it could take more memory
-/// than there is.
+/// Writes the list of values piece by piece, because the whole list could exceed the available
+/// memory.
 class JsonEncoder final : public Encoder {
 public:
     explicit JsonEncoder(OutputFile& output) : output_(output) {}
 
-    void Begin(const Head& head) override {
+    void Begin(const Header& header) override {
         Json object;
         object["version"] = VERSION;
-        object["channels"] = head.channels;
-        object["sample_rate"] = head.rate;
-        object["samples_per_pixel"] = head.samplesPerPixel;
+        object["channels"] = header.channels;
+        object["sample_rate"] = header.rate;
+        object["samples_per_pixel"] = header.samplesPerPixel;
         object["bits"] = 8;
-        object["length"] = head.pixels;
+        object["length"] = header.pixels;
         object["data"] = Json::Array();
         text_ = object.ToLine();
         text_.resize(text_.size() - 2);  // the closing "]}"
@@ -102,11 +102,11 @@ private:
     bool first_ = true;
 };
 
-void CopyPixels(PeakFile& peaks, const Head& head, Encoder& encoder, const std::string& path) {
-    const long long step = head.samplesPerPixel / peaks.SamplesPerBlock();
+void CopyPixels(PeakFile& peaks, const Header& header, Encoder& encoder, const std::string& path) {
+    const long long step = header.samplesPerPixel / peaks.SamplesPerBlock();
     const long long atOnce = PIXELS_AT_ONCE;
     std::vector<signed char> values;
-    for (long long pixel = 0; pixel < head.pixels; pixel += atOnce) {
+    for (long long pixel = 0; pixel < header.pixels; pixel += atOnce) {
         const long long first = pixel * step;
         const long long end = std::min<long long>((pixel + atOnce) * step, peaks.BlockCount());
         const PeakFile::Result result = peaks.GetChannelPeaks(
@@ -135,25 +135,25 @@ int ExportPeaks(const std::string& peakPath, int rate, int samplesPerPixel, Outp
     const std::string& path = output.Path();
     PeakFile peaks;
     if (!peaks.Open(WidePath(peakPath))) {
-        throw JobError("there is nothing to export to " + Quoted(path) + ": the peak file " +
-                       Quoted(peakPath) + " holds no sound");
+        throw JobError("cannot export to " + Quoted(path) + ": the peak file " + Quoted(peakPath) +
+                       " contains no sound");
     }
-    Head head;
-    head.rate = rate;
-    head.samplesPerPixel = samplesPerPixel;
-    head.channels = peaks.ChannelCount();
+    Header header;
+    header.rate = rate;
+    header.samplesPerPixel = samplesPerPixel;
+    header.channels = peaks.ChannelCount();
     const long long step = samplesPerPixel / peaks.SamplesPerBlock();
-    head.pixels = static_cast<int>((peaks.BlockCount() + step - 1) / step);
+    header.pixels = static_cast<int>((peaks.BlockCount() + step - 1) / step);
 
     BinaryEncoder binary(output);
     JsonEncoder json(output);
     Encoder& encoder = PeakExportFormatOf(path) == PeakExportFormat::Text
                            ? static_cast<Encoder&>(json)
                            : static_cast<Encoder&>(binary);
-    encoder.Begin(head);
-    CopyPixels(peaks, head, encoder, peakPath);
+    encoder.Begin(header);
+    CopyPixels(peaks, header, encoder, peakPath);
     encoder.End();
-    return head.pixels;
+    return header.pixels;
 }
 
 }  // namespace orlo::host

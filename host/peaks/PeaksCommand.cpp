@@ -18,7 +18,7 @@ namespace orlo::host {
 
 namespace {
 
-/// The name in messages of a file that is never named.
+/// The name, for messages, of a temporary file that never gets a name.
 std::string ScratchName() {
     return (std::filesystem::temp_directory_path() / "peaks.xwpk").string();
 }
@@ -44,7 +44,7 @@ Work CollectWork(const GlobalOptions& global, const PeaksOptions& options, Outpu
     return work;
 }
 
-/// The one stream that -o and --export are about.
+/// The only stream, as required by -o and --export.
 PeakTask& OnlyTask(Work& work, const PeaksOptions& options) {
     for (const MediaEntry& entry : work.entries) {
         if (entry.missing && !entry.error.empty()) throw ConditionError(entry.error);
@@ -52,7 +52,7 @@ PeakTask& OnlyTask(Work& work, const PeaksOptions& options) {
     if (work.entries.size() != 1) {
         throw JobError(Quoted(options.inputs.front()) + " uses " +
                        std::to_string(work.entries.size()) +
-                       " media, and -o and --export take one; name the media file");
+                       " media files, and -o and --export accept only one; name the media file");
     }
     const MediaEntry& entry = work.entries.front();
     if (entry.missing) throw JobError(Quoted(entry.media) + " is missing: it has no sound to read");
@@ -66,7 +66,7 @@ void ClaimOutputs(const GlobalOptions& global, const PeaksOptions& options, Outp
     if (!options.exportFile.empty()) guard.Claim(options.exportFile);
 }
 
-/// The rate of the stream's samples as they are read, which a container may tell wrong.
+/// The rate of the stream's samples as they are read, because a container may declare a wrong rate.
 int ExactRate(const PeakTask& task) {
     project::Project project;
     return ImportMediaFile(project, zrtl::ToUtf8(task.asset->Filename()),
@@ -85,8 +85,8 @@ void Export(const PeakTask& task, const PeaksOptions& options, const std::string
                     " pixels of " + std::to_string(options.zoom) + " samples\n";
 }
 
-/// Without the cache: to the file of -o, or to one without a name that is gone when the export is
-/// written.
+/// Runs without the cache. Writes the peak file of -o, or an unnamed file that exists only until
+/// the export is written.
 Outcome RunWithoutCache(const GlobalOptions& global, const PeaksOptions& options) {
     OutputGuard guard(options.overwrite);
     Work work = CollectWork(global, options, guard);
@@ -138,7 +138,7 @@ void CheckOptions(const GlobalOptions& global, const PeaksOptions& options) {
     const bool single = !options.output.empty() || !options.exportFile.empty();
     if (single && options.inputs.size() > 1) {
         throw UsageError(std::string(options.output.empty() ? "--export" : "-o") +
-                         " takes only one INPUT");
+                         " accepts only one INPUT");
     }
     if (options.force && (global.noCacheDb || !options.output.empty())) {
         throw UsageError(

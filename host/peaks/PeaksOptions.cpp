@@ -12,7 +12,7 @@ namespace {
 
 constexpr int SAMPLES_PER_BLOCK = 32;
 
-/// The samples of a pixel, which are whole blocks of a peak file.
+/// The number of samples per pixel: whole blocks of a peak file.
 CLI::Validator Zoom() {
     const CLI::Validator number = WholeNumber(SAMPLES_PER_BLOCK, std::numeric_limits<int>::max());
     const auto check = [number](std::string& text) -> std::string {

@@ -14,11 +14,11 @@ namespace orlo::host {
 
 struct PeaksOptions {
     std::vector<std::string> inputs;
-    std::string output;  ///< empty: to the cache
+    std::string output;  ///< empty: writes to the cache
     PeakMode mode = PeakMode::Auto;
     std::string exportFile;
-    int zoom = 256;          ///< samples in a pixel of the export
-    bool force = false;      ///< make files anew that are there
+    int zoom = 256;          ///< samples per pixel of the export
+    bool force = false;      ///< recreate existing files
     bool overwrite = false;  ///< whether write-protected files may be replaced
 };
 

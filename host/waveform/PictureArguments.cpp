@@ -36,16 +36,17 @@ std::optional<long long> ParseStreamPosition(std::string_view text, int rate) {
     const std::optional<double> seconds = ParseDecimal(text);
     if (!seconds) return std::nullopt;
     const long long samples = zrtl::TruncToInt64(zrtl::RoundHalfAway(*seconds * rate));
-    // Only a time that no position can hold is negative here: it lies behind every stream.
+    // A negative value here is an overflow: the time is later than the end of every stream.
     return samples < 0 ? std::numeric_limits<long long>::max() : samples;
 }
 
-/// One end of a range; @p otherwise where the text is empty.
+/// One end of a range; @p otherwise when the text is empty.
 std::optional<long long> ReadEnd(std::string_view text, int rate, long long otherwise) {
     return text.empty() ? otherwise : ParseStreamPosition(text, rate);
 }
 
-/// Both ends as they stand in the text. @throws UsageError when it is no range
+/// Both ends as written in the text.
+/// @throws UsageError when the text is not a range
 zrtl::FrameRange ReadEnds(const std::string& text, int rate, long long samples) {
     const std::string_view view = text;
     const std::size_t colon = view.find(':');
@@ -55,7 +56,7 @@ zrtl::FrameRange ReadEnds(const std::string& text, int rate, long long samples) 
         if (start && end) return {*start, *end};
     }
     throw UsageError("--range " + Quoted(text) +
-                     " is no range A:B: give seconds (12.5:20) or samples "
+                     " is not a range A:B; use seconds (12.5:20) or samples "
                      "(480000smp:960000smp)");
 }
 
@@ -71,9 +72,9 @@ PictureSize ParsePictureSize(const std::string& text) {
             return {*width, *height};
         }
     }
-    throw UsageError("--size " + Quoted(text) + " is no WIDTHxHEIGHT from 1x1 to " +
-                     std::to_string(MAX_SIDE) + " a side and " + std::to_string(MAX_PIXELS) +
-                     " pixels in all");
+    throw UsageError("--size " + Quoted(text) + " is not WIDTHxHEIGHT with sides from 1 to " +
+                     std::to_string(MAX_SIDE) + " and at most " + std::to_string(MAX_PIXELS) +
+                     " pixels");
 }
 
 sonrel::WaveformPreview::Color ParseColor(const std::string& option, const std::string& text) {
@@ -84,7 +85,7 @@ sonrel::WaveformPreview::Color ParseColor(const std::string& option, const std::
     const auto [stop, error] = std::from_chars(digits.data(), end, value, 16);
     if (error != std::errc() || stop != end || (digits.size() != 6 && digits.size() != 8)) {
         throw UsageError(option + " " + Quoted(text) +
-                         " is not a colour: give RRGGBB or RRGGBBAA in hexadecimal digits");
+                         " is not a colour; use RRGGBB or RRGGBBAA in hexadecimal digits");
     }
     if (digits.size() == 6) value = value << 8 | 0xFF;
     return {static_cast<unsigned char>(value >> 24), static_cast<unsigned char>(value >> 16),
@@ -99,13 +100,13 @@ zrtl::FrameRange ParseStreamRange(const std::string& text, int rate, long long s
     if (text.empty()) return {0, samples};
     const zrtl::FrameRange range = ReadEnds(text, rate, samples);
     if (range.start >= samples) {
-        throw UsageError("--range " + Quoted(text) + " begins at or beyond the end, which is at " +
+        throw UsageError("--range " + Quoted(text) + " starts at or after the end, which is at " +
                          std::to_string(samples) + "smp (" +
                          FormatShort(static_cast<double>(samples) / rate) + "s)");
     }
     if (range.start >= range.end) {
         throw UsageError("--range " + Quoted(text) +
-                         " is empty: its end is exclusive and must come later than its start");
+                         " is empty: its end is exclusive and must be later than its start");
     }
     return {range.start, std::min<long long>(range.end, samples)};
 }

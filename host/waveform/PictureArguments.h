@@ -14,26 +14,27 @@ struct PictureSize {
 };
 
 /// Reads "1800x280".
-/// @throws UsageError unless both are from 1 to 32767 and there are no more than 2^26 pixels: with
-///         its copies a picture then takes less than a gigabyte
+/// @throws UsageError unless both are from 1 to 32767 with at most 2^26 pixels. A picture with its
+///         copies then needs less than a gigabyte.
 PictureSize ParsePictureSize(const std::string& text);
 
-/// Reads a colour as six or eight hexadecimal digits, RRGGBB or RRGGBBAA; without alpha it is
-/// solid.
+/// Reads a colour as six or eight hexadecimal digits, RRGGBB or RRGGBBAA; without alpha the colour
+/// is opaque.
 /// @param option  the option that the text belongs to, for the message
 /// @throws UsageError
 sonrel::WaveformPreview::Color ParseColor(const std::string& option, const std::string& text);
 
-/// Refuses what is no range of any stream, before one is looked at. @throws UsageError
+/// Checks the syntax of a range before a stream is opened.
+/// @throws UsageError when the text is not a range
 void CheckStreamRange(const std::string& text);
 
 /// Reads "A:B", each in seconds (12.5 or 12.5s, rounded half away from zero to a sample frame) or
-/// sample frames (480000smp). A left out is the start of the stream, B left out or beyond the end
-/// is its end.
-/// @param text  empty is the whole stream
-/// @param rate  of the stream, hertz
-/// @param samples  of the stream, above 0
-/// @throws UsageError when the text is no range or nothing of the stream lies in it
+/// sample frames (480000smp). An empty A is the start of the stream; an empty B, or a B after the
+/// end, is the end of the stream.
+/// @param text     empty for the whole stream
+/// @param rate     sample rate of the stream, hertz
+/// @param samples  length of the stream, above 0
+/// @throws UsageError when the text is not a range or does not overlap the stream
 zrtl::FrameRange ParseStreamRange(const std::string& text, int rate, long long samples);
 
 }  // namespace orlo::host

@@ -11,14 +11,14 @@ namespace orlo::host {
 
 namespace {
 
-/// A step from label to label and the marks that it is divided by.
+/// The time between two labels, and the number of parts into which marks divide it.
 struct RulerStep {
     double seconds;
     int parts;
 };
 
 constexpr int LABEL_GAP = 14;
-constexpr int LABEL_INDENT = 3;  ///< from a mark to its label
+constexpr int LABEL_INDENT = 3;  ///< distance from a mark to its label
 
 /// Steps of time in rising order: 1e-6 s, 2e-6 s, 5e-6 s and so on below a second, then seconds,
 /// minutes and hours.

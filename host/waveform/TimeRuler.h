@@ -12,12 +12,13 @@ struct RulerTick {
     std::string label;  ///< digits, colons and a point; empty for a mark between two labels
 };
 
-/// Pixels that a character of a label takes, the gap behind it included.
+/// Width of a label character in pixels, including the gap after it.
 constexpr int RULER_CHARACTER_WIDTH = 7;
 
-/// The marks of a ruler under a picture: labels at round times, 1, 2 or 5 times a power of ten
-/// below a minute's parts and 10, 15 or 30 of them above, as close as they can stand side by side,
-/// and up to four marks between two labels. No label reaches beyond the picture.
+/// The marks of a ruler below a picture. Labels are as close together as their width allows. Their
+/// step is 1, 2 or 5 times a power of ten below a second; 1, 2, 5, 10, 15 or 30 seconds or minutes;
+/// or 1, 2 or 5 times a power of ten of hours. Up to four marks divide the space between two
+/// labels. No label extends beyond the picture.
 /// @param startSeconds  time at the left edge, 0 or more
 /// @param endSeconds    time at the right edge, later than the start
 /// @param width         pixels

@@ -24,11 +24,11 @@ namespace orlo::host {
 
 namespace {
 
-/// The peak file of a stream: the one in the cache, found or made; without a cache one without a
-/// name, which lasts as long as the object.
+/// The peak file of a stream: found or made in the cache; without a cache an unnamed file with the
+/// lifetime of this object.
 class StreamPeaks {
 public:
-    /// @param picture  the file that the peaks are for
+    /// @param picture  the output file, for messages
     StreamPeaks(const EngineSession& session, const PeakTask& task, const std::string& picture,
                 Progress& progress) {
         if (session.Paths().folder.empty()) {
@@ -47,7 +47,7 @@ public:
     }
 
     const std::string& Path() const { return path_; }
-    /// As of PartialFile.
+    /// Like PartialFile::TemporaryName.
     std::string TemporaryName() const {
         return scratch_ ? scratch_->TemporaryName() : std::string();
     }
@@ -64,7 +64,7 @@ bool IsSvg(const std::string& output) {
     return extension == ".svg";
 }
 
-/// The ruler of what a picture shows.
+/// The ruler for the visible range of a picture.
 Ruler RulerFor(const PeakSource& source, const zrtl::FrameRange& range,
                const WaveformOptions& options) {
     const zrtl::FrameRange shown = ShownRange(source, range);
@@ -73,7 +73,7 @@ Ruler RulerFor(const PeakSource& source, const zrtl::FrameRange& range,
             options.color, options.background};
 }
 
-/// The whole output file.
+/// The bytes of the output file.
 std::string PictureBytes(const PeakSource& source, const zrtl::FrameRange& range,
                          const WaveformOptions& options) {
     PictureSize size = options.size;
@@ -98,8 +98,8 @@ void CheckOptions(const WaveformOptions& options) {
                          " is a timeline; mix it and draw the mix");
     }
     if (options.ruler && options.size.height <= RULER_HEIGHT) {
-        throw UsageError("--ruler takes " + std::to_string(RULER_HEIGHT) +
-                         " rows and leaves none for the waveform; make --size higher");
+        throw UsageError("--ruler needs " + std::to_string(RULER_HEIGHT) +
+                         " rows and leaves none for the waveform; choose a larger --size");
     }
 }
 
@@ -112,7 +112,7 @@ Outcome RunWaveform(const GlobalOptions& global, const WaveformOptions& options)
     ProtectMediaInput(options.input, guard);
     guard.Claim(options.output);
     const std::string media = AbsolutePath(options.input);
-    // The asset refers to its manager without keeping it.
+    // The asset does not own its manager.
     const auto manager = std::make_shared<project::MediaManager>();
     const PeakTask task = PeakTaskFor(manager, media, 0);
 
@@ -124,7 +124,7 @@ Outcome RunWaveform(const GlobalOptions& global, const WaveformOptions& options)
     const zrtl::FrameRange range = ParseStreamRange(options.range, source.rate, source.samples);
     std::string picture;
     {
-        // A large picture takes seconds, in calls that ask nobody.
+        // A large picture takes seconds in calls that cannot be interrupted.
         const EndOnInterrupt endable("nothing was written to " + Quoted(options.output),
                                      global.json, {output.TemporaryName(), peaks.TemporaryName()});
         picture = PictureBytes(source, range, options);

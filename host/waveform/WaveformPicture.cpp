@@ -23,18 +23,18 @@ using sonrel::PeakFile;
 using sonrel::WaveformPreview;
 
 constexpr long long BLOCK_SAMPLES = 32;
-/// A peak file without blocks is its header alone.
+/// Size of a peak file without blocks: only its header.
 constexpr std::uintmax_t HEADER_BYTES = 20;
 
-/// The blocks that a range touches; end exclusive.
+/// The blocks that overlap a range; end exclusive.
 zrtl::FrameRange BlocksOf(const PeakSource& source, const zrtl::FrameRange& range) {
     const long long blocks = source.blocks;
     return {std::min(range.start / BLOCK_SAMPLES, blocks - 1),
             std::min((range.end + BLOCK_SAMPLES - 1) / BLOCK_SAMPLES, blocks)};
 }
 
-/// How the pixels of a finished image lie in memory. Fewer blocks than pixels are stretched, and
-/// what is stretched has 32 bits a pixel.
+/// The pixel format of a finished image. An image with fewer blocks than pixels is stretched, and a
+/// stretched image has 32 bits per pixel.
 QImage::Format PixelFormat(WaveformPreview::Format format, bool stretched) {
     if (format == WaveformPreview::Format::RGB888) {
         return stretched ? QImage::Format_RGB32 : QImage::Format_RGB888;
@@ -48,17 +48,19 @@ QImage::Format PixelFormat(WaveformPreview::Format format, bool stretched) {
         throw JobError("the sound of " + Quoted(media) + " has no length");
     }
     throw JobError("cannot draw " + Quoted(media) + ": its peak file " + Quoted(peakFile) +
-                   " is damaged; run the command again, and it is made again");
+                   " is damaged; run the command again to recreate it");
 }
 
 [[noreturn]] void RefuseMemory() {
     throw JobError(
-        "there is not enough memory for the picture; make --size smaller, or allow more (ulimit "
+        "there is not enough memory for the picture; choose a smaller --size, or allow more "
+        "(ulimit "
         "-v)");
 }
 
-/// Draws into an image whose bytes all have one value.
-/// @return the result of the drawing; 0 without enough memory too, with the bytes as they were
+/// Draws into an image whose bytes are all set to one value.
+/// @return the result of the drawing. Without enough memory it is also 0, and the bytes are
+///         unchanged.
 int DrawOver(std::uint8_t before, const WaveformPreview& preview, WaveformPreview::Format format,
              QImage& image) {
     std::memset(image.bits(), before, static_cast<std::size_t>(image.sizeInBytes()));
@@ -75,9 +77,9 @@ bool IsDrawn(const QImage& image, std::uint8_t before) {
 std::string ReasonOf(int result) {
     switch (result) {
         case WaveformPreview::PEAK_FILE_NOT_OPENED:
-            return "its peak file does not open";
+            return "its peak file cannot be opened";
         case WaveformPreview::PEAK_FILE_READ_FAILED:
-            return "its peak file is cut short";
+            return "its peak file is truncated";
         default:
             return "result " + std::to_string(result);
     }
@@ -113,7 +115,7 @@ QImage DrawWaveform(const PeakSource& source, const zrtl::FrameRange& range,
     const bool stretched = blocks.end - blocks.start < size.width;
     QImage image(size.width, size.height, PixelFormat(options.format, stretched));
     if (image.isNull()) RefuseMemory();
-    // No picture has all the bytes of both.
+    // A picture cannot be equal to both fillings.
     for (const auto before : {std::uint8_t{0}, std::uint8_t{1}}) {
         const int result = DrawOver(before, preview, options.format, image);
         if (result != 0) {
@@ -128,7 +130,7 @@ std::string PngBytes(const QImage& image) {
     QByteArray bytes;
     QBuffer buffer(&bytes);
     if (!buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "PNG")) {
-        // Memory has neither a full disk nor permissions.
+        // A write to memory fails only without enough memory.
         RefuseMemory();
     }
     return bytes.toStdString();

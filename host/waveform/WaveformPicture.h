@@ -19,21 +19,21 @@ struct PeakSource {
     int blocks = 0;
 };
 
-/// Looks into a peak file for what it holds.
-/// @param samples  of the stream, as its container tells; where the blocks of the file say
-///                 otherwise, they are believed
-/// @throws JobError when it is no peak file or holds nothing
+/// Reads the properties of a peak file.
+/// @param samples  length of the stream as declared by its container; when the number of blocks
+///                 contradicts it, the blocks determine the length
+/// @throws JobError when the file is not a peak file or is empty
 PeakSource OpenPeakSource(const std::string& media, const std::string& peakFile, int rate,
                           long long samples);
 
 /// Draws a part of a stream.
-/// @param size  of the image
-/// @return an image that knows its own pixel format, whatever the drawing left
+/// @param size  size of the image
+/// @return an image with its correct pixel format set
 /// @throws JobError
 QImage DrawWaveform(const PeakSource& source, const zrtl::FrameRange& range,
                     const WaveformOptions& options, const PictureSize& size);
 
-/// The samples that the picture of a range shows: all of the blocks that the range touches.
+/// The samples that the picture of a range shows: all samples of the blocks that overlap the range.
 zrtl::FrameRange ShownRange(const PeakSource& source, const zrtl::FrameRange& range);
 
 /// The bytes of a PNG file. @throws JobError

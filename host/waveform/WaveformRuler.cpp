@@ -18,8 +18,8 @@ using Color = sonrel::WaveformPreview::Color;
 
 constexpr int LONG_MARK = 6;
 constexpr int SHORT_MARK = 3;
-constexpr int LABEL_X = 3;  ///< from a mark to its label
-constexpr int LABEL_Y = 8;  ///< from the top of the ruler
+constexpr int LABEL_X = 3;  ///< distance from a mark to its label
+constexpr int LABEL_Y = 8;  ///< distance from the top of the ruler
 constexpr int TEXT_BASELINE = 17;
 
 // A digit is drawn as seven bars, five pixels wide and nine high:
@@ -38,7 +38,7 @@ struct Bar {
 constexpr Bar BARS[7] = {{0, 0, 5, 1}, {4, 0, 1, 5}, {4, 4, 1, 5}, {0, 8, 5, 1},
                          {0, 4, 1, 5}, {0, 0, 1, 5}, {0, 4, 5, 1}};
 
-/// Text would need a display; the labels hold nothing but digits, colons and points.
+/// Drawing text would need a display. The labels contain only digits, colons and points.
 void DrawCharacter(QPainter& painter, char character, int x, int y, const QColor& color) {
     if (character == '.') painter.fillRect(x + 2, y + 8, 1, 1, color);
     if (character == ':') {
@@ -81,7 +81,7 @@ std::string EscapeXml(const std::string& text) {
     return escaped;
 }
 
-/// A colour as the attributes of an element that is filled with it.
+/// The attributes of an element that is filled with a colour.
 std::string Fill(const Color& color) {
     char text[64];
     std::snprintf(text, sizeof(text), "fill=\"#%02x%02x%02x\" fill-opacity=\"%s\"", color.red,
@@ -119,7 +119,7 @@ QImage AddRuler(const QImage& image, const Ruler& ruler) {
     picture.fill(ToQColor(ruler.background));
     std::memcpy(picture.bits(), image.constBits(), static_cast<std::size_t>(image.sizeInBytes()));
     QPainter painter(&picture);
-    // Bars that cross do not add up.
+    // Without blending, crossing bars keep the opacity of one bar.
     if (picture.hasAlphaChannel()) painter.setCompositionMode(QPainter::CompositionMode_Source);
     const QColor ink = ToQColor(ruler.color);
     painter.fillRect(0, top, image.width(), 1, ink);

@@ -80,7 +80,7 @@ inline bool WaitForStop(const RunningProgram& program) {
     return waitid(P_PID, id, &info, WSTOPPED) == 0;
 }
 
-/// Lets a stopped program continue.
+/// Continues a stopped program.
 inline void Continue(const RunningProgram& program) {
     kill(program.Id(), SIGCONT);
 }

@@ -16,7 +16,7 @@ namespace sonrel_tests {
 
 /// The result of a run of the program.
 struct ProgramResult {
-    int exitCode = -1;  ///< -1 when a signal ended it
+    int exitCode = -1;  ///< -1 when a signal ended the program
     std::string out;
     std::string err;
 
@@ -30,7 +30,7 @@ struct ProgramResult {
 /// A run of the program in the background, until Wait.
 class RunningProgram {
 public:
-    /// @param arguments  without the program's name
+    /// @param arguments  arguments without the program name
     RunningProgram(const std::filesystem::path& folder, const std::vector<std::string>& arguments)
         : out_(folder / "stdout.txt"), err_(folder / "stderr.txt") {
         std::vector<std::string> words{SONREL_PROGRAM};
@@ -87,7 +87,7 @@ public:
     /// A path in the work folder, where the program runs.
     std::filesystem::path Work(const std::string& name) const { return Path("work") / name; }
 
-    /// Runs the program with the folder's cache and database.
+    /// Runs the program with the cache and the database of this folder.
     ProgramResult Run(std::vector<std::string> arguments) const {
         return Start(std::move(arguments)).Wait();
     }

@@ -1,5 +1,4 @@
-// SPDX-License-Identifier: MIT
-// What align writes, and what it does with wrong usage and bad inputs.
+// SPDX-License-Identifier: MIT The outputs of align, wrong usage and bad inputs.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -37,7 +36,7 @@ TEST_F(AlignProgram, ThePlotShowsBothWaveformsTheSegmentsAndThePlaces) {
     EXPECT_EQ(count("offset 12000 sample frames"), 1);
 }
 
-TEST_F(AlignProgram, SeveralPairsHaveAPlotEach) {
+TEST_F(AlignProgram, EachOfSeveralPairsHasAPlot) {
     const Sound talk = Talk(3, 1);
     for (const char* name : {"a.wav", "b.wav", "c.wav"}) Write(name, With(Hiss(4, 2), talk, 0.5));
 
@@ -48,7 +47,7 @@ TEST_F(AlignProgram, SeveralPairsHaveAPlotEach) {
     EXPECT_FALSE(std::filesystem::exists(shop_.Work("plot.svg")));
 }
 
-TEST_F(AlignProgram, TheTimelineHoldsTheRecordingsInSync) {
+TEST_F(AlignProgram, TheTimelineContainsTheRecordingsInSync) {
     const Sound talk = Talk(6, 1);
     Write("a.wav", With(Hiss(8, 2), talk, 2.0));
     Write("b 50%.wav", With(Hiss(7, 3), talk, 0.4));
@@ -67,7 +66,7 @@ TEST_F(AlignProgram, TheTimelineHoldsTheRecordingsInSync) {
     EXPECT_TRUE(info.at("notTakenOver").empty());
 }
 
-TEST_F(AlignProgram, TheEarliestRecordingBeginsTheTimeline) {
+TEST_F(AlignProgram, TheTimelineStartsWithTheEarliestRecording) {
     const Sound talk = Talk(6, 1);
     Write("a.wav", With(Hiss(8, 2), talk, 0.4));
     Write("b.wav", With(Hiss(9, 3), talk, 2.0));
@@ -79,7 +78,7 @@ TEST_F(AlignProgram, TheEarliestRecordingBeginsTheTimeline) {
     EXPECT_EQ(info.at("tracks").at(1).at("objects").at(0).at("startFrame"), 0);
 }
 
-TEST_F(AlignProgram, ARecordingThatDoesNotAlignIsLeftOutOfTheTimeline) {
+TEST_F(AlignProgram, TheTimelineOmitsARecordingThatDoesNotAlign) {
     const Sound talk = Talk(4, 1);
     Write("a.wav", With(Hiss(4.5, 2), talk, 0.2));
     Write("b.wav", With(Hiss(4.5, 3), talk, 0.4));
@@ -113,7 +112,7 @@ TEST_F(AlignProgram, WrongUsageExits2WithOneLine) {
     }
 }
 
-TEST_F(AlignProgram, WithoutACacheThereIsNothingToCompare) {
+TEST_F(AlignProgram, WithoutACacheAlignIsWrongUsage) {
     Write("a.wav", Talk(1, 1));
 
     const ProgramResult result = shop_.RunBare({"--no-cache-db", "align", "@a.wav", "@a.wav"});
@@ -122,7 +121,7 @@ TEST_F(AlignProgram, WithoutACacheThereIsNothingToCompare) {
     EXPECT_TRUE(result.HasOneErrorLine());
 }
 
-TEST_F(AlignProgram, AFileThatIsMissingOrNoSoundExits1WithItsName) {
+TEST_F(AlignProgram, AFileThatIsMissingOrHasNoSoundExits1AndIsNamed) {
     Write("a.wav", Talk(1, 1));
     WriteFile(shop_.Work("text.wav"), "no sound at all");
     for (const char* name : {"gone.wav", "text.wav"}) {
@@ -177,7 +176,7 @@ TEST_F(AlignProgram, ABadFirstInputIsTheErrorOfEveryPair) {
     EXPECT_FALSE(std::filesystem::exists(shop_.Work("sync.otio")));
 }
 
-TEST_F(AlignProgram, ABadInputOutranksAPairBelowTheBound) {
+TEST_F(AlignProgram, ABadInputTakesPrecedenceOverAPairBelowTheBound) {
     Write("a.wav", Talk(6, 1));
     Write("silence.wav", Sound(4 * RATE, 0.0));
 
@@ -197,7 +196,7 @@ TEST_F(AlignProgram, ABadInputIsNeverAnOutput) {
     EXPECT_EQ(ReadFile(shop_.Work("text.wav")), "no sound at all");
 }
 
-TEST_F(AlignProgram, ProgressIsToldAsJsonLines) {
+TEST_F(AlignProgram, ProgressIsReportedAsJsonLines) {
     const Sound talk = Talk(14, 1);
     Write("a.wav", With(Hiss(16, 2), talk, 1.5));
     Write("b.wav", With(Hiss(30, 3), talk, 9.0));

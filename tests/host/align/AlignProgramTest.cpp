@@ -7,9 +7,9 @@
 namespace sonrel_tests {
 namespace {
 
-// ---- The answer
+// ---- The offset
 
-TEST_F(AlignProgram, TheOffsetIsExactThoughTheEnginesIsNot) {
+TEST_F(AlignProgram, TheOffsetIsExactAlthoughTheOffsetOfTheEngineIsNot) {
     const Sound talk = Talk(14, 1);
 
     const nlohmann::json result =
@@ -26,7 +26,7 @@ TEST_F(AlignProgram, TheOffsetIsExactThoughTheEnginesIsNot) {
     EXPECT_GT(result.at("refined").at("correlation"), 0.95);
 }
 
-TEST_F(AlignProgram, ExchangedRecordingsGiveTheNegativeOffset) {
+TEST_F(AlignProgram, ExchangedRecordingsHaveTheNegativeOffset) {
     const Sound talk = Talk(14, 1);
 
     const nlohmann::json result =
@@ -35,7 +35,7 @@ TEST_F(AlignProgram, ExchangedRecordingsGiveTheNegativeOffset) {
     EXPECT_EQ(result.at("offset"), 72321 - 12000);
 }
 
-TEST_F(AlignProgram, TheTextSaysWhichStartsLater) {
+TEST_F(AlignProgram, TheTextNamesTheRecordingThatStartsLater) {
     const Sound talk = Talk(6, 1);
     Write("a.wav", With(Hiss(8, 2), talk, 2.0));
     Write("b.wav", With(Hiss(7, 3), talk, 0.5));
@@ -80,7 +80,7 @@ TEST_F(AlignProgram, SeveralRecordingsAreAllAlignedWithTheFirst) {
 
 // ---- Hard cases
 
-TEST_F(AlignProgram, ALoopIsAlignedWithItsOwnBeginning) {
+TEST_F(AlignProgram, ALoopIsAlignedWithItsBeginning) {
     const Sound music = Repeated(Talk(2, 5), 8);
 
     const nlohmann::json result =
@@ -90,7 +90,7 @@ TEST_F(AlignProgram, ALoopIsAlignedWithItsOwnBeginning) {
     EXPECT_NE(result.at("engine").at("offset"), 24000 - 56123 + 2);
 }
 
-TEST_F(AlignProgram, ALoudestSecondOutsideTheOverlapIsNoHindrance) {
+TEST_F(AlignProgram, AnOverlapWithoutTheLoudestSecondIsFound) {
     const Sound talk = Talk(10, 9);
     const Sound a = With(With(Hiss(30, 8), talk, 20.0), Louder(Talk(5, 10), 2.0), 3.0);
 
@@ -112,7 +112,7 @@ TEST_F(AlignProgram, AShortEventInTheTailIsFound) {
 }
 
 TEST_F(AlignProgram, AnEventAcrossTheEdgeOfTwoBlocksIsFound) {
-    // Blocks of two seconds: the event lies on the edge at 16 s.
+    // Blocks of two seconds: the event is at the edge at 16 s.
     const Sound word = Talk(1.0, 15);
 
     const nlohmann::json result =
@@ -168,7 +168,7 @@ TEST_F(AlignProgram, ClocksThatAgreeHaveNoDrift) {
     EXPECT_EQ(result.at("oneOffsetFits"), true);
 }
 
-TEST_F(AlignProgram, AShortOverlapTellsNoDrift) {
+TEST_F(AlignProgram, AShortOverlapHasNoDrift) {
     const Sound talk = Talk(10, 23);
 
     EXPECT_TRUE(

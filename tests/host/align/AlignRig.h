@@ -26,7 +26,7 @@ inline Sound Hiss(double seconds, unsigned int seed, double amplitude = 40.0) {
     return sound;
 }
 
-/// Bursts of low noise with pauses between them, as speech has them.
+/// Bursts of low noise with pauses between them, like speech.
 inline Sound Talk(double seconds, unsigned int seed) {
     std::mt19937 engine(seed);
     const auto between = [&](double low, double high) {
@@ -60,7 +60,7 @@ inline Sound Louder(Sound sound, double factor) {
     return sound;
 }
 
-/// Adds a sound to a recording; what reaches beyond its end is cut.
+/// Adds a sound to a recording. The part after the end of the recording is cut.
 inline Sound With(Sound recording, const Sound& sound, double seconds, int frames = 0) {
     const auto at = static_cast<std::size_t>(seconds * RATE) + static_cast<std::size_t>(frames);
     for (std::size_t i = 0; i < sound.size() && at + i < recording.size(); ++i) {
@@ -78,7 +78,7 @@ inline std::string WaveFile(const Sound& sound) {
     return Riff(Chunk("fmt ", PcmFormat(1, 1, RATE, 16)) + Chunk("data", data));
 }
 
-/// Runs `sonrel align` on recordings that a test makes.
+/// Runs `sonrel align` on generated recordings.
 class AlignProgram : public testing::Test {
 protected:
     void Write(const std::string& name, const Sound& sound) {
@@ -91,7 +91,7 @@ protected:
         return shop_.Run(arguments);
     }
 
-    /// The only result of a run on a.wav and b.wav.
+    /// The only result of a run with a.wav and b.wav.
     nlohmann::json Align(const Sound& a, const Sound& b) {
         Write("a.wav", a);
         Write("b.wav", b);

@@ -1,5 +1,4 @@
-// SPDX-License-Identifier: MIT
-// Which recordings align calls aligned.
+// SPDX-License-Identifier: MIT The verdicts of align.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -22,7 +21,7 @@ TEST_F(AlignProgram, UnrelatedRecordingsExit3WithTheReport) {
     EXPECT_LT(result.Json().at("results").at(0).at("refined").at("correlation"), 0.3);
 }
 
-TEST_F(AlignProgram, TheBoundDecides) {
+TEST_F(AlignProgram, MinCorrelationIsTheBoundOfTheVerdict) {
     const Sound talk = Talk(6, 1);
     Write("a.wav", With(Hiss(7, 2, 700.0), talk, 0.5));
     Write("b.wav", With(Hiss(7, 3, 700.0), talk, 0.5));
@@ -42,7 +41,7 @@ TEST_F(AlignProgram, TheBoundDecides) {
     EXPECT_EQ(exitCodeAt(correlation + 0.01), 3);
 }
 
-/// A tone with a beginning and an end that are not heard.
+/// A tone with an inaudible fade-in and fade-out.
 Sound Tone(double seconds, double hertz) {
     Sound sound(static_cast<std::size_t>(seconds * RATE));
     for (std::size_t i = 0; i < sound.size(); ++i) {
@@ -76,15 +75,15 @@ TEST_F(AlignProgram, UnrelatedSoundsOfHalfASecondAreNotAligned) {
     }
 }
 
-TEST_F(AlignProgram, TheErrorNamesWhatUnrelatedRecordingsReach) {
+TEST_F(AlignProgram, TheErrorStatesTheCorrelationThatUnrelatedRecordingsReach) {
     Write("a.wav", With(Hiss(9, 1), Tone(6, 440), 1.0));
     Write("b.wav", With(Hiss(12, 2), Tone(8, 440), 3.0));
 
     const ProgramResult result = Run({"@a.wav", "@b.wav"});
 
     EXPECT_EQ(result.exitCode, 3);
-    EXPECT_NE(result.err.find("unrelated recordings reach 1 by chance in what was compared; "
-                              "give recordings with a longer overlap"),
+    EXPECT_NE(result.err.find("unrelated recordings reach 1 by chance in the compared range; "
+                              "use recordings with a longer overlap"),
               std::string::npos)
         << result.err;
 }
@@ -123,7 +122,7 @@ TEST_F(AlignProgram, ARecordingOfLessThanASecondIsFound) {
     EXPECT_EQ(result.at("verdict"), "aligned");
 }
 
-/// The middle of a word, where it is loud from the first frame to the last.
+/// The middle of a word, loud from the first frame to the last.
 Sound Syllable(std::size_t frames) {
     const Sound talk = Talk(4, 40);
     const auto loudest = std::max_element(talk.begin() + RATE, talk.end() - RATE);
@@ -152,7 +151,7 @@ TEST_F(AlignProgram, ARecordingOfOneSampleIsUnrelatedToEverything) {
     }
 }
 
-TEST_F(AlignProgram, ARecordingIsJudgedFromATenthOfASecondOn) {
+TEST_F(AlignProgram, ARecordingOfATenthOfASecondIsJudged) {
     const Sound room = With(Hiss(12, 2), Syllable(800), 6.25);
 
     const nlohmann::json enough = Align(Syllable(800), room);
@@ -173,8 +172,8 @@ TEST_F(AlignProgram, ASilentRecordingOfATenthOfASecondIsUnrelated) {
     EXPECT_EQ(result.at("refined").at("correlation"), 0.0);
 }
 
-TEST_F(AlignProgram, AnOverlapOfLessThanATenthOfASecondIsNotAnAnswer) {
-    // The end of the first recording is the beginning of the second.
+TEST_F(AlignProgram, AnOverlapOfLessThanATenthOfASecondIsNotAResult) {
+    // The end of the first recording equals the start of the second.
     const auto overlapOf = [&](std::size_t frames) {
         const Sound syllable = Syllable(frames);
         Sound first(4 * RATE - frames, 0.0);

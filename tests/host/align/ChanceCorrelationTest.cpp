@@ -11,7 +11,7 @@ namespace {
 
 using orlo::host::IndependentValues;
 using orlo::host::LargestByChance;
-using orlo::host::StereoStretches;
+using orlo::host::StereoRanges;
 
 constexpr int RATE = 8000;
 
@@ -51,7 +51,7 @@ double ValuesOf(const Signal& a, const Signal& b) {
     return IndependentValues({Stereo(a, a), Stereo(b, b)}, RATE);
 }
 
-// ---- How many values
+// ---- The number of values
 
 TEST(IndependentValues, OfNoiseAreAboutAsManyAsItsFrames) {
     const double values = ValuesOf(Noise(8000, 1), Noise(8000, 2));
@@ -70,7 +70,7 @@ TEST(IndependentValues, OfNarrowSpectraAreFewer) {
     EXPECT_LT(values, 1.1 * expected);
 }
 
-TEST(IndependentValues, OfBurstsThatCoincideAreThoseOfTheBursts) {
+TEST(IndependentValues, OfBurstsThatCoincideAreTheValuesOfTheBursts) {
     const double values = ValuesOf(Burst(Noise(8000, 1), 4000), Burst(Noise(8000, 2), 4000));
 
     EXPECT_GT(values, 600.0);
@@ -84,7 +84,7 @@ TEST(IndependentValues, OfAToneAreFewAtAnyLength) {
     EXPECT_LT(ValuesOf(tone, tone), 3.1);
 }
 
-TEST(IndependentValues, OfSoundsThatShareALoudToneAreThoseOfTheTone) {
+TEST(IndependentValues, OfSoundsThatShareALoudToneAreTheValuesOfTheTone) {
     // The noise is quiet and long. The loud tones last 50 ms.
     Signal a = Noise(8000, 1);
     Signal b = Noise(8000, 2);
@@ -96,7 +96,7 @@ TEST(IndependentValues, OfSoundsThatShareALoudToneAreThoseOfTheTone) {
     EXPECT_LT(ValuesOf(a, b), 8.0);
 }
 
-TEST(IndependentValues, AreThoseOfTheChannelWithFewer) {
+TEST(IndependentValues, AreTheValuesOfTheChannelWithFewer) {
     const std::vector<float> a = Stereo(NarrowNoise(8000, 1), Noise(8000, 2));
     const std::vector<float> b = Stereo(NarrowNoise(8000, 3), Noise(8000, 4));
 
@@ -113,10 +113,9 @@ TEST(IndependentValues, OfSilenceAreNone) {
 
 TEST(IndependentValues, OfASilentChannelDoNotCount) {
     const Signal silence(8000, 0.0);
-    const StereoStretches stretches{Stereo(Noise(8000, 1), silence),
-                                    Stereo(Noise(8000, 2), silence)};
+    const StereoRanges ranges{Stereo(Noise(8000, 1), silence), Stereo(Noise(8000, 2), silence)};
 
-    EXPECT_GT(IndependentValues(stretches, RATE), 6000.0);
+    EXPECT_GT(IndependentValues(ranges, RATE), 6000.0);
 }
 
 // ---- The largest correlation

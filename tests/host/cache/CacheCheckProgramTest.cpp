@@ -30,10 +30,10 @@ void Overwrite(const std::string& path, std::size_t offset, const std::string& b
     WriteFile(path, content);
 }
 
-/// Every kind of damage that shows without the media file, by name.
+/// Every kind of damage that is detected without the media file, by name.
 const std::map<std::string, void (*)(const std::string&)> PEAK_DAMAGE = {
     {"empty", [](const std::string& path) { WriteFile(path, ""); }},
-    {"cut short", [](const std::string& path) { std::filesystem::resize_file(path, 34); }},
+    {"truncated", [](const std::string& path) { std::filesystem::resize_file(path, 34); }},
     {"too long", [](const std::string& path) { std::filesystem::resize_file(path, 36); }},
     {"wrong magic", [](const std::string& path) { Overwrite(path, 0, "X"); }},
     {"wrong version", [](const std::string& path) { Overwrite(path, 8, "\2"); }},
@@ -62,7 +62,7 @@ protected:
     nlohmann::json Check() { return shop_.Run({"cache", "check", "--json"}).Json(); }
     ProgramResult Deep() { return shop_.Run({"cache", "check", "--deep", "--json"}); }
 
-    /// Whether a deep check ends with exit code 1 and one file, in this list.
+    /// Whether a deep check fails with exit code 1 and reports one file, in this list.
     bool DeepFinds(const std::string& list) {
         const ProgramResult result = Deep();
         const nlohmann::json report = result.Json();
@@ -96,7 +96,7 @@ TEST_F(CacheCheckProgram, ABrokenPeakFileIsListedAndMadeAgainOnce) {
 TEST_F(CacheCheckProgram, APeakFileOfAnotherChannelCountIsMadeAgain) {
     const std::string path = Peaks("made");
     const std::string good = ReadFile(path);
-    // Five blocks of 3 bytes become three of 5: the length fits.
+    // Five blocks of 3 bytes become three blocks of 5 bytes: the length is still correct.
     Overwrite(path, 12, Little(2, 4) + Little(3, 4));
 
     EXPECT_TRUE(ReadFile(Peaks("made")) == good);
@@ -113,7 +113,7 @@ TEST_F(CacheCheckProgram, ThePeakFileOfAFileWithoutLengthIsFoundAgain) {
     EXPECT_THAT(Check().at("broken"), IsEmpty());
 }
 
-TEST_F(CacheCheckProgram, WaveformDrawsFromAPeakFileThatWasBroken) {
+TEST_F(CacheCheckProgram, WaveformRecreatesABrokenPeakFile) {
     ASSERT_EQ(shop_.Run({"waveform", "@a.wav", "-o", "@1.png"}).exitCode, 0);
     std::filesystem::resize_file(Peaks("found"), 25);
 
@@ -123,7 +123,7 @@ TEST_F(CacheCheckProgram, WaveformDrawsFromAPeakFileThatWasBroken) {
     EXPECT_TRUE(ReadFile(shop_.Work("1.png")) == ReadFile(shop_.Work("2.png")));
 }
 
-TEST_F(CacheCheckProgram, AlignUsesAPeakFileThatWasBroken) {
+TEST_F(CacheCheckProgram, AlignRecreatesABrokenPeakFile) {
     WriteFile(shop_.Work("a.wav"), ConformedFileBytes(9600, 8000));
     const ProgramResult first = shop_.Run({"align", "@a.wav", "@a.wav", "--json"});
     std::filesystem::resize_file(Peaks("found"), 25);
@@ -156,9 +156,9 @@ TEST_F(CacheCheckProgram, AConformedFileAtAnotherRateThanItsRecordIsMadeAgain) {
     EXPECT_EQ(Conform("found"), made);
 }
 
-// ---- reading everything
+// ---- deep checks
 
-TEST_F(CacheCheckProgram, ADeepCheckOfAWholeCacheFindsNothing) {
+TEST_F(CacheCheckProgram, ADeepCheckOfAnIntactCacheReportsNoFaults) {
     WriteFile(shop_.Work("long.wav"), ConformedFileBytes(250000, 8000));  // made by four tasks
     Conform("made");
     Peaks("made");
@@ -185,7 +185,7 @@ TEST_F(CacheCheckProgram, ADeepCheckFindsEveryFlippedByte) {
     }
 }
 
-TEST_F(CacheCheckProgram, ZerosInsideAFileAreFoundByADeepCheckAlone) {
+TEST_F(CacheCheckProgram, OnlyADeepCheckFindsZerosInsideAFile) {
     WriteFile(shop_.Work("a.wav"), ConformedFileBytes(48000, 8000));
     for (const std::string& path : {Conform("made"), Peaks("made")}) {
         Overwrite(path, 4096, std::string(512, '\0'));
@@ -198,7 +198,7 @@ TEST_F(CacheCheckProgram, ZerosInsideAFileAreFoundByADeepCheckAlone) {
         EXPECT_EQ(result.Json().at("broken").at(0).at("file"),
                   std::filesystem::path(path).filename().string());
         EXPECT_EQ(result.Json().at("broken").at(0).at("reason"),
-                  "its bytes are not those that were written");
+                  "its bytes have changed since it was written");
         std::filesystem::remove(path);
         ASSERT_NE(path, path.ends_with(".xwmc") ? Conform("made") : Peaks("made"));
     }
@@ -251,7 +251,7 @@ TEST_F(CacheCheckProgram, ADatabaseOfVersion1IsCheckedAndThenUsed) {
     EXPECT_THAT(Deep().Json().at("noChecksum"), ElementsAre(testing::_));
 }
 
-TEST_F(CacheCheckProgram, ADeepCheckChangesNothing) {
+TEST_F(CacheCheckProgram, ADeepCheckDoesNotChangeTheCache) {
     const std::string path = Conform("made");
     Overwrite(path, 50, "x");
     const std::string database = ReadFile(shop_.Path("media.db"));

@@ -1,6 +1,5 @@
-// SPDX-License-Identifier: MIT
-// Programs that change one cache at the same moment. The program under test is stopped at a chosen
-// file operation, and the test does what another program would do then.
+// SPDX-License-Identifier: MIT Programs that change one cache at the same time. The program under
+// test is stopped at a chosen file operation, and the test then acts as the other program.
 #include <gmock/gmock.h>
 
 #include "sonrel/cache/CacheFileCheck.h"
@@ -43,7 +42,7 @@ protected:
         return StartWithFault(shop_, stop, 1, arguments);
     }
 
-    /// Records a file of another program, which that program has removed again.
+    /// Records a file of another program that this program has already removed.
     void RecordTheirs() const {
         const std::wstring media = zrtl::FromUtf8(shop_.Work("a.wav").string());
         const std::string fingerprint =
@@ -64,7 +63,7 @@ protected:
     ProgramResult Make() const {
         return shop_.Run({GetParam().command, "@a.wav", "--json"});
     }
-    /// Another program makes the file anew, while the program under test runs.
+    /// Another program recreates the file while the program under test runs.
     ProgramResult ForceElsewhere() const {
         fs::create_directory(shop_.Path("other"));
         return RunningProgram(shop_.Path("other"),
@@ -76,7 +75,7 @@ protected:
         return result.Json().at("files").at(0).at("path");
     }
 
-    /// Whether the command made a file, which is found again and the only file of the cache.
+    /// Whether the command made a file that is found again and is the only file of the cache.
     void ExpectMade(const ProgramResult& result) const {
         ASSERT_EQ(result.exitCode, 0) << result.err;
         EXPECT_EQ(result.Json().at("files").at(0).at("status"), "made");
@@ -92,12 +91,12 @@ INSTANTIATE_TEST_SUITE_P(Kinds, CacheRace, testing::Values(CONFORM, PEAKS),
                              return test.param.table == CONFORM.table ? "Conform" : "Peaks";
                          });
 
-TEST_P(CacheRace, AFileIsMadeHoweverOftenOtherProgramsRecordTheirsFirst) {
+TEST_P(CacheRace, AFileIsMadeAlthoughOtherProgramsRecordTheirFilesFirst) {
     RunningProgram program = StartStopping("fsync", {GetParam().command, "@a.wav", "--json"});
 
     int conversions = 0;
     for (; WaitForStop(program); ++conversions) {
-        // The third file replaces what is recorded.
+        // The third file replaces the record.
         RecordTheirs();
         Continue(program);
     }
@@ -106,7 +105,7 @@ TEST_P(CacheRace, AFileIsMadeHoweverOftenOtherProgramsRecordTheirsFirst) {
     ExpectMade(program.Wait());
 }
 
-TEST_P(CacheRace, AFileIsMadeWhenTheRecordOfAnotherProgramIsGoneAtTheSecondLook) {
+TEST_P(CacheRace, AFileIsMadeWhenTheRecordOfAnotherProgramDisappears) {
     RunningProgram program =
         StartStopping("fsync,unlink", {GetParam().command, "@a.wav", "--json"});
 
@@ -121,7 +120,7 @@ TEST_P(CacheRace, AFileIsMadeWhenTheRecordOfAnotherProgramIsGoneAtTheSecondLook)
     ExpectMade(program.Wait());
 }
 
-TEST_P(CacheRace, AFileThatIsReplacedDuringACheckIsNoFault) {
+TEST_P(CacheRace, AFileThatIsReplacedDuringACheckIsNotAFault) {
     Make();
     RunningProgram check = StartStopping("open", {"cache", "check", "--deep", "--json"});
     ASSERT_TRUE(WaitForStop(check)) << "when the files are listed";

@@ -23,7 +23,7 @@ namespace {
 
 using orlo::sonrel::CacheFolderUse;
 
-/// Two programs that use one cache, one of which is this test.
+/// Two programs that use one cache. This test is one of the programs.
 class SharedCacheProgram : public testing::Test {
 protected:
     void SetUp() override { WriteFile(shop_.Work("a.wav"), ConformedFileBytes(4800)); }
@@ -36,7 +36,7 @@ protected:
         return shop_.Run({"peaks", "@a.wav", "--json"}).Json().at("files").at(0).at("path");
     }
 
-    /// Runs another program on the cache, whose output goes to the folder "other".
+    /// Runs another program on the cache. Its output is in the folder "other".
     ProgramResult Elsewhere(const std::vector<std::string>& command) const {
         std::vector<std::string> arguments{"--cache", shop_.Path("cache"), "--db",
                                            shop_.Path("media.db")};
@@ -108,7 +108,7 @@ TEST_F(SharedCacheProgram, CleaningOrphansKeepsAFileThatIsBeingWritten) {
     EXPECT_FALSE(std::filesystem::exists(file));
 }
 
-TEST_F(SharedCacheProgram, AnOrphanThatIsGoneAlreadyIsASuccess) {
+TEST_F(SharedCacheProgram, AnOrphanThatIsAlreadyRemovedIsASuccess) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "a sanitizer has to be the first library";
 #endif
@@ -165,7 +165,7 @@ TEST_F(SharedCacheProgram, AMissingPermissionToReadTheMarksIsTheReasonThatIsRepo
     EXPECT_EQ(AsAnyone([&] { return Elsewhere({"cache", "clean", "--days", "0"}).exitCode; }), 1);
 
     const std::string error = ReadFile(shop_.Path("other/stderr.txt"));
-    EXPECT_NE(error.find("whether another program uses it cannot be seen, because '" +
+    EXPECT_NE(error.find("another program may be using it, because '" +
                          shop_.Path("cache/.sonrel-in-use").string() +
                          "' cannot be read: Permission denied"),
               std::string::npos)
@@ -188,7 +188,7 @@ TEST_F(SharedCacheProgram, ForceKeepsTheOldFileForTheProgramThatUsesIt) {
     EXPECT_FALSE(std::filesystem::exists(old)) << "the end of any command removes it";
 }
 
-TEST_F(SharedCacheProgram, AReplacedFileThatIsInUseIsNoFaultOfTheCache) {
+TEST_F(SharedCacheProgram, AReplacedFileThatIsInUseIsNotAFaultOfTheCache) {
     auto conformed = Use(Conform());
     auto peaks = Use(Peaks());
     ASSERT_EQ(shop_.Run({"conform", "@a.wav", "--force"}).exitCode, 0);
@@ -257,7 +257,7 @@ TEST_F(SharedCacheProgram, AMixKeepsItsFilesWhileAnotherProgramCleans) {
 // ---- reasons
 
 /// Runs a command in a folder that is on a read-only file system.
-/// @return the exit code, 90 where the file system cannot be mounted
+/// @return the exit code, 90 when the file system cannot be mounted
 int RunOnReadOnly(const Workshop& shop, const std::vector<std::string>& arguments) {
     return InAnotherProcess([&] {
         if (unshare(CLONE_NEWNS) != 0) return 90;

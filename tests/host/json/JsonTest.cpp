@@ -36,14 +36,14 @@ TEST(Json, IndentedTextHasALineForEachItemAndMember) {
               "}");
 }
 
-TEST(Json, EmptyListsAndObjectsTakeNoLines) {
+TEST(Json, EmptyListsAndObjectsHaveNoLines) {
     const Json json = Json::Object({{"list", Json::Array()}, {"object", Json::Object()}});
 
     EXPECT_EQ(json.ToLine(), R"({"list":[],"object":{}})");
     EXPECT_EQ(json.ToIndentedText(), "{\n  \"list\": [],\n  \"object\": {}\n}");
 }
 
-TEST(Json, ANullValueBecomesWhatIsAddedToIt) {
+TEST(Json, ANullValueBecomesAnObjectOrAnArrayWhenAMemberOrItemIsAdded) {
     Json json;
     json["outer"]["inner"].Append("x");
 

@@ -16,7 +16,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-/// A mono recording whose every 32 frames hold one value.
+/// A mono recording. All samples of a block of 32 frames have the same value.
 std::string Steps(const std::vector<int>& values, int rate = 8000) {
     std::string samples;
     for (const int value : values) {
@@ -43,7 +43,7 @@ protected:
     Workshop shop_;
 };
 
-TEST_F(PeaksProgram, ASecondRunFindsWhatTheFirstOneMade) {
+TEST_F(PeaksProgram, ASecondRunFindsTheFileOfTheFirst) {
     const nlohmann::json first = Peaks("a.wav");
     const nlohmann::json second = Peaks("a.wav");
 
@@ -56,7 +56,7 @@ TEST_F(PeaksProgram, ASecondRunFindsWhatTheFirstOneMade) {
     EXPECT_TRUE(first.at("error").is_null());
 }
 
-TEST_F(PeaksProgram, TheFileHoldsTheBlocksOfTheRecording) {
+TEST_F(PeaksProgram, TheFileContainsTheBlocksOfTheRecording) {
     const std::string bytes = ReadFile(Peaks("a.wav").at("path").get<std::string>());
 
     EXPECT_EQ(bytes,
@@ -77,7 +77,7 @@ TEST_F(PeaksProgram, ATouchedMediaFileGetsANewFile) {
 
 TEST_F(PeaksProgram, ARunThatFindsTheFileDoesNotReadTheSound) {
     Peaks("a.wav");
-    // Other samples under the same size and time: only their reading could tell.
+    // Other samples with the same size and time: only reading the sound would detect them.
     const auto time = std::filesystem::last_write_time(shop_.Work("a.wav"));
     WriteFile(shop_.Work("a.wav"), Steps({0, 0, 0, 0, 0}));
     std::filesystem::last_write_time(shop_.Work("a.wav"), time);
@@ -85,12 +85,12 @@ TEST_F(PeaksProgram, ARunThatFindsTheFileDoesNotReadTheSound) {
     EXPECT_EQ(Peaks("a.wav").at("status"), "found");
 }
 
-TEST_F(PeaksProgram, ADeletedFileIsMadeAnew) {
+TEST_F(PeaksProgram, ADeletedFileIsMadeAgain) {
     std::filesystem::remove(Peaks("a.wav").at("path").get<std::string>());
     EXPECT_EQ(Peaks("a.wav").at("status"), "made");
 }
 
-TEST_F(PeaksProgram, ForceMakesAFileAnewThatIsThere) {
+TEST_F(PeaksProgram, ForceRecreatesAnExistingFile) {
     const std::string first = Peaks("a.wav").at("path");
     const std::string bytes = ReadFile(first);
 
@@ -106,7 +106,7 @@ TEST_F(PeaksProgram, ForceMakesAFileAnewThatIsThere) {
     EXPECT_EQ(Peaks("a.wav").at("path"), file.at("path"));
 }
 
-TEST_F(PeaksProgram, OneBadInputDoesNotKeepTheOthersFromTheirFiles) {
+TEST_F(PeaksProgram, ABadInputDoesNotPreventTheFilesOfTheOthers) {
     WriteFile(shop_.Work("bad.wav"), "no sound at all");
 
     const ProgramResult result = shop_.Run({"peaks", "@bad.wav", "@gone.wav", "@a.wav", "--json"});
@@ -120,7 +120,7 @@ TEST_F(PeaksProgram, OneBadInputDoesNotKeepTheOthersFromTheirFiles) {
     EXPECT_EQ(files.at(2).at("status"), "made");
 }
 
-TEST_F(PeaksProgram, TooManyChannelsAreToldAndLeaveNoFile) {
+TEST_F(PeaksProgram, TooManyChannelsAreReportedAndLeaveNoFile) {
     WriteFile(shop_.Work("wide.wav"), Riff(Chunk("fmt ", PcmFormat(1, 17, 8000, 16)) +
                                            Chunk("data", std::string(34 * 100, '\1'))));
 
@@ -156,7 +156,7 @@ TEST_F(PeaksProgram, EveryModeWritesTheSameBytes) {
     EXPECT_TRUE(ReadFile(shop_.Work("multi")) == single);
 }
 
-TEST_F(PeaksProgram, AnOutputThatFailsLeavesWhatWasThere) {
+TEST_F(PeaksProgram, AnOutputThatFailsKeepsTheOldFile) {
     WriteFile(shop_.Work("bad.wav"), "no sound at all");
     WriteFile(shop_.Work("a.xwpk"), "before");
 
@@ -168,7 +168,7 @@ TEST_F(PeaksProgram, AnOutputThatFailsLeavesWhatWasThere) {
     EXPECT_EQ(shop_.Run({"peaks", "@a.wav", "-o", "@none/a.xwpk"}).exitCode, 1);
 }
 
-TEST_F(PeaksProgram, TheExportAsJsonHoldsMinimaAndMaxima) {
+TEST_F(PeaksProgram, TheExportAsJsonContainsMinimaAndMaxima) {
     const ProgramResult result =
         shop_.Run({"peaks", "@a.wav", "--export", "@a.json", "--zoom", "64", "--json"});
 
@@ -185,7 +185,7 @@ TEST_F(PeaksProgram, TheExportAsJsonHoldsMinimaAndMaxima) {
     EXPECT_THAT(data.at("data").get<std::vector<int>>(), ElementsAre(-63, 63, 0, 127, -127, 0));
 }
 
-TEST_F(PeaksProgram, TheExportAsBinaryHoldsTheSameBehindSixNumbers) {
+TEST_F(PeaksProgram, TheExportAsBinaryHasTheSameDataAfterSixNumbers) {
     ASSERT_EQ(shop_.Run({"peaks", "@a.wav", "--export", "@a.DAT", "--zoom", "32"}).exitCode, 0);
 
     EXPECT_EQ(ReadFile(shop_.Work("a.DAT")),
@@ -194,7 +194,7 @@ TEST_F(PeaksProgram, TheExportAsBinaryHoldsTheSameBehindSixNumbers) {
 }
 
 TEST_F(PeaksProgram, ALongExportIsTheSameInPieces) {
-    // More pixels than are read at once, two channels, and a pixel that the pieces must not cut.
+    // More pixels than are read at once, two channels, and a pixel at the boundary of two pieces.
     WriteFile(shop_.Work("long.wav"), ConformedFileBytes(96LL * 70000 + 5));
     ASSERT_EQ(shop_.Run({"peaks", "@long.wav", "-o", "@p", "--export", "@p.dat", "--zoom", "96"})
                   .exitCode,
@@ -249,7 +249,7 @@ class InterruptedPeaks : public PeaksProgram {
 protected:
     /// Interrupts the reading of a recording that takes seconds.
     void ExpectCleanStop(std::vector<std::string> arguments) {
-        // 1.6 GB of silence that take no room on the disk.
+        // 1.6 GB of silence that use no space on the disk.
         const std::uint32_t bytes = 1600000000;
         WriteFile(shop_.Work("long.wav"), "RIFF" + Little(36 + bytes, 4) + "WAVE" +
                                               Chunk("fmt ", PcmFormat(1, 1, 8000, 16)) + "data" +

@@ -45,7 +45,7 @@ TEST_P(UnreadablePeaks, AReadErrorKeepsNoRecordAndNoFile) {
     EXPECT_GT(failures, 4);
 }
 
-TEST_P(UnreadablePeaks, AReadErrorIsReportedWithItsPlace) {
+TEST_P(UnreadablePeaks, AReadErrorIsReportedWithItsPosition) {
     const Fault all{shop_.Path("work"), "read", "a.wav", "EIO", "all"};
     std::string errors;
     for (int number = 1;; ++number) {

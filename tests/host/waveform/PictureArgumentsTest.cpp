@@ -43,7 +43,7 @@ TEST(PictureSize, AnythingElseIsRefused) {
     }
 }
 
-TEST(PictureColor, SixDigitsAreSolid) {
+TEST(PictureColor, SixDigitsAreOpaque) {
     EXPECT_EQ(ParseColor("--color", "0a14FF"), (Color{10, 20, 255, 255}));
 }
 
@@ -52,7 +52,7 @@ TEST(PictureColor, EightDigitsEndWithAlpha) {
     EXPECT_EQ(ParseColor("--color", "00000000"), (Color{0, 0, 0, 0}));
 }
 
-TEST(PictureColor, MayBeginWithANumberSign) {
+TEST(PictureColor, MayStartWithANumberSign) {
     EXPECT_EQ(ParseColor("--color", "#ff0000"), (Color{255, 0, 0, 255}));
     EXPECT_EQ(ParseColor("--color", "#0a14FF80"), (Color{10, 20, 255, 128}));
 }
@@ -66,7 +66,7 @@ TEST(PictureColor, AnythingElseIsRefused) {
 
 // ---- ranges of a stream of two seconds at 48000 Hz
 
-TEST(StreamRange, NoneIsTheWholeStream) {
+TEST(StreamRange, AnEmptyTextIsTheWholeStream) {
     EXPECT_EQ(Range(""), std::pair(0LL, 96000LL));
 }
 
@@ -83,13 +83,13 @@ TEST(StreamRange, SecondsAreRoundedToASample) {
     EXPECT_EQ(ParseStreamRange("1.4999:2.5", 1, 10).end, 3);
 }
 
-TEST(StreamRange, AnEndLeftOutOrBeyondTheStreamIsItsEnd) {
+TEST(StreamRange, AnEmptyEndOrAnEndBeyondTheStreamIsTheEndOfTheStream) {
     EXPECT_EQ(Range("1:"), std::pair(48000LL, 96000LL));
     EXPECT_EQ(Range("1:999"), std::pair(48000LL, 96000LL));
     EXPECT_EQ(Range("1:999999999999999999999999"), std::pair(48000LL, 96000LL));
 }
 
-TEST(StreamRange, AStartLeftOutIsTheStart) {
+TEST(StreamRange, AnEmptyStartIsTheStartOfTheStream) {
     EXPECT_EQ(Range(":1"), std::pair(0LL, 48000LL));
     EXPECT_EQ(Range(":"), std::pair(0LL, 96000LL));
 }
@@ -115,7 +115,7 @@ TEST(StreamRange, AnythingElseIsRefused) {
     }
 }
 
-TEST(StreamRange, WhatFitsSomeStreamIsNotRefusedBeforeItIsKnown) {
+TEST(StreamRange, ARangeWithValidSyntaxIsAcceptedBeforeTheStreamIsOpened) {
     for (const char* text : {"", ":", "1:2", "96000smp:1", "5smp:", ":9"}) {
         EXPECT_NO_THROW(CheckStreamRange(text)) << text;
     }

@@ -15,7 +15,7 @@ std::vector<std::string> Labels(const std::vector<RulerTick>& ticks) {
     return labels;
 }
 
-TEST(RulerLabel, IsMinutesAndSecondsAndHoursFromAnHourOn) {
+TEST(RulerLabel, IsMinutesAndSecondsAndFromOneHourAlsoHours) {
     EXPECT_EQ(RulerLabel(0, 1), "0:00");
     EXPECT_EQ(RulerLabel(59, 1), "0:59");
     EXPECT_EQ(RulerLabel(61, 1), "1:01");
@@ -31,9 +31,9 @@ TEST(RulerLabel, HasTheDecimalsOfItsStep) {
     EXPECT_EQ(RulerLabel(59.9999999, 0.1), "1:00.0");
 }
 
-TEST(RulerTicks, LieAtRoundTimesOnTheirPixels) {
-    // Ten seconds on 1000 pixels: a label takes 4 characters of 7 pixels and some room, so that one
-    // second is the closest step but for a half, which has two characters more.
+TEST(RulerTicks, AreAtThePixelsOfRoundTimes) {
+    // Ten seconds on 1000 pixels: a label needs 4 characters of 7 pixels and a gap. One second is
+    // the closest step that fits; labels with a step of half a second have two more characters.
     const std::vector<RulerTick> ticks = RulerTicks(0.0, 10.0, 1000);
 
     ASSERT_EQ(Labels(ticks).size(), 10u);
@@ -45,7 +45,7 @@ TEST(RulerTicks, LieAtRoundTimesOnTheirPixels) {
     EXPECT_NEAR(ticks[1].x, 20.0, 1e-6);
 }
 
-TEST(RulerTicks, BeginAtTheFirstRoundTimeOfTheRange) {
+TEST(RulerTicks, StartAtTheFirstRoundTimeOfTheRange) {
     const std::vector<RulerTick> ticks = RulerTicks(3.5, 13.5, 1000);
 
     EXPECT_EQ(Labels(ticks).front(), "0:04");
@@ -79,7 +79,7 @@ TEST(RulerTicks, AWidePictureHasLabels) {
 TEST(RulerTicks, AnHourOnAPictureIsMarkedEveryFewMinutes) {
     const std::vector<std::string> labels = Labels(RulerTicks(0.0, 3600.0, 1800));
 
-    // "1:00:00" takes 52 pixels and room for 14 more; two minutes are 60 pixels.
+    // "1:00:00" needs 52 pixels and a gap of 14; two minutes are 60 pixels.
     EXPECT_EQ(labels[0], "0:00");
     EXPECT_EQ(labels[1], "5:00");
     EXPECT_EQ(labels.back(), "55:00");

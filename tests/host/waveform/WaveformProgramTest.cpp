@@ -26,7 +26,7 @@ std::string LevelFile(long long frames, int value, int rate = 48000) {
     return Riff(Chunk("fmt ", PcmFormat(1, 1, rate, 16)) + Chunk("data", samples));
 }
 
-/// A file of full scale in its first half and silence behind it.
+/// A file with full scale in its first half and silence in its second.
 std::string HalfFile(long long frames) {
     std::string samples;
     for (long long i = 0; i < frames; ++i) samples += Little(i < frames / 2 ? 32767 : 0, 2);
@@ -51,7 +51,7 @@ protected:
         return image;
     }
 
-    /// Silence, whose peak file is under way for long enough to be interrupted.
+    /// Silence that is long enough to interrupt the making of its peak file.
     void WriteFileOfThreeHours(const std::string& name) {
         constexpr std::uint64_t BYTES = 3ULL * 3600 * 48000 * 4;
         WriteFile(shop_.Work(name), "RIFF" + Little(36 + BYTES, 4) + "WAVE" +
@@ -60,7 +60,7 @@ protected:
         std::filesystem::resize_file(shop_.Work(name), 44 + BYTES);
     }
 
-    /// Returns when a program with --progress json makes a peak file.
+    /// Waits until a program with --progress json makes a peak file.
     static void WaitForPeaks(const RunningProgram& program) {
         while (program.ErrorSoFar().find("\"peaks\"") == std::string::npos) {
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
@@ -83,7 +83,7 @@ TEST_F(WaveformProgram, WritesAClearPictureOfTheUsualSize) {
     EXPECT_EQ(picture.pixel(100, 100), BLACK);  // the loud half
 }
 
-TEST_F(WaveformProgram, EveryPixelOfAnUnstretchedPictureIsTheEngines) {
+TEST_F(WaveformProgram, EveryPixelOfAnUnstretchedPictureEqualsThePixelOfTheEngine) {
     for (const char* format : {"rgb888", "argb32"}) {
         ASSERT_EQ(Draw({"--size", "200x50", "--background", "FFFFFF", "--format", format}).exitCode,
                   0);
@@ -92,7 +92,7 @@ TEST_F(WaveformProgram, EveryPixelOfAnUnstretchedPictureIsTheEngines) {
         ASSERT_EQ(picture.size(), QSize(200, 50));
         for (int y = 0; y < 50; ++y) {
             for (int x = 0; x < 200; ++x) {
-                // Column 99 leads down to the silence behind it.
+                // Column 99 leads down to the silence after it.
                 if (x == 99 || x == 100) continue;
                 const bool loud = x < 99 || y == 49;
                 ASSERT_EQ(picture.pixel(x, y), loud ? BLACK : WHITE) << x << ", " << y;
@@ -121,7 +121,7 @@ TEST_F(WaveformProgram, AStretchedPictureKeepsItsTransparency) {
     EXPECT_EQ(Picture().pixel(790, 5), 0x80ff0000u);
 }
 
-TEST_F(WaveformProgram, AColourMayBeginWithANumberSign) {
+TEST_F(WaveformProgram, AColourMayStartWithANumberSign) {
     ASSERT_EQ(Draw({"--size", "200x50", "--color", "#ff0000"}).exitCode, 0);
 
     EXPECT_EQ(Picture().pixel(20, 40), 0xffff0000u);
@@ -135,7 +135,7 @@ TEST_F(WaveformProgram, RGBPicturesHaveNoAlpha) {
     EXPECT_TRUE(Picture().hasAlphaChannel());
 }
 
-TEST_F(WaveformProgram, ARangeShowsThatPartAlone) {
+TEST_F(WaveformProgram, ARangeShowsOnlyThatPart) {
     ASSERT_EQ(Draw({"--size", "50x20", "--range", "3200smp:4800smp"}).exitCode, 0);
     EXPECT_EQ(Picture().pixel(20, 10), 0u);
 
@@ -143,7 +143,7 @@ TEST_F(WaveformProgram, ARangeShowsThatPartAlone) {
     EXPECT_EQ(Picture().pixel(20, 10), BLACK);
 }
 
-TEST_F(WaveformProgram, TheReportTellsTheRange) {
+TEST_F(WaveformProgram, TheReportContainsTheRange) {
     const nlohmann::json report = Draw({"--range", "0.05:9", "--json"}).Json();
 
     EXPECT_EQ(report.at("range"), (nlohmann::json{2400, 6400}));
@@ -168,7 +168,7 @@ TEST_F(WaveformProgram, StylesAndScalesDiffer) {
     EXPECT_EQ(std::unique(pictures.begin(), pictures.end()), pictures.end());
 }
 
-TEST_F(WaveformProgram, TheSameCommandGivesTheSameBytes) {
+TEST_F(WaveformProgram, TheSameCommandWritesTheSameBytes) {
     ASSERT_EQ(Draw({"--ruler"}).exitCode, 0);
     const std::string first = ReadFile(shop_.Work("out.png"));
 
@@ -177,7 +177,7 @@ TEST_F(WaveformProgram, TheSameCommandGivesTheSameBytes) {
     EXPECT_EQ(ReadFile(shop_.Work("out.png")), first);
 }
 
-TEST_F(WaveformProgram, ThePeakFileIsMadeOnceAndServesAllPictures) {
+TEST_F(WaveformProgram, ThePeakFileIsMadeOnceForAllPictures) {
     ASSERT_EQ(Draw({}).exitCode, 0);
     const std::vector<std::string> names = NamesIn(shop_.Path("cache"));
     ASSERT_EQ(names.size(), 1u);
@@ -187,7 +187,7 @@ TEST_F(WaveformProgram, ThePeakFileIsMadeOnceAndServesAllPictures) {
     EXPECT_EQ(NamesIn(shop_.Path("cache")), names);
 }
 
-TEST_F(WaveformProgram, AChangedMediaFileIsDrawnAnew) {
+TEST_F(WaveformProgram, AChangedMediaFileIsDrawnAgain) {
     ASSERT_EQ(Draw({"--size", "200x20"}).exitCode, 0);
     ASSERT_EQ(Picture().pixel(150, 5), 0u);
 
@@ -197,7 +197,7 @@ TEST_F(WaveformProgram, AChangedMediaFileIsDrawnAnew) {
     EXPECT_EQ(Picture().pixel(150, 5), BLACK);
 }
 
-TEST_F(WaveformProgram, WithoutACacheNothingStaysBehind) {
+TEST_F(WaveformProgram, WithoutACacheNoFileRemains) {
     const ProgramResult result =
         shop_.RunBare({"--no-cache-db", "waveform", "@half.wav", "-o", "@out.png"});
 
@@ -209,7 +209,7 @@ TEST_F(WaveformProgram, WithoutACacheNothingStaysBehind) {
 
 // ---- rulers
 
-TEST_F(WaveformProgram, ARulerTakesTheLowest20RowsOfThePicture) {
+TEST_F(WaveformProgram, ARulerUsesTheLowest20RowsOfThePicture) {
     ASSERT_EQ(Draw({"--size", "200x70", "--background", "FFFFFF", "--ruler"}).exitCode, 0);
     const QImage ruled = Picture();
     ASSERT_EQ(Draw({"--size", "200x50", "--background", "FFFFFF"}).exitCode, 0);
@@ -220,7 +220,7 @@ TEST_F(WaveformProgram, ARulerTakesTheLowest20RowsOfThePicture) {
     for (int x = 0; x < 200; ++x) EXPECT_EQ(ruled.pixel(x, 50), BLACK);  // its line
     EXPECT_EQ(ruled.pixel(0, 55), BLACK);                                // the mark of 0:00
     EXPECT_EQ(ruled.pixel(1, 55), WHITE);
-    // The first digit is a nought: bars all around and none in the middle.
+    // The first digit is a zero: all outer bars and no middle bar.
     EXPECT_EQ(ruled.pixel(5, 58), BLACK);
     EXPECT_EQ(ruled.pixel(5, 62), WHITE);
     EXPECT_EQ(ruled.pixel(5, 66), BLACK);
@@ -231,7 +231,7 @@ TEST_F(WaveformProgram, ARulerNeedsARowAboveIt) {
     EXPECT_EQ(Draw({"--size", "200x20", "--ruler"}).exitCode, 2);
 }
 
-TEST_F(WaveformProgram, AnSvgHoldsThePictureAndARulerOfText) {
+TEST_F(WaveformProgram, AnSvgContainsThePictureAndARulerWithText) {
     ASSERT_EQ(Draw({"--size", "200x70", "--ruler"}, "@out.svg").exitCode, 0);
     ASSERT_EQ(Draw({"--size", "200x50"}).exitCode, 0);
 
@@ -256,7 +256,7 @@ TEST_F(WaveformProgram, AnSvgWithoutARulerHasNoText) {
     EXPECT_EQ(svg.find("<text"), std::string::npos);
 }
 
-TEST_F(WaveformProgram, ANameOfMarkupIsEscapedInAnSvg) {
+TEST_F(WaveformProgram, MarkupInAFileNameIsEscapedInAnSvg) {
     WriteFile(shop_.Work("<a>&b.wav"), HalfFile(3200));
 
     ASSERT_EQ(shop_.Run({"waveform", "@<a>&b.wav", "-o", "@out.svg"}).exitCode, 0);
@@ -299,7 +299,7 @@ TEST_F(WaveformProgram, TheMediaFileIsNeverTheOutput) {
     EXPECT_EQ(ReadFile(shop_.Work("half.wav")), before);
 }
 
-TEST_F(WaveformProgram, MediaThatCannotBeDrawnExit1WithTheirName) {
+TEST_F(WaveformProgram, AMediaFileThatCannotBeDrawnExits1AndIsNamed) {
     WriteFile(shop_.Work("text.wav"), "no sound at all");
     WriteFile(shop_.Work("short.wav"), LevelFile(0, 0));
     for (const char* name : {"gone.wav", "text.wav", "short.wav"}) {
@@ -342,7 +342,7 @@ TEST_F(WaveformProgram, AnInterruptWithoutACacheNamesThePicture) {
         "sonrel: interrupted: nothing was written to '" + shop_.Work("out.png").string() + "'\n");
 }
 
-TEST_F(WaveformProgram, AnInterruptExits130AndLeavesTheOldPicture) {
+TEST_F(WaveformProgram, AnInterruptExits130AndKeepsTheOldPicture) {
     WriteFileOfThreeHours("long.wav");
     WriteFile(shop_.Work("out.png"), "old");
     const std::vector<std::string> before = NamesIn(shop_.Path("work"));
@@ -360,9 +360,9 @@ TEST_F(WaveformProgram, AnInterruptExits130AndLeavesTheOldPicture) {
     EXPECT_TRUE(NamesIn(shop_.Path("cache")).empty());
 }
 
-TEST_F(WaveformProgram, MediaOfAnUnknownLengthAreDrawnToTheirEnd) {
-    // A data chunk that claims more than the file holds, as a recorder leaves it that was
-    // switched off.
+TEST_F(WaveformProgram, AMediaFileOfUnknownLengthIsDrawnToItsEnd) {
+    // A data chunk that declares more data than the file contains, as left by a recorder that lost
+    // its power.
     std::string bytes = HalfFile(6400);
     bytes.replace(40, 4, Little(0xFFFFFFFF, 4));
     WriteFile(shop_.Work("cut.wav"), bytes);
@@ -373,7 +373,7 @@ TEST_F(WaveformProgram, MediaOfAnUnknownLengthAreDrawnToTheirEnd) {
     EXPECT_EQ(report.at("range"), (nlohmann::json{0, 6400}));
 }
 
-TEST_F(WaveformProgram, AFolderThatIsNotThereExits1) {
+TEST_F(WaveformProgram, AMissingFolderExits1) {
     const ProgramResult result = Draw({}, "@none/out.png");
 
     EXPECT_EQ(result.exitCode, 1);
