@@ -90,7 +90,7 @@ private:
             tasks.push_back(task);
         }
         Conform(session, tasks, {}, progress);
-        for (std::size_t i = 0; i < tasks.size(); ++i) sources[i]->error = tasks[i].error;
+        for (std::size_t i = 0; i < tasks.size(); ++i) sources[i]->error = tasks[i].result.error;
     }
 
     void PreparePeaks(const EngineSession& session, Progress& progress) {

@@ -25,9 +25,7 @@ Outcome RunConform(const GlobalOptions& global, const ConformOptions& options) {
     const EngineSession session(global);
     Progress progress(global.progress, global.quiet);
     Conform(session, tasks, {options.jobs, options.allCodecs, options.force}, progress);
-    return ReportFiles(collector.entries, [&](std::size_t task) {
-        return FileResult{tasks[task].status, tasks[task].path, tasks[task].error};
-    });
+    return ReportFiles(collector.entries, [&](std::size_t task) { return tasks[task].result; });
 }
 
 }  // namespace orlo::host

@@ -189,20 +189,13 @@ Outcome TimelineInfo(const GlobalOptions& global, const std::string& input) {
     return outcome;
 }
 
-const MediaStreamInfo* FirstOf(const MediaInfo& info, MediaStreamKind kind) {
-    for (const MediaStreamInfo& stream : info.streams) {
-        if (stream.kind == kind) return &stream;
-    }
-    return nullptr;
-}
-
 Outcome MediaFileInfo(const GlobalOptions& global, const std::string& input) {
     const std::string path = AbsolutePath(input);
     MediaReport described;
     const std::string problem = described.Add(path);
     if (!problem.empty()) throw JobError(problem);
-    const MediaStreamInfo* picture = FirstOf(described.Last(), MediaStreamKind::Video);
-    const MediaStreamInfo* sound = FirstOf(described.Last(), MediaStreamKind::Audio);
+    const MediaStreamInfo* picture = FindStream(described.Last(), MediaStreamKind::Video, 0);
+    const MediaStreamInfo* sound = FindStream(described.Last(), MediaStreamKind::Audio, 0);
     const int rate = RateFor(global);
     double fps = global.fps.value_or(DEFAULT_FPS);
     long long frames = 0;

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "host/media/EngineSession.h"
@@ -14,14 +13,10 @@ namespace orlo::host {
 
 /// One stream of a media file to conform, and the result.
 struct ConformTask {
-    using Status = FileStatus;
-
     std::shared_ptr<project::MediaAsset> asset;  ///< with an audio stream
     int rate = 0;                                ///< hertz
 
-    Status status = Status::Failed;
-    std::string path;   ///< of the conformed file; empty after a failure
-    std::string error;  ///< a clause; empty without a failure
+    FileResult result;
 };
 
 struct ConformSettings {
@@ -31,9 +26,6 @@ struct ConformSettings {
 };
 
 /// Finds or makes the conformed files of all tasks and sets them on the assets' streams.
-///
-/// Several jobs run in parallel, each with its own database connection. When another process
-/// records the same file first, that file is used.
 /// @throws JobError when the database fails; CommandError when the program is asked to stop
 void Conform(const EngineSession& session, std::vector<ConformTask>& tasks,
              const ConformSettings& settings, Progress& progress);

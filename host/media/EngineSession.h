@@ -40,10 +40,6 @@ private:
     std::shared_ptr<sonrel::Sonrel> engine_;
 };
 
-/// Maximum number of attempts to find or make a cache file while other programs record the same
-/// file first. The last attempt replaces the record, which no other program can prevent.
-constexpr int MAX_RECORD_ATTEMPTS = 3;
-
 /// The reason why a file cannot be created in a folder, as a clause; empty when it can.
 /// @param bytes  size of the file
 std::string FolderErrorMessage(const std::string& folder, long long bytes);

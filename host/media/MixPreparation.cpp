@@ -37,7 +37,7 @@ void ConformAll(const EngineSession& session, const std::vector<MediaUse>& media
     settings.allCodecs = true;
     Conform(session, tasks, settings, progress);
     for (const ConformTask& task : tasks) {
-        if (task.status == ConformTask::Status::Failed) throw JobError(task.error);
+        if (task.result.status == FileStatus::Failed) throw JobError(task.result.error);
     }
 }
 

@@ -2,10 +2,8 @@
 #include "host/media/PeakMaking.h"
 
 #include <algorithm>
-#include <exception>
-#include <new>
-#include <optional>
 
+#include "host/media/CacheFileRunner.h"
 #include "host/media/DatabaseErrorMessage.h"
 #include "host/output/OutputTarget.h"
 #include "host/shell/Errors.h"
@@ -18,9 +16,8 @@
 #include "sonrel/cache/CacheFileCheck.h"
 #include "sonrel/cache/PeakFile.h"
 #include "sonrel/cache/WaveformPeakFileHelper.h"
-#include "sonrel/database/DatabaseObserver.h"
-#include "sonrel/media.h"
 #include "sonrel/media/MediaInfo.h"
+#include "sonrel/media/OpenMediaFile.h"
 #include "sonrel/media/input/MediaErrors.h"
 #include "sonrel/media/input/ReadObserver.h"
 
@@ -34,13 +31,9 @@ using project::MediaDB;
 using sonrel::PeakFile;
 using zrh::media::MediaError;
 using zrh::media::ReadObserver;
-using zrh::media::ZRAbstractAudioStream;
-using zrh::media::ZRAbstractMediaFile;
 namespace helper = sonrel::WaveformPeakFileHelper;
 
-constexpr int MAX_CHANNELS = 16;
-constexpr int FRAMES_PER_BLOCK = 32;
-constexpr double HEADER_BYTES = 20.0;
+constexpr const char* STEP = "peaks";
 
 std::string MediaPath(const PeakTask& task) {
     return zrtl::ToUtf8(task.asset->Filename());
@@ -49,24 +42,21 @@ std::string MediaPath(const PeakTask& task) {
 /// Upper limit of the size of a peak file with @p frames frames. A container may declare any number
 /// of channels.
 long long BytesOf(const PeakTask& task, long long frames) {
-    const double blocks = static_cast<double>(frames) / FRAMES_PER_BLOCK + 1.0;
+    const double blocks = static_cast<double>(frames) / PeakFile::SAMPLES_PER_BLOCK + 1.0;
     const double bytes = blocks * (1.0 + 2.0 * task.channels);
-    return static_cast<long long>(HEADER_BYTES + std::min(bytes, 1e18));
+    return PeakFile::HEADER_BYTES + static_cast<long long>(std::min(bytes, 1e18));
 }
 
 /// The reason why a peak file cannot store the channels of a task; empty when it can.
 std::string ChannelErrorMessage(const PeakTask& task) {
-    if (task.channels <= MAX_CHANNELS) return {};
+    if (task.channels <= PeakFile::MAX_CHANNELS) return {};
     return "its sound has " + std::to_string(task.channels) +
-           " channels, and a peak file has at most " + std::to_string(MAX_CHANNELS);
+           " channels, and a peak file has at most " + std::to_string(PeakFile::MAX_CHANNELS);
 }
 
-/// The audio stream with this index; null when the file has no such stream.
-std::shared_ptr<ZRAbstractAudioStream> FindAudioStream(ZRAbstractMediaFile& file, int index) {
-    for (const auto& stream : file.Streams()) {
-        if (stream->StreamType() == 0 && index-- == 0) return stream;
-    }
-    return nullptr;
+/// A clause about a peak file that was not made, without the reason.
+std::string CreationFailureClause(const PeakTask& task) {
+    return "cannot create the peak file of " + Quoted(MediaPath(task));
 }
 
 /// The reason why the sound of a task produced no peak file, as far as it can be determined
@@ -83,136 +73,77 @@ std::string SoundErrorMessage(const PeakTask& task) {
 long long ExactFrames(const PeakTask& task) {
     zrh::media::MediaInfo info;
     zrh::media::DescribeMedia(WidePath(MediaPath(task)), &info);
-    unsigned long long index = task.asset->AudioStreamIndex();
-    for (const zrh::media::MediaStreamInfo& stream : info.streams) {
-        if (stream.kind == zrh::media::MediaStreamKind::Audio && index-- == 0) {
-            return stream.sampleCount;
-        }
-    }
-    return 0;
+    const zrh::media::MediaStreamInfo* stream = zrh::media::FindStream(
+        info, zrh::media::MediaStreamKind::Audio, task.asset->AudioStreamIndex());
+    return stream != nullptr ? stream->sampleCount : 0;
 }
 
-/// Counts the frames that are read for all tasks, one after the other, as one progress step.
-class ReadProgress {
+class PeakTasks final : public CacheFileTasks {
 public:
-    ReadProgress(const std::vector<PeakTask>& tasks, Progress& progress) : progress_(progress) {
-        long long total = 0;
-        for (const PeakTask& task : tasks) total += task.frames;
-        progress_.Begin("peaks", "samples", total);
+    PeakTasks(const EngineSession& session, std::vector<PeakTask>& tasks)
+        : session_(session), tasks_(tasks) {}
+
+    std::size_t Count() const override { return tasks_.size(); }
+
+    long long Frames(std::size_t task) const override { return tasks_[task].frames; }
+
+    CacheFileAttempt Attempt(std::size_t task, bool remake,
+                             const std::shared_ptr<MediaDB>& database,
+                             TaskMonitor& monitor) override {
+        const PeakTask& made = tasks_[task];
+        CacheFileAttempt attempt = AttemptFor(made, made.frames, remake, database, monitor);
+        if (monitor.SpaceMessage().empty() || Interrupted()) return attempt;
+        const long long frames = ExactFrames(made);
+        return frames == made.frames ? attempt
+                                     : AttemptFor(made, frames, remake, database, monitor);
     }
 
-    /// Returns the observer of the next task.
-    ReadObserver::Function Follow() {
-        reading_ = false;
-        return [this](long long frames) {
-            reading_ = true;
-            progress_.Update(done_ + frames);
-            return !Interrupted();
-        };
+    std::string Check(std::size_t task, const std::string& path, bool isMade) override {
+        if (path.empty() || isMade) return {};
+        const bool isWhole =
+            sonrel::CacheFileCheck::IsWholePeakFile(WidePath(path), tasks_[task].channels);
+        return isWhole ? std::string() : "its peak file is damaged";
     }
-    /// Counts a task as read.
-    void Finish(const PeakTask& task) { done_ += task.frames; }
-    /// Whether the current task has read any frames.
-    bool WasRead() const { return reading_; }
 
-private:
-    Progress& progress_;
-    long long done_ = 0;    // frames of the previous tasks
-    bool reading_ = false;  // set under the observer's lock, read when the readers have ended
-};
-
-class CacheMaker {
-public:
-    CacheMaker(const EngineSession& session, ReadProgress& progress, CurrentFiles current)
-        : session_(session),
-          progress_(progress),
-          recreates_(current == CurrentFiles::Recreated),
-          database_(session.Connect()) {}
-
-    void Run(PeakTask& task) {
-        std::string path = recreates_ ? Remake(task) : FindOrMake(task);
-        bool made = recreates_ || progress_.WasRead();
-        if (!path.empty() && !made && IsBroken(path, task)) {
-            path = Remake(task);
-            made = true;
+    std::string FailureReason(std::size_t task, const CacheFileAttempt& last) const override {
+        const PeakTask& failed = tasks_[task];
+        std::string message = last.mediaFailure;
+        if (message.empty()) message = ChannelErrorMessage(failed);
+        if (message.empty() && !last.databaseFailure.empty()) {
+            message = DatabaseErrorMessage(session_.Paths().database, last.databaseFailure);
         }
-        if (path.empty() && Interrupted()) return;
-        if (path.empty()) {
-            task.result.error = "cannot create the peak file of " + Quoted(MediaPath(task)) + ": " +
-                                FailureReason(task, failures_->Failure());
-        } else {
-            task.result = {made ? FileStatus::Made : FileStatus::Found, path, {}};
+        if (message.empty()) {
+            message = FolderErrorMessage(session_.Paths().folder, BytesOf(failed, failed.frames));
         }
-    }
-
-private:
-    std::string FindOrMake(const PeakTask& task) {
-        for (int attempt = 1; attempt < MAX_RECORD_ATTEMPTS; ++attempt) {
-            std::string path = Ask(task, helper::CreateWaveformPeakFile);
-            const bool lostRace = path.empty() && failures_->WasRecordedElsewhere();
-            if (!lostRace || Interrupted()) return path;
-        }
-        return Remake(task);
-    }
-
-    std::string Remake(const PeakTask& task) { return Ask(task, helper::RemakeWaveformPeakFile); }
-
-    template <class Operation>
-    std::string Ask(const PeakTask& task, Operation operation) {
-        std::string path = AskFor(task, task.frames, operation);
-        if (spaceMessage_.empty() || Interrupted()) return path;
-        const long long frames = ExactFrames(task);
-        return frames == task.frames ? path : AskFor(task, frames, operation);
-    }
-
-    template <class Operation>
-    std::string AskFor(const PeakTask& task, long long frames, Operation operation) {
-        failures_.emplace();
-        const ReadObserver observer(FollowFrom(BytesOf(task, frames)));
-        const std::wstring path =
-            operation(task.asset, session_.Engine()->MediaCacheFolderPath(),
-                      session_.Engine()->MediaCacheErrorLog(), database_, true);
-        readFailure_ = observer.Failure();
-        return zrtl::ToUtf8(path);
-    }
-
-    /// Checks the free disk space before the first samples are read.
-    ReadObserver::Function FollowFrom(long long bytes) {
-        spaceMessage_.clear();
-        return [this, bytes, follow = progress_.Follow()](long long frames) {
-            if (!progress_.WasRead()) {
-                spaceMessage_ = FolderErrorMessage(session_.Paths().folder, bytes);
-            }
-            return follow(frames) && spaceMessage_.empty();
-        };
-    }
-
-    static bool IsBroken(const std::string& path, const PeakTask& task) {
-        return !sonrel::CacheFileCheck::IsWholePeakFile(WidePath(path), task.channels);
-    }
-
-    /// @param databaseFailure  failure reported by the database; may be empty
-    std::string FailureReason(const PeakTask& task, const std::string& databaseFailure) const {
-        std::string message = spaceMessage_;
-        if (message.empty()) message = readFailure_;
-        if (message.empty()) message = ChannelErrorMessage(task);
-        if (message.empty() && !databaseFailure.empty()) {
-            message = DatabaseErrorMessage(session_.Paths().database, databaseFailure);
-        }
-        if (message.empty())
-            message = FolderErrorMessage(session_.Paths().folder, BytesOf(task, task.frames));
-        if (message.empty()) message = SoundErrorMessage(task);
+        if (message.empty()) message = SoundErrorMessage(failed);
         if (message.empty()) message = DescriptorErrorMessage();
         return message.empty() ? "its sound could not be read or recorded" : message;
     }
 
+    std::string FailureClause(std::size_t task) const override {
+        return CreationFailureClause(tasks_[task]);
+    }
+
+    void Store(std::size_t task, const FileResult& result) override {
+        tasks_[task].result = result;
+    }
+
+private:
+    /// @param frames  expected frames, for the comparison with the free disk space
+    CacheFileAttempt AttemptFor(const PeakTask& task, long long frames, bool remake,
+                                const std::shared_ptr<MediaDB>& database, TaskMonitor& monitor) {
+        monitor.Start(BytesOf(task, frames));
+        const ReadObserver observer([&monitor](long long done) { return monitor.Report(done); });
+        const auto operation =
+            remake ? helper::RemakeWaveformPeakFile : helper::CreateWaveformPeakFile;
+        const std::wstring path =
+            operation(task.asset, session_.Engine()->MediaCacheFolderPath(),
+                      session_.Engine()->MediaCacheErrorLog(), database, true);
+        return {zrtl::ToUtf8(path), observer.Failure(), {}};
+    }
+
     const EngineSession& session_;
-    ReadProgress& progress_;
-    bool recreates_;
-    std::shared_ptr<MediaDB> database_;
-    std::string spaceMessage_;  ///< clause about the cache folder, from the last attempt
-    std::string readFailure_;   ///< clause about the media file, from the last attempt
-    std::optional<project::DatabaseObserver> failures_;  ///< of the last attempt
+    std::vector<PeakTask>& tasks_;
 };
 
 PeakFile::CreateMode EngineMode(PeakMode mode) {
@@ -229,7 +160,10 @@ PeakFile::CreateMode EngineMode(PeakMode mode) {
 
 /// Whether a result of PeakFile::Create concerns the output file.
 bool IsAboutOutput(int code) {
-    return code == -11 || code == -12 || code <= -201 || (code <= -31 && code >= -33);
+    return code == PeakFile::OUTPUT_NOT_OPENED || code == PeakFile::OUTPUT_NOT_POSITIONED ||
+           code <= PeakFile::HEADER_NOT_POSITIONED ||
+           (code <= PeakFile::SECOND_QUARTER_NOT_WRITTEN &&
+            code >= PeakFile::FOURTH_QUARTER_NOT_WRITTEN);
 }
 
 }  // namespace
@@ -237,13 +171,10 @@ bool IsAboutOutput(int code) {
 PeakTask PeakTaskFor(const std::shared_ptr<project::MediaManager>& manager, const std::string& path,
                      int stream) {
     RequireMediaFile(path);
-    ZRAbstractMediaFile* opened = nullptr;
-    const int code = zrh::media::ZRMediaFileCreate(WidePath(path).c_str(), &opened,
-                                                   zrh::media::ZRMediaReaderType::Default);
+    zrh::media::MediaFilePtr file;
+    const int code = zrh::media::OpenMediaFile(WidePath(path), &file);
     if (code != 0) RefuseMedia(path, code);
-    const std::unique_ptr<ZRAbstractMediaFile, int (*)(ZRAbstractMediaFile*)> file(
-        opened, &zrh::media::ZRMediaFileRelease);
-    const auto sound = FindAudioStream(*file, stream);
+    const auto sound = zrh::media::FindAudioStream(*file, static_cast<unsigned long long>(stream));
     if (sound == nullptr && stream > 0) RefuseMedia(path, static_cast<int>(MediaError::NotAudio));
     if (sound == nullptr) throw JobError("cannot use " + Quoted(path) + ": it has no sound");
 
@@ -260,38 +191,29 @@ PeakTask PeakTaskFor(const std::shared_ptr<project::MediaManager>& manager, cons
 
 void FindOrMakePeakFiles(const EngineSession& session, std::vector<PeakTask>& tasks,
                          Progress& progress, CurrentFiles current) {
-    if (tasks.empty()) return;
-    ReadProgress read(tasks, progress);
-    try {
-        CacheMaker maker(session, read, current);
-        for (PeakTask& task : tasks) {
-            maker.Run(task);
-            read.Finish(task);
-            if (Interrupted()) ThrowInterrupted("not all peak files are made");
-        }
-    } catch (const CommandError&) {
-        throw;
-    } catch (const std::bad_alloc&) {
-        throw;
-    } catch (const std::exception& error) {
-        throw JobError(DatabaseErrorMessage(session.Paths().database, error.what()));
-    }
-    progress.End();
+    PeakTasks work(session, tasks);
+    CacheFileRun run;
+    run.step = STEP;
+    run.unfinished = "not all peak files are made";
+    run.current = current;
+    RunCacheFileTasks(session, work, run, progress);
 }
 
 void WritePeakFile(const PeakTask& task, const PartialFile& output, PeakMode mode,
                    const std::string& wanted, Progress& progress) {
     const std::string channels = ChannelErrorMessage(task);
     if (!channels.empty()) {
-        throw JobError("cannot create the peak file of " + Quoted(MediaPath(task)) + ": " +
-                       channels);
+        throw JobError(CreationFailureClause(task) + ": " + channels);
     }
     output.RequireSpace(BytesOf(task, task.frames));
-    ReadProgress read({task}, progress);
+    progress.Begin(STEP, "samples", task.frames);
     int code = 0;
     std::string message;
     try {
-        const ReadObserver observer(read.Follow());
+        const ReadObserver observer([&progress](long long frames) {
+            progress.Update(frames);
+            return !Interrupted();
+        });
         code = PeakFile::Create(task.asset, WidePath(output.OpenPath()), EngineMode(mode));
         message = observer.Failure();
     } catch (const zrh::media::ZRMediaException& error) {
@@ -302,7 +224,7 @@ void WritePeakFile(const PeakTask& task, const PartialFile& output, PeakMode mod
     if (code != 0) {
         if (message.empty()) output.RequireSpace(BytesOf(task, task.frames));
         if (message.empty()) message = SoundErrorMessage(task);
-        throw JobError("cannot create the peak file of " + Quoted(MediaPath(task)) + ": " +
+        throw JobError(CreationFailureClause(task) + ": " +
                        (message.empty() ? "its sound cannot be read, or " + Quoted(output.Label()) +
                                               " cannot be written"
                                         : message));

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "host/media/CacheFileRunner.h"
 #include "host/media/EngineSession.h"
 #include "host/media/MediaEntries.h"
 #include "host/options/GlobalOptions.h"
@@ -31,10 +32,7 @@ struct PeakTask {
 PeakTask PeakTaskFor(const std::shared_ptr<project::MediaManager>& manager, const std::string& path,
                      int stream);
 
-enum class CurrentFiles { Kept, Recreated };
-
-/// Finds or makes the peak files of all tasks in the cache. When another process records the same
-/// file first, that file is used.
+/// Finds or makes the peak files of all tasks in the cache.
 /// @throws JobError when the database fails; CommandError when the program is asked to stop
 void FindOrMakePeakFiles(const EngineSession& session, std::vector<PeakTask>& tasks,
                          Progress& progress, CurrentFiles current = CurrentFiles::Kept);

@@ -5,12 +5,13 @@
 
 #include "host/options/OptionTypes.h"
 #include "host/shell/Text.h"
+#include "sonrel/cache/PeakFile.h"
 
 namespace orlo::host {
 
 namespace {
 
-constexpr int SAMPLES_PER_BLOCK = 32;
+constexpr int SAMPLES_PER_BLOCK = sonrel::PeakFile::SAMPLES_PER_BLOCK;
 
 /// The number of samples per pixel: whole blocks of a peak file.
 CLI::Validator Zoom() {

@@ -22,9 +22,7 @@ namespace {
 using sonrel::PeakFile;
 using sonrel::WaveformPreview;
 
-constexpr long long BLOCK_SAMPLES = 32;
-/// Size of a peak file without blocks: only its header.
-constexpr std::uintmax_t HEADER_BYTES = 20;
+constexpr long long BLOCK_SAMPLES = PeakFile::SAMPLES_PER_BLOCK;
 
 /// The blocks that overlap a range; end exclusive.
 zrtl::FrameRange BlocksOf(const PeakSource& source, const zrtl::FrameRange& range) {
@@ -44,7 +42,8 @@ QImage::Format PixelFormat(WaveformPreview::Format format, bool stretched) {
 
 [[noreturn]] void RefusePeakFile(const std::string& media, const std::string& peakFile) {
     std::error_code error;
-    if (std::filesystem::file_size(peakFile, error) == HEADER_BYTES) {
+    // A peak file without blocks is only its header.
+    if (std::filesystem::file_size(peakFile, error) == PeakFile::HEADER_BYTES) {
         throw JobError("the sound of " + Quoted(media) + " has no length");
     }
     throw JobError("cannot draw " + Quoted(media) + ": its peak file " + Quoted(peakFile) +

@@ -29,6 +29,10 @@ struct PeakFileImpl {
 
 namespace {
 
+static_assert(PeakFile::SAMPLES_PER_BLOCK == detail::FRAMES_PER_BLOCK);
+static_assert(PeakFile::MAX_CHANNELS == detail::MAX_PEAK_CHANNELS);
+static_assert(PeakFile::HEADER_BYTES == detail::PEAK_HEADER_BYTES);
+
 constexpr std::size_t PIECE_BYTES = 65536;
 constexpr double MAX_RESERVED = 1 << 20;
 

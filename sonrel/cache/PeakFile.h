@@ -45,6 +45,10 @@ public:
         MultiThreaded = 2,   ///< four tasks, each with its own reader; also any other value
     };
 
+    static constexpr int SAMPLES_PER_BLOCK = 32;  ///< sample frames; the last block may have fewer
+    static constexpr int MAX_CHANNELS = 16;
+    static constexpr int HEADER_BYTES = 20;  ///< size of the header before the first block
+
     /// Results of Create other than 0.
     static constexpr int MEDIA_NOT_PREPARED = -1;  ///< nothing was written
     static constexpr int NO_AUDIO_STREAM = -2;  ///< none of the asset's index; nothing was written

@@ -18,15 +18,9 @@ using zrh::media::MediaStreamInfo;
 using zrh::media::MediaStreamKind;
 using zrh::media::ZRMediaException;
 
-const MediaStreamInfo* FindStream(const MediaInfo& info, MediaStreamKind kind, int index) {
-    for (const MediaStreamInfo& stream : info.streams) {
-        if (stream.kind == kind && index-- == 0) return &stream;
-    }
-    return nullptr;
-}
-
 std::unique_ptr<MediaAudioStream> AudioStreamOf(const MediaInfo& info, int index) {
-    const MediaStreamInfo* audio = FindStream(info, MediaStreamKind::Audio, index);
+    const MediaStreamInfo* audio =
+        FindStream(info, MediaStreamKind::Audio, static_cast<unsigned long long>(index));
     if (audio == nullptr) {
         // A file without sound is an asset without sound. Another index is an error.
         if (index == 0) return nullptr;

@@ -42,6 +42,16 @@ struct MediaInfo {
     std::vector<MediaStreamInfo> streams;  ///< in file order
 };
 
+/// Finds a stream. Only streams of the kind count: for Audio, index 1 is the second audio stream.
+/// @return null when the file has no such stream
+inline const MediaStreamInfo* FindStream(const MediaInfo& info, MediaStreamKind kind,
+                                         unsigned long long index) {
+    for (const MediaStreamInfo& stream : info.streams) {
+        if (stream.kind == kind && index-- == 0) return &stream;
+    }
+    return nullptr;
+}
+
 /// Opens a media file, finds its exact lengths and closes it.
 /// @param info    receives the streams; unchanged when the file cannot be opened
 /// @param reason  receives the reason of an error as a clause with its numbers; may be null
