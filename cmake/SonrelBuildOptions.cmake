@@ -22,6 +22,18 @@ function(sonrel_library_properties)
 endfunction()
 
 # An object library of ours: compiled once, linked into a shared library and into its unit tests.
+# Compiles eight sources of a target as one: the headers of the tests and of the program take longer to
+# compile than their sources. The names in the anonymous namespaces of a target must be unique. The
+# library is always compiled source by source, as it is in a host's build.
+function(sonrel_unity_build target)
+    if(SONREL_UNITY_BUILD)
+        set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
+        # GCC reports anonymous types of every file except the main one.
+        target_compile_options(${target} PRIVATE
+            $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+    endif()
+endfunction()
+
 function(sonrel_object_library name)
     add_library(${name} OBJECT)
     target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)

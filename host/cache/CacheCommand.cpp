@@ -31,7 +31,7 @@ namespace {
 
 using project::MediaDB;
 
-Outcome List(const CachePaths& paths) {
+Outcome ListFiles(const CachePaths& paths) {
     Outcome outcome;
     outcome.report["files"] = Json::Array();
     for (const CacheEntry& entry : TakeInventory(paths)) {
@@ -271,7 +271,7 @@ Outcome RunCache(const GlobalOptions& global, const CacheOptions& options) {
     const CachePaths paths = CachePathsOf(global);
     switch (options.action) {
         case CacheAction::List:
-            return List(paths);
+            return ListFiles(paths);
         case CacheAction::DiskUse:
             return DiskUse(paths);
         case CacheAction::Check:

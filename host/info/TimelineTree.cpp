@@ -52,10 +52,6 @@ std::string EffectText(const otio::EffectRequest& effect) {
     return text + (effect.enabled ? "" : ", disabled");
 }
 
-bool HasFade(const PlacedClip& clip) {
-    return clip.fades.inFrames > 0.0 || clip.fades.outFrames > 0.0;
-}
-
 std::string FadeText(const otio::Fades& fades) {
     std::string text;
     if (fades.inFrames > 0.0) text = "fade-in of " + Frames(fades.inFrames);
@@ -105,7 +101,7 @@ Json ClipJson(const PlacedClip& clip) {
     for (const otio::EffectRequest& effect : clip.effects) {
         json["effects"].Append(EffectJson(effect));
     }
-    if (HasFade(clip)) json["fadeCurve"] = clip.fades.curve;
+    if (clip.fades.Exist()) json["fadeCurve"] = clip.fades.curve;
     if (clip.composition == nullptr) {
         json["media"] = clip.media.path;
     } else {
@@ -165,7 +161,7 @@ private:
         line += LevelText(clip.level) + (clip.muted ? ", muted" : "");
         Line(line, depth);
         for (const otio::EffectRequest& effect : clip.effects) Line(EffectText(effect), depth + 1);
-        if (HasFade(clip)) Line(FadeText(clip.fades), depth + 1);
+        if (clip.fades.Exist()) Line(FadeText(clip.fades), depth + 1);
         if (clip.composition != nullptr) Add(clip.composition->tracks, depth + 1);
     }
 

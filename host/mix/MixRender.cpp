@@ -13,7 +13,6 @@ namespace orlo::host {
 namespace {
 
 constexpr std::size_t CHANNELS = 2;
-constexpr int BYTES_PER_FRAME = zrtl::FRAME_BYTES;
 /// Number of frames that are passed on at once: many enough to keep calls rare, few enough to stay
 /// in the processor cache.
 constexpr std::size_t PIECE = 32768;
@@ -46,8 +45,8 @@ MixBlock SequenceBlocks(const sonrel::AudioMixer& mixer,
                         const std::shared_ptr<project::Project>& project,
                         const std::shared_ptr<project::EditorSequence>& sequence) {
     return [&mixer, project, sequence](long long position, int count, unsigned char* buffer) {
-        return mixer.GetSamples(project, sequence, position, count, buffer, count * BYTES_PER_FRAME,
-                                0, 0);
+        return mixer.GetSamples(project, sequence, position, count, buffer,
+                                count * zrtl::FRAME_BYTES, 0, 0);
     };
 }
 
@@ -56,7 +55,7 @@ MixBlock CompositionBlocks(const sonrel::AudioMixer& mixer,
                            const std::shared_ptr<project::CompositionAsset>& composition) {
     return [&mixer, project, composition](long long position, int count, unsigned char* buffer) {
         return mixer.GetSamples(project, composition, position, count, buffer,
-                                count * BYTES_PER_FRAME, 0, 0);
+                                count * zrtl::FRAME_BYTES, 0, 0);
     };
 }
 
@@ -90,7 +89,7 @@ void RenderMedia(const sonrel::AudioMixer& mixer, const std::shared_ptr<project:
                  const ReadCheck& reads, Progress& progress) {
     progress.Begin("mix", "samples", span.Count());
     const MixBlock read = [&](long long position, int count, unsigned char* buffer) {
-        const int got = mixer.GetSamples(asset, position, count, buffer, count * BYTES_PER_FRAME);
+        const int got = mixer.GetSamples(asset, position, count, buffer, count * zrtl::FRAME_BYTES);
         reads.RequireAll();
         return got;
     };

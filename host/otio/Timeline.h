@@ -55,6 +55,8 @@ struct Fades {
     double inFrames = 0.0;
     double outFrames = 0.0;
     std::string curve = "equal-power";
+
+    bool Exist() const { return inFrames > 0.0 || outFrames > 0.0; }
 };
 
 /// Extent of a transition over the items before and after it.

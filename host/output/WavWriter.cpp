@@ -11,9 +11,8 @@ namespace orlo::host {
 
 namespace {
 
-constexpr long long BYTES_PER_FRAME = zrtl::FRAME_BYTES;
 /// Room for the header of either format.
-constexpr long long HEADER_BYTES = 4096;
+constexpr long long HEADER_ROOM = 4096;
 
 static_assert(std::endian::native == std::endian::little, "samples are written unchanged");
 
@@ -22,15 +21,15 @@ static_assert(std::endian::native == std::endian::little, "samples are written u
 WavWriter::WavWriter(const std::string& path, OutputGuard& guard, int rate, long long frames,
                      Length length)
     : output_(path, guard), format_(WavFormatFor(frames)), rate_(rate), headerFrames_(frames) {
-    output_.RequireSpace(frames * BYTES_PER_FRAME + HEADER_BYTES);
+    output_.RequireSpace(frames * zrtl::FRAME_BYTES + HEADER_ROOM);
     const bool unknown = output_.IsStream() && length == Length::AtMost;
     output_.Write(WavHeader(unknown ? WavFormat::Wav : format_, rate,
                             unknown ? std::nullopt : std::optional(frames)));
 }
 
 void WavWriter::Write(const short* frames, long long count) {
-    output_.Write(
-        {reinterpret_cast<const char*>(frames), static_cast<std::size_t>(count * BYTES_PER_FRAME)});
+    output_.Write({reinterpret_cast<const char*>(frames),
+                   static_cast<std::size_t>(count * zrtl::FRAME_BYTES)});
     written_ += count;
 }
 

@@ -21,7 +21,7 @@ namespace {
 
 using sonrel::PeakFile;
 
-constexpr int VERSION = 2;
+constexpr int FORMAT_VERSION = 2;
 constexpr std::uint32_t EIGHT_BITS = 1;
 constexpr int PIXELS_AT_ONCE = 65536;
 
@@ -47,7 +47,7 @@ public:
 
     void Begin(const Header& header) override {
         std::string bytes;
-        for (const std::uint32_t field : {static_cast<std::uint32_t>(VERSION), EIGHT_BITS,
+        for (const std::uint32_t field : {static_cast<std::uint32_t>(FORMAT_VERSION), EIGHT_BITS,
                                           static_cast<std::uint32_t>(header.rate),
                                           static_cast<std::uint32_t>(header.samplesPerPixel),
                                           static_cast<std::uint32_t>(header.pixels),
@@ -72,7 +72,7 @@ public:
 
     void Begin(const Header& header) override {
         Json object;
-        object["version"] = VERSION;
+        object["version"] = FORMAT_VERSION;
         object["channels"] = header.channels;
         object["sample_rate"] = header.rate;
         object["samples_per_pixel"] = header.samplesPerPixel;

@@ -13,7 +13,6 @@ namespace {
 
 using sonrel::VirtualOutput;
 
-constexpr long long BYTES_PER_FRAME = zrtl::FRAME_BYTES;
 /// Time for which a step waits for a buffer before the program checks for keys and interrupts.
 constexpr std::chrono::milliseconds STEP_TIMEOUT{50};
 
@@ -33,7 +32,7 @@ PlayFile::PlayFile(const std::string& path, OutputGuard& guard, int rate, long l
         wav_.emplace(path, guard, rate, frames, WavWriter::Length::AtMost);
     } else {
         raw_.emplace(path, guard);
-        raw_->RequireSpace(frames * BYTES_PER_FRAME);
+        raw_->RequireSpace(frames * zrtl::FRAME_BYTES);
     }
 }
 
@@ -43,7 +42,7 @@ bool PlayFile::Write(const short* frames, int count) {
             wav_->Write(frames, count);
         } else {
             raw_->Write({reinterpret_cast<const char*>(frames),
-                         static_cast<std::size_t>(count * BYTES_PER_FRAME)});
+                         static_cast<std::size_t>(count * zrtl::FRAME_BYTES)});
         }
         return true;
     } catch (...) {

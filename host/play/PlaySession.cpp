@@ -14,7 +14,7 @@ namespace {
 using sonrel::PlaybackEngine;
 
 /// Interval at which keys and the current frame are polled. Shorter than any frame.
-constexpr std::chrono::milliseconds POLL_INTERVAL{4};
+constexpr std::chrono::milliseconds KEY_INTERVAL{4};
 /// The length of a meter block.
 constexpr std::chrono::milliseconds METER_POLL{100};
 constexpr int METER_POLLS_PER_SECOND = 10;
@@ -60,7 +60,7 @@ bool PlaySession::Poll(TerminalKeys* keys) {
 
 void PlaySession::Advance(TerminalKeys* keys) {
     if (keys == nullptr) return output_.Step();
-    for (const Key key : keys->Read(POLL_INTERVAL)) transport_.Press(key);
+    for (const Key key : keys->Read(KEY_INTERVAL)) transport_.Press(key);
     transport_.RetryFrame();
 }
 

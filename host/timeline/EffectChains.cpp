@@ -50,10 +50,6 @@ Plugin MakeEffect(const otio::EffectRequest& request, int rate) {
     return pack::CreateEffect(request.plugin, parameters, rate);
 }
 
-bool HasFade(const otio::PlacedClip& clip) {
-    return clip.fades.inFrames > 0.0 || clip.fades.outFrames > 0.0;
-}
-
 Plugin MakeFade(const otio::PlacedClip& clip, double fps, int rate) {
     return pack::CreateEffect("fade",
                               {{"inFrames", clip.fades.inFrames},
@@ -77,7 +73,7 @@ public:
                     return IsRefused(clip, "effect " + Quoted(request.plugin),
                                      [&] { MakeEffect(request, rate_); });
                 });
-                if (HasFade(clip) &&
+                if (clip.fades.Exist() &&
                     IsRefused(clip, "fade", [&] { MakeFade(clip, fps_, rate_); })) {
                     clip.fades = {};
                 }
@@ -114,7 +110,7 @@ std::vector<ChainLink> MakeChain(const otio::PlacedClip& clip, double fps, int r
     for (const otio::EffectRequest& request : clip.effects) {
         chain.push_back({MakeEffect(request, rate), request.enabled});
     }
-    if (HasFade(clip)) chain.push_back({MakeFade(clip, fps, rate), true});
+    if (clip.fades.Exist()) chain.push_back({MakeFade(clip, fps, rate), true});
     return chain;
 }
 

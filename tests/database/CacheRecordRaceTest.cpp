@@ -5,15 +5,16 @@
 
 #include "sonrel/database/MediaDB.h"
 #include "sonrel/database/detail/DatabaseHooks.h"
+#include "tests/database/Times.h"
 #include "tests/support/AnotherProcess.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
 
 using orlo::project::MediaDB;
+using sonrel_tests::DAY;
 using sonrel_tests::InAnotherProcess;
 
-constexpr long long DAY = 24LL * 60 * 60 * 1000;
 constexpr int LOCKED = 50;
 
 /// One record of each kind, 40 days old, and two processes that change them.

@@ -13,6 +13,7 @@
 
 #include "sonrel/database/detail/DatabaseHooks.h"
 #include "tests/database/FirstVersion.h"
+#include "tests/database/Times.h"
 #include "tests/support/Database.h"
 #include "tests/support/NoDescriptors.h"
 #include "tests/support/TemporaryFolder.h"
@@ -20,10 +21,10 @@
 namespace {
 
 using orlo::project::MediaDB;
+using sonrel_tests::DAY;
 using sonrel_tests::RawDatabase;
 using sonrel_tests::TemporaryFolder;
 
-constexpr long long DAY = 24LL * 60 * 60 * 1000;
 constexpr long long NOON = 1'700'000'000'000;  // milliseconds since 1970
 
 class MediaDBTest : public testing::Test {

@@ -120,4 +120,11 @@ private:
     TemporaryFolder folder_;
 };
 
+/// The sample bytes of a WAV that the program wrote.
+inline std::string SampleBytes(const std::filesystem::path& path) {
+    const std::string bytes = ReadFile(path);
+    const std::size_t data = bytes.find("data");
+    return data == std::string::npos ? std::string() : bytes.substr(data + 8);
+}
+
 }  // namespace sonrel_tests

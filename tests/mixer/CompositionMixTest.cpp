@@ -14,8 +14,6 @@ namespace {
 
 using Frame = std::pair<short, short>;
 
-constexpr int FRAME = 1920;  // samples, at 25 frames a second and 48000 Hz
-
 class CompositionMix : public ::testing::Test {
 protected:
     Mix Request(long long start, int count) {

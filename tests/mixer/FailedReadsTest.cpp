@@ -18,8 +18,6 @@ using sonrel::FailedRead;
 using sonrel::ReadFailure;
 using sonrel::detail::FailedReadLog;
 
-constexpr int FRAME = 1920;
-
 class FailedReads : public ::testing::Test {
 protected:
     static std::string FileOf(const std::shared_ptr<project::MediaAsset>& asset) {

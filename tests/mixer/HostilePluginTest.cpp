@@ -16,7 +16,6 @@
 namespace sonrel_tests {
 namespace {
 
-constexpr int FRAME = 1920;
 constexpr int COUNT = 3 * FRAME;
 
 /// Where the plugin runs.

@@ -10,8 +10,6 @@
 namespace sonrel_tests {
 namespace {
 
-constexpr int FRAME = 1920;
-
 // -8192 and 16384 are a quarter and half of full scale.
 class MeteredMix : public ::testing::Test {
 protected:

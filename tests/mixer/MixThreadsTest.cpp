@@ -12,8 +12,6 @@
 namespace sonrel_tests {
 namespace {
 
-constexpr int FRAME = 1920;
-
 class MixThreads : public ::testing::Test {
 protected:
     MixThreads() {

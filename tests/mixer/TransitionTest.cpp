@@ -13,8 +13,6 @@ namespace {
 
 using Frame = std::pair<short, short>;
 
-constexpr int FRAME = 1920;  // samples, at 25 frames a second and 48000 Hz
-
 // Objects A of 1000 and B of 2000, joined at frame 100 with a transition of 20 frames from 10
 // frames before the join. Both sources reach far beyond the transition on both sides.
 class Transitions : public ::testing::Test {

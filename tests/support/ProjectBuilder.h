@@ -52,6 +52,9 @@ struct Format {
     int frames = 250;
 };
 
+/// The samples of one frame of the default format: 25 frames a second at 48000 Hz.
+inline constexpr int FRAME = 1920;
+
 void Apply(const Format& format, project::AudioVideoSettings& settings);
 
 /// A project whose media are conformed files with given samples, in a folder that is removed with

@@ -24,6 +24,7 @@ tree_checks() {
     check "Drawings of the folders" tools/check/draw_layers.py --check
     check "Rules know good from bad" tools/check/check_rules.py --self-test
     check "Rules and their tests" tools/check/check_rules.py
+    check "Count of tests knows good from bad" tools/check/count_tests.py --self-test
     check "Coverage knows good from bad" tools/check/check_coverage.py --self-test
     check "Program of the README" tools/check/check_readme.py
 }
@@ -35,7 +36,7 @@ release_tests() {
     check "Exported names" tools/check/check_exports.py build/release
     check "Operations of a project library" \
         tools/check/check_operations.py build/release/sonrel/libsonrel.so
-    count_tests "All tests, release build" run_tests release .
+    count_tests "All tests, release build" release .
 }
 
 # The view of a host: the installed tree, through CMake and through pkg-config.
@@ -133,12 +134,11 @@ sanitizer_tests() {
     require "Build with ASan and UBSan" build asan tests-unit tests-scenario
     export ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1
     export UBSAN_OPTIONS=print_stacktrace=1
-    count_tests "Unit and scenario tests under ASan and UBSan" run_tests asan 'unit|scenario'
+    count_tests "Unit and scenario tests under ASan and UBSan" asan 'unit|scenario'
 
     require "Configure with TSan" configure tsan
     require "Build with TSan" under_tsan cmake --build --preset tsan --target tests-concurrent
-    count_tests "Concurrent tests under TSan" under_tsan \
-        ctest --test-dir build/tsan --output-on-failure --no-tests=error -j "$(nproc)" -L concurrent
+    count_tests "Concurrent tests under TSan" tsan concurrent under_tsan
 }
 
 # The thread sanitizer needs certain addresses, which a randomised layout may occupy.
@@ -185,7 +185,7 @@ second_compiler() {
 }
 
 clang_configure() {
-    cmake --preset release -B build/clang -DCMAKE_CXX_COMPILER=clang++-14 \
+    cmake --preset release -B build/clang -DCMAKE_CXX_COMPILER=clang++-14 -DSONREL_UNITY_BUILD=OFF \
         -DSONREL_BUILD_BENCHMARKS=ON -DSONREL_BUILD_FUZZERS=ON >build/configure-clang.log 2>&1 ||
         { cat build/configure-clang.log; return 1; }
 }

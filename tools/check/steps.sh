@@ -40,22 +40,20 @@ check() {
     fi
 }
 
-# count_tests NAME COMMAND...: a run of ctest, counted test by test from its closing line. A run that
-# fails without a failed test, or ran no test, counts as one failure.
+# count_tests NAME PRESET LABEL_PATTERN [PREFIX...]: the tests with such a label, each of them counted. A
+# run that fails without a failed test, or ran no test, counts as one failure.
 count_tests() {
-    local log status=0 failed total
+    local status=0 failed passed
     title "$1"
-    log=$(mktemp)
-    "${@:2}" | tee "$log" || status=$?
-    read -r failed total < <(sed -nE \
-        's/^[0-9]+% tests passed, ([0-9]+) tests? failed out of ([0-9]+)$/\1 \2/p' "$log") || true
-    rm -f "$log"
-    if [ -z "${total:-}" ] || { [ "$status" -ne 0 ] && [ "$failed" -eq 0 ]; }; then
-        echo "$1 failed: status $status, ${total:-no} tests"
-        FAILED=$((FAILED + 1))
-        total=${total:-0} failed=${failed:-0}
+    rm -f "build/$2/Testing/Temporary/LastTest.log"
+    run_tests "${@:2}" || status=$?
+    read -r passed failed < <(tools/check/count_tests.py "build/$2") || true
+    printf '%s: %s passed, %s failed\n' "$1" "${passed:-0}" "${failed:-0}"
+    if [ "${passed:-0}" -eq 0 ] || { [ "$status" -ne 0 ] && [ "$failed" -eq 0 ]; }; then
+        echo "$1 failed: status $status, ${passed:-no} tests passed"
+        failed=$((${failed:-0} + 1))
     fi
-    PASSED=$((PASSED + total - failed))
+    PASSED=$((PASSED + ${passed:-0}))
     FAILED=$((FAILED + failed))
 }
 
@@ -74,7 +72,8 @@ build() {
     cmake --build --preset "$preset" ${1+--target "$@"}
 }
 
-# run_tests PRESET LABEL_PATTERN: the tests with such a label, as many at once as there are cores.
+# run_tests PRESET LABEL_PATTERN [PREFIX...]: the tests with such a label, as many at once as there are
+# cores; the prefix is a command that runs CTest.
 run_tests() {
-    ctest --test-dir "build/$1" --output-on-failure --no-tests=error -j "$(nproc)" -L "$2"
+    "${@:3}" ctest --test-dir "build/$1" --output-on-failure --no-tests=error -j "$(nproc)" -L "$2"
 }

@@ -19,13 +19,6 @@ std::string CountingWav(long long frames, int rate = 48000) {
     return ConformedFileBytes(frames, rate);
 }
 
-/// The sample bytes of a WAV that the program wrote.
-std::string Samples(const std::filesystem::path& path) {
-    const std::string bytes = ReadFile(path);
-    const std::size_t data = bytes.find("data");
-    return data == std::string::npos ? std::string() : bytes.substr(data + 8);
-}
-
 /// A stereo WAV of one second with a tone of @p peak at a quarter of the rate. The phase is shifted
 /// by an eighth of a period, so that the tone between the samples is 1.414 times as high as the
 /// samples. The tone fades in and out.
@@ -66,14 +59,14 @@ TEST_F(MixProgram, AClipAtUnityWithoutDitherKeepsItsBytes) {
 
     ASSERT_EQ(Mix({"--dither", "none"}).exitCode, 0);
 
-    EXPECT_EQ(Samples(shop_.Work("out.wav")), CountingSamples(96000));
+    EXPECT_EQ(SampleBytes(shop_.Work("out.wav")), CountingSamples(96000));
 }
 
 TEST_F(MixProgram, AMediaFileKeepsItsBytes) {
     const ProgramResult result = shop_.Run({"mix", "@a.wav", "-o", "@out.wav", "--json"});
 
     ASSERT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(Samples(shop_.Work("out.wav")), CountingSamples(96000));
+    EXPECT_EQ(SampleBytes(shop_.Work("out.wav")), CountingSamples(96000));
     EXPECT_FALSE(result.Json().contains("tracks"));
     EXPECT_TRUE(result.Json().at("master").is_null());
     EXPECT_EQ(result.Json().at("samples"), 96000);
@@ -96,11 +89,11 @@ TEST_F(MixProgram, TheSeedChangesTheNoise) {
     document["metadata"]["sonrel"] = {{"masterLevel", -1.0}};
     WriteTimeline(document);
     ASSERT_EQ(Mix().exitCode, 0);
-    const std::string one = Samples(shop_.Work("out.wav"));
+    const std::string one = SampleBytes(shop_.Work("out.wav"));
 
     ASSERT_EQ(Mix({"--seed", "2"}).exitCode, 0);
 
-    EXPECT_NE(Samples(shop_.Work("out.wav")), one);
+    EXPECT_NE(SampleBytes(shop_.Work("out.wav")), one);
 }
 
 TEST_F(MixProgram, FromAndToCutTheMix) {
@@ -108,7 +101,7 @@ TEST_F(MixProgram, FromAndToCutTheMix) {
 
     ASSERT_EQ(Mix({"--dither", "none", "--from", "1000smp", "--to", "1f"}).exitCode, 0);
 
-    EXPECT_EQ(Samples(shop_.Work("out.wav")), CountingSamples(96000).substr(4000, 4 * 920));
+    EXPECT_EQ(SampleBytes(shop_.Work("out.wav")), CountingSamples(96000).substr(4000, 4 * 920));
 }
 
 TEST_F(MixProgram, AnUnevenFrameRateLosesNoSample) {
@@ -120,7 +113,7 @@ TEST_F(MixProgram, AnUnevenFrameRateLosesNoSample) {
     // floor(59 * (48000 / 29.97)) samples; 48000 / 29.97 is 1601.6016.
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(result.Json().at("samples"), 94494);
-    EXPECT_EQ(Samples(shop_.Work("out.wav")), CountingSamples(94494));
+    EXPECT_EQ(SampleBytes(shop_.Work("out.wav")), CountingSamples(94494));
 }
 
 TEST_F(MixProgram, TheJsonObjectHasEveryKey) {
@@ -217,7 +210,7 @@ TEST_F(MixProgram, AllowMissingMixesSilenceForMissingMedia) {
 
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(result.Json().at("missing").size(), 1u);
-    EXPECT_EQ(Samples(shop_.Work("out.wav")),
+    EXPECT_EQ(SampleBytes(shop_.Work("out.wav")),
               std::string(4 * 48000, '\0') + CountingSamples(48000));
 }
 

@@ -15,7 +15,7 @@ namespace {
 using sonrel_tests::ReadFile;
 using sonrel_tests::TemporaryFolder;
 
-const short FRAMES[] = {1, 2, 3, 4};
+const short TWO_FRAMES[] = {1, 2, 3, 4};
 const std::string SAMPLES{"\x01\x00\x02\x00\x03\x00\x04\x00", 8};
 
 /// RIFF, format 1, two channels, 48000 Hz, 192000 bytes a second, 4 bytes a frame, 16 bits.
@@ -36,7 +36,7 @@ TEST(WavWriter, TheHeaderContainsTheSizes) {
     OutputGuard guard(false);
     WavWriter writer(folder / "out.wav", guard, 48000, 2);
 
-    writer.Write(FRAMES, 2);
+    writer.Write(TWO_FRAMES, 2);
     writer.Finish();
 
     EXPECT_EQ(ReadFile(folder / "out.wav"),
@@ -48,7 +48,7 @@ TEST(WavWriter, AHeaderWithTooManyFramesIsCorrectedAtTheEnd) {
     OutputGuard guard(false);
     WavWriter writer(folder / "out.wav", guard, 48000, 100, WavWriter::Length::AtMost);
 
-    writer.Write(FRAMES, 2);
+    writer.Write(TWO_FRAMES, 2);
     writer.Finish();
 
     EXPECT_EQ(ReadFile(folder / "out.wav"),
@@ -63,7 +63,7 @@ TEST(WavWriter, TheHeaderOfAStreamOfUnknownLengthHasNoSizes) {
     std::jthread reader([&] { received = ReadFile(folder / "pipe"); });
     {
         WavWriter writer(folder / "pipe", guard, 48000, 100, WavWriter::Length::AtMost);
-        writer.Write(FRAMES, 2);
+        writer.Write(TWO_FRAMES, 2);
         writer.Finish();
     }
     reader.join();

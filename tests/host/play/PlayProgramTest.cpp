@@ -20,13 +20,6 @@ using testing::Not;
 
 constexpr std::size_t FRAME_BYTES = 4;
 
-/// The sample bytes of a WAV that the program wrote.
-std::string Samples(const std::filesystem::path& path) {
-    const std::string bytes = ReadFile(path);
-    const std::size_t data = bytes.find("data");
-    return data == std::string::npos ? std::string() : bytes.substr(data + 8);
-}
-
 /// The same frames from the last to the first.
 std::string Reversed(const std::string& samples) {
     std::string reversed;
@@ -167,7 +160,7 @@ TEST_F(PlayProgram, SpeedSkipsFrames) {
 TEST_F(PlayProgram, AMediaFileIsPlayed) {
     ASSERT_EQ(shop_.Run({"play", "@a.wav", "--output", "@out.wav"}).exitCode, 0);
 
-    EXPECT_EQ(Samples(shop_.Work("out.wav")), CountingSamples(96000));
+    EXPECT_EQ(SampleBytes(shop_.Work("out.wav")), CountingSamples(96000));
 }
 
 TEST_F(PlayProgram, AMediaFileIsPlayedAtTheRequestedRates) {

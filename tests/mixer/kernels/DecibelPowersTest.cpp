@@ -3,11 +3,11 @@
 
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <random>
 #include <vector>
 
+#include "tests/mixer/kernels/FloatBits.h"
 #include "tests/support/CpuPaths.h"
 
 namespace orlo::sonrel::detail {
@@ -15,12 +15,6 @@ namespace {
 
 class DecibelPowersTest : public test::OnEveryCpuPath {};
 SONREL_ON_EVERY_CPU_PATH(DecibelPowersTest);
-
-std::uint32_t Bits(float value) {
-    std::uint32_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    return bits;
-}
 
 std::vector<float> Powers(float start, float slope, int firstFrame, int count) {
     std::vector<float> powers(static_cast<std::size_t>(count + POWERS_ALIGNMENT - 1) /

@@ -2,10 +2,10 @@
 #include "sonrel/mixer/detail/DitherGenerator.h"
 
 #include <cstdint>
-#include <cstring>
 #include <random>
 #include <vector>
 
+#include "tests/mixer/kernels/FloatBits.h"
 #include "tests/support/CpuPaths.h"
 
 namespace orlo::sonrel::detail {
@@ -13,12 +13,6 @@ namespace {
 
 class DitherGeneratorTest : public test::OnEveryCpuPath {};
 SONREL_ON_EVERY_CPU_PATH(DitherGeneratorTest);
-
-std::uint32_t Bits(float value) {
-    std::uint32_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    return bits;
-}
 
 std::vector<float> Draws(DitherGenerator& generator, int count) {
     std::vector<float> values(static_cast<std::size_t>(count));

@@ -3,12 +3,12 @@
 
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <random>
 #include <vector>
 
 #include "sonrel/mixer/AudioMeter.h"
+#include "tests/mixer/kernels/FloatBits.h"
 #include "tests/reference/ReferenceGainLaw.h"
 #include "tests/support/CpuPaths.h"
 #include "tests/support/Noise.h"
@@ -19,14 +19,8 @@ namespace {
 class GainLawTest : public test::OnEveryCpuPath {};
 SONREL_ON_EVERY_CPU_PATH(GainLawTest);
 
-constexpr float GUARD = 777.0f;
+constexpr float GUARD_VALUE = 777.0f;
 constexpr float NOT_A_NUMBER = std::numeric_limits<float>::quiet_NaN();
-
-std::uint32_t Bits(float value) {
-    std::uint32_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    return bits;
-}
 
 std::vector<std::uint32_t> AllBits(const std::vector<float>& values) {
     std::vector<std::uint32_t> bits;
@@ -59,12 +53,12 @@ std::vector<float> NoiseBlock(std::size_t frames, unsigned int seed) {
 std::vector<float> Mixed(const std::vector<short>& samples, float startLevel, float endLevel,
                          float balance) {
     std::vector<float> block(samples.size() + 2, 0.0f);
-    block[samples.size()] = GUARD;
-    block[samples.size() + 1] = GUARD;
+    block[samples.size()] = GUARD_VALUE;
+    block[samples.size() + 1] = GUARD_VALUE;
     MixObjectIntoBlock(samples.data(), static_cast<int>(samples.size() / 2), block.data(),
                        startLevel, endLevel, balance);
-    EXPECT_EQ(block[samples.size()], GUARD);
-    EXPECT_EQ(block[samples.size() + 1], GUARD);
+    EXPECT_EQ(block[samples.size()], GUARD_VALUE);
+    EXPECT_EQ(block[samples.size() + 1], GUARD_VALUE);
     block.resize(samples.size());
     return block;
 }
@@ -154,7 +148,7 @@ TEST_P(GainLawTest, SamplesAreAddedToTheContentsOfTheBlock) {
 
 TEST_P(GainLawTest, FramesBelowOneChangeNothing) {
     const std::vector<short> samples = Stereo(4, 1000, 1000);
-    float block[2] = {GUARD, GUARD};
+    float block[2] = {GUARD_VALUE, GUARD_VALUE};
 
     for (const int frames : {0, -1, std::numeric_limits<int>::min()}) {
         MixObjectIntoBlock(samples.data(), frames, block, 0.0f, 0.0f, 0.0f);
@@ -163,8 +157,8 @@ TEST_P(GainLawTest, FramesBelowOneChangeNothing) {
         ApplyMasterLevel(block, frames, 0.0f, -6.0f);
     }
 
-    EXPECT_EQ(block[0], GUARD);
-    EXPECT_EQ(block[1], GUARD);
+    EXPECT_EQ(block[0], GUARD_VALUE);
+    EXPECT_EQ(block[1], GUARD_VALUE);
 }
 
 TEST_P(GainLawTest, EverySampleAtEveryKindOfLevelFollowsTheLaw) {
@@ -258,14 +252,14 @@ TEST_P(GainLawTest, MissingFramesAreSilenceToTheMeter) {
 }
 
 TEST_P(GainLawTest, WithoutFramesTheWholeRequestIsSilenceToTheMeter) {
-    float block[2] = {GUARD, GUARD};
+    float block[2] = {GUARD_VALUE, GUARD_VALUE};
     AudioMeter meter;
     meter.StartMeterSession(10);
 
     MixObjectIntoBlockMetered(nullptr, 0, block, 100, 0.0f, -6.0f, 0.0f, &meter);
 
     EXPECT_EQ(meter.MeterBlockCount(), 10u);
-    EXPECT_EQ(block[0], GUARD);
+    EXPECT_EQ(block[0], GUARD_VALUE);
 }
 
 TEST_P(GainLawTest, AnIdleMeterIsUnchangedAndTheSamplesAreAdded) {
@@ -352,12 +346,12 @@ TEST_P(GainLawTest, AMasterLevelOfZeroAtBothEndsChangesNoBit) {
 
 TEST_P(GainLawTest, AConstantMasterLevelMultipliesEveryValueByOneGain) {
     std::vector<float> block(66, 1.0f);
-    block.push_back(GUARD);
+    block.push_back(GUARD_VALUE);
 
     ApplyMasterLevel(block.data(), 33, -6.0f, -6.0f);
 
     for (std::size_t i = 0; i < 66; ++i) EXPECT_EQ(Bits(block[i]), 0x3f004dceu);
-    EXPECT_EQ(block[66], GUARD);
+    EXPECT_EQ(block[66], GUARD_VALUE);
 }
 
 TEST_P(GainLawTest, AMasterRampMultipliesBothChannelsByTheSamePower) {

@@ -6,12 +6,14 @@
 #include <chrono>
 #include <future>
 
+#include "tests/playback/device/Timeout.h"
+
 namespace {
 
 using orlo::sonrel::device::AutoResetEvent;
+using sonrel_tests::TIMEOUT;
 
 constexpr std::chrono::milliseconds SHORT{1};
-constexpr std::chrono::seconds TIMEOUT{20};  // only a broken build waits as long
 
 TEST(AutoResetEvent, OneWaitTakesAnyNumberOfSignals) {
     AutoResetEvent event;

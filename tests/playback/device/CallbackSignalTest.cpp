@@ -8,14 +8,16 @@
 #include <future>
 #include <thread>
 
+#include "tests/playback/device/Timeout.h"
+
 namespace {
 
 using orlo::sonrel::device::CallbackGate;
 using orlo::sonrel::device::CallbackSignal;
+using sonrel_tests::TIMEOUT;
 
 /// Long enough for a wait that does not block.
 constexpr std::chrono::milliseconds A_WHILE{20};
-constexpr std::chrono::seconds TIMEOUT{20};  // only a broken build waits as long
 
 std::future<void> WaitElsewhere(const CallbackGate& gate) {
     return std::async(std::launch::async, [&] { gate.WaitUntilLeft(); });

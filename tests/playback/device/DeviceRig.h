@@ -18,6 +18,7 @@
 #include "sonrel/playback/VirtualOutput.h"
 #include "sonrel/playback/device/AudioDevice.h"
 #include "sonrel/playback/device/SdlOutput.h"
+#include "tests/playback/device/Timeout.h"
 #include "tests/support/TemporaryFolder.h"
 
 /// The tools of the device tests: a listener that records the callbacks, and every output that can
@@ -30,8 +31,7 @@ using orlo::sonrel::AudioOutputFactory;
 using orlo::sonrel::AudioOutputSource;
 using orlo::sonrel::VirtualOutput;
 
-/// Longer than any operation; only a broken build waits for it.
-constexpr std::chrono::seconds TIMEOUT{20};
+constexpr int RATE = 48000;
 
 /// Records the callbacks: "start A", "end A", "stream end", with the buffers' contexts as names.
 class Listener : public device::VoiceEvents {

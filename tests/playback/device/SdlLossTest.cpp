@@ -13,8 +13,6 @@ using namespace sonrel_tests;
 
 namespace {
 
-constexpr int RATE = 48000;
-
 /// The sound library's state; its functions are plain C functions.
 struct FakeSdl {
     std::atomic<int> status = SDL_AUDIO_PLAYING;

@@ -14,8 +14,6 @@ using namespace sonrel_tests;
 
 namespace {
 
-constexpr int RATE = 48000;
-
 TEST(SdlLibrary, AMissingLibraryIsALoadError) {
     EXPECT_THROW(device::SdlLibrary::Load("libnowhere-to-be-found.so.7"), device::LibraryLoadError);
 }

@@ -11,7 +11,6 @@ using namespace sonrel_tests;
 
 namespace {
 
-constexpr int RATE = 48000;
 constexpr int COMMANDS = 10000;
 
 /// A buffer of a storm. Its samples go with its end, so that a later read shows.

@@ -13,8 +13,6 @@ using testing::IsEmpty;
 
 namespace {
 
-constexpr int RATE = 48000;
-
 class VoiceTest : public testing::Test {
 protected:
     device::SourceVoice& Voice() { return *open_.voice; }

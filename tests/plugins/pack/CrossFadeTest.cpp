@@ -11,12 +11,12 @@
 namespace orlo::sonrel {
 namespace {
 
+using sonrel_tests::ENTERED;
+using sonrel_tests::LEFT;
 using sonrel_tests::Samples;
 using sonrel_tests::Stereo;
 using ::testing::ElementsAre;
 
-constexpr int ENTERED = 1;
-constexpr int LEFT = 2;
 constexpr short GUARD = 12345;
 
 /// One block of a cross-fade. The output is in the buffer of the object that the block shows.

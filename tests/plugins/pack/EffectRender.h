@@ -9,6 +9,10 @@
 
 namespace sonrel_tests {
 
+/// The direction of a cross-fade for the object that is entered, and for the object that is left.
+inline constexpr int ENTERED = 1;
+inline constexpr int LEFT = 2;
+
 using Effects = std::vector<std::shared_ptr<project::AbstractPluginAudio>>;
 
 /// An object with a chain of effects, rendered as in a mix: RequiredRanges of the effects from the

@@ -18,7 +18,6 @@ using sonrel::PluginPack::CreateEffect;
 using sonrel::PluginPack::CreateTransition;
 using sonrel::PluginPack::CurveNumber;
 
-constexpr int FRAME = 1920;  // samples in a frame of 25 a second at 48000 Hz
 constexpr int IN_POINT = 3;  // frames
 
 /// Mixes frame by frame, or in requests of other lengths.

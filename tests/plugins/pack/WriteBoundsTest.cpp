@@ -15,10 +15,9 @@ namespace {
 
 using PluginPack::CreateEffect;
 using sonrel_tests::Effects;
+using sonrel_tests::ENTERED;
+using sonrel_tests::LEFT;
 using sonrel_tests::RenderedObject;
-
-constexpr int ENTERED = 1;
-constexpr int LEFT = 2;
 
 Effects OneOfEach() {
     return {CreateEffect("gain", {{"gainDb", 24}}),
