@@ -17,7 +17,7 @@ constexpr int SAMPLES_PER_BLOCK = sonrel::PeakFile::SAMPLES_PER_BLOCK;
 CLI::Validator Zoom() {
     const CLI::Validator number = WholeNumber(SAMPLES_PER_BLOCK, std::numeric_limits<int>::max());
     const auto check = [number](std::string& text) -> std::string {
-        const std::string error = number(text);
+        std::string error = number(text);
         if (!error.empty() || *ParseInteger(text) % SAMPLES_PER_BLOCK == 0) return error;
         return Quoted(text) + " is not a multiple of " + std::to_string(SAMPLES_PER_BLOCK);
     };

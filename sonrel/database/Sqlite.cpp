@@ -69,8 +69,8 @@ const char* FileAccess() {
         copy.xOpen = &OpenNoSuperJournal;
         return copy;
     }();
-    static const int registered = sqlite3_vfs_register(&access, 0);
-    return registered == SQLITE_OK ? access.zName : nullptr;
+    static const int REGISTRATION = sqlite3_vfs_register(&access, 0);
+    return REGISTRATION == SQLITE_OK ? access.zName : nullptr;
 }
 
 int Open(const std::string& path, SqliteConnection::Mode mode, sqlite3** handle) {
