@@ -4,6 +4,8 @@
 #include <algorithm>
 
 #include "sonrel/media/detail/AudioStream.h"
+#include "sonrel/media/detail/ChosenSource.h"
+#include "sonrel/media/detail/DownmixedStream.h"
 #include "sonrel/media/index/PacketCursor.h"
 #include "sonrel/media/index/PcmBytes.h"
 #include "sonrel/media/index/SilenceLimit.h"
@@ -137,23 +139,15 @@ public:
         }
         position_ += got;
         plane_ = bytes_.data();
-        if (bytesPerSample == 3) WidenSamples(got);
+        if (bytesPerSample == 3) {
+            WidenTo32Bits(bytes_.data(), static_cast<std::size_t>(got * format_.channels), &wide_);
+            plane_ = wide_.data();
+        }
         blocks->push_back({&plane_, 0, got});
         return MediaError::None;
     }
 
 private:
-    /// Expands each 24-bit sample to 32 bits, in the upper bytes.
-    void WidenSamples(int frames) {
-        const std::size_t values =
-            static_cast<std::size_t>(frames) * static_cast<std::size_t>(format_.channels);
-        wide_.assign(4 * values, 0);
-        for (std::size_t i = 0; i < values; ++i) {
-            std::copy_n(bytes_.data() + 3 * i, 3, wide_.data() + 4 * i + 1);
-        }
-        plane_ = wide_.data();
-    }
-
     std::shared_ptr<ZRAbstractAudioStream> stream_;
     DecodedFormat format_;
     std::int64_t position_ = 0;
@@ -166,6 +160,13 @@ private:
 
 MediaError NewDecodedSource(const std::shared_ptr<ZRAbstractAudioStream>& stream,
                             std::unique_ptr<DecodedSource>* source) {
+    if (const auto chosen = std::dynamic_pointer_cast<ChosenStream>(stream)) {
+        return NewChosenSource(chosen->Channels(), source);
+    }
+    if (const auto mixed = std::dynamic_pointer_cast<DownmixedStream>(stream)) {
+        // The conversion to stereo mixes it down.
+        return NewDecodedSource(mixed->Source(), source);
+    }
     const auto own = std::dynamic_pointer_cast<AudioStream>(stream);
     if (own == nullptr) {
         if (stream->StreamType() != 0) return MediaError::NotAudio;

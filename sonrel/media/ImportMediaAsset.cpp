@@ -7,28 +7,43 @@
 
 #include "sonrel/media/MediaInfo.h"
 #include "sonrel/media/ZRMediaException.h"
-#include "sonrel/media/input/MediaErrors.h"
 
 namespace orlo::project {
 namespace {
 
-using zrh::media::MediaError;
 using zrh::media::MediaInfo;
 using zrh::media::MediaStreamInfo;
 using zrh::media::MediaStreamKind;
+using zrh::media::SoundChoice;
 using zrh::media::ZRMediaException;
 
-std::unique_ptr<MediaAudioStream> AudioStreamOf(const MediaInfo& info, int index) {
-    const MediaStreamInfo* audio =
-        FindStream(info, MediaStreamKind::Audio, static_cast<unsigned long long>(index));
-    if (audio == nullptr) {
-        // A file without sound is an asset without sound. Another index is an error.
-        if (index == 0) return nullptr;
-        throw ZRMediaException(static_cast<int>(MediaError::NotAudio));
+const MediaStreamInfo* AudioInfo(const MediaInfo& info, int index) {
+    return FindStream(info, MediaStreamKind::Audio, static_cast<unsigned long long>(index));
+}
+
+/// Empty for a file without sound.
+std::unique_ptr<MediaAudioStream> AudioStreamOf(const MediaInfo& info, const SoundChoice& choice) {
+    const MediaStreamInfo* audio = AudioInfo(info, choice.Stream());
+    if (audio == nullptr) return nullptr;
+    long long samples = audio->sampleCount;
+    if (choice.kind == SoundChoice::Kind::Channels && choice.right.channel > 0) {
+        const MediaStreamInfo* right = AudioInfo(info, choice.right.stream);
+        samples = std::max(samples, right->sampleCount);
     }
-    if (audio->error != 0) throw ZRMediaException(audio->error);
-    return std::make_unique<MediaAudioStream>(audio->sampleRate, audio->sampleCount,
-                                              audio->audioCodec);
+    return std::make_unique<MediaAudioStream>(audio->sampleRate, samples, audio->audioCodec);
+}
+
+/// @throws ZRMediaException when the file has sound but not the chosen sound
+SoundChoice Resolved(const MediaInfo& info, const SoundChoice& choice) {
+    // A file without sound is an asset without sound. Another choice is an error.
+    const bool isFirst = choice == SoundChoice::OfStream(0);
+    if (isFirst && AudioInfo(info, 0) == nullptr) return choice;
+    SoundChoice resolved;
+    const int error = zrh::media::ResolveSound(info, choice, &resolved);
+    if (error != 0) throw ZRMediaException(error);
+    if (resolved.kind != SoundChoice::Kind::Downmix) return resolved;
+    // A conformed file of the stream is the downmix.
+    return SoundChoice::OfStream(resolved.left.stream);
 }
 
 std::unique_ptr<MediaVideoStream> VideoStreamOf(const MediaInfo& info) {
@@ -46,13 +61,20 @@ std::shared_ptr<MediaAsset> ImportMediaAsset(const std::shared_ptr<MediaManager>
     if (audioStreamIndex < 0) {
         throw std::invalid_argument("the index of an audio stream cannot be negative");
     }
+    return ImportMediaAsset(manager, path, SoundChoice::OfStream(audioStreamIndex));
+}
+
+std::shared_ptr<MediaAsset> ImportMediaAsset(const std::shared_ptr<MediaManager>& manager,
+                                             const std::wstring& path,
+                                             const zrh::media::SoundChoice& choice) {
     MediaInfo info;
     const int error = zrh::media::DescribeMedia(path, &info);
     if (error != 0) throw ZRMediaException(error);
 
     auto asset = std::make_shared<MediaAsset>(manager, path);
-    asset->SetAudioStream(AudioStreamOf(info, audioStreamIndex));
-    asset->SetAudioStreamIndex(static_cast<unsigned long long>(audioStreamIndex));
+    const SoundChoice sound = Resolved(info, choice);
+    asset->SetAudioStream(AudioStreamOf(info, sound));
+    asset->SetAudioStreamIndex(sound.Number());
     asset->SetVideoStream(VideoStreamOf(info));
     if (asset->HasAudio() && asset->HasVideo()) {
         asset->AudioStream()->SetFrameRate(asset->VideoStream()->FrameRate());

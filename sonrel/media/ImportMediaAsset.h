@@ -5,6 +5,7 @@
 #include <string>
 
 #include "sonrel/base/Export.h"
+#include "sonrel/media/SoundChoice.h"
 #include "sonrel/project/MediaAsset.h"
 #include "sonrel/project/MediaManager.h"
 
@@ -23,5 +24,13 @@ namespace orlo::project {
 SONREL_EXPORT std::shared_ptr<MediaAsset> ImportMediaAsset(
     const std::shared_ptr<MediaManager>& manager, const std::wstring& path,
     int audioStreamIndex = 0);
+
+/// Makes an asset of chosen channels. Its audio stream index is the number of the choice; the index
+/// of the stream where the choice is all of its channels, and for a downmix.
+/// @param choice  may contain ANY_STREAM and OfFile
+/// @throws zrh::media::ZRMediaException  as above, and with NoSuchChannel or StreamsDiffer
+SONREL_EXPORT std::shared_ptr<MediaAsset> ImportMediaAsset(
+    const std::shared_ptr<MediaManager>& manager, const std::wstring& path,
+    const zrh::media::SoundChoice& choice);
 
 }  // namespace orlo::project

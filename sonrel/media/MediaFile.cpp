@@ -3,6 +3,8 @@
 
 #include <utility>
 
+#include "sonrel/media/detail/ChosenStream.h"
+#include "sonrel/media/detail/DownmixedStream.h"
 #include "sonrel/media/detail/MediaFileFactory.h"
 #include "sonrel/media/index/FileIndexer.h"
 #include "sonrel/media/index/IndexCache.h"
@@ -78,6 +80,30 @@ MediaError MediaFile::FindIndex() {
         if (auto index = index_->Find(stream->Number())) stream->SetIndex(std::move(index));
     }
     return MediaError::None;
+}
+
+std::shared_ptr<AudioStream> MediaFile::OwnAudioStream(int index) const {
+    for (const auto& stream : ownStreams_) {
+        if (stream->StreamType() == 0 && index-- == 0) return stream;
+    }
+    return nullptr;
+}
+
+std::shared_ptr<ZRAbstractAudioStream> MediaFile::ChosenSound(const SoundChoice& choice) {
+    if (choice.kind == SoundChoice::Kind::Downmix) {
+        auto stream = OwnAudioStream(choice.left.stream);
+        if (stream == nullptr) return nullptr;
+        return std::make_shared<DownmixedStream>(std::move(stream));
+    }
+    ChosenChannels channels;
+    for (const auto& [place, side] :
+         {std::pair(&choice.left, &channels.left), std::pair(&choice.right, &channels.right)}) {
+        if (place->channel == 0) continue;
+        *side = {OwnAudioStream(place->stream), place->channel};
+        if (side->stream == nullptr) return nullptr;
+    }
+    if (channels.First() == nullptr) return nullptr;
+    return std::make_shared<ChosenStream>(std::move(channels));
 }
 
 }  // namespace detail

@@ -6,6 +6,7 @@
 
 #include "sonrel/base/Export.h"
 #include "sonrel/base/ZRMediaTypes.h"
+#include "sonrel/media/SoundChoice.h"
 
 namespace zrh::media {
 
@@ -20,21 +21,25 @@ enum class MediaStreamKind : int {
 /// One stream of a media file. Fields that do not apply to its kind are 0 or empty.
 struct MediaStreamInfo {
     MediaStreamKind kind = MediaStreamKind::Other;
-    std::string codec;  ///< short name, like "flac" or "h264"
+    std::string codec;     ///< short name, like "flac" or "h264"
+    std::string language;  ///< as in the file, like "eng"; empty when it is not declared
+    std::string title;     ///< empty when it is not declared
 
     ZRAudioCodec audioCodec = ZRAudioCodec::Unknown;
     int sampleRate = 0;  ///< hertz
     int channels = 0;
+    std::string layout;  ///< of the channels, like "5.1"; empty when it is not declared
     int bitsPerSample = 0;
     ZRSampleDataType dataType = ZRSampleDataType::Integer;
     long long sampleCount = 0;  ///< sample frames, exact
     int error = 0;              ///< a MediaError if the sound cannot be read; otherwise 0
     std::string reason;         ///< the reason of the error as a clause, with its numbers
 
-    double frameRate = 0.0;    ///< frames per second
-    long long frameCount = 0;  ///< video frames
-    int width = 0;             ///< pixels
-    int height = 0;            ///< pixels
+    double frameRate = 0.0;             ///< frames per second
+    long long frameCount = 0;           ///< video frames
+    bool hasVariableFrameRate = false;  ///< the frame rate above is an average
+    int width = 0;                      ///< pixels
+    int height = 0;                     ///< pixels
 };
 
 struct MediaInfo {
@@ -58,5 +63,14 @@ inline const MediaStreamInfo* FindStream(const MediaInfo& info, MediaStreamKind 
 /// @return 0, or a MediaError when the file cannot be opened or none of its sound can be read
 SONREL_EXPORT int DescribeMedia(const std::wstring& path, MediaInfo* info,
                                 std::string* reason = nullptr);
+
+/// Finds the streams and channels of a choice in a media file.
+/// @param choice    may contain ANY_STREAM and OfFile
+/// @param resolved  receives the same sound with each channel's own stream. A choice of all
+///                  channels of a stream in their order, and a downmix of one or two channels, are
+///                  a whole stream. Unchanged on failure
+/// @return 0; the error of a stream; NotAudio, NoSuchChannel or StreamsDiffer
+SONREL_EXPORT int ResolveSound(const MediaInfo& info, const SoundChoice& choice,
+                               SoundChoice* resolved);
 
 }  // namespace zrh::media

@@ -37,9 +37,11 @@ inline MediaFilePtr OpenMediaFile(const std::wstring& path) {
 
 /// Finds an audio stream. Only audio streams count: with a video stream first, index 1 is the
 /// second audio stream.
+/// @param index  of the stream, or the number of a SoundChoice
 /// @return null when the file has no such stream
 inline std::shared_ptr<ZRAbstractAudioStream> FindAudioStream(ZRAbstractMediaFile& file,
                                                               unsigned long long index) {
+    if (SoundChoice::IsNumber(index)) return file.ChosenSound(SoundChoice::FromNumber(index));
     for (const auto& stream : file.Streams()) {
         if (stream->StreamType() == 0 && index-- == 0) return stream;
     }

@@ -65,6 +65,28 @@ double FrameRateOf(const AVStream& stream) {
     return rate >= MIN_FRAME_RATE && rate <= MAX_FRAME_RATE ? rate : 0.0;
 }
 
+/// Whether the times of the frames fit no constant rate. The nominal rate of interlaced pictures
+/// may be the rate of the fields, twice the average.
+bool HasVariableFrameRate(const AVStream& stream) {
+    const double average = RateOf(stream.avg_frame_rate);
+    const double nominal = RateOf(stream.r_frame_rate);
+    if (average <= 0.0 || nominal <= 0.0) return false;
+    const double ratio = nominal / average;
+    return std::fabs(ratio - 1.0) >= 0.001 && std::fabs(ratio - 2.0) >= 0.002;
+}
+
+std::string TagOf(const AVStream& stream, const char* name) {
+    const AVDictionaryEntry* tag = av_dict_get(stream.metadata, name, nullptr, 0);
+    return tag == nullptr ? std::string() : tag->value;
+}
+
+/// @return empty where the loudspeakers of the channels are unknown
+std::string LayoutOf(const AVChannelLayout& layout) {
+    char text[128] = {};
+    if (layout.order == AV_CHANNEL_ORDER_UNSPEC) return {};
+    return av_channel_layout_describe(&layout, text, sizeof(text)) > 0 ? text : std::string();
+}
+
 long long FrameCountOf(const AVFormatContext& context, const AVStream& stream, double rate) {
     if (stream.nb_frames > 0) return stream.nb_frames;
     const double seconds =
@@ -80,13 +102,17 @@ MediaStreamInfo InfoOf(const AVFormatContext& context, const AVStream& stream) {
     MediaStreamInfo info;
     info.kind = KindOf(stream);
     info.codec = avcodec_get_name(stream.codecpar->codec_id);
+    info.language = TagOf(stream, "language");
+    info.title = TagOf(stream, "title");
     switch (info.kind) {
         case MediaStreamKind::Audio:
             info.audioCodec = AudioCodecOf(stream.codecpar->codec_id);
+            info.layout = LayoutOf(stream.codecpar->ch_layout);
             break;
         case MediaStreamKind::Video:
             info.frameRate = FrameRateOf(stream);
             info.frameCount = FrameCountOf(context, stream, info.frameRate);
+            info.hasVariableFrameRate = HasVariableFrameRate(stream);
             [[fallthrough]];
         case MediaStreamKind::Cover:
             info.width = stream.codecpar->width;

@@ -6,6 +6,7 @@
 
 #include "sonrel/base/Export.h"
 #include "sonrel/base/ZRMediaTypes.h"
+#include "sonrel/media/SoundChoice.h"
 #include "sonrel/media/ZRAbstractAudioStream.h"
 
 namespace zrh::media {
@@ -22,6 +23,14 @@ public:
     /// Makes the file ready for reading and its sample counts exact.
     /// @return 0, or a code when the file cannot be read
     virtual int Prepare() = 0;
+    /// A choice of channels as a stream with one channel, or with left and right. Available before
+    /// Prepare.
+    /// @param choice  not a whole stream; its streams are audio streams
+    /// @return null when the file has no such stream, or the library offers no choice of channels
+    virtual std::shared_ptr<ZRAbstractAudioStream> ChosenSound(const SoundChoice& choice) {
+        static_cast<void>(choice);
+        return nullptr;
+    }
 
 protected:
     virtual ~ZRAbstractMediaFile() = default;

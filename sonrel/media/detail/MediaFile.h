@@ -21,6 +21,7 @@ public:
     }
     void SetReadOption(int option) override { readOption_ = option; }
     int Prepare() override;
+    std::shared_ptr<ZRAbstractAudioStream> ChosenSound(const SoundChoice& choice) override;
 
     const std::string& FormatName() const { return formatName_; }
     /// The reason why Prepare failed, with its numbers; empty where its result is sufficient.
@@ -31,6 +32,7 @@ public:
 private:
     MediaFile(std::shared_ptr<const InputFile> file, std::unique_ptr<Demuxer> demuxer);
     MediaError FindIndex();
+    std::shared_ptr<AudioStream> OwnAudioStream(int index) const;
 
     std::shared_ptr<FileState> state_;
     std::string formatName_;

@@ -59,6 +59,10 @@ std::string MediaErrorText(int code) {
         case MediaError::IndexTooLarge:
             return "the index in it is compressed, or has more packets than the file has bytes, or "
                    "more than 8388608 and 1 for every 64 bytes of the file";
+        case MediaError::NoSuchChannel:
+            return "the stream does not have the chosen channel";
+        case MediaError::StreamsDiffer:
+            return "the streams of the chosen channels have different sample rates or formats";
     }
     return "media error " + std::to_string(code);
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/media/input/SampleFormat.h"
 
+#include <algorithm>
+
 #include <cstring>
 #include <stdexcept>
 
@@ -65,6 +67,14 @@ ViewFormat ViewOf(AVCodecID codec, const DecodedFormat& format) {
             return {ZRSampleDataType::Float, 64, AV_SAMPLE_FMT_DBL};
         default:
             return {ZRSampleDataType::Integer, 16, AV_SAMPLE_FMT_S16};
+    }
+}
+
+void WidenTo32Bits(const std::uint8_t* samples, std::size_t values,
+                   std::vector<std::uint8_t>* wide) {
+    wide->assign(4 * values, 0);
+    for (std::size_t i = 0; i < values; ++i) {
+        std::copy_n(samples + 3 * i, 3, wide->data() + 4 * i + 1);
     }
 }
 

@@ -73,6 +73,11 @@ private:
     std::vector<const std::uint8_t*> planes_;
 };
 
+/// Expands samples of 24 bits to 32 bits, in the upper bytes.
+/// @param wide  receives @p values samples
+void WidenTo32Bits(const std::uint8_t* samples, std::size_t values,
+                   std::vector<std::uint8_t>* wide);
+
 /// Receives the planes of a block, advanced by its offset.
 void OffsetPlanes(const DecodedFormat& format, const SampleBlock& block,
                   std::vector<const std::uint8_t*>* planes);
