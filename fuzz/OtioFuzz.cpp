@@ -37,7 +37,8 @@ void CheckTrack(const otio::PlacedTrack& track) {
     int end = 0;
     for (const otio::PlacedClip& clip : track.clips) {
         Require(clip.startFrame >= end && clip.endFrame > clip.startFrame, "clips in order");
-        Require(clip.sourceStartFrame >= 0 && clip.stream >= 0, "an in-point of 0 or more");
+        Require(clip.sourceStartFrame >= 0 && clip.sound.Stream() >= -1,
+                "an in-point of 0 or more");
         Require(clip.speed >= 0.01 && clip.speed <= 100.0, "a speed in range");
         Require(clip.fades.inFrames >= 0.0 && clip.fades.outFrames >= 0.0, "fades of 0 or more");
         for (const otio::LevelCurve::Key& key : clip.level.keys) {

@@ -28,8 +28,9 @@ using project::MediaAsset;
 /// its error, so that the other files are still aligned.
 class Recordings {
 public:
-    Recordings(const GlobalOptions& global, const std::vector<std::string>& inputs)
-        : rate_(RateFor(global)) {
+    Recordings(const GlobalOptions& global, const std::vector<std::string>& inputs,
+               const zrh::media::SoundChoice& sound)
+        : rate_(RateFor(global)), sound_(sound) {
         for (const std::string& input : inputs) {
             if (otio::IsTimelinePath(input)) {
                 throw UsageError("align accepts media files, and " + Quoted(input) +
@@ -65,7 +66,7 @@ private:
             const auto [entry, isNew] = sources_.try_emplace(recording.path);
             if (!isNew) continue;
             try {
-                entry->second.asset = ImportMediaFile(project_, recording.path, 0);
+                entry->second.asset = ImportMediaFile(project_, recording.path, sound_);
             } catch (const JobError& error) {
                 entry->second.error = error.what();
             }
@@ -130,6 +131,7 @@ private:
     std::map<std::string, Source> sources_;
     std::vector<Recording> list_;
     int rate_ = 0;
+    zrh::media::SoundChoice sound_;
 };
 
 /// The file name of the plot of a pair: the given name; with several pairs the number of the pair
@@ -249,7 +251,8 @@ void CheckOptions(const GlobalOptions& global, const AlignOptions& options) {
 
 Outcome RunAlign(const GlobalOptions& global, const AlignOptions& options) {
     CheckOptions(global, options);
-    Recordings recordings(global, options.inputs);
+    CheckSound(options.sound, options.inputs);
+    Recordings recordings(global, options.inputs, options.sound.Choice());
     OutputGuard guard(options.overwrite);
     ClaimOutputs(global, options, guard);
     const EngineSession session(global);

@@ -26,6 +26,7 @@ void DeclareAlignOptions(CLI::App& command, AlignOptions& options) {
             [&options](const std::string& text) { options.minCorrelation = Correlation(text); },
             "Exit 3 when the refined correlation is below X (default: 0.3)")
         ->type_name("X");
+    DeclareSound(command, options.sound);
     command.add_option("--plot", options.plot, "Draw both waveforms at the offset")
         ->type_name("FILE.svg");
     command.add_option("--otio", options.otio, "Write a timeline with the recordings in sync")

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "host/options/SoundOptions.h"
+
 namespace CLI {
 class App;
 }  // namespace CLI
@@ -12,6 +14,7 @@ namespace orlo::host {
 
 struct AlignOptions {
     std::vector<std::string> inputs;  ///< at least two; all are aligned with the first
+    SoundOptions sound;
     double minCorrelation = 0.3;
     std::string plot;
     std::string otio;

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <ctime>
 
+#include "host/shell/SoundText.h"
 #include "host/shell/Text.h"
 #include "sonrel/base/Paths.h"
 
@@ -23,6 +24,11 @@ const char* StateName(CacheEntry::State state) {
             break;
     }
     return "orphan";
+}
+
+/// The sound that the stream index of a record stands for.
+zrh::media::SoundChoice SoundOf(const project::CacheRecord& record) {
+    return zrh::media::SoundChoice::FromNumber(static_cast<unsigned long long>(record.streamIndex));
 }
 
 /// Milliseconds since 1970 as "2024-01-31T12:00:00.123Z".
@@ -54,7 +60,9 @@ Json EntryJson(const CacheEntry& entry) {
     if (!entry.record) return json;
     json["media"] = zrtl::ToUtf8(entry.record->mediaPath);
     json["fingerprint"] = zrtl::ToUtf8(entry.record->mediaFingerprint);
-    json["stream"] = entry.record->streamIndex;
+    const zrh::media::SoundChoice sound = SoundOf(*entry.record);
+    json["stream"] = StreamJson(sound);
+    if (!sound.IsWholeStream()) json["channels"] = ChannelsText(sound);
     if (entry.record->kind == CacheFileKind::Conformed) json["rate"] = entry.record->sampleRate;
     json["lastUse"] = IsoTime(entry.record->lastUseMs);
     return json;
@@ -74,10 +82,8 @@ std::string EntryTextWithoutState(const CacheEntry& entry) {
                        Megabytes(entry.bytes);
     if (entry.record) {
         text += "  " + IsoTime(entry.record->lastUseMs) + "  " +
-                OneLine(zrtl::ToUtf8(entry.record->mediaPath));
-        if (entry.record->streamIndex > 0) {
-            text += " (audio stream " + std::to_string(entry.record->streamIndex + 1) + ")";
-        }
+                OneLine(zrtl::ToUtf8(entry.record->mediaPath)) +
+                SoundSuffix(SoundOf(*entry.record));
         if (entry.record->kind == CacheFileKind::Conformed) {
             text += " at " + std::to_string(entry.record->sampleRate) + " Hz";
         }

@@ -12,15 +12,18 @@ Outcome RunConform(const GlobalOptions& global, const ConformOptions& options) {
     if (global.noCacheDb) {
         throw UsageError("conform writes its files to the cache; leave out --no-cache-db");
     }
+    CheckSound(options.sound, options.inputs);
     project::Project project;
     std::vector<ConformTask> tasks;
-    MediaCollector collector(global, nullptr, [&](const std::string& path, int stream, int rate) {
+    const auto makeTask = [&](const std::string& path, const zrh::media::SoundChoice& sound,
+                              int rate) {
         ConformTask task;
-        task.asset = ImportMediaFile(project, path, stream);
+        task.asset = ImportMediaFile(project, path, sound);
         task.rate = rate;
         tasks.push_back(task);
         return tasks.size() - 1;
-    });
+    };
+    MediaCollector collector(global, nullptr, options.sound.Choice(), makeTask);
     for (const std::string& input : options.inputs) collector.Add(input);
     const EngineSession session(global);
     Progress progress(global.progress, global.quiet);

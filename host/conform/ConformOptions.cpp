@@ -13,6 +13,7 @@ constexpr int MAX_JOBS = 256;
 
 void DeclareConformOptions(CLI::App& command, ConformOptions& options) {
     DeclareInputs(command, options.inputs);
+    DeclareSound(command, options.sound);
     command.add_option("--jobs", options.jobs, "Files to convert at the same time (default: 1)")
         ->type_name("N")
         ->transform(WholeNumber(1, MAX_JOBS));

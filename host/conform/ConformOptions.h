@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "host/options/SoundOptions.h"
+
 namespace CLI {
 class App;
 }  // namespace CLI
@@ -12,6 +14,7 @@ namespace orlo::host {
 
 struct ConformOptions {
     std::vector<std::string> inputs;
+    SoundOptions sound;
     int jobs = 1;
     bool allCodecs = false;
     bool force = false;

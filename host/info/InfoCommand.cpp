@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "host/info/InfoCommand.h"
 
+#include <map>
 #include <set>
 
 #include "host/info/TimelineTree.h"
+#include "host/info/UnusedSound.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
@@ -37,6 +39,10 @@ const char* KindName(MediaStreamKind kind) {
     return "other";
 }
 
+Json TextOrNull(const std::string& text) {
+    return text.empty() ? Json() : Json(text);
+}
+
 double Seconds(const MediaStreamInfo& stream) {
     if (stream.kind == MediaStreamKind::Audio && stream.sampleRate > 0) {
         return static_cast<double>(stream.sampleCount) / stream.sampleRate;
@@ -44,13 +50,21 @@ double Seconds(const MediaStreamInfo& stream) {
     return stream.frameRate > 0.0 ? static_cast<double>(stream.frameCount) / stream.frameRate : 0.0;
 }
 
-Json StreamJson(const MediaStreamInfo& stream) {
+/// The number of an audio stream among the audio streams, from 0; -1 for other streams.
+using AudioIndex = int;
+
+Json StreamJson(const MediaStreamInfo& stream, int index, AudioIndex audioIndex) {
     Json json;
+    json["index"] = index;
     json["kind"] = KindName(stream.kind);
     json["codec"] = stream.codec;
+    if (audioIndex >= 0) json["stream"] = audioIndex;
+    json["language"] = TextOrNull(stream.language);
+    json["title"] = TextOrNull(stream.title);
     if (stream.kind == MediaStreamKind::Audio) {
         json["rate"] = stream.sampleRate;
         json["channels"] = stream.channels;
+        json["layout"] = TextOrNull(stream.layout);
         json["bits"] = stream.bitsPerSample;
         json["format"] =
             stream.dataType == zrh::media::ZRSampleDataType::Float ? "float" : "integer";
@@ -61,6 +75,7 @@ Json StreamJson(const MediaStreamInfo& stream) {
         json["fps"] = stream.frameRate;
         json["frames"] = stream.frameCount;
         json["seconds"] = Seconds(stream);
+        json["variableFrameRate"] = stream.hasVariableFrameRate;
     }
     if (stream.width > 0) {
         json["width"] = stream.width;
@@ -69,12 +84,17 @@ Json StreamJson(const MediaStreamInfo& stream) {
     return json;
 }
 
-std::string StreamText(const MediaStreamInfo& stream) {
-    std::string text = std::string("    ") + KindName(stream.kind) + ", " + OneLine(stream.codec);
+std::string StreamText(const MediaStreamInfo& stream, AudioIndex audioIndex) {
+    std::string text = std::string("    ") + KindName(stream.kind);
+    if (audioIndex >= 0) text += " " + std::to_string(audioIndex + 1);
+    text += ", " + OneLine(stream.codec);
+    if (!stream.language.empty()) text += ", " + OneLine(stream.language);
+    if (!stream.title.empty()) text += ", " + Quoted(stream.title);
     if (stream.kind == MediaStreamKind::Audio) {
         text += ", " + std::to_string(stream.sampleRate) + " Hz, " +
                 std::to_string(stream.channels) +
-                (stream.channels == 1 ? " channel, " : " channels, ") +
+                (stream.channels == 1 ? " channel" : " channels") +
+                (stream.layout.empty() ? "" : " (" + OneLine(stream.layout) + ")") + ", " +
                 std::to_string(stream.bitsPerSample) + " bit " +
                 (stream.dataType == zrh::media::ZRSampleDataType::Float ? "float" : "integer") +
                 ", " + std::to_string(stream.sampleCount) + " samples (" +
@@ -82,7 +102,8 @@ std::string StreamText(const MediaStreamInfo& stream) {
         if (stream.error != 0) text += ", " + stream.reason;
     } else if (stream.kind == MediaStreamKind::Video) {
         text += ", " + std::to_string(stream.width) + "x" + std::to_string(stream.height) + ", " +
-                FormatNumber(stream.frameRate, 3) + " frames a second, " +
+                FormatNumber(stream.frameRate, 3) + " frames a second" +
+                (stream.hasVariableFrameRate ? " on average, variable, " : ", ") +
                 std::to_string(stream.frameCount) + " frames";
     }
     return text + "\n";
@@ -91,8 +112,11 @@ std::string StreamText(const MediaStreamInfo& stream) {
 /// Describes media files, as JSON and as text.
 class MediaReport {
 public:
+    /// @param used    the sounds that are used of the file
+    /// @param remedy  added to a note about the others
     /// @return the fault of the file as a clause; empty when it has none
-    std::string Add(const std::string& path) {
+    std::string Add(const std::string& path, const std::vector<zrh::media::SoundChoice>& used,
+                    const std::string& remedy) {
         MediaInfo info;
         Json entry;
         entry["path"] = path;
@@ -109,9 +133,18 @@ public:
             problem = error.what();
         }
         entry["format"] = info.format;
+        int index = 0;
+        int audioStreams = 0;
         for (const MediaStreamInfo& stream : info.streams) {
-            entry["streams"].Append(StreamJson(stream));
-            text_ += StreamText(stream);
+            const bool isAudio = stream.kind == MediaStreamKind::Audio;
+            const AudioIndex audioIndex = isAudio ? audioStreams++ : -1;
+            entry["streams"].Append(StreamJson(stream, index++, audioIndex));
+            text_ += StreamText(stream, audioIndex);
+        }
+        const std::string unused = UnusedSound(info, used);
+        if (!unused.empty()) {
+            entry["note"] = unused + remedy;
+            text_ += "    note: " + unused + remedy + "\n";
         }
         if (!problem.empty()) {
             entry["error"] = problem;
@@ -144,10 +177,14 @@ std::string DescribeAll(const std::vector<MediaUse>& media, const std::vector<Me
                         MediaReport& report) {
     std::set<std::string> done;
     for (const MediaUse& use : missing) done.insert(use.location.path);
+    std::map<std::string, std::vector<zrh::media::SoundChoice>> sounds;
+    for (const MediaUse& use : media) sounds[use.location.path].push_back(use.sound);
     std::string problem;
     for (const MediaUse& use : media) {
         if (!done.insert(use.location.path).second) continue;
-        const std::string found = report.Add(use.location.path);
+        const std::string found =
+            report.Add(use.location.path, sounds[use.location.path],
+                       "; metadata.sonrel.stream and .channels of a clip choose others");
         if (problem.empty()) problem = found;
     }
     return problem;
@@ -192,7 +229,8 @@ Outcome TimelineInfo(const GlobalOptions& global, const std::string& input) {
 Outcome MediaFileInfo(const GlobalOptions& global, const std::string& input) {
     const std::string path = AbsolutePath(input);
     MediaReport described;
-    const std::string problem = described.Add(path);
+    const std::string problem =
+        described.Add(path, {zrh::media::SoundChoice()}, "; choose with --stream and --channels");
     if (!problem.empty()) throw JobError(problem);
     const MediaStreamInfo* picture = FindStream(described.Last(), MediaStreamKind::Video, 0);
     const MediaStreamInfo* sound = FindStream(described.Last(), MediaStreamKind::Audio, 0);

@@ -3,6 +3,7 @@
 
 #include <variant>
 
+#include "host/shell/SoundText.h"
 #include "host/shell/Text.h"
 
 namespace orlo::host {
@@ -88,7 +89,7 @@ std::string TransitionText(const PlacedTrack& track, const PlacedTransition& tra
 Json ClipJson(const PlacedClip& clip) {
     Json json = Json::Object({{"name", clip.name},
                               {"media", nullptr},
-                              {"stream", clip.stream},
+                              {"stream", StreamJson(clip.sound)},
                               {"startFrame", clip.startFrame},
                               {"endFrame", clip.endFrame},
                               {"sourceStartFrame", clip.sourceStartFrame},
@@ -101,6 +102,7 @@ Json ClipJson(const PlacedClip& clip) {
     for (const otio::EffectRequest& effect : clip.effects) {
         json["effects"].Append(EffectJson(effect));
     }
+    if (!clip.sound.IsWholeStream()) json["channels"] = ChannelsText(clip.sound);
     if (clip.fades.Exist()) json["fadeCurve"] = clip.fades.curve;
     if (clip.composition == nullptr) {
         json["media"] = clip.media.path;
@@ -154,7 +156,7 @@ private:
         std::string line = "frames " + std::to_string(clip.startFrame) + " to " +
                            std::to_string(clip.endFrame) + ": " + Quoted(clip.name) +
                            " from frame " + std::to_string(clip.sourceStartFrame) + " of ";
-        line += clip.composition == nullptr ? OneLine(clip.media.path)
+        line += clip.composition == nullptr ? OneLine(clip.media.path) + SoundSuffix(clip.sound)
                                             : "a nested " + clip.composition->schema + " of " +
                                                   Frames(clip.composition->frameCount);
         if (clip.speed != 1.0) line += ", speed " + FormatNumber(clip.speed, 6);

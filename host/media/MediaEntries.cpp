@@ -5,6 +5,7 @@
 
 #include "host/media/InputProtection.h"
 #include "host/shell/Paths.h"
+#include "host/shell/SoundText.h"
 #include "host/shell/Text.h"
 
 namespace orlo::host {
@@ -29,16 +30,16 @@ void ReportOne(const MediaEntry& entry, const FileResult& result, Outcome& outco
     Json file;
     file["input"] = entry.input;
     file["media"] = entry.media;
-    file["stream"] = entry.stream;
+    file["stream"] = StreamJson(entry.sound);
+    if (!entry.sound.IsWholeStream()) file["channels"] = ChannelsText(entry.sound);
     file["rate"] = entry.rate;
     file["status"] = StatusName(result.status);
     file["path"] = result.path.empty() ? Json() : Json(result.path);
     file["error"] = result.error.empty() ? Json() : Json(result.error);
     outcome.report["files"].Append(file);
     outcome.text += std::string(StatusName(result.status)) + "  " +
-                    OneLine(entry.media.empty() ? entry.input : entry.media);
-    if (entry.stream > 0)
-        outcome.text += " (audio stream " + std::to_string(entry.stream + 1) + ")";
+                    OneLine(entry.media.empty() ? entry.input : entry.media) +
+                    SoundSuffix(entry.sound);
     if (!result.path.empty()) outcome.text += " -> " + OneLine(result.path);
     if (!result.error.empty()) outcome.text += ": " + OneLine(result.error);
     outcome.text += "\n";
@@ -95,10 +96,10 @@ void MediaCollector::Add(const std::string& input) {
             AddTimeline(input);
         } else {
             if (guard_ != nullptr) ProtectMediaInput(input, *guard_);
-            AddMedia(input, AbsolutePath(input), 0, RateFor(global_));
+            AddMedia(input, AbsolutePath(input), sound_, RateFor(global_));
         }
     } catch (const JobError& error) {
-        entries.push_back({input, {}, 0, RateFor(global_), std::nullopt, error.what(), false});
+        entries.push_back({input, {}, {}, RateFor(global_), std::nullopt, error.what(), false});
     }
 }
 
@@ -110,7 +111,7 @@ void MediaCollector::AddTimeline(const std::string& input) {
         if (IsMissing(use.location)) {
             AddMissing(input, use, rate);
         } else {
-            AddMedia(input, use.location.path, use.stream, rate);
+            AddMedia(input, use.location.path, use.sound, rate);
         }
     }
 }
@@ -118,25 +119,26 @@ void MediaCollector::AddTimeline(const std::string& input) {
 void MediaCollector::AddMissing(const std::string& input, const MediaUse& use, int rate) {
     const std::string error =
         global_.allowMissing ? std::string() : MissingMediaClause(input, {use});
-    entries.push_back({input, use.location.path, use.stream, rate, std::nullopt, error, true});
+    entries.push_back({input, use.location.path, use.sound, rate, std::nullopt, error, true});
 }
 
-void MediaCollector::AddMedia(const std::string& input, const std::string& path, int stream,
-                              int rate) {
-    MediaEntry entry{input, path, stream, rate, std::nullopt, {}, false};
+void MediaCollector::AddMedia(const std::string& input, const std::string& path,
+                              const zrh::media::SoundChoice& sound, int rate) {
+    MediaEntry entry{input, path, sound, rate, std::nullopt, {}, false};
     try {
-        entry.task = TaskFor(path, stream, rate);
+        entry.task = TaskFor(path, sound, rate);
     } catch (const JobError& error) {
         entry.error = error.what();
     }
     entries.push_back(entry);
 }
 
-std::size_t MediaCollector::TaskFor(const std::string& path, int stream, int rate) {
-    const auto known = known_.find({path, stream, rate});
+std::size_t MediaCollector::TaskFor(const std::string& path, const zrh::media::SoundChoice& sound,
+                                    int rate) {
+    const auto known = known_.find({path, sound, rate});
     if (known != known_.end()) return known->second;
-    const std::size_t task = makeTask_(path, stream, rate);
-    known_[{path, stream, rate}] = task;
+    const std::size_t task = makeTask_(path, sound, rate);
+    known_[{path, sound, rate}] = task;
     return task;
 }
 

@@ -16,29 +16,33 @@
 
 namespace orlo::host {
 
-/// One audio stream that an input of a command refers to. Each entry is a line of the result.
+/// The sound of a media file that an input of a command refers to. Each entry is a line of the
+/// result.
 struct MediaEntry {
     std::string input;
-    std::string media;                ///< absolute path; empty when the input could not be read
-    int stream = 0;                   ///< index among the audio streams
+    std::string media;  ///< absolute path; empty when the input could not be read
+    zrh::media::SoundChoice sound;
     int rate = 0;                     ///< of the project, hertz
     std::optional<std::size_t> task;  ///< empty when the entry failed before a task existed
     std::string error;
     bool missing = false;  ///< a media file of a timeline that does not exist
 };
 
-/// Collects the streams that the inputs of a command refer to. An input that cannot be read becomes
+/// Collects the sounds that the inputs of a command refer to. An input that cannot be read becomes
 /// a separate entry, so that the other inputs are still processed.
 class MediaCollector {
 public:
-    /// Makes the task of a stream, once for each path, stream and rate.
+    /// Makes the task of a sound, once for each path, sound and rate.
     /// @return the number of the task
     /// @throws JobError
-    using MakeTask = std::function<std::size_t(const std::string& path, int stream, int rate)>;
+    using MakeTask = std::function<std::size_t(const std::string& path,
+                                               const zrh::media::SoundChoice& sound, int rate)>;
 
     /// @param guard  protects the inputs; null for a command without outputs
-    MediaCollector(const GlobalOptions& global, OutputGuard* guard, MakeTask makeTask)
-        : global_(global), guard_(guard), makeTask_(std::move(makeTask)) {}
+    /// @param sound  of the inputs that are media files
+    MediaCollector(const GlobalOptions& global, OutputGuard* guard,
+                   const zrh::media::SoundChoice& sound, MakeTask makeTask)
+        : global_(global), guard_(guard), sound_(sound), makeTask_(std::move(makeTask)) {}
 
     void Add(const std::string& input);
 
@@ -47,13 +51,15 @@ public:
 private:
     void AddTimeline(const std::string& input);
     void AddMissing(const std::string& input, const MediaUse& use, int rate);
-    void AddMedia(const std::string& input, const std::string& path, int stream, int rate);
-    std::size_t TaskFor(const std::string& path, int stream, int rate);
+    void AddMedia(const std::string& input, const std::string& path,
+                  const zrh::media::SoundChoice& sound, int rate);
+    std::size_t TaskFor(const std::string& path, const zrh::media::SoundChoice& sound, int rate);
 
     const GlobalOptions& global_;
     OutputGuard* guard_;
+    zrh::media::SoundChoice sound_;
     MakeTask makeTask_;
-    std::map<std::tuple<std::string, int, int>, std::size_t> known_;
+    std::map<std::tuple<std::string, zrh::media::SoundChoice, int>, std::size_t> known_;
 };
 
 /// The result of finding or making a cache file.

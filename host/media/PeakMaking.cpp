@@ -12,13 +12,13 @@
 #include "host/shell/SystemLimits.h"
 #include "host/shell/Text.h"
 #include "host/timeline/Input.h"
+#include "host/timeline/SoundProblem.h"
 #include "sonrel/base/Paths.h"
 #include "sonrel/cache/CacheFileCheck.h"
 #include "sonrel/cache/PeakFile.h"
 #include "sonrel/cache/WaveformPeakFileHelper.h"
 #include "sonrel/media/MediaInfo.h"
 #include "sonrel/media/OpenMediaFile.h"
-#include "sonrel/media/input/MediaErrors.h"
 #include "sonrel/media/input/ReadObserver.h"
 
 namespace orlo::host {
@@ -29,8 +29,9 @@ using project::MediaAsset;
 using project::MediaAudioStream;
 using project::MediaDB;
 using sonrel::PeakFile;
-using zrh::media::MediaError;
 using zrh::media::ReadObserver;
+using zrh::media::SoundChoice;
+using zrh::media::ZRAbstractMediaFile;
 namespace helper = sonrel::WaveformPeakFileHelper;
 
 constexpr const char* STEP = "peaks";
@@ -59,6 +60,30 @@ std::string CreationFailureClause(const PeakTask& task) {
     return "cannot create the peak file of " + Quoted(MediaPath(task));
 }
 
+/// The streams of a file as the container declares them, without reading the sound.
+zrh::media::MediaInfo DeclaredStreams(ZRAbstractMediaFile& file) {
+    zrh::media::MediaInfo info;
+    for (const auto& stream : file.Streams()) {
+        zrh::media::MediaStreamInfo& audio = info.streams.emplace_back();
+        if (stream->StreamType() != 0) continue;
+        audio.kind = zrh::media::MediaStreamKind::Audio;
+        audio.sampleRate = stream->SampleRate();
+        audio.channels = stream->ChannelCount();
+        audio.bitsPerSample = stream->BitsPerSample();
+        audio.dataType = stream->SampleDataType();
+    }
+    return info;
+}
+
+/// The choice with the streams of its channels. @throws JobError where the file does not have them
+SoundChoice ResolvedSound(const std::string& path, ZRAbstractMediaFile& file,
+                          const SoundChoice& choice) {
+    const zrh::media::MediaInfo declared = DeclaredStreams(file);
+    SoundChoice sound;
+    if (zrh::media::ResolveSound(declared, choice, &sound) == 0) return sound;
+    throw JobError("cannot use " + Quoted(path) + ": it " + SoundProblem(declared, choice));
+}
+
 /// The reason why the sound of a task produced no peak file, as far as it can be determined
 /// afterwards.
 std::string SoundErrorMessage(const PeakTask& task) {
@@ -73,9 +98,14 @@ std::string SoundErrorMessage(const PeakTask& task) {
 long long ExactFrames(const PeakTask& task) {
     zrh::media::MediaInfo info;
     zrh::media::DescribeMedia(WidePath(MediaPath(task)), &info);
-    const zrh::media::MediaStreamInfo* stream = zrh::media::FindStream(
-        info, zrh::media::MediaStreamKind::Audio, task.asset->AudioStreamIndex());
-    return stream != nullptr ? stream->sampleCount : 0;
+    const SoundChoice sound = SoundChoice::FromNumber(task.asset->AudioStreamIndex());
+    long long frames = 0;
+    for (const int index : {sound.Stream(), sound.right.stream}) {
+        const auto* stream = zrh::media::FindStream(info, zrh::media::MediaStreamKind::Audio,
+                                                    static_cast<unsigned long long>(index));
+        if (stream != nullptr) frames = std::max(frames, stream->sampleCount);
+    }
+    return frames;
 }
 
 class PeakTasks final : public CacheFileTasks {
@@ -169,23 +199,22 @@ bool IsAboutOutput(int code) {
 }  // namespace
 
 PeakTask PeakTaskFor(const std::shared_ptr<project::MediaManager>& manager, const std::string& path,
-                     int stream) {
+                     const SoundChoice& choice) {
     RequireMediaFile(path);
     zrh::media::MediaFilePtr file;
     const int code = zrh::media::OpenMediaFile(WidePath(path), &file);
     if (code != 0) RefuseMedia(path, code);
-    const auto sound = zrh::media::FindAudioStream(*file, static_cast<unsigned long long>(stream));
-    if (sound == nullptr && stream > 0) RefuseMedia(path, static_cast<int>(MediaError::NotAudio));
-    if (sound == nullptr) throw JobError("cannot use " + Quoted(path) + ": it has no sound");
+    const SoundChoice sound = ResolvedSound(path, *file, choice);
+    const auto stream = zrh::media::FindAudioStream(*file, sound.Number());
 
     PeakTask task;
-    task.rate = std::max(sound->SampleRate(), 0);
-    task.channels = sound->ChannelCount();
-    task.frames = std::max(sound->SampleCount(), 0LL);
+    task.rate = std::max(stream->SampleRate(), 0);
+    task.channels = stream->ChannelCount();
+    task.frames = std::max(stream->SampleCount(), 0LL);
     task.asset = std::make_shared<MediaAsset>(manager, WidePath(path));
     task.asset->SetAudioStream(std::make_unique<MediaAudioStream>(
         task.rate, task.frames, zrh::media::ZRAudioCodec::Unknown));
-    task.asset->SetAudioStreamIndex(static_cast<unsigned long long>(stream));
+    task.asset->SetAudioStreamIndex(sound.Number());
     return task;
 }
 

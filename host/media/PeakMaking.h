@@ -11,12 +11,13 @@
 #include "host/options/GlobalOptions.h"
 #include "host/output/PartialFile.h"
 #include "host/shell/Progress.h"
+#include "sonrel/media/SoundChoice.h"
 #include "sonrel/project/MediaAsset.h"
 #include "sonrel/project/MediaManager.h"
 
 namespace orlo::host {
 
-/// One stream of a media file to make a peak file of, and the result.
+/// The sound of a media file to make a peak file of, and the result.
 struct PeakTask {
     std::shared_ptr<project::MediaAsset> asset;  ///< with an audio stream
     int rate = 0;                                ///< native rate of the stream, hertz
@@ -26,11 +27,11 @@ struct PeakTask {
     FileResult result;
 };
 
-/// Opens a stream without reading its sound, so that an existing peak file is found at once,
+/// Opens a sound without reading its sound, so that an existing peak file is found at once,
 /// however long the media file is.
 /// @throws JobError that names the file
 PeakTask PeakTaskFor(const std::shared_ptr<project::MediaManager>& manager, const std::string& path,
-                     int stream);
+                     const zrh::media::SoundChoice& choice);
 
 /// Finds or makes the peak files of all tasks in the cache.
 /// @throws JobError when the database fails; CommandError when the program is asked to stop

@@ -258,7 +258,8 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
     ProtectMediaInput(options.input, guard);
     guard.Claim(options.output);
     project::Project project;
-    std::vector<MediaUse> media{{{path, {}}, 0, {}, ImportMediaFile(project, path, 0)}};
+    const zrh::media::SoundChoice sound = options.sound.Choice();
+    std::vector<MediaUse> media{{{path, {}}, sound, {}, ImportMediaFile(project, path, sound)}};
     const std::shared_ptr<project::MediaAsset>& asset = media.front().asset;
     const FrameGrid grid{RateFor(global), FrameRateOf(*asset, global)};
 
@@ -290,6 +291,7 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
 }  // namespace
 
 Outcome RunMix(const GlobalOptions& global, const MixOptions& options) {
+    CheckSound(options.sound, {options.input});
     if (options.stems && options.composition) {
         throw UsageError(
             "--stems cannot be combined with --composition: a nested item has no stems");

@@ -45,6 +45,7 @@ void DeclareMixOptions(CLI::App& command, MixOptions& options) {
     DeclareInput(command, options.input, "Timeline or media file");
     DeclareOutputs(command, options);
     DeclareSource(command, options);
+    DeclareSound(command, options.sound);
     DeclareDither(command, options.dither, options.seed);
     command.add_flag("--fail-on-clip", options.failOnClip, "Exit 3 when the mix clips");
 }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "host/options/DitherChoice.h"
+#include "host/options/SoundOptions.h"
 #include "host/otio/Arrangement.h"
 
 namespace CLI {
@@ -24,6 +25,7 @@ struct MixOptions {
     std::optional<std::string> stems;        ///< folder
     std::optional<std::string> composition;  ///< name of the nested item to mix
     otio::Retime retime = otio::Retime::Otio;
+    SoundOptions sound;  ///< of a media file
     bool failOnClip = false;
     bool soundFromVideo = false;
     bool overwrite = false;  ///< whether write-protected files may be replaced

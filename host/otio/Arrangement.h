@@ -31,8 +31,8 @@ struct PlacedComposition;
 struct PlacedClip {
     std::string name;
     SourceLocation place;
-    MediaLocation media;  ///< clips only
-    int stream = 0;
+    MediaLocation media;            ///< clips only
+    zrh::media::SoundChoice sound;  ///< may contain ANY_STREAM and OfFile
     int startFrame = 0;
     int endFrame = 0;
     int sourceStartFrame = 0;  ///< in-point, already divided by the clip's speed

@@ -114,6 +114,13 @@ bool BoolMember(const Json& object, const char* key, bool fallback, const Source
     return fallback;
 }
 
+const Json* ActiveReference(const Json& clip) {
+    const Json* references = Member(clip, "media_references");
+    if (references == nullptr || !references->IsObject()) return Member(clip, "media_reference");
+    const std::string active = StringMember(clip, "active_media_reference_key");
+    return Member(*references, active.empty() ? "DEFAULT_MEDIA" : active.c_str());
+}
+
 const Json* MetadataOf(const Json& object, const char* program) {
     const Json* metadata = Member(object, "metadata");
     if (metadata == nullptr) return nullptr;

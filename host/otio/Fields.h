@@ -42,6 +42,10 @@ RationalTime TimeMember(const Json& object, const char* key, const SourceLocatio
 bool BoolMember(const Json& object, const char* key, bool fallback, const SourceLocation& place,
                 ImportReport& report);
 
+/// The media reference of a clip; the active reference when there are several. Null when there is
+/// none.
+const Json* ActiveReference(const Json& clip);
+
 /// The metadata that @p program stores in an object; null when there is none.
 const Json* MetadataOf(const Json& object, const char* program);
 

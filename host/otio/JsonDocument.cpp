@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -100,6 +101,13 @@ CleanText ReplaceNonFinite(std::string original) {
     return clean;
 }
 
+/// Whether the importer reads metadata under this name.
+bool IsReadMetadata(std::string_view name) {
+    constexpr std::array<std::string_view, 5> READ = {"sonrel", "Resolve_OTIO", "PremierePro_OTIO",
+                                                      "fcp_xml", "ffmpeg_audio_stream"};
+    return std::find(READ.begin(), READ.end(), name) != READ.end();
+}
+
 /// Builds the document from parser events. Drops markers and the metadata of other programs, which
 /// nothing reads and which make up most of many files.
 class DocumentBuilder : public nlohmann::json_sax<nlohmann::json> {
@@ -123,8 +131,7 @@ public:
     bool key(string_t& name) override {
         if (droppedDepth_ > 0) return true;
         Level& level = levels_.back();
-        dropNext_ =
-            level.isMetadata ? name != "sonrel" && name != "Resolve_OTIO" : name == "markers";
+        dropNext_ = level.isMetadata ? !IsReadMetadata(name) : name == "markers";
         // The content of kept metadata is stored unchanged.
         metadataNext_ = !level.isKept && name == "metadata";
         keptNext_ = level.isKept || level.isMetadata;

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "host/otio/Fields.h"
+#include "host/otio/StreamEffects.h"
 #include "host/shell/Text.h"
 
 namespace orlo::host::otio {
@@ -119,6 +120,9 @@ void ParseEffect(const Json& effect, Item& item, ImportReport& report) {
         item.speedProblem = "a freeze frame has no sound; it is muted";
     } else if (schema == "TimeEffect") {
         item.speedProblem = "a speed that changes cannot be rendered; it is muted";
+    } else if (IsStreamEffect(schema) && item.kind == Item::Kind::Clip) {
+        // It is a part of the channel mapping.
+        return;
     } else if (const Json* metadata = MetadataOf(effect, RESOLVE)) {
         ParseResolveEffect(*metadata, item, report);
     } else {
@@ -196,6 +200,9 @@ void ParseCurve(const Json& value, std::string& curve, const std::string& what,
 }
 
 void ParseOwnMetadata(const Json& metadata, Item& item, ImportReport& report) {
+    if (item.kind == Item::Kind::Clip) {
+        item.soundSetting = ParseSoundSetting(metadata, item.place, report);
+    }
     for (const auto& [key, value] : metadata.AsObject()) {
         if (key == "audioLevel") {
             item.level = LevelValue(value, "audioLevel", item.place, report);
@@ -211,6 +218,8 @@ void ParseOwnMetadata(const Json& metadata, Item& item, ImportReport& report) {
                 FadeLength(value, key, item.place, report).value_or(item.fades.outFrames);
         } else if (key == "fadeCurve") {
             ParseCurve(value, item.fades.curve, key, item.place, report);
+        } else if ((key == "stream" || key == "channels") && item.kind == Item::Kind::Clip) {
+            continue;
         } else {
             report.Add("metadata.sonrel." + OneLine(key), item.place, "it is not imported");
         }

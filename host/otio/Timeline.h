@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/otio/ImportReport.h"
+#include "host/otio/SoundSetting.h"
 
 /// The values of a timeline file, neither resolved nor rounded.
 namespace orlo::host::otio {
@@ -86,8 +87,11 @@ struct Item {
     bool enabled = true;
 
     std::optional<MediaReference> media;
-    std::string noMediaReason;  ///< set when a clip has no media file with sound
-    int stream = 0;             ///< audio stream of the media file, from 0
+    std::string noMediaReason;      ///< set when a clip has no media file with sound
+    zrh::media::SoundChoice sound;  ///< of the media file; may contain ANY_STREAM and OfFile
+    SoundSetting soundSetting;      ///< the part of the sound that our own metadata choose
+    int sourceTrack = 0;            ///< channel of an FCP 7 clip, from 1; 0 for other clips
+    bool isStereoHalf = false;      ///< an FCP 7 clip that says that it is half of a stereo clip
     double speed = 1.0;
     std::string speedProblem;  ///< set when the speed cannot be rendered
     Level level;
@@ -107,6 +111,8 @@ struct Track {
     /// False for a track of another kind in a nested item, which is kept because it counts for the
     /// length of the item.
     bool sounds = true;
+    bool isExploded = false;  ///< half of a stereo track of FCP 7
+    SoundSetting soundSetting;
     std::string name;
     SourceLocation place;
     std::optional<TimeRange> sourceRange;

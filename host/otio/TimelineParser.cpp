@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/otio/TimelineParser.h"
 
+#include "host/otio/ChannelMappings.h"
 #include "host/otio/ClipParser.h"
 #include "host/otio/Fields.h"
 #include "host/otio/SoundParser.h"
@@ -99,10 +100,20 @@ Item ParseItem(const Json& object, const std::string& track, std::size_t number,
     return item;
 }
 
+/// Our own settings of a clip and its track take precedence over those of other programs.
+void SetOwnSound(const Track& track, Item& item) {
+    const SoundSetting setting = Combined(item.soundSetting, track.soundSetting);
+    if (setting.IsEmpty() || item.kind != Item::Kind::Clip) return;
+    item.sound = setting.Choice();
+    item.sourceTrack = 0;
+}
+
 void ParseItems(const Json& object, Track::Kind wanted, Track& track, ImportReport& report) {
     std::size_t number = 0;
+    track.isExploded = IsExplodedTrack(object);
     for (const Json& child : ListMember(object, "children", track.place)) {
         track.items.push_back(ParseItem(child, track.place.track, ++number, wanted, report));
+        SetOwnSound(track, track.items.back());
     }
 }
 
@@ -112,7 +123,9 @@ void ParseTrackMetadata(const Json& object, Track& track, ImportReport& report) 
     }
     const Json* metadata = MetadataOf(object, "sonrel");
     if (metadata == nullptr) return;
+    track.soundSetting = ParseSoundSetting(*metadata, track.place, report);
     for (const auto& [key, value] : metadata->AsObject()) {
+        if (key == "stream" || key == "channels") continue;
         if (key == "audioLevel") {
             track.level = LevelValue(value, key, track.place, report);
         } else if (key == "stereoBalance") {
@@ -152,6 +165,7 @@ Track TrackOfItem(const Json& object, const SourceLocation& place, Track::Kind w
     track.name = StringMember(object, "name");
     track.place = place;
     track.items.push_back(ParseItem(object, place.track, 1, wanted, report));
+    SetOwnSound(track, track.items.back());
     return track;
 }
 
@@ -314,6 +328,7 @@ void AddTop(const Json& top, Track::Kind wanted, Timeline& timeline, ImportRepor
 Timeline ParseTimeline(const Json& document, Track::Kind wanted, ImportReport& report) {
     Timeline timeline;
     AddTop(document, wanted, timeline, report);
+    PairExplodedStereo(timeline.tracks);
     return timeline;
 }
 

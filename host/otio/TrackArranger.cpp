@@ -328,7 +328,7 @@ bool TrackArranger::PlaceClip(const Item& item, Seconds position,
     PlacedClip clip;
     clip.name = item.name;
     clip.place = item.place;
-    clip.stream = item.stream;
+    clip.sound = item.sound;
     clip.speed = item.speedProblem.empty() ? item.speed : 1.0;
     clip.muted = item.muted || !item.enabled || !item.speedProblem.empty();
     clip.startFrame = CheckedFrame(kept.begin, rules_.fps, item.place);

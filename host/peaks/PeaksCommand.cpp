@@ -32,10 +32,11 @@ struct Work {
 
 Work CollectWork(const GlobalOptions& global, const PeaksOptions& options, OutputGuard& guard) {
     Work work;
-    MediaCollector collector(global, &guard, [&](const std::string& path, int stream, int) {
-        work.tasks.push_back(PeakTaskFor(work.manager, path, stream));
+    const auto makeTask = [&](const std::string& path, const zrh::media::SoundChoice& sound, int) {
+        work.tasks.push_back(PeakTaskFor(work.manager, path, sound));
         return work.tasks.size() - 1;
-    });
+    };
+    MediaCollector collector(global, &guard, options.sound.Choice(), makeTask);
     for (const std::string& input : options.inputs) collector.Add(input);
     work.entries = std::move(collector.entries);
     for (MediaEntry& entry : work.entries) {
@@ -70,7 +71,7 @@ void ClaimOutputs(const GlobalOptions& global, const PeaksOptions& options, Outp
 int ExactRate(const PeakTask& task) {
     project::Project project;
     return ImportMediaFile(project, zrtl::ToUtf8(task.asset->Filename()),
-                           static_cast<int>(task.asset->AudioStreamIndex()))
+                           zrh::media::SoundChoice::FromNumber(task.asset->AudioStreamIndex()))
         ->AudioStream()
         ->NativeSampleRate();
 }
@@ -155,6 +156,7 @@ void CheckOptions(const GlobalOptions& global, const PeaksOptions& options) {
 
 Outcome RunPeaks(const GlobalOptions& global, const PeaksOptions& options) {
     CheckOptions(global, options);
+    CheckSound(options.sound, options.inputs);
     if (!options.output.empty() || global.noCacheDb) return RunWithoutCache(global, options);
     return RunWithCache(global, options);
 }

@@ -28,6 +28,7 @@ CLI::Validator Zoom() {
 
 void DeclarePeaksOptions(CLI::App& command, PeaksOptions& options) {
     DeclareInputs(command, options.inputs);
+    DeclareSound(command, options.sound);
     command.add_option("-o", options.output, "Write to this file instead of the cache")
         ->type_name("FILE.xwpk");
     command

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "host/media/PeakMaking.h"
+#include "host/options/SoundOptions.h"
 
 namespace CLI {
 class App;
@@ -14,6 +15,7 @@ namespace orlo::host {
 
 struct PeaksOptions {
     std::vector<std::string> inputs;
+    SoundOptions sound;
     std::string output;  ///< empty: writes to the cache
     PeakMode mode = PeakMode::Auto;
     std::string exportFile;

@@ -62,9 +62,9 @@ PlayTarget TimelineTarget(const GlobalOptions& global, const PlayOptions& option
 PlayTarget MediaTarget(const GlobalOptions& global, const PlayOptions& options) {
     const std::string path = AbsolutePath(options.input);
     PlayTarget target;
-    target.asset = ImportMediaFile(*target.project, path, 0);
+    target.asset = ImportMediaFile(*target.project, path, options.sound.Choice());
     target.grid = {RateFor(global), FrameRateOf(*target.asset, global)};
-    target.media = {{{path, {}}, 0, {}, target.asset}};
+    target.media = {{{path, {}}, options.sound.Choice(), {}, target.asset}};
     // The engine plays a media file at the sample rate of the project and at the frame rate of the
     // media file.
     target.project->Sequence()->Settings().SetCustomAudioSampleRate(target.grid.rate);
@@ -222,6 +222,7 @@ void CheckOptions(const GlobalOptions& global, const PlayOptions& options) {
 }  // namespace
 
 Outcome RunPlay(const GlobalOptions& global, const PlayOptions& options) {
+    CheckSound(options.sound, {options.input});
     CheckOptions(global, options);
     return Player(global, options).Run();
 }

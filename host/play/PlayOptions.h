@@ -4,6 +4,7 @@
 #include <string>
 
 #include "host/options/DitherChoice.h"
+#include "host/options/SoundOptions.h"
 
 namespace CLI {
 class App;
@@ -14,6 +15,7 @@ namespace orlo::host {
 struct PlayOptions {
     std::string input;
     std::string from;
+    SoundOptions sound;  ///< of a media file
     bool reverse = false;
     int speed = 1;
     bool meters = false;

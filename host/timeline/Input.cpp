@@ -13,8 +13,10 @@
 #include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/Paths.h"
+#include "host/shell/SoundText.h"
 #include "host/shell/Text.h"
 #include "host/timeline/EffectChains.h"
+#include "host/timeline/SoundProblem.h"
 #include "sonrel/media/ImportMediaAsset.h"
 #include "sonrel/media/MediaInfo.h"
 #include "sonrel/media/ZRMediaException.h"
@@ -29,15 +31,25 @@ using project::MediaAsset;
 constexpr int DEFAULT_RATE = 48000;
 constexpr double DEFAULT_FPS = 25.0;
 
-/// Number of audio streams of a file. @throws JobError when the file cannot be read
-int CountAudioStreams(const std::string& path) {
+/// Why a file does not have the chosen sound; empty where it has, and where it cannot be read.
+std::string ProblemOf(const std::string& path, const zrh::media::SoundChoice& sound) {
+    if (sound == zrh::media::SoundChoice() || Interrupted()) return {};
     zrh::media::MediaInfo info;
-    const int code = zrh::media::DescribeMedia(WidePath(path), &info);
-    if (code != 0) RefuseMedia(path, code);
-    return static_cast<int>(std::count_if(
-        info.streams.begin(), info.streams.end(), [](const zrh::media::MediaStreamInfo& stream) {
-            return stream.kind == zrh::media::MediaStreamKind::Audio;
-        }));
+    if (zrh::media::DescribeMedia(WidePath(path), &info) != 0) return {};
+    return SoundProblem(info, sound);
+}
+
+/// Whether a clip uses left and right of a media file that has only one channel.
+bool IsStereoOfMono(const std::string& path, const zrh::media::SoundChoice& sound) {
+    const bool isStereo = sound.kind == zrh::media::SoundChoice::Kind::Channels &&
+                          sound.left.channel == 1 && sound.right.channel == 2 &&
+                          sound.left.stream == sound.right.stream;
+    zrh::media::MediaInfo info;
+    if (!isStereo || zrh::media::DescribeMedia(WidePath(path), &info) != 0) return false;
+    constexpr auto AUDIO = zrh::media::MediaStreamKind::Audio;
+    const auto* first = zrh::media::FindStream(info, AUDIO, 0);
+    return first != nullptr && first->channels == 1 &&
+           zrh::media::FindStream(info, AUDIO, 1) == nullptr;
 }
 
 /// The first reason why a stream of a file cannot be read; @p otherwise when all can be read.
@@ -58,15 +70,20 @@ std::shared_ptr<MediaAsset> ImportUse(project::Project& project, const MediaUse&
     RequireMediaFile(path);
     try {
         std::shared_ptr<MediaAsset> asset =
-            project::ImportMediaAsset(project.Manager(), WidePath(path), use.stream);
+            project::ImportMediaAsset(project.Manager(), WidePath(path), use.sound);
         if (!asset->HasAudio()) report.Add("clip", use.place, "its media file has no sound");
         return asset;
     } catch (const zrh::media::ZRMediaException& error) {
-        if (Interrupted()) RefuseMedia(path, error.Code());
-        const int streams = use.stream == 0 ? 1 : CountAudioStreams(path);
-        if (use.stream < streams) RefuseMedia(path, error.Code());
+        const std::string problem = ProblemOf(path, use.sound);
+        if (problem.empty()) RefuseMedia(path, error.Code());
+        if (IsStereoOfMono(path, use.sound)) {
+            report.Add("clip", use.place,
+                       "it uses left and right, and its media file has one channel, which sounds "
+                       "on both sides");
+            return project::ImportMediaAsset(project.Manager(), WidePath(path));
+        }
         report.Add("clip", use.place,
-                   "its media file has no audio stream number " + std::to_string(use.stream + 1) +
+                   "it uses " + ClauseOf(use.sound) + ", and its media file " + problem +
                        "; it is silent");
         return SilentAsset(project, path);
     }
@@ -80,8 +97,8 @@ public:
             for (const otio::PlacedClip& clip : track.clips) {
                 if (clip.composition != nullptr) {
                     Add(clip.composition->tracks);
-                } else if (known_.emplace(clip.media.path, clip.stream).second) {
-                    media_.push_back({clip.media, clip.stream, clip.place, nullptr});
+                } else if (known_.emplace(clip.media.path, clip.sound).second) {
+                    media_.push_back({clip.media, clip.sound, clip.place, nullptr});
                 }
             }
         }
@@ -91,7 +108,7 @@ public:
 
 private:
     std::vector<MediaUse> media_;
-    std::set<std::pair<std::string, int>> known_;
+    std::set<std::pair<std::string, zrh::media::SoundChoice>> known_;
 };
 
 }  // namespace
@@ -194,13 +211,15 @@ void ImportMedia(project::Project& project, std::vector<MediaUse>& media,
 }
 
 std::shared_ptr<MediaAsset> ImportMediaFile(project::Project& project, const std::string& path,
-                                            int stream) {
+                                            const zrh::media::SoundChoice& sound) {
     RequireMediaFile(path);
     std::shared_ptr<MediaAsset> asset;
     try {
-        asset = project::ImportMediaAsset(project.Manager(), WidePath(path), stream);
+        asset = project::ImportMediaAsset(project.Manager(), WidePath(path), sound);
     } catch (const zrh::media::ZRMediaException& error) {
-        RefuseMedia(path, error.Code());
+        const std::string problem = ProblemOf(path, sound);
+        if (problem.empty()) RefuseMedia(path, error.Code());
+        throw JobError("cannot use " + Quoted(path) + ": it " + problem);
     }
     if (!asset->HasAudio()) throw JobError("cannot use " + Quoted(path) + ": it has no sound");
     project.Assets().Add(asset);

@@ -14,10 +14,10 @@
 
 namespace orlo::host {
 
-/// A media file that a timeline uses. Each pair of path and audio stream is a separate use.
+/// A media file that a timeline uses. Each pair of path and sound is a separate use.
 struct MediaUse {
     otio::MediaLocation location;
-    int stream = 0;
+    zrh::media::SoundChoice sound;
     otio::SourceLocation place;                  ///< the first clip that uses it
     std::shared_ptr<project::MediaAsset> asset;  ///< null until it is imported
 };
@@ -56,7 +56,8 @@ void ImportMedia(project::Project& project, std::vector<MediaUse>& media,
 
 /// Creates the asset of a media file with sound. @throws JobError with the name of the file
 std::shared_ptr<project::MediaAsset> ImportMediaFile(project::Project& project,
-                                                     const std::string& path, int stream);
+                                                     const std::string& path,
+                                                     const zrh::media::SoundChoice& sound);
 
 /// Refuses a path that does not exist or is not a regular file. @throws JobError with the path
 void RequireMediaFile(const std::string& path);

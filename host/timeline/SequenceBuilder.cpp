@@ -36,7 +36,7 @@ public:
             project::Project& project)
         : arrangement_(arrangement), project_(project) {
         for (const MediaUse& use : media) {
-            assets_.emplace(std::make_pair(use.location.path, use.stream), use.asset->ID());
+            assets_.emplace(std::make_pair(use.location.path, use.sound), use.asset->ID());
         }
     }
 
@@ -78,7 +78,7 @@ public:
 private:
     zrtl::ZRID AssetOf(const otio::PlacedClip& clip) const {
         if (clip.composition != nullptr) return MakeComposition(*clip.composition)->ID();
-        return assets_.at({clip.media.path, clip.stream});
+        return assets_.at({clip.media.path, clip.sound});
     }
 
     /// Sets the values that objects and layers share.
@@ -120,7 +120,7 @@ private:
 
     const otio::Arrangement& arrangement_;
     project::Project& project_;
-    std::map<std::pair<std::string, int>, zrtl::ZRID> assets_;
+    std::map<std::pair<std::string, zrh::media::SoundChoice>, zrtl::ZRID> assets_;
 };
 
 }  // namespace

@@ -107,6 +107,7 @@ void CheckOptions(const WaveformOptions& options) {
 
 Outcome RunWaveform(const GlobalOptions& global, const WaveformOptions& options) {
     CheckOptions(options);
+    CheckSound(options.sound, {options.input});
     OutputGuard guard(options.overwrite);
     ProtectCache(global, guard);
     ProtectMediaInput(options.input, guard);
@@ -114,7 +115,7 @@ Outcome RunWaveform(const GlobalOptions& global, const WaveformOptions& options)
     const std::string media = AbsolutePath(options.input);
     // The asset does not own its manager.
     const auto manager = std::make_shared<project::MediaManager>();
-    const PeakTask task = PeakTaskFor(manager, media, 0);
+    const PeakTask task = PeakTaskFor(manager, media, options.sound.Choice());
 
     OutputFile output(options.output, guard);
     const EngineSession session(global);

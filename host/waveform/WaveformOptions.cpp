@@ -49,6 +49,7 @@ void DeclareWaveformOptions(CLI::App& command, WaveformOptions& options) {
             [&options](const std::string& text) { options.size = ParsePictureSize(text); },
             "Pixels (default: 1800x280)")
         ->type_name("WxH");
+    DeclareSound(command, options.sound);
     DeclareStyle(command, options);
     DeclareColor(command, "--color", options.color, "Colour of the waveform (default: 000000FF)");
     DeclareColor(command, "--background", options.background,

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "host/options/SoundOptions.h"
 #include "host/waveform/PictureArguments.h"
 #include "sonrel/waveform/WaveformPreview.h"
 
@@ -15,6 +16,7 @@ namespace orlo::host {
 struct WaveformOptions {
     std::string input;
     std::string output;
+    SoundOptions sound;
     PictureSize size{1800, 280};
     sonrel::WaveformPreview::Style style = sonrel::WaveformPreview::Style::RMSEnvelope;
     sonrel::WaveformPreview::Scale scale = sonrel::WaveformPreview::Scale::Linear;

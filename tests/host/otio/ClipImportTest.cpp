@@ -241,26 +241,6 @@ TEST(ClipMedia, AUrlThatIsNotAStringDoesNotNameAFile) {
     EXPECT_EQ(Reported(ImportClip(clip), "clip", "does not name a file"), 1);
 }
 
-TEST(ClipMedia, TheSourceStreamOfForeignMetadataIsUsed) {
-    Json clip = Clip("a", 0, 50);
-    clip["metadata"]["Resolve_OTIO"]["Channels"] = {
-        {{"Source Channel ID", 0}, {"Source Track ID", 2}},
-        {{"Source Channel ID", 1}, {"Source Track ID", 2}}};
-
-    const TimelineImport import = ImportClip(clip);
-
-    EXPECT_EQ(OnlyClip(import).stream, 2);
-    EXPECT_TRUE(import.report.Entries().empty());
-}
-
-TEST(ClipMedia, AChoiceOfSingleChannelsIsListed) {
-    Json clip = Clip("a", 0, 50);
-    clip["metadata"]["Resolve_OTIO"]["Channels"] = {
-        {{"Source Channel ID", 1}, {"Source Track ID", 0}}};
-
-    EXPECT_EQ(Reported(ImportClip(clip), "source channels"), 1);
-}
-
 TEST(ClipMedia, AStreamThatIsNotANumberIsListedAndTheFirstIsUsed) {
     for (const Json& stream : {Json(-1), Json("x"), Json(1e30), Json(5000)}) {
         Json clip = Clip("a", 0, 50);
@@ -268,7 +248,7 @@ TEST(ClipMedia, AStreamThatIsNotANumberIsListedAndTheFirstIsUsed) {
 
         const TimelineImport import = ImportClip(clip);
 
-        EXPECT_EQ(OnlyClip(import).stream, 0) << stream;
+        EXPECT_EQ(OnlyClip(import).sound.Stream(), 0) << stream;
         EXPECT_EQ(Reported(import, "source stream"), 1) << stream;
     }
 }

@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: MIT
+#include "host/otio/StreamEffects.h"
+
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "host/otio/Fields.h"
+#include "host/shell/SoundText.h"
+
+namespace orlo::host::otio {
+
+namespace {
+
+using zrh::media::ChannelPlace;
+using zrh::media::SoundChoice;
+
+/// Streams by their names. A stream of the mapping is one channel.
+using Streams = std::map<std::string, ChannelPlace>;
+
+constexpr const char* WHAT = "stream effect";
+
+/// The containers whose streams are counted as channels.
+bool CountsChannels(std::string_view url) {
+    const std::size_t dot = url.rfind('.');
+    std::string ending;
+    for (const char letter : dot == std::string_view::npos ? std::string_view() : url.substr(dot)) {
+        ending += static_cast<char>(letter >= 'A' && letter <= 'Z' ? letter | 0x20 : letter);
+    }
+    for (const char* known : {".wav", ".wave", ".bwf", ".rf64", ".w64", ".aif", ".aiff", ".caf"}) {
+        if (ending == known) return true;
+    }
+    return false;
+}
+
+std::optional<int> IndexMember(const Json& object, const char* key) {
+    const Json* value = Member(object, key);
+    const long long index = value == nullptr ? -1 : value->AsInteger().value_or(-1);
+    if (index < 0 || index >= SoundChoice::MAX_STREAMS) return std::nullopt;
+    return static_cast<int>(index);
+}
+
+/// @return nullopt for an address that is not a stream of sound
+std::optional<ChannelPlace> PlaceOf(const Json& address, const std::string& url) {
+    const std::string schema = SchemaName(address);
+    if (schema == "IndexStreamAddress") {
+        const std::optional<int> index = IndexMember(address, "index");
+        if (!index) return std::nullopt;
+        if (CountsChannels(url)) return ChannelPlace{ChannelPlace::ANY_STREAM, *index + 1};
+        return ChannelPlace{ChannelPlace::OfFile(*index), 1};
+    }
+    if (schema != "StreamChannelIndexStreamAddress") return std::nullopt;
+    const std::optional<int> stream = IndexMember(address, "stream_index");
+    const std::optional<int> channel = IndexMember(address, "channel_index");
+    if (!stream || !channel || *channel >= SoundChoice::MAX_CHANNELS) return std::nullopt;
+    return ChannelPlace{ChannelPlace::OfFile(*stream), *channel + 1};
+}
+
+Streams AvailableStreams(const Json& reference, const Item& item, ImportReport& report) {
+    Streams streams;
+    const Json* available = Member(reference, "available_streams");
+    if (available == nullptr || !available->IsObject()) return streams;
+    const std::string url = StringMember(reference, "target_url");
+    for (const auto& [name, info] : available->AsObject()) {
+        if (StringMember(info, "kind") != "Audio") continue;
+        const Json* address = Member(info, "address");
+        const std::optional<ChannelPlace> place =
+            address == nullptr ? std::nullopt : PlaceOf(*address, url);
+        if (place) {
+            streams[name] = *place;
+        } else {
+            report.Add("stream address", item.place, "it is not a number of a stream or channel");
+        }
+    }
+    return streams;
+}
+
+Streams Selected(const Json& effect, const Streams& streams) {
+    Streams selected;
+    const Json* names = Member(effect, "output_streams");
+    if (names == nullptr || !names->IsArray()) return streams;
+    for (const Json& name : names->AsArray()) {
+        const auto found = name.IsString() ? streams.find(name.AsString()) : streams.end();
+        if (found != streams.end()) selected.insert(*found);
+    }
+    return selected;
+}
+
+Streams Renamed(const Json& effect, const Streams& streams) {
+    Streams renamed;
+    const Json* names = Member(effect, "stream_map");
+    if (names == nullptr || !names->IsObject()) return streams;
+    for (const auto& [output, input] : names->AsObject()) {
+        const auto found = input.IsString() ? streams.find(input.AsString()) : streams.end();
+        if (found != streams.end()) renamed[output] = found->second;
+    }
+    return renamed;
+}
+
+/// The only input of an output of a mix matrix, at its full level. Inputs of level 0 do not count.
+/// @return the end of @p streams for any other mix
+Streams::const_iterator OnlyInput(const Json& inputs, const Streams& streams) {
+    auto only = streams.end();
+    if (!inputs.IsObject()) return only;
+    for (const auto& [name, level] : inputs.AsObject()) {
+        if (level.IsNumber() && level.AsNumber() == 0.0) continue;
+        const bool isFull = level.IsNumber() && level.AsNumber() == 1.0;
+        if (!isFull || only != streams.end()) return streams.end();
+        only = streams.find(name);
+    }
+    return only;
+}
+
+/// @return nullopt for a matrix that mixes streams or changes their levels
+std::optional<Streams> Mixed(const Json& effect, const Streams& streams) {
+    Streams mixed;
+    const Json* matrix = Member(effect, "matrix");
+    if (matrix == nullptr || !matrix->IsObject()) return streams;
+    for (const auto& [output, inputs] : matrix->AsObject()) {
+        const auto input = OnlyInput(inputs, streams);
+        if (input == streams.end()) return std::nullopt;
+        mixed[output] = input->second;
+    }
+    return mixed;
+}
+
+/// One stream for both sides, or the two streams with the names of left and right.
+std::optional<SoundChoice> SoundOf(const Streams& streams) {
+    if (streams.size() == 1) {
+        const ChannelPlace only = streams.begin()->second;
+        return SoundChoice::OfChannels(only, only);
+    }
+    const auto left = streams.find("stereo_left");
+    const auto right = streams.find("stereo_right");
+    if (left == streams.end() || right == streams.end()) return std::nullopt;
+    return SoundChoice::OfChannels(left->second, right->second);
+}
+
+}  // namespace
+
+bool IsStreamEffect(const std::string& schema) {
+    return schema == "StreamSelector" || schema == "StreamMapper" || schema == "AudioMixMatrix";
+}
+
+std::optional<SoundChoice> StreamEffectSound(const Json& clip, const Json* reference,
+                                             const Item& item, ImportReport& report) {
+    Streams streams;
+    if (reference != nullptr) streams = AvailableStreams(*reference, item, report);
+    bool isChosen = false;
+    for (const Json& effect : ListMember(clip, "effects", item.place)) {
+        const std::string schema = SchemaName(effect);
+        if (!IsStreamEffect(schema)) continue;
+        if (!BoolMember(effect, "enabled", true, item.place, report)) continue;
+        isChosen = true;
+        if (schema == "StreamSelector") streams = Selected(effect, streams);
+        if (schema == "StreamMapper") streams = Renamed(effect, streams);
+        if (schema != "AudioMixMatrix") continue;
+        const std::optional<Streams> mixed = Mixed(effect, streams);
+        if (!mixed) {
+            report.Add(WHAT, item.place,
+                       "a mix of streams is not imported; all channels of the first stream are "
+                       "mixed down");
+            return std::nullopt;
+        }
+        streams = *mixed;
+    }
+    const std::optional<SoundChoice> sound = SoundOf(streams);
+    if (isChosen && !sound) {
+        report.Add(WHAT, item.place,
+                   streams.empty() ? "it chooses no stream of sound of the media; the first stream "
+                                     "is used"
+                                   : "it chooses several streams that are not a stereo pair; the "
+                                     "first stream is used");
+    }
+    return isChosen || streams.size() <= 2 ? sound : std::nullopt;
+}
+
+}  // namespace orlo::host::otio
