@@ -23,8 +23,7 @@ endfunction()
 
 # An object library of ours: compiled once, linked into a shared library and into its unit tests.
 # Compiles eight sources of a target as one: the headers of the tests and of the program take longer to
-# compile than their sources. The names in the anonymous namespaces of a target must be unique. The
-# library is always compiled source by source, as it is in a host's build.
+# compile than their sources. The names in the anonymous namespaces of a target must be unique.
 function(sonrel_unity_build target)
     if(SONREL_UNITY_BUILD)
         set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
@@ -39,6 +38,9 @@ function(sonrel_object_library name)
     target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
     target_link_libraries(${name} PRIVATE SonrelBuildOptions)
     sonrel_library_properties(${name})
+    if(SONREL_UNITY_BUILD STREQUAL "ALL")
+        sonrel_unity_build(${name})
+    endif()
 endfunction()
 
 # A shared library that is made of object libraries only.

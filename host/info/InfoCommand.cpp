@@ -53,7 +53,7 @@ double Seconds(const MediaStreamInfo& stream) {
 /// The number of an audio stream among the audio streams, from 0; -1 for other streams.
 using AudioIndex = int;
 
-Json StreamJson(const MediaStreamInfo& stream, int index, AudioIndex audioIndex) {
+Json MediaStreamJson(const MediaStreamInfo& stream, int index, AudioIndex audioIndex) {
     Json json;
     json["index"] = index;
     json["kind"] = KindName(stream.kind);
@@ -138,7 +138,7 @@ public:
         for (const MediaStreamInfo& stream : info.streams) {
             const bool isAudio = stream.kind == MediaStreamKind::Audio;
             const AudioIndex audioIndex = isAudio ? audioStreams++ : -1;
-            entry["streams"].Append(StreamJson(stream, index++, audioIndex));
+            entry["streams"].Append(MediaStreamJson(stream, index++, audioIndex));
             text_ += StreamText(stream, audioIndex);
         }
         const std::string unused = UnusedSound(info, used);

@@ -14,8 +14,6 @@ namespace {
 using zrh::media::ChannelPlace;
 using zrh::media::SoundChoice;
 
-constexpr int ANY = ChannelPlace::ANY_STREAM;
-
 double Seconds(const RationalTime& time) {
     return time.rate > 0.0 ? time.value / time.rate : 0.0;
 }
@@ -78,8 +76,8 @@ private:
     static void SetSound(const Half& half, bool hasOther) {
         const int channel = half.item->sourceTrack;
         const bool isLeft = channel % 2 == 1;
-        ChannelPlace left{ANY, channel};
-        ChannelPlace right{ANY, channel};
+        ChannelPlace left{ChannelPlace::ANY_STREAM, channel};
+        ChannelPlace right{ChannelPlace::ANY_STREAM, channel};
         if (hasOther) {
             (isLeft ? right : left).channel = 0;
         } else if (half.track->isExploded && isLeft && half.item->isStereoHalf) {

@@ -26,7 +26,6 @@ constexpr int CLOSED = 1;
 constexpr int READ_FAILED = 2;
 constexpr int BAD_RANGE = 7;
 constexpr int BUFFER_TOO_SMALL = 12;
-constexpr long long BYTES_PER_FRAME = zrtl::FRAME_BYTES;
 
 /// Frames that are read in advance of a file that was closed and opened again: some blocks of a
 /// mix, and few enough that those of all streams stay in the cache of the processor.

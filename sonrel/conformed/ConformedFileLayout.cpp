@@ -20,7 +20,6 @@ constexpr std::uint16_t EXTENSIBLE_TAG = 0xFFFE;
 constexpr std::uint32_t LENGTH_ELSEWHERE = 0xFFFFFFFF;
 /// Far more than any writer makes. Limits the time of Open for a crafted file.
 constexpr int MAX_CHUNKS = 64;
-constexpr long long BYTES_PER_FRAME = zrtl::FRAME_BYTES;
 
 std::uint16_t Word(const unsigned char* bytes) {
     return static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8);

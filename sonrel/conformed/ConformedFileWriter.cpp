@@ -7,15 +7,13 @@
 
 #include <unistd.h>
 
-#include "sonrel/base/StereoFrame.h"
+#include "sonrel/conformed/detail/ConformedFileLayout.h"
 #include "sonrel/files/RegularFile.h"
 
 namespace orlo::project {
 namespace {
 
 static_assert(std::endian::native == std::endian::little, "samples are written unchanged");
-
-constexpr std::int64_t BYTES_PER_FRAME = zrtl::FRAME_BYTES;
 
 }  // namespace
 

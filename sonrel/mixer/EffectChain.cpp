@@ -5,6 +5,7 @@
 #include <climits>
 
 #include "sonrel/base/Numbers.h"
+#include "sonrel/mixer/detail/Block.h"
 #include "sonrel/plugins/AbstractPluginAudio.h"
 
 namespace orlo::sonrel::detail {
@@ -13,8 +14,6 @@ namespace {
 using project::SampleRange;
 
 constexpr int AUDIO_PLUGIN = 1;
-constexpr int CHANNELS = 2;
-constexpr int BITS_PER_SAMPLE = 16;
 
 /// The times of a range that a plugin receives, in milliseconds.
 struct PluginTimes {
@@ -50,7 +49,7 @@ SampleRange RequiredRange(project::EffectInstance& effect, project::AbstractPlug
                           const SampleRange& output, const ChainContext& context) {
     const PluginTimes times = TimesOf(output, context);
     std::vector<SampleRange> needed;
-    AsAudio(plugin).RequiredRanges(&effect, CHANNELS, context.rate, BITS_PER_SAMPLE,
+    AsAudio(plugin).RequiredRanges(&effect, MIX_CHANNELS, context.rate, MIX_BITS_PER_SAMPLE,
                                    static_cast<int>(LengthOf(output)), times.timelineMs,
                                    times.startMs, times.endMs, output.first, context.objectOffset,
                                    &needed, !context.stopAtEffect.IsNull());
@@ -100,7 +99,7 @@ void RunEffects(const ChainContext& context, const EffectList& effects, KindTest
         ranges.pop_back();
         const SampleRange output = ranges.back();
         const PluginTimes times = TimesOf(output, context);
-        AsAudio(*plugin).ProcessAudio(effect.get(), CHANNELS, context.rate, BITS_PER_SAMPLE,
+        AsAudio(*plugin).ProcessAudio(effect.get(), MIX_CHANNELS, context.rate, MIX_BITS_PER_SAMPLE,
                                       samples.data(), static_cast<int>(LengthOf(input)),
                                       static_cast<int>(LengthOf(output)), times.timelineMs,
                                       times.startMs, times.endMs, output.first, input.first,

@@ -9,9 +9,6 @@
 namespace orlo::sonrel::detail {
 namespace {
 
-constexpr int CHANNELS = 2;
-constexpr int BITS_PER_SAMPLE = 16;
-
 /// The side on which the transition meets the block's object. Plugins receive the number.
 enum class Direction : int { Entered = 1, Left = 2 };
 
@@ -59,8 +56,8 @@ void Run(const TrackBlock& at, const Join& join, int frames, std::vector<unsigne
     auto& audio = static_cast<project::AbstractPluginAudioTransition&>(*plugin);
     unsigned char* const own = samples.data();
     audio.ProcessTransition(
-        &transition, static_cast<int>(join.direction), CHANNELS, at.block.rate, BITS_PER_SAMPLE,
-        entered ? neighbour.Data() : own, entered ? neighbour.count : frames,
+        &transition, static_cast<int>(join.direction), MIX_CHANNELS, at.block.rate,
+        MIX_BITS_PER_SAMPLE, entered ? neighbour.Data() : own, entered ? neighbour.count : frames,
         entered ? own : neighbour.Data(), entered ? frames : neighbour.count, own, frames,
         zrtl::TruncToInt32(static_cast<double>(position) * msPerFrame),
         zrtl::TruncToInt32(length * msPerFrame), zrtl::TruncToInt32(length * samplesPerFrame),

@@ -60,7 +60,7 @@ std::shared_ptr<const ResamplerTables> TablesOfRate(ResamplerImpl& impl, int rat
 }
 
 // The arguments of one call, and the tables and kernels for it.
-struct Request {
+struct ResampleRequest {
     const ResamplerTables& tables;
     const ResamplerKernels& kernels;
     bool rows;
@@ -83,7 +83,7 @@ bool IsRegular(double position) {
 
 // Frames from @p first on, at most @p limit, that form one batch: all regular and within one span.
 // 0 if the first of them is not regular. Positions rise or fall steadily, so the two ends decide.
-int BatchLength(const Request& request, int first, int limit) {
+int BatchLength(const ResampleRequest& request, int first, int limit) {
     const double start = request.PositionOf(first);
     if (!IsRegular(start)) return 0;
     int count = std::min(limit, BATCH_FRAMES);
@@ -96,7 +96,7 @@ int BatchLength(const Request& request, int first, int limit) {
 }
 
 // Takes the source frames that the batch needs, up to @p to; frames outside the source are silence.
-void LoadSource(const Request& request, int to, TapBatch& batch) {
+void LoadSource(const ResampleRequest& request, int to, TapBatch& batch) {
     const int from = batch.firstSourceFrame;
     const int validFrom = std::clamp(0, from, to);
     const int validTo = std::clamp(request.sourceCount, validFrom, to);
@@ -112,7 +112,7 @@ void LoadSource(const Request& request, int to, TapBatch& batch) {
     silence(validTo, to);
 }
 
-void ResampleBatch(const Request& request, int first, int count) {
+void ResampleBatch(const ResampleRequest& request, int first, int count) {
     TapBatch batch;
     batch.first = first;
     batch.count = count;
@@ -155,7 +155,7 @@ void Resampler::ResampleStereo(int rate, double speed, const short* source, int 
     const auto tables = TablesOfRate(*impl_, rate);
     const double rowSpeed = speed * ROW_COUNT;
     const bool rows = rowSpeed == std::floor(rowSpeed) && std::fabs(speed) < 65536.0;
-    const Request request{
+    const ResampleRequest request{
         *tables, RESAMPLER_KERNELS.Active(), rows, speed, source, sourceOffset, sourceCount,
         output};
     for (int i = 0; i < outputCount;) {

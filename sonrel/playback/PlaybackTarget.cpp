@@ -20,7 +20,6 @@ using project::EditorSequence;
 using project::MediaAsset;
 
 constexpr int CHANNEL_COUNT = 2;
-constexpr int BYTES_PER_FRAME = zrtl::FRAME_BYTES;
 
 template <class... Functions>
 struct Overloaded : Functions... {
@@ -65,8 +64,9 @@ TargetFormat MediaFormat(project::Project& project, const MediaAsset& asset) {
 int MixMediaAsset(AudioMixer& mixer, const std::shared_ptr<MediaAsset>& asset, long long position,
                   int count, short* samples) {
     if (!asset) return 0;
-    const int mixed = mixer.GetSamples(
-        asset, position, count, reinterpret_cast<unsigned char*>(samples), count * BYTES_PER_FRAME);
+    const int mixed =
+        mixer.GetSamples(asset, position, count, reinterpret_cast<unsigned char*>(samples),
+                         count * zrtl::FRAME_BYTES);
     if (mixed > 0) return mixed;
     std::fill_n(samples, 2 * static_cast<std::ptrdiff_t>(count), short{0});
     return count;
@@ -135,7 +135,7 @@ int PlaybackTarget::Mix(AudioMixer& mixer, long long position, int count, short*
                                      return mixer.GetSamples(
                                          project_, timeline, position, count,
                                          reinterpret_cast<unsigned char*>(samples),
-                                         count * BYTES_PER_FRAME, 0, 0);
+                                         count * zrtl::FRAME_BYTES, 0, 0);
                                  }},
                       object_);
 }

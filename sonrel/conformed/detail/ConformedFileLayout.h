@@ -3,7 +3,12 @@
 
 #include <optional>
 
+#include "sonrel/base/StereoFrame.h"
+
 namespace orlo::project {
+
+/// As a long integer, so that the byte count of any number of frames is exact.
+inline constexpr long long BYTES_PER_FRAME = zrtl::FRAME_BYTES;
 
 /// The place of the samples in a conformed file.
 struct ConformedFileLayout {

@@ -6,6 +6,10 @@
 /// @p sourceStart from the first sample of an asset, before speed.
 namespace orlo::sonrel::detail {
 
+/// The format that plugins receive.
+inline constexpr int MIX_CHANNELS = 2;
+inline constexpr int MIX_BITS_PER_SAMPLE = 16;
+
 /// The samples of a timeline that are mixed together, one video frame at most.
 struct Block {
     long long timelineStart = 0;

@@ -14,7 +14,6 @@ namespace orlo::sonrel::device {
 
 namespace {
 
-constexpr int BYTES_PER_FRAME = zrtl::FRAME_BYTES;
 constexpr int MAX_PERIOD = 32768;  // the library's field has 16 bits
 
 }  // namespace
@@ -50,7 +49,7 @@ void Callback(void* userData, Uint8* bytes, int byteCount) noexcept {
     if (stream.pullsEnded) {
         std::memset(bytes, 0, static_cast<std::size_t>(byteCount));
     } else {
-        stream.source->Pull(reinterpret_cast<short*>(bytes), byteCount / BYTES_PER_FRAME);
+        stream.source->Pull(reinterpret_cast<short*>(bytes), byteCount / zrtl::FRAME_BYTES);
     }
 }
 

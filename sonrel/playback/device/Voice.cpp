@@ -33,7 +33,6 @@ namespace orlo::sonrel::device {
 
 namespace {
 
-constexpr std::size_t BYTES_PER_FRAME = zrtl::FRAME_BYTES;
 constexpr std::size_t VALUES_PER_FRAME = 2;
 
 }  // namespace
@@ -62,8 +61,8 @@ void Voice::Detach() {
 }
 
 bool Voice::Submit(const SourceBuffer& buffer) {
-    const std::size_t frames = buffer.audioBytes / BYTES_PER_FRAME;
-    if (buffer.audioData == nullptr || frames == 0 || buffer.audioBytes % BYTES_PER_FRAME != 0 ||
+    const std::size_t frames = buffer.audioBytes / zrtl::FRAME_BYTES;
+    if (buffer.audioData == nullptr || frames == 0 || buffer.audioBytes % zrtl::FRAME_BYTES != 0 ||
         frames > std::numeric_limits<int>::max()) {
         return false;
     }
@@ -115,7 +114,7 @@ int Voice::Pull(short* output, int frameCount) {
         taken += Take(*node, output + taken * VALUES_PER_FRAME, frameCount - taken);
     }
     if (taken < frameCount) {
-        std::memset(output + taken * VALUES_PER_FRAME, 0, (frameCount - taken) * BYTES_PER_FRAME);
+        std::memset(output + taken * VALUES_PER_FRAME, 0, (frameCount - taken) * zrtl::FRAME_BYTES);
     }
     framesPulled_ += frameCount;
     return taken;
@@ -140,8 +139,8 @@ int Voice::Take(QueueNode& node, short* output, int room) {
         }
         if (!running_ || node.state != BufferState::Sounding) return 0;
         count = std::min(room, node.frameCount - progress_);
-        std::memcpy(output, node.buffer.audioData + progress_ * BYTES_PER_FRAME,
-                    count * BYTES_PER_FRAME);
+        std::memcpy(output, node.buffer.audioData + progress_ * zrtl::FRAME_BYTES,
+                    count * zrtl::FRAME_BYTES);
         progress_ += count;
     }
     if (progress_ == node.frameCount) End(node);

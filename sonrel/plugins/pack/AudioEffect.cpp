@@ -9,10 +9,6 @@
 namespace orlo::sonrel::detail {
 namespace {
 
-constexpr int AUDIO_PLUGIN = 1;
-constexpr int DONE = 0;
-constexpr int UNKNOWN_FORMAT = -1;
-
 /// Frames from @p from to @p to, at least 0 and at most @p max, without overflow for any positions.
 long long Distance(long long from, long long to, long long max) {
     if (to <= from) return 0;

@@ -9,10 +9,6 @@
 namespace orlo::sonrel::detail {
 namespace {
 
-constexpr int AUDIO_PLUGIN = 1;
-constexpr int DONE = 0;
-constexpr int UNKNOWN_FORMAT = -1;
-
 /// One of the two objects of a transition; silence where it has no samples.
 struct Side {
     const unsigned char* samples;

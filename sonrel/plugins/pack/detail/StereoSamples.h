@@ -16,6 +16,11 @@
 /// Interleaved stereo signed 16-bit samples in a byte buffer, which need not be aligned.
 namespace orlo::sonrel::detail {
 
+/// The kind that each effect reports, and the results of its operations.
+constexpr int AUDIO_PLUGIN = 1;
+constexpr int DONE = 0;
+constexpr int UNKNOWN_FORMAT = -1;
+
 constexpr int CHANNELS = 2;
 constexpr int BITS_PER_SAMPLE = 16;
 using zrtl::FRAME_BYTES;
