@@ -166,10 +166,12 @@ private:
     MediaInfo last_;
 };
 
-std::string RatesText(int rate, double fps, long long frames) {
-    return std::to_string(rate) + " Hz, " + FormatNumber(fps, 6) + " frames a second, " +
-           std::to_string(frames) + " frames (" +
-           FormatDuration(static_cast<double>(frames) / fps) + ")\n";
+std::string RatesText(const FrameGrid& grid, double frames) {
+    const std::string factor =
+        grid.factor == 1 ? "" : " on a grid of " + std::to_string(grid.factor);
+    return std::to_string(grid.rate) + " Hz, " + FormatNumber(grid.fps, 6) + " frames a second" +
+           factor + ", " + FormatNumber(frames, 3) + " frames (" +
+           FormatDuration(frames / grid.fps) + ")\n";
 }
 
 /// Describes each file of a timeline once. @return the first fault; empty when there is none
@@ -193,6 +195,7 @@ std::string DescribeAll(const std::vector<MediaUse>& media, const std::vector<Me
 Outcome TimelineInfo(const GlobalOptions& global, const std::string& input) {
     const otio::TimelineImport import = ReadTimeline(input, global);
     const otio::Arrangement& arrangement = import.arrangement;
+    const FrameGrid grid = GridOf(arrangement);
     const std::vector<MediaUse> media = CollectMedia(arrangement.tracks);
     const std::vector<MediaUse> missing = MissingMedia(media);
     MediaReport described;
@@ -204,15 +207,16 @@ Outcome TimelineInfo(const GlobalOptions& global, const std::string& input) {
     outcome.report["name"] = import.name;
     outcome.report["rate"] = arrangement.rate;
     outcome.report["fps"] = arrangement.fps;
-    outcome.report["frames"] = arrangement.frameCount;
-    outcome.report["tracks"] = TracksJson(arrangement.tracks);
+    outcome.report["grid"] = arrangement.grid;
+    outcome.report["frames"] = FramesJson(arrangement.frameCount, grid);
+    outcome.report["tracks"] = TracksJson(arrangement.tracks, grid);
     outcome.report["media"] = described.List();
     outcome.report["missing"] = MissingJson(missing);
     outcome.report["notTakenOver"] = NotTakenOverJson(import.report);
 
     outcome.text = "timeline " + Quoted(import.name) + ": " +
-                   RatesText(arrangement.rate, arrangement.fps, arrangement.frameCount) +
-                   TracksText(arrangement.tracks);
+                   RatesText(grid, TimelineFrames(arrangement.frameCount, grid)) +
+                   TracksText(arrangement.tracks, grid);
     if (!media.empty()) outcome.text += "media\n" + described.Text();
     for (const MediaUse& use : missing) {
         outcome.text += "  " + OneLine(use.location.path) + "\n    missing\n";
@@ -249,12 +253,15 @@ Outcome MediaFileInfo(const GlobalOptions& global, const std::string& input) {
     outcome.report["kind"] = "media";
     outcome.report["rate"] = rate;
     outcome.report["fps"] = fps;
+    outcome.report["grid"] = 1;
     outcome.report["frames"] = frames;
     outcome.report["tracks"] = Json::Array();
     outcome.report["media"] = described.List();
     outcome.report["missing"] = Json::Array();
     outcome.report["notTakenOver"] = Json::Array();
-    outcome.text = "media file, as a project: " + RatesText(rate, fps, frames) + described.Text();
+    outcome.text =
+        "media file, as a project: " + RatesText({rate, fps}, static_cast<double>(frames)) +
+        described.Text();
     return outcome;
 }
 

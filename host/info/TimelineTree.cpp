@@ -14,6 +14,10 @@ using otio::PlacedClip;
 using otio::PlacedTrack;
 using otio::PlacedTransition;
 
+std::string FrameText(int engineFrame, const FrameGrid& grid) {
+    return FormatNumber(TimelineFrames(engineFrame, grid), 3);
+}
+
 std::string Frames(double count) {
     return FormatShort(count) + (count == 1.0 ? " frame" : " frames");
 }
@@ -53,11 +57,12 @@ std::string EffectText(const otio::EffectRequest& effect) {
     return text + (effect.enabled ? "" : ", disabled");
 }
 
-std::string FadeText(const otio::Fades& fades) {
+std::string FadeText(const otio::Fades& fades, const FrameGrid& grid) {
     std::string text;
-    if (fades.inFrames > 0.0) text = "fade-in of " + Frames(fades.inFrames);
+    if (fades.inFrames > 0.0) text = "fade-in of " + Frames(TimelineFrames(fades.inFrames, grid));
     if (fades.outFrames > 0.0) {
-        text += (text.empty() ? "fade-out of " : ", fade-out of ") + Frames(fades.outFrames);
+        text += (text.empty() ? "fade-out of " : ", fade-out of ") +
+                Frames(TimelineFrames(fades.outFrames, grid));
     }
     return text + ", " + fades.curve;
 }
@@ -66,39 +71,53 @@ std::string ClipName(const PlacedTrack& track, const std::optional<std::size_t>&
     return index ? Quoted(track.clips[*index].name) : "silence";
 }
 
-Json TransitionJson(const PlacedTransition& transition) {
+Json TransitionJson(const PlacedTransition& transition, const FrameGrid& grid) {
     const auto index = [](const std::optional<std::size_t>& clip) {
         return clip ? Json(*clip) : Json();
     };
+    const int start = transition.joinFrame + transition.relativeStartFrame;
     return Json::Object({{"name", transition.name},
-                         {"joinFrame", transition.joinFrame},
-                         {"startFrame", transition.joinFrame + transition.relativeStartFrame},
-                         {"length", transition.length},
+                         {"joinFrame", FramesJson(transition.joinFrame, grid)},
+                         {"startFrame", FramesJson(start, grid)},
+                         {"length", FramesJson(transition.length, grid)},
                          {"from", index(transition.from)},
                          {"to", index(transition.to)},
                          {"curve", transition.curve}});
 }
 
-std::string TransitionText(const PlacedTrack& track, const PlacedTransition& transition) {
-    const int start = transition.joinFrame + transition.relativeStartFrame;
-    return "frames " + std::to_string(start) + " to " + std::to_string(start + transition.length) +
-           ": cross-fade from " + ClipName(track, transition.from) + " to " +
-           ClipName(track, transition.to) + ", " + transition.curve;
+std::string RangeText(int startFrame, int endFrame, const FrameGrid& grid) {
+    return "frames " + FrameText(startFrame, grid) + " to " + FrameText(endFrame, grid) + ": ";
 }
 
-Json ClipJson(const PlacedClip& clip) {
+std::string TransitionText(const PlacedTrack& track, const PlacedTransition& transition,
+                           const FrameGrid& grid) {
+    const int start = transition.joinFrame + transition.relativeStartFrame;
+    return RangeText(start, start + transition.length, grid) + "cross-fade from " +
+           ClipName(track, transition.from) + " to " + ClipName(track, transition.to) + ", " +
+           transition.curve;
+}
+
+/// The time in its media at which a clip begins.
+double SourceStartSeconds(const PlacedClip& clip, const FrameGrid& grid) {
+    return clip.sourceStartFrame * clip.speed / grid.EngineRate();
+}
+
+Json ClipJson(const PlacedClip& clip, const FrameGrid& grid) {
     Json json = Json::Object({{"name", clip.name},
                               {"media", nullptr},
                               {"stream", StreamJson(clip.sound)},
-                              {"startFrame", clip.startFrame},
-                              {"endFrame", clip.endFrame},
-                              {"sourceStartFrame", clip.sourceStartFrame},
+                              {"startFrame", FramesJson(clip.startFrame, grid)},
+                              {"endFrame", FramesJson(clip.endFrame, grid)},
+                              {"sourceStartFrame", FramesJson(clip.sourceStartFrame, grid)},
+                              {"startSeconds", clip.startFrame / grid.EngineRate()},
+                              {"endSeconds", clip.endFrame / grid.EngineRate()},
+                              {"sourceStartSeconds", SourceStartSeconds(clip, grid)},
                               {"speed", clip.speed},
                               {"muted", clip.muted},
                               {"audioLevel", LevelJson(clip.level)},
                               {"effects", Json::Array()},
-                              {"fadeIn", clip.fades.inFrames},
-                              {"fadeOut", clip.fades.outFrames}});
+                              {"fadeIn", TimelineFrames(clip.fades.inFrames, grid)},
+                              {"fadeOut", TimelineFrames(clip.fades.outFrames, grid)}});
     for (const otio::EffectRequest& effect : clip.effects) {
         json["effects"].Append(EffectJson(effect));
     }
@@ -107,9 +126,10 @@ Json ClipJson(const PlacedClip& clip) {
     if (clip.composition == nullptr) {
         json["media"] = clip.media.path;
     } else {
-        json["composition"] = Json::Object({{"kind", clip.composition->schema},
-                                            {"frames", clip.composition->frameCount},
-                                            {"tracks", TracksJson(clip.composition->tracks)}});
+        json["composition"] =
+            Json::Object({{"kind", clip.composition->schema},
+                          {"frames", FramesJson(clip.composition->frameCount, grid)},
+                          {"tracks", TracksJson(clip.composition->tracks, grid)}});
     }
     return json;
 }
@@ -117,6 +137,8 @@ Json ClipJson(const PlacedClip& clip) {
 /// Builds the text of the tree.
 class TreeText {
 public:
+    explicit TreeText(const FrameGrid& grid) : grid_(grid) {}
+
     void Add(const std::vector<PlacedTrack>& tracks, int depth) {
         for (std::size_t i = 0; i < tracks.size(); ++i) {
             const PlacedTrack& track = tracks[i];
@@ -143,43 +165,53 @@ private:
         for (const PlacedClip& clip : track.clips) {
             while (next < track.transitions.size() &&
                    track.transitions[next].joinFrame <= clip.startFrame) {
-                Line(TransitionText(track, track.transitions[next++]), depth);
+                Line(TransitionText(track, track.transitions[next++], grid_), depth);
             }
             AddClip(clip, depth);
         }
         while (next < track.transitions.size()) {
-            Line(TransitionText(track, track.transitions[next++]), depth);
+            Line(TransitionText(track, track.transitions[next++], grid_), depth);
         }
     }
 
     void AddClip(const PlacedClip& clip, int depth) {
-        std::string line = "frames " + std::to_string(clip.startFrame) + " to " +
-                           std::to_string(clip.endFrame) + ": " + Quoted(clip.name) +
-                           " from frame " + std::to_string(clip.sourceStartFrame) + " of ";
-        line += clip.composition == nullptr ? OneLine(clip.media.path) + SoundSuffix(clip.sound)
-                                            : "a nested " + clip.composition->schema + " of " +
-                                                  Frames(clip.composition->frameCount);
+        std::string line = RangeText(clip.startFrame, clip.endFrame, grid_) + Quoted(clip.name) +
+                           " from frame " + FrameText(clip.sourceStartFrame, grid_) + " of ";
+        line += clip.composition == nullptr
+                    ? OneLine(clip.media.path) + SoundSuffix(clip.sound)
+                    : "a nested " + clip.composition->schema + " of " +
+                          Frames(TimelineFrames(clip.composition->frameCount, grid_));
         if (clip.speed != 1.0) line += ", speed " + FormatNumber(clip.speed, 6);
         line += LevelText(clip.level) + (clip.muted ? ", muted" : "");
         Line(line, depth);
         for (const otio::EffectRequest& effect : clip.effects) Line(EffectText(effect), depth + 1);
-        if (clip.fades.Exist()) Line(FadeText(clip.fades), depth + 1);
+        if (clip.fades.Exist()) Line(FadeText(clip.fades, grid_), depth + 1);
         if (clip.composition != nullptr) Add(clip.composition->tracks, depth + 1);
     }
 
+    const FrameGrid grid_;
     std::string text_;
 };
 
 }  // namespace
 
-Json TracksJson(const std::vector<PlacedTrack>& tracks) {
+double TimelineFrames(double engineFrames, const FrameGrid& grid) {
+    return engineFrames / grid.factor;
+}
+
+Json FramesJson(int engineFrames, const FrameGrid& grid) {
+    if (engineFrames % grid.factor == 0) return engineFrames / grid.factor;
+    return TimelineFrames(engineFrames, grid);
+}
+
+Json TracksJson(const std::vector<PlacedTrack>& tracks, const FrameGrid& grid) {
     Json list = Json::Array();
     for (const PlacedTrack& track : tracks) {
         Json objects = Json::Array();
-        for (const PlacedClip& clip : track.clips) objects.Append(ClipJson(clip));
+        for (const PlacedClip& clip : track.clips) objects.Append(ClipJson(clip, grid));
         Json transitions = Json::Array();
         for (const PlacedTransition& transition : track.transitions) {
-            transitions.Append(TransitionJson(transition));
+            transitions.Append(TransitionJson(transition, grid));
         }
         list.Append(Json::Object({{"name", track.name},
                                   {"muted", track.muted},
@@ -192,8 +224,8 @@ Json TracksJson(const std::vector<PlacedTrack>& tracks) {
     return list;
 }
 
-std::string TracksText(const std::vector<PlacedTrack>& tracks) {
-    TreeText tree;
+std::string TracksText(const std::vector<PlacedTrack>& tracks, const FrameGrid& grid) {
+    TreeText tree(grid);
     tree.Add(tracks, 0);
     return tree.Take();
 }

@@ -37,6 +37,7 @@ Json ReportHead(const MixOptions& options, const FrameGrid& grid, bool isTimelin
     if (options.stems) report["stems"] = Json::Array();
     report["rate"] = grid.rate;
     report["fps"] = grid.fps;
+    report["grid"] = grid.factor;
     report["samples"] = 0;
     report["dither"] = isTimeline ? DitherName(options.dither) : "none";
     report["seed"] = nullptr;
@@ -74,7 +75,7 @@ public:
         : global_(global),
           options_(options),
           import_(ReadTimeline(options.input, global, {options.soundFromVideo, options.retime})),
-          grid_{import_.arrangement.rate, import_.arrangement.fps},
+          grid_(GridOf(import_.arrangement)),
           nested_(WantedComposition(import_.arrangement, options)),
           media_(CollectMedia(nested_ != nullptr ? nested_->composition->tracks
                                                  : import_.arrangement.tracks)),
@@ -88,7 +89,7 @@ public:
     Outcome Run() {
         const int frames =
             nested_ != nullptr ? nested_->composition->frameCount : import_.arrangement.frameCount;
-        const long long total = zrtl::TotalSamples(frames, grid_.rate, grid_.fps);
+        const long long total = zrtl::TotalSamples(frames, grid_.rate, grid_.EngineRate());
         if (total == 0) {
             throw JobError((nested_ != nullptr ? "the nested item " + Quoted(nested_->name)
                                                : "the timeline " + Quoted(options_.input)) +

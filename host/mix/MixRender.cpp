@@ -70,11 +70,12 @@ void RenderBlock(const MixBlock& mix, const FrameGrid& grid, long long position,
 void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const zrtl::FrameRange& span,
                   MixSink& sink, const AfterBlock& afterBlock, Progress& progress) {
     progress.Begin("mix", "samples", span.Count());
+    const FrameGrid blocks = grid.Engine();
     long long position = span.start;
-    for (long long frame = grid.FrameOf(span.start); position < span.end; ++frame) {
+    for (long long frame = blocks.FrameOf(span.start); position < span.end; ++frame) {
         CheckInterrupt();
         const auto count =
-            static_cast<int>(std::min<long long>(grid.Start(frame + 1), span.end) - position);
+            static_cast<int>(std::min<long long>(blocks.Start(frame + 1), span.end) - position);
         RenderBlock(mix, grid, position, count, sink);
         afterBlock(position, count);
         position += count;

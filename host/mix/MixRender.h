@@ -56,7 +56,7 @@ MixBlock CompositionBlocks(const sonrel::AudioMixer& mixer,
 void RenderBlock(const MixBlock& mix, const FrameGrid& grid, long long position, int count,
                  MixSink& sink);
 
-/// Mixes a range, one video frame of the timeline's grid at a time.
+/// Mixes a range, one frame of the engine at a time.
 /// @throws JobError when the mixer fails; CommandError when the program is asked to stop
 void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const zrtl::FrameRange& span,
                   MixSink& sink, const AfterBlock& afterBlock, Progress& progress);

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "host/options/OptionTypes.h"
+#include "host/otio/FrameRates.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Text.h"
 
@@ -11,10 +12,25 @@ namespace orlo::host {
 
 namespace {
 
-double FrameRate(const std::string& text) {
-    const std::optional<double> rate = ParseDecimal(text);
-    if (rate && *rate > 0.0) return *rate;
-    throw CLI::ValidationError("--fps", Quoted(text) + " is not a frame rate above 0");
+void SetFrameRate(const std::string& text, GlobalOptions& options) {
+    const std::optional<otio::FrameRateText> rate = otio::ParseFrameRate(text);
+    if (!rate) {
+        throw CLI::ValidationError(
+            "--fps", Quoted(text) + (text.ends_with("df") ? " is not 29.97df, 59.94df or 119.88df"
+                                                          : " is not a frame rate above 0"));
+    }
+    options.fps = rate->fps;
+    options.dropFrame = rate->dropFrame;
+}
+
+std::optional<int> Grid(const std::string& text) {
+    if (text == "auto") return std::nullopt;
+    const std::optional<long long> factor = ParseInteger(text);
+    if (factor && *factor >= 1 && *factor <= std::numeric_limits<int>::max()) {
+        return static_cast<int>(*factor);
+    }
+    throw CLI::ValidationError("--grid",
+                               Quoted(text) + " is neither auto nor a whole number above 0");
 }
 
 std::vector<otio::MediaRoot> MediaRoots(const std::vector<std::string>& texts) {
@@ -56,9 +72,13 @@ void DeclareProjectGroup(CLI::App& app, GlobalOptions& options) {
         ->type_name("HZ")
         ->transform(WholeNumber(64, 768000));
     app.add_option_function<std::string>(
-           "--fps", [&options](const std::string& text) { options.fps = FrameRate(text); },
-           "Frame rate of the project")
+           "--fps", [&options](const std::string& text) { SetFrameRate(text, options); },
+           "Frame rate of the project: 25, 24000/1001, 29.97 or 29.97df")
         ->type_name("F");
+    app.add_option_function<std::string>(
+           "--grid", [&options](const std::string& text) { options.grid = Grid(text); },
+           "Divide each frame into N for cuts between frames (default: auto)")
+        ->type_name("auto|N");
     app.add_option_function<std::vector<std::string>>(
            "--media-root",
            [&options](const std::vector<std::string>& texts) {

@@ -24,7 +24,9 @@ struct GlobalOptions {
     bool quiet = false;
     ProgressMode progress = ProgressMode::Auto;
     std::optional<int> rate;
-    std::optional<double> fps;
+    std::optional<double> fps;  ///< exact: 30000/1001 for 29.97
+    bool dropFrame = false;     ///< --fps asks for drop-frame timecode
+    std::optional<int> grid;    ///< empty: the smallest grid on which nothing moves
     std::vector<otio::MediaRoot> mediaRoots;
     bool allowMissing = false;  ///< missing media of a timeline are silent
     int keepDays = 30;

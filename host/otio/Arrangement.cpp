@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "host/otio/GridChoice.h"
 #include "host/otio/JsonDocument.h"
+#include "host/otio/LevelCurves.h"
 #include "host/otio/TrackArranger.h"
 #include "host/shell/Text.h"
 
@@ -12,18 +14,33 @@ namespace orlo::host::otio {
 
 namespace {
 
-constexpr double DEFAULT_FPS = 25.0;
 constexpr int DEFAULT_RATE = 48000;
 constexpr int MAX_SAMPLES_PER_FRAME = 96000;
 constexpr int MIN_RATE = 64;
 constexpr int MAX_RATE = 768000;
 
-std::optional<double> VotedRate(const std::vector<Track>& tracks) {
-    RateVote vote;
-    for (const Track& track : tracks) {
-        for (const Item& item : track.items) vote.Add(item);
+/// @return length of the longest track in seconds
+double ArrangeTracks(const Timeline& timeline, const ArrangeRules& rules, ImportReport& report,
+                     std::vector<PlacedTrack>& placed) {
+    double longest = 0.0;
+    for (const Track& track : timeline.tracks) {
+        TrackArranger arranger(track, false, rules, report);
+        placed.push_back(arranger.Arrange(timeline.sourceRange ? &*timeline.sourceRange : nullptr));
+        longest = std::max(longest, arranger.LengthInSeconds());
     }
-    return vote.Winner();
+    return longest;
+}
+
+/// The times of a timeline, from an arrangement that places nothing.
+GridMoments Measure(const Timeline& timeline, ArrangeRules rules) {
+    static const SourceLocation WHOLE_TIMELINE;
+    GridMoments moments;
+    ImportReport discarded;
+    std::vector<PlacedTrack> placed;
+    rules.moments = &moments;
+    const double seconds = ArrangeTracks(timeline, rules, discarded, placed);
+    moments.Add(seconds, WHOLE_TIMELINE);
+    return moments;
 }
 
 }  // namespace
@@ -56,24 +73,22 @@ const PlacedClip* FindNested(const std::vector<PlacedTrack>& tracks, const std::
     return nullptr;
 }
 
-Arrangement ArrangeTimeline(const Timeline& timeline, const RateChoice& choice, Retime retime,
-                            const MediaResolver& resolver, ImportReport& report) {
+Arrangement ArrangeTimeline(const Timeline& timeline, double fps, const RateChoice& choice,
+                            Retime retime, const MediaResolver& resolver, ImportReport& report) {
     Arrangement arrangement;
-    std::optional<double> fps = choice.fps ? choice.fps : timeline.frameRate;
-    if (!fps) fps = VotedRate(timeline.tracks);
-    arrangement.fps = fps.value_or(DEFAULT_FPS);
+    arrangement.fps = fps;
     arrangement.rate = choice.rate.value_or(timeline.sampleRate.value_or(DEFAULT_RATE));
-    CheckRates(arrangement.fps, arrangement.rate);
-    arrangement.masterLevel = ToCurve(timeline.masterLevel, arrangement.fps, 0.0, {}, report);
-    const ArrangeRules rules{arrangement.fps, arrangement.rate, retime, &resolver};
-    double longest = 0.0;
-    for (const Track& track : timeline.tracks) {
-        TrackArranger arranger(track, false, rules, report);
-        arrangement.tracks.push_back(
-            arranger.Arrange(timeline.sourceRange ? &*timeline.sourceRange : nullptr));
-        longest = std::max(longest, arranger.LengthInSeconds());
-    }
-    arrangement.frameCount = CheckedFrame(longest, arrangement.fps, {});
+    CheckRates(fps, arrangement.rate);
+    ArrangeRules rules{fps, 1, arrangement.rate, retime, &resolver, nullptr};
+    const GridMoments moments = Measure(timeline, rules);
+    const GridChoice grid = ChooseGrid(moments, fps, arrangement.rate, choice);
+    CheckRates(grid.factor * fps, arrangement.rate);
+    rules.grid = grid.factor;
+    arrangement.grid = grid.factor;
+    arrangement.masterLevel = ToCurve(timeline.masterLevel, fps, 0.0, {}, report);
+    const double seconds = ArrangeTracks(timeline, rules, report, arrangement.tracks);
+    arrangement.frameCount = CheckedFrame(seconds, rules.EngineRate(), {});
+    ReportShifts(moments, grid, rules.EngineRate(), report);
     return arrangement;
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,7 +11,8 @@
 #include "host/otio/MediaResolver.h"
 #include "host/otio/Timeline.h"
 
-/// A timeline in whole frames, ready to be built into a project.
+/// A timeline in whole frames, ready to be built into a project. Frames without another word are
+/// frames of the engine: @c grid of them are one frame of the timeline, which people see.
 namespace orlo::host::otio {
 
 /// A level whose key frames are at whole milliseconds.
@@ -77,11 +79,15 @@ struct PlacedComposition {
 };
 
 struct Arrangement {
-    double fps = 25.0;
+    double fps = 25.0;  ///< frames of the timeline a second
+    int grid = 1;       ///< frames of the engine in a frame of the timeline
     int rate = 48000;
     int frameCount = 0;
     LevelCurve masterLevel;
     std::vector<PlacedTrack> tracks;
+
+    /// Frames of the engine a second.
+    double EngineRate() const { return grid * fps; }
 };
 
 /// Meaning of the duration of a retimed item.
@@ -90,19 +96,29 @@ struct Arrangement {
 /// speed.
 enum class Retime { Otio, Media };
 
+/// Returns the highest frame rate of the engine for a sample rate.
+using GridLimit = std::function<double(int rate)>;
+
 /// Rates that take precedence over the rates of the timeline.
 struct RateChoice {
     std::optional<double> fps;
     std::optional<int> rate;
+    std::optional<int> grid = std::nullopt;
+    GridLimit gridLimit = nullptr;  ///< null: only the limits of the engine
 };
 
 /// Places the clips, nested items and transitions of a timeline.
 ///
 /// Positions are a running sum of durations in seconds. Edges are rounded to frames; durations are
 /// never rounded. A clip whose rounded edges are equal is left out and reported.
+///
+/// The grid is the smallest on which nothing moves by more than half a millisecond (GridMoments),
+/// up to 1000 frames a second. Larger shifts are reported together.
+/// @param fps     frame rate of the timeline
+/// @param choice  its sample rate and grid take precedence
 /// @throws DocumentError when a rate, length or position is out of range
-Arrangement ArrangeTimeline(const Timeline& timeline, const RateChoice& choice, Retime retime,
-                            const MediaResolver& resolver, ImportReport& report);
+Arrangement ArrangeTimeline(const Timeline& timeline, double fps, const RateChoice& choice,
+                            Retime retime, const MediaResolver& resolver, ImportReport& report);
 
 /// The first nested item with this name, outer items before inner items; null if none exists.
 const PlacedClip* FindNested(const std::vector<PlacedTrack>& tracks, const std::string& name);

@@ -42,7 +42,7 @@ RationalTime ReadTime(const Json& owner, const char* key, const std::string& pat
     if (!value) report.Add(path, place, "its value is not finite and counts as 0");
     time.value = value.value_or(0.0);
     const double rate = NumberMember(*member, "rate", path, place).value_or(0.0);
-    time.rate = rate > 0.0 ? rate : 0.0;
+    time.rate = rate > 0.0 ? ExactRate(rate) : 0.0;
     return time;
 }
 

@@ -17,14 +17,14 @@ std::string ToText(const SourceLocation& place) {
 }
 
 void ImportReport::Add(const std::string& what, const SourceLocation& place,
-                       const std::string& reason) {
+                       const std::string& reason, int count) {
     // Reports about whole tracks share one group; items are grouped by track.
     const std::string group = place.item.empty() ? std::string() : place.track;
     const std::string key = what + '\0' + reason + '\0' + group;
     const auto [at, isNew] = index_.try_emplace(key, groups_.size());
     if (isNew) groups_.push_back({what, reason, group, {}, 0});
     Group& entry = groups_[at->second];
-    ++entry.count;
+    entry.count += count;
     if (entry.items.size() >= NAMED_ITEMS) return;
     const std::string item =
         place.item.empty() ? ToText(place) : (group.empty() ? ToText(place) : place.item);

@@ -28,7 +28,9 @@ public:
     };
 
     /// Adds a part. Parts of the same kind with the same reason on the same track share an entry.
-    void Add(const std::string& what, const SourceLocation& place, const std::string& reason);
+    /// @param count  number of parts, of which @p place is one
+    void Add(const std::string& what, const SourceLocation& place, const std::string& reason,
+             int count = 1);
 
     /// The entries in the order of their first part.
     std::vector<Entry> Entries() const;

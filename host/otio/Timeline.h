@@ -7,6 +7,7 @@
 #include <variant>
 #include <vector>
 
+#include "host/otio/FrameRates.h"
 #include "host/otio/ImportReport.h"
 #include "host/otio/SoundSetting.h"
 
@@ -19,7 +20,7 @@ constexpr double MAX_SPEED = 100.0;
 
 struct RationalTime {
     double value = 0.0;
-    double rate = 0.0;  ///< values a second; 0 when the file has no usable rate
+    double rate = 0.0;  ///< exact values a second; 0 when the file has no usable rate
 };
 
 struct TimeRange {
@@ -123,10 +124,18 @@ struct Track {
     std::vector<Item> items;
 };
 
+/// The picture rates in a document, from which its frame rate is chosen.
+struct RateVotes {
+    std::optional<double> start;  ///< of the global_start_time
+    RateVote pictures;            ///< of the items on picture tracks
+    RateVote sound;               ///< of the items on audio tracks
+};
+
 struct Timeline {
     std::string name;
     std::optional<TimeRange> sourceRange;  ///< of the top stack
-    std::optional<double> frameRate;
+    std::optional<double> frameRate;       ///< in the metadata of Sonrel
+    RateVotes rates;
     std::optional<int> sampleRate;
     Level masterLevel;
     std::vector<Track> tracks;

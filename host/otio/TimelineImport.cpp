@@ -39,9 +39,12 @@ TimelineImport Import(const Json& document, const std::string& folder,
     const Timeline timeline = ParseTimeline(document, options.soundFrom, import.report);
     const MediaResolver resolver(folder, options.mediaRoots, IsFile);
     import.name = timeline.name;
-    import.arrangement =
-        ArrangeTimeline(timeline, options.rates, options.retime, resolver, import.report);
     import.media = ReferencedMediaOf(document, resolver);
+    const double fps = options.rates.fps
+                           ? *options.rates.fps
+                           : ChooseFrameRate(timeline, import.media, options.pictureRateOf);
+    import.arrangement =
+        ArrangeTimeline(timeline, fps, options.rates, options.retime, resolver, import.report);
     return import;
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "host/otio/Arrangement.h"
+#include "host/otio/FrameRateChoice.h"
 #include "host/otio/ImportReport.h"
 #include "host/otio/MediaReferences.h"
 
@@ -18,6 +19,7 @@ struct ImportOptions {
     Retime retime = Retime::Otio;
     std::vector<MediaRoot> mediaRoots;
     Track::Kind soundFrom = Track::Kind::Audio;
+    PictureRateOf pictureRateOf;  ///< may be empty: no media file is read then
 };
 
 struct TimelineImport {

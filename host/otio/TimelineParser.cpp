@@ -4,6 +4,7 @@
 #include "host/otio/ChannelMappings.h"
 #include "host/otio/ClipParser.h"
 #include "host/otio/Fields.h"
+#include "host/otio/FrameRateChoice.h"
 #include "host/otio/SoundParser.h"
 #include "host/shell/Text.h"
 
@@ -226,11 +227,13 @@ void AddTrack(const Json& object, Track::Kind wanted, Timeline& timeline, std::s
     const std::string schema = SchemaName(object);
     const SourceLocation place{Label("track", number, StringMember(object, "name")), {}};
     if (schema != "Track") {
+        CountItemRate(object, wanted, timeline.rates);
         timeline.tracks.push_back(TrackOfItem(object, place, wanted, report));
         return;
     }
     const std::string kindName = StringMember(object, "kind");
     const Track::Kind kind = TrackKind(kindName);
+    CountTrackRates(object, kind, timeline.rates);
     if (kind == wanted) {
         timeline.tracks.push_back(ParseTrack(object, place, wanted, report));
     } else {
@@ -261,7 +264,7 @@ void ParseTimelineMetadata(const Json& object, Timeline& timeline, ImportReport&
         if (key == "masterLevel") {
             timeline.masterLevel = LevelValue(value, key, place, report);
         } else if (key == "frameRate" && value.IsNumber() && value.AsNumber() > 0.0) {
-            timeline.frameRate = value.AsNumber();
+            timeline.frameRate = ExactRate(value.AsNumber());
         } else if (key == "sampleRate" && IsSampleRate(value)) {
             timeline.sampleRate = static_cast<int>(*value.AsInteger());
         } else if (key == "frameRate" || key == "sampleRate") {
@@ -308,6 +311,7 @@ void AddTop(const Json& top, Track::Kind wanted, Timeline& timeline, ImportRepor
         if (tracks == nullptr || SchemaName(*tracks) != "Stack") {
             throw DocumentError("the timeline has no stack of tracks");
         }
+        CountStartRate(top, timeline.rates);
         AddStack(*tracks, wanted, timeline, report);
     } else if (schema == "Stack") {
         AddStack(top, wanted, timeline, report);

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "host/otio/JsonDocument.h"
+#include "host/otio/LevelCurves.h"
 #include "host/shell/Text.h"
 #include "sonrel/base/Timing.h"
 
@@ -13,7 +14,7 @@ namespace orlo::host::otio {
 
 namespace {
 
-/// Rates above this are time scales, such as sample rates, and not frame rates.
+/// Rates above this are time scales, such as sample rates.
 constexpr double MAX_VOTING_RATE = 240.0;
 
 /// The range that determines the length of an item: its source_range, else the available_range of
@@ -24,18 +25,22 @@ const TimeRange* Extent(const Item& item) {
     return nullptr;
 }
 
-std::optional<LevelCurve::Key> ToKey(const LevelKey& key, Level::Clock clock, double fps,
-                                     double cutSeconds) {
-    double ms = key.time;
-    if (clock == Level::Clock::Frames) ms = key.time / fps * 1000.0;
-    ms = zrtl::RoundHalfAway(ms - cutSeconds * 1000.0);
-    if (!(std::abs(ms) < std::numeric_limits<int>::max())) return std::nullopt;
-    return LevelCurve::Key{static_cast<int>(ms), key.decibels};
-}
-
 /// Kind of an item with sound, for the report.
 std::string KindText(const Item& item) {
     return item.kind == Item::Kind::Nested ? "nested " + item.schema : "clip";
+}
+
+/// The most frequent rate of the durations on a track, without time scales.
+std::optional<double> FrequentRate(const Track& track) {
+    RateVote vote;
+    for (const Item& item : track.items) {
+        const bool votes = item.kind == Item::Kind::Clip || item.kind == Item::Kind::Gap ||
+                           item.kind == Item::Kind::Nested;
+        const TimeRange* extent = Extent(item);
+        if (!votes || extent == nullptr) continue;
+        if (extent->duration.rate <= MAX_VOTING_RATE) vote.Add(extent->duration.rate);
+    }
+    return vote.Winner();
 }
 
 bool IsSet(const Level& level) {
@@ -44,63 +49,21 @@ bool IsSet(const Level& level) {
 
 }  // namespace
 
-void RateVote::Add(const Item& item) {
-    const bool votes = item.kind == Item::Kind::Clip || item.kind == Item::Kind::Gap ||
-                       item.kind == Item::Kind::Nested;
-    const TimeRange* extent = Extent(item);
-    if (!votes || extent == nullptr) return;
-    const double rate = extent->duration.rate;
-    if (!(rate > 0.0 && rate <= MAX_VOTING_RATE)) return;
-    const std::size_t next = counts_.size();
-    ++counts_.try_emplace(rate, Count{next, 0}).first->second.votes;
-}
-
-std::optional<double> RateVote::Winner() const {
-    std::optional<double> winner;
-    Count best;
-    for (const auto& [rate, count] : counts_) {
-        const bool wins =
-            count.votes > best.votes || (count.votes == best.votes && count.place < best.place);
-        if (!wins) continue;
-        winner = rate;
-        best = count;
-    }
-    return winner;
-}
-
-int CheckedFrame(double seconds, double fps, const SourceLocation& place) {
-    const double frame = zrtl::RoundHalfAway(seconds * fps);
+int CheckedFrame(double seconds, double frameRate, const SourceLocation& place) {
+    const double frame = zrtl::RoundHalfAway(seconds * frameRate);
     if (!(frame <= std::numeric_limits<int>::max())) {
         throw DocumentError(OneLine(ToText(place)) + ": it ends beyond frame 2147483647");
     }
     return static_cast<int>(frame);
 }
 
-LevelCurve ToCurve(const Level& level, double fps, double cutSeconds, const SourceLocation& place,
-                   ImportReport& report) {
-    LevelCurve curve;
-    curve.decibels = level.decibels;
-    for (const LevelKey& key : level.keys) {
-        if (const std::optional<LevelCurve::Key> placed =
-                ToKey(key, level.clock, fps, cutSeconds)) {
-            curve.keys.push_back(*placed);
-        } else {
-            report.Add("level key", place, "its time is out of range");
-        }
-    }
-    std::stable_sort(
-        curve.keys.begin(), curve.keys.end(),
-        [](const LevelCurve::Key& a, const LevelCurve::Key& b) { return a.timeMs < b.timeMs; });
-    return curve;
-}
-
 TrackArranger::TrackArranger(const Track& track, bool inner, const ArrangeRules& rules,
                              ImportReport& report)
-    : track_(track), inner_(inner), rules_(rules), report_(report) {
-    RateVote vote;
-    for (const Item& item : track.items) vote.Add(item);
-    fallbackRate_ = vote.Winner().value_or(rules.fps);
-}
+    : track_(track),
+      inner_(inner),
+      rules_(rules),
+      report_(report),
+      fallbackRate_(FrequentRate(track).value_or(rules.fps)) {}
 
 double TrackArranger::ToSeconds(const RationalTime& time, const char* what,
                                 const SourceLocation& place) {
@@ -152,6 +115,10 @@ void TrackArranger::Trim(const TimeRange* range, const SourceLocation& place) {
     }
 }
 
+int TrackArranger::Frame(double seconds, const SourceLocation& place) const {
+    return CheckedFrame(seconds, rules_.EngineRate(), place);
+}
+
 PlacedTrack TrackArranger::Arrange(const TimeRange* stackTrim) {
     PlacedTrack placed;
     placed.name = track_.name;
@@ -174,7 +141,8 @@ PlacedTrack TrackArranger::Arrange(const TimeRange* stackTrim) {
         Nested nested;
         if (item.kind == Item::Kind::Nested) nested = ArrangeNested(item);
         const double end = position + Duration(item, nested.seconds);
-        CheckedFrame(end, rules_.fps, item.place);
+        Frame(end, item.place);
+        if (rules_.moments != nullptr) rules_.moments->Reach(end);
         PlaceItem(item, {position, end}, std::move(nested.composition), placed);
         position = end;
     }
@@ -202,14 +170,18 @@ TrackArranger::Nested TrackArranger::ArrangeNested(const Item& item) {
     double sounding = 0.0;
     for (const Track& track : item.tracks) {
         ImportReport discarded;
-        TrackArranger inner(track, true, rules_, track.sounds ? report_ : discarded);
+        GridMoments silent;
+        ArrangeRules rules = rules_;
+        if (rules.moments != nullptr && !track.sounds) rules.moments = &silent;
+        TrackArranger inner(track, true, rules, track.sounds ? report_ : discarded);
         PlacedTrack placed = inner.Arrange(nullptr);
         nested.seconds = std::max(nested.seconds, inner.DurationInSeconds());
+        if (rules_.moments != nullptr) rules_.moments->Reach(silent.Last());
         if (!track.sounds) continue;
         sounding = std::max(sounding, inner.LengthInSeconds());
         nested.composition->tracks.push_back(std::move(placed));
     }
-    nested.composition->frameCount = CheckedFrame(sounding, rules_.fps, item.place);
+    nested.composition->frameCount = Frame(sounding, item.place);
     return nested;
 }
 
@@ -246,14 +218,18 @@ void TrackArranger::PlaceTransitions(PlacedTrack& placed) {
                         "it is outside the source_range of its track or stack");
             continue;
         }
+        if (rules_.moments != nullptr) {
+            MeasureTransition(pending);
+            continue;
+        }
         Join join;
         join.item = &item;
         join.inSeconds = OffsetSeconds(item.transition.inOffset, "in_offset", item.place);
         join.outSeconds = OffsetSeconds(item.transition.outOffset, "out_offset", item.place);
-        join.frame = CheckedFrame(pending.position - window_.begin, rules_.fps, item.place);
+        join.frame = Frame(pending.position - window_.begin, item.place);
         join.before = pending.before;
         join.after = pending.after;
-        PlaceTransition(join, {rules_.fps, rules_.rate}, placed, report_);
+        PlaceTransition(join, {rules_.EngineRate(), rules_.rate}, placed, report_);
     }
     NoteOverlaps(placed, report_);
 }
@@ -281,18 +257,23 @@ void TrackArranger::PlaceItem(const Item& item, Seconds position,
     previous_ = neighbour;
 }
 
-/// @param cutSeconds     time that trims cut off the beginning of the clip
-/// @param droppedFrames  receives the frames at the beginning of the clip that are before its media
-/// @return false when the in-point is out of range
-bool TrackArranger::SetInPoint(const Item& item, double cutSeconds, PlacedClip& clip,
-                               int& droppedFrames) {
+/// The time in its media at which a clip begins; negative before the media.
+/// @param cutSeconds  time that trims cut off the beginning of the clip
+double TrackArranger::InPointSeconds(const Item& item, double cutSeconds, double speed) {
     double seconds = 0.0;
     if (item.sourceRange) seconds = ToSeconds(item.sourceRange->start, "start", item.place);
     if (item.sourceRange && item.media && item.media->availableRange) {
         seconds -= ToSeconds(item.media->availableRange->start, "start of the media", item.place);
     }
-    if (cutSeconds > 0.0) seconds += cutSeconds * clip.speed;
-    const double frames = zrtl::RoundHalfAway((seconds * rules_.fps) / clip.speed);
+    return cutSeconds > 0.0 ? seconds + cutSeconds * speed : seconds;
+}
+
+/// @param droppedFrames  receives the frames at the beginning of the clip that are before its media
+/// @return false when the in-point is out of range
+bool TrackArranger::SetInPoint(const Item& item, double cutSeconds, PlacedClip& clip,
+                               int& droppedFrames) {
+    const double seconds = InPointSeconds(item, cutSeconds, clip.speed);
+    const double frames = zrtl::RoundHalfAway((seconds * rules_.EngineRate()) / clip.speed);
     if (!(std::abs(frames) <= std::numeric_limits<int>::max())) return false;
     droppedFrames = frames < 0.0 ? static_cast<int>(-frames) : 0;
     clip.sourceStartFrame = frames > 0.0 ? static_cast<int>(frames) : 0;
@@ -306,8 +287,8 @@ Fades TrackArranger::TrimmedFades(const Item& item, int cutIn, int cutOut) {
     if ((fades.inFrames > 0.0 && cutIn > 0) || (fades.outFrames > 0.0 && cutOut > 0)) {
         report_.Add("fade", item.place, "it is shortened by the frames that are cut off");
     }
-    fades.inFrames = std::max(0.0, fades.inFrames - cutIn);
-    fades.outFrames = std::max(0.0, fades.outFrames - cutOut);
+    fades.inFrames = std::max(0.0, fades.inFrames * rules_.grid - cutIn);
+    fades.outFrames = std::max(0.0, fades.outFrames * rules_.grid - cutOut);
     return fades;
 }
 
@@ -331,8 +312,13 @@ bool TrackArranger::PlaceClip(const Item& item, Seconds position,
     clip.sound = item.sound;
     clip.speed = item.speedProblem.empty() ? item.speed : 1.0;
     clip.muted = item.muted || !item.enabled || !item.speedProblem.empty();
-    clip.startFrame = CheckedFrame(kept.begin, rules_.fps, item.place);
-    clip.endFrame = CheckedFrame(kept.end, rules_.fps, item.place);
+    if (rules_.moments != nullptr) {
+        MeasureClip(item, kept, cutSeconds, clip.speed);
+        placed.clips.push_back(std::move(clip));
+        return true;
+    }
+    clip.startFrame = Frame(kept.begin, item.place);
+    clip.endFrame = Frame(kept.end, item.place);
     if (clip.startFrame >= clip.endFrame) {
         report_.Add(what, item.place, "it is shorter than a frame and is left out");
         return false;
@@ -348,13 +334,12 @@ bool TrackArranger::PlaceClip(const Item& item, Seconds position,
         if (droppedFrames >= clip.endFrame - clip.startFrame) return false;
         clip.startFrame += droppedFrames;
     }
-    clip.level = ToCurve(item.level, rules_.fps, cutSeconds + droppedFrames / rules_.fps,
+    clip.level = ToCurve(item.level, rules_.fps, cutSeconds + droppedFrames / rules_.EngineRate(),
                          item.place, report_);
     const double cutAtEnd = std::max(0.0, position.end - window_.end);
     clip.effects = item.effects;
-    clip.fades =
-        TrimmedFades(item, CheckedFrame(cutSeconds, rules_.fps, item.place) + droppedFrames,
-                     CheckedFrame(cutAtEnd, rules_.fps, item.place));
+    clip.fades = TrimmedFades(item, Frame(cutSeconds, item.place) + droppedFrames,
+                              Frame(cutAtEnd, item.place));
     clip.composition = std::move(composition);
     if (clip.composition == nullptr) clip.media = rules_.resolver->Resolve(item.media->url);
     placed.clips.push_back(std::move(clip));

@@ -2,34 +2,17 @@
 #pragma once
 
 #include <limits>
-#include <map>
 #include <memory>
 #include <optional>
 #include <vector>
 
 #include "host/otio/Arrangement.h"
+#include "host/otio/GridMoments.h"
 #include "host/otio/ImportReport.h"
 #include "host/otio/MediaResolver.h"
 #include "host/otio/TransitionArranger.h"
 
 namespace orlo::host::otio {
-
-/// Finds the most frequent rate of durations.
-class RateVote {
-public:
-    void Add(const Item& item);
-
-    /// The most frequent rate; of equal counts the rate that was added first.
-    std::optional<double> Winner() const;
-
-private:
-    struct Count {
-        std::size_t place = 0;
-        std::size_t votes = 0;
-    };
-
-    std::map<double, Count> counts_;
-};
 
 /// A range in seconds; @p end is exclusive.
 struct Seconds {
@@ -39,21 +22,23 @@ struct Seconds {
 
 /// Settings that all tracks of a timeline share.
 struct ArrangeRules {
-    double fps = 25.0;
+    double fps = 25.0;  ///< frames of the timeline a second
+    int grid = 1;       ///< frames of the engine in a frame of the timeline
     int rate = 48000;
     Retime retime = Retime::Otio;
     const MediaResolver* resolver = nullptr;
+    /// Set for an arrangement that only records the times of the timeline: it rounds nothing and
+    /// reads no media, and its placed tracks are meaningless.
+    GridMoments* moments = nullptr;
+
+    /// Frames of the engine a second.
+    double EngineRate() const { return grid * fps; }
 };
 
 /// The frame nearest to a position.
 /// @param seconds  0 or more
 /// @throws DocumentError when it is beyond frame 2147483647
-int CheckedFrame(double seconds, double fps, const SourceLocation& place);
-
-/// Converts a level: sorts its keys and converts their times to milliseconds.
-/// @param cutSeconds  time that a trim cut off the beginning of the owner
-LevelCurve ToCurve(const Level& level, double fps, double cutSeconds, const SourceLocation& place,
-                   ImportReport& report);
+int CheckedFrame(double seconds, double frameRate, const SourceLocation& place);
 
 /// Places the items of a track in frames.
 class TrackArranger {
@@ -97,14 +82,18 @@ private:
                    std::shared_ptr<PlacedComposition> composition, PlacedTrack& placed);
     bool PlaceClip(const Item& item, Seconds position,
                    std::shared_ptr<PlacedComposition> composition, PlacedTrack& placed);
+    double InPointSeconds(const Item& item, double cutSeconds, double speed);
     bool SetInPoint(const Item& item, double cutSeconds, PlacedClip& clip, int& droppedFrames);
+    int Frame(double seconds, const SourceLocation& place) const;
+    void MeasureClip(const Item& item, Seconds kept, double cutSeconds, double speed);
+    void MeasureTransition(const Pending& pending);
     Fades TrimmedFades(const Item& item, int cutIn, int cutOut);
 
     const Track& track_;
     const bool inner_;
     const ArrangeRules& rules_;
     ImportReport& report_;
-    double fallbackRate_;
+    const double fallbackRate_;
     /// The part of the track's time that its trims leave.
     Seconds window_{0.0, std::numeric_limits<double>::infinity()};
     double length_ = 0.0;

@@ -13,20 +13,21 @@ namespace {
 constexpr const char* WHAT = "transition";
 
 /// An offset in frames. A negative offset counts as 0 and is reported.
-double OffsetFrames(double seconds, double fps, const SourceLocation& place, ImportReport& report) {
+double OffsetFrames(double seconds, double frameRate, const SourceLocation& place,
+                    ImportReport& report) {
     if (seconds < 0.0) {
         report.Add(WHAT, place, "a negative offset counts as 0");
         return 0.0;
     }
-    return zrtl::RoundHalfAway(seconds * fps);
+    return zrtl::RoundHalfAway(seconds * frameRate);
 }
 
 /// Whether the length in frames, milliseconds and samples fits into 32 bits. Plugins receive it in
 /// milliseconds and in samples.
 bool Fits(double frames, int joinFrame, const TransitionLimits& limits) {
     constexpr double LIMIT = std::numeric_limits<int>::max();
-    return joinFrame + frames <= LIMIT && frames * (1000.0 / limits.fps) <= LIMIT &&
-           frames * (limits.rate / limits.fps) <= LIMIT;
+    return joinFrame + frames <= LIMIT && frames * (1000.0 / limits.frameRate) <= LIMIT &&
+           frames * (limits.rate / limits.frameRate) <= LIMIT;
 }
 
 bool Ends(const PlacedTrack& track, const Neighbour& neighbour, int frame) {
@@ -54,8 +55,8 @@ void PlaceTransition(const Join& join, const TransitionLimits& limits, PlacedTra
         report.Add(WHAT, place, "no clip begins or ends at it; it is left out");
         return;
     }
-    double in = OffsetFrames(join.inSeconds, limits.fps, place, report);
-    double out = OffsetFrames(join.outSeconds, limits.fps, place, report);
+    double in = OffsetFrames(join.inSeconds, limits.frameRate, place, report);
+    double out = OffsetFrames(join.outSeconds, limits.frameRate, place, report);
     if ((!hasFrom && in > 0.0) || (!hasTo && out > 0.0)) {
         report.Add(WHAT, place, "next to silence it fades on the frames of the clip only");
     }

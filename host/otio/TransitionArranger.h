@@ -25,9 +25,9 @@ struct Join {
     Neighbour after;
 };
 
-/// The rates of the timeline, which limit the length of a transition.
+/// The rates of the engine, which limit the length of a transition.
 struct TransitionLimits {
-    double fps = 25.0;
+    double frameRate = 25.0;
     int rate = 48000;
 };
 

@@ -41,10 +41,17 @@ struct PlayTarget {
 /// @throws JobError for a timeline that cannot be played
 PlayTarget TimelineTarget(const GlobalOptions& global, const PlayOptions& options) {
     PlayTarget target;
-    target.import = ReadTimeline(options.input, global);
+    ReadingChoice choice;
+    if (options.output == PlayOutput::DEVICE) {
+        choice.gridLimit = [bufferMs = options.bufferMs](int rate) {
+            return PlayOutput::MaxFrameRate(rate, bufferMs);
+        };
+    }
+    target.import = ReadTimeline(options.input, global, choice);
     const otio::Arrangement& arrangement = target.import.arrangement;
-    target.grid = {arrangement.rate, arrangement.fps};
-    target.total = zrtl::TotalSamples(arrangement.frameCount, target.grid.rate, target.grid.fps);
+    target.grid = GridOf(arrangement);
+    target.total =
+        zrtl::TotalSamples(arrangement.frameCount, target.grid.rate, target.grid.EngineRate());
     if (target.total == 0) {
         throw JobError("the timeline " + Quoted(options.input) +
                        " has no length: there is nothing to play");
@@ -142,9 +149,10 @@ private:
         return first;
     }
 
-    /// Maximum number of frames of a run: whole buffers of one video frame, rounded up.
+    /// Maximum number of frames of a run: whole buffers of one frame of the engine, rounded up.
     long long MaxFrames(long long begin) const {
-        const auto buffer = static_cast<long long>(std::ceil(target_.grid.rate / target_.grid.fps));
+        const auto buffer =
+            static_cast<long long>(std::ceil(target_.grid.rate / target_.grid.EngineRate()));
         const long long samples = options_.reverse ? begin : target_.total - begin;
         return (samples / (buffer * options_.speed) + 1) * buffer;
     }
@@ -184,6 +192,7 @@ private:
         outcome.report["output"] = options_.output;
         outcome.report["rate"] = target_.grid.rate;
         outcome.report["fps"] = target_.grid.fps;
+        outcome.report["grid"] = target_.grid.factor;
         outcome.report["lastFrame"] =
             lastFrame_ == PlaybackEngine::NO_FRAME ? Json() : Json(lastFrame_);
         outcome.report["samples"] =

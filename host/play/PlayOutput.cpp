@@ -6,6 +6,7 @@
 #include <cctype>
 
 #include "sonrel/base/StereoFrame.h"
+#include "sonrel/playback/AudioBuffer.h"
 
 namespace orlo::host {
 
@@ -15,6 +16,11 @@ using sonrel::VirtualOutput;
 
 /// Time for which a step waits for a buffer before the program checks for keys and interrupts.
 constexpr std::chrono::milliseconds STEP_TIMEOUT{50};
+
+/// Frames of the engine that are queued on an output.
+constexpr double QUEUED_FRAMES = 49.0;
+constexpr double MIN_QUEUE_SECONDS = 0.5;
+constexpr double MIN_QUEUE_BUFFERS = 8.0;
 
 static_assert(std::endian::native == std::endian::little, "bare samples are little-endian");
 
@@ -58,6 +64,11 @@ void PlayFile::Finish() {
     } else {
         raw_->Commit();
     }
+}
+
+double PlayOutput::MaxFrameRate(int rate, int bufferMs) {
+    const double buffer = static_cast<double>(sonrel::AudioBufferFrames(rate, bufferMs)) / rate;
+    return QUEUED_FRAMES / std::max(MIN_QUEUE_SECONDS, MIN_QUEUE_BUFFERS * buffer);
 }
 
 bool PlayOutput::IsFileName(const std::string& output) {

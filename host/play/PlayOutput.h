@@ -42,6 +42,11 @@ public:
     static constexpr const char* DEVICE = "sdl";
     static constexpr const char* NULL_OUTPUT = "null";
 
+    /// The highest frame rate of the engine at which its queue bridges a busy machine: 49 frames
+    /// last at least half a second and eight buffers of the sound device.
+    /// @param bufferMs  buffer of the sound device; 0 is the library's default
+    static double MaxFrameRate(int rate, int bufferMs);
+
     /// Whether --output names a file.
     static bool IsFileName(const std::string& output);
 

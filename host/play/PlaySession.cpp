@@ -103,7 +103,7 @@ void PlaySession::Report() {
         }
     }
     ReportReadError();
-    const int heard = engine_.CurrentPlaybackVideoFrame();
+    const int heard = HeardFrame();
     if (heard != lastFrame_ && heard != PlaybackEngine::NO_FRAME) events_.Frame(heard);
     if (heard != PlaybackEngine::NO_FRAME) lastFrame_ = heard;
     ShowState();
@@ -123,6 +123,11 @@ void PlaySession::ReportReadError() {
     if (!readError_.empty()) return;
     readError_ = subject_.reads.Notice();
     if (!readError_.empty()) events_.ReadError(subject_.reads.ErrorMessage());
+}
+
+int PlaySession::HeardFrame() const {
+    const int heard = engine_.CurrentPlaybackVideoFrame();
+    return heard == PlaybackEngine::NO_FRAME ? heard : subject_.grid.FrameOfEngine(heard);
 }
 
 std::string PlaySession::Timecode() const {

@@ -57,6 +57,7 @@ private:
     bool MeterIsDue();
     void StopIfInterrupted();
     void CheckDevice();
+    int HeardFrame() const;
     std::string Timecode() const;
 
     const PlayOptions& options_;

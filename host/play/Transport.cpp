@@ -63,7 +63,7 @@ void Transport::Stop() {
 
 int Transport::Frame() const {
     const int heard = engine_.CurrentPlaybackVideoFrame();
-    return playing_ && heard != PlaybackEngine::NO_FRAME ? heard : frame_;
+    return playing_ && heard != PlaybackEngine::NO_FRAME ? grid_.FrameOfEngine(heard) : frame_;
 }
 
 void Transport::PauseAtEnd() {
@@ -136,7 +136,8 @@ void Transport::StepFrame(int frames) {
 }
 
 void Transport::RetryFrame() {
-    if (frameIsPending_) frameIsPending_ = engine_.PlayFrame(frame_) == Err::Busy;
+    if (!frameIsPending_) return;
+    frameIsPending_ = engine_.PlayFrame(grid_.FirstEngineFrame(frame_)) == Err::Busy;
 }
 
 int Transport::LastFrame() const {

@@ -50,12 +50,12 @@ Plugin MakeEffect(const otio::EffectRequest& request, int rate) {
     return pack::CreateEffect(request.plugin, parameters, rate);
 }
 
-Plugin MakeFade(const otio::PlacedClip& clip, double fps, int rate) {
+Plugin MakeFade(const otio::PlacedClip& clip, double engineRate, int rate) {
     return pack::CreateEffect("fade",
                               {{"inFrames", clip.fades.inFrames},
                                {"outFrames", clip.fades.outFrames},
                                {"objectFrames", clip.endFrame - clip.startFrame},
-                               {"frameRate", fps},
+                               {"frameRate", engineRate},
                                {"curve", pack::CurveNumber(clip.fades.curve)}},
                               rate);
 }
@@ -64,7 +64,7 @@ Plugin MakeFade(const otio::PlacedClip& clip, double fps, int rate) {
 class EffectFilter {
 public:
     EffectFilter(otio::Arrangement& arrangement, otio::ImportReport& report)
-        : fps_(arrangement.fps), rate_(arrangement.rate), report_(report) {}
+        : engineRate_(arrangement.EngineRate()), rate_(arrangement.rate), report_(report) {}
 
     void Apply(std::vector<otio::PlacedTrack>& tracks) {
         for (otio::PlacedTrack& track : tracks) {
@@ -74,7 +74,7 @@ public:
                                      [&] { MakeEffect(request, rate_); });
                 });
                 if (clip.fades.Exist() &&
-                    IsRefused(clip, "fade", [&] { MakeFade(clip, fps_, rate_); })) {
+                    IsRefused(clip, "fade", [&] { MakeFade(clip, engineRate_, rate_); })) {
                     clip.fades = {};
                 }
                 if (clip.composition != nullptr) Apply(clip.composition->tracks);
@@ -94,7 +94,7 @@ private:
         }
     }
 
-    const double fps_;
+    const double engineRate_;
     const int rate_;
     otio::ImportReport& report_;
 };
@@ -105,12 +105,12 @@ void DropRefusedEffects(otio::TimelineImport& import) {
     EffectFilter(import.arrangement, import.report).Apply(import.arrangement.tracks);
 }
 
-std::vector<ChainLink> MakeChain(const otio::PlacedClip& clip, double fps, int rate) {
+std::vector<ChainLink> MakeChain(const otio::PlacedClip& clip, double engineRate, int rate) {
     std::vector<ChainLink> chain;
     for (const otio::EffectRequest& request : clip.effects) {
         chain.push_back({MakeEffect(request, rate), request.enabled});
     }
-    if (clip.fades.Exist()) chain.push_back({MakeFade(clip, fps, rate), true});
+    if (clip.fades.Exist()) chain.push_back({MakeFade(clip, engineRate, rate), true});
     return chain;
 }
 

@@ -21,8 +21,9 @@ struct ChainLink {
 void DropRefusedEffects(otio::TimelineImport& import);
 
 /// The chain of a clip: its effects in file order, then its fades.
-/// @param clip  of an import without refused effects (DropRefusedEffects)
-std::vector<ChainLink> MakeChain(const otio::PlacedClip& clip, double fps, int rate);
+/// @param clip        of an import without refused effects (DropRefusedEffects)
+/// @param engineRate  frame rate of the clip's frames
+std::vector<ChainLink> MakeChain(const otio::PlacedClip& clip, double engineRate, int rate);
 
 /// The cross-fade of a transition.
 std::shared_ptr<project::AbstractPluginAudioTransition> MakeCrossFade(

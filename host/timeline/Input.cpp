@@ -89,6 +89,19 @@ std::shared_ptr<MediaAsset> ImportUse(project::Project& project, const MediaUse&
     }
 }
 
+/// Frame rate of the picture in a media file; 0 when it cannot be read or has no picture.
+double PictureRate(const std::string& path) {
+    if (Interrupted()) ThrowInterrupted("not all media are read");
+    struct stat status = {};
+    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return 0.0;
+    zrh::media::MediaInfo info;
+    if (zrh::media::DescribeMedia(WidePath(path), &info) != 0) return 0.0;
+    for (const zrh::media::MediaStreamInfo& stream : info.streams) {
+        if (stream.kind == zrh::media::MediaStreamKind::Video) return stream.frameRate;
+    }
+    return 0.0;
+}
+
 /// The media that clips use, each path and stream once.
 class MediaCollection {
 public:
@@ -116,9 +129,10 @@ private:
 otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions& options,
                                   const ReadingChoice& choice) {
     otio::ImportOptions importOptions;
-    importOptions.rates = {options.fps, options.rate};
+    importOptions.rates = {options.fps, options.rate, options.grid, choice.gridLimit};
     importOptions.mediaRoots = options.mediaRoots;
     importOptions.retime = choice.retime;
+    importOptions.pictureRateOf = PictureRate;
     importOptions.soundFrom =
         choice.soundFromVideo ? otio::Track::Kind::Video : otio::Track::Kind::Audio;
     try {
@@ -128,11 +142,15 @@ otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions&
     } catch (const otio::RateError& error) {
         const std::string text =
             "cannot import the timeline " + Quoted(input) + ": " + error.what();
-        if (options.fps || options.rate) throw UsageError(text);
+        if (options.fps || options.rate || options.grid) throw UsageError(text);
         throw JobError(text + "; set other rates with --fps and --rate");
     } catch (const otio::DocumentError& error) {
         throw JobError("cannot read the timeline " + Quoted(input) + ": " + error.what());
     }
+}
+
+FrameGrid GridOf(const otio::Arrangement& arrangement) {
+    return {arrangement.rate, arrangement.fps, arrangement.grid};
 }
 
 std::vector<MediaUse> CollectMedia(const std::vector<otio::PlacedTrack>& tracks) {

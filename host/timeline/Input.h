@@ -8,6 +8,7 @@
 #include "host/options/GlobalOptions.h"
 #include "host/otio/TimelineImport.h"
 #include "host/shell/Outcome.h"
+#include "host/timeline/Positions.h"
 #include "sonrel/project/CompositionAsset.h"
 #include "sonrel/project/MediaAsset.h"
 #include "sonrel/project/Project.h"
@@ -26,12 +27,16 @@ struct MediaUse {
 struct ReadingChoice {
     bool soundFromVideo = false;
     otio::Retime retime = otio::Retime::Otio;
+    otio::GridLimit gridLimit = nullptr;  ///< null: only the limits of the engine
 };
 
 /// Reads INPUT as a timeline. Effects that cannot be created are removed and reported.
 /// @throws JobError or UsageError with the name of the file
 otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions& options,
                                   const ReadingChoice& choice = {});
+
+/// The frames of a timeline.
+FrameGrid GridOf(const otio::Arrangement& arrangement);
 
 /// The media files that the clips on tracks use, in the order of the clips, nested clips included.
 std::vector<MediaUse> CollectMedia(const std::vector<otio::PlacedTrack>& tracks);

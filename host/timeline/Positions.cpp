@@ -54,11 +54,15 @@ std::optional<double> ParseTimecode(std::string_view text, double fps) {
     return ((values[0] * 60.0 + values[1]) * 60.0 + values[2]) * nominal + values[3];
 }
 
+long long SampleOf(double frame, const FrameGrid& grid) {
+    return zrtl::FrameToSample(frame * grid.factor, grid.rate, grid.EngineRate());
+}
+
 std::optional<long long> ToSamples(std::string_view text, const FrameGrid& grid) {
     if (text.find(':') != std::string_view::npos) {
         const std::optional<double> frames = ParseTimecode(text, grid.fps);
         if (!frames) return std::nullopt;
-        return zrtl::FrameToSample(*frames, grid.rate, grid.fps);
+        return SampleOf(*frames, grid);
     }
     if (TakeSuffix(text, "smp")) {
         const std::optional<long long> samples = ParseInteger(text);
@@ -68,7 +72,7 @@ std::optional<long long> ToSamples(std::string_view text, const FrameGrid& grid)
     if (TakeSuffix(text, "f")) {
         const std::optional<double> frames = ParseDecimal(text);
         if (!frames) return std::nullopt;
-        return zrtl::FrameToSample(*frames, grid.rate, grid.fps);
+        return SampleOf(*frames, grid);
     }
     TakeSuffix(text, "s");
     const std::optional<double> seconds = ParseDecimal(text);
@@ -79,7 +83,7 @@ std::optional<long long> ToSamples(std::string_view text, const FrameGrid& grid)
 }  // namespace
 
 long long FrameGrid::Start(long long frame) const {
-    return zrtl::FrameToSample(static_cast<double>(frame), rate, fps);
+    return SampleOf(static_cast<double>(frame), *this);
 }
 
 long long FrameGrid::FrameOf(long long sample) const {

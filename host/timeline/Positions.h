@@ -10,21 +10,34 @@ namespace orlo::host {
 
 /// The video frames of a timeline in samples. Frame f covers the samples from Start(f) (included)
 /// to Start(f + 1) (excluded); frame lengths may differ by a sample.
+///
+/// These are the frames that people count: in positions, timecodes and events. The engine divides
+/// each into @p factor frames, so that cuts can be between the frames of the picture.
 struct FrameGrid {
     int rate = 48000;   ///< hertz
     double fps = 25.0;  ///< frames a second
+    int factor = 1;     ///< frames of the engine in a frame
 
-    /// First sample of a frame: RoundHalfAway(frame * (rate / fps)).
+    /// First sample of a frame: RoundHalfAway(factor * frame * (rate / EngineRate())).
     long long Start(long long frame) const;
     /// The frame that covers a sample.
     /// @param sample  0 or more
     long long FrameOf(long long sample) const;
+
+    /// Frame rate of the engine.
+    double EngineRate() const { return factor * fps; }
+    /// The frames of the engine as a grid.
+    FrameGrid Engine() const { return {rate, EngineRate(), 1}; }
+    /// The frame that contains a frame of the engine.
+    int FrameOfEngine(int engineFrame) const { return engineFrame / factor; }
+    /// The first frame of the engine in a frame.
+    int FirstEngineFrame(int frame) const { return frame * factor; }
 };
 
 /// Parses a position or length. The result is in samples, from the beginning of the timeline.
 ///
 ///     12.5  12.5s      seconds       RoundHalfAway(seconds * rate)
-///     300f             frames        RoundHalfAway(frames * (rate / fps))
+///     300f             frames        FrameGrid::Start(frames), with fractions
 ///     480000smp        samples
 ///     00:00:12:10      timecode, without dropped frames, at the nominal rate: the integer
 ///                      nearest to fps

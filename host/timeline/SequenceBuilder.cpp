@@ -24,7 +24,7 @@ void SetLevel(project::PropertyManager& properties, const otio::LevelCurve& leve
 
 void SetRates(project::AudioVideoSettings& settings, const otio::Arrangement& arrangement,
               int frameCount) {
-    settings.SetFrameRate(arrangement.fps);
+    settings.SetFrameRate(arrangement.EngineRate());
     settings.SetCustomAudioSampleRate(arrangement.rate);
     settings.SetFrameCount(frameCount);
 }
@@ -89,7 +89,8 @@ private:
         shown.SetMuted(clip.muted);
         shown.Animation().SetStaticValue("speed", clip.speed);
         SetLevel(shown.Animation(), clip.level);
-        for (const ChainLink& link : MakeChain(clip, arrangement_.fps, arrangement_.rate)) {
+        for (const ChainLink& link :
+             MakeChain(clip, arrangement_.EngineRate(), arrangement_.rate)) {
             shown.AddEffect(link.plugin)->SetEnabled(link.enabled);
         }
     }

@@ -110,7 +110,7 @@ TEST_F(MixProgram, AnUnevenFrameRateLosesNoSample) {
 
     const ProgramResult result = Mix({"--dither", "none", "--json"});
 
-    // floor(59 * (48000 / 29.97)) samples; 48000 / 29.97 is 1601.6016.
+    // 29.97 is 30000/1001: a frame has 1601.6 samples, and 59 frames have 94494.4.
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(result.Json().at("samples"), 94494);
     EXPECT_EQ(SampleBytes(shop_.Work("out.wav")), CountingSamples(94494));
@@ -121,7 +121,7 @@ TEST_F(MixProgram, TheJsonObjectHasEveryKey) {
 
     const nlohmann::json report = Mix({"--json"}).Json();
 
-    for (const char* key : {"output", "rate", "fps", "samples", "dither", "seed", "tracks",
+    for (const char* key : {"output", "rate", "fps", "grid", "samples", "dither", "seed", "tracks",
                             "master", "loudness", "missing", "notTakenOver"}) {
         EXPECT_TRUE(report.contains(key)) << key;
     }

@@ -8,9 +8,16 @@
 
 namespace sonrel_tests {
 
+/// The options of an import whose cuts are on whole frames of the timeline.
+inline orlo::host::otio::ImportOptions OnWholeFrames() {
+    orlo::host::otio::ImportOptions options;
+    options.rates.grid = 1;
+    return options;
+}
+
 /// Imports a document with /edit as the folder of its relative paths.
 inline orlo::host::otio::TimelineImport Import(
-    const Json& document, const orlo::host::otio::ImportOptions& options = {}) {
+    const Json& document, const orlo::host::otio::ImportOptions& options = OnWholeFrames()) {
     return orlo::host::otio::ImportTimelineText(document.dump(), "/edit", options);
 }
 

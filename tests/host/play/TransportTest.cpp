@@ -61,6 +61,19 @@ TEST_F(TransportTest, TheLastFrameOfABurstOfArrowKeysIsHeard) {
     EXPECT_EQ(heard[heard.size() - 2], 5 * FRAME_SAMPLES - 1);
 }
 
+TEST_F(TransportTest, AStepMovesByAFrameOfTheTimelineOnAFinerGrid) {
+    // Five frames of the engine are a frame of the timeline.
+    Transport transport(*engine_->Playback(), {48000, 5.0, 5}, 10 * FRAME_SAMPLES);
+
+    transport.Press(Key::Right);
+    output_->Advance(FRAME_SAMPLES);
+
+    EXPECT_EQ(transport.Frame(), 1);
+    // The left value of a sample is its position.
+    ASSERT_FALSE(output_->Samples().empty());
+    EXPECT_EQ(output_->Samples().front(), 5 * FRAME_SAMPLES);
+}
+
 TEST_F(TransportTest, AFrameThatWasHeardIsNotPlayedAgain) {
     Transport transport(*engine_->Playback(), {48000, 25.0}, 10 * FRAME_SAMPLES);
     transport.Press(Key::Right);

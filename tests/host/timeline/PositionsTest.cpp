@@ -124,6 +124,23 @@ TEST(FrameGrid, AFrameCoversTheSamplesUpToTheNextFrame) {
     EXPECT_EQ(NTSC.FrameOf(3203), 2);
 }
 
+TEST(FrameGrid, DividedFramesKeepTheirNumbersAndSamples) {
+    constexpr FrameGrid DIVIDED{48000, 25.0, 4};
+
+    EXPECT_EQ(DIVIDED.EngineRate(), 100.0);
+    for (const long long frame : {0, 1, 29, 1000}) {
+        EXPECT_EQ(DIVIDED.Start(frame), 1920 * frame);
+        EXPECT_EQ(DIVIDED.FrameOf(1920 * frame), frame);
+        EXPECT_EQ(DIVIDED.FrameOf(1920 * frame + 1919), frame);
+    }
+    EXPECT_EQ(Position("10f", DIVIDED), 19200);
+    EXPECT_EQ(Position("10.25f", DIVIDED), 19680);
+    EXPECT_EQ(Position("00:00:01:01", DIVIDED), 26 * 1920);
+    EXPECT_EQ(DIVIDED.FrameOfEngine(7), 1);
+    EXPECT_EQ(DIVIDED.FrameOfEngine(8), 2);
+    EXPECT_EQ(DIVIDED.FirstEngineFrame(2), 8);
+}
+
 TEST(FrameGrid, FrameOfInvertsStartAtUnevenRates) {
     for (const FrameGrid& grid :
          {FrameGrid{44100, 24000.0 / 1001.0}, FrameGrid{48000, 59.94}, FrameGrid{22050, 29.97}}) {
