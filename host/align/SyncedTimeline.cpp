@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "host/align/AlignmentReport.h"
+#include "host/shell/SoundText.h"
 
 namespace orlo::host {
 
@@ -45,9 +46,19 @@ Json Item(const char* schema, const std::string& name) {
                          {"enabled", true}});
 }
 
+/// Adds the stream and the channels that were compared, where they are not the first stream.
+void AddSound(const Recording& recording, Json& metadata) {
+    const auto sound = zrh::media::SoundChoice::FromNumber(recording.asset->AudioStreamIndex());
+    const std::string channels = ChannelsText(sound);
+    const bool namesStreams = channels.find(':') != std::string::npos;
+    if (sound.Stream() > 0 && !namesStreams) metadata["sonrel"]["stream"] = sound.Stream() + 1;
+    if (!channels.empty()) metadata["sonrel"]["channels"] = channels;
+}
+
 Json Clip(const Recording& recording, int rate) {
     const std::string name = std::filesystem::path(recording.path).stem().string();
     Json clip = Item("Clip.1", name);
+    AddSound(recording, clip["metadata"]);
     clip["source_range"] = Range(0, recording.Frames(), rate);
     clip["media_reference"] = Json::Object({{"OTIO_SCHEMA", "ExternalReference.1"},
                                             {"name", ""},

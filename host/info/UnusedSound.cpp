@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "host/timeline/SoundProblem.h"
+
 namespace orlo::host {
 
 namespace {
@@ -22,7 +24,8 @@ Usage UsageOf(const MediaInfo& info, const std::vector<SoundChoice>& used) {
     }
     for (const SoundChoice& choice : used) {
         SoundChoice sound;
-        if (zrh::media::ResolveSound(info, choice, &sound) != 0) continue;
+        const bool exists = zrh::media::ResolveSound(info, choice, &sound) == 0;
+        if (!exists && !IsStereoOfMono(info, choice)) continue;
         if (sound.kind != SoundChoice::Kind::Channels) {
             auto& stream = usage.at(static_cast<std::size_t>(sound.left.stream));
             std::fill(stream.begin(), stream.end(), true);

@@ -15,6 +15,7 @@
 #include "sonrel/conformed/ConformedAudioFile.h"
 #include "sonrel/media/ConversionObserver.h"
 #include "sonrel/media/MediaInfo.h"
+#include "sonrel/media/input/MediaErrors.h"
 
 namespace orlo::host {
 
@@ -25,6 +26,14 @@ using project::MediaDB;
 namespace helper = sonrel::ConformedAudioFileHelper;
 
 constexpr long long BYTES_PER_FRAME = zrtl::FRAME_BYTES;
+
+/// The remedy for the reason why a conversion failed; empty where there is none.
+std::string RemedyOf(const std::string& reason) {
+    constexpr auto TOO_MANY = static_cast<int>(zrh::media::MediaError::TooManyChannels);
+    if (reason != zrh::media::MediaErrorText(TOO_MANY)) return {};
+    return " to be mixed down; choose some with --channels, or with metadata.sonrel.channels of a "
+           "clip";
+}
 
 std::string MediaPath(const MediaAsset& asset) {
     return zrtl::ToUtf8(asset.IsMerged() ? asset.MergedAudioFilename() : asset.Filename());
@@ -110,8 +119,8 @@ public:
         zrh::media::MediaInfo info;
         const std::wstring media = WidePath(MediaPath(*failed.asset));
         if (zrh::media::DescribeMedia(media, &info, &reason) != 0) return reason;
-        return last.mediaFailure.empty() ? "its sound could not be converted or recorded"
-                                         : last.mediaFailure;
+        if (last.mediaFailure.empty()) return "its sound could not be converted or recorded";
+        return last.mediaFailure + RemedyOf(last.mediaFailure);
     }
 
     std::string FailureClause(std::size_t task) const override {

@@ -111,9 +111,16 @@ void MediaCollector::AddTimeline(const std::string& input) {
         if (IsMissing(use.location)) {
             AddMissing(input, use, rate);
         } else {
-            AddMedia(input, use.location.path, use.sound, rate);
+            AddClipMedia(input, use, rate);
         }
     }
+}
+
+void MediaCollector::AddClipMedia(const std::string& input, const MediaUse& use, int rate) {
+    AddMedia(input, use.location.path, use.sound, rate);
+    if (entries.back().error.empty() || !IsStereoOfMono(use.location.path, use.sound)) return;
+    entries.pop_back();
+    AddMedia(input, use.location.path, {}, rate);
 }
 
 void MediaCollector::AddMissing(const std::string& input, const MediaUse& use, int rate) {

@@ -50,6 +50,7 @@ public:
 
 private:
     void AddTimeline(const std::string& input);
+    void AddClipMedia(const std::string& input, const MediaUse& use, int rate);
     void AddMissing(const std::string& input, const MediaUse& use, int rate);
     void AddMedia(const std::string& input, const std::string& path,
                   const zrh::media::SoundChoice& sound, int rate);

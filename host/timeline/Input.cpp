@@ -39,19 +39,6 @@ std::string ProblemOf(const std::string& path, const zrh::media::SoundChoice& so
     return SoundProblem(info, sound);
 }
 
-/// Whether a clip uses left and right of a media file that has only one channel.
-bool IsStereoOfMono(const std::string& path, const zrh::media::SoundChoice& sound) {
-    const bool isStereo = sound.kind == zrh::media::SoundChoice::Kind::Channels &&
-                          sound.left.channel == 1 && sound.right.channel == 2 &&
-                          sound.left.stream == sound.right.stream;
-    zrh::media::MediaInfo info;
-    if (!isStereo || zrh::media::DescribeMedia(WidePath(path), &info) != 0) return false;
-    constexpr auto AUDIO = zrh::media::MediaStreamKind::Audio;
-    const auto* first = zrh::media::FindStream(info, AUDIO, 0);
-    return first != nullptr && first->channels == 1 &&
-           zrh::media::FindStream(info, AUDIO, 1) == nullptr;
-}
-
 /// The first reason why a stream of a file cannot be read; @p otherwise when all can be read.
 std::string FirstReason(const zrh::media::MediaInfo& info, const std::string& otherwise) {
     for (const zrh::media::MediaStreamInfo& stream : info.streams) {
@@ -151,6 +138,11 @@ otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions&
 
 FrameGrid GridOf(const otio::Arrangement& arrangement) {
     return {arrangement.rate, arrangement.fps, arrangement.grid};
+}
+
+bool IsStereoOfMono(const std::string& path, const zrh::media::SoundChoice& sound) {
+    zrh::media::MediaInfo info;
+    return zrh::media::DescribeMedia(WidePath(path), &info) == 0 && IsStereoOfMono(info, sound);
 }
 
 std::vector<MediaUse> CollectMedia(const std::vector<otio::PlacedTrack>& tracks) {

@@ -59,6 +59,10 @@ Json MissingJson(const std::vector<MediaUse>& missing);
 void ImportMedia(project::Project& project, std::vector<MediaUse>& media,
                  otio::ImportReport& report);
 
+/// Whether a clip uses left and right of a media file that has only one channel. The channel sounds
+/// on both sides.
+bool IsStereoOfMono(const std::string& path, const zrh::media::SoundChoice& sound);
+
 /// Creates the asset of a media file with sound. @throws JobError with the name of the file
 std::shared_ptr<project::MediaAsset> ImportMediaFile(project::Project& project,
                                                      const std::string& path,

@@ -79,4 +79,11 @@ std::string SoundProblem(const MediaInfo& info, const SoundChoice& sound) {
            std::to_string(SoundChoice::MAX_STREAMS) + " audio streams";
 }
 
+bool IsStereoOfMono(const MediaInfo& info, const SoundChoice& sound) {
+    const bool isStereo = sound.kind == SoundChoice::Kind::Channels && sound.left.channel == 1 &&
+                          sound.right.channel == 2 && sound.left.stream == sound.right.stream;
+    const std::vector<const MediaStreamInfo*> streams = AudioStreams(info);
+    return isStereo && streams.size() == 1 && streams.front()->channels == 1;
+}
+
 }  // namespace orlo::host

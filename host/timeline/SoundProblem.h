@@ -11,4 +11,7 @@ namespace orlo::host {
 /// audio stream 5". Empty where it has the streams and the channels.
 std::string SoundProblem(const zrh::media::MediaInfo& info, const zrh::media::SoundChoice& sound);
 
+/// Whether a clip uses left and right of a media file that has only one channel.
+bool IsStereoOfMono(const zrh::media::MediaInfo& info, const zrh::media::SoundChoice& sound);
+
 }  // namespace orlo::host

@@ -20,25 +20,26 @@ _sonrel() {
         --output) compopt -o filenames; COMPREPLY=($(compgen -W "sdl null" -- "$current") $(compgen -f -- "$current")); return ;;
         --speed) COMPREPLY=($(compgen -W "1 2 3 4" -- "$current")); return ;;
         --audio-from) COMPREPLY=($(compgen -W "audio video" -- "$current")); return ;;
+        --channels) COMPREPLY=($(compgen -W "1 2 1,2 downmix" -- "$current")); return ;;
         --style) COMPREPLY=($(compgen -W "lanes overlaid rms" -- "$current")); return ;;
         --scale) COMPREPLY=($(compgen -W "linear log" -- "$current")); return ;;
         --format) COMPREPLY=($(compgen -W "rgb888 argb32" -- "$current")); return ;;
         --cache | --stems) compopt -o filenames; COMPREPLY=($(compgen -d -- "$current")); return ;;
         --meters) [ "$command" = play ] || { compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return; } ;;
         --db | --export | -o) compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return ;;
-        --rate | --fps | --grid | --media-root | --keep-days | --jobs | --from | --to | --seed | --days | --buffer | --composition | --min-correlation | --zoom) return ;;
+        --rate | --fps | --grid | --media-root | --keep-days | --jobs | --from | --to | --seed | --days | --buffer | --composition | --min-correlation | --zoom | --stream) return ;;
         --size | --color | --background | --range) return ;;
     esac
 
     local options=$globals
     case $command in
         "") [[ $current == -* ]] || { COMPREPLY=($(compgen -W "align info conform mix peaks play waveform cache" -- "$current")); return; } ;;
-        align) options+=" --min-correlation --plot --otio --overwrite" ;;
-        conform) options+=" --jobs --all-codecs --force" ;;
-        mix) options+=" -o --from --to --dither --seed --stems --composition --meters --fail-on-clip --retime --audio-from --overwrite" ;;
-        play) options+=" --from --reverse --speed --meters --events --output --buffer --dither --seed --overwrite" ;;
-        waveform) options+=" -o --size --style --scale --format --color --background --range --ruler --overwrite" ;;
-        peaks) options+=" -o --mode --export --zoom --force --overwrite" ;;
+        align) options+=" --stream --channels --min-correlation --plot --otio --overwrite" ;;
+        conform) options+=" --stream --channels --jobs --all-codecs --force" ;;
+        mix) options+=" --stream --channels -o --from --to --dither --seed --stems --composition --meters --fail-on-clip --retime --audio-from --overwrite" ;;
+        play) options+=" --stream --channels --from --reverse --speed --meters --events --output --buffer --dither --seed --overwrite" ;;
+        waveform) options+=" --stream --channels -o --size --style --scale --format --color --background --range --ruler --overwrite" ;;
+        peaks) options+=" --stream --channels -o --mode --export --zoom --force --overwrite" ;;
         cache)
             if [ -z "$action" ] && [[ $current != -* ]]; then
                 COMPREPLY=($(compgen -W "ls du check clean" -- "$current"))

@@ -103,6 +103,8 @@ MediaStreamInfo InfoOf(const AVFormatContext& context, const AVStream& stream) {
     info.kind = KindOf(stream);
     info.codec = avcodec_get_name(stream.codecpar->codec_id);
     info.language = TagOf(stream, "language");
+    // The code for a language that is not determined.
+    if (info.language == "und") info.language.clear();
     info.title = TagOf(stream, "title");
     switch (info.kind) {
         case MediaStreamKind::Audio:

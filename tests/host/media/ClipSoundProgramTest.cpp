@@ -84,6 +84,7 @@ TEST_F(ClipSoundProgram, LeftAndRightOfAFileWithOneChannelAreItsChannelAndListed
 
     EXPECT_EQ(MixedTracks({Track({clip})}), (Pair{70, 70}));
     EXPECT_EQ(last_.Json().at("notTakenOver").size(), 1u);
+    EXPECT_EQ(Conform({"@edit.otio"}).at("status"), "found");
 }
 
 // ---- info
@@ -99,6 +100,9 @@ TEST_F(ClipSoundProgram, InfoListsTheStreamsAndThoseThatAreNotUsed) {
     EXPECT_EQ(media.at("streams").at(3).at("index"), 3);
     EXPECT_EQ(media.at("streams").at(3).at("stream"), 2);
     EXPECT_EQ(media.at("streams").at(3).at("channels"), 2);
+    // The language of a track of a Matroska file that does not declare it.
+    EXPECT_EQ(media.at("streams").at(3).at("language"), "eng");
+    EXPECT_EQ(media.at("streams").at(0).at("variableFrameRate"), false);
     EXPECT_NE(media.at("note").get<std::string>().find("--stream"), std::string::npos);
 }
 

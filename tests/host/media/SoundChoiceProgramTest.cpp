@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tests/host/media/SoundRig.h"
+#include "tests/support/Noise.h"
 
 namespace sonrel_tests {
 namespace {
@@ -130,6 +131,36 @@ TEST_F(SoundChoiceProgram, AnAlignmentTakesTheChosenChannelOfEachRecording) {
     EXPECT_NE(refused.err.find("it has 1 channel in audio stream 1, and no channel 3"),
               std::string::npos)
         << refused.err;
+}
+
+TEST_F(SoundChoiceProgram, ATimelineOfAlignedRecordingsNamesTheirChannels) {
+    // Only the third channel of both has sound, the same noise.
+    const std::string noise = NoiseBytes(2 * FRAMES);
+    std::string samples;
+    for (int i = 0; i < FRAMES; ++i) samples += std::string(4, '\0') + noise.substr(2 * i, 2);
+    for (const char* name : {"a.wav", "b.wav"}) {
+        WriteFile(shop_.Work(name),
+                  Riff(Chunk("fmt ", PcmFormat(1, 3, 48000, 16)) + Chunk("data", samples)));
+    }
+
+    const ProgramResult result = shop_.Run(
+        {"align", "@a.wav", "@b.wav", "--channels", "3", "--otio", "@sync.otio", "--json"});
+
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    const nlohmann::json tracks = shop_.Run({"info", "@sync.otio", "--json"}).Json().at("tracks");
+    EXPECT_EQ(tracks.at(1).at("objects").at(0).at("channels"), "3");
+}
+
+TEST_F(SoundChoiceProgram, ChannelsThatCannotBeMixedDownCanBeChosen) {
+    WriteFile(shop_.Work("ten.wav"), ConstantWav({1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
+
+    const ProgramResult mixed = Mix("@ten.wav", {});
+
+    EXPECT_EQ(mixed.exitCode, 1);
+    EXPECT_NE(mixed.err.find("too many channels to be mixed down; choose some with --channels"),
+              std::string::npos)
+        << mixed.err;
+    EXPECT_EQ(MixedMedia("@ten.wav", {"--channels", "10,9"}), (Pair{10, 9}));
 }
 
 TEST_F(SoundChoiceProgram, WithATimelineTheOptionsAreWrongUsage) {
