@@ -10,13 +10,13 @@ namespace orlo::host::otio {
 
 namespace {
 
-constexpr const char* WHAT = "transition";
+constexpr const char* TRANSITION = "transition";
 
 /// An offset in frames. A negative offset counts as 0 and is reported.
 double OffsetFrames(double seconds, double frameRate, const SourceLocation& place,
                     ImportReport& report) {
     if (seconds < 0.0) {
-        report.Add(WHAT, place, "a negative offset counts as 0");
+        report.Add(TRANSITION, place, "a negative offset counts as 0");
         return 0.0;
     }
     return zrtl::RoundHalfAway(seconds * frameRate);
@@ -45,34 +45,34 @@ void PlaceTransition(const Join& join, const TransitionLimits& limits, PlacedTra
     const SourceLocation& place = join.item->place;
     const TransitionSpan& span = join.item->transition;
     if (!join.before.allowsTransition || !join.after.allowsTransition) {
-        report.Add(WHAT, place,
+        report.Add(TRANSITION, place,
                    "an adjacent clip is disabled or cannot be rendered; it becomes a cut");
         return;
     }
     const bool hasFrom = Ends(track, join.before, join.frame);
     const bool hasTo = Begins(track, join.after, join.frame);
     if (!hasFrom && !hasTo) {
-        report.Add(WHAT, place, "no clip begins or ends at it; it is left out");
+        report.Add(TRANSITION, place, "no clip begins or ends at it; it is left out");
         return;
     }
     double in = OffsetFrames(join.inSeconds, limits.frameRate, place, report);
     double out = OffsetFrames(join.outSeconds, limits.frameRate, place, report);
     if ((!hasFrom && in > 0.0) || (!hasTo && out > 0.0)) {
-        report.Add(WHAT, place, "next to silence it fades on the frames of the clip only");
+        report.Add(TRANSITION, place, "next to silence it fades on the frames of the clip only");
     }
     if (!hasFrom) in = 0.0;
     if (!hasTo) out = 0.0;
     if (in + out == 0.0) {
-        report.Add(WHAT, place,
+        report.Add(TRANSITION, place,
                    "it does not cover a frame of the adjacent clips; it becomes a cut");
         return;
     }
     if (!Fits(in + out, join.frame, limits)) {
-        report.Add(WHAT, place, "its length is out of range; it becomes a cut");
+        report.Add(TRANSITION, place, "its length is out of range; it becomes a cut");
         return;
     }
     if (!span.type.empty() && span.type != "SMPTE_Dissolve") {
-        report.Add(WHAT, place,
+        report.Add(TRANSITION, place,
                    "its type " + Quoted(span.type) + " is unknown; it is a cross-fade");
     }
     PlacedTransition placed;
@@ -93,7 +93,7 @@ void NoteOverlaps(const PlacedTrack& track, ImportReport& report) {
         const bool shareAClip = last != nullptr && last->to && last->to == transition.from;
         if (shareAClip && last->joinFrame + last->relativeStartFrame + last->length >
                               transition.joinFrame + transition.relativeStartFrame) {
-            report.Add(WHAT, transition.place,
+            report.Add(TRANSITION, transition.place,
                        "it begins before the previous transition has ended, which continues "
                        "to its end first");
         }
