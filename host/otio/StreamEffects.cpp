@@ -18,7 +18,7 @@ using zrh::media::SoundChoice;
 /// Streams by their names. A stream of the mapping is one channel.
 using Streams = std::map<std::string, ChannelPlace>;
 
-constexpr const char* WHAT = "stream effect";
+constexpr const char* STREAM_EFFECT = "stream effect";
 
 /// The containers whose streams are counted as channels.
 bool CountsChannels(std::string_view url) {
@@ -157,7 +157,7 @@ std::optional<SoundChoice> StreamEffectSound(const Json& clip, const Json* refer
         if (schema != "AudioMixMatrix") continue;
         const std::optional<Streams> mixed = Mixed(effect, streams);
         if (!mixed) {
-            report.Add(WHAT, item.place,
+            report.Add(STREAM_EFFECT, item.place,
                        "a mix of streams is not imported; all channels of the first stream are "
                        "mixed down");
             return std::nullopt;
@@ -166,7 +166,7 @@ std::optional<SoundChoice> StreamEffectSound(const Json& clip, const Json* refer
     }
     const std::optional<SoundChoice> sound = SoundOf(streams);
     if (isChosen && !sound) {
-        report.Add(WHAT, item.place,
+        report.Add(STREAM_EFFECT, item.place,
                    streams.empty() ? "it chooses no stream of sound of the media; the first stream "
                                      "is used"
                                    : "it chooses several streams that are not a stereo pair; the "
