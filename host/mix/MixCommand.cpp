@@ -12,7 +12,9 @@
 #include "host/mix/MixReport.h"
 #include "host/mix/Stems.h"
 #include "host/output/OutputFile.h"
-#include "host/output/WavWriter.h"
+#include "host/output/OutputName.h"
+#include "host/output/SoundFormat.h"
+#include "host/output/SoundWriter.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
@@ -54,6 +56,11 @@ std::string HeadText(const MixOptions& options, const FrameGrid& grid, long long
     return OneLine(options.output) + ": " +
            FormatDuration(static_cast<double>(samples) / grid.rate) + ", " +
            std::to_string(samples) + " samples at " + std::to_string(grid.rate) + " Hz\n";
+}
+
+void ClaimSound(const MixOptions& options, OutputGuard& guard) {
+    guard.Claim(options.output);
+    RequireExtension(options.output, SoundExtensions());
 }
 
 /// The nested item that --composition names; null without --composition.
@@ -106,7 +113,7 @@ private:
     void ClaimOutputs() {
         ProtectCache(global_, guard_);
         ProtectTimeline(options_.input, import_, guard_);
-        guard_.Claim(options_.output);
+        ClaimSound(options_, guard_);
         if (!options_.meters.empty()) guard_.Claim(options_.meters);
         for (const std::string& stem : stemPaths_) guard_.Claim(stem);
     }
@@ -138,7 +145,7 @@ private:
         const auto project = std::make_shared<project::Project>();
         ImportMedia(*project, media_, import_.report);
 
-        WavWriter writer(options_.output, guard_, grid_.rate, span_.Count());
+        const auto writer = OpenSoundWriter(options_.output, guard_, grid_.rate, span_.Count());
         std::optional<OutputFile> meters;
         if (!options_.meters.empty()) meters.emplace(options_.meters, guard_);
         std::optional<Stems> stems;
@@ -155,7 +162,7 @@ private:
         mixer.ResetMixSession();
         mixer.StartMeterSession(trackNames_.size(), blockFrames);
         loudness_.emplace(grid_.rate);
-        MixSink sink(writer, &*loudness_);
+        MixSink sink(*writer, &*loudness_);
         if (stems) stems->Begin(project, EngineDither(options_.dither), options_.seed);
         const ReadCheck reads(mixer, grid_);
         const AfterBlock afterBlock = [&](long long position, int count) {
@@ -173,11 +180,11 @@ private:
         }
         if (stems) stems->Flush();
         // Every output is complete on the disk before the first output is renamed to its name.
-        writer.Seal();
+        writer->Seal();
         if (meters) meters->Seal();
         if (stems) stems->Seal();
         if (Interrupted()) ThrowInterrupted("nothing was written");
-        writer.Finish();
+        writer->Finish();
         if (meters) meters->Commit();
         if (stems) stems->Finish();
     }
@@ -257,7 +264,7 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
     OutputGuard guard(options.overwrite);
     ProtectCache(global, guard);
     ProtectMediaInput(options.input, guard);
-    guard.Claim(options.output);
+    ClaimSound(options, guard);
     project::Project project;
     const zrh::media::SoundChoice sound = options.sound.Choice();
     std::vector<MediaUse> media{{{path, {}}, sound, {}, ImportMediaFile(project, path, sound)}};
@@ -271,13 +278,13 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
     if (total == 0) throw JobError("the sound of " + Quoted(path) + " has no length");
     const zrtl::FrameRange span = ParseSpan(options.from, options.to, grid, total);
 
-    WavWriter writer(options.output, guard, grid.rate, span.Count());
+    const auto writer = OpenSoundWriter(options.output, guard, grid.rate, span.Count());
     LoudnessMeter loudness(grid.rate);
-    MixSink sink(writer, &loudness);
+    MixSink sink(*writer, &loudness);
     AudioMixer& mixer = *session.Engine()->Mixer();
     const ReadCheck reads(mixer, grid);
     RenderMedia(mixer, asset, grid, span, sink, reads, progress);
-    writer.Finish();
+    writer->Finish();
 
     Outcome outcome;
     outcome.report = ReportHead(options, grid, false);

@@ -8,7 +8,9 @@ namespace orlo::host {
 namespace {
 
 void DeclareOutputs(CLI::App& command, MixOptions& options) {
-    command.add_option("-o", options.output, "WAV file to write")
+    command
+        .add_option("-o", options.output,
+                    "Sound file to write: .wav, .flac, .ogg, .opus, .w64, .aiff or .caf")
         ->required()
         ->type_name("OUT.wav")
         ->check(Name());

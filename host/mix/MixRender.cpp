@@ -23,7 +23,7 @@ void CheckInterrupt() {
 
 }  // namespace
 
-MixSink::MixSink(WavWriter& writer, LoudnessMeter* loudness)
+MixSink::MixSink(SoundWriter& writer, LoudnessMeter* loudness)
     : writer_(writer), loudness_(loudness), buffer_(CHANNELS * PIECE) {}
 
 unsigned char* MixSink::Next(int frames) {

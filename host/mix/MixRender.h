@@ -7,7 +7,7 @@
 
 #include "host/media/ReadCheck.h"
 #include "host/mix/Loudness.h"
-#include "host/output/WavWriter.h"
+#include "host/output/SoundWriter.h"
 #include "host/shell/Progress.h"
 #include "host/timeline/Positions.h"
 #include "sonrel/mixer/AudioMixer.h"
@@ -22,7 +22,7 @@ namespace orlo::host {
 class MixSink {
 public:
     /// @param loudness  null for none
-    MixSink(WavWriter& writer, LoudnessMeter* loudness);
+    MixSink(SoundWriter& writer, LoudnessMeter* loudness);
 
     /// Returns space for @p frames more stereo frames, to be filled before the next call.
     unsigned char* Next(int frames);
@@ -30,7 +30,7 @@ public:
     void Flush();
 
 private:
-    WavWriter& writer_;
+    SoundWriter& writer_;
     LoudnessMeter* loudness_;
     std::vector<short> buffer_;
     std::size_t filled_ = 0;  ///< frames

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "host/output/OutputFile.h"
+#include "host/output/SoundWriter.h"
 #include "sonrel/base/WavHeader.h"
 
 namespace orlo::host {
@@ -12,25 +13,17 @@ using zrtl::WavFormat;
 using zrtl::WavFormatFor;
 using zrtl::WavHeader;
 
-/// Writes 16-bit stereo to a WAV file that appears under its name when it is complete.
-class WavWriter {
+/// Writes a WAV file, or RF64 beyond 4 GiB.
+class WavWriter : public SoundWriter {
 public:
-    /// Whether the number of frames is exact or an upper limit.
-    enum class Length { Exact, AtMost };
-
     /// @param frames  number of frames that follow; selects WAV or RF64
     /// @throws as in OutputFile, and JobError when the file would not fit on the disk
     WavWriter(const std::string& path, OutputGuard& guard, int rate, long long frames,
               Length length = Length::Exact);
 
-    /// Appends @p count frames of two values each. @throws as in OutputFile
-    void Write(const short* frames, long long count);
-
-    /// Completes the file and flushes it to the disk. @throws JobError
-    void Seal();
-
-    /// Seals the file and makes it appear under its name. @throws as in OutputFile
-    void Finish();
+    void Write(const short* frames, long long count) override;
+    void Seal() override;
+    void Finish() override;
 
 private:
     OutputFile output_;

@@ -8,7 +8,7 @@
 #include "host/media/InputProtection.h"
 #include "host/media/MixPreparation.h"
 #include "host/media/ReadCheck.h"
-#include "host/output/OutputFile.h"
+#include "host/output/OutputName.h"
 #include "host/play/PlayOutput.h"
 #include "host/play/PlaySession.h"
 #include "host/play/QuietStderr.h"
@@ -135,6 +135,7 @@ private:
             ProtectTimeline(options_.input, target_.import, guard_);
         }
         guard_.Claim(options_.output);
+        RequireExtension(options_.output, PlayFile::Extensions());
     }
 
     long long FirstSample() const {

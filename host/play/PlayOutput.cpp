@@ -3,8 +3,11 @@
 
 #include <algorithm>
 #include <bit>
-#include <cctype>
+#include <iterator>
 
+#include "host/output/OutputFile.h"
+#include "host/output/OutputName.h"
+#include "host/output/SoundFormat.h"
 #include "sonrel/base/StereoFrame.h"
 #include "sonrel/playback/AudioBuffer.h"
 
@@ -24,32 +27,45 @@ constexpr double MIN_QUEUE_BUFFERS = 8.0;
 
 static_assert(std::endian::native == std::endian::little, "bare samples are little-endian");
 
-bool IsWavName(const std::string& path) {
-    std::string end = path.size() >= 4 ? path.substr(path.size() - 4) : std::string();
-    std::transform(end.begin(), end.end(), end.begin(),
-                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-    return end == ".wav";
+constexpr std::string_view RAW_EXTENSIONS[] = {".raw", ".pcm"};
+
+bool IsRawName(const std::string& path) {
+    const auto* const end = std::end(RAW_EXTENSIONS);
+    return std::find(std::begin(RAW_EXTENSIONS), end, ExtensionOf(path)) != end;
 }
+
+/// Writes samples without a header.
+class RawWriter : public SoundWriter {
+public:
+    RawWriter(const std::string& path, OutputGuard& guard, long long frames)
+        : output_(path, guard) {
+        output_.RequireSpace(frames * zrtl::FRAME_BYTES);
+    }
+
+    void Write(const short* frames, long long count) override {
+        output_.Write({reinterpret_cast<const char*>(frames),
+                       static_cast<std::size_t>(count * zrtl::FRAME_BYTES)});
+    }
+    void Seal() override { output_.Seal(); }
+    void Finish() override { output_.Commit(); }
+
+private:
+    OutputFile output_;
+};
 
 }  // namespace
 
 PlayFile::PlayFile(const std::string& path, OutputGuard& guard, int rate, long long frames) {
-    if (IsWavName(path)) {
-        wav_.emplace(path, guard, rate, frames, WavWriter::Length::AtMost);
+    if (IsRawName(path)) {
+        writer_ = std::make_unique<RawWriter>(path, guard, frames);
     } else {
-        raw_.emplace(path, guard);
-        raw_->RequireSpace(frames * zrtl::FRAME_BYTES);
+        writer_ = OpenSoundWriter(path, guard, rate, frames, SoundWriter::Length::AtMost);
     }
 }
 
 bool PlayFile::Write(const short* frames, int count) {
     try {
-        if (wav_) {
-            wav_->Write(frames, count);
-        } else {
-            raw_->Write({reinterpret_cast<const char*>(frames),
-                         static_cast<std::size_t>(count * zrtl::FRAME_BYTES)});
-        }
+        writer_->Write(frames, count);
         return true;
     } catch (...) {
         failure_ = std::current_exception();
@@ -59,11 +75,13 @@ bool PlayFile::Write(const short* frames, int count) {
 
 void PlayFile::Finish() {
     if (failure_) std::rethrow_exception(failure_);
-    if (wav_) {
-        wav_->Finish();
-    } else {
-        raw_->Commit();
-    }
+    writer_->Finish();
+}
+
+std::vector<std::string_view> PlayFile::Extensions() {
+    std::vector<std::string_view> extensions = SoundExtensions();
+    extensions.insert(extensions.end(), std::begin(RAW_EXTENSIONS), std::end(RAW_EXTENSIONS));
+    return extensions;
 }
 
 double PlayOutput::MaxFrameRate(int rate, int bufferMs) {

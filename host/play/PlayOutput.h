@@ -3,20 +3,22 @@
 
 #include <exception>
 #include <memory>
-#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "host/output/OutputFile.h"
-#include "host/output/WavWriter.h"
+#include "host/output/SoundWriter.h"
 #include "sonrel/playback/VirtualOutput.h"
 
 namespace orlo::host {
 
-/// A file that receives the played samples: a WAV file if its name ends in .wav, otherwise raw
+/// A file that receives the played samples, in the format of its extension: a sound file, or raw
 /// samples. It appears under its name when it is complete.
 class PlayFile {
 public:
+    /// The extensions that a file may have.
+    static std::vector<std::string_view> Extensions();
+
     /// @param frames  maximum number of frames
     /// @throws JobError when the file cannot be created or would not fit on the disk
     PlayFile(const std::string& path, OutputGuard& guard, int rate, long long frames);
@@ -29,8 +31,7 @@ public:
     void Finish();
 
 private:
-    std::optional<WavWriter> wav_;
-    std::optional<OutputFile> raw_;
+    std::unique_ptr<SoundWriter> writer_;
     std::exception_ptr failure_;
 };
 

@@ -45,7 +45,7 @@ void AddCommands(CLI::App& app, CommandLine& line) {
     Add(app, line, "info", "Describe a timeline or media file", DeclareInfoOptions, RunInfo);
     Add(app, line, "conform", "Find or make the conformed files of all media files",
         DeclareConformOptions, RunConform);
-    Add(app, line, "mix", "Mix to a 16-bit stereo WAV file", DeclareMixOptions, RunMix);
+    Add(app, line, "mix", "Mix to a stereo sound file", DeclareMixOptions, RunMix);
     Add(app, line, "peaks", "Find or make the peak files of all media files", DeclarePeaksOptions,
         RunPeaks);
     Add(app, line, "play", "Play on the sound device", DeclarePlayOptions, RunPlay);

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "host/waveform/WaveformCommand.h"
 
-#include <algorithm>
-#include <cctype>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -13,6 +11,7 @@
 #include "host/media/PeakMaking.h"
 #include "host/otio/TimelineImport.h"
 #include "host/output/OutputFile.h"
+#include "host/output/OutputName.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Progress.h"
@@ -58,10 +57,7 @@ private:
 };
 
 bool IsSvg(const std::string& output) {
-    std::string extension = std::filesystem::path(output).extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char letter) { return std::tolower(letter); });
-    return extension == ".svg";
+    return ExtensionOf(output) == ".svg";
 }
 
 /// The ruler for the visible range of a picture.
@@ -112,6 +108,7 @@ Outcome RunWaveform(const GlobalOptions& global, const WaveformOptions& options)
     ProtectCache(global, guard);
     ProtectMediaInput(options.input, guard);
     guard.Claim(options.output);
+    RequireExtension(options.output, {".png", ".svg"});
     const std::string media = AbsolutePath(options.input);
     // The asset does not own its manager.
     const auto manager = std::make_shared<project::MediaManager>();

@@ -110,18 +110,18 @@ OUTPUTS = (
 
 # Outputs of one command: the arguments, and the files of the two outputs. {name} is the second.
 PAIRS = (
-    Output("mix -o and --meters", ("mix", *EDIT, "-o", "out/first", "--meters", "{name}"), "", "s"),
-    Output("mix -o and --stems", ("mix", *EDIT, "-o", "out/first", "--stems", "{name}"), "",
+    Output("mix -o and --meters", ("mix", *EDIT, "-o", "out/1.wav", "--meters", "{name}"), "", "s"),
+    Output("mix -o and --stems", ("mix", *EDIT, "-o", "out/1.wav", "--stems", "{name}"), "",
            "stems", "stems/01-A1.wav", takes_any_name=False),
-    Output("mix --meters and --stems", ("mix", *EDIT, "-o", "out/x.wav", "--meters", "out/first",
+    Output("mix --meters and --stems", ("mix", *EDIT, "-o", "out/x.wav", "--meters", "out/1.wav",
                                         "--stems", "{name}"), "", "stems", "stems/02-A2.wav",
            takes_any_name=False),
-    Output("peaks -o and --export", ("peaks", "{media}", "-o", "out/first", "--export", "{name}"),
+    Output("peaks -o and --export", ("peaks", "{media}", "-o", "out/1.wav", "--export", "{name}"),
            "", "s.json", takes_any_name=False),
-    Output("align --plot and --otio", ("align", "{media}", "b.wav", "--plot", "out/first", "--otio",
+    Output("align --plot and --otio", ("align", "{media}", "b.wav", "--plot", "out/1.wav", "--otio",
                                        "{name}"), "", "s.otio"),
     Output("align --otio and numbered --plot",
-           ("align", "{media}", "b.wav", "other.wav", "--otio", "out/first", "--plot", "{name}"),
+           ("align", "{media}", "b.wav", "other.wav", "--otio", "out/1.wav", "--plot", "{name}"),
            "", "s.svg", "s-2.svg", takes_any_name=False),
 )
 

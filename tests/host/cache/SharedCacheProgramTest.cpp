@@ -238,10 +238,10 @@ TEST_F(SharedCacheProgram, AMixKeepsItsFilesWhileAnotherProgramCleans) {
         clips.push_back(Clip(name, 0, 12));
     }
     WriteFile(shop_.Work("edit.otio"), Timeline({Track(clips)}).dump());
-    ASSERT_EQ(shop_.Run({"mix", "@edit.otio", "-o", "@whole.raw"}).exitCode, 0);
-    ASSERT_EQ(mkfifo(shop_.Work("pipe.raw").c_str(), 0600), 0);
-    RunningProgram mix = shop_.Start({"mix", "@edit.otio", "-o", "@pipe.raw"});
-    std::ifstream pipe(shop_.Work("pipe.raw"), std::ios::binary);
+    ASSERT_EQ(shop_.Run({"mix", "@edit.otio", "-o", "@whole.wav"}).exitCode, 0);
+    ASSERT_EQ(mkfifo(shop_.Work("pipe").c_str(), 0600), 0);
+    RunningProgram mix = shop_.Start({"mix", "@edit.otio", "-o", "@pipe"});
+    std::ifstream pipe(shop_.Work("pipe"), std::ios::binary);
     std::string mixed(1, static_cast<char>(pipe.get()));  // the rest waits in the pipe
 
     std::filesystem::create_directory(shop_.Path("other"));
@@ -249,7 +249,7 @@ TEST_F(SharedCacheProgram, AMixKeepsItsFilesWhileAnotherProgramCleans) {
     mixed.append(std::istreambuf_iterator<char>(pipe), {});
 
     EXPECT_EQ(mix.Wait().exitCode, 0);
-    EXPECT_TRUE(mixed == ReadFile(shop_.Work("whole.raw")));
+    EXPECT_TRUE(mixed == ReadFile(shop_.Work("whole.wav")));
     EXPECT_EQ(clean.exitCode, 1);
     EXPECT_EQ(CacheFileCount(), 16);
 }

@@ -153,6 +153,8 @@ const std::vector<Job> JOBS{
      {"mix", "@edit.otio", "-o", "@out/mix.wav", "--meters", "@out/m.json", "--stems",
       "@out/stems"},
      {"mix.wav", "m.json", "stems/01-A1.wav"}},
+    {"MixFlac", {"mix", "@edit.otio", "-o", "@out/mix.flac"}, {"mix.flac"}},
+    {"MixOgg", {"mix", "@edit.otio", "-o", "@out/mix.ogg"}, {"mix.ogg"}},
     {"PlayWav", {"play", "@edit.otio", "--output", "@out/p.wav"}, {"p.wav"}},
     {"PlayRaw", {"play", "@a.wav", "--output", "@out/p.raw"}, {"p.raw"}},
     {"Waveform", {"waveform", "@a.wav", "-o", "@out/w.png"}, {"w.png"}},

@@ -80,6 +80,11 @@ const std::vector<Output>& Outputs() {
              return Arguments{"mix", "@a.wav", "-o", name};
          },
          "out.wav", "out.wav"},
+        {"MixFlac", Reads::MediaFile,
+         [](Name name) {
+             return Arguments{"mix", "@a.wav", "-o", name};
+         },
+         "out.flac", "out.flac"},
         {"PlayWav", Reads::Timeline,
          [](Name name) {
              return Arguments{"play",        "@edit.otio", "--media-root",
