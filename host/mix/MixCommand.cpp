@@ -10,11 +10,14 @@
 #include "host/mix/Loudness.h"
 #include "host/mix/MixRender.h"
 #include "host/mix/MixReport.h"
+#include "host/mix/Normalization.h"
+#include "host/mix/NormalizedMedia.h"
 #include "host/mix/Stems.h"
 #include "host/output/OutputFile.h"
 #include "host/output/OutputName.h"
 #include "host/output/SoundFormat.h"
 #include "host/output/SoundWriter.h"
+#include "host/output/WavStream.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
@@ -28,11 +31,9 @@ namespace {
 
 using sonrel::AudioMixer;
 
-/// Meter blocks per second.
-constexpr int BLOCKS_PER_SECOND = 10;
-
 /// The keys of every mix, with their values before mixing.
 Json ReportHead(const MixOptions& options, const FrameGrid& grid, bool isTimeline) {
+    const bool hasDither = isTimeline || options.normalize;
     Json report;
     report["output"] = nullptr;
     if (options.composition) report["composition"] = *options.composition;
@@ -41,9 +42,9 @@ Json ReportHead(const MixOptions& options, const FrameGrid& grid, bool isTimelin
     report["fps"] = grid.fps;
     report["grid"] = grid.factor;
     report["samples"] = 0;
-    report["dither"] = isTimeline ? DitherName(options.dither) : "none";
+    report["dither"] = hasDither ? DitherName(options.dither) : "none";
     report["seed"] = nullptr;
-    if (isTimeline) report["seed"] = options.seed == 0 ? Json("random") : Json(options.seed);
+    if (hasDither) report["seed"] = options.seed == 0 ? Json("random") : Json(options.seed);
     if (isTimeline) report["tracks"] = Json::Array();
     report["master"] = nullptr;
     report["loudness"] = Json::Object({{"integrated", nullptr}, {"truePeak", nullptr}});
@@ -52,13 +53,19 @@ Json ReportHead(const MixOptions& options, const FrameGrid& grid, bool isTimelin
     return report;
 }
 
+bool WritesToStandardOutput(const MixOptions& options) {
+    return options.output == STANDARD_OUTPUT;
+}
+
 std::string HeadText(const MixOptions& options, const FrameGrid& grid, long long samples) {
-    return OneLine(options.output) + ": " +
-           FormatDuration(static_cast<double>(samples) / grid.rate) + ", " +
+    const std::string name =
+        WritesToStandardOutput(options) ? "standard output" : OneLine(options.output);
+    return name + ": " + FormatDuration(static_cast<double>(samples) / grid.rate) + ", " +
            std::to_string(samples) + " samples at " + std::to_string(grid.rate) + " Hz\n";
 }
 
 void ClaimSound(const MixOptions& options, OutputGuard& guard) {
+    if (WritesToStandardOutput(options)) return guard.ClaimStandardOutput();
     guard.Claim(options.output);
     RequireExtension(options.output, SoundExtensions());
 }
@@ -134,11 +141,13 @@ private:
     MixBlock Blocks(const AudioMixer& mixer, const std::shared_ptr<project::Project>& project) {
         if (nested_ == nullptr) {
             BuildSequence(import_.arrangement, media_, *project);
+            setGain_ = GainOfSequence(project->Sequence(), import_.arrangement.masterLevel);
             return SequenceBlocks(mixer, project, project->Sequence());
         }
-        return CompositionBlocks(
-            mixer, project,
-            BuildComposition(import_.arrangement, *nested_->composition, media_, *project));
+        const auto composition =
+            BuildComposition(import_.arrangement, *nested_->composition, media_, *project);
+        setGain_ = GainOfComposition(composition, *nested_->composition);
+        return CompositionBlocks(mixer, project, composition);
     }
 
     void Mix() {
@@ -157,14 +166,17 @@ private:
 
         AudioMixer& mixer = *session.Engine()->Mixer();
         const MixBlock mix = Blocks(mixer, project);
-        const int blockFrames = std::max(1, grid_.rate / BLOCKS_PER_SECOND);
-        mixer.SetDither(EngineDither(options_.dither), options_.seed);
-        mixer.ResetMixSession();
-        mixer.StartMeterSession(trackNames_.size(), blockFrames);
-        loudness_.emplace(grid_.rate);
-        MixSink sink(*writer, &*loudness_);
-        if (stems) stems->Begin(project, EngineDither(options_.dither), options_.seed);
         const ReadCheck reads(mixer, grid_);
+        if (options_.normalize) {
+            const AfterBlock check = [&](long long, int) { reads.RequireAll(); };
+            normalization_ =
+                Normalize({mixer, mix, setGain_, grid_, span_, trackNames_.size(), check}, options_,
+                          progress);
+        }
+        StartMix(mixer, options_, trackNames_.size(), grid_);
+        loudness_.emplace(grid_.rate);
+        MixSink sink(writer.get(), &*loudness_);
+        if (stems) stems->Begin(project, EngineDither(options_.dither), options_.seed);
         const AfterBlock afterBlock = [&](long long position, int count) {
             reads.RequireAll();
             if (stems) stems->Render(position, count);
@@ -175,7 +187,8 @@ private:
         summary_ = Summarize(mixer, trackNames_, span_.start);
         if (meters) {
             meters->Write(
-                MetersJson(mixer, trackNames_, grid_.rate, blockFrames, span_.start).ToLine() +
+                MetersJson(mixer, trackNames_, grid_.rate, MeterBlockFrames(grid_), span_.start)
+                    .ToLine() +
                 "\n");
         }
         if (stems) stems->Flush();
@@ -201,10 +214,12 @@ private:
         }
         outcome.report["master"] = SignalJson(summary_.master, grid_);
         outcome.report["loudness"] = LoudnessJson(*loudness_);
+        if (normalization_) outcome.report["normalization"] = NormalizationJson(*normalization_);
         outcome.report["missing"] = MissingJson(missing_);
         outcome.report["notTakenOver"] = NotTakenOverJson(import_.report);
         outcome.text = HeadText(options_, grid_, samples) + MetersText(summary_, grid_) +
-                       LoudnessText(*loudness_) + StemsText() + NotTakenOverText(import_.report);
+                       LoudnessText(*loudness_) + NormalizationText(normalization_) + StemsText() +
+                       NotTakenOverText(import_.report);
         const long long* clipped = summary_.master.clippedBlocks;
         if (options_.failOnClip && (clipped[0] != 0 || clipped[1] != 0)) {
             outcome.Fail(ExitCode::ConditionFailed,
@@ -236,6 +251,8 @@ private:
     zrtl::FrameRange span_;
     MeterSummary summary_;
     std::optional<LoudnessMeter> loudness_;
+    SetGain setGain_;
+    std::optional<Normalization> normalization_;
 };
 
 /// A media file has neither tracks nor nested items.
@@ -265,9 +282,9 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
     ProtectCache(global, guard);
     ProtectMediaInput(options.input, guard);
     ClaimSound(options, guard);
-    project::Project project;
+    const auto project = std::make_shared<project::Project>();
     const zrh::media::SoundChoice sound = options.sound.Choice();
-    std::vector<MediaUse> media{{{path, {}}, sound, {}, ImportMediaFile(project, path, sound)}};
+    std::vector<MediaUse> media{{{path, {}}, sound, {}, ImportMediaFile(*project, path, sound)}};
     const std::shared_ptr<project::MediaAsset>& asset = media.front().asset;
     const FrameGrid grid{RateFor(global), FrameRateOf(*asset, global)};
 
@@ -280,10 +297,16 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
 
     const auto writer = OpenSoundWriter(options.output, guard, grid.rate, span.Count());
     LoudnessMeter loudness(grid.rate);
-    MixSink sink(*writer, &loudness);
+    MixSink sink(writer.get(), &loudness);
     AudioMixer& mixer = *session.Engine()->Mixer();
     const ReadCheck reads(mixer, grid);
-    RenderMedia(mixer, asset, grid, span, sink, reads, progress);
+    std::optional<Normalization> normalization;
+    if (options.normalize) {
+        normalization = RenderNormalizedMedia(mixer, project, *asset, grid, span, total, options,
+                                              sink, reads, progress);
+    } else {
+        RenderMedia(mixer, asset, grid, span, sink, reads, progress);
+    }
     writer->Finish();
 
     Outcome outcome;
@@ -291,21 +314,39 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
     outcome.report["output"] = options.output;
     outcome.report["samples"] = span.Count();
     outcome.report["loudness"] = LoudnessJson(loudness);
-    outcome.text = HeadText(options, grid, span.Count()) + LoudnessText(loudness);
+    if (normalization) outcome.report["normalization"] = NormalizationJson(*normalization);
+    outcome.text = HeadText(options, grid, span.Count()) + LoudnessText(loudness) +
+                   NormalizationText(normalization);
     if (options.failOnClip) FailOnTruePeak(options, loudness, outcome);
     return outcome;
+}
+
+void CheckOptions(const GlobalOptions& global, const MixOptions& options) {
+    if (options.stems && options.composition) {
+        throw UsageError(
+            "--stems cannot be combined with --composition: a nested item has no stems");
+    }
+    if (options.truePeak && !options.normalize) {
+        throw UsageError("--true-peak is the limit of --normalize; give both or none");
+    }
+    if (!WritesToStandardOutput(options)) return;
+    if (global.json) {
+        throw UsageError(
+            "--json prints to standard output, where -o - writes the sound; leave out "
+            "one of them");
+    }
+    CheckStandardOutput();
 }
 
 }  // namespace
 
 Outcome RunMix(const GlobalOptions& global, const MixOptions& options) {
     CheckSound(options.sound, {options.input});
-    if (options.stems && options.composition) {
-        throw UsageError(
-            "--stems cannot be combined with --composition: a nested item has no stems");
-    }
-    if (otio::IsTimelinePath(options.input)) return TimelineMix(global, options).Run();
-    return MixMediaFile(global, options);
+    CheckOptions(global, options);
+    Outcome outcome = otio::IsTimelinePath(options.input) ? TimelineMix(global, options).Run()
+                                                          : MixMediaFile(global, options);
+    outcome.textToStandardError = WritesToStandardOutput(options);
+    return outcome;
 }
 
 }  // namespace orlo::host

@@ -41,6 +41,17 @@ void DeclareSource(CLI::App& command, MixOptions& options) {
         ->transform(OneOf<bool>({{"audio", false}, {"video", true}}));
 }
 
+void DeclareLoudness(CLI::App& command, MixOptions& options) {
+    command.add_option("--normalize", options.normalize, "Loudness of the mix, -70 to 0 LUFS")
+        ->type_name("LUFS")
+        ->transform(Number(-70, 0));
+    command
+        .add_option("--true-peak", options.truePeak,
+                    "Limit of the true peak for --normalize, -60 to 0 dBTP (default: -1)")
+        ->type_name("DBTP")
+        ->transform(Number(-60, 0));
+}
+
 }  // namespace
 
 void DeclareMixOptions(CLI::App& command, MixOptions& options) {
@@ -49,6 +60,7 @@ void DeclareMixOptions(CLI::App& command, MixOptions& options) {
     DeclareSource(command, options);
     DeclareSound(command, options.sound);
     DeclareDither(command, options.dither, options.seed);
+    DeclareLoudness(command, options);
     command.add_flag("--fail-on-clip", options.failOnClip, "Exit 3 when the mix clips");
 }
 

@@ -14,6 +14,9 @@ class App;
 
 namespace orlo::host {
 
+/// Limit of --normalize without --true-peak, dBTP.
+constexpr double DEFAULT_TRUE_PEAK = -1.0;
+
 struct MixOptions {
     std::string input;
     std::string output;
@@ -25,7 +28,9 @@ struct MixOptions {
     std::optional<std::string> stems;        ///< folder
     std::optional<std::string> composition;  ///< name of the nested item to mix
     otio::Retime retime = otio::Retime::Otio;
-    SoundOptions sound;  ///< of a media file
+    SoundOptions sound;               ///< of a media file
+    std::optional<double> normalize;  ///< LUFS
+    std::optional<double> truePeak;   ///< dBTP; only with normalize
     bool failOnClip = false;
     bool soundFromVideo = false;
     bool overwrite = false;  ///< whether write-protected files may be replaced

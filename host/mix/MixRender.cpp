@@ -23,7 +23,7 @@ void CheckInterrupt() {
 
 }  // namespace
 
-MixSink::MixSink(SoundWriter& writer, LoudnessMeter* loudness)
+MixSink::MixSink(SoundWriter* writer, LoudnessMeter* loudness)
     : writer_(writer), loudness_(loudness), buffer_(CHANNELS * PIECE) {}
 
 unsigned char* MixSink::Next(int frames) {
@@ -36,7 +36,7 @@ unsigned char* MixSink::Next(int frames) {
 }
 
 void MixSink::Flush() {
-    writer_.Write(buffer_.data(), static_cast<long long>(filled_));
+    if (writer_ != nullptr) writer_->Write(buffer_.data(), static_cast<long long>(filled_));
     if (loudness_ != nullptr) loudness_->Add(buffer_.data(), filled_);
     filled_ = 0;
 }
@@ -68,8 +68,9 @@ void RenderBlock(const MixBlock& mix, const FrameGrid& grid, long long position,
 }
 
 void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const zrtl::FrameRange& span,
-                  MixSink& sink, const AfterBlock& afterBlock, Progress& progress) {
-    progress.Begin("mix", "samples", span.Count());
+                  MixSink& sink, const AfterBlock& afterBlock, Progress& progress,
+                  const char* step) {
+    progress.Begin(step, "samples", span.Count());
     const FrameGrid blocks = grid.Engine();
     long long position = span.start;
     for (long long frame = blocks.FrameOf(span.start); position < span.end; ++frame) {

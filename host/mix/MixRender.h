@@ -21,8 +21,9 @@ namespace orlo::host {
 /// pieces.
 class MixSink {
 public:
+    /// @param writer    null for a mix that is only measured
     /// @param loudness  null for none
-    MixSink(SoundWriter& writer, LoudnessMeter* loudness);
+    MixSink(SoundWriter* writer, LoudnessMeter* loudness);
 
     /// Returns space for @p frames more stereo frames, to be filled before the next call.
     unsigned char* Next(int frames);
@@ -30,7 +31,7 @@ public:
     void Flush();
 
 private:
-    SoundWriter& writer_;
+    SoundWriter* writer_;
     LoudnessMeter* loudness_;
     std::vector<short> buffer_;
     std::size_t filled_ = 0;  ///< frames
@@ -57,9 +58,11 @@ void RenderBlock(const MixBlock& mix, const FrameGrid& grid, long long position,
                  MixSink& sink);
 
 /// Mixes a range, one frame of the engine at a time.
+/// @param step  name of the step in the progress
 /// @throws JobError when the mixer fails; CommandError when the program is asked to stop
 void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const zrtl::FrameRange& span,
-                  MixSink& sink, const AfterBlock& afterBlock, Progress& progress);
+                  MixSink& sink, const AfterBlock& afterBlock, Progress& progress,
+                  const char* step = "mix");
 
 /// Reads a range of a conformed media asset in pieces of one second.
 /// @param reads  check of the mixer's reads

@@ -65,7 +65,7 @@ std::shared_ptr<EditorSequence> OnlyTrack(EditorSequence& whole, std::size_t ind
 
 struct Stems::Stem {
     Stem(const std::string& path, OutputGuard& guard, int rate, long long frames)
-        : writer(path, guard, rate, frames), sink(writer, nullptr) {}
+        : writer(path, guard, rate, frames), sink(&writer, nullptr) {}
 
     WavWriter writer;
     MixSink sink;

@@ -21,6 +21,18 @@ CLI::Validator WholeNumber(long long min, long long max) {
     return {check, ""};
 }
 
+CLI::Validator Number(int min, int max) {
+    const auto check = [min, max](const std::string& text) -> std::string {
+        const bool isNegative = text.starts_with('-');
+        const std::optional<double> size = ParseDecimal(isNegative ? text.substr(1) : text);
+        const double value = size ? (isNegative ? -*size : *size) : 0.0;
+        if (size && value >= min && value <= max) return {};
+        return Quoted(text) + " is not a number from " + std::to_string(min) + " to " +
+               std::to_string(max);
+    };
+    return {check, ""};
+}
+
 CLI::Validator OneOfWords(const Words& words) {
     const auto check = [words](std::string& text) -> std::string {
         std::string names;

@@ -14,6 +14,9 @@ namespace orlo::host {
 /// Accepts an integer in decimal digits.
 CLI::Validator WholeNumber(long long min, long long max);
 
+/// Accepts a decimal number with an optional minus sign.
+CLI::Validator Number(int min, int max);
+
 /// The words of an option, each with the number of its value.
 using Words = std::vector<std::pair<std::string, long long>>;
 

@@ -70,6 +70,16 @@ void OutputGuard::Claim(const std::string& output) {
     Add({output, "another output of this command", true});
 }
 
+void OutputGuard::ClaimStandardOutput() {
+    OutputTarget target;
+    target.path = "/dev/stdout";
+    target.identity = FileIdentity::At(target.path);
+    RequireFree("-", target);
+    if (!std::filesystem::is_character_file(target.path)) {
+        Add({target.path, "standard output, the output of this command", true});
+    }
+}
+
 OutputTarget OutputGuard::Open(const std::string& output) const {
     OutputTarget target = FindOutputTarget(output, overwrite_);
     RequireFree(output, target);

@@ -36,6 +36,9 @@ public:
     ///         be written
     void Claim(const std::string& output);
 
+    /// Adds standard output as an output of the command. @throws UsageError for a protected file
+    void ClaimStandardOutput();
+
     /// The target of a claimed output. @throws as in Claim
     OutputTarget Open(const std::string& output) const;
 

@@ -5,8 +5,10 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <thread>
 #include <utility>
 
@@ -27,7 +29,7 @@ void CheckInterrupt(const std::string& label) {
 }  // namespace
 
 OutputStream::OutputStream(const OutputTarget& target, std::string label)
-    : label_(std::move(label)) {
+    : label_(std::move(label)), blocks_(false) {
     const bool isPipe = target.kind == OutputTarget::Kind::Pipe;
     for (;;) {
         // A blocking open or write would not notice an interrupt that occurred just before it.
@@ -40,19 +42,29 @@ OutputStream::OutputStream(const OutputTarget& target, std::string label)
     }
 }
 
+OutputStream::OutputStream(int descriptor, std::string label)
+    : label_(std::move(label)), descriptor_(descriptor), blocks_(true) {
+    if (descriptor_ < 0) ThrowWriteError(label_, errno);
+}
+
 OutputStream::~OutputStream() {
     if (descriptor_ >= 0) close(descriptor_);
 }
 
-void OutputStream::WaitForRoom() const {
+/// @return false after a time-out
+bool OutputStream::WaitForRoom() const {
     pollfd waiting{descriptor_, POLLOUT, 0};
-    poll(&waiting, 1, static_cast<int>(POLL_INTERVAL.count()));
+    return poll(&waiting, 1, static_cast<int>(POLL_INTERVAL.count())) > 0;
 }
 
 void OutputStream::Write(std::string_view bytes) {
     while (!bytes.empty()) {
         CheckInterrupt(label_);
-        const ssize_t written = write(descriptor_, bytes.data(), bytes.size());
+        // A pipe with room takes this many bytes without blocking.
+        if (blocks_ && !WaitForRoom()) continue;
+        const std::size_t count =
+            blocks_ ? std::min<std::size_t>(bytes.size(), PIPE_BUF) : bytes.size();
+        const ssize_t written = write(descriptor_, bytes.data(), count);
         if (written > 0) {
             bytes.remove_prefix(static_cast<std::size_t>(written));
         } else if (written < 0 && errno == EAGAIN) {

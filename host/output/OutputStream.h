@@ -16,6 +16,9 @@ public:
     /// @param label   name of the output in messages
     /// @throws JobError; CommandError when the program is asked to stop
     OutputStream(const OutputTarget& target, std::string label);
+    /// Takes a descriptor whose writes may block.
+    /// @throws JobError for a descriptor that is not open
+    OutputStream(int descriptor, std::string label);
     ~OutputStream();
     OutputStream(const OutputStream&) = delete;
     OutputStream& operator=(const OutputStream&) = delete;
@@ -27,10 +30,11 @@ public:
     void Close();
 
 private:
-    void WaitForRoom() const;
+    bool WaitForRoom() const;
 
     std::string label_;
     int descriptor_ = -1;
+    const bool blocks_;
 };
 
 }  // namespace orlo::host

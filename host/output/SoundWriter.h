@@ -30,7 +30,8 @@ public:
 };
 
 /// Opens the writer for the extension of an output. The output is claimed, and RequireSoundName has
-/// accepted its name. A device or a pipe with another extension receives a WAV file.
+/// accepted its name. A device or a pipe with another extension, and standard output ("-"), receive
+/// a WAV file.
 /// @param rate    hertz
 /// @param frames  number of frames that follow
 /// @throws UsageError for a sample rate that the format does not have; JobError when the file

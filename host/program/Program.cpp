@@ -46,12 +46,13 @@ Outcome Run(int argumentCount, const char* const* arguments) {
     }
 }
 
-/// @return false when stdout does not accept the text
+/// @return false when the stream does not accept the text
 bool PrintResult(const Outcome& outcome, bool json) {
+    std::FILE* const stream = outcome.textToStandardError ? stderr : stdout;
     std::string text = outcome.text;
     if (json) text = outcome.report.ToIndentedText() + "\n";
-    return std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
-           std::fflush(stdout) == 0;
+    return std::fwrite(text.data(), 1, text.size(), stream) == text.size() &&
+           std::fflush(stream) == 0;
 }
 
 }  // namespace

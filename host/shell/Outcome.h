@@ -13,7 +13,8 @@ struct Outcome {
     Json report = Json::Object();
     std::string text;  ///< lines, each with a line feed
     ExitCode code = ExitCode::Done;
-    std::string error;  ///< a clause; empty when code is Done
+    std::string error;                 ///< a clause; empty when code is Done
+    bool textToStandardError = false;  ///< standard output has the sound
 
     /// Makes the command fail with a code other than Done; the report is still printed.
     void Fail(ExitCode failure, const std::string& clause) {

@@ -5,6 +5,7 @@
 #include "host/shell/Paths.h"
 #include "host/timeline/EffectChains.h"
 #include "host/timeline/Input.h"
+#include "host/timeline/Levels.h"
 #include "sonrel/base/Paths.h"
 #include "sonrel/project/AssetAudioObject.h"
 #include "sonrel/project/AssetLayer.h"
@@ -14,13 +15,6 @@
 namespace orlo::host {
 
 namespace {
-
-void SetLevel(project::PropertyManager& properties, const otio::LevelCurve& level) {
-    if (level.decibels) properties.SetStaticValue("audioLevel", *level.decibels);
-    for (const otio::LevelCurve::Key& key : level.keys) {
-        properties.SetKeyframe("audioLevel", key.timeMs, key.decibels);
-    }
-}
 
 void SetRates(project::AudioVideoSettings& settings, const otio::Arrangement& arrangement,
               int frameCount) {

@@ -27,7 +27,7 @@ _sonrel() {
         --cache | --stems) compopt -o filenames; COMPREPLY=($(compgen -d -- "$current")); return ;;
         --meters) [ "$command" = play ] || { compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return; } ;;
         --db | --export | -o) compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return ;;
-        --rate | --fps | --grid | --media-root | --keep-days | --jobs | --from | --to | --seed | --days | --buffer | --composition | --min-correlation | --zoom | --stream) return ;;
+        --rate | --fps | --grid | --media-root | --keep-days | --jobs | --from | --to | --seed | --days | --buffer | --composition | --min-correlation | --zoom | --stream | --normalize | --true-peak) return ;;
         --size | --color | --background | --range) return ;;
     esac
 
@@ -36,7 +36,7 @@ _sonrel() {
         "") [[ $current == -* ]] || { COMPREPLY=($(compgen -W "align info conform mix peaks play waveform cache" -- "$current")); return; } ;;
         align) options+=" --stream --channels --min-correlation --plot --otio --overwrite" ;;
         conform) options+=" --stream --channels --jobs --all-codecs --force" ;;
-        mix) options+=" --stream --channels -o --from --to --dither --seed --stems --composition --meters --fail-on-clip --retime --audio-from --overwrite" ;;
+        mix) options+=" --stream --channels -o --from --to --dither --seed --stems --composition --meters --normalize --true-peak --fail-on-clip --retime --audio-from --overwrite" ;;
         play) options+=" --stream --channels --from --reverse --speed --meters --events --output --buffer --dither --seed --overwrite" ;;
         waveform) options+=" --stream --channels -o --size --style --scale --format --color --background --range --ruler --overwrite" ;;
         peaks) options+=" --stream --channels -o --mode --export --zoom --force --overwrite" ;;
