@@ -46,6 +46,8 @@ int LongestNumber(const std::string& word) {
 bool IsSafe(const std::string& word) {
     const auto has = [&](std::string_view text) { return word.find(text) != std::string::npos; };
     if (has("/") || has("..") || has("~") || word.find('\0') != std::string::npos) return false;
+    // Standard input and standard output belong to the fuzzer.
+    if (word == "-") return false;
     // The end of a mix is set here.
     if (has("--to") || has("--jobs")) return false;
     return LongestNumber(word) <= (has("x") ? MAX_DIGITS_OF_A_SIZE : MAX_DIGITS);

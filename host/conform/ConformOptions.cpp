@@ -14,6 +14,9 @@ constexpr int MAX_JOBS = 256;
 void DeclareConformOptions(CLI::App& command, ConformOptions& options) {
     DeclareInputs(command, options.inputs);
     DeclareSound(command, options.sound);
+    command.get_option("INPUT")->check([](const std::string& input) {
+        return input == "-" ? "standard input has no file in the cache; name a file" : "";
+    });
     command.add_option("--jobs", options.jobs, "Files to convert at the same time (default: 1)")
         ->type_name("N")
         ->transform(WholeNumber(1, MAX_JOBS));

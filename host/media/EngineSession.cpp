@@ -52,6 +52,9 @@ std::string CacheFolderErrorMessage(const std::string& folder) {
 }  // namespace
 
 CachePaths CachePathsOf(const GlobalOptions& options) {
+    if (!options.spoolFolder.empty()) {
+        return {options.spoolFolder + "/cache", options.spoolFolder + "/media.db"};
+    }
     if (options.noCacheDb) return {};
     CachePaths paths;
     paths.folder = AbsolutePath(options.cacheFolder.empty() ? DefaultFolder() + "/media"
@@ -85,7 +88,7 @@ std::string FolderErrorMessage(const std::string& folder, long long bytes) {
 }
 
 EngineSession::EngineSession(const GlobalOptions& options) : paths_(CachePathsOf(options)) {
-    if (!options.noCacheDb) {
+    if (!options.noCacheDb && options.spoolFolder.empty()) {
         if (options.cacheFolder.empty() || options.databaseFile.empty()) {
             MakeDefaultFolder(DefaultFolder());
         }

@@ -26,6 +26,7 @@ using project::CacheRecord;
 /// Every command with an output protects the default cache, also a command that uses no cache.
 CachePaths PathsToProtect(GlobalOptions options) {
     options.noCacheDb = false;
+    options.spoolFolder.clear();
     try {
         return CachePathsOf(options);
     } catch (const JobError&) {
@@ -112,6 +113,9 @@ void ProtectImages(const std::string& folder, const otio::ImageNames& names,
 }  // namespace
 
 void ProtectCache(const GlobalOptions& options, OutputGuard& guard) {
+    if (!options.spoolFolder.empty()) {
+        guard.Protect("/dev/stdin", "standard input, which is read");
+    }
     const CachePaths paths = PathsToProtect(options);
     if (paths.folder.empty()) return;
     ProtectDatabase(paths.database, guard);

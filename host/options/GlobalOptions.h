@@ -30,6 +30,8 @@ struct GlobalOptions {
     std::vector<otio::MediaRoot> mediaRoots;
     bool allowMissing = false;  ///< missing media of a timeline are silent
     int keepDays = 30;
+    long long spoolLimit = 4LL << 30;  ///< maximum size of standard input as INPUT, bytes
+    std::string spoolFolder;           ///< folder of a temporary cache, used instead; or empty
 };
 
 void DeclareGlobalOptions(CLI::App& app, GlobalOptions& options);

@@ -16,9 +16,9 @@ namespace orlo::host {
 
 namespace {
 
-constexpr int CHANNELS = 2;
+constexpr int STEREO = 2;
 /// More than the header of any format.
-constexpr long long HEADER_BYTES = 4096;
+constexpr long long ENCODED_HEADER_BYTES = 4096;
 /// The sizes in an AIFF file are signed.
 constexpr long long MAX_AIFF_BYTES = std::numeric_limits<int>::max();
 /// From 0 to 1. The library's default, 0.4, is audible in music.
@@ -47,7 +47,7 @@ int LibraryFormat(SoundFormat format) {
 long long FileBytes(SoundFormat format, long long frames) {
     const bool isPlain =
         format == SoundFormat::W64 || format == SoundFormat::Aiff || format == SoundFormat::Caf;
-    return isPlain ? frames * zrtl::FRAME_BYTES + HEADER_BYTES : 0;
+    return isPlain ? frames * zrtl::FRAME_BYTES + ENCODED_HEADER_BYTES : 0;
 }
 
 void RequireOpusRate(const std::string& path, int rate) {
@@ -132,7 +132,7 @@ void EncodedWriter::Open(int rate) {
                                Calls::Position};
     SF_INFO info = {};
     info.samplerate = rate;
-    info.channels = CHANNELS;
+    info.channels = STEREO;
     info.format = LibraryFormat(format_);
     encoder_ = sf_open_virtual(&calls, SFM_WRITE, &info, this);
     RequireSuccess(encoder_ != nullptr, sf_strerror(nullptr));

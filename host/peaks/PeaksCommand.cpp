@@ -30,6 +30,12 @@ struct Work {
     std::vector<MediaEntry> entries;
 };
 
+void RequireOutputOfStandardInput(const GlobalOptions& global, const PeaksOptions& options) {
+    if (global.spoolFolder.empty() || !options.output.empty() || !options.exportFile.empty())
+        return;
+    throw UsageError("standard input has no file in the cache; name a file, or use -o or --export");
+}
+
 Work CollectWork(const GlobalOptions& global, const PeaksOptions& options, OutputGuard& guard) {
     Work work;
     const auto makeTask = [&](const std::string& path, const zrh::media::SoundChoice& sound, int) {
@@ -157,6 +163,7 @@ void CheckOptions(const GlobalOptions& global, const PeaksOptions& options) {
 Outcome RunPeaks(const GlobalOptions& global, const PeaksOptions& options) {
     CheckOptions(global, options);
     CheckSound(options.sound, options.inputs);
+    RequireOutputOfStandardInput(global, options);
     if (!options.output.empty() || global.noCacheDb) return RunWithoutCache(global, options);
     return RunWithCache(global, options);
 }

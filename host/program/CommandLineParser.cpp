@@ -11,6 +11,7 @@
 #include "host/cache/CacheCommand.h"
 #include "host/conform/ConformCommand.h"
 #include "host/info/InfoCommand.h"
+#include "host/media/SpooledInput.h"
 #include "host/mix/MixCommand.h"
 #include "host/peaks/PeaksCommand.h"
 #include "host/play/PlayCommand.h"
@@ -22,6 +23,17 @@
 namespace orlo::host {
 
 namespace {
+
+/// The inputs of a command that reads media files.
+template <class Options>
+std::vector<std::string*> InputsOf(Options& options) {
+    std::vector<std::string*> inputs;
+    if constexpr (requires { options.input; }) inputs.push_back(&options.input);
+    if constexpr (requires { options.inputs; }) {
+        for (std::string& input : options.inputs) inputs.push_back(&input);
+    }
+    return inputs;
+}
 
 /// Adds a command.
 /// @param declare  declares its options
@@ -35,7 +47,11 @@ void Add(CLI::App& app, CommandLine& line, const char* name, const char* descrip
     const auto options = std::make_shared<Options>();
     declare(*command, *options);
     command->callback([&line, options, run] {
-        line.run = [options, run](const GlobalOptions& global) { return run(global, *options); };
+        line.run = [options, run](const GlobalOptions& global) {
+            return RunWithSpooledInput(global, InputsOf(*options), [&](const GlobalOptions& used) {
+                return run(used, *options);
+            });
+        };
     });
 }
 

@@ -3,7 +3,7 @@
 _sonrel() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
     local globals="--help --version --cache --db --no-cache-db --no-log --json --quiet --progress
-        --rate --fps --grid --media-root --allow-missing --keep-days"
+        --rate --fps --grid --media-root --allow-missing --keep-days --spool-limit"
     local word command= action=
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         case $word in
@@ -27,7 +27,7 @@ _sonrel() {
         --cache | --stems) compopt -o filenames; COMPREPLY=($(compgen -d -- "$current")); return ;;
         --meters) [ "$command" = play ] || { compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return; } ;;
         --db | --export | -o) compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return ;;
-        --rate | --fps | --grid | --media-root | --keep-days | --jobs | --from | --to | --seed | --days | --buffer | --composition | --min-correlation | --zoom | --stream | --normalize | --true-peak) return ;;
+        --rate | --fps | --grid | --media-root | --keep-days | --spool-limit | --jobs | --from | --to | --seed | --days | --buffer | --composition | --min-correlation | --zoom | --stream | --normalize | --true-peak) return ;;
         --size | --color | --background | --range) return ;;
     esac
 

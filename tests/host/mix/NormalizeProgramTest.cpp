@@ -14,26 +14,26 @@
 namespace sonrel_tests {
 namespace {
 
-constexpr int RATE = 48000;
-constexpr int SECONDS = 4;
-constexpr double TONE = 997.0;
+constexpr int TONE_RATE = 48000;
+constexpr int TONE_SECONDS = 4;
+constexpr double TONE_HERTZ = 997.0;
 
-double ToDecibels(double factor) {
+double LevelOf(double factor) {
     return 20.0 * std::log10(factor);
 }
 
 /// A stereo WAV with the tone.
 std::string ToneWav(double amplitude) {
     std::string data;
-    for (int i = 0; i < SECONDS * RATE; ++i) {
+    for (int i = 0; i < TONE_SECONDS * TONE_RATE; ++i) {
         const double value =
-            32768.0 * amplitude * std::sin(2.0 * std::numbers::pi * TONE * i / RATE);
+            32768.0 * amplitude * std::sin(2.0 * std::numbers::pi * TONE_HERTZ * i / TONE_RATE);
         const auto sample = static_cast<std::int16_t>(std::lround(value));
         for (int channel = 0; channel < 2; ++channel) {
             data += Little(static_cast<std::uint16_t>(sample), 2);
         }
     }
-    return Riff(Chunk("fmt ", PcmFormat(1, 2, RATE, 16)) + Chunk("data", data));
+    return Riff(Chunk("fmt ", PcmFormat(1, 2, TONE_RATE, 16)) + Chunk("data", data));
 }
 
 class NormalizeProgram : public testing::Test {
@@ -41,7 +41,7 @@ protected:
     void WriteEdit(double amplitude, double masterLevel = 0.0) const {
         WriteFile(shop_.Work("a.wav"), ToneWav(amplitude));
         WriteFile(shop_.Work("edit.otio"),
-                  WithOurs(Timeline({Track({Clip("a.wav", 0, 25 * SECONDS)})}),
+                  WithOurs(Timeline({Track({Clip("a.wav", 0, 25 * TONE_SECONDS)})}),
                            {{"masterLevel", masterLevel}})
                       .dump());
     }
@@ -64,11 +64,12 @@ protected:
         for (std::size_t i = 0; i < frames; ++i) {
             std::int16_t value = 0;
             std::memcpy(&value, bytes.data() + 44 + 4 * i, 2);
-            const double angle = 2.0 * std::numbers::pi * TONE * static_cast<double>(i) / RATE;
+            const double angle =
+                2.0 * std::numbers::pi * TONE_HERTZ * static_cast<double>(i) / TONE_RATE;
             real += value / 32768.0 * std::cos(angle);
             imaginary += value / 32768.0 * std::sin(angle);
         }
-        return ToDecibels(2.0 * std::hypot(real, imaginary) / static_cast<double>(frames));
+        return LevelOf(2.0 * std::hypot(real, imaginary) / static_cast<double>(frames));
     }
 
     Workshop shop_;
@@ -127,16 +128,17 @@ TEST_F(NormalizeProgram, AQuietMixReachesTheLoudnessToo) {
 
 TEST_F(NormalizeProgram, ANestedItemAndAMediaFileReachTheLoudness) {
     WriteEdit(0.05);
-    WriteFile(shop_.Work("nested.otio"),
-              Timeline({Track({Named(Stack({Track({Clip("a.wav", 0, 25 * SECONDS)})}), "inner")})})
-                  .dump());
+    WriteFile(
+        shop_.Work("nested.otio"),
+        Timeline({Track({Named(Stack({Track({Clip("a.wav", 0, 25 * TONE_SECONDS)})}), "inner")})})
+            .dump());
 
     Mix({"--normalize", "-23", "--composition", "inner"}, "@nested.otio");
     EXPECT_NEAR(ToneLevel(), -23.0, 0.05);
 
     const nlohmann::json report = Mix({"--normalize", "-30"}, "@a.wav");
     EXPECT_NEAR(ToneLevel(), -30.0, 0.05);
-    EXPECT_EQ(report.at("samples"), SECONDS * RATE);
+    EXPECT_EQ(report.at("samples"), TONE_SECONDS * TONE_RATE);
     EXPECT_EQ(report.at("dither"), "highpass");
 }
 

@@ -16,16 +16,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int RATE = 48000;
-constexpr int FRAMES = 48000;
-constexpr double TONE = 440.0;
-constexpr double AMPLITUDE = 8000.0;
+constexpr int SOUND_RATE = 48000;
+constexpr int SOUND_FRAMES = 48000;
+constexpr double SOUND_HERTZ = 440.0;
+constexpr double SOUND_AMPLITUDE = 8000.0;
 
 /// One second of a tone, the right channel with half the amplitude.
-std::string Tone() {
+std::string SoundTone() {
     std::string data;
-    for (int i = 0; i < FRAMES; ++i) {
-        const double value = AMPLITUDE * std::sin(2.0 * std::numbers::pi * TONE * i / RATE);
+    for (int i = 0; i < SOUND_FRAMES; ++i) {
+        const double value =
+            SOUND_AMPLITUDE * std::sin(2.0 * std::numbers::pi * SOUND_HERTZ * i / SOUND_RATE);
         for (const double scale : {1.0, 0.5}) {
             const auto sample = static_cast<std::int16_t>(std::lround(scale * value));
             data += Little(static_cast<std::uint16_t>(sample), 2);
@@ -35,14 +36,15 @@ std::string Tone() {
 }
 
 /// Amplitude of the tone in one channel of 16-bit stereo.
-double ToneAmplitude(const std::string& samples, std::size_t channel) {
+double SoundAmplitude(const std::string& samples, std::size_t channel) {
     double real = 0.0;
     double imaginary = 0.0;
     const std::size_t frames = samples.size() / 4;
     for (std::size_t i = 0; i < frames; ++i) {
         std::int16_t value = 0;
         std::memcpy(&value, samples.data() + 4 * i + 2 * channel, 2);
-        const double angle = 2.0 * std::numbers::pi * TONE * static_cast<double>(i) / RATE;
+        const double angle =
+            2.0 * std::numbers::pi * SOUND_HERTZ * static_cast<double>(i) / SOUND_RATE;
         real += value * std::cos(angle);
         imaginary += value * std::sin(angle);
     }
@@ -52,8 +54,8 @@ double ToneAmplitude(const std::string& samples, std::size_t channel) {
 class SoundOutputProgram : public testing::Test {
 protected:
     void SetUp() override {
-        WriteFile(shop_.Work("a.wav"),
-                  Riff(Chunk("fmt ", PcmFormat(1, 2, RATE, 16)) + Chunk("data", Tone())));
+        WriteFile(shop_.Work("a.wav"), Riff(Chunk("fmt ", PcmFormat(1, 2, SOUND_RATE, 16)) +
+                                            Chunk("data", SoundTone())));
         WriteFile(
             shop_.Work("edit.otio"),
             WithOurs(Timeline({Track({Clip("a.wav", 0, 25)})}), {{"masterLevel", -1.0}}).dump());
@@ -79,7 +81,7 @@ protected:
 TEST_F(SoundOutputProgram, ALosslessFileDecodesToTheSamplesOfTheWav) {
     Mix("out.wav");
     const std::string samples = ReadFile(shop_.Work("out.wav")).substr(44);
-    ASSERT_EQ(samples.size(), 4u * FRAMES);
+    ASSERT_EQ(samples.size(), 4u * SOUND_FRAMES);
     for (const std::string name : {"out.flac", "out.w64", "out.aiff", "out.aif", "out.caf"}) {
         Mix(name);
         EXPECT_TRUE(Decode(name) == samples) << name;
@@ -101,13 +103,13 @@ TEST_F(SoundOutputProgram, TheFileBeginsWithTheSignatureOfItsFormat) {
 
 TEST_F(SoundOutputProgram, ALossyFileHasTheLengthAndTheLevelsOfTheMix) {
     // The master level of -1 dB is a factor of 0.8913.
-    const double expected = AMPLITUDE * 0.8913;
+    const double expected = SOUND_AMPLITUDE * 0.8913;
     for (const std::string name : {"out.ogg", "out.opus"}) {
         Mix(name);
         const std::string samples = Decode(name);
-        EXPECT_EQ(samples.size(), 4u * FRAMES) << name;
-        EXPECT_NEAR(ToneAmplitude(samples, 0), expected, 0.03 * expected) << name;
-        EXPECT_NEAR(ToneAmplitude(samples, 1), expected / 2, 0.03 * expected) << name;
+        EXPECT_EQ(samples.size(), 4u * SOUND_FRAMES) << name;
+        EXPECT_NEAR(SoundAmplitude(samples, 0), expected, 0.03 * expected) << name;
+        EXPECT_NEAR(SoundAmplitude(samples, 1), expected / 2, 0.03 * expected) << name;
     }
 }
 

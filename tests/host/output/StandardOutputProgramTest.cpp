@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: MIT
 // A WAV stream to standard output.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <cstdlib>
-
-#include "tests/host/ProgramRun.h"
+#include "tests/host/ShellRun.h"
 #include "tests/host/TimelineDocument.h"
 #include "tests/support/WaveBytes.h"
 
@@ -19,15 +16,10 @@ protected:
         WriteFile(shop_.Work("edit.otio"), Timeline({Track({Clip("a.wav", 0, 50)})}).dump());
     }
 
-    /// Runs a line of bash in the work folder, where $mix mixes the timeline to standard output.
-    /// @return the exit code of the line
-    int Bash(const std::string& line) const {
-        const std::string mix =
-            std::string(SONREL_PROGRAM) + " --cache ../cache --db ../media.db mix";
-        const std::string script =
-            "cd '" + shop_.Work("").string() + "'; mix='" + mix + " edit.otio -o -'; " + line;
-        const int status = std::system(("bash -c \"" + script + "\"").c_str());
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    /// Runs a line of bash, where MIX mixes the timeline to standard output.
+    int Bash(std::string line) const {
+        line.replace(line.find("MIX"), 3, "\\$sonrel mix edit.otio -o -");
+        return RunBash(shop_, line);
     }
 
     Workshop shop_;
@@ -48,20 +40,20 @@ TEST_F(StandardOutputProgram, HasTheBytesOfTheFileAndTheReportIsOnStandardError)
 TEST_F(StandardOutputProgram, APipeReceivesTheWholeStream) {
     ASSERT_EQ(shop_.Run({"mix", "@edit.otio", "-o", "@out.wav"}).exitCode, 0);
 
-    EXPECT_EQ(Bash("set -o pipefail; \\$mix 2>report | cat >piped"), 0);
+    EXPECT_EQ(Bash("set -o pipefail; MIX 2>report | cat >piped"), 0);
 
     EXPECT_TRUE(ReadFile(shop_.Work("piped")) == ReadFile(shop_.Work("out.wav")));
 }
 
 TEST_F(StandardOutputProgram, AFailureEndsTheStreamEarlyWithExit1) {
-    EXPECT_EQ(Bash("set -o pipefail; \\$mix 2>report | head -c 100 >piped"), 1);
+    EXPECT_EQ(Bash("set -o pipefail; MIX 2>report | head -c 100 >piped"), 1);
     EXPECT_EQ(ReadFile(shop_.Work("piped")).size(), 100u);
     EXPECT_NE(ReadFile(shop_.Work("report")).find("Broken pipe"), std::string::npos);
 
-    EXPECT_EQ(Bash("\\$mix >/dev/full 2>report"), 1);
+    EXPECT_EQ(Bash("MIX >/dev/full 2>report"), 1);
     EXPECT_NE(ReadFile(shop_.Work("report")).find("No space left"), std::string::npos);
 
-    EXPECT_EQ(Bash("\\$mix >&- 2>report"), 1);
+    EXPECT_EQ(Bash("MIX >&- 2>report"), 1);
     EXPECT_NE(ReadFile(shop_.Work("report")).find("it is closed"), std::string::npos);
 }
 
@@ -74,7 +66,7 @@ TEST_F(StandardOutputProgram, JsonIsWrongUsage) {
 }
 
 TEST_F(StandardOutputProgram, AFileThatIsReadIsRefusedAndUnchanged) {
-    EXPECT_EQ(Bash("\\$mix >>a.wav 2>report"), 2);
+    EXPECT_EQ(Bash("MIX >>a.wav 2>report"), 2);
 
     EXPECT_TRUE(ReadFile(shop_.Work("a.wav")) == ConformedFileBytes(96000));
     EXPECT_NE(ReadFile(shop_.Work("report")).find("media file of clip"), std::string::npos);
