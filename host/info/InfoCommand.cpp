@@ -12,6 +12,7 @@
 #include "host/timeline/Input.h"
 #include "sonrel/base/Timing.h"
 #include "sonrel/media/MediaInfo.h"
+#include "sonrel/media/input/MediaErrors.h"
 
 namespace orlo::host {
 
@@ -128,6 +129,7 @@ public:
             std::string reason;
             const int code = zrh::media::DescribeMedia(WidePath(path), &info, &reason);
             if (Interrupted()) ThrowInterrupted("not all media are described");
+            if (code != 0 && reason == zrh::media::MediaErrorText(code)) RefuseMedia(path, code);
             if (code != 0) problem = "cannot read " + Quoted(path) + ": " + reason;
         } catch (const JobError& error) {
             problem = error.what();

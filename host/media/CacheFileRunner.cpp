@@ -101,6 +101,14 @@ private:
     bool isRemade_ = false;
 };
 
+double TotalSeconds(const CacheFileTasks& tasks) {
+    double seconds = 0.0;
+    for (std::size_t task = 0; task < tasks.Count(); ++task) {
+        seconds += static_cast<double>(tasks.Frames(task)) / std::max(1, tasks.Rate(task));
+    }
+    return seconds;
+}
+
 /// Distributes the tasks to the jobs and stores the first exception.
 class TaskQueue {
 public:
@@ -109,7 +117,7 @@ public:
         : session_(session),
           tasks_(tasks),
           current_(run.current),
-          progress_(progress, run.step, TotalFrames(tasks)) {}
+          progress_(progress, run.step, TotalFrames(tasks), TotalSeconds(tasks)) {}
 
     /// Runs tasks until none is left. Called on the thread of each job.
     void Work() {
@@ -119,6 +127,7 @@ public:
             while (!Interrupted() && !failed_) {
                 const std::size_t task = next_++;
                 if (task >= tasks_.Count()) return;
+                progress_.SetFile(tasks_.Media(task));
                 TaskMonitor monitor(session_.Paths().folder, progress_);
                 TaskRun(tasks_, task, database, monitor).Run(current_);
             }
@@ -146,9 +155,12 @@ private:
 
 }  // namespace
 
-TaskProgress::TaskProgress(Progress& progress, const std::string& step, long long total)
+TaskProgress::TaskProgress(Progress& progress, const std::string& step, long long total,
+                           double seconds)
     : progress_(progress) {
-    progress_.Begin(step, "samples", total);
+    // The files may have different rates. The mean rate gives the right length of all.
+    progress_.Begin(step, "samples", total,
+                    seconds > 0.0 ? static_cast<double>(total) / seconds : 0.0);
 }
 
 void TaskMonitor::Start(long long bytes) {

@@ -19,12 +19,15 @@ namespace orlo::host {
 /// Threads: any may call Add.
 class TaskProgress {
 public:
-    /// @param step   name of the step
-    /// @param total  frames of all tasks
-    TaskProgress(Progress& progress, const std::string& step, long long total);
+    /// @param step     name of the step
+    /// @param total    frames of all tasks
+    /// @param seconds  length of the sound of all tasks
+    TaskProgress(Progress& progress, const std::string& step, long long total, double seconds);
 
     /// Adds frames; a negative number when work is repeated.
     void Add(long long frames) { progress_.Update(done_ += frames); }
+    /// Sets the media file of the current task.
+    void SetFile(const std::string& path) { progress_.SetFile(path); }
 
 private:
     Progress& progress_;
@@ -81,6 +84,10 @@ public:
     virtual std::size_t Count() const = 0;
     /// Declared length of the sound of a task; 0 if unknown.
     virtual long long Frames(std::size_t task) const = 0;
+    /// Frames of a task in a second, hertz.
+    virtual int Rate(std::size_t task) const = 0;
+    /// The path of the media file of a task.
+    virtual std::string Media(std::size_t task) const = 0;
 
     /// Finds or makes the file of a task. Sets the path and the media failure.
     /// @param remake    makes the file even if the cache contains a current file

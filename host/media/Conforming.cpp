@@ -86,6 +86,12 @@ public:
 
     long long Frames(std::size_t task) const override { return NativeFrames(tasks_[task]); }
 
+    int Rate(std::size_t task) const override {
+        return tasks_[task].asset->AudioStream()->NativeSampleRate();
+    }
+
+    std::string Media(std::size_t task) const override { return MediaPath(*tasks_[task].asset); }
+
     CacheFileAttempt Attempt(std::size_t task, bool remake,
                              const std::shared_ptr<MediaDB>& database,
                              TaskMonitor& monitor) override {

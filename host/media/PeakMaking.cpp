@@ -117,6 +117,10 @@ public:
 
     long long Frames(std::size_t task) const override { return tasks_[task].frames; }
 
+    int Rate(std::size_t task) const override { return tasks_[task].rate; }
+
+    std::string Media(std::size_t task) const override { return MediaPath(tasks_[task]); }
+
     CacheFileAttempt Attempt(std::size_t task, bool remake,
                              const std::shared_ptr<MediaDB>& database,
                              TaskMonitor& monitor) override {
@@ -235,7 +239,8 @@ void WritePeakFile(const PeakTask& task, const PartialFile& output, PeakMode mod
         throw JobError(CreationFailureClause(task) + ": " + channels);
     }
     output.RequireSpace(BytesOf(task, task.frames));
-    progress.Begin(STEP, "samples", task.frames);
+    progress.SetFile(MediaPath(task));
+    progress.Begin(STEP, "samples", task.frames, task.rate);
     int code = 0;
     std::string message;
     try {

@@ -163,6 +163,7 @@ private:
         const EngineSession session(global_);
         Progress progress(global_.progress, global_.quiet);
         ConformAll(session, media_, grid_.rate, progress);
+        progress.SetFile(options_.output);
 
         AudioMixer& mixer = *session.Engine()->Mixer();
         const MixBlock mix = Blocks(mixer, project);
@@ -291,6 +292,7 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
     const EngineSession session(global);
     Progress progress(global.progress, global.quiet);
     ConformAll(session, media, grid.rate, progress);
+    progress.SetFile(options.output);
     const long long total = asset->AudioStream()->ConformedSampleCount();
     if (total == 0) throw JobError("the sound of " + Quoted(path) + " has no length");
     const zrtl::FrameRange span = ParseSpan(options.from, options.to, grid, total);

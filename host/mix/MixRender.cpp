@@ -70,7 +70,7 @@ void RenderBlock(const MixBlock& mix, const FrameGrid& grid, long long position,
 void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const zrtl::FrameRange& span,
                   MixSink& sink, const AfterBlock& afterBlock, Progress& progress,
                   const char* step) {
-    progress.Begin(step, "samples", span.Count());
+    progress.Begin(step, "samples", span.Count(), grid.rate);
     const FrameGrid blocks = grid.Engine();
     long long position = span.start;
     for (long long frame = blocks.FrameOf(span.start); position < span.end; ++frame) {
@@ -89,7 +89,7 @@ void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const zrtl::FrameR
 void RenderMedia(const sonrel::AudioMixer& mixer, const std::shared_ptr<project::MediaAsset>& asset,
                  const FrameGrid& grid, const zrtl::FrameRange& span, MixSink& sink,
                  const ReadCheck& reads, Progress& progress) {
-    progress.Begin("mix", "samples", span.Count());
+    progress.Begin("mix", "samples", span.Count(), grid.rate);
     const MixBlock read = [&](long long position, int count, unsigned char* buffer) {
         const int got = mixer.GetSamples(asset, position, count, buffer, count * zrtl::FRAME_BYTES);
         reads.RequireAll();

@@ -1,11 +1,32 @@
 // SPDX-License-Identifier: MIT
 #include "host/options/OptionTypes.h"
 
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
 #include <optional>
 
 #include "host/shell/Text.h"
 
 namespace orlo::host {
+
+namespace {
+
+/// Whether a text is a URL, and not the name of a file that looks like one.
+bool IsUrl(const std::string& text) {
+    const std::size_t colon = text.find("://");
+    if (colon == std::string::npos || colon < 2) return false;
+    const auto isSchemeLetter = [](char letter) {
+        return std::isalnum(static_cast<unsigned char>(letter)) != 0 || letter == '+' ||
+               letter == '-' || letter == '.';
+    };
+    std::error_code ignored;
+    return std::all_of(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(colon),
+                       isSchemeLetter) &&
+           !std::filesystem::exists(text, ignored);
+}
+
+}  // namespace
 
 CLI::Validator WholeNumber(long long min, long long max) {
     const auto check = [min, max](std::string& text) -> std::string {
@@ -55,12 +76,22 @@ CLI::Validator Name() {
     return {check, ""};
 }
 
+CLI::Validator InputName() {
+    const auto check = [](const std::string& text) -> std::string {
+        if (text.empty()) return "the name must not be empty";
+        return IsUrl(text) ? Quoted(text) + " is a URL; only files on this machine are read" : "";
+    };
+    return {check, ""};
+}
+
 void DeclareInput(CLI::App& command, std::string& input, const std::string& description) {
-    command.add_option("INPUT", input, description)->required()->check(Name());
+    command.add_option("INPUT", input, description)->required()->check(InputName());
 }
 
 void DeclareInputs(CLI::App& command, std::vector<std::string>& inputs) {
-    command.add_option("INPUT", inputs, "Timelines and media files")->required()->check(Name());
+    command.add_option("INPUT", inputs, "Timelines and media files")
+        ->required()
+        ->check(InputName());
 }
 
 void DeclareOverwrite(CLI::App& command, bool& overwrite) {

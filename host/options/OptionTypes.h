@@ -35,6 +35,9 @@ CLI::Validator OneOf(std::initializer_list<std::pair<const char*, Value>> choice
 /// Accepts the name of a file or folder, which must not be empty.
 CLI::Validator Name();
 
+/// Accepts the name of an INPUT: a name that is not empty and not a URL.
+CLI::Validator InputName();
+
 /// Declares a single INPUT.
 void DeclareInput(CLI::App& command, std::string& input, const std::string& description);
 /// Declares INPUT with one or more values.

@@ -64,6 +64,11 @@ std::string PercentDecode(std::string_view text) {
     return decoded;
 }
 
+/// Whether a path has the form that DrivePath returns: "D:/media/a.wav".
+bool HasDrive(const std::string& path) {
+    return path.size() >= 3 && IsLetter(path[0]) && path[1] == ':' && path[2] == '/';
+}
+
 /// Converts a path of another system, "D:\media\a.wav" or "/D:/media/a.wav", to "D:/media/a.wav",
 /// so that --media-root can match it. Other paths are unchanged.
 std::string DrivePath(std::string path) {
@@ -111,14 +116,19 @@ MediaLocation MediaResolver::Locate(const std::string& path) const {
     std::string full = (std::filesystem::path(folder_) / named).lexically_normal().string();
     // A root may also match the absolute form of a relative path.
     if (named == path) full = WithRoot(full);
-    return {std::filesystem::path(full).lexically_normal().string(), {}};
+    full = std::filesystem::path(full).lexically_normal().string();
+    if (named == path && HasDrive(path) && !exists_(full)) {
+        return {path, "it is on a drive of another system"};
+    }
+    return {full, {}};
 }
 
 MediaLocation MediaResolver::Resolve(const std::string& url) const {
     std::string_view path = url;
     const std::string_view scheme = Scheme(url);
     if (!scheme.empty()) {
-        if (!EqualsIgnoringCase(scheme, "file")) return {url, "it is not a local file"};
+        if (!EqualsIgnoringCase(scheme, "file"))
+            return {url, "it is a URL, and only local files are read"};
         path.remove_prefix(scheme.size() + 1);
         if (path.starts_with("//")) {
             const std::string_view host = path.substr(2, path.find('/', 2) - 2);

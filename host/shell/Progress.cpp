@@ -4,12 +4,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
+#include <filesystem>
 
 #include "host/json/Json.h"
 #include "host/shell/Terminal.h"
-#include "host/shell/Text.h"
 
 namespace orlo::host {
 
@@ -28,15 +27,19 @@ Progress::~Progress() {
     Erase();
 }
 
-void Progress::Begin(const std::string& step, const std::string& unit, long long total) {
+void Progress::Begin(const std::string& step, const std::string& unit, long long total,
+                     double unitsPerSecond) {
     const std::lock_guard lock(mutex_);
-    step_ = step;
-    unit_ = unit;
-    total_ = std::max(total, 0LL);
+    state_ = {step, state_.file, unit, 0, std::max(total, 0LL), unitsPerSecond, -1.0};
     shown_ = -1;
     begin_ = Clock::now();
     next_ = begin_ + (json_ ? INTERVAL : FIRST_SHOWN);
     if (json_) Show(0, begin_);
+}
+
+void Progress::SetFile(const std::string& path) {
+    const std::lock_guard lock(mutex_);
+    state_.file = std::filesystem::path(path).filename().string();
 }
 
 void Progress::Update(long long done) {
@@ -45,56 +48,46 @@ void Progress::Update(long long done) {
     const Clock::time_point now = Clock::now();
     if (now < next_) return;
     next_ = now + INTERVAL;
-    Show(std::clamp(done, 0LL, total_), now);
+    Show(std::clamp(done, 0LL, state_.total), now);
 }
 
 void Progress::End() {
     const std::lock_guard lock(mutex_);
-    if (json_ && shown_ != total_) Show(total_, Clock::now());
+    if (json_ && shown_ != state_.total) Show(state_.total, Clock::now());
     Erase();
 }
 
 void Progress::Show(long long done, Clock::time_point now) {
     const double elapsed = std::chrono::duration<double>(now - begin_).count();
-    const double left =
-        done > 0 ? elapsed * static_cast<double>(total_ - done) / static_cast<double>(done) : -1.0;
+    state_.done = done;
+    state_.secondsLeft =
+        done > 0 ? elapsed * static_cast<double>(state_.total - done) / static_cast<double>(done)
+                 : -1.0;
     shown_ = done;
     if (json_) {
-        ShowJson(done, left);
+        ShowJson();
     } else if (line_) {
-        ShowLine(done, left);
+        ShowLine();
     }
 }
 
-void Progress::ShowJson(long long done, double secondsLeft) {
+void Progress::ShowJson() {
+    const auto done = static_cast<double>(state_.done);
     Json line;
-    line["step"] = step_;
-    line["unit"] = unit_;
-    line["done"] = done;
-    line["total"] = total_;
-    line["percent"] =
-        total_ > 0 ? 100.0 * static_cast<double>(done) / static_cast<double>(total_) : 100.0;
-    if (secondsLeft < 0.0) {
-        line["secondsLeft"] = nullptr;
-    } else {
-        line["secondsLeft"] = secondsLeft;
-    }
+    line["step"] = state_.step;
+    line["unit"] = state_.unit;
+    line["done"] = state_.done;
+    line["total"] = state_.total;
+    line["percent"] = state_.total > 0 ? 100.0 * done / static_cast<double>(state_.total) : 100.0;
+    line["secondsLeft"] = state_.secondsLeft < 0.0 ? Json() : Json(state_.secondsLeft);
+    line["file"] = state_.file.empty() ? Json() : Json(state_.file);
     const std::string text = Json::Object({{"progress", line}}).ToLine() + "\n";
     std::fputs(text.c_str(), stderr);
 }
 
-void Progress::ShowLine(long long done, double secondsLeft) {
+void Progress::ShowLine() {
     if (!InForeground(STDERR_FILENO)) return;
-    const double percent =
-        total_ > 0 ? 100.0 * static_cast<double>(done) / static_cast<double>(total_) : 100.0;
-    std::string text = step_ + ": " + std::to_string(done) + " of " + std::to_string(total_) + " " +
-                       unit_ + ", " + FormatNumber(percent, 0) + " %";
-    if (secondsLeft >= 0.0) {
-        const auto seconds = std::llround(secondsLeft);
-        char left[64];
-        std::snprintf(left, sizeof(left), ", %lld:%02lld left", seconds / 60, seconds % 60);
-        text += left;
-    }
+    const std::string text = ProgressLine(state_, SizeOfTerminal(STDERR_FILENO).columns);
     std::fprintf(stderr, "\r%s\033[K", text.c_str());
     lineIsShown_ = true;
 }

@@ -5,6 +5,8 @@
 #include <mutex>
 #include <string>
 
+#include "host/shell/ProgressLine.h"
+
 namespace orlo::host {
 
 enum class ProgressMode { Auto, Json, None };
@@ -22,10 +24,15 @@ public:
     Progress& operator=(const Progress&) = delete;
 
     /// Begins a step.
-    /// @param step   name of the step: "mix"
-    /// @param unit   unit of the counts: "frames"
-    /// @param total  number of units in the step
-    void Begin(const std::string& step, const std::string& unit, long long total);
+    /// @param step            name of the step: "mix"
+    /// @param unit            unit of the counts: "samples"
+    /// @param total           number of units in the step
+    /// @param unitsPerSecond  of sound; 0 when the units are not a time
+    void Begin(const std::string& step, const std::string& unit, long long total,
+               double unitsPerSecond = 0.0);
+
+    /// Sets the file that the steps work on; the line shows its name without the folder.
+    void SetFile(const std::string& path);
 
     /// Sets the number of finished units. Cheap: most calls print nothing.
     void Update(long long done);
@@ -37,16 +44,14 @@ private:
     using Clock = std::chrono::steady_clock;
 
     void Show(long long done, Clock::time_point now);
-    void ShowLine(long long done, double secondsLeft);
-    void ShowJson(long long done, double secondsLeft);
+    void ShowLine();
+    void ShowJson();
     void Erase();
 
     const bool line_;
     const bool json_;
     std::mutex mutex_;
-    std::string step_;
-    std::string unit_;
-    long long total_ = 0;
+    ProgressState state_;
     long long shown_ = -1;
     bool lineIsShown_ = false;
     Clock::time_point begin_;

@@ -12,6 +12,7 @@
 #include "host/otio/JsonDocument.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
+#include "host/shell/LibraryMessage.h"
 #include "host/shell/Paths.h"
 #include "host/shell/SoundText.h"
 #include "host/shell/Text.h"
@@ -45,6 +46,14 @@ std::string FirstReason(const zrh::media::MediaInfo& info, const std::string& ot
         if (!stream.reason.empty()) return stream.reason;
     }
     return otherwise;
+}
+
+/// The reason why the decoding library does not open a file; empty when it has none.
+std::string LibraryReason(const std::string& path) {
+    TakeLibraryMessage();
+    zrh::media::MediaInfo info;
+    zrh::media::DescribeMedia(WidePath(path), &info);
+    return TakeLibraryMessage();
 }
 
 std::shared_ptr<MediaAsset> SilentAsset(project::Project& project, const std::string& path) {
@@ -203,6 +212,10 @@ void RefuseMedia(const std::string& path, int code) {
         zrh::media::MediaInfo info;
         const int again = zrh::media::DescribeMedia(WidePath(path), &info, &reason);
         if (again == 0) reason = FirstReason(info, reason);
+    }
+    if (code == static_cast<int>(zrh::media::MediaError::NotMedia)) {
+        const std::string message = LibraryReason(path);
+        if (!message.empty()) reason += " (FFmpeg: " + OneLine(message) + ")";
     }
     throw JobError("cannot read " + Quoted(path) + ": " + reason);
 }

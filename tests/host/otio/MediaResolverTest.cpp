@@ -61,7 +61,7 @@ TEST(MediaResolver, OtherUrlsAreRefusedByName) {
                             "rtp://host:1/", "s3://bucket/a.wav"}) {
         const MediaLocation location = Resolve(url);
         EXPECT_EQ(location.path, url);
-        EXPECT_EQ(location.problem, "it is not a local file");
+        EXPECT_EQ(location.problem, "it is a URL, and only local files are read");
     }
 }
 
