@@ -36,7 +36,7 @@ std::optional<ChannelPlace> ParsePlace(std::string_view text, bool* namesStreams
 }
 
 std::string PlaceText(ChannelPlace place, bool withStream) {
-    const std::string channel = std::to_string(place.channel);
+    std::string channel = std::to_string(place.channel);
     if (!withStream || place.channel == 0) return channel;
     return std::to_string(place.stream + 1) + ":" + channel;
 }

@@ -67,7 +67,7 @@ std::string SoundProblem(const MediaInfo& info, const SoundChoice& sound) {
     const std::vector<const MediaStreamInfo*> streams = AudioStreams(info);
     if (streams.empty()) return "has no sound";
     for (const ChannelPlace& place : {sound.left, sound.right}) {
-        const std::string problem = PlaceProblem(streams, place);
+        std::string problem = PlaceProblem(streams, place);
         if (!problem.empty()) return problem;
     }
     if (error == MediaError::StreamsDiffer) {

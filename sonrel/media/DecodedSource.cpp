@@ -140,7 +140,9 @@ public:
         position_ += got;
         plane_ = bytes_.data();
         if (bytesPerSample == 3) {
-            WidenTo32Bits(bytes_.data(), static_cast<std::size_t>(got * format_.channels), &wide_);
+            WidenTo32Bits(
+                bytes_.data(),
+                static_cast<std::size_t>(got) * static_cast<std::size_t>(format_.channels), &wide_);
             plane_ = wide_.data();
         }
         blocks->push_back({&plane_, 0, got});
