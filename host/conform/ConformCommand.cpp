@@ -4,9 +4,57 @@
 #include "host/media/Conforming.h"
 #include "host/media/MediaEntries.h"
 #include "host/shell/Errors.h"
+#include "host/shell/Text.h"
 #include "host/timeline/Input.h"
+#include "host/timeline/MediaComparison.h"
+#include "host/timeline/Strictness.h"
 
 namespace orlo::host {
+
+namespace {
+
+/// The sound of the conformed and the missing media files that a timeline uses.
+MediaSounds SoundsOfInput(const std::string& input, const std::vector<MediaEntry>& entries,
+                          const std::vector<ConformTask>& tasks) {
+    std::vector<MediaUse> media;
+    for (const MediaEntry& entry : entries) {
+        if (entry.input != input) continue;
+        MediaUse use;
+        use.location.path = entry.media;
+        use.sound = entry.sound;
+        if (entry.missing) {
+            use.fit.silence = MISSING_MEDIA_REASON;
+        } else if (entry.task && tasks[*entry.task].result.status != FileStatus::Failed) {
+            use.asset = tasks[*entry.task].asset;
+        } else {
+            continue;
+        }
+        media.push_back(std::move(use));
+    }
+    return SoundsOf(media);
+}
+
+/// Compares the timelines with their media files and adds their entries to the result.
+void AddEntries(std::vector<CollectedTimeline>& timelines, const std::vector<MediaEntry>& media,
+                const std::vector<ConformTask>& tasks, Outcome& outcome) {
+    outcome.report["notTakenOver"] = Json::Array();
+    for (CollectedTimeline& timeline : timelines) {
+        const otio::Arrangement& arrangement = timeline.import.arrangement;
+        otio::ImportReport& report = timeline.import.report;
+        CompareWithMedia(arrangement.tracks, arrangement.frameCount, GridOf(arrangement),
+                         SoundsOfInput(timeline.input, media, tasks), report);
+        const Json entries = NotTakenOverJson(report);
+        for (const Json& entry : entries.AsArray()) {
+            Json withInput = Json::Object({{"input", timeline.input}});
+            for (const auto& [key, value] : entry.AsObject()) withInput[key] = value;
+            outcome.report["notTakenOver"].Append(std::move(withInput));
+        }
+        if (report.Entries().empty()) continue;
+        outcome.text += "timeline " + Quoted(timeline.input) + "\n" + NotTakenOverText(report);
+    }
+}
+
+}  // namespace
 
 Outcome RunConform(const GlobalOptions& global, const ConformOptions& options) {
     if (global.noCacheDb) {
@@ -28,7 +76,13 @@ Outcome RunConform(const GlobalOptions& global, const ConformOptions& options) {
     const EngineSession session(global);
     Progress progress(global.progress, global.quiet);
     Conform(session, tasks, {options.jobs, options.allCodecs, options.force}, progress);
-    return ReportFiles(collector.entries, [&](std::size_t task) { return tasks[task].result; });
+    Outcome outcome =
+        ReportFiles(collector.entries, [&](std::size_t task) { return tasks[task].result; });
+    AddEntries(collector.timelines, collector.entries, tasks, outcome);
+    for (const CollectedTimeline& timeline : collector.timelines) {
+        if (options.strict) FailOnEntries(timeline.input, timeline.import.report, {}, outcome);
+    }
+    return outcome;
 }
 
 }  // namespace orlo::host

@@ -22,6 +22,7 @@ void DeclareConformOptions(CLI::App& command, ConformOptions& options) {
         ->transform(WholeNumber(1, MAX_JOBS));
     command.add_flag("--all-codecs", options.allCodecs, "Do not skip files of any codec");
     command.add_flag("--force", options.force, "Make existing files again");
+    DeclareStrict(command, options.strict);
 }
 
 }  // namespace orlo::host

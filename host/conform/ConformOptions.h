@@ -18,6 +18,7 @@ struct ConformOptions {
     int jobs = 1;
     bool allCodecs = false;
     bool force = false;
+    bool strict = false;
 };
 
 void DeclareConformOptions(CLI::App& command, ConformOptions& options);

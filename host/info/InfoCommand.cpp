@@ -6,13 +6,14 @@
 
 #include "host/info/TimelineTree.h"
 #include "host/info/UnusedSound.h"
-#include "host/shell/Interrupt.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
 #include "host/timeline/Input.h"
+#include "host/timeline/MediaCatalog.h"
+#include "host/timeline/MediaComparison.h"
+#include "host/timeline/Strictness.h"
 #include "sonrel/base/Timing.h"
 #include "sonrel/media/MediaInfo.h"
-#include "sonrel/media/input/MediaErrors.h"
 
 namespace orlo::host {
 
@@ -44,13 +45,6 @@ Json TextOrNull(const std::string& text) {
     return text.empty() ? Json() : Json(text);
 }
 
-double Seconds(const MediaStreamInfo& stream) {
-    if (stream.kind == MediaStreamKind::Audio && stream.sampleRate > 0) {
-        return static_cast<double>(stream.sampleCount) / stream.sampleRate;
-    }
-    return stream.frameRate > 0.0 ? static_cast<double>(stream.frameCount) / stream.frameRate : 0.0;
-}
-
 /// The number of an audio stream among the audio streams, from 0; -1 for other streams.
 using AudioIndex = int;
 
@@ -62,6 +56,7 @@ Json MediaStreamJson(const MediaStreamInfo& stream, int index, AudioIndex audioI
     if (audioIndex >= 0) json["stream"] = audioIndex;
     json["language"] = TextOrNull(stream.language);
     json["title"] = TextOrNull(stream.title);
+    json["timecode"] = TextOrNull(stream.timecode);
     if (stream.kind == MediaStreamKind::Audio) {
         json["rate"] = stream.sampleRate;
         json["channels"] = stream.channels;
@@ -70,12 +65,12 @@ Json MediaStreamJson(const MediaStreamInfo& stream, int index, AudioIndex audioI
         json["format"] =
             stream.dataType == zrh::media::ZRSampleDataType::Float ? "float" : "integer";
         json["samples"] = stream.sampleCount;
-        json["seconds"] = Seconds(stream);
+        json["seconds"] = StreamSeconds(stream);
         if (stream.error != 0) json["error"] = stream.reason;
     } else if (stream.kind == MediaStreamKind::Video) {
         json["fps"] = stream.frameRate;
         json["frames"] = stream.frameCount;
-        json["seconds"] = Seconds(stream);
+        json["seconds"] = StreamSeconds(stream);
         json["variableFrameRate"] = stream.hasVariableFrameRate;
     }
     if (stream.width > 0) {
@@ -99,7 +94,7 @@ std::string StreamText(const MediaStreamInfo& stream, AudioIndex audioIndex) {
                 std::to_string(stream.bitsPerSample) + " bit " +
                 (stream.dataType == zrh::media::ZRSampleDataType::Float ? "float" : "integer") +
                 ", " + std::to_string(stream.sampleCount) + " samples (" +
-                FormatDuration(Seconds(stream)) + ")";
+                FormatDuration(StreamSeconds(stream)) + ")";
         if (stream.error != 0) text += ", " + stream.reason;
     } else if (stream.kind == MediaStreamKind::Video) {
         text += ", " + std::to_string(stream.width) + "x" + std::to_string(stream.height) + ", " +
@@ -107,34 +102,29 @@ std::string StreamText(const MediaStreamInfo& stream, AudioIndex audioIndex) {
                 (stream.hasVariableFrameRate ? " on average, variable, " : ", ") +
                 std::to_string(stream.frameCount) + " frames";
     }
+    if (!stream.timecode.empty()) text += ", timecode " + OneLine(stream.timecode);
     return text + "\n";
 }
 
 /// Describes media files, as JSON and as text.
 class MediaReport {
 public:
+    explicit MediaReport(MediaCatalog& catalog) : catalog_(catalog) {}
+
     /// @param used    the sounds that are used of the file
     /// @param remedy  added to a note about the others
     /// @return the fault of the file as a clause; empty when it has none
     std::string Add(const std::string& path, const std::vector<zrh::media::SoundChoice>& used,
                     const std::string& remedy) {
-        MediaInfo info;
+        const auto& [info, problem] = catalog_.Describe(path);
         Json entry;
         entry["path"] = path;
         entry["streams"] = Json::Array();
         text_ += "  " + OneLine(path) + "\n";
-        std::string problem;
-        try {
-            RequireMediaFile(path);
-            std::string reason;
-            const int code = zrh::media::DescribeMedia(WidePath(path), &info, &reason);
-            if (Interrupted()) ThrowInterrupted("not all media are described");
-            if (code != 0 && reason == zrh::media::MediaErrorText(code)) RefuseMedia(path, code);
-            if (code != 0) problem = "cannot read " + Quoted(path) + ": " + reason;
-        } catch (const JobError& error) {
-            problem = error.what();
-        }
         entry["format"] = info.format;
+        if (!info.timecode.empty()) entry["timecode"] = info.timecode;
+        if (!info.timeReference.empty()) entry["timeReference"] = info.timeReference;
+        AddTimecodeText(info);
         int index = 0;
         int audioStreams = 0;
         for (const MediaStreamInfo& stream : info.streams) {
@@ -153,19 +143,22 @@ public:
             text_ += "    " + problem + "\n";
         }
         json_.Append(entry);
-        last_ = std::move(info);
         return problem;
     }
 
     const Json& List() const { return json_; }
     const std::string& Text() const { return text_; }
-    /// The description of the last added file.
-    const MediaInfo& Last() const { return last_; }
 
 private:
+    void AddTimecodeText(const MediaInfo& info) {
+        if (!info.timecode.empty()) text_ += "    timecode " + OneLine(info.timecode) + "\n";
+        if (info.timeReference.empty()) return;
+        text_ += "    time reference " + OneLine(info.timeReference) + " samples\n";
+    }
+
+    MediaCatalog& catalog_;
     Json json_ = Json::Array();
     std::string text_;
-    MediaInfo last_;
 };
 
 std::string RatesText(const FrameGrid& grid, double frames) {
@@ -176,32 +169,68 @@ std::string RatesText(const FrameGrid& grid, double frames) {
            FormatDuration(frames / grid.fps) + ")\n";
 }
 
-/// Describes each file of a timeline once. @return the first fault; empty when there is none
-std::string DescribeAll(const std::vector<MediaUse>& media, const std::vector<MediaUse>& missing,
-                        MediaReport& report) {
-    std::set<std::string> done;
-    for (const MediaUse& use : missing) done.insert(use.location.path);
-    std::map<std::string, std::vector<zrh::media::SoundChoice>> sounds;
-    for (const MediaUse& use : media) sounds[use.location.path].push_back(use.sound);
-    std::string problem;
-    for (const MediaUse& use : media) {
-        if (!done.insert(use.location.path).second) continue;
-        const std::string found =
-            report.Add(use.location.path, sounds[use.location.path],
-                       "; metadata.sonrel.stream and .channels of a clip choose others");
-        if (problem.empty()) problem = found;
-    }
-    return problem;
+/// The sound that a clip uses.
+MediaSound SoundOf(const MediaInfo& info, const zrh::media::SoundChoice& sound) {
+    const SoundFit fit = FitOf(info, sound);
+    if (!fit.silence.empty()) return {0.0, fit};
+    zrh::media::SoundChoice resolved;
+    const bool isResolved = zrh::media::ResolveSound(info, sound, &resolved) == 0;
+    const MediaStreamInfo* stream =
+        FindStream(info, MediaStreamKind::Audio, isResolved ? resolved.Stream() : 0);
+    if (stream == nullptr) return {0.0, fit};
+    if (stream->error == 0) return {StreamSeconds(*stream), fit};
+    return {0.0, {"its sound cannot be read: " + stream->reason, {}}};
 }
 
-Outcome TimelineInfo(const GlobalOptions& global, const std::string& input) {
-    const otio::TimelineImport import = ReadTimeline(input, global);
+/// The media files of a timeline.
+struct DescribedMedia {
+    explicit DescribedMedia(MediaCatalog& catalog) : report(catalog) {}
+
+    MediaReport report;
+    MediaSounds sounds;
+    std::string problem;  ///< the first fault; empty when there is none
+};
+
+/// Describes each file of a timeline once.
+DescribedMedia DescribeAll(const std::vector<MediaUse>& media, const std::vector<MediaUse>& missing,
+                           MediaCatalog& catalog) {
+    DescribedMedia described(catalog);
+    std::set<std::string> missingPaths;
+    for (const MediaUse& use : missing) missingPaths.insert(use.location.path);
+    std::map<std::string, std::vector<zrh::media::SoundChoice>> used;
+    for (const MediaUse& use : media) used[use.location.path].push_back(use.sound);
+    std::set<std::string> known;
+    for (const MediaUse& use : media) {
+        const std::string& path = use.location.path;
+        if (missingPaths.contains(path)) {
+            described.sounds[{path, use.sound}] = {0.0, {MISSING_MEDIA_REASON, {}}};
+            continue;
+        }
+        if (known.insert(path).second) {
+            const std::string problem = described.report.Add(
+                path, used[path], "; metadata.sonrel.stream and .channels of a clip choose others");
+            if (described.problem.empty()) described.problem = problem;
+        }
+        const MediaDescription& description = catalog.Describe(path);
+        if (!description.problem.empty()) continue;
+        described.sounds[{path, use.sound}] = SoundOf(description.info, use.sound);
+    }
+    return described;
+}
+
+Outcome TimelineInfo(const GlobalOptions& global, const InfoOptions& options) {
+    const std::string& input = options.input;
+    MediaCatalog catalog;
+    ReadingChoice choice;
+    choice.catalog = &catalog;
+    otio::TimelineImport import = ReadTimeline(input, global, choice);
     const otio::Arrangement& arrangement = import.arrangement;
     const FrameGrid grid = GridOf(arrangement);
     const std::vector<MediaUse> media = CollectMedia(arrangement.tracks);
     const std::vector<MediaUse> missing = MissingMedia(media);
-    MediaReport described;
-    const std::string problem = DescribeAll(media, missing, described);
+    const DescribedMedia described = DescribeAll(media, missing, catalog);
+    CompareWithMedia(arrangement.tracks, arrangement.frameCount, grid, described.sounds,
+                     import.report);
 
     Outcome outcome;
     outcome.report["input"] = input;
@@ -211,35 +240,40 @@ Outcome TimelineInfo(const GlobalOptions& global, const std::string& input) {
     outcome.report["fps"] = arrangement.fps;
     outcome.report["grid"] = arrangement.grid;
     outcome.report["frames"] = FramesJson(arrangement.frameCount, grid);
+    outcome.report["startTimecode"] = FormatTimecode(0, grid);
     outcome.report["tracks"] = TracksJson(arrangement.tracks, grid);
-    outcome.report["media"] = described.List();
+    outcome.report["media"] = described.report.List();
     outcome.report["missing"] = MissingJson(missing);
     outcome.report["notTakenOver"] = NotTakenOverJson(import.report);
 
     outcome.text = "timeline " + Quoted(import.name) + ": " +
-                   RatesText(grid, TimelineFrames(arrangement.frameCount, grid)) +
-                   TracksText(arrangement.tracks, grid);
-    if (!media.empty()) outcome.text += "media\n" + described.Text();
+                   RatesText(grid, TimelineFrames(arrangement.frameCount, grid)) + "starts at " +
+                   FormatTimecode(0, grid) + "\n" + TracksText(arrangement.tracks, grid);
+    if (!media.empty()) outcome.text += "media\n" + described.report.Text();
     for (const MediaUse& use : missing) {
         outcome.text += "  " + OneLine(use.location.path) + "\n    missing\n";
     }
     outcome.text += NotTakenOverText(import.report);
     if (!missing.empty() && !global.allowMissing) {
         outcome.Fail(ExitCode::ConditionFailed, MissingMediaClause(input, missing));
-    } else if (!problem.empty()) {
-        outcome.Fail(ExitCode::JobFailed, problem);
+    } else if (!described.problem.empty()) {
+        outcome.Fail(ExitCode::JobFailed, described.problem);
+    } else if (options.strict) {
+        FailOnEntries(input, import.report, {}, outcome);
     }
     return outcome;
 }
 
 Outcome MediaFileInfo(const GlobalOptions& global, const std::string& input) {
     const std::string path = AbsolutePath(input);
-    MediaReport described;
+    MediaCatalog catalog;
+    MediaReport described(catalog);
     const std::string problem =
         described.Add(path, {zrh::media::SoundChoice()}, "; choose with --stream and --channels");
     if (!problem.empty()) throw JobError(problem);
-    const MediaStreamInfo* picture = FindStream(described.Last(), MediaStreamKind::Video, 0);
-    const MediaStreamInfo* sound = FindStream(described.Last(), MediaStreamKind::Audio, 0);
+    const MediaInfo& info = catalog.Describe(path).info;
+    const MediaStreamInfo* picture = FindStream(info, MediaStreamKind::Video, 0);
+    const MediaStreamInfo* sound = FindStream(info, MediaStreamKind::Audio, 0);
     const int rate = RateFor(global);
     double fps = global.fps.value_or(DEFAULT_FPS);
     long long frames = 0;
@@ -247,7 +281,7 @@ Outcome MediaFileInfo(const GlobalOptions& global, const std::string& input) {
         fps = picture->frameRate;
         frames = picture->frameCount;
     } else if (sound != nullptr) {
-        frames = zrtl::TruncToInt64(zrtl::RoundHalfAway(Seconds(*sound) * fps));
+        frames = zrtl::TruncToInt64(zrtl::RoundHalfAway(StreamSeconds(*sound) * fps));
     }
 
     Outcome outcome;
@@ -270,7 +304,7 @@ Outcome MediaFileInfo(const GlobalOptions& global, const std::string& input) {
 }  // namespace
 
 Outcome RunInfo(const GlobalOptions& global, const InfoOptions& options) {
-    if (otio::IsTimelinePath(options.input)) return TimelineInfo(global, options.input);
+    if (otio::IsTimelinePath(options.input)) return TimelineInfo(global, options);
     return MediaFileInfo(global, options.input);
 }
 

@@ -7,6 +7,7 @@ namespace orlo::host {
 
 void DeclareInfoOptions(CLI::App& command, InfoOptions& options) {
     DeclareInput(command, options.input, "Timeline or media file");
+    DeclareStrict(command, options.strict);
 }
 
 }  // namespace orlo::host

@@ -11,6 +11,7 @@ namespace orlo::host {
 
 struct InfoOptions {
     std::string input;
+    bool strict = false;
 };
 
 void DeclareInfoOptions(CLI::App& command, InfoOptions& options);

@@ -104,7 +104,7 @@ void MediaCollector::Add(const std::string& input) {
 }
 
 void MediaCollector::AddTimeline(const std::string& input) {
-    const otio::TimelineImport import = ReadTimeline(input, global_);
+    otio::TimelineImport import = ReadTimeline(input, global_);
     if (guard_ != nullptr) ProtectTimeline(input, import, *guard_);
     const int rate = import.arrangement.rate;
     for (const MediaUse& use : CollectMedia(import.arrangement.tracks)) {
@@ -114,6 +114,7 @@ void MediaCollector::AddTimeline(const std::string& input) {
             AddClipMedia(input, use, rate);
         }
     }
+    timelines.push_back({input, std::move(import)});
 }
 
 void MediaCollector::AddClipMedia(const std::string& input, const MediaUse& use, int rate) {

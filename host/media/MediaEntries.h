@@ -28,6 +28,12 @@ struct MediaEntry {
     bool missing = false;  ///< a media file of a timeline that does not exist
 };
 
+/// A timeline among the inputs of a command.
+struct CollectedTimeline {
+    std::string input;
+    otio::TimelineImport import;
+};
+
 /// Collects the sounds that the inputs of a command refer to. An input that cannot be read becomes
 /// a separate entry, so that the other inputs are still processed.
 class MediaCollector {
@@ -47,6 +53,7 @@ public:
     void Add(const std::string& input);
 
     std::vector<MediaEntry> entries;
+    std::vector<CollectedTimeline> timelines;
 
 private:
     void AddTimeline(const std::string& input);

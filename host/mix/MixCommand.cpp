@@ -22,7 +22,9 @@
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
 #include "host/timeline/Input.h"
+#include "host/timeline/MediaComparison.h"
 #include "host/timeline/Positions.h"
+#include "host/timeline/Strictness.h"
 #include "sonrel/base/Timing.h"
 
 namespace orlo::host {
@@ -94,16 +96,17 @@ public:
           media_(CollectMedia(nested_ != nullptr ? nested_->composition->tracks
                                                  : import_.arrangement.tracks)),
           missing_(MissingMedia(media_)),
-          guard_(options.overwrite) {
+          guard_(options.overwrite),
+          progress_(global.progress, global.quiet) {
+        // A nested item is mixed from its first frame, whose timecode is 0.
+        if (nested_ != nullptr) grid_.startFrame = 0;
         // A composition has no tracks to meter or to write.
         if (nested_ == nullptr) trackNames_ = TrackNames(import_.arrangement);
         if (options.stems) stemPaths_ = StemPaths(*options.stems, trackNames_);
     }
 
     Outcome Run() {
-        const int frames =
-            nested_ != nullptr ? nested_->composition->frameCount : import_.arrangement.frameCount;
-        const long long total = zrtl::TotalSamples(frames, grid_.rate, grid_.EngineRate());
+        const long long total = zrtl::TotalSamples(FrameCount(), grid_.rate, grid_.EngineRate());
         if (total == 0) {
             throw JobError((nested_ != nullptr ? "the nested item " + Quoted(nested_->name)
                                                : "the timeline " + Quoted(options_.input)) +
@@ -112,6 +115,13 @@ public:
         span_ = ParseSpan(options_.from, options_.to, grid_, total);
         ClaimOutputs();
         if (!missing_.empty() && !global_.allowMissing) return RefuseMissing();
+        ImportMedia(*project_, media_);
+        // With --strict no output is opened before all entries are known: what was written into a
+        // pipe cannot be removed.
+        if (options_.strict) {
+            PrepareMedia();
+            if (!import_.report.Entries().empty()) return RefuseEntries();
+        }
         Mix();
         return Report();
     }
@@ -125,7 +135,8 @@ private:
         for (const std::string& stem : stemPaths_) guard_.Claim(stem);
     }
 
-    Outcome RefuseMissing() {
+    /// The result of a mix that was not written.
+    Outcome Refused() {
         Outcome outcome;
         outcome.report = ReportHead(options_, grid_, true);
         for (const std::string& name : trackNames_) {
@@ -133,9 +144,37 @@ private:
         }
         outcome.report["missing"] = MissingJson(missing_);
         outcome.report["notTakenOver"] = NotTakenOverJson(import_.report);
+        return outcome;
+    }
+
+    Outcome RefuseMissing() {
+        Outcome outcome = Refused();
         outcome.Fail(ExitCode::ConditionFailed,
                      "nothing was written: " + MissingMediaClause(options_.input, missing_));
         return outcome;
+    }
+
+    Outcome RefuseEntries() {
+        Outcome outcome = Refused();
+        outcome.text = NotTakenOverText(import_.report);
+        FailOnEntries(options_.input, import_.report, "nothing was written: ", outcome);
+        return outcome;
+    }
+
+    /// Conforms the media files and compares the clips with them, once.
+    void PrepareMedia() {
+        if (session_) return;
+        session_.emplace(global_);
+        ConformAll(*session_, media_, grid_.rate, progress_);
+        const otio::Arrangement& arrangement = import_.arrangement;
+        const std::vector<otio::PlacedTrack>& tracks =
+            nested_ != nullptr ? nested_->composition->tracks : arrangement.tracks;
+        CompareWithMedia(tracks, FrameCount(), grid_, SoundsOf(media_), import_.report);
+    }
+
+    int FrameCount() const {
+        return nested_ != nullptr ? nested_->composition->frameCount
+                                  : import_.arrangement.frameCount;
     }
 
     MixBlock Blocks(const AudioMixer& mixer, const std::shared_ptr<project::Project>& project) {
@@ -151,38 +190,33 @@ private:
     }
 
     void Mix() {
-        const auto project = std::make_shared<project::Project>();
-        ImportMedia(*project, media_, import_.report);
-
         const auto writer = OpenSoundWriter(options_.output, guard_, grid_.rate, span_.Count());
         std::optional<OutputFile> meters;
         if (!options_.meters.empty()) meters.emplace(options_.meters, guard_);
         std::optional<Stems> stems;
         if (options_.stems) stems.emplace(*options_.stems, stemPaths_, guard_, grid_, span_);
 
-        const EngineSession session(global_);
-        Progress progress(global_.progress, global_.quiet);
-        ConformAll(session, media_, grid_.rate, progress);
-        progress.SetFile(options_.output);
+        PrepareMedia();
+        progress_.SetFile(options_.output);
 
-        AudioMixer& mixer = *session.Engine()->Mixer();
-        const MixBlock mix = Blocks(mixer, project);
+        AudioMixer& mixer = *session_->Engine()->Mixer();
+        const MixBlock mix = Blocks(mixer, project_);
         const ReadCheck reads(mixer, grid_);
         if (options_.normalize) {
             const AfterBlock check = [&](long long, int) { reads.RequireAll(); };
             normalization_ =
                 Normalize({mixer, mix, setGain_, grid_, span_, trackNames_.size(), check}, options_,
-                          progress);
+                          progress_);
         }
         StartMix(mixer, options_, trackNames_.size(), grid_);
         loudness_.emplace(grid_.rate);
         MixSink sink(writer.get(), &*loudness_);
-        if (stems) stems->Begin(project, EngineDither(options_.dither), options_.seed);
+        if (stems) stems->Begin(project_, EngineDither(options_.dither), options_.seed);
         const AfterBlock afterBlock = [&](long long position, int count) {
             reads.RequireAll();
             if (stems) stems->Render(position, count);
         };
-        RenderFrames(mix, grid_, span_, sink, afterBlock, progress);
+        RenderFrames(mix, grid_, span_, sink, afterBlock, progress_);
         mixer.StopMeterSession();
 
         summary_ = Summarize(mixer, trackNames_, span_.start);
@@ -254,6 +288,9 @@ private:
     std::optional<LoudnessMeter> loudness_;
     SetGain setGain_;
     std::optional<Normalization> normalization_;
+    Progress progress_;
+    std::shared_ptr<project::Project> project_ = std::make_shared<project::Project>();
+    std::optional<EngineSession> session_;  ///< set once the media files are prepared
 };
 
 /// A media file has neither tracks nor nested items.
@@ -285,7 +322,8 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
     ClaimSound(options, guard);
     const auto project = std::make_shared<project::Project>();
     const zrh::media::SoundChoice sound = options.sound.Choice();
-    std::vector<MediaUse> media{{{path, {}}, sound, {}, ImportMediaFile(*project, path, sound)}};
+    std::vector<MediaUse> media{
+        {{path, {}}, sound, {}, ImportMediaFile(*project, path, sound), {}}};
     const std::shared_ptr<project::MediaAsset>& asset = media.front().asset;
     const FrameGrid grid{RateFor(global), FrameRateOf(*asset, global)};
 

@@ -62,6 +62,7 @@ void DeclareMixOptions(CLI::App& command, MixOptions& options) {
     DeclareDither(command, options.dither, options.seed);
     DeclareLoudness(command, options);
     command.add_flag("--fail-on-clip", options.failOnClip, "Exit 3 when the mix clips");
+    DeclareStrict(command, options.strict);
 }
 
 }  // namespace orlo::host

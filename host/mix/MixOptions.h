@@ -32,6 +32,7 @@ struct MixOptions {
     std::optional<double> normalize;  ///< LUFS
     std::optional<double> truePeak;   ///< dBTP; only with normalize
     bool failOnClip = false;
+    bool strict = false;
     bool soundFromVideo = false;
     bool overwrite = false;  ///< whether write-protected files may be replaced
 };

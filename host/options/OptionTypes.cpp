@@ -94,6 +94,11 @@ void DeclareInputs(CLI::App& command, std::vector<std::string>& inputs) {
         ->check(InputName());
 }
 
+void DeclareStrict(CLI::App& command, bool& strict) {
+    command.add_flag("--strict", strict,
+                     "Exit 3 when a part of a timeline is left out, changed or silent");
+}
+
 void DeclareOverwrite(CLI::App& command, bool& overwrite) {
     command.add_flag("--overwrite", overwrite, "Replace write-protected files too");
 }

@@ -43,6 +43,9 @@ void DeclareInput(CLI::App& command, std::string& input, const std::string& desc
 /// Declares INPUT with one or more values.
 void DeclareInputs(CLI::App& command, std::vector<std::string>& inputs);
 
+/// Declares --strict.
+void DeclareStrict(CLI::App& command, bool& strict);
+
 /// Declares --overwrite.
 void DeclareOverwrite(CLI::App& command, bool& overwrite);
 

@@ -83,6 +83,8 @@ struct Arrangement {
     int grid = 1;       ///< frames of the engine in a frame of the timeline
     int rate = 48000;
     int frameCount = 0;
+    long long startFrame = 0;  ///< frame number of the timecode at which the timeline starts
+    bool dropFrame = false;    ///< timecodes are drop-frame
     LevelCurve masterLevel;
     std::vector<PlacedTrack> tracks;
 

@@ -108,8 +108,12 @@ bool IsReadMetadata(std::string_view name) {
     return std::find(READ.begin(), READ.end(), name) != READ.end();
 }
 
-/// Builds the document from parser events. Drops markers and the metadata of other programs, which
-/// nothing reads and which make up most of many files.
+/// Levels down to the metadata of the timeline and of its stack, in which a timecode may be
+/// drop-frame.
+constexpr std::size_t TIMELINE_LEVELS = 3;
+
+/// Builds the document from parser events. Drops markers and the metadata of other programs in
+/// tracks and items, which nothing reads and which make up most of many files.
 class DocumentBuilder : public nlohmann::json_sax<nlohmann::json> {
 public:
     explicit DocumentBuilder(const CleanText& source) : source_(source) {}
@@ -131,7 +135,8 @@ public:
     bool key(string_t& name) override {
         if (droppedDepth_ > 0) return true;
         Level& level = levels_.back();
-        dropNext_ = level.isMetadata ? !IsReadMetadata(name) : name == "markers";
+        dropNext_ = level.isMetadata ? levels_.size() > TIMELINE_LEVELS && !IsReadMetadata(name)
+                                     : name == "markers";
         // The content of kept metadata is stored unchanged.
         metadataNext_ = !level.isKept && name == "metadata";
         keptNext_ = level.isKept || level.isMetadata;

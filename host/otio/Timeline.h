@@ -137,6 +137,8 @@ struct Timeline {
     std::optional<double> frameRate;       ///< in the metadata of Sonrel
     RateVotes rates;
     std::optional<int> sampleRate;
+    RationalTime startTime;  ///< global_start_time; its rate is above 0 unless its value is 0
+    bool dropFrame = false;  ///< a timecode in the metadata is drop-frame
     Level masterLevel;
     std::vector<Track> tracks;
 };

@@ -8,7 +8,9 @@
 #include <utility>
 
 #include "host/otio/JsonDocument.h"
+#include "host/otio/StartTimecode.h"
 #include "host/otio/TimelineParser.h"
+#include "host/shell/Timecode.h"
 
 namespace orlo::host::otio {
 
@@ -36,15 +38,18 @@ bool IsFile(const std::string& path) {
 TimelineImport Import(const Json& document, const std::string& folder,
                       const ImportOptions& options) {
     TimelineImport import;
-    const Timeline timeline = ParseTimeline(document, options.soundFrom, import.report);
+    Timeline timeline = ParseTimeline(document, options.soundFrom, import.report);
     const MediaResolver resolver(folder, options.mediaRoots, IsFile);
     import.name = timeline.name;
     import.media = ReferencedMediaOf(document, resolver);
     const double fps = options.rates.fps
                            ? *options.rates.fps
                            : ChooseFrameRate(timeline, import.media, options.pictureRateOf);
+    FindMediaStarts(timeline, fps, resolver, options.mediaClockOf, import.report);
     import.arrangement =
         ArrangeTimeline(timeline, fps, options.rates, options.retime, resolver, import.report);
+    import.arrangement.startFrame = StartFrame(timeline, fps, import.report);
+    import.arrangement.dropFrame = (timeline.dropFrame || options.dropFrame) && HasDropFrame(fps);
     return import;
 }
 

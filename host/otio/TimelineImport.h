@@ -8,6 +8,7 @@
 #include "host/otio/FrameRateChoice.h"
 #include "host/otio/ImportReport.h"
 #include "host/otio/MediaReferences.h"
+#include "host/otio/MediaStarts.h"
 
 /// The reader of OpenTimelineIO timelines. It has three stages, each testable separately: the JSON
 /// document (JsonDocument.h), the values of the timeline (TimelineParser.h), and the timeline in
@@ -20,6 +21,8 @@ struct ImportOptions {
     std::vector<MediaRoot> mediaRoots;
     Track::Kind soundFrom = Track::Kind::Audio;
     PictureRateOf pictureRateOf;  ///< may be empty: no media file is read then
+    MediaClockOf mediaClockOf;    ///< may be empty: timecodes of media files are not used then
+    bool dropFrame = false;       ///< timecodes are drop-frame at frame rates that have it
 };
 
 struct TimelineImport {

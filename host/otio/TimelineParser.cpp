@@ -6,6 +6,7 @@
 #include "host/otio/Fields.h"
 #include "host/otio/FrameRateChoice.h"
 #include "host/otio/SoundParser.h"
+#include "host/otio/StartTimecode.h"
 #include "host/shell/Text.h"
 
 namespace orlo::host::otio {
@@ -307,6 +308,7 @@ void AddTop(const Json& top, Track::Kind wanted, Timeline& timeline, ImportRepor
     timeline.name = StringMember(top, "name");
     ParseTimelineMetadata(top, timeline, report);
     if (schema == "Timeline") {
+        ParseStartTimecode(top, timeline, report);
         const Json* tracks = Member(top, "tracks");
         if (tracks == nullptr || SchemaName(*tracks) != "Stack") {
             throw DocumentError("the timeline has no stack of tracks");

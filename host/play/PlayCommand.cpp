@@ -16,6 +16,8 @@
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
 #include "host/timeline/Input.h"
+#include "host/timeline/MediaComparison.h"
+#include "host/timeline/Strictness.h"
 #include "sonrel/base/Timing.h"
 #include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/project/EditorSequence.h"
@@ -62,7 +64,7 @@ PlayTarget TimelineTarget(const GlobalOptions& global, const PlayOptions& option
     if (!missing.empty() && !global.allowMissing) {
         throw ConditionError(MissingMediaClause(options.input, missing));
     }
-    ImportMedia(*target.project, target.media, target.import.report);
+    ImportMedia(*target.project, target.media);
     return target;
 }
 
@@ -71,7 +73,7 @@ PlayTarget MediaTarget(const GlobalOptions& global, const PlayOptions& options) 
     PlayTarget target;
     target.asset = ImportMediaFile(*target.project, path, options.sound.Choice());
     target.grid = {RateFor(global), FrameRateOf(*target.asset, global)};
-    target.media = {{{path, {}}, options.sound.Choice(), {}, target.asset}};
+    target.media = {{{path, {}}, options.sound.Choice(), {}, target.asset, {}}};
     // The engine plays a media file at the sample rate of the project and at the frame rate of the
     // media file.
     target.project->Sequence()->Settings().SetCustomAudioSampleRate(target.grid.rate);
@@ -97,6 +99,7 @@ public:
             ConformAll(session, target_.media, target_.grid.rate, progress);
         }
         Complete();
+        if (options_.strict && !target_.import.report.Entries().empty()) return RefuseEntries();
         const long long begin = FirstSample();
         PlayOutput output(options_.output, guard_, target_.grid.rate, MaxFrames(begin),
                           options_.bufferMs);
@@ -117,7 +120,10 @@ private:
         if (target_.asset) {
             target_.total = target_.asset->AudioStream()->ConformedSampleCount();
         } else {
-            BuildSequence(target_.import.arrangement, target_.media, *target_.project);
+            otio::TimelineImport& import = target_.import;
+            CompareWithMedia(import.arrangement.tracks, import.arrangement.frameCount, target_.grid,
+                             SoundsOf(target_.media), import.report);
+            BuildSequence(import.arrangement, target_.media, *target_.project);
         }
         if (target_.total == 0) {
             throw JobError("the sound of " + Quoted(options_.input) + " has no length");
@@ -187,7 +193,8 @@ private:
         lastFrame_ = session.LastFrame();
     }
 
-    Outcome Report(const PlayOutput& output) const {
+    /// @param samples  the samples that were played
+    Outcome ReportHead(long long samples) const {
         Outcome outcome;
         outcome.report["input"] = options_.input;
         outcome.report["output"] = options_.output;
@@ -196,9 +203,21 @@ private:
         outcome.report["grid"] = target_.grid.factor;
         outcome.report["lastFrame"] =
             lastFrame_ == PlaybackEngine::NO_FRAME ? Json() : Json(lastFrame_);
-        outcome.report["samples"] =
-            options_.output == PlayOutput::DEVICE ? Json() : Json(output.FramesTaken());
+        outcome.report["samples"] = options_.output == PlayOutput::DEVICE ? Json() : Json(samples);
         outcome.report["notTakenOver"] = NotTakenOverJson(target_.import.report);
+        return outcome;
+    }
+
+    /// The result with --strict and entries.
+    Outcome RefuseEntries() const {
+        Outcome outcome = ReportHead(0);
+        if (!options_.events) outcome.text = NotTakenOverText(target_.import.report);
+        FailOnEntries(options_.input, target_.import.report, "nothing was played: ", outcome);
+        return outcome;
+    }
+
+    Outcome Report(const PlayOutput& output) const {
+        Outcome outcome = ReportHead(output.FramesTaken());
         if (options_.events) return outcome;
         if (PlayOutput::IsFileName(options_.output)) {
             outcome.text =

@@ -26,6 +26,7 @@ void DeclarePlayOptions(CLI::App& command, PlayOptions& options) {
         ->transform(WholeNumber(5, 500));
     DeclareSound(command, options.sound);
     DeclareDither(command, options.dither, options.seed);
+    DeclareStrict(command, options.strict);
     DeclareOverwrite(command, options.overwrite);
 }
 

@@ -23,7 +23,8 @@ struct PlayOptions {
     std::string output = "sdl";  ///< sdl, null or a file
     int bufferMs = 0;            ///< buffer of the sound device; 0 is the library's default
     DitherChoice dither = DitherChoice::HighPass;
-    unsigned int seed = 1;   ///< 0 takes a seed from the clock
+    unsigned int seed = 1;  ///< 0 takes a seed from the clock
+    bool strict = false;
     bool overwrite = false;  ///< whether write-protected files may be replaced
 };
 

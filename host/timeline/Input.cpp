@@ -16,7 +16,9 @@
 #include "host/shell/Paths.h"
 #include "host/shell/SoundText.h"
 #include "host/shell/Text.h"
+#include "host/shell/Timecode.h"
 #include "host/timeline/EffectChains.h"
+#include "host/timeline/MediaCatalog.h"
 #include "host/timeline/SoundProblem.h"
 #include "sonrel/media/ImportMediaAsset.h"
 #include "sonrel/media/MediaInfo.h"
@@ -32,12 +34,22 @@ using project::MediaAsset;
 constexpr int DEFAULT_RATE = 48000;
 constexpr double DEFAULT_FPS = 25.0;
 
+constexpr const char* NO_SOUND_REASON = "its media file has no sound";
+
 /// Why a file does not have the chosen sound; empty where it has, and where it cannot be read.
 std::string ProblemOf(const std::string& path, const zrh::media::SoundChoice& sound) {
     if (sound == zrh::media::SoundChoice() || Interrupted()) return {};
     zrh::media::MediaInfo info;
     if (zrh::media::DescribeMedia(WidePath(path), &info) != 0) return {};
     return SoundProblem(info, sound);
+}
+
+/// The fit of a file; empty where it cannot be read.
+SoundFit FitOf(const std::string& path, const zrh::media::SoundChoice& sound) {
+    if (sound == zrh::media::SoundChoice() || Interrupted()) return {};
+    zrh::media::MediaInfo info;
+    if (zrh::media::DescribeMedia(WidePath(path), &info) != 0) return {};
+    return host::FitOf(info, sound);
 }
 
 /// The first reason why a stream of a file cannot be read; @p otherwise when all can be read.
@@ -60,42 +72,42 @@ std::shared_ptr<MediaAsset> SilentAsset(project::Project& project, const std::st
     return std::make_shared<MediaAsset>(project.Manager(), WidePath(path));
 }
 
-std::shared_ptr<MediaAsset> ImportUse(project::Project& project, const MediaUse& use,
-                                      otio::ImportReport& report) {
+std::shared_ptr<MediaAsset> ImportUse(project::Project& project, MediaUse& use) {
     const std::string& path = use.location.path;
     RequireMediaFile(path);
     try {
         std::shared_ptr<MediaAsset> asset =
             project::ImportMediaAsset(project.Manager(), WidePath(path), use.sound);
-        if (!asset->HasAudio()) report.Add("clip", use.place, "its media file has no sound");
+        if (!asset->HasAudio()) use.fit.silence = NO_SOUND_REASON;
         return asset;
     } catch (const zrh::media::ZRMediaException& error) {
-        const std::string problem = ProblemOf(path, use.sound);
-        if (problem.empty()) RefuseMedia(path, error.Code());
-        if (IsStereoOfMono(path, use.sound)) {
-            report.Add("clip", use.place,
-                       "it uses left and right, and its media file has one channel, which sounds "
-                       "on both sides");
+        use.fit = FitOf(path, use.sound);
+        if (!use.fit.note.empty()) {
             return project::ImportMediaAsset(project.Manager(), WidePath(path));
         }
-        report.Add("clip", use.place,
-                   "it uses " + ClauseOf(use.sound) + ", and its media file " + problem +
-                       "; it is silent");
+        if (use.fit.silence.empty()) RefuseMedia(path, error.Code());
         return SilentAsset(project, path);
     }
 }
 
 /// Frame rate of the picture in a media file; 0 when it cannot be read or has no picture.
-double PictureRate(const std::string& path) {
-    if (Interrupted()) ThrowInterrupted("not all media are read");
-    struct stat status = {};
-    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return 0.0;
-    zrh::media::MediaInfo info;
-    if (zrh::media::DescribeMedia(WidePath(path), &info) != 0) return 0.0;
-    for (const zrh::media::MediaStreamInfo& stream : info.streams) {
-        if (stream.kind == zrh::media::MediaStreamKind::Video) return stream.frameRate;
+double PictureRate(const std::string& path, MediaCatalog& catalog) {
+    const MediaDescription& description = catalog.Describe(path);
+    const auto* picture =
+        zrh::media::FindStream(description.info, zrh::media::MediaStreamKind::Video, 0);
+    return picture == nullptr ? 0.0 : picture->frameRate;
+}
+
+/// Makes timecodes drop-frame when a timecode of a media file is, at frame rates that have it.
+void SetDropFrame(otio::Arrangement& arrangement, MediaCatalog& catalog) {
+    if (arrangement.dropFrame || !HasDropFrame(arrangement.fps)) return;
+    for (const MediaUse& use : CollectMedia(arrangement.tracks)) {
+        if (IsMissing(use.location)) continue;
+        const MediaDescription& description = catalog.Describe(use.location.path);
+        if (!HasDropFrameTimecode(description.info)) continue;
+        arrangement.dropFrame = true;
+        return;
     }
-    return 0.0;
 }
 
 /// The media that clips use, each path and stream once.
@@ -107,7 +119,7 @@ public:
                 if (clip.composition != nullptr) {
                     Add(clip.composition->tracks);
                 } else if (known_.emplace(clip.media.path, clip.sound).second) {
-                    media_.push_back({clip.media, clip.sound, clip.place, nullptr});
+                    media_.push_back({clip.media, clip.sound, clip.place, nullptr, {}});
                 }
             }
         }
@@ -128,12 +140,21 @@ otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions&
     importOptions.rates = {options.fps, options.rate, options.grid, choice.gridLimit};
     importOptions.mediaRoots = options.mediaRoots;
     importOptions.retime = choice.retime;
-    importOptions.pictureRateOf = PictureRate;
+    importOptions.dropFrame = options.dropFrame;
+    MediaCatalog ownCatalog;
+    MediaCatalog& catalog = choice.catalog != nullptr ? *choice.catalog : ownCatalog;
+    importOptions.pictureRateOf = [&](const std::string& path) {
+        return PictureRate(path, catalog);
+    };
+    importOptions.mediaClockOf = [&](const std::string& path, double fps) {
+        return catalog.ClockOf(path, fps);
+    };
     importOptions.soundFrom =
         choice.soundFromVideo ? otio::Track::Kind::Video : otio::Track::Kind::Audio;
     try {
         otio::TimelineImport import = otio::ImportTimeline(input, importOptions);
         DropRefusedEffects(import);
+        SetDropFrame(import.arrangement, catalog);
         return import;
     } catch (const otio::RateError& error) {
         const std::string text =
@@ -146,7 +167,8 @@ otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions&
 }
 
 FrameGrid GridOf(const otio::Arrangement& arrangement) {
-    return {arrangement.rate, arrangement.fps, arrangement.grid};
+    return {arrangement.rate, arrangement.fps, arrangement.grid, arrangement.startFrame,
+            arrangement.dropFrame};
 }
 
 bool IsStereoOfMono(const std::string& path, const zrh::media::SoundChoice& sound) {
@@ -220,17 +242,29 @@ void RefuseMedia(const std::string& path, int code) {
     throw JobError("cannot read " + Quoted(path) + ": " + reason);
 }
 
-void ImportMedia(project::Project& project, std::vector<MediaUse>& media,
-                 otio::ImportReport& report) {
+void ImportMedia(project::Project& project, std::vector<MediaUse>& media) {
     for (MediaUse& use : media) {
         if (IsMissing(use.location)) {
-            report.Add("clip", use.place, "its media file is missing; it is silent");
+            use.fit.silence = MISSING_MEDIA_REASON;
             use.asset = SilentAsset(project, {});
         } else {
-            use.asset = ImportUse(project, use, report);
+            use.asset = ImportUse(project, use);
         }
         project.Assets().Add(use.asset);
     }
+}
+
+SoundFit FitOf(const zrh::media::MediaInfo& info, const zrh::media::SoundChoice& sound) {
+    const std::string problem = SoundProblem(info, sound);
+    if (problem.empty()) return {};
+    if (sound == zrh::media::SoundChoice()) return {NO_SOUND_REASON, {}};
+    if (IsStereoOfMono(info, sound)) {
+        return {{},
+                "it uses left and right, and its media file has one channel, which sounds on both "
+                "sides"};
+    }
+    return {"it uses " + ClauseOf(sound) + ", and its media file " + problem + "; it is silent",
+            {}};
 }
 
 std::shared_ptr<MediaAsset> ImportMediaFile(project::Project& project, const std::string& path,

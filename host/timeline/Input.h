@@ -9,11 +9,22 @@
 #include "host/otio/TimelineImport.h"
 #include "host/shell/Outcome.h"
 #include "host/timeline/Positions.h"
+#include "sonrel/media/MediaInfo.h"
 #include "sonrel/project/CompositionAsset.h"
 #include "sonrel/project/MediaAsset.h"
 #include "sonrel/project/Project.h"
 
 namespace orlo::host {
+
+/// How a media file deviates from the sound that its clips use. Both are clauses, and empty when
+/// the file has the sound.
+struct SoundFit {
+    std::string silence;  ///< why the clips are silent
+    std::string note;     ///< what the clips play instead
+};
+
+/// Compares a media file with a sound.
+SoundFit FitOf(const zrh::media::MediaInfo& info, const zrh::media::SoundChoice& sound);
 
 /// A media file that a timeline uses. Each pair of path and sound is a separate use.
 struct MediaUse {
@@ -21,13 +32,17 @@ struct MediaUse {
     zrh::media::SoundChoice sound;
     otio::SourceLocation place;                  ///< the first clip that uses it
     std::shared_ptr<project::MediaAsset> asset;  ///< null until it is imported
+    SoundFit fit;                                ///< of an imported file
 };
+
+class MediaCatalog;
 
 /// Options for reading a timeline, except the rates.
 struct ReadingChoice {
     bool soundFromVideo = false;
     otio::Retime retime = otio::Retime::Otio;
     otio::GridLimit gridLimit = nullptr;  ///< null: only the limits of the engine
+    MediaCatalog* catalog = nullptr;      ///< shared descriptions of media files; may be null
 };
 
 /// Reads INPUT as a timeline. Effects that cannot be created are removed and reported.
@@ -35,7 +50,7 @@ struct ReadingChoice {
 otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions& options,
                                   const ReadingChoice& choice = {});
 
-/// The frames of a timeline.
+/// The frames and timecodes of a timeline.
 FrameGrid GridOf(const otio::Arrangement& arrangement);
 
 /// The media files that the clips on tracks use, in the order of the clips, nested clips included.
@@ -43,6 +58,9 @@ std::vector<MediaUse> CollectMedia(const std::vector<otio::PlacedTrack>& tracks)
 
 /// Whether a file does not exist, or its URL is not a local file.
 bool IsMissing(const otio::MediaLocation& location);
+
+/// Why the clips of a missing media file are silent.
+constexpr const char* MISSING_MEDIA_REASON = "its media file is missing; it is silent";
 
 /// The first use of each missing path, URLs of files on other machines included.
 std::vector<MediaUse> MissingMedia(const std::vector<MediaUse>& media);
@@ -54,10 +72,9 @@ std::string MissingMediaClause(const std::string& input, const std::vector<Media
 Json MissingJson(const std::vector<MediaUse>& missing);
 
 /// Creates the assets for the media of a timeline and adds them to a project. Missing media become
-/// assets without sound. Media files without sound, and missing streams, are reported.
+/// assets without sound. Media files without sound, and missing streams, are marked as silent.
 /// @throws JobError with the name of a file that cannot be read
-void ImportMedia(project::Project& project, std::vector<MediaUse>& media,
-                 otio::ImportReport& report);
+void ImportMedia(project::Project& project, std::vector<MediaUse>& media);
 
 /// Whether a clip uses left and right of a media file that has only one channel. The channel sounds
 /// on both sides.

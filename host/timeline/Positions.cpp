@@ -3,13 +3,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 #include <optional>
-#include <vector>
 
 #include "host/shell/Errors.h"
 #include "host/shell/Text.h"
+#include "host/shell/Timecode.h"
 #include "sonrel/base/Timing.h"
 
 namespace orlo::host {
@@ -24,43 +23,31 @@ bool TakeSuffix(std::string_view& text, std::string_view suffix) {
     return true;
 }
 
-long long NominalRate(double fps) {
-    return std::max<long long>(1, zrtl::TruncToInt64(zrtl::RoundHalfAway(fps)));
-}
-
-std::vector<std::string_view> SplitAtColons(std::string_view text) {
-    std::vector<std::string_view> fields;
-    while (true) {
-        const std::size_t colon = text.find(':');
-        fields.push_back(text.substr(0, colon));
-        if (colon == std::string_view::npos) return fields;
-        text.remove_prefix(colon + 1);
+/// @return the frame of the timeline; nullopt when the text is not a timecode at the frame rate
+std::optional<double> ParseTimecode(std::string_view text, const FrameGrid& grid,
+                                    const std::string& option) {
+    if (IsDropFrameText(text) && !HasDropFrame(grid.fps)) {
+        throw UsageError(option + " " + Quoted(text) + " is a drop-frame timecode, which " +
+                         FormatNumber(grid.fps, 6) +
+                         " frames a second do not have; write ':' before the frames");
     }
-}
-
-/// Frames of a timecode; nullopt when the text is not a timecode at this frame rate.
-std::optional<double> ParseTimecode(std::string_view text, double fps) {
-    const std::vector<std::string_view> fields = SplitAtColons(text);
-    if (fields.size() != 4) return std::nullopt;
-    double values[4];
-    for (int i = 0; i < 4; ++i) {
-        if (fields[i].find('.') != std::string_view::npos) return std::nullopt;
-        const std::optional<double> value = ParseDecimal(fields[i]);
-        if (!value) return std::nullopt;
-        values[i] = *value;
-    }
-    const auto nominal = static_cast<double>(NominalRate(fps));
-    if (values[1] >= 60.0 || values[2] >= 60.0 || values[3] >= nominal) return std::nullopt;
-    return ((values[0] * 60.0 + values[1]) * 60.0 + values[2]) * nominal + values[3];
+    const std::optional<double> frame = FrameOfTimecode(text, grid.fps);
+    if (!frame) return std::nullopt;
+    const double fromStart = *frame - static_cast<double>(grid.startFrame);
+    if (fromStart >= 0.0) return fromStart;
+    throw UsageError(option + " " + Quoted(text) +
+                     " is before the start of the timeline, which is at " +
+                     FormatTimecode(0, grid));
 }
 
 long long SampleOf(double frame, const FrameGrid& grid) {
     return zrtl::FrameToSample(frame * grid.factor, grid.rate, grid.EngineRate());
 }
 
-std::optional<long long> ToSamples(std::string_view text, const FrameGrid& grid) {
-    if (text.find(':') != std::string_view::npos) {
-        const std::optional<double> frames = ParseTimecode(text, grid.fps);
+std::optional<long long> ToSamples(std::string_view text, const FrameGrid& grid,
+                                   const std::string& option) {
+    if (text.find_first_of(":;") != std::string_view::npos) {
+        const std::optional<double> frames = ParseTimecode(text, grid, option);
         if (!frames) return std::nullopt;
         return SampleOf(*frames, grid);
     }
@@ -95,7 +82,7 @@ long long FrameGrid::FrameOf(long long sample) const {
 }
 
 long long ParsePosition(std::string_view text, const FrameGrid& grid, const std::string& option) {
-    const std::optional<long long> samples = ToSamples(text, grid);
+    const std::optional<long long> samples = ToSamples(text, grid, option);
     if (!samples) {
         throw UsageError(option + " " + Quoted(text) +
                          " is not a position: use seconds (12.5 or 12.5s), frames (300f), samples "
@@ -109,13 +96,7 @@ long long ParsePosition(std::string_view text, const FrameGrid& grid, const std:
 }
 
 std::string FormatTimecode(long long sample, const FrameGrid& grid) {
-    const long long nominal = NominalRate(grid.fps);
-    const long long frame = grid.FrameOf(sample);
-    const long long seconds = frame / nominal;
-    char text[80];
-    std::snprintf(text, sizeof(text), "%02lld:%02lld:%02lld:%02lld", seconds / 3600,
-                  seconds / 60 % 60, seconds % 60, frame % nominal);
-    return text;
+    return TimecodeOfFrame(grid.startFrame + grid.FrameOf(sample), grid.fps, grid.dropFrame);
 }
 
 zrtl::FrameRange ParseSpan(const std::string& from, const std::string& to, const FrameGrid& grid,

@@ -14,9 +14,11 @@ namespace orlo::host {
 /// These are the frames that people count: in positions, timecodes and events. The engine divides
 /// each into @p factor frames, so that cuts can be between the frames of the picture.
 struct FrameGrid {
-    int rate = 48000;   ///< hertz
-    double fps = 25.0;  ///< frames a second
-    int factor = 1;     ///< frames of the engine in a frame
+    int rate = 48000;          ///< hertz
+    double fps = 25.0;         ///< frames a second
+    int factor = 1;            ///< frames of the engine in a frame
+    long long startFrame = 0;  ///< frame number of the timecode of frame 0
+    bool dropFrame = false;    ///< timecodes are printed as drop-frame
 
     /// First sample of a frame: RoundHalfAway(factor * frame * (rate / EngineRate())).
     long long Start(long long frame) const;
@@ -27,7 +29,7 @@ struct FrameGrid {
     /// Frame rate of the engine.
     double EngineRate() const { return factor * fps; }
     /// The frames of the engine as a grid.
-    FrameGrid Engine() const { return {rate, EngineRate(), 1}; }
+    FrameGrid Engine() const { return {rate, EngineRate()}; }
     /// The frame that contains a frame of the engine.
     int FrameOfEngine(int engineFrame) const { return engineFrame / factor; }
     /// The first frame of the engine in a frame.
@@ -39,14 +41,17 @@ struct FrameGrid {
 ///     12.5  12.5s      seconds       RoundHalfAway(seconds * rate)
 ///     300f             frames        FrameGrid::Start(frames), with fractions
 ///     480000smp        samples
-///     00:00:12:10      timecode, without dropped frames, at the nominal rate: the integer
-///                      nearest to fps
+///     01:00:12:10      timecode of the timeline, without dropped frames
+///     01:00:12;10      drop-frame timecode of the timeline
 ///
+/// Seconds, frames and samples count from the beginning of the timeline, timecodes from frame
+/// number grid.startFrame.
 /// @param option  name of the option, for the message
-/// @throws UsageError when the text has another form or the position does not fit into 64 bits
+/// @throws UsageError when the text has another form, when the timecode is before the start, and
+///         when the position does not fit into 64 bits
 long long ParsePosition(std::string_view text, const FrameGrid& grid, const std::string& option);
 
-/// A sample position as timecode at the nominal frame rate, "00:00:12:10".
+/// The timecode of a sample position, "01:00:12:10", or "01:00:12;10" where it is drop-frame.
 std::string FormatTimecode(long long sample, const FrameGrid& grid);
 
 /// The range that --from and --to select of @p total samples.

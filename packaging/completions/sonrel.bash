@@ -35,9 +35,10 @@ _sonrel() {
     case $command in
         "") [[ $current == -* ]] || { COMPREPLY=($(compgen -W "align info conform mix peaks play waveform cache" -- "$current")); return; } ;;
         align) options+=" --stream --channels --min-correlation --plot --otio --overwrite" ;;
-        conform) options+=" --stream --channels --jobs --all-codecs --force" ;;
-        mix) options+=" --stream --channels -o --from --to --dither --seed --stems --composition --meters --normalize --true-peak --fail-on-clip --retime --audio-from --overwrite" ;;
-        play) options+=" --stream --channels --from --reverse --speed --meters --events --output --buffer --dither --seed --overwrite" ;;
+        conform) options+=" --stream --channels --jobs --all-codecs --force --strict" ;;
+        info) options+=" --strict" ;;
+        mix) options+=" --stream --channels -o --from --to --dither --seed --stems --composition --meters --normalize --true-peak --fail-on-clip --strict --retime --audio-from --overwrite" ;;
+        play) options+=" --stream --channels --from --reverse --speed --meters --events --strict --output --buffer --dither --seed --overwrite" ;;
         waveform) options+=" --stream --channels -o --size --style --scale --format --color --background --range --ruler --overwrite" ;;
         peaks) options+=" --stream --channels -o --mode --export --zoom --force --overwrite" ;;
         cache)

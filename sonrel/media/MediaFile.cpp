@@ -6,6 +6,7 @@
 #include "sonrel/media/detail/ChosenStream.h"
 #include "sonrel/media/detail/DownmixedStream.h"
 #include "sonrel/media/detail/MediaFileFactory.h"
+#include "sonrel/media/detail/StreamInfo.h"
 #include "sonrel/media/index/FileIndexer.h"
 #include "sonrel/media/index/IndexCache.h"
 #include "sonrel/media/input/MediaErrors.h"
@@ -41,6 +42,8 @@ MediaFile::MediaFile(std::shared_ptr<const InputFile> file, std::unique_ptr<Demu
     state_->file = std::move(file);
     const AVFormatContext& context = *demuxer_->Context();
     formatName_ = context.iformat->name;
+    timecode_ = TagOf(context.metadata, "timecode");
+    timeReference_ = TagOf(context.metadata, "time_reference");
     for (unsigned int i = 0; i < context.nb_streams; ++i) {
         ownStreams_.push_back(std::make_shared<AudioStream>(state_, context, *context.streams[i]));
         streams_.push_back(ownStreams_.back());

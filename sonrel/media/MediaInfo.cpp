@@ -48,7 +48,11 @@ int Describe(const std::wstring& path, MediaInfo* info, std::string* reason) {
     }
 
     MediaInfo found;
-    if (own != nullptr) found.format = own->FormatName();
+    if (own != nullptr) {
+        found.format = own->FormatName();
+        found.timecode = own->Timecode();
+        found.timeReference = own->TimeReference();
+    }
     for (const auto& stream : file->Streams()) found.streams.push_back(Describe(*stream));
     *info = std::move(found);
     return 0;

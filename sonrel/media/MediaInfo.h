@@ -40,10 +40,17 @@ struct MediaStreamInfo {
     bool hasVariableFrameRate = false;  ///< the frame rate above is an average
     int width = 0;                      ///< pixels
     int height = 0;                     ///< pixels
+
+    std::string timecode;       ///< of the first frame, as the file has it, like "01:00:00:00"
+    double timecodeRate = 0.0;  ///< frames per second that a timecode track counts
 };
 
 struct MediaInfo {
-    std::string format;  ///< short name of the container, like "wav" or "matroska,webm"
+    std::string format;    ///< short name of the container, like "wav" or "matroska,webm"
+    std::string timecode;  ///< of the first frame, as the container has it; empty without one
+    /// Number of samples from midnight to the first sample, as a Broadcast Wave file has it; empty
+    /// without one.
+    std::string timeReference;
     std::vector<MediaStreamInfo> streams;  ///< in file order
 };
 

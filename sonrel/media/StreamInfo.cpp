@@ -75,11 +75,6 @@ bool HasVariableFrameRate(const AVStream& stream) {
     return std::fabs(ratio - 1.0) >= 0.001 && std::fabs(ratio - 2.0) >= 0.002;
 }
 
-std::string TagOf(const AVStream& stream, const char* name) {
-    const AVDictionaryEntry* tag = av_dict_get(stream.metadata, name, nullptr, 0);
-    return tag == nullptr ? std::string() : tag->value;
-}
-
 /// @return empty where the loudspeakers of the channels are unknown
 std::string LayoutOf(const AVChannelLayout& layout) {
     char text[128] = {};
@@ -98,14 +93,20 @@ long long FrameCountOf(const AVFormatContext& context, const AVStream& stream, d
 
 }  // namespace
 
+std::string TagOf(const AVDictionary* tags, const char* name) {
+    const AVDictionaryEntry* entry = av_dict_get(tags, name, nullptr, 0);
+    return entry == nullptr ? std::string() : std::string(entry->value);
+}
+
 MediaStreamInfo InfoOf(const AVFormatContext& context, const AVStream& stream) {
     MediaStreamInfo info;
     info.kind = KindOf(stream);
     info.codec = avcodec_get_name(stream.codecpar->codec_id);
-    info.language = TagOf(stream, "language");
+    info.language = TagOf(stream.metadata, "language");
     // The code for a language that is not determined.
     if (info.language == "und") info.language.clear();
-    info.title = TagOf(stream, "title");
+    info.title = TagOf(stream.metadata, "title");
+    info.timecode = TagOf(stream.metadata, "timecode");
     switch (info.kind) {
         case MediaStreamKind::Audio:
             info.audioCodec = AudioCodecOf(stream.codecpar->codec_id);
@@ -121,6 +122,7 @@ MediaStreamInfo InfoOf(const AVFormatContext& context, const AVStream& stream) {
             info.height = stream.codecpar->height;
             break;
         default:
+            if (!info.timecode.empty()) info.timecodeRate = RateOf(stream.avg_frame_rate);
             break;
     }
     return info;

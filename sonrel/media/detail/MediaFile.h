@@ -24,6 +24,8 @@ public:
     std::shared_ptr<ZRAbstractAudioStream> ChosenSound(const SoundChoice& choice) override;
 
     const std::string& FormatName() const { return formatName_; }
+    const std::string& Timecode() const { return timecode_; }
+    const std::string& TimeReference() const { return timeReference_; }
     /// The reason why Prepare failed, with its numbers; empty where its result is sufficient.
     const std::string& Reason() const { return reason_; }
 
@@ -36,6 +38,8 @@ private:
 
     std::shared_ptr<FileState> state_;
     std::string formatName_;
+    std::string timecode_;
+    std::string timeReference_;
     std::string reason_;
     /// At the start of the file before the preparation; null afterwards.
     std::unique_ptr<Demuxer> demuxer_;

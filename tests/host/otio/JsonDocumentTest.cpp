@@ -87,11 +87,18 @@ TEST(JsonDocument, TooManyValuesAreRefused) {
 
 TEST(JsonDocument, MetadataOfOtherProgramsAndMarkersAreDropped) {
     const Json document = ParseDocument(
-        R"({"metadata":{"cmx":{"a":[1]},"sonrel":{"muted":true,"metadata":{"x":1}},"y":2},)"
-        R"("markers":[{"metadata":{"z":{}}}],"children":[{"metadata":3,"name":"n"},[{"x":1}]]})");
+        R"([[{"metadata":{"cmx":{"a":[1]},"sonrel":{"muted":true,"metadata":{"x":1}},"y":2},)"
+        R"("markers":[{"metadata":{"z":{}}}],"children":[{"metadata":3,"name":"n"},[{"x":1}]]}]])");
 
-    EXPECT_EQ(document.ToLine(), R"({"children":[{"metadata":3,"name":"n"},[{"x":1}]],)"
-                                 R"("metadata":{"sonrel":{"metadata":{"x":1},"muted":true}}})");
+    EXPECT_EQ(document.ToLine(), R"([[{"children":[{"metadata":3,"name":"n"},[{"x":1}]],)"
+                                 R"("metadata":{"sonrel":{"metadata":{"x":1},"muted":true}}}]])");
+}
+
+TEST(JsonDocument, MetadataOfTheTimelineAndOfItsStackStay) {
+    const std::string text = R"({"metadata":{"editor":{"start":"01:00:00;00"}},)"
+                             R"("tracks":{"metadata":{"editor":{"start":"01:00:00;00"}}}})";
+
+    EXPECT_EQ(ParseDocument(text).ToLine(), text);
 }
 
 TEST(JsonDocument, TheLastOfTwoEqualKeysCounts) {

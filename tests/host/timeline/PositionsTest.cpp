@@ -99,6 +99,53 @@ TEST(Positions, TextThatIsNotAPositionIsWrongUsage) {
     }
 }
 
+TEST(Positions, TimecodeCountsFromTheStartOfTheTimeline) {
+    FrameGrid grid = PAL;
+    grid.startFrame = 90000;
+
+    EXPECT_EQ(Position("01:00:12:10", grid), (12 * 25 + 10) * 1920);
+    EXPECT_EQ(Position("12.4", grid), (12 * 25 + 10) * 1920);
+    EXPECT_EQ(Position("310f", grid), (12 * 25 + 10) * 1920);
+    EXPECT_EQ(FormatTimecode(595200, grid), "01:00:12:10");
+}
+
+TEST(Positions, ATimecodeBeforeTheStartIsWrongUsageWithTheStart) {
+    FrameGrid grid = PAL;
+    grid.startFrame = 90000;
+
+    EXPECT_EQ(Position("01:00:00:00", grid), 0);
+    try {
+        Position("00:59:59:24", grid);
+        FAIL();
+    } catch (const UsageError& error) {
+        EXPECT_STREQ(error.what(),
+                     "--from '00:59:59:24' is before the start of the timeline, which is at "
+                     "01:00:00:00");
+    }
+}
+
+TEST(Positions, ASemicolonBeforeTheFramesIsDropFrame) {
+    // An hour of drop-frame timecode has 107892 frames, of other timecode 108000.
+    FrameGrid grid = NTSC;
+    EXPECT_EQ(Position("01:00:00;00", grid), grid.Start(107892));
+    EXPECT_EQ(Position("01:00:00:00", grid), grid.Start(108000));
+    grid.startFrame = 107892;
+    EXPECT_EQ(Position("01:00:10;00", grid), grid.Start(300));
+    grid.dropFrame = true;
+    EXPECT_EQ(FormatTimecode(grid.Start(300), grid), "01:00:10;00");
+}
+
+TEST(Positions, DropFrameTimecodeAtAnotherRateIsWrongUsage) {
+    try {
+        Position("00:00:10;00");
+        FAIL();
+    } catch (const UsageError& error) {
+        EXPECT_STREQ(error.what(),
+                     "--from '00:00:10;00' is a drop-frame timecode, which 25 frames a second do "
+                     "not have; write ':' before the frames");
+    }
+}
+
 TEST(Positions, APositionAbove64BitsIsWrongUsage) {
     EXPECT_THROW(Position("9223372036854775808smp"), UsageError);
     EXPECT_THROW(Position("1000000000000000000f"), UsageError);

@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: MIT
+#include "host/timeline/MediaComparison.h"
+
+#include <algorithm>
+
+#include "host/shell/Text.h"
+#include "sonrel/base/Timing.h"
+#include "sonrel/project/MediaAudioStream.h"
+
+namespace orlo::host {
+
+namespace {
+
+using otio::PlacedClip;
+using otio::PlacedTrack;
+
+/// Silence that is not reported.
+constexpr double TOLERANCE_SECONDS = 0.0005;
+
+/// A range in frames of the engine, with fractions; @p end is exclusive.
+struct Stretch {
+    double begin = 0.0;
+    double end = 0.0;
+};
+
+/// Converts frames of a nested item to frames of the timeline.
+struct TimelineMap {
+    double offset = 0.0;
+    double scale = 1.0;
+
+    double Of(double frame) const { return offset + scale * frame; }
+};
+
+/// The frames of the track on which each clip sounds, those of its transitions included.
+std::vector<Stretch> SoundingFrames(const PlacedTrack& track) {
+    std::vector<Stretch> frames;
+    for (const PlacedClip& clip : track.clips) {
+        frames.push_back(
+            {static_cast<double>(clip.startFrame), static_cast<double>(clip.endFrame)});
+    }
+    for (const otio::PlacedTransition& transition : track.transitions) {
+        const double begin = static_cast<double>(transition.joinFrame) +
+                             static_cast<double>(transition.relativeStartFrame);
+        if (transition.to) {
+            Stretch& to = frames.at(*transition.to);
+            to.begin = std::min(to.begin, begin);
+        }
+        if (transition.from) {
+            Stretch& from = frames.at(*transition.from);
+            from.end = std::max(from.end, begin + transition.length);
+        }
+    }
+    return frames;
+}
+
+double SourceFrame(const PlacedClip& clip, double frame) {
+    return (clip.sourceStartFrame + (frame - clip.startFrame)) * clip.speed;
+}
+
+double TrackFrame(const PlacedClip& clip, double sourceFrame) {
+    return clip.startFrame + (sourceFrame / clip.speed - clip.sourceStartFrame);
+}
+
+class Comparison {
+public:
+    Comparison(const FrameGrid& grid, const MediaSounds& sounds, otio::ImportReport& report)
+        : grid_(grid), sounds_(sounds), report_(report) {}
+
+    /// @param window  the frames of the tracks that sound on the timeline
+    void Add(const std::vector<PlacedTrack>& tracks, const Stretch& window,
+             const TimelineMap& map) const {
+        for (const PlacedTrack& track : tracks) {
+            const std::vector<Stretch> frames = SoundingFrames(track);
+            for (std::size_t i = 0; i < track.clips.size(); ++i) {
+                const Stretch heard{std::max(frames[i].begin, window.begin),
+                                    std::min(frames[i].end, window.end)};
+                if (heard.begin < heard.end) Add(track.clips[i], heard, map);
+            }
+        }
+    }
+
+private:
+    void Add(const PlacedClip& clip, const Stretch& heard, const TimelineMap& map) const {
+        if (clip.composition != nullptr) {
+            if (!clip.muted) AddNested(clip, heard, map);
+            return;
+        }
+        const auto sound = sounds_.find({clip.media.path, clip.sound});
+        if (sound == sounds_.end()) return;
+        const SoundFit& fit = sound->second.fit;
+        if (!fit.note.empty()) report_.Add("clip", clip.place, fit.note);
+        if (!fit.silence.empty()) {
+            report_.Add("clip", clip.place, fit.silence);
+        } else if (!clip.muted) {
+            AddClip(clip, heard, map, sound->second.seconds * grid_.EngineRate());
+        }
+    }
+
+    /// The content of a nested item may be shorter than the item, as after its last sound.
+    void AddNested(const PlacedClip& clip, const Stretch& heard, const TimelineMap& map) const {
+        const double length = clip.composition->frameCount;
+        const Stretch wanted{SourceFrame(clip, heard.begin), SourceFrame(clip, heard.end)};
+        if (wanted.begin >= length || wanted.end <= 0.0) {
+            Report("nested " + clip.composition->schema, clip, wanted, "its content has", length,
+                   Silence(heard, map));
+            return;
+        }
+        const TimelineMap inner{map.Of(TrackFrame(clip, 0.0)), map.scale / clip.speed};
+        Add(clip.composition->tracks, {std::max(wanted.begin, 0.0), std::min(wanted.end, length)},
+            inner);
+    }
+
+    /// @param length  of the media file, in frames
+    void AddClip(const PlacedClip& clip, const Stretch& heard, const TimelineMap& map,
+                 double length) const {
+        const double first = std::clamp(TrackFrame(clip, 0.0), heard.begin, heard.end);
+        const double last = std::clamp(TrackFrame(clip, length), heard.begin, heard.end);
+        const double tolerance = TOLERANCE_SECONDS * grid_.EngineRate() / map.scale;
+        std::string silence;
+        if (first - heard.begin > tolerance) silence = Silence({heard.begin, first}, map);
+        if (heard.end - last > tolerance && first < heard.end) {
+            silence += (silence.empty() ? "" : " and ") + Silence({last, heard.end}, map);
+        }
+        if (silence.empty()) return;
+        const Stretch wanted{SourceFrame(clip, heard.begin), SourceFrame(clip, heard.end)};
+        Report("clip", clip, wanted, "the file has", length, silence);
+    }
+
+    std::string Silence(const Stretch& frames, const TimelineMap& map) const {
+        return "from " + Timecode(map.Of(frames.begin)) + " to " + Timecode(map.Of(frames.end));
+    }
+
+    /// A frame of the engine in frames of the timeline.
+    std::string FrameNumber(double frame) const { return FormatNumber(frame / grid_.factor, 3); }
+
+    std::string Timecode(double frame) const {
+        return FormatTimecode(zrtl::FrameToSample(frame, grid_.rate, grid_.EngineRate()), grid_);
+    }
+
+    void Report(const std::string& what, const PlacedClip& clip, const Stretch& wanted,
+                const char* owner, double length, const std::string& silence) const {
+        report_.Add(what, clip.place,
+                    "it asks for frames " + FrameNumber(wanted.begin) + " to " +
+                        FrameNumber(wanted.end) + ", " + owner + " " + FrameNumber(length) +
+                        "; it is silent " + silence);
+    }
+
+    const FrameGrid& grid_;
+    const MediaSounds& sounds_;
+    otio::ImportReport& report_;
+};
+
+MediaSound SoundOf(const MediaUse& use) {
+    if (!use.fit.silence.empty()) return {0.0, use.fit};
+    const auto& stream = use.asset->AudioStream();
+    const double rate = stream->ConformedSampleRate();
+    return {rate > 0.0 ? static_cast<double>(stream->ConformedSampleCount()) / rate : 0.0, use.fit};
+}
+
+}  // namespace
+
+MediaSounds SoundsOf(const std::vector<MediaUse>& media) {
+    MediaSounds sounds;
+    for (const MediaUse& use : media) {
+        sounds.insert_or_assign({use.location.path, use.sound}, SoundOf(use));
+    }
+    return sounds;
+}
+
+void CompareWithMedia(const std::vector<otio::PlacedTrack>& tracks, int frameCount,
+                      const FrameGrid& grid, const MediaSounds& sounds,
+                      otio::ImportReport& report) {
+    Comparison(grid, sounds, report).Add(tracks, {0.0, static_cast<double>(frameCount)}, {});
+}
+
+}  // namespace orlo::host

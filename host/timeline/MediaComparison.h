@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/otio/TimelineImport.h"
+#include "host/timeline/Input.h"
+#include "host/timeline/Positions.h"
+
+namespace orlo::host {
+
+/// The sound that clips use, as far as it matters to them.
+struct MediaSound {
+    double seconds = 0.0;
+    SoundFit fit;
+};
+
+/// By path and sound. Clips of other sounds are not compared.
+using MediaSounds = std::map<std::pair<std::string, zrh::media::SoundChoice>, MediaSound>;
+
+/// The sound of imported media files.
+/// @param media  conformed, except the media files without sound
+MediaSounds SoundsOf(const std::vector<MediaUse>& media);
+
+/// Compares each clip with its media file, nested clips included, and reports clips that are silent
+/// for more than half a millisecond because their media file has no sound there. The frames that
+/// transitions play count. Muted clips are not compared with the length of their media file.
+/// @param tracks      of a timeline or of a nested item
+/// @param frameCount  length of the timeline or the nested item
+/// @param grid        of the tracks, for the timecodes in the report
+void CompareWithMedia(const std::vector<otio::PlacedTrack>& tracks, int frameCount,
+                      const FrameGrid& grid, const MediaSounds& sounds, otio::ImportReport& report);
+
+}  // namespace orlo::host
