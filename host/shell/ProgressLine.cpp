@@ -79,7 +79,7 @@ std::string ProgressLine(const ProgressState& state, int columns) {
         {state.step, left},
         {state.step, percent}};
     for (const auto& [head, tail] : choices) {
-        const std::string line = LineWithBar(state, head, tail, room);
+        std::string line = LineWithBar(state, head, tail, room);
         if (!line.empty()) return line;
     }
     return CutToColumns(state.step + " " + percent, room);
