@@ -26,7 +26,7 @@ const char* StateName(CacheEntry::State state) {
     return "orphan";
 }
 
-/// The sound that the stream index of a record stands for.
+/// Decodes the choice of stream and channels in the stream index of a record.
 zrh::media::SoundChoice SoundOf(const project::CacheRecord& record) {
     return zrh::media::SoundChoice::FromNumber(static_cast<unsigned long long>(record.streamIndex));
 }

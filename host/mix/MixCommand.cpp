@@ -116,8 +116,8 @@ public:
         ClaimOutputs();
         if (!missing_.empty() && !global_.allowMissing) return RefuseMissing();
         ImportMedia(*project_, media_);
-        // With --strict no output is opened before all entries are known: what was written into a
-        // pipe cannot be removed.
+        // With --strict no output is opened before all entries are known: bytes in a pipe cannot be
+        // removed.
         if (options_.strict) {
             PrepareMedia();
             if (!import_.report.Entries().empty()) return RefuseEntries();

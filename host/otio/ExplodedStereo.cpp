@@ -24,7 +24,7 @@ const TimeRange* ExtentOf(const Item& item) {
     return nullptr;
 }
 
-/// What the two halves of a stereo clip have in common: file, position, range, and the pair of
+/// The key that both halves of a stereo clip share: file, position, range, and the pair of
 /// channels. Times are in milliseconds.
 using PairKey = std::tuple<std::string, double, double, double, int>;
 
@@ -71,7 +71,7 @@ private:
         return false;
     }
 
-    /// A half without the other one on an exploded track stands for both: the adapter of
+    /// A half without a second half on an exploded track is used for both channels: the adapter of
     /// OpenTimelineIO keeps only the first track of a stereo track.
     static void SetSound(const Half& half, bool hasOther) {
         const int channel = half.item->sourceTrack;

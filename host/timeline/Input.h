@@ -20,7 +20,7 @@ namespace orlo::host {
 /// the file has the sound.
 struct SoundFit {
     std::string silence;  ///< why the clips are silent
-    std::string note;     ///< what the clips play instead
+    std::string note;     ///< the sound that the clips play instead
 };
 
 /// Compares a media file with a sound.

@@ -48,8 +48,8 @@ double TrackRate(const MediaInfo& info) {
     return 0.0;
 }
 
-/// Whether a timecode can number the frames of a picture: each number stands for one frame, or for
-/// the same number of frames.
+/// Whether a timecode can number the frames of a picture: one of the two rates is a whole
+/// multiple of the other.
 bool AreCompatible(double timecodeRate, double pictureRate) {
     const double ratio = std::max(timecodeRate, pictureRate) / std::min(timecodeRate, pictureRate);
     return std::abs(ratio - std::round(ratio)) < 0.01;

@@ -48,7 +48,7 @@ std::vector<ChosenStream::Target> ChosenStream::TargetsOf(const AudioStream* str
     return targets;
 }
 
-/// Copies the channels of the targets. @p buffer contains silence for what the stream does not have
+/// Copies the channels of the targets. @p buffer contains silence for channels that do not exist.
 MediaError ChosenStream::ReadStream(AudioStream& stream, long long start, int count,
                                     const std::vector<Target>& targets, std::uint8_t* buffer) {
     const auto sampleBytes = static_cast<std::size_t>(BitsPerSample() / 8);

@@ -23,7 +23,7 @@ from figures import Figure, merged
 from outputcases import DATABASE, OLD, OUTPUTS, PAIRS, Shop, edit
 
 JOBS = 2
-EXAMPLES = 20  # of what is wrong, in the details of a figure
+EXAMPLES = 20  # faults that the details of a figure list
 
 # How a name can be spelled, in the folder of the run.
 SPELLINGS = {

@@ -28,7 +28,7 @@ SYSTEM = [re.compile(pattern) for pattern in (
     r"/proc/locks|/proc/\d+/comm",  # who has locked the database
     r"/dev/u?random",  # seeds
 )]
-NOTHING = b"/dev/null"  # takes what the sound libraries print
+NOTHING = b"/dev/null"  # receives the messages of the sound libraries
 
 CALL = re.compile(r"^(\d+) +(\w+)\((.*)$", re.S)
 RESUMED = re.compile(r"^(\d+) +<\.\.\. (\w+) resumed>(.*)$", re.S)

@@ -27,7 +27,7 @@ import mediatraps
 import traced
 
 JOBS = 2
-EXAMPLES = 20  # of what is wrong, in the details of a figure
+EXAMPLES = 20  # faults that the details of a figure list
 
 
 class Arena:

@@ -19,7 +19,7 @@ const AVCodec* FindDecoder(AVCodecID codec) {
     return decoder != nullptr ? decoder : avcodec_find_decoder(codec);
 }
 
-/// Memory that is short is no damage of the file: it must not become silence.
+/// A lack of memory is not damage of the file and must not become silence.
 /// @throws std::bad_alloc
 int RequireMemory(int result) {
     if (result == AVERROR(ENOMEM)) throw std::bad_alloc();
