@@ -6,8 +6,8 @@
 
 #include "fuzz/Support.h"
 #include "fuzz/TimelineMix.h"
+#include "host/arrangement/TimelineImport.h"
 #include "host/otio/JsonDocument.h"
-#include "host/otio/TimelineImport.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "fuzz/Support.h"
-#include "host/otio/TimelineImport.h"
+#include "host/arrangement/TimelineImport.h"
 
 namespace sonrel_fuzz {
 

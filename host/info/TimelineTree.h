@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "host/otio/Arrangement.h"
+#include "host/arrangement/Arrangement.h"
 #include "host/shell/Outcome.h"
 #include "host/timeline/Positions.h"
 

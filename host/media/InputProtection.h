@@ -3,8 +3,8 @@
 
 #include <string>
 
+#include "host/arrangement/TimelineImport.h"
 #include "host/options/GlobalOptions.h"
-#include "host/otio/TimelineImport.h"
 #include "host/output/OutputGuard.h"
 
 /// Protection of the files that no output of a command may replace.

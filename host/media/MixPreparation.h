@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "host/arrangement/Arrangement.h"
 #include "host/media/EngineSession.h"
 #include "host/options/GlobalOptions.h"
-#include "host/otio/Arrangement.h"
 #include "host/shell/Progress.h"
 #include "host/timeline/Input.h"
 

@@ -4,9 +4,9 @@
 #include <optional>
 #include <string>
 
+#include "host/arrangement/Arrangement.h"
 #include "host/options/DitherChoice.h"
 #include "host/options/SoundOptions.h"
-#include "host/otio/Arrangement.h"
 
 namespace CLI {
 class App;

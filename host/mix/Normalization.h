@@ -4,10 +4,10 @@
 #include <memory>
 #include <string>
 
+#include "host/arrangement/Arrangement.h"
 #include "host/mix/GainSearch.h"
 #include "host/mix/MixOptions.h"
 #include "host/mix/MixRender.h"
-#include "host/otio/Arrangement.h"
 #include "host/shell/Outcome.h"
 
 namespace orlo::host {

@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "host/otio/TimelineImport.h"
+#include "host/arrangement/TimelineImport.h"
 #include "sonrel/plugins/AbstractPluginAudio.h"
 #include "sonrel/plugins/AbstractPluginAudioTransition.h"
 

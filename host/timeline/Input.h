@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "host/arrangement/TimelineImport.h"
 #include "host/options/GlobalOptions.h"
-#include "host/otio/TimelineImport.h"
 #include "host/shell/Outcome.h"
 #include "host/timeline/Positions.h"
 #include "sonrel/media/MediaInfo.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "host/otio/Arrangement.h"
+#include "host/arrangement/Arrangement.h"
 #include "sonrel/plugins/PropertyManager.h"
 
 namespace orlo::host {

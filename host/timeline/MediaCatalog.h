@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "host/otio/MediaStarts.h"
+#include "host/arrangement/MediaStarts.h"
 #include "sonrel/media/MediaInfo.h"
 
 namespace orlo::host {

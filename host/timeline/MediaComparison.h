@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/otio/TimelineImport.h"
+#include "host/arrangement/TimelineImport.h"
 #include "host/timeline/Input.h"
 #include "host/timeline/Positions.h"
 

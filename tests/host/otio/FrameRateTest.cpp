@@ -5,7 +5,7 @@
 
 #include <map>
 
-#include "tests/host/otio/ImportRig.h"
+#include "tests/host/arrangement/ImportRig.h"
 
 namespace orlo::host::otio {
 namespace {

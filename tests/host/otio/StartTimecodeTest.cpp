@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include "tests/host/otio/ImportRig.h"
+#include "tests/host/arrangement/ImportRig.h"
 
 namespace sonrel_tests {
 namespace {

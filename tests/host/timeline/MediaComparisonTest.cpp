@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/host/otio/ImportRig.h"
+#include "tests/host/arrangement/ImportRig.h"
 
 namespace sonrel_tests {
 namespace {

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <optional>
 
-#include "host/otio/Arrangement.h"
+#include "host/arrangement/Arrangement.h"
 #include "host/otio/ImportReport.h"
 
 namespace orlo::host::otio {

@@ -3,8 +3,8 @@
 
 #include <limits>
 
-#include "host/otio/TimelineImport.h"
-#include "tests/host/otio/ImportRig.h"
+#include "host/arrangement/TimelineImport.h"
+#include "tests/host/arrangement/ImportRig.h"
 
 namespace orlo::host::otio {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "host/otio/TimelineImport.h"
+#include "host/arrangement/TimelineImport.h"
 #include "tests/host/TimelineDocument.h"
 
 namespace sonrel_tests {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/otio/LevelCurves.h"
+#include "host/arrangement/LevelCurves.h"
 
 #include <algorithm>
 #include <cmath>

@@ -6,11 +6,11 @@
 #include <optional>
 #include <vector>
 
-#include "host/otio/Arrangement.h"
-#include "host/otio/GridMoments.h"
+#include "host/arrangement/Arrangement.h"
+#include "host/arrangement/GridMoments.h"
+#include "host/arrangement/TransitionArranger.h"
 #include "host/otio/ImportReport.h"
 #include "host/otio/MediaResolver.h"
-#include "host/otio/TransitionArranger.h"
 
 namespace orlo::host::otio {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/otio/GridMoments.h"
+#include "host/arrangement/GridMoments.h"
 
 #include <algorithm>
 #include <cmath>

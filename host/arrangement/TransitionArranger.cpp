@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/otio/TransitionArranger.h"
+#include "host/arrangement/TransitionArranger.h"
 
 #include <limits>
 

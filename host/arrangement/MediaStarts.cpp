@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/otio/MediaStarts.h"
+#include "host/arrangement/MediaStarts.h"
 
 #include <algorithm>
 #include <cmath>

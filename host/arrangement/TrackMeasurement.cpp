@@ -2,7 +2,7 @@
 #include <cmath>
 #include <limits>
 
-#include "host/otio/TrackArranger.h"
+#include "host/arrangement/TrackArranger.h"
 
 namespace orlo::host::otio {
 

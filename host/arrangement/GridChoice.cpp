@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/otio/GridChoice.h"
+#include "host/arrangement/GridChoice.h"
 
 #include <algorithm>
 #include <limits>

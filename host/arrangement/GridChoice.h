@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "host/otio/Arrangement.h"
-#include "host/otio/GridMoments.h"
+#include "host/arrangement/Arrangement.h"
+#include "host/arrangement/GridMoments.h"
 
 namespace orlo::host::otio {
 

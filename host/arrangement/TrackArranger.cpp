@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "host/otio/TrackArranger.h"
+#include "host/arrangement/TrackArranger.h"
 
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
+#include "host/arrangement/LevelCurves.h"
 #include "host/otio/JsonDocument.h"
-#include "host/otio/LevelCurves.h"
 #include "host/shell/Text.h"
 #include "sonrel/base/Timing.h"
 

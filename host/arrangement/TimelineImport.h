@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "host/otio/Arrangement.h"
+#include "host/arrangement/Arrangement.h"
+#include "host/arrangement/MediaStarts.h"
 #include "host/otio/FrameRateChoice.h"
 #include "host/otio/ImportReport.h"
 #include "host/otio/MediaReferences.h"
-#include "host/otio/MediaStarts.h"
 
 /// The reader of OpenTimelineIO timelines. It has three stages, each testable separately: the JSON
 /// document (JsonDocument.h), the values of the timeline (TimelineParser.h), and the timeline in

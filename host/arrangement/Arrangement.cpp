@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include "host/otio/Arrangement.h"
+#include "host/arrangement/Arrangement.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "host/otio/GridChoice.h"
+#include "host/arrangement/GridChoice.h"
+#include "host/arrangement/LevelCurves.h"
+#include "host/arrangement/TrackArranger.h"
 #include "host/otio/JsonDocument.h"
-#include "host/otio/LevelCurves.h"
-#include "host/otio/TrackArranger.h"
 #include "host/shell/Text.h"
 
 namespace orlo::host::otio {

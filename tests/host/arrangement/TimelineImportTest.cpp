@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "host/otio/TimelineImport.h"
+#include "host/arrangement/TimelineImport.h"
 
 #include <gtest/gtest.h>
 
 #include "host/otio/JsonDocument.h"
-#include "tests/host/otio/ImportRig.h"
+#include "tests/host/arrangement/ImportRig.h"
 
 namespace orlo::host::otio {
 namespace {

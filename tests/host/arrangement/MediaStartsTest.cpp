@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "host/otio/MediaStarts.h"
+#include "host/arrangement/MediaStarts.h"
 
 #include <gtest/gtest.h>
 
-#include "tests/host/otio/ImportRig.h"
+#include "tests/host/arrangement/ImportRig.h"
 
 namespace sonrel_tests {
 namespace {

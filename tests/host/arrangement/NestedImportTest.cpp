@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
-#include "host/otio/TimelineImport.h"
-#include "tests/host/otio/ImportRig.h"
+#include "host/arrangement/TimelineImport.h"
+#include "tests/host/arrangement/ImportRig.h"
 
 namespace orlo::host::otio {
 namespace {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/otio/TimelineImport.h"
+#include "host/arrangement/TimelineImport.h"
 
 #include <algorithm>
 #include <cctype>

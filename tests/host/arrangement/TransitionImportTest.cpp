@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 
+#include "host/arrangement/TimelineImport.h"
 #include "host/otio/JsonDocument.h"
-#include "host/otio/TimelineImport.h"
-#include "tests/host/otio/ImportRig.h"
+#include "tests/host/arrangement/ImportRig.h"
 
 namespace orlo::host::otio {
 namespace {
