@@ -1,6 +1,8 @@
-// SPDX-License-Identifier: MIT Compares the sample conversion with its reference implementation, on
-// every path of this processor, and exits 1 at the first difference: without dither all 2^32 bit
-// patterns of a float, and millions of frames of every kind of value with each dither.
+// SPDX-License-Identifier: MIT
+
+// Compares the sample conversion with its reference implementation, on every path of this
+// processor, and exits 1 at the first difference: without dither all 2^32 bit patterns of a float,
+// and millions of frames of every kind of value with each dither.
 #include <cstdint>
 #include <cstdio>
 #include <cstring>

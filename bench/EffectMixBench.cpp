@@ -1,6 +1,8 @@
-// SPDX-License-Identifier: MIT The cost of effects in a mix: sixteen tracks mixed frame by frame,
-// without effects and with a chain of four effects on each clip. Allocations are for each block of
-// all tracks, without the first block.
+// SPDX-License-Identifier: MIT
+
+// The cost of effects in a mix: sixteen tracks mixed frame by frame, without effects and with a
+// chain of four effects on each clip. Allocations are for each block of all tracks, without the
+// first block.
 #include <benchmark/benchmark.h>
 
 #include <cstddef>

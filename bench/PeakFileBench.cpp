@@ -1,5 +1,7 @@
-// SPDX-License-Identifier: MIT Peak files: the summary of a block, the folds of the reader and the
-// whole writer, and the reference, which works on one sample and one byte at a time.
+// SPDX-License-Identifier: MIT
+
+// Peak files: the summary of a block, the folds of the reader and the whole writer, and the
+// reference, which works on one sample and one byte at a time.
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
 

@@ -1,6 +1,8 @@
-// SPDX-License-Identifier: MIT The operations of the project library that the mix and the caches
-// use: property values and objects at least once for each block, samples once for each object and
-// block, the database once for each file.
+// SPDX-License-Identifier: MIT
+
+// The operations of the project library that the mix and the caches use: property values and
+// objects at least once for each block, samples once for each object and block, the database once
+// for each file.
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
 

@@ -1,5 +1,7 @@
-// SPDX-License-Identifier: MIT Compares the resampler with its reference implementation, on every
-// path of this processor, and exits 1 at the first difference:
+// SPDX-License-Identifier: MIT
+
+// Compares the resampler with its reference implementation, on every path of this processor, and
+// exits 1 at the first difference:
 //   resampler_proof [output frames of the formula, in millions; 52]
 // The formula takes about 1.2 microseconds a frame.
 #include <cstdio>

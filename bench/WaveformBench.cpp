@@ -1,6 +1,8 @@
-// SPDX-License-Identifier: MIT Images of peak files: whole streams of a minute to ten hours, and
-// ten seconds of each. Where ffmpeg is installed, its showwavespic filter draws the same hour from
-// a media file in the same run; the program exits 1 when the image is less than 60 times as fast.
+// SPDX-License-Identifier: MIT
+
+// Images of peak files: whole streams of a minute to ten hours, and ten seconds of each. Where
+// ffmpeg is installed, its showwavespic filter draws the same hour from a media file in the same
+// run; the program exits 1 when the image is less than 60 times as fast.
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
 #include <sys/resource.h>

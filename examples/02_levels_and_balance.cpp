@@ -1,5 +1,7 @@
-// SPDX-License-Identifier: MIT Puts one recording on two tracks, one left and quiet, one right and
-// fading, and prints the peak of each channel:
+// SPDX-License-Identifier: MIT
+
+// Puts one recording on two tracks, one left and quiet, one right and fading, and prints the peak
+// of each channel:
 //   02_levels_and_balance recording.flac
 #include <algorithm>
 #include <cstdio>

@@ -1,6 +1,7 @@
-// SPDX-License-Identifier: MIT Filters a recording with an effect, which averages eight samples,
-// and prints the extreme values of the first second. The effect reads earlier samples and has no
-// state:
+// SPDX-License-Identifier: MIT
+
+// Filters a recording with an effect, which averages eight samples, and prints the extreme values
+// of the first second. The effect reads earlier samples and has no state:
 //   05_write_an_effect recording.flac
 #include <algorithm>
 #include <cstdio>

@@ -1,6 +1,7 @@
-// SPDX-License-Identifier: MIT Changes of a database that keep it a database, in addition to
-// changes of its bytes: hostile values, dropped and renamed tables, triggers and views in place of
-// tables, other versions.
+// SPDX-License-Identifier: MIT
+
+// Changes of a database that keep it a database, in addition to changes of its bytes: hostile
+// values, dropped and renamed tables, triggers and views in place of tables, other versions.
 #include <sqlite3.h>
 
 #include <cstdint>

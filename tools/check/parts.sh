@@ -198,6 +198,9 @@ tidy_sources() {
         xargs -P "$(nproc)" -n 4 clang-tidy-14 -p build/clang --quiet --warnings-as-errors='*'
 }
 
+# Each file names its licence, in its first lines or in .reuse/dep5.
+licences() { check "Licence of every file" reuse lint; }
+
 packages() { check "Debian packages" build_packages; }
 
 build_packages() {

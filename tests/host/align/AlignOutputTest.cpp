@@ -1,4 +1,6 @@
-// SPDX-License-Identifier: MIT The outputs of align, wrong usage and bad inputs.
+// SPDX-License-Identifier: MIT
+
+// The outputs of align, wrong usage and bad inputs.
 #include <gtest/gtest.h>
 
 #include <filesystem>

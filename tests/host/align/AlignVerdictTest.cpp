@@ -1,4 +1,6 @@
-// SPDX-License-Identifier: MIT The verdicts of align.
+// SPDX-License-Identifier: MIT
+
+// The verdicts of align.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,5 +1,7 @@
-// SPDX-License-Identifier: MIT Programs that change one cache at the same time. The program under
-// test is stopped at a chosen file operation, and the test then acts as the other program.
+// SPDX-License-Identifier: MIT
+
+// Programs that change one cache at the same time. The program under test is stopped at a chosen
+// file operation, and the test then acts as the other program.
 #include <gmock/gmock.h>
 
 #include "sonrel/cache/CacheFileCheck.h"

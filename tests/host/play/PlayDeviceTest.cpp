@@ -1,4 +1,6 @@
-// SPDX-License-Identifier: MIT Playback on a sound device when the sound server ends or freezes.
+// SPDX-License-Identifier: MIT
+
+// Playback on a sound device when the sound server ends or freezes.
 #include <gmock/gmock.h>
 #include <signal.h>
 

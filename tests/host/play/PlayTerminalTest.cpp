@@ -1,4 +1,6 @@
-// SPDX-License-Identifier: MIT The player on a terminal, controlled by keys.
+// SPDX-License-Identifier: MIT
+
+// The player on a terminal, controlled by keys.
 #include <gmock/gmock.h>
 
 #include <string>
