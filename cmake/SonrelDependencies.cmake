@@ -15,11 +15,15 @@ endif()
 if(SONREL_BUILD_HOST)
     find_package(CLI11 REQUIRED)
     find_package(nlohmann_json REQUIRED)
-    pkg_check_modules(EBUR128 REQUIRED IMPORTED_TARGET libebur128)
 endif()
 
 if(SONREL_BUILD_TESTS)
     find_package(GTest REQUIRED)
+endif()
+
+# Another loudness meter, for comparison.
+if(SONREL_BUILD_TESTS OR SONREL_BUILD_BENCHMARKS OR SONREL_BUILD_HOST)
+    pkg_check_modules(EBUR128 REQUIRED IMPORTED_TARGET libebur128)
 endif()
 
 if(SONREL_BUILD_BENCHMARKS)

@@ -78,6 +78,16 @@ SONREL_ALWAYS_INLINE void JoinPairs(const Vector& first, const Vector& second, V
     high = __builtin_shufflevector(first, second, (COUNT / 2 + LANE / 2 + (LANE % 2) * COUNT)...);
 }
 
+/// Splits a vector of stereo frames of 16 bits into the values of its channels.
+template <typename L>
+SONREL_ALWAYS_INLINE void LoadFrames(const short* frames, typename L::Floats& left,
+                                     typename L::Floats& right) {
+    typename L::Ints pairs;
+    Load(pairs, frames);
+    left = __builtin_convertvector((pairs << 16) >> 16, typename L::Floats);
+    right = __builtin_convertvector(pairs >> 16, typename L::Floats);
+}
+
 #pragma GCC diagnostic push
 #if !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wpsabi"  // the built-in functions return vectors

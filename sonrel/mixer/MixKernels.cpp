@@ -103,16 +103,6 @@ struct PowerEachFrame {
     }
 };
 
-// Splits a vector of frames, each 32 bits, into its channels.
-template <typename L>
-SONREL_ALWAYS_INLINE void LoadFrames(const short* samples, typename L::Floats& left,
-                                     typename L::Floats& right) {
-    typename L::Ints frames;
-    Load(frames, samples);
-    left = __builtin_convertvector((frames << 16) >> 16, typename L::Floats);
-    right = __builtin_convertvector(frames >> 16, typename L::Floats);
-}
-
 // Adds a vector of each channel to interleaved values.
 template <typename L>
 SONREL_ALWAYS_INLINE void AddFrames(const typename L::Floats& left, const typename L::Floats& right,
