@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The effects of the pack, block by block as in a mix: one video frame at 25 frames a second and
 // 48000 Hz, with all earlier samples that they request. "realtime" is the duration of the sound
-// divided by the processor time.
+// divided by the processor time, and "frame" the processor time of a stereo frame. Blocks at the
+// first sample of a source, named AtStart, have no run-in.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -9,6 +10,7 @@
 #include <cstring>
 #include <memory>
 #include <random>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -35,8 +37,8 @@ struct Rig {
     std::vector<unsigned char> input;
     std::vector<unsigned char> samples;
 
-    explicit Rig(Chain effects, bool silent) : chain(std::move(effects)) {
-        ranges.push_back({FIRST, FIRST + BLOCK});
+    Rig(Chain effects, bool silent, long long first) : chain(std::move(effects)) {
+        ranges.push_back({first, first + BLOCK});
         for (auto effect = chain.rbegin(); effect != chain.rend(); ++effect) {
             const SampleRange output = ranges.back();
             std::vector<SampleRange> needed;
@@ -68,8 +70,8 @@ struct Rig {
     }
 };
 
-void Measure(benchmark::State& state, Chain chain, bool silent = false) {
-    Rig rig(std::move(chain), silent);
+void Measure(benchmark::State& state, Chain chain, bool silent = false, long long first = FIRST) {
+    Rig rig(std::move(chain), silent, first);
     rig.Run();
     const std::size_t before = sonrel_bench::Allocations();
     std::size_t blocks = 0;
@@ -81,6 +83,9 @@ void Measure(benchmark::State& state, Chain chain, bool silent = false) {
     state.counters["allocations"] = static_cast<double>(sonrel_bench::Allocations() - before);
     state.counters["realtime"] =
         benchmark::Counter(static_cast<double>(blocks) * BLOCK / RATE, benchmark::Counter::kIsRate);
+    state.counters["frame"] =
+        benchmark::Counter(static_cast<double>(blocks) * BLOCK,
+                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
 const Parameters INSIDE_A_FADE = {{"inFrames", 1000}};
@@ -112,6 +117,19 @@ void LowPassOverSilence(benchmark::State& state) {
 }
 void HighPass(benchmark::State& state) {
     Measure(state, {CreateEffect("high-pass")});
+}
+/// The parameters of an effect that changes every frame of noise at full scale.
+Parameters BusyParameters(const std::string& effect) {
+    if (effect == "equalizer") return {{"lowDb", 3}, {"midDb", -4}, {"highDb", 2}};
+    if (effect == "compressor") return {{"thresholdDb", -30}, {"attackMs", 20}, {"releaseMs", 250}};
+    if (effect == "gate") return {{"thresholdDb", 0}, {"attackMs", 20}, {"releaseMs", 250}};
+    return {{"ceilingDb", -3}, {"attackMs", 5}, {"releaseMs", 50}};
+}
+void WithRunIn(benchmark::State& state, const char* effect) {
+    Measure(state, {CreateEffect(effect, BusyParameters(effect))});
+}
+void AtStart(benchmark::State& state, const char* effect) {
+    Measure(state, {CreateEffect(effect, BusyParameters(effect))}, false, 0);
 }
 void ChainOfFour(benchmark::State& state) {
     Measure(state, {CreateEffect("high-pass", {{"frequencyHz", 80}}), CreateEffect("delay"),
@@ -146,6 +164,14 @@ BENCHMARK(DelayOfEightTaps);
 BENCHMARK(LowPass);
 BENCHMARK(LowPassOverSilence);
 BENCHMARK(HighPass);
+BENCHMARK_CAPTURE(WithRunIn, equalizer, "equalizer");
+BENCHMARK_CAPTURE(WithRunIn, compressor, "compressor");
+BENCHMARK_CAPTURE(WithRunIn, gate, "gate");
+BENCHMARK_CAPTURE(WithRunIn, limiter, "limiter");
+BENCHMARK_CAPTURE(AtStart, equalizer, "equalizer");
+BENCHMARK_CAPTURE(AtStart, compressor, "compressor");
+BENCHMARK_CAPTURE(AtStart, gate, "gate");
+BENCHMARK_CAPTURE(AtStart, limiter, "limiter");
 BENCHMARK(ChainOfFour);
 BENCHMARK(ChainOfFourFilters);
 BENCHMARK_CAPTURE(CrossFade, Linear, "linear");

@@ -17,6 +17,12 @@ long long Distance(long long from, long long to, long long max) {
     return std::min(distance, max);
 }
 
+/// The sum of a position and a length, limited to the positions that exist.
+long long After(long long position, long long length) {
+    long long end = 0;
+    return __builtin_add_overflow(position, length, &end) ? LLONG_MAX : end;
+}
+
 bool IsKnownFormat(int channels, int sampleRate, int bitsPerSample) {
     return channels == CHANNELS && bitsPerSample == BITS_PER_SAMPLE && sampleRate > 0;
 }
@@ -27,7 +33,11 @@ int AudioEffect::PluginKind() const {
     return AUDIO_PLUGIN;
 }
 
-long long AudioEffect::LookBack(int) const {
+long long AudioEffect::LookBack(int, long long) const {
+    return 0;
+}
+
+long long AudioEffect::LookAhead(int, long long) const {
     return 0;
 }
 
@@ -37,11 +47,12 @@ int AudioEffect::RequiredRanges(project::EffectInstance*, int channels, int samp
                                 std::vector<project::SampleRange>* ranges, bool) {
     if (!IsKnownFormat(channels, sampleRate, bitsPerSample)) return UNKNOWN_FORMAT;
     // A range that begins before the source would silence the whole object.
-    const long long lookBack = Distance(objectOffset, firstSample, LookBack(sampleRate));
-    if (lookBack == 0) return DONE;
-    long long end = 0;
-    if (__builtin_add_overflow(firstSample, sampleCount, &end)) end = LLONG_MAX;
-    ranges->push_back({firstSample - lookBack, end});
+    const long long lookBack =
+        Distance(objectOffset, firstSample, LookBack(sampleRate, firstSample));
+    const long long end = After(firstSample, sampleCount);
+    const long long lookAhead = LookAhead(sampleRate, end);
+    if (lookBack == 0 && lookAhead == 0) return DONE;
+    ranges->push_back({firstSample - lookBack, After(end, lookAhead)});
     return DONE;
 }
 
@@ -57,7 +68,7 @@ int AudioEffect::ProcessAudio(project::EffectInstance*, int channels, int sample
     block.inputCount = std::max(inputCount, 0);
     block.outputCount = outputCount;
     block.firstSample = firstSample;
-    block.lookBack = Distance(inputFirstSample, firstSample, LookBack(sampleRate));
+    block.lookBack = Distance(inputFirstSample, firstSample, LookBack(sampleRate, firstSample));
     Run(block);
     return DONE;
 }

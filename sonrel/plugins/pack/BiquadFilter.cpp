@@ -54,7 +54,7 @@ public:
         : law_(law), frequency_(frequency), q_(q) {}
 
 protected:
-    long long LookBack(int) const override { return RUN_IN_FRAMES; }
+    long long LookBack(int, long long) const override { return RUN_IN_FRAMES; }
 
     void Run(const EffectBlock& block) const override {
         const BiquadCoefficients coefficients =

@@ -22,7 +22,7 @@ public:
     }
 
 protected:
-    long long LookBack(int rate) const override { return taps_ * DelaySamples(rate); }
+    long long LookBack(int rate, long long) const override { return taps_ * DelaySamples(rate); }
 
     /// The output replaces its input, from the last frame to the first, so that every earlier frame
     /// is still input when it is read. Then it is moved to the beginning.

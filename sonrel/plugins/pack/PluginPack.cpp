@@ -20,9 +20,15 @@ struct Entry {
 };
 
 constexpr Entry<EffectPointer> EFFECTS[] = {
-    {detail::FadeInfo, detail::MakeFade},         {detail::GainInfo, detail::MakeGain},
-    {detail::DelayInfo, detail::MakeDelay},       {detail::LowPassInfo, detail::MakeLowPass},
+    {detail::FadeInfo, detail::MakeFade},
+    {detail::GainInfo, detail::MakeGain},
+    {detail::DelayInfo, detail::MakeDelay},
+    {detail::LowPassInfo, detail::MakeLowPass},
     {detail::HighPassInfo, detail::MakeHighPass},
+    {detail::EqualizerInfo, detail::MakeEqualizer},
+    {detail::CompressorInfo, detail::MakeCompressor},
+    {detail::GateInfo, detail::MakeGate},
+    {detail::LimiterInfo, detail::MakeLimiter},
 };
 
 constexpr Entry<TransitionPointer> TRANSITIONS[] = {

@@ -46,7 +46,8 @@ struct PluginInfo {
     std::vector<ParameterInfo> parameters;
 };
 
-/// The effects of CreateEffect: fade, gain, delay, low-pass, high-pass.
+/// The effects of CreateEffect: fade, gain, delay, low-pass, high-pass, equalizer, compressor,
+/// gate, limiter.
 SONREL_EXPORT const std::vector<PluginInfo>& Effects();
 
 /// The transitions of CreateTransition: cross-fade.

@@ -132,6 +132,26 @@ TEST(EffectImport, AParameterOutOfRangeIsListedAndTheEffectSkipped) {
     EXPECT_EQ(Reported(import, "effect 'gain'", "from -96 to 24"), 1);
 }
 
+TEST(EffectImport, EqualizerCompressorGateAndLimiterAreImportedAndCheckedByTheirRanges) {
+    const auto effect = [](const char* plugin, const char* parameter, double value) {
+        return Json{{"plugin", plugin}, {"parameters", {{parameter, value}}}};
+    };
+    const TimelineImport good =
+        ImportEffects({effect("equalizer", "midDb", -24), effect("compressor", "ratio", 100),
+                       effect("gate", "holdMs", 400), effect("limiter", "ceilingDb", -24)});
+    const TimelineImport bad =
+        ImportEffects({effect("equalizer", "midDb", -24.5), effect("compressor", "ratio", 0.5),
+                       effect("gate", "holdMs", 401), effect("limiter", "ceilingDb", 0.5)});
+
+    EXPECT_TRUE(good.report.Entries().empty());
+    EXPECT_EQ(MakeChain(OnlyClip(good), 25.0, 48000).size(), 4u);
+    EXPECT_TRUE(OnlyClip(bad).effects.empty());
+    EXPECT_EQ(Reported(bad, "effect 'equalizer'", "midDb must be from -24 to 24 dB, not -24.5"), 1);
+    EXPECT_EQ(Reported(bad, "effect 'compressor'", "ratio must be from 1 to 100, not 0.5"), 1);
+    EXPECT_EQ(Reported(bad, "effect 'gate'", "holdMs must be from 0 to 400 ms, not 401"), 1);
+    EXPECT_EQ(Reported(bad, "effect 'limiter'", "ceilingDb must be from -24 to 0 dB, not 0.5"), 1);
+}
+
 TEST(EffectImport, ALimitMayDependOnTheSampleRate) {
     // The limit is 0.45 times 48000 Hz.
     const auto lowPass = [](double hertz) {

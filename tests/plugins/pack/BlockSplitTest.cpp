@@ -56,6 +56,37 @@ TEST(BlockSplit, TheBytesAreTheSameAfterTheEndOfTheSource) {
     ExpectSameInAnySplit(NoiseThrough(FadeGainAndTwoDelays()), 9600 - IN_POINT - 500, 1200);
 }
 
+Effects OneOfEachOnARaster() {
+    return {CreateEffect("equalizer", {{"lowDb", 6}, {"midHz", 40}, {"midDb", -9}, {"highDb", 3}}),
+            CreateEffect("compressor", {{"attackMs", 3}, {"releaseMs", 40}, {"thresholdDb", -40}}),
+            CreateEffect("gate", {{"thresholdDb", -1}, {"holdMs", 2}, {"releaseMs", 30}}),
+            CreateEffect("limiter", {{"ceilingDb", -9}, {"releaseMs", 25}})};
+}
+
+TEST(BlockSplit, AnEffectOnARasterGivesTheSameBytesInAnySplit) {
+    for (const auto& effect : OneOfEachOnARaster()) {
+        RenderedObject object = NoiseThrough({effect});
+        ExpectSameInAnySplit(object, -IN_POINT, 9600);
+        ExpectSameInAnySplit(object, 9600 - IN_POINT - 500, 1200);
+        object.rate = 44100;
+        ExpectSameInAnySplit(object, -IN_POINT, 9600);
+    }
+}
+
+TEST(BlockSplit, AChainOnRastersGivesTheSameBytesInAnySplit) {
+    ExpectSameInAnySplit(NoiseThrough(OneOfEachOnARaster()), -IN_POINT, 9600);
+}
+
+TEST(BlockSplit, TheEqualizerGivesTheSameBytesInAnySplitEvenIfItRingsForLonger) {
+    // At 4000 Hz a cell is 160 frames, and its run-in is limited to 3840.
+    RenderedObject object = NoiseThrough(
+        {CreateEffect("equalizer", {{"midHz", 10}, {"midDb", 24}, {"midQ", 10}, {"lowDb", -20}})});
+    object.rate = 4000;
+    for (short& value : object.source) value = static_cast<short>(value / 16);
+
+    ExpectSameInAnySplit(object, -IN_POINT, 9600);
+}
+
 TEST(BlockSplit, AFilterGivesTheSameBytesInAnySplitOfTheSourcesFirst4096Frames) {
     // The filter processes every such block from the first sample of the source.
     const auto object = NoiseThrough({CreateEffect("low-pass", {{"frequencyHz", 60}, {"q", 5}})});

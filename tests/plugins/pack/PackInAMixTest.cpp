@@ -138,6 +138,17 @@ TEST(PackInAMix, FadeGainAndDelaySoundTheSameForAnyRequestsOfTheMix) {
     EXPECT_EQ(MixInPieces(chain.rig, chain.builder, 10 * FRAME, 701), byFrames);
 }
 
+TEST(PackInAMix, EffectsOnARasterSoundTheSameForAnyRequestsOfTheMix) {
+    Chain chain({CreateEffect("equalizer", {{"lowDb", 6}, {"midDb", -9}, {"highDb", 3}}),
+                 CreateEffect("compressor"), CreateEffect("gate", {{"thresholdDb", -6}}),
+                 CreateEffect("limiter", {{"ceilingDb", -12}})});
+    const Samples byFrames = MixInPieces(chain.rig, chain.builder, 10 * FRAME, FRAME);
+
+    EXPECT_EQ(byFrames, chain.expected.Render(0, 10 * FRAME));
+    EXPECT_EQ(MixInPieces(chain.rig, chain.builder, 10 * FRAME, 10 * FRAME), byFrames);
+    EXPECT_EQ(MixInPieces(chain.rig, chain.builder, 10 * FRAME, 701), byFrames);
+}
+
 TEST(PackInAMix, AnObjectAtItsSourcesFirstSampleIsNotSilencedByALookBack) {
     ProjectBuilder builder(Format{25.0, 48000, 2});
     const auto object = builder.AddObject(builder.AddMedia(Constant(2 * FRAME, 8000, 8000)), 0, 2);

@@ -60,7 +60,8 @@ void ExpectRange(const std::string& plugin, const std::string& parameter, const 
 }
 
 TEST(PluginPack, NamesItsEffectsAndTransitions) {
-    EXPECT_THAT(Names(Effects()), ElementsAre("fade", "gain", "delay", "low-pass", "high-pass"));
+    EXPECT_THAT(Names(Effects()), ElementsAre("fade", "gain", "delay", "low-pass", "high-pass",
+                                              "equalizer", "compressor", "gate", "limiter"));
     EXPECT_THAT(Names(Transitions()), ElementsAre("cross-fade"));
 }
 
@@ -79,6 +80,33 @@ TEST(PluginPack, EveryParameterHasItsUnitRangeAndDefault) {
     ExpectRange("low-pass", "q", "", 0.1, 10, 0.7071);
     ExpectRange("high-pass", "frequencyHz", "Hz", 10, 345600, 1000);
     ExpectRange("high-pass", "q", "", 0.1, 10, 0.7071);
+    ExpectRange("equalizer", "lowHz", "Hz", 10, 345600, 100);
+    ExpectRange("equalizer", "lowDb", "dB", -24, 24, 0);
+    ExpectRange("equalizer", "lowQ", "", 0.1, 10, 0.7071);
+    ExpectRange("equalizer", "midHz", "Hz", 10, 345600, 1000);
+    ExpectRange("equalizer", "midDb", "dB", -24, 24, 0);
+    ExpectRange("equalizer", "midQ", "", 0.1, 10, 1);
+    ExpectRange("equalizer", "highHz", "Hz", 10, 345600, 8000);
+    ExpectRange("equalizer", "highDb", "dB", -24, 24, 0);
+    ExpectRange("equalizer", "highQ", "", 0.1, 10, 0.7071);
+    ExpectRange("compressor", "thresholdDb", "dB", -60, 0, -20);
+    ExpectRange("compressor", "ratio", "", 1, 100, 4);
+    ExpectRange("compressor", "kneeDb", "dB", 0, 40, 6);
+    ExpectRange("compressor", "attackMs", "ms", 1, 100, 10);
+    ExpectRange("compressor", "releaseMs", "ms", 1, 850, 200);
+    ExpectRange("compressor", "makeupDb", "dB", -24, 24, 0);
+    ExpectRange("gate", "thresholdDb", "dB", -90, 0, -50);
+    ExpectRange("gate", "rangeDb", "dB", -96, 0, -60);
+    ExpectRange("gate", "attackMs", "ms", 1, 50, 5);
+    ExpectRange("gate", "holdMs", "ms", 0, 400, 100);
+    ExpectRange("gate", "releaseMs", "ms", 1, 500, 150);
+    ExpectRange("limiter", "ceilingDb", "dB", -24, 0, -1);
+    ExpectRange("limiter", "gainDb", "dB", -24, 24, 0);
+    ExpectRange("limiter", "attackMs", "ms", 1, 50, 5);
+    ExpectRange("limiter", "releaseMs", "ms", 1, 900, 100);
+    EXPECT_EQ(ParameterOf("equalizer", "lowHz").maximumOfRate, 0.45);
+    EXPECT_EQ(ParameterOf("equalizer", "midHz").maximumOfRate, 0.45);
+    EXPECT_EQ(ParameterOf("equalizer", "highHz").maximumOfRate, 0.45);
     EXPECT_EQ(ParameterOf("low-pass", "frequencyHz").maximumOfRate, 0.45);
     EXPECT_EQ(ParameterOf("high-pass", "frequencyHz").maximumOfRate, 0.45);
 }
@@ -132,7 +160,8 @@ TEST(PluginPack, CrossFadeRefusesACurveThatDoesNotExist) {
 
 TEST(PluginPack, AnUnknownNameIsRefusedWithTheKnownNames) {
     EXPECT_EQ(Refusal("reverb", {}),
-              "there is no effect \"reverb\", only fade, gain, delay, low-pass, high-pass");
+              "there is no effect \"reverb\", only fade, gain, delay, low-pass, high-pass, "
+              "equalizer, compressor, gate, limiter");
     EXPECT_EQ(RefusalOf([] { CreateTransition("gain"); }),
               "there is no transition \"gain\", only cross-fade");
     EXPECT_NE(Refusal("cross-fade", {}), "");

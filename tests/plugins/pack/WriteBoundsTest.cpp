@@ -24,7 +24,11 @@ Effects OneOfEach() {
             CreateEffect("fade", {{"inFrames", 3}, {"outFrames", 2}, {"objectFrames", 4}}),
             CreateEffect("delay", {{"delayMs", 40}, {"taps", 8}, {"levelDb", 0}}),
             CreateEffect("low-pass", {{"q", 10}}),
-            CreateEffect("high-pass", {{"frequencyHz", 10}})};
+            CreateEffect("high-pass", {{"frequencyHz", 10}}),
+            CreateEffect("equalizer", {{"lowDb", 9}, {"midDb", 24}, {"highDb", -9}}),
+            CreateEffect("compressor", {{"thresholdDb", -60}}),
+            CreateEffect("gate", {{"thresholdDb", -1}}),
+            CreateEffect("limiter", {{"ceilingDb", -24}})};
 }
 
 /// Rendering uses a buffer that is exactly as long as the longest requested range, with guards

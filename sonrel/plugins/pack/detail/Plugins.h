@@ -30,4 +30,16 @@ EffectPointer MakeLowPass(const PluginPack::Parameters& parameters);
 PluginPack::PluginInfo HighPassInfo();
 EffectPointer MakeHighPass(const PluginPack::Parameters& parameters);
 
+PluginPack::PluginInfo EqualizerInfo();
+EffectPointer MakeEqualizer(const PluginPack::Parameters& parameters);
+
+PluginPack::PluginInfo CompressorInfo();
+EffectPointer MakeCompressor(const PluginPack::Parameters& parameters);
+
+PluginPack::PluginInfo GateInfo();
+EffectPointer MakeGate(const PluginPack::Parameters& parameters);
+
+PluginPack::PluginInfo LimiterInfo();
+EffectPointer MakeLimiter(const PluginPack::Parameters& parameters);
+
 }  // namespace orlo::sonrel::detail
