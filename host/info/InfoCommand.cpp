@@ -4,14 +4,18 @@
 #include <map>
 #include <set>
 
+#include "host/info/MediaReport.h"
+#include "host/info/TakenSound.h"
 #include "host/info/TimelineTree.h"
 #include "host/info/UnusedSound.h"
 #include "host/shell/Paths.h"
+#include "host/shell/Summary.h"
 #include "host/shell/Text.h"
 #include "host/timeline/Input.h"
 #include "host/timeline/MediaCatalog.h"
 #include "host/timeline/MediaComparison.h"
 #include "host/timeline/Strictness.h"
+#include "host/timeline/TimelineSummary.h"
 #include "sonrel/base/Timing.h"
 #include "sonrel/media/MediaInfo.h"
 
@@ -24,142 +28,6 @@ using zrh::media::MediaStreamInfo;
 using zrh::media::MediaStreamKind;
 
 constexpr double DEFAULT_FPS = 25.0;
-
-const char* KindName(MediaStreamKind kind) {
-    switch (kind) {
-        case MediaStreamKind::Audio:
-            return "audio";
-        case MediaStreamKind::Video:
-            return "video";
-        case MediaStreamKind::Cover:
-            return "cover";
-        case MediaStreamKind::Subtitle:
-            return "subtitle";
-        case MediaStreamKind::Other:
-            break;
-    }
-    return "other";
-}
-
-Json TextOrNull(const std::string& text) {
-    return text.empty() ? Json() : Json(text);
-}
-
-/// The number of an audio stream among the audio streams, from 0; -1 for other streams.
-using AudioIndex = int;
-
-Json MediaStreamJson(const MediaStreamInfo& stream, int index, AudioIndex audioIndex) {
-    Json json;
-    json["index"] = index;
-    json["kind"] = KindName(stream.kind);
-    json["codec"] = stream.codec;
-    if (audioIndex >= 0) json["stream"] = audioIndex;
-    json["language"] = TextOrNull(stream.language);
-    json["title"] = TextOrNull(stream.title);
-    json["timecode"] = TextOrNull(stream.timecode);
-    if (stream.kind == MediaStreamKind::Audio) {
-        json["rate"] = stream.sampleRate;
-        json["channels"] = stream.channels;
-        json["layout"] = TextOrNull(stream.layout);
-        json["bits"] = stream.bitsPerSample;
-        json["format"] =
-            stream.dataType == zrh::media::ZRSampleDataType::Float ? "float" : "integer";
-        json["samples"] = stream.sampleCount;
-        json["seconds"] = StreamSeconds(stream);
-        if (stream.error != 0) json["error"] = stream.reason;
-    } else if (stream.kind == MediaStreamKind::Video) {
-        json["fps"] = stream.frameRate;
-        json["frames"] = stream.frameCount;
-        json["seconds"] = StreamSeconds(stream);
-        json["variableFrameRate"] = stream.hasVariableFrameRate;
-    }
-    if (stream.width > 0) {
-        json["width"] = stream.width;
-        json["height"] = stream.height;
-    }
-    return json;
-}
-
-std::string StreamText(const MediaStreamInfo& stream, AudioIndex audioIndex) {
-    std::string text = std::string("    ") + KindName(stream.kind);
-    if (audioIndex >= 0) text += " " + std::to_string(audioIndex + 1);
-    text += ", " + OneLine(stream.codec);
-    if (!stream.language.empty()) text += ", " + OneLine(stream.language);
-    if (!stream.title.empty()) text += ", " + Quoted(stream.title);
-    if (stream.kind == MediaStreamKind::Audio) {
-        text += ", " + std::to_string(stream.sampleRate) + " Hz, " +
-                std::to_string(stream.channels) +
-                (stream.channels == 1 ? " channel" : " channels") +
-                (stream.layout.empty() ? "" : " (" + OneLine(stream.layout) + ")") + ", " +
-                std::to_string(stream.bitsPerSample) + " bit " +
-                (stream.dataType == zrh::media::ZRSampleDataType::Float ? "float" : "integer") +
-                ", " + std::to_string(stream.sampleCount) + " samples (" +
-                FormatDuration(StreamSeconds(stream)) + ")";
-        if (stream.error != 0) text += ", " + stream.reason;
-    } else if (stream.kind == MediaStreamKind::Video) {
-        text += ", " + std::to_string(stream.width) + "x" + std::to_string(stream.height) + ", " +
-                FormatNumber(stream.frameRate, 3) + " frames a second" +
-                (stream.hasVariableFrameRate ? " on average, variable, " : ", ") +
-                std::to_string(stream.frameCount) + " frames";
-    }
-    if (!stream.timecode.empty()) text += ", timecode " + OneLine(stream.timecode);
-    return text + "\n";
-}
-
-/// Describes media files, as JSON and as text.
-class MediaReport {
-public:
-    explicit MediaReport(MediaCatalog& catalog) : catalog_(catalog) {}
-
-    /// @param used    the sounds that are used of the file
-    /// @param remedy  added to a note about the others
-    /// @return the fault of the file as a clause; empty when it has none
-    std::string Add(const std::string& path, const std::vector<zrh::media::SoundChoice>& used,
-                    const std::string& remedy) {
-        const auto& [info, problem] = catalog_.Describe(path);
-        Json entry;
-        entry["path"] = path;
-        entry["streams"] = Json::Array();
-        text_ += "  " + OneLine(path) + "\n";
-        entry["format"] = info.format;
-        if (!info.timecode.empty()) entry["timecode"] = info.timecode;
-        if (!info.timeReference.empty()) entry["timeReference"] = info.timeReference;
-        AddTimecodeText(info);
-        int index = 0;
-        int audioStreams = 0;
-        for (const MediaStreamInfo& stream : info.streams) {
-            const bool isAudio = stream.kind == MediaStreamKind::Audio;
-            const AudioIndex audioIndex = isAudio ? audioStreams++ : -1;
-            entry["streams"].Append(MediaStreamJson(stream, index++, audioIndex));
-            text_ += StreamText(stream, audioIndex);
-        }
-        const std::string unused = UnusedSound(info, used);
-        if (!unused.empty()) {
-            entry["note"] = unused + remedy;
-            text_ += "    note: " + unused + remedy + "\n";
-        }
-        if (!problem.empty()) {
-            entry["error"] = problem;
-            text_ += "    " + problem + "\n";
-        }
-        json_.Append(entry);
-        return problem;
-    }
-
-    const Json& List() const { return json_; }
-    const std::string& Text() const { return text_; }
-
-private:
-    void AddTimecodeText(const MediaInfo& info) {
-        if (!info.timecode.empty()) text_ += "    timecode " + OneLine(info.timecode) + "\n";
-        if (info.timeReference.empty()) return;
-        text_ += "    time reference " + OneLine(info.timeReference) + " samples\n";
-    }
-
-    MediaCatalog& catalog_;
-    Json json_ = Json::Array();
-    std::string text_;
-};
 
 std::string RatesText(const FrameGrid& grid, double frames) {
     const std::string factor =
@@ -188,6 +56,7 @@ struct DescribedMedia {
 
     MediaReport report;
     MediaSounds sounds;
+    TakenSounds taken;
     std::string problem;  ///< the first fault; empty when there is none
 };
 
@@ -213,9 +82,24 @@ DescribedMedia DescribeAll(const std::vector<MediaUse>& media, const std::vector
         }
         const MediaDescription& description = catalog.Describe(path);
         if (!description.problem.empty()) continue;
+        described.taken[{path, use.sound}] = TakenSound(description.info, use.sound);
         described.sounds[{path, use.sound}] = SoundOf(description.info, use.sound);
     }
     return described;
+}
+
+std::string TimelineSummaryText(const otio::Arrangement& arrangement, const ClipTally& clips,
+                                const otio::ImportReport& report, const MediaReport& media) {
+    Summary summary;
+    SummarizeTimeline(arrangement.tracks, clips, report, summary);
+    const int partlyUsed = media.PartlyUsedFiles();
+    if (partlyUsed > 0) {
+        summary.AddAttention(Counted(partlyUsed, "media file") +
+                                 (partlyUsed == 1 ? " has" : " have") +
+                                 " streams or channels that no clip uses",
+                             "compare the notes in the list of media with the edit");
+    }
+    return summary.Text();
 }
 
 Outcome TimelineInfo(const GlobalOptions& global, const InfoOptions& options) {
@@ -229,8 +113,8 @@ Outcome TimelineInfo(const GlobalOptions& global, const InfoOptions& options) {
     const std::vector<MediaUse> media = CollectMedia(arrangement.tracks);
     const std::vector<MediaUse> missing = MissingMedia(media);
     const DescribedMedia described = DescribeAll(media, missing, catalog);
-    CompareWithMedia(arrangement.tracks, arrangement.frameCount, grid, described.sounds,
-                     import.report);
+    const ClipTally clips = CompareWithMedia(arrangement.tracks, arrangement.frameCount, grid,
+                                             described.sounds, import.report);
 
     Outcome outcome;
     outcome.report["input"] = input;
@@ -248,12 +132,14 @@ Outcome TimelineInfo(const GlobalOptions& global, const InfoOptions& options) {
 
     outcome.text = "timeline " + Quoted(import.name) + ": " +
                    RatesText(grid, TimelineFrames(arrangement.frameCount, grid)) + "starts at " +
-                   FormatTimecode(0, grid) + "\n" + TracksText(arrangement.tracks, grid);
+                   FormatTimecode(0, grid) + "\n" +
+                   TracksText(arrangement.tracks, grid, described.taken);
     if (!media.empty()) outcome.text += "media\n" + described.report.Text();
     for (const MediaUse& use : missing) {
         outcome.text += "  " + OneLine(use.location.path) + "\n    missing\n";
     }
-    outcome.text += NotTakenOverText(import.report);
+    outcome.text += NotTakenOverText(import.report) +
+                    TimelineSummaryText(arrangement, clips, import.report, described.report);
     if (!missing.empty() && !global.allowMissing) {
         outcome.Fail(ExitCode::ConditionFailed, MissingMediaClause(input, missing));
     } else if (!described.problem.empty()) {
@@ -262,6 +148,24 @@ Outcome TimelineInfo(const GlobalOptions& global, const InfoOptions& options) {
         FailOnEntries(input, import.report, {}, outcome);
     }
     return outcome;
+}
+
+/// Other sounds of the file need attention, since they are heard only when they are chosen.
+std::string MediaSummaryText(const MediaInfo& info) {
+    Summary summary;
+    const MediaStreamInfo* sound = FindStream(info, MediaStreamKind::Audio, 0);
+    const std::string taken = TakenSound(info, {});
+    if (sound == nullptr) {
+        summary.AddAttention("the file has no sound", "use another file");
+    } else {
+        summary.AddRight((taken.empty() ? "the sound" : taken) +
+                         " can be read: " + FormatDuration(StreamSeconds(*sound)));
+    }
+    const std::string unused = UnusedSound(info, {{}});
+    if (!unused.empty()) {
+        summary.AddAttention(unused, "choose other sound with --stream and --channels");
+    }
+    return summary.Text();
 }
 
 Outcome MediaFileInfo(const GlobalOptions& global, const std::string& input) {
@@ -297,7 +201,7 @@ Outcome MediaFileInfo(const GlobalOptions& global, const std::string& input) {
     outcome.report["notTakenOver"] = Json::Array();
     outcome.text =
         "media file, as a project: " + RatesText({rate, fps}, static_cast<double>(frames)) +
-        described.Text();
+        described.Text() + MediaSummaryText(info);
     return outcome;
 }
 

@@ -137,7 +137,7 @@ Json ClipJson(const PlacedClip& clip, const FrameGrid& grid) {
 /// Builds the text of the tree.
 class TreeText {
 public:
-    explicit TreeText(const FrameGrid& grid) : grid_(grid) {}
+    TreeText(const FrameGrid& grid, const TakenSounds& taken) : grid_(grid), taken_(taken) {}
 
     void Add(const std::vector<PlacedTrack>& tracks, int depth) {
         for (std::size_t i = 0; i < tracks.size(); ++i) {
@@ -174,11 +174,17 @@ private:
         }
     }
 
+    std::string SoundOf(const PlacedClip& clip) const {
+        const auto known = taken_.find({clip.media.path, clip.sound});
+        if (known == taken_.end()) return SoundSuffix(clip.sound);
+        return known->second.empty() ? std::string() : " (" + known->second + ")";
+    }
+
     void AddClip(const PlacedClip& clip, int depth) {
         std::string line = RangeText(clip.startFrame, clip.endFrame, grid_) + Quoted(clip.name) +
                            " from frame " + FrameText(clip.sourceStartFrame, grid_) + " of ";
         line += clip.composition == nullptr
-                    ? OneLine(clip.media.path) + SoundSuffix(clip.sound)
+                    ? OneLine(clip.media.path) + SoundOf(clip)
                     : "a nested " + clip.composition->schema + " of " +
                           Frames(TimelineFrames(clip.composition->frameCount, grid_));
         if (clip.speed != 1.0) line += ", speed " + FormatNumber(clip.speed, 6);
@@ -190,6 +196,7 @@ private:
     }
 
     const FrameGrid grid_;
+    const TakenSounds& taken_;
     std::string text_;
 };
 
@@ -224,8 +231,9 @@ Json TracksJson(const std::vector<PlacedTrack>& tracks, const FrameGrid& grid) {
     return list;
 }
 
-std::string TracksText(const std::vector<PlacedTrack>& tracks, const FrameGrid& grid) {
-    TreeText tree(grid);
+std::string TracksText(const std::vector<PlacedTrack>& tracks, const FrameGrid& grid,
+                       const TakenSounds& taken) {
+    TreeText tree(grid, taken);
     tree.Add(tracks, 0);
     return tree.Take();
 }

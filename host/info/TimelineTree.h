@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/arrangement/Arrangement.h"
@@ -20,7 +22,12 @@ Json FramesJson(int engineFrames, const FrameGrid& grid);
 /// of a nested item contains the tracks of the item.
 Json TracksJson(const std::vector<otio::PlacedTrack>& tracks, const FrameGrid& grid);
 
+/// The stream and the channels that clips take, by path and sound.
+using TakenSounds = std::map<std::pair<std::string, zrh::media::SoundChoice>, std::string>;
+
 /// The same structure as lines of text, indented by their depth.
-std::string TracksText(const std::vector<otio::PlacedTrack>& tracks, const FrameGrid& grid);
+/// @param taken  clips of other sounds have the sound of the document
+std::string TracksText(const std::vector<otio::PlacedTrack>& tracks, const FrameGrid& grid,
+                       const TakenSounds& taken);
 
 }  // namespace orlo::host

@@ -32,7 +32,6 @@ using sonrel::PeakFile;
 using zrh::media::ReadObserver;
 using zrh::media::SoundChoice;
 using zrh::media::ZRAbstractMediaFile;
-namespace helper = sonrel::WaveformPeakFileHelper;
 
 constexpr const char* STEP = "peaks";
 
@@ -168,8 +167,8 @@ private:
                                 const std::shared_ptr<MediaDB>& database, TaskMonitor& monitor) {
         monitor.Start(BytesOf(task, frames));
         const ReadObserver observer([&monitor](long long done) { return monitor.Report(done); });
-        const auto operation =
-            remake ? helper::RemakeWaveformPeakFile : helper::CreateWaveformPeakFile;
+        const auto operation = remake ? sonrel::WaveformPeakFileHelper::RemakeWaveformPeakFile
+                                      : sonrel::WaveformPeakFileHelper::CreateWaveformPeakFile;
         const std::wstring path =
             operation(task.asset, session_.Engine()->MediaCacheFolderPath(),
                       session_.Engine()->MediaCacheErrorLog(), database, true);

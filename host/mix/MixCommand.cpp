@@ -10,6 +10,7 @@
 #include "host/mix/Loudness.h"
 #include "host/mix/MixRender.h"
 #include "host/mix/MixReport.h"
+#include "host/mix/MixSummary.h"
 #include "host/mix/Normalization.h"
 #include "host/mix/NormalizedMedia.h"
 #include "host/mix/Stems.h"
@@ -25,6 +26,7 @@
 #include "host/timeline/MediaComparison.h"
 #include "host/timeline/Positions.h"
 #include "host/timeline/Strictness.h"
+#include "host/timeline/TimelineSummary.h"
 #include "sonrel/base/Timing.h"
 
 namespace orlo::host {
@@ -156,7 +158,9 @@ private:
 
     Outcome RefuseEntries() {
         Outcome outcome = Refused();
-        outcome.text = NotTakenOverText(import_.report);
+        Summary summary;
+        SummarizeTimeline(Tracks(), clips_, import_.report, summary);
+        outcome.text = NotTakenOverText(import_.report) + summary.Text();
         FailOnEntries(options_.input, import_.report, "nothing was written: ", outcome);
         return outcome;
     }
@@ -166,10 +170,12 @@ private:
         if (session_) return;
         session_.emplace(global_);
         ConformAll(*session_, media_, grid_.rate, progress_);
-        const otio::Arrangement& arrangement = import_.arrangement;
-        const std::vector<otio::PlacedTrack>& tracks =
-            nested_ != nullptr ? nested_->composition->tracks : arrangement.tracks;
-        CompareWithMedia(tracks, FrameCount(), grid_, SoundsOf(media_), import_.report);
+        clips_ = CompareWithMedia(Tracks(), FrameCount(), grid_, SoundsOf(media_), import_.report);
+    }
+
+    /// The tracks that are mixed.
+    const std::vector<otio::PlacedTrack>& Tracks() const {
+        return nested_ != nullptr ? nested_->composition->tracks : import_.arrangement.tracks;
     }
 
     int FrameCount() const {
@@ -254,17 +260,21 @@ private:
         outcome.report["notTakenOver"] = NotTakenOverJson(import_.report);
         outcome.text = HeadText(options_, grid_, samples) + MetersText(summary_, grid_) +
                        LoudnessText(*loudness_) + NormalizationText(normalization_) + StemsText() +
-                       NotTakenOverText(import_.report);
-        const long long* clipped = summary_.master.clippedBlocks;
-        if (options_.failOnClip && (clipped[0] != 0 || clipped[1] != 0)) {
-            outcome.Fail(ExitCode::ConditionFailed,
-                         "the mix " + Quoted(options_.output) + " clips in " +
-                             std::to_string(clipped[0]) + " blocks on the left and " +
-                             std::to_string(clipped[1]) + " on the right, first at " +
-                             FormatTimecode(summary_.master.clips.front().span.start, grid_) +
-                             "; lower the levels or the master level");
+                       NotTakenOverText(import_.report) + SummaryText();
+        if (options_.failOnClip && !summary_.master.clips.empty()) {
+            outcome.Fail(ExitCode::ConditionFailed, "the mix " + Quoted(options_.output) +
+                                                        " clips " +
+                                                        ClippingText(summary_.master, grid_) +
+                                                        "; lower the levels or the master level");
         }
         return outcome;
+    }
+
+    std::string SummaryText() const {
+        Summary summary;
+        SummarizeMix(span_.Count(), *loudness_, &summary_, grid_, summary);
+        SummarizeTimeline(Tracks(), clips_, import_.report, summary);
+        return summary.Text();
     }
 
     std::string StemsText() const {
@@ -285,6 +295,7 @@ private:
     OutputGuard guard_;
     zrtl::FrameRange span_;
     MeterSummary summary_;
+    ClipTally clips_;
     std::optional<LoudnessMeter> loudness_;
     SetGain setGain_;
     std::optional<Normalization> normalization_;
@@ -355,8 +366,10 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
     outcome.report["samples"] = span.Count();
     outcome.report["loudness"] = LoudnessJson(loudness);
     if (normalization) outcome.report["normalization"] = NormalizationJson(*normalization);
+    Summary summary;
+    SummarizeMix(span.Count(), loudness, nullptr, grid, summary);
     outcome.text = HeadText(options, grid, span.Count()) + LoudnessText(loudness) +
-                   NormalizationText(normalization);
+                   NormalizationText(normalization) + summary.Text();
     if (options.failOnClip) FailOnTruePeak(options, loudness, outcome);
     return outcome;
 }

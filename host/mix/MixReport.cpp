@@ -5,7 +5,9 @@
 #include <cmath>
 #include <utility>
 
+#include "host/shell/Summary.h"
 #include "host/shell/Text.h"
+#include "host/shell/TextColumns.h"
 
 namespace orlo::host {
 
@@ -13,6 +15,7 @@ namespace {
 
 /// Maximum number of ranges in the table; the JSON report contains all.
 constexpr std::size_t MAX_LISTED_CLIPS = 8;
+constexpr int ROW_COLUMNS = 80;
 
 void CountClip(const sonrel::AudioTrackMetrics& block, long long begin, SignalSummary& signal) {
     if (!block.clipped[0] && !block.clipped[1]) return;
@@ -76,14 +79,17 @@ std::string Decibels(double value) {
     return value > 0.0 ? FormatNumber(20.0 * std::log10(value), 1) + " dB" : "silent";
 }
 
-std::string Row(const std::string& label, const SignalSummary& signal) {
-    std::string text = "  " + label + ": peak " + Decibels(signal.peak[0]) + " left, " +
-                       Decibels(signal.peak[1]) + " right";
-    if (signal.clippedBlocks[0] != 0 || signal.clippedBlocks[1] != 0) {
-        text += ", clips in " + std::to_string(signal.clippedBlocks[0]) + " and " +
-                std::to_string(signal.clippedBlocks[1]) + " blocks";
+/// A row of at most 80 columns. A name that is too long is cut.
+std::string Row(const std::string& kind, const std::string& name, const SignalSummary& signal) {
+    std::string levels =
+        ": peak " + Decibels(signal.peak[0]) + " left, " + Decibels(signal.peak[1]) + " right";
+    if (!signal.clips.empty()) {
+        levels += ", clips at " + Counted(static_cast<long long>(signal.clips.size()), "place");
     }
-    return text + "\n";
+    const int room = ROW_COLUMNS - ColumnsOf("  " + kind + levels);
+    std::string label = name;
+    if (ColumnsOf(label) > room) label = CutToColumns(label, room - 4) + "...'";
+    return "  " + kind + label + levels + "\n";
 }
 
 }  // namespace
@@ -133,6 +139,19 @@ Json MetersJson(const sonrel::AudioMixer& mixer, const std::vector<std::string>&
     return document;
 }
 
+std::string ClippingText(const SignalSummary& signal, const FrameGrid& grid) {
+    long long samples = 0;
+    for (const ClipRange& range : signal.clips) samples += range.span.Count();
+    const zrtl::FrameRange first = signal.clips.front().span;
+    const bool isOne = signal.clips.size() == 1;
+    return (isOne ? ""
+                  : "at " + std::to_string(signal.clips.size()) + " places, " +
+                        FormatNumber(static_cast<double>(samples) / grid.rate, 1) +
+                        " s in all, first ") +
+           std::string("from ") + FormatTimecode(first.start, grid) + " to " +
+           FormatTimecode(first.end, grid);
+}
+
 Json SignalJson(const SignalSummary& signal, const FrameGrid& grid) {
     Json json;
     json["name"] = signal.name;
@@ -153,11 +172,11 @@ Json LoudnessJson(const LoudnessMeter& loudness) {
 std::string MetersText(const MeterSummary& meters, const FrameGrid& grid) {
     std::string text;
     for (std::size_t i = 0; i < meters.tracks.size(); ++i) {
-        text += Row("track " + std::to_string(i + 1) + " " + Quoted(meters.tracks[i].name),
-                    meters.tracks[i]) +
-                ClipsText(meters.tracks[i].clips, grid);
+        const SignalSummary& track = meters.tracks[i];
+        text += Row("track " + std::to_string(i + 1) + " ", Quoted(track.name), track) +
+                ClipsText(track.clips, grid);
     }
-    return text + Row("master", meters.master) + ClipsText(meters.master.clips, grid);
+    return text + Row("master", {}, meters.master) + ClipsText(meters.master.clips, grid);
 }
 
 std::string LoudnessText(const LoudnessMeter& loudness) {

@@ -41,6 +41,10 @@ MeterSummary Summarize(const sonrel::AudioMixer& mixer, const std::vector<std::s
 Json MetersJson(const sonrel::AudioMixer& mixer, const std::vector<std::string>& trackNames,
                 int rate, int blockFrames, long long firstSample);
 
+/// Where a signal clips: "at 3 places, 1.2 s in all, first from 00:00:01:05 to 00:00:02:00".
+/// @param signal  clips
+std::string ClippingText(const SignalSummary& signal, const FrameGrid& grid);
+
 Json SignalJson(const SignalSummary& signal, const FrameGrid& grid);
 Json LoudnessJson(const LoudnessMeter& loudness);
 

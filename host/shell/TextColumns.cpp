@@ -79,4 +79,20 @@ std::string FitToColumns(std::string_view text, int columns) {
            std::string(static_cast<std::size_t>(std::max(columns - cut.columns, 0)), ' ');
 }
 
+std::vector<std::string> WrapToColumns(std::string_view text, int columns) {
+    std::vector<std::string> lines;
+    do {
+        text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+        std::size_t end = CutWithin(text, columns).bytes;
+        if (end < text.size()) {
+            const std::size_t blank = text.rfind(' ', end);
+            if (blank != std::string_view::npos) end = blank;
+        }
+        const std::size_t last = text.substr(0, end).find_last_not_of(' ');
+        lines.emplace_back(text.substr(0, last + 1));
+        text.remove_prefix(end);
+    } while (text.find_first_not_of(' ') != std::string_view::npos);
+    return lines;
+}
+
 }  // namespace orlo::host

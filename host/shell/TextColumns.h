@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace orlo::host {
 
@@ -15,5 +16,10 @@ std::string CutToColumns(std::string_view text, int columns);
 
 /// CutToColumns, filled with blanks up to exactly @p columns.
 std::string FitToColumns(std::string_view text, int columns);
+
+/// Divides a text at blanks into lines of at most @p columns. A longer word is divided.
+/// @param columns  2 or more
+/// @return at least one line, without blanks at its ends
+std::vector<std::string> WrapToColumns(std::string_view text, int columns);
 
 }  // namespace orlo::host

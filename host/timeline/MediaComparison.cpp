@@ -68,7 +68,7 @@ public:
 
     /// @param window  the frames of the tracks that sound on the timeline
     void Add(const std::vector<PlacedTrack>& tracks, const Stretch& window,
-             const TimelineMap& map) const {
+             const TimelineMap& map) {
         for (const PlacedTrack& track : tracks) {
             const std::vector<Stretch> frames = SoundingFrames(track);
             for (std::size_t i = 0; i < track.clips.size(); ++i) {
@@ -79,25 +79,42 @@ public:
         }
     }
 
+    ClipTally Take() { return std::move(tally_); }
+
 private:
-    void Add(const PlacedClip& clip, const Stretch& heard, const TimelineMap& map) const {
+    void Add(const PlacedClip& clip, const Stretch& heard, const TimelineMap& map) {
         if (clip.composition != nullptr) {
             if (!clip.muted) AddNested(clip, heard, map);
             return;
         }
         const auto sound = sounds_.find({clip.media.path, clip.sound});
-        if (sound == sounds_.end()) return;
+        if (sound == sounds_.end()) {
+            ++tally_.unread;
+            return;
+        }
         const SoundFit& fit = sound->second.fit;
         if (!fit.note.empty()) report_.Add("clip", clip.place, fit.note);
         if (!fit.silence.empty()) {
             report_.Add("clip", clip.place, fit.silence);
-        } else if (!clip.muted) {
+            CountSilent(clip, fit);
+        } else if (clip.muted) {
+            ++tally_.muted;
+        } else {
             AddClip(clip, heard, map, sound->second.seconds * grid_.EngineRate());
         }
     }
 
+    void CountSilent(const PlacedClip& clip, const SoundFit& fit) {
+        if (fit.silence != MISSING_MEDIA_REASON) {
+            ++tally_.soundless;
+            return;
+        }
+        ++tally_.missing;
+        tally_.missingFiles.insert(clip.media.path);
+    }
+
     /// The content of a nested item may be shorter than the item, as after its last sound.
-    void AddNested(const PlacedClip& clip, const Stretch& heard, const TimelineMap& map) const {
+    void AddNested(const PlacedClip& clip, const Stretch& heard, const TimelineMap& map) {
         const double length = clip.composition->frameCount;
         const Stretch wanted{SourceFrame(clip, heard.begin), SourceFrame(clip, heard.end)};
         if (wanted.begin >= length || wanted.end <= 0.0) {
@@ -112,7 +129,7 @@ private:
 
     /// @param length  of the media file, in frames
     void AddClip(const PlacedClip& clip, const Stretch& heard, const TimelineMap& map,
-                 double length) const {
+                 double length) {
         const double first = std::clamp(TrackFrame(clip, 0.0), heard.begin, heard.end);
         const double last = std::clamp(TrackFrame(clip, length), heard.begin, heard.end);
         const double tolerance = TOLERANCE_SECONDS * grid_.EngineRate() / map.scale;
@@ -121,7 +138,14 @@ private:
         if (heard.end - last > tolerance && first < heard.end) {
             silence += (silence.empty() ? "" : " and ") + Silence({last, heard.end}, map);
         }
-        if (silence.empty()) return;
+        if (silence.empty()) {
+            ++tally_.whole;
+            return;
+        }
+        ++tally_.beyond;
+        const double silent = (first - heard.begin) + (heard.end - last);
+        tally_.longestSilence =
+            std::max(tally_.longestSilence, silent * map.scale / grid_.EngineRate());
         const Stretch wanted{SourceFrame(clip, heard.begin), SourceFrame(clip, heard.end)};
         Report("clip", clip, wanted, "the file has", length, silence);
     }
@@ -148,6 +172,7 @@ private:
     const FrameGrid& grid_;
     const MediaSounds& sounds_;
     otio::ImportReport& report_;
+    ClipTally tally_;
 };
 
 MediaSound SoundOf(const MediaUse& use) {
@@ -167,10 +192,12 @@ MediaSounds SoundsOf(const std::vector<MediaUse>& media) {
     return sounds;
 }
 
-void CompareWithMedia(const std::vector<otio::PlacedTrack>& tracks, int frameCount,
-                      const FrameGrid& grid, const MediaSounds& sounds,
-                      otio::ImportReport& report) {
-    Comparison(grid, sounds, report).Add(tracks, {0.0, static_cast<double>(frameCount)}, {});
+ClipTally CompareWithMedia(const std::vector<otio::PlacedTrack>& tracks, int frameCount,
+                           const FrameGrid& grid, const MediaSounds& sounds,
+                           otio::ImportReport& report) {
+    Comparison comparison(grid, sounds, report);
+    comparison.Add(tracks, {0.0, static_cast<double>(frameCount)}, {});
+    return comparison.Take();
 }
 
 }  // namespace orlo::host

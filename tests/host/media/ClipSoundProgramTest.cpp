@@ -96,6 +96,9 @@ TEST_F(ClipSoundProgram, InfoListsTheStreamsAndThoseThatAreNotUsed) {
 
     EXPECT_NE(text.out.find("note: audio streams 2, 3 are not used"), std::string::npos)
         << text.out;
+    EXPECT_NE(text.out.find("    stream 2: audio 1, pcm_s16le, eng, 48000 Hz, 1 channel"),
+              std::string::npos)
+        << text.out;
     EXPECT_EQ(media.at("streams").at(0).at("kind"), "video");
     EXPECT_EQ(media.at("streams").at(3).at("index"), 3);
     EXPECT_EQ(media.at("streams").at(3).at("stream"), 2);
@@ -104,6 +107,29 @@ TEST_F(ClipSoundProgram, InfoListsTheStreamsAndThoseThatAreNotUsed) {
     EXPECT_EQ(media.at("streams").at(3).at("language"), "eng");
     EXPECT_EQ(media.at("streams").at(0).at("variableFrameRate"), false);
     EXPECT_NE(media.at("note").get<std::string>().find("--stream"), std::string::npos);
+}
+
+TEST_F(ClipSoundProgram, InfoNamesTheStreamAndTheChannelsThatAClipTakes) {
+    Json through = Clip("streams.mkv", 0, 25);
+    // The third channel of all is the first one of the third stream.
+    through["metadata"]["PremierePro_OTIO"]["AudioChannels"]["SecondaryAssignments"] = {
+        {{"SecondaryChannelIndex", 2}}};
+    WriteFile(shop_.Work("edit.otio"),
+              Timeline({Track({Clip("streams.mkv", 0, 25), through,
+                               WithOurs(Clip("streams.mkv", 0, 25), {{"stream", 2}}),
+                               WithOurs(Clip("streams.mkv", 0, 25), {{"channels", "1:1,3:2"}}),
+                               Clip("eight.wav", 0, 25)})})
+                  .dump());
+
+    const std::string text = shop_.Run({"info", "@edit.otio"}).out;
+
+    for (const char* taken :
+         {"streams.mkv (audio stream 1)\n", "streams.mkv (audio stream 3, channel 1)\n",
+          "streams.mkv (audio stream 2)\n",
+          "streams.mkv (audio stream 1, channel 1 and audio stream 3, channel 2)\n",
+          "eight.wav (downmix of 8 channels)\n"}) {
+        EXPECT_NE(text.find(taken), std::string::npos) << taken << text;
+    }
 }
 
 TEST_F(ClipSoundProgram, InfoOfATimelineNamesTheChannelsOfClipsAndThoseThatNoClipUses) {

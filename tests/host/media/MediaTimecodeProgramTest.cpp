@@ -113,6 +113,26 @@ TEST_F(MediaTimecodeProgram, ADropFrameTimecodeOfAMediaFileMakesTimecodesDropFra
     EXPECT_EQ(result.Json().at("startTimecode"), "01:00:00;00");
 }
 
+TEST_F(MediaTimecodeProgram, InfoNamesTheTimecodeAndTheDurationOfEachStream) {
+    Encode("a.mov", "01:00:00:00", "mpeg4");
+    Encode("a.mxf", "10:00:00:00", "mpeg2video");
+
+    const std::string mov = shop_.Run({"info", "@a.mov"}).out;
+    const std::string mxf = shop_.Run({"info", "@a.mxf"}).out;
+
+    for (const char* line :
+         {"stream 1: video, mpeg4, 64x48, 25 frames a second, 100 frames\n"
+          "        (0:00:04.000), timecode 01:00:00:00\n",
+          "stream 2: audio 1, pcm_s16le, 48000 Hz, 2 channels", "stream 3: timecode, "}) {
+        EXPECT_NE(mov.find(line), std::string::npos) << line << mov;
+    }
+    // An MXF file has one timecode for all its streams.
+    const std::size_t video = mxf.find("stream 1: video");
+    EXPECT_NE(mxf.find("timecode 10:00:00:00", video), std::string::npos) << mxf;
+    EXPECT_NE(mxf.find("timecode 10:00:00:00", mxf.find("stream 2: audio 1")), std::string::npos)
+        << mxf;
+}
+
 TEST_F(MediaTimecodeProgram, InfoNamesTheTimecodeOfAMediaFile) {
     WriteFile(shop_.Work("a.wav"), NumberedWave(BroadcastDescription(3600ULL * 48000)));
 

@@ -31,4 +31,23 @@ TEST(TextColumns, AShortTextIsPaddedWithBlanks) {
     EXPECT_EQ(FitToColumns("Beat", 2), "Be");
 }
 
+TEST(TextColumns, ATextIsWrappedAtBlanks) {
+    using Lines = std::vector<std::string>;
+
+    EXPECT_EQ(WrapToColumns("a clip is silent", 6), (Lines{"a clip", "is", "silent"}));
+    EXPECT_EQ(WrapToColumns("a  clip", 5), (Lines{"a", "clip"}));
+    EXPECT_EQ(WrapToColumns("exact", 5), (Lines{"exact"}));
+    EXPECT_EQ(WrapToColumns("exact fit ", 9), (Lines{"exact fit"}));
+    EXPECT_EQ(WrapToColumns("", 5), (Lines{""}));
+    EXPECT_EQ(WrapToColumns("\u97f3\u697d \u97f3", 4), (Lines{"\u97f3\u697d", "\u97f3"}));
+}
+
+TEST(TextColumns, AWordOfMoreThanALineIsDivided) {
+    using Lines = std::vector<std::string>;
+
+    EXPECT_EQ(WrapToColumns("/media/take", 4), (Lines{"/med", "ia/t", "ake"}));
+    EXPECT_EQ(WrapToColumns("in /media/take", 6), (Lines{"in", "/media", "/take"}));
+    EXPECT_EQ(WrapToColumns("\u97f3\u697d", 3), (Lines{"\u97f3", "\u697d"}));
+}
+
 }  // namespace

@@ -126,5 +126,32 @@ TEST(MediaComparison, EachClipOfMediaWithoutSoundIsReported) {
     EXPECT_EQ(entries[1].reason, "its media file has no sound");
 }
 
+TEST(MediaComparison, CountsEachClipOnceByItsSound) {
+    const Json muted = WithOurs(Clip("a.wav", 0, 10), {{"muted", true}});
+    const Json nested =
+        WithRange(Stack({Track({Clip("a.wav", 0, 20), Clip("a.wav", 0, 20)})}), 0, 30);
+    const auto import = Import(Timeline({Track(
+        {Clip("a.wav", 0, 10), muted, nested, Clip("gone.wav", 0, 10), Clip("gone.wav", 5, 10),
+         Clip("dumb.wav", 0, 10), Clip("sick.wav", 0, 10), Clip("a.wav", 889, 20)})}));
+    MediaSounds sounds = SOUND_OF_899_FRAMES;
+    sounds[{"/edit/gone.wav", {}}] = {0.0, {orlo::host::MISSING_MEDIA_REASON, {}}};
+    sounds[{"/edit/dumb.wav", {}}] = {0.0, {"its media file has no sound", {}}};
+    ImportReport report;
+
+    const orlo::host::ClipTally clips = CompareWithMedia(
+        import.arrangement.tracks, import.arrangement.frameCount, PAL, sounds, report);
+
+    EXPECT_EQ(clips.whole, 3);
+    EXPECT_EQ(clips.muted, 1);
+    EXPECT_EQ(clips.missing, 2);
+    EXPECT_EQ(clips.missingFiles.size(), 1u);
+    EXPECT_EQ(clips.soundless, 1);
+    EXPECT_EQ(clips.unread, 1);
+    EXPECT_EQ(clips.beyond, 1);
+    // 10 of its 20 frames.
+    EXPECT_NEAR(clips.longestSilence, 0.4, 1e-9);
+    EXPECT_EQ(clips.Clips(), 9);
+}
+
 }  // namespace
 }  // namespace sonrel_tests

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace orlo::host {
+
+/// The end of a report: what is right, what needs attention, and what to do about it.
+class Summary {
+public:
+    /// Adds a statement that needs no action.
+    void AddRight(const std::string& text) { right_.push_back({"right", text}); }
+
+    /// Adds a statement that needs attention, and its remedy.
+    void AddAttention(const std::string& text, const std::string& remedy) {
+        attention_.push_back({"attention", text});
+        attention_.push_back({"to do", remedy});
+    }
+
+    /// The statements in two columns, which fit into 80 columns. Those that need attention are
+    /// last.
+    std::string Text() const;
+
+private:
+    struct Row {
+        const char* label;
+        std::string text;
+    };
+
+    std::vector<Row> right_;
+    std::vector<Row> attention_;
+};
+
+/// A number with its noun: "1 clip", "2 clips".
+std::string Counted(long long count, const std::string& noun);
+
+}  // namespace orlo::host
