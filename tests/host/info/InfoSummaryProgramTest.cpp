@@ -66,8 +66,8 @@ TEST_F(InfoSummaryProgram, EndsWithWhatIsRightWhatNeedsAttentionAndWhatToDo) {
               "  to do      choose a stream or a channel that exists; 'sonrel info' lists them\n"
               "  attention  2 clips ask for more than their media files have: silent for up to\n"
               "             0.8 s\n"
-              "  to do      shorten the clips, or link the right media files; the timecodes\n"
-              "             are in the list above\n"
+              "  to do      shorten the clips, or link the right media files; the timecodes are\n"
+              "             in the list above\n"
               "  attention  1 part is not imported, changed or guessed: video track (1)\n"
               "  to do      compare with the edit; the places and reasons are in the list above\n");
 }
