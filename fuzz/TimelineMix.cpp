@@ -66,12 +66,13 @@ void GiveSound(std::vector<host::MediaUse>& media, project::Project& project) {
     }
 }
 
-/// Mixes video frames at positions that the input chooses, and the last frame.
+/// Mixes frames of the engine at positions that the input chooses, and the last frame.
 void MixWindows(const MixBlock& mix, const otio::Arrangement& arrangement, int frameCount,
                 Choices& choices) {
-    const long long total = zrtl::TotalSamples(frameCount, arrangement.rate, arrangement.fps);
+    const long long total =
+        zrtl::TotalSamples(frameCount, arrangement.rate, arrangement.EngineRate());
     if (total == 0) return;
-    const int perFrame = zrtl::SamplesPerFrame(arrangement.rate, arrangement.fps);
+    const int perFrame = zrtl::SamplesPerFrame(arrangement.rate, arrangement.EngineRate());
     for (int i = 0; i <= WINDOWS; ++i) {
         const long long place = choices.Take<std::uint32_t>() % total;
         const long long start = i < WINDOWS ? place : std::max<long long>(total - perFrame, 0);

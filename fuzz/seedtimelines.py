@@ -173,6 +173,7 @@ def unusual():
     late = clip()
     late["media_reference"]["available_range"] = span(4, 100)
     yield "early", timeline(track(late, clip(2000000000), clip(0, 5, enabled=1)))
+    yield "half-frames", timeline(track(clip(0, 0.5), clip(0.5, 0.5)))
     yield "far", timeline(track(clip()), source_range=span(1e300, 5))
     yield "long-join", timeline(track(clip(0, 2e9), dissolve(1e9, 1e9), clip(0, 1e9)))
     swapped = [{"Source Track ID": 0, "Source Channel ID": channel} for channel in (1, 0)]
