@@ -117,18 +117,20 @@ public:
         : session_(session),
           tasks_(tasks),
           current_(run.current),
+          interrupted_(InterruptFlag()),
           progress_(progress, run.step, TotalFrames(tasks), TotalSeconds(tasks)) {}
 
     /// Runs tasks until none is left. Called on the thread of each job.
     void Work() {
         try {
-            const zrh::media::InterruptScope stopMedia(Interrupted);
+            const InterruptFlagScope flag(interrupted_);
+            const zrh::media::InterruptScope stopMedia([this] { return interrupted_->load(); });
             const std::shared_ptr<MediaDB> database = session_.Connect();
             while (!Interrupted() && !failed_) {
                 const std::size_t task = next_++;
                 if (task >= tasks_.Count()) return;
                 progress_.SetFile(tasks_.Media(task));
-                TaskMonitor monitor(session_.Paths().folder, progress_);
+                TaskMonitor monitor(session_.Paths().folder, progress_, *interrupted_);
                 TaskRun(tasks_, task, database, monitor).Run(current_);
             }
         } catch (...) {
@@ -146,6 +148,7 @@ private:
     const EngineSession& session_;
     CacheFileTasks& tasks_;
     const CurrentFiles current_;
+    std::atomic<bool>* const interrupted_;  // of the command
     TaskProgress progress_;
     std::atomic<std::size_t> next_{0};
     std::atomic<bool> failed_{false};
@@ -174,7 +177,7 @@ bool TaskMonitor::Report(long long frames) {
     started_ = true;
     progress_.Add(frames - counted_);
     counted_ = frames;
-    return spaceMessage_.empty() && !Interrupted();
+    return spaceMessage_.empty() && !interrupted_;
 }
 
 void RunCacheFileTasks(const EngineSession& session, CacheFileTasks& tasks, const CacheFileRun& run,

@@ -37,11 +37,13 @@ private:
 /// Monitors the work on one task: reports its progress, and stops it after an interrupt and when
 /// its file does not fit on the disk.
 ///
-/// Threads: one call at a time.
+/// Threads: one call at a time; on the threads that read the media file too.
 class TaskMonitor {
 public:
-    TaskMonitor(std::string cacheFolder, TaskProgress& progress)
-        : folder_(std::move(cacheFolder)), progress_(progress) {}
+    /// @param interrupted  the flag of the job
+    TaskMonitor(std::string cacheFolder, TaskProgress& progress,
+                const std::atomic<bool>& interrupted)
+        : folder_(std::move(cacheFolder)), progress_(progress), interrupted_(interrupted) {}
 
     /// Starts an attempt to make a file.
     /// @param bytes  expected size of the file
@@ -61,6 +63,7 @@ public:
 private:
     const std::string folder_;
     TaskProgress& progress_;
+    const std::atomic<bool>& interrupted_;
     long long bytes_ = 0;
     long long counted_ = 0;
     bool started_ = false;

@@ -59,12 +59,15 @@ MixBlock CompositionBlocks(const sonrel::AudioMixer& mixer,
     };
 }
 
-void RenderBlock(const MixBlock& mix, const FrameGrid& grid, long long position, int count,
-                 MixSink& sink) {
-    const int mixed = mix(position, count, sink.Next(count));
+void RequireMixed(int mixed, int count, long long position, const FrameGrid& grid) {
     if (mixed == count) return;
     throw JobError("the mixer returned " + std::to_string(mixed) + " for " + std::to_string(count) +
                    " samples at " + FormatTimecode(position, grid));
+}
+
+void RenderBlock(const MixBlock& mix, const FrameGrid& grid, long long position, int count,
+                 MixSink& sink) {
+    RequireMixed(mix(position, count, sink.Next(count)), count, position, grid);
 }
 
 void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const zrtl::FrameRange& span,

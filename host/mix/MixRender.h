@@ -52,6 +52,10 @@ MixBlock CompositionBlocks(const sonrel::AudioMixer& mixer,
                            const std::shared_ptr<project::Project>& project,
                            const std::shared_ptr<project::CompositionAsset>& composition);
 
+/// Checks the result of a MixBlock.
+/// @throws JobError when the mixer has failed
+void RequireMixed(int mixed, int count, long long position, const FrameGrid& grid);
+
 /// Mixes one block into the sink.
 /// @throws JobError when the mixer fails
 void RenderBlock(const MixBlock& mix, const FrameGrid& grid, long long position, int count,

@@ -17,6 +17,9 @@ namespace {
 std::atomic<bool> interrupted{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "the handler may only touch lock-free data");
 
+/// The flag of the job of this thread.
+thread_local std::atomic<bool>* flagOfJob = &interrupted;
+
 void HandleSignal(int) {
     interrupted.store(true);
 }
@@ -50,11 +53,18 @@ void CatchInterrupts() {
 }
 
 bool Interrupted() {
-    return interrupted.load();
+    return flagOfJob->load();
 }
 
 std::atomic<bool>* InterruptFlag() {
-    return &interrupted;
+    return flagOfJob;
+}
+
+InterruptFlagScope::InterruptFlagScope(std::atomic<bool>* flag)
+    : outer_(std::exchange(flagOfJob, flag)) {}
+
+InterruptFlagScope::~InterruptFlagScope() {
+    flagOfJob = outer_;
 }
 
 void ThrowInterrupted(const std::string& unfinished) {

@@ -13,11 +13,27 @@ namespace orlo::host {
 /// writes.
 void CatchInterrupts();
 
-/// Whether the program was asked to stop. Any thread.
+/// Whether the program, or the job of this thread, was asked to stop. Any thread.
 bool Interrupted();
 
-/// The flag, for operations of the engine that poll a flag. The program never clears it.
+/// The flag, for operations of the engine that poll a flag, and for other threads of the same job.
+/// The program never clears it.
 std::atomic<bool>* InterruptFlag();
+
+/// Gives the job of this thread a separate flag, which Interrupted polls instead of the flag of the
+/// signals. For jobs that run next to each other and are stopped one by one.
+class InterruptFlagScope {
+public:
+    /// @param flag  outlives the object
+    explicit InterruptFlagScope(std::atomic<bool>* flag);
+    /// Restores the former flag. Call on the thread that made the object.
+    ~InterruptFlagScope();
+    InterruptFlagScope(const InterruptFlagScope&) = delete;
+    InterruptFlagScope& operator=(const InterruptFlagScope&) = delete;
+
+private:
+    std::atomic<bool>* const outer_;
+};
 
 /// Throws the CommandError of an interrupted job.
 /// @param unfinished  the missing result as a clause: "nothing was written to out.wav"

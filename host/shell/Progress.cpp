@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <utility>
 
 #include "host/json/Json.h"
 #include "host/shell/Terminal.h"
@@ -16,12 +17,16 @@ namespace {
 
 constexpr std::chrono::milliseconds FIRST_SHOWN{1000};
 constexpr std::chrono::milliseconds INTERVAL{250};
+constexpr std::chrono::milliseconds OBSERVER_INTERVAL{50};
 
 }  // namespace
 
 Progress::Progress(ProgressMode mode, bool quiet)
     : line_(mode == ProgressMode::Auto && !quiet && CanDraw(STDERR_FILENO)),
       json_(mode == ProgressMode::Json) {}
+
+Progress::Progress(Observer observer)
+    : line_(false), json_(false), observer_(std::move(observer)) {}
 
 Progress::~Progress() {
     Erase();
@@ -33,8 +38,8 @@ void Progress::Begin(const std::string& step, const std::string& unit, long long
     state_ = {step, state_.file, unit, 0, std::max(total, 0LL), unitsPerSecond, -1.0};
     shown_ = -1;
     begin_ = Clock::now();
-    next_ = begin_ + (json_ ? INTERVAL : FIRST_SHOWN);
-    if (json_) Show(0, begin_);
+    next_ = begin_ + (line_ ? FIRST_SHOWN : Interval());
+    if (!line_) Show(0, begin_);
 }
 
 void Progress::SetFile(const std::string& path) {
@@ -43,17 +48,17 @@ void Progress::SetFile(const std::string& path) {
 }
 
 void Progress::Update(long long done) {
-    if (!line_ && !json_) return;
+    if (!line_ && !json_ && !observer_) return;
     const std::lock_guard lock(mutex_);
     const Clock::time_point now = Clock::now();
     if (now < next_) return;
-    next_ = now + INTERVAL;
+    next_ = now + Interval();
     Show(std::clamp(done, 0LL, state_.total), now);
 }
 
 void Progress::End() {
     const std::lock_guard lock(mutex_);
-    if (json_ && shown_ != state_.total) Show(state_.total, Clock::now());
+    if (!line_ && shown_ != state_.total) Show(state_.total, Clock::now());
     Erase();
 }
 
@@ -64,11 +69,17 @@ void Progress::Show(long long done, Clock::time_point now) {
         done > 0 ? elapsed * static_cast<double>(state_.total - done) / static_cast<double>(done)
                  : -1.0;
     shown_ = done;
-    if (json_) {
+    if (observer_) {
+        observer_(state_);
+    } else if (json_) {
         ShowJson();
     } else if (line_) {
         ShowLine();
     }
+}
+
+std::chrono::milliseconds Progress::Interval() const {
+    return observer_ ? OBSERVER_INTERVAL : INTERVAL;
 }
 
 void Progress::ShowJson() {

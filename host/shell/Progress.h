@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <mutex>
 #include <string>
 
@@ -17,7 +18,14 @@ enum class ProgressMode { Auto, Json, None };
 /// Threads: any thread may call Update.
 class Progress {
 public:
+    /// Receives the state at the beginning and at the end of a step, and at most every 50
+    /// milliseconds in between; one call at a time, on the thread that reports the progress.
+    using Observer = std::function<void(const ProgressState&)>;
+
     Progress(ProgressMode mode, bool quiet);
+    /// Shows nothing on stderr.
+    /// @param observer  empty for none
+    explicit Progress(Observer observer);
     /// Erases the line on the terminal.
     ~Progress();
     Progress(const Progress&) = delete;
@@ -48,8 +56,11 @@ private:
     void ShowJson();
     void Erase();
 
+    std::chrono::milliseconds Interval() const;
+
     const bool line_;
     const bool json_;
+    const Observer observer_;
     std::mutex mutex_;
     ProgressState state_;
     long long shown_ = -1;
