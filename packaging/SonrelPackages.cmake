@@ -14,6 +14,9 @@ set(CPACK_COMPONENTS_ALL runtime development)
 if(TARGET SonrelHost)
     list(APPEND CPACK_COMPONENTS_ALL program)
 endif()
+if(TARGET SonrelPython)
+    list(APPEND CPACK_COMPONENTS_ALL python)
+endif()
 
 set(library_package libsonrel${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -44,5 +47,13 @@ set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION sound)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS "${library_package} (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_PROGRAM_DESCRIPTION
     "${PROJECT_DESCRIPTION} (command line)\n Mixes timelines and media files to WAV.")
+
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-sonrel)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+math(EXPR next_python "${Python_VERSION_MINOR} + 1")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+    "${library_package} (= ${PROJECT_VERSION}), python3-numpy, python3 (>= ${Python_VERSION_MAJOR}.${Python_VERSION_MINOR}), python3 (<< ${Python_VERSION_MAJOR}.${next_python})")
+set(CPACK_DEBIAN_PYTHON_DESCRIPTION
+    "${PROJECT_DESCRIPTION} (Python module)\n Mixes timelines and media files into NumPy arrays.")
 
 include(CPack)

@@ -6,6 +6,7 @@
     tools/check/check_rules.py --self-test small artificial lists of rules with known faults
 """
 
+import ast
 import re
 import sys
 
@@ -19,6 +20,13 @@ NAME = re.compile(r"`([A-Za-z]\w*\.[A-Za-z]\w*)`")
 def defined_tests(source):
     """The tests that a source defines, as Suite.Name."""
     return {f"{suite}.{name}" for suite, name in DEFINITION.findall(source)}
+
+
+def python_tests(source):
+    """The tests that a source of unittest defines, as Class.name."""
+    return {f"{group.name}.{test.name}" for group in ast.parse(source).body
+            if isinstance(group, ast.ClassDef) for test in group.body
+            if isinstance(test, ast.FunctionDef) and test.name.startswith("test_")}
 
 
 def rule_lines(text):
@@ -53,6 +61,9 @@ def check():
     for name in tracked_files(".cpp", ".h"):
         if name.parts[0] == "tests":
             tests |= defined_tests((ROOT / name).read_text())
+    for name in tracked_files(".py"):
+        if name.parts[:2] == ("tests", "python"):
+            tests |= python_tests((ROOT / name).read_text())
     faults, rules = faults_of((ROOT / RULES).read_text(), tests)
     return faults, f"{rules} rules, {len(tests)} tests"
 
@@ -68,12 +79,22 @@ TEST_F(Meter,
 // TEST(Meter, IsCommentedOut) {}
 """
 
+PYTHON_SOURCE = """
+class Mix(Base):
+    def setUp(self): pass
+    def test_is_loud(self): pass
+
+def test_outside(): pass
+"""
+
 # (rules, number of faults)
 KNOWN = [
     ("## A\n- A meter counts frames. `Meter.CountsFrames`\n", 0),
     ("# Title\nWithout a test.\n\n## A\n- A meter `Stop`s. `Meter.Stops`, `Gain.IsOne`\n", 0),
     ("## A\n- Typed. `Request.IsRefused`, `Request.Waits`\n", 0),
     ("## A\n- Long. `Meter.HasALongName`\n", 0),
+    ("## A\n- Of Python. `Mix.test_is_loud`\n", 0),
+    ("## A\n- No test. `Mix.setUp`\n", 1),
     ("## A\n- A meter counts frames.\n", 1),
     ("## A\n- Misspelt. `Meter.CountFrames`\n", 1),
     ("## A\n- Another suite. `Gain.Stops`\n", 1),
@@ -86,7 +107,7 @@ KNOWN = [
 
 
 def self_test():
-    tests = defined_tests(SOURCE)
+    tests = defined_tests(SOURCE) | python_tests(PYTHON_SOURCE)
     faults = []
     for text, expected in KNOWN:
         found, _ = faults_of(text, tests)

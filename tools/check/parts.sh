@@ -49,6 +49,7 @@ installed_view() {
     check "Plugin library of another project" plugins_by_cmake "$stage"
     check "Consumer project, by pkg-config" consumer_by_pkg_config "$stage"
     check "Project library of a host, linked by the program" host_project_by_program "$stage"
+    check "The installed Python module" installed_python_module "$stage"
     check "The installed program starts" "$stage/bin/sonrel" --version
     check "Completion of the command line" tools/check/check_completion.py "$stage/bin/sonrel"
 }
@@ -56,6 +57,14 @@ installed_view() {
 consumer_by_cmake() {
     cmake -S tests/consumer -B build/consumer -G Ninja -DCMAKE_PREFIX_PATH="$1" >/dev/null &&
         cmake --build build/consumer && build/consumer/consumer
+}
+
+# Away from the build folder and from the folder sonrel of the tree.
+installed_python_module() {
+    local package
+    package=$(dirname "$(find "$1" -name '_sonrel*.so')")
+    (cd / && PYTHONPATH=$(dirname "$package") /usr/bin/python3 -c \
+        'import sonrel; print(sonrel.__version__, sonrel.LoudnessMeter(48000))')
 }
 
 # A plugin library that is built separately, and the program that loads it.
@@ -167,6 +176,28 @@ storms() {
         build/asan/tests/playback/storms/playback_storms --commands 100000
 }
 
+# The Python module under ASan: its tests, and ten minutes of random operations, deletions and forks.
+# The interpreter itself is not instrumented and keeps memory until its end.
+python() {
+    require "Configure with ASan and UBSan" configure asan -DSONREL_BUILD_PYTHON=ON
+    require "Build the Python module with ASan and UBSan" build asan SonrelPython SonrelHost
+    count_tests "Tests of the Python module under ASan and UBSan" asan python asan_environment
+    check "Lifetimes of the objects of the Python module" \
+        asan_environment PYTHONPATH=build/asan/python \
+        /usr/bin/python3 tests/python/fuzz_lifetimes.py --seconds 600 --seed "$RANDOM"
+    require "Configure with ASan and UBSan" configure asan
+}
+
+# asan_environment [NAME=VALUE...] COMMAND...: for programs that load instrumented libraries without
+# being instrumented themselves. Python then takes each object from malloc.
+asan_environment() {
+    local libraries
+    libraries="$(c++ -print-file-name=libasan.so) $(c++ -print-file-name=libstdc++.so)"
+    env LD_PRELOAD="$libraries" PYTHONMALLOC=malloc PYTHONDONTWRITEBYTECODE=1 \
+        ASAN_OPTIONS=detect_leaks=0:detect_stack_use_after_return=1 \
+        UBSAN_OPTIONS=print_stacktrace=1 "$@"
+}
+
 # The build of a user: no preset, CMake's default generator, -O3, no other options. The compiler cache is
 # set through the environment.
 plain_build() { check "Plain Release build" build_plain; }
@@ -194,7 +225,7 @@ clang_configure() {
 tidy() { check "clang-tidy" tidy_sources; }
 
 tidy_sources() {
-    sources | grep -E '^(\./)?(sonrel|host|examples)/.*\.cpp$' |
+    sources | grep -E '^(\./)?(sonrel|host|python|examples)/.*\.cpp$' |
         xargs -P "$(nproc)" -n 4 clang-tidy-14 -p build/clang --quiet --warnings-as-errors='*'
 }
 
