@@ -53,5 +53,5 @@ function(sonrel_shared_library name output)
         EXPORT_NAME ${output}
         LINKER_LANGUAGE CXX
         VERSION ${PROJECT_VERSION}
-        SOVERSION ${PROJECT_VERSION_MAJOR})
+        SOVERSION ${SONREL_SOVERSION})
 endfunction()

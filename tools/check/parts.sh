@@ -198,6 +198,21 @@ asan_environment() {
         UBSAN_OPTIONS=print_stacktrace=1 "$@"
 }
 
+# The libraries with debug information, against the last release. After installed_view, which installed
+# the headers.
+binary_interface() {
+    check "Binary interface knows good from bad" tools/check/check_abi.py --self-test
+    require "Libraries with debug information" debug_libraries build/abi
+    check "Binary interface" tools/check/check_abi.py build/abi build/stage/include
+}
+
+# debug_libraries BUILD_FOLDER
+debug_libraries() {
+    cmake --preset dev -B "$1" -DSONREL_UNITY_BUILD=ALL >build/configure-abi.log 2>&1 ||
+        { cat build/configure-abi.log; return 1; }
+    cmake --build "$1" --target Sonrel SonrelProject SonrelPlugins
+}
+
 # The build of a user: no preset, CMake's default generator, -O3, no other options. The compiler cache is
 # set through the environment.
 plain_build() { check "Plain Release build" build_plain; }
