@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Opens the media files whose paths are the lines of a file, as `sonrel info` does, and nothing else.
+// Opens the media files whose paths are the lines of a file, as `sonrel info` does, and does
+// nothing else.
 //
 //     media_opening FILE
 #include <cstdio>
