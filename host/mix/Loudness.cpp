@@ -1,34 +1,44 @@
 // SPDX-License-Identifier: MIT
 #include "host/mix/Loudness.h"
 
-#include <ebur128.h>
-
-#include <cmath>
-#include <new>
+#include <algorithm>
 
 namespace orlo::host {
 
-LoudnessMeter::LoudnessMeter(int rate)
-    : state_(ebur128_init(2, static_cast<unsigned long>(rate), EBUR128_MODE_I)), peak_(rate) {
-    if (!state_) throw std::bad_alloc();
+namespace {
+
+constexpr int BLOCKS_PER_SECOND = 10;
+
+}  // namespace
+
+int MeterBlockFrames(int rate) {
+    return std::max(1, rate / BLOCKS_PER_SECOND);
 }
+
+LoudnessMeter::LoudnessMeter(int rate)
+    : meter_(rate), blockFrames_(static_cast<std::size_t>(MeterBlockFrames(rate))) {}
 
 void LoudnessMeter::Add(const short* frames, std::size_t count) {
-    if (ebur128_add_frames_short(state_.get(), frames, count) != EBUR128_SUCCESS) {
-        throw std::bad_alloc();
+    while (count > 0) {
+        const std::size_t part = std::min(count, blockFrames_ - filled_);
+        meter_.Add(frames, part);
+        filled_ += part;
+        frames += 2 * part;
+        count -= part;
+        if (filled_ < blockFrames_) continue;
+        readings_.push_back(Reading());
+        filled_ = 0;
     }
-    peak_.Add(frames, count);
 }
 
-std::optional<double> LoudnessMeter::IntegratedLufs() const {
-    double lufs = 0.0;
-    if (ebur128_loudness_global(state_.get(), &lufs) != EBUR128_SUCCESS) return std::nullopt;
-    return std::isfinite(lufs) ? std::optional<double>(lufs) : std::nullopt;
+LoudnessReading LoudnessMeter::Reading() const {
+    return {meter_.MomentaryLufs(), meter_.ShortTermLufs()};
 }
 
-std::optional<double> LoudnessMeter::TruePeakDb() const {
-    if (!(peak_.Peak() > 0.0)) return std::nullopt;
-    return 20.0 * std::log10(peak_.Peak());
+std::vector<LoudnessReading> LoudnessMeter::Readings() const {
+    std::vector<LoudnessReading> readings = readings_;
+    if (filled_ > 0) readings.push_back(Reading());
+    return readings;
 }
 
 }  // namespace orlo::host

@@ -227,10 +227,10 @@ private:
 
         summary_ = Summarize(mixer, trackNames_, span_.start);
         if (meters) {
-            meters->Write(
-                MetersJson(mixer, trackNames_, grid_.rate, MeterBlockFrames(grid_), span_.start)
-                    .ToLine() +
-                "\n");
+            Json document = MetersJson(mixer, trackNames_, grid_.rate, MeterBlockFrames(grid_.rate),
+                                       span_.start);
+            document["loudness"] = LoudnessBlocksJson(*loudness_);
+            meters->Write(document.ToLine() + "\n");
         }
         if (stems) stems->Flush();
         // Every output is complete on the disk before the first output is renamed to its name.

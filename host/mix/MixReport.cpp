@@ -75,6 +75,10 @@ Json BlockJson(const sonrel::AudioTrackMetrics& block) {
                          {"clipped", Json::Array({block.clipped[0], block.clipped[1]})}});
 }
 
+Json OrNull(const std::optional<double>& value) {
+    return value ? Json(*value) : Json();
+}
+
 std::string Decibels(double value) {
     return value > 0.0 ? FormatNumber(20.0 * std::log10(value), 1) + " dB" : "silent";
 }
@@ -162,11 +166,18 @@ Json SignalJson(const SignalSummary& signal, const FrameGrid& grid) {
 }
 
 Json LoudnessJson(const LoudnessMeter& loudness) {
-    const auto orNull = [](const std::optional<double>& value) {
-        return value ? Json(*value) : Json();
-    };
-    return Json::Object({{"integrated", orNull(loudness.IntegratedLufs())},
-                         {"truePeak", orNull(loudness.TruePeakDb())}});
+    return Json::Object({{"integrated", OrNull(loudness.IntegratedLufs())},
+                         {"truePeak", OrNull(loudness.TruePeakDb())}});
+}
+
+Json LoudnessBlocksJson(const LoudnessMeter& loudness) {
+    Json momentary = Json::Array();
+    Json shortTerm = Json::Array();
+    for (const LoudnessReading& reading : loudness.Readings()) {
+        momentary.Append(OrNull(reading.momentary));
+        shortTerm.Append(OrNull(reading.shortTerm));
+    }
+    return Json::Object({{"momentary", std::move(momentary)}, {"shortTerm", std::move(shortTerm)}});
 }
 
 std::string MetersText(const MeterSummary& meters, const FrameGrid& grid) {

@@ -47,6 +47,8 @@ std::string ClippingText(const SignalSummary& signal, const FrameGrid& grid);
 
 Json SignalJson(const SignalSummary& signal, const FrameGrid& grid);
 Json LoudnessJson(const LoudnessMeter& loudness);
+/// The momentary and short-term loudness at the end of each meter block.
+Json LoudnessBlocksJson(const LoudnessMeter& loudness);
 
 /// The meters and the loudness as lines of a table.
 std::string MetersText(const MeterSummary& meters, const FrameGrid& grid);

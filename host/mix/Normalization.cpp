@@ -13,9 +13,6 @@ namespace orlo::host {
 
 namespace {
 
-/// Meter blocks per second.
-constexpr int BLOCKS_PER_SECOND = 10;
-
 MixLevels Measure(const RepeatedMix& mix, const MixOptions& options, Progress& progress) {
     StartMix(mix.mixer, options, mix.tracks, mix.grid);
     LoudnessMeter loudness(mix.grid.rate);
@@ -54,15 +51,11 @@ SetGain GainOfComposition(const std::shared_ptr<project::CompositionAsset>& comp
     };
 }
 
-int MeterBlockFrames(const FrameGrid& grid) {
-    return std::max(1, grid.rate / BLOCKS_PER_SECOND);
-}
-
 void StartMix(sonrel::AudioMixer& mixer, const MixOptions& options, std::size_t tracks,
               const FrameGrid& grid) {
     mixer.SetDither(EngineDither(options.dither), options.seed);
     mixer.ResetMixSession();
-    mixer.StartMeterSession(tracks, MeterBlockFrames(grid));
+    mixer.StartMeterSession(tracks, MeterBlockFrames(grid.rate));
 }
 
 Normalization Normalize(const RepeatedMix& mix, const MixOptions& options, Progress& progress) {

@@ -46,9 +46,6 @@ struct Normalization {
 void StartMix(sonrel::AudioMixer& mixer, const MixOptions& options, std::size_t tracks,
               const FrameGrid& grid);
 
-/// Number of samples in a meter block.
-int MeterBlockFrames(const FrameGrid& grid);
-
 /// Measures a mix, and sets the gain for the loudness that the options request.
 /// @throws as in FindGain and RenderFrames
 Normalization Normalize(const RepeatedMix& mix, const MixOptions& options, Progress& progress);

@@ -11,6 +11,7 @@
 #include "host/cache/CacheCommand.h"
 #include "host/conform/ConformCommand.h"
 #include "host/info/InfoCommand.h"
+#include "host/loudness/LoudnessCommand.h"
 #include "host/media/SpooledInput.h"
 #include "host/mix/MixCommand.h"
 #include "host/peaks/PeaksCommand.h"
@@ -61,6 +62,8 @@ void AddCommands(CLI::App& app, CommandLine& line) {
     Add(app, line, "info", "Describe a timeline or media file", DeclareInfoOptions, RunInfo);
     Add(app, line, "conform", "Find or make the conformed files of all media files",
         DeclareConformOptions, RunConform);
+    Add(app, line, "loudness", "Measure the loudness and the true peak", DeclareLoudnessOptions,
+        RunLoudness);
     Add(app, line, "mix", "Mix to a stereo sound file", DeclareMixOptions, RunMix);
     Add(app, line, "peaks", "Find or make the peak files of all media files", DeclarePeaksOptions,
         RunPeaks);

@@ -7,7 +7,7 @@ _sonrel() {
     local word command= action=
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         case $word in
-            align | info | conform | mix | peaks | play | waveform | cache) [ -n "$command" ] || command=$word ;;
+            align | info | conform | loudness | mix | peaks | play | waveform | cache) [ -n "$command" ] || command=$word ;;
             ls | du | check | clean) [ "$command" = cache ] && action=$word ;;
         esac
     done
@@ -27,16 +27,17 @@ _sonrel() {
         --cache | --stems) compopt -o filenames; COMPREPLY=($(compgen -d -- "$current")); return ;;
         --meters) [ "$command" = play ] || { compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return; } ;;
         --db | --export | -o) compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return ;;
-        --rate | --fps | --grid | --media-root | --keep-days | --spool-limit | --jobs | --from | --to | --seed | --days | --buffer | --composition | --min-correlation | --zoom | --stream | --normalize | --true-peak) return ;;
+        --rate | --fps | --grid | --media-root | --keep-days | --spool-limit | --jobs | --from | --to | --seed | --days | --buffer | --composition | --min-correlation | --zoom | --stream | --normalize | --true-peak | --target | --tolerance) return ;;
         --size | --color | --background | --range) return ;;
     esac
 
     local options=$globals
     case $command in
-        "") [[ $current == -* ]] || { COMPREPLY=($(compgen -W "align info conform mix peaks play waveform cache" -- "$current")); return; } ;;
+        "") [[ $current == -* ]] || { COMPREPLY=($(compgen -W "align info conform loudness mix peaks play waveform cache" -- "$current")); return; } ;;
         align) options+=" --stream --channels --min-correlation --plot --otio --overwrite" ;;
         conform) options+=" --stream --channels --jobs --all-codecs --force --strict" ;;
         info) options+=" --strict" ;;
+        loudness) options+=" --stream --channels --target --tolerance" ;;
         mix) options+=" --stream --channels -o --from --to --dither --seed --stems --composition --meters --normalize --true-peak --fail-on-clip --strict --retime --audio-from --overwrite" ;;
         play) options+=" --stream --channels --from --reverse --speed --meters --events --strict --output --buffer --dither --seed --overwrite" ;;
         waveform) options+=" --stream --channels -o --size --style --scale --format --color --background --range --ruler --overwrite" ;;
