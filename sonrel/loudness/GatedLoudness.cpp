@@ -38,8 +38,8 @@ double LoudnessOf(double meanSquare) {
 }
 
 bool IsAboveAbsoluteGate(double meanSquare) {
-    static const double gate = std::pow(10.0, (ABSOLUTE_GATE - LOUDNESS_OFFSET) / 10.0);
-    return meanSquare > gate;
+    static const double GATE = std::pow(10.0, (ABSOLUTE_GATE - LOUDNESS_OFFSET) / 10.0);
+    return meanSquare > GATE;
 }
 
 std::optional<double> IntegratedLoudness(const std::vector<double>& blocks) {
