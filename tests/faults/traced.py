@@ -21,6 +21,7 @@ SYSTEM = [re.compile(pattern) for pattern in (
     r"/etc/ld\.so\.(cache|preload)",  # where the libraries are
     r"/usr/lib/[^/]*/qt5/plugins(/.*)?",  # picture formats
     r"/(usr/share|usr/lib)/locale/.*|/etc/(locale\.alias|localtime)|/usr/share/zoneinfo/.*",
+    r"/usr/lib/[^/]*/gconv/gconv-modules\.cache",  # widths of characters
     r"/usr/share/fonts(/.*)?|/etc/fonts(/.*)?",
     r"/proc/filesystems|/proc/sys/crypto/fips_enabled|/etc/gcrypt/.*",  # security libraries
     r"/proc/(self|\d+)/(status|maps|cgroup)|/sys/devices/system/(cpu|node)(/.*)?",  # processors
