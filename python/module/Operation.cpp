@@ -9,6 +9,7 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
@@ -41,10 +42,16 @@ std::exception_ptr AsJobError(const std::exception_ptr& failure) {
     }
 }
 
+class Operation;
+
+thread_local const Operation* worked = nullptr;     // whose work this thread does
+thread_local const Operation* reporting = nullptr;  // whose progress function this thread runs
+
 /// One running operation.
 class Operation {
 public:
-    Operation(const Controls& controls, const Work& work) : controls_(controls), work_(work) {}
+    Operation(const Controls& controls, const Work& work)
+        : controls_(controls), work_(work), outer_(reporting) {}
 
     void Run() {
         std::thread worker([this] { DoWork(); });
@@ -59,10 +66,14 @@ public:
 
     void Stop() { stop_ = true; }
 
+    /// The operation whose progress function has started this operation; null for none.
+    const Operation* Outer() const { return outer_; }
+
 private:
     // On the worker thread.
 
     void DoWork() {
+        worked = this;
         try {
             const host::InterruptFlagScope flag(&stop_);
             const zrh::media::InterruptScope stopMedia([this] { return stop_.load(); });
@@ -121,13 +132,21 @@ private:
     }
 
     void Deliver(const host::ProgressState& state) const {
-        controls_.progress(state.step, state.done, state.total, state.file);
+        const Operation* const outer = std::exchange(reporting, this);
+        try {
+            controls_.progress(state.step, state.done, state.total, state.file);
+        } catch (py::error_already_set&) {
+            reporting = outer;
+            throw;
+        }
+        reporting = outer;
     }
 
     static bool IsMainThread() { return gettid() == getpid(); }
 
     const Controls& controls_;
     const Work& work_;
+    const Operation* const outer_;
     std::atomic<bool> stop_{false};
     std::mutex mutex_;
     std::condition_variable changed_;
@@ -209,6 +228,16 @@ void Run(const Controls& controls, const Work& work) {
     Operation operation(controls, work);
     const ListedOperation listed(operation);
     operation.Run();
+}
+
+const void* CurrentOperation() {
+    return worked;
+}
+
+bool IsWaitingForThisThread(const void* operation) {
+    const Operation* waiting = worked != nullptr ? worked->Outer() : reporting;
+    while (waiting != nullptr && waiting != operation) waiting = waiting->Outer();
+    return waiting != nullptr;
 }
 
 bool StopAllOperations() {

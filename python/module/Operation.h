@@ -45,6 +45,14 @@ using Work = std::function<void(host::Progress& progress)>;
 /// @throws host::CommandError; pybind11::error_already_set; std::bad_alloc
 void Run(const Controls& controls, const Work& work);
 
+/// The operation whose work this thread does, as an identity; null outside of work.
+const void* CurrentOperation();
+
+/// Whether an operation waits for this thread: its progress function has started the operation of
+/// this thread, or runs on this thread.
+/// @param operation  a result of CurrentOperation; null gives false
+bool IsWaitingForThisThread(const void* operation);
+
 /// Refuses new operations, stops the running operations and waits for their end. Operations whose
 /// progress function does not return within five seconds are abandoned.
 ///

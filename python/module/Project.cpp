@@ -8,6 +8,7 @@
 
 #include "host/media/MixPreparation.h"
 #include "host/media/ReadCheck.h"
+#include "host/mix/Loudness.h"
 #include "host/mix/MixOptions.h"
 #include "host/mix/MixRender.h"
 #include "host/mix/Normalization.h"
@@ -258,7 +259,7 @@ Levels Project::CollectLevels(const Session::Use& use, const zrtl::FrameRange& s
     Levels levels;
     levels.span = span;
     levels.rate = grid_.rate;
-    levels.blockFrames = host::MeterBlockFrames(grid_);
+    levels.blockFrames = host::MeterBlockFrames(grid_.rate);
     levels.master.name = "master";
     for (const PlacedTrack& track : import_.arrangement.tracks) {
         levels.tracks.push_back({track.name, {}, {}});

@@ -55,23 +55,32 @@ public:
     class Use {
     public:
         /// Waits for the operations of other threads.
-        /// @throws JobError when the session is closed or belongs to another process; CommandError
-        ///         when the operation is stopped
+        /// @throws JobError when the session is closed or belongs to another process, and in a
+        ///         progress function of an operation that uses the session; CommandError when the
+        ///         operation is stopped
         explicit Use(Session& session);
+        ~Use() { session_.user_ = nullptr; }
+        Use(const Use&) = delete;
+        Use& operator=(const Use&) = delete;
 
         const host::EngineSession& Engine() const { return *engine_; }
 
     private:
+        Session& session_;
         std::unique_lock<std::timed_mutex> lock_;
         const host::EngineSession* engine_ = nullptr;
     };
 
     /// Waits for the running operation and releases the engine. Does nothing on a closed session.
+    /// @throws JobError in a progress function of an operation that uses the session
     void Close();
 
 private:
     const host::GlobalOptions options_;
-    std::timed_mutex mutex_;  // held while an operation uses the engine
+    void RefuseProgressFunction() const;
+
+    std::timed_mutex mutex_;                  // held while an operation uses the engine
+    std::atomic<const void*> user_{nullptr};  // this operation
     ProcessOwned<host::EngineSession> engine_;
     std::atomic<bool> isOpen_{true};
 };

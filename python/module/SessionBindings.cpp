@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <pybind11/stl.h>
 
-#include <map>
-
 #include "host/shell/Errors.h"
 #include "host/shell/Text.h"
 #include "python/module/Arguments.h"
 #include "python/module/Bindings.h"
-#include "python/module/MediaResults.h"
+#include "python/module/MediaOperations.h"
 
 namespace py = pybind11;
 
@@ -18,11 +16,6 @@ namespace {
 using SessionPtr = std::shared_ptr<Session>;
 using ProjectPtr = std::shared_ptr<Project>;
 using CancelPtr = std::shared_ptr<Cancellation>;
-using sonrel::WaveformPreview;
-
-/// The file names of the arrays of an alignment, as messages show them.
-constexpr const char* FIRST_ARRAY = "/first-array.wav";
-constexpr const char* SECOND_ARRAY = "/second-array.wav";
 
 SessionPtr MakeSession(const py::object& cache, const py::object& db, int keepDays, bool log) {
     host::GlobalOptions options;
@@ -79,197 +72,10 @@ ProjectPtr NewProject(const SessionPtr& session, const py::object& fps, int rate
     return std::make_shared<Project>(session, options.fps.value_or(25.0), RateOf(rate));
 }
 
-std::vector<ConformedSound> ConformInputs(const SessionPtr& session, const py::object& inputs,
-                                          std::optional<int> rate, const py::object& mediaRoot,
-                                          bool allowMissing, std::optional<int> stream,
-                                          const std::optional<std::string>& channels, int jobs,
-                                          bool force, const py::object& progress,
-                                          CancelPtr cancel) {
-    std::vector<std::string> paths;
-    if (py::isinstance<py::str>(inputs) || py::hasattr(inputs, "__fspath__")) {
-        paths.push_back(PathOf(inputs));
-    } else {
-        for (const py::handle& input : inputs) paths.push_back(PathOf(input));
-    }
-    host::GlobalOptions options = session->Options();
-    if (rate) options.rate = RateOf(*rate);
-    options.mediaRoots = MediaRootsOf(mediaRoot);
-    options.allowMissing = allowMissing;
-    if (jobs < 1) throw host::UsageError("jobs must be 1 or more");
-    const zrh::media::SoundChoice sound = SoundOf(stream, channels);
-    const Controls controls = ControlsOf(progress, std::move(cancel));
-    std::vector<ConformedSound> sounds;
-    Run(controls, [&](host::Progress& shown) {
-        const Session::Use use(*session);
-        sounds = Conform(use, options, paths, sound, jobs, force, shown);
-    });
-    return sounds;
-}
-
-py::array Read(const SessionPtr& session, const py::object& media, const py::object& start,
-               const py::object& stop, int rate, std::optional<int> stream,
-               const std::optional<std::string>& channels, const py::object& progress,
-               CancelPtr cancel) {
-    const MediaSound sound{PathOf(media), SoundOf(stream, channels)};
-    const std::string from = PositionText(start, "start");
-    const std::string to = PositionText(stop, "stop");
-    const int hertz = RateOf(rate);
-    const Controls controls = ControlsOf(progress, std::move(cancel));
-    std::vector<short> samples;
-    Run(controls, [&](host::Progress& shown) {
-        const Session::Use use(*session);
-        samples = ReadSound(use, sound, hertz, from, to, shown);
-    });
-    const auto frames = static_cast<py::ssize_t>(samples.size() / 2);
-    return ArrayOf(std::move(samples), py::dtype::of<short>(), {frames, 2});
-}
-
-PeakArrays PeaksOf(const SessionPtr& session, const py::object& media, int samplesPerPoint,
-                   std::optional<int> stream, const std::optional<std::string>& channels,
-                   const py::object& progress, CancelPtr cancel) {
-    const MediaSound sound{PathOf(media), SoundOf(stream, channels)};
-    const Controls controls = ControlsOf(progress, std::move(cancel));
-    Peaks peaks;
-    Run(controls, [&](host::Progress& shown) {
-        const Session::Use use(*session);
-        peaks = ReadPeaks(use, sound, samplesPerPoint, shown);
-    });
-    const auto points = static_cast<py::ssize_t>(peaks.rms.size());
-    const auto channelCount = static_cast<py::ssize_t>(peaks.channels);
-    return {
-        peaks.rate, peaks.samplesPerPoint,
-        ArrayOf(std::move(peaks.peaks), py::dtype::of<signed char>(), {points, channelCount, 2}),
-        ArrayOf(std::move(peaks.rms), py::dtype::of<unsigned char>(), {points})};
-}
-
-template <class Value>
-Value OneOf(const char* argument, const std::string& text,
-            const std::map<std::string, Value>& values) {
-    const auto found = values.find(text);
-    if (found != values.end()) return found->second;
-    std::string names;
-    for (const auto& [name, value] : values) names += (names.empty() ? "" : ", ") + name;
-    throw host::UsageError(std::string(argument) + ": " + host::Quoted(text) + " is none of " +
-                           names);
-}
-
-py::array Waveform(const SessionPtr& session, const py::object& media, int width, int height,
-                   const std::string& range, const std::string& style, const std::string& scale,
-                   const std::string& color, const std::string& background,
-                   std::optional<int> stream, const std::optional<std::string>& channels,
-                   const py::object& progress, CancelPtr cancel) {
-    const MediaSound sound{PathOf(media), SoundOf(stream, channels)};
-    host::WaveformOptions options;
-    options.size = host::ParsePictureSize(std::to_string(width) + "x" + std::to_string(height));
-    if (!range.empty()) host::CheckStreamRange(range);
-    options.range = range;
-    options.style =
-        OneOf<WaveformPreview::Style>("style", style,
-                                      {{"lanes", WaveformPreview::Style::ChannelLanes},
-                                       {"overlaid", WaveformPreview::Style::ChannelsOverlaid},
-                                       {"rms", WaveformPreview::Style::RMSEnvelope}});
-    options.scale = OneOf<WaveformPreview::Scale>(
-        "scale", scale,
-        {{"linear", WaveformPreview::Scale::Linear}, {"log", WaveformPreview::Scale::Logarithmic}});
-    options.color = host::ParseColor("color", color);
-    options.background = host::ParseColor("background", background);
-    const Controls controls = ControlsOf(progress, std::move(cancel));
-    Picture picture;
-    Run(controls, [&](host::Progress& shown) {
-        const Session::Use use(*session);
-        picture = DrawSound(use, sound, options, shown);
-    });
-    return ArrayOf(std::move(picture.bytes), py::dtype::of<unsigned char>(),
-                   {picture.height, picture.width, 4});
-}
-
-/// A recording of an alignment: the path of a file, or samples.
-struct Side {
-    std::string path;
-    std::optional<StereoArray> samples;
-};
-
-Side SideOf(const py::object& recording) {
-    if (py::isinstance<py::array>(recording)) {
-        return {{}, InputArray(recording.cast<py::array>())};
-    }
-    return {PathOf(recording), std::nullopt};
-}
-
-/// Where the worker finds the samples of an array, without the interpreter lock.
-struct RawSide {
-    std::string path;
-    const short* samples = nullptr;
-    long long frames = 0;
-
-    explicit RawSide(const Side& side) : path(side.path) {
-        if (!side.samples) return;
-        samples = side.samples->data();
-        frames = side.samples->shape(0);
-    }
-
-    std::string FileIn(const std::string& folder, const char* name, int rate) const {
-        if (samples == nullptr) return path;
-        WriteWav(folder + name, samples, frames, rate);
-        return folder + name;
-    }
-};
-
-/// Aligns with a cache that exists only for this operation, so that the user's cache has no records
-/// of arrays.
-AlignedPair AlignArrays(AlignmentTask task, const RawSide& first, const RawSide& second,
-                        host::Progress& progress) {
-    const TemporaryFolder folder;
-    task.first = first.FileIn(folder.Path(), FIRST_ARRAY, task.rate);
-    task.second = second.FileIn(folder.Path(), SECOND_ARRAY, task.rate);
-    host::GlobalOptions options;
-    options.spoolFolder = folder.Path();
-    Session session(options);
-    const Session::Use use(session);
-    return AlignFiles(use, task, progress);
-}
-
-AlignedPair Align(const SessionPtr& session, const py::object& first, const py::object& second,
-                  int rate, double minCorrelation, std::optional<int> stream,
-                  const std::optional<std::string>& channels, const py::object& progress,
-                  CancelPtr cancel) {
-    const Side sides[] = {SideOf(first), SideOf(second)};
-    const RawSide raw[] = {RawSide(sides[0]), RawSide(sides[1])};
-    if (!(minCorrelation >= 0.0 && minCorrelation <= 1.0)) {
-        throw host::UsageError("min_correlation must be from 0 to 1");
-    }
-    const AlignmentTask task{raw[0].path, raw[1].path, SoundOf(stream, channels), RateOf(rate),
-                             minCorrelation};
-    const bool hasArray = sides[0].samples || sides[1].samples;
-    const Controls controls = ControlsOf(progress, std::move(cancel));
-    AlignedPair aligned;
-    Run(controls, [&](host::Progress& shown) {
-        if (hasArray) {
-            aligned = AlignArrays(task, raw[0], raw[1], shown);
-        } else {
-            const Session::Use use(*session);
-            aligned = AlignFiles(use, task, shown);
-        }
-    });
-    return aligned;
-}
-
-std::vector<host::CacheEntry> CacheEntries(const SessionPtr& session) {
-    std::vector<host::CacheEntry> entries;
-    Run({py::none(), nullptr}, [&](host::Progress&) {
-        const Session::Use use(*session);
-        entries = host::TakeInventory(use.Engine().Paths());
-    });
-    return entries;
-}
-
 void CloseSession(const SessionPtr& session) {
     const py::gil_scoped_release released;
     session->Close();
 }
-
-/// The arguments that every long operation ends with.
-#define CONTROL_ARGUMENTS py::arg("progress") = py::none(), py::arg("cancel") = py::none()
 
 }  // namespace
 
@@ -292,7 +98,7 @@ sonrel.Cancelled: interrupted: the operation was cancelled before it started
 }
 
 void DeclareSession(py::module_& module) {
-    py::class_<Session, SessionPtr>(module, "Session", R"(An engine with its cache.
+    SessionClass type(module, "Session", R"(An engine with its cache.
 
 `cache` is the folder of the media cache and `db` the media database; the defaults are those of the
 program. Cache files that were not used for `keep_days` days are deleted at the end of the session.
@@ -300,12 +106,12 @@ Without `log` the errors of the cache are not written to its log.
 
 Operations of several threads on one session run one after another. Every operation releases the
 interpreter lock. `progress` is called with the step, the finished units, all units and the file
-name; it must not use the same session. A `with` statement closes the session.
+name; it cannot use the same session. A `with` statement closes the session.
 
 >>> session.closed
 False
-)")
-        .def(py::init(&MakeSession), py::arg("cache") = py::none(), py::arg("db") = py::none(),
+)");
+    type.def(py::init(&MakeSession), py::arg("cache") = py::none(), py::arg("db") = py::none(),
              py::kw_only(), py::arg("keep_days") = 30, py::arg("log") = true)
         .def("open", &Open, py::arg("timeline"), py::kw_only(), py::arg("media_root") = py::none(),
              py::arg("allow_missing") = false, py::arg("rate") = py::none(),
@@ -324,61 +130,6 @@ sonrel.SonrelError: cannot read the timeline 'missing.otio': No such file or dir
 )")
         .def("new_project", &NewProject, py::kw_only(), py::arg("fps") = 25,
              py::arg("rate") = 48000, "Makes an empty project.")
-        .def("conform", &ConformInputs, py::arg("inputs"), py::kw_only(),
-             py::arg("rate") = py::none(), py::arg("media_root") = py::none(),
-             py::arg("allow_missing") = false, py::arg("stream") = py::none(),
-             py::arg("channels") = py::none(), py::arg("jobs") = 1, py::arg("force") = false,
-             CONTROL_ARGUMENTS, R"(Conforms media files and the media files of timelines.
-
-Returns one `ConformedFile` for each sound. A file that cannot be conformed has an error there
-and stops nothing.
-
->>> [file.status for file in session.conform(["take.wav", "missing.wav"])]
-['found', 'failed']
-)")
-        .def("read", &Read, py::arg("media"), py::arg("start") = 0, py::arg("stop") = py::none(),
-             py::kw_only(), py::arg("rate") = 48000, py::arg("stream") = py::none(),
-             py::arg("channels") = py::none(), CONTROL_ARGUMENTS,
-             R"(Reads a range of a media file: an int16 array of shape (frames, 2).
-
-The file is conformed to `rate` first. `start` and `stop` are those of `Project.mix`.
-
->>> session.read("take.wav", 0, "0.5s").shape
-(24000, 2)
-)")
-        .def("peaks", &PeaksOf, py::arg("media"), py::kw_only(), py::arg("samples_per_point") = 256,
-             py::arg("stream") = py::none(), py::arg("channels") = py::none(), CONTROL_ARGUMENTS,
-             R"(Reads the peaks of a media file. `samples_per_point` is a multiple of 32.
-
->>> session.peaks("take.wav", samples_per_point=4800).peaks.shape
-(20, 2, 2)
-)")
-        .def("waveform", &Waveform, py::arg("media"), py::kw_only(), py::arg("width") = 1800,
-             py::arg("height") = 280, py::arg("range") = "", py::arg("style") = "rms",
-             py::arg("scale") = "linear", py::arg("color") = "000000FF",
-             py::arg("background") = "00000000", py::arg("stream") = py::none(),
-             py::arg("channels") = py::none(), CONTROL_ARGUMENTS,
-             R"(Draws the waveform of a media file: a uint8 array of shape (height, width, 4).
-
-The values of a pixel are red, green, blue and alpha. The arguments are the options of
-`sonrel waveform`.
-
->>> session.waveform("take.wav", width=200, height=50).shape
-(50, 200, 4)
-)")
-        .def("align", &Align, py::arg("first"), py::arg("second"), py::kw_only(),
-             py::arg("rate") = 48000, py::arg("min_correlation") = 0.3,
-             py::arg("stream") = py::none(), py::arg("channels") = py::none(), CONTROL_ARGUMENTS,
-             R"(Finds the offset between two recordings of one event.
-
-A recording is a media file or an array of samples at `rate`: int16, or floats with full scale
-1.0. An array is compared with a temporary cache.
-
->>> session.align("camera.wav", "recorder.wav")
-<sonrel.Alignment aligned, offset 12000 samples>
-)")
-        .def("cache_entries", &CacheEntries,
-             "Lists the files and the records of the cache. Changes neither.")
         .def("close", &CloseSession,
              R"(Ends the session: waits for its running operation and deletes old cache files.
 
@@ -388,6 +139,7 @@ Operations on a closed session, and on its projects, raise `SonrelError`. Arrays
             "Whether the session is closed, or was opened in another process.")
         .def("__enter__", [](const SessionPtr& session) { return session; })
         .def("__exit__", [](const SessionPtr& session, const py::args&) { CloseSession(session); });
+    DeclareMediaOperations(type);
     module.def("open", &OpenWithSession, py::arg("timeline"), py::kw_only(),
                py::arg("cache") = py::none(), py::arg("db") = py::none(), py::arg("keep_days") = 30,
                py::arg("log") = true, py::arg("media_root") = py::none(),
@@ -404,7 +156,5 @@ statement.
 2.0
 )");
 }
-
-#undef CONTROL_ARGUMENTS
 
 }  // namespace orlo::python

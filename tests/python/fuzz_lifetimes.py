@@ -76,7 +76,7 @@ class Fuzzer:
         if chance < 0.6:
             return {"progress": lambda *_: 1 / 0}
         if chance < 0.7:
-            return {"progress": self.drop_objects}
+            return {"progress": self.random.choice([self.drop_objects, self.use_objects])}
         stop = sonrel.Cancellation()
         if chance < 0.8:
             stop.cancel()
@@ -90,6 +90,10 @@ class Fuzzer:
         for values in self.objects.values():
             del values[:self.random.randrange(3)]
         gc.collect()
+
+    def use_objects(self, *_):
+        self.quietly(self.random.choice([self.list_cache, self.read, self.mix_known, self.add_clip,
+                                         self.close_session]))
 
     def start(self, function):
         thread = threading.Thread(target=self.quietly, args=(function,))

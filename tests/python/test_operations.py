@@ -149,6 +149,23 @@ class Sharing(rig.SonrelTest):
         self.assertIn('an operation uses the project', refused[0])
         self.assertEqual(track.clips, 1)
 
+    def test_progress_function_cannot_use_its_session(self):
+        project, refused = self.open(), []
+
+        def use(*_):
+            for call in (self.open().mix, self.session.cache_entries, self.session.close):
+                try:
+                    call()
+                except sonrel.SonrelError as error:
+                    refused.append(str(error))
+
+        samples = project.mix(progress=use, seed=5)
+
+        self.assertEqual(len(refused) % 3, 0)
+        self.assertEqual(set(refused), {"a progress function cannot use or close the session of "
+                                        "its operation; use another session"})
+        self.assertTrue((project.mix(seed=5) == samples).all())
+
     def test_threads_share_a_session(self):
         whole = self.open().mix(seed=5)
         mixes = []
