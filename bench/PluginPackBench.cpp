@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "bench/AllocationCounter.h"
+#include "sonrel/plugins/pack/Ducking.h"
 #include "sonrel/plugins/pack/PluginPack.h"
 
 namespace {
@@ -131,6 +132,13 @@ void WithRunIn(benchmark::State& state, const char* effect) {
 void AtStart(benchmark::State& state, const char* effect) {
     Measure(state, {CreateEffect(effect, BusyParameters(effect))}, false, 0);
 }
+/// Inside a fall of the level; an effect of ducking has no run-in.
+void Ducked(benchmark::State& state) {
+    std::vector<int> peaks(100, 0);
+    peaks[20] = 32767;
+    const auto curve = DuckingCurve(peaks, {{"attackMs", 200}}, RATE);
+    Measure(state, {CreateDucking(curve, RATE / 50)}, false, 0);
+}
 void ChainOfFour(benchmark::State& state) {
     Measure(state, {CreateEffect("high-pass", {{"frequencyHz", 80}}), CreateEffect("delay"),
                     CreateEffect("gain", {{"gainDb", -3}}), CreateEffect("fade", AFTER_ITS_FADE)});
@@ -172,6 +180,8 @@ BENCHMARK_CAPTURE(AtStart, equalizer, "equalizer");
 BENCHMARK_CAPTURE(AtStart, compressor, "compressor");
 BENCHMARK_CAPTURE(AtStart, gate, "gate");
 BENCHMARK_CAPTURE(AtStart, limiter, "limiter");
+BENCHMARK(Ducked)->Name("AtStart/duck");
+BENCHMARK(Ducked)->Name("WithRunIn/duck");
 BENCHMARK(ChainOfFour);
 BENCHMARK(ChainOfFourFilters);
 BENCHMARK_CAPTURE(CrossFade, Linear, "linear");

@@ -37,6 +37,8 @@ FFMPEG = {
                 ("alimiter at 4 times the rate",
                  "aresample=192000,alimiter=limit=0.707:attack=5:release=50:level=0,"
                  "aresample=48000")],
+    "duck": [("sidechaincompress", "asplit[a][b];[a][b]sidechaincompress=threshold=0.01:ratio=20:"
+                                   "attack=100:release=400")],
 }
 SOX = {
     "equalizer": ["bass", "3", "100", "equalizer", "1000", "1q", "-4", "treble", "2", "8000"],

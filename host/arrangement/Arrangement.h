@@ -66,6 +66,7 @@ struct PlacedTrack {
     bool solo = false;
     LevelCurve level;  ///< key times in milliseconds from the timeline's start
     std::optional<float> stereoBalance;
+    std::optional<DuckRequest> duck;
     std::vector<PlacedClip> clips;
     std::vector<PlacedTransition> transitions;
 };

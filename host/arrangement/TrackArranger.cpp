@@ -128,6 +128,7 @@ PlacedTrack TrackArranger::Arrange(const TimeRange* stackTrim) {
     } else {
         placed.solo = track_.solo;
         placed.stereoBalance = track_.stereoBalance;
+        placed.duck = track_.duck;
         placed.level = ToCurve(track_.level, rules_.fps, 0.0, track_.place, report_);
     }
     Trim(track_.sourceRange ? &*track_.sourceRange : nullptr, track_.place);
@@ -161,6 +162,7 @@ void TrackArranger::NoteInnerTrack() const {
     if (IsSet(track_.level)) note("audioLevel");
     if (track_.stereoBalance) note("stereoBalance");
     if (track_.solo) note("solo");
+    if (track_.duck) note("duck");
 }
 
 TrackArranger::Nested TrackArranger::ArrangeNested(const Item& item) {

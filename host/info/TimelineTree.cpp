@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/info/TimelineTree.h"
 
+#include <utility>
 #include <variant>
 
 #include "host/shell/SoundText.h"
@@ -43,6 +44,12 @@ Json EffectJson(const otio::EffectRequest& effect) {
     }
     return Json::Object(
         {{"plugin", effect.plugin}, {"parameters", parameters}, {"enabled", effect.enabled}});
+}
+
+Json DuckJson(const otio::DuckRequest& duck) {
+    Json parameters = Json::Object();
+    for (const auto& [name, value] : duck.parameters) parameters[name] = value;
+    return Json::Object({{"by", duck.by}, {"parameters", parameters}});
 }
 
 std::string EffectText(const otio::EffectRequest& effect) {
@@ -146,6 +153,7 @@ public:
             line += LevelText(track.level);
             if (track.stereoBalance) line += ", balance " + FormatNumber(*track.stereoBalance, 3);
             line += std::string(track.muted ? ", muted" : "") + (track.solo ? ", solo" : "");
+            if (track.duck) line += ", ducked by " + Quoted(track.duck->by);
             Line(line, depth);
             AddItems(track, depth + 1);
         }
@@ -220,13 +228,15 @@ Json TracksJson(const std::vector<PlacedTrack>& tracks, const FrameGrid& grid) {
         for (const PlacedTransition& transition : track.transitions) {
             transitions.Append(TransitionJson(transition, grid));
         }
-        list.Append(Json::Object({{"name", track.name},
+        Json json = Json::Object({{"name", track.name},
                                   {"muted", track.muted},
                                   {"solo", track.solo},
                                   {"audioLevel", LevelJson(track.level)},
                                   {"stereoBalance", track.stereoBalance.value_or(0.0f)},
                                   {"objects", objects},
-                                  {"transitions", transitions}}));
+                                  {"transitions", transitions}});
+        if (track.duck) json["duck"] = DuckJson(*track.duck);
+        list.Append(std::move(json));
     }
     return list;
 }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "host/media/DuckedTracks.h"
 #include "host/media/InputProtection.h"
 #include "host/media/MixPreparation.h"
 #include "host/media/ReadCheck.h"
@@ -186,6 +187,7 @@ private:
     MixBlock Blocks(const AudioMixer& mixer, const std::shared_ptr<project::Project>& project) {
         if (nested_ == nullptr) {
             BuildSequence(import_.arrangement, media_, *project);
+            DuckTracks(import_.arrangement, grid_, project, progress_);
             setGain_ = GainOfSequence(project->Sequence(), import_.arrangement.masterLevel);
             return SequenceBlocks(mixer, project, project->Sequence());
         }

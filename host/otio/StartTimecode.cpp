@@ -27,23 +27,23 @@ std::optional<double> NumberOf(const Json& object, const char* key) {
 
 /// Whether a value contains a text that is a drop-frame timecode, or a display format that requests
 /// it.
-bool HasDropFrameTimecode(const Json& value) {
+bool ContainsDropFrameTimecode(const Json& value) {
     if (value.IsString()) return IsDropFrameText(value.AsString());
     if (value.IsArray()) {
         const Json::Items& items = value.AsArray();
-        return std::any_of(items.begin(), items.end(), HasDropFrameTimecode);
+        return std::any_of(items.begin(), items.end(), ContainsDropFrameTimecode);
     }
     if (!value.IsObject()) return false;
     if (StringMember(value, "displayformat") == "DF") return true;
     const Json::Members& members = value.AsObject();
     return std::any_of(members.begin(), members.end(), [](const Json::Member& member) {
-        return HasDropFrameTimecode(member.value);
+        return ContainsDropFrameTimecode(member.value);
     });
 }
 
 bool HasDropFrameMetadata(const Json& object) {
     const Json* metadata = Member(object, "metadata");
-    return metadata != nullptr && HasDropFrameTimecode(*metadata);
+    return metadata != nullptr && ContainsDropFrameTimecode(*metadata);
 }
 
 }  // namespace

@@ -52,6 +52,13 @@ struct EffectRequest {
     bool enabled = true;
 };
 
+/// The ducking of a track as the file contains it, unchecked.
+struct DuckRequest {
+    std::string by;  ///< name of the track that lowers this track
+    std::map<std::string, double> parameters;
+    SourceLocation place;
+};
+
 /// Lengths in frames of the timeline, 0 or more; 0 means no fade.
 struct Fades {
     double inFrames = 0.0;
@@ -121,6 +128,7 @@ struct Track {
     bool solo = false;
     Level level;
     std::optional<float> stereoBalance;
+    std::optional<DuckRequest> duck;
     std::vector<Item> items;
 };
 

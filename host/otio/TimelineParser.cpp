@@ -3,6 +3,7 @@
 
 #include "host/otio/ChannelMappings.h"
 #include "host/otio/ClipParser.h"
+#include "host/otio/DuckParser.h"
 #include "host/otio/Fields.h"
 #include "host/otio/FrameRateChoice.h"
 #include "host/otio/SoundParser.h"
@@ -137,6 +138,8 @@ void ParseTrackMetadata(const Json& object, Track& track, ImportReport& report) 
             } else if (balance) {
                 report.Add(key, track.place, "it is outside -1 to 1 and is ignored");
             }
+        } else if (key == "duck") {
+            track.duck = ParseDuck(value, track.place, report);
         } else if (key == "muted") {
             track.muted = BoolMember(*metadata, "muted", false, track.place, report);
         } else if (key == "solo") {

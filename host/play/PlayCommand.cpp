@@ -5,6 +5,7 @@
 #include <cmath>
 #include <optional>
 
+#include "host/media/DuckedTracks.h"
 #include "host/media/InputProtection.h"
 #include "host/media/MixPreparation.h"
 #include "host/media/ReadCheck.h"
@@ -100,6 +101,7 @@ public:
         }
         Complete();
         if (options_.strict && !target_.import.report.Entries().empty()) return RefuseEntries();
+        Duck();
         const long long begin = FirstSample();
         PlayOutput output(options_.output, guard_, target_.grid.rate, MaxFrames(begin),
                           options_.bufferMs);
@@ -128,6 +130,13 @@ private:
         if (target_.total == 0) {
             throw JobError("the sound of " + Quoted(options_.input) + " has no length");
         }
+    }
+
+    /// Adds the ducking of the tracks of a timeline.
+    void Duck() {
+        if (target_.asset) return;
+        Progress progress(global_.progress, global_.quiet);
+        DuckTracks(target_.import.arrangement, target_.grid, target_.project, progress);
     }
 
     bool HasMeters() const { return !target_.asset && (options_.meters || options_.events); }

@@ -17,6 +17,7 @@
 #include "host/shell/SoundText.h"
 #include "host/shell/Text.h"
 #include "host/shell/Timecode.h"
+#include "host/timeline/Ducking.h"
 #include "host/timeline/EffectChains.h"
 #include "host/timeline/MediaCatalog.h"
 #include "host/timeline/SoundProblem.h"
@@ -154,6 +155,7 @@ otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions&
     try {
         otio::TimelineImport import = otio::ImportTimeline(input, importOptions);
         DropRefusedEffects(import);
+        DropRefusedDucking(import);
         SetDropFrame(import.arrangement, catalog);
         return import;
     } catch (const otio::RateError& error) {

@@ -4,9 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "sonrel/plugins/pack/detail/GainRamp.h"
+#include "sonrel/plugins/pack/detail/CellGains.h"
 #include "sonrel/plugins/pack/detail/Raster.h"
-#include "sonrel/plugins/pack/detail/StereoSamples.h"
 
 namespace orlo::sonrel::detail {
 namespace {
@@ -48,7 +47,7 @@ long long DynamicsEffect::LookAhead(int rate, long long endSample) const {
 std::vector<double> DynamicsEffect::Gains(const EffectBlock& block) const {
     const Raster raster = GainCellsAt(block.rate);
     const long long inside = raster.Inside(block.firstSample);
-    const long long cells = (inside + block.outputCount - 1) / raster.Frames() + 1;
+    const long long cells = raster.CellsOf(block.firstSample, block.outputCount);
     const GainWindows windows = WindowsAt(block.rate);
     const SoundView sound{block.samples, block.inputCount};
     long long start = block.lookBack - inside - windows.CellsBefore() * raster.Frames();
@@ -63,19 +62,7 @@ std::vector<double> DynamicsEffect::Gains(const EffectBlock& block) const {
 }
 
 void DynamicsEffect::Run(const EffectBlock& block) const {
-    const std::vector<double> gains = Gains(block);
-    const auto frames = GainCellsAt(block.rate).Frames();
-    WriteSilence(block.samples, block.inputCount, block.lookBack + block.outputCount);
-    long long inside = GainCellsAt(block.rate).Inside(block.firstSample);
-    long long done = 0;
-    for (std::size_t cell = 0; done < block.outputCount; ++cell) {
-        const double step = (gains[cell + 1] - gains[cell]) / static_cast<double>(frames);
-        const long long count = std::min(frames - inside, block.outputCount - done);
-        ApplyGain(block.samples + ByteOf(done), block.samples + ByteOf(block.lookBack + done),
-                  count, {gains[cell], step}, inside);
-        done += count;
-        inside = 0;
-    }
+    ApplyGains(block, GainCellsAt(block.rate), block.firstSample, Gains(block));
 }
 
 PluginPack::ParameterInfo Milliseconds(const char* name, const char* meaning, double minimum,

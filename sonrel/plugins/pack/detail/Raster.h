@@ -26,6 +26,11 @@ public:
         return inside == 0 ? 0 : frames_ - inside;
     }
 
+    /// Number of the cells that contain @p count frames from a position on; @p count is above 0.
+    long long CellsOf(long long position, long long count) const {
+        return (Inside(position) + count - 1) / frames_ + 1;
+    }
+
 private:
     long long frames_;
 };
