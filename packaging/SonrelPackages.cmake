@@ -1,16 +1,22 @@
 # SPDX-License-Identifier: MIT
-# The Debian packages, by `cpack` in the build folder: libsonrel0, libsonrel-dev and sonrel.
+# The Debian packages: libsonrel0, libsonrel0-painter, libsonrel-dev, sonrel and python3-sonrel. `cpack` in a build
+# folder of the preset "package", which installs to Debian's folders.
+set(SONREL_PACKAGE_MAINTAINER "Sonrel developers <sonrel@users.noreply.github.com>" CACHE STRING
+    "Name and mail address in the Debian packages and their changelog")
+
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME sonrel)
 set(CPACK_PACKAGE_VENDOR "Sonrel developers")
-set(CPACK_PACKAGE_CONTACT "Sonrel developers <sonrel@localhost>")
+set(CPACK_PACKAGE_CONTACT "${SONREL_PACKAGE_MAINTAINER}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
-set(CPACK_COMPONENTS_ALL runtime development)
+set(CPACK_COMPONENTS_ALL runtime painter development)
 if(TARGET SonrelHost)
     list(APPEND CPACK_COMPONENTS_ALL program)
 endif()
@@ -18,7 +24,6 @@ if(TARGET SonrelPython)
     list(APPEND CPACK_COMPONENTS_ALL python)
 endif()
 
-set(library_package libsonrel${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
@@ -27,33 +32,54 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
     ${PROJECT_BINARY_DIR}/sonrel
     ${PROJECT_BINARY_DIR}/sonrel/plugins/pack)
 
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${library_package})
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-# Loaded at run time, when playback is set up: not a dependency of the linker.
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libsdl2-2.0-0")
-set(CPACK_DEBIAN_RUNTIME_DESCRIPTION
-    "${PROJECT_DESCRIPTION} (shared libraries)\n Mixes timelines of recordings to 16-bit stereo.")
+set(library_package libsonrel${SONREL_SOVERSION})
+set(same_version "${library_package} (= ${PROJECT_VERSION})")
 
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libsonrel-dev)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+# sonrel_package(<component> <package> <section> <kind> <rest of the description>), with the files that each Debian
+# package has. A macro: it sets variables of CPack.
+macro(sonrel_package component package section kind description)
+    string(TOUPPER ${component} upper)
+    set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${package})
+    set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${section})
+    set(CPACK_DEBIAN_${upper}_DESCRIPTION "audio engine for video editors (${kind})\n ${description}")
+    install(FILES debian/copyright
+        DESTINATION share/doc/${package}
+        COMPONENT ${component}
+        EXCLUDE_FROM_ALL)
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz
+        DESTINATION share/doc/${package}
+        COMPONENT ${component}
+        EXCLUDE_FROM_ALL)
+endmacro()
+
+sonrel_package(runtime ${library_package} libs "shared libraries"
+    "Sonrel mixes timelines of recordings to 16-bit stereo. This package contains\n its libraries for programs.")
+sonrel_package(painter ${library_package}-painter libs "waveform pictures"
+    "Sonrel mixes timelines of recordings to 16-bit stereo. This package contains\n the modules that draw waveforms.")
+sonrel_package(development libsonrel-dev libdevel "development files"
+    "Sonrel mixes timelines of recordings to 16-bit stereo. This package contains\n its headers, its CMake package and its pkg-config file.")
+sonrel_package(program sonrel sound "command line"
+    "Sonrel mixes timelines and media files to WAV and other formats, measures and\n aligns recordings, and draws waveforms.")
+
+if(TARGET SonrelPython)
+    sonrel_package(python python3-sonrel python "Python module"
+        "Sonrel mixes timelines of recordings to 16-bit stereo. This package contains\n its Python module, which mixes into NumPy arrays.")
+    math(EXPR next_python "${Python_VERSION_MINOR} + 1")
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+        "${same_version}, python3-numpy, python3 (>= ${Python_VERSION_MAJOR}.${Python_VERSION_MINOR}), python3 (<< ${Python_VERSION_MAJOR}.${next_python})")
+endif()
+
+# Loaded at run time, when playback is set up or a waveform is drawn: not dependencies of the linker, and a
+# machine without a desktop does without them.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "${library_package}-painter, libsdl2-2.0-0")
+set(CPACK_DEBIAN_PAINTER_PACKAGE_DEPENDS "${same_version}")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
-    "${library_package} (= ${PROJECT_VERSION}), libboost-dev")
-set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
-    "${PROJECT_DESCRIPTION} (development files)\n Headers, CMake package and pkg-config file.")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${same_version}, libboost-dev")
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS "${same_version}")
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS "${library_package}-painter, libsdl2-2.0-0")
 
-set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME sonrel)
-set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION sound)
-set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS "${library_package} (= ${PROJECT_VERSION})")
-set(CPACK_DEBIAN_PROGRAM_DESCRIPTION
-    "${PROJECT_DESCRIPTION} (command line)\n Mixes timelines and media files to WAV.")
-
-set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-sonrel)
-set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
-math(EXPR next_python "${Python_VERSION_MINOR} + 1")
-set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
-    "${library_package} (= ${PROJECT_VERSION}), python3-numpy, python3 (>= ${Python_VERSION_MAJOR}.${Python_VERSION_MINOR}), python3 (<< ${Python_VERSION_MAJOR}.${next_python})")
-set(CPACK_DEBIAN_PYTHON_DESCRIPTION
-    "${PROJECT_DESCRIPTION} (Python module)\n Mixes timelines and media files into NumPy arrays.")
+# Debian's own form of the changelog, compressed without a date, so that equal sources give equal packages.
+configure_file(debian/changelog.in changelog @ONLY)
+execute_process(COMMAND gzip -9nf changelog WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
 
 include(CPack)

@@ -78,7 +78,7 @@ std::string PictureBytes(const PeakSource& source, const zrtl::FrameRange& range
         ruler = RulerFor(source, range, options);
         size.height -= RULER_HEIGHT;
     }
-    QImage image = DrawWaveform(source, range, options, size);
+    Picture image = DrawWaveform(source, range, options, size);
     if (IsSvg(options.output)) {
         return SvgDocument(PngBytes(image), size.width, size.height,
                            std::filesystem::path(source.media).filename().string(),

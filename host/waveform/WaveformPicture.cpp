@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "host/waveform/WaveformPicture.h"
 
-#include <QBuffer>
-#include <QByteArray>
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -12,6 +10,7 @@
 #include "host/shell/Errors.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
+#include "host/waveform/PicturePainter.h"
 #include "sonrel/cache/PeakFile.h"
 #include "sonrel/waveform/WaveformPreview.h"
 
@@ -33,11 +32,11 @@ zrtl::FrameRange BlocksOf(const PeakSource& source, const zrtl::FrameRange& rang
 
 /// The pixel format of a finished image. An image with fewer blocks than pixels is stretched, and a
 /// stretched image has 32 bits per pixel.
-QImage::Format PixelFormat(WaveformPreview::Format format, bool stretched) {
+Picture::Format PixelFormat(WaveformPreview::Format format, bool stretched) {
     if (format == WaveformPreview::Format::RGB888) {
-        return stretched ? QImage::Format_RGB32 : QImage::Format_RGB888;
+        return stretched ? Picture::Format::RGB32 : Picture::Format::RGB888;
     }
-    return stretched ? QImage::Format_ARGB32_Premultiplied : QImage::Format_ARGB32;
+    return stretched ? Picture::Format::ARGB32Premultiplied : Picture::Format::ARGB32;
 }
 
 [[noreturn]] void RefusePeakFile(const std::string& media, const std::string& peakFile) {
@@ -61,15 +60,15 @@ QImage::Format PixelFormat(WaveformPreview::Format format, bool stretched) {
 /// @return the result of the drawing. Without enough memory it is also 0, and the bytes are
 ///         unchanged.
 int DrawOver(std::uint8_t before, const WaveformPreview& preview, WaveformPreview::Format format,
-             QImage& image) {
-    std::memset(image.bits(), before, static_cast<std::size_t>(image.sizeInBytes()));
-    return preview.CreateImage(image.width(), image.height(), format, image.bits(),
-                               static_cast<int>(image.sizeInBytes()));
+             Picture& picture) {
+    std::memset(picture.bytes.get(), before, picture.Size());
+    return preview.CreateImage(picture.width, picture.height, format, picture.bytes.get(),
+                               static_cast<int>(picture.Size()));
 }
 
-bool IsDrawn(const QImage& image, std::uint8_t before) {
-    const unsigned char* const bytes = image.constBits();
-    return std::any_of(bytes, bytes + image.sizeInBytes(),
+bool IsDrawn(const Picture& picture, std::uint8_t before) {
+    const unsigned char* const bytes = picture.bytes.get();
+    return std::any_of(bytes, bytes + picture.Size(),
                        [before](std::uint8_t byte) { return byte != before; });
 }
 
@@ -79,6 +78,8 @@ std::string ReasonOf(int result) {
             return "its peak file cannot be opened";
         case WaveformPreview::PEAK_FILE_READ_FAILED:
             return "its peak file is truncated";
+        case WaveformPreview::PAINTER_NOT_LOADED:
+            return PainterMissing(WaveformPreview::PainterFailure());
         default:
             return "result " + std::to_string(result);
     }
@@ -100,8 +101,8 @@ zrtl::FrameRange ShownRange(const PeakSource& source, const zrtl::FrameRange& ra
     return {blocks.start * BLOCK_SAMPLES, blocks.end * BLOCK_SAMPLES};
 }
 
-QImage DrawWaveform(const PeakSource& source, const zrtl::FrameRange& range,
-                    const WaveformOptions& options, const PictureSize& size) {
+Picture DrawWaveform(const PeakSource& source, const zrtl::FrameRange& range,
+                     const WaveformOptions& options, const PictureSize& size) {
     WaveformPreview preview(source.rate, source.samples, source.channels,
                             WidePath(source.peakFile));
     preview.SetBackgroundColor(options.background);
@@ -112,27 +113,30 @@ QImage DrawWaveform(const PeakSource& source, const zrtl::FrameRange& range,
 
     const zrtl::FrameRange blocks = BlocksOf(source, range);
     const bool stretched = blocks.end - blocks.start < size.width;
-    QImage image(size.width, size.height, PixelFormat(options.format, stretched));
-    if (image.isNull()) RefuseMemory();
+    Picture picture =
+        Picture::Make(size.width, size.height, PixelFormat(options.format, stretched));
+    if (picture.bytes == nullptr) RefuseMemory();
     // A picture cannot be equal to both fillings.
     for (const auto before : {std::uint8_t{0}, std::uint8_t{1}}) {
-        const int result = DrawOver(before, preview, options.format, image);
+        const int result = DrawOver(before, preview, options.format, picture);
         if (result != 0) {
             throw JobError("cannot draw " + Quoted(source.media) + ": " + ReasonOf(result));
         }
-        if (IsDrawn(image, before)) return image;
+        if (IsDrawn(picture, before)) return picture;
     }
     RefuseMemory();
 }
 
-std::string PngBytes(const QImage& image) {
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    if (!buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "PNG")) {
-        // A write to memory fails only without enough memory.
-        RefuseMemory();
-    }
-    return bytes.toStdString();
+Picture AddRuler(const Picture& picture, const Ruler& ruler) {
+    Picture whole = FindPicturePainter().addRuler(picture, ruler);
+    if (whole.bytes == nullptr) RefuseMemory();
+    return whole;
+}
+
+std::string PngBytes(const Picture& picture) {
+    std::string bytes = FindPicturePainter().encodePng(picture);
+    if (bytes.empty()) RefuseMemory();
+    return bytes;
 }
 
 }  // namespace orlo::host

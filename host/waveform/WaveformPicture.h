@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QImage>
 #include <string>
 
+#include "host/waveform/Picture.h"
 #include "host/waveform/PictureArguments.h"
 #include "host/waveform/WaveformOptions.h"
+#include "host/waveform/WaveformRuler.h"
 
 namespace orlo::host {
 
@@ -30,13 +31,16 @@ PeakSource OpenPeakSource(const std::string& media, const std::string& peakFile,
 /// @param size  size of the image
 /// @return an image with its correct pixel format set
 /// @throws JobError
-QImage DrawWaveform(const PeakSource& source, const zrtl::FrameRange& range,
-                    const WaveformOptions& options, const PictureSize& size);
+Picture DrawWaveform(const PeakSource& source, const zrtl::FrameRange& range,
+                     const WaveformOptions& options, const PictureSize& size);
 
 /// The samples that the picture of a range shows: all samples of the blocks that overlap the range.
 zrtl::FrameRange ShownRange(const PeakSource& source, const zrtl::FrameRange& range);
 
+/// The picture with a ruler below it. @throws JobError
+Picture AddRuler(const Picture& picture, const Ruler& ruler);
+
 /// The bytes of a PNG file. @throws JobError
-std::string PngBytes(const QImage& image);
+std::string PngBytes(const Picture& picture);
 
 }  // namespace orlo::host

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QImage>
 #include <string>
 #include <vector>
 
@@ -12,6 +11,13 @@ namespace orlo::host {
 
 /// Height in rows of a time ruler below a waveform.
 constexpr int RULER_HEIGHT = 20;
+/// Distance in pixels from a mark to its label.
+constexpr int RULER_LABEL_X = 3;
+
+/// Height in rows of a mark.
+inline int MarkHeight(const RulerTick& tick) {
+    return tick.label.empty() ? 3 : 6;
+}
 
 /// A time ruler below a picture.
 struct Ruler {
@@ -19,10 +25,6 @@ struct Ruler {
     sonrel::WaveformPreview::Color color{};       ///< colour of marks and labels
     sonrel::WaveformPreview::Color background{};  ///< colour of the background
 };
-
-/// Adds a ruler below an image. The pixels of the image are unchanged.
-/// @return a null image when there is not enough memory
-QImage AddRuler(const QImage& image, const Ruler& ruler);
 
 /// An SVG document of an image, optionally with a ruler of real text below it.
 /// @param png    the image as a PNG file, @p width by @p height pixels

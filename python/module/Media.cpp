@@ -3,7 +3,6 @@
 
 #include <stdlib.h>
 
-#include <QImage>
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -23,6 +22,7 @@
 #include "host/shell/Interrupt.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
+#include "host/waveform/PicturePainter.h"
 #include "host/waveform/WaveformPicture.h"
 #include "python/module/Project.h"
 #include "sonrel/base/StereoFrame.h"
@@ -73,16 +73,10 @@ int ExactRate(const MediaSound& sound) {
         ->NativeSampleRate();
 }
 
-Picture PictureOf(const QImage& drawn) {
-    const QImage image = drawn.convertToFormat(QImage::Format_RGBA8888);
-    if (image.isNull()) throw std::bad_alloc();
-    Picture picture{image.width(), image.height(), {}};
-    const std::size_t lineBytes = 4 * static_cast<std::size_t>(image.width());
-    for (int line = 0; line < image.height(); ++line) {
-        const unsigned char* const bytes = image.constScanLine(line);
-        picture.bytes.insert(picture.bytes.end(), bytes, bytes + lineBytes);
-    }
-    return picture;
+Picture PictureOf(const host::Picture& drawn) {
+    const host::Picture image = host::FindPicturePainter().toRgba(drawn);
+    if (image.bytes == nullptr) throw std::bad_alloc();
+    return {image.width, image.height, {image.bytes.get(), image.bytes.get() + image.Size()}};
 }
 
 }  // namespace

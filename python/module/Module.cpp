@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include <pybind11/pybind11.h>
 
-#include "host/program/MediaLog.h"
+#include "host/shell/LibraryMessage.h"
 #include "python/module/Bindings.h"
 #include "python/module/Errors.h"
 #include "python/module/Operation.h"
 #include "python/module/Session.h"
+#include "sonrel/media/input/MediaLog.h"
 
 namespace py = pybind11;
 namespace sonrel_python = orlo::python;
@@ -25,7 +26,7 @@ PYBIND11_MODULE(_sonrel, module) {
     module.attr("__version__") = SONREL_VERSION;
     // The classes belong to the package.
     module.attr("__module__") = "sonrel";
-    orlo::host::KeepMediaMessages();
+    zrh::media::SetMediaLog(orlo::host::StoreLibraryMessage);
     sonrel_python::DeclareErrors(module);
     sonrel_python::DeclareCancellation(module);
     sonrel_python::DeclareMeters(module);

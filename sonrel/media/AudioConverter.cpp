@@ -9,6 +9,7 @@
 #include "sonrel/media/ZRAudioConverter.h"
 #include "sonrel/media/detail/DecodedSource.h"
 #include "sonrel/media/detail/StereoConverter.h"
+#include "sonrel/media/input/FfmpegLibrary.h"
 #include "sonrel/media/input/MediaErrors.h"
 
 namespace zrh::media {
@@ -133,6 +134,7 @@ MediaError ConvertStream(const std::shared_ptr<ZRAbstractAudioStream>& stream,
     if (sampleRate < detail::MIN_RATE || sampleRate > detail::MAX_RATE) {
         return MediaError::OutputRate;
     }
+    if (detail::LoadFfmpeg() == nullptr) return MediaError::LibraryNotLoaded;
     const int rate = static_cast<int>(sampleRate);
     std::unique_ptr<DecodedSource> source;
     MediaError error = detail::NewDecodedSource(stream, &source);

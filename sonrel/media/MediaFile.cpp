@@ -9,6 +9,7 @@
 #include "sonrel/media/detail/StreamInfo.h"
 #include "sonrel/media/index/FileIndexer.h"
 #include "sonrel/media/index/IndexCache.h"
+#include "sonrel/media/input/FfmpegLibrary.h"
 #include "sonrel/media/input/MediaErrors.h"
 
 namespace zrh::media {
@@ -27,9 +28,12 @@ void SetMediaFileFactoryForTests(MediaFileFactory factory) {
 }
 
 MediaError MediaFile::Open(const wchar_t* path, ZRAbstractMediaFile** file) {
+    // Before the file takes the last free descriptor.
+    const bool isLoaded = LoadFfmpeg() != nullptr;
     std::shared_ptr<const InputFile> input;
     MediaError error = InputFile::Open(path, &input);
     if (error != MediaError::None) return error;
+    if (!isLoaded) return MediaError::LibraryNotLoaded;
     std::unique_ptr<Demuxer> demuxer;
     error = Demuxer::Open(input, &demuxer);
     if (error != MediaError::None) return error;

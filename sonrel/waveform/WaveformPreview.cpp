@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/waveform/WaveformPreview.h"
 
-#include <QImage>
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <stdexcept>
 #include <vector>
@@ -15,7 +13,7 @@
 #include "sonrel/base/Numbers.h"
 #include "sonrel/base/Timing.h"
 #include "sonrel/cache/PeakFile.h"
-#include "sonrel/waveform/detail/WaveformPainter.h"
+#include "sonrel/waveform/Painter.h"
 
 namespace orlo::sonrel {
 
@@ -45,10 +43,6 @@ constexpr int MORE_THAN_ANY_BUFFER = std::numeric_limits<int>::max();
 
 std::int64_t SecondsToSamples(double seconds, int sampleRate) {
     return zrtl::TruncToInt64(zrtl::RoundHalfAway(seconds * sampleRate));
-}
-
-QImage::Format PixelFormat(Format format) {
-    return format == Format::RGB888 ? QImage::Format_RGB888 : QImage::Format_ARGB32;
 }
 
 /// The bytes of an image, computed without making it: rows are whole 32-bit words.
@@ -90,73 +84,27 @@ int FindBlocks(const WaveformPreviewImpl& settings, PeakFile& file, FrameRange* 
 }
 
 /// Reads the range and draws it, a column for each point.
-/// @return whether the range could be read
-bool DrawRange(const WaveformPreviewImpl& settings, PeakFile& file, const FrameRange& range,
-               int width, const detail::PaintSettings& paint, QImage* drawing) {
-    const double step = StepOf(range, width);
+/// @return the result of CreateImage
+int DrawRange(const WaveformPreviewImpl& settings, const detail::PainterFunctions& painter,
+              const detail::PaintSettings& paint, const detail::ImageBuffer& buffer) {
+    PeakFile file;
+    FrameRange range;
+    if (const int code = FindBlocks(settings, file, &range); code != 0) return code;
+    const double step = StepOf(range, paint.width);
     const int first = static_cast<int>(range.start);
     const int end = static_cast<int>(range.end);
     if (paint.style == Style::RMSEnvelope) {
         std::vector<unsigned char> amplitudes;
         if (file.GetRMSAmplitude(first, end, step, amplitudes) != PeakFile::Result::Ok) {
-            return false;
+            return WaveformPreview::PEAK_FILE_READ_FAILED;
         }
-        *drawing = detail::PaintEnvelope(paint, amplitudes);
-        return true;
+        return painter.paintEnvelope(paint, amplitudes, buffer);
     }
     std::vector<signed char> peaks;
     if (file.GetChannelPeaks(first, end, step, peaks) != PeakFile::Result::Ok) {
-        return false;
+        return WaveformPreview::PEAK_FILE_READ_FAILED;
     }
-    *drawing = detail::PaintPeaks(paint, peaks, settings.channelCount);
-    return true;
-}
-
-/// Qt divides the conversion and the scaling of larger images among threads, and waits without end
-/// for a thread that cannot start.
-constexpr int MAX_BYTES_OF_ONE_THREAD = (1 << 17) - 1;
-
-/// Some rows of a drawing at the requested width.
-QImage StretchRows(const QImage& drawing, int top, int rows, int width) {
-    const QImage band = drawing.copy(0, top, drawing.width(), rows);
-    return band.scaled(width, rows, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-}
-
-/// Null without memory for it.
-QImage StretchInBands(const QImage& drawing, int width, int bandRows) {
-    QImage stretched;
-    for (int top = 0; top < drawing.height(); top += bandRows) {
-        const int rows = std::min(bandRows, drawing.height() - top);
-        const QImage band = StretchRows(drawing, top, rows, width);
-        if (band.isNull()) return {};
-        if (top == 0) stretched = QImage(width, drawing.height(), band.format());
-        if (stretched.isNull()) return {};
-        std::memcpy(stretched.scanLine(top), band.constBits(),
-                    static_cast<std::size_t>(band.sizeInBytes()));
-    }
-    return stretched;
-}
-
-/// Scales the drawing to the requested width. The height stays, so each row is stretched without
-/// the others. Smooth scaling changes the pixel format, which is not converted back: the host gets
-/// the pixels without further cost, and WaveformPreview.h documents their layout.
-QImage Stretch(const QImage& drawing, int width) {
-    if (drawing.isNull() || drawing.width() == width) return drawing;
-    // Four bytes a pixel, whatever the format, are those of the scaling.
-    const int rowBytes = 4 * drawing.width();
-    return StretchInBands(drawing, width, std::max(1, MAX_BYTES_OF_ONE_THREAD / rowBytes));
-}
-
-int CopyImage(const QImage& image, unsigned char* buffer, int bufferBytes) {
-    const std::int64_t bytes = image.sizeInBytes();
-    if (bytes == 0) return 0;
-    if (buffer == nullptr) return WaveformPreview::BUFFER_REFUSED;
-    if (bytes > bufferBytes) {
-        std::memset(buffer, 0, static_cast<std::size_t>(bufferBytes));
-        return WaveformPreview::BUFFER_REFUSED;
-    }
-    std::memcpy(buffer, image.constBits(), static_cast<std::size_t>(bytes));
-    return 0;
+    return painter.paintPeaks(paint, peaks, settings.channelCount, buffer);
 }
 
 }  // namespace
@@ -240,7 +188,9 @@ int WaveformPreview::ImageBytes(int width, int height, Format format) const {
     if (bytes == MORE_THAN_ANY_BUFFER) return bytes;
     // Null for a size without pixels and for a size that exceeds the memory. Nothing is written
     // into the image, so that it needs address space only.
-    return QImage(width, height, PixelFormat(layout)).isNull() ? 0 : bytes;
+    const detail::PainterFunctions* const painter = detail::FindPainter(nullptr);
+    if (painter == nullptr) return PAINTER_NOT_LOADED;
+    return painter->hasRoom(width, height, layout) ? bytes : 0;
 }
 
 int WaveformPreview::CreateImage(int width, int height, Format format, unsigned char* buffer,
@@ -248,19 +198,24 @@ int WaveformPreview::CreateImage(int width, int height, Format format, unsigned 
     if (impl_->previewEnd < impl_->previewStart) return RANGE_REVERSED;
     const int needed = BytesOf(width, height, format);
     if (needed > bufferBytes || needed == MORE_THAN_ANY_BUFFER) return needed;
-    QImage drawing;
-    {
-        PeakFile file;
-        FrameRange range;
-        if (const int code = FindBlocks(*impl_, file, &range); code != 0) return code;
-        // A drawing has a column for each point, even if the image has no width.
-        const int rows = width > 0 ? height : 0;
-        const detail::PaintSettings paint{impl_->previewStyle,    impl_->previewScale,
-                                          impl_->backgroundColor, impl_->waveformColor,
-                                          PixelFormat(format),    rows};
-        if (!DrawRange(*impl_, file, range, width, paint, &drawing)) return PEAK_FILE_READ_FAILED;
-    }
-    return CopyImage(Stretch(drawing, width), buffer, bufferBytes);
+    // A drawing has a column for each point, even if the image has no width.
+    const int rows = width > 0 ? height : 0;
+    const detail::PaintSettings paint{impl_->previewStyle,
+                                      impl_->previewScale,
+                                      impl_->backgroundColor,
+                                      impl_->waveformColor,
+                                      format,
+                                      width,
+                                      rows};
+    const detail::PainterFunctions* const painter = detail::FindPainter(nullptr);
+    if (painter == nullptr) return PAINTER_NOT_LOADED;
+    return DrawRange(*impl_, *painter, paint, {buffer, bufferBytes});
+}
+
+std::string WaveformPreview::PainterFailure() {
+    std::string failure;
+    detail::FindPainter(&failure);
+    return failure;
 }
 
 }  // namespace orlo::sonrel

@@ -57,6 +57,7 @@ public:
     static constexpr int PEAK_FILE_READ_FAILED = -3;  ///< the file is cut short, or a width below 0
     static constexpr int BUFFER_REFUSED = -4;         ///< null, or the finished image is bigger
     static constexpr int RANGE_REVERSED = -5;         ///< the range ends before it starts
+    static constexpr int PAINTER_NOT_LOADED = -6;     ///< see PainterFailure
 
     /// Stores the properties of a stream. The file is not opened. The range is the whole stream,
     /// the waveform black on a transparent background, the style RMSEnvelope, the scale linear.
@@ -130,6 +131,12 @@ public:
     ///         by the scaling zeroes the buffer; the other codes leave it unchanged.
     int CreateImage(int width, int height, Format format, unsigned char* buffer,
                     int bufferBytes) const;
+
+    /// Loads the drawing library, as the first call of ImageBytes or CreateImage does. It stays
+    /// loaded until the process ends. Any thread.
+    /// @throws std::bad_alloc when there is not enough memory for it
+    /// @return empty when the library is loaded; otherwise the reason, which names the missing file
+    static std::string PainterFailure();
 
 private:
     std::unique_ptr<WaveformPreviewImpl> impl_;

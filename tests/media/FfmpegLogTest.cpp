@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <atomic>
 #include <cstdarg>
+#include <string>
+#include <vector>
 
 #include "sonrel/media/input/Ffmpeg.h"
+#include "sonrel/media/input/MediaLog.h"
 #include "tests/media/MediaSupport.h"
 
 using namespace sonrel_tests;
@@ -32,4 +35,17 @@ TEST(FfmpegLog, TheCallbackAndTheLevelOfTheHostRemainAndReceiveTheMessagesAboutA
     EXPECT_EQ(av_log_get_level(), AV_LOG_VERBOSE);
     av_log_set_callback(&av_log_default_callback);
     av_log_set_level(AV_LOG_INFO);
+}
+
+TEST(FfmpegLog, SetMediaLogPassesOnlyErrorsToTheHostAsLinesUntilItIsReset) {
+    static std::vector<std::string> lines;
+    zrh::media::SetMediaLog([](const std::string& line) { lines.push_back(line); });
+    EXPECT_NE(OpenedMedia("/gone.wav").CreateCode(), 0);  // loads FFmpeg
+
+    av_log(nullptr, AV_LOG_ERROR, "error %d\n", 7);
+    av_log(nullptr, AV_LOG_WARNING, "a warning\n");
+    zrh::media::SetMediaLog(nullptr);
+    av_log(nullptr, AV_LOG_ERROR, "a later error\n");
+
+    EXPECT_EQ(lines, std::vector<std::string>{"error 7"});
 }

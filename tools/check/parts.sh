@@ -26,6 +26,7 @@ tree_checks() {
     check "Rules and their tests" tools/check/check_rules.py
     check "Count of tests knows good from bad" tools/check/count_tests.py --self-test
     check "Coverage knows good from bad" tools/check/check_coverage.py --self-test
+    check "Loaded libraries know good from bad" tools/check/check_loads.py --self-test
     check "Program of the README" tools/check/check_readme.py
 }
 
@@ -47,10 +48,12 @@ installed_view() {
     check "Every public header is installed" tools/check/check_installed.py "$stage/include"
     check "Consumer project, by CMake" consumer_by_cmake "$stage"
     check "Plugin library of another project" plugins_by_cmake "$stage"
-    check "Consumer project, by pkg-config" consumer_by_pkg_config "$stage"
+    check "Consumer project, by pkg-config" consumer_by_pkg_config "$stage" build/consumer/by-pkg-config
+    check "A component that does not exist is refused" unknown_component_is_refused "$stage"
     check "Project library of a host, linked by the program" host_project_by_program "$stage"
     check "The installed Python module" installed_python_module "$stage"
     check "The installed program starts" "$stage/bin/sonrel" --version
+    check "Loaded libraries" tools/check/check_loads.py "$stage" build/loads
     check "Completion of the command line" tools/check/check_completion.py "$stage/bin/sonrel"
 }
 
@@ -79,9 +82,32 @@ consumer_by_pkg_config() {
     local folder
     folder=$(dirname "$(find "$1" -name sonrel.pc)")
     # shellcheck disable=SC2046  # the flags are words
-    c++ tests/consumer/main.cpp -o build/consumer/by-pkg-config \
-        $(PKG_CONFIG_PATH=$folder pkg-config --cflags --libs sonrel) &&
-        LD_LIBRARY_PATH=$(dirname "$folder") build/consumer/by-pkg-config
+    c++ tests/consumer/main.cpp -o "$2" \
+        $(PKG_CONFIG_PATH=$folder pkg-config "${@:3}" --cflags --libs sonrel) &&
+        LD_LIBRARY_PATH=$(dirname "$folder") "$2"
+}
+
+unknown_component_is_refused() {
+    local build=build/consumer-component
+    rm -rf "$build"
+    ! cmake -S tests/consumer -B "$build" -G Ninja -DCMAKE_PREFIX_PATH="$1" \
+        -DCONSUMER_COMPONENTS=nothing >"$build.log" 2>&1 && grep -q "no component 'nothing'" "$build.log"
+}
+
+# libsonrel.a, with the libraries that it needs found by the package, and without modules.
+static_libraries() { check "Consumer projects of static libraries" consumers_of_static; }
+
+consumers_of_static() {
+    local stage=$PWD/build/stage-static build=build/consumer-static
+    rm -rf "$stage" "$build"
+    cmake --preset release -B build/static -DBUILD_SHARED_LIBS=OFF -DSONREL_BUILD_TESTS=OFF \
+        -DSONREL_BUILD_EXAMPLES=OFF >build/configure-static.log 2>&1 &&
+        cmake --build build/static && cmake --install build/static --prefix "$stage" >/dev/null &&
+        [ -f "$stage/lib/libsonrel.a" ] && [ -z "$(find "$stage" -name '*.so*')" ] &&
+        "$stage/bin/sonrel" --version &&
+        cmake -S tests/consumer -B "$build" -G Ninja -DCMAKE_PREFIX_PATH="$stage" >/dev/null &&
+        cmake --build "$build" && "$build/consumer" &&
+        consumer_by_pkg_config "$stage" "$build/by-pkg-config" --static
 }
 
 # An engine without a project library, installed apart, and a library of a host in its place: only the
@@ -117,6 +143,7 @@ host_project_by_target() {
         -DCMAKE_CXX_COMPILER_LAUNCHER="$SONREL_COMPILER_LAUNCHER" &&
         "$build/target/mix_with_host" "$build/target/scene" &&
         cmp "$build/ours/scene/mix.pcm" "$build/target/scene/mix.pcm" &&
+        grep -q 'CPACK_PACKAGE_NAME "own-project"' "$build/target/CPackConfig.cmake" &&
         cmake --install "$build/target" --prefix "$stage" >/dev/null &&
         host_project "$build/package" -DCMAKE_PREFIX_PATH="$stage" &&
         "$build/package/mix_with_host" "$build/package/scene" &&
@@ -250,8 +277,11 @@ licences() { check "Licence of every file" reuse lint; }
 packages() { check "Debian packages" build_packages; }
 
 build_packages() {
-    (cd build/release && cpack -B ../packages >../cpack.log 2>&1) || { cat build/cpack.log; return 1; }
-    ls -l build/packages/*.deb
+    rm -rf build/packages
+    configure package && build package &&
+        (cd build/package && cpack -B ../packages >../cpack.log 2>&1) ||
+        { cat build/cpack.log; return 1; }
+    ls -l build/packages/*.deb && tools/check/check_packages.py build/packages
 }
 
 coverage() { check "Coverage" tools/check/check_coverage.py; }

@@ -1,21 +1,30 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-#include <libavutil/adler32.h>
-#include <libavutil/buffer.h>
-#include <libavutil/channel_layout.h>
-#include <libavutil/opt.h>
-#include <libavutil/samplefmt.h>
-#include <libswresample/swresample.h>
-}
-
 #include <memory>
 #include <new>
 
+#include "sonrel/media/ffmpeg/FfmpegFunctions.h"
+#include "sonrel/media/input/FfmpegLibrary.h"
+
 namespace zrh::media::detail {
+
+/// Calls a function of FFmpeg, which LoadFfmpeg has loaded.
+template <auto Member>
+struct FfmpegCall;
+
+template <class Result, class... Arguments, Result (*FfmpegFunctions::*Member)(Arguments...)>
+struct FfmpegCall<Member> {
+    Result operator()(Arguments... arguments) const {
+        return (LoadedFfmpeg().*Member)(arguments...);
+    }
+};
+
+// In this namespace the name of a function of FFmpeg is a call of the loaded function. The library
+// links no function of FFmpeg.
+#define SONREL_CALL(name) inline constexpr FfmpegCall<&FfmpegFunctions::name> name;
+SONREL_FFMPEG_FUNCTIONS(SONREL_CALL)
+#undef SONREL_CALL
 
 struct PacketDeleter {
     void operator()(AVPacket* packet) const { av_packet_free(&packet); }

@@ -1,7 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/media/input/MediaErrors.h"
 
+#include "sonrel/media/input/FfmpegLibrary.h"
+
 namespace zrh::media {
+namespace {
+
+std::string LoadFailureText() {
+    std::string reason;
+    detail::LoadFfmpeg(&reason);
+    if (!reason.empty()) reason = " (" + reason + ")";
+    return "the decoding library does not load" + reason + "; install the libraries of FFmpeg";
+}
+
+}  // namespace
 
 std::string MediaErrorText(int code) {
     switch (static_cast<MediaError>(code)) {
@@ -63,6 +75,8 @@ std::string MediaErrorText(int code) {
             return "the stream does not have the chosen channel";
         case MediaError::StreamsDiffer:
             return "the streams of the chosen channels have different sample rates or formats";
+        case MediaError::LibraryNotLoaded:
+            return LoadFailureText();
     }
     return "media error " + std::to_string(code);
 }

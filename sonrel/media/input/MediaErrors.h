@@ -31,13 +31,14 @@ enum class MediaError : int {
     OutputFailed = 18,     ///< the output file could not be written or synced
     OutputRate = 19,       ///< the output rate is outside 64 to 768000 Hz
     OutOfMemory = 20,
-    TooManyPackets = 21,  ///< more packets than the file has bytes
-    ProbeLimit = 22,      ///< too many bytes in a row without sound or pictures
-    TooMuchSilence = 23,  ///< more silence to insert than 8 times the file's size and 1 MiB
-    TooManyFiles = 24,    ///< the process or the system has no free file descriptor
-    IndexTooLarge = 25,   ///< the index of the container is compressed or too large
-    NoSuchChannel = 26,   ///< a chosen channel is not in the stream
-    StreamsDiffer = 27    ///< the two streams of a choice have different rates or sample formats
+    TooManyPackets = 21,   ///< more packets than the file has bytes
+    ProbeLimit = 22,       ///< too many bytes in a row without sound or pictures
+    TooMuchSilence = 23,   ///< more silence to insert than 8 times the file's size and 1 MiB
+    TooManyFiles = 24,     ///< the process or the system has no free file descriptor
+    IndexTooLarge = 25,    ///< the index of the container is compressed or too large
+    NoSuchChannel = 26,    ///< a chosen channel is not in the stream
+    StreamsDiffer = 27,    ///< the two streams of a choice have different rates or sample formats
+    LibraryNotLoaded = 28  ///< FFmpeg is missing or does not load
 };
 
 /// Describes a code in a clause without a full stop: "there is no such file".

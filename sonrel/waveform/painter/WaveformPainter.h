@@ -4,19 +4,11 @@
 #include <QImage>
 #include <vector>
 
-#include "sonrel/waveform/WaveformPreview.h"
+#include "sonrel/waveform/Painter.h"
 
 namespace orlo::sonrel::detail {
 
-/// The settings of a picture.
-struct PaintSettings {
-    WaveformPreview::Style style;
-    WaveformPreview::Scale scale;
-    WaveformPreview::Color background;
-    WaveformPreview::Color waveform;
-    QImage::Format format;
-    int height;  ///< pixels
-};
+QImage::Format PixelFormat(WaveformPreview::Format format);
 
 /// Draws minima and maxima of channels, a column for each point.
 /// @param peaks     for each point, minimum and maximum of each channel, full scale 127

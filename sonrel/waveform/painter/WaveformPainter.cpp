@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "sonrel/waveform/detail/WaveformPainter.h"
+#include "sonrel/waveform/painter/WaveformPainter.h"
 
 #include <QBrush>
 #include <QColor>
@@ -11,7 +11,7 @@
 #include <cstddef>
 #include <cstring>
 
-#include "sonrel/waveform/detail/WaveformRows.h"
+#include "sonrel/waveform/painter/WaveformRows.h"
 
 namespace orlo::sonrel::detail {
 
@@ -39,7 +39,7 @@ QColor ToQColor(const Color& color) {
 /// An image of the background. Qt does not set the padding after each row; it is cleared so that
 /// equal pictures have equal bytes.
 QImage MakeCanvas(const PaintSettings& paint, int columns) {
-    QImage canvas(columns, paint.height, paint.format);
+    QImage canvas(columns, paint.height, PixelFormat(paint.format));
     if (canvas.isNull()) return canvas;
     std::memset(canvas.bits(), 0, static_cast<std::size_t>(canvas.sizeInBytes()));
     canvas.fill(ToQColor(paint.background));
@@ -77,6 +77,11 @@ void SetPen(QPainter& painter, const QColor& color) {
 }
 
 }  // namespace
+
+QImage::Format PixelFormat(WaveformPreview::Format format) {
+    return format == WaveformPreview::Format::RGB888 ? QImage::Format_RGB888
+                                                     : QImage::Format_ARGB32;
+}
 
 QImage PaintPeaks(const PaintSettings& paint, const std::vector<signed char>& peaks, int channels) {
     const auto perPoint = 2 * static_cast<std::size_t>(channels);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "sonrel/waveform/detail/WaveformRows.h"
+#include "sonrel/waveform/painter/WaveformRows.h"
 
 #include <cmath>
 
