@@ -103,7 +103,7 @@ consumers_of_static() {
     cmake --preset release -B build/static -DBUILD_SHARED_LIBS=OFF -DSONREL_BUILD_TESTS=OFF \
         -DSONREL_BUILD_EXAMPLES=OFF >build/configure-static.log 2>&1 &&
         cmake --build build/static && cmake --install build/static --prefix "$stage" >/dev/null &&
-        [ -f "$stage/lib/libsonrel.a" ] && [ -z "$(find "$stage" -name '*.so*')" ] &&
+        [ -f "$stage/lib/libsonrel.a" ] && [ -z "$(find "$stage/lib" -maxdepth 2 -name '*.so*')" ] &&
         "$stage/bin/sonrel" --version &&
         cmake -S tests/consumer -B "$build" -G Ninja -DCMAKE_PREFIX_PATH="$stage" >/dev/null &&
         cmake --build "$build" && "$build/consumer" &&
