@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "host/play/MeterLayout.h"
+#include "host/shell/Text.h"
 #include "host/shell/TextColumns.h"
 
 namespace orlo::host {
@@ -21,6 +22,16 @@ constexpr const char* ERASE_SCREEN_END = "\x1b[J";
 
 std::string CursorUp(std::size_t lines) {
     return lines == 0 ? std::string() : "\x1b[" + std::to_string(lines) + "A";
+}
+
+/// "  M -18.2 S -20.4 LUFS": the momentary and the short-term loudness, as far as they are known.
+std::string LoudnessColumns(const sonrel::PlaybackLoudness& loudness) {
+    if (!loudness.momentaryLufs && !loudness.shortTermLufs) return {};
+    const auto column = [](const std::optional<double>& lufs) {
+        return lufs ? FormatNumber(*lufs, 1) : std::string("--");
+    };
+    return "  M " + column(loudness.momentaryLufs) + " S " + column(loudness.shortTermLufs) +
+           " LUFS";
 }
 
 void Print(const std::string& text) {
@@ -49,22 +60,27 @@ void PlayDisplay::Show(const PlayState& state) {
     Draw();
 }
 
-void PlayDisplay::Show(const sonrel::AudioMetrics& metrics, SignalMeter::Clock::time_point now) {
+void PlayDisplay::Show(const sonrel::AudioMetrics& metrics,
+                       const sonrel::PlaybackLoudness& loudness,
+                       SignalMeter::Clock::time_point now) {
     const std::size_t count = std::min(tracks_.size(), metrics.trackMetrics.size());
     for (std::size_t i = 0; i < count; ++i) tracks_[i].Show(metrics.trackMetrics[i], now);
     master_.Show(metrics.masterMetrics, now);
+    loudness_ = loudness;
     Draw();
 }
 
 void PlayDisplay::Reset() {
     tracks_.assign(trackNames_.size(), SignalMeter());
     master_ = SignalMeter();
+    loudness_ = {};
 }
 
 std::string PlayDisplay::FirstLine(std::size_t tracksShown) const {
     std::string line = state_.timecode + "  ";
     line += !state_.playing ? "paused" : state_.reverse ? "<" : ">";
     if (state_.playing && state_.speed > 1) line += " x" + std::to_string(state_.speed);
+    if (meters_) line += LoudnessColumns(loudness_);
     if (!state_.readError.empty()) line += "  " + state_.readError;
     if (meters_ && tracksShown < tracks_.size()) {
         line += "  " + std::to_string(tracks_.size() - tracksShown) + " of " +

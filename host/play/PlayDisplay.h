@@ -6,6 +6,7 @@
 
 #include "host/play/MeterBars.h"
 #include "host/shell/Terminal.h"
+#include "sonrel/playback/PlaybackEngine.h"
 
 namespace orlo::host {
 
@@ -21,9 +22,9 @@ struct PlayState {
 };
 
 /// The display of a player on a terminal: a status line with the timecode, and below it,
-/// optionally, a meter for each track and the master. Each drawing on standard error overwrites the
-/// previous one and fits the current size of the terminal. On a pipe and in the background nothing
-/// is drawn.
+/// optionally, a meter for each track and the master; the status line then has the loudness.
+/// Each drawing on standard error overwrites the previous one and fits the current size of the
+/// terminal. On a pipe and in the background nothing is drawn.
 class PlayDisplay {
 public:
     /// @param quiet       draws nothing
@@ -36,7 +37,8 @@ public:
     PlayDisplay& operator=(const PlayDisplay&) = delete;
 
     void Show(const PlayState& state);
-    void Show(const sonrel::AudioMetrics& metrics, SignalMeter::Clock::time_point now);
+    void Show(const sonrel::AudioMetrics& metrics, const sonrel::PlaybackLoudness& loudness,
+              SignalMeter::Clock::time_point now);
     /// Resets the meters for a new run: lamps off, no held peaks.
     void Reset();
     /// Erases the drawing until the next Show.
@@ -53,6 +55,7 @@ private:
     PlayState state_;
     std::vector<SignalMeter> tracks_;
     SignalMeter master_;
+    sonrel::PlaybackLoudness loudness_;
     TerminalSize size_;
     std::size_t linesDrawn_ = 0;
 };

@@ -14,6 +14,14 @@ Json MetricsJson(const sonrel::AudioTrackMetrics& metrics) {
                          {"clipped", Json::Array({metrics.clipped[0], metrics.clipped[1]})}});
 }
 
+Json LufsJson(const sonrel::PlaybackLoudness& loudness) {
+    const auto orNull = [](const std::optional<double>& lufs) {
+        return lufs ? Json(*lufs) : Json();
+    };
+    return Json::Object({{"momentary", orNull(loudness.momentaryLufs)},
+                         {"shortTerm", orNull(loudness.shortTermLufs)}});
+}
+
 }  // namespace
 
 PlayEvents::PlayEvents(bool wanted, std::vector<std::string> trackNames)
@@ -31,7 +39,8 @@ void PlayEvents::MeterStop() {
     Print(Json::Object({{"event", "meter-stop"}}));
 }
 
-void PlayEvents::Meter(int frame, const sonrel::AudioMetrics& metrics) {
+void PlayEvents::Meter(int frame, const sonrel::AudioMetrics& metrics,
+                       const sonrel::PlaybackLoudness& loudness) {
     if (!wanted_) return;
     Json event = Json::Object({{"event", "meter"}, {"frame", frame}});
     event["tracks"] = Json::Array();
@@ -41,6 +50,7 @@ void PlayEvents::Meter(int frame, const sonrel::AudioMetrics& metrics) {
         event["tracks"].Append(std::move(track));
     }
     event["master"] = MetricsJson(metrics.masterMetrics);
+    event["loudness"] = LufsJson(loudness);
     Print(event);
 }
 

@@ -7,6 +7,7 @@
 
 #include "host/shell/Outcome.h"
 #include "sonrel/playback/AbstractAudioMeterObserver.h"
+#include "sonrel/playback/PlaybackEngine.h"
 
 namespace orlo::host {
 
@@ -20,7 +21,8 @@ public:
     void Frame(int frame);
     void MeterStart();
     void MeterStop();
-    void Meter(int frame, const sonrel::AudioMetrics& metrics);
+    void Meter(int frame, const sonrel::AudioMetrics& metrics,
+               const sonrel::PlaybackLoudness& loudness);
     /// @param error  a clause that names the media file and the timecode
     void ReadError(const std::string& error);
     void End();

@@ -110,8 +110,9 @@ void PlaySession::Report() {
     if (subject_.metered && transport_.IsPlaying() && MeterIsDue()) {
         const sonrel::AudioMetrics metrics = engine_.CurrentPlaybackMetrics();
         if (metrics.masterMetrics.sampleCount > 0) {
-            events_.Meter(heard, metrics);
-            display_.Show(metrics, Clock::now());
+            const sonrel::PlaybackLoudness loudness = engine_.CurrentPlaybackLoudness();
+            events_.Meter(heard, metrics, loudness);
+            display_.Show(metrics, loudness, Clock::now());
         }
     }
     if (stops) events_.MeterStop();

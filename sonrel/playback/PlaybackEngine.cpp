@@ -99,6 +99,7 @@ Err PlaybackEngine::PlayFromSample(long long sample, PlaybackDirection direction
     impl_->StopVoiceAndWorker();
     if (sample < 0 || sample >= impl_->format.totalSamples) return Err::OutOfRange;
     impl_->levels.BeginRun(sample);
+    impl_->loudness.Begin(impl_->format.sampleRate, impl_->levels.AreWanted());
     impl_->voices.SilenceBuffers();
     impl_->voiceCallback.SetAudience(impl_->levels.List(), std::move(completion), userData);
     impl_->playedSampleEnd.exchange(0);
@@ -193,6 +194,10 @@ void PlaybackEngine::RemoveMeterObserver(AbstractAudioMeterObserver* observer) {
 
 AudioMetrics PlaybackEngine::CurrentPlaybackMetrics() const {
     return impl_->levels.Heard();
+}
+
+PlaybackLoudness PlaybackEngine::CurrentPlaybackLoudness() const {
+    return impl_->loudness.Heard();
 }
 
 }  // namespace orlo::sonrel

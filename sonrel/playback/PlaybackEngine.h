@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "sonrel/base/Export.h"
 #include "sonrel/base/ZRID.h"
@@ -22,6 +23,12 @@ class AbstractAudioMeterObserver;
 class Sonrel;
 struct PlaybackEngineImpl;
 
+/// The loudness of the sound that is heard, as LoudnessMeter measures it.
+struct PlaybackLoudness {
+    std::optional<double> momentaryLufs;  ///< of the last 0.4 seconds
+    std::optional<double> shortTermLufs;  ///< of the last 3 seconds
+};
+
 /// Plays a media asset, a sequence or a composition on the sound device, and reports which video
 /// frame is being heard: the sound is the clock, the host shows the pictures.
 ///
@@ -32,12 +39,13 @@ struct PlaybackEngineImpl;
 /// The engine object makes the playback engine (Sonrel::InitializePlaybackEngine) and must outlive
 /// it: a host drops every reference to a playback engine before its last reference to the Sonrel.
 ///
-/// Threads: commands and the list of observers belong to one thread at a time, and the host mixes
-/// nothing on the same engine object while a run is under way. CurrentPlaybackVideoFrame may be
-/// called on any thread, IsPlaying and CurrentPlaybackMetrics too while no set-up runs. A run has
-/// its own worker thread, which mixes. When a run ends by itself, observers and the completion
-/// callback are called on the device's thread. Commands may be given from there, and from any
-/// observer, while no other thread gives a command; no lock is held meanwhile.
+/// Threads: commands and the list of observers belong to one thread at a time, and the host
+/// mixes nothing on the same engine object while a run is under way. CurrentPlaybackVideoFrame
+/// may be called on any thread, IsPlaying, CurrentPlaybackMetrics and CurrentPlaybackLoudness
+/// too while no set-up runs. A run has its own worker thread, which mixes. When a run ends by
+/// itself, observers and the completion callback are called on the device's thread. Commands
+/// may be given from there, and from any observer, while no other thread gives a command; no
+/// lock is held meanwhile.
 ///
 /// These end-of-run calls end with the run: Stop, the play commands, an Initialize or Refresh that
 /// sets up again, and the destructor wait for a running call, unless they are called from inside
@@ -202,6 +210,14 @@ public:
     /// call belong to one run. Any thread, while no set-up runs.
     /// @return no tracks and all 0 while nothing is heard or measured
     AudioMetrics CurrentPlaybackMetrics() const;
+
+    /// The loudness of the run at the end of the buffer that began to sound last, also in reverse
+    /// and at other speeds: of the sound as it is heard. For a run that began with observers; a
+    /// media asset has none. A flush begins the measurement anew. Keeps the last values after a
+    /// run. Any thread, while no set-up runs.
+    /// @return empty values before the first 0.4 or 3 seconds, for digital silence, and while
+    ///         nothing is measured
+    PlaybackLoudness CurrentPlaybackLoudness() const;
 
 private:
     friend class Sonrel;

@@ -76,6 +76,7 @@ void PlaybackWorker::PlayRange() {
         const Next next = FillNextBuffer(buffer);
         if (next == Next::Leave) return;
         if (next == Next::Refill) continue;
+        loudness_.Measure(buffer);
         // The whole buffer, also when less was read: after the end of the target its former content
         // sounds, zeros in a run that is shorter than the ring. A refusal is ignored, because the
         // worker has no caller to report it to.
@@ -93,6 +94,7 @@ PlaybackWorker::Next PlaybackWorker::FillNextBuffer(FrameAudioBuffer& buffer) {
         flushPending_ = false;
         // Meanwhile the command thread may move the read position.
         if (!control_.Park()) return Next::Leave;
+        loudness_.Restart();
     }
     reader_.ReadStamped(buffer, run_);
     WaitForRoom();

@@ -9,10 +9,11 @@
 namespace orlo::sonrel::detail {
 
 VoiceCallback::VoiceCallback(AudioMixer& mixer, std::atomic<int>& currentVideoFrame,
-                             std::atomic<long long>& playedSampleEnd)
+                             std::atomic<long long>& playedSampleEnd, HeardLoudness& loudness)
     : mixer_(mixer),
       currentVideoFrame_(currentVideoFrame),
       playedSampleEnd_(playedSampleEnd),
+      loudness_(loudness),
       audience_(std::make_shared<RunAudience>()) {}
 
 void VoiceCallback::OnBufferStart(void* context) {
@@ -27,6 +28,7 @@ void VoiceCallback::OnBufferStart(void* context) {
     if (run != openRun_) return;
     currentVideoFrame_.exchange(buffer->videoFrame);
     playedSampleEnd_.exchange(buffer->endSample);
+    loudness_.Hear(*buffer);
 }
 
 void VoiceCallback::OnBufferEnd(void* context) {

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 namespace orlo::sonrel::detail {
@@ -22,6 +23,9 @@ struct FrameAudioBuffer {
     std::atomic<long long> firstSample = 0;  // the read position before the buffer was read
     std::atomic<long long> endSample = 0;    // firstSample plus the samples that the read returned
     std::atomic<std::uint64_t> run = 0;      // number of the run that filled it
+    // Loudness of the run at the end of the buffer; NaN for none.
+    std::atomic<double> momentaryLufs = std::numeric_limits<double>::quiet_NaN();
+    std::atomic<double> shortTermLufs = std::numeric_limits<double>::quiet_NaN();
 };
 
 }  // namespace orlo::sonrel::detail

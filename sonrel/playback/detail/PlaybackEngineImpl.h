@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "sonrel/playback/PlaybackEngine.h"
+#include "sonrel/playback/detail/HeardLoudness.h"
 #include "sonrel/playback/detail/PlaybackLevels.h"
 #include "sonrel/playback/detail/PlaybackReader.h"
 #include "sonrel/playback/detail/PlaybackVoices.h"
@@ -17,9 +18,9 @@ namespace orlo::sonrel {
 
 /// The playback engine's record.
 ///
-/// Threads: the command thread. The worker of a run uses reader, voices and format, the device's
-/// thread uses voiceCallback; these classes document their threads. The atomic members may be
-/// read on any thread.
+/// Threads: the command thread. The worker of a run uses reader, voices, format and loudness,
+/// the device's thread uses voiceCallback and loudness; these classes document their threads.
+/// The atomic members may be read on any thread.
 struct PlaybackEngineImpl {
     /// @throws the exceptions of the constructor of PlaybackVoices
     PlaybackEngineImpl(Sonrel* engineObject, AudioMixer& theMixer)
@@ -48,10 +49,11 @@ struct PlaybackEngineImpl {
     detail::TargetMemory targets;
     detail::PlayedFormat format;
     detail::PlaybackLevels levels{mixer, targets, format, currentVideoFrame};
-    detail::VoiceCallback voiceCallback{mixer, currentVideoFrame, playedSampleEnd};
+    detail::HeardLoudness loudness;
+    detail::VoiceCallback voiceCallback{mixer, currentVideoFrame, playedSampleEnd, loudness};
     detail::PlaybackVoices voices;  // destroyed before the callback that it calls
     detail::PlaybackReader reader{mixer, targets, format};
-    detail::PlaybackWorker worker{reader, voices, voiceCallback};
+    detail::PlaybackWorker worker{reader, voices, voiceCallback, loudness};
 
     std::chrono::milliseconds headStart{50};  // of the worker before the voice runs
     std::chrono::milliseconds flushTimeout = detail::FLUSH_TIMEOUT;

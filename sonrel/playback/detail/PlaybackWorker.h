@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "sonrel/playback/detail/FlushWait.h"
+#include "sonrel/playback/detail/HeardLoudness.h"
 #include "sonrel/playback/detail/PlaybackReader.h"
 #include "sonrel/playback/detail/PlaybackVoices.h"
 #include "sonrel/playback/detail/VoiceCallback.h"
@@ -23,8 +24,9 @@ namespace orlo::sonrel::detail {
 /// Threads: the command thread; IsPlaying and HasPlayedOut on any.
 class PlaybackWorker {
 public:
-    PlaybackWorker(PlaybackReader& reader, PlaybackVoices& voices, VoiceCallback& callback)
-        : reader_(reader), voices_(voices), callback_(callback) {}
+    PlaybackWorker(PlaybackReader& reader, PlaybackVoices& voices, VoiceCallback& callback,
+                   HeardLoudness& loudness)
+        : reader_(reader), voices_(voices), callback_(callback), loudness_(loudness) {}
 
     /// Starts the thread. Voices are open, and no worker exists.
     void Start(std::uint64_t run);
@@ -64,6 +66,7 @@ private:
     PlaybackReader& reader_;
     PlaybackVoices& voices_;
     VoiceCallback& callback_;
+    HeardLoudness& loudness_;
     WorkerControl control_;
     std::thread thread_;
     std::uint64_t run_ = 0;

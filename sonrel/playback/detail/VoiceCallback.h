@@ -7,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+#include "sonrel/playback/detail/HeardLoudness.h"
 #include "sonrel/playback/detail/RunAudience.h"
 #include "sonrel/playback/device/AudioDevice.h"
 #include "sonrel/playback/device/CallbackSignal.h"
@@ -31,7 +32,7 @@ public:
     static constexpr std::uint64_t SINGLE_FRAME = 1;
 
     VoiceCallback(AudioMixer& mixer, std::atomic<int>& currentVideoFrame,
-                  std::atomic<long long>& playedSampleEnd);
+                  std::atomic<long long>& playedSampleEnd, HeardLoudness& loudness);
 
     void OnBufferStart(void* context) override;
     void OnBufferEnd(void* context) override;
@@ -58,6 +59,7 @@ private:
     AudioMixer& mixer_;
     std::atomic<int>& currentVideoFrame_;
     std::atomic<long long>& playedSampleEnd_;
+    HeardLoudness& loudness_;
     std::atomic<std::uint64_t> openRun_ = 0;  // 0 means none
     std::atomic<std::uint64_t> soundingRun_ = 0;
     device::CallbackGate reports_;           // that change the state; the host's code is outside

@@ -196,6 +196,20 @@ TEST_F(PlayProgram, TheFrameStampOfAPositionIsReportedUnchanged) {
                 ElementsAre("meter-start", "frame 28", "frame 30", "meter-stop", "end"));
 }
 
+TEST_F(PlayProgram, MetersHaveTheLoudnessThatIsHeard) {
+    WriteTimeline(50);
+
+    const ProgramResult result = Play({"--output", "@out.wav", "--events"});
+
+    Json last;
+    for (const Json& line : Lines(result.out)) {
+        if (line.at("event") == "meter") last = line;
+    }
+    // Two seconds: a momentary loudness and no short-term loudness.
+    EXPECT_TRUE(last.at("loudness").at("momentary").is_number());
+    EXPECT_TRUE(last.at("loudness").at("shortTerm").is_null());
+}
+
 TEST_F(PlayProgram, LevelsAreAnEventForEachTrackAndTheMaster) {
     WriteTimeline(50);
 

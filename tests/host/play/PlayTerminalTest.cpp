@@ -72,6 +72,15 @@ TEST_F(PlayTerminal, ShowsAMeterForEachTrackAndTheMaster) {
     EXPECT_EQ(run.Wait(), 0);
 }
 
+TEST_F(PlayTerminal, ShowsTheLoudnessThatIsHeardOnTheFirstLine) {
+    TerminalRun run(Arguments({"--meters"}));
+
+    EXPECT_TRUE(run.Shows(" S -- LUFS")) << run.Shown();
+
+    run.Press("q");
+    EXPECT_EQ(run.Wait(), 0);
+}
+
 TEST_F(PlayTerminal, PausesOnKAndPlaysFasterWithEachL) {
     TerminalRun run(Arguments({"--from", "100f"}));
     ASSERT_TRUE(run.Shows("  >"));
