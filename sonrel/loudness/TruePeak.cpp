@@ -17,8 +17,10 @@ constexpr int TILE = 32;
 /// Frames that are converted at once.
 constexpr int PIECE = 512;
 constexpr int HISTORY = TruePeak::HISTORY;
-/// The innermost pairs of a filter, which have most of its weight.
-constexpr int INNER_PAIRS = 2;
+/// The innermost third of the pairs, which has most of the weight of a filter.
+constexpr int InnerPairs(int pairs) {
+    return pairs / 3;
+}
 /// Room for the rounding errors of a value. A value is a sum of at most 24 products, each with a
 /// relative error of at most 3 * 2^-24, and every partial sum is below twice the limit.
 constexpr float ROUNDING = 1.0f + 1e-5f;
@@ -156,7 +158,8 @@ template <typename L, int PHASES, int PAIRS>
 SONREL_ALWAYS_INLINE float PeakAfterTile(const PeakPiece& piece, int first, float largestSample,
                                          const PeakFilter& filter, float peak) {
     if (largestSample * filter.gain * ROUNDING <= peak) return peak;
-    const float inner = LargestBetween<L, PHASES, PAIRS, PAIRS - INNER_PAIRS>(piece, first, filter);
+    const float inner =
+        LargestBetween<L, PHASES, PAIRS, PAIRS - InnerPairs(PAIRS)>(piece, first, filter);
     if ((inner + largestSample * filter.outerGain) * ROUNDING <= peak) return peak;
     return std::max(peak, LargestBetween<L, PHASES, PAIRS, 0>(piece, first, filter));
 }
@@ -231,7 +234,7 @@ PeakFilter::PeakFilter(int rate) : phases(PhasesAt(rate)) {
             sideGain += std::abs(young) + std::abs(old);
         }
         gain = static_cast<float>(std::max(middleGain, sideGain));
-        if (pair == pairs - 1 - INNER_PAIRS) outerGain = gain;
+        if (pair == pairs - 1 - InnerPairs(pairs)) outerGain = gain;
     }
 }
 

@@ -19,7 +19,7 @@ struct PeakFilter {
     float side[MAX_PAIRS] = {};
     float sideDifference[MAX_PAIRS] = {};
     /// Upper limit of the ratio of an interpolated value to the largest sample, and the share of
-    /// the taps outside the two inner pairs in it.
+    /// the taps outside the innermost third in it.
     float gain = 1.0f;
     float outerGain = 0.0f;
 
