@@ -2,7 +2,6 @@
 #include "sonrel/conformed/detail/RecentConformedFiles.h"
 
 #include <algorithm>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -13,41 +12,44 @@ namespace {
 /// With its frames ahead a file takes 64 KB: 16 MB in all.
 constexpr std::size_t MAX_FILES = 256;
 
+/// Whether the cache of this thread was destroyed: a static object may close its file after that.
+thread_local bool cacheHasEnded = false;
+
 /// The records in the order in which their files were closed: the next file of a mix is at the
 /// front. The memory for all is reserved at the start, since files are closed where nothing may be
 /// thrown.
 struct ClosedFileCache {
     ClosedFileCache() { files.reserve(MAX_FILES); }
+    ~ClosedFileCache() { cacheHasEnded = true; }
+    ClosedFileCache(const ClosedFileCache&) = delete;
+    ClosedFileCache& operator=(const ClosedFileCache&) = delete;
 
-    std::mutex mutex;
     std::vector<std::unique_ptr<ConformedAudioFileImpl>> files;
 };
 
-/// Never destroyed: a file may be closed by the destructor of a static object.
-ClosedFileCache& TheClosedFileCache() {
-    static auto* cache = new ClosedFileCache;
-    return *cache;
+ClosedFileCache& CacheOfThread() {
+    thread_local ClosedFileCache cache;
+    return cache;
 }
 
 }  // namespace
 
 std::unique_ptr<ConformedAudioFileImpl> RecentConformedFiles::Take(const std::wstring& path) {
-    ClosedFileCache& cache = TheClosedFileCache();
-    const std::lock_guard lock(cache.mutex);
-    const auto found = std::find_if(cache.files.begin(), cache.files.end(),
+    if (cacheHasEnded) return nullptr;
+    auto& files = CacheOfThread().files;
+    const auto found = std::find_if(files.begin(), files.end(),
                                     [&](const auto& file) { return file->path == path; });
-    if (found == cache.files.end()) return nullptr;
+    if (found == files.end()) return nullptr;
     auto file = std::move(*found);
-    cache.files.erase(found);
+    files.erase(found);
     return file;
 }
 
 void RecentConformedFiles::Keep(std::unique_ptr<ConformedAudioFileImpl> file) {
-    if (!file->isSettled) return;
-    ClosedFileCache& cache = TheClosedFileCache();
-    const std::lock_guard lock(cache.mutex);
-    if (cache.files.size() == MAX_FILES) cache.files.erase(cache.files.begin());
-    cache.files.push_back(std::move(file));
+    if (!file->isSettled || cacheHasEnded) return;
+    auto& files = CacheOfThread().files;
+    if (files.size() == MAX_FILES) files.erase(files.begin());
+    files.push_back(std::move(file));
 }
 
 }  // namespace orlo::project

@@ -69,6 +69,30 @@ void WriteSilence(StereoFrame* frames, int count) {
     std::memset(frames, 0, static_cast<std::size_t>(count) * FRAME_BYTES);
 }
 
+/// The code of a read of a merged stream before its file is read; 0 when the file decides.
+int CheckMergedRead(const project::MediaAudioStream& stream, long long sourceStart, int count,
+                    FrameRoom room) {
+    if (sourceStart < 0 || count < 1) return BAD_RANGE;
+    if (sourceStart > stream.MergedSampleRange().second - count) return PAST_MERGED_END;
+    return count > room.bytes / FRAME_BYTES ? BUFFER_TOO_SMALL : 0;
+}
+
+/// Frames that a read asks the file for. A read that reaches the end is not cut to the room: the
+/// file and the merged test refuse it when the room is too small, and the caller gets 0.
+int FramesToRead(long long total, long long sourceStart, int count, FrameRoom room) {
+    if (sourceStart >= total) return 0;
+    if (count > total - sourceStart) return static_cast<int>(total - sourceStart);
+    return std::min(count, room.bytes / FRAME_BYTES);
+}
+
+/// The result of a read of a file that can be read.
+int CountReadFrames(const project::MediaAudioStream& stream, long long sourceStart, int frames,
+                    FrameRoom room) {
+    if (!stream.SamplesAvailable() || stream.ConformedFilePath().empty()) return 0;
+    if (!stream.IsMerged()) return frames > room.bytes / FRAME_BYTES ? 0 : frames;
+    return CheckMergedRead(stream, sourceStart, frames, room) == 0 ? frames : 0;
+}
+
 /// The conformed audio of a media asset, as a source for ReadFrom.
 struct MediaSource {
     AudioMixerImpl& mixer;
@@ -138,11 +162,10 @@ int ReadStreamSamples(const project::MediaAudioStream& stream,
         return file.GetSamples(sourceStart, count, zrtl::BytesOf(room.frames), room.bytes, read);
     }
 
-    const auto [first, end] = stream.MergedSampleRange();
-    if (sourceStart < 0 || count < 1) return BAD_RANGE;
-    if (sourceStart > end - count) return PAST_MERGED_END;
-    if (count > room.bytes / FRAME_BYTES) return BUFFER_TOO_SMALL;
+    const int refused = CheckMergedRead(stream, sourceStart, count, room);
+    if (refused != 0) return refused;
 
+    const long long first = stream.MergedSampleRange().first;
     int done = 0;
     if (sourceStart < first) {
         done = static_cast<int>(std::min<long long>(count, first - sourceStart));
@@ -170,6 +193,8 @@ int ReadConformedSamples(AudioMixerImpl& mixer, const project::MediaAsset& asset
     if (sourceStart < 0 || count < 0) return -1;
     const long long total = stream->ConformedSampleCount();
     if (total == 0) return 0;
+    const int frames = FramesToRead(total, sourceStart, count, room);
+    if (mixer.OnlyCounts()) return CountReadFrames(*stream, sourceStart, frames, room);
     errno = 0;
     const project::ConformedAudioFile* file = FindConformedFile(mixer, *stream);
     if (!file) {
@@ -178,16 +203,6 @@ int ReadConformedSamples(AudioMixerImpl& mixer, const project::MediaAsset& asset
         return 0;
     }
 
-    // A read that reaches the end is not cut to the room here: the file and the merged test refuse
-    // it when the room is too small, and the caller gets 0.
-    int frames = 0;
-    if (sourceStart >= total) {
-        frames = 0;
-    } else if (count > total - sourceStart) {
-        frames = static_cast<int>(total - sourceStart);
-    } else {
-        frames = std::min(count, room.bytes / FRAME_BYTES);
-    }
     int read = 0;
     errno = 0;
     const int code = ReadStreamSamples(*stream, *file, sourceStart, frames, room, &read);
@@ -224,6 +239,10 @@ SourceFrames ReadAsset(AudioMixerImpl& mixer, const std::shared_ptr<project::Pro
         range.count = static_cast<int>(total - range.sourceStart);
     }
     return ReadFrom(source, range, room);
+}
+
+int CountAfterFilter(const SourceFrames& source) {
+    return !source.frames || source.count < 1 ? source.count : source.outputCount;
 }
 
 int ResampleSource(Resampler& resampler, const SourceFrames& source, StereoFrame* output) {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <deque>
 
 #include "sonrel/mixer/detail/AudioMeterAccess.h"
 #include "sonrel/mixer/detail/AudioMeterImpl.h"
@@ -68,6 +69,17 @@ const AudioTrackMetrics& AudioMeter::MetricsForBlock(unsigned long long index) c
 }
 
 namespace detail {
+namespace {
+
+/// Takes the greater peaks and any clipping of another block.
+void RaiseTo(AudioTrackMetrics& block, const AudioTrackMetrics& other) {
+    for (const int channel : {0, 1}) {
+        block.peak[channel] = std::max(block.peak[channel], other.peak[channel]);
+        block.clipped[channel] |= other.clipped[channel];
+    }
+}
+
+}  // namespace
 
 void JoinSession(AudioMeterImpl& meter) {
     const ZRScopedLock guard(meter.lock);
@@ -93,12 +105,25 @@ AudioTrackMetrics AudioMeterAccess::MergedBlocks(const AudioMeter& meter, unsign
     AudioTrackMetrics merged;
     for (unsigned long long i = first; i <= last && i < blocks.size(); ++i) {
         merged.sampleCount += blocks[i].sampleCount;
-        for (const int channel : {0, 1}) {
-            merged.peak[channel] = std::max(merged.peak[channel], blocks[i].peak[channel]);
-            merged.clipped[channel] |= blocks[i].clipped[channel];
-        }
+        RaiseTo(merged, blocks[i]);
     }
     return merged;
+}
+
+void AudioMeterAccess::AddBlocks(AudioMeter& meter, const AudioMeter& other) {
+    // The locks of two meters are never held at the same time.
+    std::deque<AudioTrackMetrics> added;
+    {
+        const ZRScopedLock guard(other.impl_->lock);
+        added = other.impl_->blocks;
+    }
+    const ZRScopedLock guard(meter.impl_->lock);
+    auto& blocks = meter.impl_->blocks;
+    if (blocks.size() < added.size()) blocks.resize(added.size());
+    for (std::size_t i = 0; i < added.size(); ++i) {
+        blocks[i].sampleCount = std::max(blocks[i].sampleCount, added[i].sampleCount);
+        RaiseTo(blocks[i], added[i]);
+    }
 }
 
 int AudioMeterAccess::RunningBlockFrames(const AudioMeter& meter) {

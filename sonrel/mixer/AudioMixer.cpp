@@ -9,6 +9,25 @@
 
 namespace orlo::sonrel {
 
+namespace {
+
+/// Lets the stages of a mix count instead of rendering.
+class NoiseCount {
+public:
+    explicit NoiseCount(AudioMixerImpl& mixer) : mixer_(mixer) { mixer_.noiseSamples = &samples_; }
+    ~NoiseCount() { mixer_.noiseSamples = nullptr; }
+    NoiseCount(const NoiseCount&) = delete;
+    NoiseCount& operator=(const NoiseCount&) = delete;
+
+    long long Samples() const { return samples_; }
+
+private:
+    AudioMixerImpl& mixer_;
+    long long samples_ = 0;
+};
+
+}  // namespace
+
 const unsigned int AudioMixer::DITHER_SEED_RANDOM = 0;
 
 AudioMixer::AudioMixer() : impl_(std::make_unique<AudioMixerImpl>()) {
@@ -67,6 +86,44 @@ int AudioMixer::GetSamples(const std::shared_ptr<project::Project>& project,
     const detail::RequestBlock requestBlock(impl_->requestBlock, start);
     return detail::ObjectRenderer(*impl_, project, {start, count, sampleRate}, samples)
         .Render(detail::ClipOf(*project, sequence, *object), stopAtEffect);
+}
+
+std::shared_ptr<AudioMixer> AudioMixer::CreateWorker() const {
+    const std::shared_ptr<AudioMixer> worker(new AudioMixer);
+    worker->impl_->ditherType = impl_->ditherType;
+    worker->impl_->ditherSeed = impl_->ditherSeed;
+    worker->impl_->converter.Continue(impl_->converter);
+    worker->impl_->meters.StartAs(impl_->meters);
+    return worker;
+}
+
+long long AudioMixer::NoiseSamples(const std::shared_ptr<project::Project>& project,
+                                   const std::shared_ptr<project::EditorSequence>& sequence,
+                                   long long start, int count, int rateOverride,
+                                   int sampleRate) const {
+    const NoiseCount noise(*impl_);
+    detail::SequenceMixer(*impl_, project, sequence)
+        .Mix({start, count, nullptr, rateOverride, sampleRate});
+    return noise.Samples();
+}
+
+long long AudioMixer::NoiseSamples(const std::shared_ptr<project::Project>& project,
+                                   const std::shared_ptr<project::CompositionAsset>& composition,
+                                   long long start, int count, int rateOverride,
+                                   int sampleRate) const {
+    const NoiseCount noise(*impl_);
+    detail::CompositionMixer(*impl_, project, composition, detail::Metering::Off)
+        .Mix({start, count, nullptr, rateOverride, sampleRate});
+    return noise.Samples();
+}
+
+void AudioMixer::SkipSamples(long long noiseSamples, long long meterSamples) {
+    impl_->converter.Skip(noiseSamples);
+    impl_->meters.ForMixBlock().FeedSilence(meterSamples);
+}
+
+void AudioMixer::AddMeterBlocks(const AudioMixer& worker) {
+    impl_->meters.Add(worker.impl_->meters);
 }
 
 void AudioMixer::ResetMixSession() {

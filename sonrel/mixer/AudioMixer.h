@@ -107,6 +107,51 @@ public:
                    int sampleRate, std::vector<unsigned char>& samples,
                    zrtl::ZRID stopAtEffect) const;
 
+    /// Creates a mixer that takes a share of the work of this mixer, on another thread.
+    ///
+    /// It has the dither, the seed and the place in the noise stream of this mixer, and an empty
+    /// meter session with the same tracks and block length while this mixer has a session. Nothing
+    /// connects the mixers afterwards. With SkipSamples each mixer starts its share at the right
+    /// place, and the shares joined are the samples of one mixer, byte for byte:
+    ///
+    ///     const auto worker = mixer.CreateWorker();
+    ///     worker->SkipSamples(mixer.NoiseSamples(project, sequence, 0, half, 0, 0), half);
+    ///     std::jthread thread([&] { worker->GetSamples(project, sequence, half, rest, ...); });
+    ///     mixer.GetSamples(project, sequence, 0, half, ...);
+    ///     thread.join();
+    ///     mixer.AddMeterBlocks(*worker);  // after StopMeterSession on both
+    ///
+    /// Opt-in: a host decides whether its project allows it. Several mixers call the plugins of one
+    /// project at the same time, one instance and its properties included. Every plugin must allow
+    /// that, and its output must depend on its arguments and the samples only, not on earlier
+    /// calls. The plugin pack does. Nothing of the project may be edited meanwhile: the lock of one
+    /// mixer does not exclude the others.
+    std::shared_ptr<AudioMixer> CreateWorker() const;
+
+    /// Length of the part of the noise stream that GetSamples with the same arguments takes, in
+    /// samples: those of the request and those of all compositions inside it, which are converted
+    /// to 16 bits too. Renders nothing, reads no media file and calls only
+    /// AbstractPluginAudio::RequiredRanges of plugins. A media file that cannot be read is counted
+    /// as if it could be. Not while GetSamples runs on another thread.
+    /// @return 0 where GetSamples reports an error
+    long long NoiseSamples(const std::shared_ptr<project::Project>& project,
+                           const std::shared_ptr<project::EditorSequence>& sequence,
+                           long long start, int count, int rateOverride, int sampleRate) const;
+    /// The same for a composition.
+    long long NoiseSamples(const std::shared_ptr<project::Project>& project,
+                           const std::shared_ptr<project::CompositionAsset>& composition,
+                           long long start, int count, int rateOverride, int sampleRate) const;
+
+    /// Passes over a part of a mix that another mixer renders: the noise stream advances, and all
+    /// meters of the session get silence. Not while GetSamples runs on another thread.
+    /// @param noiseSamples  sum of NoiseSamples of the requests of that part
+    /// @param meterSamples  sum of the counts of these requests
+    void SkipSamples(long long noiseSamples, long long meterSamples);
+
+    /// Adds the finished meter blocks of a worker, block by block: greatest peaks, any clipping,
+    /// greatest sample count. Both sessions have ended, and began at the same position.
+    void AddMeterBlocks(const AudioMixer& worker);
+
     /// Restarts the noise stream with the stored type and seed. Meters, pools and open files
     /// stay as they are. Not while GetSamples runs on another thread: nothing guards the noise.
     void ResetMixSession();

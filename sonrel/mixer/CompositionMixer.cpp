@@ -27,6 +27,7 @@ int CompositionMixer::MixBlock(const Block& block, double frameRate, zrtl::Stere
     if (block.count > zrtl::SamplesPerFrame(block.rate, frameRate)) return TOO_LONG;
 
     const int videoFrame = zrtl::FrameAtSample(block.timelineStart, block.rate, frameRate);
+    if (mixer_.OnlyCounts()) return CountBlock(block, videoFrame);
     const auto sum = mixer_.floatBlocks.Acquire(block.count);
     std::vector<unsigned char> samples;
     ObjectRenderer renderer(mixer_, project_, block, samples);
@@ -49,6 +50,16 @@ int CompositionMixer::MixBlock(const Block& block, double frameRate, zrtl::Stere
         mixer_.meters.ForMixBlock().FeedMaster(sum.get(), block.count);
     }
     mixer_.converter.FloatToInt16(sum.get(), zrtl::ValuesOf(output), block.count);
+    return block.count;
+}
+
+int CompositionMixer::CountBlock(const Block& block, int videoFrame) {
+    std::vector<unsigned char> samples;
+    ObjectRenderer renderer(mixer_, project_, block, samples);
+    composition_->Layers().ForEach([&](const std::shared_ptr<project::AbstractLayer>& layer) {
+        if (Sounds(*layer, videoFrame)) renderer.Render(ClipOf(*project_, *layer));
+    });
+    *mixer_.noiseSamples += block.count;
     return block.count;
 }
 

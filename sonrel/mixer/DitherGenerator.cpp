@@ -104,18 +104,30 @@ void DitherGenerator::Seed(std::uint32_t seed) {
     next_ = DEGREE;
 }
 
+void DitherGenerator::RenewUsedState() {
+    if (next_ != DEGREE) return;
+    RENEW_STATE.Active()(state_);
+    next_ = 0;
+}
+
 void DitherGenerator::Draw(float* values, int count) {
     const auto uniformValues = UNIFORM_VALUES.Active();
     while (count > 0) {
-        if (next_ == DEGREE) {
-            RENEW_STATE.Active()(state_);
-            next_ = 0;
-        }
+        RenewUsedState();
         const int drawn = std::min(count, DEGREE - next_);
         uniformValues(state_ + next_, values, drawn);
         next_ += drawn;
         values += drawn;
         count -= drawn;
+    }
+}
+
+void DitherGenerator::Skip(long long count) {
+    while (count > 0) {
+        RenewUsedState();
+        const auto skipped = static_cast<int>(std::min<long long>(count, DEGREE - next_));
+        next_ += skipped;
+        count -= skipped;
     }
 }
 

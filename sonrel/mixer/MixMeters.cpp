@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/mixer/detail/MixMeters.h"
 
+#include <algorithm>
+#include <climits>
+
 #include "sonrel/mixer/detail/AudioMeterAccess.h"
 
 namespace orlo::sonrel::detail {
@@ -19,7 +22,22 @@ std::shared_ptr<AudioMeter> Restarted(const std::shared_ptr<AudioMeter>& meter) 
     return blockFrames < 1 ? meter : StartedMeter(blockFrames);
 }
 
+/// The meter counts its frames as an int.
+void FeedSilenceTo(AudioMeter& meter, long long frames) {
+    while (frames > 0) {
+        const auto fed = static_cast<int>(std::min<long long>(frames, INT_MAX));
+        meter.ProcessSamples(nullptr, fed);
+        frames -= fed;
+    }
+}
+
 }  // namespace
+
+void BlockMeters::FeedSilence(long long frames) const {
+    if (!set_) return;
+    FeedSilenceTo(*set_->master, frames);
+    for (const auto& meter : set_->tracks) FeedSilenceTo(*meter, frames);
+}
 
 MixMeters::MixMeters()
     : set_(std::make_shared<const MeterSet>(MeterSet{std::make_shared<AudioMeter>(), {}})) {}
@@ -52,6 +70,27 @@ void MixMeters::Restart() {
     next->tracks.reserve(set_->tracks.size());
     for (const auto& meter : set_->tracks) next->tracks.push_back(Restarted(meter));
     set_ = std::move(next);
+}
+
+std::shared_ptr<const MeterSet> MixMeters::Set() const {
+    const std::lock_guard lock(mutex_);
+    return set_;
+}
+
+void MixMeters::StartAs(const MixMeters& other) {
+    if (!other.active_) return;
+    const auto set = other.Set();
+    Start(set->tracks.size(), AudioMeterAccess::RunningBlockFrames(*set->master));
+}
+
+void MixMeters::Add(const MixMeters& other) {
+    const auto added = other.Set();
+    const auto set = Set();
+    AudioMeterAccess::AddBlocks(*set->master, *added->master);
+    const std::size_t tracks = std::min(set->tracks.size(), added->tracks.size());
+    for (std::size_t i = 0; i < tracks; ++i) {
+        AudioMeterAccess::AddBlocks(*set->tracks[i], *added->tracks[i]);
+    }
 }
 
 BlockMeters MixMeters::ForMixBlock() const {

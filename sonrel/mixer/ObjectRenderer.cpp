@@ -105,7 +105,8 @@ SourceFrames ObjectRenderer::Read() {
 bool ObjectRenderer::Resample(const SourceFrames& source) {
     project::SampleRange& range = ranges_.back();
     const int wanted = CountOf(range);
-    const int count = ResampleSource(mixer_.resampler, source, Frames());
+    const int count = mixer_.OnlyCounts() ? CountAfterFilter(source)
+                                          : ResampleSource(mixer_.resampler, source, Frames());
     if (count < wanted) {
         const int valid = std::max(count, 0);
         std::memset(zrtl::BytesOf(Frames() + valid), 0,
@@ -117,7 +118,11 @@ bool ObjectRenderer::Resample(const SourceFrames& source) {
 }
 
 int ObjectRenderer::RunEffects() {
-    detail::RunEffects(context_, *clip_.effects, clip_.kindTest, ranges_, samples_);
+    if (mixer_.OnlyCounts()) {
+        ranges_.erase(ranges_.begin() + 1, ranges_.end());
+    } else {
+        detail::RunEffects(context_, *clip_.effects, clip_.kindTest, ranges_, samples_);
+    }
     // An effect that was switched off between the two walks leaves its own range on the stack,
     // which may be longer than the block.
     const long long delivered = ranges_.back().endExclusive - ranges_.back().first;

@@ -44,6 +44,7 @@ void Run(const TrackBlock& at, const Join& join, int frames, std::vector<unsigne
     const bool entered = join.direction == Direction::Entered;
     Neighbour neighbour =
         RenderNeighbour(at, entered ? transition.FromObject() : transition.ToObject());
+    if (at.mixer.OnlyCounts()) return;
 
     const double frameRate = at.sequence->Settings().FrameRate();
     const double msPerFrame = project::AudioVideoSettings::MsPerFrame(frameRate);

@@ -62,6 +62,12 @@ void ConvertChunk(SampleConverterImpl& impl, const float* input, short* output, 
     std::fill(output, output + 2 * frames, short{0});  // a type other than the three
 }
 
+// The last draw is the previous noise of the next frame.
+void SkipHighPass(SampleConverterImpl& impl, long long frames) {
+    impl.generator.Skip(frames - 1);
+    impl.generator.Draw(&impl.previousNoise, 1);
+}
+
 }  // namespace
 
 SampleConverter::SampleConverter(DitherType type, unsigned int seed)
@@ -85,6 +91,16 @@ void SampleConverter::FloatToInt16(const float* input, short* output, int frameC
         output += 2 * static_cast<std::ptrdiff_t>(frames);
         frameCount -= frames;
     }
+}
+
+void SampleConverter::Skip(long long frameCount) {
+    if (frameCount < 1) return;
+    if (impl_->type == DitherType::Triangular) impl_->generator.Skip(2 * frameCount);
+    if (impl_->type == DitherType::HighPassTriangular) SkipHighPass(*impl_, frameCount);
+}
+
+void SampleConverter::Continue(const SampleConverter& other) {
+    *impl_ = *other.impl_;
 }
 
 }  // namespace orlo::sonrel

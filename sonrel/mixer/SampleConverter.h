@@ -48,6 +48,14 @@ public:
     /// @param frameCount  stereo frames; below 1 writes nothing and draws no noise
     void FloatToInt16(const float* input, short* output, int frameCount);
 
+    /// Advances the noise stream as the conversion of @p frameCount stereo frames does, in a
+    /// fraction of its time. Below 1 nothing happens.
+    void Skip(long long frameCount);
+
+    /// Continues at the place of another converter in its noise stream, with its dither type. The
+    /// other converter is unchanged.
+    void Continue(const SampleConverter& other);
+
 private:
     std::unique_ptr<SampleConverterImpl> impl_;
 };

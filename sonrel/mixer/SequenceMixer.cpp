@@ -53,6 +53,7 @@ int SequenceMixer::MixBlock(const Block& block, double frameRate, zrtl::StereoFr
     if (block.count > zrtl::SamplesPerFrame(block.rate, frameRate)) return TOO_LONG;
 
     const int videoFrame = zrtl::FrameAtSample(block.timelineStart, block.rate, frameRate);
+    if (mixer_.OnlyCounts()) return CountBlock(block, videoFrame);
     const BlockTimes times = BlockTimes::Of(block);
     const auto sum = mixer_.floatBlocks.Acquire(block.count);
     const SoloFlags solo(*sequence_, mixer_.mutex);
@@ -85,6 +86,32 @@ int SequenceMixer::MixBlock(const Block& block, double frameRate, zrtl::StereoFr
     meters.FeedMaster(sum.get(), block.count);
     mixer_.converter.FloatToInt16(sum.get(), zrtl::ValuesOf(output), block.count);
     return block.count;
+}
+
+/// Follows MixBlock through the objects that may play a composition.
+int SequenceMixer::CountBlock(const Block& block, int videoFrame) {
+    const SoloFlags solo(*sequence_, mixer_.mutex);
+    std::vector<unsigned char> samples;
+    ObjectRenderer renderer(mixer_, project_, block, samples);
+    const auto& tracks = sequence_->AudioTracks();
+    for (std::size_t i = 0; i < tracks.size(); ++i) {
+        const std::shared_ptr<project::AudioTrack> track = tracks[i];
+        const auto object = FindAudibleObject(*track, solo.Admits(i), videoFrame);
+        if (!object || !MayPlayComposition(*object)) continue;
+        const int frames = renderer.Render(ClipOf(*project_, sequence_, *object));
+        if (frames < 1) continue;
+        RenderTransition({mixer_, project_, sequence_, *track, block, videoFrame}, *object, frames,
+                         samples);
+    }
+    *mixer_.noiseSamples += block.count;
+    return block.count;
+}
+
+/// The object itself, or its neighbour in a transition.
+bool SequenceMixer::MayPlayComposition(const project::AudioObject& object) const {
+    if (object.IncomingTransition() || object.OutgoingTransition()) return true;
+    const auto asset = object.Asset(project_->Assets());
+    return asset && asset->AssetType() != 0;
 }
 
 std::shared_ptr<project::AudioObject> SequenceMixer::FindAudibleObject(project::AudioTrack& track,

@@ -324,6 +324,18 @@ TEST_F(ConformedFileReopening, ThreadsThatReadElsewhereAtOnceShareOneDescriptor)
     }
 }
 
+TEST_F(ConformedFileReopening, OnAnotherThreadLeavesTheFramesAheadOfThisThread) {
+    Write(0, ConformedFileBytes(FRAMES));
+    ReadThreeBlocks(0);
+
+    std::thread([&] { ReadOnce(0, 70000, BLOCK); }).join();
+
+    ConformedAudioFile file;
+    ASSERT_TRUE(file.Open(folder_.Wide(Name(0))));
+    EXPECT_EQ(ReadOpen(file, 3 * BLOCK, 1), CountingSamples(FRAMES).substr(3 * BLOCK * 4, 4));
+    EXPECT_EQ(Descriptors(0), 0);
+}
+
 TEST_F(ConformedFileReopening, OnManyThreadsReadsTheSamplesOfEach) {
     const std::string all = CountingSamples(20000);
     for (int index = 0; index < 4; ++index) Write(index, ConformedFileBytes(20000));

@@ -14,10 +14,12 @@ namespace orlo::project {
 /// stream. From the second time on such a file is read some blocks ahead. As long as the path leads
 /// to the same file in the same state, opening it again costs one check of its state.
 ///
-/// Threads: any.
+/// Threads: any. Each thread has separate records: several mixers on several threads read the same
+/// files at different positions, and the frames that one of them has ahead are useless to the
+/// others.
 class RecentConformedFiles {
 public:
-    /// Removes and returns the record of a path; null without one.
+    /// Removes and returns the record of a path that this thread kept; null without one.
     static std::unique_ptr<ConformedAudioFileImpl> Take(const std::wstring& path);
 
     /// Keeps the record of a closed file, and drops the oldest record when there are too many. A

@@ -80,6 +80,9 @@ SourceFrames ReadAsset(AudioMixerImpl& mixer, const std::shared_ptr<project::Pro
                        const std::shared_ptr<project::AbstractAsset>& asset, SourceRange range,
                        FrameRoom room);
 
+/// The result of ResampleSource.
+int CountAfterFilter(const SourceFrames& source);
+
 /// Filters source frames into the output.
 /// @param output  the room of the reading; keeps its frames when the speed needs no filter
 /// @return frames valid in @p output, or the count of @p source when there are none

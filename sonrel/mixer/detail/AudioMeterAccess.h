@@ -17,6 +17,9 @@ struct AudioMeterAccess {
     static AudioTrackMetrics MergedBlocks(const AudioMeter& meter, unsigned long long first,
                                           unsigned long long last);
 
+    /// Adds the finished blocks of another meter, as AudioMixer::AddMeterBlocks.
+    static void AddBlocks(AudioMeter& meter, const AudioMeter& other);
+
     /// The block length of the running session; 0 without a session.
     static int RunningBlockFrames(const AudioMeter& meter);
 

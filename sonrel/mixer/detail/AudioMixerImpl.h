@@ -29,6 +29,11 @@ struct AudioMixerImpl {
     /// First sample of the outermost mix block under way; none while an asset is read directly,
     /// which threads may do side by side.
     std::optional<long long> requestBlock;
+    /// Set while NoiseSamples runs: the stages of a mix add the frames that they would convert to
+    /// 16 bits, and read and render nothing.
+    long long* noiseSamples = nullptr;
+
+    bool OnlyCounts() const { return noiseSamples != nullptr; }
 };
 
 /// The engine's own way to a mixer's state.

@@ -34,6 +34,8 @@ public:
     int MixBlock(const Block& block, double frameRate, zrtl::StereoFrame* output);
 
 private:
+    /// Adds the frames that MixBlock converts to 16 bits, those of nested compositions included.
+    int CountBlock(const Block& block, int videoFrame);
     bool Sounds(const project::AbstractLayer& layer, int videoFrame) const;
 
     AudioMixerImpl& mixer_;

@@ -34,6 +34,8 @@ public:
     void FeedSilence(std::size_t index, int frames) const {
         if (AudioMeter* const meter = Track(index)) meter->ProcessSamples(nullptr, frames);
     }
+    /// Feeds silence to all meters.
+    void FeedSilence(long long frames) const;
     /// Feeds silence to the meters of tracks that have left the sequence, so that all meters of the
     /// session advance equally.
     void FeedRemovedTracks(std::size_t trackCount, int frames) const {
@@ -68,6 +70,12 @@ public:
     /// As AudioMixer::RestartMeterSession.
     void Restart();
 
+    /// Starts a session with the tracks and the block length of the running session of @p other;
+    /// nothing happens without a session.
+    void StartAs(const MixMeters& other);
+    /// As AudioMixer::AddMeterBlocks.
+    void Add(const MixMeters& other);
+
     /// The meters that a block of the mix feeds.
     BlockMeters ForMixBlock() const;
 
@@ -77,6 +85,8 @@ public:
     AudioMetrics Blocks(unsigned long long first, unsigned long long last) const;
 
 private:
+    std::shared_ptr<const MeterSet> Set() const;
+
     mutable std::mutex mutex_;
     std::shared_ptr<const MeterSet> set_;  ///< guarded by mutex_; never null
     std::atomic<bool> active_ = false;     ///< written under mutex_

@@ -23,8 +23,8 @@ constexpr unsigned int MAX_REQUEST_SECONDS = 60;
 /// The arguments of a request for the mix of a sequence or composition.
 struct TimelineRequest {
     long long timelineStart = 0;
-    int count = 0;  ///< stereo frames
-    zrtl::StereoFrame* output = nullptr;
+    int count = 0;                        ///< stereo frames
+    zrtl::StereoFrame* output = nullptr;  ///< null: nothing is rendered
     int rateOverride = 0;  ///< lowest bit set: the rate is sampleRate, not that of the settings
     int sampleRate = 0;
 };
@@ -60,7 +60,8 @@ int RenderInBlocks(const project::AudioVideoSettings& settings, const TimelineRe
     int done = 0;
     while (done < count) {
         const Block block{timelineStart + done, std::min(count - done, samplesPerFrame), rate};
-        const int mixed = mixer.MixBlock(block, frameRate, request.output + done);
+        zrtl::StereoFrame* const output = request.output ? request.output + done : nullptr;
+        const int mixed = mixer.MixBlock(block, frameRate, output);
         if (mixed < 1) return mixed;
         done += mixed;
     }

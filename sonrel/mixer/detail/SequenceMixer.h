@@ -41,6 +41,9 @@ private:
         float balance = 0.0f;
     };
 
+    /// Adds the frames that MixBlock converts to 16 bits, those of nested compositions included.
+    int CountBlock(const Block& block, int videoFrame);
+    bool MayPlayComposition(const project::AudioObject& object) const;
     std::shared_ptr<project::AudioObject> FindAudibleObject(project::AudioTrack& track, bool solo,
                                                             int videoFrame) const;
     TrackGain ReadGain(project::AudioTrack& track, project::AudioObject& object,

@@ -53,6 +53,20 @@ TEST_P(DitherGeneratorTest, TheLargestDrawIsExactlyOneHalfInsideAVectorToo) {
     EXPECT_EQ(Draws(generator, 1414716)[1414715], 0.5f);
 }
 
+TEST_P(DitherGeneratorTest, SkippedDrawsAreThoseThatWouldHaveBeenDrawn) {
+    for (const int skipped : {0, 1, 623, 624, 625, 10000}) {
+        DitherGenerator drawing(9);
+        DitherGenerator skipping(9);
+        Draws(drawing, 100);
+        Draws(skipping, 100);
+
+        Draws(drawing, skipped);
+        skipping.Skip(skipped);
+
+        EXPECT_EQ(Draws(skipping, 700), Draws(drawing, 700)) << skipped;
+    }
+}
+
 TEST_P(DitherGeneratorTest, AMillionValuesAreThoseOfTheStandardTwister) {
     for (const std::uint32_t seed : {1u, 2u, 5489u, 0x80000000u, 0xffffffffu}) {
         DitherGenerator generator(seed);

@@ -245,6 +245,32 @@ TEST_P(SampleConverterTest, WithoutDitherALongStretchLeavesNoTraceInTheNext) {
     EXPECT_EQ(Convert(used, input), Convert(fresh, input));
 }
 
+TEST_P(SampleConverterTest, SkippedFramesAdvanceTheNoiseAsConvertedFramesDo) {
+    const std::vector<float> input = Noise(50, 0.5f, 15);
+    for (const DitherType type : ALL_TYPES) {
+        for (const int frames : {-1, 0, 1, 312, 624, 5000}) {
+            SampleConverter converting(type, 3);
+            SampleConverter skipping(type, 3);
+            Convert(converting, Noise(static_cast<std::size_t>(std::max(frames, 0)), 1.0f, 16));
+
+            skipping.Skip(frames);
+
+            EXPECT_EQ(Convert(skipping, input), Convert(converting, input)) << frames;
+        }
+    }
+}
+
+TEST_P(SampleConverterTest, ContinuesTheNoiseOfAnotherConverter) {
+    const std::vector<float> input = Noise(50, 0.5f, 17);
+    SampleConverter first(DitherType::HighPassTriangular, 3);
+    Convert(first, Noise(1000, 1.0f, 18));
+    SampleConverter second(DitherType::None, 1);
+
+    second.Continue(first);
+
+    EXPECT_EQ(Convert(second, input), Convert(first, input));
+}
+
 TEST_P(SampleConverterTest, DitheredSilenceIsDigitalZeroAndTheNoiseContinues) {
     for (const DitherType type : {DitherType::Triangular, DitherType::HighPassTriangular}) {
         SampleConverter converter(type, 1);
