@@ -4,7 +4,7 @@
 # and ratios as Markdown. Each figure is the median of user plus system time over the runs; on a shared
 # machine only ratios of one run have a meaning.
 #
-#   bench/peers.sh [mix|keys|tracks|memory|conform|peaks|waveform|all]
+#   bench/peers.sh [mix|cores|keys|tracks|memory|conform|peaks|waveform|all]
 #
 # Environment: SONREL (the program; default build/release/host/sonrel), MINUTES (10), RUNS (3),
 # WORK (a folder for media and outputs, several GB; default a temporary one).
@@ -110,7 +110,8 @@ json.dump(timeline, open(path, "w"))
 PY
 }
 
-sonrel_mix() { "$SONREL" "${globals[@]}" mix "$1" -o "$WORK/out.wav"; }
+# sonrel_mix FILE [JOBS]: with one thread, like the other programs.
+sonrel_mix() { "$SONREL" "${globals[@]}" mix "$1" -o "$WORK/out.wav" --jobs "${2:-1}"; }
 
 ffmpeg_mix() {
     local count=$1 volume=$2 inputs=() graph='' pads='' i
@@ -158,6 +159,26 @@ melt_mix() {
     for ((i = 1; i < count; i++)); do tracks+=(-transition mix:-1 always_active=1 a_track=0 b_track=$i sum=1); done
     melt -silent "${tracks[@]}" -consumer avformat:"$WORK/out.wav" vn=1 acodec=pcm_s16le \
         frequency=$RATE channels=2 real_time=0
+}
+
+# Alternately with one job and with one for each core, so that a slow period affects both.
+bench_cores() {
+    local tracks=16 i both one all
+    make_media $tracks
+    make_timeline "$WORK/cores.otio" $tracks 0
+    "$SONREL" "${globals[@]}" conform "$WORK/cores.otio" >/dev/null
+    both=$(for ((i = 0; i < RUNS; i++)); do
+        echo "$(wall sonrel_mix "$WORK/cores.otio" 1) $(wall sonrel_mix "$WORK/cores.otio" "$(nproc)")"
+    done)
+    one=$(awk '{print $1}' <<<"$both" | median)
+    all=$(awk '{print $2}' <<<"$both" | median)
+    echo "### Wall time of $tracks tracks of $MINUTES minutes on $(nproc) cores"
+    echo
+    echo "| jobs | wall s | ratio |"
+    echo "|---|---|---|"
+    echo "| 1 | $one | 1 |"
+    echo "| $(nproc) | $all | $(ratio "$one" "$all") |"
+    echo
 }
 
 bench_mix() {
@@ -228,7 +249,7 @@ bench_tracks() {
             "$SONREL" "${globals[@]}" conform "$WORK/tracks.otio" >/dev/null
             cpu sonrel sonrel_mix "$WORK/tracks.otio"
             local kb
-            kb=$(peak_memory "$SONREL" "${globals[@]}" mix "$WORK/tracks.otio" -o "$WORK/out.wav")
+            kb=$(peak_memory "$SONREL" "${globals[@]}" mix "$WORK/tracks.otio" -o "$WORK/out.wav" --jobs 1)
             echo "| $tracks | $([ $keys = 0 ] && echo static || echo "$keys keys a clip") | $cpu | $(realtime "$cpu") | $((kb / 1024)) |"
         done
     done
@@ -330,6 +351,7 @@ bench_waveform() {
 
 case $measurement in
     mix) bench_mix ;;
+    cores) bench_cores ;;
     keys) bench_keys ;;
     tracks | memory) bench_tracks ;;
     conform) bench_conform ;;
@@ -337,6 +359,7 @@ case $measurement in
     waveform) bench_waveform ;;
     all)
         bench_mix
+        bench_cores
         bench_keys
         bench_tracks
         bench_conform

@@ -75,7 +75,7 @@ Outcome RunConform(const GlobalOptions& global, const ConformOptions& options) {
     for (const std::string& input : options.inputs) collector.Add(input);
     const EngineSession session(global);
     Progress progress(global.progress, global.quiet);
-    Conform(session, tasks, {options.jobs, options.allCodecs, options.force}, progress);
+    Conform(session, tasks, {options.jobs.Count(), options.allCodecs, options.force}, progress);
     Outcome outcome =
         ReportFiles(collector.entries, [&](std::size_t task) { return tasks[task].result; });
     AddEntries(collector.timelines, collector.entries, tasks, outcome);

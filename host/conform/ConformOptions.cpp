@@ -5,21 +5,13 @@
 
 namespace orlo::host {
 
-namespace {
-
-constexpr int MAX_JOBS = 256;
-
-}  // namespace
-
 void DeclareConformOptions(CLI::App& command, ConformOptions& options) {
     DeclareInputs(command, options.inputs);
     DeclareSound(command, options.sound);
     command.get_option("INPUT")->check([](const std::string& input) {
         return input == "-" ? "standard input has no file in the cache; name a file" : "";
     });
-    command.add_option("--jobs", options.jobs, "Files to convert at the same time (default: 1)")
-        ->type_name("N")
-        ->transform(WholeNumber(1, MAX_JOBS));
+    DeclareJobs(command, options.jobs, "Files to convert at the same time");
     command.add_flag("--all-codecs", options.allCodecs, "Do not skip files of any codec");
     command.add_flag("--force", options.force, "Make existing files again");
     DeclareStrict(command, options.strict);

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "host/options/JobsOption.h"
 #include "host/options/SoundOptions.h"
 
 namespace CLI {
@@ -15,7 +16,7 @@ namespace orlo::host {
 struct ConformOptions {
     std::vector<std::string> inputs;
     SoundOptions sound;
-    int jobs = 1;
+    JobsOption jobs;
     bool allCodecs = false;
     bool force = false;
     bool strict = false;

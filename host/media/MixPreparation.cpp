@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "host/media/MixPreparation.h"
 
-#include <algorithm>
-#include <thread>
-
 #include "host/media/Conforming.h"
+#include "host/shell/Cores.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Text.h"
 
@@ -33,7 +31,7 @@ void ConformAll(const EngineSession& session, const std::vector<MediaUse>& media
                        ", have no folder with --no-cache-db; set --cache and --db");
     }
     ConformSettings settings;
-    settings.jobs = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    settings.jobs = AvailableCores();
     settings.allCodecs = true;
     Conform(session, tasks, settings, progress);
     for (const ConformTask& task : tasks) {

@@ -2,6 +2,7 @@
 #include "host/mix/MixCommand.h"
 
 #include <algorithm>
+#include <memory>
 #include <optional>
 
 #include "host/media/DuckedTracks.h"
@@ -9,11 +10,12 @@
 #include "host/media/MixPreparation.h"
 #include "host/media/ReadCheck.h"
 #include "host/mix/Loudness.h"
+#include "host/mix/MixPart.h"
 #include "host/mix/MixRender.h"
 #include "host/mix/MixReport.h"
 #include "host/mix/MixSummary.h"
 #include "host/mix/Normalization.h"
-#include "host/mix/NormalizedMedia.h"
+#include "host/mix/RaisedMedia.h"
 #include "host/mix/Stems.h"
 #include "host/output/OutputFile.h"
 #include "host/output/OutputName.h"
@@ -36,12 +38,17 @@ namespace {
 
 using sonrel::AudioMixer;
 
+Json PartJson(const PartChoice& part) {
+    return Json::Object({{"number", part.number}, {"count", part.count}});
+}
+
 /// The keys of every mix, with their values before mixing.
 Json ReportHead(const MixOptions& options, const FrameGrid& grid, bool isTimeline) {
-    const bool hasDither = isTimeline || options.normalize;
+    const bool hasDither = isTimeline || options.normalize || options.gain;
     Json report;
     report["output"] = nullptr;
     if (options.composition) report["composition"] = *options.composition;
+    if (options.part) report["part"] = PartJson(*options.part);
     if (options.stems) report["stems"] = Json::Array();
     report["rate"] = grid.rate;
     report["fps"] = grid.fps;
@@ -60,13 +67,6 @@ Json ReportHead(const MixOptions& options, const FrameGrid& grid, bool isTimelin
 
 bool WritesToStandardOutput(const MixOptions& options) {
     return options.output == STANDARD_OUTPUT;
-}
-
-std::string HeadText(const MixOptions& options, const FrameGrid& grid, long long samples) {
-    const std::string name =
-        WritesToStandardOutput(options) ? "standard output" : OneLine(options.output);
-    return name + ": " + FormatDuration(static_cast<double>(samples) / grid.rate) + ", " +
-           std::to_string(samples) + " samples at " + std::to_string(grid.rate) + " Hz\n";
 }
 
 void ClaimSound(const MixOptions& options, OutputGuard& guard) {
@@ -116,6 +116,7 @@ public:
                            " has no length: there is nothing to mix");
         }
         span_ = ParseSpan(options_.from, options_.to, grid_, total);
+        if (options_.part) RequireBlocks(MixBlocks(Range()), *options_.part);
         ClaimOutputs();
         if (!missing_.empty() && !global_.allowMissing) return RefuseMissing();
         ImportMedia(*project_, media_);
@@ -184,21 +185,36 @@ private:
                                   : import_.arrangement.frameCount;
     }
 
-    MixBlock Blocks(const AudioMixer& mixer, const std::shared_ptr<project::Project>& project) {
+    MixSource BuildSource() {
         if (nested_ == nullptr) {
-            BuildSequence(import_.arrangement, media_, *project);
-            DuckTracks(import_.arrangement, grid_, project, progress_);
-            setGain_ = GainOfSequence(project->Sequence(), import_.arrangement.masterLevel);
-            return SequenceBlocks(mixer, project, project->Sequence());
+            BuildSequence(import_.arrangement, media_, *project_);
+            DuckTracks(import_.arrangement, grid_, project_, progress_);
+            setGain_ = GainOfSequence(project_->Sequence(), import_.arrangement.masterLevel);
+            return {project_, project_->Sequence()};
         }
         const auto composition =
-            BuildComposition(import_.arrangement, *nested_->composition, media_, *project);
+            BuildComposition(import_.arrangement, *nested_->composition, media_, *project_);
         setGain_ = GainOfComposition(composition, *nested_->composition);
-        return CompositionBlocks(mixer, project, composition);
+        return {project_, composition};
+    }
+
+    /// The whole mix, or the part of it that is mixed.
+    MixRange Range() const {
+        return {grid_, span_, options_.jobs.Count(), options_.part.value_or(PartChoice())};
+    }
+
+    std::unique_ptr<SoundWriter> OpenWriter() {
+        const long long samples = MixBlocks(Range()).PartSpan().Count();
+        if (!options_.part) {
+            return OpenSoundWriter(options_.output, guard_, grid_.rate, samples);
+        }
+        auto part = std::make_unique<PartWriter>(options_.output, guard_, grid_.rate, samples);
+        part_ = part.get();
+        return part;
     }
 
     void Mix() {
-        const auto writer = OpenSoundWriter(options_.output, guard_, grid_.rate, span_.Count());
+        const auto writer = OpenWriter();
         std::optional<OutputFile> meters;
         if (!options_.meters.empty()) meters.emplace(options_.meters, guard_);
         std::optional<Stems> stems;
@@ -208,33 +224,34 @@ private:
         progress_.SetFile(options_.output);
 
         AudioMixer& mixer = *session_->Engine()->Mixer();
-        const MixBlock mix = Blocks(mixer, project_);
-        const ReadCheck reads(mixer, grid_);
+        const MixSource source = BuildSource();
+        const MixRange range = Range();
+        if (options_.gain) setGain_(*options_.gain);
         if (options_.normalize) {
-            const AfterBlock check = [&](long long, int) { reads.RequireAll(); };
-            normalization_ =
-                Normalize({mixer, mix, setGain_, grid_, span_, trackNames_.size(), check}, options_,
-                          progress_);
+            normalization_ = Normalize({mixer, source, setGain_, range, trackNames_.size()},
+                                       options_, progress_);
         }
         StartMix(mixer, options_, trackNames_.size(), grid_);
         loudness_.emplace(grid_.rate);
         MixSink sink(writer.get(), &*loudness_);
-        if (stems) stems->Begin(project_, EngineDither(options_.dither), options_.seed);
-        const AfterBlock afterBlock = [&](long long position, int count) {
-            reads.RequireAll();
-            if (stems) stems->Render(position, count);
-        };
-        RenderFrames(mix, grid_, span_, sink, afterBlock, progress_);
+        MixGroups groups{{&mixer, {{source, &sink}}}};
+        if (stems) {
+            groups.push_back(stems->Begin(project_, EngineDither(options_.dither), options_.seed));
+        }
+        RenderFrames(groups, range, progress_);
         mixer.StopMeterSession();
 
-        summary_ = Summarize(mixer, trackNames_, span_.start);
+        summary_ = Summarize(BlocksOf(mixer), trackNames_, span_.start);
         if (meters) {
-            Json document = MetersJson(mixer, trackNames_, grid_.rate, MeterBlockFrames(grid_.rate),
-                                       span_.start);
+            Json document = MetersJson(BlocksOf(mixer), trackNames_, grid_.rate,
+                                       MeterBlockFrames(grid_.rate), span_.start);
             document["loudness"] = LoudnessBlocksJson(*loudness_);
             meters->Write(document.ToLine() + "\n");
         }
-        if (stems) stems->Flush();
+        if (part_ != nullptr) {
+            part_->Describe(
+                ManifestOf({options_, grid_, span_, trackNames_, media_}, MixBlocks(range), mixer));
+        }
         // Every output is complete on the disk before the first output is renamed to its name.
         writer->Seal();
         if (meters) meters->Seal();
@@ -247,7 +264,7 @@ private:
 
     Outcome Report() {
         Outcome outcome;
-        const long long samples = span_.Count();
+        const long long samples = MixBlocks(Range()).PartSpan().Count();
         outcome.report = ReportHead(options_, grid_, true);
         outcome.report["output"] = options_.output;
         outcome.report["samples"] = samples;
@@ -260,21 +277,17 @@ private:
         if (normalization_) outcome.report["normalization"] = NormalizationJson(*normalization_);
         outcome.report["missing"] = MissingJson(missing_);
         outcome.report["notTakenOver"] = NotTakenOverJson(import_.report);
-        outcome.text = HeadText(options_, grid_, samples) + MetersText(summary_, grid_) +
+        outcome.text = HeadText(options_.output, grid_, samples) + MetersText(summary_, grid_) +
                        LoudnessText(*loudness_) + NormalizationText(normalization_) + StemsText() +
                        NotTakenOverText(import_.report) + SummaryText();
-        if (options_.failOnClip && !summary_.master.clips.empty()) {
-            outcome.Fail(ExitCode::ConditionFailed, "the mix " + Quoted(options_.output) +
-                                                        " clips " +
-                                                        ClippingText(summary_.master, grid_) +
-                                                        "; lower the levels or the master level");
-        }
+        if (options_.failOnClip) FailOnClip(options_.output, summary_, grid_, outcome);
         return outcome;
     }
 
     std::string SummaryText() const {
         Summary summary;
-        SummarizeMix(span_.Count(), *loudness_, &summary_, grid_, summary);
+        const long long samples = MixBlocks(Range()).PartSpan().Count();
+        SummarizeMix(samples, *loudness_, &summary_, grid_, summary);
         SummarizeTimeline(Tracks(), clips_, import_.report, summary);
         return summary.Text();
     }
@@ -301,6 +314,7 @@ private:
     std::optional<LoudnessMeter> loudness_;
     SetGain setGain_;
     std::optional<Normalization> normalization_;
+    PartWriter* part_ = nullptr;  ///< the writer of a part
     Progress progress_;
     std::shared_ptr<project::Project> project_ = std::make_shared<project::Project>();
     std::optional<EngineSession> session_;  ///< set once the media files are prepared
@@ -352,13 +366,13 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
     LoudnessMeter loudness(grid.rate);
     MixSink sink(writer.get(), &loudness);
     AudioMixer& mixer = *session.Engine()->Mixer();
-    const ReadCheck reads(mixer, grid);
     std::optional<Normalization> normalization;
-    if (options.normalize) {
-        normalization = RenderNormalizedMedia(mixer, project, *asset, grid, span, total, options,
-                                              sink, reads, progress);
+    if (options.normalize || options.gain) {
+        normalization =
+            RenderRaisedMedia(mixer, project, *asset, {grid, span, options.jobs.Count(), {}}, total,
+                              options, sink, progress);
     } else {
-        RenderMedia(mixer, asset, grid, span, sink, reads, progress);
+        RenderMedia(mixer, asset, grid, span, sink, ReadCheck(mixer, grid), progress);
     }
     writer->Finish();
 
@@ -370,7 +384,7 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
     if (normalization) outcome.report["normalization"] = NormalizationJson(*normalization);
     Summary summary;
     SummarizeMix(span.Count(), loudness, nullptr, grid, summary);
-    outcome.text = HeadText(options, grid, span.Count()) + LoudnessText(loudness) +
+    outcome.text = HeadText(options.output, grid, span.Count()) + LoudnessText(loudness) +
                    NormalizationText(normalization) + summary.Text();
     if (options.failOnClip) FailOnTruePeak(options, loudness, outcome);
     return outcome;
@@ -381,9 +395,13 @@ void CheckOptions(const GlobalOptions& global, const MixOptions& options) {
         throw UsageError(
             "--stems cannot be combined with --composition: a nested item has no stems");
     }
+    if (options.gain && options.normalize) {
+        throw UsageError("--gain cannot be combined with --normalize, which finds the gain");
+    }
     if (options.truePeak && !options.normalize) {
         throw UsageError("--true-peak is the limit of --normalize; give both or none");
     }
+    CheckPartOptions(options);
     if (!WritesToStandardOutput(options)) return;
     if (global.json) {
         throw UsageError(

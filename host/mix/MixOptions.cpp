@@ -1,11 +1,51 @@
 // SPDX-License-Identifier: MIT
 #include "host/mix/MixOptions.h"
 
+#include <charconv>
+#include <cmath>
+#include <string>
+#include <system_error>
+
 #include "host/options/OptionTypes.h"
+#include "host/shell/Text.h"
 
 namespace orlo::host {
 
 namespace {
+
+/// Maximum number of parts.
+constexpr long long MAX_PARTS = 100000;
+
+/// The share in "3/8".
+PartChoice Part(const std::string& text) {
+    const std::size_t slash = text.find('/');
+    const std::optional<long long> number = ParseInteger(text.substr(0, slash));
+    const std::optional<long long> count =
+        slash == std::string::npos ? std::nullopt : ParseInteger(text.substr(slash + 1));
+    if (number && count && *number >= 1 && *number <= *count && *count <= MAX_PARTS) {
+        return {static_cast<int>(*number), static_cast<int>(*count)};
+    }
+    throw CLI::ValidationError("--part", Quoted(text) + " is not a part such as 3/8, of at most " +
+                                             std::to_string(MAX_PARTS) + " parts");
+}
+
+void DeclarePart(CLI::App& command, std::optional<PartChoice>& part) {
+    command
+        .add_option_function<std::string>(
+            "--part", [&part](const std::string& text) { part = Part(text); },
+            "Mix only the part I of N, for 'sonrel join'")
+        ->type_name("I/N");
+}
+
+/// Any spelling of a number, so that a gain of a report is read exactly: "-1.5e-05" too.
+double Gain(const std::string& text) {
+    constexpr double MAX_GAIN = 200.0;
+    double value = 0.0;
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, value);
+    if (error == std::errc() && rest == end && std::abs(value) <= MAX_GAIN) return value;
+    throw CLI::ValidationError("--gain", Quoted(text) + " is not a number from -200 to 200");
+}
 
 void DeclareOutputs(CLI::App& command, MixOptions& options) {
     command
@@ -50,6 +90,11 @@ void DeclareLoudness(CLI::App& command, MixOptions& options) {
                     "Limit of the true peak for --normalize, -60 to 0 dBTP (default: -1)")
         ->type_name("DBTP")
         ->transform(Number(-60, 0));
+    command
+        .add_option_function<std::string>(
+            "--gain", [&options](const std::string& text) { options.gain = Gain(text); },
+            "Gain of the mix, -200 to 200 dB (default: 0)")
+        ->type_name("DB");
 }
 
 }  // namespace
@@ -61,6 +106,8 @@ void DeclareMixOptions(CLI::App& command, MixOptions& options) {
     DeclareSound(command, options.sound);
     DeclareDither(command, options.dither, options.seed);
     DeclareLoudness(command, options);
+    DeclareJobs(command, options.jobs, "Threads that mix");
+    DeclarePart(command, options.part);
     command.add_flag("--fail-on-clip", options.failOnClip, "Exit 3 when the mix clips");
     DeclareStrict(command, options.strict);
 }

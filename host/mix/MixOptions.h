@@ -5,7 +5,9 @@
 #include <string>
 
 #include "host/arrangement/Arrangement.h"
+#include "host/mix/MixBlocks.h"
 #include "host/options/DitherChoice.h"
+#include "host/options/JobsOption.h"
 #include "host/options/SoundOptions.h"
 
 namespace CLI {
@@ -31,6 +33,9 @@ struct MixOptions {
     SoundOptions sound;               ///< of a media file
     std::optional<double> normalize;  ///< LUFS
     std::optional<double> truePeak;   ///< dBTP; only with normalize
+    std::optional<double> gain;       ///< dB
+    std::optional<PartChoice> part;   ///< the only part of the mix to write
+    JobsOption jobs;
     bool failOnClip = false;
     bool strict = false;
     bool soundFromVideo = false;

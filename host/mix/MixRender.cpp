@@ -3,10 +3,10 @@
 
 #include <algorithm>
 
+#include "host/mix/MixWorkers.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
 #include "sonrel/base/StereoFrame.h"
-#include "sonrel/project/EditorSequence.h"
 
 namespace orlo::host {
 
@@ -19,6 +19,37 @@ constexpr std::size_t PIECE = 32768;
 
 void CheckInterrupt() {
     if (Interrupted()) ThrowInterrupted("nothing was written");
+}
+
+/// Passes over the parts of the mix before this one.
+void SkipEarlierParts(const MixGroup& group, const MixBlocks& blocks) {
+    long long noise = 0;
+    for (const MixSignal& signal : group.signals) {
+        noise += NoiseOfBlocks(*group.mixer, signal.source, blocks, 0, blocks.PartStart());
+    }
+    group.mixer->SkipSamples(noise, blocks.PartSpan().start - blocks.Start(0));
+}
+
+/// Mixes all blocks on this thread.
+void RenderInOrder(const MixGroups& groups, const MixRange& range, const MixBlocks& blocks,
+                   Progress& progress) {
+    std::vector<ReadCheck> reads;
+    for (const MixGroup& group : groups) {
+        reads.emplace_back(*group.mixer, range.grid);
+        SkipEarlierParts(group, blocks);
+    }
+    for (long long i = blocks.PartStart(); i < blocks.PartEnd(); ++i) {
+        CheckInterrupt();
+        const BlockRange block = blocks[i];
+        for (std::size_t g = 0; g < groups.size(); ++g) {
+            for (const MixSignal& signal : groups[g].signals) {
+                RenderBlock(*groups[g].mixer, signal.source, range.grid, block,
+                            signal.sink->Next(block.count));
+            }
+            reads[g].RequireAll();
+        }
+        progress.Update(blocks.Start(i + 1) - blocks.PartSpan().start);
+    }
 }
 
 }  // namespace
@@ -41,51 +72,40 @@ void MixSink::Flush() {
     filled_ = 0;
 }
 
-MixBlock SequenceBlocks(const sonrel::AudioMixer& mixer,
-                        const std::shared_ptr<project::Project>& project,
-                        const std::shared_ptr<project::EditorSequence>& sequence) {
-    return [&mixer, project, sequence](long long position, int count, unsigned char* buffer) {
-        return mixer.GetSamples(project, sequence, position, count, buffer,
-                                count * zrtl::FRAME_BYTES, 0, 0);
-    };
-}
-
-MixBlock CompositionBlocks(const sonrel::AudioMixer& mixer,
-                           const std::shared_ptr<project::Project>& project,
-                           const std::shared_ptr<project::CompositionAsset>& composition) {
-    return [&mixer, project, composition](long long position, int count, unsigned char* buffer) {
-        return mixer.GetSamples(project, composition, position, count, buffer,
-                                count * zrtl::FRAME_BYTES, 0, 0);
-    };
-}
-
 void RequireMixed(int mixed, int count, long long position, const FrameGrid& grid) {
     if (mixed == count) return;
     throw JobError("the mixer returned " + std::to_string(mixed) + " for " + std::to_string(count) +
                    " samples at " + FormatTimecode(position, grid));
 }
 
-void RenderBlock(const MixBlock& mix, const FrameGrid& grid, long long position, int count,
-                 MixSink& sink) {
-    RequireMixed(mix(position, count, sink.Next(count)), count, position, grid);
+void RenderBlock(const sonrel::AudioMixer& mixer, const MixSource& source, const FrameGrid& grid,
+                 const BlockRange& block, unsigned char* buffer) {
+    RequireMixed(source.Mix(mixer, block.position, block.count, buffer), block.count,
+                 block.position, grid);
 }
 
-void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const zrtl::FrameRange& span,
-                  MixSink& sink, const AfterBlock& afterBlock, Progress& progress,
-                  const char* step) {
-    progress.Begin(step, "samples", span.Count(), grid.rate);
-    const FrameGrid blocks = grid.Engine();
-    long long position = span.start;
-    for (long long frame = blocks.FrameOf(span.start); position < span.end; ++frame) {
-        CheckInterrupt();
-        const auto count =
-            static_cast<int>(std::min<long long>(blocks.Start(frame + 1), span.end) - position);
-        RenderBlock(mix, grid, position, count, sink);
-        afterBlock(position, count);
-        position += count;
-        progress.Update(position - span.start);
+long long NoiseOfBlocks(const sonrel::AudioMixer& mixer, const MixSource& source,
+                        const MixBlocks& blocks, long long first, long long end) {
+    long long noise = 0;
+    for (long long i = first; i < end; ++i) {
+        const BlockRange block = blocks[i];
+        noise += source.NoiseSamples(mixer, block.position, block.count);
     }
-    sink.Flush();
+    return noise;
+}
+
+void RenderFrames(const MixGroups& groups, const MixRange& range, Progress& progress,
+                  const char* step) {
+    const MixBlocks blocks(range);
+    progress.Begin(step, "samples", blocks.PartSpan().Count(), range.grid.rate);
+    if (range.jobs > 1 && blocks.PartEnd() - blocks.PartStart() > 1) {
+        MixWorkers(groups, range).Run(progress);
+    } else {
+        RenderInOrder(groups, range, blocks, progress);
+    }
+    for (const MixGroup& group : groups) {
+        for (const MixSignal& signal : group.signals) signal.sink->Flush();
+    }
     progress.End();
 }
 
@@ -93,15 +113,13 @@ void RenderMedia(const sonrel::AudioMixer& mixer, const std::shared_ptr<project:
                  const FrameGrid& grid, const zrtl::FrameRange& span, MixSink& sink,
                  const ReadCheck& reads, Progress& progress) {
     progress.Begin("mix", "samples", span.Count(), grid.rate);
-    const MixBlock read = [&](long long position, int count, unsigned char* buffer) {
-        const int got = mixer.GetSamples(asset, position, count, buffer, count * zrtl::FRAME_BYTES);
-        reads.RequireAll();
-        return got;
-    };
     for (long long position = span.start; position < span.end;) {
         CheckInterrupt();
         const auto count = static_cast<int>(std::min<long long>(grid.rate, span.end - position));
-        RenderBlock(read, grid, position, count, sink);
+        const int got =
+            mixer.GetSamples(asset, position, count, sink.Next(count), count * zrtl::FRAME_BYTES);
+        reads.RequireAll();
+        RequireMixed(got, count, position, grid);
         position += count;
         progress.Update(position - span.start);
     }

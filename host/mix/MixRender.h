@@ -1,19 +1,18 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <vector>
 
 #include "host/media/ReadCheck.h"
 #include "host/mix/Loudness.h"
+#include "host/mix/MixBlocks.h"
+#include "host/mix/MixSource.h"
 #include "host/output/SoundWriter.h"
 #include "host/shell/Progress.h"
 #include "host/timeline/Positions.h"
 #include "sonrel/mixer/AudioMixer.h"
-#include "sonrel/project/CompositionAsset.h"
 #include "sonrel/project/MediaAsset.h"
-#include "sonrel/project/Project.h"
 
 namespace orlo::host {
 
@@ -37,35 +36,41 @@ private:
     std::size_t filled_ = 0;  ///< frames
 };
 
-/// Mixes @p count samples, starting at @p position, into a buffer.
-/// @return count, or the error code of the mixer
-using MixBlock = std::function<int(long long position, int count, unsigned char* buffer)>;
+/// One signal of a mix: the mix itself, or a stem.
+struct MixSignal {
+    MixSource source;
+    MixSink* sink = nullptr;
+};
 
-/// Called after each block of a mix with the range of the block.
-using AfterBlock = std::function<void(long long position, int count)>;
+/// The signals that one mixer renders, block by block in this order: they share its noise stream.
+struct MixGroup {
+    sonrel::AudioMixer* mixer = nullptr;
+    std::vector<MixSignal> signals;  ///< one for a mixer with a meter session
+};
 
-MixBlock SequenceBlocks(const sonrel::AudioMixer& mixer,
-                        const std::shared_ptr<project::Project>& project,
-                        const std::shared_ptr<project::EditorSequence>& sequence);
+/// Everything that is mixed together.
+using MixGroups = std::vector<MixGroup>;
 
-MixBlock CompositionBlocks(const sonrel::AudioMixer& mixer,
-                           const std::shared_ptr<project::Project>& project,
-                           const std::shared_ptr<project::CompositionAsset>& composition);
-
-/// Checks the result of a MixBlock.
+/// Checks the result of a request to a mixer.
 /// @throws JobError when the mixer has failed
 void RequireMixed(int mixed, int count, long long position, const FrameGrid& grid);
 
-/// Mixes one block into the sink.
+/// Renders one block of a signal.
 /// @throws JobError when the mixer fails
-void RenderBlock(const MixBlock& mix, const FrameGrid& grid, long long position, int count,
-                 MixSink& sink);
+void RenderBlock(const sonrel::AudioMixer& mixer, const MixSource& source, const FrameGrid& grid,
+                 const BlockRange& block, unsigned char* buffer);
 
-/// Mixes a range, one frame of the engine at a time.
+/// The part of a noise stream that some blocks of a signal take, in samples.
+long long NoiseOfBlocks(const sonrel::AudioMixer& mixer, const MixSource& source,
+                        const MixBlocks& blocks, long long first, long long end);
+
+/// Mixes a part of a range, one frame of the engine at a time, and passes on the samples in order.
+/// The samples and the meter blocks do not depend on the number of jobs and of parts; the meters
+/// get silence for the parts before. With several jobs the meter sessions have ended afterwards.
 /// @param step  name of the step in the progress
-/// @throws JobError when the mixer fails; CommandError when the program is asked to stop
-void RenderFrames(const MixBlock& mix, const FrameGrid& grid, const zrtl::FrameRange& span,
-                  MixSink& sink, const AfterBlock& afterBlock, Progress& progress,
+/// @throws JobError when a mixer fails or a media file cannot be read; CommandError when the
+///         program is asked to stop
+void RenderFrames(const MixGroups& groups, const MixRange& range, Progress& progress,
                   const char* step = "mix");
 
 /// Reads a range of a conformed media asset in pieces of one second.

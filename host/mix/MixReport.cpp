@@ -5,6 +5,7 @@
 #include <cmath>
 #include <utility>
 
+#include "host/output/WavStream.h"
 #include "host/shell/Summary.h"
 #include "host/shell/Text.h"
 #include "host/shell/TextColumns.h"
@@ -98,15 +99,19 @@ std::string Row(const std::string& kind, const std::string& name, const SignalSu
 
 }  // namespace
 
-MeterSummary Summarize(const sonrel::AudioMixer& mixer, const std::vector<std::string>& trackNames,
+MeterBlocks BlocksOf(const sonrel::AudioMixer& mixer) {
+    return {mixer.MeterBlockCount(),
+            [&mixer](unsigned long long index) { return mixer.MetricsForBlock(index); }};
+}
+
+MeterSummary Summarize(const MeterBlocks& blocks, const std::vector<std::string>& trackNames,
                        long long firstSample) {
     MeterSummary summary;
     summary.master.name = "master";
     for (const std::string& name : trackNames) summary.tracks.push_back({name, {}, {}, {}});
     long long begin = firstSample;
-    const unsigned long long blocks = mixer.MeterBlockCount();
-    for (unsigned long long i = 0; i < blocks; ++i) {
-        const sonrel::AudioMetrics block = mixer.MetricsForBlock(i);
+    for (unsigned long long i = 0; i < blocks.count; ++i) {
+        const sonrel::AudioMetrics block = blocks.at(i);
         const std::size_t tracks = std::min(summary.tracks.size(), block.trackMetrics.size());
         for (std::size_t track = 0; track < tracks; ++track) {
             Count(block.trackMetrics[track], begin, summary.tracks[track]);
@@ -117,17 +122,16 @@ MeterSummary Summarize(const sonrel::AudioMixer& mixer, const std::vector<std::s
     return summary;
 }
 
-Json MetersJson(const sonrel::AudioMixer& mixer, const std::vector<std::string>& trackNames,
-                int rate, int blockFrames, long long firstSample) {
+Json MetersJson(const MeterBlocks& blocks, const std::vector<std::string>& trackNames, int rate,
+                int blockFrames, long long firstSample) {
     Json document;
     document["rate"] = rate;
     document["blockFrames"] = blockFrames;
     document["firstSample"] = firstSample;
     std::vector<Json> tracks(trackNames.size(), Json::Array());
     Json master = Json::Array();
-    const unsigned long long blocks = mixer.MeterBlockCount();
-    for (unsigned long long i = 0; i < blocks; ++i) {
-        const sonrel::AudioMetrics block = mixer.MetricsForBlock(i);
+    for (unsigned long long i = 0; i < blocks.count; ++i) {
+        const sonrel::AudioMetrics block = blocks.at(i);
         for (std::size_t track = 0; track < std::min(tracks.size(), block.trackMetrics.size());
              ++track) {
             tracks[track].Append(BlockJson(block.trackMetrics[track]));
@@ -154,6 +158,20 @@ std::string ClippingText(const SignalSummary& signal, const FrameGrid& grid) {
                         " s in all, first ") +
            std::string("from ") + FormatTimecode(first.start, grid) + " to " +
            FormatTimecode(first.end, grid);
+}
+
+std::string HeadText(const std::string& output, const FrameGrid& grid, long long samples) {
+    const std::string name = output == STANDARD_OUTPUT ? "standard output" : OneLine(output);
+    return name + ": " + FormatDuration(static_cast<double>(samples) / grid.rate) + ", " +
+           std::to_string(samples) + " samples at " + std::to_string(grid.rate) + " Hz\n";
+}
+
+void FailOnClip(const std::string& output, const MeterSummary& meters, const FrameGrid& grid,
+                Outcome& outcome) {
+    if (meters.master.clips.empty()) return;
+    outcome.Fail(ExitCode::ConditionFailed, "the mix " + Quoted(output) + " clips " +
+                                                ClippingText(meters.master, grid) +
+                                                "; lower the levels or the master level");
 }
 
 Json SignalJson(const SignalSummary& signal, const FrameGrid& grid) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -30,16 +31,32 @@ struct MeterSummary {
     SignalSummary master;
 };
 
+/// The finished blocks of a meter session.
+struct MeterBlocks {
+    unsigned long long count = 0;
+    std::function<sonrel::AudioMetrics(unsigned long long index)> at;
+};
+
+/// The blocks of a mixer, which must outlive the result.
+MeterBlocks BlocksOf(const sonrel::AudioMixer& mixer);
+
 /// Summarizes all blocks of a meter session.
 /// @param trackNames   name of each track meter
 /// @param firstSample  timeline position of the first block
-MeterSummary Summarize(const sonrel::AudioMixer& mixer, const std::vector<std::string>& trackNames,
+MeterSummary Summarize(const MeterBlocks& blocks, const std::vector<std::string>& trackNames,
                        long long firstSample);
 
 /// All blocks of all meters as a document.
 /// @param firstSample  timeline position of the first block
-Json MetersJson(const sonrel::AudioMixer& mixer, const std::vector<std::string>& trackNames,
-                int rate, int blockFrames, long long firstSample);
+Json MetersJson(const MeterBlocks& blocks, const std::vector<std::string>& trackNames, int rate,
+                int blockFrames, long long firstSample);
+
+/// The first line of the text: the name of the output and its length.
+std::string HeadText(const std::string& output, const FrameGrid& grid, long long samples);
+
+/// Fails with exit code 3 when the master clips.
+void FailOnClip(const std::string& output, const MeterSummary& meters, const FrameGrid& grid,
+                Outcome& outcome);
 
 /// Where a signal clips: "at 3 places, 1.2 s in all, first from 00:00:01:05 to 00:00:02:00".
 /// @param signal  clips

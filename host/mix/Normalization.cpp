@@ -14,12 +14,12 @@ namespace orlo::host {
 namespace {
 
 MixLevels Measure(const RepeatedMix& mix, const MixOptions& options, Progress& progress) {
-    StartMix(mix.mixer, options, mix.tracks, mix.grid);
-    LoudnessMeter loudness(mix.grid.rate);
+    StartMix(mix.mixer, options, mix.tracks, mix.range.grid);
+    LoudnessMeter loudness(mix.range.grid.rate);
     MixSink sink(nullptr, &loudness);
-    RenderFrames(mix.block, mix.grid, mix.span, sink, mix.check, progress, "measure");
+    RenderFrames({{&mix.mixer, {{mix.source, &sink}}}}, mix.range, progress, "measure");
     mix.mixer.StopMeterSession();
-    const SignalSummary master = Summarize(mix.mixer, {}, mix.span.start).master;
+    const SignalSummary master = Summarize(BlocksOf(mix.mixer), {}, mix.range.span.start).master;
     return {loudness.IntegratedLufs(), loudness.TruePeakDb(), !master.clips.empty(),
             std::max(master.peak[0], master.peak[1])};
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -28,12 +29,10 @@ SetGain GainOfComposition(const std::shared_ptr<project::CompositionAsset>& comp
 /// A mix that can be repeated with another gain.
 struct RepeatedMix {
     sonrel::AudioMixer& mixer;
-    MixBlock block;
+    MixSource source;
     SetGain setGain;
-    FrameGrid grid;
-    zrtl::FrameRange span;
+    MixRange range;
     std::size_t tracks = 0;  ///< number of track meters
-    AfterBlock check;        ///< called after each block
 };
 
 /// The requested loudness and the gain that was found for it.

@@ -69,7 +69,6 @@ struct Stems::Stem {
 
     WavWriter writer;
     MixSink sink;
-    MixBlock mix;
 };
 
 std::vector<std::string> StemPaths(const std::string& folder,
@@ -86,7 +85,7 @@ std::vector<std::string> StemPaths(const std::string& folder,
 
 Stems::Stems(const std::string& folder, std::vector<std::string> paths, OutputGuard& guard,
              const FrameGrid& grid, const zrtl::FrameRange& span)
-    : grid_(grid), paths_(std::move(paths)) {
+    : paths_(std::move(paths)) {
     MakeFolder(folder);
     for (const std::string& path : paths_) {
         stems_.push_back(std::make_unique<Stem>(path, guard, grid.rate, span.Count()));
@@ -95,33 +94,24 @@ Stems::Stems(const std::string& folder, std::vector<std::string> paths, OutputGu
 
 Stems::~Stems() = default;
 
-void Stems::Begin(const std::shared_ptr<project::Project>& project, sonrel::DitherType dither,
-                  unsigned int seed) {
+MixGroup Stems::Begin(const std::shared_ptr<project::Project>& project, sonrel::DitherType dither,
+                      unsigned int seed) {
     std::string error;
     engine_ = sonrel::Sonrel::Create({}, {}, &error, sonrel::Sonrel::LogOption::NoErrorLog);
     if (engine_ == nullptr) throw JobError("cannot create an engine for the stems: " + error);
     engine_->Mixer()->SetDither(dither, seed);
     engine_->Mixer()->ResetMixSession();
-    reads_.emplace(*engine_->Mixer(), grid_);
     EditorSequence& whole = *project->Sequence();
     const auto& tracks = whole.AudioTracks();
     const bool anySolo =
         std::any_of(tracks.begin(), tracks.end(),
                     [](const std::shared_ptr<AudioTrack>& track) { return track->IsSolo(); });
+    MixGroup group{engine_->Mixer().get(), {}};
     for (std::size_t i = 0; i < stems_.size(); ++i) {
-        stems_[i]->mix = SequenceBlocks(*engine_->Mixer(), project, OnlyTrack(whole, i, anySolo));
+        group.signals.push_back(
+            {MixSource(project, OnlyTrack(whole, i, anySolo)), &stems_[i]->sink});
     }
-}
-
-void Stems::Render(long long position, int count) {
-    for (const std::unique_ptr<Stem>& stem : stems_) {
-        RenderBlock(stem->mix, grid_, position, count, stem->sink);
-    }
-    reads_->RequireAll();
-}
-
-void Stems::Flush() {
-    for (const std::unique_ptr<Stem>& stem : stems_) stem->sink.Flush();
+    return group;
 }
 
 void Stems::Seal() {

@@ -2,11 +2,9 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "host/media/ReadCheck.h"
 #include "host/mix/MixRender.h"
 #include "host/output/WavWriter.h"
 #include "host/timeline/Positions.h"
@@ -36,13 +34,9 @@ public:
     ~Stems();
 
     /// @param project  contains the sequence that is mixed
-    void Begin(const std::shared_ptr<project::Project>& project, sonrel::DitherType dither,
-               unsigned int seed);
-    /// Mixes the same range of every track.
-    /// @throws JobError, also when a media file cannot be read
-    void Render(long long position, int count);
-    /// Writes the remaining frames. @throws JobError
-    void Flush();
+    /// @return the stems, to be rendered with the mix
+    MixGroup Begin(const std::shared_ptr<project::Project>& project, sonrel::DitherType dither,
+                   unsigned int seed);
     /// Flushes all files to the disk. @throws JobError
     void Seal();
     /// Renames the files to their names. Throws like OutputFile.
@@ -53,11 +47,9 @@ public:
 private:
     struct Stem;
 
-    FrameGrid grid_;
     std::vector<std::string> paths_;
     std::vector<std::unique_ptr<Stem>> stems_;
     std::shared_ptr<sonrel::Sonrel> engine_;
-    std::optional<ReadCheck> reads_;  // reads of engine_
 };
 
 }  // namespace orlo::host

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "host/output/WavWriter.h"
 
+#include <algorithm>
 #include <bit>
+#include <cstdint>
 
 #include "host/shell/Errors.h"
 #include "host/shell/Text.h"
@@ -33,11 +35,34 @@ void WavWriter::Write(const short* frames, long long count) {
     written_ += count;
 }
 
+void WavWriter::AddChunk(std::string_view name, std::string_view content) {
+    output_.Write(name);
+    output_.Write(zrtl::detail::LittleEndian(content.size(), 4));
+    output_.Write(content);
+    if (content.size() % 2 != 0) output_.Write(std::string_view("\0", 1));
+    chunkBytes_ += 8 + static_cast<long long>(content.size() + content.size() % 2);
+}
+
+/// The size of the whole file in the header counts the chunks after the samples too.
+void WavWriter::CountChunks() {
+    const bool isLong = format_ == WavFormat::Rf64;
+    const auto header = std::ssize(WavHeader(format_, rate_, written_));
+    const long long bytes = header - 8 + written_ * zrtl::FRAME_BYTES + chunkBytes_;
+    if (isLong) {
+        output_.WriteAt(zrtl::detail::LittleEndian(static_cast<std::uint64_t>(bytes), 8), 20);
+    } else {
+        const auto size =
+            std::min<std::uint64_t>(static_cast<std::uint64_t>(bytes), zrtl::detail::NO_WAV_SIZE);
+        output_.WriteAt(zrtl::detail::LittleEndian(size, 4), 4);
+    }
+}
+
 void WavWriter::Seal() {
     if (sealed_) return;
     if (written_ != headerFrames_ && !output_.IsStream()) {
         output_.WriteAt(WavHeader(format_, rate_, written_), 0);
     }
+    if (chunkBytes_ > 0) CountChunks();
     output_.Seal();
     sealed_ = true;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "host/output/OutputFile.h"
 #include "host/output/SoundWriter.h"
@@ -22,15 +23,22 @@ public:
               Length length = Length::Exact);
 
     void Write(const short* frames, long long count) override;
+    /// Appends a chunk after all samples. Not for a device or a pipe.
+    /// @param name  four letters
+    /// @throws as in OutputFile
+    void AddChunk(std::string_view name, std::string_view content);
     void Seal() override;
     void Finish() override;
 
 private:
+    void CountChunks();
+
     OutputFile output_;
     WavFormat format_;
     int rate_;
     long long headerFrames_;  ///< number of frames in the written header
     long long written_ = 0;
+    long long chunkBytes_ = 0;  ///< of the chunks after the samples
     bool sealed_ = false;
 };
 

@@ -13,12 +13,14 @@
 #include "host/info/InfoCommand.h"
 #include "host/loudness/LoudnessCommand.h"
 #include "host/media/SpooledInput.h"
+#include "host/mix/JoinCommand.h"
 #include "host/mix/MixCommand.h"
 #include "host/peaks/PeaksCommand.h"
+#include "host/plan/PlanCommand.h"
 #include "host/play/PlayCommand.h"
 #include "host/program/ParseErrorMessage.h"
-#include "host/program/Version.h"
 #include "host/shell/Errors.h"
+#include "host/shell/Version.h"
 #include "host/waveform/WaveformCommand.h"
 
 namespace orlo::host {
@@ -65,8 +67,11 @@ void AddCommands(CLI::App& app, CommandLine& line) {
     Add(app, line, "loudness", "Measure the loudness and the true peak", DeclareLoudnessOptions,
         RunLoudness);
     Add(app, line, "mix", "Mix to a stereo sound file", DeclareMixOptions, RunMix);
+    Add(app, line, "join", "Put the parts of a mix together", DeclareJoinOptions, RunJoin);
     Add(app, line, "peaks", "Find or make the peak files of all media files", DeclarePeaksOptions,
         RunPeaks);
+    Add(app, line, "plan", "Divide mix, conform or peaks among machines", DeclarePlanOptions,
+        RunPlan);
     Add(app, line, "play", "Play on the sound device", DeclarePlayOptions, RunPlay);
     Add(app, line, "waveform", "Draw the waveform of a media file", DeclareWaveformOptions,
         RunWaveform);

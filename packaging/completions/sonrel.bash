@@ -7,7 +7,7 @@ _sonrel() {
     local word command= action=
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         case $word in
-            align | info | conform | loudness | mix | peaks | play | waveform | cache) [ -n "$command" ] || command=$word ;;
+            align | info | conform | loudness | mix | join | peaks | plan | play | waveform | cache) [ -n "$command" ] || command=$word ;;
             ls | du | check | clean) [ "$command" = cache ] && action=$word ;;
         esac
     done
@@ -22,23 +22,28 @@ _sonrel() {
         --audio-from) COMPREPLY=($(compgen -W "audio video" -- "$current")); return ;;
         --channels) COMPREPLY=($(compgen -W "1 2 1,2 downmix" -- "$current")); return ;;
         --style) COMPREPLY=($(compgen -W "lanes overlaid rms" -- "$current")); return ;;
+        --for) COMPREPLY=($(compgen -W "parallel slurm json" -- "$current")); return ;;
         --scale) COMPREPLY=($(compgen -W "linear log" -- "$current")); return ;;
         --format) COMPREPLY=($(compgen -W "rgb888 argb32" -- "$current")); return ;;
         --cache | --stems) compopt -o filenames; COMPREPLY=($(compgen -d -- "$current")); return ;;
         --meters) [ "$command" = play ] || { compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return; } ;;
         --db | --export | -o) compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return ;;
-        --rate | --fps | --grid | --media-root | --keep-days | --spool-limit | --jobs | --from | --to | --seed | --days | --buffer | --composition | --min-correlation | --zoom | --stream | --normalize | --true-peak | --target | --tolerance) return ;;
+        --rate | --fps | --grid | --media-root | --keep-days | --spool-limit | --jobs | --from | --to | --seed | --days | --buffer | --composition | --min-correlation | --zoom | --stream | --normalize | --true-peak | --target | --tolerance | --gain | --part | --shards | --pass) return ;;
         --size | --color | --background | --range) return ;;
     esac
 
     local options=$globals
     case $command in
-        "") [[ $current == -* ]] || { COMPREPLY=($(compgen -W "align info conform loudness mix peaks play waveform cache" -- "$current")); return; } ;;
+        "") [[ $current == -* ]] || { COMPREPLY=($(compgen -W "align info conform loudness mix join peaks plan play waveform cache" -- "$current")); return; } ;;
         align) options+=" --stream --channels --min-correlation --plot --otio --overwrite" ;;
         conform) options+=" --stream --channels --jobs --all-codecs --force --strict" ;;
         info) options+=" --strict" ;;
         loudness) options+=" --stream --channels --target --tolerance" ;;
-        mix) options+=" --stream --channels -o --from --to --dither --seed --stems --composition --meters --normalize --true-peak --fail-on-clip --strict --retime --audio-from --overwrite" ;;
+        mix) options+=" --stream --channels -o --from --to --dither --seed --stems --composition --meters --normalize --true-peak --gain --jobs --part --fail-on-clip --strict --retime --audio-from --overwrite" ;;
+        join) options+=" -o --meters --fail-on-clip --overwrite" ;;
+        plan)
+            [ "$previous" != plan ] || { COMPREPLY=($(compgen -W "mix conform peaks" -- "$current")); return; }
+            options+=" --shards --for -o --joins --pass" ;;
         play) options+=" --stream --channels --from --reverse --speed --meters --events --strict --output --buffer --dither --seed --overwrite" ;;
         waveform) options+=" --stream --channels -o --size --style --scale --format --color --background --range --ruler --overwrite" ;;
         peaks) options+=" --stream --channels -o --mode --export --zoom --force --overwrite" ;;

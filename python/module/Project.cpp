@@ -222,7 +222,7 @@ void Project::MixBlocks(const Session::Use& use, const zrtl::FrameRange& span, s
                         const AfterBlock& afterBlock, host::Progress& progress) const {
     AudioMixer& mixer = *use.Engine().Engine()->Mixer();
     const std::shared_ptr<project::Project>& project = built_->Get()->project;
-    const host::MixBlock mix = host::SequenceBlocks(mixer, project, project->Sequence());
+    const host::MixSource source(project, project->Sequence());
     const host::ReadCheck reads(mixer, grid_);
     std::vector<short> block(samples == nullptr ? CHANNELS * static_cast<std::size_t>(grid_.rate)
                                                 : 0);
@@ -234,8 +234,8 @@ void Project::MixBlocks(const Session::Use& use, const zrtl::FrameRange& span, s
             samples == nullptr
                 ? block.data()
                 : samples + CHANNELS * static_cast<std::size_t>(position - span.start);
-        host::RequireMixed(mix(position, count, reinterpret_cast<unsigned char*>(room)), count,
-                           position, grid_);
+        auto* const bytes = reinterpret_cast<unsigned char*>(room);
+        host::RequireMixed(source.Mix(mixer, position, count, bytes), count, position, grid_);
         reads.RequireAll();
         afterBlock(room, count);
         position += count;

@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "tests/host/ShellRun.h"
+#include "tests/host/mix/NestedEdit.h"
+
+namespace sonrel_tests {
+namespace {
+
+constexpr int MIX_PARTS = 3;
+
+class PartProgram : public testing::Test {
+protected:
+    void SetUp() override { WriteNestedEdit(shop_); }
+
+    static std::string PartName(int number) { return "@p" + std::to_string(number) + ".wav"; }
+
+    ProgramResult Mix(const std::string& output, std::vector<std::string> more) const {
+        more.insert(more.begin(), {"mix", "@edit.otio", "-o", output, "--json"});
+        return shop_.Run(more);
+    }
+
+    void MixPart(int number, std::vector<std::string> more = {}) const {
+        more.insert(more.end(),
+                    {"--part", std::to_string(number) + "/" + std::to_string(MIX_PARTS)});
+        const ProgramResult result = Mix(PartName(number), more);
+        ASSERT_EQ(result.exitCode, 0) << result.err;
+    }
+
+    ProgramResult Join(std::vector<std::string> parts, std::vector<std::string> more = {}) const {
+        parts.insert(parts.begin(), "join");
+        parts.insert(parts.end(), {"-o", "@joined.wav", "--json"});
+        parts.insert(parts.end(), more.begin(), more.end());
+        return shop_.Run(parts);
+    }
+
+    /// The keys that a mix in one piece and its joined parts have in common.
+    static std::string Measured(const ProgramResult& result) {
+        const nlohmann::json report = result.Json();
+        nlohmann::json measured;
+        for (const char* key : {"samples", "rate", "fps", "grid", "tracks", "master", "loudness"}) {
+            measured[key] = report.at(key);
+        }
+        return measured.dump();
+    }
+
+    void ExpectRefused(const ProgramResult& result, const std::string& words) const {
+        EXPECT_EQ(result.exitCode, 1) << words;
+        EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
+        EXPECT_NE(result.err.find(words), std::string::npos) << result.err;
+        EXPECT_FALSE(std::filesystem::exists(shop_.Work("joined.wav"))) << words;
+    }
+
+    const Workshop shop_;
+};
+
+TEST_F(PartProgram, PartsJoinedInAnyOrderAreTheMixInOnePieceWithItsMetersAndLoudness) {
+    const std::vector<std::string> options{"--dither", "triangular", "--seed",
+                                           "4",        "--from",     "555smp"};
+    std::vector<std::string> whole = options;
+    whole.insert(whole.end(), {"--meters", "@whole.json"});
+    const ProgramResult mix = Mix("@whole.wav", whole);
+    ASSERT_EQ(mix.exitCode, 0) << mix.err;
+    for (const int number : {2, 1, 3}) MixPart(number, options);
+
+    const ProgramResult join =
+        Join({PartName(3), PartName(1), PartName(2)}, {"--meters", "@joined.json"});
+
+    ASSERT_EQ(join.exitCode, 0) << join.err;
+    EXPECT_TRUE(ReadFile(shop_.Work("joined.wav")) == ReadFile(shop_.Work("whole.wav")));
+    EXPECT_TRUE(ReadFile(shop_.Work("joined.json")) == ReadFile(shop_.Work("whole.json")));
+    EXPECT_EQ(Measured(join), Measured(mix));
+}
+
+TEST_F(PartProgram, PartsWithTheGainOfAFirstRunAreTheNormalizedMix) {
+    const ProgramResult mix = Mix("@whole.wav", {"--normalize", "-27"});
+    ASSERT_EQ(mix.exitCode, 0) << mix.err;
+    const std::string gain = mix.Json().at("normalization").at("gain").dump();
+    for (int number = 1; number <= MIX_PARTS; ++number) MixPart(number, {"--gain", gain});
+
+    ASSERT_EQ(Join({PartName(1), PartName(2), PartName(3)}).exitCode, 0);
+
+    EXPECT_TRUE(ReadFile(shop_.Work("joined.wav")) == ReadFile(shop_.Work("whole.wav")));
+}
+
+TEST_F(PartProgram, AMissingARepeatedAndAForeignPartAreRefused) {
+    for (int number = 1; number <= MIX_PARTS; ++number) MixPart(number);
+    std::filesystem::copy(shop_.Work("p2.wav"), shop_.Work("again.wav"));
+    ASSERT_EQ(Mix("@foreign.wav", {"--part", "2/3", "--seed", "7"}).exitCode, 0);
+
+    ExpectRefused(Join({PartName(3), PartName(1)}), "part 2 of 3 is missing");
+    ExpectRefused(Join({PartName(1), PartName(2), "@again.wav", PartName(3)}),
+                  "part 2 is there twice");
+    ExpectRefused(Join({PartName(1), "@foreign.wav", PartName(3)}), "another --seed");
+    ExpectRefused(Join({PartName(1), "@a.wav", PartName(3)}), "a.wav' as a part");
+    ExpectRefused(Join({PartName(1), "@nowhere.wav"}), "nowhere.wav'");
+}
+
+TEST_F(PartProgram, APartThatWasCutShortOrDamagedIsRefused) {
+    for (int number = 1; number <= MIX_PARTS; ++number) MixPart(number);
+    const std::string part = ReadFile(shop_.Work("p2.wav"));
+    const std::size_t manifest = part.rfind("snrl");
+    const std::size_t meters = part.rfind("smtr");
+    ASSERT_LT(manifest, meters);
+    for (const std::size_t size :
+         std::array{std::size_t(0), std::size_t(20), manifest / 2, manifest, manifest + 30, meters,
+                    meters + 20, part.size() - 1}) {
+        WriteFile(shop_.Work("p2.wav"), part.substr(0, size));
+        ExpectRefused(Join({PartName(1), PartName(2), PartName(3)}), "p2.wav'");
+    }
+    std::string damaged = part;
+    damaged[manifest / 2] = static_cast<char>(damaged[manifest / 2] ^ 1);
+    WriteFile(shop_.Work("p2.wav"), damaged);
+    ExpectRefused(Join({PartName(1), PartName(2), PartName(3)}), "damaged");
+}
+
+TEST_F(PartProgram, TheLinesOfAPlanMixAndJoinInAShell) {
+    ASSERT_EQ(Mix("@whole.wav", {}).exitCode, 0);
+    const std::string name = "a reel's edit";
+    std::filesystem::copy(shop_.Work("edit.otio"), shop_.Work(name + ".otio"));
+    for (const char* kind : {"--for=parallel", "--joins"}) {
+        const ProgramResult plan =
+            shop_.RunBare({"plan", "mix", "@" + name + ".otio", "--shards", "2", "-o", "@",
+                           "--pass=--cache=../cache", "--pass=--db=../media.db", kind});
+        ASSERT_EQ(plan.exitCode, 0) << plan.err;
+        WriteFile(shop_.Work("plan.sh"), plan.out);
+        ASSERT_EQ(RunBash(shop_,
+                          "sonrel() { " SONREL_PROGRAM " \\\"\\$@\\\"; }; . ./plan.sh > /dev/null"),
+                  0)
+            << plan.out;
+    }
+
+    EXPECT_TRUE(ReadFile(shop_.Work(name + ".wav")) == ReadFile(shop_.Work("whole.wav")));
+}
+
+TEST_F(PartProgram, OptionsThatNeedTheWholeMixAreWrongUsage) {
+    for (const std::vector<std::string>& options : std::vector<std::vector<std::string>>{
+             {"--normalize", "-23"},
+             {"--stems", "@stems"},
+             {"--meters", "@m.json"},
+             {"--seed", "random"},
+         }) {
+        std::vector<std::string> all{"--part", "1/2"};
+        all.insert(all.end(), options.begin(), options.end());
+        const ProgramResult result = Mix("@out.wav", all);
+        EXPECT_EQ(result.exitCode, 2) << options[0];
+        EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
+    }
+    for (const char* part : {"0/2", "3/2", "1", "/2", "1/x", "1/1000000"}) {
+        EXPECT_EQ(Mix("@out.wav", {"--part", part}).exitCode, 2) << part;
+    }
+    EXPECT_EQ(Mix("@out.wav", {"--part", "1/90000"}).exitCode, 2) << "more parts than frames";
+    EXPECT_EQ(Mix("@out.flac", {"--part", "1/2"}).exitCode, 2);
+    EXPECT_FALSE(std::filesystem::exists(shop_.Work("out.wav")));
+}
+
+}  // namespace
+}  // namespace sonrel_tests
