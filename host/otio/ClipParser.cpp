@@ -43,6 +43,7 @@ void ParseMedia(const Json& clip, Item& item, ImportReport& report) {
 }  // namespace
 
 void ParseClip(const Json& clip, Item& item, ImportReport& report) {
+    NoteActiveReference(clip, item.place, report);
     ParseMedia(clip, item, report);
     ParseChannelMappings(clip, item, report);
     ParseSound(clip, item, report);

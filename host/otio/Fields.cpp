@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "host/otio/Fields.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "host/otio/JsonDocument.h"
 #include "host/shell/Text.h"
@@ -60,6 +62,29 @@ std::optional<LevelKey> KeyValue(const Json& pair, const std::string& what,
     return LevelKey{pair.AsArray()[0].AsNumber(), *decibels};
 }
 
+constexpr const char* DEFAULT_REFERENCE = "DEFAULT_MEDIA";
+
+/// The media references of a clip that has a choice of them; null for other clips.
+const Json* ReferencesOf(const Json& clip) {
+    const Json* references = Member(clip, "media_references");
+    if (references == nullptr || !references->IsObject()) return nullptr;
+    return references->AsObject().empty() ? nullptr : references;
+}
+
+std::string WantedReference(const Json& clip) {
+    const std::string key = StringMember(clip, "active_media_reference_key");
+    return key.empty() ? DEFAULT_REFERENCE : key;
+}
+
+/// The name of the media reference that is used.
+/// @param references  not empty
+std::string UsedReference(const Json& clip, const Json& references) {
+    for (const std::string& key : {WantedReference(clip), std::string(DEFAULT_REFERENCE)}) {
+        if (Member(references, key.c_str()) != nullptr) return key;
+    }
+    return references.AsObject().front().key;
+}
+
 }  // namespace
 
 const Json* Member(const Json& object, const char* key) {
@@ -115,10 +140,20 @@ bool BoolMember(const Json& object, const char* key, bool fallback, const Source
 }
 
 const Json* ActiveReference(const Json& clip) {
-    const Json* references = Member(clip, "media_references");
-    if (references == nullptr || !references->IsObject()) return Member(clip, "media_reference");
-    const std::string active = StringMember(clip, "active_media_reference_key");
-    return Member(*references, active.empty() ? "DEFAULT_MEDIA" : active.c_str());
+    const Json* references = ReferencesOf(clip);
+    if (references == nullptr) return Member(clip, "media_reference");
+    return Member(*references, UsedReference(clip, *references).c_str());
+}
+
+void NoteActiveReference(const Json& clip, const SourceLocation& place, ImportReport& report) {
+    const Json* references = ReferencesOf(clip);
+    if (references == nullptr) return;
+    const std::string wanted = WantedReference(clip);
+    const std::string used = UsedReference(clip, *references);
+    if (used == wanted) return;
+    report.Add(
+        "active_media_reference_key", place,
+        "the clip has no media reference " + Quoted(wanted) + "; " + Quoted(used) + " is used");
 }
 
 const Json* MetadataOf(const Json& object, const char* program) {

@@ -42,9 +42,12 @@ RationalTime TimeMember(const Json& object, const char* key, const SourceLocatio
 bool BoolMember(const Json& object, const char* key, bool fallback, const SourceLocation& place,
                 ImportReport& report);
 
-/// The media reference of a clip; the active reference when there are several. Null when there is
-/// none.
+/// The media reference of a clip; the active reference when there are several. Where the active
+/// reference does not exist, DEFAULT_MEDIA, else the first by name. Null when there is none.
 const Json* ActiveReference(const Json& clip);
+
+/// Reports an active reference that does not exist.
+void NoteActiveReference(const Json& clip, const SourceLocation& place, ImportReport& report);
 
 /// The metadata that @p program stores in an object; null when there is none.
 const Json* MetadataOf(const Json& object, const char* program);

@@ -14,6 +14,8 @@ namespace orlo::host::otio {
 
 namespace {
 
+constexpr const char* ANOTHER_MACHINE = "it is on another machine";
+
 bool IsLetter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
@@ -64,14 +66,16 @@ std::string PercentDecode(std::string_view text) {
     return decoded;
 }
 
-/// Whether a path has the form that DrivePath returns: "D:/media/a.wav".
+/// Whether a path has the form that ForeignPath returns: "D:/media/a.wav".
 bool HasDrive(const std::string& path) {
     return path.size() >= 3 && IsLetter(path[0]) && path[1] == ':' && path[2] == '/';
 }
 
-/// Converts a path of another system, "D:\media\a.wav" or "/D:/media/a.wav", to "D:/media/a.wav",
-/// so that --media-root can match it. Other paths are unchanged.
-std::string DrivePath(std::string path) {
+/// Converts a path of another system so that --media-root can match it: "D:\media\a.wav" and
+/// "/D:/media/a.wav" to "D:/media/a.wav", "\\server\a.wav" to "//server/a.wav". Other paths are
+/// unchanged.
+std::string ForeignPath(std::string path) {
+    if (path.starts_with("\\\\")) std::replace(path.begin(), path.end(), '\\', '/');
     const std::size_t drive = !path.empty() && path[0] == '/' ? 1 : 0;
     if (path.size() < drive + 3 || !IsLetter(path[drive]) || path[drive + 1] != ':') return path;
     if (path[drive + 2] != '/' && path[drive + 2] != '\\') return path;
@@ -98,7 +102,9 @@ bool IsValidName(const std::string& path) {
 
 MediaResolver::MediaResolver(std::string folder, std::vector<MediaRoot> roots,
                              std::function<bool(const std::string&)> exists)
-    : folder_(std::move(folder)), roots_(std::move(roots)), exists_(std::move(exists)) {}
+    : folder_(std::move(folder)), roots_(std::move(roots)), exists_(std::move(exists)) {
+    for (MediaRoot& root : roots_) root.from = ForeignPath(root.from);
+}
 
 std::string MediaResolver::WithRoot(const std::string& path) const {
     for (const MediaRoot& root : roots_) {
@@ -117,10 +123,23 @@ MediaLocation MediaResolver::Locate(const std::string& path) const {
     // A root may also match the absolute form of a relative path.
     if (named == path) full = WithRoot(full);
     full = std::filesystem::path(full).lexically_normal().string();
-    if (named == path && HasDrive(path) && !exists_(full)) {
-        return {path, "it is on a drive of another system"};
-    }
-    return {full, {}};
+    const bool isForeign = HasDrive(path) || path.starts_with("//");
+    if (named != path || !isForeign || exists_(full)) return {full, {}};
+    return {path, HasDrive(path) ? "it is on a drive of another system" : ANOTHER_MACHINE};
+}
+
+/// The path in a file URL without its scheme; nullopt when it is on another machine. Some programs
+/// write a relative path or a drive after two slashes, where the name of a machine belongs.
+std::optional<std::string_view> MediaResolver::PathOfFileUrl(std::string_view rest) const {
+    if (!rest.starts_with("//")) return rest;
+    const std::string_view name = rest.substr(2);
+    const std::string_view host = name.substr(0, name.find('/'));
+    if (host.empty() || EqualsIgnoringCase(host, "localhost")) return name.substr(host.size());
+    const std::string decoded = PercentDecode(rest);
+    if (WithRoot(decoded) != decoded) return rest;
+    if (host == name || HasDrive(std::string(name))) return name;
+    if (exists_((std::filesystem::path(folder_) / decoded.substr(2)).string())) return name;
+    return std::nullopt;
 }
 
 MediaLocation MediaResolver::Resolve(const std::string& url) const {
@@ -129,19 +148,13 @@ MediaLocation MediaResolver::Resolve(const std::string& url) const {
     if (!scheme.empty()) {
         if (!EqualsIgnoringCase(scheme, "file"))
             return {url, "it is a URL, and only local files are read"};
-        path.remove_prefix(scheme.size() + 1);
-        if (path.starts_with("//")) {
-            const std::string_view host = path.substr(2, path.find('/', 2) - 2);
-            if (host.empty() || EqualsIgnoringCase(host, "localhost")) {
-                path.remove_prefix(2 + host.size());
-            } else if (WithRoot(PercentDecode(path)) == PercentDecode(path)) {
-                return {url, "it is on another machine"};
-            }
-        }
+        const auto named = PathOfFileUrl(path.substr(scheme.size() + 1));
+        if (!named) return {url, ANOTHER_MACHINE};
+        path = *named;
     }
-    MediaLocation decoded = Locate(DrivePath(PercentDecode(path)));
+    MediaLocation decoded = Locate(ForeignPath(PercentDecode(path)));
     if (path.find('%') == std::string_view::npos) return decoded;
-    const MediaLocation literal = Locate(DrivePath(std::string(path)));
+    const MediaLocation literal = Locate(ForeignPath(std::string(path)));
     const bool literalOnly = (!decoded.problem.empty() || !exists_(decoded.path)) &&
                              literal.problem.empty() && exists_(literal.path);
     return literalOnly ? literal : decoded;

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace orlo::host::otio {
@@ -23,6 +25,7 @@ struct MediaLocation {
 ///
 /// Percent escapes are decoded. "file:" URLs of this machine, absolute paths and paths relative to
 /// the timeline's folder are local; every other URL is refused with its text and never opened.
+/// Paths of another system that no root replaces are refused as the timeline has them.
 class MediaResolver {
 public:
     /// @param folder  absolute path of the folder for relative paths
@@ -36,6 +39,7 @@ public:
 
 private:
     MediaLocation Locate(const std::string& path) const;
+    std::optional<std::string_view> PathOfFileUrl(std::string_view rest) const;
     std::string WithRoot(const std::string& path) const;
 
     std::string folder_;

@@ -215,6 +215,32 @@ TEST(ClipMedia, TheActiveReferenceOfSeveralIsUsed) {
     EXPECT_EQ(OnlyClip(ImportClip(clip)).media.path, "/proxy.wav");
 }
 
+TEST(ClipMedia, WhereTheActiveReferenceDoesNotExistAnotherOneIsUsedAndListed) {
+    const auto import = [](const Json& references, const Json& active) {
+        Json clip = Clip("", 30, 50);
+        clip["media_references"] = references;
+        clip["active_media_reference_key"] = active;
+        return ImportClip(clip);
+    };
+    Json proxy = File("/proxy.wav");
+    proxy["available_range"] = Range(10, 100, 25);
+    const Json full = File("/full.wav");
+    const std::string key = "active_media_reference_key";
+
+    const TimelineImport only = import({{"proxy", proxy}}, "lost");
+    EXPECT_EQ(OnlyClip(only).media.path, "/proxy.wav");
+    EXPECT_EQ(OnlyClip(only).sourceStartFrame, 20);
+    EXPECT_EQ(Reported(only, key, "the clip has no media reference 'lost'; 'proxy' is used"), 1);
+    const TimelineImport byDefault =
+        import({{"alternate", proxy}, {"DEFAULT_MEDIA", full}}, "lost");
+    EXPECT_EQ(OnlyClip(byDefault).media.path, "/full.wav");
+    EXPECT_EQ(Reported(byDefault, key, "'DEFAULT_MEDIA' is used"), 1);
+    const TimelineImport first = import({{"small", proxy}, {"large", full}}, nullptr);
+    EXPECT_EQ(OnlyClip(first).media.path, "/full.wav");
+    EXPECT_EQ(Reported(first, key, "no media reference 'DEFAULT_MEDIA'; 'large' is used"), 1);
+    EXPECT_EQ(Reported(import({{"DEFAULT_MEDIA", full}}, nullptr), key), 0);
+}
+
 TEST(ClipMedia, AClipWithoutAMediaFileIsListedAndTakesItsTime) {
     const auto import = [](const Json& reference) {
         Json clip = Clip("", 0, 50);

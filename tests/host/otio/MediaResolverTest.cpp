@@ -17,8 +17,9 @@ MediaLocation Resolve(const std::string& url, std::vector<MediaRoot> roots = {},
     return resolver.Resolve(url);
 }
 
-std::string Path(const std::string& url, std::vector<MediaRoot> roots = {}) {
-    const MediaLocation location = Resolve(url, std::move(roots));
+std::string Path(const std::string& url, std::vector<MediaRoot> roots = {},
+                 std::set<std::string> existing = {}) {
+    const MediaLocation location = Resolve(url, std::move(roots), std::move(existing));
     EXPECT_EQ(location.problem, "") << url;
     return location.path;
 }
@@ -72,6 +73,31 @@ TEST(MediaResolver, AFileUrlOfAnotherMachineIsRefused) {
     EXPECT_EQ(location.problem, "it is on another machine");
 }
 
+TEST(MediaResolver, AFileUrlWithAFileNameInPlaceOfTheMachineIsNextToTheTimeline) {
+    EXPECT_EQ(Path("file://name.wav"), "/edit/name.wav");
+    EXPECT_EQ(Path("file://a%20b.wav"), "/edit/a b.wav");
+    EXPECT_EQ(Path("file://media/a.wav", {}, {"/edit/media/a.wav"}), "/edit/media/a.wav");
+    EXPECT_EQ(Path("file://name.wav", {{"//name.wav", "/mnt/b.wav"}}), "/mnt/b.wav");
+}
+
+TEST(MediaResolver, APathOfAnotherSystemIsRefusedAsTheTimelineHasIt) {
+    for (const char* url : {"D:/footage/x.wav", "file:///D:/footage/x.wav",
+                            "file://D:/footage/x.wav", "D:\\footage\\x.wav"}) {
+        const MediaLocation location = Resolve(url);
+        EXPECT_EQ(location.path, "D:/footage/x.wav") << url;
+        EXPECT_EQ(location.problem, "it is on a drive of another system") << url;
+    }
+    for (const char* url : {"\\\\server\\share\\x.wav", "file:////server/share/x.wav"}) {
+        const MediaLocation location = Resolve(url);
+        EXPECT_EQ(location.path, "//server/share/x.wav") << url;
+        EXPECT_EQ(location.problem, "it is on another machine") << url;
+    }
+}
+
+TEST(MediaResolver, AFileThatIsNamedLikeADriveIsUsed) {
+    EXPECT_EQ(Path("D:/x.wav", {}, {"/edit/D:/x.wav"}), "/edit/D:/x.wav");
+}
+
 TEST(MediaResolver, APrefixWithABareColonIsPartOfTheFileName) {
     EXPECT_EQ(Path("concat:a|b"), "/edit/concat:a|b");
     EXPECT_EQ(Path("pipe:0"), "/edit/pipe:0");
@@ -109,6 +135,8 @@ TEST(MediaResolver, AMediaRootMatchesBothFormsOfARelativePath) {
 TEST(MediaResolver, AMediaRootMatchesDrivesOfAnotherSystem) {
     EXPECT_EQ(Path("file:///D:/media/a.wav", {{"D:/media", "/mnt"}}), "/mnt/a.wav");
     EXPECT_EQ(Path("D:\\media\\a.wav", {{"D:/media", "/mnt"}}), "/mnt/a.wav");
+    EXPECT_EQ(Path("D:/media/a.wav", {{"D:\\media", "/mnt"}}), "/mnt/a.wav");
+    EXPECT_EQ(Path("\\\\server\\share\\a.wav", {{"\\\\server\\share", "/mnt"}}), "/mnt/a.wav");
 }
 
 TEST(MediaResolver, AMediaRootMatchesPathsOnAnotherMachine) {
