@@ -5,6 +5,7 @@
 
 #include "host/media/Conforming.h"
 #include "host/media/PeakMaking.h"
+#include "host/otio/TimelinePath.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"

@@ -32,12 +32,6 @@ struct TimelineImport {
     std::vector<ReferencedMedia> media;  ///< every local file that the document references
 };
 
-/// Whether a path ends in ".otio" (a timeline file) or ".otiod" (a timeline folder).
-bool IsTimelinePath(const std::string& path);
-
-/// Absolute path of the document of a timeline: in an ".otiod" folder its content.otio.
-std::string TimelineFile(const std::string& path);
-
 /// Reads a timeline.
 /// @param path  an ".otio" file, or an ".otiod" folder with its content.otio
 /// @throws DocumentError with the fault and its position in the file

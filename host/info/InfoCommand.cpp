@@ -8,6 +8,7 @@
 #include "host/info/TakenSound.h"
 #include "host/info/TimelineTree.h"
 #include "host/info/UnusedSound.h"
+#include "host/otio/TimelinePath.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Summary.h"
 #include "host/shell/Text.h"

@@ -8,6 +8,7 @@
 
 #include "host/media/MixPreparation.h"
 #include "host/media/ReadCheck.h"
+#include "host/otio/TimelinePath.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/Paths.h"

@@ -8,6 +8,7 @@
 
 #include "host/media/CacheInventory.h"
 #include "host/media/EngineSession.h"
+#include "host/otio/TimelinePath.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"

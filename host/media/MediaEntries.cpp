@@ -4,6 +4,7 @@
 #include <set>
 
 #include "host/media/InputProtection.h"
+#include "host/otio/TimelinePath.h"
 #include "host/shell/Paths.h"
 #include "host/shell/SoundText.h"
 #include "host/shell/Text.h"

@@ -17,6 +17,7 @@
 #include "host/mix/Normalization.h"
 #include "host/mix/RaisedMedia.h"
 #include "host/mix/Stems.h"
+#include "host/otio/TimelinePath.h"
 #include "host/output/OutputFile.h"
 #include "host/output/OutputName.h"
 #include "host/output/SoundFormat.h"

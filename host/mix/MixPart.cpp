@@ -9,6 +9,7 @@
 
 #include "host/arrangement/TimelineImport.h"
 #include "host/mix/Loudness.h"
+#include "host/otio/TimelinePath.h"
 #include "host/shell/Errors.h"
 #include "host/shell/SoundText.h"
 #include "host/shell/Text.h"

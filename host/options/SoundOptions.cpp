@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "host/options/SoundOptions.h"
 
-#include "host/arrangement/TimelineImport.h"
 #include "host/options/OptionTypes.h"
+#include "host/otio/TimelinePath.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Text.h"
 

@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "host/arrangement/TimelineImport.h"
+#include "host/otio/TimelinePath.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"

@@ -9,6 +9,7 @@
 #include "host/media/InputProtection.h"
 #include "host/media/MixPreparation.h"
 #include "host/media/ReadCheck.h"
+#include "host/otio/TimelinePath.h"
 #include "host/output/OutputName.h"
 #include "host/play/PlayOutput.h"
 #include "host/play/PlaySession.h"

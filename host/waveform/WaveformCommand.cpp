@@ -6,10 +6,10 @@
 #include <optional>
 #include <vector>
 
-#include "host/arrangement/TimelineImport.h"
 #include "host/media/EngineSession.h"
 #include "host/media/InputProtection.h"
 #include "host/media/PeakMaking.h"
+#include "host/otio/TimelinePath.h"
 #include "host/output/OutputFile.h"
 #include "host/output/OutputName.h"
 #include "host/shell/Interrupt.h"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <pybind11/stl.h>
 
+#include "host/otio/TimelinePath.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Text.h"
 #include "python/module/Arguments.h"
