@@ -3,6 +3,7 @@
 
 #include "host/media/Conforming.h"
 #include "host/media/MediaEntries.h"
+#include "host/media/SpooledInput.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Text.h"
 #include "host/timeline/Input.h"
@@ -61,6 +62,7 @@ Outcome RunConform(const GlobalOptions& global, const ConformOptions& options) {
         throw UsageError("conform writes its files to the cache; leave out --no-cache-db");
     }
     CheckSound(options.sound, options.inputs);
+    RequireOneCache(global, options.inputs);
     project::Project project;
     std::vector<ConformTask> tasks;
     const auto makeTask = [&](const std::string& path, const zrh::media::SoundChoice& sound,
@@ -76,8 +78,10 @@ Outcome RunConform(const GlobalOptions& global, const ConformOptions& options) {
     const EngineSession session(global);
     Progress progress(global.progress, global.quiet);
     Conform(session, tasks, {options.jobs.Count(), options.allCodecs, options.force}, progress);
-    Outcome outcome =
-        ReportFiles(collector.entries, [&](std::size_t task) { return tasks[task].result; });
+    Outcome outcome = ReportFiles(collector.entries, [&](std::size_t task) {
+        return WithLastingPath(global, tasks[task].result);
+    });
+    NoteTemporaryFiles(global, outcome);
     AddEntries(collector.timelines, collector.entries, tasks, outcome);
     for (const CollectedTimeline& timeline : collector.timelines) {
         if (options.strict) FailOnEntries(timeline.input, timeline.import.report, {}, outcome);

@@ -52,8 +52,9 @@ std::string CacheFolderErrorMessage(const std::string& folder) {
 }  // namespace
 
 CachePaths CachePathsOf(const GlobalOptions& options) {
-    if (!options.spoolFolder.empty()) {
-        return {options.spoolFolder + "/cache", options.spoolFolder + "/media.db"};
+    const std::string& spool = options.spool.folder;
+    if (!spool.empty()) {
+        return {spool + "/cache", spool + "/media.db"};
     }
     if (options.noCacheDb) return {};
     CachePaths paths;
@@ -88,7 +89,7 @@ std::string FolderErrorMessage(const std::string& folder, long long bytes) {
 }
 
 EngineSession::EngineSession(const GlobalOptions& options) : paths_(CachePathsOf(options)) {
-    if (!options.noCacheDb && options.spoolFolder.empty()) {
+    if (!options.noCacheDb && options.spool.folder.empty()) {
         if (options.cacheFolder.empty() || options.databaseFile.empty()) {
             MakeDefaultFolder(DefaultFolder());
         }

@@ -27,7 +27,7 @@ using project::CacheRecord;
 /// Every command with an output protects the default cache, also a command that uses no cache.
 CachePaths PathsToProtect(GlobalOptions options) {
     options.noCacheDb = false;
-    options.spoolFolder.clear();
+    options.spool = {};
     try {
         return CachePathsOf(options);
     } catch (const JobError&) {
@@ -114,7 +114,7 @@ void ProtectImages(const std::string& folder, const otio::ImageNames& names,
 }  // namespace
 
 void ProtectCache(const GlobalOptions& options, OutputGuard& guard) {
-    if (!options.spoolFolder.empty()) {
+    if (options.spool.hasStandardInput) {
         guard.Protect("/dev/stdin", "standard input, which is read");
     }
     const CachePaths paths = PathsToProtect(options);

@@ -151,6 +151,11 @@ std::size_t MediaCollector::TaskFor(const std::string& path, const zrh::media::S
     return task;
 }
 
+FileResult WithLastingPath(const GlobalOptions& global, FileResult result) {
+    if (!global.spool.folder.empty()) result.path.clear();
+    return result;
+}
+
 Outcome ReportFiles(const std::vector<MediaEntry>& entries,
                     const std::function<FileResult(std::size_t task)>& resultOf) {
     Outcome outcome;

@@ -84,6 +84,9 @@ struct FileResult {
     std::string error;  ///< a clause; empty without a failure
 };
 
+/// A result without its path when the file is temporary.
+FileResult WithLastingPath(const GlobalOptions& global, FileResult result);
+
 /// The result of a command that finds or makes a file for each entry. A timeline with missing media
 /// fails as an unmet condition; any other failure takes precedence.
 /// @param resultOf  returns the result of a task

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/options/GlobalOptions.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "host/options/OptionTypes.h"
@@ -68,7 +69,7 @@ void DeclareCacheGroup(CLI::App& app, GlobalOptions& options) {
     app.add_option_function<std::string>(
            "--spool-limit",
            [&options](const std::string& text) { options.spoolLimit = Size(text); },
-           "Maximum size of standard input as INPUT (default: 4G)")
+           "Maximum size of INPUT - and of an unpacked .otioz (default: 4G)")
         ->type_name("SIZE");
 }
 
@@ -108,6 +109,11 @@ void DeclareProjectGroup(CLI::App& app, GlobalOptions& options) {
 }
 
 }  // namespace
+
+std::string Spool::FolderOf(const std::string& archive) const {
+    const auto at = std::find(archives.begin(), archives.end(), archive);
+    return folder + "/" + std::to_string(at - archives.begin()) + ".otiod";
+}
 
 void DeclareGlobalOptions(CLI::App& app, GlobalOptions& options) {
     DeclareCacheGroup(app, options);

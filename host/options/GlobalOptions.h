@@ -14,6 +14,16 @@ class App;
 
 namespace orlo::host {
 
+/// The temporary files of inputs that cannot be read in place.
+struct Spool {
+    std::string folder;  ///< also for the media cache of the command; empty without such inputs
+    bool hasStandardInput = false;
+    std::vector<std::string> archives;  ///< inputs that are timelines in archives
+
+    /// The folder with the content of an archive. Its name has the form of a timeline folder.
+    std::string FolderOf(const std::string& archive) const;
+};
+
 /// The options that all commands have.
 struct GlobalOptions {
     std::string cacheFolder;   ///< empty: the default folder
@@ -30,8 +40,8 @@ struct GlobalOptions {
     std::vector<otio::MediaRoot> mediaRoots;
     bool allowMissing = false;  ///< missing media of a timeline are silent
     int keepDays = 30;
-    long long spoolLimit = 4LL << 30;  ///< maximum size of standard input as INPUT, bytes
-    std::string spoolFolder;           ///< folder of a temporary cache, used instead; or empty
+    long long spoolLimit = 4LL << 30;  ///< maximum size of an INPUT that is spooled, bytes
+    Spool spool;                       ///< set while a command runs
 };
 
 void DeclareGlobalOptions(CLI::App& app, GlobalOptions& options);

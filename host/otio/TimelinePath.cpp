@@ -2,8 +2,10 @@
 #include "host/otio/TimelinePath.h"
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <string_view>
+#include <utility>
 
 namespace orlo::host::otio {
 
@@ -25,14 +27,25 @@ std::string WithoutTrailingSlashes(std::string path) {
 
 }  // namespace
 
-bool IsTimelinePath(const std::string& path) {
+TimelineFormat FormatOf(const std::string& path) {
+    constexpr std::array<std::pair<const char*, TimelineFormat>, 3> EXTENSIONS = {
+        {{".otio", TimelineFormat::Otio},
+         {".otiod", TimelineFormat::Otiod},
+         {".otioz", TimelineFormat::Otioz}}};
     const std::string name = WithoutTrailingSlashes(path);
-    return EndsWith(name, ".otio") || EndsWith(name, ".otiod");
+    for (const auto& [extension, format] : EXTENSIONS) {
+        if (EndsWith(name, extension)) return format;
+    }
+    return TimelineFormat::None;
+}
+
+bool IsTimelinePath(const std::string& path) {
+    return FormatOf(path) != TimelineFormat::None;
 }
 
 std::string TimelineFile(const std::string& path) {
     fs::path file = fs::absolute(WithoutTrailingSlashes(path)).lexically_normal();
-    if (EndsWith(file.string(), ".otiod")) file /= "content.otio";
+    if (FormatOf(path) == TimelineFormat::Otiod) file /= "content.otio";
     return file.string();
 }
 

@@ -6,7 +6,18 @@
 /// The names of timelines.
 namespace orlo::host::otio {
 
-/// Whether a path ends in ".otio" (a timeline file) or ".otiod" (a timeline folder).
+/// The format of a timeline.
+enum class TimelineFormat {
+    None,       ///< it is not a timeline
+    Otio,       ///< a document
+    Otiod,      ///< a folder with a document and its media
+    Otioz       ///< a ZIP archive with the content of such a folder
+};
+
+/// The format of a path, by its extension in upper or lower case.
+TimelineFormat FormatOf(const std::string& path);
+
+/// Whether a path has the extension of a timeline.
 bool IsTimelinePath(const std::string& path);
 
 /// Absolute path of the document of a timeline: in an ".otiod" folder its content.otio.

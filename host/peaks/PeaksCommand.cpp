@@ -7,6 +7,7 @@
 
 #include "host/media/InputProtection.h"
 #include "host/media/PeakMaking.h"
+#include "host/media/SpooledInput.h"
 #include "host/output/OutputFile.h"
 #include "host/peaks/PeakExport.h"
 #include "host/shell/Paths.h"
@@ -31,7 +32,7 @@ struct Work {
 };
 
 void RequireOutputOfStandardInput(const GlobalOptions& global, const PeaksOptions& options) {
-    if (global.spoolFolder.empty() || !options.output.empty() || !options.exportFile.empty())
+    if (!global.spool.hasStandardInput || !options.output.empty() || !options.exportFile.empty())
         return;
     throw UsageError("standard input has no file in the cache; name a file, or use -o or --export");
 }
@@ -130,8 +131,10 @@ Outcome RunWithCache(const GlobalOptions& global, const PeaksOptions& options) {
     Progress progress(global.progress, global.quiet);
     FindOrMakePeakFiles(session, work.tasks, progress,
                         options.force ? CurrentFiles::Recreated : CurrentFiles::Kept);
-    Outcome outcome =
-        ReportFiles(work.entries, [&](std::size_t task) { return work.tasks[task].result; });
+    Outcome outcome = ReportFiles(work.entries, [&](std::size_t task) {
+        return WithLastingPath(global, work.tasks[task].result);
+    });
+    if (options.exportFile.empty()) NoteTemporaryFiles(global, outcome);
     if (!options.exportFile.empty() && outcome.code == ExitCode::Done) {
         OutputFile exported(options.exportFile, guard);
         Export(work.tasks.front(), options, work.tasks.front().result.path, exported, outcome);
@@ -164,6 +167,7 @@ Outcome RunPeaks(const GlobalOptions& global, const PeaksOptions& options) {
     CheckOptions(global, options);
     CheckSound(options.sound, options.inputs);
     RequireOutputOfStandardInput(global, options);
+    RequireOneCache(global, options.inputs);
     if (!options.output.empty() || global.noCacheDb) return RunWithoutCache(global, options);
     return RunWithCache(global, options);
 }

@@ -9,6 +9,7 @@
 
 #include "host/json/Json.h"
 #include "host/shell/Errors.h"
+#include "host/shell/TemporaryFolder.h"
 
 namespace orlo::host {
 
@@ -93,6 +94,7 @@ EndOnInterrupt::~EndOnInterrupt() {
 /// Calls only async-signal-safe functions.
 void EndOnInterrupt::End() const {
     for (const std::string& file : incomplete_) unlink(file.c_str());
+    RemoveTemporaryFolders();
     [[maybe_unused]] ssize_t written = write(STDOUT_FILENO, report_.data(), report_.size());
     written = write(error_, line_.data(), line_.size());
     _exit(static_cast<int>(ExitCode::Interrupted));

@@ -41,7 +41,7 @@ private:
 
 /// While an object exists, the first SIGINT or SIGTERM ends the program at once. For calls that may
 /// block without a limit or run long without polling the flag. Exit code and message are the same
-/// as of ThrowInterrupted. Only a single object may exist at a time.
+/// as of ThrowInterrupted. Temporary folders are removed. Only a single object may exist at a time.
 class EndOnInterrupt {
 public:
     /// @param unfinished  as in ThrowInterrupted

@@ -21,6 +21,7 @@
 #include "host/timeline/EffectChains.h"
 #include "host/timeline/MediaCatalog.h"
 #include "host/timeline/SoundProblem.h"
+#include "host/timeline/TimelineSource.h"
 #include "sonrel/media/ImportMediaAsset.h"
 #include "sonrel/media/MediaInfo.h"
 #include "sonrel/media/ZRMediaException.h"
@@ -153,7 +154,7 @@ otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions&
     importOptions.soundFrom =
         choice.soundFromVideo ? otio::Track::Kind::Video : otio::Track::Kind::Audio;
     try {
-        otio::TimelineImport import = otio::ImportTimeline(input, importOptions);
+        otio::TimelineImport import = ImportInput(input, options, importOptions);
         DropRefusedEffects(import);
         DropRefusedDucking(import);
         SetDropFrame(import.arrangement, catalog);

@@ -168,7 +168,7 @@ AlignedPair AlignArrays(AlignmentTask task, const RawSide& first, const RawSide&
     task.first = first.FileIn(folder.Path(), FIRST_ARRAY, task.rate);
     task.second = second.FileIn(folder.Path(), SECOND_ARRAY, task.rate);
     host::GlobalOptions options;
-    options.spoolFolder = folder.Path();
+    options.spool.folder = folder.Path();
     Session session(options);
     const Session::Use use(session);
     return AlignFiles(use, task, progress);

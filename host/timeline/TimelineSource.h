@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+
+#include "host/arrangement/TimelineImport.h"
+#include "host/options/GlobalOptions.h"
+
+namespace orlo::host {
+
+/// Imports INPUT, a timeline of any format: a timeline in an archive is unpacked.
+/// @throws DocumentError as in otio::ImportTimeline; JobError and CommandError as in UnpackTimeline
+otio::TimelineImport ImportInput(const std::string& input, const GlobalOptions& global,
+                                 const otio::ImportOptions& options);
+
+}  // namespace orlo::host

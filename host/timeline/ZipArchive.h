@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+struct zip;
+
+namespace orlo::host {
+
+/// An archive that cannot be read. The text is a clause.
+class ZipError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// What an archive says about one of its files and folders. Nothing of it is checked.
+struct ZipEntry {
+    std::string name;        ///< UTF-8; the name of a folder ends in a slash
+    std::uint64_t size = 0;  ///< declared bytes
+    bool isEncrypted = false;
+    bool isSpecial = false;  ///< a link or a device
+};
+
+/// A ZIP archive that is open for reading.
+class ZipArchive {
+public:
+    /// @throws ZipError
+    explicit ZipArchive(const std::string& path);
+    ~ZipArchive();
+    ZipArchive(const ZipArchive&) = delete;
+    ZipArchive& operator=(const ZipArchive&) = delete;
+
+    std::uint64_t Count() const;
+
+    /// @param index  from 0 to Count() - 1
+    /// @throws ZipError
+    ZipEntry Entry(std::uint64_t index) const;
+
+    /// Decompresses a file piece by piece, at most the declared number of bytes.
+    /// @param take  receives each piece
+    /// @throws ZipError also when the file has more or fewer bytes than declared, or another
+    ///         checksum
+    void Read(std::uint64_t index, const std::function<void(std::string_view)>& take) const;
+
+private:
+    zip* archive_;
+};
+
+}  // namespace orlo::host
