@@ -43,7 +43,9 @@ TimelineImport Import(const Json& document, const std::string& folder,
 
 TimelineImport ImportTimeline(const std::string& path, const ImportOptions& options) {
     const std::string file = TimelineFile(path);
-    return Import(ReadDocument(file), fs::path(file).parent_path().string(), options);
+    const std::string folder =
+        options.folder.empty() ? fs::path(file).parent_path().string() : options.folder;
+    return Import(ReadDocument(file), folder, options);
 }
 
 TimelineImport ImportTimelineText(std::string text, const std::string& folder,

@@ -22,6 +22,7 @@ struct ImportOptions {
     Track::Kind soundFrom = Track::Kind::Audio;
     PictureRateOf pictureRateOf;  ///< may be empty: no media file is read then
     MediaClockOf mediaClockOf;    ///< may be empty: timecodes of media files are not used then
+    std::string folder;           ///< for relative paths; empty: the folder of the document
     bool dropFrame = false;       ///< timecodes are drop-frame at frame rates that have it
 };
 

@@ -28,10 +28,13 @@ std::string WithoutTrailingSlashes(std::string path) {
 }  // namespace
 
 TimelineFormat FormatOf(const std::string& path) {
-    constexpr std::array<std::pair<const char*, TimelineFormat>, 3> EXTENSIONS = {
+    constexpr std::array<std::pair<const char*, TimelineFormat>, 6> EXTENSIONS = {
         {{".otio", TimelineFormat::Otio},
          {".otiod", TimelineFormat::Otiod},
-         {".otioz", TimelineFormat::Otioz}}};
+         {".otioz", TimelineFormat::Otioz},
+         {".edl", TimelineFormat::Edl},
+         {".xml", TimelineFormat::FinalCut7},
+         {".fcpxml", TimelineFormat::FinalCutX}}};
     const std::string name = WithoutTrailingSlashes(path);
     for (const auto& [extension, format] : EXTENSIONS) {
         if (EndsWith(name, extension)) return format;

@@ -11,7 +11,10 @@ enum class TimelineFormat {
     None,       ///< it is not a timeline
     Otio,       ///< a document
     Otiod,      ///< a folder with a document and its media
-    Otioz       ///< a ZIP archive with the content of such a folder
+    Otioz,      ///< a ZIP archive with the content of such a folder
+    Edl,        ///< CMX 3600
+    FinalCut7,  ///< XML of Final Cut Pro 7
+    FinalCutX   ///< XML of Final Cut Pro X
 };
 
 /// The format of a path, by its extension in upper or lower case.

@@ -5,8 +5,11 @@
 
 #include "host/otio/TimelinePath.h"
 #include "host/shell/Errors.h"
+#include "host/shell/Paths.h"
+#include "host/shell/TemporaryFolder.h"
 #include "host/shell/Text.h"
 #include "host/timeline/TimelineArchive.h"
+#include "host/timeline/TimelineConversion.h"
 
 namespace orlo::host {
 
@@ -29,12 +32,38 @@ std::string UnpackedFolder(const std::string& input, const GlobalOptions& global
     return folder;
 }
 
+/// The times of an EDL are timecodes, whose rate it does not contain.
+void NoteAssumedRate(otio::ImportReport& report) {
+    report.Add("frame rate", {},
+               "an EDL has no frame rate, and otioconvert assumes one; set it with --fps");
+}
+
+otio::TimelineImport ImportConverted(const std::string& input, const GlobalOptions& global,
+                                     otio::ImportOptions options) {
+    const TemporaryFolder folder;
+    const std::string converted = folder.Path() + "/converted.otio";
+    ConvertTimeline(input, converted, global.fps);
+    options.folder = std::filesystem::path(AbsolutePath(input)).parent_path().string();
+    otio::TimelineImport import = otio::ImportTimeline(converted, options);
+    const bool isEdl = otio::FormatOf(input) == otio::TimelineFormat::Edl;
+    if (isEdl && !global.fps) NoteAssumedRate(import.report);
+    return import;
+}
+
 }  // namespace
 
 otio::TimelineImport ImportInput(const std::string& input, const GlobalOptions& global,
                                  const otio::ImportOptions& options) {
-    const bool isArchive = otio::FormatOf(input) == otio::TimelineFormat::Otioz;
-    return otio::ImportTimeline(isArchive ? UnpackedFolder(input, global) : input, options);
+    switch (otio::FormatOf(input)) {
+        case otio::TimelineFormat::Otioz:
+            return otio::ImportTimeline(UnpackedFolder(input, global), options);
+        case otio::TimelineFormat::Edl:
+        case otio::TimelineFormat::FinalCut7:
+        case otio::TimelineFormat::FinalCutX:
+            return ImportConverted(input, global, options);
+        default:
+            return otio::ImportTimeline(input, options);
+    }
 }
 
 }  // namespace orlo::host

@@ -8,8 +8,10 @@
 
 namespace orlo::host {
 
-/// Imports INPUT, a timeline of any format: a timeline in an archive is unpacked.
+/// Imports INPUT, a timeline of any format: a timeline in an archive is unpacked, a timeline of
+/// another format is converted.
 /// @throws DocumentError as in otio::ImportTimeline; JobError and CommandError as in UnpackTimeline
+///         and ConvertTimeline
 otio::TimelineImport ImportInput(const std::string& input, const GlobalOptions& global,
                                  const otio::ImportOptions& options);
 

@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: MIT
+// Timelines of other formats as INPUT, which otioconvert converts.
+#include <gtest/gtest.h>
+
+#include "tests/host/ShellRun.h"
+#include "tests/host/TimelineDocument.h"
+#include "tests/support/WaveBytes.h"
+
+namespace sonrel_tests {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A stand-in for otioconvert, first on PATH. It records its arguments and writes a known timeline.
+/// Expects that no temporary file is left.
+class ConversionProgram : public testing::Test {
+protected:
+    void SetUp() override {
+        for (const char* name : {"tmp", "bin", "work/folder"})
+            fs::create_directory(shop_.Path(name));
+        WriteFile(shop_.Work("folder/a.wav"), ConformedFileBytes(96000));
+        WriteFile(shop_.Path("known.otio"), Timeline({Track({Clip("a.wav", 0, 50)})}).dump());
+        WriteConverter("cp " + shop_.Path("known.otio").string() + " \"$4\"");
+        path_ = std::getenv("PATH");
+        setenv("PATH", (shop_.Path("bin").string() + ":" + path_).c_str(), 1);
+        setenv("TMPDIR", shop_.Path("tmp").c_str(), 1);
+    }
+
+    void TearDown() override {
+        setenv("PATH", path_.c_str(), 1);
+        unsetenv("TMPDIR");
+        EXPECT_TRUE(fs::is_empty(shop_.Path("tmp")));
+    }
+
+    /// Writes the program with these lines of sh.
+    void WriteConverter(const std::string& script) const {
+        const fs::path path = shop_.Path("bin/otioconvert");
+        WriteFile(path, "#!/bin/sh\nprintf '%s\\n' \"$@\" >" + shop_.Path("arguments").string() +
+                            "\n" + script + "\n");
+        fs::permissions(path, fs::perms::owner_exec, fs::perm_options::add);
+    }
+
+    int Bash(const std::string& line) const { return RunBash(shop_, line); }
+
+    std::string Report() const { return ReadFile(shop_.Work("report")); }
+    std::vector<std::string> Converted() const { return ReadLines(shop_.Path("arguments")); }
+
+    Workshop shop_;
+    std::string path_;
+};
+
+TEST_F(ConversionProgram, ATimelineOfAnotherFormatSoundsLikeItsConversion) {
+    fs::copy(shop_.Path("known.otio"), shop_.Work("folder/known.otio"));
+    ASSERT_EQ(Bash("\\$sonrel mix folder/known.otio -o known.wav >report"), 0);
+    const std::string sound = SampleBytes(shop_.Work("known.wav"));
+    ASSERT_EQ(sound.size(), 4u * 96000u);
+    ASSERT_NE(sound, std::string(sound.size(), '\0'));
+    for (const char* name : {"edit.edl", "edit.xml", "edit.fcpxml", "EDIT.EDL"}) {
+        WriteFile(shop_.Work(std::string("folder/") + name), "any");
+
+        EXPECT_EQ(
+            Bash(std::string("\\$sonrel mix folder/") + name + " -o out.wav --overwrite >report"),
+            0);
+
+        EXPECT_TRUE(SampleBytes(shop_.Work("out.wav")) == sound) << name;
+        const std::vector<std::string> arguments = Converted();
+        ASSERT_EQ(arguments.size(), 4u);
+        EXPECT_EQ(arguments[0], "-i");
+        EXPECT_EQ(arguments[1], shop_.Work(std::string("folder/") + name));
+        EXPECT_EQ(arguments[2], "-o");
+        EXPECT_TRUE(arguments[3].ends_with(".otio")) << arguments[3];
+    }
+}
+
+TEST_F(ConversionProgram, AnyFileNameIsOneArgument) {
+    for (const char* name : {"a b.xml", "-i.xml", "it's.xml", "x;touch y.xml", "$HOME.xml",
+                             "q\"q.xml", "\xC3\xBC.xml"}) {
+        WriteFile(shop_.Work("folder/") / name, "any");
+
+        const std::string file = fs::path(shop_.Work("folder/") / name).string();
+        const ProgramResult result = shop_.Run({"info", file, "--json"});
+
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        EXPECT_EQ(Converted().at(1), shop_.Work("folder/") / name);
+    }
+}
+
+TEST_F(ConversionProgram, AnEdlHasTheRateOfFpsElseAnEntryNamesTheOption) {
+    WriteFile(shop_.Work("folder/edit.edl"), "any");
+
+    EXPECT_EQ(Bash("\\$sonrel --fps 29.97 info folder/edit.edl >report"), 0);
+    EXPECT_EQ(Report().find("frame rate"), std::string::npos) << Report();
+    EXPECT_EQ(Converted().at(4), "-a");
+    EXPECT_EQ(Converted().at(5), "rate=29.97002997002997");
+    EXPECT_EQ(Bash("\\$sonrel info folder/edit.edl --strict >report 2>error"), 3);
+    EXPECT_NE(Report().find("an EDL has no frame rate"), std::string::npos) << Report();
+    EXPECT_NE(Report().find("--fps"), std::string::npos) << Report();
+}
+
+TEST_F(ConversionProgram, AFailedConversionIsOneLineWithItsReason) {
+    const auto failure = [&](const std::string& script) {
+        WriteConverter(script);
+        EXPECT_EQ(Bash("\\$sonrel info edit.fcpxml 2>report"), 1) << script;
+        const std::string start = "sonrel: cannot read the timeline 'edit.fcpxml': ";
+        EXPECT_TRUE(Report().starts_with(start)) << Report();
+        return Report().substr(std::min(start.size(), Report().size()));
+    };
+    WriteFile(shop_.Work("edit.fcpxml"), "any");
+
+    EXPECT_EQ(failure("echo Traceback >&2; echo 'ParseError: line 3' >&2; exit 1"),
+              "otioconvert failed: ParseError: line 3\n");
+    EXPECT_EQ(failure("exit 7"), "otioconvert failed: its exit code is 7\n");
+    EXPECT_EQ(failure("kill -KILL $$"), "otioconvert was ended by signal 9\n");
+    EXPECT_EQ(failure("exit 0"), "otioconvert wrote no timeline\n");
+    EXPECT_EQ(failure("echo 'x.NoKnownAdapterForExtensionError: fcpxml' >&2; exit 1"),
+              "otioconvert lacks the adapter for this format; install it with 'pip install "
+              "opentimelineio otio-fcpx-xml-adapter'\n");
+    EXPECT_TRUE(failure("echo '{' >\"$4\"").starts_with("invalid JSON at line 2"));
+}
+
+TEST_F(ConversionProgram, WithoutTheConverterTheMessageNamesItAndItsInstallation) {
+    WriteFile(shop_.Work("edit.edl"), "any");
+    WriteFile(shop_.Work("edit.xml"), "any");
+
+    EXPECT_EQ(Bash("PATH=/nonexistent \\$sonrel info edit.edl 2>report"), 1);
+    EXPECT_EQ(Report(),
+              "sonrel: cannot read the timeline 'edit.edl': it needs the program otioconvert, "
+              "which is not on PATH; install it with 'pip install opentimelineio "
+              "otio-cmx3600-adapter'\n");
+    EXPECT_EQ(Bash("PATH=/nonexistent \\$sonrel info edit.xml 2>report"), 1);
+    EXPECT_NE(Report().find("otio-fcp-adapter'"), std::string::npos) << Report();
+    EXPECT_EQ(Bash("\\$sonrel info nowhere.edl 2>report"), 1);
+    EXPECT_EQ(Report(),
+              "sonrel: cannot read the timeline 'nowhere.edl': No such file or "
+              "directory\n");
+}
+
+TEST_F(ConversionProgram, AnInterruptEndsTheConverter) {
+    WriteFile(shop_.Work("edit.xml"), "any");
+    WriteConverter("echo $$ >../id.new; mv ../id.new ../id; exec sleep 600");
+
+    EXPECT_EQ(Bash("\\$sonrel info edit.xml >report 2>error & "
+                   "until [ -e ../id ]; do :; done; "
+                   "kill -TERM \\$!; wait \\$!"),
+              130);
+
+    EXPECT_EQ(ReadFile(shop_.Work("error")),
+              "sonrel: interrupted: the timeline 'edit.xml' was not read\n");
+    EXPECT_EQ(Bash("kill -0 \\$(cat ../id) 2>report"), 1);
+}
+
+TEST_F(ConversionProgram, NoOutputReplacesTheTimelineOrItsMedia) {
+    WriteFile(shop_.Work("folder/edit.edl"), "any");
+    fs::create_hard_link(shop_.Work("folder/edit.edl"), shop_.Work("out.wav"));
+
+    EXPECT_EQ(Bash("\\$sonrel mix folder/edit.edl -o out.wav --overwrite 2>report"), 2);
+    EXPECT_EQ(Bash("\\$sonrel mix folder/edit.edl -o folder/a.wav --overwrite 2>report"), 2);
+
+    EXPECT_EQ(ReadFile(shop_.Work("folder/edit.edl")), "any");
+    EXPECT_TRUE(ReadFile(shop_.Work("folder/a.wav")) == ConformedFileBytes(96000));
+}
+
+TEST(ConversionByTheRealProgram, AnEdlIsRead) {
+    if (std::system("otioconvert --help >/dev/null 2>&1") != 0) {
+        GTEST_SKIP() << "otioconvert is not installed";
+    }
+    Workshop shop;
+    WriteFile(shop.Work("edit.edl"),
+              "TITLE: edit\n\n001  TAKE1    A     C        01:00:00:00 01:00:02:00 "
+              "00:00:00:00 00:00:02:00\n* FROM CLIP NAME: take\n");
+
+    const ProgramResult result =
+        shop.Run({"--fps", "25", "--allow-missing", "info", "@edit.edl", "--json"});
+
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.Json().at("fps"), 25.0);
+    EXPECT_EQ(result.Json().at("frames"), 50.0);
+}
+
+}  // namespace
+}  // namespace sonrel_tests
