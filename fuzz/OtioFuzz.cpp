@@ -62,7 +62,7 @@ otio::ImportOptions Options(Choices& choices) {
     if (const unsigned int rate = choices.Below(16); rate < 5) options.rates.rate = RATES[rate];
     const unsigned int bits = choices.Below(8);
     if ((bits & 1) != 0) options.retime = otio::Retime::Media;
-    if ((bits & 2) != 0) options.soundFrom = otio::Track::Kind::Video;
+    if ((bits & 2) != 0) options.audioFrom = otio::AudioFrom::Video;
     if ((bits & 4) != 0) options.mediaRoots = {{"/media", "/else"}, {"D:", "/d"}};
     return options;
 }

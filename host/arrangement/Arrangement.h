@@ -40,6 +40,7 @@ struct PlacedClip {
     int sourceStartFrame = 0;  ///< in-point, already divided by the clip's speed
     double speed = 1.0;
     bool muted = false;
+    bool isPicture = false;              ///< on a video track
     LevelCurve level;                    ///< key times in milliseconds from the clip's start
     std::vector<EffectRequest> effects;  ///< in the order of the chain
     Fades fades;                         ///< in frames; applied after all effects

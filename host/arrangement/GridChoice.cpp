@@ -57,7 +57,7 @@ void ReportShifts(const GridMoments& moments, const GridChoice& grid, double eng
                    (grid.limited ? "; the buffers of the sound device allow --grid " +
                                        std::to_string(grid.factor) + ", a file any grid"
                                  : std::string()),
-               shifts.count);
+               Severity::Change, shifts.count);
 }
 
 }  // namespace orlo::host::otio

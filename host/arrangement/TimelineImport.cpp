@@ -24,9 +24,11 @@ bool IsFile(const std::string& path) {
 TimelineImport Import(const Json& document, const std::string& folder,
                       const ImportOptions& options) {
     TimelineImport import;
-    Timeline timeline = ParseTimeline(document, options.soundFrom, import.report);
+    Timeline timeline = ParseTimeline(document, options.audioFrom, import.report);
     const MediaResolver resolver(folder, options.mediaRoots, IsFile);
     import.name = timeline.name;
+    import.soundKind = timeline.soundKind;
+    import.allTracks = timeline.allTracks;
     import.media = ReferencedMediaOf(document, resolver);
     const double fps = options.rates.fps
                            ? *options.rates.fps

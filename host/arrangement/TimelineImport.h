@@ -19,7 +19,7 @@ struct ImportOptions {
     RateChoice rates;
     Retime retime = Retime::Otio;
     std::vector<MediaRoot> mediaRoots;
-    Track::Kind soundFrom = Track::Kind::Audio;
+    AudioFrom audioFrom = AudioFrom::Auto;
     PictureRateOf pictureRateOf;  ///< may be empty: no media file is read then
     MediaClockOf mediaClockOf;    ///< may be empty: timecodes of media files are not used then
     std::string folder;           ///< for relative paths; empty: the folder of the document
@@ -29,6 +29,8 @@ struct ImportOptions {
 struct TimelineImport {
     std::string name;
     Arrangement arrangement;
+    Track::Kind soundKind = Track::Kind::Audio;  ///< of the tracks that sound: Audio or Video
+    std::vector<TrackSummary> allTracks;         ///< those that sound are in the arrangement
     ImportReport report;
     std::vector<ReferencedMedia> media;  ///< every local file that the document references
 };

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "host/arrangement/LevelCurves.h"
+#include "host/otio/ClipParser.h"
 #include "host/otio/JsonDocument.h"
 #include "host/shell/Text.h"
 #include "sonrel/base/Timing.h"
@@ -90,7 +91,8 @@ double TrackArranger::Duration(const Item& item, double contentSeconds) {
         if (item.kind == Item::Kind::Nested) return Retimed(item, contentSeconds);
         if (item.kind == Item::Kind::Clip) {
             report_.Add("clip", item.place,
-                        "it has neither a source_range nor an available_range and is left out");
+                        "it has neither a source_range nor an available_range and is left out",
+                        Severity::Silence);
         }
         return 0.0;
     }
@@ -240,8 +242,10 @@ void TrackArranger::PlaceItem(const Item& item, Seconds position,
                               std::shared_ptr<PlacedComposition> composition, PlacedTrack& placed) {
     Neighbour neighbour;
     const bool maySound = item.kind == Item::Kind::Clip || item.kind == Item::Kind::Nested;
-    if (item.kind == Item::Kind::Clip && !item.noMediaReason.empty()) {
-        report_.Add("clip", item.place, item.noMediaReason);
+    if (item.isSilentPicture) {
+        NoteSilentPicture(item.place, report_);
+    } else if (item.kind == Item::Kind::Clip && !item.noMediaReason.empty()) {
+        report_.Add("clip", item.place, item.noMediaReason, Severity::Silence);
     } else if (maySound && (composition != nullptr || Extent(item) != nullptr)) {
         // A muted clip still sounds through a transition. A disabled clip, or a clip whose speed
         // cannot be rendered, must not.
@@ -252,7 +256,7 @@ void TrackArranger::PlaceItem(const Item& item, Seconds position,
     } else if (item.kind == Item::Kind::Unknown) {
         report_.Add(
             item.schema.empty() ? "item without a schema" : "unknown " + Quoted(item.schema),
-            item.place, "it is not imported; its time is silent");
+            item.place, "it is not imported; its time is silent", Severity::Silence);
     }
     if (needsNextItem_) pending_.back().after = neighbour;
     needsNextItem_ = false;
@@ -305,13 +309,15 @@ bool TrackArranger::PlaceClip(const Item& item, Seconds position,
         report_.Add(what, item.place,
                     position.end > position.begin
                         ? "it is outside the source_range of its track or stack"
-                        : "it has no length and is left out");
+                        : "it has no length and is left out",
+                    Severity::Note);
         return false;
     }
     PlacedClip clip;
     clip.name = item.name;
     clip.place = item.place;
     clip.sound = item.sound;
+    clip.isPicture = item.isPicture;
     clip.speed = item.speedProblem.empty() ? item.speed : 1.0;
     clip.muted = item.muted || !item.enabled || !item.speedProblem.empty();
     if (rules_.moments != nullptr) {
@@ -325,14 +331,18 @@ bool TrackArranger::PlaceClip(const Item& item, Seconds position,
         report_.Add(what, item.place, "it is shorter than a frame and is left out");
         return false;
     }
-    if (!item.speedProblem.empty()) report_.Add(what, item.place, item.speedProblem);
+    if (!item.speedProblem.empty()) {
+        report_.Add(what, item.place, item.speedProblem, Severity::Silence);
+    }
     int droppedFrames = 0;
     if (!SetInPoint(item, cutSeconds, clip, droppedFrames)) {
-        report_.Add(what, item.place, "its in-point is out of range; it is left out");
+        report_.Add(what, item.place, "its in-point is out of range; it is left out",
+                    Severity::Silence);
         return false;
     }
     if (droppedFrames > 0) {
-        report_.Add(what, item.place, "it begins before its media and is silent until then");
+        report_.Add(what, item.place, "it begins before its media and is silent until then",
+                    Severity::Silence);
         if (droppedFrames >= clip.endFrame - clip.startFrame) return false;
         clip.startFrame += droppedFrames;
     }

@@ -58,7 +58,8 @@ void PlaceTransition(const Join& join, const TransitionLimits& limits, PlacedTra
     double in = OffsetFrames(join.inSeconds, limits.frameRate, place, report);
     double out = OffsetFrames(join.outSeconds, limits.frameRate, place, report);
     if ((!hasFrom && in > 0.0) || (!hasTo && out > 0.0)) {
-        report.Add(TRANSITION, place, "next to silence it fades on the frames of the clip only");
+        report.Add(TRANSITION, place, "next to silence it fades on the frames of the clip only",
+                   Severity::Note);
     }
     if (!hasFrom) in = 0.0;
     if (!hasTo) out = 0.0;
@@ -73,7 +74,8 @@ void PlaceTransition(const Join& join, const TransitionLimits& limits, PlacedTra
     }
     if (!span.type.empty() && span.type != "SMPTE_Dissolve") {
         report.Add(TRANSITION, place,
-                   "its type " + Quoted(span.type) + " is unknown; it is a cross-fade");
+                   "its type " + Quoted(span.type) + " is unknown; it is a cross-fade",
+                   Severity::Note);
     }
     PlacedTransition placed;
     placed.name = join.item->name;

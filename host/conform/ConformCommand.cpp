@@ -14,15 +14,17 @@ namespace orlo::host {
 
 namespace {
 
-/// The sound of the conformed and the missing media files that a timeline uses.
-MediaSounds SoundsOfInput(const std::string& input, const std::vector<MediaEntry>& entries,
-                          const std::vector<ConformTask>& tasks) {
-    std::vector<MediaUse> media;
+/// The sound of the conformed, silent and missing media files that a timeline uses.
+MediaSounds SoundsOfTimeline(const CollectedTimeline& timeline,
+                             const std::vector<MediaEntry>& entries,
+                             const std::vector<ConformTask>& tasks) {
+    std::vector<MediaUse> media = timeline.silent;
     for (const MediaEntry& entry : entries) {
-        if (entry.input != input) continue;
+        if (entry.input != timeline.input) continue;
         MediaUse use;
         use.location.path = entry.media;
-        use.sound = entry.sound;
+        use.sound = entry.clipSound;
+        use.fit = entry.fit;
         if (entry.missing) {
             use.fit.silence = MISSING_MEDIA_REASON;
         } else if (entry.task && tasks[*entry.task].result.status != FileStatus::Failed) {
@@ -43,14 +45,14 @@ void AddEntries(std::vector<CollectedTimeline>& timelines, const std::vector<Med
         const otio::Arrangement& arrangement = timeline.import.arrangement;
         otio::ImportReport& report = timeline.import.report;
         CompareWithMedia(arrangement.tracks, arrangement.frameCount, GridOf(arrangement),
-                         SoundsOfInput(timeline.input, media, tasks), report);
+                         SoundsOfTimeline(timeline, media, tasks), report);
         const Json entries = NotTakenOverJson(report);
         for (const Json& entry : entries.AsArray()) {
             Json withInput = Json::Object({{"input", timeline.input}});
             for (const auto& [key, value] : entry.AsObject()) withInput[key] = value;
             outcome.report["notTakenOver"].Append(std::move(withInput));
         }
-        if (report.Entries().empty()) continue;
+        if (report.IsEmpty()) continue;
         outcome.text += "timeline " + Quoted(timeline.input) + "\n" + NotTakenOverText(report);
     }
 }
@@ -73,7 +75,7 @@ Outcome RunConform(const GlobalOptions& global, const ConformOptions& options) {
         tasks.push_back(task);
         return tasks.size() - 1;
     };
-    MediaCollector collector(global, nullptr, options.sound.Choice(), makeTask);
+    MediaCollector collector(global, nullptr, options.sound.Choice(), options.audioFrom, makeTask);
     for (const std::string& input : options.inputs) collector.Add(input);
     const EngineSession session(global);
     Progress progress(global.progress, global.quiet);

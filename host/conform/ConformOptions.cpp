@@ -14,6 +14,7 @@ void DeclareConformOptions(CLI::App& command, ConformOptions& options) {
     DeclareJobs(command, options.jobs, "Files to convert at the same time");
     command.add_flag("--all-codecs", options.allCodecs, "Do not skip files of any codec");
     command.add_flag("--force", options.force, "Make existing files again");
+    DeclareAudioFrom(command, options.audioFrom);
     DeclareStrict(command, options.strict);
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "host/options/AudioFromOption.h"
 #include "host/options/JobsOption.h"
 #include "host/options/SoundOptions.h"
 
@@ -19,6 +20,7 @@ struct ConformOptions {
     JobsOption jobs;
     bool allCodecs = false;
     bool force = false;
+    otio::AudioFrom audioFrom = otio::AudioFrom::Auto;
     bool strict = false;
 };
 

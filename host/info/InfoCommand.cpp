@@ -15,6 +15,7 @@
 #include "host/timeline/Input.h"
 #include "host/timeline/MediaCatalog.h"
 #include "host/timeline/MediaComparison.h"
+#include "host/timeline/SoundingTracks.h"
 #include "host/timeline/Strictness.h"
 #include "host/timeline/TimelineSummary.h"
 #include "sonrel/base/Timing.h"
@@ -108,6 +109,7 @@ Outcome TimelineInfo(const GlobalOptions& global, const InfoOptions& options) {
     MediaCatalog catalog;
     ReadingChoice choice;
     choice.catalog = &catalog;
+    choice.audioFrom = options.audioFrom;
     otio::TimelineImport import = ReadTimeline(input, global, choice);
     const otio::Arrangement& arrangement = import.arrangement;
     const FrameGrid grid = GridOf(arrangement);
@@ -126,15 +128,15 @@ Outcome TimelineInfo(const GlobalOptions& global, const InfoOptions& options) {
     outcome.report["grid"] = arrangement.grid;
     outcome.report["frames"] = FramesJson(arrangement.frameCount, grid);
     outcome.report["startTimecode"] = FormatTimecode(0, grid);
-    outcome.report["tracks"] = TracksJson(arrangement.tracks, grid);
+    outcome.report["audioFrom"] = AudioFromName(import.soundKind);
+    outcome.report["tracks"] = TracksJson(import, grid);
     outcome.report["media"] = described.report.List();
     outcome.report["missing"] = MissingJson(missing);
     outcome.report["notTakenOver"] = NotTakenOverJson(import.report);
 
     outcome.text = "timeline " + Quoted(import.name) + ": " +
                    RatesText(grid, TimelineFrames(arrangement.frameCount, grid)) + "starts at " +
-                   FormatTimecode(0, grid) + "\n" +
-                   TracksText(arrangement.tracks, grid, described.taken);
+                   FormatTimecode(0, grid) + "\n" + TracksText(import, grid, described.taken);
     if (!media.empty()) outcome.text += "media\n" + described.report.Text();
     for (const MediaUse& use : missing) {
         outcome.text += "  " + OneLine(use.location.path) + "\n    missing\n";

@@ -7,6 +7,7 @@ namespace orlo::host {
 
 void DeclareInfoOptions(CLI::App& command, InfoOptions& options) {
     DeclareInput(command, options.input, "Timeline or media file");
+    DeclareAudioFrom(command, options.audioFrom);
     DeclareStrict(command, options.strict);
 }
 

@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "host/options/AudioFromOption.h"
+
 namespace CLI {
 class App;
 }  // namespace CLI
@@ -11,6 +13,7 @@ namespace orlo::host {
 
 struct InfoOptions {
     std::string input;
+    otio::AudioFrom audioFrom = otio::AudioFrom::Auto;
     bool strict = false;
 };
 

@@ -109,6 +109,8 @@ double SourceStartSeconds(const PlacedClip& clip, const FrameGrid& grid) {
     return clip.sourceStartFrame * clip.speed / grid.EngineRate();
 }
 
+Json PlacedTracksJson(const std::vector<PlacedTrack>& tracks, const FrameGrid& grid);
+
 Json ClipJson(const PlacedClip& clip, const FrameGrid& grid) {
     Json json = Json::Object({{"name", clip.name},
                               {"media", nullptr},
@@ -136,9 +138,39 @@ Json ClipJson(const PlacedClip& clip, const FrameGrid& grid) {
         json["composition"] =
             Json::Object({{"kind", clip.composition->schema},
                           {"frames", FramesJson(clip.composition->frameCount, grid)},
-                          {"tracks", TracksJson(clip.composition->tracks, grid)}});
+                          {"tracks", PlacedTracksJson(clip.composition->tracks, grid)}});
     }
     return json;
+}
+
+Json PlacedTrackJson(const PlacedTrack& track, const FrameGrid& grid) {
+    Json objects = Json::Array();
+    for (const PlacedClip& clip : track.clips) objects.Append(ClipJson(clip, grid));
+    Json transitions = Json::Array();
+    for (const PlacedTransition& transition : track.transitions) {
+        transitions.Append(TransitionJson(transition, grid));
+    }
+    Json json = Json::Object({{"name", track.name},
+                              {"muted", track.muted},
+                              {"solo", track.solo},
+                              {"audioLevel", LevelJson(track.level)},
+                              {"stereoBalance", track.stereoBalance.value_or(0.0f)},
+                              {"objects", objects},
+                              {"transitions", transitions}});
+    if (track.duck) json["duck"] = DuckJson(*track.duck);
+    return json;
+}
+
+Json PlacedTracksJson(const std::vector<PlacedTrack>& tracks, const FrameGrid& grid) {
+    Json list = Json::Array();
+    for (const PlacedTrack& track : tracks) list.Append(PlacedTrackJson(track, grid));
+    return list;
+}
+
+/// "audio", "video", or another kind as in the file.
+std::string KindText(const otio::TrackSummary& track) {
+    if (track.kind == otio::Track::Kind::Audio) return "audio";
+    return track.kind == otio::Track::Kind::Video ? "video" : track.kindName;
 }
 
 /// Builds the text of the tree.
@@ -146,17 +178,23 @@ class TreeText {
 public:
     TreeText(const FrameGrid& grid, const TakenSounds& taken) : grid_(grid), taken_(taken) {}
 
-    void Add(const std::vector<PlacedTrack>& tracks, int depth) {
-        for (std::size_t i = 0; i < tracks.size(); ++i) {
-            const PlacedTrack& track = tracks[i];
-            std::string line = "track " + std::to_string(i + 1) + " " + Quoted(track.name);
-            line += LevelText(track.level);
-            if (track.stereoBalance) line += ", balance " + FormatNumber(*track.stereoBalance, 3);
-            line += std::string(track.muted ? ", muted" : "") + (track.solo ? ", solo" : "");
-            if (track.duck) line += ", ducked by " + Quoted(track.duck->by);
-            Line(line, depth);
-            AddItems(track, depth + 1);
-        }
+    /// @param kind  added to the line; may be empty
+    void AddTrack(const PlacedTrack& track, std::size_t number, const std::string& kind,
+                  int depth) {
+        std::string line = "track " + std::to_string(number) + " " + Quoted(track.name) + kind;
+        line += LevelText(track.level);
+        if (track.stereoBalance) line += ", balance " + FormatNumber(*track.stereoBalance, 3);
+        line += std::string(track.muted ? ", muted" : "") + (track.solo ? ", solo" : "");
+        if (track.duck) line += ", ducked by " + Quoted(track.duck->by);
+        Line(line, depth);
+        AddItems(track, depth + 1);
+    }
+
+    void AddSilentTrack(const otio::TrackSummary& track, std::size_t number) {
+        Line("track " + std::to_string(number) + " " + Quoted(track.name) + ", " +
+                 OneLine(KindText(track)) + ", not heard, " + std::to_string(track.clips) +
+                 (track.clips == 1 ? " clip" : " clips"),
+             0);
     }
 
     std::string Take() { return std::move(text_); }
@@ -200,7 +238,12 @@ private:
         Line(line, depth);
         for (const otio::EffectRequest& effect : clip.effects) Line(EffectText(effect), depth + 1);
         if (clip.fades.Exist()) Line(FadeText(clip.fades, grid_), depth + 1);
-        if (clip.composition != nullptr) Add(clip.composition->tracks, depth + 1);
+        if (clip.composition != nullptr) AddInnerTracks(*clip.composition, depth + 1);
+    }
+
+    void AddInnerTracks(const otio::PlacedComposition& composition, int depth) {
+        std::size_t number = 0;
+        for (const PlacedTrack& track : composition.tracks) AddTrack(track, ++number, {}, depth);
     }
 
     const FrameGrid grid_;
@@ -219,32 +262,34 @@ Json FramesJson(int engineFrames, const FrameGrid& grid) {
     return TimelineFrames(engineFrames, grid);
 }
 
-Json TracksJson(const std::vector<PlacedTrack>& tracks, const FrameGrid& grid) {
+Json TracksJson(const otio::TimelineImport& import, const FrameGrid& grid) {
     Json list = Json::Array();
-    for (const PlacedTrack& track : tracks) {
-        Json objects = Json::Array();
-        for (const PlacedClip& clip : track.clips) objects.Append(ClipJson(clip, grid));
-        Json transitions = Json::Array();
-        for (const PlacedTransition& transition : track.transitions) {
-            transitions.Append(TransitionJson(transition, grid));
-        }
-        Json json = Json::Object({{"name", track.name},
-                                  {"muted", track.muted},
-                                  {"solo", track.solo},
-                                  {"audioLevel", LevelJson(track.level)},
-                                  {"stereoBalance", track.stereoBalance.value_or(0.0f)},
-                                  {"objects", objects},
-                                  {"transitions", transitions}});
-        if (track.duck) json["duck"] = DuckJson(*track.duck);
-        list.Append(std::move(json));
+    std::size_t next = 0;
+    for (const otio::TrackSummary& summary : import.allTracks) {
+        Json track = Json::Object(
+            {{"name", summary.name}, {"objects", Json::Array()}, {"transitions", Json::Array()}});
+        if (summary.sounds) track = PlacedTrackJson(import.arrangement.tracks.at(next++), grid);
+        track["kind"] = KindText(summary);
+        track["sounds"] = summary.sounds;
+        track["clips"] = summary.clips;
+        list.Append(std::move(track));
     }
     return list;
 }
 
-std::string TracksText(const std::vector<PlacedTrack>& tracks, const FrameGrid& grid,
+std::string TracksText(const otio::TimelineImport& import, const FrameGrid& grid,
                        const TakenSounds& taken) {
     TreeText tree(grid, taken);
-    tree.Add(tracks, 0);
+    std::size_t next = 0;
+    std::size_t number = 0;
+    for (const otio::TrackSummary& summary : import.allTracks) {
+        if (!summary.sounds) {
+            tree.AddSilentTrack(summary, ++number);
+            continue;
+        }
+        const bool isVideo = summary.kind == otio::Track::Kind::Video;
+        tree.AddTrack(import.arrangement.tracks.at(next++), ++number, isVideo ? ", video" : "", 0);
+    }
     return tree.Take();
 }
 

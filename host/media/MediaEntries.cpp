@@ -100,35 +100,52 @@ void MediaCollector::Add(const std::string& input) {
             AddMedia(input, AbsolutePath(input), sound_, RateFor(global_));
         }
     } catch (const JobError& error) {
-        entries.push_back({input, {}, {}, RateFor(global_), std::nullopt, error.what(), false});
+        MediaEntry entry;
+        entry.input = input;
+        entry.rate = RateFor(global_);
+        entry.error = error.what();
+        entries.push_back(std::move(entry));
     }
 }
 
 void MediaCollector::AddTimeline(const std::string& input) {
-    otio::TimelineImport import = ReadTimeline(input, global_);
-    if (guard_ != nullptr) ProtectTimeline(input, import, *guard_);
-    const int rate = import.arrangement.rate;
-    for (const MediaUse& use : CollectMedia(import.arrangement.tracks)) {
+    ReadingChoice choice;
+    choice.audioFrom = audioFrom_;
+    CollectedTimeline timeline{input, ReadTimeline(input, global_, choice), {}};
+    const otio::Arrangement& arrangement = timeline.import.arrangement;
+    if (guard_ != nullptr) ProtectTimeline(input, timeline.import, *guard_);
+    for (const MediaUse& use : CollectMedia(arrangement.tracks)) {
         if (IsMissing(use.location)) {
-            AddMissing(input, use, rate);
+            AddMissing(input, use, arrangement.rate);
         } else {
-            AddClipMedia(input, use, rate);
+            AddClipMedia(timeline, use);
         }
     }
-    timelines.push_back({input, std::move(import)});
+    timelines.push_back(std::move(timeline));
 }
 
-void MediaCollector::AddClipMedia(const std::string& input, const MediaUse& use, int rate) {
-    AddMedia(input, use.location.path, use.sound, rate);
-    if (entries.back().error.empty() || !IsStereoOfMono(use.location.path, use.sound)) return;
-    entries.pop_back();
-    AddMedia(input, use.location.path, {}, rate);
+void MediaCollector::AddClipMedia(CollectedTimeline& timeline, const MediaUse& use) {
+    const int rate = timeline.import.arrangement.rate;
+    AddMedia(timeline.input, use.location.path, use.sound, rate);
+    if (entries.back().error.empty()) return;
+    const SoundFit fit = FitOfFile(use.location.path, use.sound);
+    if (fit.silence == NO_SOUND_REASON) {
+        entries.pop_back();
+        timeline.silent.push_back(use);
+        timeline.silent.back().fit = fit;
+    } else if (!fit.note.empty()) {
+        entries.pop_back();
+        AddMedia(timeline.input, use.location.path, {}, rate);
+        entries.back().clipSound = use.sound;
+        entries.back().fit = fit;
+    }
 }
 
 void MediaCollector::AddMissing(const std::string& input, const MediaUse& use, int rate) {
     const std::string error =
         global_.allowMissing ? std::string() : MissingMediaClause(input, {use});
-    entries.push_back({input, use.location.path, use.sound, rate, std::nullopt, error, true});
+    MediaEntry entry{input, use.location.path, use.sound, rate, std::nullopt, error, true};
+    entries.push_back(std::move(entry));
 }
 
 void MediaCollector::AddMedia(const std::string& input, const std::string& path,

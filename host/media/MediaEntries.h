@@ -26,12 +26,16 @@ struct MediaEntry {
     std::optional<std::size_t> task;  ///< empty when the entry failed before a task existed
     std::string error;
     bool missing = false;  ///< a media file of a timeline that does not exist
+    /// The sound that the clips ask for, where it is not @c sound, and why.
+    zrh::media::SoundChoice clipSound = sound;
+    SoundFit fit = {};
 };
 
 /// A timeline among the inputs of a command.
 struct CollectedTimeline {
     std::string input;
     otio::TimelineImport import;
+    std::vector<MediaUse> silent;  ///< media files without sound, which have no entry
 };
 
 /// Collects the sounds that the inputs of a command refer to. An input that cannot be read becomes
@@ -45,10 +49,16 @@ public:
                                                const zrh::media::SoundChoice& sound, int rate)>;
 
     /// @param guard  protects the inputs; null for a command without outputs
-    /// @param sound  of the inputs that are media files
+    /// @param sound      of the inputs that are media files
+    /// @param audioFrom  the tracks of the inputs that are timelines
     MediaCollector(const GlobalOptions& global, OutputGuard* guard,
-                   const zrh::media::SoundChoice& sound, MakeTask makeTask)
-        : global_(global), guard_(guard), sound_(sound), makeTask_(std::move(makeTask)) {}
+                   const zrh::media::SoundChoice& sound, otio::AudioFrom audioFrom,
+                   MakeTask makeTask)
+        : global_(global),
+          guard_(guard),
+          sound_(sound),
+          audioFrom_(audioFrom),
+          makeTask_(std::move(makeTask)) {}
 
     void Add(const std::string& input);
 
@@ -57,7 +67,7 @@ public:
 
 private:
     void AddTimeline(const std::string& input);
-    void AddClipMedia(const std::string& input, const MediaUse& use, int rate);
+    void AddClipMedia(CollectedTimeline& timeline, const MediaUse& use);
     void AddMissing(const std::string& input, const MediaUse& use, int rate);
     void AddMedia(const std::string& input, const std::string& path,
                   const zrh::media::SoundChoice& sound, int rate);
@@ -66,6 +76,7 @@ private:
     const GlobalOptions& global_;
     OutputGuard* guard_;
     zrh::media::SoundChoice sound_;
+    otio::AudioFrom audioFrom_;
     MakeTask makeTask_;
     std::map<std::tuple<std::string, zrh::media::SoundChoice, int>, std::size_t> known_;
 };

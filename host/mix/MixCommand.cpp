@@ -29,6 +29,7 @@
 #include "host/timeline/Input.h"
 #include "host/timeline/MediaComparison.h"
 #include "host/timeline/Positions.h"
+#include "host/timeline/SoundingTracks.h"
 #include "host/timeline/Strictness.h"
 #include "host/timeline/TimelineSummary.h"
 #include "sonrel/base/Timing.h"
@@ -94,7 +95,7 @@ public:
     TimelineMix(const GlobalOptions& global, const MixOptions& options)
         : global_(global),
           options_(options),
-          import_(ReadTimeline(options.input, global, {options.soundFromVideo, options.retime})),
+          import_(ReadTimeline(options.input, global, {options.audioFrom, options.retime})),
           grid_(GridOf(import_.arrangement)),
           nested_(WantedComposition(import_.arrangement, options)),
           media_(CollectMedia(nested_ != nullptr ? nested_->composition->tracks
@@ -111,11 +112,7 @@ public:
 
     Outcome Run() {
         const long long total = zrtl::TotalSamples(FrameCount(), grid_.rate, grid_.EngineRate());
-        if (total == 0) {
-            throw JobError((nested_ != nullptr ? "the nested item " + Quoted(nested_->name)
-                                               : "the timeline " + Quoted(options_.input)) +
-                           " has no length: there is nothing to mix");
-        }
+        if (total == 0) RefuseEmpty();
         span_ = ParseSpan(options_.from, options_.to, grid_, total);
         if (options_.part) RequireBlocks(MixBlocks(Range()), *options_.part);
         ClaimOutputs();
@@ -125,13 +122,19 @@ public:
         // removed.
         if (options_.strict) {
             PrepareMedia();
-            if (!import_.report.Entries().empty()) return RefuseEntries();
+            if (!import_.report.IsEmpty()) return RefuseEntries();
         }
         Mix();
         return Report();
     }
 
 private:
+    [[noreturn]] void RefuseEmpty() const {
+        if (nested_ == nullptr) RefuseEmptyTimeline(options_.input, import_, "mix");
+        throw JobError("the nested item " + Quoted(nested_->name) +
+                       " has no length: there is nothing to mix");
+    }
+
     void ClaimOutputs() {
         ProtectCache(global_, guard_);
         ProtectTimeline(options_.input, import_, guard_);
@@ -140,10 +143,16 @@ private:
         for (const std::string& stem : stemPaths_) guard_.Claim(stem);
     }
 
-    /// The result of a mix that was not written.
-    Outcome Refused() {
+    Outcome NewOutcome() const {
         Outcome outcome;
         outcome.report = ReportHead(options_, grid_, true);
+        outcome.report["audioFrom"] = AudioFromName(import_.soundKind);
+        return outcome;
+    }
+
+    /// The result of a mix that was not written.
+    Outcome Refused() {
+        Outcome outcome = NewOutcome();
         for (const std::string& name : trackNames_) {
             outcome.report["tracks"].Append(SignalJson({name, {}, {}, {}}, grid_));
         }
@@ -264,9 +273,8 @@ private:
     }
 
     Outcome Report() {
-        Outcome outcome;
+        Outcome outcome = NewOutcome();
         const long long samples = MixBlocks(Range()).PartSpan().Count();
-        outcome.report = ReportHead(options_, grid_, true);
         outcome.report["output"] = options_.output;
         outcome.report["samples"] = samples;
         if (options_.stems) outcome.report["stems"] = stemPaths_;

@@ -74,11 +74,7 @@ void DeclareSource(CLI::App& command, MixOptions& options) {
         ->type_name("MODE")
         ->transform(
             OneOf<otio::Retime>({{"otio", otio::Retime::Otio}, {"media", otio::Retime::Media}}));
-    command
-        .add_option("--audio-from", options.soundFromVideo,
-                    "Tracks to mix: audio or video (default: audio)")
-        ->type_name("KIND")
-        ->transform(OneOf<bool>({{"audio", false}, {"video", true}}));
+    DeclareAudioFrom(command, options.audioFrom);
 }
 
 void DeclareLoudness(CLI::App& command, MixOptions& options) {

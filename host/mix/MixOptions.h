@@ -6,6 +6,7 @@
 
 #include "host/arrangement/Arrangement.h"
 #include "host/mix/MixBlocks.h"
+#include "host/options/AudioFromOption.h"
 #include "host/options/DitherChoice.h"
 #include "host/options/JobsOption.h"
 #include "host/options/SoundOptions.h"
@@ -38,7 +39,7 @@ struct MixOptions {
     JobsOption jobs;
     bool failOnClip = false;
     bool strict = false;
-    bool soundFromVideo = false;
+    otio::AudioFrom audioFrom = otio::AudioFrom::Auto;
     bool overwrite = false;  ///< whether write-protected files may be replaced
 };
 

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "host/otio/ClipParser.h"
 
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+
 #include "host/otio/ChannelMappings.h"
 #include "host/otio/Fields.h"
 #include "host/otio/SoundParser.h"
@@ -9,6 +13,24 @@
 namespace orlo::host::otio {
 
 namespace {
+
+/// Whether a file is a still image by its name. The files of stills may be missing: they have no
+/// sound.
+bool IsStillImage(const std::string& url) {
+    constexpr std::string_view STILLS[] = {
+        ".ai",  ".avif", ".bmp",  ".cin",  ".cr2",  ".dds",  ".dng",  ".dpx", ".exr", ".gif",
+        ".hdr", ".heic", ".heif", ".ico",  ".j2k",  ".jp2",  ".jpeg", ".jpg", ".jxl", ".pbm",
+        ".pcx", ".pdf",  ".pgm",  ".pict", ".png",  ".pnm",  ".ppm",  ".psb", ".psd", ".qoi",
+        ".sgi", ".svg",  ".tga",  ".tif",  ".tiff", ".webp", ".xbm",  ".xpm"};
+    const std::size_t dot = std::min(url.rfind('.'), url.size());
+    const std::string extension = LowerCase(url.substr(dot));
+    return std::find(std::begin(STILLS), std::end(STILLS), extension) != std::end(STILLS);
+}
+
+void SetSilentPicture(Item& item) {
+    item.isSilentPicture = true;
+    item.noMediaReason = "its media has no sound";
+}
 
 void ParseMedia(const Json& clip, Item& item, ImportReport& report) {
     const Json* reference = ActiveReference(clip);
@@ -20,6 +42,7 @@ void ParseMedia(const Json& clip, Item& item, ImportReport& report) {
         if (media.url.empty()) {
             item.noMediaReason = "its media reference does not name a file; it is silent";
         }
+        if (item.isPicture && IsStillImage(media.url)) SetSilentPicture(item);
         item.media = std::move(media);
         return;
     }
@@ -28,7 +51,10 @@ void ParseMedia(const Json& clip, Item& item, ImportReport& report) {
         item.media =
             MediaReference{{}, RangeMember(*reference, "available_range", item.place, report)};
     }
-    if (schema.empty() || schema == "MissingReference") {
+    const bool isGenerated = schema == "GeneratorReference" || schema == "ImageSequenceReference";
+    if (item.isPicture && isGenerated) {
+        SetSilentPicture(item);
+    } else if (schema.empty() || schema == "MissingReference") {
         item.noMediaReason = "it has no media file; it is silent";
     } else if (schema == "GeneratorReference") {
         item.noMediaReason = "its media reference is a generator; it is silent";
@@ -47,6 +73,10 @@ void ParseClip(const Json& clip, Item& item, ImportReport& report) {
     ParseMedia(clip, item, report);
     ParseChannelMappings(clip, item, report);
     ParseSound(clip, item, report);
+}
+
+void NoteSilentPicture(const SourceLocation& place, ImportReport& report) {
+    report.Add("clip on a video track", place, "its media has no sound", Severity::Note);
 }
 
 }  // namespace orlo::host::otio

@@ -7,46 +7,65 @@ namespace orlo::host::otio {
 
 namespace {
 
-constexpr std::size_t NAMED_ITEMS = 8;
+constexpr std::size_t NAMED_PLACES = 8;
+/// Places of nested items are long. Further places are not named when the text has this size.
+constexpr std::size_t MAX_PLACES_SIZE = 400;
 
 }  // namespace
 
-std::string ToText(const SourceLocation& place) {
-    if (place.track.empty()) return place.item.empty() ? "the timeline" : place.item;
-    return place.item.empty() ? place.track : place.track + ", " + place.item;
+const char* SeverityName(Severity severity) {
+    switch (severity) {
+        case Severity::Silence:
+            return "silence";
+        case Severity::Change:
+            return "change";
+        case Severity::Note:
+            break;
+    }
+    return "note";
 }
 
 void ImportReport::Add(const std::string& what, const SourceLocation& place,
-                       const std::string& reason, int count) {
-    // Reports about whole tracks share one group; items are grouped by track.
-    const std::string group = place.item.empty() ? std::string() : place.track;
-    const std::string key = what + '\0' + reason + '\0' + group;
+                       const std::string& reason, Severity severity, int count) {
+    const std::string key = what + '\0' + reason + '\0' + SeverityName(severity);
     const auto [at, isNew] = index_.try_emplace(key, groups_.size());
-    if (isNew) groups_.push_back({what, reason, group, {}, 0});
+    if (isNew) groups_.push_back({what, reason, severity, {}, 0});
     Group& entry = groups_[at->second];
     entry.count += count;
-    if (entry.items.size() >= NAMED_ITEMS) return;
-    const std::string item =
-        place.item.empty() ? ToText(place) : (group.empty() ? ToText(place) : place.item);
-    if (std::find(entry.items.begin(), entry.items.end(), item) == entry.items.end()) {
-        entry.items.push_back(item);
+    if (entry.places.size() >= NAMED_PLACES) return;
+    if (std::find(entry.places.begin(), entry.places.end(), place) != entry.places.end()) return;
+    entry.places.push_back(place);
+}
+
+/// "track 1, item 2, item 4; track 2, item 1": a track is named at its first item.
+std::string ImportReport::PlacesText(const Group& group) {
+    std::string text;
+    const SourceLocation* last = nullptr;
+    for (const SourceLocation& place : group.places) {
+        const bool isSameTrack =
+            last != nullptr && !place.item.empty() && last->track == place.track;
+        const std::string next = isSameTrack ? place.item : ToText(place);
+        if (last != nullptr && text.size() + next.size() > MAX_PLACES_SIZE) {
+            return text + " and more";
+        }
+        if (last != nullptr) text += isSameTrack || place.item.empty() ? ", " : "; ";
+        text += next;
+        last = &place;
     }
+    const bool hasMore =
+        group.places.size() == NAMED_PLACES && group.count > static_cast<int>(NAMED_PLACES);
+    return hasMore ? text + " and more" : text;
 }
 
 std::vector<ImportReport::Entry> ImportReport::Entries() const {
     std::vector<Entry> entries;
     entries.reserve(groups_.size());
     for (const Group& group : groups_) {
-        std::string where = group.track;
-        for (const std::string& item : group.items) {
-            if (!where.empty()) where += ", ";
-            where += item;
-        }
-        if (group.items.size() == NAMED_ITEMS && group.count > static_cast<int>(NAMED_ITEMS)) {
-            where += " and more";
-        }
-        entries.push_back({group.what, where, group.reason, group.count});
+        entries.push_back(
+            {group.what, PlacesText(group), group.reason, group.count, group.severity});
     }
+    std::stable_sort(entries.begin(), entries.end(),
+                     [](const Entry& a, const Entry& b) { return a.severity < b.severity; });
     return entries;
 }
 

@@ -5,16 +5,19 @@
 #include <string>
 #include <vector>
 
+#include "host/otio/SourceLocation.h"
+
 namespace orlo::host::otio {
 
-/// A place in a timeline, as text for messages: a track, or an item on a track.
-struct SourceLocation {
-    std::string track;  ///< "track 2 'Music'"; empty for the timeline itself
-    std::string item;   ///< "item 3 'chorus'"; empty for the track itself
+/// The consequence of an entry for the sound, the most important first.
+enum class Severity {
+    Silence,  ///< sound is not heard
+    Change,   ///< sound may differ: its level, place, channels, effects or transitions
+    Note      ///< the sound is as intended
 };
 
-/// "track 2 'Music', item 3 'chorus'", or "the timeline".
-std::string ToText(const SourceLocation& place);
+/// "silence", "change" or "note".
+const char* SeverityName(Severity severity);
 
 /// List of the parts of a timeline that an import left out, changed or guessed. Every such part has
 /// an entry.
@@ -22,27 +25,33 @@ class ImportReport {
 public:
     struct Entry {
         std::string what;    ///< kind of the part: "transition", "effect 'Blur'"
-        std::string where;   ///< the place, or the first of several places
+        std::string where;   ///< the first places, at most eight
         std::string reason;  ///< the reason and the consequence
         int count = 0;
+        Severity severity = Severity::Change;
     };
 
-    /// Adds a part. Parts of the same kind with the same reason on the same track share an entry.
+    /// Adds a part. Parts of the same kind with the same reason and severity share an entry.
     /// @param count  number of parts, of which @p place is one
     void Add(const std::string& what, const SourceLocation& place, const std::string& reason,
-             int count = 1);
+             Severity severity = Severity::Change, int count = 1);
 
-    /// The entries in the order of their first part.
+    /// The entries, the most important first, and those of one severity in the order of their first
+    /// part.
     std::vector<Entry> Entries() const;
+
+    bool IsEmpty() const { return groups_.empty(); }
 
 private:
     struct Group {
         std::string what;
         std::string reason;
-        std::string track;
-        std::vector<std::string> items;
+        Severity severity = Severity::Change;
+        std::vector<SourceLocation> places;
         int count = 0;
     };
+
+    static std::string PlacesText(const Group& group);
 
     std::vector<Group> groups_;
     std::map<std::string, std::size_t> index_;

@@ -16,7 +16,8 @@ namespace {
 constexpr double SECONDS_PER_DAY = 24.0 * 3600.0;
 
 void NoteUnusable(ImportReport& report) {
-    report.Add("global_start_time", {}, "it is not a usable time; timecodes count from 0");
+    report.Add("global_start_time", {}, "it is not a usable time; timecodes count from 0",
+               Severity::Note);
 }
 
 std::optional<double> NumberOf(const Json& object, const char* key) {

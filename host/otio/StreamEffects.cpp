@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "host/otio/StreamEffects.h"
 
+#include <algorithm>
 #include <map>
 #include <string>
 #include <string_view>
 
 #include "host/otio/Fields.h"
 #include "host/shell/SoundText.h"
+#include "host/shell/Text.h"
 
 namespace orlo::host::otio {
 
@@ -23,10 +25,7 @@ constexpr const char* STREAM_EFFECT = "stream effect";
 /// The containers whose streams are counted as channels.
 bool CountsChannels(std::string_view url) {
     const std::size_t dot = url.rfind('.');
-    std::string ending;
-    for (const char letter : dot == std::string_view::npos ? std::string_view() : url.substr(dot)) {
-        ending += static_cast<char>(letter >= 'A' && letter <= 'Z' ? letter | 0x20 : letter);
-    }
+    const std::string ending = LowerCase(url.substr(std::min(dot, url.size())));
     for (const char* known : {".wav", ".wave", ".bwf", ".rf64", ".w64", ".aif", ".aiff", ".caf"}) {
         if (ending == known) return true;
     }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
@@ -17,6 +18,11 @@ namespace orlo::host::otio {
 /// Range of speeds at which a source is rendered. Outside it sound is not recognisable.
 constexpr double MIN_SPEED = 0.01;
 constexpr double MAX_SPEED = 100.0;
+
+/// The tracks that sound.
+/// Auto: the audio tracks of a stack if there are any, else its video tracks. In a timeline with
+/// audio tracks only audio tracks sound, in nested items too.
+enum class AudioFrom { Auto, Audio, Video };
 
 struct RationalTime {
     double value = 0.0;
@@ -93,9 +99,11 @@ struct Item {
     SourceLocation place;
     std::optional<TimeRange> sourceRange;
     bool enabled = true;
+    bool isPicture = false;  ///< on a video track, where media without sound are usual
 
     std::optional<MediaReference> media;
     std::string noMediaReason;      ///< set when a clip has no media file with sound
+    bool isSilentPicture = false;   ///< its media are pictures without sound
     zrh::media::SoundChoice sound;  ///< of the media file; may contain ANY_STREAM and OfFile
     SoundSetting soundSetting;      ///< the part of the sound that our own metadata choose
     int sourceTrack = 0;            ///< channel of an FCP 7 clip, from 1; 0 for other clips
@@ -132,6 +140,15 @@ struct Track {
     std::vector<Item> items;
 };
 
+/// A child of the top stack, whether it sounds or not.
+struct TrackSummary {
+    std::string name;
+    Track::Kind kind = Track::Kind::Other;
+    std::string kindName;   ///< as in the file; empty for a child that is not a track
+    std::size_t clips = 0;  ///< nested items included
+    bool sounds = false;
+};
+
 /// The picture rates in a document, from which its frame rate is chosen.
 struct RateVotes {
     std::optional<double> start;  ///< of the global_start_time
@@ -148,7 +165,9 @@ struct Timeline {
     RationalTime startTime;  ///< global_start_time; its rate is above 0 unless its value is 0
     bool dropFrame = false;  ///< a timecode in the metadata is drop-frame
     Level masterLevel;
-    std::vector<Track> tracks;
+    Track::Kind soundKind = Track::Kind::Audio;  ///< of the tracks that sound: Audio or Video
+    std::vector<Track> tracks;                   ///< the tracks that sound
+    std::vector<TrackSummary> allTracks;
 };
 
 }  // namespace orlo::host::otio

@@ -13,9 +13,8 @@ namespace orlo::host::otio {
 /// The top may be a Timeline, a Stack, a Track, a Clip or a SerializableCollection. Schema names
 /// count and their versions do not. Unknown objects and tracks of another kind are reported and
 /// ignored.
-/// @param wanted  kind of the tracks that sound: Audio or Video
 /// @throws DocumentError when the document has another top, or when a number or list that
 ///         determines positions has another type
-Timeline ParseTimeline(const Json& document, Track::Kind wanted, ImportReport& report);
+Timeline ParseTimeline(const Json& document, AudioFrom from, ImportReport& report);
 
 }  // namespace orlo::host::otio

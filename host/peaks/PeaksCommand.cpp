@@ -43,7 +43,8 @@ Work CollectWork(const GlobalOptions& global, const PeaksOptions& options, Outpu
         work.tasks.push_back(PeakTaskFor(work.manager, path, sound));
         return work.tasks.size() - 1;
     };
-    MediaCollector collector(global, &guard, options.sound.Choice(), makeTask);
+    MediaCollector collector(global, &guard, options.sound.Choice(), otio::AudioFrom::Auto,
+                             makeTask);
     for (const std::string& input : options.inputs) collector.Add(input);
     work.entries = std::move(collector.entries);
     for (MediaEntry& entry : work.entries) {

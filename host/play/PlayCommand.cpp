@@ -19,6 +19,7 @@
 #include "host/shell/Text.h"
 #include "host/timeline/Input.h"
 #include "host/timeline/MediaComparison.h"
+#include "host/timeline/SoundingTracks.h"
 #include "host/timeline/Strictness.h"
 #include "sonrel/base/Timing.h"
 #include "sonrel/mixer/AudioMixer.h"
@@ -46,6 +47,7 @@ struct PlayTarget {
 PlayTarget TimelineTarget(const GlobalOptions& global, const PlayOptions& options) {
     PlayTarget target;
     ReadingChoice choice;
+    choice.audioFrom = options.audioFrom;
     if (options.output == PlayOutput::DEVICE) {
         choice.gridLimit = [bufferMs = options.bufferMs](int rate) {
             return PlayOutput::MaxFrameRate(rate, bufferMs);
@@ -56,10 +58,7 @@ PlayTarget TimelineTarget(const GlobalOptions& global, const PlayOptions& option
     target.grid = GridOf(arrangement);
     target.total =
         zrtl::TotalSamples(arrangement.frameCount, target.grid.rate, target.grid.EngineRate());
-    if (target.total == 0) {
-        throw JobError("the timeline " + Quoted(options.input) +
-                       " has no length: there is nothing to play");
-    }
+    if (target.total == 0) RefuseEmptyTimeline(options.input, target.import, "play");
     target.trackNames = TrackNames(arrangement);
     target.media = CollectMedia(arrangement.tracks);
     const std::vector<MediaUse> missing = MissingMedia(target.media);
@@ -101,7 +100,7 @@ public:
             ConformAll(session, target_.media, target_.grid.rate, progress);
         }
         Complete();
-        if (options_.strict && !target_.import.report.Entries().empty()) return RefuseEntries();
+        if (options_.strict && !target_.import.report.IsEmpty()) return RefuseEntries();
         Duck();
         const long long begin = FirstSample();
         PlayOutput output(options_.output, guard_, target_.grid.rate, MaxFrames(begin),
@@ -214,6 +213,9 @@ private:
         outcome.report["lastFrame"] =
             lastFrame_ == PlaybackEngine::NO_FRAME ? Json() : Json(lastFrame_);
         outcome.report["samples"] = options_.output == PlayOutput::DEVICE ? Json() : Json(samples);
+        if (!target_.asset) {
+            outcome.report["audioFrom"] = AudioFromName(target_.import.soundKind);
+        }
         outcome.report["notTakenOver"] = NotTakenOverJson(target_.import.report);
         return outcome;
     }

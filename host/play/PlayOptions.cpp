@@ -24,6 +24,7 @@ void DeclarePlayOptions(CLI::App& command, PlayOptions& options) {
                     "Buffer of the sound device in ms, 5 to 500 (default: 40)")
         ->type_name("MS")
         ->transform(WholeNumber(5, 500));
+    DeclareAudioFrom(command, options.audioFrom);
     DeclareSound(command, options.sound);
     DeclareDither(command, options.dither, options.seed);
     DeclareStrict(command, options.strict);

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "host/options/AudioFromOption.h"
 #include "host/options/DitherChoice.h"
 #include "host/options/SoundOptions.h"
 
@@ -15,6 +16,7 @@ namespace orlo::host {
 struct PlayOptions {
     std::string input;
     std::string from;
+    otio::AudioFrom audioFrom = otio::AudioFrom::Auto;
     SoundOptions sound;  ///< of a media file
     bool reverse = false;
     int speed = 1;

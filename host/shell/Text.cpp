@@ -73,6 +73,14 @@ std::string Quoted(std::string_view text) {
     return '\'' + OneLine(text) + '\'';
 }
 
+std::string LowerCase(std::string_view text) {
+    std::string lower(text);
+    for (char& letter : lower) {
+        if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter | 0x20);
+    }
+    return lower;
+}
+
 std::optional<double> ParseDecimal(std::string_view text) {
     const bool digitsAndPoint = std::all_of(text.begin(), text.end(), [](char character) {
         return IsDigit(character) || character == '.';

@@ -14,6 +14,9 @@ std::string OneLine(std::string_view text);
 /// A path or name in quotation marks, made safe by OneLine.
 std::string Quoted(std::string_view text);
 
+/// A text with the letters A to Z in lower case.
+std::string LowerCase(std::string_view text);
+
 /// Parses a plain decimal number, "12" or "12.5", without sign, exponent or blanks. The result does
 /// not depend on the locale.
 /// @return a finite number; nullopt for any other text

@@ -36,22 +36,12 @@ using project::MediaAsset;
 constexpr int DEFAULT_RATE = 48000;
 constexpr double DEFAULT_FPS = 25.0;
 
-constexpr const char* NO_SOUND_REASON = "its media file has no sound";
-
 /// Why a file does not have the chosen sound; empty where it has, and where it cannot be read.
 std::string ProblemOf(const std::string& path, const zrh::media::SoundChoice& sound) {
     if (sound == zrh::media::SoundChoice() || Interrupted()) return {};
     zrh::media::MediaInfo info;
     if (zrh::media::DescribeMedia(WidePath(path), &info) != 0) return {};
     return SoundProblem(info, sound);
-}
-
-/// The fit of a file; empty where it cannot be read.
-SoundFit FitOf(const std::string& path, const zrh::media::SoundChoice& sound) {
-    if (sound == zrh::media::SoundChoice() || Interrupted()) return {};
-    zrh::media::MediaInfo info;
-    if (zrh::media::DescribeMedia(WidePath(path), &info) != 0) return {};
-    return host::FitOf(info, sound);
 }
 
 /// The first reason why a stream of a file cannot be read; @p otherwise when all can be read.
@@ -83,7 +73,7 @@ std::shared_ptr<MediaAsset> ImportUse(project::Project& project, MediaUse& use) 
         if (!asset->HasAudio()) use.fit.silence = NO_SOUND_REASON;
         return asset;
     } catch (const zrh::media::ZRMediaException& error) {
-        use.fit = FitOf(path, use.sound);
+        if (use.sound != zrh::media::SoundChoice()) use.fit = FitOfFile(path, use.sound);
         if (!use.fit.note.empty()) {
             return project::ImportMediaAsset(project.Manager(), WidePath(path));
         }
@@ -151,8 +141,7 @@ otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions&
     importOptions.mediaClockOf = [&](const std::string& path, double fps) {
         return catalog.ClockOf(path, fps);
     };
-    importOptions.soundFrom =
-        choice.soundFromVideo ? otio::Track::Kind::Video : otio::Track::Kind::Audio;
+    importOptions.audioFrom = choice.audioFrom;
     try {
         otio::TimelineImport import = ImportInput(input, options, importOptions);
         DropRefusedEffects(import);
@@ -172,11 +161,6 @@ otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions&
 FrameGrid GridOf(const otio::Arrangement& arrangement) {
     return {arrangement.rate, arrangement.fps, arrangement.grid, arrangement.startFrame,
             arrangement.dropFrame};
-}
-
-bool IsStereoOfMono(const std::string& path, const zrh::media::SoundChoice& sound) {
-    zrh::media::MediaInfo info;
-    return zrh::media::DescribeMedia(WidePath(path), &info) == 0 && IsStereoOfMono(info, sound);
 }
 
 std::vector<MediaUse> CollectMedia(const std::vector<otio::PlacedTrack>& tracks) {
@@ -260,7 +244,9 @@ void ImportMedia(project::Project& project, std::vector<MediaUse>& media) {
 SoundFit FitOf(const zrh::media::MediaInfo& info, const zrh::media::SoundChoice& sound) {
     const std::string problem = SoundProblem(info, sound);
     if (problem.empty()) return {};
-    if (sound == zrh::media::SoundChoice()) return {NO_SOUND_REASON, {}};
+    if (zrh::media::FindStream(info, zrh::media::MediaStreamKind::Audio, 0) == nullptr) {
+        return {NO_SOUND_REASON, {}};
+    }
     if (IsStereoOfMono(info, sound)) {
         return {{},
                 "it uses left and right, and its media file has one channel, which sounds on both "
@@ -268,6 +254,12 @@ SoundFit FitOf(const zrh::media::MediaInfo& info, const zrh::media::SoundChoice&
     }
     return {"it uses " + ClauseOf(sound) + ", and its media file " + problem + "; it is silent",
             {}};
+}
+
+SoundFit FitOfFile(const std::string& path, const zrh::media::SoundChoice& sound) {
+    zrh::media::MediaInfo info;
+    if (Interrupted() || zrh::media::DescribeMedia(WidePath(path), &info) != 0) return {};
+    return FitOf(info, sound);
 }
 
 std::shared_ptr<MediaAsset> ImportMediaFile(project::Project& project, const std::string& path,
@@ -301,7 +293,8 @@ Json NotTakenOverJson(const otio::ImportReport& report) {
         list.Append(Json::Object({{"what", entry.what},
                                   {"where", entry.where},
                                   {"reason", entry.reason},
-                                  {"count", entry.count}}));
+                                  {"count", entry.count},
+                                  {"severity", otio::SeverityName(entry.severity)}}));
     }
     return list;
 }

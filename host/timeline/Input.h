@@ -26,6 +26,9 @@ struct SoundFit {
 /// Compares a media file with a sound.
 SoundFit FitOf(const zrh::media::MediaInfo& info, const zrh::media::SoundChoice& sound);
 
+/// The same for a file; empty where it cannot be read.
+SoundFit FitOfFile(const std::string& path, const zrh::media::SoundChoice& sound);
+
 /// A media file that a timeline uses. Each pair of path and sound is a separate use.
 struct MediaUse {
     otio::MediaLocation location;
@@ -39,7 +42,7 @@ class MediaCatalog;
 
 /// Options for reading a timeline, except the rates.
 struct ReadingChoice {
-    bool soundFromVideo = false;
+    otio::AudioFrom audioFrom = otio::AudioFrom::Auto;
     otio::Retime retime = otio::Retime::Otio;
     otio::GridLimit gridLimit = nullptr;  ///< null: only the limits of the engine
     MediaCatalog* catalog = nullptr;      ///< shared descriptions of media files; may be null
@@ -59,6 +62,9 @@ std::vector<MediaUse> CollectMedia(const std::vector<otio::PlacedTrack>& tracks)
 /// Whether a file does not exist, or its URL is not a local file.
 bool IsMissing(const otio::MediaLocation& location);
 
+/// Why the clips of a media file without an audio stream are silent.
+constexpr const char* NO_SOUND_REASON = "its media file has no sound";
+
 /// Why the clips of a missing media file are silent.
 constexpr const char* MISSING_MEDIA_REASON = "its media file is missing; it is silent";
 
@@ -75,10 +81,6 @@ Json MissingJson(const std::vector<MediaUse>& missing);
 /// assets without sound. Media files without sound, and missing streams, are marked as silent.
 /// @throws JobError with the name of a file that cannot be read
 void ImportMedia(project::Project& project, std::vector<MediaUse>& media);
-
-/// Whether a clip uses left and right of a media file that has only one channel. The channel sounds
-/// on both sides.
-bool IsStereoOfMono(const std::string& path, const zrh::media::SoundChoice& sound);
 
 /// Creates the asset of a media file with sound. @throws JobError with the name of the file
 std::shared_ptr<project::MediaAsset> ImportMediaFile(project::Project& project,

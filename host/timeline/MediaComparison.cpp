@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "host/otio/ClipParser.h"
 #include "host/shell/Text.h"
 #include "sonrel/base/Timing.h"
 #include "sonrel/project/MediaAudioStream.h"
@@ -93,9 +94,13 @@ private:
             return;
         }
         const SoundFit& fit = sound->second.fit;
-        if (!fit.note.empty()) report_.Add("clip", clip.place, fit.note);
+        if (clip.isPicture && fit.silence == NO_SOUND_REASON) {
+            otio::NoteSilentPicture(clip.place, report_);
+            return;
+        }
+        if (!fit.note.empty()) report_.Add("clip", clip.place, fit.note, otio::Severity::Note);
         if (!fit.silence.empty()) {
-            report_.Add("clip", clip.place, fit.silence);
+            report_.Add("clip", clip.place, fit.silence, otio::Severity::Silence);
             CountSilent(clip, fit);
         } else if (clip.muted) {
             ++tally_.muted;
@@ -166,7 +171,8 @@ private:
         report_.Add(what, clip.place,
                     "it asks for frames " + FrameNumber(wanted.begin) + " to " +
                         FrameNumber(wanted.end) + ", " + owner + " " + FrameNumber(length) +
-                        "; it is silent " + silence);
+                        "; it is silent " + silence,
+                    otio::Severity::Silence);
     }
 
     const FrameGrid& grid_;

@@ -19,7 +19,7 @@ _sonrel() {
         --retime) COMPREPLY=($(compgen -W "otio media" -- "$current")); return ;;
         --output) compopt -o filenames; COMPREPLY=($(compgen -W "sdl null" -- "$current") $(compgen -f -- "$current")); return ;;
         --speed) COMPREPLY=($(compgen -W "1 2 3 4" -- "$current")); return ;;
-        --audio-from) COMPREPLY=($(compgen -W "audio video" -- "$current")); return ;;
+        --audio-from) COMPREPLY=($(compgen -W "auto audio video" -- "$current")); return ;;
         --channels) COMPREPLY=($(compgen -W "1 2 1,2 downmix" -- "$current")); return ;;
         --style) COMPREPLY=($(compgen -W "lanes overlaid rms" -- "$current")); return ;;
         --for) COMPREPLY=($(compgen -W "parallel slurm json" -- "$current")); return ;;
@@ -36,15 +36,15 @@ _sonrel() {
     case $command in
         "") [[ $current == -* ]] || { COMPREPLY=($(compgen -W "align info conform loudness mix join peaks plan play waveform cache" -- "$current")); return; } ;;
         align) options+=" --stream --channels --min-correlation --plot --otio --overwrite" ;;
-        conform) options+=" --stream --channels --jobs --all-codecs --force --strict" ;;
-        info) options+=" --strict" ;;
+        conform) options+=" --stream --channels --jobs --all-codecs --force --strict --audio-from" ;;
+        info) options+=" --strict --audio-from" ;;
         loudness) options+=" --stream --channels --target --tolerance" ;;
         mix) options+=" --stream --channels -o --from --to --dither --seed --stems --composition --meters --normalize --true-peak --gain --jobs --part --fail-on-clip --strict --retime --audio-from --overwrite" ;;
         join) options+=" -o --meters --fail-on-clip --overwrite" ;;
         plan)
             [ "$previous" != plan ] || { COMPREPLY=($(compgen -W "mix conform peaks" -- "$current")); return; }
             options+=" --shards --for -o --joins --pass" ;;
-        play) options+=" --stream --channels --from --reverse --speed --meters --events --strict --output --buffer --dither --seed --overwrite" ;;
+        play) options+=" --stream --channels --from --reverse --speed --meters --events --strict --audio-from --output --buffer --dither --seed --overwrite" ;;
         waveform) options+=" --stream --channels -o --size --style --scale --format --color --background --range --ruler --overwrite" ;;
         peaks) options+=" --stream --channels -o --mode --export --zoom --force --overwrite" ;;
         cache)

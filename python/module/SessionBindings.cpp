@@ -48,7 +48,7 @@ ProjectPtr Open(const SessionPtr& session, const py::object& timeline, const py:
     if (grid && *grid < 1) throw host::UsageError("grid must be 1 or more");
     options.grid = grid;
     host::ReadingChoice choice;
-    choice.soundFromVideo = soundFromVideo;
+    if (soundFromVideo) choice.audioFrom = host::otio::AudioFrom::Video;
     ProjectPtr project;
     Run({py::none(), std::move(cancel)},
         [&](host::Progress&) { project = Project::Read(session, path, options, choice); });

@@ -401,7 +401,7 @@ TEST(ClipEffects, EffectsOfForeignMetadataAreListedUnlessTheyDoNothing) {
 
 // ---- the report
 
-TEST(ImportReportEntries, PartsOfTheSameKindOnTheSameTrackShareAnEntry) {
+TEST(ImportReportEntries, PartsOfTheSameKindShareAnEntryOnAllTracks) {
     ImportReport report;
     report.Add("transition", {"track 1", "item 2"}, "why");
     report.Add("transition", {"track 1", "item 4"}, "why");
@@ -410,11 +410,34 @@ TEST(ImportReportEntries, PartsOfTheSameKindOnTheSameTrackShareAnEntry) {
 
     const auto entries = report.Entries();
 
-    ASSERT_EQ(entries.size(), 3u);
-    EXPECT_EQ(entries[0].count, 2);
-    EXPECT_EQ(entries[0].where, "track 1, item 2, item 4");
-    EXPECT_EQ(entries[1].where, "track 2, item 2");
-    EXPECT_EQ(entries[2].reason, "another reason");
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_EQ(entries[0].count, 3);
+    EXPECT_EQ(entries[0].where, "track 1, item 2, item 4; track 2, item 2");
+    EXPECT_EQ(entries[1].reason, "another reason");
+}
+
+TEST(ImportReportEntries, WholeTracksAreNamedOnce) {
+    ImportReport report;
+    report.Add("video track", {"track 1", ""}, "why");
+    report.Add("video track", {"track 2", ""}, "why");
+    report.Add("video track", {"track 2", ""}, "why");
+
+    ASSERT_EQ(report.Entries().size(), 1u);
+    EXPECT_EQ(report.Entries()[0].where, "track 1, track 2");
+    EXPECT_EQ(report.Entries()[0].count, 3);
+}
+
+TEST(ImportReportEntries, SilenceComesBeforeChangesAndChangesBeforeNotes) {
+    ImportReport report;
+    report.Add("video track", {"track 1", ""}, "no sound", Severity::Note);
+    report.Add("effect", {"track 2", "item 1"}, "first", Severity::Change);
+    report.Add("effect", {"track 2", "item 2"}, "second", Severity::Change);
+    report.Add("clip", {"track 2", "item 3"}, "silent", Severity::Silence);
+
+    std::vector<std::string> reasons;
+    for (const auto& entry : report.Entries()) reasons.push_back(entry.reason);
+
+    EXPECT_EQ(reasons, (std::vector<std::string>{"silent", "first", "second", "no sound"}));
 }
 
 TEST(ImportReportEntries, AnEntryNamesAtMostEightPlaces) {

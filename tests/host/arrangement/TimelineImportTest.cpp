@@ -195,25 +195,6 @@ TEST(TimelineLength, AnEndBeyondTheLastFrameNumberIsRefusedWithItsPlace) {
 
 // ---- tracks
 
-TEST(TimelineTrack, AVideoTrackIsListedAndDoesNotSound) {
-    const TimelineImport import = Import(Timeline({Track({Clip("a", 0, 50)}, "V1", "Video")}));
-
-    EXPECT_TRUE(import.arrangement.tracks.empty());
-    EXPECT_EQ(Reported(import, "video track"), 1);
-}
-
-TEST(TimelineTrack, VideoTracksSoundInsteadOnRequest) {
-    ImportOptions options;
-    options.soundFrom = Track::Kind::Video;
-
-    const TimelineImport import =
-        Import(Timeline({Track({Clip("a", 0, 50)}, "V1", "Video"), Track({}, "A1")}), options);
-
-    ASSERT_EQ(import.arrangement.tracks.size(), 1u);
-    EXPECT_EQ(import.arrangement.tracks[0].name, "V1");
-    EXPECT_EQ(Reported(import, "audio track"), 1);
-}
-
 TEST(TimelineTrack, ATrackOfAnotherKindIsListed) {
     EXPECT_EQ(Reported(Import(Timeline({Track({}, "S", "Subtitle")})), "track of kind 'Subtitle'"),
               1);
