@@ -6,8 +6,8 @@
 
 #include "host/otio/JsonDocument.h"
 #include "host/otio/StartTimecode.h"
-#include "host/otio/TimelineParser.h"
 #include "host/otio/TimelinePath.h"
+#include "host/parsing/TimelineParser.h"
 #include "host/shell/Timecode.h"
 
 namespace orlo::host::otio {

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "host/arrangement/LevelCurves.h"
-#include "host/otio/ClipParser.h"
+#include "host/otio/AudioFrom.h"
 #include "host/otio/JsonDocument.h"
 #include "host/shell/Text.h"
 #include "sonrel/base/Timing.h"
@@ -293,8 +293,10 @@ Fades TrackArranger::TrimmedFades(const Item& item, int cutIn, int cutOut) {
     if ((fades.inFrames > 0.0 && cutIn > 0) || (fades.outFrames > 0.0 && cutOut > 0)) {
         report_.Add("fade", item.place, "it is shortened by the frames that are cut off");
     }
-    fades.inFrames = std::max(0.0, fades.inFrames * rules_.grid - cutIn);
-    fades.outFrames = std::max(0.0, fades.outFrames * rules_.grid - cutOut);
+    const double scale = fades.rate > 0.0 ? rules_.EngineRate() / fades.rate : rules_.grid;
+    fades.inFrames = std::max(0.0, fades.inFrames * scale - cutIn);
+    fades.outFrames = std::max(0.0, fades.outFrames * scale - cutOut);
+    fades.rate = 0.0;
     return fades;
 }
 

@@ -93,7 +93,7 @@ Json IdentityOf(const WholeMix& mix) {
     json["gain"] = options.gain.value_or(0.0);
     json["composition"] = options.composition ? Json(*options.composition) : Json();
     json["retime"] = options.retime == otio::Retime::Otio ? "otio" : "media";
-    json["audioFrom"] = options.soundFromVideo ? "video" : "audio";
+    json["audioFrom"] = static_cast<int>(options.audioFrom);
     json["meterBlockFrames"] = MeterBlockFrames(mix.grid.rate);
     json["tracks"] = mix.trackNames;
     return json;

@@ -29,4 +29,8 @@ SoundRule RuleOfStack(const Json::Items& children, AudioFrom from) {
     return MakeSoundRule(from, HasAudioTrack(children));
 }
 
+void NoteSilentPicture(const SourceLocation& place, ImportReport& report) {
+    report.Add("clip on a video track", place, "its media has no sound", Severity::Note);
+}
+
 }  // namespace orlo::host::otio

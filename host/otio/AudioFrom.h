@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/json/Json.h"
+#include "host/otio/ImportReport.h"
 #include "host/otio/Timeline.h"
 
 /// The choice of the tracks that sound.
@@ -24,5 +25,8 @@ bool HasAudioTrack(const Json::Items& children);
 SoundRule MakeSoundRule(AudioFrom from, bool hasAudioTrack);
 
 SoundRule RuleOfStack(const Json::Items& children, AudioFrom from);
+
+/// Reports a clip on a video track whose media has no sound. All such clips share an entry.
+void NoteSilentPicture(const SourceLocation& place, ImportReport& report);
 
 }  // namespace orlo::host::otio

@@ -108,6 +108,13 @@ bool IsReadMetadata(std::string_view name) {
     return std::find(READ.begin(), READ.end(), name) != READ.end();
 }
 
+/// Metadata of AAF files are large. The importer reads them in effects, and the fades of a clip.
+constexpr std::string_view AAF = "AAF";
+
+bool IsReadInAaf(std::string_view name) {
+    return name == "FadeInLength" || name == "FadeOutLength";
+}
+
 /// Levels down to the metadata of the timeline and of its stack, in which a timecode may be
 /// drop-frame.
 constexpr std::size_t TIMELINE_LEVELS = 3;
@@ -135,8 +142,10 @@ public:
     bool key(string_t& name) override {
         if (droppedDepth_ > 0) return true;
         Level& level = levels_.back();
-        dropNext_ = level.isMetadata ? levels_.size() > TIMELINE_LEVELS && !IsReadMetadata(name)
-                                     : name == "markers";
+        dropNext_ = IsDroppedMember(level, name);
+        aafNext_ = level.isMetadata && !level.isOfEffect && name == AAF &&
+                   levels_.size() > TIMELINE_LEVELS;
+        effectsNext_ = !level.isKept && !level.isMetadata && name == "effects";
         // The content of kept metadata is stored unchanged.
         metadataNext_ = !level.isKept && name == "metadata";
         keptNext_ = level.isKept || level.isMetadata;
@@ -148,6 +157,14 @@ public:
                      const nlohmann::json::exception& error) override;
 
 private:
+    struct Level;
+
+    bool IsDroppedMember(const Level& level, const std::string& name) const {
+        if (level.isAaf) return !IsReadInAaf(name);
+        if (!level.isMetadata) return !level.isKept && name == "markers";
+        return levels_.size() > TIMELINE_LEVELS && name != AAF && !IsReadMetadata(name);
+    }
+
     /// An array or object whose end has not been read yet.
     struct Level {
         Json::Items items;      ///< of an array
@@ -156,6 +173,8 @@ private:
         bool isArray = false;
         bool isMetadata = false;
         bool isKept = false;
+        bool isOfEffect = false;  ///< in the list of effects of an item
+        bool isAaf = false;       ///< metadata of an AAF file outside an effect
     };
 
     bool Put(Json value) {
@@ -179,6 +198,10 @@ private:
         level.isArray = isArray;
         level.isMetadata = !inArray && metadataNext_ && !isArray;
         level.isKept = inArray ? levels_.back().isKept : keptNext_;
+        level.isOfEffect = effectsNext_ || (!levels_.empty() && levels_.back().isOfEffect);
+        level.isAaf = !inArray && aafNext_ && !isArray;
+        effectsNext_ = false;
+        aafNext_ = false;
         levels_.push_back(std::move(level));
         metadataNext_ = false;
         return true;
@@ -225,6 +248,8 @@ private:
     bool dropNext_ = false;
     bool metadataNext_ = false;
     bool keptNext_ = false;
+    bool effectsNext_ = false;
+    bool aafNext_ = false;
 };
 
 /// Sorts members by name and keeps only the last of equal names.

@@ -65,11 +65,12 @@ struct DuckRequest {
     SourceLocation place;
 };
 
-/// Lengths in frames of the timeline, 0 or more; 0 means no fade.
+/// Lengths in frames, 0 or more; 0 means no fade.
 struct Fades {
     double inFrames = 0.0;
     double outFrames = 0.0;
     std::string curve = "equal-power";
+    double rate = 0.0;  ///< frames a second; 0 for frames of the timeline
 
     bool Exist() const { return inFrames > 0.0 || outFrames > 0.0; }
 };
@@ -112,6 +113,7 @@ struct Item {
     std::string speedProblem;  ///< set when the speed cannot be rendered
     Level level;
     bool muted = false;
+    std::optional<float> pan;  ///< from -1, left, to 1, right
     std::vector<EffectRequest> effects;
     Fades fades;
 

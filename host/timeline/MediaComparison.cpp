@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "host/otio/ClipParser.h"
+#include "host/otio/AudioFrom.h"
 #include "host/shell/Text.h"
 #include "sonrel/base/Timing.h"
 #include "sonrel/project/MediaAudioStream.h"

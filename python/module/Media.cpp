@@ -95,7 +95,7 @@ std::vector<ConformedSound> Conform(const Session::Use& use, const host::GlobalO
         tasks.push_back(task);
         return tasks.size() - 1;
     };
-    host::MediaCollector collector(options, nullptr, choice, makeTask);
+    host::MediaCollector collector(options, nullptr, choice, host::otio::AudioFrom::Auto, makeTask);
     for (const std::string& input : inputs) collector.Add(input);
     host::ConformSettings settings;
     settings.jobs = jobs;

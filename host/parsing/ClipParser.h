@@ -12,7 +12,4 @@ namespace orlo::host::otio {
 /// @param item  receives the values; its place is already set
 void ParseClip(const Json& clip, Item& item, ImportReport& report);
 
-/// Reports a clip on a video track whose media has no sound. All such clips share an entry.
-void NoteSilentPicture(const SourceLocation& place, ImportReport& report);
-
 }  // namespace orlo::host::otio

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/otio/ChannelMappings.h"
+#include "host/parsing/ChannelMappings.h"
 
 #include <optional>
 #include <string>
@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "host/otio/Fields.h"
-#include "host/otio/StreamEffects.h"
+#include "host/parsing/StreamEffects.h"
 #include "host/shell/SoundText.h"
 #include "host/shell/Text.h"
 

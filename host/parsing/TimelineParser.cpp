@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include "host/otio/TimelineParser.h"
+#include "host/parsing/TimelineParser.h"
 
 #include "host/otio/AudioFrom.h"
-#include "host/otio/ChannelMappings.h"
 #include "host/otio/Fields.h"
 #include "host/otio/FrameRateChoice.h"
-#include "host/otio/SoundParser.h"
 #include "host/otio/StartTimecode.h"
-#include "host/otio/TrackParser.h"
+#include "host/parsing/ChannelMappings.h"
+#include "host/parsing/SoundParser.h"
+#include "host/parsing/SoundTarget.h"
+#include "host/parsing/TrackParser.h"
 #include "host/shell/Text.h"
 
 namespace orlo::host::otio {
@@ -157,6 +158,7 @@ Timeline ParseTimeline(const Json& document, AudioFrom from, ImportReport& repor
     Timeline timeline;
     AddTop(document, from, timeline, report);
     PairExplodedStereo(timeline.tracks);
+    SharePans(timeline.tracks, report);
     return timeline;
 }
 

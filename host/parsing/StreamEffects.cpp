@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/otio/StreamEffects.h"
+#include "host/parsing/StreamEffects.h"
 
 #include <algorithm>
 #include <map>

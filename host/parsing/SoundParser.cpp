@@ -1,20 +1,27 @@
 // SPDX-License-Identifier: MIT
-#include "host/otio/SoundParser.h"
+#include "host/parsing/SoundParser.h"
 
-#include <cmath>
-#include <limits>
 #include <optional>
+#include <vector>
 
 #include "host/otio/Fields.h"
-#include "host/otio/StreamEffects.h"
+#include "host/parsing/AafSound.h"
+#include "host/parsing/FcpSound.h"
+#include "host/parsing/PremiereSound.h"
+#include "host/parsing/ResolveSound.h"
+#include "host/parsing/SoundTarget.h"
+#include "host/parsing/StreamEffects.h"
 #include "host/shell/Text.h"
 
 namespace orlo::host::otio {
 
 namespace {
 
-constexpr const char* RESOLVE = "Resolve_OTIO";
-constexpr const char* RESOLVE_VOLUME_EFFECT = "Fairlight Clip Volume and Fades";
+constexpr const char* RESOLVE_METADATA = "Resolve_OTIO";
+constexpr const char* AAF_METADATA = "AAF";
+
+/// Rate of key frames in frames, of an owner without a rate.
+constexpr double DEFAULT_KEY_RATE = 25.0;
 
 void ParseTimeWarp(const Json& effect, Item& item) {
     const Json* scalar = Member(effect, "time_scalar");
@@ -25,84 +32,6 @@ void ParseTimeWarp(const Json& effect, Item& item) {
     item.speed *= scalar->AsNumber();
 }
 
-/// The value of a key frame: a number, or an object that contains the number.
-const Json& KeyFrameValue(const Json& key) {
-    const Json* value = Member(key, "Value");
-    return value == nullptr ? key : *value;
-}
-
-Level ResolveLevel(const Json& parameter, const SourceLocation& place, ImportReport& report) {
-    Level level;
-    level.clock = Level::Clock::Frames;
-    if (const Json* keys = Member(parameter, "Key Frames"); keys != nullptr && keys->IsObject()) {
-        for (const auto& [frame, key] : keys->AsObject()) {
-            const std::optional<long long> time = ParseInteger(frame);
-            const std::optional<float> decibels =
-                FloatValue(KeyFrameValue(key), "volume key frame", place, report);
-            if (!time) {
-                report.Add("volume key frame", place,
-                           "its time is not a frame number; it is left out");
-            } else if (decibels) {
-                level.keys.push_back({static_cast<double>(*time), *decibels});
-            }
-        }
-    }
-    if (!level.keys.empty()) return level;
-    if (const Json* value = Member(parameter, "Parameter Value")) {
-        level.decibels = FloatValue(*value, "volume", place, report);
-    }
-    return level;
-}
-
-/// The length of a fade in frames. A value that is not a length is reported; the result is
-/// nullopt.
-std::optional<double> FadeLength(const Json& value, const std::string& what,
-                                 const SourceLocation& place, ImportReport& report) {
-    if (value.IsNumber()) {
-        const auto frames = value.AsNumber();
-        if (frames >= 0.0 && frames <= std::numeric_limits<int>::max()) return frames;
-    }
-    report.Add(what, place, "it is not a length from 0 to 2147483647 frames and is ignored");
-    return std::nullopt;
-}
-
-void ParseResolveFade(const Json& parameter, const std::string& id, double& frames,
-                      const SourceLocation& place, ImportReport& report) {
-    const Json* value = Member(parameter, "Parameter Value");
-    if (value == nullptr) return;
-    frames = FadeLength(*value, "parameter " + Quoted(id), place, report).value_or(frames);
-}
-
-void ParseResolveVolume(const Json& parameters, Item& item, ImportReport& report) {
-    for (const Json& parameter : parameters.AsArray()) {
-        const std::string id = StringMember(parameter, "Parameter ID");
-        if (id == "volume") {
-            item.level = ResolveLevel(parameter, item.place, report);
-        } else if (id == "faderIn") {
-            ParseResolveFade(parameter, id, item.fades.inFrames, item.place, report);
-        } else if (id == "faderOut") {
-            ParseResolveFade(parameter, id, item.fades.outFrames, item.place, report);
-        } else {
-            report.Add("parameter " + Quoted(id) + " of the clip's volume", item.place,
-                       "it is not imported");
-        }
-    }
-}
-
-/// Parses an effect in the metadata of the other program.
-void ParseResolveEffect(const Json& metadata, Item& item, ImportReport& report) {
-    if (!BoolMember(metadata, "Enabled", true, item.place, report)) return;
-    const Json* parameters = Member(metadata, "Parameters");
-    const std::string name = StringMember(metadata, "Effect Name");
-    // An effect without parameters has only default values and changes nothing.
-    if (parameters != nullptr && parameters->IsArray() && parameters->AsArray().empty()) return;
-    if (name == RESOLVE_VOLUME_EFFECT && parameters != nullptr && parameters->IsArray()) {
-        ParseResolveVolume(*parameters, item, report);
-    } else {
-        report.Add("effect " + Quoted(name), item.place, "it is not imported");
-    }
-}
-
 std::string EffectName(const Json& effect) {
     for (const char* key : {"effect_name", "name"}) {
         std::string name = StringMember(effect, key);
@@ -111,8 +40,8 @@ std::string EffectName(const Json& effect) {
     return SchemaName(effect);
 }
 
-void ParseEffect(const Json& effect, Item& item, ImportReport& report) {
-    if (!BoolMember(effect, "enabled", true, item.place, report)) return;
+/// Parses the speed in an effect. @return whether the effect is a speed
+bool ParseSpeed(const Json& effect, Item& item) {
     const std::string schema = SchemaName(effect);
     if (schema == "LinearTimeWarp") {
         ParseTimeWarp(effect, item);
@@ -120,14 +49,10 @@ void ParseEffect(const Json& effect, Item& item, ImportReport& report) {
         item.speedProblem = "a freeze frame has no sound; it is muted";
     } else if (schema == "TimeEffect") {
         item.speedProblem = "a speed that changes cannot be rendered; it is muted";
-    } else if (IsStreamEffect(schema) && item.kind == Item::Kind::Clip) {
-        // It is a part of the channel mapping.
-        return;
-    } else if (const Json* metadata = MetadataOf(effect, RESOLVE)) {
-        ParseResolveEffect(*metadata, item, report);
     } else {
-        report.Add("effect " + Quoted(EffectName(effect)), item.place, "it is not imported");
+        return false;
     }
+    return true;
 }
 
 void CheckSpeed(Item& item) {
@@ -140,6 +65,51 @@ void CheckSpeed(Item& item) {
         item.speedProblem =
             "a speed of " + FormatShort(item.speed) + " is outside 0.01 to 100; it is muted";
     }
+}
+
+/// Parses the effect of another program, or reports it.
+/// @param rate  of the frames of its owner
+void ParseForeignEffect(const Json& effect, bool withoutBands, double rate,
+                        const SoundTarget& target, ImportReport& report) {
+    const std::string name = EffectName(effect);
+    if (const Json* resolve = MetadataOf(effect, RESOLVE_METADATA)) {
+        ParseResolveEffect(*resolve, withoutBands, target, report);
+    } else if (const Json* premiere = MetadataOf(effect, "PremierePro_OTIO")) {
+        ParsePremiereEffect(*premiere, name, target, report);
+    } else if (const Json* fcp = MetadataOf(effect, "fcp_xml")) {
+        ParseFcpEffect(*fcp, name, rate, target, report);
+    } else if (const Json* aaf = MetadataOf(effect, AAF_METADATA)) {
+        ParseAafEffect(*aaf, name, target, report);
+    } else {
+        report.Add("effect " + Quoted(name), target.place, "it is not imported",
+                   target.isPicture ? Severity::Note : Severity::Change);
+    }
+}
+
+/// The rate of the frames of an item, or the default.
+double FrameRateOf(const Item& item) {
+    const double rate = item.sourceRange ? item.sourceRange->duration.rate : 0.0;
+    return rate > 0.0 ? rate : DEFAULT_KEY_RATE;
+}
+
+/// The speeds come first: they change the times of key frames.
+void ParseEffects(const Json& object, Item& item, ImportReport& report) {
+    const Json::Items& effects = ListMember(object, "effects", item.place);
+    std::vector<const Json*> others;
+    for (const Json& effect : effects) {
+        if (!BoolMember(effect, "enabled", true, item.place, report)) continue;
+        // A stream effect is a part of the channel mapping.
+        const bool isStream = item.kind == Item::Kind::Clip && IsStreamEffect(SchemaName(effect));
+        if (!isStream && !ParseSpeed(effect, item)) others.push_back(&effect);
+    }
+    CheckSpeed(item);
+    const SoundTarget target = TargetOf(item);
+    const bool withoutBands = HasDisabledEqualiser(effects);
+    for (const Json* effect : others) {
+        ParseForeignEffect(*effect, withoutBands, FrameRateOf(item), target, report);
+    }
+    if (const Json* aaf = MetadataOf(object, AAF_METADATA))
+        ParseAafFades(*aaf, FrameRateOf(item), target);
 }
 
 /// A parameter value for the plugin pack; nullopt when it is neither a number nor a string.
@@ -229,12 +199,17 @@ void ParseOwnMetadata(const Json& metadata, Item& item, ImportReport& report) {
 }  // namespace
 
 void ParseSound(const Json& object, Item& item, ImportReport& report) {
-    for (const Json& effect : ListMember(object, "effects", item.place)) {
-        ParseEffect(effect, item, report);
-    }
-    CheckSpeed(item);
+    ParseEffects(object, item, report);
     if (const Json* metadata = MetadataOf(object, "sonrel")) {
         ParseOwnMetadata(*metadata, item, report);
+    }
+}
+
+void ParseTrackEffects(const Json& object, Track& track, ImportReport& report) {
+    const SoundTarget target = TargetOf(track);
+    for (const Json& effect : ListMember(object, "effects", track.place)) {
+        if (!BoolMember(effect, "enabled", true, track.place, report)) continue;
+        ParseForeignEffect(effect, false, DEFAULT_KEY_RATE, target, report);
     }
 }
 
@@ -257,7 +232,7 @@ void ParseTransition(const Json& transition, Item& item, ImportReport& report) {
 void NoteEffects(const Json& object, const SourceLocation& place, ImportReport& report) {
     for (const Json& effect : ListMember(object, "effects", place)) {
         if (!BoolMember(effect, "enabled", true, place, report)) continue;
-        const Json* metadata = MetadataOf(effect, RESOLVE);
+        const Json* metadata = MetadataOf(effect, RESOLVE_METADATA);
         const std::string name =
             metadata == nullptr ? EffectName(effect) : StringMember(*metadata, "Effect Name");
         report.Add("effect " + Quoted(name), place, "it is not imported");

@@ -5,7 +5,7 @@
 #include <tuple>
 #include <vector>
 
-#include "host/otio/ChannelMappings.h"
+#include "host/parsing/ChannelMappings.h"
 
 namespace orlo::host::otio {
 

@@ -14,6 +14,9 @@ namespace orlo::host::otio {
 /// @param item    receives the values; its place is already set
 void ParseSound(const Json& object, Item& item, ImportReport& report);
 
+/// Parses the level, the pan and the mute in the effects of a track. Other effects are reported.
+void ParseTrackEffects(const Json& object, Track& track, ImportReport& report);
+
 /// Parses the offsets, the type and the curve of a transition.
 /// @param transition  the JSON object of the transition
 void ParseTransition(const Json& transition, Item& item, ImportReport& report);

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include "host/otio/ClipParser.h"
+#include "host/parsing/ClipParser.h"
 
 #include <algorithm>
 #include <iterator>
 #include <string_view>
 
-#include "host/otio/ChannelMappings.h"
 #include "host/otio/Fields.h"
-#include "host/otio/SoundParser.h"
+#include "host/parsing/ChannelMappings.h"
+#include "host/parsing/SoundParser.h"
 #include "host/shell/Text.h"
 
 namespace orlo::host::otio {
@@ -73,10 +73,6 @@ void ParseClip(const Json& clip, Item& item, ImportReport& report) {
     ParseMedia(clip, item, report);
     ParseChannelMappings(clip, item, report);
     ParseSound(clip, item, report);
-}
-
-void NoteSilentPicture(const SourceLocation& place, ImportReport& report) {
-    report.Add("clip on a video track", place, "its media has no sound", Severity::Note);
 }
 
 }  // namespace orlo::host::otio

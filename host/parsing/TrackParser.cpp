@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "host/otio/TrackParser.h"
+#include "host/parsing/TrackParser.h"
 
-#include "host/otio/ChannelMappings.h"
-#include "host/otio/ClipParser.h"
 #include "host/otio/DuckParser.h"
 #include "host/otio/Fields.h"
-#include "host/otio/SoundParser.h"
+#include "host/parsing/ChannelMappings.h"
+#include "host/parsing/ClipParser.h"
+#include "host/parsing/SoundParser.h"
 #include "host/shell/Text.h"
 
 namespace orlo::host::otio {
@@ -160,9 +160,9 @@ Track ParseTrack(const Json& object, const SourceLocation& place, const SoundRul
     track.name = StringMember(object, "name");
     track.place = place;
     track.sourceRange = RangeMember(object, "source_range", place, report);
+    ParseTrackEffects(object, track, report);
     ParseTrackMetadata(object, track, report);
     if (!BoolMember(object, "enabled", true, place, report)) track.muted = true;
-    NoteEffects(object, place, report);
     ParseItems(object, rule, track, report);
     return track;
 }
