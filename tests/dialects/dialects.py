@@ -19,6 +19,7 @@ import pathlib
 import subprocess
 import sys
 import tempfile
+import zipfile
 
 import channels
 import judge
@@ -51,6 +52,11 @@ class Shop:
         if case.extension == ".otiod":
             path.mkdir()
             (path / "content.otio").write_text(json.dumps(case.document))
+        elif case.extension == ".otioz":
+            with zipfile.ZipFile(path, "w") as archive:
+                archive.writestr("content.otio", json.dumps(case.document))
+                for name in ("a.wav", "b.wav"):
+                    archive.write(self.folder / name, f"media/{name}")
         else:
             path.write_text(json.dumps(case.document))
         return path

@@ -21,7 +21,10 @@ def active_reference(clip):
     references = clip.get("media_references")
     if references is None:
         return clip.get("media_reference") or {}
-    return references.get(clip.get("active_media_reference_key") or "DEFAULT_MEDIA") or {}
+    for key in (clip.get("active_media_reference_key"), "DEFAULT_MEDIA", *sorted(references)):
+        if key in references:
+            return references[key]
+    return {}
 
 
 def _channel(media, stream, channel):

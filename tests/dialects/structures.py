@@ -115,6 +115,13 @@ def urls(folder):
     yield Case("missing media", timeline(track(
         clip("gone.wav", 20, 60), clip("b.wav", 80, 50), clip("http://x/y.wav", 0, 30))),
         options=("--allow-missing",), listed=("missing",))
+    lost = clip("c44.wav", 20, 60)
+    lost["media_references"] = {"DEFAULT_MEDIA": file("b.wav"), "proxy": file("d.flac")}
+    lost["active_media_reference_key"] = "full"
+    yield Case("an active media reference that does not exist", timeline(track(lost)))
+    yield Case("a URL without a path", timeline(track(clip("file://a.wav", 20, 60))))
+    yield Case("an archive", timeline(track(
+        clip("media/a.wav", 20, 60), clip("media/b.wav", 80, 50))), extension=".otioz")
     yield Case("a folder of a timeline", timeline(track(clip("../a.wav", 20, 60))),
                extension=".otiod")
 
