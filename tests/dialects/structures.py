@@ -91,6 +91,12 @@ def sounding_kinds():
     yield Case("picture tracks only", timeline(track(
         shot, clip("df.mov", 90, 60), kind="Video", name="V1")),
         options=("--audio-from", "video"), reading={"kind": "Video"})
+    yield Case("picture tracks only, without an option", timeline(track(
+        clip("e.mkv", 30, 60), clip("df.mov", 90, 60), kind="Video", name="V1")),
+        reading={"kind": "Video"})
+    yield Case("kinds in lower case", timeline(
+        track(clip("e.mkv", 30, 90), kind="video", name="V1"),
+        track(gap(10), clip("a.wav", 90, 60), kind="audio")))
     yield Case("sound and picture tracks", timeline(
         track(clip("e.mkv", 30, 90), kind="Video", name="V1"),
         track(gap(10), clip("a.wav", 90, 60))), listed=("video track",))
