@@ -26,6 +26,7 @@ SYSTEM = [re.compile(pattern) for pattern in (
     r"/proc/filesystems|/proc/sys/crypto/fips_enabled|/etc/gcrypt/.*",  # security libraries
     r"/proc/(self|\d+)/(status|maps|cgroup)|/sys/devices/system/(cpu|node)(/.*)?",  # processors
     r"/sys/fs/cgroup/.*",
+    r"/proc/sys/vm/overcommit_memory",  # memory of threads
     r"/proc/locks|/proc/\d+/comm",  # who has locked the database
     r"/dev/u?random",  # seeds
 )]

@@ -105,8 +105,9 @@ protected:
     }
 
     const Workshop shop_;
-    const Arguments mix_{"mix",      "@edit.otio",  "-o",      "@out/mix.wav",
-                         "--meters", "@out/m.json", "--stems", "@out/stems"};
+    // One worker, so that each file call has the same number in every run.
+    const Arguments mix_{"mix",          "@edit.otio", "--jobs",      "1",       "-o",
+                         "@out/mix.wav", "--meters",   "@out/m.json", "--stems", "@out/stems"};
 };
 
 }  // namespace sonrel_tests
