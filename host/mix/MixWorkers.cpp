@@ -15,7 +15,7 @@ namespace {
 
 /// Maximum length of a chunk, in bytes of all its signals.
 constexpr long long MAX_CHUNK_BYTES = 8LL << 20;
-/// Maximum length of a chunk, in frames: what a worker renders between two steps of the progress.
+/// Maximum length of a chunk, in frames: a worker reports its progress after each chunk.
 constexpr long long MAX_CHUNK_FRAMES = 1LL << 16;
 /// Chunks for each worker in a short range, so that all workers end at about the same time.
 constexpr long long CHUNKS_PER_WORKER = 8;

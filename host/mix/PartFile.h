@@ -16,7 +16,7 @@
 /// itself, so that copying or moving a part cannot separate them. See docs/parallel.md.
 namespace orlo::host {
 
-/// What a part contains in addition to its samples.
+/// The contents of a part besides its samples.
 struct PartManifest {
     /// Everything that decides the samples and meters of the whole mix; the same in all its parts.
     Json mix = Json::Object();

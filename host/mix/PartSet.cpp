@@ -12,7 +12,7 @@ namespace orlo::host {
 
 namespace {
 
-/// What a difference between two manifests is called.
+/// The name of a difference between two manifests, for messages.
 const std::vector<std::pair<const char*, const char*>>& Differences() {
     static const std::vector<std::pair<const char*, const char*>> NAMES = {
         {"version", "another version of sonrel"},

@@ -18,7 +18,7 @@ struct JobsOption {
     int Count() const;
 };
 
-/// Declares --jobs. @param description  what the jobs are: "Files to convert at the same time"
+/// Declares --jobs. @param description  names the jobs: "Files to convert at the same time"
 void DeclareJobs(CLI::App& command, JobsOption& jobs, const std::string& description);
 
 }  // namespace orlo::host

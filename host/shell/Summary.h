@@ -6,7 +6,7 @@
 
 namespace orlo::host {
 
-/// The end of a report: what is right, what needs attention, and what to do about it.
+/// The end of a report: the counts of clips in order, the problems, and a remedy for each.
 class Summary {
 public:
     /// Adds a statement that needs no action.

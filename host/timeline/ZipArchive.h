@@ -17,7 +17,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// What an archive says about one of its files and folders. Nothing of it is checked.
+/// The entry of an archive for one file or folder, unchecked.
 struct ZipEntry {
     std::string name;        ///< UTF-8; the name of a folder ends in a slash
     std::uint64_t size = 0;  ///< declared bytes

@@ -27,7 +27,7 @@ constexpr std::chrono::milliseconds POLL_INTERVAL{20};
 /// Maximum time that the end of the interpreter waits for progress functions.
 constexpr std::chrono::seconds EXIT_TIMEOUT{5};
 
-/// The text of an exception that the program reports without a class of its own.
+/// The text of an exception that has no class in the module.
 std::exception_ptr AsJobError(const std::exception_ptr& failure) {
     try {
         std::rethrow_exception(failure);

@@ -21,7 +21,7 @@ using sonrel_tests::Samples;
 
 constexpr int RANGE_FRAMES = 20;
 
-/// Keeps what a mix writes.
+/// Stores the samples that a mix writes.
 class SamplesWriter : public SoundWriter {
 public:
     void Write(const short* frames, long long count) override {

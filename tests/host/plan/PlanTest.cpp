@@ -35,15 +35,15 @@ TEST_F(PlanTest, OfAMixInPartsHasACommandForEachPartAndTheirJoin) {
 
     const Plan plan = MakePlan(options);
 
-    const std::string first = "/farm/reel.part-1-of-2.wav";
-    const std::string second = "/farm/reel.part-2-of-2.wav";
+    const std::string first = "/reel/reel.part-1-of-2.wav";
+    const std::string second = "/reel/reel.part-2-of-2.wav";
     EXPECT_EQ(plan.commands,
               (std::vector<CommandWords>{
                   {"sonrel", "mix", "--seed", "3", "--part", "1/2", "-o", first, input},
                   {"sonrel", "mix", "--seed", "3", "--part", "2/2", "-o", second, input}}));
     EXPECT_EQ(
         plan.joins,
-        (std::vector<CommandWords>{{"sonrel", "join", first, second, "-o", "/farm/reel.wav"}}));
+        (std::vector<CommandWords>{{"sonrel", "join", first, second, "-o", "/reel/reel.wav"}}));
 }
 
 TEST_F(PlanTest, OfOneShardMixesEachTimelineWhole) {
@@ -55,7 +55,7 @@ TEST_F(PlanTest, OfOneShardMixesEachTimelineWhole) {
 
     ASSERT_EQ(plan.commands.size(), 2u);
     EXPECT_EQ(plan.commands[1],
-              (CommandWords{"sonrel", "mix", "-o", "/farm/b.wav", options.inputs[1]}));
+              (CommandWords{"sonrel", "mix", "-o", "/reel/b.wav", options.inputs[1]}));
     EXPECT_TRUE(plan.joins.empty());
 }
 
