@@ -30,7 +30,7 @@ TEST_F(PlanTest, OfAMixInPartsHasACommandForEachPartAndTheirJoin) {
     PlanOptions options;
     options.inputs = {input};
     options.shards = 2;
-    options.folder = "/farm";
+    options.folder = "/reel";
     options.passed = {"--seed", "3"};
 
     const Plan plan = MakePlan(options);
@@ -49,7 +49,7 @@ TEST_F(PlanTest, OfAMixInPartsHasACommandForEachPartAndTheirJoin) {
 TEST_F(PlanTest, OfOneShardMixesEachTimelineWhole) {
     PlanOptions options;
     options.inputs = {Add("a.otio"), Add("b.otio")};
-    options.folder = "/farm";
+    options.folder = "/reel";
 
     const Plan plan = MakePlan(options);
 
