@@ -69,6 +69,7 @@ void ParseAafGain(const Json& parameter, const SoundTarget& target, ImportReport
                    "the length of its owner is unknown; the first one is used");
     }
     std::vector<GainKey> keys;
+    keys.reserve(points.size());
     for (const Point& point : points) {
         keys.push_back({point.time * target.seconds, point.value});
     }

@@ -17,7 +17,7 @@ constexpr const char* VOLUME_EFFECT = "Fairlight Clip Volume and Fades";
 constexpr double MAX_PAN = 100.0;
 
 /// Numbers of effects, whose names differ between versions.
-enum EffectType { EQUALISER_BAND = 63, EQUALISER = 64, PAN = 72 };
+enum EffectType { EqualiserBand = 63, Equaliser = 64, Pan = 72 };
 
 bool HasType(const Json& metadata, EffectType type) {
     const Json* value = Member(metadata, "Type");
@@ -30,12 +30,12 @@ bool Ends(const std::string& name, const char* ending) {
 
 bool IsEqualiser(const Json& metadata) {
     const std::string name = StringMember(metadata, "Effect Name");
-    return HasType(metadata, EQUALISER) || Ends(name, "equaliser") || Ends(name, "equalizer");
+    return HasType(metadata, Equaliser) || Ends(name, "equaliser") || Ends(name, "equalizer");
 }
 
 bool IsEqualiserBand(const Json& metadata) {
     const std::string name = StringMember(metadata, "Effect Name");
-    return HasType(metadata, EQUALISER_BAND) || Ends(name, "equaliser band") ||
+    return HasType(metadata, EqualiserBand) || Ends(name, "equaliser band") ||
            Ends(name, "equalizer band");
 }
 
@@ -143,7 +143,7 @@ void ParseResolveEffect(const Json& metadata, bool withoutBands, const SoundTarg
     if (withoutBands && IsEqualiserBand(metadata)) return;
     if (hasList && name == VOLUME_EFFECT) {
         ParseResolveVolume(parameters->AsArray(), target, report);
-    } else if (hasList && (HasType(metadata, PAN) || name == "Fairlight Clip Pan")) {
+    } else if (hasList && (HasType(metadata, Pan) || name == "Fairlight Clip Pan")) {
         ParseResolvePan(parameters->AsArray(), target, report);
     } else {
         report.Add("effect " + Quoted(name), target.place, "it is not imported",

@@ -89,7 +89,7 @@ int AudioMixer::GetSamples(const std::shared_ptr<project::Project>& project,
 }
 
 std::shared_ptr<AudioMixer> AudioMixer::CreateWorker() const {
-    const std::shared_ptr<AudioMixer> worker(new AudioMixer);
+    std::shared_ptr<AudioMixer> worker(new AudioMixer);
     worker->impl_->ditherType = impl_->ditherType;
     worker->impl_->ditherSeed = impl_->ditherSeed;
     worker->impl_->converter.Continue(impl_->converter);
