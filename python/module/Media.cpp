@@ -156,7 +156,7 @@ Peaks ReadPeaks(const Session::Use& use, const MediaSound& sound, int samplesPer
     peaks.rate = ExactRate(sound);
     peaks.channels = file.ChannelCount();
     peaks.samplesPerPoint = samplesPerPoint;
-    const double step = samplesPerPoint / PeakFile::SAMPLES_PER_BLOCK;
+    const auto step = static_cast<double>(samplesPerPoint) / PeakFile::SAMPLES_PER_BLOCK;
     RequireRead(file.GetChannelPeaks(0, file.BlockCount(), step, peaks.peaks), source.path);
     RequireRead(file.GetRMSAmplitude(0, file.BlockCount(), step, peaks.rms), source.path);
     return peaks;
