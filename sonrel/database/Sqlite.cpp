@@ -10,6 +10,7 @@
 #include "sonrel/base/Paths.h"
 #include "sonrel/database/detail/DatabaseFailures.h"
 #include "sonrel/database/detail/DatabaseHooks.h"
+#include "sonrel/database/detail/SqliteFileAccess.h"
 
 namespace orlo::project {
 
@@ -47,46 +48,20 @@ std::string OneLine(std::string text) {
     return text;
 }
 
-/// A journal may name the journal of several databases, and the database library deletes the file
-/// of that name, wherever it is. Our transactions are of one database: such a journal is not ours.
-int OpenNoSuperJournal(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags,
-                       int* flagsOut) {
-    if ((flags & SQLITE_OPEN_SUPER_JOURNAL) == 0) {
-        sqlite3_vfs* const system = sqlite3_vfs_find(nullptr);
-        return system->xOpen(system, name, file, flags, flagsOut);
-    }
-    file->pMethods = nullptr;
-    return SQLITE_CORRUPT;
-}
-
-/// The name of the system's access to files without journals of several databases.
-const char* FileAccess() {
-    static sqlite3_vfs access = [] {
-        sqlite3_initialize();
-        sqlite3_vfs copy = *sqlite3_vfs_find(nullptr);
-        copy.zName = "sonrel";
-        copy.pNext = nullptr;
-        copy.xOpen = &OpenNoSuperJournal;
-        return copy;
-    }();
-    static const int REGISTRATION = sqlite3_vfs_register(&access, 0);
-    return REGISTRATION == SQLITE_OK ? access.zName : nullptr;
-}
-
 int Open(const std::string& path, SqliteConnection::Mode mode, sqlite3** handle) {
     constexpr int FLAGS = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX;
     switch (mode) {
         case SqliteConnection::Mode::Create:
             return sqlite3_open_v2(PathForSqlite(path).c_str(), handle, FLAGS | SQLITE_OPEN_CREATE,
-                                   FileAccess());
+                                   SqliteFileAccess());
         case SqliteConnection::Mode::Frozen:
             return sqlite3_open_v2(FrozenAddress(path).c_str(), handle,
                                    SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_URI,
-                                   FileAccess());
+                                   SqliteFileAccess());
         case SqliteConnection::Mode::Existing:
             break;
     }
-    return sqlite3_open_v2(PathForSqlite(path).c_str(), handle, FLAGS, FileAccess());
+    return sqlite3_open_v2(PathForSqlite(path).c_str(), handle, FLAGS, SqliteFileAccess());
 }
 
 /// Whether a device, a pipe, a socket or a folder has the path. The database library would write to
@@ -203,7 +178,9 @@ void SqliteConnection::FailWith(int code) const {
     if ((code & 0xFF) == SQLITE_CONSTRAINT) Fail("another program has recorded the file", code);
     const std::string shortage = Shortage(Handle(), code);
     if (!shortage.empty()) Fail(shortage, code);
-    const char* const words = handle_ ? sqlite3_errmsg(Handle()) : sqlite3_errstr(code);
+    // The connection keeps the text of its own last failure only.
+    const bool isOwn = handle_ && sqlite3_extended_errcode(Handle()) == code;
+    const char* const words = isOwn ? sqlite3_errmsg(Handle()) : sqlite3_errstr(code);
     Fail(words ? words : "unknown error", code);
 }
 
