@@ -7,13 +7,13 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "host/shell/Text.h"
+#include "sonrel/files/RegularFile.h"
 
 namespace orlo::host::otio {
 
@@ -298,13 +298,12 @@ Json ReadDocument(const std::string& path) {
         throw DocumentError("larger than " + std::to_string(MAX_BYTES >> 20) +
                             " MiB, the limit for a timeline");
     }
-    std::ifstream file(path, std::ios::binary);
-    if (!file) throw DocumentError(std::strerror(errno));
+    const int descriptor = files::OpenForReading(path, files::Links::Followed);
+    if (descriptor < 0) throw DocumentError(std::strerror(errno));
     std::string text(static_cast<std::size_t>(status.st_size), '\0');
-    file.read(text.data(), static_cast<std::streamsize>(text.size()));
-    if (file.bad() || file.gcount() != static_cast<std::streamsize>(text.size())) {
-        throw DocumentError("a read error before the end of the file");
-    }
+    const std::size_t read = files::ReadFully(descriptor, text.data(), text.size());
+    files::Close(descriptor);
+    if (read != text.size()) throw DocumentError("a read error before the end of the file");
     return ParseDocument(std::move(text));
 }
 

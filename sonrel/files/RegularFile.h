@@ -97,6 +97,20 @@ inline std::size_t WriteFully(int descriptor, const void* bytes, std::size_t siz
     return done;
 }
 
+/// Reads at the position of a descriptor, in as many calls as necessary.
+/// @return the bytes read; fewer than @p size at the end of the file or after an error
+inline std::size_t ReadFully(int descriptor, void* bytes, std::size_t size) {
+    char* to = static_cast<char*>(bytes);
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t read =
+            Uninterrupted([&] { return ::read(descriptor, to + done, size - done); });
+        if (read <= 0) break;
+        done += static_cast<std::size_t>(read);
+    }
+    return done;
+}
+
 /// Removes a file. @return whether the name no longer exists
 inline bool Remove(const std::string& name) {
     if (name.find('\0') != std::string::npos) return false;

@@ -101,4 +101,19 @@ TEST(RegularFile, OnlyAnExistingFileIsSynced) {
     EXPECT_FALSE(files::SyncClosedFile((folder / "gone").string()));
 }
 
+TEST(RegularFile, AFileIsReadToItsEndOrToTheSizeThatIsAsked) {
+    const TemporaryFolder folder;
+    WriteFile(folder / "file", "abcdef");
+    const int descriptor = files::OpenForReading((folder / "file").string(), files::Links::Refused);
+    std::string bytes(4, '-');
+
+    EXPECT_EQ(files::ReadFully(descriptor, bytes.data(), 4), 4u);
+    EXPECT_EQ(bytes, "abcd");
+    EXPECT_EQ(files::ReadFully(descriptor, bytes.data(), 4), 2u);
+    EXPECT_EQ(bytes, "efcd");
+    EXPECT_EQ(files::ReadFully(descriptor, bytes.data(), 4), 0u);
+    files::Close(descriptor);
+    EXPECT_EQ(files::ReadFully(descriptor, bytes.data(), 4), 0u);
+}
+
 }  // namespace
