@@ -27,6 +27,7 @@ class Command:
     outputs: tuple = ()  # names in the folder of outputs
     records: int = 0  # files with a record after a run, at least
     empties: bool = False  # the cache
+    prints_results: bool = False  # the same text on each run
 
 
 EDIT = "{media}/edit.otio"
@@ -53,10 +54,13 @@ COMMANDS = {command.name: command for command in (
     Command("play, bare samples", ("play", SHORT[1], "--output", "{out}/p.raw"),
             outputs=("p.raw",), records=1),
     Command("align, made", ("align", *SHORT[1:], "--plot", "{out}/a.svg", "--otio", "{out}/a.otio"),
-            outputs=("a.svg", "a.otio"), records=4),
+            outputs=("a.svg", "a.otio"), prints_results=True, records=4),
     Command("align, found",
             ("align", *SHORT[1:], "--plot", "{out}/a.svg", "--otio", "{out}/a.otio"),
-            starts_filled=True, outputs=("a.svg", "a.otio"), records=4),
+            starts_filled=True, outputs=("a.svg", "a.otio"), prints_results=True, records=4),
+    Command("loudness, made", ("loudness", EDIT, SHORT[1]), prints_results=True, records=3),
+    Command("loudness, found", ("loudness", EDIT, SHORT[1]), prints_results=True,
+            starts_filled=True, records=3),
     Command("cache clean", ("cache", "clean", "--days", "0"), starts_filled=True, empties=True),
 )}
 OLD = b"an older file"

@@ -43,7 +43,7 @@ class Judge:
         """After exit 0: everything is the same as without a disturbance."""
         if self.box.outputs() != self.expected:
             self.wrong("wrong bytes", f"outputs {sorted(self.box.outputs())}")
-        if self.command.name.startswith("align") and text != self.text:
+        if self.command.prints_results and text != self.text:
             self.wrong("wrong bytes", f"printed {text[:500]!r}")
         if self.command.empties and (self.state.whole or self.state.stale):
             self.wrong("wrong bytes", f"{len(self.state.whole)} files are not cleaned")

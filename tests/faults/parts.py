@@ -31,6 +31,8 @@ REACHED = {
     "align, made": {**_NEW, "conformed files": _MADE, "peak files": _MADE, "outputs": _OUTPUTS},
     "align, found": {**_OLD, "conformed files": _FOUND, "peak files": _FOUND,
                      "outputs": _OUTPUTS},
+    "loudness, made": {**_NEW, "conformed files": _MADE, "timeline": _MEDIA},
+    "loudness, found": {**_OLD, "conformed files": _FOUND, "timeline": _MEDIA},
     "cache clean": {"lock file": "open close", "cache folder": "open stat", "database": _DATABASE,
                     "conformed files": "unlink", "peak files": "unlink"},
 }
