@@ -27,7 +27,11 @@ tree_checks() {
     check "Count of tests knows good from bad" tools/check/count_tests.py --self-test
     check "Coverage knows good from bad" tools/check/check_coverage.py --self-test
     check "Loaded libraries know good from bad" tools/check/check_loads.py --self-test
-    check "Program of the README" tools/check/check_readme.py
+    check "Listings of the pages know good from bad" tests/docs/check_listings.py --self-test
+    check "Listings of the pages" tests/docs/check_listings.py
+    check "Messages of the pages know good from bad" tests/docs/check_messages.py --self-test
+    check "Messages of the pages" tests/docs/check_messages.py
+    check "Commands of the pages know good from bad" tests/docs/commands.py --self-test
 }
 
 release_tests() {
@@ -47,6 +51,7 @@ installed_view() {
     require "Install" cmake --install build/release --prefix "$stage" --strip
     check "Every public header is installed" tools/check/check_installed.py "$stage/include"
     check "Consumer project, by CMake" consumer_by_cmake "$stage"
+    check "Program of the tutorial" tutorial_by_cmake "$stage"
     check "Plugin library of another project" plugins_by_cmake "$stage"
     check "Consumer project, by pkg-config" consumer_by_pkg_config "$stage" build/consumer/by-pkg-config
     check "A component that does not exist is refused" unknown_component_is_refused "$stage"
@@ -60,6 +65,18 @@ installed_view() {
 consumer_by_cmake() {
     cmake -S tests/consumer -B build/consumer -G Ninja -DCMAKE_PREFIX_PATH="$1" >/dev/null &&
         cmake --build build/consumer && build/consumer/consumer
+}
+
+# The last program of docs/tutorial-host.md, as its reader builds it, without a sound device.
+tutorial_by_cmake() {
+    local folder=build/tutorial
+    rm -rf "$folder"
+    mkdir -p "$folder"
+    cp examples/tutorial/CMakeLists.txt "$folder" && cp examples/tutorial/3_player.cpp "$folder/player.cpp" &&
+        cmake -S "$folder" -B "$folder/build" -G Ninja -DCMAKE_PREFIX_PATH="$1" >/dev/null &&
+        cmake --build "$folder/build" &&
+        (cd "$folder" && SDL_AUDIODRIVER=dummy build/player /usr/share/sounds/alsa/Front_Center.wav) |
+        grep -c '^frame .*######'
 }
 
 # Away from the build folder and from the folder sonrel of the tree.
