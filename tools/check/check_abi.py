@@ -6,9 +6,9 @@
     check_abi.py --dump VERSION BUILD_FOLDER HEADERS   writes packaging/abi/VERSION
     check_abi.py --self-test                           libraries with known changes
 
-HEADERS is the folder of the installed headers. The libraries need debug information. Added functions are accepted. A change that breaks programs built
-with the last release is accepted only where the library has another soname since; the check then says
-so. Needs abidw and abidiff (Debian: abigail-tools).
+HEADERS is the folder of the installed headers. The libraries need debug information. Added functions are
+accepted. A change that breaks programs built with the last release is accepted only where the library has
+another soname since; the check then says so. Needs abidw and abidiff (Debian: abigail-tools).
 """
 
 import lzma
@@ -51,8 +51,9 @@ def broken(old, new):
 
 
 def libraries(folder):
-    """The libraries of packaging/exports.txt in a build folder, by name."""
-    names = [name for name in listed_names() if name.endswith(".so")]
+    """The libraries of packaging/exports.txt in a build folder, by name. A module has a folder of its
+    version, and is loaded by the library of that version only."""
+    names = [name for name in listed_names() if name.startswith("lib") and name.endswith(".so")]
     return {name: next(pathlib.Path(folder).rglob(name)) for name in names}
 
 
