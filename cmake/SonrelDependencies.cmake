@@ -14,6 +14,7 @@ endif()
 
 if(SONREL_BUILD_HOST)
     find_package(CLI11 REQUIRED)
+    find_package(Freetype REQUIRED)
     find_package(nlohmann_json REQUIRED)
     pkg_check_modules(LIBZIP REQUIRED IMPORTED_TARGET libzip)
 endif()

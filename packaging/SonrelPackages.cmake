@@ -73,6 +73,8 @@ endif()
 # machine without a desktop does without them.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "${library_package}-painter, libsdl2-2.0-0")
 set(CPACK_DEBIAN_PAINTER_PACKAGE_DEPENDS "${same_version}")
+# The font of the labels; without a font pictures have none.
+set(CPACK_DEBIAN_PAINTER_PACKAGE_RECOMMENDS fonts-dejavu-core)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${same_version}, libboost-dev")
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS "${same_version}")

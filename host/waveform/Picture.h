@@ -22,12 +22,15 @@ struct Picture {
     Format format = Format::ARGB32;
     std::unique_ptr<unsigned char[]> bytes;
 
-    int RowBytes() const {
-        const int pixelBytes = format == Format::RGB888 ? 3 : 4;
-        return (width * pixelBytes + 3) / 4 * 4;
-    }
+    std::size_t PixelBytes() const { return format == Format::RGB888 ? 3 : 4; }
+    int RowBytes() const { return (width * static_cast<int>(PixelBytes()) + 3) / 4 * 4; }
     std::size_t Size() const {
         return static_cast<std::size_t>(RowBytes()) * static_cast<std::size_t>(height);
+    }
+
+    unsigned char* PixelAt(int x, int y) const {
+        return bytes.get() + static_cast<std::size_t>(RowBytes()) * static_cast<std::size_t>(y) +
+               PixelBytes() * static_cast<std::size_t>(x);
     }
 
     /// An image with undefined contents, of at most 2^26 pixels; its bytes are null without enough

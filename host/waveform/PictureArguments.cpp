@@ -62,13 +62,18 @@ zrtl::FrameRange ReadEnds(const std::string& text, int rate, long long samples) 
 
 }  // namespace
 
+bool IsPictureSize(long long width, long long height) {
+    return width >= 1 && width <= MAX_SIDE && height >= 1 && height <= MAX_SIDE &&
+           width * height <= MAX_PIXELS;
+}
+
 PictureSize ParsePictureSize(const std::string& text) {
     const std::size_t cross = text.find('x');
     if (cross != std::string::npos) {
         const std::string_view view = text;
         const std::optional<int> width = ParseSide(view.substr(0, cross));
         const std::optional<int> height = ParseSide(view.substr(cross + 1));
-        if (width && height && static_cast<long long>(*width) * *height <= MAX_PIXELS) {
+        if (width && height && IsPictureSize(*width, *height)) {
             return {*width, *height};
         }
     }
@@ -90,6 +95,23 @@ sonrel::WaveformPreview::Color ParseColor(const std::string& option, const std::
     if (digits.size() == 6) value = value << 8 | 0xFF;
     return {static_cast<unsigned char>(value >> 24), static_cast<unsigned char>(value >> 16),
             static_cast<unsigned char>(value >> 8), static_cast<unsigned char>(value)};
+}
+
+std::vector<sonrel::WaveformPreview::Color> ParseColors(const std::string& option,
+                                                        const std::string& text) {
+    constexpr std::size_t MAX_COLORS = 16;
+    std::vector<sonrel::WaveformPreview::Color> colors;
+    for (std::size_t start = 0; start <= text.size();) {
+        const std::size_t comma = std::min(text.find(',', start), text.size());
+        colors.push_back(ParseColor(option, text.substr(start, comma - start)));
+        start = comma + 1;
+    }
+    if (colors.size() > MAX_COLORS) {
+        throw UsageError(option + " has " + std::to_string(colors.size()) +
+                         " colours; a picture has at most " + std::to_string(MAX_COLORS) +
+                         " channels");
+    }
+    return colors;
 }
 
 void CheckStreamRange(const std::string& text) {

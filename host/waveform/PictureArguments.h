@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "sonrel/base/FrameRange.h"
 #include "sonrel/waveform/WaveformPreview.h"
@@ -13,9 +14,12 @@ struct PictureSize {
     int height = 0;  ///< pixels
 };
 
+/// Whether both sides are from 1 to 32767, with at most 2^26 pixels. A picture with its copies then
+/// needs less than a gigabyte.
+bool IsPictureSize(long long width, long long height);
+
 /// Reads "1800x280".
-/// @throws UsageError unless both are from 1 to 32767 with at most 2^26 pixels. A picture with its
-///         copies then needs less than a gigabyte.
+/// @throws UsageError unless IsPictureSize
 PictureSize ParsePictureSize(const std::string& text);
 
 /// Reads a colour as six or eight hexadecimal digits, RRGGBB or RRGGBBAA; without alpha the colour
@@ -23,6 +27,10 @@ PictureSize ParsePictureSize(const std::string& text);
 /// @param option  the option that the text belongs to, for the message
 /// @throws UsageError
 sonrel::WaveformPreview::Color ParseColor(const std::string& option, const std::string& text);
+
+/// Reads a list of 1 to 16 colours with commas between them. @throws UsageError
+std::vector<sonrel::WaveformPreview::Color> ParseColors(const std::string& option,
+                                                        const std::string& text);
 
 /// Checks the syntax of a range before a stream is opened.
 /// @throws UsageError when the text is not a range

@@ -3,17 +3,15 @@
 
 #include <string>
 
+#include "host/waveform/LabelFont.h"
 #include "host/waveform/Picture.h"
-#include "host/waveform/WaveformRuler.h"
 #include "sonrel/base/Export.h"
 
 namespace orlo::host {
 
-/// The work on pictures that needs the drawing library.
+/// The work on pictures that needs the drawing library or the font library.
 struct PicturePainter {
-    /// Adds a ruler below a picture. The pixels of the picture are unchanged.
-    /// @return a picture without bytes when there is not enough memory
-    Picture (*addRuler)(const Picture& picture, const Ruler& ruler);
+    OpenLabelFont openFont;
     /// The picture as RGBA8888.
     /// @return a picture without bytes when there is not enough memory
     Picture (*toRgba)(const Picture& picture);

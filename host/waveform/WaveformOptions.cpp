@@ -9,13 +9,39 @@ namespace {
 
 using sonrel::WaveformPreview;
 
-void DeclareColor(CLI::App& command, const std::string& name, WaveformPreview::Color& color,
-                  const std::string& description) {
+void DeclareColors(CLI::App& command, WaveformOptions& options) {
     command
         .add_option_function<std::string>(
-            name, [&color, name](const std::string& text) { color = ParseColor(name, text); },
-            description)
+            "--color",
+            [&options](const std::string& text) { options.colors = ParseColors("--color", text); },
+            "Colour of the waveform, or a colour a channel (default: a colour a channel)")
+        ->type_name("RRGGBB[AA][,...]");
+    command
+        .add_option_function<std::string>(
+            "--background",
+            [&options](const std::string& text) {
+                options.background = ParseColor("--background", text);
+            },
+            "Colour of the background (default: white, or black where colours are light)")
         ->type_name("RRGGBB[AA]");
+}
+
+void DeclareFrame(CLI::App& command, WaveformOptions& options) {
+    command.add_flag("--ruler", options.ruler, "Draw a time ruler below");
+    command.add_flag_callback(
+        "--timecode", [&options] { options.ruler = options.timecode = true; },
+        "Draw a ruler with timecode below");
+    command.add_option("--axis", options.axis, "Draw a scale of amplitudes: linear or db")
+        ->type_name("UNIT")
+        ->transform(OneOf<AmplitudeUnit>(
+            {{"linear", AmplitudeUnit::Linear}, {"db", AmplitudeUnit::Decibels}}));
+    command.add_flag("--names", options.names, "Draw the names of the channels");
+    command.add_flag("--clips", options.clips, "Mark the stretches that reach full scale");
+    command.add_flag("--samples", options.samples,
+                     "Draw single samples where a pixel is shorter than 32 samples");
+    command.add_option("--font", options.font, "Font of the labels (default: DejaVu Sans)")
+        ->type_name("FILE.ttf")
+        ->check(Name());
 }
 
 void DeclareStyle(CLI::App& command, WaveformOptions& options) {
@@ -51,9 +77,7 @@ void DeclareWaveformOptions(CLI::App& command, WaveformOptions& options) {
         ->type_name("WxH");
     DeclareSound(command, options.sound);
     DeclareStyle(command, options);
-    DeclareColor(command, "--color", options.color, "Colour of the waveform (default: 000000FF)");
-    DeclareColor(command, "--background", options.background,
-                 "Colour of the background (default: 00000000)");
+    DeclareColors(command, options);
     command
         .add_option_function<std::string>(
             "--range",
@@ -63,7 +87,7 @@ void DeclareWaveformOptions(CLI::App& command, WaveformOptions& options) {
             },
             "Part of the stream (default: all)")
         ->type_name("A:B");
-    command.add_flag("--ruler", options.ruler, "Draw a time ruler below");
+    DeclareFrame(command, options);
     DeclareOverwrite(command, options.overwrite);
 }
 

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "host/options/SoundOptions.h"
+#include "host/waveform/AmplitudeRows.h"
 #include "host/waveform/PictureArguments.h"
 #include "sonrel/waveform/WaveformPreview.h"
 
@@ -21,10 +24,16 @@ struct WaveformOptions {
     sonrel::WaveformPreview::Style style = sonrel::WaveformPreview::Style::RMSEnvelope;
     sonrel::WaveformPreview::Scale scale = sonrel::WaveformPreview::Scale::Linear;
     sonrel::WaveformPreview::Format format = sonrel::WaveformPreview::Format::ARGB32;
-    sonrel::WaveformPreview::Color color{0, 0, 0, 255};
-    sonrel::WaveformPreview::Color background{0, 0, 0, 0};
-    std::string range;  ///< empty: the whole stream
+    std::vector<sonrel::WaveformPreview::Color> colors;        ///< empty: the default colours
+    std::optional<sonrel::WaveformPreview::Color> background;  ///< empty: by the colours
+    std::string range;                                         ///< empty: the whole stream
     bool ruler = false;
+    bool timecode = false;  ///< the ruler shows timecode
+    AmplitudeUnit axis = AmplitudeUnit::None;
+    bool names = false;
+    bool clips = false;
+    bool samples = false;
+    std::string font;        ///< empty: the first usable font of the machine
     bool overwrite = false;  ///< whether write-protected files may be replaced
 };
 

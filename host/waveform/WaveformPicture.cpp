@@ -10,6 +10,8 @@
 #include "host/shell/Errors.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
+#include "host/waveform/FramePicture.h"
+#include "host/waveform/LanePicture.h"
 #include "host/waveform/PicturePainter.h"
 #include "sonrel/cache/PeakFile.h"
 #include "sonrel/waveform/WaveformPreview.h"
@@ -85,6 +87,79 @@ std::string ReasonOf(int result) {
     }
 }
 
+Picture Checked(Picture picture) {
+    if (picture.bytes == nullptr) RefuseMemory();
+    return picture;
+}
+
+/// The settings of the engine.
+struct EngineDrawing {
+    WaveformPreview::Style style;
+    WaveformPreview::Scale scale;
+    WaveformPreview::Format format;
+    WaveformPreview::Color color;
+    WaveformPreview::Color background;
+};
+
+Picture DrawByEngine(const PeakSource& source, const zrtl::FrameRange& range,
+                     const EngineDrawing& drawing, const PictureSize& size) {
+    WaveformPreview preview(source.rate, source.samples, source.channels,
+                            WidePath(source.peakFile));
+    preview.SetBackgroundColor(drawing.background);
+    preview.SetWaveformColor(drawing.color);
+    preview.SetPreviewStyle(drawing.style);
+    preview.SetPreviewScale(drawing.scale);
+    preview.SetPreviewRangeSamples(range.start, range.end);
+
+    const bool stretched = IsStretched(source, range, size.width);
+    Picture picture =
+        Checked(Picture::Make(size.width, size.height, PixelFormat(drawing.format, stretched)));
+    // A picture cannot be equal to both fillings.
+    for (const auto before : {std::uint8_t{0}, std::uint8_t{1}}) {
+        const int result = DrawOver(before, preview, drawing.format, picture);
+        if (result != 0) {
+            throw JobError("cannot draw " + Quoted(source.media) + ": " + ReasonOf(result));
+        }
+        if (IsDrawn(picture, before)) return picture;
+    }
+    RefuseMemory();
+}
+
+/// Whether the channels of a picture have different colours.
+bool HasColoredLanes(const PeakSource& source, const WaveformOptions& options,
+                     const PictureColors& colors, const PictureSize& size) {
+    return options.style != WaveformPreview::Style::RMSEnvelope && source.channels > 1 &&
+           colors.channels.size() > 1 && LaneHeight(options, size.height, source.channels) > 0;
+}
+
+/// The lanes of all channels as the engine draws them. Overlaid channels are lanes too, each of the
+/// height of the picture.
+LaneMasks MasksOf(const PeakSource& source, const zrtl::FrameRange& range,
+                  const WaveformOptions& options, const PictureSize& size) {
+    const int laneHeight = LaneHeight(options, size.height, source.channels);
+    const long long height = static_cast<long long>(laneHeight) * source.channels;
+    if (!IsPictureSize(size.width, height)) {
+        throw UsageError("a picture of " + std::to_string(source.channels) +
+                         " channels in different colours needs " + std::to_string(height) +
+                         " rows to draw, which is too large; choose a smaller --size, or one "
+                         "--color");
+    }
+    const EngineDrawing drawing{WaveformPreview::Style::ChannelLanes,
+                                options.scale,
+                                WaveformPreview::Format::ARGB32,
+                                {0, 0, 0, 255},
+                                {0, 0, 0, 0}};
+    const Picture lanes =
+        DrawByEngine(source, range, drawing, {size.width, static_cast<int>(height)});
+    LaneMasks masks(size.width, laneHeight, source.channels);
+    for (std::size_t pixel = 0; pixel < masks.coverage.size(); ++pixel) {
+        std::uint32_t word = 0;
+        std::memcpy(&word, lanes.bytes.get() + 4 * pixel, sizeof(word));
+        masks.coverage[pixel] = static_cast<unsigned char>(word >> 24);
+    }
+    return masks;
+}
+
 }  // namespace
 
 PeakSource OpenPeakSource(const std::string& media, const std::string& peakFile, int rate,
@@ -101,36 +176,35 @@ zrtl::FrameRange ShownRange(const PeakSource& source, const zrtl::FrameRange& ra
     return {blocks.start * BLOCK_SAMPLES, blocks.end * BLOCK_SAMPLES};
 }
 
-Picture DrawWaveform(const PeakSource& source, const zrtl::FrameRange& range,
-                     const WaveformOptions& options, const PictureSize& size) {
-    WaveformPreview preview(source.rate, source.samples, source.channels,
-                            WidePath(source.peakFile));
-    preview.SetBackgroundColor(options.background);
-    preview.SetWaveformColor(options.color);
-    preview.SetPreviewStyle(options.style);
-    preview.SetPreviewScale(options.scale);
-    preview.SetPreviewRangeSamples(range.start, range.end);
-
+bool IsStretched(const PeakSource& source, const zrtl::FrameRange& range, int width) {
     const zrtl::FrameRange blocks = BlocksOf(source, range);
-    const bool stretched = blocks.end - blocks.start < size.width;
-    Picture picture =
-        Picture::Make(size.width, size.height, PixelFormat(options.format, stretched));
-    if (picture.bytes == nullptr) RefuseMemory();
-    // A picture cannot be equal to both fillings.
-    for (const auto before : {std::uint8_t{0}, std::uint8_t{1}}) {
-        const int result = DrawOver(before, preview, options.format, picture);
-        if (result != 0) {
-            throw JobError("cannot draw " + Quoted(source.media) + ": " + ReasonOf(result));
-        }
-        if (IsDrawn(picture, before)) return picture;
-    }
-    RefuseMemory();
+    return blocks.end - blocks.start < width;
 }
 
-Picture AddRuler(const Picture& picture, const Ruler& ruler) {
-    Picture whole = FindPicturePainter().addRuler(picture, ruler);
-    if (whole.bytes == nullptr) RefuseMemory();
-    return whole;
+Picture DrawWaveform(const PeakSource& source, const zrtl::FrameRange& range,
+                     const WaveformOptions& options, const PictureColors& colors,
+                     const PictureSize& size) {
+    if (HasColoredLanes(source, options, colors, size)) {
+        const bool stacked = options.style == WaveformPreview::Style::ChannelLanes;
+        LaneMasks masks = MasksOf(source, range, options, size);
+        return Checked(PaintLanes(masks, stacked, colors, options.format, size.height));
+    }
+    const EngineDrawing drawing{options.style, options.scale, options.format, colors.OfChannel(0),
+                                colors.background};
+    return DrawByEngine(source, range, drawing, size);
+}
+
+Picture DrawSamplePicture(const StreamSamples& samples, const WaveformOptions& options,
+                          const PictureColors& colors, const PictureSize& size) {
+    const auto channels = static_cast<int>(samples.channels.size());
+    const bool stacked = options.style == WaveformPreview::Style::ChannelLanes;
+    LaneMasks masks =
+        DrawSamples(samples, size.width, LaneHeight(options, size.height, channels), options.scale);
+    return Checked(PaintLanes(masks, stacked, colors, options.format, size.height));
+}
+
+Picture AddFrame(const Picture& picture, const Frame& frame, LabelFont* font) {
+    return Checked(PaintFrame(picture, frame, font));
 }
 
 std::string PngBytes(const Picture& picture) {

@@ -3,10 +3,13 @@
 
 #include <string>
 
+#include "host/waveform/Frame.h"
+#include "host/waveform/LabelFont.h"
 #include "host/waveform/Picture.h"
 #include "host/waveform/PictureArguments.h"
+#include "host/waveform/PictureColors.h"
+#include "host/waveform/SampleLanes.h"
 #include "host/waveform/WaveformOptions.h"
-#include "host/waveform/WaveformRuler.h"
 
 namespace orlo::host {
 
@@ -27,18 +30,26 @@ struct PeakSource {
 PeakSource OpenPeakSource(const std::string& media, const std::string& peakFile, int rate,
                           long long samples);
 
-/// Draws a part of a stream.
+/// Draws a part of a stream from its peak file. A picture of a single colour is that of the engine.
 /// @param size  size of the image
 /// @return an image with its correct pixel format set
-/// @throws JobError
+/// @throws JobError; UsageError for a picture that is too large for its colours
 Picture DrawWaveform(const PeakSource& source, const zrtl::FrameRange& range,
-                     const WaveformOptions& options, const PictureSize& size);
+                     const WaveformOptions& options, const PictureColors& colors,
+                     const PictureSize& size);
+
+/// Whether a pixel of a picture is shorter than a block of the peak file.
+bool IsStretched(const PeakSource& source, const zrtl::FrameRange& range, int width);
 
 /// The samples that the picture of a range shows: all samples of the blocks that overlap the range.
 zrtl::FrameRange ShownRange(const PeakSource& source, const zrtl::FrameRange& range);
 
-/// The picture with a ruler below it. @throws JobError
-Picture AddRuler(const Picture& picture, const Ruler& ruler);
+/// Draws single samples. @throws JobError
+Picture DrawSamplePicture(const StreamSamples& samples, const WaveformOptions& options,
+                          const PictureColors& colors, const PictureSize& size);
+
+/// The picture in its frame. @throws JobError
+Picture AddFrame(const Picture& picture, const Frame& frame, LabelFont* font);
 
 /// The bytes of a PNG file. @throws JobError
 std::string PngBytes(const Picture& picture);

@@ -24,10 +24,11 @@ _sonrel() {
         --style) COMPREPLY=($(compgen -W "lanes overlaid rms" -- "$current")); return ;;
         --for) COMPREPLY=($(compgen -W "parallel slurm json" -- "$current")); return ;;
         --scale) COMPREPLY=($(compgen -W "linear log" -- "$current")); return ;;
+        --axis) COMPREPLY=($(compgen -W "linear db" -- "$current")); return ;;
         --format) COMPREPLY=($(compgen -W "rgb888 argb32" -- "$current")); return ;;
         --cache | --stems) compopt -o filenames; COMPREPLY=($(compgen -d -- "$current")); return ;;
         --meters) [ "$command" = play ] || { compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return; } ;;
-        --db | --export | -o) compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return ;;
+        --db | --export | --font | -o) compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return ;;
         --rate | --fps | --grid | --media-root | --keep-days | --spool-limit | --jobs | --from | --to | --seed | --days | --buffer | --composition | --min-correlation | --zoom | --stream | --normalize | --true-peak | --target | --tolerance | --gain | --part | --shards | --pass) return ;;
         --size | --color | --background | --range) return ;;
     esac
@@ -45,7 +46,7 @@ _sonrel() {
             [ "$previous" != plan ] || { COMPREPLY=($(compgen -W "mix conform peaks" -- "$current")); return; }
             options+=" --shards --for -o --joins --pass" ;;
         play) options+=" --stream --channels --from --reverse --speed --meters --events --strict --audio-from --output --buffer --dither --seed --overwrite" ;;
-        waveform) options+=" --stream --channels -o --size --style --scale --format --color --background --range --ruler --overwrite" ;;
+        waveform) options+=" --stream --channels -o --size --style --scale --format --color --background --range --ruler --timecode --axis --names --clips --samples --font --overwrite" ;;
         peaks) options+=" --stream --channels -o --mode --export --zoom --force --overwrite" ;;
         cache)
             if [ -z "$action" ] && [[ $current != -* ]]; then

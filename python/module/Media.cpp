@@ -170,7 +170,9 @@ Picture DrawSound(const Session::Use& use, const MediaSound& sound,
                                                          found.task.rate, found.task.frames);
     const zrtl::FrameRange range =
         host::ParseStreamRange(options.range, source.rate, source.samples);
-    return PictureOf(host::DrawWaveform(source, range, options, options.size));
+    return PictureOf(host::DrawWaveform(source, range, options,
+                                        host::ResolveColors(options.colors, options.background),
+                                        options.size));
 }
 
 AlignedPair AlignFiles(const Session::Use& use, const AlignmentTask& task,

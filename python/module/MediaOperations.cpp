@@ -100,9 +100,10 @@ Value OneOf(const char* argument, const std::string& text,
 
 py::array Waveform(const SessionPtr& session, const py::object& media, int width, int height,
                    const std::string& range, const std::string& style, const std::string& scale,
-                   const std::string& color, const std::string& background,
-                   std::optional<int> stream, const std::optional<std::string>& channels,
-                   const py::object& progress, CancelPtr cancel) {
+                   const std::optional<std::string>& color,
+                   const std::optional<std::string>& background, std::optional<int> stream,
+                   const std::optional<std::string>& channels, const py::object& progress,
+                   CancelPtr cancel) {
     const MediaSound sound{PathOf(media), SoundOf(stream, channels)};
     host::WaveformOptions options;
     options.size = host::ParsePictureSize(std::to_string(width) + "x" + std::to_string(height));
@@ -116,8 +117,8 @@ py::array Waveform(const SessionPtr& session, const py::object& media, int width
     options.scale = OneOf<WaveformPreview::Scale>(
         "scale", scale,
         {{"linear", WaveformPreview::Scale::Linear}, {"log", WaveformPreview::Scale::Logarithmic}});
-    options.color = host::ParseColor("color", color);
-    options.background = host::ParseColor("background", background);
+    if (color) options.colors = host::ParseColors("color", *color);
+    if (background) options.background = host::ParseColor("background", *background);
     const Controls controls = ControlsOf(progress, std::move(cancel));
     Picture picture;
     Run(controls, [&](host::Progress& shown) {
@@ -246,8 +247,8 @@ The file is conformed to `rate` first. `start` and `stop` are those of `Project.
 )")
         .def("waveform", &Waveform, py::arg("media"), py::kw_only(), py::arg("width") = 1800,
              py::arg("height") = 280, py::arg("range") = "", py::arg("style") = "rms",
-             py::arg("scale") = "linear", py::arg("color") = "000000FF",
-             py::arg("background") = "00000000", py::arg("stream") = py::none(),
+             py::arg("scale") = "linear", py::arg("color") = py::none(),
+             py::arg("background") = py::none(), py::arg("stream") = py::none(),
              py::arg("channels") = py::none(), CONTROL_ARGUMENTS,
              R"(Draws the waveform of a media file: a uint8 array of shape (height, width, 4).
 

@@ -6,7 +6,7 @@
 #include <QImage>
 #include <cstring>
 
-#include "host/waveform/painter/RulerPainter.h"
+#include "host/waveform/painter/FreeTypeFont.h"
 
 namespace orlo::host {
 
@@ -34,14 +34,6 @@ QImage ViewOf(const Picture& picture) {
                   PixelFormat(picture.format));
 }
 
-Picture WithRuler(const Picture& picture, const Ruler& ruler) {
-    Picture whole = Picture::Make(picture.width, picture.height + RULER_HEIGHT, picture.format);
-    if (whole.bytes == nullptr) return whole;
-    QImage image = ViewOf(whole);
-    PaintRuler(ViewOf(picture), ruler, image);
-    return whole;
-}
-
 Picture ToRgba(const Picture& picture) {
     constexpr Picture::Format FORMAT = Picture::Format::RGBA8888;
     const QImage image = ViewOf(picture).convertToFormat(PixelFormat(FORMAT));
@@ -65,6 +57,6 @@ std::string EncodePng(const Picture& picture) {
 
 const orlo::host::PicturePainter* SonrelPicturePainter() {
     static constexpr orlo::host::PicturePainter PAINTER = {
-        &orlo::host::WithRuler, &orlo::host::ToRgba, &orlo::host::EncodePng};
+        &orlo::host::OpenFreeTypeFont, &orlo::host::ToRgba, &orlo::host::EncodePng};
     return &PAINTER;
 }

@@ -64,6 +64,24 @@ TEST(PictureColor, AnythingElseIsRefused) {
     }
 }
 
+TEST(PictureColors, AreAListWithCommas) {
+    const std::vector<Color> colors = ParseColors("--color", "0a14FF,#ff000080");
+
+    ASSERT_EQ(colors.size(), 2u);
+    EXPECT_EQ(colors[0], (Color{10, 20, 255, 255}));
+    EXPECT_EQ(colors[1], (Color{255, 0, 0, 128}));
+}
+
+TEST(PictureColors, AreAtMost16WithoutGaps) {
+    std::string list = "000000";
+    for (int i = 1; i < 16; ++i) list += ",000000";
+    EXPECT_EQ(ParseColors("--color", list).size(), 16u);
+    EXPECT_THROW(ParseColors("--color", list + ",000000"), UsageError);
+    for (const char* text : {"", ",", "000000,", ",000000", "000000,,000000", "000000 ,000000"}) {
+        EXPECT_THROW(ParseColors("--color", text), UsageError) << text;
+    }
+}
+
 // ---- ranges of a stream of two seconds at 48000 Hz
 
 TEST(StreamRange, AnEmptyTextIsTheWholeStream) {
