@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-# The Debian packages: libsonrel0, libsonrel0-painter, libsonrel-dev, sonrel and python3-sonrel. `cpack` in a build
-# folder of the preset "package", which installs to Debian's folders.
+# The Debian packages: libsonrel0, libsonrel0-painter, libsonrel-dev, libsonrel-doc, sonrel and python3-sonrel.
+# `cpack` in a build folder of the preset "package", which installs to Debian's folders.
 set(SONREL_PACKAGE_MAINTAINER "Sonrel developers <sonrel@users.noreply.github.com>" CACHE STRING
     "Name and mail address in the Debian packages and their changelog")
 
@@ -22,6 +22,9 @@ if(TARGET SonrelHost)
 endif()
 if(TARGET SonrelPython)
     list(APPEND CPACK_COMPONENTS_ALL python)
+endif()
+if(SONREL_BUILD_DOCS)
+    list(APPEND CPACK_COMPONENTS_ALL documentation)
 endif()
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -60,6 +63,13 @@ sonrel_package(development libsonrel-dev libdevel "development files"
     "Sonrel mixes timelines of recordings to 16-bit stereo. This package contains\n its headers, its CMake package and its pkg-config file.")
 sonrel_package(program sonrel sound "command line"
     "Sonrel mixes timelines and media files to WAV and other formats, measures and\n aligns recordings, and draws waveforms.")
+
+if(SONREL_BUILD_DOCS)
+    sonrel_package(documentation libsonrel-doc doc "documentation"
+        "Sonrel mixes timelines of recordings to 16-bit stereo. This package contains\n its tutorials, its pages and the reference of its library.")
+    set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
+    set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SHLIBDEPS OFF)
+endif()
 
 if(TARGET SonrelPython)
     sonrel_package(python python3-sonrel python "Python module"

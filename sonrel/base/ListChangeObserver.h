@@ -25,7 +25,7 @@ struct RecordChanges {};
 template <class T, class D>
 class ListChangeObserver {
 public:
-    using Items = zrtl::ZRList<T, zrtl::ZRListItemDelegate::Null>;
+    using Items = zrtl::ZRList<T, zrtl::ZRListItemDelegate::Null>;  ///< the plain list
 
     ListChangeObserver() = default;
     /// Copies the items and the number of changes. The copy has no owner yet.
@@ -34,11 +34,11 @@ public:
     /// Not assignable: items are added one by one, and the owner checks each.
     ListChangeObserver& operator=(const ListChangeObserver&) = delete;
 
-    std::size_t size() const { return items_.size(); }
-    bool empty() const { return items_.empty(); }
-    typename Items::const_iterator begin() const { return items_.begin(); }
-    typename Items::const_iterator end() const { return items_.end(); }
-    const T& operator[](std::size_t index) const { return items_[index]; }
+    std::size_t size() const { return items_.size(); }  ///< the number of items
+    bool empty() const { return items_.empty(); }       ///< whether there is no item
+    typename Items::const_iterator begin() const { return items_.begin(); }  ///< the first item
+    typename Items::const_iterator end() const { return items_.end(); }     ///< after the last item
+    const T& operator[](std::size_t index) const { return items_[index]; }  ///< below size()
 
     /// Visits the items from the first to the last. The visitor may remove items.
     void ForEach(const std::function<void(T)>& visit) const {
@@ -94,7 +94,7 @@ public:
         items_.insert(items_.begin() + static_cast<std::ptrdiff_t>(to), std::move(item));
         ++changeCount_;
     }
-
+    /// Removes all items as one change; then the owner is notified of each.
     void Clear() {
         const Items removed = std::exchange(items_, Items());
         ++changeCount_;

@@ -8,8 +8,8 @@ namespace zrtl {
 /// One sample of stereo sound, the unit of every position and count of the mixer: two signed
 /// 16-bit values, left first.
 struct StereoFrame {
-    std::int16_t left;
-    std::int16_t right;
+    std::int16_t left;   ///< full scale 32768
+    std::int16_t right;  ///< full scale 32768
 };
 
 /// Bytes of a frame in buffers and conformed files.
@@ -32,6 +32,6 @@ inline short* ValuesOf(StereoFrame* frames) {
 }
 inline const short* ValuesOf(const StereoFrame* frames) {
     return reinterpret_cast<const short*>(frames);
-}
+}  ///< the same, to read
 
 }  // namespace zrtl

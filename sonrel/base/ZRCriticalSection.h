@@ -11,8 +11,8 @@ namespace zrtl::thread {
 class SONREL_EXPORT ZRLockTypeBase {
 public:
     virtual ~ZRLockTypeBase() = default;
-    virtual void Lock() = 0;
-    virtual void Unlock() = 0;
+    virtual void Lock() = 0;    ///< waits for the lock and takes it
+    virtual void Unlock() = 0;  ///< releases the lock
 };
 
 /// A recursive lock: a thread that holds it may take it again, and releases it as many times as it
@@ -24,8 +24,8 @@ public:
     ZRCriticalSection(const ZRCriticalSection&) = delete;
     ZRCriticalSection& operator=(const ZRCriticalSection&) = delete;
 
-    void Lock() override { mutex_.lock(); }
-    void Unlock() override { mutex_.unlock(); }
+    void Lock() override { mutex_.lock(); }      ///< waits for the lock and takes it
+    void Unlock() override { mutex_.unlock(); }  ///< releases the lock
 
 private:
     std::recursive_mutex mutex_;
@@ -34,7 +34,7 @@ private:
 /// Holds a lock until the end of a scope and releases it on every way out.
 class ZRScopedLock {
 public:
-    explicit ZRScopedLock(ZRLockTypeBase& lock) : lock_(lock) { lock_.Lock(); }
+    explicit ZRScopedLock(ZRLockTypeBase& lock) : lock_(lock) { lock_.Lock(); }  ///< takes the lock
     ~ZRScopedLock() { lock_.Unlock(); }
     ZRScopedLock(const ZRScopedLock&) = delete;
     ZRScopedLock& operator=(const ZRScopedLock&) = delete;

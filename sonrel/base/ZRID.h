@@ -22,10 +22,10 @@ namespace zrtl {
 /// The class is header-only: the engine and every project library, ours or the host's, make
 /// identities with the same code.
 struct SONREL_EXPORT ZRID {
-    std::uint32_t data1 = 0;
-    std::uint16_t data2 = 0;
-    std::uint16_t data3 = 0;
-    std::uint8_t data4[8] = {};
+    std::uint32_t data1 = 0;     ///< bytes 0 to 3
+    std::uint16_t data2 = 0;     ///< bytes 4 and 5
+    std::uint16_t data3 = 0;     ///< bytes 6 and 7, with the version
+    std::uint8_t data4[8] = {};  ///< bytes 8 to 15, with the variant
 
     /// Creates a random identity (UUID version 4) from the random source of the system. Has no
     /// second source: a clock or a counter would let two machines make the same identity, and

@@ -20,26 +20,26 @@ struct SharedPtrIDCache {};
 template <class T, class D = ZRListItemDelegate::Null>
 class ZRList {
 public:
-    using value_type = T;
-    using iterator = typename std::vector<T>::iterator;
-    using const_iterator = typename std::vector<T>::const_iterator;
+    using value_type = T;                                            ///< an item
+    using iterator = typename std::vector<T>::iterator;              ///< changes items
+    using const_iterator = typename std::vector<T>::const_iterator;  ///< reads items
 
-    std::size_t size() const { return items_.size(); }
-    bool empty() const { return items_.empty(); }
-    iterator begin() { return items_.begin(); }
-    iterator end() { return items_.end(); }
-    const_iterator begin() const { return items_.begin(); }
-    const_iterator end() const { return items_.end(); }
+    std::size_t size() const { return items_.size(); }       ///< the number of items
+    bool empty() const { return items_.empty(); }            ///< whether there is no item
+    iterator begin() { return items_.begin(); }              ///< the first item
+    iterator end() { return items_.end(); }                  ///< the place after the last
+    const_iterator begin() const { return items_.begin(); }  ///< the first item
+    const_iterator end() const { return items_.end(); }      ///< the place after the last
 
     /// The item at @p index, which must be below size().
     T& operator[](std::size_t index) { return items_[index]; }
-    const T& operator[](std::size_t index) const { return items_[index]; }
-
-    void push_back(T item) { items_.push_back(std::move(item)); }
+    const T& operator[](std::size_t index) const { return items_[index]; }  ///< the same, to read
+    /// @{
+    void push_back(T item) { items_.push_back(std::move(item)); }  ///< as that of std::vector
     iterator insert(const_iterator at, T item) { return items_.insert(at, std::move(item)); }
     iterator erase(const_iterator at) { return items_.erase(at); }
     void clear() { items_.clear(); }
-
+    /// @}
 private:
     std::vector<T> items_;
 };

@@ -60,8 +60,8 @@ public:
     CacheFileRemoval(const std::wstring& cacheFolder, const std::wstring& fileName);
     /// Releases the right.
     ~CacheFileRemoval();
-    CacheFileRemoval(CacheFileRemoval&& other) noexcept;
-    CacheFileRemoval& operator=(CacheFileRemoval&& other) noexcept;
+    CacheFileRemoval(CacheFileRemoval&& other) noexcept;             ///< takes over the right
+    CacheFileRemoval& operator=(CacheFileRemoval&& other) noexcept;  ///< takes over the right
 
     /// False when another process uses the file, when its use cannot be determined, and for
     /// LOCK_FILE.

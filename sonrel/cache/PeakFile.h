@@ -46,28 +46,28 @@ public:
     };
 
     static constexpr int SAMPLES_PER_BLOCK = 32;  ///< sample frames; the last block may have fewer
-    static constexpr int MAX_CHANNELS = 16;
-    static constexpr int HEADER_BYTES = 20;  ///< size of the header before the first block
+    static constexpr int MAX_CHANNELS = 16;       ///< of a stream
+    static constexpr int HEADER_BYTES = 20;       ///< size of the header before the first block
 
     /// Results of Create other than 0.
     static constexpr int MEDIA_NOT_PREPARED = -1;  ///< nothing was written
     static constexpr int NO_AUDIO_STREAM = -2;  ///< none of the asset's index; nothing was written
-    static constexpr int OUTPUT_NOT_OPENED = -11;  ///< nothing was written
-    static constexpr int OUTPUT_NOT_POSITIONED = -12;
-    static constexpr int SECOND_READER_NOT_PREPARED = -21;
-    static constexpr int THIRD_READER_NOT_PREPARED = -22;
-    static constexpr int FOURTH_READER_NOT_PREPARED = -23;
-    static constexpr int SECOND_QUARTER_NOT_WRITTEN = -31;
-    static constexpr int THIRD_QUARTER_NOT_WRITTEN = -32;
-    static constexpr int FOURTH_QUARTER_NOT_WRITTEN = -33;
+    static constexpr int OUTPUT_NOT_OPENED = -11;           ///< nothing was written
+    static constexpr int OUTPUT_NOT_POSITIONED = -12;       ///< the place for the blocks
+    static constexpr int SECOND_READER_NOT_PREPARED = -21;  ///< for the second quarter
+    static constexpr int THIRD_READER_NOT_PREPARED = -22;   ///< for the third quarter
+    static constexpr int FOURTH_READER_NOT_PREPARED = -23;  ///< for the fourth quarter
+    static constexpr int SECOND_QUARTER_NOT_WRITTEN = -31;  ///< of the blocks
+    static constexpr int THIRD_QUARTER_NOT_WRITTEN = -32;   ///< of the blocks
+    static constexpr int FOURTH_QUARTER_NOT_WRITTEN = -33;  ///< of the blocks
     /// The first samples cannot be read, a write failed, the stream has no or more than 16 channels
     /// or a sample size that is not a multiple of 8 bits, or a further reader cannot be opened.
     static constexpr int BLOCKS_NOT_MADE = -100;
-    static constexpr int HEADER_NOT_POSITIONED = -201;
-    static constexpr int MAGIC_NOT_WRITTEN = -202;
-    static constexpr int VERSION_NOT_WRITTEN = -203;
-    static constexpr int CHANNEL_COUNT_NOT_WRITTEN = -204;
-    static constexpr int BLOCK_COUNT_NOT_WRITTEN = -205;
+    static constexpr int HEADER_NOT_POSITIONED = -201;      ///< after all blocks
+    static constexpr int MAGIC_NOT_WRITTEN = -202;          ///< the first field of the header
+    static constexpr int VERSION_NOT_WRITTEN = -203;        ///< the second field
+    static constexpr int CHANNEL_COUNT_NOT_WRITTEN = -204;  ///< the third field
+    static constexpr int BLOCK_COUNT_NOT_WRITTEN = -205;    ///< the last field
 
     PeakFile();
     /// Closes the file.

@@ -19,8 +19,8 @@ public:
     /// A closed file.
     ConformedAudioFile();
     ~ConformedAudioFile();
-    ConformedAudioFile(ConformedAudioFile&& other) noexcept;
-    ConformedAudioFile& operator=(ConformedAudioFile&& other) noexcept;
+    ConformedAudioFile(ConformedAudioFile&& other) noexcept;             ///< takes over the file
+    ConformedAudioFile& operator=(ConformedAudioFile&& other) noexcept;  ///< takes over the file
     ConformedAudioFile(const ConformedAudioFile&) = delete;
     ConformedAudioFile& operator=(const ConformedAudioFile&) = delete;
 

@@ -18,11 +18,11 @@ enum class CacheFileKind : int { Conformed = 0, Peak = 1, Vfr = 2 };
 
 /// One record of the media database.
 struct CacheRecord {
-    CacheFileKind kind = CacheFileKind::Conformed;
-    std::wstring mediaPath;
-    std::wstring mediaFingerprint;
-    int streamIndex = 0;
-    int sampleRate = 0;  ///< hertz; 0 for all but conformed files
+    CacheFileKind kind = CacheFileKind::Conformed;  ///< the kind of the file
+    std::wstring mediaPath;                         ///< the media file
+    std::wstring mediaFingerprint;                  ///< the state of the media file
+    int streamIndex = 0;                            ///< of the media file
+    int sampleRate = 0;                             ///< hertz; 0 for all but conformed files
     /// The file name in the cache folder, without a path; empty when the stored name is not a file
     /// name.
     std::wstring cacheFilename;

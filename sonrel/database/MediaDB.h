@@ -39,30 +39,30 @@ public:
     };
 
     struct ConformedFile {
-        std::wstring mediaPath;
-        std::wstring mediaFingerprint;
-        int streamIndex = 0;
-        int sampleRate = 0;
-        std::wstring cacheFilename;
-    };
+        std::wstring mediaPath;         ///< full path of the media file
+        std::wstring mediaFingerprint;  ///< the state of the media file
+        int streamIndex = 0;            ///< among the audio streams
+        int sampleRate = 0;             ///< hertz
+        std::wstring cacheFilename;     ///< without a path
+    };                                  ///< the record of a conformed file
 
     struct PeakFile {
-        std::wstring mediaPath;
-        std::wstring mediaFingerprint;
-        int streamIndex = 0;
-        std::wstring cacheFilename;
-    };
+        std::wstring mediaPath;         ///< full path of the media file
+        std::wstring mediaFingerprint;  ///< the state of the media file
+        int streamIndex = 0;            ///< among the audio streams
+        std::wstring cacheFilename;     ///< without a path
+    };                                  ///< the record of a peak file
 
     struct VFRCacheFile {
-        std::wstring mediaPath;
-        std::wstring mediaFingerprint;
-        int streamIndex = 0;
-        std::wstring cacheFilename;
-    };
+        std::wstring mediaPath;         ///< full path of the media file
+        std::wstring mediaFingerprint;  ///< the state of the media file
+        int streamIndex = 0;            ///< among the video streams
+        std::wstring cacheFilename;     ///< without a path
+    };                                  ///< the record of a file of frame times
 
-    using ConformedFileList = ZRList<ConformedFile, ZRListItemDelegate::Null>;
-    using PeakFileList = ZRList<PeakFile, ZRListItemDelegate::Null>;
-    using VFRCacheFileList = ZRList<VFRCacheFile, ZRListItemDelegate::Null>;
+    using ConformedFileList = ZRList<ConformedFile, ZRListItemDelegate::Null>;  ///< records
+    using PeakFileList = ZRList<PeakFile, ZRListItemDelegate::Null>;            ///< records
+    using VFRCacheFileList = ZRList<VFRCacheFile, ZRListItemDelegate::Null>;    ///< records
 
     /// Opens the database.
     /// @param databasePath      the file of the database; its folder must exist
@@ -79,7 +79,7 @@ public:
     MediaDB(const MediaDB&) = delete;
     MediaDB& operator=(const MediaDB&) = delete;
 
-    DatabaseStatus Status() const;
+    DatabaseStatus Status() const;  ///< the state when it was opened
 
     /// Joins a cache folder and a file name with one slash.
     static std::wstring CreateMediaCacheFilePath(std::wstring const& cacheFolder,
@@ -132,9 +132,9 @@ public:
     /// @return whether the work ran
     /// @throws std::runtime_error, and the exceptions of the work: the database is then unchanged
     bool IfStillUnused(ConformedFile const& record, int days, std::function<void()> const& work);
-
+    /// @{
     bool GetPeakFilename(std::wstring const& mediaPath, std::wstring const& fingerprint,
-                         int streamIndex, std::wstring* fileName) const;
+                         int streamIndex, std::wstring* fileName) const;  ///< as above
     void AddPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                      int streamIndex, std::wstring const& fileName);
     std::wstring ReplacePeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
@@ -155,7 +155,7 @@ public:
                             int streamIndex);
     VFRCacheFileList FindUnusedVFRCacheFiles(int days) const;
     bool IfStillUnused(VFRCacheFile const& record, int days, std::function<void()> const& work);
-
+    /// @}
 private:
     std::unique_ptr<MediaDBImpl> impl_;
 };

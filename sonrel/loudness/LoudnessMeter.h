@@ -43,8 +43,8 @@ public:
     ///                    and every result is empty
     explicit LoudnessMeter(int sampleRate);
     ~LoudnessMeter();
-    LoudnessMeter(LoudnessMeter&&) noexcept;
-    LoudnessMeter& operator=(LoudnessMeter&&) noexcept;
+    LoudnessMeter(LoudnessMeter&&) noexcept;             ///< takes over the measurement
+    LoudnessMeter& operator=(LoudnessMeter&&) noexcept;  ///< takes over the measurement
     LoudnessMeter(const LoudnessMeter&) = delete;
     LoudnessMeter& operator=(const LoudnessMeter&) = delete;
 

@@ -16,9 +16,9 @@ namespace zrh::media {
 /// in reverse order, on the thread that made them.
 class SONREL_EXPORT ConversionObserver {
 public:
-    using Function = std::function<bool(long long doneFrames, long long totalFrames)>;
+    using Function = std::function<bool(long long doneFrames, long long totalFrames)>;  ///< reports
 
-    explicit ConversionObserver(Function function);
+    explicit ConversionObserver(Function function);  ///< observes from now on
     ~ConversionObserver();
     ConversionObserver(const ConversionObserver&) = delete;
     ConversionObserver& operator=(const ConversionObserver&) = delete;

@@ -20,20 +20,20 @@ enum class MediaStreamKind : int {
 
 /// One stream of a media file. Fields that do not apply to its kind are 0 or empty.
 struct MediaStreamInfo {
-    MediaStreamKind kind = MediaStreamKind::Other;
-    std::string codec;     ///< short name, like "flac" or "h264"
+    MediaStreamKind kind = MediaStreamKind::Other;  ///< sound, picture or another kind
+    std::string codec;                              ///< short name, like "flac" or "h264"
     std::string language;  ///< as in the file, like "eng"; empty when it is not declared
     std::string title;     ///< empty when it is not declared
 
-    ZRAudioCodec audioCodec = ZRAudioCodec::Unknown;
-    int sampleRate = 0;  ///< hertz
-    int channels = 0;
-    std::string layout;  ///< of the channels, like "5.1"; empty when it is not declared
-    int bitsPerSample = 0;
-    ZRSampleDataType dataType = ZRSampleDataType::Integer;
-    long long sampleCount = 0;  ///< sample frames, exact
-    int error = 0;              ///< a MediaError if the sound cannot be read; otherwise 0
-    std::string reason;         ///< the reason of the error as a clause, with its numbers
+    ZRAudioCodec audioCodec = ZRAudioCodec::Unknown;  ///< of an audio stream
+    int sampleRate = 0;                               ///< hertz
+    int channels = 0;                                 ///< of an audio stream
+    std::string layout;     ///< of the channels, like "5.1"; empty when it is not declared
+    int bitsPerSample = 0;  ///< of an audio stream
+    ZRSampleDataType dataType = ZRSampleDataType::Integer;  ///< of an audio stream
+    long long sampleCount = 0;                              ///< sample frames, exact
+    int error = 0;       ///< a MediaError if the sound cannot be read; otherwise 0
+    std::string reason;  ///< the reason of the error as a clause, with its numbers
 
     double frameRate = 0.0;             ///< frames per second
     long long frameCount = 0;           ///< video frames
@@ -52,7 +52,7 @@ struct MediaInfo {
     /// without one.
     std::string timeReference;
     std::vector<MediaStreamInfo> streams;  ///< in file order
-};
+};                                         ///< a media file and its streams
 
 /// Finds a stream. Only streams of the kind count: for Audio, index 1 is the second audio stream.
 /// @return null when the file has no such stream

@@ -10,8 +10,8 @@
 namespace zrh::media {
 
 struct MediaFileReleaser {
-    void operator()(ZRAbstractMediaFile* file) const { ZRMediaFileRelease(file); }
-};
+    void operator()(ZRAbstractMediaFile* file) const { ZRMediaFileRelease(file); }  ///< releases
+};  ///< releases a media file
 
 /// An opened media file, released with the pointer. Release its streams before it.
 using MediaFilePtr = std::unique_ptr<ZRAbstractMediaFile, MediaFileReleaser>;

@@ -27,26 +27,26 @@ struct ChannelPlace {
 /// files. The number of a whole stream is its index. The number of any other choice is at least
 /// 2^30 and fits into 31 bits.
 struct SoundChoice {
-    enum class Kind {
+    enum class Kind /** The kind of a choice. */ {
         Stream,    ///< left.stream; a conformed file mixes more than two channels down
         Channels,  ///< the two channels; equal places are one channel for both sides
         Downmix    ///< all channels of left.stream, mixed to two in a peak file too
     };
 
     static constexpr int MAX_STREAMS = 256;  ///< in a choice of channels
-    static constexpr int MAX_CHANNELS = 64;
+    static constexpr int MAX_CHANNELS = 64;  ///< in a choice of channels
 
-    Kind kind = Kind::Stream;
-    ChannelPlace left;
-    ChannelPlace right;
-
+    Kind kind = Kind::Stream;  ///< a whole stream by default
+    ChannelPlace left;         ///< has the stream of a whole stream
+    ChannelPlace right;        ///< as left for a whole stream
+    /// The choice of a whole stream.
     static SoundChoice OfStream(int stream) { return {Kind::Stream, {stream, 0}, {stream, 0}}; }
     static SoundChoice OfChannels(ChannelPlace left, ChannelPlace right) {
         return {Kind::Channels, left, right};
-    }
+    }  ///< the choice of two channels
     static SoundChoice OfDownmix(int stream) { return {Kind::Downmix, {stream, 0}, {stream, 0}}; }
-
-    bool IsWholeStream() const { return kind == Kind::Stream; }
+    ///< The choice of all channels of a stream, mixed down.
+    bool IsWholeStream() const { return kind == Kind::Stream; }  ///< not a choice of channels
     /// One channel for both sides.
     bool IsMono() const { return kind == Kind::Channels && left == right; }
     /// The stream of the first side that is not silent.

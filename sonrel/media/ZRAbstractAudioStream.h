@@ -19,8 +19,8 @@ public:
     virtual int SampleRate() const = 0;
     /// A positive multiple of 8.
     virtual int BitsPerSample() const = 0;
-    virtual ZRSampleDataType SampleDataType() const = 0;
-    virtual int ChannelCount() const = 0;
+    virtual ZRSampleDataType SampleDataType() const = 0;  ///< whole numbers or floats
+    virtual int ChannelCount() const = 0;                 ///< channels of a sample frame
     /// Sample frames in the stream; exact once the file is prepared.
     virtual long long SampleCount() const = 0;
 

@@ -19,7 +19,7 @@ public:
         message_ = text.str();
     }
 
-    int Code() const { return code_; }
+    int Code() const { return code_; }  ///< a MediaError
 
     /// "ZRMedia Error ", the code in decimal and a line feed.
     const char* what() const noexcept override { return message_.c_str(); }

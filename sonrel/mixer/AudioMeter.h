@@ -26,8 +26,8 @@ class SONREL_EXPORT AudioMeter {
 public:
     AudioMeter();
     ~AudioMeter();
-    AudioMeter(AudioMeter&&) noexcept;
-    AudioMeter& operator=(AudioMeter&&) noexcept;
+    AudioMeter(AudioMeter&&) noexcept;             ///< takes over the session
+    AudioMeter& operator=(AudioMeter&&) noexcept;  ///< takes over the session
     AudioMeter(const AudioMeter&) = delete;
     AudioMeter& operator=(const AudioMeter&) = delete;
 

@@ -24,8 +24,8 @@ struct FailedRead {
     std::wstring mediaPath;  ///< the file that the sound comes from; of a merged asset the merged
                              ///< file
     int streamIndex = 0;     ///< MediaAsset::AudioStreamIndex
-    std::wstring conformedPath;  ///< MediaAudioStream::ConformedFilePath
-    ReadFailure reason = ReadFailure::CannotRead;
+    std::wstring conformedPath;                    ///< MediaAudioStream::ConformedFilePath
+    ReadFailure reason = ReadFailure::CannotRead;  ///< the kind of the failure
     int systemError = 0;  ///< errno of the failed operation; 0 when the system reported none,
                           ///< as for a file that is too short
     /// First sample of the media asset that the read did not deliver, at the conformed rate. A read

@@ -84,7 +84,7 @@ public:
 
     /// The kind of target that the engine is set up on.
     enum class InitializationType : int { None = 0, MediaAsset = 1, Sequence = 2, Composition = 3 };
-
+    /// The direction of a run.
     enum class PlaybackDirection : int { Forward = 0, Reverse = 1 };
 
     /// Ends a run, as Stop does, but calls no observer, and closes the device.
@@ -124,7 +124,7 @@ public:
 
     /// Whether the engine is set up.
     bool IsInitialized() const;
-    InitializationType InitializedType() const;
+    InitializationType InitializedType() const;  ///< of the target
     /// The identity of the target; null without a target or when it was deleted.
     zrtl::ZRID InitializedObjectID() const;
 

@@ -62,7 +62,7 @@ public:
     /// @return the frames that the voice gave; 0 after the timeout or when the output was closed
     int AdvanceBuffer(std::chrono::milliseconds timeout);
 
-    bool IsOpen() const;
+    bool IsOpen() const;  ///< whether a voice is open
     /// The rate of the open output; 0 while it is closed.
     int SampleRate() const;
 

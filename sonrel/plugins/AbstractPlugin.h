@@ -35,8 +35,8 @@ public:
     /// Opens the options of one instance.
     virtual void Options(AbstractPluginInstance*) {}
     virtual OverlayMode ViewerOverlayMode(AbstractPluginInstance*) { return OverlayMode::None; }
-    /// A picture for the plugin, or null.
-    virtual const QIcon* Icon() { return nullptr; }
+    ///< The drawing over the viewer.
+    virtual const QIcon* Icon() { return nullptr; }  ///< a picture for the plugin, or null
 };
 
 }  // namespace orlo::project

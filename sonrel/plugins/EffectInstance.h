@@ -26,7 +26,7 @@ public:
 
     /// A disabled effect is skipped. SetEnabled may be called while another thread mixes.
     bool Enabled() const;
-    void SetEnabled(bool enabled);
+    void SetEnabled(bool enabled);  ///< turns the effect on or off
 
 private:
     std::unique_ptr<EffectInstanceImpl> impl_;

@@ -18,8 +18,8 @@ struct PropertyManagerImpl;
 class SONREL_EXPORT PropertyManager {
 public:
     PropertyManager();
-    PropertyManager(const PropertyManager& source, int = 0);
-    PropertyManager& operator=(const PropertyManager&);
+    PropertyManager(const PropertyManager& source, int = 0);  ///< copies all properties
+    PropertyManager& operator=(const PropertyManager&);       ///< copies all properties
     ~PropertyManager();
 
     /// The value of an animated property at a time.
@@ -46,9 +46,9 @@ public:
     /// frames,
     ///         or a float or double is not finite
     void SetKeyframe(char const* key, int timeMs, PropertyValue const& value);
-    void RemoveKeyframe(char const* key, int timeMs);
-    void ClearKeyframes(char const* key);
-    bool HasKeyframes(char const* key) const;
+    void RemoveKeyframe(char const* key, int timeMs);  ///< nothing without a key frame
+    void ClearKeyframes(char const* key);              ///< keeps the static value
+    bool HasKeyframes(char const* key) const;          ///< whether it is animated
 
     /// Removes a property with its key frames.
     void RemoveProperty(char const* key);

@@ -13,16 +13,16 @@ namespace orlo::project {
 
 /// A colour as four 32-bit words, copied as plain data.
 struct OrloColor {
-    std::uint32_t words[4] = {};
+    std::uint32_t words[4] = {};  ///< red, green, blue, alpha
 };
 
 struct Scale3D {
-    double x = 1.0, y = 1.0, z = 1.0;
-};
+    double x = 1.0, /**< a factor */ y = 1.0, /**< a factor */ z = 1.0; /**< a factor */
+};  ///< a scale in three dimensions
 
 struct Orientation3D {
-    double x = 0.0, y = 0.0, z = 0.0;
-};
+    double x = 0.0, /**< an angle */ y = 0.0, /**< an angle */ z = 0.0; /**< an angle */
+};  ///< an orientation in three dimensions
 
 /// A value of a kind that a plugin defines.
 class SONREL_EXPORT CustomProperty {
@@ -37,11 +37,11 @@ public:
 class PropertyValueRange {
 public:
     struct Min {
-        Min& operator=(const Min&) { return *this; }
-    };
+        Min& operator=(const Min&) { return *this; }  ///< nothing to copy
+    };                                                ///< the lower end
     struct Max {
-        Max& operator=(const Max&) { return *this; }
-    };
+        Max& operator=(const Max&) { return *this; }  ///< nothing to copy
+    };                                                ///< the upper end
 };
 
 /// The value of a property. A reader extracts it by its exact type: a level is a `float`, a speed a

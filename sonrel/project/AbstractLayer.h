@@ -30,7 +30,7 @@ public:
 protected:
     friend struct CompositionAssetImpl;
 
-    std::unique_ptr<LayerImpl> impl_;
+    std::unique_ptr<LayerImpl> impl_;  ///< the state of the layer
 };
 
 /// A layer of a composition. It covers the frames from StartFrame, inclusive, to EndFrame,
@@ -38,12 +38,12 @@ protected:
 class SONREL_EXPORT AbstractLayer : public LayerBase, public AbstractAssetInstance {
 public:
     AbstractLayer() = default;
-    AbstractLayer(AbstractLayer const& source, int = 0);
+    AbstractLayer(AbstractLayer const& source, int = 0);  ///< as LayerBase
     ~AbstractLayer() override;
 
-    zrtl::ZRID const& ID() const;
-    int StartFrame() const;
-    int EndFrame() const;
+    zrtl::ZRID const& ID() const;  ///< the identity of the layer
+    int StartFrame() const;        ///< inclusive
+    int EndFrame() const;          ///< exclusive
     /// Milliseconds on the clock of the composition: RoundHalfAway(StartFrame / FrameRate * 1000);
     /// 0 for a layer without a composition.
     int StartTime(AssetList const& assets) const;
@@ -51,7 +51,7 @@ public:
     std::shared_ptr<CompositionAsset> ParentComposition(AssetList const& assets) const;
     /// The properties of the layer: "audioLevel" (float, dB) and "speed" (double).
     PropertyManager& Animation();
-    bool IsMuted() const;
+    bool IsMuted() const;  ///< whether the layer is silent
     /// An invisible layer is silent.
     bool IsVisible() const;
 
@@ -65,8 +65,8 @@ public:
 
     /// @throws std::invalid_argument when the range is empty or begins below 0
     void SetRange(int startFrame, int endFrame);
-    void SetMuted(bool muted);
-    void SetVisible(bool visible);
+    void SetMuted(bool muted);      ///< a muted layer is silent
+    void SetVisible(bool visible);  ///< an invisible layer is silent
     /// Appends an effect of this plugin. @throws std::invalid_argument as EffectInstance
     std::shared_ptr<EffectInstance> AddEffect(std::shared_ptr<AbstractPlugin> plugin);
 };

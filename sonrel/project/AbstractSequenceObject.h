@@ -30,7 +30,7 @@ public:
 protected:
     friend struct SequenceObjectListImpl;
 
-    std::unique_ptr<SequenceObjectImpl> impl_;
+    std::unique_ptr<SequenceObjectImpl> impl_;  ///< the state of the object
 };
 
 /// An object on a track. It covers the frames from StartFrame, inclusive, to EndFrame, exclusive.
@@ -38,20 +38,20 @@ class SONREL_EXPORT AbstractSequenceObject : public SequenceObjectBase,
                                              public AbstractAssetInstance {
 public:
     AbstractSequenceObject() = default;
-    AbstractSequenceObject(AbstractSequenceObject const& source, bool = false, int = 0);
+    AbstractSequenceObject(AbstractSequenceObject const& source, bool = false, int = 0);  ///< copy
     ~AbstractSequenceObject() override;
 
-    zrtl::ZRID const& ID() const;
-    int StartFrame() const;
-    int EndFrame() const;
+    zrtl::ZRID const& ID() const;  ///< the identity of the object
+    int StartFrame() const;        ///< inclusive, of the sequence
+    int EndFrame() const;          ///< exclusive
     /// Milliseconds on the clock of the sequence: RoundHalfAway(StartFrame / FrameRate * 1000).
     int StartTime(std::shared_ptr<EditorSequence> const& sequence) const;
     /// The properties of the object: "audioLevel" (float, dB) and "speed" (double).
     PropertyManager& Animation();
     /// Effects in chain order. The list refuses a plugin that is not an audio plugin.
     ListChangeObserver<std::shared_ptr<EffectInstance>, ResponseDelegate::RecordChanges>& Effects();
-    std::shared_ptr<Transition> const& IncomingTransition() const;
-    std::shared_ptr<Transition> const& OutgoingTransition() const;
+    std::shared_ptr<Transition> const& IncomingTransition() const;  ///< empty without one
+    std::shared_ptr<Transition> const& OutgoingTransition() const;  ///< empty without one
     /// 0 for an object that shows an asset and can have sound.
     virtual int ObjectType() const = 0;
 
@@ -64,8 +64,8 @@ public:
     /// Appends an effect of this plugin.
     /// @throws std::invalid_argument when it is empty or not an audio plugin
     std::shared_ptr<EffectInstance> AddEffect(std::shared_ptr<AbstractPlugin> plugin);
-    void SetIncomingTransition(std::shared_ptr<Transition> transition);
-    void SetOutgoingTransition(std::shared_ptr<Transition> transition);
+    void SetIncomingTransition(std::shared_ptr<Transition> transition);  ///< empty: none
+    void SetOutgoingTransition(std::shared_ptr<Transition> transition);  ///< empty: none
 };
 
 }  // namespace orlo::project

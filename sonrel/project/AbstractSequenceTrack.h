@@ -13,8 +13,8 @@ class SONREL_EXPORT AbstractSequenceTrack {
 public:
     virtual ~AbstractSequenceTrack() = default;
 
-    virtual PropertyManager& Animation() = 0;
-    virtual SequenceObjectList& Objects() = 0;
+    virtual PropertyManager& Animation() = 0;   ///< the properties of the track
+    virtual SequenceObjectList& Objects() = 0;  ///< the objects of the track
 };
 
 }  // namespace orlo::project

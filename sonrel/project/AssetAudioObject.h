@@ -14,7 +14,7 @@ struct AssetAudioObjectImpl;
 /// An audio object that shows an asset.
 class SONREL_EXPORT AssetAudioObject : public AudioObject {
 public:
-    explicit AssetAudioObject(zrtl::ZRID const& asset);
+    explicit AssetAudioObject(zrtl::ZRID const& asset);  ///< shows the asset of an identity
     /// @param composition  the asset that the copy shows instead of the asset of @p source, when
     ///                     not empty
     AssetAudioObject(AssetAudioObject const& source,
@@ -26,7 +26,7 @@ public:
     int SourceStartFrame() const override;
     std::shared_ptr<AbstractAsset> Asset(AssetList const& assets) const override;
 
-    void SetAsset(zrtl::ZRID const& asset);
+    void SetAsset(zrtl::ZRID const& asset);  ///< shows another asset
     /// @throws std::invalid_argument when negative
     void SetSourceStartFrame(int frame);
 

@@ -13,8 +13,8 @@ struct AssetLayerImpl;
 /// A layer that shows an asset.
 class SONREL_EXPORT AssetLayer : public AbstractLayer {
 public:
-    explicit AssetLayer(zrtl::ZRID const& asset);
-    AssetLayer(AssetLayer const& source, int = 0);
+    explicit AssetLayer(zrtl::ZRID const& asset);   ///< shows the asset of an identity
+    AssetLayer(AssetLayer const& source, int = 0);  ///< as the copy of LayerBase
     ~AssetLayer() override;
 
     int LayerType() const override { return 0; }
@@ -28,7 +28,7 @@ public:
     zrtl::ZRID const& AssetID() const;
     /// @throws std::invalid_argument when negative
     void SetSourceStartFrame(int frame);
-    void SetHasAudio(bool hasAudio);
+    void SetHasAudio(bool hasAudio);  ///< false makes it silent
 
 private:
     std::unique_ptr<AssetLayerImpl> impl_;

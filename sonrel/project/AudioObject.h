@@ -12,11 +12,11 @@ struct AudioObjectImpl;
 class SONREL_EXPORT AudioObject : public AbstractSequenceObject {
 public:
     AudioObject();
-    AudioObject(AudioObject const& source, bool = false, int = 0);
+    AudioObject(AudioObject const& source, bool = false, int = 0);  ///< as the copy of its base
     ~AudioObject() override;
 
-    bool IsMuted() const;
-    void SetMuted(bool muted);
+    bool IsMuted() const;       ///< whether the object is silent
+    void SetMuted(bool muted);  ///< a muted object is silent
 
 private:
     std::unique_ptr<AudioObjectImpl> impl_;

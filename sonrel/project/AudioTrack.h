@@ -29,19 +29,19 @@ public:
     AudioTrack& operator=(AudioTrack const&) = delete;
     ~AudioTrack() override;
 
-    PropertyManager& Animation() override;
-    SequenceObjectList& Objects() override;
+    PropertyManager& Animation() override;   ///< the properties above
+    SequenceObjectList& Objects() override;  ///< without overlaps
 
     /// A muted track is silent, even when it is solo.
     bool IsMuted() const;
     /// While any track is solo, the others are silent.
     bool IsSolo() const;
 
-    zrtl::ZRID const& ID() const;
-    void SetMuted(bool muted);
-    void SetSolo(bool solo);
-    std::wstring const& Name() const;
-    void SetName(std::wstring name);
+    zrtl::ZRID const& ID() const;      ///< the identity of the track
+    void SetMuted(bool muted);         ///< see IsMuted
+    void SetSolo(bool solo);           ///< see IsSolo
+    std::wstring const& Name() const;  ///< for the user; may be empty
+    void SetName(std::wstring name);   ///< not used by the mix
 
 private:
     std::unique_ptr<AudioTrackImpl> impl_;

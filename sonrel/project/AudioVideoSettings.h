@@ -29,15 +29,15 @@ class SONREL_EXPORT AudioVideoSettings {
 public:
     /// 25 frames a second, 0 frames, 48000 Hz.
     AudioVideoSettings();
-    AudioVideoSettings(AudioVideoSettings const& source, int = 0);
-    AudioVideoSettings& operator=(AudioVideoSettings const& source);
+    AudioVideoSettings(AudioVideoSettings const& source, int = 0);    ///< copies all settings
+    AudioVideoSettings& operator=(AudioVideoSettings const& source);  ///< copies all settings
     ~AudioVideoSettings();
 
     /// Frames a second.
     double FrameRate() const;
     /// Length in frames.
     int FrameCount() const;
-    AudioSamplingRate AudioSampleRate() const;
+    AudioSamplingRate AudioSampleRate() const;  ///< Custom for other rates
     /// The enumerator in hertz; 0 for Custom.
     static int AudioSampleRateValue(AudioSamplingRate rate);
     /// The rate of these settings in hertz.

@@ -27,14 +27,14 @@ public:
     CompositionAsset& operator=(CompositionAsset const&) = delete;
     ~CompositionAsset() override;
 
-    zrtl::ZRID const& ID() const override;
+    zrtl::ZRID const& ID() const override;  ///< the identity of the composition
     int AssetType() const override { return 1; }
     /// True when one of the layers has audio.
     bool HasAudio() const override;
     /// Always true: a composition has a picture, which may be empty.
     bool HasVideo() const override;
 
-    AudioVideoSettings& Settings();
+    AudioVideoSettings& Settings();  ///< rates and length
     /// The layers, in list order. Adding to the list is the same as AddLayer.
     ListChangeObserver<std::shared_ptr<AbstractLayer>, ResponseDelegate::RecordChanges>& Layers();
 

@@ -30,8 +30,8 @@ public:
     EditorSequence& operator=(EditorSequence const&) = delete;
     ~EditorSequence();
 
-    zrtl::ZRID const& ID() const;
-    AudioVideoSettings& Settings();
+    zrtl::ZRID const& ID() const;    ///< the identity of the sequence
+    AudioVideoSettings& Settings();  ///< rates and length
     /// By index from 0.
     ZRList<std::shared_ptr<AudioTrack>, ZRListItemDelegate::SharedPtrIDCache>& AudioTracks();
     /// Never empty; its "audioLevel" applies to the sum.

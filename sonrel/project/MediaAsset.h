@@ -28,7 +28,7 @@ public:
     MediaAsset& operator=(MediaAsset const&) = delete;
     ~MediaAsset() override;
 
-    zrtl::ZRID const& ID() const override;
+    zrtl::ZRID const& ID() const override;  ///< the identity of the asset
     int AssetType() const override { return 0; }
     /// True when the asset has an audio stream.
     bool HasAudio() const override;
@@ -37,21 +37,21 @@ public:
 
     /// Empty for an asset without sound; a read of it returns 0 samples.
     std::unique_ptr<MediaAudioStream> const& AudioStream() const;
-    std::unique_ptr<MediaVideoStream> const& VideoStream() const;
+    std::unique_ptr<MediaVideoStream> const& VideoStream() const;  ///< empty without a picture
     /// The index of the audio stream among the audio streams of the file, from 0.
     unsigned long long AudioStreamIndex() const;
-    std::wstring Filename() const;
+    std::wstring Filename() const;  ///< full path of the media file
     /// True when the sound comes from a separate file.
     bool IsMerged() const;
     /// The separate file with the sound. It replaces Filename() for every audio purpose.
     std::wstring MergedAudioFilename() const;
-    std::shared_ptr<orlo::project::MediaManager> MediaManager() const;
+    std::shared_ptr<orlo::project::MediaManager> MediaManager() const;  ///< empty when it is gone
 
-    void SetAudioStream(std::unique_ptr<MediaAudioStream> stream);
-    void SetVideoStream(std::unique_ptr<MediaVideoStream> stream);
-    void SetAudioStreamIndex(unsigned long long index);
-    void SetMerged(std::wstring mergedAudioFilename);
-    void ClearMerged();
+    void SetAudioStream(std::unique_ptr<MediaAudioStream> stream);  ///< empty removes the sound
+    void SetVideoStream(std::unique_ptr<MediaVideoStream> stream);  ///< empty removes the picture
+    void SetAudioStreamIndex(unsigned long long index);             ///< or the number of a choice
+    void SetMerged(std::wstring mergedAudioFilename);               ///< the sound is in this file
+    void ClearMerged();  ///< the sound is in the media file
 
 private:
     std::unique_ptr<MediaAssetImpl> impl_;

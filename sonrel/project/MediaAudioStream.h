@@ -24,16 +24,16 @@ public:
     /// @param nativeCount  its length at that rate
     /// @throws std::invalid_argument when the rate or the length is negative
     MediaAudioStream(int nativeRate, long long nativeCount, ZRAudioCodec codec);
-    MediaAudioStream(MediaAudioStream const& source);
+    MediaAudioStream(MediaAudioStream const& source);  ///< copies the state
     MediaAudioStream& operator=(MediaAudioStream const&) = delete;
     ~MediaAudioStream();
 
-    ZRAudioCodec Codec() const;
+    ZRAudioCodec Codec() const;  ///< of the media file
 
     /// True when a conformed file is ready, or when it is known that none can be made: an available
     /// stream without a path is silent.
     bool SamplesAvailable() const;
-    void SetSamplesAvailable(bool available);
+    void SetSamplesAvailable(bool available);  ///< see SamplesAvailable
 
     /// Full path of the conformed file; empty without one.
     std::wstring const& ConformedFilePath() const;
@@ -47,7 +47,7 @@ public:
     /// Hertz.
     int ConformedSampleRate() const;
 
-    long long NativeSampleCount() const;
+    long long NativeSampleCount() const;  ///< length at the native rate
     /// Hertz.
     int NativeSampleRate() const;
     /// The frame rate that timing uses for an asset without video.
@@ -61,10 +61,10 @@ public:
     /// from position 0.
     std::pair<long long, long long> MergedSampleRange() const;
 
-    std::wstring const& WaveformPeakFilePath() const;
-    void SetWaveformPeakFilePath(std::wstring const& path);
-    bool WaveformPreviewAvailable() const;
-    void SetWaveformPreviewAvailable(bool available);
+    std::wstring const& WaveformPeakFilePath() const;        ///< empty without one
+    void SetWaveformPeakFilePath(std::wstring const& path);  ///< full path
+    bool WaveformPreviewAvailable() const;                   ///< see the setter
+    void SetWaveformPreviewAvailable(bool available);        ///< a peak file was made
 
     /// @throws std::invalid_argument when not finite and above 0
     void SetFrameRate(double frameRate);

@@ -22,9 +22,9 @@ public:
     MediaManager(MediaManager const&) = delete;
     MediaManager& operator=(MediaManager const&) = delete;
     ~MediaManager();
-
+    /// The lock for conformed files.
     ZRCriticalSection& ConformedAudioCacheFileCS(std::wstring const& mediaPath);
-    ZRCriticalSection& WaveformPeakFileCS(std::wstring const& mediaPath);
+    ZRCriticalSection& WaveformPeakFileCS(std::wstring const& mediaPath);  ///< for peak files
 
 private:
     std::unique_ptr<MediaManagerImpl> impl_;

@@ -16,12 +16,12 @@ public:
     /// @param frameCount  0 or more
     /// @throws std::invalid_argument otherwise
     MediaVideoStream(double frameRate, int frameCount);
-    MediaVideoStream(MediaVideoStream const& source);
+    MediaVideoStream(MediaVideoStream const& source);  ///< copies rate and length
     MediaVideoStream& operator=(MediaVideoStream const&) = delete;
     ~MediaVideoStream();
 
-    double FrameRate() const;
-    int FrameCount() const;
+    double FrameRate() const;  ///< frames a second
+    int FrameCount() const;    ///< length in frames
 
 private:
     std::unique_ptr<MediaVideoStreamImpl> impl_;

@@ -25,9 +25,9 @@ public:
     Project& operator=(Project const&) = delete;
     ~Project();
 
-    AssetList& Assets();
-    std::shared_ptr<EditorSequence> const& Sequence() const;
-    std::shared_ptr<MediaManager> const& Manager() const;
+    AssetList& Assets();                                      ///< all assets of the project
+    std::shared_ptr<EditorSequence> const& Sequence() const;  ///< the main sequence; never empty
+    std::shared_ptr<MediaManager> const& Manager() const;     ///< for the assets; never empty
     /// @throws std::invalid_argument for an empty pointer
     void SetSequence(std::shared_ptr<EditorSequence> sequence);
 

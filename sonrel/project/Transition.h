@@ -33,10 +33,10 @@ public:
     zrtl::ZRID const& ID() const override;
     std::shared_ptr<AbstractPlugin> Plugin() override;
 
-    int Length() const;
-    int RelativeStartFrame() const;
-    zrtl::ZRID const& FromObject() const;
-    zrtl::ZRID const& ToObject() const;
+    int Length() const;                    ///< frames
+    int RelativeStartFrame() const;        ///< frames from the join
+    zrtl::ZRID const& FromObject() const;  ///< the object that ends
+    zrtl::ZRID const& ToObject() const;    ///< the object that begins
 
 private:
     std::unique_ptr<TransitionImpl> impl_;

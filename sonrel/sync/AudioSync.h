@@ -32,7 +32,7 @@ public:
     struct CorrelationResult {
         double correlation = 0.0;  ///< the normalised peak, without sign
         long long offset = 0;      ///< lag in sample frames
-    };
+    };                             ///< the result of a search
 
     AudioSync() = delete;
 

@@ -23,13 +23,13 @@ struct WaveformPreviewImpl;
 class SONREL_EXPORT WaveformPreview {
 public:
     struct Color {
-        unsigned char red;
-        unsigned char green;
-        unsigned char blue;
+        unsigned char red;    ///< 0 to 255
+        unsigned char green;  ///< 0 to 255
+        unsigned char blue;   ///< 0 to 255
         unsigned char alpha;  ///< 0 is clear, 255 is solid
 
         friend bool operator==(const Color&, const Color&) = default;
-    };
+    };  ///< a colour of 8 bits a channel
 
     /// Any other value draws as ChannelsOverlaid.
     enum class Style : int {
@@ -73,10 +73,10 @@ public:
     WaveformPreview(const WaveformPreview&) = delete;
     WaveformPreview& operator=(const WaveformPreview&) = delete;
 
-    Color BackgroundColor() const;
-    void SetBackgroundColor(const Color& color);
-    Color WaveformColor() const;
-    void SetWaveformColor(const Color& color);
+    Color BackgroundColor() const;                ///< clear at first
+    void SetBackgroundColor(const Color& color);  ///< for the next image
+    Color WaveformColor() const;                  ///< black at first
+    void SetWaveformColor(const Color& color);    ///< for the next image
 
     /// Start and end of the range.
     std::pair<long long, long long> PreviewRangeSamples() const;
@@ -90,10 +90,10 @@ public:
     /// Sets the range to the whole stream.
     void ClearPreviewRange();
 
-    Style PreviewStyle() const;
-    void SetPreviewStyle(Style style);
-    Scale PreviewScale() const;
-    void SetPreviewScale(Scale scale);
+    Style PreviewStyle() const;         ///< RMSEnvelope at first
+    void SetPreviewStyle(Style style);  ///< for the next image
+    Scale PreviewScale() const;         ///< Linear at first
+    void SetPreviewScale(Scale scale);  ///< for the next image
 
     /// The size of the image that CreateImage would copy into a buffer, in the layout that it would
     /// have: a buffer of this size is sufficient, whether the image is stretched or not. Reads the

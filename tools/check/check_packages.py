@@ -18,6 +18,7 @@ CONTENTS = {
     r"libsonrel\d+-painter": [MODULES + r"painter\.so", MODULES + r"pictures\.so"],
     "libsonrel-dev": [r"usr/include/sonrel/engine/Sonrel\.h", r"usr/share/doc/libsonrel-dev/docs/.*",
                       r"usr/lib/[^/]+-linux-gnu[^/]*/pkgconfig/sonrel\.pc"],
+    "libsonrel-doc": [r"usr/share/doc/libsonrel-dev/html/(index\.html|search/search\.js)"],
     "python3-sonrel": [r"usr/lib/python3/dist-packages/sonrel/_sonrel\..*\.so"],
     "sonrel": [r"usr/bin/sonrel", r"usr/share/man/man1/sonrel\.1(\.gz)?"],
 }

@@ -288,6 +288,9 @@ tidy_sources() {
         xargs -P "$(nproc)" -n 4 clang-tidy-14 -p build/clang --quiet --warnings-as-errors='*'
 }
 
+# The pages and the reference: every public name has a documentation, and every link has a target.
+documentation() { check "Site of the documentation" tools/docs/site build/site; }
+
 # Each file names its licence, in its first lines or in .reuse/dep5.
 licences() { check "Licence of every file" reuse lint; }
 

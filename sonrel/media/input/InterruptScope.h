@@ -30,7 +30,7 @@ public:
     /// @return true to stop
     using Function = std::function<bool()>;
 
-    explicit InterruptScope(Function isInterrupted);
+    explicit InterruptScope(Function isInterrupted);  ///< begins the scope
     ~InterruptScope();
     InterruptScope(const InterruptScope&) = delete;
     InterruptScope& operator=(const InterruptScope&) = delete;

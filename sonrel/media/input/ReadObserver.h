@@ -26,7 +26,7 @@ public:
 /// reason with both numbers, as a clause.
 class SONREL_EXPORT SilenceRefused : public std::runtime_error {
 public:
-    explicit SilenceRefused(const std::string& reason) : std::runtime_error(reason) {}
+    explicit SilenceRefused(const std::string& reason) : std::runtime_error(reason) {}  ///< reason
 };
 
 namespace detail {
@@ -53,9 +53,9 @@ class ReadMonitor;
 /// thread that made them. No function is called after that.
 class SONREL_EXPORT ReadObserver {
 public:
-    using Function = std::function<bool(long long doneFrames)>;
+    using Function = std::function<bool(long long doneFrames)>;  ///< returns false to stop
 
-    explicit ReadObserver(Function function);
+    explicit ReadObserver(Function function);  ///< observes from now on
     ~ReadObserver();
     ReadObserver(const ReadObserver&) = delete;
     ReadObserver& operator=(const ReadObserver&) = delete;

@@ -25,7 +25,7 @@ using Parameters = std::map<std::string, double>;
 
 /// One parameter of a plugin.
 struct ParameterInfo {
-    std::string name;
+    std::string name;           ///< the key in Parameters
     std::string meaning;        ///< one sentence for a user
     std::string unit;           ///< "dB", "ms", "Hz", "frames" and so on; empty for a plain number
     double minimum = 0.0;       ///< smallest value that is accepted
@@ -41,9 +41,9 @@ struct ParameterInfo {
 
 /// One plugin of the pack.
 struct PluginInfo {
-    std::string name;
-    std::string meaning;  ///< one sentence for a user
-    std::vector<ParameterInfo> parameters;
+    std::string name;                       ///< for CreateEffect or CreateTransition
+    std::string meaning;                    ///< one sentence for a user
+    std::vector<ParameterInfo> parameters;  ///< in the order of the documentation
 };
 
 /// The effects of CreateEffect: fade, gain, delay, low-pass, high-pass, equalizer, compressor,
