@@ -13,7 +13,7 @@ namespace orlo::project {
 
 /// A colour as four 32-bit words, copied as plain data.
 struct OrloColor {
-    std::uint32_t words[4] = {};  ///< red, green, blue, alpha
+    std::uint32_t words[4] = {};  ///< copied only
 };
 
 struct Scale3D {
