@@ -181,16 +181,20 @@ own_project_library() {
     check "Project library of a host, as a CMake target" host_project_by_target
 }
 
-# The address sanitizer also searches for leaks at the end of each test.
+# sanitizer_tests [quick]: all tests, or without those of the program and the slow ones. The address
+# sanitizer also searches for leaks at the end of each test.
 sanitizer_tests() {
+    # shellcheck disable=SC2034  # run_tests reads LEFT_OUT
+    local part=${1+-$1} LEFT_OUT=${1+host|slow}
     require "Configure with ASan and UBSan" configure asan
-    require "Build with ASan and UBSan" build asan tests-unit tests-scenario
+    require "Build with ASan and UBSan" build asan "tests-unit$part" "tests-scenario$part"
     export ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1
     export UBSAN_OPTIONS=print_stacktrace=1
     count_tests "Unit and scenario tests under ASan and UBSan" asan 'unit|scenario'
 
     require "Configure with TSan" configure tsan
-    require "Build with TSan" under_tsan cmake --build --preset tsan --target tests-concurrent
+    require "Build with TSan" \
+        under_tsan cmake --build --preset tsan --target "tests-concurrent$part"
     count_tests "Concurrent tests under TSan" tsan concurrent under_tsan
 }
 
