@@ -1,14 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "python/module/Media.h"
 
-#include <stdlib.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
 #include <memory>
-#include <system_error>
 
 #include "host/align/Recordings.h"
 #include "host/media/Conforming.h"
@@ -33,7 +27,6 @@ namespace orlo::python {
 
 namespace {
 
-namespace fs = std::filesystem;
 using sonrel::PeakFile;
 
 host::FileResult ResultWithoutTask(const host::MediaEntry& entry) {
@@ -195,18 +188,6 @@ AlignedPair AlignFiles(const Session::Use& use, const AlignmentTask& task,
     aligned.rate = task.rate;
     aligned.overlap = pair.OverlapAt(aligned.result.found.refined.offset).Count();
     return aligned;
-}
-
-TemporaryFolder::TemporaryFolder()
-    : path_((fs::temp_directory_path() / "sonrel-python-XXXXXX").string()) {
-    if (mkdtemp(path_.data()) != nullptr) return;
-    throw host::JobError("cannot create the temporary folder " + host::Quoted(path_) + ": " +
-                         std::strerror(errno) + "; set TMPDIR to another folder");
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
 }
 
 void WriteWav(const std::string& path, const short* samples, long long frames, int rate) {

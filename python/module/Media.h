@@ -86,21 +86,6 @@ struct AlignedPair {
 AlignedPair AlignFiles(const Session::Use& use, const AlignmentTask& task,
                        host::Progress& progress);
 
-/// A folder for the files of one operation. It is removed with the object.
-class TemporaryFolder {
-public:
-    /// @throws JobError
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    const std::string& Path() const { return path_; }
-
-private:
-    std::string path_;
-};
-
 /// Writes a 16-bit stereo WAV file.
 /// @param samples  2 * frames values
 /// @throws JobError

@@ -6,6 +6,7 @@
 #include <map>
 
 #include "host/shell/Errors.h"
+#include "host/shell/TemporaryFolder.h"
 #include "host/shell/Text.h"
 #include "python/module/Arguments.h"
 #include "python/module/MediaResults.h"
@@ -165,7 +166,7 @@ struct RawSide {
 /// of arrays.
 AlignedPair AlignArrays(AlignmentTask task, const RawSide& first, const RawSide& second,
                         host::Progress& progress) {
-    const TemporaryFolder folder;
+    const host::TemporaryFolder folder;
     task.first = first.FileIn(folder.Path(), FIRST_ARRAY, task.rate);
     task.second = second.FileIn(folder.Path(), SECOND_ARRAY, task.rate);
     host::GlobalOptions options;
