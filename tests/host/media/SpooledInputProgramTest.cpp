@@ -2,8 +2,7 @@
 // Standard input as INPUT.
 #include <gtest/gtest.h>
 
-#include "tests/host/FaultRun.h"
-#include "tests/host/ShellRun.h"
+#include "tests/host/SpoolRun.h"
 #include "tests/support/WaveBytes.h"
 
 namespace sonrel_tests {
@@ -11,26 +10,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class SpooledInputProgram : public testing::Test {
+class SpooledInputProgram : public SpoolRun {
 protected:
     void SetUp() override {
+        SpoolRun::SetUp();
         WriteFile(shop_.Work("a.wav"), ConformedFileBytes(96000));
-        fs::create_directory(shop_.Path("tmp"));
     }
-
-    /// Runs a line of bash and expects that no temporary file and no cache is left.
-    int Bash(const std::string& line) const {
-        const Variable temporary("TMPDIR", shop_.Path("tmp"));
-        const int code = RunBash(shop_, line);
-        EXPECT_TRUE(fs::is_empty(shop_.Path("tmp"))) << line;
-        EXPECT_FALSE(fs::exists(shop_.Path("cache"))) << line;
-        EXPECT_FALSE(fs::exists(shop_.Path("media.db"))) << line;
-        return code;
-    }
-
-    std::string Report() const { return ReadFile(shop_.Work("report")); }
-
-    Workshop shop_;
 };
 
 TEST_F(SpooledInputProgram, AMediaFileFromAPipeGivesTheBytesOfTheFile) {
@@ -43,7 +28,7 @@ TEST_F(SpooledInputProgram, AMediaFileFromAPipeGivesTheBytesOfTheFile) {
 
 TEST_F(SpooledInputProgram, TheOtherCommandsReadItTooAndNameIt) {
     EXPECT_EQ(Bash("\\$sonrel info - --json <a.wav >report"), 0);
-    EXPECT_EQ(nlohmann::json::parse(Report()).at("input"), "-");
+    EXPECT_EQ(JsonReport().at("input"), "-");
     EXPECT_EQ(Report().find("/proc/"), std::string::npos) << Report();
 
     EXPECT_EQ(Bash("cat a.wav | \\$sonrel waveform - -o out.png >report"), 0);

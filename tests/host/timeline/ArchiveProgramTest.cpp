@@ -2,8 +2,7 @@
 // A timeline in an archive as INPUT.
 #include <gtest/gtest.h>
 
-#include "tests/host/FaultRun.h"
-#include "tests/host/ShellRun.h"
+#include "tests/host/SpoolRun.h"
 #include "tests/host/TimelineDocument.h"
 #include "tests/support/WaveBytes.h"
 #include "tests/support/ZipBytes.h"
@@ -13,10 +12,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class ArchiveProgram : public testing::Test {
+class ArchiveProgram : public SpoolRun {
 protected:
     void SetUp() override {
-        fs::create_directory(shop_.Path("tmp"));
+        SpoolRun::SetUp();
         WriteArchive("edit.otioz", {{"media/a.wav", ConformedFileBytes(96000)}});
     }
 
@@ -38,21 +37,7 @@ protected:
         return SampleBytes(shop_.Path("folder.wav"));
     }
 
-    /// Runs a line of bash and expects that no temporary file and no cache is left.
-    int Bash(const std::string& line) const {
-        const Variable temporary("TMPDIR", shop_.Path("tmp"));
-        const int code = RunBash(shop_, line);
-        EXPECT_TRUE(fs::is_empty(shop_.Path("tmp"))) << line;
-        EXPECT_FALSE(fs::exists(shop_.Path("cache"))) << line;
-        EXPECT_FALSE(fs::exists(shop_.Path("media.db"))) << line;
-        return code;
-    }
-
-    std::string Report() const { return ReadFile(shop_.Work("report")); }
-    nlohmann::json JsonReport() const { return nlohmann::json::parse(Report()); }
-
     const Json edit_ = Timeline({Track({Clip("media/a.wav", 0, 50)})});
-    Workshop shop_;
 };
 
 TEST_F(ArchiveProgram, ItsMixAndItsPlaybackHaveTheSoundOfItsMedia) {
