@@ -19,6 +19,7 @@ _Recording = Union[_Path, NDArray[numpy.int16], NDArray[numpy.floating]]
 # The step, the finished units, all units and the name of the file.
 _Progress = Optional[Callable[[str, int, int, str], object]]
 _MediaRoot = Optional[Mapping[str, str]]
+_Cancel = Optional["Cancellation"]
 
 class _ReportEntry(TypedDict):
     what: str
@@ -164,15 +165,8 @@ class Track:
     @muted.setter
     def muted(self, muted: bool) -> None: ...
     def add_clip(
-        self,
-        media: _Path,
-        start: int,
-        frames: int,
-        *,
-        source_start: int = 0,
-        name: str = "",
-        gain_db: Optional[float] = None,
-        stream: Optional[int] = None,
+        self, media: _Path, start: int, frames: int, *, source_start: int = 0, name: str = "",
+        gain_db: Optional[float] = None, stream: Optional[int] = None,
         channels: Optional[str] = None,
     ) -> None: ...
 
@@ -198,125 +192,59 @@ class Project:
     def session(self) -> Session: ...
     def timecode(self, sample: int) -> str: ...
     def add_track(self, name: str = "", *, gain_db: Optional[float] = None) -> Track: ...
-    def prepare(
-        self, *, progress: _Progress = None, cancel: Optional[Cancellation] = None
-    ) -> None: ...
+    def prepare(self, *, progress: _Progress = None, cancel: _Cancel = None) -> None: ...
     def mix(
-        self,
-        start: _Position = 0,
-        stop: _Position = None,
-        *,
-        out: Optional[NDArray[numpy.int16]] = None,
-        dither: str = "highpass",
-        seed: Optional[int] = 1,
-        progress: _Progress = None,
-        cancel: Optional[Cancellation] = None,
+        self, start: _Position = 0, stop: _Position = None, *,
+        out: Optional[NDArray[numpy.int16]] = None, dither: str = "highpass",
+        seed: Optional[int] = 1, progress: _Progress = None, cancel: _Cancel = None,
     ) -> NDArray[numpy.int16]: ...
     def measure(
-        self,
-        start: _Position = 0,
-        stop: _Position = None,
-        *,
-        out: Optional[NDArray[numpy.int16]] = None,
-        dither: str = "highpass",
-        seed: Optional[int] = 1,
-        progress: _Progress = None,
-        cancel: Optional[Cancellation] = None,
+        self, start: _Position = 0, stop: _Position = None, *,
+        out: Optional[NDArray[numpy.int16]] = None, dither: str = "highpass",
+        seed: Optional[int] = 1, progress: _Progress = None, cancel: _Cancel = None,
     ) -> Levels: ...
     def close(self) -> None: ...
     def __enter__(self) -> Project: ...
     def __exit__(
-        self,
-        kind: Optional[Type[BaseException]],
-        error: Optional[BaseException],
+        self, kind: Optional[Type[BaseException]], error: Optional[BaseException],
         traceback: Optional[TracebackType],
     ) -> None: ...
 
 class Session:
     def __init__(
-        self,
-        cache: Optional[_Path] = None,
-        db: Optional[_Path] = None,
-        *,
-        keep_days: int = 30,
+        self, cache: Optional[_Path] = None, db: Optional[_Path] = None, *, keep_days: int = 30,
         log: bool = True,
     ) -> None: ...
     def open(
-        self,
-        timeline: _Path,
-        *,
-        media_root: _MediaRoot = None,
-        allow_missing: bool = False,
-        rate: Optional[int] = None,
-        fps: _Rate = None,
-        grid: Optional[int] = None,
-        sound_from_video: bool = False,
-        cancel: Optional[Cancellation] = None,
+        self, timeline: _Path, *, media_root: _MediaRoot = None, allow_missing: bool = False,
+        rate: Optional[int] = None, fps: _Rate = None, grid: Optional[int] = None,
+        sound_from_video: bool = False, cancel: _Cancel = None,
     ) -> Project: ...
     def new_project(self, *, fps: _Rate = 25, rate: int = 48000) -> Project: ...
     def conform(
-        self,
-        inputs: _Paths,
-        *,
-        rate: Optional[int] = None,
-        media_root: _MediaRoot = None,
-        allow_missing: bool = False,
-        stream: Optional[int] = None,
-        channels: Optional[str] = None,
-        jobs: int = 1,
-        force: bool = False,
-        progress: _Progress = None,
-        cancel: Optional[Cancellation] = None,
+        self, inputs: _Paths, *, rate: Optional[int] = None, media_root: _MediaRoot = None,
+        allow_missing: bool = False, stream: Optional[int] = None, channels: Optional[str] = None,
+        jobs: int = 1, force: bool = False, progress: _Progress = None, cancel: _Cancel = None,
     ) -> List[ConformedFile]: ...
     def read(
-        self,
-        media: _Path,
-        start: _Position = 0,
-        stop: _Position = None,
-        *,
-        rate: int = 48000,
-        stream: Optional[int] = None,
-        channels: Optional[str] = None,
-        progress: _Progress = None,
-        cancel: Optional[Cancellation] = None,
+        self, media: _Path, start: _Position = 0, stop: _Position = None, *, rate: int = 48000,
+        stream: Optional[int] = None, channels: Optional[str] = None, progress: _Progress = None,
+        cancel: _Cancel = None,
     ) -> NDArray[numpy.int16]: ...
     def peaks(
-        self,
-        media: _Path,
-        *,
-        samples_per_point: int = 256,
-        stream: Optional[int] = None,
-        channels: Optional[str] = None,
-        progress: _Progress = None,
-        cancel: Optional[Cancellation] = None,
+        self, media: _Path, *, samples_per_point: int = 256, stream: Optional[int] = None,
+        channels: Optional[str] = None, progress: _Progress = None, cancel: _Cancel = None,
     ) -> Peaks: ...
     def waveform(
-        self,
-        media: _Path,
-        *,
-        width: int = 1800,
-        height: int = 280,
-        range: str = "",
-        style: str = "rms",
-        scale: str = "linear",
-        color: Optional[str] = None,
-        background: Optional[str] = None,
-        stream: Optional[int] = None,
-        channels: Optional[str] = None,
-        progress: _Progress = None,
-        cancel: Optional[Cancellation] = None,
+        self, media: _Path, *, width: int = 1800, height: int = 280, range: str = "",
+        style: str = "rms", scale: str = "linear", color: Optional[str] = None,
+        background: Optional[str] = None, stream: Optional[int] = None,
+        channels: Optional[str] = None, progress: _Progress = None, cancel: _Cancel = None,
     ) -> NDArray[numpy.uint8]: ...
     def align(
-        self,
-        first: _Recording,
-        second: _Recording,
-        *,
-        rate: int = 48000,
-        min_correlation: float = 0.3,
-        stream: Optional[int] = None,
-        channels: Optional[str] = None,
-        progress: _Progress = None,
-        cancel: Optional[Cancellation] = None,
+        self, first: _Recording, second: _Recording, *, rate: int = 48000,
+        min_correlation: float = 0.3, stream: Optional[int] = None, channels: Optional[str] = None,
+        progress: _Progress = None, cancel: _Cancel = None,
     ) -> Alignment: ...
     def cache_entries(self) -> List[CacheEntry]: ...
     def close(self) -> None: ...
@@ -324,24 +252,13 @@ class Session:
     def closed(self) -> bool: ...
     def __enter__(self) -> Session: ...
     def __exit__(
-        self,
-        kind: Optional[Type[BaseException]],
-        error: Optional[BaseException],
+        self, kind: Optional[Type[BaseException]], error: Optional[BaseException],
         traceback: Optional[TracebackType],
     ) -> None: ...
 
 def open(
-    timeline: _Path,
-    *,
-    cache: Optional[_Path] = None,
-    db: Optional[_Path] = None,
-    keep_days: int = 30,
-    log: bool = True,
-    media_root: _MediaRoot = None,
-    allow_missing: bool = False,
-    rate: Optional[int] = None,
-    fps: _Rate = None,
-    grid: Optional[int] = None,
-    sound_from_video: bool = False,
-    cancel: Optional[Cancellation] = None,
+    timeline: _Path, *, cache: Optional[_Path] = None, db: Optional[_Path] = None,
+    keep_days: int = 30, log: bool = True, media_root: _MediaRoot = None,
+    allow_missing: bool = False, rate: Optional[int] = None, fps: _Rate = None,
+    grid: Optional[int] = None, sound_from_video: bool = False, cancel: _Cancel = None,
 ) -> Project: ...
