@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 # The Debian packages: libsonrel0, libsonrel0-painter, libsonrel-dev, libsonrel-doc, sonrel and python3-sonrel.
 # `cpack` in a build folder of the preset "package", which installs to Debian's folders.
+# The address receives no mail: who distributes packages sets the address of the distribution.
 set(SONREL_PACKAGE_MAINTAINER "Sonrel developers <sonrel@users.noreply.github.com>" CACHE STRING
     "Name and mail address in the Debian packages and their changelog")
 
