@@ -69,6 +69,8 @@ public:
             Add(archive.Entry(index), index);
         }
         if (!names_.contains(DOCUMENT)) throw ZipError(std::string("it has no ") + DOCUMENT);
+        for (const PackedFile& file : files_) RequireFolders(file.path);
+        RequireRatio(archive.Size());
     }
 
     const std::vector<PackedFile>& Files() const { return files_; }
@@ -91,6 +93,27 @@ private:
         }
         size_ += entry.size;
         files_.push_back({index, entry.size, path});
+    }
+
+    /// Refuses a file whose folder is a file too.
+    void RequireFolders(const std::string& path) const {
+        for (std::size_t at = path.find('/'); at != std::string::npos;
+             at = path.find('/', at + 1)) {
+            const std::string folder = path.substr(0, at);
+            if (names_.contains(folder)) {
+                throw ZipError("it has a file " + Quoted(folder) + " and a folder of this name");
+            }
+        }
+    }
+
+    /// Refuses a small archive that fills the disk. Files whose bytes overlap in the archive count
+    /// each.
+    void RequireRatio(std::uint64_t archiveBytes) const {
+        if (size_ <= FREE_ARCHIVE_BYTES || size_ / MAX_ARCHIVE_RATIO <= archiveBytes) return;
+        throw ZipError(
+            "its files have " + std::to_string(size_ / std::max<std::uint64_t>(archiveBytes, 1)) +
+            " times the bytes of the archive, more than " + std::to_string(MAX_ARCHIVE_RATIO) +
+            " times; if you trust it, unpack it to an .otiod folder");
     }
 
     const std::uint64_t limit_;

@@ -9,21 +9,28 @@
 #include <memory>
 #include <vector>
 
+#include "host/timeline/ZipTable.h"
+
 namespace orlo::host {
 
 namespace {
 
 constexpr std::size_t UNPACK_AT_ONCE = 1 << 16;
 
-/// Opening waits for the writer of a pipe, so that other files are refused before.
-void RequireRegularFile(const std::string& path) {
+/// The size of an archive. Opening waits for the writer of a pipe, so that other files are refused
+/// before.
+std::uint64_t SizeOfRegularFile(const std::string& path) {
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0) throw ZipError(std::strerror(errno));
     if (!S_ISREG(status.st_mode)) throw ZipError("it is not a regular file");
+    return static_cast<std::uint64_t>(status.st_size);
 }
 
 zip* OpenArchive(const std::string& path) {
-    RequireRegularFile(path);
+    if (ZipTableBytes(path) > MAX_ZIP_TABLE_BYTES) {
+        throw ZipError("its table of files has more than " + std::to_string(MAX_ZIP_TABLE_BYTES) +
+                       " bytes");
+    }
     int code = 0;
     if (zip* archive = zip_open(path.c_str(), ZIP_RDONLY, &code)) return archive;
     zip_error_t error;
@@ -48,7 +55,8 @@ unsigned int UnixType(zip* archive, std::uint64_t index) {
 
 }  // namespace
 
-ZipArchive::ZipArchive(const std::string& path) : archive_(OpenArchive(path)) {}
+ZipArchive::ZipArchive(const std::string& path)
+    : size_(SizeOfRegularFile(path)), archive_(OpenArchive(path)) {}
 
 ZipArchive::~ZipArchive() {
     zip_discard(archive_);

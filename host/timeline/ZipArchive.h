@@ -25,6 +25,10 @@ struct ZipEntry {
     bool isSpecial = false;  ///< a link or a device
 };
 
+/// The size of the table of files in an archive is limited, because the whole table is read into
+/// memory. A table of 65536 long names has half of it.
+constexpr std::uint64_t MAX_ZIP_TABLE_BYTES = 64 << 20;
+
 /// A ZIP archive that is open for reading.
 class ZipArchive {
 public:
@@ -35,6 +39,9 @@ public:
     ZipArchive& operator=(const ZipArchive&) = delete;
 
     std::uint64_t Count() const;
+
+    /// Bytes of the archive.
+    std::uint64_t Size() const { return size_; }
 
     /// @param index  from 0 to Count() - 1
     /// @throws ZipError
@@ -47,6 +54,7 @@ public:
     void Read(std::uint64_t index, const std::function<void(std::string_view)>& take) const;
 
 private:
+    std::uint64_t size_;
     zip* archive_;
 };
 

@@ -2,11 +2,14 @@
 """Files and names that a careless media library follows to other files or to the network."""
 
 import dataclasses
+import json
 import os
 import struct
 import urllib.parse
+import warnings
+import zipfile
 
-from makemedia import write_noise
+from makemedia import timeline, write_noise
 
 
 @dataclasses.dataclass(frozen=True)
@@ -196,4 +199,49 @@ def timelines(folder):
     (folder / "dangling.otiod/content.otio").symlink_to("nowhere")
     (folder / "loop.otiod/content.otio").symlink_to("content.otio")
     (folder / "nul.otio").write_bytes(bytes(4096))
+    write_archives(folder)
     return sorted(folder.iterdir())
+
+
+def archive(path, document, files):
+    """A ZIP archive of a timeline. @param files  (name or entry, bytes)"""
+    with warnings.catch_warnings(), zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as packed:
+        warnings.simplefilter("ignore")  # two entries of one name
+        packed.writestr("content.otio", json.dumps(document))
+        for entry, data in files:
+            packed.writestr(entry, data)
+
+
+def link(name):
+    """An entry for a link."""
+    entry = zipfile.ZipInfo(name)
+    entry.create_system, entry.external_attr = 3, 0o120777 << 16
+    return entry
+
+
+def write_archives(folder):
+    """Archives that lead out of their folder, fill the disk, or contain such media files."""
+    up = "../" * 9
+    secret = os.fsencode(os.path.abspath(folder / "../../outside/secret.wav"))
+    bomb = bytes(100 << 20)
+    inside = {
+        "up": [(f"{up}tmp/evil.wav", b"x")], "up-media": [("media/../../evil.wav", b"x")],
+        "absolute": [("/tmp/evil.wav", b"x")], "drive": [("C:\\evil.wav", b"x")],
+        "link": [(link("media/a.wav"), secret)], "link-folder": [
+            (link("media"), os.path.dirname(secret)), ("media/a.wav", b"x")],
+        "twice": [("media/a.wav", b"x"), ("media/a.wav", b"y")],
+        "case": [("media/a.wav", b"x"), ("media/A.wav", b"y")],
+        "clash": [("media", b"x"), ("media/a.wav", b"y")],
+        "bomb": [("media/a.wav", bomb)], "bombs": [(f"media/{n}.wav", bomb) for n in range(2)],
+        "many": [(f"media/{number}", b"") for number in range(70000)],
+        "playlist": [("media/a.wav", f"#EXTM3U\n#EXTINF:1,x\n{os.fsdecode(secret)}\n")],
+        "alias": [("media/a.wav", movie(alias(secret)))],
+    }
+    for name, files in inside.items():
+        archive(folder / f"{name}.otioz", timeline(["media/a.wav"]), files)
+    archive(folder / "outside.otioz", timeline([f"{up}nowhere.wav"]), [])
+    archive(folder / "document.otioz", timeline(["a"]) | {"name": "x" * (100 << 20)}, [])
+    (folder / "cut.otioz").write_bytes((folder / "case.otioz").read_bytes()[:-30])
+    (folder / "folder.otioz").mkdir()
+    (folder / "zero.otioz").symlink_to("/dev/zero")
+    os.mkfifo(folder / "pipe.otioz")

@@ -126,15 +126,19 @@ class Places:
 class Run:
     """One run of a command: its exit code and its texts, and what it asked the system for."""
 
-    def __init__(self, words, folder, log):
+    def __init__(self, words, folder, log, temporary=None):
+        """
+        @param temporary  the folder of temporary files; those of the system are allowed to no run
+        """
         self.folder, self.log = folder, log
+        environment = os.environ | ({"TMPDIR": str(temporary)} if temporary else {})
         trace = ",".join([*FORBIDDEN, *("?" + name for name in PATH_CALLS)])
         trace = trace.replace("execveat", "?execveat")
         command = ["strace", "-f", "--seccomp-bpf", "-y", "-xx", "-qq", "-o", log, "-e",
                    "trace=" + trace, "--", *words]
         process = subprocess.Popen(command, cwd=folder, stdin=subprocess.DEVNULL,
                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                                   start_new_session=True)
+                                   start_new_session=True, env=environment)
         try:
             out, error = process.communicate(timeout=MAX_SECONDS)
             self.code = process.returncode

@@ -53,7 +53,8 @@ class Arena:
         self.box.mkdir()
         for name in ("beside.xwmc", "beside.txt"):
             (self.box / name).write_text("stays")
-        (self.box / "out").mkdir()
+        for name in ("out", "tmp"):
+            (self.box / name).mkdir()
         if cache:
             shutil.copytree(cache, self.box / "cache")
             (self.box / "cache/notes.txt").write_text("stays")
@@ -75,8 +76,8 @@ class Arena:
         if parent == str(self.box / "db"):
             # "nowhere.db" is the database where "media.db" is a link to it.
             return name.startswith(("media.db", "nowhere.db")) or name == "CacheErrorLog.txt"
-        return path.startswith(str(self.box / "out") + "/") or path in (
-            str(self.box / "cache"), str(self.box / "db"), str(self.box / "out"))
+        folders = [str(self.box / name) for name in ("cache", "db", "out", "tmp")]
+        return path.startswith((folders[2] + "/", folders[3] + "/")) or path in folders
 
     def linked_database(self):
         """What the user's own link to a database leads to; none for a device.
@@ -101,7 +102,7 @@ class Arena:
         words = [self.program, "--cache", self.box / "cache", "--db", self.box / "db/media.db",
                  *arguments]
         places = traced.Places(self.program, self.owns, named, self.linked_database())
-        return traced.Run(words, self.media, self.box / "trace"), places
+        return traced.Run(words, self.media, self.box / "trace", self.box / "tmp"), places
 
 
 def copy_folder(source, target):
@@ -184,6 +185,7 @@ class MediaCases:
         run, places = self.arena.run(arguments, named)
         connections, opens = run.touched(places)
         opens += changes(before, self.arena.untouched())
+        opens += [f"leaves {path}" for path in (self.arena.box / "tmp").iterdir()]
         figures.add(f"{arguments[0]}, {name}", connections, opens, run.outcome_faults())
 
 

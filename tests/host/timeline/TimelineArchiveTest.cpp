@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <climits>
+
 #include "host/shell/Errors.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/ZipBytes.h"
@@ -167,9 +169,69 @@ TEST_F(TimelineArchive, WithoutADocumentItIsRefused) {
 }
 
 TEST_F(TimelineArchive, AFileInPlaceOfAFolderIsRefused) {
-    Write({DOCUMENT_FILE, {"media", "x"}, {"media/a.wav", "x"}});
+    for (const char* name : {"media/a.wav", "media/deep/a.wav"}) {
+        const std::string message = Refusal({DOCUMENT_FILE, {"media", "x"}, {name, "x"}});
+        EXPECT_NE(message.find("a file 'media' and a folder of this name"), std::string::npos)
+            << message;
+    }
+}
 
-    Failure();
+// The archive has less than 1000 bytes.
+TEST_F(TimelineArchive, FilesOf100TimesItsBytesAreRefusedBeforeAnythingIsWritten) {
+    ZippedFile bomb{"media/a.wav", "x", DEFLATED};
+    bomb.declaredSize = 67108864 - 11;  // 11 bytes are those of the document
+    Write({DOCUMENT_FILE, bomb});
+    EXPECT_NE(Failure(INT_MAX).find("cannot unpack 'media/a.wav'"), std::string::npos);
+    fs::remove_all(folder_ / "content");
+
+    bomb.declaredSize = 67108864 - 10;
+    const std::string message = Refusal({DOCUMENT_FILE, bomb}, INT_MAX);
+
+    EXPECT_NE(message.find(" times the bytes of the archive, more than 100 times; if you trust it, "
+                           "unpack it to an .otiod folder"),
+              std::string::npos)
+        << message;
+}
+
+TEST_F(TimelineArchive, FilesThatAreCompressedLessThan100TimesAreUnpacked) {
+    const std::string large(1 << 20, 'x');
+    ZippedFile packed{"media/a.wav", "x", DEFLATED};
+    packed.declaredSize = 99 << 20;
+    Write({DOCUMENT_FILE, {"media/b.wav", large}, packed});
+    EXPECT_NE(Failure(INT_MAX).find("cannot unpack 'media/a.wav'"), std::string::npos);
+    fs::remove_all(folder_ / "content");
+
+    packed.declaredSize = 101 << 20;
+    const std::string message = Refusal({DOCUMENT_FILE, {"media/b.wav", large}, packed}, INT_MAX);
+
+    EXPECT_NE(message.find("its files have 101 times the bytes"), std::string::npos) << message;
+}
+
+TEST_F(TimelineArchive, ATableOfFilesOfMoreThan64MebibytesIsRefusedUnread) {
+    const std::string whole = ZipBytes({DOCUMENT_FILE});
+    const std::size_t end = whole.size() - 22;
+    const auto failureWith = [&](const std::string& tail) {
+        WriteFile(folder_ / "edit.otioz", whole.substr(0, end) + tail);
+        return Failure();
+    };
+    // The size of the table is at byte 12 of the record at the end.
+    const auto record = [&](std::uint64_t size) {
+        return whole.substr(end, 12) + Little(size, 4) + whole.substr(end + 16);
+    };
+    const char* const refusal = "its table of files has more than 67108864 bytes";
+
+    EXPECT_NE(failureWith(record(67108865)).find(refusal), std::string::npos);
+    EXPECT_EQ(failureWith(record(67108864)).find(refusal), std::string::npos);
+    // The longer record has it at byte 40, and the locator has the place of the record at byte 8.
+    const auto longRecord = [&](std::uint64_t size) {
+        return "PK\6\6" + std::string(36, '\0') + Little(size, 8) + std::string(8, '\0') +
+               "PK\6\7" + std::string(4, '\0') + Little(end, 8) + std::string(4, '\0') +
+               record(0xFFFFFFFF);
+    };
+    EXPECT_NE(failureWith(longRecord(67108865)).find(refusal), std::string::npos);
+    EXPECT_EQ(failureWith(longRecord(67108864)).find(refusal), std::string::npos);
+    // A comment may contain a record too.
+    EXPECT_NE(failureWith(record(100) + record(67108865)).find(refusal), std::string::npos);
 }
 
 TEST_F(TimelineArchive, WhateverIsNotAWholeArchiveIsRefused) {
