@@ -13,56 +13,27 @@ namespace orlo::host::otio {
 
 namespace {
 
-/// The elements of a name: none, one, or a list.
-std::vector<const Json*> Elements(const Json& object, const char* key) {
-    std::vector<const Json*> elements;
-    const Json* value = Member(object, key);
-    if (value == nullptr) return elements;
-    if (!value->IsArray()) return {value};
-    for (const Json& element : value->AsArray()) elements.push_back(&element);
-    return elements;
-}
-
-/// Null when there is none.
-const Json* FcpParameter(const Json& metadata, const std::string& id) {
-    for (const Json* parameter : Elements(metadata, "parameter")) {
-        std::string name = StringMember(*parameter, "parameterid");
-        if (name.empty()) name = LowerCase(StringMember(*parameter, "name"));
-        if (name == id) return parameter;
-    }
-    return nullptr;
-}
-
-std::optional<double> NumberOf(const Json& object, const char* key) {
-    const Json* value = Member(object, key);
-    return value == nullptr ? std::nullopt : NumberIn(*value);
-}
-
-bool IsBypassed(const Json& object) {
-    return LowerCase(StringMember(object, "pproBypass")) == "true";
-}
-
 void NoteUnusable(const char* what, const SoundTarget& target, ImportReport& report) {
     report.Add(what, target.place, "it is not a usable number and is ignored");
 }
 
-/// Levels are factors, and key frames count frames of the media.
+/// Levels are factors, and key frames count frames from the first frame of the media.
 void ParseFcpLevel(const Json& parameter, double rate, const SoundTarget& target,
                    ImportReport& report) {
-    const std::vector<const Json*> elements = Elements(parameter, "keyframe");
+    const std::vector<const Json*> elements = FcpElements(parameter, "keyframe");
     std::vector<GainKey> keys;
     for (const Json* key : elements) {
-        const std::optional<double> when = NumberOf(*key, "when");
-        const std::optional<double> value = NumberOf(*key, "value");
+        const std::optional<double> when = FcpNumber(*key, "when");
+        const std::optional<double> value = FcpNumber(*key, "value");
         if (when && value) {
-            keys.push_back({SecondsFromStart(target, *when / rate), *value});
+            keys.push_back({SecondsFromStartOfClip(target, *when / rate), *value});
         } else {
             report.Add("volume key frame", target.place,
                        "it has no usable time or value and is left out");
         }
     }
     if (!keys.empty()) return AddGains(target, std::move(keys), report);
-    const std::optional<double> value = NumberOf(parameter, "value");
+    const std::optional<double> value = FcpNumber(parameter, "value");
     if (value) {
         AddGain(target, *value, report);
     } else {
@@ -71,9 +42,10 @@ void ParseFcpLevel(const Json& parameter, double rate, const SoundTarget& target
 }
 
 void ParseFcpPan(const Json& parameter, const SoundTarget& target, ImportReport& report) {
-    std::vector<const Json*> keys = Elements(parameter, "keyframe");
+    std::vector<const Json*> keys = FcpElements(parameter, "keyframe");
     if (keys.size() > 1) NoteMovingPan(target, report);
-    const std::optional<double> value = NumberOf(keys.empty() ? parameter : *keys.front(), "value");
+    const std::optional<double> value =
+        FcpNumber(keys.empty() ? parameter : *keys.front(), "value");
     if (value) {
         SetPan(target, *value, report);
     } else {
@@ -82,6 +54,33 @@ void ParseFcpPan(const Json& parameter, const SoundTarget& target, ImportReport&
 }
 
 }  // namespace
+
+std::vector<const Json*> FcpElements(const Json& object, const char* key) {
+    std::vector<const Json*> elements;
+    const Json* value = Member(object, key);
+    if (value == nullptr) return elements;
+    if (!value->IsArray()) return {value};
+    for (const Json& element : value->AsArray()) elements.push_back(&element);
+    return elements;
+}
+
+const Json* FcpParameter(const Json& metadata, const std::string& id) {
+    for (const Json* parameter : FcpElements(metadata, "parameter")) {
+        std::string name = StringMember(*parameter, "parameterid");
+        if (name.empty()) name = LowerCase(StringMember(*parameter, "name"));
+        if (name == id) return parameter;
+    }
+    return nullptr;
+}
+
+bool IsFcpBypassed(const Json& object) {
+    return LowerCase(StringMember(object, "pproBypass")) == "true";
+}
+
+std::optional<double> FcpNumber(const Json& object, const char* key) {
+    const Json* value = Member(object, key);
+    return value == nullptr ? std::nullopt : NumberIn(*value);
+}
 
 void ParseFcpEffect(const Json& metadata, const std::string& name, double rate,
                     const SoundTarget& target, ImportReport& report) {
@@ -94,7 +93,7 @@ void ParseFcpEffect(const Json& metadata, const std::string& name, double rate,
         return;
     }
     const Json* parameter = FcpParameter(metadata, isLevel ? "level" : "pan");
-    if (IsBypassed(metadata) || parameter == nullptr || IsBypassed(*parameter)) return;
+    if (IsFcpBypassed(metadata) || parameter == nullptr || IsFcpBypassed(*parameter)) return;
     if (isLevel) {
         ParseFcpLevel(*parameter, rate, target, report);
     } else {

@@ -7,6 +7,7 @@
 #include "host/otio/Fields.h"
 #include "host/parsing/AafSound.h"
 #include "host/parsing/FcpSound.h"
+#include "host/parsing/FcpSpeed.h"
 #include "host/parsing/PremiereSound.h"
 #include "host/parsing/ResolveSound.h"
 #include "host/parsing/SoundTarget.h"
@@ -92,15 +93,27 @@ double FrameRateOf(const Item& item) {
     return rate > 0.0 ? rate : DEFAULT_KEY_RATE;
 }
 
-/// The speeds come first: they change the times of key frames.
+/// The metadata of an effect that is a speed of FCP 7; null for other effects.
+const Json* FcpSpeedOf(const Json& effect) {
+    const Json* metadata = MetadataOf(effect, "fcp_xml");
+    return metadata != nullptr && IsFcpSpeed(*metadata) ? metadata : nullptr;
+}
+
+/// The speeds come first: they change the times of key frames. A speed of FCP 7 comes last: key
+/// frames count the frames of the retimed clip, like its in-point.
 void ParseEffects(const Json& object, Item& item, ImportReport& report) {
     const Json::Items& effects = ListMember(object, "effects", item.place);
     std::vector<const Json*> others;
+    std::vector<const Json*> fcpSpeeds;
     for (const Json& effect : effects) {
         if (!BoolMember(effect, "enabled", true, item.place, report)) continue;
         // A stream effect is a part of the channel mapping.
         const bool isStream = item.kind == Item::Kind::Clip && IsStreamEffect(SchemaName(effect));
-        if (!isStream && !ParseSpeed(effect, item)) others.push_back(&effect);
+        if (const Json* speed = FcpSpeedOf(effect)) {
+            fcpSpeeds.push_back(speed);
+        } else if (!isStream && !ParseSpeed(effect, item)) {
+            others.push_back(&effect);
+        }
     }
     CheckSpeed(item);
     const SoundTarget target = TargetOf(item);
@@ -110,6 +123,8 @@ void ParseEffects(const Json& object, Item& item, ImportReport& report) {
     }
     if (const Json* aaf = MetadataOf(object, AAF_METADATA))
         ParseAafFades(*aaf, FrameRateOf(item), target);
+    for (const Json* speed : fcpSpeeds) ParseFcpSpeed(*speed, FrameRateOf(item), item, report);
+    CheckSpeed(item);
 }
 
 /// A parameter value for the plugin pack; nullopt when it is neither a number nor a string.

@@ -122,9 +122,13 @@ SoundTarget TargetOf(Track& track) {
 
 double SecondsFromStart(const SoundTarget& target, double mediaTime) {
     const bool isTimecode = target.mediaSeconds > 0.0 && mediaTime >= target.mediaSeconds;
-    const double begin =
-        isTimecode ? target.startSeconds : target.startSeconds - target.mediaSeconds;
-    return (mediaTime - begin) / target.speed;
+    if (!isTimecode) return SecondsFromStartOfClip(target, mediaTime);
+    return (mediaTime - target.startSeconds) / target.speed;
+}
+
+double SecondsFromStartOfClip(const SoundTarget& target, double secondsFromFirstFrame) {
+    const double begin = target.startSeconds - target.mediaSeconds;
+    return (secondsFromFirstFrame - begin) / target.speed;
 }
 
 void AddLevel(const SoundTarget& target, const Level& more, ImportReport& report) {

@@ -40,6 +40,9 @@ struct GainKey {
 /// it from the timecode of the media or from the first frame.
 double SecondsFromStart(const SoundTarget& target, double mediaTime);
 
+/// The same for a time that counts from the first frame of the media.
+double SecondsFromStartOfClip(const SoundTarget& target, double secondsFromFirstFrame);
+
 /// Adds a factor to the level. A factor of 0 is reported, because the owner is silent.
 void AddGain(const SoundTarget& target, double gain, ImportReport& report);
 

@@ -5,8 +5,10 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/otio/Fields.h"
+#include "host/parsing/SoundTarget.h"
 #include "host/shell/SoundText.h"
 #include "host/shell/Text.h"
 
@@ -96,30 +98,45 @@ Streams Renamed(const Json& effect, const Streams& streams) {
     return renamed;
 }
 
-/// The only input of an output of a mix matrix, at its full level. Inputs of level 0 do not count.
-/// @return the end of @p streams for any other mix
-Streams::const_iterator OnlyInput(const Json& inputs, const Streams& streams) {
-    auto only = streams.end();
-    if (!inputs.IsObject()) return only;
-    for (const auto& [name, level] : inputs.AsObject()) {
-        if (level.IsNumber() && level.AsNumber() == 0.0) continue;
-        const bool isFull = level.IsNumber() && level.AsNumber() == 1.0;
-        if (!isFull || only != streams.end()) return streams.end();
-        only = streams.find(name);
+/// The streams that a matrix passes on, each at the same level.
+struct MixedStreams {
+    Streams streams;  ///< a stream without input has the channel 0, silence
+    double gain = 1.0;
+};
+
+/// Inputs of level 0 do not count.
+std::vector<Json::Member> InputsOf(const Json& inputs) {
+    std::vector<Json::Member> found;
+    if (!inputs.IsObject()) return found;
+    for (const Json::Member& input : inputs.AsObject()) {
+        if (!input.value.IsNumber() || input.value.AsNumber() != 0.0) found.push_back(input);
     }
-    return only;
+    return found;
 }
 
-/// @return nullopt for a matrix that mixes streams or changes their levels
-std::optional<Streams> Mixed(const Json& effect, const Streams& streams) {
-    Streams mixed;
+/// @return nullopt for a matrix that adds streams, inverts one or gives them different levels
+std::optional<MixedStreams> Mixed(const Json& effect, const Streams& streams) {
     const Json* matrix = Member(effect, "matrix");
-    if (matrix == nullptr || !matrix->IsObject()) return streams;
-    for (const auto& [output, inputs] : matrix->AsObject()) {
-        const auto input = OnlyInput(inputs, streams);
-        if (input == streams.end()) return std::nullopt;
-        mixed[output] = input->second;
+    if (matrix == nullptr || !matrix->IsObject()) return MixedStreams{streams, 1.0};
+    MixedStreams mixed;
+    std::optional<double> gain;
+    for (const auto& [output, row] : matrix->AsObject()) {
+        const std::vector<Json::Member> inputs = InputsOf(row);
+        if (inputs.empty()) {
+            mixed.streams[output] = {ChannelPlace::ANY_STREAM, 0};
+            continue;
+        }
+        const auto stream = streams.find(inputs.front().key);
+        const Json& level = inputs.front().value;
+        if (inputs.size() > 1 || stream == streams.end() || !level.IsNumber()) return std::nullopt;
+        if (level.AsNumber() < 0.0 || gain.value_or(level.AsNumber()) != level.AsNumber()) {
+            return std::nullopt;
+        }
+        gain = level.AsNumber();
+        mixed.streams[output] = stream->second;
     }
+    if (!gain) return std::nullopt;
+    mixed.gain = *gain;
     return mixed;
 }
 
@@ -141,11 +158,12 @@ bool IsStreamEffect(const std::string& schema) {
     return schema == "StreamSelector" || schema == "StreamMapper" || schema == "AudioMixMatrix";
 }
 
-std::optional<SoundChoice> StreamEffectSound(const Json& clip, const Json* reference,
-                                             const Item& item, ImportReport& report) {
+std::optional<SoundChoice> StreamEffectSound(const Json& clip, const Json* reference, Item& item,
+                                             ImportReport& report) {
     Streams streams;
     if (reference != nullptr) streams = AvailableStreams(*reference, item, report);
     bool isChosen = false;
+    double gain = 1.0;
     for (const Json& effect : ListMember(clip, "effects", item.place)) {
         const std::string schema = SchemaName(effect);
         if (!IsStreamEffect(schema)) continue;
@@ -154,14 +172,15 @@ std::optional<SoundChoice> StreamEffectSound(const Json& clip, const Json* refer
         if (schema == "StreamSelector") streams = Selected(effect, streams);
         if (schema == "StreamMapper") streams = Renamed(effect, streams);
         if (schema != "AudioMixMatrix") continue;
-        const std::optional<Streams> mixed = Mixed(effect, streams);
+        const std::optional<MixedStreams> mixed = Mixed(effect, streams);
         if (!mixed) {
             report.Add(STREAM_EFFECT, item.place,
-                       "a mix of streams is not imported; all channels of the first stream are "
-                       "mixed down");
+                       "a mix that adds streams, or gives them different levels, is not imported; "
+                       "all channels of the first stream are mixed down");
             return std::nullopt;
         }
-        streams = *mixed;
+        streams = mixed->streams;
+        gain *= mixed->gain;
     }
     const std::optional<SoundChoice> sound = SoundOf(streams);
     if (isChosen && !sound) {
@@ -171,6 +190,7 @@ std::optional<SoundChoice> StreamEffectSound(const Json& clip, const Json* refer
                                    : "it chooses several streams that are not a stereo pair; the "
                                      "first stream is used");
     }
+    if (sound && gain != 1.0) AddGain(TargetOf(item), gain, report);
     return isChosen || streams.size() <= 2 ? sound : std::nullopt;
 }
 

@@ -12,9 +12,10 @@ namespace orlo::host::otio {
 /// The sound that the streams of a media reference and the stream effects of a clip describe: the
 /// stream and channel mapping of OpenTimelineIO.
 /// @param reference  the JSON object of the media reference; may be null
-/// @return empty where they choose nothing. A mix of several streams is reported
+/// @param item  its level receives the gain of a matrix
+/// @return empty where they choose nothing. A matrix that adds streams is reported
 std::optional<zrh::media::SoundChoice> StreamEffectSound(const Json& clip, const Json* reference,
-                                                         const Item& item, ImportReport& report);
+                                                         Item& item, ImportReport& report);
 
 /// Whether an effect is one of the stream and channel mapping.
 bool IsStreamEffect(const std::string& schema);

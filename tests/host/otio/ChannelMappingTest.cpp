@@ -253,6 +253,39 @@ TEST(StreamEffect, AMatrixOfSingleStreamsIsUsedAndAMixIsListed) {
               1);
 }
 
+TEST(StreamEffect, AMatrixThatPassesStreamsOnAtOneLevelIsThisSoundAtThisLevel) {
+    const auto import = [](const Json& rows) {
+        return ImportClip(
+            ClipWithStreams({{{"OTIO_SCHEMA", "AudioMixMatrix.1"}, {"matrix", rows}}}));
+    };
+    const TimelineImport half = import(
+        {{"stereo_left", {{"boom", 0.5}}}, {"stereo_right", {{"stereo_left", 0.5}, {"boom", 0}}}});
+    const TimelineImport left =
+        import({{"stereo_left", {{"stereo_left", 1}}}, {"stereo_right", {{"stereo_left", 0.0}}}});
+
+    EXPECT_EQ(OnlyClip(half).sound,
+              SoundChoice::OfChannels({ChannelPlace::OfFile(3), 1}, {ChannelPlace::OfFile(1), 1}));
+    // 20 * log10(0.5)
+    EXPECT_NEAR(OnlyClip(half).level.decibels.value_or(0), -6.0206, 1e-4);
+    EXPECT_TRUE(half.report.Entries().empty());
+    EXPECT_EQ(OnlyClip(left).sound,
+              SoundChoice::OfChannels({ChannelPlace::OfFile(1), 1}, {ANY, 0}));
+    EXPECT_FALSE(OnlyClip(left).level.decibels);
+}
+
+TEST(StreamEffect, AMatrixThatAddsInvertsOrWeighsStreamsIsListed) {
+    for (const Json& right :
+         {Json{{"stereo_left", 1.0}, {"stereo_right", 1.0}}, Json{{"stereo_right", -1.0}},
+          Json{{"stereo_right", 0.5}}, Json{{"stereo_right", "1"}}, Json{{"nowhere", 1.0}}}) {
+        const Json matrix = {
+            {"OTIO_SCHEMA", "AudioMixMatrix.1"},
+            {"matrix", {{"stereo_left", {{"stereo_left", 1.0}}}, {"stereo_right", right}}}};
+        const TimelineImport import = ImportClip(ClipWithStreams({matrix}));
+        EXPECT_EQ(Reported(import, "stream effect", "mixed down"), 1) << right;
+        EXPECT_EQ(OnlyClip(import).sound, SoundChoice()) << right;
+    }
+}
+
 TEST(StreamEffect, AnIndexCountsTheChannelsOfAWaveAndTheStreamsOfOtherFiles) {
     Json clip = Clip("a.WAV", 0, 50);
     clip["media_reference"]["available_streams"] = {{"monaural", AudioStream(IndexAddress(6))}};
