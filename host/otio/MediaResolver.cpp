@@ -72,9 +72,10 @@ bool HasDrive(const std::string& path) {
 }
 
 /// Converts a path of another system so that --media-root can match it: "D:\media\a.wav" and
-/// "/D:/media/a.wav" to "D:/media/a.wav", "\\server\a.wav" to "//server/a.wav". Other paths are
-/// unchanged.
+/// "/D:/media/a.wav" to "D:/media/a.wav", "\\server\a.wav" and "///server/a.wav", of a URL with five
+/// slashes, to "//server/a.wav". Other paths are unchanged.
 std::string ForeignPath(std::string path) {
+    while (path.starts_with("///")) path.erase(0, 1);
     if (path.starts_with("\\\\")) std::replace(path.begin(), path.end(), '\\', '/');
     const std::size_t drive = !path.empty() && path[0] == '/' ? 1 : 0;
     if (path.size() < drive + 3 || !IsLetter(path[drive]) || path[drive + 1] != ':') return path;
@@ -142,6 +143,16 @@ std::optional<std::string_view> MediaResolver::PathOfFileUrl(std::string_view re
     return std::nullopt;
 }
 
+/// A relative path of another system has backslashes, which may be characters of a file name here.
+MediaLocation MediaResolver::LocateWithSlashes(const std::string& path) const {
+    const MediaLocation location = Locate(path);
+    if (path.find('\\') == std::string::npos || exists_(location.path)) return location;
+    std::string slashes = path;
+    std::replace(slashes.begin(), slashes.end(), '\\', '/');
+    MediaLocation other = Locate(slashes);
+    return exists_(other.path) ? other : location;
+}
+
 MediaLocation MediaResolver::Resolve(const std::string& url) const {
     std::string_view path = url;
     const std::string_view scheme = Scheme(url);
@@ -152,7 +163,7 @@ MediaLocation MediaResolver::Resolve(const std::string& url) const {
         if (!named) return {url, ANOTHER_MACHINE};
         path = *named;
     }
-    MediaLocation decoded = Locate(ForeignPath(PercentDecode(path)));
+    MediaLocation decoded = LocateWithSlashes(ForeignPath(PercentDecode(path)));
     if (path.find('%') == std::string_view::npos) return decoded;
     const MediaLocation literal = Locate(ForeignPath(std::string(path)));
     const bool literalOnly = (!decoded.problem.empty() || !exists_(decoded.path)) &&

@@ -39,6 +39,7 @@ public:
 
 private:
     MediaLocation Locate(const std::string& path) const;
+    MediaLocation LocateWithSlashes(const std::string& path) const;
     std::optional<std::string_view> PathOfFileUrl(std::string_view rest) const;
     std::string WithRoot(const std::string& path) const;
 

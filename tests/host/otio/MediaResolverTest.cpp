@@ -94,6 +94,19 @@ TEST(MediaResolver, APathOfAnotherSystemIsRefusedAsTheTimelineHasIt) {
     }
 }
 
+TEST(MediaResolver, ARelativePathWithBackslashesIsUsedWhereOnlyThatFileExists) {
+    EXPECT_EQ(Path("media\\a.wav", {}, {"/edit/media/a.wav"}), "/edit/media/a.wav");
+    EXPECT_EQ(Path("..\\m\\a.wav", {}, {"/m/a.wav"}), "/m/a.wav");
+    EXPECT_EQ(Path("a\\b.wav", {}, {"/edit/a\\b.wav", "/edit/a/b.wav"}), "/edit/a\\b.wav");
+    EXPECT_EQ(Path("a\\b.wav"), "/edit/a\\b.wav");
+}
+
+TEST(MediaResolver, AUrlWithFiveSlashesIsOnAnotherMachine) {
+    EXPECT_NE(Resolve("file://///server/m/a.wav").problem, "");
+    EXPECT_EQ(Path("file://///server/m/a.wav", {{"//server/m", "/mnt"}}), "/mnt/a.wav");
+    EXPECT_EQ(Path("file:////media/a.wav", {}, {"/media/a.wav"}), "/media/a.wav");
+}
+
 TEST(MediaResolver, AFileThatIsNamedLikeADriveIsUsed) {
     EXPECT_EQ(Path("D:/x.wav", {}, {"/edit/D:/x.wav"}), "/edit/D:/x.wav");
 }
