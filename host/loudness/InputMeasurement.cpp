@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/media/DuckedTracks.h"
 #include "host/media/MixPreparation.h"
 #include "host/media/ReadCheck.h"
 #include "host/otio/TimelinePath.h"
@@ -90,6 +91,7 @@ InputMeasurement MeasureTimeline(const std::string& input, const GlobalOptions& 
     CompareWithMedia(arrangement.tracks, arrangement.frameCount, grid, SoundsOf(media),
                      import.report);
     BuildSequence(arrangement, media, *project);
+    DuckTracks(arrangement, grid, project, progress);
 
     AudioMixer& mixer = *session.Engine()->Mixer();
     mixer.SetDither(DITHER, SEED);

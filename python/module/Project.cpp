@@ -6,6 +6,7 @@
 #include <limits>
 #include <utility>
 
+#include "host/media/DuckedTracks.h"
 #include "host/media/MixPreparation.h"
 #include "host/media/ReadCheck.h"
 #include "host/mix/Loudness.h"
@@ -202,6 +203,7 @@ void Project::MakeReady(const Session::Use& use, host::Progress& progress) {
     host::CompareWithMedia(arrangement.tracks, arrangement.frameCount, grid_,
                            host::SoundsOf(built.media), built.report);
     host::BuildSequence(arrangement, built.media, *built.project);
+    host::DuckTracks(arrangement, grid_, built.project, progress);
     isReady_ = true;
 }
 

@@ -21,6 +21,21 @@ class Mix(rig.SonrelTest):
 
         numpy.testing.assert_array_equal(samples, rig.read_wav(self.path("mix.wav")))
 
+    def test_ducking_is_that_of_the_program(self):
+        music = rig.track("Music", [rig.clip("take.wav", 0, 50)])
+        music["metadata"]["sonrel"] = {"duck": {"by": "Voice", "parameters": {"depthDb": -30}}}
+        rig.write_timeline(self.path("duck.otio"), [
+            music, rig.track("Voice", [rig.clip("take.wav", 5, 20)])])
+        done = self.program("mix", self.path("duck.otio"), "-o", self.path("mix.wav"))
+        self.assertEqual(done.returncode, 0, done.stderr)
+        project = self.open("duck.otio")
+
+        samples = project.mix(seed=1)
+
+        numpy.testing.assert_array_equal(samples, rig.read_wav(self.path("mix.wav")))
+        project.tracks[1].muted = True
+        self.assertGreater(abs(project.mix(seed=1).astype(int) - samples).max(), 1000)
+
     def test_mix_of_one_clip_without_noise_is_its_recording(self):
         samples = self.open().mix(dither="none")
 

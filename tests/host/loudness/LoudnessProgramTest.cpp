@@ -75,6 +75,20 @@ TEST_F(LoudnessProgram, ATimelineMeasuresExactlyLikeItsMix) {
     EXPECT_NEAR(file["integrated"], -26.0, 0.1);
 }
 
+TEST_F(LoudnessProgram, ATimelineWithDuckingMeasuresExactlyLikeItsMix) {
+    const Json duck = {{"by", "Voice"}, {"parameters", {{"depthDb", -30}}}};
+    WriteFile(shop_.Work("duck.otio"),
+              Timeline({WithOurs(Track({Clip("a.wav", 0, 50)}, "Music"), {{"duck", duck}}),
+                        Track({WithOurs(Clip("a.wav", 0, 50), {{"audioLevel", -10}})}, "Voice")})
+                  .dump());
+
+    const ProgramResult mix = shop_.Run({"mix", "@duck.otio", "-o", "@duck.wav", "--json"});
+
+    ASSERT_EQ(mix.exitCode, 0) << mix.err;
+    EXPECT_EQ(Measure({"@duck.otio"}).Json()["files"].at(0)["integrated"],
+              mix.Json()["loudness"]["integrated"]);
+}
+
 TEST_F(LoudnessProgram, SilenceIsNull) {
     const nlohmann::json file = Measure({"@silence.wav"}).Json()["files"].at(0);
 
