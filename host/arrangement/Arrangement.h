@@ -37,7 +37,8 @@ struct PlacedClip {
     zrh::media::SoundChoice sound;  ///< may contain ANY_STREAM and OfFile
     int startFrame = 0;
     int endFrame = 0;
-    int sourceStartFrame = 0;  ///< in-point, already divided by the clip's speed
+    int sourceStartFrame = 0;   ///< in-point, already divided by the clip's speed
+    int framesBeforeMedia = 0;  ///< silence that the clip asks for
     double speed = 1.0;
     bool muted = false;
     bool isPicture = false;              ///< on a video track

@@ -300,6 +300,13 @@ Fades TrackArranger::TrimmedFades(const Item& item, int cutIn, int cutOut) {
     return fades;
 }
 
+void TrackArranger::NoteBeforeMedia(const Item& item, int frames, bool isSilent) const {
+    report_.Add(KindText(item), item.place,
+                "it begins " + FormatShort(static_cast<double>(frames) / rules_.grid) +
+                    " frames before its media and is silent" + (isSilent ? "" : " until then"),
+                Severity::Silence);
+}
+
 /// @return whether the clip was placed; a clip that was not is reported
 bool TrackArranger::PlaceClip(const Item& item, Seconds position,
                               std::shared_ptr<PlacedComposition> composition, PlacedTrack& placed) {
@@ -343,10 +350,12 @@ bool TrackArranger::PlaceClip(const Item& item, Seconds position,
         return false;
     }
     if (droppedFrames > 0) {
-        report_.Add(what, item.place, "it begins before its media and is silent until then",
-                    Severity::Silence);
-        if (droppedFrames >= clip.endFrame - clip.startFrame) return false;
+        const bool isSilent = droppedFrames >= clip.endFrame - clip.startFrame;
+        // The comparison with the media reports the silence of a clip.
+        if (composition != nullptr || isSilent) NoteBeforeMedia(item, droppedFrames, isSilent);
+        if (isSilent) return false;
         clip.startFrame += droppedFrames;
+        if (composition == nullptr) clip.framesBeforeMedia = droppedFrames;
     }
     clip.level = ToCurve(item.level, rules_.fps, cutSeconds + droppedFrames / rules_.EngineRate(),
                          item.place, report_);

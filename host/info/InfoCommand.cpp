@@ -7,7 +7,6 @@
 #include "host/info/MediaReport.h"
 #include "host/info/TakenSound.h"
 #include "host/info/TimelineTree.h"
-#include "host/info/UnusedSound.h"
 #include "host/otio/TimelinePath.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Summary.h"
@@ -18,6 +17,8 @@
 #include "host/timeline/SoundingTracks.h"
 #include "host/timeline/Strictness.h"
 #include "host/timeline/TimelineSummary.h"
+#include "host/timeline/UnreadPictures.h"
+#include "host/timeline/UnusedSound.h"
 #include "sonrel/base/Timing.h"
 #include "sonrel/media/MediaInfo.h"
 
@@ -62,6 +63,16 @@ struct DescribedMedia {
     std::string problem;  ///< the first fault; empty when there is none
 };
 
+/// Adds a file that cannot be read.
+void AddUnread(const MediaUse& use, const std::string& problem, DescribedMedia& described) {
+    const SoundFit fit = FitOfUnreadPicture(use, problem);
+    if (fit.isUnread) {
+        described.sounds[{use.location.path, use.sound}] = {0.0, fit};
+    } else if (described.problem.empty()) {
+        described.problem = problem;
+    }
+}
+
 /// Describes each file of a timeline once.
 DescribedMedia DescribeAll(const std::vector<MediaUse>& media, const std::vector<MediaUse>& missing,
                            MediaCatalog& catalog) {
@@ -78,12 +89,14 @@ DescribedMedia DescribeAll(const std::vector<MediaUse>& media, const std::vector
             continue;
         }
         if (known.insert(path).second) {
-            const std::string problem = described.report.Add(
-                path, used[path], "; metadata.sonrel.stream and .channels of a clip choose others");
-            if (described.problem.empty()) described.problem = problem;
+            described.report.Add(path, used[path],
+                                 "; metadata.sonrel.stream and .channels of a clip choose others");
         }
         const MediaDescription& description = catalog.Describe(path);
-        if (!description.problem.empty()) continue;
+        if (!description.problem.empty()) {
+            AddUnread(use, description.problem, described);
+            continue;
+        }
         described.taken[{path, use.sound}] = TakenSound(description.info, use.sound);
         described.sounds[{path, use.sound}] = SoundOf(description.info, use.sound);
     }
@@ -166,7 +179,7 @@ std::string MediaSummaryText(const MediaInfo& info) {
     }
     const std::string unused = UnusedSound(info, {{}});
     if (!unused.empty()) {
-        summary.AddAttention(unused, "choose other sound with --stream and --channels");
+        summary.AddAttention(unused, CHOOSE_SOUND);
     }
     return summary.Text();
 }

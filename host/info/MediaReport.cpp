@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "host/info/MediaReport.h"
 
-#include "host/info/UnusedSound.h"
 #include "host/shell/Summary.h"
+#include "host/shell/Terminal.h"
 #include "host/shell/Text.h"
 #include "host/shell/TextColumns.h"
+#include "host/timeline/UnusedSound.h"
 
 namespace orlo::host {
 
@@ -13,8 +14,6 @@ namespace {
 using zrh::media::MediaInfo;
 using zrh::media::MediaStreamInfo;
 using zrh::media::MediaStreamKind;
-
-constexpr int TEXT_COLUMNS = 80;
 
 const char* KindName(MediaStreamKind kind) {
     switch (kind) {
@@ -119,16 +118,9 @@ std::string StreamText(const MediaInfo& info, int index, AudioIndex audioIndex) 
     return text + TimecodeText(info, stream);
 }
 
-/// Lines of at most 80 columns below the name of a file. Continued lines are indented further.
+/// Lines that fit into the report, below the name of a file.
 std::string Indented(const std::string& text) {
-    std::string lines;
-    std::string indent(4, ' ');
-    for (const std::string& line : WrapToColumns(text, TEXT_COLUMNS - 8)) {
-        lines += indent;
-        lines += line + "\n";
-        indent.assign(8, ' ');
-    }
-    return lines;
+    return IndentedLines(text, 4, 8, ReportColumns());
 }
 
 std::string TimeReferenceText(const MediaInfo& info) {

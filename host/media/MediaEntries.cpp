@@ -7,7 +7,11 @@
 #include "host/otio/TimelinePath.h"
 #include "host/shell/Paths.h"
 #include "host/shell/SoundText.h"
+#include "host/shell/Terminal.h"
 #include "host/shell/Text.h"
+#include "host/shell/TextColumns.h"
+#include "host/timeline/UnreadPictures.h"
+#include "host/timeline/UnusedSound.h"
 
 namespace orlo::host {
 
@@ -37,6 +41,7 @@ void ReportOne(const MediaEntry& entry, const FileResult& result, Outcome& outco
     file["status"] = StatusName(result.status);
     file["path"] = result.path.empty() ? Json() : Json(result.path);
     file["error"] = result.error.empty() ? Json() : Json(result.error);
+    if (!entry.note.empty()) file["note"] = entry.note;
     outcome.report["files"].Append(file);
     outcome.text += std::string(StatusName(result.status)) + "  " +
                     OneLine(entry.media.empty() ? entry.input : entry.media) +
@@ -44,6 +49,10 @@ void ReportOne(const MediaEntry& entry, const FileResult& result, Outcome& outco
     if (!result.path.empty()) outcome.text += " -> " + OneLine(result.path);
     if (!result.error.empty()) outcome.text += ": " + OneLine(result.error);
     outcome.text += "\n";
+    if (!entry.note.empty()) {
+        outcome.text +=
+            IndentedLines("note: " + entry.note + "; " + CHOOSE_SOUND, 6, 10, ReportColumns());
+    }
 }
 
 FileResult ResultWithoutTask(const MediaEntry& entry) {
@@ -98,6 +107,7 @@ void MediaCollector::Add(const std::string& input) {
         } else {
             if (guard_ != nullptr) ProtectMediaInput(input, *guard_);
             AddMedia(input, AbsolutePath(input), sound_, RateFor(global_));
+            entries.back().note = UnusedSoundOfInput(entries.back().media, sound_);
         }
     } catch (const JobError& error) {
         MediaEntry entry;
@@ -128,8 +138,9 @@ void MediaCollector::AddClipMedia(CollectedTimeline& timeline, const MediaUse& u
     const int rate = timeline.import.arrangement.rate;
     AddMedia(timeline.input, use.location.path, use.sound, rate);
     if (entries.back().error.empty()) return;
-    const SoundFit fit = FitOfFile(use.location.path, use.sound);
-    if (fit.silence == NO_SOUND_REASON) {
+    SoundFit fit = FitOfUnreadPicture(use, entries.back().error);
+    if (!fit.isUnread) fit = FitOfFile(use.location.path, use.sound);
+    if (fit.isUnread || fit.silence == NO_SOUND_REASON) {
         entries.pop_back();
         timeline.silent.push_back(use);
         timeline.silent.back().fit = fit;

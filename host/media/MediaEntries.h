@@ -29,6 +29,7 @@ struct MediaEntry {
     /// The sound that the clips ask for, where it is not @c sound, and why.
     zrh::media::SoundChoice clipSound = sound;
     SoundFit fit = {};
+    std::string note = {};  ///< streams and channels of a media file as INPUT that remain unused
 };
 
 /// A timeline among the inputs of a command.

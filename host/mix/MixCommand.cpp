@@ -32,6 +32,7 @@
 #include "host/timeline/SoundingTracks.h"
 #include "host/timeline/Strictness.h"
 #include "host/timeline/TimelineSummary.h"
+#include "host/timeline/UnusedSound.h"
 #include "sonrel/base/Timing.h"
 
 namespace orlo::host {
@@ -393,6 +394,11 @@ Outcome MixMediaFile(const GlobalOptions& global, const MixOptions& options) {
     if (normalization) outcome.report["normalization"] = NormalizationJson(*normalization);
     Summary summary;
     SummarizeMix(span.Count(), loudness, nullptr, grid, summary);
+    const std::string unused = UnusedSoundOfInput(path, sound);
+    if (!unused.empty()) {
+        outcome.report["note"] = unused;
+        summary.AddAttention(unused, CHOOSE_SOUND);
+    }
     outcome.text = HeadText(options.output, grid, span.Count()) + LoudnessText(loudness) +
                    NormalizationText(normalization) + summary.Text();
     if (options.failOnClip) FailOnTruePeak(options, loudness, outcome);

@@ -14,14 +14,16 @@ namespace orlo::host::otio {
 
 namespace {
 
-/// Whether a file is a still image by its name. The files of stills may be missing: they have no
-/// sound.
+/// Whether a file is a still image by its name, those of cameras included. The files of stills may
+/// be missing: they have no sound.
 bool IsStillImage(const std::string& url) {
     constexpr std::string_view STILLS[] = {
-        ".ai",  ".avif", ".bmp",  ".cin",  ".cr2",  ".dds",  ".dng",  ".dpx", ".exr", ".gif",
-        ".hdr", ".heic", ".heif", ".ico",  ".j2k",  ".jp2",  ".jpeg", ".jpg", ".jxl", ".pbm",
-        ".pcx", ".pdf",  ".pgm",  ".pict", ".png",  ".pnm",  ".ppm",  ".psb", ".psd", ".qoi",
-        ".sgi", ".svg",  ".tga",  ".tif",  ".tiff", ".webp", ".xbm",  ".xpm"};
+        ".3fr",  ".ai",  ".ari", ".arw", ".avif", ".bmp",  ".cap",  ".cin", ".cr2", ".cr3", ".crw",
+        ".dcr",  ".dds", ".dng", ".dpx", ".erf",  ".exr",  ".fff",  ".gif", ".gpr", ".hdr", ".heic",
+        ".heif", ".ico", ".iiq", ".j2k", ".jp2",  ".jpeg", ".jpg",  ".jxl", ".k25", ".kdc", ".mef",
+        ".mos",  ".mrw", ".nef", ".nrw", ".orf",  ".pbm",  ".pcx",  ".pdf", ".pef", ".pgm", ".pict",
+        ".png",  ".pnm", ".ppm", ".psb", ".psd",  ".qoi",  ".raf",  ".rw2", ".rwl", ".sgi", ".sr2",
+        ".srf",  ".srw", ".svg", ".tga", ".tif",  ".tiff", ".webp", ".x3f", ".xbm", ".xpm"};
     const std::size_t dot = std::min(url.rfind('.'), url.size());
     const std::string extension = LowerCase(url.substr(dot));
     return std::find(std::begin(STILLS), std::end(STILLS), extension) != std::end(STILLS);

@@ -16,11 +16,14 @@
 #include "host/play/QuietStderr.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/Paths.h"
+#include "host/shell/Terminal.h"
 #include "host/shell/Text.h"
+#include "host/shell/TextColumns.h"
 #include "host/timeline/Input.h"
 #include "host/timeline/MediaComparison.h"
 #include "host/timeline/SoundingTracks.h"
 #include "host/timeline/Strictness.h"
+#include "host/timeline/UnusedSound.h"
 #include "sonrel/base/Timing.h"
 #include "sonrel/mixer/AudioMixer.h"
 #include "sonrel/project/EditorSequence.h"
@@ -230,6 +233,10 @@ private:
 
     Outcome Report(const PlayOutput& output) const {
         Outcome outcome = ReportHead(output.FramesTaken());
+        const std::string unused = target_.asset ? UnusedSoundOfInput(AbsolutePath(options_.input),
+                                                                      options_.sound.Choice())
+                                                 : std::string();
+        if (!unused.empty()) outcome.report["note"] = unused;
         if (options_.events) return outcome;
         if (PlayOutput::IsFileName(options_.output)) {
             outcome.text =
@@ -237,6 +244,10 @@ private:
                 FormatDuration(static_cast<double>(output.FramesTaken()) / target_.grid.rate) +
                 ", " + std::to_string(output.FramesTaken()) + " samples at " +
                 std::to_string(target_.grid.rate) + " Hz\n";
+        }
+        if (!unused.empty()) {
+            outcome.text +=
+                IndentedLines("note: " + unused + "; " + CHOOSE_SOUND, 0, 4, ReportColumns());
         }
         outcome.text += NotTakenOverText(target_.import.report);
         return outcome;

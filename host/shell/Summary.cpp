@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/shell/Summary.h"
 
+#include "host/shell/Terminal.h"
 #include "host/shell/Text.h"
 #include "host/shell/TextColumns.h"
 
@@ -8,13 +9,12 @@ namespace orlo::host {
 
 namespace {
 
-constexpr int TERMINAL_COLUMNS = 80;
 constexpr int LABEL_COLUMNS = 13;
 
 std::string RowText(const std::string& label, const std::string& text) {
     std::string rows;
     std::string left = "  " + label;
-    for (const std::string& line : WrapToColumns(OneLine(text), TERMINAL_COLUMNS - LABEL_COLUMNS)) {
+    for (const std::string& line : WrapToColumns(OneLine(text), ReportColumns() - LABEL_COLUMNS)) {
         rows += FitToColumns(left, LABEL_COLUMNS) + line + "\n";
         left.clear();
     }

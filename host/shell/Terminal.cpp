@@ -4,6 +4,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <string_view>
 
@@ -16,6 +17,11 @@ TerminalSize SizeOfTerminal(int descriptor) {
     if (size.ws_col > 0) result.columns = size.ws_col;
     if (size.ws_row > 0) result.rows = size.ws_row;
     return result;
+}
+
+int ReportColumns() {
+    constexpr int MIN_COLUMNS = 20;
+    return std::max(SizeOfTerminal(STDOUT_FILENO).columns, MIN_COLUMNS);
 }
 
 bool CanDraw(int descriptor) {

@@ -95,4 +95,15 @@ std::vector<std::string> WrapToColumns(std::string_view text, int columns) {
     return lines;
 }
 
+std::string IndentedLines(std::string_view text, int first, int next, int columns) {
+    std::string lines;
+    int indent = first;
+    for (const std::string& line : WrapToColumns(text, columns - next)) {
+        lines.append(static_cast<std::size_t>(indent), ' ');
+        lines += line + "\n";
+        indent = next;
+    }
+    return lines;
+}
+
 }  // namespace orlo::host

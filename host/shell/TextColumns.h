@@ -22,4 +22,9 @@ std::string FitToColumns(std::string_view text, int columns);
 /// @return at least one line, without blanks at its ends
 std::vector<std::string> WrapToColumns(std::string_view text, int columns);
 
+/// The lines of WrapToColumns with blanks before them, each at most @p columns long with its blanks.
+/// @param first  blanks before the first line
+/// @param next   blanks before the others, at least @p first and less than @p columns - 2
+std::string IndentedLines(std::string_view text, int first, int next, int columns);
+
 }  // namespace orlo::host

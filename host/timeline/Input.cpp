@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <map>
 #include <set>
 #include <utility>
 
@@ -15,13 +16,16 @@
 #include "host/shell/LibraryMessage.h"
 #include "host/shell/Paths.h"
 #include "host/shell/SoundText.h"
+#include "host/shell/Terminal.h"
 #include "host/shell/Text.h"
+#include "host/shell/TextColumns.h"
 #include "host/shell/Timecode.h"
 #include "host/timeline/Ducking.h"
 #include "host/timeline/EffectChains.h"
 #include "host/timeline/MediaCatalog.h"
 #include "host/timeline/SoundProblem.h"
 #include "host/timeline/TimelineSource.h"
+#include "host/timeline/UnreadPictures.h"
 #include "sonrel/media/ImportMediaAsset.h"
 #include "sonrel/media/MediaInfo.h"
 #include "sonrel/media/ZRMediaException.h"
@@ -64,7 +68,7 @@ std::shared_ptr<MediaAsset> SilentAsset(project::Project& project, const std::st
     return std::make_shared<MediaAsset>(project.Manager(), WidePath(path));
 }
 
-std::shared_ptr<MediaAsset> ImportUse(project::Project& project, MediaUse& use) {
+std::shared_ptr<MediaAsset> ImportSound(project::Project& project, MediaUse& use) {
     const std::string& path = use.location.path;
     RequireMediaFile(path);
     try {
@@ -79,6 +83,16 @@ std::shared_ptr<MediaAsset> ImportUse(project::Project& project, MediaUse& use) 
         }
         if (use.fit.silence.empty()) RefuseMedia(path, error.Code());
         return SilentAsset(project, path);
+    }
+}
+
+std::shared_ptr<MediaAsset> ImportUse(project::Project& project, MediaUse& use) {
+    try {
+        return ImportSound(project, use);
+    } catch (const JobError& error) {
+        use.fit = FitOfUnreadPicture(use, error.what());
+        if (!use.fit.isUnread) throw;
+        return SilentAsset(project, use.location.path);
     }
 }
 
@@ -110,8 +124,8 @@ public:
             for (const otio::PlacedClip& clip : track.clips) {
                 if (clip.composition != nullptr) {
                     Add(clip.composition->tracks);
-                } else if (known_.emplace(clip.media.path, clip.sound).second) {
-                    media_.push_back({clip.media, clip.sound, clip.place, nullptr, {}});
+                } else {
+                    Add(clip);
                 }
             }
         }
@@ -120,8 +134,15 @@ public:
     std::vector<MediaUse> Take() { return std::move(media_); }
 
 private:
+    void Add(const otio::PlacedClip& clip) {
+        const auto [at, isNew] = known_.try_emplace({clip.media.path, clip.sound}, media_.size());
+        if (isNew) media_.push_back({clip.media, clip.sound, clip.place, nullptr, {}, true});
+        MediaUse& use = media_[at->second];
+        use.isPicture = use.isPicture && clip.isPicture;
+    }
+
     std::vector<MediaUse> media_;
-    std::set<std::pair<std::string, zrh::media::SoundChoice>> known_;
+    std::map<std::pair<std::string, zrh::media::SoundChoice>, std::size_t> known_;
 };
 
 }  // namespace
@@ -302,11 +323,13 @@ Json NotTakenOverJson(const otio::ImportReport& report) {
 std::string NotTakenOverText(const otio::ImportReport& report) {
     const std::vector<otio::ImportReport::Entry> entries = report.Entries();
     if (entries.empty()) return {};
+    const int columns = ReportColumns();
     std::string text = "not imported, or changed:\n";
     for (const otio::ImportReport::Entry& entry : entries) {
-        text += "  " + OneLine(entry.what);
-        if (entry.count > 1) text += " (" + std::to_string(entry.count) + " times)";
-        text += ", " + OneLine(entry.where) + ": " + OneLine(entry.reason) + "\n";
+        std::string row = OneLine(entry.what);
+        if (entry.count > 1) row += " (" + std::to_string(entry.count) + " times)";
+        row += ", " + OneLine(entry.where) + ": " + OneLine(entry.reason);
+        text += IndentedLines(row, 2, 6, columns);
     }
     return text;
 }

@@ -19,8 +19,9 @@ namespace orlo::host {
 /// How a media file deviates from the sound that its clips use. Both are clauses, and empty when
 /// the file has the sound.
 struct SoundFit {
-    std::string silence;  ///< why the clips are silent
-    std::string note;     ///< the sound that the clips play instead
+    std::string silence;    ///< why the clips are silent
+    std::string note;       ///< the sound that the clips play instead
+    bool isUnread = false;  ///< the file cannot be read
 };
 
 /// Compares a media file with a sound.
@@ -36,6 +37,7 @@ struct MediaUse {
     otio::SourceLocation place;                  ///< the first clip that uses it
     std::shared_ptr<project::MediaAsset> asset;  ///< null until it is imported
     SoundFit fit;                                ///< of an imported file
+    bool isPicture = false;                      ///< all clips that use it are on video tracks
 };
 
 class MediaCatalog;

@@ -36,8 +36,8 @@ struct TimelineMap {
 std::vector<Stretch> SoundingFrames(const PlacedTrack& track) {
     std::vector<Stretch> frames;
     for (const PlacedClip& clip : track.clips) {
-        frames.push_back(
-            {static_cast<double>(clip.startFrame), static_cast<double>(clip.endFrame)});
+        frames.push_back({static_cast<double>(clip.startFrame) - clip.framesBeforeMedia,
+                          static_cast<double>(clip.endFrame)});
     }
     for (const otio::PlacedTransition& transition : track.transitions) {
         const double begin = static_cast<double>(transition.joinFrame) +
@@ -110,6 +110,10 @@ private:
     }
 
     void CountSilent(const PlacedClip& clip, const SoundFit& fit) {
+        if (fit.isUnread) {
+            ++tally_.unreadPictures;
+            return;
+        }
         if (fit.silence != MISSING_MEDIA_REASON) {
             ++tally_.soundless;
             return;

@@ -33,11 +33,14 @@ struct ClipTally {
     int missing = 0;              ///< their media files are missing
     int soundless = 0;            ///< their media files do not have the sound that they use
     int beyond = 0;               ///< they ask for more than their media files have
-    int unread = 0;               ///< their media files cannot be read
+    int unread = 0;               ///< their media files cannot be read, which fails the command
+    int unreadPictures = 0;       ///< on video tracks; their files cannot be read and are reported
     double longestSilence = 0.0;  ///< of a clip that asks for more, in seconds of the timeline
     std::set<std::string> missingFiles;
 
-    int Clips() const { return whole + muted + missing + soundless + beyond + unread; }
+    int Clips() const {
+        return whole + muted + missing + soundless + beyond + unread + unreadPictures;
+    }
 };
 
 /// Compares each clip with its media file, nested clips included, and reports clips that are silent

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "host/timeline/SoundingTracks.h"
 
+#include <algorithm>
+
 #include "host/shell/Errors.h"
 #include "host/shell/Text.h"
 
@@ -36,6 +38,17 @@ std::string CountText(const TrackCount& count, const std::string& kind) {
            (count.clips == 0 ? " without clips" : " with " + Plural(count.clips, "clip"));
 }
 
+/// ", and 1 track of kind 'Sound'", with the first kind; empty without such a track
+std::string OtherTracksText(const otio::TimelineImport& import) {
+    const std::size_t count = CountOf(import, Kind::Other).tracks;
+    const auto first =
+        std::find_if(import.allTracks.begin(), import.allTracks.end(),
+                     [](const otio::TrackSummary& track) { return track.kind == Kind::Other; });
+    if (first == import.allTracks.end()) return {};
+    return ", and " + Plural(count, "track") + " of kind " + Quoted(first->kindName) +
+           (count == 1 ? "" : " or others");
+}
+
 }  // namespace
 
 const char* AudioFromName(Kind kind) {
@@ -47,8 +60,9 @@ void RefuseEmptyTimeline(const std::string& input, const otio::TimelineImport& i
     const Kind other = import.soundKind == Kind::Audio ? Kind::Video : Kind::Audio;
     std::string text = "the timeline " + Quoted(input) + " has " +
                        CountText(CountOf(import, Kind::Audio), "audio") + " and " +
-                       CountText(CountOf(import, Kind::Video), "video") + ": with --audio-from " +
-                       AudioFromName(import.soundKind) + " there is nothing to " + verb;
+                       CountText(CountOf(import, Kind::Video), "video") + OtherTracksText(import) +
+                       ": with --audio-from " + AudioFromName(import.soundKind) +
+                       " there is nothing to " + verb;
     if (CountOf(import, other).clips > 0) {
         text += std::string("; use --audio-from ") + AudioFromName(other);
     }

@@ -62,8 +62,9 @@ void AddFaultyClips(const ClipTally& clips, Summary& summary) {
                              "--media-root OLD=NEW finds missing files, --allow-missing mixes "
                              "without them");
     }
-    if (clips.unread > 0) {
-        summary.AddAttention("the media of " + Counted(clips.unread, "clip") + " cannot be read",
+    const int unread = clips.unread + clips.unreadPictures;
+    if (unread > 0) {
+        summary.AddAttention("the media of " + Counted(unread, "clip") + " cannot be read",
                              "replace the media files that have an error in the list above");
     }
     if (clips.soundless > 0) {
@@ -84,12 +85,14 @@ void AddFaultyClips(const ClipTally& clips, Summary& summary) {
     }
 }
 
-/// The kinds of entries with their counts, the most frequent first.
+/// The kinds of entries that matter to the sound with their counts, the most frequent first.
 std::vector<std::pair<std::string, int>> KindsOf(const otio::ImportReport& report,
                                                  const ClipTally& clips) {
     std::map<std::string, int> counts;
-    for (const auto& entry : report.Entries()) counts[entry.what] += entry.count;
-    counts["clip"] -= clips.missing + clips.soundless + clips.beyond;
+    for (const auto& entry : report.Entries()) {
+        if (entry.severity != otio::Severity::Note) counts[entry.what] += entry.count;
+    }
+    counts["clip"] -= clips.missing + clips.soundless + clips.beyond + clips.unreadPictures;
     std::vector<std::pair<std::string, int>> kinds;
     for (const auto& [kind, count] : counts) {
         if (count > 0) kinds.emplace_back(kind, count);

@@ -37,8 +37,10 @@ ProjectPtr Open(const SessionPtr& session, const py::object& timeline, const py:
                 std::optional<int> grid, bool soundFromVideo, CancelPtr cancel) {
     const std::string path = PathOf(timeline);
     if (!host::otio::IsTimelinePath(path)) {
-        throw host::UsageError("a timeline is an .otio file or an .otiod folder, and " +
-                               host::Quoted(path) + " is not; read media files with Session.read");
+        throw host::UsageError(
+            "a timeline is an .otio file, an .otiod folder or, with otioconvert, an .edl, .xml or "
+            ".fcpxml file, and " +
+            host::Quoted(path) + " is not; read media files with Session.read");
     }
     host::GlobalOptions options = session->Options();
     options.mediaRoots = MediaRootsOf(mediaRoot);
@@ -119,6 +121,9 @@ False
              py::arg("fps") = py::none(), py::arg("grid") = py::none(),
              py::arg("sound_from_video") = false, py::arg("cancel") = py::none(),
              R"(Opens an OpenTimelineIO timeline and its media files.
+
+The timeline is an `.otio` file or an `.otiod` folder; with the program `otioconvert` also an
+`.edl`, `.xml` or `.fcpxml` file. Unpack an `.otioz` archive to an `.otiod` folder.
 
 The arguments are the options of the program with the same names; `media_root` is a dict from
 old to new folders.

@@ -27,6 +27,17 @@ struct ProgramResult {
     }
 };
 
+/// A text of a report in one line: line breaks and the blanks around them are one blank.
+inline std::string InOneLine(const std::string& text) {
+    std::string line;
+    for (const char c : text) {
+        const bool isBlank = c == ' ' || c == '\n';
+        if (!isBlank) line += c;
+        if (isBlank && !line.ends_with(' ')) line += ' ';
+    }
+    return line;
+}
+
 /// A run of the program in the background, until Wait.
 class RunningProgram {
 public:

@@ -113,14 +113,17 @@ TEST(ClipInPoint, AClipIsSilentBeforeItsMedia) {
     EXPECT_EQ(OnlyClip(import).startFrame, 10);
     EXPECT_EQ(OnlyClip(import).endFrame, 50);
     EXPECT_EQ(OnlyClip(import).sourceStartFrame, 0);
-    EXPECT_EQ(Reported(import, "clip", "begins before its media"), 1);
+    EXPECT_EQ(OnlyClip(import).framesBeforeMedia, 10);
 }
 
 TEST(ClipInPoint, AClipThatEndsBeforeItsMediaIsLeftOut) {
     Json clip = Clip("a", 50, 50);
     clip["media_reference"]["available_range"] = Range(100, 1000, 25);
 
-    EXPECT_TRUE(ImportClip(clip).arrangement.tracks.at(0).clips.empty());
+    const TimelineImport import = ImportClip(clip);
+
+    EXPECT_TRUE(import.arrangement.tracks.at(0).clips.empty());
+    EXPECT_EQ(Reported(import, "clip", "it begins 50 frames before its media and is silent"), 1);
 }
 
 TEST(ClipInPoint, AClipWithAnInPointOutOfRangeIsLeftOutAndListed) {

@@ -95,7 +95,8 @@ TEST(NestedItem, IsSilentBeforeItsContent) {
 
     EXPECT_EQ(OnlyClip(import).startFrame, 5);
     EXPECT_EQ(OnlyClip(import).sourceStartFrame, 0);
-    EXPECT_EQ(Reported(import, "nested Stack", "begins before"), 1);
+    EXPECT_EQ(Reported(import, "nested Stack", "frames before its media and is silent until then"),
+              1);
 }
 
 TEST(NestedItem, LevelMuteFadesAndEffectsApplyToTheObjectThatShowsIt) {

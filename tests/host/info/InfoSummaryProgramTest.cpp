@@ -16,6 +16,14 @@ std::string SummaryOf(const std::string& text) {
     return at == std::string::npos ? std::string() : text.substr(at + 1);
 }
 
+/// The tracks and the parts that are not imported, of the text of info.
+std::string ListOf(const std::string& text) {
+    const std::size_t tracks = text.find("\ntrack 1 ");
+    const std::size_t media = text.find("\nmedia\n");
+    const std::size_t list = text.find("\nnot imported, or changed:\n");
+    return text.substr(tracks, media - tracks) + text.substr(list);
+}
+
 std::size_t LongestLine(const std::string& text) {
     std::istringstream lines(text);
     std::size_t longest = 0;
@@ -47,12 +55,12 @@ TEST_F(InfoSummaryProgram, ATimelineWithoutFaultsNeedsNoAttention) {
 }
 
 TEST_F(InfoSummaryProgram, EndsWithWhatIsRightWhatNeedsAttentionAndWhatToDo) {
-    const ProgramResult result =
-        Info(Timeline({Track({Clip("n.wav", 0, 50), Clip("n.wav", 80, 40), Clip("n.wav", 90, 20),
-                              Clip("gone.wav", 0, 10), Clip("gone.wav", 0, 20),
-                              WithOurs(Clip("n.wav", 0, 10), {{"muted", true}})}),
-                       Track({WithOurs(Clip("n.wav", 0, 10), {{"channels", "5"}})}),
-                       Track({Clip("n.wav", 0, 10)}, "V1", "Video")}));
+    Json blurred = Clip("n.wav", 0, 50);
+    blurred["effects"] = {{{"OTIO_SCHEMA", "Effect.1"}, {"effect_name", "Blur"}}};
+    const ProgramResult result = Info(Timeline(
+        {Track({blurred, Clip("n.wav", 80, 40), Clip("n.wav", 90, 20), Clip("gone.wav", 0, 10),
+                Clip("gone.wav", 0, 20), WithOurs(Clip("n.wav", 0, 10), {{"muted", true}})}),
+         Track({WithOurs(Clip("n.wav", 0, 10), {{"channels", "5"}})})}));
 
     // The clip that lacks most asks for frames 80 to 120 of 100: 20 frames, 0.8 s.
     EXPECT_EQ(SummaryOf(result.out),
@@ -68,8 +76,21 @@ TEST_F(InfoSummaryProgram, EndsWithWhatIsRightWhatNeedsAttentionAndWhatToDo) {
               "             0.8 s\n"
               "  to do      shorten the clips, or link the right media files; the timecodes are\n"
               "             in the list above\n"
-              "  attention  1 part is not imported, changed or guessed: video track (1)\n"
+              "  attention  1 part is not imported, changed or guessed: effect 'Blur' (1)\n"
               "  to do      compare with the edit; the places and reasons are in the list above\n");
+}
+
+TEST_F(InfoSummaryProgram, NotesNeedNoAttention) {
+    const ProgramResult result = Info(Timeline(
+        {Track({Clip("n.wav", 0, 10)}, "V1", "Video"), Track({Clip("n.wav", 0, 50)}), Track({})}));
+
+    EXPECT_NE(result.out.find("not imported, or changed:\n  video track, track 1 'V1': "),
+              std::string::npos)
+        << result.out;
+    EXPECT_EQ(SummaryOf(result.out),
+              "summary\n"
+              "  right      1 clip has its whole sound\n"
+              "  attention  nothing\n");
 }
 
 TEST_F(InfoSummaryProgram, TracksThatAreMutedOrNotSoloAreCounted) {
@@ -110,8 +131,10 @@ TEST_F(InfoSummaryProgram, ManyEntriesFitInto80Columns) {
         clips.push_back(clip);
     }
 
-    const std::string summary = SummaryOf(Info(Timeline({Track(clips)})).out);
+    const ProgramResult result = Info(Timeline({Track(clips)}));
+    const std::string summary = SummaryOf(result.out);
 
+    EXPECT_LE(LongestLine(ListOf(result.out)), 80u) << result.out;
     EXPECT_NE(summary.find("6 parts are not imported, changed or guessed: effect 'A"),
               std::string::npos)
         << summary;

@@ -72,6 +72,18 @@ TEST_F(AudioFromProgram, AnEmptyTimelineIsRefusedWithItsTracksAndTheOption) {
     }
 }
 
+TEST_F(AudioFromProgram, ATimelineOfAnotherKindOfTracksIsRefusedWithTheKind) {
+    Write({Track({Clip("streams.mkv", 0, 25)}, "A1", "Sound")});
+
+    const ProgramResult result = Run("mix");
+
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_NE(result.err.find("has no audio tracks and no video tracks, and 1 track of kind "
+                              "'Sound': with"),
+              std::string::npos)
+        << result.err;
+}
+
 TEST_F(AudioFromProgram, InfoShowsAllTracks) {
     Write({VideoTrack({Clip("streams.mkv", 0, 25)}, "pictures"),
            Track({Clip("other.wav", 0, 25)}, "voice")});
@@ -109,6 +121,57 @@ TEST_F(AudioFromProgram, PicturesWithoutSoundAreOneEntryOfEveryCommand) {
         EXPECT_EQ(entries.at(0).at("reason"), "its media has no sound");
         EXPECT_EQ(entries.at(0).at("count"), 3);
         EXPECT_EQ(entries.at(0).at("severity"), "note");
+    }
+}
+
+TEST_F(AudioFromProgram, APictureFileThatCannotBeReadIsAnEntryOfEveryCommand) {
+    WriteFile(shop_.Work("shot.r3d"), "a format that is not known");
+    std::filesystem::create_directory(shop_.Work("frames"));
+    Write({VideoTrack({Clip("streams.mkv", 0, 25), Clip("shot.r3d", 0, 5), Clip("frames", 0, 5)})});
+
+    for (const char* command : {"info", "conform", "mix", "play"}) {
+        const ProgramResult result = Run(command);
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        const auto entries = result.Json().at("notTakenOver");
+        ASSERT_EQ(entries.size(), 2u) << result.out;
+        for (const auto& [entry, name] : {std::pair(0, "shot.r3d': not a media file"),
+                                          std::pair(1, "frames': it is not a regular file")}) {
+            EXPECT_EQ(entries.at(entry).at("what"), "clip");
+            EXPECT_EQ(entries.at(entry).at("severity"), "silence");
+            const std::string reason = entries.at(entry).at("reason");
+            EXPECT_NE(reason.find(name), std::string::npos) << reason;
+            EXPECT_TRUE(reason.ends_with("; it is silent")) << reason;
+        }
+    }
+    EXPECT_EQ(Run("mix", {"--strict", "--overwrite"}).exitCode, 3);
+    EXPECT_NE(shop_.Run({"info", "@edit.otio"}).out.find("the media of 2 clips cannot be read\n"),
+              std::string::npos);
+}
+
+TEST_F(AudioFromProgram, APictureOfACameraIsAStillWithoutSound) {
+    WriteFile(shop_.Work("shot.NEF"), "raw");
+    Write({VideoTrack({Clip("streams.mkv", 0, 25), Clip("shot.NEF", 0, 5), Clip("x.dng", 0, 5)})});
+
+    const ProgramResult result = Run("mix");
+
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    ASSERT_EQ(result.Json().at("notTakenOver").size(), 1u) << result.out;
+    EXPECT_EQ(result.Json().at("notTakenOver").at(0).at("reason"), "its media has no sound");
+    EXPECT_EQ(result.Json().at("notTakenOver").at(0).at("count"), 2);
+}
+
+TEST_F(AudioFromProgram, AFileOfSoundThatCannotBeReadFailsEveryCommand) {
+    WriteFile(shop_.Work("damaged.mov"), "not a movie");
+    WriteFile(shop_.Work("shot.r3d"), "a format that is not known");
+    const Json sound = Clip("streams.mkv", 0, 25);
+    for (const Json& track :
+         {VideoTrack({sound, Clip("damaged.mov", 0, 5)}), Track({sound, Clip("shot.r3d", 0, 5)})}) {
+        Write({track});
+        for (const char* command : {"info", "conform", "mix", "play"}) {
+            const ProgramResult result = Run(command);
+            EXPECT_EQ(result.exitCode, 1) << command;
+            EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
+        }
     }
 }
 

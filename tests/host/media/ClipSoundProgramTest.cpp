@@ -109,6 +109,15 @@ TEST_F(ClipSoundProgram, InfoListsTheStreamsAndThoseThatAreNotUsed) {
     EXPECT_NE(media.at("note").get<std::string>().find("--stream"), std::string::npos);
 }
 
+// The table of the downmix has the low-frequency channel fourth, and it is not heard.
+TEST_F(ClipSoundProgram, InfoNamesTheChannelThatADownmixWithoutDeclaredLoudspeakersLeavesOut) {
+    const nlohmann::json media =
+        shop_.Run({"info", "@eight.wav", "--json"}).Json().at("media").at(0);
+
+    EXPECT_EQ(media.at("note"),
+              "channel 4 of audio stream 1 is not used; choose with --stream and --channels");
+}
+
 TEST_F(ClipSoundProgram, InfoNamesTheStreamAndTheChannelsThatAClipTakes) {
     Json through = Clip("streams.mkv", 0, 25);
     // The third channel of all is the first one of the third stream.
@@ -121,13 +130,13 @@ TEST_F(ClipSoundProgram, InfoNamesTheStreamAndTheChannelsThatAClipTakes) {
                                Clip("eight.wav", 0, 25)})})
                   .dump());
 
-    const std::string text = shop_.Run({"info", "@edit.otio"}).out;
+    const std::string text = InOneLine(shop_.Run({"info", "@edit.otio"}).out);
 
     for (const char* taken :
-         {"streams.mkv (audio stream 1)\n", "streams.mkv (audio stream 3, channel 1)\n",
-          "streams.mkv (audio stream 2)\n",
-          "streams.mkv (audio stream 1, channel 1 and audio stream 3, channel 2)\n",
-          "eight.wav (downmix of 8 channels)\n"}) {
+         {"streams.mkv (audio stream 1) frames", "streams.mkv (audio stream 3, channel 1) frames",
+          "streams.mkv (audio stream 2) frames",
+          "streams.mkv (audio stream 1, channel 1 and audio stream 3, channel 2) frames",
+          "eight.wav (downmix of 8 channels) media"}) {
         EXPECT_NE(text.find(taken), std::string::npos) << taken << text;
     }
 }
@@ -141,7 +150,8 @@ TEST_F(ClipSoundProgram, InfoOfATimelineNamesTheChannelsOfClipsAndThoseThatNoCli
     const ProgramResult text = shop_.Run({"info", "@edit.otio"});
     const nlohmann::json report = shop_.Run({"info", "@edit.otio", "--json"}).Json();
 
-    EXPECT_NE(text.out.find("eight.wav (channels 2 and 7)"), std::string::npos) << text.out;
+    EXPECT_NE(InOneLine(text.out).find("eight.wav (channels 2 and 7)"), std::string::npos)
+        << text.out;
     EXPECT_NE(text.out.find("note: channels 1, 4 to 6, 8 of audio stream 1 are not used"),
               std::string::npos)
         << text.out;

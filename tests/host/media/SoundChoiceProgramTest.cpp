@@ -19,6 +19,30 @@ TEST_F(SoundChoiceProgram, AMixOfAMediaFileTakesTheChosenStreamAndChannels) {
     EXPECT_EQ(MixedMedia("@streams.mkv", {"--channels", "2:1,1:1"}), (Pair{22, 11}));
 }
 
+TEST_F(SoundChoiceProgram, SoundOfAMediaFileThatIsNotUsedIsANoteUnlessItIsAChoice) {
+    const std::vector<std::vector<std::string>> commands{
+        {"mix", "@streams.mkv", "-o", "@out.wav", "--overwrite"},
+        {"play", "@streams.mkv", "--output", "@out.raw", "--overwrite"},
+        {"peaks", "@streams.mkv"},
+        {"conform", "@streams.mkv"}};
+    for (std::vector<std::string> command : commands) {
+        const std::string text = shop_.Run(command).out;
+        const std::size_t note = text.find("audio streams 2, 3 are not used");
+        EXPECT_NE(note, std::string::npos) << text;
+        EXPECT_NE(text.find("choose other", note), std::string::npos) << text;
+
+        command.push_back("--json");
+        nlohmann::json report = shop_.Run(command).Json();
+        if (report.contains("files")) report = report.at("files").at(0);
+        EXPECT_EQ(report.at("note"), "audio streams 2, 3 are not used") << command.front();
+
+        command.insert(command.end(), {"--stream", "2"});
+        report = shop_.Run(command).Json();
+        if (report.contains("files")) report = report.at("files").at(0);
+        EXPECT_FALSE(report.contains("note")) << command.front();
+    }
+}
+
 TEST_F(SoundChoiceProgram, PlaybackTakesTheChosenChannels) {
     const ProgramResult result =
         shop_.Run({"play", "@eight.wav", "--channels", "4", "--output", "@out.raw"});

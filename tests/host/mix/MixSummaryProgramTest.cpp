@@ -80,6 +80,16 @@ TEST_F(MixSummaryProgram, AMixWithoutFaultsNeedsNoAttention) {
         << summary;
 }
 
+TEST_F(MixSummaryProgram, ANoteNeedsNoAttention) {
+    WriteFile(shop_.Work("edit.otio"),
+              Timeline({Track({Gap(50)}, "V1", "Video"), Track({Clip("n.wav", 0, 50)})}).dump());
+
+    const ProgramResult result = Mix({});
+
+    EXPECT_TRUE(Has(result, "not imported, or changed:\n  video track, ")) << result.out;
+    EXPECT_TRUE(Has(result, "  attention  nothing\n")) << result.out;
+}
+
 TEST_F(MixSummaryProgram, ASilentMixNeedsAttention) {
     WriteFile(shop_.Work("edit.otio"), Timeline({Track({Gap(50)})}).dump());
 

@@ -31,6 +31,12 @@ TEST(TextColumns, AShortTextIsPaddedWithBlanks) {
     EXPECT_EQ(FitToColumns("Beat", 2), "Be");
 }
 
+TEST(TextColumns, ContinuedLinesAreIndentedAndFit) {
+    EXPECT_EQ(IndentedLines("a clip is silent", 1, 3, 10), " a clip\n   is\n   silent\n");
+    EXPECT_EQ(IndentedLines("a clip", 1, 3, 10), " a clip\n");
+    EXPECT_EQ(IndentedLines("", 2, 4, 10), "  \n");
+}
+
 TEST(TextColumns, ATextIsWrappedAtBlanks) {
     using Lines = std::vector<std::string>;
 

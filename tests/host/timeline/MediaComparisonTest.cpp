@@ -42,6 +42,15 @@ TEST(MediaComparison, AClipBeyondTheEndOfItsMediaIsReportedWithTrackClipFramesAn
               "it is silent from 00:00:01:05 to 00:00:05:05");
 }
 
+TEST(MediaComparison, AClipThatBeginsBeforeItsMediaIsReportedWithFramesAndTimecode) {
+    Json clip = Clip("a.wav", 90, 50);
+    clip["media_reference"]["available_range"] = Range(100, 899, 25);
+
+    EXPECT_EQ(OnlyReason(Compared(Timeline({Track({Gap(25), clip})}))),
+              "it asks for frames -10 to 40, the file has 899; "
+              "it is silent from 00:00:01:00 to 00:00:01:10");
+}
+
 TEST(MediaComparison, AClipThatEndsWithItsMediaIsNotReported) {
     EXPECT_TRUE(Compared(Timeline({Track({Clip("a.wav", 0, 899)})})).empty());
 }

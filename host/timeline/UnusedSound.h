@@ -16,4 +16,11 @@ namespace orlo::host {
 std::string UnusedSound(const zrh::media::MediaInfo& info,
                         const std::vector<zrh::media::SoundChoice>& used);
 
+/// The remedy for a media file as INPUT.
+constexpr const char* CHOOSE_SOUND = "choose other sound with --stream and --channels";
+
+/// The audio streams and channels that remain unused when a media file is INPUT and its first audio
+/// stream is used. Empty where everything is used, and for any other choice.
+std::string UnusedSoundOfInput(const std::string& path, const zrh::media::SoundChoice& sound);
+
 }  // namespace orlo::host
