@@ -26,7 +26,7 @@ constexpr std::size_t LONG_RECORD_BYTES = 56;
 constexpr std::size_t LONG_TABLE_SIZE = 40;
 
 /// A number with its lowest byte first. @return 0 beyond the end of the bytes
-std::uint64_t Number(std::string_view bytes, std::size_t at, std::size_t count) {
+std::uint64_t LittleEndian(std::string_view bytes, std::size_t at, std::size_t count) {
     if (at + count > bytes.size()) return 0;
     std::uint64_t number = 0;
     for (std::size_t i = count; i-- > 0;) {
@@ -49,8 +49,9 @@ std::uint64_t LongTableBytes(std::ifstream& file, std::string_view end, std::siz
     if (record < LOCATOR_BYTES) return 0;
     const std::string_view locator = end.substr(record - LOCATOR_BYTES, LOCATOR_BYTES);
     if (!locator.starts_with(LOCATOR)) return 0;
-    const std::string longer = BytesAt(file, Number(locator, LOCATOR_OFFSET, 8), LONG_RECORD_BYTES);
-    return longer.starts_with(LONG_RECORD) ? Number(longer, LONG_TABLE_SIZE, 8) : 0;
+    const std::string longer =
+        BytesAt(file, LittleEndian(locator, LOCATOR_OFFSET, 8), LONG_RECORD_BYTES);
+    return longer.starts_with(LONG_RECORD) ? LittleEndian(longer, LONG_TABLE_SIZE, 8) : 0;
 }
 
 }  // namespace
@@ -63,7 +64,7 @@ std::uint64_t ZipTableBytes(const std::string& path) {
     std::uint64_t bytes = 0;
     for (std::size_t at = end.find(END_RECORD); at != std::string::npos;
          at = end.find(END_RECORD, at + 1)) {
-        const std::uint64_t declared = Number(end, at + END_TABLE_SIZE, 4);
+        const std::uint64_t declared = LittleEndian(end, at + END_TABLE_SIZE, 4);
         if (declared != IN_LONG_RECORD) bytes = std::max(bytes, declared);
         bytes = std::max(bytes, LongTableBytes(file, end, at));
     }
