@@ -72,8 +72,8 @@ bool HasDrive(const std::string& path) {
 }
 
 /// Converts a path of another system so that --media-root can match it: "D:\media\a.wav" and
-/// "/D:/media/a.wav" to "D:/media/a.wav", "\\server\a.wav" and "///server/a.wav", of a URL with five
-/// slashes, to "//server/a.wav". Other paths are unchanged.
+/// "/D:/media/a.wav" to "D:/media/a.wav", "\\server\a.wav" and "///server/a.wav", which a URL with
+/// five slashes contains, to "//server/a.wav". Other paths are unchanged.
 std::string ForeignPath(std::string path) {
     while (path.starts_with("///")) path.erase(0, 1);
     if (path.starts_with("\\\\")) std::replace(path.begin(), path.end(), '\\', '/');

@@ -22,7 +22,7 @@ std::string FitToColumns(std::string_view text, int columns);
 /// @return at least one line, without blanks at its ends
 std::vector<std::string> WrapToColumns(std::string_view text, int columns);
 
-/// The lines of WrapToColumns with blanks before them, each at most @p columns long with its blanks.
+/// The lines of WrapToColumns after blanks. A line with its blanks has at most @p columns.
 /// @param first  blanks before the first line
 /// @param next   blanks before the others, at least @p first and less than @p columns - 2
 std::string IndentedLines(std::string_view text, int first, int next, int columns);

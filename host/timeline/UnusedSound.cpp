@@ -20,8 +20,8 @@ using zrh::media::SoundChoice;
 /// For each audio stream, whether each of its channels is used.
 using Usage = std::vector<std::vector<bool>>;
 
-/// The channel, from 0, that a downmix leaves out as the low-frequency channel although the file does
-/// not declare it: any sound may be in it. -1 for other streams.
+/// The channel, from 0, that a downmix leaves out as the low-frequency channel although the file
+/// does not declare it: any sound may be in it. -1 for other streams.
 int AssumedLowFrequencyChannel(const zrh::media::MediaStreamInfo& stream) {
     if (!stream.layout.empty()) return -1;
     if (stream.channels == 3) return 2;
