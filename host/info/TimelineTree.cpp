@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "host/info/TimelineTree.h"
 
-#include <algorithm>
 #include <utility>
 #include <variant>
 
 #include "host/shell/SoundText.h"
-#include "host/shell/Terminal.h"
 #include "host/shell/Text.h"
-#include "host/shell/TextColumns.h"
 
 namespace orlo::host {
 
@@ -204,8 +201,8 @@ public:
 
 private:
     void Line(const std::string& line, int depth) {
-        const int indent = std::min(2 * depth, columns_ / 2);
-        text_ += IndentedLines(line, indent, indent + CONTINUED, columns_);
+        text_.append(2 * static_cast<std::size_t>(depth), ' ');
+        text_ += line + "\n";
     }
 
     /// A transition is listed between the clips that it joins.
@@ -249,11 +246,8 @@ private:
         for (const PlacedTrack& track : composition.tracks) AddTrack(track, ++number, {}, depth);
     }
 
-    static constexpr int CONTINUED = 4;  ///< further blanks before a continued line
-
     const FrameGrid grid_;
     const TakenSounds& taken_;
-    const int columns_ = ReportColumns();
     std::string text_;
 };
 

@@ -16,12 +16,10 @@ std::string SummaryOf(const std::string& text) {
     return at == std::string::npos ? std::string() : text.substr(at + 1);
 }
 
-/// The tracks and the parts that are not imported, of the text of info.
+/// The parts that are not imported, of the text of info.
 std::string ListOf(const std::string& text) {
-    const std::size_t tracks = text.find("\ntrack 1 ");
-    const std::size_t media = text.find("\nmedia\n");
     const std::size_t list = text.find("\nnot imported, or changed:\n");
-    return text.substr(tracks, media - tracks) + text.substr(list);
+    return text.substr(std::min(list, text.size()));
 }
 
 std::size_t LongestLine(const std::string& text) {

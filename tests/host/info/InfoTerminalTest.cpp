@@ -17,12 +17,13 @@ std::size_t LongestLineOfList(const std::string& shown) {
     std::istringstream lines(shown.substr(std::min(shown.find("not imported"), shown.size())));
     std::size_t longest = 0;
     for (std::string line; std::getline(lines, line);) {
-        longest = std::max(longest, line.size() - (line.ends_with('\r') ? 1 : 0));
+        if (line.ends_with('\r')) line.pop_back();
+        longest = std::max(longest, line.size());
     }
     return longest;
 }
 
-TEST(InfoTerminal, TheListFitsIntoTheColumnsOfTheTerminal) {
+TEST(InfoTerminal, TheListFitsIntoItsColumns) {
     const Workshop shop;
     WriteFile(shop.Work("n.wav"), NumberedWave());
     WriteFile(shop.Work("edit.otio"),
