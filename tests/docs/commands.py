@@ -92,7 +92,7 @@ def run_script(script, folder, program):
     environment |= {"HOME": str(folder), "PATH": f"{tools}:{os.environ['PATH']}", "TZ": "UTC",
                     "LC_ALL": "C.UTF-8", "TERM": "dumb", "SDL_AUDIODRIVER": "dummy"}
     done = subprocess.run(["bash", "-c", script], cwd=folder, env=environment, check=False,
-                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, timeout=300)
+                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, timeout=1500)
     text = done.stdout.decode(errors="replace")
     return text.replace(str(folder), "/home/me")
 
