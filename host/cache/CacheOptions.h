@@ -13,7 +13,8 @@ enum class CacheAction { List, DiskUse, Check, Clean };
 
 struct CacheOptions {
     CacheAction action = CacheAction::List;
-    std::optional<int> days;  ///< empty: the number of --keep-days
+    std::optional<int> days;           ///< empty: the number of --keep-days
+    std::optional<long long> maxSize;  ///< bytes; empty: that of --cache-size
     bool orphans = false;
     bool dryRun = false;
     bool deep = false;  ///< for a check: reads every file to its end

@@ -8,10 +8,12 @@
 #include <filesystem>
 #include <system_error>
 
+#include "host/media/CacheSizeLimit.h"
 #include "host/media/DatabaseErrorMessage.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
+#include "sonrel/cache/LogFile.h"
 
 namespace orlo::host {
 
@@ -90,6 +92,7 @@ std::string FolderErrorMessage(const std::string& folder, long long bytes) {
 
 EngineSession::EngineSession(const GlobalOptions& options) : paths_(CachePathsOf(options)) {
     if (!options.noCacheDb && options.spool.folder.empty()) {
+        cacheSize_ = options.cacheSize;
         if (options.cacheFolder.empty() || options.databaseFile.empty()) {
             MakeDefaultFolder(DefaultFolder());
         }
@@ -118,7 +121,25 @@ EngineSession::EngineSession(const GlobalOptions& options) : paths_(CachePathsOf
     engine_->SetDaysToKeepCacheFiles(options.keepDays);
 }
 
-EngineSession::~EngineSession() = default;
+// While the engine exists, the files that this command has used are marked.
+EngineSession::~EngineSession() {
+    try {
+        LimitCacheSize();
+    } catch (const std::exception&) {
+        // The next command tries again.
+    }
+}
+
+void EngineSession::LimitCacheSize() const {
+    if (!cacheSize_) return;
+    const CacheTrim trim = TrimCache(paths_, *cacheSize_);
+    const std::shared_ptr<project::LogFile>& log = engine_->MediaCacheErrorLog();
+    if (log == nullptr) return;
+    for (const CacheEntry& entry : trim.failed) {
+        log->Write(L"Could not remove cache file when limiting the size of the cache: " +
+                   entry.record->mediaPath + L" " + entry.record->cacheFilename);
+    }
+}
 
 std::shared_ptr<project::MediaDB> EngineSession::Connect() const {
     if (paths_.database.empty()) return nullptr;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "host/options/GlobalOptions.h"
@@ -20,7 +21,8 @@ struct CachePaths {
 /// @throws JobError when a default path is needed and no home folder is set
 CachePaths CachePathsOf(const GlobalOptions& options);
 
-/// An engine for one command. At its end it deletes cache files that are older than --keep-days.
+/// An engine for one command. At its end it removes cache files beyond --cache-size, and those that
+/// are older than --keep-days.
 class EngineSession {
 public:
     /// @throws JobError that names the cache folder or the database and the reason
@@ -36,7 +38,10 @@ public:
     std::shared_ptr<project::MediaDB> Connect() const;
 
 private:
+    void LimitCacheSize() const;
+
     CachePaths paths_;
+    std::optional<long long> cacheSize_;  // empty for a temporary cache
     std::shared_ptr<sonrel::Sonrel> engine_;
 };
 

@@ -47,16 +47,6 @@ std::vector<otio::MediaRoot> MediaRoots(const std::vector<std::string>& texts) {
     return roots;
 }
 
-/// Reads a number of bytes, with K, M or G for powers of 1024.
-long long Size(const std::string& text) {
-    constexpr long long MAX_NUMBER = 1LL << 32;
-    const std::size_t unit = text.empty() ? 0 : std::string("KMG").find(text.back()) + 1;
-    const std::optional<long long> number =
-        ParseInteger(unit == 0 ? text : text.substr(0, text.size() - 1));
-    if (number && *number >= 1 && *number <= MAX_NUMBER) return *number << (10 * unit);
-    throw CLI::ValidationError("--spool-limit", Quoted(text) + " is not a size such as 512M or 4G");
-}
-
 void DeclareCacheGroup(CLI::App& app, GlobalOptions& options) {
     app.add_option("--cache", options.cacheFolder, "Folder of the media cache")->type_name("DIR");
     app.add_option("--db", options.databaseFile, "Media database file")->type_name("FILE");
@@ -66,11 +56,14 @@ void DeclareCacheGroup(CLI::App& app, GlobalOptions& options) {
                    "Remove cache files that were not used for N days (default: 30)")
         ->type_name("N")
         ->transform(WholeNumber(0, std::numeric_limits<int>::max()));
-    app.add_option_function<std::string>(
-           "--spool-limit",
-           [&options](const std::string& text) { options.spoolLimit = Size(text); },
-           "Maximum size of INPUT - and of an unpacked .otioz (default: 4G)")
-        ->type_name("SIZE");
+    app.add_option("--cache-size", options.cacheSize,
+                   "Remove cache files beyond SIZE, the longest unused first")
+        ->type_name("SIZE")
+        ->transform(SizeFrom(0));
+    app.add_option("--spool-limit", options.spoolLimit,
+                   "Maximum size of INPUT - and of an unpacked .otioz (default: 4G)")
+        ->type_name("SIZE")
+        ->transform(SizeFrom(1));
 }
 
 void DeclareReportGroup(CLI::App& app, GlobalOptions& options) {

@@ -40,8 +40,9 @@ struct GlobalOptions {
     std::vector<otio::MediaRoot> mediaRoots;
     bool allowMissing = false;  ///< missing media of a timeline are silent
     int keepDays = 30;
-    long long spoolLimit = 4LL << 30;  ///< maximum size of an INPUT that is spooled, bytes
-    Spool spool;                       ///< set while a command runs
+    std::optional<long long> cacheSize;  ///< maximum size of the cache, bytes
+    long long spoolLimit = 4LL << 30;    ///< maximum size of an INPUT that is spooled, bytes
+    Spool spool;                         ///< set while a command runs
 };
 
 void DeclareGlobalOptions(CLI::App& app, GlobalOptions& options);

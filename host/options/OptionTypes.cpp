@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <optional>
 
+#include "host/shell/ByteSize.h"
 #include "host/shell/Text.h"
 
 namespace orlo::host {
@@ -50,6 +51,16 @@ CLI::Validator Number(int min, int max) {
         if (size && value >= min && value <= max) return {};
         return Quoted(text) + " is not a number from " + std::to_string(min) + " to " +
                std::to_string(max);
+    };
+    return {check, ""};
+}
+
+CLI::Validator SizeFrom(long long min) {
+    const auto check = [min](std::string& text) -> std::string {
+        const std::optional<long long> size = ParseSize(text);
+        if (!size || *size < min) return Quoted(text) + " is not a size such as 512M or 4G";
+        text = std::to_string(*size);
+        return {};
     };
     return {check, ""};
 }

@@ -17,6 +17,9 @@ CLI::Validator WholeNumber(long long min, long long max);
 /// Accepts a decimal number with an optional minus sign.
 CLI::Validator Number(int min, int max);
 
+/// Accepts a number of bytes, as ParseSize does, and replaces it by its decimal digits.
+CLI::Validator SizeFrom(long long min);
+
 /// The words of an option, each with the number of its value.
 using Words = std::vector<std::pair<std::string, long long>>;
 

@@ -3,7 +3,7 @@
 _sonrel() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
     local globals="--help --version --cache --db --no-cache-db --no-log --json --quiet --progress
-        --rate --fps --grid --media-root --allow-missing --keep-days --spool-limit"
+        --rate --fps --grid --media-root --allow-missing --keep-days --cache-size --spool-limit"
     local word command= action=
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         case $word in
@@ -29,7 +29,7 @@ _sonrel() {
         --cache | --stems) compopt -o filenames; COMPREPLY=($(compgen -d -- "$current")); return ;;
         --meters) [ "$command" = play ] || { compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return; } ;;
         --db | --export | --font | -o) compopt -o filenames; COMPREPLY=($(compgen -f -- "$current")); return ;;
-        --rate | --fps | --grid | --media-root | --keep-days | --spool-limit | --jobs | --from | --to | --seed | --days | --buffer | --composition | --min-correlation | --zoom | --stream | --normalize | --true-peak | --target | --tolerance | --gain | --part | --shards | --pass) return ;;
+        --rate | --fps | --grid | --media-root | --keep-days | --cache-size | --max-size | --spool-limit | --jobs | --from | --to | --seed | --days | --buffer | --composition | --min-correlation | --zoom | --stream | --normalize | --true-peak | --target | --tolerance | --gain | --part | --shards | --pass) return ;;
         --size | --color | --background | --range) return ;;
     esac
 
@@ -54,7 +54,7 @@ _sonrel() {
                 return
             fi
             [ "$action" = check ] && options+=" --deep"
-            [ "$action" = clean ] && options+=" --days --orphans --dry-run"
+            [ "$action" = clean ] && options+=" --days --max-size --orphans --dry-run"
             ;;
     esac
     if [[ $current == -* ]]; then

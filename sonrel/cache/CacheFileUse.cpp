@@ -82,6 +82,15 @@ void CacheFolderUse::Mark(const std::wstring& cacheFolder, const std::wstring& f
     while (!mark()) wait.emplace(LockFileIn(folder), byte);
 }
 
+bool CacheFolderUse::IsMarked(const std::wstring& cacheFolder, const std::wstring& fileName) {
+    Id id;
+    if (!FindId(zrtl::ToUtf8(cacheFolder), &id)) return false;
+    const long long byte = detail::FolderLocks::ByteOf(zrtl::ToUtf8(fileName));
+    const std::lock_guard guard(Folders().mutex);
+    const auto folder = Folders().folders.find(id);
+    return folder != Folders().folders.end() && folder->second.locks.IsMarked(byte);
+}
+
 bool CacheFolderUse::HasLocks(const std::wstring& cacheFolder) {
     return detail::FolderLocks::AreSupported(LockFileIn(zrtl::ToUtf8(cacheFolder)));
 }

@@ -41,6 +41,9 @@ public:
     /// @param fileName  a bare name
     static void Mark(const std::wstring& cacheFolder, const std::wstring& fileName);
 
+    /// Whether this process has marked a file, or a file with the same byte.
+    static bool IsMarked(const std::wstring& cacheFolder, const std::wstring& fileName);
+
     /// Whether marks work in a folder. Makes the lock file if it does not exist.
     static bool HasLocks(const std::wstring& cacheFolder);
 

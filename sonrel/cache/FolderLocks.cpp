@@ -77,12 +77,17 @@ long long FolderLocks::ByteOf(const std::string& fileName) {
 }
 
 bool FolderLocks::Mark(const std::string& lockFile, long long byte) {
-    if (!Open(lockFile)) return true;
+    const bool isOpen = Open(lockFile);
     Use& use = uses_[byte];
-    const bool isLocked = use.isMarked || use.removals > 0;
-    if (!isLocked && !Lock(F_OFD_SETLK, F_RDLCK, byte) && IsRefusal(errno)) return false;
+    const bool needsLock = isOpen && !use.isMarked && use.removals == 0;
+    if (needsLock && !Lock(F_OFD_SETLK, F_RDLCK, byte) && IsRefusal(errno)) return false;
     use.isMarked = true;
     return true;
+}
+
+bool FolderLocks::IsMarked(long long byte) const {
+    const auto use = uses_.find(byte);
+    return process_ == ::getpid() && use != uses_.end() && use->second.isMarked;
 }
 
 bool FolderLocks::BeginRemoval(const std::string& lockFile, long long byte) {

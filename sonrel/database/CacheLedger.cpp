@@ -51,6 +51,10 @@ CacheRecord RecordOf(CacheFileKind kind, const RecordTable& table, const SqliteR
             checksum};
 }
 
+RecordKey KeyOf(CacheRecord const& record) {
+    return {record.mediaPath, record.mediaFingerprint, record.streamIndex, record.sampleRate};
+}
+
 }  // namespace
 
 struct CacheLedgerImpl {
@@ -106,8 +110,12 @@ std::vector<CacheRecord> CacheLedger::RecordsOf(CacheFileKind kind,
 }
 
 bool CacheLedger::Remove(CacheRecord const& record) {
+    return impl_->Table(record.kind).Remove(KeyOf(record));
+}
+
+bool CacheLedger::IfUnchanged(CacheRecord const& record, std::function<void()> const& work) {
     return impl_->Table(record.kind)
-        .Remove({record.mediaPath, record.mediaFingerprint, record.streamIndex, record.sampleRate});
+        .IfNotUsedSince(KeyOf(record), record.cacheFilename, record.lastUseMs, work);
 }
 
 }  // namespace orlo::project

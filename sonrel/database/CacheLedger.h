@@ -60,6 +60,14 @@ public:
     /// @return whether the record existed
     bool Remove(CacheRecord const& record);
 
+    /// Runs @p work if a record still has its cache file name and was not used since it was listed,
+    /// in one write transaction: no other connection of any process stamps, adds or removes a
+    /// record during the work. A stamp comes either before, and the work does not run, or after it.
+    /// @param work  may remove the record through this object
+    /// @return whether the work ran
+    /// @throws std::runtime_error, and the exceptions of the work: the database is then unchanged
+    bool IfUnchanged(CacheRecord const& record, std::function<void()> const& work);
+
 private:
     std::unique_ptr<CacheLedgerImpl> impl_;
 };

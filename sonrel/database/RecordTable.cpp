@@ -177,11 +177,11 @@ std::wstring RecordTable::NameOf(const SqliteRun& row, int column) const {
     return row.Bytes(column).ends_with(ending_) ? row.BareName(column) : std::wstring();
 }
 
-bool RecordTable::IsUnused(const RecordKey& key, std::wstring const& name, int days,
-                           long long nowMs) {
+bool RecordTable::IsNotUsedSince(const RecordKey& key, std::wstring const& name,
+                                 long long lastUseMs) {
     SqliteRun run(isUnused_);
     Bind(&run, key);
-    run.Bind(Cutoff(days, nowMs));
+    run.Bind(lastUseMs);
     if (!run.Step() || NameOf(run, 0) != name) return false;
     lastNames_[Owned(key)] = run.Bytes(0);
     return true;

@@ -66,6 +66,29 @@ TEST_F(CacheFileUse, AMarkOfTheOwnProcessAllowsARemovalAndRemains) {
     EXPECT_TRUE(IsUsedElsewhere(L"a.xwmc"));
 }
 
+TEST_F(CacheFileUse, AProcessKnowsItsOwnMarksAndNoOthers) {
+    const WaitingProcess other([&] { Mark(L"b.xwmc"); });
+    ASSERT_TRUE(other.IsReady());
+    const CacheFolderUse use(folder_.Wide(""));
+    Mark(L"a.xwmc");
+
+    EXPECT_TRUE(CacheFolderUse::IsMarked(folder_.Wide(""), L"a.xwmc"));
+    EXPECT_FALSE(CacheFolderUse::IsMarked(folder_.Wide(""), L"b.xwmc"));
+    EXPECT_FALSE(CacheFolderUse::IsMarked(folder_.Wide("missing"), L"a.xwmc"));
+    EXPECT_EQ(InAnotherProcess(
+                  [&] { return CacheFolderUse::IsMarked(folder_.Wide(""), L"a.xwmc") ? 1 : 0; }),
+              0);
+}
+
+TEST_F(CacheFileUse, AProcessKnowsItsOwnMarksWithoutALockFile) {
+    std::filesystem::create_directory(folder_ / CacheFolderUse::LOCK_FILE);
+    const CacheFolderUse use(folder_.Wide(""));
+
+    Mark(L"a.xwmc");
+
+    EXPECT_TRUE(CacheFolderUse::IsMarked(folder_.Wide(""), L"a.xwmc"));
+}
+
 TEST_F(CacheFileUse, SeveralProcessesMarkOneFile) {
     const WaitingProcess first([&] { Mark(L"a.xwmc"); });
     WaitingProcess second([&] { Mark(L"a.xwmc"); });

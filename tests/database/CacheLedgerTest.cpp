@@ -187,6 +187,50 @@ TEST_F(CacheLedgerTest, RemovingDoesNotChangeOtherKeys) {
     EXPECT_EQ(ledger.Records().size(), 4u);
 }
 
+TEST_F(CacheLedgerTest, AnUnchangedRecordOfAnyKindIsRemovedInTheWork) {
+    Fill();
+    CacheLedger ledger(path_);
+    int removed = 0;
+
+    for (const CacheRecord& record : ledger.Records()) {
+        EXPECT_TRUE(ledger.IfUnchanged(record, [&] { removed += ledger.Remove(record); }));
+    }
+
+    EXPECT_EQ(removed, 4);
+    EXPECT_TRUE(ledger.Records().empty());
+}
+
+TEST_F(CacheLedgerTest, TheWorkOnARecordThatWasUsedReplacedOrRemovedDoesNotRun) {
+    Fill();
+    CacheLedger ledger(path_);
+    const std::vector<CacheRecord> records = ledger.Records();
+    MediaDB other(path_, L"", false);
+    now_ = 2001;
+    other.TouchConformedFile(L"/m/a.wav", L"aa", 0, 44100);
+    now_ = 2000;
+    other.ReplaceConformedFile(L"/m/b.wav", L"aa", 1, 48000, L"new.xwmc");
+    other.RemovePeakFile(L"/m/p.wav", L"bb", 2);
+
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_FALSE(ledger.IfUnchanged(records.at(i), [] { FAIL(); })) << i;
+    }
+}
+
+TEST_F(CacheLedgerTest, AFailureOfTheWorkLeavesTheRecord) {
+    Fill();
+    CacheLedger ledger(path_);
+    const CacheRecord record = ledger.Records().front();
+
+    EXPECT_THROW(ledger.IfUnchanged(record,
+                                    [&] {
+                                        ledger.Remove(record);
+                                        throw std::runtime_error("disk");
+                                    }),
+                 std::runtime_error);
+
+    EXPECT_EQ(ledger.Records().size(), 4u);
+}
+
 TEST_F(CacheLedgerTest, ANameThatLeadsOutOfTheFolderIsListedAsEmpty) {
     MediaDB(path_, L"", true).AddPeakFile(L"/m/p.wav", L"bb", 0, L"../victim");
 

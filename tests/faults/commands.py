@@ -62,6 +62,8 @@ COMMANDS = {command.name: command for command in (
     Command("loudness, found", ("loudness", EDIT, SHORT[1]), prints_results=True,
             starts_filled=True, records=3),
     Command("cache clean", ("cache", "clean", "--days", "0"), starts_filled=True, empties=True),
+    Command("cache clean, to a size", ("cache", "clean", "--max-size", "0"), starts_filled=True,
+            empties=True),
 )}
 OLD = b"an older file"
 

@@ -43,7 +43,8 @@ DEPTHS = {
     "full": {"seconds": 600, "kills": 1000, "limit": 5, "rounds": 0, "step": 1, "variants": 20,
              "check_every": 40, "crowds": 200},
 }
-CUT_SHORT = ("conform, made", "conform, forced", "peaks, made", "mix, found", "cache clean")
+CUT_SHORT = ("conform, made", "conform, forced", "peaks, made", "mix, found", "cache clean",
+             "cache clean, to a size")
 
 
 class Driver:

@@ -16,7 +16,7 @@ from judge import judge, judge_next
 
 NAME = "kills at random moments"
 TURNS = ("conform, made", "conform, forced", "peaks, made", "peaks, forced", "mix, found",
-         "cache clean")
+         "cache clean", "cache clean, to a size")
 COMPLETE = ("conform, made", "peaks, made", "mix, found")  # from any state of the cache
 ROUNDS_OF_A_KILL = 4  # at most, on average
 CHECK_EVERY = 10  # kills, with an undisturbed run

@@ -35,6 +35,9 @@ REACHED = {
     "loudness, found": {**_OLD, "conformed files": _FOUND, "timeline": _MEDIA},
     "cache clean": {"lock file": "open close", "cache folder": "open stat", "database": _DATABASE,
                     "conformed files": "unlink", "peak files": "unlink"},
+    "cache clean, to a size": {"lock file": "open close", "cache folder": "open stat",
+                               "database": _DATABASE, "conformed files": "unlink",
+                               "peak files": "unlink"},
 }
 
 ERRORS = {

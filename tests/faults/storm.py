@@ -97,7 +97,8 @@ class Storm:
 
     def cleaning(self):
         with self.lock:
-            return self.random.choice([["--days", "0"], ["--orphans"], ["--days", "0", "--orphans"]])
+            return self.random.choice([["--days", "0"], ["--orphans"], ["--days", "0", "--orphans"],
+                                       ["--max-size", "0"]])
 
     def judge(self, kind, result, is_right):
         text = result.stdout + result.stderr

@@ -23,10 +23,13 @@ public:
     /// 20,000 locks take it 9 seconds.
     static long long ByteOf(const std::string& fileName);
 
-    /// Marks a byte. Does not wait. Does nothing if the file cannot be opened or locked.
+    /// Marks a byte. Does not wait. Other processes do not see the mark if the file cannot be
+    /// opened or locked.
     /// @param lockFile  made if it does not exist
     /// @return false when another process removes a file with that byte
     bool Mark(const std::string& lockFile, long long byte);
+    /// Whether this process has marked a byte.
+    bool IsMarked(long long byte) const;
     /// @return false when another process has marked the byte or the lock file cannot be opened
     bool BeginRemoval(const std::string& lockFile, long long byte);
     void EndRemoval(long long byte);

@@ -57,9 +57,16 @@ public:
     template <class Work>
     bool IfUnused(const RecordKey& key, std::wstring const& name, int days, long long nowMs,
                   Work work) {
+        return IfNotUsedSince(key, name, Cutoff(days, nowMs), work);
+    }
+
+    /// As IfUnused, if the record was not used after a time, in milliseconds since 1970.
+    template <class Work>
+    bool IfNotUsedSince(const RecordKey& key, std::wstring const& name, long long lastUseMs,
+                        Work work) {
         connection_.SetDurable(false);  // not possible inside a transaction
         SqliteTransaction transaction(connection_);
-        if (!IsUnused(key, name, days, nowMs)) return false;
+        if (!IsNotUsedSince(key, name, lastUseMs)) return false;
         work();
         transaction.Commit();
         return true;
@@ -108,7 +115,7 @@ private:
 
     static long long Cutoff(int days, long long nowMs);
     static OwnedKey Owned(const RecordKey& key);
-    bool IsUnused(const RecordKey& key, std::wstring const& name, int days, long long nowMs);
+    bool IsNotUsedSince(const RecordKey& key, std::wstring const& name, long long lastUseMs);
     void Bind(SqliteRun* run, const RecordKey& key) const;
     /// Moves a record to another fingerprint, with the last use in 1970.
     void Retire(const RecordKey& key, std::wstring const& fingerprint);

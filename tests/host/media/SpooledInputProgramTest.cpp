@@ -63,7 +63,7 @@ TEST_F(SpooledInputProgram, WrongUsageIsRefused) {
     EXPECT_EQ(Bash("\\$sonrel peaks - <a.wav 2>report"), 2);
     EXPECT_EQ(Bash("\\$sonrel align - - <a.wav 2>report"), 2);
     EXPECT_EQ(Bash("\\$sonrel --spool-limit 0 mix - -o out.wav <a.wav 2>report"), 2);
-    EXPECT_EQ(Bash("\\$sonrel --spool-limit 4T mix - -o out.wav <a.wav 2>report"), 2);
+    EXPECT_EQ(Bash("\\$sonrel --spool-limit 4X mix - -o out.wav <a.wav 2>report"), 2);
     EXPECT_EQ(Bash("\\$sonrel mix - -o a.wav --overwrite <a.wav 2>report"), 2);
     EXPECT_TRUE(ReadFile(shop_.Work("a.wav")) == ConformedFileBytes(96000));
 }
