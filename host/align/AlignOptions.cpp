@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/align/AlignOptions.h"
 
+#include "host/align/SyncOptions.h"
 #include "host/options/OptionTypes.h"
 #include "host/shell/Text.h"
 
@@ -14,12 +15,8 @@ double Correlation(const std::string& text) {
     throw CLI::ValidationError("--min-correlation", Quoted(text) + " is not a number from 0 to 1");
 }
 
-}  // namespace
-
-void DeclareAlignOptions(CLI::App& command, AlignOptions& options) {
-    command.add_option("A B", options.inputs, "Recordings; all are aligned with the first")
-        ->required()
-        ->check(Name());
+/// Declares the options that align and sync share.
+void DeclareShared(CLI::App& command, AlignOptions& options, bool needsTimeline) {
     command
         .add_option_function<std::string>(
             "--min-correlation",
@@ -30,8 +27,31 @@ void DeclareAlignOptions(CLI::App& command, AlignOptions& options) {
     command.add_option("--plot", options.plot, "Draw both waveforms at the offset")
         ->type_name("FILE.svg");
     command.add_option("--otio", options.otio, "Write a timeline with the recordings in sync")
-        ->type_name("FILE.otio");
+        ->type_name("FILE.otio")
+        ->required(needsTimeline);
     DeclareOverwrite(command, options.overwrite);
+}
+
+}  // namespace
+
+void DeclareAlignOptions(CLI::App& command, AlignOptions& options) {
+    command.add_option("A B", options.inputs, "Recordings; all are aligned with the first")
+        ->required()
+        ->check(Name());
+    DeclareShared(command, options, false);
+}
+
+void DeclareSyncOptions(CLI::App& command, SyncOptions& options) {
+    command.add_option("INPUT", options.inputs, "Folders of recordings, and recordings")
+        ->required()
+        ->check(Name());
+    command
+        .add_option("--reference", options.reference,
+                    "Recording that the others are aligned with (default: the longest without "
+                    "picture)")
+        ->type_name("FILE")
+        ->check(Name());
+    DeclareShared(command, options, true);
 }
 
 }  // namespace orlo::host

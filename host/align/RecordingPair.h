@@ -27,6 +27,7 @@ struct Recording {
     std::string error;  ///< why it cannot be compared; empty when it can
 
     long long Frames() const { return asset->AudioStream()->ConformedSampleCount(); }
+    bool HasPicture() const { return asset->HasVideo(); }
 };
 
 /// The result of a comparison at one place.

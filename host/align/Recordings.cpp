@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/align/Recordings.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "host/media/Conforming.h"
@@ -20,10 +21,19 @@ Recordings::Recordings(const GlobalOptions& global, const std::vector<std::strin
     : rate_(RateFor(global)), sound_(sound) {
     for (const std::string& input : inputs) {
         if (otio::IsTimelinePath(input)) {
-            throw UsageError("align accepts media files, and " + Quoted(input) + " is a timeline");
+            throw UsageError(Quoted(input) + " is a timeline; only recordings are aligned");
         }
         list_.push_back({input, AbsolutePath(input), nullptr, {}, {}});
     }
+}
+
+void Recordings::SetError(const std::string& input, const std::string& error) {
+    sources_[AbsolutePath(input)].error = error;
+}
+
+void Recordings::MoveToFront(std::size_t index) {
+    const auto at = list_.begin() + static_cast<std::ptrdiff_t>(index);
+    std::rotate(list_.begin(), at, at + 1);
 }
 
 void Recordings::Prepare(const EngineSession& session, Progress& progress) {

@@ -27,9 +27,17 @@ public:
     const std::vector<Recording>& List() const { return list_; }
     int Rate() const { return rate_; }
 
+    /// Excludes a file that cannot be read. Before Prepare.
+    /// @param input  as in the constructor
+    /// @param error  a clause
+    void SetError(const std::string& input, const std::string& error);
+
     /// Conforms the recordings and finds or makes their peak files.
     /// @throws JobError when the database fails; CommandError when the program is asked to stop
     void Prepare(const EngineSession& session, Progress& progress);
+
+    /// Moves a recording before all others, which keep their order.
+    void MoveToFront(std::size_t index);
 
 private:
     struct Source {

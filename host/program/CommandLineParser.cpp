@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "host/align/AlignCommand.h"
+#include "host/align/SyncCommand.h"
 #include "host/cache/CacheCommand.h"
 #include "host/conform/ConformCommand.h"
 #include "host/info/InfoCommand.h"
@@ -61,6 +62,8 @@ void Add(CLI::App& app, CommandLine& line, const char* name, const char* descrip
 void AddCommands(CLI::App& app, CommandLine& line) {
     Add(app, line, "align", "Find how far apart recordings of one event are", DeclareAlignOptions,
         RunAlign);
+    Add(app, line, "sync", "Sync the cameras of a shooting day to the recorder by sound",
+        DeclareSyncOptions, RunSync);
     Add(app, line, "info", "Describe a timeline or media file", DeclareInfoOptions, RunInfo);
     Add(app, line, "conform", "Find or make the conformed files of all media files",
         DeclareConformOptions, RunConform);

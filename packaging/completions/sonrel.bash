@@ -7,7 +7,7 @@ _sonrel() {
     local word command= action=
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         case $word in
-            align | info | conform | loudness | mix | join | peaks | plan | play | waveform | cache) [ -n "$command" ] || command=$word ;;
+            align | sync | info | conform | loudness | mix | join | peaks | plan | play | waveform | cache) [ -n "$command" ] || command=$word ;;
             ls | du | check | clean) [ "$command" = cache ] && action=$word ;;
         esac
     done
@@ -35,8 +35,9 @@ _sonrel() {
 
     local options=$globals
     case $command in
-        "") [[ $current == -* ]] || { COMPREPLY=($(compgen -W "align info conform loudness mix join peaks plan play waveform cache" -- "$current")); return; } ;;
+        "") [[ $current == -* ]] || { COMPREPLY=($(compgen -W "align sync info conform loudness mix join peaks plan play waveform cache" -- "$current")); return; } ;;
         align) options+=" --stream --channels --min-correlation --plot --otio --overwrite" ;;
+        sync) options+=" --stream --channels --reference --min-correlation --plot --otio --overwrite" ;;
         conform) options+=" --stream --channels --jobs --all-codecs --force --strict --audio-from" ;;
         info) options+=" --strict --audio-from" ;;
         loudness) options+=" --stream --channels --target --tolerance" ;;
