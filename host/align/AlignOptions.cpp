@@ -2,6 +2,7 @@
 #include "host/align/AlignOptions.h"
 
 #include "host/align/SyncOptions.h"
+#include "host/options/CommandNotes.h"
 #include "host/options/OptionTypes.h"
 #include "host/shell/Text.h"
 
@@ -32,6 +33,12 @@ void DeclareShared(CLI::App& command, AlignOptions& options, bool needsTimeline)
     DeclareOverwrite(command, options.overwrite);
 }
 
+void AddAlignExitCodes(CLI::App& command) {
+    AddNotes(command, EXIT_CODES,
+             {{"1", "The job failed, or a recording cannot be read; the others are aligned"},
+              {"3", "A recording is not aligned with the first"}});
+}
+
 }  // namespace
 
 void DeclareAlignOptions(CLI::App& command, AlignOptions& options) {
@@ -39,6 +46,11 @@ void DeclareAlignOptions(CLI::App& command, AlignOptions& options) {
         ->required()
         ->check(Name());
     DeclareShared(command, options, false);
+    AddNotes(command, EXAMPLES,
+             {{"sonrel align camera.mp4 recorder.wav", "Print the offset between two recordings"},
+              {"sonrel align a.wav b.wav c.wav --otio sync.otio --json",
+               "Align two recordings with a.wav, and write a timeline"}});
+    AddAlignExitCodes(command);
 }
 
 void DeclareSyncOptions(CLI::App& command, SyncOptions& options) {
@@ -52,6 +64,11 @@ void DeclareSyncOptions(CLI::App& command, SyncOptions& options) {
         ->type_name("FILE")
         ->check(Name());
     DeclareShared(command, options, true);
+    AddNotes(command, EXAMPLES,
+             {{"sonrel sync day-1/ --otio day-1.otio", "Sync the recordings of a folder"},
+              {"sonrel sync a/ b/ --reference rec.wav --otio day.otio",
+               "Sync two folders to a recording"}});
+    AddAlignExitCodes(command);
 }
 
 }  // namespace orlo::host

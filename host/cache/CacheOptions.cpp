@@ -3,6 +3,7 @@
 
 #include <limits>
 
+#include "host/options/CommandNotes.h"
 #include "host/options/OptionTypes.h"
 
 namespace orlo::host {

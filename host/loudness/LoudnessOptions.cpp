@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/loudness/LoudnessOptions.h"
 
+#include "host/options/CommandNotes.h"
 #include "host/options/OptionTypes.h"
 
 namespace orlo::host {
@@ -18,6 +19,12 @@ void DeclareLoudnessOptions(CLI::App& command, LoudnessOptions& options) {
                     "Distance that --target allows, 0 to 70 LU (default: 1)")
         ->type_name("LU")
         ->transform(Number(0, 70));
+    AddNotes(command, EXAMPLES,
+             {{"sonrel loudness *.wav", "Measure files"},
+              {"sonrel loudness mix.wav --target -23", "Check a mix against -23 LUFS"}});
+    AddNotes(
+        command, EXIT_CODES,
+        {{"3", "A media file is missing, or an INPUT is further from --target than --tolerance"}});
 }
 
 }  // namespace orlo::host

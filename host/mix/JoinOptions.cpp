@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/mix/JoinOptions.h"
 
+#include "host/options/CommandNotes.h"
 #include "host/options/OptionTypes.h"
 
 namespace orlo::host {
@@ -19,6 +20,9 @@ void DeclareJoinOptions(CLI::App& command, JoinOptions& options) {
         ->type_name("FILE.json");
     command.add_flag("--fail-on-clip", options.failOnClip, "Exit 3 when the mix clips");
     DeclareOverwrite(command, options.overwrite);
+    AddNotes(command, EXAMPLES,
+             {{"sonrel join part-*.wav -o mix.wav", "Join the parts that mix --part wrote"}});
+    AddNotes(command, EXIT_CODES, {{"3", "The mix clips with --fail-on-clip"}});
 }
 
 }  // namespace orlo::host

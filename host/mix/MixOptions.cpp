@@ -6,6 +6,7 @@
 #include <string>
 #include <system_error>
 
+#include "host/options/CommandNotes.h"
 #include "host/options/OptionTypes.h"
 #include "host/shell/Text.h"
 
@@ -106,6 +107,16 @@ void DeclareMixOptions(CLI::App& command, MixOptions& options) {
     DeclarePart(command, options.part);
     command.add_flag("--fail-on-clip", options.failOnClip, "Exit 3 when the mix clips");
     DeclareStrict(command, options.strict);
+    AddNotes(
+        command, EXAMPLES,
+        {{"sonrel mix edit.otio -o mix.wav", "Mix a timeline"},
+         {"sonrel mix edit.otio -o mix.flac --normalize -23", "Mix to a loudness of -23 LUFS"},
+         {"sonrel mix edit.otio -o mix.wav --stems stems", "Also write a file for each track"},
+         {"sonrel mix edit.otio -o - | ffmpeg -i - mix.mp3", "Pass the mix to another program"}});
+    AddNotes(command, EXIT_CODES,
+             {{"3",
+               "A media file is missing, the mix clips with --fail-on-clip, or --strict finds a "
+               "part that is left out"}});
 }
 
 }  // namespace orlo::host

@@ -77,7 +77,9 @@ CLI::Validator OneOfWords(const Words& words) {
         }
         return Quoted(text) + " is not one of " + names;
     };
-    return {check, ""};
+    std::string name;
+    for (const auto& [word, number] : words) name += (name.empty() ? "" : "|") + word;
+    return {check, "", name};
 }
 
 CLI::Validator Name() {

@@ -23,7 +23,8 @@ CLI::Validator SizeFrom(long long min);
 /// The words of an option, each with the number of its value.
 using Words = std::vector<std::pair<std::string, long long>>;
 
-/// Accepts one of @p words and replaces it by its number, which the argument library converts.
+/// Accepts one of @p words and replaces it by its number, which the argument library converts. The
+/// name of the validator is the words with bars between them: "auto|json".
 CLI::Validator OneOfWords(const Words& words);
 
 template <class Value>

@@ -3,6 +3,7 @@
 
 #include <limits>
 
+#include "host/options/CommandNotes.h"
 #include "host/options/OptionTypes.h"
 #include "host/shell/Text.h"
 #include "sonrel/cache/PeakFile.h"
@@ -45,6 +46,10 @@ void DeclarePeaksOptions(CLI::App& command, PeaksOptions& options) {
         ->transform(Zoom());
     command.add_flag("--force", options.force, "Make existing files again");
     DeclareOverwrite(command, options.overwrite);
+    AddNotes(command, EXAMPLES,
+             {{"sonrel peaks edit.otio", "Make the peak files of a timeline"},
+              {"sonrel peaks take.wav --export take.json", "Export peaks for a web page"}});
+    AddNotes(command, EXIT_CODES, {{"3", "A media file is missing"}});
 }
 
 }  // namespace orlo::host

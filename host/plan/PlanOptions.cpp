@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/plan/PlanOptions.h"
 
+#include "host/options/CommandNotes.h"
 #include "host/options/OptionTypes.h"
 
 namespace orlo::host {
@@ -40,6 +41,9 @@ void DeclarePlanOptions(CLI::App& command, PlanOptions& options) {
         ->type_name("WORD")
         ->take_all()
         ->allow_extra_args(false);
+    AddNotes(command, EXAMPLES,
+             {{"sonrel plan mix edit.otio --shards 8 | parallel", "Mix in eight parts"},
+              {"sonrel plan conform *.otio --shards 4 --for slurm", "Convert on four machines"}});
 }
 
 }  // namespace orlo::host

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/play/PlayOptions.h"
 
+#include "host/options/CommandNotes.h"
 #include "host/options/OptionTypes.h"
 
 namespace orlo::host {
@@ -16,8 +17,9 @@ void DeclarePlayOptions(CLI::App& command, PlayOptions& options) {
         ->transform(WholeNumber(1, 4));
     command.add_flag("--meters", options.meters, "Show levels");
     command.add_flag("--events", options.events, "Print events as JSON lines");
-    command.add_option("--output", options.output, "sdl, null or a file (default: sdl)")
-        ->type_name("OUT")
+    command
+        .add_option("--output", options.output, "Sound device, null output or file (default: sdl)")
+        ->type_name("sdl|null|FILE")
         ->check(Name());
     command
         .add_option("--buffer", options.bufferMs,
@@ -29,6 +31,20 @@ void DeclarePlayOptions(CLI::App& command, PlayOptions& options) {
     DeclareDither(command, options.dither, options.seed);
     DeclareStrict(command, options.strict);
     DeclareOverwrite(command, options.overwrite);
+    AddNotes(command, "Keys",
+             {{"l, j", "Play forward, or backward; pressed again: faster"},
+              {"k", "Pause"},
+              {"space", "Pause or continue"},
+              {"left, right", "Move by a second; in a pause by a frame"},
+              {"up, down", "Move by ten seconds"},
+              {"q", "Quit"}});
+    AddNotes(command, EXAMPLES,
+             {{"sonrel play edit.otio --from 00:00:10:00 --meters", "Play, and show the levels"},
+              {"sonrel play edit.otio --output play.wav", "Write the samples to a file"}});
+    AddNotes(
+        command, EXIT_CODES,
+        {{"1", "The job failed, or the sound device is lost or takes no samples for 5 seconds"},
+         {"3", "A media file is missing, or --strict finds a part that is left out"}});
 }
 
 }  // namespace orlo::host

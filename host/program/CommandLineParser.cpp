@@ -20,6 +20,7 @@
 #include "host/plan/PlanCommand.h"
 #include "host/play/PlayCommand.h"
 #include "host/program/ParseErrorMessage.h"
+#include "host/program/ProgramNotes.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Version.h"
 #include "host/waveform/WaveformCommand.h"
@@ -92,15 +93,22 @@ bool WantsHelp(const CLI::App& app) {
 
 }  // namespace
 
-std::variant<CommandLine, HelpText> ParseCommandLine(int argumentCount,
-                                                     const char* const* arguments) {
-    CommandLine line;
-    CLI::App app("Mixes timelines and manages the cache files that mixing needs.", "sonrel");
+void DeclareCommandLine(CLI::App& app, CommandLine& line) {
+    app.name("sonrel");
+    app.description("Mix timelines and manage the cache files that mixing needs");
     app.set_version_flag("--version", std::string("sonrel ") + VERSION, "Print the version");
     app.set_help_flag("-h,--help", "Print this help");
     app.require_subcommand(1);
     DeclareGlobalOptions(app, line.global);
     AddCommands(app, line);
+    AddProgramNotes(app);
+}
+
+std::variant<CommandLine, HelpText> ParseCommandLine(int argumentCount,
+                                                     const char* const* arguments) {
+    CommandLine line;
+    CLI::App app;
+    DeclareCommandLine(app, line);
     try {
         app.parse(argumentCount, arguments);
     } catch (const CLI::CallForHelp&) {

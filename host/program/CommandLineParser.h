@@ -8,6 +8,10 @@
 #include "host/options/GlobalOptions.h"
 #include "host/shell/Outcome.h"
 
+namespace CLI {
+class App;
+}  // namespace CLI
+
 namespace orlo::host {
 
 /// A parsed command line. Positions are still text, since they need the rates of the timeline.
@@ -21,6 +25,11 @@ struct CommandLine {
 struct HelpText {
     std::string text;
 };
+
+/// Declares the options and commands of the program.
+/// @param app   an empty parser
+/// @param line  receives the result of a parse
+void DeclareCommandLine(CLI::App& app, CommandLine& line);
 
 /// Parses the command line.
 /// @throws UsageError with a clause that names the fault

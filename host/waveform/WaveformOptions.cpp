@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/waveform/WaveformOptions.h"
 
+#include "host/options/CommandNotes.h"
 #include "host/options/OptionTypes.h"
 
 namespace orlo::host {
@@ -89,6 +90,10 @@ void DeclareWaveformOptions(CLI::App& command, WaveformOptions& options) {
         ->type_name("A:B");
     DeclareFrame(command, options);
     DeclareOverwrite(command, options.overwrite);
+    AddNotes(
+        command, EXAMPLES,
+        {{"sonrel waveform take.wav -o take.png --ruler", "Draw a picture with a time ruler"},
+         {"sonrel waveform take.wav -o take.svg --range 10:20", "Draw ten seconds for a report"}});
 }
 
 }  // namespace orlo::host

@@ -106,6 +106,8 @@ OUTPUTS = (
            "a-2.svg", takes_any_name=False),
     Output("align --otio", ("align", "{media}", "b.wav", "--otio", "{name}"), "recordings",
            "a.otio"),
+    Output("sync --otio", ("sync", "{media}", "b.wav", "--otio", "{name}"), "recordings",
+           "a.otio"),
 )
 
 # Outputs of one command: the arguments, and the files of the two outputs. {name} is the second.

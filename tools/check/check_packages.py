@@ -20,7 +20,11 @@ CONTENTS = {
                       r"usr/lib/[^/]+-linux-gnu[^/]*/pkgconfig/sonrel\.pc"],
     "libsonrel-doc": [r"usr/share/doc/libsonrel-dev/html/(index\.html|search/search\.js)"],
     "python3-sonrel": [r"usr/lib/python3/dist-packages/sonrel/_sonrel\..*\.so"],
-    "sonrel": [r"usr/bin/sonrel", r"usr/share/man/man1/sonrel\.1(\.gz)?"],
+    "sonrel": [r"usr/bin/sonrel", r"usr/share/man/man1/sonrel\.1(\.gz)?",
+               r"usr/share/man/man1/sonrel-mix\.1(\.gz)?",
+               r"usr/share/bash-completion/completions/sonrel",
+               r"usr/share/fish/vendor_completions\.d/sonrel\.fish",
+               r"usr/share/zsh/vendor-completions/_sonrel"],
 }
 # The packages that may depend on libraries of a desktop.
 DRAWING = r"libsonrel\d+-painter"

@@ -59,7 +59,14 @@ installed_view() {
     check "The installed Python module" installed_python_module "$stage"
     check "The installed program starts" "$stage/bin/sonrel" --version
     check "Loaded libraries" tools/check/check_loads.py "$stage" build/loads
-    check "Completion of the command line" tools/check/check_completion.py "$stage/bin/sonrel"
+    check "Completions and manual pages have every option" tools/check/check_completion.py "$stage"
+    check "Command lines typed into bash" tools/check/check_shells.py "$stage" bash
+}
+
+# The other shells, and the manual pages. After installed_view, which installed them.
+shells_and_manuals() {
+    check "Command lines typed into zsh and fish" tools/check/check_shells.py build/stage zsh fish
+    check "Manual pages" tools/check/check_manuals.py build/stage
 }
 
 consumer_by_cmake() {

@@ -74,8 +74,8 @@ std::string ItemsOf(const nlohmann::json& track) {
 
 // ---- a whole day
 
-/// The recorder runs from 0 s to 34 s. Camera A has two takes, from 5.01 s and from 16 s on. Camera B
-/// starts 3 s before the recorder. Times of the recorder are negative before its start.
+/// The recorder runs from 0 s to 34 s. Camera A has two takes, from 5.01 s and from 16 s on. Camera
+/// B starts 3 s before the recorder. Times before the start of the recorder are negative.
 class SyncedDay : public SyncProgram {
 protected:
     void SetUp() override {

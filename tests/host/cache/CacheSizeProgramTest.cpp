@@ -247,7 +247,7 @@ TEST_F(CacheSizeProgram, AFileThatAnotherProgramUsesMeanwhileStays) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "a sanitizer has to be the first library";
 #endif
-    // The program lists the files twice: for the days, and for the size. It reads the records first.
+    // The program lists the files for the days and for the size, each time after the records.
     constexpr int FIRST_OF_SECOND_LIST = 4;
     const Fault stop{shop_.Path("cache"), "stat", "*.xwmc", "0", "all", "stop"};
     RunningProgram clean =
