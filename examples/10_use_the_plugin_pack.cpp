@@ -27,7 +27,7 @@ constexpr int RATE = 48000;
 std::shared_ptr<project::AssetAudioObject> Add(project::AudioTrack& track,
                                                const project::MediaAsset& asset, int start,
                                                int end) {
-    const auto clip = std::make_shared<project::AssetAudioObject>(asset.ID());
+    auto clip = std::make_shared<project::AssetAudioObject>(asset.ID());
     clip->SetRange(start, end);
     clip->SetSourceStartFrame(start);
     track.Objects().Add(clip);
