@@ -20,8 +20,9 @@ Json AlignmentJson(const RecordingPair& pair, const AlignmentResult& result);
 std::string AlignmentText(const RecordingPair& pair, const AlignmentResult& result,
                           const FrameGrid& grid);
 
-/// An SVG document with both waveforms at the measured offset, the seconds that were searched for
-/// and the measured places.
+/// An SVG document with both waveforms at the measured offset, the seconds that were searched for,
+/// the measured places with their offsets, and the difference. Reads both recordings.
+/// @throws CommandError when the program is asked to stop
 std::string AlignmentPlot(const RecordingPair& pair, const AlignmentResult& result);
 
 /// A recording of a timeline and its start, in sample frames on the clock of the first recording.

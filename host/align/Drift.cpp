@@ -62,7 +62,7 @@ std::optional<Drift> FitDrift(const std::vector<Measure>& places, const Measure&
         squares += distance * distance;
     }
     return Drift{slope * 1e6, std::sqrt(squares / count),
-                 slope * static_cast<double>(overlap.Count())};
+                 slope * static_cast<double>(overlap.Count()), meanX, meanY};
 }
 
 }  // namespace orlo::host

@@ -13,6 +13,13 @@ struct Drift {
     double ppm = 0.0;       ///< clock of A relative to B: positive when A counts more frames
     double residual = 0.0;  ///< root mean square distance of the places from the line, frames
     double change = 0.0;    ///< change of the offset over the whole overlap, frames
+    double middle = 0.0;    ///< mean place, frame in B
+    double atMiddle = 0.0;  ///< offset of the line there, from that of the whole, frames
+
+    /// Offset of the line at a frame of B, from that of the whole, frames.
+    double At(long long frame) const {
+        return atMiddle + ppm * 1e-6 * (static_cast<double>(frame) - middle);
+    }
 };
 
 /// Whether a place has the same offset as the whole, within the limits of clock drift.

@@ -64,12 +64,13 @@ public:
         if (firstError_.empty()) firstError_ = error;
     }
 
-    void Add(const RecordingPair& pair, const AlignmentResult& result, std::size_t number) {
+    /// @param plot  the document of the plot; empty without one
+    void Add(const RecordingPair& pair, const AlignmentResult& result, std::size_t number,
+             const std::string& plot) {
         outcome_.report["results"].Append(AlignmentJson(pair, result));
         outcome_.text += AlignmentText(pair, result, grid_);
-        if (!options_.plot.empty()) {
-            WriteWholeFile(PlotName(options_.plot, number - 1, list_.size() - 1), guard_,
-                           AlignmentPlot(pair, result));
+        if (!plot.empty()) {
+            WriteWholeFile(PlotName(options_.plot, number - 1, list_.size() - 1), guard_, plot);
         }
         if (result.verdict == Verdict::Aligned) {
             synced_.push_back({&pair.B(), result.found.refined.offset});
@@ -137,9 +138,10 @@ Outcome AlignWithFirst(const AlignOptions& options, const Recordings& recordings
         const RecordingPair pair(session.Engine(), first, list[i], recordings.Rate());
         const ReadCheck reads(*session.Engine()->Mixer(), grid);
         const AlignmentResult result = Align(pair, options.minCorrelation, progress);
+        const std::string plot = options.plot.empty() ? std::string() : AlignmentPlot(pair, result);
         const std::string unreadable = reads.ErrorMessage();
         if (unreadable.empty()) {
-            results.Add(pair, result, i);
+            results.Add(pair, result, i, plot);
         } else {
             results.AddError(list[i], unreadable);
         }

@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "host/shell/TimeRuler.h"
 #include "host/waveform/AmplitudeRows.h"
 #include "host/waveform/PictureArguments.h"
 #include "host/waveform/PictureColors.h"
-#include "host/waveform/TimeRuler.h"
 #include "host/waveform/WaveformOptions.h"
 #include "sonrel/base/FrameRange.h"
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "host/options/GlobalOptions.h"
-#include "host/waveform/TimeRuler.h"
+#include "host/shell/TimeRuler.h"
 #include "sonrel/media/MediaInfo.h"
 #include "sonrel/media/SoundChoice.h"
 

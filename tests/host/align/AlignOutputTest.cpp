@@ -36,6 +36,8 @@ TEST_F(AlignProgram, ThePlotShowsBothWaveformsTheSegmentsAndThePlaces) {
     EXPECT_GE(count("class=\"place\""), 1);
     EXPECT_EQ(count("b &amp; b.wav"), 1);
     EXPECT_EQ(count("offset 12000 sample frames"), 1);
+    EXPECT_EQ(count("class=\"difference\""), 2);
+    EXPECT_GE(count(">0:01"), 1);  // the time axis
 }
 
 TEST_F(AlignProgram, EachOfSeveralPairsHasAPlot) {
@@ -47,6 +49,8 @@ TEST_F(AlignProgram, EachOfSeveralPairsHasAPlot) {
     EXPECT_TRUE(std::filesystem::exists(shop_.Work("plot-1.svg")));
     EXPECT_TRUE(std::filesystem::exists(shop_.Work("plot-2.svg")));
     EXPECT_FALSE(std::filesystem::exists(shop_.Work("plot.svg")));
+    EXPECT_NE(ReadFile(shop_.Work("plot-1.svg")).find("left silent, right silent"),
+              std::string::npos);
 }
 
 TEST_F(AlignProgram, TheTimelineContainsTheRecordingsInSync) {

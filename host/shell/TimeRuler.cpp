@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "host/waveform/TimeRuler.h"
+#include "host/shell/TimeRuler.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <optional>
 #include <utility>
 
@@ -133,7 +134,8 @@ private:
 std::string RulerLabel(double seconds, double step) {
     const int decimals = DecimalsOf(step);
     const double unit = std::pow(10.0, decimals);
-    const long long units = zrtl::TruncToInt64(zrtl::RoundHalfAway(seconds * unit));
+    const long long signedUnits = zrtl::TruncToInt64(zrtl::RoundHalfAway(seconds * unit));
+    const long long units = std::abs(signedUnits);
     const long long perSecond = std::llround(unit);
     const long long whole = units / perSecond;
     char text[64];
@@ -143,7 +145,7 @@ std::string RulerLabel(double seconds, double step) {
     } else {
         std::snprintf(text, sizeof(text), "%lld:%02lld", whole / 60, whole % 60);
     }
-    std::string label = text;
+    std::string label = signedUnits < 0 ? std::string("-") + text : std::string(text);
     if (decimals > 0) {
         const std::string digits = std::to_string(units % perSecond);
         const auto places = static_cast<std::size_t>(decimals);
@@ -165,7 +167,9 @@ std::vector<RulerTick> RulerTicks(double startSeconds, double endSeconds, int wi
     int index = 0;
     RulerStep step = SecondsStepAt(0);
     while (step.seconds * pixelsPerSecond <
-           LabelReach(RulerLabel(endSeconds, step.seconds), widthOf) + LABEL_GAP) {
+           std::max(LabelReach(RulerLabel(startSeconds, step.seconds), widthOf),
+                    LabelReach(RulerLabel(endSeconds, step.seconds), widthOf)) +
+               LABEL_GAP) {
         step = SecondsStepAt(++index);
     }
     LabelRow row(width, widthOf);

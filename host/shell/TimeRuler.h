@@ -30,24 +30,25 @@ struct RulerClock {
 /// Distance in pixels from a mark to its label.
 constexpr int RULER_LABEL_X = 3;
 
-/// The marks of a ruler below a picture. Labels are as close together as their width allows. Their
-/// step is 1, 2 or 5 times a power of ten below a second; 1, 2, 5, 10, 15 or 30 seconds or minutes;
-/// or 1, 2 or 5 times a power of ten of hours. Up to four marks divide the space between two
-/// labels. Labels do not overlap, and no label extends beyond the picture.
-/// @param startSeconds  time at the left edge, 0 or more
+/// The marks of a ruler below a picture with times. Labels are as close together as their width
+/// allows. Their step is 1, 2 or 5 times a power of ten below a second; 1, 2, 5, 10, 15 or 30
+/// seconds or minutes; or 1, 2 or 5 times a power of ten of hours. Up to four marks divide the
+/// space between two labels. Labels do not overlap, and no label extends beyond the picture.
+/// @param startSeconds  time at the left edge
 /// @param endSeconds    time at the right edge, later than the start
 /// @param width         pixels
 std::vector<RulerTick> RulerTicks(double startSeconds, double endSeconds, int width,
                                   const TextWidth& widthOf);
 
-/// The same with timecode as labels. Their step is a number of frames that divides a second, or a
-/// step as above. A drop-frame number that does not exist is replaced by the next number.
+/// The same with timecode as labels, from a start of 0 or more. Their step is a number of frames
+/// that divides a second, or a step as above. A drop-frame number that does not exist is replaced
+/// by the next number.
 /// @param clock  1 frame a second or more
 std::vector<RulerTick> TimecodeTicks(double startSeconds, double endSeconds, int width,
                                      const RulerClock& clock, const TextWidth& widthOf);
 
-/// A time as a label: "0:05", "1:00:00"; with a step below a second with as many decimals as the
-/// step needs, "0:05.25".
+/// A time as a label: "0:05", "1:00:00", "-0:05"; with a step below a second with as many decimals
+/// as the step needs, "0:05.25".
 std::string RulerLabel(double seconds, double step);
 
 }  // namespace orlo::host

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/waveform/TimeRuler.h"
+#include "host/shell/TimeRuler.h"
 
 #include <gtest/gtest.h>
 
@@ -39,6 +39,21 @@ TEST(RulerLabel, HasTheDecimalsOfItsStep) {
     EXPECT_EQ(RulerLabel(5.25, 0.05), "0:05.25");
     EXPECT_EQ(RulerLabel(0.000001, 0.000001), "0:00.000001");
     EXPECT_EQ(RulerLabel(59.9999999, 0.1), "1:00.0");
+}
+
+TEST(RulerLabel, OfATimeBeforeTheStartHasASign) {
+    EXPECT_EQ(RulerLabel(-5, 1), "-0:05");
+    EXPECT_EQ(RulerLabel(-3661.25, 0.05), "-1:01:01.25");
+    EXPECT_EQ(RulerLabel(-0.2, 1), "0:00");
+}
+
+TEST(RulerTicks, MayStartBeforeTheStart) {
+    const std::vector<std::string> labels = Labels(Ticks(-10.0, 10.0, 1000));
+
+    // 20 s on 1000 pixels: a second is 50 pixels, and "-0:10" needs 52.
+    EXPECT_EQ(labels.front(), "-0:10");
+    EXPECT_EQ(labels[5], "0:00");
+    EXPECT_EQ(labels[6], "0:02");
 }
 
 TEST(RulerTicks, AreAtThePixelsOfRoundTimes) {
