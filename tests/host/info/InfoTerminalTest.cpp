@@ -12,9 +12,9 @@
 namespace sonrel_tests {
 namespace {
 
-/// The length of the longest line from "not imported" to the end.
+/// The length of the longest line below the heading of the list, which has 25 characters.
 std::size_t LongestLineOfList(const std::string& shown) {
-    std::istringstream lines(shown.substr(std::min(shown.find("not imported"), shown.size())));
+    std::istringstream lines(shown.substr(std::min(shown.find("or changed:"), shown.size())));
     std::size_t longest = 0;
     for (std::string line; std::getline(lines, line);) {
         if (line.ends_with('\r')) line.pop_back();
