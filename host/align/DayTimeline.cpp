@@ -69,6 +69,7 @@ private:
 /// In the order of their folders' first recordings, then of their starts.
 std::vector<SyncedRecording> InTrackOrder(std::vector<SyncedRecording> recordings) {
     std::vector<std::string> folders;
+    folders.reserve(recordings.size());
     for (const SyncedRecording& synced : recordings) folders.push_back(FolderOf(*synced.recording));
     const auto rank = [&](const SyncedRecording& synced) {
         return std::find(folders.begin(), folders.end(), FolderOf(*synced.recording));
