@@ -62,6 +62,7 @@ COMMANDS = (
     "mix in.otio -o out.wav --part 1/2 --gain -3 --allow-missing", "join in.wav in.media -o out.wav",
     "plan mix in.otio --shards 3 --for json", "plan conform tone.wav in.wav --for slurm --shards 2",
     "mix in.media -o out.wav --stream 1 --channels 1,2 --strict",
+    "mix in.otio -o out.wav --manifest out.json --allow-missing",
     "cache ls --db in.db --cache files", "cache du --json", "cache check --db in.db --cache files",
     "cache check --deep --db in.db --cache files --json",
     "cache clean --days 0 --orphans --db in.db --cache files",

@@ -60,6 +60,11 @@ void DeclareOutputs(CLI::App& command, MixOptions& options) {
         ->check(Name());
     command.add_option("--meters", options.meters, "Write all blocks of all meters")
         ->type_name("FILE.json");
+    command
+        .add_option("--manifest", options.manifest,
+                    "Write everything that decides the samples, for 'sonrel verify'")
+        ->type_name("FILE.json")
+        ->check(Name());
     DeclareOverwrite(command, options.overwrite);
 }
 

@@ -8,6 +8,7 @@
 #include "host/mix/MixBlocks.h"
 #include "host/options/AudioFromOption.h"
 #include "host/options/DitherChoice.h"
+#include "host/options/GivenOptions.h"
 #include "host/options/JobsOption.h"
 #include "host/options/SoundOptions.h"
 
@@ -28,6 +29,7 @@ struct MixOptions {
     DitherChoice dither = DitherChoice::HighPass;
     unsigned int seed = 1;  ///< 0 takes a seed from the clock
     std::string meters;
+    std::string manifest;
     std::optional<std::string> stems;        ///< folder
     std::optional<std::string> composition;  ///< name of the nested item to mix
     otio::Retime retime = otio::Retime::Otio;
@@ -40,7 +42,14 @@ struct MixOptions {
     bool failOnClip = false;
     bool strict = false;
     otio::AudioFrom audioFrom = otio::AudioFrom::Auto;
-    bool overwrite = false;  ///< whether write-protected files may be replaced
+    bool overwrite = false;     ///< whether write-protected files may be replaced
+    bool onlyManifest = false;  ///< the manifest is made, and nothing is written
+    GivenOptions given;         ///< the options as the command line has them
+
+    /// Whether samples and media files are hashed.
+    bool NeedsManifest() const { return onlyManifest || !manifest.empty(); }
+    /// The file that the progress of the mix names.
+    const std::string& ProgressFile() const { return onlyManifest ? input : output; }
 };
 
 void DeclareMixOptions(CLI::App& command, MixOptions& options);

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "host/mix/MixPart.h"
 
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "host/arrangement/TimelineImport.h"
+#include "host/manifest/Digest.h"
+#include "host/manifest/Sha256.h"
 #include "host/mix/Loudness.h"
 #include "host/otio/TimelinePath.h"
 #include "host/shell/Errors.h"
@@ -18,17 +16,6 @@
 namespace orlo::host {
 
 namespace {
-
-/// The digest of a file's bytes.
-std::string DigestOfFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    if (!file) throw JobError("cannot read " + Quoted(path) + ": " + std::strerror(errno));
-    Digest digest;
-    digest.AddText(text.str());
-    return digest.Value();
-}
 
 /// Name, sound and length of each media file.
 std::string DigestOfMedia(const std::vector<MediaUse>& media) {
@@ -60,6 +47,9 @@ void CheckPartOptions(const MixOptions& options) {
     }
     if (options.seed == 0) refuse("--seed random", "all parts need the same noise");
     if (options.stems) refuse("--stems", "mix the stems in one piece");
+    if (!options.manifest.empty()) {
+        refuse("--manifest", "it describes the whole mix; mix in one piece");
+    }
     if (!options.meters.empty()) refuse("--meters", "'sonrel join' writes the meters of all parts");
     if (!options.output.ends_with(".wav") && !options.output.ends_with(".WAV")) {
         throw UsageError("--part writes a WAV file; end the name " + Quoted(options.output) +
@@ -74,26 +64,31 @@ void RequireBlocks(const MixBlocks& blocks, const PartChoice& part) {
                      " parts; use fewer");
 }
 
+Json ValuesOf(const MixOptions& options, const FrameGrid& grid, const zrtl::FrameRange& span) {
+    return Json::Object({{"from", span.start},
+                         {"to", span.end},
+                         {"rate", grid.rate},
+                         {"fps", grid.fps},
+                         {"grid", grid.factor},
+                         {"startFrame", grid.startFrame},
+                         {"dropFrame", grid.dropFrame},
+                         {"dither", DitherName(options.dither)},
+                         {"seed", options.seed},
+                         {"gain", options.gain.value_or(0.0)},
+                         {"composition", options.composition ? Json(*options.composition) : Json()},
+                         {"retime", options.retime == otio::Retime::Otio ? "otio" : "media"},
+                         {"audioFrom", AudioFromWord(options.audioFrom)}});
+}
+
 Json IdentityOf(const WholeMix& mix) {
     const MixOptions& options = mix.options;
     Json json;
     json["version"] = VERSION;
-    json["timeline"] = DigestOfFile(options.input);
+    json["timeline"] = Sha256OfFile(mix.document);
     json["media"] = DigestOfMedia(mix.media);
     json["parts"] = options.part->count;
-    json["from"] = mix.span.start;
-    json["to"] = mix.span.end;
-    json["rate"] = mix.grid.rate;
-    json["fps"] = mix.grid.fps;
-    json["grid"] = mix.grid.factor;
-    json["startFrame"] = mix.grid.startFrame;
-    json["dropFrame"] = mix.grid.dropFrame;
-    json["dither"] = DitherName(options.dither);
-    json["seed"] = options.seed;
-    json["gain"] = options.gain.value_or(0.0);
-    json["composition"] = options.composition ? Json(*options.composition) : Json();
-    json["retime"] = options.retime == otio::Retime::Otio ? "otio" : "media";
-    json["audioFrom"] = static_cast<int>(options.audioFrom);
+    const Json values = ValuesOf(options, mix.grid, mix.span);
+    for (const auto& [key, value] : values.AsObject()) json[key] = value;
     json["meterBlockFrames"] = MeterBlockFrames(mix.grid.rate);
     json["tracks"] = mix.trackNames;
     return json;

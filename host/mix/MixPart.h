@@ -18,9 +18,13 @@ void CheckPartOptions(const MixOptions& options);
 /// Refuses more parts than the range has blocks. @throws UsageError
 void RequireBlocks(const MixBlocks& blocks, const PartChoice& part);
 
+/// The values of a mix that its options and rates decide.
+Json ValuesOf(const MixOptions& options, const FrameGrid& grid, const zrtl::FrameRange& span);
+
 /// A mix of a timeline before it is divided into parts.
 struct WholeMix {
     const MixOptions& options;
+    const std::string& document;  ///< file of the timeline's document
     const FrameGrid& grid;
     const zrtl::FrameRange& span;
     const std::vector<std::string>& trackNames;

@@ -97,7 +97,33 @@ std::string Row(const std::string& kind, const std::string& name, const SignalSu
     return "  " + kind + label + levels + "\n";
 }
 
+Json PartJson(const PartChoice& part) {
+    return Json::Object({{"number", part.number}, {"count", part.count}});
+}
+
 }  // namespace
+
+Json ReportHead(const MixOptions& options, const FrameGrid& grid, bool isTimeline) {
+    const bool hasDither = isTimeline || options.normalize || options.gain;
+    Json report;
+    report["output"] = nullptr;
+    if (options.composition) report["composition"] = *options.composition;
+    if (options.part) report["part"] = PartJson(*options.part);
+    if (options.stems) report["stems"] = Json::Array();
+    report["rate"] = grid.rate;
+    report["fps"] = grid.fps;
+    report["grid"] = grid.factor;
+    report["samples"] = 0;
+    report["dither"] = hasDither ? DitherName(options.dither) : "none";
+    report["seed"] = nullptr;
+    if (hasDither) report["seed"] = options.seed == 0 ? Json("random") : Json(options.seed);
+    if (isTimeline) report["tracks"] = Json::Array();
+    report["master"] = nullptr;
+    report["loudness"] = Json::Object({{"integrated", nullptr}, {"truePeak", nullptr}});
+    report["missing"] = Json::Array();
+    report["notTakenOver"] = Json::Array();
+    return report;
+}
 
 MeterBlocks BlocksOf(const sonrel::AudioMixer& mixer) {
     return {mixer.MeterBlockCount(),

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host/mix/Loudness.h"
+#include "host/mix/MixOptions.h"
 #include "host/shell/Outcome.h"
 #include "host/timeline/Positions.h"
 #include "sonrel/mixer/AudioMixer.h"
@@ -36,6 +37,9 @@ struct MeterBlocks {
     unsigned long long count = 0;
     std::function<sonrel::AudioMetrics(unsigned long long index)> at;
 };
+
+/// The keys of the report of every mix, with their values before mixing.
+Json ReportHead(const MixOptions& options, const FrameGrid& grid, bool isTimeline);
 
 /// The blocks of a mixer, which must outlive the result.
 MeterBlocks BlocksOf(const sonrel::AudioMixer& mixer);

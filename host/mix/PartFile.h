@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/mix/Digest.h"
+#include "host/manifest/Digest.h"
 #include "host/mix/MixBlocks.h"
 #include "host/output/WavWriter.h"
 #include "host/shell/Outcome.h"

@@ -5,6 +5,7 @@
 #include <climits>
 #include <utility>
 
+#include "host/manifest/MixValues.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Text.h"
 
@@ -12,35 +13,23 @@ namespace orlo::host {
 
 namespace {
 
-/// The name of a difference between two manifests, for messages.
-const std::vector<std::pair<const char*, const char*>>& Differences() {
-    static const std::vector<std::pair<const char*, const char*>> NAMES = {
-        {"version", "another version of sonrel"},
-        {"timeline", "another timeline"},
-        {"media", "other media files"},
-        {"parts", "another number of parts"},
-        {"from", "another start (--from)"},
-        {"to", "another end (--to)"},
-        {"dither", "another --dither"},
-        {"seed", "another --seed"},
-        {"gain", "another --gain"},
-        {"composition", "another --composition"},
-        {"retime", "another --retime"},
-        {"audioFrom", "another --audio-from"},
-    };
-    return NAMES;
-}
-
 std::string TextOf(const Json& mix, const char* key) {
     const Json* member = mix.Find(key);
     return member == nullptr ? std::string() : member->ToLine();
 }
 
 std::string DifferenceOf(const Json& one, const Json& other) {
-    for (const auto& [key, name] : Differences()) {
+    for (const auto& [key, name] :
+         {std::pair{"version", "another version of sonrel"},
+          std::pair{"timeline", "another timeline"}, std::pair{"media", "other media files"},
+          std::pair{"parts", "another number of parts"}}) {
         if (TextOf(one, key) != TextOf(other, key)) return name;
     }
-    return "other frames or another rate";
+    for (const MixValue& value : MixValueList()) {
+        if (TextOf(one, value.key) == TextOf(other, value.key)) continue;
+        return std::string("another ") + value.name;
+    }
+    return "other tracks";
 }
 
 [[noreturn]] void RefuseManifest(const PartReader& part, const char* key) {

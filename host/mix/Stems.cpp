@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
+#include "host/output/WavWriter.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Text.h"
 #include "sonrel/mixer/AudioMixer.h"
@@ -64,10 +66,10 @@ std::shared_ptr<EditorSequence> OnlyTrack(EditorSequence& whole, std::size_t ind
 }  // namespace
 
 struct Stems::Stem {
-    Stem(const std::string& path, OutputGuard& guard, int rate, long long frames)
-        : writer(path, guard, rate, frames), sink(&writer, nullptr) {}
+    explicit Stem(std::unique_ptr<SoundWriter> file)
+        : writer(std::move(file)), sink(writer.get(), nullptr) {}
 
-    WavWriter writer;
+    std::unique_ptr<SoundWriter> writer;
     MixSink sink;
 };
 
@@ -83,12 +85,21 @@ std::vector<std::string> StemPaths(const std::string& folder,
     return paths;
 }
 
-Stems::Stems(const std::string& folder, std::vector<std::string> paths, OutputGuard& guard,
-             const FrameGrid& grid, const zrtl::FrameRange& span)
-    : paths_(std::move(paths)) {
+std::vector<std::unique_ptr<SoundWriter>> OpenStems(const std::string& folder,
+                                                    const std::vector<std::string>& paths,
+                                                    OutputGuard& guard, int rate,
+                                                    long long frames) {
     MakeFolder(folder);
-    for (const std::string& path : paths_) {
-        stems_.push_back(std::make_unique<Stem>(path, guard, grid.rate, span.Count()));
+    std::vector<std::unique_ptr<SoundWriter>> writers;
+    for (const std::string& path : paths) {
+        writers.push_back(std::make_unique<WavWriter>(path, guard, rate, frames));
+    }
+    return writers;
+}
+
+Stems::Stems(std::vector<std::unique_ptr<SoundWriter>> writers) {
+    for (std::unique_ptr<SoundWriter>& writer : writers) {
+        stems_.push_back(std::make_unique<Stem>(std::move(writer)));
     }
 }
 
@@ -115,11 +126,11 @@ MixGroup Stems::Begin(const std::shared_ptr<project::Project>& project, sonrel::
 }
 
 void Stems::Seal() {
-    for (const std::unique_ptr<Stem>& stem : stems_) stem->writer.Seal();
+    for (const std::unique_ptr<Stem>& stem : stems_) stem->writer->Seal();
 }
 
 void Stems::Finish() {
-    for (const std::unique_ptr<Stem>& stem : stems_) stem->writer.Finish();
+    for (const std::unique_ptr<Stem>& stem : stems_) stem->writer->Finish();
 }
 
 }  // namespace orlo::host

@@ -6,8 +6,7 @@
 #include <vector>
 
 #include "host/mix/MixRender.h"
-#include "host/output/WavWriter.h"
-#include "host/timeline/Positions.h"
+#include "host/output/SoundWriter.h"
 #include "sonrel/engine/Sonrel.h"
 #include "sonrel/mixer/SampleConverter.h"
 #include "sonrel/project/Project.h"
@@ -19,6 +18,13 @@ namespace orlo::host {
 std::vector<std::string> StemPaths(const std::string& folder,
                                    const std::vector<std::string>& trackNames);
 
+/// Creates the folder of stems if it is missing, and their files under temporary names.
+/// @param frames  number of frames that follow
+/// @throws JobError
+std::vector<std::unique_ptr<SoundWriter>> OpenStems(const std::string& folder,
+                                                    const std::vector<std::string>& paths,
+                                                    OutputGuard& guard, int rate, long long frames);
+
 /// Writes each track of a sequence to a separate file while the sequence is mixed.
 ///
 /// A stem has its track's level, balance, effects and transitions and the master level. The stem of
@@ -26,11 +32,8 @@ std::vector<std::string> StemPaths(const std::string& folder,
 /// separate engine mixes the stems, so that they do not change the dither noise of the mix.
 class Stems {
 public:
-    /// Creates the folder if it is missing, and the files under temporary names.
-    /// @param span  range that will be mixed
-    /// @throws JobError
-    Stems(const std::string& folder, std::vector<std::string> paths, OutputGuard& guard,
-          const FrameGrid& grid, const zrtl::FrameRange& span);
+    /// @param writers  one for each track
+    explicit Stems(std::vector<std::unique_ptr<SoundWriter>> writers);
     ~Stems();
 
     /// @param project  contains the sequence that is mixed
@@ -42,12 +45,9 @@ public:
     /// Renames the files to their names. Throws like OutputFile.
     void Finish();
 
-    const std::vector<std::string>& Paths() const { return paths_; }
-
 private:
     struct Stem;
 
-    std::vector<std::string> paths_;
     std::vector<std::unique_ptr<Stem>> stems_;
     std::shared_ptr<sonrel::Sonrel> engine_;
 };

@@ -4,6 +4,7 @@
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
+#include <algorithm>
 #include <memory>
 #include <string_view>
 
@@ -16,6 +17,7 @@
 #include "host/media/SpooledInput.h"
 #include "host/mix/JoinCommand.h"
 #include "host/mix/MixCommand.h"
+#include "host/options/GivenOptions.h"
 #include "host/peaks/PeaksCommand.h"
 #include "host/plan/PlanCommand.h"
 #include "host/play/PlayCommand.h"
@@ -23,6 +25,7 @@
 #include "host/program/ProgramNotes.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Version.h"
+#include "host/verify/VerifyCommand.h"
 #include "host/waveform/WaveformCommand.h"
 
 namespace orlo::host {
@@ -51,7 +54,9 @@ void Add(CLI::App& app, CommandLine& line, const char* name, const char* descrip
     command->fallthrough();
     const auto options = std::make_shared<Options>();
     declare(*command, *options);
-    command->callback([&line, options, run] {
+    command->callback([&line, command, options, run] {
+        if constexpr (requires { options->given; })
+            options->given = OptionsGiven(*command, line.words);
         line.run = [options, run](const GlobalOptions& global) {
             return RunWithSpooledInput(global, InputsOf(*options), [&](const GlobalOptions& used) {
                 return run(used, *options);
@@ -72,6 +77,8 @@ void AddCommands(CLI::App& app, CommandLine& line) {
         RunLoudness);
     Add(app, line, "mix", "Mix to a stereo sound file", DeclareMixOptions, RunMix);
     Add(app, line, "join", "Put the parts of a mix together", DeclareJoinOptions, RunJoin);
+    Add(app, line, "verify", "Mix again, and compare with the manifest of a mix",
+        DeclareVerifyOptions, RunVerify);
     Add(app, line, "peaks", "Find or make the peak files of all media files", DeclarePeaksOptions,
         RunPeaks);
     Add(app, line, "plan", "Divide mix, conform or peaks among machines", DeclarePlanOptions,
@@ -107,6 +114,7 @@ void DeclareCommandLine(CLI::App& app, CommandLine& line) {
 std::variant<CommandLine, HelpText> ParseCommandLine(int argumentCount,
                                                      const char* const* arguments) {
     CommandLine line;
+    line.words.assign(arguments + std::min(1, argumentCount), arguments + argumentCount);
     CLI::App app;
     DeclareCommandLine(app, line);
     try {
@@ -117,7 +125,7 @@ std::variant<CommandLine, HelpText> ParseCommandLine(int argumentCount,
         return HelpText{app.version() + "\n"};
     } catch (const CLI::ParseError& error) {
         if (WantsHelp(app)) return HelpText{app.help()};
-        throw UsageError(ParseErrorMessage(app, {arguments + 1, arguments + argumentCount}, error));
+        throw UsageError(ParseErrorMessage(app, line.words, error));
     } catch (const UsageError&) {
         if (WantsHelp(app)) return HelpText{app.help()};
         throw;

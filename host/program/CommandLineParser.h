@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "host/options/GlobalOptions.h"
 #include "host/shell/Outcome.h"
@@ -17,6 +18,7 @@ namespace orlo::host {
 /// A parsed command line. Positions are still text, since they need the rates of the timeline.
 struct CommandLine {
     GlobalOptions global;
+    std::vector<std::string> words;  ///< without the program
     /// Runs the command with the parsed options.
     std::function<Outcome(const GlobalOptions& global)> run;
 };

@@ -5,6 +5,7 @@
 
 #include "host/otio/AudioFrom.h"
 #include "host/shell/Text.h"
+#include "host/timeline/ClipFrames.h"
 #include "sonrel/base/Timing.h"
 #include "sonrel/project/MediaAudioStream.h"
 
@@ -18,12 +19,6 @@ using otio::PlacedTrack;
 /// Silence that is not reported.
 constexpr double TOLERANCE_SECONDS = 0.0005;
 
-/// A range in frames of the engine, with fractions; @p end is exclusive.
-struct Stretch {
-    double begin = 0.0;
-    double end = 0.0;
-};
-
 /// Converts frames of a nested item to frames of the timeline.
 struct TimelineMap {
     double offset = 0.0;
@@ -31,32 +26,6 @@ struct TimelineMap {
 
     double Of(double frame) const { return offset + scale * frame; }
 };
-
-/// The frames of the track on which each clip sounds, those of its transitions included.
-std::vector<Stretch> SoundingFrames(const PlacedTrack& track) {
-    std::vector<Stretch> frames;
-    for (const PlacedClip& clip : track.clips) {
-        frames.push_back({static_cast<double>(clip.startFrame) - clip.framesBeforeMedia,
-                          static_cast<double>(clip.endFrame)});
-    }
-    for (const otio::PlacedTransition& transition : track.transitions) {
-        const double begin = static_cast<double>(transition.joinFrame) +
-                             static_cast<double>(transition.relativeStartFrame);
-        if (transition.to) {
-            Stretch& to = frames.at(*transition.to);
-            to.begin = std::min(to.begin, begin);
-        }
-        if (transition.from) {
-            Stretch& from = frames.at(*transition.from);
-            from.end = std::max(from.end, begin + transition.length);
-        }
-    }
-    return frames;
-}
-
-double SourceFrame(const PlacedClip& clip, double frame) {
-    return (clip.sourceStartFrame + (frame - clip.startFrame)) * clip.speed;
-}
 
 double TrackFrame(const PlacedClip& clip, double sourceFrame) {
     return clip.startFrame + (sourceFrame / clip.speed - clip.sourceStartFrame);
@@ -125,7 +94,7 @@ private:
     /// The content of a nested item may be shorter than the item, as after its last sound.
     void AddNested(const PlacedClip& clip, const Stretch& heard, const TimelineMap& map) {
         const double length = clip.composition->frameCount;
-        const Stretch wanted{SourceFrame(clip, heard.begin), SourceFrame(clip, heard.end)};
+        const Stretch wanted = SourceFrames(clip, heard);
         if (wanted.begin >= length || wanted.end <= 0.0) {
             Report("nested " + clip.composition->schema, clip, wanted, "its content has", length,
                    Silence(heard, map));
@@ -155,7 +124,7 @@ private:
         const double silent = (first - heard.begin) + (heard.end - last);
         tally_.longestSilence =
             std::max(tally_.longestSilence, silent * map.scale / grid_.EngineRate());
-        const Stretch wanted{SourceFrame(clip, heard.begin), SourceFrame(clip, heard.end)};
+        const Stretch wanted = SourceFrames(clip, heard);
         Report("clip", clip, wanted, "the file has", length, silence);
     }
 

@@ -52,6 +52,11 @@ otio::TimelineImport ImportConverted(const std::string& input, const GlobalOptio
 
 }  // namespace
 
+std::string DocumentOf(const std::string& input, const GlobalOptions& global) {
+    const bool isArchive = otio::FormatOf(input) == otio::TimelineFormat::Otioz;
+    return otio::TimelineFile(isArchive ? global.spool.FolderOf(input) : input);
+}
+
 otio::TimelineImport ImportInput(const std::string& input, const GlobalOptions& global,
                                  const otio::ImportOptions& options) {
     switch (otio::FormatOf(input)) {

@@ -8,6 +8,10 @@
 
 namespace orlo::host {
 
+/// The file with the document of INPUT, a timeline of any format: the file itself, or content.otio
+/// in its folder or unpacked archive.
+std::string DocumentOf(const std::string& input, const GlobalOptions& global);
+
 /// Imports INPUT, a timeline of any format: a timeline in an archive is unpacked, a timeline of
 /// another format is converted.
 /// @throws DocumentError as in otio::ImportTimeline; JobError and CommandError as in UnpackTimeline

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "sonrel/media/input/DecoderVersion.h"
 #include "sonrel/media/input/Ffmpeg.h"
 #include "sonrel/media/input/MediaLog.h"
 #include "tests/media/MediaSupport.h"
@@ -48,4 +49,8 @@ TEST(FfmpegLog, SetMediaLogPassesOnlyErrorsToTheHostAsLinesUntilItIsReset) {
     av_log(nullptr, AV_LOG_ERROR, "a later error\n");
 
     EXPECT_EQ(lines, std::vector<std::string>{"error 7"});
+}
+
+TEST(DecoderVersion, IsTheReleaseOfTheLoadedFfmpeg) {
+    EXPECT_EQ(zrh::media::DecoderVersion(), ::av_version_info());
 }

@@ -60,6 +60,7 @@ extern "C" {
     USE(av_sample_fmt_is_planar)      \
     USE(av_seek_frame)                \
     USE(av_shrink_packet)             \
+    USE(av_version_info)              \
     USE(avcodec_alloc_context3)       \
     USE(avcodec_descriptor_get)       \
     USE(avcodec_find_decoder)         \

@@ -9,6 +9,7 @@
 #include <mutex>
 
 #include "sonrel/media/ffmpeg/FfmpegFunctions.h"
+#include "sonrel/media/input/DecoderVersion.h"
 #include "sonrel/media/input/MediaLog.h"
 
 namespace zrh::media {
@@ -61,6 +62,11 @@ const FfmpegFunctions& LoadedFfmpeg() {
 }
 
 }  // namespace detail
+
+std::string DecoderVersion() {
+    const detail::FfmpegFunctions* loaded = detail::LoadFfmpeg();
+    return loaded == nullptr ? std::string() : loaded->av_version_info();
+}
 
 void SetMediaLog(MediaLog log) {
     const std::lock_guard lock(detail::mutex);

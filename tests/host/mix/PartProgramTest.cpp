@@ -98,6 +98,21 @@ TEST_F(PartProgram, AMissingARepeatedAndAForeignPartAreRefused) {
     ExpectRefused(Join({PartName(1), "@nowhere.wav"}), "nowhere.wav'");
 }
 
+TEST_F(PartProgram, APartOfAFolderWithAnotherTimelineIsRefused) {
+    for (const int number : {1, 2}) {
+        const std::string folder = "edit" + std::to_string(number) + ".otiod";
+        std::filesystem::create_directory(shop_.Work(folder));
+        std::filesystem::copy(shop_.Work("a.wav"), shop_.Work(folder));
+        const Json clip = Clip("a.wav", number, 20);
+        WriteFile(shop_.Work(folder + "/content.otio"), Timeline({Track({clip})}).dump());
+        const ProgramResult part = shop_.Run(
+            {"mix", "@" + folder, "-o", PartName(number), "--part", std::to_string(number) + "/2"});
+        ASSERT_EQ(part.exitCode, 0) << part.err;
+    }
+
+    ExpectRefused(Join({PartName(1), PartName(2)}), "another timeline");
+}
+
 TEST_F(PartProgram, APartThatWasCutShortOrDamagedIsRefused) {
     for (int number = 1; number <= MIX_PARTS; ++number) MixPart(number);
     const std::string part = ReadFile(shop_.Work("p2.wav"));
@@ -141,6 +156,7 @@ TEST_F(PartProgram, OptionsThatNeedTheWholeMixAreWrongUsage) {
              {"--stems", "@stems"},
              {"--meters", "@m.json"},
              {"--seed", "random"},
+             {"--manifest", "@mix.json"},
          }) {
         std::vector<std::string> all{"--part", "1/2"};
         all.insert(all.end(), options.begin(), options.end());

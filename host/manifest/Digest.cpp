@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/mix/Digest.h"
+#include "host/manifest/Digest.h"
 
 #define XXH_STATIC_LINKING_ONLY  // the state is a member
 #include <xxhash.h>
