@@ -58,11 +58,19 @@ CacheEntry EntryOf(const CacheRecord& record, const CachePaths& paths) {
     return entry;
 }
 
+/// Opens a folder, again when a signal interrupts the opening.
+fs::directory_iterator OpenFolder(const std::string& path, std::error_code& error) {
+    for (;;) {
+        fs::directory_iterator folder(path, error);
+        if (error != std::errc::interrupted) return folder;
+    }
+}
+
 std::vector<CacheEntry> FindOrphans(const CachePaths& paths, const std::set<std::string>& known) {
     std::vector<CacheEntry> orphans;
     std::error_code error;
     if (!fs::exists(fs::status(paths.folder, error))) return orphans;
-    for (fs::directory_iterator at(paths.folder, error), end; !error && at != end;
+    for (auto at = OpenFolder(paths.folder, error); !error && at != fs::directory_iterator();
          at.increment(error)) {
         const std::string kind = KindOfCacheFile(at->path().filename().string());
         const std::string name = at->path().filename().string();

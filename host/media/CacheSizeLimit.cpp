@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "host/media/CacheSizeLimit.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
@@ -12,6 +10,7 @@
 #include "host/shell/Errors.h"
 #include "host/shell/Paths.h"
 #include "sonrel/cache/CacheFileUse.h"
+#include "sonrel/files/RegularFile.h"
 
 namespace orlo::host {
 
@@ -70,7 +69,7 @@ Removal RemoveEntry(project::CacheLedger& ledger, const CachePaths& paths,
         const sonrel::CacheFileRemoval removal = RemovalOf(paths, entry);
         if (!removal.IsAllowed()) {
             result = Removal::Used;
-        } else if (unlink(CacheFilePath(paths, entry.file).c_str()) != 0 && errno != ENOENT) {
+        } else if (!files::Remove(CacheFilePath(paths, entry.file)) && errno != ENOENT) {
             result = Removal::Failed;
         } else {
             ledger.Remove(*entry.record);

@@ -98,7 +98,8 @@ def contradictions():
         clip("a.wav", 30, 40), clip("b.wav", 107992, 50), clip("c44.wav", 80, 40))),
         listed=("it asks for frames",))
     yield Case("in-points before their files", timeline(track(
-        clip("a.wav", 20, 50, 25, span(40, 200)), clip("b.wav", 30, 40))), listed=("before",))
+        clip("a.wav", 20, 50, 25, span(40, 200)), clip("b.wav", 30, 40))),
+        listed=("it asks for frames -20 to 30",))
 
 
 def cases():

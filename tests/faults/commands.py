@@ -27,6 +27,7 @@ class Command:
     outputs: tuple = ()  # names in the folder of outputs
     records: int = 0  # files with a record after a run, at least
     empties: bool = False  # the cache
+    empties_records: bool = False  # those of files that are gone too
     prints_results: bool = False  # the same text on each run
 
 
@@ -61,7 +62,8 @@ COMMANDS = {command.name: command for command in (
     Command("loudness, made", ("loudness", EDIT, SHORT[1]), prints_results=True, records=3),
     Command("loudness, found", ("loudness", EDIT, SHORT[1]), prints_results=True,
             starts_filled=True, records=3),
-    Command("cache clean", ("cache", "clean", "--days", "0"), starts_filled=True, empties=True),
+    Command("cache clean", ("cache", "clean", "--days", "0"), starts_filled=True, empties=True,
+            empties_records=True),
     Command("cache clean, to a size", ("cache", "clean", "--max-size", "0"), starts_filled=True,
             empties=True),
 )}

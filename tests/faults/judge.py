@@ -45,8 +45,10 @@ class Judge:
             self.wrong("wrong bytes", f"outputs {sorted(self.box.outputs())}")
         if self.command.prints_results and text != self.text:
             self.wrong("wrong bytes", f"printed {text[:500]!r}")
-        if self.command.empties and (self.state.whole or self.state.stale):
+        if self.command.empties and self.state.whole:
             self.wrong("wrong bytes", f"{len(self.state.whole)} files are not cleaned")
+        if self.command.empties_records and self.state.stale:
+            self.wrong("wrong bytes", f"{self.state.stale} records of no file are not cleaned")
         if len(self.state.whole) < self.command.records:
             self.wrong("not whole", f"{len(self.state.whole)} of {self.command.records} records")
 
