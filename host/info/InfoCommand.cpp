@@ -11,6 +11,7 @@
 #include "host/shell/Paths.h"
 #include "host/shell/Summary.h"
 #include "host/shell/Text.h"
+#include "host/timeline/ClipTexts.h"
 #include "host/timeline/Input.h"
 #include "host/timeline/MediaCatalog.h"
 #include "host/timeline/MediaComparison.h"

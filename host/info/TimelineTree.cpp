@@ -6,6 +6,7 @@
 
 #include "host/shell/SoundText.h"
 #include "host/shell/Text.h"
+#include "host/timeline/ClipTexts.h"
 
 namespace orlo::host {
 
@@ -19,10 +20,6 @@ std::string FrameText(int engineFrame, const FrameGrid& grid) {
     return FormatNumber(TimelineFrames(engineFrame, grid), 3);
 }
 
-std::string Frames(double count) {
-    return FormatShort(count) + (count == 1.0 ? " frame" : " frames");
-}
-
 Json LevelJson(const otio::LevelCurve& level) {
     if (level.keys.empty()) return level.decibels ? Json(*level.decibels) : Json(0.0);
     Json keys = Json::Array();
@@ -30,11 +27,6 @@ Json LevelJson(const otio::LevelCurve& level) {
         keys.Append(Json::Array({key.timeMs, key.decibels}));
     }
     return keys;
-}
-
-std::string LevelText(const otio::LevelCurve& level) {
-    if (!level.keys.empty()) return ", level with " + std::to_string(level.keys.size()) + " keys";
-    return level.decibels ? ", level " + FormatNumber(*level.decibels, 3) + " dB" : std::string();
 }
 
 Json EffectJson(const otio::EffectRequest& effect) {
@@ -50,32 +42,6 @@ Json DuckJson(const otio::DuckRequest& duck) {
     Json parameters = Json::Object();
     for (const auto& [name, value] : duck.parameters) parameters[name] = value;
     return Json::Object({{"by", duck.by}, {"parameters", parameters}});
-}
-
-std::string EffectText(const otio::EffectRequest& effect) {
-    std::string text = "effect " + OneLine(effect.plugin);
-    const char* before = ": ";
-    for (const auto& [name, value] : effect.parameters) {
-        const std::string* word = std::get_if<std::string>(&value);
-        text += before + OneLine(name) + " " +
-                (word != nullptr ? OneLine(*word) : FormatShort(std::get<double>(value)));
-        before = ", ";
-    }
-    return text + (effect.enabled ? "" : ", disabled");
-}
-
-std::string FadeText(const otio::Fades& fades, const FrameGrid& grid) {
-    std::string text;
-    if (fades.inFrames > 0.0) text = "fade-in of " + Frames(TimelineFrames(fades.inFrames, grid));
-    if (fades.outFrames > 0.0) {
-        text += (text.empty() ? "fade-out of " : ", fade-out of ") +
-                Frames(TimelineFrames(fades.outFrames, grid));
-    }
-    return text + ", " + fades.curve;
-}
-
-std::string ClipName(const PlacedTrack& track, const std::optional<std::size_t>& index) {
-    return index ? Quoted(track.clips[*index].name) : "silence";
 }
 
 Json TransitionJson(const PlacedTransition& transition, const FrameGrid& grid) {
@@ -99,9 +65,7 @@ std::string RangeText(int startFrame, int endFrame, const FrameGrid& grid) {
 std::string TransitionText(const PlacedTrack& track, const PlacedTransition& transition,
                            const FrameGrid& grid) {
     const int start = transition.joinFrame + transition.relativeStartFrame;
-    return RangeText(start, start + transition.length, grid) + "cross-fade from " +
-           ClipName(track, transition.from) + " to " + ClipName(track, transition.to) + ", " +
-           transition.curve;
+    return RangeText(start, start + transition.length, grid) + CrossFadeText(track, transition);
 }
 
 /// The time in its media at which a clip begins.
@@ -167,10 +131,8 @@ Json PlacedTracksJson(const std::vector<PlacedTrack>& tracks, const FrameGrid& g
     return list;
 }
 
-/// "audio", "video", or another kind as in the file.
-std::string KindText(const otio::TrackSummary& track) {
-    if (track.kind == otio::Track::Kind::Audio) return "audio";
-    return track.kind == otio::Track::Kind::Video ? "video" : track.kindName;
+std::string AfterComma(const std::string& text) {
+    return text.empty() ? text : ", " + text;
 }
 
 /// Builds the text of the tree.
@@ -182,7 +144,7 @@ public:
     void AddTrack(const PlacedTrack& track, std::size_t number, const std::string& kind,
                   int depth) {
         std::string line = "track " + std::to_string(number) + " " + Quoted(track.name) + kind;
-        line += LevelText(track.level);
+        line += AfterComma(LevelText(track.level));
         if (track.stereoBalance) line += ", balance " + FormatNumber(*track.stereoBalance, 3);
         line += std::string(track.muted ? ", muted" : "") + (track.solo ? ", solo" : "");
         if (track.duck) line += ", ducked by " + Quoted(track.duck->by);
@@ -232,9 +194,9 @@ private:
         line += clip.composition == nullptr
                     ? OneLine(clip.media.path) + SoundOf(clip)
                     : "a nested " + clip.composition->schema + " of " +
-                          Frames(TimelineFrames(clip.composition->frameCount, grid_));
+                          FrameCountText(clip.composition->frameCount, grid_);
         if (clip.speed != 1.0) line += ", speed " + FormatNumber(clip.speed, 6);
-        line += LevelText(clip.level) + (clip.muted ? ", muted" : "");
+        line += AfterComma(LevelText(clip.level)) + (clip.muted ? ", muted" : "");
         Line(line, depth);
         for (const otio::EffectRequest& effect : clip.effects) Line(EffectText(effect), depth + 1);
         if (clip.fades.Exist()) Line(FadeText(clip.fades, grid_), depth + 1);
@@ -252,10 +214,6 @@ private:
 };
 
 }  // namespace
-
-double TimelineFrames(double engineFrames, const FrameGrid& grid) {
-    return engineFrames / grid.factor;
-}
 
 Json FramesJson(int engineFrames, const FrameGrid& grid) {
     if (engineFrames % grid.factor == 0) return engineFrames / grid.factor;

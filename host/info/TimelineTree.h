@@ -11,10 +11,7 @@
 
 namespace orlo::host {
 
-/// A number of frames of the engine in frames of the timeline, with fractions.
-double TimelineFrames(double engineFrames, const FrameGrid& grid);
-
-/// The same as JSON: an integer where the number is whole.
+/// A number of frames of the engine in frames of the timeline, as an integer where it is whole.
 Json FramesJson(int engineFrames, const FrameGrid& grid);
 
 /// The structure of a timeline as a list of all its tracks, in the order of the file, with their

@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "host/loudness/InputMeasurement.h"
 
-#include <algorithm>
-#include <functional>
 #include <utility>
 #include <vector>
 
+#include "host/measure/SignalReading.h"
 #include "host/media/DuckedTracks.h"
 #include "host/media/MixPreparation.h"
 #include "host/media/ReadCheck.h"
 #include "host/otio/TimelinePath.h"
 #include "host/shell/Errors.h"
-#include "host/shell/Interrupt.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
 #include "host/timeline/MediaComparison.h"
@@ -26,47 +24,13 @@ namespace {
 
 using sonrel::AudioMixer;
 
-/// Fills a buffer with the samples from a position.
-/// @return count, or the error code of the mixer
-using ReadSamples = std::function<int(long long position, int count, unsigned char* buffer)>;
-
-/// The dither of mix.
-constexpr sonrel::DitherType DITHER = sonrel::DitherType::HighPassTriangular;
-constexpr unsigned int SEED = 1;
-
-/// A signal that is measured.
-struct MeasuredSignal {
-    const AudioMixer& mixer;
-    const ReadCheck& reads;
-    FrameGrid grid;
-    long long total = 0;  ///< samples
-    ReadSamples read;
-};
-
-/// Reads a signal in the blocks of a mix, one frame of the engine each, and measures it.
-void Measure(const MeasuredSignal& signal, sonrel::LoudnessMeter& meter, Progress& progress) {
-    progress.Begin("measure", "samples", signal.total, signal.grid.rate);
-    const FrameGrid blocks = signal.grid.Engine();
-    std::vector<short> buffer;
-    long long position = 0;
-    for (long long frame = 0; position < signal.total; ++frame) {
-        if (Interrupted()) ThrowInterrupted("the measurement is incomplete");
-        const long long end = std::min(blocks.Start(frame + 1), signal.total);
-        const auto count = static_cast<int>(end - position);
-        buffer.resize(2 * static_cast<std::size_t>(count));
-        const int got =
-            signal.read(position, count, reinterpret_cast<unsigned char*>(buffer.data()));
-        signal.reads.RequireAll();
-        if (got != count) {
-            throw JobError("the mixer returned " + std::to_string(got) + " for " +
-                           std::to_string(count) + " samples at " +
-                           FormatTimecode(position, signal.grid));
-        }
-        meter.Add(buffer.data(), static_cast<std::size_t>(count));
-        position = end;
-        progress.Update(position);
-    }
-    progress.End();
+InputMeasurement Measure(const MeasuredSignal& signal, Progress& progress) {
+    InputMeasurement result{sonrel::LoudnessMeter(signal.grid.rate), {}};
+    const TakeSamples take = [&](const short* frames, std::size_t count) {
+        result.meter.Add(frames, count);
+    };
+    ReadSignal(signal, take, progress);
+    return result;
 }
 
 InputMeasurement MeasureTimeline(const std::string& input, const GlobalOptions& global,
@@ -94,15 +58,13 @@ InputMeasurement MeasureTimeline(const std::string& input, const GlobalOptions& 
     DuckTracks(arrangement, grid, project, progress);
 
     AudioMixer& mixer = *session.Engine()->Mixer();
-    mixer.SetDither(DITHER, SEED);
-    mixer.ResetMixSession();
+    BeginMix(mixer);
     const ReadCheck reads(mixer, grid);
     const ReadSamples read = [&](long long position, int count, unsigned char* buffer) {
         return mixer.GetSamples(project, project->Sequence(), position, count, buffer,
                                 count * zrtl::FRAME_BYTES, 0, 0);
     };
-    InputMeasurement result{sonrel::LoudnessMeter(grid.rate), {}};
-    Measure({mixer, reads, grid, total, read}, result.meter, progress);
+    InputMeasurement result = Measure({reads, grid, {0, total}, read}, progress);
     result.report = std::move(import.report);
     return result;
 }
@@ -125,9 +87,7 @@ InputMeasurement MeasureMediaFile(const std::string& input, const GlobalOptions&
     const ReadSamples read = [&](long long position, int count, unsigned char* buffer) {
         return mixer.GetSamples(asset, position, count, buffer, count * zrtl::FRAME_BYTES);
     };
-    InputMeasurement result{sonrel::LoudnessMeter(grid.rate), {}};
-    Measure({mixer, reads, grid, total, read}, result.meter, progress);
-    return result;
+    return Measure({reads, grid, {0, total}, read}, progress);
 }
 
 }  // namespace

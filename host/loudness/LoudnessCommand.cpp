@@ -5,6 +5,7 @@
 #include <string>
 
 #include "host/loudness/InputMeasurement.h"
+#include "host/measure/LevelSummary.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Text.h"
 #include "host/timeline/Strictness.h"
@@ -16,29 +17,18 @@ namespace {
 /// Without --tolerance, LU.
 constexpr double DEFAULT_TOLERANCE = 1.0;
 
-Json NumberOrNull(const std::optional<double>& value) {
-    return value ? Json(*value) : Json();
-}
-
-std::string NumberOrNone(const std::optional<double>& value, const char* unit) {
-    return value ? FormatNumber(*value, 1) + " " + unit : "none";
-}
-
 Json ResultJson(const std::string& input, const sonrel::LoudnessMeter& meter) {
-    return Json::Object({{"input", input},
-                         {"integrated", NumberOrNull(meter.IntegratedLufs())},
-                         {"range", NumberOrNull(meter.RangeLu())},
-                         {"momentaryMax", NumberOrNull(meter.MaxMomentaryLufs())},
-                         {"shortTermMax", NumberOrNull(meter.MaxShortTermLufs())},
-                         {"truePeak", NumberOrNull(meter.TruePeakDb())}});
+    Json result = Json::Object({{"input", input}});
+    AddLoudness(meter, result);
+    return result;
 }
 
 std::string ResultText(const std::string& input, const sonrel::LoudnessMeter& meter) {
-    return OneLine(input) + ": loudness " + NumberOrNone(meter.IntegratedLufs(), "LUFS") +
-           ", range " + NumberOrNone(meter.RangeLu(), "LU") + "\n  momentary up to " +
-           NumberOrNone(meter.MaxMomentaryLufs(), "LUFS") + ", short-term up to " +
-           NumberOrNone(meter.MaxShortTermLufs(), "LUFS") + ", true peak " +
-           NumberOrNone(meter.TruePeakDb(), "dBTP") + "\n";
+    return OneLine(input) + ": loudness " + LevelOrNone(meter.IntegratedLufs(), "LUFS") +
+           ", range " + LevelOrNone(meter.RangeLu(), "LU") + "\n  momentary up to " +
+           LevelOrNone(meter.MaxMomentaryLufs(), "LUFS") + ", short-term up to " +
+           LevelOrNone(meter.MaxShortTermLufs(), "LUFS") + ", true peak " +
+           LevelOrNone(meter.TruePeakDb(), "dBTP") + "\n";
 }
 
 /// Collects the results of all inputs.

@@ -3,8 +3,8 @@
 
 #include <optional>
 
+#include "host/measure/Loudness.h"
 #include "host/media/InputProtection.h"
-#include "host/mix/Loudness.h"
 #include "host/mix/MixRender.h"
 #include "host/mix/MixReport.h"
 #include "host/mix/MixSummary.h"

@@ -9,7 +9,6 @@
 #include "host/media/InputProtection.h"
 #include "host/media/MixPreparation.h"
 #include "host/media/ReadCheck.h"
-#include "host/mix/Loudness.h"
 #include "host/mix/MixOutputs.h"
 #include "host/mix/MixPart.h"
 #include "host/mix/MixRender.h"
@@ -19,7 +18,7 @@
 #include "host/mix/RaisedMedia.h"
 #include "host/mix/TimelineMix.h"
 #include "host/otio/TimelinePath.h"
-#include "host/output/WavStream.h"
+#include "host/output/StandardOutput.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
 #include "host/timeline/Input.h"
@@ -187,13 +186,7 @@ void CheckOptions(const GlobalOptions& global, const MixOptions& options) {
     }
     CheckPartOptions(options);
     CheckManifestOptions(global, options);
-    if (!WritesToStandardOutput(options)) return;
-    if (global.json) {
-        throw UsageError(
-            "--json prints to standard output, where -o - writes the sound; leave out "
-            "one of them");
-    }
-    CheckStandardOutput();
+    if (WritesToStandardOutput(options)) CheckStandardOutput(global.json, "the sound");
 }
 
 RenderedMix Mix(const GlobalOptions& global, const MixOptions& options) {

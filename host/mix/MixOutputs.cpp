@@ -7,7 +7,7 @@
 #include "host/mix/MixReport.h"
 #include "host/output/OutputName.h"
 #include "host/output/SoundFormat.h"
-#include "host/output/WavStream.h"
+#include "host/output/StandardOutput.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/SoundText.h"
 

@@ -6,7 +6,7 @@
 #include "host/arrangement/TimelineImport.h"
 #include "host/manifest/Digest.h"
 #include "host/manifest/Sha256.h"
-#include "host/mix/Loudness.h"
+#include "host/measure/Loudness.h"
 #include "host/otio/TimelinePath.h"
 #include "host/shell/Errors.h"
 #include "host/shell/SoundText.h"

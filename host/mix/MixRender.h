@@ -4,8 +4,8 @@
 #include <memory>
 #include <vector>
 
+#include "host/measure/Loudness.h"
 #include "host/media/ReadCheck.h"
-#include "host/mix/Loudness.h"
 #include "host/mix/MixBlocks.h"
 #include "host/mix/MixSource.h"
 #include "host/output/SoundWriter.h"

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <utility>
 
-#include "host/output/WavStream.h"
+#include "host/output/StandardOutput.h"
 #include "host/shell/Summary.h"
 #include "host/shell/Text.h"
 #include "host/shell/TextColumns.h"
@@ -18,33 +18,6 @@ namespace {
 constexpr std::size_t MAX_LISTED_CLIPS = 8;
 constexpr int ROW_COLUMNS = 80;
 
-void CountClip(const sonrel::AudioTrackMetrics& block, long long begin, SignalSummary& signal) {
-    if (!block.clipped[0] && !block.clipped[1]) return;
-    if (signal.clips.empty() || signal.clips.back().span.end != begin) {
-        signal.clips.push_back({{begin, begin}, {false, false}});
-    }
-    ClipRange& range = signal.clips.back();
-    range.span.end = begin + block.sampleCount;
-    for (int channel = 0; channel < 2; ++channel) {
-        if (!block.clipped[channel]) continue;
-        range.clipped[channel] = true;
-        ++signal.clippedBlocks[channel];
-    }
-}
-
-/// @param begin  timeline position of the block
-void Count(const sonrel::AudioTrackMetrics& block, long long begin, SignalSummary& signal) {
-    for (int channel = 0; channel < 2; ++channel) {
-        signal.peak[channel] = std::max(signal.peak[channel], block.peak[channel]);
-    }
-    CountClip(block, begin, signal);
-}
-
-const char* ChannelsOf(const ClipRange& range) {
-    if (range.clipped[0] && range.clipped[1]) return "both";
-    return range.clipped[0] ? "left" : "right";
-}
-
 Json ClipsJson(const std::vector<ClipRange>& clips, const FrameGrid& grid) {
     Json list = Json::Array();
     for (const ClipRange& range : clips) {
@@ -52,7 +25,7 @@ Json ClipsJson(const std::vector<ClipRange>& clips, const FrameGrid& grid) {
                                   {"to", FormatTimecode(range.span.end, grid)},
                                   {"fromSample", range.span.start},
                                   {"toSample", range.span.end},
-                                  {"channels", ChannelsOf(range)}}));
+                                  {"channels", ClippedChannels(range)}}));
     }
     return list;
 }
@@ -61,7 +34,7 @@ std::string ClipsText(const std::vector<ClipRange>& clips, const FrameGrid& grid
     std::string text;
     for (std::size_t i = 0; i < std::min(MAX_LISTED_CLIPS, clips.size()); ++i) {
         text += "    clips from " + FormatTimecode(clips[i].span.start, grid) + " to " +
-                FormatTimecode(clips[i].span.end, grid) + ", " + ChannelsOf(clips[i]) + "\n";
+                FormatTimecode(clips[i].span.end, grid) + ", " + ClippedChannels(clips[i]) + "\n";
     }
     if (clips.size() > MAX_LISTED_CLIPS) {
         text +=
@@ -125,29 +98,6 @@ Json ReportHead(const MixOptions& options, const FrameGrid& grid, bool isTimelin
     return report;
 }
 
-MeterBlocks BlocksOf(const sonrel::AudioMixer& mixer) {
-    return {mixer.MeterBlockCount(),
-            [&mixer](unsigned long long index) { return mixer.MetricsForBlock(index); }};
-}
-
-MeterSummary Summarize(const MeterBlocks& blocks, const std::vector<std::string>& trackNames,
-                       long long firstSample) {
-    MeterSummary summary;
-    summary.master.name = "master";
-    for (const std::string& name : trackNames) summary.tracks.push_back({name, {}, {}, {}});
-    long long begin = firstSample;
-    for (unsigned long long i = 0; i < blocks.count; ++i) {
-        const sonrel::AudioMetrics block = blocks.at(i);
-        const std::size_t tracks = std::min(summary.tracks.size(), block.trackMetrics.size());
-        for (std::size_t track = 0; track < tracks; ++track) {
-            Count(block.trackMetrics[track], begin, summary.tracks[track]);
-        }
-        Count(block.masterMetrics, begin, summary.master);
-        begin += block.masterMetrics.sampleCount;
-    }
-    return summary;
-}
-
 Json MetersJson(const MeterBlocks& blocks, const std::vector<std::string>& trackNames, int rate,
                 int blockFrames, long long firstSample) {
     Json document;
@@ -171,19 +121,6 @@ Json MetersJson(const MeterBlocks& blocks, const std::vector<std::string>& track
     }
     document["master"]["blocks"] = std::move(master);
     return document;
-}
-
-std::string ClippingText(const SignalSummary& signal, const FrameGrid& grid) {
-    long long samples = 0;
-    for (const ClipRange& range : signal.clips) samples += range.span.Count();
-    const zrtl::FrameRange first = signal.clips.front().span;
-    const bool isOne = signal.clips.size() == 1;
-    return (isOne ? ""
-                  : "at " + std::to_string(signal.clips.size()) + " places, " +
-                        FormatNumber(static_cast<double>(samples) / grid.rate, 1) +
-                        " s in all, first ") +
-           std::string("from ") + FormatTimecode(first.start, grid) + " to " +
-           FormatTimecode(first.end, grid);
 }
 
 std::string HeadText(const std::string& output, const FrameGrid& grid, long long samples) {

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "host/mix/MixSummary.h"
 
+#include "host/measure/LevelSummary.h"
 #include "host/shell/Text.h"
 
 namespace orlo::host {
 
 namespace {
-
-constexpr const char* LOWER_THE_LEVELS =
-    "lower the levels, or mix with --normalize LUFS, such as --normalize -23";
 
 std::string WrittenText(long long samples, const LoudnessMeter& loudness, const FrameGrid& grid) {
     const std::optional<double> lufs = loudness.IntegratedLufs();
@@ -40,18 +38,7 @@ void AddTrackClipping(const MeterSummary& meters, const FrameGrid& grid, Summary
 void SummarizeMix(long long samples, const LoudnessMeter& loudness, const MeterSummary* meters,
                   const FrameGrid& grid, Summary& summary) {
     summary.AddRight(WrittenText(samples, loudness, grid));
-    const std::optional<double> peak = loudness.TruePeakDb();
-    const bool clips = meters != nullptr && !meters->master.clips.empty();
-    if (!peak) {
-        summary.AddAttention("the mix is silent", "check its clips, mutes, solos and levels");
-    } else if (clips) {
-        summary.AddAttention("the mix clips " + ClippingText(meters->master, grid),
-                             LOWER_THE_LEVELS);
-    } else if (*peak > 0.0) {
-        summary.AddAttention(
-            "the true peak is " + FormatNumber(*peak, 1) + " dBTP: players may distort it",
-            LOWER_THE_LEVELS);
-    }
+    SummarizeLevels(loudness, meters != nullptr ? &meters->master : nullptr, grid, summary);
     if (meters != nullptr) AddTrackClipping(*meters, grid, summary);
 }
 

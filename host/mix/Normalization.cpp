@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "host/mix/Loudness.h"
+#include "host/measure/Loudness.h"
 #include "host/mix/MixReport.h"
 #include "host/shell/Text.h"
 #include "host/timeline/Levels.h"

@@ -9,7 +9,6 @@
 #include "host/media/DuckedTracks.h"
 #include "host/media/InputProtection.h"
 #include "host/media/MixPreparation.h"
-#include "host/mix/Loudness.h"
 #include "host/mix/MixOutputs.h"
 #include "host/mix/MixPart.h"
 #include "host/mix/MixRender.h"
@@ -19,6 +18,7 @@
 #include "host/shell/Text.h"
 #include "host/timeline/Input.h"
 #include "host/timeline/MediaComparison.h"
+#include "host/timeline/NestedChoice.h"
 #include "host/timeline/Positions.h"
 #include "host/timeline/SoundingTracks.h"
 #include "host/timeline/Strictness.h"
@@ -32,18 +32,6 @@ namespace {
 
 using sonrel::AudioMixer;
 
-/// The nested item that --composition names; null without --composition.
-const otio::PlacedClip* WantedComposition(const otio::Arrangement& arrangement,
-                                          const MixOptions& options) {
-    if (!options.composition) return nullptr;
-    const otio::PlacedClip* item = otio::FindNested(arrangement.tracks, *options.composition);
-    if (item == nullptr) {
-        throw UsageError("the timeline " + Quoted(options.input) + " has no nested item " +
-                         Quoted(*options.composition) + "; 'sonrel info' lists their names");
-    }
-    return item;
-}
-
 /// Mixes a timeline, or one of its nested items, stage by stage.
 class TimelineMix {
 public:
@@ -52,7 +40,7 @@ public:
           options_(options),
           import_(ReadTimeline(options.input, global, {options.audioFrom, options.retime})),
           grid_(GridOf(import_.arrangement)),
-          nested_(WantedComposition(import_.arrangement, options)),
+          nested_(FindComposition(import_.arrangement, options.input, options.composition)),
           media_(CollectMedia(nested_ != nullptr ? nested_->composition->tracks
                                                  : import_.arrangement.tracks)),
           missing_(MissingMedia(media_)),

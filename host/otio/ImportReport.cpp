@@ -11,6 +11,10 @@ constexpr std::size_t NAMED_PLACES = 8;
 /// Places of nested items are long. Further places are not named when the text has this size.
 constexpr std::size_t MAX_PLACES_SIZE = 400;
 
+bool HasMore(const std::vector<SourceLocation>& places, int count) {
+    return places.size() == NAMED_PLACES && count > static_cast<int>(NAMED_PLACES);
+}
+
 }  // namespace
 
 const char* SeverityName(Severity severity) {
@@ -23,6 +27,10 @@ const char* SeverityName(Severity severity) {
             break;
     }
     return "note";
+}
+
+bool ImportReport::Entry::HasMorePlaces() const {
+    return HasMore(places, count);
 }
 
 void ImportReport::Add(const std::string& what, const SourceLocation& place,
@@ -52,17 +60,15 @@ std::string ImportReport::PlacesText(const Group& group) {
         text += next;
         last = &place;
     }
-    const bool hasMore =
-        group.places.size() == NAMED_PLACES && group.count > static_cast<int>(NAMED_PLACES);
-    return hasMore ? text + " and more" : text;
+    return HasMore(group.places, group.count) ? text + " and more" : text;
 }
 
 std::vector<ImportReport::Entry> ImportReport::Entries() const {
     std::vector<Entry> entries;
     entries.reserve(groups_.size());
     for (const Group& group : groups_) {
-        entries.push_back(
-            {group.what, PlacesText(group), group.reason, group.count, group.severity});
+        entries.push_back({group.what, PlacesText(group), group.places, group.reason, group.count,
+                           group.severity});
     }
     std::stable_sort(entries.begin(), entries.end(),
                      [](const Entry& a, const Entry& b) { return a.severity < b.severity; });

@@ -24,11 +24,15 @@ const char* SeverityName(Severity severity);
 class ImportReport {
 public:
     struct Entry {
-        std::string what;    ///< kind of the part: "transition", "effect 'Blur'"
-        std::string where;   ///< the first places, at most eight
-        std::string reason;  ///< the reason and the consequence
+        std::string what;                    ///< kind of the part: "transition", "effect 'Blur'"
+        std::string where;                   ///< the first places, at most eight
+        std::vector<SourceLocation> places;  ///< the same
+        std::string reason;                  ///< the reason and the consequence
         int count = 0;
         Severity severity = Severity::Change;
+
+        /// Whether the entry has more places than listed.
+        bool HasMorePlaces() const;
     };
 
     /// Adds a part. Parts of the same kind with the same reason and severity share an entry.

@@ -3,6 +3,7 @@
 
 #include "host/output/EncodedWriter.h"
 #include "host/output/SoundFormat.h"
+#include "host/output/StandardOutput.h"
 #include "host/output/WavStream.h"
 #include "host/output/WavWriter.h"
 

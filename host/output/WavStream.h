@@ -6,9 +6,6 @@
 
 namespace orlo::host {
 
-/// The name of an output that is standard output.
-constexpr const char* STANDARD_OUTPUT = "-";
-
 /// Writes a WAV, or RF64 beyond 4 GiB, to standard output. A failure leaves the stream short.
 class WavStream : public SoundWriter {
 public:
@@ -22,8 +19,5 @@ public:
 private:
     OutputStream stream_;
 };
-
-/// Refuses standard output that is closed or a terminal. @throws JobError or UsageError
-void CheckStandardOutput();
 
 }  // namespace orlo::host

@@ -25,10 +25,15 @@ std::string RowText(const std::string& label, const std::string& text) {
 
 std::string Summary::Text() const {
     std::string text = "summary\n";
-    for (const Row& row : right_) text += RowText(row.label, row.text);
-    for (const Row& row : attention_) text += RowText(row.label, row.text);
+    for (const SummaryRow& row : Rows()) text += RowText(row.label, row.text);
     if (attention_.empty()) text += RowText("attention", "nothing");
     return text;
+}
+
+std::vector<SummaryRow> Summary::Rows() const {
+    std::vector<SummaryRow> rows = right_;
+    rows.insert(rows.end(), attention_.begin(), attention_.end());
+    return rows;
 }
 
 std::string Counted(long long count, const std::string& noun) {

@@ -6,6 +6,12 @@
 
 namespace orlo::host {
 
+/// A statement of a summary.
+struct SummaryRow {
+    const char* label;  ///< "right", "attention" or "to do"
+    std::string text;
+};
+
 /// The end of a report: the counts of clips in order, the problems, and a remedy for each.
 class Summary {
 public:
@@ -22,14 +28,12 @@ public:
     /// last.
     std::string Text() const;
 
-private:
-    struct Row {
-        const char* label;
-        std::string text;
-    };
+    /// The statements in the order of the text.
+    std::vector<SummaryRow> Rows() const;
 
-    std::vector<Row> right_;
-    std::vector<Row> attention_;
+private:
+    std::vector<SummaryRow> right_;
+    std::vector<SummaryRow> attention_;
 };
 
 /// A number with its noun: "1 clip", "2 clips".

@@ -65,7 +65,7 @@ void AddFaultyClips(const ClipTally& clips, Summary& summary) {
     const int unread = clips.unread + clips.unreadPictures;
     if (unread > 0) {
         summary.AddAttention("the media of " + Counted(unread, "clip") + " cannot be read",
-                             "replace the media files that have an error in the list above");
+                             "replace the media files that have an error in the list");
     }
     if (clips.soundless > 0) {
         summary.AddAttention(
@@ -81,7 +81,7 @@ void AddFaultyClips(const ClipTally& clips, Summary& summary) {
                                  ": silent for up to " + FormatNumber(clips.longestSilence, 3) +
                                  " s",
                              "shorten the clips, or link the right media files; the timecodes are "
-                             "in the list above");
+                             "in the list");
     }
 }
 
@@ -116,7 +116,7 @@ void AddOtherEntries(const otio::ImportReport& report, const ClipTally& clips, S
     if (kinds.size() > MAX_NAMED_KINDS) names += " and others";
     summary.AddAttention(Counted(total, "part") + (total == 1 ? " is" : " are") +
                              " not imported, changed or guessed: " + names,
-                         "compare with the edit; the places and reasons are in the list above");
+                         "compare with the edit; the places and reasons are in the list");
 }
 
 }  // namespace

@@ -6,10 +6,10 @@
 #include <limits>
 #include <utility>
 
+#include "host/measure/Loudness.h"
 #include "host/media/DuckedTracks.h"
 #include "host/media/MixPreparation.h"
 #include "host/media/ReadCheck.h"
-#include "host/mix/Loudness.h"
 #include "host/mix/MixOptions.h"
 #include "host/mix/MixRender.h"
 #include "host/mix/Normalization.h"

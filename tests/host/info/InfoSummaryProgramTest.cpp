@@ -73,9 +73,9 @@ TEST_F(InfoSummaryProgram, EndsWithWhatIsRightWhatNeedsAttentionAndWhatToDo) {
               "  attention  2 clips ask for more than their media files have: silent for up to\n"
               "             0.8 s\n"
               "  to do      shorten the clips, or link the right media files; the timecodes are\n"
-              "             in the list above\n"
+              "             in the list\n"
               "  attention  1 part is not imported, changed or guessed: effect 'Blur' (1)\n"
-              "  to do      compare with the edit; the places and reasons are in the list above\n");
+              "  to do      compare with the edit; the places and reasons are in the list\n");
 }
 
 TEST_F(InfoSummaryProgram, NotesNeedNoAttention) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/mix/Loudness.h"
+#include "host/measure/Loudness.h"
 
 #include <algorithm>
 

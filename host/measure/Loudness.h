@@ -29,6 +29,8 @@ public:
     /// @param frames  2 * count values, left first
     void Add(const short* frames, std::size_t count);
 
+    /// The meter of the whole mix.
+    const sonrel::LoudnessMeter& Meter() const { return meter_; }
     /// Integrated loudness in LUFS; empty when the whole mix is below the gate of -70 LUFS or
     /// shorter than one block of 0.4 seconds.
     std::optional<double> IntegratedLufs() const { return meter_.IntegratedLufs(); }
