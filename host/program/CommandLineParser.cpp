@@ -23,6 +23,7 @@
 #include "host/play/PlayCommand.h"
 #include "host/program/ParseErrorMessage.h"
 #include "host/program/ProgramNotes.h"
+#include "host/report/ReportCommand.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Version.h"
 #include "host/verify/VerifyCommand.h"
@@ -84,6 +85,8 @@ void AddCommands(CLI::App& app, CommandLine& line) {
     Add(app, line, "plan", "Divide mix, conform or peaks among machines", DeclarePlanOptions,
         RunPlan);
     Add(app, line, "play", "Play on the sound device", DeclarePlayOptions, RunPlay);
+    Add(app, line, "report", "Write a page that shows a timeline and its levels",
+        DeclareReportOptions, RunReport);
     Add(app, line, "waveform", "Draw the waveform of a media file", DeclareWaveformOptions,
         RunWaveform);
     Add(app, line, "cache", "List, check and clean the media cache", DeclareCacheOptions, RunCache);

@@ -302,6 +302,11 @@ tidy_sources() {
 # The pages and the reference: every public name has a documentation, and every link has a target.
 documentation() { check "Site of the documentation" tools/docs/site build/site; }
 
+# Pages of reports in headless Chromium. Screenshots are kept in build/report.
+report_pages() {
+    check "Pages of reports" tests/report/report_pages.py build/release/host/sonrel
+}
+
 # Each file names its licence, in its first lines or in .reuse/dep5.
 licences() { check "Licence of every file" reuse lint; }
 

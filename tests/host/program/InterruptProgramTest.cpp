@@ -121,6 +121,7 @@ INSTANTIATE_TEST_SUITE_P(
         Phase{"WaveformThatDraws",
               {"waveform", "@minutes.wav", "-o", "@out.png", "--size", "8192x8192"},
               EndOf("5760000")},
+        Phase{"Report", {"report", "@edit.otio", "-o", "@out.html"}, Step("measure")},
         Phase{"AlignThatConforms", {"align", "@long.wav", "@minute.wav"}, Step("conform")},
         Phase{"Align", {"align", "@minutes.wav", "@minute.wav"}, Step("align")},
         Phase{"PlayThatConforms", {"play", "@long.wav", "--output", "@out.wav"}, Step("conform")},

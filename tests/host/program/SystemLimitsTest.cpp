@@ -58,6 +58,7 @@ protected:
                 {"conform", "@a.wav", "@b.wav", "--jobs", "2"},
                 {"mix", "@edit.otio", "-o", "@m.wav"},
                 {"peaks", "@a.wav", "@b.wav"},
+                {"report", "@edit.otio", "-o", "@r.html"},
                 {"waveform", "@a.wav", "-o", "@w.png"},
                 {"align", "@b.wav", "@a.wav"},
                 {"play", "@edit.otio", "--output", "@p.wav"},
@@ -77,7 +78,7 @@ protected:
         for (const char* name : {"media.db", "media.db-wal", "media.db-shm"}) {
             fs::remove(shop_.Path(name));
         }
-        for (const char* name : {"m.wav", "w.png", "p.wav"}) fs::remove(shop_.Work(name));
+        for (const char* name : {"m.wav", "r.html", "w.png", "p.wav"}) fs::remove(shop_.Work(name));
         if (arguments.front() == "cache") shop_.Run({"conform", "@a.wav", "@b.wav"});
         return Start(arguments, resource, max).Wait();
     }
@@ -103,7 +104,7 @@ protected:
 
     /// The output of a command; empty when it has none.
     std::string Output() const {
-        for (const char* name : {"m.wav", "w.png", "p.wav"}) {
+        for (const char* name : {"m.wav", "r.html", "w.png", "p.wav"}) {
             if (fs::exists(shop_.Work(name))) return ReadFile(shop_.Work(name));
         }
         return {};
