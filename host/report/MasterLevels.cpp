@@ -43,7 +43,7 @@ std::string PeakText(float peak) {
 MasterLevels MeasureMix(AudioMixer& mixer, const std::shared_ptr<project::Project>& project,
                         const std::shared_ptr<project::CompositionAsset>& composition,
                         const FrameGrid& grid, const zrtl::FrameRange& span, Progress& progress) {
-    const auto sequence = project->Sequence();
+    const auto& sequence = project->Sequence();
     const ReadSamples read = [&](long long position, int count, unsigned char* buffer) {
         const int bytes = count * zrtl::FRAME_BYTES;
         return composition

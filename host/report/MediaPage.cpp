@@ -12,6 +12,7 @@
 #include "host/shell/Errors.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
+#include "host/timeline/UnusedSound.h"
 
 namespace orlo::host {
 
@@ -94,6 +95,8 @@ private:
         Summary summary;
         SummarizeLevels(levels_->loudness, nullptr, grid_, summary);
         SummarizeWaves(peaks_, summary);
+        const std::string unused = UnusedSoundOfInput(path_, options_.sound.Choice());
+        if (!unused.empty()) summary.AddAttention(unused, CHOOSE_SOUND);
         return summary;
     }
 
