@@ -9,7 +9,7 @@ void DeclareReportOptions(CLI::App& command, ReportOptions& options) {
     DeclareInput(command, options.input, "Timeline or media file");
     command.add_option("-o", options.output, "Page to write: .html or .htm")
         ->required()
-        ->type_name("REPORT.html")
+        ->type_name("OUT.html")
         ->check(Name());
     command.add_option("--from", options.from, "First position (default: 0)")->type_name("P");
     command.add_option("--to", options.to, "Position after the last one (default: the end)")
