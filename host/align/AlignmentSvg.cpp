@@ -69,7 +69,7 @@ std::string TextAt(double x, double baseline, const std::string& text) {
 /// A text of one row that fits between the left and the right edge.
 std::string Fitted(const std::string& text, int width) {
     const int columns = width / CHARACTER;
-    const std::string line = OneLine(text);
+    std::string line = OneLine(text);
     if (ColumnsOf(line) <= columns) return line;
     return CutToColumns(line, columns - 1) + "\xE2\x80\xA6";
 }

@@ -17,6 +17,7 @@ constexpr int TEXT_BASELINE = 17;  ///< of the labels of the ruler, from its top
 constexpr int ASCENT = 9;          ///< rows from the top of a label to its baseline
 constexpr int TICK_LENGTH = 3;
 constexpr int MARGIN = 4;
+constexpr int LABEL_GAP_TO_TICK = 2;
 constexpr double MIN_CLIP_WIDTH = 2.0;
 
 int WidestOf(const std::vector<std::string>& texts, const TextWidth& widthOf) {
@@ -31,6 +32,7 @@ std::vector<AmplitudeLane> LanesOf(const WaveformOptions& options, int channels,
     if (options.style != Style::ChannelLanes) return {{0, rows, options.scale, false}};
     const int height = LaneHeight(options, rows, channels);
     std::vector<AmplitudeLane> lanes;
+    lanes.reserve(static_cast<std::size_t>(channels));
     for (int channel = 0; channel < channels; ++channel) {
         lanes.push_back({channel * height, height, options.scale, false});
     }
@@ -104,8 +106,9 @@ private:
             for (const AmplitudeTick& tick : AmplitudeTicks(lane, options_.axis, LABEL_ROWS)) {
                 const int right = area.left - 1 - TICK_LENGTH;
                 Mark("tick", right, tick.row, TICK_LENGTH, 1, colors_.ink);
-                Label("amplitude", right - MARGIN / 2 - widthOf_(tick.label),
-                      LabelTop(lane, tick.row, LABEL_ROWS) + ASCENT + 1, tick.label, colors_.ink);
+                const int left = right - LABEL_GAP_TO_TICK - widthOf_(tick.label);
+                Label("amplitude", left, LabelTop(lane, tick.row, LABEL_ROWS) + ASCENT + 1,
+                      tick.label, colors_.ink);
             }
         }
     }

@@ -93,7 +93,9 @@ private:
             for (int column = 0; column < static_cast<int>(bitmap.width); ++column) {
                 const int x = pen + glyph->bitmap_left + column - mask.left;
                 if (x < 0 || x >= mask.width) continue;
-                unsigned char& pixel = mask.coverage[static_cast<std::size_t>(y * mask.width + x)];
+                unsigned char& pixel = mask.coverage[static_cast<std::size_t>(y) *
+                                                         static_cast<std::size_t>(mask.width) +
+                                                     static_cast<std::size_t>(x)];
                 pixel = std::max(pixel, bitmap.buffer[row * bitmap.pitch + column]);
             }
         }
