@@ -247,10 +247,7 @@ TEST_F(ReportProgram, StandardOutputHasThePageAndStandardErrorItsText) {
     EXPECT_TRUE(piped.out == Page());
     EXPECT_TRUE(piped.err.starts_with("standard output: 0:00:04.000, 2 lanes, ")) << piped.err;
     EXPECT_EQ(shop_.Run({"report", "@edit.otio", "-o", "-", "--json"}).exitCode, 2);
-    EXPECT_EQ(RunBash(shop_,
-                      "set -o pipefail; \\$sonrel report edit.otio -o - 2>/dev/null | "
-                      "head -c 10 >/dev/null"),
-              1);
+    EXPECT_EQ(RunBash(shop_, "\\$sonrel report edit.otio -o - >/dev/full 2>/dev/null"), 1);
 }
 
 TEST_F(ReportProgram, WrongOptionsAreRefused) {
