@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "host/report/PageTexts.h"
+#include "host/shell/Summary.h"
 #include "host/shell/Text.h"
 #include "host/timeline/ClipTexts.h"
 

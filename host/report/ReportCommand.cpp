@@ -12,6 +12,7 @@
 #include "host/report/PageWriter.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
+#include "host/shell/Summary.h"
 #include "host/shell/Text.h"
 
 namespace orlo::host {
