@@ -35,6 +35,7 @@ void CheckOptions(const Json& value, const std::string& key) {
         if (!IsRecordedOption("--" + name)) {
             throw JsonRuleError(key + "." + OneLine(name) + " does not belong there");
         }
+        // NOLINTNEXTLINE(performance-inefficient-string-concatenation)  a key for each option
         CheckOption(option, key + "." + name);
     }
 }
@@ -175,7 +176,7 @@ std::string PathFromFolderOf(const std::string& base, const std::string& path) {
 
 std::string InputOfManifest(const Json& manifest, const std::string& path) {
     const Json& input = *manifest.Find("input");
-    const std::string near =
+    std::string near =
         (RealFolderOf(path) / input.Find("relative")->AsString()).lexically_normal().string();
     if (Exists(near)) return near;
     const std::string& given = input.Find("path")->AsString();

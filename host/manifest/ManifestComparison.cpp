@@ -187,9 +187,10 @@ std::string FirstDifference(const Json& one, const Json& other, const std::strin
     if (one.IsObject() && other.IsObject()) {
         for (const auto& [name, value] : one.AsObject()) {
             const Json* match = other.Find(name);
-            const std::string inner = key + "." + name;
+            // NOLINTNEXTLINE(performance-inefficient-string-concatenation)  a key for each value
+            std::string inner = key + "." + name;
             if (match == nullptr) return inner;
-            const std::string found = FirstDifference(value, *match, inner);
+            std::string found = FirstDifference(value, *match, inner);
             if (!found.empty()) return found;
         }
         return one.AsObject().size() == other.AsObject().size() ? std::string() : key;
@@ -197,8 +198,8 @@ std::string FirstDifference(const Json& one, const Json& other, const std::strin
     if (one.IsArray() && other.IsArray()) {
         if (one.AsArray().size() != other.AsArray().size()) return key;
         for (std::size_t i = 0; i < one.AsArray().size(); ++i) {
-            const std::string found = FirstDifference(one.AsArray()[i], other.AsArray()[i],
-                                                      key + "[" + std::to_string(i) + "]");
+            std::string found = FirstDifference(one.AsArray()[i], other.AsArray()[i],
+                                                key + "[" + std::to_string(i) + "]");
             if (!found.empty()) return found;
         }
         return {};
