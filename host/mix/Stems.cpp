@@ -91,6 +91,7 @@ std::vector<std::unique_ptr<SoundWriter>> OpenStems(const std::string& folder,
                                                     long long frames) {
     MakeFolder(folder);
     std::vector<std::unique_ptr<SoundWriter>> writers;
+    writers.reserve(paths.size());
     for (const std::string& path : paths) {
         writers.push_back(std::make_unique<WavWriter>(path, guard, rate, frames));
     }
@@ -98,6 +99,7 @@ std::vector<std::unique_ptr<SoundWriter>> OpenStems(const std::string& folder,
 }
 
 Stems::Stems(std::vector<std::unique_ptr<SoundWriter>> writers) {
+    stems_.reserve(writers.size());
     for (std::unique_ptr<SoundWriter>& writer : writers) {
         stems_.push_back(std::make_unique<Stem>(std::move(writer)));
     }

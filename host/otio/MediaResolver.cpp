@@ -145,7 +145,7 @@ std::optional<std::string_view> MediaResolver::PathOfFileUrl(std::string_view re
 
 /// A relative path of another system has backslashes, which may be characters of a file name here.
 MediaLocation MediaResolver::LocateWithSlashes(const std::string& path) const {
-    const MediaLocation location = Locate(path);
+    MediaLocation location = Locate(path);
     if (path.find('\\') == std::string::npos || exists_(location.path)) return location;
     std::string slashes = path;
     std::replace(slashes.begin(), slashes.end(), '\\', '/');

@@ -175,7 +175,7 @@ std::string PageLanes::TimesText(double start, double end) const {
 }
 
 std::string PageLanes::NewElement(const otio::SourceLocation& place) {
-    const std::string id = "p" + std::to_string(++count_);
+    std::string id = "p" + std::to_string(++count_);
     elements_.emplace(ToText(place), id);
     return id;
 }

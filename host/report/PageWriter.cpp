@@ -99,8 +99,9 @@ std::string PlacesOf(const PageEntry& entry) {
     std::string html;
     for (const PagePlace& place : entry.places) {
         if (!html.empty()) html += "; ";
-        const std::string text = XmlText(place.text);
-        html += place.id.empty() ? text : "<a href=\"#" + place.id + "\">" + text + "</a>";
+        if (!place.id.empty()) html.append("<a href=\"#").append(place.id).append("\">");
+        html += XmlText(place.text);
+        if (!place.id.empty()) html += "</a>";
     }
     return html + (entry.hasMore ? " and more" : "");
 }
@@ -111,11 +112,12 @@ std::string EntriesOf(const ReportPage& page) {
     html += "<ol class=\"entries\">\n";
     for (const PageEntry& entry : page.entries) {
         const std::string severity = otio::SeverityName(entry.severity);
-        html += "<li class=\"" + severity + "\"><em>" + severity + "</em><b>" +
-                XmlText(entry.what) + "</b>";
-        if (entry.count > 1) html += " (" + std::to_string(entry.count) + " times)";
-        html += ": " + XmlText(entry.reason) + " <span class=\"places\">" + PlacesOf(entry) +
-                "</span></li>\n";
+        html.append("<li class=\"").append(severity).append("\"><em>").append(severity);
+        html.append("</em><b>").append(XmlText(entry.what)).append("</b>");
+        if (entry.count > 1)
+            html.append(" (").append(std::to_string(entry.count)).append(" times)");
+        html.append(": ").append(XmlText(entry.reason)).append(" <span class=\"places\">");
+        html.append(PlacesOf(entry)).append("</span></li>\n");
     }
     return html + "</ol></section>\n";
 }

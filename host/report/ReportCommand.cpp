@@ -64,7 +64,8 @@ std::string HeadText(const ReportOptions& options, const ReportPage& page, std::
     std::string text = name + ": " + FormatDuration(page.duration) + ", " +
                        Counted(static_cast<long long>(page.lanes.size()), "lane") + ", " +
                        Counted(static_cast<long long>(bytes), "byte") + "\n";
-    for (const auto& [label, value] : page.loudness) text += "  " + label + ": " + value + "\n";
+    for (const auto& [label, value] : page.loudness)
+        text.append("  ").append(label).append(": ").append(value).append("\n");
     return text;
 }
 
