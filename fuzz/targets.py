@@ -18,7 +18,7 @@ def sources(folder, *names):
 
 PEAKS = (sources("sonrel/cache", "CacheFileCheck", "PeakFile", "PeakFolds", "PeakHeader") +
          sources("sonrel/waveform", "*"))
-DATABASE = sources("sonrel/database", "CacheLedger", "DatabaseSchema", "MediaDB", "RecordTable",
+DATABASE = sources("sonrel/database", "CacheLedger", "DatabaseSchema", "MediaDB", "Record*",
                    "Sqlite")
 CONFORMED = sources("sonrel/conformed", "ConformedAudioFile", "ConformedFileCheck",
                     "ConformedFileLayout", "RecentConformedFiles")

@@ -1,44 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/database/CacheLedger.h"
 
-#include <sys/stat.h>
-
-#include "sonrel/base/Paths.h"
-#include "sonrel/database/detail/DatabaseSchema.h"
+#include "sonrel/database/detail/OpenRecordDatabase.h"
 #include "sonrel/database/detail/RecordTable.h"
-#include "sonrel/database/detail/Sqlite.h"
 
 namespace orlo::project {
 
 namespace {
 
-using Mode = SqliteConnection::Mode;
-
-std::unique_ptr<SqliteConnection> OpenAs(std::wstring const& path, Mode mode) {
-    auto connection = std::make_unique<SqliteConnection>(path, mode);
-    PrepareDatabaseSchema(*connection, SchemaWork::Reading, DatabaseSchemaSteps());
-    return connection;
-}
-
-/// Whether a write-ahead log contains changes that the database file does not contain yet.
-bool HasPendingLog(std::wstring const& path) {
-    struct stat status = {};
-    return stat((zrtl::ToUtf8(path) + "-wal").c_str(), &status) == 0 && status.st_size > 0;
-}
-
-/// A database in a read-only folder cannot have lock files. No program writes it then, and it is
-/// read without locks.
-std::unique_ptr<SqliteConnection> OpenToLook(std::wstring const& path) {
-    try {
-        return OpenAs(path, Mode::Existing);
-    } catch (const DatabaseError& error) {
-        const bool noSideFiles = error.Code() == SQLITE_CANTOPEN || error.Code() == SQLITE_READONLY;
-        if (!noSideFiles || HasPendingLog(path)) throw;
-    }
-    return OpenAs(path, Mode::Frozen);
-}
-
-CacheRecord RecordOf(CacheFileKind kind, const RecordTable& table, const SqliteRun& row,
+CacheRecord RecordOf(CacheFileKind kind, const RecordTable& table, const StatementRun& row,
                      long long lastUseMs, std::optional<std::uint64_t> checksum) {
     const bool hasRate = kind == CacheFileKind::Conformed;
     return {kind,
@@ -59,10 +29,10 @@ RecordKey KeyOf(CacheRecord const& record) {
 
 struct CacheLedgerImpl {
     explicit CacheLedgerImpl(std::wstring const& path)
-        : connection(OpenToLook(path)),
-          conformed(*connection, RecordTable::Kind::Conformed),
-          peak(*connection, RecordTable::Kind::Peak),
-          vfr(*connection, RecordTable::Kind::Vfr) {}
+        : database(OpenRecordDatabaseToLook(path)),
+          conformed(*database, RecordTable::Kind::Conformed),
+          peak(*database, RecordTable::Kind::Peak),
+          vfr(*database, RecordTable::Kind::Vfr) {}
 
     RecordTable& Table(CacheFileKind kind) {
         switch (kind) {
@@ -76,7 +46,7 @@ struct CacheLedgerImpl {
         return vfr;
     }
 
-    std::unique_ptr<SqliteConnection> connection;
+    std::unique_ptr<RecordDatabase> database;
     RecordTable conformed;
     RecordTable peak;
     RecordTable vfr;
@@ -92,7 +62,7 @@ std::vector<CacheRecord> CacheLedger::Records() const {
     for (const CacheFileKind kind :
          {CacheFileKind::Conformed, CacheFileKind::Peak, CacheFileKind::Vfr}) {
         RecordTable& table = impl_->Table(kind);
-        table.List([&](const SqliteRun& row, long long lastUseMs, auto checksum) {
+        table.List([&](const StatementRun& row, long long lastUseMs, auto checksum) {
             records.push_back(RecordOf(kind, table, row, lastUseMs, checksum));
         });
     }
@@ -103,7 +73,7 @@ std::vector<CacheRecord> CacheLedger::RecordsOf(CacheFileKind kind,
                                                 std::wstring const& mediaPath) const {
     std::vector<CacheRecord> records;
     RecordTable& table = impl_->Table(kind);
-    table.ListOf(mediaPath, [&](const SqliteRun& row, long long lastUseMs, auto checksum) {
+    table.ListOf(mediaPath, [&](const StatementRun& row, long long lastUseMs, auto checksum) {
         records.push_back(RecordOf(kind, table, row, lastUseMs, checksum));
     });
     return records;

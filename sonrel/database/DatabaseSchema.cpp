@@ -68,7 +68,7 @@ std::uint32_t BigEndian(const unsigned char* bytes) {
            static_cast<std::uint32_t>(bytes[2]) << 8 | bytes[3];
 }
 
-/// @throws DatabaseError when the file belongs to another program, or is newer than @p latest
+/// @throws SqliteError when the file belongs to another program, or is newer than @p latest
 void RefuseStrangers(const SqliteConnection& connection, const Identity& identity,
                      long long latest) {
     if (identity.IsEmpty()) return;
@@ -87,7 +87,7 @@ void RefuseStrangers(const SqliteConnection& connection, const Identity& identit
 /// journal, so that none of these is created or applied for a file that is not ours. The file is
 /// read through the descriptor of the connection: closing a second descriptor would drop the locks
 /// of every connection of this process to the file.
-/// @throws DatabaseError when the bytes are not those of a database
+/// @throws SqliteError when the bytes are not those of a database
 Identity ReadHeader(const SqliteConnection& connection) {
     sqlite3_file* file = nullptr;
     const int code =
@@ -107,12 +107,12 @@ Identity ReadHeader(const SqliteConnection& connection) {
             BigEndian(header + 40)};
 }
 
-/// @throws DatabaseError when the first bytes belong to another program or are newer, twice in a
+/// @throws SqliteError when the first bytes belong to another program or are newer, twice in a
 ///         row: a single time can be the moment in which another connection of ours writes them
 void RefuseStrangersByHeader(const SqliteConnection& connection, long long latest) {
     try {
         RefuseStrangers(connection, ReadHeader(connection), latest);
-    } catch (const DatabaseError&) {
+    } catch (const SqliteError&) {
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
         RefuseStrangers(connection, ReadHeader(connection), latest);
     }
@@ -135,7 +135,7 @@ void UseWriteAheadLog(SqliteConnection& connection) {
         try {
             connection.QueryText("PRAGMA journal_mode=WAL");
             return;
-        } catch (const DatabaseError& error) {
+        } catch (const SqliteError& error) {
             const bool locked = error.Code() == SQLITE_BUSY || error.Code() == SQLITE_LOCKED;
             if (!locked || std::chrono::steady_clock::now() >= deadline) throw;
         }

@@ -3,37 +3,30 @@
 
 #include <string>
 
-#include "sonrel/database/detail/DatabaseHooks.h"
-#include "sonrel/database/detail/DatabaseSchema.h"
+#include "sonrel/database/detail/OpenRecordDatabase.h"
 #include "sonrel/database/detail/RecordTable.h"
-#include "sonrel/database/detail/Sqlite.h"
-#include "sonrel/files/RegularFile.h"
 
 namespace orlo::project {
 
 struct MediaDBImpl {
-    MediaDBImpl(std::wstring const& path, bool createAndMigrate)
-        : connection(path, createAndMigrate ? SqliteConnection::Mode::Create
-                                            : SqliteConnection::Mode::Existing),
-          status(PrepareDatabaseSchema(
-              connection, createAndMigrate ? SchemaWork::Allowed : SchemaWork::Forbidden,
-              DatabaseSchemaSteps())),
-          conformed(connection, RecordTable::Kind::Conformed),
-          peak(connection, RecordTable::Kind::Peak),
-          vfr(connection, RecordTable::Kind::Vfr) {}
+    MediaDBImpl(std::wstring const& path, std::wstring const& cacheFolder, bool createAndMigrate)
+        : database(OpenRecordDatabase(path, cacheFolder, createAndMigrate, &status)),
+          conformed(*database, RecordTable::Kind::Conformed),
+          peak(*database, RecordTable::Kind::Peak),
+          vfr(*database, RecordTable::Kind::Vfr) {}
 
-    SqliteConnection connection;
-    MediaDB::DatabaseStatus status;
+    long long Now() const { return database->Now(); }
+
+    MediaDB::DatabaseStatus status = MediaDB::None;
+    std::unique_ptr<RecordDatabase> database;
     RecordTable conformed;
     RecordTable peak;
     RecordTable vfr;
 };
 
-MediaDB::MediaDB(std::wstring const& databasePath, std::wstring const&, bool createAndMigrate)
-    : impl_(std::make_unique<MediaDBImpl>(databasePath, createAndMigrate)) {
-    // The name of a new database becomes as durable as its content, if the folder can be synced.
-    if (impl_->status == Created) files::SyncFolderOf(impl_->connection.Path());
-}
+MediaDB::MediaDB(std::wstring const& databasePath, std::wstring const& cacheFolderPath,
+                 bool createAndMigrate)
+    : impl_(std::make_unique<MediaDBImpl>(databasePath, cacheFolderPath, createAndMigrate)) {}
 
 MediaDB::~MediaDB() = default;
 
@@ -54,8 +47,7 @@ bool MediaDB::GetConformedFilename(std::wstring const& mediaPath, std::wstring c
 
 void MediaDB::AddConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                                int streamIndex, int sampleRate, std::wstring const& fileName) {
-    impl_->conformed.Add({mediaPath, fingerprint, streamIndex, sampleRate}, fileName,
-                         DatabaseNow());
+    impl_->conformed.Add({mediaPath, fingerprint, streamIndex, sampleRate}, fileName, impl_->Now());
 }
 
 std::wstring MediaDB::ReplaceConformedFile(std::wstring const& mediaPath,
@@ -63,13 +55,13 @@ std::wstring MediaDB::ReplaceConformedFile(std::wstring const& mediaPath,
                                            int sampleRate, std::wstring const& fileName,
                                            std::optional<std::uint64_t> checksum) {
     return impl_->conformed.Replace({mediaPath, fingerprint, streamIndex, sampleRate}, fileName,
-                                    ReplacedFingerprint, DatabaseNow(), checksum);
+                                    ReplacedFingerprint, impl_->Now(), checksum);
 }
 
 void MediaDB::AddConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                                int streamIndex, int sampleRate, std::wstring const& fileName,
                                std::uint64_t checksum) {
-    impl_->conformed.Add({mediaPath, fingerprint, streamIndex, sampleRate}, fileName, DatabaseNow(),
+    impl_->conformed.Add({mediaPath, fingerprint, streamIndex, sampleRate}, fileName, impl_->Now(),
                          checksum);
 }
 
@@ -79,7 +71,7 @@ std::wstring MediaDB::ReplacedFingerprint(std::wstring const& fileName) {
 
 bool MediaDB::TouchConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                                  int streamIndex, int sampleRate) {
-    return impl_->conformed.Touch({mediaPath, fingerprint, streamIndex, sampleRate}, DatabaseNow());
+    return impl_->conformed.Touch({mediaPath, fingerprint, streamIndex, sampleRate}, impl_->Now());
 }
 
 bool MediaDB::RemoveConformedFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
@@ -89,7 +81,7 @@ bool MediaDB::RemoveConformedFile(std::wstring const& mediaPath, std::wstring co
 
 MediaDB::ConformedFileList MediaDB::FindUnusedConformedFiles(int days) const {
     ConformedFileList list;
-    impl_->conformed.FindUnused(days, DatabaseNow(), [&](const SqliteRun& row) {
+    impl_->conformed.FindUnused(days, impl_->Now(), [&](const StatementRun& row) {
         list.push_back({row.Text(0), row.Text(1), static_cast<int>(row.Number(2)),
                         static_cast<int>(row.Number(4)), impl_->conformed.NameOf(row, 3)});
     });
@@ -100,7 +92,7 @@ bool MediaDB::IfStillUnused(ConformedFile const& record, int days,
                             std::function<void()> const& work) {
     return impl_->conformed.IfUnused(
         {record.mediaPath, record.mediaFingerprint, record.streamIndex, record.sampleRate},
-        record.cacheFilename, days, DatabaseNow(), work);
+        record.cacheFilename, days, impl_->Now(), work);
 }
 
 bool MediaDB::GetPeakFilename(std::wstring const& mediaPath, std::wstring const& fingerprint,
@@ -110,7 +102,7 @@ bool MediaDB::GetPeakFilename(std::wstring const& mediaPath, std::wstring const&
 
 void MediaDB::AddPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                           int streamIndex, std::wstring const& fileName) {
-    impl_->peak.Add({mediaPath, fingerprint, streamIndex}, fileName, DatabaseNow());
+    impl_->peak.Add({mediaPath, fingerprint, streamIndex}, fileName, impl_->Now());
 }
 
 std::wstring MediaDB::ReplacePeakFile(std::wstring const& mediaPath,
@@ -118,17 +110,17 @@ std::wstring MediaDB::ReplacePeakFile(std::wstring const& mediaPath,
                                       std::wstring const& fileName,
                                       std::optional<std::uint64_t> checksum) {
     return impl_->peak.Replace({mediaPath, fingerprint, streamIndex}, fileName, ReplacedFingerprint,
-                               DatabaseNow(), checksum);
+                               impl_->Now(), checksum);
 }
 
 void MediaDB::AddPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                           int streamIndex, std::wstring const& fileName, std::uint64_t checksum) {
-    impl_->peak.Add({mediaPath, fingerprint, streamIndex}, fileName, DatabaseNow(), checksum);
+    impl_->peak.Add({mediaPath, fingerprint, streamIndex}, fileName, impl_->Now(), checksum);
 }
 
 bool MediaDB::TouchPeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                             int streamIndex) {
-    return impl_->peak.Touch({mediaPath, fingerprint, streamIndex}, DatabaseNow());
+    return impl_->peak.Touch({mediaPath, fingerprint, streamIndex}, impl_->Now());
 }
 
 bool MediaDB::RemovePeakFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
@@ -138,7 +130,7 @@ bool MediaDB::RemovePeakFile(std::wstring const& mediaPath, std::wstring const& 
 
 MediaDB::PeakFileList MediaDB::FindUnusedPeakFiles(int days) const {
     PeakFileList list;
-    impl_->peak.FindUnused(days, DatabaseNow(), [&](const SqliteRun& row) {
+    impl_->peak.FindUnused(days, impl_->Now(), [&](const StatementRun& row) {
         list.push_back({row.Text(0), row.Text(1), static_cast<int>(row.Number(2)),
                         impl_->peak.NameOf(row, 3)});
     });
@@ -147,12 +139,12 @@ MediaDB::PeakFileList MediaDB::FindUnusedPeakFiles(int days) const {
 
 bool MediaDB::IfStillUnused(PeakFile const& record, int days, std::function<void()> const& work) {
     return impl_->peak.IfUnused({record.mediaPath, record.mediaFingerprint, record.streamIndex},
-                                record.cacheFilename, days, DatabaseNow(), work);
+                                record.cacheFilename, days, impl_->Now(), work);
 }
 
 void MediaDB::AddVFRCacheFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
                               int streamIndex, std::wstring const& fileName) {
-    impl_->vfr.Add({mediaPath, fingerprint, streamIndex}, fileName, DatabaseNow());
+    impl_->vfr.Add({mediaPath, fingerprint, streamIndex}, fileName, impl_->Now());
 }
 
 bool MediaDB::RemoveVFRCacheFile(std::wstring const& mediaPath, std::wstring const& fingerprint,
@@ -162,7 +154,7 @@ bool MediaDB::RemoveVFRCacheFile(std::wstring const& mediaPath, std::wstring con
 
 MediaDB::VFRCacheFileList MediaDB::FindUnusedVFRCacheFiles(int days) const {
     VFRCacheFileList list;
-    impl_->vfr.FindUnused(days, DatabaseNow(), [&](const SqliteRun& row) {
+    impl_->vfr.FindUnused(days, impl_->Now(), [&](const StatementRun& row) {
         list.push_back(
             {row.Text(0), row.Text(1), static_cast<int>(row.Number(2)), impl_->vfr.NameOf(row, 3)});
     });
@@ -172,7 +164,7 @@ MediaDB::VFRCacheFileList MediaDB::FindUnusedVFRCacheFiles(int days) const {
 bool MediaDB::IfStillUnused(VFRCacheFile const& record, int days,
                             std::function<void()> const& work) {
     return impl_->vfr.IfUnused({record.mediaPath, record.mediaFingerprint, record.streamIndex},
-                               record.cacheFilename, days, DatabaseNow(), work);
+                               record.cacheFilename, days, impl_->Now(), work);
 }
 
 }  // namespace orlo::project

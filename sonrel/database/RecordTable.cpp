@@ -4,7 +4,6 @@
 #include <limits>
 
 #include "sonrel/base/Paths.h"
-#include "sonrel/database/detail/DatabaseSchema.h"
 
 namespace orlo::project {
 
@@ -41,84 +40,103 @@ std::string_view Ending(RecordTable::Kind kind) {
     return {};
 }
 
-/// The parameters of the key are ?1 to ?3 and, for conformed files, ?4.
-std::string WhereKey(RecordTable::Kind kind) {
-    return std::string(" WHERE media_path = ?1 AND media_fingerprint = ?2 AND stream_index = ?3") +
-           (kind == RecordTable::Kind::Conformed ? " AND sample_rate = ?4" : "");
-}
-
-/// Variable-frame-rate files are written by other programs and have no checksum.
-bool HasChecksum(SqliteConnection& connection, RecordTable::Kind kind) {
-    return kind != RecordTable::Kind::Vfr &&
-           connection.QueryNumber("PRAGMA user_version") >= CHECKSUM_VERSION;
-}
-
-/// @param verb  "INSERT" or "REPLACE"
-std::string InsertInto(RecordTable::Kind kind, const std::string& verb, bool hasChecksum) {
-    const bool hasRate = kind == RecordTable::Kind::Conformed;
-    return verb + " INTO " + Table(kind) + " (media_path, media_fingerprint, stream_index" +
-           RateColumn(kind) + ", cache_filename, last_use" + (hasChecksum ? ", checksum" : "") +
-           ") VALUES (?, ?, ?, ?, ?" + (hasRate ? ", ?" : "") + (hasChecksum ? ", ?)" : ")");
-}
-
-std::string UpdateLastUse(RecordTable::Kind kind) {
-    const bool hasRate = kind == RecordTable::Kind::Conformed;
-    return "UPDATE " + Table(kind) + " SET last_use = " + (hasRate ? "?5" : "?4") + WhereKey(kind);
-}
-
-/// Moves a record with all its columns to another fingerprint, the last parameter.
-std::string UpdateFingerprint(RecordTable::Kind kind) {
-    const std::string fingerprint = kind == RecordTable::Kind::Conformed ? "?5" : "?4";
-    return "UPDATE OR REPLACE " + Table(kind) + " SET media_fingerprint = " + fingerprint +
-           ", last_use = 0" + WhereKey(kind);
-}
-
-/// The name is the last parameter; null matches any name.
-std::string DeleteNamed(RecordTable::Kind kind) {
-    const std::string name = kind == RecordTable::Kind::Conformed ? "?5" : "?4";
-    return "DELETE FROM " + Table(kind) + WhereKey(kind) + " AND (" + name +
-           " IS NULL OR cache_filename = " + name + ")";
-}
-
-std::string SelectUnusedName(RecordTable::Kind kind) {
-    return "SELECT cache_filename FROM " + Table(kind) + WhereKey(kind) +
-           " AND last_use <= " + (kind == RecordTable::Kind::Conformed ? "?5" : "?4");
-}
-
 constexpr char KEY[] = "media_path, media_fingerprint, stream_index";
 
-std::string SelectUnused(RecordTable::Kind kind) {
-    return std::string("SELECT ") + KEY + ", cache_filename" + RateColumn(kind) + " FROM " +
-           Table(kind) + " WHERE last_use <= ?1 ORDER BY last_use, " + KEY + RateColumn(kind);
-}
+/// The statements of one kind of record. The parameters of the key are ?1 to ?3 and, for conformed
+/// files, ?4; other parameters follow.
+class Statements {
+public:
+    Statements(const RecordDatabase& database, RecordTable::Kind kind, bool hasChecksum)
+        : database_(database), kind_(kind), hasChecksum_(hasChecksum) {}
 
-/// @param where  a condition; may be empty
-std::string SelectAll(RecordTable::Kind kind, bool hasChecksum, const std::string& where = {}) {
-    return std::string("SELECT ") + KEY + ", cache_filename" + RateColumn(kind) + ", last_use, " +
-           (hasChecksum ? "checksum" : "NULL") + " FROM " + Table(kind) + where + " ORDER BY " +
-           KEY + RateColumn(kind);
-}
+    std::string SelectName() const {
+        return "SELECT cache_filename FROM " + Table(kind_) + WhereKey();
+    }
+    std::string SelectUnusedName() const {
+        return SelectName() + " AND last_use <= " + Parameter(1) + database_.LockOfRow();
+    }
+    std::string Insert() const {
+        return "INSERT INTO " + Table(kind_) + " (" + KEY + RateColumn(kind_) +
+               ", cache_filename, last_use" + (hasChecksum_ ? ", checksum" : "") +
+               ") VALUES (?1, ?2, ?3" + (HasRate() ? ", ?4, " : ", ") + Parameter(1) + ", " +
+               Parameter(2) + (hasChecksum_ ? ", " + Parameter(3) : "") + ")";
+    }
+    /// Adds a record, or replaces all columns except the key.
+    std::string Replace() const {
+        return Insert() + " ON CONFLICT (" + database_.PathKeyColumn() +
+               ", media_fingerprint, stream_index" + RateColumn(kind_) +
+               ") DO UPDATE SET cache_filename = excluded.cache_filename, "
+               "last_use = excluded.last_use" +
+               (hasChecksum_ ? ", checksum = excluded.checksum" : "");
+    }
+    /// Moves a record with all its columns to another fingerprint.
+    std::string UpdateFingerprint() const {
+        return "UPDATE " + Table(kind_) + " SET media_fingerprint = " + Parameter(1) +
+               ", last_use = 0" + WhereKey();
+    }
+    std::string UpdateLastUse() const {
+        return "UPDATE " + Table(kind_) + " SET last_use = " + Parameter(1) + WhereKey();
+    }
+    /// The name is the last parameter; null matches any name.
+    std::string DeleteNamed() const {
+        return "DELETE FROM " + Table(kind_) + WhereKey() +
+               " AND (cache_filename = " + Parameter(1) + " OR " + Parameter(1) + " IS NULL)";
+    }
+    std::string SelectUnused() const {
+        return std::string("SELECT ") + KEY + ", cache_filename" + RateColumn(kind_) + " FROM " +
+               Table(kind_) + " WHERE last_use <= ?1 ORDER BY last_use, " + KEY + RateColumn(kind_);
+    }
+    std::string SelectAll() const { return SelectWhere(""); }
+    std::string SelectOfPath() const { return SelectWhere(" WHERE " + database_.WherePath()); }
+
+private:
+    bool HasRate() const { return kind_ == RecordTable::Kind::Conformed; }
+
+    /// The parameter after the key, starting with 1.
+    std::string Parameter(int afterKey) const {
+        return "?" + std::to_string((HasRate() ? 4 : 3) + afterKey);
+    }
+    std::string WhereKey() const {
+        return " WHERE " + database_.WherePath() +
+               " AND media_fingerprint = ?2 AND stream_index = ?3" +
+               (HasRate() ? " AND sample_rate = ?4" : "");
+    }
+    /// @param where  a condition; may be empty
+    std::string SelectWhere(const std::string& where) const {
+        return std::string("SELECT ") + KEY + ", cache_filename" + RateColumn(kind_) +
+               ", last_use, " + (hasChecksum_ ? "checksum" : "NULL") + " FROM " + Table(kind_) +
+               where + " ORDER BY " + KEY + RateColumn(kind_);
+    }
+
+    const RecordDatabase& database_;
+    RecordTable::Kind kind_;
+    bool hasChecksum_;
+};
 
 }  // namespace
 
-RecordTable::RecordTable(SqliteConnection& connection, Kind kind)
-    : connection_(connection),
+RecordTable::RecordTable(RecordDatabase& database, Kind kind)
+    : database_(database),
+      table_(Table(kind)),
       hasRate_(kind == Kind::Conformed),
-      hasChecksum_(HasChecksum(connection, kind)),
-      ending_(Ending(kind)),
-      get_(connection, "SELECT cache_filename FROM " + Table(kind) + WhereKey(kind)),
-      add_(connection, InsertInto(kind, "INSERT", hasChecksum_)),
-      replace_(connection, InsertInto(kind, "REPLACE", hasChecksum_)),
-      retire_(connection, UpdateFingerprint(kind)),
-      touch_(connection, UpdateLastUse(kind)),
-      remove_(connection, DeleteNamed(kind)),
-      findUnused_(connection, SelectUnused(kind)),
-      isUnused_(connection, SelectUnusedName(kind)),
-      list_(connection, SelectAll(kind, hasChecksum_)),
-      listOf_(connection, SelectAll(kind, hasChecksum_, " WHERE media_path = ?1")) {}
+      // Variable-frame-rate files are written by other programs and have no checksum.
+      hasChecksum_(kind != Kind::Vfr && database.HasChecksums()),
+      ending_(Ending(kind)) {
+    const Statements statements(database, kind, hasChecksum_);
+    get_ = database.Prepare(statements.SelectName());
+    add_ = database.Prepare(statements.Insert());
+    replace_ = database.Prepare(statements.Replace());
+    retire_ = database.Prepare(statements.UpdateFingerprint());
+    touch_ = database.Prepare(statements.UpdateLastUse());
+    remove_ = database.Prepare(statements.DeleteNamed());
+    findUnused_ = database.Prepare(statements.SelectUnused());
+    isUnused_ = database.Prepare(statements.SelectUnusedName());
+    list_ = database.Prepare(statements.SelectAll());
+    listOf_ = database.Prepare(statements.SelectOfPath());
+}
 
 bool RecordTable::Get(const RecordKey& key, std::wstring* name) {
-    SqliteRun run(get_);
+    StatementRun run(*get_);
     Bind(&run, key);
     if (!run.Step()) return false;
     *name = NameOf(run, 0);
@@ -128,20 +146,20 @@ bool RecordTable::Get(const RecordKey& key, std::wstring* name) {
 
 void RecordTable::Add(const RecordKey& key, std::wstring const& name, long long nowMs,
                       std::optional<std::uint64_t> checksum) {
-    connection_.SetDurable(true);
-    Store(add_, key, name, nowMs, checksum);
+    database_.SetDurable(true);
+    Store(*add_, key, name, nowMs, checksum);
     lastNames_[Owned(key)] = zrtl::ToUtf8(name);
 }
 
 std::wstring RecordTable::Replace(const RecordKey& key, std::wstring const& name,
                                   std::wstring (*oldFingerprint)(std::wstring const&),
                                   long long nowMs, std::optional<std::uint64_t> checksum) {
-    connection_.SetDurable(true);  // not possible inside a transaction
-    SqliteTransaction transaction(connection_);
+    database_.SetDurable(true);  // not possible inside a transaction
+    RecordTransaction transaction(database_, table_, WriteExtent::Table);
     std::wstring oldName;
     Get(key, &oldName);
     if (!oldName.empty()) Retire(key, oldFingerprint(oldName));
-    Store(replace_, key, name, nowMs, checksum);
+    Store(*replace_, key, name, nowMs, checksum);
     transaction.Commit();
     lastNames_[Owned(key)] = zrtl::ToUtf8(name);
     return oldName;
@@ -152,34 +170,27 @@ std::wstring RecordTable::Replace(const RecordKey& key, std::wstring const& name
 // removed in a moment.
 
 bool RecordTable::Touch(const RecordKey& key, long long nowMs) {
-    connection_.SetDurable(false);
-    SqliteRun run(touch_);
+    database_.SetDurable(false);
+    StatementRun run(*touch_);
     Bind(&run, key);
     run.Bind(nowMs);
     run.Step();
-    return Changed();
+    return database_.ChangeCount() > 0;
 }
 
 bool RecordTable::Remove(const RecordKey& key) {
-    connection_.SetDurable(false);
-    SqliteRun run(remove_);
-    Bind(&run, key);
-    const auto lastName = lastNames_.find(Owned(key));
-    if (lastName != lastNames_.end()) {
-        run.Bind(lastName->second);
-        lastNames_.erase(lastName);
-    }
-    run.Step();
-    return Changed();
+    database_.SetDurable(false);
+    const auto lastName = lastNames_.extract(Owned(key));
+    return RemoveNamed(key, lastName ? std::optional(lastName.mapped()) : std::nullopt);
 }
 
-std::wstring RecordTable::NameOf(const SqliteRun& row, int column) const {
+std::wstring RecordTable::NameOf(const StatementRun& row, int column) const {
     return row.Bytes(column).ends_with(ending_) ? row.BareName(column) : std::wstring();
 }
 
 bool RecordTable::IsNotUsedSince(const RecordKey& key, std::wstring const& name,
                                  long long lastUseMs) {
-    SqliteRun run(isUnused_);
+    StatementRun run(*isUnused_);
     Bind(&run, key);
     run.Bind(lastUseMs);
     if (!run.Step() || NameOf(run, 0) != name) return false;
@@ -196,23 +207,32 @@ long long RecordTable::Cutoff(int days, long long nowMs) {
     return nowMs - days * MS_PER_DAY;
 }
 
-void RecordTable::Bind(SqliteRun* run, const RecordKey& key) const {
+void RecordTable::Bind(StatementRun* run, const RecordKey& key) const {
     run->Bind(key.mediaPath);
     run->Bind(key.mediaFingerprint);
     run->Bind(key.streamIndex);
     if (hasRate_) run->Bind(key.sampleRate);
 }
 
+bool RecordTable::RemoveNamed(const RecordKey& key, std::optional<std::string> const& name) {
+    StatementRun run(*remove_);
+    Bind(&run, key);
+    if (name) run.Bind(*name);
+    run.Step();
+    return database_.ChangeCount() > 0;
+}
+
 void RecordTable::Retire(const RecordKey& key, std::wstring const& fingerprint) {
-    SqliteRun run(retire_);
+    RemoveNamed({key.mediaPath, fingerprint, key.streamIndex, key.sampleRate}, std::nullopt);
+    StatementRun run(*retire_);
     Bind(&run, key);
     run.Bind(fingerprint);
     run.Step();
 }
 
-void RecordTable::Store(SqliteStatement& statement, const RecordKey& key, std::wstring const& name,
+void RecordTable::Store(RecordStatement& statement, const RecordKey& key, std::wstring const& name,
                         long long nowMs, std::optional<std::uint64_t> checksum) {
-    SqliteRun run(statement);
+    StatementRun run(statement);
     Bind(&run, key);
     run.Bind(name);
     run.Bind(nowMs);
@@ -221,13 +241,9 @@ void RecordTable::Store(SqliteStatement& statement, const RecordKey& key, std::w
     run.Step();
 }
 
-std::optional<std::uint64_t> RecordTable::ChecksumOf(const SqliteRun& run, int column) {
+std::optional<std::uint64_t> RecordTable::ChecksumOf(const StatementRun& run, int column) {
     if (run.IsNull(column)) return {};
     return static_cast<std::uint64_t>(run.Number(column));
-}
-
-bool RecordTable::Changed() const {
-    return sqlite3_changes(connection_.Handle()) > 0;
 }
 
 }  // namespace orlo::project

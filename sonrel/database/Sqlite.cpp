@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/database/detail/Sqlite.h"
 
-#include <algorithm>
 #include <cctype>
 #include <cerrno>
 
@@ -18,8 +17,6 @@ namespace {
 
 /// Maximum size of a text or row; our rows contain two paths.
 constexpr int MAX_VALUE_BYTES = 16 << 20;
-/// Maximum length of a file name.
-constexpr std::size_t MAX_NAME_BYTES = 255;
 
 /// The path for the database library. A relative path is written so that it is none of the special
 /// names of the library, such as the name of a database in memory.
@@ -40,12 +37,6 @@ std::string FrozenAddress(const std::string& path) {
         }
     }
     return address + "?immutable=1";
-}
-
-std::string OneLine(std::string text) {
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
-    return text;
 }
 
 int Open(const std::string& path, SqliteConnection::Mode mode, sqlite3** handle) {
@@ -89,25 +80,6 @@ std::string Shortage(sqlite3* handle, int code) {
     }
 }
 
-/// Decodes UTF-8 piece by piece; invalid bytes become U+FFFD.
-std::wstring DecodeLeniently(std::string_view bytes) {
-    std::wstring text;
-    while (!bytes.empty()) {
-        std::size_t length = std::min<std::size_t>(bytes.size(), 4);
-        for (; length > 0; --length) {
-            try {
-                const std::wstring character = zrtl::FromUtf8(bytes.substr(0, length));
-                text += character;
-                break;
-            } catch (const std::invalid_argument&) {
-            }
-        }
-        if (length == 0) text += L'\xFFFD';
-        bytes.remove_prefix(std::max<std::size_t>(length, 1));
-    }
-    return text;
-}
-
 }  // namespace
 
 SqliteConnection::SqliteConnection(std::wstring const& path, Mode mode)
@@ -149,6 +121,10 @@ void SqliteConnection::SetDurable(bool durable) {
     durable_ = durable;
 }
 
+void SqliteConnection::Rollback() noexcept {
+    sqlite3_exec(Handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
 void SqliteConnection::Execute(const char* sql) {
     const int code = sqlite3_exec(Handle(), sql, nullptr, nullptr, nullptr);
     if (code != SQLITE_OK) FailWith(code);
@@ -156,14 +132,14 @@ void SqliteConnection::Execute(const char* sql) {
 
 long long SqliteConnection::QueryNumber(const char* sql) {
     SqliteStatement statement(*this, sql);
-    SqliteRun run(statement);
+    StatementRun run(statement);
     if (!run.Step()) Fail("it gives no answer");
     return run.Number(0);
 }
 
 std::string SqliteConnection::QueryText(const char* sql) {
     SqliteStatement statement(*this, sql);
-    SqliteRun run(statement);
+    StatementRun run(statement);
     if (!run.Step()) Fail("it gives no answer");
     return zrtl::ToUtf8(run.Text(0));
 }
@@ -171,7 +147,7 @@ std::string SqliteConnection::QueryText(const char* sql) {
 void SqliteConnection::Fail(std::string_view reason, int code) const {
     const std::string text = OneLine("The media database " + path_ + ": " + std::string(reason));
     NoteDatabaseFailure(text, (code & 0xFF) == SQLITE_CONSTRAINT);
-    throw DatabaseError(text, code);
+    throw SqliteError(text, code);
 }
 
 void SqliteConnection::FailWith(int code) const {
@@ -193,81 +169,48 @@ SqliteStatement::SqliteStatement(SqliteConnection& connection, const std::string
     if (code != SQLITE_OK) connection.FailWith(code);
 }
 
-SqliteRun::~SqliteRun() {
-    sqlite3_reset(statement_.Handle());
-    sqlite3_clear_bindings(statement_.Handle());
+void SqliteStatement::Check(int code) const {
+    if (code != SQLITE_OK) connection_->FailWith(code);
 }
 
-void SqliteRun::Check(int code) const {
-    if (code != SQLITE_OK) statement_.connection_->FailWith(code);
+void SqliteStatement::BindNumber(int parameter, long long value) {
+    Check(sqlite3_bind_int64(handle_.get(), parameter, value));
 }
 
-void SqliteRun::Bind(long long value) {
-    Check(sqlite3_bind_int64(statement_.Handle(), nextParameter_++, value));
+void SqliteStatement::BindText(int parameter, std::string const& utf8) {
+    Check(sqlite3_bind_text64(handle_.get(), parameter, utf8.data(), utf8.size(), SQLITE_TRANSIENT,
+                              SQLITE_UTF8));
 }
 
-void SqliteRun::Bind(std::wstring const& text) {
-    Bind(zrtl::ToUtf8(text));
-}
-
-void SqliteRun::Bind(std::string const& utf8) {
-    Check(sqlite3_bind_text64(statement_.Handle(), nextParameter_++, utf8.data(), utf8.size(),
-                              SQLITE_TRANSIENT, SQLITE_UTF8));
-}
-
-bool SqliteRun::Step() {
-    const int code = sqlite3_step(statement_.Handle());
+bool SqliteStatement::Step() {
+    const int code = sqlite3_step(handle_.get());
     if (code == SQLITE_ROW) return true;
-    if (code != SQLITE_DONE) statement_.connection_->FailWith(code);
+    if (code != SQLITE_DONE) connection_->FailWith(code);
     return false;
 }
 
-bool SqliteRun::IsNull(int column) const {
-    return sqlite3_column_type(statement_.Handle(), column) == SQLITE_NULL;
+void SqliteStatement::Reset() noexcept {
+    sqlite3_reset(handle_.get());
+    sqlite3_clear_bindings(handle_.get());
 }
 
-long long SqliteRun::Number(int column) const {
-    return sqlite3_column_int64(statement_.Handle(), column);
+bool SqliteStatement::IsNull(int column) const {
+    return sqlite3_column_type(handle_.get(), column) == SQLITE_NULL;
 }
 
-std::string_view SqliteRun::Bytes(int column) const {
-    const unsigned char* const text = sqlite3_column_text(statement_.Handle(), column);
+bool SqliteStatement::IsText(int column) const {
+    return sqlite3_column_type(handle_.get(), column) == SQLITE_TEXT;
+}
+
+long long SqliteStatement::Number(int column) const {
+    return sqlite3_column_int64(handle_.get(), column);
+}
+
+std::string_view SqliteStatement::Bytes(int column) const {
+    const unsigned char* const text = sqlite3_column_text(handle_.get(), column);
     if (!text) return {};
-    const int size = sqlite3_column_bytes(statement_.Handle(), column);
+    const int size = sqlite3_column_bytes(handle_.get(), column);
     return {reinterpret_cast<const char*>(text), static_cast<std::size_t>(size)};
-}
-
-std::wstring SqliteRun::Text(int column) const {
-    return DecodeLeniently(Bytes(column));
-}
-
-std::wstring SqliteRun::BareName(int column) const {
-    if (sqlite3_column_type(statement_.Handle(), column) != SQLITE_TEXT) return {};
-    return BareFileName(Bytes(column));
-}
-
-SqliteTransaction::SqliteTransaction(SqliteConnection& connection) : connection_(connection) {
-    connection_.Execute("BEGIN IMMEDIATE");
-}
-
-SqliteTransaction::~SqliteTransaction() {
-    if (open_) sqlite3_exec(connection_.Handle(), "ROLLBACK", nullptr, nullptr, nullptr);
-}
-
-void SqliteTransaction::Commit() {
-    connection_.Execute("COMMIT");
-    open_ = false;
-}
-
-std::wstring BareFileName(std::string_view utf8) {
-    const std::string_view separators("/\\\0", 3);
-    if (utf8.size() > MAX_NAME_BYTES || utf8 == "." || utf8 == "..") return {};
-    if (utf8.find_first_of(separators) != std::string_view::npos) return {};
-    try {
-        return zrtl::FromUtf8(utf8);
-    } catch (const std::invalid_argument&) {
-        return {};
-    }
 }
 
 }  // namespace orlo::project

@@ -17,8 +17,8 @@ using orlo::project::MediaDB;
 using orlo::project::PrepareDatabaseSchema;
 using orlo::project::SchemaWork;
 using orlo::project::SqliteConnection;
-using orlo::project::SqliteRun;
 using orlo::project::SqliteStatement;
+using orlo::project::StatementRun;
 using sonrel_tests::RawDatabase;
 using sonrel_tests::TemporaryFolder;
 
@@ -103,7 +103,7 @@ TEST(BareFileNames, OnlyTextIsAName) {
     const TemporaryFolder folder;
     SqliteConnection connection(folder.Wide("x.db"), SqliteConnection::Mode::Create);
     SqliteStatement statement(connection, "SELECT 'a', x'61', NULL, 5, 1.5, CAST(x'61' AS TEXT)");
-    SqliteRun run(statement);
+    StatementRun run(statement);
     ASSERT_TRUE(run.Step());
 
     EXPECT_EQ(run.BareName(0), L"a");
@@ -126,7 +126,7 @@ TEST(DatabaseText, InvalidUtf8IsReplacedCharacterByCharacter) {
     SqliteConnection connection(folder.Wide("x.db"), SqliteConnection::Mode::Create);
     SqliteStatement statement(
         connection, "SELECT CAST(x'61FFC3BCF09F8EB5E697' AS TEXT), CAST(x'610062' AS TEXT)");
-    SqliteRun run(statement);
+    StatementRun run(statement);
     ASSERT_TRUE(run.Step());
 
     EXPECT_EQ(run.Text(0), L"a\uFFFD\u00FC\U0001F3B5\uFFFD\uFFFD");

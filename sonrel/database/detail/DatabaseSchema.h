@@ -16,9 +16,6 @@ constexpr long long DATABASE_APPLICATION_ID = 0x534E524C;
 /// a change of the schema is a new step.
 std::span<const char* const> DatabaseSchemaSteps();
 
-/// The first version whose conformed and peak records have a checksum.
-constexpr long long CHECKSUM_VERSION = 2;
-
 /// Whether a media database may be created or upgraded.
 enum class SchemaWork {
     Allowed,
@@ -29,7 +26,7 @@ enum class SchemaWork {
 /// Reads the owner and the version of a file, creates the tables in an empty file and upgrades an
 /// older version, in one transaction: in every case the file has one complete version.
 /// @return the state that was found
-/// @throws DatabaseError when the file is not a media database, has a newer version, or has an
+/// @throws SqliteError when the file is not a media database, has a newer version, or has an
 ///         older version and @p work is forbidden; the file is then unchanged
 MediaDB::DatabaseStatus PrepareDatabaseSchema(SqliteConnection& connection, SchemaWork work,
                                               std::span<const char* const> steps);

@@ -3,12 +3,13 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <tuple>
 
-#include "sonrel/database/detail/Sqlite.h"
+#include "sonrel/database/detail/RecordDatabase.h"
 
 namespace orlo::project {
 
@@ -28,8 +29,8 @@ class RecordTable {
 public:
     enum class Kind { Conformed, Peak, Vfr };
 
-    /// @throws DatabaseError when the tables of the file do not match
-    RecordTable(SqliteConnection& connection, Kind kind);
+    /// @throws DatabaseError when the tables of the database do not match
+    RecordTable(RecordDatabase& database, Kind kind);
 
     /// @param name  receives the file name, which may be empty; unchanged without a record
     /// @return whether the record exists
@@ -64,8 +65,8 @@ public:
     template <class Work>
     bool IfNotUsedSince(const RecordKey& key, std::wstring const& name, long long lastUseMs,
                         Work work) {
-        connection_.SetDurable(false);  // not possible inside a transaction
-        SqliteTransaction transaction(connection_);
+        database_.SetDurable(false);  // not possible inside a transaction
+        RecordTransaction transaction(database_, table_, WriteExtent::Record);
         if (!IsNotUsedSince(key, name, lastUseMs)) return false;
         work();
         transaction.Commit();
@@ -74,14 +75,14 @@ public:
 
     /// The file name in a column of cache file names. Empty for a name that this kind of file
     /// cannot have: a conformed file ends in ".xwmc" and a peak file in ".xwpk".
-    std::wstring NameOf(const SqliteRun& row, int column) const;
+    std::wstring NameOf(const StatementRun& row, int column) const;
 
     /// The columns of a row of FindUnused: media path, fingerprint, stream index, cache file name
     /// and, for conformed files, sample rate.
     /// @param visit  called with the run for each record, the longest unused first
     template <class Visit>
     void FindUnused(int days, long long nowMs, Visit visit) {
-        SqliteRun run(findUnused_);
+        StatementRun run(*findUnused_);
         run.Bind(Cutoff(days, nowMs));
         while (run.Step()) visit(run);
     }
@@ -91,14 +92,14 @@ public:
     ///               checksum, if the record has one
     template <class Visit>
     void List(Visit visit) {
-        SqliteRun run(list_);
+        StatementRun run(*list_);
         VisitAll(run, visit);
     }
 
     /// As List, the records of one media path.
     template <class Visit>
     void ListOf(std::wstring const& mediaPath, Visit visit) {
-        SqliteRun run(listOf_);
+        StatementRun run(*listOf_);
         run.Bind(mediaPath);
         VisitAll(run, visit);
     }
@@ -107,37 +108,40 @@ private:
     using OwnedKey = std::tuple<std::wstring, std::wstring, int, int>;
 
     template <class Visit>
-    void VisitAll(SqliteRun& run, Visit visit) const {
+    void VisitAll(StatementRun& run, Visit visit) const {
         const int lastUse = hasRate_ ? 5 : 4;
         while (run.Step()) visit(run, run.Number(lastUse), ChecksumOf(run, lastUse + 1));
     }
-    static std::optional<std::uint64_t> ChecksumOf(const SqliteRun& run, int column);
+    static std::optional<std::uint64_t> ChecksumOf(const StatementRun& run, int column);
 
     static long long Cutoff(int days, long long nowMs);
     static OwnedKey Owned(const RecordKey& key);
     bool IsNotUsedSince(const RecordKey& key, std::wstring const& name, long long lastUseMs);
-    void Bind(SqliteRun* run, const RecordKey& key) const;
+    void Bind(StatementRun* run, const RecordKey& key) const;
     /// Moves a record to another fingerprint, with the last use in 1970.
     void Retire(const RecordKey& key, std::wstring const& fingerprint);
     /// Runs add_ or replace_.
-    void Store(SqliteStatement& statement, const RecordKey& key, std::wstring const& name,
+    void Store(RecordStatement& statement, const RecordKey& key, std::wstring const& name,
                long long nowMs, std::optional<std::uint64_t> checksum);
-    bool Changed() const;
+    /// @param name  empty: a record with any name
+    /// @return whether a record was removed
+    bool RemoveNamed(const RecordKey& key, std::optional<std::string> const& name);
 
-    SqliteConnection& connection_;
+    RecordDatabase& database_;
+    std::string table_;
     bool hasRate_;
     bool hasChecksum_;  // false in a database of version 1
     std::string_view ending_;
-    SqliteStatement get_;
-    SqliteStatement add_;
-    SqliteStatement replace_;
-    SqliteStatement retire_;
-    SqliteStatement touch_;
-    SqliteStatement remove_;
-    SqliteStatement findUnused_;
-    SqliteStatement isUnused_;
-    SqliteStatement list_;
-    SqliteStatement listOf_;
+    std::unique_ptr<RecordStatement> get_;
+    std::unique_ptr<RecordStatement> add_;
+    std::unique_ptr<RecordStatement> replace_;
+    std::unique_ptr<RecordStatement> retire_;
+    std::unique_ptr<RecordStatement> touch_;
+    std::unique_ptr<RecordStatement> remove_;
+    std::unique_ptr<RecordStatement> findUnused_;
+    std::unique_ptr<RecordStatement> isUnused_;
+    std::unique_ptr<RecordStatement> list_;
+    std::unique_ptr<RecordStatement> listOf_;
     std::map<OwnedKey, std::string> lastNames_;  // as they are stored
 };
 

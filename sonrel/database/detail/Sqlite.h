@@ -4,17 +4,17 @@
 #include <sqlite3.h>
 
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "sonrel/database/detail/RecordDatabase.h"
+
 namespace orlo::project {
 
-/// A failure of the database: one line with the name of the file and the reason.
-class DatabaseError : public std::runtime_error {
+class SqliteError : public DatabaseError {
 public:
     /// @param code  of the database; SQLITE_ERROR for a failure without a code
-    DatabaseError(const std::string& text, int code) : std::runtime_error(text), code_(code) {}
+    SqliteError(const std::string& text, int code) : DatabaseError(text), code_(code) {}
     /// The primary result code.
     int Code() const { return code_ & 0xFF; }
 
@@ -35,7 +35,7 @@ public:
         Frozen     ///< an existing file that no program writes, without locks and side files
     };
 
-    /// @throws DatabaseError when the file cannot be opened
+    /// @throws SqliteError when the file cannot be opened
     SqliteConnection(std::wstring const& path, Mode mode);
     SqliteConnection(const SqliteConnection&) = delete;
     SqliteConnection& operator=(const SqliteConnection&) = delete;
@@ -52,15 +52,20 @@ public:
     /// keep the file consistent otherwise, it always is.
     void SetDurable(bool durable);
 
-    /// Runs statements without a result. @throws DatabaseError
+    /// Begins a write transaction. Waits until no other connection writes.
+    void BeginWrite() { Execute("BEGIN IMMEDIATE"); }
+    void Commit() { Execute("COMMIT"); }
+    void Rollback() noexcept;
+
+    /// Runs statements without a result. @throws SqliteError
     void Execute(const char* sql);
-    /// The first column of the first row. @throws DatabaseError also when there is no row
+    /// The first column of the first row. @throws SqliteError also when there is no row
     long long QueryNumber(const char* sql);
     std::string QueryText(const char* sql);
 
-    /// @throws DatabaseError with the name of the file and @p reason
+    /// @throws SqliteError with the name of the file and @p reason
     [[noreturn]] void Fail(std::string_view reason, int code = SQLITE_ERROR) const;
-    /// @throws DatabaseError with the name of the file and the message of the database for @p code
+    /// @throws SqliteError with the name of the file and the message of the database for @p code
     [[noreturn]] void FailWith(int code) const;
 
 private:
@@ -76,75 +81,51 @@ private:
 };
 
 /// A prepared statement.
-class SqliteStatement {
+class SqliteStatement : public RecordStatement {
 public:
-    /// @throws DatabaseError when the tables of the file do not match
+    /// @throws SqliteError when the tables of the file do not match
     SqliteStatement(SqliteConnection& connection, const std::string& sql);
 
-    sqlite3_stmt* Handle() const { return handle_.get(); }
+    void BindNumber(int parameter, long long value) override;
+    void BindText(int parameter, std::string const& utf8) override;
+    bool Step() override;
+    void Reset() noexcept override;
+    bool IsNull(int column) const override;
+    bool IsText(int column) const override;
+    long long Number(int column) const override;
+    std::string_view Bytes(int column) const override;
 
 private:
-    friend class SqliteRun;
-
     struct Closer {
         void operator()(sqlite3_stmt* handle) const { sqlite3_finalize(handle); }
     };
+
+    void Check(int code) const;
 
     SqliteConnection* connection_;
     std::unique_ptr<sqlite3_stmt, Closer> handle_;
 };
 
-/// One run of a statement: binds and steps, and resets the statement on every way out.
-class SqliteRun {
-public:
-    explicit SqliteRun(SqliteStatement& statement) : statement_(statement) {}
-    ~SqliteRun();
-    SqliteRun(const SqliteRun&) = delete;
-    SqliteRun& operator=(const SqliteRun&) = delete;
-
-    /// Binds the next parameter, starting with the first.
-    void Bind(long long value);
-    void Bind(std::wstring const& text);
-    void Bind(std::string const& utf8);
-
-    /// @return whether a row was read; false at the end
-    /// @throws DatabaseError
-    bool Step();
-
-    bool IsNull(int column) const;
-    long long Number(int column) const;
-    /// The text of a column, with a replacement character for invalid bytes.
-    std::wstring Text(int column) const;
-    /// The text of a column if it is a file name without a path, else empty.
-    std::wstring BareName(int column) const;
-    /// The stored bytes of a column, valid until the next step.
-    std::string_view Bytes(int column) const;
-
-private:
-    void Check(int code) const;
-
-    SqliteStatement& statement_;
-    int nextParameter_ = 1;
-};
-
 /// A write transaction: it is undone unless Commit was called.
 class SqliteTransaction {
 public:
-    /// Waits until no other connection writes.
-    explicit SqliteTransaction(SqliteConnection& connection);
-    ~SqliteTransaction();
+    explicit SqliteTransaction(SqliteConnection& connection) : connection_(connection) {
+        connection_.BeginWrite();
+    }
+    ~SqliteTransaction() {
+        if (open_) connection_.Rollback();
+    }
     SqliteTransaction(const SqliteTransaction&) = delete;
     SqliteTransaction& operator=(const SqliteTransaction&) = delete;
 
-    void Commit();
+    void Commit() {
+        connection_.Commit();
+        open_ = false;
+    }
 
 private:
     SqliteConnection& connection_;
     bool open_ = true;
 };
-
-/// The name if it is the name of a file in a folder, else empty: for ".", "..", names with a
-/// separator of any system or a zero byte, and names that are too long.
-std::wstring BareFileName(std::string_view utf8);
 
 }  // namespace orlo::project
