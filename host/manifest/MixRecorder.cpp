@@ -13,7 +13,7 @@
 #include "host/shell/SoundText.h"
 #include "host/shell/Text.h"
 #include "host/shell/Version.h"
-#include "host/timeline/TimelineSource.h"
+#include "host/source/TimelineSource.h"
 #include "sonrel/base/Paths.h"
 #include "sonrel/cache/CacheFileCheck.h"
 #include "sonrel/engine/LibraryVersion.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/timeline/ZipTable.h"
+#include "host/source/ZipTable.h"
 
 #include <algorithm>
 #include <fstream>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/timeline/TimelineConversion.h"
+#include "host/source/TimelineConversion.h"
 
 #include <array>
 #include <charconv>

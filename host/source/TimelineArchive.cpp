@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/timeline/TimelineArchive.h"
+#include "host/source/TimelineArchive.h"
 
 #include <fcntl.h>
 #include <sys/statvfs.h>
@@ -17,7 +17,7 @@
 #include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/Text.h"
-#include "host/timeline/ZipArchive.h"
+#include "host/source/ZipArchive.h"
 
 namespace orlo::host {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/timeline/TimelineArchive.h"
+#include "host/source/TimelineArchive.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/timeline/TimelineSource.h"
+#include "host/source/TimelineSource.h"
 
 #include <filesystem>
 
@@ -8,8 +8,8 @@
 #include "host/shell/Paths.h"
 #include "host/shell/TemporaryFolder.h"
 #include "host/shell/Text.h"
-#include "host/timeline/TimelineArchive.h"
-#include "host/timeline/TimelineConversion.h"
+#include "host/source/TimelineArchive.h"
+#include "host/source/TimelineConversion.h"
 
 namespace orlo::host {
 

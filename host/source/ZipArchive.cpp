@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/timeline/ZipArchive.h"
+#include "host/source/ZipArchive.h"
 
 #include <sys/stat.h>
 #include <zip.h>
@@ -9,7 +9,7 @@
 #include <memory>
 #include <vector>
 
-#include "host/timeline/ZipTable.h"
+#include "host/source/ZipTable.h"
 
 namespace orlo::host {
 
