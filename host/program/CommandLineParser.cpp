@@ -44,6 +44,12 @@ std::vector<std::string*> InputsOf(Options& options) {
     return inputs;
 }
 
+/// Gives a command that records its options the options of the command line.
+template <class Options>
+void KeepGiven(Options& options, const CLI::App& command, const std::vector<std::string>& words) {
+    if constexpr (requires { options.given; }) options.given = OptionsGiven(command, words);
+}
+
 /// Adds a command.
 /// @param declare  declares its options
 /// @param run      does its work
@@ -56,8 +62,7 @@ void Add(CLI::App& app, CommandLine& line, const char* name, const char* descrip
     const auto options = std::make_shared<Options>();
     declare(*command, *options);
     command->callback([&line, command, options, run] {
-        if constexpr (requires { options->given; })
-            options->given = OptionsGiven(*command, line.words);
+        KeepGiven(*options, *command, line.words);
         line.run = [options, run](const GlobalOptions& global) {
             return RunWithSpooledInput(global, InputsOf(*options), [&](const GlobalOptions& used) {
                 return run(used, *options);
