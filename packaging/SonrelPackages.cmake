@@ -9,7 +9,8 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME sonrel)
 set(CPACK_PACKAGE_VENDOR "Sonrel developers")
 set(CPACK_PACKAGE_CONTACT "${SONREL_PACKAGE_MAINTAINER}")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+# Empty: CPack would write it above the summary of each package.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
@@ -45,7 +46,7 @@ macro(sonrel_package component package section kind description)
     string(TOUPPER ${component} upper)
     set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${package})
     set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${section})
-    set(CPACK_DEBIAN_${upper}_DESCRIPTION "audio engine for video editors (${kind})\n ${description}")
+    set(CPACK_DEBIAN_${upper}_DESCRIPTION "audio engine for video editors (${kind})\n${description}")
     install(FILES debian/copyright
         DESTINATION share/doc/${package}
         COMPONENT ${component}
@@ -57,24 +58,24 @@ macro(sonrel_package component package section kind description)
 endmacro()
 
 sonrel_package(runtime ${library_package} libs "shared libraries"
-    "Sonrel mixes timelines of recordings to 16-bit stereo. This package contains\n its libraries for programs.")
+    "Sonrel mixes timelines of recordings to 16-bit stereo. This package contains\nits libraries for programs.")
 sonrel_package(painter ${library_package}-painter libs "waveform pictures"
-    "Sonrel mixes timelines of recordings to 16-bit stereo. This package contains\n the modules that draw waveforms.")
+    "Sonrel mixes timelines of recordings to 16-bit stereo. This package contains\nthe modules that draw waveforms.")
 sonrel_package(development libsonrel-dev libdevel "development files"
-    "Sonrel mixes timelines of recordings to 16-bit stereo. This package contains\n its headers, its CMake package and its pkg-config file.")
+    "Sonrel mixes timelines of recordings to 16-bit stereo. This package contains\nits headers, its CMake package and its pkg-config file.")
 sonrel_package(program sonrel sound "command line"
-    "Sonrel mixes timelines and media files to WAV and other formats, measures and\n aligns recordings, and draws waveforms.")
+    "Sonrel mixes timelines and media files to WAV and other formats, measures and\naligns recordings, and draws waveforms.")
 
 if(SONREL_BUILD_DOCS)
     sonrel_package(documentation libsonrel-doc doc "documentation"
-        "Sonrel mixes timelines of recordings to 16-bit stereo. This package contains\n its tutorials, its pages and the reference of its library.")
+        "Sonrel mixes timelines of recordings to 16-bit stereo. This package contains\nits tutorials, its pages and the reference of its library.")
     set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
     set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SHLIBDEPS OFF)
 endif()
 
 if(TARGET SonrelPython)
     sonrel_package(python python3-sonrel python "Python module"
-        "Sonrel mixes timelines of recordings to 16-bit stereo. This package contains\n its Python module, which mixes into NumPy arrays.")
+        "Sonrel mixes timelines of recordings to 16-bit stereo. This package contains\nits Python module, which mixes into NumPy arrays.")
     math(EXPR next_python "${Python_VERSION_MINOR} + 1")
     set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
         "${same_version}, python3-numpy, python3 (>= ${Python_VERSION_MAJOR}.${Python_VERSION_MINOR}), python3 (<< ${Python_VERSION_MAJOR}.${next_python})")
@@ -83,6 +84,17 @@ endif()
 # Loaded at run time, when playback is set up or a waveform is drawn: not dependencies of the linker, and a
 # machine without a desktop does without them.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "${library_package}-painter, libsdl2-2.0-0")
+# The trigger runs ldconfig. CPack would add scripts that run it, too, which Debian's guidelines no longer accept; it
+# writes no script that this list contains, and skips the two files, which do not exist.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
+    ${CMAKE_CURRENT_SOURCE_DIR}/debian/triggers
+    ${CMAKE_CURRENT_SOURCE_DIR}/debian/no/postinst
+    ${CMAKE_CURRENT_SOURCE_DIR}/debian/no/postrm)
+install(FILES debian/libsonrel.lintian-overrides
+    DESTINATION share/lintian/overrides
+    RENAME ${library_package}
+    COMPONENT runtime
+    EXCLUDE_FROM_ALL)
 set(CPACK_DEBIAN_PAINTER_PACKAGE_DEPENDS "${same_version}")
 # The font of the labels; without a font pictures have none.
 set(CPACK_DEBIAN_PAINTER_PACKAGE_RECOMMENDS fonts-dejavu-core)
@@ -91,7 +103,29 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${same_version}, libboost-dev")
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_DEPENDS "${same_version}")
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS "${library_package}-painter, libsdl2-2.0-0")
 
+# The day of the version in CHANGELOG.md, else of the newest commit; a tree without history has the day of today.
+function(sonrel_changelog_date result)
+    file(STRINGS ${PROJECT_SOURCE_DIR}/CHANGELOG.md day REGEX "^## ${PROJECT_VERSION}, [0-9-]+$")
+    string(REGEX REPLACE ".*, " "" day "${day}")
+    if(NOT day)
+        execute_process(COMMAND git log -1 --format=%cs
+            WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}
+            OUTPUT_VARIABLE day
+            OUTPUT_STRIP_TRAILING_WHITESPACE
+            ERROR_QUIET)
+    endif()
+    if(NOT day)
+        string(TIMESTAMP day "%Y-%m-%d" UTC)
+    endif()
+    execute_process(COMMAND ${CMAKE_COMMAND} -E env LC_ALL=C date --utc --rfc-email --date ${day}
+        OUTPUT_VARIABLE date
+        OUTPUT_STRIP_TRAILING_WHITESPACE
+        COMMAND_ERROR_IS_FATAL ANY)
+    set(${result} "${date}" PARENT_SCOPE)
+endfunction()
+
 # Debian's own form of the changelog, compressed without a date, so that equal sources give equal packages.
+sonrel_changelog_date(SONREL_CHANGELOG_DATE)
 configure_file(debian/changelog.in changelog @ONLY)
 execute_process(COMMAND gzip -9nf changelog WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
 

@@ -314,10 +314,18 @@ packages() { check "Debian packages" build_packages; }
 
 build_packages() {
     rm -rf build/packages
-    configure package && build package &&
+    configure package && build package SonrelInstallation &&
         (cd build/package && cpack -B ../packages >../cpack.log 2>&1) ||
         { cat build/cpack.log; return 1; }
-    ls -l build/packages/*.deb && tools/check/check_packages.py build/packages
+    ls -l build/packages/*.deb && tools/check/check_packages.py build/packages &&
+        lintian --allow-root --fail-on error,warning --tag-display-limit 0 build/packages/*.deb
+}
+
+# The packages in a clean Debian 12 system: installed, used and removed; and the render node of the container file.
+clean_root() {
+    packages
+    check "Packages in a clean system" tools/root/packages build/packages build/root-packages
+    check "Render node in a clean system" tools/root/render-node build/packages build/root-render-node
 }
 
 coverage() { check "Coverage" tools/check/check_coverage.py; }
