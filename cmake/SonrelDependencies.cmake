@@ -4,12 +4,15 @@ find_package(Boost REQUIRED)
 find_package(Qt5 REQUIRED COMPONENTS Core Gui)
 find_package(PkgConfig REQUIRED)
 find_package(SDL2 REQUIRED CONFIG)
-pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile)
 pkg_check_modules(XXHASH REQUIRED IMPORTED_TARGET libxxhash)
 
 if(SONREL_PROJECT_LIBRARY STREQUAL "")
     find_package(SQLite3 REQUIRED)
     pkg_check_modules(FFMPEG REQUIRED IMPORTED_TARGET libavformat libavcodec libswresample libavutil)
+endif()
+
+if(SONREL_BUILD_HOST OR SONREL_BUILD_TESTS)
+    pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile)
 endif()
 
 if(SONREL_BUILD_HOST)

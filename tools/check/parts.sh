@@ -47,7 +47,7 @@ release_tests() {
 # The view of a host: the installed tree, through CMake and through pkg-config.
 installed_view() {
     local stage=$PWD/build/stage
-    rm -rf "$stage" build/consumer
+    rm -rf "$stage"
     require "Install" cmake --install build/release --prefix "$stage" --strip
     check "Every public header is installed" tools/check/check_installed.py "$stage/include"
     check "Consumer project, by CMake" consumer_by_cmake "$stage"
@@ -70,6 +70,7 @@ shells_and_manuals() {
 }
 
 consumer_by_cmake() {
+    rm -rf build/consumer
     cmake -S tests/consumer -B build/consumer -G Ninja -DCMAKE_PREFIX_PATH="$1" >/dev/null &&
         cmake --build build/consumer && build/consumer/consumer
 }
@@ -106,9 +107,19 @@ consumer_by_pkg_config() {
     local folder
     folder=$(dirname "$(find "$1" -name sonrel.pc)")
     # shellcheck disable=SC2046  # the flags are words
-    c++ tests/consumer/main.cpp -o "$2" \
+    "${CXX:-c++}" tests/consumer/main.cpp -o "$2" \
         $(PKG_CONFIG_PATH=$folder pkg-config "${@:3}" --cflags --libs sonrel) &&
         LD_LIBRARY_PATH=$(dirname "$folder") "$2"
+}
+
+# The consumer projects with the second compiler, against the libraries of the first. After installed_view.
+consumers_of_second_compiler() {
+    local stage=$PWD/build/stage
+    local -x CXX=clang++-14
+    check "Consumer project with Clang, by CMake" consumer_by_cmake "$stage"
+    check "Plugin library of another project with Clang" plugins_by_cmake "$stage"
+    check "Consumer project with Clang, by pkg-config" \
+        consumer_by_pkg_config "$stage" build/consumer/by-pkg-config
 }
 
 unknown_component_is_refused() {
@@ -122,16 +133,25 @@ unknown_component_is_refused() {
 static_libraries() { check "Consumer projects of static libraries" consumers_of_static; }
 
 consumers_of_static() {
-    local stage=$PWD/build/stage-static build=build/consumer-static
-    rm -rf "$stage" "$build"
+    local stage=$PWD/build/stage-static
+    rm -rf "$stage"
     cmake --preset release -B build/static -DBUILD_SHARED_LIBS=OFF -DSONREL_BUILD_TESTS=OFF \
         -DSONREL_BUILD_EXAMPLES=OFF >build/configure-static.log 2>&1 &&
-        cmake --build build/static && cmake --install build/static --prefix "$stage" >/dev/null &&
+        cmake --build build/static --target SonrelInstallation &&
+        cmake --install build/static --prefix "$stage" >/dev/null &&
         [ -f "$stage/lib/libsonrel.a" ] && [ -z "$(find "$stage/lib" -maxdepth 2 -name '*.so*')" ] &&
         "$stage/bin/sonrel" --version &&
-        cmake -S tests/consumer -B "$build" -G Ninja -DCMAKE_PREFIX_PATH="$stage" >/dev/null &&
+        consumer_of_static c++ "$stage" && consumer_of_static clang++-14 "$stage"
+}
+
+# consumer_of_static COMPILER STAGE
+consumer_of_static() {
+    local -x CXX=$1
+    local build=build/consumer-static-$1
+    rm -rf "$build"
+    cmake -S tests/consumer -B "$build" -G Ninja -DCMAKE_PREFIX_PATH="$2" >/dev/null &&
         cmake --build "$build" && "$build/consumer" &&
-        consumer_by_pkg_config "$stage" "$build/by-pkg-config" --static
+        consumer_by_pkg_config "$2" "$build/by-pkg-config" --static
 }
 
 # An engine without a project library, installed apart, and a library of a host in its place: only the
@@ -142,7 +162,8 @@ host_project_by_program() {
     cmake --preset release -B build/none -DSONREL_PROJECT_LIBRARY=none >build/configure-none.log 2>&1 &&
         grep -q "examples, tests, benchmarks and fuzzers need it and are left out" \
             build/configure-none.log &&
-        cmake --build build/none && cmake --install build/none --prefix "$none" >/dev/null &&
+        cmake --build build/none --target SonrelInstallation &&
+        cmake --install build/none --prefix "$none" >/dev/null &&
         tools/check/check_operations.py --none "$none/lib/libsonrel.so" &&
         ! grep -q sonrel-project "$none/lib/pkgconfig/sonrel.pc" &&
         host_project "$build/ours" -DCMAKE_PREFIX_PATH="$ours" -DOWN_PROJECT_WITH=ours &&
@@ -186,6 +207,23 @@ unknown_target_is_refused() {
 
 own_project_library() {
     check "Project library of a host, as a CMake target" host_project_by_target
+    check "Sources fetched by another project" fetched_by_cmake
+}
+
+# Sonrel as a part of the build of a project that fetches its sources. The packages and the tests of the
+# project stay its own.
+fetched_by_cmake() {
+    local build=build/fetch
+    rm -rf "$build"
+    mkdir -p "$build"
+    tar --exclude=./build --exclude=./.git -czf "$build/sonrel.tar.gz" . &&
+        cmake -S tests/consumer/fetch -B "$build/project" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+            -DFETCH_ARCHIVE="$PWD/$build/sonrel.tar.gz" -DSONREL_UNITY_BUILD=ALL \
+            -DCMAKE_CXX_COMPILER_LAUNCHER="$SONREL_COMPILER_LAUNCHER" >"$build/configure.log" 2>&1 &&
+        cmake --build "$build/project" --target consumer && "$build/project/consumer" &&
+        grep -q 'CPACK_PACKAGE_NAME "sonrel-fetch"' "$build/project/CPackConfig.cmake" &&
+        ! grep -q NightlyMemoryCheck "$build/project/build.ninja" &&
+        ! grep -q BUILD_TESTING "$build/project/CMakeCache.txt"
 }
 
 # sanitizer_tests [quick]: all tests, or without those of the program and the slow ones. The address
