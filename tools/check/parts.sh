@@ -31,6 +31,8 @@ tree_checks() {
     check "Listings of the pages" tests/docs/check_listings.py
     check "Messages of the pages know good from bad" tests/docs/check_messages.py --self-test
     check "Messages of the pages" tests/docs/check_messages.py
+    check "Recipes of package managers know good from bad" tools/check/check_recipes.py --self-test
+    check "Recipes of package managers" tools/check/check_recipes.py
     check "Commands of the pages know good from bad" tests/docs/commands.py --self-test
 }
 
