@@ -40,9 +40,9 @@ globals=(--cache "$WORK/cache" --db "$WORK/media.db" --no-log --quiet)
 # Removes the outputs of the previous run, so that no measurement includes the removal.
 clean_up() { rm -rf "$WORK"/out.* "$WORK/conform.cache" "$WORK"/conform.db*; }
 
-# once NAME COMMAND...: CPU seconds of one run of the command.
+# once NAME COMMAND...: CPU seconds and wall seconds of one run of the command.
 once() {
-    local name=$1 TIMEFORMAT='%U %S' log times
+    local name=$1 TIMEFORMAT='%U %S %R' log times
     shift
     log=$WORK/log.$name
     clean_up
@@ -50,7 +50,7 @@ once() {
         echo "bench/peers.sh: $name failed: $(tail -n 1 "$log")" >&2
         exit 1
     fi
-    awk '{print $1 + $2}' <<<"$times"
+    awk '{print $1 + $2, $3}' <<<"$times"
 }
 
 median() { sort -g | awk '{v[NR] = $1} END {print v[int((NR + 1) / 2)]}'; }
@@ -61,15 +61,17 @@ cpu() {
     cpu=$(for ((i = 0; i < RUNS; i++)); do once "$@"; done | median)
 }
 
-# cpu_alternately FILE: medians of sonrel_conform and ffmpeg_conform of the file into own and cpu. They
-# run alternately, so that a slow period of the machine affects both.
-cpu_alternately() {
+# alternately FILE: median CPU and wall seconds of sonrel_conform and ffmpeg_conform of the file into own,
+# own_wall, cpu and cpu_wall. They run alternately, so that a slow period of the machine affects both.
+alternately() {
     local i both
     both=$(for ((i = 0; i < RUNS; i++)); do
         echo "$(once sonrel sonrel_conform "$1") $(once ffmpeg ffmpeg_conform "$1")"
     done)
     own=$(awk '{print $1}' <<<"$both" | median)
-    cpu=$(awk '{print $2}' <<<"$both" | median)
+    own_wall=$(awk '{print $2}' <<<"$both" | median)
+    cpu=$(awk '{print $3}' <<<"$both" | median)
+    cpu_wall=$(awk '{print $4}' <<<"$both" | median)
 }
 
 ratio() { awk -v a="$1" -v b="$2" 'BEGIN {printf "%.2f", a / b}'; }
@@ -269,22 +271,24 @@ wall() {
 }
 
 bench_conform() {
+    local RUNS=$((RUNS > 7 ? RUNS : 7))
     make_media 4
     local source=$WORK/track1.wav i
     [ -s "$WORK/media44.flac" ] || ffmpeg -v error -y -i "$source" -ar 44100 "$WORK/media44.flac"
     [ -s "$WORK/media44.mp3" ] || ffmpeg -v error -y -i "$source" -ar 44100 -b:a 192k "$WORK/media44.mp3"
     [ -s "$WORK/media44.m4a" ] || ffmpeg -v error -y -i "$source" -ar 44100 -c:a aac -b:a 192k "$WORK/media44.m4a"
+    [ -s "$WORK/media48.flac" ] || ffmpeg -v error -y -i "$source" "$WORK/media48.flac"
     [ -s "$WORK/media44.wav" ] || ffmpeg -v error -y -i "$source" -ar 44100 -c:a pcm_s16le "$WORK/media44.wav"
     echo
-    echo "### Conform of $MINUTES minutes to $RATE Hz, one thread"
+    echo "### Conform of $MINUTES minutes to $RATE Hz, medians of $RUNS runs"
     echo
-    echo "| media | sonrel CPU s | ffmpeg CPU s | CPU of ffmpeg / CPU of sonrel |"
-    echo "|---|---|---|---|"
-    local file
-    for file in media44.flac media44.mp3 media44.m4a media44.wav track1.wav; do
-        local own
-        cpu_alternately "$WORK/$file"
-        echo "| ${file/track1.wav/PCM at the same rate} | $own | $cpu | $(ratio "$cpu" "$own") |"
+    echo "| media | sonrel CPU s | ffmpeg CPU s | sonrel / ffmpeg | sonrel wall s | ffmpeg wall s | sonrel / ffmpeg |"
+    echo "|---|---|---|---|---|---|---|"
+    local file own own_wall cpu_wall
+    for file in media44.flac media44.mp3 media44.m4a media44.wav track1.wav media48.flac; do
+        alternately "$WORK/$file"
+        echo "| ${file/track1.wav/media48.wav} | $own | $cpu | $(ratio "$own" "$cpu")" \
+            "| $own_wall | $cpu_wall | $(ratio "$own_wall" "$cpu_wall") |"
     done
     local several=()
     for i in 1 2 3 4; do

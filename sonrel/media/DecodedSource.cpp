@@ -5,63 +5,14 @@
 
 #include "sonrel/media/detail/AudioStream.h"
 #include "sonrel/media/detail/ChosenSource.h"
+#include "sonrel/media/detail/DecodedPackets.h"
 #include "sonrel/media/detail/DownmixedStream.h"
-#include "sonrel/media/index/PacketCursor.h"
 #include "sonrel/media/index/PcmBytes.h"
-#include "sonrel/media/index/SilenceLimit.h"
 
 namespace zrh::media::detail {
 namespace {
 
 constexpr int FRAMES_PER_STEP = 32768;
-
-/// Decodes all packets with one decoder.
-class DecodedPackets : public DecodedSource {
-public:
-    DecodedPackets(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> index)
-        : file_(file),
-          index_(index),
-          cursor_(std::move(file), std::move(index), CursorMode::Straight) {}
-
-    const DecodedFormat& Format() const override { return index_->format; }
-    std::int64_t TotalFrames() const override { return index_->totalFrames; }
-
-    MediaError Next(std::vector<SampleBlock>* blocks) override {
-        blocks->clear();
-        if (file_->IsInterrupted()) return MediaError::Cancelled;
-        if (lead_ < index_->leadFrames) {
-            const std::int64_t silent =
-                std::min<std::int64_t>(index_->leadFrames - lead_, FRAMES_PER_STEP);
-            blocks->push_back({nullptr, 0, static_cast<int>(silent)});
-            lead_ += silent;
-        }
-        // A packet without used frames is decoded too: later packets may depend on it.
-        while (blocks->empty() && cursor_.Position() < index_->packets.PacketCount()) {
-            if (cursor_.Next(blocks)) continue;
-            return file_->IsInterrupted() ? MediaError::Cancelled : MediaError::ReadFailed;
-        }
-        CountSilence(*blocks);
-        return HasTooMuchSilence() ? MediaError::TooMuchSilence : MediaError::None;
-    }
-
-    std::string Reason() const override {
-        return HasTooMuchSilence() ? SilenceRefusal(silent_, file_->Size()) : std::string();
-    }
-
-private:
-    void CountSilence(const std::vector<SampleBlock>& blocks) {
-        for (const SampleBlock& block : blocks) {
-            if (block.planes == nullptr) silent_ += block.frames;
-        }
-    }
-    bool HasTooMuchSilence() const { return silent_ > MaxSilentFrames(file_->Size()); }
-
-    std::shared_ptr<const InputFile> file_;
-    std::shared_ptr<const StreamIndex> index_;
-    PacketCursor cursor_;
-    std::int64_t lead_ = 0;
-    std::int64_t silent_ = 0;
-};
 
 /// Reads uncompressed samples.
 class DecodedPcm : public DecodedSource {
@@ -181,7 +132,7 @@ MediaError NewDecodedSource(const std::shared_ptr<ZRAbstractAudioStream>& stream
     if (own->Index()->pcm.has_value()) {
         *source = std::make_unique<DecodedPcm>(own->File(), own->Index());
     } else {
-        *source = std::make_unique<DecodedPackets>(own->File(), own->Index());
+        *source = NewDecodedPackets(own->File(), own->Index());
     }
     return MediaError::None;
 }

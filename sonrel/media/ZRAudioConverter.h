@@ -16,7 +16,8 @@ public:
     /// Decodes a whole stream into a conformed file: stereo, signed 16 bits, at @p sampleRate.
     ///
     /// When it returns 0, the file and its entry in the folder are synced. When it fails, a partial
-    /// file may remain, which the caller deletes.
+    /// file may remain, which the caller deletes. Compressed sound of at least ten seconds is
+    /// decoded on other threads, which have ended when it returns; the bytes do not depend on them.
     /// @param stream      an audio stream of a prepared file
     /// @param outputPath  the file to make; must not exist
     /// @param sampleRate  hertz

@@ -43,7 +43,7 @@ bool PacketCursor::Restart(std::int64_t packet) {
     if (decoder_ == nullptr) return false;
     const PacketIndex& packets = index_->packets;
     if (mode_ == CursorMode::Straight) {
-        position_ = 0;
+        position_ = packet;
         segmentEnd_ = packets.PacketCount();
         return true;
     }

@@ -15,7 +15,7 @@ enum class CursorMode {
     /// A new decoder at the start of every segment. A sample then depends on its segment only, not
     /// on the position where the cursor started.
     Segments,
-    /// One decoder from the first packet to the last.
+    /// One decoder for all packets.
     Straight
 };
 
@@ -30,8 +30,9 @@ enum class CursorMode {
 /// segment it continues with the decoder it has. Because every segment starts in the same way, the
 /// samples of a stream do not depend on the order of the reads.
 ///
-/// A conversion reads the stream once from start to end and uses Straight mode. The indexer makes a
-/// single segment of a stream whose samples would differ between the modes.
+/// In Straight mode the decoder starts at the first packet that is read. A conversion reads the
+/// stream once from start to end and uses this mode, except for packets without dependencies. The
+/// indexer makes a single segment of a stream whose samples would differ between the modes.
 ///
 /// Decoders hold back frames. After the last packet the decoder is drained, and the drained frames
 /// belong to the span of the last packet.
@@ -42,7 +43,7 @@ public:
     PacketCursor(std::shared_ptr<const InputFile> file, std::shared_ptr<const StreamIndex> index,
                  CursorMode mode);
 
-    /// Moves to a packet, for Next. In Straight mode only packet 0 is allowed.
+    /// Moves to a packet, for Next. In Straight mode only before the first call of Next.
     /// @return false when packets could not be fetched
     bool MoveTo(std::int64_t packet);
 

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+#include "sonrel/media/detail/DecoderThreads.h"
+
+#include <sched.h>
+
+#include <algorithm>
+#include <mutex>
+#include <thread>
+
+namespace zrh::media::detail {
+namespace {
+
+std::mutex usedMutex;
+int used = 0;  // guarded by usedMutex
+
+/// The cores of the calling thread.
+int Cores() {
+    cpu_set_t set;
+    if (sched_getaffinity(0, sizeof(set), &set) == 0) return CPU_COUNT(&set);
+    return static_cast<int>(std::thread::hardware_concurrency());
+}
+
+}  // namespace
+
+DecoderThreads::DecoderThreads(int wanted) {
+    const int cores = Cores();
+    const std::lock_guard lock(usedMutex);
+    const int unused = cores > 1 ? std::max(cores - used, 0) : 0;
+    count_ = std::clamp(wanted, 0, unused);
+    used += count_;
+}
+
+DecoderThreads::~DecoderThreads() {
+    const std::lock_guard lock(usedMutex);
+    used -= count_;
+}
+
+}  // namespace zrh::media::detail

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+namespace zrh::media::detail {
+
+/// A share of the threads that decode sound in this process. All shares together have at most as
+/// many threads as the process has cores, so that conversions that run at the same time do not
+/// start more and more threads. With one core no share has a thread.
+///
+/// Threads: any.
+class DecoderThreads {
+public:
+    /// @param wanted  threads at most; 0 or more
+    explicit DecoderThreads(int wanted);
+    ~DecoderThreads();
+    DecoderThreads(const DecoderThreads&) = delete;
+    DecoderThreads& operator=(const DecoderThreads&) = delete;
+
+    /// The threads of this share.
+    int Count() const { return count_; }
+
+private:
+    int count_;
+};
+
+}  // namespace zrh::media::detail
