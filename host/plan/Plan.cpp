@@ -186,7 +186,9 @@ std::string SlurmScript(const Plan& plan) {
     if (plan.joins.empty()) return text + Submission(plan.commands, "");
     text += "parts=$(" + Submission(plan.commands, "") + ")\n";
     text += "echo \"$parts\"\n";
-    return text + Submission(plan.joins, " --dependency=afterok:\"${parts%%;*}\"");
+    // Not afterok: a failed task makes it impossible, even when the task is repeated. A join that
+    // misses a part fails and writes nothing.
+    return text + Submission(plan.joins, " --dependency=afterany:\"${parts%%;*}\"");
 }
 
 }  // namespace orlo::host

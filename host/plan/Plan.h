@@ -28,7 +28,7 @@ std::string ShellQuoted(const std::string& word);
 std::string ShellLine(const CommandWords& command);
 
 /// A script for a shell that submits the plan to Slurm: an array of jobs for the commands, and for
-/// the joins an array that waits for it.
+/// the joins an array that starts when all commands have ended. Prints the numbers of the arrays.
 std::string SlurmScript(const Plan& plan);
 
 }  // namespace orlo::host

@@ -85,11 +85,16 @@ TEST_F(MixJobs, AnInterruptExits130AndKeepsTheOldFile) {
 
 TEST_F(MixJobs, BelowOneOrNoNumberAreWrongUsage) {
     for (const char* jobs : {"0", "-1", "257", "two"}) {
-        const ProgramResult result =
-            shop_.Run({"mix", "@edit.otio", "-o", "@out.wav", "--jobs", jobs});
-        EXPECT_EQ(result.exitCode, 2) << jobs;
-        EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
+        for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
+                 {"mix", "@edit.otio", "-o", "@out.wav", "--jobs", jobs},
+                 {"conform", "@edit.otio", "--jobs", jobs},
+                 {"verify", "@mix.json", "--jobs", jobs}}) {
+            const ProgramResult result = shop_.Run(command);
+            EXPECT_EQ(result.exitCode, 2) << command[0] << " " << jobs;
+            EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
+        }
     }
+    EXPECT_FALSE(std::filesystem::exists(shop_.Work("out.wav")));
 }
 
 }  // namespace

@@ -131,6 +131,40 @@ TEST_F(PartProgram, APartThatWasCutShortOrDamagedIsRefused) {
     ExpectRefused(Join({PartName(1), PartName(2), PartName(3)}), "damaged");
 }
 
+TEST_F(PartProgram, AJoinThatIsRefusedKeepsTheFileOfItsName) {
+    MixPart(1);
+    WriteFile(shop_.Work("joined.wav"), "old");
+
+    EXPECT_EQ(Join({PartName(1)}).exitCode, 1);
+
+    EXPECT_EQ(ReadFile(shop_.Work("joined.wav")), "old");
+}
+
+TEST_F(PartProgram, APlanThatCannotBeDividedIsRefusedAndPrintsNoCommand) {
+    struct Refused {
+        std::vector<std::string> plan;
+        int exitCode;
+    };
+    for (const Refused& refused : std::vector<Refused>{
+             {{"mix", "@edit.otio", "--shards", "0"}, 2},
+             {{"mix", "@edit.otio", "--shards", "100001"}, 2},
+             {{"mix", "@a.wav", "--shards", "2"}, 2},
+             {{"mix", "-"}, 2},
+             {{"mix"}, 2},
+             {{"play", "@edit.otio"}, 2},
+             {{"conform", "@a.wav", "-o", "@"}, 2},
+             {{"mix", "@edit.otio", "--for", "slurm", "--joins"}, 2},
+             {{"mix", "@nowhere.otio"}, 1},
+         }) {
+        std::vector<std::string> words = refused.plan;
+        words.insert(words.begin(), "plan");
+        const ProgramResult result = shop_.RunBare(words);
+        EXPECT_EQ(result.exitCode, refused.exitCode) << result.err;
+        EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
+        EXPECT_EQ(result.out, "");
+    }
+}
+
 TEST_F(PartProgram, TheLinesOfAPlanMixAndJoinInAShell) {
     ASSERT_EQ(Mix("@whole.wav", {}).exitCode, 0);
     const std::string name = "a reel's edit";

@@ -97,7 +97,7 @@ TEST(ShellQuoting, KeepsPlainWordsAndQuotesAllOthers) {
     EXPECT_THROW(ShellLine({"line\nbreak"}), UsageError);
 }
 
-TEST(SlurmPlan, SubmitsTheJoinsToRunAfterAllParts) {
+TEST(SlurmPlan, SubmitsTheJoinsToRunWhenAllPartsHaveEnded) {
     const std::string script = SlurmScript(
         {{{"sonrel", "mix", "a b"}, {"sonrel", "mix", "c"}}, {{"sonrel", "join", "d"}}});
 
@@ -114,7 +114,7 @@ TEST(SlurmPlan, SubmitsTheJoinsToRunAfterAllParts) {
               "END_OF_TASKS\n"
               ")\n"
               "echo \"$parts\"\n"
-              "sbatch --parsable --requeue --array=1-1 --dependency=afterok:\"${parts%%;*}\" "
+              "sbatch --parsable --requeue --array=1-1 --dependency=afterany:\"${parts%%;*}\" "
               "<<'END_OF_TASKS'\n"
               "#!/bin/sh\n"
               "case $SLURM_ARRAY_TASK_ID in\n"
