@@ -347,6 +347,18 @@ report_pages() {
     check "Pages of reports" tests/report/report_pages.py build/release/host/sonrel
 }
 
+# Plans that schedulers run, each with a part that is killed in the middle and resumed.
+farm() {
+    require "Configure" configure release
+    require "Build" build release SonrelHost
+    farm_plans
+}
+
+farm_plans() {
+    check "Plans with GNU parallel" tests/farm/farm.py build/release/host/sonrel parallel
+    check "Plans with Slurm" tests/farm/farm.py build/release/host/sonrel slurm
+}
+
 # Each file names its licence, in its first lines or in .reuse/dep5.
 licences() { check "Licence of every file" reuse lint; }
 
