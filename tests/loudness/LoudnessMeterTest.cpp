@@ -60,6 +60,25 @@ TEST_P(LoudnessMeterPaths, HasTheBitsOfTheBaseline) {
     }
 }
 
+TEST_P(LoudnessMeterPaths, AMeterThatIsResetAfterAnyFrameHasTheBitsOfANewOne) {
+    for (const int rate : {8000, 11025, 48000, 192000}) {
+        const Frames frames = sonrel_tests::WhiteNoise(static_cast<std::size_t>(4 * rate), 12);
+        const auto expected = ResultsOf(Measured(frames, rate));
+        LoudnessMeter meter(rate);
+        // In a step, at the end of a step, at the end of 100 milliseconds, after 3 seconds.
+        for (const int before : {1, rate / 100, rate / 100 + 7, rate / 10, 3 * rate + 5}) {
+            meter.Add(frames.data(), static_cast<std::size_t>(before));
+            meter.Reset();
+            ASSERT_EQ(ResultsOf(meter), NOTHING) << rate << " Hz after " << before << " frames";
+
+            meter.Add(frames.data(), frames.size() / 2);
+
+            ASSERT_EQ(ResultsOf(meter), expected) << rate << " Hz after " << before << " frames";
+            meter.Reset();
+        }
+    }
+}
+
 TEST(LoudnessMeter, AToneOf997HertzAtFullScaleOnOneChannelIsMinus3) {
     // The calibration of the standard: -3.01 LKFS.
     Frames frames(2 * 96000);

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 
 // The test signals of EBU Tech 3341 (table 1) and EBU Tech 3342 (table 1) that are defined by
-// formulas, with their tolerances. Not here: the signals for five channels and those from
-// programmes.
+// formulas, with their tolerances. Not here: signal 6 of Tech 3341, which has five channels, and
+// recordings of programmes, which are signals 7 and 8 of Tech 3341 and 5 and 6 of Tech 3342.
 #include <gtest/gtest.h>
+
+#include <numeric>
 
 #include "tests/loudness/LoudnessSignals.h"
 
@@ -148,6 +150,68 @@ TEST(Tech3341, Signals15To19HaveTheTruePeakOfTheWave) {
         const double peak = Measured(frames, RATE).TruePeakDb().value();
         EXPECT_GE(peak, wave.decibels - 0.4) << wave.degrees;
         EXPECT_LE(peak, wave.decibels + 0.2) << wave.degrees;
+    }
+}
+
+/// A sine of a sixth of the rate at half of full scale, with one turn of a fourth of the rate at
+/// full scale in its middle. The phase is continuous.
+/// @param place  frames at four times the rate, from the start of the turn
+double TurnInAToneAt(int place) {
+    constexpr double SIXTH = 24.0;
+    constexpr int FOURTH = 16;
+    const auto sine = [](double turns) { return std::sin(2.0 * std::numbers::pi * turns); };
+    if (place < 0) return 0.5 * sine(place / SIXTH);
+    if (place < FOURTH) return sine(static_cast<double>(place) / FOURTH);
+    return 0.5 * sine((place - FOURTH) / SIXTH);
+}
+
+/// Half a second of it at four times the rate, with a fade at both ends.
+std::vector<double> TurnInATone() {
+    constexpr int HALF = RATE;
+    constexpr double FADE = RATE / 25.0;
+    std::vector<double> wave;
+    for (int place = -HALF; place < HALF; ++place) {
+        const double fade = std::min(1.0, (HALF - std::abs(place)) / FADE);
+        wave.push_back(fade * TurnInAToneAt(place));
+    }
+    return wave;
+}
+
+/// A low-pass at half of the rate, for four times the rate: a sinc with a Hann window.
+std::vector<double> LowPass() {
+    constexpr int HALF = 96;
+    std::vector<double> weights;
+    double sum = 0.0;
+    for (int i = -HALF; i <= HALF; ++i) {
+        const double x = std::numbers::pi * i / 4.0;
+        const double window = 0.5 + 0.5 * std::cos(std::numbers::pi * i / (HALF + 1));
+        weights.push_back(window * (i == 0 ? 1.0 : std::sin(x) / x));
+        sum += weights.back();
+    }
+    for (double& weight : weights) weight /= sum;
+    return weights;
+}
+
+/// Every fourth frame of a filtered wave, from an offset on.
+Frames Decimated(const std::vector<double>& wave, const std::vector<double>& weights,
+                 std::size_t offset) {
+    Frames frames;
+    for (std::size_t at = offset; at + weights.size() <= wave.size(); at += 4) {
+        const double value = std::inner_product(
+            weights.begin(), weights.end(), wave.begin() + static_cast<std::ptrdiff_t>(at), 0.0);
+        const short sample = sonrel_tests::ToShort(32768.0 * value);
+        frames.insert(frames.end(), {sample, sample});
+    }
+    return frames;
+}
+
+TEST(Tech3341, Signals20To23HaveTheTruePeakOfATurnBetweenTheSamples) {
+    const std::vector<double> wave = TurnInATone();
+    const std::vector<double> weights = LowPass();
+    for (std::size_t offset = 0; offset < 4; ++offset) {
+        const double peak = Measured(Decimated(wave, weights, offset), RATE).TruePeakDb().value();
+        EXPECT_GE(peak, -0.4) << "offset " << offset;
+        EXPECT_LE(peak, 0.2) << "offset " << offset;
     }
 }
 

@@ -2,7 +2,11 @@
 // The loudness of the sound that is heard.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
+#include <future>
 #include <optional>
+#include <thread>
 
 #include "sonrel/loudness/LoudnessMeter.h"
 #include "tests/playback/PlaybackRig.h"
@@ -37,6 +41,29 @@ protected:
             return rig_.Playback().CurrentPlaybackVideoFrame() == frame;
         }));
     }
+    /// Flushes while buffers end. @return the number of buffers that had begun to sound, which is
+    /// the frame where the run continues
+    int Flush() {
+        std::atomic<std::thread::id> flushing;
+        std::atomic<bool> isWaiting = false;
+        rig_.Impl().flushTimeout = std::chrono::hours(1);
+        rig_.device.onState = [&] {
+            if (flushing.load() == std::this_thread::get_id()) isWaiting = true;
+        };
+        auto flush = std::async(std::launch::async, [&] {
+            flushing = std::this_thread::get_id();
+            return rig_.Playback().FlushQueuedPlaybackSamples();
+        });
+        EXPECT_TRUE(Eventually([&] { return isWaiting.load(); }));
+        rig_.device.EndBuffer();
+        sounding_ = false;
+        while (flush.wait_for(std::chrono::milliseconds(20)) != std::future_status::ready) {
+            rig_.device.PlayBuffer();
+        }
+        EXPECT_EQ(flush.get(), Err::NoError);
+        rig_.device.onState = {};
+        return static_cast<int>(rig_.device.FlushMarks().at(0));
+    }
     sonrel::PlaybackLoudness Heard() { return rig_.Playback().CurrentPlaybackLoudness(); }
     void ExpectNothing() {
         EXPECT_EQ(Heard().momentaryLufs, std::nullopt);
@@ -48,10 +75,10 @@ protected:
     bool sounding_ = false;
 };
 
-/// A meter that has measured the first frames of the sequence.
-sonrel::LoudnessMeter MeterOfFrames(int frames) {
+/// A meter that has measured frames of the sequence.
+sonrel::LoudnessMeter MeterOfFrames(int frames, int first = 0) {
     sonrel::LoudnessMeter meter(48000);
-    for (int i = 0; i < frames * SAMPLES_OF_A_FRAME; ++i) {
+    for (int i = first * SAMPLES_OF_A_FRAME; i < (first + frames) * SAMPLES_OF_A_FRAME; ++i) {
         const short frame[2] = {GrowingSquare(i), GrowingSquare(i)};
         meter.Add(frame, 1);
     }
@@ -84,6 +111,23 @@ TEST_F(PlaybackLoudness, ANewRunBeginsWithoutLoudness) {
     ASSERT_EQ(rig_.Play(0, FORWARD, 1), Err::NoError);
 
     ExpectNothing();
+}
+
+TEST_F(PlaybackLoudness, AFlushBeginsTheMeasurementAnewWithTheNextBuffer) {
+    rig_.Playback().AddMeterObserver(&observer_);
+    ASSERT_EQ(rig_.Play(0, FORWARD, 1), Err::NoError);
+    HearFrame(12);
+    EXPECT_EQ(Heard().momentaryLufs, MeterOfFrames(13).MomentaryLufs());
+
+    const int next = Flush();
+
+    HearFrame(next);
+    ExpectNothing();
+    HearFrame(next + 8);
+    ExpectNothing();
+    HearFrame(next + 9);  // 0.4 seconds
+    EXPECT_EQ(Heard().momentaryLufs, MeterOfFrames(10, next).MomentaryLufs());
+    EXPECT_NE(Heard().momentaryLufs, std::nullopt);
 }
 
 TEST_F(PlaybackLoudness, WithoutObserversNothingIsMeasured) {
