@@ -8,6 +8,9 @@
 #
 # Environment: SONREL (the program; default build/release/host/sonrel), MINUTES (10), RUNS (3),
 # WORK (a folder for media and outputs, several GB; default a temporary one).
+#
+# The other programs are packages of Debian: ecasound ffmpeg gstreamer1.0-plugins-base
+# gstreamer1.0-plugins-good gstreamer1.0-tools melt sox.
 set -euo pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -24,8 +27,8 @@ for tool in ffmpeg ecasound sox gst-launch-1.0 melt; do
     command -v "$tool" >/dev/null || missing+=("$tool")
 done
 if [ ${#missing[@]} -gt 0 ]; then
-    echo "bench/peers.sh: missing ${missing[*]}; apt-get install ffmpeg ecasound sox" \
-        "gstreamer1.0-tools gstreamer1.0-plugins-good melt" >&2
+    echo "bench/peers.sh: missing ${missing[*]}; apt-get install ecasound ffmpeg" \
+        "gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-tools melt sox" >&2
     exit 1
 fi
 
