@@ -40,7 +40,7 @@ protected:
     }
 
     const sonrel_tests::TemporaryFolder folder_;
-    const GlobalOptions global_;
+    const GlobalOptions global_{};
     std::vector<MediaUse> media_;
 };
 
