@@ -76,6 +76,10 @@ endif()
 if(TARGET SonrelPython)
     sonrel_package(python python3-sonrel python "Python module"
         "Sonrel mixes timelines of recordings to 16-bit stereo. This package contains\nits Python module, which mixes into NumPy arrays.")
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+        ${CMAKE_CURRENT_SOURCE_DIR}/debian/python3-sonrel/postinst
+        ${CMAKE_CURRENT_SOURCE_DIR}/debian/python3-sonrel/prerm)
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_STRICT_PERMISSION ON)
     math(EXPR next_python "${Python_VERSION_MINOR} + 1")
     set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
         "${same_version}, python3-numpy, python3 (>= ${Python_VERSION_MAJOR}.${Python_VERSION_MINOR}), python3 (<< ${Python_VERSION_MAJOR}.${next_python})")

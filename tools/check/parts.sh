@@ -209,13 +209,15 @@ unknown_target_is_refused() {
 
 own_project_library() {
     check "Project library of a host, as a CMake target" host_project_by_target
-    check "Sources fetched by another project" fetched_by_cmake
+    check "Sources fetched by another project" fetched_by_cmake c++
+    check "Sources fetched by another project with Clang" fetched_by_cmake clang++-14
 }
 
-# Sonrel as a part of the build of a project that fetches its sources. The packages and the tests of the
-# project stay its own.
+# fetched_by_cmake COMPILER: Sonrel as a part of the build of a project that fetches its sources. The packages
+# and the tests of the project stay its own.
 fetched_by_cmake() {
-    local build=build/fetch
+    local -x CXX=$1
+    local build=build/fetch-$1
     rm -rf "$build"
     mkdir -p "$build"
     tar --exclude=./build --exclude=./.git -czf "$build/sonrel.tar.gz" . &&
