@@ -27,7 +27,7 @@ Outcome RunAlign(const GlobalOptions& global, const AlignOptions& options) {
     ClaimAlignOutputs(global, options, options.inputs, guard);
     const EngineSession session(global);
     Progress progress(global.progress, global.quiet);
-    recordings.Prepare(session, progress);
+    recordings.Prepare(session, options.jobs.Count(), progress);
 
     const Recording& first = recordings.List().front();
     const double fps = first.asset ? FrameRateOf(*first.asset, global) : 0.0;

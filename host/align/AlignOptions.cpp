@@ -25,6 +25,7 @@ void DeclareShared(CLI::App& command, AlignOptions& options, bool needsTimeline)
             "Exit 3 when the refined correlation is below X (default: 0.3)")
         ->type_name("X");
     DeclareSound(command, options.sound);
+    DeclareJobs(command, options.jobs, "Recordings to prepare at the same time");
     command.add_option("--plot", options.plot, "Draw both waveforms at the offset")
         ->type_name("FILE.svg");
     command.add_option("--otio", options.otio, "Write a timeline with the recordings in sync")

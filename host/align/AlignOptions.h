@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "host/options/JobsOption.h"
 #include "host/options/SoundOptions.h"
 
 namespace CLI {
@@ -15,6 +16,7 @@ namespace orlo::host {
 struct AlignOptions {
     std::vector<std::string> inputs;  ///< at least two; all are aligned with the first
     SoundOptions sound;
+    JobsOption jobs;
     double minCorrelation = 0.3;
     std::string plot;
     std::string otio;

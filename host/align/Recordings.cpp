@@ -36,10 +36,10 @@ void Recordings::MoveToFront(std::size_t index) {
     std::rotate(list_.begin(), at, at + 1);
 }
 
-void Recordings::Prepare(const EngineSession& session, Progress& progress) {
+void Recordings::Prepare(const EngineSession& session, int jobs, Progress& progress) {
     Import();
-    ConformSources(session, progress);
-    PreparePeaks(session, progress);
+    ConformSources(session, jobs, progress);
+    PreparePeaks(session, jobs, progress);
     for (Recording& recording : list_) {
         const Source& source = sources_[recording.path];
         recording.asset = source.asset;
@@ -68,7 +68,7 @@ std::vector<Recordings::Source*> Recordings::UsableSources() {
     return usable;
 }
 
-void Recordings::ConformSources(const EngineSession& session, Progress& progress) {
+void Recordings::ConformSources(const EngineSession& session, int jobs, Progress& progress) {
     const std::vector<Source*> sources = UsableSources();
     std::vector<ConformTask> tasks;
     for (const Source* source : sources) {
@@ -77,11 +77,11 @@ void Recordings::ConformSources(const EngineSession& session, Progress& progress
         task.rate = rate_;
         tasks.push_back(task);
     }
-    Conform(session, tasks, {}, progress);
+    Conform(session, tasks, {jobs}, progress);
     for (std::size_t i = 0; i < tasks.size(); ++i) sources[i]->error = tasks[i].result.error;
 }
 
-void Recordings::PreparePeaks(const EngineSession& session, Progress& progress) {
+void Recordings::PreparePeaks(const EngineSession& session, int jobs, Progress& progress) {
     const std::vector<Source*> sources = UsableSources();
     std::vector<PeakTask> tasks;
     for (const Source* source : sources) {
@@ -91,7 +91,7 @@ void Recordings::PreparePeaks(const EngineSession& session, Progress& progress) 
         task.frames = source->asset->AudioStream()->NativeSampleCount();
         tasks.push_back(task);
     }
-    FindOrMakePeakFiles(session, tasks, progress);
+    FindOrMakePeakFiles(session, tasks, {jobs}, progress);
     for (std::size_t i = 0; i < tasks.size(); ++i) {
         const FileResult& result = tasks[i].result;
         sources[i]->error = result.error;

@@ -33,8 +33,9 @@ public:
     void SetError(const std::string& input, const std::string& error);
 
     /// Conforms the recordings and finds or makes their peak files.
+    /// @param jobs  recordings at the same time
     /// @throws JobError when the database fails; CommandError when the program is asked to stop
-    void Prepare(const EngineSession& session, Progress& progress);
+    void Prepare(const EngineSession& session, int jobs, Progress& progress);
 
     /// Moves a recording before all others, which keep their order.
     void MoveToFront(std::size_t index);
@@ -47,8 +48,8 @@ private:
 
     void Import();
     std::vector<Source*> UsableSources();
-    void ConformSources(const EngineSession& session, Progress& progress);
-    void PreparePeaks(const EngineSession& session, Progress& progress);
+    void ConformSources(const EngineSession& session, int jobs, Progress& progress);
+    void PreparePeaks(const EngineSession& session, int jobs, Progress& progress);
     void ReadLevels(Recording& recording) const;
 
     project::Project project_;

@@ -108,7 +108,7 @@ Outcome RunSync(const GlobalOptions& global, const SyncOptions& options) {
     ClaimAlignOutputs(global, options, files.recordings, guard);
     const EngineSession session(global);
     Progress progress(global.progress, global.quiet);
-    recordings.Prepare(session, progress);
+    recordings.Prepare(session, options.jobs.Count(), progress);
 
     const Reference reference = ChooseReference(recordings.List(), options.reference);
     const double fps = FrameRateOfDay(global, recordings.List());

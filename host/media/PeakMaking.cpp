@@ -222,12 +222,13 @@ PeakTask PeakTaskFor(const std::shared_ptr<project::MediaManager>& manager, cons
 }
 
 void FindOrMakePeakFiles(const EngineSession& session, std::vector<PeakTask>& tasks,
-                         Progress& progress, CurrentFiles current) {
+                         const PeakSettings& settings, Progress& progress) {
     PeakTasks work(session, tasks);
     CacheFileRun run;
     run.step = STEP;
     run.unfinished = "not all peak files are made";
-    run.current = current;
+    run.current = settings.current;
+    run.jobs = settings.jobs;
     RunCacheFileTasks(session, work, run, progress);
 }
 

@@ -33,10 +33,15 @@ struct PeakTask {
 PeakTask PeakTaskFor(const std::shared_ptr<project::MediaManager>& manager, const std::string& path,
                      const zrh::media::SoundChoice& choice);
 
+struct PeakSettings {
+    int jobs = 1;  ///< files at the same time
+    CurrentFiles current = CurrentFiles::Kept;
+};
+
 /// Finds or makes the peak files of all tasks in the cache.
 /// @throws JobError when the database fails; CommandError when the program is asked to stop
 void FindOrMakePeakFiles(const EngineSession& session, std::vector<PeakTask>& tasks,
-                         Progress& progress, CurrentFiles current = CurrentFiles::Kept);
+                         const PeakSettings& settings, Progress& progress);
 
 /// Number of threads that make a peak file: chosen by the engine, one or several.
 enum class PeakMode { Auto, Single, Multi };

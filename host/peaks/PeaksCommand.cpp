@@ -130,8 +130,8 @@ Outcome RunWithCache(const GlobalOptions& global, const PeaksOptions& options) {
     }
     const EngineSession session(global);
     Progress progress(global.progress, global.quiet);
-    FindOrMakePeakFiles(session, work.tasks, progress,
-                        options.force ? CurrentFiles::Recreated : CurrentFiles::Kept);
+    const CurrentFiles current = options.force ? CurrentFiles::Recreated : CurrentFiles::Kept;
+    FindOrMakePeakFiles(session, work.tasks, {options.jobs.Count(), current}, progress);
     Outcome outcome = ReportFiles(work.entries, [&](std::size_t task) {
         return WithLastingPath(global, work.tasks[task].result);
     });

@@ -38,6 +38,7 @@ void DeclarePeaksOptions(CLI::App& command, PeaksOptions& options) {
         ->type_name("MODE")
         ->transform(OneOf<PeakMode>(
             {{"auto", PeakMode::Auto}, {"single", PeakMode::Single}, {"multi", PeakMode::Multi}}));
+    DeclareJobs(command, options.jobs, "Peak files of the cache to make at the same time");
     command.add_option("--export", options.exportFile, "Write waveform data for other programs")
         ->type_name("FILE.json|.dat");
     command

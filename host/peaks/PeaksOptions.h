@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "host/media/PeakMaking.h"
+#include "host/options/JobsOption.h"
 #include "host/options/SoundOptions.h"
 
 namespace CLI {
@@ -18,6 +19,7 @@ struct PeaksOptions {
     SoundOptions sound;
     std::string output;  ///< empty: writes to the cache
     PeakMode mode = PeakMode::Auto;
+    JobsOption jobs;
     std::string exportFile;
     int zoom = 256;          ///< samples per pixel of the export
     bool force = false;      ///< recreate existing files

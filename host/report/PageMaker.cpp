@@ -5,6 +5,7 @@
 
 #include "host/measure/LevelSummary.h"
 #include "host/media/PeakMaking.h"
+#include "host/shell/Cores.h"
 #include "host/shell/Text.h"
 
 namespace orlo::host {
@@ -23,7 +24,7 @@ FoundPeaks FindPeaks(const EngineSession& session, const std::vector<MediaUse>& 
         tasks.push_back(PeakTaskFor(manager, use.location.path, sound));
         uses.push_back(&use);
     }
-    if (!tasks.empty()) FindOrMakePeakFiles(session, tasks, progress);
+    if (!tasks.empty()) FindOrMakePeakFiles(session, tasks, {AvailableCores()}, progress);
     FoundPeaks found;
     for (std::size_t i = 0; i < tasks.size(); ++i) {
         const FileResult& result = tasks[i].result;

@@ -46,7 +46,7 @@ public:
             return;
         }
         std::vector<PeakTask> tasks{task};
-        FindOrMakePeakFiles(session, tasks, progress);
+        FindOrMakePeakFiles(session, tasks, {}, progress);
         const FileResult& result = tasks.front().result;
         if (result.status == FileStatus::Failed) throw JobError(result.error);
         path_ = result.path;

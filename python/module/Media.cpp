@@ -12,6 +12,7 @@
 #include "host/mix/MixRender.h"
 #include "host/output/OutputGuard.h"
 #include "host/output/WavWriter.h"
+#include "host/shell/Cores.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/Paths.h"
@@ -46,7 +47,7 @@ PeakFileOfSound FindPeakFile(const Session::Use& use,
                              const MediaSound& sound, host::Progress& progress) {
     std::vector<host::PeakTask> tasks{
         host::PeakTaskFor(manager, host::AbsolutePath(sound.path), sound.choice)};
-    host::FindOrMakePeakFiles(use.Engine(), tasks, progress);
+    host::FindOrMakePeakFiles(use.Engine(), tasks, {}, progress);
     const host::FileResult& result = tasks.front().result;
     if (result.status == host::FileStatus::Failed) throw host::JobError(result.error);
     return {tasks.front(), result.path};
@@ -173,7 +174,7 @@ AlignedPair AlignFiles(const Session::Use& use, const AlignmentTask& task,
     host::GlobalOptions options;
     options.rate = task.rate;
     host::Recordings recordings(options, {task.first, task.second}, task.choice);
-    recordings.Prepare(use.Engine(), progress);
+    recordings.Prepare(use.Engine(), host::AvailableCores(), progress);
     const std::vector<host::Recording>& list = recordings.List();
     for (const host::Recording& recording : list) {
         if (!recording.error.empty()) throw host::JobError(recording.error);
