@@ -8,6 +8,7 @@ pkg_check_modules(XXHASH REQUIRED IMPORTED_TARGET libxxhash)
 
 if(SONREL_PROJECT_LIBRARY STREQUAL "")
     find_package(SQLite3 REQUIRED)
+    pkg_check_modules(LIBPQ REQUIRED IMPORTED_TARGET libpq)
     pkg_check_modules(FFMPEG REQUIRED IMPORTED_TARGET libavformat libavcodec libswresample libavutil)
 endif()
 

@@ -42,6 +42,7 @@ struct CacheRecord {
 /// name of the file, as MediaDB does.
 class SONREL_EXPORT CacheLedger {
 public:
+    /// @param databasePath  as in MediaDB
     /// @throws std::runtime_error when the path has no database, or its version is newer
     explicit CacheLedger(std::wstring const& databasePath);
     ~CacheLedger();
@@ -61,7 +62,7 @@ public:
     bool Remove(CacheRecord const& record);
 
     /// Runs @p work if a record still has its cache file name and was not used since it was listed,
-    /// in one write transaction: no other connection of any process stamps, adds or removes a
+    /// in one write transaction: no other connection of any process stamps, replaces or removes the
     /// record during the work. A stamp comes either before, and the work does not run, or after it.
     /// @param work  may remove the record through this object
     /// @return whether the work ran

@@ -25,9 +25,13 @@ void SetDatabaseBusyTimeout(int milliseconds) {
     busyTimeoutMs = milliseconds;
 }
 
-long long DatabaseNow() {
+std::optional<long long> TestDatabaseTime() {
     const std::lock_guard guard(clockMutex);
-    if (testClock) return testClock();
+    return testClock ? std::optional(testClock()) : std::nullopt;
+}
+
+long long DatabaseNow() {
+    if (const auto time = TestDatabaseTime()) return *time;
     const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
     return std::chrono::duration_cast<std::chrono::milliseconds>(sinceEpoch).count();
 }

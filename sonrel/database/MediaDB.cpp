@@ -34,6 +34,14 @@ MediaDB::DatabaseStatus MediaDB::Status() const {
     return impl_->status;
 }
 
+bool MediaDB::LockForAll(std::wstring const& name) {
+    return impl_->database->LockForAll(name);
+}
+
+void MediaDB::UnlockForAll(std::wstring const& name) {
+    impl_->database->UnlockForAll(name);
+}
+
 std::wstring MediaDB::CreateMediaCacheFilePath(std::wstring const& cacheFolder,
                                                std::wstring const& fileName) {
     if (cacheFolder.empty() || cacheFolder.back() == L'/') return cacheFolder + fileName;

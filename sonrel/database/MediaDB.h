@@ -14,7 +14,8 @@ namespace orlo::project {
 
 struct MediaDBImpl;
 
-/// A connection to the media database, which records the cache files of media files.
+/// A connection to the media database, which records the cache files of media files. The database
+/// is a file or, for several machines, on a PostgreSQL server.
 ///
 /// A record is found by its whole key: media path, media fingerprint, stream index and, for
 /// conformed files, sample rate; keys are case-sensitive. Its value is the name of the cache file
@@ -27,7 +28,8 @@ struct MediaDBImpl;
 /// processes, may be open on one database.
 ///
 /// Errors: every operation may throw `std::runtime_error` with the message of the database and the
-/// name of the file, also when the database is locked for longer than five seconds.
+/// name of the file or server, also when the database is locked for longer than five seconds. After
+/// the connection to a server was lost, every operation fails: open another connection.
 class SONREL_EXPORT MediaDB {
 public:
     /// The state of the database when it was opened. Only 0 has a meaning for the engine.
@@ -65,8 +67,12 @@ public:
     using VFRCacheFileList = ZRList<VFRCacheFile, ZRListItemDelegate::Null>;    ///< records
 
     /// Opens the database.
-    /// @param databasePath      the file of the database; its folder must exist
-    /// @param cacheFolderPath   not used: records contain names without a path
+    /// @param databasePath      the file of the database, or a server file (DatabaseServer.h); its
+    ///                          folder must exist
+    /// @param cacheFolderPath   for a database on a server, the folder that all machines share. The
+    ///                          first connection marks it with a file, and a folder without that
+    ///                          mark is refused; an empty path is not checked. Not used for a
+    ///                          database in a file: records contain names without a path
     /// @param createAndMigrate  true creates a missing database, upgrades an older schema and
     ///                          refuses a read-only file; false opens only an existing database of
     ///                          the current schema
@@ -80,6 +86,16 @@ public:
     MediaDB& operator=(const MediaDB&) = delete;
 
     DatabaseStatus Status() const;  ///< the state when it was opened
+
+    /// Locks a name for all connections to the database, on all machines. Waits while another
+    /// connection has the lock. A connection that is closed, or whose process ends, releases its
+    /// locks at once; a connection to a machine that disappears, within 30 seconds.
+    ///
+    /// The engine holds the lock of a media path while it makes a cache file.
+    /// @return false for a database in a file, which is used on one machine and has no such locks
+    bool LockForAll(std::wstring const& name);
+    /// Releases a lock of this connection.
+    void UnlockForAll(std::wstring const& name);
 
     /// Joins a cache folder and a file name with one slash.
     static std::wstring CreateMediaCacheFilePath(std::wstring const& cacheFolder,
@@ -124,8 +140,9 @@ public:
     /// back, counts as used now.
     ConformedFileList FindUnusedConformedFiles(int days) const;
     /// Runs @p work if a record that was found unused is still unused and still has its cache file
-    /// name, in one write transaction: no other connection of any process stamps, adds or removes a
-    /// record during the work. A stamp comes either before, and the work does not run, or after it.
+    /// name, in one write transaction: no other connection of any process stamps, replaces or
+    /// removes the record during the work. A stamp comes either before, and the work does not run,
+    /// or after it.
     /// @param record  from FindUnusedConformedFiles
     /// @param days    as in that call
     /// @param work    may remove the record through this connection

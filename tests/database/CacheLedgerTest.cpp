@@ -9,6 +9,7 @@
 
 #include "sonrel/database/MediaDB.h"
 #include "sonrel/database/detail/DatabaseHooks.h"
+#include "tests/database/DatabaseKinds.h"
 #include "tests/database/FirstVersion.h"
 #include "tests/support/AnotherProcess.h"
 #include "tests/support/Database.h"
@@ -31,24 +32,42 @@ using sonrel_tests::ReadFile;
 using sonrel_tests::TemporaryFolder;
 using sonrel_tests::WriteFile;
 
-class CacheLedgerTest : public testing::Test {
+/// Adds four records of all kinds, and sets the time of the database.
+void FillDatabase(const std::wstring& path, long long* now) {
+    MediaDB database(path, L"", true);
+    database.AddVFRCacheFile(L"/m/v.mov", L"cc", 3, L"v.vfr");
+    database.AddPeakFile(L"/m/p.wav", L"bb", 2, L"p.xwpk");
+    *now = 2000;
+    database.AddConformedFile(L"/m/b.wav", L"aa", 1, 48000, L"b.xwmc");
+    database.AddConformedFile(L"/m/a.wav", L"aa", 0, 44100, L"a.xwmc");
+}
+
+/// Rules that hold for every kind of database.
+class CacheLedgerTest : public sonrel_tests::DatabaseOfKind {
 protected:
     CacheLedgerTest() {
         orlo::project::SetDatabaseClock([this] { return now_; });
     }
-    ~CacheLedgerTest() override {
+    ~CacheLedgerTest() override { orlo::project::SetDatabaseClock({}); }
+
+    void Fill() { FillDatabase(path_, &now_); }
+
+    long long now_ = 1000;
+};
+SONREL_FOR_BOTH_DATABASES(CacheLedgerTest);
+
+/// Rules of databases in files.
+class SqliteCacheLedgerTest : public testing::Test {
+protected:
+    SqliteCacheLedgerTest() {
+        orlo::project::SetDatabaseClock([this] { return now_; });
+    }
+    ~SqliteCacheLedgerTest() override {
         orlo::project::SetDatabaseClock({});
         std::filesystem::permissions(folder_.Path(), std::filesystem::perms::owner_all);
     }
 
-    void Fill() {
-        MediaDB database(path_, L"", true);
-        database.AddVFRCacheFile(L"/m/v.mov", L"cc", 3, L"v.vfr");
-        database.AddPeakFile(L"/m/p.wav", L"bb", 2, L"p.xwpk");
-        now_ = 2000;
-        database.AddConformedFile(L"/m/b.wav", L"aa", 1, 48000, L"b.xwmc");
-        database.AddConformedFile(L"/m/a.wav", L"aa", 0, 44100, L"a.xwmc");
-    }
+    void Fill() { FillDatabase(path_, &now_); }
 
     TemporaryFolder folder_;
     std::wstring path_ = folder_.Wide("media.db");
@@ -67,7 +86,7 @@ void ExpectRecord(const CacheRecord& record, CacheFileKind kind, const std::wstr
     EXPECT_EQ(record.lastUseMs, lastUse);
 }
 
-TEST_F(CacheLedgerTest, ListsTheRecordsOfOneMediaPathAndKind) {
+TEST_P(CacheLedgerTest, ListsTheRecordsOfOneMediaPathAndKind) {
     Fill();
     MediaDB(path_, L"", false).AddConformedFile(L"/m/b.wav", L"aa", 0, 44100, L"c.xwmc");
     const CacheLedger ledger(path_);
@@ -82,7 +101,7 @@ TEST_F(CacheLedgerTest, ListsTheRecordsOfOneMediaPathAndKind) {
     EXPECT_TRUE(ledger.RecordsOf(CacheFileKind::Peak, L"/m/b.wav").empty());
 }
 
-TEST_F(CacheLedgerTest, AllRecordsAreListedByKindAndKey) {
+TEST_P(CacheLedgerTest, AllRecordsAreListedByKindAndKey) {
     Fill();
 
     const std::vector<CacheRecord> records = CacheLedger(path_).Records();
@@ -96,7 +115,7 @@ TEST_F(CacheLedgerTest, AllRecordsAreListedByKindAndKey) {
     ExpectRecord(records[3], CacheFileKind::Vfr, L"/m/v.mov", L"cc", 3, 0, L"v.vfr", 1000);
 }
 
-TEST_F(CacheLedgerTest, AChecksumIsListedWithAllItsBits) {
+TEST_P(CacheLedgerTest, AChecksumIsListedWithAllItsBits) {
     MediaDB database(path_, L"", true);
     database.AddConformedFile(L"/m/a.wav", L"aa", 0, 44100, L"a.xwmc", 0xFFFFFFFFFFFFFFFF);
     database.AddPeakFile(L"/m/a.wav", L"aa", 0, L"a.xwpk", 0);
@@ -110,7 +129,7 @@ TEST_F(CacheLedgerTest, AChecksumIsListedWithAllItsBits) {
     EXPECT_EQ(records[2].checksum, std::nullopt);
 }
 
-TEST_F(CacheLedgerTest, AReplacedRecordHasTheChecksumOfTheNewFileAndTheOldFileKeepsItsOwn) {
+TEST_P(CacheLedgerTest, AReplacedRecordHasTheChecksumOfTheNewFileAndTheOldFileKeepsItsOwn) {
     MediaDB database(path_, L"", true);
     database.AddConformedFile(L"/m/a.wav", L"aa", 0, 44100, L"a.xwmc", 1);
     database.AddPeakFile(L"/m/a.wav", L"aa", 0, L"a.xwpk", 2);
@@ -132,7 +151,7 @@ TEST_F(CacheLedgerTest, AReplacedRecordHasTheChecksumOfTheNewFileAndTheOldFileKe
     EXPECT_EQ(records[3].checksum, 2u);
 }
 
-TEST_F(CacheLedgerTest, ADatabaseOfVersion1IsListedWithoutChecksumsAndUnchanged) {
+TEST_F(SqliteCacheLedgerTest, ADatabaseOfVersion1IsListedWithoutChecksumsAndUnchanged) {
     MakeVersion1(folder_ / "media.db");
     RawDatabase(folder_ / "media.db")
         .Run(
@@ -149,12 +168,12 @@ TEST_F(CacheLedgerTest, ADatabaseOfVersion1IsListedWithoutChecksumsAndUnchanged)
     EXPECT_TRUE(ReadFile(folder_ / "media.db") == before);
 }
 
-TEST_F(CacheLedgerTest, AMissingDatabaseIsNotMade) {
+TEST_F(SqliteCacheLedgerTest, AMissingDatabaseIsNotMade) {
     EXPECT_THROW(CacheLedger{path_}, std::runtime_error);
     EXPECT_EQ(NamesIn(folder_.Path()).size(), 0u);
 }
 
-TEST_F(CacheLedgerTest, ListingChangesNothing) {
+TEST_F(SqliteCacheLedgerTest, ListingChangesNothing) {
     Fill();
     const std::string before = ReadFile(folder_ / "media.db");
 
@@ -165,7 +184,7 @@ TEST_F(CacheLedgerTest, ListingChangesNothing) {
     EXPECT_EQ(NamesIn(folder_.Path()), std::vector<std::string>{"media.db"});
 }
 
-TEST_F(CacheLedgerTest, ARecordOfAnyKindIsRemovedByItsKey) {
+TEST_P(CacheLedgerTest, ARecordOfAnyKindIsRemovedByItsKey) {
     Fill();
     CacheLedger ledger(path_);
 
@@ -177,7 +196,7 @@ TEST_F(CacheLedgerTest, ARecordOfAnyKindIsRemovedByItsKey) {
     EXPECT_TRUE(ledger.Records().empty());
 }
 
-TEST_F(CacheLedgerTest, RemovingDoesNotChangeOtherKeys) {
+TEST_P(CacheLedgerTest, RemovingDoesNotChangeOtherKeys) {
     Fill();
     CacheLedger ledger(path_);
     CacheRecord other = ledger.Records()[0];
@@ -187,7 +206,7 @@ TEST_F(CacheLedgerTest, RemovingDoesNotChangeOtherKeys) {
     EXPECT_EQ(ledger.Records().size(), 4u);
 }
 
-TEST_F(CacheLedgerTest, AnUnchangedRecordOfAnyKindIsRemovedInTheWork) {
+TEST_P(CacheLedgerTest, AnUnchangedRecordOfAnyKindIsRemovedInTheWork) {
     Fill();
     CacheLedger ledger(path_);
     int removed = 0;
@@ -200,7 +219,7 @@ TEST_F(CacheLedgerTest, AnUnchangedRecordOfAnyKindIsRemovedInTheWork) {
     EXPECT_TRUE(ledger.Records().empty());
 }
 
-TEST_F(CacheLedgerTest, TheWorkOnARecordThatWasUsedReplacedOrRemovedDoesNotRun) {
+TEST_P(CacheLedgerTest, TheWorkOnARecordThatWasUsedReplacedOrRemovedDoesNotRun) {
     Fill();
     CacheLedger ledger(path_);
     const std::vector<CacheRecord> records = ledger.Records();
@@ -216,7 +235,7 @@ TEST_F(CacheLedgerTest, TheWorkOnARecordThatWasUsedReplacedOrRemovedDoesNotRun) 
     }
 }
 
-TEST_F(CacheLedgerTest, AFailureOfTheWorkLeavesTheRecord) {
+TEST_P(CacheLedgerTest, AFailureOfTheWorkLeavesTheRecord) {
     Fill();
     CacheLedger ledger(path_);
     const CacheRecord record = ledger.Records().front();
@@ -231,13 +250,13 @@ TEST_F(CacheLedgerTest, AFailureOfTheWorkLeavesTheRecord) {
     EXPECT_EQ(ledger.Records().size(), 4u);
 }
 
-TEST_F(CacheLedgerTest, ANameThatLeadsOutOfTheFolderIsListedAsEmpty) {
+TEST_P(CacheLedgerTest, ANameThatLeadsOutOfTheFolderIsListedAsEmpty) {
     MediaDB(path_, L"", true).AddPeakFile(L"/m/p.wav", L"bb", 0, L"../victim");
 
     EXPECT_EQ(CacheLedger(path_).Records().at(0).cacheFilename, L"");
 }
 
-TEST_F(CacheLedgerTest, ANameWithTheEndingOfAnotherKindOfFileIsListedAsEmpty) {
+TEST_P(CacheLedgerTest, ANameWithTheEndingOfAnotherKindOfFileIsListedAsEmpty) {
     MediaDB(path_, L"", true).AddConformedFile(L"/m/p.wav", L"bb", 0, 48000, L"notes.txt");
     MediaDB(path_, L"", true).AddPeakFile(L"/m/p.wav", L"bb", 0, L"a.xwmc");
 
@@ -245,7 +264,7 @@ TEST_F(CacheLedgerTest, ANameWithTheEndingOfAnotherKindOfFileIsListedAsEmpty) {
     EXPECT_EQ(CacheLedger(path_).Records().at(1).cacheFilename, L"");
 }
 
-TEST_F(CacheLedgerTest, ADatabaseInAFolderThatCannotBeWrittenIsListed) {
+TEST_F(SqliteCacheLedgerTest, ADatabaseInAFolderThatCannotBeWrittenIsListed) {
     Fill();
     std::filesystem::permissions(folder_ / "media.db", static_cast<std::filesystem::perms>(0444));
     std::filesystem::permissions(folder_.Path(), static_cast<std::filesystem::perms>(0555));
@@ -257,7 +276,7 @@ TEST_F(CacheLedgerTest, ADatabaseInAFolderThatCannotBeWrittenIsListed) {
     EXPECT_EQ(NamesIn(folder_.Path()), std::vector<std::string>{"media.db"});
 }
 
-TEST_F(CacheLedgerTest, ADatabaseOfAnOddNameInAFolderThatCannotBeWrittenIsListed) {
+TEST_F(SqliteCacheLedgerTest, ADatabaseOfAnOddNameInAFolderThatCannotBeWrittenIsListed) {
     path_ = folder_.Wide("a b?c=1&d#e%41.db");
     Fill();
     std::filesystem::permissions(folder_.Path(), static_cast<std::filesystem::perms>(0555));
@@ -268,7 +287,7 @@ TEST_F(CacheLedgerTest, ADatabaseOfAnOddNameInAFolderThatCannotBeWrittenIsListed
     EXPECT_EQ(answer, 4);
 }
 
-TEST_F(CacheLedgerTest, ARecordOfADatabaseThatCannotBeWrittenIsNotRemoved) {
+TEST_F(SqliteCacheLedgerTest, ARecordOfADatabaseThatCannotBeWrittenIsNotRemoved) {
     Fill();
     std::filesystem::permissions(folder_ / "media.db", static_cast<std::filesystem::perms>(0444));
     std::filesystem::permissions(folder_.Path(), static_cast<std::filesystem::perms>(0555));
@@ -287,7 +306,7 @@ TEST_F(CacheLedgerTest, ARecordOfADatabaseThatCannotBeWrittenIsNotRemoved) {
     EXPECT_EQ(CacheLedger(path_).Records().size(), 4u);
 }
 
-TEST_F(CacheLedgerTest, ChangesInTheLogAreListedEvenWithoutLockFiles) {
+TEST_F(SqliteCacheLedgerTest, ChangesInTheLogAreListedEvenWithoutLockFiles) {
     MediaDB database(path_, L"", true);
     database.AddPeakFile(L"/m/p.wav", L"bb", 0, L"p.xwpk");
     // A copy that was made while the database was in use. A folder with the name of the lock file
@@ -300,13 +319,13 @@ TEST_F(CacheLedgerTest, ChangesInTheLogAreListedEvenWithoutLockFiles) {
     EXPECT_EQ(CacheLedger(folder_.Wide("copy/media.db")).Records().size(), 1u);
 }
 
-TEST_F(CacheLedgerTest, AnotherProgramsDatabaseIsRefused) {
+TEST_F(SqliteCacheLedgerTest, AnotherProgramsDatabaseIsRefused) {
     RawDatabase(folder_ / "media.db").Run("CREATE TABLE t (a)");
 
     EXPECT_THROW(CacheLedger{path_}, std::runtime_error);
 }
 
-TEST_F(CacheLedgerTest, AConformedFileThatOpensIsComplete) {
+TEST_F(SqliteCacheLedgerTest, AConformedFileThatOpensIsComplete) {
     WriteFile(folder_ / "whole.xwmc", ConformedFileBytes(10));
     WriteFile(folder_ / "empty.xwmc", ConformedFileBytes(0));
     WriteFile(folder_ / "cut.xwmc", ConformedFileBytes(10).substr(0, 50));
@@ -317,7 +336,7 @@ TEST_F(CacheLedgerTest, AConformedFileThatOpensIsComplete) {
     EXPECT_FALSE(IsWholeConformedFile(folder_.Wide("missing.xwmc")));
 }
 
-TEST_F(CacheLedgerTest, AConformedFileAtAnotherRateIsNotComplete) {
+TEST_F(SqliteCacheLedgerTest, AConformedFileAtAnotherRateIsNotComplete) {
     WriteFile(folder_ / "a.xwmc", ConformedFileBytes(10, 44100));
 
     EXPECT_TRUE(IsWholeConformedFile(folder_.Wide("a.xwmc"), 44100));

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "sonrel/database/detail/DatabaseHooks.h"
+#include "tests/database/DatabaseKinds.h"
 #include "tests/database/FirstVersion.h"
 #include "tests/database/Times.h"
 #include "tests/support/Database.h"
@@ -27,19 +28,28 @@ using sonrel_tests::TemporaryFolder;
 
 constexpr long long NOON = 1'700'000'000'000;  // milliseconds since 1970
 
-class MediaDBTest : public testing::Test {
+/// Rules that hold for every kind of database.
+class MediaDBTest : public sonrel_tests::DatabaseOfKind {
 protected:
     MediaDBTest() {
         orlo::project::SetDatabaseClock([this] { return now_; });
     }
     ~MediaDBTest() override { orlo::project::SetDatabaseClock({}); }
 
+    MediaDB Open(bool createAndMigrate = true) { return MediaDB(path_, cache_, createAndMigrate); }
+
+    long long now_ = NOON;
+};
+SONREL_FOR_BOTH_DATABASES(MediaDBTest);
+
+/// Rules of databases in files.
+class SqliteMediaDBTest : public testing::Test {
+protected:
     MediaDB Open(bool createAndMigrate = true) {
         return MediaDB(folder_.Wide("media.db"), folder_.Wide("cache"), createAndMigrate);
     }
 
     TemporaryFolder folder_;
-    long long now_ = NOON;
 };
 
 TEST(MediaCacheFilePath, FolderAndNameAreJoinedWithOneSlash) {
@@ -49,13 +59,13 @@ TEST(MediaCacheFilePath, FolderAndNameAreJoinedWithOneSlash) {
     EXPECT_EQ(MediaDB::CreateMediaCacheFilePath(L"", L"c.xwmc"), L"c.xwmc");
 }
 
-TEST_F(MediaDBTest, TheFirstConnectionCreatesTheDatabaseAndLaterConnectionsFindIt) {
+TEST_P(MediaDBTest, TheFirstConnectionCreatesTheDatabaseAndLaterConnectionsFindIt) {
     EXPECT_EQ(Open().Status(), MediaDB::Created);
     EXPECT_EQ(Open().Status(), MediaDB::Ready);
     EXPECT_EQ(Open(false).Status(), MediaDB::Ready);
 }
 
-TEST_F(MediaDBTest, ADatabaseOfVersion1GetsChecksumsAndKeepsItsRecords) {
+TEST_F(SqliteMediaDBTest, ADatabaseOfVersion1GetsChecksumsAndKeepsItsRecords) {
     sonrel_tests::MakeVersion1(folder_ / "media.db");
     RawDatabase raw(folder_ / "media.db");
     raw.Run("INSERT INTO conformed_file VALUES ('/m/a.wav', 'aa', 1, 48000, 'a.xwmc', 5)");
@@ -75,13 +85,13 @@ TEST_F(MediaDBTest, ADatabaseOfVersion1GetsChecksumsAndKeepsItsRecords) {
     EXPECT_EQ(Open(false).Status(), MediaDB::Ready);
 }
 
-TEST_F(MediaDBTest, LaterConnectionsAreReadyWhileTheFirstIsOpen) {
+TEST_P(MediaDBTest, LaterConnectionsAreReadyWhileTheFirstIsOpen) {
     const MediaDB first = Open();
 
     EXPECT_EQ(Open(false).Status(), MediaDB::Ready);
 }
 
-TEST_F(MediaDBTest, ADatabaseUsesAWriteAheadLogAndCarriesMarkAndVersion) {
+TEST_F(SqliteMediaDBTest, ADatabaseUsesAWriteAheadLogAndCarriesMarkAndVersion) {
     Open();
 
     RawDatabase raw(folder_ / "media.db");
@@ -91,7 +101,7 @@ TEST_F(MediaDBTest, ADatabaseUsesAWriteAheadLogAndCarriesMarkAndVersion) {
     EXPECT_EQ(raw.Ask("PRAGMA integrity_check"), "ok");
 }
 
-TEST_F(MediaDBTest, AnAddedConformedFileIsFoundByItsWholeKey) {
+TEST_P(MediaDBTest, AnAddedConformedFileIsFoundByItsWholeKey) {
     MediaDB database = Open();
     database.AddConformedFile(L"/m/a.wav", L"ff", 1, 48000, L"name.xwmc");
     std::wstring name = L"before";
@@ -105,7 +115,7 @@ TEST_F(MediaDBTest, AnAddedConformedFileIsFoundByItsWholeKey) {
     EXPECT_EQ(name, L"name.xwmc");
 }
 
-TEST_F(MediaDBTest, AnAddedPeakFileIsFoundByItsWholeKey) {
+TEST_P(MediaDBTest, AnAddedPeakFileIsFoundByItsWholeKey) {
     MediaDB database = Open();
     database.AddPeakFile(L"/m/a.wav", L"ff", 1, L"name.xwpk");
     std::wstring name = L"before";
@@ -118,7 +128,7 @@ TEST_F(MediaDBTest, AnAddedPeakFileIsFoundByItsWholeKey) {
     EXPECT_EQ(name, L"name.xwpk");
 }
 
-TEST_F(MediaDBTest, KindsOfRecordsAreSeparate) {
+TEST_P(MediaDBTest, KindsOfRecordsAreSeparate) {
     MediaDB database = Open();
     database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"name.xwpk");
     database.AddVFRCacheFile(L"/m/a.wav", L"ff", 0, L"name.vfr");
@@ -130,7 +140,7 @@ TEST_F(MediaDBTest, KindsOfRecordsAreSeparate) {
     EXPECT_TRUE(database.GetPeakFilename(L"/m/a.wav", L"ff", 0, &name));
 }
 
-TEST_F(MediaDBTest, KeysAreCaseSensitive) {
+TEST_P(MediaDBTest, KeysAreCaseSensitive) {
     MediaDB database = Open();
     database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"lower.xwmc");
     database.AddConformedFile(L"/m/A.wav", L"ff", 0, 48000, L"upper.xwmc");
@@ -141,7 +151,7 @@ TEST_F(MediaDBTest, KeysAreCaseSensitive) {
     EXPECT_FALSE(database.GetConformedFilename(L"/m/a.wav", L"FF", 0, 48000, &name));
 }
 
-TEST_F(MediaDBTest, PathsOfEveryScriptAreReadUnchanged) {
+TEST_P(MediaDBTest, PathsOfEveryScriptAreReadUnchanged) {
     MediaDB database = Open();
     const std::wstring path = L"/m/\u00fcml\u00e4ut \u65e5\u672c \U0001F3B5 'quote\" %s\n.wav";
     database.AddPeakFile(path, L"ff", 0, L"\u65e5.xwpk");
@@ -154,7 +164,7 @@ TEST_F(MediaDBTest, PathsOfEveryScriptAreReadUnchanged) {
     EXPECT_EQ(due[0].mediaPath, path);
 }
 
-TEST_F(MediaDBTest, NegativeAndExtremeNumbersAreValidKeys) {
+TEST_P(MediaDBTest, NegativeAndExtremeNumbersAreValidKeys) {
     MediaDB database = Open();
     constexpr int MIN = std::numeric_limits<int>::min();
     database.AddConformedFile(L"/m/a.wav", L"", MIN, MIN, L"n.xwmc");
@@ -167,7 +177,7 @@ TEST_F(MediaDBTest, NegativeAndExtremeNumbersAreValidKeys) {
     EXPECT_EQ(due[0].sampleRate, MIN);
 }
 
-TEST_F(MediaDBTest, ASecondRecordOfAKeyIsRefusedAndTheFirstIsKept) {
+TEST_P(MediaDBTest, ASecondRecordOfAKeyIsRefusedAndTheFirstIsKept) {
     MediaDB database = Open();
     database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"first.xwmc");
     database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"first.xwpk");
@@ -182,7 +192,7 @@ TEST_F(MediaDBTest, ASecondRecordOfAKeyIsRefusedAndTheFirstIsKept) {
     EXPECT_EQ(name, L"first.xwpk");
 }
 
-TEST_F(MediaDBTest, RemovingReportsWhetherTheRecordExisted) {
+TEST_P(MediaDBTest, RemovingReportsWhetherTheRecordExisted) {
     MediaDB database = Open();
     database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"n.xwmc");
     database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"n.xwpk");
@@ -199,7 +209,7 @@ TEST_F(MediaDBTest, RemovingReportsWhetherTheRecordExisted) {
     EXPECT_FALSE(database.RemoveVFRCacheFile(L"/m/a.wav", L"ff", 0));
 }
 
-TEST_F(MediaDBTest, AnEmptyNameIsARecordWithAnEmptyName) {
+TEST_P(MediaDBTest, AnEmptyNameIsARecordWithAnEmptyName) {
     MediaDB database = Open();
     database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"");
     std::wstring name = L"before";
@@ -208,7 +218,7 @@ TEST_F(MediaDBTest, AnEmptyNameIsARecordWithAnEmptyName) {
     EXPECT_EQ(name, L"");
 }
 
-TEST_F(MediaDBTest, ARecordIsUnusedAfterExactlyThatManyDays) {
+TEST_P(MediaDBTest, ARecordIsUnusedAfterExactlyThatManyDays) {
     MediaDB database = Open();
     database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"n.xwmc");
     database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"n.xwpk");
@@ -225,7 +235,7 @@ TEST_F(MediaDBTest, ARecordIsUnusedAfterExactlyThatManyDays) {
     EXPECT_EQ(database.FindUnusedConformedFiles(31).size(), 0u);
 }
 
-TEST_F(MediaDBTest, ATouchCountsAsUseNow) {
+TEST_P(MediaDBTest, ATouchCountsAsUseNow) {
     MediaDB database = Open();
     database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"n.xwmc");
     database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"n.xwpk");
@@ -244,7 +254,7 @@ TEST_F(MediaDBTest, ATouchCountsAsUseNow) {
     EXPECT_EQ(database.FindUnusedPeakFiles(1).size(), 1u);
 }
 
-TEST_F(MediaDBTest, ZeroAndNegativeDaysFindEveryRecord) {
+TEST_P(MediaDBTest, ZeroAndNegativeDaysFindEveryRecord) {
     MediaDB database = Open();
     database.AddConformedFile(L"/m/a.wav", L"ff", 0, 48000, L"n.xwmc");
     now_ = NOON + 40 * DAY;
@@ -256,7 +266,7 @@ TEST_F(MediaDBTest, ZeroAndNegativeDaysFindEveryRecord) {
     }
 }
 
-TEST_F(MediaDBTest, TheLargestNumberOfDaysFindsNothing) {
+TEST_P(MediaDBTest, TheLargestNumberOfDaysFindsNothing) {
     MediaDB database = Open();
     database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"n.xwpk");
     now_ = NOON + 100'000 * DAY;
@@ -264,7 +274,7 @@ TEST_F(MediaDBTest, TheLargestNumberOfDaysFindsNothing) {
     EXPECT_EQ(database.FindUnusedPeakFiles(std::numeric_limits<int>::max()).size(), 0u);
 }
 
-TEST_F(MediaDBTest, ARecordStampedInTheFutureCountsAsUsedNow) {
+TEST_P(MediaDBTest, ARecordStampedInTheFutureCountsAsUsedNow) {
     MediaDB database = Open();
     now_ = NOON + 40 * DAY;
     database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"n.xwpk");
@@ -275,7 +285,7 @@ TEST_F(MediaDBTest, ARecordStampedInTheFutureCountsAsUsedNow) {
     EXPECT_EQ(database.FindUnusedPeakFiles(1).size(), 1u);
 }
 
-TEST_F(MediaDBTest, TimesFarFromNowAreStoredUnchanged) {
+TEST_P(MediaDBTest, TimesFarFromNowAreStoredUnchanged) {
     MediaDB database = Open();
     now_ = -5 * DAY;  // 1969
     database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"a.xwpk");
@@ -288,7 +298,7 @@ TEST_F(MediaDBTest, TimesFarFromNowAreStoredUnchanged) {
     EXPECT_EQ(due[0].cacheFilename, L"a.xwpk");
 }
 
-TEST_F(MediaDBTest, UnusedRecordsHaveTheirFieldsAndTheLongestUnusedIsFirst) {
+TEST_P(MediaDBTest, UnusedRecordsHaveTheirFieldsAndTheLongestUnusedIsFirst) {
     MediaDB database = Open();
     now_ = NOON + 2;
     database.AddConformedFile(L"/m/late.wav", L"aa", 3, 44100, L"late.xwmc");
@@ -306,7 +316,7 @@ TEST_F(MediaDBTest, UnusedRecordsHaveTheirFieldsAndTheLongestUnusedIsFirst) {
     EXPECT_EQ(due[1].mediaPath, L"/m/late.wav");
 }
 
-TEST_F(MediaDBTest, UnusedPeakAndVfrRecordsHaveTheirFields) {
+TEST_P(MediaDBTest, UnusedPeakAndVfrRecordsHaveTheirFields) {
     MediaDB database = Open();
     database.AddPeakFile(L"/m/p.wav", L"aa", 3, L"p.xwpk");
     database.AddVFRCacheFile(L"/m/v.wav", L"bb", 4, L"v.vfr");
@@ -326,8 +336,7 @@ TEST_F(MediaDBTest, UnusedPeakAndVfrRecordsHaveTheirFields) {
     EXPECT_EQ(vfr[0].cacheFilename, L"v.vfr");
 }
 
-TEST_F(MediaDBTest, TheSystemClockIsTheDefault) {
-    orlo::project::SetDatabaseClock({});
+TEST_F(SqliteMediaDBTest, TheSystemClockIsTheDefault) {
     Open().AddPeakFile(L"/m/a.wav", L"ff", 0, L"n.xwpk");
 
     RawDatabase raw(folder_ / "media.db");
@@ -339,7 +348,7 @@ TEST_F(MediaDBTest, TheSystemClockIsTheDefault) {
     EXPECT_GT(stamp, now - 60'000);
 }
 
-TEST_F(MediaDBTest, NamesThatLeadOutOfTheFolderAreReadAsEmpty) {
+TEST_P(MediaDBTest, NamesThatLeadOutOfTheFolderAreReadAsEmpty) {
     const std::vector<std::wstring> names = {L".",
                                              L"..",
                                              L"/",
@@ -379,7 +388,7 @@ TEST_F(MediaDBTest, NamesThatLeadOutOfTheFolderAreReadAsEmpty) {
     }
 }
 
-TEST_F(MediaDBTest, UnusualNamesInTheFolderAreValid) {
+TEST_P(MediaDBTest, UnusualNamesInTheFolderAreValid) {
     const std::vector<std::wstring> names = {L"....xwpk",
                                              L"-rf.xwpk",
                                              L" a.xwmc .xwpk",
@@ -398,7 +407,7 @@ TEST_F(MediaDBTest, UnusualNamesInTheFolderAreValid) {
     }
 }
 
-TEST_F(MediaDBTest, ANameWithTheExtensionOfAnotherKindIsReadAsEmpty) {
+TEST_P(MediaDBTest, ANameWithTheExtensionOfAnotherKindIsReadAsEmpty) {
     MediaDB database = Open();
     for (const wchar_t* name : {L"notes.txt", L"a.XWMC", L"a.xwmc.txt", L"xwmc", L"a.xwpk"}) {
         database.AddConformedFile(L"/m/a.wav", name, 0, 48000, name);
@@ -422,14 +431,14 @@ TEST_F(MediaDBTest, ANameWithTheExtensionOfAnotherKindIsReadAsEmpty) {
     }
 }
 
-TEST_F(MediaDBTest, ANameOfAVfrCacheFileMayHaveAnyExtension) {
+TEST_P(MediaDBTest, ANameOfAVfrCacheFileMayHaveAnyExtension) {
     MediaDB database = Open();
     database.AddVFRCacheFile(L"/m/a.wav", L"ff", 0, L"notes.txt");
 
     EXPECT_EQ(database.FindUnusedVFRCacheFiles(0)[0].cacheFilename, L"notes.txt");
 }
 
-TEST_F(MediaDBTest, ANameWithInvalidUtf8IsReadAsEmpty) {
+TEST_F(SqliteMediaDBTest, ANameWithInvalidUtf8IsReadAsEmpty) {
     Open();
     RawDatabase(folder_ / "media.db")
         .Run(
@@ -441,7 +450,7 @@ TEST_F(MediaDBTest, ANameWithInvalidUtf8IsReadAsEmpty) {
     EXPECT_EQ(name, L"");
 }
 
-TEST_F(MediaDBTest, AMediaPathWithInvalidUtf8DoesNotHideOtherRecords) {
+TEST_F(SqliteMediaDBTest, AMediaPathWithInvalidUtf8DoesNotHideOtherRecords) {
     Open();
     RawDatabase(folder_ / "media.db")
         .Run(
@@ -455,7 +464,7 @@ TEST_F(MediaDBTest, AMediaPathWithInvalidUtf8DoesNotHideOtherRecords) {
     EXPECT_EQ(due[1].mediaPath, L"/m/b.wav");
 }
 
-TEST_F(MediaDBTest, AJournalDoesNotDeleteTheFileThatItNames) {
+TEST_F(SqliteMediaDBTest, AJournalDoesNotDeleteTheFileThatItNames) {
     Open();
     RawDatabase(folder_ / "media.db").Run("PRAGMA journal_mode=DELETE");
     sonrel_tests::WriteFile(folder_ / "mine.txt", "mine");
@@ -477,7 +486,7 @@ TEST_F(MediaDBTest, AJournalDoesNotDeleteTheFileThatItNames) {
     EXPECT_EQ(sonrel_tests::ReadFile(folder_ / "mine.txt"), "mine");
 }
 
-TEST_F(MediaDBTest, ALinkToADeviceIsRefused) {
+TEST_F(SqliteMediaDBTest, ALinkToADeviceIsRefused) {
     std::filesystem::create_symlink("/dev/null", folder_ / "media.db");
     std::string reason;
     try {
@@ -489,7 +498,7 @@ TEST_F(MediaDBTest, ALinkToADeviceIsRefused) {
     EXPECT_TRUE(reason.ends_with("media.db: this is not a regular file")) << reason;
 }
 
-TEST_F(MediaDBTest, ALackOfDescriptorsIsTheReasonAndNotTheDatabase) {
+TEST_F(SqliteMediaDBTest, ALackOfDescriptorsIsTheReasonAndNotTheDatabase) {
 #if defined(__SANITIZE_ADDRESS__)
     GTEST_SKIP() << "the sanitizer needs descriptors";
 #endif
@@ -507,7 +516,7 @@ TEST_F(MediaDBTest, ALackOfDescriptorsIsTheReasonAndNotTheDatabase) {
     EXPECT_TRUE(reason.ends_with("media.db: too many files are open")) << reason;
 }
 
-TEST_F(MediaDBTest, ARecordOfOneConnectionIsFoundByAnotherAtOnce) {
+TEST_P(MediaDBTest, ARecordOfOneConnectionIsFoundByAnotherAtOnce) {
     MediaDB writer = Open();
     const MediaDB reader = Open(false);
     std::wstring name;
@@ -517,7 +526,7 @@ TEST_F(MediaDBTest, ARecordOfOneConnectionIsFoundByAnotherAtOnce) {
     EXPECT_TRUE(reader.GetPeakFilename(L"/m/a.wav", L"ff", 0, &name));
 }
 
-TEST_F(MediaDBTest, NoRecordOfManyThreadsWithSeparateConnectionsIsLost) {
+TEST_P(MediaDBTest, NoRecordOfManyThreadsWithSeparateConnectionsIsLost) {
     Open();
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {

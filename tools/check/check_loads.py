@@ -20,6 +20,7 @@ MAX_LIBRARIES = 40
 DRAWING = r"libQt5(?!Core)|lib(GL|EGL|OpenGL)\b"
 DEVICE = r"libSDL|libpulse|libasound|libjack|libpipewire"
 DESKTOP = r"libX11|libxcb|libwayland"
+SERVER = r"libpq\.|libldap|libgssapi|libkrb5"
 FFMPEG = r"lib(av(codec|device|filter|format|util)|sw(resample|scale))\."
 MODULE = r"/sonrel-[0-9.]+/\w+\.so"
 RECORDING = "/usr/share/sounds/alsa/Front_Center.wav"
@@ -38,7 +39,7 @@ def linked(path):
 
 def link_faults(name, libraries):
     faults = [f"{name} links {library}"
-              for library in forbidden(libraries, DRAWING, DEVICE, DESKTOP, FFMPEG)]
+              for library in forbidden(libraries, DRAWING, DEVICE, DESKTOP, FFMPEG, SERVER)]
     if name.startswith("libsonrel.so") and len(libraries) > MAX_LIBRARIES:
         faults.append(f"{name}: ldd prints {len(libraries)} libraries, more than {MAX_LIBRARIES}")
     return faults
@@ -68,10 +69,10 @@ def check(stage, folder):
     for path in [*libraries, program]:
         faults += link_faults(path.name, linked(path))
     faults += load_faults("sonrel --version", loaded([program, "--version"]),
-                          [MODULE, DRAWING, DEVICE, DESKTOP, FFMPEG], ["libsonrel.so"])
+                          [MODULE, DRAWING, DEVICE, DESKTOP, FFMPEG, SERVER], ["libsonrel.so"])
     mix = [program, "--cache", folder / "cache", "--db", folder / "cache.db", "mix", RECORDING,
            "--overwrite", "-o", folder / "mix.wav"]
-    faults += load_faults("sonrel mix", loaded(mix), [DRAWING, DEVICE, "painter", "pictures"],
+    faults += load_faults("sonrel mix", loaded(mix), [DRAWING, DEVICE, "painter", "pictures", "postgresql"],
                           [r"ffmpeg\.so", FFMPEG])
     return faults
 
@@ -80,6 +81,7 @@ def check(stage, folder):
 KNOWN = [
     ("libsonrel.so", ["libQt5Core.so.5", "libicudata.so.72", "libglib-2.0.so.0"], 0),
     ("libsonrel.so", ["libQt5Gui.so.5", "libGL.so.1", "libX11.so.6", "libSDL2-2.0.so.0"], 4),
+    ("libsonrel-project.so", ["libsqlite3.so.0", "libpq.so.5"], 1),
     ("libsonrel.so", ["libavcodec.so.59", "libswresample.so.4", "libavahi-client.so.3"], 2),
     ("libsonrel.so", ["libm.so.6"] * MAX_LIBRARIES, 0),
     ("libsonrel.so", ["libm.so.6"] * (MAX_LIBRARIES + 1), 1),

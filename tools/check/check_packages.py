@@ -14,7 +14,8 @@ DESKTOP = re.compile(r"\b(libqt5(?!core)\w+|libgl1|libx11|libwayland|libsdl2|lib
 MODULES = r"usr/lib/[^/]+-linux-gnu[^/]*/sonrel-[0-9.]+/"
 # The files that each package has, apart from its documents.
 CONTENTS = {
-    r"libsonrel\d+": [r"usr/lib/[^/]+-linux-gnu[^/]*/libsonrel(-\w+)?\.so\.\d+", MODULES + r"ffmpeg\.so"],
+    r"libsonrel\d+": [r"usr/lib/[^/]+-linux-gnu[^/]*/libsonrel(-\w+)?\.so\.\d+", MODULES + r"ffmpeg\.so",
+                      MODULES + r"postgresql\.so"],
     r"libsonrel\d+-painter": [MODULES + r"painter\.so", MODULES + r"pictures\.so"],
     "libsonrel-dev": [r"usr/include/sonrel/engine/Sonrel\.h", r"usr/share/doc/libsonrel-dev/docs/.*",
                       r"usr/lib/[^/]+-linux-gnu[^/]*/pkgconfig/sonrel\.pc"],

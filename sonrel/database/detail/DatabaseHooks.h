@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 
 namespace orlo::project {
 
@@ -15,6 +16,9 @@ void SetDatabaseBusyTimeout(int milliseconds);
 
 /// The current time of the clock.
 long long DatabaseNow();
+
+/// The time of a clock that was set; empty for the clock of the system.
+std::optional<long long> TestDatabaseTime();
 
 /// The time-out of a lock, milliseconds.
 int DatabaseBusyTimeout();

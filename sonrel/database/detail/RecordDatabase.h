@@ -55,6 +55,10 @@ public:
 
     /// The time for stamps and ages: milliseconds since 1970, UTC.
     virtual long long Now() = 0;
+
+    /// As MediaDB::LockForAll.
+    virtual bool LockForAll(std::wstring const& name) = 0;
+    virtual void UnlockForAll(std::wstring const& name) = 0;
 };
 
 /// A write transaction: it is undone unless Commit was called.

@@ -37,6 +37,8 @@ public:
     void SetDurable(bool durable) override;
     long long ChangeCount() const override;
     long long Now() override;
+    bool LockForAll(std::wstring const&) override { return false; }
+    void UnlockForAll(std::wstring const&) override {}
 
 private:
     std::unique_ptr<SqliteConnection> connection_;
