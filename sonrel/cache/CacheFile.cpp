@@ -53,6 +53,28 @@ bool Exists(const std::wstring& cachePath) {
     return file.exists() && !file.isSymLink();
 }
 
+/// The lock of a media path on all machines that share the database. A database in a file has no
+/// such lock: two processes may make the same file, and the second is refused as a record.
+class SharedLock {
+public:
+    /// @param database  may be null
+    SharedLock(MediaDB* database, std::wstring name) : database_(database), name_(std::move(name)) {
+        isHeld_ = database_ != nullptr && database_->LockForAll(name_);
+    }
+    ~SharedLock() {
+        if (isHeld_) database_->UnlockForAll(name_);
+    }
+    SharedLock(const SharedLock&) = delete;
+    SharedLock& operator=(const SharedLock&) = delete;
+
+    bool IsHeld() const { return isHeld_; }
+
+private:
+    MediaDB* database_;
+    std::wstring name_;
+    bool isHeld_ = false;
+};
+
 /// One request under the lock of its media path.
 class CacheRun {
 public:
@@ -66,6 +88,11 @@ public:
         if (database_ != nullptr) {
             if (auto current = FindAndTouch()) return std::move(*current);
         }
+        const SharedLock lock(database_, LockName());
+        if (lock.IsHeld()) {
+            // Another machine may have made the file while this process waited.
+            if (auto current = FindAndTouch()) return std::move(*current);
+        }
         const std::optional<NewFile> file = Make();
         if (!file) return {};
         if (database_ == nullptr || Record(*file)) return file->path;
@@ -74,6 +101,7 @@ public:
     }
 
     std::wstring Remake() {
+        const SharedLock lock(database_, LockName());
         const std::optional<NewFile> file = Make();
         if (!file) return {};
         if (database_ == nullptr) return file->path;
@@ -93,6 +121,9 @@ private:
         std::wstring path;
         std::uint64_t checksum = 0;
     };
+
+    /// Conformed files and peak files of one media path have separate locks.
+    std::wstring LockName() const { return kind_.extension + key_.mediaPath; }
 
     std::wstring PathOf(const std::wstring& name) const {
         return MediaDB::CreateMediaCacheFilePath(request_.cacheFolder, name);

@@ -35,10 +35,13 @@ enum class IfNotRecorded { GiveUp, LookAgain };
 /// logged, and the file is used.
 ///
 /// The file is marked as used by this process before it is examined or written. Without a database
-/// every call makes a file. The lock of the media path is held during the whole call.
+/// every call makes a file. The lock of the media path is held during the whole call. With a
+/// database on a server, the lock of the media path on all machines is held as well while a file is
+/// made, and the call first looks again for the file of another machine.
 /// @return the full path; empty on failure, without a cache folder, and for an asset without sound,
 ///         with a skipped codec or without a media manager
-/// @throws std::exception from CacheKind::find and CacheKind::remove, and "Cannot create UUID"
+/// @throws std::exception from CacheKind::find, CacheKind::remove and MediaDB::LockForAll, and
+///         "Cannot create UUID"
 std::wstring FindOrMakeCacheFile(const CacheRequest& request, IfNotRecorded ifNotRecorded);
 
 /// Makes a file under a new name and records it instead of the recorded file, whether that is

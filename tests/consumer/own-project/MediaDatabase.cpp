@@ -61,6 +61,11 @@ MediaDB::~MediaDB() = default;
 MediaDB::DatabaseStatus MediaDB::Status() const {
     return Ready;
 }
+bool MediaDB::LockForAll(std::wstring const&) {
+    return false;
+}
+void MediaDB::UnlockForAll(std::wstring const&) {}
+
 std::wstring MediaDB::CreateMediaCacheFilePath(std::wstring const& cacheFolder,
                                                std::wstring const& fileName) {
     return cacheFolder + L"/" + fileName;

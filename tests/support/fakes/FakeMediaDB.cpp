@@ -54,6 +54,9 @@ void FakeMediaDB::Reset() {
     failures_.clear();
     add = nullptr;
     touch = nullptr;
+    isOnServer = false;
+    lock = nullptr;
+    locked.clear();
     status_ = orlo::project::MediaDB::Ready;
 }
 
@@ -177,6 +180,20 @@ MediaDB::~MediaDB() {
 MediaDB::DatabaseStatus MediaDB::Status() const {
     const std::lock_guard<std::mutex> guard(Fake().mutex_);
     return Fake().status_;
+}
+
+bool MediaDB::LockForAll(std::wstring const& name) {
+    if (!Fake().isOnServer) return false;
+    FakeMediaDBCalls::Note("LockForAll");
+    if (Fake().lock) Fake().lock();
+    const std::lock_guard<std::mutex> guard(Fake().mutex_);
+    Fake().locked.insert(name);
+    return true;
+}
+
+void MediaDB::UnlockForAll(std::wstring const& name) {
+    const std::lock_guard<std::mutex> guard(Fake().mutex_);
+    Fake().locked.erase(name);
 }
 
 std::wstring MediaDB::CreateMediaCacheFilePath(std::wstring const& cacheFolder,

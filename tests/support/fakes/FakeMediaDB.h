@@ -51,6 +51,12 @@ public:
     /// TouchPeakFile. A function may throw anything.
     std::function<void()> add;
     std::function<void()> touch;
+    /// Whether LockForAll locks, as with a database on a server.
+    bool isOnServer = false;
+    /// Run at every call of LockForAll that locks.
+    std::function<void()> lock;
+    /// The names that are locked.
+    std::set<std::wstring> locked;
     /// True while the work of IfStillUnused runs.
     std::atomic<bool> isInTransaction = false;
     /// The paths of the opened connections.
