@@ -35,7 +35,7 @@ CommandFolder::CommandFolder(const std::vector<std::string>& arguments, std::str
     std::filesystem::current_path(folder_.Path());
     setenv("XDG_CACHE_HOME", (folder_ / "home").c_str(), 1);
     Write("tone.wav", Recording());
-    for (const char* const name : {"in.otio", "in.wav", "in.media", "in.db"}) {
+    for (const char* const name : {"in.otio", "in.wav", "in.media", "in.json", "in.db"}) {
         if (Names(arguments, name)) Write(name, content);
     }
     if (Names(arguments, "in.otiod")) {

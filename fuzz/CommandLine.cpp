@@ -20,9 +20,9 @@ constexpr std::size_t MAX_ARGUMENTS = 24;
 /// A picture of 999 by 999 pixels is drawn quickly, and 999 jobs start quickly.
 constexpr int MAX_DIGITS = 6;
 constexpr int MAX_DIGITS_OF_A_SIZE = 3;
-constexpr std::array<std::string_view, 12> COMMANDS = {"mix",     "join",     "plan",  "info",
-                                                       "conform", "loudness", "peaks", "waveform",
-                                                       "report",  "align",    "sync",  "cache"};
+constexpr std::array<std::string_view, 13> COMMANDS = {
+    "mix",   "join",     "verify", "plan",  "info", "conform", "loudness",
+    "peaks", "waveform", "report", "align", "sync", "cache"};
 
 std::vector<std::string> Words(std::string_view line) {
     std::vector<std::string> words;

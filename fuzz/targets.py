@@ -30,12 +30,13 @@ READER = (sources("sonrel/media", "AudioStream", "MediaFile", "MediaInfo", "Pack
 CACHES = READER + sources("sonrel/media", "AudioConverter", "DecodedSource", "ImportMediaAsset",
                           "StereoConverter")
 
+# The longest first: fuzz/run begins as many targets as there are processors.
 TARGETS = {
+    "command": Settings(8192, "command", sources("host/*", "*"), quiet=True),
     "conformed_file": Settings(4096, "conformed_file", CONFORMED),
     "peak_file": Settings(4096, "peak_file", PEAKS),
     "otio": Settings(65536, "otio", sources("host/otio", "*")),
     "database": Settings(16384, "database", DATABASE),
     "media_reader": Settings(8192, "media", READER),
     "media_caches": Settings(8192, "media", CACHES),
-    "command": Settings(8192, "command", sources("host/*", "*"), quiet=True),
 }
