@@ -148,6 +148,19 @@ class MediaCases:
         self.traps = self.folder.found
         self.timelines = mediatraps.timelines(arena.media / "timelines")
         self.edit = arena.media / "edit.otio"
+        self.manifest = arena.media / "edit.json"
+        self.write_manifest()
+
+    def write_manifest(self):
+        """A manifest of a mix of edit.otio, made from that of a harmless mix."""
+        self.arena.prepare()
+        run, _ = self.arena.run(("mix", "good.wav", "-o", self.arena.box / "out/m.wav",
+                                 "--manifest", self.manifest), [])
+        if run.code != 0:
+            raise SystemExit(f"a mix exits {run.code}: {run.error}")
+        manifest = json.loads(self.manifest.read_text())
+        manifest["input"] |= {"path": "edit.otio", "relative": "edit.otio", "kind": "timeline"}
+        self.manifest.write_text(json.dumps(manifest))
 
     def count(self):
         return len(self.traps) + len(self.timelines)
@@ -162,11 +175,15 @@ class MediaCases:
         out = self.arena.box / "out"
         self.edit.write_text(json.dumps(timeline([trap.url])))
         named = [os.path.join(os.fsencode(self.arena.media), trap.argument.split(b"\0")[0]),
-                 self.edit, self.arena.media / "good.wav"]
+                 self.edit, self.manifest, self.arena.media / "good.wav"]
         for arguments in (("info", trap.argument), ("conform", trap.argument),
                           ("peaks", trap.argument),
                           ("waveform", trap.argument, "-o", out / "w.png"),
                           ("align", "good.wav", trap.argument),
+                          ("sync", "good.wav", trap.argument, "--otio", out / "s.otio"),
+                          ("report", trap.argument, "-o", out / "a.html"),
+                          ("report", self.edit, "-o", out / "m.html"),
+                          ("verify", self.manifest), ("verify", "--cached", self.manifest),
                           ("mix", trap.argument, "-o", out / "a.wav"),
                           ("mix", self.edit, "-o", out / "m.wav"),
                           ("play", self.edit, "--output", out / "p.wav")):
@@ -176,6 +193,7 @@ class MediaCases:
         named = [path, path / "content.otio", self.arena.media / "good.wav"]
         out = self.arena.box / "out"
         for arguments in (("info", path), ("conform", path), ("mix", path, "-o", out / "m.wav"),
+                          ("report", path, "-o", out / "r.html"),
                           ("play", path, "--output", out / "p.wav")):
             self.judge(path.name, arguments, named, figures)
 
@@ -224,6 +242,8 @@ class DatabaseCases:
     def run(self, number, figures):
         for arguments in (("conform", *self.SOUNDS, "--json"), ("peaks", *self.SOUNDS, "--json"),
                           ("mix", "a.wav", "-o", self.arena.box / "out/m.wav"),
+                          ("report", "a.wav", "-o", self.arena.box / "out/r.html"),
+                          ("sync", "a.wav", "b.wav", "--otio", self.arena.box / "out/s.otio"),
                           ("cache", "ls"), ("cache", "du"), ("cache", "check"),
                           ("cache", "check", "--deep"),
                           ("cache", "clean", "--days", "0", "--orphans")):
