@@ -182,6 +182,7 @@ Outcome RunWaveform(const GlobalOptions& global, const WaveformOptions& options)
     OutputGuard guard(options.overwrite);
     ProtectCache(global, guard);
     ProtectMediaInput(options.input, guard);
+    if (!options.font.empty()) guard.Protect(options.font, "the font of the labels");
     guard.Claim(options.output);
     RequireExtension(options.output, {".png", ".svg"});
     const std::string media = AbsolutePath(options.input);

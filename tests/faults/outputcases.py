@@ -83,6 +83,22 @@ OUTPUTS = (
            "m.json"),
     Output("mix --stems", ("mix", *EDIT, "-o", "out/x.wav", "--stems", "{name}"), "timeline",
            "stems", "stems/01-A1.wav", takes_any_name=False),
+    Output("mix -o FLAC", ("mix", *EDIT, "-o", "{name}"), "timeline", "m.flac",
+           takes_any_name=False),
+    Output("mix --part -o", ("mix", *EDIT, "--part", "1/2", "-o", "{name}"), "timeline", "m.wav"),
+    Output("mix --manifest", ("mix", *EDIT, "-o", "out/x.wav", "--manifest", "{name}"),
+           "timeline", "m.json"),
+    Output("join -o", ("join", "part-1.wav", "part-2.wav", "-o", "{name}"), "parts", "j.wav"),
+    Output("join --meters", ("join", "part-1.wav", "part-2.wav", "-o", "out/x.wav", "--meters",
+                             "{name}"), "parts", "j.json"),
+    Output("report -o", ("report", *EDIT, "-o", "{name}"), "timeline", "r.html",
+           takes_any_name=False),
+    Output("report --composition -o", ("report", *EDIT, "--composition", "inner", "-o", "{name}"),
+           "timeline", "r.html", takes_any_name=False),
+    Output("report of an otiod -o", ("report", "edit.otiod", "-o", "{name}"), "folder", "r.html",
+           takes_any_name=False),
+    Output("report of a media file -o", ("report", "{media}", "-o", "{name}"), "media", "r.htm",
+           takes_any_name=False),
     Output("mix of an otiod -o", ("mix", "edit.otiod", "-o", "{name}"), "folder", "m.wav"),
     Output("mix of an otiod --meters", ("mix", "edit.otiod", "-o", "out/x.wav", "--meters",
                                         "{name}"), "folder", "m.json"),
@@ -92,6 +108,8 @@ OUTPUTS = (
     Output("waveform -o PNG", ("waveform", "{media}", "-o", "{name}"), "media", "w.png"),
     Output("waveform -o SVG", ("waveform", "{media}", "-o", "{name}"), "media", "w.svg",
            takes_any_name=False),
+    Output("waveform --font -o", ("waveform", "{media}", "--font", "font.ttf", "--ruler", "-o",
+                                  "{name}"), "drawn", "w.png", takes_any_name=False),
     Output("peaks -o", ("peaks", "{media}", "-o", "{name}"), "media", "p.xwpk"),
     Output("peaks --no-cache-db -o", ("--no-cache-db", "peaks", "{media}", "-o", "{name}"),
            "media", "p.xwpk"),
@@ -108,6 +126,13 @@ OUTPUTS = (
            "a.otio"),
     Output("sync --otio", ("sync", "{media}", "b.wav", "--otio", "{name}"), "recordings",
            "a.otio"),
+    Output("sync of a folder --otio", ("sync", "roots", "{media}", "--reference", "b.wav", "--otio",
+                                       "{name}"), "day", "a.otio"),
+    Output("sync --plot", ("sync", "{media}", "b.wav", "--otio", "out/x.otio", "--plot", "{name}"),
+           "recordings", "a.svg"),
+    Output("sync --plot, numbered",
+           ("sync", "{media}", "b.wav", "other.wav", "--otio", "out/x.otio", "--plot", "{name}"),
+           "recordings", "a.svg", "a-2.svg", takes_any_name=False),
 )
 
 # Outputs of one command: the arguments, and the files of the two outputs. {name} is the second.
@@ -118,6 +143,15 @@ PAIRS = (
     Output("mix --meters and --stems", ("mix", *EDIT, "-o", "out/x.wav", "--meters", "out/1.wav",
                                         "--stems", "{name}"), "", "stems", "stems/02-A2.wav",
            takes_any_name=False),
+    Output("mix -o and --manifest", ("mix", *EDIT, "-o", "out/1.wav", "--manifest", "{name}"), "",
+           "s"),
+    Output("mix --manifest and --stems",
+           ("mix", *EDIT, "-o", "out/x.wav", "--manifest", "out/1.wav", "--stems", "{name}"), "",
+           "stems", "stems/02-A2.wav", takes_any_name=False),
+    Output("join -o and --meters", ("join", "part-1.wav", "part-2.wav", "-o", "out/1.wav",
+                                    "--meters", "{name}"), "", "s"),
+    Output("sync --plot and --otio", ("sync", "{media}", "b.wav", "--plot", "out/1.wav", "--otio",
+                                      "{name}"), "", "s.otio"),
     Output("peaks -o and --export", ("peaks", "{media}", "-o", "out/1.wav", "--export", "{name}"),
            "", "s.json", takes_any_name=False),
     Output("align --plot and --otio", ("align", "{media}", "b.wav", "--plot", "out/1.wav", "--otio",
@@ -133,6 +167,9 @@ READS = {
     "folder": ("edit.otiod/content.otio", "a.wav"),
     "media": ("a.wav",),
     "recordings": ("a.wav", "b.wav"),
+    "day": ("a.wav", "b.wav", "roots/r.wav"),
+    "parts": ("part-1.wav", "part-2.wav"),
+    "drawn": ("a.wav", "font.ttf"),
 }
 # What the program owns, in every command.
 HOME = "home/sonrel"  # of the default cache, which every run uses
@@ -165,7 +202,17 @@ class Shop:
         (self.folder / "edit.otio").write_text(edit("a.wav"))
         (self.folder / "edit.otiod/content.otio").write_text(
             timeline([track("A1", [clip("../a.wav")])]))
+        # A name that the program does not look into before it refuses an output.
+        (self.folder / "font.ttf").write_bytes(b"font")
         self.fill_cache()
+        self.mix_parts()
+
+    def mix_parts(self):
+        for number in ("1", "2"):
+            code, error = self.run(("mix", *EDIT, "-o", f"part-{number}.wav", "--part",
+                                    f"{number}/2"))
+            if code != 0:
+                raise SystemExit(f"an undisturbed mix exits {code}: {error}")
 
     def fill_cache(self):
         for command in ("conform", "peaks"):

@@ -337,5 +337,17 @@ TEST_F(WaveformFrameProgram, LabelsThatDoNotFitAreWrongUsage) {
     }
 }
 
+TEST_F(WaveformFrameProgram, ThePictureNeverReplacesItsFont) {
+    Write(1, 4800, [](long long, int) { return 1000; });
+    WriteFile(shop_.Work("font.ttf"), "font");
+    std::filesystem::create_symlink("font.ttf", shop_.Work("out.png"));
+
+    const ProgramResult result = Run({"--ruler", "--font", "@font.ttf", "--overwrite"});
+
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_NE(result.err.find("the font of the labels"), std::string::npos) << result.err;
+    EXPECT_EQ(ReadFile(shop_.Work("font.ttf")), "font");
+}
+
 }  // namespace
 }  // namespace sonrel_tests
