@@ -32,6 +32,9 @@ class Command:
 
 
 EDIT = "{media}/edit.otio"
+ARCHIVE = "{media}/edit.otioz"
+MANIFEST = "{media}/edit.json"
+PARTS = ("{media}/part-2.wav", "{media}/part-1.wav")
 COMMANDS = {command.name: command for command in (
     Command("conform, made", ("conform", *SHORT), records=3),
     Command("conform, found", ("conform", *SHORT), starts_filled=True, records=3),
@@ -46,10 +49,19 @@ COMMANDS = {command.name: command for command in (
             records=1),
     Command("waveform, found", ("waveform", LONG, "-o", "{out}/w.png"), starts_filled=True,
             outputs=("w.png",), records=4),
-    Command("mix, made", ("mix", EDIT, "-o", "{out}/m.wav"), outputs=("m.wav",), records=3),
+    Command("mix, made", ("mix", EDIT, "-o", "{out}/m.wav", "--manifest", "{out}/m.json"),
+            outputs=("m.wav", "m.json"), records=3),
     Command("mix, found",
             ("mix", EDIT, "-o", "{out}/m.wav", "--stems", "{out}", "--meters", "{out}/m.json"),
             starts_filled=True, outputs=("m.wav", "m.json", "01-A1.wav"), records=3),
+    Command("mix, archive", ("mix", ARCHIVE, "-o", "{out}/m.wav"), outputs=("m.wav",)),
+    Command("mix, a part", ("mix", EDIT, "-o", "{out}/p.wav", "--part", "1/2"),
+            starts_filled=True, outputs=("p.wav",), records=3),
+    Command("join", ("join", *PARTS, "-o", "{out}/j.wav", "--meters", "{out}/j.json"),
+            outputs=("j.wav", "j.json")),
+    Command("verify, mixed again", ("verify", MANIFEST), prints_results=True),
+    Command("verify, cached", ("verify", "--cached", MANIFEST), starts_filled=True,
+            prints_results=True, records=3),
     Command("play, WAV", ("play", EDIT, "--output", "{out}/p.wav"), starts_filled=True,
             outputs=("p.wav",), records=3),
     Command("play, bare samples", ("play", SHORT[1], "--output", "{out}/p.raw"),
@@ -59,6 +71,17 @@ COMMANDS = {command.name: command for command in (
     Command("align, found",
             ("align", *SHORT[1:], "--plot", "{out}/a.svg", "--otio", "{out}/a.otio"),
             starts_filled=True, outputs=("a.svg", "a.otio"), prints_results=True, records=4),
+    Command("sync, made", ("sync", *SHORT[1:], "--otio", "{out}/s.otio"), outputs=("s.otio",),
+            prints_results=True, records=4),
+    Command("sync, found",
+            ("sync", *SHORT[1:], "--plot", "{out}/s.svg", "--otio", "{out}/s.otio"),
+            starts_filled=True, outputs=("s.svg", "s.otio"), prints_results=True, records=4),
+    Command("report, made", ("report", EDIT, "-o", "{out}/r.html"), outputs=("r.html",),
+            records=6),
+    Command("report, found", ("report", EDIT, "-o", "{out}/r.html"), starts_filled=True,
+            outputs=("r.html",), records=6),
+    Command("report, media file", ("report", LONG, "-o", "{out}/r.html"), outputs=("r.html",),
+            records=1),
     Command("loudness, made", ("loudness", EDIT, SHORT[1]), prints_results=True, records=3),
     Command("loudness, found", ("loudness", EDIT, SHORT[1]), prints_results=True,
             starts_filled=True, records=3),
@@ -76,12 +99,15 @@ class Box:
     def __init__(self, shop, folder):
         self.shop, self.folder = shop, pathlib.Path(folder)
         self.cache, self.out = self.folder / "cache", self.folder / "out"
+        self.temporary = self.folder / "tmp"
         self.database = self.folder / "db" / "media.db"
+        self.environment = {**shop.environment, "TMPDIR": str(self.temporary)}
 
     def clear(self):
         shutil.rmtree(self.folder, ignore_errors=True)
         self.database.parent.mkdir(parents=True)
         self.out.mkdir()
+        self.temporary.mkdir()
 
     def prepare(self, command, has_old_outputs=False):
         self.clear()
@@ -100,7 +126,7 @@ class Box:
                 "10000", *(word.format(**places) for word in command.arguments)]
 
     def start(self, command, environment=None):
-        return subprocess.Popen(self.words(command), env=environment or self.shop.environment,
+        return subprocess.Popen(self.words(command), env=environment or self.environment,
                                 stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                 stderr=subprocess.PIPE, text=True, errors="replace")
 
@@ -127,12 +153,23 @@ class Workshop:
         self.media = folder / "media"
         makemedia.make(self.media)
         self.filled = self.box("filled")
+        self.make_mixes()
         self.fill()
         self.reference = Reference(self.filled.database, self.filled.cache)
         self.expected = {name: self.undisturbed(command) for name, command in COMMANDS.items()}
 
     def box(self, name):
         return Box(self, self.folder / name)
+
+    def make_mixes(self):
+        """Mixes edit.otio to parts, and writes the manifest of a mix."""
+        self.filled.clear()
+        mix = ("mix", EDIT, "-o")
+        for number in ("1", "2"):
+            self.must_run(self.filled, Command("part", (
+                *mix, f"{{media}}/part-{number}.wav", "--part", f"{number}/2")))
+        self.must_run(self.filled, Command("manifest", (
+            *mix, "{out}/m.wav", "--manifest", MANIFEST)))
 
     def fill(self):
         self.filled.clear()

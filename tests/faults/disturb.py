@@ -25,6 +25,12 @@ TARGETS = {
     "outputs": ("box/out", "*"),
     "media": ("media", "sound*"),
     "timeline": ("media", "*.otio"),
+    "archive": ("media", "*.otioz"),
+    "manifest": ("media", "edit.json"),
+    "parts": ("media", "part-*.wav"),
+    "temporary conformed files": ("box/tmp", "*.xwmc"),
+    "temporary database": ("box/tmp", "media.db*"),
+    "unpacked files": ("box/tmp", "[cs]o*"),
     "box": ("box", "*"),
     "all files": ("", "*"),
 }
@@ -60,7 +66,7 @@ def environment(box, fault, log):
                  "FAULTFS_AT": fault.number, "FAULTFS_LOG": log}
     if fault.mode == "quota":
         variables.update(FAULTFS_QUOTA=fault.number, FAULTFS_MODE="none")
-    return {**box.shop.environment, **{name: str(value) for name, value in variables.items()}}
+    return {**box.environment, **{name: str(value) for name, value in variables.items()}}
 
 
 class Counts:
@@ -118,7 +124,8 @@ def disturb(box, fault):
     was_killed = fault.mode in KILLING and result[0] == -signal.SIGKILL
     outcome.wrong = judge(box, command, result, was_killed,
                           may_leave=fault.operation in ("unlink", "stat"),
-                          may_name=fault.target in ("outputs", "all files"))
+                          may_name=fault.target in ("outputs", "all files"),
+                          may_leave_folder=fault.operation == "open" and fault.mode == "forever")
     if fault.must_succeed and result[0] != 0:
         outcome.wrong.append(("message", f"no failure is expected: {result[2]}"))
     outcome.wrong_next = judge_next(box, command)

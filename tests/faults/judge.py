@@ -61,11 +61,14 @@ class Judge:
             elif data != OLD and not (may_name and data == self.expected[name]):
                 self.wrong("wrong bytes", f"{name}: {len(data)} bytes after a failure")
 
-    def nothing_is_left(self):
+    def nothing_is_left(self, may_leave_folder):
+        if not may_leave_folder:
+            for path in self.box.temporary.iterdir():
+                self.wrong("left behind", f"temporary: {path.name}")
         if self.state.orphans:
             self.wrong("left behind", f"files without a record: {self.state.orphans}")
 
-    def after(self, result, was_killed, may_leave, may_name):
+    def after(self, result, was_killed, may_leave, may_name, may_leave_folder):
         code, text, error = result
         if was_killed:
             self.outputs_are_old(may_name=True, may_leave=True)
@@ -81,15 +84,18 @@ class Judge:
             if fault:
                 self.wrong("message", fault)
         if not was_killed and not may_leave:
-            self.nothing_is_left()
+            self.nothing_is_left(may_leave_folder)
         return self.found
 
 
-def judge(box, command, result, was_killed=False, may_leave=False, may_name=False):
+def judge(box, command, result, was_killed=False, may_leave=False, may_name=False,
+          may_leave_folder=False):
     """@param may_leave  whether the disturbance keeps the program from finding or removing a file
     @param may_name   whether an output may have its name although the command fails, because
-                      naming the next one failed"""
-    return Judge(box, command).after(result, was_killed, may_leave, may_name)
+                      naming the next one failed
+    @param may_leave_folder  whether the disturbance keeps the program from listing the temporary
+                             folder that it removes"""
+    return Judge(box, command).after(result, was_killed, may_leave, may_name, may_leave_folder)
 
 
 def judge_next(box, command):

@@ -7,6 +7,7 @@ import random
 import struct
 import subprocess
 import wave
+import zipfile
 
 
 def write_wave(path, rate, channels, samples):
@@ -42,9 +43,20 @@ def timeline(names, frames=12):
             "children": [clip(name) for name in names]}
 
 
+def write_archive(path, edit, media):
+    """A timeline with its media files, of which the media files are in the folder media."""
+    urls = [f"media/{name}" for name in media]
+    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as archive:
+        archive.writestr("version.txt", "1.0.0\n")
+        archive.writestr("content.otio", json.dumps(edit(urls)))
+        for name in media:
+            archive.write(path.parent / name, f"media/{name}")
+
+
 def make(folder):
     """sound.wav, sound.flac, sound.mp3: a second each. sound-long.wav: 31 seconds, of which a peak file
-    is made by four readers and in several writes. edit.otio: a timeline of the short ones."""
+    is made by four readers and in several writes. edit.otio: a timeline of the short ones.
+    edit.otioz: the same timeline in an archive."""
     folder.mkdir(parents=True)
     write_noise(folder / "sound.wav", 48000)
     write_noise(folder / "source.wav", 44100)
@@ -55,3 +67,4 @@ def make(folder):
     write_tone(folder / "sound-long.wav", 8000, 31)
     short = ["sound.wav", "sound.flac", "sound.mp3"]
     (folder / "edit.otio").write_text(json.dumps(timeline(short)))
+    write_archive(folder / "edit.otioz", timeline, short)

@@ -12,6 +12,7 @@ _FOUND = "open read close stat"
 _NEW = {"lock file": "create close", "cache folder": "mkdir open fsync close stat",
         "database": _DATABASE, "media": _MEDIA}
 _OLD = {"lock file": "open close", "cache folder": "stat", "database": _DATABASE, "media": _MEDIA}
+_TEMPORARY = {"temporary conformed files": _MADE, "temporary database": _DATABASE}
 _FORCED = {**_OLD, "cache folder": "open fsync close stat"}
 
 REACHED = {
@@ -25,6 +26,23 @@ REACHED = {
     "waveform, made": {**_NEW, "peak files": _MADE, "outputs": _OUTPUTS},
     "waveform, found": {**_OLD, "peak files": _FOUND, "outputs": _OUTPUTS},
     "mix, made": {**_NEW, "conformed files": _MADE, "outputs": _OUTPUTS, "timeline": _MEDIA},
+    "mix, archive": {"archive": _MEDIA, "unpacked files": "create write open read close stat",
+                     **_TEMPORARY, "outputs": _OUTPUTS},
+    "mix, a part": {**_OLD, "conformed files": _FOUND, "outputs": _OUTPUTS, "timeline": _MEDIA},
+    "join": {"parts": "open read close", "outputs": _OUTPUTS},
+    "verify, mixed again": {**_TEMPORARY, "media": _MEDIA, "timeline": _MEDIA,
+                            "manifest": _MEDIA},
+    "verify, cached": {**_OLD, "conformed files": _FOUND, "timeline": _MEDIA,
+                       "manifest": _MEDIA},
+    "sync, made": {**_NEW, "conformed files": _MADE, "peak files": _MADE, "outputs": _OUTPUTS},
+    "sync, found": {**_OLD, "conformed files": _FOUND, "peak files": _FOUND,
+                    "outputs": _OUTPUTS},
+    "report, made": {**_NEW, "conformed files": _MADE, "peak files": _MADE, "outputs": _OUTPUTS,
+                     "timeline": _MEDIA},
+    "report, found": {**_OLD, "conformed files": _FOUND, "peak files": _FOUND,
+                      "outputs": _OUTPUTS, "timeline": _MEDIA},
+    "report, media file": {**_NEW, "conformed files": _MADE, "peak files": _MADE,
+                           "outputs": _OUTPUTS},
     "mix, found": {**_OLD, "conformed files": _FOUND, "outputs": _OUTPUTS, "timeline": _MEDIA},
     "play, WAV": {**_OLD, "conformed files": _FOUND, "outputs": _OUTPUTS, "timeline": _MEDIA},
     "play, bare samples": {**_NEW, "conformed files": _MADE, "outputs": _OUTPUTS},
@@ -50,6 +68,7 @@ ERRORS = {
 INTERRUPTED = {"create", "open", "write", "read", "fsync", "unlink", "close"}
 # The database library does not repeat the others; it reports them, and that is allowed.
 INTERRUPTED_IN_DATABASE = {"open", "write", "read"}
+DATABASES = ("database", "temporary database")
 CHANGING = ("create", "write", "fsync", "truncate", "rename", "unlink", "mkdir")
 QUOTAS = 20  # sizes of a full disk for one command
 
@@ -77,12 +96,12 @@ def modes(target, operation):
         yield "once", error, False
         yield "forever", error, False
     if operation in ("read", "write"):
-        yield "short", "EIO", target != "database"
-        yield "all short", "EIO", target != "database"
+        yield "short", "EIO", target not in DATABASES
+        yield "all short", "EIO", target not in DATABASES
     if target == "cache folder" and operation == "fsync":
         yield "forever", "EINVAL", True
         yield "forever", "ENOTSUP", True
-    names = INTERRUPTED_IN_DATABASE if target == "database" else INTERRUPTED
+    names = INTERRUPTED_IN_DATABASE if target in DATABASES else INTERRUPTED
     if operation in names:
         yield "once", "EINTR", True
         yield "storm", "EINTR", True
