@@ -49,7 +49,7 @@ long long BytesOf(const PeakTask& task, long long frames) {
 
 /// The reason why a peak file cannot store the channels of a task; empty when it can.
 std::string ChannelErrorMessage(const PeakTask& task) {
-    if (task.channels <= PeakFile::MAX_CHANNELS) return {};
+    if (!HasTooManyChannels(task)) return {};
     return "its sound has " + std::to_string(task.channels) +
            " channels, and a peak file has at most " + std::to_string(PeakFile::MAX_CHANNELS);
 }
@@ -143,10 +143,11 @@ public:
         std::string message = last.mediaFailure;
         if (message.empty()) message = ChannelErrorMessage(failed);
         if (message.empty() && !last.databaseFailure.empty()) {
-            message = DatabaseErrorMessage(session_.Paths().database, last.databaseFailure);
+            message = DatabaseErrorMessage(session_.Paths().database, last.databaseFailure,
+                                           session_.Paths().databaseRemedy);
         }
         if (message.empty()) {
-            message = FolderErrorMessage(session_.Paths().folder, BytesOf(failed, failed.frames));
+            message = FolderErrorMessage(session_.Paths(), BytesOf(failed, failed.frames));
         }
         if (message.empty()) message = SoundErrorMessage(failed);
         if (message.empty()) message = DescriptorErrorMessage();
@@ -219,6 +220,10 @@ PeakTask PeakTaskFor(const std::shared_ptr<project::MediaManager>& manager, cons
         task.rate, task.frames, zrh::media::ZRAudioCodec::Unknown));
     task.asset->SetAudioStreamIndex(sound.Number());
     return task;
+}
+
+bool HasTooManyChannels(const PeakTask& task) {
+    return task.channels > PeakFile::MAX_CHANNELS;
 }
 
 void FindOrMakePeakFiles(const EngineSession& session, std::vector<PeakTask>& tasks,

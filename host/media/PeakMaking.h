@@ -33,6 +33,9 @@ struct PeakTask {
 PeakTask PeakTaskFor(const std::shared_ptr<project::MediaManager>& manager, const std::string& path,
                      const zrh::media::SoundChoice& choice);
 
+/// Whether a sound has more channels than a peak file stores. Such a task always fails.
+bool HasTooManyChannels(const PeakTask& task);
+
 struct PeakSettings {
     int jobs = 1;  ///< files at the same time
     CurrentFiles current = CurrentFiles::Kept;

@@ -6,6 +6,7 @@
 #include "host/measure/LevelSummary.h"
 #include "host/media/PeakMaking.h"
 #include "host/shell/Cores.h"
+#include "host/shell/Errors.h"
 #include "host/shell/Text.h"
 
 namespace orlo::host {
@@ -29,6 +30,7 @@ FoundPeaks FindPeaks(const EngineSession& session, const std::vector<MediaUse>& 
     for (std::size_t i = 0; i < tasks.size(); ++i) {
         const FileResult& result = tasks[i].result;
         if (result.status == FileStatus::Failed) {
+            if (!HasTooManyChannels(tasks[i])) throw JobError(result.error);
             found.failures.push_back(result.error);
             continue;
         }

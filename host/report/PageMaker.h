@@ -46,12 +46,13 @@ std::unique_ptr<PageMaker> OpenMediaPage(const GlobalOptions& global, const Repo
 /// The result of finding or making the peak files of media files.
 struct FoundPeaks {
     PeakSounds sounds;
-    std::vector<std::string> failures;  ///< clauses
+    std::vector<std::string> failures;  ///< clauses about sounds of too many channels
 };
 
 /// Finds or makes the peak files of all media files with sound.
 /// @param media  imported
-/// @throws JobError when the database fails; CommandError when the program is asked to stop
+/// @throws JobError when the database fails or a peak file cannot be made; CommandError when the
+///         program is asked to stop
 FoundPeaks FindPeaks(const EngineSession& session, const std::vector<MediaUse>& media,
                      Progress& progress);
 

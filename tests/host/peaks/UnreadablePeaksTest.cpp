@@ -101,6 +101,20 @@ TEST_P(UnreadablePeaks, AReadErrorLeavesNoPicture) {
     EXPECT_GT(failures, 4);
 }
 
+TEST_P(UnreadablePeaks, APeakFileThatCannotBeCreatedLeavesNoReport) {
+    for (const char* const input : {"@a.wav", "@edit.otio"}) {
+        const Fault fault{shop_.Path("cache"), "create", "*.xwpk", "EACCES"};
+        const DisturbedRun run =
+            RunWithFault(shop_, fault, 1, {"report", input, "-o", "@out/a.html"});
+
+        ASSERT_TRUE(run.wasHit);
+        EXPECT_EQ(run.result.exitCode, 1);
+        EXPECT_TRUE(run.result.HasOneErrorLine()) << run.result.err;
+        EXPECT_THAT(run.result.err, HasSubstr("cannot create the peak file of '"));
+        EXPECT_TRUE(TakeOutputs().empty());
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Lengths, UnreadablePeaks, testing::Values(100000, 250000),
                          [](const testing::TestParamInfo<int>& test) {
                              return test.param < 240000 ? "OnePass" : "FourTasks";

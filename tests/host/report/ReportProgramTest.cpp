@@ -250,6 +250,23 @@ TEST_F(ReportProgram, StandardOutputHasThePageAndStandardErrorItsText) {
     EXPECT_EQ(RunBash(shop_, "\\$sonrel report edit.otio -o - >/dev/full 2>/dev/null"), 1);
 }
 
+TEST_F(ReportProgram, ASoundOfMoreChannelsThanAPeakFileStoresIsShownWithoutAWaveform) {
+    // 18 channels with their loudspeakers, which only the extensible format can declare.
+    constexpr int CHANNELS = 18;
+    std::string format = PcmFormat(0xFFFE, CHANNELS, TONE_RATE, 16);
+    format += Little(22, 2) + Little(16, 2) + Little(0x3FFFF, 4) + Little(1, 2);
+    format += std::string("\0\0\0\0\x10\0\x80\0\0\xaa\0\x38\x9b\x71", 14);
+    WriteFile(shop_.Work("many.wav"),
+              Riff(Chunk("fmt ", format) + Chunk("data", std::string(2 * CHANNELS * 4800, '\1'))));
+
+    const ProgramResult result = shop_.Run({"report", "@many.wav", "-o", "@out.html"});
+
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_TRUE(Has(InOneLine(result.out), "its sound has 18 channels")) << result.out;
+    EXPECT_EQ(CountIn(Page(), R"(<div class="clip")"), 1);
+    EXPECT_EQ(CountIn(Page(), R"(<path d="M)"), 0);
+}
+
 TEST_F(ReportProgram, WrongOptionsAreRefused) {
     for (const std::vector<std::string>& more : {std::vector<std::string>{"--from", "9"},
                                                  {"--from", "2", "--to", "1"},
