@@ -130,7 +130,7 @@ public:
                 const std::size_t task = next_++;
                 if (task >= tasks_.Count()) return;
                 progress_.SetFile(tasks_.Media(task));
-                TaskMonitor monitor(session_.Paths().folder, progress_, *interrupted_);
+                TaskMonitor monitor(session_.Paths(), progress_, *interrupted_);
                 TaskRun(tasks_, task, database, monitor).Run(current_);
             }
         } catch (...) {
@@ -173,7 +173,7 @@ void TaskMonitor::Start(long long bytes) {
 }
 
 bool TaskMonitor::Report(long long frames) {
-    if (!started_) spaceMessage_ = FolderErrorMessage(folder_, bytes_);
+    if (!started_) spaceMessage_ = FolderErrorMessage(paths_, bytes_);
     started_ = true;
     progress_.Add(frames - counted_);
     counted_ = frames;
@@ -198,7 +198,8 @@ void RunCacheFileTasks(const EngineSession& session, CacheFileTasks& tasks, cons
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& error) {
-        throw JobError(DatabaseErrorMessage(session.Paths().database, error.what()));
+        throw JobError(DatabaseErrorMessage(session.Paths().database, error.what(),
+                                            session.Paths().databaseRemedy));
     }
     progress.End();
 }

@@ -40,10 +40,10 @@ private:
 /// Threads: one call at a time; on the threads that read the media file too.
 class TaskMonitor {
 public:
+    /// @param paths        of the cache
     /// @param interrupted  the flag of the job
-    TaskMonitor(std::string cacheFolder, TaskProgress& progress,
-                const std::atomic<bool>& interrupted)
-        : folder_(std::move(cacheFolder)), progress_(progress), interrupted_(interrupted) {}
+    TaskMonitor(CachePaths paths, TaskProgress& progress, const std::atomic<bool>& interrupted)
+        : paths_(std::move(paths)), progress_(progress), interrupted_(interrupted) {}
 
     /// Starts an attempt to make a file.
     /// @param bytes  expected size of the file
@@ -61,7 +61,7 @@ public:
     const std::string& SpaceMessage() const { return spaceMessage_; }
 
 private:
-    const std::string folder_;
+    const CachePaths paths_;
     TaskProgress& progress_;
     const std::atomic<bool>& interrupted_;
     long long bytes_ = 0;

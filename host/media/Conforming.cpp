@@ -117,10 +117,11 @@ public:
 
     std::string FailureReason(std::size_t task, const CacheFileAttempt& last) const override {
         if (last.mediaFailure.empty() && !last.databaseFailure.empty()) {
-            return DatabaseErrorMessage(session_.Paths().database, last.databaseFailure);
+            return DatabaseErrorMessage(session_.Paths().database, last.databaseFailure,
+                                        session_.Paths().databaseRemedy);
         }
         const ConformTask& failed = tasks_[task];
-        std::string reason = FolderErrorMessage(session_.Paths().folder, ExpectedBytes(failed));
+        std::string reason = FolderErrorMessage(session_.Paths(), ExpectedBytes(failed));
         if (!reason.empty()) return reason;
         zrh::media::MediaInfo info;
         const std::wstring media = WidePath(MediaPath(*failed.asset));

@@ -65,7 +65,7 @@ std::string ShortageRemedy(const std::string& words) {
 std::string LockedMessage(const std::string& database) {
     const std::string holder = LockHolder(database, ReadText("/proc/locks"));
     return "it is locked by " + (holder.empty() ? "another program" : holder) +
-           "; try again after it has ended, or choose another database with --db";
+           "; try again after it has ended";
 }
 
 }  // namespace
@@ -95,31 +95,31 @@ bool IsOnReadOnlyFileSystem(const std::string& path) {
     return statvfs(existing.c_str(), &disk) == 0 && (disk.f_flag & ST_RDONLY) != 0;
 }
 
-std::string DatabaseErrorMessage(const std::string& database, const std::string& reason) {
+std::string DatabaseErrorMessage(const std::string& database, const std::string& reason,
+                                 const std::string& remedy) {
     // The text of a failure starts with the name of the database.
     const std::size_t name = reason.find(database + ": ");
     const std::string words =
         name == std::string::npos ? reason : reason.substr(name + database.size() + 2);
     const std::string subject = "cannot use the media database " + Quoted(database) + ": ";
-    if (Contains(words, "locked")) return subject + LockedMessage(database);
+    if (Contains(words, "locked")) return subject + LockedMessage(database) + ", or " + remedy;
     const std::string shortage = ShortageRemedy(words);
     if (!shortage.empty()) return subject + shortage;
     if (IsAboutAccess(words) && IsOnReadOnlyFileSystem(database)) {
-        return subject + "it is on a read-only file system; choose another database with --db";
+        return subject + "it is on a read-only file system; " + remedy;
     }
     if (Contains(words, "is full")) {
-        return subject + "its disk is full; make room, or choose another database with --db";
+        return subject + "its disk is full; make room, or " + remedy;
     }
     if (Contains(words, "has recorded the file")) return subject + OneLine(words) + "; try again";
     if (IsAboutAccess(words)) {
-        return subject + OneLine(words) +
-               "; it and its folder must exist and be writable, or choose another database with "
-               "--db";
+        return subject + OneLine(words) + "; it and its folder must exist and be writable, or " +
+               remedy;
     }
     if (Contains(words, "disk I/O error")) {
-        return subject + OneLine(words) + "; check its disk, or choose another database with --db";
+        return subject + OneLine(words) + "; check its disk, or " + remedy;
     }
-    return subject + OneLine(words) + "; move it away, or choose another database with --db";
+    return subject + OneLine(words) + "; move it away, or " + remedy;
 }
 
 }  // namespace orlo::host

@@ -5,9 +5,14 @@
 
 namespace orlo::host {
 
+/// The remedy for a database whose path the user can choose.
+constexpr const char* OTHER_DATABASE = "choose another database with --db";
+
 /// The message for a failure of the media database, as a clause with a remedy.
 /// @param reason  the text of the failure
-std::string DatabaseErrorMessage(const std::string& database, const std::string& reason);
+/// @param remedy  of a database that cannot be used, as a clause
+std::string DatabaseErrorMessage(const std::string& database, const std::string& reason,
+                                 const std::string& remedy = OTHER_DATABASE);
 
 /// The other process that has the media database locked for writing, as "process 123 (name)"; empty
 /// when the system does not report such a process.

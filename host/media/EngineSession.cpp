@@ -9,7 +9,6 @@
 #include <system_error>
 
 #include "host/media/CacheSizeLimit.h"
-#include "host/media/DatabaseErrorMessage.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
@@ -21,6 +20,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using sonrel::Sonrel;
+
+constexpr const char* OTHER_TEMPORARY_FOLDER = "set TMPDIR to another folder";
 
 /// $XDG_CACHE_HOME/sonrel. A relative value is ignored.
 std::string DefaultFolder() {
@@ -56,7 +57,8 @@ std::string CacheFolderErrorMessage(const std::string& folder) {
 CachePaths CachePathsOf(const GlobalOptions& options) {
     const std::string& spool = options.spool.folder;
     if (!spool.empty()) {
-        return {spool + "/cache", spool + "/media.db"};
+        return {spool + "/cache", spool + "/media.db", OTHER_TEMPORARY_FOLDER,
+                OTHER_TEMPORARY_FOLDER};
     }
     if (options.noCacheDb) return {};
     CachePaths paths;
@@ -67,14 +69,14 @@ CachePaths CachePathsOf(const GlobalOptions& options) {
     return paths;
 }
 
-std::string FolderErrorMessage(const std::string& folder, long long bytes) {
+std::string FolderErrorMessage(const CachePaths& paths, long long bytes) {
+    const std::string& folder = paths.folder;
     if (IsOnReadOnlyFileSystem(folder)) {
-        return "the folder " + Quoted(folder) +
-               " is on a read-only file system; choose another folder with --cache";
+        return "the folder " + Quoted(folder) + " is on a read-only file system; " +
+               paths.folderRemedy;
     }
     if (access(folder.c_str(), W_OK | X_OK) != 0) {
-        return "the folder " + Quoted(folder) +
-               " is not writable; choose another folder with --cache";
+        return "the folder " + Quoted(folder) + " is not writable; " + paths.folderRemedy;
     }
     struct statvfs disk = {};
     if (statvfs(folder.c_str(), &disk) != 0) return {};
@@ -87,7 +89,7 @@ std::string FolderErrorMessage(const std::string& folder, long long bytes) {
     return "the disk of " + Quoted(folder) +
            " is full: " + FormatNumber(static_cast<double>(bytes) / 1e6, 1) +
            " MB are needed and " + FormatNumber(available / 1e6, 1) +
-           " MB are free; make room, or choose another folder with --cache";
+           " MB are free; make room, or " + paths.folderRemedy;
 }
 
 EngineSession::EngineSession(const GlobalOptions& options) : paths_(CachePathsOf(options)) {
@@ -99,7 +101,7 @@ EngineSession::EngineSession(const GlobalOptions& options) : paths_(CachePathsOf
         const std::string message = CacheFolderErrorMessage(paths_.folder);
         if (!message.empty()) {
             throw JobError("cannot use the cache folder " + Quoted(paths_.folder) + ": " + message +
-                           "; choose another folder with --cache");
+                           "; " + paths_.folderRemedy);
         }
     }
     std::string error;
@@ -110,13 +112,13 @@ EngineSession::EngineSession(const GlobalOptions& options) : paths_(CachePathsOf
         // The engine creates the folder before it opens the database.
         std::error_code ignored;
         if (!paths_.folder.empty() && !fs::is_directory(paths_.folder, ignored)) {
-            throw JobError(
-                "cannot create the cache folder " + Quoted(paths_.folder) +
-                (IsOnReadOnlyFileSystem(paths_.folder)
-                     ? ": it is on a read-only file system; choose another folder with --cache"
-                     : "; choose a writable folder with --cache"));
+            throw JobError("cannot create the cache folder " + Quoted(paths_.folder) +
+                           (IsOnReadOnlyFileSystem(paths_.folder)
+                                ? ": it is on a read-only file system; "
+                                : "; ") +
+                           paths_.folderRemedy);
         }
-        throw JobError(DatabaseErrorMessage(paths_.database, error));
+        throw JobError(DatabaseErrorMessage(paths_.database, error, paths_.databaseRemedy));
     }
     engine_->SetDaysToKeepCacheFiles(options.keepDays);
 }
@@ -147,7 +149,7 @@ std::shared_ptr<project::MediaDB> EngineSession::Connect() const {
         return std::make_shared<project::MediaDB>(WidePath(paths_.database),
                                                   WidePath(paths_.folder), false);
     } catch (const std::exception& error) {
-        throw JobError(DatabaseErrorMessage(paths_.database, error.what()));
+        throw JobError(DatabaseErrorMessage(paths_.database, error.what(), paths_.databaseRemedy));
     }
 }
 

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "host/media/DatabaseErrorMessage.h"
 #include "host/options/GlobalOptions.h"
 #include "sonrel/database/MediaDB.h"
 #include "sonrel/engine/Sonrel.h"
@@ -15,6 +16,9 @@ namespace orlo::host {
 struct CachePaths {
     std::string folder;
     std::string database;
+    /// What the user can do when the folder, or the database, cannot be used.
+    std::string folderRemedy = "choose another folder with --cache";
+    std::string databaseRemedy = OTHER_DATABASE;
 };
 
 /// The paths from the options, made absolute, or the default paths.
@@ -45,8 +49,8 @@ private:
     std::shared_ptr<sonrel::Sonrel> engine_;
 };
 
-/// The reason why a file cannot be created in a folder, as a clause; empty when it can.
+/// The reason why a file cannot be created in the cache folder, as a clause; empty when it can.
 /// @param bytes  size of the file
-std::string FolderErrorMessage(const std::string& folder, long long bytes);
+std::string FolderErrorMessage(const CachePaths& paths, long long bytes);
 
 }  // namespace orlo::host

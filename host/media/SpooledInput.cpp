@@ -78,9 +78,17 @@ void SpooledInput::ReadAll() {
             RefuseStandardInput("it has more than " + std::to_string(options_.spoolLimit) +
                                 " bytes; allow more with --spool-limit, or name a file");
         }
-        file_->Write({bytes.data(), got});
+        Store({bytes.data(), got});
     }
     if (total == 0) RefuseStandardInput("it is empty");
+}
+
+void SpooledInput::Store(std::string_view bytes) {
+    try {
+        file_->Write(bytes);
+    } catch (const JobError& error) {
+        throw JobError(std::string(error.what()) + "; make room, or set TMPDIR to another folder");
+    }
 }
 
 std::string SpooledInput::WithNames(std::string line) const {

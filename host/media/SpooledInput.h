@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -42,6 +43,7 @@ public:
 
 private:
     void ReadAll();
+    void Store(std::string_view bytes);
     Json JsonWithNames(const Json& value) const;
 
     TemporaryFolder folder_;

@@ -113,5 +113,17 @@ TEST_F(DatabaseErrorText, ADamagedDatabaseShouldBeMovedAway) {
                   "': file is not a database; move it away, or choose another database with --db");
 }
 
+TEST_F(DatabaseErrorText, EndsWithTheRemedyForItsPath) {
+    for (const char* reason : {"database is locked", "database or disk is full", "disk I/O error",
+                               "unable to open database file", "file is not a database"}) {
+        const std::string chosen = DatabaseErrorMessage(database_, reason);
+        const std::string temporary = DatabaseErrorMessage(database_, reason, "set TMPDIR");
+
+        EXPECT_TRUE(chosen.ends_with("or choose another database with --db")) << chosen;
+        EXPECT_TRUE(temporary.ends_with("or set TMPDIR")) << temporary;
+        EXPECT_EQ(temporary.find("--db"), std::string::npos) << temporary;
+    }
+}
+
 }  // namespace
 }  // namespace orlo::host

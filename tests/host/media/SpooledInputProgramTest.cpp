@@ -50,6 +50,16 @@ TEST_F(SpooledInputProgram, AnInputBeyondTheLimitIsRefused) {
     EXPECT_EQ(Bash("cat a.wav | \\$sonrel --spool-limit 376K mix - -o out.wav >report"), 0);
 }
 
+TEST_F(SpooledInputProgram, AFullTemporaryFolderIsNamedWithItsVariable) {
+    // A file may have 100 blocks of 1024 bytes; the signal that would end the program is ignored.
+    EXPECT_EQ(Bash("trap '' XFSZ; ulimit -f 100; \\$sonrel mix - -o out.wav <a.wav 2>report"), 1);
+
+    EXPECT_NE(Report().find("standard input': File too large; make room, or set TMPDIR to another "
+                            "folder\n"),
+              std::string::npos)
+        << Report();
+}
+
 TEST_F(SpooledInputProgram, AnEmptyInputAndAnInputWithoutSoundFailWithOneLine) {
     EXPECT_EQ(Bash("\\$sonrel mix - -o out.wav </dev/null 2>report"), 1);
     EXPECT_EQ(Report(), "sonrel: cannot read standard input: it is empty\n");

@@ -96,5 +96,23 @@ TEST_F(FreeSpace, IsComparedWithTheActualLengthOfTheSound) {
     EXPECT_EQ(result.exitCode, 0) << result.err;
 }
 
+TEST_F(FreeSpace, OfTemporaryFilesNamesTheVariableOfTheirFolder) {
+    WriteFile(shop_.Work("a.wav"), ConformedFileBytes(96000));
+    const ProgramResult mix =
+        shop_.Run({"mix", "@a.wav", "-o", "@out.wav", "--manifest", "@mix.json"});
+    ASSERT_EQ(mix.exitCode, 0) << mix.err;
+    const Variable folder("TMPDIR", shop_.Path("work"));
+
+    const ProgramResult result = Run("1000", {"verify", "@mix.json"});
+
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
+    EXPECT_NE(result.err.find("make room, or set TMPDIR to another folder"), std::string::npos)
+        << result.err;
+    EXPECT_EQ(result.err.find("--cache"), std::string::npos) << result.err;
+    EXPECT_EQ(NamesIn(shop_.Path("work")),
+              (std::vector<std::string>{"a.wav", "mix.json", "out.wav"}));
+}
+
 }  // namespace
 }  // namespace sonrel_tests
