@@ -3,24 +3,16 @@
 
 #include <QCryptographicHash>
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
 #include <vector>
 
-#include "host/shell/Errors.h"
+#include "host/shell/FileReader.h"
 #include "host/shell/Interrupt.h"
-#include "host/shell/Text.h"
 
 namespace orlo::host {
 
 namespace {
 
 constexpr std::size_t HASHED_AT_ONCE = 1 << 18;
-
-[[noreturn]] void RefuseToHash(const std::string& path) {
-    throw JobError("cannot read " + Quoted(path) + ": " + std::strerror(errno));
-}
 
 }  // namespace
 
@@ -49,20 +41,17 @@ std::string Sha256::Value() const {
 
 std::string Sha256OfFile(const std::string& path,
                          const std::function<void(long long bytes)>& count) {
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    if (!file) RefuseToHash(path);
+    const FileReader file(path);
     Sha256 hash;
     std::vector<char> bytes(HASHED_AT_ONCE);
     long long total = 0;
-    while (file) {
+    for (std::size_t got = bytes.size(); got == bytes.size();) {
         if (Interrupted()) ThrowInterrupted("not all files are hashed");
-        file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-        hash.Add(bytes.data(), static_cast<std::size_t>(file.gcount()));
-        total += file.gcount();
+        got = file.ReadAt(total, bytes.data(), bytes.size());
+        hash.Add(bytes.data(), got);
+        total += static_cast<long long>(got);
         if (count) count(total);
     }
-    if (file.bad()) RefuseToHash(path);
     return hash.Value();
 }
 

@@ -11,6 +11,9 @@ struct BlockRange {
     int count = 0;
 };
 
+/// Maximum number of parts of a mix.
+constexpr int MAX_PARTS = 100000;
+
 /// One of several equal parts of a mix.
 struct PartChoice {
     int number = 1;  ///< from 1

@@ -14,9 +14,6 @@ namespace orlo::host {
 
 namespace {
 
-/// Maximum number of parts.
-constexpr long long MAX_PARTS = 100000;
-
 /// The share in "3/8".
 PartChoice Part(const std::string& text) {
     const std::size_t slash = text.find('/');

@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "host/mix/PartFile.h"
 
-#include <algorithm>
-#include <cerrno>
 #include <cstdint>
 #include <cstring>
-#include <filesystem>
 #include <utility>
 
 #include "host/otio/JsonDocument.h"
@@ -100,6 +97,15 @@ long long IntegerMember(const Json& object, const char* key) {
     return *value;
 }
 
+PartChoice PartOf(const Json& manifest) {
+    const long long number = IntegerMember(manifest, "part");
+    const long long count = IntegerMember(manifest, "parts");
+    if (count < 1 || count > MAX_PARTS || number < 1 || number > count) {
+        throw otio::DocumentError("its manifest has a wrong part");
+    }
+    return {static_cast<int>(number), static_cast<int>(count)};
+}
+
 }  // namespace
 
 PartWriter::PartWriter(const std::string& path, OutputGuard& guard, int rate, long long frames)
@@ -122,12 +128,12 @@ void PartWriter::Describe(PartManifest manifest) {
     writer_.AddChunk(METER_CHUNK, BytesOf(manifest.meters));
 }
 
-PartReader::PartReader(const std::string& path) : path_(path), file_(path, std::ios::binary) {
-    if (!file_)
-        throw JobError("cannot read the part " + Quoted(path) + ": " + std::strerror(errno));
+PartReader::PartReader(const std::string& path) : path_(path) {
+    file_.emplace(path_);
     ReadHeader();
     ReadManifest();
-    file_.seekg(firstByte_);
+    file_.reset();
+    at_ = firstByte_;
 }
 
 void PartReader::Refuse(const std::string& reason) const {
@@ -136,8 +142,10 @@ void PartReader::Refuse(const std::string& reason) const {
 
 std::string PartReader::ReadBytes(long long count) {
     std::string bytes(static_cast<std::size_t>(count), '\0');
-    file_.read(bytes.data(), count);
-    if (file_.gcount() != count) Refuse("it was cut short; mix this part again");
+    if (file_->ReadAt(at_, bytes.data(), bytes.size()) != bytes.size()) {
+        Refuse("it was cut short; mix this part again");
+    }
+    at_ += count;
     return bytes;
 }
 
@@ -146,8 +154,6 @@ void PartReader::ReadHeader() {
     constexpr std::size_t PLAIN_RATE = 24;
     constexpr std::size_t PLAIN_SIZE = 40;
     constexpr std::size_t LONG_SIZE = 28;
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(path_, error)) Refuse("it is not a regular file");
     const std::string start = ReadBytes(PLAIN_SIZE + 4);
     const bool isLong = start.starts_with("RF64");
     if ((!isLong && !start.starts_with("RIFF")) || start.substr(8, 4) != "WAVE") {
@@ -155,6 +161,9 @@ void PartReader::ReadHeader() {
     }
     const std::uint64_t bytes =
         isLong ? NumberAt(start, LONG_SIZE, 8) : NumberAt(start, PLAIN_SIZE, 4);
+    if (bytes > static_cast<std::uint64_t>(file_->Size())) {
+        Refuse("it was cut short; mix this part again");
+    }
     frames_ = static_cast<long long>(bytes / zrtl::FRAME_BYTES);
     const auto rate = static_cast<int>(NumberAt(start, PLAIN_RATE, 4));
     firstByte_ = std::ssize(
@@ -165,29 +174,24 @@ std::string PartReader::ReadChunk(const std::string& name) {
     const std::string head = ReadBytes(8);
     if (head.substr(0, 4) != name) Refuse("it was not written with --part");
     const auto size = static_cast<long long>(NumberAt(head, 4, 4));
-    std::error_code error;
-    const auto whole = static_cast<long long>(std::filesystem::file_size(path_, error));
-    if (size > whole - file_.tellg()) Refuse("it was cut short; mix this part again");
+    if (size > file_->Size() - at_) Refuse("it was cut short; mix this part again");
     std::string content = ReadBytes(size);
     if (size % 2 != 0) ReadBytes(1);
     return content;
 }
 
 void PartReader::ReadManifest() {
-    std::error_code error;
-    const auto size = static_cast<long long>(std::filesystem::file_size(path_, error));
     const long long end = firstByte_ + frames_ * zrtl::FRAME_BYTES;
-    if (size < end) Refuse("it was cut short; mix this part again");
-    if (size == end) Refuse("it was not written with --part");
-    file_.seekg(end);
+    if (file_->Size() < end) Refuse("it was cut short; mix this part again");
+    if (file_->Size() == end) Refuse("it was not written with --part");
+    at_ = end;
     try {
         const Json json = otio::ParseDocument(ReadChunk(MANIFEST_CHUNK));
         if (IntegerMember(json, "format") != PART_FORMAT) {
             Refuse("another version of sonrel wrote it");
         }
         manifest_.mix = Member(json, "mix");
-        manifest_.part.number = static_cast<int>(IntegerMember(json, "part"));
-        manifest_.part.count = static_cast<int>(IntegerMember(json, "parts"));
+        manifest_.part = PartOf(json);
         manifest_.firstMeterBlock = IntegerMember(json, "firstMeterBlock");
         manifest_.checksum = StringMember(json, "checksum");
         const Json& tracks = Member(manifest_.mix, "tracks");
@@ -200,12 +204,17 @@ void PartReader::ReadManifest() {
 
 void PartReader::Read(unsigned char* bytes, long long frames) {
     const long long count = frames * zrtl::FRAME_BYTES;
-    file_.read(reinterpret_cast<char*>(bytes), count);
-    if (file_.gcount() != count) Refuse("it cannot be read to its end; mix this part again");
+    if (!file_) file_.emplace(path_);
+    if (file_->ReadAt(at_, bytes, static_cast<std::size_t>(count)) !=
+        static_cast<std::size_t>(count)) {
+        Refuse("it was cut short; mix this part again");
+    }
+    at_ += count;
     digest_.Add(bytes, static_cast<std::size_t>(count));
 }
 
-void PartReader::RequireChecksum() const {
+void PartReader::RequireChecksum() {
+    file_.reset();
     if (digest_.Value() != manifest_.checksum) {
         Refuse("its samples are damaged; mix this part again");
     }

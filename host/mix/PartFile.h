@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <fstream>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "host/manifest/Digest.h"
 #include "host/mix/MixBlocks.h"
 #include "host/output/WavWriter.h"
+#include "host/shell/FileReader.h"
 #include "host/shell/Outcome.h"
 #include "sonrel/mixer/AudioMetrics.h"
 
@@ -44,7 +45,8 @@ private:
     Digest digest_;
 };
 
-/// Reads a part.
+/// Reads a part. The file is open only while its manifest and while its samples are read, so that a
+/// mix may have more parts than a process has descriptors.
 class PartReader {
 public:
     /// Reads the manifest. @throws JobError for a file that is not a whole part
@@ -57,8 +59,9 @@ public:
 
     /// Reads the next samples. @throws JobError
     void Read(unsigned char* bytes, long long frames);
-    /// Compares the samples, of which all were read, with the checksum. @throws JobError
-    void RequireChecksum() const;
+    /// Closes the file and compares the samples, of which all were read, with the checksum.
+    /// @throws JobError
+    void RequireChecksum();
 
 private:
     void ReadHeader();
@@ -68,7 +71,8 @@ private:
     [[noreturn]] void Refuse(const std::string& reason) const;
 
     std::string path_;
-    std::ifstream file_;
+    std::optional<FileReader> file_;
+    long long at_ = 0;         ///< offset of the next byte
     long long firstByte_ = 0;  ///< of the samples
     long long frames_ = 0;
     PartManifest manifest_;

@@ -106,9 +106,6 @@ void PartSet::Sort() {
     });
     const int count = parts_.front()->Manifest().part.count;
     for (std::size_t i = 0; i < parts_.size(); ++i) {
-        if (numberOf(parts_[i]) < 1 || numberOf(parts_[i]) > count) {
-            RefuseManifest(*parts_[i], "part");
-        }
         if (i == 0 || numberOf(parts_[i]) != numberOf(parts_[i - 1])) continue;
         throw JobError("part " + std::to_string(numberOf(parts_[i])) + " is there twice: " +
                        Quoted(parts_[i - 1]->Path()) + " and " + Quoted(parts_[i]->Path()));
@@ -156,6 +153,9 @@ void PartSet::RequireLengths() const {
 
 std::vector<sonrel::AudioMetrics> PartSet::Meters() const {
     const long long count = (span_.Count() + meterBlockFrames_ - 1) / meterBlockFrames_;
+    long long written = 0;
+    for (const auto& part : parts_) written += std::ssize(part->Manifest().meters);
+    if (written < count) RefuseManifest(*parts_.front(), "meterBlockFrames");
     std::vector<sonrel::AudioMetrics> meters(static_cast<std::size_t>(count));
     for (sonrel::AudioMetrics& block : meters) block.trackMetrics.resize(trackNames_.size());
     for (const auto& part : parts_) {

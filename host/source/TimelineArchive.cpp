@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/source/TimelineArchive.h"
 
-#include <fcntl.h>
 #include <sys/statvfs.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -12,12 +10,14 @@
 #include <string_view>
 #include <system_error>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/Text.h"
 #include "host/source/ZipArchive.h"
+#include "sonrel/files/RegularFile.h"
 
 namespace orlo::host {
 
@@ -142,28 +142,29 @@ void RequireRoom(const std::string& input, const std::string& folder, std::uint6
 class UnpackedFile {
 public:
     UnpackedFile(const std::string& input, const std::string& path)
-        : input_(input),
-          descriptor_(open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600)) {
+        : input_(input), descriptor_(files::OpenNew(path)) {
         if (descriptor_ < 0) Refuse();
     }
-    ~UnpackedFile() { close(descriptor_); }
+    ~UnpackedFile() {
+        if (descriptor_ >= 0) files::Close(descriptor_);
+    }
     UnpackedFile(const UnpackedFile&) = delete;
     UnpackedFile& operator=(const UnpackedFile&) = delete;
 
     void Write(std::string_view bytes) {
-        while (!bytes.empty()) {
-            const ssize_t written = write(descriptor_, bytes.data(), bytes.size());
-            if (written < 0 && errno == EINTR) continue;
-            if (written <= 0) Refuse();
-            bytes.remove_prefix(static_cast<std::size_t>(written));
-        }
+        if (files::WriteFully(descriptor_, bytes.data(), bytes.size()) < bytes.size()) Refuse();
+    }
+
+    /// A file system may report only here that it could not store the bytes.
+    void Close() {
+        if (!files::Close(std::exchange(descriptor_, -1))) Refuse();
     }
 
 private:
     [[noreturn]] void Refuse() const { RefuseUnpacking(input_, std::strerror(errno)); }
 
     const std::string& input_;
-    const int descriptor_;
+    int descriptor_;
 };
 
 /// Unpacks the files of an archive and counts their bytes.
@@ -182,6 +183,7 @@ public:
         } catch (const ZipError& error) {
             throw ZipError("cannot unpack " + Quoted(packed.path) + ": " + error.what());
         }
+        file.Close();
     }
 
 private:

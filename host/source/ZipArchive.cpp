@@ -9,6 +9,7 @@
 #include <memory>
 #include <vector>
 
+#include "host/shell/Errors.h"
 #include "host/source/ZipTable.h"
 
 namespace orlo::host {
@@ -17,28 +18,29 @@ namespace {
 
 constexpr std::size_t UNPACK_AT_ONCE = 1 << 16;
 
-/// The size of an archive. Opening waits for the writer of a pipe, so that other files are refused
-/// before.
-std::uint64_t SizeOfRegularFile(const std::string& path) {
+const std::string& RequireRegularFile(const std::string& path) {
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0) throw ZipError(std::strerror(errno));
     if (!S_ISREG(status.st_mode)) throw ZipError("it is not a regular file");
-    return static_cast<std::uint64_t>(status.st_size);
+    return path;
 }
 
-zip* OpenArchive(const std::string& path) {
+zip* OpenArchive(const std::string& path, ZipSource& source) {
+    // The library takes an empty file for an archive without files.
+    if (source.Size() == 0) throw ZipError("it is not a ZIP archive");
     if (ZipTableBytes(path) > MAX_ZIP_TABLE_BYTES) {
         throw ZipError("its table of files has more than " + std::to_string(MAX_ZIP_TABLE_BYTES) +
                        " bytes");
     }
-    int code = 0;
-    if (zip* archive = zip_open(path.c_str(), ZIP_RDONLY, &code)) return archive;
     zip_error_t error;
-    zip_error_init_with_code(&error, code);
+    zip_error_init(&error);
+    zip* const archive = source.Open(error);
+    const bool isArchive = zip_error_code_zip(&error) != ZIP_ER_NOZIP;
     const std::string reason = zip_error_strerror(&error);
     zip_error_fini(&error);
-    throw ZipError(code == ZIP_ER_NOZIP ? "it is not a ZIP archive"
-                                        : "its ZIP archive is damaged: " + reason);
+    if (archive != nullptr) return archive;
+    if (!source.Failure().empty()) throw JobError(source.Failure());
+    throw ZipError(isArchive ? "its ZIP archive is damaged: " + reason : "it is not a ZIP archive");
 }
 
 struct CloseZipFile {
@@ -56,10 +58,15 @@ unsigned int UnixType(zip* archive, std::uint64_t index) {
 }  // namespace
 
 ZipArchive::ZipArchive(const std::string& path)
-    : size_(SizeOfRegularFile(path)), archive_(OpenArchive(path)) {}
+    : source_(RequireRegularFile(path)), archive_(OpenArchive(path, source_)) {}
 
 ZipArchive::~ZipArchive() {
     zip_discard(archive_);
+}
+
+void ZipArchive::Fail(const std::string& reason) const {
+    if (!source_.Failure().empty()) throw JobError(source_.Failure());
+    throw ZipError(reason);
 }
 
 std::uint64_t ZipArchive::Count() const {
@@ -69,7 +76,7 @@ std::uint64_t ZipArchive::Count() const {
 ZipEntry ZipArchive::Entry(std::uint64_t index) const {
     zip_stat_t status;
     if (zip_stat_index(archive_, index, 0, &status) != 0) {
-        throw ZipError("its ZIP archive is damaged: " + std::string(zip_strerror(archive_)));
+        Fail("its ZIP archive is damaged: " + std::string(zip_strerror(archive_)));
     }
     const unsigned int type = UnixType(archive_, index);
     ZipEntry entry;
@@ -84,12 +91,12 @@ ZipEntry ZipArchive::Entry(std::uint64_t index) const {
 void ZipArchive::Read(std::uint64_t index,
                       const std::function<void(std::string_view)>& take) const {
     const std::unique_ptr<zip_file_t, CloseZipFile> file(zip_fopen_index(archive_, index, 0));
-    if (file == nullptr) throw ZipError(zip_strerror(archive_));
+    if (file == nullptr) Fail(zip_strerror(archive_));
     std::uint64_t left = Entry(index).size;
     std::vector<char> bytes(UNPACK_AT_ONCE);
     for (;;) {
         const zip_int64_t got = zip_fread(file.get(), bytes.data(), bytes.size());
-        if (got < 0) throw ZipError(zip_file_strerror(file.get()));
+        if (got < 0) Fail(zip_file_strerror(file.get()));
         if (got == 0) break;
         if (static_cast<std::uint64_t>(got) > left) {
             throw ZipError("it has more bytes than the archive declares");

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "host/source/ZipSource.h"
+
 struct zip;
 
 namespace orlo::host {
@@ -32,7 +34,7 @@ constexpr std::uint64_t MAX_ZIP_TABLE_BYTES = 64 << 20;
 /// A ZIP archive that is open for reading.
 class ZipArchive {
 public:
-    /// @throws ZipError
+    /// @throws ZipError; JobError when the file cannot be read
     explicit ZipArchive(const std::string& path);
     ~ZipArchive();
     ZipArchive(const ZipArchive&) = delete;
@@ -41,20 +43,22 @@ public:
     std::uint64_t Count() const;
 
     /// Bytes of the archive.
-    std::uint64_t Size() const { return size_; }
+    std::uint64_t Size() const { return source_.Size(); }
 
     /// @param index  from 0 to Count() - 1
-    /// @throws ZipError
+    /// @throws as the constructor
     ZipEntry Entry(std::uint64_t index) const;
 
     /// Decompresses a file piece by piece, at most the declared number of bytes.
     /// @param take  receives each piece
-    /// @throws ZipError also when the file has more or fewer bytes than declared, or another
-    ///         checksum
+    /// @throws as the constructor; ZipError also when the file has more or fewer bytes than
+    ///         declared, or another checksum
     void Read(std::uint64_t index, const std::function<void(std::string_view)>& take) const;
 
 private:
-    std::uint64_t size_;
+    [[noreturn]] void Fail(const std::string& reason) const;
+
+    ZipSource source_;
     zip* archive_;
 };
 

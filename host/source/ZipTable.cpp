@@ -2,8 +2,9 @@
 #include "host/source/ZipTable.h"
 
 #include <algorithm>
-#include <fstream>
 #include <string_view>
+
+#include "host/shell/FileReader.h"
 
 namespace orlo::host {
 
@@ -35,17 +36,15 @@ std::uint64_t LittleEndian(std::string_view bytes, std::size_t at, std::size_t c
     return number;
 }
 
-std::string BytesAt(std::ifstream& file, std::uint64_t offset, std::uint64_t count) {
+std::string BytesAt(const FileReader& file, std::uint64_t offset, std::size_t count) {
+    if (offset >= static_cast<std::uint64_t>(file.Size())) return {};
     std::string bytes(count, '\0');
-    file.clear();
-    file.seekg(static_cast<std::streamoff>(offset));
-    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    bytes.resize(static_cast<std::size_t>(std::max<std::streamsize>(file.gcount(), 0)));
+    bytes.resize(file.ReadAt(static_cast<long long>(offset), bytes.data(), count));
     return bytes;
 }
 
 /// The size in the longer record that a locator before @p record names; 0 without a locator.
-std::uint64_t LongTableBytes(std::ifstream& file, std::string_view end, std::size_t record) {
+std::uint64_t LongTableBytes(const FileReader& file, std::string_view end, std::size_t record) {
     if (record < LOCATOR_BYTES) return 0;
     const std::string_view locator = end.substr(record - LOCATOR_BYTES, LOCATOR_BYTES);
     if (!locator.starts_with(LOCATOR)) return 0;
@@ -57,8 +56,8 @@ std::uint64_t LongTableBytes(std::ifstream& file, std::string_view end, std::siz
 }  // namespace
 
 std::uint64_t ZipTableBytes(const std::string& path) {
-    std::ifstream file(path, std::ios::binary | std::ios::ate);
-    const auto size = static_cast<std::uint64_t>(std::max<std::streamoff>(file.tellg(), 0));
+    const FileReader file(path);
+    const auto size = static_cast<std::uint64_t>(file.Size());
     const std::uint64_t wanted = END_RECORD_BYTES + MAX_COMMENT_BYTES + LOCATOR_BYTES;
     const std::string end = BytesAt(file, size - std::min(size, wanted), std::min(size, wanted));
     std::uint64_t bytes = 0;

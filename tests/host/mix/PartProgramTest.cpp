@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <utility>
 
+#include "tests/host/FaultRun.h"
 #include "tests/host/ShellRun.h"
 #include "tests/host/mix/NestedEdit.h"
 
@@ -162,6 +164,101 @@ TEST_F(PartProgram, APlanThatCannotBeDividedIsRefusedAndPrintsNoCommand) {
         EXPECT_EQ(result.exitCode, refused.exitCode) << result.err;
         EXPECT_TRUE(result.HasOneErrorLine()) << result.err;
         EXPECT_EQ(result.out, "");
+    }
+}
+
+/// A part whose manifest has another text in one place.
+std::string WithManifest(const std::string& part, const std::string& before,
+                         const std::string& after) {
+    const std::size_t chunk = part.rfind("snrl");
+    const std::size_t meters = part.rfind("smtr");
+    std::string manifest = part.substr(chunk + 8, meters - chunk - 8);
+    while (manifest.back() == '\0') manifest.pop_back();
+    const std::size_t place = manifest.find(before);
+    EXPECT_NE(place, std::string::npos) << manifest;
+    manifest.replace(place, before.size(), after);
+    return part.substr(0, chunk) + Chunk("snrl", manifest) + part.substr(meters);
+}
+
+TEST_F(PartProgram, AManifestWithImpossibleNumbersIsRefusedWithoutUsingMemoryForThem) {
+    ASSERT_EQ(Mix("@p1.wav", {"--part", "1/1"}).exitCode, 0);
+    const std::string part = ReadFile(shop_.Work("p1.wav"));
+    const std::string header = "RF64" + std::string(16, '\xFF');
+    for (const auto& [before, after, words] : std::vector<std::array<std::string, 3>>{
+             {"\"part\":1,\"parts\":1", "\"part\":1,\"parts\":2000000000", "part"},
+             {"\"part\":1", "\"part\":4294967297", "part"},
+             {"\"part\":1", "\"part\":0", "part"},
+             {"\"meterBlockFrames\":", "\"meterBlockFrames\":1,\"x\":", "meterBlockFrames"}}) {
+        WriteFile(shop_.Work("p1.wav"), WithManifest(part, before, after));
+        const int code = RunBash(shop_,
+                                 "ulimit -v 2000000; \\$sonrel join p1.wav -o joined.wav "
+                                 "2>error");
+
+        EXPECT_EQ(code, 1) << after;
+        EXPECT_NE(ReadFile(shop_.Work("error")).find("its manifest has a wrong " + words),
+                  std::string::npos)
+            << ReadFile(shop_.Work("error"));
+    }
+    WriteFile(shop_.Work("p1.wav"), header + part.substr(header.size()));
+    ExpectRefused(Join({"@p1.wav"}), "p1.wav'");
+}
+
+TEST_F(PartProgram, MorePartsThanDescriptorsAreJoined) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "the sanitizer needs descriptors";
+#endif
+    constexpr int PARTS = 20;
+    std::string names;
+    for (int number = 1; number <= PARTS; ++number) {
+        const std::string name = "part" + std::to_string(number) + ".wav";
+        const std::string share = std::to_string(number) + "/" + std::to_string(PARTS);
+        ASSERT_EQ(Mix("@" + name, {"--part", share}).exitCode, 0);
+        names += " " + name;
+    }
+    ASSERT_EQ(Mix("@whole.wav", {}).exitCode, 0);
+
+    EXPECT_EQ(RunBash(shop_, "ulimit -n 20; \\$sonrel join" + names + " -o joined.wav >report"), 0);
+
+    EXPECT_TRUE(ReadFile(shop_.Work("joined.wav")) == ReadFile(shop_.Work("whole.wav")));
+}
+
+TEST_F(PartProgram, InterruptedAndShortCallsOnAPartAreContinued) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer must be the first library";
+#endif
+    ASSERT_EQ(Mix("@p1.wav", {"--part", "1/1"}).exitCode, 0);
+    ASSERT_EQ(Mix("@whole.wav", {}).exitCode, 0);
+    for (const auto& [operation, mode] :
+         {std::pair{"open", "storm"}, std::pair{"read", "storm"}, std::pair{"read", "short"},
+          std::pair{"close", "storm"}}) {
+        Fault fault{shop_.Path("work"), operation, "p1.wav", "EINTR", "1"};
+        fault.mode = mode;
+        for (int number = 1; number <= 2; ++number) {
+            const DisturbedRun run = RunWithFault(
+                shop_, fault, number, {"join", "@p1.wav", "-o", "@joined.wav", "--overwrite"});
+
+            EXPECT_TRUE(run.wasHit) << operation << number;
+            EXPECT_EQ(run.result.exitCode, 0) << run.result.err;
+            EXPECT_TRUE(ReadFile(shop_.Work("joined.wav")) == ReadFile(shop_.Work("whole.wav")));
+        }
+    }
+}
+
+TEST_F(PartProgram, AReadErrorOfAPartIsReportedWithItsReason) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer must be the first library";
+#endif
+    ASSERT_EQ(Mix("@p1.wav", {"--part", "1/1"}).exitCode, 0);
+    const Fault fault{shop_.Path("work"), "read", "p1.wav"};
+    for (int number = 1;; ++number) {
+        const DisturbedRun run =
+            RunWithFault(shop_, fault, number, {"join", "@p1.wav", "-o", "@joined.wav"});
+        if (!run.wasHit) {
+            EXPECT_GT(number, 4);
+            break;
+        }
+        ExpectRefused(run.result,
+                      "cannot read '" + shop_.Work("p1.wav").string() + "': Input/output error");
     }
 }
 

@@ -103,7 +103,10 @@ TEST_F(FreeSpace, OfTemporaryFilesNamesTheVariableOfTheirFolder) {
     ASSERT_EQ(mix.exitCode, 0) << mix.err;
     const Variable folder("TMPDIR", shop_.Path("work"));
 
-    const ProgramResult result = Run("1000", {"verify", "@mix.json"});
+    const Variable free("FAULTFS_FREE", "1000");
+    const Fault ofTheFolder{shop_.Path("work"), "write", "*.xw*"};
+    const ProgramResult result =
+        RunWithFault(shop_, ofTheFolder, 0, {"verify", "@mix.json"}).result;
 
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_TRUE(result.HasOneErrorLine()) << result.err;

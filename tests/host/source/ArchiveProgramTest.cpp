@@ -134,5 +134,32 @@ TEST_F(ArchiveProgram, AnInterruptLeavesNoTemporaryFile) {
               130);
 }
 
+TEST_F(ArchiveProgram, InterruptedCallsAreContinuedAndAReadErrorIsReportedWithItsReason) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer must be the first library";
+#endif
+    const Variable temporary("TMPDIR", shop_.Path("tmp"));
+    const std::string archive = shop_.Work("edit.otioz").string();
+    Fault fault{shop_.Path("work"), "open,read,close", "edit.otioz", "EINTR"};
+    for (const char* const mode : {"storm", "fail"}) {
+        fault.mode = mode;
+        for (int number = 1;; ++number) {
+            const DisturbedRun run = RunWithFault(
+                shop_, fault, number, {"mix", "@edit.otioz", "-o", "@out.wav", "--overwrite"});
+            if (!run.wasHit) {
+                EXPECT_GT(number, 6);
+                break;
+            }
+            EXPECT_EQ(run.result.exitCode, 0) << number << run.result.err;
+        }
+    }
+    fault = {shop_.Path("work"), "read", "edit.otioz"};
+    const DisturbedRun run =
+        RunWithFault(shop_, fault, 2, {"mix", "@edit.otioz", "-o", "@other.wav"});
+    EXPECT_EQ(run.result.exitCode, 1);
+    EXPECT_EQ(run.result.err, "sonrel: cannot read '" + archive + "': Input/output error\n");
+    EXPECT_FALSE(fs::exists(shop_.Work("other.wav")));
+}
+
 }  // namespace
 }  // namespace sonrel_tests
