@@ -48,9 +48,9 @@ def write_page(program, folder, name):
     """The path of a page that the program writes."""
     make, _, _, code, *options = PAGES[name]
     page = os.path.join(folder, f"{name}.html")
-    run = subprocess.run([program, "--cache", os.path.join(folder, "cache"), "--db",
-                          os.path.join(folder, "media.db"), "report", make(folder), "-o", page, *options],
-                         capture_output=True, text=True)
+    timeline = os.path.basename(make(folder))
+    run = subprocess.run([program, "--cache", "cache", "--db", "media.db", "report", timeline,
+                          "-o", page, *options], cwd=folder, capture_output=True, text=True)
     if run.returncode != code:
         sys.exit(f"{name}: exit {run.returncode} instead of {code}: {run.stderr}")
     return page
@@ -146,14 +146,16 @@ def check_page(browser, name, page, folder, faults):
 
 
 def write_pictures(browser, folder, docs):
-    """The pictures of docs/report.md, of 48 colours each."""
+    """The pictures of docs/report.md, of 48 colours each: whole pages, and the first of 20 tracks."""
     full = os.path.join(folder, "picture.png")
     palette = "split[a][b];[a]palettegen=max_colors=48[p];[b][p]paletteuse=dither=none"
-    for name, colours, height in (("two", "light", 560), ("film", "light", 960),
-                                  ("film", "dark", 960), ("clips", "light", 720)):
-        browser.resize(1200, height)
+    for name, colours, most in (("two", "light", 1400), ("film", "light", 1400),
+                                ("film", "dark", 1400), ("clips", "light", 800)):
+        browser.resize(1400, most)
         browser.set_colours(colours)
         browser.open(os.path.join(folder, f"{name}.html"))
+        height = browser.evaluate("document.documentElement.offsetHeight")
+        browser.resize(1400, min(height, most))
         browser.screenshot(full)
         picture = os.path.join(docs, f"report-{name}-{colours}.png")
         subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-y", "-i", full, "-vf", palette, picture],
