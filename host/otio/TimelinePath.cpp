@@ -28,13 +28,14 @@ std::string WithoutTrailingSlashes(std::string path) {
 }  // namespace
 
 TimelineFormat FormatOf(const std::string& path) {
-    constexpr std::array<std::pair<const char*, TimelineFormat>, 6> EXTENSIONS = {
+    constexpr std::array<std::pair<const char*, TimelineFormat>, 7> EXTENSIONS = {
         {{".otio", TimelineFormat::Otio},
          {".otiod", TimelineFormat::Otiod},
          {".otioz", TimelineFormat::Otioz},
          {".edl", TimelineFormat::Edl},
          {".xml", TimelineFormat::FinalCut7},
-         {".fcpxml", TimelineFormat::FinalCutX}}};
+         {".fcpxml", TimelineFormat::FinalCutX},
+         {".fcpxmld", TimelineFormat::FinalCutXFolder}}};
     const std::string name = WithoutTrailingSlashes(path);
     for (const auto& [extension, format] : EXTENSIONS) {
         if (EndsWith(name, extension)) return format;
@@ -47,9 +48,15 @@ bool IsTimelinePath(const std::string& path) {
 }
 
 std::string TimelineFile(const std::string& path) {
-    fs::path file = fs::absolute(WithoutTrailingSlashes(path)).lexically_normal();
-    if (FormatOf(path) == TimelineFormat::Otiod) file /= "content.otio";
-    return file.string();
+    const fs::path file = fs::absolute(WithoutTrailingSlashes(path)).lexically_normal();
+    switch (FormatOf(path)) {
+        case TimelineFormat::Otiod:
+            return (file / "content.otio").string();
+        case TimelineFormat::FinalCutXFolder:
+            return (file / "Info.fcpxml").string();
+        default:
+            return file.string();
+    }
 }
 
 }  // namespace orlo::host::otio

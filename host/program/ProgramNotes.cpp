@@ -8,7 +8,8 @@ namespace orlo::host {
 void AddProgramNotes(CLI::App& app) {
     AddNotes(app, "Inputs",
              {{".otio, .otioz, .otiod", "Timeline: a document, an archive, a folder"},
-              {".edl, .xml, .fcpxml", "Timeline that otioconvert converts, which must be on PATH"},
+              {".edl, .xml, .fcpxml, .fcpxmld",
+               "Timeline that otioconvert converts, which must be on PATH"},
               {"-", "Media file from standard input, which is not kept in the cache"},
               {"any other name", "Media file"}});
     AddNotes(app, "Outputs",

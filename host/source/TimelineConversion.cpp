@@ -12,7 +12,6 @@
 #include "host/shell/ChildProcess.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
-#include "host/shell/Paths.h"
 #include "host/shell/Text.h"
 
 namespace orlo::host {
@@ -77,10 +76,10 @@ std::string FailureReason(const ProgramEnd& end, otio::TimelineFormat format) {
            (line.empty() ? "its exit code is " + std::to_string(end.code) : OneLine(line));
 }
 
-/// The absolute path cannot be mistaken for an option.
-std::vector<std::string> Arguments(const std::string& program, const std::string& input,
+/// @param file  its absolute path cannot be mistaken for an option
+std::vector<std::string> Arguments(const std::string& program, const std::string& file,
                                    const std::string& output, std::optional<double> rate) {
-    std::vector<std::string> arguments{program, "-i", AbsolutePath(input), "-o", output};
+    std::vector<std::string> arguments{program, "-i", file, "-o", output};
     if (rate) arguments.insert(arguments.end(), {"-a", "rate=" + ExactText(*rate)});
     return arguments;
 }
@@ -90,9 +89,12 @@ std::vector<std::string> Arguments(const std::string& program, const std::string
 void ConvertTimeline(const std::string& input, const std::string& output,
                      std::optional<double> fps) {
     const otio::TimelineFormat format = otio::FormatOf(input);
+    const std::string file = otio::TimelineFile(input);
     std::error_code error;
-    if (!std::filesystem::is_regular_file(AbsolutePath(input), error)) {
-        Refuse(input, error ? error.message() : "it is not a regular file");
+    if (!std::filesystem::is_regular_file(file, error)) {
+        const bool isFolder = format == otio::TimelineFormat::FinalCutXFolder;
+        Refuse(input, (isFolder ? "its Info.fcpxml: " : "") +
+                          (error ? error.message() : "it is not a regular file"));
     }
     const std::string program = FindProgram(CONVERTER);
     if (program.empty()) {
@@ -100,7 +102,7 @@ void ConvertTimeline(const std::string& input, const std::string& output,
                           ", which is not on PATH; " + Remedy(format));
     }
     if (format != otio::TimelineFormat::Edl) fps.reset();
-    const ProgramEnd end = RunProgramToEnd(Arguments(program, input, output, fps), MAX_CONVERSION);
+    const ProgramEnd end = RunProgramToEnd(Arguments(program, file, output, fps), MAX_CONVERSION);
     if (end.kind == ProgramEnd::Kind::Interrupted) {
         ThrowInterrupted("the timeline " + Quoted(input) + " was not read");
     }

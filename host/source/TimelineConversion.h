@@ -8,7 +8,7 @@ namespace orlo::host {
 
 /// Converts a timeline of another format with the program otioconvert of OpenTimelineIO, which is
 /// searched on PATH.
-/// @param input   an .edl, .xml or .fcpxml file
+/// @param input   an .edl, .xml or .fcpxml file, or an .fcpxmld folder
 /// @param output  the .otio file that is made
 /// @param fps     frame rate of an EDL, which does not contain it; empty: that of otioconvert
 /// @throws JobError when otioconvert is missing, fails or takes too long; CommandError when the

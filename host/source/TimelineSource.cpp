@@ -5,7 +5,6 @@
 
 #include "host/otio/TimelinePath.h"
 #include "host/shell/Errors.h"
-#include "host/shell/Paths.h"
 #include "host/shell/TemporaryFolder.h"
 #include "host/shell/Text.h"
 #include "host/source/TimelineArchive.h"
@@ -43,7 +42,7 @@ otio::TimelineImport ImportConverted(const std::string& input, const GlobalOptio
     const TemporaryFolder folder;
     const std::string converted = folder.Path() + "/converted.otio";
     ConvertTimeline(input, converted, global.fps);
-    options.folder = std::filesystem::path(AbsolutePath(input)).parent_path().string();
+    options.folder = std::filesystem::path(otio::TimelineFile(input)).parent_path().string();
     otio::TimelineImport import = otio::ImportTimeline(converted, options);
     const bool isEdl = otio::FormatOf(input) == otio::TimelineFormat::Edl;
     if (isEdl && !global.fps) NoteAssumedRate(import.report);
@@ -65,6 +64,7 @@ otio::TimelineImport ImportInput(const std::string& input, const GlobalOptions& 
         case otio::TimelineFormat::Edl:
         case otio::TimelineFormat::FinalCut7:
         case otio::TimelineFormat::FinalCutX:
+        case otio::TimelineFormat::FinalCutXFolder:
             return ImportConverted(input, global, options);
         default:
             return otio::ImportTimeline(input, options);

@@ -72,6 +72,25 @@ TEST_F(ConversionProgram, ATimelineOfAnotherFormatSoundsLikeItsConversion) {
     }
 }
 
+TEST_F(ConversionProgram, OfAnFcpxmldFolderTheInfoFileIsConverted) {
+    const fs::path folder = shop_.Work("edit.fcpxmld");
+    fs::create_directory(folder);
+    WriteFile(folder / "Info.fcpxml", "any");
+    WriteFile(folder / "a.wav", ConformedFileBytes(96000));
+
+    for (const char* name : {"edit.fcpxmld", "edit.fcpxmld/"}) {
+        EXPECT_EQ(Bash(std::string("\\$sonrel info ") + name + " --strict >report 2>error"), 0);
+
+        EXPECT_EQ(Converted().at(1), folder / "Info.fcpxml");
+        EXPECT_NE(Report().find((folder / "a.wav").string()), std::string::npos) << Report();
+    }
+    fs::remove(folder / "Info.fcpxml");
+    EXPECT_EQ(Bash("\\$sonrel info edit.fcpxmld 2>report"), 1);
+    EXPECT_EQ(Report(),
+              "sonrel: cannot read the timeline 'edit.fcpxmld': its Info.fcpxml: No such "
+              "file or directory\n");
+}
+
 TEST_F(ConversionProgram, AnyFileNameIsOneArgument) {
     for (const char* name : {"a b.xml", "-i.xml", "it's.xml", "x;touch y.xml", "$HOME.xml",
                              "q\"q.xml", "\xC3\xBC.xml"}) {
