@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "host/report/ReportOptions.h"
 
+#include "host/options/CommandNotes.h"
 #include "host/options/OptionTypes.h"
 
 namespace orlo::host {
@@ -20,6 +21,11 @@ void DeclareReportOptions(CLI::App& command, ReportOptions& options) {
     DeclareSound(command, options.sound);
     DeclareStrict(command, options.strict);
     DeclareOverwrite(command, options.overwrite);
+    AddNotes(command, EXAMPLES,
+             {{"sonrel report edit.otio -o edit.html", "Write a page that shows the timeline"},
+              {"sonrel report mix.wav -o - > mix.html", "Print the page of a media file"}});
+    AddNotes(command, EXIT_CODES,
+             {{"3", "A media file is missing, or --strict finds a part that is left out"}});
 }
 
 }  // namespace orlo::host
