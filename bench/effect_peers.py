@@ -7,7 +7,7 @@
 Prints a table of nanoseconds of processor time for a stereo frame: of the pack at the start of a
 source, where an effect has no run-in, and in a mix, with its run-in; and of each peer, the median of
 its runs less the median of the same runs without an effect. sox is left out where it is not
-installed. Only ratios of one run have a meaning.
+installed (apt-get install sox). Only ratios of one run have a meaning.
 """
 
 import array
@@ -41,8 +41,9 @@ FFMPEG = {
                                    "attack=100:release=400")],
 }
 SOX = {
-    "equalizer": ["bass", "3", "100", "equalizer", "1000", "1q", "-4", "treble", "2", "8000"],
-    "compressor": ["compand", "0.02,0.25", "6:-30,-30,0,-22"],
+    "equalizer": ("bass, equalizer, treble", "bass 3 100 equalizer 1000 1q -4 treble 2 8000"),
+    "compressor": ("compand", "compand 0.02,0.25 6:-30,-30,0,-22"),
+    "gate": ("compand as a gate", "compand 0.02,0.25 -inf,-20.1,-inf,-20,-20"),
 }
 
 
@@ -69,7 +70,7 @@ def ffmpeg(sound, effect):
 
 def sox(sound, effect):
     return ["sox", "-t", "f64", "-r", str(RATE), "-c", "2", sound, "-n",
-            "repeat", str(LOOPS)] + effect
+            "repeat", str(LOOPS)] + effect.split()
 
 
 def peers_of(effect, sound):
@@ -77,7 +78,8 @@ def peers_of(effect, sound):
     for name, chain in FFMPEG[effect]:
         yield f"ffmpeg {name}", frame_ns(ffmpeg(sound, chain), ffmpeg(sound, "anull"))
     if effect in SOX and shutil.which("sox"):
-        yield f"sox {SOX[effect][0]}", frame_ns(sox(sound, SOX[effect]), sox(sound, []))
+        name, chain = SOX[effect]
+        yield f"sox {name}", frame_ns(sox(sound, chain), sox(sound, ""))
 
 
 def own_times(bench):
