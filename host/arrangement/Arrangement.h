@@ -37,8 +37,9 @@ struct PlacedClip {
     zrh::media::SoundChoice sound;  ///< may contain ANY_STREAM and OfFile
     int startFrame = 0;
     int endFrame = 0;
-    int sourceStartFrame = 0;   ///< in-point, already divided by the clip's speed
-    int framesBeforeMedia = 0;  ///< silence that the clip asks for
+    int sourceStartFrame = 0;  ///< in-point, already divided by the clip's speed
+    /// Silence that the clip asks for: before startFrame, and from startFrame for an unheard clip.
+    int framesBeforeMedia = 0;
     double speed = 1.0;
     bool muted = false;
     bool isPicture = false;              ///< on a video track
@@ -71,6 +72,7 @@ struct PlacedTrack {
     std::optional<DuckRequest> duck;
     std::vector<PlacedClip> clips;
     std::vector<PlacedTransition> transitions;
+    std::vector<PlacedClip> unheard;  ///< clips and nested items that end before their media
 };
 
 /// The content of a nested item, from its first frame. All clips are summed. Of the values of an

@@ -286,28 +286,7 @@ bool TrackArranger::SetInPoint(const Item& item, double cutSeconds, PlacedClip& 
     return true;
 }
 
-/// @param cutIn   frames cut off the beginning of the item
-/// @param cutOut  frames cut off its end
-Fades TrackArranger::TrimmedFades(const Item& item, int cutIn, int cutOut) {
-    Fades fades = item.fades;
-    if ((fades.inFrames > 0.0 && cutIn > 0) || (fades.outFrames > 0.0 && cutOut > 0)) {
-        report_.Add("fade", item.place, "it is shortened by the frames that are cut off");
-    }
-    const double scale = fades.rate > 0.0 ? rules_.EngineRate() / fades.rate : rules_.grid;
-    fades.inFrames = std::max(0.0, fades.inFrames * scale - cutIn);
-    fades.outFrames = std::max(0.0, fades.outFrames * scale - cutOut);
-    fades.rate = 0.0;
-    return fades;
-}
-
-void TrackArranger::NoteBeforeMedia(const Item& item, int frames, bool isSilent) const {
-    report_.Add(KindText(item), item.place,
-                "it begins " + FormatShort(static_cast<double>(frames) / rules_.grid) +
-                    " frames before its media and is silent" + (isSilent ? "" : " until then"),
-                Severity::Silence);
-}
-
-/// @return whether the clip was placed; a clip that was not is reported
+/// @return whether the clip was placed; a clip that was not is reported or unheard
 bool TrackArranger::PlaceClip(const Item& item, Seconds position,
                               std::shared_ptr<PlacedComposition> composition, PlacedTrack& placed) {
     const std::string what = KindText(item);
@@ -349,21 +328,20 @@ bool TrackArranger::PlaceClip(const Item& item, Seconds position,
                     Severity::Silence);
         return false;
     }
-    if (droppedFrames > 0) {
-        const bool isSilent = droppedFrames >= clip.endFrame - clip.startFrame;
-        // The comparison with the media reports the silence of a clip.
-        if (composition != nullptr || isSilent) NoteBeforeMedia(item, droppedFrames, isSilent);
-        if (isSilent) return false;
-        clip.startFrame += droppedFrames;
-        if (composition == nullptr) clip.framesBeforeMedia = droppedFrames;
+    clip.framesBeforeMedia = droppedFrames;
+    clip.composition = std::move(composition);
+    // The comparison with the media reports the silence.
+    if (droppedFrames >= clip.endFrame - clip.startFrame) {
+        placed.unheard.push_back(std::move(clip));
+        return false;
     }
+    clip.startFrame += droppedFrames;
     clip.level = ToCurve(item.level, rules_.fps, cutSeconds + droppedFrames / rules_.EngineRate(),
                          item.place, report_);
     const double cutAtEnd = std::max(0.0, position.end - window_.end);
     clip.effects = item.effects;
-    clip.fades = TrimmedFades(item, Frame(cutSeconds, item.place) + droppedFrames,
-                              Frame(cutAtEnd, item.place));
-    clip.composition = std::move(composition);
+    SetFades(item, Frame(cutSeconds, item.place) + droppedFrames, Frame(cutAtEnd, item.place),
+             clip);
     if (clip.composition == nullptr) clip.media = rules_.resolver->Resolve(item.media->url);
     placed.clips.push_back(std::move(clip));
     return true;

@@ -87,8 +87,7 @@ private:
     int Frame(double seconds, const SourceLocation& place) const;
     void MeasureClip(const Item& item, Seconds kept, double cutSeconds, double speed);
     void MeasureTransition(const Pending& pending);
-    void NoteBeforeMedia(const Item& item, int frames, bool isSilent) const;
-    Fades TrimmedFades(const Item& item, int cutIn, int cutOut);
+    void SetFades(const Item& item, int cutIn, int cutOut, PlacedClip& clip);
 
     const Track& track_;
     const bool inner_;

@@ -30,6 +30,30 @@ bool Fits(double frames, int joinFrame, const TransitionLimits& limits) {
            frames * (limits.rate / limits.frameRate) <= LIMIT;
 }
 
+/// Whether an offset is longer than a clip by a frame or more. Less may come from rounded edges.
+bool IsLonger(double seconds, const TransitionLimits& limits, const PlacedTrack& track,
+              const Neighbour& neighbour) {
+    constexpr double ROUNDING = 1e-6;
+    const PlacedClip& clip = track.clips[*neighbour.clip];
+    const double length = static_cast<double>(clip.endFrame) - clip.startFrame;
+    return seconds * limits.frameRate >= length + 1.0 - ROUNDING;
+}
+
+/// The engine plays a transition only on the frames of its two clips.
+void NoteExcess(const Join& join, const PlacedTransition& placed, const TransitionLimits& limits,
+                const PlacedTrack& track, ImportReport& report) {
+    if (placed.from && IsLonger(join.inSeconds, limits, track, join.before)) {
+        report.Add(TRANSITION, placed.place,
+                   "it is longer than the clip before it: the fade starts in its middle, at the "
+                   "beginning of that clip; shorten it or lengthen the clip");
+    }
+    if (placed.to && IsLonger(join.outSeconds, limits, track, join.after)) {
+        report.Add(TRANSITION, placed.place,
+                   "it is longer than the clip after it: the fade stops before it is complete, at "
+                   "the end of that clip; shorten it or lengthen the clip");
+    }
+}
+
 bool Ends(const PlacedTrack& track, const Neighbour& neighbour, int frame) {
     return neighbour.clip && track.clips[*neighbour.clip].endFrame == frame;
 }
@@ -86,6 +110,7 @@ void PlaceTransition(const Join& join, const TransitionLimits& limits, PlacedTra
     placed.relativeStartFrame = -static_cast<int>(in);
     placed.length = static_cast<int>(in + out);
     placed.curve = span.curve;
+    NoteExcess(join, placed, limits, track, report);
     track.transitions.push_back(std::move(placed));
 }
 

@@ -163,6 +163,15 @@ const Json* MetadataOf(const Json& object, const char* program) {
     return entry != nullptr && entry->IsObject() ? entry : nullptr;
 }
 
+const Json* OwnMetadataOf(const Json& object, const SourceLocation& place, ImportReport& report) {
+    const Json* metadata = Member(object, "metadata");
+    const Json* own = metadata == nullptr ? nullptr : Member(*metadata, "sonrel");
+    if (own == nullptr || own->IsNull()) return nullptr;
+    if (own->IsObject()) return own;
+    report.Add("metadata.sonrel", place, "it is not an object and is ignored");
+    return nullptr;
+}
+
 std::optional<float> FloatValue(const Json& value, const std::string& what,
                                 const SourceLocation& place, ImportReport& report) {
     if (value.IsNumber()) {

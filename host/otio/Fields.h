@@ -52,6 +52,10 @@ void NoteActiveReference(const Json& clip, const SourceLocation& place, ImportRe
 /// The metadata that @p program stores in an object; null when there is none.
 const Json* MetadataOf(const Json& object, const char* program);
 
+/// The metadata of Sonrel in an object; null when there is none. Metadata of another type than an
+/// object is reported.
+const Json* OwnMetadataOf(const Json& object, const SourceLocation& place, ImportReport& report);
+
 /// @p value as a finite single-precision number. Any other value is reported; the result is
 /// nullopt.
 /// @param what  name of the value in the report

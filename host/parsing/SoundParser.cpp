@@ -215,7 +215,7 @@ void ParseOwnMetadata(const Json& metadata, Item& item, ImportReport& report) {
 
 void ParseSound(const Json& object, Item& item, ImportReport& report) {
     ParseEffects(object, item, report);
-    if (const Json* metadata = MetadataOf(object, "sonrel")) {
+    if (const Json* metadata = OwnMetadataOf(object, item.place, report)) {
         ParseOwnMetadata(*metadata, item, report);
     }
 }
@@ -233,7 +233,7 @@ void ParseTransition(const Json& transition, Item& item, ImportReport& report) {
     span.inOffset = TimeMember(transition, "in_offset", item.place, report);
     span.outOffset = TimeMember(transition, "out_offset", item.place, report);
     span.type = StringMember(transition, "transition_type");
-    const Json* metadata = MetadataOf(transition, "sonrel");
+    const Json* metadata = OwnMetadataOf(transition, item.place, report);
     if (metadata == nullptr) return;
     for (const auto& [key, value] : metadata->AsObject()) {
         if (key == "curve") {

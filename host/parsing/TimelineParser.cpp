@@ -84,9 +84,9 @@ bool IsSampleRate(const Json& value) {
 }
 
 void ParseTimelineMetadata(const Json& object, Timeline& timeline, ImportReport& report) {
-    const Json* metadata = MetadataOf(object, "sonrel");
-    if (metadata == nullptr) return;
     const SourceLocation place;
+    const Json* metadata = OwnMetadataOf(object, place, report);
+    if (metadata == nullptr) return;
     for (const auto& [key, value] : metadata->AsObject()) {
         if (key == "masterLevel") {
             timeline.masterLevel = LevelValue(value, key, place, report);

@@ -73,7 +73,7 @@ void ParseTrackMetadata(const Json& object, Track& track, ImportReport& report) 
     if (const Json* metadata = MetadataOf(object, "Resolve_OTIO")) {
         track.solo = BoolMember(*metadata, "SoloOn", false, track.place, report);
     }
-    const Json* metadata = MetadataOf(object, "sonrel");
+    const Json* metadata = OwnMetadataOf(object, track.place, report);
     if (metadata == nullptr) return;
     track.soundSetting = ParseSoundSetting(*metadata, track.place, report);
     for (const auto& [key, value] : metadata->AsObject()) {

@@ -2,8 +2,25 @@
 #include "host/timeline/ClipFrames.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace orlo::host {
+
+namespace {
+
+constexpr double BEYOND = std::numeric_limits<double>::infinity();
+
+/// The first frame on which a transition plays the clip that ends. Nothing plays before that clip.
+double FirstFrame(const otio::PlacedTrack& track, const std::optional<std::size_t>& from) {
+    return from ? track.clips.at(*from).startFrame : -BEYOND;
+}
+
+/// The end of the clip that begins, and of its transition.
+double EndFrame(const otio::PlacedTrack& track, const std::optional<std::size_t>& to) {
+    return to ? track.clips.at(*to).endFrame : BEYOND;
+}
+
+}  // namespace
 
 std::vector<Stretch> SoundingFrames(const otio::PlacedTrack& track) {
     std::vector<Stretch> frames;
@@ -16,11 +33,12 @@ std::vector<Stretch> SoundingFrames(const otio::PlacedTrack& track) {
                              static_cast<double>(transition.relativeStartFrame);
         if (transition.to) {
             Stretch& to = frames.at(*transition.to);
-            to.begin = std::min(to.begin, begin);
+            to.begin = std::min(to.begin, std::max(begin, FirstFrame(track, transition.from)));
         }
         if (transition.from) {
             Stretch& from = frames.at(*transition.from);
-            from.end = std::max(from.end, begin + transition.length);
+            from.end = std::max(
+                from.end, std::min(begin + transition.length, EndFrame(track, transition.to)));
         }
     }
     return frames;

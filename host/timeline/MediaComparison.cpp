@@ -27,6 +27,10 @@ struct TimelineMap {
     double Of(double frame) const { return offset + scale * frame; }
 };
 
+Stretch Cut(const Stretch& frames, const Stretch& window) {
+    return {std::max(frames.begin, window.begin), std::min(frames.end, window.end)};
+}
+
 double TrackFrame(const PlacedClip& clip, double sourceFrame) {
     return clip.startFrame + (sourceFrame / clip.speed - clip.sourceStartFrame);
 }
@@ -42,10 +46,10 @@ public:
         for (const PlacedTrack& track : tracks) {
             const std::vector<Stretch> frames = SoundingFrames(track);
             for (std::size_t i = 0; i < track.clips.size(); ++i) {
-                const Stretch heard{std::max(frames[i].begin, window.begin),
-                                    std::min(frames[i].end, window.end)};
+                const Stretch heard = Cut(frames[i], window);
                 if (heard.begin < heard.end) Add(track.clips[i], heard, map);
             }
+            for (const PlacedClip& clip : track.unheard) AddUnheard(clip, window, map);
         }
     }
 
@@ -78,6 +82,30 @@ private:
         }
     }
 
+    /// Adds a clip or a nested item that ends before its media. The media file is not read.
+    void AddUnheard(const PlacedClip& clip, const Stretch& window, const TimelineMap& map) {
+        const bool isClip = clip.composition == nullptr;
+        const Stretch asked =
+            Cut({static_cast<double>(clip.startFrame), static_cast<double>(clip.endFrame)}, window);
+        if (asked.begin >= asked.end) return;
+        if (clip.muted) {
+            if (isClip) ++tally_.muted;
+            return;
+        }
+        const double media = static_cast<double>(clip.startFrame) + clip.framesBeforeMedia;
+        const Stretch wanted{(asked.begin - media) * clip.speed, (asked.end - media) * clip.speed};
+        if (isClip) CountBeyond(asked.end - asked.begin, map);
+        Report(clip, wanted, isClip ? "before its media" : "before its content",
+               Silence(asked, map));
+    }
+
+    /// @param silent  frames of the track
+    void CountBeyond(double silent, const TimelineMap& map) {
+        ++tally_.beyond;
+        tally_.longestSilence =
+            std::max(tally_.longestSilence, silent * map.scale / grid_.EngineRate());
+    }
+
     void CountSilent(const PlacedClip& clip, const SoundFit& fit) {
         if (fit.isUnread) {
             ++tally_.unreadPictures;
@@ -95,10 +123,14 @@ private:
     void AddNested(const PlacedClip& clip, const Stretch& heard, const TimelineMap& map) {
         const double length = clip.composition->frameCount;
         const Stretch wanted = SourceFrames(clip, heard);
+        const std::string extent = "its content has " + FrameNumber(length);
         if (wanted.begin >= length || wanted.end <= 0.0) {
-            Report("nested " + clip.composition->schema, clip, wanted, "its content has", length,
-                   Silence(heard, map));
+            Report(clip, wanted, extent, Silence(heard, map));
             return;
+        }
+        const double first = TrackFrame(clip, 0.0);
+        if (first - heard.begin > Tolerance(map)) {
+            Report(clip, wanted, extent, Silence({heard.begin, first}, map));
         }
         const TimelineMap inner{map.Of(TrackFrame(clip, 0.0)), map.scale / clip.speed};
         Add(clip.composition->tracks, {std::max(wanted.begin, 0.0), std::min(wanted.end, length)},
@@ -110,7 +142,7 @@ private:
                  double length) {
         const double first = std::clamp(TrackFrame(clip, 0.0), heard.begin, heard.end);
         const double last = std::clamp(TrackFrame(clip, length), heard.begin, heard.end);
-        const double tolerance = TOLERANCE_SECONDS * grid_.EngineRate() / map.scale;
+        const double tolerance = Tolerance(map);
         std::string silence;
         if (first - heard.begin > tolerance) silence = Silence({heard.begin, first}, map);
         if (heard.end - last > tolerance && first < heard.end) {
@@ -120,12 +152,13 @@ private:
             ++tally_.whole;
             return;
         }
-        ++tally_.beyond;
-        const double silent = (first - heard.begin) + (heard.end - last);
-        tally_.longestSilence =
-            std::max(tally_.longestSilence, silent * map.scale / grid_.EngineRate());
-        const Stretch wanted = SourceFrames(clip, heard);
-        Report("clip", clip, wanted, "the file has", length, silence);
+        CountBeyond((first - heard.begin) + (heard.end - last), map);
+        Report(clip, SourceFrames(clip, heard), "the file has " + FrameNumber(length), silence);
+    }
+
+    /// Frames of a track whose silence is not reported.
+    double Tolerance(const TimelineMap& map) const {
+        return TOLERANCE_SECONDS * grid_.EngineRate() / map.scale;
     }
 
     std::string Silence(const Stretch& frames, const TimelineMap& map) const {
@@ -139,12 +172,13 @@ private:
         return FormatTimecode(zrtl::FrameToSample(frame, grid_.rate, grid_.EngineRate()), grid_);
     }
 
-    void Report(const std::string& what, const PlacedClip& clip, const Stretch& wanted,
-                const char* owner, double length, const std::string& silence) const {
-        report_.Add(what, clip.place,
+    /// @param extent  where the media is: "the file has 899"
+    void Report(const PlacedClip& clip, const Stretch& wanted, const std::string& extent,
+                const std::string& silence) const {
+        const bool isClip = clip.composition == nullptr;
+        report_.Add(isClip ? "clip" : "nested " + clip.composition->schema, clip.place,
                     "it asks for frames " + FrameNumber(wanted.begin) + " to " +
-                        FrameNumber(wanted.end) + ", " + owner + " " + FrameNumber(length) +
-                        "; it is silent " + silence,
+                        FrameNumber(wanted.end) + ", " + extent + "; it is silent " + silence,
                     otio::Severity::Silence);
     }
 

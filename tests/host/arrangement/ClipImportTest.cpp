@@ -116,14 +116,17 @@ TEST(ClipInPoint, AClipIsSilentBeforeItsMedia) {
     EXPECT_EQ(OnlyClip(import).framesBeforeMedia, 10);
 }
 
-TEST(ClipInPoint, AClipThatEndsBeforeItsMediaIsLeftOut) {
+TEST(ClipInPoint, AClipThatEndsBeforeItsMediaIsUnheard) {
     Json clip = Clip("a", 50, 50);
     clip["media_reference"]["available_range"] = Range(100, 1000, 25);
 
     const TimelineImport import = ImportClip(clip);
 
     EXPECT_TRUE(import.arrangement.tracks.at(0).clips.empty());
-    EXPECT_EQ(Reported(import, "clip", "it begins 50 frames before its media and is silent"), 1);
+    ASSERT_EQ(import.arrangement.tracks.at(0).unheard.size(), 1u);
+    EXPECT_EQ(import.arrangement.tracks.at(0).unheard[0].startFrame, 0);
+    EXPECT_EQ(import.arrangement.tracks.at(0).unheard[0].endFrame, 50);
+    EXPECT_EQ(import.arrangement.tracks.at(0).unheard[0].framesBeforeMedia, 50);
 }
 
 TEST(ClipInPoint, AClipWithAnInPointOutOfRangeIsLeftOutAndListed) {

@@ -95,8 +95,7 @@ TEST(NestedItem, IsSilentBeforeItsContent) {
 
     EXPECT_EQ(OnlyClip(import).startFrame, 5);
     EXPECT_EQ(OnlyClip(import).sourceStartFrame, 0);
-    EXPECT_EQ(Reported(import, "nested Stack", "frames before its media and is silent until then"),
-              1);
+    EXPECT_EQ(OnlyClip(import).framesBeforeMedia, 5);
 }
 
 TEST(NestedItem, LevelMuteFadesAndEffectsApplyToTheObjectThatShowsIt) {

@@ -219,6 +219,41 @@ TEST(TransitionImport, ThatBeginsBeforeThePreviousTransitionHasEndedIsListed) {
     EXPECT_EQ(overlaps(5), 1);
 }
 
+TEST(TransitionImport, LongerThanAClipItIsListedWithWhatIsHeard) {
+    const auto reported = [](double in, double out, const char* words) {
+        return Reported(ImportItems({Clip("a", 0, 10), Dissolve(in, out), Clip("b", 50, 12)}),
+                        "transition", words);
+    };
+    const char* before =
+        "it is longer than the clip before it: the fade starts in its middle, at "
+        "the beginning of that clip; shorten it or lengthen the clip";
+    const char* after =
+        "it is longer than the clip after it: the fade stops before it is "
+        "complete, at the end of that clip; shorten it or lengthen the clip";
+
+    EXPECT_EQ(reported(10, 12, "longer"), 0);
+    EXPECT_EQ(reported(11, 12, before), 1);
+    EXPECT_EQ(reported(11, 12, after), 0);
+    EXPECT_EQ(reported(10, 13, before), 0);
+    EXPECT_EQ(reported(10, 13, after), 1);
+}
+
+TEST(TransitionImport, LongerThanTheOnlyClipItIsListed) {
+    EXPECT_EQ(Reported(ImportItems({Clip("a", 0, 10), Dissolve(11, 0), Gap(5)}), "transition",
+                       "longer than the clip before it"),
+              1);
+    EXPECT_EQ(Reported(ImportItems({Dissolve(0, 11), Clip("a", 0, 10)}), "transition",
+                       "longer than the clip after it"),
+              1);
+}
+
+TEST(TransitionImport, AsLongAsAClipWithRoundedEdgesItIsNotListed) {
+    // From 0.6 to 10.4 are 9.8 frames: frames 1 to 10 of the grid.
+    EXPECT_EQ(Reported(ImportItems({Gap(0.6), Clip("a", 0, 9.8), Dissolve(9.8, 0), Gap(5)}),
+                       "transition", "longer"),
+              0);
+}
+
 TEST(TransitionImport, ShorterThanAFrameItIsACutAndListed) {
     const TimelineImport import =
         ImportItems({Clip("a", 0, 100), Dissolve(0.4, 0.4), Clip("b", 10, 100)});

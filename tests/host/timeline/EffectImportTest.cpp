@@ -259,6 +259,32 @@ TEST(FadeImport, AnInvalidLengthIsListedAndIgnored) {
     }
 }
 
+TEST(FadeImport, LongerThanTheirClipTheyAreListedWithWhatIsHeard) {
+    const auto reported = [](const char* key, double length, const char* what) {
+        Json clip = Clip("a", 0, 50);
+        return Reported(Import(Timeline({Track({WithOurs(clip, {{key, length}})})})), what,
+                        "it is longer than its clip");
+    };
+
+    EXPECT_EQ(reported("fadeIn", 50, "fade-in"), 0);
+    EXPECT_EQ(reported("fadeIn", 51, "fade-in"), 1);
+    EXPECT_EQ(reported("fadeOut", 50, "fade-out"), 0);
+    EXPECT_EQ(reported("fadeOut", 51, "fade-out"), 1);
+}
+
+TEST(OwnMetadata, OfAnotherTypeThanAnObjectIsListed) {
+    Json clip = Clip("a", 0, 50);
+    clip["metadata"] = {{"sonrel", Json::array({1})}};
+    Json track = Track({clip});
+    track["metadata"] = {{"sonrel", "muted"}};
+    Json timeline = Timeline({track});
+    timeline["metadata"] = {{"sonrel", 3}};
+
+    EXPECT_EQ(Reported(Import(timeline), "metadata.sonrel", "not an object"), 3);
+    timeline["metadata"]["sonrel"] = nullptr;
+    EXPECT_EQ(Reported(Import(timeline), "metadata.sonrel", "not an object"), 2);
+}
+
 TEST(FadeImport, IsLastInTheChain) {
     const TimelineImport import =
         ImportWithMetadata({{"fadeIn", 5}, {"effects", {Gain(1), Gain(2)}}});

@@ -51,6 +51,42 @@ TEST(MediaComparison, AClipThatBeginsBeforeItsMediaIsReportedWithFramesAndTimeco
               "it is silent from 00:00:01:00 to 00:00:01:10");
 }
 
+TEST(MediaComparison, AClipThatEndsBeforeItsMediaIsReportedWithFramesAndTimecode) {
+    // The media begin 100 frames after the in-point, at double speed 50 frames of the track.
+    Json clip = Clip("a.wav", 0, 20);
+    clip["media_reference"]["available_range"] = Range(100, 899, 25);
+    clip["effects"].push_back(TimeWarp(2.0));
+
+    EXPECT_EQ(OnlyReason(Compared(Timeline({Track({Gap(25), clip})}), {})),
+              "it asks for frames -100 to -60, before its media; "
+              "it is silent from 00:00:01:00 to 00:00:01:20");
+    EXPECT_TRUE(Compared(Timeline({Track({WithOurs(clip, {{"muted", true}})})})).empty());
+}
+
+TEST(MediaComparison, ANestedItemThatBeginsBeforeItsContentIsReportedWithFramesAndTimecode) {
+    const auto reason = [](double start) {
+        const Json nested = WithRange(Stack({Track({Clip("a.wav", 0, 100)})}), start, 20);
+        const auto entries = Compared(Timeline({Track({Gap(25), nested})}));
+        EXPECT_EQ(entries.at(0).what, "nested Stack");
+        return OnlyReason(entries);
+    };
+
+    EXPECT_EQ(reason(-5),
+              "it asks for frames -5 to 15, its content has 100; "
+              "it is silent from 00:00:01:00 to 00:00:01:05");
+    EXPECT_EQ(reason(-20),
+              "it asks for frames -20 to 0, before its content; "
+              "it is silent from 00:00:01:00 to 00:00:01:20");
+}
+
+TEST(MediaComparison, ATransitionPlaysNoFramesOutsideItsClips) {
+    // The dissolve would begin 40 frames before its join, but the clip before it has 30 frames.
+    const Json document =
+        Timeline({Track({Clip("a.wav", 100, 30), Dissolve(40, 0), Clip("a.wav", 35, 50)})});
+
+    EXPECT_TRUE(Compared(document).empty());
+}
+
 TEST(MediaComparison, AClipThatEndsWithItsMediaIsNotReported) {
     EXPECT_TRUE(Compared(Timeline({Track({Clip("a.wav", 0, 899)})})).empty());
 }
