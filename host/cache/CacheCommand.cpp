@@ -8,6 +8,7 @@
 #include "host/cache/CacheCleaning.h"
 #include "host/cache/CacheEntryText.h"
 #include "host/media/CacheInventory.h"
+#include "host/media/DatabaseServerFile.h"
 #include "host/shell/Errors.h"
 
 namespace orlo::host {
@@ -50,7 +51,7 @@ Outcome DiskUse(const CachePaths& paths) {
     Outcome outcome;
     outcome.report = all.ToJson();
     outcome.report["folder"] = paths.folder;
-    outcome.report["database"] = paths.database;
+    outcome.report["database"] = DatabaseNameOf(paths.database);
     for (const auto& [kind, sum] : kinds) {
         outcome.report["kinds"][kind] = sum.ToJson();
         outcome.text += kind + ": " + sum.ToText();

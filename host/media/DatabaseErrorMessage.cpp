@@ -6,12 +6,14 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
 #include <system_error>
+#include <utility>
 
 #include "host/shell/Text.h"
 
@@ -62,6 +64,32 @@ std::string ShortageRemedy(const std::string& words) {
     return {};
 }
 
+/// What to do about a failure of a server: a part of its text, and the remedy.
+constexpr std::pair<const char*, const char*> SERVER_REMEDIES[] = {
+    {"cannot be reached", "check that it runs, and its address, user and password"},
+    {"connection to the server was lost", "try again when the server runs"},
+    {"it is read-only", "use the address of a server that accepts changes"},
+    {"is not the cache folder", "mount the shared folder, or set --cache to it"},
+    {"cannot be marked", "the cache folder must be writable"},
+    {"has locked the record", "try again"},
+    {"has recorded the file", "try again"},
+    {"disk of the server is full", "make room on the server"},
+    {"address of the server is not valid", "its form is postgresql://USER@HOST:PORT/NAME"},
+    {"has no tables for it", "'sonrel conform' creates them"},
+    {"newer version of the program", "use the newer version of sonrel"},
+    {"libpq cannot be loaded", "install libpq5"}};
+
+/// @param text  the name of a server and the reason
+std::string ServerMessage(const std::string& text) {
+    const std::size_t end = text.find(": ");
+    std::string message = "cannot use the media database " + Quoted(text.substr(0, end)) +
+                          OneLine(text.substr(std::min(end, text.size()))) + "; ";
+    for (const auto& [words, remedy] : SERVER_REMEDIES) {
+        if (Contains(text, words)) return message + remedy;
+    }
+    return message + "ask the administrator of the server";
+}
+
 std::string LockedMessage(const std::string& database) {
     const std::string holder = LockHolder(database, ReadText("/proc/locks"));
     return "it is locked by " + (holder.empty() ? "another program" : holder) +
@@ -97,6 +125,10 @@ bool IsOnReadOnlyFileSystem(const std::string& path) {
 
 std::string DatabaseErrorMessage(const std::string& database, const std::string& reason,
                                  const std::string& remedy) {
+    const std::string start = "The media database ";
+    if (reason.starts_with(start + "postgresql://")) {
+        return ServerMessage(reason.substr(start.size()));
+    }
     // The text of a failure starts with the name of the database.
     const std::size_t name = reason.find(database + ": ");
     const std::string words =

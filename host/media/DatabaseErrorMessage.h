@@ -8,7 +8,8 @@ namespace orlo::host {
 /// The remedy for a database whose path the user can choose.
 constexpr const char* OTHER_DATABASE = "choose another database with --db";
 
-/// The message for a failure of the media database, as a clause with a remedy.
+/// The message for a failure of the media database, as a clause with a remedy. A database on a
+/// server is named in the reason, without its password.
 /// @param reason  the text of the failure
 /// @param remedy  of a database that cannot be used, as a clause
 std::string DatabaseErrorMessage(const std::string& database, const std::string& reason,

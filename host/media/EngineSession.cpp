@@ -9,10 +9,12 @@
 #include <system_error>
 
 #include "host/media/CacheSizeLimit.h"
+#include "host/media/DatabaseServerFile.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
 #include "sonrel/cache/LogFile.h"
+#include "sonrel/database/DatabaseServer.h"
 
 namespace orlo::host {
 
@@ -32,6 +34,18 @@ std::string DefaultFolder() {
         throw JobError("no home folder is set for the media cache; set --cache and --db");
     }
     return std::string(home) + "/.cache/sonrel";
+}
+
+/// The file of the database, or the server file for an address.
+std::string DatabaseFileOf(const GlobalOptions& options) {
+    const std::string& database = options.databaseFile;
+    if (database.empty()) return AbsolutePath(DefaultFolder() + "/media.db");
+    if (!project::IsDatabaseServerAddress(database)) return AbsolutePath(database);
+    if (options.cacheFolder.empty()) {
+        throw UsageError(
+            "a database on a server needs a cache folder that all machines share; set --cache");
+    }
+    return DatabaseServerFileFor(database, DefaultFolder());
 }
 
 void MakeDefaultFolder(const std::string& folder) {
@@ -64,8 +78,7 @@ CachePaths CachePathsOf(const GlobalOptions& options) {
     CachePaths paths;
     paths.folder = AbsolutePath(options.cacheFolder.empty() ? DefaultFolder() + "/media"
                                                             : options.cacheFolder);
-    paths.database = AbsolutePath(options.databaseFile.empty() ? DefaultFolder() + "/media.db"
-                                                               : options.databaseFile);
+    paths.database = DatabaseFileOf(options);
     return paths;
 }
 

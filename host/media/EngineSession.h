@@ -21,8 +21,11 @@ struct CachePaths {
     std::string databaseRemedy = OTHER_DATABASE;
 };
 
-/// The paths from the options, made absolute, or the default paths.
-/// @throws JobError when a default path is needed and no home folder is set
+/// The paths from the options, made absolute, or the default paths. For the address of a database
+/// server, the path of its server file, which is written if necessary.
+/// @throws JobError when a default path is needed and no home folder is set, or a server file
+///         cannot be written
+/// @throws UsageError for a database server without a cache folder
 CachePaths CachePathsOf(const GlobalOptions& options);
 
 /// An engine for one command. At its end it removes cache files beyond --cache-size, and those that

@@ -14,6 +14,7 @@
 #include "host/shell/Text.h"
 #include "sonrel/base/Paths.h"
 #include "sonrel/cache/CacheFileUse.h"
+#include "sonrel/database/DatabaseServer.h"
 
 namespace orlo::host {
 
@@ -77,6 +78,7 @@ void ProtectVfrFiles(const CachePaths& paths, OutputGuard& guard) {
 void ProtectCacheFolder(const CachePaths& paths, OutputGuard& guard) {
     guard.Protect(CacheFilePath(paths, sonrel::CacheFolderUse::LOCK_FILE),
                   "the lock file of the media cache");
+    guard.Protect(CacheFilePath(paths, project::CACHE_FOLDER_MARK), "the mark of the media cache");
     bool hasOthers = false;
     std::error_code error;
     for (fs::directory_iterator at(paths.folder, error), end; !error && at != end;
@@ -85,7 +87,8 @@ void ProtectCacheFolder(const CachePaths& paths, OutputGuard& guard) {
         const std::string kind = KindOfCacheFile(name);
         if (!kind.empty()) {
             guard.Protect(at->path().string(), "a " + kind + " file of the media cache");
-        } else if (name != sonrel::CacheFolderUse::LOCK_FILE) {
+        } else if (name != sonrel::CacheFolderUse::LOCK_FILE &&
+                   name != project::CACHE_FOLDER_MARK) {
             hasOthers = true;
         }
     }

@@ -49,7 +49,9 @@ std::vector<otio::MediaRoot> MediaRoots(const std::vector<std::string>& texts) {
 
 void DeclareCacheGroup(CLI::App& app, GlobalOptions& options) {
     app.add_option("--cache", options.cacheFolder, "Folder of the media cache")->type_name("DIR");
-    app.add_option("--db", options.databaseFile, "Media database file")->type_name("FILE");
+    app.add_option("--db", options.databaseFile,
+                   "Media database: a file, or postgresql://HOST/NAME")
+        ->type_name("FILE");
     app.add_flag("--no-cache-db", options.noCacheDb, "Use neither cache nor database");
     app.add_flag("--no-log", options.noLog, "Do not log cache errors");
     app.add_option("--keep-days", options.keepDays,

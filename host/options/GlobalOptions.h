@@ -27,7 +27,7 @@ struct Spool {
 /// The options that all commands have.
 struct GlobalOptions {
     std::string cacheFolder;   ///< empty: the default folder
-    std::string databaseFile;  ///< empty: the default file
+    std::string databaseFile;  ///< or the address of a server; empty: the default file
     bool noCacheDb = false;
     bool noLog = false;
     bool json = false;

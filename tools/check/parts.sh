@@ -265,6 +265,14 @@ small_storms() {
         build/release/tests/playback/device/playback_callbacks 1000000
 }
 
+# Programs that share a database on a server, and a machine that disappears: ten minutes.
+servers() {
+    require "Configure" configure release
+    require "Build" build release SonrelHost SonrelFaultFs
+    check "Programs and machines that share a server" tests/servers/servers.py \
+        build/release/host/sonrel build/release/tests/faults/faultfs.so "$@"
+}
+
 storms() {
     small_storms
     require "Configure with ASan and UBSan" configure asan
