@@ -44,6 +44,13 @@ protected:
         return result;
     }
 
+    void ReplaceInTimeline(const std::string& text, const std::string& other) const {
+        std::string document = ReadFile(shop_.Work("demo.otio"));
+        const std::size_t place = document.find(text);
+        ASSERT_NE(place, std::string::npos);
+        WriteFile(shop_.Work("demo.otio"), document.replace(place, text.size(), other));
+    }
+
     void Edit(Seal seal, const std::function<void(nlohmann::json&)>& edit) const {
         EditManifest(shop_.Work("demo.json"), seal, edit);
     }
@@ -73,11 +80,13 @@ TEST_F(VerifyDemo, AMediaFileWithAnotherContentOfTheSameSizeAndTimeIsAChangeOfMe
 }
 
 TEST_F(VerifyDemo, AnotherTimelineIsAChangeOfTheTimeline) {
-    std::string document = ReadFile(shop_.Work("demo.otio"));
-    const std::size_t level = document.find("\"masterLevel\": 1.5");
-    ASSERT_NE(level, std::string::npos);
-    document[document.find('5', level)] = '0';
-    WriteFile(shop_.Work("demo.otio"), document);
+    ReplaceInTimeline("\"masterLevel\": 1.5", "\"masterLevel\": 1.0");
+
+    ExpectChanges({"timeline", "samples", "levels"}, false);
+}
+
+TEST_F(VerifyDemo, ARateThatFollowsFromAnotherTimelineIsNoChangeOfOptions) {
+    ReplaceInTimeline("\"sampleRate\": 48000", "\"sampleRate\": 44100");
 
     ExpectChanges({"timeline", "samples", "levels"}, false);
 }
