@@ -91,6 +91,16 @@ TEST_F(VerifyDemo, ARateThatFollowsFromAnotherTimelineIsNoChangeOfOptions) {
     ExpectChanges({"timeline", "samples", "levels"}, false);
 }
 
+TEST_F(VerifyDemo, AMediaFileInPlaceOfAnotherIsNamedAndSoIsTheOther) {
+    const fs::path folder = shop_.Work("share/sounds/alsa");
+    fs::copy(folder / "Front_Left.wav", folder / "Other.wav");
+    ReplaceInTimeline("Front_Left.wav", "Other.wav");
+
+    const ProgramResult result = ExpectChanges({"timeline", "media"}, true);
+    EXPECT_NE(result.out.find("Front_Left.wav' is not used any more"), std::string::npos);
+    EXPECT_NE(result.out.find("Other.wav' was not used"), std::string::npos);
+}
+
 TEST_F(VerifyDemo, AnEditedOptionIsAChangeOfOptions) {
     Edit(Seal::Renewed, [](nlohmann::json& manifest) { manifest["options"]["gain"] = "-6"; });
 
