@@ -31,6 +31,11 @@ protected:
             rig_.builder.AddMedia(MakeSamples(192000, [](int n, int) { return GrowingSquare(n); })),
             0, LOUDNESS_FRAMES);
         ASSERT_EQ(rig_.SetUpSequence(), Err::NoError);
+        rig_.Impl().flushTimeout = std::chrono::hours(1);
+        // The worker asks for the state, too: the hook is set before it starts.
+        rig_.device.onState = [this] {
+            if (flushing_.load() == std::this_thread::get_id()) isWaiting_ = true;
+        };
     }
     /// Plays buffers until this one sounds.
     void HearFrame(int frame) {
@@ -44,24 +49,17 @@ protected:
     /// Flushes while buffers end. @return the number of buffers that had begun to sound, which is
     /// the frame where the run continues
     int Flush() {
-        std::atomic<std::thread::id> flushing;
-        std::atomic<bool> isWaiting = false;
-        rig_.Impl().flushTimeout = std::chrono::hours(1);
-        rig_.device.onState = [&] {
-            if (flushing.load() == std::this_thread::get_id()) isWaiting = true;
-        };
         auto flush = std::async(std::launch::async, [&] {
-            flushing = std::this_thread::get_id();
+            flushing_ = std::this_thread::get_id();
             return rig_.Playback().FlushQueuedPlaybackSamples();
         });
-        EXPECT_TRUE(Eventually([&] { return isWaiting.load(); }));
+        EXPECT_TRUE(Eventually([&] { return isWaiting_.load(); }));
         rig_.device.EndBuffer();
         sounding_ = false;
         while (flush.wait_for(std::chrono::milliseconds(20)) != std::future_status::ready) {
             rig_.device.PlayBuffer();
         }
         EXPECT_EQ(flush.get(), Err::NoError);
-        rig_.device.onState = {};
         return static_cast<int>(rig_.device.FlushMarks().at(0));
     }
     sonrel::PlaybackLoudness Heard() { return rig_.Playback().CurrentPlaybackLoudness(); }
@@ -70,6 +68,9 @@ protected:
         EXPECT_EQ(Heard().shortTermLufs, std::nullopt);
     }
 
+    // Used by the rig's worker, which ends first.
+    std::atomic<std::thread::id> flushing_;
+    std::atomic<bool> isWaiting_ = false;  ///< whether the flushing thread waits for the device
     PlaybackRig rig_;
     SpyObserver observer_;
     bool sounding_ = false;
