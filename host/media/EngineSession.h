@@ -16,7 +16,7 @@ namespace orlo::host {
 struct CachePaths {
     std::string folder;
     std::string database;
-    /// What the user can do when the folder, or the database, cannot be used.
+    /// The remedy for a folder or a database that cannot be used.
     std::string folderRemedy = "choose another folder with --cache";
     std::string databaseRemedy = OTHER_DATABASE;
 };

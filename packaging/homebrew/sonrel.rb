@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# Untried: reviewed against Homebrew's Formula Cookbook, never installed by brew. The project has no public address yet;
+# Untried: written from parts of the Formula Cookbook, never installed by brew. The project has no public address yet;
 # whoever publishes it sets homepage, url, sha256 and head. Linux only: the build uses options of GNU ld.
 class Sonrel < Formula
   desc "Mix, sync and measure timelines of recordings"

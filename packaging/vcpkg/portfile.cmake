@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# Untried: reviewed against the guide of vcpkg for maintainers, never built by vcpkg. The project has no public address
+# Untried: written from parts of the guide for maintainers, never built by vcpkg. The project has no public address
 # yet; whoever publishes it sets the address and the SHA512 of its archive here, and homepage in vcpkg.json.
 vcpkg_download_distfile(ARCHIVE
     URLS "https://sonrel.example/sonrel-${VERSION}.tar.gz"

@@ -59,7 +59,7 @@ public:
     /// The same without a failure.
     void TryToExecute(const char* sql) noexcept;
 
-    /// The time-out of a lock as a setting of the server, for which 0 is no time-out.
+    /// The time-out of a lock as a setting of the server. The server waits for ever with 0.
     static std::string LockTimeout();
 
     /// @throws DatabaseError with the name of the server and @p reason

@@ -59,7 +59,7 @@ public:
 
     /// Runs statements without a result. @throws SqliteError
     void Execute(const char* sql);
-    /// The first column of the first row. @throws SqliteError also when there is no row
+    /// The first column of the first row. @throws SqliteError also for a result without rows
     long long QueryNumber(const char* sql);
     std::string QueryText(const char* sql);
 

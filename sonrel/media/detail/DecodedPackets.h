@@ -14,7 +14,7 @@ namespace zrh::media::detail {
 /// A stream of at least ten seconds is decoded ahead on other threads while the caller uses the
 /// samples. Packets that do not depend on each other are decoded on several threads, all others on
 /// one. If a packet of several threads is silent in part, it is damaged, and a single decoder
-/// decodes the stream from there on: what it makes of damage may depend on the packets before.
+/// decodes the rest of the stream: its output for damaged packets may depend on earlier packets.
 std::unique_ptr<DecodedSource> NewDecodedPackets(std::shared_ptr<const InputFile> file,
                                                  std::shared_ptr<const StreamIndex> index);
 
