@@ -26,6 +26,13 @@ struct Lanes {
     typedef std::int32_t Ints __attribute__((vector_size(BYTES)));
     typedef std::uint32_t Words __attribute__((vector_size(BYTES)));
 
+    typedef std::int16_t Shorts __attribute__((vector_size(BYTES / 2)));
+
+    /// As many shorts as the instruction set compares at once: AVX-512 F compares 32-bit integers
+    /// and wider ones only.
+    static constexpr int SHORT_COUNT = BYTES < 64 ? BYTES / 2 : 16;
+    typedef std::int16_t ComparedShorts __attribute__((vector_size(BYTES < 64 ? BYTES : 32)));
+
     static constexpr int DOUBLE_COUNT = BYTES / 8;
     typedef double Doubles __attribute__((vector_size(BYTES)));
     typedef std::int64_t Longs __attribute__((vector_size(BYTES)));
@@ -92,6 +99,22 @@ SONREL_ALWAYS_INLINE void LoadFrames(const short* frames, typename L::Floats& le
 #if !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wpsabi"  // the built-in functions return vectors
 #endif
+
+/// Converts a vector of 16-bit samples to one of as many 32-bit integers. GCC 12 converts the
+/// halves of a vector separately.
+template <typename Shorts, typename Ints>
+SONREL_ALWAYS_INLINE void Widen(const Shorts& shorts, Ints& ints) {
+#if SONREL_X86 && !defined(__clang__)
+    if constexpr (sizeof(Ints) == 64) {
+        ints = __builtin_ia32_pmovsxwd512_mask(shorts, Ints{}, -1);
+        return;
+    } else if constexpr (sizeof(Ints) == 32) {
+        ints = __builtin_ia32_pmovsxwd256(shorts);
+        return;
+    }
+#endif
+    ints = __builtin_convertvector(shorts, Ints);
+}
 
 /// sum += a * b, rounded once where the instruction set has a fused operation and twice where it
 /// has none. Only for sums whose last bits are not part of the output.

@@ -35,6 +35,11 @@ void TakeRange(float highest, float lowest, int channel, StereoPeaks& peaks) {
     if (lowest < -1.0f || highest >= 1.0f) peaks.clipped[channel] = true;
 }
 
+// A NaN changes nothing.
+void TakeValue(float value, int channel, StereoPeaks& peaks) {
+    TakeRange(value, value, channel, peaks);
+}
+
 // Of interleaved values: even lanes are left and odd lanes right.
 template <typename L>
 SONREL_ALWAYS_INLINE void TakeInterleaved(const LaneRange<L>& range, StereoPeaks& peaks) {
@@ -70,7 +75,7 @@ struct ScanPeaksKernel {
         }
         TakeInterleaved<L>(first, peaks);
         TakeInterleaved<L>(second, peaks);
-        for (; i < count; ++i) TakeRange(values[i], values[i], static_cast<int>(i % 2), peaks);
+        for (; i < count; ++i) TakeValue(values[i], static_cast<int>(i % 2), peaks);
     }
 };
 
@@ -78,30 +83,84 @@ constexpr auto SCAN_PEAKS = KernelsOf<ScanPeaksKernel>();
 
 // ---- Adding samples ----------------------------------------------------------------------------
 
-// The two laws that scale a sample before the pan, for vectors of one channel and for one sample.
-struct ConstantGain {
-    float gain;
+// Interleaved samples as values.
+template <typename L>
+SONREL_ALWAYS_INLINE void LoadSamples(const short* samples, typename L::Floats& values) {
+    typename L::Shorts shorts;
+    Load(shorts, samples);
+    typename L::Ints ints;
+    Widen(shorts, ints);
+    values = __builtin_convertvector(ints, typename L::Floats);
+}
 
-    template <typename L>
-    SONREL_ALWAYS_INLINE void Scale(typename L::Floats& values, std::ptrdiff_t) const {
-        values = values * gain;
+// Highest and lowest sample of each lane, 0 included: even lanes are left and odd lanes right.
+template <typename L>
+struct SampleRange {
+    typename L::ComparedShorts highest{};
+    typename L::ComparedShorts lowest{};
+
+    // Takes 2 * L::COUNT samples.
+    SONREL_ALWAYS_INLINE void Take(const short* samples) {
+        for (int i = 0; i < 2 * L::COUNT; i += L::SHORT_COUNT) {
+            typename L::ComparedShorts vector;
+            Load(vector, samples + i);
+            highest = vector > highest ? vector : highest;
+            lowest = vector < lowest ? vector : lowest;
+        }
     }
-    float Scaled(float sample, std::ptrdiff_t) const { return sample * gain; }
 };
 
-struct PowerEachFrame {
-    const float* powers;
+// block += (sample * gain) * pan, on interleaved values. The products do not decrease, or do not
+// increase, with the sample: the peaks are those of the highest and of the lowest sample.
+template <bool METERED>
+struct AddWithGainKernel {
+    using Signature = void(MixSpan span, float gain, PanGains pan, StereoPeaks* peaks);
+    static constexpr CpuPath WIDEST = CpuPath::Avx512;
+    static constexpr int STEP = 2;  // vectors
 
     template <typename L>
-    SONREL_ALWAYS_INLINE void Scale(typename L::Floats& values, std::ptrdiff_t frame) const {
-        typename L::Floats factors;
-        Load(factors, powers + frame);
-        values = (values * SAMPLE_SCALE) * factors;
+    SONREL_ALWAYS_INLINE static void Run(MixSpan span, float gain, PanGains pan,
+                                         StereoPeaks* peaks) {
+        const std::ptrdiff_t count = 2 * static_cast<std::ptrdiff_t>(span.frames);
+        typename L::Floats pans;
+        for (int lane = 0; lane < L::COUNT; ++lane) pans[lane] = lane % 2 ? pan.right : pan.left;
+        SampleRange<L> range;
+        std::ptrdiff_t i = 0;
+        for (; i + STEP * L::COUNT <= count; i += STEP * L::COUNT) {
+            AddVector<L>(span.samples + i, gain, pans, span.block + i);
+            AddVector<L>(span.samples + i + L::COUNT, gain, pans, span.block + i + L::COUNT);
+            if constexpr (METERED) range.Take(span.samples + i);
+        }
+        if constexpr (METERED) {
+            for (int lane = 0; lane < L::SHORT_COUNT; ++lane) {
+                const float channelPan = lane % 2 ? pan.right : pan.left;
+                TakeValue((range.highest[lane] * gain) * channelPan, lane % 2, *peaks);
+                TakeValue((range.lowest[lane] * gain) * channelPan, lane % 2, *peaks);
+            }
+        }
+        for (; i < count; ++i) AddOne(span, i, gain, i % 2 ? pan.right : pan.left, peaks);
     }
-    float Scaled(float sample, std::ptrdiff_t frame) const {
-        return (sample * SAMPLE_SCALE) * powers[frame];
+
+    template <typename L>
+    SONREL_ALWAYS_INLINE static void AddVector(const short* samples, float gain,
+                                               const typename L::Floats& pans, float* block) {
+        typename L::Floats values;
+        typename L::Floats sum;
+        LoadSamples<L>(samples, values);
+        Load(sum, block);
+        Store(block, sum + (values * gain) * pans);
+    }
+
+    static void AddOne(const MixSpan& span, std::ptrdiff_t i, float gain, float pan,
+                       StereoPeaks* peaks) {
+        const float value = (span.samples[i] * gain) * pan;
+        if constexpr (METERED) TakeValue(value, static_cast<int>(i % 2), *peaks);
+        span.block[i] += value;
     }
 };
+
+template <bool METERED>
+constexpr auto ADD_WITH_GAIN = KernelsOf<AddWithGainKernel<METERED>>();
 
 // Adds a vector of each channel to interleaved values.
 template <typename L>
@@ -118,24 +177,26 @@ SONREL_ALWAYS_INLINE void AddFrames(const typename L::Floats& left, const typena
     Store(block + L::COUNT, second + high);
 }
 
-template <bool METERED, typename Law>
-struct AddKernel {
-    using Signature = void(MixSpan span, Law law, PanGains pan, StereoPeaks* peaks);
+// block += ((sample * 2^-15) * power) * pan.
+template <bool METERED>
+struct AddWithPowersKernel {
+    using Signature = void(MixSpan span, const float* powers, PanGains pan, StereoPeaks* peaks);
     static constexpr CpuPath WIDEST = CpuPath::Avx2;
 
     template <typename L>
-    SONREL_ALWAYS_INLINE static void Run(MixSpan span, Law law, PanGains pan, StereoPeaks* peaks) {
+    SONREL_ALWAYS_INLINE static void Run(MixSpan span, const float* powers, PanGains pan,
+                                         StereoPeaks* peaks) {
         LaneRange<L> leftRange;
         LaneRange<L> rightRange;
         std::ptrdiff_t frame = 0;
         for (; frame + L::COUNT <= span.frames; frame += L::COUNT) {
             typename L::Floats left;
             typename L::Floats right;
+            typename L::Floats factors;
             LoadFrames<L>(span.samples + 2 * frame, left, right);
-            law.template Scale<L>(left, frame);
-            law.template Scale<L>(right, frame);
-            left = left * pan.left;
-            right = right * pan.right;
+            Load(factors, powers + frame);
+            left = ((left * SAMPLE_SCALE) * factors) * pan.left;
+            right = ((right * SAMPLE_SCALE) * factors) * pan.right;
             if constexpr (METERED) {
                 TakeValues<L>(left, leftRange);
                 TakeValues<L>(right, rightRange);
@@ -146,24 +207,24 @@ struct AddKernel {
             TakeChannel<L>(leftRange, 0, *peaks);
             TakeChannel<L>(rightRange, 1, *peaks);
         }
-        for (; frame < span.frames; ++frame) AddOneFrame(span, frame, law, pan, peaks);
+        for (; frame < span.frames; ++frame) AddOneFrame(span, frame, powers[frame], pan, peaks);
     }
 
-    static void AddOneFrame(const MixSpan& span, std::ptrdiff_t frame, Law law, PanGains pan,
+    static void AddOneFrame(const MixSpan& span, std::ptrdiff_t frame, float power, PanGains pan,
                             StereoPeaks* peaks) {
-        const float left = law.Scaled(span.samples[2 * frame], frame) * pan.left;
-        const float right = law.Scaled(span.samples[2 * frame + 1], frame) * pan.right;
+        const float left = ((span.samples[2 * frame] * SAMPLE_SCALE) * power) * pan.left;
+        const float right = ((span.samples[2 * frame + 1] * SAMPLE_SCALE) * power) * pan.right;
         if constexpr (METERED) {
-            TakeRange(left, left, 0, *peaks);
-            TakeRange(right, right, 1, *peaks);
+            TakeValue(left, 0, *peaks);
+            TakeValue(right, 1, *peaks);
         }
         span.block[2 * frame] += left;
         span.block[2 * frame + 1] += right;
     }
 };
 
-template <bool METERED, typename Law>
-constexpr auto ADD = KernelsOf<AddKernel<METERED, Law>>();
+template <bool METERED>
+constexpr auto ADD_WITH_POWERS = KernelsOf<AddWithPowersKernel<METERED>>();
 
 // ---- Multiplying the block ---------------------------------------------------------------------
 
@@ -222,13 +283,13 @@ void ScanPeaks(const float* values, int frames, StereoPeaks& peaks) {
 }
 
 void AddWithGain(const MixSpan& span, float gain, PanGains pan, StereoPeaks* peaks) {
-    const auto& add = peaks ? ADD<true, ConstantGain> : ADD<false, ConstantGain>;
-    add.Active()(span, ConstantGain{gain}, pan, peaks);
+    const auto& add = peaks ? ADD_WITH_GAIN<true> : ADD_WITH_GAIN<false>;
+    add.Active()(span, gain, pan, peaks);
 }
 
 void AddWithPowers(const MixSpan& span, const float* powers, PanGains pan, StereoPeaks* peaks) {
-    const auto& add = peaks ? ADD<true, PowerEachFrame> : ADD<false, PowerEachFrame>;
-    add.Active()(span, PowerEachFrame{powers}, pan, peaks);
+    const auto& add = peaks ? ADD_WITH_POWERS<true> : ADD_WITH_POWERS<false>;
+    add.Active()(span, powers, pan, peaks);
 }
 
 void MultiplyByGain(float* block, int frames, float gain) {
