@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <locale>
 #include <string>
 #include <utility>
@@ -24,18 +26,33 @@ public:
         return comparison;
     }
 
-    /// From the end, since the files of one cache folder differ in their names. Only characters
-    /// that differ are folded: folding costs much more than comparing.
+    /// From the end, since the files of one cache folder differ in their names.
     bool Equal(const std::wstring& a, const std::wstring& b) const {
         if (a.size() != b.size()) return false;
         return std::equal(a.rbegin(), a.rend(), b.rbegin(), [this](wchar_t x, wchar_t y) {
-            return x == y || folding_->toupper(x) == folding_->toupper(y);
+            return x == y || Folded(x) == Folded(y);
         });
     }
 
 private:
+    static constexpr std::size_t FIRST_CHARACTERS = 128;
+
+    PathComparison() {
+        for (std::size_t i = 0; i < folded_.size(); ++i) {
+            folded_[i] = folding_->toupper(static_cast<wchar_t>(i));
+        }
+    }
+
+    /// The locale is asked once for the characters that nearly all paths consist of: asking costs
+    /// much more than comparing.
+    wchar_t Folded(wchar_t character) const {
+        const auto number = std::char_traits<wchar_t>::to_int_type(character);
+        return number < folded_.size() ? folded_[number] : folding_->toupper(character);
+    }
+
     std::locale locale_;
     const std::ctype<wchar_t>* folding_ = &std::use_facet<std::ctype<wchar_t>>(locale_);
+    std::array<wchar_t, FIRST_CHARACTERS> folded_;
 };
 
 }  // namespace
