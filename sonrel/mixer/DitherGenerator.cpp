@@ -22,30 +22,36 @@ SONREL_ALWAYS_INLINE void Twist(Word& word, const Word& following, const Word& f
     word = further ^ (joined >> 1) ^ ((0u - (joined & 1u)) & MATRIX);
 }
 
-// Renews the words from @p from to @p to. None of them needs a word that is renewed less than a
-// vector before it.
+// Renews consecutive words. None of them needs a word that is renewed less than a vector before it.
+// Narrower vectors renew the rest.
+// @param further  the words MIDDLE places further
 template <typename L>
-SONREL_ALWAYS_INLINE void TwistRange(std::uint32_t* state, int from, int to, int further) {
-    int i = from;
-    for (; i + L::COUNT <= to; i += L::COUNT) {
+SONREL_ALWAYS_INLINE void TwistRange(std::uint32_t* words, const std::uint32_t* further,
+                                     int count) {
+    int i = 0;
+    for (; i + L::COUNT <= count; i += L::COUNT) {
         typename L::Words word, following, furtherWords;
-        Load(word, state + i);
-        Load(following, state + i + 1);
-        Load(furtherWords, state + i + further);
+        Load(word, words + i);
+        Load(following, words + i + 1);
+        Load(furtherWords, further + i);
         Twist(word, following, furtherWords);
-        Store(state + i, word);
+        Store(words + i, word);
     }
-    for (; i < to; ++i) Twist(state[i], state[i + 1], state[i + further]);
+    if constexpr (L::COUNT > 4) {
+        TwistRange<Lanes<2 * L::COUNT>>(words + i, further + i, count - i);
+    } else {
+        for (; i < count; ++i) Twist(words[i], words[i + 1], further[i]);
+    }
 }
 
 struct RenewStateKernel {
     using Signature = void(std::uint32_t* state);
-    static constexpr CpuPath WIDEST = CpuPath::Avx2;
+    static constexpr CpuPath WIDEST = CpuPath::Avx512;
 
     template <typename L>
     SONREL_ALWAYS_INLINE static void Run(std::uint32_t* state) {
-        TwistRange<L>(state, 0, DEGREE - MIDDLE, MIDDLE);
-        TwistRange<L>(state, DEGREE - MIDDLE, DEGREE - 1, MIDDLE - DEGREE);
+        TwistRange<L>(state, state + MIDDLE, DEGREE - MIDDLE);
+        TwistRange<L>(state + (DEGREE - MIDDLE), state, MIDDLE - 1);
         Twist(state[DEGREE - 1], state[0], state[MIDDLE - 1]);
     }
 };
@@ -62,25 +68,36 @@ float UniformValue(std::uint32_t draw) {
     return static_cast<float>(draw) / 4294967296.0f - 0.5f;
 }
 
-// The vector form converts a draw as high half + low half. Both are exact, so that their sum rounds
-// once, as the conversion of the whole does.
+// Vectors of words divided by 2^32. Only AVX-512 converts unsigned numbers. The other paths convert
+// a draw as high half + low half: both are exact, so that their sum rounds once, as the conversion
+// of the whole does.
+template <typename L>
+SONREL_ALWAYS_INLINE void ToFractions(const typename L::Words& words, typename L::Floats& values) {
+    using Floats = typename L::Floats;
+    using Ints = typename L::Ints;
+    if constexpr (L::COUNT == 16) {
+        values = __builtin_convertvector(words, Floats) * 0x1p-32f;
+        return;
+    }
+    const Floats high = __builtin_convertvector(reinterpret_cast<Ints>(words >> 16), Floats);
+    const Floats low = __builtin_convertvector(reinterpret_cast<Ints>(words & 0xffffu), Floats);
+    values = high * 0x1p-16f + low * 0x1p-32f;
+}
+
 struct UniformValuesKernel {
     using Signature = void(const std::uint32_t* state, float* values, int count);
-    static constexpr CpuPath WIDEST = CpuPath::Avx2;
+    static constexpr CpuPath WIDEST = CpuPath::Avx512;
 
     template <typename L>
     SONREL_ALWAYS_INLINE static void Run(const std::uint32_t* state, float* values, int count) {
-        using Floats = typename L::Floats;
-        using Ints = typename L::Ints;
         int i = 0;
         for (; i + L::COUNT <= count; i += L::COUNT) {
-            typename L::Words word;
-            Load(word, state + i);
-            Temper(word);
-            const Floats high = __builtin_convertvector(reinterpret_cast<Ints>(word >> 16), Floats);
-            const Floats low =
-                __builtin_convertvector(reinterpret_cast<Ints>(word & 0xffffu), Floats);
-            Store(values + i, (high * 0x1p-16f + low * 0x1p-32f) - 0.5f);
+            typename L::Words words;
+            typename L::Floats fractions;
+            Load(words, state + i);
+            Temper(words);
+            ToFractions<L>(words, fractions);
+            Store(values + i, fractions - 0.5f);
         }
         for (; i < count; ++i) {
             std::uint32_t word = state[i];
