@@ -15,6 +15,8 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "samples are written unchanged");
 
+constexpr std::int64_t SYNC_BYTES = 8 << 20;
+
 }  // namespace
 
 ConformedFileWriter::~ConformedFileWriter() {
@@ -30,9 +32,9 @@ ConformedFileWriter::Result ConformedFileWriter::Open(const std::string& path, i
     path_ = path;
     rate_ = rate;
     format_ = zrtl::WavFormatFor(maxFrames);
-    const auto headerBytes = static_cast<off_t>(zrtl::WavHeader(format_, rate_, 0).size());
-    return ::lseek(descriptor_, headerBytes, SEEK_SET) == headerBytes ? Result::Done
-                                                                      : Result::Failed;
+    headerBytes_ = static_cast<std::int64_t>(zrtl::WavHeader(format_, rate_, 0).size());
+    return ::lseek(descriptor_, headerBytes_, SEEK_SET) == headerBytes_ ? Result::Done
+                                                                        : Result::Failed;
 }
 
 bool ConformedFileWriter::Write(const std::int16_t* samples, std::int64_t frames) {
@@ -44,6 +46,14 @@ bool ConformedFileWriter::Write(const std::int16_t* samples, std::int64_t frames
     if (files::WriteFully(descriptor_, samples, bytes) != bytes) return false;
     checksum_.Add(samples, bytes);
     frames_ += frames;
+    return StartSyncIfDue();
+}
+
+bool ConformedFileWriter::StartSyncIfDue() {
+    const std::int64_t bytes = Position() - syncStarted_;
+    if (bytes < SYNC_BYTES) return true;
+    if (!files::StartSync(descriptor_, syncStarted_, bytes)) return false;
+    syncStarted_ += bytes;
     return true;
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "sonrel/base/StereoFrame.h"
 #include "sonrel/base/WavHeader.h"
 #include "sonrel/files/Checksum.h"
 
@@ -36,7 +37,11 @@ public:
     /// @param maxFrames  the maximum number of frames, which decides between RIFF and RF64
     Result Open(const std::string& path, int rate, std::int64_t maxFrames);
 
-    /// Appends interleaved stereo frames.
+    /// Bytes of the file up to the next sample.
+    std::int64_t Position() const { return headerBytes_ + frames_ * zrtl::FRAME_BYTES; }
+
+    /// Appends interleaved stereo frames. Every 8 MiB the disk starts to write them, so that Finish
+    /// waits for the last of them only.
     /// @return false when they could not all be written
     bool Write(const std::int16_t* samples, std::int64_t frames);
 
@@ -49,13 +54,16 @@ public:
 
 private:
     static Result ResultOf(int error);
+    bool StartSyncIfDue();
 
     int descriptor_ = -1;
     std::string path_;
     int rate_ = 0;
     zrtl::WavFormat format_ = zrtl::WavFormat::Wav;
+    std::int64_t headerBytes_ = 0;
     std::int64_t frames_ = 0;
-    files::Checksum checksum_;  // of the samples, then of the header
+    std::int64_t syncStarted_ = 0;  // bytes of the file
+    files::Checksum checksum_;      // of the samples, then of the header
 };
 
 }  // namespace orlo::project

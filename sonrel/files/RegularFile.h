@@ -122,6 +122,16 @@ inline bool Sync(int descriptor) {
     return Uninterrupted([&] { return ::fsync(descriptor); }) == 0;
 }
 
+/// Starts to write a range of a file to the disk and does not wait for it. Where the system cannot
+/// do that, nothing happens. Sync is still necessary.
+/// @return false when the range cannot be written
+inline bool StartSync(int descriptor, long long first, long long bytes) {
+    return Uninterrupted([&] {
+               return ::sync_file_range(descriptor, first, bytes, SYNC_FILE_RANGE_WRITE);
+           }) == 0 ||
+           (errno != EIO && errno != ENOSPC && errno != EDQUOT);
+}
+
 enum class FolderSync {
     Done,
     Refused,  ///< the folder may not be listed, or its file system syncs no folders

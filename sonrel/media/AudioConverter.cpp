@@ -7,7 +7,9 @@
 #include "sonrel/conformed/ConformedFileWriter.h"
 #include "sonrel/media/ConversionObserver.h"
 #include "sonrel/media/ZRAudioConverter.h"
+#include "sonrel/media/detail/ConformedOutput.h"
 #include "sonrel/media/detail/DecodedSource.h"
+#include "sonrel/media/detail/DecoderThreads.h"
 #include "sonrel/media/detail/StereoConverter.h"
 #include "sonrel/media/input/FfmpegLibrary.h"
 #include "sonrel/media/input/MediaErrors.h"
@@ -15,14 +17,12 @@
 namespace zrh::media {
 namespace {
 
+using detail::ConformedOutput;
 using detail::DecodedSource;
 using detail::SampleBlock;
-using detail::SampleBuffer;
 using detail::StereoConverter;
 using orlo::project::ConformedFileWriter;
 
-/// Values that are buffered before they are written.
-constexpr std::size_t WRITE_VALUES = 128 * 1024;
 /// A block of at least this many frames is written without buffering.
 constexpr int MIN_DIRECT_WRITE_FRAMES = 8192;
 /// Source frames between two calls of the observer.
@@ -47,9 +47,9 @@ MediaError ErrorOf(ConformedFileWriter::Result result) {
     return MediaError::OutputFailed;
 }
 
-/// The number of source frames that are converted to about 2^20 frames at most.
+/// The number of source frames that are converted to about 2^18 frames at most, 1 MiB.
 int FramesOfAPiece(int fromRate, int toRate) {
-    constexpr std::int64_t MAX_OUTPUT = 1 << 20;
+    constexpr std::int64_t MAX_OUTPUT = 1 << 18;
     return static_cast<int>(
         std::clamp<std::int64_t>(MAX_OUTPUT * fromRate / toRate, 1, MAX_OUTPUT));
 }
@@ -61,12 +61,31 @@ public:
         : source_(source),
           converter_(converter),
           writer_(writer),
+          output_(writer, WritesOnThread(*source, rate)),
           pieceFrames_(FramesOfAPiece(source->Format().rate, rate)) {}
 
     MediaError Run() {
+        MediaError error = ConvertAll();
+        // A block that could not be written is an earlier error.
+        if (!output_.Wait()) error = MediaError::OutputFailed;
+        if (error != MediaError::None) return error;
+        reported_ = -1;
+        if (!ReportIfDue()) return MediaError::Cancelled;
+        return ErrorOf(writer_->Finish());
+    }
+
+private:
+    /// Resampling takes most of the time of the calling thread, and writing most of the rest.
+    static bool WritesOnThread(const DecodedSource& source, int rate) {
+        const int sourceRate = source.Format().rate;
+        return sourceRate != rate && detail::IsWorthThreads(source.TotalFrames(), sourceRate);
+    }
+
+    MediaError ConvertAll() {
         std::vector<SampleBlock> blocks;
         for (;;) {
             if (!ReportIfDue()) return MediaError::Cancelled;
+            if (converter_->IsIdentity()) source_->PreferFrames(output_.FramesToBlockEnd());
             const MediaError error = source_->Next(&blocks);
             if (error != MediaError::None) return error;
             if (blocks.empty()) break;
@@ -75,14 +94,10 @@ public:
                 if (converted != MediaError::None) return converted;
             }
         }
-        if (!converter_->Flush(&samples_)) return MediaError::Undecodable;
-        if (!WriteOut()) return MediaError::OutputFailed;
-        reported_ = -1;
-        if (!ReportIfDue()) return MediaError::Cancelled;
-        return ErrorOf(writer_->Finish());
+        if (!converter_->Flush(&output_.Samples())) return MediaError::Undecodable;
+        return output_.WriteAll() ? MediaError::None : MediaError::OutputFailed;
     }
 
-private:
     bool ReportIfDue() {
         const long long due = std::min<long long>(REPORT_INTERVAL, pieceFrames_);
         if (reported_ >= 0 && done_ - reported_ < due) return true;
@@ -95,34 +110,26 @@ private:
             block.frames >= MIN_DIRECT_WRITE_FRAMES) {
             const auto* samples =
                 reinterpret_cast<const std::int16_t*>(block.planes[0]) + 2 * block.offset;
-            const bool written = WriteOut() && writer_->Write(samples, block.frames);
             done_ += block.frames;
-            return written ? MediaError::None : MediaError::OutputFailed;
+            return output_.WriteDirectly(samples, block.frames) ? MediaError::None
+                                                                : MediaError::OutputFailed;
         }
         for (int at = 0; at < block.frames; at += pieceFrames_) {
             if (at > 0 && !ReportIfDue()) return MediaError::Cancelled;
             const int frames = std::min(pieceFrames_, block.frames - at);
             const SampleBlock piece{block.planes, block.offset + at, frames};
-            if (!converter_->Convert(piece, &samples_)) return MediaError::Undecodable;
-            if (samples_.Size() >= WRITE_VALUES && !WriteOut()) return MediaError::OutputFailed;
+            if (!converter_->Convert(piece, &output_.Samples())) return MediaError::Undecodable;
+            if (!output_.WriteFullBlocks()) return MediaError::OutputFailed;
             done_ += frames;
         }
         return MediaError::None;
     }
 
-    bool WriteOut() {
-        if (samples_.Size() == 0) return true;
-        const bool written =
-            writer_->Write(samples_.Data(), static_cast<std::int64_t>(samples_.Size() / 2));
-        samples_.Clear();
-        return written;
-    }
-
     DecodedSource* source_;
     StereoConverter* converter_;
     ConformedFileWriter* writer_;
+    ConformedOutput output_;
     int pieceFrames_;
-    SampleBuffer samples_;
     long long done_ = 0;
     long long reported_ = -1;
 };
@@ -151,7 +158,7 @@ MediaError ConvertStream(const std::shared_ptr<ZRAbstractAudioStream>& stream,
     error = ErrorOf(writer.Open(zrtl::ToUtf8(outputPath), rate, maxFrames));
     if (error != MediaError::None) return error;
     error = Conversion(source.get(), &converter, rate, &writer).Run();
-    *reason = source->Reason();
+    if (error != MediaError::OutputFailed) *reason = source->Reason();
     *checksum = writer.Checksum();
     return error;
 }

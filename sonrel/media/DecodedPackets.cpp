@@ -11,8 +11,6 @@
 namespace zrh::media::detail {
 namespace {
 
-/// A shorter stream is decoded before a thread has had much effect.
-constexpr std::int64_t MIN_SECONDS_FOR_THREADS = 10;
 /// More threads decode faster than one thread resamples and writes, and each needs address space.
 constexpr int MAX_THREADS = 4;
 constexpr int LEAD_FRAMES_PER_STEP = 32768;
@@ -26,7 +24,7 @@ bool CanStartAnywhere(const StreamIndex& index) {
 }
 
 int ThreadsFor(const StreamIndex& index) {
-    if (index.totalFrames < MIN_SECONDS_FOR_THREADS * index.format.rate) return 0;
+    if (!IsWorthThreads(index.totalFrames, index.format.rate)) return 0;
     return CanStartAnywhere(index) ? MAX_THREADS : 1;
 }
 

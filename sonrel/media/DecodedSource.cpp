@@ -23,12 +23,14 @@ public:
     const DecodedFormat& Format() const override { return index_->format; }
     std::int64_t TotalFrames() const override { return index_->totalFrames; }
 
+    void PreferFrames(std::int64_t frames) override { framesPerStep_ = frames; }
+
     MediaError Next(std::vector<SampleBlock>* blocks) override {
         blocks->clear();
         const std::int64_t left = index_->totalFrames - position_;
         if (left == 0) return MediaError::None;
         SampleBlock block;
-        const int wanted = static_cast<int>(std::min<std::int64_t>(left, FRAMES_PER_STEP));
+        const int wanted = static_cast<int>(std::min(left, framesPerStep_));
         if (!bytes_.Decode(position_, wanted, &block) || block.frames != wanted) {
             return file_->IsInterrupted() ? MediaError::Cancelled : MediaError::ReadFailed;
         }
@@ -41,6 +43,7 @@ private:
     std::shared_ptr<const InputFile> file_;
     std::shared_ptr<const StreamIndex> index_;
     PcmBytes bytes_;
+    std::int64_t framesPerStep_ = FRAMES_PER_STEP;
     std::int64_t position_ = 0;
 };
 

@@ -10,6 +10,9 @@
 namespace zrh::media::detail {
 namespace {
 
+/// A shorter stream is converted before a thread has had much effect.
+constexpr std::int64_t MIN_SECONDS = 10;
+
 std::mutex usedMutex;
 int used = 0;  // guarded by usedMutex
 
@@ -21,6 +24,10 @@ int Cores() {
 }
 
 }  // namespace
+
+bool IsWorthThreads(std::int64_t frames, int rate) {
+    return frames >= MIN_SECONDS * rate && Cores() > 1;
+}
 
 DecoderThreads::DecoderThreads(int wanted) {
     const int cores = Cores();

@@ -101,6 +101,16 @@ TEST(RegularFile, OnlyAnExistingFileIsSynced) {
     EXPECT_FALSE(files::SyncClosedFile((folder / "gone").string()));
 }
 
+TEST(RegularFile, AFileThatCannotStartItsSyncIsNoError) {
+    int ends[2] = {};
+    ASSERT_EQ(::pipe(ends), 0);
+
+    EXPECT_TRUE(files::StartSync(ends[1], 0, 1));
+
+    files::Close(ends[0]);
+    files::Close(ends[1]);
+}
+
 TEST(RegularFile, AFileIsReadToItsEndOrToTheSizeThatIsAsked) {
     const TemporaryFolder folder;
     WriteFile(folder / "file", "abcdef");

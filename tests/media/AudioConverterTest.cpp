@@ -50,6 +50,19 @@ std::vector<int> Twice(const std::vector<int>& values) {
 
 }  // namespace
 
+TEST_F(AudioConverter, StereoOf16BitsOfAnyNumberOfBlocksKeepsItsBits) {
+    // The first block has 131061 frames after the header, and each further block 131072.
+    const std::string samples = NoiseBytes(4 * 262134);
+    for (const std::size_t frames : {131060, 131061, 131062, 262133, 262134}) {
+        const std::string some = samples.substr(0, 4 * frames);
+
+        const Conversion conversion(Media(WaveFile(1, 2, 48000, 16, some)), 48000);
+
+        ASSERT_EQ(conversion.Code(), 0) << frames;
+        EXPECT_TRUE(conversion.Bytes() == WaveFile(1, 2, 48000, 16, some)) << frames;
+    }
+}
+
 TEST_F(AudioConverter, StereoOf16BitsAtTheOutputRateKeepsItsBits) {
     const std::string samples = NoiseBytes(4 * 100001);
 

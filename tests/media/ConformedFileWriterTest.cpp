@@ -28,6 +28,39 @@ TEST(ConformedFileWriter, WritesAPlainWaveFile) {
               WaveFile(1, 2, 44100, 16, Bytes16({1, -1, 2, -2, 3, -3})));
 }
 
+TEST(ConformedFileWriter, ThePositionIsThatOfTheNextSampleInTheFile) {
+    const TemporaryFolder folder;
+    ConformedFileWriter plain;
+    ConformedFileWriter large;
+    ASSERT_EQ(plain.Open(folder / "a", 48000, 10), ConformedFileWriter::Result::Done);
+    ASSERT_EQ(large.Open(folder / "b", 48000, 1LL << 30), ConformedFileWriter::Result::Done);
+    EXPECT_EQ(plain.Position(), 44);
+    EXPECT_EQ(large.Position(), 104);
+
+    ASSERT_TRUE(plain.Write(SAMPLES, 3));
+
+    EXPECT_EQ(plain.Position(), 56);
+}
+
+TEST(ConformedFileWriter, AFileOfManyMebibytesIsWhole) {
+    // The disk starts to write every 8 MiB.
+    const TemporaryFolder folder;
+    const std::string samples = NoiseBytes(3 << 20);
+    ConformedFileWriter writer;
+    ASSERT_EQ(writer.Open(folder / "a", 48000, 1 << 24), ConformedFileWriter::Result::Done);
+
+    std::string expected;
+    for (int i = 0; i < 7; ++i) {
+        ASSERT_TRUE(writer.Write(reinterpret_cast<const std::int16_t*>(samples.data()),
+                                 static_cast<std::int64_t>(samples.size() / 4)));
+        expected += samples;
+    }
+    ASSERT_EQ(writer.Finish(), ConformedFileWriter::Result::Done);
+
+    EXPECT_TRUE(ReadFile(folder / "a") == WaveFile(1, 2, 48000, 16, expected));
+    EXPECT_EQ(orlo::project::ConformedFileChecksum(folder.Wide("a"), {}), writer.Checksum());
+}
+
 TEST(ConformedFileWriter, ChecksumCoversTheSamplesAndThenTheHeader) {
     const TemporaryFolder folder;
     ConformedFileWriter writer;

@@ -157,6 +157,15 @@ bool HasSeveralCores() {
     return Cores() > 1;
 }
 
+/// The threads of this process.
+std::set<std::string> ThreadNumbers() {
+    std::set<std::string> numbers;
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
+        numbers.insert(thread.path().filename());
+    }
+    return numbers;
+}
+
 /// Converts media files of the folder and notes the threads that read them.
 class ThreadedConversion : public testing::Test {
 protected:
@@ -173,6 +182,22 @@ protected:
             isReading_ = true;
         }
         return ZRAudioConverter::Convert(media.Audio(), folder_.Wide("out.xwmc"), 48000);
+    }
+
+    /// Converts a WAVE file. @return the threads that the conversion starts
+    std::size_t NewThreadsOfWave(int rate, std::size_t frames) {
+        WriteFile(folder_ / "a.wav", WaveFile(1, 2, rate, 16, NoiseBytes(4 * frames)));
+        std::filesystem::remove(folder_ / "out.xwmc");
+        const std::set<std::string> before = ThreadNumbers();
+        std::set<std::string> during;
+        const ConversionObserver observer([&](long long, long long) {
+            during.merge(ThreadNumbers());
+            return true;
+        });
+        EXPECT_EQ(Convert(folder_ / "a.wav"), 0);
+        return static_cast<std::size_t>(
+            std::count_if(during.begin(), during.end(),
+                          [&](const std::string& number) { return !before.contains(number); }));
     }
 
     bool OnlyThisThreadHasRead() const {
@@ -382,6 +407,35 @@ TEST_F(ThreadedConversion, ToAFullDiskFails) {
 
     setrlimit(RLIMIT_FSIZE, &before);
     EXPECT_EQ(code, Code(MediaError::OutputFailed));
+}
+
+TEST_F(ThreadedConversion, AFullDiskPrecedesAnErrorOfALaterPart) {
+    // The file may contain 0.9 of the 12.3 s; the media file is cut after about 9 s.
+    const std::filesystem::path path = folder_ / "a.flac";
+    WriteFile(path, ReadFile(CodecMedia("flac.flac")));
+    const ConversionObserver observer([&](long long doneFrames, long long) {
+        if (doneFrames == 0) {
+            std::filesystem::resize_file(path, std::filesystem::file_size(path) / 4 * 3);
+        }
+        return true;
+    });
+    rlimit before = {};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit limit = {rlim_t{1} << 20, before.rlim_max};
+    std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &limit);
+
+    const int code = Convert(path);
+
+    setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(code, Code(MediaError::OutputFailed));
+}
+
+TEST_F(ThreadedConversion, OfTenSecondsToAnotherRateIsWrittenOnAnotherThread) {
+    // No thread decodes samples that are not compressed.
+    EXPECT_EQ(NewThreadsOfWave(44100, 441000), HasSeveralCores() ? 1u : 0u);
+    EXPECT_EQ(NewThreadsOfWave(44100, 440999), 0u);
+    EXPECT_EQ(NewThreadsOfWave(48000, 480000), 0u);
 }
 
 TEST(DecoderThreads, AllSharesTogetherHaveTheThreadsOfTheCores) {

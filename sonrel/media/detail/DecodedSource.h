@@ -22,6 +22,10 @@ public:
     /// Frames of the whole stream.
     virtual std::int64_t TotalFrames() const = 0;
 
+    /// Sets the frames that each following call of Next should return. Only a source of samples
+    /// that are not compressed returns as many.
+    virtual void PreferFrames(std::int64_t) {}
+
     /// Reads the next blocks, valid until the next call. At the end it returns None and no blocks.
     virtual MediaError Next(std::vector<SampleBlock>* blocks) = 0;
     /// The reason for the last error with its numbers, as a clause; empty where the error is

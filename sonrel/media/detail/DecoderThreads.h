@@ -1,7 +1,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
+
 namespace zrh::media::detail {
+
+/// Whether a conversion takes long enough for threads: at least ten seconds of sound, and more than
+/// one core.
+/// @param frames  of the source
+/// @param rate    of the source, hertz
+bool IsWorthThreads(std::int64_t frames, int rate);
 
 /// A share of the threads that decode sound in this process. All shares together have at most as
 /// many threads as the process has cores, so that conversions that run at the same time do not

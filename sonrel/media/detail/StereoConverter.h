@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -19,6 +21,12 @@ public:
     }
     /// Appends the first @p values values of the room.
     void Fill(std::size_t values) { used_ += values; }
+    /// Replaces the values, which may be a later part of the same buffer.
+    void Assign(const std::int16_t* values, std::size_t count) {
+        used_ = 0;
+        std::copy_n(values, count, Room(count));
+        Fill(count);
+    }
     void Clear() { used_ = 0; }
 
     const std::int16_t* Data() const { return values_.data(); }
