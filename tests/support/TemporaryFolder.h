@@ -6,10 +6,11 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "sonrel/base/Paths.h"
@@ -51,7 +52,10 @@ inline void WriteFile(const std::filesystem::path& path, std::string_view bytes)
 inline std::string ReadFile(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
     if (!file) throw std::runtime_error("cannot read " + path.string());
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::ostringstream bytes;
+    bytes.exceptions(std::ios::badbit);
+    bytes << file.rdbuf();
+    return std::move(bytes).str();
 }
 
 /// The lines of a text file without their line feeds; none for a file that does not exist.
