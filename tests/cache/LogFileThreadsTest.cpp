@@ -52,7 +52,7 @@ TEST(LogFileThreads, ThreadsWriteWholeLines) {
 
 // A line of this length is written in many pieces.
 TEST(LogFileThreads, LinesThatNeedManyWritesAreWholeToo) {
-    ExpectWholeLines(20, 300000);
+    ExpectWholeLines(20, 60000);
 }
 
 }  // namespace

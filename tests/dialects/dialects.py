@@ -3,12 +3,12 @@
 """Timelines after the dialects of the programs that write them, with media files whose sound
 contains its file, its channel and its time.
 
-    dialects.py SONREL FOLDER [--places N] [--every N] [--only WORD]
+    dialects.py SONREL [FOLDER] [--places N] [--every N] [--only WORD]
 
 Makes the media files and the timelines in a new folder in FOLDER, mixes each timeline, and compares
-what is heard at 20 places of each with a reference reader. A clip that is silent because its media
-file has no sound must have an entry in notTakenOver, and info must have the entries of the mix. The
-timelines in examples must have no entry. Prints a JSON object; returns 1 when something is wrong.
+what is heard at 20 places of each with a reference reader. Without FOLDER the files are temporary. A
+clip that is silent because its media file has no sound must have an entry in notTakenOver, and info
+must have the entries of the mix. The timelines in examples must have no entry. Prints a JSON object; returns 1 when something is wrong.
 --every takes each Nth timeline only, --only those whose name contains a word.
 """
 
@@ -109,7 +109,7 @@ def all_cases(folder):
 def options_of():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("program", type=pathlib.Path)
-    parser.add_argument("folder", type=pathlib.Path)
+    parser.add_argument("folder", type=pathlib.Path, nargs="?", default=tempfile.gettempdir())
     parser.add_argument("--places", type=int, default=20)
     parser.add_argument("--every", type=int, default=1)
     parser.add_argument("--only", default="")

@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 """Runs the commands of the pages and compares their output with the output that the pages show.
 
-    tests/docs/commands.py PROGRAM FOLDER [--only WORD]
+    tests/docs/commands.py PROGRAM [FOLDER] [--only WORD]
     tests/docs/commands.py --self-test
 
 The blocks of a page run one after another in one shell, in a new folder with the media files of
@@ -183,14 +183,12 @@ def self_test():
 
 def run_pages(chosen, program, root):
     """Runs pages. @return the number of faults"""
-    shutil.rmtree(root, ignore_errors=True)
     docmedia.make(root / "media")
     count, faults = 0, []
     for number, page in enumerate(chosen):
         steps_run, found = run_page(page, root / f"page-{number}", program)
         count += steps_run
         faults += found
-    shutil.rmtree(root)
     print("\n".join(faults), end="")
     print(f"commands of the pages: {count} in {len(chosen)} pages, {len(faults)} faults")
     return len(faults) if count else 1
@@ -201,11 +199,12 @@ def main():
         return self_test()
     parser = argparse.ArgumentParser()
     parser.add_argument("program", type=pathlib.Path)
-    parser.add_argument("folder", type=pathlib.Path)
+    parser.add_argument("folder", type=pathlib.Path, nargs="?", default=tempfile.gettempdir())
     parser.add_argument("--only", default="", help="the pages with this word in their path")
     options = parser.parse_args()
     chosen = [page for page in pages() if options.only in page]
-    faults = run_pages(chosen, options.program.resolve(), options.folder.resolve() / "docs-run")
+    with tempfile.TemporaryDirectory(prefix="sonrel-docs-", dir=options.folder) as folder:
+        faults = run_pages(chosen, options.program.resolve(), pathlib.Path(folder).resolve())
     return 1 if faults else 0
 
 

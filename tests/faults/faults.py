@@ -2,12 +2,13 @@
 # SPDX-License-Identifier: MIT
 """Checks results and cache after failing calls, kills, power cuts and crowds of programs.
 
-    faults.py SONREL FAULTFS [--depth quick|full] [--jobs N] [--seconds N] [--kills N]
-              [--limit N] [--rounds N] [--only WORD] [--details FILE]
+    faults.py SONREL FAULTFS [--depth sample|quick|full] [--jobs N] [--seconds N] [--kills N]
+              [--limit N] [--rounds N] [--every N] [--only WORD] [--details FILE]
 
 SONREL is the program, FAULTFS the library of this folder. Prints a table with a line for each figure
-and returns 1 when something is wrong, or when something was not counted at all. quick takes about a
-minute on two cores, full about half an hour; the other options replace the numbers of the depth.
+and returns 1 when something is wrong, or when something was not counted at all. On two cores sample
+takes about ten seconds, quick a minute, full half an hour; the other options replace the numbers of the
+depth.
 """
 
 import argparse
@@ -35,13 +36,16 @@ import powercut
 
 HERE = pathlib.Path(__file__).resolve().parent
 FAILING, KILLED, FOLLOWING = "disturbed file calls", "kills at file calls", "undisturbed runs"
-# limit: points of one kind of fault; rounds: faults of one command, 0 for all; step, variants: of
-# power cuts; check_every: power cuts with an undisturbed run.
+# limit: points of one kind of fault; rounds: faults of one command, 0 for all; every: of the commands
+# whose calls are disturbed; step, variants: of power cuts; check_every: power cuts with an undisturbed
+# run.
 DEPTHS = {
-    "quick": {"seconds": 8, "kills": 36, "limit": 3, "rounds": 12, "step": 9, "variants": 1,
-              "check_every": 30, "crowds": 2},
-    "full": {"seconds": 600, "kills": 1000, "limit": 5, "rounds": 0, "step": 1, "variants": 20,
-             "check_every": 40, "crowds": 200},
+    "sample": {"seconds": 1, "kills": 8, "limit": 2, "rounds": 4, "every": 4, "step": 40,
+               "variants": 1, "check_every": 30, "crowds": 1},
+    "quick": {"seconds": 8, "kills": 36, "limit": 3, "rounds": 12, "every": 1, "step": 9,
+              "variants": 1, "check_every": 30, "crowds": 2},
+    "full": {"seconds": 600, "kills": 1000, "limit": 5, "rounds": 0, "every": 1, "step": 1,
+             "variants": 20, "check_every": 40, "crowds": 200},
 }
 CUT_SHORT = ("conform, made", "conform, forced", "peaks, made", "mix, found", "cache clean",
              "cache clean, to a size")
@@ -85,8 +89,7 @@ class Driver:
         limit = self.options.limit
         faults = [*parts.failures(counts, name, limit), *parts.deaths(counts, name, limit)]
         if self.options.rounds:
-            picked = parts.points(len(faults), self.options.rounds)
-            faults = [faults[number - 1] for number in picked]
+            faults = spread(faults, self.options.rounds, list(COMMANDS).index(name) / len(COMMANDS))
         return faults
 
     def tasks(self):
@@ -106,9 +109,14 @@ class Driver:
                     options.variants, options.check_every
         yield "crowds", self.in_a_box, crowd.run, options.crowds
         yield "planted faults", self.in_a_box, planted.run
-        for name in COMMANDS:
+        for name in self.disturbed():
             for fault in self.faults_of(name):
                 yield name, self.disturb, fault
+
+    def disturbed(self):
+        """The names of the commands whose calls are disturbed, in a sample some of them."""
+        names = [name for name in COMMANDS if self.options.only in name]
+        return names[::self.options.every]
 
     def script(self, name, *arguments):
         """The figures that another program prints."""
@@ -135,6 +143,13 @@ class Driver:
         found = [figure for future in futures for figure in future.result()]
         return figures.merged([*found, Figure("parts that were reached", len(reached), len(missed),
                                               missed)])
+
+
+def spread(faults, rounds, shift):
+    """A number of the faults, spread evenly. The shift, from 0 to 1, chooses other faults for each
+    command."""
+    step = max(1, len(faults) / rounds)
+    return [faults[int((number + shift) * step)] for number in range(min(rounds, len(faults)))]
 
 
 def failing(fault, wrong):

@@ -32,7 +32,7 @@ class Judge:
 
     def __init__(self, box, command):
         self.box, self.command = box, command
-        self.text, self.expected = box.shop.expected[command.name]
+        self.text, self.expected = box.shop.expected(command)
         self.state = look(box.database, box.cache, box.shop.reference)
         self.found = [("not whole", text) for text in self.state.wrong]
 

@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 """Every output of every command over every file that the command reads or that the program owns.
 
-    outputs.py SONREL FOLDER [--every N]
+    outputs.py SONREL [FOLDER] [--every N]
 
 Each output is given the name of each such file, in other spellings and through links of each kind,
 in a new folder in FOLDER; and the name of another output of the same command. Each time the command
@@ -185,7 +185,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("program", type=pathlib.Path)
-    parser.add_argument("folder", type=pathlib.Path)
+    parser.add_argument("folder", type=pathlib.Path, nargs="?", default=tempfile.gettempdir())
     parser.add_argument("--every", type=int, default=1)
     options = parser.parse_args()
     options.program = options.program.resolve()

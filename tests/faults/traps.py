@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 """Media files and databases that try to lead the program elsewhere, judged by strace.
 
-    traps.py SONREL FOLDER [--every N] [--only media|databases]
+    traps.py SONREL [FOLDER] [--every N] [--only media|databases]
 
 Each command runs on each media trap, and on each hostile database, in a new folder in FOLDER.
 Wrong are connections; opens and changes of files that the run neither names nor owns; changes of
@@ -329,7 +329,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("program", type=pathlib.Path)
-    parser.add_argument("folder", type=pathlib.Path)
+    parser.add_argument("folder", type=pathlib.Path, nargs="?", default=tempfile.gettempdir())
     parser.add_argument("--every", type=int, default=1)
     parser.add_argument("--only", choices=KINDS)
     options = parser.parse_args()

@@ -3,11 +3,14 @@
 # Makes the media files of the codec tests with the ffmpeg program, and for each the samples that this
 # program decodes: NAME.s16 at its own rate; for some also NAME.48000.s16, stereo.
 #   make_media.sh FOLDER
+# A folder that this script filled with this ffmpeg is left as it is.
 set -euo pipefail
 
 folder=$1
+version=$(ffmpeg -version | cat - "$0" | sha256sum)
 mkdir -p "$folder"
 cd "$folder"
+[ "$(cat complete 2>/dev/null)" != "$version" ] || exit 0
 rm -f -- *
 
 run() { ffmpeg -nostdin -v error -y "$@"; }
@@ -72,4 +75,4 @@ for name in flac.flac pcm.mov surround.flac flac24.flac mp3.mp3 aacplain.m4a vor
 done
 run "${inputs[@]}" "${outputs[@]}"
 run -i surround.flac -ac 2 -f s16le -c:a pcm_s16le surround.flac.stereo.s16
-touch complete
+echo "$version" >complete

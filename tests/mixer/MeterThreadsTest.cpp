@@ -49,7 +49,7 @@ TEST_F(MeterThreads, ABlockNeverMixesTwoSessions) {
 }
 
 TEST_F(MeterThreads, ASessionIsSeenToEndAsAWhole) {
-    constexpr unsigned long long TRACKS = 300;
+    constexpr unsigned long long TRACKS = 100;
     std::atomic<int> ended = 0;
     const Meanwhile reader([&](int) {
         if (Mixer().MeterBlockCount() < 2) return;

@@ -10,7 +10,7 @@ sources() {
 # 100 columns.
 formatting() {
     local long
-    sources | xargs clang-format-14 --dry-run -Werror || return
+    sources | xargs -P "$(nproc)" -n 50 clang-format-14 --dry-run -Werror || return
     long=$(sources | xargs grep -nHE '^.{101,}' || true)
     [ -z "$long" ] || { printf '%s\nlonger than 100 columns\n' "$long"; return 1; }
 }
@@ -36,14 +36,17 @@ tree_checks() {
     check "Commands of the pages know good from bad" tests/docs/commands.py --self-test
 }
 
+# release_tests [quick]: all tests, or without the long ones.
 release_tests() {
+    # shellcheck disable=SC2034  # run_tests reads LEFT_OUT
+    local LEFT_OUT=${1+long}
     require "Configure" configure release
     require "Build" build release
     check "Each public header compiles alone" build release all_verify_interface_header_sets
     check "Exported names" tools/check/check_exports.py build/release
     check "Operations of a project library" \
         tools/check/check_operations.py build/release/sonrel/libsonrel.so
-    count_tests "All tests, release build" release .
+    count_tests "Tests, release build" release .
 }
 
 # The view of a host: the installed tree, through CMake and through pkg-config.
@@ -186,8 +189,7 @@ host_project_by_target() {
     local build=build/own-project stage=$PWD/build/stage-target
     rm -rf "$build/target" "$build/package" "$stage"
     host_project "$build/target" -DOWN_PROJECT_SONREL="$PWD" -DCMAKE_BUILD_TYPE=Release \
-        -DCMAKE_CXX_FLAGS_RELEASE=-O2 -DSONREL_WERROR=ON \
-        -DCMAKE_CXX_COMPILER_LAUNCHER="$SONREL_COMPILER_LAUNCHER" &&
+        -DCMAKE_CXX_FLAGS_RELEASE=-O2 -DSONREL_WERROR=ON &&
         "$build/target/mix_with_host" "$build/target/scene" &&
         cmp "$build/ours/scene/mix.pcm" "$build/target/scene/mix.pcm" &&
         grep -q 'CPACK_PACKAGE_NAME "own-project"' "$build/target/CPackConfig.cmake" &&
@@ -222,19 +224,18 @@ fetched_by_cmake() {
     mkdir -p "$build"
     tar --exclude=./build --exclude=./.git -czf "$build/sonrel.tar.gz" . &&
         cmake -S tests/consumer/fetch -B "$build/project" -G Ninja -DCMAKE_BUILD_TYPE=Release \
-            -DFETCH_ARCHIVE="$PWD/$build/sonrel.tar.gz" -DSONREL_UNITY_BUILD=ALL \
-            -DCMAKE_CXX_COMPILER_LAUNCHER="$SONREL_COMPILER_LAUNCHER" >"$build/configure.log" 2>&1 &&
+            -DFETCH_ARCHIVE="$PWD/$build/sonrel.tar.gz" -DSONREL_UNITY_BUILD=ALL >"$build/configure.log" 2>&1 &&
         cmake --build "$build/project" --target consumer && "$build/project/consumer" &&
         grep -q 'CPACK_PACKAGE_NAME "sonrel-fetch"' "$build/project/CPackConfig.cmake" &&
         ! grep -q NightlyMemoryCheck "$build/project/build.ninja" &&
         ! grep -q BUILD_TESTING "$build/project/CMakeCache.txt"
 }
 
-# sanitizer_tests [quick]: all tests, or without those of the program and the slow ones. The address
+# sanitizer_tests [quick]: all tests, or without those of the program, the slow and the long ones. The address
 # sanitizer also searches for leaks at the end of each test.
 sanitizer_tests() {
     # shellcheck disable=SC2034  # run_tests reads LEFT_OUT
-    local part=${1+-$1} LEFT_OUT=${1+host|slow}
+    local part=${1+-$1} LEFT_OUT=${1+host|slow|long}
     require "Configure with ASan and UBSan" configure asan
     require "Build with ASan and UBSan" build asan "tests-unit$part" "tests-scenario$part"
     export ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1
@@ -324,8 +325,7 @@ plain_build() { check "Plain Release build" build_plain; }
 
 build_plain() {
     rm -rf build/plain
-    CMAKE_CXX_COMPILER_LAUNCHER=$SONREL_COMPILER_LAUNCHER \
-        cmake -B build/plain -DCMAKE_BUILD_TYPE=Release &&
+    cmake -B build/plain -DCMAKE_BUILD_TYPE=Release &&
         cmake --build build/plain -j "$(nproc)"
 }
 

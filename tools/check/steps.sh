@@ -2,6 +2,8 @@
 # Sourced by ./run, ./test and ./check: the settings of the compiler, and steps that are counted.
 
 export SONREL_COMPILER_LAUNCHER="${SONREL_COMPILER_LAUNCHER-$(command -v ccache || true)}"
+# For the projects of hosts, which have no presets.
+export CMAKE_CXX_COMPILER_LAUNCHER=$SONREL_COMPILER_LAUNCHER
 # Another clone of the same tree uses the compiled files of this clone.
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 
@@ -18,10 +20,13 @@ die() {
 
 title() { printf '\n== %s\n' "$*"; }
 
+# step NAME: a title with the time since the start.
+step() { title "$1 (after $SECONDS s)"; }
+
 # require NAME COMMAND...: a step that all later steps need. It is not counted as a test; its failure
 # counts as one failure and ends the run.
 require() {
-    title "$1"
+    step "$1"
     "${@:2}" && return
     echo "$1 failed"
     FAILED=$((FAILED + 1))
@@ -31,7 +36,7 @@ require() {
 
 # check NAME COMMAND...: one counted check.
 check() {
-    title "$1"
+    step "$1"
     if "${@:2}"; then
         PASSED=$((PASSED + 1))
     else
@@ -44,7 +49,7 @@ check() {
 # run that fails without a failed test, or ran no test, counts as one failure.
 count_tests() {
     local status=0 failed passed
-    title "$1"
+    step "$1"
     rm -f "build/$2/Testing/Temporary/LastTest.log"
     run_tests "${@:2}" || status=$?
     read -r passed failed < <(tools/check/count_tests.py "build/$2") || true
@@ -72,9 +77,23 @@ build() {
     cmake --build --preset "$preset" ${1+--target "$@"}
 }
 
-# run_tests PRESET LABEL_PATTERN [PREFIX...]: the tests with such a label, as many at once as there are
-# cores; the prefix is a command that runs CTest. Tests with a label that LEFT_OUT matches are left out.
+# run_tests PRESET LABEL_PATTERN [PREFIX...]: the tests with such a label, a busy test for each core and
+# three tests that wait; the prefix is a command that runs CTest. Tests with a label that LEFT_OUT matches
+# are left out.
 run_tests() {
-    "${@:3}" ctest --test-dir "build/$1" --output-on-failure --no-tests=error -j "$(nproc)" -L "$2" \
-        ${LEFT_OUT:+-LE "$LEFT_OUT"}
+    "${@:3}" ctest --test-dir "build/$1" --output-on-failure --no-tests=error -j "$((4 * $(nproc) + 3))" \
+        -L "$2" ${LEFT_OUT:+-LE "$LEFT_OUT"}
+}
+
+# in_memory: temporary files are in memory from now on, so that no test waits for a disk. Not where the
+# memory has less than 4 GB, or runs no programs.
+in_memory() {
+    local free
+    free=$(df --output=avail -k /dev/shm 2>/dev/null | tail -n 1)
+    [ "${free:-0}" -ge 4000000 ] || return 0
+    ! findmnt --noheadings --output OPTIONS --target /dev/shm | grep -qw noexec || return 0
+    TMPDIR=$(mktemp -d /dev/shm/sonrel-test-XXXXXX)
+    chmod 1777 "$TMPDIR"
+    export TMPDIR
+    trap 'rm -rf "$TMPDIR"' EXIT
 }
