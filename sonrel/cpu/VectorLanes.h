@@ -116,6 +116,18 @@ SONREL_ALWAYS_INLINE void Widen(const Shorts& shorts, Ints& ints) {
     ints = __builtin_convertvector(shorts, Ints);
 }
 
+/// Converts 32-bit integers to doubles. Of the general form GCC 12 makes two conversions for four lanes.
+template <typename L>
+SONREL_ALWAYS_INLINE void ToDoubles(const typename L::HalfInts& from, typename L::Doubles& to) {
+#if SONREL_X86 && !defined(__clang__)
+    if constexpr (L::DOUBLE_COUNT == 4) {
+        to = __builtin_ia32_cvtdq2pd256(from);
+        return;
+    }
+#endif
+    to = __builtin_convertvector(from, typename L::Doubles);
+}
+
 /// sum += a * b, rounded once where the instruction set has a fused operation and twice where it
 /// has none. Only for sums whose last bits are not part of the output.
 template <typename L>

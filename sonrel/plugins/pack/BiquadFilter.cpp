@@ -7,6 +7,7 @@
 #include <numbers>
 
 #include "sonrel/plugins/pack/detail/AudioEffect.h"
+#include "sonrel/plugins/pack/detail/BlockFilter.h"
 #include "sonrel/plugins/pack/detail/Plugins.h"
 #include "sonrel/plugins/pack/detail/StereoSamples.h"
 
@@ -24,30 +25,6 @@ constexpr double MAX_HZ = MAX_OF_RATE * 768000;
 
 using CoefficientLaw = BiquadCoefficients (*)(int, double, double);
 
-/// A section with its state: the last two inputs and outputs.
-class Section {
-public:
-    explicit Section(const BiquadCoefficients& coefficients) : c_(coefficients) {}
-
-    /// Processes a frame and returns its output.
-    Frame Step(Frame x) {
-        // The latest output is used last: only one product and one difference wait for it.
-        const Frame y = x * c_.b0 + x1_ * c_.b1 + x2_ * c_.b2 - y2_ * c_.a2 - y1_ * c_.a1;
-        x2_ = x1_;
-        x1_ = x;
-        y2_ = y1_;
-        y1_ = y;
-        return y;
-    }
-
-private:
-    BiquadCoefficients c_;
-    Frame x1_{};
-    Frame x2_{};
-    Frame y1_{};
-    Frame y2_{};
-};
-
 class BiquadFilter final : public AudioEffect {
 public:
     BiquadFilter(CoefficientLaw law, double frequency, double q)
@@ -59,16 +36,8 @@ protected:
     void Run(const EffectBlock& block) const override {
         const BiquadCoefficients coefficients =
             law_(block.rate, std::min(frequency_, MAX_OF_RATE * block.rate), q_);
-        Section section(coefficients);
-        const long long end = block.lookBack + block.outputCount;
-        WriteSilence(block.samples, block.inputCount, end);
-        for (long long at = 0; at < block.lookBack; ++at)
-            section.Step(ReadFrame(block.samples, at));
-        for (long long at = block.lookBack; at < end; ++at) {
-            const Frame y = section.Step(ReadFrame(block.samples, at));
-            // The output is at or before its input: a frame is read before it is overwritten.
-            WriteFrame(block.samples, at - block.lookBack, y);
-        }
+        WriteSilence(block.samples, block.inputCount, block.lookBack + block.outputCount);
+        BlockFilter(coefficients).Run(block.samples, block.lookBack, block.outputCount);
     }
 
 private:

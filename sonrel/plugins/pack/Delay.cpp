@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
@@ -6,6 +7,7 @@
 
 #include "sonrel/base/Timing.h"
 #include "sonrel/plugins/pack/detail/AudioEffect.h"
+#include "sonrel/plugins/pack/detail/FourFrames.h"
 #include "sonrel/plugins/pack/detail/Plugins.h"
 #include "sonrel/plugins/pack/detail/StereoSamples.h"
 
@@ -13,6 +15,41 @@ namespace orlo::sonrel::detail {
 namespace {
 
 constexpr int MAX_TAPS = 8;
+
+/// The repeats of a delay.
+struct Repeats {
+    long long delay;      ///< frames from one to the next
+    int count;            ///< at least 1
+    const double* gains;  ///< count + 1 factors; the first belongs to the sound itself
+};
+
+/// Adds the repeats to the frames from @p first to @p end, from the last frame to the first, in
+/// fours. All frames of the repeats are in the buffer.
+struct AddRepeatsKernel {
+    using Signature = void(unsigned char* samples, long long first, long long end, Repeats repeats);
+    static constexpr CpuPath WIDEST = CpuPath::Avx2;
+
+    template <typename L>
+    SONREL_ALWAYS_INLINE static void Run(unsigned char* samples, long long first, long long end,
+                                         Repeats repeats) {
+        for (long long at = end - FRAMES_AT_ONCE; at >= first; at -= FRAMES_AT_ONCE) {
+            FourFrames<L> sum;
+            ReadFour(samples + ByteOf(at), sum);
+            for (int k = 1; k <= repeats.count; ++k) {
+                typename L::Doubles gain;
+                Spread(repeats.gains[k], gain);
+                FourFrames<L> repeat;
+                ReadFour(samples + ByteOf(at - k * repeats.delay), repeat);
+                for (int i = 0; i < FourFrames<L>::PARTS; ++i) {
+                    sum.parts[i] += repeat.parts[i] * gain;
+                }
+            }
+            WriteFour(samples + ByteOf(at), sum);
+        }
+    }
+};
+
+constexpr auto ADD_REPEATS = KernelsOf<AddRepeatsKernel>();
 
 class Delay final : public AudioEffect {
 public:
@@ -30,7 +67,10 @@ protected:
         const long long delay = DelaySamples(block.rate);
         const long long end = block.lookBack + block.outputCount;
         WriteSilence(block.samples, block.inputCount, end);
-        for (long long at = end - 1; at >= block.lookBack; --at) {
+        const long long first = std::max(block.lookBack, taps_ * delay);
+        ADD_REPEATS.Active()(block.samples, first, end, {delay, taps_, gains_.data()});
+        const long long rest = first < end ? first + (end - first) % FRAMES_AT_ONCE : end;
+        for (long long at = rest - 1; at >= block.lookBack; --at) {
             WriteFrame(block.samples, at, Sum(block.samples, at, delay));
         }
         std::memmove(block.samples, block.samples + ByteOf(block.lookBack),

@@ -4,11 +4,33 @@
 #include <memory>
 
 #include "sonrel/plugins/pack/detail/AudioEffect.h"
+#include "sonrel/plugins/pack/detail/FourFrames.h"
 #include "sonrel/plugins/pack/detail/Plugins.h"
 #include "sonrel/plugins/pack/detail/StereoSamples.h"
 
 namespace orlo::sonrel::detail {
 namespace {
+
+struct ScaleKernel {
+    using Signature = void(unsigned char* samples, int count, double factor);
+    static constexpr CpuPath WIDEST = CpuPath::Avx2;
+
+    template <typename L>
+    SONREL_ALWAYS_INLINE static void Run(unsigned char* samples, int count, double factor) {
+        typename L::Doubles factors;
+        Spread(factor, factors);
+        int at = 0;
+        for (; at + FRAMES_AT_ONCE <= count; at += FRAMES_AT_ONCE) {
+            FourFrames<L> frames;
+            ReadFour(samples + ByteOf(at), frames);
+            for (auto& part : frames.parts) part *= factors;
+            WriteFour(samples + ByteOf(at), frames);
+        }
+        for (; at < count; ++at) WriteFrame(samples, at, ReadFrame(samples, at) * factor);
+    }
+};
+
+constexpr auto SCALE = KernelsOf<ScaleKernel>();
 
 class Gain final : public AudioEffect {
 public:
@@ -17,9 +39,7 @@ public:
 protected:
     void Run(const EffectBlock& block) const override {
         const int count = std::min(block.inputCount, block.outputCount);
-        for (int i = 0; i < count; ++i) {
-            WriteFrame(block.samples, i, ReadFrame(block.samples, i) * factor_);
-        }
+        SCALE.Active()(block.samples, count, factor_);
         WriteSilence(block.samples, count, block.outputCount);
     }
 
