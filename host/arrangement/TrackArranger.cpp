@@ -31,6 +31,18 @@ std::string KindText(const Item& item) {
     return item.kind == Item::Kind::Nested ? "nested " + item.schema : "clip";
 }
 
+/// A clip without its frames and its sound.
+PlacedClip ClipOf(const Item& item) {
+    PlacedClip clip;
+    clip.name = item.name;
+    clip.place = item.place;
+    clip.sound = item.sound;
+    clip.isPicture = item.isPicture;
+    clip.speed = item.speedProblem.empty() ? item.speed : 1.0;
+    clip.muted = item.muted || !item.enabled || !item.speedProblem.empty();
+    return clip;
+}
+
 /// The most frequent rate of the durations on a track, without time scales.
 std::optional<double> FrequentRate(const Track& track) {
     RateVote vote;
@@ -274,75 +286,78 @@ double TrackArranger::InPointSeconds(const Item& item, double cutSeconds, double
     return cutSeconds > 0.0 ? seconds + cutSeconds * speed : seconds;
 }
 
-/// @param droppedFrames  receives the frames at the beginning of the clip that are before its media
 /// @return false when the in-point is out of range
-bool TrackArranger::SetInPoint(const Item& item, double cutSeconds, PlacedClip& clip,
-                               int& droppedFrames) {
+bool TrackArranger::SetInPoint(const Item& item, double cutSeconds, PlacedClip& clip) {
     const double seconds = InPointSeconds(item, cutSeconds, clip.speed);
     const double frames = zrtl::RoundHalfAway((seconds * rules_.EngineRate()) / clip.speed);
     if (!(std::abs(frames) <= std::numeric_limits<int>::max())) return false;
-    droppedFrames = frames < 0.0 ? static_cast<int>(-frames) : 0;
+    clip.framesBeforeMedia = frames < 0.0 ? static_cast<int>(-frames) : 0;
     clip.sourceStartFrame = frames > 0.0 ? static_cast<int>(frames) : 0;
     return true;
+}
+
+/// Sets the frames of a clip on its track and its in-point.
+/// @return false when the clip is left out; it is reported
+bool TrackArranger::SetFrames(const Item& item, const KeptTime& time, PlacedClip& clip) {
+    clip.startFrame = Frame(time.kept.begin, item.place);
+    clip.endFrame = Frame(time.kept.end, item.place);
+    if (clip.startFrame >= clip.endFrame) {
+        report_.Add(KindText(item), item.place, "it is shorter than a frame and is left out");
+        return false;
+    }
+    if (!item.speedProblem.empty()) {
+        report_.Add(KindText(item), item.place, item.speedProblem, Severity::Silence);
+    }
+    if (SetInPoint(item, time.cutAtStart, clip)) return true;
+    report_.Add(KindText(item), item.place, "its in-point is out of range; it is left out",
+                Severity::Silence);
+    return false;
+}
+
+/// Sets the level, the effects, the fades and the media of a clip that begins with its media.
+void TrackArranger::SetSound(const Item& item, const KeptTime& time, PlacedClip& clip) {
+    const int dropped = clip.framesBeforeMedia;
+    clip.level = ToCurve(item.level, rules_.fps, time.cutAtStart + dropped / rules_.EngineRate(),
+                         item.place, report_);
+    clip.effects = item.effects;
+    SetFades(item, Frame(time.cutAtStart, item.place) + dropped, Frame(time.cutAtEnd, item.place),
+             clip);
+    if (clip.composition == nullptr) clip.media = rules_.resolver->Resolve(item.media->url);
+}
+
+TrackArranger::KeptTime TrackArranger::KeptOf(Seconds position) const {
+    return {{std::max(position.begin, window_.begin) - window_.begin,
+             std::min(position.end, window_.end) - window_.begin},
+            std::max(0.0, window_.begin - position.begin),
+            std::max(0.0, position.end - window_.end)};
 }
 
 /// @return whether the clip was placed; a clip that was not is reported or unheard
 bool TrackArranger::PlaceClip(const Item& item, Seconds position,
                               std::shared_ptr<PlacedComposition> composition, PlacedTrack& placed) {
-    const std::string what = KindText(item);
-    const double cutSeconds = std::max(0.0, window_.begin - position.begin);
-    const Seconds kept{std::max(position.begin, window_.begin) - window_.begin,
-                       std::min(position.end, window_.end) - window_.begin};
-    if (kept.end <= kept.begin) {
-        report_.Add(what, item.place,
+    const KeptTime time = KeptOf(position);
+    if (time.kept.end <= time.kept.begin) {
+        report_.Add(KindText(item), item.place,
                     position.end > position.begin
                         ? "it is outside the source_range of its track or stack"
                         : "it has no length and is left out",
                     Severity::Note);
         return false;
     }
-    PlacedClip clip;
-    clip.name = item.name;
-    clip.place = item.place;
-    clip.sound = item.sound;
-    clip.isPicture = item.isPicture;
-    clip.speed = item.speedProblem.empty() ? item.speed : 1.0;
-    clip.muted = item.muted || !item.enabled || !item.speedProblem.empty();
+    PlacedClip clip = ClipOf(item);
     if (rules_.moments != nullptr) {
-        MeasureClip(item, kept, cutSeconds, clip.speed);
-        placed.clips.push_back(std::move(clip));
-        return true;
+        MeasureClip(item, time.kept, time.cutAtStart, clip.speed);
+    } else {
+        if (!SetFrames(item, time, clip)) return false;
+        clip.composition = std::move(composition);
+        // The comparison with the media reports the silence.
+        if (clip.framesBeforeMedia >= clip.endFrame - clip.startFrame) {
+            placed.unheard.push_back(std::move(clip));
+            return false;
+        }
+        clip.startFrame += clip.framesBeforeMedia;
+        SetSound(item, time, clip);
     }
-    clip.startFrame = Frame(kept.begin, item.place);
-    clip.endFrame = Frame(kept.end, item.place);
-    if (clip.startFrame >= clip.endFrame) {
-        report_.Add(what, item.place, "it is shorter than a frame and is left out");
-        return false;
-    }
-    if (!item.speedProblem.empty()) {
-        report_.Add(what, item.place, item.speedProblem, Severity::Silence);
-    }
-    int droppedFrames = 0;
-    if (!SetInPoint(item, cutSeconds, clip, droppedFrames)) {
-        report_.Add(what, item.place, "its in-point is out of range; it is left out",
-                    Severity::Silence);
-        return false;
-    }
-    clip.framesBeforeMedia = droppedFrames;
-    clip.composition = std::move(composition);
-    // The comparison with the media reports the silence.
-    if (droppedFrames >= clip.endFrame - clip.startFrame) {
-        placed.unheard.push_back(std::move(clip));
-        return false;
-    }
-    clip.startFrame += droppedFrames;
-    clip.level = ToCurve(item.level, rules_.fps, cutSeconds + droppedFrames / rules_.EngineRate(),
-                         item.place, report_);
-    const double cutAtEnd = std::max(0.0, position.end - window_.end);
-    clip.effects = item.effects;
-    SetFades(item, Frame(cutSeconds, item.place) + droppedFrames, Frame(cutAtEnd, item.place),
-             clip);
-    if (clip.composition == nullptr) clip.media = rules_.resolver->Resolve(item.media->url);
     placed.clips.push_back(std::move(clip));
     return true;
 }

@@ -63,6 +63,14 @@ private:
         Neighbour after;
     };
 
+    /// The time of an item within the window, counted from the window's beginning, and the seconds
+    /// that the window cuts off.
+    struct KeptTime {
+        Seconds kept;
+        double cutAtStart = 0.0;
+        double cutAtEnd = 0.0;
+    };
+
     /// The content of a nested item and its length.
     struct Nested {
         std::shared_ptr<PlacedComposition> composition;
@@ -83,7 +91,10 @@ private:
     bool PlaceClip(const Item& item, Seconds position,
                    std::shared_ptr<PlacedComposition> composition, PlacedTrack& placed);
     double InPointSeconds(const Item& item, double cutSeconds, double speed);
-    bool SetInPoint(const Item& item, double cutSeconds, PlacedClip& clip, int& droppedFrames);
+    bool SetInPoint(const Item& item, double cutSeconds, PlacedClip& clip);
+    KeptTime KeptOf(Seconds position) const;
+    bool SetFrames(const Item& item, const KeptTime& time, PlacedClip& clip);
+    void SetSound(const Item& item, const KeptTime& time, PlacedClip& clip);
     int Frame(double seconds, const SourceLocation& place) const;
     void MeasureClip(const Item& item, Seconds kept, double cutSeconds, double speed);
     void MeasureTransition(const Pending& pending);
