@@ -8,6 +8,7 @@
 
 #include "host/shell/Text.h"
 #include "host/shell/TextColumns.h"
+#include "host/shell/Timecode.h"
 
 namespace orlo::host {
 
@@ -22,23 +23,14 @@ double DoneShare(const ProgressState& state) {
     return static_cast<double>(state.done) / static_cast<double>(state.total);
 }
 
-/// "0:05", "1:02:03".
-std::string ClockText(double seconds) {
-    const long long whole = std::llround(seconds);
-    char text[64];
-    if (whole >= 3600) {
-        std::snprintf(text, sizeof(text), "%lld:%02lld:%02lld", whole / 3600, whole / 60 % 60,
-                      whole % 60);
-    } else {
-        std::snprintf(text, sizeof(text), "%lld:%02lld", whole / 60, whole % 60);
-    }
-    return text;
+std::string RoundedClock(double seconds) {
+    return ClockText(std::llround(seconds));
 }
 
 std::string CountText(const ProgressState& state) {
     if (state.unitsPerSecond > 0.0) {
-        return ClockText(static_cast<double>(state.done) / state.unitsPerSecond) + " of " +
-               ClockText(static_cast<double>(state.total) / state.unitsPerSecond);
+        return RoundedClock(static_cast<double>(state.done) / state.unitsPerSecond) + " of " +
+               RoundedClock(static_cast<double>(state.total) / state.unitsPerSecond);
     }
     return std::to_string(state.done) + " of " + std::to_string(state.total) + " " + state.unit;
 }
@@ -68,8 +60,9 @@ std::string LineWithBar(const ProgressState& state, const std::string& head,
 std::string ProgressLine(const ProgressState& state, int columns) {
     const int room = std::max(columns - 1, 0);
     const std::string percent = PercentText(state);
-    const std::string left =
-        state.secondsLeft < 0.0 ? percent : percent + ", " + ClockText(state.secondsLeft) + " left";
+    const std::string left = state.secondsLeft < 0.0
+                                 ? percent
+                                 : percent + ", " + RoundedClock(state.secondsLeft) + " left";
     const std::string named =
         state.file.empty() ? state.step
                            : state.step + " " + CutToColumns(OneLine(state.file), MAX_FILE_COLUMNS);

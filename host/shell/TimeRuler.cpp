@@ -137,15 +137,7 @@ std::string RulerLabel(double seconds, double step) {
     const long long signedUnits = zrtl::TruncToInt64(zrtl::RoundHalfAway(seconds * unit));
     const long long units = std::abs(signedUnits);
     const long long perSecond = std::llround(unit);
-    const long long whole = units / perSecond;
-    char text[64];
-    if (whole >= 3600) {
-        std::snprintf(text, sizeof(text), "%lld:%02lld:%02lld", whole / 3600, whole / 60 % 60,
-                      whole % 60);
-    } else {
-        std::snprintf(text, sizeof(text), "%lld:%02lld", whole / 60, whole % 60);
-    }
-    std::string label = signedUnits < 0 ? std::string("-") + text : std::string(text);
+    std::string label = (signedUnits < 0 ? "-" : "") + ClockText(units / perSecond);
     if (decimals > 0) {
         const std::string digits = std::to_string(units % perSecond);
         const auto places = static_cast<std::size_t>(decimals);

@@ -101,4 +101,15 @@ std::string TimecodeOfFrame(long long frame, double fps, bool dropFrame) {
     return text;
 }
 
+std::string ClockText(long long seconds) {
+    char text[64];
+    if (seconds >= 3600) {
+        std::snprintf(text, sizeof(text), "%lld:%02lld:%02lld", seconds / 3600, seconds / 60 % 60,
+                      seconds % 60);
+    } else {
+        std::snprintf(text, sizeof(text), "%lld:%02lld", seconds / 60, seconds % 60);
+    }
+    return text;
+}
+
 }  // namespace orlo::host

@@ -27,4 +27,8 @@ std::optional<double> FrameOfTimecode(std::string_view text, double fps);
 /// @param dropFrame  only where HasDropFrame(fps)
 std::string TimecodeOfFrame(long long frame, double fps, bool dropFrame);
 
+/// A time on a clock: "0:05", "1:02:03".
+/// @param seconds  0 or more
+std::string ClockText(long long seconds);
+
 }  // namespace orlo::host
