@@ -34,7 +34,9 @@ public:
     /// Makes an engine. When either path is empty, it has no database, no cache and no log, and
     /// does not access the disk.
     /// @param databasePath     the media database file, created when missing; its folder is not
-    ///                         created. The log is CacheErrorLog.txt in the same folder
+    ///                         created. The log is CacheErrorLog.txt in the same folder. With our
+    ///                         media library the file may also be a server file, which names a
+    ///                         database on a server (sonrel/database/DatabaseServer.h)
     /// @param cacheFolderPath  the media cache folder, created with its parents when missing
     /// @param error            receives the text of a failure; may be null
     /// @return the engine; empty on failure
