@@ -14,6 +14,7 @@ namespace orlo::project {
 
 struct CacheLedgerImpl;
 
+/// The kind of a cache file.
 enum class CacheFileKind : int { Conformed = 0, Peak = 1, Vfr = 2 };
 
 /// One record of the media database.

@@ -9,6 +9,7 @@ namespace orlo::project {
 
 struct AudioVideoSettingsImpl;
 
+/// The sample rate of a timeline, in hertz.
 enum class AudioSamplingRate : int {
     Hz8000,
     Hz11025,

@@ -376,9 +376,8 @@ packages() { check "Debian packages" build_packages; }
 
 build_packages() {
     rm -rf build/packages
-    configure package && build package SonrelInstallation &&
-        (cd build/package && cpack -B ../packages >../cpack.log 2>&1) ||
-        { cat build/cpack.log; return 1; }
+    configure package && build package SonrelInstallation || return
+    (cd build/package && cpack -B ../packages >../cpack.log 2>&1) || { cat build/cpack.log; return 1; }
     ls -l build/packages/*.deb && tools/check/check_packages.py build/packages &&
         lintian --allow-root --fail-on error,warning --tag-display-limit 0 build/packages/*.deb
 }
