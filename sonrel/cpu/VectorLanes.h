@@ -116,7 +116,7 @@ SONREL_ALWAYS_INLINE void Widen(const Shorts& shorts, Ints& ints) {
     ints = __builtin_convertvector(shorts, Ints);
 }
 
-/// Converts 32-bit integers to doubles. Of the general form GCC 12 makes two conversions for four lanes.
+/// Converts 32-bit integers to doubles. GCC 12 converts the halves of four lanes separately.
 template <typename L>
 SONREL_ALWAYS_INLINE void ToDoubles(const typename L::HalfInts& from, typename L::Doubles& to) {
 #if SONREL_X86 && !defined(__clang__)
