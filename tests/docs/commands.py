@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 """Runs the commands of the pages and compares their output with the output that the pages show.
 
-    tests/docs/commands.py PROGRAM [FOLDER] [--only WORD]
+    tests/docs/commands.py PROGRAM [FOLDER] [--only WORD]...
     tests/docs/commands.py --self-test
 
 The blocks of a page run one after another in one shell, in a new folder with the media files of
@@ -200,9 +200,10 @@ def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("program", type=pathlib.Path)
     parser.add_argument("folder", type=pathlib.Path, nargs="?", default=tempfile.gettempdir())
-    parser.add_argument("--only", default="", help="the pages with this word in their path")
+    parser.add_argument("--only", action="append", help="the pages with this word in their path")
     options = parser.parse_args()
-    chosen = [page for page in pages() if options.only in page]
+    words = options.only or [""]
+    chosen = [page for page in pages() if any(word in page for word in words)]
     with tempfile.TemporaryDirectory(prefix="sonrel-docs-", dir=options.folder) as folder:
         faults = run_pages(chosen, options.program.resolve(), pathlib.Path(folder).resolve())
     return 1 if faults else 0
