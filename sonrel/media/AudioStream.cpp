@@ -3,57 +3,17 @@
 
 #include <algorithm>
 
-#include "sonrel/media/detail/StreamInfo.h"
-
 namespace zrh::media::detail {
-namespace {
 
-/// The limit for the length that the container declares. It is used before the preparation only.
-constexpr std::int64_t MAX_FRAMES_PER_BYTE = 4096;
-
-int TypeOf(const AVStream& stream) {
-    switch (stream.codecpar->codec_type) {
-        case AVMEDIA_TYPE_AUDIO:
-            return 0;
-        case AVMEDIA_TYPE_VIDEO:
-            return 1;
-        case AVMEDIA_TYPE_SUBTITLE:
-            return 2;
-        default:
-            return 3;
-    }
-}
-
-std::int64_t DeclaredFrames(const AVFormatContext& context, const AVStream& stream, int rate,
-                            std::int64_t fileSize) {
-    if (rate <= 0) return 0;
-    std::int64_t frames = 0;
-    if (stream.duration > 0) {
-        frames = av_rescale_q(stream.duration, stream.time_base, AVRational{1, rate});
-    } else if (context.duration > 0) {
-        frames = av_rescale_q(context.duration, AVRational{1, AV_TIME_BASE}, AVRational{1, rate});
-    }
-    return frames > 0 && frames / MAX_FRAMES_PER_BYTE <= fileSize ? frames : 0;
-}
-
-}  // namespace
-
-AudioStream::AudioStream(std::shared_ptr<FileState> state, const AVFormatContext& context,
-                         const AVStream& stream)
+AudioStream::AudioStream(std::shared_ptr<FileState> state, const StreamDescription& description)
     : state_(std::move(state)),
-      info_(InfoOf(context, stream)),
-      number_(stream.index),
-      type_(TypeOf(stream)) {
-    if (type_ != 0) return;
-    const AVCodecParameters& parameters = *stream.codecpar;
-    rate_ = parameters.sample_rate;
-    channels_ = parameters.ch_layout.nb_channels;
-    DecodedFormat format;
-    format.format = static_cast<AVSampleFormat>(parameters.format);
-    format.rawBits = parameters.bits_per_raw_sample;
-    view_ = ViewOf(parameters.codec_id, format);
-    sampleCount_ = DeclaredFrames(context, stream, rate_, state_->file->Size());
-}
+      info_(description.info),
+      number_(description.number),
+      type_(description.type),
+      rate_(description.rate),
+      channels_(description.channels),
+      view_(description.view),
+      sampleCount_(description.frames) {}
 
 void AudioStream::SetIndex(std::shared_ptr<const StreamIndex> index) {
     index_ = std::move(index);

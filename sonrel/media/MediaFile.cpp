@@ -6,7 +6,6 @@
 #include "sonrel/media/detail/ChosenStream.h"
 #include "sonrel/media/detail/DownmixedStream.h"
 #include "sonrel/media/detail/MediaFileFactory.h"
-#include "sonrel/media/detail/StreamInfo.h"
 #include "sonrel/media/index/FileIndexer.h"
 #include "sonrel/media/index/IndexCache.h"
 #include "sonrel/media/input/FfmpegLibrary.h"
@@ -35,21 +34,21 @@ MediaError MediaFile::Open(const wchar_t* path, ZRAbstractMediaFile** file) {
     if (error != MediaError::None) return error;
     if (!isLoaded) return MediaError::LibraryNotLoaded;
     std::unique_ptr<Demuxer> demuxer;
-    error = Demuxer::Open(input, &demuxer);
+    std::shared_ptr<const FileDescription> description;
+    error = DescribeFile(input, &demuxer, &description);
     if (error != MediaError::None) return error;
-    *file = new MediaFile(std::move(input), std::move(demuxer));
+    *file = new MediaFile(std::move(input), std::move(demuxer), std::move(description));
     return MediaError::None;
 }
 
-MediaFile::MediaFile(std::shared_ptr<const InputFile> file, std::unique_ptr<Demuxer> demuxer)
-    : state_(std::make_shared<FileState>()), demuxer_(std::move(demuxer)) {
+MediaFile::MediaFile(std::shared_ptr<const InputFile> file, std::unique_ptr<Demuxer> demuxer,
+                     std::shared_ptr<const FileDescription> description)
+    : state_(std::make_shared<FileState>()),
+      description_(std::move(description)),
+      demuxer_(std::move(demuxer)) {
     state_->file = std::move(file);
-    const AVFormatContext& context = *demuxer_->Context();
-    formatName_ = context.iformat->name;
-    timecode_ = TagOf(context.metadata, "timecode");
-    timeReference_ = TagOf(context.metadata, "time_reference");
-    for (unsigned int i = 0; i < context.nb_streams; ++i) {
-        ownStreams_.push_back(std::make_shared<AudioStream>(state_, context, *context.streams[i]));
+    for (const StreamDescription& stream : description_->streams) {
+        ownStreams_.push_back(std::make_shared<AudioStream>(state_, stream));
         streams_.push_back(ownStreams_.back());
     }
 }

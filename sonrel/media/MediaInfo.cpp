@@ -49,9 +49,9 @@ int Describe(const std::wstring& path, MediaInfo* info, std::string* reason) {
 
     MediaInfo found;
     if (own != nullptr) {
-        found.format = own->FormatName();
-        found.timecode = own->Timecode();
-        found.timeReference = own->TimeReference();
+        found.format = own->Description().format;
+        found.timecode = own->Description().timecode;
+        found.timeReference = own->Description().timeReference;
     }
     for (const auto& stream : file->Streams()) found.streams.push_back(Describe(*stream));
     *info = std::move(found);

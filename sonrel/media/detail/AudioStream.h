@@ -6,9 +6,9 @@
 
 #include "sonrel/media/MediaInfo.h"
 #include "sonrel/media/ZRAbstractAudioStream.h"
+#include "sonrel/media/detail/FileDescription.h"
 #include "sonrel/media/detail/StreamReader.h"
 #include "sonrel/media/index/StreamIndex.h"
-#include "sonrel/media/input/Ffmpeg.h"
 #include "sonrel/media/input/InputFile.h"
 #include "sonrel/media/input/ReadMonitor.h"
 
@@ -22,8 +22,7 @@ struct FileState {
 /// One stream of an opened file.
 class AudioStream : public ZRAbstractAudioStream {
 public:
-    AudioStream(std::shared_ptr<FileState> state, const AVFormatContext& context,
-                const AVStream& stream);
+    AudioStream(std::shared_ptr<FileState> state, const StreamDescription& description);
 
     int StreamType() const override { return type_; }
     int SampleRate() const override { return rate_; }

@@ -7,6 +7,7 @@
 
 #include "sonrel/media/ZRAbstractMediaFile.h"
 #include "sonrel/media/detail/AudioStream.h"
+#include "sonrel/media/detail/FileDescription.h"
 #include "sonrel/media/input/Demuxer.h"
 
 namespace zrh::media::detail {
@@ -23,25 +24,23 @@ public:
     int Prepare() override;
     std::shared_ptr<ZRAbstractAudioStream> ChosenSound(const SoundChoice& choice) override;
 
-    const std::string& FormatName() const { return formatName_; }
-    const std::string& Timecode() const { return timecode_; }
-    const std::string& TimeReference() const { return timeReference_; }
+    const FileDescription& Description() const { return *description_; }
     /// The reason why Prepare failed, with its numbers; empty where its result is sufficient.
     const std::string& Reason() const { return reason_; }
 
     ~MediaFile() override;
 
 private:
-    MediaFile(std::shared_ptr<const InputFile> file, std::unique_ptr<Demuxer> demuxer);
+    MediaFile(std::shared_ptr<const InputFile> file, std::unique_ptr<Demuxer> demuxer,
+              std::shared_ptr<const FileDescription> description);
     MediaError FindIndex();
     std::shared_ptr<AudioStream> OwnAudioStream(int index) const;
 
     std::shared_ptr<FileState> state_;
-    std::string formatName_;
-    std::string timecode_;
-    std::string timeReference_;
+    std::shared_ptr<const FileDescription> description_;
     std::string reason_;
-    /// At the start of the file before the preparation; null afterwards.
+    /// At the start of the file before the preparation; null afterwards, and for a file whose
+    /// description was kept.
     std::unique_ptr<Demuxer> demuxer_;
     std::vector<std::shared_ptr<ZRAbstractAudioStream>> streams_;
     std::vector<std::shared_ptr<AudioStream>> ownStreams_;
