@@ -6,7 +6,7 @@
 
 #include "sonrel/base/Timing.h"
 #include "sonrel/mixer/detail/AudioMixerImpl.h"
-#include "sonrel/mixer/detail/GainLaw.h"
+#include "sonrel/mixer/detail/LayerSum.h"
 #include "sonrel/mixer/detail/ObjectRenderer.h"
 #include "sonrel/mixer/detail/PropertyReaders.h"
 
@@ -28,11 +28,12 @@ int CompositionMixer::MixBlock(const Block& block, double frameRate, zrtl::Stere
 
     const int videoFrame = zrtl::FrameAtSample(block.timelineStart, block.rate, frameRate);
     if (mixer_.OnlyCounts()) return CountBlock(block, videoFrame);
-    const auto sum = mixer_.floatBlocks.Acquire(block.count);
+    LayerSum sum(mixer_.floatBlocks, block.count);
     std::vector<unsigned char> samples;
     ObjectRenderer renderer(mixer_, project_, block, samples);
     composition_->Layers().ForEach([&](const std::shared_ptr<project::AbstractLayer>& layer) {
         if (!Sounds(*layer, videoFrame)) return;
+        sum.ReleaseSamples();  // the buffer is for the samples of this layer
         const double layerSeconds = layer->StartTime(project_->Assets()) / 1000.0;
         const int frames = renderer.Render(ClipOf(*project_, *layer));
         if (frames < 1) return;
@@ -42,14 +43,14 @@ int CompositionMixer::MixBlock(const Block& block, double frameRate, zrtl::Stere
             const std::lock_guard lock(mixer_.mutex);
             levels = ReadLevels(layer->Animation(), BlockTimes::Of(block).Since(layerSeconds));
         }
-        MixObjectIntoBlock(zrtl::ValuesOf(renderer.Frames()), frames, sum.get(), levels.start,
-                           levels.end, 0.0f);
+        sum.Add(zrtl::ValuesOf(renderer.Frames()), frames, levels);
     });
 
     if (metering_ == Metering::Allowed) {
-        mixer_.meters.ForMixBlock().FeedMaster(sum.get(), block.count);
+        const BlockMeters meters = mixer_.meters.ForMixBlock();
+        if (meters.IsRunning()) meters.FeedMaster(sum.Values(), block.count);
     }
-    mixer_.converter.FloatToInt16(sum.get(), zrtl::ValuesOf(output), block.count);
+    sum.Convert(mixer_.converter, zrtl::ValuesOf(output));
     return block.count;
 }
 

@@ -71,7 +71,7 @@ void ForEachMeterPart(const MixSpan& span, AudioMeterImpl* meter, Add add) {
 void AddWithLevels(const MixSpan& span, float startLevel, float endLevel, PanGains pan,
                    AudioMeterImpl* meter) {
     if (startLevel == endLevel) {
-        const float gain = PowerOfLevel(startLevel) * SAMPLE_SCALE;
+        const float gain = GainOfLevel(startLevel);
         ForEachMeterPart(span, meter, [&](const MixSpan& part, int, StereoPeaks* peaks) {
             AddWithGain(part, gain, pan, peaks);
         });
@@ -87,6 +87,10 @@ void AddWithLevels(const MixSpan& span, float startLevel, float endLevel, PanGai
 }
 
 }  // namespace
+
+float GainOfLevel(float level) {
+    return PowerOfLevel(level) * SAMPLE_SCALE;
+}
 
 void MixObjectIntoBlock(const short* samples, int frames, float* block, float startLevel,
                         float endLevel, float balance) {

@@ -23,12 +23,15 @@ boost::shared_array<float> AllocateZeroedBlock() {
 
 }  // namespace
 
-boost::shared_array<float> MixBlockPool::Acquire(int frames) {
+int MixBlockPool::Take() {
     if (static_cast<std::size_t>(depth_) == blocks_.size()) {
         blocks_.push_back({AllocateZeroedBlock(), 0});
     }
-    Block& block = blocks_[static_cast<std::size_t>(depth_)];
-    ++depth_;
+    return depth_++;
+}
+
+boost::shared_array<float> MixBlockPool::Zeroed(int taken, int frames) {
+    Block& block = blocks_[static_cast<std::size_t>(taken)];
     std::fill_n(block.floats.get(), block.writtenFloats, 0.0f);
     block.writtenFloats = 2 * frames;
     return block.floats;

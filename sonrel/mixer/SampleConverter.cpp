@@ -8,6 +8,7 @@
 
 #include "sonrel/mixer/detail/DitherGenerator.h"
 #include "sonrel/mixer/detail/Quantiser.h"
+#include "sonrel/mixer/detail/SampleConverterAccess.h"
 
 namespace orlo::sonrel {
 
@@ -30,7 +31,8 @@ std::uint32_t SeedFromClock() {
 }
 
 // Two draws per frame, and their sum.
-void ConvertTriangular(SampleConverterImpl& impl, const float* input, short* output, int frames) {
+template <class Input>
+void ConvertTriangular(SampleConverterImpl& impl, const Input& input, short* output, int frames) {
     alignas(32) float draws[2 * CHUNK_FRAMES];
     impl.generator.Draw(draws, 2 * frames);
     alignas(32) float noise[CHUNK_FRAMES];
@@ -39,7 +41,8 @@ void ConvertTriangular(SampleConverterImpl& impl, const float* input, short* out
 }
 
 // One draw per frame, minus the draw before.
-void ConvertHighPass(SampleConverterImpl& impl, const float* input, short* output, int frames) {
+template <class Input>
+void ConvertHighPass(SampleConverterImpl& impl, const Input& input, short* output, int frames) {
     alignas(32) float noise[CHUNK_FRAMES];
     impl.generator.Draw(noise, frames);
     detail::QuantiseFrames(input, {NoiseForm::Differenced, noise, impl.previousNoise}, output,
@@ -47,7 +50,8 @@ void ConvertHighPass(SampleConverterImpl& impl, const float* input, short* outpu
     impl.previousNoise = noise[frames - 1];
 }
 
-void ConvertChunk(SampleConverterImpl& impl, const float* input, short* output, int frames) {
+template <class Input>
+void ConvertChunk(SampleConverterImpl& impl, const Input& input, short* output, int frames) {
     switch (impl.type) {
         case DitherType::None:
             detail::QuantiseFrames(input, {NoiseForm::None}, output, frames);
@@ -60,6 +64,14 @@ void ConvertChunk(SampleConverterImpl& impl, const float* input, short* output, 
             return;
     }
     std::fill(output, output + 2 * frames, short{0});  // a type other than the three
+}
+
+template <class Input>
+void Convert(SampleConverterImpl& impl, const Input& input, short* output, int frameCount) {
+    for (int first = 0; first < frameCount; first += CHUNK_FRAMES) {
+        ConvertChunk(impl, input.From(first), output + 2 * static_cast<std::ptrdiff_t>(first),
+                     std::min(frameCount - first, CHUNK_FRAMES));
+    }
 }
 
 // The last draw is the previous noise of the next frame.
@@ -84,13 +96,7 @@ void SampleConverter::Reset(DitherType type, unsigned int seed) {
 }
 
 void SampleConverter::FloatToInt16(const float* input, short* output, int frameCount) {
-    while (frameCount > 0) {
-        const int frames = std::min(frameCount, CHUNK_FRAMES);
-        ConvertChunk(*impl_, input, output, frames);
-        input += 2 * static_cast<std::ptrdiff_t>(frames);
-        output += 2 * static_cast<std::ptrdiff_t>(frames);
-        frameCount -= frames;
-    }
+    Convert(*impl_, detail::FloatFrames{input}, output, frameCount);
 }
 
 void SampleConverter::Skip(long long frameCount) {
@@ -101,6 +107,11 @@ void SampleConverter::Skip(long long frameCount) {
 
 void SampleConverter::Continue(const SampleConverter& other) {
     *impl_ = *other.impl_;
+}
+
+void detail::SampleConverterAccess::Convert(SampleConverter& converter, const ScaledFrames& input,
+                                            short* output, int frameCount) {
+    sonrel::Convert(*converter.impl_, input, output, frameCount);
 }
 
 }  // namespace orlo::sonrel

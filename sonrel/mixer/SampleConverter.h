@@ -9,6 +9,10 @@ namespace orlo::sonrel {
 
 struct SampleConverterImpl;
 
+namespace detail {
+struct SampleConverterAccess;
+}
+
 /// The noise that is added before samples are cut to 16 bits. Both channels of a sample frame get
 /// the same noise. Any other value results in digital zero and draws nothing.
 enum class DitherType : int {
@@ -57,6 +61,7 @@ public:
     void Continue(const SampleConverter& other);
 
 private:
+    friend struct detail::SampleConverterAccess;
     std::unique_ptr<SampleConverterImpl> impl_;
 };
 

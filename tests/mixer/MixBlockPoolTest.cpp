@@ -49,6 +49,22 @@ TEST(MixBlockPool, ReturnsADifferentBlockEachTimeUntilItIsReset) {
     EXPECT_EQ(pool.Acquire(10).get(), second.get());
 }
 
+TEST(MixBlockPool, TakesABlockBeforeItIsZero) {
+    MixBlockPool pool;
+    const auto first = pool.Acquire(10);
+    Fill(first, 10);
+    pool.Reset();
+
+    const int taken = pool.Take();
+    EXPECT_EQ(pool.Depth(), 1);
+    EXPECT_NE(pool.Acquire(10).get(), first.get());
+    EXPECT_FALSE(IsZero(first));
+
+    const auto again = pool.Zeroed(taken, 10);
+    EXPECT_EQ(again.get(), first.get());
+    EXPECT_TRUE(IsZero(again));
+}
+
 TEST(MixBlockPool, KeepsABlockInUseWhileItGrows) {
     MixBlockPool pool;
     const auto first = pool.Acquire(1);

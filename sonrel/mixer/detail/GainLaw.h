@@ -22,6 +22,9 @@ class AudioMeter;
 /// starts again at its own start level. That sawtooth is meant and part of every mix's bytes.
 namespace orlo::sonrel::detail {
 
+/// The factor g of equal levels.
+float GainOfLevel(float level);
+
 /// Adds samples to the float block.
 /// @param samples     2 * frames values, left first
 /// @param frames      below 1 nothing happens

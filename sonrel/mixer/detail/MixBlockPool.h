@@ -21,7 +21,12 @@ public:
     /// Takes the next block.
     /// @param frames  stereo frames that the caller may write, at most BLOCK_FRAMES
     /// @return the block, held by value: the pool may grow while it is in use
-    boost::shared_array<float> Acquire(int frames);
+    boost::shared_array<float> Acquire(int frames) { return Zeroed(Take(), frames); }
+
+    /// Takes the next block without touching its memory. @return its number, for Zeroed
+    int Take();
+    /// The same as the result of Acquire, of a block that was taken.
+    boost::shared_array<float> Zeroed(int taken, int frames);
 
     /// Makes all blocks free again.
     void Reset() { depth_ = 0; }

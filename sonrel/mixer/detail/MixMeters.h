@@ -25,6 +25,8 @@ public:
     /// @param set  null outside a session
     explicit BlockMeters(std::shared_ptr<const MeterSet> set) : set_(std::move(set)) {}
 
+    /// Whether a session runs.
+    bool IsRunning() const { return set_ != nullptr; }
     /// The meter of a track; null outside a session and for a track that was added after the
     /// session started.
     AudioMeter* Track(std::size_t index) const {

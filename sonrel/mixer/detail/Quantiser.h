@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstddef>
+
 /// Float values to 16-bit samples. x = input * 32768.0f, in steps of the 16-bit scale.
 ///
 /// Rounding x half away from zero only decides whether it clips; the stored value is x cut
@@ -24,8 +26,25 @@ struct FrameNoise {
     float before = 0.0f;            ///< with Differenced, the noise of the frame before the first
 };
 
-/// @param input   2 * frames values, left first
+/// Interleaved values, left first.
+struct FloatFrames {
+    const float* values = nullptr;
+
+    FloatFrames From(int frame) const { return {values + 2 * static_cast<std::ptrdiff_t>(frame)}; }
+};
+
+/// Interleaved samples at a constant gain: each value is sample * gain in single precision.
+struct ScaledFrames {
+    const short* samples = nullptr;
+    float gain = 0.0f;
+
+    ScaledFrames From(int frame) const {
+        return {samples + 2 * static_cast<std::ptrdiff_t>(frame), gain};
+    }
+};
+
 /// @param output  room for 2 * frames samples
-void QuantiseFrames(const float* input, const FrameNoise& noise, short* output, int frames);
+void QuantiseFrames(const FloatFrames& input, const FrameNoise& noise, short* output, int frames);
+void QuantiseFrames(const ScaledFrames& input, const FrameNoise& noise, short* output, int frames);
 
 }  // namespace orlo::sonrel::detail

@@ -9,6 +9,8 @@
 #include <random>
 #include <vector>
 
+#include "sonrel/mixer/detail/Quantiser.h"
+#include "sonrel/mixer/detail/SampleConverterAccess.h"
 #include "tests/reference/ReferenceConverter.h"
 #include "tests/support/CpuPaths.h"
 #include "tests/support/Noise.h"
@@ -379,6 +381,36 @@ TEST_P(SampleConverterTest, EveryShortLengthIsConvertedWhole) {
             reference.FloatToInt16(input.data(), expected.data(), static_cast<int>(frames));
 
             ASSERT_EQ(Convert(converter, input), expected) << frames;
+        }
+    }
+}
+
+TEST_P(SampleConverterTest, SamplesAtAGainAreThoseOfTheirValues) {
+    std::mt19937 random(17);
+    for (const DitherType type : ALL_TYPES) {
+        SampleConverter converter(type, 7);
+        reference::SampleConverter reference(type, 7);
+        for (int round = 0; round < 300; ++round) {
+            const auto frames = static_cast<int>(1 + random() % 1700U);
+            const std::vector<short> samples = sonrel_tests::MakeNoise(
+                2 * static_cast<std::size_t>(frames), random(),
+                [](std::uint32_t bits) { return static_cast<short>(bits >> 16); });
+            // From silence to far above full scale, and infinite.
+            const float gain =
+                std::ldexp(1.0f + static_cast<float>(random() % 1000U) * 0.001f,
+                           round % 50 == 0 ? 200 : static_cast<int>(random() % 60U) - 40);
+            std::vector<float> input;
+            for (const short sample : samples) input.push_back(0.0f + sample * gain);
+            std::vector<short> expected(input.size());
+            reference.FloatToInt16(input.data(), expected.data(), frames);
+            std::vector<short> output(input.size() + 1, GUARD);
+
+            detail::SampleConverterAccess::Convert(converter, {samples.data(), gain}, output.data(),
+                                                   frames);
+
+            ASSERT_EQ(output.back(), GUARD);
+            output.pop_back();
+            ASSERT_EQ(output, expected) << frames << " frames, gain " << gain;
         }
     }
 }
