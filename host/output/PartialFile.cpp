@@ -92,7 +92,19 @@ void PartialFile::Write(std::string_view bytes) {
             Retry([&] { return write(descriptor_, bytes.data(), bytes.size()); });
         if (written <= 0) ThrowWriteError(label_, written < 0 ? errno : 0);
         bytes.remove_prefix(static_cast<std::size_t>(written));
+        written_ += written;
     }
+    StartWriteBack();
+}
+
+/// The disk works while the rest of the file is computed, so that Sync has little left to wait for.
+/// Sync reports the failures of the disk.
+void PartialFile::StartWriteBack() {
+    constexpr long long PIECE = 4 << 20;
+    const long long bytes = written_ - writeBackEnd_;
+    if (bytes < PIECE) return;
+    sync_file_range(descriptor_, writeBackEnd_, bytes, SYNC_FILE_RANGE_WRITE);
+    writeBackEnd_ = written_;
 }
 
 void PartialFile::WriteAt(std::string_view bytes, long long offset) {

@@ -29,7 +29,8 @@ public:
     /// file has none.
     const std::string& TemporaryName() const { return temporary_; }
 
-    /// Appends bytes. @throws JobError
+    /// Appends bytes. The system begins to write them to the disk after some megabytes.
+    /// @throws JobError
     void Write(std::string_view bytes);
     /// Replaces bytes that are already written. @throws JobError
     void WriteAt(std::string_view bytes, long long offset);
@@ -53,6 +54,7 @@ private:
     bool OpenNameless(const std::string& folder);
     void OpenTemporary();
     void GiveTemporaryName();
+    void StartWriteBack();
     void Close();
     bool Rename(const std::string& target, bool mustBeFree) const;
 
@@ -61,6 +63,8 @@ private:
     std::string temporary_;  ///< the hidden name, while it exists
     std::optional<int> permissions_;
     int descriptor_ = -1;
+    long long written_ = 0;       ///< bytes that were appended
+    long long writeBackEnd_ = 0;  ///< bytes that the system was asked to write to the disk
 };
 
 }  // namespace orlo::host
