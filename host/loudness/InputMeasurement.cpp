@@ -9,6 +9,7 @@
 #include "host/media/MixPreparation.h"
 #include "host/media/ReadCheck.h"
 #include "host/otio/TimelinePath.h"
+#include "host/shell/Cores.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"
@@ -50,7 +51,7 @@ InputMeasurement MeasureTimeline(const std::string& input, const GlobalOptions& 
         throw ConditionError(MissingMediaClause(input, missing));
     }
     const auto project = std::make_shared<project::Project>();
-    ImportMedia(*project, media);
+    ImportMedia(*project, media, AvailableCores());
     ConformAll(session, media, grid.rate, progress);
     CompareWithMedia(arrangement.tracks, arrangement.frameCount, grid, SoundsOf(media),
                      import.report);

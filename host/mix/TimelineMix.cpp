@@ -62,7 +62,7 @@ public:
         ClaimOutputs();
         if (!missing_.empty() && !global_.allowMissing) return {RefuseMissing(), {}};
         if (options_.NeedsManifest()) recorder_.Begin(media_);
-        ImportMedia(*project_, media_);
+        ImportMedia(*project_, media_, options_.jobs.Count());
         // With --strict no output is opened before all entries are known: bytes in a pipe cannot be
         // removed.
         if (options_.strict) {

@@ -14,6 +14,7 @@
 #include "host/play/PlayOutput.h"
 #include "host/play/PlaySession.h"
 #include "host/play/QuietStderr.h"
+#include "host/shell/Cores.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Terminal.h"
@@ -68,7 +69,7 @@ PlayTarget TimelineTarget(const GlobalOptions& global, const PlayOptions& option
     if (!missing.empty() && !global.allowMissing) {
         throw ConditionError(MissingMediaClause(options.input, missing));
     }
-    ImportMedia(*target.project, target.media);
+    ImportMedia(*target.project, target.media, AvailableCores());
     return target;
 }
 

@@ -9,6 +9,7 @@
 #include "host/report/PageEntries.h"
 #include "host/report/PageLanes.h"
 #include "host/report/PageMaker.h"
+#include "host/shell/Cores.h"
 #include "host/shell/Text.h"
 #include "host/timeline/ClipTexts.h"
 #include "host/timeline/MediaComparison.h"
@@ -44,7 +45,7 @@ public:
     }
 
     ReportPage Make(const EngineSession& session, Progress& progress) override {
-        ImportMedia(*project_, media_);
+        ImportMedia(*project_, media_, AvailableCores());
         ConformAll(session, media_, grid_.rate, progress);
         const MediaSounds sounds = SoundsOf(media_);
         clips_ = CompareWithMedia(Tracks(), FrameCount(), grid_, sounds, import_.report);

@@ -12,6 +12,7 @@
 
 #include "host/otio/JsonDocument.h"
 #include "host/shell/Errors.h"
+#include "host/shell/InParallel.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/LibraryMessage.h"
 #include "host/shell/Paths.h"
@@ -29,6 +30,7 @@
 #include "sonrel/media/ImportMediaAsset.h"
 #include "sonrel/media/MediaInfo.h"
 #include "sonrel/media/ZRMediaException.h"
+#include "sonrel/media/input/InterruptScope.h"
 #include "sonrel/media/input/MediaErrors.h"
 
 namespace orlo::host {
@@ -250,16 +252,18 @@ void RefuseMedia(const std::string& path, int code) {
     throw JobError("cannot read " + Quoted(path) + ": " + reason);
 }
 
-void ImportMedia(project::Project& project, std::vector<MediaUse>& media) {
-    for (MediaUse& use : media) {
+void ImportMedia(project::Project& project, std::vector<MediaUse>& media, int jobs) {
+    InParallel(media.size(), jobs, [&](std::size_t number) {
+        const zrh::media::InterruptScope stopMedia(Interrupted);
+        MediaUse& use = media[number];
         if (IsMissing(use.location)) {
             use.fit.silence = MISSING_MEDIA_REASON;
             use.asset = SilentAsset(project, {});
         } else {
             use.asset = ImportUse(project, use);
         }
-        project.Assets().Add(use.asset);
-    }
+    });
+    for (const MediaUse& use : media) project.Assets().Add(use.asset);
 }
 
 SoundFit FitOf(const zrh::media::MediaInfo& info, const zrh::media::SoundChoice& sound) {

@@ -81,8 +81,9 @@ Json MissingJson(const std::vector<MediaUse>& missing);
 
 /// Creates the assets for the media of a timeline and adds them to a project. Missing media become
 /// assets without sound. Media files without sound, and missing streams, are marked as silent.
-/// @throws JobError with the name of a file that cannot be read
-void ImportMedia(project::Project& project, std::vector<MediaUse>& media);
+/// @param jobs  files that are read at the same time
+/// @throws JobError with the name of the first file that cannot be read
+void ImportMedia(project::Project& project, std::vector<MediaUse>& media, int jobs);
 
 /// Creates the asset of a media file with sound. @throws JobError with the name of the file
 std::shared_ptr<project::MediaAsset> ImportMediaFile(project::Project& project,

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+// The media files of a timeline, read by several jobs.
+#include <gtest/gtest.h>
+
+#include "host/shell/Errors.h"
+#include "host/timeline/Input.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/WaveBytes.h"
+
+namespace orlo::host {
+namespace {
+
+using sonrel_tests::ConformedFileBytes;
+using sonrel_tests::TemporaryFolder;
+using sonrel_tests::WriteFile;
+
+class ImportJobsTest : public testing::TestWithParam<int> {
+protected:
+    /// Adds a file with some bytes to the media.
+    void Add(const std::string& name, const std::string& bytes) {
+        WriteFile(folder_ / name, bytes);
+        MediaUse use;
+        use.location.path = folder_ / name;
+        media_.push_back(use);
+    }
+
+    /// The error message of the import; empty without an error.
+    std::string Import() {
+        try {
+            ImportMedia(*project_, media_, GetParam());
+        } catch (const JobError& error) {
+            return error.what();
+        }
+        return {};
+    }
+
+    TemporaryFolder folder_;
+    std::vector<MediaUse> media_;
+    std::shared_ptr<project::Project> project_ = std::make_shared<project::Project>();
+};
+
+INSTANTIATE_TEST_SUITE_P(Jobs, ImportJobsTest, testing::Values(1, 2, 7));
+
+TEST_P(ImportJobsTest, GiveEachUseTheAssetOfItsFileInOrder) {
+    for (int i = 0; i < 20; ++i) Add(std::to_string(i) + ".wav", ConformedFileBytes(1000 + i));
+
+    EXPECT_EQ(Import(), "");
+
+    ASSERT_EQ(project_->Assets().All().size(), media_.size());
+    for (std::size_t i = 0; i < media_.size(); ++i) {
+        EXPECT_EQ(project_->Assets().All()[i], media_[i].asset);
+        EXPECT_EQ(media_[i].asset->AudioStream()->NativeSampleCount(), 1000 + static_cast<int>(i));
+    }
+}
+
+TEST_P(ImportJobsTest, ReportTheFirstFileThatCannotBeRead) {
+    for (int i = 0; i < 20; ++i) {
+        Add(std::to_string(i) + ".wav", i % 8 < 6 ? ConformedFileBytes(1000) : "no sound");
+    }
+
+    const std::string message = Import();
+
+    EXPECT_NE(message.find("/6.wav"), std::string::npos) << message;
+    EXPECT_EQ(project_->Assets().All().size(), 0U);
+}
+
+}  // namespace
+}  // namespace orlo::host

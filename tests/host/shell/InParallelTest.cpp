@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: MIT
+#include "host/shell/InParallel.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include "host/shell/Interrupt.h"
+
+namespace orlo::host {
+namespace {
+
+constexpr std::size_t COUNT = 100;
+
+/// The calls with each number.
+using Counters = std::unique_ptr<std::atomic<int>[]>;
+
+Counters NewCounters() {
+    return std::make_unique<std::atomic<int>[]>(COUNT);
+}
+
+TEST(InParallel, CallsTheWorkOnceWithEachNumber) {
+    for (const int jobs : {-1, 0, 1, 2, 7, 200}) {
+        const Counters calls = NewCounters();
+
+        InParallel(COUNT, jobs, [&](std::size_t number) { ++calls[number]; });
+
+        for (std::size_t i = 0; i < COUNT; ++i) EXPECT_EQ(calls[i], 1) << jobs << " jobs, " << i;
+    }
+}
+
+TEST(InParallel, WithoutNumbersCallsNothing) {
+    InParallel(0, 4, [](std::size_t) { FAIL(); });
+}
+
+TEST(InParallel, WithOneJobStaysOnThisThreadInOrder) {
+    std::size_t next = 0;
+
+    InParallel(COUNT, 1, [&, caller = std::this_thread::get_id()](std::size_t number) {
+        EXPECT_EQ(std::this_thread::get_id(), caller);
+        EXPECT_EQ(number, next++);
+    });
+}
+
+TEST(InParallel, OfTwoFailuresRethrowsThatOfTheLowestNumberAndBeginsNoOther) {
+    const Counters calls = NewCounters();
+    std::atomic<bool> hasFailed = false;
+    const auto work = [&](std::size_t number) {
+        ++calls[number];
+        if (number == 5) {
+            hasFailed = true;
+            throw std::runtime_error("5");
+        }
+        if (number == 3) {
+            while (!hasFailed) std::this_thread::yield();
+            throw std::runtime_error("3");
+        }
+    };
+
+    std::string failure;
+    try {
+        InParallel(COUNT, 2, work);
+    } catch (const std::runtime_error& error) {
+        failure = error.what();
+    }
+
+    EXPECT_EQ(failure, "3");
+    for (std::size_t i = 0; i < COUNT; ++i) EXPECT_EQ(calls[i], i <= 5 ? 1 : 0) << i;
+}
+
+TEST(InParallel, EachCallPollsTheInterruptFlagOfTheCaller) {
+    std::atomic<bool> flag = true;
+    const InterruptFlagScope scope(&flag);
+    std::atomic<int> interrupted = 0;
+
+    InParallel(COUNT, 4, [&](std::size_t) { interrupted += Interrupted() ? 1 : 0; });
+
+    EXPECT_EQ(interrupted, static_cast<int>(COUNT));
+}
+
+}  // namespace
+}  // namespace orlo::host
