@@ -66,10 +66,20 @@ unsigned char* MixSink::Next(int frames) {
     return reinterpret_cast<unsigned char*>(room);
 }
 
+void MixSink::Pass(const unsigned char* samples, long long frames) {
+    Flush();
+    PassOn(reinterpret_cast<const short*>(samples), static_cast<std::size_t>(frames));
+}
+
 void MixSink::Flush() {
-    if (writer_ != nullptr) writer_->Write(buffer_.data(), static_cast<long long>(filled_));
-    if (loudness_ != nullptr) loudness_->Add(buffer_.data(), filled_);
+    PassOn(buffer_.data(), filled_);
     filled_ = 0;
+}
+
+void MixSink::PassOn(const short* frames, std::size_t count) {
+    if (count == 0) return;
+    if (writer_ != nullptr) writer_->Write(frames, static_cast<long long>(count));
+    if (loudness_ != nullptr) loudness_->Add(frames, count);
 }
 
 void RequireMixed(int mixed, int count, long long position, const FrameGrid& grid) {

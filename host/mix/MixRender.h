@@ -26,10 +26,15 @@ public:
 
     /// Returns space for @p frames more stereo frames, to be filled before the next call.
     unsigned char* Next(int frames);
+    /// Passes on frames that are complete, after all frames before.
+    /// @param samples  4 * frames bytes
+    void Pass(const unsigned char* samples, long long frames);
     /// Passes on the remaining frames.
     void Flush();
 
 private:
+    void PassOn(const short* frames, std::size_t count);
+
     SoundWriter* writer_;
     LoudnessMeter* loudness_;
     std::vector<short> buffer_;

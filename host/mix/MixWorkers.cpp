@@ -2,7 +2,6 @@
 #include "host/mix/MixWorkers.h"
 
 #include <algorithm>
-#include <cstring>
 #include <system_error>
 #include <utility>
 
@@ -221,17 +220,11 @@ MixWorkers::Chunk MixWorkers::Await(long long chunk) {
 }
 
 void MixWorkers::PassOn(const Chunk& chunk) const {
-    const long long start = blocks_.Start(chunk.firstBlock);
+    const long long frames = blocks_.Start(chunk.endBlock) - blocks_.Start(chunk.firstBlock);
     std::size_t index = 0;
     for (const MixGroup& group : groups_) {
         for (const MixSignal& signal : group.signals) {
-            const unsigned char* const samples = chunk.samples[index++].get();
-            for (long long i = chunk.firstBlock; i < chunk.endBlock; ++i) {
-                const BlockRange block = blocks_[i];
-                std::memcpy(signal.sink->Next(block.count),
-                            samples + (block.position - start) * zrtl::FRAME_BYTES,
-                            static_cast<std::size_t>(block.count) * zrtl::FRAME_BYTES);
-            }
+            signal.sink->Pass(chunk.samples[index++].get(), frames);
         }
     }
 }
