@@ -14,6 +14,7 @@
 #include "host/mix/MixRender.h"
 #include "host/mix/Normalization.h"
 #include "host/otio/JsonDocument.h"
+#include "host/shell/Cores.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/Paths.h"
@@ -189,7 +190,7 @@ void Project::OpenMedia() {
     if (!missing.empty() && !allowMissing_) {
         throw host::ConditionError(host::MissingMediaClause(path_, missing));
     }
-    host::ImportMedia(*built->project, built->media);
+    host::ImportMedia(*built->project, built->media, host::AvailableCores());
     built->report = import_.report;
     built_ = std::make_unique<ProcessOwned<Built>>(std::move(built));
 }
