@@ -13,8 +13,8 @@ constexpr double MS_PER_SECOND = 1000.0;
 /// Level of a factor of 0: below the noise of any dither.
 constexpr double SILENT_DECIBELS = -144.0;
 /// Levels and pans below these are those of a file that stores a default as a rounded number.
-constexpr double LEAST_DECIBELS = 0.0005;
-constexpr double LEAST_PAN = 0.0005;
+constexpr double MIN_DECIBELS = 0.0005;
+constexpr double MIN_PAN = 0.0005;
 /// A level is interpolated in decibels, and a factor is not. Between two factors that differ by
 /// more than a decibel, the level has this many parts.
 constexpr int PARTS = 8;
@@ -52,7 +52,7 @@ void NoteSilentLevel(const SoundTarget& target, ImportReport& report) {
 }
 
 bool IsPanned(const Item& item) {
-    return item.pan && std::abs(*item.pan) >= static_cast<float>(LEAST_PAN);
+    return item.pan && std::abs(*item.pan) >= static_cast<float>(MIN_PAN);
 }
 
 /// Whether a clip is half of a stereo clip. A pan to one side is its channel.
@@ -154,7 +154,7 @@ void AddGain(const SoundTarget& target, double gain, ImportReport& report) {
     }
     if (gain == 0.0) NoteSilentLevel(target, report);
     const double decibels = Decibels(gain);
-    if (std::abs(decibels) < LEAST_DECIBELS) return;
+    if (std::abs(decibels) < MIN_DECIBELS) return;
     Level level;
     level.decibels = static_cast<float>(decibels);
     AddLevel(target, level, report);
@@ -179,7 +179,7 @@ void AddGains(const SoundTarget& target, std::vector<GainKey> keys, ImportReport
 void SetPan(const SoundTarget& target, double pan, ImportReport& report) {
     if (!(pan >= -1.0 && pan <= 1.0)) {
         report.Add("pan", target.place, "it is outside its range and is ignored");
-    } else if (std::abs(pan) >= LEAST_PAN) {
+    } else if (std::abs(pan) >= MIN_PAN) {
         *target.pan = static_cast<float>(pan);
     }
 }

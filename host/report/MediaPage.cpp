@@ -60,12 +60,12 @@ private:
         page.grid = grid_;
         page.from = static_cast<double>(span.start) / grid_.rate;
         page.duration = static_cast<double>(span.Count()) / grid_.rate;
-        page.facts = {{"Media file", options_.input},
-                      {"Length", FormatDuration(page.duration)},
-                      {"From", FormatTimecode(span.start, grid_)},
-                      {"To", FormatTimecode(span.end, grid_)},
-                      {"Frame rate", FormatNumber(grid_.fps, 6)},
-                      {"Sample rate", std::to_string(grid_.rate) + " Hz"}};
+        page.info = {{"Media file", options_.input},
+                     {"Length", FormatDuration(page.duration)},
+                     {"From", FormatTimecode(span.start, grid_)},
+                     {"To", FormatTimecode(span.end, grid_)},
+                     {"Frame rate", FormatNumber(grid_.fps, 6)},
+                     {"Sample rate", std::to_string(grid_.rate) + " Hz"}};
         page.summary = MakeSummary().Rows();
         page.lanes.push_back(LaneOf(page, static_cast<double>(total) / grid_.rate));
         ShowLevels(*levels_, page);

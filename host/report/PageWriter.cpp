@@ -30,9 +30,9 @@ std::string HeadOf(const ReportPage& page) {
            "</style></head>\n";
 }
 
-std::string FactsOf(const ReportPage& page) {
+std::string InfoList(const ReportPage& page) {
     std::string html = "<dl class=\"facts\">\n";
-    for (const auto& [name, value] : page.facts) {
+    for (const auto& [name, value] : page.info) {
         html += "<div><dt>" + XmlText(name) + "</dt><dd>" + XmlText(value) + "</dd></div>\n";
     }
     return html + "</dl>\n";
@@ -125,7 +125,7 @@ std::string EntriesOf(const ReportPage& page) {
 }  // namespace
 
 std::string PageDocument(const ReportPage& page) {
-    return HeadOf(page) + "<body><header><h1>" + XmlText(page.title) + "</h1>\n" + FactsOf(page) +
+    return HeadOf(page) + "<body><header><h1>" + XmlText(page.title) + "</h1>\n" + InfoList(page) +
            "</header>\n<div class=\"top\">" + SummaryOf(page) + LoudnessOf(page) + "</div>\n" +
            LanesOf(page) + EntriesOf(page) + "<footer>Made by Sonrel " + VERSION +
            ".</footer>\n<script type=\"application/json\" " + "id=\"curves\">" +

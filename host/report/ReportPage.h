@@ -89,7 +89,7 @@ struct PageEntry {
 
 struct ReportPage {
     std::string title;
-    std::vector<std::pair<std::string, std::string>> facts;  ///< name and value
+    std::vector<std::pair<std::string, std::string>> info;  ///< name and value
     std::vector<SummaryRow> summary;
     std::vector<std::pair<std::string, std::string>> loudness;  ///< name and value
     FrameGrid grid;

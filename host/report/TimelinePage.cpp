@@ -101,7 +101,7 @@ private:
         page.grid = grid_;
         page.from = static_cast<double>(span_.start) / grid_.rate;
         page.duration = static_cast<double>(span_.Count()) / grid_.rate;
-        page.facts = Facts(page);
+        page.info = InfoOf(page);
         page.summary = MakeSummary().Rows();
         PageLanes lanes({grid_, page.from, page.from + page.duration}, sounds);
         if (nested_ != nullptr) {
@@ -118,7 +118,7 @@ private:
         return page;
     }
 
-    std::vector<std::pair<std::string, std::string>> Facts(const ReportPage& page) const {
+    std::vector<std::pair<std::string, std::string>> InfoOf(const ReportPage& page) const {
         return {{"Timeline", options_.input},
                 {"Length", FormatDuration(page.duration)},
                 {"From", FormatTimecode(span_.start, grid_)},

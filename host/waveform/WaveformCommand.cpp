@@ -20,7 +20,7 @@
 #include "host/waveform/ClippedStretches.h"
 #include "host/waveform/FramePicture.h"
 #include "host/waveform/PicturePainter.h"
-#include "host/waveform/SoundFacts.h"
+#include "host/waveform/SoundInfo.h"
 #include "host/waveform/StreamReader.h"
 #include "host/waveform/WaveformPicture.h"
 

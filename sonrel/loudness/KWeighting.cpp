@@ -33,7 +33,7 @@ using Quad = Lanes<32>::Doubles;
 
 /// A state of less than this, in 16-bit steps, becomes 0 at the end of a call. Silence would
 /// otherwise end in denormal numbers, which are slow.
-constexpr double SMALLEST_STATE = 1e-20;
+constexpr double MIN_STATE = 1e-20;
 
 struct Pair {
     Quad first;
@@ -209,7 +209,7 @@ constexpr auto ENERGY = KernelsOf<EnergyKernel>();
 
 void DropSmallStates(double (&states)[4]) {
     for (double& state : states) {
-        if (std::fabs(state) < SMALLEST_STATE) state = 0.0;
+        if (std::fabs(state) < MIN_STATE) state = 0.0;
     }
 }
 

@@ -50,7 +50,7 @@ struct MultiplyConjugateKernel {
 };
 
 /// A value that is not a number never replaces the largest.
-struct LargestRealPartKernel {
+struct MaxRealPartKernel {
     using Signature = double(const double* values, std::size_t count);
     static constexpr CpuPath WIDEST = CpuPath::Avx512;
 
@@ -82,7 +82,7 @@ struct LargestRealPartKernel {
 };
 
 constexpr auto MULTIPLY_CONJUGATE = KernelsOf<MultiplyConjugateKernel>();
-constexpr auto LARGEST_REAL_PART = KernelsOf<LargestRealPartKernel>();
+constexpr auto MAX_REAL_PART = KernelsOf<MaxRealPartKernel>();
 
 // ---- The peak ----------------------------------------------------------------------------------
 
@@ -115,7 +115,7 @@ struct Stretch {
 };
 
 std::vector<Stretch> StretchesOf(const Correlation& correlation) {
-    const auto largestRealPart = LARGEST_REAL_PART.Active();
+    const auto maxRealPart = MAX_REAL_PART.Active();
     // The first value after the scaled values may be an imaginary part.
     const std::size_t border = std::min(correlation.count, (correlation.scaled + 1) / 2 * 2);
     std::vector<Stretch> stretches;
@@ -123,7 +123,7 @@ std::vector<Stretch> StretchesOf(const Correlation& correlation) {
     for (std::size_t begin = 0; begin < correlation.count;) {
         const std::size_t limit = begin < border ? border : correlation.count;
         const std::size_t end = std::min(limit, begin + STRETCH);
-        const double largest = largestRealPart(correlation.values + begin, end - begin);
+        const double largest = maxRealPart(correlation.values + begin, end - begin);
         stretches.push_back({begin, end, largest * ScaleAt(correlation, begin)});
         begin = end;
     }

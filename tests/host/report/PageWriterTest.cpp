@@ -80,7 +80,7 @@ TEST(PageWriter, NamesOfATimelineAreTextEverywhere) {
     lane.transitions = {transition};
     ReportPage page;
     page.title = attack;
-    page.facts = {{"Timeline", attack}};
+    page.info = {{"Timeline", attack}};
     page.summary = {{"attention", attack}};
     page.duration = 1.0;
     page.lanes = {lane};

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/waveform/SoundFacts.h"
+#include "host/waveform/SoundInfo.h"
 
 #include <gtest/gtest.h>
 
