@@ -9,7 +9,7 @@
 #include "host/media/MixPreparation.h"
 #include "host/media/ReadCheck.h"
 #include "host/otio/TimelinePath.h"
-#include "host/shell/Cores.h"
+#include "host/process/Cores.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Text.h"

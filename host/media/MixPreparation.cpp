@@ -2,7 +2,7 @@
 #include "host/media/MixPreparation.h"
 
 #include "host/media/Conforming.h"
-#include "host/shell/Cores.h"
+#include "host/process/Cores.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Text.h"
 

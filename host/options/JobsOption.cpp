@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "host/options/OptionTypes.h"
-#include "host/shell/Cores.h"
+#include "host/process/Cores.h"
 
 namespace orlo::host {
 

@@ -14,7 +14,7 @@
 #include "host/play/PlayOutput.h"
 #include "host/play/PlaySession.h"
 #include "host/play/QuietStderr.h"
-#include "host/shell/Cores.h"
+#include "host/process/Cores.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/Paths.h"
 #include "host/shell/Terminal.h"

@@ -7,9 +7,9 @@
 #include <system_error>
 #include <variant>
 
+#include "host/process/SystemLimits.h"
 #include "host/program/CommandLineParser.h"
 #include "host/shell/Outcome.h"
-#include "host/shell/SystemLimits.h"
 #include "host/shell/Text.h"
 
 namespace orlo::host {

@@ -5,7 +5,7 @@
 
 #include "host/measure/LevelSummary.h"
 #include "host/media/PeakMaking.h"
-#include "host/shell/Cores.h"
+#include "host/process/Cores.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Text.h"
 

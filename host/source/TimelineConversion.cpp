@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "host/otio/TimelinePath.h"
-#include "host/shell/ChildProcess.h"
+#include "host/process/ChildProcess.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/Text.h"

@@ -11,8 +11,8 @@
 #include <utility>
 
 #include "host/otio/JsonDocument.h"
+#include "host/process/InParallel.h"
 #include "host/shell/Errors.h"
-#include "host/shell/InParallel.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/LibraryMessage.h"
 #include "host/shell/Paths.h"

@@ -12,7 +12,7 @@
 #include "host/mix/MixRender.h"
 #include "host/output/OutputGuard.h"
 #include "host/output/WavWriter.h"
-#include "host/shell/Cores.h"
+#include "host/process/Cores.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/Paths.h"

@@ -11,9 +11,9 @@
 #include <thread>
 #include <utility>
 
+#include "host/process/SystemLimits.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
-#include "host/shell/SystemLimits.h"
 #include "sonrel/media/input/InterruptScope.h"
 
 namespace py = pybind11;

@@ -14,7 +14,7 @@
 #include "host/mix/MixRender.h"
 #include "host/mix/Normalization.h"
 #include "host/otio/JsonDocument.h"
-#include "host/shell/Cores.h"
+#include "host/process/Cores.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Interrupt.h"
 #include "host/shell/Paths.h"

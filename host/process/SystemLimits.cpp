@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/shell/SystemLimits.h"
+#include "host/process/SystemLimits.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>

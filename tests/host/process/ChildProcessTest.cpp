@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/shell/ChildProcess.h"
+#include "host/process/ChildProcess.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/shell/Cores.h"
+#include "host/process/Cores.h"
 
 #include <sched.h>
 

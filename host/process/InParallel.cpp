@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/shell/InParallel.h"
+#include "host/process/InParallel.h"
 
 #include <algorithm>
 #include <exception>
