@@ -19,6 +19,39 @@ double AllowedDifference(const Measure& place, const Measure& whole, int rate) {
     return AGREEMENT_SECONDS * rate + DRIFT_ALLOWANCE * distance;
 }
 
+using Points = std::vector<std::pair<double, double>>;
+
+/// A line through the mean of points.
+struct Line {
+    double meanX = 0.0;
+    double meanY = 0.0;
+    double slope = 0.0;
+    double deviation = 0.0;  ///< root mean square of the distances in y
+};
+
+Line FitLine(const Points& points) {
+    const auto count = static_cast<double>(points.size());
+    Line line;
+    for (const auto& [x, y] : points) {
+        line.meanX += x / count;
+        line.meanY += y / count;
+    }
+    double covariance = 0.0;
+    double variance = 0.0;
+    for (const auto& [x, y] : points) {
+        covariance += (x - line.meanX) * (y - line.meanY);
+        variance += (x - line.meanX) * (x - line.meanX);
+    }
+    line.slope = covariance / variance;
+    double squares = 0.0;
+    for (const auto& [x, y] : points) {
+        const double distance = y - line.meanY - line.slope * (x - line.meanX);
+        squares += distance * distance;
+    }
+    line.deviation = std::sqrt(squares / count);
+    return line;
+}
+
 }  // namespace
 
 bool Agrees(const Measure& place, const Measure& whole, int rate) {
@@ -34,7 +67,7 @@ double ChanceToAgree(const Measure& place, const Measure& whole, int rate) {
 
 std::optional<Drift> FitDrift(const std::vector<Measure>& places, const Measure& whole,
                               const FrameRange& overlap, int rate) {
-    std::vector<std::pair<double, double>> points;  // frame in B, offset minus the whole's
+    Points points;  // frame in B, offset minus the whole's
     for (const Measure& place : places) {
         if (place.correlation < 0.5 * whole.correlation || !Agrees(place, whole, rate)) continue;
         points.emplace_back(static_cast<double>(place.place.start) + 0.5 * place.place.Count(),
@@ -42,27 +75,9 @@ std::optional<Drift> FitDrift(const std::vector<Measure>& places, const Measure&
     }
     if (points.size() < MIN_DRIFT_PLACES) return std::nullopt;
     if (points.back().first - points.front().first < MIN_DRIFT_SPAN * rate) return std::nullopt;
-    const auto count = static_cast<double>(points.size());
-    double meanX = 0.0;
-    double meanY = 0.0;
-    for (const auto& [x, y] : points) {
-        meanX += x / count;
-        meanY += y / count;
-    }
-    double covariance = 0.0;
-    double variance = 0.0;
-    for (const auto& [x, y] : points) {
-        covariance += (x - meanX) * (y - meanY);
-        variance += (x - meanX) * (x - meanX);
-    }
-    const double slope = covariance / variance;
-    double squares = 0.0;
-    for (const auto& [x, y] : points) {
-        const double distance = y - meanY - slope * (x - meanX);
-        squares += distance * distance;
-    }
-    return Drift{slope * 1e6, std::sqrt(squares / count),
-                 slope * static_cast<double>(overlap.Count()), meanX, meanY};
+    const Line line = FitLine(points);
+    return Drift{line.slope * 1e6, line.deviation,
+                 line.slope * static_cast<double>(overlap.Count()), line.meanX, line.meanY};
 }
 
 }  // namespace orlo::host

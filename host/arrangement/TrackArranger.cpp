@@ -133,18 +133,24 @@ int TrackArranger::Frame(double seconds, const SourceLocation& place) const {
     return CheckedFrame(seconds, rules_.EngineRate(), place);
 }
 
-PlacedTrack TrackArranger::Arrange(const TimeRange* stackTrim) {
+/// The track without its items.
+PlacedTrack TrackArranger::EmptyTrack() const {
     PlacedTrack placed;
     placed.name = track_.name;
     placed.muted = track_.muted;
     if (inner_) {
         NoteInnerTrack();
-    } else {
-        placed.solo = track_.solo;
-        placed.stereoBalance = track_.stereoBalance;
-        placed.duck = track_.duck;
-        placed.level = ToCurve(track_.level, rules_.fps, 0.0, track_.place, report_);
+        return placed;
     }
+    placed.solo = track_.solo;
+    placed.stereoBalance = track_.stereoBalance;
+    placed.duck = track_.duck;
+    placed.level = ToCurve(track_.level, rules_.fps, 0.0, track_.place, report_);
+    return placed;
+}
+
+PlacedTrack TrackArranger::Arrange(const TimeRange* stackTrim) {
+    PlacedTrack placed = EmptyTrack();
     Trim(track_.sourceRange ? &*track_.sourceRange : nullptr, track_.place);
     Trim(stackTrim, {});
     double position = 0.0;

@@ -83,6 +83,7 @@ private:
     double Retimed(const Item& item, double seconds) const;
     void Trim(const TimeRange* range, const SourceLocation& place);
     Nested ArrangeNested(const Item& item);
+    PlacedTrack EmptyTrack() const;
     void NoteInnerTrack() const;
     void AddTransition(const Item& item, double position);
     void PlaceTransitions(PlacedTrack& placed);

@@ -62,54 +62,73 @@ bool Begins(const PlacedTrack& track, const Neighbour& neighbour, int frame) {
     return neighbour.clip && track.clips[*neighbour.clip].startFrame == frame;
 }
 
+/// The frames of a transition on the clips of its join. An offset without a clip is 0.
+struct Coverage {
+    bool hasFrom = false;
+    bool hasTo = false;
+    double in = 0.0;
+    double out = 0.0;
+
+    double Length() const { return in + out; }
+};
+
+Coverage CoverageOf(const Join& join, const TransitionLimits& limits, const PlacedTrack& track,
+                    ImportReport& report) {
+    const SourceLocation& place = join.item->place;
+    Coverage covered{Ends(track, join.before, join.frame), Begins(track, join.after, join.frame)};
+    if (!covered.hasFrom && !covered.hasTo) return covered;
+    covered.in = OffsetFrames(join.inSeconds, limits.frameRate, place, report);
+    covered.out = OffsetFrames(join.outSeconds, limits.frameRate, place, report);
+    if ((!covered.hasFrom && covered.in > 0.0) || (!covered.hasTo && covered.out > 0.0)) {
+        report.Add(TRANSITION, place, "next to silence it fades on the frames of the clip only",
+                   Severity::Note);
+    }
+    if (!covered.hasFrom) covered.in = 0.0;
+    if (!covered.hasTo) covered.out = 0.0;
+    return covered;
+}
+
+/// Why a transition is not placed; null when it is.
+const char* ReasonToDrop(const Coverage& covered, int joinFrame, const TransitionLimits& limits) {
+    if (!covered.hasFrom && !covered.hasTo) return "no clip begins or ends at it; it is left out";
+    if (covered.Length() == 0.0) {
+        return "it does not cover a frame of the adjacent clips; it becomes a cut";
+    }
+    if (!Fits(covered.Length(), joinFrame, limits)) {
+        return "its length is out of range; it becomes a cut";
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 void PlaceTransition(const Join& join, const TransitionLimits& limits, PlacedTrack& track,
                      ImportReport& report) {
-    const SourceLocation& place = join.item->place;
-    const TransitionSpan& span = join.item->transition;
+    const Item& item = *join.item;
     if (!join.before.allowsTransition || !join.after.allowsTransition) {
-        report.Add(TRANSITION, place,
+        report.Add(TRANSITION, item.place,
                    "an adjacent clip is disabled or cannot be rendered; it becomes a cut");
         return;
     }
-    const bool hasFrom = Ends(track, join.before, join.frame);
-    const bool hasTo = Begins(track, join.after, join.frame);
-    if (!hasFrom && !hasTo) {
-        report.Add(TRANSITION, place, "no clip begins or ends at it; it is left out");
+    const Coverage covered = CoverageOf(join, limits, track, report);
+    if (const char* reason = ReasonToDrop(covered, join.frame, limits)) {
+        report.Add(TRANSITION, item.place, reason);
         return;
     }
-    double in = OffsetFrames(join.inSeconds, limits.frameRate, place, report);
-    double out = OffsetFrames(join.outSeconds, limits.frameRate, place, report);
-    if ((!hasFrom && in > 0.0) || (!hasTo && out > 0.0)) {
-        report.Add(TRANSITION, place, "next to silence it fades on the frames of the clip only",
-                   Severity::Note);
-    }
-    if (!hasFrom) in = 0.0;
-    if (!hasTo) out = 0.0;
-    if (in + out == 0.0) {
-        report.Add(TRANSITION, place,
-                   "it does not cover a frame of the adjacent clips; it becomes a cut");
-        return;
-    }
-    if (!Fits(in + out, join.frame, limits)) {
-        report.Add(TRANSITION, place, "its length is out of range; it becomes a cut");
-        return;
-    }
-    if (!span.type.empty() && span.type != "SMPTE_Dissolve") {
-        report.Add(TRANSITION, place,
-                   "its type " + Quoted(span.type) + " is unknown; it is a cross-fade",
+    if (!item.transition.type.empty() && item.transition.type != "SMPTE_Dissolve") {
+        report.Add(TRANSITION, item.place,
+                   "its type " + Quoted(item.transition.type) + " is unknown; it is a cross-fade",
                    Severity::Note);
     }
     PlacedTransition placed;
-    placed.name = join.item->name;
-    placed.place = place;
-    if (hasFrom) placed.from = join.before.clip;
-    if (hasTo) placed.to = join.after.clip;
+    placed.name = item.name;
+    placed.place = item.place;
+    if (covered.hasFrom) placed.from = join.before.clip;
+    if (covered.hasTo) placed.to = join.after.clip;
     placed.joinFrame = join.frame;
-    placed.relativeStartFrame = -static_cast<int>(in);
-    placed.length = static_cast<int>(in + out);
-    placed.curve = span.curve;
+    placed.relativeStartFrame = -static_cast<int>(covered.in);
+    placed.length = static_cast<int>(covered.Length());
+    placed.curve = item.transition.curve;
     NoteExcess(join, placed, limits, track, report);
     track.transitions.push_back(std::move(placed));
 }

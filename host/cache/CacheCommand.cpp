@@ -25,20 +25,22 @@ Outcome ListFiles(const CachePaths& paths) {
     return outcome;
 }
 
-Outcome DiskUse(const CachePaths& paths) {
-    struct Sum {
-        long long files = 0;
-        long long bytes = 0;
+/// The size of some cache files.
+struct Sum {
+    long long files = 0;
+    long long bytes = 0;
 
-        void Add(const CacheEntry& entry) {
-            ++files;
-            bytes += entry.bytes;
-        }
-        Json ToJson() const { return Json::Object({{"files", files}, {"bytes", bytes}}); }
-        std::string ToText() const {
-            return std::to_string(files) + " files, " + Megabytes(bytes) + "\n";
-        }
-    };
+    void Add(const CacheEntry& entry) {
+        ++files;
+        bytes += entry.bytes;
+    }
+    Json ToJson() const { return Json::Object({{"files", files}, {"bytes", bytes}}); }
+    std::string ToText() const {
+        return std::to_string(files) + " files, " + Megabytes(bytes) + "\n";
+    }
+};
+
+Outcome DiskUse(const CachePaths& paths) {
     Sum all;
     Sum orphans;
     std::map<std::string, Sum> kinds{{"conformed", {}}, {"peak", {}}, {"vfr", {}}};

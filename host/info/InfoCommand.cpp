@@ -118,6 +118,46 @@ std::string TimelineSummaryText(const otio::Arrangement& arrangement, const Clip
     return summary.Text();
 }
 
+/// The media files of a timeline.
+struct TimelineMedia {
+    const std::vector<MediaUse>& all;
+    const std::vector<MediaUse>& missing;
+    const DescribedMedia& described;
+};
+
+Json TimelineJson(const std::string& input, const otio::TimelineImport& import,
+                  const FrameGrid& grid, const TimelineMedia& media) {
+    const otio::Arrangement& arrangement = import.arrangement;
+    Json report;
+    report["input"] = input;
+    report["kind"] = "timeline";
+    report["name"] = import.name;
+    report["rate"] = arrangement.rate;
+    report["fps"] = arrangement.fps;
+    report["grid"] = arrangement.grid;
+    report["frames"] = FramesJson(arrangement.frameCount, grid);
+    report["startTimecode"] = FormatTimecode(0, grid);
+    report["audioFrom"] = AudioFromName(import.soundKind);
+    report["tracks"] = TracksJson(import, grid);
+    report["media"] = media.described.report.List();
+    report["missing"] = MissingJson(media.missing);
+    report["notTakenOver"] = NotTakenOverJson(import.report);
+    return report;
+}
+
+std::string TimelineText(const otio::TimelineImport& import, const FrameGrid& grid,
+                         const TimelineMedia& media) {
+    std::string text = "timeline " + Quoted(import.name) + ": " +
+                       RatesText(grid, TimelineFrames(import.arrangement.frameCount, grid)) +
+                       "starts at " + FormatTimecode(0, grid) + "\n" +
+                       TracksText(import, grid, media.described.taken);
+    if (!media.all.empty()) text += "media\n" + media.described.report.Text();
+    for (const MediaUse& use : media.missing) {
+        text += "  " + OneLine(use.location.path) + "\n    missing\n";
+    }
+    return text + NotTakenOverText(import.report);
+}
+
 Outcome TimelineInfo(const GlobalOptions& global, const InfoOptions& options) {
     const std::string& input = options.input;
     MediaCatalog catalog;
@@ -134,29 +174,9 @@ Outcome TimelineInfo(const GlobalOptions& global, const InfoOptions& options) {
                                              described.sounds, import.report);
 
     Outcome outcome;
-    outcome.report["input"] = input;
-    outcome.report["kind"] = "timeline";
-    outcome.report["name"] = import.name;
-    outcome.report["rate"] = arrangement.rate;
-    outcome.report["fps"] = arrangement.fps;
-    outcome.report["grid"] = arrangement.grid;
-    outcome.report["frames"] = FramesJson(arrangement.frameCount, grid);
-    outcome.report["startTimecode"] = FormatTimecode(0, grid);
-    outcome.report["audioFrom"] = AudioFromName(import.soundKind);
-    outcome.report["tracks"] = TracksJson(import, grid);
-    outcome.report["media"] = described.report.List();
-    outcome.report["missing"] = MissingJson(missing);
-    outcome.report["notTakenOver"] = NotTakenOverJson(import.report);
-
-    outcome.text = "timeline " + Quoted(import.name) + ": " +
-                   RatesText(grid, TimelineFrames(arrangement.frameCount, grid)) + "starts at " +
-                   FormatTimecode(0, grid) + "\n" + TracksText(import, grid, described.taken);
-    if (!media.empty()) outcome.text += "media\n" + described.report.Text();
-    for (const MediaUse& use : missing) {
-        outcome.text += "  " + OneLine(use.location.path) + "\n    missing\n";
-    }
-    outcome.text += NotTakenOverText(import.report) +
-                    TimelineSummaryText(arrangement, clips, import.report, described.report);
+    outcome.report = TimelineJson(input, import, grid, {media, missing, described});
+    outcome.text = TimelineText(import, grid, {media, missing, described}) +
+                   TimelineSummaryText(arrangement, clips, import.report, described.report);
     if (!missing.empty() && !global.allowMissing) {
         outcome.Fail(ExitCode::ConditionFailed, MissingMediaClause(input, missing));
     } else if (!described.problem.empty()) {
@@ -185,6 +205,24 @@ std::string MediaSummaryText(const MediaInfo& info) {
     return summary.Text();
 }
 
+/// A media file as a project.
+struct MediaLength {
+    double fps = DEFAULT_FPS;
+    long long frames = 0;
+};
+
+/// The frames of the picture, else those that the sound fills.
+MediaLength LengthOf(const MediaInfo& info, const GlobalOptions& global) {
+    const MediaStreamInfo* picture = FindStream(info, MediaStreamKind::Video, 0);
+    const MediaStreamInfo* sound = FindStream(info, MediaStreamKind::Audio, 0);
+    if (picture != nullptr && picture->frameRate > 0.0) {
+        return {picture->frameRate, picture->frameCount};
+    }
+    const double fps = global.fps.value_or(DEFAULT_FPS);
+    if (sound == nullptr) return {fps, 0};
+    return {fps, zrtl::TruncToInt64(zrtl::RoundHalfAway(StreamSeconds(*sound) * fps))};
+}
+
 Outcome MediaFileInfo(const GlobalOptions& global, const std::string& input) {
     const std::string path = AbsolutePath(input);
     MediaCatalog catalog;
@@ -193,17 +231,8 @@ Outcome MediaFileInfo(const GlobalOptions& global, const std::string& input) {
         described.Add(path, {zrh::media::SoundChoice()}, "; choose with --stream and --channels");
     if (!problem.empty()) throw JobError(problem);
     const MediaInfo& info = catalog.Describe(path).info;
-    const MediaStreamInfo* picture = FindStream(info, MediaStreamKind::Video, 0);
-    const MediaStreamInfo* sound = FindStream(info, MediaStreamKind::Audio, 0);
     const int rate = RateFor(global);
-    double fps = global.fps.value_or(DEFAULT_FPS);
-    long long frames = 0;
-    if (picture != nullptr && picture->frameRate > 0.0) {
-        fps = picture->frameRate;
-        frames = picture->frameCount;
-    } else if (sound != nullptr) {
-        frames = zrtl::TruncToInt64(zrtl::RoundHalfAway(StreamSeconds(*sound) * fps));
-    }
+    const auto [fps, frames] = LengthOf(info, global);
 
     Outcome outcome;
     outcome.report["input"] = input;

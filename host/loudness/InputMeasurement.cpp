@@ -34,6 +34,17 @@ InputMeasurement Measure(const MeasuredSignal& signal, Progress& progress) {
     return result;
 }
 
+/// The media files of a timeline. @throws ConditionError when files are missing without permission
+std::vector<MediaUse> AvailableMedia(const otio::Arrangement& arrangement, const std::string& input,
+                                     const GlobalOptions& global) {
+    std::vector<MediaUse> media = CollectMedia(arrangement.tracks);
+    const std::vector<MediaUse> missing = MissingMedia(media);
+    if (!missing.empty() && !global.allowMissing) {
+        throw ConditionError(MissingMediaClause(input, missing));
+    }
+    return media;
+}
+
 InputMeasurement MeasureTimeline(const std::string& input, const GlobalOptions& global,
                                  const EngineSession& session, Progress& progress) {
     otio::TimelineImport import = ReadTimeline(input, global);
@@ -45,11 +56,7 @@ InputMeasurement MeasureTimeline(const std::string& input, const GlobalOptions& 
         throw JobError("the timeline " + Quoted(input) +
                        " has no length: there is nothing to measure");
     }
-    std::vector<MediaUse> media = CollectMedia(arrangement.tracks);
-    const std::vector<MediaUse> missing = MissingMedia(media);
-    if (!missing.empty() && !global.allowMissing) {
-        throw ConditionError(MissingMediaClause(input, missing));
-    }
+    std::vector<MediaUse> media = AvailableMedia(arrangement, input, global);
     const auto project = std::make_shared<project::Project>();
     ImportMedia(*project, media, AvailableCores());
     ConformAll(session, media, grid.rate, progress);

@@ -200,6 +200,28 @@ bool IsAboutOutput(int code) {
             code >= PeakFile::FOURTH_QUARTER_NOT_WRITTEN);
 }
 
+/// The result of PeakFile::Create, and the message of a read that failed.
+struct PeakCreation {
+    int code = 0;
+    std::string message;
+};
+
+PeakCreation CreatePeakFile(const PeakTask& task, const PartialFile& output, PeakMode mode,
+                            Progress& progress) {
+    PeakCreation created;
+    try {
+        const ReadObserver observer([&progress](long long frames) {
+            progress.Update(frames);
+            return !Interrupted();
+        });
+        created.code = PeakFile::Create(task.asset, WidePath(output.OpenPath()), EngineMode(mode));
+        created.message = observer.Failure();
+    } catch (const zrh::media::ZRMediaException& error) {
+        if (!Interrupted()) RefuseMedia(MediaPath(task), error.Code());
+    }
+    return created;
+}
+
 }  // namespace
 
 PeakTask PeakTaskFor(const std::shared_ptr<project::MediaManager>& manager, const std::string& path,
@@ -246,18 +268,7 @@ void WritePeakFile(const PeakTask& task, const PartialFile& output, PeakMode mod
     output.RequireSpace(BytesOf(task, task.frames));
     progress.SetFile(MediaPath(task));
     progress.Begin(STEP, "samples", task.frames, task.rate);
-    int code = 0;
-    std::string message;
-    try {
-        const ReadObserver observer([&progress](long long frames) {
-            progress.Update(frames);
-            return !Interrupted();
-        });
-        code = PeakFile::Create(task.asset, WidePath(output.OpenPath()), EngineMode(mode));
-        message = observer.Failure();
-    } catch (const zrh::media::ZRMediaException& error) {
-        if (!Interrupted()) RefuseMedia(MediaPath(task), error.Code());
-    }
+    auto [code, message] = CreatePeakFile(task, output, mode, progress);
     if (Interrupted()) ThrowInterrupted("nothing was written to " + Quoted(wanted));
     if (IsAboutOutput(code)) ThrowWriteError(output.Label(), 0);
     if (code != 0) {

@@ -34,6 +34,18 @@ void SetSilentPicture(Item& item) {
     item.noMediaReason = "its media has no sound";
 }
 
+/// Why a clip without a media file is silent.
+std::string NoFileReason(const std::string& schema) {
+    if (schema.empty() || schema == "MissingReference") {
+        return "it has no media file; it is silent";
+    }
+    if (schema == "GeneratorReference") return "its media reference is a generator; it is silent";
+    if (schema == "ImageSequenceReference") {
+        return "its media reference is an image sequence; it is silent";
+    }
+    return "its media reference is an unknown " + Quoted(schema) + "; it is silent";
+}
+
 void ParseMedia(const Json& clip, Item& item, ImportReport& report) {
     const Json* reference = ActiveReference(clip);
     const std::string schema = reference == nullptr ? std::string() : SchemaName(*reference);
@@ -56,15 +68,8 @@ void ParseMedia(const Json& clip, Item& item, ImportReport& report) {
     const bool isGenerated = schema == "GeneratorReference" || schema == "ImageSequenceReference";
     if (item.isPicture && isGenerated) {
         SetSilentPicture(item);
-    } else if (schema.empty() || schema == "MissingReference") {
-        item.noMediaReason = "it has no media file; it is silent";
-    } else if (schema == "GeneratorReference") {
-        item.noMediaReason = "its media reference is a generator; it is silent";
-    } else if (schema == "ImageSequenceReference") {
-        item.noMediaReason = "its media reference is an image sequence; it is silent";
     } else {
-        item.noMediaReason =
-            "its media reference is an unknown " + Quoted(schema) + "; it is silent";
+        item.noMediaReason = NoFileReason(schema);
     }
 }
 

@@ -174,17 +174,41 @@ void CheckOptions(const WaveformOptions& options) {
     }
 }
 
+void ClaimOutput(const GlobalOptions& global, const WaveformOptions& options, OutputGuard& guard) {
+    ProtectCache(global, guard);
+    ProtectMediaInput(options.input, guard);
+    if (!options.font.empty()) guard.Protect(options.font, "the font of the labels");
+    guard.Claim(options.output);
+    RequireExtension(options.output, {".png", ".svg"});
+}
+
+Outcome ReportPicture(const WaveformOptions& options, const PeakSource& source,
+                      const zrtl::FrameRange& range, const PictureMaker& maker) {
+    Outcome outcome;
+    outcome.report["output"] = options.output;
+    outcome.report["width"] = options.size.width;
+    outcome.report["height"] = options.size.height;
+    outcome.report["rate"] = source.rate;
+    outcome.report["channels"] = source.channels;
+    outcome.report["range"] = Json::Array({range.start, range.end});
+    if (options.clips) outcome.report["clips"] = maker.Clips();
+    if (!maker.Note().empty()) outcome.report["note"] = maker.Note();
+    outcome.text = OneLine(options.output) + ": " + std::to_string(options.size.width) + " x " +
+                   std::to_string(options.size.height) + " pixels, " +
+                   FormatDuration(static_cast<double>(range.start) / source.rate) + " to " +
+                   FormatDuration(static_cast<double>(range.end) / source.rate) +
+                   (options.clips ? ", " + std::to_string(maker.Clips()) + " clipped" : "") + "\n";
+    if (!maker.Note().empty()) outcome.text += "note: " + maker.Note() + "\n";
+    return outcome;
+}
+
 }  // namespace
 
 Outcome RunWaveform(const GlobalOptions& global, const WaveformOptions& options) {
     CheckOptions(options);
     CheckSound(options.sound, {options.input});
     OutputGuard guard(options.overwrite);
-    ProtectCache(global, guard);
-    ProtectMediaInput(options.input, guard);
-    if (!options.font.empty()) guard.Protect(options.font, "the font of the labels");
-    guard.Claim(options.output);
-    RequireExtension(options.output, {".png", ".svg"});
+    ClaimOutput(global, options, guard);
     const std::string media = AbsolutePath(options.input);
     // The asset does not own its manager.
     const auto manager = std::make_shared<project::MediaManager>();
@@ -207,23 +231,7 @@ Outcome RunWaveform(const GlobalOptions& global, const WaveformOptions& options)
     output.Write(picture);
     if (Interrupted()) ThrowInterrupted("nothing was written to " + Quoted(options.output));
     output.Commit();
-
-    Outcome outcome;
-    outcome.report["output"] = options.output;
-    outcome.report["width"] = options.size.width;
-    outcome.report["height"] = options.size.height;
-    outcome.report["rate"] = source.rate;
-    outcome.report["channels"] = source.channels;
-    outcome.report["range"] = Json::Array({range.start, range.end});
-    if (options.clips) outcome.report["clips"] = maker.Clips();
-    if (!maker.Note().empty()) outcome.report["note"] = maker.Note();
-    outcome.text = OneLine(options.output) + ": " + std::to_string(options.size.width) + " x " +
-                   std::to_string(options.size.height) + " pixels, " +
-                   FormatDuration(static_cast<double>(range.start) / source.rate) + " to " +
-                   FormatDuration(static_cast<double>(range.end) / source.rate) +
-                   (options.clips ? ", " + std::to_string(maker.Clips()) + " clipped" : "") + "\n";
-    if (!maker.Note().empty()) outcome.text += "note: " + maker.Note() + "\n";
-    return outcome;
+    return ReportPicture(options, source, range, maker);
 }
 
 }  // namespace orlo::host

@@ -63,6 +63,27 @@ std::array<FrameRange, TASKS> QuartersOf(long long frames) {
         {{0, quarter}, {quarter, 2 * quarter}, {2 * quarter, 3 * quarter}, {3 * quarter, frames}}};
 }
 
+/// The readers of the second to fourth task.
+struct ExtraReaders {
+    std::array<MediaFilePtr, EXTRA> files;
+    std::array<Stream, EXTRA> streams;
+};
+
+/// @return 0 or the code of the reader that failed
+int Open(const Source& source, ExtraReaders& readers) {
+    auto& [files, streams] = readers;
+    for (MediaFilePtr& file : files) file = zrh::media::OpenMediaFile(source.mediaPath);
+    for (const MediaFilePtr& file : files) file->SetReadOption(1);
+    for (std::size_t i = 0; i < EXTRA; ++i) {
+        streams[i] = FindAudioStream(*files[i], source.streamIndex);
+    }
+    for (std::size_t i = 0; i < EXTRA; ++i) {
+        if (files[i]->Prepare() != 0 || streams[i] == nullptr)
+            return PeakFile::SECOND_READER_NOT_PREPARED - static_cast<int>(i);
+    }
+    return 0;
+}
+
 /// Runs four tasks in parallel, each with its own reader. The first task writes to the file, the
 /// others to memory, which is appended afterwards.
 /// @return 0 or the code of the step that failed
@@ -70,8 +91,7 @@ int WriteInTasks(const Source& source, BinaryFile& output, unsigned int* blocks)
     const auto ranges = QuartersOf(source.frames);
     // In this order: the destructors wait for a running task before they destroy anything that it
     // uses.
-    std::array<MediaFilePtr, EXTRA> files;
-    std::array<Stream, EXTRA> streams;
+    ExtraReaders readers;
     std::array<std::vector<unsigned char>, EXTRA> memory;
     std::array<std::future<unsigned int>, TASKS> tasks;
 
@@ -83,17 +103,9 @@ int WriteInTasks(const Source& source, BinaryFile& output, unsigned int* blocks)
     };
     tasks[0] = start(source.stream, ranges[0], &output, nullptr);
 
-    for (MediaFilePtr& file : files) file = zrh::media::OpenMediaFile(source.mediaPath);
-    for (const MediaFilePtr& file : files) file->SetReadOption(1);
+    if (const int failed = Open(source, readers); failed != 0) return failed;
     for (std::size_t i = 0; i < EXTRA; ++i) {
-        streams[i] = FindAudioStream(*files[i], source.streamIndex);
-    }
-    for (std::size_t i = 0; i < EXTRA; ++i) {
-        if (files[i]->Prepare() != 0 || streams[i] == nullptr)
-            return PeakFile::SECOND_READER_NOT_PREPARED - static_cast<int>(i);
-    }
-    for (std::size_t i = 0; i < EXTRA; ++i) {
-        tasks[i + 1] = start(streams[i], ranges[i + 1], nullptr, &memory[i]);
+        tasks[i + 1] = start(readers.streams[i], ranges[i + 1], nullptr, &memory[i]);
     }
 
     unsigned int sum = 0;

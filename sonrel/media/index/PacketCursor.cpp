@@ -113,6 +113,24 @@ void PacketCursor::Slice(const PacketSpan& span, std::vector<SampleBlock>* block
     if (left > 0) blocks->push_back({nullptr, 0, static_cast<int>(left)});
 }
 
+/// Makes the adapter for frames of another format than that of the index.
+/// @return whether such frames can be converted
+bool PacketCursor::PrepareAdapter(const DecodedFormat& got) {
+    if (got == adapterFrom_) return adapter_ != nullptr;
+    const DecodedFormat& wanted = index_->format;
+    AVChannelLayout from = LayoutOf(got);
+    AVChannelLayout to = LayoutOf(wanted);
+    SwrContext* raw = nullptr;
+    if (swr_alloc_set_opts2(&raw, &to, wanted.format, wanted.rate, &from, got.format, got.rate, 0,
+                            nullptr) < 0) {
+        throw std::bad_alloc();
+    }
+    adapter_.reset(raw);
+    adapterFrom_ = got;
+    if (swr_init(raw) < 0) adapter_ = nullptr;
+    return adapter_ != nullptr;
+}
+
 const AVFrame* PacketCursor::InFormat(const AVFrame& frame, std::size_t number) {
     const DecodedFormat& wanted = index_->format;
     DecodedFormat got = decoder_->FormatOf(frame);
@@ -123,19 +141,7 @@ const AVFrame* PacketCursor::InFormat(const AVFrame& frame, std::size_t number) 
     // A stream may change its channels or its sample format. A change of the rate would shift all
     // frames after it: such a packet is silence.
     if (got.rate != wanted.rate || got.channels < 1 || got.channels > MAX_CHANNELS) return nullptr;
-    if (got != adapterFrom_) {
-        AVChannelLayout from = LayoutOf(got);
-        AVChannelLayout to = LayoutOf(wanted);
-        SwrContext* raw = nullptr;
-        if (swr_alloc_set_opts2(&raw, &to, wanted.format, wanted.rate, &from, got.format, got.rate,
-                                0, nullptr) < 0) {
-            throw std::bad_alloc();
-        }
-        adapter_.reset(raw);
-        adapterFrom_ = got;
-        if (swr_init(raw) < 0) adapter_ = nullptr;
-    }
-    if (adapter_ == nullptr) return nullptr;
+    if (!PrepareAdapter(got)) return nullptr;
     if (adapted_.size() <= number) adapted_.resize(number + 1);
     FramePtr& out = adapted_[number];
     out = NewFrame();

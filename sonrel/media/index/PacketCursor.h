@@ -60,6 +60,7 @@ private:
     bool FetchAndDecode(std::int64_t packet);
     void DrainAfterLastPacket();
     void Slice(const PacketSpan& span, std::vector<SampleBlock>* blocks);
+    bool PrepareAdapter(const DecodedFormat& got);
     const AVFrame* InFormat(const AVFrame& frame, std::size_t number);
 
     std::shared_ptr<const StreamIndex> index_;
