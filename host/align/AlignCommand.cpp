@@ -31,7 +31,7 @@ Outcome RunAlign(const GlobalOptions& global, const AlignOptions& options) {
 
     const Recording& first = recordings.List().front();
     const double fps = first.asset ? FrameRateOf(*first.asset, global) : 0.0;
-    return AlignWithFirst(options, recordings, fps, SyncedTimeline, session, guard, progress);
+    return AlignWithFirst({options, recordings, fps, SyncedTimeline, guard}, session, progress);
 }
 
 }  // namespace orlo::host

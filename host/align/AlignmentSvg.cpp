@@ -62,8 +62,10 @@ public:
         AddDifference();
         AddOffsets();
         const std::string overlap =
-            SvgRectangle("overlap", times_.X(plot_.overlap.start), top,
-                         times_.X(plot_.overlap.end) - times_.X(plot_.overlap.start), y_ - top,
+            SvgRectangle("overlap",
+                         {times_.X(plot_.overlap.start), static_cast<double>(top),
+                          times_.X(plot_.overlap.end) - times_.X(plot_.overlap.start),
+                          static_cast<double>(y_ - top)},
                          SvgFill(COLOR_OVERLAP));
         AddTimes();
         return Start() + overlap + svg_ + "</svg>\n";
@@ -91,14 +93,14 @@ private:
     void AddLegend() {
         constexpr int SWATCH = 14;
         constexpr int GAP = 20;
-        int x = PLOT_WIDTH;
+        double x = PLOT_WIDTH;
         const auto add = [&](const char* color, const std::string& text) {
             const int width = SWATCH + 6 + PlotTextWidth(text) + GAP;
             if (x + width > PLOT_WIDTH) {
                 y_ += TEXT_ROW;
                 x = 8;
             }
-            svg_ += SvgRectangle("legend", x, y_ - 15, SWATCH, 10,
+            svg_ += SvgRectangle("legend", {x, y_ - 15.0, SWATCH, 10},
                                  SvgFill(color) + " stroke=\"#808080\"");
             svg_ += SvgText(x + SWATCH + 6, y_ - 6, text);
             x += width;
@@ -157,9 +159,11 @@ private:
     void AddSegments(int top) {
         for (const FrameRange& segment : plot_.segments) {
             const double x = times_.X(segment.start);
-            svg_ += SvgRectangle(
-                "segment", x, top, std::max(1.5, times_.X(segment.end) - x), LANE_HEIGHT,
-                SvgFill(COLOR_SEARCHED) + " fill-opacity=\"0.35\" stroke=\"#b08000\"");
+            svg_ +=
+                SvgRectangle("segment",
+                             {x, static_cast<double>(top), std::max(1.5, times_.X(segment.end) - x),
+                              LANE_HEIGHT},
+                             SvgFill(COLOR_SEARCHED) + " fill-opacity=\"0.35\" stroke=\"#b08000\"");
         }
     }
 
@@ -218,12 +222,13 @@ private:
 
     /// Adds the time axis, which counts from the start of A.
     void AddTimes() {
-        svg_ += SvgLine("axis", PLOT_LEFT, y_, PLOT_LEFT + PLOT_LANES_WIDTH, y_, "#303030");
+        const double row = y_;
+        svg_ += SvgLine("axis", {PLOT_LEFT, row, PLOT_LEFT + PLOT_LANES_WIDTH, row}, "#303030");
         const double start = static_cast<double>(times_.Begin()) / plot_.rate;
         const double end = static_cast<double>(times_.End()) / plot_.rate;
         for (const RulerTick& tick : RulerTicks(start, end, PLOT_LANES_WIDTH, PlotTextWidth)) {
             const double x = PLOT_LEFT + tick.x;
-            svg_ += SvgLine("tick", x, y_, x, y_ + (tick.label.empty() ? 3 : 6), "#303030");
+            svg_ += SvgLine("tick", {x, row, x, row + (tick.label.empty() ? 3 : 6)}, "#303030");
             if (!tick.label.empty()) svg_ += SvgText(x + RULER_LABEL_X, y_ + 17, tick.label);
         }
         y_ += TEXT_ROW;

@@ -60,7 +60,7 @@ private:
 
     std::string Level(double share) const {
         const double row = RowOf(share);
-        return SvgLine("level", PLOT_LEFT, row, PLOT_LEFT + PLOT_LANES_WIDTH, row, "#c0c0c0") +
+        return SvgLine("level", {PLOT_LEFT, row, PLOT_LEFT + PLOT_LANES_WIDTH, row}, "#c0c0c0") +
                SvgText(8, row + 4, FormatNumber(share * range_, 3) + " ms");
     }
 
@@ -73,8 +73,10 @@ private:
 
     std::string DriftLine() const {
         const auto& [start, end] = plot_.overlap;
-        return SvgLine("drift", times_.X(start), RowOfFrames(DriftAt(start)), times_.X(end),
-                       RowOfFrames(DriftAt(end)), PLOT_DRIFT);
+        return SvgLine("drift",
+                       {times_.X(start), RowOfFrames(DriftAt(start)), times_.X(end),
+                        RowOfFrames(DriftAt(end))},
+                       PLOT_DRIFT);
     }
 
     const PlottedAlignment& plot_;

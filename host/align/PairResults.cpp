@@ -42,12 +42,11 @@ std::string BelowClause(const RecordingPair& pair, const AlignmentResult& result
 /// Collects the results of all pairs.
 class PairResults {
 public:
-    PairResults(const AlignOptions& options, const std::vector<Recording>& list,
-                const FrameGrid& grid, TimelineWriter timeline, OutputGuard& guard)
-        : options_(options),
-          timeline_(timeline),
-          guard_(guard),
-          list_(list),
+    PairResults(const AlignmentJob& job, const FrameGrid& grid)
+        : options_(job.options),
+          timeline_(job.timeline),
+          guard_(job.guard),
+          list_(job.recordings.List()),
           grid_(grid),
           synced_{{&list_.front(), 0}} {
         outcome_.report["results"] = Json::Array();
@@ -122,13 +121,13 @@ void ClaimAlignOutputs(const GlobalOptions& global, const AlignOptions& options,
     if (!options.otio.empty()) guard.Claim(options.otio);
 }
 
-Outcome AlignWithFirst(const AlignOptions& options, const Recordings& recordings, double fps,
-                       TimelineWriter timeline, const EngineSession& session, OutputGuard& guard,
-                       Progress& progress) {
+Outcome AlignWithFirst(const AlignmentJob& job, const EngineSession& session, Progress& progress) {
+    const AlignOptions& options = job.options;
+    const Recordings& recordings = job.recordings;
     const std::vector<Recording>& list = recordings.List();
     const Recording& first = list.front();
-    const FrameGrid grid{recordings.Rate(), fps};
-    PairResults results(options, list, grid, timeline, guard);
+    const FrameGrid grid{recordings.Rate(), job.fps};
+    PairResults results(job, grid);
     for (std::size_t i = 1; i < list.size(); ++i) {
         const std::string& error = first.error.empty() ? list[i].error : first.error;
         if (!error.empty()) {

@@ -25,13 +25,18 @@ using TimelineWriter = std::string (*)(const std::vector<SyncedRecording>& recor
 void ClaimAlignOutputs(const GlobalOptions& global, const AlignOptions& options,
                        const std::vector<std::string>& inputs, OutputGuard& guard);
 
+/// Recordings to align, and the outputs.
+struct AlignmentJob {
+    const AlignOptions& options;
+    const Recordings& recordings;  ///< two or more, prepared
+    double fps;                    ///< of the timecodes and of the timeline
+    TimelineWriter timeline;
+    OutputGuard& guard;
+};
+
 /// Aligns all recordings with the first one, and writes the plots and the timeline.
-/// @param recordings  two or more, prepared
-/// @param fps         frame rate of the timecodes and of the timeline
 /// @throws JobError when an output cannot be written; CommandError when the program is asked to
 ///         stop
-Outcome AlignWithFirst(const AlignOptions& options, const Recordings& recordings, double fps,
-                       TimelineWriter timeline, const EngineSession& session, OutputGuard& guard,
-                       Progress& progress);
+Outcome AlignWithFirst(const AlignmentJob& job, const EngineSession& session, Progress& progress);
 
 }  // namespace orlo::host

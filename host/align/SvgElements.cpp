@@ -18,16 +18,15 @@ std::string SvgFill(const char* color) {
     return std::string(" fill=\"") + color + "\"";
 }
 
-std::string SvgRectangle(const char* name, double x, double y, double width, double height,
-                         const std::string& more) {
-    return "<rect" + SvgClass(name) + SvgAttribute("x", x) + SvgAttribute("y", y) +
-           SvgAttribute("width", width) + SvgAttribute("height", height) + more + "/>\n";
+std::string SvgRectangle(const char* name, const SvgBox& box, const std::string& more) {
+    return "<rect" + SvgClass(name) + SvgAttribute("x", box.x) + SvgAttribute("y", box.y) +
+           SvgAttribute("width", box.width) + SvgAttribute("height", box.height) + more + "/>\n";
 }
 
-std::string SvgLine(const char* name, double x1, double y1, double x2, double y2,
-                    const char* color) {
-    return "<line" + SvgClass(name) + SvgAttribute("x1", x1) + SvgAttribute("y1", y1) +
-           SvgAttribute("x2", x2) + SvgAttribute("y2", y2) + " stroke=\"" + color + "\"/>\n";
+std::string SvgLine(const char* name, const SvgEnds& ends, const char* color) {
+    return "<line" + SvgClass(name) + SvgAttribute("x1", ends.x1) + SvgAttribute("y1", ends.y1) +
+           SvgAttribute("x2", ends.x2) + SvgAttribute("y2", ends.y2) + " stroke=\"" + color +
+           "\"/>\n";
 }
 
 std::string SvgText(double x, double baseline, const std::string& text) {

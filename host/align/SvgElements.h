@@ -16,12 +16,24 @@ std::string SvgClass(const char* name);
 /// ' fill="color"'.
 std::string SvgFill(const char* color);
 
-/// @param more  further attributes, each after a space
-std::string SvgRectangle(const char* name, double x, double y, double width, double height,
-                         const std::string& more);
+struct SvgBox {
+    double x;
+    double y;
+    double width;
+    double height;
+};
 
-std::string SvgLine(const char* name, double x1, double y1, double x2, double y2,
-                    const char* color);
+/// @param more  further attributes, each after a space
+std::string SvgRectangle(const char* name, const SvgBox& box, const std::string& more);
+
+struct SvgEnds {
+    double x1;
+    double y1;
+    double x2;
+    double y2;
+};
+
+std::string SvgLine(const char* name, const SvgEnds& ends, const char* color);
 
 /// A text that begins at @p x; characters of markup are escaped.
 std::string SvgText(double x, double baseline, const std::string& text);

@@ -114,7 +114,7 @@ Outcome RunSync(const GlobalOptions& global, const SyncOptions& options) {
     const double fps = FrameRateOfDay(global, recordings.List());
     recordings.MoveToFront(reference.index);
     Outcome outcome =
-        AlignWithFirst(options, recordings, fps, DayTimeline, session, guard, progress);
+        AlignWithFirst({options, recordings, fps, DayTimeline, guard}, session, progress);
     const std::string& name = recordings.List().front().input;
     outcome.report["reference"] = name;
     outcome.report["ignored"] = Json(files.ignored);

@@ -73,8 +73,9 @@ const PlacedClip* FindNested(const std::vector<PlacedTrack>& tracks, const std::
     return nullptr;
 }
 
-Arrangement ArrangeTimeline(const Timeline& timeline, double fps, const RateChoice& choice,
-                            Retime retime, const MediaResolver& resolver, ImportReport& report) {
+Arrangement ArrangeTimeline(const Timeline& timeline, const ArrangeSettings& settings,
+                            const MediaResolver& resolver, ImportReport& report) {
+    const auto& [fps, choice, retime] = settings;
     Arrangement arrangement;
     arrangement.fps = fps;
     arrangement.rate = choice.rate.value_or(timeline.sampleRate.value_or(DEFAULT_RATE));

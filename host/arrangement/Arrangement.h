@@ -114,6 +114,13 @@ struct RateChoice {
     GridLimit gridLimit = nullptr;  ///< null: only the limits of the engine
 };
 
+/// The settings of an arrangement.
+struct ArrangeSettings {
+    double fps;               ///< frame rate of the timeline
+    const RateChoice& rates;  ///< its sample rate and grid take precedence
+    Retime retime = Retime::Otio;
+};
+
 /// Places the clips, nested items and transitions of a timeline.
 ///
 /// Positions are a running sum of durations in seconds. Edges are rounded to frames; durations are
@@ -121,11 +128,9 @@ struct RateChoice {
 ///
 /// The grid is the smallest on which nothing moves by more than half a millisecond (GridMoments),
 /// up to 1000 frames a second. Larger shifts are reported together.
-/// @param fps     frame rate of the timeline
-/// @param choice  its sample rate and grid take precedence
 /// @throws DocumentError when a rate, length or position is out of range
-Arrangement ArrangeTimeline(const Timeline& timeline, double fps, const RateChoice& choice,
-                            Retime retime, const MediaResolver& resolver, ImportReport& report);
+Arrangement ArrangeTimeline(const Timeline& timeline, const ArrangeSettings& settings,
+                            const MediaResolver& resolver, ImportReport& report);
 
 /// The first nested item with this name, outer items before inner items; null if none exists.
 const PlacedClip* FindNested(const std::vector<PlacedTrack>& tracks, const std::string& name);

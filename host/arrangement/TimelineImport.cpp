@@ -35,7 +35,7 @@ TimelineImport Import(const Json& document, const std::string& folder,
                            : ChooseFrameRate(timeline, import.media, options.pictureRateOf);
     FindMediaStarts(timeline, fps, resolver, options.mediaClockOf, import.report);
     import.arrangement =
-        ArrangeTimeline(timeline, fps, options.rates, options.retime, resolver, import.report);
+        ArrangeTimeline(timeline, {fps, options.rates, options.retime}, resolver, import.report);
     import.arrangement.startFrame = StartFrame(timeline, fps, import.report);
     import.arrangement.dropFrame = (timeline.dropFrame || options.dropFrame) && HasDropFrame(fps);
     return import;

@@ -102,10 +102,10 @@ private:
         loudness_.emplace(grid_.rate);
         MixSink sink(&outputs_.Sound(), &*loudness_);
         if (HasGain()) {
-            normalization_ = RenderRaisedMedia(mixer, project_, Asset(), range, total_, options_,
+            normalization_ = RenderRaisedMedia(mixer, {project_, Asset(), range, total_, options_},
                                                sink, progress_);
         } else {
-            RenderMedia(mixer, media_.front().asset, grid_, span_, sink, ReadCheck(mixer, grid_),
+            RenderMedia(mixer, {media_.front().asset, grid_, span_}, sink, ReadCheck(mixer, grid_),
                         progress_);
         }
         if (options_.NeedsManifest()) WriteManifest();

@@ -119,9 +119,9 @@ void RenderFrames(const MixGroups& groups, const MixRange& range, Progress& prog
     progress.End();
 }
 
-void RenderMedia(const sonrel::AudioMixer& mixer, const std::shared_ptr<project::MediaAsset>& asset,
-                 const FrameGrid& grid, const zrtl::FrameRange& span, MixSink& sink,
+void RenderMedia(const sonrel::AudioMixer& mixer, const MediaRange& range, MixSink& sink,
                  const ReadCheck& reads, Progress& progress) {
+    const auto& [asset, grid, span] = range;
     progress.Begin("mix", "samples", span.Count(), grid.rate);
     for (long long position = span.start; position < span.end;) {
         CheckInterrupt();

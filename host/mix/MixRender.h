@@ -78,11 +78,17 @@ long long NoiseOfBlocks(const sonrel::AudioMixer& mixer, const MixSource& source
 void RenderFrames(const MixGroups& groups, const MixRange& range, Progress& progress,
                   const char* step = "mix");
 
+/// A range of a conformed media asset.
+struct MediaRange {
+    const std::shared_ptr<project::MediaAsset>& asset;
+    const FrameGrid& grid;
+    const zrtl::FrameRange& span;  ///< samples
+};
+
 /// Reads a range of a conformed media asset in pieces of one second.
 /// @param reads  check of the mixer's reads
 /// @throws JobError when the samples cannot be read
-void RenderMedia(const sonrel::AudioMixer& mixer, const std::shared_ptr<project::MediaAsset>& asset,
-                 const FrameGrid& grid, const zrtl::FrameRange& span, MixSink& sink,
+void RenderMedia(const sonrel::AudioMixer& mixer, const MediaRange& range, MixSink& sink,
                  const ReadCheck& reads, Progress& progress);
 
 }  // namespace orlo::host

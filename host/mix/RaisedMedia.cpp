@@ -22,12 +22,9 @@ void PlaceAsset(project::EditorSequence& sequence, const project::MediaAsset& as
 
 }  // namespace
 
-std::optional<Normalization> RenderRaisedMedia(sonrel::AudioMixer& mixer,
-                                               const std::shared_ptr<project::Project>& project,
-                                               const project::MediaAsset& asset,
-                                               const MixRange& range, long long total,
-                                               const MixOptions& options, MixSink& sink,
-                                               Progress& progress) {
+std::optional<Normalization> RenderRaisedMedia(sonrel::AudioMixer& mixer, const RaisedMedia& media,
+                                               MixSink& sink, Progress& progress) {
+    const auto& [project, asset, range, total, options] = media;
     const std::shared_ptr<project::EditorSequence> sequence = project->Sequence();
     PlaceAsset(*sequence, asset, range.grid, total);
     const MixSource source(project, sequence);

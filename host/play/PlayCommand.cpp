@@ -201,7 +201,7 @@ private:
               const ReadCheck& reads, long long begin) {
         const PlaySubject subject{options_.input,     target_.grid, target_.total,
                                   target_.trackNames, HasMeters(),  reads};
-        PlaySession session(global_, options_, subject, engine, output, sessions);
+        PlaySession session(global_, options_, subject, {engine, output, sessions});
         session.Run(begin);
         lastFrame_ = session.LastFrame();
     }

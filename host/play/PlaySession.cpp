@@ -22,17 +22,16 @@ constexpr int METER_POLLS_PER_SECOND = 10;
 }  // namespace
 
 PlaySession::PlaySession(const GlobalOptions& global, const PlayOptions& options,
-                         const PlaySubject& subject, PlaybackEngine& engine, PlayOutput& output,
-                         MeterSessions& sessions)
+                         const PlaySubject& subject, const PlayDevices& devices)
     : options_(options),
       subject_(subject),
-      engine_(engine),
-      output_(output),
-      sessions_(sessions),
+      engine_(devices.engine),
+      output_(devices.output),
+      sessions_(devices.sessions),
       events_(options.events, subject.trackNames),
       display_(global.quiet || options.events, subject.trackNames,
                options.meters && subject.metered),
-      transport_(engine, subject.grid, subject.total),
+      transport_(devices.engine, subject.grid, subject.total),
       nextPoll_(Clock::now() + METER_POLL) {}
 
 void PlaySession::Run(long long begin) {

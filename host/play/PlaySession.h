@@ -29,13 +29,20 @@ struct PlaySubject {
     const ReadCheck& reads;  ///< monitors the sound that is played
 };
 
+/// The engine of a playback and the outputs of its sound and its levels.
+struct PlayDevices {
+    sonrel::PlaybackEngine& engine;
+    PlayOutput& output;
+    MeterSessions& sessions;
+};
+
 /// A running playback. Passes keys to the transport controls and displays the playback state.
 ///
 /// Threads: one.
 class PlaySession {
 public:
     PlaySession(const GlobalOptions& global, const PlayOptions& options, const PlaySubject& subject,
-                sonrel::PlaybackEngine& engine, PlayOutput& output, MeterSessions& sessions);
+                const PlayDevices& devices);
 
     /// Plays until the run ends, q is pressed or a signal arrives. Once a key has been pressed, the
     /// end of a run is a pause.

@@ -50,51 +50,61 @@ void KeepGiven(Options& options, const CLI::App& command, const std::vector<std:
     if constexpr (requires { options.given; }) options.given = OptionsGiven(command, words);
 }
 
-/// Adds a command.
-/// @param declare  declares its options
-/// @param run      does its work
-template <class Options>
-void Add(CLI::App& app, CommandLine& line, const char* name, const char* description,
-         void (*declare)(CLI::App& command, Options& options),
-         Outcome (*run)(const GlobalOptions& global, const Options& options)) {
-    CLI::App* command = app.add_subcommand(name, description);
-    command->fallthrough();
-    const auto options = std::make_shared<Options>();
-    declare(*command, *options);
-    command->callback([&line, command, options, run] {
-        KeepGiven(*options, *command, line.words);
-        line.run = [options, run](const GlobalOptions& global) {
-            return RunWithSpooledInput(global, InputsOf(*options), [&](const GlobalOptions& used) {
-                return run(used, *options);
-            });
-        };
-    });
-}
+/// Adds the commands to a command line.
+class CommandAdder {
+public:
+    CommandAdder(CLI::App& app, CommandLine& line) : app_(app), line_(line) {}
+
+    /// @param declare  declares the options of the command
+    /// @param run      does its work
+    template <class Options>
+    void Add(const char* name, const char* description,
+             void (*declare)(CLI::App& command, Options& options),
+             Outcome (*run)(const GlobalOptions& global, const Options& options)) {
+        CLI::App* command = app_.add_subcommand(name, description);
+        command->fallthrough();
+        const auto options = std::make_shared<Options>();
+        declare(*command, *options);
+        command->callback([&line = line_, command, options, run] {
+            KeepGiven(*options, *command, line.words);
+            line.run = [options, run](const GlobalOptions& global) {
+                return RunWithSpooledInput(
+                    global, InputsOf(*options),
+                    [&](const GlobalOptions& used) { return run(used, *options); });
+            };
+        });
+    }
+
+private:
+    CLI::App& app_;
+    CommandLine& line_;
+};
 
 void AddCommands(CLI::App& app, CommandLine& line) {
-    Add(app, line, "align", "Find how far apart recordings of one event are", DeclareAlignOptions,
-        RunAlign);
-    Add(app, line, "sync", "Sync the cameras of a shooting day to the recorder by sound",
-        DeclareSyncOptions, RunSync);
-    Add(app, line, "info", "Describe a timeline or media file", DeclareInfoOptions, RunInfo);
-    Add(app, line, "conform", "Find or make the conformed files of all media files",
-        DeclareConformOptions, RunConform);
-    Add(app, line, "loudness", "Measure the loudness and the true peak", DeclareLoudnessOptions,
-        RunLoudness);
-    Add(app, line, "mix", "Mix to a stereo sound file", DeclareMixOptions, RunMix);
-    Add(app, line, "join", "Put the parts of a mix together", DeclareJoinOptions, RunJoin);
-    Add(app, line, "verify", "Mix again, and compare with the manifest of a mix",
-        DeclareVerifyOptions, RunVerify);
-    Add(app, line, "peaks", "Find or make the peak files of all media files", DeclarePeaksOptions,
-        RunPeaks);
-    Add(app, line, "plan", "Divide mix, conform or peaks among machines", DeclarePlanOptions,
-        RunPlan);
-    Add(app, line, "play", "Play on the sound device", DeclarePlayOptions, RunPlay);
-    Add(app, line, "report", "Write a page that shows a timeline and its levels",
-        DeclareReportOptions, RunReport);
-    Add(app, line, "waveform", "Draw the waveform of a media file", DeclareWaveformOptions,
-        RunWaveform);
-    Add(app, line, "cache", "List, check and clean the media cache", DeclareCacheOptions, RunCache);
+    CommandAdder commands(app, line);
+    commands.Add("align", "Find how far apart recordings of one event are", DeclareAlignOptions,
+                 RunAlign);
+    commands.Add("sync", "Sync the cameras of a shooting day to the recorder by sound",
+                 DeclareSyncOptions, RunSync);
+    commands.Add("info", "Describe a timeline or media file", DeclareInfoOptions, RunInfo);
+    commands.Add("conform", "Find or make the conformed files of all media files",
+                 DeclareConformOptions, RunConform);
+    commands.Add("loudness", "Measure the loudness and the true peak", DeclareLoudnessOptions,
+                 RunLoudness);
+    commands.Add("mix", "Mix to a stereo sound file", DeclareMixOptions, RunMix);
+    commands.Add("join", "Put the parts of a mix together", DeclareJoinOptions, RunJoin);
+    commands.Add("verify", "Mix again, and compare with the manifest of a mix",
+                 DeclareVerifyOptions, RunVerify);
+    commands.Add("peaks", "Find or make the peak files of all media files", DeclarePeaksOptions,
+                 RunPeaks);
+    commands.Add("plan", "Divide mix, conform or peaks among machines", DeclarePlanOptions,
+                 RunPlan);
+    commands.Add("play", "Play on the sound device", DeclarePlayOptions, RunPlay);
+    commands.Add("report", "Write a page that shows a timeline and its levels",
+                 DeclareReportOptions, RunReport);
+    commands.Add("waveform", "Draw the waveform of a media file", DeclareWaveformOptions,
+                 RunWaveform);
+    commands.Add("cache", "List, check and clean the media cache", DeclareCacheOptions, RunCache);
 }
 
 /// Whether help is requested, even if another part of the command line is wrong.

@@ -41,9 +41,10 @@ std::string PeakText(float peak) {
 
 }  // namespace
 
-MasterLevels MeasureMix(AudioMixer& mixer, const std::shared_ptr<project::Project>& project,
-                        const std::shared_ptr<project::CompositionAsset>& composition,
-                        const FrameGrid& grid, const zrtl::FrameRange& span, Progress& progress) {
+MasterLevels MeasureMix(AudioMixer& mixer, const ProjectMix& mix, const FrameGrid& grid,
+                        const zrtl::FrameRange& span, Progress& progress) {
+    const std::shared_ptr<project::Project>& project = mix.project;
+    const std::shared_ptr<project::CompositionAsset>& composition = mix.composition;
     const auto& sequence = project->Sequence();
     const ReadSamples read = [&](long long position, int count, unsigned char* buffer) {
         const int bytes = count * zrtl::FRAME_BYTES;

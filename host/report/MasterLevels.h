@@ -25,14 +25,18 @@ struct MasterLevels {
     }
 };
 
+/// The sequence or a composition of a project.
+struct ProjectMix {
+    const std::shared_ptr<project::Project>& project;
+    const std::shared_ptr<project::CompositionAsset>& composition;  ///< null for the main sequence
+};
+
 /// Mixes a range once and measures it.
-/// @param mixer        outlives the result
-/// @param composition  of the project; null for its main sequence
+/// @param mixer  outlives the result
 /// @throws JobError when a media file cannot be read; CommandError when the program is asked to
 ///         stop
-MasterLevels MeasureMix(sonrel::AudioMixer& mixer, const std::shared_ptr<project::Project>& project,
-                        const std::shared_ptr<project::CompositionAsset>& composition,
-                        const FrameGrid& grid, const zrtl::FrameRange& span, Progress& progress);
+MasterLevels MeasureMix(sonrel::AudioMixer& mixer, const ProjectMix& mix, const FrameGrid& grid,
+                        const zrtl::FrameRange& span, Progress& progress);
 
 /// Reads a range of a conformed media file and measures it. @throws as in MeasureMix
 MasterLevels MeasureMedia(sonrel::AudioMixer& mixer,

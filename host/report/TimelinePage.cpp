@@ -92,7 +92,7 @@ private:
             composition =
                 BuildComposition(import_.arrangement, *nested_->composition, media_, *project_);
         }
-        levels_ = MeasureMix(mixer, project_, composition, grid_, span_, progress);
+        levels_ = MeasureMix(mixer, {project_, composition}, grid_, span_, progress);
     }
 
     ReportPage Collect(const MediaSounds& sounds) const {

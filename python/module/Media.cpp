@@ -76,9 +76,7 @@ Picture PictureOf(const host::Picture& drawn) {
 }  // namespace
 
 std::vector<ConformedSound> Conform(const Session::Use& use, const host::GlobalOptions& options,
-                                    const std::vector<std::string>& inputs,
-                                    const zrh::media::SoundChoice& choice, int jobs, bool force,
-                                    host::Progress& progress) {
+                                    const ConformRequest& request, host::Progress& progress) {
     project::Project project;
     std::vector<host::ConformTask> tasks;
     const auto makeTask = [&](const std::string& path, const zrh::media::SoundChoice& sound,
@@ -89,11 +87,12 @@ std::vector<ConformedSound> Conform(const Session::Use& use, const host::GlobalO
         tasks.push_back(task);
         return tasks.size() - 1;
     };
-    host::MediaCollector collector(options, nullptr, choice, host::otio::AudioFrom::Auto, makeTask);
-    for (const std::string& input : inputs) collector.Add(input);
+    host::MediaCollector collector(options, nullptr, request.choice, host::otio::AudioFrom::Auto,
+                                   makeTask);
+    for (const std::string& input : request.inputs) collector.Add(input);
     host::ConformSettings settings;
-    settings.jobs = jobs;
-    settings.force = force;
+    settings.jobs = request.jobs;
+    settings.force = request.force;
     host::Conform(use.Engine(), tasks, settings, progress);
     std::vector<ConformedSound> sounds;
     for (const host::MediaEntry& entry : collector.entries) {
@@ -103,9 +102,9 @@ std::vector<ConformedSound> Conform(const Session::Use& use, const host::GlobalO
     return sounds;
 }
 
-std::vector<short> ReadSound(const Session::Use& use, const MediaSound& sound, int rate,
-                             const std::string& from, const std::string& to,
-                             host::Progress& progress) {
+std::vector<short> ReadSound(const Session::Use& use, const MediaSound& sound,
+                             const ReadRange& range, host::Progress& progress) {
+    const int rate = range.rate;
     const std::string path = host::AbsolutePath(sound.path);
     project::Project project;
     const std::shared_ptr<project::MediaAsset> asset =
@@ -114,7 +113,7 @@ std::vector<short> ReadSound(const Session::Use& use, const MediaSound& sound, i
     const host::FrameGrid grid{rate, host::FrameRateOf(*asset, {})};
     const long long total = asset->AudioStream()->ConformedSampleCount();
     if (total == 0) throw host::JobError("the sound of " + host::Quoted(path) + " has no length");
-    const zrtl::FrameRange span = host::ParseSpan(from, to, grid, total);
+    const zrtl::FrameRange span = host::ParseSpan(range.from, range.to, grid, total);
     sonrel::AudioMixer& mixer = *use.Engine().Engine()->Mixer();
     const host::ReadCheck reads(mixer, grid);
     std::vector<short> samples(CHANNELS * static_cast<std::size_t>(span.Count()));

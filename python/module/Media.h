@@ -28,20 +28,31 @@ struct ConformedSound {
     host::FileResult result;
 };
 
+/// Media files and timelines to conform.
+struct ConformRequest {
+    std::vector<std::string> inputs;
+    zrh::media::SoundChoice choice;
+    int jobs = 1;
+    bool force = false;
+};
+
 /// Finds or makes the conformed files of media files and timelines. A failure is a part of the
 /// result.
 /// @throws CommandError
 std::vector<ConformedSound> Conform(const Session::Use& use, const host::GlobalOptions& options,
-                                    const std::vector<std::string>& inputs,
-                                    const zrh::media::SoundChoice& choice, int jobs, bool force,
-                                    host::Progress& progress);
+                                    const ConformRequest& request, host::Progress& progress);
 
-/// The samples of a media file at a rate, stereo.
-/// @param from, to  as of --from and --to
+/// A range of a sound at a rate.
+struct ReadRange {
+    int rate = 0;  ///< hertz
+    std::string from;
+    std::string to;  ///< both as of --from and --to
+};
+
+/// The samples of a media file, stereo.
 /// @throws CommandError
-std::vector<short> ReadSound(const Session::Use& use, const MediaSound& sound, int rate,
-                             const std::string& from, const std::string& to,
-                             host::Progress& progress);
+std::vector<short> ReadSound(const Session::Use& use, const MediaSound& sound,
+                             const ReadRange& range, host::Progress& progress);
 
 /// The peaks of a sound.
 struct Peaks {

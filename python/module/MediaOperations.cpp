@@ -42,12 +42,12 @@ std::vector<ConformedSound> ConformInputs(const SessionPtr& session, const py::o
     options.mediaRoots = MediaRootsOf(mediaRoot);
     options.allowMissing = allowMissing;
     if (jobs < 1) throw host::UsageError("jobs must be 1 or more");
-    const zrh::media::SoundChoice sound = SoundOf(stream, channels);
+    const ConformRequest request{std::move(paths), SoundOf(stream, channels), jobs, force};
     const Controls controls = ControlsOf(progress, std::move(cancel));
     std::vector<ConformedSound> sounds;
     Run(controls, [&](host::Progress& shown) {
         const Session::Use use(*session);
-        sounds = Conform(use, options, paths, sound, jobs, force, shown);
+        sounds = Conform(use, options, request, shown);
     });
     return sounds;
 }
@@ -57,14 +57,14 @@ py::array Read(const SessionPtr& session, const py::object& media, const py::obj
                const std::optional<std::string>& channels, const py::object& progress,
                CancelPtr cancel) {
     const MediaSound sound{PathOf(media), SoundOf(stream, channels)};
-    const std::string from = PositionText(start, "start");
-    const std::string to = PositionText(stop, "stop");
-    const int hertz = RateOf(rate);
+    std::string from = PositionText(start, "start");
+    std::string to = PositionText(stop, "stop");
+    const ReadRange range{RateOf(rate), std::move(from), std::move(to)};
     const Controls controls = ControlsOf(progress, std::move(cancel));
     std::vector<short> samples;
     Run(controls, [&](host::Progress& shown) {
         const Session::Use use(*session);
-        samples = ReadSound(use, sound, hertz, from, to, shown);
+        samples = ReadSound(use, sound, range, shown);
     });
     const auto frames = static_cast<py::ssize_t>(samples.size() / 2);
     return ArrayOf(std::move(samples), py::dtype::of<short>(), {frames, 2});

@@ -199,15 +199,20 @@ struct FilterKernel {
 constexpr auto SETTLE = KernelsOf<FilterKernel<false>>();
 constexpr auto FILTER = KernelsOf<FilterKernel<true>>();
 
-/// Filters a block at an end of the sound, or across the first frame of output.
-/// @param frames  frames of the block; silence follows
-/// @param skip    frames before the first frame of output
-void FilterEdge(const BlockFilter& filter, FilterState& state, const unsigned char* input,
-                long long frames, long long skip, unsigned char* output) {
+/// A block at an end of the sound, or across the first frame of output.
+struct EdgeBlock {
+    const unsigned char* input;
+    long long frames;    // of the input; silence follows
+    long long skip = 0;  // frames before the first frame of output
+};
+
+void FilterEdge(const BlockFilter& filter, FilterState& state, const EdgeBlock& edge,
+                unsigned char* output) {
     unsigned char block[FRAMES_AT_ONCE * FRAME_BYTES] = {};
-    std::memcpy(block, input, static_cast<std::size_t>(ByteOf(frames)));
+    std::memcpy(block, edge.input, static_cast<std::size_t>(ByteOf(edge.frames)));
     FILTER.Active()(filter, state, block, 1, block);
-    std::memcpy(output, block + ByteOf(skip), static_cast<std::size_t>(ByteOf(frames - skip)));
+    std::memcpy(output, block + ByteOf(edge.skip),
+                static_cast<std::size_t>(ByteOf(edge.frames - edge.skip)));
 }
 
 }  // namespace
@@ -233,7 +238,7 @@ void BlockFilter::Run(unsigned char* samples, long long lookBack, long long coun
     unsigned char* output = samples;
     if (skip > 0) {
         const long long frames = std::min<long long>(FRAMES_AT_ONCE, end - at);
-        FilterEdge(*this, state, samples + ByteOf(at), frames, skip, output);
+        FilterEdge(*this, state, {samples + ByteOf(at), frames, skip}, output);
         at += frames;
         output += ByteOf(frames - skip);
     }
@@ -241,7 +246,7 @@ void BlockFilter::Run(unsigned char* samples, long long lookBack, long long coun
     FILTER.Active()(*this, state, samples + ByteOf(at), blocks, output);
     at += blocks * FRAMES_AT_ONCE;
     output += ByteOf(blocks * FRAMES_AT_ONCE);
-    if (at < end) FilterEdge(*this, state, samples + ByteOf(at), end - at, 0, output);
+    if (at < end) FilterEdge(*this, state, {samples + ByteOf(at), end - at}, output);
 }
 
 }  // namespace orlo::sonrel::detail

@@ -60,11 +60,12 @@ void PlotPeak(QPainterPath& path, int x, signed char byte, const Lane& lane,
 
 /// One column of a channel: its minimum, then its maximum. A limit of 0 is omitted, because the
 /// line crosses it anyway; silence is one point.
-void PlotColumn(QPainterPath& path, int x, signed char minimum, signed char maximum,
-                const Lane& lane, WaveformPreview::Scale scale) {
-    if (minimum != 0) PlotPeak(path, x, minimum, lane, scale);
-    if (maximum != 0) PlotPeak(path, x, maximum, lane, scale);
-    if (minimum == 0 && maximum == 0) PlotPeak(path, x, 0, lane, scale);
+/// @param limits  minimum and maximum
+void PlotColumn(QPainterPath& path, int x, const signed char* limits, const Lane& lane,
+                WaveformPreview::Scale scale) {
+    if (limits[0] != 0) PlotPeak(path, x, limits[0], lane, scale);
+    if (limits[1] != 0) PlotPeak(path, x, limits[1], lane, scale);
+    if (limits[0] == 0 && limits[1] == 0) PlotPeak(path, x, 0, lane, scale);
 }
 
 /// Sets the colour of the waveform and lines of one pixel without antialiasing.
@@ -96,7 +97,7 @@ QImage PaintPeaks(const PaintSettings& paint, const std::vector<signed char>& pe
         path.moveTo(0, lane.baseline);
         const signed char* limits = peaks.data() + 2 * channel;
         for (int x = 0; x < columns; ++x, limits += perPoint) {
-            PlotColumn(path, x, limits[0], limits[1], lane, paint.scale);
+            PlotColumn(path, x, limits, lane, paint.scale);
         }
     }
     QPainter painter(&canvas);
