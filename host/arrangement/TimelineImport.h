@@ -30,7 +30,7 @@ struct TimelineImport {
     std::string name;
     Arrangement arrangement;
     Track::Kind soundKind = Track::Kind::Audio;  ///< of the tracks that sound: Audio or Video
-    std::vector<TrackSummary> allTracks;         ///< those that sound are in the arrangement
+    std::vector<TrackSummary> allTracks;         ///< the tracks that sound are in the arrangement
     ImportReport report;
     std::vector<ReferencedMedia> media;  ///< every local file that the document references
 };

@@ -90,7 +90,7 @@ private:
     }
 
     /// The files of one timeline are compared in order: with --media-root they may have other
-    /// names. Those of two timelines are compared by name and sound.
+    /// names. Media files of two timelines are compared by name and sound.
     bool CompareMedia(bool isSameTimeline) {
         const std::size_t before = changes_.size();
         const Json::Items& recorded = recorded_.Find("media")->AsArray();

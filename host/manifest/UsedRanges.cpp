@@ -18,7 +18,7 @@ Json RangeJson(double from, double to) {
     return Json::Object({{"from", RoundedSeconds(from)}, {"to", RoundedSeconds(to)}});
 }
 
-/// Sorts ranges, and joins those that touch or overlap.
+/// Sorts ranges, and joins ranges that touch or overlap.
 std::vector<Stretch> Joined(std::vector<Stretch> ranges) {
     std::sort(ranges.begin(), ranges.end(),
               [](const Stretch& a, const Stretch& b) { return a.begin < b.begin; });

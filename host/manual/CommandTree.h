@@ -38,8 +38,8 @@ std::string PathText(const CommandInfo& command, const std::string& separator = 
 /// The command line of the program, as its parser declares it.
 ///
 /// A value is a file if the form of the value contains FILE, OUT or INPUT, and a folder if it
-/// contains DIR or FOLDER. Words are those of OneOf, and the parts of a form with bars that are in
-/// lower case, "auto|N". An argument without words is a file.
+/// contains DIR or FOLDER. Words are the values of OneOf, and the parts of a form with bars that
+/// are in lower case, "auto|N". An argument without words is a file.
 CommandInfo DescribeProgram();
 
 }  // namespace orlo::host

@@ -71,7 +71,7 @@ std::string Entry(const std::string& head, const std::string& text) {
     return ".TP\n" + head + "\n" + RoffText(text) + "\n";
 }
 
-/// Help is an option of every command, and is described with those of the program.
+/// Help is an option of every command, and is described with the options of the program.
 std::string EntryOf(const OptionInfo& option, bool isProgram = false) {
     if (!isProgram && option.names.front() == "--help") return {};
     const std::string end = option.isRequired ? " (required)" : "";
@@ -95,7 +95,7 @@ std::vector<Note> NotesWithTitle(const CommandInfo& command, const std::string& 
     return {};
 }
 
-/// The exit codes of the program. Those of the command replace codes with the same number.
+/// The exit codes of the program. Codes of the command replace codes with the same number.
 std::vector<Note> ExitCodes(const CommandInfo& program, const CommandInfo& command) {
     std::vector<Note> codes = NotesWithTitle(program, EXIT_CODES);
     for (const Note& own : NotesWithTitle(command, EXIT_CODES)) {
@@ -134,7 +134,7 @@ std::string OptionsText(const CommandInfo& command, const std::string& title) {
     return text;
 }
 
-/// All lists of notes but those that every page has in a place of its own.
+/// All lists of notes, except the lists that every page has in a separate section.
 std::string OtherLists(const CommandInfo& command) {
     std::string text;
     for (const NoteList& list : command.notes) {

@@ -149,7 +149,7 @@ std::string PartReader::ReadBytes(long long count) {
     return bytes;
 }
 
-/// The header is one of those that WavWriter writes.
+/// The header is a header that WavWriter writes.
 void PartReader::ReadHeader() {
     constexpr std::size_t PLAIN_RATE = 24;
     constexpr std::size_t PLAIN_SIZE = 40;

@@ -14,7 +14,7 @@ namespace orlo::host {
 class PartSet {
 public:
     /// Reads the manifests of all parts, in any order.
-    /// @throws JobError when a file is not a part, the parts are not those of one mix, one is
+    /// @throws JobError when a file is not a part, the parts belong to several mixes, one is
     ///         missing or there twice
     explicit PartSet(const std::vector<std::string>& paths);
 

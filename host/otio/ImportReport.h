@@ -40,8 +40,8 @@ public:
     void Add(const std::string& what, const SourceLocation& place, const std::string& reason,
              Severity severity = Severity::Change, int count = 1);
 
-    /// The entries, the most important first, and those of one severity in the order of their first
-    /// part.
+    /// The entries, the most important first, and entries of one severity in the order of their
+    /// first part.
     std::vector<Entry> Entries() const;
 
     bool IsEmpty() const { return groups_.empty(); }

@@ -23,8 +23,8 @@ struct SoundSetting {
 SoundSetting ParseSoundSetting(const Json& metadata, const SourceLocation& place,
                                ImportReport& report);
 
-/// The setting of a clip on a track: the values of the clip, and those of the track that it leaves
-/// open.
+/// The setting of a clip on a track: the values of the clip, and the values of the track that it
+/// leaves open.
 SoundSetting Combined(const SoundSetting& clip, const SoundSetting& track);
 
 }  // namespace orlo::host::otio

@@ -14,7 +14,7 @@ namespace orlo::host::otio {
 
 namespace {
 
-/// Whether a file is a still image by its name, those of cameras included. The files of stills may
+/// Whether a file is a still image by its name, images of cameras included. The files of stills may
 /// be missing: they have no sound.
 bool IsStillImage(const std::string& url) {
     constexpr std::string_view STILLS[] = {

@@ -12,7 +12,7 @@ namespace orlo::host::otio {
 bool HasDisabledEqualiser(const Json::Items& effects);
 
 /// Parses an effect in the metadata "Resolve_OTIO": the volume and fades, and the pan. Others are
-/// reported, except those that change nothing.
+/// reported, except effects that change nothing.
 /// @param withoutBands  the bands of an equaliser change nothing
 void ParseResolveEffect(const Json& metadata, bool withoutBands, const SoundTarget& target,
                         ImportReport& report);

@@ -12,7 +12,7 @@ namespace {
 constexpr double MS_PER_SECOND = 1000.0;
 /// Level of a factor of 0: below the noise of any dither.
 constexpr double SILENT_DECIBELS = -144.0;
-/// Levels and pans below these are those of a file that stores a default as a rounded number.
+/// Smaller levels and pans come from a file that stores a default as a rounded number.
 constexpr double MIN_DECIBELS = 0.0005;
 constexpr double MIN_PAN = 0.0005;
 /// A level is interpolated in decibels, and a factor is not. Between two factors that differ by

@@ -52,7 +52,7 @@ Item ParseItem(const Json& object, const std::string& track, std::size_t number,
     return item;
 }
 
-/// Our own settings of a clip and its track take precedence over those of other programs.
+/// Our own settings of a clip and its track take precedence over settings of other programs.
 void SetOwnSound(const Track& track, Item& item) {
     const SoundSetting setting = Combined(item.soundSetting, track.soundSetting);
     if (setting.IsEmpty() || item.kind != Item::Kind::Clip) return;

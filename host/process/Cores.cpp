@@ -17,7 +17,7 @@ namespace {
 
 constexpr double NO_LIMIT = std::numeric_limits<double>::infinity();
 
-/// Cores of a quota in a period; "max" and negative quotas are no limit.
+/// Cores of a quota in a period; "max" and negative quotas set no limit.
 double CoresOf(const std::string& quota, double period) {
     std::istringstream text(quota);
     double microseconds = 0.0;

@@ -5,7 +5,7 @@
 
 namespace orlo::host {
 
-/// The number of cores that this process may use: those of its affinity, and no more than the
+/// The number of cores that this process may use: the cores of its affinity, and no more than the
 /// processor time that the control groups of the system (containers, batch systems, systemd) allow
 /// it. At least 1.
 int AvailableCores();

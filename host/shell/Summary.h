@@ -24,7 +24,7 @@ public:
         attention_.push_back({"to do", remedy});
     }
 
-    /// The statements in two columns, which fit into 80 columns. Those that need attention are
+    /// The statements in two columns, which fit into 80 columns. Statements that need attention are
     /// last.
     std::string Text() const;
 

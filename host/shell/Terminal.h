@@ -14,8 +14,8 @@ struct TerminalSize {
 /// The current size; 80 x 24 for a terminal that does not report it.
 TerminalSize SizeOfTerminal(int descriptor);
 
-/// Columns of the text of a report: those of the terminal that shows standard output, at least 20;
-/// 80 without a terminal.
+/// Columns of the text of a report: the columns of the terminal that shows standard output, at
+/// least 20; 80 without a terminal.
 int ReportColumns();
 
 /// Whether a file is a terminal that moves its cursor: TERM is set and is not "dumb".

@@ -13,7 +13,7 @@ struct Stretch {
     double end = 0.0;
 };
 
-/// The frames of the track that each clip asks for, those of its transitions included.
+/// The frames of the track that each clip asks for, with the frames of its transitions.
 std::vector<Stretch> SoundingFrames(const otio::PlacedTrack& track);
 
 /// The frame of its source that a clip plays on a frame of its track.

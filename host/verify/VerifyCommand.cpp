@@ -19,7 +19,7 @@ namespace orlo::host {
 
 namespace {
 
-/// Refuses options that the manifest has. Those that help to find the media files are allowed.
+/// Refuses options that the manifest has. Options that help to find the media files are allowed.
 void RefuseRecordedOptions(const GivenOptions& given) {
     for (const auto& [name, values] : given) {
         if (!IsRecordedOption(name) || name == "--cached" || name == "--media-root" ||
@@ -30,8 +30,8 @@ void RefuseRecordedOptions(const GivenOptions& given) {
     }
 }
 
-/// Mixes with conformed files that are made for this run, unless those of the cache are allowed:
-/// the cache would not notice a media file that changed without its size and time.
+/// Mixes with conformed files that are made for this run, unless conformed files of the cache are
+/// allowed: the cache would not notice a media file that changed without its size and time.
 Json RenderAgain(const RecordedMix& mix, bool cached) {
     const bool isArchive = otio::FormatOf(mix.options.input) == otio::TimelineFormat::Otioz;
     if (cached && !isArchive) return RenderManifest(mix.global, mix.options);

@@ -25,7 +25,7 @@ bool IsClipped(signed char minimum, signed char maximum) {
     return maximum == FULL_SCALE || maximum < 0 || minimum <= -FULL_SCALE || minimum > 0;
 }
 
-/// Adds a stretch, or extends the last one that it touches.
+/// Adds a stretch, or extends the last stretch that it touches.
 void AddStretch(std::vector<FrameRange>& stretches, long long start, long long end) {
     if (!stretches.empty() && stretches.back().end >= start) {
         stretches.back().end = end;

@@ -51,7 +51,7 @@ Color InkFor(const Color& background) {
     return background.alpha < 255 ? GREY : Mix(background, Farther(background), 204);
 }
 
-/// Whether the picture determines the colour that is seen behind the waveform.
+/// Whether the picture determines the colour of the background of the waveform.
 bool IsOpaque(const Color& background) {
     return background.alpha == 255;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The painter of a program that links the shared libraries: in a module, next to those of the
+// The painter of a program that links the shared libraries: in a module, next to the modules of the
 // engine.
 #include "host/shell/Errors.h"
 #include "host/waveform/PicturePainter.h"

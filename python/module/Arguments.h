@@ -17,7 +17,7 @@
 #include "sonrel/media/SoundChoice.h"
 
 /// Python values as values of the program, and the reverse. All functions need the interpreter
-/// lock. Their errors are UsageErrors, as those of the options of the program.
+/// lock. Their errors are UsageErrors, as for the options of the program.
 namespace orlo::python {
 
 using StereoArray = pybind11::array_t<short>;

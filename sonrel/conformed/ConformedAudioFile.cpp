@@ -28,7 +28,7 @@ constexpr int BAD_RANGE = 7;
 constexpr int BUFFER_TOO_SMALL = 12;
 
 /// Frames that are read in advance of a file that was closed and opened again: some blocks of a
-/// mix, and few enough that those of all streams stay in the cache of the processor.
+/// mix, and few enough that the blocks of all streams stay in the cache of the processor.
 constexpr long long AHEAD_FRAMES = 16384;
 
 /// Never follows a link, so that no name in the cache folder leads to a file outside it.

@@ -87,7 +87,7 @@ void RefuseStrangers(const SqliteConnection& connection, const Identity& identit
 /// journal, so that none of these is created or applied for a file that is not ours. The file is
 /// read through the descriptor of the connection: closing a second descriptor would drop the locks
 /// of every connection of this process to the file.
-/// @throws SqliteError when the bytes are not those of a database
+/// @throws SqliteError when the bytes are not a database
 Identity ReadHeader(const SqliteConnection& connection) {
     sqlite3_file* file = nullptr;
     const int code =

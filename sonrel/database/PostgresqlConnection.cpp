@@ -25,7 +25,7 @@ constexpr Oid NUMBER_TYPE = 20;
 /// The oldest version that has generated columns: 12.
 constexpr int MIN_SERVER_VERSION = 120000;
 
-/// Settings of every connection. Those of the address take precedence. The address itself is the
+/// Settings of every connection. Settings of the address take precedence. The address itself is the
 /// value of dbname.
 constexpr std::array SETTINGS = {
     std::pair{"connect_timeout", "5"},      std::pair{"keepalives_idle", "10"},

@@ -21,7 +21,7 @@ int Read(sqlite3_file* file, void* bytes, int count, sqlite3_int64 offset) {
     return code == SQLITE_IOERR_CORRUPTFS ? SQLITE_IOERR_READ : code;
 }
 
-/// The functions that replace those of the system. The system has a few tables, which depend on the
+/// The functions that replace system functions. The system has a few tables, which depend on the
 /// kind of locks. Ours are never deleted: a thread may use a database until the end of the program.
 const sqlite3_io_methods* FunctionsFor(const sqlite3_io_methods* system) {
     static std::mutex mutex;

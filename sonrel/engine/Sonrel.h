@@ -83,7 +83,7 @@ public:
     /// Deletes the cache files whose records were not used for DaysToKeepCacheFiles days, and then
     /// the records. A file that cannot be deleted keeps its record, for the next run, and writes
     /// one line to the log.
-    /// @return the records that were due, including those of undeletable files
+    /// @return the records that were due, including the records of undeletable files
     /// @throws the std::exceptions of the database; completed deletions remain
     unsigned long long ClearCacheFiles();
 

@@ -88,7 +88,7 @@ SONREL_ALWAYS_INLINE void FilterFrame(const KWeightingLanes& lanes, const Quad& 
     state.u = u;
 }
 
-/// Takes the lanes of the shelf from one state and those of the high-pass from another.
+/// Takes the lanes of the shelf from one state and the lanes of the high-pass from another.
 SONREL_ALWAYS_INLINE void Merge(const LaneState& shelf, const LaneState& highPass,
                                 LaneState& state) {
     state.u = __builtin_shufflevector(shelf.u, highPass.u, 0, 1, 6, 7);
@@ -128,8 +128,8 @@ SONREL_ALWAYS_INLINE void LoadTwoFrames(const short* frames, Quad& values) {
     ToDoubles<L>(reinterpret_cast<FourInts>(doubled) >> 16, values);
 }
 
-/// Two frames of the signal into the lanes of the shelf, and two that left the shelf into those of
-/// the high-pass.
+/// Two frames of the signal into the lanes of the shelf, and two that left the shelf into the lanes
+/// of the high-pass.
 template <typename L>
 SONREL_ALWAYS_INLINE void Feed(const short* frames, const Pair& shelved, Pair& in) {
     Quad signal;

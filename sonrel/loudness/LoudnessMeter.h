@@ -49,7 +49,7 @@ public:
     LoudnessMeter& operator=(const LoudnessMeter&) = delete;
 
     /// Adds stereo frames. A mono signal is measured as one loudspeaker when its right values are
-    /// 0, and 3 LU louder when they are those of the left.
+    /// 0, and 3 LU louder when they equal the left values.
     /// @param frames  2 * count values, left first
     /// @param count   stereo frames
     /// @throws std::bad_alloc when the memory for the blocks is exhausted

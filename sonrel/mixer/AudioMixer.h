@@ -65,7 +65,7 @@ public:
                    int count, unsigned char* buffer, int bufferSize, int rateOverride,
                    int sampleRate) const;
 
-    /// Mixes a composition. Arguments and results are those of the sequence form.
+    /// Mixes a composition. Arguments and results are as in the sequence form.
     int GetSamples(const std::shared_ptr<project::Project>& project,
                    const std::shared_ptr<project::CompositionAsset>& composition, long long start,
                    int count, unsigned char* buffer, int bufferSize, int rateOverride,
@@ -100,7 +100,7 @@ public:
                    zrtl::ZRID stopAtEffect) const;
 
     /// Renders one audio object with its speed and effects; level and balance are not applied.
-    /// Arguments and results are those of the layer form, on the sequence's timeline.
+    /// Arguments and results are as in the layer form, on the sequence's timeline.
     int GetSamples(const std::shared_ptr<project::Project>& project,
                    const std::shared_ptr<project::EditorSequence>& sequence,
                    const std::shared_ptr<project::AudioObject>& object, long long start, int count,
@@ -129,7 +129,7 @@ public:
     std::shared_ptr<AudioMixer> CreateWorker() const;
 
     /// Length of the part of the noise stream that GetSamples with the same arguments takes, in
-    /// samples: those of the request and those of all compositions inside it, which are converted
+    /// samples: the samples of the request and of all compositions inside it, which are converted
     /// to 16 bits too. Renders nothing, reads no media file and calls only
     /// AbstractPluginAudio::RequiredRanges of plugins. A media file that cannot be read is counted
     /// as if it could be. Not while GetSamples runs on another thread.
@@ -187,8 +187,8 @@ public:
     ///     const std::vector<FailedRead> failed = mixer.FailedReadsSince(mark);
     ///     if (!failed.empty()) ...  // failed.front() names the media file and the position
     ///
-    /// At most 4096 records are kept. When there are more, those of earlier marks are dropped, the
-    /// oldest first; of the latest mark the first 4096 files stay.
+    /// At most 4096 records are kept. When there are more, records of earlier marks are dropped,
+    /// the oldest first; of the latest mark the first 4096 files stay.
     /// @param mark  a result of MarkFailedReads, or 0 for all failed reads of the mixer
     std::vector<FailedRead> FailedReadsSince(unsigned long long mark) const;
 

@@ -16,10 +16,10 @@ enum class ReadFailure : int {
 /// returns it. A plain copy: it stays valid when the project or the mixer is gone.
 ///
 /// A stream whose conformed file cannot be read sounds as silence, and the results of GetSamples
-/// are those of a silent stream. These records are the only difference between silence and sound
-/// that is missing. A stream has nothing to read, and no record, while SamplesAvailable is false,
-/// while its path is empty and while its ConformedSampleCount is 0: a host that conforms media
-/// compares the count with the file.
+/// equal the samples of a silent stream. These records are the only difference between silence and
+/// sound that is missing. A stream has nothing to read, and no record, while SamplesAvailable is
+/// false, while its path is empty and while its ConformedSampleCount is 0: a host that conforms
+/// media compares the count with the file.
 struct FailedRead {
     std::wstring mediaPath;  ///< the file that the sound comes from; of a merged asset the merged
                              ///< file

@@ -111,7 +111,7 @@ struct SampleRange {
 };
 
 // block += (sample * gain) * pan, on interleaved values. The products do not decrease, or do not
-// increase, with the sample: the peaks are those of the highest and of the lowest sample.
+// increase, with the sample: the peaks come from the highest and the lowest sample.
 template <bool METERED>
 struct AddWithGainKernel {
     using Signature = void(MixSpan span, float gain, PanGains pan, StereoPeaks* peaks);

@@ -44,7 +44,7 @@ MixMeters::MixMeters()
 
 void MixMeters::Start(std::size_t trackCount, int blockFrames) {
     const std::lock_guard lock(mutex_);
-    // Without a block length no meter starts: those of another number of tracks are idle, and all
+    // Without a block length no meter starts: meters of another number of tracks are idle, and all
     // others continue.
     if (blockFrames >= 1 || set_->tracks.size() != trackCount) {
         auto next = std::make_shared<MeterSet>();

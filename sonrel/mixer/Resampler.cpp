@@ -27,7 +27,7 @@
 // - Decision. A sum within its margin of a whole number other than 0 is undecided, and the formula
 //   computes this frame. About one frame in 12,000 is undecided with the polynomials.
 //
-// The number 0 is no border, because sums are cut toward zero from both sides: silence costs
+// The number 0 is not a border, because sums are cut toward zero from both sides: silence costs
 // nothing more than sound. resampler_proof compares the result with the formula on millions of
 // frames.
 namespace orlo::sonrel::detail {

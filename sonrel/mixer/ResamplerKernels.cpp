@@ -110,7 +110,7 @@ struct RowWeights {
 };
 
 // The weights of the polynomials of an interval, by Horner's rule. The tables are indexed here and
-// not by the constructor: the compiler then knows the alignment of what it loads.
+// not by the constructor: the compiler then knows the alignment of the data that it loads.
 template <typename L>
 struct PolynomialWeights {
     using Doubles = typename L::Doubles;

@@ -177,7 +177,7 @@ public:
     /// Useful once a frame is heard: before that, the run would continue from the beginning of the
     /// target. In reverse, or above speed 1, the run continues from the start of the sounding
     /// buffer plus the buffer's own length in samples. A run whose last samples are already mixed
-    /// answers no flush and may end without calling its completion callback.
+    /// does not answer a flush and may end without calling its completion callback.
     /// @return NoError, also when fewer than 2 buffers are queued, which changes nothing;
     ///         NotPlaying; FlushFailed after about half a second
     Err FlushQueuedPlaybackSamples();
@@ -201,7 +201,7 @@ public:
     void AddMeterObserver(AbstractAudioMeterObserver* observer);
 
     /// Removes every occurrence of an observer; an unknown observer changes nothing. It is still
-    /// called when the current run ends by itself.
+    /// called when the current run ends without a command.
     void RemoveMeterObserver(AbstractAudioMeterObserver* observer);
 
     /// The levels of the sound that is being heard, in blocks of 100 milliseconds. The blocks since

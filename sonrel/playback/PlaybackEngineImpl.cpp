@@ -16,8 +16,8 @@ constexpr int MAX_RATE = 96000;  // hertz
 }  // namespace
 
 PlaybackEngineImpl::~PlaybackEngineImpl() {
-    // A worker can exist although nothing plays: the run has ended by itself, or the voice did not
-    // start.
+    // A worker can exist although nothing plays: the run has ended without a command, or the voice
+    // did not start.
     if (worker.IsPlaying() || worker.Exists()) StopVoiceAndWorker();
     voiceCallback.CloseRun();
 }

@@ -18,9 +18,9 @@
 // slot is filled again after the flush. A flush takes precedence over a stop.
 //
 // After the last buffer, which carries the end-of-stream flag, the worker drains: it waits until
-// the queue is empty, clears isPlaying and ends. It answers no flush then, so a flush gives up
-// after its time-out, or ends with the run. The device's thread notifies the host of the end, not
-// the worker; the worker's thread stays joinable until the next command that stops the voice.
+// the queue is empty, clears isPlaying and ends. It does not answer a flush then, so a flush gives
+// up after its time-out, or ends with the run. The device's thread notifies the host of the end,
+// not the worker; the worker's thread stays joinable until the next command that stops the voice.
 //
 // All waits on the device read the count of buffer ends first, then test, then wait past the
 // count, so that no end is missed. See CallbackSignal.

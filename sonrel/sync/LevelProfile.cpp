@@ -19,7 +19,7 @@ constexpr double FULL_RMS = 255.0;
 constexpr double FULL_PEAK = 127.0;
 constexpr std::size_t MAX_ENVELOPE = std::size_t{1} << 20;  // values: limits the memory
 
-/// How much louder each moment is than the one before, the quiet ones raised.
+/// How much louder each moment is than the moment before, with quiet moments raised.
 std::vector<float> Onsets(const LevelProfile& levels, std::size_t binsInOne, std::size_t count) {
     const std::vector<float> bins = levels.Bins();
     std::vector<float> onsets(count, 0.0f);

@@ -21,7 +21,7 @@ std::vector<float> ReadStereo(const AudioMixer& mixer,
                               const std::shared_ptr<project::MediaAsset>& asset,
                               const zrtl::FrameRange& range);
 
-/// Whether left and right of interleaved values are the same signal, as those of a mono recording.
+/// Whether left and right of interleaved values are the same signal, as in a mono recording.
 bool IsMono(const std::vector<float>& interleaved);
 
 }  // namespace orlo::sonrel

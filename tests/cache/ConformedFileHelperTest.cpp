@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The rules of conformed files only; CacheHelperTest.cpp has those of all cache files.
+// The rules of conformed files only; CacheHelperTest.cpp has the rules of all cache files.
 #include <gmock/gmock.h>
 
 #include <stdexcept>

@@ -67,7 +67,7 @@ int Run(const std::filesystem::path& folder) {
         made, made->Sequence(), 0, RATE, reinterpret_cast<unsigned char*>(mix.data()), 0, 0, 0);
     if (got != RATE || mix != samples) {
         std::fprintf(stderr, "consumer: %d samples, %s\n", got,
-                     mix == samples ? "as they should be" : "and not those of the recording");
+                     mix == samples ? "as they should be" : "and not the samples of the recording");
         return 1;
     }
     std::printf("consumer: %d samples mixed, the same as in the recording\n", got);

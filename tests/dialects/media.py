@@ -17,7 +17,7 @@ class Media:
     name: str
     streams: list  # for each audio stream the numbers of its channels in the sound code
     rate: int = soundcode.RATE
-    pictures: int = 0  # picture streams, which are before those of sound
+    pictures: int = 0  # picture streams, which are before the streams of sound
     timecode: Fraction | None = None  # of the first frame, in seconds
     seconds: Fraction = Fraction(soundcode.SECONDS)
 

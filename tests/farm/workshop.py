@@ -9,7 +9,7 @@ import subprocess
 import reels
 
 PARTS = 3
-# Each node has a cache of its own, as on its own disk.
+# Each node has its own cache, as on its own disk.
 WRAPPER = """\
 #!/bin/sh
 node={folder}/caches/${{SLURMD_NODENAME-here}}

@@ -67,7 +67,7 @@ enum class Verdict {
     ThenDie       ///< do it, then Die()
 };
 
-/// Kinds of journal records; the numbers are those of powercut.py.
+/// Kinds of journal records, with the numbers of powercut.py.
 enum class Record : std::uint32_t {
     Create = 1,
     Open,

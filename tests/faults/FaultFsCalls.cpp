@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The functions that replace those of the C library.
+// The functions that replace functions of the C library.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/sendfile.h>

@@ -28,7 +28,7 @@ class Command:
     outputs: tuple = ()  # names in the folder of outputs
     records: int = 0  # files with a record after a run, at least
     empties: bool = False  # the cache
-    empties_records: bool = False  # those of files that are gone too
+    empties_records: bool = False  # records of files that are gone too
     prints_results: bool = False  # the same text on each run
 
 

@@ -263,7 +263,7 @@ class Shop:
             if name.startswith("out/") or path.is_dir():
                 continue
             inode = path.stat().st_ino
-            # A run changes the contents of the database; the rows below tell whether it is whole.
+            # A run changes the contents of the database; the rows below show whether it is whole.
             is_database = name.startswith(DATABASE)
             state[name] = inode if is_database else (inode, path.read_bytes())
         for table in ("conformed_file", "peak_file", "vfr_cache_file"):

@@ -11,7 +11,7 @@ PATH_CALLS = ("open", "openat", "openat2", "creat", "unlink", "unlinkat", "renam
               "mknod", "mknodat", "truncate", "chmod", "fchmodat", "chown", "lchown", "fchownat",
               "execve")
 OPENING = ("open", "openat", "openat2", "creat")
-# What has no path that could be judged, and what starts a program.
+# Calls without a path that could be judged, and calls that start a program.
 FORBIDDEN = ("%network", "execveat", "io_uring_setup", "open_by_handle_at", "mount")
 MAX_SECONDS = 10  # a command that takes longer hangs
 

@@ -24,7 +24,7 @@ std::multiset<std::string> OpenFiles(const TemporaryFolder& folder) {
 
 class ConformedFileCache : public ::testing::Test {
 protected:
-    /// The left value of the first frame, by which a medium is known; 0 when nothing is read.
+    /// The left value of the first frame, by which a media file is known; 0 when nothing is read.
     short FirstValue(const std::shared_ptr<project::MediaAsset>& asset) {
         GuardedBuffer buffer(4);
         const int read = rig_.Mixer().GetSamples(asset, 0, 1, buffer.Data(), buffer.Size());

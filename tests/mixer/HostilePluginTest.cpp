@@ -54,7 +54,7 @@ protected:
         *result = mix.result;
         return mix.buffer.Values();
     }
-    /// Without the plugins the samples are those of a mixer that never had them.
+    /// Without the plugins the samples equal the samples of a mixer that never had them.
     void ExpectSoundWithoutThem() {
         EXPECT_TRUE(rig_.Mixer().Mutex().try_lock());
         rig_.Mixer().Mutex().unlock();

@@ -300,7 +300,7 @@ TYPED_TEST(TimelineRequest, IgnoresTheBufferSize) {
 }
 
 TYPED_TEST(TimelineRequest, WritesSilenceWhereNothingSounds) {
-    // The medium ends after 100 samples of the second frame.
+    // The media file ends after 100 samples of the second frame.
     TimelineRig<TypeParam> rig(TWO_FRAMES, Constant(2020, 1000, -1000));
     rig.spyUse->SetEnabled(false);
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The engine on the device's thread: no allocation, and no lock except those of the meters at the
-// end of a run.
+// The engine on the device's thread: no allocation, and no lock except the locks of the meters at
+// the end of a run.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <semaphore.h>
@@ -186,7 +186,7 @@ TEST_F(PlaybackRealTime, TheEndOfARunTakesOnlyTheLocksOfTheMeters) {
     Count([&](auto& callback) { callback.OnStreamEnd(); });
 
     // One for the session and one for each meter: the track's and the master's. The last block
-    // joins the ones before it.
+    // joins the runs before it.
     EXPECT_LE(RealTimeProbe::locks, 3);
     EXPECT_EQ(RealTimeProbe::waits, 0);
     EXPECT_LE(RealTimeProbe::allocations, 4);

@@ -10,7 +10,7 @@
 namespace sonrel_tests {
 
 /// A device that refuses to open, or that stops calling back, as long as a test wants it: another
-/// output with a switch in front of its source.
+/// output with a switch before its source.
 ///
 /// Threads: the switches on any.
 class StallingOutput : public orlo::sonrel::AudioOutput {

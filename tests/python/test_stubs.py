@@ -61,7 +61,7 @@ class Stubs(unittest.TestCase):
             members = {member for member in vars(getattr(sonrel, name)) if is_public(member)}
             if issubclass(getattr(sonrel, name), Exception):
                 members.clear()
-            # A class without a constructor has one that refuses every call.
+            # The constructor of a class without constructors refuses every call.
             members -= {"__init__"} - set(names_of_class(node))
             self.assertEqual(set(names_of_class(node)), members, name)
 

@@ -88,7 +88,7 @@ inline double SampleLevel(const std::vector<short>& sound, int first, int end) {
 }
 
 /// The four values that the interpolator of Recommendation ITU-R BS.1770, Annex 2 has for an input
-/// frame, in the direction of time. The table is the one of the Recommendation, phase by phase.
+/// frame, in the direction of time. The table is from the Recommendation, phase by phase.
 inline double Interpolated(const std::vector<short>& sound, int frame, int channel, int phase) {
     static constexpr double TABLE[4][12] = {
         {0.0017089843750, 0.0109863281250, -0.0196533203125, 0.0332031250000, -0.0594482421875,
@@ -111,7 +111,7 @@ inline double Interpolated(const std::vector<short>& sound, int frame, int chann
 
 /// The true peak of the frames from a first frame to an end, as a sample value: of the samples, and
 /// of the intervals that begin or end at one of them. The values between the frames n and n + 1 are
-/// those of the input frame n + 6.
+/// the values of the input frame n + 6.
 inline double TruePeakValue(const std::vector<short>& sound, int first, int end) {
     double peak = 0.0;
     for (int channel = 0; channel < 2; ++channel) {

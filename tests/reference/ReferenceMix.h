@@ -39,7 +39,7 @@ struct Effect {
     bool enabled = true;
 };
 
-/// @see Clip; the indices are those of clips of the same track, -1 for none
+/// @see Clip; the indices are of clips of the same track, -1 for none
 struct Transition {
     std::shared_ptr<project::AbstractPluginAudioTransition> plugin;
     int from = -1;

@@ -231,8 +231,8 @@ fetched_by_cmake() {
         ! grep -q BUILD_TESTING "$build/project/CMakeCache.txt"
 }
 
-# sanitizer_tests [quick]: all tests, or without those of the program, the slow and the long ones. The address
-# sanitizer also searches for leaks at the end of each test.
+# sanitizer_tests [quick]: all tests, or without the tests of the program, the slow and the long
+# tests. The address sanitizer also searches for leaks at the end of each test.
 sanitizer_tests() {
     # shellcheck disable=SC2034  # run_tests reads LEFT_OUT
     local part=${1+-$1} LEFT_OUT=${1+host|slow|long}
@@ -400,7 +400,7 @@ fuzzing() {
     check "Fuzzing" fuzz/run "$@"
 }
 
-# faults [OPTION...]: the options are those of faults.py.
+# faults [OPTION...]: it takes the options of faults.py.
 faults() {
     require "Configure" configure release
     require "Build" build release SonrelHost SonrelFaultFs

@@ -38,7 +38,7 @@ make_system() {
 }
 
 # inside ROOT COMMANDS: runs the commands of a shell in the system, in /root/try, with processes, terminals and an
-# environment of its own. Whatever is mounted or still runs there ends with the commands.
+# separate environment. Whatever is mounted or still runs there ends with the commands.
 inside() {
     unshare --mount --pid --fork --kill-child -- bash -euo pipefail -c '
         mount -t proc proc "$1/proc"

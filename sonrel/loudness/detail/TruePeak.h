@@ -29,7 +29,7 @@ struct PeakFilter {
 /// Finds the true peak of a stereo signal.
 class TruePeak {
 public:
-    /// Frames before those that are added.
+    /// Frames before the added frames.
     static constexpr int HISTORY = 64;
 
     explicit TruePeak(int rate) : filter_(rate) {}

@@ -23,7 +23,7 @@ public:
                      const std::shared_ptr<project::CompositionAsset>& composition,
                      Metering metering);
 
-    /// Mixes a request of up to 60 seconds. Results are those of AudioMixer::GetSamples.
+    /// Mixes a request of up to 60 seconds. Results are as in AudioMixer::GetSamples.
     int Mix(const TimelineRequest& request);
 
     /// Mixes one block. Layers are selected by the one video frame of the block, as objects are.
@@ -34,7 +34,7 @@ public:
     int MixBlock(const Block& block, double frameRate, zrtl::StereoFrame* output);
 
 private:
-    /// Adds the frames that MixBlock converts to 16 bits, those of nested compositions included.
+    /// Adds the frames that MixBlock converts to 16 bits, with the frames of nested compositions.
     int CountBlock(const Block& block, int videoFrame);
     bool Sounds(const project::AbstractLayer& layer, int videoFrame) const;
 

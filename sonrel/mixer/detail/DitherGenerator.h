@@ -7,8 +7,8 @@ namespace orlo::sonrel::detail {
 
 /// The noise of the dither: the Mersenne Twister MT19937 and the uniform value made of each draw.
 ///
-/// The draws are those of std::mt19937 with the same seed. They are made a whole state at a time,
-/// which is several times as fast and changes nothing in their order.
+/// The draws equal the draws of std::mt19937 with the same seed. They are made a whole state at a
+/// time, which is several times as fast and changes nothing in their order.
 class DitherGenerator {
 public:
     explicit DitherGenerator(std::uint32_t seed) { Seed(seed); }

@@ -17,8 +17,8 @@ namespace orlo::sonrel::detail {
 /// comes here.
 class FailedReadLog {
 public:
-    /// Records kept. When there are more, those of earlier marks are dropped, the oldest first; of
-    /// the latest mark the first ones stay.
+    /// Records kept. When there are more, records of earlier marks are dropped, the oldest first;
+    /// of the latest mark the first ones stay.
     static constexpr std::size_t MAX_RECORDS = 4096;
 
     /// Starts a new period. @return the mark, above all marks before

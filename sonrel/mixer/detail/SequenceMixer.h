@@ -19,7 +19,7 @@ public:
     SequenceMixer(AudioMixerImpl& mixer, const std::shared_ptr<project::Project>& project,
                   const std::shared_ptr<project::EditorSequence>& sequence);
 
-    /// Mixes a request of up to 60 seconds. Results are those of AudioMixer::GetSamples.
+    /// Mixes a request of up to 60 seconds. Results are as in AudioMixer::GetSamples.
     int Mix(const TimelineRequest& request);
 
     /// Mixes one block. This one function is the signal path of a sequence: read, resample,
@@ -41,7 +41,7 @@ private:
         float balance = 0.0f;
     };
 
-    /// Adds the frames that MixBlock converts to 16 bits, those of nested compositions included.
+    /// Adds the frames that MixBlock converts to 16 bits, with the frames of nested compositions.
     int CountBlock(const Block& block, int videoFrame);
     bool MayPlayComposition(const project::AudioObject& object) const;
     std::shared_ptr<project::AudioObject> FindAudibleObject(project::AudioTrack& track, bool solo,

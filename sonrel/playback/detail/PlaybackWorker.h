@@ -30,7 +30,7 @@ public:
 
     /// Starts the thread. Voices are open, and no worker exists.
     void Start(std::uint64_t run);
-    /// Whether there is a thread to join; a run that ended by itself leaves one.
+    /// Whether there is a thread to join; a run that ended without a command leaves a thread.
     bool Exists() const { return thread_.joinable(); }
     /// Asks the worker to leave and ends its waits, whatever the device does.
     void RequestStop();

@@ -26,7 +26,7 @@ struct EightFrames {
     typename L::Doubles parts[2 * NOW];
 };
 
-/// The frames K places before those of a part.
+/// The frames K places before the frames of a part.
 template <int K, typename L>
 SONREL_ALWAYS_INLINE void Earlier(const EightFrames<L>& frames, int part,
                                   typename L::Doubles& earlier) {
@@ -111,7 +111,7 @@ SONREL_ALWAYS_INLINE void FilterInputs(const FilterFactors<L>& factors, const Ei
 }
 
 /// Adds the response of a part to the filtered inputs K frames before its own; nothing where they
-/// are in front of the block.
+/// are before the block.
 template <int PART, int K, typename L>
 SONREL_ALWAYS_INLINE void AddResponse(const EightFrames<L>& filtered,
                                       const typename L::Doubles& factor,
@@ -152,7 +152,7 @@ SONREL_ALWAYS_INLINE void FilterPart(const FilterFactors<L>& factors,
     part += outputs.last * factors.last.parts[PART];
 }
 
-/// @param outputs  those of the block before; replaced
+/// @param outputs  outputs of the block before; replaced
 template <typename L, int... PART>
 SONREL_ALWAYS_INLINE void FilterBlock(const FilterFactors<L>& factors,
                                       const EightFrames<L>& filtered, FourFrames<L>& outputs,

@@ -43,7 +43,7 @@ __m128i Absolute(__m128i value) {
     return _mm_sub_epi32(_mm_xor_si128(value, sign), sign);
 }
 
-/// Two factors in each lane, as those of two consecutive samples.
+/// Two factors in each lane, as for two consecutive samples.
 __m128i FactorPair(int phase, int tap) {
     const auto low = static_cast<std::uint16_t>(INTERPOLATOR[phase][tap]);
     const auto high = static_cast<std::uint16_t>(INTERPOLATOR[phase][tap + 1]);

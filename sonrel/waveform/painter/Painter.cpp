@@ -45,7 +45,7 @@ QImage StretchInBands(const QImage& drawing, int width, int bandRows) {
 /// the pixels without further cost, and WaveformPreview.h documents their layout.
 QImage Stretch(const QImage& drawing, int width) {
     if (drawing.isNull() || drawing.width() == width) return drawing;
-    // Four bytes a pixel, whatever the format, are those of the scaling.
+    // The scaling has four bytes a pixel, whatever the format.
     const int rowBytes = 4 * drawing.width();
     return StretchInBands(drawing, width, std::max(1, MAX_BYTES_OF_ONE_THREAD / rowBytes));
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Loads a plugin library and mixes through its plugins and those of the installed pack, with every
-// sample checked.
+// Loads a plugin library and mixes through its plugins and the plugins of the installed pack, with
+// every sample checked.
 #include <dlfcn.h>
 
 #include <algorithm>

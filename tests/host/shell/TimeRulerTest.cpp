@@ -112,7 +112,8 @@ TEST(RulerTicks, AnHourOnAPictureIsMarkedEveryFewMinutes) {
 
 TEST(TimecodeTicks, AreAtTheFramesOfRoundTimecodes) {
     // Ten seconds on 2000 pixels: "00:00:00:00" needs 80 pixels and a gap of 14, and half a second
-    // is 100 pixels, but 12.5 frames at 25 frames a second are no frame. One second is 200 pixels.
+    // is 100 pixels, but 12.5 frames at 25 frames a second are not a whole number. One second is
+    // 200 pixels.
     const std::vector<RulerTick> ticks = FrameTicks(0.0, 10.0, 2000, {25.0, false, 90000});
 
     EXPECT_EQ(Labels(ticks).front(), "01:00:00:00");

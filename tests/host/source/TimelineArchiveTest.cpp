@@ -31,7 +31,7 @@ protected:
         WriteFile(folder_ / "edit.otioz", ZipBytes(files));
     }
 
-    /// The message of a failure. Expects one that names the archive.
+    /// The message of a failure. Expects that it names the archive.
     std::string Failure(long long limit = 1000) const {
         try {
             Unpack(limit);
@@ -179,7 +179,7 @@ TEST_F(TimelineArchive, AFileInPlaceOfAFolderIsRefused) {
 // The archive has less than 1000 bytes.
 TEST_F(TimelineArchive, FilesOf100TimesItsBytesAreRefusedBeforeAnythingIsWritten) {
     ZippedFile bomb{"media/a.wav", "x", DEFLATED};
-    bomb.declaredSize = 67108864 - 11;  // 11 bytes are those of the document
+    bomb.declaredSize = 67108864 - 11;  // 11 bytes belong to the document
     Write({DOCUMENT_FILE, bomb});
     EXPECT_NE(Failure(INT_MAX).find("cannot unpack 'media/a.wav'"), std::string::npos);
     fs::remove_all(folder_ / "content");

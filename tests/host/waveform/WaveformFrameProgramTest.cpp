@@ -83,7 +83,7 @@ int LargestDifference(const QImage& one, const QImage& other) {
     return largest;
 }
 
-// The hashes are those of the first version of the program, which had no frames and black as its
+// The hashes come from the first version of the program, which had no frames and black as its
 // only default colour. Opaque colours: translucent pixels depend on the processor.
 TEST_F(WaveformFrameProgram, APictureOfOneColourKeepsItsBytes) {
     if (std::string(qVersion()) != "5.15.8") GTEST_SKIP() << "another drawing library";

@@ -40,7 +40,7 @@ public:
 
     /// From here on the device may report the end of a run.
     void OpenRun() { isOpen_ = true; }
-    /// Nothing is reported any more of the runs before the one with this number.
+    /// Runs before the run with this number are no longer reported.
     void EndRunsBefore(int number) { endedBefore_ = number; }
     /// Nothing is reported any more of any run.
     void EndAllRuns();

@@ -5,7 +5,7 @@
 
 namespace orlo::sonrel::detail {
 
-/// The shape of the gains of a fade. The numbers are those of the parameter "curve".
+/// The shape of the gains of a fade. The numbers are the values of the parameter "curve".
 enum class FadeCurve : int { Linear = 0, EqualPower = 1, Decibel = 2 };
 
 /// Gain of the side that fades out.
