@@ -15,12 +15,15 @@
 #include "host/output/OutputTarget.h"
 #include "host/shell/Errors.h"
 #include "host/shell/Text.h"
+#include "sonrel/files/RegularFile.h"
 
 namespace orlo::host {
 
 namespace {
 
 namespace fs = std::filesystem;
+
+using files::Uninterrupted;
 
 std::string FolderOf(const std::string& path) {
     const std::string folder = fs::path(path).parent_path().string();
@@ -34,14 +37,6 @@ std::string RandomName(const std::string& target) {
     // A long name is truncated, so that the suffix fits into the limit of 255 bytes.
     const std::string name = '.' + fs::path(target).filename().string().substr(0, 200) + suffix;
     return (fs::path(FolderOf(target)) / name).string();
-}
-
-/// Repeats a call that a signal interrupted.
-template <class Call>
-auto Retry(Call call) {
-    auto result = call();
-    while (result < 0 && errno == EINTR) result = call();
-    return result;
 }
 
 }  // namespace
@@ -62,7 +57,8 @@ PartialFile::~PartialFile() {
 
 /// @return false when the file system does not support nameless files
 bool PartialFile::OpenNameless(const std::string& folder) {
-    descriptor_ = Retry([&] { return open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0666); });
+    descriptor_ =
+        Uninterrupted([&] { return open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0666); });
     if (descriptor_ >= 0) return true;
     if (errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL) return false;
     ThrowWriteError(label_, errno);
@@ -70,7 +66,7 @@ bool PartialFile::OpenNameless(const std::string& folder) {
 
 void PartialFile::OpenTemporary() {
     const std::string name = RandomName(name_);
-    descriptor_ = Retry([&] {
+    descriptor_ = Uninterrupted([&] {
         return open(name.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0666);
     });
     if (descriptor_ < 0) ThrowWriteError(label_, errno);
@@ -79,7 +75,7 @@ void PartialFile::OpenTemporary() {
 
 void PartialFile::GiveTemporaryName() {
     const std::string name = RandomName(name_);
-    const int result = Retry([&] {
+    const int result = Uninterrupted([&] {
         return linkat(AT_FDCWD, OpenPath().c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW);
     });
     if (result != 0) ThrowWriteError(label_, errno);
@@ -89,7 +85,7 @@ void PartialFile::GiveTemporaryName() {
 void PartialFile::Write(std::string_view bytes) {
     while (!bytes.empty()) {
         const ssize_t written =
-            Retry([&] { return write(descriptor_, bytes.data(), bytes.size()); });
+            Uninterrupted([&] { return write(descriptor_, bytes.data(), bytes.size()); });
         if (written <= 0) ThrowWriteError(label_, written < 0 ? errno : 0);
         bytes.remove_prefix(static_cast<std::size_t>(written));
         written_ += written;
@@ -110,7 +106,7 @@ void PartialFile::StartWriteBack() {
 void PartialFile::WriteAt(std::string_view bytes, long long offset) {
     while (!bytes.empty()) {
         const ssize_t written =
-            Retry([&] { return pwrite(descriptor_, bytes.data(), bytes.size(), offset); });
+            Uninterrupted([&] { return pwrite(descriptor_, bytes.data(), bytes.size(), offset); });
         if (written <= 0) ThrowWriteError(label_, written < 0 ? errno : 0);
         bytes.remove_prefix(static_cast<std::size_t>(written));
         offset += written;
@@ -118,7 +114,7 @@ void PartialFile::WriteAt(std::string_view bytes, long long offset) {
 }
 
 std::size_t PartialFile::ReadAt(char* bytes, std::size_t count, long long offset) const {
-    const ssize_t got = Retry([&] { return pread(descriptor_, bytes, count, offset); });
+    const ssize_t got = Uninterrupted([&] { return pread(descriptor_, bytes, count, offset); });
     if (got < 0) ThrowWriteError(label_, errno);
     return static_cast<std::size_t>(got);
 }
@@ -139,7 +135,7 @@ void PartialFile::Sync() const {
     if (permissions_ && fchmod(descriptor_, static_cast<mode_t>(*permissions_)) != 0) {
         ThrowWriteError(label_, errno);
     }
-    if (Retry([&] { return fsync(descriptor_); }) != 0) ThrowWriteError(label_, errno);
+    if (Uninterrupted([&] { return fsync(descriptor_); }) != 0) ThrowWriteError(label_, errno);
 }
 
 /// A failed close still closes the descriptor. The bytes are already synced, so an interrupted
@@ -171,14 +167,7 @@ bool PartialFile::MoveTo(const std::string& target, bool mustBeFree) {
     }
     if (!Rename(target, mustBeFree)) return false;
     temporary_.clear();
-    const int folder =
-        Retry([&] { return open(FolderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
-    // A folder without read permission cannot be synced.
-    if (folder < 0 && errno == EACCES) return true;
-    if (folder < 0) ThrowWriteError(label_, errno);
-    const int error = Retry([&] { return fsync(folder); }) == 0 ? 0 : errno;
-    close(folder);
-    if (error != 0 && error != EINVAL) ThrowWriteError(label_, error);
+    if (files::SyncFolderOf(target) == files::FolderSync::Failed) ThrowWriteError(label_, errno);
     return true;
 }
 

@@ -149,6 +149,7 @@ inline FolderSync SyncFolderOf(const std::string& name) {
     const int error = errno;
     ::close(folder);
     if (synced) return FolderSync::Done;
+    errno = error;
     const bool isRefused = error == EINVAL || error == ENOTSUP || error == ENOSYS ||
                            error == EBADF || error == EACCES || error == EPERM;
     return isRefused ? FolderSync::Refused : FolderSync::Failed;
