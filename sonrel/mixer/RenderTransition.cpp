@@ -70,16 +70,16 @@ void Run(const TrackBlock& at, const Join& join, int frames, std::vector<unsigne
 void RenderTransition(const TrackBlock& trackBlock, project::AudioObject& object, int frames,
                       std::vector<unsigned char>& samples) {
     const int videoFrame = trackBlock.videoFrame;
-    const long long start = object.StartFrame();
+    const long long startFrame = object.StartFrame();
     const auto& incoming = object.IncomingTransition();
-    if (incoming && videoFrame < start + incoming->RelativeStartFrame() + incoming->Length()) {
-        Run(trackBlock, {*incoming, Direction::Entered, start}, frames, samples);
+    if (incoming && videoFrame < startFrame + incoming->RelativeStartFrame() + incoming->Length()) {
+        Run(trackBlock, {*incoming, Direction::Entered, startFrame}, frames, samples);
         return;
     }
-    const long long end = object.EndFrame();
+    const long long endFrame = object.EndFrame();
     const auto& outgoing = object.OutgoingTransition();
-    if (outgoing && videoFrame >= end + outgoing->RelativeStartFrame()) {
-        Run(trackBlock, {*outgoing, Direction::Left, end}, frames, samples);
+    if (outgoing && videoFrame >= endFrame + outgoing->RelativeStartFrame()) {
+        Run(trackBlock, {*outgoing, Direction::Left, endFrame}, frames, samples);
     }
 }
 

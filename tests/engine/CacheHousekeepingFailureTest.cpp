@@ -147,7 +147,7 @@ TEST_F(CacheHousekeepingFailure, EachKindHasADifferentText) {
     EXPECT_THAT(db.vfr, SizeIs(1));
 }
 
-TEST_F(CacheHousekeepingFailure, AFileThatCannotBeDeletedDoesNotStopTheWalk) {
+TEST_F(CacheHousekeepingFailure, AFileThatCannotBeDeletedDoesNotStopTheRun) {
     AddConformed("a.xwmc");
     AddConformed("b.xwmc", false);
     MakeUndeletable("b.xwmc");

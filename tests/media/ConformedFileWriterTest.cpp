@@ -125,7 +125,7 @@ TEST(ConformedFileWriter, AnExistingFileIsNotChanged) {
     EXPECT_EQ(ReadFile(folder / "a.xwmc"), "mine");
 }
 
-TEST(ConformedFileWriter, ALackOfDescriptorsIsAResultOfItsOwn) {
+TEST(ConformedFileWriter, ALackOfDescriptorsHasItsOwnResult) {
 #if defined(__SANITIZE_ADDRESS__)
     GTEST_SKIP() << "the sanitizer needs descriptors";
 #endif

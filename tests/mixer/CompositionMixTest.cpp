@@ -90,7 +90,7 @@ TEST_F(CompositionMix, DoesNotRenderALayerThatIsMutedHiddenOrSilent) {
     EXPECT_EQ(spy->rangesCalls.size(), 1u);
 }
 
-TEST_F(CompositionMix, PassesOverALayerThatOnlyDraws) {
+TEST_F(CompositionMix, SkipsALayerThatOnlyDraws) {
     const auto picture = std::make_shared<project::PictureLayer>();
     picture->SetRange(0, 250);
     composition_->AddLayer(picture);
@@ -111,7 +111,7 @@ public:
     mutable int timesAsked = 0;
 };
 
-TEST_F(CompositionMix, PassesOverALayerThatOnlyDrawsButHasAudio) {
+TEST_F(CompositionMix, SkipsALayerThatOnlyDrawsButHasAudio) {
     const auto spy = std::make_shared<SpyEffect>();
     const auto layer =
         std::make_shared<DrawnSound>(builder_.AddMedia(Constant(1000, 500, 500))->ID());

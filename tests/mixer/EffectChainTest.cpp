@@ -235,7 +235,7 @@ TEST_F(EffectChain, SharesOneBufferOfTheLongestRange) {
     EXPECT_EQ(Render(FIRST, 100)[99], Frame(7, 7));
 }
 
-TEST_F(EffectChain, PassesOverADisabledEffectInBothWalks) {
+TEST_F(EffectChain, SkipsADisabledEffectInBothPasses) {
     const auto off = LookBack(1000);
     const auto on = LookBack(10);
     Add(off)->SetEnabled(false);
@@ -378,7 +378,7 @@ TEST_F(StoppedChain, DropsThePlanAfterTheStop) {
     EXPECT_EQ(rendered.Capacity(), 350);
 }
 
-TEST_F(StoppedChain, SaysThatItPreviews) {
+TEST_F(StoppedChain, ReportsThatItPreviews) {
     Render(FIRST, 50, secondUse_->ID());
     EXPECT_TRUE(third_->rangesCalls[0].previewing);
     EXPECT_TRUE(first_->rangesCalls[0].previewing);
@@ -452,7 +452,7 @@ TEST_F(LayerChain, PassesItsEffectsTheArgumentsOfAnObjectsChain) {
     EXPECT_EQ(spy->processCalls[0], expected);
 }
 
-TEST_F(LayerChain, PassesOverEffectsOfOtherKindsInBothWalks) {
+TEST_F(LayerChain, SkipsEffectsOfOtherKindsInBothPasses) {
     const auto picture = LookBack(1000);
     picture->kind = 2;
     const auto audio = LookBack(10);

@@ -312,7 +312,7 @@ TYPED_TEST(TimelineRequest, WritesSilenceWhereNothingSounds) {
     EXPECT_TRUE(mix.buffer.GuardsIntact());
 }
 
-TYPED_TEST(TimelineRequest, GoesOnInTheNoiseOfTheOneBefore) {
+TYPED_TEST(TimelineRequest, ContinuesTheNoiseOfTheRequestBefore) {
     TimelineRig<TypeParam> rig(TWO_FRAMES, Constant(TWO_FRAMES_TOTAL, 1000, 1000));
     rig.Mixer().SetDither(sonrel::DitherType::HighPassTriangular, 7);
 

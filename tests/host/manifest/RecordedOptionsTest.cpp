@@ -70,7 +70,7 @@ std::string Word(const std::string& name, const std::string& value) {
     return value.empty() ? name : name + "=" + value;
 }
 
-TEST(RecordedOptions, EveryOptionOfMixIsKnownAsOneThatChangesSamplesOrNot) {
+TEST(RecordedOptions, EveryOptionOfMixIsKnownToChangeSamplesOrNot) {
     std::set<std::string> known;
     for (const auto& [name, value] : CHANGES_SAMPLES) known.insert(name);
     for (const auto& [name, value] : KEEPS_SAMPLES) known.insert(name);

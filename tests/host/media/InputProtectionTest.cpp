@@ -46,7 +46,7 @@ TEST_F(InputProtection, OtherFilesOfTheCacheFolderArePartOfTheCacheWhenTheDataba
     EXPECT_FALSE(IsRefused("cache/notes.txt"));
 }
 
-TEST_F(InputProtection, TheCompanionsOfALinkedDatabaseAreBesideTheTargetOfTheLink) {
+TEST_F(InputProtection, TheCompanionsOfALinkedDatabaseAreNextToTheTargetOfTheLink) {
     std::filesystem::create_directory(folder_ / "real");
     WriteFile(folder_ / "real/kept.db", "x");
     std::filesystem::create_symlink("real/kept.db", folder_ / "media.db");

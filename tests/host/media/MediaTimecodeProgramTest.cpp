@@ -65,7 +65,7 @@ TEST_F(MediaTimecodeProgram, AClipCountsFromTheTimeReferenceOfABroadcastWaveFile
     ExpectFrames30To40(MixFromSourceTimecode("a.wav"));
 }
 
-TEST_F(MediaTimecodeProgram, ATimeReferenceThatLiesIsOneEntryNextToTheSilence) {
+TEST_F(MediaTimecodeProgram, AWrongTimeReferenceIsOneEntryNextToTheSilence) {
     WriteFile(shop_.Work("a.wav"), NumberedWave(BroadcastDescription(~0ULL)));
 
     const ProgramResult result = MixFromSourceTimecode("a.wav");

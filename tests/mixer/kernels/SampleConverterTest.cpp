@@ -73,7 +73,7 @@ TEST_P(SampleConverterTest, AValueIsCutTowardZeroAndNotRounded) {
     EXPECT_EQ(ConvertPlain(-0.99999f / 32768.0f), 0);
 }
 
-TEST_P(SampleConverterTest, AValueThatRoundsIntoTheRangeIsCutAndOneThatRoundsOutOfItIsClipped) {
+TEST_P(SampleConverterTest, AValueThatRoundsIntoTheRangeIsCutAndAValueThatRoundsOutOfItIsClipped) {
     EXPECT_EQ(ConvertPlain(32767.4f / 32768.0f), 32767);
     EXPECT_EQ(ConvertPlain(32767.5f / 32768.0f), 32767);
     EXPECT_EQ(ConvertPlain(32767.6f / 32768.0f), 32767);
