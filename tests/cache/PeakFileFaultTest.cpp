@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,7 +7,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 
@@ -16,6 +14,7 @@
 #include "sonrel/files/RegularFile.h"
 #include "tests/cache/PeakFileFixture.h"
 #include "tests/support/AnotherProcess.h"
+#include "tests/support/ResourceLimit.h"
 
 namespace {
 
@@ -117,6 +116,7 @@ int __wrap_close(int descriptor) {
 
 namespace {
 
+using sonrel_tests::FileSizeLimit;
 using sonrel_tests::NamesIn;
 using testing::AnyOf;
 
@@ -391,24 +391,6 @@ int CodeOfSingleBytes(const std::string& path, const std::vector<int>& quarters)
     return code;
 }
 
-/// Limits the size of all files during its lifetime.
-class SizeLimit {
-public:
-    explicit SizeLimit(rlim_t bytes) {
-        signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &before_);
-        struct rlimit limit = before_;
-        limit.rlim_cur = bytes;
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~SizeLimit() { setrlimit(RLIMIT_FSIZE, &before_); }
-    SizeLimit(const SizeLimit&) = delete;
-    SizeLimit& operator=(const SizeLimit&) = delete;
-
-private:
-    struct rlimit before_ = {};
-};
-
 TEST_F(PeakFileFault, ADiskThatFillsAtAnyByteHasTheCodeOfWritingByteByByte) {
     media.format.frames = 32 * 4 * 1700;  // 6800 blocks of 5 bytes, 8500 a quarter
     const std::string other = (folder / "other").string();
@@ -416,7 +398,7 @@ TEST_F(PeakFileFault, ADiskThatFillsAtAnyByteHasTheCodeOfWritingByteByByte) {
     for (rlim_t limit = 0; limit <= whole + 500; limit += 499) {
         int single = 0, tasks = 0, referenceSingle = 0, referenceTasks = 0;
         {
-            const SizeLimit full(limit);
+            const FileSizeLimit full(limit);
             single = Create(Mode::SingleThreaded);
             tasks = Create(Mode::MultiThreaded);
             referenceSingle = CodeOfSingleBytes(other, {34000});
@@ -441,7 +423,7 @@ TEST_F(PeakFileFault, ADiskThatFillsWhereTheBufferOfTheStreamEndsHasTheSameCode)
         for (const int limit : {20, 4116, 8212, 12288, 12308, 12309, 24576, 24596, 36864, 36884}) {
             int tasks = 0, referenceTasks = 0;
             {
-                const SizeLimit full(static_cast<rlim_t>(limit));
+                const FileSizeLimit full(static_cast<rlim_t>(limit));
                 tasks = Create(Mode::MultiThreaded);
                 referenceTasks = CodeOfSingleBytes(other, {bytes, bytes, bytes, bytes});
             }

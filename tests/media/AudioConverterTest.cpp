@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include <signal.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <csignal>
 #include <fstream>
 #include <numbers>
 #include <thread>
@@ -14,6 +12,7 @@
 #include "sonrel/media/ConversionObserver.h"
 #include "tests/media/ConversionSupport.h"
 #include "tests/support/AnotherProcess.h"
+#include "tests/support/ResourceLimit.h"
 
 using namespace sonrel_tests;
 using zrh::media::ConversionObserver;
@@ -223,17 +222,9 @@ TEST_F(AudioConverter, MissingFolderFails) {
 
 TEST_F(AudioConverter, FullDiskFails) {
     const OpenedMedia media(Media(WaveFile(1, 2, 48000, 16, NoiseBytes(4 * 500000))));
-    const rlim_t small = 65536;
-    rlimit before = {};
-    getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit limit = {small, before.rlim_max};
-    std::signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &limit);
+    const FileSizeLimit limit(65536);
 
-    const int code = Convert(media, "out.xwmc");
-
-    setrlimit(RLIMIT_FSIZE, &before);
-    EXPECT_EQ(code, Code(MediaError::OutputFailed));
+    EXPECT_EQ(Convert(media, "out.xwmc"), Code(MediaError::OutputFailed));
 }
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
@@ -247,9 +238,7 @@ long long AddressSpace() {
 TEST_F(AudioConverter, ALackOfMemoryForTheResamplerIsAnErrorAndNoCrash) {
     const OpenedMedia media(Media(WaveFile(1, 2, 44100, 16, NoiseBytes(40000))));
     const auto convert = [&] {
-        const auto most = static_cast<rlim_t>(AddressSpace() + (16 << 20));
-        const rlimit limit = {most, most};
-        setrlimit(RLIMIT_AS, &limit);
+        const ResourceLimit limit(RLIMIT_AS, static_cast<rlim_t>(AddressSpace() + (16 << 20)));
         _exit(Convert(media, "out.xwmc") == Code(MediaError::OutOfMemory) ? 0 : 1);
     };
 

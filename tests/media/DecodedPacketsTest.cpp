@@ -3,11 +3,9 @@
 
 #include <pthread.h>
 #include <sched.h>
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <atomic>
-#include <csignal>
 #include <mutex>
 #include <set>
 #include <thread>
@@ -19,6 +17,8 @@
 #include "sonrel/media/input/InterruptScope.h"
 #include "tests/media/CodecMedia.h"
 #include "tests/media/ConversionSupport.h"
+#include "tests/support/ResourceLimit.h"
+#include "tests/support/Threads.h"
 
 using namespace sonrel_tests;
 using zrh::media::ConversionObserver;
@@ -157,15 +157,6 @@ bool HasSeveralCores() {
     return Cores() > 1;
 }
 
-/// The threads of this process.
-std::set<std::string> ThreadNumbers() {
-    std::set<std::string> numbers;
-    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
-        numbers.insert(thread.path().filename());
-    }
-    return numbers;
-}
-
 /// Converts media files of the folder and notes the threads that read them.
 class ThreadedConversion : public testing::Test {
 protected:
@@ -195,9 +186,7 @@ protected:
             return true;
         });
         EXPECT_EQ(Convert(folder_ / "a.wav"), 0);
-        return static_cast<std::size_t>(
-            std::count_if(during.begin(), during.end(),
-                          [&](const std::string& number) { return !before.contains(number); }));
+        return CountNew(during, before);
     }
 
     bool OnlyThisThreadHasRead() const {
@@ -397,20 +386,13 @@ TEST_F(ThreadedConversion, OfMediaThatAreCutMeanwhileFails) {
 }
 
 TEST_F(ThreadedConversion, ToAFullDiskFails) {
-    rlimit before = {};
-    getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit limit = {rlim_t{1} << 20, before.rlim_max};
-    std::signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &limit);
+    const FileSizeLimit limit(1 << 20);
 
-    const int code = Convert(CodecMedia("flac.flac"));
-
-    setrlimit(RLIMIT_FSIZE, &before);
-    EXPECT_EQ(code, Code(MediaError::OutputFailed));
+    EXPECT_EQ(Convert(CodecMedia("flac.flac")), Code(MediaError::OutputFailed));
 }
 
 TEST_F(ThreadedConversion, AFullDiskPrecedesAnErrorOfALaterPart) {
-    // The file may contain 0.9 of the 12.3 s; the media file is cut after about 9 s.
+    // There is space for 5.4 of the 12.3 s. The media file is cut after about 9 s.
     const std::filesystem::path path = folder_ / "a.flac";
     WriteFile(path, ReadFile(CodecMedia("flac.flac")));
     const ConversionObserver observer([&](long long doneFrames, long long) {
@@ -419,16 +401,9 @@ TEST_F(ThreadedConversion, AFullDiskPrecedesAnErrorOfALaterPart) {
         }
         return true;
     });
-    rlimit before = {};
-    getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit limit = {rlim_t{1} << 20, before.rlim_max};
-    std::signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &limit);
+    const FileSizeLimit limit(1 << 20);
 
-    const int code = Convert(path);
-
-    setrlimit(RLIMIT_FSIZE, &before);
-    EXPECT_EQ(code, Code(MediaError::OutputFailed));
+    EXPECT_EQ(Convert(path), Code(MediaError::OutputFailed));
 }
 
 TEST_F(ThreadedConversion, OfTenSecondsToAnotherRateIsWrittenOnAnotherThread) {

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,6 +7,7 @@
 #include "sonrel/media/ZRMediaException.h"
 #include "tests/media/MediaSupport.h"
 #include "tests/support/AnotherProcess.h"
+#include "tests/support/NoDescriptors.h"
 
 using namespace sonrel_tests;
 
@@ -132,8 +132,7 @@ TEST(MediaFileCreate, WithoutAFreeDescriptorTheFileIsRefusedWithThatReason) {
     WriteFile(folder / "a.wav", SmallWave());
 
     const int code = InAnotherProcess([&] {
-        const struct rlimit none = {0, 0};
-        setrlimit(RLIMIT_NOFILE, &none);
+        const NoDescriptors none;
         return CreateCodeOf(folder / "a.wav");
     });
 

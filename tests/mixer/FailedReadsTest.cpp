@@ -3,13 +3,13 @@
 #include "sonrel/mixer/FailedReads.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <cerrno>
 #include <filesystem>
 
 #include "sonrel/mixer/detail/FailedReadLog.h"
 #include "tests/support/MixRig.h"
+#include "tests/support/NoDescriptors.h"
 
 namespace sonrel_tests {
 namespace {
@@ -70,26 +70,10 @@ TEST_F(FailedReads, NameTheMediaFileTheConformedFileAndTheReasonOfTheSystem) {
 // UndefinedBehaviorSanitizer opens a pipe to check the address of an object. Without a free
 // descriptor it reports every object.
 #if !defined(__SANITIZE_ADDRESS__)
-/// The descriptors that this process may have open in the scope: those it has.
-class NoMoreDescriptors {
-public:
-    NoMoreDescriptors() {
-        getrlimit(RLIMIT_NOFILE, &before_);
-        const rlimit none{0, before_.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &none);
-    }
-    ~NoMoreDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
-    NoMoreDescriptors(const NoMoreDescriptors&) = delete;
-    NoMoreDescriptors& operator=(const NoMoreDescriptors&) = delete;
-
-private:
-    rlimit before_ = {};
-};
-
 TEST_F(FailedReads, ReportThatDescriptorsAreUsedUp) {
     const auto asset = builder_.AddMedia(Counting(1000));
     {
-        const NoMoreDescriptors limit;
+        const NoDescriptors none;
         EXPECT_EQ(Read(asset, 0, 100), 0);
     }
 

@@ -2,7 +2,6 @@
 #include "sonrel/waveform/WaveformPreview.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <QImage>
 #include <climits>
@@ -11,6 +10,7 @@
 #include <random>
 #include <stdexcept>
 
+#include "tests/support/ResourceLimit.h"
 #include "tests/waveform/WaveformFixture.h"
 
 namespace sonrel_tests {
@@ -236,16 +236,14 @@ TEST_F(WaveformResult, AnImageOfMoreBytesThanAnyBufferIsNotDrawn) {
 // The picture needs 1.6 gigabytes.
 TEST_F(WaveformResult, AnImageThatExceedsTheMemoryIs0AndLeavesTheBufferUnchanged) {
     GuardedBuffer buffer(100);
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
-    const rlimit gigabyte{1 << 30, before.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_AS, &gigabyte), 0);
+    int bytes = -1;
+    int result = -1;
+    {
+        const ResourceLimit gigabyte(RLIMIT_AS, 1 << 30);
+        bytes = Preview().ImageBytes(20000, 20000, Format::ARGB32);
+        result = Preview().CreateImage(20000, 20000, Format::ARGB32, buffer.Data(), 1600000000);
+    }
 
-    const int bytes = Preview().ImageBytes(20000, 20000, Format::ARGB32);
-    const int result =
-        Preview().CreateImage(20000, 20000, Format::ARGB32, buffer.Data(), 1600000000);
-
-    ASSERT_EQ(setrlimit(RLIMIT_AS, &before), 0);
     EXPECT_EQ(bytes, 0);
     EXPECT_EQ(result, 0);
     EXPECT_TRUE(buffer.Untouched());

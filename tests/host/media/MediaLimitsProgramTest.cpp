@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <chrono>
 #include <csignal>
@@ -10,6 +9,7 @@
 #include "tests/host/TimelineDocument.h"
 #include "tests/support/AacPackets.h"
 #include "tests/support/MatroskaBytes.h"
+#include "tests/support/ResourceLimit.h"
 #include "tests/support/WaveBytes.h"
 
 namespace sonrel_tests {
@@ -149,20 +149,6 @@ TEST_F(MediaLimitsProgram, AConformedFileThatDoesNotFitOnTheDiskIsNotStarted) {
     EXPECT_TRUE(NamesIn(shop_.Path("cache")).empty());
 }
 
-/// Lowers the descriptor limit of this process and its child processes.
-class FewDescriptors {
-public:
-    explicit FewDescriptors(rlim_t count) {
-        getrlimit(RLIMIT_NOFILE, &before_);
-        const struct rlimit limit = {count, before_.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &limit);
-    }
-    ~FewDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
-
-private:
-    struct rlimit before_ = {};
-};
-
 TEST_F(MediaLimitsProgram, SixtyFourDescriptorsAreEnoughForAnyNumberOfMediaFiles) {
     std::vector<Json> tracks;
     for (int i = 0; i < 70; ++i) {
@@ -173,7 +159,7 @@ TEST_F(MediaLimitsProgram, SixtyFourDescriptorsAreEnoughForAnyNumberOfMediaFiles
     WriteFile(shop_.Work("edit.otio"), Timeline(tracks).dump());
     ASSERT_EQ(shop_.Run({"mix", "@edit.otio", "--seed", "1", "-o", "@all.wav"}).exitCode, 0);
 
-    const FewDescriptors limit(64);
+    const ResourceLimit limit(RLIMIT_NOFILE, 64);
     for (const std::vector<std::string>& arguments :
          {std::vector<std::string>{"mix", "@edit.otio", "--seed", "1", "-o", "@few.wav"},
           {"info", "@edit.otio"},

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Sound that cannot be read is never mixed, played or aligned as silence.
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include "tests/host/UnreadableRig.h"
+#include "tests/support/ResourceLimit.h"
 
 namespace sonrel_tests {
 namespace {
@@ -114,14 +114,13 @@ TEST_F(UnreadableMedia, AReadErrorIsAnEventOfThePlayback) {
 TEST_F(UnreadableMedia, TooFewDescriptorsAreReportedWithTheRemedy) {
     ASSERT_EQ(shop_.Run(mix_).exitCode, 0);
     const auto outputs = TakeOutputs();
-    rlimit before = {};
-    getrlimit(RLIMIT_NOFILE, &before);
     int failures = 0;
     for (rlim_t descriptors = 10; descriptors < 40; ++descriptors) {
-        const rlimit few{descriptors, before.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &few);
-        const ProgramResult result = shop_.Run(mix_);
-        setrlimit(RLIMIT_NOFILE, &before);
+        ProgramResult result;
+        {
+            const ResourceLimit few(RLIMIT_NOFILE, descriptors);
+            result = shop_.Run(mix_);
+        }
         const auto left = TakeOutputs();
         if (result.exitCode == 0) {
             EXPECT_EQ(left, outputs) << descriptors;

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Outputs on a disk on which each operation fails in a separate run.
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <map>
 
 #include "tests/host/FaultRun.h"
 #include "tests/host/TimelineDocument.h"
+#include "tests/support/ResourceLimit.h"
 #include "tests/support/WaveBytes.h"
 
 namespace sonrel_tests {
@@ -17,22 +17,6 @@ namespace fs = std::filesystem;
 using Arguments = std::vector<std::string>;
 /// The bytes of files, by name.
 using Contents = std::map<std::string, std::string>;
-
-/// Limits the size of the files that programs started in its scope may write.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes) {
-        getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit limited{bytes, before_.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limited);
-    }
-    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &before_); }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-private:
-    rlimit before_ = {};
-};
 
 struct Job {
     std::string name;
@@ -185,7 +169,8 @@ TEST(OutputLimits, AFileBeyondTheSizeLimitIsAnErrorWithItsName) {
     const Workshop shop;
     WriteFile(shop.Work("a.wav"), ConformedFileBytes(96000));
     ASSERT_EQ(shop.Run({"conform", "@a.wav"}).exitCode, 0);
-    const FileSizeLimit limit(100'000);
+    // The program has to ignore the signal itself.
+    const ResourceLimit limit(RLIMIT_FSIZE, 100'000);
 
     const ProgramResult result = shop.Run({"mix", "@a.wav", "-o", "@out.wav"});
 

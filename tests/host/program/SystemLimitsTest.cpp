@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Every command with a low limit of descriptors and of address space.
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,6 +8,7 @@
 
 #include "tests/host/ProgramRun.h"
 #include "tests/host/TimelineDocument.h"
+#include "tests/support/ResourceLimit.h"
 #include "tests/support/WaveBytes.h"
 
 namespace sonrel_tests {
@@ -20,23 +20,6 @@ constexpr rlim_t MEGABYTE = 1 << 20;
 
 /// Five descriptors are open at the start of the program, and the library loader needs another.
 constexpr rlim_t MIN_DESCRIPTORS = 6;
-
-/// A limit of this process and of the programs that are started in its scope.
-class Limit {
-public:
-    Limit(__rlimit_resource resource, rlim_t max) : resource_(resource) {
-        getrlimit(resource_, &before_);
-        const rlimit limit = {max, before_.rlim_max};
-        setrlimit(resource_, &limit);
-    }
-    ~Limit() { setrlimit(resource_, &before_); }
-    Limit(const Limit&) = delete;
-    Limit& operator=(const Limit&) = delete;
-
-private:
-    __rlimit_resource resource_;
-    rlimit before_ = {};
-};
 
 class SystemLimits : public testing::Test {
 protected:
@@ -85,7 +68,7 @@ protected:
 
     RunningProgram Start(const std::vector<std::string>& arguments, __rlimit_resource resource,
                          rlim_t max) const {
-        const Limit limit(resource, max);
+        const ResourceLimit limit(resource, max);
         return shop_.Start(arguments);
     }
 
@@ -164,7 +147,7 @@ protected:
 };
 
 TEST_F(SystemLimits, EveryCommandRunsWith64DescriptorsAnd512MegabytesBesidesTheLibraries) {
-    const Limit descriptors(RLIMIT_NOFILE, 64);
+    const ResourceLimit descriptors(RLIMIT_NOFILE, 64);
     const rlim_t bytes = Libraries() + 512 * MEGABYTE;
     for (const auto& arguments : Commands()) {
         const ProgramResult result = RunLimited(arguments, RLIMIT_AS, bytes);
