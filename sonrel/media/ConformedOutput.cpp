@@ -24,9 +24,9 @@ std::int64_t BlockEndAfter(std::int64_t position) {
 ConformedOutput::ConformedOutput(orlo::project::ConformedFileWriter* writer, bool wantThread)
     : writer_(writer), position_(writer->Position()) {
     if (!wantThread) return;
+    blocks_.resize(BLOCKS_FOR_THREAD);  // before the thread, which only the destructor stops
     try {
         thread_ = std::jthread([this] { WriteOnThread(); });
-        blocks_.resize(BLOCKS_FOR_THREAD);
     } catch (const std::system_error&) {
         // The calling thread writes.
     }
@@ -74,7 +74,7 @@ bool ConformedOutput::Submit(std::size_t values) {
     full.values = values;
     position_ += static_cast<std::int64_t>(values) * VALUE_BYTES;
     const bool hasThread = thread_.joinable();
-    const bool isWritten = hasThread || Write(full);
+    const bool isWritten = hasThread || (!hasFailed_ && Write(full));
     {
         std::unique_lock lock(mutex_);
         ++submitted_;

@@ -1,11 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/media/detail/ConformedOutput.h"
 
-#include <sys/resource.h>
+#include <unistd.h>
 
-#include <csignal>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
 
 #include "tests/media/MediaSupport.h"
+#include "tests/support/ResourceLimit.h"
+#include "tests/support/Threads.h"
 
 using namespace sonrel_tests;
 using orlo::project::ConformedFileWriter;
@@ -33,22 +40,48 @@ private:
     ConformedFileWriter writer_;
 };
 
-/// Limits the size of files.
-class FileSizeLimit {
+/// The disk. While it is stopped, the writes of this program wait. The program is linked so that
+/// the code under test writes here (see CMakeLists.txt).
+class Disk {
 public:
-    explicit FileSizeLimit(rlim_t bytes) {
-        std::signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit limit = {bytes, before_.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
+    void Stop() { SetStopped(true); }
+    void Continue() { SetStopped(false); }
+    /// Lets one of the next writes fail, counted from 1.
+    void Fail(int write) {
+        const std::lock_guard lock(mutex_);
+        writesToFailure_ = write;
     }
-    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &before_); }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+    /// Waits while the disk is stopped. @return whether a write succeeds
+    bool Take() {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [this] { return !isStopped_; });
+        return writesToFailure_ == 0 || --writesToFailure_ > 0;
+    }
 
 private:
-    rlimit before_ = {};
-};
+    void SetStopped(bool isStopped) {
+        const std::lock_guard lock(mutex_);
+        isStopped_ = isStopped;
+        changed_.notify_all();
+    }
+
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool isStopped_ = false;   // guarded by mutex_, like the number
+    int writesToFailure_ = 0;  // 0: none fails
+} disk;
+
+/// Polls a condition. @return false after a time that only a broken build needs
+template <class Condition>
+bool Await(Condition isTrue) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!isTrue()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::yield();
+    }
+    return true;
+}
 
 std::vector<std::int16_t> NoiseValues(std::size_t count) {
     std::vector<std::int16_t> values;
@@ -71,6 +104,16 @@ std::string BytesOf(const std::vector<std::int16_t>& values) {
 constexpr std::size_t FIRST_BLOCK_VALUES = (512 * 1024 - 44) / 2;
 
 }  // namespace
+
+extern "C" {
+ssize_t __real_write(int descriptor, const void* bytes, std::size_t size);
+
+ssize_t __wrap_write(int descriptor, const void* bytes, std::size_t size) {
+    if (disk.Take()) return __real_write(descriptor, bytes, size);
+    errno = ENOSPC;
+    return -1;
+}
+}
 
 TEST(ConformedOutput, WritesSamplesOfAnyLengthInOrder) {
     const std::vector<std::int16_t> values = NoiseValues(2'000'000);
@@ -127,7 +170,31 @@ TEST(ConformedOutput, FramesOfTheCallerFollowTheCollectedSamples) {
     }
 }
 
-TEST(ConformedOutput, ABlockThatCannotBeWrittenIsReportedAndIsTheLast) {
+TEST(ConformedOutput, TheCallerWaitsWhileFourBlocksAreNotWritten) {
+    const std::vector<std::int16_t> values = NoiseValues(8 * 256 * 1024);
+    OutputFile file;
+    ConformedOutput output(file.Writer(), true);
+    std::atomic<pid_t> callerNumber = 0;
+    std::atomic<int> passedOn = 0;
+    disk.Stop();
+
+    std::jthread caller([&] {
+        callerNumber = gettid();
+        for (; passedOn < 8; ++passedOn) {
+            Append(values.data() + passedOn * 256 * 1024, 256 * 1024, &output.Samples());
+            EXPECT_TRUE(output.WriteFullBlocks());
+        }
+        EXPECT_TRUE(output.WriteAll());
+    });
+    EXPECT_TRUE(Await([&] { return passedOn >= 3 && IsAsleep(callerNumber); }));
+    EXPECT_EQ(passedOn, 3);
+    disk.Continue();
+    caller.join();
+
+    EXPECT_TRUE(file.FinishedBytes() == WaveFile(1, 2, 48000, 16, BytesOf(values)));
+}
+
+TEST(ConformedOutput, ABlockThatCannotBeWrittenIsReported) {
     const std::vector<std::int16_t> values = NoiseValues(FIRST_BLOCK_VALUES);
     for (const bool onThread : {false, true}) {
         OutputFile file;
@@ -142,6 +209,27 @@ TEST(ConformedOutput, ABlockThatCannotBeWrittenIsReportedAndIsTheLast) {
         }
 
         EXPECT_FALSE(isWritten) << onThread;
+        EXPECT_FALSE(output.Wait()) << onThread;
+        EXPECT_FALSE(output.WriteAll()) << onThread;
+        EXPECT_EQ(file.Writer()->Position(), 512 * 1024) << onThread;
+    }
+}
+
+TEST(ConformedOutput, NoBlockIsWrittenAfterABlockThatFailed) {
+    const std::vector<std::int16_t> values = NoiseValues(256 * 1024);
+    for (const bool onThread : {false, true}) {
+        OutputFile file;
+        ConformedOutput output(file.Writer(), onThread);
+        disk.Fail(2);
+        // With a thread, three blocks wait for it.
+        if (onThread) disk.Stop();
+
+        for (int i = 0; i < 3; ++i) {
+            Append(values.data(), values.size(), &output.Samples());
+            EXPECT_EQ(output.WriteFullBlocks(), onThread || i < 1) << i;
+        }
+        disk.Continue();
+
         EXPECT_FALSE(output.Wait()) << onThread;
         EXPECT_FALSE(output.WriteAll()) << onThread;
         EXPECT_EQ(file.Writer()->Position(), 512 * 1024) << onThread;

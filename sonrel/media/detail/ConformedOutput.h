@@ -17,7 +17,8 @@ namespace zrh::media::detail {
 /// 512 KiB in the file, which takes the kernel the least time.
 ///
 /// With a thread, the blocks are written while the caller converts the next samples. The caller
-/// waits while four blocks are not yet written, which bounds the memory.
+/// waits while four blocks are not yet written, which bounds the memory. After a block that could
+/// not be written, no other block is written.
 ///
 /// Threads: one at a time.
 class ConformedOutput {
@@ -41,6 +42,7 @@ public:
     /// Writes all of Samples and waits. @return whether everything could be written
     bool WriteAll();
     /// Writes all of Samples, and then frames of the caller without copying them.
+    /// @return whether everything could be written
     bool WriteDirectly(const std::int16_t* samples, std::int64_t frames);
     /// Waits until the thread has no block. @return whether every block could be written
     bool Wait();
