@@ -1,6 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/conformed/ConformedFileWriter.h"
 
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <optional>
+
 #include "sonrel/conformed/ConformedAudioFile.h"
 #include "sonrel/database/CacheLedger.h"
 #include "tests/media/MediaSupport.h"
@@ -13,7 +20,33 @@ namespace {
 
 const std::int16_t SAMPLES[] = {1, -1, 2, -2, 3, -3};
 
+/// The requests to start the sync of a range.
+struct SyncRequests {
+    int error = 0;                                        ///< of each request; 0 for success
+    std::vector<std::pair<long long, long long>> ranges;  ///< first byte and number of bytes
+};
+
+/// The requests of a test that replaces the system call.
+std::optional<SyncRequests> syncRequests;
+
+/// Writes zeros. @return whether all could be written
+bool WriteMebibytes(int count, ConformedFileWriter& writer) {
+    const std::vector<std::int16_t> samples(static_cast<std::size_t>(count) << 19);
+    return writer.Write(samples.data(), static_cast<std::int64_t>(samples.size() / 2));
+}
+
 }  // namespace
+
+/// Takes the place of the system call.
+int sync_file_range(int descriptor, off64_t first, off64_t bytes, unsigned int flags) {
+    if (!syncRequests) {
+        return static_cast<int>(syscall(SYS_sync_file_range, descriptor, first, bytes, flags));
+    }
+    EXPECT_EQ(flags, static_cast<unsigned int>(SYNC_FILE_RANGE_WRITE));
+    syncRequests->ranges.emplace_back(first, bytes);
+    errno = syncRequests->error;
+    return syncRequests->error == 0 ? 0 : -1;
+}
 
 TEST(ConformedFileWriter, WritesAPlainWaveFile) {
     const TemporaryFolder folder;
@@ -59,6 +92,37 @@ TEST(ConformedFileWriter, AFileOfManyMebibytesIsWhole) {
 
     EXPECT_TRUE(ReadFile(folder / "a") == WaveFile(1, 2, 48000, 16, expected));
     EXPECT_EQ(orlo::project::ConformedFileChecksum(folder.Wide("a"), {}), writer.Checksum());
+}
+
+TEST(ConformedFileWriter, TheDiskStartsToWriteTheBytesSinceItsLastStartEvery8Mebibytes) {
+    const TemporaryFolder folder;
+    ConformedFileWriter writer;
+    ASSERT_EQ(writer.Open(folder / "a", 48000, 1 << 24), ConformedFileWriter::Result::Done);
+    syncRequests.emplace();
+
+    for (int i = 0; i < 7; ++i) EXPECT_TRUE(WriteMebibytes(3, writer));
+
+    const auto ranges = std::exchange(syncRequests, {})->ranges;
+    ASSERT_EQ(ranges.size(), 2u);
+    EXPECT_EQ(ranges[0], std::pair(0LL, 44 + (9LL << 20)));
+    EXPECT_EQ(ranges[1], std::pair(44 + (9LL << 20), 9LL << 20));
+}
+
+TEST(ConformedFileWriter, ADiskThatCannotWriteFailsTheWriteThatStartsIt) {
+    const TemporaryFolder folder;
+    // The last three: the system or the kind of file has no such call.
+    for (const int error : {EIO, ENOSPC, EDQUOT, ENOSYS, EINVAL, ESPIPE}) {
+        ConformedFileWriter writer;
+        ASSERT_EQ(writer.Open(folder / std::to_string(error), 48000, 1 << 24),
+                  ConformedFileWriter::Result::Done);
+        syncRequests = SyncRequests{error, {}};
+
+        EXPECT_TRUE(WriteMebibytes(7, writer)) << error;
+        EXPECT_EQ(WriteMebibytes(1, writer), error == ENOSYS || error == EINVAL || error == ESPIPE)
+            << error;
+
+        syncRequests.reset();
+    }
 }
 
 TEST(ConformedFileWriter, ChecksumCoversTheSamplesAndThenTheHeader) {
