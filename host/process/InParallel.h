@@ -6,9 +6,9 @@
 
 namespace orlo::host {
 
-/// Calls @p work with each number from 0 to @p count, excluded, on up to @p jobs threads. This
-/// thread is one of them. The calls begin in the order of the numbers, poll the interrupt flag of
-/// this thread, and have all ended when the function returns.
+/// Calls @p work with each number below @p count, on up to @p jobs threads including this one. The
+/// calls begin in the order of the numbers, and have all ended when the function returns. In the
+/// calls, Interrupted polls the flag of this thread.
 ///
 /// After a failure no other call begins.
 /// @throws the failure of the lowest number, which is the failure of a loop on one thread

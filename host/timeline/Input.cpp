@@ -253,7 +253,9 @@ void RefuseMedia(const std::string& path, int code) {
 }
 
 void ImportMedia(project::Project& project, std::vector<MediaUse>& media, int jobs) {
-    InParallel(media.size(), jobs, [&](std::size_t number) {
+    // 64 descriptors suffice for every command, on a machine with more cores too.
+    constexpr int MAX_OPEN_FILES = 16;
+    InParallel(media.size(), std::min(jobs, MAX_OPEN_FILES), [&](std::size_t number) {
         const zrh::media::InterruptScope stopMedia(Interrupted);
         MediaUse& use = media[number];
         if (IsMissing(use.location)) {

@@ -81,7 +81,7 @@ Json MissingJson(const std::vector<MediaUse>& missing);
 
 /// Creates the assets for the media of a timeline and adds them to a project. Missing media become
 /// assets without sound. Media files without sound, and missing streams, are marked as silent.
-/// @param jobs  files that are read at the same time
+/// @param jobs  files that are open at the same time, at most 16
 /// @throws JobError with the name of the first file that cannot be read
 void ImportMedia(project::Project& project, std::vector<MediaUse>& media, int jobs);
 

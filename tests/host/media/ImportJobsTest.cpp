@@ -1,11 +1,33 @@
 // SPDX-License-Identifier: MIT
 // The media files of a timeline, read by several jobs.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <thread>
+#include <utility>
 
 #include "host/shell/Errors.h"
 #include "host/timeline/Input.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/Threads.h"
 #include "tests/support/WaveBytes.h"
+
+namespace {
+
+/// Runs before each look for a media file; empty in most tests.
+std::function<void()> beforeStat;
+
+}  // namespace
+
+/// Takes the place of the system call.
+int stat(const char* path, struct stat* status) noexcept {
+    if (beforeStat) beforeStat();
+    return fstatat(AT_FDCWD, path, status, 0);
+}
 
 namespace orlo::host {
 namespace {
@@ -62,6 +84,32 @@ TEST_P(ImportJobsTest, ReportTheFirstFileThatCannotBeRead) {
 
     EXPECT_NE(message.find("/6.wav"), std::string::npos) << message;
     EXPECT_EQ(project_->Assets().All().size(), 0U);
+}
+
+using ManyImportJobsTest = ImportJobsTest;
+
+INSTANTIATE_TEST_SUITE_P(Jobs, ManyImportJobsTest, testing::Values(15, 16, 256));
+
+TEST_P(ManyImportJobsTest, OpenAtMost16FilesAtATime) {
+    for (int i = 0; i < 40; ++i) Add(std::to_string(i) + ".wav", ConformedFileBytes(100));
+    const auto before = sonrel_tests::ThreadNumbers();
+    std::size_t helpers = 0;
+    bool isCounting = false;
+    std::atomic<bool> isCounted = false;
+    // This thread looks for its first file when all others exist, and they wait for it.
+    beforeStat = [&, caller = std::this_thread::get_id()] {
+        if (std::this_thread::get_id() != caller) {
+            while (!isCounted) std::this_thread::yield();
+        } else if (!std::exchange(isCounting, true)) {
+            helpers = sonrel_tests::CountNew(sonrel_tests::ThreadNumbers(), before);
+            isCounted = true;
+        }
+    };
+
+    EXPECT_EQ(Import(), "");
+
+    beforeStat = nullptr;
+    EXPECT_EQ(helpers, static_cast<std::size_t>(std::min(GetParam(), 16) - 1));
 }
 
 }  // namespace

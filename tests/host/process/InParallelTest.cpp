@@ -8,8 +8,10 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <tuple>
 
 #include "host/shell/Interrupt.h"
+#include "tests/support/Threads.h"
 
 namespace orlo::host {
 namespace {
@@ -44,6 +46,61 @@ TEST(InParallel, WithOneJobStaysOnThisThreadInOrder) {
         EXPECT_EQ(std::this_thread::get_id(), caller);
         EXPECT_EQ(number, next++);
     });
+}
+
+TEST(InParallel, HasAThreadForEachJobAndAtMostOneForEachNumber) {
+    for (const auto& [count, jobs, threads] :
+         {std::tuple{COUNT, 1, 1u}, {COUNT, 7, 7u}, {3, 7, 3u}}) {
+        const auto before = sonrel_tests::ThreadNumbers();
+        std::size_t helpers = COUNT;
+        std::atomic<bool> isCounted = false;
+
+        // This thread begins its first call when all others exist, and they wait for it.
+        InParallel(count, jobs, [&, caller = std::this_thread::get_id()](std::size_t) {
+            if (std::this_thread::get_id() == caller && !isCounted) {
+                helpers = sonrel_tests::CountNew(sonrel_tests::ThreadNumbers(), before);
+                isCounted = true;
+            }
+            while (!isCounted) std::this_thread::yield();
+        });
+
+        EXPECT_EQ(helpers, threads - 1) << jobs;
+    }
+}
+
+/// Sets a flag when its thread has ended.
+struct EndOfThread {
+    std::atomic<bool>& hasEnded;
+    ~EndOfThread() { hasEnded = true; }
+};
+
+TEST(InParallel, AFailureOfALaterNumberDoesNotReplaceAFailure) {
+    constexpr std::size_t NONE = COUNT;
+    std::atomic<std::size_t> numberOfHelper = NONE;
+    std::atomic<bool> hasLaterBegun = false;
+    std::atomic<bool> hasHelperEnded = false;
+    const auto work = [&, caller = std::this_thread::get_id()](std::size_t number) {
+        if (std::this_thread::get_id() != caller) {
+            thread_local const EndOfThread end{hasHelperEnded};
+            numberOfHelper = number;
+            while (!hasLaterBegun) std::this_thread::yield();
+            throw std::runtime_error("earlier");
+        }
+        while (numberOfHelper == NONE) std::this_thread::yield();
+        if (number < numberOfHelper) return;
+        hasLaterBegun = true;
+        while (!hasHelperEnded) std::this_thread::yield();
+        throw std::runtime_error("later");
+    };
+
+    std::string failure;
+    try {
+        InParallel(COUNT, 2, work);
+    } catch (const std::runtime_error& error) {
+        failure = error.what();
+    }
+
+    EXPECT_EQ(failure, "earlier");
 }
 
 TEST(InParallel, OfTwoFailuresRethrowsThatOfTheLowestNumberAndBeginsNoOther) {
