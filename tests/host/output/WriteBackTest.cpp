@@ -51,17 +51,16 @@ protected:
     PartialFile file_{folder_ / "out", "out"};
 };
 
-TEST_F(WriteBackTest, BeginsDuringTheWritesAndLeavesLittleForTheEnd) {
-    Write(40 * MEGABYTE);
+TEST_F(WriteBackTest, BeginsAfterEvery4MegabytesAndLeavesTheRestForTheEnd) {
+    Write(43 * MEGABYTE);
 
-    long long end = 0;
-    for (const WriteBack& writeBack : writeBacks) {
-        EXPECT_EQ(writeBack.start, end);
+    ASSERT_EQ(writeBacks.size(), 10u);
+    for (int i = 0; i < 10; ++i) {
+        const WriteBack& writeBack = writeBacks[static_cast<std::size_t>(i)];
+        EXPECT_EQ(writeBack.start, i * 4 * MEGABYTE);
+        EXPECT_EQ(writeBack.bytes, 4 * MEGABYTE);
         EXPECT_EQ(writeBack.flags, static_cast<unsigned int>(SYNC_FILE_RANGE_WRITE));
-        end += writeBack.bytes;
     }
-    EXPECT_LE(end, 40 * MEGABYTE);
-    EXPECT_GE(end, 35 * MEGABYTE);
 }
 
 TEST_F(WriteBackTest, OfASmallFileIsLeftToTheEnd) {

@@ -305,21 +305,23 @@ TEST_P(GainLawTest, MeterBlocksOfEveryLengthFollowTheRulesOneFrameAtATime) {
 
 TEST_P(GainLawTest, AMeterRecordsTheValuesOfEverySampleAtAnyLevelAndBalance) {
     constexpr float INFINITE = std::numeric_limits<float>::infinity();
-    const std::vector<short> noise = NoiseSamples(50, 8);
+    const std::vector<short> noise = NoiseSamples(150, 8);
     std::vector<short> negative = noise;
+    std::vector<short> positive = noise;
     for (short& sample : negative) sample = static_cast<short>(sample | -32768);
+    for (short& sample : positive) sample = static_cast<short>(sample & 32767);
     for (const float level : {-6.0f, 24.0f, -900.0f, 800.0f, -INFINITE, INFINITE, NOT_A_NUMBER}) {
         for (const float balance : {0.0f, 0.4f, -1.0f, 1.0f, 1.5f, -3.0f, INFINITE, NOT_A_NUMBER}) {
-            for (const std::vector<short>& samples : {noise, negative, Stereo(50, 3000, 0)}) {
+            for (const auto& samples : {noise, negative, positive, Stereo(150, 3000, 0)}) {
                 AudioMeter meter;
                 reference::AudioMeter expected;
-                meter.StartMeterSession(20);
-                expected.StartMeterSession(20);
-                std::vector<float> block(100, 0.0f);
+                meter.StartMeterSession(61);
+                expected.StartMeterSession(61);
+                std::vector<float> block(300, 0.0f);
 
-                MixObjectIntoBlockMetered(samples.data(), 50, block.data(), 50, level, level,
+                MixObjectIntoBlockMetered(samples.data(), 150, block.data(), 150, level, level,
                                           balance, &meter);
-                reference::MixObjectIntoBlockMetered(samples.data(), 50, block.data(), 50, level,
+                reference::MixObjectIntoBlockMetered(samples.data(), 150, block.data(), 150, level,
                                                      level, balance, expected);
 
                 SCOPED_TRACE(testing::Message() << level << " dB, balance " << balance);
