@@ -26,7 +26,7 @@ public:
 
     /// Returns space for @p frames more stereo frames, to be filled before the next call.
     unsigned char* Next(int frames);
-    /// Passes on frames that are complete, after all frames before.
+    /// Passes on complete frames, after all earlier frames.
     /// @param samples  4 * frames bytes
     void Pass(const unsigned char* samples, long long frames);
     /// Passes on the remaining frames.

@@ -100,7 +100,7 @@ SONREL_ALWAYS_INLINE void LoadFrames(const short* frames, typename L::Floats& le
 #pragma GCC diagnostic ignored "-Wpsabi"  // the built-in functions return vectors
 #endif
 
-/// Converts a vector of 16-bit samples to one of as many 32-bit integers. GCC 12 converts the
+/// Converts a vector of 16-bit samples to as many 32-bit integers. GCC 12 converts the
 /// halves of a vector separately.
 template <typename Shorts, typename Ints>
 SONREL_ALWAYS_INLINE void Widen(const Shorts& shorts, Ints& ints) {

@@ -8,7 +8,8 @@ contains its file, its channel and its time.
 Makes the media files and the timelines in a new folder in FOLDER, mixes each timeline, and compares
 what is heard at 20 places of each with a reference reader. Without FOLDER the files are temporary. A
 clip that is silent because its media file has no sound must have an entry in notTakenOver, and info
-must have the entries of the mix. The timelines in examples must have no entry. Prints a JSON object; returns 1 when something is wrong.
+must have the entries of the mix. The timelines in examples must have no entry. Prints a JSON object;
+returns 1 when something is wrong.
 --every takes each Nth timeline only, --only those whose name contains a word.
 """
 

@@ -38,6 +38,7 @@ struct FileDescription {
 /// Threads: any.
 /// @param demuxer      receives the opened file at its start; null when the description was kept
 /// @param description  receives the description
+/// @return the error of Demuxer::Open, or Cancelled after an interrupt
 MediaError DescribeFile(const std::shared_ptr<const InputFile>& file,
                         std::unique_ptr<Demuxer>* demuxer,
                         std::shared_ptr<const FileDescription>* description);

@@ -21,7 +21,7 @@ public:
     }
     /// Appends the first @p values values of the room.
     void Fill(std::size_t values) { used_ += values; }
-    /// Replaces the values, which may be a later part of the same buffer.
+    /// Replaces all values. The new values may be a later part of the same buffer.
     void Assign(const std::int16_t* values, std::size_t count) {
         used_ = 0;
         std::copy_n(values, count, Room(count));

@@ -22,7 +22,8 @@ class AudioMeter;
 /// starts again at its own start level. That sawtooth is meant and part of every mix's bytes.
 namespace orlo::sonrel::detail {
 
-/// The factor g of equal levels.
+/// The factor g for two equal levels.
+/// @param level  dB
 float GainOfLevel(float level);
 
 /// Adds samples to the float block.

@@ -28,7 +28,7 @@ public:
     /// @param count    at most the length of the block
     void Add(const short* samples, int count, const BlockLevels& levels);
 
-    /// Uses the samples of the layer before for the last time.
+    /// Ends the use of the samples of the layer before.
     void ReleaseSamples() {
         if (single_.samples != nullptr) Values();
     }

@@ -25,7 +25,10 @@ public:
 
     /// Takes the next block without touching its memory. @return its number, for Zeroed
     int Take();
-    /// The same as the result of Acquire, of a block that was taken.
+    /// Sets a block that was taken to zero.
+    /// @param taken   the result of Take
+    /// @param frames  as for Acquire
+    /// @return as Acquire
     boost::shared_array<float> Zeroed(int taken, int frames);
 
     /// Makes all blocks free again.

@@ -14,7 +14,7 @@ constexpr int FILTER_BLOCK_FRAMES = 4;
 /// two outputs before them. Only the second waits for earlier outputs, and it does so once for four
 /// frames. After H. B. Voelcker and E. E. Hartquist, "Digital filtering via block recursion", 1970.
 ///
-/// The results differ from the recursion by its rounding errors. The blocks are counted
+/// The results differ from the recursion by rounding errors only. The blocks are counted
 /// from the first frame of the sound, so that the output of a frame depends only on the sound from
 /// there to the frame.
 struct BlockFilter {
