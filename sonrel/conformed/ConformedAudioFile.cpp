@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -37,10 +38,17 @@ int OpenCacheFile(const std::string& name, struct stat* status) {
     return files::OpenRegular(name, O_RDONLY, files::Links::Refused, status);
 }
 
-/// Whether the path leads to the same file in the same state.
-bool IsUnchanged(const ConformedAudioFileImpl& file) {
+/// Whether the path leads to the same file in the same state, now or at an earlier moment of the
+/// current tick: a mix opens a file many times in a tick.
+bool IsUnchanged(ConformedAudioFileImpl* file) {
+    const std::int64_t now = files::fileClock.load(std::memory_order_relaxed)();
+    if (now == file->unchangedAt) return true;
     struct stat status = {};
-    return lstat(file.name.c_str(), &status) == 0 && files::IdentityOf(status) == file.identity;
+    if (lstat(file->name.c_str(), &status) != 0 || files::IdentityOf(status) != file->identity) {
+        return false;
+    }
+    file->unchangedAt = now;
+    return true;
 }
 
 /// Opens the file and reads its layout, unless the record is of this very file.
@@ -62,10 +70,17 @@ int OpenAndLearn(ConformedAudioFileImpl* file) {
     return -1;
 }
 
+/// Frames that are read in advance: whole reads of the last length, which may vary by one frame, so
+/// that none is read twice. 0 when such reads are too long.
+long long AheadFrames(const ConformedAudioFileImpl& file, long long start) {
+    const long long read = file.lastCount.load(std::memory_order_relaxed) + 1;
+    return std::min(AHEAD_FRAMES - AHEAD_FRAMES % read, file.layout.sampleCount - start);
+}
+
 /// After a failure no frames are ahead: the read that needs them reports it.
 void FillAhead(int descriptor, ConformedAudioFileImpl* file) {
     const long long start = file->nextFrame.load(std::memory_order_relaxed);
-    const long long frames = std::min(AHEAD_FRAMES, file->layout.sampleCount - start);
+    const long long frames = AheadFrames(*file, start);
     file->ahead.start = start;
     file->ahead.bytes.resize(static_cast<std::size_t>(std::max(frames, 0LL) * BYTES_PER_FRAME));
     if (!ReadFullyAt(descriptor, file->ahead.bytes.data(),
@@ -83,12 +98,12 @@ void CloseAndKeep(std::unique_ptr<ConformedAudioFileImpl> file) {
 }
 
 /// The record of a path, from the last time it was open or new.
-std::unique_ptr<ConformedAudioFileImpl> RecordOf(std::wstring path) {
+std::unique_ptr<ConformedAudioFileImpl> RecordOf(const std::wstring& path) {
     auto file = RecentConformedFiles::Take(path);
     if (file) return file;
     file = std::make_unique<ConformedAudioFileImpl>();
     file->name = zrtl::ToUtf8(path);
-    file->path = std::move(path);
+    file->path = path;
     return file;
 }
 
@@ -147,13 +162,16 @@ ConformedAudioFile& ConformedAudioFile::operator=(ConformedAudioFile&& other) no
 }
 
 bool ConformedAudioFile::Open(std::wstring const& path) {
-    // The path may be that of this object, which closing clears.
-    std::wstring newPath = path;
-    CloseAndKeep(std::move(impl_));
-    if (newPath.empty() || newPath.find(L'\0') != std::wstring::npos) return false;
+    if (impl_) {
+        // The path may be that of this object, which closing clears.
+        const std::wstring newPath = path;
+        CloseAndKeep(std::move(impl_));
+        return Open(newPath);
+    }
+    if (path.empty() || path.find(L'\0') != std::wstring::npos) return false;
 
-    auto file = RecordOf(std::move(newPath));
-    if (file->HoldsNextRead() && IsUnchanged(*file)) {
+    auto file = RecordOf(path);
+    if (file->HoldsNextRead() && IsUnchanged(file.get())) {
         impl_ = std::move(file);
         return true;
     }

@@ -28,10 +28,11 @@ public:
     /// differs from its header, and a link. An open file is closed first.
     ///
     /// A path that was closed a moment ago and whose file is unchanged may open without a file
-    /// descriptor: the next frames are in memory. If the file is deleted while it is open in this
-    /// way, reads beyond those frames return 2, which is silence in a mix, and another file under
-    /// the same name is not read instead. A file that is opened for the first time always has a
-    /// descriptor and can be read to its end after it was deleted.
+    /// descriptor: the next frames are in memory. Whether the file is unchanged is examined once in
+    /// a tick of the clock of file times, which is 1 to 10 ms long. If the file is deleted while it
+    /// is open in this way, reads beyond those frames return 2, which is silence in a mix, and
+    /// another file under the same name is not read instead. A file that is opened for the first
+    /// time always has a descriptor and can be read to its end after it was deleted.
     /// @return whether the file is open
     bool Open(std::wstring const& path);
     /// The path given to Open; empty when closed.

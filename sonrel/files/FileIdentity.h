@@ -2,10 +2,10 @@
 #pragma once
 
 #include <sys/stat.h>
+#include <time.h>
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <cstdint>
 
 /// Identifies a file and its state, to find out whether remembered content is still valid.
@@ -21,24 +21,28 @@ struct FileIdentity {
     auto operator<=>(const FileIdentity&) const = default;
 };
 
+inline std::int64_t Nanoseconds(const timespec& time) {
+    return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+}
+
 inline FileIdentity IdentityOf(const struct stat& status) {
-    const auto nanoseconds = [](const timespec& time) {
-        return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
-    };
     return {static_cast<std::uint64_t>(status.st_dev), static_cast<std::uint64_t>(status.st_ino),
-            static_cast<std::int64_t>(status.st_size), nanoseconds(status.st_mtim),
-            nanoseconds(status.st_ctim)};
+            static_cast<std::int64_t>(status.st_size), Nanoseconds(status.st_mtim),
+            Nanoseconds(status.st_ctim)};
 }
 
 /// Returns nanoseconds since 1970, from the clock of file times.
 using FileClock = std::int64_t (*)();
 
+/// The clock by which the system sets the times of files. It advances in ticks of 1 to 10 ms, and
+/// is read without a system call.
 inline std::int64_t SystemFileClock() {
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
+    timespec now = {};
+    ::clock_gettime(CLOCK_REALTIME_COARSE, &now);
+    return Nanoseconds(now);
 }
 
-/// The clock of IsSettled; a test may replace it.
+/// The clock of file times; a test may replace it.
 inline std::atomic<FileClock> fileClock = SystemFileClock;
 
 /// Whether every later change of a file in this state changes its identity. The times of files have

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -20,6 +22,19 @@
 
 namespace {
 
+/// Bytes that were requested from files.
+std::atomic<long long> bytesRead = 0;
+
+}  // namespace
+
+/// Takes the place of the system call, and counts.
+ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset) {
+    bytesRead += static_cast<long long>(size);
+    return syscall(SYS_pread64, descriptor, buffer, size, offset);
+}
+
+namespace {
+
 using orlo::project::ConformedAudioFile;
 using sonrel_tests::Chunk;
 using sonrel_tests::ConformedFileBytes;
@@ -33,15 +48,25 @@ constexpr int FRAMES = 100000;
 /// The requests of a mix at 48 kHz and 25 frames a second.
 constexpr int BLOCK = 1920;
 
+/// Ticks that the clock of a test has made.
+std::atomic<std::int64_t> ticks = 0;
+
 /// An hour after the time of every file that a test writes.
 std::int64_t InAnHour() {
-    return orlo::files::SystemFileClock() + 3'600'000'000'000;
+    static const std::int64_t START = orlo::files::SystemFileClock() + 3'600'000'000'000;
+    return START + ticks * 4'000'000;
+}
+
+/// The same clock, of which every reading is in another tick.
+std::int64_t TickingInAnHour() {
+    ++ticks;
+    return InAnHour();
 }
 
 /// Files that have not changed for a long time and are opened repeatedly.
 class ConformedFileReopening : public testing::Test {
 protected:
-    void SetUp() override { orlo::files::fileClock = InAnHour; }
+    void SetUp() override { orlo::files::fileClock = TickingInAnHour; }
     void TearDown() override { orlo::files::fileClock = orlo::files::SystemFileClock; }
 
     std::string Name(int index) const { return "a" + std::to_string(index) + ".xwmc"; }
@@ -77,6 +102,19 @@ protected:
     /// Three blocks, each read by a separate object.
     void ReadThreeBlocks(int index) const {
         for (int block = 0; block < 3; ++block) ReadOnce(index, block * BLOCK, BLOCK);
+    }
+
+    /// The bytes that are requested from the file while consecutive blocks are read, each by a
+    /// separate object.
+    /// @param lengths  frames of the blocks, alternately
+    long long BytesReadForBlocks(int index, std::pair<int, int> lengths) const {
+        const long long before = bytesRead;
+        int count = lengths.first;
+        for (long long start = 0; start < FRAMES; start += count) {
+            count = count == lengths.first ? lengths.second : lengths.first;
+            ReadOnce(index, start, count);
+        }
+        return bytesRead - before;
     }
 
     /// Writes in place until the file system shows that the file changed.
@@ -200,6 +238,35 @@ TEST_F(ConformedFileReopening, OpensOneDescriptorForReadsElsewhereAndClosesIt) {
         EXPECT_EQ(Descriptors(0), 1);
     }
     EXPECT_EQ(Descriptors(0), 0);
+}
+
+TEST_F(ConformedFileReopening, ReadsNoFrameTwice) {
+    Write(0, ConformedFileBytes(FRAMES));
+    constexpr long long HEADERS_AND_SINGLE_FRAMES = 2000;
+
+    for (const auto& lengths : {std::pair(BLOCK, BLOCK), {1601, 1602}, {1602, 1601}, {7, 7}}) {
+        EXPECT_LE(BytesReadForBlocks(0, lengths), FRAMES * 4 + HEADERS_AND_SINGLE_FRAMES)
+            << lengths.first << " and " << lengths.second;
+    }
+}
+
+TEST_F(ConformedFileReopening, ForLongReadsReadsNothingInAdvance) {
+    Write(0, ConformedFileBytes(FRAMES));
+
+    EXPECT_LE(BytesReadForBlocks(0, {20000, 20000}), FRAMES * 4 + 2000);
+}
+
+TEST_F(ConformedFileReopening, ExaminesTheFileOnceInATickOfTheClock) {
+    Write(0, ConformedFileBytes(FRAMES));
+    orlo::files::fileClock = InAnHour;
+    ReadThreeBlocks(0);
+
+    std::filesystem::remove(folder_ / Name(0));
+
+    const std::string all = CountingSamples(FRAMES);
+    EXPECT_EQ(ReadOnce(0, 3 * BLOCK, BLOCK), all.substr(3 * BLOCK * 4, BLOCK * 4));
+    ++ticks;
+    EXPECT_EQ(ReadOnce(0, 4 * BLOCK, BLOCK), "refused");
 }
 
 TEST_F(ConformedFileReopening, OfADeletedFileIsRefused) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -25,7 +26,8 @@ struct ConformedAudioFileImpl {
     std::wstring path;
     std::string name;  ///< the path in UTF-8
     files::FileIdentity identity;
-    bool isSettled = false;  ///< when the identity was taken
+    bool isSettled = false;        ///< when the identity was taken
+    std::int64_t unchangedAt = 0;  ///< tick in which the path was last seen to lead to the identity
     ConformedFileLayout layout;
     ReadAhead ahead;  ///< never changed while the file is open: several threads may read
     /// The end of the last read and its frames: the next read probably continues there.
