@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Compositions mixed frame by frame: a composition that shows a recording, alone and inside others.
-// Each level mixes, dithers and reads the level below. Allocations are for each frame, without the
-// first frame.
+// Each level reads the level below, mixes and converts to 16 bits, with the dither of the program
+// or without. Allocations are for each frame, without the first frame.
 #include <benchmark/benchmark.h>
 
 #include <cstddef>
@@ -19,8 +19,8 @@ using namespace sonrel_tests;
 constexpr int FRAMES = 250;  // ten seconds
 constexpr int FRAME = 1920;
 
-/// The argument is the number of compositions inside the outermost composition.
-void Nested(benchmark::State& state) {
+/// The argument is the number of compositions around the composition of the recording.
+void Nested(benchmark::State& state, orlo::sonrel::DitherType dither) {
     const Format format{25.0, 48000, FRAMES};
     ProjectBuilder builder(format);
     auto composition = builder.AddComposition(format);
@@ -31,6 +31,7 @@ void Nested(benchmark::State& state) {
         composition = outer;
     }
     MixRig rig;
+    rig.Mixer().SetDither(dither, 1);
     std::vector<unsigned char> mix(FRAME * 4);
     int frame = 0;
     const auto mixFrame = [&] {
@@ -51,7 +52,12 @@ void Nested(benchmark::State& state) {
         static_cast<double>(sonrel_bench::Allocations() - before) / static_cast<double>(frames);
 }
 
-BENCHMARK(Nested)->Arg(0)->Arg(1)->Arg(2)->Arg(4)->Arg(8)->Unit(benchmark::kMicrosecond);
+void Levels(benchmark::internal::Benchmark* benchmark) {
+    benchmark->Arg(0)->Arg(1)->Arg(2)->Arg(4)->Arg(8)->Unit(benchmark::kMicrosecond);
+}
+
+BENCHMARK_CAPTURE(Nested, Dithered, orlo::sonrel::DitherType::HighPassTriangular)->Apply(Levels);
+BENCHMARK_CAPTURE(Nested, Undithered, orlo::sonrel::DitherType::None)->Apply(Levels);
 
 }  // namespace
 

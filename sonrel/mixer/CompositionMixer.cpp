@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/mixer/detail/CompositionMixer.h"
 
+#include <functional>
 #include <mutex>
-#include <vector>
 
 #include "sonrel/base/Timing.h"
 #include "sonrel/mixer/detail/AudioMixerImpl.h"
@@ -29,22 +29,23 @@ int CompositionMixer::MixBlock(const Block& block, double frameRate, zrtl::Stere
     const int videoFrame = zrtl::FrameAtSample(block.timelineStart, block.rate, frameRate);
     if (mixer_.OnlyCounts()) return CountBlock(block, videoFrame);
     LayerSum sum(mixer_.floatBlocks, block.count);
-    std::vector<unsigned char> samples;
-    ObjectRenderer renderer(mixer_, project_, block, samples);
-    composition_->Layers().ForEach([&](const std::shared_ptr<project::AbstractLayer>& layer) {
+    SampleBufferPool::Buffer buffer(mixer_.sampleBuffers);
+    ObjectRenderer renderer(mixer_, project_, block, buffer.Get());
+    auto addLayer = [&](const std::shared_ptr<project::AbstractLayer>& layer) {
         if (!Sounds(*layer, videoFrame)) return;
         sum.ReleaseSamples();  // the buffer is for the samples of this layer
-        const double layerSeconds = layer->StartTime(project_->Assets()) / 1000.0;
-        const int frames = renderer.Render(ClipOf(*project_, *layer));
+        const Clip clip = ClipOf(*project_, *layer);
+        const int frames = renderer.Render(clip);
         if (frames < 1) return;
 
         BlockLevels levels;
         {
             const std::lock_guard lock(mixer_.mutex);
-            levels = ReadLevels(layer->Animation(), BlockTimes::Of(block).Since(layerSeconds));
+            levels = ReadLevels(layer->Animation(), BlockTimes::Of(block).Since(clip.startSeconds));
         }
         sum.Add(zrtl::ValuesOf(renderer.Frames()), frames, levels);
-    });
+    };
+    composition_->Layers().ForEach(std::ref(addLayer));
 
     if (metering_ == Metering::Allowed) {
         const BlockMeters meters = mixer_.meters.ForMixBlock();
@@ -55,11 +56,12 @@ int CompositionMixer::MixBlock(const Block& block, double frameRate, zrtl::Stere
 }
 
 int CompositionMixer::CountBlock(const Block& block, int videoFrame) {
-    std::vector<unsigned char> samples;
-    ObjectRenderer renderer(mixer_, project_, block, samples);
-    composition_->Layers().ForEach([&](const std::shared_ptr<project::AbstractLayer>& layer) {
+    SampleBufferPool::Buffer buffer(mixer_.sampleBuffers);
+    ObjectRenderer renderer(mixer_, project_, block, buffer.Get());
+    auto countLayer = [&](const std::shared_ptr<project::AbstractLayer>& layer) {
         if (Sounds(*layer, videoFrame)) renderer.Render(ClipOf(*project_, *layer));
-    });
+    };
+    composition_->Layers().ForEach(std::ref(countLayer));
     *mixer_.noiseSamples += block.count;
     return block.count;
 }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <functional>
 
 #include "sonrel/base/Numbers.h"
 #include "sonrel/mixer/detail/Block.h"
@@ -61,7 +62,7 @@ SampleRange RequiredRange(project::EffectInstance& effect, project::AbstractPlug
 long long PlanEffectRanges(const ChainContext& context, const EffectList& effects,
                            std::vector<SampleRange>& ranges) {
     long long longest = LengthOf(context.request);
-    effects.ForEachReverse([&](const std::shared_ptr<project::EffectInstance>& effect) {
+    auto plan = [&](const std::shared_ptr<project::EffectInstance>& effect) {
         // The plan of the effects after the stop effect is dropped.
         if (IsStop(*effect, context.stopAtEffect)) {
             ranges.clear();
@@ -75,14 +76,15 @@ long long PlanEffectRanges(const ChainContext& context, const EffectList& effect
         const SampleRange needed = RequiredRange(*effect, *plugin, ranges.back(), context);
         longest = std::max(longest, LengthOf(needed));
         ranges.push_back(needed);
-    });
+    };
+    effects.ForEachReverse(std::ref(plan));
     return longest;
 }
 
 void RunEffects(const ChainContext& context, const EffectList& effects, KindTest kindTest,
                 std::vector<SampleRange>& ranges, std::vector<unsigned char>& samples) {
     bool stopped = false;
-    effects.ForEach([&](const std::shared_ptr<project::EffectInstance>& effect) {
+    auto run = [&](const std::shared_ptr<project::EffectInstance>& effect) {
         if (stopped) return;
         if (IsStop(*effect, context.stopAtEffect)) {
             stopped = true;
@@ -104,7 +106,8 @@ void RunEffects(const ChainContext& context, const EffectList& effects, KindTest
                                       static_cast<int>(LengthOf(output)), times.timelineMs,
                                       times.startMs, times.endMs, output.first, input.first,
                                       context.objectOffset, !context.stopAtEffect.IsNull());
-    });
+    };
+    effects.ForEach(std::ref(run));
 }
 
 }  // namespace orlo::sonrel::detail

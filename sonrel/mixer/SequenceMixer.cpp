@@ -57,7 +57,8 @@ int SequenceMixer::MixBlock(const Block& block, double frameRate, zrtl::StereoFr
     const BlockTimes times = BlockTimes::Of(block);
     const auto sum = mixer_.floatBlocks.Acquire(block.count);
     const SoloFlags solo(*sequence_, mixer_.mutex);
-    std::vector<unsigned char> samples;
+    SampleBufferPool::Buffer buffer(mixer_.sampleBuffers);
+    std::vector<unsigned char>& samples = buffer.Get();
     ObjectRenderer renderer(mixer_, project_, block, samples);
 
     const auto& tracks = sequence_->AudioTracks();
@@ -91,7 +92,8 @@ int SequenceMixer::MixBlock(const Block& block, double frameRate, zrtl::StereoFr
 /// Follows MixBlock through the objects that may play a composition.
 int SequenceMixer::CountBlock(const Block& block, int videoFrame) {
     const SoloFlags solo(*sequence_, mixer_.mutex);
-    std::vector<unsigned char> samples;
+    SampleBufferPool::Buffer buffer(mixer_.sampleBuffers);
+    std::vector<unsigned char>& samples = buffer.Get();
     ObjectRenderer renderer(mixer_, project_, block, samples);
     const auto& tracks = sequence_->AudioTracks();
     for (std::size_t i = 0; i < tracks.size(); ++i) {

@@ -12,6 +12,7 @@
 #include "sonrel/mixer/detail/MixBlockPool.h"
 #include "sonrel/mixer/detail/MixMeters.h"
 #include "sonrel/mixer/detail/Resampler.h"
+#include "sonrel/mixer/detail/SampleBufferPool.h"
 
 namespace orlo::sonrel {
 
@@ -19,6 +20,7 @@ namespace orlo::sonrel {
 struct AudioMixerImpl {
     std::vector<project::ConformedAudioFile> conformedFiles;  ///< most recently used first
     detail::MixBlockPool floatBlocks;
+    detail::SampleBufferPool sampleBuffers;
     DitherType ditherType = DitherType::HighPassTriangular;
     unsigned int ditherSeed = 0;  ///< 0 asks for one from the clock at each reset
     SampleConverter converter{DitherType::HighPassTriangular, 0};
