@@ -219,19 +219,21 @@ TEST(ConformedOutput, NoBlockIsWrittenAfterABlockThatFailed) {
     const std::vector<std::int16_t> values = NoiseValues(256 * 1024);
     for (const bool onThread : {false, true}) {
         OutputFile file;
-        ConformedOutput output(file.Writer(), onThread);
         disk.Fail(2);
         // With a thread, three blocks wait for it.
         if (onThread) disk.Stop();
+        {
+            ConformedOutput output(file.Writer(), onThread);
+            for (int i = 0; i < 3; ++i) {
+                Append(values.data(), values.size(), &output.Samples());
+                EXPECT_EQ(output.WriteFullBlocks(), onThread || i < 1) << i;
+            }
+            disk.Continue();
 
-        for (int i = 0; i < 3; ++i) {
-            Append(values.data(), values.size(), &output.Samples());
-            EXPECT_EQ(output.WriteFullBlocks(), onThread || i < 1) << i;
+            EXPECT_FALSE(output.Wait()) << onThread;
+            EXPECT_FALSE(output.WriteAll()) << onThread;
         }
-        disk.Continue();
-
-        EXPECT_FALSE(output.Wait()) << onThread;
-        EXPECT_FALSE(output.WriteAll()) << onThread;
+        // The thread has ended.
         EXPECT_EQ(file.Writer()->Position(), 512 * 1024) << onThread;
     }
 }
