@@ -135,12 +135,13 @@ TEST_F(PlayTerminal, ControlCStopsThePlayerAndRestoresTheTerminal) {
 }
 
 TEST_F(PlayTerminal, ShowsAReadErrorWhenItHappensAndExits1) {
-    WriteFile(shop_.Work("b.wav"), ConformedFileBytes(96001));
+    WriteFile(shop_.Work("b.wav"), ConformedFileBytes(960001));
     WriteFile(shop_.Work("edit.otio"),
-              Timeline({Track({Clip("a.wav", 0, 50), Gap(700), Clip("b.wav", 0, 50), Gap(3000)})})
+              Timeline({Track({Clip("a.wav", 0, 50), Gap(700), Clip("b.wav", 0, 500), Gap(3000)})})
                   .dump());
     TerminalRun run(Arguments({}));
-    ASSERT_TRUE(run.Shows("  >")) << run.Shown();
+    // Now a.wav is open, and can be read after it is removed.
+    ASSERT_TRUE(run.Shows("00:00:01:")) << run.Shown();
     std::filesystem::remove_all(shop_.Path("cache"));
 
     // Three jumps of ten seconds, to frame 750 and later.
