@@ -42,6 +42,20 @@ TEST(SampleBufferPool, GivesSeparateBuffersAtTheSameTime) {
     EXPECT_EQ(inner.Get(), SampleBufferPool::Samples(10, 2));
 }
 
+TEST(SampleBufferPool, GivesTheMemoryOfAllNestedBuffersAgain) {
+    SampleBufferPool pool;
+    for (int block = 0; block < 2; ++block) {
+        SampleBufferPool::Buffer outer(pool);
+        SampleBufferPool::Buffer inner(pool);
+        if (block > 0) {
+            EXPECT_GE(outer.Get().capacity(), 1000u);
+            EXPECT_GE(inner.Get().capacity(), 1000u);
+        }
+        outer.Get().assign(1000, 1);
+        inner.Get().assign(1000, 2);
+    }
+}
+
 TEST(SampleBufferPool, KeepsNoBufferThatIsLongerThanABlock) {
     SampleBufferPool pool;
     FillOne(pool, SampleBufferPool::MAX_KEPT_BYTES + 1);

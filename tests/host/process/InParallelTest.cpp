@@ -68,6 +68,17 @@ TEST(InParallel, HasAThreadForEachJobAndAtMostOneForEachNumber) {
     }
 }
 
+/// The message of the failure that reaches the caller; empty without a failure.
+template <class Work>
+std::string FailureOfTwoJobs(const Work& work) {
+    try {
+        InParallel(COUNT, 2, work);
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return {};
+}
+
 /// Sets a flag when its thread has ended.
 struct EndOfThread {
     std::atomic<bool>& hasEnded;
@@ -93,14 +104,7 @@ TEST(InParallel, AFailureOfALaterNumberDoesNotReplaceAFailure) {
         throw std::runtime_error("later");
     };
 
-    std::string failure;
-    try {
-        InParallel(COUNT, 2, work);
-    } catch (const std::runtime_error& error) {
-        failure = error.what();
-    }
-
-    EXPECT_EQ(failure, "earlier");
+    EXPECT_EQ(FailureOfTwoJobs(work), "earlier");
 }
 
 TEST(InParallel, OfTwoFailuresRethrowsThatOfTheLowestNumberAndBeginsNoOther) {
@@ -118,14 +122,7 @@ TEST(InParallel, OfTwoFailuresRethrowsThatOfTheLowestNumberAndBeginsNoOther) {
         }
     };
 
-    std::string failure;
-    try {
-        InParallel(COUNT, 2, work);
-    } catch (const std::runtime_error& error) {
-        failure = error.what();
-    }
-
-    EXPECT_EQ(failure, "3");
+    EXPECT_EQ(FailureOfTwoJobs(work), "3");
     for (std::size_t i = 0; i < COUNT; ++i) EXPECT_EQ(calls[i], i <= 5 ? 1 : 0) << i;
 }
 
