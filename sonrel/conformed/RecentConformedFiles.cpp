@@ -9,7 +9,7 @@ namespace orlo::project {
 
 namespace {
 
-/// With its frames ahead a file takes 64 KB: 16 MB in all.
+/// With the frames that are read in advance they take up to 40 MB.
 constexpr std::size_t MAX_FILES = 256;
 
 /// Whether the cache of this thread was destroyed: a static object may close its file after that.
@@ -43,6 +43,10 @@ std::unique_ptr<ConformedAudioFileImpl> RecentConformedFiles::Take(const std::ws
     auto file = std::move(*found);
     files.erase(found);
     return file;
+}
+
+int RecentConformedFiles::Count() {
+    return cacheHasEnded ? 0 : static_cast<int>(CacheOfThread().files.size());
 }
 
 void RecentConformedFiles::Keep(std::unique_ptr<ConformedAudioFileImpl> file) {

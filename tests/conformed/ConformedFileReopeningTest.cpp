@@ -253,7 +253,55 @@ TEST_F(ConformedFileReopening, ReadsNoFrameTwice) {
 TEST_F(ConformedFileReopening, ForLongReadsReadsNothingInAdvance) {
     Write(0, ConformedFileBytes(FRAMES));
 
-    EXPECT_LE(BytesReadForBlocks(0, {20000, 20000}), FRAMES * 4 + 2000);
+    EXPECT_LE(BytesReadForBlocks(0, {70000, 70000}), FRAMES * 4 + 2000);
+}
+
+TEST_F(ConformedFileReopening, ReadsMoreThanASecondOfOneFileInAdvance) {
+    Write(0, ConformedFileBytes(FRAMES));
+    long long ahead = 0;
+
+    // A thread without records of other tests.
+    std::thread([&] {
+        ReadOnce(0, 0, BLOCK);
+        const long long before = bytesRead;
+        ReadOnce(0, BLOCK, BLOCK);
+        ahead = bytesRead - before;
+    }).join();
+
+    EXPECT_GE(ahead, 48000 * 4);
+    EXPECT_LE(ahead, 65536 * 4);
+}
+
+TEST_F(ConformedFileReopening, ReadsFortyMegabytesOfManyFilesInAdvance) {
+    constexpr int FILES = 256;
+    Write(0, ConformedFileBytes(FRAMES));
+    for (int index = 1; index < FILES; ++index) {
+        std::filesystem::create_hard_link(folder_ / Name(0), folder_ / Name(index));
+    }
+    long long ahead = 0;
+
+    std::thread([&] {
+        for (int index = 0; index < FILES; ++index) ReadOnce(index, 0, BLOCK);
+        const long long before = bytesRead;
+        for (int index = 0; index < FILES; ++index) ReadOnce(index, BLOCK, BLOCK);
+        ahead = bytesRead - before;
+    }).join();
+
+    EXPECT_LE(ahead, 40'000'000);
+    // A third of a second of each file.
+    EXPECT_GE(ahead, FILES * 14000 * 4);
+}
+
+TEST_F(ConformedFileReopening, ReadsNothingInAdvanceForReadsThatDoNotContinue) {
+    Write(0, ConformedFileBytes(FRAMES));
+    ReadOnce(0, FRAMES - BLOCK, BLOCK);
+    const long long before = bytesRead;
+
+    for (long long start = FRAMES - 2 * BLOCK; start >= 0; start -= BLOCK) {
+        ReadOnce(0, start, BLOCK);
+    }
+
+    EXPECT_LE(bytesRead - before, FRAMES * 4);
 }
 
 TEST_F(ConformedFileReopening, ExaminesTheFileOnceInATickOfTheClock) {

@@ -33,6 +33,8 @@ struct ConformedAudioFileImpl {
     /// The end of the last read and its frames: the next read probably continues there.
     std::atomic<long long> nextFrame{0};
     std::atomic<long long> lastCount{0};
+    std::atomic<bool> isContinued{
+        false};                       ///< whether the last read began at the end of the one before
     std::atomic<int> descriptor{-1};  ///< -1 until a read needs it, and while the file is closed
 
     ConformedAudioFileImpl() = default;

@@ -22,6 +22,9 @@ public:
     /// Removes and returns the record of a path that this thread kept; null without one.
     static std::unique_ptr<ConformedAudioFileImpl> Take(const std::wstring& path);
 
+    /// The number of records that this thread keeps.
+    static int Count();
+
     /// Keeps the record of a closed file, and drops the oldest record when there are too many. A
     /// file that was written a moment ago could change once more without a change of its times: its
     /// record is not kept.
