@@ -139,6 +139,12 @@ def changes(before, after):
             if before.get(path) != after.get(path)]
 
 
+def sync(trap, path, output):
+    """The command with a trap at a path. Of a folder, it would read every file, as it should."""
+    if not os.path.isdir(path):
+        yield "sync", "good.wav", trap, "--otio", output
+
+
 class MediaCases:
     """Every command on every media trap, and a few on every timeline that is something else."""
 
@@ -180,7 +186,7 @@ class MediaCases:
                           ("peaks", trap.argument),
                           ("waveform", trap.argument, "-o", out / "w.png"),
                           ("align", "good.wav", trap.argument),
-                          ("sync", "good.wav", trap.argument, "--otio", out / "s.otio"),
+                          *sync(trap.argument, named[0], out / "s.otio"),
                           ("report", trap.argument, "-o", out / "a.html"),
                           ("report", self.edit, "-o", out / "m.html"),
                           ("verify", self.manifest), ("verify", "--cached", self.manifest),
