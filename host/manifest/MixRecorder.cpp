@@ -56,7 +56,7 @@ void MixRecorder::Begin(const std::vector<MediaUse>& media) {
     if (otio::IsTimelinePath(input_)) timelineHash_ = Sha256OfFile(DocumentOf(input_, global_));
     for (const MediaUse& use : media) {
         const std::string& path = use.location.path;
-        if (IsMissing(use.location) || states_.contains(path)) continue;
+        if (use.isMissing || states_.contains(path)) continue;
         std::error_code error;
         const auto size = static_cast<long long>(std::filesystem::file_size(path, error));
         states_[path] = {error ? 0 : size, FingerprintOf(path)};

@@ -125,7 +125,7 @@ void MediaCollector::AddTimeline(const std::string& input) {
     const otio::Arrangement& arrangement = timeline.import.arrangement;
     if (guard_ != nullptr) ProtectTimeline(input, timeline.import, *guard_);
     for (const MediaUse& use : CollectMedia(arrangement.tracks)) {
-        if (IsMissing(use.location)) {
+        if (use.isMissing) {
             AddMissing(input, use, arrangement.rate);
         } else {
             AddClipMedia(timeline, use);

@@ -98,6 +98,12 @@ std::shared_ptr<MediaAsset> ImportUse(project::Project& project, MediaUse& use) 
     }
 }
 
+/// Whether a file does not exist, or its URL is not a local file.
+bool IsMissing(const otio::MediaLocation& location) {
+    struct stat status = {};
+    return !location.problem.empty() || stat(location.path.c_str(), &status) != 0;
+}
+
 /// Frame rate of the picture in a media file; 0 when it cannot be read or has no picture.
 double PictureRate(const std::string& path, MediaCatalog& catalog) {
     const MediaDescription& description = catalog.Describe(path);
@@ -110,7 +116,7 @@ double PictureRate(const std::string& path, MediaCatalog& catalog) {
 void SetDropFrame(otio::Arrangement& arrangement, MediaCatalog& catalog) {
     if (arrangement.dropFrame || !HasDropFrame(arrangement.fps)) return;
     for (const MediaUse& use : CollectMedia(arrangement.tracks)) {
-        if (IsMissing(use.location)) continue;
+        if (use.isMissing) continue;
         const MediaDescription& description = catalog.Describe(use.location.path);
         if (!HasDropFrameTimecode(description.info)) continue;
         arrangement.dropFrame = true;
@@ -138,13 +144,24 @@ public:
 private:
     void Add(const otio::PlacedClip& clip) {
         const auto [at, isNew] = known_.try_emplace({clip.media.path, clip.sound}, media_.size());
-        if (isNew) media_.push_back({clip.media, clip.sound, clip.place, nullptr, {}, true});
+        if (isNew) {
+            const bool isMissing = IsMissingOnce(clip.media);
+            media_.push_back({clip.media, clip.sound, clip.place, nullptr, {}, true, isMissing});
+        }
         MediaUse& use = media_[at->second];
         use.isPicture = use.isPicture && clip.isPicture;
     }
 
+    /// The same for all uses of a path, whatever happens to the file meanwhile.
+    bool IsMissingOnce(const otio::MediaLocation& location) {
+        const auto [at, isNew] = isMissing_.try_emplace(location.path, false);
+        if (isNew) at->second = IsMissing(location);
+        return at->second;
+    }
+
     std::vector<MediaUse> media_;
     std::map<std::pair<std::string, zrh::media::SoundChoice>, std::size_t> known_;
+    std::map<std::string, bool> isMissing_;  ///< by path
 };
 
 }  // namespace
@@ -192,18 +209,11 @@ std::vector<MediaUse> CollectMedia(const std::vector<otio::PlacedTrack>& tracks)
     return media.Take();
 }
 
-bool IsMissing(const otio::MediaLocation& location) {
-    struct stat status = {};
-    return !location.problem.empty() || stat(location.path.c_str(), &status) != 0;
-}
-
 std::vector<MediaUse> MissingMedia(const std::vector<MediaUse>& media) {
     std::vector<MediaUse> missing;
     std::set<std::string> known;
     for (const MediaUse& use : media) {
-        if (known.insert(use.location.path).second && IsMissing(use.location)) {
-            missing.push_back(use);
-        }
+        if (use.isMissing && known.insert(use.location.path).second) missing.push_back(use);
     }
     return missing;
 }
@@ -258,7 +268,7 @@ void ImportMedia(project::Project& project, std::vector<MediaUse>& media, int jo
     InParallel(media.size(), std::min(jobs, MAX_OPEN_FILES), [&](std::size_t number) {
         const zrh::media::InterruptScope stopMedia(Interrupted);
         MediaUse& use = media[number];
-        if (IsMissing(use.location)) {
+        if (use.isMissing) {
             use.fit.silence = MISSING_MEDIA_REASON;
             use.asset = SilentAsset(project, {});
         } else {

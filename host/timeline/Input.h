@@ -38,6 +38,9 @@ struct MediaUse {
     std::shared_ptr<project::MediaAsset> asset;  ///< null until it is imported
     SoundFit fit;                                ///< of an imported file
     bool isPicture = false;                      ///< all clips that use it are on video tracks
+    /// The file did not exist when the media were collected, or its URL is not a local file. A file
+    /// that disappears later is an error, never silence.
+    bool isMissing = false;
 };
 
 class MediaCatalog;
@@ -59,10 +62,8 @@ otio::TimelineImport ReadTimeline(const std::string& input, const GlobalOptions&
 FrameGrid GridOf(const otio::Arrangement& arrangement);
 
 /// The media files that the clips on tracks use, in the order of the clips, nested clips included.
+/// Looks for each file once.
 std::vector<MediaUse> CollectMedia(const std::vector<otio::PlacedTrack>& tracks);
-
-/// Whether a file does not exist, or its URL is not a local file.
-bool IsMissing(const otio::MediaLocation& location);
 
 /// Why the clips of a media file without an audio stream are silent.
 constexpr const char* NO_SOUND_REASON = "its media file has no sound";

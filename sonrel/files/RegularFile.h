@@ -98,13 +98,15 @@ inline std::size_t WriteFully(int descriptor, const void* bytes, std::size_t siz
 }
 
 /// Reads at the position of a descriptor, in as many calls as necessary.
-/// @return the bytes read; fewer than @p size at the end of the file or after an error
+/// @return the bytes read; fewer than @p size at the end of the file, with 0 in errno, or after an error
 inline std::size_t ReadFully(int descriptor, void* bytes, std::size_t size) {
     char* to = static_cast<char*>(bytes);
     std::size_t done = 0;
     while (done < size) {
         const ssize_t read =
             Uninterrupted([&] { return ::read(descriptor, to + done, size - done); });
+        // An interruption before the end has left its number.
+        if (read == 0) errno = 0;
         if (read <= 0) break;
         done += static_cast<std::size_t>(read);
     }

@@ -17,6 +17,7 @@ protected:
         sonrel_tests::WriteFile(folder_ / "a.wav", "abc");
         media_.push_back({{(folder_ / "a.wav").string(), {}}, {}, {}, nullptr, {}});
         media_.push_back({{(folder_ / "missing.wav").string(), {}}, {}, {}, nullptr, {}});
+        media_.back().isMissing = true;
     }
 
     Json Finish(MixRecorder& recorder) {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <filesystem>
 #include <functional>
 #include <thread>
 #include <utility>
@@ -84,6 +85,50 @@ TEST_P(ImportJobsTest, ReportTheFirstFileThatCannotBeRead) {
 
     EXPECT_NE(message.find("/6.wav"), std::string::npos) << message;
     EXPECT_EQ(project_->Assets().All().size(), 0U);
+}
+
+TEST_P(ImportJobsTest, AFileThatDisappearedIsAnErrorAndAMissingFileIsSilent) {
+    Add("gone.wav", ConformedFileBytes(100));
+    Add("missing.wav", ConformedFileBytes(100));
+    media_[1].isMissing = true;
+    std::filesystem::remove(folder_ / "gone.wav");
+    std::filesystem::remove(folder_ / "missing.wav");
+
+    EXPECT_EQ(Import(),
+              "cannot read '" + (folder_ / "gone.wav").string() + "': No such file or directory");
+
+    media_.erase(media_.begin());
+    EXPECT_EQ(Import(), "");
+    EXPECT_FALSE(media_[0].asset->HasAudio());
+    EXPECT_EQ(media_[0].fit.silence, MISSING_MEDIA_REASON);
+}
+
+TEST(CollectMediaTest, LooksForEachFileOnce) {
+    const TemporaryFolder folder;
+    WriteFile(folder / "a.wav", ConformedFileBytes(100));
+    otio::PlacedClip clip;
+    clip.media.path = folder / "a.wav";
+    otio::PlacedTrack track;
+    track.clips = {clip, clip, clip};
+    track.clips[1].sound = zrh::media::SoundChoice::OfStream(1);
+    track.clips[2].media.path = folder / "missing.wav";
+    // The file disappears when it has been found.
+    int looks = 0;
+    beforeStat = [&] {
+        if (++looks == 2) std::filesystem::remove(folder / "a.wav");
+    };
+
+    const std::vector<MediaUse> media = CollectMedia({track});
+
+    beforeStat = nullptr;
+    EXPECT_EQ(looks, 2);
+    ASSERT_EQ(media.size(), 3U);
+    EXPECT_FALSE(media[0].isMissing);
+    EXPECT_FALSE(media[1].isMissing);
+    EXPECT_TRUE(media[2].isMissing);
+    const std::vector<MediaUse> missing = MissingMedia(media);
+    ASSERT_EQ(missing.size(), 1U);
+    EXPECT_EQ(missing[0].location.path, (folder / "missing.wav").string());
 }
 
 using ManyImportJobsTest = ImportJobsTest;

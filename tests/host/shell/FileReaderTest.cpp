@@ -3,11 +3,31 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <string>
 
 #include "host/shell/Errors.h"
 #include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+/// Reads of this thread that a signal will interrupt.
+thread_local int interruptions = 0;
+
+}  // namespace
+
+/// Takes the place of the system call.
+ssize_t read(int descriptor, void* bytes, std::size_t size) {
+    if (interruptions > 0) {
+        --interruptions;
+        errno = EINTR;
+        return -1;
+    }
+    return syscall(SYS_read, descriptor, bytes, size);
+}
 
 namespace orlo::host {
 namespace {
@@ -36,6 +56,19 @@ TEST(FileReaderTest, ReadsAtAnyOffsetAndLessOnlyAtTheEnd) {
     EXPECT_EQ(bytes, "8923");
     EXPECT_EQ(reader.ReadAt(10, bytes.data(), 4), 0u);
     EXPECT_EQ(reader.ReadAt(4000, bytes.data(), 4), 0u);
+}
+
+TEST(FileReaderTest, ContinuesInterruptedReadsToTheEnd) {
+    const sonrel_tests::TemporaryFolder folder;
+    sonrel_tests::WriteFile(folder / "file", "0123456789");
+    const FileReader reader((folder / "file").string());
+    std::string bytes(20, '-');
+
+    interruptions = 3;
+
+    EXPECT_EQ(reader.ReadAt(4, bytes.data(), 20), 6u);
+    EXPECT_EQ(interruptions, 0);
+    EXPECT_EQ(bytes.substr(0, 6), "456789");
 }
 
 TEST(FileReaderTest, NamesTheFileThatCannotBeReadAndTheReason) {
