@@ -72,15 +72,20 @@ int OpenAndLearn(ConformedAudioFileImpl* file) {
     return -1;
 }
 
-/// Frames that are read in advance: whole reads of the last length, which may vary by one frame, so
-/// that none is read twice. 0 when such reads are too long, and when the last read did not continue
-/// the read before it: backward playback and overlapping reads need other frames.
+/// Whole reads of the last length, which may vary by one frame, so that no frame is read twice, up to
+/// the end of a run of the previous length: the thread of a mix renders pieces of one length. 0 at
+/// this end, when such reads are too long, and when the last read did not continue the read before
+/// it: backward playback and overlapping reads need other frames.
 long long AheadFrames(const ConformedAudioFileImpl& file, long long start) {
-    if (!file.isContinued.load(std::memory_order_relaxed)) return 0;
-    const long long read = file.lastCount.load(std::memory_order_relaxed) + 1;
+    const long long read = file.lastCount.load(std::memory_order_relaxed);
+    const long long run = start - file.runStart.load(std::memory_order_relaxed);
+    const long long left = file.previousRun.load(std::memory_order_relaxed) - run;
+    if (run <= read || left == 0) return 0;
     const long long most =
         std::min(MAX_AHEAD_FRAMES, MAX_AHEAD_FRAMES_OF_ALL / (RecentConformedFiles::Count() + 1));
-    return std::min(most - most % read, file.layout.sampleCount - start);
+    const long long reads = left > 0 ? (left + read - 1) / read : most;
+    return std::min(std::min(reads, most / (read + 1)) * (read + 1),
+                    file.layout.sampleCount - start);
 }
 
 /// After a failure no frames are ahead: the read that needs them reports it.
@@ -129,6 +134,17 @@ bool ConformedAudioFileImpl::HoldsNextRead() const {
         std::min(lastCount.load(std::memory_order_relaxed), layout.sampleCount - next);
     const long long held = static_cast<long long>(ahead.bytes.size()) / BYTES_PER_FRAME;
     return wanted > 0 && next >= ahead.start && next - ahead.start <= held - wanted;
+}
+
+void ConformedAudioFileImpl::NoteRead(long long start, long long frames) {
+    const long long end = nextFrame.load(std::memory_order_relaxed);
+    if (start != end) {
+        previousRun.store(end - runStart.load(std::memory_order_relaxed),
+                          std::memory_order_relaxed);
+        runStart.store(start, std::memory_order_relaxed);
+    }
+    nextFrame.store(start + frames, std::memory_order_relaxed);
+    lastCount.store(frames, std::memory_order_relaxed);
 }
 
 /// Of threads that need the descriptor at once, all open the file and the first one's is kept.
@@ -218,10 +234,7 @@ int ConformedAudioFile::GetSamples(long long start, int count, unsigned char* bu
             return READ_FAILED;
         }
     }
-    impl_->isContinued.store(start == impl_->nextFrame.load(std::memory_order_relaxed),
-                             std::memory_order_relaxed);
-    impl_->nextFrame.store(start + frames, std::memory_order_relaxed);
-    impl_->lastCount.store(frames, std::memory_order_relaxed);
+    impl_->NoteRead(start, frames);
     *samplesRead = static_cast<int>(frames);
     return 0;
 }

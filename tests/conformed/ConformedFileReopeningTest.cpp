@@ -263,8 +263,9 @@ TEST_F(ConformedFileReopening, ReadsMoreThanASecondOfOneFileInAdvance) {
     // A thread without records of other tests.
     std::thread([&] {
         ReadOnce(0, 0, BLOCK);
-        const long long before = bytesRead;
         ReadOnce(0, BLOCK, BLOCK);
+        const long long before = bytesRead;
+        ReadOnce(0, 2 * BLOCK, BLOCK);
         ahead = bytesRead - before;
     }).join();
 
@@ -282,14 +283,35 @@ TEST_F(ConformedFileReopening, ReadsFortyMegabytesOfManyFilesInAdvance) {
 
     std::thread([&] {
         for (int index = 0; index < FILES; ++index) ReadOnce(index, 0, BLOCK);
-        const long long before = bytesRead;
         for (int index = 0; index < FILES; ++index) ReadOnce(index, BLOCK, BLOCK);
+        const long long before = bytesRead;
+        for (int index = 0; index < FILES; ++index) ReadOnce(index, 2 * BLOCK, BLOCK);
         ahead = bytesRead - before;
     }).join();
 
     EXPECT_LE(ahead, 40'000'000);
     // A third of a second of each file.
     EXPECT_GE(ahead, FILES * 14000 * 4);
+}
+
+TEST_F(ConformedFileReopening, ReadsNoFurtherInAdvanceThanThePreviousRun) {
+    Write(0, ConformedFileBytes(FRAMES));
+    constexpr int RUN = 8;
+    long long bytes = 0;
+
+    // Runs of eight blocks, with gaps of two blocks between them.
+    std::thread([&] {
+        for (int run = 0; run < 5; ++run) {
+            const long long before = bytesRead;
+            for (int block = 0; block < RUN; ++block) {
+                ReadOnce(0, (run * (RUN + 2) + block) * BLOCK, BLOCK);
+            }
+            if (run > 0) bytes = std::max(bytes, bytesRead - before);
+        }
+    }).join();
+
+    // A read may be one frame longer than the last one.
+    EXPECT_LE(bytes, RUN * (BLOCK + 1) * 4);
 }
 
 TEST_F(ConformedFileReopening, ReadsNothingInAdvanceForReadsThatDoNotContinue) {
@@ -308,13 +330,14 @@ TEST_F(ConformedFileReopening, ExaminesTheFileOnceInATickOfTheClock) {
     Write(0, ConformedFileBytes(FRAMES));
     orlo::files::fileClock = InAnHour;
     ReadThreeBlocks(0);
+    ReadOnce(0, 3 * BLOCK, BLOCK);
 
     std::filesystem::remove(folder_ / Name(0));
 
     const std::string all = CountingSamples(FRAMES);
-    EXPECT_EQ(ReadOnce(0, 3 * BLOCK, BLOCK), all.substr(3 * BLOCK * 4, BLOCK * 4));
+    EXPECT_EQ(ReadOnce(0, 4 * BLOCK, BLOCK), all.substr(4 * BLOCK * 4, BLOCK * 4));
     ++ticks;
-    EXPECT_EQ(ReadOnce(0, 4 * BLOCK, BLOCK), "refused");
+    EXPECT_EQ(ReadOnce(0, 5 * BLOCK, BLOCK), "refused");
 }
 
 TEST_F(ConformedFileReopening, OfADeletedFileIsRefused) {

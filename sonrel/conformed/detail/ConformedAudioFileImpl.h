@@ -33,8 +33,10 @@ struct ConformedAudioFileImpl {
     /// The end of the last read and its frames: the next read probably continues there.
     std::atomic<long long> nextFrame{0};
     std::atomic<long long> lastCount{0};
-    std::atomic<bool> isContinued{
-        false};                       ///< whether the last read began at the end of the one before
+    /// A run is a series of reads of which each begins at the end of the one before. The start of
+    /// the run of the last read, and the frames of the run before it; 0 without one.
+    std::atomic<long long> runStart{0};
+    std::atomic<long long> previousRun{0};
     std::atomic<int> descriptor{-1};  ///< -1 until a read needs it, and while the file is closed
 
     ConformedAudioFileImpl() = default;
@@ -45,6 +47,10 @@ struct ConformedAudioFileImpl {
     /// Whether all frames of the next read, if it continues from the last one, were read in
     /// advance. False when nothing was read yet and at the end of the file.
     bool HoldsNextRead() const;
+
+    /// Threads: any number at once. The numbers may then belong to different reads: they decide only
+    /// what is read in advance.
+    void NoteRead(long long start, long long frames);
 
     /// The descriptor, which is opened if necessary; -1 when the path no longer leads to the file.
     /// Threads: any number at once.

@@ -11,7 +11,7 @@ namespace orlo::project {
 /// Stores the headers and identities of files that were closed.
 ///
 /// A mix of more streams than there are open files closes and opens one file for each block of each
-/// stream. From the second time on such a file is read some blocks ahead. As long as the path leads
+/// stream. From the third time on such a file is read some blocks ahead. As long as the path leads
 /// to the same file in the same state, opening it again costs one check of its state.
 ///
 /// Threads: any. Each thread has separate records: several mixers on several threads read the same
