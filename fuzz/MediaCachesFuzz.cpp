@@ -6,7 +6,9 @@ extern "C" {
 }
 
 #include <cmath>
+#include <filesystem>
 #include <memory>
+#include <string>
 
 #include "fuzz/Support.h"
 #include "sonrel/cache/CacheFileCheck.h"
@@ -56,14 +58,18 @@ void CheckConformed(const Asset& asset, int rate, const std::wstring& path) {
             "a conformed file is as long as its stream");
 }
 
+/// One cache folder for all inputs: without an engine, a process keeps a descriptor for each.
 void Conform(const Asset& asset, int rate) {
-    const TemporaryFolder folder;
+    static const TemporaryFolder folder;
     const std::wstring path = orlo::sonrel::ConformedAudioFileHelper::CreateConformedAudioFile(
         asset, rate, folder.Wide("."), nullptr, nullptr, true);
     if (path.empty()) {
         Require(sonrel_tests::NamesIn(folder.Path()).empty(), "nothing of a failed file stays");
     } else {
         CheckConformed(asset, rate, path);
+        for (const std::string& name : sonrel_tests::NamesIn(folder.Path())) {
+            std::filesystem::remove(folder / name);
+        }
     }
 }
 
