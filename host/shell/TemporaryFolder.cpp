@@ -16,6 +16,7 @@
 
 #include "host/shell/Errors.h"
 #include "host/shell/Text.h"
+#include "sonrel/files/RegularFile.h"
 
 namespace orlo::host {
 
@@ -55,12 +56,13 @@ void EmptyFolder(int folder) {
 }
 
 void RemoveEntry(int parent, const char* name) {
-    if (unlinkat(parent, name, 0) == 0) return;
-    const int folder = openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (files::Uninterrupted([&] { return unlinkat(parent, name, 0); }) == 0) return;
+    const int folder = files::Uninterrupted(
+        [&] { return openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC); });
     if (folder < 0) return;
     EmptyFolder(folder);
     close(folder);
-    unlinkat(parent, name, AT_REMOVEDIR);
+    files::Uninterrupted([&] { return unlinkat(parent, name, AT_REMOVEDIR); });
 }
 
 }  // namespace
@@ -75,8 +77,10 @@ TemporaryFolder::TemporaryFolder() : path_((fs::temp_directory_path() / "sonrel-
 
 TemporaryFolder::~TemporaryFolder() {
     ReplaceFolder(path_.c_str(), nullptr);
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
+    RemoveEntry(AT_FDCWD, path_.c_str());
+    // Once more after a failure that passes, for example a lack of descriptors.
+    std::error_code error;
+    if (fs::exists(path_, error) || error) RemoveEntry(AT_FDCWD, path_.c_str());
 }
 
 void RemoveTemporaryFolders() {

@@ -22,12 +22,15 @@ std::string UnpackedFolder(const std::string& input, const GlobalOptions& global
                        ": it is an archive; unpack it to an .otiod folder");
     }
     std::string folder = global.spool.FolderOf(input);
-    if (std::filesystem::exists(folder)) return folder;
+    std::error_code error;
+    if (std::filesystem::exists(folder, error)) return folder;
     const std::string partial = folder + ".part";
-    std::filesystem::remove_all(partial);
+    // Unpacking fails when something stays.
+    std::filesystem::remove_all(partial, error);
     Progress progress(global.progress, global.quiet);
     UnpackTimeline(input, partial, global.spoolLimit, progress);
-    std::filesystem::rename(partial, folder);
+    std::filesystem::rename(partial, folder, error);
+    if (error) throw JobError("cannot rename " + Quoted(partial) + ": " + error.message());
     return folder;
 }
 

@@ -3,10 +3,31 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <optional>
 
 #include "tests/support/TemporaryFolder.h"
+
+namespace {
+
+/// Removals of this thread that will fail, and the number of their error.
+thread_local int failures = 0;
+thread_local int failureNumber = 0;
+
+}  // namespace
+
+/// Takes the place of the system call.
+int unlinkat(int folder, const char* name, int flags) noexcept {
+    if (failures > 0) {
+        --failures;
+        errno = failureNumber;
+        return -1;
+    }
+    return static_cast<int>(syscall(SYS_unlinkat, folder, name, flags));
+}
 
 namespace sonrel_tests {
 namespace {
@@ -25,6 +46,21 @@ TEST(HostTemporaryFolder, IsPrivateAndDisappearsWithItsContent) {
     folder.reset();
 
     EXPECT_FALSE(fs::exists(path));
+}
+
+TEST(HostTemporaryFolder, DisappearsAfterAnInterruptionAndAFailureThatPasses) {
+    for (const int number : {EINTR, EBUSY}) {
+        std::optional<orlo::host::TemporaryFolder> folder(std::in_place);
+        const fs::path path = folder->Path();
+        WriteFile(path / "a.wav", "sound");
+
+        failures = 2;
+        failureNumber = number;
+        folder.reset();
+
+        EXPECT_EQ(failures, 0);
+        EXPECT_FALSE(fs::exists(path)) << number;
+    }
 }
 
 TEST(HostTemporaryFolder, AllAreRemovedAtTheEndOfTheProgramAndNothingThatALinkNames) {
