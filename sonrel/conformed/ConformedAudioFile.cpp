@@ -72,10 +72,10 @@ int OpenAndLearn(ConformedAudioFileImpl* file) {
     return -1;
 }
 
-/// Whole reads of the last length, which may vary by one frame, so that no frame is read twice, up to
-/// the end of a run of the previous length: the thread of a mix renders pieces of one length. 0 at
-/// this end, when such reads are too long, and when the last read did not continue the read before
-/// it: backward playback and overlapping reads need other frames.
+/// Whole reads of the last length, which may vary by one frame, so that no frame is read twice, up
+/// to the end of a run of the previous length: the thread of a mix renders pieces of one length. 0
+/// at this end, when such reads are too long, and when the last read did not continue the read
+/// before it: backward playback and overlapping reads need other frames.
 long long AheadFrames(const ConformedAudioFileImpl& file, long long start) {
     const long long read = file.lastCount.load(std::memory_order_relaxed);
     const long long run = start - file.runStart.load(std::memory_order_relaxed);

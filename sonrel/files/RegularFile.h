@@ -98,7 +98,8 @@ inline std::size_t WriteFully(int descriptor, const void* bytes, std::size_t siz
 }
 
 /// Reads at the position of a descriptor, in as many calls as necessary.
-/// @return the bytes read; fewer than @p size at the end of the file, with 0 in errno, or after an error
+/// @return the bytes read; fewer than @p size at the end of the file, with 0 in errno, or after an
+///         error
 inline std::size_t ReadFully(int descriptor, void* bytes, std::size_t size) {
     char* to = static_cast<char*>(bytes);
     std::size_t done = 0;
