@@ -27,6 +27,11 @@ def message_fault(text, box):
     return None
 
 
+def is_written_without_media(code, error):
+    """Whether a report says that it is written and which media are missing, as documented."""
+    return code == 3 and error.startswith("sonrel: the report is written, and media of ")
+
+
 class Judge:
     """Judges one run in a box."""
 
@@ -79,7 +84,8 @@ class Judge:
         elif code == 0:
             self.done(text)
         else:
-            self.outputs_are_old(may_name, may_leave)
+            if not is_written_without_media(code, error):
+                self.outputs_are_old(may_name, may_leave)
             fault = message_fault(error, self.box)
             if fault:
                 self.wrong("message", fault)
