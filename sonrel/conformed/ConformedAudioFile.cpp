@@ -186,6 +186,7 @@ ConformedAudioFile& ConformedAudioFile::operator=(ConformedAudioFile&& other) no
 bool ConformedAudioFile::Open(std::wstring const& path) {
     if (impl_) {
         // The path may be that of this object, which closing clears.
+        // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
         const std::wstring newPath = path;
         CloseAndKeep(std::move(impl_));
         return Open(newPath);
