@@ -133,10 +133,13 @@ TEST_P(VoiceStorm, EveryBufferEndsOnceUnderAnyCommands) {
 TEST_P(VoiceStorm, CommandsFromCallbacksAndFromTheHostMayMix) {
     const auto output = std::make_shared<VirtualOutput>(GetParam());
     StormListener listener;
+    // Callbacks use them until the device is closed.
+    std::mutex callbacks;
+    bool quiet = false;
     const OpenDevice open([&] { return output; }, RATE, listener);
     Storm storm(*open.voice, 4712);
-    std::atomic<bool> quiet = false;
     listener.onStreamEnd = [&] {
+        const std::lock_guard lock(callbacks);
         for (int i = 0; i < 3 && !quiet; ++i) storm.Command();
     };
 
@@ -144,7 +147,10 @@ TEST_P(VoiceStorm, CommandsFromCallbacksAndFromTheHostMayMix) {
         storm.Command();
         if (GetParam() == VirtualOutput::Clock::Stepped) output->Advance(1 + i % 700);
     }
-    quiet = true;
+    {
+        const std::lock_guard lock(callbacks);
+        quiet = true;
+    }
     while (!storm.EveryBufferHasEndedOnce() && listener.Faults() == 0) {
         open.voice->Stop();
         open.voice->FlushSourceBuffers();
