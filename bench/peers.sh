@@ -118,6 +118,12 @@ PY
 # sonrel_mix FILE [JOBS]: with one thread, like the other programs.
 sonrel_mix() { "$SONREL" "${globals[@]}" mix "$1" -o "$WORK/out.wav" --jobs "${2:-1}"; }
 
+# Conforms the media of a timeline, and waits until a mix no longer takes the new files for files that may
+# still change unnoticed.
+conform_settled() {
+    "$SONREL" "${globals[@]}" conform "$1" | grep -q '^made' && sleep 4 || true
+}
+
 ffmpeg_mix() {
     local count=$1 volume=$2 inputs=() graph='' pads='' i
     for ((i = 1; i <= count; i++)); do
@@ -171,7 +177,7 @@ bench_cores() {
     local tracks=16 i both one all
     make_media $tracks
     make_timeline "$WORK/cores.otio" $tracks 0
-    "$SONREL" "${globals[@]}" conform "$WORK/cores.otio" >/dev/null
+    conform_settled "$WORK/cores.otio"
     both=$(for ((i = 0; i < RUNS; i++)); do
         echo "$(wall sonrel_mix "$WORK/cores.otio" 1) $(wall sonrel_mix "$WORK/cores.otio" "$(nproc)")"
     done)
@@ -190,7 +196,7 @@ bench_mix() {
     local tracks=16
     make_media $tracks
     make_timeline "$WORK/mix.otio" $tracks 0
-    "$SONREL" "${globals[@]}" conform "$WORK/mix.otio" >/dev/null
+    conform_settled "$WORK/mix.otio"
     cpu sonrel sonrel_mix "$WORK/mix.otio"
     local own=$cpu
     echo
@@ -225,7 +231,7 @@ bench_keys() {
     echo "| ffmpeg volume + amix | - | $theirs | $(realtime "$theirs") | |"
     for keys in 2 20 200 2000; do
         make_timeline "$WORK/keys.otio" $tracks $keys
-        "$SONREL" "${globals[@]}" conform "$WORK/keys.otio" >/dev/null
+        conform_settled "$WORK/keys.otio"
         cpu sonrel sonrel_mix "$WORK/keys.otio"
         echo "| sonrel mix | $keys | $cpu | $(realtime "$cpu") | $(ratio "$theirs" "$cpu") |"
     done
@@ -251,7 +257,7 @@ bench_tracks() {
         for ((i = 17; i <= tracks; i++)); do ln -sf "track$(((i - 1) % 16 + 1)).wav" "$WORK/track$i.wav"; done
         for keys in 0 200; do
             make_timeline "$WORK/tracks.otio" $tracks $keys
-            "$SONREL" "${globals[@]}" conform "$WORK/tracks.otio" >/dev/null
+            conform_settled "$WORK/tracks.otio"
             cpu sonrel sonrel_mix "$WORK/tracks.otio"
             local kb
             kb=$(peak_memory "$SONREL" "${globals[@]}" mix "$WORK/tracks.otio" -o "$WORK/out.wav" --jobs 1)
