@@ -121,7 +121,9 @@ sonrel_mix() { "$SONREL" "${globals[@]}" mix "$1" -o "$WORK/out.wav" --jobs "${2
 # Conforms the media of a timeline, and waits until a mix no longer takes the new files for files that may
 # still change unnoticed.
 conform_settled() {
-    "$SONREL" "${globals[@]}" conform "$1" | grep -q '^made' && sleep 4 || true
+    local results
+    results=$("$SONREL" "${globals[@]}" conform "$1")
+    if grep -q '^made' <<<"$results"; then sleep 4; fi
 }
 
 ffmpeg_mix() {

@@ -25,7 +25,7 @@ std::string UnpackedFolder(const std::string& input, const GlobalOptions& global
     std::error_code error;
     if (std::filesystem::exists(folder, error)) return folder;
     const std::string partial = folder + ".part";
-    // Unpacking fails when something stays.
+    // Unpacking fails when a file stays: it writes new files only.
     std::filesystem::remove_all(partial, error);
     Progress progress(global.progress, global.quiet);
     UnpackTimeline(input, partial, global.spoolLimit, progress);

@@ -48,8 +48,8 @@ struct ConformedAudioFileImpl {
     /// advance. False when nothing was read yet and at the end of the file.
     bool HoldsNextRead() const;
 
-    /// Threads: any number at once. The numbers may then belong to different reads: they decide
-    /// only what is read in advance.
+    /// Threads: any number at once. The numbers may then belong to different reads, which changes
+    /// the reads in advance, but no sample.
     void NoteRead(long long start, long long frames);
 
     /// The descriptor, which is opened if necessary; -1 when the path no longer leads to the file.
