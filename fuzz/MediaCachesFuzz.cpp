@@ -17,6 +17,7 @@ extern "C" {
 #include "sonrel/database/CacheLedger.h"
 #include "sonrel/media.h"
 #include "sonrel/media/ImportMediaAsset.h"
+#include "sonrel/media/input/MediaErrors.h"
 #include "sonrel/project.h"
 
 namespace {
@@ -40,7 +41,8 @@ Asset Import(const std::shared_ptr<project::MediaManager>& manager, const std::w
         Asset asset = project::ImportMediaAsset(manager, path, 0);
         return asset->HasAudio() ? asset : nullptr;
     } catch (const zrh::media::ZRMediaException& error) {
-        Require(error.Code() > 0 && error.Code() <= 24, "a known reason of a refusal");
+        constexpr auto LAST_CODE = static_cast<int>(zrh::media::MediaError::StreamsDiffer);
+        Require(error.Code() > 0 && error.Code() <= LAST_CODE, "a known reason of a refusal");
         return nullptr;
     }
 }
