@@ -51,15 +51,21 @@ TEST(SdlOutput, AfterARefusalTheSameEngineOpensWhenThereIsADevice) {
 
 TEST(SdlOutput, TheSignalHandlersOfAHostStay) {
     const Environment driver("SDL_AUDIODRIVER", "dummy");
-    Listener listener;
-    const OpenDevice open(nullptr, RATE, listener);
-    ASSERT_NE(open.voice, nullptr);
+    for (const sighandler_t ofHost : {SIG_DFL, SIG_IGN}) {
+        for (const int number : {SIGINT, SIGTERM}) {
+            const sighandler_t before = signal(number, ofHost);
+            {
+                Listener listener;
+                const OpenDevice open(nullptr, RATE, listener);
+                ASSERT_NE(open.voice, nullptr);
 
-    struct sigaction action = {};
-    sigaction(SIGINT, nullptr, &action);
-    EXPECT_EQ(action.sa_handler, SIG_DFL);
-    sigaction(SIGTERM, nullptr, &action);
-    EXPECT_EQ(action.sa_handler, SIG_DFL);
+                struct sigaction action = {};
+                sigaction(number, nullptr, &action);
+                EXPECT_EQ(action.sa_handler, ofHost) << "signal " << number;
+            }
+            signal(number, before);
+        }
+    }
 }
 
 TEST(SdlPeriod, IsTheSmallestPowerOfTwoThatLastsAtLeastTheBuffer) {
