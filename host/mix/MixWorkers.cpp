@@ -14,8 +14,9 @@ namespace {
 
 /// Maximum length of a chunk, in bytes of all its signals.
 constexpr long long MAX_CHUNK_BYTES = 8LL << 20;
-/// Maximum length of a chunk, in frames: a worker reports its progress after each chunk.
-constexpr long long MAX_CHUNK_FRAMES = 1LL << 16;
+/// Maximum length of a chunk, in frames: a worker reports its progress after each chunk, and reads
+/// the first block of each chunk separately from the next ones.
+constexpr long long MAX_CHUNK_FRAMES = 1LL << 18;
 /// Chunks for each worker in a short range, so that all workers end at about the same time.
 constexpr long long CHUNKS_PER_WORKER = 8;
 /// Chunks for each worker that are being rendered or wait to be passed on.
@@ -58,9 +59,9 @@ public:
         SkipTo(chunk);
         const long long start = blocks_.Start(chunk.firstBlock);
         const long long frames = blocks_.Start(chunk.endBlock) - start;
-        for (long long i = SignalCount(groups_); i > 0; --i) {
-            chunk.samples.push_back(std::make_unique_for_overwrite<unsigned char[]>(
-                static_cast<std::size_t>(frames * zrtl::FRAME_BYTES)));
+        chunk.samples.resize(static_cast<std::size_t>(SignalCount(groups_)));
+        for (std::vector<unsigned char>& samples : chunk.samples) {
+            samples.resize(static_cast<std::size_t>(frames * zrtl::FRAME_BYTES));
         }
         for (long long i = chunk.firstBlock; i < chunk.endBlock; ++i) {
             StopOnInterrupt();
@@ -93,7 +94,7 @@ private:
         for (std::size_t g = 0; g < groups_.size(); ++g) {
             for (const MixSignal& rendered : groups_[g].signals) {
                 RenderBlock(*mixers_[g], rendered.source, grid_, block,
-                            chunk.samples[signal].get() + offset * zrtl::FRAME_BYTES);
+                            chunk.samples[signal].data() + offset * zrtl::FRAME_BYTES);
                 ++signal;
             }
             reads_[g].RequireAll();
@@ -133,9 +134,10 @@ void MixWorkers::Run(Progress& progress) {
     StartThreads();
     for (long long chunk = 0; chunk < chunkCount_; ++chunk) {
         StopOnInterrupt();
-        const Chunk rendered = Await(chunk);
+        Chunk rendered = Await(chunk);
         PassOn(rendered);
         progress.Update(blocks_.Start(rendered.endBlock) - blocks_.PartSpan().start);
+        Reuse(std::move(rendered));
     }
     threads_.clear();
     for (const MixGroup& group : groups_) group.mixer->StopMeterSession();
@@ -172,7 +174,10 @@ bool MixWorkers::Claim(Chunk& chunk) {
     const long long waiting = WAITING_PER_WORKER * std::ssize(workers_);
     changed_.wait(lock, [&] { return next_ >= end_ || next_ < awaited_ + waiting; });
     if (next_ >= end_) return false;
-    chunk = Chunk();
+    if (!spare_.empty()) {
+        chunk = std::move(spare_.back());
+        spare_.pop_back();
+    }
     chunk.index = next_++;
     chunk.firstBlock = blocks_.PartStart() + chunk.index * chunkBlocks_;
     chunk.endBlock = std::min(chunk.firstBlock + chunkBlocks_, blocks_.PartEnd());
@@ -224,9 +229,15 @@ void MixWorkers::PassOn(const Chunk& chunk) const {
     std::size_t index = 0;
     for (const MixGroup& group : groups_) {
         for (const MixSignal& signal : group.signals) {
-            signal.sink->Pass(chunk.samples[index++].get(), frames);
+            signal.sink->Pass(chunk.samples[index++].data(), frames);
         }
     }
+}
+
+/// There are never more chunks than are rendered and wait at the same time.
+void MixWorkers::Reuse(Chunk chunk) {
+    const std::lock_guard lock(mutex_);
+    spare_.push_back(std::move(chunk));
 }
 
 }  // namespace orlo::host

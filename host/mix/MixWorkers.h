@@ -46,7 +46,7 @@ private:
         std::vector<long long> noiseStart;  ///< place in the noise stream of each group
         std::vector<long long> noiseEnd;
         /// Of each signal of each group, in order.
-        std::vector<std::unique_ptr<unsigned char[]>> samples;
+        std::vector<std::vector<unsigned char>> samples;
     };
 
     void StartThreads();
@@ -57,6 +57,7 @@ private:
     void Fail(long long chunk, std::exception_ptr failure);
     Chunk Await(long long chunk);
     void PassOn(const Chunk& chunk) const;
+    void Reuse(Chunk chunk);
 
     const MixGroups& groups_;
     const MixRange range_;
@@ -73,6 +74,7 @@ private:
     long long awaited_ = 0;              ///< the next chunk to pass on
     long long end_;                      ///< no chunk from here on is rendered
     std::map<long long, Chunk> done_;    ///< rendered, not yet passed on
+    std::vector<Chunk> spare_;           ///< passed on; the next chunks use their memory
     std::exception_ptr failure_;         ///< of chunk end_
     std::vector<std::jthread> threads_;  ///< last: they use the members above
 };

@@ -61,7 +61,7 @@ int OpenAndLearn(ConformedAudioFileImpl* file) {
     if (descriptor < 0) return -1;
     const files::FileIdentity identity = files::IdentityOf(status);
     if (identity == file->identity) return descriptor;
-    file->ahead = {};
+    file->ahead.Drop();
     file->identity = identity;
     file->isSettled = files::IsSettled(identity);
     if (const auto layout = ReadConformedFileLayout(descriptor, status.st_size)) {
@@ -75,12 +75,14 @@ int OpenAndLearn(ConformedAudioFileImpl* file) {
 /// Whole reads of the last length, which may vary by one frame, so that no frame is read twice, up
 /// to the end of a run of the previous length: the thread of a mix renders pieces of one length. 0
 /// at this end, when such reads are too long, and when the last read did not continue the read
-/// before it: backward playback and overlapping reads need other frames.
+/// before it, unless it follows a run: backward playback and overlapping reads need other frames.
 long long AheadFrames(const ConformedAudioFileImpl& file, long long start) {
     const long long read = file.lastCount.load(std::memory_order_relaxed);
     const long long run = start - file.runStart.load(std::memory_order_relaxed);
-    const long long left = file.previousRun.load(std::memory_order_relaxed) - run;
-    if (run <= read || left == 0) return 0;
+    const long long previous = file.previousRun.load(std::memory_order_relaxed);
+    const bool isRun = run > read || previous > 2 * (read + 1);
+    const long long left = previous - run;
+    if (run == 0 || !isRun || left == 0) return 0;
     const long long most =
         std::min(MAX_AHEAD_FRAMES, MAX_AHEAD_FRAMES_OF_ALL / (RecentConformedFiles::Count() + 1));
     const long long reads = left > 0 ? (left + read - 1) / read : most;
@@ -91,14 +93,8 @@ long long AheadFrames(const ConformedAudioFileImpl& file, long long start) {
 /// After a failure no frames are ahead: the read that needs them reports it.
 void FillAhead(int descriptor, ConformedAudioFileImpl* file) {
     const long long start = file->nextFrame.load(std::memory_order_relaxed);
-    const long long frames = AheadFrames(*file, start);
-    file->ahead.start = start;
-    file->ahead.bytes.resize(static_cast<std::size_t>(std::max(frames, 0LL) * BYTES_PER_FRAME));
-    if (!ReadFullyAt(descriptor, file->ahead.bytes.data(),
-                     static_cast<long long>(file->ahead.bytes.size()),
-                     file->layout.firstByte + start * BYTES_PER_FRAME)) {
-        file->ahead.bytes.clear();
-    }
+    file->ahead.Fill(descriptor, start, std::max(AheadFrames(*file, start), 0LL),
+                     file->layout.firstByte + start * BYTES_PER_FRAME);
 }
 
 /// Closes an open file and keeps its record.
@@ -120,10 +116,25 @@ std::unique_ptr<ConformedAudioFileImpl> RecordOf(const std::wstring& path) {
 
 }  // namespace
 
+void ReadAhead::Fill(int descriptor, long long start, long long frames, long long firstByte) {
+    if (frames > room_) {
+        frames_ = 0;
+        bytes_ = std::make_unique_for_overwrite<unsigned char[]>(
+            static_cast<std::size_t>(frames * BYTES_PER_FRAME));
+        room_ = frames;
+    }
+    start_ = start;
+    const bool isRead = ReadFullyAt(descriptor, bytes_.get(), frames * BYTES_PER_FRAME, firstByte);
+    frames_ = isRead ? frames : 0;
+}
+
+bool ReadAhead::Holds(long long first, long long count) const {
+    return first >= start_ && first - start_ <= frames_ - count;
+}
+
 bool ReadAhead::Copy(long long first, long long count, unsigned char* buffer) const {
-    const auto held = static_cast<long long>(bytes.size()) / BYTES_PER_FRAME;
-    if (first < start || first - start > held - count) return false;
-    std::memcpy(buffer, bytes.data() + (first - start) * BYTES_PER_FRAME,
+    if (!Holds(first, count)) return false;
+    std::memcpy(buffer, bytes_.get() + (first - start_) * BYTES_PER_FRAME,
                 static_cast<std::size_t>(count * BYTES_PER_FRAME));
     return true;
 }
@@ -132,8 +143,7 @@ bool ConformedAudioFileImpl::HoldsNextRead() const {
     const long long next = nextFrame.load(std::memory_order_relaxed);
     const long long wanted =
         std::min(lastCount.load(std::memory_order_relaxed), layout.sampleCount - next);
-    const long long held = static_cast<long long>(ahead.bytes.size()) / BYTES_PER_FRAME;
-    return wanted > 0 && next >= ahead.start && next - ahead.start <= held - wanted;
+    return wanted > 0 && ahead.Holds(next, wanted);
 }
 
 void ConformedAudioFileImpl::NoteRead(long long start, long long frames) {

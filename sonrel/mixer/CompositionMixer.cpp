@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <mutex>
+#include <utility>
 
 #include "sonrel/base/Timing.h"
 #include "sonrel/mixer/detail/AudioMixerImpl.h"
@@ -34,14 +35,15 @@ int CompositionMixer::MixBlock(const Block& block, double frameRate, zrtl::Stere
     auto addLayer = [&](const std::shared_ptr<project::AbstractLayer>& layer) {
         if (!Sounds(*layer, videoFrame)) return;
         sum.ReleaseSamples();  // the buffer is for the samples of this layer
-        const Clip clip = ClipOf(*project_, *layer);
-        const int frames = renderer.Render(clip);
+        Clip clip = ClipOf(*project_, *layer);
+        const double startSeconds = clip.startSeconds;
+        const int frames = renderer.Render(std::move(clip));
         if (frames < 1) return;
 
         BlockLevels levels;
         {
             const std::lock_guard lock(mixer_.mutex);
-            levels = ReadLevels(layer->Animation(), BlockTimes::Of(block).Since(clip.startSeconds));
+            levels = ReadLevels(layer->Animation(), BlockTimes::Of(block).Since(startSeconds));
         }
         sum.Add(zrtl::ValuesOf(renderer.Frames()), frames, levels);
     };

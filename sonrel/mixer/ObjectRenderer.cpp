@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <utility>
 
 #include "sonrel/base/Timing.h"
 #include "sonrel/mixer/detail/AudioMixerImpl.h"
@@ -64,26 +65,26 @@ ObjectRenderer::ObjectRenderer(AudioMixerImpl& mixer,
                                std::vector<unsigned char>& samples)
     : mixer_(mixer), project_(project), block_(block), samples_(samples) {}
 
-bool ObjectRenderer::Plan(const Clip& clip, const zrtl::ZRID& stopAtEffect) {
+bool ObjectRenderer::Plan(Clip clip, const zrtl::ZRID& stopAtEffect) {
     if (!clip.asset) return false;
-    clip_ = clip;
+    clip_ = std::move(clip);
     // The start on the timeline is rounded and the in-point is cut, so an object that shows its
     // source from frame n can begin one sample before the source's frame n.
     const long long clipStart =
-        Limited(zrtl::ObjectStartSample(clip.startFrame, block_.rate, clip.frameRate));
+        Limited(zrtl::ObjectStartSample(clip_.startFrame, block_.rate, clip_.frameRate));
     const long long inPoint =
-        Limited(zrtl::InPointSample(clip.inPointFrame, block_.rate, clip.frameRate));
+        Limited(zrtl::InPointSample(clip_.inPointFrame, block_.rate, clip_.frameRate));
     const long long sourceStart = Limited(block_.timelineStart) + inPoint - clipStart;
     if (sourceStart < 0) return false;
 
     const long long objectStart = sourceStart - inPoint;
     context_ = {.request = {objectStart, objectStart + block_.count},
                 .objectOffset = -inPoint,
-                .objectStartSeconds = clip.startSeconds,
+                .objectStartSeconds = clip_.startSeconds,
                 .rate = block_.rate,
                 .stopAtEffect = stopAtEffect};
     ranges_.assign(1, context_.request);
-    const long long longest = PlanEffectRanges(context_, *clip.effects, ranges_);
+    const long long longest = PlanEffectRanges(context_, *clip_.effects, ranges_);
     if (longest > block_.count && longest > MAX_EFFECT_RANGE) return false;
     if (longest > INT_MAX / FRAME_BYTES) return false;
     samples_.resize(static_cast<std::size_t>(std::max(longest, 0LL)) * FRAME_BYTES);
@@ -129,8 +130,8 @@ int ObjectRenderer::RunEffects() {
     return static_cast<int>(std::min<long long>(delivered, block_.count));
 }
 
-int ObjectRenderer::Render(const Clip& clip, const zrtl::ZRID& stopAtEffect) {
-    return Plan(clip, stopAtEffect) && Resample(Read()) ? RunEffects() : -1;
+int ObjectRenderer::Render(Clip clip, const zrtl::ZRID& stopAtEffect) {
+    return Plan(std::move(clip), stopAtEffect) && Resample(Read()) ? RunEffects() : -1;
 }
 
 }  // namespace orlo::sonrel::detail

@@ -314,6 +314,23 @@ TEST_F(ConformedFileReopening, ReadsNoFurtherInAdvanceThanThePreviousRun) {
     EXPECT_LE(bytes, RUN * (BLOCK + 1) * 4);
 }
 
+TEST_F(ConformedFileReopening, AfterALongRunExpectsARunFromTheFirstReadElsewhere) {
+    Write(0, ConformedFileBytes(FRAMES));
+    const std::string all = CountingSamples(FRAMES);
+
+    std::thread([&] {
+        for (int block = 0; block < 4; ++block) ReadOnce(0, block * BLOCK, BLOCK);
+        ReadOnce(0, 10 * BLOCK, BLOCK);
+        // The second read of the run needs the file, and reads the rest of the run with it.
+        ReadOnce(0, 11 * BLOCK, BLOCK);
+        const long long before = bytesRead;
+
+        EXPECT_EQ(ReadOnce(0, 12 * BLOCK, BLOCK), all.substr(12 * BLOCK * 4, BLOCK * 4));
+        EXPECT_EQ(ReadOnce(0, 13 * BLOCK, BLOCK), all.substr(13 * BLOCK * 4, BLOCK * 4));
+        EXPECT_EQ(bytesRead, before);
+    }).join();
+}
+
 TEST_F(ConformedFileReopening, ReadsNothingInAdvanceForReadsThatDoNotContinue) {
     Write(0, ConformedFileBytes(FRAMES));
     ReadOnce(0, FRAMES - BLOCK, BLOCK);

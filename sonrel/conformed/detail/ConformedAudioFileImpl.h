@@ -3,8 +3,8 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <string>
-#include <vector>
 
 #include "sonrel/conformed/detail/ConformedFileLayout.h"
 #include "sonrel/files/FileIdentity.h"
@@ -12,13 +12,27 @@
 namespace orlo::project {
 
 /// Frames of a file that were read in advance.
-struct ReadAhead {
-    long long start = 0;
-    std::vector<unsigned char> bytes;
+class ReadAhead {
+public:
+    /// Reads @p frames from frame @p start on. After a failure there are none.
+    /// @param firstByte  of frame @p start in the file
+    void Fill(int descriptor, long long start, long long frames, long long firstByte);
+
+    /// Drops the frames and their memory.
+    void Drop() { *this = {}; }
+
+    /// Whether all of these frames were read in advance.
+    bool Holds(long long first, long long count) const;
 
     /// Copies frames if all of them were read in advance.
     /// @return false, and nothing is copied, when one of them was not
     bool Copy(long long first, long long count, unsigned char* buffer) const;
+
+private:
+    long long start_ = 0;
+    long long frames_ = 0;
+    long long room_ = 0;  ///< frames for which there is memory
+    std::unique_ptr<unsigned char[]> bytes_;
 };
 
 /// An open conformed file, and the memory of a closed one.

@@ -50,7 +50,7 @@ public:
     /// to the longest range. Bytes that the buffer already had keep their values.
     /// @param stopAtEffect  the effect before which the chain ends; null runs all effects
     /// @return false when the clip has no audio in this block
-    bool Plan(const Clip& clip, const zrtl::ZRID& stopAtEffect = {});
+    bool Plan(Clip clip, const zrtl::ZRID& stopAtEffect = {});
 
     /// Reads the source, before its speed is applied.
     SourceFrames Read();
@@ -66,7 +66,7 @@ public:
     int RunEffects();
 
     /// Runs all stages. @return the result of RunEffects; -1 when a stage before it failed
-    int Render(const Clip& clip, const zrtl::ZRID& stopAtEffect = {});
+    int Render(Clip clip, const zrtl::ZRID& stopAtEffect = {});
 
     zrtl::StereoFrame* Frames() { return zrtl::FramesOf(samples_.data()); }
 
