@@ -95,21 +95,17 @@ int BatchLength(const ResampleRequest& request, int first, int limit) {
     return count;
 }
 
-// Takes the source frames that the batch needs, up to @p to; frames outside the source are silence.
+// Takes the source frames that the batch needs, up to @p to; frames after the source are silence.
+// None is before it: all positions are regular.
 void LoadSource(const ResampleRequest& request, int to, TapBatch& batch) {
     const int from = batch.firstSourceFrame;
-    const int validFrom = std::clamp(0, from, to);
-    const int validTo = std::clamp(request.sourceCount, validFrom, to);
-    const auto silence = [&](int begin, int end) {
-        std::fill(batch.left + (begin - from), batch.left + (end - from), 0.0);
-        std::fill(batch.right + (begin - from), batch.right + (end - from), 0.0);
-    };
-    silence(from, validFrom);
-    if (validFrom < validTo) {
-        request.kernels.splitChannels(request.source + 2 * static_cast<std::ptrdiff_t>(validFrom),
-                                      validTo - validFrom, validFrom - from, batch);
+    const int valid = std::clamp(request.sourceCount, from, to) - from;
+    if (valid > 0) {
+        request.kernels.splitChannels(request.source + 2 * static_cast<std::ptrdiff_t>(from), valid,
+                                      batch);
     }
-    silence(validTo, to);
+    std::fill(batch.left + valid, batch.left + (to - from), 0.0);
+    std::fill(batch.right + valid, batch.right + (to - from), 0.0);
 }
 
 void ResampleBatch(const ResampleRequest& request, int first, int count) {

@@ -52,23 +52,23 @@ struct PlaceTapsKernel {
 };
 
 struct SplitChannelsKernel {
-    using Signature = void(const short* source, int count, int at, TapBatch& batch);
+    using Signature = void(const short* source, int count, TapBatch& batch);
     static constexpr CpuPath WIDEST = CpuPath::Avx2;
 
     template <typename L>
-    SONREL_ALWAYS_INLINE static void Run(const short* source, int count, int at, TapBatch& batch) {
+    SONREL_ALWAYS_INLINE static void Run(const short* source, int count, TapBatch& batch) {
         using Doubles = typename L::Doubles;
         constexpr int STEP = L::DOUBLE_COUNT;
         int i = 0;
         for (; i + STEP <= count; i += STEP) {
             typename L::HalfInts frames;
             Load(frames, source + 2 * static_cast<std::ptrdiff_t>(i));
-            Store(batch.left + at + i, __builtin_convertvector((frames << 16) >> 16, Doubles));
-            Store(batch.right + at + i, __builtin_convertvector(frames >> 16, Doubles));
+            Store(batch.left + i, __builtin_convertvector((frames << 16) >> 16, Doubles));
+            Store(batch.right + i, __builtin_convertvector(frames >> 16, Doubles));
         }
         for (; i < count; ++i) {
-            batch.left[at + i] = source[2 * static_cast<std::ptrdiff_t>(i)];
-            batch.right[at + i] = source[2 * static_cast<std::ptrdiff_t>(i) + 1];
+            batch.left[i] = source[2 * static_cast<std::ptrdiff_t>(i)];
+            batch.right[i] = source[2 * static_cast<std::ptrdiff_t>(i) + 1];
         }
     }
 };

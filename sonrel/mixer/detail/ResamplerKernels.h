@@ -37,8 +37,8 @@ struct ResamplerKernels {
     /// Fills firstTap, table and t from the positions; undecided where 23 + position rounds up to a
     /// whole number that position does not reach.
     void (*placeTaps)(double speed, int sourceOffset, TapBatch& batch);
-    /// Splits @p count stereo frames into left and right, starting at index @p at.
-    void (*splitChannels)(const short* source, int count, int at, TapBatch& batch);
+    /// Splits @p count stereo frames into left and right.
+    void (*splitChannels)(const short* source, int count, TapBatch& batch);
     /// Fills sums with the weights of the rows.
     void (*sumWithRows)(const ResamplerTables& tables, TapBatch& batch);
     /// Fills sums with the weights of the polynomials.
