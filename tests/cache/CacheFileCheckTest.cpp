@@ -59,7 +59,9 @@ TEST_F(CacheFileCheckTest, TheChecksumCoversTheBlocksAndThenTheHeader) {
     WriteFile(folder_ / "p.xwpk", WHOLE);
 
     // XXH3 of the 15 bytes of blocks followed by the 20 bytes of the header.
+    const std::size_t descriptors = NamesIn("/proc/self/fd").size();
     EXPECT_EQ(PeakFileChecksum(folder_.Wide("p.xwpk"), {}), 0xFA75B00D945E2A28u);
+    EXPECT_EQ(NamesIn("/proc/self/fd").size(), descriptors);
 }
 
 TEST_F(CacheFileCheckTest, AFileShorterThanItsHeaderHasNoChecksum) {

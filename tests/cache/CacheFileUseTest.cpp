@@ -284,6 +284,16 @@ TEST_F(CacheFileUse, ALinkInThePlaceOfTheLockFileIsNotFollowed) {
     EXPECT_FALSE(std::filesystem::exists(folder_ / "made"));
 }
 
+TEST_F(CacheFileUse, TheLastUserOfAFolderClosesItsLockFile) {
+    const std::size_t before = NamesIn("/proc/self/fd").size();
+    {
+        const CacheFolderUse use(folder_.Wide(""));
+        Mark(L"a.xwmc");
+        EXPECT_GT(NamesIn("/proc/self/fd").size(), before);
+    }
+    EXPECT_EQ(NamesIn("/proc/self/fd").size(), before);
+}
+
 TEST_F(CacheFileUse, ThousandsOfFilesInUseNeedOneDescriptor) {
     const std::size_t before = NamesIn("/proc/self/fd").size();
 

@@ -329,6 +329,23 @@ TEST_F(ConformedAudioFileTest, TheLongFormOpens) {
     EXPECT_EQ(Read(0, 3), samples);
 }
 
+TEST_F(ConformedAudioFileTest, TheLongFormBeginsWithItsLengths) {
+    const std::string samples = CountingSamples(3);
+    const std::string format = Chunk("fmt ", PcmFormat(1, 2, 48000, 16));
+    const auto longForm = [&](const std::string& name, std::size_t bytes) {
+        const std::string rest = format + "data" + Little(0xFFFFFFFF, 4) + samples;
+        const std::uint64_t length = 4 + 8 + bytes + rest.size();
+        const std::string lengths = Little(length, 8) + Little(12, 8) + std::string(12, '\0');
+        return "RF64" + Little(0xFFFFFFFF, 4) + "WAVE" + Chunk(name, lengths.substr(0, bytes)) +
+               rest;
+    };
+
+    EXPECT_TRUE(Opens(longForm("ds64", 28)));
+    EXPECT_TRUE(Opens(longForm("ds64", 16)));
+    EXPECT_FALSE(Opens(longForm("ds65", 28)));
+    EXPECT_FALSE(Opens(longForm("ds64", 14)));
+}
+
 TEST_F(ConformedAudioFileTest, SamplesBeyond4GiBAreFound) {
     // A sparse file of 5 GiB.
     constexpr long long COUNT = 5LL << 28;

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cerrno>
+#include <climits>
 #include <cstdint>
 #include <filesystem>
 #include <random>
@@ -16,6 +18,7 @@
 #include <vector>
 
 #include "sonrel/conformed/ConformedAudioFile.h"
+#include "sonrel/database/CacheLedger.h"
 #include "sonrel/files/FileIdentity.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WaveBytes.h"
@@ -24,11 +27,17 @@ namespace {
 
 /// Bytes that were requested from files.
 std::atomic<long long> bytesRead = 0;
+/// Reads of bytes from here on fail.
+std::atomic<long long> firstBadByte = LLONG_MAX;
 
 }  // namespace
 
-/// Takes the place of the system call, and counts.
+/// Takes the place of the system call, counts, and fails on request.
 ssize_t pread(int descriptor, void* buffer, std::size_t size, off_t offset) {
+    if (offset + static_cast<long long>(size) > firstBadByte) {
+        errno = EIO;
+        return -1;
+    }
     bytesRead += static_cast<long long>(size);
     return syscall(SYS_pread64, descriptor, buffer, size, offset);
 }
@@ -424,6 +433,24 @@ TEST_F(ConformedFileReopening, OfAFileWrittenAMomentAgoUsesNoMemory) {
         ASSERT_EQ(file.SampleRate(), 8000 + i);
         ASSERT_EQ(ReadOpen(file, 0, 50), samples.substr(0, 200));
     }
+}
+
+TEST_F(ConformedFileReopening, AFileOfAnotherRateIsNotWhole) {
+    Write(0, Riff(Chunk("fmt ", PcmFormat(1, 2, 44100, 16)) + Chunk("data", "word")));
+
+    EXPECT_TRUE(orlo::project::IsWholeConformedFile(folder_.Wide(Name(0)), 0));
+    EXPECT_TRUE(orlo::project::IsWholeConformedFile(folder_.Wide(Name(0)), 44100));
+    EXPECT_FALSE(orlo::project::IsWholeConformedFile(folder_.Wide(Name(0)), 48000));
+}
+
+TEST_F(ConformedFileReopening, AFileWhoseEndCannotBeReadIsNotWhole) {
+    const std::string bytes = ConformedFileBytes(FRAMES);
+    Write(0, bytes);
+    ASSERT_TRUE(orlo::project::IsWholeConformedFile(folder_.Wide(Name(0)), 0));
+
+    firstBadByte = static_cast<long long>(bytes.size()) - 1;
+    EXPECT_FALSE(orlo::project::IsWholeConformedFile(folder_.Wide(Name(0)), 0));
+    firstBadByte = LLONG_MAX;
 }
 
 TEST_F(ConformedFileReopening, OfADeletedFileReadsTheFramesAheadAndFailsAfterThem) {

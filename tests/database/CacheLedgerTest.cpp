@@ -306,6 +306,26 @@ TEST_F(SqliteCacheLedgerTest, ARecordOfADatabaseThatCannotBeWrittenIsNotRemoved)
     EXPECT_EQ(CacheLedger(path_).Records().size(), 4u);
 }
 
+TEST_F(SqliteCacheLedgerTest, ChangesInALogThatCannotBeReadAreAFailure) {
+    MediaDB database(path_, L"", true);
+    database.AddPeakFile(L"/m/p.wav", L"bb", 0, L"p.xwpk");
+    std::filesystem::create_directory(folder_ / "copy");
+    std::filesystem::copy_file(folder_ / "media.db", folder_ / "copy/media.db");
+    std::filesystem::copy_file(folder_ / "media.db-wal", folder_ / "copy/media.db-wal");
+    std::filesystem::permissions(folder_ / "copy", static_cast<std::filesystem::perms>(0555));
+    constexpr int REFUSED = 50;
+
+    const int answer = AsAnyone([&] {
+        try {
+            return static_cast<int>(CacheLedger(folder_.Wide("copy/media.db")).Records().size());
+        } catch (const std::runtime_error&) {
+            return REFUSED;
+        }
+    });
+
+    EXPECT_EQ(answer, REFUSED) << "a list without the record in the log would be wrong";
+}
+
 TEST_F(SqliteCacheLedgerTest, ChangesInTheLogAreListedEvenWithoutLockFiles) {
     MediaDB database(path_, L"", true);
     database.AddPeakFile(L"/m/p.wav", L"bb", 0, L"p.xwpk");

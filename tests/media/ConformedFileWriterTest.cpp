@@ -61,6 +61,13 @@ TEST(ConformedFileWriter, WritesAPlainWaveFile) {
               WaveFile(1, 2, 44100, 16, Bytes16({1, -1, 2, -2, 3, -3})));
 }
 
+TEST(ConformedFileWriter, AWriterThatIsNotOpenWritesNothing) {
+    ConformedFileWriter writer;
+
+    EXPECT_FALSE(writer.Write(SAMPLES, 0));
+    EXPECT_FALSE(writer.Write(SAMPLES, 1));
+}
+
 TEST(ConformedFileWriter, ThePositionIsThatOfTheNextSampleInTheFile) {
     const TemporaryFolder folder;
     ConformedFileWriter plain;

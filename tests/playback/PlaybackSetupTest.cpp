@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "sonrel/playback/detail/PlaybackTarget.h"
 #include "tests/playback/SetupRig.h"
 
 namespace sonrel_tests {
@@ -125,6 +126,17 @@ TEST_F(PlaybackSetup, SoundThatIsNotConformedYetTakesTheLengthOfThePicture) {
 
     // 2002 samples a frame, minus a rounding error of the division: truncated to 6005, not 6006.
     EXPECT_EQ(rig_.Impl().format.totalSamples, 6005);
+}
+
+TEST_F(PlaybackSetup, MediaThatCannotBeReadAreSilentForTheWholeBlock) {
+    const auto asset = rig_.builder.AddMedia(Counting(1000));
+    asset->AudioStream()->SetSamplesAvailable(false);
+    const sonrel::detail::PlaybackTarget target(rig_.builder.Project(), asset);
+    std::vector<short> samples(2 * 100, 7);
+
+    EXPECT_EQ(target.Mix(*rig_.engine->Mixer(), 0, 100, samples.data()), 100);
+
+    EXPECT_EQ(samples, std::vector<short>(2 * 100, 0));
 }
 
 TEST_F(PlaybackSetup, APictureWithoutSoundHasItsOwnLength) {

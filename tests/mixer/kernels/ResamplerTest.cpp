@@ -1,14 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "sonrel/mixer/detail/Resampler.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 #include <limits>
+#include <memory>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "sonrel/mixer/detail/ResamplerKernels.h"
 #include "tests/reference/ReferenceResampler.h"
 #include "tests/support/CpuPaths.h"
 #include "tests/support/ResamplerSignals.h"
@@ -260,6 +264,28 @@ TEST_P(ResamplerTest, OneResamplerServesManyRates) {
             ASSERT_EQ(output, expected) << rate;
         }
     }
+}
+
+TEST_P(ResamplerTest, SumsNearAWholeNumberOtherThanZeroAreUndecided) {
+    constexpr double SUMS[] = {0.5,  1.0 + 1e-6, -3.0 - 1e-6, 1e-6,  7.0 - 1e-6,      -7.999,
+                               -1.0, 32767.9,    2.0 + 1e-3,  -1e-6, -20000.0 + 1e-6, 12.4};
+    constexpr int UNDECIDED[] = {0, 1, 1, 0, 1, 0, 1, 0, 0, 0, 1, 0};
+    constexpr int CUT[] = {0, 1, -3, 0, 6, -7, -1, 32767, 2, 0, -19999, 12};
+    auto batch = std::make_unique<TapBatch>();
+    batch->count = 6;
+    std::copy(std::begin(SUMS), std::end(SUMS), batch->sums);
+    std::fill(std::begin(batch->undecided), std::end(batch->undecided), 0);
+    short output[12] = {};
+
+    EXPECT_TRUE(RESAMPLER_KERNELS.Active().storeSums(2e-5, output, *batch));
+
+    for (int i = 0; i < 12; ++i) {
+        EXPECT_EQ(batch->undecided[i] != 0, UNDECIDED[i] != 0) << SUMS[i];
+        EXPECT_EQ(output[i], CUT[i]) << SUMS[i];
+    }
+    std::fill(std::begin(batch->sums), std::end(batch->sums), 0.5);
+    std::fill(std::begin(batch->undecided), std::end(batch->undecided), 0);
+    EXPECT_FALSE(RESAMPLER_KERNELS.Active().storeSums(2e-5, output, *batch));
 }
 
 TEST(Resampler, ThreadsMayShareOne) {

@@ -176,6 +176,15 @@ TEST(CrossFade, AfterItsEndOnlyTheNewSideIsHeard) {
     EXPECT_THAT(sonrel_tests::Left(block.Run()), ElementsAre(500, 600));
 }
 
+TEST(CrossFade, OfOneSampleBeginsWithTheOldSide) {
+    Block block;
+    block.lengthSamples = 1;
+    block.from = Stereo({9000, 9000});
+    block.to = Stereo({500, 600});
+
+    EXPECT_THAT(sonrel_tests::Left(block.Run()), ElementsAre(9000, 600));
+}
+
 TEST(CrossFade, WithoutALengthOnlyTheNewSideIsHeard) {
     for (const int length : {0, -1}) {
         Block block;
