@@ -219,6 +219,22 @@ TEST_F(MediaDBFileTest, AReadOnlyFileIsRefusedByTheFirstConnection) {
     EXPECT_EQ(answer, 0);
 }
 
+TEST_F(MediaDBFileTest, TheWriteAheadLogWaitsUntilAnotherConnectionHasWritten) {
+    Open();
+    RawDatabase holder(File());
+    ASSERT_EQ(holder.Ask("PRAGMA journal_mode=DELETE"), "delete");
+    holder.Run("BEGIN IMMEDIATE");
+    std::thread writer([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        holder.Run("COMMIT");
+    });
+
+    EXPECT_NO_THROW(Open());
+
+    writer.join();
+    EXPECT_EQ(RawDatabase(File()).Ask("PRAGMA journal_mode"), "wal");
+}
+
 TEST_F(MediaDBFileTest, AnOperationOnALockedDatabaseFailsAfterTheTimeout) {
     MediaDB database = Open();
     database.AddPeakFile(L"/m/a.wav", L"ff", 0, L"n.xwpk");

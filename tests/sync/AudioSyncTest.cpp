@@ -6,6 +6,7 @@
 #include <cmath>
 #include <thread>
 
+#include "sonrel/sync/StereoReader.h"
 #include "sonrel/sync/detail/AssetSearch.h"
 #include "tests/sync/AlignmentRig.h"
 
@@ -32,6 +33,15 @@ struct LongPair {
 };
 
 // ---- Short recordings, compared whole
+
+TEST(StereoReader, AStretchIsMonoWhenBothChannelsAreEqualInEveryFrame) {
+    using orlo::sonrel::IsMono;
+
+    EXPECT_TRUE(IsMono({}));
+    EXPECT_TRUE(IsMono({0.5f, 0.5f, -1.0f, -1.0f, 0.0f, 0.0f}));
+    EXPECT_FALSE(IsMono({0.5f, 0.25f, 0.0f, 0.0f}));
+    EXPECT_FALSE(IsMono({0.0f, 0.0f, 0.5f, 0.5f, 0.0f, 0.25f}));
+}
 
 TEST_F(Alignment, EqualLengthsUpToFiveSecondsAreComparedWholeWithoutProgress) {
     const Samples event = Event(1500, 50);
