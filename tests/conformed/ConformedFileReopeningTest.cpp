@@ -340,6 +340,21 @@ TEST_F(ConformedFileReopening, AfterALongRunExpectsARunFromTheFirstReadElsewhere
     }).join();
 }
 
+TEST_F(ConformedFileReopening, AfterAFailedReadInAdvanceReadsTheFrameItself) {
+    Write(0, ConformedFileBytes(FRAMES));
+    std::string frame;
+
+    std::thread([&] {
+        ReadOnce(0, 0, BLOCK);
+        ReadOnce(0, BLOCK, BLOCK);
+        firstBadByte = 44 + 3 * BLOCK * 4;
+        frame = ReadOnce(0, 2 * BLOCK, 1);
+        firstBadByte = LLONG_MAX;
+    }).join();
+
+    EXPECT_EQ(frame, CountingSamples(FRAMES).substr(2 * BLOCK * 4, 4));
+}
+
 TEST_F(ConformedFileReopening, ReadsNothingInAdvanceForReadsThatDoNotContinue) {
     Write(0, ConformedFileBytes(FRAMES));
     ReadOnce(0, FRAMES - BLOCK, BLOCK);
