@@ -307,8 +307,9 @@ TEST_F(SqliteCacheLedgerTest, ARecordOfADatabaseThatCannotBeWrittenIsNotRemoved)
 }
 
 TEST_F(SqliteCacheLedgerTest, ChangesInALogThatCannotBeReadAreAFailure) {
+    Fill();
     MediaDB database(path_, L"", true);
-    database.AddPeakFile(L"/m/p.wav", L"bb", 0, L"p.xwpk");
+    database.AddPeakFile(L"/m/q.wav", L"dd", 0, L"q.xwpk");
     std::filesystem::create_directory(folder_ / "copy");
     std::filesystem::copy_file(folder_ / "media.db", folder_ / "copy/media.db");
     std::filesystem::copy_file(folder_ / "media.db-wal", folder_ / "copy/media.db-wal");
