@@ -7,7 +7,7 @@
 namespace sonrel_tests {
 namespace {
 
-using sonrel::detail::SampleBufferPool;
+using orlo::sonrel::detail::SampleBufferPool;
 
 /// Fills a buffer of the pool. @return its memory
 const unsigned char* FillOne(SampleBufferPool& pool, std::size_t bytes) {
