@@ -2,6 +2,7 @@
 #include "sonrel/playback/device/CallbackSignal.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -9,6 +10,7 @@
 #include <thread>
 
 #include "tests/playback/device/Timeout.h"
+#include "tests/support/Threads.h"
 
 namespace {
 
@@ -90,13 +92,19 @@ TEST(CallbackGate, AWaitEndsWhenTheWorkUnderWayHasFinished) {
 TEST(CallbackGate, AWaitDoesNotWaitForWorkThatBeginsLater) {
     CallbackGate gate;
     gate.Enter();
-    auto waiter = WaitElsewhere(gate);
-    EXPECT_EQ(waiter.wait_for(A_WHILE), std::future_status::timeout);
+    std::atomic<pid_t> number = 0;
+    auto waiter = std::async(std::launch::async, [&] {
+        number = gettid();
+        gate.WaitUntilLeft();
+    });
+    // On a busy machine a thread may begin late, and would wait for the later work rightly.
+    while (number == 0 || !sonrel_tests::IsAsleep(number)) std::this_thread::yield();
 
     gate.Leave();
     gate.Enter();
 
     EXPECT_EQ(waiter.wait_for(TIMEOUT), std::future_status::ready);
+    gate.Leave();
 }
 
 TEST(CallbackGate, TheThreadInsideDoesNotWaitForItself) {
