@@ -237,8 +237,14 @@ void Storm::Flush(const Numbers&) {
     if (result == Err::NoError) isHeldBack_ = false;
 }
 
+/// The worker may hold the target until it has mixed a block. Until then the engine still finds it.
 void Storm::DropTarget(const Numbers&) {
+    const std::weak_ptr<project::EditorSequence> dropped = temporary_;
     temporary_.reset();
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!dropped.expired() && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::yield();
+    }
 }
 
 void Storm::Reset(const Numbers&) {
