@@ -2,6 +2,8 @@
 #include "tests/playback/storms/Storm.h"
 
 #include <algorithm>
+#include <chrono>
+#include <memory>
 #include <mutex>
 #include <stdexcept>
 #include <thread>
