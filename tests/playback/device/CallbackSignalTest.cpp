@@ -98,7 +98,10 @@ TEST(CallbackGate, AWaitDoesNotWaitForWorkThatBeginsLater) {
         gate.WaitUntilLeft();
     });
     // On a busy machine a thread may begin late, and would wait for the later work rightly.
-    while (number == 0 || !sonrel_tests::IsAsleep(number)) std::this_thread::yield();
+    const auto deadline = std::chrono::steady_clock::now() + TIMEOUT;
+    const auto waits = [&] { return number != 0 && sonrel_tests::IsAsleep(number); };
+    while (!waits() && std::chrono::steady_clock::now() < deadline) std::this_thread::yield();
+    EXPECT_TRUE(waits());
 
     gate.Leave();
     gate.Enter();
