@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "host/manifest/MixRecorder.h"
 
+#include <cstdint>
 #include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "host/manifest/Manifest.h"
@@ -25,10 +27,6 @@ namespace {
 
 [[noreturn]] void RefuseChanged(const std::string& path) {
     throw JobError(Quoted(path) + " changed while it was mixed; mix again");
-}
-
-std::string FingerprintOf(const std::string& path) {
-    return zrtl::ToUtf8(sonrel::CacheFileCheck::MediaFingerprint(WidePath(path)));
 }
 
 /// @param decodes  whether the mix has media files
@@ -57,10 +55,19 @@ void MixRecorder::Begin(const std::vector<MediaUse>& media) {
     for (const MediaUse& use : media) {
         const std::string& path = use.location.path;
         if (use.isMissing || states_.contains(path)) continue;
-        std::error_code error;
-        const auto size = static_cast<long long>(std::filesystem::file_size(path, error));
-        states_[path] = {error ? 0 : size, FingerprintOf(path)};
+        states_[path] = StateOf(path);
     }
+}
+
+MixRecorder::FileState MixRecorder::StateOf(const std::string& path) {
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(path, error);
+    if (error) throw JobError("cannot read " + Quoted(path) + ": " + error.message());
+    const std::wstring fingerprint = sonrel::CacheFileCheck::MediaFingerprint(WidePath(path));
+    if (fingerprint.empty()) {
+        throw JobError("cannot read " + Quoted(path) + ": its size and time cannot be found");
+    }
+    return {static_cast<long long>(size), zrtl::ToUtf8(fingerprint)};
 }
 
 void MixRecorder::HashMedia(Progress& progress) {
@@ -72,7 +79,7 @@ void MixRecorder::HashMedia(Progress& progress) {
         progress.SetFile(path);
         hashes_[path] = Sha256OfFile(path, [&](long long bytes) { progress.Update(done + bytes); });
         done += state.size;
-        if (FingerprintOf(path) != state.fingerprint) RefuseChanged(path);
+        if (StateOf(path).fingerprint != state.fingerprint) RefuseChanged(path);
     }
     progress.End();
 }

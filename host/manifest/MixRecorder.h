@@ -44,7 +44,7 @@ public:
     MixRecorder(const GlobalOptions& global, std::string manifest, std::string input);
 
     /// Hashes the timeline and stores the fingerprints of the media files, before they are read.
-    /// @throws JobError when the timeline cannot be read
+    /// @throws JobError when the timeline cannot be read or a media file cannot be examined
     void Begin(const std::vector<MediaUse>& media);
 
     /// Hashes the media files.
@@ -62,6 +62,8 @@ private:
         std::string fingerprint;
     };
 
+    /// @throws JobError when the file cannot be examined
+    static FileState StateOf(const std::string& path);
     Json InputJson() const;
     Json MediaJson(const MediaUse& use, const Json& ranges) const;
     void HashMedia(Progress& progress);

@@ -31,13 +31,18 @@ protected:
                            (folder_ / "edit.otio").string());
     }
 
-    std::string MessageOfFinish(MixRecorder& recorder) {
+    template <typename Work>
+    static std::string MessageOf(const Work& work) {
         try {
-            Finish(recorder);
+            work();
             return {};
         } catch (const JobError& error) {
             return error.what();
         }
+    }
+
+    std::string MessageOfFinish(MixRecorder& recorder) {
+        return MessageOf([&] { Finish(recorder); });
     }
 
     const sonrel_tests::TemporaryFolder folder_;
@@ -66,6 +71,14 @@ TEST_F(MixRecorderTest, AMediaFileThatChangesDuringTheMixIsAnError) {
 
     EXPECT_NE(MessageOfFinish(recorder).find("a.wav' changed while it was mixed"),
               std::string::npos);
+}
+
+TEST_F(MixRecorderTest, AMediaFileThatCannotBeExaminedIsAnError) {
+    std::filesystem::remove(folder_ / "a.wav");
+    MixRecorder recorder = Recorder();
+
+    EXPECT_EQ(MessageOf([&] { recorder.Begin(media_); }),
+              "cannot read '" + (folder_ / "a.wav").string() + "': No such file or directory");
 }
 
 TEST_F(MixRecorderTest, ATimelineThatChangesDuringTheMixIsAnError) {

@@ -60,6 +60,28 @@ TEST_F(UnreadableMedia, AReadErrorFailsAnAlignment) {
         4);
 }
 
+TEST_F(UnreadableMedia, AManifestHasTheSizesOfTheMediaFilesOrIsNotWritten) {
+    const Arguments command{"mix", "@m0.wav", "-o", "@out/mix.wav", "--manifest", "@out/m.json"};
+    ASSERT_EQ(shop_.Run(command).exitCode, 0);
+    const auto whole = TakeOutputs();
+    int failures = 0;
+    for (int number = 1;; ++number) {
+        const Fault fault{shop_.Path("work"), "stat", "m0.wav"};
+        const DisturbedRun run = RunWithFault(shop_, fault, number, command);
+        if (!run.wasHit) break;
+        const auto left = TakeOutputs();
+        if (run.result.exitCode == 0) {
+            EXPECT_EQ(left, whole) << number;
+            continue;
+        }
+        ++failures;
+        EXPECT_TRUE(run.result.HasOneErrorLine()) << run.result.err;
+        EXPECT_TRUE(NamesAMediaFile(run.result.err)) << run.result.err;
+        EXPECT_TRUE(left.empty()) << number;
+    }
+    EXPECT_GT(failures, 2);
+}
+
 TEST_F(UnreadableMedia, ACacheFolderThatMayNotBeExaminedIsNamed) {
     ASSERT_EQ(shop_.Run({"conform", "@m0.wav"}).exitCode, 0);
     const Fault fault{shop_.Path("cache").parent_path(), "stat", "cache", "EACCES", "all"};
