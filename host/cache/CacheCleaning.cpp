@@ -60,7 +60,7 @@ void RemoveOrphan(const CacheEntry& entry, const CachePaths& paths, CleanSums& s
 /// The entries whose records have not been used for @p days days, as reported by the database.
 std::vector<CacheEntry> DueEntries(const CachePaths& paths, int days) {
     std::vector<CacheEntry> due;
-    if (!std::filesystem::exists(paths.database)) return due;
+    if (!HasDatabase(paths.database)) return due;
     std::set<std::wstring> names;
     try {
         const MediaDB database(WidePath(paths.database), WidePath(paths.folder), true);
@@ -123,10 +123,8 @@ void CleanDue(const EngineSession& session, const std::vector<CacheEntry>& due, 
         throw JobError(DatabaseErrorMessage(paths.database, error.what()));
     }
     for (const CacheEntry& entry : due) {
-        std::error_code ignored;
         const std::string path = CacheFilePath(paths, entry.file);
-        if (entry.file.empty() ||
-            !std::filesystem::exists(std::filesystem::symlink_status(path, ignored))) {
+        if (entry.file.empty() || IsGone(path)) {
             sums.AddRemoved(entry);
         } else {
             const bool isUsed = used.contains(entry.file) || IsInUse(paths, entry.file);

@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <set>
 #include <system_error>
@@ -35,8 +37,7 @@ const char* KindName(CacheFileKind kind) {
 }
 
 std::vector<CacheRecord> ReadRecords(const std::string& database) {
-    struct stat status = {};
-    if (stat(database.c_str(), &status) != 0) return {};
+    if (!HasDatabase(database)) return {};
     try {
         return project::CacheLedger(WidePath(database)).Records();
     } catch (const std::exception& error) {
@@ -69,9 +70,9 @@ fs::directory_iterator OpenFolder(const std::string& path, std::error_code& erro
 std::vector<CacheEntry> FindOrphans(const CachePaths& paths, const std::set<std::string>& known) {
     std::vector<CacheEntry> orphans;
     std::error_code error;
-    if (!fs::exists(fs::status(paths.folder, error))) return orphans;
-    for (auto at = OpenFolder(paths.folder, error); !error && at != fs::directory_iterator();
-         at.increment(error)) {
+    if (fs::status(paths.folder, error).type() == fs::file_type::not_found) return orphans;
+    auto at = error ? fs::directory_iterator() : OpenFolder(paths.folder, error);
+    for (; !error && at != fs::directory_iterator(); at.increment(error)) {
         const std::string kind = KindOfCacheFile(at->path().filename().string());
         const std::string name = at->path().filename().string();
         std::error_code ignored;
@@ -104,6 +105,18 @@ std::string KindOfCacheFile(const std::string& name) {
 
 std::string CacheFilePath(const CachePaths& paths, const std::string& file) {
     return (fs::path(paths.folder) / file).string();
+}
+
+bool HasDatabase(const std::string& database) {
+    struct stat status = {};
+    if (stat(database.c_str(), &status) == 0) return true;
+    if (errno == ENOENT || errno == ENOTDIR) return false;
+    throw JobError(DatabaseErrorMessage(database, std::strerror(errno)));
+}
+
+bool IsGone(const std::string& path) {
+    struct stat status = {};
+    return lstat(path.c_str(), &status) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
 std::vector<CacheEntry> TakeInventory(const CachePaths& paths) {

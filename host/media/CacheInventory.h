@@ -21,6 +21,13 @@ struct CacheEntry {
     long long bytes = 0;                         ///< 0 when the file is missing
 };
 
+/// Whether the database exists.
+/// @throws JobError when it cannot be examined
+bool HasDatabase(const std::string& database);
+
+/// Whether nothing has this name. A file that cannot be examined is not gone.
+bool IsGone(const std::string& path);
+
 /// Lists the contents of the database and the cache folder. Changes neither; a missing database or
 /// folder counts as empty.
 /// @throws JobError when the database or the folder cannot be read

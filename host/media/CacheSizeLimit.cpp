@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
 #include <functional>
 
 #include "host/media/DatabaseErrorMessage.h"
@@ -51,10 +50,9 @@ CacheTrim Trim(const CachePaths& paths, const std::vector<CacheEntry>& entries, 
         if (result == Removal::Failed) trim.failed.push_back(entry);
         if (result == Removal::Removed) trim.removed.push_back(entry);
         // Another process may have removed the file.
-        std::error_code ignored;
-        const bool isGone = result == Removal::Removed ||
-                            (result == Removal::Changed &&
-                             !std::filesystem::exists(CacheFilePath(paths, entry.file), ignored));
+        const bool isGone =
+            result == Removal::Removed ||
+            (result == Removal::Changed && IsGone(CacheFilePath(paths, entry.file)));
         if (isGone) trim.bytes -= entry.bytes;
     }
     return trim;

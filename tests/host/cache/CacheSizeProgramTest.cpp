@@ -192,6 +192,62 @@ TEST_F(CacheSizeProgram, AFileThatTheSystemDoesNotRemoveIsLoggedAndDoesNotFailTh
     EXPECT_NE(clean.err.find("'" + files_[0] + "': it cannot be removed"), std::string::npos);
 }
 
+TEST_F(CacheSizeProgram, ADatabaseThatCannotBeExaminedIsNamedAndDoesNotCountAsEmpty) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer must be the first library";
+#endif
+    const fs::path database = shop_.Path("media.db");
+    const Fault fault{database.parent_path(), "stat", "media.db"};
+    const std::vector<std::string> commands[] = {
+        {"cache", "ls", "--json"},
+        {"cache", "clean", "--dry-run", "--max-size", "0", "--json"},
+        {"cache", "clean", "--dry-run", "--days", "0", "--json"}};
+    for (const auto& command : commands) {
+        const ProgramResult whole = shop_.Run(command);
+        ASSERT_EQ(whole.exitCode, 0) << whole.err;
+        int failures = 0;
+        for (int number = 1;; ++number) {
+            const DisturbedRun run = RunWithFault(shop_, fault, number, command);
+            if (!run.wasHit) break;
+            if (run.result.exitCode == 0) {
+                EXPECT_EQ(run.result.out, whole.out) << number;
+                continue;
+            }
+            ++failures;
+            EXPECT_EQ(run.result.exitCode, 1) << number;
+            EXPECT_TRUE(run.result.HasOneErrorLine()) << run.result.err;
+            EXPECT_NE(run.result.err.find("'" + database.string() + "'"), std::string::npos)
+                << run.result.err;
+        }
+        EXPECT_GT(failures, 0);
+    }
+}
+
+TEST_F(CacheSizeProgram, ACacheFolderThatCannotBeExaminedIsNamedWhenOrphansAreRemoved) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer must be the first library";
+#endif
+    const fs::path folder = shop_.Path("cache"), orphan = folder / "old.xwmc";
+    const Fault fault{folder.parent_path(), "stat,open", "cache"};
+    int failures = 0;
+    for (int number = 1;; ++number) {
+        WriteFile(orphan, "half");
+        const DisturbedRun run =
+            RunWithFault(shop_, fault, number, {"cache", "clean", "--orphans"});
+        if (!run.wasHit) break;
+        if (run.result.exitCode == 0) {
+            EXPECT_FALSE(fs::exists(orphan)) << number;
+            continue;
+        }
+        ++failures;
+        EXPECT_EQ(run.result.exitCode, 1) << number;
+        EXPECT_TRUE(run.result.HasOneErrorLine()) << run.result.err;
+        EXPECT_NE(run.result.err.find("'" + folder.string() + "'"), std::string::npos)
+            << run.result.err;
+    }
+    EXPECT_GT(failures, 1);
+}
+
 // ---- other programs
 
 TEST_F(CacheSizeProgram, TheNextFileIsRemovedForAFileThatAnotherProgramUses) {
