@@ -111,7 +111,9 @@ bool HasDatabase(const std::string& database) {
     struct stat status = {};
     if (stat(database.c_str(), &status) == 0) return true;
     if (errno == ENOENT || errno == ENOTDIR) return false;
-    throw JobError(DatabaseErrorMessage(database, std::strerror(errno)));
+    throw JobError("cannot use the media database " + Quoted(database) + ": " +
+                   std::strerror(errno) +
+                   "; check its disk and the permissions of its folder, or " + OTHER_DATABASE);
 }
 
 bool IsGone(const std::string& path) {

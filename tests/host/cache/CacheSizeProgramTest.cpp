@@ -218,6 +218,7 @@ TEST_F(CacheSizeProgram, ADatabaseThatCannotBeExaminedIsNamedAndDoesNotCountAsEm
             EXPECT_TRUE(run.result.HasOneErrorLine()) << run.result.err;
             EXPECT_NE(run.result.err.find("'" + database.string() + "'"), std::string::npos)
                 << run.result.err;
+            EXPECT_EQ(run.result.err.find("move it away"), std::string::npos) << run.result.err;
         }
         EXPECT_GT(failures, 0);
     }
